@@ -1,0 +1,53 @@
+# One static library for each folder below src, with the tests that stand beside its code.
+
+find_package(Threads REQUIRED)
+
+# Flags that all of our own code is built with.
+add_library(lumi_options INTERFACE)
+target_compile_features(lumi_options INTERFACE cxx_std_20)
+target_include_directories(lumi_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(lumi_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+  # Fused multiply-add would make results depend on the machine.
+  -ffp-contract=off)
+target_link_libraries(lumi_options INTERFACE Threads::Threads)
+if(LUMI_SANITIZE)
+  target_compile_options(lumi_options INTERFACE -fsanitize=${LUMI_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  target_link_options(lumi_options INTERFACE -fsanitize=${LUMI_SANITIZE})
+endif()
+if(LUMI_FUZZERS)
+  target_compile_options(lumi_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+# Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
+function(lumi_test_binary name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()
+
+# lumi_module(name LINKS modules... PRIVATE libraries...)
+# Sources, headers and tests are found by their names: *_test.cpp is a test, everything else belongs to the library.
+# LINKS are the modules whose headers this one's headers may include; PRIVATE is what only its sources use.
+function(lumi_module name)
+  cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS *.h)
+  set(test_sources ${sources})
+  list(FILTER test_sources INCLUDE REGEX "_test\\.cpp$")
+  list(FILTER sources EXCLUDE REGEX "_(test|bench|main)\\.cpp$")
+  add_library(lumi_${name} STATIC ${sources})
+  target_sources(lumi_${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
+  list(TRANSFORM ARG_LINKS PREPEND lumi_)
+  target_link_libraries(lumi_${name} PUBLIC lumi_options ${ARG_LINKS} PRIVATE ${ARG_PRIVATE})
+  if(LUMI_TESTS AND test_sources)
+    lumi_test_binary(${name}_tests SOURCES ${test_sources} LINKS lumi_${name} ${ARG_PRIVATE})
+  endif()
+endfunction()
+
+if(LUMI_TESTS)
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+endif()

@@ -1,0 +1,54 @@
+#include "base/file_bytes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "base/unique_descriptor.h"
+
+namespace lumivastor {
+
+FileBytes::FileBytes(std::size_t size)
+    // Not zeroed: a large file's pages are touched once, by the read itself.
+    : bytes_(new std::byte[size + kPadding]), size_(size) {
+    std::memset(bytes_.get() + size, 0, kPadding);
+}
+
+FileBytes FileBytes::copyOf(std::string_view content) {
+    FileBytes copy(content.size());
+    if (!content.empty()) std::memcpy(copy.bytes_.get(), content.data(), content.size());
+    return copy;
+}
+
+FileBytes readFile(const std::filesystem::path& path, std::uint64_t limit, std::error_code& error) {
+    error.clear();
+    const auto failed = [&error](int number) {
+        error = std::error_code(number, std::generic_category());
+        return FileBytes();
+    };
+    // Opening a pipe for reading would otherwise wait for somebody to write into it.
+    const UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.isOpen()) return failed(errno);
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) return failed(errno);
+    if (S_ISDIR(status.st_mode)) return failed(EISDIR);
+    if (!S_ISREG(status.st_mode)) return failed(ENOTSUP);
+    if (static_cast<std::uint64_t>(status.st_size) > limit) return failed(EFBIG);
+
+    FileBytes content(static_cast<std::size_t>(status.st_size));
+    std::size_t done = 0;
+    while (done < content.size_) {
+        const ssize_t count = ::read(file.get(), content.bytes_.get() + done, content.size_ - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return failed(errno);
+        if (count == 0) break;  // it was shortened meanwhile
+        done += static_cast<std::size_t>(count);
+    }
+    std::memset(content.bytes_.get() + done, 0, content.size_ - done);
+    content.size_ = done;
+    return content;
+}
+
+}  // namespace lumivastor

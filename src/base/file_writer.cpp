@@ -1,0 +1,50 @@
+#include "base/file_writer.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace lumivastor {
+
+namespace {
+
+constexpr std::size_t kBufferBytes = 64 * 1024;
+
+}  // namespace
+
+FileWriter::FileWriter(const std::filesystem::path& path)
+    : file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0666)) {
+    if (!file_.isOpen()) fail(errno);
+    buffer_.reserve(kBufferBytes);
+}
+
+void FileWriter::write(std::string_view bytes) {
+    if (error_) return;
+    buffer_.append(bytes);
+    if (buffer_.size() >= kBufferBytes) flush();
+}
+
+std::error_code FileWriter::finish() {
+    if (!error_) flush();
+    // Network file systems tell of a full disk only here.
+    if (file_.reset() != 0 && !error_) fail(errno);
+    return error_;
+}
+
+void FileWriter::flush() {
+    std::string_view rest = buffer_;
+    while (!rest.empty()) {
+        const ssize_t count = ::write(file_.get(), rest.data(), rest.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return fail(errno);
+        rest.remove_prefix(static_cast<std::size_t>(count));
+    }
+    buffer_.clear();
+}
+
+void FileWriter::fail(int number) {
+    error_ = std::error_code(number, std::generic_category());
+}
+
+}  // namespace lumivastor

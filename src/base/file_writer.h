@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "base/unique_descriptor.h"
+
+namespace lumivastor {
+
+/// Writes a file from its beginning, replacing what it held, through a small buffer, so that a document of any length
+/// takes no more memory than that. The first error sticks and ends all further writing. One thread at a time.
+class FileWriter {
+  public:
+    explicit FileWriter(const std::filesystem::path& path);
+
+    void write(std::string_view bytes);
+
+    /// Writes what is buffered and closes the file; the first error of all, none when every byte was taken.
+    std::error_code finish();
+
+  private:
+    void flush();
+    void fail(int number);
+
+    UniqueDescriptor file_;
+    std::string buffer_;
+    std::error_code error_;
+};
+
+}  // namespace lumivastor

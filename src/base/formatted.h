@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace lumivastor {
+
+/// What printf would print, as a string. The program never sets a locale, so a decimal point is always a point.
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
+
+}  // namespace lumivastor

@@ -1,0 +1,63 @@
+#include "base/serial_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace lumivastor {
+namespace {
+
+TEST(SerialQueue, RunsItemsInTheOrderTheyWereHandedOver) {
+    std::vector<int> order;
+    SerialQueue queue("test.order");
+    for (int i = 0; i < 1000; ++i) {
+        queue.async([&order, i] { order.push_back(i); });
+    }
+    queue.drain();
+    ASSERT_EQ(order.size(), 1000u);
+    for (int i = 0; i < 1000; ++i) EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
+}
+
+TEST(SerialQueue, KeepsTheOrderOfEachThreadThatFeedsIt) {
+    constexpr int kThreads = 8;
+    constexpr int kItems = 500;
+    std::vector<std::pair<int, int>> seen;
+    SerialQueue queue("test.threads");
+    std::vector<std::thread> feeders;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        feeders.emplace_back([&, thread] {
+            for (int i = 0; i < kItems; ++i) queue.async([&seen, thread, i] { seen.emplace_back(thread, i); });
+        });
+    }
+    for (auto& feeder : feeders) feeder.join();
+    queue.drain();
+    ASSERT_EQ(seen.size(), static_cast<std::size_t>(kThreads * kItems));
+    std::vector<int> next(kThreads, 0);
+    for (const auto& [thread, i] : seen) EXPECT_EQ(i, next[static_cast<std::size_t>(thread)]++);
+}
+
+TEST(SerialQueue, RunsWhatIsWaitingBeforeItEnds) {
+    int ran = 0;
+    {
+        SerialQueue queue("test.end");
+        for (int i = 0; i < 100; ++i) queue.async([&ran] { ++ran; });
+    }
+    EXPECT_EQ(ran, 100);
+}
+
+TEST(SerialQueue, AnItemMayHandOverTheNext) {
+    bool second = false;
+    SerialQueue queue("test.nested");
+    queue.async([&] {
+        EXPECT_TRUE(queue.isCurrent());
+        queue.async([&second] { second = true; });
+    });
+    queue.drain();
+    queue.drain();
+    EXPECT_TRUE(second);
+    EXPECT_FALSE(queue.isCurrent());
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+
+#include "imaging/pixel_buffer.h"
+
+namespace lumivastor {
+
+/// What a PNG from somewhere else may cost at most; both are checked against its header, before pixels are allocated.
+struct PngLimits {
+    int maxWidth = 16384;
+    int maxHeight = 16384;
+};
+
+/// Decodes a PNG of any colour type to 8-bit sRGB with premultiplied alpha. Throws `RecorderError` when the bytes are
+/// no PNG, are damaged, or exceed the limits. Any thread.
+BgraPremultipliedBuffer decodePng(std::span<const std::byte> bytes, const PngLimits& limits = {});
+
+/// Reads and decodes a PNG file. Throws `RecorderError` with the reason, the system's included.
+BgraPremultipliedBuffer readPng(const std::filesystem::path& path, const PngLimits& limits = {});
+
+/// Writes a picture as RGBA PNG (alpha no longer premultiplied), replacing any file of that name. Throws
+/// `RecorderError` when the file cannot be written.
+void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& picture);
+
+}  // namespace lumivastor

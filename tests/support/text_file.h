@@ -1,0 +1,15 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace lumivastor {
+
+/// A file's whole content, or an exception that names it.
+std::string readText(const std::filesystem::path& path);
+
+/// Replaces a file's content, or throws an exception that names it.
+void writeText(const std::filesystem::path& path, std::string_view content);
+
+}  // namespace lumivastor
