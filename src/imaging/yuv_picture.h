@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace lumivastor {
+
+/// The matrix that turns luma and colour differences into red, green and blue.
+enum class YuvMatrix { bt601, bt709 };
+
+/// Limited: luma 16...235, colour differences 16...240. Full: 0...255 for all.
+enum class YuvRange { limited, full };
+
+struct YuvEncoding {
+    YuvMatrix matrix = YuvMatrix::bt709;
+    YuvRange range = YuvRange::limited;
+
+    bool operator==(const YuvEncoding&) const = default;
+};
+
+/// Where one plane of samples lies: the top row first, one byte a sample. The stride may exceed the width.
+struct YuvPlane {
+    const std::uint8_t* samples = nullptr;
+    std::ptrdiff_t stride = 0;
+};
+
+/// A read-only picture of 8-bit 4:2:0 samples in three planes, as video decoders deliver it. The colour planes have
+/// half the size in both directions, rounded up; their samples are sited at the left one of two luma columns and
+/// between two luma rows (the MPEG-2 and H.264 default). `owner` keeps the samples alive: copies of the value share
+/// them.
+struct YuvPicture {
+    int width = 0;
+    int height = 0;
+    YuvPlane luma;
+    YuvPlane blueDifference;
+    YuvPlane redDifference;
+    YuvEncoding encoding;
+    std::shared_ptr<const void> owner;
+
+    int chromaWidth() const { return (width + 1) / 2; }
+    int chromaHeight() const { return (height + 1) / 2; }
+};
+
+/// Where a painter puts 4:2:0 samples; the layout is that of `YuvPicture`. Does not own the samples.
+struct YuvDestination {
+    int width = 0;
+    int height = 0;
+    std::uint8_t* luma = nullptr;
+    std::ptrdiff_t lumaStride = 0;
+    std::uint8_t* blueDifference = nullptr;
+    std::uint8_t* redDifference = nullptr;
+    std::ptrdiff_t chromaStride = 0;
+    YuvEncoding encoding;
+};
+
+}  // namespace lumivastor
