@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "base/geometry.h"
+
+namespace lumivastor {
+
+/// Relates global screen points (origin top-left) to pixels of the recorded movie (origin top-left).
+struct Geometry {
+    /// The display's bounds in global points.
+    Rect displayBounds;
+    /// The captured rectangle in points, relative to the display's origin.
+    Rect contentRect;
+    /// Pixels per point.
+    double pointPixelScale = 1;
+    /// Size of the movie's pictures.
+    Size pixelSize;
+
+    /// Answers the bounds of a display, in global points, by its id.
+    using DisplayBoundsLookup = std::function<Rect(std::uint32_t displayID)>;
+
+    Geometry() = default;
+    /// `displayBounds` is looked up here, once.
+    Geometry(std::uint32_t displayID, const Rect& contentRect, double pointPixelScale, Size pixelSize,
+             const DisplayBoundsLookup& lookUpDisplayBounds);
+
+    /// Where a global point lies in the movie. Not clamped: points outside the captured area give pixels outside the
+    /// picture, negative ones included.
+    Point sourcePixel(Point fromGlobal) const;
+
+    /// A pixel as fractions of the picture's width and height; (0, 0) when the picture has no area.
+    Point normalized(Point pixel) const;
+
+    /// A point of a window system with a bottom-left origin as global point. `firstScreenHeight` is the height of the
+    /// first screen in the system's list, none when there is no screen.
+    static Point globalPoint(Point fromBottomLeft, std::optional<double> firstScreenHeight);
+
+    bool operator==(const Geometry&) const = default;
+};
+
+}  // namespace lumivastor
