@@ -1,0 +1,14 @@
+#pragma once
+
+#include <iosfwd>
+#include <span>
+#include <string>
+
+namespace lumivastor {
+
+/// Runs the program's command line. `words` are the arguments without the program's own name. Returns the exit
+/// status: 0 done, 1 the job failed (the error stream ends with the error's sentence, and with --json `out` holds it
+/// as a document), 2 wrong usage.
+int runCommandLine(std::span<const std::string> words, std::ostream& out, std::ostream& err);
+
+}  // namespace lumivastor

@@ -1,0 +1,13 @@
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/log/log.h"
+#include "cli/command_line.h"
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    const int status = lumivastor::runCommandLine(words, std::cout, std::cerr);
+    lumivastor::Log::drain();
+    return status;
+}

@@ -1,0 +1,58 @@
+#include "edit/composition.h"
+
+#include <utility>
+
+#include "base/precondition.h"
+#include "edit/timeline.h"
+
+namespace lumivastor {
+
+Composition::Composition(const std::filesystem::path& folder, int canvasWidth, int canvasHeight)
+    : canvas_{canvasWidth, canvasHeight},
+      recording_(std::make_shared<const Recording>(Recording::load(folder))),
+      cursorAssets_(loadCursorAssets(folder, recording_->track.cursorImages)) {
+    precondition(canvasWidth >= 1 && canvasHeight >= 1, "a canvas has an area");
+    rebuild(ProjectSettings::load(folder));
+}
+
+std::shared_ptr<const EditState> Composition::state() const {
+    const std::scoped_lock guard(stateLock_);
+    return state_;
+}
+
+void Composition::setSettings(const ProjectSettings& settings) {
+    if (settings == state()->settings) return;
+    rebuild(settings);
+}
+
+void Composition::rebuild(const ProjectSettings& settings) {
+    const std::shared_ptr<const EditState> previous = state();
+    std::shared_ptr<const EditState> next = deriveEditState(*recording_, settings, canvas_, previous.get());
+    const std::scoped_lock guard(stateLock_);
+    // The old state goes after the lock: `previous` still holds it.
+    state_ = std::move(next);
+}
+
+double Composition::sourceTime(double forOutput) const {
+    return lumivastor::sourceTime(state()->keptSegments, forOutput);
+}
+
+int Composition::zoomCount() const {
+    return static_cast<int>(state()->zoomEngine->events().size());
+}
+
+std::optional<Point> Composition::cursorNormalized(double t) const {
+    if (info().pixelWidth < 1 || info().pixelHeight < 1) return std::nullopt;
+    const std::optional<Point> position = state()->cursorEngine->position(t);
+    if (!position) return std::nullopt;
+    return Point{position->x / static_cast<double>(info().pixelWidth),
+                 position->y / static_cast<double>(info().pixelHeight)};
+}
+
+std::optional<MaskRect> Composition::sourceNormalized(const Rect& fromCanvas, double t) const {
+    const auto current = state();
+    const ZoomTransform zoom = zoomTransform(current->layout, current->zoomEngine->camera(t));
+    return lumivastor::sourceNormalized(current->layout, zoom, info(), fromCanvas);
+}
+
+}  // namespace lumivastor

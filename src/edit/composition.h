@@ -1,0 +1,70 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/geometry.h"
+#include "edit/cursor_assets.h"
+#include "edit/edit_state.h"
+#include "edit/recording.h"
+#include "edit/studio_layout.h"
+#include "model/project_settings.h"
+
+namespace lumivastor {
+
+/// The edit model of one opened recording: its documents, the current settings and everything derived from them, for
+/// one canvas size. The editor's thread assigns settings; any thread may ask for the state, which is an immutable
+/// snapshot: one that is being drawn stays whole while the next is put in force.
+class Composition {
+  public:
+    /// Opens a folder: reads its documents and cursor pictures and derives the first state. Canvas sizes in pixels, at
+    /// least 1. Throws `RecorderError`.
+    Composition(const std::filesystem::path& folder, int canvasWidth, int canvasHeight);
+
+    int canvasWidth() const { return canvas_.width; }
+    int canvasHeight() const { return canvas_.height; }
+    const std::filesystem::path& folder() const { return recording_->folder; }
+    const CaptureInfo& info() const { return recording_->info; }
+    const PointerTrack& track() const { return recording_->track; }
+    const Recording& recording() const { return *recording_; }
+    const std::map<std::string, CursorAsset>& cursorAssets() const { return cursorAssets_; }
+
+    /// Everything in force, the settings included.
+    std::shared_ptr<const EditState> state() const;
+
+    ProjectSettings settings() const { return state()->settings; }
+    /// Puts new settings in force by rebuilding the whole state; equal ones change nothing. One thread at a time.
+    /// Throws `RecorderError`, and changes nothing, when they cannot be drawn.
+    void setSettings(const ProjectSettings& settings);
+
+    std::vector<KeptSegment> keptSegments() const { return state()->keptSegments; }
+    /// Seconds.
+    double outputDuration() const { return state()->outputDuration; }
+    double sourceTime(double forOutput) const;
+    std::vector<ZoomSpec> zoomSpecs() const { return state()->zoomSpecs; }
+    /// Number of zooms in force.
+    int zoomCount() const;
+
+    /// The drawn cursor at a source time, as fractions of the source picture from its top-left; none without a path.
+    std::optional<Point> cursorNormalized(double t) const;
+
+    /// The part of the source that lies under a canvas rectangle (pixels, origin bottom-left) at source time `t`, as
+    /// fractions of the source picture from its top-left; none when nothing of the picture lies there.
+    std::optional<MaskRect> sourceNormalized(const Rect& fromCanvas, double t) const;
+
+  private:
+    void rebuild(const ProjectSettings& settings);
+
+    const CanvasSize canvas_;
+    const std::shared_ptr<const Recording> recording_;
+    const std::map<std::string, CursorAsset> cursorAssets_;
+    mutable std::mutex stateLock_;
+    std::shared_ptr<const EditState> state_;  // guarded by stateLock_
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,89 @@
+#include "edit/recording.h"
+
+#include <cmath>
+#include <utility>
+
+#include "base/formatted.h"
+#include "base/recorder_error.h"
+#include "edit/cursor_engine.h"
+#include "model/recording_folder.h"
+
+namespace lumivastor {
+
+namespace {
+
+// No decoder gives larger pictures.
+constexpr std::int64_t kMaxPixels = 65535;
+// Thirty years of seconds, a billion pixels, fractions of a million pictures: far outside of anything real, and still
+// so small that sums, differences and products of a few of them stay exact enough for the engines.
+constexpr double kMaxTime = 1e9;
+constexpr double kMaxPosition = 1e9;
+constexpr double kMaxFraction = 1e6;
+
+bool within(double value, double limit) {
+    return std::abs(value) <= limit;
+}
+
+void checkCapture(const CaptureInfo& info) {
+    if (info.pixelWidth < 1 || info.pixelHeight < 1) throw RecorderError("Die Aufnahme enthält kein Bild.");
+    if (info.pixelWidth > kMaxPixels || info.pixelHeight > kMaxPixels) {
+        throw RecorderError(formatted("Die Bildgröße der Aufnahme ist unzulässig: %lld×%lld.",
+                                      static_cast<long long>(info.pixelWidth),
+                                      static_cast<long long>(info.pixelHeight)));
+    }
+    if (!(info.duration <= CursorEngine::kMaxDuration)) {
+        throw RecorderError(formatted("Die Aufnahme ist mit %.0f s länger, als bearbeitet werden kann (%.0f s).",
+                                      info.duration, CursorEngine::kMaxDuration));
+    }
+    if (!within(info.webcamOffset.value_or(0), kMaxTime)) {
+        throw RecorderError("Die Zeitangabe der Webcam liegt außerhalb jeder Aufnahme.");
+    }
+}
+
+void checkTrack(const PointerTrack& track) {
+    for (const PointerSample& event : track.events) {
+        if (!within(event.t, kMaxTime)) {
+            throw RecorderError("Ein Mausereignis hat eine Zeit, die in keiner Aufnahme vorkommen kann.");
+        }
+        if (!within(event.px, kMaxPosition) || !within(event.py, kMaxPosition)) {
+            throw RecorderError("Ein Mausereignis liegt weit außerhalb jedes Bildschirms.");
+        }
+    }
+}
+
+}  // namespace
+
+Recording::Recording(std::filesystem::path recordingFolder, CaptureInfo captureInfo, PointerTrack pointerTrack)
+    : folder(std::move(recordingFolder)), info(std::move(captureInfo)), track(std::move(pointerTrack)) {
+    checkCapture(info);
+    checkTrack(track);
+    for (const PointerSample& event : track.events) {
+        if (event.kind == PointerKind::down) presses.push_back(event);
+    }
+    if (info.webcamFile) webcamFile = fileInside(folder, *info.webcamFile).value_or(std::filesystem::path());
+}
+
+Recording Recording::load(const std::filesystem::path& folder) {
+    CaptureInfo info = CaptureInfo::load(folder);
+    PointerTrack track = PointerTrack::load(folder);
+    return {folder, std::move(info), std::move(track)};
+}
+
+void checkZooms(const ProjectSettings& settings) {
+    if (!settings.zooms) return;
+    for (const ZoomSpec& zoom : *settings.zooms) {
+        if (zoom.focus.empty()) {
+            throw RecorderError(formatted("Der Zoom bei %.2f s hat keinen Zielpunkt.", zoom.start));
+        }
+        bool plausible = within(zoom.start, kMaxTime) && within(zoom.end, kMaxTime) && within(zoom.scale, kMaxFraction);
+        for (const FocusKey& key : zoom.focus) {
+            plausible =
+                plausible && within(key.t, kMaxTime) && within(key.x, kMaxFraction) && within(key.y, kMaxFraction);
+        }
+        if (!plausible) {
+            throw RecorderError("Ein Zoom hat Werte, die in keiner Aufnahme vorkommen können.");
+        }
+    }
+}
+
+}  // namespace lumivastor

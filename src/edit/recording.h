@@ -1,0 +1,40 @@
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "model/capture_info.h"
+#include "model/pointer_track.h"
+#include "model/project_settings.h"
+
+namespace lumivastor {
+
+/// What the documents of one recording folder say, read once and never changed, with what every edit needs of it
+/// drawn out beforehand.
+struct Recording {
+    std::filesystem::path folder;
+    CaptureInfo info;
+    PointerTrack track;
+    /// The presses of `track.events`, in order: an edit then never walks a million moves.
+    std::vector<PointerSample> presses;
+    /// The webcam movie that the capture document names, when the folder has it; empty otherwise.
+    std::filesystem::path webcamFile;
+
+    bool hasWebcam() const { return !webcamFile.empty(); }
+    /// Seconds from the screen movie's time zero to the webcam movie's; 0 when the document gives none.
+    double webcamOffset() const { return info.webcamOffset.value_or(0); }
+
+    /// Reads a folder's capture and pointer documents. Throws `RecorderError` when one cannot be read or holds values
+    /// that nothing can be built from: a picture without area, a length that no cursor path can hold, positions and
+    /// times far outside of any screen and any recording.
+    static Recording load(const std::filesystem::path& folder);
+
+    /// The same from documents that are there already; `folder` may be any, for example none.
+    Recording(std::filesystem::path folder, CaptureInfo info, PointerTrack track);
+};
+
+/// Throws `RecorderError` when the zooms of a project document cannot be turned into a camera path: one without a
+/// focus key, or with times, positions or scales that are no such thing.
+void checkZooms(const ProjectSettings& settings);
+
+}  // namespace lumivastor

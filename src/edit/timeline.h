@@ -1,0 +1,42 @@
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "model/project_settings.h"
+
+// Which source time survives the edit, and how a time of the edited video maps to it. All times in seconds.
+//
+//   source   |---trimmed---|#######|--cut--|####|--cut--|##########|---trimmed---|
+//   output                 |#######|####|##########|
+
+namespace lumivastor {
+
+/// The range of source time that trimming keeps, before any cuts.
+struct TrimRange {
+    double start = 0, end = 0;
+
+    bool operator==(const TrimRange&) const = default;
+};
+
+/// A stretch of source time that is in the video; `start` < `end`.
+struct KeptSegment {
+    double start = 0, end = 0;
+
+    bool operator==(const KeptSegment&) const = default;
+};
+
+/// The trimming in force on a recording of `duration` seconds. At least half a second before the end stays, whatever
+/// the settings say (all of it where the recording is shorter).
+TrimRange effectiveTrim(const ProjectSettings& settings, double duration);
+
+/// What cuts leave of the trimmed range, in time order, disjoint. Pieces of 0.001 s or less are dropped.
+std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<CutRange> cuts);
+
+/// Length of the edited video.
+double outputDuration(std::span<const KeptSegment> segments);
+
+/// The source time shown at output time `t`. Past the end the last segment's end; `t` itself without segments.
+double sourceTime(std::span<const KeptSegment> segments, double t);
+
+}  // namespace lumivastor
