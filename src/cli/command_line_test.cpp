@@ -1,0 +1,204 @@
+#include "cli/command_line.h"
+
+#include <gtest/gtest.h>
+#include <simdjson.h>
+
+#include <cmath>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/arguments.h"
+#include "edit/composition.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Outcome run(const std::vector<std::string>& words) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = runCommandLine(words, out, err);
+    return {status, out.str(), err.str()};
+}
+
+class InspectVerb : public testing::Test {
+  protected:
+    InspectVerb() {
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = 1920;
+        info.pixelHeight = 1080;
+        info.duration = 12.5;
+        info.sourceKind = "display";
+        info.save(folder_.path());
+        PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}},
+                        {5, 480, 270, 0.25, 0.25, PointerKind::down, PointerButton::left, {}, {}},
+                        {12, 480, 270, 0.25, 0.25, PointerKind::move, {}, {}, {}}};
+        track.cursorChanges = {{0, "c0"}, {6, "c1"}};
+        track.save(folder_.path());
+        ProjectSettings settings;
+        settings.cuts = {{4, 12.5}};
+        settings.smoothing = 0;
+        settings.save(folder_.path());
+    }
+
+    std::string folder() const { return folder_.path().string(); }
+
+    TemporaryFolder folder_;
+};
+
+class Json {
+  public:
+    explicit Json(const std::string& text) : element_(parser_.parse(text)) {}
+
+    double number(const char* pointer) { return element_.at_pointer(pointer).get_double(); }
+    std::string text(const char* pointer) {
+        return std::string(std::string_view(element_.at_pointer(pointer).get_string()));
+    }
+    std::size_t count(const char* pointer) {
+        return simdjson::dom::array(element_.at_pointer(pointer).get_array()).size();
+    }
+    bool has(const char* pointer) { return element_.at_pointer(pointer).error() == simdjson::SUCCESS; }
+
+  private:
+    simdjson::dom::parser parser_;
+    simdjson::dom::element element_;
+};
+
+TEST_F(InspectVerb, PrintsOneDocumentWithEverythingDerived) {
+    const Outcome outcome = run({"inspect", folder(), "--json", "--at", "5.15,-1,7", "--output-at=1,9"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    Json json(outcome.out);
+    EXPECT_EQ(json.number("/capture/duration"), 12.5);
+    EXPECT_EQ(json.text("/capture/sourceKind"), "display");
+    EXPECT_EQ(json.number("/settings/padding"), 0.055);
+    EXPECT_FALSE(json.has("/settings/zooms"));
+    EXPECT_EQ(json.number("/effectiveStart"), 0);
+    EXPECT_EQ(json.number("/effectiveEnd"), 12.5);
+    EXPECT_EQ(json.count("/keptSegments"), 1u);
+    EXPECT_EQ(json.number("/keptSegments/0/end"), 4);
+    EXPECT_EQ(json.number("/outputDuration"), 4);
+    EXPECT_NEAR(json.number("/zoomSpecs/0/start"), 4.45, 1e-12);
+    EXPECT_NEAR(json.number("/zoomSpecs/0/focus/0/t"), 5.15, 1e-12);
+    EXPECT_EQ(json.number("/zoomSpecs/0/focus/0/x"), 0.25);
+    EXPECT_NEAR(json.number("/zoomEvents/0/start"), 4.45, 1e-12);
+    EXPECT_EQ(json.number("/zoomEvents/0/end"), 7);
+    EXPECT_EQ(json.count("/scaleKeys"), 5u);
+    EXPECT_EQ(json.number("/scaleKeys/2/x"), 1.6);
+    EXPECT_EQ(json.number("/scaleKeys/2/y"), 0);
+    EXPECT_EQ(json.number("/focusKeys/0/x"), 960);
+    EXPECT_EQ(json.number("/layout/canvasWidth"), 2560);
+    EXPECT_EQ(json.number("/layout/pixelBlock"), 14);
+    EXPECT_EQ(json.number("/layout/cropRect/width"), 1920);
+    EXPECT_EQ(json.count("/layout/maskRects"), 0u);
+    EXPECT_EQ(json.number("/layout/bubbleRect/width"), 0);
+    EXPECT_EQ(json.number("/clicks/0/px"), 480);
+    EXPECT_EQ(json.count("/samples"), 3u);
+    EXPECT_EQ(json.number("/samples/0/camera/scale"), 1.6);
+    EXPECT_EQ(json.number("/samples/0/cursor/x"), 480);
+    EXPECT_EQ(json.text("/samples/0/cursorID"), "c0");
+    EXPECT_EQ(json.text("/samples/1/cursorID"), "c0");
+    EXPECT_EQ(json.text("/samples/2/cursorID"), "c1");
+    EXPECT_EQ(json.number("/outputTimes/0/source"), 1);
+    EXPECT_EQ(json.number("/outputTimes/1/source"), 4);
+}
+
+TEST_F(InspectVerb, LeavesOutCursorAndShapeWhereThereAreNone) {
+    PointerTrack().save(folder_.path());
+    Json json(run({"inspect", folder(), "--json", "--at", "1"}).out);
+    EXPECT_TRUE(json.has("/samples/0/camera"));
+    EXPECT_FALSE(json.has("/samples/0/cursor"));
+    EXPECT_FALSE(json.has("/samples/0/cursorID"));
+}
+
+TEST_F(InspectVerb, TakesTheCanvasSize) {
+    Json json(run({"inspect", "--canvas", "1280x720", folder(), "--json"}).out);
+    EXPECT_EQ(json.number("/layout/canvasWidth"), 1280);
+    EXPECT_EQ(json.number("/layout/canvasHeight"), 720);
+}
+
+TEST_F(InspectVerb, ReportsInGerman) {
+    const Outcome outcome = run({"inspect", folder(), "--at", "5.15", "--output-at", "1"});
+    EXPECT_EQ(outcome.status, 0);
+    for (const char* expected : {"Bildschirm, 1920×1080 Pixel", "Behaltene Abschnitte", "Zooms (Automatik)",
+                                 "Zoomverlauf", "Stichproben", "0:05.150  Vergrößerung 1.600", "0:01.000 → 0:01.000"}) {
+        EXPECT_NE(outcome.out.find(expected), std::string::npos) << expected << "\n" << outcome.out;
+    }
+}
+
+TEST_F(InspectVerb, AFailedJobEndsWithItsMessageAndStatusOne) {
+    folder_.write("capture.json", "{}");
+    const std::string message = "„capture.json“ konnte nicht gelesen werden: Feld „version“ fehlt.";
+    const Outcome plain = run({"inspect", folder()});
+    EXPECT_EQ(plain.status, 1);
+    EXPECT_EQ(plain.out, "");
+    EXPECT_EQ(plain.err, message + "\n");
+    const Outcome withJson = run({"inspect", folder(), "--json"});
+    EXPECT_EQ(withJson.status, 1);
+    EXPECT_EQ(withJson.err, message + "\n");
+    EXPECT_EQ(Json(withJson.out).text("/error"), message);
+}
+
+TEST_F(InspectVerb, AZoomWithoutFocusIsAFailedJobNotACrash) {
+    folder_.write("project.json", R"({"zooms": [{"start": 1, "end": 2, "scale": 2, "focus": []}]})");
+    const Outcome outcome = run({"inspect", folder(), "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(Json(outcome.out).text("/error"), "Der Zoom bei 1.00 s hat keinen Zielpunkt.");
+}
+
+TEST_F(InspectVerb, WrongUsageIsStatusTwo) {
+    for (const auto& words : std::vector<std::vector<std::string>>{
+             {},
+             {"inspcet"},
+             {"inspect"},
+             {"inspect", folder(), "second"},
+             {"inspect", folder(), "--jsno"},
+             {"inspect", folder(), "--json=1"},
+             {"inspect", folder(), "--at"},
+             {"inspect", folder(), "--at", "1,,2"},
+             {"inspect", folder(), "--at", "1;2"},
+             {"inspect", folder(), "--at", "nan"},
+             {"inspect", folder(), "--canvas", "0x10"},
+             {"inspect", folder(), "--canvas", "10"},
+             {"inspect", folder(), "--canvas", "10x10x10"},
+             {"inspect", folder(), "--canvas", "99999x10"},
+             {"--fast"},
+         }) {
+        const Outcome outcome = run(words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err, "");
+    }
+}
+
+TEST_F(InspectVerb, HelpAndVersionAreAnswersNotErrors) {
+    EXPECT_EQ(run({"--version"}).out, "LumiVastor 0.1.0\n");
+    EXPECT_EQ(run({"--help"}).status, 0);
+    const Outcome help = run({"inspect", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("--output-at"), std::string::npos);
+}
+
+TEST(Arguments, ADoubleDashEndsTheOptions) {
+    const Arguments arguments(std::vector<std::string>{"--", "--json"}, {});
+    EXPECT_EQ(arguments.positional(), std::vector<std::string>{"--json"});
+}
+
+TEST(Arguments, NumbersAreReadExactly) {
+    EXPECT_EQ(parseNumber("0.1"), 0.1);
+    EXPECT_EQ(parseNumber("-1e3"), -1000);
+    for (const char* wrong : {"", "1,5", "1 ", " 1", "0x10", "inf", "1e999"})
+        EXPECT_EQ(parseNumber(wrong), std::nullopt);
+}
+
+}  // namespace
+}  // namespace lumivastor
