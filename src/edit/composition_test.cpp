@@ -105,10 +105,14 @@ TEST_F(CompositionTest, ACanvasRectangleIsFoundInTheSourceUnderTheZoomOfItsTime)
     const auto state = composition.state();
     const auto camera = state->zoomEngine->camera(6);
     ASSERT_NEAR(camera.scale, 1.6, 1e-9);
-    const auto found = composition.sourceNormalized({0, 0, 1280, 720}, 6);
+    const StudioLayout& layout = state->layout;
+    const Point click = zoomTransform(layout, camera).apply(canvasPoint(layout, {camera.focusX, camera.focusY}));
+    const auto found = composition.sourceNormalized({click.x - 50, click.y - 20, 100, 40}, 6);
     ASSERT_TRUE(found);
-    EXPECT_NEAR(found->width, 1 / 1.6 * 1280 / state->layout.screenRect.width, 1e-6);
-    EXPECT_NEAR(found->x + found->width / 2, camera.focusX / 1920, 1e-6);
+    EXPECT_NEAR(found->x + found->width / 2, camera.focusX / 1920, 1e-9);
+    EXPECT_NEAR(found->y + found->height / 2, camera.focusY / 1080, 1e-9);
+    EXPECT_NEAR(found->width, 100 / 1.6 / layout.contentScale / 1920, 1e-9);
+    EXPECT_NEAR(found->height, 40 / 1.6 / layout.contentScale / 1080, 1e-9);
     const auto whole = composition.sourceNormalized({0, 0, 1280, 720}, 0);
     ASSERT_TRUE(whole);
     EXPECT_NEAR(whole->width, 1, 1e-9);

@@ -126,6 +126,12 @@ TEST(EditState, AZoomWithoutFocusOrWithImpossibleValuesIsAnError) {
     }
 }
 
+TEST(EditState, AnImpossibleScaleOfProposedZoomsIsAnError) {
+    ProjectSettings settings;
+    settings.zoomScale = 1e300;
+    EXPECT_THROW(deriveEditState(recordingOf({press(5, 100, 500)}), settings, kCanvas), RecorderError);
+}
+
 TEST(EditState, APreviousStateChangesNothingInTheResult) {
     const Recording recording = recordingOf({event(0, 0, 0), press(5, 100, 500), event(9, 800, 300)});
     ProjectSettings settings;

@@ -70,6 +70,7 @@ Recording Recording::load(const std::filesystem::path& folder) {
 }
 
 void checkZooms(const ProjectSettings& settings) {
+    if (!within(settings.zoomScale, kMaxFraction)) throw RecorderError("Die Vergrößerung der Zooms ist unzulässig.");
     if (!settings.zooms) return;
     for (const ZoomSpec& zoom : *settings.zooms) {
         if (zoom.focus.empty()) {

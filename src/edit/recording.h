@@ -34,7 +34,7 @@ struct Recording {
 };
 
 /// Throws `RecorderError` when the zooms of a project document cannot be turned into a camera path: one without a
-/// focus key, or with times, positions or scales that are no such thing.
+/// focus key, or times, positions or scales that are no such thing.
 void checkZooms(const ProjectSettings& settings);
 
 }  // namespace lumivastor
