@@ -47,8 +47,7 @@ CursorEngine::CursorEngine(std::span<const PointerSample> events, double duratio
     if (times_.empty()) return;
     if (smoothing > kLeastSmoothing) {
         const double alpha = kStep / (smoothing * kTimeConstant + kStep);
-        smoothPass(xs_, alpha);
-        smoothPass(ys_, alpha);
+        smoothPass(xs_, ys_, alpha);
     }
     for (const PointerSample& event : events) {
         if (event.kind == PointerKind::down) pullBackTo(event);
@@ -87,18 +86,20 @@ void CursorEngine::resample(std::span<const PointerSample> events, double durati
     }
 }
 
-void CursorEngine::smoothPass(std::span<double> values, double alpha) {
-    if (values.size() < 2) return;
-    double v = values.front();
-    for (double& value : values.subspan(1)) {
-        v += alpha * (value - v);
-        value = v;
-    }
-    v = values.back();
-    for (std::size_t i = values.size() - 1; i-- > 0;) {
-        v += alpha * (values[i] - v);
-        values[i] = v;
-    }
+// Both axes in one go: each value waits for the one before, so two chains side by side take the time of one.
+void CursorEngine::smoothPass(std::span<double> xs, std::span<double> ys, double alpha) {
+    const std::size_t count = xs.size();
+    if (count < 2) return;
+    Point v{xs[0], ys[0]};
+    const auto step = [&](std::size_t i) {
+        v.x += alpha * (xs[i] - v.x);
+        v.y += alpha * (ys[i] - v.y);
+        xs[i] = v.x;
+        ys[i] = v.y;
+    };
+    for (std::size_t i = 1; i < count; ++i) step(i);
+    v = {xs[count - 1], ys[count - 1]};
+    for (std::size_t i = count - 1; i-- > 0;) step(i);
 }
 
 void CursorEngine::pullBackTo(const PointerSample& press) {

@@ -42,7 +42,7 @@ class CursorEngine {
     bool operator==(const CursorEngine&) const = default;
 
   private:
-    static void smoothPass(std::span<double> values, double alpha);
+    static void smoothPass(std::span<double> xs, std::span<double> ys, double alpha);
 
     void resample(std::span<const PointerSample> events, double duration);
     void pullBackTo(const PointerSample& press);
