@@ -5,9 +5,8 @@
 
 namespace lumivastor {
 
-void preconditionFailed(const char* what, std::source_location where) {
-    std::fprintf(stderr, "precondition failed: %s (%s:%u)\n", what, where.file_name(),
-                 static_cast<unsigned>(where.line()));
+void preconditionFailed(const char* what, const char* file, int line) {
+    std::fprintf(stderr, "precondition failed: %s (%s:%d)\n", what, file, line);
     std::abort();
 }
 

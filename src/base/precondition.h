@@ -1,18 +1,16 @@
 #pragma once
 
-#include <source_location>
-
 namespace lumivastor {
+
+[[noreturn]] void preconditionFailed(const char* what, const char* file, int line);
 
 /// Stops the program with a line on standard error when `holds` is false, in every build. For mistakes of our own
 /// code only; whatever comes from a file, a device or the user is checked elsewhere and ends in a `RecorderError`.
-inline void precondition(bool holds, const char* what, std::source_location where = std::source_location::current());
-
-[[noreturn]] void preconditionFailed(const char* what, std::source_location where);
-
-inline void precondition(bool holds, const char* what, std::source_location where) {
+/// The last two arguments are the caller's place (built-ins, because clang 14 lacks std::source_location).
+inline void precondition(bool holds, const char* what, const char* file = __builtin_FILE(),
+                         int line = __builtin_LINE()) {
     if (!holds) [[unlikely]] {
-        preconditionFailed(what, where);
+        preconditionFailed(what, file, line);
     }
 }
 

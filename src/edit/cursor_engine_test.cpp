@@ -54,8 +54,9 @@ struct PlainPath {
             for (int j = -42; j <= 42; ++j) {
                 if (k + j < 0 || k + j >= count) continue;
                 const double w = (std::cos(std::numbers::pi * j / 42) + 1) / 2;
-                xs[static_cast<std::size_t>(k + j)] += dx * w;
-                ys[static_cast<std::size_t>(k + j)] += dy * w;
+                const auto i = static_cast<std::size_t>(k) + static_cast<std::size_t>(j);  // wraps back for j < 0
+                xs[i] += dx * w;
+                ys[i] += dy * w;
             }
         }
     }

@@ -19,9 +19,12 @@ namespace lumivastor::Log {
 
 namespace {
 
+// Called once, under the lock of a static's initialization.
 std::filesystem::path homeFolder() {
+    // NOLINTBEGIN(concurrency-mt-unsafe): nobody changes the environment or the user data base while we run
     if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
     if (const passwd* user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
+    // NOLINTEND(concurrency-mt-unsafe)
     return "/";
 }
 
