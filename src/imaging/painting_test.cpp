@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "imaging/painter.h"
 #include "imaging/picture.h"
 #include "imaging/reference_painter.h"
 
@@ -355,8 +356,20 @@ TEST_P(Painting, KnownColoursHaveTheirKnownSamples) {
     EXPECT_NEAR(blue.redDifference[0], 118, 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Reference, Painting,
-                         testing::Values(PainterUnderTest{"reference", paintReference, paintReference}),
+template <int Threads>
+void paintFast(const Picture& picture, Buffer& destination) {
+    Painter(Threads).paint(picture, destination);
+}
+
+template <int Threads>
+void paintFast(const Picture& picture, const YuvDestination& destination) {
+    Painter(Threads).paint(picture, destination);
+}
+
+INSTANTIATE_TEST_SUITE_P(Painters, Painting,
+                         testing::Values(PainterUnderTest{"reference", paintReference, paintReference},
+                                         PainterUnderTest{"fast", paintFast<1>, paintFast<1>},
+                                         PainterUnderTest{"fastThreaded", paintFast<3>, paintFast<3>}),
                          [](const auto& painter) { return painter.param.name; });
 
 }  // namespace

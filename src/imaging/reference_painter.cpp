@@ -26,6 +26,11 @@ Colour operator+(const Colour& a, const Colour& b) {
     return {a.red + b.red, a.green + b.green, a.blue + b.blue, a.alpha + b.alpha};
 }
 
+Colour limited(const Colour& colour) {
+    const auto limit = [](double value) { return std::clamp(value, 0.0, 255.0); };
+    return {limit(colour.red), limit(colour.green), limit(colour.blue), limit(colour.alpha)};
+}
+
 constexpr double kEndless = std::numeric_limits<double>::infinity();
 
 struct Interval {
@@ -242,7 +247,8 @@ struct Evaluator {
 
     Colour operator()(const FadeNode& node) const { return evaluate(node.input, view) * node.alpha; }
 
-    // The mean of the input's own pixels in one square.
+    // The mean of the input's own pixels in one square, each as it can be shown: noise beyond black and white does not
+    // count.
     static Colour average(const PixellateNode& node, long squareColumn, long squareRow) {
         const double left = node.center.x + static_cast<double>(squareColumn) * node.scale;
         const double bottom = node.center.y + static_cast<double>(squareRow) * node.scale;
@@ -254,7 +260,8 @@ struct Evaluator {
                 pixel.x.position = x + 0.5;
                 pixel.y.position = y + 0.5;
                 const double partX = sharedLength(x, x + 1, left, left + node.scale);
-                sum = sum + evaluate(node.input, pixel) * (partX * partY);
+                const Colour shown = limited(evaluate(node.input, pixel));
+                sum = sum + shown * (partX * partY);
             }
         }
         return sum * (1 / (node.scale * node.scale));
