@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/formatted.h"
 #include "imaging/painter.h"
 #include "imaging/picture.h"
 #include "imaging/prepared_layers.h"
@@ -242,11 +243,10 @@ void registerAll() {
         benchmark::RegisterBenchmark(name.c_str(), work)->Unit(benchmark::kMillisecond);
     };
     for (const Canvas canvas : kCanvases) {
-        const std::string size = "/" + std::to_string(canvas.width);
+        const std::string size = formatted("/%d", canvas.width);
         for (const auto& frame : kFrames) {
             for (const double zoom : {1.0, 1.6}) {
-                const std::string name =
-                    std::string(frame.name) + size + "/camera:" + std::to_string(static_cast<int>(zoom * 100));
+                const std::string name = formatted("%s/%d/camera:%d", frame.name, canvas.width, int(zoom * 100));
                 const unsigned layers = frame.layers;
                 add("planar/" + name, [=](benchmark::State& state) { paintPlanar(state, canvas, layers, zoom); });
                 if (layers != kAll) continue;
