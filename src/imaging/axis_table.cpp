@@ -15,7 +15,8 @@ void storeWeights(AxisTable& table, int sample, const double* weights, double su
                        static_cast<std::size_t>(sample % 16);
     for (int tap = 0; tap < table.taps; ++tap) {
         exact += weights[tap] / sum * kKernelWeightOne;
-        const int upTo = static_cast<int>(std::lround(exact));
+        // Rounded to nearest; the sums never leave -4...5 times one.
+        const int upTo = static_cast<int>(exact + 131072.5) - 131072;
         to[static_cast<std::ptrdiff_t>(tap) * 16] = static_cast<std::int16_t>(upTo - stored);
         stored = upTo;
     }

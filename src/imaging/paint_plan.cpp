@@ -102,7 +102,7 @@ PlacedAxis placed(const AxisSteps& steps, const Interval& extent, int count, dou
         axis.lows[at] = std::max(position - before, last.low);
         axis.highs[at] = std::min(position + after, last.high);
         // A part that no 8-bit sample can show counts as nothing, or as everything.
-        levels[at] = static_cast<std::int16_t>(std::lround(part * kFullLevel));
+        levels[at] = static_cast<std::int16_t>(part * kFullLevel + 0.5);
         if (levels[at] == 0) continue;
         span = {std::min(span.begin, i), i + 1};
         if (levels[at] == kFullLevel) {
@@ -178,18 +178,66 @@ struct Planner {
     }
 
     void add(std::vector<PlanItem>& items, const BufferNode& node, View view) const {
+        view.y.turnOver(grid.height, node.buffer->height());
+        // Layers as large as the canvas that lie on it as they are, background, mattes and borders, are converted once.
+        const bool isWhole = channels != GridChannels::bgra && isUntouched(view.x, grid.width, node.buffer->width()) &&
+                             isUntouched(view.y, grid.height, node.buffer->height());
+        PlanItem item;
+        if (isWhole) {
+            item = convertedItem(services.converted(node.buffer, [&] {
+                std::vector<PlanItem> alone;
+                alone.push_back(bufferItem(node, view));
+                hide(alone);
+                return PaintPlan{grid, channels, std::move(alone)};
+            }));
+        } else {
+            item = bufferItem(node, view);
+        }
+        if (!item.runs.empty()) items.push_back(std::move(item));
+    }
+
+    // Whether a source fills the whole destination, pixel for pixel.
+    bool isUntouched(const AxisSteps& steps, double gridLength, int count) const {
+        return steps.clamps.empty() && steps.scale == grid.scale && steps.translate == 0 &&
+               count * grid.scale == gridLength && steps.visible.low <= 0 && steps.visible.high >= gridLength &&
+               steps.readable.low <= 0 && steps.readable.high >= count;
+    }
+
+    // The layer as it is; without runs when nothing of it shows.
+    PlanItem bufferItem(const BufferNode& node, const View& view) const {
         const auto& buffer = *node.buffer;
-        view.y.turnOver(grid.height, buffer.height());
         PlanItem item;
         item.planes = services.sources.planesOf(node.buffer);
         const PlacedAxis x = placed(view.x, view.x.toGrid(0, buffer.width()), grid.columns, grid.offsetX, grid.width);
         const PlacedAxis y = placed(view.y, view.y.toGrid(0, buffer.height()), grid.rows, grid.offsetY, grid.height);
-        if (!place(item, x, y)) return;
+        if (!place(item, x, y)) return item;
         const AxisTable* columns = kernelTable(item, view.x, x, buffer.width());
         const AxisTable* rows = kernelTable(item, view.y, y, buffer.height());
         addBufferPlanes(item, columns, rows);
         updateRuns(item);
-        items.push_back(std::move(item));
+        return item;
+    }
+
+    PlanItem convertedItem(std::shared_ptr<const SourcePlanes> planes) const {
+        PlanItem item;
+        item.isConverted = true;
+        item.planes = std::move(planes);
+        const auto axis = [&](AxisCoverage& coverage, int count) {
+            coverage.span = coverage.full = {0, count};
+            coverage.levels.assign(static_cast<std::size_t>(count), kFullLevel);
+            std::vector<double> positions(static_cast<std::size_t>(count));
+            for (int i = 0; i < count; ++i) positions[static_cast<std::size_t>(i)] = i;
+            return keep(item, makeKernelTable(positions, coverage.span, 1, {0, count - 1}, count));
+        };
+        const AxisTable* columns = axis(item.across, grid.columns);
+        const AxisTable* rows = axis(item.down, grid.rows);
+        addBufferPlanes(item, columns, rows);
+        if (!item.planes->black) {
+            item.colours.resize(channels == GridChannels::luma ? 1 : 2);
+            for (PlanPlane& plane : item.colours) plane.zero = channels == GridChannels::luma ? 0 : 128;
+        }
+        updateRuns(item);
+        return item;
     }
 
     void add(std::vector<PlanItem>& items, const YuvNode& node, View view) const {

@@ -36,8 +36,10 @@ struct AxisCoverage {
 };
 
 struct PlanItem {
-    // A layer: its planes are luma and both colour differences (`isYuv`), or blue, green and red; or no colours at all.
+    // A layer: its planes are luma and both colour differences (`isYuv`), or blue, green and red, or the channels of
+    // this grid as they are stored (`isConverted`); or no colours at all.
     bool isYuv = false;
+    bool isConverted = false;
     YuvEncoding encoding;
     std::vector<PlanPlane> colours;
     std::optional<PlanPlane> alpha;
@@ -64,9 +66,15 @@ struct PaintPlan {
     std::vector<PlanItem> items;
 };
 
-/// What planning needs from its painter. `paint` paints a picture of the given size into a new buffer.
+/// What planning needs from its painter.
 struct PlanServices {
     SourcePlanesCache& sources;
+    /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.
+    /// `plan` makes the plan that paints the buffer alone.
+    std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
+                                                      const std::function<PaintPlan()>& plan)>
+        converted;
+    /// Paints a picture of the given size into a new buffer.
     std::function<std::shared_ptr<const BgraPremultipliedBuffer>(const Picture&, int width, int height)> paint;
 };
 

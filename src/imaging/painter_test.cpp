@@ -163,7 +163,7 @@ int worst(const Buffer& a, const Buffer& b) {
 
 TEST(Painter, RandomRecipesAgreeWithTheReference) {
     Painter painter(1);
-    for (unsigned seed = 0; seed < 250; ++seed) {
+    for (unsigned seed = 0; seed < 150; ++seed) {
         RandomRecipes recipes(seed);
         const Picture picture = recipes.picture(recipes.between(1, 4));
         const int width = recipes.between(1, 50);

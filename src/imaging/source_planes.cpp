@@ -53,12 +53,17 @@ SourcePlanes makeSourcePlanes(const BgraPremultipliedBuffer& buffer) {
         splitBgra(buffer.row(y), planes.blue.data() + at, planes.green.data() + at, planes.red.data() + at,
                   planes.alpha.data() + at, planes.width);
     }
-    const auto all = [&](const std::vector<std::uint8_t>& plane, std::uint8_t value) {
-        return isAll(plane, planes.stride, planes.width, planes.height, value);
+    const auto isZero = [&](const std::vector<std::uint8_t>& plane) {
+        return isAll(plane, planes.stride, planes.width, planes.height, 0);
     };
-    planes.opaque = all(planes.alpha, 255);
-    planes.black = all(planes.blue, 0) && all(planes.green, 0) && all(planes.red, 0);
+    planes.black = isZero(planes.blue) && isZero(planes.green) && isZero(planes.red);
     if (planes.black) planes.blue = planes.green = planes.red = {};
+    describeAlpha(planes);
+    return planes;
+}
+
+void describeAlpha(SourcePlanes& planes) {
+    planes.opaque = isAll(planes.alpha, planes.stride, planes.width, planes.height, 255);
     if (planes.opaque) {
         planes.alpha = {};
     } else {
@@ -67,7 +72,6 @@ SourcePlanes makeSourcePlanes(const BgraPremultipliedBuffer& buffer) {
             planes.runs.push_back(runsOf(planes.alpha.data() + y * planes.stride, planes.width));
         }
     }
-    return planes;
 }
 
 std::shared_ptr<const SourcePlanes> SourcePlanesCache::planesOf(

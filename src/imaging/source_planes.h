@@ -33,6 +33,9 @@ struct SourcePlanes {
 
 SourcePlanes makeSourcePlanes(const BgraPremultipliedBuffer& buffer);
 
+/// Finds out, for planes whose alpha is filled in, whether and where they are opaque.
+void describeAlpha(SourcePlanes& planes);
+
 /// The planes of the buffers that were asked for lately and still exist. One thread at a time.
 class SourcePlanesCache {
   public:

@@ -49,7 +49,8 @@ void TilePainter::prepareCanvas(Canvas& canvas, int channels, bool hasAlpha, con
     }
 }
 
-TilePainter::Canvas& TilePainter::paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding) {
+TilePainter::Canvas& TilePainter::paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding,
+                                        bool withAlpha) {
     plan_ = &plan;
     encoding_ = encoding;
     Canvas& canvas = depth(0).canvas;
@@ -58,10 +59,10 @@ TilePainter::Canvas& TilePainter::paint(const PaintPlan& plan, const Tile& tile,
             prepareCanvas(canvas, 3, true, tile);
             break;
         case GridChannels::luma:
-            prepareCanvas(canvas, 1, false, tile);
+            prepareCanvas(canvas, 1, withAlpha, tile);
             break;
         case GridChannels::colourDifferences:
-            prepareCanvas(canvas, 2, false, tile);
+            prepareCanvas(canvas, 2, withAlpha, tile);
             break;
     }
     paintItems(plan.items, tile, 1, canvas, true);
@@ -108,7 +109,7 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
         const int at = part.begin - tile.left;
         std::int16_t* factors = own.rows[0].data();
         std::fill(factors, factors + count, static_cast<std::int16_t>(item.fade));
-        maskLevels(item, tile, y, part, level + 1, factors);
+        maskLevels(item, y, part, level + 1, factors);
         std::int16_t* alpha = own.canvas.alphaRow(row) + at;
         for (int channel = 0; channel <= canvas.channels; ++channel) {
             multiplyLevels(own.canvas.row(channel, row) + at, factors, count);
@@ -239,21 +240,21 @@ int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_
 }
 
 // factors *= the masks' alpha.
-void TilePainter::maskLevels(const PlanItem& item, const Tile& tile, int row, const Part& columns, std::size_t level,
+void TilePainter::maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level,
                              std::int16_t* factors) {
     const int count = columns.end - columns.begin;
     for (const auto& mask : item.masks) {
         // One row of the mask as a stack of its own; masks are alpha alone, so one channel of colour is too many
         // already.
         Depth& own = depth(level);
-        const Tile strip{tile.left, tile.right, row, row + 1};
+        const Tile strip{columns.begin, columns.end, row, row + 1};
         prepareCanvas(own.canvas,
                       plan_->channels == GridChannels::bgra   ? 3
                       : plan_->channels == GridChannels::luma ? 1
                                                               : 2,
                       true, strip);
         paintItems(mask, strip, level + 1, own.canvas, false);
-        multiplyLevels(factors, own.canvas.alphaRow(0) + (columns.begin - tile.left), count);
+        multiplyLevels(factors, own.canvas.alphaRow(0), count);
     }
 }
 
@@ -279,6 +280,7 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
 
     Depth& own = depth(level);
     const bool sameEncoding = item.isYuv && item.encoding == encoding_ && plan_->channels != GridChannels::bgra;
+    const bool isDirect = sameEncoding || item.isConverted;
     std::size_t firstColour = 0;
     std::size_t colourCount = item.colours.size();
     if (sameEncoding && plan_->channels == GridChannels::luma) colourCount = 1;
@@ -301,7 +303,7 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
             std::fill(alpha.begin(), alpha.begin() + count, std::int16_t{kFullLevel});
         }
         for (std::size_t i = firstColour; i < colourCount; ++i) levelsOf(own.planes[i], y, part, own.rows[i].data());
-        if (sameEncoding) {
+        if (isDirect && colourCount > 0) {
             for (std::size_t i = firstColour; i < colourCount; ++i) colours[i - firstColour] = own.rows[i].data();
         } else if (colourCount > 0) {
             if (!item.isYuv) {
@@ -329,7 +331,7 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
         const int down = item.down.levels[static_cast<std::size_t>(y - item.down.span.begin)];
         const int scale = static_cast<int>(std::lround(static_cast<double>(down) * item.fade / kFullLevel));
         if (scale < kFullLevel) scaleLevels(factors.data(), scale, count);
-        maskLevels(item, tile, y, part, level + 1, factors.data());
+        maskLevels(item, y, part, level + 1, factors.data());
         multiplyLevels(alpha.data(), factors.data(), count);
         for (int channel = 0; channel < canvas.channels; ++channel) {
             if (colours[channel] != nullptr) multiplyLevels(colours[channel], factors.data(), count);

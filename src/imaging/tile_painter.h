@@ -38,7 +38,8 @@ class TilePainter {
     };
 
     /// The tile's levels, valid until the next call. `encoding`: of the destination, for luma and colour differences.
-    Canvas& paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding);
+    /// `withAlpha`: on transparent ground, also where the destination has no alpha.
+    Canvas& paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding, bool withAlpha = false);
 
   private:
     // Rows of one plane, filtered along their columns for a part of a tile.
@@ -71,8 +72,7 @@ class TilePainter {
                      const Part& rows);
     void levelsOf(const FilteredPlane& filtered, int row, const Part& columns, std::int16_t* levels);
     int convert(const PlanItem& item, Depth& at, int count, std::int16_t** colours);
-    void maskLevels(const PlanItem& item, const Tile& tile, int row, const Part& columns, std::size_t level,
-                    std::int16_t* factors);
+    void maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level, std::int16_t* factors);
 
     const PaintPlan* plan_ = nullptr;
     YuvEncoding encoding_;
