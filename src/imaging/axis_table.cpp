@@ -125,6 +125,25 @@ AxisTable makeKernelTable(std::span<const double> positions, AxisSpan span, doub
     return table;
 }
 
+std::shared_ptr<const AxisTable> AxisTableCache::kernelTable(std::span<const double> positions, AxisSpan span,
+                                                             double scale, SampleRange readable, int count) {
+    for (Entry& entry : entries_) {
+        if (entry.span == span && entry.scale == scale && entry.readable == readable && entry.count == count &&
+            std::equal(entry.positions.begin(), entry.positions.end(), positions.begin(), positions.end())) {
+            entry.lastUse = frame_;
+            return entry.table;
+        }
+    }
+    auto table = std::make_shared<const AxisTable>(makeKernelTable(positions, span, scale, readable, count));
+    entries_.push_back({{positions.begin(), positions.end()}, span, scale, readable, count, table, frame_});
+    return table;
+}
+
+void AxisTableCache::tidy() {
+    ++frame_;
+    std::erase_if(entries_, [&](const Entry& entry) { return entry.lastUse + 2 < frame_; });
+}
+
 AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> highs, AxisSpan span, int count) {
     int taps = 1;
     const auto firstOf = [&](int i) {

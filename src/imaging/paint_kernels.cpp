@@ -119,6 +119,8 @@ void filterRow(const AxisTable& table, int begin, int end, const std::uint8_t* s
     if (table.taps > kMaxQuickTaps) return filterMany(table, begin, end, source, filtered);
     if (table.parts == 1 && table.taps == 4) return filterBlocks<1, 4>(table, begin, end, source, filtered);
     if (table.parts == 1) return filterBlocks<1, 0>(table, begin, end, source, filtered);
+    if (table.parts == 2 && table.taps == 5) return filterBlocks<2, 5>(table, begin, end, source, filtered);
+    if (table.parts == 2 && table.taps == 6) return filterBlocks<2, 6>(table, begin, end, source, filtered);
     if (table.parts == 2) return filterBlocks<2, 0>(table, begin, end, source, filtered);
     if (table.parts == 4) return filterBlocks<4, 0>(table, begin, end, source, filtered);
     filterBlocks<0, 0>(table, begin, end, source, filtered);
@@ -148,6 +150,7 @@ void combineRows(const std::int16_t* const* rows, const std::int16_t* weights, i
     }
     if (taps == 1) return combine<1>(rows, weights, taps, count, levels);
     if (taps == 4) return combine<4>(rows, weights, taps, count, levels);
+    if (taps == 5) return combine<5>(rows, weights, taps, count, levels);
     combine<0>(rows, weights, taps, count, levels);
 }
 

@@ -227,7 +227,7 @@ struct Planner {
             coverage.levels.assign(static_cast<std::size_t>(count), kFullLevel);
             std::vector<double> positions(static_cast<std::size_t>(count));
             for (int i = 0; i < count; ++i) positions[static_cast<std::size_t>(i)] = i;
-            return keep(item, makeKernelTable(positions, coverage.span, 1, {0, count - 1}, count));
+            return keep(item, services.tables.kernelTable(positions, coverage.span, 1, {0, count - 1}, count));
         };
         const AxisTable* columns = axis(item.across, grid.columns);
         const AxisTable* rows = axis(item.down, grid.rows);
@@ -285,16 +285,17 @@ struct Planner {
         return item.across.span.begin < item.across.span.end && item.down.span.begin < item.down.span.end;
     }
 
-    static const AxisTable* keep(PlanItem& item, AxisTable table) {
-        item.tables.push_back(std::make_unique<const AxisTable>(std::move(table)));
+    static const AxisTable* keep(PlanItem& item, std::shared_ptr<const AxisTable> table) {
+        item.tables.push_back(std::move(table));
         return item.tables.back().get();
     }
 
     const AxisTable* kernelTable(PlanItem& item, const AxisSteps& steps, const PlacedAxis& axis, int count) const {
         std::vector<double> positions = axis.positions;
         for (double& position : positions) position = (position - steps.translate) / steps.scale - 0.5;
-        return keep(item, makeKernelTable(positions, axis.coverage.span, steps.scale,
-                                          samplesTouching(steps.readable.low, steps.readable.high, count), count));
+        return keep(
+            item, services.tables.kernelTable(positions, axis.coverage.span, steps.scale,
+                                              samplesTouching(steps.readable.low, steps.readable.high, count), count));
     }
 
     // For colour differences, whose first sample sits at `site` luma samples from the edge.
@@ -304,8 +305,8 @@ struct Planner {
         for (double& position : positions) position = ((position - steps.translate) / steps.scale - site) / 2;
         SampleRange readable = samplesTouching(steps.readable.low, steps.readable.high, lumaCount);
         readable = {readable.first / 2, readable.last / 2};
-        return keep(item,
-                    makeKernelTable(positions, axis.coverage.span, steps.scale * 2, readable, (lumaCount + 1) / 2));
+        return keep(item, services.tables.kernelTable(positions, axis.coverage.span, steps.scale * 2, readable,
+                                                      (lumaCount + 1) / 2));
     }
 
     static void addBufferPlanes(PlanItem& item, const AxisTable* columns, const AxisTable* rows) {
@@ -318,7 +319,12 @@ struct Planner {
     }
 
     void updateRuns(PlanItem& item) const;
-    RowRuns layerRuns(const PlanItem& item, int row) const;
+    // What rows of a source last became, for the next row, which usually has the same.
+    struct RunsMemo {
+        RowRuns source{-1, -1, -1, -1};
+        RowRuns columns;
+    };
+    RowRuns layerRuns(const PlanItem& item, int row, RunsMemo& memo) const;
     void hide(std::vector<PlanItem>& items) const;
 };
 
@@ -343,7 +349,7 @@ RowRuns stackRuns(const std::vector<PlanItem>& items, int row) {
     return all;
 }
 
-RowRuns Planner::layerRuns(const PlanItem& item, int row) const {
+RowRuns Planner::layerRuns(const PlanItem& item, int row, RunsMemo& memo) const {
     if (row < item.down.span.begin || row >= item.down.span.end) return {};
     RowRuns runs{item.across.span.begin, item.across.span.end, 0, 0};
     if (row >= item.down.full.begin && row < item.down.full.end) {
@@ -365,23 +371,25 @@ RowRuns Planner::layerRuns(const PlanItem& item, int row) const {
         source.opaqueBegin = std::max(source.opaqueBegin, some.opaqueBegin);
         source.opaqueEnd = std::min(source.opaqueEnd, some.opaqueEnd);
     }
-    const AxisTable& columns = *item.alpha->columns;
-    const int* begin = columns.first.data() + item.across.span.begin;
-    const int* end = columns.first.data() + item.across.span.end;
-    const auto columnOf = [&](int first) {
-        return static_cast<int>(std::lower_bound(begin, end, first) - columns.first.data());
-    };
-    runs.hullBegin = std::max(runs.hullBegin, columnOf(source.hullBegin - columns.taps + 1));
-    runs.hullEnd = std::min(runs.hullEnd, columnOf(source.hullEnd));
-    runs.opaqueBegin = std::max(runs.opaqueBegin, columnOf(source.opaqueBegin));
-    runs.opaqueEnd = std::min(runs.opaqueEnd, columnOf(source.opaqueEnd - columns.taps + 1));
-    return runs;
+    if (memo.source != source) {
+        const AxisTable& columns = *item.alpha->columns;
+        const int* begin = columns.first.data() + item.across.span.begin;
+        const int* end = columns.first.data() + item.across.span.end;
+        const auto columnOf = [&](int first) {
+            return static_cast<int>(std::lower_bound(begin, end, first) - columns.first.data());
+        };
+        memo.source = source;
+        memo.columns = {columnOf(source.hullBegin - columns.taps + 1), columnOf(source.hullEnd),
+                        columnOf(source.opaqueBegin), columnOf(source.opaqueEnd - columns.taps + 1)};
+    }
+    return sharedRuns(runs, memo.columns);
 }
 
 void Planner::updateRuns(PlanItem& item) const {
     item.runs.resize(static_cast<std::size_t>(grid.rows));
+    RunsMemo memo;
     for (int row = 0; row < grid.rows; ++row) {
-        RowRuns runs = item.children.empty() ? layerRuns(item, row) : stackRuns(item.children, row);
+        RowRuns runs = item.children.empty() ? layerRuns(item, row, memo) : stackRuns(item.children, row);
         for (const auto& mask : item.masks) runs = sharedRuns(runs, stackRuns(mask, row));
         if (item.fade < kFullLevel || runs.opaqueBegin >= runs.opaqueEnd) runs.opaqueBegin = runs.opaqueEnd = 0;
         if (runs.hullBegin >= runs.hullEnd) runs = {};
@@ -468,7 +476,7 @@ void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const
         std::vector<double> highs = axis.highs;
         for (double& low : lows) low = (low - translate) / scale;
         for (double& high : highs) high = (high - translate) / scale;
-        return keep(item, makeAreaTable(lows, highs, axis.coverage.span, count));
+        return keep(item, std::make_shared<const AxisTable>(makeAreaTable(lows, highs, axis.coverage.span, count)));
     };
     const double leftOnGrid = (node.center.x + left * node.scale) * across.scale + across.translate;
     const double topOnGrid = grid.height - ((node.center.y + top * node.scale) * up.scale + up.translate);

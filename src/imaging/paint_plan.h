@@ -57,7 +57,7 @@ struct PlanItem {
     // What the pointers above point into.
     std::shared_ptr<const SourcePlanes> planes;
     YuvPicture yuv;
-    std::vector<std::unique_ptr<const AxisTable>> tables;
+    std::vector<std::shared_ptr<const AxisTable>> tables;
 };
 
 struct PaintPlan {
@@ -69,6 +69,7 @@ struct PaintPlan {
 /// What planning needs from its painter.
 struct PlanServices {
     SourcePlanesCache& sources;
+    AxisTableCache& tables;
     /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.
     /// `plan` makes the plan that paints the buffer alone.
     std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,

@@ -16,6 +16,7 @@ struct Painter::State {
     BandWorkers workers;
     std::vector<TilePainter> tilePainters;  // one for each thread
     SourcePlanesCache sources;
+    AxisTableCache tables;
 
     // A buffer's samples as a grid of some destination wants them.
     struct Converted {
@@ -62,6 +63,7 @@ void Painter::State::tidy() {
         return layer.buffer.expired() || layer.lastUse + kKeptFrames < frame;
     });
     sources.tidy();
+    tables.tidy();
 }
 
 PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
@@ -84,7 +86,7 @@ PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, G
         converted.push_back({buffer, grid, channels, encoding, planes, frame});
         return planes;
     };
-    return makePaintPlan(picture, grid, channels, {sources, convertedOnce, paint});
+    return makePaintPlan(picture, grid, channels, {sources, tables, convertedOnce, paint});
 }
 
 SourcePlanes Painter::State::convert(const PaintPlan& alone, const YuvEncoding& encoding) {

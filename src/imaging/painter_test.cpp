@@ -222,8 +222,8 @@ TEST(Painter, WholeFramesAgreeWithTheReference) {
     Painter painter(2);
     for (const double zoom : {1.0, 1.37, 2.6}) {
         RandomRecipes recipes(7);
-        constexpr int kWidth = 303;
-        constexpr int kHeight = 171;
+        constexpr int kWidth = 163;
+        constexpr int kHeight = 91;
         const Picture frame = studioFrame(recipes, kWidth, kHeight, zoom);
         Buffer fast(kWidth, kHeight);
         Buffer reference(kWidth, kHeight);

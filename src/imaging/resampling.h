@@ -101,6 +101,8 @@ struct YuvCoefficients {
 struct SampleRange {
     int first = 0;
     int last = 0;
+
+    bool operator==(const SampleRange&) const = default;
 };
 
 /// The samples of `count` that touch the interval from `low` to `high` (source coordinates); at least one, the nearest.

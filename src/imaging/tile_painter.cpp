@@ -297,9 +297,18 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
         const int at = part.begin - tile.left;
         std::int16_t* colours[3] = {nullptr, nullptr, nullptr};
         std::array<std::int16_t, Canvas::kStride> alpha;
+        // Opaque rows that end with the tile, or with a whole vector, are made where they belong.
+        const bool inPlace = isDirect && isOpaque && colourCount > 0 && (part.end == tile.right || count % 16 == 0);
+        if (inPlace) {
+            for (std::size_t i = firstColour; i < colourCount; ++i) {
+                levelsOf(own.planes[i], y, part, canvas.row(static_cast<int>(i - firstColour), row) + at);
+            }
+            if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
+            return;
+        }
         if (item.alpha && !isOpaque) {
             levelsOf(own.planes[3], y, part, alpha.data());
-        } else {
+        } else if (!isOpaque || !isDirect) {
             std::fill(alpha.begin(), alpha.begin() + count, std::int16_t{kFullLevel});
         }
         for (std::size_t i = firstColour; i < colourCount; ++i) levelsOf(own.planes[i], y, part, own.rows[i].data());

@@ -17,7 +17,7 @@ struct Tile {
     int height() const { return bottom - top; }
 };
 
-inline constexpr int kTileWidth = 256;
+inline constexpr int kTileWidth = 512;
 inline constexpr int kTileHeight = 64;
 
 /// Paints the tiles of a plan into levels. Owns the memory that this takes and keeps it from tile to tile; one for each
