@@ -23,23 +23,30 @@ void fillBackgroundRow(const BackgroundRow& row, std::uint8_t* pixels, int width
     const auto perReach = hn::Set(floats, -row.highlightAlpha / row.highlightReach);
     const auto white = hn::Set(floats, 255.0F);
     const auto squareY = hn::Set(floats, row.highlightY * row.highlightY);
+    const auto start = hn::Set(floats, row.gradientStart);
+    const auto step = hn::Set(floats, row.gradientStep);
+    const auto middle = hn::Set(floats, row.highlightX);
+    const auto blue = hn::Set(floats, row.light[0]);
+    const auto green = hn::Set(floats, row.light[1]);
+    const auto red = hn::Set(floats, row.light[2]);
+    const auto blueChange = hn::Set(floats, row.change[0]);
+    const auto greenChange = hn::Set(floats, row.change[1]);
+    const auto redChange = hn::Set(floats, row.change[2]);
+    const auto opaque = hn::Set(ints, static_cast<std::int32_t>(0xff000000U));
     for (int x = 0; x < width; x += lanes) {
         const auto position = hn::ConvertTo(floats, hn::Iota(ints, x));
-        const auto gradient =
-            hn::Add(hn::Mul(position, hn::Set(floats, row.gradientStep)), hn::Set(floats, row.gradientStart));
-        const auto across = hn::Sub(position, hn::Set(floats, row.highlightX));
+        const auto gradient = hn::Add(hn::Mul(position, step), start);
+        const auto across = hn::Sub(position, middle);
         const auto distance = hn::Sqrt(hn::Add(hn::Mul(across, across), squareY));
         const auto highlight = hn::Max(hn::Add(hn::Mul(distance, perReach), alpha), zero);
-        auto packed = hn::Set(ints, static_cast<std::int32_t>(0xff000000U));
-        const auto put = [&](int channel) HWY_ATTR {
-            const auto tone =
-                hn::Add(hn::Mul(gradient, hn::Set(floats, row.change[channel])), hn::Set(floats, row.light[channel]));
+        const auto shown = [&](auto light, auto change) HWY_ATTR {
+            const auto tone = hn::Add(hn::Mul(gradient, change), light);
             return hn::NearestInt(hn::Add(tone, hn::Mul(hn::Sub(white, tone), highlight)));
         };
-        packed = hn::Or(packed, put(0));
-        packed = hn::Or(packed, hn::ShiftLeft<8>(put(1)));
-        packed = hn::Or(packed, hn::ShiftLeft<16>(put(2)));
-        hn::StoreU(packed, ints, reinterpret_cast<std::int32_t*>(pixels + static_cast<std::ptrdiff_t>(x) * 4));
+        const auto low = hn::Or(shown(blue, blueChange), hn::ShiftLeft<8>(shown(green, greenChange)));
+        const auto high = hn::Or(opaque, hn::ShiftLeft<16>(shown(red, redChange)));
+        hn::StoreU(hn::Or(low, high), ints,
+                   reinterpret_cast<std::int32_t*>(pixels + static_cast<std::ptrdiff_t>(x) * 4));
     }
 }
 

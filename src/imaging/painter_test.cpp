@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "imaging/prepared_layers.h"
 #include "imaging/reference_painter.h"
+#include "support/golden_picture.h"
 
 // The fast painter against the reference, and against itself with other numbers of threads.
 
@@ -240,6 +243,41 @@ TEST(Painter, WholeFramesAgreeWithTheReference) {
         EXPECT_LE(worst(fastSamples.blueDifference, referenceSamples.blueDifference), kTolerance) << zoom;
         EXPECT_LE(worst(fastSamples.redDifference, referenceSamples.redDifference), kTolerance) << zoom;
     }
+}
+
+TEST(Painter, GoldenFrames) {
+    for (const int percent : {100, 160}) {
+        RandomRecipes recipes(21);
+        Buffer painted(192, 108);
+        Painter(1).paint(studioFrame(recipes, 192, 108, percent / 100.0), painted);
+        const std::string name = "frame_" + std::to_string(percent) + ".png";
+        expectGolden(painted, std::filesystem::path(LUMI_IMAGING_TESTDATA) / name);
+    }
+}
+
+TEST(Painter, LayersThatCameFromTheCacheLookTheSame) {
+    RandomRecipes recipes(5);
+    const Picture frame = studioFrame(recipes, 130, 70, 1);
+    Painter painter(1);
+    YuvSamples first;
+    YuvSamples again;
+    first.prepare(130, 70);
+    again.prepare(130, 70);
+    painter.paint(frame, first.destination(130, 70, {}));
+    for (int i = 0; i < 5; ++i) painter.paint(frame, again.destination(130, 70, {}));
+    EXPECT_EQ(first.luma, again.luma);
+    EXPECT_EQ(first.blueDifference, again.blueDifference);
+    EXPECT_EQ(first.redDifference, again.redDifference);
+    // Another encoding and another size must not get what was converted for these.
+    YuvSamples full;
+    YuvSamples reference;
+    full.prepare(130, 70);
+    reference.prepare(130, 70);
+    const YuvEncoding encoding{YuvMatrix::bt601, YuvRange::full};
+    painter.paint(frame, full.destination(130, 70, encoding));
+    paintReference(frame, reference.destination(130, 70, encoding));
+    EXPECT_LE(worst(full.luma, reference.luma), kTolerance);
+    EXPECT_LE(worst(full.redDifference, reference.redDifference), kTolerance);
 }
 
 TEST(Painter, EveryNumberOfThreadsPaintsTheSamePixels) {
