@@ -1,0 +1,42 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace lumivastor {
+
+/// A few threads that share out the numbers from 0 to n - 1 among them, whoever is free taking the next.
+class BandWorkers {
+  public:
+    /// `threads` counts the caller's own; at least 1.
+    explicit BandWorkers(int threads);
+    ~BandWorkers();
+    BandWorkers(const BandWorkers&) = delete;
+    BandWorkers& operator=(const BandWorkers&) = delete;
+
+    int threads() const { return static_cast<int>(workers_.size()) + 1; }
+
+    /// Calls `work(band, thread)` once for each band, on the caller's thread (number 0) and the workers', and returns
+    /// when all are done. `work` must not throw. One caller at a time, and not from inside `work`.
+    void run(int bands, const std::function<void(int band, int thread)>& work);
+
+  private:
+    void serve(int thread);
+
+    std::mutex lock_;
+    std::condition_variable wake_;
+    std::condition_variable done_;
+    const std::function<void(int, int)>* work_ = nullptr;  // guarded by lock_
+    int bands_ = 0;                                        // guarded by lock_
+    unsigned round_ = 0;                                   // guarded by lock_
+    int busy_ = 0;                                         // guarded by lock_
+    bool ending_ = false;                                  // guarded by lock_
+    std::atomic<int> next_{0};
+    std::vector<std::thread> workers_;  // last: they use everything above
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// The inner loops of the painter, compiled for several instruction sets and chosen at run time. All arithmetic is on
+// 16-bit integers, so that every machine paints the same pixels.
+//
+// Levels: samples between reading and storing, 255 is 8160 (5 bits of fraction), premultiplied, luma without its offset
+// and colour differences around 0. Filtered rows, half-way through a resampling, have 6 bits of fraction. Rows of
+// levels may be read and written up to the next multiple of 32 elements past their end unless a function says
+// otherwise.
+
+namespace lumivastor {
+
+inline constexpr int kFullLevel = 255 * 32;
+inline constexpr int kKernelWeightOne = 1 << 14;
+
+/// Which source samples every sample of an axis is made of. `count` destination samples in blocks of 16; a sample's
+/// taps lie side by side from `first` on.
+struct AxisTable {
+    int count = 0;
+    int taps = 0;
+    bool contiguous = false;       // one tap of weight 1 each, side by side: a copy (see widenRow)
+    std::vector<int> first;        // per sample
+    std::vector<int16_t> weights;  // per block, tap and sample of the block; their sum is kKernelWeightOne
+
+    // For each block: how its 16 samples are picked from runs of 16 bytes.
+    int parts = 0;                   // runs per block
+    std::vector<int> partStart;      // per block and part: where its run starts for tap 0
+    std::vector<uint8_t> partPicks;  // per block and part: for each sample the byte of the run, or 128 for none
+
+    int16_t weight(int sample, int tap) const {
+        return weights[(static_cast<std::size_t>(sample / 16) * static_cast<std::size_t>(taps) +
+                        static_cast<std::size_t>(tap)) *
+                           16 +
+                       static_cast<std::size_t>(sample % 16)];
+    }
+};
+
+/// More taps than this are summed in 32 bits, sample by sample: the rounding of each product would add up.
+inline constexpr int kMaxQuickTaps = 24;
+
+/// Filters samples `begin`...`end` (multiples of 16) of an axis from the row `source`, which must be readable for 16
+/// bytes past the last tap, into `filtered` (its first element is sample `begin`).
+void filterRow(const AxisTable& table, int begin, int end, const std::uint8_t* source, std::int16_t* filtered);
+
+/// The same for a contiguous table: `count` bytes taken over as they are. Reads up to 16 bytes past them.
+void widenRow(const std::uint8_t* source, int count, std::int16_t* filtered);
+
+/// Levels as the weighted sum of filtered rows.
+void combineRows(const std::int16_t* const* rows, const std::int16_t* weights, int taps, int count,
+                 std::int16_t* levels);
+
+/// Adds `amount` to every level.
+void addToLevels(std::int16_t* levels, int amount, int count);
+
+/// Limits alpha to what is possible, and colours to their alpha.
+void limitPremultiplied(std::int16_t* blue, std::int16_t* green, std::int16_t* red, std::int16_t* alpha, int count);
+
+/// result = (a * ka + b * kb + c * kc) * 2^shift, the factors in units of 1/32768. `result` may be one of the inputs.
+struct MixFactors {
+    std::int16_t a = 0, b = 0, c = 0;
+    bool timesFour = false;
+};
+void mixLevels(const MixFactors& factors, const std::int16_t* a, const std::int16_t* b, const std::int16_t* c,
+               int count, std::int16_t* result);
+
+/// levels *= factors / kFullLevel.
+void multiplyLevels(std::int16_t* levels, const std::int16_t* factors, int count);
+void scaleLevels(std::int16_t* levels, int factor, int count);
+
+/// destination = source + destination * (1 - alpha). Writes `count` elements exactly; a null source is black.
+void blendLevels(std::int16_t* destination, const std::int16_t* source, const std::int16_t* alpha, int count);
+
+/// Copies `count` elements exactly.
+void copyLevels(std::int16_t* destination, const std::int16_t* source, int count);
+
+/// Stores levels plus `offset` (of 255) as bytes, exactly `count`.
+void storePlane(const std::int16_t* levels, int offset, std::uint8_t* bytes, int count);
+void storeBgra(const std::int16_t* blue, const std::int16_t* green, const std::int16_t* red, const std::int16_t* alpha,
+               std::uint8_t* pixels, int count);
+
+/// Splits `count` pixels into their channels.
+void splitBgra(const std::uint8_t* pixels, std::uint8_t* blue, std::uint8_t* green, std::uint8_t* red,
+               std::uint8_t* alpha, int count);
+
+}  // namespace lumivastor

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "imaging/axis_table.h"
+#include "imaging/picture.h"
+#include "imaging/resampling.h"
+#include "imaging/source_planes.h"
+
+// A recipe turned into what a painter does for one grid of samples: layers from the bottom up, each with tables that
+// say where its samples come from and, for every row, where it shows and where it hides what lies below.
+
+namespace lumivastor {
+
+/// The channels that a grid of samples is painted in.
+enum class GridChannels { bgra, luma, colourDifferences };
+
+/// One plane of a source with its tables for this grid.
+struct PlanPlane {
+    const std::uint8_t* samples = nullptr;
+    std::ptrdiff_t stride = 0;
+    int width = 0;  // readable bytes in a row
+    const AxisTable* columns = nullptr;
+    const AxisTable* rows = nullptr;
+    int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for colour differences
+};
+
+/// How much of every sample of an axis lies inside a layer.
+struct AxisCoverage {
+    AxisSpan span;                     // where it is more than nothing
+    AxisSpan full;                     // where it is everything
+    std::vector<std::int16_t> levels;  // for the span
+};
+
+struct PlanItem {
+    // A layer: its planes are luma and both colour differences (`isYuv`), or blue, green and red, or the channels of
+    // this grid as they are stored (`isConverted`); or no colours at all.
+    bool isYuv = false;
+    bool isConverted = false;
+    YuvEncoding encoding;
+    std::vector<PlanPlane> colours;
+    std::optional<PlanPlane> alpha;
+    AxisCoverage across, down;
+    // Or a stack of items that is painted first and then masked as a whole.
+    std::vector<PlanItem> children;
+
+    int fade = kFullLevel;
+    std::vector<std::vector<PlanItem>> masks;
+
+    // For every row of the grid.
+    std::vector<RowRuns> runs;
+    std::vector<AxisSpan> hidden;  // by items above
+
+    // What the pointers above point into.
+    std::shared_ptr<const SourcePlanes> planes;
+    YuvPicture yuv;
+    std::vector<std::shared_ptr<const AxisTable>> tables;
+};
+
+struct PaintPlan {
+    SampleGrid grid;
+    GridChannels channels = GridChannels::bgra;
+    std::vector<PlanItem> items;
+};
+
+/// What planning needs from its painter.
+struct PlanServices {
+    SourcePlanesCache& sources;
+    AxisTableCache& tables;
+    /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.
+    /// `plan` makes the plan that paints the buffer alone.
+    std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
+                                                      const std::function<PaintPlan()>& plan)>
+        converted;
+    /// Paints a picture of the given size into a new buffer.
+    std::function<std::shared_ptr<const BgraPremultipliedBuffer>(const Picture&, int width, int height)> paint;
+};
+
+PaintPlan makePaintPlan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
+                        const PlanServices& services);
+
+}  // namespace lumivastor

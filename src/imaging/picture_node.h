@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <variant>
+
+#include "imaging/picture.h"
+
+// What a recipe consists of, for painters.
+
+namespace lumivastor {
+
+struct EmptyNode {
+    bool operator==(const EmptyNode&) const = default;
+};
+struct BufferNode {
+    std::shared_ptr<const BgraPremultipliedBuffer> buffer;
+    bool operator==(const BufferNode&) const = default;
+};
+struct YuvNode {
+    YuvPicture picture;
+    bool operator==(const YuvNode& other) const;
+};
+struct TransformNode {
+    Picture input;
+    AffineTransform transform;
+    bool operator==(const TransformNode&) const = default;
+};
+struct CropNode {
+    Picture input;
+    Rect rect;
+    bool operator==(const CropNode&) const = default;
+};
+struct OverNode {
+    Picture front;
+    Picture back;
+    bool operator==(const OverNode&) const = default;
+};
+struct ClampNode {
+    Picture input;
+    bool operator==(const ClampNode&) const = default;
+};
+struct PixellateNode {
+    Picture input;
+    double scale;
+    Point center;
+    bool operator==(const PixellateNode&) const = default;
+};
+struct MaskNode {
+    Picture input;
+    Picture mask;
+    bool operator==(const MaskNode&) const = default;
+};
+struct FadeNode {
+    Picture input;
+    double alpha;
+    bool operator==(const FadeNode&) const = default;
+};
+
+struct PictureNode {
+    std::variant<EmptyNode, BufferNode, YuvNode, TransformNode, CropNode, OverNode, ClampNode, PixellateNode, MaskNode,
+                 FadeNode>
+        step;
+    Rect extent;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "base/geometry.h"
+#include "imaging/pixel_buffer.h"
+
+// The layers of a frame that depend on the project's settings alone, drawn once per edit and only placed and stacked
+// afterwards. Rectangles are in canvas pixels with the origin at the bottom-left; the buffers' first row is the top one
+// as always. Pure functions: any thread, no errors.
+
+namespace lumivastor {
+
+/// sRGB-encoded, each 0...1.
+struct RgbColour {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+
+    bool operator==(const RgbColour&) const = default;
+};
+
+/// A soft shadow as drawing programs describe it. The blurring is a true Gaussian whose standard deviation is half of
+/// `blur`, which is what drawing systems mean by that number.
+struct ShadowStyle {
+    double alpha = 0;  // of black
+    double blur = 0;   // pixels, at least 0
+    double offsetX = 0;
+    double offsetY = 0;  // positive is up
+
+    bool operator==(const ShadowStyle&) const = default;
+};
+
+/// Below the screen picture.
+inline constexpr ShadowStyle kScreenShadow{0.55, 70, 0, -24};
+/// Below the webcam bubble.
+inline constexpr ShadowStyle kBubbleShadow{0.45, 34, 0, -10};
+
+/// The studio background, opaque: a linear gradient from `tone` x 1.45 at the top-left corner to `tone` x 0.55 at the
+/// bottom-right one, each channel limited to 1, and over it a radial highlight of white from alpha 0.08 at
+/// (0.5 width, 0.55 height) to nothing at a distance of 0.6 x width.
+BgraPremultipliedBuffer makeBackground(int width, int height, const RgbColour& tone);
+
+/// Opaque white inside the rounded rectangle, transparent outside.
+BgraPremultipliedBuffer makeRoundedMatte(int width, int height, const Rect& rect, double cornerRadius);
+
+/// The shadow of the rounded rectangle without the rectangle itself.
+BgraPremultipliedBuffer makeRoundedShadow(int width, int height, const Rect& rect, double cornerRadius,
+                                          const ShadowStyle& style);
+
+/// Opaque white inside the ellipse that touches the rectangle's sides, transparent outside.
+BgraPremultipliedBuffer makeEllipseMatte(int width, int height, const Rect& rect);
+
+/// What surrounds the webcam's ellipse: its shadow, outside of the ellipse only, and a rim of white at alpha 0.85 just
+/// inside its edge, max(1.2 % of the rectangle's width, 2.5) wide.
+BgraPremultipliedBuffer makeBubbleBorder(int width, int height, const Rect& rect,
+                                         const ShadowStyle& style = kBubbleShadow);
+
+/// How a mouse click's ring looks before it is scaled.
+struct RingStyle {
+    int size = 256;         // of the square picture
+    double inset = 12;      // from the picture's edges to the line's middle
+    double lineWidth = 18;  // pixels
+    RgbColour colour{1, 0.42, 0.1};
+};
+
+BgraPremultipliedBuffer makeRing(const RingStyle& style = {});
+
+/// Makes prepared layers and remembers the last of each sort, so that an edit that changes one setting draws only the
+/// layers which depend on it. Any thread; concurrent callers wait for each other only while storing.
+class PreparedLayers {
+  public:
+    using Layer = std::shared_ptr<const BgraPremultipliedBuffer>;
+
+    Layer background(int width, int height, const RgbColour& tone);
+    Layer roundedMatte(int width, int height, const Rect& rect, double cornerRadius);
+    Layer roundedShadow(int width, int height, const Rect& rect, double cornerRadius,
+                        const ShadowStyle& style = kScreenShadow);
+    Layer ring();
+    Layer ellipseMatte(int width, int height, const Rect& rect);
+    Layer bubbleBorder(int width, int height, const Rect& rect);
+
+  private:
+    // Everything that any of the layers depends on.
+    struct Inputs {
+        int width = 0;
+        int height = 0;
+        Rect rect{};
+        double cornerRadius = 0;
+        RgbColour tone{};
+        ShadowStyle style{};
+
+        bool operator==(const Inputs&) const = default;
+    };
+    struct Slot {
+        std::optional<Inputs> inputs;
+        Layer layer;
+    };
+
+    template <typename Make>
+    Layer reuseOrMake(Slot& slot, const Inputs& inputs, const Make& make);
+
+    std::mutex lock_;
+    Slot background_, matte_, shadow_, ring_, bubbleMatte_, bubbleBorder_;  // guarded by lock_
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,331 @@
+#include "imaging/reference_painter.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <variant>
+#include <vector>
+
+#include "imaging/picture_node.h"
+#include "imaging/resampling.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Premultiplied, 255 is full; may lie outside 0...255 until it is stored.
+struct Colour {
+    double red = 0, green = 0, blue = 0, alpha = 0;
+};
+
+Colour operator*(const Colour& colour, double factor) {
+    return {colour.red * factor, colour.green * factor, colour.blue * factor, colour.alpha * factor};
+}
+
+Colour operator+(const Colour& a, const Colour& b) {
+    return {a.red + b.red, a.green + b.green, a.blue + b.blue, a.alpha + b.alpha};
+}
+
+Colour limited(const Colour& colour) {
+    const auto limit = [](double value) { return std::clamp(value, 0.0, 255.0); };
+    return {limit(colour.red), limit(colour.green), limit(colour.blue), limit(colour.alpha)};
+}
+
+constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+struct Interval {
+    double low = -kEndless;
+    double high = kEndless;
+};
+
+Interval shared(const Interval& a, const Interval& b) {
+    return {std::max(a.low, b.low), std::min(a.high, b.high)};
+}
+
+// A position along one axis and how it looks from the step of the recipe that is being evaluated. `position`, `before`,
+// `after` and `visible` are in grid coordinates with the origin at the bottom-left, `readable` in the step's own.
+struct AxisView {
+    double position = 0;
+    double before = 0.5;  // how far the sample's square reaches to either side
+    double after = 0.5;
+    Interval visible;
+    double coverage = 1;  // of the crops above the last clamp
+    Interval readable;
+    double scale = 1;  // from the step's space to the grid
+    double translate = 0;
+
+    double coverageBy(const Interval& interval) const {
+        const Interval seen = shared(visible, interval);
+        const double low = position - before;
+        const double high = position + after;
+        return coverage * sharedLength(low, high, seen.low, seen.high) / (high - low);
+    }
+    double sourcePosition() const { return (position - translate) / scale; }
+    Interval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
+
+    void transform(double stepScale, double stepTranslate) {
+        translate += stepTranslate * scale;
+        scale *= stepScale;
+        readable.low = (readable.low - stepTranslate) / stepScale;
+        readable.high = (readable.high - stepTranslate) / stepScale;
+    }
+    void crop(double low, double high) {
+        visible = shared(visible, toGrid(low, high));
+        readable = {std::clamp(readable.low, low, high), std::clamp(readable.high, low, high)};
+    }
+    void clamp(double low, double high) {
+        coverage = coverageBy({});
+        visible = {};
+        const Interval grid = toGrid(low, high);
+        const double from = grid.low + before;
+        const double to = grid.high - after;
+        position = from < to ? std::clamp(position, from, to) : (from + to) / 2;
+    }
+};
+
+struct View {
+    AxisView x, y;
+};
+
+Colour evaluate(const Picture& picture, const View& view);
+
+// How much each sample of a range counts at a position along one axis; the kernel's parts beyond the range count for
+// its ends. `position` is in units of the samples, the first at 0; `scale` is the grid distance of neighbouring
+// samples.
+std::vector<double> weightsOf(double position, double scale, SampleRange range, int count) {
+    std::vector<double> weights(static_cast<std::size_t>(range.last - range.first + 1));
+    const double wide = kernelWidening(scale, count);
+    double sum = 0;
+    const double from = std::floor(position - kKernelReach * wide);
+    for (double sample = from; sample <= position + kKernelReach * wide; ++sample) {
+        const double weight = kernelAt((sample - position) / wide);
+        const double limited = std::clamp(sample, double(range.first), double(range.last));
+        weights[static_cast<std::size_t>(limited) - static_cast<std::size_t>(range.first)] += weight;
+        sum += weight;
+    }
+    for (double& weight : weights) weight /= sum;
+    return weights;
+}
+
+struct Plane {
+    double x, y;            // the position, in units of the samples
+    double scaleX, scaleY;  // grid distances of neighbouring samples
+    SampleRange columns, rows;
+    int width, height;
+};
+
+template <typename Value, typename At>
+Value resampled(const Plane& plane, const At& at) {
+    const auto across = weightsOf(plane.x, plane.scaleX, plane.columns, plane.width);
+    const auto down = weightsOf(plane.y, plane.scaleY, plane.rows, plane.height);
+    Value sum{};
+    for (int row = plane.rows.first; row <= plane.rows.last; ++row) {
+        const double weightY = down[static_cast<std::size_t>(row - plane.rows.first)];
+        if (weightY == 0) continue;
+        for (int column = plane.columns.first; column <= plane.columns.last; ++column) {
+            const double weightX = across[static_cast<std::size_t>(column - plane.columns.first)];
+            if (weightX != 0) sum = sum + at(column, row) * (weightX * weightY);
+        }
+    }
+    return sum;
+}
+
+struct Evaluator {
+    const View& view;
+
+    Colour operator()(const EmptyNode&) const { return {}; }
+
+    Colour operator()(const BufferNode& node) const {
+        const auto& buffer = *node.buffer;
+        const double coverage =
+            view.x.coverageBy(view.x.toGrid(0, buffer.width())) * view.y.coverageBy(view.y.toGrid(0, buffer.height()));
+        if (coverage == 0) return {};
+        const Plane plane{view.x.sourcePosition() - 0.5,
+                          view.y.sourcePosition() - 0.5,
+                          view.x.scale,
+                          view.y.scale,
+                          samplesTouching(view.x.readable.low, view.x.readable.high, buffer.width()),
+                          samplesTouching(view.y.readable.low, view.y.readable.high, buffer.height()),
+                          buffer.width(),
+                          buffer.height()};
+        Colour colour = resampled<Colour>(plane, [&](int column, int row) {
+            const std::uint8_t* pixel = buffer.pixel(column, buffer.height() - 1 - row);
+            return Colour{double(pixel[2]), double(pixel[1]), double(pixel[0]), double(pixel[3])};
+        });
+        // The kernel overshoots at edges; premultiplied colours stay between nothing and their alpha.
+        colour.alpha = std::clamp(colour.alpha, 0.0, 255.0);
+        colour.red = std::clamp(colour.red, 0.0, colour.alpha);
+        colour.green = std::clamp(colour.green, 0.0, colour.alpha);
+        colour.blue = std::clamp(colour.blue, 0.0, colour.alpha);
+        return colour * coverage;
+    }
+
+    Colour operator()(const YuvNode& node) const {
+        const YuvPicture& source = node.picture;
+        const double coverage =
+            view.x.coverageBy(view.x.toGrid(0, source.width)) * view.y.coverageBy(view.y.toGrid(0, source.height));
+        if (coverage == 0) return {};
+        const SampleRange columns = samplesTouching(view.x.readable.low, view.x.readable.high, source.width);
+        const SampleRange rowsUp = samplesTouching(view.y.readable.low, view.y.readable.high, source.height);
+        // Rows from the top from here on, as the planes hold them: with an odd height the halves differ.
+        const SampleRange rows{source.height - 1 - rowsUp.last, source.height - 1 - rowsUp.first};
+        const double x = view.x.sourcePosition();
+        const double y = source.height - view.y.sourcePosition();
+        const auto sampleOf = [](const YuvPlane& plane) {
+            return [&plane](int column, int row) { return double(plane.samples[row * plane.stride + column]); };
+        };
+        const SampleRange halfColumns{columns.first / 2, columns.last / 2};
+        const SampleRange halfRows{rows.first / 2, rows.last / 2};
+        const YuvCoefficients yuv(source.encoding);
+        const Plane full{x - 0.5, y - 0.5, view.x.scale, view.y.scale, columns, rows, source.width, source.height};
+        const Plane half{(x - 0.5) / 2, (y - 1) / 2, view.x.scale * 2,     view.y.scale * 2,
+                         halfColumns,   halfRows,    source.chromaWidth(), source.chromaHeight()};
+        const double luma = resampled<double>(full, sampleOf(source.luma)) - yuv.lumaOffset;
+        const auto difference = [&](const YuvPlane& plane) { return resampled<double>(half, sampleOf(plane)) - 128; };
+        const double blueDifference = difference(source.blueDifference);
+        const double redDifference = difference(source.redDifference);
+        return Colour{yuv.red(luma, redDifference), yuv.green(luma, blueDifference, redDifference),
+                      yuv.blue(luma, blueDifference), 255} *
+               coverage;
+    }
+
+    Colour operator()(const TransformNode& node) const {
+        View inner = view;
+        inner.x.transform(node.transform.scaleX, node.transform.translateX);
+        inner.y.transform(node.transform.scaleY, node.transform.translateY);
+        return evaluate(node.input, inner);
+    }
+
+    Colour operator()(const CropNode& node) const {
+        View inner = view;
+        inner.x.crop(node.rect.minX(), node.rect.maxX());
+        inner.y.crop(node.rect.minY(), node.rect.maxY());
+        return evaluate(node.input, inner);
+    }
+
+    Colour operator()(const OverNode& node) const {
+        const Colour front = evaluate(node.front, view);
+        return front + evaluate(node.back, view) * (1 - front.alpha / 255);
+    }
+
+    Colour operator()(const ClampNode& node) const {
+        View inner = view;
+        const Rect& extent = node.input.extent();
+        inner.x.clamp(extent.minX(), extent.maxX());
+        inner.y.clamp(extent.minY(), extent.maxY());
+        return evaluate(node.input, inner);
+    }
+
+    Colour operator()(const PixellateNode& node) const {
+        const auto squares = [&](const AxisView& axis, double center) {
+            const double low = (axis.position - axis.before - axis.translate) / axis.scale;
+            const double high = (axis.position + axis.after - axis.translate) / axis.scale;
+            return std::array{static_cast<long>(std::floor((low - center) / node.scale)),
+                              static_cast<long>(std::ceil((high - center) / node.scale))};
+        };
+        const auto part = [&](const AxisView& axis, double center, long square) {
+            const double low = center + static_cast<double>(square) * node.scale;
+            return axis.coverageBy(axis.toGrid(low, low + node.scale));
+        };
+        const auto columns = squares(view.x, node.center.x);
+        const auto rows = squares(view.y, node.center.y);
+        Colour sum;
+        for (long row = rows[0]; row < rows[1]; ++row) {
+            const double partY = part(view.y, node.center.y, row);
+            if (partY == 0) continue;
+            for (long column = columns[0]; column < columns[1]; ++column) {
+                const double partX = part(view.x, node.center.x, column);
+                if (partX > 0) sum = sum + average(node, column, row) * (partX * partY);
+            }
+        }
+        return sum;
+    }
+
+    Colour operator()(const MaskNode& node) const {
+        return evaluate(node.input, view) * (evaluate(node.mask, view).alpha / 255);
+    }
+
+    Colour operator()(const FadeNode& node) const { return evaluate(node.input, view) * node.alpha; }
+
+    // The mean of the input's own pixels in one square, each as it can be shown: noise beyond black and white does not
+    // count.
+    static Colour average(const PixellateNode& node, long squareColumn, long squareRow) {
+        const double left = node.center.x + static_cast<double>(squareColumn) * node.scale;
+        const double bottom = node.center.y + static_cast<double>(squareRow) * node.scale;
+        Colour sum;
+        for (double y = std::floor(bottom); y < bottom + node.scale; ++y) {
+            const double partY = sharedLength(y, y + 1, bottom, bottom + node.scale);
+            for (double x = std::floor(left); x < left + node.scale; ++x) {
+                View pixel;
+                pixel.x.position = x + 0.5;
+                pixel.y.position = y + 0.5;
+                const double partX = sharedLength(x, x + 1, left, left + node.scale);
+                const Colour shown = limited(evaluate(node.input, pixel));
+                sum = sum + shown * (partX * partY);
+            }
+        }
+        return sum * (1 / (node.scale * node.scale));
+    }
+};
+
+Colour evaluate(const Picture& picture, const View& view) {
+    return std::visit(Evaluator{view}, picture.node().step);
+}
+
+Colour evaluateAt(const Picture& picture, const SampleGrid& grid, int column, int row) {
+    View view;
+    const auto place = [](AxisView& axis, double position, double length) {
+        axis.before = position - std::max(position - 0.5, 0.0);
+        axis.after = std::min(position + 0.5, length) - position;
+        axis.position = position;
+    };
+    place(view.x, column + grid.offsetX, grid.width);
+    place(view.y, row + grid.offsetY, grid.height);
+    std::swap(view.y.before, view.y.after);
+    view.y.position = grid.height - view.y.position;
+    view.x.scale = view.y.scale = grid.scale;
+    return evaluate(picture, view);
+}
+
+std::uint8_t stored(double value) {
+    return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
+}
+
+}  // namespace
+
+void paintReference(const Picture& picture, BgraPremultipliedBuffer& destination) {
+    const auto grid = SampleGrid::full(destination.width(), destination.height());
+    for (int y = 0; y < grid.rows; ++y) {
+        for (int x = 0; x < grid.columns; ++x) {
+            const Colour colour = evaluateAt(picture, grid, x, y);
+            std::uint8_t* pixel = destination.pixel(x, y);
+            pixel[0] = stored(colour.blue);
+            pixel[1] = stored(colour.green);
+            pixel[2] = stored(colour.red);
+            pixel[3] = stored(colour.alpha);
+        }
+    }
+}
+
+void paintReference(const Picture& picture, const YuvDestination& destination) {
+    const YuvCoefficients yuv(destination.encoding);
+    const auto full = SampleGrid::full(destination.width, destination.height);
+    for (int y = 0; y < full.rows; ++y) {
+        for (int x = 0; x < full.columns; ++x) {
+            const Colour colour = evaluateAt(picture, full, x, y);
+            destination.luma[y * destination.lumaStride + x] =
+                stored(yuv.luma(colour.red, colour.green, colour.blue) + yuv.lumaOffset);
+        }
+    }
+    const auto half = SampleGrid::colourDifferences(destination.width, destination.height);
+    for (int y = 0; y < half.rows; ++y) {
+        for (int x = 0; x < half.columns; ++x) {
+            const Colour colour = evaluateAt(picture, half, x, y);
+            const auto at = y * destination.chromaStride + x;
+            destination.blueDifference[at] = stored(yuv.blueDifference(colour.red, colour.green, colour.blue) + 128);
+            destination.redDifference[at] = stored(yuv.redDifference(colour.red, colour.green, colour.blue) + 128);
+        }
+    }
+}
+
+}  // namespace lumivastor

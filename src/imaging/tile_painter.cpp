@@ -1,0 +1,368 @@
+#include "imaging/tile_painter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace lumivastor {
+
+namespace {
+
+MixFactors factorsOf(double a, double b, double c) {
+    MixFactors factors;
+    factors.timesFour = std::max({std::abs(a), std::abs(b), std::abs(c)}) > 0.999;  // 1 itself does not fit
+    const double unit = factors.timesFour ? 32768.0 / 4 : 32768.0;
+    factors.a = static_cast<std::int16_t>(std::lround(a * unit));
+    factors.b = static_cast<std::int16_t>(std::lround(b * unit));
+    factors.c = static_cast<std::int16_t>(std::lround(c * unit));
+    return factors;
+}
+
+// What of `span` is not `hidden`: up to two parts.
+template <typename Part, typename Span>
+int visibleParts(const Part& span, const Span& hidden, Part* parts) {
+    if (hidden.end <= hidden.begin || hidden.end <= span.begin || hidden.begin >= span.end) {
+        parts[0] = span;
+        return span.begin < span.end ? 1 : 0;
+    }
+    int count = 0;
+    if (span.begin < hidden.begin) parts[count++] = {span.begin, hidden.begin};
+    if (hidden.end < span.end) parts[count++] = {hidden.end, span.end};
+    return count;
+}
+
+}  // namespace
+
+TilePainter::Depth& TilePainter::depth(std::size_t number) {
+    while (depths_.size() <= number) depths_.push_back(std::make_unique<Depth>());
+    return *depths_[number];
+}
+
+void TilePainter::prepareCanvas(Canvas& canvas, int channels, bool hasAlpha, const Tile& tile) const {
+    canvas.channels = channels;
+    canvas.hasAlpha = hasAlpha;
+    canvas.levels.resize(static_cast<std::size_t>(channels + 1) * kTileHeight * Canvas::kStride);
+    for (int channel = 0; channel < channels + (hasAlpha ? 1 : 0); ++channel) {
+        std::memset(canvas.row(channel, 0), 0,
+                    static_cast<std::size_t>(tile.height()) * Canvas::kStride * sizeof(std::int16_t));
+    }
+}
+
+TilePainter::Canvas& TilePainter::paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding,
+                                        bool withAlpha) {
+    plan_ = &plan;
+    encoding_ = encoding;
+    Canvas& canvas = depth(0).canvas;
+    switch (plan.channels) {
+        case GridChannels::bgra:
+            prepareCanvas(canvas, 3, true, tile);
+            break;
+        case GridChannels::luma:
+            prepareCanvas(canvas, 1, withAlpha, tile);
+            break;
+        case GridChannels::colourDifferences:
+            prepareCanvas(canvas, 2, withAlpha, tile);
+            break;
+    }
+    paintItems(plan.items, tile, 1, canvas, true);
+    return canvas;
+}
+
+void TilePainter::paintItems(const std::vector<PlanItem>& items, const Tile& tile, std::size_t level, Canvas& canvas,
+                             bool mayHide) {
+    for (const PlanItem& item : items) {
+        if (!item.children.empty()) {
+            paintStack(item, tile, level, canvas);
+        } else {
+            paintLayer(item, tile, level, canvas, mayHide && !item.hidden.empty());
+        }
+    }
+}
+
+void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas) {
+    bool shows = false;
+    bool isPlain = item.fade == kFullLevel;
+    for (int y = tile.top; y < tile.bottom; ++y) {
+        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        shows = shows || (runs.hullBegin < tile.right && runs.hullEnd > tile.left && runs.hullBegin < runs.hullEnd);
+        for (const auto& mask : item.masks) {
+            for (const PlanItem& layer : mask) {
+                const RowRuns& maskRuns = layer.runs[static_cast<std::size_t>(y)];
+                isPlain = isPlain && mask.size() == 1 && maskRuns.opaqueBegin <= tile.left &&
+                          maskRuns.opaqueEnd >= tile.right;
+            }
+        }
+    }
+    if (!shows) return;
+    // Where the masks let everything through, the stack's items can be painted like all others.
+    if (isPlain) return paintItems(item.children, tile, level, canvas, true);
+    Depth& own = depth(level);
+    prepareCanvas(own.canvas, canvas.channels, true, tile);
+    paintItems(item.children, tile, level + 1, own.canvas, true);
+    for (int y = tile.top; y < tile.bottom; ++y) {
+        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        const Part part{std::max(runs.hullBegin, tile.left), std::min(runs.hullEnd, tile.right)};
+        if (part.begin >= part.end) continue;
+        const int count = part.end - part.begin;
+        const int row = y - tile.top;
+        const int at = part.begin - tile.left;
+        std::int16_t* factors = own.rows[0].data();
+        std::fill(factors, factors + count, static_cast<std::int16_t>(item.fade));
+        maskLevels(item, y, part, level + 1, factors);
+        std::int16_t* alpha = own.canvas.alphaRow(row) + at;
+        for (int channel = 0; channel <= canvas.channels; ++channel) {
+            multiplyLevels(own.canvas.row(channel, row) + at, factors, count);
+        }
+        if (canvas.hasAlpha) blendLevels(canvas.alphaRow(row) + at, alpha, alpha, count);
+        for (int channel = 0; channel < canvas.channels; ++channel) {
+            blendLevels(canvas.row(channel, row) + at, own.canvas.row(channel, row) + at, alpha, count);
+        }
+    }
+}
+
+void TilePainter::filterPlane(FilteredPlane& to, const PlanPlane& plane, const PlanItem& item, const Part& columns,
+                              const Part& rows) {
+    const AxisTable& across = *plane.columns;
+    const AxisTable& down = *plane.rows;
+    // Copies are taken as they are wanted; filters work in blocks.
+    const AxisSpan span = item.across.span;
+    const int begin = across.contiguous ? std::max(columns.begin, span.begin) : columns.begin / 16 * 16;
+    const int end = across.contiguous ? std::min(columns.end, span.end) : (columns.end + 15) / 16 * 16;
+    to.plane = &plane;
+    to.firstColumn = begin;
+    to.firstRow = down.first[static_cast<std::size_t>(rows.begin)];
+    const int lastRow = down.first[static_cast<std::size_t>(rows.end - 1)] + down.taps;
+    to.stride = (end - begin + 63) / 32 * 32;
+    const std::size_t size = static_cast<std::size_t>(lastRow - to.firstRow) * static_cast<std::size_t>(to.stride);
+    if (to.samples.size() < size + 32) to.samples.resize(size + 32);
+
+    // The kernels read whole runs of bytes: near the end of the row they get a copy with room behind it.
+    int from = 0;
+    int last = 0;
+    if (across.contiguous) {
+        from = across.first[static_cast<std::size_t>(span.begin)] + begin - span.begin;
+        last = from + end - begin;
+    } else {
+        const auto sampleAt = [&](int i) {
+            return across.first[static_cast<std::size_t>(std::clamp(i, span.begin, span.end - 1))];
+        };
+        from = sampleAt(begin);
+        last = sampleAt(end - 1) + across.taps;
+    }
+    const bool needsCopy = last + 32 > plane.width;
+    if (needsCopy && rowCopy_.size() < static_cast<std::size_t>(last - from) + 64) {
+        rowCopy_.resize(static_cast<std::size_t>(last - from) + 64);
+    }
+    for (int row = to.firstRow; row < lastRow; ++row) {
+        const std::uint8_t* source = plane.samples + row * plane.stride;
+        if (needsCopy) {
+            std::memcpy(rowCopy_.data(), source + from, static_cast<std::size_t>(std::min(last, plane.width) - from));
+            source = rowCopy_.data() - from;
+        }
+        std::int16_t* filtered = to.samples.data() + (row - to.firstRow) * to.stride;
+        if (across.contiguous) {
+            widenRow(source + from, end - begin, filtered);
+        } else {
+            filterRow(across, begin, end, source, filtered);
+        }
+    }
+}
+
+void TilePainter::levelsOf(const FilteredPlane& filtered, int row, const Part& columns, std::int16_t* levels) {
+    const AxisTable& down = *filtered.plane->rows;
+    const auto taps = static_cast<std::size_t>(down.taps);
+    if (rowPointers_.size() < taps) {
+        rowPointers_.resize(taps);
+        rowWeights_.resize(taps);
+    }
+    const int first = down.first[static_cast<std::size_t>(row)] - filtered.firstRow;
+    for (int tap = 0; tap < down.taps; ++tap) {
+        rowPointers_[static_cast<std::size_t>(tap)] =
+            filtered.samples.data() + (first + tap) * filtered.stride + (columns.begin - filtered.firstColumn);
+        rowWeights_[static_cast<std::size_t>(tap)] = down.weight(row, tap);
+    }
+    const int count = columns.end - columns.begin;
+    combineRows(rowPointers_.data(), rowWeights_.data(), down.taps, count, levels);
+    if (filtered.plane->zero != 0) addToLevels(levels, -filtered.plane->zero * 32, count);
+}
+
+// Turns a layer's colours, in the first rows of `at`, into the channels of the plan; returns in `colours` where they
+// are.
+int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_t** colours) {
+    std::int16_t* in[3] = {at.rows[0].data(), at.rows[1].data(), at.rows[2].data()};
+    std::int16_t* out[3] = {at.rows[3].data(), at.rows[4].data(), at.rows[5].data()};
+    const auto mix = [&](int channel, double a, double b, double c) {
+        mixLevels(factorsOf(a, b, c), in[0], in[1], in[2], count, out[channel]);
+        colours[channel] = out[channel];
+    };
+    if (item.isYuv) {
+        // Linear functions of luma, blue difference and red difference, by what they make of each alone.
+        const YuvCoefficients from(item.encoding);
+        const YuvCoefficients to(encoding_);
+        const auto mixOf = [&](int channel, auto&& value) {
+            const auto of = [&](double luma, double blueDifference, double redDifference) {
+                return value(from.red(luma, redDifference), from.green(luma, blueDifference, redDifference),
+                             from.blue(luma, blueDifference));
+            };
+            mix(channel, of(1, 0, 0), of(0, 1, 0), of(0, 0, 1));
+        };
+        switch (plan_->channels) {
+            case GridChannels::bgra:
+                mixOf(0, [](double, double, double blue) { return blue; });
+                mixOf(1, [](double, double green, double) { return green; });
+                mixOf(2, [](double red, double, double) { return red; });
+                return 3;
+            case GridChannels::luma:
+                mixOf(0, [&](double red, double green, double blue) { return to.luma(red, green, blue); });
+                return 1;
+            case GridChannels::colourDifferences:
+                break;
+        }
+        mixOf(0, [&](double red, double green, double blue) { return to.blueDifference(red, green, blue); });
+        mixOf(1, [&](double red, double green, double blue) { return to.redDifference(red, green, blue); });
+        return 2;
+    }
+    const YuvCoefficients to(encoding_);
+    switch (plan_->channels) {
+        case GridChannels::bgra:
+            std::copy(in, in + 3, colours);
+            return 3;
+        case GridChannels::luma:
+            mix(0, to.luma(0, 0, 1), to.luma(0, 1, 0), to.luma(1, 0, 0));
+            return 1;
+        case GridChannels::colourDifferences:
+            break;
+    }
+    mix(0, to.blueDifference(0, 0, 1), to.blueDifference(0, 1, 0), to.blueDifference(1, 0, 0));
+    mix(1, to.redDifference(0, 0, 1), to.redDifference(0, 1, 0), to.redDifference(1, 0, 0));
+    return 2;
+}
+
+// factors *= the masks' alpha.
+void TilePainter::maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level,
+                             std::int16_t* factors) {
+    const int count = columns.end - columns.begin;
+    for (const auto& mask : item.masks) {
+        // One row of the mask as a stack of its own; masks are alpha alone, so one channel of colour is too many
+        // already.
+        Depth& own = depth(level);
+        const Tile strip{columns.begin, columns.end, row, row + 1};
+        prepareCanvas(own.canvas,
+                      plan_->channels == GridChannels::bgra   ? 3
+                      : plan_->channels == GridChannels::luma ? 1
+                                                              : 2,
+                      true, strip);
+        paintItems(mask, strip, level + 1, own.canvas, false);
+        multiplyLevels(factors, own.canvas.alphaRow(0), count);
+    }
+}
+
+void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas, bool mayHide) {
+    // What of the tile has to be painted, and what of that needs alpha.
+    Part columns{std::numeric_limits<int>::max(), 0};
+    Part rows{std::numeric_limits<int>::max(), 0};
+    Part parts[kTileHeight][2];
+    int partCounts[kTileHeight] = {};
+    for (int y = tile.top; y < tile.bottom; ++y) {
+        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        const Part span{std::max(runs.hullBegin, tile.left), std::min(runs.hullEnd, tile.right)};
+        if (span.begin >= span.end) continue;
+        Part* own = parts[y - tile.top];
+        const AxisSpan hidden = mayHide ? item.hidden[static_cast<std::size_t>(y)] : AxisSpan{};
+        const int count = visibleParts(span, hidden, own);
+        partCounts[y - tile.top] = count;
+        if (count == 0) continue;
+        columns = {std::min(columns.begin, own[0].begin), std::max(columns.end, own[count - 1].end)};
+        rows = {std::min(rows.begin, y), y + 1};
+    }
+    if (columns.begin >= columns.end) return;
+
+    Depth& own = depth(level);
+    const bool sameEncoding = item.isYuv && item.encoding == encoding_ && plan_->channels != GridChannels::bgra;
+    const bool isDirect = sameEncoding || item.isConverted;
+    std::size_t firstColour = 0;
+    std::size_t colourCount = item.colours.size();
+    if (sameEncoding && plan_->channels == GridChannels::luma) colourCount = 1;
+    if (sameEncoding && plan_->channels == GridChannels::colourDifferences) firstColour = 1;
+    for (std::size_t i = firstColour; i < colourCount; ++i) {
+        filterPlane(own.planes[i], item.colours[i], item, columns, rows);
+    }
+    if (item.alpha) filterPlane(own.planes[3], *item.alpha, item, columns, rows);
+
+    const auto paintPart = [&](int y, const Part& part, bool isOpaque) {
+        const int count = part.end - part.begin;
+        if (count <= 0) return;
+        const int row = y - tile.top;
+        const int at = part.begin - tile.left;
+        std::int16_t* colours[3] = {nullptr, nullptr, nullptr};
+        std::array<std::int16_t, Canvas::kStride> alpha;
+        // Opaque rows that end with the tile, or with a whole vector, are made where they belong.
+        const bool inPlace = isDirect && isOpaque && colourCount > 0 && (part.end == tile.right || count % 16 == 0);
+        if (inPlace) {
+            for (std::size_t i = firstColour; i < colourCount; ++i) {
+                levelsOf(own.planes[i], y, part, canvas.row(static_cast<int>(i - firstColour), row) + at);
+            }
+            if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
+            return;
+        }
+        if (item.alpha && !isOpaque) {
+            levelsOf(own.planes[3], y, part, alpha.data());
+        } else if (!isOpaque || !isDirect) {
+            std::fill(alpha.begin(), alpha.begin() + count, std::int16_t{kFullLevel});
+        }
+        for (std::size_t i = firstColour; i < colourCount; ++i) levelsOf(own.planes[i], y, part, own.rows[i].data());
+        if (isDirect && colourCount > 0) {
+            for (std::size_t i = firstColour; i < colourCount; ++i) colours[i - firstColour] = own.rows[i].data();
+        } else if (colourCount > 0) {
+            if (!item.isYuv) {
+                limitPremultiplied(own.rows[0].data(), own.rows[1].data(), own.rows[2].data(), alpha.data(), count);
+            }
+            convert(item, own, count, colours);
+        } else {
+            limitPremultiplied(own.rows[0].data(), own.rows[1].data(), own.rows[2].data(), alpha.data(), count);
+        }
+        if (isOpaque) {
+            for (int channel = 0; channel < canvas.channels; ++channel) {
+                if (colours[channel] != nullptr) {
+                    copyLevels(canvas.row(channel, row) + at, colours[channel], count);
+                } else {
+                    std::fill_n(canvas.row(channel, row) + at, count, std::int16_t{0});
+                }
+            }
+            if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
+            return;
+        }
+        // Coverage, fade and masks in one row of factors.
+        std::array<std::int16_t, Canvas::kStride> factors;
+        const std::int16_t* coverage = item.across.levels.data() + (part.begin - item.across.span.begin);
+        std::copy(coverage, coverage + count, factors.begin());
+        const int down = item.down.levels[static_cast<std::size_t>(y - item.down.span.begin)];
+        const int scale = static_cast<int>(std::lround(static_cast<double>(down) * item.fade / kFullLevel));
+        if (scale < kFullLevel) scaleLevels(factors.data(), scale, count);
+        maskLevels(item, y, part, level + 1, factors.data());
+        multiplyLevels(alpha.data(), factors.data(), count);
+        for (int channel = 0; channel < canvas.channels; ++channel) {
+            if (colours[channel] != nullptr) multiplyLevels(colours[channel], factors.data(), count);
+            blendLevels(canvas.row(channel, row) + at, colours[channel], alpha.data(), count);
+        }
+        if (canvas.hasAlpha) blendLevels(canvas.alphaRow(row) + at, alpha.data(), alpha.data(), count);
+    };
+    for (int y = rows.begin; y < rows.end; ++y) {
+        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        for (int i = 0; i < partCounts[y - tile.top]; ++i) {
+            const Part part = parts[y - tile.top][i];
+            const Part opaque{std::clamp(runs.opaqueBegin, part.begin, part.end),
+                              std::clamp(runs.opaqueEnd, part.begin, part.end)};
+            if (opaque.begin >= opaque.end) {
+                paintPart(y, part, false);
+                continue;
+            }
+            paintPart(y, {part.begin, opaque.begin}, false);
+            paintPart(y, opaque, true);
+            paintPart(y, {opaque.end, part.end}, false);
+        }
+    }
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "imaging/paint_plan.h"
+
+namespace lumivastor {
+
+/// A rectangle of a grid that is painted in one go; small enough that all rows at work stay in the second-level cache.
+struct Tile {
+    int left = 0, right = 0, top = 0, bottom = 0;
+
+    int width() const { return right - left; }
+    int height() const { return bottom - top; }
+};
+
+inline constexpr int kTileWidth = 512;
+inline constexpr int kTileHeight = 64;
+
+/// Paints the tiles of a plan into levels. Owns the memory that this takes and keeps it from tile to tile; one for each
+/// thread.
+class TilePainter {
+  public:
+    /// The painted rows of one tile; each channel's rows lie kTileWidth + 32 levels apart.
+    struct Canvas {
+        static constexpr int kStride = kTileWidth + 32;
+        int channels = 0;       // colours; alpha comes after them
+        bool hasAlpha = false;  // otherwise the ground is black and opaque
+        std::vector<std::int16_t> levels;
+
+        std::int16_t* row(int channel, int y) {
+            return levels.data() + (static_cast<std::ptrdiff_t>(channel) * kTileHeight + y) * kStride;
+        }
+        std::int16_t* alphaRow(int y) { return row(channels, y); }
+    };
+
+    /// The tile's levels, valid until the next call. `encoding`: of the destination, for luma and colour differences.
+    /// `withAlpha`: on transparent ground, also where the destination has no alpha.
+    Canvas& paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding, bool withAlpha = false);
+
+  private:
+    // Rows of one plane, filtered along their columns for a part of a tile.
+    struct FilteredPlane {
+        std::vector<std::int16_t> samples;
+        std::ptrdiff_t stride = 0;
+        int firstColumn = 0;
+        int firstRow = 0;
+        const PlanPlane* plane = nullptr;
+    };
+    struct Part {
+        int begin = 0;
+        int end = 0;
+    };
+    // Buffers of one level of nesting: a masked stack inside of a stack needs its own.
+    struct Depth {
+        Canvas canvas;
+        std::array<FilteredPlane, 4> planes;
+        std::vector<FilteredPlane> masks;
+        std::array<std::array<std::int16_t, Canvas::kStride>, 6> rows;
+    };
+
+    Depth& depth(std::size_t number);
+    void prepareCanvas(Canvas& canvas, int channels, bool hasAlpha, const Tile& tile) const;
+    void paintItems(const std::vector<PlanItem>& items, const Tile& tile, std::size_t level, Canvas& canvas,
+                    bool mayHide);
+    void paintLayer(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas, bool mayHide);
+    void paintStack(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas);
+    void filterPlane(FilteredPlane& to, const PlanPlane& plane, const PlanItem& item, const Part& columns,
+                     const Part& rows);
+    void levelsOf(const FilteredPlane& filtered, int row, const Part& columns, std::int16_t* levels);
+    int convert(const PlanItem& item, Depth& at, int count, std::int16_t** colours);
+    void maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level, std::int16_t* factors);
+
+    const PaintPlan* plan_ = nullptr;
+    YuvEncoding encoding_;
+    std::vector<std::unique_ptr<Depth>> depths_;
+    std::vector<std::uint8_t> rowCopy_;
+    std::vector<const std::int16_t*> rowPointers_;
+    std::vector<std::int16_t> rowWeights_;
+};
+
+}  // namespace lumivastor
