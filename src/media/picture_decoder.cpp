@@ -31,24 +31,41 @@ std::int64_t frameDuration(const AVFrame& frame) {
 #endif
 }
 
+// Whether this packet begins an H.264 group that earlier pictures may be leaned on in: a key picture that is not an
+// instantaneous refresh. Packets in movies are units behind lengths of four bytes (other sizes are not in use).
+bool isOpenH264Key(const AVCodecContext& codec, const AVPacket& packet) {
+    if (codec.codec_id != AV_CODEC_ID_H264) return false;
+    constexpr int kRefresh = 5;
+    const auto size = static_cast<std::size_t>(packet.size);
+    for (std::size_t at = 0; at + 4 < size;) {
+        if ((packet.data[at + 4] & 0x1f) == kRefresh) return false;
+        const std::size_t length = std::size_t{packet.data[at]} << 24 | std::size_t{packet.data[at + 1]} << 16 |
+                                   std::size_t{packet.data[at + 2]} << 8 | packet.data[at + 3];
+        at += 4 + length;
+    }
+    return true;
+}
+
 }  // namespace
 
 PictureDecoder::PictureDecoder(std::shared_ptr<const Asset> asset, int trackId) : asset_(std::move(asset)) {
     const AssetTrack* const track = asset_->track(trackId);
     precondition(track != nullptr && track->kind == TrackKind::video, "a video track of the movie");
     track_ = *track;
-    open();
-}
-
-PictureDecoder::~PictureDecoder() = default;
-
-void PictureDecoder::open() {
     file_ = std::make_unique<MovieFile>(asset_->path());
-    AVStream* const stream = file_->stream(track_.streamIndex);
+    const AVStream* const stream = file_->stream(track_.streamIndex);
     if (stream == nullptr || stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO) {
         throw RecorderError(asset_->path().filename().string() + " wurde verändert.");
     }
     file_->selectOnly(track_.streamIndex);
+    packet_ = makePacket();
+    openCodec(true);
+}
+
+PictureDecoder::~PictureDecoder() = default;
+
+void PictureDecoder::openCodec(bool strict) {
+    const AVStream* const stream = file_->stream(track_.streamIndex);
     const AVCodec* const decoder = avcodec_find_decoder(stream->codecpar->codec_id);
     if (decoder == nullptr) checked(AVERROR_DECODER_NOT_FOUND, kUndecodable);
     codec_.reset(avcodec_alloc_context3(decoder));
@@ -59,10 +76,10 @@ void PictureDecoder::open() {
     codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     codec_->max_pixels = std::int64_t{MovieFile::kMaxPictureEdge} * MovieFile::kMaxPictureEdge / 2;
     // Report damage instead of guessing pictures.
-    codec_->err_recognition = AV_EF_EXPLODE;
+    codec_->err_recognition = strict ? AV_EF_EXPLODE : 0;
     codec_->error_concealment = 0;
     checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
-    packet_ = makePacket();
+    strict_ = strict;
 }
 
 std::int64_t PictureDecoder::ticks(const MediaTime& time) const {
@@ -146,7 +163,11 @@ void PictureDecoder::jump(const MediaTime& time) {
         if (!packetWaiting_) return;
         firstKeyTicks_ = packet_->pts;
         if (isFirst) firstKeyTicks_ = std::numeric_limits<std::int64_t>::min();
-        if (isFirst || packet_->pts <= target) return;
+        if (isFirst || packet_->pts <= target) {
+            const bool strict = isFirst || !isOpenH264Key(*codec_, *packet_);
+            if (strict != strict_) openCodec(strict);
+            return;
+        }
         from = key - 1;
     }
 }

@@ -15,9 +15,9 @@ namespace lumivastor {
 /// Decodes one video track in presentation order and finds the picture that is shown at any moment: the last one whose
 /// presentation time is at or before it. Decodes on several threads. One thread at a time calls it.
 ///
-/// Damage is never papered over: where the decoder reports an error, decoding ends with a `RecorderError`. Pictures
-/// that merely lead a key picture which was jumped to (open groups) are left out, and what the decoder says about them
-/// is ignored.
+/// Damage is not papered over: where the decoder reports an error, decoding ends with a `RecorderError`. Pictures that
+/// merely lead a key picture which was jumped to (open groups) are left out. H.264 decoders take the references that
+/// are missing at such a jump for damage, so after one they only report what they cannot conceal.
 class PictureDecoder {
   public:
     /// Throws when the file cannot be opened or its codec is not known.
@@ -50,7 +50,7 @@ class PictureDecoder {
         MediaTime duration;
     };
 
-    void open();
+    void openCodec(bool strict);
     void jump(const MediaTime& time);
     bool canDecodeOnTo(const MediaTime& time);
     bool sendNextPacket();
@@ -70,6 +70,7 @@ class PictureDecoder {
     bool positioned_ = false;
     std::int64_t firstKeyTicks_ = 0;    // presentation time of the key picture jumped to
     std::int64_t lastDecodeTicks_ = 0;  // of the last packet handed to the decoder
+    bool strict_ = true;                // whether codec_ was opened to report every error
     Picture current_;
     Picture next_;
     std::exception_ptr failure_;  // met while looking ahead; thrown when the picture is asked for
