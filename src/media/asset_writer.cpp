@@ -278,8 +278,9 @@ void AssetWriter::cancelWriting() {
         if (shared_->status == Status::unknown) return;
         shared_->status = Status::cancelled;
     }
+    // Inputs are not marked finished here: their pumps are still to be called, to learn that it is over.
     shared_->wakePumps();
-    waitForEncoders();
+    for (const auto& input : inputs_) input->channel_->drain();
     if (!shared_->sink) return;  // the file could not be created: whatever lies there is not ours
     shared_->sink->close();
     std::error_code ignored;  // gone already, or not to be removed: there is nothing further to do about it
