@@ -14,6 +14,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
+#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -173,10 +174,17 @@ void SoundDecoder::configure(const AVFrame& frame) {
     av_channel_layout_uninit(&from);
     mixer_.reset(made);
     checked(result, kUndecodable);
+    // The library's own choice lowers a mono sound by 3 dB in each of two channels, and raises what both channels share
+    // by as much in one.
+    constexpr std::array<double, 2> kSameInBoth{1.0, 1.0};
+    constexpr std::array<double, 2> kMean{0.5, 0.5};
     if (frameChannels == 1 && channels_ == 2) {
-        // The library's own choice lowers a mono sound by 3 dB in each of two channels.
-        constexpr std::array<double, 2> kSameInBoth{1.0, 1.0};
         checked(swr_set_matrix(mixer_.get(), kSameInBoth.data(), 1), kUndecodable);
+    } else if (frameChannels == 2 && channels_ == 1) {
+        checked(swr_set_matrix(mixer_.get(), kMean.data(), 2), kUndecodable);
+    } else {
+        // Surround sound must not overflow when its channels agree.
+        checked(av_opt_set_double(mixer_.get(), "rematrix_maxval", 1.0, 0), kUndecodable);
     }
     checked(swr_init(mixer_.get()), kUndecodable);
     mixedFormat_ = frame.format;
