@@ -51,6 +51,11 @@ class VideoTrackEncoder final : public TrackEncoder {
         encode(sink, converted, time);
     }
 
+    void repeat(MovieSink& sink, const MediaTime& time) {
+        lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
+        encoder_->repeat(lastTick_, [&](AVPacket& packet) { sink.write(stream_, packet); });
+    }
+
     void finish(MovieSink& sink) override {
         encoder_->finish([&](AVPacket& packet) { sink.write(stream_, packet); });
     }
@@ -155,6 +160,14 @@ bool VideoWriterInput::append(std::shared_ptr<const BgraPremultipliedBuffer> pic
     return channel_->enqueue(inMovie.seconds(), [&encoder, inMovie, picture = std::move(picture)](MovieSink& sink) {
         encoder.encode(sink, *picture, inMovie);
     });
+}
+
+bool VideoWriterInput::appendRepeat(const MediaTime& time) {
+    const MediaTime inMovie = time - channel_->shared().sessionStart;
+    if (inMovie < MediaTime{}) return true;
+    auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
+    return channel_->enqueue(inMovie.seconds(),
+                             [&encoder, inMovie](MovieSink& sink) { encoder.repeat(sink, inMovie); });
 }
 
 AudioWriterInput::AudioWriterInput(std::shared_ptr<WriterShared> shared, const AudioSettings& settings)

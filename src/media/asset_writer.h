@@ -72,6 +72,9 @@ class VideoWriterInput : public WriterInput {
     /// further copy; the other is converted on the encoder's thread. False when the writer has failed.
     bool append(std::shared_ptr<PlanarBuffer> picture, const MediaTime& time);
     bool append(std::shared_ptr<const BgraPremultipliedBuffer> picture, const MediaTime& time);
+    /// The picture appended last is shown at `time` as well. Costs next to nothing where the stream allows it, as it
+    /// does unless the settings say otherwise. One has been appended within the session.
+    bool appendRepeat(const MediaTime& time);
 
   private:
     friend class AssetWriter;

@@ -111,12 +111,30 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     codec_->color_range = AVCOL_RANGE_MPEG;
     checked(av_opt_set(codec_->priv_data, "preset", settings.preset.c_str(), 0), kNoVideoEncoder);
     checked(av_opt_set(codec_->priv_data, "profile", "high", 0), kNoVideoEncoder);
+    if (settings.skipRepeatedPictures) {
+        // What writing repeats behind the encoder takes; see there.
+        codec_->refs = 1;
+        checked(av_opt_set(codec_->priv_data, "weightp", "none", 0), kNoVideoEncoder);
+        checked(av_opt_set(codec_->priv_data, "forced-idr", "1", 0), kNoVideoEncoder);
+    }
     checked(avcodec_open2(codec_.get(), encoder, nullptr), kNoVideoEncoder);
     packet_ = makePacket();
+    if (settings.skipRepeatedPictures && codec_->extradata_size > 0) {
+        repeats_ = RepeatedPictures::make({codec_->extradata, static_cast<std::size_t>(codec_->extradata_size)});
+    }
 }
 
 CodecParametersHandle VideoEncoder::parameters() const {
     CodecParametersHandle parameters = parametersOf(*codec_);
+    if (repeats_) {
+        const std::vector<std::uint8_t>& sets = repeats_->parameterSets();
+        av_freep(&parameters->extradata);
+        parameters->extradata_size = 0;
+        parameters->extradata = static_cast<std::uint8_t*>(av_mallocz(sets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        if (parameters->extradata == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+        std::copy(sets.begin(), sets.end(), parameters->extradata);
+        parameters->extradata_size = static_cast<int>(sets.size());
+    }
     parameters->width = settings_.width;
     parameters->height = settings_.height;
     return parameters;
@@ -128,8 +146,36 @@ void VideoEncoder::encode(const std::shared_ptr<PlanarBuffer>& picture, std::int
     precondition(planes.width == settings_.width && planes.height == settings_.height, "a picture of the input's size");
     precondition(planes.encoding == YuvEncoding{}, "pictures are written in BT.709, limited range");
     picture->repeatOddEdges();
-    const FrameHandle frame = frameAround(picture);
+    last_ = picture;
+    repeatsOfLast_ = 0;
+    submit(ticks, consume);
+}
+
+void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
+    precondition(last_ != nullptr, "a picture to repeat");
+    const bool isKey = sinceKey_ >= settings_.maxKeyFrameInterval;
+    if (!repeats_ || isKey || repeatsOfLast_ < settings_.settlingRepeats) {
+        ++repeatsOfLast_;
+        submit(ticks, consume);
+        return;
+    }
+    pending_.push_back({ticks, true});
+    ++sinceKey_;
+    giveRepeats(consume);
+}
+
+void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
+    const FrameHandle frame = frameAround(last_);
     frame->pts = ticks;
+    if (repeats_) {
+        // The encoder counts only what it sees, so key pictures are asked for by our own count.
+        if (sinceKey_ >= settings_.maxKeyFrameInterval) {
+            frame->pict_type = AV_PICTURE_TYPE_I;
+            sinceKey_ = 0;
+        }
+        ++sinceKey_;
+        pending_.push_back({ticks, false});
+    }
     checked(avcodec_send_frame(codec_.get(), frame.get()), kPictureRefused);
     receive(consume);
 }
@@ -143,8 +189,43 @@ void VideoEncoder::receive(const PacketConsumer& consume) {
     drain(*codec_, *packet_, kPictureRefused, [this, &consume](AVPacket& packet) {
         // Only the last picture's counts; the others last until the next.
         packet.duration = settings_.timescale / settings_.frameRate;
-        consume(packet);
+        if (!repeats_) {
+            consume(packet);
+            return;
+        }
+        giveRewritten(packet, consume);
+        giveRepeats(consume);
     });
+}
+
+void VideoEncoder::giveRewritten(const AVPacket& packet, const PacketConsumer& consume) {
+    const bool isExpected = !pending_.empty() && !pending_.front().isRepeat && pending_.front().ticks == packet.pts;
+    const auto stream = repeats_->rewritten({packet.data, static_cast<std::size_t>(packet.size)});
+    if (!isExpected || !stream) {
+        throw RecorderError(std::string(kPictureRefused) + ": Der Encoder liefert einen unerwarteten Bildstrom.");
+    }
+    pending_.pop_front();
+    const PacketHandle rewritten = makePacket();
+    checked(av_new_packet(rewritten.get(), static_cast<int>(stream->size())), kPictureRefused);
+    std::copy(stream->begin(), stream->end(), rewritten->data);
+    rewritten->pts = packet.pts;
+    rewritten->dts = packet.dts;
+    rewritten->duration = packet.duration;
+    rewritten->flags = packet.flags;
+    consume(*rewritten);
+}
+
+// Repeats can be written as soon as all before them is out.
+void VideoEncoder::giveRepeats(const PacketConsumer& consume) {
+    for (; !pending_.empty() && pending_.front().isRepeat; pending_.pop_front()) {
+        const std::vector<std::uint8_t> stream = repeats_->repetition();
+        const PacketHandle packet = makePacket();
+        checked(av_new_packet(packet.get(), static_cast<int>(stream.size())), kPictureRefused);
+        std::copy(stream.begin(), stream.end(), packet->data);
+        packet->pts = packet->dts = pending_.front().ticks;
+        packet->duration = settings_.timescale / settings_.frameRate;
+        consume(*packet);
+    }
 }
 
 AudioEncoder::AudioEncoder(const AudioSettings& settings) : settings_(settings) {

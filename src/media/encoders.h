@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "media/ffmpeg_handles.h"
 #include "media/picture_pool.h"
+#include "media/repeated_pictures.h"
 #include "media/samples.h"
 
 namespace lumivastor {
@@ -23,6 +26,11 @@ struct VideoSettings {
     /// The encoder's trade of time against quality, by its own name for it. This one is the fastest that keeps text on
     /// screens sharp at the bit rates in use.
     std::string preset = "veryfast";
+    /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`). Off, they are encoded like
+    /// all others.
+    bool skipRepeatedPictures = true;
+    /// So many repeats of a picture still go through the encoder, so that a still picture gains its full sharpness.
+    int settlingRepeats = 2;
 };
 
 /// How sound is encoded: AAC.
@@ -45,17 +53,33 @@ class VideoEncoder {
     /// What the movie's header says about the stream.
     CodecParametersHandle parameters() const;
 
-    /// `ticks` in the settings' timescale, ascending.
+    /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next one comes.
     void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks, const PacketConsumer& consume);
+    /// The picture encoded last is shown at `ticks` as well. There has been one.
+    void repeat(std::int64_t ticks, const PacketConsumer& consume);
     /// Gives what the encoder still holds.
     void finish(const PacketConsumer& consume);
 
   private:
+    /// What has been handed over and has not come out yet, in the order of showing.
+    struct Pending {
+        std::int64_t ticks;
+        bool isRepeat;
+    };
+
+    void submit(std::int64_t ticks, const PacketConsumer& consume);
     void receive(const PacketConsumer& consume);
+    void giveRewritten(const AVPacket& packet, const PacketConsumer& consume);
+    void giveRepeats(const PacketConsumer& consume);
 
     VideoSettings settings_;
     CodecHandle codec_;
     PacketHandle packet_;
+    std::optional<RepeatedPictures> repeats_;  // only where the stream allows it
+    std::deque<Pending> pending_;              // only with repeats_
+    std::shared_ptr<PlanarBuffer> last_;
+    int repeatsOfLast_ = 0;
+    int sinceKey_ = 0;  // pictures since the key picture asked for last, that one included
 };
 
 /// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` are taken as

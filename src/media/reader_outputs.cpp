@@ -177,6 +177,10 @@ AVStream& streamOf(MovieFile& file, const Asset& asset, const AssetTrack& track)
 
 }  // namespace
 
+std::size_t storedSize(const StoredSample& sample) {
+    return static_cast<std::size_t>(sample.packet->size);
+}
+
 StoredFormat storedFormatOf(const Asset& asset, int trackId) {
     const AssetTrack* const track = asset.track(trackId);
     precondition(track != nullptr, "a track of the movie");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <variant>
 #include <vector>
@@ -61,5 +62,8 @@ struct StoredSample {
     bool isKey = false;
     std::shared_ptr<const AVPacket> packet;
 };
+
+/// How many bytes a stored sample has.
+std::size_t storedSize(const StoredSample& sample);
 
 }  // namespace lumivastor
