@@ -30,7 +30,7 @@ int evenUp(int size) {
 }
 
 CodecHandle makeCodec(const AVCodec* encoder, const char* what) {
-    silenceFfmpeg();
+    prepareFfmpeg();
     if (encoder == nullptr) checked(AVERROR_ENCODER_NOT_FOUND, what);
     CodecHandle codec(avcodec_alloc_context3(encoder));
     if (!codec) checked(AVERROR(ENOMEM), what);

@@ -10,6 +10,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/log.h>
+#include <libavutil/mem.h>
 #include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
@@ -85,12 +86,16 @@ PacketHandle referenceTo(const AVPacket& packet) {
     return copy;
 }
 
-void silenceFfmpeg() {
-    static const bool silent = [] {
+void prepareFfmpeg() {
+    static const bool prepared = [] {
         av_log_set_level(AV_LOG_QUIET);
+        // The largest honest blocks are one decoded picture at the limits of `MovieFile` and the index of a day's
+        // recording (24 bytes a sample, 5 million samples).
+        constexpr std::size_t kLargestBlock = std::size_t{1} << 29;
+        av_max_alloc(kLargestBlock);
         return true;
     }();
-    static_cast<void>(silent);
+    static_cast<void>(prepared);
 }
 
 MediaTime mediaTime(std::int64_t ticks, int timeBaseNumerator, int timeBaseDenominator) {

@@ -23,9 +23,10 @@ FrameHandle makeFrame();
 FrameHandle referenceTo(const AVFrame& frame);
 PacketHandle referenceTo(const AVPacket& packet);
 
-/// FFmpeg writes its complaints about damaged files to standard error unless told otherwise. Ours are in the errors
-/// that we throw. Called before any of its libraries is used; any thread.
-void silenceFfmpeg();
+/// Called before any of FFmpeg's libraries is used; any thread. Silences them, which would write their complaints about
+/// damaged files to standard error (ours are in the errors that we throw), and bounds what a movie's header can make
+/// them allocate at once.
+void prepareFfmpeg();
 
 /// `ticks` of a clock with the given time base as a media time. Exact for the time bases of movie files (1/n).
 MediaTime mediaTime(std::int64_t ticks, int timeBaseNumerator, int timeBaseDenominator);

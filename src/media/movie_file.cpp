@@ -92,7 +92,7 @@ struct MovieFile::ByteSource {
 };
 
 MovieFile::MovieFile(const std::filesystem::path& path) : source_(std::make_unique<ByteSource>()) {
-    silenceFfmpeg();
+    prepareFfmpeg();
     source_->path = path;
     // Not blocking, so that opening a pipe that nobody writes to cannot hang before it is turned away.
     source_->file = UniqueDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -159,7 +159,6 @@ void MovieFile::selectOnly(int index) {
 bool MovieFile::readPacket(AVPacket& packet) {
     for (;;) {
         const int result = av_read_frame(context_, &packet);
-        if (result == AVERROR(EAGAIN)) continue;
         if (result == AVERROR_EOF) {
             // The end of the file, or of the part of it that was ever written?
             for (unsigned i = 0; i < context_->nb_streams; ++i) {

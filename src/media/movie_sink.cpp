@@ -73,7 +73,7 @@ seek(void* opaque, std::int64_t offset, int whence) {
 
 MovieSink::MovieSink(std::filesystem::path path, MovieContainer container)
     : path_(std::move(path)), target_(std::make_unique<ByteTarget>()) {
-    silenceFfmpeg();
+    prepareFfmpeg();
     constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW;
     constexpr mode_t kAllMayReadAndWrite = 0666;  // less what the user's mask takes away
     target_->file = UniqueDescriptor(::open(path_.c_str(), kFlags, kAllMayReadAndWrite));
