@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <future>
 #include <numbers>
 #include <string>
@@ -142,22 +143,53 @@ TEST(AssetWriter, FlatColoursSurviveWithinTwoSteps) {
 }
 
 TEST(AssetWriter, OddSizesComeBackOdd) {
-    const TemporaryFolder folder;
-    AssetWriter writer(folder / "out.mp4", MovieContainer::mp4);
-    auto& input = writer.addVideoInput(settingsFor(129, 97));
-    ASSERT_TRUE(writer.startWriting()) << messageOf(writer);
-    writer.startSession({});
-    SerialQueue queue("test.video");
-    EXPECT_TRUE(feedNumbered(input, queue, 10));
-    ASSERT_TRUE(writer.finishWriting());
-    const auto decoded = decodeTestMovie(folder / "out.mp4");
-    ASSERT_EQ(decoded.size(), 10u);
-    for (std::size_t i = 0; i < decoded.size(); ++i) {
-        EXPECT_EQ(testPictureNumber(decoded[i].picture), static_cast<int>(i));
-        EXPECT_EQ(decoded[i].width, 129);
-        EXPECT_EQ(decoded[i].height, 97);
+    for (const bool planar : {true, false}) {
+        const TemporaryFolder folder;
+        AssetWriter writer(folder / "out.mp4", MovieContainer::mp4);
+        auto& input = writer.addVideoInput(settingsFor(129, 97));
+        ASSERT_TRUE(writer.startWriting()) << messageOf(writer);
+        writer.startSession({});
+        SerialQueue queue("test.video");
+        if (planar) {
+            EXPECT_TRUE(feedNumbered(input, queue, 10));
+        } else {
+            // The same pictures by way of the other form.
+            TestMovieOptions options;
+            options.width = 130;
+            options.height = 98;
+            options.pictures = 10;
+            makeTestMovie(folder / "a.mov", options);
+            const auto asset = std::make_shared<const Asset>(folder / "a.mov");
+            AssetReader reader(asset);
+            auto& output = reader.addVideoOutput(asset->tracks().at(0).id, PictureFormat::bgraPremultiplied);
+            ASSERT_TRUE(reader.startReading());
+            EXPECT_TRUE(feedPictures(input, queue, 10, [&](int index) {
+                const auto sample = output.copyNextSample();
+                auto picture = input.pool().makeBgra();
+                for (int y = 0; y < 97; ++y) std::memcpy(picture->row(y), sample->bgra().row(y), 129 * 4);
+                return input.append(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(picture)),
+                                    MediaTime{index * 20, 600});
+            }));
+        }
+        ASSERT_TRUE(writer.finishWriting());
+        const auto decoded = decodeTestMovie(folder / "out.mp4");
+        ASSERT_EQ(decoded.size(), 10u);
+        for (std::size_t i = 0; i < decoded.size(); ++i) {
+            EXPECT_EQ(testPictureNumber(decoded[i].picture), static_cast<int>(i));
+            EXPECT_EQ(decoded[i].width, 129);
+            EXPECT_EQ(decoded[i].height, 97);
+        }
+        const auto asset = std::make_shared<const Asset>(folder / "out.mp4");
+        EXPECT_EQ(asset->tracks().at(0).width, 129);
+        AssetReader reader(asset);
+        auto& output = reader.addVideoOutput(asset->tracks().at(0).id, PictureFormat::bgraPremultiplied);
+        ASSERT_TRUE(reader.startReading());
+        const auto sample = output.copyNextSample();
+        ASSERT_TRUE(sample);
+        EXPECT_EQ(sample->bgra().width(), 129);
+        EXPECT_EQ(sample->bgra().height(), 97);
+        EXPECT_EQ(testPictureNumber(sample->bgra()), 0);
     }
-    EXPECT_EQ(Asset(folder / "out.mp4").tracks().at(0).width, 129);
 }
 
 TEST(AssetWriter, KeyPicturesAreNoFurtherApartThanAsked) {
