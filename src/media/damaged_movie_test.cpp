@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -238,6 +239,54 @@ TEST(DamagedMovie, TruncatedHeadersAreRefusedOrReadWithoutHarm) {
             EXPECT_FALSE(error.message().empty());
         }
     }
+}
+
+// Overwrites the four bytes at `offset` behind the name of the first box of this kind.
+void overwrite(std::string& movie, const char* box, std::size_t offset, std::uint32_t value) {
+    const std::size_t at = movie.find(box);
+    ASSERT_NE(at, std::string::npos) << box;
+    for (std::size_t i = 0; i < 4; ++i) {
+        movie[at + 4 + offset + i] = static_cast<char>(value >> (24 - 8 * i) & 0xff);
+    }
+}
+
+TEST(DamagedMovie, ClaimsOfManySamplesTakeLittleMemory) {
+    const TemporaryFolder folder;
+    TestMovieOptions options = movingOptions("libx264");
+    options.pictures = 20;
+    options.reorderedPictures = 2;
+    makeTestMovie(folder / "a.mov", options);
+    const std::string whole = folder.read("a.mov");
+    struct rusage before {};
+    ASSERT_EQ(::getrusage(RUSAGE_SELF, &before), 0);
+    for (const std::uint32_t claim : {1U << 20, 100U << 20, 0x7fffffffU, 0xffffffffU}) {
+        for (int kind = 0; kind < 4; ++kind) {
+            std::string movie = whole;
+            if (kind == 0 || kind == 1) {
+                overwrite(movie, "stsz", 4, kind == 0 ? 1 : 0);  // one size for all, or one for each
+                overwrite(movie, "stsz", 8, claim);
+            } else {
+                overwrite(movie, kind == 2 ? "stts" : "ctts", 8, claim);  // the first run's length
+            }
+            folder.write("claim.mov", movie);
+            try {
+                const auto asset = std::make_shared<const Asset>(folder / "claim.mov");
+                AssetReader reader(asset);
+                auto& output = reader.addVideoOutput(asset->tracks().at(0).id, PictureFormat::planar);
+                if (reader.startReading()) {
+                    int pictures = 0;
+                    while (output.copyNextSample()) ++pictures;
+                    EXPECT_LE(pictures, 20);
+                }
+            } catch (const RecorderError& error) {
+                EXPECT_FALSE(error.message().empty());
+            }
+        }
+    }
+    struct rusage after {};
+    ASSERT_EQ(::getrusage(RUSAGE_SELF, &after), 0);
+    constexpr long kMegabyte = 1024;  // ru_maxrss counts in kilobytes
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 600 * kMegabyte);
 }
 
 TEST(DamagedMovie, FlippedBytesNeverDoHarm) {
