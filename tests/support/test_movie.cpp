@@ -100,10 +100,11 @@ Track addVideo(AVFormatContext& movie, const TestMovieOptions& options) {
     codec.gop_size = options.keyFrameInterval;
     codec.max_b_frames = options.reorderedPictures;
     codec.thread_count = 2;
-    codec.colorspace = AVCOL_SPC_BT709;
-    codec.color_primaries = AVCOL_PRI_BT709;
+    const bool isBt709 = options.encoding.matrix == YuvMatrix::bt709;
+    codec.colorspace = isBt709 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+    codec.color_primaries = isBt709 ? AVCOL_PRI_BT709 : AVCOL_PRI_SMPTE170M;
     codec.color_trc = AVCOL_TRC_BT709;
-    codec.color_range = AVCOL_RANGE_MPEG;
+    codec.color_range = options.encoding.range == YuvRange::limited ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
     const std::string open = options.openGroups ? "1" : "0";
     av_opt_set(codec.priv_data, "preset", "veryfast", 0);
     if (options.videoEncoder == "libx265") {

@@ -41,6 +41,7 @@ struct TestMovieOptions {
     bool fragmented = false;
     bool indexFirst = false;  // the index before the samples, as streaming wants it
     int bitRate = 800000;
+    YuvEncoding encoding;  // what the pictures are tagged with; `paint` has to match it
     /// Paints picture `index` instead of what is described above.
     std::function<void(int index, const YuvDestination& picture)> paint;
 };
