@@ -154,7 +154,9 @@ void VideoEncoder::encode(const std::shared_ptr<PlanarBuffer>& picture, std::int
 void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
     precondition(last_ != nullptr, "a picture to repeat");
     const bool isKey = sinceKey_ >= settings_.maxKeyFrameInterval;
-    if (!repeats_ || isKey || repeatsOfLast_ < settings_.settlingRepeats) {
+    // A key picture starts from nothing, and has to settle like a new one.
+    if (isKey) repeatsOfLast_ = -1;
+    if (!repeats_ || repeatsOfLast_ < settings_.settlingRepeats) {
         ++repeatsOfLast_;
         submit(ticks, consume);
         return;
