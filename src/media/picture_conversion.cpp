@@ -1,0 +1,131 @@
+#include "media/picture_conversion.h"
+
+#include <array>
+#include <utility>
+
+#include "base/precondition.h"
+#include "base/recorder_error.h"
+#include "media/colour_tags.h"
+#include "media/ffmpeg_support.h"
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+namespace lumivastor {
+
+namespace {
+
+constexpr const char* kUnconvertible = "Ein Bild konnte nicht umgewandelt werden";
+
+const int* coefficients(const YuvEncoding& encoding) {
+    return sws_getCoefficients(encoding.matrix == YuvMatrix::bt709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
+}
+
+int rangeFlag(const YuvEncoding& encoding) {
+    return encoding.range == YuvRange::full ? 1 : 0;
+}
+
+// The full-range formats have names of their own, which the scaler warns about; range is passed separately.
+int plainFormat(int format) {
+    switch (format) {
+        case AV_PIX_FMT_YUVJ420P:
+            return AV_PIX_FMT_YUV420P;
+        case AV_PIX_FMT_YUVJ422P:
+            return AV_PIX_FMT_YUV422P;
+        case AV_PIX_FMT_YUVJ444P:
+            return AV_PIX_FMT_YUV444P;
+        default:
+            return format;
+    }
+}
+
+bool isRgb(int format) {
+    const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    return description != nullptr && (description->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+}
+
+YuvEncoding encodingOf(const AVFrame& frame) {
+    YuvEncoding encoding = encodingFromTags(frame.colorspace, frame.color_range, frame.width, frame.height);
+    if (plainFormat(frame.format) != frame.format) encoding.range = YuvRange::full;
+    return encoding;
+}
+
+}  // namespace
+
+SwsContext& PictureConverter::scaler(const Shape& shape) {
+    if (scaler_ && shape == shape_) return *scaler_;
+    // Exact rounding and colour samples at full resolution: flat colours must survive to the nearest value.
+    constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
+    scaler_.reset(sws_getContext(shape.width, shape.height, static_cast<AVPixelFormat>(shape.fromFormat), shape.width,
+                                 shape.height, static_cast<AVPixelFormat>(shape.toFormat), kFlags, nullptr, nullptr,
+                                 nullptr));
+    if (!scaler_) throw RecorderError(std::string(kUnconvertible) + ": Das Format wird nicht unterstützt.");
+    constexpr int kOne = 1 << 16;  // contrast and saturation in the scaler's fixed point
+    // RGB is full range on either side whatever the encoding says.
+    const int fromRange = isRgb(shape.fromFormat) ? 1 : rangeFlag(shape.from);
+    const int toRange = isRgb(shape.toFormat) ? 1 : rangeFlag(shape.to);
+    sws_setColorspaceDetails(scaler_.get(), coefficients(shape.from), fromRange, coefficients(shape.to), toRange, 0,
+                             kOne, kOne);
+    shape_ = shape;
+    return *scaler_;
+}
+
+YuvPicture PictureConverter::planar(const AVFrame& frame) {
+    YuvPicture picture;
+    picture.width = frame.width;
+    picture.height = frame.height;
+    picture.encoding = encodingOf(frame);
+    FrameHandle held;
+    if (plainFormat(frame.format) == AV_PIX_FMT_YUV420P) {
+        held = referenceTo(frame);
+    } else {
+        if (isRgb(frame.format)) picture.encoding = {};
+        held = makeFrame();
+        held->width = frame.width;
+        held->height = frame.height;
+        held->format = AV_PIX_FMT_YUV420P;
+        checked(av_frame_get_buffer(held.get(), 0), kUnconvertible);
+        SwsContext& context = scaler({frame.width, frame.height, plainFormat(frame.format), AV_PIX_FMT_YUV420P,
+                                      encodingOf(frame), picture.encoding});
+        checked(sws_scale(&context, frame.data, frame.linesize, 0, frame.height, held->data, held->linesize),
+                kUnconvertible);
+    }
+    picture.luma = {held->data[0], held->linesize[0]};
+    picture.blueDifference = {held->data[1], held->linesize[1]};
+    picture.redDifference = {held->data[2], held->linesize[2]};
+    picture.owner = std::shared_ptr<const AVFrame>(held.release(), FfmpegDelete{});
+    return picture;
+}
+
+std::shared_ptr<const BgraPremultipliedBuffer> PictureConverter::bgra(const AVFrame& frame) {
+    auto picture = std::make_shared<BgraPremultipliedBuffer>(frame.width, frame.height);
+    const YuvEncoding encoding = encodingOf(frame);
+    SwsContext& context =
+        scaler({frame.width, frame.height, plainFormat(frame.format), AV_PIX_FMT_BGRA, encoding, encoding});
+    const std::array<std::uint8_t*, 4> planes{picture->row(0), nullptr, nullptr, nullptr};
+    const std::array<int, 4> strides{static_cast<int>(picture->stride()), 0, 0, 0};
+    checked(sws_scale(&context, frame.data, frame.linesize, 0, frame.height, planes.data(), strides.data()),
+            kUnconvertible);
+    return picture;
+}
+
+void PictureConverter::toPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination) {
+    precondition(source.width() == destination.width && source.height() == destination.height, "pictures of one size");
+    SwsContext& context = scaler({source.width(), source.height(), AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P,
+                                  destination.encoding, destination.encoding});
+    const std::array<const std::uint8_t*, 4> planes{source.row(0), nullptr, nullptr, nullptr};
+    const std::array<int, 4> strides{static_cast<int>(source.stride()), 0, 0, 0};
+    const std::array<std::uint8_t*, 4> targets{destination.luma, destination.blueDifference, destination.redDifference,
+                                               nullptr};
+    const std::array<int, 4> targetStrides{static_cast<int>(destination.lumaStride),
+                                           static_cast<int>(destination.chromaStride),
+                                           static_cast<int>(destination.chromaStride), 0};
+    checked(
+        sws_scale(&context, planes.data(), strides.data(), 0, source.height(), targets.data(), targetStrides.data()),
+        kUnconvertible);
+}
+
+}  // namespace lumivastor

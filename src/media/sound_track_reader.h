@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "media/composition.h"
+#include "media/ffmpeg_handles.h"
+#include "media/samples.h"
+#include "media/sound_decoder.h"
+
+namespace lumivastor {
+
+/// Plays one composition track's sound from front to back at a chosen rate. Every segment begins at the frame nearest
+/// to its place on the timeline, counted from zero, so that rounding never adds up. One thread at a time.
+class SoundTrackReader {
+  public:
+    /// Begins at frame `position` of the timeline.
+    SoundTrackReader(CompositionTrack track, const PcmFormat& format, std::int64_t position);
+    ~SoundTrackReader();
+
+    /// Fills whole frames; silence where the track has nothing. Throws `RecorderError`.
+    void read(std::span<float> values);
+
+    /// The frame with which the track ends.
+    std::int64_t endFrame() const;
+
+  private:
+    std::int64_t frameAt(const MediaTime& time) const;
+    void enter(const CompositionSegment& segment);
+    void readSegment(std::span<float> values);
+
+    CompositionTrack track_;
+    PcmFormat format_;
+    std::int64_t position_;
+    std::size_t segment_ = 0;
+    bool entered_ = false;
+    std::unique_ptr<SoundDecoder> decoder_;
+    const Asset* decoderAsset_ = nullptr;
+    int decoderTrack_ = 0;
+    ResamplerHandle resampler_;  // only where the rates differ
+    std::vector<float> block_;
+};
+
+}  // namespace lumivastor

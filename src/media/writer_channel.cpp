@@ -1,0 +1,159 @@
+#include "media/writer_channel.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/precondition.h"
+
+namespace lumivastor {
+
+namespace {
+
+// How far one track may run ahead of the slowest. Players read about this much at a time.
+constexpr double kLeadSeconds = 1.0;
+
+bool isOver(AssetWriter::Status status) {
+    return status == AssetWriter::Status::failed || status == AssetWriter::Status::cancelled;
+}
+
+}  // namespace
+
+void WriterShared::fail(const RecorderError& reason) {
+    {
+        const std::scoped_lock guard(lock);
+        if (isOver(status)) return;
+        status = AssetWriter::Status::failed;
+        error = reason;
+    }
+    wakePumps();
+}
+
+void WriterShared::wakePumps() {
+    for (const auto& weak : channels) {
+        if (const auto channel = weak.lock()) channel->wakePump();
+    }
+}
+
+WriterChannel::WriterChannel(std::shared_ptr<WriterShared> shared, std::string label, int capacity,
+                             int realTimeCapacity, std::unique_ptr<TrackEncoder> encoder)
+    : shared_(std::move(shared)),
+      capacity_(capacity),
+      realTimeCapacity_(realTimeCapacity),
+      encoder_(std::move(encoder)),
+      thread_(std::move(label)) {}
+
+void WriterChannel::setRealTime(bool realTime) {
+    const std::scoped_lock guard(shared_->lock);
+    realTime_ = realTime;
+}
+
+bool WriterChannel::isReady() const {
+    const std::scoped_lock guard(shared_->lock);
+    return isReadyLocked();
+}
+
+bool WriterChannel::isReadyLocked() const {
+    if (isOver(shared_->status)) return true;
+    if (shared_->status != AssetWriter::Status::writing || !shared_->sessionStarted || finished_) return false;
+    if (waiting_ >= (realTime_ ? realTimeCapacity_ : capacity_)) return false;
+    if (realTime_) return true;
+    return std::all_of(shared_->channels.begin(), shared_->channels.end(), [this](const auto& weak) {
+        const auto other = weak.lock();
+        if (!other || other.get() == this || other->finished_ || !other->fed_ || other->realTime_) return true;
+        return reached_ <= other->reached_ + kLeadSeconds;
+    });
+}
+
+void WriterChannel::request(SerialQueue& queue, std::function<void()> pump) {
+    {
+        const std::scoped_lock guard(shared_->lock);
+        precondition(pump_ == nullptr && shared_->sessionStarted, "data is requested once, after the session's start");
+        if (finished_) return;
+        pumpQueue_ = &queue;
+        pump_ = std::make_shared<const std::function<void()>>(std::move(pump));
+        fed_ = true;
+    }
+    wakePump();
+}
+
+void WriterChannel::wakePump() {
+    SerialQueue* queue = nullptr;
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (pump_ == nullptr || finished_ || pumpCalled_ || !isReadyLocked()) return;
+        pumpCalled_ = true;
+        queue = pumpQueue_;
+    }
+    queue->async([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->runPump();
+    });
+}
+
+void WriterChannel::runPump() {
+    std::shared_ptr<const std::function<void()>> pump;
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (!finished_) pump = pump_;
+    }
+    if (pump) (*pump)();
+    pump = nullptr;
+    {
+        const std::scoped_lock guard(shared_->lock);
+        pumpCalled_ = false;
+    }
+    wakePump();
+}
+
+bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (isOver(shared_->status)) return false;
+        precondition(shared_->sessionStarted && !finished_, "samples come between the session's start and the end");
+        precondition(waiting_ < (realTime_ ? realTimeCapacity_ : capacity_), "only ready inputs are appended to");
+        ++waiting_;
+        fed_ = true;
+        reached_ = std::max(reached_, time);
+    }
+    thread_.async([this, work = std::move(work)] {
+        runGuarded(work);
+        {
+            const std::scoped_lock guard(shared_->lock);
+            --waiting_;
+        }
+        wakePump();
+    });
+    // The others may have waited for this one.
+    for (const auto& weak : shared_->channels) {
+        const auto other = weak.lock();
+        if (other && other.get() != this) other->wakePump();
+    }
+    return true;
+}
+
+void WriterChannel::markAsFinished() {
+    std::shared_ptr<const std::function<void()>> released;  // what the pump holds goes without the lock
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (finished_) return;
+        finished_ = true;
+        released = std::exchange(pump_, nullptr);
+    }
+    thread_.async([this] { runGuarded([this](MovieSink& sink) { encoder_->finish(sink); }); });
+    shared_->wakePumps();
+}
+
+void WriterChannel::runGuarded(const std::function<void(MovieSink&)>& work) {
+    MovieSink* sink = nullptr;
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (shared_->status == AssetWriter::Status::writing) sink = shared_->sink.get();
+    }
+    if (sink == nullptr) return;
+    try {
+        work(*sink);
+    } catch (const RecorderError& error) {
+        shared_->fail(error);
+    }
+}
+
+}  // namespace lumivastor

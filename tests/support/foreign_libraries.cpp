@@ -1,0 +1,29 @@
+// What sanitizers are told about libraries that are not built with them. Part of every test binary that uses media
+// libraries; without sanitizers nobody calls these.
+
+extern "C" {
+
+const char* __tsan_default_suppressions();
+const char* __lsan_default_suppressions();
+
+// FFmpeg counts references with atomics that the thread sanitizer cannot see, so every buffer that one of its threads
+// fills and another frees looks like a race.
+const char* __tsan_default_suppressions() {
+    return "called_from_lib:libavcodec.so\n"
+           "called_from_lib:libavformat.so\n"
+           "called_from_lib:libavutil.so\n"
+           "called_from_lib:libswscale.so\n"
+           "called_from_lib:libx264.so\n"
+           "called_from_lib:libx265.so\n"
+           "race:libavcodec.so\n"
+           "race:libavutil.so\n"
+           "race:libx264.so\n"
+           "race:libx265.so\n";
+}
+
+// The HEVC encoder does not free all that it allocates when it is opened. Only test movies are made with it.
+const char* __lsan_default_suppressions() {
+    return "leak:libx265.so\n";
+}
+
+}  // extern "C"
