@@ -193,7 +193,7 @@ TEST(Painter, RandomRecipesAgreeWithTheReference) {
 }
 
 // A whole frame as the compositor stacks it, over several tiles and bands.
-Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom) {
+Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom, const Picture& content = {}) {
     const Rect screen{width * 0.1, height * 0.12, width * 0.8, height * 0.76};
     const AffineTransform camera =
         zoom == 1 ? AffineTransform{} : AffineTransform{zoom, zoom, -width * 0.21, -height * 0.33};
@@ -202,7 +202,7 @@ Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom) 
                              .transformed(camera)
                              .over(layer(makeBackground(width, height, {0.3, 0.4, 0.7})));
     const int sourceWidth = width;
-    Picture source = recipes.yuv(sourceWidth, height);
+    Picture source = content.isEmpty() ? recipes.yuv(sourceWidth, height) : content;
     const Rect mask{20, 30, 60, 40};
     source = source.clampedToExtent().pixellated(12, {mask.x, mask.y}).cropped(mask).over(source);
     const Picture placed =
@@ -246,10 +246,22 @@ TEST(Painter, WholeFramesAgreeWithTheReference) {
 }
 
 TEST(Painter, GoldenFrames) {
+    // Lines of strokes of all widths on a light ground, like text.
+    auto content = std::make_shared<Buffer>(192, 108);
+    for (int y = 0; y < 108; ++y) {
+        for (int x = 0; x < 192; ++x) {
+            const bool stroke = y % 9 < 5 && x * 7 % 23 < 6 && x < 150 - y;
+            std::uint8_t* pixel = content->pixel(x, y);
+            pixel[0] = stroke ? 60 : 250;
+            pixel[1] = stroke ? 40 : 246;
+            pixel[2] = stroke ? 30 : 240;
+            pixel[3] = 255;
+        }
+    }
     for (const int percent : {100, 160}) {
         RandomRecipes recipes(21);
         Buffer painted(192, 108);
-        Painter(1).paint(studioFrame(recipes, 192, 108, percent / 100.0), painted);
+        Painter(1).paint(studioFrame(recipes, 192, 108, percent / 100.0, Picture(content)), painted);
         const std::string name = "frame_" + std::to_string(percent) + ".png";
         expectGolden(painted, std::filesystem::path(LUMI_IMAGING_TESTDATA) / name);
     }
