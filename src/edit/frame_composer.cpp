@@ -50,6 +50,8 @@ Picture screenLayer(const FrameIngredients& in, const Picture& source, const Aff
     return withMasks(atRecordedSize(source, in.recording.info), layout)
         .cropped(shown)
         .transformed(placement.then(zoom))
+        // The matte's edge lies on the crop's; only one of them may soften it.
+        .clampedToExtent()
         .blendedWithMask(in.layers.maskImage.transformed(zoom));
 }
 

@@ -27,7 +27,7 @@ class StillPicture : public testing::Test {
 };
 
 TEST_F(StillPicture, IsTheLastOneUpToTheMoment) {
-    make({.pictures = 60, .frameRate = 30});
+    make(TestMovieOptions());
     for (int i = 0; i < 60; i += 7) {
         EXPECT_EQ(numberAt(i / 30.0 + 0.001), i);
         EXPECT_EQ(numberAt(i / 30.0 + 0.032), i);
@@ -35,20 +35,20 @@ TEST_F(StillPicture, IsTheLastOneUpToTheMoment) {
 }
 
 TEST_F(StillPicture, StaysPastTheEnd) {
-    make({.pictures = 60, .frameRate = 30});
+    make(TestMovieOptions());
     EXPECT_EQ(numberAt(2.5), 59);
     EXPECT_EQ(numberAt(1e9), 59);
 }
 
 TEST_F(StillPicture, IsNoneBeforeTheFirst) {
-    make({.pictures = 30, .frameRate = 30});
+    make(TestMovieOptions());
     EXPECT_EQ(stillPicture(asset_, -0.5), std::nullopt);
 }
 
 TEST_F(StillPicture, OfAMovieWithoutPicturesIsNone) {
     TestMovieOptions options;
     options.videoEncoder = "";
-    options.sounds = {{}};
+    options.sounds.emplace_back();
     options.soundSeconds = 1;
     EXPECT_EQ(stillPicture(make(options), 0.5), std::nullopt);
 }
