@@ -4,12 +4,14 @@
 #include <simdjson.h>
 
 #include <cmath>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/arguments.h"
 #include "edit/composition.h"
+#include "imaging/png_file.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor {
@@ -186,6 +188,55 @@ TEST_F(InspectVerb, HelpAndVersionAreAnswersNotErrors) {
     const Outcome help = run({"inspect", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("--output-at"), std::string::npos);
+}
+
+class FrameVerb : public InspectVerb {
+  protected:
+    // A plain red screen of the recording's size.
+    std::string screen() const {
+        BgraPremultipliedBuffer picture(1920, 1080);
+        for (int y = 0; y < 1080; ++y) {
+            for (int x = 0; x < 1920; ++x) {
+                picture.pixel(x, y)[2] = 200;
+                picture.pixel(x, y)[3] = 255;
+            }
+        }
+        writePng(folder_ / "screen.png", picture);
+        return (folder_ / "screen.png").string();
+    }
+    std::string out() const { return (folder_ / "frame.png").string(); }
+};
+
+TEST_F(FrameVerb, ComposesAFrameFromAGivenPictureWithoutAnyMovie) {
+    const Outcome outcome =
+        run({"frame", folder(), "--at", "1", "--source", screen(), "--canvas", "320x180", "--out", out()});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    const auto frame = readPng(out());
+    EXPECT_EQ(frame.width(), 320);
+    EXPECT_EQ(frame.height(), 180);
+    EXPECT_EQ(frame.pixel(160, 90)[2], 200);
+    EXPECT_EQ(frame.pixel(160, 90)[1], 0);
+    EXPECT_LT(frame.pixel(2, 2)[2], 100);
+}
+
+TEST_F(FrameVerb, WithoutTheMovieItNeedsItFails) {
+    const Outcome outcome = run({"frame", folder(), "--at", "1", "--out", out()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("source.mov"), std::string::npos) << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(out()));
+}
+
+TEST_F(FrameVerb, AFolderThatCannotBeWrittenIsAFailedJob) {
+    const Outcome outcome = run({"frame", folder(), "--at", "1", "--source", screen(), "--out", "/nowhere/frame.png"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("konnte nicht geschrieben werden"), std::string::npos) << outcome.err;
+}
+
+TEST_F(FrameVerb, WrongUsageIsStatusTwo) {
+    EXPECT_EQ(run({"frame", folder(), "--out", out()}).status, 2);
+    EXPECT_EQ(run({"frame", folder(), "--at", "1"}).status, 2);
+    EXPECT_EQ(run({"frame", folder(), "--at", "1,2", "--out", out()}).status, 2);
 }
 
 TEST(Arguments, ADoubleDashEndsTheOptions) {
