@@ -79,6 +79,7 @@ Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
         const bool durationKnown = !fragmented_ && stream.duration != AV_NOPTS_VALUE && stream.duration > 0;
         track.end = durationKnown ? track.start + mediaTime(stream.duration, base.num, base.den)
                                   : std::max(track.start, file.indexEnd(static_cast<int>(i)));
+        track.sampleCount = avformat_index_get_entries_count(&stream);
         if (track.kind == TrackKind::video) {
             fillVideo(stream, track);
         } else {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -17,9 +18,10 @@ enum class TrackKind { video, audio };
 struct AssetTrack {
     int id = 0;  // of the track in its file, unique there
     TrackKind kind = TrackKind::video;
-    std::string codec;  // FFmpeg's short name: "hevc", "h264", "aac"
-    MediaTime start;    // of its first sample
-    MediaTime end;      // of its last sample
+    std::string codec;             // FFmpeg's short name: "hevc", "h264", "aac"
+    MediaTime start;               // of its first sample
+    MediaTime end;                 // of its last sample
+    std::int64_t sampleCount = 0;  // in the file's index; of pictures, each is one
 
     // Video only. The size is in pixels, before any rotation that the file may ask for.
     int width = 0;

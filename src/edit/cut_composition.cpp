@@ -1,0 +1,120 @@
+#include "edit/cut_composition.h"
+
+#include <algorithm>
+
+#include "app/log/log.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr std::int32_t kTimescale = 600;
+// Shorter than any tick; what is missing for less long is not missing.
+constexpr double kSliver = 0.001;
+
+std::optional<AssetTrack> firstTrack(const std::shared_ptr<const Asset>& asset, TrackKind kind) {
+    if (!asset) return std::nullopt;
+    const std::vector<AssetTrack> tracks = asset->tracks(kind);
+    return tracks.empty() ? std::nullopt : std::optional(tracks.front());
+}
+
+std::vector<TimeRange> onTicks(std::span<const KeptSegment> segments) {
+    std::vector<TimeRange> ranges;
+    for (const KeptSegment& segment : segments) {
+        ranges.push_back(TimeRange::between(MediaTime::fromSeconds(segment.start, kTimescale),
+                                            MediaTime::fromSeconds(segment.end, kTimescale)));
+    }
+    return ranges;
+}
+
+int addBackToBack(MutableComposition& movie, std::span<const TimeRange> ranges,
+                  const std::shared_ptr<const Asset>& asset, const AssetTrack& track) {
+    const int id = movie.addTrack(track.kind);
+    MediaTime at;
+    for (const TimeRange& range : ranges) {
+        movie.insert(id, asset, track.id, range, at);
+        at = at + range.duration;
+    }
+    return id;
+}
+
+// One segment of the webcam's track: nothing, the camera's stretch, nothing; any of the three may be missing.
+void addWebcamSegment(MutableComposition& movie, int id, const std::shared_ptr<const Asset>& asset,
+                      const AssetTrack& track, const TimeRange& wanted, const MediaTime& at) {
+    const MediaTime first = std::clamp(track.start.rescaled(kTimescale), wanted.start, wanted.end());
+    const MediaTime last = std::clamp(track.end.rescaled(kTimescale), first, wanted.end());
+    const auto isMissing = [](const MediaTime& length) { return length.seconds() > kSliver; };
+    const MediaTime before = first - wanted.start;
+    const MediaTime after = wanted.end() - last;
+    if (isMissing(before)) movie.insertEmpty(id, {at, before});
+    movie.insert(id, asset, track.id, TimeRange::between(first, last), at + before);
+    if (isMissing(after)) movie.insertEmpty(id, {at + before + (last - first), after});
+}
+
+int addWebcam(MutableComposition& movie, std::span<const TimeRange> ranges, const std::shared_ptr<const Asset>& asset,
+              const AssetTrack& track, double webcamOffset) {
+    const MediaTime offset = MediaTime::fromSeconds(webcamOffset, kTimescale);
+    const int id = movie.addTrack(TrackKind::video);
+    MediaTime at;
+    for (const TimeRange& range : ranges) {
+        addWebcamSegment(movie, id, asset, track, {range.start - offset, range.duration}, at);
+        at = at + range.duration;
+    }
+    return id;
+}
+
+// Far beyond what the editor's controls can set: documents are untrusted, and sound is to stay finite.
+float volumeOf(double setting) {
+    constexpr double kLoudest = 1000;
+    return static_cast<float>(std::clamp(setting, 0.0, kLoudest));
+}
+
+}  // namespace
+
+RecordingAssets openRecordingAssets(const Recording& recording) {
+    RecordingAssets assets;
+    assets.screen = std::make_shared<const Asset>(recording.folder / "source.mov");
+    if (!recording.hasWebcam()) return assets;
+    try {
+        auto webcam = std::make_shared<const Asset>(recording.webcamFile);
+        if (webcam->tracks(TrackKind::video).empty()) {
+            Log::write("Studio", "Webcam-Film ohne Bilder, wird weggelassen");
+        } else {
+            assets.webcam = std::move(webcam);
+        }
+    } catch (const RecorderError& error) {
+        Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
+    }
+    return assets;
+}
+
+CutComposition makeCutComposition(std::span<const KeptSegment> segments, const RecordingAssets& assets,
+                                  double webcamOffset) {
+    if (segments.empty()) throw RecorderError("Es bleibt nichts übrig - alles ist weggeschnitten.");
+    const std::vector<TimeRange> ranges = onTicks(segments);
+    CutComposition cut;
+    const std::optional<AssetTrack> screen = firstTrack(assets.screen, TrackKind::video);
+    if (screen) cut.screenTrackId = addBackToBack(cut.movie, ranges, assets.screen, *screen);
+    if (const auto webcam = firstTrack(assets.webcam, TrackKind::video); screen && webcam) {
+        cut.webcamTrackId = addWebcam(cut.movie, ranges, assets.webcam, *webcam, webcamOffset);
+    }
+    for (const AssetTrack& audio : assets.screen->tracks(TrackKind::audio)) {
+        cut.audioTrackIds.push_back(addBackToBack(cut.movie, ranges, assets.screen, audio));
+    }
+    return cut;
+}
+
+std::vector<AudioMixInput> makeAudioMix(const CaptureInfo& info, const ProjectSettings& settings,
+                                        std::span<const int> audioTrackIds) {
+    std::vector<float> volumes;
+    if (info.systemAudio) volumes.push_back(volumeOf(settings.systemVolume));
+    if (info.microphone) volumes.push_back(volumeOf(settings.micVolume));
+    std::vector<AudioMixInput> inputs;
+    for (const int id : audioTrackIds) {
+        inputs.push_back({id, inputs.size() < volumes.size() ? volumes[inputs.size()] : 1.0F});
+    }
+    return inputs;
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "edit/recording.h"
+#include "edit/timeline.h"
+#include "media/asset.h"
+#include "media/asset_reader.h"
+#include "media/composition.h"
+#include "model/capture_info.h"
+#include "model/project_settings.h"
+
+// The edited video as a movie of tracks: what an export reads and a preview plays.
+
+namespace lumivastor {
+
+/// The movies of a recording folder, opened.
+struct RecordingAssets {
+    std::shared_ptr<const Asset> screen;
+    std::shared_ptr<const Asset> webcam;  // null when the recording has none that can be shown
+};
+
+/// Opens "source.mov" and the webcam movie. A webcam movie that cannot be opened, or has no pictures, counts as none
+/// and is logged. Throws `RecorderError` when the screen movie is missing or cannot be read. Touches the disk: whoever
+/// only lists what is in a folder does without. Any thread.
+RecordingAssets openRecordingAssets(const Recording& recording);
+
+/// An edited movie and which of its tracks is what.
+struct CutComposition {
+    MutableComposition movie;
+    std::optional<int> screenTrackId;  // none when the screen movie has no pictures
+    std::optional<int> webcamTrackId;
+    std::vector<int> audioTrackIds;  // in the source's order: system sound, then microphone
+};
+
+/// Shows the kept segments back to back, pictures, webcam and all sound. The webcam shows the same moments as the
+/// screen, and an empty range wherever its movie has nothing; `webcamOffset` is the source time of its zero, in
+/// seconds. Segment bounds are rounded to 1/600 s.
+///
+///     source   |===A===|--cut--|====B====|          output   |===A===|====B====|
+///     webcam       |===============|                         |   |=A=|==B|     |
+///
+/// Throws `RecorderError` when there are no segments.
+CutComposition makeCutComposition(std::span<const KeptSegment> segments, const RecordingAssets& assets,
+                                  double webcamOffset);
+
+/// The volume of each audio track of such a movie: the settings' for the system sound, if it was recorded, then the
+/// microphone's, if it was; 1 for any further track.
+std::vector<AudioMixInput> makeAudioMix(const CaptureInfo& info, const ProjectSettings& settings,
+                                        std::span<const int> audioTrackIds);
+
+}  // namespace lumivastor

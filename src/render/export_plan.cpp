@@ -1,0 +1,79 @@
+#include "render/export_plan.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/formatted.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+
+namespace {
+
+// The largest picture that H.264 knows a level for is 8192 x 4320.
+constexpr std::int64_t kLeastHeight = 2;
+constexpr std::int64_t kLargestHeight = 4320;
+
+constexpr std::int64_t kFramesPerReport = 30;
+constexpr double kUnfinished = 0.97;
+constexpr float kNoGain = 0.001F;
+constexpr double kHeldAtEnd = 0.05;
+
+}  // namespace
+
+CanvasSize exportCanvas(std::int64_t height) {
+    if (height < kLeastHeight || height > kLargestHeight) {
+        throw RecorderError(formatted("Die Höhe des Videos ist unzulässig: %lld.", static_cast<long long>(height)));
+    }
+    return {static_cast<int>(height * 16 / 9), static_cast<int>(height)};
+}
+
+void checkFrameRate(std::int64_t fps) {
+    if (fps >= 1 && fps <= kExportTimescale) return;
+    throw RecorderError(formatted("Die Bildrate der Aufnahme ist unzulässig: %lld.", static_cast<long long>(fps)));
+}
+
+std::int64_t frameCount(double seconds, std::int64_t fps) {
+    return std::max<std::int64_t>(1, static_cast<std::int64_t>(seconds * static_cast<double>(fps)));
+}
+
+double frameSeconds(std::int64_t index, std::int64_t fps) {
+    return static_cast<double>(index) / static_cast<double>(fps);
+}
+
+std::int64_t exportBitRate(CanvasSize canvas, std::int64_t fps) {
+    constexpr double kBitsPerPixel = 0.1;
+    return static_cast<std::int64_t>(static_cast<double>(canvas.width) * static_cast<double>(canvas.height) *
+                                     static_cast<double>(fps) * kBitsPerPixel);
+}
+
+std::optional<double> progressAfter(std::int64_t done, std::int64_t total) {
+    if (done % kFramesPerReport != 0) return std::nullopt;
+    return std::min(static_cast<double>(done) / static_cast<double>(total), kUnfinished);
+}
+
+SplitMix splitMix(std::vector<AudioMixInput> inputs) {
+    SplitMix mix{std::move(inputs), 1};
+    for (const AudioMixInput& input : mix.inputs) mix.gain = std::max(mix.gain, input.volume);
+    for (AudioMixInput& input : mix.inputs) input.volume /= mix.gain;
+    return mix;
+}
+
+void amplify(std::span<float> values, float gain) {
+    if (!(std::abs(gain - 1.0F) > kNoGain)) return;
+    for (float& value : values) value = std::clamp(value * gain, -1.0F, 1.0F);
+}
+
+bool RestartPolicy::isCalledFor(bool readerFailed, double t, double duration) {
+    return readerFailed && t < duration - kHeldAtEnd;
+}
+
+std::optional<RestartPolicy::Attempt> RestartPolicy::next(double lastSeconds) {
+    if (attempts_ == kLimit) return std::nullopt;
+    const int before = attempts_++;
+    constexpr double kNextTick = 0.001;
+    const double skip = before <= 1 ? kNextTick : (before - 1) / 2.0;
+    return Attempt{attempts_, MediaTime::fromSeconds(std::max(lastSeconds, 0.0) + skip, kExportTimescale)};
+}
+
+}  // namespace lumivastor

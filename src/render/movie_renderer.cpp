@@ -1,0 +1,359 @@
+#include "render/movie_renderer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <semaphore>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/formatted.h"
+#include "base/serial_queue.h"
+#include "edit/cut_composition.h"
+#include "imaging/painter.h"
+#include "media/asset_writer.h"
+#include "render/export_plan.h"
+#include "render/finished_movie.h"
+#include "render/picture_stream.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Bands of a picture gain little beyond this, and decoder and encoder have threads as well.
+constexpr unsigned kMostPaintingThreads = 8;
+// How long a picture is tried again while there is no memory for it.
+constexpr int kMemoryAttempts = 200;
+constexpr std::chrono::milliseconds kMemoryPause{10};
+
+int paintingThreads() {
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostPaintingThreads));
+}
+
+// Runs `work`; whatever it throws becomes an error for the user.
+template <typename Work>
+std::optional<RecorderError> errorOf(Work work) {
+    try {
+        work();
+        return std::nullopt;
+    } catch (const RecorderError& error) {
+        return error;
+    } catch (const std::bad_alloc&) {
+        return RecorderError("Der Arbeitsspeicher reicht nicht.");
+    } catch (const std::exception& error) {
+        return RecorderError(std::string("Das Studio-Video konnte nicht geschrieben werden: ") + error.what());
+    }
+}
+
+// One export. Made, run and destroyed on the calling thread.
+class Export {
+  public:
+    Export(const Composition& composition, const FrameMaker& makeFrame, const RenderOptions& options)
+        : recording_(composition.recording()),
+          state_(composition.state()),
+          canvas_{composition.canvasWidth(), composition.canvasHeight()},
+          makeFrame_(makeFrame),
+          options_(options),
+          format_(options.format.value_or(state_->settings.exportFormat)),
+          fps_(recording_.info.fps) {}
+
+    RenderResult run() {
+        checkFrameRate(fps_);
+        throwIfStopped();
+        const CutComposition cut = openCut();
+        openStreams(cut);
+        prepareWriter();
+        prepareSound(cut);
+        startWriting();
+        pumpToTheEnd();
+        return finish();
+    }
+
+  private:
+    enum class Pass { done, again, end };
+
+    // Set-up
+    CutComposition openCut();
+    void openStreams(const CutComposition& cut);
+    void prepareWriter();
+    void prepareSound(const CutComposition& cut);
+    void startWriting();
+
+    // Pumps
+    void pumpToTheEnd();
+    void pumpVideo();
+    Pass makePicture();
+    Pass paint(const Picture& picture, const MediaTime& time);
+    Pass pictureDone(bool isTaken);
+    void pumpAudio();
+    bool copySound();
+
+    // End
+    RenderResult finish();
+    void report(double progress) const;
+
+    // What ends an export early
+    void record(const RecorderError& error);
+    bool isStopping() const { return hasFailed_ || options_.stop.stop_requested(); }
+    void throwIfStopped() const {
+        if (options_.stop.stop_requested()) throw RecorderError("Abgebrochen.");
+    }
+
+    const Recording& recording_;
+    const std::shared_ptr<const EditState> state_;
+    const CanvasSize canvas_;
+    const FrameMaker& makeFrame_;
+    const RenderOptions& options_;
+    const ExportFormat format_;
+    const std::int64_t fps_;
+    std::filesystem::path path_;
+    std::int64_t total_ = 0;
+
+    std::mutex exportLock_;
+    std::optional<RecorderError> error_;  // guarded by exportLock_; the first one
+    std::atomic<bool> hasFailed_ = false;
+    std::binary_semaphore videoEnded_{0};
+    std::binary_semaphore audioEnded_{0};
+
+    // The video pump's while it runs.
+    std::optional<PictureStream> screen_;
+    std::optional<PictureStream> webcam_;
+    bool webcamIsReadable_ = true;
+    Painter painter_{paintingThreads()};
+    std::optional<Picture> last_;  // the recipe appended last
+    std::int64_t frame_ = 0;       // handled so far: the index of the next
+    std::int64_t appended_ = 0;
+    int memoryAttempts_ = 0;
+
+    // The audio pump's while it runs.
+    std::unique_ptr<AssetReader> audioReader_;
+    AudioMixOutput* audioOutput_ = nullptr;
+    float gain_ = 1;
+    std::optional<double> soundSeconds_;  // where the sound that was appended ends
+
+    // The queues outlive the writer, and everything above outlives what runs on them.
+    SerialQueue videoQueue_{"compose.video"};
+    SerialQueue audioQueue_{"compose.audio0"};
+    std::unique_ptr<AssetWriter> writer_;
+    VideoWriterInput* video_ = nullptr;
+    AudioWriterInput* audio_ = nullptr;  // none: no sound
+};
+
+CutComposition Export::openCut() {
+    CutComposition cut;
+    if (state_->keptSegments.empty()) {
+        // Said before any movie is opened.
+        cut = makeCutComposition(state_->keptSegments, {}, 0);
+    } else {
+        const RecordingAssets assets = openRecordingAssets(recording_);
+        cut = makeCutComposition(state_->keptSegments, assets, recording_.webcamOffset());
+    }
+    total_ = frameCount(state_->outputDuration, fps_);
+    if (!cut.screenTrackId) throw RecorderError("Die Schnittfassung hat keine Videospur.");
+    return cut;
+}
+
+// The two tracks have a reader each: damage in the camera's movie then costs its own pictures only.
+void Export::openStreams(const CutComposition& cut) {
+    constexpr double kNoWebcamYet = -1;
+    screen_.emplace(cut.movie, *cut.screenTrackId, PictureStream::Options{"Videoleser", state_->outputDuration, 0});
+    screen_->open();
+    if (!cut.webcamTrackId) return;
+    webcam_.emplace(cut.movie, *cut.webcamTrackId,
+                    PictureStream::Options{"Webcamleser", state_->outputDuration, kNoWebcamYet});
+    if (const auto error = errorOf([this] { webcam_->open(); })) {
+        Log::write("Studio", "Webcam-Film wird weggelassen: " + error->message());
+        webcam_.reset();
+    }
+}
+
+void Export::prepareWriter() {
+    path_ = recording_.folder / ("studio-output." + std::string(fileExtension(format_)));
+    std::error_code ignored;  // what cannot be removed cannot be replaced either, which the writer says
+    std::filesystem::remove(path_, ignored);
+    const bool isMp4 = format_ == ExportFormat::mp4;
+    writer_ = std::make_unique<AssetWriter>(path_, isMp4 ? MovieContainer::mp4 : MovieContainer::quickTime);
+    VideoSettings settings;
+    settings.width = canvas_.width;
+    settings.height = canvas_.height;
+    settings.averageBitRate = exportBitRate(canvas_, fps_);
+    settings.maxKeyFrameInterval = static_cast<int>(fps_ * 2);
+    settings.frameRate = static_cast<int>(fps_);
+    settings.timescale = kExportTimescale;
+    video_ = &writer_->addVideoInput(settings);
+}
+
+void Export::prepareSound(const CutComposition& cut) {
+    if (cut.audioTrackIds.empty()) return;
+    SplitMix mix = splitMix(makeAudioMix(recording_.info, state_->settings, cut.audioTrackIds));
+    gain_ = mix.gain;
+    audioReader_ = std::make_unique<AssetReader>(cut.movie);
+    audioOutput_ = &audioReader_->addAudioMixOutput(std::move(mix.inputs));
+    // Started here and not when the writer runs, so that sound that cannot be read leaves no empty track behind.
+    if (!audioReader_->startReading()) {
+        Log::write("Studio", "Ton wird weggelassen: " + audioReader_->error().value_or(RecorderError("?")).message());
+        return;
+    }
+    audio_ = &writer_->addAudioInput({});
+}
+
+void Export::startWriting() {
+    throwIfStopped();
+    if (!writer_->startWriting()) {
+        throw writer_->error().value_or(RecorderError("studio-output.mov konnte nicht angelegt werden."));
+    }
+    writer_->startSession({});
+}
+
+void Export::pumpToTheEnd() {
+    if (audio_ != nullptr) audio_->requestMediaDataWhenReady(audioQueue_, [this] { pumpAudio(); });
+    video_->requestMediaDataWhenReady(videoQueue_, [this] { pumpVideo(); });
+    videoEnded_.acquire();
+    if (audio_ != nullptr) audioEnded_.acquire();
+}
+
+void Export::pumpVideo() {
+    while (video_->isReadyForMoreMediaData()) {
+        Pass pass = Pass::end;
+        if (const auto error = errorOf([&] { pass = makePicture(); })) record(*error);
+        if (pass == Pass::again) return;  // called again at once
+        if (pass == Pass::done && !isStopping()) continue;
+        video_->markAsFinished();
+        videoEnded_.release();
+        return;
+    }
+}
+
+Export::Pass Export::makePicture() {
+    if (frame_ >= total_ || isStopping()) return Pass::end;
+    const double t = frameSeconds(frame_, fps_);
+    if (!screen_->advance(t)) {
+        throw RecorderError(
+            formatted("Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.", screen_->lastSeconds()));
+    }
+    if (webcam_ && webcamIsReadable_) webcamIsReadable_ = webcam_->advance(t);
+    const Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
+    if (source == nullptr) {
+        ++frame_;  // nothing to show yet: the movie's first picture comes later
+        return Pass::done;
+    }
+    std::optional<Picture> webcam;
+    if (webcam_ && webcam_->current() != nullptr) webcam = *webcam_->current();
+    Picture picture = makeFrame_(*source, webcam, sourceTime(state_->keptSegments, t));
+    const MediaTime time = MediaTime::fromSeconds(t, kExportTimescale);
+    if (last_ && picture == *last_) return pictureDone(video_->appendRepeat(time));
+    const Pass pass = paint(picture, time);
+    if (pass == Pass::done) last_ = std::move(picture);
+    return pass;
+}
+
+Export::Pass Export::paint(const Picture& picture, const MediaTime& time) {
+    std::shared_ptr<PlanarBuffer> buffer = video_->pool().makePlanar();
+    if (!buffer) {
+        if (++memoryAttempts_ == kMemoryAttempts) throw RecorderError("Kein Speicher für die Ausgabebilder.");
+        std::this_thread::sleep_for(kMemoryPause);
+        return Pass::again;
+    }
+    memoryAttempts_ = 0;
+    painter_.paint(picture, buffer->destination());
+    return pictureDone(video_->append(std::move(buffer), time));
+}
+
+Export::Pass Export::pictureDone(bool isTaken) {
+    if (!isTaken) throw writer_->error().value_or(RecorderError("Ein Bild konnte nicht geschrieben werden."));
+    ++appended_;
+    ++frame_;
+    if (const auto progress = progressAfter(frame_, total_)) report(*progress);
+    return Pass::done;
+}
+
+void Export::pumpAudio() {
+    while (audio_->isReadyForMoreMediaData()) {
+        bool goesOn = false;
+        if (const auto error = errorOf([&] { goesOn = copySound(); })) record(*error);
+        if (goesOn) continue;
+        audio_->markAsFinished();
+        audioEnded_.release();
+        return;
+    }
+}
+
+bool Export::copySound() {
+    if (isStopping()) return false;
+    std::optional<PcmSample> sample = audioOutput_->copyNextSample();
+    if (!sample) {
+        if (const auto error = audioReader_->error()) {
+            Log::write("Studio", formatted("Der Ton endet bei %.2f s - Grund: %s", soundSeconds_.value_or(0),
+                                           error->message().c_str()));
+        }
+        return false;
+    }
+    amplify(sample->values, gain_);
+    const double end = (sample->presentationTime + sample->duration()).seconds();
+    if (!audio_->append(std::move(*sample))) {
+        throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
+    }
+    soundSeconds_ = end;
+    return true;
+}
+
+void Export::record(const RecorderError& error) {
+    const std::scoped_lock guard(exportLock_);
+    if (!error_) error_ = error;
+    hasFailed_ = true;
+}
+
+RenderResult Export::finish() {
+    if (options_.stop.stop_requested()) {
+        writer_->cancelWriting();
+        throw RecorderError("Abgebrochen.");
+    }
+    {
+        const std::scoped_lock guard(exportLock_);
+        if (error_) throw RecorderError(*error_);
+    }
+    if (!writer_->finishWriting()) {
+        throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
+    }
+    const double seconds = frameSeconds(frame_, fps_);
+    checkFinishedMovie(path_, {canvas_, appended_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    report(1);
+    const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());
+    Log::write("Studio", formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
+                                   state_->settings.cuts.size(), static_cast<long long>(zooms)));
+    return {path_, frame_, seconds, zooms};
+}
+
+void Export::report(double progress) const {
+    if (!options_.progress) return;
+    if (!options_.postToMain) return options_.progress(progress);
+    options_.postToMain([report = options_.progress, progress] { report(progress); });
+}
+
+}  // namespace
+
+RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
+                             const RenderOptions& options) {
+    return Export(composition, makeFrame, options).run();
+}
+
+std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
+                         std::function<void(const RenderOutcome&)> completion) {
+    return std::jthread([&composition, makeFrame = std::move(makeFrame), options = std::move(options),
+                         completion = std::move(completion)](std::stop_token stop) mutable {
+        options.stop = std::move(stop);
+        RenderOutcome outcome = RenderResult{};
+        if (const auto error = errorOf([&] { outcome = renderMovieSync(composition, makeFrame, options); })) {
+            outcome = *error;
+        }
+        if (!options.postToMain) return completion(outcome);
+        options.postToMain([completion, outcome] { completion(outcome); });
+    });
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,60 @@
+#include "render/picture_stream.h"
+
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/formatted.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+
+PictureStream::PictureStream(MutableComposition movie, int trackId, Options options)
+    : movie_(std::move(movie)), trackId_(trackId), options_(std::move(options)), slots_(options_.lastSeconds) {}
+
+void PictureStream::open() {
+    openAt({});
+    slots_.setPending(readNext());
+}
+
+void PictureStream::openAt(const MediaTime& start) {
+    auto reader = std::make_unique<AssetReader>(movie_);
+    VideoTrackOutput& output = reader->addVideoOutput(trackId_, PictureFormat::planar);
+    if (start > MediaTime{}) {
+        // A second more than there is, so that rounding never takes the last picture away.
+        const MediaTime end = MediaTime::fromSeconds(options_.duration + 1, kExportTimescale);
+        reader->setTimeRange(TimeRange::between(start, std::max(start, end)));
+    }
+    if (!reader->startReading()) {
+        throw reader->error().value_or(RecorderError("source.mov konnte nicht gelesen werden."));
+    }
+    output_ = &output;
+    reader_ = std::move(reader);
+}
+
+std::optional<PictureStream::Sample> PictureStream::readNext() {
+    const std::optional<VideoSample> sample = output_->copyNextSample();
+    if (!sample) return std::nullopt;
+    return Sample{sample->presentationTime.seconds(), Picture(sample->planar())};
+}
+
+bool PictureStream::advance(double t) {
+    slots_.advance(t, [this] { return readNext(); });
+    if (slots_.pending() != nullptr) return true;
+    const bool failed = reader_->status() == AssetReader::Status::failed;
+    if (!RestartPolicy::isCalledFor(failed, t, options_.duration)) return true;
+    const std::optional<RestartPolicy::Attempt> attempt = restarts_.next(slots_.lastSeconds());
+    if (!attempt) return false;
+    const std::optional<RecorderError> reason = reader_->error();
+    Log::write("Studio", formatted("%s bei %.2f s neu gestartet (Versuch %d) - Grund: %s", options_.logName.c_str(),
+                                   attempt->time.seconds(), attempt->number,
+                                   reason ? ("Optional(" + reason->message() + ")").c_str() : "nil"));
+    try {
+        openAt(attempt->time);
+        slots_.setPending(readNext());
+    } catch (const RecorderError&) {
+        // The failed reader stays, so the next picture's turn is the next attempt.
+    }
+    return true;
+}
+
+}  // namespace lumivastor
