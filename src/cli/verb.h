@@ -24,5 +24,7 @@ struct Verb {
 extern const Verb kInspectVerb;
 /// Composes one finished frame into a PNG file.
 extern const Verb kFrameVerb;
+/// Exports the studio movie.
+extern const Verb kRenderVerb;
 
 }  // namespace lumivastor
