@@ -130,8 +130,8 @@ void drawMoment(BgraPremultipliedBuffer& picture, const std::vector<PointerSampl
         canvas.fill({button.x + h * 0.02, button.midY() - h * 0.004, h * 0.08, h * 0.008}, {255, 255, 255});
     }
     canvas.disc({w * (0.5 + 0.4 * std::sin(t)), h * 0.95}, h * 0.025, {240, 180, 60});
-    canvas.fill({w - h * 0.3, h * 0.92, h * 0.3, h * 0.08}, {20, 22, 26});
-    canvas.number({w - h * 0.285, h * 0.935}, h * 0.05, index, 6, {240, 240, 240});
+    canvas.fill({0, h * 0.92, h * 0.3, h * 0.08}, {20, 22, 26});
+    canvas.number({h * 0.015, h * 0.935}, h * 0.05, index, 6, {240, 240, 240});
     if (flash) canvas.fill({0, 0, h * 0.1, h * 0.1}, {255, 255, 255});
 }
 

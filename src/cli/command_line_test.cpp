@@ -12,7 +12,9 @@
 #include "cli/arguments.h"
 #include "edit/composition.h"
 #include "imaging/png_file.h"
+#include "media/asset.h"
 #include "support/temporary_folder.h"
+#include "support/test_movie.h"
 
 namespace lumivastor {
 namespace {
@@ -237,6 +239,73 @@ TEST_F(FrameVerb, WrongUsageIsStatusTwo) {
     EXPECT_EQ(run({"frame", folder(), "--out", out()}).status, 2);
     EXPECT_EQ(run({"frame", folder(), "--at", "1"}).status, 2);
     EXPECT_EQ(run({"frame", folder(), "--at", "1,2", "--out", out()}).status, 2);
+}
+
+class RenderVerb : public testing::Test {
+  protected:
+    RenderVerb() {
+        TestMovieOptions options;
+        options.pictures = 30;
+        options.sounds.emplace_back();
+        makeTestMovie(folder_ / "source.mov", options);
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = options.width;
+        info.pixelHeight = options.height;
+        info.fps = options.frameRate;
+        info.systemAudio = true;
+        info.duration = 1;
+        info.save(folder_.path());
+        PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}}};
+        track.save(folder_.path());
+        ProjectSettings settings;
+        settings.exportHeight = 72;
+        settings.save(folder_.path());
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(RenderVerb, WritesTheStudioMovieAndTellsOfIt) {
+    const Outcome outcome = run({"render", folder_.path().string(), "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Json json(outcome.out);
+    EXPECT_EQ(json.text("/url"), (folder_ / "studio-output.mp4").string());
+    EXPECT_EQ(json.number("/frames"), 30);
+    EXPECT_EQ(json.number("/seconds"), 1);
+    EXPECT_EQ(json.number("/zoomCount"), 0);
+    const Asset movie(folder_ / "studio-output.mp4");
+    ASSERT_EQ(movie.tracks().size(), 2u);
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].height, 72);
+}
+
+TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
+    const std::string before = folder_.read("project.json");
+    const Outcome outcome = run({"render", folder_.path().string(), "--height", "1080", "--format", "mov"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "Fertig: 1.0 s, 0 Zooms – " + (folder_ / "studio-output.mov").string() + "\n");
+    EXPECT_EQ(Asset(folder_ / "studio-output.mov").tracks(TrackKind::video)[0].height, 1080);
+    EXPECT_EQ(folder_.read("project.json"), before);
+}
+
+TEST_F(RenderVerb, FailuresAreTheRenderersSentences) {
+    ProjectSettings settings;
+    settings.cuts = {{0, 1}};
+    settings.save(folder_.path());
+    const Outcome cut = run({"render", folder_.path().string(), "--json"});
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_EQ(Json(cut.out).text("/error"), "Es bleibt nichts übrig - alles ist weggeschnitten.");
+    settings.exportHeight = 1;
+    settings.save(folder_.path());
+    EXPECT_EQ(run({"render", folder_.path().string()}).err, "Die Höhe des Videos ist unzulässig: 1.\n");
+}
+
+TEST_F(RenderVerb, WrongUsageIsStatusTwo) {
+    EXPECT_EQ(run({"render"}).status, 2);
+    EXPECT_EQ(run({"render", folder_.path().string(), "--height", "720"}).status, 2);
+    EXPECT_EQ(run({"render", folder_.path().string(), "--format", "avi"}).status, 2);
 }
 
 TEST(Arguments, ADoubleDashEndsTheOptions) {

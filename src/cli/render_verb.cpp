@@ -12,7 +12,7 @@
 #include "cli/verb.h"
 #include "edit/composition.h"
 #include "model/json_writer.h"
-#include "render/export_size.h"
+#include "render/export_plan.h"
 #include "render/movie_renderer.h"
 
 namespace lumivastor {
