@@ -29,7 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kEventRate = 100;  // moves per second while the pointer moves
+constexpr double kEventRate = 125;  // moves per second while the pointer moves
 
 // A user at a pointer. Times in seconds since the movie's time zero, positions in points of the captured area.
 class SimulatedUser {
@@ -359,7 +359,8 @@ void makeThreeHours(const fs::path& folder) {
         user.showCursor(ids[user.random()() % ids.size()]);
         user.moveTo(user.anywhere(), 1.2);
         user.click();
-        user.wait(0.11);
+        // Now and then a pause that ends a group of clicks.
+        user.wait(user.random()() % 6 == 0 ? 4 : 0.11);
     }
     endAt(user.track(), kDuration);
     addCursors(folder, user.track(), 3, 1);
