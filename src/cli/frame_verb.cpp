@@ -6,6 +6,7 @@
 #include <string>
 #include <thread>
 
+#include "app/log/log.h"
 #include "base/recorder_error.h"
 #include "cli/verb.h"
 #include "edit/composition.h"
@@ -53,9 +54,15 @@ std::optional<Picture> webcamPicture(const Composition& composition, const Argum
     if (const auto file = arguments.value("--webcam")) return pictureFrom(*file);
     const Recording& recording = composition.recording();
     if (!recording.hasWebcam()) return std::nullopt;
-    const auto picture =
-        stillPicture(std::make_shared<const Asset>(recording.webcamFile), t - recording.webcamOffset());
-    return picture ? std::optional(Picture(*picture)) : std::nullopt;
+    try {
+        const auto picture =
+            stillPicture(std::make_shared<const Asset>(recording.webcamFile), t - recording.webcamOffset());
+        return picture ? std::optional(Picture(*picture)) : std::nullopt;
+    } catch (const RecorderError& error) {
+        // Like an export: a camera movie that cannot be shown costs the bubble, not the frame.
+        Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
+        return std::nullopt;
+    }
 }
 
 void run(const Arguments& arguments, std::ostream&) {
