@@ -8,6 +8,7 @@
 
 #include "app/log/log.h"
 #include "base/recorder_error.h"
+#include "cli/canvas_option.h"
 #include "cli/verb.h"
 #include "edit/composition.h"
 #include "imaging/painter.h"
@@ -19,12 +20,10 @@ namespace lumivastor {
 
 namespace {
 
-constexpr int kMaxCanvas = 16384;
-
 constexpr std::array kOptions = {
     OptionSpec{"--at", "T", "Zeit der Aufnahme in Sekunden"},
     OptionSpec{"--out", "DATEI.png", "wohin das Bild geschrieben wird"},
-    OptionSpec{"--canvas", "BREITExHÖHE", "Größe des fertigen Bildes (sonst 2560x1440)"},
+    kCanvasOption,
     OptionSpec{"--source", "DATEI.png", "dieses Bild statt des aufgenommenen Bildschirms"},
     OptionSpec{"--webcam", "DATEI.png", "dieses Bild statt des aufgenommenen Webcam-Bildes"},
 };
@@ -70,7 +69,7 @@ void run(const Arguments& arguments, std::ostream&) {
     const auto times = arguments.numbers("--at");
     if (times.size() != 1) throw UsageError("--at erwartet eine Zeit in Sekunden.");
     const std::string out = required(arguments, "--out");
-    const PixelSize canvas = parsePixelSize(arguments.value("--canvas").value_or("2560x1440"), kMaxCanvas);
+    const PixelSize canvas = canvasFrom(arguments);
 
     const double t = times.front();
     const Composition composition(folder, canvas.width, canvas.height);

@@ -1,5 +1,6 @@
 #include <array>
 
+#include "cli/canvas_option.h"
 #include "cli/inspect.h"
 #include "cli/verb.h"
 
@@ -7,11 +8,8 @@ namespace lumivastor {
 
 namespace {
 
-// What the painter and any encoder can take.
-constexpr int kMaxCanvas = 16384;
-
 constexpr std::array kOptions = {
-    OptionSpec{"--canvas", "BREITExHÖHE", "Größe des fertigen Bildes (sonst 2560x1440)"},
+    kCanvasOption,
     OptionSpec{"--at", "T,T,…", "Kamera und Maus zu diesen Zeiten der Aufnahme, in Sekunden"},
     OptionSpec{"--output-at", "T,T,…", "Zeiten des Videos, zu denen die Zeit der Aufnahme gesucht wird"},
     OptionSpec{"--json", "", "ein JSON-Dokument statt des Berichts"},
@@ -19,7 +17,7 @@ constexpr std::array kOptions = {
 
 void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
-    const PixelSize canvas = parsePixelSize(arguments.value("--canvas").value_or("2560x1440"), kMaxCanvas);
+    const PixelSize canvas = canvasFrom(arguments);
     const InspectOptions options{arguments.numbers("--at"), arguments.numbers("--output-at")};
     const Composition composition(folder, canvas.width, canvas.height);
     if (arguments.has("--json")) {

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "cli/arguments.h"
+
+namespace lumivastor {
+
+/// The --canvas that several verbs take.
+inline constexpr OptionSpec kCanvasOption = {"--canvas", "BREITExHÖHE", "Größe des fertigen Bildes (sonst 2560x1440)"};
+
+/// What it says, or its default. At most 16384 pixels in each direction, which is what the painter takes.
+inline PixelSize canvasFrom(const Arguments& arguments) {
+    return parsePixelSize(arguments.value(kCanvasOption.name).value_or("2560x1440"), 16384);
+}
+
+}  // namespace lumivastor
