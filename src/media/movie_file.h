@@ -61,7 +61,6 @@ class MovieFile {
     AVFormatContext* context_ = nullptr;
     std::uint64_t byteCount_ = 0;
     bool fragmented_ = false;
-    std::int64_t samplesRead_ = 0;
 };
 
 }  // namespace lumivastor
