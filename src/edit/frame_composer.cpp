@@ -117,7 +117,7 @@ Picture composeFrame(const FrameIngredients& in, const Picture& source, const st
                      double t) {
     const ZoomTransform zoom = zoomTransform(in.state.layout, in.state.zoomEngine->camera(t));
     const AffineTransform zoomed = transformOf(zoom);
-    const Picture base = in.layers.shadowImage.transformed(zoomed).over(in.layers.background);
+    Picture base = in.layers.shadowImage.transformed(zoomed).over(in.layers.background);
     if (in.state.layout.screenRect.isEmpty()) return base;
     Picture picture = screenLayer(in, source, zoomed).over(base);
     picture = withRings(picture, in, zoom, t);

@@ -102,7 +102,7 @@ PlacedAxis placed(const AxisSteps& steps, const Interval& extent, int count, dou
         axis.lows[at] = std::max(position - before, last.low);
         axis.highs[at] = std::min(position + after, last.high);
         // A part that no 8-bit sample can show counts as nothing, or as everything.
-        levels[at] = static_cast<std::int16_t>(part * kFullLevel + 0.5);
+        levels[at] = static_cast<std::int16_t>(std::lround(part * kFullLevel));
         if (levels[at] == 0) continue;
         span = {std::min(span.begin, i), i + 1};
         if (levels[at] == kFullLevel) {
