@@ -1,7 +1,9 @@
 // Makes recording folders to try things on: documents and cursor pictures of the sort that the recorders write, the
-// same ones at every run. A simulated user moves, clicks, drags and scrolls.
+// same ones at every run, with movies to go with them. A simulated user moves, clicks, drags and scrolls.
 //
-//   make_samples FOLDER [NAME...]
+//   make_samples [--documents] FOLDER [NAME...]
+//
+// --documents leaves the movies out. The three-hour sample never has one.
 
 #include <algorithm>
 #include <cmath>
@@ -20,13 +22,14 @@
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
+#include "sample_movies.h"
 
 namespace lumivastor {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kEventRate = 100;  // moves per second while the pointer moves
+constexpr double kEventRate = 125;  // moves per second while the pointer moves
 
 // A user at a pointer. Times in seconds since the movie's time zero, positions in points of the captured area.
 class SimulatedUser {
@@ -215,9 +218,13 @@ void endAt(PointerTrack& track, double duration) {
     std::erase_if(track.cursorChanges, [duration](const CursorChange& each) { return each.t > duration; });
 }
 
+bool documentsOnly = false;
+
 void save(const fs::path& folder, const CaptureInfo& info, const PointerTrack& track) {
     info.save(folder);
     track.save(folder);
+    constexpr double kLongestMovie = 600;
+    if (!documentsOnly && info.duration <= kLongestMovie) makeSourceMovie(folder, info, track);
 }
 
 void work(SimulatedUser& user, double until) {
@@ -334,8 +341,10 @@ void makeWebcam(const fs::path& folder) {
     addCursors(folder, user.track(), 3, 2);
     CaptureInfo info = describe(geometry, "display", kDuration, user.track());
     info.webcamFile = "webcam.mov";
+    // It starts later than the screen and ends earlier.
     info.webcamOffset = 0.375;
     save(folder, info, user.track());
+    if (!documentsOnly) makeWebcamMovie(folder, kDuration - 2);
 }
 
 void makeThreeHours(const fs::path& folder) {
@@ -350,7 +359,8 @@ void makeThreeHours(const fs::path& folder) {
         user.showCursor(ids[user.random()() % ids.size()]);
         user.moveTo(user.anywhere(), 1.2);
         user.click();
-        user.wait(0.11);
+        // Now and then a pause that ends a group of clicks.
+        user.wait(user.random()() % 6 == 0 ? 4 : 0.11);
     }
     endAt(user.track(), kDuration);
     addCursors(folder, user.track(), 3, 1);
@@ -362,9 +372,10 @@ const std::map<std::string, void (*)(const fs::path&)> kSamples = {
     {"no-cursor", makeNoCursor}, {"webcam", makeWebcam}, {"three-hours", makeThreeHours},
 };
 
-int run(const std::vector<std::string>& words) {
+int run(std::vector<std::string> words) {
+    documentsOnly = std::erase(words, "--documents") > 0;
     if (words.empty()) {
-        std::fputs("usage: make_samples FOLDER [NAME...]\n", stderr);
+        std::fputs("usage: make_samples [--documents] FOLDER [NAME...]\n", stderr);
         return 2;
     }
     const fs::path root = words[0];

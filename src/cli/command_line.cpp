@@ -15,7 +15,7 @@ namespace lumivastor {
 
 namespace {
 
-constexpr std::array kVerbs = {&kInspectVerb};
+constexpr std::array kVerbs = {&kInspectVerb, &kFrameVerb, &kRenderVerb};
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;

@@ -4,13 +4,17 @@
 #include <simdjson.h>
 
 #include <cmath>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/arguments.h"
 #include "edit/composition.h"
+#include "imaging/png_file.h"
+#include "media/asset.h"
 #include "support/temporary_folder.h"
+#include "support/test_movie.h"
 
 namespace lumivastor {
 namespace {
@@ -186,6 +190,122 @@ TEST_F(InspectVerb, HelpAndVersionAreAnswersNotErrors) {
     const Outcome help = run({"inspect", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("--output-at"), std::string::npos);
+}
+
+class FrameVerb : public InspectVerb {
+  protected:
+    // A plain red screen of the recording's size.
+    std::string screen() const {
+        BgraPremultipliedBuffer picture(1920, 1080);
+        for (int y = 0; y < 1080; ++y) {
+            for (int x = 0; x < 1920; ++x) {
+                picture.pixel(x, y)[2] = 200;
+                picture.pixel(x, y)[3] = 255;
+            }
+        }
+        writePng(folder_ / "screen.png", picture);
+        return (folder_ / "screen.png").string();
+    }
+    std::string out() const { return (folder_ / "frame.png").string(); }
+};
+
+TEST_F(FrameVerb, ComposesAFrameFromAGivenPictureWithoutAnyMovie) {
+    const Outcome outcome =
+        run({"frame", folder(), "--at", "1", "--source", screen(), "--canvas", "320x180", "--out", out()});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    const auto frame = readPng(out());
+    EXPECT_EQ(frame.width(), 320);
+    EXPECT_EQ(frame.height(), 180);
+    EXPECT_EQ(frame.pixel(160, 90)[2], 200);
+    EXPECT_EQ(frame.pixel(160, 90)[1], 0);
+    EXPECT_LT(frame.pixel(2, 2)[2], 100);
+}
+
+TEST_F(FrameVerb, WithoutTheMovieItNeedsItFails) {
+    const Outcome outcome = run({"frame", folder(), "--at", "1", "--out", out()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("source.mov"), std::string::npos) << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(out()));
+}
+
+TEST_F(FrameVerb, AFolderThatCannotBeWrittenIsAFailedJob) {
+    const Outcome outcome = run({"frame", folder(), "--at", "1", "--source", screen(), "--out", "/nowhere/frame.png"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("konnte nicht geschrieben werden"), std::string::npos) << outcome.err;
+}
+
+TEST_F(FrameVerb, WrongUsageIsStatusTwo) {
+    EXPECT_EQ(run({"frame", folder(), "--out", out()}).status, 2);
+    EXPECT_EQ(run({"frame", folder(), "--at", "1"}).status, 2);
+    EXPECT_EQ(run({"frame", folder(), "--at", "1,2", "--out", out()}).status, 2);
+}
+
+class RenderVerb : public testing::Test {
+  protected:
+    RenderVerb() {
+        TestMovieOptions options;
+        options.pictures = 30;
+        options.sounds.emplace_back();
+        makeTestMovie(folder_ / "source.mov", options);
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = options.width;
+        info.pixelHeight = options.height;
+        info.fps = options.frameRate;
+        info.systemAudio = true;
+        info.duration = 1;
+        info.save(folder_.path());
+        PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}}};
+        track.save(folder_.path());
+        ProjectSettings settings;
+        settings.exportHeight = 72;
+        settings.save(folder_.path());
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(RenderVerb, WritesTheStudioMovieAndTellsOfIt) {
+    const Outcome outcome = run({"render", folder_.path().string(), "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Json json(outcome.out);
+    EXPECT_EQ(json.text("/url"), (folder_ / "studio-output.mp4").string());
+    EXPECT_EQ(json.number("/frames"), 30);
+    EXPECT_EQ(json.number("/seconds"), 1);
+    EXPECT_EQ(json.number("/zoomCount"), 0);
+    const Asset movie(folder_ / "studio-output.mp4");
+    ASSERT_EQ(movie.tracks().size(), 2u);
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].height, 72);
+}
+
+TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
+    const std::string before = folder_.read("project.json");
+    const Outcome outcome = run({"render", folder_.path().string(), "--height", "1080", "--format", "mov"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "Fertig: 1.0 s, 0 Zooms – " + (folder_ / "studio-output.mov").string() + "\n");
+    EXPECT_EQ(Asset(folder_ / "studio-output.mov").tracks(TrackKind::video)[0].height, 1080);
+    EXPECT_EQ(folder_.read("project.json"), before);
+}
+
+TEST_F(RenderVerb, FailuresAreTheRenderersSentences) {
+    ProjectSettings settings;
+    settings.cuts = {{0, 1}};
+    settings.save(folder_.path());
+    const Outcome cut = run({"render", folder_.path().string(), "--json"});
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_EQ(Json(cut.out).text("/error"), "Es bleibt nichts übrig - alles ist weggeschnitten.");
+    settings.exportHeight = 1;
+    settings.save(folder_.path());
+    EXPECT_EQ(run({"render", folder_.path().string()}).err, "Die Höhe des Videos ist unzulässig: 1.\n");
+}
+
+TEST_F(RenderVerb, WrongUsageIsStatusTwo) {
+    EXPECT_EQ(run({"render"}).status, 2);
+    EXPECT_EQ(run({"render", folder_.path().string(), "--height", "720"}).status, 2);
+    EXPECT_EQ(run({"render", folder_.path().string(), "--format", "avi"}).status, 2);
 }
 
 TEST(Arguments, ADoubleDashEndsTheOptions) {

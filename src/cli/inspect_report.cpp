@@ -25,6 +25,10 @@ std::string clockTime(double seconds) {
     return formatted("%s%d:%02d:%06.3f", sign, minutes / 60, minutes % 60, rest - minutes * 60.0);
 }
 
+std::string counted(std::size_t count, const char* one, const char* many) {
+    return formatted("%zu %s", count, count == 1 ? one : many);
+}
+
 std::string sourceName(const CaptureInfo& info) {
     const std::string kind = info.sourceKind.value_or("");
     if (kind == "display") return "Bildschirm";
@@ -53,8 +57,9 @@ void printOverview(const Composition& composition, const EditState& state, std::
             : info.webcamFile ? std::string("im Dokument genannt, aber nicht im Ordner")
                               : std::string("keine"))
         << "\n"
-        << formatted("Maus         %zu Ereignisse, %zu Klicks im Bild, %zu Cursorformen\n", track.events.size(),
-                     state.clicks.size(), track.cursorImages.size());
+        << "Maus         " << counted(track.events.size(), "Ereignis", "Ereignisse") << ", "
+        << counted(state.clicks.size(), "Klick", "Klicks") << " im Bild, "
+        << counted(track.cursorImages.size(), "Cursorform", "Cursorformen") << "\n";
 }
 
 void printLayout(const StudioLayout& layout, std::ostream& out) {

@@ -20,7 +20,11 @@ struct Verb {
     void (*run)(const Arguments& arguments, std::ostream& out);
 };
 
-/// Prints a composition's derived state; lists no movie.
+/// Prints a composition's derived state; opens no movie.
 extern const Verb kInspectVerb;
+/// Composes one finished frame into a PNG file.
+extern const Verb kFrameVerb;
+/// Exports the studio movie.
+extern const Verb kRenderVerb;
 
 }  // namespace lumivastor

@@ -15,9 +15,13 @@ Composition::Composition(const std::filesystem::path& folder, int canvasWidth, i
     rebuild(ProjectSettings::load(folder));
 }
 
-std::shared_ptr<const EditState> Composition::state() const {
+std::shared_ptr<Composition::Shown> Composition::shown() const {
     const std::scoped_lock guard(stateLock_);
-    return state_;
+    return shown_;
+}
+
+std::shared_ptr<const EditState> Composition::state() const {
+    return shown()->state;
 }
 
 void Composition::setSettings(const ProjectSettings& settings) {
@@ -26,11 +30,20 @@ void Composition::setSettings(const ProjectSettings& settings) {
 }
 
 void Composition::rebuild(const ProjectSettings& settings) {
-    const std::shared_ptr<const EditState> previous = state();
-    std::shared_ptr<const EditState> next = deriveEditState(*recording_, settings, canvas_, previous.get());
+    const std::shared_ptr<Shown> previous = shown();
+    auto next = std::make_shared<Shown>();
+    next->state = deriveEditState(*recording_, settings, canvas_, previous ? previous->state.get() : nullptr);
     const std::scoped_lock guard(stateLock_);
     // The old state goes after the lock: `previous` still holds it.
-    state_ = std::move(next);
+    shown_ = std::move(next);
+}
+
+Picture Composition::compose(const Picture& source, const std::optional<Picture>& webcam, double t) const {
+    const std::shared_ptr<Shown> current = shown();
+    std::call_once(current->drawn, [&] {
+        current->layers = makeStudioLayers(current->state->layout, current->state->settings, preparedLayers_);
+    });
+    return composeFrame({*recording_, *current->state, current->layers, cursorAssets_}, source, webcam, t);
 }
 
 double Composition::sourceTime(double forOutput) const {

@@ -11,7 +11,9 @@
 #include "base/geometry.h"
 #include "edit/cursor_assets.h"
 #include "edit/edit_state.h"
+#include "edit/frame_composer.h"
 #include "edit/recording.h"
+#include "edit/studio_layers.h"
 #include "edit/studio_layout.h"
 #include "model/project_settings.h"
 
@@ -57,14 +59,27 @@ class Composition {
     /// fractions of the source picture from its top-left; none when nothing of the picture lies there.
     std::optional<MaskRect> sourceNormalized(const Rect& fromCanvas, double t) const;
 
+    /// The recipe of the studio frame at source time `t`; see `composeFrame`. Any thread.
+    Picture compose(const Picture& source, const std::optional<Picture>& webcam, double t) const;
+
   private:
+    // A state and its layers, which are drawn when the first frame asks for them: listing what follows from a recording
+    // needs none, and a slider that is dragged passes values that are never shown.
+    struct Shown {
+        std::shared_ptr<const EditState> state;
+        std::once_flag drawn;
+        StudioLayers layers;
+    };
+
+    std::shared_ptr<Shown> shown() const;
     void rebuild(const ProjectSettings& settings);
 
     const CanvasSize canvas_;
     const std::shared_ptr<const Recording> recording_;
     const std::map<std::string, CursorAsset> cursorAssets_;
+    mutable PreparedLayers preparedLayers_;
     mutable std::mutex stateLock_;
-    std::shared_ptr<const EditState> state_;  // guarded by stateLock_
+    std::shared_ptr<Shown> shown_;  // guarded by stateLock_
 };
 
 }  // namespace lumivastor

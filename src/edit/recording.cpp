@@ -19,6 +19,8 @@ constexpr std::int64_t kMaxPixels = 65535;
 constexpr double kMaxTime = 1e9;
 constexpr double kMaxPosition = 1e9;
 constexpr double kMaxFraction = 1e6;
+// Far beyond the editor's 3, and still a camera that a painter can follow.
+constexpr double kMaxScale = 1000;
 
 bool within(double value, double limit) {
     return std::abs(value) <= limit;
@@ -70,13 +72,13 @@ Recording Recording::load(const std::filesystem::path& folder) {
 }
 
 void checkZooms(const ProjectSettings& settings) {
-    if (!within(settings.zoomScale, kMaxFraction)) throw RecorderError("Die Vergrößerung der Zooms ist unzulässig.");
+    if (!within(settings.zoomScale, kMaxScale)) throw RecorderError("Die Vergrößerung der Zooms ist unzulässig.");
     if (!settings.zooms) return;
     for (const ZoomSpec& zoom : *settings.zooms) {
         if (zoom.focus.empty()) {
             throw RecorderError(formatted("Der Zoom bei %.2f s hat keinen Zielpunkt.", zoom.start));
         }
-        bool plausible = within(zoom.start, kMaxTime) && within(zoom.end, kMaxTime) && within(zoom.scale, kMaxFraction);
+        bool plausible = within(zoom.start, kMaxTime) && within(zoom.end, kMaxTime) && within(zoom.scale, kMaxScale);
         for (const FocusKey& key : zoom.focus) {
             plausible =
                 plausible && within(key.t, kMaxTime) && within(key.x, kMaxFraction) && within(key.y, kMaxFraction);

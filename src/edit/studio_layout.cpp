@@ -17,6 +17,9 @@ constexpr double kSmallestBlock = 12;
 constexpr double kBubbleMargin = 0.03;
 // Below this a zoom moves nothing by even a tenth of a pixel; the picture is then left unscaled.
 constexpr double kNoZoom = 1.0001;
+// Settings that enlarge or move anything further than this, in canvas pixels, come from a damaged file.
+constexpr double kMaxContentScale = 10'000;
+constexpr double kMaxBubble = 1e6;
 
 double limitedCrop(double share) {
     return share <= 0 ? 0 : std::min(share, kMaxCrop);
@@ -72,7 +75,8 @@ StudioLayout layOutStudio(const CaptureInfo& info, const ProjectSettings& settin
                          shownHeight};
     if (hasWebcam && settings.webcamEnabled) layout.bubbleRect = bubbleRectangle(settings, canvas);
 
-    if (!std::isfinite(layout.contentScale) || !isFinite(layout.screenRect) || !isFinite(layout.bubbleRect)) {
+    if (!(std::abs(layout.contentScale) <= kMaxContentScale) || !isFinite(layout.screenRect) ||
+        !(std::abs(layout.bubbleRect.width) <= kMaxBubble)) {
         throw RecorderError("Die Projekteinstellungen ergeben kein Bild.");
     }
     return layout;

@@ -342,6 +342,15 @@ RenderResult renderMovieSync(const Composition& composition, const FrameMaker& m
     return Export(composition, makeFrame, options).run();
 }
 
+RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options) {
+    return renderMovieSync(
+        composition,
+        [&composition](const Picture& source, const std::optional<Picture>& webcam, double sourceTime) {
+            return composition.compose(source, webcam, sourceTime);
+        },
+        options);
+}
+
 std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
                          std::function<void(const RenderOutcome&)> completion) {
     return std::jthread([&composition, makeFrame = std::move(makeFrame), options = std::move(options),

@@ -55,6 +55,9 @@ struct RenderOptions {
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options = {});
 
+/// The same with the composition's own frames.
+RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options = {});
+
 using RenderOutcome = std::variant<RenderResult, RecorderError>;
 
 /// The same on a thread of its own, `completion` last. The thread's stop token replaces the options': to cancel, ask

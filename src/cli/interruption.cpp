@@ -1,0 +1,30 @@
+#include "cli/interruption.h"
+
+#include <pthread.h>
+
+#include <ctime>
+
+namespace lumivastor {
+
+Interruption::Interruption() {
+    sigset_t watched;
+    sigemptyset(&watched);
+    sigaddset(&watched, SIGINT);
+    sigaddset(&watched, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &watched, &before_);
+    watcher_ = std::jthread([this, watched](const std::stop_token& ending) {
+        // Looks up now and then, because the job's end comes without a signal.
+        constexpr timespec kPause{0, 50'000'000};
+        while (!ending.stop_requested()) {
+            if (sigtimedwait(&watched, nullptr, &kPause) > 0) source_.request_stop();
+        }
+    });
+}
+
+Interruption::~Interruption() {
+    watcher_.request_stop();
+    watcher_.join();
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,41 @@
+#include "cli/interruption.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+namespace lumivastor {
+namespace {
+
+// Waits until the token is asked to stop; false when that never comes.
+bool waitForStop(const std::stop_token& token) {
+    std::mutex lock;
+    std::condition_variable_any wake;
+    std::unique_lock guard(lock);
+    return wake.wait_for(guard, token, std::chrono::seconds(20), [] { return false; }) || token.stop_requested();
+}
+
+TEST(Interruption, TurnsSignalsIntoARequestToStop) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const Interruption interruption;
+        EXPECT_FALSE(interruption.token().stop_requested());
+        // To the process as a whole, as a terminal does it.
+        kill(getpid(), signal);
+        EXPECT_TRUE(waitForStop(interruption.token()));
+    }
+}
+
+TEST(InterruptionDeathTest, AfterwardsSignalsEndTheProgramAgain) {
+    EXPECT_EXIT(
+        {
+            { const Interruption interruption; }
+            raise(SIGTERM);
+        },
+        testing::KilledBySignal(SIGTERM), "");
+}
+
+}  // namespace
+}  // namespace lumivastor

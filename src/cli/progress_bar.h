@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+namespace lumivastor {
+
+/// What the bar shows: percent, pictures per second and remaining time. `fraction` from 0 to 1, `elapsed` in seconds;
+/// rate and rest are left out as long as nothing is known of them.
+std::string progressLine(double fraction, double elapsed, std::int64_t totalFrames);
+
+/// Shows the progress of a long job on one line of a terminal, and nothing on anything else. One thread at a time.
+class ProgressBar {
+  public:
+    /// Writes to `err` when standard error is a terminal.
+    ProgressBar(std::ostream& err, std::int64_t totalFrames);
+    /// Clears the line.
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    void update(double fraction);
+
+  private:
+    std::ostream& err_;
+    std::int64_t totalFrames_;
+    bool isTerminal_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace lumivastor

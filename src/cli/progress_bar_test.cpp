@@ -1,0 +1,25 @@
+#include "cli/progress_bar.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivastor {
+namespace {
+
+TEST(ProgressLine, ShowsPercentRateAndRemainingTime) {
+    EXPECT_EQ(progressLine(0.5, 10, 600), "[███████████████···············]  50 %  30 Bilder/s  noch 0:10");
+    EXPECT_EQ(progressLine(0.25, 1000, 100'000), "[████████······················]  25 %  25 Bilder/s  noch 50:00");
+    EXPECT_EQ(progressLine(0.1, 1000, 100'000), "[███···························]  10 %  10 Bilder/s  noch 2:30:00");
+}
+
+TEST(ProgressLine, SaysNothingThatItDoesNotKnow) {
+    EXPECT_EQ(progressLine(0, 10, 600), "[······························]   0 %");
+    EXPECT_EQ(progressLine(0.5, 0.1, 600), "[███████████████···············]  50 %");
+}
+
+TEST(ProgressLine, StaysWithinItsBar) {
+    EXPECT_EQ(progressLine(-1, 10, 600), "[······························]   0 %");
+    EXPECT_EQ(progressLine(7, 10, 600), "[██████████████████████████████] 100 %  60 Bilder/s  noch 0:00");
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,90 @@
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "base/formatted.h"
+#include "cli/interruption.h"
+#include "cli/progress_bar.h"
+#include "cli/verb.h"
+#include "edit/composition.h"
+#include "model/json_writer.h"
+#include "render/export_plan.h"
+#include "render/movie_renderer.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr std::array kOptions = {
+    OptionSpec{"--height", "1080|1440|2160", "Zeilen des Videos, statt der Einstellung des Projekts"},
+    OptionSpec{"--format", "mp4|mov", "Dateiformat, statt der Einstellung des Projekts"},
+    OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
+};
+
+std::optional<std::int64_t> heightFrom(const Arguments& arguments) {
+    const auto text = arguments.value("--height");
+    if (!text) return std::nullopt;
+    for (const int height : {1080, 1440, 2160}) {
+        if (*text == std::to_string(height)) return height;
+    }
+    throw UsageError("--height ist 1080, 1440 oder 2160.");
+}
+
+std::optional<ExportFormat> formatFrom(const Arguments& arguments) {
+    const auto text = arguments.value("--format");
+    if (!text) return std::nullopt;
+    for (const ExportFormat format : kAllExportFormats) {
+        if (*text == fileExtension(format)) return format;
+    }
+    throw UsageError("--format ist mp4 oder mov.");
+}
+
+void writeResult(const RenderResult& result, std::ostream& out) {
+    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    writer.beginObject();
+    writer.key("url");
+    writer.text(std::filesystem::absolute(result.url).string());
+    writer.key("frames");
+    writer.integer(result.frames);
+    writer.key("seconds");
+    writer.number(result.seconds);
+    writer.key("zoomCount");
+    writer.integer(result.zoomCount);
+    writer.endObject();
+    writer.finish();
+    out << "\n";
+}
+
+void run(const Arguments& arguments, std::ostream& out) {
+    const std::string& folder = arguments.single("ORDNER einer Aufnahme");
+    const std::optional<std::int64_t> wantedHeight = heightFrom(arguments);
+    const std::optional<ExportFormat> format = formatFrom(arguments);
+    const Interruption interruption;
+
+    const CanvasSize canvas = exportCanvas(wantedHeight.value_or(ProjectSettings::load(folder).exportHeight));
+    const Composition composition(folder, canvas.width, canvas.height);
+    ProgressBar bar(std::cerr, static_cast<std::int64_t>(composition.outputDuration() *
+                                                         static_cast<double>(composition.info().fps)));
+    RenderOptions options;
+    options.progress = [&bar](double fraction) { bar.update(fraction); };
+    options.stop = interruption.token();
+    options.format = format;
+    const RenderResult result = renderMovieSync(composition, options);
+    if (arguments.has("--json")) {
+        writeResult(result, out);
+    } else {
+        out << formatted("Fertig: %.1f s, %lld Zooms – %s\n", result.seconds, static_cast<long long>(result.zoomCount),
+                         result.url.c_str());
+    }
+}
+
+}  // namespace
+
+constinit const Verb kRenderVerb = {"render", "ORDNER", "Rendert das fertige Video in den Ordner der Aufnahme.",
+                                    kOptions, run};
+
+}  // namespace lumivastor

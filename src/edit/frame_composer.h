@@ -1,0 +1,40 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "edit/cursor_assets.h"
+#include "edit/edit_state.h"
+#include "edit/recording.h"
+#include "edit/studio_layers.h"
+#include "imaging/picture.h"
+
+namespace lumivastor {
+
+/// What a frame is composed from; all of it outlives the call only.
+struct FrameIngredients {
+    const Recording& recording;
+    const EditState& state;
+    const StudioLayers& layers;
+    const std::map<std::string, CursorAsset>& cursorAssets;
+};
+
+/// The recipe of one finished studio frame, in canvas pixels (origin bottom-left; it may reach beyond the canvas). From
+/// the bottom: background, shadow, the screen picture with its masks in its rounded matte, click rings, cursor, webcam
+/// bubble. Screen, shadow, rings and cursor go with the camera; background and bubble stay.
+///
+/// `source` is the screen picture, stretched to the recording's picture size where it has another; `webcam` the
+/// camera's picture, none before its first; `t` the source time in seconds. Pure; any thread.
+Picture composeFrame(const FrameIngredients& ingredients, const Picture& source, const std::optional<Picture>& webcam,
+                     double t);
+
+/// How a click's ring looks at an age in seconds since the press: its diameter in source pixels, and its opacity. None
+/// before the press and once it has faded.
+struct RingLook {
+    double diameter = 0;
+    double opacity = 0;
+};
+std::optional<RingLook> ringLook(double age);
+
+}  // namespace lumivastor

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+
+#include "edit/studio_layout.h"
+#include "imaging/picture.h"
+#include "imaging/prepared_layers.h"
+#include "model/project_settings.h"
+
+namespace lumivastor {
+
+/// The pictures of a studio frame that depend on the settings alone, all of the canvas's size but the ring. Empty
+/// pictures where there is nothing to show: no screen, no bubble.
+struct StudioLayers {
+    Picture background;
+    /// Rounded matte of the screen rectangle.
+    Picture maskImage;
+    Picture shadowImage;
+    /// A square; see `ringSize`.
+    Picture ringImage;
+    /// Side of the ring's picture in its own pixels.
+    double ringSize = 256;
+    Picture bubbleMask;
+    Picture bubbleBorder;
+};
+
+/// Draws the layers; `cache` returns those that the last call drew alike.
+StudioLayers makeStudioLayers(const StudioLayout& layout, const ProjectSettings& settings, PreparedLayers& cache);
+
+}  // namespace lumivastor
