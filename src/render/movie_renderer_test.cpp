@@ -197,5 +197,36 @@ TEST_F(ExportedPictures, InTheBackgroundTheCompletionComesLast) {
     EXPECT_EQ(values, (std::vector<double>{0.5, 0.97, 1}));
 }
 
+TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
+    settings_.padding = 0.125;
+    settings_.cornerRadius = 0;
+    makeRecording(1);
+    constexpr CanvasSize kCanvas{256, 192};
+    const auto composition = open(kCanvas);
+    std::promise<RenderOutcome> done;
+    const std::jthread thread =
+        renderMovie(*composition, {}, [&](const RenderOutcome& outcome) { done.set_value(outcome); });
+    ASSERT_TRUE(std::holds_alternative<RenderResult>(done.get_future().get()));
+    const auto pictures = decodeTestMovie(folder_ / "studio-output.mp4");
+    ASSERT_EQ(pictures.size(), 30u);
+    const auto luma = [&](const YuvPicture& picture, int x, int y) {
+        return int{picture.luma.samples[y * picture.luma.stride + x]};
+    };
+    // The screen is one and a half times its size, 24 rows from the top and 32 columns from the left; the block of the
+    // code's lowest bit changes from picture to picture, the background does not.
+    const Rect screen = composition->state()->layout.screenRect;
+    ASSERT_EQ(screen, (Rect{32, 24, 192, 144}));
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        const YuvPicture& picture = pictures[i].picture;
+        if (i % 2 == 1) {
+            EXPECT_GT(luma(picture, 41, 33), 215) << i;
+        } else {
+            EXPECT_LT(luma(picture, 41, 33), 36) << i;
+        }
+        EXPECT_NEAR(luma(picture, 8, 8), luma(pictures[0].picture, 8, 8), 3) << i;
+        EXPECT_LT(luma(picture, 8, 8), 100) << i;
+    }
+}
+
 }  // namespace
 }  // namespace lumivastor
