@@ -335,6 +335,12 @@ void Export::report(double progress) const {
     options_.postToMain([report = options_.progress, progress] { report(progress); });
 }
 
+FrameMaker framesOf(const Composition& composition) {
+    return [&composition](const Picture& source, const std::optional<Picture>& webcam, double sourceTime) {
+        return composition.compose(source, webcam, sourceTime);
+    };
+}
+
 }  // namespace
 
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
@@ -343,12 +349,7 @@ RenderResult renderMovieSync(const Composition& composition, const FrameMaker& m
 }
 
 RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options) {
-    return renderMovieSync(
-        composition,
-        [&composition](const Picture& source, const std::optional<Picture>& webcam, double sourceTime) {
-            return composition.compose(source, webcam, sourceTime);
-        },
-        options);
+    return renderMovieSync(composition, framesOf(composition), options);
 }
 
 std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
@@ -363,6 +364,11 @@ std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, R
         if (!options.postToMain) return completion(outcome);
         options.postToMain([completion, outcome] { completion(outcome); });
     });
+}
+
+std::jthread renderMovie(const Composition& composition, RenderOptions options,
+                         std::function<void(const RenderOutcome&)> completion) {
+    return renderMovie(composition, framesOf(composition), std::move(options), std::move(completion));
 }
 
 }  // namespace lumivastor

@@ -31,6 +31,8 @@ using FrameMaker =
 
 struct RenderResult {
     std::filesystem::path url;
+    /// The video's length in frames. The file has as many pictures, but for those at its beginning that damage in the
+    /// source left nothing to show for.
     std::int64_t frames = 0;
     double seconds = 0;  // frames by the recording's rate
     std::int64_t zoomCount = 0;
@@ -63,6 +65,10 @@ using RenderOutcome = std::variant<RenderResult, RecorderError>;
 /// The same on a thread of its own, `completion` last. The thread's stop token replaces the options': to cancel, ask
 /// the returned thread to stop, or let it go, which waits for its end. The composition outlives it.
 [[nodiscard]] std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
+                                       std::function<void(const RenderOutcome&)> completion);
+
+/// The same with the composition's own frames.
+[[nodiscard]] std::jthread renderMovie(const Composition& composition, RenderOptions options,
                                        std::function<void(const RenderOutcome&)> completion);
 
 }  // namespace lumivastor

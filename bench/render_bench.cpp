@@ -1,0 +1,268 @@
+// Whole exports against decoding and encoding alone.
+//
+// Aims at 2560 x 1440 and 60 pictures a second, in processor time of all threads: at most 1.15 times what decoding the
+// source and encoding every frame costs without composing when the picture moves all the time, and at most 0.35 times
+// when four of five frames repeat. Both sides use the same decoder and the same encoder settings. Alone, every frame is
+// encoded, repeated or not; copying pixels from decoder to encoder is measured and left out. "Ratio" has the source's
+// pictures encoded. Studio frames are other pictures, and resampled text that moves by fractions of a pixel costs more
+// to encode; "RatioSameFrames" therefore compares with decoding the source and encoding the finished frames (read from
+// the export, less what that reading costs), so that only composing is left. Milliseconds are for each frame.
+//
+// Argument: canvas height. The source has the canvas's size.
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <future>
+#include <string>
+#include <vector>
+
+#include "base/formatted.h"
+#include "edit/composition.h"
+#include "edit/cut_composition.h"
+#include "media/asset_writer.h"
+#include "render/export_plan.h"
+#include "render/movie_renderer.h"
+#include "render/read_ahead.h"
+
+namespace lumivastor {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFps = 60;
+constexpr int kFrames = 300;
+// With repeats: bursts of motion and rests, five seconds of them in all.
+constexpr int kPeriod = 60;
+constexpr int kMovingOfPeriod = 12;
+
+double secondsOf(clockid_t clock) {
+    struct timespec now {};
+    ::clock_gettime(clock, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+VideoSettings settingsFor(CanvasSize canvas) {
+    VideoSettings settings;
+    settings.width = canvas.width;
+    settings.height = canvas.height;
+    settings.averageBitRate = exportBitRate(canvas, kFps);
+    settings.maxKeyFrameInterval = kFps * 2;
+    settings.frameRate = kFps;
+    return settings;
+}
+
+// Something like a page of text that is scrolled: short dark strokes on a light ground, with some colour.
+void paintPage(const YuvDestination& picture, int scrolled) {
+    for (int y = 0; y < picture.height; ++y) {
+        const int line = y + scrolled;
+        for (int x = 0; x < picture.width; ++x) {
+            const bool stroke =
+                (x * 7 + line / 18 * 13) % 11 < 3 && line % 18 < 11 && (line / 18 * 31 + x / 90) % 5 != 0;
+            picture.luma[y * picture.lumaStride + x] = static_cast<std::uint8_t>(stroke ? 40 : 225);
+        }
+    }
+    for (int y = 0; y < picture.height / 2; ++y) {
+        for (int x = 0; x < picture.width / 2; ++x) {
+            const int patch = (x / 60 + (2 * y + scrolled) / 90) % 7;
+            picture.blueDifference[y * picture.chromaStride + x] = static_cast<std::uint8_t>(120 + patch * 3);
+            picture.redDifference[y * picture.chromaStride + x] = static_cast<std::uint8_t>(136 - patch * 2);
+        }
+    }
+}
+
+// Feeds an input from a pump until `append` has had its last frame.
+template <typename Append>
+void feed(AssetWriter& writer, VideoWriterInput& input, Append append) {
+    std::promise<void> done;
+    SerialQueue queue("bench.video");
+    int frame = 0;
+    input.requestMediaDataWhenReady(queue, [&] {
+        while (input.isReadyForMoreMediaData()) {
+            if (frame == kFrames || !append(frame)) {
+                input.markAsFinished();
+                done.set_value();
+                return;
+            }
+            ++frame;
+        }
+    });
+    done.get_future().wait();
+    if (!writer.finishWriting()) throw writer.error().value_or(RecorderError("?"));
+}
+
+bool isNewPicture(int frame, bool repeats) {
+    return !repeats || frame % kPeriod < kMovingOfPeriod;
+}
+
+// A recording folder. Its movie has a picture only where something moves, as recordings do.
+class SampleRecording {
+  public:
+    SampleRecording(CanvasSize canvas, bool repeats)
+        : canvas_(canvas),
+          folder_(fs::temp_directory_path() / formatted("render_bench.%d", static_cast<int>(::getpid()))) {
+        fs::create_directories(folder_);
+        writeMovie(repeats);
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = canvas.width;
+        info.pixelHeight = canvas.height;
+        info.fps = kFps;
+        info.duration = static_cast<double>(kFrames) / kFps;
+        info.save(folder_);
+        PointerTrack().save(folder_);
+    }
+    ~SampleRecording() { fs::remove_all(folder_); }
+    SampleRecording(const SampleRecording&) = delete;
+    SampleRecording& operator=(const SampleRecording&) = delete;
+
+    const fs::path& folder() const { return folder_; }
+    CanvasSize canvas() const { return canvas_; }
+
+  private:
+    void writeMovie(bool repeats) {
+        AssetWriter writer(folder_ / "source.mov", MovieContainer::quickTime);
+        VideoSettings settings = settingsFor(canvas_);
+        settings.preset = "ultrafast";
+        VideoWriterInput& input = writer.addVideoInput(settings);
+        if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
+        writer.startSession({});
+        feed(writer, input, [&](int frame) {
+            if (!isNewPicture(frame, repeats)) return true;
+            auto picture = input.pool().makePlanar();
+            paintPage(picture->destination(), frame * 3);
+            return input.append(std::move(picture), MediaTime{frame * 600 / kFps, 600});
+        });
+    }
+
+    CanvasSize canvas_;
+    fs::path folder_;
+};
+
+struct Sample {
+    double seconds;
+    YuvPicture picture;
+};
+
+void copyPlane(const YuvPlane& from, std::uint8_t* to, std::ptrdiff_t stride, int width, int height) {
+    for (int y = 0; y < height; ++y) {
+        std::memcpy(to + y * stride, from.samples + y * from.stride, static_cast<std::size_t>(width));
+    }
+}
+
+// One picture track, asked for frame by frame.
+class Frames {
+  public:
+    Frames(MutableComposition movie, int trackId) : reader_(std::move(movie)) {
+        output_ = &reader_.addVideoOutput(trackId, PictureFormat::planar);
+        if (!reader_.startReading()) throw reader_.error().value_or(RecorderError("?"));
+        slots_.setPending(readNext());
+    }
+
+    const YuvPicture& at(int frame) {
+        slots_.advance(frameSeconds(frame, kFps), [this] { return readNext(); });
+        return slots_.current()->picture;
+    }
+
+  private:
+    std::optional<Sample> readNext() {
+        const auto sample = output_->copyNextSample();
+        if (!sample) return std::nullopt;
+        return Sample{sample->presentationTime.seconds(), sample->planar()};
+    }
+
+    AssetReader reader_;
+    VideoTrackOutput* output_ = nullptr;
+    ReadAhead<Sample> slots_{0};
+};
+
+// Processor seconds for decoding.
+double costOfDecoding(const CutComposition& movie) {
+    const double start = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    {
+        Frames frames(movie.movie, movie.screenTrackId.value());
+        for (int frame = 0; frame < kFrames; ++frame) frames.at(frame);
+    }
+    return secondsOf(CLOCK_PROCESS_CPUTIME_ID) - start;
+}
+
+// Processor seconds for decoding and encoding every frame.
+double costOfTranscoding(const CutComposition& movie, const SampleRecording& recording) {
+    double copying = 0;
+    const double start = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    {
+        Frames frames(movie.movie, movie.screenTrackId.value());
+        AssetWriter writer(recording.folder() / "alone.mp4", MovieContainer::mp4);
+        VideoSettings settings = settingsFor(recording.canvas());
+        settings.skipRepeatedPictures = false;
+        VideoWriterInput& input = writer.addVideoInput(settings);
+        if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
+        writer.startSession({});
+        feed(writer, input, [&](int frame) {
+            const YuvPicture& from = frames.at(frame);
+            auto buffer = input.pool().makePlanar();
+            const double before = secondsOf(CLOCK_THREAD_CPUTIME_ID);
+            const YuvDestination& to = buffer->destination();
+            copyPlane(from.luma, to.luma, to.lumaStride, to.width, to.height);
+            copyPlane(from.blueDifference, to.blueDifference, to.chromaStride, to.width / 2, to.height / 2);
+            copyPlane(from.redDifference, to.redDifference, to.chromaStride, to.width / 2, to.height / 2);
+            copying += secondsOf(CLOCK_THREAD_CPUTIME_ID) - before;
+            return input.append(std::move(buffer), MediaTime{frame * 600 / kFps, 600});
+        });
+    }
+    return secondsOf(CLOCK_PROCESS_CPUTIME_ID) - start - copying;
+}
+
+CutComposition wholeMovie(const fs::path& path) {
+    const std::vector<KeptSegment> all = {{0, static_cast<double>(kFrames) / kFps}};
+    return makeCutComposition(all, {std::make_shared<const Asset>(path), nullptr}, 0);
+}
+
+double costOfExport(const SampleRecording& recording) {
+    const Composition composition(recording.folder(), recording.canvas().width, recording.canvas().height);
+    const double start = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    const RenderResult result = renderMovieSync(composition);
+    if (result.frames != kFrames) throw RecorderError("frames are missing");
+    return secondsOf(CLOCK_PROCESS_CPUTIME_ID) - start;
+}
+
+void exportAgainstCodecs(benchmark::State& state, bool repeats) {
+    const SampleRecording recording(exportCanvas(state.range(0)), repeats);
+    for (auto _ : state) {
+        const double whole = costOfExport(recording);
+        const CutComposition source = wholeMovie(recording.folder() / "source.mov");
+        const CutComposition studio = wholeMovie(recording.folder() / "studio-output.mp4");
+        const double alone = costOfTranscoding(source, recording);
+        const double encodingStudio = costOfTranscoding(studio, recording) - costOfDecoding(studio);
+        const double sameFrames = costOfDecoding(source) + encodingStudio;
+        state.SetIterationTime(whole);
+        state.counters["AloneMs"] = alone * 1000 / kFrames;
+        state.counters["SameFramesMs"] = sameFrames * 1000 / kFrames;
+        state.counters["ExportMs"] = whole * 1000 / kFrames;
+        state.counters["Ratio"] = whole / alone;
+        state.counters["RatioSameFrames"] = whole / sameFrames;
+    }
+}
+
+BENCHMARK_CAPTURE(exportAgainstCodecs, constant_motion, false)
+    ->Arg(1080)
+    ->Arg(1440)
+    ->Arg(2160)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
+BENCHMARK_CAPTURE(exportAgainstCodecs, four_of_five_repeat, true)
+    ->Arg(1080)
+    ->Arg(1440)
+    ->Arg(2160)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
+
+}  // namespace
+}  // namespace lumivastor
+
+BENCHMARK_MAIN();

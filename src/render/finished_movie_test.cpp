@@ -1,0 +1,41 @@
+#include "render/finished_movie.h"
+
+#include <gtest/gtest.h>
+
+#include "base/recorder_error.h"
+#include "support/temporary_folder.h"
+#include "support/test_movie.h"
+
+namespace lumivastor {
+namespace {
+
+TEST(FinishedMovieCheck, WhatDiffersIsAnError) {
+    const TemporaryFolder folder;
+    TestMovieOptions options;
+    options.sounds = {{}};
+    makeTestMovie(folder / "a.mov", options);  // 60 pictures in 2 s
+    const FinishedMovie right{{128, 96}, 60, 2, 1.0 / 30, 2};
+    EXPECT_NO_THROW(checkFinishedMovie(folder / "a.mov", right));
+    const auto isRefused = [&](auto change) {
+        FinishedMovie expected = right;
+        change(expected);
+        try {
+            checkFinishedMovie(folder / "a.mov", expected);
+        } catch (const RecorderError& error) {
+            return error.message() == "Das Studio-Video konnte nicht geschrieben werden.";
+        }
+        return false;
+    };
+    EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.canvas.width = 126; }));
+    EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.pictures = 61; }));
+    EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.pictures = 59; }));
+    EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.seconds = 2.1; }));
+    EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.soundSeconds.reset(); }));
+    EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.soundSeconds = 1.9; }));
+    EXPECT_THROW(checkFinishedMovie(folder / "missing.mov", right), RecorderError);
+    folder.write("broken.mov", folder.read("a.mov").substr(0, 5000));
+    EXPECT_THROW(checkFinishedMovie(folder / "broken.mov", right), RecorderError);
+}
+
+}  // namespace
+}  // namespace lumivastor

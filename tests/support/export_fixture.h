@@ -1,0 +1,64 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "edit/composition.h"
+#include "model/capture_info.h"
+#include "model/project_settings.h"
+#include "render/movie_renderer.h"
+#include "support/temporary_folder.h"
+#include "support/test_movie.h"
+
+namespace lumivastor {
+
+/// The source picture alone, filling a canvas.
+FrameMaker sourceFilling(CanvasSize canvas);
+
+/// A small recording folder that tests fill, change, export and look at again.
+class ExportFixture : public testing::Test {
+  protected:
+    /// The size of the source pictures, and of the canvas unless a test says otherwise.
+    static constexpr CanvasSize kSize{128, 96};
+
+    ExportFixture();
+
+    /// "source.mov" with `seconds` of pictures as `options_` says.
+    void makeRecording(double seconds);
+    /// The webcam movie: numbered pictures at 30 a second, from source time `offset` on.
+    void makeWebcam(int pictures, double offset, bool indexFirst = false);
+    /// Noise over a part of a file, given as fractions of its length.
+    void damage(const std::string& name, double from, double to);
+
+    /// Saves the documents as they stand and opens the folder.
+    std::unique_ptr<Composition> open(CanvasSize canvas = kSize);
+    RenderResult render(const RenderOptions& options = {}, const FrameMaker& makeFrame = sourceFilling(kSize));
+    /// What the export's error says.
+    std::string messageOf(const RenderOptions& options = {}, const FrameMaker& makeFrame = sourceFilling(kSize));
+
+    /// The number of the source picture that is to be shown at an output time.
+    int expectedNumber(double outputSeconds) const;
+    /// The numbers that the export shows; their times have to be those of the frames from `firstFrame` on.
+    std::vector<int> exportedNumbers(int firstFrame = 0) const;
+    /// Every frame of the export shows what the cut timeline says.
+    void expectCutTimeline(std::size_t frames) const;
+
+    /// What this test has logged.
+    std::string logText() const;
+    static int count(const std::string& text, const std::string& part);
+
+    TemporaryFolder folder_;
+    CaptureInfo info_;
+    ProjectSettings settings_;
+    TestMovieOptions options_;
+
+  private:
+    std::size_t logStart_ = 0;
+};
+
+}  // namespace lumivastor
