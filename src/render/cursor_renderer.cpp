@@ -191,6 +191,11 @@ class Render {
         }
         if (const auto error = pumps_->firstError()) throw *error;
         if (!writer_.finishWriting()) throw errorOf(writer_, "Das Prüfvideo konnte nicht geschrieben werden.");
+        if (options_.stop.stop_requested()) {
+            std::error_code ignored;  // gone already, or not to be removed
+            std::filesystem::remove(writer_.path(), ignored);
+            throw RecorderError(kCancelled);
+        }
         report(options_, 1);
         Log::write("Render", formatted("%s: %lld Bilder, %.1f s", kOutputName,
                                        static_cast<long long>(pictures_->frames), pictures_->lastTime));
@@ -199,6 +204,7 @@ class Render {
 
   private:
     struct SoundTrack {
+        std::size_t index;  // among the source's sound tracks
         int id;
         StoredWriterInput& input;
     };
@@ -209,9 +215,11 @@ class Render {
         std::filesystem::remove(writer_.path(), ignored);
         videoInput_ =
             &writer_.addVideoInput(videoSettings(recording_.info, storedFormatOf(*source_, videoTrack_).timescale));
-        for (const AssetTrack& track : source_->tracks(TrackKind::audio)) {
-            const StoredFormat format = storedFormatOf(*source_, track.id);
-            if (writer_.canAddStoredInput(format)) soundTracks_.push_back({track.id, writer_.addStoredInput(format)});
+        const std::vector<AssetTrack> sounds = source_->tracks(TrackKind::audio);
+        for (std::size_t i = 0; i < sounds.size(); ++i) {
+            const StoredFormat format = storedFormatOf(*source_, sounds[i].id);
+            if (!writer_.canAddStoredInput(format)) continue;  // the track is left out
+            soundTracks_.push_back({i, sounds[i].id, writer_.addStoredInput(format)});
         }
         if (!writer_.startWriting()) throw errorOf(writer_, "test-output.mov konnte nicht angelegt werden.");
         writer_.startSession({});
@@ -225,12 +233,12 @@ class Render {
             throw reader_->error().value_or(RecorderError("source.mov konnte nicht gelesen werden."));
         }
         pictures_.emplace(PicturePump{recording_, assets_, options_, *reader_, output, *videoInput_});
-        for (std::size_t i = 0; i < soundTracks_.size(); ++i) {
+        for (const SoundTrack& track : soundTracks_) {
             auto reader = std::make_unique<AssetReader>(source_);
-            StoredSampleOutput& stored = reader->addStoredSampleOutput(soundTracks_[i].id);
+            StoredSampleOutput& stored = reader->addStoredSampleOutput(track.id);
             if (!reader->startReading()) continue;  // the track stays empty
-            auto queue = std::make_unique<SerialQueue>("aufnahme.render.audio" + std::to_string(i));
-            sounds_.push_back({std::move(reader), stored, soundTracks_[i].input, std::move(queue)});
+            auto queue = std::make_unique<SerialQueue>("aufnahme.render.audio" + std::to_string(track.index));
+            sounds_.push_back({std::move(reader), stored, track.input, std::move(queue)});
         }
         pumps_.emplace(static_cast<std::ptrdiff_t>(sounds_.size()) + 1);
     }
