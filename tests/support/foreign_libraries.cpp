@@ -7,7 +7,8 @@ const char* __tsan_default_suppressions();
 const char* __lsan_default_suppressions();
 
 // FFmpeg counts references with atomics that the thread sanitizer cannot see, so every buffer that one of its threads
-// fills and another frees looks like a race.
+// fills and another frees looks like a race. Pango reads the font configuration on a thread of its own, which is as
+// invisible.
 const char* __tsan_default_suppressions() {
     return "called_from_lib:libavcodec.so\n"
            "called_from_lib:libavformat.so\n"
@@ -18,12 +19,15 @@ const char* __tsan_default_suppressions() {
            "race:libavcodec.so\n"
            "race:libavutil.so\n"
            "race:libx264.so\n"
-           "race:libx265.so\n";
+           "race:libx265.so\n"
+           "race:libfontconfig.so\n";
 }
 
-// The HEVC encoder does not free all that it allocates when it is opened. Only test movies are made with it.
+// The HEVC encoder does not free all that it allocates when it is opened. Only test movies are made with it. Fontconfig
+// keeps what it read of the configuration to the end.
 const char* __lsan_default_suppressions() {
-    return "leak:libx265.so\n";
+    return "leak:libx265.so\n"
+           "leak:libfontconfig.so\n";
 }
 
 }  // extern "C"

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "base/geometry.h"
+#include "imaging/pixel_buffer.h"
+
+namespace lumivastor {
+
+/// sRGB-encoded and not premultiplied, each 0...1.
+struct RgbaColour {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+
+    bool operator==(const RgbaColour&) const = default;
+};
+
+/// Draws plain shapes, pictures and text over what a buffer shows: for the few marks of a check video, not for what
+/// every pixel of a studio frame needs (that is painter.h's). Smooth edges. Pixels, with the origin at the buffer's
+/// top-left corner; what lies outside is cut off.
+///
+/// Numbers come from recordings and may be anything: what is not finite, has no area or reaches more than a million
+/// pixels from the origin is not drawn. Neither is anything in a buffer that is empty or more than 32767 pixels wide or
+/// high. The buffer outlives the canvas; one thread at a time. No errors.
+class BitmapCanvas {
+  public:
+    explicit BitmapCanvas(BgraPremultipliedBuffer& buffer);
+    ~BitmapCanvas();
+    BitmapCanvas(const BitmapCanvas&) = delete;
+    BitmapCanvas& operator=(const BitmapCanvas&) = delete;
+
+    /// The line lies half inside and half outside of the circle.
+    void strokeCircle(Point centre, double radius, double lineWidth, const RgbaColour& colour);
+    void fillCircle(Point centre, double radius, const RgbaColour& colour);
+    void fillRect(const Rect& rect, const RgbaColour& colour);
+
+    /// The whole picture, upright, stretched to the rectangle.
+    void drawPicture(const BgraPremultipliedBuffer& picture, const Rect& rect);
+
+    /// One line of text that starts at `baseline`, in the first of these families that is installed (a list separated
+    /// by commas). `size` is the height of the font in pixels.
+    void drawText(const std::string& text, Point baseline, const std::string& families, double size,
+                  const RgbaColour& colour);
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace lumivastor

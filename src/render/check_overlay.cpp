@@ -1,0 +1,132 @@
+#include "render/check_overlay.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <iterator>
+#include <span>
+
+#include "base/formatted.h"
+#include "edit/edit_state.h"
+#include "imaging/bitmap_canvas.h"
+
+namespace lumivastor::CursorRenderer {
+
+namespace {
+
+// All lengths are in points.
+constexpr double kFirstRadius = 14;
+constexpr double kRingGrowth = 46;
+constexpr double kRingLineWidth = 5;
+constexpr double kThinnestRing = 2;  // pixels: thinner lines flicker
+constexpr double kDotRadius = 8;
+constexpr double kIndicatorPlace = 12;
+constexpr double kIndicatorEdge = 26;
+constexpr Point kLabelBaseline{48, 34};
+constexpr double kLabelSize = 22;
+
+// Menlo is what the label is meant to look like; DejaVu is the family that it was drawn from.
+constexpr const char* kLabelFamilies = "Menlo,DejaVu Sans Mono,monospace";
+
+constexpr RgbaColour kRingColour{1, 0.35, 0, 1};
+constexpr RgbaColour kDotColour{1, 1, 1, 0.95};
+constexpr RgbaColour kLitColour{1, 0.35, 0, 1};
+constexpr RgbaColour kUnlitColour{0.15, 0.15, 0, 0.55};
+constexpr RgbaColour kLabelColour{1, 1, 1, 0.9};
+
+// The presses whose age at `t` is at least 0 and below `seconds`. Ages only fall along the presses, rounded or not.
+std::span<const PointerSample> recentPresses(const std::vector<PointerSample>& presses, double t, double seconds) {
+    const auto first = std::partition_point(presses.begin(), presses.end(),
+                                            [&](const PointerSample& press) { return t - press.t >= seconds; });
+    const auto end =
+        std::partition_point(first, presses.end(), [&](const PointerSample& press) { return t - press.t >= 0; });
+    return {first, end};
+}
+
+RgbaColour faded(RgbaColour colour, double alpha) {
+    colour.alpha = alpha;
+    return colour;
+}
+
+}  // namespace
+
+std::optional<Point> pointerAt(const std::vector<PointerSample>& events, double t) {
+    if (events.empty()) return std::nullopt;
+    if (t <= events.front().t) return Point{events.front().px, events.front().py};
+    if (t >= events.back().t) return Point{events.back().px, events.back().py};
+    const auto after = std::upper_bound(events.begin(), events.end(), t,
+                                        [](double time, const PointerSample& event) { return time < event.t; });
+    const PointerSample& next = *after;
+    const PointerSample& previous = *std::prev(after);  // strictly earlier: at or before `t`
+    const double part = (t - previous.t) / (next.t - previous.t);
+    return Point{previous.px + (next.px - previous.px) * part, previous.py + (next.py - previous.py) * part};
+}
+
+std::vector<Ring> ringsAt(const std::vector<PointerSample>& presses, double scale, double t) {
+    std::vector<Ring> rings;
+    for (const PointerSample& press : recentPresses(presses, t, kRingSeconds)) {
+        const double u = (t - press.t) / kRingSeconds;
+        rings.push_back({{press.px, press.py},
+                         scale * (u * kRingGrowth + kFirstRadius),
+                         std::max(scale * kRingLineWidth * (1 - u), kThinnestRing),
+                         (1 - u) * 0.9});
+    }
+    return rings;
+}
+
+bool indicatorIsLitAt(const std::vector<PointerSample>& presses, double t) {
+    return !recentPresses(presses, t, kIndicatorSeconds).empty();
+}
+
+std::optional<Overlay> overlayAt(const Recording& recording, const Assets& assets, double t) {
+    const std::optional<Point> pointer = pointerAt(recording.track.events, t);
+    if (!pointer) return std::nullopt;
+    const double scale = recording.info.pointPixelScale;
+
+    Overlay overlay;
+    overlay.rings = ringsAt(recording.presses, scale, t);
+    overlay.pointer = *pointer;
+    overlay.dotRadius = scale * kDotRadius;
+    const std::string* const shape = cursorShapeAt(recording.track.cursorChanges, t);
+    const auto asset = shape != nullptr ? assets.find(*shape) : assets.end();
+    if (asset != assets.end()) {
+        const CursorImage& info = asset->second.info;
+        overlay.cursor = &asset->second;
+        overlay.cursorRect = {pointer->x - scale * info.hotspotX, pointer->y - scale * info.hotspotY,
+                              scale * info.width, scale * info.height};
+    }
+    overlay.indicator = {kIndicatorPlace * scale, kIndicatorPlace * scale, kIndicatorEdge * scale,
+                         kIndicatorEdge * scale};
+    overlay.indicatorIsLit = indicatorIsLitAt(recording.presses, t);
+    overlay.label = formatted("%.3f s", t);
+    overlay.labelBaseline = {kLabelBaseline.x * scale, kLabelBaseline.y * scale};
+    overlay.labelSize = kLabelSize * scale;
+    return overlay;
+}
+
+void paintOverlay(const Overlay& overlay, BgraPremultipliedBuffer& picture) {
+    BitmapCanvas canvas(picture);
+    for (const Ring& ring : overlay.rings) {
+        canvas.strokeCircle(ring.centre, ring.radius, ring.lineWidth, faded(kRingColour, ring.alpha));
+    }
+    if (overlay.cursor != nullptr) {
+        canvas.drawPicture(*overlay.cursor->image, overlay.cursorRect);
+    } else {
+        canvas.fillCircle(overlay.pointer, overlay.dotRadius, kDotColour);
+    }
+    canvas.fillRect(overlay.indicator, overlay.indicatorIsLit ? kLitColour : kUnlitColour);
+    canvas.drawText(overlay.label, overlay.labelBaseline, kLabelFamilies, overlay.labelSize, kLabelColour);
+}
+
+void placePicture(const BgraPremultipliedBuffer& source, BgraPremultipliedBuffer& target) {
+    constexpr std::uint8_t kBlack[4] = {0, 0, 0, 255};
+    const int copied = std::min(source.width(), target.width());
+    for (int y = 0; y < target.height(); ++y) {
+        const int sourceY = y + source.height() - target.height();
+        const int fromSource = sourceY >= 0 ? copied : 0;
+        if (fromSource > 0) std::memcpy(target.row(y), source.row(sourceY), static_cast<std::size_t>(fromSource) * 4);
+        for (int x = fromSource; x < target.width(); ++x) std::memcpy(target.pixel(x, y), kBlack, 4);
+    }
+}
+
+}  // namespace lumivastor::CursorRenderer

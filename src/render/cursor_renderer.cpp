@@ -1,0 +1,322 @@
+#include "render/cursor_renderer.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <latch>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "app/log/log.h"
+#include "base/formatted.h"
+#include "base/serial_queue.h"
+#include "edit/cursor_assets.h"
+#include "edit/recording.h"
+#include "media/asset.h"
+#include "media/asset_reader.h"
+#include "media/asset_writer.h"
+
+namespace lumivastor::CursorRenderer {
+
+namespace {
+
+constexpr const char* kSourceName = "source.mov";
+constexpr const char* kOutputName = "test-output.mov";
+constexpr const char* kCancelled = "Abgebrochen.";
+constexpr const char* kNoMemory = "Kein Speicher für die Ausgabebilder.";
+
+// Reported often enough to look alive, rarely enough not to fill the main thread's queue.
+constexpr std::int64_t kFramesPerReport = 15;
+
+using Movie = lumivastor::Asset;
+
+RecorderError errorOf(const AssetWriter& writer, const char* otherwise) {
+    return writer.error().value_or(RecorderError(otherwise));
+}
+
+void post(const Options& options, std::function<void()> work) {
+    if (options.postToMain) {
+        options.postToMain(std::move(work));
+    } else {
+        work();
+    }
+}
+
+void report(const Options& options, double part) {
+    if (!options.progress) return;
+    post(options, [progress = options.progress, part] { progress(part); });
+}
+
+// Damage ends what is read; the video shows what came before, and the log why it is no longer.
+void logDamage(const AssetReader& reader) {
+    if (reader.status() != AssetReader::Status::failed) return;
+    const double reached = reader.failureTime().value_or(MediaTime{}).seconds();
+    Log::write("Render", formatted("%s: Lesefehler bei %.1f s: ", kSourceName, reached) +
+                             reader.error().value_or(RecorderError("unbekannt")).message());
+}
+
+// What the pumps of one render share.
+struct Pumps {
+    explicit Pumps(std::ptrdiff_t count) : running(count) {}
+
+    void keepFirst(RecorderError reason) {
+        const std::scoped_lock guard(lock);
+        if (!error) error = std::move(reason);
+    }
+
+    std::optional<RecorderError> firstError() {
+        const std::scoped_lock guard(lock);
+        return error;
+    }
+
+    std::mutex lock;
+    std::optional<RecorderError> error;  // guarded by lock
+    std::latch running;                  // those that have not ended
+};
+
+// Copies one sound track as it is stored. Runs on its queue.
+struct SoundPump {
+    std::unique_ptr<AssetReader> reader;
+    StoredSampleOutput& output;
+    StoredWriterInput& input;
+    std::unique_ptr<SerialQueue> queue;
+
+    void run(Pumps& pumps, const AssetWriter& writer, const std::stop_token& stop) {
+        while (input.isReadyForMoreMediaData()) {
+            if (stop.stop_requested()) return end(pumps);
+            std::optional<StoredSample> sample = output.copyNextSample();
+            if (!sample) {
+                logDamage(*reader);
+                return end(pumps);
+            }
+            if (!input.append(std::move(*sample))) {
+                pumps.keepFirst(errorOf(writer, "Der Ton konnte nicht geschrieben werden."));
+                return end(pumps);
+            }
+        }
+    }
+
+    void end(Pumps& pumps) {
+        input.markAsFinished();
+        pumps.running.count_down();
+    }
+};
+
+// Draws the marks into picture after picture. Runs on its queue; the counters are read after its end.
+struct PicturePump {
+    const Recording& recording;
+    const Assets& assets;
+    const Options& options;
+    AssetReader& reader;
+    VideoTrackOutput& output;
+    VideoWriterInput& input;
+    std::int64_t frames = 0;
+    double lastTime = 0;
+
+    void run(Pumps& pumps, const AssetWriter& writer) {
+        try {
+            while (input.isReadyForMoreMediaData()) {
+                if (options.stop.stop_requested()) return end(pumps);
+                const std::optional<VideoSample> sample = output.copyNextSample();
+                if (!sample) {
+                    logDamage(reader);
+                    return end(pumps);
+                }
+                if (!append(*sample)) {
+                    pumps.keepFirst(errorOf(writer, "Ein Bild konnte nicht geschrieben werden."));
+                    return end(pumps);
+                }
+            }
+        } catch (const std::bad_alloc&) {
+            pumps.keepFirst(RecorderError(kNoMemory));
+            end(pumps);
+        }
+    }
+
+    // False when the writer refuses the picture.
+    bool append(const VideoSample& sample) {
+        const std::shared_ptr<BgraPremultipliedBuffer> picture = input.pool().makeBgra();
+        if (!picture) return true;  // short of memory for now: this one is left out
+        const double t = sample.presentationTime.seconds();
+        placePicture(sample.bgra(), *picture);
+        if (const auto overlay = overlayAt(recording, assets, t)) paintOverlay(*overlay, *picture);
+        if (!input.append(std::shared_ptr<const BgraPremultipliedBuffer>(picture), sample.presentationTime)) {
+            return false;
+        }
+        lastTime = t;
+        if (++frames % kFramesPerReport == 0) report(options, progressAt(t, recording.info.duration));
+        return true;
+    }
+
+    void end(Pumps& pumps) {
+        input.markAsFinished();
+        pumps.running.count_down();
+    }
+};
+
+void throwIfCancelled(const Options& options) {
+    if (options.stop.stop_requested()) throw RecorderError(kCancelled);
+}
+
+// One render, on the thread that asks for it.
+class Render {
+  public:
+    // Reads the documents and opens the movie.
+    Render(const std::filesystem::path& folder, const Options& options)
+        : options_(options),
+          recording_(Recording::load(folder)),
+          source_(std::make_shared<const Movie>(folder / kSourceName)),
+          videoQueue_("aufnahme.render.video"),
+          writer_(folder / kOutputName, MovieContainer::quickTime) {
+        const std::vector<AssetTrack> tracks = source_->tracks(TrackKind::video);
+        if (tracks.empty()) throw RecorderError("In source.mov ist keine Videospur.");
+        videoTrack_ = tracks.front().id;
+        assets_ = loadCursorImages(recording_.track, folder);
+    }
+
+    Result run() {
+        startWriter();
+        makePumps();
+        startPumps();
+        pumps_->running.wait();
+        if (options_.stop.stop_requested()) {
+            writer_.cancelWriting();
+            throw RecorderError(kCancelled);
+        }
+        if (const auto error = pumps_->firstError()) throw *error;
+        if (!writer_.finishWriting()) throw errorOf(writer_, "Das Prüfvideo konnte nicht geschrieben werden.");
+        if (options_.stop.stop_requested()) {
+            std::error_code ignored;  // gone already, or not to be removed
+            std::filesystem::remove(writer_.path(), ignored);
+            throw RecorderError(kCancelled);
+        }
+        report(options_, 1);
+        Log::write("Render", formatted("%s: %lld Bilder, %.1f s", kOutputName,
+                                       static_cast<long long>(pictures_->frames), pictures_->lastTime));
+        return {writer_.path(), pictures_->frames, pictures_->lastTime};
+    }
+
+  private:
+    struct SoundTrack {
+        std::size_t index;  // among the source's sound tracks
+        int id;
+        StoredWriterInput& input;
+    };
+
+    void startWriter() {
+        throwIfCancelled(options_);
+        std::error_code ignored;  // what cannot be removed can perhaps be written over
+        std::filesystem::remove(writer_.path(), ignored);
+        videoInput_ =
+            &writer_.addVideoInput(videoSettings(recording_.info, storedFormatOf(*source_, videoTrack_).timescale));
+        const std::vector<AssetTrack> sounds = source_->tracks(TrackKind::audio);
+        for (std::size_t i = 0; i < sounds.size(); ++i) {
+            const StoredFormat format = storedFormatOf(*source_, sounds[i].id);
+            if (!writer_.canAddStoredInput(format)) continue;  // the track is left out
+            soundTracks_.push_back({i, sounds[i].id, writer_.addStoredInput(format)});
+        }
+        if (!writer_.startWriting()) throw errorOf(writer_, "test-output.mov konnte nicht angelegt werden.");
+        writer_.startSession({});
+    }
+
+    // Before the first pump starts, because nothing may throw while one runs.
+    void makePumps() {
+        reader_.emplace(source_);
+        VideoTrackOutput& output = reader_->addVideoOutput(videoTrack_, PictureFormat::bgraPremultiplied);
+        if (!reader_->startReading()) {
+            throw reader_->error().value_or(RecorderError("source.mov konnte nicht gelesen werden."));
+        }
+        pictures_.emplace(PicturePump{recording_, assets_, options_, *reader_, output, *videoInput_});
+        for (const SoundTrack& track : soundTracks_) {
+            auto reader = std::make_unique<AssetReader>(source_);
+            StoredSampleOutput& stored = reader->addStoredSampleOutput(track.id);
+            if (!reader->startReading()) continue;  // the track stays empty
+            auto queue = std::make_unique<SerialQueue>("aufnahme.render.audio" + std::to_string(track.index));
+            sounds_.push_back({std::move(reader), stored, track.input, std::move(queue)});
+        }
+        pumps_.emplace(static_cast<std::ptrdiff_t>(sounds_.size()) + 1);
+    }
+
+    void startPumps() {
+        for (SoundPump& sound : sounds_) {
+            sound.input.requestMediaDataWhenReady(*sound.queue,
+                                                  [this, &sound] { sound.run(*pumps_, writer_, options_.stop); });
+        }
+        videoInput_->requestMediaDataWhenReady(videoQueue_, [this] { pictures_->run(*pumps_, writer_); });
+    }
+
+    const Options& options_;
+    const Recording recording_;
+    const std::shared_ptr<const Movie> source_;
+    int videoTrack_ = 0;
+    Assets assets_;
+    VideoWriterInput* videoInput_ = nullptr;
+    std::vector<SoundTrack> soundTracks_;
+    std::optional<Pumps> pumps_;
+    std::optional<AssetReader> reader_;
+    std::optional<PicturePump> pictures_;
+    std::vector<SoundPump> sounds_;
+    SerialQueue videoQueue_;
+    AssetWriter writer_;  // after the queues, which have to outlive it
+};
+
+}  // namespace
+
+Assets loadCursorImages(const PointerTrack& track, const std::filesystem::path& folder) {
+    // From the back, because of several shapes with one id the first that can be read is taken.
+    std::vector<CursorImage> images;
+    std::copy_if(track.cursorImages.rbegin(), track.cursorImages.rend(), std::back_inserter(images),
+                 [](const CursorImage& image) { return image.visible && !image.file.empty(); });
+    Assets assets;
+    for (auto& [id, asset] : loadCursorAssets(folder, images)) assets.emplace(id, Asset{asset.picture, asset.image});
+    return assets;
+}
+
+VideoSettings videoSettings(const CaptureInfo& info, std::int32_t timescale) {
+    constexpr std::int64_t kFastest = 1000;
+    const std::int64_t fps = std::clamp<std::int64_t>(info.fps, 1, kFastest);
+    VideoSettings settings;
+    settings.width = static_cast<int>(info.pixelWidth);
+    settings.height = static_cast<int>(info.pixelHeight);
+    settings.averageBitRate =
+        static_cast<std::int64_t>(static_cast<double>(info.pixelWidth * info.pixelHeight * fps) * 0.1);
+    settings.maxKeyFrameInterval = static_cast<int>(fps * 2);
+    settings.frameRate = static_cast<int>(fps);
+    settings.timescale = timescale;
+    settings.skipRepeatedPictures = false;  // the time in the label differs from picture to picture
+    return settings;
+}
+
+double progressAt(double t, double duration) {
+    return std::min(t / std::max(duration, 0.001), 0.95);
+}
+
+Result renderSync(const std::filesystem::path& folder, const Options& options) {
+    throwIfCancelled(options);
+    return Render(folder, options).run();
+}
+
+std::jthread render(std::filesystem::path folder, Options options, std::function<void(const Outcome&)> completion) {
+    return std::jthread([folder = std::move(folder), options = std::move(options),
+                         completion = std::move(completion)](const std::stop_token& stop) mutable {
+        options.stop = stop;
+        const auto outcome = [&]() -> Outcome {
+            try {
+                return renderSync(folder, options);
+            } catch (const RecorderError& error) {
+                return error;
+            } catch (const std::bad_alloc&) {
+                return RecorderError(kNoMemory);
+            }
+        }();
+        post(options, [completion = std::move(completion), outcome] { completion(outcome); });
+    });
+}
+
+}  // namespace lumivastor::CursorRenderer
