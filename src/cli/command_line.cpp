@@ -15,7 +15,7 @@ namespace lumivastor {
 
 namespace {
 
-constexpr std::array kVerbs = {&kInspectVerb, &kFrameVerb, &kRenderVerb};
+constexpr std::array kVerbs = {&kInspectVerb, &kFrameVerb, &kRenderVerb, &kCheckVerb};
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;

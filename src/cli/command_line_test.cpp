@@ -302,6 +302,22 @@ TEST_F(RenderVerb, FailuresAreTheRenderersSentences) {
     EXPECT_EQ(run({"render", folder_.path().string()}).err, "Die Höhe des Videos ist unzulässig: 1.\n");
 }
 
+TEST_F(RenderVerb, TheCheckVideoIsWrittenToo) {
+    const Outcome outcome = run({"check", folder_.path().string(), "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Json json(outcome.out);
+    EXPECT_EQ(json.text("/url"), (folder_ / "test-output.mov").string());
+    EXPECT_EQ(json.number("/frames"), 30);
+    EXPECT_NEAR(json.number("/seconds"), 29.0 / 30, 0.01);
+    const Asset movie(folder_ / "test-output.mov");
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
+    std::filesystem::remove(folder_ / "source.mov");
+    const Outcome missing = run({"check", folder_.path().string()});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err, "");
+}
+
 TEST_F(RenderVerb, WrongUsageIsStatusTwo) {
     EXPECT_EQ(run({"render"}).status, 2);
     EXPECT_EQ(run({"render", folder_.path().string(), "--height", "720"}).status, 2);

@@ -26,5 +26,7 @@ extern const Verb kInspectVerb;
 extern const Verb kFrameVerb;
 /// Exports the studio movie.
 extern const Verb kRenderVerb;
+/// Writes the check video.
+extern const Verb kCheckVerb;
 
 }  // namespace lumivastor
