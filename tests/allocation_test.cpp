@@ -13,9 +13,13 @@ namespace {
 
 std::atomic<long> allocations = 0;
 
-void* counted(std::size_t size) {
+void* quietlyCounted(std::size_t size) noexcept {
     ++allocations;
-    if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* counted(std::size_t size) {
+    if (void* memory = quietlyCounted(size)) return memory;
     throw std::bad_alloc();
 }
 
