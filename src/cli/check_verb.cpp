@@ -1,16 +1,14 @@
 #include <array>
-#include <cstdint>
-#include <filesystem>
 #include <iostream>
 #include <ostream>
 #include <string>
 
 #include "base/formatted.h"
 #include "cli/interruption.h"
+#include "cli/movie_result.h"
 #include "cli/progress_bar.h"
 #include "cli/verb.h"
 #include "model/capture_info.h"
-#include "model/json_writer.h"
 #include "render/cursor_renderer.h"
 
 namespace lumivastor {
@@ -29,21 +27,11 @@ void run(const Arguments& arguments, std::ostream& out) {
     options.progress = [&bar](double fraction) { bar.update(fraction); };
     options.stop = interruption.token();
     const CursorRenderer::Result result = CursorRenderer::renderSync(folder, options);
-    if (!arguments.has("--json")) {
+    if (arguments.has("--json")) {
+        writeMovieResult(out, result.url, result.frames, result.seconds);
+    } else {
         out << formatted("Fertig: %.1f s – %s\n", result.seconds, result.url.c_str());
-        return;
     }
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
-    writer.beginObject();
-    writer.key("url");
-    writer.text(std::filesystem::absolute(result.url).string());
-    writer.key("frames");
-    writer.integer(result.frames);
-    writer.key("seconds");
-    writer.number(result.seconds);
-    writer.endObject();
-    writer.finish();
-    out << "\n";
 }
 
 }  // namespace

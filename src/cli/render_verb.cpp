@@ -1,6 +1,5 @@
 #include <array>
 #include <cstdint>
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <ostream>
@@ -8,10 +7,10 @@
 
 #include "base/formatted.h"
 #include "cli/interruption.h"
+#include "cli/movie_result.h"
 #include "cli/progress_bar.h"
 #include "cli/verb.h"
 #include "edit/composition.h"
-#include "model/json_writer.h"
 #include "render/export_plan.h"
 #include "render/movie_renderer.h"
 
@@ -43,22 +42,6 @@ std::optional<ExportFormat> formatFrom(const Arguments& arguments) {
     throw UsageError("--format ist mp4 oder mov.");
 }
 
-void writeResult(const RenderResult& result, std::ostream& out) {
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
-    writer.beginObject();
-    writer.key("url");
-    writer.text(std::filesystem::absolute(result.url).string());
-    writer.key("frames");
-    writer.integer(result.frames);
-    writer.key("seconds");
-    writer.number(result.seconds);
-    writer.key("zoomCount");
-    writer.integer(result.zoomCount);
-    writer.endObject();
-    writer.finish();
-    out << "\n";
-}
-
 void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const std::optional<std::int64_t> wantedHeight = heightFrom(arguments);
@@ -75,7 +58,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     options.format = format;
     const RenderResult result = renderMovieSync(composition, options);
     if (arguments.has("--json")) {
-        writeResult(result, out);
+        writeMovieResult(out, result.url, result.frames, result.seconds, result.zoomCount);
     } else {
         out << formatted("Fertig: %.1f s, %lld Zooms – %s\n", result.seconds, static_cast<long long>(result.zoomCount),
                          result.url.c_str());
