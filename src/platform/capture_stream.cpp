@@ -1,0 +1,17 @@
+#include "platform/capture_stream.h"
+
+namespace lumivastor {
+
+Rect contentRect(const ContentFilter& filter) {
+    if (const auto* display = std::get_if<DisplayFilter>(&filter)) {
+        return {0, 0, display->display.frame.width, display->display.frame.height};
+    }
+    const Rect& frame = std::get<WindowFilter>(filter).window.frame;
+    return {0, 0, frame.width, frame.height};
+}
+
+double pointPixelScale(const ContentFilter& filter) {
+    return std::visit([](const auto& one) { return one.display.scale; }, filter);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/geometry.h"
+#include "platform/point_space.h"
+
+namespace lumivastor {
+
+/// A screen. `frame` is in its own global points.
+struct Display {
+    std::uint32_t id = 0;
+    std::string name;  // of the connector or monitor
+    Rect frame;
+    double scale = 1;  // pixels per point
+
+    PointSpace pointSpace() const { return {{frame.x, frame.y}, scale}; }
+    Rect pixelFrame() const { return pointSpace().pixelsFromRect(frame); }
+
+    bool operator==(const Display&) const = default;
+};
+
+/// A program that has windows.
+struct RunningApplication {
+    int processId = 0;
+    /// What tells programs apart: the window class where windows have one. Absent where nothing is known.
+    std::optional<std::string> bundleIdentifier;
+    /// As people read it.
+    std::optional<std::string> name;
+
+    bool operator==(const RunningApplication&) const = default;
+};
+
+/// A window. `frame` is in global points of the display that shows most of it: what the user sees as the window's
+/// content, without title bar and shadow.
+struct Window {
+    std::uint32_t id = 0;
+    std::optional<std::string> title;
+    std::optional<RunningApplication> application;
+    /// 0 for ordinary windows; below 0 desktops, above 0 docks, menus, notifications and whatever else floats.
+    int layer = 0;
+    Rect frame;
+    /// The display that shows most of the window.
+    std::uint32_t displayID = 0;
+
+    bool operator==(const Window&) const = default;
+};
+
+/// What can be recorded at this moment. Displays in the server's order; windows from front to back.
+struct ShareableContent {
+    std::vector<Display> displays;
+    std::vector<Window> windows;
+    std::vector<RunningApplication> applications;
+    /// This program itself, when it has windows.
+    std::optional<RunningApplication> ownApplication;
+    std::uint32_t mainDisplayID = 0;
+
+    /// Null when there is no such display or window.
+    const Display* display(std::uint32_t id) const;
+    const Window* window(std::uint32_t id) const;
+};
+
+}  // namespace lumivastor
