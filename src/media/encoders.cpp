@@ -111,6 +111,10 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     codec_->color_range = AVCOL_RANGE_MPEG;
     checked(av_opt_set(codec_->priv_data, "preset", settings.preset.c_str(), 0), kNoVideoEncoder);
     checked(av_opt_set(codec_->priv_data, "profile", "high", 0), kNoVideoEncoder);
+    if (settings.lookahead > 0) {
+        checked(av_opt_set_int(codec_->priv_data, "rc-lookahead", settings.lookahead, 0), kNoVideoEncoder);
+        checked(av_opt_set(codec_->priv_data, "x264-params", "mbtree=1", 0), kNoVideoEncoder);
+    }
     if (settings.skipRepeatedPictures) {
         // What writing repeats behind the encoder takes; see there.
         codec_->refs = 1;

@@ -23,9 +23,14 @@ struct VideoSettings {
     int maxKeyFrameInterval = 120;    // pictures from one key picture to the next, at most
     int frameRate = 60;               // expected; also how long the last picture is shown
     std::int32_t timescale = 600;     // of the track: picture times are rounded to it
-    /// The encoder's trade of time against quality, by its own name for it. This one is the fastest that keeps text on
-    /// screens sharp at the bit rates in use.
-    std::string preset = "veryfast";
+    /// The encoder's trade of time against quality, by its own name for it.
+    std::string preset = "superfast";
+    /// How many pictures the rate control looks ahead to see what stays on the screen and is worth its bits. Presets
+    /// this fast do without, and then a picture at rest keeps the coarseness of the motion before it: 29 dB of luma
+    /// PSNR on text at the export's bit rate instead of 48, for 3 ms of 29 at 2560 x 1440. With it `superfast` is the
+    /// fastest that is above 45 dB and no worse in motion; `ultrafast` loses 7 dB there, `veryfast` gains none and
+    /// costs 1.6 times as much (bench/encoder_bench.cpp).
+    int lookahead = 10;
     /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`). Off, they are encoded like
     /// all others.
     bool skipRepeatedPictures = true;
