@@ -287,6 +287,38 @@ TEST_F(FrameComposer, LooksAsItDid) {
     expectGoldenFrame(composition, "frame_whole", 9, camera);
 }
 
+// Each of these differs from the plain frame in one thing.
+TEST_F(FrameComposer, EachLayerAloneLooksAsItDid) {
+    track_.cursorChanges = {{0, "hidden"}, {8.5, "c0"}};
+    info_.webcamFile = "webcam.mov";
+    folder_.write("webcam.mov", "x");
+    const Picture camera = testScreen(64, 48);
+    expectGoldenFrame(open(), "frame_plain", 1);
+    expectGoldenFrame(open(), "frame_click", 2.2);
+    expectGoldenFrame(open(), "frame_cursor", 9);
+    expectGoldenFrame(open(), "frame_bubble", 1, camera);
+
+    const ProjectSettings plain = settings_;
+    settings_.cornerRadius = 40;
+    settings_.padding = 0.15;
+    expectGoldenFrame(open(), "frame_padding", 1);
+    settings_ = plain;
+    settings_.backgroundRed = 0.6;
+    settings_.backgroundGreen = 0.3;
+    expectGoldenFrame(open(), "frame_background", 1);
+    settings_ = plain;
+    settings_.cropLeft = 0.25;
+    settings_.cropTop = 0.1;
+    expectGoldenFrame(open(), "frame_crop", 1);
+    settings_ = plain;
+    // The second lies half over the first.
+    settings_.masks = {{0.55, 0.55, 0.2, 0.3}, {0.65, 0.6, 0.3, 0.2}};
+    expectGoldenFrame(open(), "frame_masks", 1);
+    settings_ = plain;
+    settings_.zooms = {{0, 6, 3.0, {{0.5, 0.75, 0.75}}}};
+    expectGoldenFrame(open(), "frame_zoom3", 4);
+}
+
 TEST_F(FrameComposer, SettingsOutOfAnyRangeDrawSomethingOrAreRefused) {
     Composition composition = open();
     const auto draws = [&](auto change) {
