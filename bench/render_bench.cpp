@@ -11,6 +11,8 @@
 // Argument: canvas height. The source has the canvas's size.
 
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -36,7 +38,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kFps = 60;
-constexpr int kFrames = 300;
+constexpr int kFrames = 300;  // of those whose cost is compared
 // With repeats: bursts of motion and rests, five seconds of them in all.
 constexpr int kPeriod = 60;
 constexpr int kMovingOfPeriod = 12;
@@ -78,13 +80,13 @@ void paintPage(const YuvDestination& picture, int scrolled) {
 
 // Feeds an input from a pump until `append` has had its last frame.
 template <typename Append>
-void feed(AssetWriter& writer, VideoWriterInput& input, Append append) {
+void feed(AssetWriter& writer, VideoWriterInput& input, int frames, Append append) {
     std::promise<void> done;
     SerialQueue queue("bench.video");
     int frame = 0;
     input.requestMediaDataWhenReady(queue, [&] {
         while (input.isReadyForMoreMediaData()) {
-            if (frame == kFrames || !append(frame)) {
+            if (frame == frames || !append(frame)) {
                 input.markAsFinished();
                 done.set_value();
                 return;
@@ -103,8 +105,9 @@ bool isNewPicture(int frame, bool repeats) {
 // A recording folder. Its movie has a picture only where something moves, as recordings do.
 class SampleRecording {
   public:
-    SampleRecording(CanvasSize canvas, bool repeats)
+    SampleRecording(CanvasSize canvas, bool repeats, int frames = kFrames)
         : canvas_(canvas),
+          frames_(frames),
           folder_(fs::temp_directory_path() / formatted("render_bench.%d", static_cast<int>(::getpid()))) {
         fs::create_directories(folder_);
         writeMovie(repeats);
@@ -113,7 +116,7 @@ class SampleRecording {
         info.pixelWidth = canvas.width;
         info.pixelHeight = canvas.height;
         info.fps = kFps;
-        info.duration = static_cast<double>(kFrames) / kFps;
+        info.duration = static_cast<double>(frames_) / kFps;
         info.save(folder_);
         PointerTrack().save(folder_);
     }
@@ -132,7 +135,7 @@ class SampleRecording {
         VideoWriterInput& input = writer.addVideoInput(settings);
         if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
         writer.startSession({});
-        feed(writer, input, [&](int frame) {
+        feed(writer, input, frames_, [&](int frame) {
             if (!isNewPicture(frame, repeats)) return true;
             auto picture = input.pool().makePlanar();
             paintPage(picture->destination(), frame * 3);
@@ -141,6 +144,7 @@ class SampleRecording {
     }
 
     CanvasSize canvas_;
+    int frames_;
     fs::path folder_;
 };
 
@@ -195,7 +199,7 @@ double costOfTranscoding(const CutComposition& movie, const SampleRecording& rec
         VideoWriterInput& input = writer.addVideoInput(settings);
         if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
         writer.startSession({});
-        feed(writer, input, [&](int frame) {
+        feed(writer, input, kFrames, [&](int frame) {
             const YuvPicture& from = frames.at(frame);
             auto buffer = input.pool().makePlanar();
             const double before = secondsOf(CLOCK_THREAD_CPUTIME_ID);
@@ -261,6 +265,41 @@ BENCHMARK_CAPTURE(exportAgainstCodecs, four_of_five_repeat, true)
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
+
+// The most memory that a process of its own held while it ran `work`, in MB.
+template <typename Work>
+double memoryOf(Work work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        work();
+        ::_exit(0);
+    }
+    int status = 0;
+    struct rusage usage {};
+    if (::wait4(child, &status, 0, &usage) != child || status != 0) throw RecorderError("the child has failed");
+    return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
+// An export holds as much memory for two minutes as for ten seconds.
+void memoryOfExport(benchmark::State& state) {
+    constexpr int kShort = 10 * kFps;
+    constexpr int kLong = 120 * kFps;
+    const auto exportOf = [](int frames) {
+        const SampleRecording recording({1280, 720}, true, frames);
+        return memoryOf([&] { renderMovieSync(Composition(recording.folder(), 1280, 720)); });
+    };
+    for (auto _ : state) {
+        const double start = secondsOf(CLOCK_MONOTONIC);
+        const double shortOne = exportOf(kShort);
+        const double longOne = exportOf(kLong);
+        state.SetIterationTime(secondsOf(CLOCK_MONOTONIC) - start);
+        state.counters["TenSecondsMB"] = shortOne;
+        state.counters["TwoMinutesMB"] = longOne;
+        state.counters["Ratio"] = longOne / shortOne;
+    }
+}
+
+BENCHMARK(memoryOfExport)->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond);
 
 }  // namespace
 }  // namespace lumivastor
