@@ -12,12 +12,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <future>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/formatted.h"
@@ -177,6 +180,72 @@ void encoding(benchmark::State& state) {
     }
     fs::remove(path);
 }
+
+// A recording as it comes: a second of scrolling at 60 pictures a second, then a screen at rest, of which the last
+// picture comes once more after each of `kRepeatsAt` seconds. The sharpness of the resting picture after each.
+void liveEncoding(benchmark::State& state) {
+    constexpr int kScrolled = 60;
+    constexpr double kRepeatsAt[] = {0.1, 0.25, 1, 2, 3};
+    const CanvasSize canvas = exportCanvas(state.range(0));
+    const Picture page(drawPage(canvas));
+    const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mov", static_cast<int>(::getpid()));
+    for (auto _ : state) {
+        double painting = 0;
+        const double start = processorSeconds(CLOCK_PROCESS_CPUTIME_ID);
+        {
+            AssetWriter writer(path, MovieContainer::quickTime);
+            writer.setMovieFragmentInterval({1200, 600});
+            VideoSettings settings;
+            settings.width = canvas.width;
+            settings.height = canvas.height;
+            settings.averageBitRate = exportBitRate(canvas, kFps);
+            settings.maxKeyFrameInterval = kFps * 2;
+            settings.maxKeyFrameSeconds = 2;
+            settings.preset = kPresets[state.range(1)];
+            settings.lowLatency = true;
+            settings.skipRepeatedPictures = false;
+            VideoWriterInput& input = writer.addVideoInput(settings);
+            if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
+            writer.startSession({});
+            Painter painter(1);
+            const auto append = [&](int scrolled, double seconds) {
+                while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                const double before = processorSeconds(CLOCK_THREAD_CPUTIME_ID);
+                auto picture = input.pool().makePlanar();
+                painter.paint(frameAt(page, canvas, 60 + scrolled), picture->destination());
+                painting += processorSeconds(CLOCK_THREAD_CPUTIME_ID) - before;
+                input.append(std::move(picture), MediaTime::fromSeconds(seconds, 600));
+            };
+            for (int i = 0; i < kScrolled; ++i) append(i, i / 60.0);
+            for (const double after : kRepeatsAt) append(kScrolled - 1, (kScrolled - 1) / 60.0 + after);
+            if (!writer.finishWriting()) throw writer.error().value_or(RecorderError("?"));
+        }
+        const double cost = processorSeconds(CLOCK_PROCESS_CPUTIME_ID) - start - painting;
+        AssetReader reader(std::make_shared<const Asset>(path));
+        VideoTrackOutput& output = reader.addVideoOutput(1, PictureFormat::planar);
+        if (!reader.startReading()) throw reader.error().value_or(RecorderError("?"));
+        Painter painter(2);
+        PicturePool pool(canvas.width, canvas.height, {});
+        const auto painted = pool.makePlanar();
+        for (int frame = 0; const auto sample = output.copyNextSample(); ++frame) {
+            painter.paint(frameAt(page, canvas, 60 + std::min(frame, kScrolled - 1)), painted->destination());
+            const double psnr = lumaPsnr(sample->planar(), painted->destination());
+            if (frame == kScrolled / 2) state.counters["MovingDb"] = psnr;
+            if (frame == kScrolled - 1) state.counters["LastDb"] = psnr;
+            if (frame >= kScrolled) {
+                state.counters[formatted("RestDb%d", static_cast<int>(kRepeatsAt[frame - kScrolled] * 100))] = psnr;
+            }
+        }
+        if (const auto error = reader.error()) throw RecorderError(*error);
+        state.SetIterationTime(cost);
+        state.SetLabel(kPresets[state.range(1)]);
+        state.counters["MsPerPicture"] = cost * 1000 / (kScrolled + std::size(kRepeatsAt));
+        state.counters["MB"] = static_cast<double>(fs::file_size(path)) / 1e6;
+    }
+    fs::remove(path);
+}
+
+BENCHMARK(liveEncoding)->ArgsProduct({{1080, 1440}, {0, 1}})->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond);
 
 BENCHMARK(encoding)
     ->ArgsProduct({{1080, 1440, 2160}, {0, 1, 2, 3}, {0, 10}})

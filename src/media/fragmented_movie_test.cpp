@@ -292,6 +292,28 @@ TEST(FragmentedMovie, ADiskThatStandsStillHoldsNoCallerUp) {
     emptying.join();
 }
 
+// Encoders without delay share a picture out among threads, in slices of their own.
+TEST(FragmentedMovie, PicturesInSeveralSlicesAreReadWithoutComplaint) {
+    for (const VideoCodec codec : {VideoCodec::h264, VideoCodec::hevc}) {
+        const TemporaryFolder folder;
+        LiveMovieOptions made;
+        made.codec = codec;
+        made.width = 640;
+        made.height = 480;
+        made.pictureTicks = steadyTicks(40, 30);
+        LiveMovie movie(folder / "slices.mov", made);
+        ASSERT_TRUE(movie.appendAll());
+        ASSERT_EQ(movie.finish(), "");
+        AssetReader reader(std::make_shared<const Asset>(folder / "slices.mov"));
+        VideoTrackOutput& output = reader.addVideoOutput(1, PictureFormat::planar);
+        ASSERT_TRUE(reader.startReading());
+        int pictures = 0;
+        while (output.copyNextSample()) ++pictures;
+        EXPECT_EQ(pictures, 40);
+        EXPECT_EQ(reader.error().value_or(RecorderError("")).message(), "");
+    }
+}
+
 TEST(FragmentedMovie, CancellingRemovesTheFile) {
     const TemporaryFolder folder;
     LiveMovieOptions made;
