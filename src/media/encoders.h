@@ -46,6 +46,12 @@ struct VideoSettings {
     /// killed loses what its encoder still holds, and at one picture a second a dozen pictures are a dozen seconds.
     /// Fragmented movies are always written so.
     bool lowLatency = false;
+    /// For libx264: pictures are encoded as well as this rate factor says, and `averageBitRate` is what any two seconds
+    /// may take on average. For recordings: an average that is to be met starves the first pictures and whatever comes
+    /// after them. 20 keeps a desktop's text at 48 dB of luma PSNR while it is scrolled and at 50 at rest, an average
+    /// rate at 39 and 45 (bench/encoder_bench.cpp). Without delay the encoder takes all pictures for equally long, so
+    /// that on a screen at rest key pictures must be several pictures apart, or they exceed what is allowed and pulse.
+    std::optional<int> constantQuality;
     /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`), which libx264's streams
     /// allow. Off, and with other encoders, they are encoded like all others.
     bool skipRepeatedPictures = true;

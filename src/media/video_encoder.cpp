@@ -45,6 +45,12 @@ void setUpX264(AVCodecContext& codec, const VideoSettings& settings, bool mayRep
         set(codec, "rc-lookahead", std::to_string(settings.lookahead));
         set(codec, "x264-params", "mbtree=1");
     }
+    if (settings.constantQuality) {
+        set(codec, "crf", std::to_string(*settings.constantQuality));
+        codec.rc_max_rate = codec.bit_rate;
+        codec.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(2 * codec.bit_rate, INT32_MAX));
+        codec.bit_rate = 0;
+    }
     if (mayRepeat) {
         // What writing repeats behind the encoder takes; see there.
         codec.refs = 1;
