@@ -1,47 +1,48 @@
-#include "media/planar_kernels.h"
+#include "imaging/planar_kernels.h"
 
 #include <gtest/gtest.h>
 
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
+#include <string>
 #include <vector>
-
-#include "media/picture_pool.h"
 
 namespace lumivastor {
 namespace {
 
-// Every plane of both, the padding that neither may touch included.
-void expectAlmostEqual(const PlanarBuffer& actual, const PlanarBuffer& expected, const std::string& what) {
-    const YuvDestination& a = actual.destination();
-    const YuvDestination& b = expected.destination();
-    int worst = 0;
-    for (int y = 0; y < a.height; ++y) {
-        for (int x = 0; x < a.lumaStride; ++x) {
-            const int error = std::abs(a.luma[y * a.lumaStride + x] - b.luma[y * b.lumaStride + x]);
-            worst = std::max(worst, error);
-        }
+// A planar picture with room around every row, which nobody may touch.
+struct Planes {
+    Planes(int width, int height, const YuvEncoding& encoding) {
+        const int colourWidth = (width + 1) / 2;
+        const int colourHeight = (height + 1) / 2;
+        destination.width = width;
+        destination.height = height;
+        destination.lumaStride = width + 5;
+        destination.chromaStride = colourWidth + 3;
+        destination.encoding = encoding;
+        luma.assign(static_cast<std::size_t>((width + 5) * height), 7);
+        blue.assign(static_cast<std::size_t>((colourWidth + 3) * colourHeight), 7);
+        red = blue;
+        destination.luma = luma.data();
+        destination.blueDifference = blue.data();
+        destination.redDifference = red.data();
     }
-    for (int y = 0; y < (a.height + 1) / 2; ++y) {
-        for (int x = 0; x < a.chromaStride; ++x) {
-            const std::ptrdiff_t at = y * a.chromaStride + x;
-            worst = std::max(worst, std::abs(a.blueDifference[at] - b.blueDifference[at]));
-            worst = std::max(worst, std::abs(a.redDifference[at] - b.redDifference[at]));
-        }
-    }
-    EXPECT_LE(worst, 1) << what;
-}
+    Planes(const Planes&) = delete;
+    Planes& operator=(const Planes&) = delete;
 
-std::shared_ptr<PlanarBuffer> cleared(PicturePool& pool) {
-    auto picture = pool.makePlanar();
-    const YuvDestination& planes = picture->destination();
-    const auto rows = static_cast<std::size_t>(planes.height + planes.height % 2);
-    std::fill_n(planes.luma, static_cast<std::size_t>(planes.lumaStride) * rows, std::uint8_t{7});
-    std::fill_n(planes.blueDifference, static_cast<std::size_t>(planes.chromaStride) * rows / 2, std::uint8_t{7});
-    std::fill_n(planes.redDifference, static_cast<std::size_t>(planes.chromaStride) * rows / 2, std::uint8_t{7});
-    return picture;
+    std::vector<std::uint8_t> luma;
+    std::vector<std::uint8_t> blue;
+    std::vector<std::uint8_t> red;
+    YuvDestination destination;
+};
+
+int largestDifference(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
+    int largest = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) largest = std::max(largest, std::abs(a[i] - b[i]));
+    return largest;
 }
 
 TEST(PlanarKernels, AreWithinOneOfThePlainWordsOnEveryInstructionSet) {
@@ -54,24 +55,25 @@ TEST(PlanarKernels, AreWithinOneOfThePlainWordsOnEveryInstructionSet) {
     for (const int width : sizes) {
         for (const int height : {1, 2, 5, 6}) {
             for (const YuvEncoding& encoding : encodings) {
-                PicturePool pool(width, height, encoding);
-                const auto source = pool.makeBgra();
+                BgraPremultipliedBuffer source(width, height);
                 const bool extremes = random() % 2 == 0;
                 for (int y = 0; y < height; ++y) {
                     for (int i = 0; i < width * 4; ++i) {
                         const auto value = static_cast<std::uint8_t>(random());
-                        source->row(y)[i] = extremes ? static_cast<std::uint8_t>(value < 128 ? 0 : 255) : value;
+                        source.row(y)[i] = extremes ? static_cast<std::uint8_t>(value < 128 ? 0 : 255) : value;
                     }
                 }
-                const auto expected = cleared(pool);
-                convertToPlanarPlainly(*source, expected->destination());
+                const Planes expected(width, height, encoding);
+                convertToPlanarPlainly(source, expected.destination);
                 for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
                     hwy::SetSupportedTargetsForTest(target);
-                    const auto actual = cleared(pool);
-                    convertToPlanar(*source, actual->destination());
-                    expectAlmostEqual(
-                        *actual, *expected,
-                        std::to_string(width) + " x " + std::to_string(height) + " on " + hwy::TargetName(target));
+                    const Planes actual(width, height, encoding);
+                    convertToPlanar(source, actual.destination);
+                    const std::string what =
+                        std::to_string(width) + " x " + std::to_string(height) + " on " + hwy::TargetName(target);
+                    EXPECT_LE(largestDifference(actual.luma, expected.luma), 1) << what;
+                    EXPECT_LE(largestDifference(actual.blue, expected.blue), 1) << what;
+                    EXPECT_LE(largestDifference(actual.red, expected.red), 1) << what;
                     hwy::SetSupportedTargetsForTest(0);
                 }
             }
@@ -80,18 +82,17 @@ TEST(PlanarKernels, AreWithinOneOfThePlainWordsOnEveryInstructionSet) {
 }
 
 TEST(PlanarKernels, GreysAreExactlyGreyWhateverTheAlpha) {
-    PicturePool pool(256, 4, {});
-    const auto source = pool.makeBgra();
+    BgraPremultipliedBuffer source(256, 4);
     for (int y = 0; y < 4; ++y) {
         for (int x = 0; x < 256; ++x) {
-            std::uint8_t* const pixel = source->pixel(x, y);
+            std::uint8_t* const pixel = source.pixel(x, y);
             pixel[0] = pixel[1] = pixel[2] = static_cast<std::uint8_t>(x);
             pixel[3] = static_cast<std::uint8_t>(y * 85);
         }
     }
-    const auto target = pool.makePlanar();
-    convertToPlanar(*source, target->destination());
-    const YuvDestination& planes = target->destination();
+    const Planes target(256, 4, {});
+    convertToPlanar(source, target.destination);
+    const YuvDestination& planes = target.destination;
     for (int x = 0; x < 256; ++x) {
         EXPECT_NEAR(planes.luma[x], 16 + x * 219.0 / 255, 0.51) << x;
         EXPECT_EQ(planes.luma[3 * planes.lumaStride + x], planes.luma[x]);
