@@ -78,7 +78,7 @@ TEST_P(EitherCodec, DamageFailsThereAndTheNextGroupIsReadAgain) {
     const TemporaryFolder folder;
     makeTestMovie(folder / "a.mov", movingOptions(GetParam()));
     std::string bytes = folder.read("a.mov");
-    // A few whole pictures in the middle. Less may go unseen: H.264 carries no checksums, and some noise decodes.
+    // A few whole pictures in the middle. Less may go unseen: neither codec carries checksums, and some noise decodes.
     std::mt19937 random(7);
     const std::size_t from = bytes.size() / 2;
     for (std::size_t i = from; i < from + bytes.size() / 10; ++i) bytes[i] = static_cast<char>(random());
@@ -88,7 +88,8 @@ TEST_P(EitherCodec, DamageFailsThereAndTheNextGroupIsReadAgain) {
     EXPECT_EQ(reading.message, "Das Video konnte nicht dekodiert werden: Die Daten sind beschädigt.");
     ASSERT_GT(reading.numbers.size(), 30u);
     ASSERT_LT(reading.numbers.size(), 120u);
-    for (std::size_t i = 0; i < reading.numbers.size(); ++i) EXPECT_EQ(reading.numbers[i], static_cast<int>(i));
+    // The last one may hold the first noise, behind what makes out its number or before it.
+    for (std::size_t i = 0; i + 1 < reading.numbers.size(); ++i) EXPECT_EQ(reading.numbers[i], static_cast<int>(i));
     EXPECT_NEAR(reading.failureSeconds, static_cast<double>(reading.numbers.size()) / 30, 0.001);
     // From behind the damage, but within its group, nothing can be shown; from the next group on everything.
     const double nextGroup = std::ceil(reading.failureSeconds + 0.1);
