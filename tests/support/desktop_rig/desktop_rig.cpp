@@ -120,10 +120,19 @@ void DesktopRig::startManager() {
     manager_ = std::make_unique<ChildProcess>(
         std::vector<std::string>{"openbox", "--sm-disable", "--config-file", folder_ + "/rc.xml"}, "openbox", -1,
         std::vector<std::string>{"DISPLAY=" + displayName_, "XDG_CACHE_HOME=" + folder_});
-    const std::uint32_t check = atom(connection_, "_NET_SUPPORTING_WM_CHECK");
-    if (!waitFor([&] { return hasProperty(connection_, root_, check); })) {
-        throw std::runtime_error("openbox did not start");
-    }
+    // It looks for requests that came while it started only when another comes: so until it manages this window, ask
+    // again.
+    const std::uint32_t probe = xcb_generate_id(connection_);
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, probe, root_, 0, 0, 10, 10, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    const std::uint32_t state = atom(connection_, "WM_STATE");
+    const bool isManaging = waitFor([&] {
+        xcb_map_window(connection_, probe);
+        return hasProperty(connection_, probe, state);
+    });
+    xcb_destroy_window(connection_, probe);
+    sync();
+    if (!isManaging) throw std::runtime_error("openbox did not start");
 }
 
 DesktopRig::~DesktopRig() {
