@@ -173,7 +173,7 @@ TEST(X11ExcludedPrograms, areToldByTheirProcess) {
     rig.paintRoot(kGround);
     RigWindow own(rig.displayName(),
                   {.className = "Eigen", .x = 150, .y = 150, .width = 200, .height = 150, .color = kPanel});
-    const ChildProcess other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "100", "100", "300", "200", "00ff00"}, "");
+    const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "100", "100", "300", "200", "00ff00"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     ShareableContent content;
     ASSERT_TRUE(waitFor([&] {

@@ -1,4 +1,4 @@
-#include "support/desktop_rig/child_process.h"
+#include "support/desktop_rig/rig_program.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -42,8 +42,8 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::string& package, int descriptor,
-                           const std::vector<std::string>& environment) {
+RigProgram::RigProgram(const std::vector<std::string>& command, const std::string& package, int descriptor,
+                       const std::vector<std::string>& environment) {
     const auto arguments = pointers(command);
     std::vector<std::string> variables = environment;
     for (char** one = environ; *one != nullptr && !environment.empty(); ++one) variables.emplace_back(*one);
@@ -63,23 +63,23 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const std::s
     }
 }
 
-ChildProcess::~ChildProcess() {
+RigProgram::~RigProgram() {
     end();
 }
 
-bool ChildProcess::isRunning() {
+bool RigProgram::isRunning() {
     if (id_ > 0 && waitpid(id_, nullptr, WNOHANG) == id_) id_ = -1;
     return id_ > 0;
 }
 
-void ChildProcess::end() {
+void RigProgram::end() {
     if (!isRunning()) return;
     ::kill(id_, SIGTERM);
     for (int i = 0; i < 500 && isRunning(); ++i) std::this_thread::sleep_for(10ms);
     kill();
 }
 
-void ChildProcess::kill() {
+void RigProgram::kill() {
     if (!isRunning()) return;
     ::kill(id_, SIGKILL);
     waitpid(id_, nullptr, 0);

@@ -7,15 +7,15 @@
 namespace lumivastor {
 
 /// A program that runs while the object lives, and ends with this process in any case. What it prints is thrown away.
-class ChildProcess {
+class RigProgram {
   public:
     /// `descriptor`, when not -1, stays open in the program under its own number. Throws std::runtime_error that names
     /// the Debian package to install when there is no such program.
-    ChildProcess(const std::vector<std::string>& command, const std::string& package, int descriptor = -1,
-                 const std::vector<std::string>& environment = {});
-    ~ChildProcess();
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
+    RigProgram(const std::vector<std::string>& command, const std::string& package, int descriptor = -1,
+               const std::vector<std::string>& environment = {});
+    ~RigProgram();
+    RigProgram(const RigProgram&) = delete;
+    RigProgram& operator=(const RigProgram&) = delete;
 
     pid_t id() const { return id_; }
     bool isRunning();
