@@ -251,6 +251,10 @@ bool PipeWireConnection::runUntil(const std::function<bool()>& done, double time
     return impl_->runUntil(done, timeout);
 }
 
+bool PipeWireConnection::sync(double timeout) {
+    return impl_->sync(timeout);
+}
+
 std::vector<PipeWireConnection::Node> PipeWireConnection::nodes() const {
     std::vector<Node> all;
     for (const auto& [id, node] : impl_->nodes) {

@@ -43,6 +43,9 @@ class PipeWireConnection {
     /// Runs until `done`; false when it took longer than `timeout` seconds or the connection broke.
     bool runUntil(const std::function<bool()>& done, double timeout);
 
+    /// Waits until everything that was asked for has been answered; false as with `runUntil`.
+    bool sync(double timeout);
+
     /// What there is by now.
     std::vector<Node> nodes() const;
     std::optional<Node> node(const std::string& name) const;
