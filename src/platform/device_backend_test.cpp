@@ -129,6 +129,30 @@ TEST(DeviceBackend, picturesComeAtTheGraphsOwnRate) {
     }
 }
 
+TEST(DeviceBackend, soundOfAnyRateComesAsTheRecordersTakeIt) {
+    const auto devices = openCaptureDevices(
+        noSounds(), addresses({},
+                              "testsrc2=size=64x64:rate=30:duration=2[out0];"
+                              "sine=frequency=440:sample_rate=22050:duration=2,aformat=channel_layouts=mono[out1]"));
+    const auto session = devices->open(devices->externalDevices()[0]);
+    SeenPictures seen;
+    seen.watch(*session);
+    session->startRunning();
+    EXPECT_TRUE(seen.awaitInterruption());
+    session->stopRunning();
+    seen.drain();
+    const auto buffers = seen.sound().buffers();
+    ASSERT_FALSE(buffers.empty());
+    for (const SoundBuffer& buffer : buffers) {
+        EXPECT_EQ(buffer.sampleRate, 48000);
+        EXPECT_EQ(buffer.channels, 2);
+        for (std::size_t i = 0; i < buffer.frames(); ++i) ASSERT_EQ(buffer.values[2 * i], buffer.values[2 * i + 1]);
+    }
+    EXPECT_EQ(seen.sound().jumps(), 0);
+    EXPECT_NEAR(static_cast<double>(seen.sound().frames()), 96000, 200);
+    EXPECT_NEAR(buffers.front().hostSeconds, seen.pictures().front().hostSeconds, 0.005);
+}
+
 TEST(DeviceBackend, aDeviceThatEndsIsAnInterruption) {
     const auto devices = openCaptureDevices(noSounds(), addresses({}, "testsrc2=size=64x64:rate=30:duration=0.3"));
     const auto session = devices->open(devices->externalDevices()[0]);
