@@ -18,7 +18,7 @@ namespace lumivastor {
 namespace {
 
 constexpr const char* kFastestPreset = "ultrafast";
-constexpr const char* kExportPreset = "veryfast";  // see `VideoSettings::preset`
+constexpr const char* kExportPreset = "superfast";  // see `VideoSettings::preset`
 
 const EncoderCandidate kSoftwareHevc{VideoCodec::hevc, "libx265", kFastestPreset};
 const EncoderCandidate kFastestSoftware{VideoCodec::h264, "libx264", kFastestPreset};

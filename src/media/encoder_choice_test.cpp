@@ -89,7 +89,7 @@ TEST(ExportEncoder, HardwareFirstAndSoftwareOtherwise) {
     EXPECT_EQ(decideExportEncoder(kJob, kHardware, some.function()).candidate, kHardware[1]);
     Trials none({});
     const EncoderChoice choice = decideExportEncoder(kJob, kHardware, none.function());
-    EXPECT_EQ(choice.candidate, (EncoderCandidate{VideoCodec::h264, "libx264", "veryfast"}));
+    EXPECT_EQ(choice.candidate, (EncoderCandidate{VideoCodec::h264, "libx264", "superfast"}));
     EXPECT_EQ(choice.reason, "H.264 in Software: kein Hardware-Encoder für H.264 arbeitet.");
 }
 
@@ -148,7 +148,7 @@ TEST(EncoderMemory, NonsenseCountsAsNothingAndNoFileDoesNoHarm) {
 TEST(EncoderTrials, SoftwareWorksAndWhatIsNotThereDoesNot) {
     const EncodingJob job{640, 362, 30, 1500000};
     for (const EncoderCandidate& candidate : {EncoderCandidate{VideoCodec::h264, "libx264", "ultrafast"},
-                                              EncoderCandidate{VideoCodec::h264, "libx264", "veryfast"},
+                                              EncoderCandidate{VideoCodec::h264, "libx264", "superfast"},
                                               EncoderCandidate{VideoCodec::hevc, "libx265", "ultrafast"}}) {
         const EncoderTrial trial = tryEncoder(candidate, job);
         EXPECT_TRUE(trial.works) << candidate.encoder;
