@@ -237,6 +237,11 @@ bool AssetWriter::canAddStoredInput(const StoredFormat& format) const {
     return format.parameters != nullptr && MovieSink::canHold(container_, *format.parameters);
 }
 
+void AssetWriter::setMovieFragmentInterval(const MediaTime& interval) {
+    precondition(status() == Status::unknown && interval >= MediaTime{}, "fragments are asked for before the start");
+    fragmentInterval_ = interval;
+}
+
 bool AssetWriter::startWriting() {
     precondition(status() == Status::unknown && !inputs_.empty(), "a writer starts once, with inputs");
     try {
@@ -258,6 +263,12 @@ void AssetWriter::startSession(const MediaTime& start) {
     precondition(!shared_->sessionStarted && shared_->status != Status::unknown, "one session, after the start");
     shared_->sessionStart = start;
     shared_->sessionStarted = true;
+}
+
+void AssetWriter::endSession(const MediaTime& end) {
+    const std::scoped_lock guard(shared_->lock);
+    precondition(shared_->sessionStarted && !sessionEnd_ && end >= shared_->sessionStart, "a session ends once");
+    sessionEnd_ = end;
 }
 
 void AssetWriter::waitForEncoders() {

@@ -15,19 +15,33 @@
 
 namespace lumivastor {
 
-/// How pictures are encoded: H.264 High, 4:2:0, BT.709 limited range and tagged so, never reordered.
+/// The stream that pictures become: H.264 High, or HEVC Main, which QuickTime files hold as "hvc1".
+enum class VideoCodec { h264, hevc };
+
+/// How pictures are encoded: 4:2:0, BT.709 limited range and tagged so, never reordered.
 struct VideoSettings {
     int width = 0;
     int height = 0;
     std::int64_t averageBitRate = 0;  // bits a second
     int maxKeyFrameInterval = 120;    // pictures from one key picture to the next, at most
-    int frameRate = 60;               // expected; also how long the last picture is shown
-    std::int32_t timescale = 600;     // of the track: picture times are rounded to it
-    /// The encoder's trade of time against quality, by its own name for it. This one is the fastest that keeps text on
-    /// screens sharp at the bit rates in use.
+    /// Seconds of the movie from one key picture to the next, at most; 0 leaves it to the count of pictures. For live
+    /// pictures, of which a screen at rest gives one a second: seeking decodes everything from the key picture on, and
+    /// what it may cost is laid down in seconds.
+    double maxKeyFrameSeconds = 0;
+    int frameRate = 60;            // expected; also how long the last picture is shown unless the session has an end
+    std::int32_t timescale = 600;  // of the track: picture times are rounded to it
+    VideoCodec codec = VideoCodec::h264;
+    /// FFmpeg's name of the encoder, one for `codec`; empty: libx264 or libx265. encoder_choice.h finds one that works.
+    std::string encoder;
+    /// The software encoders' trade of time against quality, by their own name for it. This one is the fastest that
+    /// keeps text on screens sharp at the bit rates in use. Hardware encoders have their own and ignore it.
     std::string preset = "veryfast";
-    /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`). Off, they are encoded like
-    /// all others.
+    /// Whether every picture leaves the encoder as soon as it is encoded, without looking ahead. A recording that is
+    /// killed loses what its encoder still holds, and at one picture a second a dozen pictures are a dozen seconds.
+    /// Fragmented movies are always written so.
+    bool lowLatency = false;
+    /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`), which libx264's streams
+    /// allow. Off, and with other encoders, they are encoded like all others.
     bool skipRepeatedPictures = true;
     /// So many repeats of a picture, and of a key picture, still go through the encoder, so that what stands still
     /// gains its full sharpness. Measured on text at 1280 x 720: without any it stays at 40 dB of luma PSNR, with two
