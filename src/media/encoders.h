@@ -83,6 +83,7 @@ class VideoEncoder {
         bool isRepeat;
     };
 
+    bool isKeyDue(std::int64_t ticks) const;
     void submit(std::int64_t ticks, const PacketConsumer& consume);
     void receive(const PacketConsumer& consume);
     void giveRewritten(const AVPacket& packet, const PacketConsumer& consume);
@@ -95,7 +96,9 @@ class VideoEncoder {
     std::deque<Pending> pending_;              // only with repeats_
     std::shared_ptr<PlanarBuffer> last_;
     int repeatsOfLast_ = 0;
-    int sinceKey_ = 0;  // pictures since the key picture asked for last, that one included
+    int sinceKey_ = 0;           // pictures since the key picture asked for last, that one included
+    std::int64_t keyTicks_ = 0;  // at most so far from one to the next; 0: any
+    std::int64_t lastKeyTicks_ = 0;
 };
 
 /// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` are taken as
