@@ -184,7 +184,6 @@ class AssetWriter {
     std::filesystem::path path_;
     MovieContainer container_;
     MediaTime fragmentInterval_;
-    std::optional<MediaTime> sessionEnd_;
     std::shared_ptr<WriterShared> shared_;
     std::vector<std::unique_ptr<WriterInput>> inputs_;
 };
