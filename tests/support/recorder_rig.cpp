@@ -63,12 +63,13 @@ SystemCursor RecorderRig::cursor(std::uint64_t serial, int width, int height, in
     return cursor;
 }
 
-void RecorderRig::record(double seconds, int width, int height, double rate) {
-    const int pictures = static_cast<int>(seconds * rate);
+void RecorderRig::record(double seconds, int width, int height) {
+    constexpr double kInterval = 0.5;
+    const int pictures = static_cast<int>(seconds / kInterval);
     for (int i = 0; i < pictures; ++i) {
         const FrameStatus status = i == 0 ? FrameStatus::started : FrameStatus::complete;
         desktop_.emitScreen({status, loop_.now(), picture(width, height, 20 + i % 200)});
-        loop_.advance(1 / rate);
+        loop_.advance(kInterval);
     }
 }
 
