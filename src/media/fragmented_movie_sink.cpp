@@ -104,15 +104,19 @@ void FragmentedMovieSink::write(int stream, AVPacket& packet) {
     std::unique_lock held(lock_);
     throwIfFailed();
     Track& track = tracks_.at(static_cast<std::size_t>(stream));
-    const double seconds = static_cast<double>(packet.pts) / track.header.timescale;
-    if (pendingStart_ && (seconds - *pendingStart_ >= interval_ || pendingBytes_ >= kMaxPendingBytes)) cut();
+    if (!track.pending.samples.empty()) {
+        // By each track alone: one that lags behind the others would have a fragment cut for each of its packets.
+        const std::int64_t ticks = packet.pts + track.header.lead - track.pending.start;
+        const bool isFull = static_cast<double>(ticks) / track.header.timescale >= interval_;
+        if (isFull || pendingBytes_ >= kMaxPendingBytes) cut();
+    }
     append(track, packet);
-    if (!pendingStart_) {
-        deadline_ =
-            Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(interval_));
+    if (!hasPending_) {
+        const std::chrono::duration<double> interval(interval_);
+        deadline_ = Clock::now() + std::chrono::duration_cast<Clock::duration>(interval);
         wake_.notify_one();
     }
-    pendingStart_ = std::min(pendingStart_.value_or(seconds), seconds);
+    hasPending_ = true;
     room_.wait(held, [this] { return blocks_.size() <= kWaitingBlocks || error_; });
     throwIfFailed();
 }
@@ -148,14 +152,14 @@ void FragmentedMovieSink::append(Track& track, const AVPacket& packet) {
 
 // Hands what is pending to the thread.
 void FragmentedMovieSink::cut() {
-    if (!pendingStart_) return;
+    if (!hasPending_) return;
     std::vector<FragmentTrack> parts;
     for (Track& track : tracks_) {
         parts.push_back(std::exchange(track.pending, {}));
         track.pending.id = track.header.id;
     }
     blocks_.push_back(fragmentBytes(nextNumber_++, parts));
-    pendingStart_.reset();
+    hasPending_ = false;
     pendingBytes_ = 0;
     wake_.notify_one();
 }
@@ -170,9 +174,9 @@ void FragmentedMovieSink::run() {
             room_.notify_all();
         } else if (ending_) {
             return;
-        } else if (!pendingStart_) {
+        } else if (!hasPending_) {
             wake_.wait(held);
-        } else if (wake_.wait_until(held, deadline_) == std::cv_status::timeout && pendingStart_ &&
+        } else if (wake_.wait_until(held, deadline_) == std::cv_status::timeout && hasPending_ &&
                    Clock::now() >= deadline_) {
             cut();
         }

@@ -17,9 +17,9 @@
 namespace lumivastor {
 
 /// A QuickTime movie that is readable while it is written (see fragments.h). Packets gather in memory; a fragment is
-/// cut when they reach further than the interval, or when the oldest has waited that long by the clock, which is what
-/// keeps a screen at rest, with its rare pictures, from being lost. A thread of its own writes fragments and waits for
-/// the disk, so encoders wait only while several fragments do.
+/// cut when those of a track reach further than the interval, or when the oldest has waited that long by the clock,
+/// which is what keeps a screen at rest, with its rare pictures, from being lost. A thread of its own writes fragments
+/// and waits for the disk, so encoders wait only while several fragments do.
 ///
 /// Pictures are never reordered here. The file is locked against `repairMovie` while it is open.
 class FragmentedMovieSink final : public MovieSink {
@@ -65,8 +65,8 @@ class FragmentedMovieSink final : public MovieSink {
     std::vector<Track> tracks_;
     std::uint32_t nextNumber_ = 1;
     std::size_t pendingBytes_ = 0;
-    std::optional<double> pendingStart_;  // the earliest sample's time in the movie, in seconds
-    Clock::time_point deadline_;          // when what is pending is cut at the latest
+    bool hasPending_ = false;
+    Clock::time_point deadline_;  // when what is pending is cut at the latest
     std::deque<std::vector<std::uint8_t>> blocks_;
     bool ending_ = false;
     std::error_code error_;

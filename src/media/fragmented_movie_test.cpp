@@ -1,10 +1,16 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cmath>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/unique_descriptor.h"
 #include "media/asset_reader.h"
 #include "support/live_movie.h"
 #include "support/temporary_folder.h"
@@ -237,6 +243,53 @@ TEST(FragmentedMovie, WhatHasNothingInItIsSaid) {
     LiveMovie movie(folder / "done.mov", made);
     EXPECT_EQ(movie.finish(), "done.mov enthält weder Bild noch Ton.");
     EXPECT_EQ(movie.writer().status(), AssetWriter::Status::failed);
+}
+
+// A pipe that nobody empties stands for a disk that has stopped.
+TEST(FragmentedMovie, ADiskThatStandsStillHoldsNoCallerUp) {
+    const TemporaryFolder folder;
+    const auto path = folder / "pipe.mov";
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    LiveMovieOptions made;
+    made.width = 640;
+    made.height = 480;
+    made.interval = {1, 10};
+    LiveMovie movie(path, made);
+    const UniqueDescriptor outlet(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    ASSERT_TRUE(outlet.isOpen());
+    // Noise, so that the pipe is soon full. The end comes when the queue stays full: then everything waits for the
+    // disk, and nothing of it has blocked this thread.
+    std::mt19937 random(9);
+    int appended = 0;
+    for (int refusals = 0; refusals < 300;) {
+        if (!movie.video().isReadyForMoreMediaData()) {
+            ++refusals;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            continue;
+        }
+        refusals = 0;
+        auto picture = movie.video().pool().makePlanar();
+        const YuvDestination& planes = picture->destination();
+        for (std::ptrdiff_t i = 0; i < planes.lumaStride * planes.height; ++i) {
+            planes.luma[i] = static_cast<std::uint8_t>(random());
+        }
+        ASSERT_TRUE(movie.video().append(std::move(picture), made.start + MediaTime{appended * 20, 600}));
+        ++appended;
+        ASSERT_LT(appended, 10000);
+    }
+    EXPECT_EQ(movie.writer().status(), AssetWriter::Status::writing);
+    // Now the disk goes on, and so does everything else.
+    std::atomic<bool> ending = false;
+    std::thread emptying([&] {
+        std::vector<char> bytes(1 << 16);
+        while (!ending) {
+            if (::read(outlet.get(), bytes.data(), bytes.size()) <= 0) ::usleep(1000);
+        }
+    });
+    while (!movie.video().isReadyForMoreMediaData()) ::usleep(1000);
+    movie.writer().cancelWriting();
+    ending = true;
+    emptying.join();
 }
 
 TEST(FragmentedMovie, CancellingRemovesTheFile) {
