@@ -36,6 +36,8 @@ class SteadySound {
 
     SteadySound(const Options& options, Output output);
 
+    int channels() const { return options_.channels; }
+
     /// Sound of which the first frame has number `frame` by the device's count and was heard at about `hostSeconds`.
     /// Numbers that leave some out say that sound was lost; numbers that go back, that the device began anew.
     void add(std::int64_t frame, double hostSeconds, std::span<const float> values);
