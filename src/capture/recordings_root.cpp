@@ -13,16 +13,33 @@
 
 namespace lumivastor {
 
+namespace {
+
+std::string environmentVariable(const char* name) {
+    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    return value == nullptr ? "" : value;
+}
+
+std::filesystem::path homeFolder() {
+    if (const std::string home = environmentVariable("HOME"); !home.empty()) return home;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the user data base while we run
+    if (const passwd* user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
+    return "/";
+}
+
+}  // namespace
+
 std::filesystem::path recordingsRoot() {
-    std::filesystem::path home = "/";
-    // NOLINTBEGIN(concurrency-mt-unsafe): nobody changes the environment or the user data base while we run
-    if (const char* variable = std::getenv("HOME"); variable != nullptr && *variable != '\0') {
-        home = variable;
-    } else if (const passwd* user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr) {
-        home = user->pw_dir;
-    }
-    // NOLINTEND(concurrency-mt-unsafe)
-    return home / "Movies" / "LumiVastor";
+    return homeFolder() / "Movies" / "LumiVastor";
+}
+
+std::filesystem::path encoderMemoryFile() {
+    const std::string cache = environmentVariable("XDG_CACHE_HOME");
+    const std::filesystem::path folder =
+        (cache.starts_with('/') ? std::filesystem::path(cache) : homeFolder() / ".cache") / "lumivastor";
+    std::error_code ignored;  // then nothing is remembered
+    std::filesystem::create_directories(folder, ignored);
+    return folder / "encoders.txt";
 }
 
 std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std::time_t time) {
