@@ -8,8 +8,8 @@
 #include "base/precondition.h"
 #include "media/ffmpeg_support.h"
 #include "media/fragmented_movie_sink.h"
-#include "media/picture_conversion.h"
 #include "media/plain_movie_sink.h"
+#include "media/planar_kernels.h"
 #include "media/writer_channel.h"
 
 extern "C" {
@@ -50,7 +50,7 @@ class VideoTrackEncoder final : public TrackEncoder {
     void encode(MovieSink& sink, const BgraPremultipliedBuffer& picture, const MediaTime& time) {
         const std::shared_ptr<PlanarBuffer> converted = planes_.makePlanar();
         if (!converted) throw RecorderError("Kein Speicher für die Ausgabebilder.");
-        converter_.toPlanar(picture, converted->destination());
+        convertToPlanar(picture, converted->destination());
         encode(sink, converted, time);
     }
 
@@ -66,7 +66,6 @@ class VideoTrackEncoder final : public TrackEncoder {
   private:
     VideoSettings settings_;
     PicturePool planes_;
-    PictureConverter converter_;
     std::optional<VideoEncoder> encoder_;
     int stream_ = 0;
     std::int64_t lastTick_ = -1;

@@ -34,7 +34,7 @@ struct EncoderTrial {
 };
 
 /// Encodes a few pictures of a moving screen with this candidate at the job's size, decodes them again and compares.
-/// Takes between some milliseconds (a listed encoder whose hardware is missing) and a second and a half. Never throws.
+/// Takes between a millisecond (a listed encoder whose hardware is missing) and two seconds. Never throws.
 EncoderTrial tryEncoder(const EncoderCandidate& candidate, const EncodingJob& job);
 
 /// What a choice asks trials of; `tryEncoder` unless a test has other plans.
