@@ -43,7 +43,7 @@ struct StreamConfiguration {
     /// next one.
     int queueDepth = 6;
     /// A part of the display, in points relative to its origin; may reach over the display's edge. Displays only.
-    std::optional<Rect> sourceRect;
+    std::optional<Rect> sourceRect = {};
     bool capturesAudio = false;
     bool captureMicrophone = false;
     /// Of both kinds of sound; the microphone keeps its own number of channels.
