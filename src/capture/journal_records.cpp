@@ -70,7 +70,7 @@ class Line {
         }
         return *this;
     }
-    std::string finished() const { return checksum(payload_) + " " + payload_ + "\n"; }
+    std::string finished() const { return journalLine::checked(payload_); }
 
   private:
     std::string payload_;
@@ -284,6 +284,10 @@ void dropUnknownShapes(RawPointerTrack& pointer) {
 }  // namespace
 
 namespace journalLine {
+
+std::string checked(std::string_view payload) {
+    return checksum(payload) + " " + std::string(payload) + "\n";
+}
 
 std::string header() {
     return Line("LumiVastor-Journal").integer(1).finished();

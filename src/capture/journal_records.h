@@ -29,6 +29,8 @@ struct JournalCounts {
 
 /// One line each, with checksum and line feed.
 namespace journalLine {
+/// A line of any content.
+std::string checked(std::string_view payload);
 std::string header();
 /// What of the capture document is known when a recording starts, and its geometry.
 std::string start(const CaptureInfo& info, const Geometry& geometry);

@@ -5,21 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "base/formatted.h"
 #include "base/recorder_error.h"
 #include "capture/cursor_shapes.h"
-#include "capture/stable_hash.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor {
 namespace {
-
-// A whole line of any payload.
-std::string line(const std::string& payload) {
-    StableHash hash;
-    hash.add(payload.data(), payload.size());
-    return formatted("%08x ", hash.folded()) + payload + "\n";
-}
 
 JournalContent written() {
     JournalContent content;
@@ -138,7 +129,8 @@ TEST(JournalRecords, WithoutItsBeginItIsRefused) {
     EXPECT_EQ(errorOf(journalLine::header()), "Der Anfang fehlt");
     EXPECT_EQ(errorOf(journalLine::session(1, 2)), "Der Anfang fehlt (Zeile 1)");
     EXPECT_EQ(errorOf(journalLine::header() + journalLine::session(1, 2)), "Der Anfang fehlt (Zeile 2)");
-    EXPECT_EQ(errorOf(line("LumiVastor-Journal 2")), "Es stammt von einer neueren Fassung von LumiVastor (Zeile 1)");
+    EXPECT_EQ(errorOf(journalLine::checked("LumiVastor-Journal 2")),
+              "Es stammt von einer neueren Fassung von LumiVastor (Zeile 1)");
 }
 
 TEST(JournalRecords, WhatNoRecorderWritesIsRefused) {
@@ -169,14 +161,14 @@ TEST(JournalRecords, WhatNoRecorderWritesIsRefused) {
                                       "shape c99999999999 1 2 3 4 5",
                                       "cursor 1 ../../etc/passwd",
                                       "unbekannt 1"}) {
-        EXPECT_NE(errorOf(start() + line(payload)), "no error") << payload;
+        EXPECT_NE(errorOf(start() + journalLine::checked(payload)), "no error") << payload;
     }
 }
 
 TEST(JournalRecords, ImpossibleBeginsAreRefused) {
     const std::string good = "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0 0";
     const auto errorOfStart = [](const std::string& payload) {
-        return errorOf(journalLine::header() + line("start " + payload));
+        return errorOf(journalLine::header() + journalLine::checked("start " + payload));
     };
     EXPECT_EQ(errorOfStart(good), "no error");
     for (const std::string bad :

@@ -164,7 +164,9 @@ void Recorder::makeWriter() {
     if (!writer_->startWriting()) {
         throw writer_->error().value_or(RecorderError("Die Aufnahmedatei konnte nicht geöffnet werden."));
     }
-    Log::write("Capture", "Writer bereit: " + choice.candidate.encoder + " (" + choice.reason + "), Bitrate " +
+    std::string reason = choice.reason;
+    if (reason.ends_with('.')) reason.pop_back();
+    Log::write("Capture", "Writer bereit: " + choice.candidate.encoder + " (" + reason + "), Bitrate " +
                               std::to_string(bitRate / 1'000'000) + " Mbit/s");
 }
 

@@ -37,7 +37,9 @@ void printOverview(std::ostream& out) {
 }
 
 void printHelp(const Verb& verb, std::ostream& out) {
-    out << "Aufruf: lumivastor " << verb.name << " " << verb.positional << " [OPTIONEN]\n\n" << verb.summary << "\n\n";
+    out << "Aufruf: lumivastor " << verb.name << (verb.positional.empty() ? "" : " ") << verb.positional
+        << " [OPTIONEN]\n\n"
+        << verb.summary << "\n\n";
     for (const OptionSpec& option : verb.options) {
         std::string name(option.name);
         if (!option.value.empty()) name += " " + std::string(option.value);

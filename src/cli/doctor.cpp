@@ -11,7 +11,6 @@
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 #include "capture/capture_plan.h"
-#include "capture/device_recorder.h"
 #include "model/json_writer.h"
 
 namespace lumivastor {
@@ -105,12 +104,6 @@ std::vector<Check> examine(const Examined& machine) {
         if (!camera) throw RecorderError("Es wurde keine Kamera gefunden.");
         return "Kamera: " + camera->name + ".";
     }));
-    checks.push_back(
-        check("devices", false, "Eine Aufnahmekarte oder ein Telefon erscheint hier, wenn es angeschlossen ist.", [&] {
-            const auto devices = DeviceRecorder::availableDevices(machine.devices());
-            if (devices.empty()) throw RecorderError("Kein Gerät gefunden.");
-            return formatted("%zu Gerät(e), zuerst: ", devices.size()) + devices.front().name + ".";
-        }));
     const EncodingJob job = jobFor(displays);
     checks.push_back(check("encoder", true, "Installiere FFmpeg mit libx264.", [&] {
         const EncoderChoice choice = machine.chooseEncoder(job);

@@ -43,7 +43,7 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
 }  // namespace
 
 RigProcess::RigProcess(const std::vector<std::string>& command, const std::string& package, int descriptor,
-                           const std::vector<std::string>& environment) {
+                       const std::vector<std::string>& environment) {
     const auto arguments = pointers(command);
     std::vector<std::string> variables = environment;
     for (char** one = environ; *one != nullptr && !environment.empty(); ++one) variables.emplace_back(*one);

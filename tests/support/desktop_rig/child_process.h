@@ -12,7 +12,7 @@ class RigProcess {
     /// `descriptor`, when not -1, stays open in the program under its own number. Throws std::runtime_error that names
     /// the Debian package to install when there is no such program.
     RigProcess(const std::vector<std::string>& command, const std::string& package, int descriptor = -1,
-                 const std::vector<std::string>& environment = {});
+               const std::vector<std::string>& environment = {});
     ~RigProcess();
     RigProcess(const RigProcess&) = delete;
     RigProcess& operator=(const RigProcess&) = delete;
