@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "base/precondition.h"
+#include "imaging/planar_kernels.h"
 #include "media/ffmpeg_support.h"
 #include "media/fragmented_movie_sink.h"
 #include "media/plain_movie_sink.h"
-#include "media/planar_kernels.h"
 #include "media/writer_channel.h"
 
 extern "C" {

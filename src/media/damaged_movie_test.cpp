@@ -250,6 +250,21 @@ void overwrite(std::string& movie, const char* box, std::size_t offset, std::uin
     }
 }
 
+TEST(DamagedMovie, TracksOfOneNumberAreRefused) {
+    const TemporaryFolder folder;
+    TestMovieOptions options = movingOptions("libx264");
+    options.pictures = 20;
+    options.sounds = {{}};
+    makeTestMovie(folder / "a.mov", options);
+    std::string movie = folder.read("a.mov");
+    const std::size_t second = movie.find("tkhd", movie.find("tkhd") + 1);
+    ASSERT_NE(second, std::string::npos);
+    ASSERT_EQ(movie[second + 19], 2);  // behind the version and two times
+    movie[second + 19] = 1;
+    folder.write("a.mov", movie);
+    expectRefused(folder / "a.mov", "Zwei Spuren haben dieselbe Nummer");
+}
+
 TEST(DamagedMovie, ClaimsOfManySamplesTakeLittleMemory) {
     const TemporaryFolder folder;
     TestMovieOptions options = movingOptions("libx264");

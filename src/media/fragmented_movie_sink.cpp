@@ -1,5 +1,6 @@
 #include "media/fragmented_movie_sink.h"
 
+#include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -165,6 +166,7 @@ void FragmentedMovieSink::cut() {
 }
 
 void FragmentedMovieSink::run() {
+    pthread_setname_np(pthread_self(), "writer.disk");
     std::unique_lock held(lock_);
     for (;;) {
         if (!blocks_.empty()) {

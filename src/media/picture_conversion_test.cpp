@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <vector>
 
+#include "imaging/planar_kernels.h"
 #include "media/asset_reader.h"
 #include "media/picture_pool.h"
-#include "media/planar_kernels.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 

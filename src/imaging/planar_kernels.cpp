@@ -1,4 +1,4 @@
-#include "media/planar_kernels.h"
+#include "imaging/planar_kernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 #include "base/precondition.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "media/planar_kernels.cpp"
+#define HWY_TARGET_INCLUDE "imaging/planar_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
