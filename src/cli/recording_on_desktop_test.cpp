@@ -92,7 +92,9 @@ class RecordingOnDesktop : public testing::Test {
         while (const auto sample = output.copyNextSample()) {
             seen.push_back({t0 + sample->presentationTime.seconds(), sample->bgra().pixel(x, y)[1]});
         }
-        EXPECT_EQ(reader.status(), AssetReader::Status::completed);
+        EXPECT_EQ(reader.status(), AssetReader::Status::completed)
+            << reader.error().value_or(RecorderError("")).message() << " at "
+            << reader.failureTime().value_or(MediaTime{}).seconds();
         return seen;
     }
 
@@ -216,6 +218,7 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     sleepFor(0.5);
     window.moveTo(100, 50);
     const RigWindow cover(desktop_.displayName(), {.x = 0, .y = 0, .width = 800, .height = 600, .color = 0xffffff});
+    sleepFor(1);  // until the window's new place was noted
     pointer.moveTo(120, 90);
     sleepFor(0.5);
     run->signal(SIGTERM);
@@ -271,7 +274,7 @@ TEST_F(RecordingOnDesktop, ADisplayServerThatGoesAwayEndsTheRecordingAndItIsKept
 TEST_F(RecordingOnDesktop, ASoundServerThatGoesAwayIsSaidAndTheRestGoesOn) {
     RigWindow window(desktop_.displayName());
     const auto run = startRecording({"--system-audio", "--microphone"});
-    sleepFor(1);
+    sleepFor(3);  // the sound's clock takes a second to be known
     sound_.kill();
     EXPECT_TRUE(waitFor([&run] { return !run->err().empty(); }));
     {
