@@ -37,9 +37,14 @@ struct RowSums {
     std::vector<std::uint32_t> greenAlpha;
 };
 
-// How many pixels lie around a row of sums, so that whole vectors may be read: the one before it, and those behind.
+// Two full pixels after the filter across columns, whose weights add up to 32.
+constexpr std::int16_t kFullSum = 32 * 2 * 255;
+
+// How many pixels lie around a row of sums, so that whole vectors may be read: the filter's before it, and those
+// behind.
 constexpr std::size_t kSumsBefore = 16;
 constexpr std::size_t kSumsBehind = 64;
+constexpr int kReach = 3;  // of the filter, in pixels to either side
 
 }  // namespace lumivastor
 
@@ -123,15 +128,17 @@ void convertRows(const std::uint8_t* upper, const std::uint8_t* lower, int width
     }
 }
 
-// A pixel and its neighbours, 1 : 2 : 1, of every other pixel from `sums` on, with 7 bits of fraction.
+// Every other pixel from `sums` on, low-passed across columns, with 7 bits of fraction.
 HWY_INLINE HalfVector spread(const std::uint32_t* sums) {
-    const auto first = hn::LoadU(kPixels, sums);
-    const auto second = hn::LoadU(kPixels, sums + kLanes);
-    const auto here = hn::BitCast(kHalves, hn::ConcatEven(kPixels, second, first));
-    const auto after = hn::BitCast(kHalves, hn::ConcatOdd(kPixels, second, first));
-    const auto before = hn::BitCast(
-        kHalves, hn::ConcatEven(kPixels, hn::LoadU(kPixels, sums + kLanes - 1), hn::LoadU(kPixels, sums - 1)));
-    return hn::ShiftLeft<4>(hn::Add(hn::Add(before, after), hn::Add(here, here)));
+    const auto everyOther = [](const std::uint32_t* from) HWY_ATTR {
+        const auto first = hn::LoadU(kPixels, from);
+        return hn::BitCast(kHalves, hn::ConcatEven(kPixels, hn::LoadU(kPixels, from + kLanes), first));
+    };
+    const auto near = hn::Add(everyOther(sums - 1), everyOther(sums + 1));
+    const auto far = hn::Add(everyOther(sums - 3), everyOther(sums + 3));
+    const auto centre = hn::Add(hn::ShiftLeft<4>(everyOther(sums)), hn::Add(hn::ShiftLeft<3>(near), near));
+    const auto sum = hn::Max(hn::Sub(centre, far), hn::Zero(kHalves));
+    return hn::ShiftLeft<1>(hn::Min(sum, hn::Set(kHalves, kFullSum)));
 }
 
 void convertSums(const std::uint32_t* blueRedSums, const std::uint32_t* greenAlphaSums, int count,
@@ -178,7 +185,8 @@ void convertSums(const std::uint32_t* blueRedSums, const std::uint32_t* greenAlp
     for (int x = 0; x < count; ++x, blueRedSums += 2, greenAlphaSums += 2) {
         const auto spread = [](const std::uint32_t* sums, int shift) {
             const auto at = [&](int i) { return static_cast<int>(sums[i] >> shift & 0xffff); };
-            return (at(-1) + 2 * at(0) + at(1)) << 4;
+            const int sum = 16 * at(0) + 9 * (at(-1) + at(1)) - at(-3) - at(3);
+            return std::clamp(sum, 0, int{kFullSum}) << 1;
         };
         const int blue = spread(blueRedSums, 0);
         const int red = spread(blueRedSums, 16);
@@ -250,8 +258,8 @@ void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination
         (source.row(y), source.row(below), width, weights, luma, luma + (below - y) * destination.lumaStride, blueRed,
          greenAlpha);
         for (std::uint32_t* const row : {blueRed, greenAlpha}) {
-            row[-1] = row[0];
-            row[width] = row[width - 1];
+            std::fill_n(row - kReach, kReach, row[0]);
+            std::fill_n(row + width, kReach, row[width - 1]);
         }
         const std::ptrdiff_t colours = y / 2 * destination.chromaStride;
         HWY_DYNAMIC_DISPATCH(convertSums)
@@ -262,6 +270,7 @@ void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination
 
 void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDestination& destination) {
     const PlanarWeights weights = weightsOf(destination.encoding);
+    constexpr int kFilter[] = {-1, 0, 9, 16, 9, 0, -1};
     const auto sample = [](double blue, double green, double red, const PlaneWeights& plane) {
         const double sum = (blue * plane.blue + green * plane.green + red * plane.red) / (1 << 15) + plane.offset;
         return static_cast<std::uint8_t>(std::clamp(std::lround(sum), 0L, 255L));
@@ -274,19 +283,19 @@ void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDest
     }
     for (int y = 0; y < (destination.height + 1) / 2; ++y) {
         for (int x = 0; x < (destination.width + 1) / 2; ++x) {
-            const auto mean = [&](int channel) {
+            const auto filtered = [&](int channel) {
                 double sum = 0;
-                for (const int row : {2 * y, 2 * y + 1}) {
-                    for (const int column : {2 * x - 1, 2 * x, 2 * x, 2 * x + 1}) {
-                        sum += source.pixel(std::clamp(column, 0, destination.width - 1),
-                                            std::min(row, destination.height - 1))[channel];
+                for (const int row : {2 * y, std::min(2 * y + 1, destination.height - 1)}) {
+                    for (int i = -kReach; i <= kReach; ++i) {
+                        const int column = std::clamp(2 * x + i, 0, destination.width - 1);
+                        sum += kFilter[i + kReach] * source.pixel(column, row)[channel];
                     }
                 }
-                return sum / 8;
+                return std::clamp(sum / 64, 0.0, 255.0);
             };
-            const double blue = mean(0);
-            const double green = mean(1);
-            const double red = mean(2);
+            const double blue = filtered(0);
+            const double green = filtered(1);
+            const double red = filtered(2);
             const std::ptrdiff_t at = y * destination.chromaStride + x;
             destination.blueDifference[at] = sample(blue, green, red, weights.blueDifference);
             destination.redDifference[at] = sample(blue, green, red, weights.redDifference);
