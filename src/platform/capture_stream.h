@@ -37,7 +37,8 @@ struct StreamConfiguration {
     /// scaling: cut off where it is larger, black where it is smaller.
     int width = 0;
     int height = 0;
-    /// Seconds: no two pictures are closer together.
+    /// Seconds. Pictures are taken at multiples of this, at most one at each: two are closer together only by what the
+    /// first of them was late.
     double minimumFrameInterval = 1.0 / 60;
     /// How many pictures may be out at once. While they all are, no picture is taken: what was new then comes with the
     /// next one.

@@ -94,7 +94,7 @@ ExcludedWindows::ExcludedWindows(const XConnection& connection, std::vector<Runn
 }
 
 ExcludedWindows::~ExcludedWindows() {
-    for (const auto& [id, beneath] : beneath_) {
+    for (const auto& [id, touching] : touching_) {
         xcb_composite_unredirect_window(connection_, id, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     }
 }
@@ -126,8 +126,8 @@ void ExcludedWindows::handleEvent(const XEvent& event) {
 }
 
 void ExcludedWindows::notifyDamage(std::uint32_t damage) {
-    for (auto& [id, beneath] : beneath_) {
-        if (beneath.damage->id() == damage) beneath.damage->notify();
+    for (auto& [id, touching] : touching_) {
+        if (touching.damage->id() == damage) touching.damage->notify();
     }
 }
 
@@ -196,9 +196,9 @@ void ExcludedWindows::readStack() {
 }
 
 // Windows that are covered have no pixels of their own unless they are redirected.
-void ExcludedWindows::redirectBeneath(const PixelRect& area) {
-    const auto wanted = windowsBeneath(stack_, area);
-    std::erase_if(beneath_, [&](const auto& entry) {
+void ExcludedWindows::redirectTouching(const PixelRect& area) {
+    const auto wanted = windowsAtExcluded(stack_, area);
+    std::erase_if(touching_, [&](const auto& entry) {
         const bool stays =
             std::any_of(wanted.begin(), wanted.end(), [&](const auto& one) { return one.id == entry.first; });
         if (!stays) {
@@ -207,7 +207,7 @@ void ExcludedWindows::redirectBeneath(const PixelRect& area) {
         return !stays;
     });
     for (const StackedWindow& window : wanted) {
-        const auto [place, isNew] = beneath_.try_emplace(window.id);
+        const auto [place, isNew] = touching_.try_emplace(window.id);
         place->second.outside = window.outside;
         place->second.border = window.border;
         if (!isNew) continue;
@@ -221,14 +221,14 @@ void ExcludedWindows::update(const PixelRect& area, DamageArea& painted) {
     if (ownersChanged_ || stackChanged_) {
         if (ownersChanged_) findOwners();
         readStack();
-        redirectBeneath(area);
+        redirectTouching(area);
         // A window that turns out to be excluded may have been in the picture for a moment.
         painted.add(excludedParts(stack_, area));
     }
-    for (auto& [id, beneath] : beneath_) {
-        if (!beneath.damage->isNotified()) continue;
-        const PixelRect inside = beneath.outside.movedBy(beneath.border, beneath.border);
-        for (const PixelRect& rect : beneath.damage->collect()) {
+    for (auto& [id, touching] : touching_) {
+        if (!touching.damage->isNotified()) continue;
+        const PixelRect inside = touching.outside.movedBy(touching.border, touching.border);
+        for (const PixelRect& rect : touching.damage->collect()) {
             painted.add(intersection(rect.movedBy(inside.x, inside.y), area));
         }
     }
@@ -250,7 +250,8 @@ bool ExcludedWindows::readWithout(XImageReader& reader, std::span<const XImageRe
 bool ExcludedWindows::cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
                             BgraPremultipliedBuffer& picture) {
     for (const XImageReader::Piece& piece : pieces) {
-        for (const PixelRect& part : excludedParts(stack_, piece.from).rects()) {
+        const DamageArea covered = excludedParts(stack_, piece.from);
+        for (const PixelRect& part : covered.rects()) {
             const std::uint32_t pixmap = recomposer_->paint(part, stack_);
             const XImageReader::Piece whole{
                 {0, 0, part.width, part.height}, piece.toX + part.x - piece.from.x, piece.toY + part.y - piece.from.y};

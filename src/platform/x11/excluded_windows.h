@@ -45,10 +45,10 @@ class ExcludedWindows {
     bool isExcluded(int process, const std::optional<std::string>& name) const;
     void findOwners();
     void readStack();
-    void redirectBeneath(const PixelRect& area);
+    void redirectTouching(const PixelRect& area);
     bool cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces, BgraPremultipliedBuffer& picture);
 
-    struct Beneath {
+    struct Touching {
         PixelRect outside;
         int border = 0;
         std::unique_ptr<XDamage> damage;
@@ -60,7 +60,7 @@ class ExcludedWindows {
     bool stackChanged_ = true;
     std::set<std::uint32_t> excluded_;  // windows directly on the desktop
     std::vector<StackedWindow> stack_;  // empty while no excluded one can be seen
-    std::map<std::uint32_t, Beneath> beneath_;
+    std::map<std::uint32_t, Touching> touching_;
     std::unique_ptr<Recomposer> recomposer_;
 };
 

@@ -12,17 +12,16 @@ DamageArea excludedParts(std::span<const StackedWindow> stack, const PixelRect& 
     return parts;
 }
 
-std::vector<StackedWindow> windowsBeneath(std::span<const StackedWindow> stack, const PixelRect& area) {
-    std::vector<StackedWindow> beneath;
-    for (std::size_t i = 0; i < stack.size(); ++i) {
-        if (stack[i].isExcluded) continue;
-        const PixelRect seen = intersection(stack[i].outside, area);
-        const bool isCovered = std::any_of(
-            stack.begin() + static_cast<std::ptrdiff_t>(i) + 1, stack.end(),
-            [&](const auto& above) { return above.isExcluded && !intersection(above.outside, seen).isEmpty(); });
-        if (isCovered) beneath.push_back(stack[i]);
+std::vector<StackedWindow> windowsAtExcluded(std::span<const StackedWindow> stack, const PixelRect& area) {
+    const DamageArea parts = excludedParts(stack, area);
+    std::vector<StackedWindow> touching;
+    for (const StackedWindow& window : stack) {
+        const bool touches = std::any_of(parts.rects().begin(), parts.rects().end(), [&](const PixelRect& part) {
+            return !intersection(part, window.outside).isEmpty();
+        });
+        if (!window.isExcluded && touches) touching.push_back(window);
     }
-    return beneath;
+    return touching;
 }
 
 }  // namespace lumivastor

@@ -25,7 +25,8 @@ struct StackedWindow {
 /// Where excluded windows cover a part of `area`.
 DamageArea excludedParts(std::span<const StackedWindow> stack, const PixelRect& area);
 
-/// The windows that show where the excluded ones above them are thought away, within `area`; in the stack's order.
-std::vector<StackedWindow> windowsBeneath(std::span<const StackedWindow> stack, const PixelRect& area);
+/// The windows, below and above, that a picture without the excluded ones is put together from where those are, within
+/// `area`; in the stack's order.
+std::vector<StackedWindow> windowsAtExcluded(std::span<const StackedWindow> stack, const PixelRect& area);
 
 }  // namespace lumivastor

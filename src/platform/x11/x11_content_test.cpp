@@ -116,7 +116,7 @@ TEST(X11Content, listsWindowsFromFrontToBackWithTheirPrograms) {
 
 TEST(X11Content, otherProgramsAreNotThisOne) {
     DesktopRig rig;
-    const RigProcess other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "10", "20", "300", "200", "808080"}, "");
+    const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "10", "20", "300", "200", "808080"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     ShareableContent content;
     ASSERT_TRUE(waitFor([&] {

@@ -33,6 +33,7 @@ double fixed(const xcb_input_fp3232_t& value) {
 
 // The server's time now: it stamps the change of a property of a window of ours.
 ServerTime measureTime(const XConnection& connection) {
+    const BrokenPipeGuard guard;
     const std::uint32_t window = connection.makeId();
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0, 1, 1, 0,

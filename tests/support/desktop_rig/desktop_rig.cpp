@@ -92,7 +92,7 @@ void DesktopRig::startServer(const Options& options) {
     if (pipe2(ready, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
     // Without a reset it forgets nothing when its last program leaves.
-    server_ = std::make_unique<RigProcess>(
+    server_ = std::make_unique<RigProgram>(
         std::vector<std::string>{"Xvfb", "-displayfd", std::to_string(ready[1]), "-screen", "0", screen, "-noreset",
                                  "-nolisten", "tcp", "+extension", "Composite", "+extension", "RANDR"},
         "xvfb", ready[1]);
@@ -117,7 +117,7 @@ void DesktopRig::startManager() {
     std::ofstream(folder_ + "/rc.xml") << R"(<?xml version="1.0"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc"><placement><policy>Smart</policy></placement></openbox_config>
 )";
-    manager_ = std::make_unique<RigProcess>(
+    manager_ = std::make_unique<RigProgram>(
         std::vector<std::string>{"openbox", "--sm-disable", "--config-file", folder_ + "/rc.xml"}, "openbox", -1,
         std::vector<std::string>{"DISPLAY=" + displayName_, "XDG_CACHE_HOME=" + folder_});
     // It looks for requests that came while it started only when another comes: so until it manages this window, ask

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/desktop_rig/child_process.h"
+#include "support/desktop_rig/rig_program.h"
 
 struct xcb_connection_t;
 
@@ -41,6 +41,7 @@ class DesktopRig {
     const std::string& displayName() const { return displayName_; }
     xcb_connection_t* connection() const { return connection_; }
     std::uint32_t root() const { return root_; }
+    pid_t serverProcess() const { return server_->id(); }
 
     /// Splits the screen into these monitors; the first of them takes over the screen's own.
     void setMonitors(const std::vector<RigMonitor>& monitors);
@@ -63,8 +64,8 @@ class DesktopRig {
     void startManager();
 
     std::string folder_;  // of the window manager
-    std::unique_ptr<RigProcess> server_;
-    std::unique_ptr<RigProcess> manager_;
+    std::unique_ptr<RigProgram> server_;
+    std::unique_ptr<RigProgram> manager_;
     int number_ = -1;
     std::string displayName_;
     xcb_connection_t* connection_ = nullptr;

@@ -4,6 +4,7 @@
 #include <xcb/render.h>
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -50,7 +51,7 @@ RigWindow::RigWindow(const std::string& displayName, const Options& options)
     const std::uint32_t colormap = xcb_generate_id(connection_);
     xcb_create_colormap(connection_, XCB_COLORMAP_ALLOC_NONE, colormap, root_, visual);
     const std::uint32_t values[] = {options.color | alpha(), 0x00ff00 | alpha(), options.isOverride ? 1U : 0U,
-                                    XCB_EVENT_MASK_NO_EVENT, colormap};
+                                    XCB_EVENT_MASK_EXPOSURE, colormap};
     xcb_create_window(
         connection_, depth, window_, root_, static_cast<std::int16_t>(options.x), static_cast<std::int16_t>(options.y),
         static_cast<std::uint16_t>(options.width), static_cast<std::uint16_t>(options.height),
@@ -78,11 +79,36 @@ RigWindow::RigWindow(const std::string& displayName, const Options& options)
                                static_cast<std::uint32_t>(options.width), static_cast<std::uint32_t>(options.height)};
     xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
                         32, 18, hints);
+    pixels_.assign(static_cast<std::size_t>(options.width) * static_cast<std::size_t>(options.height),
+                   options.color | alpha());
+    redraw_ = std::thread([this] { redrawWhenAsked(); });
     if (options.isMapped) map();
 }
 
 RigWindow::~RigWindow() {
+    // Wakes the other thread; a server that is gone has done so, too.
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    const std::uint32_t inbox = xcb_generate_id(connection_);
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, inbox, root_, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_send_event(connection_, 0, inbox, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&message));
+    xcb_flush(connection_);
+    redraw_.join();
     xcb_disconnect(connection_);
+}
+
+void RigWindow::redrawWhenAsked() {
+    for (;;) {
+        xcb_generic_event_t* const event = xcb_wait_for_event(connection_);
+        const int type = event == nullptr ? XCB_CLIENT_MESSAGE : event->response_type & 0x7f;
+        std::free(event);
+        if (type == XCB_CLIENT_MESSAGE) return;
+        if (type != XCB_EXPOSE) continue;
+        const std::scoped_lock guard(lock_);
+        paint();
+    }
 }
 
 std::uint32_t RigWindow::atom(const char* name) const {
@@ -113,45 +139,51 @@ void RigWindow::fill(std::uint32_t color) {
 
 void RigWindow::fill(std::uint32_t color, int x, int y, int width, int height) {
     const std::uint32_t pixel = color | alpha();
-    xcb_change_gc(connection_, context_, XCB_GC_FOREGROUND, &pixel);
-    const xcb_rectangle_t rect{static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
-                               static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height)};
-    xcb_poly_fill_rectangle(connection_, window_, context_, 1, &rect);
+    {
+        const std::scoped_lock guard(lock_);
+        for (int row = y; row < y + height; ++row) {
+            std::fill_n(pixels_.begin() + static_cast<std::ptrdiff_t>(row) * options_.width + x, width, pixel);
+        }
+        xcb_change_gc(connection_, context_, XCB_GC_FOREGROUND, &pixel);
+        const xcb_rectangle_t rect{static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
+                                   static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height)};
+        xcb_poly_fill_rectangle(connection_, window_, context_, 1, &rect);
+    }
     sync();
 }
 
 void RigWindow::drawPattern(int seed) {
-    std::vector<std::uint32_t> pixels;
-    for (int y = 0; y < options_.height; ++y) {
-        for (int x = 0; x < options_.width; ++x) pixels.push_back(patternAt(seed, x, y) | alpha());
+    {
+        const std::scoped_lock guard(lock_);
+        std::size_t next = 0;
+        for (int y = 0; y < options_.height; ++y) {
+            for (int x = 0; x < options_.width; ++x) pixels_[next++] = patternAt(seed, x, y) | alpha();
+        }
+        paint();
     }
-    putPixels(pixels, options_.width, options_.height);
+    sync();
 }
 
 // In bands: a request has a longest length.
-void RigWindow::putPixels(const std::vector<std::uint32_t>& pixels, int width, int height) {
+void RigWindow::paint() {
     const std::uint8_t depth = options_.hasAlpha ? 32 : screenOf(connection_)->root_depth;
-    const int rows = std::max(1, 60000 / width);
-    for (int y = 0; y < height; y += rows) {
-        const int count = std::min(rows, height - y);
-        xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, context_, static_cast<std::uint16_t>(width),
-                      static_cast<std::uint16_t>(count), 0, static_cast<std::int16_t>(y), 0, depth,
-                      static_cast<std::uint32_t>(width * count * 4),
-                      reinterpret_cast<const std::uint8_t*>(pixels.data() + static_cast<std::ptrdiff_t>(y) * width));
+    const int rows = std::max(1, 60000 / options_.width);
+    for (int y = 0; y < options_.height; y += rows) {
+        const int count = std::min(rows, options_.height - y);
+        xcb_put_image(
+            connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, context_, static_cast<std::uint16_t>(options_.width),
+            static_cast<std::uint16_t>(count), 0, static_cast<std::int16_t>(y), 0, depth,
+            static_cast<std::uint32_t>(options_.width * count * 4),
+            reinterpret_cast<const std::uint8_t*>(pixels_.data() + static_cast<std::ptrdiff_t>(y) * options_.width));
     }
-    sync();
+    xcb_flush(connection_);
 }
 
 void RigWindow::drawCounter(int number) {
     const int width = options_.width / 16;
     for (int bit = 0; bit < 16; ++bit) {
-        const std::uint32_t pixel = ((number >> bit) & 1 ? 0xffffffU : 0U) | alpha();
-        xcb_change_gc(connection_, context_, XCB_GC_FOREGROUND, &pixel);
-        const xcb_rectangle_t rect{static_cast<std::int16_t>(bit * width), 0, static_cast<std::uint16_t>(width),
-                                   static_cast<std::uint16_t>(options_.height)};
-        xcb_poly_fill_rectangle(connection_, window_, context_, 1, &rect);
+        fill(((number >> bit) & 1) != 0 ? 0xffffff : 0, bit * width, 0, width, options_.height);
     }
-    sync();
 }
 
 void RigWindow::moveTo(int x, int y) {
@@ -161,8 +193,12 @@ void RigWindow::moveTo(int x, int y) {
 }
 
 void RigWindow::resize(int width, int height) {
-    options_.width = width;
-    options_.height = height;
+    {
+        const std::scoped_lock guard(lock_);
+        options_.width = width;
+        options_.height = height;
+        pixels_.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), options_.color | alpha());
+    }
     const std::uint32_t values[] = {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
     xcb_configure_window(connection_, window_, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
     waitFor([&] {

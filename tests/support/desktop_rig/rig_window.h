@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 struct xcb_connection_t;
@@ -9,8 +11,8 @@ struct xcb_connection_t;
 namespace lumivastor {
 
 /// A window of a small program on a test's desktop: a client of its own with its own connection. What it draws is
-/// known to the pixel. Every function returns when the server has done it, and what a window manager does about it
-/// within a moment. One thread.
+/// known to the pixel, and drawn again on a thread of its own when the server asks for it. Every function returns when
+/// the server has done it, and what a window manager does about it within a moment. One thread.
 class RigWindow {
   public:
     struct Options {
@@ -70,7 +72,8 @@ class RigWindow {
   private:
     void sync() const;
     void setText(const char* property, const char* type, const std::string& text);
-    void putPixels(const std::vector<std::uint32_t>& pixels, int width, int height);
+    void paint();
+    void redrawWhenAsked();
     std::uint32_t atom(const char* name) const;
     std::uint32_t alpha() const { return options_.hasAlpha ? 0xff000000U : 0; }
 
@@ -79,6 +82,9 @@ class RigWindow {
     std::uint32_t root_ = 0;
     std::uint32_t window_ = 0;
     std::uint32_t context_ = 0;
+    std::mutex lock_;
+    std::vector<std::uint32_t> pixels_;  // what the window shows; guarded by lock_, as are the sizes in options_
+    std::thread redraw_;
 };
 
 /// The colour of a pattern's pixel, 0xRRGGBB.

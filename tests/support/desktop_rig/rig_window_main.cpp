@@ -1,12 +1,16 @@
 // A program with one window, for tests that need a window of another process. Lives until it is ended.
-//   rig_window DISPLAY CLASS X Y WIDTH HEIGHT RRGGBB [override]
+//   rig_window DISPLAY CLASS X Y WIDTH HEIGHT RRGGBB [flash]
+// With "flash" all of it changes its colour 120 times a second.
 
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <string>
+#include <thread>
 
 #include "support/desktop_rig/rig_window.h"
 
@@ -21,9 +25,16 @@ int main(int argc, char** argv) {
         options.width = std::atoi(argv[5]);
         options.height = std::atoi(argv[6]);
         options.color = static_cast<std::uint32_t>(std::stoul(argv[7], nullptr, 16));
-        options.isOverride = argc > 8;
-        const lumivastor::RigWindow window(argv[1], options);
-        for (;;) pause();
+        lumivastor::RigWindow window(argv[1], options);
+        if (argc <= 8) {
+            for (;;) pause();
+        }
+        auto next = std::chrono::steady_clock::now();
+        for (std::uint32_t color = 0;; color += 0x010305) {
+            window.fill(color & 0xffffff);
+            next += std::chrono::microseconds(8333);
+            std::this_thread::sleep_until(next);
+        }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;

@@ -1,4 +1,4 @@
-#include "support/desktop_rig/child_process.h"
+#include "support/desktop_rig/rig_program.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -42,7 +42,7 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-RigProcess::RigProcess(const std::vector<std::string>& command, const std::string& package, int descriptor,
+RigProgram::RigProgram(const std::vector<std::string>& command, const std::string& package, int descriptor,
                        const std::vector<std::string>& environment) {
     const auto arguments = pointers(command);
     std::vector<std::string> variables = environment;
@@ -63,23 +63,23 @@ RigProcess::RigProcess(const std::vector<std::string>& command, const std::strin
     }
 }
 
-RigProcess::~RigProcess() {
+RigProgram::~RigProgram() {
     end();
 }
 
-bool RigProcess::isRunning() {
+bool RigProgram::isRunning() {
     if (id_ > 0 && waitpid(id_, nullptr, WNOHANG) == id_) id_ = -1;
     return id_ > 0;
 }
 
-void RigProcess::end() {
+void RigProgram::end() {
     if (!isRunning()) return;
     ::kill(id_, SIGTERM);
     for (int i = 0; i < 500 && isRunning(); ++i) std::this_thread::sleep_for(10ms);
     kill();
 }
 
-void RigProcess::kill() {
+void RigProgram::kill() {
     if (!isRunning()) return;
     ::kill(id_, SIGKILL);
     waitpid(id_, nullptr, 0);

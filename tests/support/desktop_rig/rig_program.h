@@ -7,15 +7,15 @@
 namespace lumivastor {
 
 /// A program that runs while the object lives, and ends with this process in any case. What it prints is thrown away.
-class RigProcess {
+class RigProgram {
   public:
     /// `descriptor`, when not -1, stays open in the program under its own number. Throws std::runtime_error that names
     /// the Debian package to install when there is no such program.
-    RigProcess(const std::vector<std::string>& command, const std::string& package, int descriptor = -1,
+    RigProgram(const std::vector<std::string>& command, const std::string& package, int descriptor = -1,
                const std::vector<std::string>& environment = {});
-    ~RigProcess();
-    RigProcess(const RigProcess&) = delete;
-    RigProcess& operator=(const RigProcess&) = delete;
+    ~RigProgram();
+    RigProgram(const RigProgram&) = delete;
+    RigProgram& operator=(const RigProgram&) = delete;
 
     pid_t id() const { return id_; }
     bool isRunning();
