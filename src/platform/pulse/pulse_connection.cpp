@@ -100,6 +100,16 @@ std::optional<PulseConnection::Source> PulseConnection::source(const std::string
     return found;
 }
 
+std::optional<std::string> PulseConnection::monitor(const std::string& sink) {
+    std::optional<std::string> found;
+    const auto take = [](pa_context*, const pa_sink_info* info, int end, void* data) {
+        if (info == nullptr || end != 0 || info->monitor_source_name == nullptr) return;
+        *static_cast<std::optional<std::string>*>(data) = info->monitor_source_name;
+    };
+    await(pa_context_get_sink_info_by_name(context_.get(), sink.c_str(), take, &found));
+    return found;
+}
+
 void PulseConnection::watchServer(std::function<void()> changed) {
     serverChanged_ = std::move(changed);
     const auto tell = [](pa_context*, pa_subscription_event_type_t, uint32_t, void* data) {

@@ -42,10 +42,13 @@ class PulseConnection {
     /// Runs until `done`; false when it took longer than `timeout` seconds or the connection broke.
     bool runUntil(const std::function<bool()>& done, double timeout);
 
-    /// Ask the server. Both throw `RecorderError` when it does not answer.
+    /// Ask the server. All throw `RecorderError` when it does not answer.
     Server server();
     /// Nothing when there is no such source.
     std::optional<Source> source(const std::string& name);
+
+    /// The name of the source that shows what a sink plays; nothing when there is no such sink.
+    std::optional<std::string> monitor(const std::string& sink);
 
     /// Calls `changed`, within `run`, whenever the server's defaults may have changed.
     void watchServer(std::function<void()> changed);

@@ -43,8 +43,10 @@ PulseLine::~PulseLine() = default;
 std::string PulseLine::defaultDevice() {
     const PulseConnection::Server server = connection_.server();
     if (kind_ == Kind::systemAudio) {
-        if (server.defaultSink.empty()) throw RecorderError("Es gibt keine Tonausgabe, die aufgenommen werden könnte.");
-        return server.defaultSink;
+        // By its name: PipeWire 0.3.65 takes @DEFAULT_MONITOR@ for the microphone.
+        const auto monitor = server.defaultSink.empty() ? std::nullopt : connection_.monitor(server.defaultSink);
+        if (!monitor) throw RecorderError("Es gibt keine Tonausgabe, die aufgenommen werden könnte.");
+        return *monitor;
     }
     const auto source = server.defaultSource.empty() ? std::nullopt : connection_.source(server.defaultSource);
     // Without a microphone the server offers what the speakers play.
@@ -70,8 +72,8 @@ void PulseLine::connect() {
     attributes.maxlength = UINT32_MAX;
     attributes.fragsize = static_cast<std::uint32_t>(kFragmentSeconds * sampleRate_) *
                           static_cast<std::uint32_t>(channels_ * sizeof(float));
-    const char* const device = kind_ == Kind::systemAudio ? "@DEFAULT_MONITOR@" : "@DEFAULT_SOURCE@";
-    const bool asked = pa_stream_connect_record(stream_.get(), device, &attributes, PA_STREAM_ADJUST_LATENCY) >= 0;
+    const bool asked =
+        pa_stream_connect_record(stream_.get(), device_.c_str(), &attributes, PA_STREAM_ADJUST_LATENCY) >= 0;
     const bool ready = asked && connection_.runUntil(
                                     [this] {
                                         const pa_stream_state_t state = pa_stream_get_state(stream_.get());
