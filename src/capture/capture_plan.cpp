@@ -12,6 +12,11 @@ namespace lumivastor {
 
 namespace {
 
+// Keeps a desktop's text sharp; see `VideoSettings::constantQuality`.
+constexpr int kQuality = 20;
+// In motion key pictures come every two seconds by count. At rest there is a picture a second, and the ten of them that
+// a seek then decodes cost next to nothing; more key pictures would have to be coarser ones.
+constexpr double kKeySecondsAtRest = 10;
 constexpr double kBitsPerPixel = 0.08;
 // What our readers open; four times the largest screens.
 constexpr int kLargestEdge = 16384;
@@ -121,10 +126,11 @@ VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bit
     settings.height = height;
     settings.averageBitRate = bitRate;
     settings.maxKeyFrameInterval = 2 * fps;
-    settings.maxKeyFrameSeconds = 2;
+    settings.maxKeyFrameSeconds = kKeySecondsAtRest;
     settings.frameRate = fps;
     settings.timescale = kLiveTimescale;
     settings.lowLatency = true;
+    settings.constantQuality = kQuality;
     return settings;
 }
 

@@ -149,10 +149,11 @@ TEST(BitRates, AreEightHundredthsOfABitForEachPixel) {
     EXPECT_EQ(deviceBitRate(640, 480), 8000000);
 }
 
-TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSeconds) {
+TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSecondsOfMotionAndEveryTenAtRest) {
     const VideoSettings settings = liveVideoSettings(1280, 720, 30, 5'000'000);
     EXPECT_EQ(settings.maxKeyFrameInterval, 60);
-    EXPECT_EQ(settings.maxKeyFrameSeconds, 2);
+    EXPECT_EQ(settings.maxKeyFrameSeconds, 10);
+    EXPECT_EQ(settings.constantQuality, 20);
     EXPECT_EQ(settings.frameRate, 30);
     EXPECT_EQ(settings.averageBitRate, 5'000'000);
     EXPECT_EQ(settings.timescale % 600, 0);
