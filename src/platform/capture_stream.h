@@ -64,7 +64,7 @@ enum class FrameStatus {
 
 struct ScreenSample {
     FrameStatus status = FrameStatus::idle;
-    /// Host clock, seconds: when the picture was taken.
+    /// Host clock, seconds: when the picture was taken. It shows everything that was painted until then.
     double hostSeconds = 0;
     /// Opaque, of the configured size; null when there is none.
     std::shared_ptr<const BgraPremultipliedBuffer> image;

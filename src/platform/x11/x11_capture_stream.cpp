@@ -121,7 +121,9 @@ bool X11CaptureStream::waitUntil(double hostSeconds) {
     return !wake_.wait_until(guard, moment, [this] { return isStopping_; });
 }
 
+// A picture's time is that before its first request: it shows everything that was painted until then.
 void X11CaptureStream::tick() {
+    const double now = hostClockSeconds();
     source_->update(pending_);
     if (auto text = source_->takeNotice(); text && notice_) notice_(*text);
     if (connection_->isBroken()) {
@@ -129,16 +131,15 @@ void X11CaptureStream::tick() {
     } else if (auto reason = source_->ended()) {
         ended_ = std::move(*reason);
     } else {
-        const double now = hostClockSeconds();
         act(pacer_.atTick({now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()}), now);
     }
 }
 
 // The last picture once more gives the recording its whole length.
 void X11CaptureStream::finish() {
+    const double now = hostClockSeconds();
     const bool canTake = ended_.empty() && !connection_->isBroken() && store_->canTake();
     if (canTake) source_->update(pending_);
-    const double now = hostClockSeconds();
     act(pacer_.atStop({now, !pending_.isEmpty(), source_->isHidden(), canTake}), now);
     deliver(FrameStatus::stopped, hostClockSeconds(), nullptr);
 }
@@ -146,7 +147,7 @@ void X11CaptureStream::finish() {
 void X11CaptureStream::act(FramePacer::Action action, double now) {
     switch (action) {
         case FramePacer::Action::takePicture:
-            takePicture();
+            takePicture(now);
             break;
         case FramePacer::Action::repeatLast:
             deliver(FrameStatus::complete, now, store_->last());
@@ -162,8 +163,7 @@ void X11CaptureStream::act(FramePacer::Action action, double now) {
     }
 }
 
-void X11CaptureStream::takePicture() {
-    const double now = hostClockSeconds();
+void X11CaptureStream::takePicture(double now) {
     auto picture =
         store_->take(pending_, [this](BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
     if (picture) {

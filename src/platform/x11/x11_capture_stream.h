@@ -43,7 +43,7 @@ class X11CaptureStream : public CaptureStream {
     void tick();
     void finish();
     void act(FramePacer::Action action, double now);
-    void takePicture();
+    void takePicture(double now);
     void deliver(FrameStatus status, double hostSeconds, std::shared_ptr<const BgraPremultipliedBuffer> image);
     void endThread();
 

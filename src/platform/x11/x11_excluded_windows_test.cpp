@@ -91,10 +91,10 @@ TEST_P(X11ExcludedWindows, neverFlashWhenTheyAppear) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);
     const DisplayFilter display = filter();
-    const auto stream = desktop_->makeCaptureStream(display, recordingOf(display));
-    SerialQueue queue("test");
     std::atomic<int> flashes = 0;
     std::atomic<int> pictures = 0;
+    SerialQueue queue("test");
+    const auto stream = desktop_->makeCaptureStream(display, recordingOf(display));
     stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
         if (!sample.image) return;
         ++pictures;

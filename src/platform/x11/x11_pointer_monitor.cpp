@@ -11,21 +11,26 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <limits>
 
+#include "app/log/log.h"
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
 
 namespace lumivastor {
 namespace {
 
-// How long an event waits for one of the other connection that happened before it. The server writes to both
-// connections in one go, so this only bridges the reader's own waking between the two writes. Times stay what they are.
-constexpr double kHoldBack = 0.005;
+// Seconds for which events are gathered before they are told: making sure that nothing earlier is missing costs the
+// server two answers, which at a thousand events a second should not be asked for each. Times stay what they are.
+constexpr double kGather = 0.005;
 // How long the server may take to begin recording.
 constexpr int kBeginMilliseconds = 5000;
 // The flag of raw events that the server made up of smooth scrolling.
 constexpr std::uint32_t kEmulated = XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED;
+
+// The difference of two times is small, also where the counter begins again.
+bool isEarlier(std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::int32_t>(a - b) < 0;
+}
 
 double fixed(const xcb_input_fp3232_t& value) {
     return value.integral + value.frac / 4294967296.0;
@@ -118,11 +123,12 @@ void X11PointerMonitor::selectRawEvents() {
     const Selection raw{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
                         XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_MOTION};
     const Selection devices{{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY};
-    const XOwned<xcb_generic_error_t> refused(
-        xcb_request_check(control_, xcb_input_xi_select_events_checked(control_, control_.root(), 1, &raw.head)));
-    hasRaw_ = !refused;
-    const XOwned<xcb_generic_error_t> harmless(
-        xcb_request_check(control_, xcb_input_xi_select_events_checked(control_, control_.root(), 1, &devices.head)));
+    for (const Selection* selection : {&raw, &devices}) {
+        const XOwned<xcb_generic_error_t> refused(xcb_request_check(
+            control_, xcb_input_xi_select_events_checked(control_, control_.root(), 1, &selection->head)));
+        // Without, wheels are known by their buttons alone.
+        if (refused) Log::write("Pointer", "Rohereignisse lassen sich nicht verfolgen");
+    }
     readScrollAxes();
 }
 
@@ -171,10 +177,14 @@ void X11PointerMonitor::run() {
         // What the library has read while it waited for something else makes no descriptor readable.
         const bool isRecording = readRecord();
         readRaw();
-        flushUntil(hostClockSeconds() - kHoldBack);
-        if (!isRecording || control_.isBroken() || !wait(!waiting_.empty())) break;
+        const bool hasWaiting = !waiting_.empty();
+        if (hasWaiting && hostClockSeconds() - waitingSince_ >= kGather) {
+            settle();
+            continue;
+        }
+        if (!isRecording || control_.isBroken() || !wait(hasWaiting)) break;
     }
-    flushUntil(std::numeric_limits<double>::infinity());
+    if (!waiting_.empty()) settle();
 }
 
 // False when the monitor is to end.
@@ -183,8 +193,23 @@ bool X11PointerMonitor::wait(bool hasWaiting) {
     pollfd sources[] = {{wake_.get(), POLLIN, 0},
                         {xcb_get_file_descriptor(control_), POLLIN, 0},
                         {xcb_get_file_descriptor(data_), POLLIN, 0}};
-    poll(sources, std::size(sources), hasWaiting ? static_cast<int>(kHoldBack * 1000) : -1);
+    poll(sources, std::size(sources), hasWaiting ? static_cast<int>(kGather * 1000) : -1);
     return (sources[0].revents & POLLIN) == 0;
+}
+
+// Tells what has arrived. The server writes to its programs in turn, so an event can have arrived while an earlier one
+// is on its way over the other connection. The first answer comes when both have been made, the second when both have
+// been written.
+void X11PointerMonitor::settle() {
+    const std::uint32_t last =
+        std::max_element(waiting_.begin(), waiting_.end(), [](const Waiting& a, const Waiting& b) {
+            return isEarlier(a.serverTime, b.serverTime);
+        })->serverTime;
+    for (int i = 0; i < 2; ++i) xReply(control_, xcb_get_input_focus_reply, xcb_get_input_focus(control_));
+    readRecord();
+    readRaw();
+    if (mappingChanged_) readMapping();
+    tellUntil(last);
 }
 
 // False when recording has ended.
@@ -217,7 +242,6 @@ void X11PointerMonitor::takeRecorded(const std::uint8_t* data, int size) {
         switch (event.response_type & 0x7f) {
             case XCB_BUTTON_PRESS:
                 waiting.event.kind = RawPointerEvent::Kind::press;
-                waiting.isWheel = !hasRaw_;
                 break;
             case XCB_BUTTON_RELEASE:
                 waiting.event.kind = RawPointerEvent::Kind::release;
@@ -228,7 +252,7 @@ void X11PointerMonitor::takeRecorded(const std::uint8_t* data, int size) {
             default:
                 continue;
         }
-        waiting_.push_back(waiting);
+        await(waiting, now);
     }
 }
 
@@ -256,12 +280,7 @@ void X11PointerMonitor::handleRaw(const XEvent& event) {
     waiting.serverTime = raw.time;
     waiting.event.hostSeconds = time_.hostSeconds(raw.time, now);
     if (head.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
-        if ((raw.flags & kEmulated) != 0 || raw.detail > 255) return;
-        waiting.event.kind = RawPointerEvent::Kind::press;
-        waiting.event.button = static_cast<int>(raw.detail);
-        waiting.isWheel = true;
-        // All other buttons come through the other connection.
-        if (interpreter_.wheelPress(waiting.event.button, 0)) waiting_.push_back(waiting);
+        wheelPresses_.push_back({raw.time, static_cast<int>(raw.detail & 0xff), (raw.flags & kEmulated) != 0});
         return;
     }
     if (head.event_type != XCB_INPUT_RAW_MOTION) return;
@@ -280,32 +299,41 @@ void X11PointerMonitor::handleRaw(const XEvent& event) {
     waiting.event.kind = RawPointerEvent::Kind::scroll;
     waiting.event.notchesX = -right;
     waiting.event.notchesY = -down;
+    await(waiting, now);
+}
+
+void X11PointerMonitor::await(const Waiting& waiting, double now) {
+    if (waiting_.empty()) waitingSince_ = now;
     waiting_.push_back(waiting);
 }
 
-void X11PointerMonitor::flushUntil(double hostSeconds) {
-    if (mappingChanged_) readMapping();
-    std::stable_sort(waiting_.begin(), waiting_.end(), [](const Waiting& a, const Waiting& b) {
-        // The difference of two times is small, also where the counter begins again.
-        return static_cast<std::int32_t>(a.serverTime - b.serverTime) < 0;
-    });
-    std::size_t told = 0;
-    while (told < waiting_.size() && waiting_[told].event.hostSeconds <= hostSeconds) tell(waiting_[told++]);
-    waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(told));
+void X11PointerMonitor::tellUntil(std::uint32_t serverTime) {
+    std::stable_sort(waiting_.begin(), waiting_.end(),
+                     [](const Waiting& a, const Waiting& b) { return isEarlier(a.serverTime, b.serverTime); });
+    const auto later = std::find_if(waiting_.begin(), waiting_.end(),
+                                    [&](const Waiting& one) { return isEarlier(serverTime, one.serverTime); });
+    std::for_each(waiting_.begin(), later, [this](const Waiting& one) { tell(one); });
+    waiting_.erase(waiting_.begin(), later);
+    waitingSince_ = hostClockSeconds();
+    std::erase_if(wheelPresses_, [&](const WheelPress& one) { return !isEarlier(serverTime, one.serverTime); });
 }
 
 void X11PointerMonitor::tell(const Waiting& waiting) {
-    RawPointerEvent raw = waiting.event;
-    if (waiting.isWheel) {
-        if (const auto wheel = interpreter_.wheelPress(raw.button, raw.hostSeconds)) {
-            const auto pixel = raw.pixel;
-            raw = *wheel;
-            raw.pixel = pixel;
-        } else if (hasRaw_) {
+    if (waiting.event.kind == RawPointerEvent::Kind::press) {
+        if (auto wheel = interpreter_.wheelPress(waiting.event.button, waiting.event.hostSeconds)) {
+            if (isEmulated(waiting)) return;
+            wheel->pixel = waiting.event.pixel;
+            if (const auto event = interpreter_.interpret(*wheel)) handler_(*event);
             return;
         }
     }
-    if (const auto event = interpreter_.interpret(raw)) handler_(*event);
+    if (const auto event = interpreter_.interpret(waiting.event)) handler_(*event);
+}
+
+bool X11PointerMonitor::isEmulated(const Waiting& press) const {
+    return std::any_of(wheelPresses_.begin(), wheelPresses_.end(), [&](const WheelPress& one) {
+        return one.isEmulated && one.serverTime == press.serverTime && one.button == press.event.button;
+    });
 }
 
 }  // namespace lumivastor

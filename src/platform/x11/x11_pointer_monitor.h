@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,7 +15,8 @@ namespace lumivastor {
 
 /// Watches the pointer on a thread of its own, over two connections: one that the server's record extension fills with
 /// what all devices did, with positions in the whole desktop, and one for the input extension's raw events, which alone
-/// tell smooth scrolling. Both carry the server's times, by which they are put into one order.
+/// tell smooth scrolling. Both carry the server's times; nothing is told before it is certain that nothing earlier is
+/// still on its way over the other connection.
 class X11PointerMonitor : public PointerMonitor {
   public:
     /// Everything that the pointer does after this returned is told. Throws `RecorderError` when the server does not
@@ -30,7 +30,12 @@ class X11PointerMonitor : public PointerMonitor {
     struct Waiting {
         std::uint32_t serverTime = 0;
         RawPointerEvent event;
-        bool isWheel = false;  // a press of a button that may be a wheel's
+    };
+    // What raw events tell about a wheel's button that the record extension tells, too.
+    struct WheelPress {
+        std::uint32_t serverTime = 0;
+        int button = 0;
+        bool isEmulated = false;  // made up by the server of smooth scrolling, which comes by itself
     };
 
     void beginRecord();
@@ -44,8 +49,11 @@ class X11PointerMonitor : public PointerMonitor {
     void takeRecorded(const std::uint8_t* data, int size);
     void readRaw();
     void handleRaw(const XEvent& event);
-    void flushUntil(double hostSeconds);
+    void await(const Waiting& waiting, double now);
+    void settle();
+    void tellUntil(std::uint32_t serverTime);
     void tell(const Waiting& waiting);
+    bool isEmulated(const Waiting& press) const;
 
     const PointerEventHandler handler_;
     XConnection control_;  // requests and raw events
@@ -53,11 +61,12 @@ class X11PointerMonitor : public PointerMonitor {
     const ServerTime time_;
     std::uint32_t context_ = 0;
     unsigned recordSequence_ = 0;
-    bool hasRaw_ = false;
     bool mappingChanged_ = false;
     ScrollAxes axes_;
     PointerInterpreter interpreter_;
-    std::vector<Waiting> waiting_;
+    std::vector<Waiting> waiting_;  // in the order in which they arrived
+    std::vector<WheelPress> wheelPresses_;
+    double waitingSince_ = 0;  // host clock, seconds: when the first of them arrived
     UniqueDescriptor wake_;
     std::thread thread_;
 };

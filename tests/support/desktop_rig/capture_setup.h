@@ -30,6 +30,11 @@ class RunningCapture {
     RunningCapture(Desktop& desktop, const ContentFilter& filter, std::optional<Rect> region = {})
         : RunningCapture(desktop, filter, recordingOf(filter, region)) {}
 
+    // The queue outlives the stream.
+    ~RunningCapture() { stream_.reset(); }
+    RunningCapture(const RunningCapture&) = delete;
+    RunningCapture& operator=(const RunningCapture&) = delete;
+
     SampleCollector& samples() { return samples_; }
     CaptureStream& stream() { return *stream_; }
     /// Stops, and waits for what has been delivered.

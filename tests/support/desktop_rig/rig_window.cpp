@@ -180,10 +180,19 @@ void RigWindow::paint() {
 }
 
 void RigWindow::drawCounter(int number) {
-    const int width = options_.width / 16;
-    for (int bit = 0; bit < 16; ++bit) {
-        fill(((number >> bit) & 1) != 0 ? 0xffffff : 0, bit * width, 0, width, options_.height);
+    const int block = options_.width / 16;
+    {
+        const std::scoped_lock guard(lock_);
+        std::size_t next = 0;
+        for (int y = 0; y < options_.height; ++y) {
+            for (int x = 0; x < options_.width; ++x) {
+                const bool isSet = x < block * 16 && ((number >> (x / block)) & 1) != 0;
+                pixels_[next++] = (isSet ? 0xffffffU : 0U) | alpha();
+            }
+        }
+        paint();
     }
+    sync();
 }
 
 void RigWindow::moveTo(int x, int y) {

@@ -49,7 +49,7 @@ class RigWindow {
     /// Paints a picture of which every pixel has another colour: see `patternAt`.
     void drawPattern(int seed);
     /// Paints a number as a row of 16 blocks, the lowest bit first, white for 1 and black for 0; each as wide as a
-    /// sixteenth of the window and as high as the window.
+    /// sixteenth of the window and as high as the window. At once where the window has up to 60,000 pixels.
     void drawCounter(int number);
 
     void moveTo(int x, int y);
