@@ -45,7 +45,7 @@ Recorder::~Recorder() {
     workQueue_.drain();
     watchTimer_.reset();
     windowTracker_.reset();
-    if (stream_) {
+    if (stream_ && !stopped_) {
         try {
             stream_->stop();
         } catch (const RecorderError& error) {

@@ -108,6 +108,7 @@ TEST_F(Recorders, StartsAndStopsItsPartsInOrder) {
     start();
     record(0.5, 320, 240);
     stopped();
+    recorder_.reset();
     EXPECT_EQ(desktop_.calls(),
               (std::vector<std::string>{"monitorPointer", "startStream", "endMonitor", "stopStream"}));
 }

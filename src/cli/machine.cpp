@@ -2,8 +2,8 @@
 
 #include "capture/recordings_root.h"
 #include "media/encoder_choice.h"
-#include "platform/pulse/pulse_sound_system.h"
-#include "platform/synthetic/synthetic_devices.h"
+#include "platform/device_backend.h"
+#include "platform/sound_backend.h"
 #include "platform/x11/x11_desktop.h"
 
 namespace lumivastor {
@@ -12,12 +12,15 @@ Machine::Machine(MainLoop& mainLoop) : mainLoop_(mainLoop) {}
 Machine::~Machine() = default;
 
 SoundSystem& Machine::sound() {
-    if (!sound_) sound_ = std::make_shared<PulseSoundSystem>();
+    if (!sound_) sound_ = openSoundSystem();
     return *sound_;
 }
 
 CaptureDevices& Machine::devices() {
-    if (!devices_) devices_ = std::make_unique<SyntheticCaptureDevices>();
+    if (!devices_) {
+        sound();
+        devices_ = openCaptureDevices(sound_);
+    }
     return *devices_;
 }
 
