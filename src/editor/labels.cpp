@@ -53,6 +53,24 @@ std::string crop(double fraction) {
     return formatted("%.1f %%", fraction < 0.0005 ? 0.0 : fraction * 100);
 }
 
+std::string videoLength(double seconds) {
+    if (seconds < 60) return formatted("Video: %.1f s", seconds);
+    const long long whole = rounded(seconds);
+    return formatted("Video: %lld:%02lld min", whole / 60, whole % 60);
+}
+
+std::string percent(double fraction) {
+    return formatted("%lld %%", rounded(fraction * 100));
+}
+
+std::string magnification(double factor) {
+    return formatted("%.1f×", factor);
+}
+
+std::string pixels(double count) {
+    return formatted("%lld px", rounded(count));
+}
+
 std::string zoomItem(int number, const ZoomSpec& zoom) {
     return formatted("Zoom %d: %.1f – %.1f s", number, zoom.start, zoom.end);
 }

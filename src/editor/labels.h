@@ -30,6 +30,16 @@ std::string volume(double value);
 /// "12.5 %".
 std::string crop(double fraction);
 
+/// "Video: 10.5 s", "Video: 61:05 min".
+std::string videoLength(double seconds);
+
+/// "88 %" for 0.88.
+std::string percent(double fraction);
+/// "1.7×".
+std::string magnification(double factor);
+/// "26 px".
+std::string pixels(double count);
+
 /// An item of the list of zooms; `number` from 1.
 std::string zoomItem(int number, const ZoomSpec& zoom);
 

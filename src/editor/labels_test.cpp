@@ -45,6 +45,19 @@ TEST(Labels, Crop) {
     EXPECT_EQ(labels::crop(0.4), "40.0 %");
 }
 
+TEST(Labels, VideoLength) {
+    EXPECT_EQ(labels::videoLength(0), "Video: 0.0 s");
+    EXPECT_EQ(labels::videoLength(59.91), "Video: 59.9 s");
+    EXPECT_EQ(labels::videoLength(60), "Video: 1:00 min");
+    EXPECT_EQ(labels::videoLength(3665.4), "Video: 61:05 min");
+}
+
+TEST(Labels, ValuesOfSliders) {
+    EXPECT_EQ(labels::percent(0.884), "88 %");
+    EXPECT_EQ(labels::magnification(1.7), "1.7×");
+    EXPECT_EQ(labels::pixels(25.6), "26 px");
+}
+
 TEST(Labels, Zooms) {
     EXPECT_EQ(labels::zoomItem(1, {4.45, 7, 1.6, {}}), "Zoom 1: 4.5 – 7.0 s");
     EXPECT_EQ(labels::zoomMode(false), "Automatik");
