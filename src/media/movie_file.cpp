@@ -204,6 +204,16 @@ std::int64_t MovieFile::keyTimeBefore(int index, std::int64_t decodeTime) {
     return avformat_index_get_entry(movieStream, entry)->timestamp;
 }
 
+std::optional<std::int64_t> MovieFile::keyTimeAfter(int index, std::int64_t decodeTime) {
+    AVStream* const movieStream = stream(index);
+    precondition(movieStream != nullptr, "a stream of this file");
+    const int entry = av_index_search_timestamp(movieStream, decodeTime + 1, 0);
+    if (entry < 0) return std::nullopt;
+    const std::int64_t found = avformat_index_get_entry(movieStream, entry)->timestamp;
+    // Where there is none behind, the search may answer with the last one before.
+    return found > decodeTime ? std::optional(found) : std::nullopt;
+}
+
 MediaTime MovieFile::indexEnd(int index) {
     AVStream* const movieStream = stream(index);
     precondition(movieStream != nullptr, "a stream of this file");

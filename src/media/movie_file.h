@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 #include "media/ffmpeg_handles.h"
 #include "media/media_time.h"
@@ -46,6 +47,9 @@ class MovieFile {
     /// The decode time of the last key sample at or before `decodeTime`, in the stream's ticks; the lowest value when
     /// there is none.
     std::int64_t keyTimeBefore(int index, std::int64_t decodeTime);
+
+    /// The decode time of the first key sample behind `decodeTime`, in the stream's ticks.
+    std::optional<std::int64_t> keyTimeAfter(int index, std::int64_t decodeTime);
 
     /// Where the stream's last sample ends by the index, and where its first begins.
     MediaTime indexEnd(int index);

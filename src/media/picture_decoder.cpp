@@ -107,7 +107,7 @@ bool PictureDecoder::canDecodeOnTo(const MediaTime& time) {
     return file_->keyTimeBefore(track_.streamIndex, ticks(time)) <= lastDecodeTicks_;
 }
 
-void PictureDecoder::seek(const MediaTime& time) {
+void PictureDecoder::seek(const MediaTime& time, const std::function<bool()>& passing) {
     if (!canDecodeOnTo(time)) {
         jump(time);
         fetchNext();
@@ -118,6 +118,7 @@ void PictureDecoder::seek(const MediaTime& time) {
         }
     }
     while (next_.frame != nullptr && next_.time <= time) {
+        if (passing && !passing()) return;
         current_ = std::move(next_);
         next_ = {};
         fetchNext();
@@ -170,6 +171,29 @@ void PictureDecoder::jump(const MediaTime& time) {
         }
         from = key - 1;
     }
+}
+
+// The index knows decode times only, so a key picture that is decoded before `time` may be shown behind it.
+std::optional<MediaTime> PictureDecoder::keyTimeAfter(const MediaTime& time) {
+    const int index = track_.streamIndex;
+    const std::int64_t target = ticks(time);
+    positioned_ = false;
+    packetWaiting_ = false;
+    std::optional<std::int64_t> key = file_->keyTimeBefore(index, target);
+    if (key == std::numeric_limits<std::int64_t>::min()) key = file_->keyTimeAfter(index, target);
+    for (; key; key = file_->keyTimeAfter(index, *key)) {
+        file_->seek(index, *key);
+        av_packet_unref(packet_.get());
+        try {
+            if (!file_->readPacket(*packet_)) return std::nullopt;
+        } catch (const RecorderError&) {
+            return std::nullopt;
+        }
+        const std::int64_t shown = packet_->pts;
+        av_packet_unref(packet_.get());
+        if (shown != AV_NOPTS_VALUE && shown > target) return timeOf(shown);
+    }
+    return std::nullopt;
 }
 
 bool PictureDecoder::sendNextPacket() {

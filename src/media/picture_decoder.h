@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -27,7 +28,10 @@ class PictureDecoder {
     /// Makes the picture shown at `time` the current one; the track's first picture when all come later; none when the
     /// track is empty. Jumps to a key picture where that is quicker than decoding on. Throws when damage keeps it from
     /// finding the picture.
-    void seek(const MediaTime& time);
+    ///
+    /// `passing`, if given, is called for every picture that is decoded on the way and is not the one sought, while it
+    /// is the current one. When it says false, the seek ends there: a later one can go on from that picture.
+    void seek(const MediaTime& time, const std::function<bool()>& passing = {});
 
     bool hasCurrent() const { return current_.frame != nullptr; }
     const AVFrame& current() const { return *current_.frame; }
@@ -39,6 +43,10 @@ class PictureDecoder {
 
     /// Makes the next picture the current one; none at the end. Throws where damage follows.
     void advance();
+
+    /// When the first key picture behind `time` is shown, where decoding can be taken up again after damage; nothing
+    /// when there is none, or the file ends before it. The next `seek` jumps.
+    std::optional<MediaTime> keyTimeAfter(const MediaTime& time);
 
     /// Where decoding failed, after something was thrown: as far as known, the first moment without picture.
     MediaTime failureTime() const { return failureTime_; }

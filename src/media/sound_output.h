@@ -38,7 +38,8 @@ class SoundOutput {
     /// Nothing happens when not running.
     virtual void stop() = 0;
 
-    /// Frames of this run that have been heard. Never goes back, never exceeds what `fill` has given.
+    /// Frames of this run, or of the last one, that have been heard. Never goes back within a run, never exceeds what
+    /// `fill` has given.
     virtual std::int64_t heardFrames() const = 0;
 };
 
@@ -46,7 +47,8 @@ class SoundOutput {
 /// output at once; a server that does not answer is given up after a second.
 std::unique_ptr<SoundOutput> makePulseOutput(std::string server = {});
 
-/// Plays nothing: the host clock says how much would have been heard.
+/// Plays nothing: the host clock says how much would have been heard. When the machine is too busy to ask for sound in
+/// time, this clock waits for it.
 std::unique_ptr<SoundOutput> makeSilentOutput();
 
 }  // namespace lumivastor

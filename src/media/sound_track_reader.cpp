@@ -32,6 +32,12 @@ SoundTrackReader::SoundTrackReader(CompositionTrack track, const PcmFormat& form
 
 SoundTrackReader::~SoundTrackReader() = default;
 
+void SoundTrackReader::seek(std::int64_t position) {
+    position_ = position;
+    segment_ = 0;
+    entered_ = false;
+}
+
 std::int64_t SoundTrackReader::frameAt(const MediaTime& time) const {
     return time.rescaled(format_.sampleRate).value;
 }

@@ -20,6 +20,9 @@ class SoundTrackReader {
     SoundTrackReader(CompositionTrack track, const PcmFormat& format, std::int64_t position);
     ~SoundTrackReader();
 
+    /// The next `read` begins with this frame of the timeline. The file stays open.
+    void seek(std::int64_t position);
+
     /// Fills whole frames; silence where the track has nothing. Throws `RecorderError`.
     void read(std::span<float> values);
 

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/devices/av_handles.h"
+
+namespace lumivastor {
+
+/// Turns a device's decoded sound, whatever it is, into 48000 Hz stereo in floating point. One thread.
+class DeviceSound {
+  public:
+    static constexpr int kSampleRate = 48000;
+    static constexpr int kChannels = 2;
+
+    /// Empty when the format cannot be converted.
+    std::vector<float> convert(const AVFrame& frame);
+
+    /// Seconds of sound that went in and have not come out yet.
+    double delay() const;
+
+  private:
+    AvHandle<SwrContext> resampler_;
+    int format_ = -1;
+    int sampleRate_ = 0;
+    int channels_ = 0;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "platform/capture_device.h"
+#include "platform/devices/av_handles.h"
+
+namespace lumivastor {
+
+/// What to open with libavdevice.
+struct LibavSource {
+    std::string format;  // of libavdevice: "v4l2" or "lavfi"
+    std::string url;     // a path, or a filter graph
+    std::map<std::string, std::string> options;
+};
+
+/// An open device of libavdevice, whose packets are decoded as they come. One thread.
+class LibavInput {
+  public:
+    enum class Kind { picture, sound, nothingYet, end };
+
+    /// Throws `RecorderError` when it cannot be opened.
+    explicit LibavInput(const LibavSource& source);
+    ~LibavInput();
+    LibavInput(const LibavInput&) = delete;
+    LibavInput& operator=(const LibavInput&) = delete;
+
+    bool hasPictures() const { return picture_.stream >= 0; }
+    bool hasSound() const { return sound_.stream >= 0; }
+    PictureSize size() const;
+
+    /// The next decoded frame. `nothingYet`: ask again a few milliseconds later (a V4L2 device), or a damaged one was
+    /// left out. `end`: the device is gone.
+    Kind read();
+
+    /// What `read` found last.
+    const AVFrame& frame() const { return *frame_; }
+    /// Its time stamp in seconds of the device's clock.
+    std::optional<double> stamp() const { return stamp_; }
+
+  private:
+    struct Track {
+        int stream = -1;
+        AvHandle<AVCodecContext> decoder;
+    };
+
+    void open(Track& track, int stream);
+    bool decode(Track& track);
+
+    AvHandle<AVFormatContext> input_;
+    Track picture_;
+    Track sound_;
+    AvHandle<AVPacket> packet_;
+    AvHandle<AVFrame> frame_;
+    std::optional<double> stamp_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/capture_device.h"
+#include "platform/device_outputs.h"
+#include "platform/devices/libav_input.h"
+
+namespace lumivastor {
+
+/// A capture session of a device that libavdevice opens: a V4L2 camera or capture card, or a synthetic device that a
+/// filter graph describes. On a thread of its own while it runs.
+class LibavSession final : public CaptureSession {
+  public:
+    struct Configuration {
+        std::string name;  // in messages
+        bool isExternal = false;
+        bool hasSound = false;
+        std::vector<PictureSize> presets;
+        PictureSize activeFormat;
+        /// What to open for a preset, or without one. The thread's.
+        std::function<LibavSource(std::optional<PictureSize>)> source;
+        /// Already open, for the first use without a preset; may be null.
+        std::unique_ptr<LibavInput> open;
+        /// The device delivers as fast as it is read: samples are held until their time.
+        bool needsPacing = false;
+    };
+
+    explicit LibavSession(Configuration configuration);
+    ~LibavSession() override;
+    LibavSession(const LibavSession&) = delete;
+    LibavSession& operator=(const LibavSession&) = delete;
+
+    bool canSetPreset(PictureSize size) const override;
+    void setPreset(PictureSize size) override;
+    PictureSize activeFormat() const override;
+    bool addVideoOutput(SerialQueue& queue, bool discardsLate,
+                        std::function<void(const DeviceSample&)> handler) override;
+    bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override;
+    void onInterruption(std::function<void(const std::string&)> handler) override;
+    void startRunning() override;
+    void stopRunning() override;
+
+  private:
+    class Reading;
+
+    void read();
+    /// Waits until the host clock says `hostSeconds`; false when it was told to stop.
+    bool waitUntil(double hostSeconds);
+
+    Configuration configuration_;
+    std::optional<PictureSize> preset_;
+    DeviceOutputs outputs_;
+    std::function<void(const std::string&)> interrupted_;
+    std::mutex lock_;
+    std::condition_variable wake_;
+    bool stopping_ = false;  // guarded by lock_
+    std::thread thread_;
+};
+
+}  // namespace lumivastor

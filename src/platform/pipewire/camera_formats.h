@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/capture_device.h"
+#include "platform/pipewire/pipewire_connection.h"
+
+struct spa_pod;
+
+namespace lumivastor {
+
+/// The sizes in which a camera delivers pictures: one, or everything between two.
+struct CameraSizes {
+    PictureSize least;
+    PictureSize most;
+
+    bool contains(PictureSize size) const {
+        return size.width >= least.width && size.width <= most.width && size.height >= least.height &&
+               size.height <= most.height;
+    }
+};
+
+/// What a format description of a node offers, the preferred size first. Empty for what this program cannot read.
+std::vector<CameraSizes> cameraSizes(const spa_pod* format);
+
+/// Asks a node for its formats. The first is the one that it delivers when nothing is asked for.
+std::vector<CameraSizes> askForCameraSizes(PipeWireConnection& connection, std::uint32_t node);
+
+/// FFmpeg's pixel format for one of PipeWire's; nothing for those that are not read here.
+std::optional<int> pixelFormat(std::uint32_t spaFormat);
+/// All of PipeWire's formats that `pixelFormat` knows, the cheapest to convert first.
+const std::vector<std::uint32_t>& readableFormats();
+
+}  // namespace lumivastor

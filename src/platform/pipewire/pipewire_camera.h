@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/capture_device.h"
+#include "platform/device_outputs.h"
+#include "platform/pipewire/camera_formats.h"
+
+namespace lumivastor {
+
+/// The default camera of a PipeWire server: the one that the session manager says, or else the first. Nothing when
+/// there is no server or it has none. `isCamera` may refuse some by their descriptions.
+std::optional<CaptureDevice> findPipeWireCamera(const std::string& remote,
+                                                const std::function<bool(const std::string& description)>& isCamera);
+
+/// A capture session of a PipeWire server's video source. On a thread of its own while it runs.
+class PipeWireCameraSession final : public CaptureSession {
+  public:
+    /// `node` by its name. Throws `RecorderError` when it is gone.
+    PipeWireCameraSession(std::string remote, std::string node, std::string name);
+    ~PipeWireCameraSession() override;
+    PipeWireCameraSession(const PipeWireCameraSession&) = delete;
+    PipeWireCameraSession& operator=(const PipeWireCameraSession&) = delete;
+
+    bool canSetPreset(PictureSize size) const override;
+    void setPreset(PictureSize size) override;
+    PictureSize activeFormat() const override;
+    bool addVideoOutput(SerialQueue& queue, bool discardsLate,
+                        std::function<void(const DeviceSample&)> handler) override;
+    bool addAudioOutput(SerialQueue&, std::function<void(const SoundBuffer&)>) override { return false; }
+    void onInterruption(std::function<void(const std::string&)> handler) override;
+    void startRunning() override;
+    void stopRunning() override;
+
+  private:
+    /// Until it is told to stop; throws `RecorderError` when the camera goes away.
+    void run();
+
+    std::string remote_;
+    std::string node_;
+    std::string name_;
+    std::vector<CameraSizes> sizes_;
+    std::optional<PictureSize> preset_;
+    DeviceOutputs outputs_;
+    std::function<void(const std::string&)> interrupted_;
+    std::atomic<bool> stopping_ = false;
+    std::thread thread_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/live_sound_source.h"
+#include "platform/pipewire/pipewire_connection.h"
+#include "platform/pipewire/sink_latency.h"
+#include "platform/steady_sound.h"
+
+namespace lumivastor {
+
+/// A stream that records the default sink's monitor or the default source.
+class PipeWireLine final : public SoundLine {
+  public:
+    enum class Kind { systemAudio, microphone };
+
+    /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
+    PipeWireLine(const std::string& remote, Kind kind, int sampleRate, int channels, SteadySound& steady);
+    ~PipeWireLine() override;
+    PipeWireLine(const PipeWireLine&) = delete;
+    PipeWireLine& operator=(const PipeWireLine&) = delete;
+
+    State run(double seconds) override;
+
+  private:
+    class Stream;
+
+    PipeWireConnection connection_;
+    std::unique_ptr<SinkLatency> latency_;  // system audio only
+    std::unique_ptr<Stream> stream_;
+};
+
+/// The default microphone among what the server has; nothing when there is none.
+std::optional<PipeWireConnection::Node> defaultMicrophone(const PipeWireConnection& connection);
+/// How many channels sources of it have.
+int microphoneChannels(const PipeWireConnection::Node& node);
+
+}  // namespace lumivastor

@@ -1,0 +1,70 @@
+#include "platform/pipewire/pipewire_sound_system.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/recorder_error.h"
+#include "platform/live_sound_source.h"
+#include "platform/pipewire/pipewire_connection.h"
+#include "platform/pipewire/pipewire_line.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr double kConnectSeconds = 3;
+constexpr double kProbeSeconds = 1;
+
+std::unique_ptr<SoundSource> makeSource(const std::string& remote, PipeWireLine::Kind kind, int sampleRate,
+                                        int channels) {
+    SteadySound::Options options;
+    options.sampleRate = sampleRate;
+    options.channels = channels;
+    // Times are those of the server's cycles and stray by microseconds.
+    options.jitterSeconds = 0.0005;
+    options.gapSeconds = 0.01;
+    options.settleSeconds = 0.1;
+    const auto channelsAtStart = [remote] {
+        const PipeWireConnection connection(remote, kConnectSeconds);
+        const auto found = defaultMicrophone(connection);
+        if (!found) throw RecorderError("Kein Mikrofon gefunden.");
+        return microphoneChannels(*found);
+    };
+    const auto open = [remote, kind, sampleRate](SteadySound& steady) {
+        return std::make_unique<PipeWireLine>(remote, kind, sampleRate, steady.channels(), steady);
+    };
+    return std::make_unique<LiveSoundSource>(options, open, channelsAtStart);
+}
+
+}  // namespace
+
+PipeWireSoundSystem::PipeWireSoundSystem(std::string remote) : remote_(std::move(remote)) {}
+
+std::unique_ptr<SoundSource> PipeWireSoundSystem::systemAudio(int sampleRate, int channels) {
+    return makeSource(remote_, PipeWireLine::Kind::systemAudio, sampleRate, channels);
+}
+
+std::unique_ptr<SoundSource> PipeWireSoundSystem::microphone(int sampleRate) {
+    return makeSource(remote_, PipeWireLine::Kind::microphone, sampleRate, 0);
+}
+
+std::optional<CaptureDevice> PipeWireSoundSystem::defaultMicrophone() {
+    try {
+        const PipeWireConnection connection(remote_, kConnectSeconds);
+        const auto node = lumivastor::defaultMicrophone(connection);
+        if (!node) return std::nullopt;
+        return CaptureDevice{node->name, node->description, false, microphoneChannels(*node)};
+    } catch (const RecorderError&) {
+        return std::nullopt;
+    }
+}
+
+bool PipeWireSoundSystem::hasSound() const {
+    try {
+        const PipeWireConnection connection(remote_, kProbeSeconds);
+        return connection.defaultName("audio.sink") || connection.defaultName("audio.source");
+    } catch (const RecorderError&) {
+        return false;
+    }
+}
+
+}  // namespace lumivastor

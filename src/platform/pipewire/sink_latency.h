@@ -1,0 +1,38 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "platform/pipewire/pipewire_connection.h"
+
+namespace lumivastor {
+
+/// How long it takes from a cycle of the server until the default sink's speakers play that cycle's sound. A monitor's
+/// own delay does not say that: it tells the way from the players to the monitor. Follows the default sink. One thread,
+/// unless a function says otherwise.
+class SinkLatency {
+  public:
+    explicit SinkLatency(PipeWireConnection& connection);
+    ~SinkLatency();
+    SinkLatency(const SinkLatency&) = delete;
+    SinkLatency& operator=(const SinkLatency&) = delete;
+
+    /// Looks whether the default sink is another one by now. What a sink says of itself arrives within
+    /// `PipeWireConnection::run`.
+    void update();
+
+    /// In seconds, when a cycle takes `cycleSeconds`. Any thread, realtime ones too.
+    double seconds(double cycleSeconds) const { return cycles_ * cycleSeconds + constantSeconds_; }
+
+  private:
+    class Watch;
+
+    PipeWireConnection& connection_;
+    std::atomic<double> cycles_ = 0;
+    std::atomic<double> constantSeconds_ = 0;
+    std::string sink_;
+    std::unique_ptr<Watch> watch_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,123 @@
+#include "platform/pulse/pulse_connection.h"
+
+#include <pulse/pulseaudio.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "base/host_clock.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr const char* kSilent = "Der Tonserver antwortet nicht.";
+// A server answers a question within milliseconds; one that is stopped never does.
+constexpr double kAnswerSeconds = 2;
+
+}  // namespace
+
+void PulseConnection::LoopDelete::operator()(pa_mainloop* loop) const {
+    pa_mainloop_free(loop);
+}
+
+void PulseConnection::ContextDelete::operator()(pa_context* context) const {
+    pa_context_set_subscribe_callback(context, nullptr, nullptr);
+    pa_context_disconnect(context);
+    pa_context_unref(context);
+}
+
+PulseConnection::PulseConnection(const std::string& server, double timeout) : loop_(pa_mainloop_new()) {
+    context_.reset(pa_context_new(pa_mainloop_get_api(loop_.get()), "LumiVastor"));
+    // Starting a server behind the user's back is not a recorder's business, and would take processes of its own.
+    if (pa_context_connect(context_.get(), server.empty() ? nullptr : server.c_str(), PA_CONTEXT_NOAUTOSPAWN, nullptr) <
+        0) {
+        throw RecorderError("Kein Tonserver gefunden.");
+    }
+    const bool done = runUntil([this] { return pa_context_get_state(context_.get()) == PA_CONTEXT_READY; }, timeout);
+    if (done) return;
+    throw RecorderError(isAlive() ? kSilent : "Kein Tonserver gefunden.");
+}
+
+PulseConnection::~PulseConnection() = default;
+
+bool PulseConnection::isAlive() const {
+    return PA_CONTEXT_IS_GOOD(pa_context_get_state(context_.get())) != 0;
+}
+
+void PulseConnection::run(double seconds) {
+    const auto microseconds = static_cast<int>(std::clamp(seconds, 0.0, 1.0) * 1e6);
+    if (pa_mainloop_prepare(loop_.get(), microseconds) < 0) return;
+    if (pa_mainloop_poll(loop_.get()) < 0) return;
+    pa_mainloop_dispatch(loop_.get());
+}
+
+bool PulseConnection::runUntil(const std::function<bool()>& done, double timeout) {
+    const double until = hostClockSeconds() + timeout;
+    while (!done()) {
+        const double left = until - hostClockSeconds();
+        if (left <= 0 || !isAlive()) return false;
+        run(left);
+    }
+    return true;
+}
+
+void PulseConnection::await(pa_operation* operation) {
+    if (operation == nullptr) throw RecorderError(kSilent);
+    const bool done =
+        runUntil([&] { return pa_operation_get_state(operation) != PA_OPERATION_RUNNING; }, kAnswerSeconds);
+    // Its callback writes to the caller's variables.
+    if (!done) pa_operation_cancel(operation);
+    pa_operation_unref(operation);
+    if (!done) throw RecorderError(kSilent);
+}
+
+PulseConnection::Server PulseConnection::server() {
+    Server found;
+    const auto take = [](pa_context*, const pa_server_info* info, void* data) {
+        if (info == nullptr) return;
+        const auto text = [](const char* one) { return std::string(one == nullptr ? "" : one); };
+        auto& server = *static_cast<Server*>(data);
+        server.name = text(info->server_name);
+        server.version = text(info->server_version);
+        server.defaultSink = text(info->default_sink_name);
+        server.defaultSource = text(info->default_source_name);
+        server.isPipeWire = server.name.find("PipeWire") != std::string::npos;
+    };
+    await(pa_context_get_server_info(context_.get(), take, &found));
+    return found;
+}
+
+std::optional<PulseConnection::Source> PulseConnection::source(const std::string& name) {
+    std::optional<Source> found;
+    const auto take = [](pa_context*, const pa_source_info* info, int end, void* data) {
+        if (info == nullptr || end != 0) return;
+        auto& source = *static_cast<std::optional<Source>*>(data);
+        source = Source{info->name, info->description == nullptr ? info->name : info->description,
+                        info->sample_spec.channels, info->monitor_of_sink != PA_INVALID_INDEX};
+    };
+    await(pa_context_get_source_info_by_name(context_.get(), name.c_str(), take, &found));
+    return found;
+}
+
+std::optional<std::string> PulseConnection::monitor(const std::string& sink) {
+    std::optional<std::string> found;
+    const auto take = [](pa_context*, const pa_sink_info* info, int end, void* data) {
+        if (info == nullptr || end != 0 || info->monitor_source_name == nullptr) return;
+        *static_cast<std::optional<std::string>*>(data) = info->monitor_source_name;
+    };
+    await(pa_context_get_sink_info_by_name(context_.get(), sink.c_str(), take, &found));
+    return found;
+}
+
+void PulseConnection::watchServer(std::function<void()> changed) {
+    serverChanged_ = std::move(changed);
+    const auto tell = [](pa_context*, pa_subscription_event_type_t, uint32_t, void* data) {
+        static_cast<PulseConnection*>(data)->serverChanged_();
+    };
+    pa_context_set_subscribe_callback(context_.get(), tell, this);
+    const auto ignore = [](pa_context*, int, void*) {};
+    await(pa_context_subscribe(context_.get(), PA_SUBSCRIPTION_MASK_SERVER, ignore, nullptr));
+}
+
+}  // namespace lumivastor

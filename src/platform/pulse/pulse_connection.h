@@ -1,0 +1,71 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+struct pa_context;
+struct pa_mainloop;
+struct pa_operation;
+
+namespace lumivastor {
+
+/// A connection to a PulseAudio server that is worked by the thread that owns it: nothing happens but within its calls.
+class PulseConnection {
+  public:
+    struct Server {
+        std::string name;
+        std::string version;
+        std::string defaultSink;
+        std::string defaultSource;
+        bool isPipeWire = false;
+    };
+    struct Source {
+        std::string name;
+        std::string description;
+        int channels = 0;
+        bool isMonitor = false;
+    };
+
+    /// Throws `RecorderError` when nobody answers within `timeout` seconds.
+    PulseConnection(const std::string& server, double timeout);
+    ~PulseConnection();
+    PulseConnection(const PulseConnection&) = delete;
+    PulseConnection& operator=(const PulseConnection&) = delete;
+
+    pa_context* context() const { return context_.get(); }
+    bool isAlive() const;
+
+    /// Waits for up to `seconds` for something to happen, and lets it.
+    void run(double seconds);
+    /// Runs until `done`; false when it took longer than `timeout` seconds or the connection broke.
+    bool runUntil(const std::function<bool()>& done, double timeout);
+
+    /// Ask the server. All throw `RecorderError` when it does not answer.
+    Server server();
+    /// Nothing when there is no such source.
+    std::optional<Source> source(const std::string& name);
+
+    /// The name of the source that shows what a sink plays; nothing when there is no such sink.
+    std::optional<std::string> monitor(const std::string& sink);
+
+    /// Calls `changed`, within `run`, whenever the server's defaults may have changed.
+    void watchServer(std::function<void()> changed);
+
+  private:
+    struct LoopDelete {
+        void operator()(pa_mainloop* loop) const;
+    };
+    struct ContextDelete {
+        void operator()(pa_context* context) const;
+    };
+
+    void await(pa_operation* operation);
+
+    std::unique_ptr<pa_mainloop, LoopDelete> loop_;
+    std::unique_ptr<pa_context, ContextDelete> context_;
+    std::function<void()> serverChanged_;
+};
+
+}  // namespace lumivastor

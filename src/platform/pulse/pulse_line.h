@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/live_sound_source.h"
+#include "platform/pulse/pulse_connection.h"
+#include "platform/steady_sound.h"
+
+struct pa_operation;
+struct pa_stream;
+
+namespace lumivastor {
+
+/// A stream that records the default sink's monitor or the default source.
+class PulseLine final : public SoundLine {
+  public:
+    enum class Kind { systemAudio, microphone };
+
+    /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
+    PulseLine(const std::string& server, Kind kind, int sampleRate, int channels, SteadySound& steady);
+    ~PulseLine() override;
+    PulseLine(const PulseLine&) = delete;
+    PulseLine& operator=(const PulseLine&) = delete;
+
+    State run(double seconds) override;
+
+  private:
+    struct StreamDelete {
+        void operator()(pa_stream* stream) const;
+    };
+
+    struct QuestionDelete {
+        void operator()(pa_operation* question) const;
+    };
+    /// When one frame was or will be heard.
+    struct Timing {
+        std::int64_t frame = 0;
+        double hostSeconds = 0;
+    };
+
+    std::string defaultDevice();
+    void connect();
+    /// Asks the server for its latencies; the answer comes within `run`. Interpolating between them, as the library
+    /// offers, takes seconds to get over the change that a new stream brings to a sink's latency; the raw ones are
+    /// exact from the first on.
+    void askForTiming();
+    void takeTiming();
+    void read();
+    /// When a frame was heard, of which and its successors `waitingFrames` have arrived.
+    double heardAt(std::int64_t frame, std::int64_t waitingFrames) const;
+    bool isFollowing();
+
+    PulseConnection connection_;
+    Kind kind_;
+    int sampleRate_;
+    int channels_;
+    SteadySound& steady_;
+    bool isPipeWire_ = false;
+    std::string device_;
+    std::unique_ptr<pa_stream, StreamDelete> stream_;
+    std::unique_ptr<pa_operation, QuestionDelete> question_;  // that is on its way
+    std::optional<Timing> timing_;                            // the latest
+    std::int64_t frame_ = 0;
+    bool defaultsMayHaveChanged_ = false;
+};
+
+}  // namespace lumivastor

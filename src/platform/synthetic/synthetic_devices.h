@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/capture_device.h"
+
+namespace lumivastor {
+
+/// A camera, capture card or microphone that is worked by hand, for tests of whatever records from one. Any thread.
+class SyntheticDevice {
+  public:
+    /// A camera of 640 × 480 without presets and without sound; the calls below make something else of it.
+    explicit SyntheticDevice(CaptureDevice description);
+    ~SyntheticDevice();
+
+    CaptureDevice description() const;
+
+    // What sessions that are opened from now on find.
+    void setPresets(std::vector<PictureSize> presets);
+    void setActiveFormat(PictureSize size);
+    void setHasVideo(bool hasVideo);
+    void setHasAudio(bool hasAudio);
+    /// Opening throws a `RecorderError` that says this; nothing: it works again.
+    void failOpens(std::optional<std::string> message);
+    /// Running begins with an interruption that says this; nothing: it works again.
+    void failStarts(std::optional<std::string> message);
+
+    /// Whether a session of this device is running.
+    bool isRunning() const;
+    /// How often the device was opened.
+    int opened() const;
+    /// What the session opened last delivers: its preset, or else the active format.
+    PictureSize size() const;
+
+    // All of these: whether a session was running; otherwise they do nothing.
+    bool emitPicture(double hostSeconds, std::shared_ptr<const BgraPremultipliedBuffer> image);
+    /// An opaque picture of `size()` in one grey.
+    bool emitPicture(double hostSeconds, std::uint8_t grey = 128);
+    bool emitSound(const SoundBuffer& buffer);
+    /// As if the device were unplugged: tells the session, which then gets nothing more.
+    bool interrupt(const std::string& reason);
+
+    /// For `SyntheticCaptureDevices`.
+    std::unique_ptr<CaptureSession> open();
+
+  private:
+    class State;
+    class Session;
+
+    std::shared_ptr<State> state_;
+};
+
+/// The devices of a machine that a test describes. Any thread.
+class SyntheticCaptureDevices final : public CaptureDevices {
+  public:
+    /// Null: there is none. All of them may be set and looked at while they are in use.
+    void setDefaultCamera(std::shared_ptr<SyntheticDevice> camera);
+    void setDefaultMicrophone(std::shared_ptr<SyntheticDevice> microphone);
+    void addExternalDevice(std::shared_ptr<SyntheticDevice> device);
+
+    // CaptureDevices
+    std::optional<CaptureDevice> defaultCamera() override;
+    std::optional<CaptureDevice> defaultMicrophone() override;
+    std::vector<CaptureDevice> externalDevices() override;
+    /// By the device's id, among those above.
+    std::unique_ptr<CaptureSession> open(const CaptureDevice& device) override;
+
+  private:
+    std::mutex lock_;
+    std::shared_ptr<SyntheticDevice> camera_;                 // guarded by lock_
+    std::shared_ptr<SyntheticDevice> microphone_;             // guarded by lock_
+    std::vector<std::shared_ptr<SyntheticDevice>> external_;  // guarded by lock_
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,165 @@
+#include "platform/synthetic/synthetic_sound.h"
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "base/precondition.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+
+/// What the sources and the system share.
+class SyntheticSoundSystem::Hub {
+  public:
+    std::mutex lock;
+    std::optional<CaptureDevice> microphone;                      // guarded by lock
+    std::optional<std::string> failures[2];                       // guarded by lock; by kind
+    std::vector<std::pair<Kind, std::weak_ptr<Source>>> running;  // guarded by lock
+
+    std::vector<std::shared_ptr<Source>> sources(Kind kind) {
+        const std::scoped_lock hold(lock);
+        std::vector<std::shared_ptr<Source>> found;
+        for (const auto& [itsKind, weak] : running) {
+            if (auto source = weak.lock(); source && itsKind == kind) found.push_back(std::move(source));
+        }
+        return found;
+    }
+};
+
+/// The part of a source that outlives it while a buffer is on its way.
+class SyntheticSoundSystem::Source {
+  public:
+    Source(int sampleRate, int channels) : sampleRate_(sampleRate), channels_(channels) {}
+
+    int sampleRate() const { return sampleRate_; }
+    int channels() const { return channels_; }
+
+    void open(SoundSource::Handler handler, SoundSource::EndHandler ended) {
+        const std::scoped_lock hold(calling_);
+        handler_ = std::move(handler);
+        ended_ = std::move(ended);
+    }
+    void close() {
+        const std::scoped_lock hold(calling_);
+        handler_ = nullptr;
+        ended_ = nullptr;
+    }
+    void hear(const SoundBuffer& buffer) {
+        const std::scoped_lock hold(calling_);
+        if (handler_) handler_(buffer);
+    }
+    void end(const std::string& reason) {
+        const std::scoped_lock hold(calling_);
+        if (const auto ended = std::exchange(ended_, nullptr)) ended(reason);
+    }
+
+  private:
+    const int sampleRate_;
+    const int channels_;
+    // Held during the calls out: stopping has to wait for the one under way, as with a real server.
+    std::mutex calling_;
+    SoundSource::Handler handler_;   // guarded by calling_
+    SoundSource::EndHandler ended_;  // guarded by calling_
+};
+
+namespace {
+
+template <typename Hub, typename Source>
+class SyntheticSource final : public SoundSource {
+  public:
+    SyntheticSource(std::shared_ptr<Hub> hub, SyntheticSoundSystem::Kind kind, std::shared_ptr<Source> source)
+        : hub_(std::move(hub)), kind_(kind), source_(std::move(source)) {}
+    ~SyntheticSource() override { stop(); }
+    SyntheticSource(const SyntheticSource&) = delete;
+    SyntheticSource& operator=(const SyntheticSource&) = delete;
+
+    void start(Handler handler, EndHandler ended) override {
+        precondition(!started_, "a sound source starts once");
+        started_ = true;
+        const std::scoped_lock hold(hub_->lock);
+        if (const auto& failure = hub_->failures[static_cast<std::size_t>(kind_)]) throw RecorderError(*failure);
+        if (kind_ == SyntheticSoundSystem::Kind::microphone && !hub_->microphone) {
+            throw RecorderError("Kein Mikrofon gefunden.");
+        }
+        source_->open(std::move(handler), std::move(ended));
+        hub_->running.emplace_back(kind_, source_);
+    }
+
+    void stop() override {
+        {
+            const std::scoped_lock hold(hub_->lock);
+            std::erase_if(hub_->running, [this](const auto& entry) { return entry.second.lock() == source_; });
+        }
+        source_->close();
+    }
+
+  private:
+    std::shared_ptr<Hub> hub_;
+    SyntheticSoundSystem::Kind kind_;
+    std::shared_ptr<Source> source_;
+    bool started_ = false;
+};
+
+}  // namespace
+
+SyntheticSoundSystem::SyntheticSoundSystem() : hub_(std::make_shared<Hub>()) {
+    hub_->microphone = CaptureDevice{"synthetic-microphone", "Testmikrofon", false, 1};
+}
+
+SyntheticSoundSystem::~SyntheticSoundSystem() = default;
+
+std::unique_ptr<SoundSource> SyntheticSoundSystem::systemAudio(int sampleRate, int channels) {
+    return std::make_unique<SyntheticSource<Hub, Source>>(hub_, Kind::systemAudio,
+                                                          std::make_shared<Source>(sampleRate, channels));
+}
+
+std::unique_ptr<SoundSource> SyntheticSoundSystem::microphone(int sampleRate) {
+    const auto device = defaultMicrophone();
+    const int channels = device && device->channels > 0 ? device->channels : 1;
+    return std::make_unique<SyntheticSource<Hub, Source>>(hub_, Kind::microphone,
+                                                          std::make_shared<Source>(sampleRate, channels));
+}
+
+std::optional<CaptureDevice> SyntheticSoundSystem::defaultMicrophone() {
+    const std::scoped_lock hold(hub_->lock);
+    return hub_->microphone;
+}
+
+void SyntheticSoundSystem::setDefaultMicrophone(std::optional<CaptureDevice> microphone) {
+    const std::scoped_lock hold(hub_->lock);
+    hub_->microphone = std::move(microphone);
+}
+
+void SyntheticSoundSystem::failStarts(Kind kind, std::optional<std::string> message) {
+    const std::scoped_lock hold(hub_->lock);
+    hub_->failures[static_cast<std::size_t>(kind)] = std::move(message);
+}
+
+bool SyntheticSoundSystem::emit(Kind kind, const SoundBuffer& buffer) {
+    const auto sources = hub_->sources(kind);
+    for (const auto& source : sources) source->hear(buffer);
+    return !sources.empty();
+}
+
+bool SyntheticSoundSystem::emit(Kind kind, double hostSeconds, std::size_t frames, float value) {
+    const auto sources = hub_->sources(kind);
+    for (const auto& source : sources) {
+        const std::vector<float> values(frames * static_cast<std::size_t>(source->channels()), value);
+        source->hear({hostSeconds, source->sampleRate(), source->channels(), values});
+    }
+    return !sources.empty();
+}
+
+bool SyntheticSoundSystem::end(Kind kind, const std::string& reason) {
+    const auto sources = hub_->sources(kind);
+    for (const auto& source : sources) source->end(reason);
+    return !sources.empty();
+}
+
+int SyntheticSoundSystem::running(Kind kind) const {
+    return static_cast<int>(hub_->sources(kind).size());
+}
+
+}  // namespace lumivastor

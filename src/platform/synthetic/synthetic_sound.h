@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/sound_system.h"
+
+namespace lumivastor {
+
+/// A sound server whose sound is made by hand, for tests of whatever listens. Sources that it has made stay usable for
+/// as long as they live, also without it. Any thread; handlers run on the thread that emits, so a source is not to be
+/// stopped out of its own handler.
+class SyntheticSoundSystem final : public SoundSystem {
+  public:
+    enum class Kind { systemAudio, microphone };
+
+    /// With a default microphone of one channel.
+    SyntheticSoundSystem();
+    ~SyntheticSoundSystem() override;
+
+    // SoundSystem
+    std::unique_ptr<SoundSource> systemAudio(int sampleRate, int channels) override;
+    std::unique_ptr<SoundSource> microphone(int sampleRate) override;
+    std::optional<CaptureDevice> defaultMicrophone() override;
+
+    /// Nothing: there is no microphone, and starting one fails.
+    void setDefaultMicrophone(std::optional<CaptureDevice> microphone);
+    /// From now on starting this kind throws a `RecorderError` that says `message`; nothing: it works again.
+    void failStarts(Kind kind, std::optional<std::string> message);
+
+    /// Hands `buffer` as it stands to every running source of this kind. Whether there was one.
+    bool emit(Kind kind, const SoundBuffer& buffer);
+    /// The same with `frames` frames of one value, in the rate and the number of channels that each source was asked
+    /// for.
+    bool emit(Kind kind, double hostSeconds, std::size_t frames, float value = 0);
+    /// Tells every running source of this kind that its sound has ended. What is emitted afterwards still arrives, as
+    /// after a server's restart. Whether there was one.
+    bool end(Kind kind, const std::string& reason);
+
+    /// Sources of this kind that are running at this moment.
+    int running(Kind kind) const;
+
+  private:
+    class Hub;
+    class Source;
+
+    std::shared_ptr<Hub> hub_;
+};
+
+}  // namespace lumivastor

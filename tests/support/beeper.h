@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace lumivastor {
+
+/// Plays a beep twice a second to a sink of a sound server that speaks PulseAudio's protocol, and knows when each was
+/// to be heard: by the server's own word on its latency, with a line fitted through. On a thread of its own until it is
+/// destroyed. Each beep is 20 ms of 1 kHz in both channels; between them is silence.
+class Beeper {
+  public:
+    static constexpr double kBetweenBeeps = 0.5;
+
+    /// Throws std::runtime_error when the server or the sink is not there.
+    Beeper(const std::string& server, const std::string& sink);
+    ~Beeper();
+
+    /// Host seconds of the beginning of every beep that was heard up to now, ascending.
+    std::vector<double> beeps() const;
+
+  private:
+    class Player;
+    std::unique_ptr<Player> player_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/sound_system.h"
+
+namespace lumivastor {
+
+/// Takes what a sound source hands over, and finds beeps in it. Any thread. Outlives the source's run.
+class HeardSound {
+  public:
+    /// What to start a source with.
+    SoundSource::Handler handler();
+    SoundSource::EndHandler endHandler();
+
+    /// Host seconds of the beginning of each beep (see `Beeper`) in what was heard, ascending.
+    std::vector<double> beeps() const;
+    std::vector<std::string> ends() const;
+    std::vector<SoundBuffer> buffers() const;
+    /// Frames that were heard, and how often the time jumped between two buffers by more than a frame.
+    std::size_t frames() const;
+    int jumps() const;
+    /// Whether times ever ran backward.
+    bool ranBackward() const;
+    void clear();
+
+    /// Waits until `count` beeps were heard; false when that takes longer than `timeout` seconds.
+    bool awaitBeeps(std::size_t count, double timeout = 60) const;
+    bool awaitFrames(std::size_t count, double timeout = 60) const;
+    bool awaitEnd(double timeout = 60) const;
+
+  private:
+    mutable std::mutex lock_;
+    std::vector<SoundBuffer> buffers_;  // guarded by lock_
+    std::vector<std::string> ends_;     // guarded by lock_
+};
+
+/// For each beep that was heard, how much later it is than the nearest that was played, in seconds. Leaves out those
+/// heard before the first or behind the last that was played.
+std::vector<double> beepErrors(const std::vector<double>& heard, const std::vector<double>& played);
+
+/// The errors' range and mean in milliseconds, for a test's output.
+std::string describeErrors(const std::vector<double>& errors);
+
+}  // namespace lumivastor

@@ -1,0 +1,120 @@
+#include "support/player_fixture.h"
+
+#include <chrono>
+#include <utility>
+
+#include "imaging/painter.h"
+#include "media/played_ranges.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{60};
+
+}  // namespace
+
+int pictureNumber(const Picture& picture) {
+    BgraPremultipliedBuffer pixels(static_cast<int>(picture.extent().width), static_cast<int>(picture.extent().height));
+    Painter(1).paint(picture, pixels);
+    return testPictureNumber(pixels);
+}
+
+PlayerFixture::~PlayerFixture() {
+    player_.reset();
+}
+
+void PlayerFixture::makeMovie() {
+    makeTestMovie(folder_ / "a.mov", options_);
+}
+
+PlayerItem PlayerFixture::item() const {
+    const auto asset = std::make_shared<const Asset>(folder_ / "a.mov");
+    PlayerItem item;
+    item.movie = MutableComposition::showing(asset);
+    for (const auto& track : item.movie.tracks(TrackKind::video)) item.screenTrackId = track.id;
+    for (const auto& track : item.movie.tracks(TrackKind::audio)) item.audioMix.push_back({track.id, 1.0F});
+    item.compositor = [](const Picture& screen, const std::optional<Picture>&, double) { return screen; };
+    item.canvasWidth = options_.width;
+    item.canvasHeight = options_.height;
+    item.framesPerSecond = options_.frameRate;
+    item.duration = asset->duration().seconds();
+    item.playedRanges = {{0, item.duration}};
+    return item;
+}
+
+void PlayerFixture::open(PlayerItem item) {
+    auto sound = std::make_unique<ManualSoundOutput>();
+    sound_ = sound.get();
+    player_ = std::make_unique<Player>(loop_, std::move(sound));
+    listen();
+    player_->setItem(std::move(item));
+    ASSERT_TRUE(await([this] { return !shown_.empty(); }));
+}
+
+void PlayerFixture::openSilently(PlayerItem item) {
+    player_ = std::make_unique<Player>(loop_, nullptr);
+    listen();
+    player_->setItem(std::move(item));
+    ASSERT_TRUE(await([this] { return !shown_.empty(); }));
+}
+
+void PlayerFixture::listen() {
+    player_->onFrame([this](const Player::Frame& frame, double seconds) {
+        lastSeconds_ = seconds;
+        shown_.push_back({testPictureNumber(*frame), seconds, player_->currentTime(), frame});
+    });
+    player_->onTimeChanged([this](double seconds) { times_.push_back(seconds); });
+    player_->onPlayedToEnd([this] { ++ends_; });
+    player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
+}
+
+bool PlayerFixture::await(const std::function<bool()>& isSo) {
+    const auto until = std::chrono::steady_clock::now() + kPatience;
+    bool result = isSo();
+    if (result) return true;
+    const auto timer = loop_.every(0.001, [&] {
+        result = isSo();
+        if (result || std::chrono::steady_clock::now() > until) loop_.stop();
+    });
+    loop_.run();
+    return result;
+}
+
+void PlayerFixture::settle() {
+    bool isDone = false;
+    loop_.async([&] { isDone = true; });
+    EXPECT_TRUE(await([&] { return isDone; }));
+}
+
+bool PlayerFixture::seek(double seconds) {
+    std::optional<bool> finished;
+    player_->seek(seconds, [&](bool isFinished) { finished = isFinished; });
+    EXPECT_TRUE(await([&] { return finished.has_value(); }));
+    return finished.value_or(false);
+}
+
+void PlayerFixture::playUntil(double seconds, const std::function<void()>& check) {
+    constexpr double kStep = 1.0 / 120;
+    while (player_->rate() > 0 && player_->currentTime() < seconds - kStep / 2) {
+        sound_->advance(kStep);
+        settle();
+        const double now = player_->currentTime();
+        // Sound that is not decoded yet is waited for, and so is the frame that is due.
+        const double frameLength = 1.0 / options_.frameRate;
+        ASSERT_TRUE(await([&] { return player_->rate() == 0 || lastSeconds_ > now - frameLength - 0.001; })) << now;
+        if (check) check();
+    }
+}
+
+int PlayerFixture::expectedNumber(double seconds) const {
+    const int count =
+        options_.pictureTicks.empty() ? options_.pictures : static_cast<int>(options_.pictureTicks.size());
+    int shown = 0;
+    for (int i = 0; i < count; ++i) {
+        if (testPictureSeconds(options_, i) <= seconds + 0.0001) shown = i;
+    }
+    return shown;
+}
+
+}  // namespace lumivastor

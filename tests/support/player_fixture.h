@@ -1,0 +1,74 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/main_loop.h"
+#include "media/player.h"
+#include "support/manual_sound_output.h"
+#include "support/temporary_folder.h"
+#include "support/test_movie.h"
+
+namespace lumivastor {
+
+/// A player of a small movie with numbered pictures, on a main loop and with a sound device that the test works by
+/// hand.
+class PlayerFixture : public testing::Test {
+  protected:
+    /// A frame that the player handed over.
+    struct Shown {
+        int number = -1;  // of the screen picture in it
+        double seconds = 0;
+        double clock = 0;  // what the player said the time was
+        Player::Frame frame;
+    };
+
+    ~PlayerFixture() override;
+
+    /// "a.mov" as options_ say.
+    void makeMovie();
+    /// The movie, whole, with the screen picture filling the canvas.
+    PlayerItem item() const;
+    /// Shows an item in a new player and waits for its first frame.
+    void open(PlayerItem item);
+    void openSilently(PlayerItem item);
+
+    /// Runs the main loop until something is so; false when that takes longer than a minute.
+    bool await(const std::function<bool()>& isSo);
+    /// Runs it until everything that is on its way has arrived.
+    void settle();
+    /// Seeks and waits; whether the seek finished.
+    bool seek(double seconds);
+    /// Moves the sound device's time by as much as it takes to get to a moment, a 120th at a time, and waits each time
+    /// for the frame that is due. `check` is called in between.
+    void playUntil(double seconds, const std::function<void()>& check = {});
+
+    /// The number of the movie's picture that is shown at a moment.
+    int expectedNumber(double seconds) const;
+    int lastNumber() const { return shown_.empty() ? -1 : shown_.back().number; }
+
+    TemporaryFolder folder_;
+    TestMovieOptions options_;
+    BlockingMainLoop loop_;
+    ManualSoundOutput* sound_ = nullptr;  // the player's
+    std::unique_ptr<Player> player_;
+    std::vector<Shown> shown_;
+    std::vector<double> times_;
+    std::vector<std::string> errors_;
+    int ends_ = 0;
+
+  private:
+    void listen();
+
+    double lastSeconds_ = -1;  // of the frame shown last
+};
+
+/// The number in a recipe of a numbered picture; -1 when it shows none.
+int pictureNumber(const Picture& picture);
+
+}  // namespace lumivastor

@@ -1,0 +1,58 @@
+#include "support/seen_pictures.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "base/host_clock.h"
+
+namespace lumivastor {
+namespace {
+
+template <typename Done>
+bool await(double timeout, Done done) {
+    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+}  // namespace
+
+void SeenPictures::watch(CaptureSession& session, bool discardsLate) {
+    EXPECT_TRUE(session.addVideoOutput(queue_, discardsLate, [this](const DeviceSample& sample) {
+        const BgraPremultipliedBuffer& image = *sample.image;
+        const std::uint8_t* const pixel = image.pixel(image.width() / 2, image.height() / 2);
+        EXPECT_EQ(pixel[3], 255);
+        const std::scoped_lock hold(lock_);
+        pictures_.push_back({sample.hostSeconds, hostClockSeconds(), image.width(), image.height(), pixel[1]});
+    }));
+    hasSound_ = session.addAudioOutput(queue_, sound_.handler());
+    session.onInterruption([this](const std::string& reason) {
+        const std::scoped_lock hold(lock_);
+        interruptions_.push_back(reason);
+    });
+}
+
+std::vector<SeenPictures::Seen> SeenPictures::pictures() const {
+    const std::scoped_lock hold(lock_);
+    return pictures_;
+}
+
+std::vector<std::string> SeenPictures::interruptions() const {
+    const std::scoped_lock hold(lock_);
+    return interruptions_;
+}
+
+bool SeenPictures::awaitPictures(std::size_t count, double timeout) const {
+    return await(timeout, [&] { return pictures().size() >= count; });
+}
+
+bool SeenPictures::awaitInterruption(double timeout) const {
+    return await(timeout, [&] { return !interruptions().empty(); });
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/serial_queue.h"
+#include "platform/capture_device.h"
+#include "support/heard_sound.h"
+
+namespace lumivastor {
+
+/// Takes what a capture session delivers. Any thread. Outlives the session's run.
+class SeenPictures {
+  public:
+    struct Seen {
+        double hostSeconds = 0;
+        double arrived = 0;  // host seconds, at the handler
+        int width = 0;
+        int height = 0;
+        int grey = 0;  // of the green value in the middle
+    };
+
+    /// Adds outputs for pictures and, where the session has some, sound; listens for interruptions.
+    void watch(CaptureSession& session, bool discardsLate = false);
+
+    std::vector<Seen> pictures() const;
+    std::vector<std::string> interruptions() const;
+    const HeardSound& sound() const { return sound_; }
+    bool hasSound() const { return hasSound_; }
+    /// Waits; false when it takes longer than `timeout` seconds.
+    bool awaitPictures(std::size_t count, double timeout = 60) const;
+    bool awaitInterruption(double timeout = 60) const;
+    /// Everything that waits in the queue has been taken.
+    void drain() { queue_.drain(); }
+
+  private:
+    mutable std::mutex lock_;
+    std::vector<Seen> pictures_;              // guarded by lock_
+    std::vector<std::string> interruptions_;  // guarded by lock_
+    HeardSound sound_;
+    bool hasSound_ = false;
+    SerialQueue queue_{"test.device"};  // last: its work uses everything above
+};
+
+}  // namespace lumivastor
