@@ -12,7 +12,13 @@ Composition::Composition(const std::filesystem::path& folder, int canvasWidth, i
       recording_(std::make_shared<const Recording>(Recording::load(folder))),
       cursorAssets_(loadCursorAssets(folder, recording_->track.cursorImages)) {
     precondition(canvasWidth >= 1 && canvasHeight >= 1, "a canvas has an area");
-    rebuild(ProjectSettings::load(folder));
+    rebuild(ProjectSettings::load(folder), nullptr);
+}
+
+Composition::Composition(const Composition& other, const ProjectSettings& settings, int canvasWidth, int canvasHeight)
+    : canvas_{canvasWidth, canvasHeight}, recording_(other.recording_), cursorAssets_(other.cursorAssets_) {
+    precondition(canvasWidth >= 1 && canvasHeight >= 1, "a canvas has an area");
+    rebuild(settings, other.state().get());
 }
 
 std::shared_ptr<Composition::Shown> Composition::shown() const {
@@ -25,17 +31,16 @@ std::shared_ptr<const EditState> Composition::state() const {
 }
 
 void Composition::setSettings(const ProjectSettings& settings) {
-    if (settings == state()->settings) return;
-    rebuild(settings);
+    const auto previous = state();
+    if (settings != previous->settings) rebuild(settings, previous.get());
 }
 
-void Composition::rebuild(const ProjectSettings& settings) {
-    const std::shared_ptr<Shown> previous = shown();
+void Composition::rebuild(const ProjectSettings& settings, const EditState* previous) {
     auto next = std::make_shared<Shown>();
-    next->state = deriveEditState(*recording_, settings, canvas_, previous ? previous->state.get() : nullptr);
+    next->state = deriveEditState(*recording_, settings, canvas_, previous);
     const std::scoped_lock guard(stateLock_);
-    // The old state goes after the lock: `previous` still holds it.
-    shown_ = std::move(next);
+    // The old state goes after the lock.
+    shown_.swap(next);
 }
 
 Picture Composition::compose(const Picture& source, const std::optional<Picture>& webcam, double t) const {

@@ -27,6 +27,9 @@ class Composition {
     /// Opens a folder: reads its documents and cursor pictures and derives the first state. Canvas sizes in pixels, at
     /// least 1. Throws `RecorderError`.
     Composition(const std::filesystem::path& folder, int canvasWidth, int canvasHeight);
+    /// The same recording on another canvas. Reads nothing anew: the documents, and the cursor path where the settings
+    /// leave it as it is, are shared. Throws `RecorderError` when the settings cannot be drawn.
+    Composition(const Composition& other, const ProjectSettings& settings, int canvasWidth, int canvasHeight);
 
     int canvasWidth() const { return canvas_.width; }
     int canvasHeight() const { return canvas_.height; }
@@ -72,7 +75,7 @@ class Composition {
     };
 
     std::shared_ptr<Shown> shown() const;
-    void rebuild(const ProjectSettings& settings);
+    void rebuild(const ProjectSettings& settings, const EditState* previous);
 
     const CanvasSize canvas_;
     const std::shared_ptr<const Recording> recording_;

@@ -79,6 +79,21 @@ TEST_F(CompositionTest, EqualSettingsDoNotRebuild) {
     EXPECT_EQ(composition.state()->layout.screenRect, (Rect{0, 0, 1280, 720}));
 }
 
+TEST_F(CompositionTest, OnAnotherCanvasTheRecordingAndItsCursorPathAreShared) {
+    const Composition small(folder_.path(), 1280, 720);
+    ProjectSettings settings = small.settings();
+    settings.padding = 0;
+    const Composition large(small, settings, 2560, 1440);
+    EXPECT_EQ(large.settings(), settings);
+    EXPECT_EQ(large.state()->layout.screenRect, (Rect{0, 0, 2560, 1440}));
+    EXPECT_EQ(&large.recording(), &small.recording());
+    EXPECT_EQ(large.state()->cursorEngine, small.state()->cursorEngine);
+    EXPECT_EQ(large.cursorAssets().size(), 1u);
+    EXPECT_EQ(small.canvasWidth(), 1280);
+    settings.padding = 1e308;
+    EXPECT_THROW(Composition(small, settings, 640, 360), RecorderError);
+}
+
 TEST_F(CompositionTest, SettingsThatCannotBeDrawnChangeNothing) {
     Composition composition(folder_.path(), 1280, 720);
     const auto before = composition.state();

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QColorDialog>
+#include <QPointer>
+#include <functional>
+
+namespace lumivastor {
+
+/// A button that shows a colour and lets the user choose another, which takes effect while it is being chosen. Keeps
+/// the components that it is given exactly until then.
+class ColourWell final : public QAbstractButton {
+  public:
+    /// sRGB, 0 to 1 each.
+    struct Components {
+        double red = 0, green = 0, blue = 0;
+
+        bool operator==(const Components&) const = default;
+    };
+
+    explicit ColourWell(QWidget* parent = nullptr);
+
+    const Components& components() const { return components_; }
+    /// Tells nobody.
+    void setComponents(const Components& components);
+
+    /// The user has chosen another colour.
+    std::function<void()> chosen;
+
+    /// What is chosen from, while it is open.
+    QColorDialog* dialog() const { return dialog_; }
+
+    QSize sizeHint() const override;
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    void openDialog();
+
+    Components components_;
+    QPointer<QColorDialog> dialog_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,93 @@
+#include "editor/editor_builders.h"
+
+#include <QFrame>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <utility>
+
+#include "editor/icons.h"
+#include "editor/look.h"
+#include "editor/text_labels.h"
+
+namespace lumivastor {
+
+void setNames(QWidget& control, const ControlNames& names) {
+    control.setObjectName(names.name);
+    control.setAccessibleName(QString::fromUtf8(names.accessible));
+    control.setToolTip(QString::fromUtf8(names.toolTip));
+}
+
+QPushButton* smallButton(const QString& text, const QString& iconName, const ControlNames& names,
+                         std::function<void()> action) {
+    auto* button = new QPushButton(text);
+    if (!iconName.isEmpty()) button->setIcon(icon(iconName));
+    button->setIconSize({16, 16});
+    if (text.isEmpty()) button->setProperty("role", "icon");
+    // The pointer does not take the keyboard away from where it is.
+    button->setFocusPolicy(Qt::TabFocus);
+    setNames(*button, names);
+    QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
+    return button;
+}
+
+QLabel* toolHeading(const QString& text) {
+    auto* label = new QLabel(text);
+    label->setProperty("role", "tool");
+    look::spaceCapitals(*label);
+    return label;
+}
+
+QLabel* secondLabel(const QString& text) {
+    auto* label = new QLabel(text);
+    label->setProperty("role", "second");
+    return label;
+}
+
+QLabel* valueLabel(const QString& name) {
+    auto* label = new DigitLabel;
+    label->setObjectName(name);
+    label->setProperty("role", "value");
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    return label;
+}
+
+Card::Card(QLayout& column, const QString& title) : frame_(new QFrame), rows_(new QGridLayout) {
+    frame_->setProperty("role", "card");
+    auto* layout = new QVBoxLayout(frame_);
+    layout->setContentsMargins(look::kApart, look::kApart - 2, look::kApart, look::kApart - 2);
+    layout->setSpacing(look::kNear - 2);
+    auto* heading = new QLabel(title);
+    heading->setProperty("role", "heading");
+    layout->addWidget(heading);
+    rows_->setContentsMargins(0, 0, 0, 0);
+    rows_->setHorizontalSpacing(look::kNear);
+    rows_->setVerticalSpacing(look::kTight - 1);
+    rows_->setColumnStretch(1, 1);
+    // Captions and values are equally wide in all cards, so that sliders begin and end below each other.
+    rows_->setColumnMinimumWidth(0, look::smallTextWidth("Hintergrund"));
+    rows_->setColumnMinimumWidth(2, look::smallTextWidth("0 % (stumm)"));
+    layout->addLayout(rows_);
+    column.addWidget(frame_);
+}
+
+void Card::addRow(const QString& caption, QWidget* control, QLabel* value) {
+    const int row = rows_->rowCount();
+    rows_->setRowMinimumHeight(row, 24);
+    auto* label = secondLabel(caption);
+    label->setBuddy(control);
+    rows_->addWidget(label, row, 0, Qt::AlignVCenter);
+    const bool fills = control->sizePolicy().horizontalPolicy() != QSizePolicy::Fixed;
+    rows_->addWidget(control, row, 1, 1, value ? 1 : 2, fills ? Qt::Alignment() : Qt::AlignLeft | Qt::AlignVCenter);
+    if (value) rows_->addWidget(value, row, 2);
+}
+
+QFrame* separator() {
+    auto* line = new QFrame;
+    line->setProperty("role", "line");
+    line->setFixedHeight(1);
+    return line;
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,389 @@
+#include "editor/editor_window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTextEdit>
+#include <QUrl>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/host_clock.h"
+#include "base/recorder_error.h"
+#include "editor/file_viewer.h"
+#include "editor/frame_time.h"
+#include "editor/labels.h"
+#include "editor/look.h"
+#include "editor/mask_draw_view.h"
+#include "editor/preview_view.h"
+#include "editor/text_labels.h"
+#include "editor/timeline_strip.h"
+#include "editor/value_slider.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kWidth = 1320;
+constexpr int kLeastWidth = 1180;
+constexpr int kLeastHeight = 800;
+constexpr int kLeastHeightWithWebcam = 930;
+// The window opens this much higher than it has to be.
+constexpr int kAir = 20;
+
+bool isText(const QWidget* widget) {
+    return qobject_cast<const QLineEdit*>(widget) != nullptr || qobject_cast<const QTextEdit*>(widget) != nullptr ||
+           qobject_cast<const QPlainTextEdit*>(widget) != nullptr;
+}
+
+std::filesystem::path droppedFolder(const QMimeData& data) {
+    for (const QUrl& url : data.urls()) {
+        if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir()) return url.toLocalFile().toStdString();
+    }
+    return {};
+}
+
+}  // namespace
+
+EditorWindow::EditorWindow(const std::filesystem::path& folder, MainLoop& loop, Options options)
+    : loop_(loop), options_([&options] {
+          if (!options.clock) options.clock = hostClockSeconds;
+          if (!options.reveal) options.reveal = revealInFileViewer;
+          return std::move(options);
+      }()) {
+    openSession(folder);
+    build();
+    setUpPlayer();
+    refresh();
+    refreshTransport();
+    qApp->installEventFilter(this);
+}
+
+EditorWindow::~EditorWindow() {
+    shutDown();
+}
+
+void EditorWindow::openSession(const std::filesystem::path& folder) {
+    EditSession::Options options;
+    options.clock = options_.clock;
+    options.changed = [this] { refresh(); };
+    options.status = [this](const std::string& text) { setStatus(text); };
+    options.beep = [] { QApplication::beep(); };
+    session_ = std::make_unique<EditSession>(folder, loop_, std::move(options));
+
+    const std::shared_ptr<const Composition> composition = session_->composition();
+    const CaptureInfo& info = composition->info();
+    assets_ = openRecordingAssets(composition->recording());
+    const KeptSegment whole{0, info.duration};
+    source_ = makeCutComposition({&whole, 1}, assets_, composition->recording().webcamOffset());
+    live_ = std::make_shared<LiveComposition>(composition);
+
+    PlayerControls player;
+    player.play = [this] { player_->play(); };
+    player.pause = [this] { player_->pause(); };
+    player.seek = [this](double seconds, std::function<void()> ended) {
+        player_->seek(seconds, [ended = std::move(ended)](bool) { ended(); });
+    };
+    transport_ = std::make_unique<Transport>(
+        std::move(player), Transport::Options{info.duration, info.fps, [this] { refreshTransport(); }});
+}
+
+void EditorWindow::build() {
+    const std::filesystem::path name =
+        folder().has_filename() ? folder().filename() : folder().parent_path().filename();
+    setWindowTitle("LumiVastor – " + QString::fromStdString(name.string()));
+    setProperty("role", "window");
+    setAttribute(Qt::WA_StyledBackground);
+    setAcceptDrops(true);
+    // It has the keyboard itself until the user moves on with the tabulator.
+    setFocusPolicy(Qt::ClickFocus);
+    setFocus();
+    setStyleSheet(look::styleSheet(font()));
+    const CaptureInfo& info = session_->info();
+    controls_ = std::make_unique<EditorControls>(
+        *this, EditorControls::Recording{info.duration, frameLength(info.fps), session_->hasWebcam()}, actions());
+    controls_->previewView->setCanvas(LiveComposition::kCanvas);
+    controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
+    controls_->setMaskDrawing(false);
+
+    const int height = session_->hasWebcam() ? kLeastHeightWithWebcam : kLeastHeight;
+    // With larger type everything still has its room.
+    const QSize least = layout()->minimumSize().expandedTo({kLeastWidth, height});
+    setMinimumSize(least);
+    resize(least.expandedTo({kWidth, height + kAir}));
+}
+
+EditorActions EditorWindow::actions() {
+    EditorActions actions;
+    const auto atPlayhead = [this](void (EditSession::*command)(double)) {
+        return [this, command] { (session_.get()->*command)(transport_->playhead()); };
+    };
+    const auto plain = [this](void (EditSession::*command)()) {
+        return [this, command] { (session_.get()->*command)(); };
+    };
+    actions.togglePlayback = [this] { transport_->toggle(); };
+    actions.step = [this](double seconds) { transport_->step(seconds); };
+    actions.scrub = [this](double seconds) { transport_->scrub(seconds); };
+    actions.setTrimStart = atPlayhead(&EditSession::setTrimStart);
+    actions.setTrimEnd = atPlayhead(&EditSession::setTrimEnd);
+    actions.resetTrim = plain(&EditSession::resetTrim);
+    actions.markCutStart = atPlayhead(&EditSession::markCutStart);
+    actions.addCut = atPlayhead(&EditSession::addCut);
+    actions.removeLastCut = plain(&EditSession::removeLastCut);
+    actions.selectZoom = [this](int index) {
+        session_->selectZoom(index);
+        showSelectedZoom();
+    };
+    actions.showZoom = [this] { showSelectedZoom(); };
+    actions.addZoom = [this] { addZoom(); };
+    actions.deleteZoom = plain(&EditSession::deleteSelectedZoom);
+    actions.resetZooms = plain(&EditSession::resetZoomsToAuto);
+    actions.toggleMaskDrawing = [this] { setMaskDrawing(!controls_->maskDrawView->isDrawing()); };
+    actions.removeLastMask = plain(&EditSession::removeLastMask);
+    actions.removeAllMasks = plain(&EditSession::removeAllMasks);
+    actions.settingChanged = [this] { session_->applyControls(controls_->values()); };
+    actions.render = [this] { renderMovie(); };
+    actions.cancelRender = [this] {
+        if (exportJob_) exportJob_->cancel();
+    };
+    actions.reveal = [this] { options_.reveal(lastRenderURL_); };
+    return actions;
+}
+
+void EditorWindow::setUpPlayer() {
+    player_ = std::make_unique<Player>(loop_, options_.makeSoundOutput ? options_.makeSoundOutput() : nullptr);
+    player_->onFrame([this](const Player::Frame& frame, double) { controls_->previewView->setFrame(frame); });
+    player_->onTimeChanged([this](double seconds) { transport_->timePassed(seconds); });
+    player_->onPlayedToEnd([this] { transport_->ended(); });
+    player_->onError([this](const RecorderError& error) {
+        Log::write("Editor", "Vorschau: " + error.message());
+        setStatus(error.message());
+    });
+    controls_->previewView->resized = [this](PixelSize size) { player_->setOutputSize(size.width, size.height); };
+
+    const CaptureInfo& info = session_->info();
+    PlayerItem item;
+    item.movie = source_.movie;
+    item.screenTrackId = source_.screenTrackId;
+    item.webcamTrackId = source_.webcamTrackId;
+    item.audioMix = makeAudioMix(info, session_->settings(), source_.audioTrackIds);
+    item.compositor = [live = live_](const Picture& screen, const std::optional<Picture>& webcam, double seconds) {
+        return live->compose(screen, webcam, seconds);
+    };
+    item.canvasWidth = LiveComposition::kCanvas.width;
+    item.canvasHeight = LiveComposition::kCanvas.height;
+    item.framesPerSecond = static_cast<double>(std::max<std::int64_t>(info.fps, 1));
+    item.duration = info.duration;
+    const PixelSize size = controls_->previewView->pixelSize();
+    player_->setOutputSize(std::max(size.width, 1), std::max(size.height, 1));
+    player_->setItem(std::move(item));
+}
+
+void EditorWindow::refresh() {
+    const auto state = session_->composition()->state();
+    controls_->setValues(session_->controls());
+    std::vector<std::string> items;
+    for (const ZoomSpec& zoom : state->zoomSpecs) {
+        items.push_back(labels::zoomItem(static_cast<int>(items.size()) + 1, zoom));
+    }
+    controls_->setZoomItems(items, session_->selectedZoom());
+    controls_->zoomModeLabel->setText(QString::fromStdString(labels::zoomMode(session_->hasManualZooms())));
+    controls_->trimLabel->setFullText(QString::fromStdString(labels::trim(state->trim, session_->info().fps)));
+    controls_->cutLabel->setFullText(
+        QString::fromStdString(labels::cuts(state->settings.cuts, session_->pendingCutStart())));
+    controls_->maskLabel->setFullText(
+        QString::fromStdString(labels::masks(state->settings.masks.size(), controls_->maskDrawView->isDrawing())));
+    controls_->lengthLabel->setText(QString::fromStdString(labels::videoLength(state->outputDuration)));
+    controls_->timelineStrip->setContent(state, session_->pendingCutStart(), session_->selectedZoom());
+    if (state != shownState_) {
+        shownState_ = state;
+        refreshPlayer();
+    }
+}
+
+void EditorWindow::refreshPlayer() {
+    const std::vector<KeptSegment>& kept = shownState_->keptSegments;
+    transport_->setPlayed(shownState_->trim, kept.empty() ? shownState_->trim.start : kept.back().end);
+    live_->set(session_->composition());
+    std::vector<PlayedRange> ranges;
+    for (const KeptSegment& segment : kept) ranges.push_back({segment.start, segment.end});
+    player_->setPlayedRanges(std::move(ranges));
+    player_->setAudioMix(makeAudioMix(session_->info(), shownState_->settings, source_.audioTrackIds));
+    // What plays asks for its frames anyway; only a frame that stands has to be made anew.
+    if (transport_->isPlaying()) return;
+    player_->setVideoCompositor([live = live_](const Picture& screen, const std::optional<Picture>& webcam,
+                                               double seconds) { return live->compose(screen, webcam, seconds); });
+}
+
+void EditorWindow::refreshTransport() {
+    const double playhead = transport_->playhead();
+    controls_->timeSlider->setDoubleValue(playhead);
+    controls_->timeLabel->setText(QString::fromStdString(labels::time(playhead, session_->info().fps)));
+    controls_->timelineStrip->setPlayhead(playhead);
+    controls_->setPlaying(transport_->isPlaying());
+}
+
+void EditorWindow::addZoom() {
+    session_->addZoom(transport_->playhead(), controls_->zoomSlider->doubleValue());
+    showSelectedZoom();
+}
+
+void EditorWindow::showSelectedZoom() {
+    if (const auto moment = session_->selectedZoomMoment()) transport_->jump(*moment);
+}
+
+void EditorWindow::setMaskDrawing(bool drawing) {
+    if (drawing) transport_->pause();
+    controls_->setMaskDrawing(drawing);
+    refresh();
+}
+
+void EditorWindow::finishMask(const Rect& viewRect) {
+    const Rect onCanvas = canvasRect(viewRect, controls_->previewView->shownRect(),
+                                     {session_->composition()->canvasWidth(), session_->composition()->canvasHeight()});
+    session_->addMask(onCanvas, transport_->playhead());
+    setMaskDrawing(false);
+}
+
+void EditorWindow::renderMovie() {
+    if (exportJob_) return;
+    transport_->pause();
+    controls_->revealRenderButton->hide();
+    session_->saveNow();
+    ExportJob::Callbacks callbacks;
+    callbacks.progress = [this](double fraction) {
+        controls_->progressBar->setValue(static_cast<int>(std::lround(fraction * controls_->progressBar->maximum())));
+        if (exportJob_->wasCancelled()) return;
+        setStatus(labels::rendering(exportJob_->width(), exportJob_->height(),
+                                    remaining_->update(fraction, options_.clock())));
+    };
+    callbacks.completion = [this](const RenderOutcome& outcome) { renderCompleted(outcome); };
+    try {
+        exportJob_ =
+            std::make_unique<ExportJob>(*session_->composition(), session_->settings(), loop_, std::move(callbacks));
+    } catch (const RecorderError& error) {
+        setStatus("Export fehlgeschlagen: " + error.message());
+        return;
+    }
+    remaining_.emplace(options_.clock());
+    controls_->setRendering(true);
+    setStatus(labels::rendering(exportJob_->width(), exportJob_->height()));
+}
+
+void EditorWindow::renderCompleted(const RenderOutcome& outcome) {
+    const bool cancelled = exportJob_->wasCancelled();
+    exportJob_.reset();
+    controls_->setRendering(false);
+    if (const auto* result = std::get_if<RenderResult>(&outcome)) {
+        lastRenderURL_ = result->url;
+        controls_->revealRenderButton->show();
+        setStatus(labels::rendered(result->seconds, result->zoomCount, result->url.filename().string()));
+        return;
+    }
+    const std::string message = std::get<RecorderError>(outcome).message();
+    if (cancelled) {
+        setStatus("Rendern abgebrochen.");
+        return;
+    }
+    Log::write("Editor", "Render-Fehler: " + message);
+    setStatus("Fehlgeschlagen: " + message);
+}
+
+bool EditorWindow::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() != QEvent::KeyPress || closed_) return false;
+    auto* widget = qobject_cast<QWidget*>(object);
+    if (widget == nullptr || widget->window() != this || isText(QApplication::focusWidget())) return false;
+    const auto* press = static_cast<QKeyEvent*>(event);
+    return handleKey(press->key(), press->modifiers() & ~Qt::KeypadModifier, press->isAutoRepeat());
+}
+
+bool EditorWindow::handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRepeated) {
+    const bool shift = modifiers == Qt::ShiftModifier;
+    const double step = shift ? 1.0 : frameLength(session_->info().fps);
+    const bool plain = modifiers == Qt::NoModifier;
+    switch (key) {
+        case Qt::Key_Space:
+            if (!plain) return false;
+            if (!isRepeated) transport_->toggle();
+            return true;
+        case Qt::Key_Escape:
+            if (!controls_->maskDrawView->isDrawing()) return false;
+            setMaskDrawing(false);
+            return true;
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+            if (!plain && !shift) return false;
+            transport_->step(key == Qt::Key_Left ? -step : step);
+            return true;
+        case Qt::Key_Z:
+            if (modifiers == Qt::ControlModifier) {
+                session_->undo();
+            } else if (modifiers == (Qt::ControlModifier | Qt::ShiftModifier)) {
+                session_->redo();
+            } else {
+                return false;
+            }
+            return true;
+        case Qt::Key_W:
+            if (modifiers != Qt::ControlModifier) return false;
+            close();
+            return true;
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            // The space bar plays, so that this presses what has the keyboard.
+            if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); button != nullptr && plain) {
+                button->click();
+                return true;
+            }
+            if (auto* menu = qobject_cast<QComboBox*>(focusWidget()); menu != nullptr && plain) {
+                menu->showPopup();
+                return true;
+            }
+            return false;
+        default:
+            return false;
+    }
+}
+
+void EditorWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (options_.openFolder && !droppedFolder(*event->mimeData()).empty()) event->acceptProposedAction();
+}
+
+void EditorWindow::dropEvent(QDropEvent* event) {
+    const std::filesystem::path folder = droppedFolder(*event->mimeData());
+    if (folder.empty() || !options_.openFolder) return;
+    event->acceptProposedAction();
+    // Not from within the drag: opening may show a message.
+    loop_.async([open = options_.openFolder, folder] { open(folder); });
+}
+
+void EditorWindow::closeEvent(QCloseEvent* event) {
+    shutDown();
+    event->accept();
+    if (options_.closed) options_.closed();
+}
+
+void EditorWindow::shutDown() {
+    if (std::exchange(closed_, true)) return;
+    qApp->removeEventFilter(this);
+    transport_->pause();
+    // Ends a running export and waits for it: no half-written file is left.
+    exportJob_.reset();
+    session_->saveNow();
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <QWidget>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/main_loop.h"
+#include "edit/cut_composition.h"
+#include "editor/edit_session.h"
+#include "editor/editor_controls.h"
+#include "editor/export_job.h"
+#include "editor/live_composition.h"
+#include "editor/remaining_time.h"
+#include "editor/transport.h"
+#include "media/player.h"
+
+namespace lumivastor {
+
+/// The editor's window: the preview of one recording, its time line, and the controls of everything that can be edited.
+/// Wires them together; what they do is decided in `EditSession`, `Transport` and `ExportJob`. Main thread.
+class EditorWindow final : public QWidget {
+  public:
+    struct Options {
+        /// Where the preview's sound goes; without it nothing is heard.
+        std::function<std::unique_ptr<SoundOutput>()> makeSoundOutput;
+        /// Shows a rendered movie to the user; the desktop's file viewer unless set.
+        std::function<void(const std::filesystem::path& file)> reveal;
+        /// A folder was dropped on the window.
+        std::function<void(const std::filesystem::path& folder)> openFolder;
+        /// The window has closed, and everything is saved.
+        std::function<void()> closed;
+        /// Seconds of any clock that never runs backward; the host clock unless set.
+        std::function<double()> clock;
+    };
+
+    /// Opens a recording folder; `show` shows the window. The loop outlives the window. Throws `RecorderError`.
+    EditorWindow(const std::filesystem::path& folder, MainLoop& loop, Options options);
+    /// Closes it, where it is still open.
+    ~EditorWindow() override;
+
+    const std::filesystem::path& folder() const { return session_->composition()->folder(); }
+    EditSession& session() { return *session_; }
+    Transport& transport() { return *transport_; }
+    EditorControls& controls() { return *controls_; }
+    bool isRendering() const { return exportJob_ != nullptr; }
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    /// Sees the keys before the control that has the keyboard does.
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+  private:
+    void openSession(const std::filesystem::path& folder);
+    void build();
+    EditorActions actions();
+    void setUpPlayer();
+    void refresh();
+    void refreshTransport();
+    void refreshPlayer();
+
+    bool handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRepeated);
+    void setMaskDrawing(bool drawing);
+    void finishMask(const Rect& viewRect);
+    void addZoom();
+    void showSelectedZoom();
+    void renderMovie();
+    void renderCompleted(const RenderOutcome& outcome);
+    void setStatus(const std::string& text) { controls_->setStatus(text); }
+    void shutDown();
+
+    MainLoop& loop_;
+    const Options options_;
+    std::unique_ptr<EditSession> session_;
+    RecordingAssets assets_;
+    CutComposition source_;  // the whole recording, uncut
+    std::shared_ptr<LiveComposition> live_;
+    std::unique_ptr<Transport> transport_;
+    std::unique_ptr<EditorControls> controls_;
+    std::shared_ptr<const EditState> shownState_;
+    std::unique_ptr<Player> player_;
+
+    std::unique_ptr<ExportJob> exportJob_;
+    std::optional<RemainingTime> remaining_;
+    std::filesystem::path lastRenderURL_;
+    bool closed_ = false;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/main_loop.h"
+#include "media/sound_output.h"
+
+namespace lumivastor {
+
+class EditorWindow;
+
+/// The editors that are open, each on a folder of its own. Main thread.
+class EditorWindows {
+  public:
+    struct Options {
+        std::function<std::unique_ptr<SoundOutput>()> makeSoundOutput;
+        /// A folder that was dropped on an editor cannot be opened: a German sentence.
+        std::function<void(const std::string& message)> failed;
+    };
+
+    /// The loop outlives this.
+    EditorWindows(MainLoop& loop, Options options);
+    /// Closes all of them; everything is saved.
+    ~EditorWindows();
+
+    /// Shows the editor of a recording folder: the one that is open, or a new one. Throws `RecorderError` when the
+    /// folder holds nothing that can be edited.
+    EditorWindow& open(const std::filesystem::path& folder);
+
+    /// How many there are, those counted that have closed a moment ago.
+    std::size_t count() const { return editors_.size(); }
+
+  private:
+    struct Editor;
+    void openDropped(const std::filesystem::path& folder);
+
+    MainLoop& loop_;
+    const Options options_;
+    std::vector<std::unique_ptr<Editor>> editors_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "edit/timeline.h"
+#include "model/project_settings.h"
+
+// What the window's labels say. Times in seconds of source time; German, UTF-8.
+
+namespace lumivastor::labels {
+
+/// "Bereich: 0.000 – 12.500 s (Bild 0 – 750)".
+std::string trim(const TrimRange& range, std::int64_t fps);
+
+/// The cuts, or what to do next once a cut's start is set.
+std::string cuts(const std::vector<CutRange>& cuts, const std::optional<double>& pendingStart);
+
+/// "3.250 s · Bild 195".
+std::string time(double seconds, std::int64_t fps);
+
+/// By how much a zoom enlarges: "60 %" for 1.6.
+std::string zoomPercent(double scale);
+
+/// "100 %", and " (stumm)" behind it where nothing is heard.
+std::string volume(double value);
+
+/// "12.5 %".
+std::string crop(double fraction);
+
+/// "Video: 10.5 s", "Video: 61:05 min".
+std::string videoLength(double seconds);
+
+/// "88 %" for 0.88.
+std::string percent(double fraction);
+/// "1.7×".
+std::string magnification(double factor);
+/// "26 px".
+std::string pixels(double count);
+
+/// An item of the list of zooms; `number` from 1.
+std::string zoomItem(int number, const ZoomSpec& zoom);
+
+std::string zoomMode(bool byHand);
+
+std::string masks(std::size_t count, bool isDrawing);
+
+/// "Rendere in 1920×1080 …".
+std::string rendering(int width, int height);
+/// The same with what is known of the remaining seconds.
+std::string rendering(int width, int height, const std::optional<double>& remaining);
+
+/// "Fertig: 12.5 s, 3 Zooms – studio-output.mp4".
+std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName);
+
+/// "noch 42 s", "noch 3 min 20 s", "noch 1 h 5 min"; rounded up, coarser the longer it is, so that it does not flicker.
+std::string remainingTime(double seconds);
+
+}  // namespace lumivastor::labels

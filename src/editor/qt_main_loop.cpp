@@ -1,0 +1,51 @@
+#include "editor/qt_main_loop.h"
+
+#include <QMetaObject>
+#include <QTimer>
+#include <cmath>
+#include <utility>
+
+namespace lumivastor {
+
+namespace {
+
+class QtTimer final : public MainLoop::Timer {
+  public:
+    QtTimer(double seconds, std::function<void()> work) : timer_(new QTimer) {
+        timer_->setTimerType(Qt::PreciseTimer);
+        timer_->setInterval(static_cast<int>(std::lround(seconds * 1000)));
+        // The work may end its own timer, and goes on to its end then.
+        const auto shared = std::make_shared<std::function<void()>>(std::move(work));
+        QObject::connect(timer_, &QTimer::timeout, timer_, [shared] {
+            const auto running = shared;
+            (*running)();
+        });
+        timer_->start();
+    }
+    ~QtTimer() override {
+        // Possibly from within its own timeout.
+        timer_->stop();
+        timer_->disconnect();
+        timer_->deleteLater();
+    }
+    QtTimer(const QtTimer&) = delete;
+    QtTimer& operator=(const QtTimer&) = delete;
+
+  private:
+    QTimer* timer_;
+};
+
+}  // namespace
+
+QtMainLoop::QtMainLoop() = default;
+QtMainLoop::~QtMainLoop() = default;
+
+void QtMainLoop::async(std::function<void()> work) {
+    QMetaObject::invokeMethod(&receiver_, std::move(work), Qt::QueuedConnection);
+}
+
+std::unique_ptr<MainLoop::Timer> QtMainLoop::every(double seconds, std::function<void()> work) {
+    return std::make_unique<QtTimer>(seconds, std::move(work));
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+
+#include "base/main_loop.h"
+
+namespace lumivastor {
+
+/// The main loop with Qt's event loop behind it. Made and destroyed on the thread of the QApplication; whoever hands
+/// work over from other threads has stopped doing so by then.
+class QtMainLoop final : public MainLoop {
+  public:
+    QtMainLoop();
+    ~QtMainLoop() override;
+
+    /// What is still waiting when the loop is destroyed does not run.
+    void async(std::function<void()> work) override;
+    [[nodiscard]] std::unique_ptr<Timer> every(double seconds, std::function<void()> work) override;
+
+  private:
+    QObject receiver_;
+};
+
+}  // namespace lumivastor

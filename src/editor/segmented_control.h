@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QFrame>
+#include <functional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+class QAbstractButton;
+class QButtonGroup;
+
+namespace lumivastor {
+
+/// A row of segments of which one is selected. Up and down move the selection with the keyboard.
+class SegmentedControl final : public QFrame {
+  public:
+    /// `accessibleName` is what is being chosen.
+    SegmentedControl(std::span<const std::string_view> titles, const QString& accessibleName,
+                     QWidget* parent = nullptr);
+
+    /// -1 when none is selected.
+    int index() const;
+    /// Tells nobody. Anything but an index selects none.
+    void setIndex(int index);
+    QAbstractButton* segment(int index) const { return segments_[static_cast<std::size_t>(index)]; }
+
+    /// The user has selected a segment.
+    std::function<void()> selected;
+
+  private:
+    QButtonGroup* group_;
+    std::vector<QAbstractButton*> segments_;
+};
+
+}  // namespace lumivastor

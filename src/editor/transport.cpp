@@ -1,0 +1,81 @@
+#include "editor/transport.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "editor/frame_time.h"
+
+namespace lumivastor {
+
+namespace {
+
+// This close to the end there is nothing worth playing, in seconds.
+constexpr double kAtEnd = 0.05;
+
+}  // namespace
+
+Transport::Transport(PlayerControls player, Options options)
+    : player_(std::move(player)), options_(std::move(options)), seeks_(player_.seek), lastPlayed_(options_.duration) {}
+
+double Transport::playheadFrame() const {
+    return snappedToFrame(playhead_, options_.fps);
+}
+
+void Transport::setPlayed(const TrimRange& trim, double lastKept) {
+    firstPlayed_ = trim.start;
+    lastPlayed_ = lastKept;
+}
+
+void Transport::toggle() {
+    if (playing_) {
+        pause();
+        return;
+    }
+    if (playhead_ >= std::min(lastPlayed_, options_.duration) - kAtEnd) moveTo(firstPlayed_);
+    playing_ = true;
+    player_.play();
+    options_.changed();
+}
+
+void Transport::pause() {
+    if (!playing_) return;
+    playing_ = false;
+    player_.pause();
+    options_.changed();
+}
+
+void Transport::step(double seconds) {
+    pause();
+    moveTo(snappedToFrame(std::clamp(playhead_ + seconds, 0.0, options_.duration), options_.fps));
+    options_.changed();
+}
+
+void Transport::scrub(double seconds) {
+    pause();
+    moveTo(std::clamp(seconds, 0.0, options_.duration));
+    options_.changed();
+}
+
+void Transport::jump(double seconds) {
+    moveTo(std::clamp(seconds, 0.0, options_.duration));
+    options_.changed();
+}
+
+void Transport::timePassed(double seconds) {
+    // A seek that has been asked for but is not through must not be taken back by where the player still is.
+    if (!playing_ || seeks_.isBusy()) return;
+    playhead_ = seconds;
+    options_.changed();
+}
+
+void Transport::ended() {
+    playing_ = false;
+    options_.changed();
+}
+
+void Transport::moveTo(double seconds) {
+    playhead_ = seconds;
+    seeks_.request(seconds);
+}
+
+}  // namespace lumivastor

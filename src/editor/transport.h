@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "edit/timeline.h"
+#include "editor/seek_queue.h"
+
+namespace lumivastor {
+
+/// What plays: the part of a player that the transport needs.
+struct PlayerControls {
+    std::function<void()> play;
+    std::function<void()> pause;
+    SeekQueue::Seek seek;
+};
+
+/// The playhead: what play, stepping and scrubbing do with it. Its times are the recording's own, in seconds; what
+/// trims and cuts leave out can be reached but is not played. Main thread.
+class Transport {
+  public:
+    struct Options {
+        double duration = 0;  // of the recording
+        std::int64_t fps = 60;
+        /// The playhead or what plays has changed.
+        std::function<void()> changed;
+    };
+
+    Transport(PlayerControls player, Options options);
+
+    double playhead() const { return playhead_; }
+    /// The playhead at the beginning of its frame: where edits take place.
+    double playheadFrame() const;
+    bool isPlaying() const { return playing_; }
+    double duration() const { return options_.duration; }
+
+    /// What is played: from `trim.start` on, up to `lastKept`, the end of what trims and cuts leave.
+    void setPlayed(const TrimRange& trim, double lastKept);
+
+    /// The play button. At the end, or with nothing left to be played, it begins anew.
+    void toggle();
+    void pause();
+    /// One frame or one second on, or back where negative.
+    void step(double seconds);
+    /// The time slider is dragged.
+    void scrub(double seconds);
+    /// Goes where an edit wants to be looked at; what plays goes on from there.
+    void jump(double seconds);
+
+    /// The player says where it is while it plays.
+    void timePassed(double seconds);
+    /// The player has come to the end.
+    void ended();
+
+  private:
+    void moveTo(double seconds);
+
+    const PlayerControls player_;
+    const Options options_;
+    SeekQueue seeks_;
+    double playhead_ = 0;
+    double firstPlayed_ = 0;
+    double lastPlayed_ = 0;
+    bool playing_ = false;
+};
+
+}  // namespace lumivastor
