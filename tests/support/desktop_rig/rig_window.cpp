@@ -164,6 +164,16 @@ void RigWindow::drawPattern(int seed) {
     sync();
 }
 
+void RigWindow::drawPixels(const std::vector<std::uint32_t>& pixels) {
+    {
+        const std::scoped_lock guard(lock_);
+        if (pixels.size() != pixels_.size()) throw std::invalid_argument("a picture of the window's size");
+        for (std::size_t i = 0; i < pixels.size(); ++i) pixels_[i] = (pixels[i] & 0xffffff) | alpha();
+        paint();
+    }
+    sync();
+}
+
 // In bands: a request has a longest length.
 void RigWindow::paint() {
     const std::uint8_t depth = options_.hasAlpha ? 32 : screenOf(connection_)->root_depth;

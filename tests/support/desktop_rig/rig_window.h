@@ -48,6 +48,8 @@ class RigWindow {
     void fill(std::uint32_t color, int x, int y, int width, int height);
     /// Paints a picture of which every pixel has another colour: see `patternAt`.
     void drawPattern(int seed);
+    /// Paints a picture of the window's size: 0xRRGGBB for each pixel, the top row first.
+    void drawPixels(const std::vector<std::uint32_t>& pixels);
     /// Paints a number as a row of 16 blocks, the lowest bit first, white for 1 and black for 0; each as wide as a
     /// sixteenth of the window and as high as the window. At once where the window has up to 60,000 pixels.
     void drawCounter(int number);

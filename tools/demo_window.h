@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+
+#include "base/geometry.h"
+#include "support/desktop_rig/rig_window.h"
+
+namespace lumivastor {
+
+/// The window of a small text editor that demonstrations are recorded of: a list of documents, a page, a field for
+/// words to look for and two buttons. It looks as told; what a click means is up to the script. One thread.
+class DemoWindow {
+  public:
+    static constexpr int kWidth = 1280;
+    static constexpr int kHeight = 760;
+
+    explicit DemoWindow(const std::string& displayName);
+
+    /// What there is to click at, in pixels of the window.
+    static Rect saveButton();
+    static Rect markButton();
+    static Rect searchField();
+    static Rect document(int index);
+
+    void showDocument(int index);
+    void scrollTo(int pixels);
+    void typeInField(const std::string& text);
+    void setSaved(bool saved);
+    void setMarked(bool marked);
+
+    /// A point of the window on the screen.
+    Point onScreen(Point inWindow) const;
+
+  private:
+    void draw();
+
+    RigWindow window_;
+    int document_ = 0;
+    int scrolled_ = 0;
+    bool saved_ = false;
+    bool marked_ = false;
+    std::string search_;
+};
+
+}  // namespace lumivastor
