@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <exception>
 #include <new>
 #include <utility>
@@ -61,13 +60,6 @@ std::unique_ptr<PictureSupply> supplyOf(const PlayerItem& item, const std::optio
 }
 
 }  // namespace
-
-FrameSize fittedFrame(FrameSize canvas, FrameSize available) {
-    const double scale = std::min({1.0, static_cast<double>(available.width) / canvas.width,
-                                   static_cast<double>(available.height) / canvas.height});
-    const auto scaled = [scale](int length) { return std::max(1, static_cast<int>(std::lround(length * scale))); };
-    return {scaled(canvas.width), scaled(canvas.height)};
-}
 
 PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, FrameSize available, Clock clock,
                                Client client)
@@ -340,8 +332,7 @@ Player::Frame PlayerPictures::paint(const Wish& wish, const Picture& screen, con
     if (paintedRecipe_ && *paintedRecipe_ == recipe) return painted_;
     const std::shared_ptr<BgraPremultipliedBuffer> buffer = pool_->makeBgra();
     if (!buffer) throw std::bad_alloc();
-    const auto scaling = AffineTransform::scaling(static_cast<double>(size.width) / canvas_.width,
-                                                  static_cast<double>(size.height) / canvas_.height);
+    const AffineTransform scaling = scalingTo(canvas_, size);
     painter_.paint(scaling.isIdentity() ? recipe : recipe.transformed(scaling), *buffer);
     paintedRecipe_ = std::move(recipe);
     painted_ = buffer;

@@ -12,6 +12,7 @@
 
 #include "base/recorder_error.h"
 #include "imaging/painter.h"
+#include "media/frame_size.h"
 #include "media/picture_pool.h"
 #include "media/picture_supply.h"
 #include "media/played_ranges.h"
@@ -19,16 +20,6 @@
 #include "media/player_item.h"
 
 namespace lumivastor {
-
-/// The largest size of the canvas's shape that fits into the one available, never larger than the canvas, at least 1
-/// by 1. Pixels.
-struct FrameSize {
-    int width = 0;
-    int height = 0;
-
-    bool operator==(const FrameSize&) const = default;
-};
-FrameSize fittedFrame(FrameSize canvas, FrameSize available);
 
 /// The pictures of a player: takes decoded ones from a supply for each track, lets the compositor make the recipe,
 /// paints it and hands it over when the clock says so, all on a thread of its own. While playing it makes one frame

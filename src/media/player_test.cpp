@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "media/asset_reader.h"
-#include "media/player_pictures.h"
+#include "media/played_ranges.h"
 #include "support/player_fixture.h"
 
 // Playing: what is shown and heard when, and what may change meanwhile.
@@ -431,14 +431,6 @@ TEST_F(PlayerPlaying, AnotherItemTakesTheScreen) {
     EXPECT_EQ(shown_.front().number, 0);
     ASSERT_TRUE(seek(49 / 30.0));
     EXPECT_EQ(lastNumber(), 49);
-}
-
-TEST(FittedFrame, KeepsTheCanvasShapeAndNeverGrows) {
-    EXPECT_EQ(fittedFrame({2560, 1440}, {1280, 1280}), (FrameSize{1280, 720}));
-    EXPECT_EQ(fittedFrame({2560, 1440}, {5000, 720}), (FrameSize{1280, 720}));
-    EXPECT_EQ(fittedFrame({1280, 720}, {9999, 9999}), (FrameSize{1280, 720}));
-    EXPECT_EQ(fittedFrame({1280, 720}, {1, 1}), (FrameSize{1, 1}));
-    EXPECT_EQ(fittedFrame({1000, 10}, {100, 100}), (FrameSize{100, 1}));
 }
 
 }  // namespace

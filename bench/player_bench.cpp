@@ -1,0 +1,273 @@
+// The preview of a 2560 x 1440 recording in H.264 with a key picture every two seconds, 60 pictures a second, all edits
+// in force: how soon a seek shows its exact frame, how soon a step does, how many frames a second playing gives, and
+// how soon new settings are seen.
+//
+// Aim: 95 of 100 seeks within 100 ms. "Moving" has a picture that never rests, so that a seek decodes up to 119 others
+// first; "Tutorial" moves in bursts, a fifth of the time, as screens do. Seeks go to random frames all over the
+// movie. Milliseconds are from the call until the frame arrives on the main thread.
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/formatted.h"
+#include "base/host_clock.h"
+#include "base/main_loop.h"
+#include "edit/composition.h"
+#include "edit/preview_item.h"
+#include "imaging/painter.h"
+#include "media/asset_writer.h"
+#include "media/player.h"
+#include "model/pointer_track.h"
+
+namespace lumivastor {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kWidth = 2560;
+constexpr int kHeight = 1440;
+constexpr int kFps = 60;
+constexpr int kSeconds = 20;
+
+// A page of text-like blocks that scrolls while it moves.
+Picture page() {
+    auto pixels = std::make_shared<BgraPremultipliedBuffer>(kWidth, 2 * kHeight);
+    std::mt19937 random(4);
+    for (int y = 0; y < 2 * kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            const bool isInk = (y / 3) % 8 < 5 && (random() >> 8) % 3 == 0 && (x / 400 + y / 300) % 3 != 0;
+            std::fill_n(pixels->pixel(x, y), 3, isInk ? 40 : 235);
+            pixels->pixel(x, y)[3] = 255;
+        }
+    }
+    return Picture(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(pixels)));
+}
+
+void makeMovie(const fs::path& path, int movingOfSixty) {
+    AssetWriter writer(path, MovieContainer::quickTime);
+    VideoSettings settings;
+    settings.width = kWidth;
+    settings.height = kHeight;
+    settings.averageBitRate = 24'000'000;
+    settings.maxKeyFrameInterval = 2 * kFps;
+    settings.frameRate = kFps;
+    VideoWriterInput& input = writer.addVideoInput(settings);
+    if (!writer.startWriting()) throw *writer.error();
+    writer.startSession({});
+    Painter painter(2);
+    const Picture scrolled = page();
+    int offset = 0;
+    for (int i = 0; i < kSeconds * kFps; ++i) {
+        while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        // At rest a recorder writes nothing.
+        if (i > 0 && i % 60 >= movingOfSixty) continue;
+        offset = (offset + 4) % kHeight;
+        auto buffer = input.pool().makePlanar();
+        painter.paint(scrolled.transformed(AffineTransform::translation(0, -offset)), buffer->destination());
+        if (!input.append(std::move(buffer), {i, kFps})) throw *writer.error();
+    }
+    input.markAsFinished();
+    if (!writer.finishWriting()) throw *writer.error();
+}
+
+// A recording folder that goes with the program.
+class Recorded {
+  public:
+    explicit Recorded(int movingOfSixty)
+        : folder_(fs::temp_directory_path() / formatted("lumi-player-bench-%d-%d", ::getpid(), movingOfSixty)) {
+        fs::create_directories(folder_);
+        makeMovie(folder_ / "source.mov", movingOfSixty);
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = kWidth;
+        info.pixelHeight = kHeight;
+        info.fps = kFps;
+        info.duration = kSeconds;
+        info.save(folder_);
+        PointerTrack track;
+        for (int i = 1; i < kSeconds; ++i) {
+            PointerSample press;
+            press.t = i;
+            press.kind = PointerKind::down;
+            press.px = 200 + 100 * i;
+            press.py = 150 + 50 * i;
+            track.events.push_back(press);
+        }
+        track.save(folder_);
+        ProjectSettings().save(folder_);
+    }
+    ~Recorded() {
+        std::error_code ignored;
+        fs::remove_all(folder_, ignored);
+    }
+    Recorded(const Recorded&) = delete;
+    Recorded& operator=(const Recorded&) = delete;
+
+    const fs::path& folder() const { return folder_; }
+
+  private:
+    const fs::path folder_;
+};
+
+const fs::path& recording(bool isMoving) {
+    static const Recorded moving(60);
+    static const Recorded tutorial(12);
+    return isMoving ? moving.folder() : tutorial.folder();
+}
+
+// A player of such a recording on a main loop.
+class Preview {
+  public:
+    Preview(const fs::path& folder, int width, int height)
+        : composition_(std::make_shared<Composition>(folder, kWidth, kHeight)), player_(loop_, nullptr) {
+        player_.onFrame([this](const Player::Frame&, double) { isShown_ = true; });
+        player_.onPlayedToEnd([this] { loop_.stop(); });
+        player_.setOutputSize(width, height);
+        player_.setItem(makePlayerItem(composition_, openRecordingAssets(composition_->recording())));
+        seek(0);
+    }
+
+    Player& player() { return player_; }
+    Composition& composition() { return *composition_; }
+
+    // Milliseconds.
+    double seek(double seconds) {
+        const double began = hostClockSeconds();
+        player_.seek(seconds, [this](bool) { loop_.stop(); });
+        loop_.run();
+        return (hostClockSeconds() - began) * 1000;
+    }
+
+    double change(double padding) {
+        ProjectSettings settings = composition_->settings();
+        settings.padding = padding;
+        const double began = hostClockSeconds();
+        composition_->setSettings(settings);
+        isShown_ = false;
+        player_.setVideoCompositor(makeVideoCompositor(composition_));
+        const auto timer = loop_.every(0.0005, [this] {
+            if (isShown_) loop_.stop();
+        });
+        loop_.run();
+        return (hostClockSeconds() - began) * 1000;
+    }
+
+    void playToTheEnd() {
+        player_.play();
+        loop_.run();
+    }
+    // Lets it decode what it likes to have around a still.
+    void rest(double seconds) {
+        const auto timer = loop_.every(seconds, [this] { loop_.stop(); });
+        loop_.run();
+    }
+
+  private:
+    BlockingMainLoop loop_;
+    std::shared_ptr<Composition> composition_;
+    bool isShown_ = false;
+    Player player_;
+};
+
+void report(benchmark::State& state, std::vector<double> milliseconds) {
+    std::sort(milliseconds.begin(), milliseconds.end());
+    const auto percentile = [&](double part) {
+        return milliseconds[static_cast<std::size_t>(part * static_cast<double>(milliseconds.size() - 1))];
+    };
+    state.counters["p50ms"] = percentile(0.5);
+    state.counters["p95ms"] = percentile(0.95);
+    state.counters["p99ms"] = percentile(0.99);
+    state.counters["of"] = static_cast<double>(milliseconds.size());
+}
+
+double frameTime(int frame) {
+    return static_cast<double>(frame) / kFps;
+}
+
+void seeking(benchmark::State& state, bool isMoving) {
+    Preview preview(recording(isMoving), 1280, 720);
+    std::mt19937 random(6);
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        for (int i = 0; i < 200; ++i) {
+            milliseconds.push_back(preview.seek(frameTime(static_cast<int>(random() % (kSeconds * kFps)))));
+        }
+    }
+    report(state, milliseconds);
+}
+
+// Steps of one frame, each from a still that has stood for a quarter of a second.
+void stepping(benchmark::State& state, int step) {
+    Preview preview(recording(true), 1280, 720);
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        int frame = step > 0 ? 580 : 620;
+        preview.seek(frameTime(frame));
+        for (int i = 0; i < 40; ++i) {
+            preview.rest(0.25);
+            milliseconds.push_back(preview.seek(frameTime(frame += step)));
+        }
+    }
+    report(state, milliseconds);
+}
+
+// Holding the arrow key down: one step after the other.
+void scrubbing(benchmark::State& state, int step) {
+    Preview preview(recording(true), 1280, 720);
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        int frame = step > 0 ? 500 : 700;
+        preview.seek(frameTime(frame));
+        for (int i = 0; i < 200; ++i) milliseconds.push_back(preview.seek(frameTime(frame += step)));
+    }
+    report(state, milliseconds);
+}
+
+void playing(benchmark::State& state, int width, int height) {
+    Preview preview(recording(true), width, height);
+    for (auto _ : state) {
+        preview.seek(0);
+        preview.playToTheEnd();
+    }
+    const Player::Statistics statistics = preview.player().statistics();
+    state.counters["framesPerSecond"] = static_cast<double>(statistics.framesShown) / kSeconds;
+    state.counters["dropped"] = static_cast<double>(statistics.framesDropped);
+}
+
+void changing(benchmark::State& state, int width, int height) {
+    Preview preview(recording(true), width, height);
+    preview.seek(frameTime(333));
+    preview.rest(2);
+    std::vector<double> milliseconds;
+    for (auto _ : state) {
+        for (int i = 0; i < 50; ++i) milliseconds.push_back(preview.change(0.02 + 0.001 * i));
+    }
+    report(state, milliseconds);
+}
+
+BENCHMARK_CAPTURE(seeking, Moving, true)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(seeking, Tutorial, false)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(stepping, Forward, 1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(stepping, Back, -1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(scrubbing, Forward, 1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(scrubbing, Back, -1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(playing, At1280x720, 1280, 720)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(playing, At1920x1080, 1920, 1080)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(changing, At1280x720, 1280, 720)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(changing, At1920x1080, 1920, 1080)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+
+}  // namespace
+}  // namespace lumivastor
+
+BENCHMARK_MAIN();
