@@ -6,18 +6,20 @@
 // rest, "MovingDb" over those in motion, "WorstDb" that of the worst picture. The export uses the fastest preset that
 // keeps 45 dB.
 //
-// Arguments: canvas height, the preset's position in `kPresets`, pictures to look ahead.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <future>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/formatted.h"
@@ -100,6 +102,7 @@ struct Sharpness {
     double resting = 0, moving = 0, worst = 99;
 };
 
+// Arguments: canvas height, the preset's position in `kPresets`, pictures to look ahead.
 void encoding(benchmark::State& state) {
     const CanvasSize canvas = exportCanvas(state.range(0));
     const Picture page(drawPage(canvas));
@@ -177,6 +180,83 @@ void encoding(benchmark::State& state) {
     }
     fs::remove(path);
 }
+
+// A desktop's own picture: text on whole pixels, moved by whole pixels.
+Picture scrolledBy(const Picture& page, CanvasSize canvas, int pixels) {
+    return page.transformed(AffineTransform::translation(0, pixels - canvas.height));
+}
+
+// A recording as it comes: a second of scrolling at 60 pictures a second, then a screen at rest, of which the last
+// picture comes once more after each of `kRepeatsAt` seconds. "RestDb" and hundredths of seconds: the sharpness of the
+// resting picture from then on. Arguments: canvas height, preset, rate factor (0: the average bit rate).
+void liveEncoding(benchmark::State& state) {
+    constexpr int kScrolled = 60;
+    constexpr double kRepeatsAt[] = {0.1, 0.25, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    const CanvasSize canvas = exportCanvas(state.range(0));
+    const Picture page(drawPage(canvas));
+    const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mov", static_cast<int>(::getpid()));
+    for (auto _ : state) {
+        double painting = 0;
+        const double start = processorSeconds(CLOCK_PROCESS_CPUTIME_ID);
+        {
+            AssetWriter writer(path, MovieContainer::quickTime);
+            writer.setMovieFragmentInterval({1200, 600});
+            VideoSettings settings;
+            settings.width = canvas.width;
+            settings.height = canvas.height;
+            settings.averageBitRate = exportBitRate(canvas, kFps);
+            settings.maxKeyFrameInterval = kFps * 2;
+            settings.maxKeyFrameSeconds = 10;
+            settings.preset = kPresets[state.range(1)];
+            settings.lowLatency = true;
+            if (state.range(2) > 0) settings.constantQuality = static_cast<int>(state.range(2));
+            settings.skipRepeatedPictures = false;
+            VideoWriterInput& input = writer.addVideoInput(settings);
+            if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
+            writer.startSession({});
+            Painter painter(1);
+            const auto append = [&](int step, double seconds) {
+                while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                const double before = processorSeconds(CLOCK_THREAD_CPUTIME_ID);
+                auto picture = input.pool().makePlanar();
+                painter.paint(scrolledBy(page, canvas, 3 * step), picture->destination());
+                painting += processorSeconds(CLOCK_THREAD_CPUTIME_ID) - before;
+                input.append(std::move(picture), MediaTime::fromSeconds(seconds, 600));
+            };
+            for (int i = 0; i < kScrolled; ++i) append(i, i / 60.0);
+            for (const double after : kRepeatsAt) append(kScrolled - 1, (kScrolled - 1) / 60.0 + after);
+            if (!writer.finishWriting()) throw writer.error().value_or(RecorderError("?"));
+        }
+        const double cost = processorSeconds(CLOCK_PROCESS_CPUTIME_ID) - start - painting;
+        AssetReader reader(std::make_shared<const Asset>(path));
+        VideoTrackOutput& output = reader.addVideoOutput(1, PictureFormat::planar);
+        if (!reader.startReading()) throw reader.error().value_or(RecorderError("?"));
+        Painter painter(2);
+        PicturePool pool(canvas.width, canvas.height, {});
+        const auto painted = pool.makePlanar();
+        for (int frame = 0; const auto sample = output.copyNextSample(); ++frame) {
+            painter.paint(scrolledBy(page, canvas, 3 * std::min(frame, kScrolled - 1)), painted->destination());
+            const double psnr = lumaPsnr(sample->planar(), painted->destination());
+            if (frame == kScrolled / 2) state.counters["MovingDb"] = psnr;
+            if (frame == kScrolled - 1) state.counters["LastDb"] = psnr;
+            if (frame >= kScrolled) {
+                state.counters[formatted("RestDb%d", static_cast<int>(kRepeatsAt[frame - kScrolled] * 100))] = psnr;
+            }
+        }
+        if (const auto error = reader.error()) throw RecorderError(*error);
+        state.SetIterationTime(cost);
+        state.SetLabel(kPresets[state.range(1)]);
+        state.counters["MsPerPicture"] = cost * 1000 / (kScrolled + std::size(kRepeatsAt));
+        state.counters["MB"] = static_cast<double>(fs::file_size(path)) / 1e6;
+    }
+    fs::remove(path);
+}
+
+BENCHMARK(liveEncoding)
+    ->ArgsProduct({{1080, 1440}, {0, 1}, {0, 20}})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
 
 BENCHMARK(encoding)
     ->ArgsProduct({{1080, 1440, 2160}, {0, 1, 2, 3}, {0, 10}})

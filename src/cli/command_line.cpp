@@ -15,7 +15,8 @@ namespace lumivastor {
 
 namespace {
 
-constexpr std::array kVerbs = {&kInspectVerb, &kFrameVerb, &kRenderVerb, &kCheckVerb};
+constexpr std::array kVerbs = {&kSourcesVerb, &kRecordVerb, &kRecoverVerb, &kRenderVerb,
+                               &kCheckVerb,   &kFrameVerb,  &kInspectVerb, &kDoctorVerb};
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
@@ -37,7 +38,9 @@ void printOverview(std::ostream& out) {
 }
 
 void printHelp(const Verb& verb, std::ostream& out) {
-    out << "Aufruf: lumivastor " << verb.name << " " << verb.positional << " [OPTIONEN]\n\n" << verb.summary << "\n\n";
+    out << "Aufruf: lumivastor " << verb.name << (verb.positional.empty() ? "" : " ") << verb.positional
+        << " [OPTIONEN]\n\n"
+        << verb.summary << "\n\n";
     for (const OptionSpec& option : verb.options) {
         std::string name(option.name);
         if (!option.value.empty()) name += " " + std::string(option.value);
@@ -61,6 +64,10 @@ int runVerb(const Verb& verb, std::span<const std::string> words, std::ostream& 
     } catch (const UsageError& error) {
         err << error.what() << "\nlumivastor " << verb.name << " --help erklärt den Befehl.\n";
         return kWrongUsage;
+    } catch (const JobFailed& error) {
+        out << std::flush;
+        err << error.what() << "\n";
+        return kFailed;
     } catch (const std::exception& error) {
         if (json) {
             JsonWriter writer([&out](std::string_view piece) { out << piece; });

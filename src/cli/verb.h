@@ -2,14 +2,21 @@
 
 #include <iosfwd>
 #include <span>
+#include <stdexcept>
 #include <string_view>
 
 #include "cli/arguments.h"
 
 namespace lumivastor {
 
+/// A job that has printed its result and failed nevertheless: exit status 1 and this sentence on the error stream.
+class JobFailed : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
 /// One job of the command line. `run` does it: results go to `out`, everything else to the error stream. It throws
-/// `UsageError` for a wrong command line and `RecorderError` when the job fails.
+/// `UsageError` for a wrong command line, and `RecorderError` or `JobFailed` when the job fails.
 struct Verb {
     std::string_view name;
     /// What follows the name in the help, for example "ORDNER".
@@ -20,6 +27,14 @@ struct Verb {
     void (*run)(const Arguments& arguments, std::ostream& out);
 };
 
+/// Lists what can be recorded.
+extern const Verb kSourcesVerb;
+/// Records into a new folder.
+extern const Verb kRecordVerb;
+/// Completes a recording whose process was ended.
+extern const Verb kRecoverVerb;
+/// Tells which services this machine offers.
+extern const Verb kDoctorVerb;
 /// Prints a composition's derived state; opens no movie.
 extern const Verb kInspectVerb;
 /// Composes one finished frame into a PNG file.

@@ -6,17 +6,10 @@
 #include <numbers>
 #include <random>
 
+#include "support/pointer_events.h"
+
 namespace lumivastor {
 namespace {
-
-PointerSample event(double t, double px, double py, PointerKind kind = PointerKind::move) {
-    PointerSample sample;
-    sample.t = t;
-    sample.px = px;
-    sample.py = py;
-    sample.kind = kind;
-    return sample;
-}
 
 // The construction as it is defined, in the plainest words: the reference for the real one.
 struct PlainPath {

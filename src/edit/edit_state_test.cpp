@@ -3,24 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "base/recorder_error.h"
+#include "support/pointer_events.h"
 
 namespace lumivastor {
 namespace {
 
 constexpr CanvasSize kCanvas{2560, 1440};
-
-PointerSample event(double t, double px, double py, PointerKind kind = PointerKind::move) {
-    PointerSample sample;
-    sample.t = t;
-    sample.px = px;
-    sample.py = py;
-    sample.kind = kind;
-    return sample;
-}
-
-PointerSample press(double t, double px, double py) {
-    return event(t, px, py, PointerKind::down);
-}
 
 CaptureInfo capture(double duration = 30) {
     CaptureInfo info;

@@ -5,21 +5,13 @@
 #include <algorithm>
 #include <random>
 
+#include "support/pointer_events.h"
+
 namespace lumivastor {
 namespace {
 
 constexpr double kWidth = 1920;
 constexpr double kHeight = 1080;
-
-PointerSample press(double t, double px, double py) {
-    PointerSample sample;
-    sample.t = t;
-    sample.px = px;
-    sample.py = py;
-    sample.kind = PointerKind::down;
-    sample.button = PointerButton::left;
-    return sample;
-}
 
 std::vector<ZoomSpec> proposed(const std::vector<PointerSample>& clicks,
                                const ZoomEngine::Parameters& parameters = {}) {

@@ -89,6 +89,10 @@ Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
             throw RecorderError(path_.filename().string() +
                                 " konnte nicht gelesen werden: " + "Eine Spur hat unmögliche Maße.");
         }
+        if (this->track(track.id) != nullptr) {
+            throw RecorderError(path_.filename().string() +
+                                " konnte nicht gelesen werden: " + "Zwei Spuren haben dieselbe Nummer.");
+        }
         tracks_.push_back(std::move(track));
     }
     if (tracks_.empty()) {

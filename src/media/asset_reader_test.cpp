@@ -85,6 +85,10 @@ std::vector<Kind> kinds() {
     }
     options.keyFrameInterval = 20;
     all.push_back({"variableRate", options});
+    options = {};
+    options.pictures = 90;
+    options.slices = 4;
+    all.push_back({"severalSlices", options});
     return all;
 }
 

@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "base/precondition.h"
+#include "imaging/planar_kernels.h"
 #include "media/ffmpeg_support.h"
-#include "media/picture_conversion.h"
+#include "media/fragmented_movie_sink.h"
+#include "media/plain_movie_sink.h"
 #include "media/writer_channel.h"
 
 extern "C" {
@@ -34,6 +36,7 @@ class VideoTrackEncoder final : public TrackEncoder {
         : settings_(settings), planes_(settings.width, settings.height, {}) {}
 
     void open(MovieSink& sink) override {
+        settings_.lowLatency = settings_.lowLatency || sink.isFragmented();
         encoder_.emplace(settings_);
         stream_ = sink.addStream(*encoder_->parameters(), settings_.timescale);
     }
@@ -47,7 +50,7 @@ class VideoTrackEncoder final : public TrackEncoder {
     void encode(MovieSink& sink, const BgraPremultipliedBuffer& picture, const MediaTime& time) {
         const std::shared_ptr<PlanarBuffer> converted = planes_.makePlanar();
         if (!converted) throw RecorderError("Kein Speicher für die Ausgabebilder.");
-        converter_.toPlanar(picture, converted->destination());
+        convertToPlanar(picture, converted->destination());
         encode(sink, converted, time);
     }
 
@@ -63,7 +66,6 @@ class VideoTrackEncoder final : public TrackEncoder {
   private:
     VideoSettings settings_;
     PicturePool planes_;
-    PictureConverter converter_;
     std::optional<VideoEncoder> encoder_;
     int stream_ = 0;
     std::int64_t lastTick_ = -1;
@@ -97,7 +99,10 @@ class StoredTrackCopier final : public TrackEncoder {
   public:
     explicit StoredTrackCopier(StoredFormat format) : format_(std::move(format)) {}
 
-    void open(MovieSink& sink) override { stream_ = sink.addStream(*format_.parameters, format_.timescale); }
+    void open(MovieSink& sink) override {
+        precondition(!sink.isFragmented(), "fragments are made of what is encoded here");
+        stream_ = sink.addStream(*format_.parameters, format_.timescale);
+    }
 
     void copy(MovieSink& sink, const StoredSample& sample, const MediaTime& sessionStart) const {
         const PacketHandle packet = referenceTo(*sample.packet);
@@ -210,6 +215,7 @@ AssetWriter::~AssetWriter() {
         if (shared_->status == Status::writing) shared_->status = Status::cancelled;
     }
     waitForEncoders();
+    if (shared_->sink) shared_->sink->close();
 }
 
 template <typename Input>
@@ -237,10 +243,21 @@ bool AssetWriter::canAddStoredInput(const StoredFormat& format) const {
     return format.parameters != nullptr && MovieSink::canHold(container_, *format.parameters);
 }
 
+void AssetWriter::setMovieFragmentInterval(const MediaTime& interval) {
+    precondition(status() == Status::unknown && interval >= MediaTime{}, "fragments are asked for before the start");
+    fragmentInterval_ = interval;
+}
+
 bool AssetWriter::startWriting() {
     precondition(status() == Status::unknown && !inputs_.empty(), "a writer starts once, with inputs");
     try {
-        auto sink = std::make_unique<MovieSink>(path_, container_);
+        std::unique_ptr<MovieSink> sink;
+        if (fragmentInterval_ > MediaTime{}) {
+            precondition(container_ == MovieContainer::quickTime, "fragments are for QuickTime movies");
+            sink = std::make_unique<FragmentedMovieSink>(path_, fragmentInterval_);
+        } else {
+            sink = std::make_unique<PlainMovieSink>(path_, container_);
+        }
         for (const auto& input : inputs_) input->channel_->encoder().open(*sink);
         sink->begin();
         const std::scoped_lock guard(shared_->lock);
@@ -258,6 +275,15 @@ void AssetWriter::startSession(const MediaTime& start) {
     precondition(!shared_->sessionStarted && shared_->status != Status::unknown, "one session, after the start");
     shared_->sessionStart = start;
     shared_->sessionStarted = true;
+}
+
+void AssetWriter::endSession(const MediaTime& end) {
+    {
+        const std::scoped_lock guard(shared_->lock);
+        precondition(shared_->sessionStarted, "a session that has started");
+    }
+    precondition(end >= shared_->sessionStart, "a session ends after its start");
+    if (shared_->sink) shared_->sink->endAt(end - shared_->sessionStart);
 }
 
 void AssetWriter::waitForEncoders() {

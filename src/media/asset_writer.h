@@ -114,7 +114,8 @@ class StoredWriterInput : public WriterInput {
 /// finish. Inputs are fed on any threads, one at a time each; the rest belongs to the thread that makes the writer.
 /// Status and error may be asked for on any thread. Inputs live as long as the writer.
 ///
-/// A writer that goes away without having finished leaves the file as far as it was written.
+/// A writer that goes away without having finished leaves the file as far as it was written. So does one that failed;
+/// when it wrote in fragments, `repairMovie` makes a plain movie of what is there.
 class AssetWriter {
   public:
     enum class Status {
@@ -140,12 +141,29 @@ class AssetWriter {
     /// Whether the container can hold samples of this format as they are.
     bool canAddStoredInput(const StoredFormat& format) const;
 
+    /// Writes the movie in fragments of about this length, each of which is handed to the system when it is whole:
+    /// whatever ends this process, the file holds everything but the last fragment (see movie_repair.h).
+    /// `finishWriting` then turns it into a plain movie where it lies, without copying it. Needs the QuickTime
+    /// container and takes no stored inputs. Before `startWriting`; 0, as at first, writes a plain movie, of which
+    /// nothing is readable before it is finished.
+    ///
+    /// Fragments are written by a thread of their own, so that a slow disk holds the encoders up only once several
+    /// fragments wait for it; live inputs are then no longer ready. A disk that refuses one fails the writer, and the
+    /// file ends with the last whole fragment.
+    void setMovieFragmentInterval(const MediaTime& interval);
+
     /// Creates the file, replacing one of that name, and opens the encoders. False, with `status` failed and `error`
     /// set, when either does not work.
     bool startWriting();
 
     /// The moment of the samples' clock that becomes the movie's zero. Once, after `startWriting`.
     void startSession(const MediaTime& start);
+
+    /// The moment of the samples' clock at which the movie ends: the last picture is shown until then, and sound beyond
+    /// it is left out, as far as it is not in a plain movie's file already. A picture at or after `end` is kept and
+    /// shown for one tick. Once, after `startSession` and before `finishWriting`; without it every track ends with its
+    /// last sample.
+    void endSession(const MediaTime& end);
 
     /// Marks all inputs finished, waits for the encoders and completes the file. Whether the movie is whole: false,
     /// with `error` set, when anything failed since the start.
@@ -165,6 +183,7 @@ class AssetWriter {
 
     std::filesystem::path path_;
     MovieContainer container_;
+    MediaTime fragmentInterval_;
     std::shared_ptr<WriterShared> shared_;
     std::vector<std::unique_ptr<WriterInput>> inputs_;
 };

@@ -1,58 +1,54 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
-#include <mutex>
 
+#include "base/unique_descriptor.h"
 #include "media/ffmpeg_handles.h"
+#include "media/media_time.h"
 
 namespace lumivastor {
 
 enum class MovieContainer { mp4, quickTime };
 
 /// The movie file that a writer fills: streams are added, then encoded packets of all of them come in, each stream's in
-/// the order of decoding, and are interleaved by time. `write` may be called on any thread, the rest belongs to one.
-/// Every error is a `RecorderError` with the system's reason.
+/// the order of decoding. `write` may be called on any thread, and `endAt` too; the rest belongs to one. Every error is
+/// a `RecorderError` with the system's reason.
 class MovieSink {
   public:
-    /// Creates the file, replacing one of that name; a symbolic link of that name is not followed.
-    MovieSink(std::filesystem::path path, MovieContainer container);
-    ~MovieSink();
+    MovieSink() = default;
+    virtual ~MovieSink() = default;
     MovieSink(const MovieSink&) = delete;
     MovieSink& operator=(const MovieSink&) = delete;
 
     /// Whether this container can hold samples of this format.
     static bool canHold(MovieContainer container, const AVCodecParameters& parameters);
 
-    /// A new stream whose packets' times count in 1 / `timescale` seconds; its position. `videoTimescale` as well for
-    /// tracks of pictures, whose clock in the file is this one.
-    int addStream(const AVCodecParameters& parameters, int timescale);
+    /// Whether the movie is readable while it is written, so that no packet should wait in an encoder.
+    virtual bool isFragmented() const { return false; }
+
+    /// A new stream whose packets' times count in 1 / `timescale` seconds; its position. `timescale` as well for tracks
+    /// of pictures, whose clock in the file is this one.
+    virtual int addStream(const AVCodecParameters& parameters, int timescale) = 0;
 
     /// Writes the header. No streams after that.
-    void begin();
+    virtual void begin() = 0;
 
     /// Takes the packet's bytes over.
-    void write(int stream, AVPacket& packet);
+    virtual void write(int stream, AVPacket& packet) = 0;
+
+    /// The last pictures are shown until `end`, a time of the movie, or for one tick if they come later; sound from
+    /// there on is left out as far as it is not written.
+    virtual void endAt(const MediaTime& end) = 0;
 
     /// Writes the index and closes; the file is on the disk afterwards.
-    void finish();
+    virtual void finish() = 0;
 
-    /// Closes the file as it is.
-    void close();
+    /// Closes the file as far as it is written. A second time does nothing.
+    virtual void close() = 0;
 
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    struct ByteTarget;
-
-    void check(int result);
-
-    std::filesystem::path path_;
-    std::unique_ptr<ByteTarget> target_;
-    AVIOContext* io_ = nullptr;
-    AVFormatContext* context_ = nullptr;
-    std::mutex lock_;  // guards context_ and what hangs on it while packets are written
-    int videoTimescale_ = 0;
+  protected:
+    /// Creates the file, replacing one of that name; a symbolic link of that name is not followed.
+    static UniqueDescriptor createFile(const std::filesystem::path& path);
 };
 
 }  // namespace lumivastor

@@ -112,20 +112,4 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureConverter::bgra(const AVFr
     return picture;
 }
 
-void PictureConverter::toPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination) {
-    precondition(source.width() == destination.width && source.height() == destination.height, "pictures of one size");
-    SwsContext& context = scaler({source.width(), source.height(), AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P,
-                                  destination.encoding, destination.encoding});
-    const std::array<const std::uint8_t*, 4> planes{source.row(0), nullptr, nullptr, nullptr};
-    const std::array<int, 4> strides{static_cast<int>(source.stride()), 0, 0, 0};
-    const std::array<std::uint8_t*, 4> targets{destination.luma, destination.blueDifference, destination.redDifference,
-                                               nullptr};
-    const std::array<int, 4> targetStrides{static_cast<int>(destination.lumaStride),
-                                           static_cast<int>(destination.chromaStride),
-                                           static_cast<int>(destination.chromaStride), 0};
-    checked(
-        sws_scale(&context, planes.data(), strides.data(), 0, source.height(), targets.data(), targetStrides.data()),
-        kUnconvertible);
-}
-
 }  // namespace lumivastor

@@ -8,8 +8,7 @@
 
 namespace lumivastor {
 
-/// Turns decoded pictures into ours, and ours into planar ones for the encoder. Keeps its tables from picture to
-/// picture; one thread at a time.
+/// Turns decoded pictures into ours. Keeps its tables from picture to picture; one thread at a time.
 class PictureConverter {
   public:
     /// A view of a decoded picture. Shares the decoder's memory when that is 8-bit 4:2:0; otherwise converts to it.
@@ -17,10 +16,6 @@ class PictureConverter {
 
     /// The decoded picture in sRGB-encoded BGRA, opaque.
     std::shared_ptr<const BgraPremultipliedBuffer> bgra(const AVFrame& frame);
-
-    /// Converts into `destination`, which has the same size; alpha is taken to be full. For odd sizes the last colour
-    /// samples stand for what they cover.
-    void toPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination);
 
   private:
     /// Size and meaning of the pictures that the tables are made for.

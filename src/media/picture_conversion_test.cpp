@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "imaging/planar_kernels.h"
 #include "media/asset_reader.h"
 #include "media/picture_pool.h"
 #include "support/temporary_folder.h"
@@ -106,7 +107,6 @@ TEST(PictureConversion, HonoursTheTagsOfWhatIsRead) {
 
 TEST(PictureConversion, PlanarValuesAreWhatTheFormulasSay) {
     for (const YuvEncoding& encoding : encodings()) {
-        PictureConverter converter;
         PicturePool pool(34, 18, encoding);
         for (const Rgb& colour : colours()) {
             const auto source = pool.makeBgra();
@@ -120,7 +120,7 @@ TEST(PictureConversion, PlanarValuesAreWhatTheFormulasSay) {
                 }
             }
             const auto target = pool.makePlanar();
-            converter.toPlanar(*source, target->destination());
+            convertToPlanar(*source, target->destination());
             const std::array<int, 3> expected = yuvOf(colour, encoding);
             const YuvDestination& planes = target->destination();
             for (const int at : {0, 8, 16}) {

@@ -75,9 +75,11 @@ void PictureDecoder::openCodec(bool strict) {
     codec_->thread_count = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMaxDecoderThreads);
     codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     codec_->max_pixels = std::int64_t{MovieFile::kMaxPictureEdge} * MovieFile::kMaxPictureEdge / 2;
-    // Report damage instead of guessing pictures.
+    // Report damage instead of guessing pictures. Concealment stays on only because without it FFmpeg takes every
+    // picture of several slices for damaged: its bookkeeping of slices belongs to concealment. What it guesses carries
+    // a flag and is refused below.
     codec_->err_recognition = strict ? AV_EF_EXPLODE : 0;
-    codec_->error_concealment = 0;
+    codec_->error_concealment = FF_EC_DEBLOCK;
     checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
     strict_ = strict;
 }

@@ -37,13 +37,14 @@ struct StreamConfiguration {
     /// scaling: cut off where it is larger, black where it is smaller.
     int width = 0;
     int height = 0;
-    /// Seconds: no two pictures are closer together.
+    /// Seconds. Pictures are taken at multiples of this, at most one at each: two are closer together only by what the
+    /// first of them was late.
     double minimumFrameInterval = 1.0 / 60;
     /// How many pictures may be out at once. While they all are, no picture is taken: what was new then comes with the
     /// next one.
     int queueDepth = 6;
     /// A part of the display, in points relative to its origin; may reach over the display's edge. Displays only.
-    std::optional<Rect> sourceRect;
+    std::optional<Rect> sourceRect = {};
     bool capturesAudio = false;
     bool captureMicrophone = false;
     /// Of both kinds of sound; the microphone keeps its own number of channels.
@@ -63,7 +64,7 @@ enum class FrameStatus {
 
 struct ScreenSample {
     FrameStatus status = FrameStatus::idle;
-    /// Host clock, seconds: when the picture was taken.
+    /// Host clock, seconds: when the picture was taken. It shows everything that was painted until then.
     double hostSeconds = 0;
     /// Opaque, of the configured size; null when there is none.
     std::shared_ptr<const BgraPremultipliedBuffer> image;

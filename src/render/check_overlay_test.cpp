@@ -6,21 +6,10 @@
 #include <cstring>
 #include <utility>
 
+#include "support/pointer_events.h"
+
 namespace lumivastor::CursorRenderer {
 namespace {
-
-PointerSample event(double t, double x, double y, PointerKind kind = PointerKind::move) {
-    PointerSample sample;
-    sample.t = t;
-    sample.px = x;
-    sample.py = y;
-    sample.kind = kind;
-    return sample;
-}
-
-PointerSample press(double t, double x, double y) {
-    return event(t, x, y, PointerKind::down);
-}
 
 Recording recordingOf(PointerTrack track, double scale = 1) {
     CaptureInfo info;

@@ -17,6 +17,7 @@
 #include "edit/cut_composition.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
+#include "media/encoder_choice.h"
 #include "render/export_plan.h"
 #include "render/finished_movie.h"
 #include "render/picture_stream.h"
@@ -185,6 +186,8 @@ void Export::prepareWriter() {
     settings.maxKeyFrameInterval = static_cast<int>(fps_ * 2);
     settings.frameRate = static_cast<int>(fps_);
     settings.timescale = kExportTimescale;
+    chooseExportEncoder({settings.width, settings.height, settings.frameRate, settings.averageBitRate})
+        .applyTo(settings);
     video_ = &writer_->addVideoInput(settings);
 }
 

@@ -23,7 +23,7 @@ const char* __tsan_default_suppressions() {
            "race:libfontconfig.so\n";
 }
 
-// The HEVC encoder does not free all that it allocates when it is opened. Only test movies are made with it. Fontconfig
+// The HEVC encoder does not free all that it allocates when it is opened: some kilobytes for each recording. Fontconfig
 // keeps what it read of the configuration to the end.
 const char* __lsan_default_suppressions() {
     return "leak:libx265.so\n"

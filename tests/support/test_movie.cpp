@@ -109,10 +109,12 @@ Track addVideo(AVFormatContext& movie, const TestMovieOptions& options) {
     av_opt_set(codec.priv_data, "preset", "veryfast", 0);
     if (options.videoEncoder == "libx265") {
         codec.codec_tag = MKTAG('h', 'v', 'c', '1');
-        const std::string parameters = "log-level=none:scenecut=0:pools=2:open-gop=" + open;
+        // On several threads its bits come out differently each time, and with them what damage does to them.
+        const std::string parameters = "log-level=none:scenecut=0:pools=none:frame-threads=1:wpp=0:open-gop=" + open;
         av_opt_set(codec.priv_data, "x265-params", parameters.c_str(), 0);
     } else {
-        const std::string parameters = "scenecut=0:open-gop=" + open;
+        std::string parameters = "scenecut=0:open-gop=" + open;
+        if (options.slices > 0) parameters += ":slices=" + std::to_string(options.slices);
         av_opt_set(codec.priv_data, "x264-params", parameters.c_str(), 0);
     }
     if ((movie.oformat->flags & AVFMT_GLOBALHEADER) != 0) codec.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

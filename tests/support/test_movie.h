@@ -33,6 +33,7 @@ struct TestMovieOptions {
     /// When each picture is shown, in ticks of the timescale, ascending; for variable frame rates. Empty: by frameRate.
     std::vector<std::int64_t> pictureTicks;
     int keyFrameInterval = 250;
+    int slices = 0;             // of each H.264 picture; 0: as the encoder likes
     int reorderedPictures = 0;  // B pictures in a row
     bool openGroups = false;    // key pictures that pictures before them lean on
     std::vector<TestSound> sounds;

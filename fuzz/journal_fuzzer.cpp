@@ -1,0 +1,64 @@
+// A recording's journal from anywhere: read or refused; what was read survives being written, and a pointer track
+// follows from it.
+
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/recorder_error.h"
+#include "capture/journal_records.h"
+#include "capture/pointer_conversion.h"
+
+namespace {
+
+using namespace lumivastor;
+
+std::string rewritten(const JournalContent& content) {
+    std::string text = journalLine::header() + journalLine::start(content.info, content.geometry);
+    if (content.session) text += journalLine::session(content.session->t0Host, content.session->t0Media);
+    if (content.webcamFirstPicture) text += journalLine::webcam(*content.webcamFirstPicture);
+    for (const auto& each : content.pointer.events) text += journalLine::event(each);
+    for (const auto& each : content.pointer.cursorImages) text += journalLine::shape(each);
+    for (const auto& each : content.pointer.cursorChanges) text += journalLine::cursorChange(each);
+    for (const auto& each : content.windowTrack) text += journalLine::window(each);
+    return text + journalLine::counts(content.counts);
+}
+
+// A fuzzer hardly ever finds a checksum: lines without one get the right one.
+std::string withChecksums(std::string_view text) {
+    std::string lines;
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        lines += journalLine::checked(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return lines;
+}
+
+void tryToRead(std::string_view text) {
+    JournalContent content;
+    try {
+        content = parseJournal(text);
+    } catch (const RecorderError&) {
+        return;
+    }
+    content.damagedLines = 0;
+    if (parseJournal(rewritten(content)) != content) std::abort();
+    for (const auto& image : content.pointer.cursorImages) {
+        if (image.file.find("..") != std::string::npos || image.file.starts_with('/')) std::abort();
+    }
+    const double t0 = content.session ? content.session->t0Host : 0;
+    const PointerTrack track = pointerTrack(content.pointer, t0, content.geometry, content.windowTrack);
+    if (track.events.size() > content.pointer.events.size()) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    tryToRead(text);
+    tryToRead(withChecksums(text));
+    return 0;
+}

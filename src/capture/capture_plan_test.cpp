@@ -1,0 +1,186 @@
+#include "capture/capture_plan.h"
+
+#include <gtest/gtest.h>
+
+#include "base/recorder_error.h"
+#include "support/recorder_rig.h"
+
+namespace lumivastor {
+namespace {
+
+class CapturePlans : public RecorderRig {
+  protected:
+    static CaptureOptions options(CaptureSource source) {
+        CaptureOptions options;
+        options.source = std::move(source);
+        return options;
+    }
+    static CapturePlan plan(CaptureSource source) { return planCapture(options(std::move(source)), content()); }
+};
+
+TEST_F(CapturePlans, ADisplayIsCapturedWholeInItsPixels) {
+    CaptureOptions wanted = options(DisplaySource{otherDisplay()});
+    wanted.excludedApplications = {RunningApplication{5, "lumivastor", "LumiVastor"}};
+    wanted.fps = 30;
+    wanted.systemAudio = true;
+    const CapturePlan plan = planCapture(wanted, content());
+    EXPECT_EQ(plan.sourceKind, "display");
+    EXPECT_EQ(plan.displayID, 9u);
+    EXPECT_EQ(plan.geometry.displayBounds, (Rect{1000, 100, 640, 360}));
+    EXPECT_EQ(plan.geometry.contentRect, (Rect{0, 0, 640, 360}));
+    EXPECT_EQ(plan.geometry.pointPixelScale, 2);
+    EXPECT_EQ(plan.geometry.pixelSize, (Size{1280, 720}));
+    EXPECT_EQ(plan.space, otherDisplay().pointSpace());
+    EXPECT_EQ(std::get<DisplayFilter>(plan.filter).excludedApplications, wanted.excludedApplications);
+    const StreamConfiguration& configuration = plan.configuration;
+    EXPECT_EQ(configuration.width, 1280);
+    EXPECT_EQ(configuration.height, 720);
+    EXPECT_EQ(configuration.minimumFrameInterval, 1.0 / 30);
+    EXPECT_EQ(configuration.queueDepth, 6);
+    EXPECT_FALSE(configuration.sourceRect.has_value());
+    EXPECT_TRUE(configuration.capturesAudio);
+    EXPECT_FALSE(configuration.captureMicrophone);
+    EXPECT_EQ(configuration.sampleRate, 48000);
+    EXPECT_EQ(configuration.channelCount, 2);
+}
+
+TEST_F(CapturePlans, ARegionIsAPartOfItsDisplay) {
+    const CapturePlan plan = CapturePlans::plan(RegionSource{otherDisplay(), {10.5, 20, 100.4, 51}});
+    EXPECT_EQ(plan.sourceKind, "region");
+    EXPECT_EQ(plan.displayID, 9u);
+    EXPECT_EQ(plan.geometry.displayBounds, (Rect{1000, 100, 640, 360}));
+    EXPECT_EQ(plan.geometry.contentRect, (Rect{10.5, 20, 100.4, 51}));
+    EXPECT_EQ(plan.configuration.sourceRect, (Rect{10.5, 20, 100.4, 51}));
+    EXPECT_EQ(plan.width(), 200);
+    EXPECT_EQ(plan.height(), 102);
+}
+
+TEST_F(CapturePlans, AWindowIsCapturedWithTheScaleOfTheDisplayThatShowsIt) {
+    const CapturePlan plan = CapturePlans::plan(WindowSource{window()});
+    EXPECT_EQ(plan.sourceKind, "window");
+    EXPECT_EQ(plan.displayID, 0u);
+    EXPECT_EQ(plan.windowID, 77u);
+    EXPECT_EQ(plan.initialWindowFrame, (Rect{1100, 150, 160, 120}));
+    EXPECT_EQ(plan.windowTitle, "Terminal – Sitzung 1");
+    EXPECT_EQ(plan.geometry.displayBounds, (Rect{0, 0, 320, 240}));  // the main display's
+    EXPECT_EQ(plan.geometry.contentRect, (Rect{0, 0, 160, 120}));
+    EXPECT_EQ(plan.geometry.pointPixelScale, 2);
+    EXPECT_EQ(plan.geometry.pixelSize, (Size{320, 240}));
+    EXPECT_EQ(plan.space, otherDisplay().pointSpace());
+    EXPECT_FALSE(plan.configuration.sourceRect.has_value());
+}
+
+TEST_F(CapturePlans, AWindowThatWasMovedSinceItWasChosenIsTakenAsItIsNow) {
+    Window chosen = window();
+    chosen.frame = {0, 0, 900, 900};
+    chosen.displayID = 7;
+    EXPECT_EQ(CapturePlans::plan(WindowSource{chosen}).initialWindowFrame, window().frame);
+    // One that is gone stays as it was: the stream says what is wrong with it.
+    chosen.id = 1;
+    EXPECT_EQ(CapturePlans::plan(WindowSource{chosen}).initialWindowFrame, chosen.frame);
+}
+
+TEST_F(CapturePlans, WithoutAnyDisplayThereIsNoWindowToRecord) {
+    EXPECT_THROW(planCapture(options(WindowSource{window()}), {}), RecorderError);
+}
+
+TEST_F(CapturePlans, ARegionWithoutPixelsIsRefused) {
+    EXPECT_THROW(CapturePlans::plan(RegionSource{mainDisplay(), {10, 10, 1.4, 100}}), RecorderError);
+    EXPECT_THROW(CapturePlans::plan(RegionSource{mainDisplay(), {10, 10, 100, -3}}), RecorderError);
+}
+
+TEST_F(CapturePlans, TheDocumentHoldsTheDisplayOrTheWindowsFrame) {
+    CaptureOptions wanted = options(DisplaySource{otherDisplay()});
+    wanted.microphone = true;
+    const CaptureInfo display = plannedInfo(planCapture(wanted, content()), wanted);
+    EXPECT_EQ(display.displayID, 9u);
+    EXPECT_EQ(display.displayX, 1000);
+    EXPECT_EQ(display.displayHeight, 360);
+    EXPECT_EQ(display.contentWidth, 640);
+    EXPECT_EQ(display.pixelWidth, 1280);
+    EXPECT_EQ(display.fps, 60);
+    EXPECT_FALSE(display.systemAudio);
+    EXPECT_TRUE(display.microphone);
+    EXPECT_EQ(display.sourceKind, "display");
+    EXPECT_FALSE(display.windowTitle.has_value());
+
+    const CaptureOptions windowOptions = options(WindowSource{RecorderRig::window()});
+    CapturePlan plan = planCapture(windowOptions, content());
+    const CaptureInfo window = plannedInfo(plan, windowOptions);
+    EXPECT_EQ(window.displayID, 0u);
+    EXPECT_EQ(window.displayX, 1100);
+    EXPECT_EQ(window.displayWidth, 160);
+    EXPECT_EQ(window.sourceKind, "window");
+    EXPECT_EQ(window.windowTitle, "Terminal – Sitzung 1");
+    plan.initialWindowFrame.reset();
+    EXPECT_EQ(plannedInfo(plan, windowOptions).displayWidth, 0);
+}
+
+TEST(EvenPixelSize, IsRoundedAndThenMadeEven) {
+    EXPECT_EQ(evenPixelSize({100.4, 100.5}, 1), (PictureSize{100, 100}));
+    EXPECT_EQ(evenPixelSize({101, 99.4}, 1), (PictureSize{100, 98}));
+    EXPECT_EQ(evenPixelSize({683, 384}, 1.25), (PictureSize{854, 480}));
+    EXPECT_EQ(evenPixelSize({0, -4}, 2), (PictureSize{0, 0}));
+    for (int points = 1; points < 500; ++points) {
+        for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
+            const PictureSize size = evenPixelSize({static_cast<double>(points), 1}, scale);
+            EXPECT_EQ(size.width % 2, 0);
+            EXPECT_LE(std::abs(size.width - points * scale), 1.5);
+        }
+    }
+}
+
+TEST(WindowTitleForInfo, JoinsWhatIsKnown) {
+    Window window;
+    EXPECT_EQ(windowTitleForInfo(window), std::nullopt);
+    window.title = "Bericht";
+    EXPECT_EQ(windowTitleForInfo(window), "Bericht");
+    window.application = RunningApplication{1, "writer", "Schreiber"};
+    EXPECT_EQ(windowTitleForInfo(window), "Schreiber – Bericht");
+    window.title = "";
+    EXPECT_EQ(windowTitleForInfo(window), "Schreiber");
+}
+
+TEST(BitRates, AreEightHundredthsOfABitForEachPixel) {
+    EXPECT_EQ(averageBitRate(1920, 1080, 60), 9953280);
+    EXPECT_EQ(averageBitRate(2560, 1440, 30), 8847360);
+    EXPECT_EQ(averageBitRate(2, 2, 30), 9);  // cut off, not rounded
+    EXPECT_EQ(deviceBitRate(1178, 2556), 14452646);
+    EXPECT_EQ(deviceBitRate(640, 480), 8000000);
+}
+
+TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSecondsOfMotionAndEveryTenAtRest) {
+    const VideoSettings settings = liveVideoSettings(1280, 720, 30, 5'000'000);
+    EXPECT_EQ(settings.maxKeyFrameInterval, 60);
+    EXPECT_EQ(settings.maxKeyFrameSeconds, 10);
+    EXPECT_EQ(settings.constantQuality, 20);
+    EXPECT_EQ(settings.frameRate, 30);
+    EXPECT_EQ(settings.averageBitRate, 5'000'000);
+    EXPECT_EQ(settings.timescale % 600, 0);
+    EXPECT_TRUE(settings.lowLatency);
+    EXPECT_TRUE(canAddVideo(settings));
+    EXPECT_FALSE(canAddVideo(liveVideoSettings(20000, 720, 30, 1)));
+    EXPECT_FALSE(canAddVideo(liveVideoSettings(1280, 0, 30, 1)));
+}
+
+TEST(DeviceDocuments, SayOnlyWhatADeviceKnows) {
+    const CaptureInfo info = plannedDeviceInfo("Telefon", {1178, 2556}, true, false);
+    EXPECT_EQ(info.displayID, 0u);
+    EXPECT_EQ(info.displayWidth, 1178);
+    EXPECT_EQ(info.contentHeight, 2556);
+    EXPECT_EQ(info.pointPixelScale, 1);
+    EXPECT_EQ(info.fps, 60);
+    EXPECT_TRUE(info.systemAudio);
+    EXPECT_FALSE(info.microphone);
+    EXPECT_EQ(info.sourceKind, "device");
+    EXPECT_EQ(info.windowTitle, "Telefon");
+}
+
+TEST(DecimalText, AlwaysHasAFraction) {
+    EXPECT_EQ(decimalText(2), "2.0");
+    EXPECT_EQ(decimalText(1.25), "1.25");
+    EXPECT_EQ(decimalText(-1), "-1.0");
+}
+
+}  // namespace
+}  // namespace lumivastor

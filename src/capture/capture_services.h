@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+#include "base/host_clock.h"
+#include "base/main_loop.h"
+#include "capture/free_space.h"
+#include "media/encoder_choice.h"
+#include "platform/capture_device.h"
+#include "platform/desktop.h"
+#include "platform/sound_system.h"
+
+namespace lumivastor {
+
+/// What a recorder works with. Whoever makes recorders keeps all of it alive longer than they live; functions are
+/// called on any thread.
+struct RecordingServices {
+    CaptureDevices& devices;
+    SoundSystem& sound;
+    MainLoop& mainLoop;
+    /// Finds the encoder of the screen movie; may take seconds.
+    std::function<EncoderChoice(const EncodingJob&)> chooseEncoder;
+    std::function<double()> hostClock = hostClockSeconds;
+    /// Of the volume that holds a folder; nothing when that is not known.
+    std::function<std::optional<FreeSpace>(const std::filesystem::path&)> freeSpace = freeSpaceOf;
+};
+
+/// The same and the desktop, which recording a camera or a capture card does not need.
+struct CaptureServices : RecordingServices {
+    Desktop& desktop;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,375 @@
+#include "capture/device_recorder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <system_error>
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/formatted.h"
+#include "base/system_error_text.h"
+#include "capture/fitted_picture.h"
+#include "capture/journal_records.h"
+#include "capture/recording_documents.h"
+#include "capture/rescued_movie.h"
+#include "capture/sound_samples.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kFrameRate = 60;
+constexpr int kDeviceChannels = 2;
+constexpr int kMicrophoneChannels = 1;
+constexpr double kWatchSeconds = 1.0;
+
+const char* trueOrFalse(bool value) {
+    return value ? "true" : "false";
+}
+
+EncodingJob jobFor(PictureSize size) {
+    return {size.width, size.height, kFrameRate, deviceBitRate(size.width, size.height)};
+}
+
+}  // namespace
+
+PictureSize deviceSize(int pictureWidth, int pictureHeight) {
+    return {pictureWidth & ~1, pictureHeight & ~1};
+}
+
+MediaTime deviceEndTime(const MediaTime& now, const MediaTime& lastPTS) {
+    return std::max(now, lastPTS);
+}
+
+void DeviceRecorder::enableScreenCaptureDevices() {}
+
+std::vector<CaptureDevice> DeviceRecorder::availableDevices(CaptureDevices& devices) {
+    std::vector<CaptureDevice> external = devices.externalDevices();
+    std::erase_if(external, [](const CaptureDevice& device) { return !device.isExternal; });
+    return external;
+}
+
+DeviceRecorder::DeviceRecorder(const RecordingServices& services, CaptureDevice device, Options options,
+                               std::filesystem::path folder)
+    : services_(services), device_(std::move(device)), options_(options), folder_(std::move(folder)) {}
+
+DeviceRecorder::~DeviceRecorder() {
+    lifetime_.reset();
+    watchTimer_.reset();
+    workQueue_.drain();
+    stopSessions();
+}
+
+std::shared_ptr<WebcamPreview> DeviceRecorder::webcamPreviewLayer() const {
+    return webcamRecorder_ ? webcamRecorder_->previewLayer() : nullptr;
+}
+
+void DeviceRecorder::onMain(std::function<void()> work) {
+    services_.mainLoop.async([alive = std::weak_ptr(lifetime_), work = std::move(work)] {
+        if (!alive.expired()) work();
+    });
+}
+
+// Starting
+
+void DeviceRecorder::start() {
+    std::error_code error;
+    std::filesystem::create_directories(folder_, error);
+    if (error) {
+        throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
+    }
+    openDevice();
+    if (options_.microphone) openMicrophone();
+    if (options_.webcam) startWebcam();
+    runSessions();
+    watchTimer_ = services_.mainLoop.every(kWatchSeconds, [this] { watch(); });
+    Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
+                             trueOrFalse(hasDeviceAudio_) + " Mikro=" + trueOrFalse(options_.microphone));
+}
+
+void DeviceRecorder::openDevice() {
+    auto session = services_.devices.open(device_);
+    if (!session) throw RecorderError("Das Gerät kann nicht aufgenommen werden.");
+    if (!session->addVideoOutput(queue_, false, [this](const DeviceSample& sample) { onPicture(sample); })) {
+        throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
+    }
+    hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const SoundBuffer& sound) {
+        onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound);
+    });
+    session->onInterruption([this](const std::string& reason) {
+        Log::write("Device", "unterbrochen: " + reason);
+        giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
+    });
+    session_ = std::move(session);
+}
+
+// Without a microphone the recording goes on.
+void DeviceRecorder::openMicrophone() {
+    try {
+        const auto microphone = services_.devices.defaultMicrophone();
+        if (!microphone) return;
+        auto session = services_.devices.open(*microphone);
+        if (!session || !session->addAudioOutput(micQueue_, [this](const SoundBuffer& sound) {
+                onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound);
+            })) {
+            return;
+        }
+        session->onInterruption(
+            [this](const std::string& reason) { notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
+        micSession_ = std::move(session);
+    } catch (const RecorderError& error) {
+        Log::write("Device", "ohne Mikrofon: " + error.message());
+    }
+}
+
+void DeviceRecorder::startWebcam() {
+    auto webcam = std::make_unique<WebcamRecorder>(services_);
+    webcam->onFirstPicture = [this](double seconds) {
+        const std::lock_guard hold(lock_);
+        webcamFirstPicture_ = seconds;
+        // Before the writer there is no journal; it then begins with this.
+        if (writerReady_) journal_->append(journalLine::webcam(seconds));
+    };
+    webcam->onNotice = [this](const std::string& sentence) { notice(sentence); };
+    try {
+        webcam->start(folder_);
+        webcamRecorder_ = std::move(webcam);
+    } catch (const RecorderError& error) {
+        Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
+        notice("Die Kamera wird nicht aufgenommen: " + error.message());
+    }
+}
+
+void DeviceRecorder::runSessions() {
+    running_ = true;
+    workQueue_.async([this] {
+        // What the first picture would otherwise wait for. Most devices announce the size that they deliver.
+        const PictureSize announced = session_->activeFormat();
+        expectedSize_ = deviceSize(announced.width, announced.height);
+        if (expectedSize_.width > 0 && expectedSize_.height > 0) {
+            expectedChoice_ = services_.chooseEncoder(jobFor(expectedSize_));
+        }
+        session_->startRunning();
+        if (micSession_) micSession_->startRunning();
+    });
+}
+
+void DeviceRecorder::stopSessions() {
+    if (!std::exchange(running_, false)) return;
+    session_->stopRunning();
+    if (micSession_) micSession_->stopRunning();
+    queue_.drain();
+    micQueue_.drain();
+}
+
+// While it runs
+
+bool DeviceRecorder::hasWriter() const {
+    const std::lock_guard hold(lock_);
+    return writerReady_;
+}
+
+// On the device's queue, which alone makes the writer.
+bool DeviceRecorder::makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPicture) {
+    if (writerFailed_) return false;
+    if (hasWriter()) return true;
+    size_ = deviceSize(firstPicture.width(), firstPicture.height());
+    try {
+        makeWriter(size_);
+    } catch (const RecorderError& error) {
+        writerFailed_ = true;
+        Log::write("Device", "Writer-Anlage fehlgeschlagen: " + error.message());
+        return false;
+    }
+    Log::write("Device", formatted("Writer angelegt: %d×%d", size_.width, size_.height));
+    auto journal = std::make_unique<Journal>(folder_);
+    journal->append(journalLine::start(info(), deviceGeometry(size_)));
+    const std::lock_guard hold(lock_);
+    if (webcamFirstPicture_) journal->append(journalLine::webcam(*webcamFirstPicture_));
+    journal_ = std::move(journal);
+    writerReady_ = true;
+    return true;
+}
+
+void DeviceRecorder::makeWriter(PictureSize size) {
+    auto writer = std::make_unique<AssetWriter>(folder_ / "source.mov", MovieContainer::quickTime);
+    writer->setMovieFragmentInterval(kFragmentInterval);
+    const EncodingJob job = jobFor(size);
+    VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, job.averageBitRate);
+    if (!canAddVideo(settings)) throw RecorderError("Die Videospur konnte nicht angelegt werden.");
+    const EncoderChoice choice =
+        expectedChoice_ && expectedSize_ == size ? *expectedChoice_ : services_.chooseEncoder(job);
+    choice.applyTo(settings);
+    VideoWriterInput& video = writer->addVideoInput(settings);
+    video.setExpectsMediaDataInRealTime(true);
+    const auto addSound = [&writer](int channels) {
+        AudioWriterInput& input = writer->addAudioInput(liveSoundSettings(channels));
+        input.setExpectsMediaDataInRealTime(true);
+        return &input;
+    };
+    AudioWriterInput* deviceAudio = hasDeviceAudio_ ? addSound(kDeviceChannels) : nullptr;
+    AudioWriterInput* microphone = options_.microphone ? addSound(kMicrophoneChannels) : nullptr;
+    if (!writer->startWriting()) {
+        throw writer->error().value_or(RecorderError("Die Aufnahmedatei konnte nicht geöffnet werden."));
+    }
+    writer_ = std::move(writer);
+    videoInput_ = &video;
+    deviceAudioInput_ = deviceAudio;
+    micInput_ = microphone;
+}
+
+bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
+    const std::lock_guard hold(lock_);
+    const bool writing = writer_->status() == AssetWriter::Status::writing;
+    const auto session = progress_.beginSessionIfNeeded(writing, time, time.seconds());
+    if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
+    writer_->startSession(time);
+    journal_->append(journalLine::session(progress_.t0Host, progress_.t0Media));
+    Log::write("Device", formatted("Zeitbasis: Host-Uhr %.3f s", progress_.t0Host));
+    return true;
+}
+
+void DeviceRecorder::onPicture(const DeviceSample& sample) {
+    if (!sample.image || !std::isfinite(sample.hostSeconds) || !makeWriterIfNeeded(*sample.image)) return;
+    MediaTime time = hostTime(sample.hostSeconds);
+    if (!beginSessionIfNeeded(time)) return;
+    {
+        const std::lock_guard hold(lock_);
+        time = progress_.pictureTime(time);
+    }
+    if (!videoInput_->isReadyForMoreMediaData()) return;
+    if (!videoInput_->append(fittedPicture(sample.image, size_.width, size_.height), time)) return;
+    const std::lock_guard hold(lock_);
+    progress_.pictureWritten(time);
+}
+
+// On the device's or the microphone's queue.
+void DeviceRecorder::onSound(AudioWriterInput* DeviceRecorder::*member, int channels, const SoundBuffer& sound) {
+    if (!std::isfinite(sound.hostSeconds) || !hasWriter()) return;
+    const MediaTime time = hostTime(sound.hostSeconds);
+    if (!beginSessionIfNeeded(time)) return;
+    AudioWriterInput* const input = this->*member;
+    if (input == nullptr || sound.sampleRate != liveSoundSettings(channels).sampleRate) return;
+    if (!input->isReadyForMoreMediaData() || !input->append(pcmSample(sound, channels))) return;
+    const std::lock_guard hold(lock_);
+    progress_.sampleWritten(time);
+}
+
+void DeviceRecorder::watch() {
+    if (!hasWriter()) return;
+    if (writer_->status() == AssetWriter::Status::failed) {
+        giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
+        return;
+    }
+    const Stats now = snapshot();
+    const int soundTracks = (deviceAudioInput_ != nullptr ? 1 : 0) + (micInput_ != nullptr ? 1 : 0);
+    double bits = static_cast<double>(deviceBitRate(size_.width, size_.height)) + soundTracks * 192000.0;
+    if (options_.webcam) bits += static_cast<double>(kWebcamBitRate);
+    const SpaceNeed need{bits / 8, finishingBytes(now.framesWritten, now.duration * soundTracks, 0)};
+    const auto space = services_.freeSpace(folder_);
+    if (space && mustStop(*space, need)) giveUp(diskNearlyFull());
+}
+
+void DeviceRecorder::giveUp(const RecorderError& reason) {
+    {
+        const std::lock_guard hold(lock_);
+        if (std::exchange(gaveUp_, true)) return;
+    }
+    onMain([this, reason] {
+        // A copy: the callback may destroy the recorder, and with it the member.
+        const auto callback = onStreamError;
+        if (callback && !stopped_) callback(reason);
+    });
+}
+
+void DeviceRecorder::notice(const std::string& sentence) {
+    Log::write("Device", sentence);
+    onMain([this, sentence] {
+        const auto callback = onNotice;
+        if (callback) callback(sentence);
+    });
+}
+
+DeviceRecorder::Stats DeviceRecorder::snapshot() const {
+    const std::lock_guard hold(lock_);
+    return {progress_.elapsed(services_.hostClock()), progress_.framesWritten};
+}
+
+// Stopping
+
+void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
+    if (std::exchange(stopped_, true)) return;
+    watchTimer_.reset();
+    workQueue_.async([this, completion = std::move(completion)] {
+        stopSessions();
+        Outcome outcome;
+        try {
+            outcome = finish();
+        } catch (const std::exception& error) {
+            outcome = RecorderError(error.what());
+        }
+        // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
+        services_.mainLoop.async([completion, outcome] { completion(outcome); });
+    });
+}
+
+DeviceRecorder::Stats DeviceRecorder::finish() {
+    RecordingProgress progress;
+    bool hasMovie = false;
+    {
+        const std::lock_guard hold(lock_);
+        progress = progress_;
+        hasMovie = writerReady_ && progress_.sessionStarted;
+    }
+    if (!hasMovie) {
+        if (writer_) writer_->cancelWriting();
+        if (journal_) journal_->remove();
+        throw RecorderError("Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
+    }
+    const MediaTime end = deviceEndTime(hostTime(services_.hostClock()), progress.lastPTS);
+    videoInput_->markAsFinished();
+    if (deviceAudioInput_ != nullptr) deviceAudioInput_->markAsFinished();
+    if (micInput_ != nullptr) micInput_->markAsFinished();
+    writer_->endSession(end);
+    std::optional<double> webcamFirstPicture;
+    if (webcamRecorder_) webcamFirstPicture = webcamRecorder_->stop();
+    Stats stats{end.seconds() - progress.t0Host, progress.framesWritten};
+    if (!writer_->finishWriting()) {
+        stats = rescue(writer_->error().value_or(RecorderError("Die Aufnahme konnte nicht abgeschlossen werden.")));
+    }
+    writeMetadata(stats, progress.t0Host, webcamFirstPicture);
+    Log::write("Device",
+               formatted("fertig: %.1f s, %lld Bilder", stats.duration, static_cast<long long>(stats.framesWritten)));
+    return stats;
+}
+
+// What the failed writer has left, as a movie. Throws `reason` when that is nothing.
+DeviceRecorder::Stats DeviceRecorder::rescue(const RecorderError& reason) {
+    Log::write("Device", "Writer fehlgeschlagen: " + reason.message());
+    try {
+        const RescuedMovie movie = rescueMovie(writer_->path());
+        notice("Die Aufnahme endete vorzeitig: " + reason.message() +
+               " Was bis dahin aufgenommen wurde, ist gesichert.");
+        return {movie.lastPicture, movie.pictures};
+    } catch (const RecorderError& error) {
+        Log::write("Device", "nicht zu retten: " + error.message());
+        throw RecorderError(reason);
+    }
+}
+
+CaptureInfo DeviceRecorder::info() const {
+    return plannedDeviceInfo(device_.name, size_, deviceAudioInput_ != nullptr, micInput_ != nullptr);
+}
+
+void DeviceRecorder::writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture) {
+    saveEmptyPointerTrack(folder_);
+    RecordingOutcome outcome;
+    outcome.t0Host = outcome.t0Media = t0Host;
+    outcome.duration = stats.duration;
+    outcome.framesWritten = stats.framesWritten;
+    outcome.webcamFirstPicture = webcamFirstPicture;
+    saveCaptureInfo(folder_, info(), outcome);
+    journal_->remove();
+}
+
+}  // namespace lumivastor

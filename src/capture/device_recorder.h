@@ -1,0 +1,145 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "capture/capture_plan.h"
+#include "capture/capture_services.h"
+#include "capture/journal.h"
+#include "capture/recording_progress.h"
+#include "capture/webcam_recorder.h"
+#include "media/asset_writer.h"
+
+namespace lumivastor {
+
+/// The size at which a device is recorded: that of its first picture, rounded down to even numbers.
+PictureSize deviceSize(int pictureWidth, int pictureHeight);
+
+/// When a device's movie ends: now, because a device that shows nothing new sends nothing; never before its last
+/// sample.
+MediaTime deviceEndTime(const MediaTime& now, const MediaTime& lastPTS);
+
+/// Records the screen of an external device (a capture card) into a recording folder like that of a screen:
+/// "source.mov" with the device's picture, its sound where it has some, and the microphone; an empty pointer track; and
+/// the webcam beside it. The movie is begun when the first picture comes, because only then is its size known.
+///
+/// Main thread, unless a function says otherwise. Completions and callbacks run on the main thread; they may destroy
+/// the recorder. Start and stop once.
+class DeviceRecorder {
+  public:
+    struct Stats {
+        double duration = 0;  // seconds
+        std::int64_t framesWritten = 0;
+
+        bool operator==(const Stats&) const = default;
+    };
+    using Outcome = std::variant<Stats, RecorderError>;
+
+    struct Options {
+        bool microphone = false;
+        bool webcam = false;
+    };
+
+    /// Where a desktop hides external devices from programs until they ask, this asks; here it does nothing.
+    static void enableScreenCaptureDevices();
+    /// The devices that deliver the screen of something else, in the system's order.
+    static std::vector<CaptureDevice> availableDevices(CaptureDevices& devices);
+
+    DeviceRecorder(const RecordingServices& services, CaptureDevice device, Options options,
+                   std::filesystem::path folder);
+    /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
+    ~DeviceRecorder();
+    DeviceRecorder(const DeviceRecorder&) = delete;
+    DeviceRecorder& operator=(const DeviceRecorder&) = delete;
+
+    /// Told once when the recording cannot go on: the device is gone, the disk is full or nearly so. Whoever made the
+    /// recorder stops it then; what was recorded until then is kept.
+    std::function<void(const RecorderError&)> onStreamError;
+    /// Told a German sentence when something is missing from now on and the rest goes on.
+    std::function<void(const std::string&)> onNotice;
+
+    /// The devices begin to run in the background. Throws `RecorderError`.
+    void start();
+
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing.
+    void stop(std::function<void(const Outcome&)> completion);
+
+    /// Figures for the display while recording. Any thread.
+    Stats snapshot() const;
+
+    const std::filesystem::path& folder() const { return folder_; }
+    const std::string& deviceName() const { return device_.name; }
+    /// Null when no webcam is recorded.
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+
+  private:
+    enum class Lifetime {};
+
+    void openDevice();
+    void openMicrophone();
+    void startWebcam();
+    void runSessions();
+    void stopSessions();
+    void watch();
+
+    void onPicture(const DeviceSample& sample);
+    void onSound(AudioWriterInput* DeviceRecorder::*input, int channels, const SoundBuffer& sound);
+    bool makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPicture);
+    void makeWriter(PictureSize size);
+    bool hasWriter() const;
+    bool beginSessionIfNeeded(const MediaTime& time);
+
+    Stats finish();
+    Stats rescue(const RecorderError& reason);
+    void writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture);
+    CaptureInfo info() const;
+    void giveUp(const RecorderError& reason);
+    void notice(const std::string& sentence);
+    void onMain(std::function<void()> work);
+
+    const RecordingServices services_;
+    const CaptureDevice device_;
+    const Options options_;
+    const std::filesystem::path folder_;
+
+    mutable std::mutex lock_;
+    RecordingProgress progress_;                // guarded by lock_
+    bool writerReady_ = false;                  // guarded by lock_; from then on the writer and its inputs stay
+    std::optional<double> webcamFirstPicture_;  // guarded by lock_
+    bool gaveUp_ = false;                       // guarded by lock_
+    bool writerFailed_ = false;                 // the device queue's
+    bool stopped_ = false;                      // main thread only
+
+    bool hasDeviceAudio_ = false;
+    PictureSize size_;
+    std::optional<EncoderChoice> expectedChoice_;  // for the format that the device announced; set before it runs
+    PictureSize expectedSize_;
+    std::unique_ptr<Journal> journal_;
+    std::unique_ptr<AssetWriter> writer_;
+    VideoWriterInput* videoInput_ = nullptr;
+    AudioWriterInput* deviceAudioInput_ = nullptr;
+    AudioWriterInput* micInput_ = nullptr;
+    std::unique_ptr<WebcamRecorder> webcamRecorder_;
+
+    std::unique_ptr<CaptureSession> session_;
+    std::unique_ptr<CaptureSession> micSession_;
+    bool running_ = false;
+    std::unique_ptr<MainLoop::Timer> watchTimer_;
+    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+
+    // The queues end before what their work uses.
+    SerialQueue queue_{"lumivastor.device"};
+    SerialQueue micQueue_{"lumivastor.device.mic"};
+    SerialQueue workQueue_{"lumivastor.device.work"};
+};
+
+}  // namespace lumivastor

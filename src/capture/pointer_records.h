@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/geometry.h"
+#include "model/pointer_track.h"
+
+// What the pointer and the recorded window did, as it is collected while a recording runs. Times are seconds of the
+// host clock; points are global, with a top-left origin, in the recording's point space.
+
+namespace lumivastor {
+
+struct RawEvent {
+    double t = 0;
+    Point point;
+    PointerKind kind = PointerKind::move;
+    std::optional<PointerButton> button;
+    std::optional<double> dx, dy;
+
+    bool operator==(const RawEvent&) const = default;
+};
+
+/// From `t` on the cursor has the shape `id`.
+struct RawCursorChange {
+    double t = 0;
+    std::string id;
+
+    bool operator==(const RawCursorChange&) const = default;
+};
+
+/// From `t` until the next sample the window has the frame `rect`.
+struct WindowSample {
+    double t = 0;
+    Rect rect;
+
+    bool operator==(const WindowSample&) const = default;
+};
+/// Ascending in time.
+using WindowTrack = std::vector<WindowSample>;
+
+/// Everything of one recording.
+struct RawPointerTrack {
+    std::vector<RawEvent> events;
+    std::vector<RawCursorChange> cursorChanges;
+    std::vector<CursorImage> cursorImages;
+
+    bool operator==(const RawPointerTrack&) const = default;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,454 @@
+#include "capture/recorder.h"
+
+#include <cmath>
+#include <system_error>
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/formatted.h"
+#include "base/system_error_text.h"
+#include "capture/fitted_picture.h"
+#include "capture/journal_records.h"
+#include "capture/recording_documents.h"
+#include "capture/rescued_movie.h"
+#include "capture/sound_samples.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kSystemChannels = 2;
+constexpr double kWatchSeconds = 1.0;
+
+const char* trueOrFalse(bool value) {
+    return value ? "true" : "false";
+}
+
+void makeFolder(const std::filesystem::path& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) {
+        throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
+    }
+}
+
+}  // namespace
+
+Recorder::Recorder(const CaptureServices& services, Options options, std::filesystem::path folder)
+    : services_(services),
+      options_(std::move(options)),
+      folder_(std::move(folder)),
+      pointer_(std::make_unique<PointerRecorder>(services_, folder_)) {}
+
+Recorder::~Recorder() {
+    lifetime_.reset();
+    workQueue_.drain();
+    watchTimer_.reset();
+    windowTracker_.reset();
+    if (stream_ && !stopped_) {
+        try {
+            stream_->stop();
+        } catch (const RecorderError& error) {
+            Log::write("Capture", "stopCapture meldete: " + error.message());
+        }
+    }
+    stream_.reset();
+    videoQueue_.drain();
+    systemAudioQueue_.drain();
+    microphoneQueue_.drain();
+}
+
+std::shared_ptr<WebcamPreview> Recorder::webcamPreviewLayer() const {
+    return webcamRecorder_ ? webcamRecorder_->previewLayer() : nullptr;
+}
+
+void Recorder::onMain(std::function<void()> work) {
+    services_.mainLoop.async([alive = std::weak_ptr(lifetime_), work = std::move(work)] {
+        if (!alive.expired()) work();
+    });
+}
+
+// Starting
+
+void Recorder::start() {
+    try {
+        prepare();
+        startCompanions();
+        startCapture();
+    } catch (...) {
+        abandon();
+        throw;
+    }
+}
+
+void Recorder::start(std::function<void(std::optional<RecorderError>)> completion) {
+    const auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+    // Runs a step; what it throws ends the start on the main thread.
+    const auto guarded = [this, shared](void (Recorder::*step)(), const std::function<void()>& next) {
+        try {
+            (this->*step)();
+        } catch (const RecorderError& error) {
+            onMain([this, shared, error] {
+                abandon();
+                (*shared)(error);
+            });
+            return;
+        }
+        next();
+    };
+    workQueue_.async([this, shared, guarded] {
+        guarded(&Recorder::prepare, [this, shared, guarded] {
+            onMain([this, shared, guarded] {
+                guarded(&Recorder::startCompanions, [this, shared, guarded] {
+                    workQueue_.async([this, shared, guarded] {
+                        guarded(&Recorder::startCapture,
+                                [this, shared] { onMain([shared] { (*shared)(std::nullopt); }); });
+                    });
+                });
+            });
+        });
+    });
+}
+
+void Recorder::prepare() {
+    makeFolder(folder_);
+    plan_ = planCapture(options_, services_.desktop.shareableContent());
+    journal_ = std::make_unique<Journal>(folder_);
+    journal_->append(journalLine::start(plannedInfo(*plan_, options_), plan_->geometry));
+    if (plan_->windowID) {
+        windowTracker_ =
+            std::make_unique<WindowFrameTracker>(services_, *plan_->windowID, plan_->space, journal_.get());
+    }
+    makeWriter();
+    const auto space = services_.freeSpace(folder_);
+    if (space && mustStop(*space, spaceNeed())) {
+        throw RecorderError("Auf dem Datenträger ist zu wenig Platz für eine Aufnahme.");
+    }
+    makeStream();
+}
+
+void Recorder::makeWriter() {
+    const int width = plan_->width();
+    const int height = plan_->height();
+    writer_ = std::make_unique<AssetWriter>(folder_ / "source.mov", MovieContainer::quickTime);
+    writer_->setMovieFragmentInterval(kFragmentInterval);
+
+    const std::int64_t bitRate = averageBitRate(width, height, options_.fps);
+    VideoSettings settings = liveVideoSettings(width, height, options_.fps, bitRate);
+    if (!canAddVideo(settings)) throw RecorderError("Videospur konnte nicht angelegt werden.");
+    const EncoderChoice choice = services_.chooseEncoder({width, height, options_.fps, bitRate});
+    choice.applyTo(settings);
+    videoInput_ = &writer_->addVideoInput(settings);
+    videoInput_->setExpectsMediaDataInRealTime(true);
+    double bits = static_cast<double>(bitRate);
+
+    if (options_.systemAudio) {
+        const AudioSettings sound = liveSoundSettings(kSystemChannels);
+        if (!canAddSound(sound)) throw RecorderError("Spur für den Systemton konnte nicht angelegt werden.");
+        systemAudioInput_ = &writer_->addAudioInput(sound);
+        systemAudioInput_->setExpectsMediaDataInRealTime(true);
+        bits += sound.bitRate;
+    }
+    if (options_.microphone) {
+        const auto device = services_.sound.defaultMicrophone();
+        microphoneChannels_ = microphoneChannels(device ? device->channels : 0);
+        const AudioSettings sound = liveSoundSettings(microphoneChannels_);
+        if (!canAddSound(sound)) throw RecorderError("Spur für das Mikrofon konnte nicht angelegt werden.");
+        microphoneInput_ = &writer_->addAudioInput(sound);
+        microphoneInput_->setExpectsMediaDataInRealTime(true);
+        bits += sound.bitRate;
+    }
+    if (options_.webcam) bits += static_cast<double>(kWebcamBitRate);
+    bytesPerSecond_ = bits / 8;
+
+    if (!writer_->startWriting()) {
+        throw writer_->error().value_or(RecorderError("Die Aufnahmedatei konnte nicht geöffnet werden."));
+    }
+    std::string reason = choice.reason;
+    if (reason.ends_with('.')) reason.pop_back();
+    Log::write("Capture", "Writer bereit: " + choice.candidate.encoder + " (" + reason + "), Bitrate " +
+                              std::to_string(bitRate / 1'000'000) + " Mbit/s");
+}
+
+void Recorder::makeStream() {
+    stream_ = services_.desktop.makeCaptureStream(plan_->filter, plan_->configuration);
+    stream_->onStop([this](const RecorderError& error) {
+        Log::write("Capture", "Stream abgebrochen: " + error.message());
+        giveUp(error);
+    });
+    stream_->onNotice([this](const std::string& sentence) { notice(sentence); });
+    stream_->addScreenOutput(videoQueue_, [this](const ScreenSample& sample) { onScreen(sample); });
+    if (systemAudioInput_ != nullptr) {
+        stream_->addSystemAudioOutput(systemAudioQueue_, [this](const SoundBuffer& sound) {
+            onSound(*systemAudioInput_, kSystemChannels, sound);
+        });
+    }
+    if (microphoneInput_ != nullptr) {
+        stream_->addMicrophoneOutput(microphoneQueue_, [this](const SoundBuffer& sound) {
+            onSound(*microphoneInput_, microphoneChannels_, sound);
+        });
+    }
+}
+
+void Recorder::startCompanions() {
+    if (windowTracker_) windowTracker_->start();
+    if (options_.webcam) startWebcam();
+    pointer_->start(plan_->space, journal_.get());
+    watchTimer_ = services_.mainLoop.every(kWatchSeconds, [this] { watch(); });
+}
+
+void Recorder::startWebcam() {
+    auto webcam = std::make_unique<WebcamRecorder>(services_);
+    webcam->onFirstPicture = [this](double seconds) { journal_->append(journalLine::webcam(seconds)); };
+    webcam->onNotice = [this](const std::string& sentence) { notice(sentence); };
+    try {
+        webcam->start(folder_);
+        webcamRecorder_ = std::move(webcam);
+    } catch (const RecorderError& error) {
+        Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
+        notice("Die Kamera wird nicht aufgenommen: " + error.message());
+    }
+}
+
+void Recorder::startCapture() {
+    stream_->start();
+    Log::write("Capture",
+               formatted("gestartet: %d×%d @ %d fps, Ton=%s Mikro=%s, Skalierung=", plan_->width(), plan_->height(),
+                         options_.fps, trueOrFalse(options_.systemAudio), trueOrFalse(options_.microphone)) +
+                   decimalText(plan_->geometry.pointPixelScale));
+}
+
+// Takes everything back that a failed start has done. Main thread.
+void Recorder::abandon() {
+    stopped_ = true;
+    watchTimer_.reset();
+    pointer_->stop();
+    windowTracker_.reset();
+    stream_.reset();
+    if (webcamRecorder_) {
+        webcamRecorder_->stop();
+        std::error_code ignored;
+        std::filesystem::remove(folder_ / "webcam.mov", ignored);
+    }
+    if (writer_) writer_->cancelWriting();
+    discardFolder();
+}
+
+// Nothing was recorded: what the companions wrote goes, and the folder with it unless somebody else put things there.
+void Recorder::discardFolder() {
+    if (journal_) journal_->remove();
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_ / "cursors", ignored);
+    std::filesystem::remove(folder_, ignored);
+}
+
+// While it runs
+
+bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
+    RecordingProgress begun;
+    {
+        const std::lock_guard hold(lock_);
+        const bool writing = writer_->status() == AssetWriter::Status::writing;
+        const auto session = progress_.beginSessionIfNeeded(writing, time, services_.hostClock());
+        if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
+        // Under the lock: nobody appends before the session has begun.
+        writer_->startSession(time);
+        begun = progress_;
+    }
+    journal_->append(journalLine::session(begun.t0Host, begun.t0Media));
+    Log::write("Capture", formatted("Zeitbasis: Host-Uhr %.3f s, Medienzeit %.3f s, Abstand %.1f ms", begun.t0Host,
+                                    begun.t0Media, (begun.t0Media - begun.t0Host) * 1000));
+    return true;
+}
+
+void Recorder::onScreen(const ScreenSample& sample) {
+    if (!std::isfinite(sample.hostSeconds)) return;
+    if (!isNewPicture(sample.status, sample.image != nullptr)) {
+        const std::lock_guard hold(lock_);
+        ++progress_.framesSkippedIdle;
+        return;
+    }
+    MediaTime time = hostTime(sample.hostSeconds);
+    if (!beginSessionIfNeeded(time)) return;
+    const bool ready = videoInput_->isReadyForMoreMediaData();
+    {
+        const std::lock_guard hold(lock_);
+        if (!ready) {
+            ++progress_.framesDropped;
+            return;
+        }
+        time = progress_.pictureTime(time);
+    }
+    if (!appendPicture(sample, time)) {
+        const RecorderError error = writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben."));
+        Log::write("Capture", "Videobild abgelehnt: " + error.message());
+        giveUp(error);
+        return;
+    }
+    const std::lock_guard hold(lock_);
+    progress_.pictureWritten(time);
+}
+
+// A still screen delivers the same picture again and again, which the writer stores for next to nothing.
+bool Recorder::appendPicture(const ScreenSample& sample, const MediaTime& time) {
+    if (sample.image == lastPicture_) return videoInput_->appendRepeat(time);
+    lastPicture_ = sample.image;
+    return videoInput_->append(fittedPicture(sample.image, plan_->width(), plan_->height()), time);
+}
+
+void Recorder::onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound) {
+    if (!std::isfinite(sound.hostSeconds) || sound.sampleRate != plan_->configuration.sampleRate) return;
+    const MediaTime time = hostTime(sound.hostSeconds);
+    if (!beginSessionIfNeeded(time)) return;
+    if (!input.isReadyForMoreMediaData() || !input.append(pcmSample(sound, channels))) return;
+    const std::lock_guard hold(lock_);
+    progress_.sampleWritten(time);
+}
+
+void Recorder::watch() {
+    const Stats now = snapshot();
+    journal_->append(journalLine::counts({now.framesSkippedIdle, now.framesDropped, pointer_->missingCursorPolls()}));
+    if (writer_->status() == AssetWriter::Status::failed) {
+        giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
+        return;
+    }
+    const auto space = services_.freeSpace(folder_);
+    if (space && mustStop(*space, spaceNeed())) giveUp(diskNearlyFull());
+}
+
+SpaceNeed Recorder::spaceNeed() const {
+    const Stats now = snapshot();
+    const int soundTracks = (options_.systemAudio ? 1 : 0) + (options_.microphone ? 1 : 0);
+    return {bytesPerSecond_, finishingBytes(now.framesWritten, now.duration * soundTracks, now.pointerEvents)};
+}
+
+void Recorder::giveUp(const RecorderError& reason) {
+    {
+        const std::lock_guard hold(lock_);
+        if (std::exchange(gaveUp_, true)) return;
+    }
+    onMain([this, reason] {
+        // A copy: the callback may destroy the recorder, and with it the member.
+        const auto callback = onStreamError;
+        if (callback && !stopped_) callback(reason);
+    });
+}
+
+void Recorder::notice(const std::string& sentence) {
+    Log::write("Capture", sentence);
+    onMain([this, sentence] {
+        const auto callback = onNotice;
+        if (callback) callback(sentence);
+    });
+}
+
+Recorder::Stats Recorder::snapshot() const {
+    const std::int64_t events = pointer_->eventCount();
+    const std::lock_guard hold(lock_);
+    return {progress_.elapsed(services_.hostClock()), progress_.framesWritten, progress_.framesSkippedIdle,
+            progress_.framesDropped, events};
+}
+
+// Stopping
+
+void Recorder::stop(std::function<void(const Outcome&)> completion) {
+    if (std::exchange(stopped_, true)) return;
+    pointer_->stop();
+    if (!stream_) {
+        services_.mainLoop.async(
+            [completion = std::move(completion)] { completion(RecorderError("Es lief keine Aufnahme.")); });
+        return;
+    }
+    if (windowTracker_) windowTracker_->stop();
+    watchTimer_.reset();
+    workQueue_.async([this, completion = std::move(completion)] {
+        try {
+            stream_->stop();
+        } catch (const RecorderError& error) {
+            Log::write("Capture", "stopCapture meldete: " + error.message());
+        }
+        videoQueue_.drain();
+        systemAudioQueue_.drain();
+        microphoneQueue_.drain();
+        Outcome outcome;
+        try {
+            outcome = finish();
+        } catch (const std::exception& error) {
+            outcome = RecorderError(error.what());
+        }
+        // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
+        services_.mainLoop.async([completion, outcome] { completion(outcome); });
+    });
+}
+
+Recorder::Stats Recorder::finish() {
+    lastPicture_.reset();
+    RecordingProgress progress;
+    {
+        const std::lock_guard hold(lock_);
+        progress = progress_;
+    }
+    // Sound alone is no recording of a screen.
+    if (progress.framesWritten == 0) {
+        writer_->cancelWriting();
+        if (webcamRecorder_) {
+            webcamRecorder_->stop();
+            std::error_code ignored;
+            std::filesystem::remove(folder_ / "webcam.mov", ignored);
+        }
+        discardFolder();
+        throw RecorderError(
+            "Es wurde kein einziges Bild aufgenommen. Fehlt die Berechtigung für die Bildschirmaufnahme?");
+    }
+    videoInput_->markAsFinished();
+    if (systemAudioInput_ != nullptr) systemAudioInput_->markAsFinished();
+    if (microphoneInput_ != nullptr) microphoneInput_->markAsFinished();
+    writer_->endSession(progress.lastPTS);
+    Stats stats{progress.duration(), progress.framesWritten, progress.framesSkippedIdle, progress.framesDropped, 0};
+    if (!writer_->finishWriting()) {
+        const RecorderError reason =
+            writer_->error().value_or(RecorderError("Die Aufnahme konnte nicht abgeschlossen werden."));
+        Log::write("Capture", "Writer fehlgeschlagen: " + reason.message());
+        stats = rescue(reason, stats);
+    }
+    writeDocuments(progress, stats);
+    return stats;
+}
+
+// What the failed writer has left, as a movie. Throws `reason` when that is nothing.
+Recorder::Stats Recorder::rescue(const RecorderError& reason, Stats stats) {
+    try {
+        const RescuedMovie movie = rescueMovie(writer_->path());
+        stats.duration = movie.lastPicture;
+        stats.framesWritten = movie.pictures;
+    } catch (const RecorderError& error) {
+        Log::write("Capture", "nicht zu retten: " + error.message());
+        if (webcamRecorder_) webcamRecorder_->stop();
+        throw RecorderError(reason);
+    }
+    notice("Die Aufnahme endete vorzeitig: " + reason.message() + " Was bis dahin aufgenommen wurde, ist gesichert.");
+    return stats;
+}
+
+void Recorder::writeDocuments(const RecordingProgress& progress, Stats& stats) {
+    RecordingOutcome outcome;
+    if (webcamRecorder_) outcome.webcamFirstPicture = webcamRecorder_->stop();
+    std::optional<WindowTrack> windowTrack;
+    if (windowTracker_) windowTrack = windowTracker_->frames();
+    stats.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack);
+    outcome.t0Host = progress.t0Host;
+    outcome.t0Media = progress.t0Media;
+    outcome.duration = stats.duration;
+    outcome.framesWritten = stats.framesWritten;
+    outcome.counts = {stats.framesSkippedIdle, stats.framesDropped, pointer_->missingCursorPolls()};
+    outcome.pointerEvents = stats.pointerEvents;
+    saveCaptureInfo(folder_, plannedInfo(*plan_, options_), outcome);
+    journal_->remove();
+    Log::write(
+        "Capture",
+        formatted("fertig: %.1f s, %lld Bilder, %lld leer, %lld verworfen, %lld Zeigerereignisse", stats.duration,
+                  static_cast<long long>(stats.framesWritten), static_cast<long long>(stats.framesSkippedIdle),
+                  static_cast<long long>(stats.framesDropped), static_cast<long long>(stats.pointerEvents)));
+}
+
+}  // namespace lumivastor

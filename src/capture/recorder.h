@@ -1,0 +1,138 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "capture/capture_plan.h"
+#include "capture/capture_services.h"
+#include "capture/journal.h"
+#include "capture/pointer_recorder.h"
+#include "capture/recording_progress.h"
+#include "capture/webcam_recorder.h"
+#include "capture/window_frame_tracker.h"
+#include "media/asset_writer.h"
+
+namespace lumivastor {
+
+/// Records a display, a region of it or a window into "source.mov" of a recording folder, with system sound and
+/// microphone where asked for, and drives what is recorded beside it: pointer, window frame, webcam. Make it, start it,
+/// stop it; once.
+///
+/// Main thread, unless a function says otherwise. Completions and callbacks run on the main thread; they may destroy
+/// the recorder.
+class Recorder {
+  public:
+    using Source = CaptureSource;
+    using Options = CaptureOptions;
+
+    struct Stats {
+        double duration = 0;  // seconds
+        std::int64_t framesWritten = 0;
+        std::int64_t framesSkippedIdle = 0;
+        std::int64_t framesDropped = 0;
+        std::int64_t pointerEvents = 0;
+
+        bool operator==(const Stats&) const = default;
+    };
+    using Outcome = std::variant<Stats, RecorderError>;
+
+    Recorder(const CaptureServices& services, Options options, std::filesystem::path folder);
+    /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
+    ~Recorder();
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+
+    /// Told once when the recording cannot go on: the window was closed, the display server is gone, the disk is full
+    /// or nearly so. Whoever made the recorder stops it then; what was recorded until then is kept.
+    std::function<void(const RecorderError&)> onStreamError;
+    /// Told a German sentence when something is missing from now on and the rest goes on: sound, the camera.
+    std::function<void(const std::string&)> onNotice;
+
+    /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
+    /// Throws `RecorderError`; nothing is left behind in the folder then.
+    void start();
+    /// The same in the background. The completion gets the error, or null.
+    void start(std::function<void(std::optional<RecorderError>)> completion);
+
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where the movie's
+    /// writer failed on the way, what it wrote until then is completed and kept, `onNotice` says so, and the completion
+    /// gets `Stats` nevertheless.
+    void stop(std::function<void(const Outcome&)> completion);
+
+    /// Figures for the display while recording. Any thread.
+    Stats snapshot() const;
+
+    const std::filesystem::path& folder() const { return folder_; }
+    /// The live picture of the webcam; null when none is recorded.
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+
+  private:
+    enum class Lifetime {};
+
+    // The steps of a start; the second belongs to the main thread, the others may run on any.
+    void prepare();
+    void startCompanions();
+    void startCapture();
+    void abandon();
+    void makeWriter();
+    void makeStream();
+    void startWebcam();
+    void watch();
+
+    void onScreen(const ScreenSample& sample);
+    void onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound);
+    bool beginSessionIfNeeded(const MediaTime& time);
+    bool appendPicture(const ScreenSample& sample, const MediaTime& time);
+
+    Stats finish();
+    Stats rescue(const RecorderError& reason, Stats stats);
+    void writeDocuments(const RecordingProgress& progress, Stats& stats);
+    void discardFolder();
+    SpaceNeed spaceNeed() const;
+    void giveUp(const RecorderError& reason);
+    void notice(const std::string& sentence);
+    void onMain(std::function<void()> work);
+
+    const CaptureServices services_;
+    const Options options_;
+    const std::filesystem::path folder_;
+
+    mutable std::mutex lock_;
+    RecordingProgress progress_;  // guarded by lock_
+    bool gaveUp_ = false;         // guarded by lock_
+    bool stopped_ = false;        // main thread only
+
+    std::unique_ptr<Journal> journal_;
+    const std::unique_ptr<PointerRecorder> pointer_;
+    std::unique_ptr<WindowFrameTracker> windowTracker_;
+    std::unique_ptr<WebcamRecorder> webcamRecorder_;
+    std::optional<CapturePlan> plan_;
+    double bytesPerSecond_ = 0;
+
+    std::unique_ptr<AssetWriter> writer_;
+    VideoWriterInput* videoInput_ = nullptr;
+    AudioWriterInput* systemAudioInput_ = nullptr;
+    AudioWriterInput* microphoneInput_ = nullptr;
+    int microphoneChannels_ = 1;
+    std::shared_ptr<const BgraPremultipliedBuffer> lastPicture_;  // the video queue's
+
+    std::unique_ptr<CaptureStream> stream_;
+    std::unique_ptr<MainLoop::Timer> watchTimer_;
+    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+
+    // The queues end before what their work uses.
+    SerialQueue videoQueue_{"aufnahme.capture.video"};
+    SerialQueue systemAudioQueue_{"aufnahme.capture.systemaudio"};
+    SerialQueue microphoneQueue_{"aufnahme.capture.microphone"};
+    SerialQueue workQueue_{"aufnahme.capture.work"};
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,61 @@
+#include "capture/recordings_root.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+#include "base/formatted.h"
+#include "base/recorder_error.h"
+#include "base/system_error_text.h"
+
+namespace lumivastor {
+
+namespace {
+
+std::string environmentVariable(const char* name) {
+    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    return value == nullptr ? "" : value;
+}
+
+std::filesystem::path homeFolder() {
+    if (const std::string home = environmentVariable("HOME"); !home.empty()) return home;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the user data base while we run
+    if (const passwd* user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
+    return "/";
+}
+
+}  // namespace
+
+std::filesystem::path recordingsRoot() {
+    return homeFolder() / "Movies" / "LumiVastor";
+}
+
+std::filesystem::path encoderMemoryFile() {
+    const std::string cache = environmentVariable("XDG_CACHE_HOME");
+    const std::filesystem::path folder =
+        (cache.starts_with('/') ? std::filesystem::path(cache) : homeFolder() / ".cache") / "lumivastor";
+    std::error_code ignored;  // then nothing is remembered
+    std::filesystem::create_directories(folder, ignored);
+    return folder / "encoders.txt";
+}
+
+std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std::time_t time) {
+    std::tm local{};
+    localtime_r(&time, &local);
+    const std::string name = formatted("%04d-%02d-%02d_%02d-%02d-%02d", local.tm_year + 1900, local.tm_mon + 1,
+                                       local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    std::error_code error;
+    std::filesystem::create_directories(root, error);
+    for (int i = 1; !error; ++i) {
+        std::filesystem::path folder = root / (i == 1 ? name : name + formatted("-%d", i));
+        // False when it is there already, also when another program was faster.
+        if (std::filesystem::create_directory(folder, error)) return folder;
+    }
+    throw RecorderError("Der Ordner für Aufnahmen „" + root.string() +
+                        "“ kann nicht angelegt werden: " + systemErrorText(error) + ".");
+}
+
+}  // namespace lumivastor

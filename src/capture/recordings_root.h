@@ -1,0 +1,19 @@
+#pragma once
+
+#include <ctime>
+#include <filesystem>
+
+namespace lumivastor {
+
+/// Where recordings are kept: "Movies/LumiVastor" in the user's home folder. Not created.
+std::filesystem::path recordingsRoot();
+
+/// Where measurements of encoders are remembered: in the user's cache folder. The folders on the way are created, as
+/// far as that is possible.
+std::filesystem::path encoderMemoryFile();
+
+/// Creates a folder for a recording that starts at `time`, named by it in local time ("2025-03-14_09-05-33"), and the
+/// folders above it. A second one within the same second gets "-2" behind its name, and so on. Throws `RecorderError`.
+std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std::time_t time);
+
+}  // namespace lumivastor

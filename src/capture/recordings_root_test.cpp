@@ -1,0 +1,47 @@
+#include "capture/recordings_root.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "base/recorder_error.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+namespace {
+
+TEST(RecordingsRoot, LiesInTheHomeFolder) {
+    const char* home = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe): no other thread is running
+    EXPECT_EQ(recordingsRoot(), std::filesystem::path(home) / "Movies/LumiVastor");
+}
+
+TEST(RecordingFolders, AreNamedByLocalTime) {
+    const TemporaryFolder root;
+    std::tm local{};
+    local.tm_year = 125;
+    local.tm_mon = 2;
+    local.tm_mday = 14;
+    local.tm_hour = 9;
+    local.tm_min = 5;
+    local.tm_sec = 33;
+    local.tm_isdst = -1;
+    const auto folder = makeRecordingFolder(root / "Movies" / "LumiVastor", std::mktime(&local));
+    EXPECT_EQ(folder, root / "Movies" / "LumiVastor" / "2025-03-14_09-05-33");
+    EXPECT_TRUE(std::filesystem::is_directory(folder));
+}
+
+TEST(RecordingFolders, ThatStartInTheSameSecondAreTwo) {
+    const TemporaryFolder root;
+    const auto first = makeRecordingFolder(root.path(), 1'700'000'000);
+    EXPECT_EQ(makeRecordingFolder(root.path(), 1'700'000'000), first.string() + "-2");
+    EXPECT_EQ(makeRecordingFolder(root.path(), 1'700'000'000), first.string() + "-3");
+}
+
+TEST(RecordingFolders, ThatCannotBeMadeAreAnError) {
+    const TemporaryFolder root;
+    root.write("file", "x");
+    EXPECT_THROW(makeRecordingFolder(root / "file", 0), RecorderError);
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,39 @@
+#include "capture/rescued_movie.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "base/recorder_error.h"
+#include "media/asset.h"
+#include "media/asset_reader.h"
+#include "media/movie_repair.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Pictures come every second at least; sound may end later than they do.
+constexpr MediaTime kLookBack{10, 1};
+
+double lastPictureOf(const std::shared_ptr<const Asset>& asset, const AssetTrack& track) {
+    AssetReader reader(asset);
+    const MediaTime start = std::max(track.start, track.end - kLookBack);
+    reader.setTimeRange(TimeRange::between(start, std::max(track.end, asset->duration())));
+    StoredSampleOutput& output = reader.addStoredSampleOutput(track.id);
+    MediaTime last = track.start;
+    if (!reader.startReading()) throw reader.error().value_or(RecorderError("Der Film kann nicht gelesen werden."));
+    while (const auto sample = output.copyNextSample()) last = std::max(last, sample->presentationTime);
+    return last.seconds();
+}
+
+}  // namespace
+
+RescuedMovie rescueMovie(const std::filesystem::path& path) {
+    repairMovie(path);
+    const auto asset = std::make_shared<const Asset>(path);
+    const auto videos = asset->tracks(TrackKind::video);
+    if (videos.empty() || videos.front().sampleCount == 0) throw RecorderError("Der Film enthält kein Bild.");
+    return {lastPictureOf(asset, videos.front()), videos.front().sampleCount};
+}
+
+}  // namespace lumivastor

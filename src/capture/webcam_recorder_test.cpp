@@ -1,0 +1,160 @@
+#include "capture/webcam_recorder.h"
+
+#include <gtest/gtest.h>
+
+#include "base/recorder_error.h"
+#include "media/asset.h"
+#include "support/recorder_rig.h"
+
+namespace lumivastor {
+namespace {
+
+class WebcamRecorders : public RecorderRig {
+  protected:
+    WebcamRecorders() {
+        std::filesystem::create_directories(folder_);
+        devices_.setDefaultCamera(camera_);
+    }
+
+    // Until the camera runs, which it does in the background.
+    void start() {
+        recorder_->start(folder_);
+        ASSERT_TRUE(loop_.runUntil([this] { return camera_->isRunning(); }));
+    }
+
+    // Until it has arrived: pictures that come while others wait are dropped.
+    void emit(double hostSeconds) {
+        const auto image = picture(640, 480);
+        ASSERT_TRUE(camera_->emitPicture(hostSeconds, image));
+        ASSERT_TRUE(loop_.runUntil([&] { return recorder_->previewLayer()->latest() == image; }));
+    }
+
+    std::string startError() {
+        try {
+            recorder_->start(folder_);
+        } catch (const RecorderError& error) {
+            return error.message();
+        }
+        return "no error";
+    }
+
+    std::shared_ptr<SyntheticDevice> camera_ =
+        std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    std::unique_ptr<WebcamRecorder> recorder_ = std::make_unique<WebcamRecorder>(services_);
+};
+
+TEST_F(WebcamRecorders, TellsWhenItsFirstPictureWasTaken) {
+    double told = 0;
+    recorder_->onFirstPicture = [&told](double seconds) { told = seconds; };
+    start();
+    for (int i = 0; i < 8; ++i) emit(2000.5 + i / 30.0);
+    const auto first = recorder_->stop();
+    EXPECT_EQ(first, 2000.5);
+    EXPECT_EQ(told, 2000.5);
+    EXPECT_FALSE(camera_->isRunning());
+    const Asset movie(folder_ / "webcam.mov");
+    ASSERT_EQ(movie.tracks(TrackKind::video).size(), 1u);
+    const AssetTrack track = movie.tracks(TrackKind::video)[0];
+    EXPECT_EQ(track.codec, "h264");
+    EXPECT_EQ(track.width, 640);
+    EXPECT_EQ(track.sampleCount, 8);
+    EXPECT_EQ(track.start.seconds(), 0);
+    EXPECT_FALSE(movie.isFragmented());
+    EXPECT_EQ(log(),
+              (std::vector<std::string>{"[Webcam] gestartet: 640×480", "[Webcam] erstes Bild bei Host-Uhr 2000.500 s",
+                                        "[Webcam] fertig: 8 Bilder, Status 2"}));
+}
+
+TEST_F(WebcamRecorders, PrefersTheLargestPreset) {
+    camera_->setPresets({{1280, 720}, {1920, 1080}});
+    EXPECT_EQ(startError(), "no error");
+    EXPECT_EQ(camera_->size(), (PictureSize{1920, 1080}));
+    EXPECT_TRUE(logged("[Webcam] gestartet: 1920×1080"));
+    recorder_->stop();
+}
+
+TEST_F(WebcamRecorders, TakesTheSmallerPresetWhereThatIsAll) {
+    camera_->setPresets({{1280, 720}});
+    EXPECT_EQ(startError(), "no error");
+    EXPECT_EQ(camera_->size(), (PictureSize{1280, 720}));
+    recorder_->stop();
+}
+
+TEST_F(WebcamRecorders, ACameraWithoutPresetsRecordsItsActiveFormat) {
+    camera_->setActiveFormat({352, 288});
+    start();
+    camera_->emitPicture(5);
+    camera_->emitPicture(6);
+    EXPECT_EQ(recorder_->stop(), 5);
+    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).width, 352);
+}
+
+TEST_F(WebcamRecorders, StoppingBeforeTheFirstPictureGivesNothing) {
+    start();
+    EXPECT_EQ(recorder_->stop(), std::nullopt);
+    EXPECT_TRUE(logged("[Webcam] beendet ohne ein einziges Bild"));
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "webcam.mov"));
+}
+
+TEST_F(WebcamRecorders, WhatCannotBeStartedIsSaid) {
+    devices_.setDefaultCamera(nullptr);
+    EXPECT_EQ(startError(), "Es wurde keine Kamera gefunden.");
+    devices_.setDefaultCamera(camera_);
+    camera_->failOpens("Die Kamera ist belegt.");
+    EXPECT_EQ(startError(), "Die Kamera ist belegt.");
+    camera_->failOpens(std::nullopt);
+    camera_->setHasVideo(false);
+    EXPECT_EQ(startError(), "Das Kamerabild kann nicht abgegriffen werden.");
+    camera_->setHasVideo(true);
+    camera_->setActiveFormat({0, 0});
+    EXPECT_EQ(startError(), "Die Kameradatei konnte nicht angelegt werden.");
+    EXPECT_EQ(recorder_->stop(), std::nullopt);
+}
+
+TEST_F(WebcamRecorders, AFileThatCannotBeMadeIsSaidWithTheWritersReason) {
+    std::filesystem::remove(folder_);
+    const std::string error = startError();
+    EXPECT_NE(error, "no error");
+    EXPECT_NE(error.find("webcam.mov"), std::string::npos) << error;
+    EXPECT_EQ(recorder_->stop(), std::nullopt);
+}
+
+TEST_F(WebcamRecorders, ReplacesAnOldFile) {
+    temporary_.write("recording/webcam.mov", "alt");
+    start();
+    camera_->emitPicture(5);
+    camera_->emitPicture(5.1);
+    EXPECT_EQ(recorder_->stop(), 5);
+    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, 2);
+}
+
+TEST_F(WebcamRecorders, ShowsTheLatestPicture) {
+    start();
+    const auto preview = recorder_->previewLayer();
+    EXPECT_EQ(preview->latest(), nullptr);
+    camera_->emitPicture(5, 40);
+    ASSERT_TRUE(loop_.runUntil([&] { return preview->latest() != nullptr; }));
+    EXPECT_EQ(preview->latest()->pixel(1, 1)[0], 40);
+    recorder_->stop();
+}
+
+TEST_F(WebcamRecorders, ACameraThatIsUnpluggedKeepsWhatItGave) {
+    std::string told;
+    recorder_->onNotice = [&told](const std::string& sentence) { told = sentence; };
+    start();
+    for (int i = 0; i < 8; ++i) emit(7 + i / 30.0);
+    camera_->interrupt("abgezogen");
+    EXPECT_EQ(recorder_->stop(), 7);
+    EXPECT_EQ(told, "Die Kamera liefert kein Bild mehr: abgezogen");
+    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, 8);
+}
+
+TEST_F(WebcamRecorders, OneThatIsNotStoppedEndsItsCamera) {
+    start();
+    camera_->emitPicture(5);
+    recorder_.reset();
+    EXPECT_FALSE(camera_->isRunning());
+}
+
+}  // namespace
+}  // namespace lumivastor

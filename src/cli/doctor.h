@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "capture/capture_services.h"
+
+namespace lumivastor {
+
+/// One service of this machine.
+struct Check {
+    std::string name;
+    bool ok = false;
+    std::string detail;  // a German sentence: what was found, or what to do
+    /// Without it no screen can be recorded.
+    bool isNeeded = false;
+};
+
+/// What is looked at. The functions may throw `RecorderError`, which is then the finding.
+struct Examined {
+    std::function<Desktop&()> desktop;
+    std::function<SoundSystem&()> sound;
+    std::function<CaptureDevices&()> devices;
+    std::function<EncoderChoice(const EncodingJob&)> chooseEncoder;
+    std::function<std::optional<FreeSpace>(const std::filesystem::path&)> freeSpace;
+    std::filesystem::path recordingsRoot;
+};
+
+/// Looks at everything; never throws on what it finds.
+std::vector<Check> examine(const Examined& machine);
+
+bool canRecordScreens(const std::vector<Check>& checks);
+
+/// One JSON document, and the same for people.
+void writeChecks(const std::vector<Check>& checks, std::ostream& out);
+void printChecks(const std::vector<Check>& checks, std::ostream& out);
+
+}  // namespace lumivastor

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "capture/capture_plan.h"
+#include "cli/arguments.h"
+
+namespace lumivastor {
+
+/// What the words behind `record` ask for.
+struct RecordRequest {
+    std::size_t displayIndex = 0;
+    std::optional<std::uint32_t> windowID;
+    std::optional<Rect> region;  // points, relative to the display
+    std::optional<std::string> deviceID;
+    std::optional<std::filesystem::path> out;
+    std::optional<double> seconds;
+    int fps = 60;
+    bool systemAudio = false;
+    bool microphone = false;
+    bool webcam = false;
+};
+
+extern const std::span<const OptionSpec> kRecordOptions;
+
+/// Throws `UsageError`.
+RecordRequest parseRecordRequest(const Arguments& arguments);
+
+/// The source that is meant. Throws `RecorderError` when there is no such display or window.
+CaptureSource sourceFor(const RecordRequest& request, const ShareableContent& content);
+
+/// The device that is meant. Throws `RecorderError` when there is no such device.
+CaptureDevice deviceFor(const std::string& id, const std::vector<CaptureDevice>& devices);
+
+/// Throws `RecorderError` when the folder holds a recording already, finished or not.
+void requireNoRecording(const std::filesystem::path& folder);
+
+}  // namespace lumivastor

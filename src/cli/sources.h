@@ -1,0 +1,23 @@
+#pragma once
+
+#include <iosfwd>
+#include <vector>
+
+#include "platform/capture_device.h"
+#include "platform/shareable_content.h"
+
+namespace lumivastor {
+
+/// What can be recorded, as the application lists it.
+struct Sources {
+    std::vector<Display> displays;
+    std::vector<Window> windows;
+    std::vector<CaptureDevice> devices;
+};
+
+/// One JSON document.
+void writeSources(const Sources& sources, std::ostream& out);
+/// For people, each with the option that records it.
+void printSources(const Sources& sources, std::ostream& out);
+
+}  // namespace lumivastor

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "imaging/pixel_buffer.h"
+#include "imaging/yuv_picture.h"
+
+namespace lumivastor {
+
+/// Turns a picture into planar 4:2:0 of the same size, in the destination's encoding; alpha is taken to be full. A
+/// colour sample is the mean of its two rows, and across columns weighs the seven around the one it is sited at with
+/// -1, 0, 9, 16, 9, 0, -1, which keeps thin coloured lines better than a plain mean; pixels beyond the edges are those
+/// at the edges. All in 16-bit integers, so that every machine gives the same picture. Compiled for several instruction
+/// sets and chosen at run time: recording does this for each picture. Any thread.
+void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination);
+
+/// The same in plain words, for tests to compare with.
+void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDestination& destination);
+
+}  // namespace lumivastor

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "media/encoders.h"
+#include "media/ffmpeg_handles.h"
+
+struct AVCodec;
+
+// What the encoders of pictures and of sound share.
+namespace lumivastor {
+
+/// A context for this encoder, not yet opened. Throws a `RecorderError` that begins with `what` when there is none.
+CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
+
+CodecParametersHandle parametersOf(const AVCodecContext& codec);
+
+/// Gives all packets that the encoder has ready. `packet` is working memory.
+void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume);
+
+}  // namespace lumivastor

@@ -1,0 +1,97 @@
+#include "media/encoder_choice.h"
+
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "base/formatted.h"
+#include "media/encoder_memory.h"
+#include "media/ffmpeg_support.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavcodec/version.h>
+}
+
+namespace lumivastor {
+
+namespace {
+
+constexpr const char* kFastestPreset = "ultrafast";
+constexpr const char* kExportPreset = "superfast";  // see `VideoSettings::preset`
+
+const EncoderCandidate kSoftwareHevc{VideoCodec::hevc, "libx265", kFastestPreset};
+const EncoderCandidate kFastestSoftware{VideoCodec::h264, "libx264", kFastestPreset};
+const EncoderCandidate kExportSoftware{VideoCodec::h264, "libx264", kExportPreset};
+
+std::string rateText(const EncoderTrial& trial) {
+    return formatted("%.0f Bilder je Sekunde", trial.picturesPerSecond);
+}
+
+}  // namespace
+
+void EncoderChoice::applyTo(VideoSettings& settings) const {
+    settings.codec = candidate.codec;
+    settings.encoder = candidate.encoder;
+    if (!candidate.preset.empty()) settings.preset = candidate.preset;
+}
+
+EncoderChoice decideRecordingEncoder(const EncodingJob& job, const std::vector<EncoderCandidate>& hardware,
+                                     const EncoderTrials& trials) {
+    std::string slow;  // hardware that works, but not fast enough
+    for (const EncoderCandidate& candidate : hardware) {
+        const EncoderTrial trial = trials(candidate, job);
+        if (!trial.works) continue;
+        if (trial.picturesPerSecond >= job.frameRate) {
+            return {candidate, "HEVC mit der Hardware: " + candidate.encoder + " schafft " + rateText(trial) + "."};
+        }
+        slow = candidate.encoder + " schafft nur " + rateText(trial) + "; ";
+    }
+    if (slow.empty()) slow = "kein Hardware-Encoder für HEVC arbeitet; ";
+    const double needed = kSoftwareHevcHeadroom * job.frameRate;
+    const EncoderTrial software = trials(kSoftwareHevc, job);
+    const std::string demand = formatted(", gebraucht werden mit Reserve %.0f.", needed);
+    if (software.works && software.picturesPerSecond >= needed) {
+        return {kSoftwareHevc, "HEVC in Software: " + slow + "libx265 schafft " + rateText(software) + demand};
+    }
+    const std::string tooSlow =
+        software.works ? "libx265 schafft " + rateText(software) + demand : "libx265 arbeitet nicht.";
+    return {kFastestSoftware, "H.264 in Software: " + slow + tooSlow};
+}
+
+EncoderChoice decideExportEncoder(const EncodingJob& job, const std::vector<EncoderCandidate>& hardware,
+                                  const EncoderTrials& trials) {
+    for (const EncoderCandidate& candidate : hardware) {
+        if (trials(candidate, job).works) return {candidate, "H.264 mit der Hardware: " + candidate.encoder + "."};
+    }
+    return {kExportSoftware, "H.264 in Software: kein Hardware-Encoder für H.264 arbeitet."};
+}
+
+std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec) {
+    prepareFfmpeg();
+    std::vector<EncoderCandidate> found;
+    const std::string prefix = codec == VideoCodec::hevc ? "hevc_" : "h264_";
+    for (const char* kind : {"nvenc", "vaapi", "qsv", "amf", "v4l2m2m"}) {
+        const std::string name = prefix + kind;
+        if (avcodec_find_encoder_by_name(name.c_str()) != nullptr) found.push_back({codec, name, ""});
+    }
+    return found;
+}
+
+EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesystem::path& memory) {
+    EncoderMemory remembered(memory, formatted("%u-%u", avcodec_version(), std::thread::hardware_concurrency()));
+    return decideRecordingEncoder(job, listedHardwareEncoders(VideoCodec::hevc),
+                                  [&remembered](const EncoderCandidate& candidate, const EncodingJob& wanted) {
+                                      if (candidate.preset.empty()) return tryEncoder(candidate, wanted);
+                                      if (const auto known = remembered.find(candidate, wanted)) return *known;
+                                      const EncoderTrial trial = tryEncoder(candidate, wanted);
+                                      remembered.add(candidate, wanted, trial);
+                                      return trial;
+                                  });
+}
+
+EncoderChoice chooseExportEncoder(const EncodingJob& job) {
+    return decideExportEncoder(job, listedHardwareEncoders(VideoCodec::h264), tryEncoder);
+}
+
+}  // namespace lumivastor

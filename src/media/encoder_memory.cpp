@@ -1,0 +1,85 @@
+#include "media/encoder_memory.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "base/file_bytes.h"
+#include "base/file_writer.h"
+#include "base/formatted.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Sizes of pictures that one machine records; older ones make room.
+constexpr std::size_t kMaxLines = 64;
+constexpr std::uint64_t kMaxBytes = 1 << 16;
+
+// What stands before the first tab. A rate of 0 is that of an encoder that does not work.
+std::optional<EncoderTrial> parseTrial(std::string_view text) {
+    double rate = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(rate) || rate < 0) {
+        return std::nullopt;
+    }
+    return EncoderTrial{rate > 0, rate};
+}
+
+}  // namespace
+
+EncoderMemory::EncoderMemory(std::filesystem::path path, std::string machine)
+    : path_(std::move(path)), machine_(std::move(machine)) {
+    if (path_.empty()) return;
+    std::error_code error;
+    const FileBytes bytes = readFile(path_, kMaxBytes, error);
+    std::string_view rest = bytes.text();
+    while (!rest.empty() && lines_.size() < kMaxLines) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        const std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        const std::size_t tab = line.find('\t');
+        if (tab == std::string_view::npos) continue;
+        if (const auto trial = parseTrial(line.substr(0, tab))) {
+            lines_.push_back({std::string(line.substr(tab + 1)), *trial});
+        }
+    }
+}
+
+std::string EncoderMemory::keyOf(const EncoderCandidate& candidate, const EncodingJob& job) const {
+    return formatted("%s %s %dx%d %s", candidate.encoder.c_str(), candidate.preset.c_str(), job.width, job.height,
+                     machine_.c_str());
+}
+
+std::optional<EncoderTrial> EncoderMemory::find(const EncoderCandidate& candidate, const EncodingJob& job) const {
+    const std::string key = keyOf(candidate, job);
+    const auto found = std::find_if(lines_.begin(), lines_.end(), [&key](const Line& line) { return line.key == key; });
+    if (found == lines_.end()) return std::nullopt;
+    return found->trial;
+}
+
+void EncoderMemory::add(const EncoderCandidate& candidate, const EncodingJob& job, const EncoderTrial& trial) {
+    const std::string key = keyOf(candidate, job);
+    std::erase_if(lines_, [&key](const Line& line) { return line.key == key; });
+    if (lines_.size() >= kMaxLines) lines_.erase(lines_.begin());
+    lines_.push_back({key, {trial.works, trial.works ? trial.picturesPerSecond : 0}});
+    if (path_.empty()) return;
+    // Beside it first, so that nobody reads half of it.
+    std::filesystem::path made = path_;
+    made += formatted(".%d", static_cast<int>(::getpid()));
+    FileWriter writer(made);
+    for (const Line& line : lines_) {
+        writer.write(formatted("%.2f\t%s\n", line.trial.picturesPerSecond, line.key.c_str()));
+    }
+    std::error_code ignored;  // measured again next time
+    const bool written = !writer.finish();
+    if (written) std::filesystem::rename(made, path_, ignored);
+    if (!written || ignored) std::filesystem::remove(made, ignored);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,344 @@
+#include "platform/synthetic/synthetic_desktop.h"
+
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <utility>
+
+namespace lumivastor {
+namespace {
+
+template <typename T>
+struct Output {
+    SerialQueue* queue = nullptr;
+    std::function<void(const T&)> handler;
+};
+
+BgraPremultipliedBuffer copyOf(const BgraPremultipliedBuffer& image) {
+    BgraPremultipliedBuffer copy(image.width(), image.height());
+    for (int y = 0; y < image.height(); ++y) {
+        std::memcpy(copy.row(y), image.row(y), static_cast<std::size_t>(image.width()) * 4);
+    }
+    return copy;
+}
+
+// One monitor's handler and its thread. Shared, because it may end while an event is on its way.
+struct Watcher {
+    SerialQueue queue{"synthetic.pointer"};
+    PointerEventHandler handler;
+};
+
+struct StreamState {
+    Output<ScreenSample> screen;
+    Output<SoundBuffer> systemAudio;
+    Output<SoundBuffer> microphone;
+    std::function<void(const RecorderError&)> onStop;
+    std::function<void(const std::string&)> onNotice;
+    bool isRunning = false;
+};
+
+template <typename T>
+void deliver(const Output<T>& output, const T& value) {
+    if (output.queue == nullptr) return;
+    output.queue->async([handler = output.handler, value] { handler(value); });
+    output.queue->drain();
+}
+
+}  // namespace
+
+struct SyntheticDesktop::State {
+    mutable std::mutex lock;
+    // Everything below is guarded by the lock, which is never held while a handler runs.
+    ShareableContent content;
+    std::optional<RecorderError> contentError;
+    std::optional<RecorderError> startError;
+    std::optional<RecorderError> stopError;
+    std::optional<SystemCursor> cursor;
+    std::optional<Point> pointerLocation;
+    std::map<std::uint32_t, Rect> windowFrames;
+    bool canWatchPointer = true;
+    std::function<void()> atStart;
+    std::function<void()> atStop;
+    std::shared_ptr<StreamState> stream;  // the one that was made last
+    std::optional<ContentFilter> filter;
+    std::optional<StreamConfiguration> configuration;
+    std::optional<PointSpace> monitorSpace;
+    std::vector<std::shared_ptr<Watcher>> watchers;
+    std::vector<std::string> calls;
+
+    // What the last stream is set up with, when it runs.
+    std::optional<StreamState> running() const {
+        const std::scoped_lock guard(lock);
+        if (!stream || !stream->isRunning) return std::nullopt;
+        return *stream;
+    }
+};
+
+class SyntheticDesktop::Stream : public CaptureStream {
+  public:
+    Stream(std::shared_ptr<State> desktop, std::shared_ptr<StreamState> own)
+        : desktop_(std::move(desktop)), own_(std::move(own)) {}
+    ~Stream() override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->isRunning = false;
+    }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    void addScreenOutput(SerialQueue& queue, std::function<void(const ScreenSample&)> handler) override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->screen = {&queue, std::move(handler)};
+    }
+    void addSystemAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->systemAudio = {&queue, std::move(handler)};
+    }
+    void addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->microphone = {&queue, std::move(handler)};
+    }
+    void onStop(std::function<void(const RecorderError&)> handler) override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->onStop = std::move(handler);
+    }
+    void onNotice(std::function<void(const std::string&)> handler) override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->onNotice = std::move(handler);
+    }
+
+    void start() override {
+        std::function<void()> work;
+        {
+            const std::scoped_lock guard(desktop_->lock);
+            desktop_->calls.emplace_back("startStream");
+            if (desktop_->startError) throw RecorderError(*desktop_->startError);
+            own_->isRunning = true;
+            work = desktop_->atStart;
+        }
+        if (work) work();
+    }
+
+    void stop() override {
+        std::function<void()> work;
+        {
+            const std::scoped_lock guard(desktop_->lock);
+            desktop_->calls.emplace_back("stopStream");
+            if (desktop_->stopError) {
+                own_->isRunning = false;
+                throw RecorderError(*desktop_->stopError);
+            }
+            if (own_->isRunning) work = desktop_->atStop;
+        }
+        if (work) work();
+        const std::scoped_lock guard(desktop_->lock);
+        own_->isRunning = false;
+    }
+
+  private:
+    const std::shared_ptr<State> desktop_;
+    const std::shared_ptr<StreamState> own_;
+};
+
+class SyntheticDesktop::Monitor : public PointerMonitor {
+  public:
+    Monitor(std::shared_ptr<State> desktop, std::shared_ptr<Watcher> watcher)
+        : desktop_(std::move(desktop)), watcher_(std::move(watcher)) {}
+    ~Monitor() override {
+        {
+            const std::scoped_lock guard(desktop_->lock);
+            std::erase(desktop_->watchers, watcher_);
+            desktop_->calls.emplace_back("endMonitor");
+        }
+        watcher_->queue.drain();
+    }
+    Monitor(const Monitor&) = delete;
+    Monitor& operator=(const Monitor&) = delete;
+
+  private:
+    const std::shared_ptr<State> desktop_;
+    const std::shared_ptr<Watcher> watcher_;
+};
+
+SyntheticDesktop::SyntheticDesktop() : state_(std::make_shared<State>()) {}
+
+SyntheticDesktop::~SyntheticDesktop() = default;
+
+void SyntheticDesktop::setContent(ShareableContent content) {
+    const std::scoped_lock guard(state_->lock);
+    state_->content = std::move(content);
+}
+
+void SyntheticDesktop::failContent(std::optional<RecorderError> error) {
+    const std::scoped_lock guard(state_->lock);
+    state_->contentError = std::move(error);
+}
+
+void SyntheticDesktop::setCursor(std::optional<SystemCursor> cursor) {
+    const std::scoped_lock guard(state_->lock);
+    state_->cursor = std::move(cursor);
+}
+
+void SyntheticDesktop::setPointerLocation(std::optional<Point> location) {
+    const std::scoped_lock guard(state_->lock);
+    state_->pointerLocation = location;
+}
+
+void SyntheticDesktop::setWindowFrame(std::uint32_t windowID, std::optional<Rect> frame) {
+    const std::scoped_lock guard(state_->lock);
+    if (frame) {
+        state_->windowFrames[windowID] = *frame;
+    } else {
+        state_->windowFrames.erase(windowID);
+    }
+}
+
+void SyntheticDesktop::setPointerCanBeWatched(bool can) {
+    const std::scoped_lock guard(state_->lock);
+    state_->canWatchPointer = can;
+}
+
+void SyntheticDesktop::emitScreen(const ScreenSample& sample) {
+    if (const auto stream = state_->running()) deliver(stream->screen, sample);
+}
+
+void SyntheticDesktop::emitSystemAudio(const SoundBuffer& sound) {
+    if (const auto stream = state_->running()) deliver(stream->systemAudio, sound);
+}
+
+void SyntheticDesktop::emitMicrophone(const SoundBuffer& sound) {
+    if (const auto stream = state_->running()) deliver(stream->microphone, sound);
+}
+
+void SyntheticDesktop::emitStop(const RecorderError& error) {
+    std::function<void(const RecorderError&)> handler;
+    {
+        const std::scoped_lock guard(state_->lock);
+        if (!state_->stream || !std::exchange(state_->stream->isRunning, false)) return;
+        handler = state_->stream->onStop;
+    }
+    if (handler) handler(error);
+}
+
+void SyntheticDesktop::emitNotice(const std::string& notice) {
+    const auto stream = state_->running();
+    if (stream && stream->onNotice) stream->onNotice(notice);
+}
+
+void SyntheticDesktop::emitPointer(const PointerEvent& event) {
+    std::vector<std::shared_ptr<Watcher>> watchers;
+    {
+        const std::scoped_lock guard(state_->lock);
+        watchers = state_->watchers;
+    }
+    for (const auto& watcher : watchers) {
+        watcher->queue.async([&watcher, &event] { watcher->handler(event); });
+        watcher->queue.drain();
+    }
+}
+
+void SyntheticDesktop::failStart(std::optional<RecorderError> error) {
+    const std::scoped_lock guard(state_->lock);
+    state_->startError = std::move(error);
+}
+
+void SyntheticDesktop::failStop(std::optional<RecorderError> error) {
+    const std::scoped_lock guard(state_->lock);
+    state_->stopError = std::move(error);
+}
+
+void SyntheticDesktop::atStart(std::function<void()> work) {
+    const std::scoped_lock guard(state_->lock);
+    state_->atStart = std::move(work);
+}
+
+void SyntheticDesktop::atStop(std::function<void()> work) {
+    const std::scoped_lock guard(state_->lock);
+    state_->atStop = std::move(work);
+}
+
+bool SyntheticDesktop::isStreamRunning() const {
+    return state_->running().has_value();
+}
+
+std::optional<ContentFilter> SyntheticDesktop::filter() const {
+    const std::scoped_lock guard(state_->lock);
+    return state_->filter;
+}
+
+std::optional<StreamConfiguration> SyntheticDesktop::configuration() const {
+    const std::scoped_lock guard(state_->lock);
+    return state_->configuration;
+}
+
+bool SyntheticDesktop::hasSystemAudioOutput() const {
+    const std::scoped_lock guard(state_->lock);
+    return state_->stream && state_->stream->systemAudio.queue != nullptr;
+}
+
+bool SyntheticDesktop::hasMicrophoneOutput() const {
+    const std::scoped_lock guard(state_->lock);
+    return state_->stream && state_->stream->microphone.queue != nullptr;
+}
+
+std::optional<PointSpace> SyntheticDesktop::monitorSpace() const {
+    const std::scoped_lock guard(state_->lock);
+    return state_->monitorSpace;
+}
+
+int SyntheticDesktop::monitorCount() const {
+    const std::scoped_lock guard(state_->lock);
+    return static_cast<int>(state_->watchers.size());
+}
+
+std::vector<std::string> SyntheticDesktop::calls() const {
+    const std::scoped_lock guard(state_->lock);
+    return state_->calls;
+}
+
+ShareableContent SyntheticDesktop::shareableContent() {
+    const std::scoped_lock guard(state_->lock);
+    if (state_->contentError) throw RecorderError(*state_->contentError);
+    return state_->content;
+}
+
+std::unique_ptr<CaptureStream> SyntheticDesktop::makeCaptureStream(const ContentFilter& filter,
+                                                                   const StreamConfiguration& configuration) {
+    auto own = std::make_shared<StreamState>();
+    const std::scoped_lock guard(state_->lock);
+    state_->stream = own;
+    state_->filter = filter;
+    state_->configuration = configuration;
+    return std::make_unique<Stream>(state_, std::move(own));
+}
+
+std::unique_ptr<PointerMonitor> SyntheticDesktop::monitorPointer(const PointSpace& space, PointerEventHandler handler) {
+    auto watcher = std::make_shared<Watcher>();
+    watcher->handler = std::move(handler);
+    const std::scoped_lock guard(state_->lock);
+    state_->calls.emplace_back("monitorPointer");
+    if (!state_->canWatchPointer) return nullptr;
+    state_->monitorSpace = space;
+    state_->watchers.push_back(watcher);
+    return std::make_unique<Monitor>(state_, std::move(watcher));
+}
+
+std::optional<Point> SyntheticDesktop::pointerLocation(const PointSpace& /*space*/) {
+    const std::scoped_lock guard(state_->lock);
+    return state_->pointerLocation;
+}
+
+std::optional<SystemCursor> SyntheticDesktop::currentCursor(std::optional<std::uint64_t> knownSerial) {
+    const std::scoped_lock guard(state_->lock);
+    if (!state_->cursor) return std::nullopt;
+    const SystemCursor& cursor = *state_->cursor;
+    return SystemCursor{cursor.serial, knownSerial == cursor.serial ? BgraPremultipliedBuffer() : copyOf(cursor.image),
+                        cursor.hotspotX, cursor.hotspotY};
+}
+
+std::optional<Rect> SyntheticDesktop::windowFrame(std::uint32_t windowID, const PointSpace& /*space*/) {
+    const std::scoped_lock guard(state_->lock);
+    const auto found = state_->windowFrames.find(windowID);
+    return found == state_->windowFrames.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/desktop.h"
+
+namespace lumivastor {
+
+/// A desktop that does what it is told: what is above the desktop's services is tested with it, without a display
+/// server and without waiting. Whatever happens is emitted by hand, with the times that the test wants.
+///
+/// The `emit` functions return when the handlers have run; they must not be called from inside a handler. Any thread.
+class SyntheticDesktop : public Desktop {
+  public:
+    SyntheticDesktop();
+    ~SyntheticDesktop() override;
+
+    // What the desktop answers.
+
+    void setContent(ShareableContent content);
+    /// Listing the content throws this from now on; nothing makes it answer again.
+    void failContent(std::optional<RecorderError> error);
+    /// The next cursor that is asked for; nothing hides it.
+    void setCursor(std::optional<SystemCursor> cursor);
+    /// In the points of whatever space is asked for.
+    void setPointerLocation(std::optional<Point> location);
+    void setWindowFrame(std::uint32_t windowID, std::optional<Rect> frame);
+    /// Without, `monitorPointer` returns null.
+    void setPointerCanBeWatched(bool can);
+
+    // What happens. Samples and sound go to the stream that was made last, while it runs and has an output for them.
+
+    void emitScreen(const ScreenSample& sample);
+    void emitSystemAudio(const SoundBuffer& sound);
+    void emitMicrophone(const SoundBuffer& sound);
+    /// The stream ends by itself. Told while it runs only.
+    void emitStop(const RecorderError& error);
+    void emitNotice(const std::string& notice);
+    /// To every monitor there is, as it stands.
+    void emitPointer(const PointerEvent& event);
+
+    /// Starting or stopping a stream throws this from now on; nothing lets it succeed.
+    void failStart(std::optional<RecorderError> error);
+    void failStop(std::optional<RecorderError> error);
+    /// Run inside `start` and `stop` of a stream while it counts as running, on the caller's thread: the place to emit
+    /// a first and a last picture.
+    void atStart(std::function<void()> work);
+    void atStop(std::function<void()> work);
+
+    // What was asked of the desktop.
+
+    bool isStreamRunning() const;
+    /// Of the stream that was made last.
+    std::optional<ContentFilter> filter() const;
+    std::optional<StreamConfiguration> configuration() const;
+    bool hasSystemAudioOutput() const;
+    bool hasMicrophoneOutput() const;
+    /// Of the monitor that was made last.
+    std::optional<PointSpace> monitorSpace() const;
+    int monitorCount() const;
+    /// "monitorPointer", "endMonitor", "startStream", "stopStream", in the order in which they came.
+    std::vector<std::string> calls() const;
+
+    ShareableContent shareableContent() override;
+    std::unique_ptr<CaptureStream> makeCaptureStream(const ContentFilter& filter,
+                                                     const StreamConfiguration& configuration) override;
+    std::unique_ptr<PointerMonitor> monitorPointer(const PointSpace& space, PointerEventHandler handler) override;
+    std::optional<Point> pointerLocation(const PointSpace& space) override;
+    std::optional<SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override;
+    std::optional<Rect> windowFrame(std::uint32_t windowID, const PointSpace& space) override;
+
+  private:
+    struct State;
+    class Stream;
+    class Monitor;
+
+    const std::shared_ptr<State> state_;  // streams and monitors may outlive the desktop
+};
+
+}  // namespace lumivastor

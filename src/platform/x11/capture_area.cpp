@@ -1,0 +1,17 @@
+#include "platform/x11/capture_area.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumivastor {
+
+// Corner and size are rounded by themselves, as whoever configures the picture's size rounds the size alone.
+PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceRect, PictureSize picture) {
+    const Rect points = sourceRect.value_or(Rect{0, 0, display.frame.width, display.frame.height});
+    const auto pixels = [&](double value) { return static_cast<int>(std::lround(value * display.scale)); };
+    return {static_cast<int>(std::lround(display.frame.x)) + pixels(points.x),
+            static_cast<int>(std::lround(display.frame.y)) + pixels(points.y),
+            std::min(pixels(points.width), picture.width), std::min(pixels(points.height), picture.height)};
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+
+#include "base/geometry.h"
+#include "platform/capture_device.h"
+#include "platform/pixel_rect.h"
+#include "platform/shareable_content.h"
+
+namespace lumivastor {
+
+/// The pixels of the whole desktop that a picture of a display, or of a part of it, shows from its top-left corner on:
+/// never more than the picture holds. May reach over the desktop's edge. `sourceRect` as in `StreamConfiguration`.
+PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceRect, PictureSize picture);
+
+}  // namespace lumivastor

@@ -1,0 +1,120 @@
+#include "platform/x11/display_source.h"
+
+#include <xcb/damage.h>
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
+
+#include <algorithm>
+
+#include "base/formatted.h"
+#include "base/recorder_error.h"
+#include "platform/x11/capture_area.h"
+
+namespace lumivastor {
+
+DisplaySource::DisplaySource(const XConnection& connection, const DisplayFilter& filter,
+                             const StreamConfiguration& configuration, const ScreenScales& environment)
+    : connection_(connection),
+      environment_(environment),
+      sourceRect_(configuration.sourceRect),
+      size_{configuration.width, configuration.height},
+      display_(filter.display),
+      damage_(connection, connection.root()),
+      reader_(connection, configuration.width, configuration.height),
+      excluded_(connection, filter.excludedApplications) {
+    const MonitorList monitors = readMonitors(connection_, environment_);
+    const auto found = std::find_if(monitors.displays.begin(), monitors.displays.end(),
+                                    [&](const Display& one) { return one.id == display_.id; });
+    if (found == monitors.displays.end()) throw RecorderError("Der gewählte Bildschirm ist nicht mehr da.");
+    display_ = *found;
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE |
+                                 (excluded_.isAsked() ? XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY : 0);
+    xcb_change_window_attributes(connection_, connection_.root(), XCB_CW_EVENT_MASK, &events);
+    if (connection_.randrEvent() != 0) {
+        xcb_randr_select_input(connection_, connection_.root(),
+                               XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                                   XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+    }
+    layOut();
+}
+
+void DisplaySource::layOut() {
+    area_ = captureArea(display_, sourceRect_, size_);
+    visible_ = intersection(area_, readRootBounds(connection_)).movedBy(-area_.x, -area_.y);
+    if (visible_.isEmpty()) visible_ = {};
+}
+
+void DisplaySource::update(DamageArea& damage) {
+    readEvents();
+    DamageArea painted;
+    if (damage_.isNotified()) {
+        for (const PixelRect& rect : damage_.collect()) painted.add(intersection(rect, area_));
+        // A window that made some of this damage by appearing has been told about by now.
+        readEvents();
+    }
+    excluded_.update(area_, painted);
+    for (const PixelRect& rect : painted.rects()) {
+        damage.add(intersection(rect.movedBy(-area_.x, -area_.y), visible_));
+    }
+    if (layoutChanged_) followDisplay(damage);
+}
+
+void DisplaySource::readEvents() {
+    while (const XEvent event = connection_.nextEvent()) {
+        const int type = event.type();
+        const int randr = connection_.randrEvent();
+        if (type == connection_.damageEvent() + XCB_DAMAGE_NOTIFY) {
+            const auto damage = event.as<xcb_damage_notify_event_t>().damage;
+            if (damage == damage_.id()) {
+                damage_.notify();
+            } else {
+                excluded_.notifyDamage(damage);
+            }
+        } else if (randr != 0 && (type == randr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == randr + XCB_RANDR_NOTIFY)) {
+            layoutChanged_ = true;
+        } else if (type == XCB_CONFIGURE_NOTIFY &&
+                   event.as<xcb_configure_notify_event_t>().window == connection_.root()) {
+            layoutChanged_ = true;
+        } else {
+            excluded_.handleEvent(event);
+        }
+    }
+}
+
+void DisplaySource::followDisplay(DamageArea& damage) {
+    layoutChanged_ = false;
+    const MonitorList monitors = readMonitors(connection_, environment_);
+    if (connection_.isBroken()) return;
+    const auto found = std::find_if(monitors.displays.begin(), monitors.displays.end(),
+                                    [&](const Display& one) { return one.id == display_.id; });
+    if (found == monitors.displays.end()) {
+        ended_ = "Der aufgenommene Bildschirm wurde abgeschaltet oder abgezogen.";
+        return;
+    }
+    const Rect before = display_.pixelFrame();
+    const Rect now = found->pixelFrame();
+    // The scale stays: it only tells how many points the recording has, and those are settled.
+    display_.frame = {now.x, now.y, now.width / display_.scale, now.height / display_.scale};
+    const PixelRect oldArea = area_;
+    const PixelRect oldVisible = visible_;
+    layOut();
+    if (area_ != oldArea || visible_ != oldVisible) damage.add({0, 0, size_.width, size_.height});
+    if (now.width != before.width || now.height != before.height) {
+        notice_ =
+            formatted("Der aufgenommene Bildschirm ist jetzt %.0f × %.0f Pixel groß; die Aufnahme behält ihre Größe.",
+                      now.width, now.height);
+    }
+}
+
+bool DisplaySource::paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) {
+    std::vector<XImageReader::Piece> pieces;
+    for (const PixelRect& rect : damage.rects()) {
+        if (!visible_.contains(rect)) fillBlack(picture, rect);
+        const PixelRect seen = intersection(rect, visible_);
+        if (!seen.isEmpty()) pieces.push_back({seen.movedBy(area_.x, area_.y), seen.x, seen.y});
+    }
+    if (!excluded_.isAnyIn(area_)) return reader_.read(connection_.root(), pieces, picture);
+    return excluded_.readWithout(reader_, pieces, picture);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/capture_device.h"
+#include "platform/capture_stream.h"
+#include "platform/x11/excluded_windows.h"
+#include "platform/x11/monitors.h"
+#include "platform/x11/picture_source.h"
+#include "platform/x11/x_damage.h"
+#include "platform/x11/x_image_reader.h"
+
+namespace lumivastor {
+
+/// Pictures of a display or a part of it, without the windows of some programs. When the display changes its place or
+/// size, the pictures follow its origin; they keep their size, so the content is cut off or ends in black.
+class DisplaySource : public PictureSource {
+  public:
+    /// Throws `RecorderError` when there is no such display. The connection outlives the source.
+    DisplaySource(const XConnection& connection, const DisplayFilter& filter, const StreamConfiguration& configuration,
+                  const ScreenScales& environment);
+
+    void update(DamageArea& damage) override;
+    bool isHidden() const override { return visible_.isEmpty(); }
+    std::optional<std::string> ended() const override { return ended_; }
+    std::optional<std::string> takeNotice() override { return std::exchange(notice_, std::nullopt); }
+    bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
+
+  private:
+    void layOut();
+    void readEvents();
+    void followDisplay(DamageArea& damage);
+
+    const XConnection& connection_;
+    const ScreenScales environment_;
+    const std::optional<Rect> sourceRect_;
+    const PictureSize size_;
+    Display display_;
+    PixelRect area_;     // of the desktop; the picture's corner is its corner
+    PixelRect visible_;  // the part of the picture that lies on the desktop
+    bool layoutChanged_ = false;
+    XDamage damage_;
+    XImageReader reader_;
+    ExcludedWindows excluded_;
+    std::optional<std::string> ended_;
+    std::optional<std::string> notice_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/shareable_content.h"
+#include "platform/x11/recomposer.h"
+#include "platform/x11/window_stack.h"
+#include "platform/x11/x_damage.h"
+#include "platform/x11/x_image_reader.h"
+
+namespace lumivastor {
+
+/// The windows of programs that a display's pictures do not show. Costs nothing while none of them is on the screen.
+/// One thread, the one that reads the connection's events.
+class ExcludedWindows {
+  public:
+    ExcludedWindows(const XConnection& connection, std::vector<RunningApplication> applications);
+    ~ExcludedWindows();
+    ExcludedWindows(const ExcludedWindows&) = delete;
+    ExcludedWindows& operator=(const ExcludedWindows&) = delete;
+
+    /// Whether there are programs to leave out at all. Otherwise nothing below needs to be told anything.
+    bool isAsked() const { return !applications_.empty(); }
+    /// Of the root window's structure and properties.
+    void handleEvent(const XEvent& event);
+    void notifyDamage(std::uint32_t damage);
+
+    /// Finds the windows anew where events told that they changed. Adds to `painted` what was painted beneath them,
+    /// where the screen itself did not change; in the desktop's pixels.
+    void update(const PixelRect& area, DamageArea& painted);
+    bool isAnyIn(const PixelRect& area) const;
+    /// Reads the pieces of the root window as they would look without these windows, all of one moment. False when the
+    /// server refuses.
+    bool readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
+                     BgraPremultipliedBuffer& picture);
+
+  private:
+    bool isExcluded(int process, const std::optional<std::string>& name) const;
+    void findOwners();
+    void readStack();
+    void redirectTouching(const PixelRect& area);
+    bool cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces, BgraPremultipliedBuffer& picture);
+
+    struct Touching {
+        PixelRect outside;
+        int border = 0;
+        std::unique_ptr<XDamage> damage;
+    };
+
+    const XConnection& connection_;
+    const std::vector<RunningApplication> applications_;
+    bool ownersChanged_ = true;
+    bool stackChanged_ = true;
+    std::set<std::uint32_t> excluded_;  // windows directly on the desktop
+    std::vector<StackedWindow> stack_;  // empty while no excluded one can be seen
+    std::map<std::uint32_t, Touching> touching_;
+    std::unique_ptr<Recomposer> recomposer_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,35 @@
+#include "platform/x11/window_layer.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace lumivastor {
+namespace {
+
+int layer(const std::vector<XAtom>& types, const std::vector<XAtom>& states = {}) {
+    return windowLayer(types, states);
+}
+
+TEST(WindowLayer, ordinaryWindowsAreAtZero) {
+    EXPECT_EQ(layer({}), 0);
+    EXPECT_EQ(layer({XAtom::typeNormal}), 0);
+    EXPECT_EQ(layer({XAtom::typeDialog}), 0);
+}
+
+TEST(WindowLayer, desktopsAreBelowAndWhatFloatsIsAbove) {
+    EXPECT_LT(layer({XAtom::typeDesktop}), 0);
+    for (const XAtom type : {XAtom::typeDock, XAtom::typePopupMenu, XAtom::typeNotification, XAtom::typeTooltip}) {
+        EXPECT_GT(layer({type}), 0);
+    }
+    EXPECT_GT(layer({XAtom::typeNormal}, {XAtom::netWmStateAbove}), 0);
+    EXPECT_LT(layer({XAtom::typeDesktop}, {XAtom::netWmStateAbove}), 0);
+}
+
+TEST(WindowLayer, takesTheFirstTypeThatItKnows) {
+    EXPECT_EQ(layer({XAtom::utf8String, XAtom::typeNormal, XAtom::typeDock}), 0);
+    EXPECT_GT(layer({XAtom::utf8String, XAtom::typeDock, XAtom::typeNormal}), 0);
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "platform/pixel_rect.h"
+
+namespace lumivastor {
+
+/// A window's inside without the shadow that it draws around its content itself. `extents`: left, right, top and bottom
+/// as the window tells them; anything that leaves no content counts as no shadow.
+PixelRect withoutShadow(const PixelRect& inside, std::span<const std::uint32_t> extents);
+
+}  // namespace lumivastor

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/capture_device.h"
+#include "platform/capture_stream.h"
+#include "platform/x11/picture_source.h"
+#include "platform/x11/x_damage.h"
+#include "platform/x11/x_image_reader.h"
+
+namespace lumivastor {
+
+/// Pictures of one window's content, also while it is covered or partly off the screen. A window that changes its size
+/// keeps its top-left corner in the picture's; what the picture does not hold is cut off, what the window does not fill
+/// is black.
+class WindowSource : public PictureSource {
+  public:
+    /// Throws `RecorderError` when there is no such window. The connection outlives the source.
+    WindowSource(const XConnection& connection, std::uint32_t window, const StreamConfiguration& configuration);
+    ~WindowSource() override;
+    WindowSource(const WindowSource&) = delete;
+    WindowSource& operator=(const WindowSource&) = delete;
+
+    void update(DamageArea& damage) override;
+    bool isHidden() const override { return pixmap_ == 0; }
+    std::optional<std::string> ended() const override { return ended_; }
+    std::optional<std::string> takeNotice() override { return std::nullopt; }
+    bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
+
+  private:
+    void watchAncestors();
+    void readEvents();
+    void handleEvent(const XEvent& event);
+    void takePixmap();
+    void dropPixmap();
+
+    const XConnection& connection_;
+    const std::uint32_t window_;
+    const PictureSize size_;
+    XDamage damage_;
+    XImageReader reader_;
+    std::vector<std::uint32_t> ancestors_;  // between the window and the desktop
+    std::uint32_t pixmap_ = 0;              // 0 while the window is not on the screen
+    PixelRect content_;                     // of the pixmap: what the picture shows, no more than it holds
+    PixelRect inside_;                      // of the pixmap: without the border
+    bool placeChanged_ = true;
+    std::optional<std::string> ended_;
+};
+
+}  // namespace lumivastor

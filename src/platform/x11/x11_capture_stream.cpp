@@ -1,0 +1,191 @@
+#include "platform/x11/x11_capture_stream.h"
+
+#include <pthread.h>
+
+#include <chrono>
+#include <utility>
+
+#include "base/host_clock.h"
+#include "base/precondition.h"
+#include "platform/x11/display_source.h"
+#include "platform/x11/window_source.h"
+
+namespace lumivastor {
+namespace {
+
+// Samples without a picture that may wait for the queue, about a second of them. Pictures are bounded by their buffers.
+constexpr int kMostWaiting = 64;
+
+}  // namespace
+
+X11CaptureStream::X11CaptureStream(std::string displayName, const ScreenScales& environment,
+                                   std::shared_ptr<SoundSystem> sound, ContentFilter filter,
+                                   const StreamConfiguration& configuration)
+    : displayName_(std::move(displayName)),
+      environment_(environment),
+      filter_(std::move(filter)),
+      configuration_(configuration),
+      sound_(std::move(sound), configuration) {
+    precondition(configuration.width > 0 && configuration.height > 0 && configuration.minimumFrameInterval > 0,
+                 "a capture stream has a size and a frame interval");
+}
+
+X11CaptureStream::~X11CaptureStream() {
+    endThread();
+    sound_.stop();
+    const BrokenPipeGuard guard;
+    source_.reset();
+    connection_.reset();
+}
+
+void X11CaptureStream::addScreenOutput(SerialQueue& queue, std::function<void(const ScreenSample&)> handler) {
+    queue_ = &queue;
+    handler_ = std::move(handler);
+}
+
+void X11CaptureStream::addSystemAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) {
+    sound_.addSystemAudioOutput(queue, std::move(handler));
+}
+
+void X11CaptureStream::addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) {
+    sound_.addMicrophoneOutput(queue, std::move(handler));
+}
+
+void X11CaptureStream::onStop(std::function<void(const RecorderError&)> handler) {
+    stopped_ = std::move(handler);
+}
+
+void X11CaptureStream::onNotice(std::function<void(const std::string&)> handler) {
+    sound_.onNotice(handler);
+    notice_ = std::move(handler);
+}
+
+void X11CaptureStream::start() {
+    const BrokenPipeGuard guard;
+    precondition(!thread_.joinable(), "a capture stream is started once");
+    connection_ = std::make_unique<XConnection>(displayName_);
+    if (!connection_->hasDamage()) {
+        throw RecorderError(
+            "Dem Bildschirmserver fehlt die Erweiterung DAMAGE, ohne die sich der Bildschirm nicht aufnehmen lässt.");
+    }
+    if (!connection_->hasUsualPixels()) {
+        throw RecorderError("Der Bildschirm lässt sich nur mit 24 Bit Farbtiefe aufnehmen.");
+    }
+    source_ = openSource();
+    store_ = std::make_unique<PictureStore>(PictureSize{configuration_.width, configuration_.height},
+                                            configuration_.queueDepth);
+    pending_.add({0, 0, configuration_.width, configuration_.height});
+    sound_.start();
+    thread_ = std::thread([this] { run(); });
+}
+
+std::unique_ptr<PictureSource> X11CaptureStream::openSource() const {
+    if (const auto* display = std::get_if<DisplayFilter>(&filter_)) {
+        return std::make_unique<DisplaySource>(*connection_, *display, configuration_, environment_);
+    }
+    return std::make_unique<WindowSource>(*connection_, std::get<WindowFilter>(filter_).window.id, configuration_);
+}
+
+void X11CaptureStream::stop() {
+    endThread();
+    sound_.stop();
+}
+
+void X11CaptureStream::endThread() {
+    {
+        const std::scoped_lock guard(lock_);
+        isStopping_ = true;
+    }
+    wake_.notify_one();
+    if (thread_.joinable()) thread_.join();
+}
+
+void X11CaptureStream::run() {
+    pthread_setname_np(pthread_self(), "aufnahme.x11");
+    const BrokenPipeGuard guard;
+    TickSchedule ticks(hostClockSeconds(), configuration_.minimumFrameInterval);
+    while (ended_.empty() && waitUntil(ticks.next())) {
+        tick();
+        ticks.advance(hostClockSeconds());
+    }
+    finish();
+    if (!ended_.empty() && stopped_) stopped_(RecorderError(ended_));
+}
+
+// False when the stream is to stop.
+bool X11CaptureStream::waitUntil(double hostSeconds) {
+    // The steady clock is the host clock.
+    const std::chrono::steady_clock::time_point moment{
+        std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(hostSeconds))};
+    std::unique_lock guard(lock_);
+    return !wake_.wait_until(guard, moment, [this] { return isStopping_; });
+}
+
+// A picture's time is that before its first request: it shows everything that was painted until then.
+void X11CaptureStream::tick() {
+    const double now = hostClockSeconds();
+    source_->update(pending_);
+    if (auto text = source_->takeNotice(); text && notice_) notice_(*text);
+    if (connection_->isBroken()) {
+        ended_ = "Die Verbindung zum Bildschirm ist abgerissen.";
+    } else if (auto reason = source_->ended()) {
+        ended_ = std::move(*reason);
+    } else {
+        act(pacer_.atTick({now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()}), now);
+    }
+}
+
+// The last picture once more gives the recording its whole length.
+void X11CaptureStream::finish() {
+    const double now = hostClockSeconds();
+    const bool canTake = ended_.empty() && !connection_->isBroken() && store_->canTake();
+    if (canTake) source_->update(pending_);
+    act(pacer_.atStop({now, !pending_.isEmpty(), source_->isHidden(), canTake}), now);
+    deliver(FrameStatus::stopped, hostClockSeconds(), nullptr);
+}
+
+void X11CaptureStream::act(FramePacer::Action action, double now) {
+    switch (action) {
+        case FramePacer::Action::takePicture:
+            takePicture(now);
+            break;
+        case FramePacer::Action::repeatLast:
+            deliver(FrameStatus::complete, now, store_->last());
+            break;
+        case FramePacer::Action::tellIdle:
+            deliver(FrameStatus::idle, now, nullptr);
+            break;
+        case FramePacer::Action::tellSuspended:
+            deliver(FrameStatus::suspended, now, nullptr);
+            break;
+        case FramePacer::Action::nothing:
+            break;
+    }
+}
+
+void X11CaptureStream::takePicture(double now) {
+    auto picture =
+        store_->take(pending_, [this](BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
+    if (picture) {
+        pending_.clear();
+        deliver(pacer_.taken(now), now, std::move(picture));
+        return;
+    }
+    // A window has gone or the screen has shrunk between update and request. The next update tells; until then the last
+    // picture holds.
+    act(pacer_.atTick({now, true, true, false}), now);
+}
+
+void X11CaptureStream::deliver(FrameStatus status, double hostSeconds,
+                               std::shared_ptr<const BgraPremultipliedBuffer> image) {
+    if (queue_ == nullptr) return;
+    if (!image && status != FrameStatus::stopped && *waiting_ >= kMostWaiting) return;
+    ++*waiting_;
+    queue_->async(
+        [handler = handler_, waiting = waiting_, sample = ScreenSample{status, hostSeconds, std::move(image)}] {
+            handler(sample);
+            --*waiting;
+        });
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,143 @@
+#include "platform/x11/x11_desktop.h"
+
+#include <unistd.h>
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "app/log/log.h"
+#include "base/recorder_error.h"
+#include "platform/x11/monitors.h"
+#include "platform/x11/window_list.h"
+#include "platform/x11/x11_capture_stream.h"
+#include "platform/x11/x11_pointer_monitor.h"
+#include "platform/x11/x_connection.h"
+
+namespace lumivastor {
+namespace {
+
+std::string environmentValue(const char* name) {
+    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): said in the header
+    return value == nullptr ? "" : value;
+}
+
+/// One connection for questions; streams and monitors have their own.
+class X11Desktop : public Desktop {
+  public:
+    X11Desktop(std::shared_ptr<SoundSystem> sound, std::string displayName)
+        : sound_(std::move(sound)),
+          displayName_(std::move(displayName)),
+          environment_(parseScales(environmentValue("QT_SCREEN_SCALE_FACTORS"), environmentValue("QT_SCALE_FACTOR"))),
+          connection_(displayName_) {}
+
+    ~X11Desktop() override = default;
+    X11Desktop(const X11Desktop&) = delete;
+    X11Desktop& operator=(const X11Desktop&) = delete;
+
+    ShareableContent shareableContent() override {
+        const Question question(*this);
+        MonitorList monitors = readMonitors(connection_, environment_);
+        ShareableContent content;
+        content.windows = readWindows(connection_, monitors);
+        content.displays = std::move(monitors.displays);
+        content.mainDisplayID = monitors.mainID;
+        content.applications = applicationsOf(content.windows);
+        const auto own = std::find_if(content.applications.begin(), content.applications.end(),
+                                      [](const RunningApplication& one) { return one.processId == getpid(); });
+        if (own != content.applications.end()) content.ownApplication = *own;
+        if (connection_.isBroken() || content.displays.empty()) {
+            throw RecorderError("Die Verbindung zum Bildschirm ist abgerissen.");
+        }
+        return content;
+    }
+
+    std::unique_ptr<CaptureStream> makeCaptureStream(const ContentFilter& filter,
+                                                     const StreamConfiguration& configuration) override {
+        return std::make_unique<X11CaptureStream>(displayName_, environment_, sound_, filter, configuration);
+    }
+
+    std::unique_ptr<PointerMonitor> monitorPointer(const PointSpace& space, PointerEventHandler handler) override {
+        try {
+            return std::make_unique<X11PointerMonitor>(displayName_, space, std::move(handler));
+        } catch (const RecorderError& error) {
+            Log::write("Pointer", error.message());
+            return nullptr;
+        }
+    }
+
+    std::optional<Point> pointerLocation(const PointSpace& space) override {
+        const Question question(*this);
+        const auto reply =
+            xReply(connection_, xcb_query_pointer_reply, xcb_query_pointer(connection_, connection_.root()));
+        if (!reply || reply->same_screen == 0) return std::nullopt;
+        return space.pointFromPixel({static_cast<double>(reply->root_x), static_cast<double>(reply->root_y)});
+    }
+
+    std::optional<SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override {
+        const Question question(*this);
+        if (!connection_.hasFixes()) return std::nullopt;
+        const auto reply =
+            xReply(connection_, xcb_xfixes_get_cursor_image_reply, xcb_xfixes_get_cursor_image(connection_));
+        if (!reply) return std::nullopt;
+        const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
+        const int count = xcb_xfixes_get_cursor_image_cursor_image_length(reply.get());
+        const bool isVisible = std::any_of(pixels, pixels + count, [](std::uint32_t one) { return one >> 24 != 0; });
+        if (!isVisible) return std::nullopt;
+        SystemCursor cursor;
+        cursor.serial = reply->cursor_serial;
+        cursor.hotspotX = reply->xhot;
+        cursor.hotspotY = reply->yhot;
+        if (knownSerial == cursor.serial) return cursor;
+        cursor.image = BgraPremultipliedBuffer(reply->width, reply->height);
+        for (int y = 0; y < reply->height; ++y) {
+            // The server's number has alpha in its highest byte, which comes last in memory.
+            std::memcpy(cursor.image.row(y), pixels + static_cast<std::ptrdiff_t>(y) * reply->width,
+                        static_cast<std::size_t>(reply->width) * 4);
+        }
+        return cursor;
+    }
+
+    std::optional<Rect> windowFrame(std::uint32_t windowID, const PointSpace& space) override {
+        const Question question(*this);
+        const auto pixels = contentPixels(connection_, windowID);
+        if (!pixels) return std::nullopt;
+        return space.rectFromPixels({static_cast<double>(pixels->x), static_cast<double>(pixels->y),
+                                     static_cast<double>(pixels->width), static_cast<double>(pixels->height)});
+    }
+
+  private:
+    // One question at a time. Afterwards nothing may lie in the queue of events: nobody reads those that the server
+    // sends to everybody.
+    class Question {
+      public:
+        explicit Question(X11Desktop& desktop) : desktop_(desktop), order_(desktop.lock_) {}
+        ~Question() {
+            while (const XEvent event = desktop_.connection_.nextEvent()) continue;
+        }
+        Question(const Question&) = delete;
+        Question& operator=(const Question&) = delete;
+
+      private:
+        X11Desktop& desktop_;
+        const std::scoped_lock<std::mutex> order_;
+        const BrokenPipeGuard guard_;
+    };
+
+    const std::shared_ptr<SoundSystem> sound_;
+    const std::string displayName_;
+    const ScreenScales environment_;
+    std::mutex lock_;
+    XConnection connection_;
+};
+
+}  // namespace
+
+std::unique_ptr<Desktop> openX11Desktop(std::shared_ptr<SoundSystem> sound, std::string displayName) {
+    return std::make_unique<X11Desktop>(std::move(sound), std::move(displayName));
+}
+
+}  // namespace lumivastor

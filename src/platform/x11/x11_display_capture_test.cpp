@@ -1,0 +1,302 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/host_clock.h"
+#include "platform/x11/x11_desktop.h"
+#include "support/desktop_rig/capture_setup.h"
+#include "support/desktop_rig/desktop_rig.h"
+#include "support/desktop_rig/rig_window.h"
+#include "support/desktop_rig/scripted_pointer.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr std::uint32_t kGround = 0x204060;
+
+// What a screen shows on which one window with a pattern stands on a plain ground.
+auto patternOn(const RigWindow& window, int width, int height, int seed, int areaX, int areaY) {
+    const int left = window.screenX() - areaX;
+    const int top = window.screenY() - areaY;
+    return [=](int x, int y) {
+        const bool isInside = x >= left && x < left + width && y >= top && y < top + height;
+        return isInside ? patternAt(seed, x - left, y - top) : kGround;
+    };
+}
+
+bool equalsEverywhere(const BgraPremultipliedBuffer& picture, const std::function<std::uint32_t(int, int)>& colorAt) {
+    return differingPixels(picture, 0, 0, picture.width(), picture.height(), colorAt) == 0;
+}
+
+TEST(X11DisplayCapture, showsTheScreenToThePixelAndFollowsEveryChange) {
+    DesktopRig rig({1281, 803});  // odd: the picture ends a pixel earlier
+    rig.paintRoot(kGround);
+    RigWindow window(rig.displayName(), {.x = 300, .y = 200, .width = 333, .height = 222});
+    window.drawPattern(1);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    const auto isShown = [&](int seed) {
+        return capture.samples().waitForPicture(
+            [&](const auto& picture) { return equalsEverywhere(picture, patternOn(window, 333, 222, seed, 0, 0)); });
+    };
+    EXPECT_TRUE(isShown(1));
+    EXPECT_EQ(capture.samples().picture()->width(), 1280);
+    EXPECT_EQ(capture.samples().picture()->height(), 802);
+    for (int seed = 2; seed < 8; ++seed) {
+        window.drawPattern(seed);
+        EXPECT_TRUE(isShown(seed));
+        window.moveTo(seed * 100 - 150, seed * 50);
+        EXPECT_TRUE(isShown(seed)) << "moved";
+    }
+    capture.stop();
+    EXPECT_TRUE(capture.samples().stops().empty());
+}
+
+TEST(X11DisplayCapture, doesNotShowThePointer) {
+    DesktopRig rig;
+    rig.paintRoot(kGround);
+    ScriptedPointer(rig.displayName()).moveTo(200, 200);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    EXPECT_TRUE(capture.samples().waitForPicture(
+        [](const auto& picture) { return equalsEverywhere(picture, [](int, int) { return kGround; }); }));
+}
+
+TEST(X11DisplayCapture, aRegionIsExactAtEveryScale) {
+    DesktopRig rig({1280, 800});
+    rig.paintRoot(kGround);
+    RigWindow window(rig.displayName(), {.x = 101, .y = 57, .width = 700, .height = 500});
+    window.drawPattern(5);
+    for (const int dots : {96, 120, 144, 192}) {
+        rig.setDotsPerInch(dots);
+        const auto desktop = openX11Desktop(nullptr, rig.displayName());
+        const DisplayFilter filter{mainDisplay(*desktop), {}};
+        const double scale = filter.display.scale;
+        ASSERT_EQ(scale, dots / 96.0);
+        const Rect region{33, 41, 200, 151};
+        RunningCapture capture(*desktop, filter, region);
+        const int left = static_cast<int>(std::lround(33 * scale));
+        const int top = static_cast<int>(std::lround(41 * scale));
+        EXPECT_TRUE(capture.samples().waitForPicture([&](const auto& picture) {
+            return picture.width() == (static_cast<int>(std::lround(200 * scale)) & ~1) &&
+                   picture.height() == (static_cast<int>(std::lround(151 * scale)) & ~1) &&
+                   equalsEverywhere(picture, patternOn(window, 700, 500, 5, left, top));
+        })) << scale;
+    }
+}
+
+TEST(X11DisplayCapture, eachOfTwoDisplaysAndARegionAcrossBoth) {
+    DesktopRig rig({2000, 800});
+    rig.paintRoot(kGround);
+    rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 0, 800, 700}});
+    RigWindow window(rig.displayName(), {.x = 1100, .y = 100, .width = 300, .height = 200});
+    window.drawPattern(3);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const auto shows = [&](RunningCapture& capture, int areaX, int areaY) {
+        return capture.samples().waitForPicture([&](const auto& picture) {
+            return equalsEverywhere(picture, patternOn(window, 300, 200, 3, areaX, areaY));
+        });
+    };
+    const DisplayFilter left{displayNamed(*desktop, "Left"), {}};
+    const DisplayFilter right{displayNamed(*desktop, "Right"), {}};
+    RunningCapture onLeft(*desktop, left);
+    EXPECT_TRUE(shows(onLeft, 0, 0));
+    EXPECT_EQ(onLeft.samples().picture()->width(), 1200);
+    RunningCapture onRight(*desktop, right);
+    EXPECT_TRUE(shows(onRight, 1200, 0));
+    EXPECT_EQ(onRight.samples().picture()->height(), 700);
+    RunningCapture acrossFromLeft(*desktop, left, Rect{1050, 50, 400, 300});
+    EXPECT_TRUE(shows(acrossFromLeft, 1050, 50));
+    RunningCapture acrossFromRight(*desktop, right, Rect{-150, 50, 400, 300});
+    EXPECT_TRUE(shows(acrossFromRight, 1050, 50));
+}
+
+TEST(X11DisplayCapture, whatLiesBeyondTheDesktopIsBlack) {
+    DesktopRig rig({800, 600});
+    rig.paintRoot(kGround);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}}, Rect{-50, 500, 200, 200});
+    EXPECT_TRUE(capture.samples().waitForPicture([](const auto& picture) {
+        return equalsEverywhere(picture, [](int x, int y) { return x >= 50 && y < 100 ? kGround : 0; });
+    }));
+}
+
+TEST(X11DisplayCapture, aStillScreenIsIdleAndItsPictureComesAgainEachSecond) {
+    DesktopRig rig;
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    ASSERT_TRUE(waitFor([&] { return capture.samples().count(FrameStatus::complete) >= 3; }));
+    const double before = hostClockSeconds();
+    capture.stop();
+    const auto seen = capture.samples().seen();
+    EXPECT_EQ(seen.front().status, FrameStatus::started);
+    EXPECT_EQ(seen.back().status, FrameStatus::stopped);
+    const auto& last = seen[seen.size() - 2];
+    EXPECT_EQ(last.status, FrameStatus::complete);
+    EXPECT_TRUE(last.hasPicture);
+    EXPECT_GE(last.hostSeconds, before);
+    EXPECT_GT(capture.samples().count(FrameStatus::idle), 10);
+    double lastPicture = seen.front().hostSeconds;
+    double lastTime = 0;
+    for (const auto& one : seen) {
+        EXPECT_GE(one.hostSeconds, lastTime);
+        lastTime = one.hostSeconds;
+        const bool isPicture = one.status == FrameStatus::started || one.status == FrameStatus::complete;
+        EXPECT_EQ(one.hasPicture, isPicture);
+        if (!isPicture) continue;
+        // A second, and what the machine was late for a tick.
+        EXPECT_LT(one.hostSeconds - lastPicture, 1.5);
+        lastPicture = one.hostSeconds;
+    }
+}
+
+TEST(X11DisplayCapture, aPictureShowsEverythingThatWasPaintedUntilItsTime) {
+    DesktopRig rig;
+    RigWindow window(rig.displayName(), {.width = 320, .height = 100});
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    std::mutex lock;
+    std::vector<std::pair<double, int>> shown;  // time and number; guarded by lock
+    SerialQueue queue("test");
+    const auto stream = desktop->makeCaptureStream(filter, recordingOf(filter));
+    stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+        if (!sample.image) return;
+        int number = 0;
+        for (int bit = 0; bit < 16; ++bit) number |= (sample.image->pixel(105 + bit * 20, 150)[0] != 0 ? 1 : 0) << bit;
+        const std::scoped_lock guard(lock);
+        shown.emplace_back(sample.hostSeconds, number);
+    });
+    window.drawCounter(0);
+    stream->start();
+    const int last = 400;
+    std::vector<double> painted{0};  // when each number certainly was on the screen
+    for (int number = 1; number <= last; ++number) {
+        window.drawCounter(number);
+        painted.push_back(hostClockSeconds());
+        std::this_thread::sleep_for(std::chrono::milliseconds(number % 7));
+    }
+    ASSERT_TRUE(waitFor([&] {
+        const std::scoped_lock guard(lock);
+        return !shown.empty() && shown.back().second == last;
+    }));
+    stream->stop();
+    queue.drain();
+    EXPECT_GT(shown.size(), 5U);
+    for (const auto& [time, number] : shown) {
+        const auto later = std::upper_bound(painted.begin(), painted.end(), time);
+        EXPECT_GE(number, later - painted.begin() - 1);
+    }
+}
+
+TEST(X11DisplayCapture, takesNoPictureWhileAllBuffersAreOut) {
+    DesktopRig rig;
+    RigWindow window(rig.displayName(), {.x = 0, .y = 0, .width = 320, .height = 100});
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    std::mutex lock;
+    std::vector<ScreenSample> kept;  // guarded by lock
+    SerialQueue queue("test");
+    const auto stream = desktop->makeCaptureStream(filter, recordingOf(filter));
+    stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+        const std::scoped_lock guard(lock);
+        const bool isNew =
+            std::none_of(kept.begin(), kept.end(), [&](const auto& one) { return one.image == sample.image; });
+        if (sample.image && isNew) kept.push_back(sample);
+    });
+    stream->start();
+    const auto count = [&] {
+        const std::scoped_lock guard(lock);
+        return kept.size();
+    };
+    int number = 0;
+    ASSERT_TRUE(waitFor([&] {
+        window.drawCounter(++number);
+        return count() == 6;
+    }));
+    window.drawCounter(0xffff);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(count(), 6U);
+    {
+        const std::scoped_lock guard(lock);
+        kept.erase(kept.begin());
+    }
+    // What was new comes with the next one.
+    ASSERT_TRUE(waitFor([&] { return count() == 6; }));
+    const std::scoped_lock guard(lock);
+    EXPECT_EQ(kept.back().image->pixel(319, 50)[0], 255);
+}
+
+TEST(X11DisplayCapture, goesOnWhenTheScreenChangesItsSize) {
+    DesktopRig rig({1280, 800});
+    rig.paintRoot(kGround);
+    RigWindow window(rig.displayName(), {.x = 100, .y = 100, .width = 200, .height = 100, .color = 0xffffff});
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    ASSERT_TRUE(capture.samples().waitForColor(150, 150, 0xffffff));
+    rig.setScreenSize(800, 600);
+    EXPECT_TRUE(capture.samples().waitForPicture([](const auto& picture) {
+        return equalsEverywhere(picture, [](int x, int y) -> std::uint32_t {
+            if (x >= 800 || y >= 600) return 0;
+            return x >= 100 && x < 300 && y >= 100 && y < 200 ? 0xffffff : kGround;
+        });
+    }));
+    EXPECT_FALSE(capture.samples().notices().empty());
+    window.fill(0x00ff00);
+    EXPECT_TRUE(capture.samples().waitForColor(150, 150, 0x00ff00));
+    rig.setScreenSize(1280, 800);
+    EXPECT_TRUE(capture.samples().waitForColor(1279, 799, kGround));
+    EXPECT_TRUE(capture.samples().stops().empty());
+}
+
+TEST(X11DisplayCapture, endsWhenItsDisplayIsUnplugged) {
+    DesktopRig rig({2000, 800});
+    rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 0, 800, 700}});
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const DisplayFilter right{displayNamed(*desktop, "Right"), {}};
+    RunningCapture capture(*desktop, right);
+    ASSERT_TRUE(capture.samples().waitForColor(0, 0, 0));
+    rig.removeMonitor("Right");
+    ASSERT_TRUE(waitFor([&] { return !capture.samples().stops().empty(); }));
+    EXPECT_EQ(capture.samples().stops(),
+              std::vector<std::string>{"Der aufgenommene Bildschirm wurde abgeschaltet oder abgezogen."});
+    capture.stop();
+    EXPECT_THROW(desktop->makeCaptureStream(right, recordingOf(right))->start(), RecorderError);
+}
+
+TEST(X11DisplayCapture, endsWithAnErrorWhenTheServerDies) {
+    DesktopRig rig;
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    ASSERT_TRUE(capture.samples().waitForColor(0, 0, 0));
+    rig.killServer();
+    ASSERT_TRUE(waitFor([&] { return !capture.samples().stops().empty(); }));
+    capture.stop();
+    EXPECT_EQ(capture.samples().stops(), std::vector<std::string>{"Die Verbindung zum Bildschirm ist abgerissen."});
+    // What was recorded has its whole length.
+    const auto seen = capture.samples().seen();
+    EXPECT_EQ(seen[seen.size() - 2].status, FrameStatus::complete);
+    EXPECT_EQ(seen.back().status, FrameStatus::stopped);
+}
+
+TEST(X11DisplayCapture, manyStreamsStartAndStopAtOnce) {
+    DesktopRig rig;
+    rig.paintRoot(kGround);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    for (int round = 0; round < 5; ++round) {
+        RunningCapture first(*desktop, filter);
+        RunningCapture second(*desktop, filter, Rect{10, 10, 100, 100});
+        if (round % 2 == 0) {
+            EXPECT_TRUE(first.samples().waitForColor(5, 5, kGround));
+        }
+        first.stop();
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <ostream>
+
+#include "platform/x11/x11_desktop.h"
+#include "support/desktop_rig/capture_setup.h"
+#include "support/desktop_rig/desktop_rig.h"
+#include "support/desktop_rig/rig_window.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr std::uint32_t kGround = 0x204060;
+constexpr std::uint32_t kPanel = 0xff00ff;
+
+struct Case {
+    const char* name;
+    bool hasManager;
+    bool leavesPixmap;
+};
+
+std::ostream& operator<<(std::ostream& out, const Case& one) {
+    return out << one.name;
+}
+
+class X11ExcludedWindows : public testing::TestWithParam<Case> {
+  protected:
+    X11ExcludedWindows() { rig_.paintRoot(kGround, GetParam().leavesPixmap); }
+
+    // The display without the windows of the class "Panel".
+    DisplayFilter filter() { return {mainDisplay(*desktop_), {{0, "Panel", std::nullopt}}}; }
+    RigWindow::Options panel() const {
+        return {.title = "Leiste",
+                .className = "Panel",
+                .x = 150,
+                .y = 150,
+                .width = 200,
+                .height = 150,
+                .color = kPanel,
+                .isOverride = true};
+    }
+
+    DesktopRig rig_{{1000, 700, GetParam().hasManager}};
+    std::unique_ptr<Desktop> desktop_ = openX11Desktop(nullptr, rig_.displayName());
+};
+
+INSTANTIATE_TEST_SUITE_P(desktops, X11ExcludedWindows,
+                         testing::Values(Case{"withoutManager", false, false}, Case{"withManager", true, false},
+                                         Case{"withBackgroundPixmap", false, true},
+                                         Case{"withManagerAndPixmap", true, true}),
+                         [](const auto& one) { return one.param.name; });
+
+// Whether the window's pattern is all there, and the ground is beyond it. Where a manager's frame may be is not looked
+// at.
+bool showsThrough(SampleCollector& samples, const RigWindow& window, int width, int height, int seed) {
+    const int left = window.screenX();
+    const int top = window.screenY();
+    return samples.waitForPicture([=](const auto& picture) {
+        return differingPixels(picture, left, top, width, height,
+                               [=](int x, int y) { return patternAt(seed, x, y); }) == 0 &&
+               differingPixels(picture, 0, 0, picture.width(), 60, [](int, int) { return kGround; }) == 0 &&
+               differingPixels(picture, 0, 500, picture.width(), 200, [](int, int) { return kGround; }) == 0;
+    });
+}
+
+TEST_P(X11ExcludedWindows, areNotInThePicture) {
+    RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
+    window.drawPattern(1);
+    RigWindow cover(rig_.displayName(), panel());
+    RunningCapture capture(*desktop_, filter());
+    ASSERT_TRUE(showsThrough(capture.samples(), window, 300, 200, 1));
+    // Painted beneath the panel, where the screen itself does not change.
+    window.drawPattern(2);
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 2));
+    cover.fill(0x00ffff);
+    window.drawPattern(3);
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 3));
+    cover.moveTo(300, 250);
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 3));
+    cover.moveTo(50, 450);  // over the bare ground
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 3));
+    cover.unmap();
+    window.drawPattern(4);
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 4));
+}
+
+TEST_P(X11ExcludedWindows, neverFlashWhenTheyAppear) {
+    RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
+    window.drawPattern(1);
+    const DisplayFilter display = filter();
+    std::atomic<int> flashes = 0;
+    std::atomic<int> pictures = 0;
+    SerialQueue queue("test");
+    const auto stream = desktop_->makeCaptureStream(display, recordingOf(display));
+    stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+        if (!sample.image) return;
+        ++pictures;
+        const std::uint8_t* pixel = sample.image->pixel(250, 225);
+        if (pixel[0] == 0xff && pixel[1] == 0 && pixel[2] == 0xff) ++flashes;
+    });
+    stream->start();
+    ASSERT_TRUE(waitFor([&] { return pictures > 0; }));
+    RigWindow::Options options = panel();
+    options.isMapped = false;
+    for (const bool isOverride : {true, false}) {
+        options.isOverride = isOverride;
+        RigWindow cover(rig_.displayName(), options);
+        for (int round = 0; round < 15; ++round) {
+            cover.map();
+            const int before = pictures;
+            window.fill(static_cast<std::uint32_t>(round), 0, 0, 5, 5);
+            ASSERT_TRUE(waitFor([&] { return pictures > before; }));
+            cover.unmap();
+        }
+    }
+    stream->stop();
+    queue.drain();
+    EXPECT_EQ(flashes, 0);
+}
+
+TEST_P(X11ExcludedWindows, stayOutWithTheirManagersFrames) {
+    RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
+    window.drawPattern(1);
+    RigWindow::Options options = panel();
+    options.isOverride = false;
+    options.y = 420;
+    options.height = 200;
+    const RigWindow managed(rig_.displayName(), options);
+    RunningCapture capture(*desktop_, filter());
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 1));
+}
+
+TEST_P(X11ExcludedWindows, whatLiesAboveThemStays) {
+    RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
+    window.drawPattern(1);
+    const RigWindow cover(rig_.displayName(), panel());
+    RigWindow above(rig_.displayName(),
+                    {.className = "Other", .x = 200, .y = 200, .width = 60, .height = 40, .isOverride = true});
+    above.drawPattern(9);
+    RunningCapture capture(*desktop_, filter());
+    const int left = window.screenX();
+    const int top = window.screenY();
+    EXPECT_TRUE(capture.samples().waitForPicture([=](const auto& picture) {
+        return differingPixels(picture, left, top, 300, 200, [=](int x, int y) {
+                   const int aboveX = x + left - 200;
+                   const int aboveY = y + top - 200;
+                   const bool isAbove = aboveX >= 0 && aboveX < 60 && aboveY >= 0 && aboveY < 40;
+                   return isAbove ? patternAt(9, aboveX, aboveY) : patternAt(1, x, y);
+               }) == 0;
+    }));
+}
+
+TEST_P(X11ExcludedWindows, windowsBeneathMayHaveAlphaAndBorders) {
+    RigWindow window(rig_.displayName(), {
+                                             .x = 100,
+                                             .y = 120,
+                                             .width = 300,
+                                             .height = 200,
+                                             .border = 5,
+                                             .hasAlpha = true,
+                                         });
+    window.drawPattern(1);
+    const RigWindow cover(rig_.displayName(), panel());
+    RunningCapture capture(*desktop_, filter());
+    EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 1));
+}
+
+TEST(X11ExcludedPrograms, areToldByTheirProcess) {
+    DesktopRig rig({1000, 700});
+    rig.paintRoot(kGround);
+    RigWindow own(rig.displayName(),
+                  {.className = "Eigen", .x = 150, .y = 150, .width = 200, .height = 150, .color = kPanel});
+    const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "100", "100", "300", "200", "00ff00"}, "");
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    ShareableContent content;
+    ASSERT_TRUE(waitFor([&] {
+        content = desktop->shareableContent();
+        return content.windows.size() == 2;
+    }));
+    ASSERT_TRUE(content.ownApplication);
+    own.raise();
+    RunningCapture capture(*desktop, DisplayFilter{*content.display(content.mainDisplayID), {*content.ownApplication}});
+    EXPECT_TRUE(capture.samples().waitForPicture([](const auto& picture) {
+        return differingPixels(picture, 0, 0, picture.width(), picture.height(), [](int x, int y) {
+                   return x >= 100 && x < 400 && y >= 100 && y < 300 ? 0x00ff00U : kGround;
+               }) == 0;
+    }));
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/unique_descriptor.h"
+#include "platform/pointer_monitor.h"
+#include "platform/x11/pointer_interpreter.h"
+#include "platform/x11/server_time.h"
+#include "platform/x11/x_connection.h"
+
+namespace lumivastor {
+
+/// Watches the pointer on a thread of its own, over two connections: one that the server's record extension fills with
+/// what all devices did, with positions in the whole desktop, and one for the input extension's raw events, which alone
+/// tell smooth scrolling. Both carry the server's times; nothing is told before it is certain that nothing earlier is
+/// still on its way over the other connection.
+class X11PointerMonitor : public PointerMonitor {
+  public:
+    /// Everything that the pointer does after this returned is told. Throws `RecorderError` when the server does not
+    /// let programs watch the pointer.
+    X11PointerMonitor(const std::string& displayName, const PointSpace& space, PointerEventHandler handler);
+    ~X11PointerMonitor() override;
+    X11PointerMonitor(const X11PointerMonitor&) = delete;
+    X11PointerMonitor& operator=(const X11PointerMonitor&) = delete;
+
+  private:
+    struct Waiting {
+        std::uint32_t serverTime = 0;
+        RawPointerEvent event;
+    };
+    // What raw events tell about a wheel's button that the record extension tells, too.
+    struct WheelPress {
+        std::uint32_t serverTime = 0;
+        int button = 0;
+        bool isEmulated = false;  // made up by the server of smooth scrolling, which comes by itself
+    };
+
+    void beginRecord();
+    void selectRawEvents();
+    void readScrollAxes();
+    void readMapping();
+    void beginState();
+    void run();
+    bool wait(bool hasWaiting);
+    bool readRecord();
+    void takeRecorded(const std::uint8_t* data, int size);
+    void readRaw();
+    void handleRaw(const XEvent& event);
+    void await(const Waiting& waiting, double now);
+    void settle();
+    void tellUntil(std::uint32_t serverTime);
+    void tell(const Waiting& waiting);
+    bool isEmulated(const Waiting& press) const;
+
+    const PointerEventHandler handler_;
+    XConnection control_;  // requests and raw events
+    XConnection data_;     // what is recorded
+    const ServerTime time_;
+    std::uint32_t context_ = 0;
+    unsigned recordSequence_ = 0;
+    bool mappingChanged_ = false;
+    ScrollAxes axes_;
+    PointerInterpreter interpreter_;
+    std::vector<Waiting> waiting_;  // in the order in which they arrived
+    std::vector<WheelPress> wheelPresses_;
+    double waitingSince_ = 0;  // host clock, seconds: when the first of them arrived
+    UniqueDescriptor wake_;
+    std::thread thread_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/x11/x_atoms.h"
+
+struct xcb_connection_t;
+
+namespace lumivastor {
+
+struct FreeDelete {
+    void operator()(void* memory) const { std::free(memory); }
+};
+/// What the server answered or told; freed by the owner.
+template <typename T>
+using XOwned = std::unique_ptr<T, FreeDelete>;
+
+/// Waits for the answer to a request: `fetch` is the library's reply function for its cookie. Null on any error, also
+/// when the server is gone.
+template <typename Reply, typename Cookie, typename Error>
+XOwned<Reply> xReply(xcb_connection_t* connection, Reply* (*fetch)(xcb_connection_t*, Cookie, Error**), Cookie cookie) {
+    return XOwned<Reply>(fetch(connection, cookie, nullptr));
+}
+
+/// Something that the server told without being asked.
+class XEvent {
+  public:
+    explicit XEvent(void* memory) : memory_(memory) {}
+
+    explicit operator bool() const { return memory_ != nullptr; }
+    /// Without the mark of those that other programs send; 0 for errors.
+    int type() const { return *static_cast<const std::uint8_t*>(memory_.get()) & 0x7f; }
+    /// As the library's structure for its type.
+    template <typename T>
+    const T& as() const {
+        return *static_cast<const T*>(memory_.get());
+    }
+
+  private:
+    XOwned<void> memory_;
+};
+
+/// While it lives, a write to a server that has gone is an error and not the end of the process: the library writes to
+/// its socket without asking for that. For one thread, nothing else in the process changes.
+class BrokenPipeGuard {
+  public:
+    BrokenPipeGuard();
+    ~BrokenPipeGuard();
+    BrokenPipeGuard(const BrokenPipeGuard&) = delete;
+    BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
+
+  private:
+    bool wasBlocked_ = false;
+    bool wasPending_ = false;
+};
+
+/// One connection to an X server, with the extensions negotiated and the words interned. The library makes requests
+/// from several threads safe; who reads events says so itself.
+class XConnection {
+  public:
+    /// An empty name means the one of the environment. Throws `RecorderError` when there is no such server.
+    explicit XConnection(const std::string& displayName);
+    ~XConnection();
+    XConnection(const XConnection&) = delete;
+    XConnection& operator=(const XConnection&) = delete;
+
+    // NOLINTNEXTLINE(google-explicit-constructor): every call of the library takes one
+    operator xcb_connection_t*() const { return connection_; }
+
+    /// The server is gone. Nothing is answered any more then.
+    bool isBroken() const;
+    void flush() const;
+    /// The next event that has arrived, if any; never waits. Errors of requests that nobody waits for come here, too.
+    XEvent nextEvent() const;
+
+    std::uint32_t root() const { return root_; }
+    std::uint32_t rootVisual() const { return rootVisual_; }
+    int rootDepth() const { return rootDepth_; }
+    std::uint32_t makeId() const;
+    std::uint32_t atom(XAtom name) const { return atoms_[static_cast<std::size_t>(name)]; }
+    /// Pictures in the form that this program takes: 32 bits a pixel in the order blue, green, red.
+    bool hasUsualPixels() const { return hasUsualPixels_; }
+
+    bool hasDamage() const { return damageEvent_ != 0; }
+    /// The type of the extension's first event.
+    std::uint8_t damageEvent() const { return damageEvent_; }
+    bool hasComposite() const { return hasComposite_; }
+    bool hasFixes() const { return hasFixes_; }
+    bool hasRender() const { return hasRender_; }
+    bool hasSegments() const { return hasSegments_; }
+    bool hasMonitors() const { return hasMonitors_; }
+    std::uint8_t randrEvent() const { return randrEvent_; }
+    bool hasClientIds() const { return hasClientIds_; }
+    bool hasRecord() const { return hasRecord_; }
+    /// The opcode that marks the input extension's events; 0 without it.
+    std::uint8_t inputOpcode() const { return inputOpcode_; }
+
+  private:
+    void negotiate();
+    void internAtoms();
+
+    xcb_connection_t* connection_ = nullptr;
+    std::uint32_t root_ = 0;
+    std::uint32_t rootVisual_ = 0;
+    int rootDepth_ = 0;
+    bool hasUsualPixels_ = false;
+    std::vector<std::uint32_t> atoms_;
+    std::uint8_t damageEvent_ = 0;
+    std::uint8_t randrEvent_ = 0;
+    std::uint8_t inputOpcode_ = 0;
+    bool hasComposite_ = false;
+    bool hasFixes_ = false;
+    bool hasRender_ = false;
+    bool hasSegments_ = false;
+    bool hasMonitors_ = false;
+    bool hasClientIds_ = false;
+    bool hasRecord_ = false;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "platform/desktop.h"
+#include "support/desktop_rig/sample_collector.h"
+
+namespace lumivastor {
+
+/// The configuration that a recording of this content has: its size in pixels, made even.
+inline StreamConfiguration recordingOf(const ContentFilter& filter, std::optional<Rect> region = {}) {
+    const Rect content = region.value_or(contentRect(filter));
+    StreamConfiguration configuration;
+    configuration.width = static_cast<int>(std::lround(content.width * pointPixelScale(filter))) & ~1;
+    configuration.height = static_cast<int>(std::lround(content.height * pointPixelScale(filter))) & ~1;
+    configuration.sourceRect = region;
+    return configuration;
+}
+
+/// A capture that runs from here to the end of the object.
+class RunningCapture {
+  public:
+    RunningCapture(Desktop& desktop, const ContentFilter& filter, const StreamConfiguration& configuration)
+        : stream_(desktop.makeCaptureStream(filter, configuration)), samples_(*stream_) {
+        stream_->start();
+    }
+    RunningCapture(Desktop& desktop, const ContentFilter& filter, std::optional<Rect> region = {})
+        : RunningCapture(desktop, filter, recordingOf(filter, region)) {}
+
+    // The queue outlives the stream.
+    ~RunningCapture() { stream_.reset(); }
+    RunningCapture(const RunningCapture&) = delete;
+    RunningCapture& operator=(const RunningCapture&) = delete;
+
+    SampleCollector& samples() { return samples_; }
+    CaptureStream& stream() { return *stream_; }
+    /// Stops, and waits for what has been delivered.
+    void stop() {
+        stream_->stop();
+        samples_.drain();
+    }
+
+  private:
+    std::unique_ptr<CaptureStream> stream_;
+    SampleCollector samples_;
+};
+
+inline Display displayNamed(Desktop& desktop, const std::string& name) {
+    for (const Display& display : desktop.shareableContent().displays) {
+        if (display.name == name) return display;
+    }
+    throw std::runtime_error("no display " + name);
+}
+
+inline Display mainDisplay(Desktop& desktop) {
+    const ShareableContent content = desktop.shareableContent();
+    return *content.display(content.mainDisplayID);
+}
+
+/// What records this window; waits until the desktop lists it.
+inline WindowFilter windowFilter(Desktop& desktop, std::uint32_t id) {
+    ShareableContent content;
+    const bool isListed = waitFor([&] {
+        content = desktop.shareableContent();
+        return content.window(id) != nullptr;
+    });
+    if (!isListed) throw std::runtime_error("the window is not listed");
+    const Window& window = *content.window(id);
+    return {window, *content.display(window.displayID)};
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/desktop_rig/rig_program.h"
+
+struct xcb_connection_t;
+
+namespace lumivastor {
+
+struct RigMonitor {
+    std::string name;
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    bool isPrimary = false;
+};
+
+/// A display server of a test's own, with a window manager if wanted; all of it goes with the object. It keeps one
+/// connection for what tests do to the desktop as a whole. One thread.
+class DesktopRig {
+  public:
+    struct Options {
+        int width = 1280;
+        int height = 800;
+        bool hasWindowManager = false;
+    };
+    explicit DesktopRig(const Options& options);
+    DesktopRig() : DesktopRig(Options{}) {}
+    ~DesktopRig();
+    DesktopRig(const DesktopRig&) = delete;
+    DesktopRig& operator=(const DesktopRig&) = delete;
+
+    /// As DISPLAY takes it.
+    const std::string& displayName() const { return displayName_; }
+    xcb_connection_t* connection() const { return connection_; }
+    std::uint32_t root() const { return root_; }
+    pid_t serverProcess() const { return server_->id(); }
+
+    /// Splits the screen into these monitors; the first of them takes over the screen's own.
+    void setMonitors(const std::vector<RigMonitor>& monitors);
+    void removeMonitor(const std::string& name);
+    /// What desktops write into the resource database as Xft.dpi.
+    void setDotsPerInch(int dotsPerInch);
+    /// Another size of the screen, as a change of resolution makes it. Not larger than at the start.
+    void setScreenSize(int width, int height);
+    /// Paints the background in one colour, 0xRRGGBB. With `leavesPixmap` as programs for backgrounds do, which leave
+    /// the picture for others.
+    void paintRoot(std::uint32_t color, bool leavesPixmap = false);
+    /// Ends the server at once, as a crash does.
+    void killServer();
+
+    /// Returns when the server has dealt with everything that was asked of it over this connection.
+    void sync() const;
+
+  private:
+    void startServer(const Options& options);
+    void startManager();
+
+    std::string folder_;  // of the window manager
+    std::unique_ptr<RigProgram> server_;
+    std::unique_ptr<RigProgram> manager_;
+    int number_ = -1;
+    std::string displayName_;
+    xcb_connection_t* connection_ = nullptr;
+    std::uint32_t root_ = 0;
+};
+
+/// Waits until something is so; false when it does not become so within a time that only a broken machine needs.
+bool waitFor(const std::function<bool()>& isSo);
+
+}  // namespace lumivastor

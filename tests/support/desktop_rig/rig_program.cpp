@@ -1,0 +1,89 @@
+#include "support/desktop_rig/rig_program.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+namespace lumivastor {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
+    std::vector<char*> all;
+    for (const std::string& text : texts) all.push_back(const_cast<char*>(text.c_str()));
+    all.push_back(nullptr);
+    return all;
+}
+
+// In the child: nothing here may take memory.
+[[noreturn]] void become(const std::vector<char*>& command, const std::vector<char*>& environment, int descriptor,
+                         int failure) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const int nothing = open("/dev/null", O_RDWR);
+    for (const int standard : {0, 1, 2}) dup2(nothing, standard);
+    if (descriptor >= 0) fcntl(descriptor, F_SETFD, 0);
+    if (environment.size() > 1) {
+        execvpe(command.front(), command.data(), environment.data());
+    } else {
+        execvp(command.front(), command.data());
+    }
+    const int error = errno;
+    [[maybe_unused]] const auto written = write(failure, &error, sizeof error);
+    _exit(127);
+}
+
+}  // namespace
+
+RigProgram::RigProgram(const std::vector<std::string>& command, const std::string& package, int descriptor,
+                       const std::vector<std::string>& environment) {
+    const auto arguments = pointers(command);
+    std::vector<std::string> variables = environment;
+    for (char** one = environ; *one != nullptr && !environment.empty(); ++one) variables.emplace_back(*one);
+    const auto variablePointers = pointers(variables);
+    // Closes by itself when the program takes over; otherwise tells why it did not.
+    int failure[2];
+    if (pipe2(failure, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    id_ = fork();
+    if (id_ == 0) become(arguments, variablePointers, descriptor, failure[1]);
+    close(failure[1]);
+    int error = 0;
+    const bool failed = id_ < 0 || read(failure[0], &error, sizeof error) == sizeof error;
+    close(failure[0]);
+    if (failed) {
+        if (id_ > 0) waitpid(id_, nullptr, 0);
+        throw std::runtime_error(command.front() + " cannot be started; install the package " + package);
+    }
+}
+
+RigProgram::~RigProgram() {
+    end();
+}
+
+bool RigProgram::isRunning() {
+    if (id_ > 0 && waitpid(id_, nullptr, WNOHANG) == id_) id_ = -1;
+    return id_ > 0;
+}
+
+void RigProgram::end() {
+    if (!isRunning()) return;
+    ::kill(id_, SIGTERM);
+    for (int i = 0; i < 500 && isRunning(); ++i) std::this_thread::sleep_for(10ms);
+    kill();
+}
+
+void RigProgram::kill() {
+    if (!isRunning()) return;
+    ::kill(id_, SIGKILL);
+    waitpid(id_, nullptr, 0);
+    id_ = -1;
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sys/types.h>
+#include <string>
+#include <vector>
+
+namespace lumivastor {
+
+/// A program that runs while the object lives, and ends with this process in any case. What it prints is thrown away.
+class RigProgram {
+  public:
+    /// `descriptor`, when not -1, stays open in the program under its own number. Throws std::runtime_error that names
+    /// the Debian package to install when there is no such program.
+    RigProgram(const std::vector<std::string>& command, const std::string& package, int descriptor = -1,
+               const std::vector<std::string>& environment = {});
+    ~RigProgram();
+    RigProgram(const RigProgram&) = delete;
+    RigProgram& operator=(const RigProgram&) = delete;
+
+    pid_t id() const { return id_; }
+    bool isRunning();
+    /// Asks it to end, waits, and insists after a while.
+    void end();
+    /// Ends it at once, without a chance to clean up.
+    void kill();
+
+  private:
+    pid_t id_ = -1;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/capture_stream.h"
+#include "support/desktop_rig/desktop_rig.h"
+
+namespace lumivastor {
+
+/// Takes what a capture stream delivers: the status and time of every sample, and the newest picture. Any thread.
+class SampleCollector {
+  public:
+    struct Seen {
+        FrameStatus status;
+        double hostSeconds;
+        bool hasPicture;
+    };
+    using Picture = std::shared_ptr<const BgraPremultipliedBuffer>;
+
+    /// Becomes the stream's screen output and its handlers.
+    explicit SampleCollector(CaptureStream& stream) {
+        stream.addScreenOutput(queue_, [this](const ScreenSample& sample) {
+            const std::scoped_lock guard(lock_);
+            seen_.push_back({sample.status, sample.hostSeconds, sample.image != nullptr});
+            if (sample.image) last_ = sample.image;
+        });
+        stream.onStop([this](const RecorderError& error) {
+            const std::scoped_lock guard(lock_);
+            stops_.push_back(error.message());
+        });
+        stream.onNotice([this](const std::string& notice) {
+            const std::scoped_lock guard(lock_);
+            notices_.push_back(notice);
+        });
+    }
+
+    std::vector<Seen> seen() const {
+        const std::scoped_lock guard(lock_);
+        return seen_;
+    }
+    std::vector<std::string> stops() const {
+        const std::scoped_lock guard(lock_);
+        return stops_;
+    }
+    std::vector<std::string> notices() const {
+        const std::scoped_lock guard(lock_);
+        return notices_;
+    }
+    Picture picture() const {
+        const std::scoped_lock guard(lock_);
+        return last_;
+    }
+    int count(FrameStatus status) const {
+        int number = 0;
+        for (const Seen& one : seen()) number += one.status == status ? 1 : 0;
+        return number;
+    }
+    void drain() { queue_.drain(); }
+
+    /// Waits for a picture of which this is so.
+    bool waitForPicture(const std::function<bool(const BgraPremultipliedBuffer&)>& isSo) const {
+        return waitFor([&] {
+            const Picture newest = picture();
+            return newest && isSo(*newest);
+        });
+    }
+    /// Waits for a picture with this colour, 0xRRGGBB, at a place.
+    bool waitForColor(int x, int y, std::uint32_t color) const {
+        return waitForPicture([=](const BgraPremultipliedBuffer& one) {
+            std::uint32_t pixel = 0;
+            std::memcpy(&pixel, one.pixel(x, y), 4);
+            return pixel == (0xff000000U | color);
+        });
+    }
+
+  private:
+    mutable std::mutex lock_;
+    std::vector<Seen> seen_;  // guarded by lock_, as all below
+    std::vector<std::string> stops_;
+    std::vector<std::string> notices_;
+    Picture last_;
+    SerialQueue queue_{"test.samples"};  // last: its work uses everything above
+};
+
+/// How many pixels of a picture's rectangle differ from what `colorAt` says (0xRRGGBB, coordinates within the
+/// rectangle), or are not opaque.
+template <typename ColorAt>
+int differingPixels(const BgraPremultipliedBuffer& picture, int x, int y, int width, int height, ColorAt colorAt) {
+    int different = 0;
+    for (int row = 0; row < height; ++row) {
+        for (int column = 0; column < width; ++column) {
+            std::uint32_t pixel = 0;
+            std::memcpy(&pixel, picture.pixel(x + column, y + row), 4);
+            different += pixel != (0xff000000U | colorAt(column, row)) ? 1 : 0;
+        }
+    }
+    return different;
+}
+
+}  // namespace lumivastor

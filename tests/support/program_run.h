@@ -1,0 +1,40 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+
+/// A program that a test runs beside itself, with what it prints. Killed with this object.
+class ProgramRun {
+  public:
+    /// `environment` is put over the test's own; an empty value takes a variable away. Throws std::runtime_error.
+    ProgramRun(const std::vector<std::string>& programAndArguments,
+               const std::map<std::string, std::string>& environment);
+    ~ProgramRun();
+    ProgramRun(const ProgramRun&) = delete;
+    ProgramRun& operator=(const ProgramRun&) = delete;
+
+    void signal(int number) const;
+    /// Waits until it ends; its exit status, or the negative number of the signal that ended it. Throws
+    /// std::runtime_error after twenty minutes.
+    int wait();
+    bool isRunning();
+
+    std::string out() const { return folder_.read("out"); }
+    std::string err() const { return folder_.read("err"); }
+
+  private:
+    TemporaryFolder folder_;
+    pid_t pid_ = -1;
+    int status_ = 0;
+    bool ended_ = false;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,88 @@
+#include "support/recorder_rig.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "app/log/log.h"
+#include "support/text_file.h"
+
+namespace lumivastor {
+
+namespace {
+
+std::string logText() {
+    Log::drain();
+    return std::filesystem::exists(Log::url()) ? readText(Log::url()) : "";
+}
+
+}  // namespace
+
+RecorderRig::RecorderRig()
+    : services_{{devices_, sound_, loop_,
+                 [this](const EncodingJob& job) {
+                     encodingJobs_.push_back(job);
+                     return EncoderChoice{{VideoCodec::h264, "libx264", "ultrafast"}, "nur ein Test"};
+                 },
+                 [this] { return loop_.now(); }, [this](const std::filesystem::path&) { return freeSpace_; }},
+                desktop_},
+      logStart_(logText().size()) {
+    desktop_.setContent(content());
+}
+
+ShareableContent RecorderRig::content() {
+    ShareableContent content;
+    content.displays = {{7, "links", {0, 0, 320, 240}, 1}, {9, "rechts", {1000, 100, 640, 360}, 2}};
+    content.mainDisplayID = 7;
+    const RunningApplication application{42, "xterm", "Terminal"};
+    content.applications = {application};
+    content.windows = {{77, "Sitzung 1", application, 0, {1100, 150, 160, 120}, 9}};
+    return content;
+}
+
+std::shared_ptr<const BgraPremultipliedBuffer> RecorderRig::picture(int width, int height, int grey) {
+    auto picture = std::make_shared<BgraPremultipliedBuffer>(width, height);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            std::uint8_t* pixel = picture->pixel(x, y);
+            std::fill_n(pixel, 3, static_cast<std::uint8_t>(grey));
+            pixel[3] = 255;
+        }
+    }
+    return picture;
+}
+
+SystemCursor RecorderRig::cursor(std::uint64_t serial, int width, int height, int grey, double hotspotX) {
+    SystemCursor cursor;
+    cursor.serial = serial;
+    const auto image = picture(width, height, grey);
+    cursor.image = BgraPremultipliedBuffer(width, height);
+    for (int y = 0; y < height; ++y) std::copy_n(image->row(y), width * 4, cursor.image.row(y));
+    cursor.hotspotX = hotspotX;
+    cursor.hotspotY = 2;
+    return cursor;
+}
+
+void RecorderRig::record(double seconds, int width, int height) {
+    constexpr double kInterval = 0.5;
+    const int pictures = static_cast<int>(seconds / kInterval);
+    for (int i = 0; i < pictures; ++i) {
+        const FrameStatus status = i == 0 ? FrameStatus::started : FrameStatus::complete;
+        desktop_.emitScreen({status, loop_.now(), picture(width, height, 20 + i % 200)});
+        loop_.advance(kInterval);
+    }
+}
+
+std::vector<std::string> RecorderRig::log() const {
+    std::istringstream text(logText().substr(logStart_));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) lines.push_back(line.substr(line.find(' ') + 1));
+    return lines;
+}
+
+bool RecorderRig::logged(const std::string& line) const {
+    const auto lines = log();
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+}  // namespace lumivastor

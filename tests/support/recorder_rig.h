@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "capture/capture_services.h"
+#include "platform/synthetic/synthetic_desktop.h"
+#include "platform/synthetic/synthetic_devices.h"
+#include "platform/synthetic/synthetic_sound.h"
+#include "support/manual_main_loop.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+
+/// What recorders work with, all of it moved by hand, and a folder to record into.
+class RecorderRig : public testing::Test {
+  protected:
+    RecorderRig();
+
+    /// A second display of 640 × 360 points with two pixels a point, at (1000, 100); the main one has 320 × 240.
+    static ShareableContent content();
+    static Display mainDisplay() { return content().displays[0]; }
+    static Display otherDisplay() { return content().displays[1]; }
+    /// On the other display.
+    static Window window() { return content().windows[0]; }
+
+    /// A picture in one grey.
+    static std::shared_ptr<const BgraPremultipliedBuffer> picture(int width, int height, int grey = 128);
+    static SystemCursor cursor(std::uint64_t serial, int width, int height, int grey = 0, double hotspotX = 1);
+
+    /// Emits two pictures a second for `seconds`, moving the clock along. Up to eight in all wait in a writer's queue,
+    /// so that none is dropped however slow the machine is.
+    void record(double seconds, int width, int height);
+
+    /// The log's lines, without their time stamps, since the rig was made.
+    std::vector<std::string> log() const;
+    bool logged(const std::string& line) const;
+
+    TemporaryFolder temporary_;
+    std::filesystem::path folder_ = temporary_ / "recording";
+    ManualMainLoop loop_;
+    SyntheticDesktop desktop_;
+    SyntheticSoundSystem sound_;
+    SyntheticCaptureDevices devices_;
+    std::optional<FreeSpace> freeSpace_ = FreeSpace{1'000'000'000'000, 2'000'000'000'000};
+    std::vector<EncodingJob> encodingJobs_;
+    CaptureServices services_;
+
+  private:
+    std::size_t logStart_ = 0;
+};
+
+}  // namespace lumivastor
