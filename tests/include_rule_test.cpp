@@ -115,7 +115,8 @@ TEST(IncludeRule, WrappedLibrariesStayWhereTheyAreWrapped) {
     };
     const std::vector<Rule> rules = {
         {std::regex("^lib(av\\w+|sw\\w+)/.*"), {"media/", "platform/"}, false},
-        {std::regex("^(xcb|X11|pulse|pipewire|spa|linux)/.*"), {"platform/"}, false},
+        {std::regex("^(xcb|X11|pipewire|spa|linux)/.*"), {"platform/"}, false},
+        {std::regex("^pulse/.*"), {"media/", "platform/"}, false},
         {std::regex("^simdjson.*"), {"model/"}, true},
         {std::regex("^(png|cairo|hwy)[/.].*|^(cairo|pango)\\w*/.*"), {"imaging/"}, false},
         {std::regex("^Q[A-Z].*|^Qt.*"), {"editor/", "app/"}, true},

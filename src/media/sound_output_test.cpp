@@ -1,0 +1,233 @@
+#include "media/sound_output.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <iostream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/host_clock.h"
+#include "platform/pulse/pulse_sound_system.h"
+#include "support/heard_sound.h"
+#include "support/player_fixture.h"
+#include "support/sound_rig.h"
+
+// Sound outputs, alone and under a player, with real sound servers.
+
+namespace lumivastor {
+namespace {
+
+bool await(const std::function<bool()>& isSo) {
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!isSo()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// What an output asks for: a count of frames, and the reason why it was lost.
+struct Listener {
+    std::atomic<std::int64_t> asked = 0;
+    std::mutex lock;
+    std::vector<std::string> losses;
+
+    SoundOutput::Client client() {
+        return {[this](std::span<float> values) {
+                    std::fill(values.begin(), values.end(), 0.0F);
+                    asked += static_cast<std::int64_t>(values.size() / 2);
+                },
+                [this](const RecorderError& reason) {
+                    const std::scoped_lock guard(lock);
+                    losses.push_back(reason.message());
+                }};
+    }
+    std::vector<std::string> lost() {
+        const std::scoped_lock guard(lock);
+        return losses;
+    }
+};
+
+// A run of any output: it asks ahead, what is heard grows up to what was asked for, and stops with it.
+void expectARun(SoundOutput& output) {
+    Listener listener;
+    output.start(listener.client());
+    std::int64_t before = 0;
+    ASSERT_TRUE(await([&] {
+        const std::int64_t heard = output.heardFrames();
+        EXPECT_GE(heard, before);
+        EXPECT_LE(heard, listener.asked);
+        before = heard;
+        return heard > 24000;
+    })) << (listener.lost().empty() ? "nothing is heard" : listener.lost().front());
+    output.stop();
+    const std::int64_t asked = listener.asked;
+    const std::int64_t heard = output.heardFrames();
+    EXPECT_GE(heard, before);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(listener.asked, asked);
+    EXPECT_EQ(output.heardFrames(), heard);
+    EXPECT_TRUE(listener.lost().empty());
+}
+
+TEST(SilentOutput, RunsByTheHostClockAgainAndAgain) {
+    const auto output = makeSilentOutput();
+    EXPECT_EQ(output->heardFrames(), 0);
+    output->stop();
+    expectARun(*output);
+    const double before = hostClockSeconds();
+    Listener listener;
+    output->start(listener.client());
+    ASSERT_TRUE(await([&] { return output->heardFrames() >= 9600; }));
+    EXPECT_GE(hostClockSeconds() - before, 0.2) << "never faster than the clock";
+}
+
+TEST(PulseOutput, RunsAgainAndAgain) {
+    const PulseRig rig;
+    const auto output = makePulseOutput(rig.address());
+    EXPECT_EQ(output->heardFrames(), 0);
+    output->stop();
+    for (int run = 0; run < 3; ++run) expectARun(*output);
+    Listener listener;
+    output->start(listener.client());
+}
+
+TEST(PulseOutput, IsLostAtOnceWhereNoServerIs) {
+    const TemporaryFolder folder;
+    const auto output = makePulseOutput(nobodysAddress(folder));
+    for (int run = 0; run < 2; ++run) {
+        Listener listener;
+        output->start(listener.client());
+        ASSERT_TRUE(await([&] { return !listener.lost().empty(); }));
+        EXPECT_EQ(listener.lost(), std::vector<std::string>{"Kein Tonserver gefunden."});
+        EXPECT_EQ(output->heardFrames(), 0);
+        output->stop();
+    }
+}
+
+TEST(PulseOutput, GivesUpAServerThatDoesNotAnswer) {
+    PulseRig rig;
+    rig.freeze(true);
+    const auto output = makePulseOutput(rig.address());
+    Listener listener;
+    output->start(listener.client());
+    ASSERT_TRUE(await([&] { return !listener.lost().empty(); }));
+    EXPECT_EQ(listener.lost(), std::vector<std::string>{"Der Tonserver antwortet nicht."});
+    rig.freeze(false);
+    output->stop();
+    expectARun(*output);
+}
+
+TEST(PulseOutput, IsLostWhenTheServerFallsSilentOrDies) {
+    PulseRig rig;
+    const auto output = makePulseOutput(rig.address());
+    for (const bool isKilled : {false, true}) {
+        Listener listener;
+        output->start(listener.client());
+        ASSERT_TRUE(await([&] { return output->heardFrames() > 4800; }));
+        if (isKilled) {
+            rig.kill();
+        } else {
+            rig.freeze(true);
+        }
+        ASSERT_TRUE(await([&] { return !listener.lost().empty(); }));
+        EXPECT_EQ(listener.lost(), std::vector<std::string>{isKilled ? "Der Tonserver ist nicht mehr da."
+                                                                     : "Der Tonserver antwortet nicht mehr."});
+        const std::int64_t heard = output->heardFrames();
+        EXPECT_GT(heard, 0);
+        EXPECT_LE(heard, listener.asked);
+        if (!isKilled) rig.freeze(false);
+        output->stop();
+        EXPECT_EQ(output->heardFrames(), heard);
+    }
+    rig.start();
+    expectARun(*output);
+}
+
+class PlayedAloud : public PlayerFixture {
+  protected:
+    // Plays a movie with a beep at every whole second, and compares when each beep was heard with when the player said
+    // that its moment was.
+    void expectSoundOnTime(const std::string& playAddress, const std::string& listenAddress) {
+        options_.pictures = 30 * 6;
+        options_.sounds = {{}};
+        makeMovie();
+        PulseSoundSystem sounds(listenAddress);
+        HeardSound heard;
+        const auto source = sounds.systemAudio(48000, 2);
+        source->start(heard.handler(), heard.endHandler());
+        ASSERT_TRUE(heard.awaitFrames(4800));
+
+        player_ = std::make_unique<Player>(loop_, makePulseOutput(playAddress));
+        player_->onPlayedToEnd([this] { ++ends_; });
+        player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
+        player_->setItem(item());
+        ASSERT_TRUE(seek(0.5));
+        player_->play();
+        struct Reading {
+            double host;
+            double clock;
+        };
+        std::vector<Reading> readings;
+        ASSERT_TRUE(await([&] {
+            readings.push_back({hostClockSeconds(), player_->currentTime()});
+            return ends_ == 1;
+        }));
+        EXPECT_TRUE(errors_.empty());
+        ASSERT_TRUE(heard.awaitBeeps(5));
+        source->stop();
+
+        std::vector<double> errors;
+        for (const double beep : heard.beeps()) {
+            const auto after = std::find_if(readings.begin(), readings.end(),
+                                            [beep](const Reading& reading) { return reading.host > beep; });
+            if (after == readings.begin() || after == readings.end()) continue;
+            const Reading& before = *std::prev(after);
+            const double part = (beep - before.host) / (after->host - before.host);
+            const double clock = before.clock + part * (after->clock - before.clock);
+            errors.push_back(clock - std::round(clock));
+        }
+        ASSERT_GE(errors.size(), 4u);
+        std::cout << "the player's clock when a beep was heard: " << describeErrors(errors) << "\n";
+        // A busy machine makes servers stumble; the clock has to be right all the same, if not at each beep.
+        std::nth_element(errors.begin(), errors.begin() + static_cast<std::ptrdiff_t>(errors.size() / 2), errors.end());
+        EXPECT_NEAR(errors[errors.size() / 2], 0, 0.03);
+    }
+};
+
+TEST_F(PlayedAloud, BeepsAreHeardWhenTheClockSaysSo) {
+    const PulseRig rig;
+    expectSoundOnTime(rig.address(), rig.address());
+}
+
+TEST_F(PlayedAloud, BeepsAreHeardWhenTheClockSaysSoWithPipeWireToo) {
+    const PipeWireRig rig;
+    expectSoundOnTime(rig.pulseAddress(), rig.pulseAddress());
+}
+
+TEST_F(PlayedAloud, AServerThatDiesLeavesThePicturesRunning) {
+    PulseRig rig;
+    options_.pictures = 90;
+    options_.sounds = {{}};
+    makeMovie();
+    player_ = std::make_unique<Player>(loop_, makePulseOutput(rig.address()));
+    player_->onPlayedToEnd([this] { ++ends_; });
+    player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
+    player_->setItem(item());
+    player_->play();
+    ASSERT_TRUE(PlayerFixture::await([this] { return player_->currentTime() > 0.5; }));
+    rig.kill();
+    ASSERT_TRUE(PlayerFixture::await([this] { return ends_ == 1; }));
+    EXPECT_EQ(errors_, std::vector<std::string>{"Der Tonserver ist nicht mehr da."});
+    EXPECT_NEAR(player_->currentTime(), item().duration, 1e-3);
+}
+
+}  // namespace
+}  // namespace lumivastor
