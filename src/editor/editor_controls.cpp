@@ -364,6 +364,7 @@ QWidget* EditorControls::makeColumn(const Recording& recording, const EditorActi
         Card facecam(*cards, "Facecam");
         webcamCheckbox = new QCheckBox("anzeigen");
         webcamCheckbox->setFocusPolicy(Qt::TabFocus);
+        webcamCheckbox->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         setNames(*webcamCheckbox, {"webcamCheckbox", "Facecam anzeigen", "Ob das Kamera-Bild im Video zu sehen ist"});
         QObject::connect(webcamCheckbox, &QCheckBox::clicked, webcamCheckbox, [changed] { changed(); });
         facecam.addRow("Im Video", webcamCheckbox);

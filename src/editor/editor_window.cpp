@@ -120,6 +120,11 @@ void EditorWindow::build() {
     controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
     controls_->setMaskDrawing(false);
 
+    // How much room things need is only known once the style sheet's type is in them.
+    for (QWidget* each : findChildren<QWidget*>()) {
+        each->ensurePolished();
+        each->updateGeometry();
+    }
     const int height = session_->hasWebcam() ? kLeastHeightWithWebcam : kLeastHeight;
     // With larger type everything still has its room.
     const QSize least = layout()->minimumSize().expandedTo({kLeastWidth, height});

@@ -21,6 +21,9 @@ namespace {
 constexpr double kLeastBody = 10;
 constexpr double kSmall = 0.9;
 constexpr double kLarge = 1.15;
+// Heights of what stands in controls, in points.
+constexpr int kLeastControl = 20;
+constexpr int kLeastSegment = 18;
 
 QString points(double size) {
     return QString::number(size, 'f', 2) + "pt";
@@ -77,7 +80,13 @@ QString styleSheet(const QFont& base) {
     if (!file.open(QIODevice::ReadOnly)) return {};
     QString text = QString::fromUtf8(file.readAll());
     const TypeScale type = typeScale(base);
+    // A height that a style sheet names is the least there is, whatever the text needs.
+    QFont small = base;
+    small.setPointSizeF(type.small);
+    const int line = QFontMetrics(small).height();
     const std::pair<const char*, QString> values[] = {
+        {"@control-height", QString::number(std::max(kLeastControl, line + 3)) + "px"},
+        {"@segment-height", QString::number(std::max(kLeastSegment, line + 1)) + "px"},
         {"@accent-hover", kAccent.lighter(112).name()},
         {"@accent-pressed", kAccent.darker(112).name()},
         {"@accent", kAccent.name()},

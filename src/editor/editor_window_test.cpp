@@ -1,0 +1,525 @@
+#include "editor/editor_window.h"
+
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QUrl>
+#include <cmath>
+#include <filesystem>
+#include <set>
+
+#include "editor/colour_well.h"
+#include "editor/labels.h"
+#include "editor/look.h"
+#include "editor/mask_draw_view.h"
+#include "editor/segmented_control.h"
+#include "editor/timeline_strip.h"
+#include "editor/value_slider.h"
+#include "support/editor_fixture.h"
+
+namespace lumivastor {
+namespace {
+
+class EditorWindowTest : public EditorFixture {
+  protected:
+    std::shared_ptr<const BgraPremultipliedBuffer> frame() { return controls().previewView->frame(); }
+    // Waits for the frame that a change leads to.
+    bool waitForFrameAfter(const std::shared_ptr<const BgraPremultipliedBuffer>& before) {
+        return waitFor([&] { return frame() != nullptr && frame() != before; });
+    }
+    void drawMask(QPointF from, QPointF to) {
+        auto* view = controls().maskDrawView;
+        QTest::mousePress(view, Qt::LeftButton, {}, from.toPoint());
+        QTest::mouseMove(view, ((from + to) / 2).toPoint());
+        QTest::mouseMove(view, to.toPoint());
+        QTest::mouseRelease(view, Qt::LeftButton, {}, to.toPoint());
+    }
+};
+
+TEST_F(EditorWindowTest, ShowsTheRecordingAndItsSettings) {
+    settings_.tempo = Tempo::ruhig;
+    settings_.cuts = {{1, 2}};
+    settings_.padding = 0.0333;
+    openWindow();
+    EXPECT_EQ(window().windowTitle().toStdString(), "LumiVastor – " + folder_.path().filename().string());
+    EXPECT_EQ(controls().values(), session().controls());
+    EXPECT_EQ(textOf("trimLabel"), "Bereich: 0.000 – 6.000 s (Bild 0 – 180)");
+    EXPECT_EQ(textOf("cutLabel"), "1.00–2.00 s");
+    EXPECT_EQ(textOf("timeLabel"), "0.000 s · Bild 0");
+    EXPECT_EQ(textOf("zoomModeLabel"), "Automatik");
+    EXPECT_EQ(textOf("maskLabel"), "Keine Bereiche");
+    EXPECT_EQ(textOf("lengthLabel"), "Video: 5.0 s");
+    EXPECT_EQ(controls().zoomPopup->itemText(0).toStdString(),
+              labels::zoomItem(1, session().composition()->zoomSpecs().at(0)));
+    EXPECT_TRUE(waitFor([this] { return frame() != nullptr; }));
+    EXPECT_EQ(window().findChild<QWidget*>("webcamCornerPopup"), nullptr);
+}
+
+TEST_F(EditorWindowTest, TheFrameHasThePixelsOfThePlaceWhereItIsShown) {
+    openWindow();
+    const auto fits = [this] {
+        if (frame() == nullptr) return false;
+        const Rect shown = controls().previewView->shownRect();
+        const double ratio = window().devicePixelRatioF();
+        return frame()->width() == std::lround(shown.width * ratio) &&
+               frame()->height() == std::lround(shown.height * ratio);
+    };
+    EXPECT_TRUE(waitFor(fits));
+    window().resize(1500, 1000);
+    EXPECT_TRUE(waitFor(fits));
+}
+
+TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
+    openWindow();
+    ASSERT_TRUE(waitFor([this] { return frame() != nullptr; }));
+    std::vector<ProjectSettings> states = {session().settings()};
+    std::vector<std::string> shown = {everythingShown()};
+    const auto remember = [&] {
+        EXPECT_NE(session().settings(), states.back());
+        states.push_back(session().settings());
+        shown.push_back(everythingShown());
+    };
+    drag("timeSlider", 0.1);
+    click("trimStartButton");
+    remember();
+    drag("timeSlider", 0.95);
+    click("trimEndButton");
+    remember();
+    drag("timeSlider", 0.3);
+    click("cutStartButton");
+    EXPECT_EQ(textOf("cutLabel"), labels::cuts({}, session().pendingCutStart()));
+    drag("timeSlider", 0.4);
+    click("cutEndButton");
+    remember();
+    drag("timeSlider", 0.6);
+    click("addZoomButton");
+    EXPECT_EQ(textOf("zoomModeLabel"), "von Hand bearbeitet");
+    EXPECT_EQ(controls().zoomPopup->currentIndex(), session().selectedZoom());
+    EXPECT_EQ(transport().playhead(), session().selectedZoomMoment());
+    remember();
+    click("maskDrawButton");
+    EXPECT_EQ(textOf("maskLabel"), "Rechteck in der Vorschau aufziehen (Esc bricht ab)");
+    const Rect area = controls().previewView->shownRect();
+    auto before = frame();
+    drawMask({area.x + area.width * 0.3, area.y + area.height * 0.3},
+             {area.x + area.width * 0.6, area.y + area.height * 0.6});
+    EXPECT_EQ(textOf("maskLabel"), "1 Bereich, gilt fürs ganze Video");
+    EXPECT_EQ(controls().maskDrawButton->text(), "Bereich aufziehen");
+    EXPECT_TRUE(waitForFrameAfter(before));
+    remember();
+
+    for (std::size_t i = states.size() - 1; i-- > 0;) {
+        press(Qt::Key_Z, Qt::ControlModifier);
+        EXPECT_EQ(session().settings(), states[i]) << i;
+        EXPECT_EQ(everythingShown(), shown[i]) << i;
+    }
+    before = frame();
+    for (std::size_t i = 1; i < states.size(); ++i) {
+        press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+        EXPECT_EQ(session().settings(), states[i]) << i;
+        EXPECT_EQ(everythingShown(), shown[i]) << i;
+    }
+    EXPECT_TRUE(waitForFrameAfter(before));
+    window().close();
+    EXPECT_EQ(saved(), states.back());
+    EXPECT_EQ(closed_, 1);
+}
+
+TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
+    openWindow(true);
+    ProjectSettings expected = session().settings();
+    const auto value = [this](const char* name) { return find<ValueSlider>(name)->doubleValue(); };
+    struct Slider {
+        const char* name;
+        double part;
+        double ProjectSettings::*field;
+        ControlRange range;
+    };
+    const Slider sliders[] = {
+        {"smoothingSlider", 0.3, &ProjectSettings::smoothing, kSmoothingRange},
+        {"cursorSlider", 0.9, &ProjectSettings::cursorScale, kCursorRange},
+        {"paddingSlider", 0.7, &ProjectSettings::padding, kPaddingRange},
+        {"cornerSlider", 0.2, &ProjectSettings::cornerRadius, kCornerRange},
+        {"systemVolumeSlider", 0.8, &ProjectSettings::systemVolume, kVolumeRange},
+        {"micVolumeSlider", 0.0, &ProjectSettings::micVolume, kVolumeRange},
+        {"webcamSizeSlider", 0.7, &ProjectSettings::webcamSize, kWebcamSizeRange},
+        {"webcamZoomSlider", 0.4, &ProjectSettings::webcamZoom, kWebcamZoomRange},
+        {"cropTopSlider", 0.1, &ProjectSettings::cropTop, kCropRange},
+        {"cropBottomSlider", 0.2, &ProjectSettings::cropBottom, kCropRange},
+        {"cropLeftSlider", 0.3, &ProjectSettings::cropLeft, kCropRange},
+        {"cropRightSlider", 0.4, &ProjectSettings::cropRight, kCropRange},
+        {"zoomToolSlider", 0.9, &ProjectSettings::zoomScale, kZoomRange},
+        {"zoomSlider", 0.5, &ProjectSettings::zoomScale, kZoomRange},
+    };
+    for (const Slider& slider : sliders) {
+        controls().column->ensureWidgetVisible(find<ValueSlider>(slider.name));
+        drag(slider.name, slider.part);
+        expected.*slider.field = value(slider.name);
+        EXPECT_NEAR(value(slider.name), slider.range.least + slider.part * (slider.range.most - slider.range.least),
+                    0.02 * (slider.range.most - slider.range.least))
+            << slider.name;
+        EXPECT_EQ(session().settings(), expected) << slider.name;
+    }
+    EXPECT_EQ(value("zoomToolSlider"), value("zoomSlider"));
+    EXPECT_EQ(textOf("micVolumeSliderLabel"), "0 % (stumm)");
+
+    QTest::mouseClick(controls().tempoControl->segment(0), Qt::LeftButton);
+    expected.tempo = Tempo::schnell;
+    QTest::mouseClick(controls().exportFormatControl->segment(1), Qt::LeftButton);
+    expected.exportFormat = ExportFormat::mov;
+    QTest::mouseClick(controls().exportResolutionControl->segment(1), Qt::LeftButton);
+    expected.exportHeight = 1440;
+    click("webcamCheckbox");
+    expected.webcamEnabled = false;
+    QTest::keyClick(controls().webcamCornerPopup, Qt::Key_Down);
+    QTest::keyClick(controls().webcamCornerPopup, Qt::Key_Down);
+    expected.webcamCorner = 2;
+    EXPECT_EQ(session().settings().tempo, expected.tempo);
+    EXPECT_EQ(session().settings().exportFormat, expected.exportFormat);
+    EXPECT_EQ(session().settings().exportHeight, expected.exportHeight);
+    EXPECT_EQ(session().settings().webcamEnabled, expected.webcamEnabled);
+    EXPECT_EQ(session().settings().webcamCorner, expected.webcamCorner);
+    EXPECT_EQ(session().settings(), expected);
+
+    click("colorWell");
+    QColorDialog* dialog = controls().colourWell->dialog();
+    ASSERT_NE(dialog, nullptr);
+    dialog->setCurrentColor(QColor(51, 102, 255));
+    expected.backgroundRed = 0.2;
+    expected.backgroundGreen = 0.4;
+    expected.backgroundBlue = 1;
+    dialog->close();
+    EXPECT_EQ(session().settings(), expected);
+    EXPECT_EQ(session().controls(), controls().values());
+
+    // Without anybody closing anything it is saved a little later.
+    EXPECT_TRUE(waitFor([&] { return saved() == expected; }));
+}
+
+TEST_F(EditorWindowTest, ADragIsOneStep) {
+    openWindow();
+    drag("paddingSlider", 0.9);
+    EXPECT_EQ(session().history().undoSteps(), 1u);
+    press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(session().settings(), settings_);
+    EXPECT_EQ(controls().paddingSlider->doubleValue(), settings_.padding);
+}
+
+TEST_F(EditorWindowTest, ADoubleClickTakesASliderBackToItsUsualValue) {
+    settings_.padding = 0.01;
+    openWindow();
+    QTest::mouseDClick(controls().paddingSlider, Qt::LeftButton);
+    EXPECT_EQ(session().settings().padding, ProjectSettings().padding);
+}
+
+TEST_F(EditorWindowTest, AnEditRightBeforeClosingIsSaved) {
+    openWindow();
+    drag("cornerSlider", 0.9);
+    const ProjectSettings expected = session().settings();
+    EXPECT_NE(saved(), expected);
+    window().close();
+    EXPECT_EQ(saved(), expected);
+}
+
+TEST_F(EditorWindowTest, KeysWorkWhateverHasTheKeyboard) {
+    openWindow();
+    press(Qt::Key_Right);
+    EXPECT_DOUBLE_EQ(transport().playhead(), 1.0 / 30);
+    EXPECT_EQ(textOf("timeLabel"), "0.033 s · Bild 1");
+    press(Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_DOUBLE_EQ(transport().playhead(), 31.0 / 30);
+    controls().paddingSlider->setFocus();
+    press(Qt::Key_Left);
+    EXPECT_DOUBLE_EQ(transport().playhead(), 30.0 / 30);
+    EXPECT_EQ(session().settings(), settings_);
+    press(Qt::Key_Left, Qt::ShiftModifier);
+    press(Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_EQ(transport().playhead(), 0);
+    // Up and down are left for the slider.
+    press(Qt::Key_Up);
+    EXPECT_GT(session().settings().padding, settings_.padding);
+    controls().playButton->setFocus();
+    press(Qt::Key_Space);
+    EXPECT_TRUE(transport().isPlaying());
+    EXPECT_EQ(controls().playButton->accessibleName(), "Anhalten");
+    press(Qt::Key_Space);
+    EXPECT_FALSE(transport().isPlaying());
+    EXPECT_EQ(controls().playButton->accessibleName(), "Abspielen");
+    find<QPushButton>("trimResetButton")->setFocus();
+    session().setTrimStart(2);
+    press(Qt::Key_Return);
+    EXPECT_EQ(session().settings().trimStart, 0);
+}
+
+TEST_F(EditorWindowTest, EscapeEndsDrawingAndIsOtherwisePassedOn) {
+    openWindow();
+    press(Qt::Key_Space);
+    click("maskDrawButton");
+    EXPECT_FALSE(transport().isPlaying());
+    EXPECT_TRUE(controls().maskDrawView->isDrawing());
+    EXPECT_EQ(controls().maskDrawButton->text(), "Abbrechen");
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(controls().maskDrawView->isDrawing());
+    EXPECT_EQ(controls().maskDrawButton->text(), "Bereich aufziehen");
+    EXPECT_EQ(textOf("maskLabel"), "Keine Bereiche");
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(EditorWindowTest, ARectangleOfFourPointsIsNoMask) {
+    openWindow();
+    click("maskDrawButton");
+    const Rect area = controls().previewView->shownRect();
+    const QPointF start(area.midX(), area.midY());
+    drawMask(start, start + QPointF(4, 50));
+    drawMask(start, start + QPointF(50, 4));
+    EXPECT_TRUE(session().settings().masks.empty());
+    EXPECT_TRUE(controls().maskDrawView->isDrawing());
+    drawMask(start, start + QPointF(5, 50));
+    EXPECT_EQ(session().settings().masks.size(), 1u);
+    EXPECT_FALSE(controls().maskDrawView->isDrawing());
+}
+
+TEST_F(EditorWindowTest, AMaskLiesWhereItWasDrawn) {
+    settings_.zooms = std::vector<ZoomSpec>();
+    openWindow();
+    click("maskDrawButton");
+    const StudioLayout layout = session().composition()->state()->layout;
+    const Rect area = controls().previewView->shownRect();
+    const double scale = area.width / layout.canvas.width;
+    // The right half of the lower half of the screen picture.
+    const double left = area.x + layout.screenRect.midX() * scale;
+    const double top = area.y + (layout.canvas.height - layout.screenRect.midY()) * scale;
+    drawMask({left, top}, {left + layout.screenRect.width / 2 * scale, top + layout.screenRect.height / 2 * scale});
+    ASSERT_EQ(session().settings().masks.size(), 1u);
+    const MaskRect mask = session().settings().masks[0];
+    // The pointer goes by whole points.
+    const double tolerance = 1.5 / (layout.screenRect.height * scale);
+    EXPECT_NEAR(mask.x, 0.5, tolerance);
+    EXPECT_NEAR(mask.y, 0.5, tolerance);
+    EXPECT_NEAR(mask.width, 0.5, 2 * tolerance);
+    EXPECT_NEAR(mask.height, 0.5, 2 * tolerance);
+}
+
+TEST_F(EditorWindowTest, PlayingJumpsOverCutsAndBeginsAnewAtTheEnd) {
+    settings_.trimStart = 0.5;
+    settings_.trimEnd = 5;
+    settings_.cuts = {{1, 4.5}};
+    openWindow();
+    transport().jump(0.8);
+    click("playButton");
+    bool insideTheCut = false;
+    EXPECT_TRUE(waitFor([&] {
+        const double now = transport().playhead();
+        insideTheCut = insideTheCut || (now > 1.1 && now < 4.4);
+        return !transport().isPlaying();
+    }));
+    EXPECT_FALSE(insideTheCut);
+    EXPECT_NEAR(transport().playhead(), 5, 0.1);
+    EXPECT_EQ(controls().playButton->accessibleName(), "Abspielen");
+    click("playButton");
+    EXPECT_TRUE(transport().isPlaying());
+    EXPECT_LT(transport().playhead(), 0.6);
+    EXPECT_TRUE(waitFor([&] { return transport().playhead() > 0.7; }));
+    click("playButton");
+}
+
+TEST_F(EditorWindowTest, TheStripBelowTheSliderIsTheSlider) {
+    openWindow();
+    auto* strip = controls().timelineStrip;
+    const auto& layout = strip->layoutShown();
+    EXPECT_EQ(layout.clicks.size(), 3u);
+    EXPECT_EQ(layout.zooms.size(), session().composition()->zoomSpecs().size());
+    QTest::mouseClick(strip, Qt::LeftButton, {}, QPoint(strip->width() / 2, 10));
+    EXPECT_NEAR(transport().playhead(), kSeconds / 2, 0.02);
+    EXPECT_NEAR(controls().timeSlider->doubleValue(), kSeconds / 2, 0.02);
+    EXPECT_NEAR(layout.playhead, strip->width() / 2.0, 2);
+}
+
+TEST_F(EditorWindowTest, RefusedCommandsSaySoAndChangeNothing) {
+    openWindow();
+    click("cutEndButton");
+    EXPECT_EQ(textOf("statusLabel"), "Zuerst „Schnitt von hier\" drücken.");
+    transport().jump(3);
+    click("cutStartButton");
+    click("cutEndButton");
+    EXPECT_EQ(textOf("statusLabel"), "Das Schnittende muss hinter dem Anfang liegen.");
+    click("removeCutButton");
+    click("removeMaskButton");
+    press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(session().settings(), settings_);
+    EXPECT_EQ(session().history().undoSteps(), 0u);
+}
+
+TEST_F(EditorWindowTest, AnExportShowsItsProgressAndWhereItsFileIs) {
+    settings_.cuts = {{1, 5}};
+    openWindow();
+    EXPECT_FALSE(controls().progressBar->isVisible());
+    EXPECT_FALSE(controls().revealRenderButton->isVisible());
+    click("renderButton");
+    EXPECT_EQ(textOf("statusLabel"), "Rendere in 1920×1080 …");
+    EXPECT_TRUE(controls().progressBar->isVisible());
+    EXPECT_TRUE(controls().cancelRenderButton->isVisible());
+    EXPECT_FALSE(controls().renderButton->isEnabled());
+    // The editor stays usable.
+    drag("paddingSlider", 0.9);
+    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    EXPECT_EQ(textOf("statusLabel"),
+              "Fertig: 2.0 s, " + std::to_string(session().composition()->zoomCount()) + " Zooms – studio-output.mp4");
+    EXPECT_FALSE(controls().progressBar->isVisible());
+    EXPECT_FALSE(controls().cancelRenderButton->isVisible());
+    EXPECT_TRUE(controls().renderButton->isEnabled());
+    ASSERT_TRUE(controls().revealRenderButton->isVisible());
+    click("revealRenderButton");
+    EXPECT_EQ(revealed_, folder_ / "studio-output.mp4");
+    EXPECT_TRUE(std::filesystem::exists(revealed_));
+}
+
+TEST_F(EditorWindowTest, AnExportThatCannotBeSaysWhy) {
+    settings_.cuts = {{0, 99}};
+    openWindow();
+    click("renderButton");
+    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    EXPECT_EQ(textOf("statusLabel"), "Fehlgeschlagen: Es bleibt nichts übrig - alles ist weggeschnitten.");
+    EXPECT_EQ(count(logText(), "[Editor] Render-Fehler: Es bleibt nichts übrig - alles ist weggeschnitten."), 1);
+    EXPECT_TRUE(controls().renderButton->isEnabled());
+    EXPECT_FALSE(controls().revealRenderButton->isVisible());
+}
+
+TEST_F(EditorWindowTest, ACancelledExportLeavesNothing) {
+    openWindow();
+    click("renderButton");
+    click("cancelRenderButton");
+    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    EXPECT_EQ(textOf("statusLabel"), "Rendern abgebrochen.");
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+}
+
+TEST_F(EditorWindowTest, ClosingCancelsAnExport) {
+    openWindow();
+    click("renderButton");
+    window().close();
+    EXPECT_FALSE(window().isRendering());
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+    QTest::qWait(50);
+    EXPECT_EQ(closed_, 1);
+}
+
+TEST_F(EditorWindowTest, AFolderThatIsDroppedOnItIsOpened) {
+    openWindow();
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(folder_.path().string()))});
+    QDragEnterEvent enter({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window(), &drop);
+    EXPECT_TRUE(waitFor([this] { return opened_ == folder_.path(); }));
+}
+
+TEST_F(EditorWindowTest, AFileThatIsDroppedOnItIsNot) {
+    openWindow();
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString((folder_ / "source.mov").string()))});
+    QDragEnterEvent enter({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    enter.ignore();
+    QApplication::sendEvent(&window(), &enter);
+    EXPECT_FALSE(enter.isAccepted());
+}
+
+TEST_F(EditorWindowTest, AFolderWithoutAMovieIsRefused) {
+    makeRecording(1);
+    info_.save(folder_.path());
+    PointerTrack().save(folder_.path());
+    std::filesystem::remove(folder_ / "source.mov");
+    EXPECT_THROW(EditorWindow(folder_.path(), loop_, {}), RecorderError);
+}
+
+// What every control is held to, in windows of all kinds.
+class EditorWindowLook : public EditorFixture, public testing::WithParamInterface<std::pair<bool, double>> {
+  protected:
+    EditorWindowLook() {
+        QFont larger = before_;
+        larger.setPointSizeF(GetParam().second);
+        QApplication::setFont(larger);
+    }
+    ~EditorWindowLook() override { QApplication::setFont(before_); }
+
+    std::vector<QWidget*> allControls() {
+        std::vector<QWidget*> all;
+        for (QWidget* each : window().findChildren<QWidget*>()) {
+            const bool isControl = qobject_cast<QAbstractButton*>(each) != nullptr ||
+                                   qobject_cast<QSlider*>(each) != nullptr || qobject_cast<QComboBox*>(each) != nullptr;
+            if (isControl && each->window() == &window()) all.push_back(each);
+        }
+        return all;
+    }
+
+  private:
+    const QFont before_ = QApplication::font();
+};
+
+TEST_P(EditorWindowLook, IsAsLargeAsLaidDownAndCutsNothingOff) {
+    openWindow(GetParam().first);
+    const int least = GetParam().first ? 930 : 800;
+    if (GetParam().second <= 10) {
+        EXPECT_EQ(window().minimumSize(), QSize(1180, least));
+        EXPECT_EQ(window().size(), QSize(1320, least + 20));
+    } else {
+        EXPECT_GE(window().minimumWidth(), 1180);
+        EXPECT_GE(window().minimumHeight(), least);
+    }
+    controls().setRendering(true);
+    controls().revealRenderButton->show();
+    window().resize(window().minimumSize());
+    QTest::qWait(50);
+    int seen = 0;
+    for (QWidget* each : window().findChildren<QWidget*>()) {
+        if (each->window() != &window() || !each->isVisible()) continue;
+        const bool hasText = qobject_cast<QAbstractButton*>(each) != nullptr ||
+                             qobject_cast<QLabel*>(each) != nullptr || qobject_cast<QComboBox*>(each) != nullptr;
+        if (!hasText) continue;
+        ++seen;
+        const QSize needed = each->minimumSizeHint();
+        const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
+        EXPECT_GE(each->width(), needed.width()) << name;
+        EXPECT_GE(each->height(), needed.height()) << name;
+        EXPECT_TRUE(each->parentWidget()->rect().contains(each->geometry())) << name;
+    }
+    EXPECT_GT(seen, 60);
+    EXPECT_FALSE(controls().column->widget()->width() > controls().column->viewport()->width());
+}
+
+TEST_P(EditorWindowLook, EveryControlIsNamedExplainedAndReachedByTheKeyboard) {
+    openWindow(GetParam().first);
+    const std::vector<QWidget*> all = allControls();
+    EXPECT_GT(all.size(), 40u);
+    std::set<QWidget*> reachable;
+    QWidget* at = &window();
+    do {
+        at = at->nextInFocusChain();
+        if ((at->focusPolicy() & Qt::TabFocus) != 0) reachable.insert(at);
+    } while (at != &window());
+    for (QWidget* each : all) {
+        const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
+        EXPECT_FALSE(each->accessibleName().isEmpty()) << name;
+        EXPECT_FALSE(each->toolTip().isEmpty() && each->parentWidget()->toolTip().isEmpty()) << name;
+        EXPECT_TRUE(reachable.contains(each)) << name;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Windows, EditorWindowLook,
+                         testing::Values(std::pair{false, 9.0}, std::pair{true, 10.0}, std::pair{true, 14.0}));
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,98 @@
+#include "support/editor_fixture.h"
+
+#include <QAbstractButton>
+#include <QComboBox>
+#include <QLabel>
+#include <sstream>
+
+#include "editor/look.h"
+#include "editor/value_slider.h"
+#include "model/pointer_track.h"
+
+namespace lumivastor {
+
+EditorFixture::EditorFixture() {
+    look::apply(*qApp);
+}
+
+EditorFixture::~EditorFixture() = default;
+
+void EditorFixture::openWindow(bool webcam) {
+    options_.sounds = {TestSound{}};
+    makeRecording(kSeconds);
+    info_.systemAudio = true;
+    if (webcam) makeWebcam(150, 0.5);
+    info_.save(folder_.path());
+    PointerTrack track;
+    for (int i = 0; i <= 60 * static_cast<int>(kSeconds); ++i) {
+        const double t = i / 60.0;
+        const double x = 20 + 14 * t;
+        track.events.push_back({t, x, 40, x / 128, 40.0 / 96, PointerKind::move, {}, {}, {}});
+        if (i == 90 || i == 130 || i == 300) {
+            track.events.push_back({t, x, 40, x / 128, 40.0 / 96, PointerKind::down, PointerButton::left, {}, {}});
+        }
+    }
+    track.save(folder_.path());
+    settings_.exportHeight = 1080;
+    settings_.save(folder_.path());
+    EditorWindow::Options options;
+    options.reveal = [this](const std::filesystem::path& file) { revealed_ = file; };
+    options.openFolder = [this](const std::filesystem::path& folder) { opened_ = folder; };
+    options.closed = [this] { ++closed_; };
+    window_ = std::make_unique<EditorWindow>(folder_.path(), loop_, std::move(options));
+    window_->show();
+    window_->activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
+}
+
+void EditorFixture::click(const char* name) {
+    if (auto* button = find<QAbstractButton>(name)) QTest::mouseClick(button, Qt::LeftButton);
+}
+
+void EditorFixture::press(int key, Qt::KeyboardModifiers modifiers) {
+    QWidget* receiver = window_->focusWidget();
+    QTest::keyClick(receiver != nullptr ? receiver : window_.get(), static_cast<Qt::Key>(key), modifiers);
+}
+
+void EditorFixture::drag(const char* name, double part) {
+    auto* slider = find<ValueSlider>(name);
+    const auto at = [slider](double fraction) {
+        const double way = slider->width() - 2 * ValueSlider::kHandleInset;
+        return QPoint(static_cast<int>(ValueSlider::kHandleInset + way * fraction), slider->height() / 2);
+    };
+    const double from = static_cast<double>(slider->value()) / slider->maximum();
+    QTest::mousePress(slider, Qt::LeftButton, {}, at(from));
+    constexpr int kStops = 10;
+    for (int i = 1; i <= kStops; ++i) QTest::mouseMove(slider, at(from + (part - from) * i / kStops));
+    QTest::mouseRelease(slider, Qt::LeftButton, {}, at(part));
+}
+
+std::string EditorFixture::textOf(const char* name) {
+    return find<QLabel>(name)->text().toStdString();
+}
+
+std::string EditorFixture::everythingShown() {
+    const ControlValues v = controls().values();
+    std::ostringstream text;
+    text.precision(17);
+    for (const double value :
+         {v.zoom, v.smoothing, v.cursor, v.padding, v.corner, v.red, v.green, v.blue, v.systemVolume, v.micVolume,
+          v.webcamSize, v.webcamZoom, v.cropTop, v.cropBottom, v.cropLeft, v.cropRight}) {
+        text << value << " ";
+    }
+    for (const int index : {v.tempo, v.exportResolution, v.exportFormat, v.webcamCorner}) text << index << " ";
+    text << v.webcam << "\n";
+    for (const QLabel* label : window_->findChildren<QLabel*>()) {
+        const QString name = label->objectName();
+        // Where the playhead is, and what was said last, is no part of an edit.
+        if (!name.isEmpty() && name != "timeLabel" && name != "statusLabel") {
+            text << name.toStdString() << ": " << label->text().toStdString() << "\n";
+        }
+    }
+    for (int i = 0; i < controls().zoomPopup->count(); ++i) {
+        text << controls().zoomPopup->itemText(i).toStdString() << "\n";
+    }
+    return text.str();
+}
+
+}  // namespace lumivastor

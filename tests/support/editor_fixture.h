@@ -1,0 +1,61 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QString>
+#include <QTest>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "editor/editor_controls.h"
+#include "editor/editor_window.h"
+#include "editor/preview_view.h"
+#include "editor/qt_main_loop.h"
+#include "support/export_fixture.h"
+
+namespace lumivastor {
+
+/// An editor's window on a small recording with three clicks, worked with pointer and keys.
+class EditorFixture : public ExportFixture {
+  protected:
+    static constexpr double kSeconds = 6;
+
+    EditorFixture();
+    ~EditorFixture() override;
+
+    /// Writes the documents and shows the window.
+    void openWindow(bool webcam = false);
+    EditorWindow& window() { return *window_; }
+    EditorControls& controls() { return window_->controls(); }
+    EditSession& session() { return window_->session(); }
+    Transport& transport() { return window_->transport(); }
+    ProjectSettings saved() const { return ProjectSettings::load(folder_.path()); }
+
+    /// Runs the main loop until `done`, for a minute at most.
+    static bool waitFor(const std::function<bool()>& done) { return QTest::qWaitFor(done, 60'000); }
+
+    /// A control by its name.
+    template <typename Widget = QWidget>
+    Widget* find(const char* name) {
+        auto* widget = window_->findChild<Widget*>(name);
+        EXPECT_NE(widget, nullptr) << name;
+        return widget;
+    }
+    void click(const char* name);
+    void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    /// Drags a slider's handle to a part of its way, with some stops.
+    void drag(const char* slider, double part);
+    std::string textOf(const char* label);
+    /// What a control stands at, the window's labels, and what is selected: all that undo has to bring back.
+    std::string everythingShown();
+
+    QtMainLoop loop_;
+    std::unique_ptr<EditorWindow> window_;
+    std::filesystem::path revealed_;
+    std::filesystem::path opened_;
+    int closed_ = 0;
+};
+
+}  // namespace lumivastor
