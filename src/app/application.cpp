@@ -1,25 +1,59 @@
 #include "app/application.h"
 
 #include <QApplication>
+#include <QDesktopServices>
 #include <QLibraryInfo>
 #include <QLocale>
-#include <QMessageBox>
 #include <QTranslator>
+#include <clocale>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
 
-#include "base/recorder_error.h"
+#include "app/app_delegate.h"
+#include "app/dbus_sleep_inhibitor.h"
+#include "app/log/log.h"
+#include "app/single_instance.h"
+#include "app/stored_preferences.h"
+#include "app/termination_signals.h"
+#include "app/updater.h"
+#include "app/windows/app_windows.h"
+#include "capture/recordings_root.h"
 #include "editor/editor_windows.h"
 #include "editor/look.h"
 #include "editor/qt_main_loop.h"
+#include "media/encoder_choice.h"
+#include "media/sound_output.h"
+#include "platform/device_backend.h"
+#include "platform/sound_backend.h"
+#include "platform/x11/global_shortcut.h"
+#include "platform/x11/x11_desktop.h"
 
 namespace lumivastor {
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kWrongUsage = 2;
+constexpr KeyCombination kStopKeys{.letter = 'S', .control = true, .alt = true, .shift = true};
 
-// Qt's own words, as in the colour panel, in the language of all others.
+/// What of this machine the application works with.
+struct Machine {
+    std::shared_ptr<SoundSystem> sound = openSoundSystem();
+    std::unique_ptr<CaptureDevices> devices = openCaptureDevices(sound);
+    /// Throws `RecorderError` when there is no display server; Qt would end the program.
+    std::unique_ptr<Desktop> desktop = openX11Desktop(sound);
+};
+
+std::unique_ptr<GlobalShortcut> grabStopShortcut(std::function<void()> pressed) {
+    try {
+        return grabX11Shortcut(kStopKeys, std::move(pressed));
+    } catch (const RecorderError& error) {
+        Log::write("Capture", error.message());
+        return nullptr;
+    }
+}
+
+// Qt's own words, as in the file panel, in the language of all others.
 void translate(QApplication& application) {
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
     auto* translator = new QTranslator(&application);
@@ -28,32 +62,108 @@ void translate(QApplication& application) {
     }
 }
 
+/// The updater together with what the main window shows of it.
+class Updates {
+  public:
+    explicit Updates(const std::filesystem::path& binaryFolder) {
+        if (const auto feed = installedFeed(binaryFolder)) updater_ = std::make_unique<Updater>(*feed, LUMI_VERSION);
+    }
+
+    bool exist() const { return updater_ != nullptr; }
+
+    /// `quietly`: says something only when there is something new.
+    void check(MainWindowModel& window, bool quietly) {
+        if (!updater_) return;
+        updater_->check([this, &window, quietly](const Updater::Outcome& outcome) {
+            newer_ = outcome.newer;
+            if (newer_) {
+                window.update([&](MainWindowState& state) {
+                    state.notices[NoticeKind::update] = {"LumiVastor " + newer_->version + " ist verfügbar.",
+                                                         "Herunterladen"};
+                });
+            } else if (!quietly) {
+                window.setStatus(outcome.error.empty() ? "LumiVastor ist auf dem neuesten Stand." : outcome.error);
+            }
+        });
+    }
+
+    void open() const {
+        if (newer_) QDesktopServices::openUrl(QUrl(QString::fromStdString(newer_->url)));
+    }
+
+  private:
+    std::unique_ptr<Updater> updater_;
+    std::optional<Release> newer_;
+};
+
+int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& machine) {
+    SingleInstance instance(instanceFolder(), instanceName(qEnvironmentVariable("DISPLAY")));
+    if (!instance.isFirst()) {
+        if (instance.handOver(switches.openEditor)) return 0;
+        std::cerr << "LumiVastor läuft schon, antwortet aber nicht.\n";
+        return 1;
+    }
+
+    QtMainLoop loop;
+    StoredPreferences preferences;
+    DBusSleepInhibitor sleep;
+    Updates updates(QCoreApplication::applicationDirPath().toStdString());
+    AppDelegate* delegate = nullptr;
+    EditorWindows editors(loop, {.makeSoundOutput = [] { return makePulseOutput(); },
+                                 .failed = [&](const std::string& message) { delegate->window().setStatus(message); }});
+    AppWindows windows(
+        {.editors = editors,
+         .sleep = sleep,
+         .checkForUpdates =
+             updates.exist() ? std::function<void()>([&] { updates.check(delegate->window(), false); }) : nullptr,
+         .openUpdate = [&] { updates.open(); }});
+    AppDelegate app({{{*machine.devices, *machine.sound, loop,
+                       [](const EncodingJob& job) { return chooseRecordingEncoder(job, encoderMemoryFile()); }},
+                      *machine.desktop},
+                     recordingsRoot(),
+                     preferences,
+                     sleep,
+                     grabStopShortcut},
+                    windows);
+    delegate = &app;
+    windows.setDelegate(app);
+    instance.onRequest = [&](const SingleInstance::Request& request) {
+        if (request) {
+            app.open(*request);
+        } else {
+            windows.reopen();
+        }
+    };
+    signals.listen([&] { windows.terminate(); });
+    app.applicationDidFinishLaunching(switches);
+    updates.check(app.window(), true);
+    return QApplication::exec();
+}
+
 }  // namespace
 
 int runApplication(int argc, char** argv) {
-    if (argc != 3 || std::string(argv[1]) != "--open-editor") {
-        std::cerr << "--open-editor erwartet den ORDNER einer Aufnahme.\n";
-        return kWrongUsage;
-    }
-    QApplication application(argc, argv);
-    QApplication::setApplicationName("LumiVastor");
-    QApplication::setDesktopFileName("lumivastor");
-    translate(application);
-    look::apply(application);
-    QtMainLoop loop;
-    EditorWindows editors(loop, {.makeSoundOutput = [] { return makePulseOutput(); },
-                                 .failed =
-                                     [](const std::string& message) {
-                                         QMessageBox::warning(QApplication::activeWindow(), "LumiVastor",
-                                                              QString::fromStdString(message));
-                                     }});
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    const CommandSwitches switches = commandSwitches(words, std::filesystem::current_path());
+    TerminationSignals signals;
+    // Screens, panels and shortcuts are those of the X11 server, also under Wayland.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
     try {
-        editors.open(argv[2]);
+        Machine machine;
+        QApplication application(argc, argv);
+        // Qt takes the user's locale over; what this program formats and reads has points in its numbers.
+        std::setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe): nobody formats numbers yet
+        QApplication::setApplicationName("LumiVastor");
+        QApplication::setOrganizationName("LumiVastor");
+        QApplication::setApplicationVersion(LUMI_VERSION);
+        QGuiApplication::setDesktopFileName("lumivastor");
+        translate(application);
+        look::apply(application);
+        return run(switches, signals, machine);
     } catch (const RecorderError& error) {
         std::cerr << error.what() << "\n";
-        return kFailed;
+        return 1;
     }
-    return QApplication::exec();
 }
 
 }  // namespace lumivastor

@@ -31,8 +31,8 @@ std::string padded(std::string_view text, std::size_t columns) {
 
 void printOverview(std::ostream& out) {
     out << "LumiVastor – Bildschirmaufnahmen aufnehmen, bearbeiten und als Video ausgeben\n\n"
-        << "Aufruf: lumivastor BEFEHL [ANGABEN]\n"
-        << "        lumivastor --open-editor ORDNER   öffnet das Fenster zum Bearbeiten einer Aufnahme\n\nBefehle:\n";
+        << "Aufruf: lumivastor [--open-editor ORDNER]      startet die Anwendung\n"
+        << "        lumivastor BEFEHL [ANGABEN]\n\nBefehle:\n";
     for (const Verb* verb : kVerbs) out << "  " << padded(verb->name, 12) << verb->summary << "\n";
     out << "\nlumivastor BEFEHL --help erklärt einen Befehl, --version nennt die Version.\n";
 }
@@ -84,6 +84,10 @@ int runVerb(const Verb& verb, std::span<const std::string> words, std::ostream& 
 }
 
 }  // namespace
+
+bool startsApplication(std::span<const std::string> words) {
+    return words.empty() || words.front() == "--open-editor" || words.front() == "--test-region";
+}
 
 int runCommandLine(std::span<const std::string> words, std::ostream& out, std::ostream& err) {
     if (words.empty()) {

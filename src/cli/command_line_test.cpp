@@ -336,5 +336,15 @@ TEST(Arguments, NumbersAreReadExactly) {
         EXPECT_EQ(parseNumber(wrong), std::nullopt);
 }
 
+TEST(CommandLine, withoutAVerbItIsTheApplications) {
+    const auto starts = [](const std::vector<std::string>& words) { return startsApplication(words); };
+    EXPECT_TRUE(starts({}));
+    EXPECT_TRUE(starts({"--open-editor", "folder"}));
+    EXPECT_TRUE(starts({"--open-editor"}));
+    EXPECT_TRUE(starts({"--test-region"}));
+    for (const char* word : {"--help", "--version", "inspect", "unknown", "--unknown", ""})
+        EXPECT_FALSE(starts({word}));
+}
+
 }  // namespace
 }  // namespace lumivastor

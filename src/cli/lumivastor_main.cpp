@@ -8,9 +8,8 @@
 
 int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
-    const bool hasWindows = !words.empty() && words.front() == "--open-editor";
-    const int status =
-        hasWindows ? lumivastor::runApplication(argc, argv) : lumivastor::runCommandLine(words, std::cout, std::cerr);
+    const int status = lumivastor::startsApplication(words) ? lumivastor::runApplication(argc, argv)
+                                                            : lumivastor::runCommandLine(words, std::cout, std::cerr);
     lumivastor::Log::drain();
     return status;
 }

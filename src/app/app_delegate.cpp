@@ -1,0 +1,357 @@
+#include "app/app_delegate.h"
+
+#include <system_error>
+#include <utility>
+#include <variant>
+
+#include "app/after.h"
+#include "app/log/log.h"
+#include "app/status_texts.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr double kOpenEditorSeconds = 1.0;
+constexpr double kTestRegionSeconds = 3.0;
+constexpr const char* kLookingForSources = "Suche Quellen …";
+
+template <typename T>
+std::optional<T> chosen(const std::vector<T>& from, int index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= from.size()) return std::nullopt;
+    return from[static_cast<std::size_t>(index)];
+}
+
+}  // namespace
+
+AppDelegate::AppDelegate(AppServices services, AppView& view)
+    : services_(std::move(services)),
+      view_(view),
+      window_(view),
+      access_(services_),
+      flow_(services_, view, window_,
+            {.started = [this](const std::filesystem::path& folder) { lastFolder_ = folder; },
+             .finished = [this](const std::filesystem::path& folder) { openEditor(folder); }}) {
+    window_.update([&](MainWindowState& state) {
+        state.choices.autoZoom = services_.preferences.autoZoomsEnabled().value_or(true);
+    });
+}
+
+AppDelegate::~AppDelegate() = default;
+
+// Launch and end
+
+void AppDelegate::applicationDidFinishLaunching(const CommandSwitches& switches) {
+    testRegion_ = switches.testRegion;
+    DeviceRecorder::enableScreenCaptureDevices();
+    view_.showMainWindow();
+    refreshSources();
+    lookForInterrupted();
+    if (switches.openEditor) {
+        launchTimers_.push_back(after(services_.mainLoop, kOpenEditorSeconds,
+                                      [this, folder = *switches.openEditor] { openEditor(folder); }));
+    }
+    if (switches.testRegion) {
+        launchTimers_.push_back(after(services_.mainLoop, kTestRegionSeconds, [this] { startTestRegion(); }));
+    }
+}
+
+void AppDelegate::startTestRegion() {
+    Log::write("Region", "Testmodus: löse Ausschnitt-Fluss aus");
+    sourceTypeChanged(SourceType::region);
+    startRecording();
+}
+
+AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
+    if (!flow_.hasRecorder()) return TerminateReply::now;
+    flow_.stopAndTerminate();
+    return TerminateReply::later;
+}
+
+bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() const {
+    return !flow_.isActive();
+}
+
+void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
+    if (!flow_.hasRecorder() && !hasVisibleWindows) view_.showMainWindow();
+}
+
+void AppDelegate::open(const std::filesystem::path& folder) {
+    openEditor(folder);
+}
+
+// Sources
+
+void AppDelegate::refreshSources() {
+    window_.setStatus(kLookingForSources);
+    reloadDisplays();
+}
+
+void AppDelegate::reloadDisplays() {
+    sourceQueue_.async([this] {
+        std::variant<SourceLists, RecorderError> answer;
+        try {
+            const ShareableContent content = services_.desktop.shareableContent();
+            answer = sourceLists(content, DeviceRecorder::availableDevices(services_.devices));
+        } catch (const RecorderError& error) {
+            answer = error;
+        }
+        onMain([this, answer] { applySources(answer); });
+    });
+}
+
+void AppDelegate::applySources(const std::variant<SourceLists, RecorderError>& answer) {
+    if (const auto* lists = std::get_if<SourceLists>(&answer)) {
+        lists_ = *lists;
+        fillSourcePopup();
+        return;
+    }
+    lists_ = {};
+    showPopup(deniedSourcePopup());
+    Log::write("Permissions", "SCShareableContent: " + std::get<RecorderError>(answer).message());
+    openScreenRecordingSettings();
+}
+
+void AppDelegate::fillSourcePopup() {
+    showPopup(sourcePopup(window_.choices().sourceType, lists_));
+}
+
+void AppDelegate::showPopup(const SourcePopup& popup) {
+    window_.update([&](MainWindowState& state) {
+        state.sourceItems = popup.items;
+        state.choices.sourceIndex = popup.items.empty() ? -1 : 0;
+        // A list that comes late does not talk over the recording.
+        if (!flow_.isActive()) state.status = popup.status;
+    });
+}
+
+// What a program may record of an X desktop is not settled by settings that could be opened.
+void AppDelegate::openScreenRecordingSettings() {
+    Log::write("Permissions", "keine Einstellungen für die Bildschirmaufnahme zum Öffnen");
+}
+
+// Choices
+
+void AppDelegate::setChoice(const std::function<void(MainWindowChoices&)>& set) {
+    window_.update([&](MainWindowState& state) { set(state.choices); });
+}
+
+void AppDelegate::sourceTypeChanged(SourceType type) {
+    setChoice([&](MainWindowChoices& choices) { choices.sourceType = type; });
+    fillSourcePopup();
+}
+
+void AppDelegate::sourceSelected(int index) {
+    setChoice([&](MainWindowChoices& choices) { choices.sourceIndex = index; });
+}
+
+void AppDelegate::fpsSelected(int index) {
+    setChoice([&](MainWindowChoices& choices) { choices.fpsIndex = index; });
+}
+
+void AppDelegate::systemAudioToggled(bool on) {
+    setChoice([&](MainWindowChoices& choices) { choices.systemAudio = on; });
+}
+
+void AppDelegate::microphoneToggled(bool on) {
+    setChoice([&](MainWindowChoices& choices) { choices.microphone = on; });
+}
+
+void AppDelegate::autoZoomToggled(bool on) {
+    setChoice([&](MainWindowChoices& choices) { choices.autoZoom = on; });
+    services_.preferences.setAutoZoomsEnabled(on);
+}
+
+void AppDelegate::webcamToggled(bool on) {
+    setChoice([&](MainWindowChoices& choices) { choices.webcam = on; });
+    if (!on) {
+        flow_.stopCameraPreview();
+        return;
+    }
+    access_.requestCamera([this](Access access) { cameraAnswered(access); });
+}
+
+void AppDelegate::cameraAnswered(Access access) {
+    if (!window_.choices().webcam || flow_.hasRecorder()) return;
+    if (access != Access::refused) {
+        cameraWasRefused_ = false;
+        flow_.startCameraPreview();
+        return;
+    }
+    const bool again = std::exchange(cameraWasRefused_, true);
+    window_.update([&](MainWindowState& state) {
+        state.choices.webcam = false;
+        state.status = again ? "Kamerazugriff ist gesperrt: Systemeinstellungen → Datenschutz & Sicherheit → Kamera → "
+                               "LumiVastor erlauben."
+                             : "Ohne Kameraberechtigung keine Facecam";
+    });
+}
+
+// Recording
+
+void AppDelegate::toggleRecording() {
+    if (flow_.hasRecorder()) {
+        flow_.stop();
+    } else if (!flow_.isActive()) {
+        startRecording();
+    }
+}
+
+std::vector<RunningApplication> AppDelegate::excludedApplications() const {
+    if (!lists_.ownApplication) return {};
+    return {*lists_.ownApplication};
+}
+
+void AppDelegate::startRecording() {
+    if (completing_) return;
+    const MainWindowChoices& choices = window_.choices();
+    const auto display = chosen(lists_.displays, choices.sourceIndex);
+    switch (choices.sourceType) {
+        case SourceType::device:
+            if (const auto device = chosen(lists_.devices, choices.sourceIndex)) {
+                flow_.beginDevice(*device);
+            } else {
+                window_.setStatus("Kein Geraet ausgewaehlt - iPhone anschliessen und ↻ druecken.");
+            }
+            return;
+        case SourceType::window:
+            if (const auto window = chosen(lists_.windows, choices.sourceIndex)) {
+                flow_.begin(
+                    {WindowSource{*window}, displayOf(WindowSource{*window}, lists_.displays), excludedApplications()});
+            } else {
+                window_.setStatus("Kein Fenster ausgewählt - Liste mit ↻ aktualisieren.");
+            }
+            return;
+        case SourceType::region:
+        case SourceType::display:
+            if (!display) {
+                window_.setStatus("Kein Bildschirm ausgewählt.");
+            } else if (choices.sourceType == SourceType::region) {
+                flow_.beginRegion(*display, excludedApplications(), testRegion_);
+            } else {
+                flow_.begin({DisplaySource{*display}, display, excludedApplications()});
+            }
+            return;
+    }
+}
+
+// Folders, editor, check video
+
+void AppDelegate::openEditor(const std::filesystem::path& folder) {
+    try {
+        view_.openEditor(folder);
+    } catch (const RecorderError& error) {
+        window_.setStatus("Editor konnte nicht geöffnet werden: " + error.message());
+        Log::write("Editor", "Öffnen fehlgeschlagen: " + error.message());
+    }
+}
+
+void AppDelegate::renderStudioVideo() {
+    askForRecordingFolder([this](const std::filesystem::path& folder) { openEditor(folder); });
+}
+
+void AppDelegate::askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosenFolder) {
+    view_.askForFolder("Aufnahmeordner auswählen (enthält source.mov und pointer.json)",
+                       lastFolder_ ? lastFolder_->parent_path() : services_.root,
+                       [this, chosenFolder = std::move(chosenFolder)](std::optional<std::filesystem::path> folder) {
+                           if (!folder) return;
+                           std::error_code ignored;
+                           if (std::filesystem::exists(*folder / "source.mov", ignored)) {
+                               chosenFolder(*folder);
+                           } else {
+                               window_.setStatus("In diesem Ordner liegt keine source.mov.");
+                           }
+                       });
+}
+
+void AppDelegate::renderCheckVideo() {
+    if (window_.state().progress) return;
+    askForRecordingFolder([this](const std::filesystem::path& folder) { startCheckVideo(folder); });
+}
+
+void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
+    window_.update([](MainWindowState& state) {
+        state.progress = 0.0;
+        state.status = "Zeichne den Cursor auf das Video …";
+    });
+    CursorRenderer::Options options;
+    options.postToMain = [this, alive = std::weak_ptr(lifetime_)](std::function<void()> work) {
+        services_.mainLoop.async([alive, work = std::move(work)] {
+            if (!alive.expired()) work();
+        });
+    };
+    options.progress = [this](double done) { window_.update([&](MainWindowState& state) { state.progress = done; }); };
+    checkVideo_ = services_.renderCheckVideo(
+        folder, std::move(options), [this](const CursorRenderer::Outcome& outcome) { checkVideoEnded(outcome); });
+}
+
+void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {
+    window_.update([](MainWindowState& state) { state.progress.reset(); });
+    if (const auto* result = std::get_if<CursorRenderer::Result>(&outcome)) {
+        window_.setStatus(checkVideoText(*result));
+        view_.revealFile(result->url);
+        return;
+    }
+    const std::string message = std::get<RecorderError>(outcome).message();
+    window_.setStatus("Prüfvideo fehlgeschlagen: " + message);
+    Log::write("Render", "Fehler: " + message);
+}
+
+void AppDelegate::revealFolder() {
+    if (!lastFolder_) {
+        std::error_code ignored;
+        std::filesystem::create_directories(services_.root, ignored);
+    }
+    view_.openFolder(lastFolder_.value_or(services_.root));
+}
+
+// Interrupted recordings
+
+void AppDelegate::lookForInterrupted() {
+    workQueue_.async([this] {
+        onMain([this, found = interruptedRecordings(services_.root)] {
+            interrupted_ = found;
+            showInterrupted();
+        });
+    });
+}
+
+void AppDelegate::showInterrupted() {
+    window_.update([&](MainWindowState& state) {
+        state.notices.erase(NoticeKind::interrupted);
+        if (const auto notice = interruptedNotice(interrupted_)) state.notices[NoticeKind::interrupted] = *notice;
+    });
+}
+
+void AppDelegate::completeInterrupted() {
+    if (interrupted_.empty() || completing_ || flow_.isActive()) return;
+    completing_ = true;
+    const auto folders = std::exchange(interrupted_, {});
+    showInterrupted();
+    window_.update([](MainWindowState& state) {
+        state.recordEnabled = false;
+        state.controlsEnabled = false;
+        state.status = "Schließe die unterbrochene Aufnahme ab …";
+    });
+    workQueue_.async([this, folders] {
+        onMain([this, report = completeRecordings(folders, services_.recover)] { completionEnded(report); });
+    });
+}
+
+void AppDelegate::completionEnded(const CompletionReport& report) {
+    completing_ = false;
+    if (!report.completed.empty()) lastFolder_ = report.completed.back();
+    window_.update([&](MainWindowState& state) {
+        state.recordEnabled = true;
+        state.controlsEnabled = true;
+        state.status = completionText(report);
+    });
+}
+
+void AppDelegate::onMain(std::function<void()> work) {
+    services_.mainLoop.async([alive = std::weak_ptr(lifetime_), work = std::move(work)] {
+        if (!alive.expired()) work();
+    });
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include "app/app_services.h"
+#include "app/app_view.h"
+#include "app/command_switches.h"
+#include "app/interrupted_recordings.h"
+#include "app/main_window_model.h"
+#include "app/recording_flow.h"
+#include "base/serial_queue.h"
+
+namespace lumivastor {
+
+/// The application's controller: fills the main window, starts recordings and hands them to the editor, writes check
+/// videos, completes what was interrupted, and says when the program may end. It decides and tells the view; the view
+/// tells it what the user does. Main thread.
+class AppDelegate {
+  public:
+    AppDelegate(AppServices services, AppView& view);
+    ~AppDelegate();
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    void applicationDidFinishLaunching(const CommandSwitches& switches);
+
+    enum class TerminateReply { now, later };
+    /// `later`: the view is told when.
+    TerminateReply applicationShouldTerminate();
+    bool applicationShouldTerminateAfterLastWindowClosed() const;
+    /// The program was started once more.
+    void applicationShouldHandleReopen(bool hasVisibleWindows);
+    /// The program was started once more, to edit this folder.
+    void open(const std::filesystem::path& folder);
+
+    // What the user sets.
+    void sourceTypeChanged(SourceType type);
+    void sourceSelected(int index);
+    void fpsSelected(int index);
+    void systemAudioToggled(bool on);
+    void microphoneToggled(bool on);
+    void autoZoomToggled(bool on);
+    void webcamToggled(bool on);
+
+    // What the user does.
+    void toggleRecording();
+    void stopFromStatusItem() { flow_.stop(); }
+    void refreshSources();
+    void renderCheckVideo();
+    void renderStudioVideo();
+    void revealFolder();
+    void regionArmProceed() { flow_.regionArmProceed(); }
+    void regionArmCancel() { flow_.regionArmCancel(); }
+    /// The button of the notice about interrupted recordings.
+    void completeInterrupted();
+
+    /// For whoever else has something to say in the main window.
+    MainWindowModel& window() { return window_; }
+
+  private:
+    enum class Lifetime {};
+
+    void setChoice(const std::function<void(MainWindowChoices&)>& set);
+    void startRecording();
+    void reloadDisplays();
+    void applySources(const std::variant<SourceLists, RecorderError>& answer);
+    void fillSourcePopup();
+    void showPopup(const SourcePopup& popup);
+    void openScreenRecordingSettings();
+    void cameraAnswered(Access access);
+    void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen);
+    void startCheckVideo(const std::filesystem::path& folder);
+    void checkVideoEnded(const CursorRenderer::Outcome& outcome);
+    void openEditor(const std::filesystem::path& folder);
+    void startTestRegion();
+    void lookForInterrupted();
+    void showInterrupted();
+    void completionEnded(const CompletionReport& report);
+    std::vector<RunningApplication> excludedApplications() const;
+    void onMain(std::function<void()> work);
+
+    const AppServices services_;
+    AppView& view_;
+    MainWindowModel window_;
+    SourceLists lists_;
+    std::optional<std::filesystem::path> lastFolder_;
+    std::vector<std::filesystem::path> interrupted_;
+    bool completing_ = false;
+    bool cameraWasRefused_ = false;
+    bool testRegion_ = false;
+    DeviceAccess access_;
+    RecordingFlow flow_;
+    std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
+    std::jthread checkVideo_;
+    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+    SerialQueue sourceQueue_{"lumivastor.sources"};
+    SerialQueue workQueue_{"lumivastor.work"};
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,269 @@
+#include "app/app_delegate.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "capture/journal_records.h"
+#include "support/app_rig.h"
+
+namespace lumivastor {
+namespace {
+
+using AppDelegateTest = AppRig;
+
+// Launch and sources
+
+TEST_F(AppDelegateTest, launchesWithTheWindowAndTheListOfDisplays) {
+    launch();
+    EXPECT_EQ(view_.statuses,
+              (std::vector<std::string>{"Bereit.", "Suche Quellen …", "Bereit. 2 Bildschirm(e) gefunden."}));
+    EXPECT_EQ(view_.state.sourceItems,
+              (std::vector<std::string>{"Bildschirm 1 – 320×240 px", "Bildschirm 2 – 1280×720 px"}));
+    EXPECT_EQ(view_.state.choices.sourceIndex, 0);
+    EXPECT_EQ(view_.count("showMainWindow"), 1);
+    EXPECT_EQ(view_.state.recordTitle, "Aufnahme starten");
+    EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
+}
+
+TEST_F(AppDelegateTest, changingTheTypeRefillsThePopup) {
+    launch();
+    app_->sourceSelected(1);
+    app_->sourceTypeChanged(SourceType::window);
+    EXPECT_EQ(view_.state.sourceItems, (std::vector<std::string>{" – (ohne Titel)", "Terminal – Sitzung 1"}));
+    EXPECT_EQ(view_.state.choices.sourceIndex, 0);
+    EXPECT_EQ(view_.state.status, "Bereit. 2 Fenster gefunden (↻ aktualisiert die Liste).");
+    app_->sourceTypeChanged(SourceType::device);
+    EXPECT_EQ(view_.state.choices.sourceIndex, -1);
+}
+
+TEST_F(AppDelegateTest, refreshingLooksAgain) {
+    launch();
+    app_->sourceTypeChanged(SourceType::window);
+    ShareableContent content = appContent();
+    content.windows.clear();
+    desktop_.setContent(content);
+    app_->refreshSources();
+    EXPECT_EQ(view_.state.status, "Suche Quellen …");
+    untilStatus("Kein aufnehmbares Fenster gefunden");
+    EXPECT_TRUE(view_.state.sourceItems.empty());
+}
+
+TEST_F(AppDelegateTest, aDesktopThatCannotBeLookedAtIsTold) {
+    desktop_.failContent(RecorderError("Der Server antwortet nicht."));
+    launch();
+    EXPECT_EQ(view_.state.sourceItems, (std::vector<std::string>{"keine Berechtigung"}));
+    EXPECT_TRUE(view_.state.status.starts_with("Die Bildschirmaufnahme ist noch nicht erlaubt.\n"));
+    EXPECT_TRUE(logged("[Permissions] SCShareableContent: Der Server antwortet nicht."));
+    app_->toggleRecording();
+    EXPECT_EQ(view_.state.status, "Kein Bildschirm ausgewählt.");
+    desktop_.failContent(std::nullopt);
+    app_->refreshSources();
+    untilStatus("Bereit. 2 Bildschirm(e)");
+}
+
+TEST_F(AppDelegateTest, withoutASourceEveryTypeSaysWhatToDo) {
+    desktop_.setContent({});
+    launch();
+    const auto statusOfStart = [this](SourceType type) {
+        app_->sourceTypeChanged(type);
+        app_->toggleRecording();
+        return view_.state.status;
+    };
+    EXPECT_EQ(statusOfStart(SourceType::display), "Kein Bildschirm ausgewählt.");
+    EXPECT_EQ(statusOfStart(SourceType::window), "Kein Fenster ausgewählt - Liste mit ↻ aktualisieren.");
+    EXPECT_EQ(statusOfStart(SourceType::region), "Kein Bildschirm ausgewählt.");
+    EXPECT_EQ(statusOfStart(SourceType::device), "Kein Geraet ausgewaehlt - iPhone anschliessen und ↻ druecken.");
+    EXPECT_FALSE(std::filesystem::exists(root_));
+}
+
+TEST_F(AppDelegateTest, openEditorOpensASecondLater) {
+    launch({.openEditor = "/videos/a"});
+    loop_.advance(0.9);
+    EXPECT_EQ(view_.count("editor /videos/a"), 0);
+    loop_.advance(0.2);
+    EXPECT_EQ(view_.count("editor /videos/a"), 1);
+    loop_.advance(10);
+    EXPECT_EQ(view_.count("editor /videos/a"), 1);
+}
+
+TEST_F(AppDelegateTest, anEditorThatDoesNotOpenIsTold) {
+    launch();
+    view_.editorError = "Keine Aufnahme.";
+    app_->open("/videos/a");
+    EXPECT_EQ(view_.state.status, "Editor konnte nicht geöffnet werden: Keine Aufnahme.");
+    EXPECT_TRUE(logged("[Editor] Öffnen fehlgeschlagen: Keine Aufnahme."));
+}
+
+TEST_F(AppDelegateTest, testRegionGoesToTheOverlayByItself) {
+    launch({.openEditor = {}, .testRegion = true});
+    loop_.advance(2.9);
+    EXPECT_EQ(view_.count("arm links"), 0);
+    loop_.advance(0.2);
+    EXPECT_EQ(view_.state.choices.sourceType, SourceType::region);
+    EXPECT_EQ(view_.count("arm links"), 1);
+    loop_.advance(1.3);
+    EXPECT_EQ(view_.count("pick links"), 0);
+    loop_.advance(0.2);
+    EXPECT_EQ(view_.count("pick links"), 1);
+    EXPECT_TRUE(logged("[Region] Testmodus: löse Ausschnitt-Fluss aus"));
+}
+
+// Preferences
+
+TEST_F(AppDelegateTest, automaticZoomsAreOnUntilTheUserSaysOtherwise) {
+    launch();
+    EXPECT_TRUE(view_.state.choices.autoZoom);
+    EXPECT_FALSE(preferences_.autoZooms) << "nothing is stored before";
+    app_->autoZoomToggled(false);
+    EXPECT_EQ(preferences_.autoZooms, false);
+    launch();
+    EXPECT_FALSE(view_.state.choices.autoZoom);
+}
+
+// Camera
+
+TEST_F(AppDelegateTest, theWebcamBoxShowsTheCameraAndHidesIt) {
+    const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    devices_.setDefaultCamera(camera);
+    launch();
+    app_->webcamToggled(true);
+    untilCalled("showCamera");
+    EXPECT_TRUE(camera->isRunning());
+    app_->webcamToggled(false);
+    EXPECT_FALSE(camera->isRunning());
+    EXPECT_EQ(view_.cameraPreview, nullptr);
+}
+
+TEST_F(AppDelegateTest, aCameraThatRefusesSwitchesTheBoxOff) {
+    const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    camera->failOpens("Keine Rechte.");
+    devices_.setDefaultCamera(camera);
+    launch();
+    app_->webcamToggled(true);
+    untilStatus("Ohne Kameraberechtigung keine Facecam");
+    EXPECT_EQ(view_.state.status, "Ohne Kameraberechtigung keine Facecam");
+    EXPECT_FALSE(view_.state.choices.webcam);
+    app_->webcamToggled(true);
+    untilStatus("Kamerazugriff");
+    EXPECT_EQ(view_.state.status,
+              "Kamerazugriff ist gesperrt: Systemeinstellungen → Datenschutz & Sicherheit → Kamera → LumiVastor "
+              "erlauben.");
+    EXPECT_FALSE(view_.state.choices.webcam);
+    camera->failOpens(std::nullopt);
+    app_->webcamToggled(true);
+    untilCalled("showCamera");
+    EXPECT_TRUE(view_.state.choices.webcam);
+}
+
+TEST_F(AppDelegateTest, withoutACameraTheStatusSaysSo) {
+    launch();
+    app_->webcamToggled(true);
+    untilStatus("Es wurde keine Kamera gefunden.");
+}
+
+// Folders and check video
+
+TEST_F(AppDelegateTest, foldersAreAskedForWhereRecordingsAre) {
+    launch();
+    app_->renderStudioVideo();
+    EXPECT_EQ(view_.folderMessage, "Aufnahmeordner auswählen (enthält source.mov und pointer.json)");
+    EXPECT_EQ(view_.folderAskedFrom, root_);
+    EXPECT_TRUE(view_.state.status.starts_with("Bereit.")) << "cancelled";
+}
+
+TEST_F(AppDelegateTest, aFolderWithoutAMovieIsNotOpened) {
+    launch();
+    view_.folderToChoose = temporary_.path();
+    app_->renderStudioVideo();
+    EXPECT_EQ(view_.state.status, "In diesem Ordner liegt keine source.mov.");
+    temporary_.write("source.mov", "");
+    app_->renderStudioVideo();
+    EXPECT_EQ(view_.count("editor " + temporary_.path().string()), 1);
+}
+
+TEST_F(AppDelegateTest, theCheckVideoShowsItsProgressAndTheFile) {
+    CursorRenderer::Options options;
+    std::function<void(const CursorRenderer::Outcome&)> completion;
+    beforeLaunch_ = [&](AppServices& services) {
+        services.renderCheckVideo = [&](const std::filesystem::path&, CursorRenderer::Options given,
+                                        std::function<void(const CursorRenderer::Outcome&)> then) {
+            options = std::move(given);
+            completion = std::move(then);
+            return std::jthread();
+        };
+    };
+    launch();
+    temporary_.write("source.mov", "");
+    view_.folderToChoose = temporary_.path();
+    app_->renderCheckVideo();
+    EXPECT_EQ(view_.state.status, "Zeichne den Cursor auf das Video …");
+    EXPECT_EQ(view_.state.progress, 0.0);
+    options.postToMain([&] { options.progress(0.5); });
+    EXPECT_EQ(view_.state.progress, 0.0) << "not before the main thread's turn";
+    loop_.runPending();
+    EXPECT_EQ(view_.state.progress, 0.5);
+    completion(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    EXPECT_FALSE(view_.state.progress);
+    EXPECT_TRUE(view_.state.status.starts_with("Prüfvideo fertig: 60 Bilder, 1.0 s\ntest-output.mov\n\n"));
+    EXPECT_EQ(view_.count("reveal " + (temporary_ / "test-output.mov").string()), 1);
+
+    app_->renderCheckVideo();
+    completion(RecorderError("Der Datenträger ist voll."));
+    EXPECT_EQ(view_.state.status, "Prüfvideo fehlgeschlagen: Der Datenträger ist voll.");
+    EXPECT_TRUE(logged("[Render] Fehler: Der Datenträger ist voll."));
+}
+
+TEST_F(AppDelegateTest, theRecordingsFolderIsMadeToBeShown) {
+    launch();
+    app_->revealFolder();
+    EXPECT_TRUE(std::filesystem::is_directory(root_));
+    EXPECT_EQ(view_.count("openFolder " + root_.string()), 1);
+}
+
+// Interrupted recordings
+
+TEST_F(AppDelegateTest, interruptedRecordingsAreCompletedWithOneClick) {
+    temporary_.write("Movies/eins/source.mov", "");
+    temporary_.write(std::filesystem::path("Movies/eins") / kJournalName, "");
+    std::vector<std::filesystem::path> recovered;
+    beforeLaunch_ = [&](AppServices& services) {
+        services.recover = [&](const std::filesystem::path& folder) {
+            recovered.push_back(folder);
+            return Recovery{{.duration = 3, .framesWritten = 90}, true};
+        };
+    };
+    launch();
+    ASSERT_TRUE(loop_.runUntil([this] { return !view_.state.notices.empty(); }));
+    EXPECT_EQ(view_.state.notices.at(NoticeKind::interrupted).text, "Eine Aufnahme wurde unterbrochen: eins");
+    app_->completeInterrupted();
+    EXPECT_EQ(view_.state.status, "Schließe die unterbrochene Aufnahme ab …");
+    EXPECT_FALSE(view_.state.recordEnabled);
+    app_->toggleRecording();
+    EXPECT_EQ(view_.count("countdown 3"), 0) << "one thing at a time";
+    untilStatus("Abgeschlossen: 3.0 s, 90 Bilder\nOrdner: ");
+    EXPECT_EQ(recovered, (std::vector{root_ / "eins"}));
+    EXPECT_TRUE(view_.state.notices.empty());
+    EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
+    app_->revealFolder();
+    EXPECT_EQ(view_.count("openFolder " + (root_ / "eins").string()), 1);
+}
+
+// End
+
+TEST_F(AppDelegateTest, endsAtOnceWhileNothingIsRecorded) {
+    launch();
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
+    EXPECT_TRUE(app_->applicationShouldTerminateAfterLastWindowClosed());
+}
+
+TEST_F(AppDelegateTest, aSecondStartBringsAHiddenWindowBack) {
+    launch();
+    app_->applicationShouldHandleReopen(true);
+    EXPECT_EQ(view_.count("showMainWindow"), 1);
+    app_->applicationShouldHandleReopen(false);
+    EXPECT_EQ(view_.count("showMainWindow"), 2);
+}
+
+}  // namespace
+}  // namespace lumivastor

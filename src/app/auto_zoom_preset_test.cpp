@@ -1,0 +1,32 @@
+#include "app/auto_zoom_preset.h"
+
+#include <gtest/gtest.h>
+
+#include "base/recorder_error.h"
+#include "model/project_settings.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+namespace {
+
+TEST(PresetZoomsOff, writesADocumentThatSwitchesZoomsOff) {
+    const TemporaryFolder folder;
+    EXPECT_TRUE(presetZoomsOff(folder.path()));
+    EXPECT_EQ(folder.read("project.json"), "{\"zoomScale\": 1.0}");
+    EXPECT_EQ(ProjectSettings::load(folder.path()).zoomScale, 1.0);
+}
+
+TEST(PresetZoomsOff, leavesADocumentAlone) {
+    const TemporaryFolder folder;
+    folder.write("project.json", "{\"zoomScale\": 2.5}");
+    EXPECT_FALSE(presetZoomsOff(folder.path()));
+    EXPECT_EQ(folder.read("project.json"), "{\"zoomScale\": 2.5}");
+}
+
+TEST(PresetZoomsOff, saysWhenTheFolderRefuses) {
+    const TemporaryFolder folder;
+    EXPECT_THROW(presetZoomsOff(folder / "fehlt"), RecorderError);
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,63 @@
+#include "app/camera_preview.h"
+
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+
+CameraPreview::CameraPreview(const RecordingServices& services) : services_(services) {}
+
+CameraPreview::~CameraPreview() {
+    stop();
+}
+
+void CameraPreview::start(std::function<void(const Outcome&)> completion) {
+    if (isOn()) return;
+    generation_ = std::make_shared<Generation>();
+    sessionQueue_.async([this, completion = std::move(completion), generation = std::weak_ptr(generation_)]() mutable {
+        Outcome outcome;
+        try {
+            outcome.preview = open();
+        } catch (const RecorderError& error) {
+            Log::write("Webcam", "Vorschau: " + error.message());
+            outcome.error = error.message();
+        }
+        services_.mainLoop.async([this, completion = std::move(completion), generation, outcome] {
+            // Gone when the preview was stopped meanwhile, or is no more.
+            if (generation.expired()) return;
+            if (!outcome.preview) generation_.reset();
+            completion(outcome);
+        });
+    });
+}
+
+std::shared_ptr<WebcamPreview> CameraPreview::open() {
+    const auto camera = services_.devices.defaultCamera();
+    if (!camera) throw RecorderError("Es wurde keine Kamera gefunden.");
+    auto preview = std::make_shared<WebcamPreview>();
+    auto session = services_.devices.open(*camera);
+    const auto show = [preview](const DeviceSample& sample) { preview->show(sample.image); };
+    if (!session->addVideoOutput(pictureQueue_, true, show)) {
+        throw RecorderError("Das Kamerabild kann nicht abgegriffen werden.");
+    }
+    session->onInterruption([](const std::string& reason) { Log::write("Webcam", "Vorschau: " + reason); });
+    session->startRunning();
+    session_ = std::move(session);
+    return preview;
+}
+
+void CameraPreview::stop() {
+    if (!isOn()) return;
+    generation_.reset();
+    sessionQueue_.async([this] {
+        if (!session_) return;
+        session_->stopRunning();
+        session_.reset();
+    });
+    sessionQueue_.drain();
+    pictureQueue_.drain();
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/serial_queue.h"
+#include "capture/capture_services.h"
+#include "capture/webcam_preview.h"
+
+namespace lumivastor {
+
+/// The default camera's live picture while nothing is recorded. The camera is opened and closed in the background.
+/// Main thread; completions run on the main thread, not within the call.
+class CameraPreview {
+  public:
+    explicit CameraPreview(const RecordingServices& services);
+    ~CameraPreview();
+    CameraPreview(const CameraPreview&) = delete;
+    CameraPreview& operator=(const CameraPreview&) = delete;
+
+    /// What is to be shown, or why there is nothing.
+    struct Outcome {
+        std::shared_ptr<WebcamPreview> preview;
+        std::string error;
+    };
+    /// Does nothing while it is on. The completion does not come when it is stopped before.
+    void start(std::function<void(const Outcome&)> completion);
+
+    /// When it returns, the camera is free for others.
+    void stop();
+
+    bool isOn() const { return generation_ != nullptr; }
+
+  private:
+    enum class Generation {};
+
+    std::shared_ptr<WebcamPreview> open();
+
+    const RecordingServices services_;
+    std::shared_ptr<Generation> generation_;   // one for each start; null while off
+    std::unique_ptr<CaptureSession> session_;  // the session queue's
+    SerialQueue pictureQueue_{"lumivastor.preview"};
+    SerialQueue sessionQueue_{"lumivastor.preview.session"};
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,66 @@
+#include "app/camera_preview.h"
+
+#include <gtest/gtest.h>
+
+#include "support/recorder_rig.h"
+
+namespace lumivastor {
+namespace {
+
+class CameraPreviewTest : public RecorderRig {
+  protected:
+    void start() {
+        preview_.start([this](const CameraPreview::Outcome& outcome) { outcomes_.push_back(outcome); });
+    }
+
+    std::shared_ptr<SyntheticDevice> camera_ =
+        std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    CameraPreview preview_{services_};
+    std::vector<CameraPreview::Outcome> outcomes_;
+};
+
+TEST_F(CameraPreviewTest, showsTheCamerasLatestPicture) {
+    devices_.setDefaultCamera(camera_);
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !outcomes_.empty(); }));
+    ASSERT_TRUE(outcomes_[0].preview);
+    EXPECT_TRUE(camera_->emitPicture(1000, std::uint8_t{77}));
+    ASSERT_TRUE(loop_.runUntil([this] { return outcomes_[0].preview->latest() != nullptr; }));
+    EXPECT_EQ(outcomes_[0].preview->latest()->pixel(3, 3)[0], 77);
+}
+
+TEST_F(CameraPreviewTest, theCameraIsFreeWhenStopReturns) {
+    devices_.setDefaultCamera(camera_);
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return camera_->isRunning(); }));
+    preview_.stop();
+    EXPECT_FALSE(camera_->isRunning());
+    EXPECT_FALSE(preview_.isOn());
+}
+
+TEST_F(CameraPreviewTest, stoppedBeforeTheCameraIsOpenItTellsNothing) {
+    devices_.setDefaultCamera(camera_);
+    start();
+    preview_.stop();
+    loop_.runPending();
+    EXPECT_TRUE(outcomes_.empty());
+    EXPECT_FALSE(camera_->isRunning());
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !outcomes_.empty(); }));
+    EXPECT_TRUE(camera_->isRunning());
+}
+
+TEST_F(CameraPreviewTest, saysWhatIsMissing) {
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !outcomes_.empty(); }));
+    EXPECT_EQ(outcomes_[0].error, "Es wurde keine Kamera gefunden.");
+    EXPECT_FALSE(preview_.isOn());
+    devices_.setDefaultCamera(camera_);
+    camera_->failOpens("Die Kamera ist belegt.");
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return outcomes_.size() == 2; }));
+    EXPECT_EQ(outcomes_[1].error, "Die Kamera ist belegt.");
+}
+
+}  // namespace
+}  // namespace lumivastor

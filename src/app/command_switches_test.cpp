@@ -1,0 +1,36 @@
+#include "app/command_switches.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace lumivastor {
+namespace {
+
+CommandSwitches parsed(const std::vector<std::string>& words) {
+    return commandSwitches(words, "/arbeit");
+}
+
+TEST(CommandSwitches, areOffWithoutWords) {
+    EXPECT_FALSE(parsed({}).openEditor);
+    EXPECT_FALSE(parsed({}).testRegion);
+}
+
+TEST(CommandSwitches, openEditorTakesTheNextWord) {
+    EXPECT_EQ(parsed({"--open-editor", "/videos/a"}).openEditor, "/videos/a");
+    EXPECT_EQ(parsed({"--test-region", "--open-editor", "a/b"}).openEditor, "/arbeit/a/b");
+    EXPECT_EQ(parsed({"--open-editor", "--test-region"}).openEditor, "/arbeit/--test-region");
+}
+
+TEST(CommandSwitches, openEditorAtTheEndOpensNothing) {
+    EXPECT_FALSE(parsed({"--open-editor"}).openEditor);
+    EXPECT_FALSE(parsed({"--test-region", "--open-editor"}).openEditor);
+}
+
+TEST(CommandSwitches, testRegionMayStandAnywhere) {
+    EXPECT_TRUE(parsed({"--test-region"}).testRegion);
+    EXPECT_TRUE(parsed({"-psn_0", "--test-region", "x"}).testRegion);
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,65 @@
+#include "app/device_access.h"
+
+#include <utility>
+
+#include "app/log/log.h"
+#include "base/recorder_error.h"
+
+namespace lumivastor {
+
+namespace {
+
+Access microphoneAccess(SoundSystem& sound) {
+    constexpr int kSampleRate = 48000;
+    if (!sound.defaultMicrophone()) return Access::missing;
+    const auto source = sound.microphone(kSampleRate);
+    source->start([](const SoundBuffer&) {}, [](const std::string&) {});
+    source->stop();
+    return Access::granted;
+}
+
+Access cameraAccess(CaptureDevices& devices) {
+    const auto camera = devices.defaultCamera();
+    if (!camera) return Access::missing;
+    devices.open(*camera);
+    return Access::granted;
+}
+
+}  // namespace
+
+DeviceAccess::DeviceAccess(const RecordingServices& services) : services_(services) {}
+
+DeviceAccess::~DeviceAccess() = default;
+
+void DeviceAccess::requestMicrophone(Completion completion) {
+    request([this] { return microphoneAccess(services_.sound); }, std::move(completion));
+}
+
+void DeviceAccess::requestCamera(Completion completion) {
+    request([this] { return cameraAccess(services_.devices); }, std::move(completion));
+}
+
+void DeviceAccess::requestDevice(const CaptureDevice& device, Completion completion) {
+    request(
+        [this, device] {
+            services_.devices.open(device);
+            return Access::granted;
+        },
+        std::move(completion));
+}
+
+void DeviceAccess::request(std::function<Access()> ask, Completion completion) {
+    queue_.async([this, ask = std::move(ask), completion = std::move(completion)] {
+        Access access = Access::refused;
+        try {
+            access = ask();
+        } catch (const RecorderError& error) {
+            Log::write("Permissions", error.message());
+        }
+        services_.mainLoop.async([alive = std::weak_ptr(lifetime_), completion, access] {
+            if (!alive.expired()) completion(access);
+        });
+    });
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/serial_queue.h"
+#include "capture/capture_services.h"
+
+namespace lumivastor {
+
+enum class Access {
+    granted,
+    refused,  // there is one, but it does not let itself be used
+    missing,  // there is none
+};
+
+/// Whether microphone, camera and devices may be used: whether they can be opened. They are opened in the background
+/// and closed again. Main thread; completions run on the main thread, not within the call, and not after this is
+/// destroyed.
+class DeviceAccess {
+  public:
+    explicit DeviceAccess(const RecordingServices& services);
+    ~DeviceAccess();
+    DeviceAccess(const DeviceAccess&) = delete;
+    DeviceAccess& operator=(const DeviceAccess&) = delete;
+
+    using Completion = std::function<void(Access)>;
+    void requestMicrophone(Completion completion);
+    void requestCamera(Completion completion);
+    void requestDevice(const CaptureDevice& device, Completion completion);
+
+  private:
+    enum class Lifetime {};
+
+    void request(std::function<Access()> ask, Completion completion);
+
+    const RecordingServices services_;
+    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+    SerialQueue queue_{"lumivastor.access"};
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/main_window_state.h"
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "capture/recovery.h"
+
+namespace lumivastor {
+
+/// The folders directly below `root` that hold a recording which was begun and not completed, oldest name first. Those
+/// that are being recorded at this moment are not among them.
+std::vector<std::filesystem::path> interruptedRecordings(const std::filesystem::path& root);
+
+/// What the main window says about them; nothing without any.
+std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>& folders);
+
+/// How the completion of some folders went.
+struct CompletionReport {
+    /// The folders that are complete now, and what is in the last of them.
+    std::vector<std::filesystem::path> completed;
+    Recorder::Stats lastStats;
+    struct Failure {
+        std::filesystem::path folder;
+        std::string message;
+    };
+    std::vector<Failure> failures;
+};
+
+/// Completes one after the other; what fails is reported, not thrown. Takes a moment for each. Any thread.
+CompletionReport completeRecordings(const std::vector<std::filesystem::path>& folders,
+                                    const std::function<Recovery(const std::filesystem::path&)>& recover);
+
+/// What the status says in the end.
+std::string completionText(const CompletionReport& report);
+
+}  // namespace lumivastor

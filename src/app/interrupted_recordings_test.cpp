@@ -1,0 +1,64 @@
+#include "app/interrupted_recordings.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+#include "base/unique_descriptor.h"
+#include "capture/journal_records.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+namespace {
+
+TEST(InterruptedRecordings, areTheFoldersWithAMovieAndAJournal) {
+    const TemporaryFolder root;
+    const std::string journal = kJournalName;
+    root.write("b/source.mov", "");
+    root.write("b/" + journal, "");
+    root.write("a/source.mov", "");
+    root.write("a/" + journal, "");
+    root.write("finished/source.mov", "");
+    root.write("empty/" + journal, "");
+    root.write("deep/er/source.mov", "");
+    root.write("deep/er/" + journal, "");
+    root.write(journal, "");
+    EXPECT_EQ(interruptedRecordings(root.path()), (std::vector{root / "a", root / "b"}));
+    EXPECT_TRUE(interruptedRecordings(root / "missing").empty());
+}
+
+TEST(InterruptedRecordings, oneThatIsStillBeingRecordedIsNotInterrupted) {
+    const TemporaryFolder root;
+    const std::string journal = std::string("a/") + kJournalName;
+    root.write("a/source.mov", "");
+    root.write(journal, "");
+    {
+        const UniqueDescriptor recorder(::open((root / journal).c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(::flock(recorder.get(), LOCK_EX | LOCK_NB), 0);
+        EXPECT_TRUE(interruptedRecordings(root.path()).empty());
+    }
+    EXPECT_EQ(interruptedRecordings(root.path()).size(), 1U);
+}
+
+TEST(InterruptedNotice, namesTheOneOrTheNewest) {
+    EXPECT_FALSE(interruptedNotice({}));
+    EXPECT_EQ(interruptedNotice({"/m/2025-03-14_09-05-33"}),
+              (Notice{"Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33", "Abschließen"}));
+    EXPECT_EQ(interruptedNotice({"/m/alt", "/m/neu"}),
+              (Notice{"2 Aufnahmen wurden unterbrochen, zuletzt neu", "Abschließen"}));
+}
+
+TEST(CompleteRecordings, goesOnBehindOneThatFails) {
+    const auto recover = [](const std::filesystem::path& folder) -> Recovery {
+        if (folder == "/m/b") throw RecorderError("Nicht zu retten.");
+        return {{.duration = 2.5, .framesWritten = 150}, true};
+    };
+    const CompletionReport report = completeRecordings({"/m/a", "/m/b", "/m/c"}, recover);
+    EXPECT_EQ(report.completed, (std::vector<std::filesystem::path>{"/m/a", "/m/c"}));
+    EXPECT_EQ(completionText(report), "2 Aufnahmen abgeschlossen.\nb: Nicht zu retten.");
+    EXPECT_EQ(completionText(completeRecordings({"/m/b"}, recover)), "b: Nicht zu retten.");
+    EXPECT_EQ(completionText(completeRecordings({"/m/a"}, recover)), "Abgeschlossen: 2.5 s, 150 Bilder\nOrdner: /m/a");
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,388 @@
+#include "app/recording_flow.h"
+
+#include <system_error>
+#include <utility>
+
+#include "app/after.h"
+#include "app/auto_zoom_preset.h"
+#include "app/log/log.h"
+#include "app/status_texts.h"
+#include "capture/recordings_root.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kCountdownFrom = 3;
+constexpr double kTickSeconds = 0.5;
+constexpr double kTestRegionSeconds = 1.5;
+constexpr const char* kNoMicrophone =
+    "Ohne Mikrofonberechtigung geht das nicht. Entweder erlauben oder den Haken entfernen.";
+constexpr const char* kNoCamera = "Ohne Kameraberechtigung keine Facecam. Entweder erlauben oder den Haken entfernen.";
+constexpr const char* kNoDevice =
+    "Die Geraete-Aufnahme braucht die Kamera-Berechtigung (so meldet sich das iPhone am Mac).";
+
+// A folder for a recording that never began. One in which something lies stays.
+void removeEmptyFolder(const std::filesystem::path& folder) {
+    std::error_code ignored;
+    if (!folder.empty()) std::filesystem::remove(folder, ignored);
+}
+
+}  // namespace
+
+RecordingFlow::RecordingFlow(const AppServices& services, AppView& view, MainWindowModel& window, Events events)
+    : services_(services),
+      view_(view),
+      window_(window),
+      events_(std::move(events)),
+      access_(services),
+      preview_(services) {}
+
+RecordingFlow::~RecordingFlow() {
+    if (phase_ == Phase::countdown) removeEmptyFolder(folder_);
+}
+
+bool RecordingFlow::hasRecorder() const {
+    return phase_ == Phase::starting || phase_ == Phase::recording || phase_ == Phase::finishing;
+}
+
+// Regions
+
+void RecordingFlow::beginRegion(const Display& display, std::vector<RunningApplication> excludedApplications,
+                                bool provesItself) {
+    if (isActive()) return;
+    if (!view_.hasScreen(display)) {
+        window_.setStatus("Bildschirm nicht gefunden.");
+        return;
+    }
+    Log::write("Region", "Fluss gestartet: Fenster weg, App tritt zurück");
+    phase_ = Phase::arming;
+    pendingRegion_ = Request{RegionSource{display, {}}, display, std::move(excludedApplications)};
+    view_.hideMainWindow();
+    view_.showRegionArmPanel(display);
+    Log::write("Region", "Bereit-Feld angezeigt");
+    if (provesItself) armTimer_ = after(services_.mainLoop, kTestRegionSeconds, [this] { regionArmProceed(); });
+}
+
+void RecordingFlow::regionArmProceed() {
+    if (phase_ != Phase::arming) return;
+    Log::write("Region", "Nutzer bereit, zeige Overlay");
+    phase_ = Phase::picking;
+    view_.closeRegionArmPanel();
+    view_.pickRegion(*pendingRegion_->display, [this](std::optional<Rect> rect) { regionPicked(rect); });
+}
+
+void RecordingFlow::regionArmCancel() {
+    if (phase_ != Phase::arming) return;
+    view_.closeRegionArmPanel();
+    regionPicked(std::nullopt);
+}
+
+void RecordingFlow::regionPicked(std::optional<Rect> rect) {
+    armTimer_.reset();
+    phase_ = Phase::idle;
+    Request request = *std::exchange(pendingRegion_, std::nullopt);
+    if (!rect) {
+        window_.setStatus("Ausschnitt-Auswahl abgebrochen.");
+        view_.showMainWindow();
+        return;
+    }
+    window_.setStatus(regionText({rect->width, rect->height}));
+    request.source = RegionSource{*request.display, *rect};
+    begin(std::move(request));
+}
+
+// Permissions
+
+void RecordingFlow::begin(Request request) {
+    if (!isActive()) askForPermissions(std::move(request), {.device = true});
+}
+
+void RecordingFlow::beginDevice(const CaptureDevice& device) {
+    if (!isActive()) askForPermissions(device, {});
+}
+
+void RecordingFlow::askForPermissions(Subject subject, Granted granted) {
+    phase_ = Phase::permissions;
+    // Whoever is asked for may be busy with our own preview, which shows that it lets itself be used.
+    if (preview_.isOn()) granted.webcam = true;
+    const MainWindowChoices& choices = window_.choices();
+    if (!granted.device) {
+        access_.requestDevice(std::get<CaptureDevice>(subject), [=, this](Access access) {
+            permissionAnswered(access, subject, {true, granted.microphone, granted.webcam}, kNoDevice);
+        });
+    } else if (choices.microphone && !granted.microphone) {
+        access_.requestMicrophone([=, this](Access access) {
+            permissionAnswered(access, subject, {granted.device, true, granted.webcam}, kNoMicrophone);
+        });
+    } else if (choices.webcam && !granted.webcam) {
+        access_.requestCamera([=, this](Access access) {
+            permissionAnswered(access, subject, {granted.device, granted.microphone, true}, kNoCamera);
+        });
+    } else {
+        prepare(subject);
+    }
+}
+
+void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted granted, const std::string& refusal) {
+    if (access == Access::granted) {
+        askForPermissions(std::move(subject), granted);
+        return;
+    }
+    phase_ = Phase::idle;
+    window_.setStatus(refusal);
+    view_.showMainWindow();
+}
+
+// Countdown and start
+
+void RecordingFlow::prepare(const Subject& subject) {
+    const MainWindowChoices& choices = window_.choices();
+    const auto* request = std::get_if<Request>(&subject);
+    folder_.clear();
+    try {
+        folder_ = makeRecordingFolder(services_.root, services_.wallClock());
+    } catch (const RecorderError& error) {
+        startFailed(request != nullptr ? "Capture" : "Device", error.message());
+        return;
+    }
+    if (request != nullptr) {
+        display_ = request->display;
+        recorder_ =
+            std::make_unique<Recorder>(services_,
+                                       CaptureOptions{request->source, request->excludedApplications, choices.fps(),
+                                                      choices.systemAudio, choices.microphone, choices.webcam},
+                                       folder_);
+        recorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
+        recorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
+    } else {
+        display_.reset();
+        deviceRecorder_ = std::make_unique<DeviceRecorder>(
+            services_, std::get<CaptureDevice>(subject),
+            DeviceRecorder::Options{.microphone = choices.microphone, .webcam = choices.webcam}, folder_);
+        deviceRecorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
+        deviceRecorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
+    }
+    phase_ = Phase::countdown;
+    window_.update([](MainWindowState& state) {
+        state.recordEnabled = false;
+        state.controlsEnabled = false;
+        state.notices.erase(NoticeKind::recording);
+    });
+    runCountdown(kCountdownFrom, [this] { startRecorder(); });
+}
+
+void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
+    view_.showCountdown(from);
+    countdownTimer_ = services_.mainLoop.every(1.0, [this, left = from, completion = std::move(completion)]() mutable {
+        if (--left >= 1) {
+            view_.showCountdown(left);
+            return;
+        }
+        view_.hideCountdown();
+        const auto ended = std::exchange(countdownTimer_, nullptr);
+        completion();
+    });
+}
+
+void RecordingFlow::startRecorder() {
+    // The recorder opens the camera itself.
+    stopCameraPreview();
+    window_.setStatus("Starte …");
+    phase_ = Phase::starting;
+    if (recorder_) {
+        recorder_->start([this](std::optional<RecorderError> error) { recorderStarted(std::move(error)); });
+        return;
+    }
+    std::optional<RecorderError> error;
+    try {
+        deviceRecorder_->start();
+    } catch (const RecorderError& thrown) {
+        error = thrown;
+    }
+    recorderStarted(std::move(error));
+}
+
+void RecordingFlow::recorderStarted(std::optional<RecorderError> error) {
+    if (error) {
+        startFailed(recorder_ ? "Capture" : "Device", error->message());
+    } else {
+        running();
+    }
+}
+
+void RecordingFlow::startFailed(const char* category, const std::string& message) {
+    recorder_.reset();
+    deviceRecorder_.reset();
+    removeEmptyFolder(folder_);
+    const std::string text = "Start fehlgeschlagen: " + message;
+    Log::write(category, text);
+    backToIdle();
+    window_.setStatus(text);
+    if (std::exchange(terminationPending_, false)) {
+        view_.replyToApplicationShouldTerminate();
+        return;
+    }
+    view_.showMainWindow();
+}
+
+// While it runs
+
+void RecordingFlow::running() {
+    phase_ = Phase::recording;
+    events_.started(folder_);
+    window_.update([](MainWindowState& state) {
+        state.recordTitle = "Aufnahme stoppen";
+        state.recordEnabled = true;
+    });
+    if (stopRequested_) {
+        stop();
+        return;
+    }
+    awake_ = services_.sleep.inhibit("Eine Bildschirmaufnahme läuft.");
+    stopShortcut_ = services_.grabStopShortcut([this, alive = std::weak_ptr(lifetime_)] {
+        services_.mainLoop.async([this, alive] {
+            if (!alive.expired()) stop();
+        });
+    });
+    view_.hideMainWindow();
+    view_.installStatusItem("⏺ 0:00");
+    view_.showRecordingPanel(display_,
+                             recorder_ ? recorder_->webcamPreviewLayer() : deviceRecorder_->webcamPreviewLayer());
+    tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
+}
+
+void RecordingFlow::tick() {
+    double seconds = 0;
+    if (deviceRecorder_) {
+        const DeviceRecorder::Stats stats = deviceRecorder_->snapshot();
+        window_.setStatus(runningText(stats, deviceRecorder_->deviceName()));
+        seconds = stats.duration;
+    } else {
+        const Recorder::Stats stats = recorder_->snapshot();
+        window_.setStatus(runningText(stats));
+        seconds = stats.duration;
+    }
+    const std::string time = elapsedText(seconds);
+    view_.setStatusItemTitle("⏺ " + time);
+    view_.setRecordingPanelTime(time);
+}
+
+void RecordingFlow::streamFailed(const RecorderError& error) {
+    if (phase_ != Phase::recording && phase_ != Phase::starting) return;
+    const std::string text = "Die Aufnahme wurde vom System beendet: " + error.message();
+    window_.setStatus(text);
+    // The status goes on to what the folder holds; why it ended early has to stay.
+    note(text);
+    stop();
+}
+
+void RecordingFlow::note(const std::string& sentence) {
+    window_.update([&](MainWindowState& state) { state.notices[NoticeKind::recording] = {sentence, ""}; });
+}
+
+// The end
+
+void RecordingFlow::stop() {
+    if (phase_ == Phase::starting) stopRequested_ = true;
+    if (phase_ != Phase::recording) return;
+    phase_ = Phase::finishing;
+    tickTimer_.reset();
+    stopShortcut_.reset();
+    view_.removeStatusItem();
+    view_.removeRecordingPanel();
+    view_.showMainWindow();
+    window_.update([](MainWindowState& state) {
+        state.recordEnabled = false;
+        state.status = "Schließe die Datei ab …";
+    });
+    if (deviceRecorder_) {
+        deviceRecorder_->stop([this, alive = std::weak_ptr(lifetime_)](const DeviceRecorder::Outcome& outcome) {
+            if (!alive.expired()) finishedDevice(outcome);
+        });
+    } else {
+        recorder_->stop([this, alive = std::weak_ptr(lifetime_)](const Recorder::Outcome& outcome) {
+            if (!alive.expired()) finished(outcome);
+        });
+    }
+}
+
+void RecordingFlow::stopAndTerminate() {
+    terminationPending_ = true;
+    stop();
+}
+
+void RecordingFlow::finished(const Recorder::Outcome& outcome) {
+    if (const auto* stats = std::get_if<Recorder::Stats>(&outcome)) {
+        conclude(finishedText(*stats, folder_), true);
+    } else {
+        conclude("Fehler beim Abschließen: " + std::get<RecorderError>(outcome).message(), false);
+    }
+}
+
+void RecordingFlow::finishedDevice(const DeviceRecorder::Outcome& outcome) {
+    if (const auto* stats = std::get_if<DeviceRecorder::Stats>(&outcome)) {
+        conclude(finishedText(*stats), true);
+    } else {
+        conclude("Fehler beim Abschließen: " + std::get<RecorderError>(outcome).message(), false);
+    }
+}
+
+void RecordingFlow::conclude(const std::string& status, bool succeeded) {
+    const char* const category = recorder_ ? "Capture" : "Device";
+    recorder_.reset();
+    deviceRecorder_.reset();
+    awake_.reset();
+    backToIdle();
+    if (std::exchange(terminationPending_, false)) {
+        view_.replyToApplicationShouldTerminate();
+        return;
+    }
+    window_.setStatus(status);
+    if (!succeeded) {
+        Log::write(category, status);
+        return;
+    }
+    if (!window_.choices().autoZoom) presetZooms();
+    events_.finished(folder_);
+}
+
+void RecordingFlow::backToIdle() {
+    phase_ = Phase::idle;
+    stopRequested_ = false;
+    window_.update([](MainWindowState& state) {
+        state.recordTitle = "Aufnahme starten";
+        state.recordEnabled = true;
+        state.controlsEnabled = true;
+    });
+    // Quietly: the status has more important things to say.
+    if (window_.choices().webcam && !terminationPending_) startPreview(false);
+}
+
+void RecordingFlow::presetZooms() {
+    try {
+        if (presetZoomsOff(folder_)) Log::write("Editor", "Voreinstellung: Aufnahme ohne automatische Zooms");
+    } catch (const RecorderError& error) {
+        Log::write("Editor", error.message());
+    }
+}
+
+// Camera preview
+
+void RecordingFlow::startPreview(bool tellsWhatFails) {
+    if (hasRecorder()) return;
+    preview_.start([this, tellsWhatFails](const CameraPreview::Outcome& outcome) {
+        if (outcome.preview) {
+            view_.showCameraPreview(outcome.preview);
+        } else if (tellsWhatFails && !isActive()) {
+            window_.setStatus(outcome.error);
+        }
+    });
+}
+
+void RecordingFlow::stopCameraPreview() {
+    preview_.stop();
+    view_.hideCameraPreview();
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,132 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "app/app_services.h"
+#include "app/app_view.h"
+#include "app/camera_preview.h"
+#include "app/device_access.h"
+#include "app/main_window_model.h"
+#include "capture/device_recorder.h"
+#include "capture/recorder.h"
+
+namespace lumivastor {
+
+/// One recording after the other, from the click on "Aufnahme starten" until its folder is finished:
+///
+///     idle -> arming -> picking (regions only) ─┐
+///       └───────────────────────────────────────┴> permissions -> countdown -> starting -> recording -> finishing ->
+///       idle
+///
+/// What fails or is cancelled on the way leads back to idle, with the main window showing why. Main thread.
+class RecordingFlow {
+  public:
+    enum class Phase { idle, arming, picking, permissions, countdown, starting, recording, finishing };
+
+    /// Told what others have to do about it.
+    struct Events {
+        /// A recording runs, into this folder.
+        std::function<void(const std::filesystem::path&)> started;
+        /// A folder is complete.
+        std::function<void(const std::filesystem::path&)> finished;
+    };
+
+    RecordingFlow(const AppServices& services, AppView& view, MainWindowModel& window, Events events);
+    ~RecordingFlow();
+    RecordingFlow(const RecordingFlow&) = delete;
+    RecordingFlow& operator=(const RecordingFlow&) = delete;
+
+    Phase phase() const { return phase_; }
+    bool isActive() const { return phase_ != Phase::idle; }
+    /// Whether a recorder is being started, runs, or finishes its folder: the program must not end then.
+    bool hasRecorder() const;
+
+    /// What of the desktop is to be recorded, where that shows, and whose windows are left out.
+    struct Request {
+        CaptureSource source;
+        std::optional<Display> display;
+        std::vector<RunningApplication> excludedApplications;
+    };
+
+    // These begin a recording, as the main window's choices say; only while idle.
+    void begin(Request request);
+    void beginDevice(const CaptureDevice& device);
+    /// Lets the user choose a region of `display` first. `provesItself`: goes on to the overlay by itself.
+    void beginRegion(const Display& display, std::vector<RunningApplication> excludedApplications, bool provesItself);
+
+    void regionArmProceed();
+    void regionArmCancel();
+
+    /// Ends the recording that runs; one that is only being started ends as soon as it runs.
+    void stop();
+    /// The same, and answers the pending request to quit instead of opening what was recorded.
+    void stopAndTerminate();
+
+    /// Shows the camera in the main window. Where that fails, the status says why.
+    void startCameraPreview() { startPreview(true); }
+    void stopCameraPreview();
+
+  private:
+    enum class Lifetime {};
+    /// What is being begun: a source of the desktop or a device.
+    using Subject = std::variant<Request, CaptureDevice>;
+    struct Granted {
+        bool device = false;
+        bool microphone = false;
+        bool webcam = false;
+    };
+
+    void askForPermissions(Subject subject, Granted granted);
+    void permissionAnswered(Access access, Subject subject, Granted granted, const std::string& refusal);
+    void armRegion(bool provesItself);
+    void regionPicked(std::optional<Rect> rect);
+    void endRegion();
+
+    void prepare(const Subject& subject);
+    void runCountdown(int from, std::function<void()> completion);
+    void startRecorder();
+    void recorderStarted(std::optional<RecorderError> error);
+    void startFailed(const char* category, const std::string& message);
+    void running();
+    void tick();
+    void streamFailed(const RecorderError& error);
+    void note(const std::string& sentence);
+    void finished(const Recorder::Outcome& outcome);
+    void finishedDevice(const DeviceRecorder::Outcome& outcome);
+    void backToIdle();
+    void conclude(const std::string& status, bool succeeded);
+    void presetZooms();
+    void startPreview(bool tellsWhatFails);
+
+    const AppServices& services_;
+    AppView& view_;
+    MainWindowModel& window_;
+    const Events events_;
+    DeviceAccess access_;
+    CameraPreview preview_;
+
+    Phase phase_ = Phase::idle;
+    bool terminationPending_ = false;
+    bool stopRequested_ = false;  // while starting
+    std::optional<Request> pendingRegion_;
+
+    std::filesystem::path folder_;
+    std::optional<Display> display_;
+    std::unique_ptr<Recorder> recorder_;
+    std::unique_ptr<DeviceRecorder> deviceRecorder_;
+    std::unique_ptr<MainLoop::Timer> armTimer_;
+    std::unique_ptr<MainLoop::Timer> countdownTimer_;
+    std::unique_ptr<MainLoop::Timer> tickTimer_;
+    std::unique_ptr<SleepInhibitor::Hold> awake_;
+    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+    std::unique_ptr<GlobalShortcut> stopShortcut_;  // last: it calls in until it ends
+};
+
+}  // namespace lumivastor

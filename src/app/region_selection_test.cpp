@@ -1,0 +1,101 @@
+#include "app/region_selection.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivastor {
+namespace {
+
+constexpr Size kOverlay{1280, 800};
+
+TEST(RegionSelection, asksForADragInTheMiddleUntilThereIsOne) {
+    RegionSelection selection(kOverlay);
+    const auto label = selection.label();
+    ASSERT_TRUE(label);
+    EXPECT_EQ(label->text, "Ausschnitt mit der Maus aufziehen – Esc bricht ab");
+    EXPECT_EQ(label->fontSize, 20);
+    EXPECT_EQ(label->centre, (Point{640, 400}));
+    EXPECT_FALSE(selection.hole());
+}
+
+TEST(RegionSelection, aDragInAnyDirectionGivesTheRectangleBetweenItsEnds) {
+    const Rect expected{100, 50, 200, 300};
+    const Point corners[] = {{100, 50}, {300, 50}, {300, 350}, {100, 350}};
+    for (int i = 0; i < 4; ++i) {
+        RegionSelection selection(kOverlay);
+        selection.mouseDown(corners[i]);
+        selection.mouseDragged({500, 500});
+        EXPECT_EQ(selection.mouseUp(corners[(i + 2) % 4]), expected);
+        EXPECT_FALSE(selection.hole()) << "the drag is over";
+    }
+}
+
+TEST(RegionSelection, whatIsSmallerThanSixtyPointsOnOneSideIsNoRegion) {
+    struct Case {
+        double width, height;
+        bool taken;
+    };
+    for (const Case& each : {Case{60, 60, true}, Case{59, 200, false}, Case{200, 59, false}, Case{59.9, 60, false},
+                             Case{0, 0, false}, Case{600, 60, true}}) {
+        RegionSelection selection(kOverlay);
+        selection.mouseDown({10, 10});
+        const auto rect = selection.mouseUp({10 + each.width, 10 + each.height});
+        EXPECT_EQ(rect.has_value(), each.taken) << each.width << " × " << each.height;
+    }
+}
+
+TEST(RegionSelection, aReleaseOrAMoveWithoutAPressIsNothing) {
+    RegionSelection selection(kOverlay);
+    selection.mouseDragged({500, 500});
+    EXPECT_FALSE(selection.hole());
+    EXPECT_FALSE(selection.mouseUp({800, 600}));
+}
+
+TEST(RegionSelection, showsSizeAndHoleOnceTheDragIsWiderThanTwoPoints) {
+    RegionSelection selection(kOverlay);
+    selection.mouseDown({100, 100});
+    selection.mouseDragged({102, 400});
+    EXPECT_FALSE(selection.hole());
+    EXPECT_FALSE(selection.label()) << "neither a hint nor a size";
+    selection.mouseDragged({420.9, 280.2});
+    EXPECT_EQ(selection.hole(), (Rect{100, 100, 420.9 - 100, 280.2 - 100}));
+    const auto label = selection.label();
+    ASSERT_TRUE(label);
+    EXPECT_EQ(label->text, "320 × 180");
+    EXPECT_EQ(label->fontSize, 13);
+    EXPECT_DOUBLE_EQ(label->centre.x, (100 + 420.9) / 2);
+    EXPECT_DOUBLE_EQ(label->centre.y, 280.2 + 18);
+}
+
+TEST(RegionSelection, theSizeNeverLeavesTheBottomOfTheScreen) {
+    for (int bottom = 100; bottom <= 800; ++bottom) {
+        RegionSelection selection(kOverlay);
+        selection.mouseDown({100, 50});
+        selection.mouseDragged({400, static_cast<double>(bottom)});
+        const double y = selection.label()->centre.y;
+        EXPECT_LE(y, 800 - 14);
+        EXPECT_TRUE(y == bottom + 18 || y == 800 - 14) << bottom;
+    }
+}
+
+TEST(RegionSelection, aDragBeyondTheScreenEndsAtItsEdge) {
+    RegionSelection selection(kOverlay);
+    selection.mouseDown({1000, 700});
+    selection.mouseDragged({2000, 2000});
+    EXPECT_EQ(selection.hole(), (Rect{1000, 700, 280, 100}));
+    EXPECT_EQ(selection.mouseUp({2000, -50}), (Rect{1000, 0, 280, 700}));
+}
+
+TEST(DisplayRect, isTheSameWhereOverlayAndDisplayHaveTheSamePoints) {
+    const Display display{1, "links", {100, 50, 640, 400}, 2};
+    EXPECT_EQ(displayRect({10, 20, 200, 100}, 2, display), (Rect{10, 20, 200, 100}));
+}
+
+TEST(DisplayRect, countsInTheDisplaysPointsWhereTheOverlayHasOthers) {
+    const Display display{1, "links", {100, 50, 1280, 800}, 1};
+    EXPECT_EQ(displayRect({10, 20, 200, 100}, 2, display), (Rect{20, 40, 400, 200}));
+    const Display fine{1, "links", {100, 50, 640, 400}, 2};
+    EXPECT_EQ(displayRect({10, 20, 200, 100}, 1, fine), (Rect{5, 10, 100, 50}));
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,111 @@
+#include "app/single_instance.h"
+
+#include <unistd.h>
+
+#include <QDir>
+#include <QLocalSocket>
+#include <QRegularExpression>
+#include <QTimer>
+
+#include "app/log/log.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Longer than any path that can be opened.
+constexpr qint64 kLongestRequest = 8 * 1024;
+constexpr int kAnswerMilliseconds = 5'000;
+// The first word of a request; a path follows the second one, up to the end of the line of a byte that no path has.
+constexpr char kShow[] = "show";
+constexpr char kEdit[] = "edit ";
+constexpr char kEnd = '\0';
+constexpr char kTaken[] = "taken";
+
+QString pathOf(const std::filesystem::path& folder, const QString& name, const char* ending) {
+    return QString::fromStdString((folder / (name.toStdString() + ending)).string());
+}
+
+// Nothing when it is no request.
+std::optional<SingleInstance::Request> parsed(const QByteArray& request) {
+    if (request == kShow) return SingleInstance::Request{};
+    if (!request.startsWith(kEdit)) return std::nullopt;
+    const std::filesystem::path folder = request.mid(static_cast<qsizetype>(sizeof kEdit) - 1).toStdString();
+    if (!folder.is_absolute()) return std::nullopt;
+    return SingleInstance::Request{folder};
+}
+
+}  // namespace
+
+SingleInstance::SingleInstance(const std::filesystem::path& folder, const QString& name)
+    : socketPath_(pathOf(folder, name, ".socket")), lock_(pathOf(folder, name, ".lock")) {
+    // Whoever holds it is told by its process, so that one that crashed holds nothing. Its age says nothing.
+    lock_.setStaleLockTime(0);
+    if (lock_.tryLock(0)) listen();
+}
+
+SingleInstance::~SingleInstance() = default;
+
+void SingleInstance::listen() {
+    // What one that crashed left behind.
+    QLocalServer::removeServer(socketPath_);
+    server_ = std::make_unique<QLocalServer>();
+    server_->setSocketOptions(QLocalServer::UserAccessOption);
+    if (!server_->listen(socketPath_)) {
+        Log::write("Capture", "Spätere Starts werden nicht gehört: " + server_->errorString().toStdString());
+    }
+    QObject::connect(server_.get(), &QLocalServer::newConnection, server_.get(), [this] {
+        while (QLocalSocket* client = server_->nextPendingConnection()) serve(*client);
+    });
+}
+
+void SingleInstance::serve(QLocalSocket& client) {
+    QObject::connect(&client, &QLocalSocket::disconnected, &client, &QObject::deleteLater);
+    // One that says nothing does not stay.
+    QTimer::singleShot(kAnswerMilliseconds, &client, [&client] { client.abort(); });
+    const auto read = [this, &client] {
+        const QByteArray waiting = client.peek(kLongestRequest);
+        const qsizetype end = waiting.indexOf(kEnd);
+        if (end < 0) {
+            if (waiting.size() >= kLongestRequest) client.abort();
+            return;
+        }
+        const auto request = parsed(client.read(end + 1).chopped(1));
+        if (!request) {
+            client.abort();
+            return;
+        }
+        client.write(kTaken);
+        client.disconnectFromServer();
+        if (onRequest) onRequest(*request);
+    };
+    QObject::connect(&client, &QLocalSocket::readyRead, &client, read);
+    if (client.bytesAvailable() > 0) read();
+}
+
+bool SingleInstance::handOver(const Request& request) const {
+    QLocalSocket socket;
+    socket.connectToServer(socketPath_);
+    if (!socket.waitForConnected(kAnswerMilliseconds)) return false;
+    QByteArray bytes = request ? QByteArray(kEdit) + QByteArray::fromStdString(request->string()) : QByteArray(kShow);
+    bytes.append(kEnd);
+    socket.write(bytes);
+    QByteArray answer;
+    while (answer.size() < static_cast<qsizetype>(sizeof kTaken) - 1 && socket.waitForReadyRead(kAnswerMilliseconds)) {
+        answer += socket.readAll();
+    }
+    return answer == kTaken;
+}
+
+std::filesystem::path instanceFolder() {
+    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+    return runtime.isEmpty() ? QDir::tempPath().toStdString() : runtime.toStdString();
+}
+
+QString instanceName(const QString& display) {
+    static const QRegularExpression kUnusual("[^A-Za-z0-9.]");
+    QString name = display;
+    return QString("lumivastor-%1-%2").arg(getuid()).arg(name.replace(kUnusual, "_"));
+}
+
+}  // namespace lumivastor

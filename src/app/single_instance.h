@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QLocalServer>
+#include <QLockFile>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QLocalSocket;
+
+namespace lumivastor {
+
+/// Sees to it that a user has this program running once on a display: a second start hands over what it was asked for
+/// to the first and ends. Main thread.
+class SingleInstance {
+  public:
+    /// What a later start asks for: a folder to edit, or just to be seen.
+    using Request = std::optional<std::filesystem::path>;
+
+    /// `folder` belongs to the user alone; `name` says which program on which display.
+    SingleInstance(const std::filesystem::path& folder, const QString& name);
+    ~SingleInstance();
+    SingleInstance(const SingleInstance&) = delete;
+    SingleInstance& operator=(const SingleInstance&) = delete;
+
+    /// Whether this is the first; it then listens, and tells here what later ones ask for.
+    bool isFirst() const { return server_ != nullptr; }
+    std::function<void(const Request&)> onRequest;
+
+    /// Hands a request over to the first. False when it does not answer within a few seconds.
+    bool handOver(const Request& request) const;
+
+  private:
+    void listen();
+    void serve(QLocalSocket& client);
+
+    const QString socketPath_;
+    QLockFile lock_;
+    std::unique_ptr<QLocalServer> server_;
+};
+
+/// Where such files belong: the session's runtime folder, or else the folder for temporary files.
+std::filesystem::path instanceFolder();
+/// For the program of this user on this display.
+QString instanceName(const QString& display);
+
+}  // namespace lumivastor

@@ -1,0 +1,80 @@
+#include "app/source_choice.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "capture/source_listing.h"
+
+namespace lumivastor {
+
+namespace {
+
+std::uint32_t displayID(const CaptureSource& source) {
+    if (const auto* display = std::get_if<DisplaySource>(&source)) return display->display.id;
+    if (const auto* region = std::get_if<RegionSource>(&source)) return region->display.id;
+    return std::get<WindowSource>(source).window.displayID;
+}
+
+SourcePopup windowPopup(const std::vector<Window>& windows) {
+    SourcePopup popup;
+    for (const Window& window : windows) popup.items.push_back(windowTitle(window));
+    popup.status = windows.empty()
+                       ? "Kein aufnehmbares Fenster gefunden - Liste mit ↻ aktualisieren."
+                       : "Bereit. " + std::to_string(windows.size()) + " Fenster gefunden (↻ aktualisiert die Liste).";
+    return popup;
+}
+
+SourcePopup displayPopup(const std::vector<Display>& displays, const std::string& readyStatus) {
+    SourcePopup popup;
+    for (std::size_t i = 0; i < displays.size(); ++i) popup.items.push_back(displayTitle(displays[i], i));
+    popup.status = displays.empty() ? "Kein Bildschirm gefunden." : readyStatus;
+    return popup;
+}
+
+SourcePopup devicePopup(const std::vector<CaptureDevice>& devices) {
+    SourcePopup popup;
+    for (const CaptureDevice& device : devices) popup.items.push_back(device.name);
+    popup.status = "Bereit. Hinweis: Vom iPhone gibt es keine Klick-Daten - Zooms setzt du im Editor von Hand.";
+    return popup;
+}
+
+}  // namespace
+
+SourceLists sourceLists(const ShareableContent& content, std::vector<CaptureDevice> devices) {
+    const RunningApplication self{getpid(), kOwnBundleIdentifier, "LumiVastor"};
+    return {content.displays, recordableWindows(content.windows, ownIdentifier(content)), std::move(devices),
+            content.ownApplication.value_or(self)};
+}
+
+SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
+    switch (type) {
+        case SourceType::window:
+            return windowPopup(lists.windows);
+        case SourceType::display:
+            return displayPopup(lists.displays,
+                                "Bereit. " + std::to_string(lists.displays.size()) + " Bildschirm(e) gefunden.");
+        case SourceType::region:
+            return displayPopup(lists.displays, "Bereit. Nach dem Start ziehst du den Ausschnitt mit der Maus auf.");
+        case SourceType::device:
+            return devicePopup(lists.devices);
+    }
+    return {};
+}
+
+SourcePopup deniedSourcePopup() {
+    // The third line's quotation ends with a plain mark: that is how the text is laid down.
+    return {{"keine Berechtigung"},
+            "Die Bildschirmaufnahme ist noch nicht erlaubt.\n"
+            "Systemeinstellungen → Datenschutz & Sicherheit → Bildschirmaufnahme,\n"
+            "dort „LumiVastor\" aktivieren und die App neu starten."};
+}
+
+std::optional<Display> displayOf(const CaptureSource& source, const std::vector<Display>& displays) {
+    const auto found = std::find_if(displays.begin(), displays.end(),
+                                    [id = displayID(source)](const Display& display) { return display.id == id; });
+    return found == displays.end() ? std::nullopt : std::optional(*found);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,86 @@
+#include "app/source_choice.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace lumivastor {
+namespace {
+
+const RunningApplication kTerminal{1, "xterm", "Terminal"};
+
+SourceLists lists() {
+    SourceLists lists;
+    lists.displays = {{7, "links", {0, 0, 1280, 800}, 1}, {9, "rechts", {1280, 0, 960, 540}, 2}};
+    lists.windows = {{70, "Sitzung", kTerminal, 0, {0, 0, 300, 200}, 9}, {71, "", kTerminal, 0, {0, 0, 500, 400}, 7}};
+    lists.devices = {{"a", "iPhone von Ada", true, 0}};
+    return lists;
+}
+
+TEST(SourcePopup, namesDisplaysByPositionAndPixels) {
+    const SourcePopup popup = sourcePopup(SourceType::display, lists());
+    EXPECT_EQ(popup.items, (std::vector<std::string>{"Bildschirm 1 – 1280×800 px", "Bildschirm 2 – 1920×1080 px"}));
+    EXPECT_EQ(popup.status, "Bereit. 2 Bildschirm(e) gefunden.");
+}
+
+TEST(SourcePopup, offersTheSameDisplaysForARegion) {
+    const SourcePopup popup = sourcePopup(SourceType::region, lists());
+    EXPECT_EQ(popup.items, sourcePopup(SourceType::display, lists()).items);
+    EXPECT_EQ(popup.status, "Bereit. Nach dem Start ziehst du den Ausschnitt mit der Maus auf.");
+}
+
+TEST(SourcePopup, namesWindowsByProgramAndTitle) {
+    const SourcePopup popup = sourcePopup(SourceType::window, lists());
+    EXPECT_EQ(popup.items, (std::vector<std::string>{"Terminal – Sitzung", "Terminal – (ohne Titel)"}));
+    EXPECT_EQ(popup.status, "Bereit. 2 Fenster gefunden (↻ aktualisiert die Liste).");
+}
+
+TEST(SourcePopup, namesDevices) {
+    const SourcePopup popup = sourcePopup(SourceType::device, lists());
+    EXPECT_EQ(popup.items, (std::vector<std::string>{"iPhone von Ada"}));
+    EXPECT_EQ(popup.status,
+              "Bereit. Hinweis: Vom iPhone gibt es keine Klick-Daten - Zooms setzt du im Editor von Hand.");
+}
+
+TEST(SourcePopup, saysWhenThereIsNothing) {
+    const auto status = [](SourceType type) { return sourcePopup(type, {}).status; };
+    EXPECT_EQ(status(SourceType::display), "Kein Bildschirm gefunden.");
+    EXPECT_EQ(status(SourceType::region), "Kein Bildschirm gefunden.");
+    EXPECT_EQ(status(SourceType::window), "Kein aufnehmbares Fenster gefunden - Liste mit ↻ aktualisieren.");
+    for (const auto type : {SourceType::display, SourceType::window, SourceType::region, SourceType::device}) {
+        EXPECT_TRUE(sourcePopup(type, {}).items.empty());
+    }
+}
+
+TEST(SourcePopup, tellsHowToAllowRecordingInThreeLines) {
+    const SourcePopup popup = deniedSourcePopup();
+    EXPECT_EQ(popup.items, (std::vector<std::string>{"keine Berechtigung"}));
+    EXPECT_EQ(popup.status,
+              "Die Bildschirmaufnahme ist noch nicht erlaubt.\nSystemeinstellungen → Datenschutz & Sicherheit → "
+              "Bildschirmaufnahme,\ndort „LumiVastor\" aktivieren und die App neu starten.");
+}
+
+TEST(SourceLists, leaveOwnWindowsOutAndKnowTheOwnProgram) {
+    ShareableContent content;
+    const RunningApplication own{44, "Lumivastor", "LumiVastor"};
+    content.ownApplication = own;
+    content.windows = {{1, "Fremd", kTerminal, 0, {0, 0, 300, 200}, 7}, {2, "Eigen", own, 0, {0, 0, 300, 200}, 7}};
+    const SourceLists lists = sourceLists(content, {});
+    ASSERT_EQ(lists.windows.size(), 1U);
+    EXPECT_EQ(lists.windows[0].id, 1U);
+    EXPECT_EQ(lists.ownApplication, own);
+}
+
+TEST(SourceLists, aProgramWithoutWindowsKnowsItselfByItsProcess) {
+    EXPECT_EQ(sourceLists({}, {}).ownApplication->processId, getpid());
+}
+
+TEST(DisplayOf, findsTheDisplayOfEverySource) {
+    const auto displays = lists().displays;
+    EXPECT_EQ(displayOf(DisplaySource{displays[1]}, displays), displays[1]);
+    EXPECT_EQ(displayOf(RegionSource{displays[0], {}}, displays), displays[0]);
+    EXPECT_EQ(displayOf(WindowSource{lists().windows[0]}, displays), displays[1]);
+    EXPECT_FALSE(displayOf(WindowSource{lists().windows[0]}, {displays[0]}));
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "capture/device_recorder.h"
+#include "capture/recorder.h"
+#include "render/cursor_renderer.h"
+
+// What the main window's status line says, where that takes figures. Plain functions.
+
+namespace lumivastor {
+
+/// Whole minutes and seconds, cut off: "0:59", "75:03".
+std::string elapsedText(double seconds);
+
+std::string runningText(const Recorder::Stats& stats);
+std::string runningText(const DeviceRecorder::Stats& stats, const std::string& deviceName);
+
+std::string finishedText(const Recorder::Stats& stats, const std::filesystem::path& folder);
+std::string finishedText(const DeviceRecorder::Stats& stats);
+
+std::string checkVideoText(const CursorRenderer::Result& result);
+
+/// "Ausschnitt: 640 × 360 Punkte"
+std::string regionText(const Size& points);
+
+}  // namespace lumivastor

@@ -1,0 +1,273 @@
+#include "app/windows/app_windows.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QScreen>
+#include <QTimer>
+#include <QUrl>
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+#include "app/app_delegate.h"
+#include "editor/file_viewer.h"
+#include "editor/look.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kExportWatchMilliseconds = 5'000;
+
+QString text(const std::filesystem::path& path) {
+    return QString::fromStdString(path.string());
+}
+
+// The screen that shows a display: both are called like the monitor. Where they are not, both begin at the same pixel.
+QScreen* screenFor(const Display& display) {
+    const auto screens = QGuiApplication::screens();
+    for (QScreen* screen : screens) {
+        if (screen->name() == QString::fromStdString(display.name)) return screen;
+    }
+    for (QScreen* screen : screens) {
+        if (screen->geometry().x() == display.frame.x && screen->geometry().y() == display.frame.y) return screen;
+    }
+    return nullptr;
+}
+
+QScreen& mainScreen() {
+    return *QGuiApplication::primaryScreen();
+}
+
+}  // namespace
+
+AppWindows::AppWindows(Options options)
+    : options_(std::move(options)), window_(std::make_unique<MainWindow>(actions())) {
+    // When windows may close without the program ending is for the delegate to say.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QObject::connect(&exportWatch_, &QTimer::timeout, window_.get(), [this] { watchExports(); });
+    QObject::connect(qApp, &QGuiApplication::lastWindowClosed, window_.get(), [this] {
+        // Not from within the window's own closing.
+        QTimer::singleShot(0, window_.get(), [this] {
+            if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) terminate();
+        });
+    });
+}
+
+AppWindows::~AppWindows() = default;
+
+MainWindowActions AppWindows::actions() {
+    MainWindowActions actions;
+    actions.sourceTypeChanged = [this](SourceType type) { delegate_->sourceTypeChanged(type); };
+    actions.sourceSelected = [this](int index) { delegate_->sourceSelected(index); };
+    actions.refreshSources = [this] { delegate_->refreshSources(); };
+    actions.fpsSelected = [this](int index) { delegate_->fpsSelected(index); };
+    actions.autoZoomToggled = [this](bool on) { delegate_->autoZoomToggled(on); };
+    actions.systemAudioToggled = [this](bool on) { delegate_->systemAudioToggled(on); };
+    actions.microphoneToggled = [this](bool on) { delegate_->microphoneToggled(on); };
+    actions.webcamToggled = [this](bool on) { delegate_->webcamToggled(on); };
+    actions.toggleRecording = [this] { delegate_->toggleRecording(); };
+    actions.renderCheckVideo = [this] { delegate_->renderCheckVideo(); };
+    actions.renderStudioVideo = [this] { delegate_->renderStudioVideo(); };
+    actions.revealFolder = [this] { delegate_->revealFolder(); };
+    actions.noticeAction = [this](NoticeKind kind) { noticeAction(kind); };
+    actions.about = [this] { showAbout(); };
+    actions.checkForUpdates = options_.checkForUpdates;
+    actions.terminate = [this] { terminate(); };
+    return actions;
+}
+
+void AppWindows::noticeAction(NoticeKind kind) {
+    if (kind == NoticeKind::interrupted) delegate_->completeInterrupted();
+    if (kind == NoticeKind::update) options_.openUpdate();
+}
+
+void AppWindows::terminate() {
+    if (delegate_->applicationShouldTerminate() == AppDelegate::TerminateReply::now) QCoreApplication::quit();
+}
+
+void AppWindows::replyToApplicationShouldTerminate() {
+    QCoreApplication::quit();
+}
+
+void AppWindows::reopen() {
+    bool hasVisibleWindows = false;
+    for (QWidget* each : QApplication::topLevelWidgets()) {
+        if (!each->isVisible() || each->windowType() != Qt::Window) continue;
+        hasVisibleWindows = true;
+        if (each != window_.get() || delegate_->applicationShouldTerminateAfterLastWindowClosed()) {
+            each->raise();
+            each->activateWindow();
+        }
+    }
+    delegate_->applicationShouldHandleReopen(hasVisibleWindows);
+}
+
+void AppWindows::showAbout() {
+    QMessageBox box(window_.get());
+    box.setWindowTitle("Über LumiVastor");
+    box.setText("<b>LumiVastor</b> " LUMI_VERSION);
+    box.setInformativeText("Bildschirmaufnahmen aufnehmen, bearbeiten und als Video ausgeben.");
+    box.addButton("Schließen", QMessageBox::AcceptRole);
+    box.exec();
+}
+
+// Main window
+
+void AppWindows::show(const MainWindowState& state) {
+    window_->show(state);
+}
+
+void AppWindows::showMainWindow() {
+    if (!window_->testAttribute(Qt::WA_Moved)) {
+        QRect frame = window_->rect();
+        frame.moveCenter(mainScreen().availableGeometry().center());
+        window_->move(frame.topLeft());
+    }
+    window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
+    window_->setVisible(true);
+    window_->raise();
+    window_->activateWindow();
+}
+
+void AppWindows::hideMainWindow() {
+    window_->hide();
+}
+
+void AppWindows::showCameraPreview(std::shared_ptr<WebcamPreview> preview) {
+    window_->setCameraPreview(std::move(preview));
+}
+
+void AppWindows::hideCameraPreview() {
+    window_->setCameraPreview(nullptr);
+}
+
+// Panels
+
+void AppWindows::showCountdown(int number) {
+    if (!countdown_) countdown_ = std::make_unique<CountdownWindow>(mainScreen());
+    countdown_->setNumber(number);
+    countdown_->orderFront();
+}
+
+void AppWindows::hideCountdown() {
+    countdown_.reset();
+}
+
+bool AppWindows::hasScreen(const Display& display) {
+    return screenFor(display) != nullptr;
+}
+
+void AppWindows::showRegionArmPanel(const Display& display) {
+    QScreen* const screen = screenFor(display);
+    armPanel_ = std::make_unique<RegionArmPanel>(
+        screen != nullptr ? *screen : mainScreen(), [this] { delegate_->regionArmProceed(); },
+        [this] { delegate_->regionArmCancel(); });
+    armPanel_->orderFront();
+}
+
+void AppWindows::closeRegionArmPanel() {
+    if (!armPanel_) return;
+    armPanel_->hide();
+    // One of its own buttons may have been clicked.
+    armPanel_.release()->deleteLater();
+}
+
+void AppWindows::pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) {
+    QScreen* const screen = screenFor(display);
+    if (screen == nullptr) {
+        QTimer::singleShot(0, window_.get(), [completion = std::move(completion)] { completion(std::nullopt); });
+        return;
+    }
+    picker_.pick(*screen, [display, ratio = screen->devicePixelRatio(),
+                           completion = std::move(completion)](std::optional<Rect> rect) {
+        completion(rect ? std::optional(displayRect(*rect, ratio, display)) : std::nullopt);
+    });
+}
+
+void AppWindows::installStatusItem(const std::string& title) {
+    statusItem_ =
+        std::make_unique<StatusItem>(QString::fromStdString(title), [this] { delegate_->stopFromStatusItem(); });
+}
+
+void AppWindows::setStatusItemTitle(const std::string& title) {
+    if (statusItem_) statusItem_->setTitle(QString::fromStdString(title));
+}
+
+void AppWindows::removeStatusItem() {
+    if (!statusItem_) return;
+    // It may be what was clicked.
+    QTimer::singleShot(0, window_.get(), [item = std::shared_ptr<StatusItem>(std::move(statusItem_))] {});
+}
+
+void AppWindows::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) {
+    QScreen* const screen = display ? screenFor(*display) : nullptr;
+    recordingPanel_ = std::make_unique<RecordingPanel>(screen != nullptr ? *screen : mainScreen(), std::move(preview),
+                                                       [this] { delegate_->stopFromStatusItem(); });
+    recordingPanel_->orderFront();
+}
+
+void AppWindows::setRecordingPanelTime(const std::string& time) {
+    if (recordingPanel_) recordingPanel_->setTime(QString::fromStdString(time));
+}
+
+void AppWindows::removeRecordingPanel() {
+    if (!recordingPanel_) return;
+    recordingPanel_->hide();
+    recordingPanel_.release()->deleteLater();
+}
+
+// Folders
+
+void AppWindows::askForFolder(const std::string& message, const std::filesystem::path& start,
+                              std::function<void(std::optional<std::filesystem::path>)> completion) {
+    auto* panel = new QFileDialog(window_.get(), QString::fromStdString(message));
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setFileMode(QFileDialog::Directory);
+    panel->setOption(QFileDialog::ShowDirsOnly);
+    panel->setLabelText(QFileDialog::Accept, "Öffnen");
+    panel->setLabelText(QFileDialog::Reject, "Abbrechen");
+    panel->setLabelText(QFileDialog::FileName, "Ordner:");
+    panel->setLabelText(QFileDialog::LookIn, "In:");
+    panel->setLabelText(QFileDialog::FileType, "Art:");
+    std::error_code error;
+    const bool exists = std::filesystem::is_directory(start, error);
+    panel->setDirectory(exists ? text(start) : text(start.parent_path().parent_path()));
+    QObject::connect(panel, &QDialog::finished, panel, [panel, completion = std::move(completion)](int result) {
+        const QStringList chosen = panel->selectedFiles();
+        if (result != QDialog::Accepted || chosen.isEmpty()) {
+            completion(std::nullopt);
+        } else {
+            completion(std::filesystem::path(chosen.first().toStdString()));
+        }
+    });
+    panel->open();
+}
+
+void AppWindows::openEditor(const std::filesystem::path& folder) {
+    EditorWindow& editor = options_.editors.open(folder);
+    openEditors_.emplace_back(&editor);
+    exportWatch_.start(kExportWatchMilliseconds);
+}
+
+// A screen that goes to sleep in between is no harm; a machine that does is.
+void AppWindows::watchExports() {
+    std::erase_if(openEditors_, [](const QPointer<EditorWindow>& editor) { return editor.isNull(); });
+    const bool exports = std::any_of(openEditors_.begin(), openEditors_.end(),
+                                     [](const QPointer<EditorWindow>& editor) { return editor->isRendering(); });
+    if (!exports) awake_.reset();
+    if (exports && !awake_) awake_ = options_.sleep.inhibit("Ein Video wird ausgegeben.");
+    if (openEditors_.empty()) exportWatch_.stop();
+}
+
+void AppWindows::openFolder(const std::filesystem::path& folder) {
+    QDesktopServices::openUrl(QUrl::fromLocalFile(text(folder)));
+}
+
+void AppWindows::revealFile(const std::filesystem::path& file) {
+    revealInFileViewer(file);
+}
+
+}  // namespace lumivastor

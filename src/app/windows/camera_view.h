@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <memory>
+
+#include "capture/webcam_preview.h"
+
+namespace lumivastor {
+
+/// A camera's live picture, mirrored, filling the view, in rounded corners.
+class CameraView final : public QWidget {
+  public:
+    /// `radius` in points.
+    CameraView(QSize size, double radius, QWidget* parent = nullptr);
+
+    /// Null: shows the empty frame.
+    void setPreview(std::shared_ptr<WebcamPreview> preview);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    void look();
+
+    const double radius_;
+    std::shared_ptr<WebcamPreview> preview_;
+    std::shared_ptr<const BgraPremultipliedBuffer> shown_;
+    QTimer timer_;
+};
+
+}  // namespace lumivastor

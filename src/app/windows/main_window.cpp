@@ -1,0 +1,311 @@
+#include "app/windows/main_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "app/windows/camera_view.h"
+#include "editor/look.h"
+#include "editor/segmented_control.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kRowWidth = 530;
+constexpr int kSourceWidth = 496;
+constexpr int kEdge = 20;
+constexpr int kSpacing = 6;
+constexpr int kGroupSpace = 8;
+constexpr int kStatusLines = 5;
+constexpr int kStatusLine = 14;
+
+// What this window has besides the look that all windows share.
+constexpr const char* kSheet = R"(
+    QWidget[role="window"] { background: #1A1C21; }
+    QLabel[role="status"] { font-family: monospace; font-size: 11px; color: @second; }
+    QFrame[role="notice"] { background: #2B2622; border: 1px solid #5A4636; border-radius: 7px; }
+    QPushButton[role="record"] {
+        background: #D94033; border: 2px solid #D94033; border-radius: 8px; color: white;
+        font-size: 14px; font-weight: 600; min-height: 28px;
+    }
+    QPushButton[role="record"]:hover { background: #E5564A; border-color: #E5564A; }
+    QPushButton[role="record"]:pressed { background: #BC3529; border-color: #BC3529; }
+    QPushButton[role="record"]:disabled { background: #4A302D; border-color: #4A302D; color: #A9918E; }
+    QPushButton[role="record"]:focus { border-color: #FFD8D3; }
+    QPushButton[role="segment"]:disabled { color: @disabled; background: transparent; border-color: transparent; }
+    QPushButton[role="segment"]:checked:disabled { background: #32343B; border-color: #32343B; }
+    QCheckBox:disabled { color: @disabled; }
+    QMenuBar { background: transparent; }
+    QMenuBar::item { background: transparent; padding: 4px 10px; border-radius: 5px; }
+    QMenuBar::item:selected { background: #32343B; }
+)";
+
+QLabel* caption(const char* text) {
+    auto* label = new QLabel(text);
+    label->setProperty("role", "second");
+    return label;
+}
+
+QCheckBox* box(const char* title, const char* name, const std::function<void(bool)>& toggled) {
+    auto* made = new QCheckBox(title);
+    made->setObjectName(name);
+    QObject::connect(made, &QCheckBox::clicked, made, toggled);
+    return made;
+}
+
+QPushButton* button(const char* title, const char* name, const std::function<void()>& clicked) {
+    auto* made = new QPushButton(title);
+    made->setObjectName(name);
+    made->setAutoDefault(false);
+    QObject::connect(made, &QPushButton::clicked, made, [clicked] { clicked(); });
+    return made;
+}
+
+// What editing shortcuts of the menu are for: the text field that has the keyboard.
+template <typename Edit>
+void inTextField(Edit edit) {
+    if (auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget())) (field->*edit)();
+}
+
+void select(QComboBox& popup, int index) {
+    const QSignalBlocker quiet(popup);
+    popup.setCurrentIndex(index);
+}
+
+}  // namespace
+
+MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions)) {
+    setObjectName("mainWindow");
+    setWindowTitle("LumiVastor");
+    setProperty("role", "window");
+    setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                   Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
+    setFixedSize(580, 634);
+    setStyleSheet(
+        look::styleSheet(font()) +
+        QString(kSheet).replace("@second", look::kSecondText.name()).replace("@disabled", look::kDisabledText.name()));
+
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    whole->setSpacing(0);
+    buildMenus(*whole);
+    auto* column = new QVBoxLayout;
+    column->setContentsMargins(kEdge + kSpacing - 1, kSpacing, kEdge + kSpacing - 1, kEdge);
+    column->setSpacing(kSpacing);
+    whole->addLayout(column);
+    buildSource(*column);
+    buildBoxes(*column);
+    buildButtons(*column);
+    buildStatus(*column);
+    recordButton_->setFocus();
+}
+
+void MainWindow::buildMenus(QVBoxLayout& column) {
+    auto* bar = new QMenuBar;
+    QMenu* application = bar->addMenu("LumiVastor");
+    application->addAction("Über LumiVastor", this, [this] { actions_.about(); });
+    application->addSeparator();
+    if (actions_.checkForUpdates) {
+        application->addAction("Nach Updates suchen …", this, [this] { actions_.checkForUpdates(); });
+        application->addSeparator();
+    }
+    application->addAction("LumiVastor beenden", this, [this] { actions_.terminate(); })
+        ->setShortcut(QKeySequence("Ctrl+Q"));
+    QMenu* edit = bar->addMenu("Bearbeiten");
+    const auto add = [&](const char* title, const char* key, auto action) {
+        edit->addAction(title, this, [action] { inTextField(action); })->setShortcut(QKeySequence(key));
+    };
+    add("Ausschneiden", "Ctrl+X", &QLineEdit::cut);
+    add("Kopieren", "Ctrl+C", &QLineEdit::copy);
+    add("Einsetzen", "Ctrl+V", &QLineEdit::paste);
+    add("Alles auswählen", "Ctrl+A", &QLineEdit::selectAll);
+    column.setMenuBar(bar);
+}
+
+void MainWindow::buildSource(QVBoxLayout& column) {
+    static constexpr std::array<std::string_view, 4> kTypes = {"Bildschirm", "Fenster", "Ausschnitt", "iPhone"};
+    column.addWidget(caption("Quelle"));
+    sourceTypeControl_ = new SegmentedControl(kTypes, "Art der Quelle");
+    sourceTypeControl_->setObjectName("sourceTypeControl");
+    sourceTypeControl_->setFixedWidth(kRowWidth);
+    sourceTypeControl_->selected = [this] {
+        actions_.sourceTypeChanged(static_cast<SourceType>(sourceTypeControl_->index()));
+    };
+    column.addWidget(sourceTypeControl_);
+
+    displayPopup_ = new QComboBox;
+    displayPopup_->setObjectName("displayPopup");
+    displayPopup_->setAccessibleName("Quelle");
+    displayPopup_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    connect(displayPopup_, &QComboBox::activated, this, actions_.sourceSelected);
+    refreshButton_ = button("↻", "refreshButton", actions_.refreshSources);
+    refreshButton_->setToolTip("Liste aktualisieren");
+    refreshButton_->setAccessibleName("Liste aktualisieren");
+    auto* row = new QHBoxLayout;
+    row->setSpacing(kSpacing);
+    row->addWidget(displayPopup_, 1);
+    row->addWidget(refreshButton_);
+    auto* rowWidget = new QWidget;
+    rowWidget->setFixedWidth(kSourceWidth);
+    row->setContentsMargins(0, 0, 0, 0);
+    rowWidget->setLayout(row);
+    column.addWidget(rowWidget);
+    column.addSpacing(kGroupSpace);
+
+    column.addWidget(caption("Bildrate"));
+    fpsPopup_ = new QComboBox;
+    fpsPopup_->setObjectName("fpsPopup");
+    fpsPopup_->setAccessibleName("Bildrate");
+    fpsPopup_->addItems({"60 Bilder/s", "30 Bilder/s"});
+    connect(fpsPopup_, &QComboBox::activated, this, actions_.fpsSelected);
+    column.addWidget(fpsPopup_, 0, Qt::AlignLeft);
+    column.addSpacing(kGroupSpace);
+}
+
+void MainWindow::buildBoxes(QVBoxLayout& column) {
+    auto* boxes = new QVBoxLayout;
+    boxes->setSpacing(kSpacing);
+    boxes->addWidget(caption("Zooms"));
+    autoZoomBox_ = box("Automatische Zooms (Kamera fährt zu deinen Klicks)", "autoZoomBox", actions_.autoZoomToggled);
+    boxes->addWidget(autoZoomBox_);
+    boxes->addSpacing(kGroupSpace);
+
+    boxes->addWidget(caption("Ton"));
+    systemAudioBox_ = box("Systemton aufnehmen", "systemAudioBox", actions_.systemAudioToggled);
+    boxes->addWidget(systemAudioBox_);
+    microphoneBox_ = box("Mikrofon aufnehmen", "microphoneBox", actions_.microphoneToggled);
+    boxes->addWidget(microphoneBox_);
+    boxes->addSpacing(kGroupSpace);
+
+    boxes->addWidget(caption("Kamera"));
+    webcamBox_ = box("Kamera aufnehmen (Facecam)", "webcamBox", actions_.webcamToggled);
+    boxes->addWidget(webcamBox_);
+
+    // Beside the boxes, so that nothing moves when it comes.
+    webcamPreviewContainer_ = new CameraView({224, 126}, 10);
+    webcamPreviewContainer_->setObjectName("webcamPreviewContainer");
+    webcamPreviewContainer_->hide();
+    auto* row = new QGridLayout;
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addLayout(boxes, 0, 0);
+    row->addWidget(webcamPreviewContainer_, 0, 0, Qt::AlignRight | Qt::AlignBottom);
+    column.addLayout(row);
+    column.addStretch(1);
+}
+
+void MainWindow::buildButtons(QVBoxLayout& column) {
+    recordButton_ = button("Aufnahme starten", "recordButton", actions_.toggleRecording);
+    recordButton_->setProperty("role", "record");
+    recordButton_->setFixedWidth(kRowWidth);
+    recordButton_->setShortcut(Qt::Key_Return);
+    column.addWidget(recordButton_);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(kSpacing);
+    studioButton_ = button("Aufnahme bearbeiten …", "studioButton", actions_.renderStudioVideo);
+    renderButton_ = button("Prüfvideo erzeugen …", "renderButton", actions_.renderCheckVideo);
+    revealButton_ = button("Aufnahmeordner öffnen", "revealButton", actions_.revealFolder);
+    for (QPushButton* each : {studioButton_, renderButton_, revealButton_}) row->addWidget(each, 1);
+    column.addLayout(row);
+}
+
+void MainWindow::buildStatus(QVBoxLayout& column) {
+    noticeRows_ = new QVBoxLayout;
+    noticeRows_->setSpacing(kSpacing);
+    column.addLayout(noticeRows_);
+    statusLabel_ = new QLabel;
+    statusLabel_->setObjectName("statusLabel");
+    statusLabel_->setProperty("role", "status");
+    statusLabel_->setWordWrap(true);
+    statusLabel_->setTextFormat(Qt::PlainText);
+    statusLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    statusLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    // The longest text takes so many lines; nothing moves when it comes.
+    statusLabel_->setMinimumHeight(kStatusLines * kStatusLine);
+    statusLabel_->setFocusPolicy(Qt::NoFocus);
+    column.addWidget(statusLabel_);
+    progressBar_ = new QProgressBar;
+    progressBar_->setObjectName("progressBar");
+    progressBar_->setRange(0, 1000);
+    progressBar_->setTextVisible(false);
+    progressBar_->hide();
+    column.addWidget(progressBar_);
+}
+
+void MainWindow::show(const MainWindowState& state) {
+    const MainWindowChoices& choices = state.choices;
+    sourceTypeControl_->setIndex(static_cast<int>(choices.sourceType));
+    if (shownItems_ != state.sourceItems) {
+        shownItems_ = state.sourceItems;
+        const QSignalBlocker quiet(displayPopup_);
+        displayPopup_->clear();
+        for (const std::string& item : shownItems_) displayPopup_->addItem(QString::fromStdString(item));
+    }
+    select(*displayPopup_, choices.sourceIndex);
+    select(*fpsPopup_, choices.fpsIndex);
+    autoZoomBox_->setChecked(choices.autoZoom);
+    systemAudioBox_->setChecked(choices.systemAudio);
+    microphoneBox_->setChecked(choices.microphone);
+    webcamBox_->setChecked(choices.webcam);
+
+    recordButton_->setText(QString::fromStdString(state.recordTitle));
+    // Setting the text takes the key away.
+    recordButton_->setShortcut(Qt::Key_Return);
+    recordButton_->setEnabled(state.recordEnabled);
+    for (QWidget* each :
+         std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, fpsPopup_, systemAudioBox_,
+                                         microphoneBox_, webcamBox_, studioButton_, revealButton_}) {
+        each->setEnabled(state.controlsEnabled);
+    }
+    renderButton_->setEnabled(state.controlsEnabled && !state.progress);
+    statusLabel_->setText(QString::fromStdString(state.status));
+    progressBar_->setVisible(state.progress.has_value());
+    progressBar_->setValue(static_cast<int>(std::lround(state.progress.value_or(0) * progressBar_->maximum())));
+    showNotices(state.notices);
+}
+
+void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
+    if (shownNotices_ == notices) return;
+    shownNotices_ = notices;
+    while (QLayoutItem* item = noticeRows_->takeAt(0)) {
+        item->widget()->deleteLater();
+        delete item;
+    }
+    for (const auto& [kind, notice] : notices) {
+        auto* row = new QFrame;
+        row->setProperty("role", "notice");
+        auto* layout = new QHBoxLayout(row);
+        layout->setContentsMargins(look::kNear, look::kTight, look::kTight, look::kTight);
+        auto* text = new QLabel(QString::fromStdString(notice.text));
+        text->setObjectName("noticeLabel");
+        text->setProperty("role", "second");
+        text->setTextFormat(Qt::PlainText);
+        text->setWordWrap(true);
+        layout->addWidget(text, 1);
+        if (!notice.action.empty()) {
+            layout->addWidget(
+                button(notice.action.c_str(), "noticeButton", [this, kind = kind] { actions_.noticeAction(kind); }));
+        }
+        noticeRows_->addWidget(row);
+    }
+}
+
+void MainWindow::setCameraPreview(std::shared_ptr<WebcamPreview> preview) {
+    webcamPreviewContainer_->setVisible(preview != nullptr);
+    webcamPreviewContainer_->setPreview(std::move(preview));
+}
+
+}  // namespace lumivastor

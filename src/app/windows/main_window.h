@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+#include "app/main_window_state.h"
+#include "capture/webcam_preview.h"
+
+class QAction;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QVBoxLayout;
+
+namespace lumivastor {
+
+class CameraView;
+class SegmentedControl;
+
+/// What the user does in the main window.
+struct MainWindowActions {
+    std::function<void(SourceType)> sourceTypeChanged;
+    std::function<void(int)> sourceSelected;
+    std::function<void()> refreshSources;
+    std::function<void(int)> fpsSelected;
+    std::function<void(bool)> autoZoomToggled;
+    std::function<void(bool)> systemAudioToggled;
+    std::function<void(bool)> microphoneToggled;
+    std::function<void(bool)> webcamToggled;
+    std::function<void()> toggleRecording;
+    std::function<void()> renderCheckVideo;
+    std::function<void()> renderStudioVideo;
+    std::function<void()> revealFolder;
+    std::function<void(NoticeKind)> noticeAction;
+    std::function<void()> about;
+    /// Without, there is no such item in the menu.
+    std::function<void()> checkForUpdates;
+    std::function<void()> terminate;
+};
+
+/// The small window from which every recording starts. Shows a state; tells what the user does.
+class MainWindow final : public QWidget {
+  public:
+    explicit MainWindow(MainWindowActions actions);
+
+    void show(const MainWindowState& state);
+    /// Null hides it.
+    void setCameraPreview(std::shared_ptr<WebcamPreview> preview);
+
+  private:
+    void buildMenus(QVBoxLayout& column);
+    void buildSource(QVBoxLayout& column);
+    void buildBoxes(QVBoxLayout& column);
+    void buildButtons(QVBoxLayout& column);
+    void buildStatus(QVBoxLayout& column);
+    void showNotices(const std::map<NoticeKind, Notice>& notices);
+
+    const MainWindowActions actions_;
+    SegmentedControl* sourceTypeControl_ = nullptr;
+    QComboBox* displayPopup_ = nullptr;
+    QPushButton* refreshButton_ = nullptr;
+    QComboBox* fpsPopup_ = nullptr;
+    QCheckBox* autoZoomBox_ = nullptr;
+    QCheckBox* systemAudioBox_ = nullptr;
+    QCheckBox* microphoneBox_ = nullptr;
+    QCheckBox* webcamBox_ = nullptr;
+    CameraView* webcamPreviewContainer_ = nullptr;
+    QPushButton* recordButton_ = nullptr;
+    QPushButton* renderButton_ = nullptr;
+    QPushButton* studioButton_ = nullptr;
+    QPushButton* revealButton_ = nullptr;
+    QVBoxLayout* noticeRows_ = nullptr;
+    QLabel* statusLabel_ = nullptr;
+    QProgressBar* progressBar_ = nullptr;
+    std::vector<std::string> shownItems_;
+    std::map<NoticeKind, Notice> shownNotices_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,166 @@
+#include "app/windows/panels.h"
+
+#include <QBitmap>
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScreen>
+#include <utility>
+
+#include "app/windows/camera_view.h"
+#include "editor/look.h"
+#include "editor/text_labels.h"
+#include "platform/x11/compositing.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr double kScreenMargin = 24;
+
+QColor night(double alpha) {
+    return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
+}
+
+class RedDot final : public QWidget {
+  public:
+    explicit RedDot(QWidget* parent) : QWidget(parent) {}
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(0xFF, 0x45, 0x3A));
+        const double side = 12;
+        painter.drawEllipse(QRectF((width() - side) / 2, (height() - side) / 2, side, side));
+    }
+};
+
+QPushButton* panelButton(const QString& text, const char* name, QWidget* parent, std::function<void()> action) {
+    auto* button = new QPushButton(text, parent);
+    button->setObjectName(name);
+    button->setProperty("role", "icon");  // the one with narrow margins
+    button->setFocusPolicy(Qt::NoFocus);
+    QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
+    return button;
+}
+
+QPainterPath plate(const QRectF& rect, double radius) {
+    QPainterPath path;
+    path.addRoundedRect(rect, radius, radius);
+    return path;
+}
+
+}  // namespace
+
+FloatingPanel::FloatingPanel(QSize size, const Look& look)
+    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
+                           Qt::NoDropShadowWindowHint | Qt::X11BypassWindowManagerHint),
+      look_(look),
+      isSeeThrough_(hasCompositingManager()) {
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_TranslucentBackground, isSeeThrough_);
+    // The program does not end because a panel closes.
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setFixedSize(size);
+    setStyleSheet(look::styleSheet(font()));
+}
+
+void FloatingPanel::orderFront() {
+    show();
+    raise();
+}
+
+void FloatingPanel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing, isSeeThrough_);
+    QColor background = look_.background;
+    if (!isSeeThrough_) background.setAlphaF(1);
+    painter.fillPath(plate(rect(), look_.radius), background);
+}
+
+void FloatingPanel::resizeEvent(QResizeEvent*) {
+    if (isSeeThrough_) return;
+    QBitmap mask(size());
+    mask.fill(Qt::color0);
+    QPainter painter(&mask);
+    painter.fillPath(plate(rect(), look_.radius), Qt::color1);
+    painter.end();
+    setMask(mask);
+}
+
+CountdownWindow::CountdownWindow(const QScreen& screen)
+    : FloatingPanel({220, 220}, {.background = night(0.85), .radius = 36}), label_(new QLabel(this)) {
+    setObjectName("countdownWindow");
+    setWindowTitle("LumiVastor – Countdown");
+    label_->setStyleSheet("color: white; font-size: 120px; font-weight: bold;");
+    label_->setAlignment(Qt::AlignCenter);
+    label_->setGeometry(0, 40, 220, 150);
+    QRect frame = rect();
+    frame.moveCenter(screen.geometry().center());
+    move(frame.topLeft());
+}
+
+void CountdownWindow::setNumber(int number) {
+    label_->setNum(number);
+    setAccessibleName("Aufnahme beginnt in " + QString::number(number));
+}
+
+RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview,
+                               std::function<void()> stop)
+    : FloatingPanel(preview ? QSize(254, 60) : QSize(190, 44), {.background = night(0.92), .radius = 12}),
+      time_(new DigitLabel(this)) {
+    setObjectName("recordingPanel");
+    setWindowTitle("LumiVastor – Aufnahme läuft");
+    const int middle = height() / 2;
+    const int dotX = preview ? 66 : 12;
+    if (preview) {
+        auto* camera = new CameraView({44, 44}, 22, this);
+        camera->move(12, middle - 22);
+        camera->setPreview(std::move(preview));
+    }
+    auto* dot = new RedDot(this);
+    dot->setGeometry(dotX, middle - 10, 20, 20);
+    time_->setObjectName("recordingTime");
+    time_->setStyleSheet("font-size: 15px; font-weight: 500;");
+    setTime("0:00");
+    time_->setGeometry(dotX + 24, middle - 10, 60, 20);
+    auto* button = panelButton("Stopp", "panelStopButton", this, std::move(stop));
+    button->setToolTip("Aufnahme stoppen (Strg+Alt+Umschalt+S)");
+    button->setGeometry(width() - 84, middle - 14, 72, 28);
+    const QRect free = screen.availableGeometry();
+    move(free.x() + free.width() - width() - static_cast<int>(kScreenMargin),
+         free.y() + free.height() - height() - static_cast<int>(kScreenMargin));
+}
+
+void RecordingPanel::setTime(const QString& time) {
+    time_->setText(time);
+}
+
+void RecordingPanel::mousePressEvent(QMouseEvent* event) {
+    grip_ = event->position().toPoint();
+}
+
+void RecordingPanel::mouseMoveEvent(QMouseEvent* event) {
+    if ((event->buttons() & Qt::LeftButton) != 0) move(event->globalPosition().toPoint() - grip_);
+}
+
+RegionArmPanel::RegionArmPanel(const QScreen& screen, std::function<void()> proceed, std::function<void()> cancel)
+    : FloatingPanel({430, 56}, {.background = night(0.92), .radius = 12}) {
+    setObjectName("regionArmPanel");
+    setWindowTitle("LumiVastor – Ausschnitt vorbereiten");
+    auto* label = new QLabel("Fenster zurechtlegen, dann:", this);
+    label->setStyleSheet("font-size: 13px;");
+    label->setGeometry(16, 19, 190, 18);
+    auto* choose = panelButton("Ausschnitt wählen", "armProceedButton", this, std::move(proceed));
+    choose->setProperty("active", true);
+    choose->setGeometry(210, 14, 132, 28);
+    auto* abandon = panelButton("Abbrechen", "armCancelButton", this, std::move(cancel));
+    abandon->setGeometry(350, 14, 70, 28);
+    const QRect free = screen.availableGeometry();
+    move(free.x() + free.width() / 2 - 215, free.y() + static_cast<int>(kScreenMargin));
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,58 @@
+#include "app/windows/status_item.h"
+
+#include <QGuiApplication>
+#include <QPainter>
+#include <utility>
+
+namespace lumivastor {
+
+namespace {
+
+const QColor kRed(0xFF, 0x45, 0x3A);
+
+QPixmap drawing(int side, const QString& time) {
+    QPixmap picture(side, side);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(kRed);
+    const double dot = side * 0.36;
+    painter.drawEllipse(QRectF((side - dot) / 2, side * 0.06, dot, dot));
+    QFont font = QGuiApplication::font();
+    font.setWeight(QFont::DemiBold);
+    // As large as the width takes, for whatever number of digits.
+    font.setPixelSize(side);
+    const double width = QFontMetricsF(font).horizontalAdvance(time);
+    font.setPixelSize(std::max(1, static_cast<int>(side * std::min(0.5, side / std::max(1.0, width)))));
+    painter.setFont(font);
+    painter.setPen(kRed);
+    painter.drawText(QRectF(0, side * 0.42, side, side * 0.6), Qt::AlignCenter, time);
+    return picture;
+}
+
+// What follows the sign in "⏺ 0:00".
+QString timeIn(const QString& title) {
+    return title.section(' ', 1);
+}
+
+}  // namespace
+
+QIcon recordingIcon(const QString& time) {
+    QIcon icon;
+    for (const int side : {22, 24, 32, 48, 64}) icon.addPixmap(drawing(side, time));
+    return icon;
+}
+
+StatusItem::StatusItem(const QString& title, std::function<void()> clicked) {
+    setTitle(title);
+    icon_.setToolTip("Aufnahme stoppen");
+    QObject::connect(&icon_, &QSystemTrayIcon::activated, &icon_, [clicked = std::move(clicked)] { clicked(); });
+    icon_.show();
+}
+
+void StatusItem::setTitle(const QString& title) {
+    icon_.setIcon(recordingIcon(timeIn(title)));
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,110 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/app_delegate.h"
+#include "support/recorder_rig.h"
+
+namespace lumivastor {
+
+/// Windows that nobody sees: what they were told is kept, and what a user would do is done by the test.
+class RecordedView final : public AppView {
+  public:
+    MainWindowState state;
+    /// What was asked for besides, in order: "showMainWindow", "countdown 3", "panel links", ...
+    std::vector<std::string> calls;
+    std::shared_ptr<WebcamPreview> cameraPreview;
+    std::shared_ptr<WebcamPreview> panelPreview;
+    std::vector<std::string> statuses;  // each new one
+
+    // What the view answers.
+    std::vector<std::string> screens = {"links", "rechts"};
+    std::optional<std::filesystem::path> folderToChoose;
+    std::filesystem::path folderAskedFrom;
+    std::string folderMessage;
+    std::function<void(std::optional<Rect>)> regionCompletion;
+    std::optional<std::string> editorError;
+    /// Run when an editor is to be opened.
+    std::function<void(const std::filesystem::path&)> onOpenEditor;
+
+    /// How often `call` came.
+    int count(const std::string& call) const;
+
+    void show(const MainWindowState& newState) override;
+    void showMainWindow() override { calls.emplace_back("showMainWindow"); }
+    void hideMainWindow() override { calls.emplace_back("hideMainWindow"); }
+    void showCameraPreview(std::shared_ptr<WebcamPreview> preview) override;
+    void hideCameraPreview() override;
+    void showCountdown(int number) override { calls.push_back("countdown " + std::to_string(number)); }
+    void hideCountdown() override { calls.emplace_back("hideCountdown"); }
+    bool hasScreen(const Display& display) override;
+    void showRegionArmPanel(const Display& display) override { calls.push_back("arm " + display.name); }
+    void closeRegionArmPanel() override { calls.emplace_back("closeArm"); }
+    void pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) override;
+    void installStatusItem(const std::string& title) override { calls.push_back("install " + title); }
+    void setStatusItemTitle(const std::string& title) override { calls.push_back("title " + title); }
+    void removeStatusItem() override { calls.emplace_back("removeStatusItem"); }
+    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) override;
+    void setRecordingPanelTime(const std::string& time) override { calls.push_back("time " + time); }
+    void removeRecordingPanel() override { calls.emplace_back("removePanel"); }
+    void askForFolder(const std::string& message, const std::filesystem::path& start,
+                      std::function<void(std::optional<std::filesystem::path>)> completion) override;
+    void openEditor(const std::filesystem::path& folder) override;
+    void openFolder(const std::filesystem::path& folder) override { calls.push_back("openFolder " + folder.string()); }
+    void revealFile(const std::filesystem::path& file) override { calls.push_back("reveal " + file.string()); }
+    void replyToApplicationShouldTerminate() override { calls.emplace_back("terminate"); }
+};
+
+class MemoryPreferences final : public Preferences {
+  public:
+    std::optional<bool> autoZooms;
+
+    std::optional<bool> autoZoomsEnabled() const override { return autoZooms; }
+    void setAutoZoomsEnabled(bool enabled) override { autoZooms = enabled; }
+};
+
+/// Counts who wants the machine to stay awake.
+class CountedInhibitor final : public SleepInhibitor {
+  public:
+    int holds = 0;
+
+    std::unique_ptr<Hold> inhibit(const std::string& reason) override;
+};
+
+/// The whole application on a desktop, sound server, devices and clock that are moved by hand, and without windows.
+class AppRig : public RecorderRig {
+  protected:
+    AppRig();
+    ~AppRig() override;
+
+    /// Two displays and three windows of other programs, two of them worth recording.
+    static ShareableContent appContent();
+
+    /// Makes the controller and launches it, until its sources are listed.
+    void launch(const CommandSwitches& switches = {});
+    /// Waits for work of other threads until the phase is reached.
+    void untilStatus(const std::string& start);
+    void untilCalled(const std::string& call);
+    /// From idle to a running recording, with one picture in it.
+    void startRecording();
+    /// One picture of what is recorded, now.
+    void emitPicture();
+    /// Stops it, until the folder is finished.
+    void stopRecording();
+
+    std::filesystem::path root_ = temporary_ / "Movies";
+    RecordedView view_;
+    MemoryPreferences preferences_;
+    CountedInhibitor sleep_;
+    bool shortcutIsTaken_ = false;
+    std::function<void()> pressShortcut_;  // while one is grabbed
+    std::function<void(AppServices&)> beforeLaunch_;
+    std::unique_ptr<AppDelegate> app_;
+};
+
+}  // namespace lumivastor
