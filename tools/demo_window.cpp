@@ -136,8 +136,8 @@ void DemoWindow::draw() {
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
             const std::uint8_t* pixel = pixels.pixel(x, y);
-            shown.push_back((static_cast<std::uint32_t>(pixel[2]) << 16) |
-                            (static_cast<std::uint32_t>(pixel[1]) << 8) | pixel[0]);
+            shown.push_back((static_cast<std::uint32_t>(pixel[2]) << 16) | (static_cast<std::uint32_t>(pixel[1]) << 8) |
+                            pixel[0]);
         }
     }
     window_.drawPixels(shown);

@@ -50,7 +50,9 @@ TEST(UpdateFeed, survivesDamagedBytes) {
         std::string damaged = feed;
         for (int j = 0; j < 3; ++j) damaged[random() % damaged.size()] = static_cast<char>(random());
         const auto release = newestRelease(damaged.substr(0, random() % (damaged.size() + 1)));
-        if (release) EXPECT_TRUE(release->url.starts_with("https://")) << release->url;
+        if (release) {
+            EXPECT_TRUE(release->url.starts_with("https://")) << release->url;
+        }
     }
 }
 

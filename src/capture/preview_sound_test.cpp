@@ -1,3 +1,5 @@
+// What the player plays is heard again with the sound capture. This is the lowest folder that may use both.
+
 #include "media/sound_output.h"
 
 #include <gtest/gtest.h>
