@@ -1,5 +1,5 @@
 // A desktop without a screen, on which a hand that is not there shows a small program: something to record where no
-// display is. Runs a command on that desktop and plays the script meanwhile, which takes about twelve seconds. The exit
+// display is. Runs a command on that desktop and plays the script meanwhile, which takes about sixteen seconds. The exit
 // status is the command's.
 //
 //   scripted_desktop COMMAND [ARGUMENTS...]
@@ -67,7 +67,8 @@ Point centre(const Rect& rect) {
 }
 
 void play(DemoWindow& window, Hand& hand) {
-    hand.pause(0.8);
+    // The command needs a moment to begin: a recorder tries encoders first.
+    hand.pause(4.0);
     hand.glideTo(window.onScreen(centre(DemoWindow::document(1))), 1.0);
     hand.click();
     window.showDocument(1);
@@ -97,7 +98,10 @@ void play(DemoWindow& window, Hand& hand) {
     hand.glideTo(window.onScreen(centre(DemoWindow::saveButton())), 0.6);
     hand.click();
     window.setSaved(true);
-    hand.pause(2.2);
+    // Clicks in the last second before the pointer rests are taken for those that end a recording.
+    hand.pause(1.2);
+    hand.glideTo(window.onScreen({900, 560}), 1.0);
+    hand.pause(1.5);
 }
 
 int run(char** command) {
