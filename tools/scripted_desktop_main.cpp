@@ -1,6 +1,6 @@
 // A desktop without a screen, on which a hand that is not there shows a small program: something to record where no
-// display is. Runs a command on that desktop and plays the script meanwhile, which takes about sixteen seconds. The exit
-// status is the command's.
+// display is. Runs a command on that desktop and plays the script meanwhile, which takes about sixteen seconds. The
+// exit status is the command's.
 //
 //   scripted_desktop COMMAND [ARGUMENTS...]
 
