@@ -62,7 +62,7 @@ bool PictureCache::hasRoomFor(const MediaTime& time, std::size_t bytes) const {
     for (const auto& [start, picture] : pictures_) {
         if (rank < rankOf(picture.shown)) freed += picture.bytes;
     }
-    return bytes_ - freed + bytes <= budget_;
+    return freed == bytes_ || bytes_ - freed + bytes <= budget_;
 }
 
 bool PictureCache::insert(ShownPicture picture) {
@@ -73,9 +73,9 @@ bool PictureCache::insert(ShownPicture picture) {
         pictures_.erase(same);
     }
     const Rank rank = rankOf(picture.shown);
-    while (bytes_ + picture.bytes > budget_) {
+    while (bytes_ + picture.bytes > budget_ && !pictures_.empty()) {
         const auto worst = leastWanted();
-        if (worst == pictures_.end() || rankOf(worst->second.shown) <= rank) return false;
+        if (rankOf(worst->second.shown) <= rank) return false;
         bytes_ -= worst->second.bytes;
         pictures_.erase(worst);
     }

@@ -20,7 +20,8 @@ struct ShownPicture {
 
 /// Decoded pictures of one track within a fixed number of bytes. What is kept when they do not all fit is said by
 /// goals: stretches of the timeline that will be shown soon, the most urgent first. Pictures in an earlier goal push
-/// out those in a later one, those in any goal all others, and of equals the one nearer to the playhead stays.
+/// out those in a later one, those in any goal all others, and of equals the one nearer to the playhead stays. A
+/// picture that is larger than the budget is kept alone.
 ///
 /// One thread at a time.
 class PictureCache {

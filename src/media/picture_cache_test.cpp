@@ -117,6 +117,19 @@ TEST(PictureCache, NeverExceedsItsBudgetAndNeverGivesUpAGoalForLess) {
     }
 }
 
+TEST(PictureCache, APictureLargerThanTheBudgetIsKeptAlone) {
+    PictureCache cache(kBytes - 1);
+    cache.setGoals({stretch(7, 8)}, {7, 10});
+    EXPECT_TRUE(cache.hasRoomFor({3, 10}, kBytes));
+    EXPECT_TRUE(cache.insert(numbered(3)));
+    EXPECT_FALSE(cache.hasRoomFor({2, 10}, kBytes));
+    EXPECT_TRUE(cache.hasRoomFor({7, 10}, kBytes));
+    EXPECT_TRUE(cache.insert(numbered(7)));
+    EXPECT_EQ(kept(cache), std::set<int>{7});
+    EXPECT_FALSE(cache.insert(numbered(8)));
+    EXPECT_EQ(kept(cache), std::set<int>{7});
+}
+
 // Whoever fills goals decodes as long as there is a gap with room for it. That has to come to an end also when the
 // goals are larger than the budget, without decoding anything twice.
 TEST(PictureCache, FillingGoalsThatDoNotFitComesToAnEnd) {

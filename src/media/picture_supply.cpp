@@ -1,7 +1,8 @@
 #include "media/picture_supply.h"
 
-#include <exception>
+#include <algorithm>
 #include <new>
+#include <string>
 #include <utility>
 
 #include "base/thread_name.h"
@@ -38,6 +39,7 @@ void PictureSupply::setGoals(std::vector<TimeRange> goals, const MediaTime& play
         const std::scoped_lock guard(lock_);
         cache_.setGoals(std::move(goals), playhead);
         isResting_ = false;
+        ++goalsRound_;
     }
     wake_.notify_one();
 }
@@ -82,13 +84,14 @@ void PictureSupply::run() {
             return isEnding_ || gap;
         });
         if (isEnding_) return;
+        const std::int64_t round = goalsRound_;
         guard.unlock();
         bool isEnded = false;
         const ShownPicture found = findOrGiveUp(*gap, isEnded);
         if (!isEnded) take(found, *gap);
         guard.lock();
         // Decoded and yet not there: to try again at once would be to try forever.
-        isResting_ = !isEnded && cache_.find(*gap) == nullptr;
+        isResting_ = !isEnded && round == goalsRound_ && cache_.find(*gap) == nullptr;
     }
 }
 
@@ -113,6 +116,7 @@ ShownPicture PictureSupply::findOrGiveUp(const MediaTime& target, bool& isEnded)
 // Keeps a decoded picture. Whether the way to `target` is still the one to go.
 bool PictureSupply::take(const ShownPicture& picture, const MediaTime& target) {
     bool goesOn = false;
+    bool isWanted = false;
     {
         const std::scoped_lock guard(lock_);
         if (picture.picture) {
@@ -121,9 +125,14 @@ bool PictureSupply::take(const ShownPicture& picture, const MediaTime& target) {
         }
         cache_.insert(picture);
         const std::optional<PictureCache::Gap> gap = cache_.firstGap();
-        goesOn = !isEnding_ && gap && cache_.goals()[gap->goal].contains(target);
+        const std::vector<TimeRange>& goals = cache_.goals();
+        goesOn = !isEnding_ && gap && goals[gap->goal].contains(target);
+        // What is only passed is nobody's news.
+        isWanted = std::any_of(goals.begin(), goals.end(), [&](const TimeRange& goal) {
+            return picture.shown.start < goal.end() && goal.start < picture.shown.end();
+        });
     }
-    changed_();
+    if (isWanted) changed_();
     return goesOn;
 }
 

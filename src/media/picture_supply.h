@@ -27,7 +27,8 @@ class PictureSupply {
         std::size_t budget = 0;  // bytes of decoded pictures
     };
 
-    /// `changed` is called on the supply's thread whenever there is more to be found; it must not call the supply.
+    /// `changed` is called on the supply's thread whenever something of the goals can be found; it must not call the
+    /// supply.
     PictureSupply(const CompositionTrack& track, Options options, std::function<void()> changed);
     /// Waits for the picture that is being decoded.
     ~PictureSupply();
@@ -63,6 +64,7 @@ class PictureSupply {
     std::optional<RecorderError> error_;  // guarded by lock_
     std::int64_t decodedCount_ = 0;       // guarded by lock_
     bool isResting_ = false;              // guarded by lock_; until there are other goals
+    std::int64_t goalsRound_ = 0;         // guarded by lock_; counts changes of them
     bool isEnding_ = false;               // guarded by lock_
     std::thread thread_;                  // last: it uses everything above
 };

@@ -125,7 +125,7 @@ TEST(DeviceBackend, picturesComeAtTheGraphsOwnRate) {
     session->stopRunning();
     const auto pictures = seen.pictures();
     for (std::size_t i = 1; i < pictures.size(); ++i) {
-        EXPECT_NEAR(pictures[i].hostSeconds - pictures[i - 1].hostSeconds, 0.05, 0.001);
+        EXPECT_NEAR(pictures[i].hostSeconds - pictures[i - 1].hostSeconds, 0.05, 1e-6);
     }
 }
 

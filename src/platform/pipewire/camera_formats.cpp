@@ -11,6 +11,9 @@ extern "C" {
 #include <libavutil/pixfmt.h>
 }
 
+// PipeWire's calls are macros in GNU's dialect.
+#pragma GCC diagnostic ignored "-Wpedantic"
+
 namespace lumivastor {
 namespace {
 

@@ -198,7 +198,8 @@ class CameraStream::Impl {
         if (data.data == nullptr || data.chunk == nullptr || data.chunk->offset > data.maxsize) return std::nullopt;
         const auto* const start = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset;
         const std::size_t size = std::min<std::size_t>(data.chunk->size, data.maxsize - data.chunk->offset);
-        if ((data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0 || size == 0) return std::nullopt;
+        if ((static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0 || size == 0)
+            return std::nullopt;
         if (isJpeg_) return jpeg_.decode(start, size);
         if (!format_) return std::nullopt;
         std::optional<DevicePicture> picture;

@@ -15,6 +15,9 @@
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
 
+// PipeWire's calls are macros in GNU's dialect.
+#pragma GCC diagnostic ignored "-Wpedantic"
+
 namespace lumivastor {
 namespace {
 

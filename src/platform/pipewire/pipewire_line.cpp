@@ -32,7 +32,7 @@ bool isMicrophone(const PipeWireConnection::Node& node) {
 std::optional<PipeWireConnection::Node> defaultMicrophone(const PipeWireConnection& connection) {
     const auto name = connection.defaultName("audio.source");
     if (!name) return std::nullopt;
-    const auto node = connection.node(*name);
+    auto node = connection.node(*name);
     if (!node || !isMicrophone(*node)) return std::nullopt;
     return node;
 }

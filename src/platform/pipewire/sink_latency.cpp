@@ -5,6 +5,9 @@
 
 #include <cstdint>
 
+// PipeWire's calls are macros in GNU's dialect.
+#pragma GCC diagnostic ignored "-Wpedantic"
+
 namespace lumivastor {
 namespace {
 

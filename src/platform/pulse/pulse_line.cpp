@@ -70,8 +70,8 @@ void PulseLine::connect() {
 
     pa_buffer_attr attributes{};
     attributes.maxlength = UINT32_MAX;
-    attributes.fragsize = static_cast<std::uint32_t>(kFragmentSeconds * sampleRate_) *
-                          static_cast<std::uint32_t>(channels_ * sizeof(float));
+    const auto frameBytes = static_cast<std::uint32_t>(channels_) * static_cast<std::uint32_t>(sizeof(float));
+    attributes.fragsize = static_cast<std::uint32_t>(kFragmentSeconds * sampleRate_) * frameBytes;
     const bool asked =
         pa_stream_connect_record(stream_.get(), device_.c_str(), &attributes, PA_STREAM_ADJUST_LATENCY) >= 0;
     const bool ready = asked && connection_.runUntil(

@@ -62,7 +62,6 @@ void DisplaySource::update(DamageArea& damage) {
 void DisplaySource::readEvents() {
     while (const XEvent event = connection_.nextEvent()) {
         const int type = event.type();
-        const int randr = connection_.randrEvent();
         if (type == connection_.damageEvent() + XCB_DAMAGE_NOTIFY) {
             const auto damage = event.as<xcb_damage_notify_event_t>().damage;
             if (damage == damage_.id()) {
@@ -70,15 +69,19 @@ void DisplaySource::readEvents() {
             } else {
                 excluded_.notifyDamage(damage);
             }
-        } else if (randr != 0 && (type == randr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == randr + XCB_RANDR_NOTIFY)) {
-            layoutChanged_ = true;
-        } else if (type == XCB_CONFIGURE_NOTIFY &&
-                   event.as<xcb_configure_notify_event_t>().window == connection_.root()) {
+        } else if (tellsLayout(event)) {
             layoutChanged_ = true;
         } else {
             excluded_.handleEvent(event);
         }
     }
+}
+
+bool DisplaySource::tellsLayout(const XEvent& event) const {
+    const int type = event.type();
+    if (type == XCB_CONFIGURE_NOTIFY) return event.as<xcb_configure_notify_event_t>().window == connection_.root();
+    const int randr = connection_.randrEvent();
+    return randr != 0 && (type == randr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == randr + XCB_RANDR_NOTIFY);
 }
 
 void DisplaySource::followDisplay(DamageArea& damage) {
@@ -113,7 +116,23 @@ bool DisplaySource::paint(const DamageArea& damage, BgraPremultipliedBuffer& pic
         const PixelRect seen = intersection(rect, visible_);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(area_.x, area_.y), seen.x, seen.y});
     }
-    if (!excluded_.isAnyIn(area_)) return reader_.read(connection_.root(), pieces, picture);
+    if (!excluded_.isAsked()) return reader_.read(connection_.root(), pieces, picture);
+    return paintWithoutExcluded(pieces, picture);
+}
+
+bool DisplaySource::paintWithoutExcluded(std::span<const XImageReader::Piece> pieces,
+                                         BgraPremultipliedBuffer& picture) {
+    if (!excluded_.isAnyIn(area_)) {
+        if (!reader_.read(connection_.root(), pieces, picture)) return false;
+        // The pixels came behind the events of everything that they show. Unless one of those windows may just have
+        // appeared, that was it, and no other program had to wait.
+        readEvents();
+        if (!excluded_.hasChanged()) return true;
+    }
+    const XServerGrab grab(connection_);
+    connection_.waitForServer();
+    readEvents();
+    excluded_.refresh(area_);
     return excluded_.readWithout(reader_, pieces, picture);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,8 +31,10 @@ class DisplaySource : public PictureSource {
     bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
 
   private:
+    bool paintWithoutExcluded(std::span<const XImageReader::Piece> pieces, BgraPremultipliedBuffer& picture);
     void layOut();
     void readEvents();
+    bool tellsLayout(const XEvent& event) const;
     void followDisplay(DamageArea& damage);
 
     const XConnection& connection_;

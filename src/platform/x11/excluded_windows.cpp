@@ -68,20 +68,6 @@ std::set<std::uint32_t> framesAround(const XConnection& connection, const std::v
     return frames;
 }
 
-class ServerGrab {
-  public:
-    explicit ServerGrab(const XConnection& connection) : connection_(connection) { xcb_grab_server(connection_); }
-    ~ServerGrab() {
-        xcb_ungrab_server(connection_);
-        connection_.flush();
-    }
-    ServerGrab(const ServerGrab&) = delete;
-    ServerGrab& operator=(const ServerGrab&) = delete;
-
-  private:
-    const XConnection& connection_;
-};
-
 }  // namespace
 
 ExcludedWindows::ExcludedWindows(const XConnection& connection, std::vector<RunningApplication> applications)
@@ -238,12 +224,18 @@ bool ExcludedWindows::isAnyIn(const PixelRect& area) const {
     return !excludedParts(stack_, area).isEmpty();
 }
 
+void ExcludedWindows::refresh(const PixelRect& area) {
+    // What is found now, the next update still has to tell as a change of the picture.
+    const bool isNews = hasChanged();
+    if (ownersChanged_) findOwners();
+    readStack();
+    if (isNews) redirectTouching(area);
+    stackChanged_ = isNews;
+}
+
 bool ExcludedWindows::readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
                                   BgraPremultipliedBuffer& picture) {
     if (!recomposer_) recomposer_ = std::make_unique<Recomposer>(connection_);
-    const ServerGrab grab(connection_);
-    // As it is now, not as it was when the last event came.
-    readStack();
     return reader.read(connection_.root(), pieces, picture) && cover(reader, pieces, picture);
 }
 

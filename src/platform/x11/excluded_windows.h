@@ -36,6 +36,11 @@ class ExcludedWindows {
     /// where the screen itself did not change; in the desktop's pixels.
     void update(const PixelRect& area, DamageArea& painted);
     bool isAnyIn(const PixelRect& area) const;
+    /// Events told something that no update has dealt with.
+    bool hasChanged() const { return ownersChanged_ || stackChanged_; }
+    /// Finds out where the windows are at this moment, for a reading that follows. The server is grabbed from before
+    /// the events were read until after that.
+    void refresh(const PixelRect& area);
     /// Reads the pieces of the root window as they would look without these windows, all of one moment. False when the
     /// server refuses.
     bool readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,

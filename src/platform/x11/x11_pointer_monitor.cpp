@@ -47,7 +47,7 @@ ServerTime measureTime(const XConnection& connection) {
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, connection.atom(XAtom::timeProbe), XCB_ATOM_INTEGER,
                         8, 0, nullptr);
     // An answer to a later request: the event lies before it in the queue.
-    xReply(connection, xcb_get_input_focus_reply, xcb_get_input_focus(connection));
+    connection.waitForServer();
     const double after = hostClockSeconds();
     std::uint32_t time = 0;
     bool isKnown = false;
@@ -205,7 +205,7 @@ void X11PointerMonitor::settle() {
         std::max_element(waiting_.begin(), waiting_.end(), [](const Waiting& a, const Waiting& b) {
             return isEarlier(a.serverTime, b.serverTime);
         })->serverTime;
-    for (int i = 0; i < 2; ++i) xReply(control_, xcb_get_input_focus_reply, xcb_get_input_focus(control_));
+    for (int i = 0; i < 2; ++i) control_.waitForServer();
     readRecord();
     readRaw();
     if (mappingChanged_) readMapping();

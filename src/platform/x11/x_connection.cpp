@@ -111,6 +111,10 @@ XEvent XConnection::nextEvent() const {
     return XEvent(xcb_poll_for_event(connection_));
 }
 
+void XConnection::waitForServer() const {
+    xReply(connection_, xcb_get_input_focus_reply, xcb_get_input_focus(connection_));
+}
+
 std::uint32_t XConnection::makeId() const {
     return xcb_generate_id(connection_);
 }
@@ -178,6 +182,15 @@ void XConnection::internAtoms() {
         const auto reply = xReply(connection_, xcb_intern_atom_reply, cookie);
         atoms_.push_back(reply ? reply->atom : 0);
     }
+}
+
+XServerGrab::XServerGrab(const XConnection& connection) : connection_(connection) {
+    xcb_grab_server(connection_);
+}
+
+XServerGrab::~XServerGrab() {
+    xcb_ungrab_server(connection_);
+    connection_.flush();
 }
 
 }  // namespace lumivastor

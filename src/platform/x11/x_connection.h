@@ -76,6 +76,8 @@ class XConnection {
     void flush() const;
     /// The next event that has arrived, if any; never waits. Errors of requests that nobody waits for come here, too.
     XEvent nextEvent() const;
+    /// Waits until the server has dealt with everything that was asked. Events that it told before have then arrived.
+    void waitForServer() const;
 
     std::uint32_t root() const { return root_; }
     std::uint32_t rootVisual() const { return rootVisual_; }
@@ -119,6 +121,18 @@ class XConnection {
     bool hasMonitors_ = false;
     bool hasClientIds_ = false;
     bool hasRecord_ = false;
+};
+
+/// While it lives, the server serves nobody else: what is read shows one moment.
+class XServerGrab {
+  public:
+    explicit XServerGrab(const XConnection& connection);
+    ~XServerGrab();
+    XServerGrab(const XServerGrab&) = delete;
+    XServerGrab& operator=(const XServerGrab&) = delete;
+
+  private:
+    const XConnection& connection_;
 };
 
 }  // namespace lumivastor
