@@ -275,7 +275,8 @@ void DeviceRecorder::giveUp(const RecorderError& reason) {
         const std::lock_guard hold(lock_);
         if (std::exchange(gaveUp_, true)) return;
     }
-    onMain([this, reason] {
+    // With a text of its own: copies of an error share it, and this one goes to another thread.
+    onMain([this, reason = RecorderError(reason.message())] {
         // A copy: the callback may destroy the recorder, and with it the member.
         const auto callback = onStreamError;
         if (callback && !stopped_) callback(reason);
@@ -309,7 +310,7 @@ void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
             outcome = RecorderError(error.what());
         }
         // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
-        services_.mainLoop.async([completion, outcome] { completion(outcome); });
+        services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
     });
 }
 
