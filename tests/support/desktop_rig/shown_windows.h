@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace lumivastor {
+
+/// The inside of a window, in pixels of the whole desktop.
+struct ShownWindow {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+/// The window with this title, if one can be seen: with a window manager's frame around it or without.
+std::optional<ShownWindow> shownWindow(const std::string& displayName, const std::string& title);
+
+}  // namespace lumivastor
