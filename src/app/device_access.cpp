@@ -32,15 +32,18 @@ DeviceAccess::DeviceAccess(const RecordingServices& services) : services_(servic
 DeviceAccess::~DeviceAccess() = default;
 
 void DeviceAccess::requestMicrophone(Completion completion) {
-    request([this] { return microphoneAccess(services_.sound); }, std::move(completion));
+    request(
+        "Mikrofon", [this] { return microphoneAccess(services_.sound); }, std::move(completion));
 }
 
 void DeviceAccess::requestCamera(Completion completion) {
-    request([this] { return cameraAccess(services_.devices); }, std::move(completion));
+    request(
+        "Kamera", [this] { return cameraAccess(services_.devices); }, std::move(completion));
 }
 
 void DeviceAccess::requestDevice(const CaptureDevice& device, Completion completion) {
     request(
+        device.name,
         [this, device] {
             services_.devices.open(device);
             return Access::granted;
@@ -48,13 +51,14 @@ void DeviceAccess::requestDevice(const CaptureDevice& device, Completion complet
         std::move(completion));
 }
 
-void DeviceAccess::request(std::function<Access()> ask, Completion completion) {
-    queue_.async([this, ask = std::move(ask), completion = std::move(completion)] {
+void DeviceAccess::request(std::string what, std::function<Access()> ask, Completion completion) {
+    queue_.async([this, what = std::move(what), ask = std::move(ask), completion = std::move(completion)] {
         Access access = Access::refused;
         try {
             access = ask();
+            if (access == Access::missing) Log::write("Permissions", what + ": nicht gefunden");
         } catch (const RecorderError& error) {
-            Log::write("Permissions", error.message());
+            Log::write("Permissions", what + ": " + error.message());
         }
         services_.mainLoop.async([alive = std::weak_ptr(lifetime_), completion, access] {
             if (!alive.expired()) completion(access);

@@ -33,7 +33,8 @@ class DeviceAccess {
   private:
     enum class Lifetime {};
 
-    void request(std::function<Access()> ask, Completion completion);
+    /// `what` is asked for, for the log.
+    void request(std::string what, std::function<Access()> ask, Completion completion);
 
     const RecordingServices services_;
     std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();

@@ -1,8 +1,11 @@
 #include "app/single_instance.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <QDir>
+#include <QFile>
 #include <QLocalSocket>
 #include <QRegularExpression>
 #include <QTimer>
@@ -38,10 +41,15 @@ std::optional<SingleInstance::Request> parsed(const QByteArray& request) {
 }  // namespace
 
 SingleInstance::SingleInstance(const std::filesystem::path& folder, const QString& name)
-    : socketPath_(pathOf(folder, name, ".socket")), lock_(pathOf(folder, name, ".lock")) {
-    // Whoever holds it is told by its process, so that one that crashed holds nothing. Its age says nothing.
-    lock_.setStaleLockTime(0);
-    if (lock_.tryLock(0)) listen();
+    : socketPath_(pathOf(folder, name, ".socket")),
+      lock_(::open(QFile::encodeName(pathOf(folder, name, ".lock")).constData(),
+                   O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)) {
+    if (!lock_.isOpen()) {
+        Log::write("Capture", "Ein zweiter Start wird nicht erkannt: " + folder.string() + " ist nicht beschreibbar");
+        return;
+    }
+    isFirst_ = ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
+    if (isFirst_) listen();
 }
 
 SingleInstance::~SingleInstance() = default;

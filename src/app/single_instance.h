@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QLocalServer>
-#include <QLockFile>
+#include <QString>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+
+#include "base/unique_descriptor.h"
 
 class QLocalSocket;
 
@@ -24,8 +26,9 @@ class SingleInstance {
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    /// Whether this is the first; it then listens, and tells here what later ones ask for.
-    bool isFirst() const { return server_ != nullptr; }
+    /// Whether this is the first; it then listens, and tells here what later ones ask for. Where the folder does not
+    /// let itself be written to, everybody is the first.
+    bool isFirst() const { return isFirst_; }
     std::function<void(const Request&)> onRequest;
 
     /// Hands a request over to the first. False when it does not answer within a few seconds.
@@ -36,7 +39,8 @@ class SingleInstance {
     void serve(QLocalSocket& client);
 
     const QString socketPath_;
-    QLockFile lock_;
+    UniqueDescriptor lock_;  // locked by the kernel, which forgets it when the process ends, however it ends
+    bool isFirst_ = true;
     std::unique_ptr<QLocalServer> server_;
 };
 
