@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <stdexcept>
 #include <thread>
 
@@ -69,6 +70,10 @@ int readNumber(int descriptor) {
         text += byte;
     }
     return std::stoi(text);
+}
+
+std::string lockFile(int number) {
+    return "/tmp/.X" + std::to_string(number) + "-lock";
 }
 
 }  // namespace
@@ -139,11 +144,12 @@ DesktopRig::~DesktopRig() {
     if (connection_ != nullptr && server_->isRunning()) xcb_disconnect(connection_);
     manager_.reset();
     if (server_) server_->end();
-    // A server that was killed leaves these behind.
     std::error_code ignored;
     if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
+    // A server that ended by itself has cleaned up, and these may already be another's.
+    if (!holdsNumber_) return;
     std::filesystem::remove("/tmp/.X11-unix/X" + std::to_string(number_), ignored);
-    std::filesystem::remove("/tmp/.X" + std::to_string(number_) + "-lock", ignored);
+    std::filesystem::remove(lockFile(number_), ignored);
 }
 
 void DesktopRig::sync() const {
@@ -263,6 +269,12 @@ void DesktopRig::killServer() {
     xcb_disconnect(connection_);
     connection_ = nullptr;
     manager_.reset();
+    // Its number would be free for the server of a test that runs beside this one. A lock that a living process holds is
+    // left alone, and a killed server does not remove its own.
+    const std::string ours = lockFile(number_) + "-rig";
+    std::ofstream(ours) << std::setw(10) << getpid() << '\n';
+    std::filesystem::rename(ours, lockFile(number_));
+    holdsNumber_ = true;
     server_->kill();
 }
 

@@ -53,7 +53,7 @@ class DesktopRig {
     /// Paints the background in one colour, 0xRRGGBB. With `leavesPixmap` as programs for backgrounds do, which leave
     /// the picture for others.
     void paintRoot(std::uint32_t color, bool leavesPixmap = false);
-    /// Ends the server at once, as a crash does.
+    /// Ends the server at once, as a crash does. No other server gets its number while the rig lives.
     void killServer();
 
     /// Returns when the server has dealt with everything that was asked of it over this connection.
@@ -67,6 +67,7 @@ class DesktopRig {
     std::unique_ptr<RigProgram> server_;
     std::unique_ptr<RigProgram> manager_;
     int number_ = -1;
+    bool holdsNumber_ = false;  // of a server that was killed
     std::string displayName_;
     xcb_connection_t* connection_ = nullptr;
     std::uint32_t root_ = 0;
