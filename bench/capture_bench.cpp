@@ -9,20 +9,18 @@
 // Arguments: width and height of the screen.
 
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <ctime>
-#include <fstream>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/x11/x11_desktop.h"
+#include "process_time.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_program.h"
 #include "support/desktop_rig/rig_window.h"
@@ -36,20 +34,6 @@ double ownSeconds() {
     struct timespec now {};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-// What another process has used so far.
-double secondsOf(pid_t process) {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    std::string text;
-    std::getline(file, text);
-    std::istringstream fields(text.substr(text.rfind(')') + 2));
-    std::string field;
-    double ticks = 0;
-    for (int i = 3; fields >> field; ++i) {
-        if (i == 14 || i == 15) ticks += std::stod(field);
-    }
-    return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 enum class Scene { still, corner, motion, motionWithExcluded };

@@ -25,7 +25,8 @@ const EncoderCandidate kFastestSoftware{VideoCodec::h264, "libx264", kFastestPre
 const EncoderCandidate kExportSoftware{VideoCodec::h264, "libx264", kExportPreset};
 
 std::string rateText(const EncoderTrial& trial) {
-    return formatted("%.0f Bilder je Sekunde", trial.picturesPerSecond);
+    const std::string count = formatted("%.0f", trial.picturesPerSecond);
+    return count + (count == "1" ? " Bild je Sekunde" : " Bilder je Sekunde");
 }
 
 }  // namespace

@@ -1,28 +1,18 @@
 #include "support/heard_sound.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <iostream>
 #include <numeric>
-#include <thread>
 
 #include "base/formatted.h"
+#include "base/recorder_error.h"
+#include "support/await.h"
 #include "support/beeper.h"
 
 namespace lumivastor {
-namespace {
-
-template <typename Done>
-bool await(double timeout, Done done) {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > until) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
-
-}  // namespace
 
 SoundSource::Handler HeardSound::handler() {
     return [this](const SoundBuffer& buffer) {
@@ -130,6 +120,27 @@ std::string describeErrors(const std::vector<double>& errors) {
     const double mean = std::accumulate(errors.begin(), errors.end(), 0.0) / static_cast<double>(errors.size());
     return formatted("%d beeps, %.2f ... %.2f ms late, %.2f ms on average", static_cast<int>(errors.size()),
                      *least * 1000, *most * 1000, mean * 1000);
+}
+
+void expectInPlace(const HeardSound& heard, const std::vector<double>& played, const char* what) {
+    const auto errors = beepErrors(heard.beeps(), played);
+    std::cout << what << ": " << describeErrors(errors) << "\n";
+    // A busy machine makes single beeps late before they are heard; a wrong clock makes them all.
+    std::vector<double> distances;
+    for (const double error : errors) distances.push_back(std::abs(error));
+    std::sort(distances.begin(), distances.end());
+    ASSERT_FALSE(distances.empty());
+    EXPECT_LT(distances[distances.size() / 2], kInPlace);
+    EXPECT_FALSE(heard.ranBackward());
+}
+
+std::string startFailure(SoundSource& source) {
+    try {
+        source.start([](const SoundBuffer&) {}, [](const std::string&) {});
+    } catch (const RecorderError& error) {
+        return error.message();
+    }
+    return "(it started)";
 }
 
 }  // namespace lumivastor

@@ -41,6 +41,15 @@ class HeardSound {
 /// heard before the first or behind the last that was played.
 std::vector<double> beepErrors(const std::vector<double>& heard, const std::vector<double>& played);
 
+/// A flash and a beep of the same moment have to lie this close, in seconds.
+inline constexpr double kInPlace = 0.020;
+
+/// Expects that beeps were heard when they were played, and that no time ran backward; prints how far off they were.
+void expectInPlace(const HeardSound& heard, const std::vector<double>& played, const char* what);
+
+/// What the start of a source says that fails.
+std::string startFailure(SoundSource& source);
+
 /// The errors' range and mean in milliseconds, for a test's output.
 std::string describeErrors(const std::vector<double>& errors);
 

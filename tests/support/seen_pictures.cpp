@@ -2,25 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <thread>
-
 #include "base/host_clock.h"
+#include "support/await.h"
 
 namespace lumivastor {
-namespace {
-
-template <typename Done>
-bool await(double timeout, Done done) {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > until) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
-
-}  // namespace
 
 void SeenPictures::watch(CaptureSession& session, bool discardsLate) {
     EXPECT_TRUE(session.addVideoOutput(queue_, discardsLate, [this](const DeviceSample& sample) {

@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/host_clock.h"
+#include "platform/pipewire/pipewire_sound_system.h"
+#include "platform/pulse/pulse_sound_system.h"
+#include "support/beeper.h"
+#include "support/heard_sound.h"
+#include "support/pipewire_beeper.h"
+#include "support/sound_rig.h"
+
+// What every sound system does, each with a server of its own kind.
+
+namespace lumivastor {
+namespace {
+
+struct OverPulseAudio {
+    using Rig = PulseRig;
+    using System = PulseSoundSystem;
+    using Beeper = lumivastor::Beeper;
+    static constexpr const char* kName = "PulseAudio";
+    static constexpr const char* kNobody = "Kein Tonserver gefunden.";
+    static std::string address(const Rig& rig) { return rig.address(); }
+};
+
+struct OverPipeWire {
+    using Rig = PipeWireRig;
+    using System = PipeWireSoundSystem;
+    using Beeper = PipeWireBeeper;
+    static constexpr const char* kName = "PipeWire";
+    static constexpr const char* kNobody = "Kein PipeWire-Server gefunden.";
+    static std::string address(const Rig& rig) { return rig.remote(); }
+};
+
+struct BackendNames {
+    template <typename Backend>
+    static std::string GetName(int) {
+        return Backend::kName;
+    }
+};
+
+template <typename Backend>
+class SoundSystems : public testing::Test {};
+using Backends = testing::Types<OverPulseAudio, OverPipeWire>;
+TYPED_TEST_SUITE(SoundSystems, Backends, BackendNames);
+
+TYPED_TEST(SoundSystems, systemAudioIsHeardWhenItIsPlayed) {
+    const typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
+    HeardSound heard;
+    const auto source = sounds.systemAudio(48000, 2);
+    source->start(heard.handler(), heard.endHandler());
+    EXPECT_TRUE(heard.awaitBeeps(8));
+    source->stop();
+    expectInPlace(heard, beeper.beeps(), "monitor of a sink");
+    EXPECT_EQ(heard.jumps(), 0);
+    EXPECT_TRUE(heard.ends().empty());
+    for (const SoundBuffer& buffer : heard.buffers()) {
+        ASSERT_EQ(buffer.sampleRate, 48000);
+        ASSERT_EQ(buffer.channels, 2);
+    }
+}
+
+TYPED_TEST(SoundSystems, microphoneIsHeardWhenItIsSpokenInto) {
+    const typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    const auto device = sounds.defaultMicrophone();
+    ASSERT_TRUE(device);
+    EXPECT_EQ(device->name, "Testmikrofon");
+    EXPECT_EQ(device->channels, 1);
+    EXPECT_FALSE(device->isExternal);
+    const typename TypeParam::Beeper beeper(TypeParam::address(rig), "micfeed");
+    HeardSound heard;
+    const auto source = sounds.microphone(48000);
+    source->start(heard.handler(), heard.endHandler());
+    EXPECT_TRUE(heard.awaitBeeps(8));
+    source->stop();
+    expectInPlace(heard, beeper.beeps(), "microphone");
+    for (const SoundBuffer& buffer : heard.buffers()) ASSERT_EQ(buffer.channels, 1);
+}
+
+TYPED_TEST(SoundSystems, otherRatesAndChannelsAreTheServersWork) {
+    const typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
+    HeardSound heard;
+    const auto source = sounds.systemAudio(44100, 1);
+    source->start(heard.handler(), heard.endHandler());
+    EXPECT_TRUE(heard.awaitBeeps(4));
+    source->stop();
+    expectInPlace(heard, beeper.beeps(), "at 44100");
+    EXPECT_EQ(heard.buffers().front().sampleRate, 44100);
+    EXPECT_EQ(heard.buffers().front().channels, 1);
+}
+
+TYPED_TEST(SoundSystems, goesOnWhenTheServerComesBack) {
+    typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    HeardSound heard;
+    const auto source = sounds.systemAudio(48000, 2);
+    source->start(heard.handler(), heard.endHandler());
+    {
+        const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
+        EXPECT_TRUE(heard.awaitBeeps(3));
+        rig.kill();
+    }
+    EXPECT_TRUE(heard.awaitEnd());
+    const double gone = hostClockSeconds();
+    heard.clear();
+    rig.start();
+    const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
+    EXPECT_TRUE(heard.awaitBeeps(4));
+    source->stop();
+    EXPECT_TRUE(heard.ends().empty()) << "told once";
+    ASSERT_FALSE(heard.buffers().empty());
+    EXPECT_GT(heard.buffers().front().hostSeconds, gone - 0.5);
+    expectInPlace(heard, beeper.beeps(), "after a restart");
+}
+
+TYPED_TEST(SoundSystems, endIsToldInGerman) {
+    typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    HeardSound heard;
+    const auto source = sounds.microphone(48000);
+    source->start(heard.handler(), heard.endHandler());
+    rig.kill();
+    EXPECT_TRUE(heard.awaitEnd());
+    const double before = hostClockSeconds();
+    source->stop();
+    EXPECT_LT(hostClockSeconds() - before, 10) << "it does not wait for the server";
+    EXPECT_EQ(heard.ends(), std::vector<std::string>{TypeParam::kNobody});
+}
+
+TYPED_TEST(SoundSystems, followsTheDefaultSink) {
+    typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    HeardSound heard;
+    const auto source = sounds.systemAudio(48000, 2);
+    source->start(heard.handler(), heard.endHandler());
+    {
+        const typename TypeParam::Beeper before(TypeParam::address(rig), "sysout");
+        EXPECT_TRUE(heard.awaitBeeps(2));
+    }
+    heard.clear();
+    rig.setDefaultSink("headset");
+    const typename TypeParam::Beeper beeper(TypeParam::address(rig), "headset");
+    EXPECT_TRUE(heard.awaitBeeps(3));
+    source->stop();
+    EXPECT_TRUE(heard.ends().empty());
+    expectInPlace(heard, beeper.beeps(), "behind a change of the default");
+}
+
+TYPED_TEST(SoundSystems, stopsAndStartsAnew) {
+    const typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    // An idle null sink has rendered two seconds ahead, which a monitor that comes later does not get to see.
+    HeardSound all;
+    const auto first = sounds.systemAudio(48000, 2);
+    first->start(all.handler(), all.endHandler());
+    EXPECT_TRUE(all.awaitFrames(1));
+    for (int i = 0; i < 3; ++i) {
+        HeardSound heard;
+        const auto source = sounds.systemAudio(48000, 2);
+        source->start(heard.handler(), heard.endHandler());
+        EXPECT_TRUE(heard.awaitFrames(1));
+        const double stopped = hostClockSeconds();
+        source->stop();
+        const std::size_t frames = heard.frames();
+        EXPECT_GT(frames, 0U);
+        if (frames == 0) continue;
+        const SoundBuffer last = heard.buffers().back();
+        EXPECT_GT(last.hostSeconds + static_cast<double>(last.frames()) / 48000, stopped - kInPlace)
+            << "what was heard before the stop has been handed over";
+        EXPECT_EQ(heard.frames(), frames) << "nothing follows";
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace lumivastor {
+
+/// Waits until something is so; false when that takes longer than `timeout` seconds.
+template <typename Done>
+bool await(double timeout, Done done) {
+    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+}  // namespace lumivastor
