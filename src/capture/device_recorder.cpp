@@ -54,7 +54,7 @@ DeviceRecorder::DeviceRecorder(const RecordingServices& services, CaptureDevice 
     : services_(services), device_(std::move(device)), options_(options), folder_(std::move(folder)) {}
 
 DeviceRecorder::~DeviceRecorder() {
-    lifetime_.reset();
+    reports_.silence();
     watchTimer_.reset();
     workQueue_.drain();
     stopSessions();
@@ -62,12 +62,6 @@ DeviceRecorder::~DeviceRecorder() {
 
 std::shared_ptr<WebcamPreview> DeviceRecorder::webcamPreviewLayer() const {
     return webcamRecorder_ ? webcamRecorder_->previewLayer() : nullptr;
-}
-
-void DeviceRecorder::onMain(std::function<void()> work) {
-    services_.mainLoop.async([alive = std::weak_ptr(lifetime_), work = std::move(work)] {
-        if (!alive.expired()) work();
-    });
 }
 
 // Starting
@@ -98,7 +92,7 @@ void DeviceRecorder::openDevice() {
     });
     session->onInterruption([this](const std::string& reason) {
         Log::write("Device", "unterbrochen: " + reason);
-        giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
+        reports_.giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
     });
     session_ = std::move(session);
 }
@@ -115,7 +109,7 @@ void DeviceRecorder::openMicrophone() {
             return;
         }
         session->onInterruption(
-            [this](const std::string& reason) { notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
+            [this](const std::string& reason) { reports_.notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
         micSession_ = std::move(session);
     } catch (const RecorderError& error) {
         Log::write("Device", "ohne Mikrofon: " + error.message());
@@ -130,13 +124,13 @@ void DeviceRecorder::startWebcam() {
         // Before the writer there is no journal; it then begins with this.
         if (writerReady_) journal_->append(journalLine::webcam(seconds));
     };
-    webcam->onNotice = [this](const std::string& sentence) { notice(sentence); };
+    webcam->onNotice = [this](const std::string& sentence) { reports_.notice(sentence); };
     try {
         webcam->start(folder_);
         webcamRecorder_ = std::move(webcam);
     } catch (const RecorderError& error) {
         Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
-        notice("Die Kamera wird nicht aufgenommen: " + error.message());
+        reports_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
     }
 }
 
@@ -258,7 +252,7 @@ void DeviceRecorder::onSound(AudioWriterInput* DeviceRecorder::*member, int chan
 void DeviceRecorder::watch() {
     if (!hasWriter()) return;
     if (writer_->status() == AssetWriter::Status::failed) {
-        giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
+        reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
     const Stats now = snapshot();
@@ -267,28 +261,7 @@ void DeviceRecorder::watch() {
     if (options_.webcam) bits += static_cast<double>(kWebcamBitRate);
     const SpaceNeed need{bits / 8, finishingBytes(now.framesWritten, now.duration * soundTracks, 0)};
     const auto space = services_.freeSpace(folder_);
-    if (space && mustStop(*space, need)) giveUp(diskNearlyFull());
-}
-
-void DeviceRecorder::giveUp(const RecorderError& reason) {
-    {
-        const std::lock_guard hold(lock_);
-        if (std::exchange(gaveUp_, true)) return;
-    }
-    // With a text of its own: copies of an error share it, and this one goes to another thread.
-    onMain([this, reason = RecorderError(reason.message())] {
-        // A copy: the callback may destroy the recorder, and with it the member.
-        const auto callback = onStreamError;
-        if (callback && !stopped_) callback(reason);
-    });
-}
-
-void DeviceRecorder::notice(const std::string& sentence) {
-    Log::write("Device", sentence);
-    onMain([this, sentence] {
-        const auto callback = onNotice;
-        if (callback) callback(sentence);
-    });
+    if (space && mustStop(*space, need)) reports_.giveUp(diskNearlyFull());
 }
 
 DeviceRecorder::Stats DeviceRecorder::snapshot() const {
@@ -300,6 +273,7 @@ DeviceRecorder::Stats DeviceRecorder::snapshot() const {
 
 void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
     if (std::exchange(stopped_, true)) return;
+    reports_.setStopped();
     watchTimer_.reset();
     workQueue_.async([this, completion = std::move(completion)] {
         stopSessions();
@@ -349,8 +323,8 @@ DeviceRecorder::Stats DeviceRecorder::rescue(const RecorderError& reason) {
     Log::write("Device", "Writer fehlgeschlagen: " + reason.message());
     try {
         const RescuedMovie movie = rescueMovie(writer_->path());
-        notice("Die Aufnahme endete vorzeitig: " + reason.message() +
-               " Was bis dahin aufgenommen wurde, ist gesichert.");
+        reports_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
+                        " Was bis dahin aufgenommen wurde, ist gesichert.");
         return {movie.lastPicture, movie.pictures};
     } catch (const RecorderError& error) {
         Log::write("Device", "nicht zu retten: " + error.message());

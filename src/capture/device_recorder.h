@@ -15,6 +15,7 @@
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
 #include "capture/journal.h"
+#include "capture/owner_reports.h"
 #include "capture/recording_progress.h"
 #include "capture/webcam_recorder.h"
 #include "media/asset_writer.h"
@@ -82,8 +83,6 @@ class DeviceRecorder {
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
 
   private:
-    enum class Lifetime {};
-
     void openDevice();
     void openMicrophone();
     void startWebcam();
@@ -102,20 +101,17 @@ class DeviceRecorder {
     Stats rescue(const RecorderError& reason);
     void writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture);
     CaptureInfo info() const;
-    void giveUp(const RecorderError& reason);
-    void notice(const std::string& sentence);
-    void onMain(std::function<void()> work);
 
     const RecordingServices services_;
     const CaptureDevice device_;
     const Options options_;
     const std::filesystem::path folder_;
+    OwnerReports reports_{services_.mainLoop, "Device", onStreamError, onNotice};
 
     mutable std::mutex lock_;
     RecordingProgress progress_;                // guarded by lock_
     bool writerReady_ = false;                  // guarded by lock_; from then on the writer and its inputs stay
     std::optional<double> webcamFirstPicture_;  // guarded by lock_
-    bool gaveUp_ = false;                       // guarded by lock_
     bool writerFailed_ = false;                 // the device queue's
     bool stopped_ = false;                      // main thread only
 
@@ -134,7 +130,6 @@ class DeviceRecorder {
     std::unique_ptr<CaptureSession> micSession_;
     bool running_ = false;
     std::unique_ptr<MainLoop::Timer> watchTimer_;
-    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
 
     // The queues end before what their work uses.
     SerialQueue queue_{"lumivastor.device"};

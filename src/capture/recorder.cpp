@@ -41,7 +41,7 @@ Recorder::Recorder(const CaptureServices& services, Options options, std::filesy
       pointer_(std::make_unique<PointerRecorder>(services_, folder_)) {}
 
 Recorder::~Recorder() {
-    lifetime_.reset();
+    reports_.silence();
     workQueue_.drain();
     watchTimer_.reset();
     windowTracker_.reset();
@@ -60,12 +60,6 @@ Recorder::~Recorder() {
 
 std::shared_ptr<WebcamPreview> Recorder::webcamPreviewLayer() const {
     return webcamRecorder_ ? webcamRecorder_->previewLayer() : nullptr;
-}
-
-void Recorder::onMain(std::function<void()> work) {
-    services_.mainLoop.async([alive = std::weak_ptr(lifetime_), work = std::move(work)] {
-        if (!alive.expired()) work();
-    });
 }
 
 // Starting
@@ -88,7 +82,7 @@ void Recorder::start(std::function<void(std::optional<RecorderError>)> completio
         try {
             (this->*step)();
         } catch (const RecorderError& error) {
-            onMain([this, shared, reason = RecorderError(error.message())] {
+            reports_.onMain([this, shared, reason = RecorderError(error.message())] {
                 abandon();
                 (*shared)(reason);
             });
@@ -98,11 +92,11 @@ void Recorder::start(std::function<void(std::optional<RecorderError>)> completio
     };
     workQueue_.async([this, shared, guarded] {
         guarded(&Recorder::prepare, [this, shared, guarded] {
-            onMain([this, shared, guarded] {
+            reports_.onMain([this, shared, guarded] {
                 guarded(&Recorder::startCompanions, [this, shared, guarded] {
                     workQueue_.async([this, shared, guarded] {
                         guarded(&Recorder::startCapture,
-                                [this, shared] { onMain([shared] { (*shared)(std::nullopt); }); });
+                                [this, shared] { reports_.onMain([shared] { (*shared)(std::nullopt); }); });
                     });
                 });
             });
@@ -174,9 +168,9 @@ void Recorder::makeStream() {
     stream_ = services_.desktop.makeCaptureStream(plan_->filter, plan_->configuration);
     stream_->onStop([this](const RecorderError& error) {
         Log::write("Capture", "Stream abgebrochen: " + error.message());
-        giveUp(error);
+        reports_.giveUp(error);
     });
-    stream_->onNotice([this](const std::string& sentence) { notice(sentence); });
+    stream_->onNotice([this](const std::string& sentence) { reports_.notice(sentence); });
     stream_->addScreenOutput(videoQueue_, [this](const ScreenSample& sample) { onScreen(sample); });
     if (systemAudioInput_ != nullptr) {
         stream_->addSystemAudioOutput(systemAudioQueue_, [this](const SoundBuffer& sound) {
@@ -200,13 +194,13 @@ void Recorder::startCompanions() {
 void Recorder::startWebcam() {
     auto webcam = std::make_unique<WebcamRecorder>(services_);
     webcam->onFirstPicture = [this](double seconds) { journal_->append(journalLine::webcam(seconds)); };
-    webcam->onNotice = [this](const std::string& sentence) { notice(sentence); };
+    webcam->onNotice = [this](const std::string& sentence) { reports_.notice(sentence); };
     try {
         webcam->start(folder_);
         webcamRecorder_ = std::move(webcam);
     } catch (const RecorderError& error) {
         Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
-        notice("Die Kamera wird nicht aufgenommen: " + error.message());
+        reports_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
     }
 }
 
@@ -221,6 +215,7 @@ void Recorder::startCapture() {
 // Takes everything back that a failed start has done. Main thread.
 void Recorder::abandon() {
     stopped_ = true;
+    reports_.setStopped();
     watchTimer_.reset();
     pointer_->stop();
     windowTracker_.reset();
@@ -282,7 +277,7 @@ void Recorder::onScreen(const ScreenSample& sample) {
     if (!appendPicture(sample, time)) {
         const RecorderError error = writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben."));
         Log::write("Capture", "Videobild abgelehnt: " + error.message());
-        giveUp(error);
+        reports_.giveUp(error);
         return;
     }
     const std::lock_guard hold(lock_);
@@ -309,38 +304,17 @@ void Recorder::watch() {
     const Stats now = snapshot();
     journal_->append(journalLine::counts({now.framesSkippedIdle, now.framesDropped, pointer_->missingCursorPolls()}));
     if (writer_->status() == AssetWriter::Status::failed) {
-        giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
+        reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
     const auto space = services_.freeSpace(folder_);
-    if (space && mustStop(*space, spaceNeed())) giveUp(diskNearlyFull());
+    if (space && mustStop(*space, spaceNeed())) reports_.giveUp(diskNearlyFull());
 }
 
 SpaceNeed Recorder::spaceNeed() const {
     const Stats now = snapshot();
     const int soundTracks = (options_.systemAudio ? 1 : 0) + (options_.microphone ? 1 : 0);
     return {bytesPerSecond_, finishingBytes(now.framesWritten, now.duration * soundTracks, now.pointerEvents)};
-}
-
-void Recorder::giveUp(const RecorderError& reason) {
-    {
-        const std::lock_guard hold(lock_);
-        if (std::exchange(gaveUp_, true)) return;
-    }
-    // With a text of its own: copies of an error share it, and this one goes to another thread.
-    onMain([this, reason = RecorderError(reason.message())] {
-        // A copy: the callback may destroy the recorder, and with it the member.
-        const auto callback = onStreamError;
-        if (callback && !stopped_) callback(reason);
-    });
-}
-
-void Recorder::notice(const std::string& sentence) {
-    Log::write("Capture", sentence);
-    onMain([this, sentence] {
-        const auto callback = onNotice;
-        if (callback) callback(sentence);
-    });
 }
 
 Recorder::Stats Recorder::snapshot() const {
@@ -354,6 +328,7 @@ Recorder::Stats Recorder::snapshot() const {
 
 void Recorder::stop(std::function<void(const Outcome&)> completion) {
     if (std::exchange(stopped_, true)) return;
+    reports_.setStopped();
     pointer_->stop();
     if (!stream_) {
         services_.mainLoop.async(
@@ -427,7 +402,8 @@ Recorder::Stats Recorder::rescue(const RecorderError& reason, Stats stats) {
         if (webcamRecorder_) webcamRecorder_->stop();
         throw RecorderError(reason);
     }
-    notice("Die Aufnahme endete vorzeitig: " + reason.message() + " Was bis dahin aufgenommen wurde, ist gesichert.");
+    reports_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
+                    " Was bis dahin aufgenommen wurde, ist gesichert.");
     return stats;
 }
 

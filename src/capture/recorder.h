@@ -14,6 +14,7 @@
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
 #include "capture/journal.h"
+#include "capture/owner_reports.h"
 #include "capture/pointer_recorder.h"
 #include "capture/recording_progress.h"
 #include "capture/webcam_recorder.h"
@@ -75,8 +76,6 @@ class Recorder {
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
 
   private:
-    enum class Lifetime {};
-
     // The steps of a start; the second belongs to the main thread, the others may run on any.
     void prepare();
     void startCompanions();
@@ -97,17 +96,14 @@ class Recorder {
     void writeDocuments(const RecordingProgress& progress, Stats& stats);
     void discardFolder();
     SpaceNeed spaceNeed() const;
-    void giveUp(const RecorderError& reason);
-    void notice(const std::string& sentence);
-    void onMain(std::function<void()> work);
 
     const CaptureServices services_;
     const Options options_;
     const std::filesystem::path folder_;
+    OwnerReports reports_{services_.mainLoop, "Capture", onStreamError, onNotice};
 
     mutable std::mutex lock_;
     RecordingProgress progress_;  // guarded by lock_
-    bool gaveUp_ = false;         // guarded by lock_
     bool stopped_ = false;        // main thread only
 
     std::unique_ptr<Journal> journal_;
@@ -126,7 +122,6 @@ class Recorder {
 
     std::unique_ptr<CaptureStream> stream_;
     std::unique_ptr<MainLoop::Timer> watchTimer_;
-    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
 
     // The queues end before what their work uses.
     SerialQueue videoQueue_{"aufnahme.capture.video"};
