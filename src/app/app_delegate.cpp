@@ -51,6 +51,9 @@ void AppDelegate::applicationDidFinishLaunching(const CommandSwitches& switches)
         launchTimers_.push_back(after(services_.mainLoop, kOpenEditorSeconds,
                                       [this, folder = *switches.openEditor] { openEditor(folder); }));
     }
+    if (switches.chooseRecording) {
+        launchTimers_.push_back(after(services_.mainLoop, kOpenEditorSeconds, [this] { chooseRecording(); }));
+    }
     if (switches.testRegion) {
         launchTimers_.push_back(after(services_.mainLoop, kTestRegionSeconds, [this] { startTestRegion(); }));
     }
@@ -78,6 +81,11 @@ void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
 
 void AppDelegate::open(const std::filesystem::path& folder) {
     openEditor(folder);
+}
+
+void AppDelegate::chooseRecording() {
+    // A panel would end up in the recording.
+    if (!flow_.isActive()) renderStudioVideo();
 }
 
 // Sources

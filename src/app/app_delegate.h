@@ -39,6 +39,8 @@ class AppDelegate {
     void applicationShouldHandleReopen(bool hasVisibleWindows);
     /// The program was started once more, to edit this folder.
     void open(const std::filesystem::path& folder);
+    /// The same, to ask which folder; not while something is recorded.
+    void chooseRecording();
 
     // What the user sets.
     void sourceTypeChanged(SourceType type);

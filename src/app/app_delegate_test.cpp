@@ -87,6 +87,16 @@ TEST_F(AppDelegateTest, openEditorOpensASecondLater) {
     EXPECT_EQ(view_.count("editor /videos/a"), 1);
 }
 
+TEST_F(AppDelegateTest, chooseRecordingAsksASecondLater) {
+    launch({.openEditor = {}, .chooseRecording = true});
+    loop_.advance(0.9);
+    EXPECT_EQ(view_.folderMessage, "");
+    temporary_.write("source.mov", "");
+    view_.folderToChoose = temporary_.path();
+    loop_.advance(0.2);
+    EXPECT_EQ(view_.count("editor " + temporary_.path().string()), 1);
+}
+
 TEST_F(AppDelegateTest, anEditorThatDoesNotOpenIsTold) {
     launch();
     view_.editorError = "Keine Aufnahme.";

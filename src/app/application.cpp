@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QDesktopServices>
+#include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QTranslator>
@@ -99,7 +100,7 @@ class Updates {
 int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& machine) {
     SingleInstance instance(instanceFolder(), instanceName(qEnvironmentVariable("DISPLAY")));
     if (!instance.isFirst()) {
-        if (instance.handOver(switches.openEditor)) return 0;
+        if (instance.handOver({switches.openEditor, switches.chooseRecording})) return 0;
         std::cerr << "LumiVastor läuft schon, antwortet aber nicht.\n";
         return 1;
     }
@@ -128,11 +129,12 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     delegate = &app;
     windows.setDelegate(app);
     instance.onRequest = [&](const SingleInstance::Request& request) {
-        if (request) {
-            app.open(*request);
-        } else {
-            windows.reopen();
+        if (request.folder) {
+            app.open(*request.folder);
+            return;
         }
+        windows.reopen();
+        if (request.choosesFolder) app.chooseRecording();
     };
     signals.listen([&] { windows.terminate(); });
     app.applicationDidFinishLaunching(switches);
@@ -157,6 +159,7 @@ int runApplication(int argc, char** argv) {
         QApplication::setOrganizationName("LumiVastor");
         QApplication::setApplicationVersion(LUMI_VERSION);
         QGuiApplication::setDesktopFileName("lumivastor");
+        QGuiApplication::setWindowIcon(QIcon(":/lumivastor.svg"));
         translate(application);
         look::apply(application);
         return run(switches, signals, machine);

@@ -11,6 +11,8 @@ namespace lumivastor {
 struct CommandSwitches {
     /// "--open-editor FOLDER": opens this folder in an editor. Nothing follows, nothing is opened.
     std::optional<std::filesystem::path> openEditor;
+    /// "--choose-recording": asks for a folder to open in an editor.
+    bool chooseRecording = false;
     /// "--test-region": goes through the choice of a region by itself, up to where the mouse is needed.
     bool testRegion = false;
 };

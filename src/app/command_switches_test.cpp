@@ -14,6 +14,12 @@ CommandSwitches parsed(const std::vector<std::string>& words) {
 TEST(CommandSwitches, areOffWithoutWords) {
     EXPECT_FALSE(parsed({}).openEditor);
     EXPECT_FALSE(parsed({}).testRegion);
+    EXPECT_FALSE(parsed({}).chooseRecording);
+}
+
+TEST(CommandSwitches, chooseRecordingMayStandAnywhere) {
+    EXPECT_TRUE(parsed({"--choose-recording"}).chooseRecording);
+    EXPECT_TRUE(parsed({"--open-editor", "/videos/a", "--choose-recording"}).chooseRecording);
 }
 
 TEST(CommandSwitches, openEditorTakesTheNextWord) {

@@ -21,6 +21,7 @@ constexpr qint64 kLongestRequest = 8 * 1024;
 constexpr int kAnswerMilliseconds = 5'000;
 // The first word of a request; a path follows the second one, up to the end of the line of a byte that no path has.
 constexpr char kShow[] = "show";
+constexpr char kChoose[] = "choose";
 constexpr char kEdit[] = "edit ";
 constexpr char kEnd = '\0';
 constexpr char kTaken[] = "taken";
@@ -32,10 +33,16 @@ QString pathOf(const std::filesystem::path& folder, const QString& name, const c
 // Nothing when it is no request.
 std::optional<SingleInstance::Request> parsed(const QByteArray& request) {
     if (request == kShow) return SingleInstance::Request{};
+    if (request == kChoose) return SingleInstance::Request{{}, true};
     if (!request.startsWith(kEdit)) return std::nullopt;
     const std::filesystem::path folder = request.mid(static_cast<qsizetype>(sizeof kEdit) - 1).toStdString();
     if (!folder.is_absolute()) return std::nullopt;
     return SingleInstance::Request{folder};
+}
+
+QByteArray written(const SingleInstance::Request& request) {
+    if (request.folder) return QByteArray(kEdit) + QByteArray::fromStdString(request.folder->string());
+    return request.choosesFolder ? kChoose : kShow;
 }
 
 }  // namespace
@@ -95,7 +102,7 @@ bool SingleInstance::handOver(const Request& request) const {
     QLocalSocket socket;
     socket.connectToServer(socketPath_);
     if (!socket.waitForConnected(kAnswerMilliseconds)) return false;
-    QByteArray bytes = request ? QByteArray(kEdit) + QByteArray::fromStdString(request->string()) : QByteArray(kShow);
+    QByteArray bytes = written(request);
     bytes.append(kEnd);
     socket.write(bytes);
     QByteArray answer;

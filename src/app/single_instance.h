@@ -17,8 +17,13 @@ namespace lumivastor {
 /// to the first and ends. Main thread.
 class SingleInstance {
   public:
-    /// What a later start asks for: a folder to edit, or just to be seen.
-    using Request = std::optional<std::filesystem::path>;
+    /// What a later start asks for: a folder to edit, the choice of one, or just to be seen.
+    struct Request {
+        std::optional<std::filesystem::path> folder;
+        bool choosesFolder = false;
+
+        bool operator==(const Request&) const = default;
+    };
 
     /// `folder` belongs to the user alone; `name` says which program on which display.
     SingleInstance(const std::filesystem::path& folder, const QString& name);

@@ -53,12 +53,12 @@ TEST_F(SingleInstanceTest, laterStartsHandOverWhatTheyWereAskedFor) {
     whileServing([this] {
         SingleInstance second(folder_.path(), "lumivastor-test");
         EXPECT_FALSE(second.isFirst());
-        EXPECT_TRUE(second.handOver(std::nullopt));
-        EXPECT_TRUE(second.handOver("/videos/Übung 1\nmit Umbruch"));
+        EXPECT_TRUE(second.handOver({}));
+        EXPECT_TRUE(second.handOver({"/videos/Übung 1\nmit Umbruch"}));
+        EXPECT_TRUE(second.handOver({{}, true}));
     });
-    ASSERT_EQ(requests.size(), 2U);
-    EXPECT_FALSE(requests[0]);
-    EXPECT_EQ(requests[1], "/videos/Übung 1\nmit Umbruch");
+    const std::vector<SingleInstance::Request> expected = {{}, {"/videos/Übung 1\nmit Umbruch"}, {{}, true}};
+    EXPECT_EQ(requests, expected);
 }
 
 TEST_F(SingleInstanceTest, theNextIsFirstWhenTheFirstHasGone) {
@@ -105,7 +105,7 @@ TEST_F(SingleInstanceTest, aFirstThatDoesNotAnswerIsNotWaitedForForever) {
     const SingleInstance first(folder_.path(), "lumivastor-test");
     const SingleInstance second(folder_.path(), "lumivastor-test");
     // Nobody runs the first one's loop here.
-    EXPECT_FALSE(second.handOver(std::nullopt));
+    EXPECT_FALSE(second.handOver({}));
 }
 
 }  // namespace

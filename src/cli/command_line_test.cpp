@@ -341,6 +341,7 @@ TEST(CommandLine, withoutAVerbItIsTheApplications) {
     EXPECT_TRUE(starts({}));
     EXPECT_TRUE(starts({"--open-editor", "folder"}));
     EXPECT_TRUE(starts({"--open-editor"}));
+    EXPECT_TRUE(starts({"--choose-recording"}));
     EXPECT_TRUE(starts({"--test-region"}));
     for (const char* word : {"--help", "--version", "inspect", "unknown", "--unknown", ""})
         EXPECT_FALSE(starts({word}));

@@ -1,0 +1,169 @@
+// Holds the manual against the program: what it puts between quotation marks has to stand in the sources, commands and
+// options have to be taken, and its pictures have to be there.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "cli/help.h"
+#include "support/text_file.h"
+
+namespace lumivastor {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kTree = LUMI_SOURCE_FOLDER;
+
+const std::string& manual() {
+    static const std::string text = readText(kTree / "docs/handbuch.md");
+    return text;
+}
+
+std::vector<std::string> matches(const std::string& text, const char* form) {
+    const std::regex expression(form);
+    std::vector<std::string> found;
+    for (std::sregex_iterator at(text.begin(), text.end(), expression), end; at != end; ++at) {
+        found.push_back((*at)[1]);
+    }
+    return found;
+}
+
+// What is written between quotation marks in the sources, pieces that follow each other joined. Tests and comments do
+// not count.
+std::vector<std::string> literals() {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(kTree / "src")) {
+        const std::string file = entry.path().string();
+        if ((!file.ends_with(".cpp") && !file.ends_with(".h")) || file.ends_with("_test.cpp")) continue;
+        const std::string text = readText(entry.path());
+        std::size_t end = std::string::npos;  // of the piece before
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            if (text.compare(i, 2, "//") == 0) {
+                i = std::min(text.find('\n', i), text.size());
+                continue;
+            }
+            if (text[i] == '\'' && i + 2 < text.size() && (text[i + 1] == '"' || text[i + 1] == '\\')) {
+                i = text.find('\'', i + 2);
+                continue;
+            }
+            if (text[i] != '"') continue;
+            const bool follows = end != std::string::npos && text.find_first_not_of(" \n", end + 1) == i;
+            std::string piece;
+            for (++i; i < text.size() && text[i] != '"' && text[i] != '\n'; ++i) {
+                if (text[i] != '\\') {
+                    piece += text[i];
+                } else if (++i < text.size()) {
+                    piece += text[i] == 'n' ? '\n' : text[i];
+                }
+            }
+            if (follows) {
+                found.back() += piece;
+            } else {
+                found.push_back(piece);
+            }
+            end = i;
+        }
+    }
+    return found;
+}
+
+// Short ones have to stand alone, or any word would be found somewhere.
+bool standsIn(const std::vector<std::string>& sources, const std::string& quotation) {
+    constexpr std::size_t kLong = 14;
+    for (const std::string& literal : sources) {
+        if (literal == quotation) return true;
+        if (quotation.size() >= kLong && literal.find(quotation) != std::string::npos) return true;
+    }
+    return false;
+}
+
+TEST(Manual, quotesTheProgramWordForWord) {
+    const std::vector<std::string> sources = literals();
+    ASSERT_GT(sources.size(), 1000U);
+    EXPECT_TRUE(standsIn(sources, "Aufnahme starten"));
+    EXPECT_FALSE(standsIn(sources, "Aufnahme beginnen"));
+    EXPECT_FALSE(standsIn(sources, "fnahm"));
+    std::set<std::string> quotations;
+    for (const std::string& each : matches(manual(), "„([^“]*)“")) quotations.insert(each);
+    // A phrase about quotation marks, and what file managers say.
+    for (const char* other : {"Anführungszeichen", "Öffnen mit"}) EXPECT_EQ(quotations.erase(other), 1U) << other;
+    EXPECT_GT(quotations.size(), 60U);
+    for (const std::string& each : quotations) EXPECT_TRUE(standsIn(sources, each)) << "nowhere in src: " << each;
+}
+
+TEST(Manual, namesEveryControlOfTheEditor) {
+    const std::string controls = readText(kTree / "src/editor/editor_controls.cpp");
+    std::vector<std::string> titles =
+        matches(controls, "\\n *(?:QString )?(?:Card \\w+\\(\\*cards,|add\\([0-9],) \"([^\"]+)\"");
+    EXPECT_EQ(titles.size(), 11U) << "cards and rows of tools";
+    for (const std::string& row : matches(controls, "addRow\\(\"([^\"]+)\"")) titles.push_back(row);
+    for (const std::string& row : matches(controls, "(?:slider|segments)\\(\\s*\\w+, \"([^\"]+)\""))
+        titles.push_back(row);
+    EXPECT_GT(titles.size(), 20U);
+    for (const std::string& title : titles) {
+        EXPECT_NE(manual().find(title), std::string::npos) << "not in the manual: " << title;
+    }
+}
+
+TEST(Manual, showsCommandsThatAreTaken) {
+    std::set<std::string> verbs;
+    for (const Verb* verb : allVerbs()) verbs.insert(std::string(verb->name));
+    std::set<std::string> shown;
+    for (const std::string& word : matches(manual(), "lumivastor ([a-z]+)")) {
+        EXPECT_TRUE(verbs.contains(word)) << word;
+        shown.insert(word);
+    }
+    EXPECT_EQ(shown, verbs);
+    for (const std::string& line : matches(manual(), "\\n(lumivastor [^\\n]*)")) {
+        const auto words = matches(line, "(--?[a-z-]+|[a-z]+)");
+        for (const std::string& option : matches(line, "(--[a-z-]+)")) {
+            bool isTaken = false;
+            for (const OptionSpec& each : programOptions()) isTaken = isTaken || each.name == option;
+            for (const Verb* verb : allVerbs()) {
+                if (words.size() < 2 || verb->name != words[1]) continue;
+                for (const OptionSpec& each : verb->options) isTaken = isTaken || each.name == option;
+            }
+            EXPECT_TRUE(isTaken) << line;
+        }
+    }
+}
+
+TEST(Manual, hasItsPicturesAndNoOthersAndTheyAreSmall) {
+    std::set<std::string> wanted;
+    for (const std::string& name : matches(manual(), "\\]\\(images/([^)]+)\\)")) wanted.insert(name);
+    EXPECT_GE(wanted.size(), 6U);
+    std::set<std::string> there;
+    std::uintmax_t bytes = 0;
+    for (const auto& entry : fs::directory_iterator(kTree / "docs/images")) {
+        there.insert(entry.path().filename().string());
+        EXPECT_LE(entry.file_size(), 200'000U) << entry.path();
+        bytes += entry.file_size();
+    }
+    EXPECT_EQ(there, wanted);
+    EXPECT_LE(bytes, 2'000'000U);
+    // One is made, by its name, in the script.
+    const std::string script = readText(kTree / "tools/manual-pictures");
+    for (const std::string& name : wanted) {
+        EXPECT_NE(script.find(" " + name.substr(0, name.size() - 4) + "\n"), std::string::npos) << name;
+    }
+}
+
+TEST(Manual, leadsToPlacesThatExist) {
+    for (const std::string& target : matches(manual(), "\\]\\(#([^)]+)\\)")) {
+        // A heading in small letters with hyphens for blanks is its address.
+        bool exists = false;
+        for (std::string heading : matches(manual(), "\\n##+ ([^\\n]+)")) {
+            for (char& c : heading) c = c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            exists = exists || heading == target;
+        }
+        EXPECT_TRUE(exists) << target;
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor
