@@ -269,8 +269,8 @@ void DesktopRig::killServer() {
     xcb_disconnect(connection_);
     connection_ = nullptr;
     manager_.reset();
-    // Its number would be free for the server of a test that runs beside this one. A lock that a living process holds is
-    // left alone, and a killed server does not remove its own.
+    // Its number would be free for the server of a test that runs beside this one. A lock that a living process holds
+    // is left alone, and a killed server does not remove its own.
     const std::string ours = lockFile(number_) + "-rig";
     std::ofstream(ours) << std::setw(10) << getpid() << '\n';
     std::filesystem::rename(ours, lockFile(number_));
