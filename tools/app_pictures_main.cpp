@@ -11,6 +11,7 @@
 #include <QApplication>
 #include <QImage>
 #include <QPainter>
+#include <QScreen>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +22,7 @@
 #include <string>
 
 #include "app/windows/main_window.h"
+#include "app/windows/panels.h"
 #include "app/windows/status_item.h"
 #include "demo_window.h"
 #include "support/desktop_rig/desktop_rig.h"
@@ -126,16 +128,37 @@ class Story {
         sleepFor(0.8);
     }
 
-    void statesThatAreHardToReach() {
+    void statesThatAreHardToReach() const {
+        showStates("main");
+        const QFont usual = QApplication::font();
+        QFont larger = usual;
+        larger.setPointSizeF(14);
+        QApplication::setFont(larger);
+        showStates("main-large-type");
+        RegionArmPanel arm(
+            *QGuiApplication::primaryScreen(), [] {}, [] {});
+        saveWidget(arm, "region-ready-large-type");
+        RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, [] {});
+        saveWidget(panel, "recording-panel-large-type");
+        QApplication::setFont(usual);
+    }
+
+    void saveWidget(QWidget& widget, const std::string& name) const {
+        widget.setVisible(true);
+        QApplication::processEvents();
+        QImage picture(widget.size() * scale_, QImage::Format_ARGB32_Premultiplied);
+        picture.setDevicePixelRatio(scale_);
+        picture.fill(Qt::transparent);
+        widget.render(&picture);
+        save(picture, name);
+    }
+
+    void showStates(const std::string& start) const {
         MainWindow window({});
         window.setVisible(true);
         const auto show = [&](const MainWindowState& state, const char* name) {
             window.show(state);
-            QApplication::processEvents();
-            QImage picture(window.size() * scale_, QImage::Format_ARGB32_Premultiplied);
-            picture.setDevicePixelRatio(scale_);
-            window.render(&picture);
-            save(picture, name);
+            saveWidget(window, start + name);
         };
         MainWindowState state;
         state.sourceItems = {"keine Berechtigung"};
@@ -144,11 +167,11 @@ class Story {
             "Die Bildschirmaufnahme ist noch nicht erlaubt.\n"
             "Systemeinstellungen → Datenschutz & Sicherheit → Bildschirmaufnahme,\n"
             "dort „LumiVastor\" aktivieren und die App neu starten.";
-        show(state, "main-denied");
+        show(state, "-denied");
         state.sourceItems = {"Bildschirm 1 – 1920×1080 px"};
         state.status = "Bereit. 1 Bildschirm(e) gefunden.";
         state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
-        show(state, "main-update");
+        show(state, "-update");
         state.notices[NoticeKind::interrupted] = {"3 Aufnahmen wurden unterbrochen, zuletzt 2025-03-14_09-05-33",
                                                   "Abschließen"};
         state.notices[NoticeKind::recording] = {
@@ -157,7 +180,7 @@ class Story {
             "Prüfvideo fertig: 1234 Bilder, 20.6 s\ncursor-check.mp4\n\nBeim Ansehen prüfen: Sitzt der Ring genau auf "
             "dem angeklickten\nKnopf, und knackt der Klick im Ton im selben Moment?";
         state.progress = 0.4;
-        show(state, "main-everything");
+        show(state, "-everything");
     }
 
     void statusIcon() const {
@@ -258,13 +281,7 @@ class Story {
         app_->clickInEditor("renderButton");
         sleepFor(1);
         picture("editor-rendering", app_->editorTitle());
-        const auto movie = app_->recordings().back() / "studio-output.mp4";
-        need(waitFor([&] {
-                 app_->moveTo(app_->editorTitle(), {5, 5});
-                 sleepFor(0.5);
-                 return std::filesystem::exists(movie);
-             }),
-             "the video is rendered");
+        need(app_->waitForVideo(), "the video is rendered");
         sleepFor(1);
         picture("editor-rendered", app_->editorTitle());
         press({ScriptedKeyboard::kControl, 'w'});

@@ -10,11 +10,13 @@
 #include <thread>
 
 #include "app/windows/main_window.h"
+#include "base/recorder_error.h"
 #include "editor/editor_window.h"
 #include "editor/look.h"
 #include "editor/qt_main_loop.h"
 #include "editor/segmented_control.h"
 #include "editor/value_slider.h"
+#include "media/asset.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
@@ -209,6 +211,23 @@ bool DrivenApplication::dragInEditor(const std::string& control, QPointF from, Q
     const QSize size(window->width / options_.scale, window->height / options_.scale);
     return drag(editorTitle(), map_.editorControl(recordings().back(), size, control, from),
                 map_.editorControl(recordings().back(), size, control, to));
+}
+
+bool DrivenApplication::waitForVideo() const {
+    // It has its name from the beginning, and can be read from its end on.
+    const auto isWhole = [file = recordings().back() / "studio-output.mp4"] {
+        try {
+            return !Asset(file).tracks().empty();
+        } catch (const RecorderError&) {
+            return false;
+        }
+    };
+    // Longer than others wait: exports take long where many tests run.
+    constexpr int kPatience = 10;
+    for (int i = 0; i < kPatience; ++i) {
+        if (waitFor(isWhole)) return true;
+    }
+    return false;
 }
 
 std::vector<std::filesystem::path> DrivenApplication::recordings() const {

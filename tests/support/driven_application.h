@@ -110,6 +110,8 @@ class DrivenApplication {
     std::string editorTitle() const;
     bool clickInEditor(const std::string& control, QPointF place = {0.5, 0.5});
     bool dragInEditor(const std::string& control, QPointF from, QPointF to);
+    /// Until the newest recording's video is there, whole.
+    bool waitForVideo() const;
 
     /// The oldest first.
     std::vector<std::filesystem::path> recordings() const;
