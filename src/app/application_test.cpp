@@ -56,6 +56,8 @@ class ApplicationOnDesktop : public testing::Test {
         ASSERT_TRUE(app().waitForWindow(app().editorTitle()));
         EXPECT_TRUE(app().isShown(kMainTitle));
         EXPECT_FALSE(app().isShown(kPanelTitle));
+        // Until the window manager has placed it.
+        sleepFor(1);
     }
     void quit() {
         app().program().signal(SIGTERM);
@@ -202,6 +204,8 @@ TEST_F(ApplicationOnDesktop, aWindowIsRecordedEditedAndExported) {
     app().dragInEditor("previewView", {0.4, 0.4}, {0.6, 0.6});
     app().clickInEditor("timeSlider", {0.7, 0.5});
     app().clickInEditor("addZoomButton");
+    // Within a second, a drag would belong to the same step.
+    sleepFor(1.2);
     app().dragInEditor("paddingSlider", {untouched.padding / 0.14, 0.5}, {0.9, 0.5});
     ASSERT_TRUE(waitForProject([&](const ProjectSettings& now) { return now.padding > 0.12; }));
     const ProjectSettings edited = project();

@@ -84,6 +84,8 @@ EditorWindow& WindowMap::editor(const std::filesystem::path& recording, QSize si
         editor_->show();
         edited_ = recording;
     }
+    // As a small screen does it.
+    editor_->fitInto(size);
     editor_->resize(size);
     QApplication::processEvents();
     return *editor_;
