@@ -191,7 +191,7 @@ void AppDelegate::cameraAnswered(Access access) {
         state.choices.webcam = false;
         state.status = again ? "Kamerazugriff ist gesperrt: Systemeinstellungen → Datenschutz & Sicherheit → Kamera → "
                                "LumiVastor erlauben."
-                             : "Ohne Kameraberechtigung keine Facecam";
+                             : "Ohne Kameraberechtigung keine Facecam.";
     });
 }
 

@@ -151,8 +151,8 @@ TEST_F(AppDelegateTest, aCameraThatRefusesSwitchesTheBoxOff) {
     devices_.setDefaultCamera(camera);
     launch();
     app_->webcamToggled(true);
-    untilStatus("Ohne Kameraberechtigung keine Facecam");
-    EXPECT_EQ(view_.state.status, "Ohne Kameraberechtigung keine Facecam");
+    untilStatus("Ohne Kameraberechtigung keine Facecam.");
+    EXPECT_EQ(view_.state.status, "Ohne Kameraberechtigung keine Facecam.");
     EXPECT_FALSE(view_.state.choices.webcam);
     app_->webcamToggled(true);
     untilStatus("Kamerazugriff");

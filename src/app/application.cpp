@@ -111,7 +111,7 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     Updates updates(QCoreApplication::applicationDirPath().toStdString());
     AppDelegate* delegate = nullptr;
     EditorWindows editors(loop, {.makeSoundOutput = [] { return makePulseOutput(); },
-                                 .failed = [&](const std::string& message) { delegate->window().setStatus(message); }});
+                                 .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); }});
     AppWindows windows(
         {.editors = editors,
          .sleep = sleep,

@@ -3,179 +3,95 @@
 #include "app/application.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <QAbstractButton>
-#include <QApplication>
-#include <chrono>
+#include <QPoint>
 #include <csignal>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "app/windows/main_window.h"
-#include "editor/look.h"
-#include "editor/segmented_control.h"
 #include "media/asset.h"
 #include "media/asset_reader.h"
 #include "model/capture_info.h"
-#include "model/pointer_track.h"
-#include "support/desktop_rig/desktop_rig.h"
+#include "model/project_settings.h"
 #include "support/desktop_rig/rig_window.h"
-#include "support/desktop_rig/scripted_keyboard.h"
-#include "support/desktop_rig/scripted_pointer.h"
-#include "support/desktop_rig/shown_windows.h"
-#include "support/program_run.h"
+#include "support/driven_application.h"
 #include "support/sound_rig.h"
-#include "support/temporary_folder.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
 namespace {
 
-constexpr const char* kMainTitle = "LumiVastor";
-constexpr const char* kPanelTitle = "LumiVastor – Aufnahme läuft";
-constexpr const char* kArmTitle = "LumiVastor – Ausschnitt vorbereiten";
-constexpr const char* kPickerTitle = "LumiVastor – Ausschnitt wählen";
 constexpr std::uint32_t kBackground = 0x204060;
 
-void sleepFor(double seconds) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-}
-
-// Where the main window has its controls: asked of one that nobody sees.
-class MainWindowMap {
-  public:
-    MainWindowMap() {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        application_ = std::make_unique<QApplication>(count_, words_);
-        look::apply(*application_);
-        window_ = std::make_unique<MainWindow>(MainWindowActions{});
-        window_->setVisible(true);
-        QApplication::processEvents();
-    }
-
-    // The hot spot of a control, in the window. Boxes are hit at their left end.
-    QPoint control(const char* name) const {
-        const auto* widget = window_->findChild<QWidget*>(name);
-        EXPECT_NE(widget, nullptr) << name;
-        return widget->mapTo(window_.get(), QPoint(12, widget->height() / 2));
-    }
-    QPoint segment(SourceType type) const {
-        const auto* control = static_cast<SegmentedControl*>(window_->findChild<QWidget*>("sourceTypeControl"));
-        const auto* segment = control->segment(static_cast<int>(type));
-        return segment->mapTo(window_.get(), segment->rect().center());
-    }
-
-  private:
-    int count_ = 1;
-    char name_[5] = "test";
-    char* words_[2] = {name_, nullptr};
-    std::unique_ptr<QApplication> application_;
-    std::unique_ptr<MainWindow> window_;
-};
-
+// What a person does with the program. A step that cannot be done fails the test.
 class ApplicationOnDesktop : public testing::Test {
   protected:
-    ApplicationOnDesktop() {
-        desktop_.paintRoot(kBackground);
-        std::filesystem::create_directory(temporary_ / "run");
-        ::chmod((temporary_ / "run").c_str(), 0700);
-    }
+    ApplicationOnDesktop() { desktop_.paintRoot(kBackground); }
     ~ApplicationOnDesktop() override {
-        if (HasFailure()) std::cerr << "The program's log:\n" << log() << (program_ ? program_->err() : "");
+        if (HasFailure() && app_) std::cerr << "The program's log:\n" << app_->log() << app_->program().err();
     }
 
-    std::map<std::string, std::string> environment() const {
-        return {{"DISPLAY", desktop_.displayName()},
-                {"HOME", temporary_.path().string()},
-                {"XDG_RUNTIME_DIR", (temporary_ / "run").string()},
-                {"XDG_CONFIG_HOME", ""},
-                {"PULSE_SERVER", pulseServer_},
-                {"PIPEWIRE_REMOTE", (temporary_ / "none").string()},
-                {"LUMIVASTOR_TEST_CAMERA", "testsrc2=size={size}:rate=30"},
-                {"DBUS_SESSION_BUS_ADDRESS", "disabled:"},
-                {"WAYLAND_DISPLAY", ""},
-                {"QT_QPA_PLATFORM", ""}};
-    }
-
+    DrivenApplication& app() { return *app_; }
     void start(const std::vector<std::string>& switches = {}) {
-        // Ends with this test also when that is killed.
-        std::vector<std::string> words = {"setpriv", "--pdeathsig", "KILL", LUMI_PROGRAM};
-        words.insert(words.end(), switches.begin(), switches.end());
-        program_ = std::make_unique<ProgramRun>(words, environment());
-        ASSERT_TRUE(waitForWindow(kMainTitle));
-        // Until the sources are listed and the window manager has placed and focused the window.
-        sleepFor(1.5);
+        if (!app_) {
+            app_ = std::make_unique<DrivenApplication>(desktop_, map_,
+                                                       DrivenApplication::Options{.pulseServer = pulseServer_});
+        }
+        ASSERT_TRUE(app_->start(switches));
     }
-
-    bool isShown(const std::string& title) const { return shownWindow(desktop_.displayName(), title).has_value(); }
-    bool waitForWindow(const std::string& title) const {
-        return waitFor([&] { return isShown(title) || !program_->isRunning(); }) && isShown(title);
+    void startRecording() {
+        app().pressRecord();
+        ASSERT_TRUE(app().waitUntilRecording());
+        EXPECT_FALSE(app().isShown(kMainTitle));
     }
-    bool waitForNoWindow(const std::string& title) const {
-        return waitFor([&] { return !isShown(title); });
-    }
-
-    void clickAt(const std::string& title, int x, int y) {
-        const auto window = shownWindow(desktop_.displayName(), title);
-        ASSERT_TRUE(window) << title;
-        pointer_.moveTo(window->x + x, window->y + y);
-        pointer_.click(1);
-        sleepFor(0.3);
-    }
-    void click(const char* control) { clickAt(kMainTitle, map_.control(control).x(), map_.control(control).y()); }
-    void choose(SourceType type) { clickAt(kMainTitle, map_.segment(type).x(), map_.segment(type).y()); }
-
-    // Return is the record button's key.
-    void pressRecord() { keyboard_.press({ScriptedKeyboard::kReturn}); }
-    // From the countdown until the first pictures are in the movie.
-    void waitUntilRecording() {
-        ASSERT_TRUE(waitForWindow(kPanelTitle));
-        ASSERT_TRUE(waitFor([this] {
-            return !recordings().empty() && std::filesystem::exists(recordings()[0] / "journal") &&
-                   readText(recordings()[0] / "journal").find(" session ") != std::string::npos;
-        }));
-        EXPECT_FALSE(isShown(kMainTitle));
-        sleepFor(1.5);
-    }
-    void clickPanelStop() {
-        const auto panel = shownWindow(desktop_.displayName(), kPanelTitle);
-        ASSERT_TRUE(panel);
-        clickAt(kPanelTitle, panel->width - 84 + 36, panel->height / 2);
+    void stopByPanel() {
+        ASSERT_TRUE(app().clickPanelStop());
+        waitForEditor();
     }
     // The editor opens on the one recording there is.
     void waitForEditor() {
-        ASSERT_EQ(recordings().size(), 1U);
-        ASSERT_TRUE(waitForWindow("LumiVastor – " + recordings()[0].filename().string()));
-        EXPECT_TRUE(isShown(kMainTitle));
-        EXPECT_FALSE(isShown(kPanelTitle));
+        ASSERT_EQ(app().recordings().size(), 1U);
+        ASSERT_TRUE(app().waitForWindow(app().editorTitle()));
+        EXPECT_TRUE(app().isShown(kMainTitle));
+        EXPECT_FALSE(app().isShown(kPanelTitle));
+        // Until the window manager has placed it.
+        sleepFor(1);
     }
     void quit() {
-        program_->signal(SIGTERM);
-        EXPECT_EQ(program_->wait(), 0);
-        EXPECT_EQ(program_->err(), "");
+        app().program().signal(SIGTERM);
+        EXPECT_EQ(app().program().wait(), 0);
+        EXPECT_EQ(app().program().err(), "");
     }
 
-    std::vector<std::filesystem::path> recordings() const {
-        std::vector<std::filesystem::path> found;
-        const auto root = temporary_ / "Movies/LumiVastor";
-        if (!std::filesystem::exists(root)) return found;
-        for (const auto& entry : std::filesystem::directory_iterator(root)) found.push_back(entry.path());
-        return found;
+    // Exports what the editor shows, and looks at the file.
+    void exportMovie() {
+        ASSERT_TRUE(app().clickInEditor("renderButton"));
+        ASSERT_TRUE(app().waitForVideo());
+        const Asset movie(app().recordings().back() / "studio-output.mp4");
+        ASSERT_EQ(movie.tracks(TrackKind::video).size(), 1U);
+        const ProjectSettings settings = project();
+        EXPECT_EQ(movie.tracks(TrackKind::video)[0].height, settings.exportHeight);
+        const double whole = (settings.trimEnd > 0 ? settings.trimEnd : info().duration) - settings.trimStart;
+        double cut = 0;
+        for (const CutRange& range : settings.cuts) cut += range.end - range.start;
+        EXPECT_NEAR(movie.duration().seconds(), whole - cut, 0.1);
     }
-    CaptureInfo info() const { return CaptureInfo::load(recordings().at(0)); }
-    std::string log() const {
-        const auto file = temporary_ / "Library/Logs/LumiVastor.log";
-        return std::filesystem::exists(file) ? readText(file) : "";
+    void closeEditor() {
+        app().keyboard().press({ScriptedKeyboard::kControl, 'w'});
+        EXPECT_TRUE(app().waitForNoWindow(app().editorTitle()));
     }
-    bool logged(const std::string& text) const { return log().find(text) != std::string::npos; }
+    ProjectSettings project() const { return ProjectSettings::load(app_->recordings().back()); }
+    // What is edited is saved a moment later.
+    bool waitForProject(const std::function<bool(const ProjectSettings&)>& isSo) const {
+        return waitFor([&] { return isSo(project()); });
+    }
 
+    CaptureInfo info() const { return CaptureInfo::load(app_->recordings().at(0)); }
     // The last picture of the movie, as 0xRRGGBB at a place; encoding blurs it a little.
     std::vector<std::uint32_t> lastPictureAt(const std::vector<QPoint>& places) const {
-        const auto asset = std::make_shared<const Asset>(recordings().at(0) / "source.mov");
+        const auto asset = std::make_shared<const Asset>(app_->recordings().at(0) / "source.mov");
         AssetReader reader(asset);
         VideoTrackOutput& output =
             reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::bgraPremultiplied);
@@ -199,34 +115,32 @@ class ApplicationOnDesktop : public testing::Test {
         return true;
     }
 
-    const MainWindowMap map_;
-    TemporaryFolder temporary_;
+    WindowMap map_;
     DesktopRig desktop_{{.hasWindowManager = true}};
     PulseRig sound_;
+    TemporaryFolder temporary_;
     std::string pulseServer_ = sound_.address();
-    ScriptedPointer pointer_{desktop_.displayName()};
-    ScriptedKeyboard keyboard_{desktop_.displayName()};
-    std::unique_ptr<ProgramRun> program_;
+
+  private:
+    std::unique_ptr<DrivenApplication> app_;
 };
 
 TEST_F(ApplicationOnDesktop, recordsADisplayWithEverythingOnAndOpensTheEditor) {
     RigWindow other(desktop_.displayName(), {.x = 20, .y = 40, .width = 200, .height = 200, .color = 0xD0A000});
     start();
-    for (const char* box : {"autoZoomBox", "systemAudioBox", "microphoneBox", "webcamBox"}) click(box);
+    for (const char* box : {"autoZoomBox", "systemAudioBox", "microphoneBox", "webcamBox"}) app().click(box);
     sleepFor(1);
-    pressRecord();
-    waitUntilRecording();
-    const auto panel = shownWindow(desktop_.displayName(), kPanelTitle);
+    startRecording();
+    const auto panel = app().shown(kPanelTitle);
     ASSERT_TRUE(panel);
     EXPECT_EQ(panel->width, 254);
     EXPECT_EQ(panel->height, 60);
     EXPECT_EQ(panel->x, 1280 - 254 - 24);
     EXPECT_EQ(panel->y, 800 - 60 - 24);
-    pointer_.moveTo(100, 150);
-    pointer_.click(1);
+    app().pointer().moveTo(100, 150);
+    app().pointer().click(1);
     sleepFor(0.5);
-    clickPanelStop();
-    waitForEditor();
+    stopByPanel();
 
     EXPECT_EQ(info().sourceKind, "display");
     EXPECT_EQ(info().fps, 60);
@@ -235,22 +149,23 @@ TEST_F(ApplicationOnDesktop, recordsADisplayWithEverythingOnAndOpensTheEditor) {
     EXPECT_TRUE(info().microphone);
     EXPECT_EQ(info().webcamFile, "webcam.mov");
     EXPECT_GT(info().pointerEvents, 2);
-    EXPECT_EQ(readText(recordings()[0] / "project.json"), "{\"zoomScale\": 1.0}");
+    EXPECT_EQ(readText(app().recordings()[0] / "project.json"), "{\"zoomScale\": 1.0}");
     // The panel is in no picture: what lies below it is.
     const auto colours = lastPictureAt({{panel->x + 127, panel->y + 4}, {panel->x + 230, panel->y + 30}, {100, 150}});
     EXPECT_TRUE(isNear(colours[0], kBackground)) << std::hex << colours[0];
     EXPECT_TRUE(isNear(colours[1], kBackground)) << std::hex << colours[1];
     EXPECT_TRUE(isNear(colours[2], 0xD0A000)) << std::hex << colours[2];
+    exportMovie();
+    EXPECT_EQ(Asset(app().recordings()[0] / "studio-output.mp4").tracks(TrackKind::audio).size(), 1U);
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, recordsAWindowAndStopsByTheShortcut) {
     RigWindow other(desktop_.displayName(), {.title = "Vorführung", .x = 20, .y = 40, .width = 320, .height = 240});
     start();
-    choose(SourceType::window);
-    pressRecord();
-    waitUntilRecording();
-    keyboard_.press({ScriptedKeyboard::kControl, ScriptedKeyboard::kAlt, ScriptedKeyboard::kShift, 's'});
+    app().choose(SourceType::window);
+    startRecording();
+    app().keyboard().press({ScriptedKeyboard::kControl, ScriptedKeyboard::kAlt, ScriptedKeyboard::kShift, 's'});
     waitForEditor();
     EXPECT_EQ(info().sourceKind, "window");
     EXPECT_EQ(info().pixelWidth, 320);
@@ -259,178 +174,226 @@ TEST_F(ApplicationOnDesktop, recordsAWindowAndStopsByTheShortcut) {
     EXPECT_FALSE(info().systemAudio);
     EXPECT_FALSE(info().microphone);
     EXPECT_FALSE(info().webcamFile);
-    EXPECT_FALSE(std::filesystem::exists(recordings()[0] / "project.json")) << "automatic zooms are on";
+    EXPECT_FALSE(std::filesystem::exists(app().recordings()[0] / "project.json")) << "automatic zooms are on";
+    quit();
+}
+
+TEST_F(ApplicationOnDesktop, aWindowIsRecordedEditedAndExported) {
+    RigWindow other(desktop_.displayName(), {.title = "Vorführung", .x = 20, .y = 40, .width = 640, .height = 400});
+    start();
+    app().choose(SourceType::window);
+    startRecording();
+    for (const int x : {120, 300, 500}) {
+        app().pointer().moveTo(other.screenX() + x, other.screenY() + 200);
+        sleepFor(0.3);
+        app().pointer().click(1);
+        sleepFor(1);
+    }
+    stopByPanel();
+    const ProjectSettings untouched = project();
+    EXPECT_GE(info().pointerEvents, 6);
+
+    // Each of these is a step that can be undone.
+    app().clickInEditor("timeSlider", {0.1, 0.5});
+    app().clickInEditor("trimStartButton");
+    app().clickInEditor("timeSlider", {0.4, 0.5});
+    app().clickInEditor("cutStartButton");
+    app().clickInEditor("timeSlider", {0.5, 0.5});
+    app().clickInEditor("cutEndButton");
+    app().clickInEditor("maskDrawButton");
+    app().dragInEditor("previewView", {0.4, 0.4}, {0.6, 0.6});
+    app().clickInEditor("timeSlider", {0.7, 0.5});
+    app().clickInEditor("addZoomButton");
+    // Within a second, a drag would belong to the same step.
+    sleepFor(1.2);
+    app().dragInEditor("paddingSlider", {untouched.padding / 0.14, 0.5}, {0.9, 0.5});
+    ASSERT_TRUE(waitForProject([&](const ProjectSettings& now) { return now.padding > 0.12; }));
+    const ProjectSettings edited = project();
+    EXPECT_NEAR(edited.trimStart, info().duration * 0.1, 0.1);
+    ASSERT_EQ(edited.cuts.size(), 1U);
+    EXPECT_NEAR(edited.cuts[0].end - edited.cuts[0].start, info().duration * 0.1, 0.1);
+    ASSERT_EQ(edited.masks.size(), 1U);
+    ASSERT_TRUE(edited.zooms);
+    EXPECT_NEAR(edited.zooms->back().start, info().duration * 0.7, 0.1);
+
+    // The time line shows what plays.
+    app().clickInEditor("timeSlider", {0.2, 0.5});
+    app().keyboard().press({' '});
+    sleepFor(1);
+    app().keyboard().press({' '});
+    app().clickInEditor("trimStartButton");
+    ASSERT_TRUE(waitForProject([&](const ProjectSettings& now) { return now.trimStart > info().duration * 0.2; }));
+
+    for (int step = 0; step < 6; ++step) app().keyboard().press({ScriptedKeyboard::kControl, 'z'});
+    EXPECT_TRUE(waitForProject([&](const ProjectSettings& now) { return now == untouched; }));
+    for (int step = 0; step < 5; ++step) {
+        app().keyboard().press({ScriptedKeyboard::kControl, ScriptedKeyboard::kShift, 'z'});
+    }
+    EXPECT_TRUE(waitForProject([&](const ProjectSettings& now) { return now == edited; }));
+    exportMovie();
+    closeEditor();
+    EXPECT_EQ(project(), edited);
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, recordsARegionThatIsDragged) {
     start();
-    choose(SourceType::region);
-    pressRecord();
-    ASSERT_TRUE(waitForWindow(kArmTitle));
-    EXPECT_FALSE(isShown(kMainTitle));
-    const auto arm = shownWindow(desktop_.displayName(), kArmTitle);
+    app().choose(SourceType::region);
+    app().pressRecord();
+    ASSERT_TRUE(app().waitForWindow(kArmTitle));
+    EXPECT_FALSE(app().isShown(kMainTitle));
+    const auto arm = app().shown(kArmTitle);
     EXPECT_EQ(arm->x, 640 - 215);
     EXPECT_EQ(arm->y, 24);
     EXPECT_EQ(arm->width, 430);
     EXPECT_EQ(arm->height, 56);
-    clickAt(kArmTitle, 270, 28);
-    ASSERT_TRUE(waitForWindow(kPickerTitle));
+    app().clickAt(kArmTitle, {270, 28});
+    ASSERT_TRUE(app().waitForWindow(kPickerTitle));
     sleepFor(0.5);
-    pointer_.moveTo(200, 100);
-    pointer_.press(1);
-    pointer_.moveTo(400, 200);
-    pointer_.moveTo(520, 340);
-    pointer_.release(1);
-    waitUntilRecording();
-    clickPanelStop();
-    waitForEditor();
+    app().pointer().moveTo(200, 100);
+    app().pointer().press(1);
+    app().pointer().moveTo(400, 200);
+    app().pointer().moveTo(520, 340);
+    app().pointer().release(1);
+    app().waitUntilRecording();
+    stopByPanel();
     EXPECT_EQ(info().sourceKind, "region");
     EXPECT_EQ(info().pixelWidth, 320);
     EXPECT_EQ(info().pixelHeight, 240);
     EXPECT_EQ(info().contentX, 200);
     EXPECT_EQ(info().contentY, 100);
-    EXPECT_TRUE(logged("[Region] Overlay angezeigt: sichtbar=true, Schirm=1280×800"));
+    EXPECT_TRUE(app().logged("[Region] Overlay angezeigt: sichtbar=true, Schirm=1280×800"));
+    exportMovie();
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, everyWayOutOfARegionBringsTheWindowBack) {
     start();
-    choose(SourceType::region);
+    app().choose(SourceType::region);
     const auto toOverlay = [this] {
-        pressRecord();
-        ASSERT_TRUE(waitForWindow(kArmTitle));
-        clickAt(kArmTitle, 270, 28);
-        ASSERT_TRUE(waitForWindow(kPickerTitle));
+        app().pressRecord();
+        ASSERT_TRUE(app().waitForWindow(kArmTitle));
+        app().clickAt(kArmTitle, {270, 28});
+        ASSERT_TRUE(app().waitForWindow(kPickerTitle));
         sleepFor(0.5);
     };
     const auto expectBack = [this](const char* what) {
-        EXPECT_TRUE(waitForWindow(kMainTitle)) << what;
-        EXPECT_TRUE(waitForNoWindow(kPickerTitle)) << what;
-        EXPECT_FALSE(isShown(kArmTitle)) << what;
+        EXPECT_TRUE(app().waitForWindow(kMainTitle)) << what;
+        EXPECT_TRUE(app().waitForNoWindow(kPickerTitle)) << what;
+        EXPECT_FALSE(app().isShown(kArmTitle)) << what;
         sleepFor(0.5);
     };
-    pressRecord();
-    ASSERT_TRUE(waitForWindow(kArmTitle));
-    clickAt(kArmTitle, 385, 28);
+    app().pressRecord();
+    ASSERT_TRUE(app().waitForWindow(kArmTitle));
+    app().clickAt(kArmTitle, {385, 28});
     expectBack("the panel's button");
 
     toOverlay();
-    keyboard_.press({ScriptedKeyboard::kEscape});
+    app().keyboard().press({ScriptedKeyboard::kEscape});
     expectBack("Escape");
 
     toOverlay();
-    pointer_.moveTo(200, 100);
-    pointer_.press(1);
-    pointer_.moveTo(500, 400);
-    keyboard_.press({ScriptedKeyboard::kEscape});
-    pointer_.release(1);
+    app().pointer().moveTo(200, 100);
+    app().pointer().press(1);
+    app().pointer().moveTo(500, 400);
+    app().keyboard().press({ScriptedKeyboard::kEscape});
+    app().pointer().release(1);
     expectBack("Escape during the drag");
 
     toOverlay();
-    pointer_.moveTo(200, 100);
-    pointer_.press(1);
-    pointer_.moveTo(259, 300);
-    pointer_.release(1);
+    app().pointer().moveTo(200, 100);
+    app().pointer().press(1);
+    app().pointer().moveTo(259, 300);
+    app().pointer().release(1);
     expectBack("59 points");
-    EXPECT_TRUE(recordings().empty());
+    EXPECT_TRUE(app().recordings().empty());
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, quittingWhileRecordingFinishesTheFolder) {
     start();
-    pressRecord();
-    waitUntilRecording();
+    startRecording();
     quit();
-    ASSERT_EQ(recordings().size(), 1U);
-    EXPECT_FALSE(Asset(recordings()[0] / "source.mov").isFragmented());
-    EXPECT_FALSE(std::filesystem::exists(recordings()[0] / "journal"));
+    ASSERT_EQ(app().recordings().size(), 1U);
+    EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
+    EXPECT_FALSE(std::filesystem::exists(app().recordings()[0] / "journal"));
     EXPECT_GT(info().framesWritten, 0);
 }
 
 TEST_F(ApplicationOnDesktop, testRegionGoesToTheOverlayByItself) {
     start({"--test-region"});
-    ASSERT_TRUE(waitForWindow(kArmTitle));
-    ASSERT_TRUE(waitForWindow(kPickerTitle));
+    ASSERT_TRUE(app().waitForWindow(kArmTitle));
+    ASSERT_TRUE(app().waitForWindow(kPickerTitle));
     for (const char* line :
          {"[Region] Testmodus: löse Ausschnitt-Fluss aus", "[Region] Fluss gestartet: Fenster weg, App tritt zurück",
           "[Region] Bereit-Feld angezeigt", "[Region] Nutzer bereit, zeige Overlay",
           "[Region] Overlay angezeigt: sichtbar=true, Schirm=1280×800"}) {
-        EXPECT_TRUE(waitFor([&] { return logged(line); })) << line;
+        EXPECT_TRUE(waitFor([&] { return app().logged(line); })) << line;
     }
     sleepFor(0.5);
-    keyboard_.press({ScriptedKeyboard::kEscape});
-    EXPECT_TRUE(waitForWindow(kMainTitle));
+    app().keyboard().press({ScriptedKeyboard::kEscape});
+    EXPECT_TRUE(app().waitForWindow(kMainTitle));
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, opensTheEditorFromTheCommandLineAndForLaterStarts) {
     start();
-    pressRecord();
-    waitUntilRecording();
-    clickPanelStop();
-    waitForEditor();
+    startRecording();
+    stopByPanel();
     quit();
-    const std::string editor = "LumiVastor – " + recordings()[0].filename().string();
+    const std::string editor = "LumiVastor – " + app().recordings()[0].filename().string();
 
-    start({"--open-editor", recordings()[0].string()});
-    EXPECT_TRUE(waitForWindow(editor));
+    start({"--open-editor", app().recordings()[0].string()});
+    EXPECT_TRUE(app().waitForWindow(editor));
     quit();
 
     start({"--open-editor"});
     sleepFor(1.5);
-    EXPECT_FALSE(isShown(editor)) << "nothing is named";
+    EXPECT_FALSE(app().isShown(editor)) << "nothing is named";
     // A later start has the first one open it, and ends.
-    ProgramRun later({LUMI_PROGRAM, "--open-editor", recordings()[0].string()}, environment());
+    ProgramRun later({LUMI_PROGRAM, "--open-editor", app().recordings()[0].string()}, app().environment());
     EXPECT_EQ(later.wait(), 0) << later.err();
-    EXPECT_TRUE(waitForWindow(editor));
-    ProgramRun another({LUMI_PROGRAM}, environment());
+    EXPECT_TRUE(app().waitForWindow(editor));
+    ProgramRun another({LUMI_PROGRAM}, app().environment());
     EXPECT_EQ(another.wait(), 0) << another.err();
-    EXPECT_TRUE(program_->isRunning());
+    EXPECT_TRUE(app().program().isRunning());
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, withoutASoundServerTheMicrophoneIsRefused) {
     pulseServer_ = nobodysAddress(temporary_);
     start();
-    click("microphoneBox");
-    pressRecord();
-    EXPECT_TRUE(waitFor([this] { return logged("[Permissions] Mikrofon: nicht gefunden"); }));
+    app().click("microphoneBox");
+    app().pressRecord();
+    EXPECT_TRUE(waitFor([this] { return app().logged("[Permissions] Mikrofon: nicht gefunden"); }));
     sleepFor(1);
-    EXPECT_TRUE(recordings().empty()) << "a countdown has its folder already";
-    EXPECT_TRUE(isShown(kMainTitle));
+    EXPECT_TRUE(app().recordings().empty()) << "a countdown has its folder already";
+    EXPECT_TRUE(app().isShown(kMainTitle));
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, anInterruptedRecordingIsCompletedWithOneClick) {
     start();
-    pressRecord();
-    waitUntilRecording();
+    startRecording();
     sleepFor(3);  // so that a fragment is on the disk
-    program_->signal(SIGKILL);
-    program_->wait();
-    ASSERT_TRUE(std::filesystem::exists(recordings().at(0) / "journal"));
-    ASSERT_TRUE(waitForNoWindow(kMainTitle));
+    app().program().signal(SIGKILL);
+    app().program().wait();
+    ASSERT_TRUE(std::filesystem::exists(app().recordings().at(0) / "journal"));
+    ASSERT_TRUE(app().waitForNoWindow(kMainTitle));
 
     start();
-    // The button at the right end of the line above the status.
-    const auto window = shownWindow(desktop_.displayName(), kMainTitle);
-    const QPoint status = map_.control("statusLabel");
-    bool done = false;
-    for (int y = status.y() - 60; y < status.y() && !done; y += 6) {
-        clickAt(kMainTitle, window->width - 70, y);
-        done = !std::filesystem::exists(recordings()[0] / "journal");
-    }
-    EXPECT_TRUE(waitFor([this] { return !std::filesystem::exists(recordings()[0] / "journal"); }));
+    const std::string text = "Eine Aufnahme wurde unterbrochen: " + app().recordings()[0].filename().string();
+    app().clickAt(kMainTitle, map_.noticeButton(text, "Abschließen"));
+    EXPECT_TRUE(waitFor([this] { return !std::filesystem::exists(app().recordings()[0] / "journal"); }));
     EXPECT_GT(info().framesWritten, 0);
-    EXPECT_FALSE(Asset(recordings()[0] / "source.mov").isFragmented());
+    EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
     quit();
 }
 
 TEST_F(ApplicationOnDesktop, closingTheWindowEndsTheProgram) {
     start();
-    keyboard_.press({ScriptedKeyboard::kAlt, 0xffc1});  // Alt+F4
-    EXPECT_EQ(program_->wait(), 0);
+    app().keyboard().press({ScriptedKeyboard::kAlt, 0xffc1});  // Alt+F4
+    EXPECT_EQ(app().program().wait(), 0);
 }
 
 TEST(Application, saysWhenThereIsNoDisplay) {

@@ -132,6 +132,12 @@ void EditorWindow::build() {
     resize(least.expandedTo({kWidth, height + kAir}));
 }
 
+void EditorWindow::fitInto(QSize room) {
+    const QSize contents = layout()->minimumSize();
+    setMinimumSize(minimumSize().boundedTo(room.expandedTo(contents)));
+    resize(size().boundedTo(room.expandedTo(minimumSize())));
+}
+
 EditorActions EditorWindow::actions() {
     EditorActions actions;
     const auto atPlayhead = [this](void (EditSession::*command)(double)) {

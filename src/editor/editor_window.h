@@ -47,6 +47,10 @@ class EditorWindow final : public QWidget {
     EditorControls& controls() { return *controls_; }
     bool isRendering() const { return exportJob_ != nullptr; }
 
+    /// Makes the window smaller than it usually may be, as far as its contents go, where a screen has no more room than
+    /// this, in points. The preview gives way.
+    void fitInto(QSize room);
+
   protected:
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;

@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QDropEvent>
 #include <QLabel>
+#include <QLayout>
 #include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
@@ -455,6 +456,26 @@ class EditorWindowLook : public EditorFixture, public testing::WithParamInterfac
     }
     ~EditorWindowLook() override { QApplication::setFont(before_); }
 
+    // At the size that the window has.
+    void expectNothingIsCutOff() {
+        QTest::qWait(50);
+        int seen = 0;
+        for (QWidget* each : window().findChildren<QWidget*>()) {
+            if (each->window() != &window() || !each->isVisible()) continue;
+            const bool hasText = qobject_cast<QAbstractButton*>(each) != nullptr ||
+                                 qobject_cast<QLabel*>(each) != nullptr || qobject_cast<QComboBox*>(each) != nullptr;
+            if (!hasText) continue;
+            ++seen;
+            const QSize needed = each->minimumSizeHint();
+            const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
+            EXPECT_GE(each->width(), needed.width()) << name;
+            EXPECT_GE(each->height(), needed.height()) << name;
+            EXPECT_TRUE(each->parentWidget()->rect().contains(each->geometry())) << name;
+        }
+        EXPECT_GT(seen, 60);
+        EXPECT_FALSE(controls().column->widget()->width() > controls().column->viewport()->width());
+    }
+
     std::vector<QWidget*> allControls() {
         std::vector<QWidget*> all;
         for (QWidget* each : window().findChildren<QWidget*>()) {
@@ -482,22 +503,24 @@ TEST_P(EditorWindowLook, IsAsLargeAsLaidDownAndCutsNothingOff) {
     controls().setRendering(true);
     controls().revealRenderButton->show();
     window().resize(window().minimumSize());
-    QTest::qWait(50);
-    int seen = 0;
-    for (QWidget* each : window().findChildren<QWidget*>()) {
-        if (each->window() != &window() || !each->isVisible()) continue;
-        const bool hasText = qobject_cast<QAbstractButton*>(each) != nullptr ||
-                             qobject_cast<QLabel*>(each) != nullptr || qobject_cast<QComboBox*>(each) != nullptr;
-        if (!hasText) continue;
-        ++seen;
-        const QSize needed = each->minimumSizeHint();
-        const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
-        EXPECT_GE(each->width(), needed.width()) << name;
-        EXPECT_GE(each->height(), needed.height()) << name;
-        EXPECT_TRUE(each->parentWidget()->rect().contains(each->geometry())) << name;
+    expectNothingIsCutOff();
+}
+
+TEST_P(EditorWindowLook, GivesWayToASmallScreenAndCutsNothingOff) {
+    openWindow(GetParam().first);
+    const QSize usual = window().size();
+    window().fitInto({4000, 3000});
+    EXPECT_EQ(window().size(), usual);
+    window().fitInto({1366, 700});
+    EXPECT_LE(window().width(), std::max(1366, window().layout()->minimumSize().width()));
+    EXPECT_LE(window().height(), std::max(700, window().layout()->minimumSize().height()));
+    if (GetParam().second <= 10) {
+        EXPECT_EQ(window().size(), QSize(1320, 700));
     }
-    EXPECT_GT(seen, 60);
-    EXPECT_FALSE(controls().column->widget()->width() > controls().column->viewport()->width());
+    controls().setRendering(true);
+    controls().revealRenderButton->show();
+    expectNothingIsCutOff();
+    EXPECT_GE(controls().previewView->height(), 180);
 }
 
 TEST_P(EditorWindowLook, EveryControlIsNamedExplainedAndReachedByTheKeyboard) {

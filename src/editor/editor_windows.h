@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "base/main_loop.h"
@@ -18,8 +17,8 @@ class EditorWindows {
   public:
     struct Options {
         std::function<std::unique_ptr<SoundOutput>()> makeSoundOutput;
-        /// A folder that was dropped on an editor cannot be opened: a German sentence.
-        std::function<void(const std::string& message)> failed;
+        /// A folder was dropped on an editor.
+        std::function<void(const std::filesystem::path& folder)> dropped;
     };
 
     /// The loop outlives this.
@@ -36,8 +35,6 @@ class EditorWindows {
 
   private:
     struct Editor;
-    void openDropped(const std::filesystem::path& folder);
-
     MainLoop& loop_;
     const Options options_;
     std::vector<std::unique_ptr<Editor>> editors_;

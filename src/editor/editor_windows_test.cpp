@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
+
 #include "editor/editor_window.h"
 #include "support/editor_fixture.h"
 
@@ -40,6 +46,22 @@ TEST_F(EditorWindowsTest, WhatCannotBeOpenedLeavesNothingBehind) {
     const TemporaryFolder empty;
     EXPECT_THROW(editors.open(empty.path()), RecorderError);
     EXPECT_EQ(editors.count(), 0u);
+}
+
+TEST_F(EditorWindowsTest, AFolderThatIsDroppedIsHandedOn) {
+    std::filesystem::path dropped;
+    EditorWindows editors(
+        loop_, {.makeSoundOutput = {}, .dropped = [&](const std::filesystem::path& folder) { dropped = folder; }});
+    EditorWindow& editor = editors.open(folder_.path());
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(folder_.path().string()))});
+    QDragEnterEvent enter({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&editor, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&editor, &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    EXPECT_TRUE(waitFor([&] { return dropped == folder_.path(); }));
 }
 
 TEST_F(EditorWindowsTest, WhatIsOpenIsSavedWhenTheProgramEnds) {

@@ -12,11 +12,14 @@ namespace lumivastor {
 namespace {
 
 constexpr double kStageRadius = 6;
+// Smaller, nobody sees what a click hits.
+constexpr QSize kLeastSize(320, 180);
 
 }  // namespace
 
 PreviewView::PreviewView(QWidget* parent) : QWidget(parent) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    setMinimumSize(kLeastSize);
     setAccessibleName("Vorschau");
 }
 

@@ -97,12 +97,17 @@ bool PlayerFixture::seek(double seconds) {
 void PlayerFixture::playUntil(double seconds, const std::function<void()>& check) {
     constexpr double kStep = 1.0 / 120;
     while (player_->rate() > 0 && player_->currentTime() < seconds - kStep / 2) {
+        const std::int64_t dropped = player_->statistics().framesDropped;
         sound_->advance(kStep);
         settle();
         const double now = player_->currentTime();
-        // Sound that is not decoded yet is waited for, and so is the frame that is due.
+        // Sound that is not decoded yet is waited for, and so is the frame that is due; unless the player has found, on
+        // a machine that takes longer for a picture than the moved clock, that it comes too late.
         const double frameLength = 1.0 / options_.frameRate;
-        ASSERT_TRUE(await([&] { return player_->rate() == 0 || lastSeconds_ > now - frameLength - 0.001; })) << now;
+        ASSERT_TRUE(await([&] {
+            return player_->rate() == 0 || lastSeconds_ > now - frameLength - 0.001 ||
+                   player_->statistics().framesDropped > dropped;
+        })) << now;
         if (check) check();
     }
 }

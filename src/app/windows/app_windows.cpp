@@ -2,10 +2,14 @@
 
 #include <QApplication>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
+#include <QHeaderView>
+#include <QIcon>
 #include <QMessageBox>
 #include <QScreen>
 #include <QTimer>
+#include <QTreeView>
 #include <QUrl>
 #include <algorithm>
 #include <system_error>
@@ -20,6 +24,12 @@ namespace lumivastor {
 namespace {
 
 constexpr int kExportWatchMilliseconds = 5'000;
+constexpr QSize kFolderPanelSize(760, 480);
+// Of the list in Qt's file dialog.
+constexpr int kNameColumn = 0;
+constexpr int kSizeColumn = 1;
+constexpr int kKindColumn = 2;
+constexpr int kDateColumn = 3;
 
 QString text(const std::filesystem::path& path) {
     return QString::fromStdString(path.string());
@@ -98,6 +108,7 @@ void AppWindows::reopen() {
         if (!each->isVisible() || each->windowType() != Qt::Window) continue;
         hasVisibleWindows = true;
         if (each != window_.get() || delegate_->applicationShouldTerminateAfterLastWindowClosed()) {
+            each->setWindowState(each->windowState() & ~Qt::WindowMinimized);
             each->raise();
             each->activateWindow();
         }
@@ -108,8 +119,9 @@ void AppWindows::reopen() {
 void AppWindows::showAbout() {
     QMessageBox box(window_.get());
     box.setWindowTitle("Über LumiVastor");
+    box.setIconPixmap(QApplication::windowIcon().pixmap(QSize(64, 64), window_->devicePixelRatioF()));
     box.setText("<b>LumiVastor</b> " LUMI_VERSION);
-    box.setInformativeText("Bildschirmaufnahmen aufnehmen, bearbeiten und als Video ausgeben.");
+    box.setInformativeText("Nimmt den Bildschirm auf und macht aus der Aufnahme ein Lernvideo.");
     box.addButton("Schließen", QMessageBox::AcceptRole);
     box.exec();
 }
@@ -234,7 +246,17 @@ void AppWindows::askForFolder(const std::string& message, const std::filesystem:
     panel->setLabelText(QFileDialog::FileType, "Art:");
     std::error_code error;
     const bool exists = std::filesystem::is_directory(start, error);
-    panel->setDirectory(exists ? text(start) : text(start.parent_path().parent_path()));
+    const QString first = exists ? text(start) : text(start.parent_path().parent_path());
+    panel->setDirectory(first);
+    panel->setSidebarUrls({QUrl::fromLocalFile(first), QUrl::fromLocalFile(QDir::homePath())});
+    // Folders have names and dates that matter, and neither sizes nor kinds.
+    if (auto* list = panel->findChild<QTreeView*>("treeView")) {
+        for (const int column : {kSizeColumn, kKindColumn}) list->hideColumn(column);
+        list->header()->setStretchLastSection(false);
+        list->header()->setSectionResizeMode(kNameColumn, QHeaderView::Stretch);
+        list->header()->setSectionResizeMode(kDateColumn, QHeaderView::ResizeToContents);
+    }
+    panel->resize(kFolderPanelSize);
     QObject::connect(panel, &QDialog::finished, panel, [panel, completion = std::move(completion)](int result) {
         const QStringList chosen = panel->selectedFiles();
         if (result != QDialog::Accepted || chosen.isEmpty()) {

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
@@ -25,34 +26,41 @@ namespace lumivastor {
 
 namespace {
 
+constexpr int kWidth = 580;
+constexpr int kHeight = 634;
 constexpr int kRowWidth = 530;
 constexpr int kSourceWidth = 496;
 constexpr int kEdge = 20;
 constexpr int kSpacing = 6;
 constexpr int kGroupSpace = 8;
+// At the usual size of type.
+constexpr double kRecordType = 14;
+constexpr double kStatusType = 11;
+constexpr double kUsualType = 10;  // in points
 constexpr int kStatusLines = 5;
-constexpr int kStatusLine = 14;
+constexpr double kStatusLine = 14;
+constexpr QSize kCameraSize(224, 126);
+constexpr double kCameraRadius = 10;
 
 // What this window has besides the look that all windows share.
 constexpr const char* kSheet = R"(
     QWidget[role="window"] { background: #1A1C21; }
-    QLabel[role="status"] { font-family: monospace; font-size: 11px; color: @second; }
+    QLabel[role="status"] { font-family: monospace; font-size: @status-type; color: @second; }
     QFrame[role="notice"] { background: #2B2622; border: 1px solid #5A4636; border-radius: 7px; }
     QPushButton[role="record"] {
         background: #D94033; border: 2px solid #D94033; border-radius: 8px; color: white;
-        font-size: 14px; font-weight: 600; min-height: 28px;
+        font-size: @record-type; font-weight: 600; min-height: 28px;
     }
     QPushButton[role="record"]:hover { background: #E5564A; border-color: #E5564A; }
     QPushButton[role="record"]:pressed { background: #BC3529; border-color: #BC3529; }
     QPushButton[role="record"]:disabled { background: #4A302D; border-color: #4A302D; color: #A9918E; }
     QPushButton[role="record"]:focus { border-color: #FFD8D3; }
-    QPushButton[role="segment"]:disabled { color: @disabled; background: transparent; border-color: transparent; }
-    QPushButton[role="segment"]:checked:disabled { background: #32343B; border-color: #32343B; }
-    QCheckBox:disabled { color: @disabled; }
-    QMenuBar { background: transparent; }
-    QMenuBar::item { background: transparent; padding: 4px 10px; border-radius: 5px; }
-    QMenuBar::item:selected { background: #32343B; }
 )";
+
+// In pixels: grows with the desktop's type, as all else does.
+int grown(double usual, const QFont& font) {
+    return static_cast<int>(std::lround(usual * look::typeScale(font).body / kUsualType));
+}
 
 QLabel* caption(const char* text) {
     auto* label = new QLabel(text);
@@ -94,10 +102,12 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     setProperty("role", "window");
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
-    setFixedSize(580, 634);
-    setStyleSheet(
-        look::styleSheet(font()) +
-        QString(kSheet).replace("@second", look::kSecondText.name()).replace("@disabled", look::kDisabledText.name()));
+    setFixedSize(kWidth, kHeight);
+    setStyleSheet(look::styleSheet(font()) +
+                  QString(kSheet)
+                      .replace("@second", look::kSecondText.name())
+                      .replace("@record-type", QString::number(grown(kRecordType, font())) + "px")
+                      .replace("@status-type", QString::number(grown(kStatusType, font())) + "px"));
 
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
@@ -112,6 +122,18 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     buildButtons(*column);
     buildStatus(*column);
     recordButton_->setFocus();
+    // How much room things need is only known once the style sheet's type is in them.
+    for (QWidget* each : findChildren<QWidget*>()) each->ensurePolished();
+    takeRoom();
+}
+
+// Notices, and type that is larger than usual, may need more room than there is.
+void MainWindow::takeRoom() {
+    layout()->activate();
+    const int width = std::max(kWidth, layout()->totalMinimumSize().width());
+    const int needed =
+        layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width) : layout()->totalMinimumSize().height();
+    setFixedSize(width, std::max(kHeight, needed));
 }
 
 void MainWindow::buildMenus(QVBoxLayout& column) {
@@ -141,7 +163,7 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     column.addWidget(caption("Quelle"));
     sourceTypeControl_ = new SegmentedControl(kTypes, "Art der Quelle");
     sourceTypeControl_->setObjectName("sourceTypeControl");
-    sourceTypeControl_->setFixedWidth(kRowWidth);
+    sourceTypeControl_->setMinimumWidth(kRowWidth);
     sourceTypeControl_->selected = [this] {
         actions_.sourceTypeChanged(static_cast<SourceType>(sourceTypeControl_->index()));
     };
@@ -177,13 +199,13 @@ void MainWindow::buildSource(QVBoxLayout& column) {
 }
 
 void MainWindow::buildBoxes(QVBoxLayout& column) {
+    column.addWidget(caption("Zooms"));
+    autoZoomBox_ = box("Automatische Zooms (Kamera fährt zu deinen Klicks)", "autoZoomBox", actions_.autoZoomToggled);
+    column.addWidget(autoZoomBox_);
+    column.addSpacing(kGroupSpace);
+
     auto* boxes = new QVBoxLayout;
     boxes->setSpacing(kSpacing);
-    boxes->addWidget(caption("Zooms"));
-    autoZoomBox_ = box("Automatische Zooms (Kamera fährt zu deinen Klicks)", "autoZoomBox", actions_.autoZoomToggled);
-    boxes->addWidget(autoZoomBox_);
-    boxes->addSpacing(kGroupSpace);
-
     boxes->addWidget(caption("Ton"));
     systemAudioBox_ = box("Systemton aufnehmen", "systemAudioBox", actions_.systemAudioToggled);
     boxes->addWidget(systemAudioBox_);
@@ -194,15 +216,17 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->addWidget(caption("Kamera"));
     webcamBox_ = box("Kamera aufnehmen (Facecam)", "webcamBox", actions_.webcamToggled);
     boxes->addWidget(webcamBox_);
+    boxes->addStretch(1);
 
-    // Beside the boxes, so that nothing moves when it comes.
-    webcamPreviewContainer_ = new CameraView({224, 126}, 10);
+    // Beside the boxes, in room that is kept for it: nothing moves when it comes.
+    webcamPreviewContainer_ = new CameraView(kCameraSize, kCameraRadius);
     webcamPreviewContainer_->setObjectName("webcamPreviewContainer");
     webcamPreviewContainer_->hide();
     auto* row = new QGridLayout;
     row->setContentsMargins(0, 0, 0, 0);
+    row->setRowMinimumHeight(0, kCameraSize.height());
     row->addLayout(boxes, 0, 0);
-    row->addWidget(webcamPreviewContainer_, 0, 0, Qt::AlignRight | Qt::AlignBottom);
+    row->addWidget(webcamPreviewContainer_, 0, 0, Qt::AlignRight | Qt::AlignTop);
     column.addLayout(row);
     column.addStretch(1);
 }
@@ -210,7 +234,7 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
 void MainWindow::buildButtons(QVBoxLayout& column) {
     recordButton_ = button("Aufnahme starten", "recordButton", actions_.toggleRecording);
     recordButton_->setProperty("role", "record");
-    recordButton_->setFixedWidth(kRowWidth);
+    recordButton_->setMinimumWidth(kRowWidth);
     recordButton_->setShortcut(Qt::Key_Return);
     column.addWidget(recordButton_);
     auto* row = new QHBoxLayout;
@@ -234,7 +258,7 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     statusLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     statusLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     // The longest text takes so many lines; nothing moves when it comes.
-    statusLabel_->setMinimumHeight(kStatusLines * kStatusLine);
+    statusLabel_->setMinimumHeight(kStatusLines * grown(kStatusLine, font()));
     statusLabel_->setFocusPolicy(Qt::NoFocus);
     column.addWidget(statusLabel_);
     progressBar_ = new QProgressBar;
@@ -281,6 +305,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
     if (shownNotices_ == notices) return;
     shownNotices_ = notices;
     while (QLayoutItem* item = noticeRows_->takeAt(0)) {
+        item->widget()->hide();
         item->widget()->deleteLater();
         delete item;
     }
@@ -300,7 +325,11 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
                 button(notice.action.c_str(), "noticeButton", [this, kind = kind] { actions_.noticeAction(kind); }));
         }
         noticeRows_->addWidget(row);
+        // Only what is shown counts when the window takes its room.
+        row->show();
+        for (QWidget* each : row->findChildren<QWidget*>()) each->ensurePolished();
     }
+    takeRoom();
 }
 
 void MainWindow::setCameraPreview(std::shared_ptr<WebcamPreview> preview) {

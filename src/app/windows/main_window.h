@@ -41,7 +41,8 @@ struct MainWindowActions {
     std::function<void()> terminate;
 };
 
-/// The small window from which every recording starts. Shows a state; tells what the user does.
+/// The small window from which every recording starts. Shows a state; tells what the user does. As large as it always
+/// is, and higher only where notices or large type need it.
 class MainWindow final : public QWidget {
   public:
     explicit MainWindow(MainWindowActions actions);
@@ -56,6 +57,7 @@ class MainWindow final : public QWidget {
     void buildBoxes(QVBoxLayout& column);
     void buildButtons(QVBoxLayout& column);
     void buildStatus(QVBoxLayout& column);
+    void takeRoom();
     void showNotices(const std::map<NoticeKind, Notice>& notices);
 
     const MainWindowActions actions_;

@@ -41,7 +41,7 @@ class RedDot final : public QWidget {
 QPushButton* panelButton(const QString& text, const char* name, QWidget* parent, std::function<void()> action) {
     auto* button = new QPushButton(text, parent);
     button->setObjectName(name);
-    button->setProperty("role", "icon");  // the one with narrow margins
+    button->setProperty("role", "panel");
     button->setFocusPolicy(Qt::NoFocus);
     QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
     return button;
@@ -158,7 +158,7 @@ RegionArmPanel::RegionArmPanel(const QScreen& screen, std::function<void()> proc
     choose->setProperty("active", true);
     choose->setGeometry(210, 14, 132, 28);
     auto* abandon = panelButton("Abbrechen", "armCancelButton", this, std::move(cancel));
-    abandon->setGeometry(350, 14, 70, 28);
+    abandon->setGeometry(350, 14, 72, 28);
     const QRect free = screen.availableGeometry();
     move(free.x() + free.width() / 2 - 215, free.y() + static_cast<int>(kScreenMargin));
 }

@@ -1,0 +1,249 @@
+#include "support/driven_application.h"
+
+#include <sys/stat.h>
+
+#include <QApplication>
+#include <QPushButton>
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+#include "app/windows/main_window.h"
+#include "base/recorder_error.h"
+#include "editor/editor_window.h"
+#include "editor/look.h"
+#include "editor/qt_main_loop.h"
+#include "editor/segmented_control.h"
+#include "editor/value_slider.h"
+#include "media/asset.h"
+#include "support/text_file.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Until the program and the window manager have dealt with what a hand has done.
+constexpr double kHandPause = 0.3;
+
+QWidget& find(const QWidget& window, const std::string& name) {
+    auto* const widget = window.findChild<QWidget*>(QString::fromStdString(name));
+    if (widget == nullptr) throw std::runtime_error("no control is called " + name);
+    return *widget;
+}
+
+}  // namespace
+
+void sleepFor(double seconds) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+// Windows' maps
+
+WindowMap::WindowMap() {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    application_ = std::make_unique<QApplication>(count_, words_);
+    look::apply(*application_);
+    window_ = std::make_unique<MainWindow>(MainWindowActions{});
+    window_->setVisible(true);
+    QApplication::processEvents();
+}
+
+WindowMap::~WindowMap() = default;
+
+QPoint WindowMap::control(const std::string& name) const {
+    const QWidget& widget = find(*window_, name);
+    return widget.mapTo(window_.get(), QPoint(12, widget.height() / 2));
+}
+
+QPoint WindowMap::segment(SourceType type) const {
+    const auto& control = static_cast<SegmentedControl&>(find(*window_, "sourceTypeControl"));
+    const QWidget* const segment = control.segment(static_cast<int>(type));
+    return segment->mapTo(window_.get(), segment->rect().center());
+}
+
+QPoint WindowMap::noticeButton(const std::string& text, const std::string& action) {
+    MainWindowState state;
+    state.notices[NoticeKind::interrupted] = {text, action};
+    window_->show(state);
+    QApplication::processEvents();
+    const QWidget& button = find(*window_, "noticeButton");
+    const QPoint place = button.mapTo(window_.get(), button.rect().center());
+    window_->show(MainWindowState{});
+    QApplication::processEvents();
+    return place;
+}
+
+EditorWindow& WindowMap::editor(const std::filesystem::path& recording, QSize size) {
+    if (edited_ != recording) {
+        editor_.reset();
+        copy_ = std::make_unique<TemporaryFolder>();
+        std::filesystem::copy(recording, copy_->path(), std::filesystem::copy_options::recursive);
+        if (!loop_) loop_ = std::make_unique<QtMainLoop>();
+        editor_ = std::make_unique<EditorWindow>(copy_->path(), *loop_, EditorWindow::Options{});
+        editor_->show();
+        edited_ = recording;
+    }
+    // As a small screen does it.
+    editor_->fitInto(size);
+    editor_->resize(size);
+    QApplication::processEvents();
+    return *editor_;
+}
+
+QPoint WindowMap::editorControl(const std::filesystem::path& recording, QSize size, const std::string& name,
+                                QPointF place) {
+    EditorWindow& window = editor(recording, size);
+    const QWidget& widget = find(window, name);
+    const double inset = dynamic_cast<const ValueSlider*>(&widget) != nullptr ? ValueSlider::kHandleInset : 0;
+    const QPointF at(inset + (widget.width() - 2 * inset) * place.x(), widget.height() * place.y());
+    return widget.mapTo(&window, at).toPoint();
+}
+
+// The program
+
+DrivenApplication::DrivenApplication(DesktopRig& desktop, WindowMap& map, Options options)
+    : options_(std::move(options)), desktop_(desktop), map_(map) {
+    std::filesystem::create_directory(home_ / "run");
+    ::chmod((home_ / "run").c_str(), 0700);
+}
+
+DrivenApplication::~DrivenApplication() = default;
+
+std::map<std::string, std::string> DrivenApplication::environment() const {
+    std::map<std::string, std::string> variables = {
+        {"DISPLAY", desktop_.displayName()},
+        {"HOME", home_.path().string()},
+        {"XDG_RUNTIME_DIR", (home_ / "run").string()},
+        {"XDG_CONFIG_HOME", ""},
+        {"PULSE_SERVER", options_.pulseServer},
+        {"PIPEWIRE_REMOTE", (home_ / "none").string()},
+        {"LUMIVASTOR_TEST_CAMERA", "testsrc2=size={size}:rate=30"},
+        {"DBUS_SESSION_BUS_ADDRESS", "disabled:"},
+        {"WAYLAND_DISPLAY", ""},
+        {"QT_QPA_PLATFORM", ""},
+    };
+    for (const auto& [name, value] : options_.environment) variables[name] = value;
+    return variables;
+}
+
+bool DrivenApplication::start(const std::vector<std::string>& switches) {
+    // Ends with this process also when that is killed.
+    std::vector<std::string> words = {"setpriv", "--pdeathsig", "KILL", LUMI_PROGRAM};
+    words.insert(words.end(), switches.begin(), switches.end());
+    program_ = std::make_unique<ProgramRun>(words, environment());
+    if (!waitForWindow(kMainTitle)) return false;
+    // Until the sources are listed and the window manager has placed and focused the window.
+    sleepFor(1.5);
+    return true;
+}
+
+std::optional<ShownWindow> DrivenApplication::shown(const std::string& title) const {
+    return shownWindow(desktop_.displayName(), title);
+}
+
+bool DrivenApplication::waitForWindow(const std::string& title) const {
+    return waitFor([&] { return isShown(title) || !program_->isRunning(); }) && isShown(title);
+}
+
+bool DrivenApplication::waitForNoWindow(const std::string& title) const {
+    return waitFor([&] { return !isShown(title); });
+}
+
+bool DrivenApplication::moveTo(const std::string& title, QPoint at) {
+    const auto window = shown(title);
+    if (!window) return false;
+    pointer_.moveTo(window->x + at.x() * options_.scale, window->y + at.y() * options_.scale);
+    return true;
+}
+
+bool DrivenApplication::clickAt(const std::string& title, QPoint at) {
+    if (!moveTo(title, at)) return false;
+    pointer_.click(1);
+    sleepFor(kHandPause);
+    return true;
+}
+
+bool DrivenApplication::drag(const std::string& title, QPoint from, QPoint to) {
+    if (!moveTo(title, from)) return false;
+    pointer_.press(1);
+    constexpr int kSteps = 10;
+    for (int i = 1; i <= kSteps; ++i) {
+        moveTo(title, from + (to - from) * i / kSteps);
+        sleepFor(0.02);
+    }
+    pointer_.release(1);
+    sleepFor(kHandPause);
+    return true;
+}
+
+bool DrivenApplication::waitUntilRecording() {
+    if (!waitForWindow(kPanelTitle)) return false;
+    const auto hasBegun = [this] {
+        const auto folders = recordings();
+        if (folders.empty() || !std::filesystem::exists(folders.back() / "journal")) return false;
+        return readText(folders.back() / "journal").find(" session ") != std::string::npos;
+    };
+    if (!waitFor(hasBegun)) return false;
+    sleepFor(1.5);
+    return true;
+}
+
+bool DrivenApplication::clickPanelStop() {
+    const auto panel = shown(kPanelTitle);
+    if (!panel) return false;
+    constexpr int kFromRight = 84;  // to the button's left edge
+    return clickAt(kPanelTitle, {panel->width / options_.scale - kFromRight + 36, panel->height / options_.scale / 2});
+}
+
+std::string DrivenApplication::editorTitle() const {
+    return "LumiVastor – " + recordings().back().filename().string();
+}
+
+bool DrivenApplication::clickInEditor(const std::string& control, QPointF place) {
+    const auto window = shown(editorTitle());
+    if (!window) return false;
+    const QSize size(window->width / options_.scale, window->height / options_.scale);
+    return clickAt(editorTitle(), map_.editorControl(recordings().back(), size, control, place));
+}
+
+bool DrivenApplication::dragInEditor(const std::string& control, QPointF from, QPointF to) {
+    const auto window = shown(editorTitle());
+    if (!window) return false;
+    const QSize size(window->width / options_.scale, window->height / options_.scale);
+    return drag(editorTitle(), map_.editorControl(recordings().back(), size, control, from),
+                map_.editorControl(recordings().back(), size, control, to));
+}
+
+bool DrivenApplication::waitForVideo() const {
+    // It has its name from the beginning, and can be read from its end on.
+    const auto isWhole = [file = recordings().back() / "studio-output.mp4"] {
+        try {
+            return !Asset(file).tracks().empty();
+        } catch (const RecorderError&) {
+            return false;
+        }
+    };
+    // Longer than others wait: exports take long where many tests run.
+    constexpr int kPatience = 10;
+    for (int i = 0; i < kPatience; ++i) {
+        if (waitFor(isWhole)) return true;
+    }
+    return false;
+}
+
+std::vector<std::filesystem::path> DrivenApplication::recordings() const {
+    std::vector<std::filesystem::path> found;
+    const auto root = home_ / "Movies/LumiVastor";
+    if (!std::filesystem::exists(root)) return found;
+    for (const auto& entry : std::filesystem::directory_iterator(root)) found.push_back(entry.path());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+std::string DrivenApplication::log() const {
+    const auto file = home_ / "Library/Logs/LumiVastor.log";
+    return std::filesystem::exists(file) ? readText(file) : "";
+}
+
+}  // namespace lumivastor

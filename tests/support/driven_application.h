@@ -1,0 +1,133 @@
+#pragma once
+
+#include <QPoint>
+#include <QSize>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/main_window_state.h"
+#include "support/desktop_rig/desktop_rig.h"
+#include "support/desktop_rig/scripted_keyboard.h"
+#include "support/desktop_rig/scripted_pointer.h"
+#include "support/desktop_rig/shown_windows.h"
+#include "support/program_run.h"
+#include "support/temporary_folder.h"
+
+class QApplication;
+
+namespace lumivastor {
+
+class EditorWindow;
+class MainWindow;
+class QtMainLoop;
+
+inline constexpr const char* kMainTitle = "LumiVastor";
+inline constexpr const char* kPanelTitle = "LumiVastor – Aufnahme läuft";
+inline constexpr const char* kArmTitle = "LumiVastor – Ausschnitt vorbereiten";
+inline constexpr const char* kPickerTitle = "LumiVastor – Ausschnitt wählen";
+inline constexpr const char* kCountdownTitle = "LumiVastor – Countdown";
+
+/// Where windows have their controls, in points of the window: asked of windows that nobody sees. Makes the process's
+/// one QApplication. Throws std::runtime_error for names that there are not.
+class WindowMap {
+  public:
+    WindowMap();
+    ~WindowMap();
+    WindowMap(const WindowMap&) = delete;
+    WindowMap& operator=(const WindowMap&) = delete;
+
+    /// The hot spot of a control of the main window. Boxes are hit at their left end.
+    QPoint control(const std::string& name) const;
+    QPoint segment(SourceType type) const;
+    /// The button of the notice when there is one.
+    QPoint noticeButton(const std::string& text, const std::string& action);
+
+    /// A place in a control of a recording's editor that has this size: (0, 0) is the control's top left, (1, 1) its
+    /// bottom right; of a slider, (0, 0.5) is the one end of the handle's way and (1, 0.5) the other. Nothing is
+    /// written into the folder.
+    QPoint editorControl(const std::filesystem::path& recording, QSize size, const std::string& name, QPointF place);
+
+  private:
+    EditorWindow& editor(const std::filesystem::path& recording, QSize size);
+
+    int count_ = 1;
+    char name_[5] = "test";
+    char* words_[2] = {name_, nullptr};
+    std::unique_ptr<QApplication> application_;
+    std::unique_ptr<MainWindow> window_;
+    std::filesystem::path edited_;
+    std::unique_ptr<TemporaryFolder> copy_;  // of that recording
+    std::unique_ptr<QtMainLoop> loop_;
+    std::unique_ptr<EditorWindow> editor_;
+};
+
+/// The program itself on a display server of its own, worked with pointer and keys. Its home is a folder that goes with
+/// this object, and so does the program. One thread.
+class DrivenApplication {
+  public:
+    struct Options {
+        /// Empty for the one that the program finds by itself, which in this home is none.
+        std::string pulseServer = {};
+        /// Pixels of a point.
+        int scale = 1;
+        /// Put over what the program is given otherwise.
+        std::map<std::string, std::string> environment = {};
+    };
+    /// Of the desktop nothing is changed.
+    DrivenApplication(DesktopRig& desktop, WindowMap& map, Options options);
+    ~DrivenApplication();
+
+    std::map<std::string, std::string> environment() const;
+
+    /// Starts the program and waits for its window, and until sources are listed. False when it does not come.
+    bool start(const std::vector<std::string>& switches = {});
+    ProgramRun& program() { return *program_; }
+    const TemporaryFolder& home() const { return home_; }
+    ScriptedPointer& pointer() { return pointer_; }
+    ScriptedKeyboard& keyboard() { return keyboard_; }
+
+    std::optional<ShownWindow> shown(const std::string& title) const;
+    bool isShown(const std::string& title) const { return shown(title).has_value(); }
+    bool waitForWindow(const std::string& title) const;
+    bool waitForNoWindow(const std::string& title) const;
+
+    // In points of a window. False when there is no such window.
+    bool moveTo(const std::string& title, QPoint at);
+    bool clickAt(const std::string& title, QPoint at);
+    bool drag(const std::string& title, QPoint from, QPoint to);
+    bool click(const std::string& control) { return clickAt(kMainTitle, map_.control(control)); }
+    bool choose(SourceType type) { return clickAt(kMainTitle, map_.segment(type)); }
+    /// The record button's key.
+    void pressRecord() { keyboard_.press({ScriptedKeyboard::kReturn}); }
+    /// From the countdown until the first pictures are in the newest recording's movie, and a little longer.
+    bool waitUntilRecording();
+    bool clickPanelStop();
+    /// The newest recording's editor.
+    std::string editorTitle() const;
+    bool clickInEditor(const std::string& control, QPointF place = {0.5, 0.5});
+    bool dragInEditor(const std::string& control, QPointF from, QPointF to);
+    /// Until the newest recording's video is there, whole.
+    bool waitForVideo() const;
+
+    /// The oldest first.
+    std::vector<std::filesystem::path> recordings() const;
+    std::string log() const;
+    bool logged(const std::string& text) const { return log().find(text) != std::string::npos; }
+
+  private:
+    const Options options_;
+    DesktopRig& desktop_;
+    WindowMap& map_;
+    TemporaryFolder home_;
+    ScriptedPointer pointer_{desktop_.displayName()};
+    ScriptedKeyboard keyboard_{desktop_.displayName()};
+    std::unique_ptr<ProgramRun> program_;
+};
+
+void sleepFor(double seconds);
+
+}  // namespace lumivastor

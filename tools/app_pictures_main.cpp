@@ -1,0 +1,355 @@
+// Makes pictures of everything that the application shows, for looking at: the program itself is worked with a pointer
+// and keys on a display server of its own, from the first start to an exported video. Takes about two minutes.
+//
+//   app_pictures FOLDER SUFFIX SCALE composed|plain
+//
+// SCALE is how many pixels a point has, 1 or 2. "composed" has a compositing manager, so that panels are seen through
+// where they are meant to be. Every picture is FOLDER/NAME@SUFFIX.png.
+
+#include <xcb/xcb.h>
+
+#include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <QScreen>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "app/windows/main_window.h"
+#include "app/windows/panels.h"
+#include "app/windows/status_item.h"
+#include "demo_window.h"
+#include "support/desktop_rig/desktop_rig.h"
+#include "support/desktop_rig/rig_program.h"
+#include "support/driven_application.h"
+#include "support/sound_rig.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr unsigned kTab = 0xff09;
+constexpr unsigned kDown = 0xff54;
+constexpr int kWidth = 1600;
+constexpr int kHeight = 1000;
+// Of what is shown round a window: its title bar, and a little of what lies below.
+constexpr int kTitleBar = 30;
+constexpr int kRound = 10;
+
+Point centre(const Rect& rect) {
+    return {rect.midX(), rect.midY()};
+}
+
+class Story {
+  public:
+    Story(std::string folder, std::string suffix, int scale, bool isComposed)
+        : folder_(std::move(folder)),
+          suffix_(std::move(suffix)),
+          scale_(scale),
+          desktop_({.width = kWidth * scale, .height = kHeight * scale, .hasWindowManager = true}) {
+        desktop_.paintRoot(0x39566f, true);
+        if (scale_ > 1) desktop_.setDotsPerInch(96 * scale_);
+        if (isComposed) {
+            composer_ = std::make_unique<RigProgram>(
+                std::vector<std::string>{"picom", "--backend", "xrender", "--config", "/dev/null"}, "picom", -1,
+                std::vector<std::string>{"DISPLAY=" + desktop_.displayName()});
+        }
+        demo_ = std::make_unique<DemoWindow>(desktop_.displayName());
+        app_ = std::make_unique<DrivenApplication>(
+            desktop_, map_, DrivenApplication::Options{.pulseServer = sound_.address(), .scale = scale_});
+    }
+
+    void tell() {
+        statesThatAreHardToReach();
+        statusIcon();
+        need(app_->start(), "the program starts");
+        sources();
+        menus();
+        folders();
+        recordingWithEverything();
+        editing();
+        interruption();
+        region();
+        app_->program().signal(SIGTERM);
+        need(app_->program().wait() == 0, "the program ends");
+    }
+
+  private:
+    static void need(bool isSo, const char* what) {
+        if (!isSo) throw std::runtime_error(std::string("not so: ") + what);
+    }
+
+    QImage screen() const {
+        xcb_connection_t* const connection = desktop_.connection();
+        const auto width = static_cast<std::uint16_t>(kWidth * scale_);
+        const auto height = static_cast<std::uint16_t>(kHeight * scale_);
+        const std::unique_ptr<xcb_get_image_reply_t, decltype(&std::free)> reply(
+            xcb_get_image_reply(
+                connection,
+                xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, desktop_.root(), 0, 0, width, height, ~0U),
+                nullptr),
+            &std::free);
+        need(reply != nullptr, "the server gives pictures");
+        return QImage(xcb_get_image_data(reply.get()), width, height, QImage::Format_RGB32).copy();
+    }
+
+    std::string file(const std::string& name) const { return folder_ + "/" + name + "@" + suffix_ + ".png"; }
+    void save(const QImage& picture, const std::string& name) const {
+        need(picture.save(QString::fromStdString(file(name))), "pictures can be written");
+        std::printf("%s\n", file(name).c_str());
+    }
+    // The whole screen, or a window with what is round it.
+    void picture(const std::string& name) {
+        sleepFor(0.5);
+        save(screen(), name);
+    }
+    void picture(const std::string& name, const std::string& title) {
+        sleepFor(0.5);
+        const auto window = app_->shown(title);
+        need(window.has_value(), ("there is a window " + title).c_str());
+        save(screen().copy(QRect(window->x, window->y, window->width, window->height)
+                               .adjusted(-kRound * scale_, -kTitleBar * scale_, kRound * scale_, kRound * scale_)),
+             name);
+    }
+    void press(std::initializer_list<unsigned> keys) {
+        app_->keyboard().press(keys);
+        sleepFor(0.3);
+    }
+    void clickInDemo(Point at) {
+        const Point place = demo_->onScreen(at);
+        app_->pointer().moveTo(static_cast<int>(place.x), static_cast<int>(place.y));
+        sleepFor(0.4);
+        app_->pointer().click(1);
+        sleepFor(0.8);
+    }
+
+    void statesThatAreHardToReach() const {
+        showStates("main");
+        const QFont usual = QApplication::font();
+        QFont larger = usual;
+        larger.setPointSizeF(14);
+        QApplication::setFont(larger);
+        showStates("main-large-type");
+        RegionArmPanel arm(
+            *QGuiApplication::primaryScreen(), [] {}, [] {});
+        saveWidget(arm, "region-ready-large-type");
+        RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, [] {});
+        saveWidget(panel, "recording-panel-large-type");
+        QApplication::setFont(usual);
+    }
+
+    void saveWidget(QWidget& widget, const std::string& name) const {
+        widget.setVisible(true);
+        QApplication::processEvents();
+        QImage picture(widget.size() * scale_, QImage::Format_ARGB32_Premultiplied);
+        picture.setDevicePixelRatio(scale_);
+        picture.fill(Qt::transparent);
+        widget.render(&picture);
+        save(picture, name);
+    }
+
+    void showStates(const std::string& start) const {
+        MainWindow window({});
+        window.setVisible(true);
+        const auto show = [&](const MainWindowState& state, const char* name) {
+            window.show(state);
+            saveWidget(window, start + name);
+        };
+        MainWindowState state;
+        state.sourceItems = {"keine Berechtigung"};
+        state.choices.sourceIndex = 0;
+        state.status =
+            "Die Bildschirmaufnahme ist noch nicht erlaubt.\n"
+            "Systemeinstellungen → Datenschutz & Sicherheit → Bildschirmaufnahme,\n"
+            "dort „LumiVastor\" aktivieren und die App neu starten.";
+        show(state, "-denied");
+        state.sourceItems = {"Bildschirm 1 – 1920×1080 px"};
+        state.status = "Bereit. 1 Bildschirm(e) gefunden.";
+        state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+        show(state, "-update");
+        state.notices[NoticeKind::interrupted] = {"3 Aufnahmen wurden unterbrochen, zuletzt 2025-03-14_09-05-33",
+                                                  "Abschließen"};
+        state.notices[NoticeKind::recording] = {
+            "Die Aufnahme wurde vom System beendet: Das aufgenommene Fenster wurde geschlossen.", ""};
+        state.status =
+            "Prüfvideo fertig: 1234 Bilder, 20.6 s\ncursor-check.mp4\n\nBeim Ansehen prüfen: Sitzt der Ring genau auf "
+            "dem angeklickten\nKnopf, und knackt der Klick im Ton im selben Moment?";
+        state.progress = 0.4;
+        show(state, "-everything");
+    }
+
+    void statusIcon() const {
+        QImage picture(QSize(420, 160) * scale_, QImage::Format_ARGB32_Premultiplied);
+        picture.setDevicePixelRatio(scale_);
+        QPainter painter(&picture);
+        painter.fillRect(0, 0, 420, 80, QColor(0x20, 0x22, 0x26));
+        painter.fillRect(0, 80, 420, 80, QColor(0xE8, 0xE8, 0xEA));
+        for (const int top : {0, 80}) {
+            int x = 20;
+            for (const char* time : {"0:07", "12:34", "125:00"}) {
+                for (const int side : {22, 24, 32}) {
+                    recordingIcon(time).paint(&painter, x, top + 24, side, side);
+                    x += side + 14;
+                }
+                x += 10;
+            }
+        }
+        painter.end();
+        save(picture, "status-icon");
+    }
+
+    void sources() {
+        picture("main", kMainTitle);
+        for (int i = 0; i < 3; ++i) press({kTab});
+        picture("main-focus", kMainTitle);
+        app_->choose(SourceType::window);
+        picture("main-windows", kMainTitle);
+        app_->click("displayPopup");
+        picture("main-windows-list", kMainTitle);
+        press({ScriptedKeyboard::kEscape});
+        app_->choose(SourceType::region);
+        picture("main-region", kMainTitle);
+        app_->choose(SourceType::device);
+        picture("main-device", kMainTitle);
+        app_->choose(SourceType::display);
+        app_->click("webcamBox");
+        sleepFor(1);
+        picture("main-camera", kMainTitle);
+    }
+
+    void menus() {
+        app_->clickAt(kMainTitle, {30, 14});
+        picture("menu-application", kMainTitle);
+        press({kDown});
+        press({ScriptedKeyboard::kReturn});
+        picture("about");
+        press({ScriptedKeyboard::kEscape});
+        app_->clickAt(kMainTitle, {120, 14});
+        picture("menu-edit", kMainTitle);
+        press({ScriptedKeyboard::kEscape});
+        press({ScriptedKeyboard::kEscape});
+    }
+
+    void folders() {
+        app_->click("studioButton");
+        sleepFor(1);
+        picture("open-folder");
+        press({ScriptedKeyboard::kReturn});
+        picture("main-no-movie", kMainTitle);
+    }
+
+    void recordingWithEverything() {
+        app_->click("systemAudioBox");
+        app_->click("microphoneBox");
+        app_->pressRecord();
+        need(app_->waitForWindow(kCountdownTitle), "the countdown comes");
+        picture("countdown");
+        picture("countdown-close", kCountdownTitle);
+        need(app_->waitUntilRecording(), "the recording begins");
+        clickInDemo(centre(DemoWindow::document(1)));
+        demo_->showDocument(1);
+        sleepFor(2);
+        clickInDemo(centre(DemoWindow::markButton()));
+        demo_->setMarked(true);
+        sleepFor(2);
+        clickInDemo(centre(DemoWindow::saveButton()));
+        demo_->setSaved(true);
+        sleepFor(2);
+        picture("recording");
+        picture("recording-panel-camera", kPanelTitle);
+        app_->clickPanelStop();
+        need(app_->waitForWindow(app_->editorTitle()), "the editor opens");
+        sleepFor(2);
+        picture("editor-opened");
+    }
+
+    void editing() {
+        app_->clickInEditor("timeSlider", {0.4, 0.5});
+        app_->clickInEditor("cutStartButton");
+        app_->clickInEditor("timeSlider", {0.5, 0.5});
+        app_->clickInEditor("cutEndButton");
+        app_->clickInEditor("maskDrawButton");
+        app_->dragInEditor("previewView", {0.3, 0.3}, {0.5, 0.45});
+        app_->clickInEditor("addZoomButton");
+        sleepFor(1);
+        picture("editor-edited", app_->editorTitle());
+        app_->clickInEditor("renderButton");
+        sleepFor(1);
+        picture("editor-rendering", app_->editorTitle());
+        need(app_->waitForVideo(), "the video is rendered");
+        sleepFor(1);
+        picture("editor-rendered", app_->editorTitle());
+        press({ScriptedKeyboard::kControl, 'w'});
+        need(app_->waitForNoWindow(app_->editorTitle()), "the editor closes");
+        picture("main-finished", kMainTitle);
+    }
+
+    void interruption() {
+        app_->click("webcamBox");
+        app_->pressRecord();
+        need(app_->waitUntilRecording(), "the second recording begins");
+        picture("recording-panel", kPanelTitle);
+        sleepFor(3);
+        app_->program().signal(SIGKILL);
+        app_->program().wait();
+        need(app_->waitForNoWindow(kMainTitle), "the killed program's window goes");
+        need(app_->start(), "the program starts again");
+        picture("main-interrupted", kMainTitle);
+        const std::string text = "Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33";
+        app_->clickAt(kMainTitle, map_.noticeButton(text, "Abschließen"));
+        sleepFor(2);
+        picture("main-completed", kMainTitle);
+    }
+
+    void region() {
+        app_->choose(SourceType::region);
+        app_->pressRecord();
+        need(app_->waitForWindow(kArmTitle), "the panel before the region comes");
+        picture("region-ready");
+        picture("region-ready-close", kArmTitle);
+        app_->clickAt(kArmTitle, {270, 28});
+        need(app_->waitForWindow(kPickerTitle), "the overlay comes");
+        picture("region-overlay");
+        app_->moveTo(kPickerTitle, {400, 250});
+        app_->pointer().press(1);
+        app_->moveTo(kPickerTitle, {700, 400});
+        app_->moveTo(kPickerTitle, {1050, 700});
+        picture("region-dragged");
+        press({ScriptedKeyboard::kEscape});
+        app_->pointer().release(1);
+        need(app_->waitForWindow(kMainTitle), "the main window comes back");
+        picture("main-cancelled", kMainTitle);
+    }
+
+    const std::string folder_;
+    const std::string suffix_;
+    const int scale_;
+    WindowMap map_;
+    DesktopRig desktop_;
+    PulseRig sound_;
+    std::unique_ptr<RigProgram> composer_;
+    std::unique_ptr<DemoWindow> demo_;
+    std::unique_ptr<DrivenApplication> app_;
+};
+
+}  // namespace
+}  // namespace lumivastor
+
+int main(int argc, char** argv) {
+    if (argc != 5) {
+        std::fputs("usage: app_pictures FOLDER SUFFIX SCALE composed|plain\n", stderr);
+        return 2;
+    }
+    try {
+        lumivastor::Story(argv[1], argv[2], std::atoi(argv[3]), std::string(argv[4]) == "composed").tell();
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}
