@@ -12,6 +12,9 @@ namespace {
 // Half a second without a single arrival near the line cannot be jitter, and is soon enough to hold sound back.
 constexpr double kDoubtSeconds = 0.5;
 
+// A busy machine makes arrivals late, but some of a second's arrive in time; only lost sound moves them all.
+constexpr double kShiftedSeconds = 1;
+
 // Where the sound is off its place it gets there in about this time, at most this much faster or slower. Half a
 // thousandth is below a hundredth of a semitone.
 constexpr double kCorrectionSeconds = 1;
@@ -44,7 +47,11 @@ void SteadySound::add(std::int64_t frame, double hostSeconds, std::span<const fl
     if (fit_.isEmpty()) {
         if (heldSeconds() >= options_.settleSeconds) settle();
     } else if (std::abs(hostSeconds - fit_.hostSeconds(static_cast<double>(frame))) <= options_.gapSeconds) {
-        release();
+        if (isBesideLine(frame, hostSeconds)) {
+            shift();
+        } else {
+            release();
+        }
     } else if (heldSeconds() >= kDoubtSeconds) {
         endRun();
         settle();
@@ -52,25 +59,61 @@ void SteadySound::add(std::int64_t frame, double hostSeconds, std::span<const fl
 }
 
 void SteadySound::settle() {
+    std::vector<Arrival> arrivals;
+    for (const Chunk& chunk : held_) arrivals.push_back({chunk.frame, chunk.hostSeconds});
+    fitAnew(arrivals);
+    playHeld();
+}
+
+void SteadySound::fitAnew(const std::vector<Arrival>& arrivals) {
     // The line begins at the median, which a few late arrivals do not move.
     std::vector<double> starts;
-    for (const Chunk& chunk : held_) {
-        const auto count = static_cast<double>(chunk.frame - held_.front().frame);
-        starts.push_back(chunk.hostSeconds - count / options_.sampleRate);
+    for (const Arrival& arrival : arrivals) {
+        const auto count = static_cast<double>(arrival.frame - arrivals.front().frame);
+        starts.push_back(arrival.hostSeconds - count / options_.sampleRate);
     }
     const auto middle = starts.begin() + static_cast<std::ptrdiff_t>(starts.size() / 2);
     std::nth_element(starts.begin(), middle, starts.end());
     fit_ = ClockFit(options_.sampleRate, options_.jitterSeconds);
-    fit_.add(held_.front().frame, *middle);
-    for (const Chunk& chunk : held_) fit_.add(chunk.frame, chunk.hostSeconds);
-    for (const Chunk& chunk : std::exchange(held_, {})) play(chunk);
+    fit_.add(arrivals.front().frame, *middle);
+    for (const Arrival& arrival : arrivals) fit_.add(arrival.frame, arrival.hostSeconds);
+    arrivals_.clear();
+}
+
+bool SteadySound::isBesideLine(std::int64_t frame, double hostSeconds) {
+    const double offLine = hostSeconds - fit_.hostSeconds(static_cast<double>(frame));
+    if (!arrivals_.empty() && std::signbit(arrivals_.back().offLine) != std::signbit(offLine)) arrivals_.clear();
+    arrivals_.push_back({frame, hostSeconds, offLine});
+    const auto since = [frame, this](const Arrival& arrival) {
+        return static_cast<double>(frame - arrival.frame) / options_.sampleRate;
+    };
+    if (since(arrivals_.front()) < kShiftedSeconds) return false;
+    double sum = 0;
+    for (const Arrival& arrival : arrivals_) sum += arrival.offLine;
+    if (std::abs(sum) >= options_.shiftSeconds * static_cast<double>(arrivals_.size())) return true;
+    while (since(arrivals_.front()) >= kShiftedSeconds) arrivals_.pop_front();
+    return false;
+}
+
+void SteadySound::shift() {
+    endRun();
+    const std::int64_t from =
+        arrivals_.back().frame - static_cast<std::int64_t>(options_.settleSeconds * options_.sampleRate);
+    std::vector<Arrival> last;
+    for (const Arrival& arrival : arrivals_) {
+        if (arrival.frame >= from) last.push_back(arrival);
+    }
+    fitAnew(last);
+    playHeld();
 }
 
 void SteadySound::release() {
-    for (const Chunk& chunk : std::exchange(held_, {})) {
-        fit_.add(chunk.frame, chunk.hostSeconds);
-        play(chunk);
-    }
+    for (const Chunk& chunk : held_) fit_.add(chunk.frame, chunk.hostSeconds);
+    playHeld();
+}
+
+void SteadySound::playHeld() {
+    for (const Chunk& chunk : std::exchange(held_, {})) play(chunk);
 }
 
 void SteadySound::play(const Chunk& chunk) {
@@ -134,6 +177,7 @@ void SteadySound::emit(std::vector<float> values) {
 void SteadySound::restart() {
     finish();
     fit_ = ClockFit(options_.sampleRate, options_.jitterSeconds);
+    arrivals_.clear();
 }
 
 void SteadySound::finish() {

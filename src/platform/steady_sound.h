@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <span>
@@ -31,6 +32,9 @@ class SteadySound {
         double gapSeconds = 0.03;
         /// Arrivals over this long decide where a run begins.
         double settleSeconds = 0.25;
+        /// A line that all arrivals of a second lie beside, on the same side and by this much on average, is the wrong
+        /// one: less than `gapSeconds` was lost, and nobody told.
+        double shiftSeconds = 0.006;
     };
     using Output = std::function<void(SoundBuffer)>;
 
@@ -54,13 +58,26 @@ class SteadySound {
         double hostSeconds = 0;
         std::vector<float> values;
     };
+    struct Arrival {
+        std::int64_t frame = 0;
+        double hostSeconds = 0;
+        double offLine = 0;  // of the line as it was, in seconds
+    };
 
     std::int64_t framesOf(const Chunk& chunk) const;
     double heldSeconds() const;
+    /// Remembers an arrival near the line; whether the line is to be given up for what it and those before it say.
+    bool isBesideLine(std::int64_t frame, double hostSeconds);
+    /// Gives up the line at hand for one through the last arrivals, on which what is held is handed over. What was
+    /// handed over before stays as it is.
+    void shift();
     /// Fits a new line through everything that is held and hands it over.
     void settle();
+    /// Begins a line from what the arrivals say, which ascend and are not none.
+    void fitAnew(const std::vector<Arrival>& arrivals);
     /// Takes the held chunks as they stand on the line at hand.
     void release();
+    void playHeld();
     void play(const Chunk& chunk);
     void beginRun(std::int64_t frame);
     void endRun();
@@ -69,7 +86,8 @@ class SteadySound {
     Options options_;
     Output output_;
     ClockFit fit_;
-    std::vector<Chunk> held_;  // until it is clear where they belong
+    std::vector<Chunk> held_;      // until it is clear where they belong
+    std::deque<Arrival> arrivals_;  // of the last second, all on the same side of the line
     Varispeed sound_;
     bool running_ = false;
     std::int64_t nextFrame_ = 0;          // what follows without a gap

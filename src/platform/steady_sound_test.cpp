@@ -160,6 +160,57 @@ TEST(SteadySound, aGapThatNobodyCountedIsSeen) {
     EXPECT_LT(device.worstError(), 0.004) << "also of what came right behind the gap";
 }
 
+TEST(SteadySound, aFewMillisecondsThatNobodyCountedAreSeen) {
+    // As sound servers without priority lose them: a cycle of theirs now and then, and what arrives comes in steps.
+    Simulation device(100e-6);
+    SteadySound steady = device.make();
+    int losses = 0;
+    for (int i = 0; i < 30000; ++i) {
+        if (i % 1000 == 700) {
+            device.lose(0.0107);
+            ++losses;
+        }
+        steady.add(i * 80, device.trueSeconds(i * 80) + 0.001 * (i % 10 - 5), device.sound(i * 80, 80));
+        if (i % 1000 == 699) {
+            EXPECT_LT(device.worstError(), 0.004) << "long after a loss, at " << i;
+        }
+        if (i % 1000 == 850) device.forgetErrors();
+    }
+    steady.finish();
+    EXPECT_EQ(device.jumps(), losses);
+}
+
+TEST(SteadySound, aBusySecondIsNoLoss) {
+    Simulation device(0);
+    SteadySound steady = device.make();
+    for (int i = 0; i < 6000; ++i) {
+        // Every ten seconds, one and a half during which all but a few arrivals are late.
+        const bool isLate = i % 1000 >= 500 && i % 1000 < 650 && i % 37 != 0;
+        steady.add(i * 80, device.trueSeconds(i * 80) + (isLate ? 0.02 : -0.0001), device.sound(i * 80, 80));
+    }
+    steady.finish();
+    EXPECT_EQ(device.jumps(), 0);
+}
+
+TEST(SteadySound, behindABusyTimeOfLossesEverythingIsInPlace) {
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> chance(0, 1);
+    Simulation device(-200e-6);
+    SteadySound steady = device.make();
+    int lateUntil = 0;
+    for (int i = 0; i < 60000; ++i) {
+        const bool isBusy = i < 50000;
+        if (isBusy && chance(random) < 0.01) device.lose(0.0107);
+        if (isBusy && chance(random) < 0.01) lateUntil = i + static_cast<int>(40 * chance(random));
+        const double arrival = device.trueSeconds(std::max(i, lateUntil) * 80);
+        steady.add(i * 80, arrival + 0.01 * chance(random), device.sound(i * 80, 80));
+        if (i == 50500) device.forgetErrors();
+    }
+    steady.finish();
+    // Arrivals of 0 to 10 ms late are 5 ms on average.
+    EXPECT_LT(device.worstError(), 0.009);
+}
+
 TEST(SteadySound, lateArrivalsAreNoGap) {
     Simulation device(0);
     SteadySound steady = device.make();
