@@ -25,18 +25,26 @@ if(LUMI_FUZZERS)
 endif()
 
 # Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
+# ALONE names tests, in Google Test's filter form, beside which no others run: they hold sound and pictures that real
+# servers handed over to the milliseconds at which those were shown, and a busy machine makes servers lose some.
 function(lumi_test_binary name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "ALONE" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+  if(ARG_ALONE)
+    gtest_discover_tests(${name} TEST_FILTER "${ARG_ALONE}" TEST_LIST ${name}_alone
+      DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 RUN_SERIAL TRUE)
+    set(others TEST_FILTER "-${ARG_ALONE}")
+  endif()
+  gtest_discover_tests(${name} ${others} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()
 
-# lumi_module(name LINKS modules... PRIVATE libraries...)
+# lumi_module(name LINKS modules... PRIVATE libraries... ALONE tests)
 # Sources, headers and tests are found by their names: *_test.cpp is a test, everything else belongs to the library.
 # LINKS are the modules whose headers this one's headers may include; PRIVATE is what only its sources use.
+# ALONE as above.
 function(lumi_module name)
-  cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "ALONE" "LINKS;PRIVATE" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS *.h)
   # A folder below with a list of its own is a module of its own.
@@ -54,7 +62,7 @@ function(lumi_module name)
   list(TRANSFORM ARG_LINKS PREPEND lumi_)
   target_link_libraries(lumi_${name} PUBLIC lumi_options ${ARG_LINKS} PRIVATE ${ARG_PRIVATE})
   if(LUMI_TESTS AND test_sources)
-    lumi_test_binary(${name}_tests SOURCES ${test_sources} LINKS lumi_${name} ${ARG_PRIVATE})
+    lumi_test_binary(${name}_tests SOURCES ${test_sources} LINKS lumi_${name} ${ARG_PRIVATE} ALONE "${ARG_ALONE}")
   endif()
 endfunction()
 
