@@ -6,48 +6,26 @@
 #include <string>
 #include <vector>
 
-#include "model/capture_info.h"
-#include "model/pointer_track.h"
 #include "model/project_settings.h"
+#include "support/one_click_recording.h"
 #include "support/program_run.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor {
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Outcome run(const std::vector<std::string>& words) {
-    ProgramRun program(words, {});
-    const int status = program.wait();
-    return {status, program.out(), program.err()};
-}
-
 class Example : public testing::Test {
   protected:
     Example() {
-        CaptureInfo info;
-        info.createdAt = "2024-05-01T09:30:12Z";
-        info.pixelWidth = 1920;
-        info.pixelHeight = 1080;
-        info.duration = 12.5;
-        info.save(folder_.path());
-        PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}},
-                        {5, 480, 270, 0.25, 0.25, PointerKind::down, PointerButton::left, {}, {}},
-                        {12, 480, 270, 0.25, 0.25, PointerKind::move, {}, {}, {}}};
-        track.save(folder_.path());
+        oneClickCapture().save(folder_.path());
+        oneClickTrack().save(folder_.path());
     }
 
     TemporaryFolder folder_;
 };
 
 TEST_F(Example, printsTheZoomsOfARecording) {
-    const Outcome proposed = run({LUMI_PRINT_ZOOMS, folder_.path().string()});
+    const Outcome proposed = runProgram({LUMI_PRINT_ZOOMS, folder_.path().string()});
     EXPECT_EQ(proposed.status, 0) << proposed.err;
     EXPECT_EQ(proposed.out,
               "1 zooms, proposed from clicks\n"
@@ -56,19 +34,19 @@ TEST_F(Example, printsTheZoomsOfARecording) {
     ProjectSettings settings;
     settings.zooms.emplace();
     settings.save(folder_.path());
-    EXPECT_EQ(run({LUMI_PRINT_ZOOMS, folder_.path().string()}).out, "0 zooms, made by hand\n");
+    EXPECT_EQ(runProgram({LUMI_PRINT_ZOOMS, folder_.path().string()}).out, "0 zooms, made by hand\n");
 }
 
 TEST_F(Example, saysWhatIsWrongWithAFolder) {
-    const Outcome missing = run({LUMI_PRINT_ZOOMS, (folder_ / "missing").string()});
+    const Outcome missing = runProgram({LUMI_PRINT_ZOOMS, (folder_ / "missing").string()});
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.err, "„capture.json“ konnte nicht gelesen werden: Datei oder Ordner nicht gefunden.\n");
-    EXPECT_EQ(run({LUMI_PRINT_ZOOMS}).status, 2);
+    EXPECT_EQ(runProgram({LUMI_PRINT_ZOOMS}).status, 2);
 }
 
 // Whether a program loads a library of this family, itself or through another.
 bool loads(const std::string& program, const std::string& family) {
-    const Outcome outcome = run({"ldd", program});
+    const Outcome outcome = runProgram({"ldd", program});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     return std::regex_search(outcome.out, std::regex("\\slib" + family + "[^ ]*\\.so"));
 }

@@ -13,17 +13,13 @@
 #include "edit/composition.h"
 #include "imaging/png_file.h"
 #include "media/asset.h"
+#include "support/one_click_recording.h"
+#include "support/outcome.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
 namespace lumivastor {
 namespace {
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
 
 Outcome run(const std::vector<std::string>& words) {
     std::ostringstream out;
@@ -35,17 +31,8 @@ Outcome run(const std::vector<std::string>& words) {
 class InspectVerb : public testing::Test {
   protected:
     InspectVerb() {
-        CaptureInfo info;
-        info.createdAt = "2024-05-01T09:30:12Z";
-        info.pixelWidth = 1920;
-        info.pixelHeight = 1080;
-        info.duration = 12.5;
-        info.sourceKind = "display";
-        info.save(folder_.path());
-        PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}},
-                        {5, 480, 270, 0.25, 0.25, PointerKind::down, PointerButton::left, {}, {}},
-                        {12, 480, 270, 0.25, 0.25, PointerKind::move, {}, {}, {}}};
+        oneClickCapture().save(folder_.path());
+        PointerTrack track = oneClickTrack();
         track.cursorChanges = {{0, "c0"}, {6, "c1"}};
         track.save(folder_.path());
         ProjectSettings settings;

@@ -27,6 +27,7 @@
 #include "editor/timeline_strip.h"
 #include "editor/value_slider.h"
 #include "support/editor_fixture.h"
+#include "support/fitting_texts.h"
 
 namespace lumivastor {
 namespace {
@@ -459,20 +460,7 @@ class EditorWindowLook : public EditorFixture, public testing::WithParamInterfac
     // At the size that the window has.
     void expectNothingIsCutOff() {
         QTest::qWait(50);
-        int seen = 0;
-        for (QWidget* each : window().findChildren<QWidget*>()) {
-            if (each->window() != &window() || !each->isVisible()) continue;
-            const bool hasText = qobject_cast<QAbstractButton*>(each) != nullptr ||
-                                 qobject_cast<QLabel*>(each) != nullptr || qobject_cast<QComboBox*>(each) != nullptr;
-            if (!hasText) continue;
-            ++seen;
-            const QSize needed = each->minimumSizeHint();
-            const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
-            EXPECT_GE(each->width(), needed.width()) << name;
-            EXPECT_GE(each->height(), needed.height()) << name;
-            EXPECT_TRUE(each->parentWidget()->rect().contains(each->geometry())) << name;
-        }
-        EXPECT_GT(seen, 60);
+        EXPECT_GT(expectTextsFit(window()), 60);
         EXPECT_FALSE(controls().column->widget()->width() > controls().column->viewport()->width());
     }
 

@@ -78,4 +78,10 @@ int ProgramRun::wait() {
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
 }
 
+Outcome runProgram(const std::vector<std::string>& programAndArguments) {
+    ProgramRun program(programAndArguments, {});
+    const int status = program.wait();
+    return {status, program.out(), program.err()};
+}
+
 }  // namespace lumivastor

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/outcome.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor {
@@ -36,5 +37,8 @@ class ProgramRun {
     int status_ = 0;
     bool ended_ = false;
 };
+
+/// Runs a program to its end in the test's own environment. Throws as ProgramRun does.
+Outcome runProgram(const std::vector<std::string>& programAndArguments);
 
 }  // namespace lumivastor

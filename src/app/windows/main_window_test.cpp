@@ -12,6 +12,7 @@
 
 #include "app/windows/panels.h"
 #include "editor/look.h"
+#include "support/fitting_texts.h"
 
 namespace lumivastor {
 namespace {
@@ -29,20 +30,7 @@ class MainWindowTest : public testing::TestWithParam<double> {
     // No text that can be seen is wider or higher than its place, and no place is outside of what holds it.
     static void expectNothingIsCutOff(const QWidget& window) {
         QApplication::processEvents();
-        int seen = 0;
-        for (const QWidget* each : window.findChildren<QWidget*>()) {
-            const bool hasText = qobject_cast<const QAbstractButton*>(each) != nullptr ||
-                                 qobject_cast<const QLabel*>(each) != nullptr ||
-                                 qobject_cast<const QComboBox*>(each) != nullptr;
-            if (!hasText || !each->isVisible()) continue;
-            ++seen;
-            const QSize needed = each->minimumSizeHint();
-            const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
-            EXPECT_GE(each->width(), needed.width()) << name;
-            EXPECT_GE(each->height(), needed.height()) << name;
-            EXPECT_TRUE(each->parentWidget()->rect().contains(each->geometry())) << name;
-        }
-        EXPECT_GT(seen, 1);
+        EXPECT_GT(expectTextsFit(window), 1);
     }
 
     static MainWindowState fullState() {

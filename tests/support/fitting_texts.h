@@ -1,0 +1,31 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QComboBox>
+#include <QLabel>
+#include <string>
+
+namespace lumivastor {
+
+/// Expects every text that a window shows, on buttons, labels and selections, to have the room that it needs and to lie
+/// within its parent. Returns how many there were.
+inline int expectTextsFit(const QWidget& window) {
+    int seen = 0;
+    for (const QWidget* each : window.findChildren<QWidget*>()) {
+        const bool hasText = qobject_cast<const QAbstractButton*>(each) != nullptr ||
+                             qobject_cast<const QLabel*>(each) != nullptr ||
+                             qobject_cast<const QComboBox*>(each) != nullptr;
+        if (!hasText || !each->isVisible() || each->window() != &window) continue;
+        ++seen;
+        const QSize needed = each->minimumSizeHint();
+        const std::string name = each->metaObject()->className() + (" " + each->objectName()).toStdString();
+        EXPECT_GE(each->width(), needed.width()) << name;
+        EXPECT_GE(each->height(), needed.height()) << name;
+        EXPECT_TRUE(each->parentWidget()->rect().contains(each->geometry())) << name;
+    }
+    return seen;
+}
+
+}  // namespace lumivastor
