@@ -14,6 +14,7 @@ namespace {
 
 constexpr double kOpenEditorSeconds = 1.0;
 constexpr double kTestRegionSeconds = 3.0;
+constexpr int kFastestPace = 60;  // pictures a second
 constexpr const char* kLookingForSources = "Suche Quellen …";
 
 template <typename T>
@@ -112,12 +113,23 @@ void AppDelegate::applySources(const std::variant<SourceLists, RecorderError>& a
     if (const auto* lists = std::get_if<SourceLists>(&answer)) {
         lists_ = *lists;
         fillSourcePopup();
+        tryEncoders();
         return;
     }
     lists_ = {};
     showPopup(deniedSourcePopup());
     Log::write("Permissions", "SCShareableContent: " + std::get<RecorderError>(answer).message());
     openScreenRecordingSettings();
+}
+
+void AppDelegate::tryEncoders() {
+    // Once is enough, and later a recording may run.
+    if (std::exchange(encodersTried_, true) || flow_.isActive()) return;
+    encoderQueue_.async([choose = services_.chooseEncoder, displays = lists_.displays] {
+        for (const Display& display : displays) {
+            choose(screenEncodingJob(evenPixelSize({display.frame.width, display.frame.height}, display.scale), kFastestPace));
+        }
+    });
 }
 
 void AppDelegate::fillSourcePopup() {

@@ -76,6 +76,8 @@ class AppDelegate {
     void fillSourcePopup();
     void showPopup(const SourcePopup& popup);
     void openScreenRecordingSettings();
+    /// Finds out how fast encoders are here before a recording has to wait for it.
+    void tryEncoders();
     void cameraAnswered(Access access);
     void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen);
     void startCheckVideo(const std::filesystem::path& folder);
@@ -97,6 +99,7 @@ class AppDelegate {
     bool completing_ = false;
     bool cameraWasRefused_ = false;
     bool testRegion_ = false;
+    bool encodersTried_ = false;
     DeviceAccess access_;
     RecordingFlow flow_;
     std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
@@ -104,6 +107,7 @@ class AppDelegate {
     std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
     SerialQueue sourceQueue_{"lumivastor.sources"};
     SerialQueue workQueue_{"lumivastor.work"};
+    SerialQueue encoderQueue_{"lumivastor.tries"};
 };
 
 }  // namespace lumivastor

@@ -26,6 +26,21 @@ TEST_F(AppDelegateTest, launchesWithTheWindowAndTheListOfDisplays) {
     EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
 }
 
+TEST_F(AppDelegateTest, encodersAreTriedOnceForTheDisplays) {
+    launch();
+    app_->refreshSources();
+    untilStatus("Bereit.");
+    app_.reset();
+    const std::vector<EncodingJob> jobs = encodingJobs();
+    ASSERT_EQ(jobs.size(), 2u);
+    EXPECT_EQ(jobs[0].width, 320);
+    EXPECT_EQ(jobs[0].height, 240);
+    EXPECT_EQ(jobs[0].frameRate, 60);
+    EXPECT_EQ(jobs[0].averageBitRate, averageBitRate(320, 240, 60));
+    EXPECT_EQ(jobs[1].width, 1280);
+    EXPECT_EQ(jobs[1].height, 720);
+}
+
 TEST_F(AppDelegateTest, changingTheTypeRefillsThePopup) {
     launch();
     app_->sourceSelected(1);

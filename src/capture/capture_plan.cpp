@@ -111,6 +111,10 @@ std::int64_t averageBitRate(int width, int height, int fps) {
     return static_cast<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
 }
 
+EncodingJob screenEncodingJob(PictureSize size, int fps) {
+    return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
+}
+
 std::int64_t deviceBitRate(int width, int height) {
     return std::max<std::int64_t>(averageBitRate(width, height, 60), 8'000'000);
 }

@@ -254,12 +254,12 @@ TEST_F(DeviceRecorders, AMovieThatCannotBeMadeMeansThatNoPictureCame) {
 
 TEST_F(DeviceRecorders, TheAnnouncedFormatsEncoderIsChosenBeforehand) {
     start();
-    ASSERT_EQ(encodingJobs_.size(), 1u);
-    EXPECT_EQ(encodingJobs_[0].width, 160);
-    EXPECT_EQ(encodingJobs_[0].frameRate, 60);
-    EXPECT_EQ(encodingJobs_[0].averageBitRate, 8'000'000);
+    ASSERT_EQ(encodingJobs().size(), 1u);
+    EXPECT_EQ(encodingJobs()[0].width, 160);
+    EXPECT_EQ(encodingJobs()[0].frameRate, 60);
+    EXPECT_EQ(encodingJobs()[0].averageBitRate, 8'000'000);
     emit(1000);
-    EXPECT_EQ(encodingJobs_.size(), 1u);
+    EXPECT_EQ(encodingJobs().size(), 1u);
     stopped();
 }
 

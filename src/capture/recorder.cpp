@@ -127,14 +127,14 @@ void Recorder::makeWriter() {
     writer_ = std::make_unique<AssetWriter>(folder_ / "source.mov", MovieContainer::quickTime);
     writer_->setMovieFragmentInterval(kFragmentInterval);
 
-    const std::int64_t bitRate = averageBitRate(width, height, options_.fps);
-    VideoSettings settings = liveVideoSettings(width, height, options_.fps, bitRate);
+    const EncodingJob job = screenEncodingJob({width, height}, options_.fps);
+    VideoSettings settings = liveVideoSettings(width, height, options_.fps, job.averageBitRate);
     if (!canAddVideo(settings)) throw RecorderError("Videospur konnte nicht angelegt werden.");
-    const EncoderChoice choice = services_.chooseEncoder({width, height, options_.fps, bitRate});
+    const EncoderChoice choice = services_.chooseEncoder(job);
     choice.applyTo(settings);
     videoInput_ = &writer_->addVideoInput(settings);
     videoInput_->setExpectsMediaDataInRealTime(true);
-    double bits = static_cast<double>(bitRate);
+    double bits = static_cast<double>(job.averageBitRate);
 
     if (options_.systemAudio) {
         const AudioSettings sound = liveSoundSettings(kSystemChannels);
@@ -161,7 +161,7 @@ void Recorder::makeWriter() {
     std::string reason = choice.reason;
     if (reason.ends_with('.')) reason.pop_back();
     Log::write("Capture", "Writer bereit: " + choice.candidate.encoder + " (" + reason + "), Bitrate " +
-                              std::to_string(bitRate / 1'000'000) + " Mbit/s");
+                              std::to_string(job.averageBitRate / 1'000'000) + " Mbit/s");
 }
 
 void Recorder::makeStream() {

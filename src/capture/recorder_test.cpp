@@ -134,11 +134,11 @@ TEST_F(Recorders, SaysWhatItDoesInTheLog) {
 TEST_F(Recorders, TheEncoderIsChosenForTheMoviesSize) {
     options_.fps = 30;
     start();
-    ASSERT_EQ(encodingJobs_.size(), 1u);
-    EXPECT_EQ(encodingJobs_[0].width, 320);
-    EXPECT_EQ(encodingJobs_[0].height, 240);
-    EXPECT_EQ(encodingJobs_[0].frameRate, 30);
-    EXPECT_EQ(encodingJobs_[0].averageBitRate, 184320);
+    ASSERT_EQ(encodingJobs().size(), 1u);
+    EXPECT_EQ(encodingJobs()[0].width, 320);
+    EXPECT_EQ(encodingJobs()[0].height, 240);
+    EXPECT_EQ(encodingJobs()[0].frameRate, 30);
+    EXPECT_EQ(encodingJobs()[0].averageBitRate, 184320);
 }
 
 TEST_F(Recorders, ARegionHasItsOwnSizeAndThePointerIsRelativeToIt) {

@@ -1,5 +1,6 @@
 #include "media/encoder_choice.h"
 
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -80,6 +81,9 @@ std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec) {
 }
 
 EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesystem::path& memory) {
+    // Two trials at once would both look slow.
+    static std::mutex one;
+    const std::lock_guard hold(one);
     EncoderMemory remembered(memory, formatted("%u-%u", avcodec_version(), std::thread::hardware_concurrency()));
     return decideRecordingEncoder(job, listedHardwareEncoders(VideoCodec::hevc),
                                   [&remembered](const EncoderCandidate& candidate, const EncodingJob& wanted) {

@@ -69,9 +69,10 @@ EncoderChoice decideExportEncoder(const EncodingJob& job, const std::vector<Enco
 /// working one.
 std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec);
 
-/// The decision for this machine, on real trials. How fast software encodes a size is measured once and remembered in
-/// the text file at `memory`, as long as library and processors stay the same; an empty path, or one that cannot be
-/// written, measures again. Hardware is tried every time. May take two seconds; not on a thread that must not wait.
+/// The decision for this machine, on real trials. How fast software encodes is measured once for sizes alike and
+/// remembered in the text file at `memory`, as long as library and processors stay the same; an empty path, or one that
+/// cannot be written, measures again. Hardware is tried every time. May take three seconds; not on a thread that must
+/// not wait. Any threads: one waits for the other.
 EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesystem::path& memory);
 EncoderChoice chooseExportEncoder(const EncodingJob& job);
 

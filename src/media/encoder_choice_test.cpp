@@ -128,6 +128,32 @@ TEST(EncoderMemory, KeepsWhatWasMeasuredForThisMachineAndSize) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }
 
+TEST(EncoderMemory, SizesAlikeNeedNoTrialOfTheirOwn) {
+    EncoderMemory memory({}, "here");
+    const EncoderCandidate candidate{VideoCodec::hevc, "libx265", "ultrafast"};
+    const auto rate = [&](int width, int height) {
+        const auto found = memory.find(candidate, {width, height, 60, 0});
+        return found ? found->picturesPerSecond : -1;
+    };
+    memory.add(candidate, {1920, 1080, 60, 0}, {true, 40});
+    EXPECT_EQ(rate(1920, 540), 80);
+    EXPECT_EQ(rate(960, 540), 160) << "four times smaller";
+    EXPECT_EQ(rate(3840, 2160), 10);
+    EXPECT_EQ(rate(958, 540), -1);
+    EXPECT_EQ(rate(3842, 2160), -1);
+    EXPECT_FALSE(memory.find({VideoCodec::hevc, "libx265", "medium"}, {1920, 540, 60, 0}));
+    // The nearest size counts, and its own before any other.
+    memory.add(candidate, {960, 540, 60, 0}, {true, 100});
+    EXPECT_EQ(rate(960, 540), 100);
+    EXPECT_EQ(rate(480, 540), 200);
+    EXPECT_EQ(rate(1920, 1000), 40 * 1.08);
+    // That one size does not work says nothing of others.
+    memory.add(candidate, {480, 270, 60, 0}, {false, 0});
+    EXPECT_FALSE(memory.find(candidate, {480, 270, 60, 0})->works);
+    EXPECT_EQ(rate(480, 272), 100.0 * 960 * 540 / (480 * 272));
+    EXPECT_EQ(rate(240, 136), -1);
+}
+
 TEST(EncoderMemory, NonsenseCountsAsNothingAndNoFileDoesNoHarm) {
     const TemporaryFolder folder;
     const EncoderCandidate candidate{VideoCodec::hevc, "libx265", "ultrafast"};

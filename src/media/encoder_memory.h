@@ -17,6 +17,8 @@ class EncoderMemory {
     /// Reads the file. `machine` is one word for everything that a measurement depends on.
     EncoderMemory(std::filesystem::path path, std::string machine);
 
+    /// What is known of this size; else what follows from the size nearest to it, at the same number of pixels a
+    /// second, when that is at most four times as large or as small. Only this size itself says that nothing works.
     std::optional<EncoderTrial> find(const EncoderCandidate& candidate, const EncodingJob& job) const;
 
     /// Remembers it, in the file too as far as that can be written.
@@ -28,7 +30,8 @@ class EncoderMemory {
         EncoderTrial trial;
     };
 
-    std::string keyOf(const EncoderCandidate& candidate, const EncodingJob& job) const;
+    /// Encoder and preset at a size, on this machine.
+    std::string keyOf(const EncoderCandidate& candidate, int width, int height) const;
 
     std::filesystem::path path_;
     std::string machine_;

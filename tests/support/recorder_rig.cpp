@@ -21,6 +21,7 @@ std::string logText() {
 RecorderRig::RecorderRig()
     : services_{{devices_, sound_, loop_,
                  [this](const EncodingJob& job) {
+                     const std::lock_guard hold(encodingJobsLock_);
                      encodingJobs_.push_back(job);
                      return EncoderChoice{{VideoCodec::h264, "libx264", "ultrafast"}, "nur ein Test"};
                  },
@@ -28,6 +29,11 @@ RecorderRig::RecorderRig()
                 desktop_},
       logStart_(logText().size()) {
     desktop_.setContent(content());
+}
+
+std::vector<EncodingJob> RecorderRig::encodingJobs() const {
+    const std::lock_guard hold(encodingJobsLock_);
+    return encodingJobs_;
 }
 
 ShareableContent RecorderRig::content() {

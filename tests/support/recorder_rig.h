@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,10 +48,14 @@ class RecorderRig : public testing::Test {
     SyntheticSoundSystem sound_;
     SyntheticCaptureDevices devices_;
     std::optional<FreeSpace> freeSpace_ = FreeSpace{1'000'000'000'000, 2'000'000'000'000};
-    std::vector<EncodingJob> encodingJobs_;
     CaptureServices services_;
 
+    /// What encoders were asked for so far.
+    std::vector<EncodingJob> encodingJobs() const;
+
   private:
+    mutable std::mutex encodingJobsLock_;
+    std::vector<EncodingJob> encodingJobs_;
     std::size_t logStart_ = 0;
 };
 
