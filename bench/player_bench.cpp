@@ -28,11 +28,11 @@
 #include "base/host_clock.h"
 #include "base/main_loop.h"
 #include "edit/composition.h"
-#include "edit/preview_item.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
 #include "media/player.h"
 #include "model/pointer_track.h"
+#include "render/preview_item.h"
 
 namespace lumivastor {
 namespace {

@@ -25,9 +25,9 @@
 
 #include "base/formatted.h"
 #include "edit/composition.h"
-#include "edit/cut_composition.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
+#include "render/cut_composition.h"
 #include "render/export_plan.h"
 #include "render/movie_renderer.h"
 #include "render/read_ahead.h"

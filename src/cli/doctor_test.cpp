@@ -16,8 +16,7 @@ class Doctor : public RecorderRig {
         machine_ = {[this]() -> Desktop& { return desktop_; },
                     [this]() -> SoundSystem& { return sound_; },
                     [this]() -> CaptureDevices& { return devices_; },
-                    [this](const EncodingJob& job) {
-                        encodingJobs_.push_back(job);
+                    [](const EncodingJob&) {
                         return EncoderChoice{{VideoCodec::h264, "libx264", "ultrafast"}, "reicht."};
                     },
                     [this](const std::filesystem::path&) { return freeSpace_; },

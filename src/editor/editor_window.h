@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "base/main_loop.h"
-#include "edit/cut_composition.h"
 #include "editor/edit_session.h"
 #include "editor/editor_controls.h"
 #include "editor/export_job.h"
@@ -16,6 +15,7 @@
 #include "editor/remaining_time.h"
 #include "editor/transport.h"
 #include "media/player.h"
+#include "render/cut_composition.h"
 
 namespace lumivastor {
 

@@ -1,4 +1,4 @@
-#include "edit/cut_composition.h"
+#include "render/cut_composition.h"
 
 #include <algorithm>
 

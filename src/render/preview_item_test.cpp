@@ -1,4 +1,4 @@
-#include "edit/preview_item.h"
+#include "render/preview_item.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "edit/composition.h"
-#include "edit/cut_composition.h"
 #include "media/player_item.h"
+#include "render/cut_composition.h"
 
 // The studio preview of a recording, as a player's item. Its timeline is the recording's own: what is cut away is there
 // and can be sought, but playing jumps over it.
