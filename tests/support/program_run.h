@@ -22,6 +22,7 @@ class ProgramRun {
     ProgramRun(const ProgramRun&) = delete;
     ProgramRun& operator=(const ProgramRun&) = delete;
 
+    pid_t process() const { return pid_; }
     void signal(int number) const;
     /// Waits until it ends; its exit status, or the negative number of the signal that ended it. Throws
     /// std::runtime_error after twenty minutes.
