@@ -47,6 +47,16 @@ QScreen* screenFor(const Display& display) {
     return nullptr;
 }
 
+// One of the user's, not a panel or a menu.
+bool isWindow(const QWidget& widget) {
+    return widget.isVisible() && widget.windowType() == Qt::Window;
+}
+
+bool hasVisibleWindow() {
+    const QWidgetList all = QApplication::topLevelWidgets();
+    return std::any_of(all.begin(), all.end(), [](const QWidget* each) { return isWindow(*each); });
+}
+
 QScreen& mainScreen() {
     return *QGuiApplication::primaryScreen();
 }
@@ -59,9 +69,9 @@ AppWindows::AppWindows(Options options)
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QObject::connect(&exportWatch_, &QTimer::timeout, window_.get(), [this] { watchExports(); });
     QObject::connect(qApp, &QGuiApplication::lastWindowClosed, window_.get(), [this] {
-        // Not from within the window's own closing.
+        // Not from within the window's own closing, and not when another one has come meanwhile.
         QTimer::singleShot(0, window_.get(), [this] {
-            if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) terminate();
+            if (!hasVisibleWindow() && delegate_->applicationShouldTerminateAfterLastWindowClosed()) terminate();
         });
     });
 }
@@ -103,17 +113,16 @@ void AppWindows::replyToApplicationShouldTerminate() {
 }
 
 void AppWindows::reopen() {
-    bool hasVisibleWindows = false;
+    const bool hadVisibleWindow = hasVisibleWindow();
     for (QWidget* each : QApplication::topLevelWidgets()) {
-        if (!each->isVisible() || each->windowType() != Qt::Window) continue;
-        hasVisibleWindows = true;
+        if (!isWindow(*each)) continue;
         if (each != window_.get() || delegate_->applicationShouldTerminateAfterLastWindowClosed()) {
             each->setWindowState(each->windowState() & ~Qt::WindowMinimized);
             each->raise();
             each->activateWindow();
         }
     }
-    delegate_->applicationShouldHandleReopen(hasVisibleWindows);
+    delegate_->applicationShouldHandleReopen(hadVisibleWindow);
 }
 
 void AppWindows::showAbout() {
