@@ -83,6 +83,7 @@ CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& c
         throw RecorderError("Der gewählte Bereich ist zu klein für eine Aufnahme.");
     }
     configuration.minimumFrameInterval = 1.0 / options.fps;
+    // More than the writer keeps, so that a slow encoder's pictures are dropped, and counted, where they reach it.
     configuration.queueDepth = 6;
     configuration.capturesAudio = options.systemAudio;
     configuration.sampleRate = 48000;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/recorder_error.h"
+#include "media/asset_writer.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -37,6 +38,7 @@ TEST_F(CapturePlans, ADisplayIsCapturedWholeInItsPixels) {
     EXPECT_EQ(configuration.height, 720);
     EXPECT_EQ(configuration.minimumFrameInterval, 1.0 / 30);
     EXPECT_EQ(configuration.queueDepth, 6);
+    EXPECT_LT(VideoWriterInput::kMostLivePictures, configuration.queueDepth) << "a slow encoder's pictures are counted";
     EXPECT_FALSE(configuration.sourceRect.has_value());
     EXPECT_TRUE(configuration.capturesAudio);
     EXPECT_FALSE(configuration.captureMicrophone);

@@ -20,10 +20,8 @@ namespace lumivastor {
 
 namespace {
 
-// Pictures that wait for their encoder. An export is never far ahead; a live source gets about a quarter of a second
-// at 30 a second to bridge a slow moment, which is 30 MB at 1920 x 1080 in BGRA.
+// Pictures that wait for their encoder or are in it. An export is never far ahead.
 constexpr int kPictures = 3;
-constexpr int kLivePictures = 8;
 // Sound samples are small: about 0.1 s each when mixed, and as little as 5 ms from live devices.
 constexpr int kSounds = 8;
 constexpr int kLiveSounds = 400;
@@ -140,7 +138,7 @@ void WriterInput::markAsFinished() {
 }
 
 VideoWriterInput::VideoWriterInput(std::shared_ptr<WriterShared> shared, const VideoSettings& settings)
-    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.video", kPictures, kLivePictures,
+    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.video", kPictures, kMostLivePictures,
                                                   std::make_unique<VideoTrackEncoder>(settings))),
       settings_(settings),
       pool_(settings.width, settings.height, {}) {}

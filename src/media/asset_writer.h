@@ -65,6 +65,10 @@ class VideoWriterInput : public WriterInput {
   public:
     ~VideoWriterInput() override;
 
+    /// As many pictures from a live source wait for their encoder, or are in it, until the input is no longer ready: a
+    /// sixth of a second at 30 a second to bridge a slow moment.
+    static constexpr int kMostLivePictures = 5;
+
     /// Where pictures to be painted come from.
     PicturePool& pool() { return pool_; }
 

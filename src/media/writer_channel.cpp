@@ -114,8 +114,10 @@ bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
         fed_ = true;
         reached_ = std::max(reached_, time);
     }
-    thread_.async([this, work = std::move(work)] {
+    thread_.async([this, work = std::move(work)]() mutable {
         runGuarded(work);
+        // What it held is free before the next one is asked for.
+        work = nullptr;
         {
             const std::scoped_lock guard(shared_->lock);
             --waiting_;

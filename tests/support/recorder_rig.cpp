@@ -1,10 +1,13 @@
 #include "support/recorder_rig.h"
 
 #include <algorithm>
+#include <deque>
 #include <fstream>
 #include <sstream>
 
 #include "app/log/log.h"
+#include "media/asset_writer.h"
+#include "support/await.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
@@ -72,10 +75,16 @@ SystemCursor RecorderRig::cursor(std::uint64_t serial, int width, int height, in
 void RecorderRig::record(double seconds, int width, int height) {
     constexpr double kInterval = 0.5;
     const int pictures = static_cast<int>(seconds / kInterval);
+    std::deque<std::shared_ptr<const BgraPremultipliedBuffer>> emitted;
     for (int i = 0; i < pictures; ++i) {
         const FrameStatus status = i == 0 ? FrameStatus::started : FrameStatus::complete;
-        desktop_.emitScreen({status, loop_.now(), picture(width, height, 20 + i % 200)});
+        emitted.push_back(picture(width, height, 20 + i % 200));
+        desktop_.emitScreen({status, loop_.now(), emitted.back()});
         loop_.advance(kInterval);
+        if (static_cast<int>(emitted.size()) < VideoWriterInput::kMostLivePictures) continue;
+        // Encoded, once nobody else holds it.
+        ASSERT_TRUE(await(30, [&] { return emitted.front().use_count() == 1; }));
+        emitted.pop_front();
     }
 }
 
