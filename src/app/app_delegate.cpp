@@ -127,7 +127,8 @@ void AppDelegate::tryEncoders() {
     if (std::exchange(encodersTried_, true) || flow_.isActive()) return;
     encoderQueue_.async([choose = services_.chooseEncoder, displays = lists_.displays] {
         for (const Display& display : displays) {
-            choose(screenEncodingJob(evenPixelSize({display.frame.width, display.frame.height}, display.scale), kFastestPace));
+            choose(screenEncodingJob(evenPixelSize({display.frame.width, display.frame.height}, display.scale),
+                                     kFastestPace));
         }
     });
 }

@@ -86,7 +86,7 @@ class SteadySound {
     Options options_;
     Output output_;
     ClockFit fit_;
-    std::vector<Chunk> held_;      // until it is clear where they belong
+    std::vector<Chunk> held_;       // until it is clear where they belong
     std::deque<Arrival> arrivals_;  // of the last second, all on the same side of the line
     Varispeed sound_;
     bool running_ = false;

@@ -33,8 +33,8 @@ class RecorderRig : public testing::Test {
     static std::shared_ptr<const BgraPremultipliedBuffer> picture(int width, int height, int grey = 128);
     static SystemCursor cursor(std::uint64_t serial, int width, int height, int grey = 0, double hotspotX = 1);
 
-    /// Emits two pictures a second for `seconds`, moving the clock along, as fast as a writer takes them: none is dropped
-    /// however slow the machine is.
+    /// Emits two pictures a second for `seconds`, moving the clock along, as fast as a writer takes them: none is
+    /// dropped however slow the machine is.
     void record(double seconds, int width, int height);
 
     /// The log's lines, without their time stamps, since the rig was made.
