@@ -8,7 +8,7 @@ const char* __lsan_default_suppressions();
 
 // FFmpeg counts references with atomics that the thread sanitizer cannot see, so every buffer that one of its threads
 // fills and another frees looks like a race. Pango reads the font configuration on a thread of its own, which is as
-// invisible.
+// invisible. The standard library shares the texts of its exceptions between their copies in the same way.
 const char* __tsan_default_suppressions() {
     return "called_from_lib:libavcodec.so\n"
            "called_from_lib:libavformat.so\n"
@@ -20,7 +20,8 @@ const char* __tsan_default_suppressions() {
            "race:libavutil.so\n"
            "race:libx264.so\n"
            "race:libx265.so\n"
-           "race:libfontconfig.so\n";
+           "race:libfontconfig.so\n"
+           "race:std::runtime_error::~runtime_error\n";
 }
 
 // The HEVC encoder does not free all that it allocates when it is opened: some kilobytes for each recording. Fontconfig
