@@ -3,6 +3,7 @@
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdint>
@@ -10,9 +11,9 @@
 #include <numbers>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "base/host_clock.h"
-#include "platform/clock_fit.h"
 
 namespace lumivastor {
 namespace {
@@ -21,14 +22,14 @@ constexpr int kRate = 48000;
 constexpr int kChannels = 2;
 constexpr std::int64_t kPeriod = static_cast<std::int64_t>(Beeper::kBetweenBeeps * kRate);
 constexpr std::int64_t kBeepFrames = kRate / 50;
-// Beeps begin this far into each period, when the line has settled.
+// Beeps begin this far into each period.
 constexpr std::int64_t kFirst = kPeriod / 2;
 
 }  // namespace
 
 class Beeper::Player {
   public:
-    Player(const std::string& server, const std::string& sink) : loop_(pa_mainloop_new()), fit_(kRate, 0.001) {
+    Player(const std::string& server, const std::string& sink) : loop_(pa_mainloop_new()) {
         context_ = pa_context_new(pa_mainloop_get_api(loop_), "beeper");
         const bool asked = pa_context_connect(context_, server.c_str(), PA_CONTEXT_NOAUTOSPAWN, nullptr) >= 0;
         if (!asked || !await([this] { return pa_context_get_state(context_) == PA_CONTEXT_READY; })) {
@@ -69,16 +70,24 @@ class Beeper::Player {
     std::vector<double> beeps() const {
         const std::scoped_lock hold(lock_);
         std::vector<double> all;
-        if (fit_.isEmpty()) return all;
+        if (std::ssize(readings_) < kAround) return all;
         const double now = hostClockSeconds();
         for (std::int64_t frame = kFirst + kPeriod; frame < written_; frame += kPeriod) {
-            const double heard = fit_.hostSeconds(static_cast<double>(frame));
+            const double heard = heardAt(frame);
             if (heard < now) all.push_back(heard);
         }
         return all;
     }
 
   private:
+    // When a frame was heard, as the server said.
+    struct Reading {
+        std::int64_t frame = 0;
+        double hostSeconds = 0;
+    };
+    // Single readings are up to a millisecond off; this many tell.
+    static constexpr std::ptrdiff_t kAround = 5;
+
     void run(double seconds) {
         pa_mainloop_prepare(loop_, static_cast<int>(seconds * 1e6));
         pa_mainloop_poll(loop_);
@@ -113,8 +122,23 @@ class Beeper::Player {
                              static_cast<double>(info->sink_usec) * 1e-6;
         const std::int64_t frame = info->read_index / (kChannels * static_cast<std::int64_t>(sizeof(float)));
         const std::scoped_lock hold(lock_);
-        if (frame > fitted_) fit_.add(frame, heard);
-        fitted_ = std::max(fitted_, frame);
+        if (readings_.empty() || frame > readings_.back().frame) readings_.push_back({frame, heard});
+    }
+
+    // By what the server said around that time, as the beep was played: where the machine stands still for a moment,
+    // the server runs out of sound, and everything behind is later.
+    double heardAt(std::int64_t frame) const {
+        const auto after = std::lower_bound(readings_.begin(), readings_.end(), frame,
+                                            [](const Reading& one, std::int64_t wanted) { return one.frame < wanted; });
+        const auto place =
+            std::clamp<std::ptrdiff_t>(after - readings_.begin() - kAround / 2, 0, std::ssize(readings_) - kAround);
+        std::array<double, kAround> starts{};
+        for (std::ptrdiff_t i = 0; i < kAround; ++i) {
+            const Reading& one = readings_[static_cast<std::size_t>(place + i)];
+            starts[static_cast<std::size_t>(i)] = one.hostSeconds - static_cast<double>(one.frame) / kRate;
+        }
+        std::nth_element(starts.begin(), starts.begin() + kAround / 2, starts.end());
+        return starts[kAround / 2] + static_cast<double>(frame) / kRate;
     }
 
     void dropQuestion() {
@@ -156,9 +180,8 @@ class Beeper::Player {
     pa_stream* stream_ = nullptr;
     pa_operation* question_ = nullptr;
     mutable std::mutex lock_;
-    ClockFit fit_;              // guarded by lock_
-    std::int64_t fitted_ = 0;   // guarded by lock_; how far the line is known
-    std::int64_t written_ = 0;  // guarded by lock_
+    std::vector<Reading> readings_;  // guarded by lock_; ascending
+    std::int64_t written_ = 0;       // guarded by lock_
     std::atomic<bool> ending_ = false;
     std::thread thread_;
 };
