@@ -39,7 +39,7 @@ std::optional<QUrl> feedIn(const std::filesystem::path& file) {
 }  // namespace
 
 std::optional<QUrl> installedFeed(const std::filesystem::path& binaryFolder) {
-    if (const auto feed = feedIn(binaryFolder / "lumivastor.conf")) return feed;
+    if (auto feed = feedIn(binaryFolder / "lumivastor.conf")) return feed;
     return feedIn(binaryFolder.parent_path() / "share" / "lumivastor" / "lumivastor.conf");
 }
 
