@@ -56,7 +56,8 @@ TYPED_TEST(SoundSystems, systemAudioIsHeardWhenItIsPlayed) {
     EXPECT_TRUE(heard.awaitBeeps(8));
     source->stop();
     expectInPlace(heard, beeper.beeps(), "monitor of a sink");
-    EXPECT_EQ(heard.jumps(), 0);
+    // A server without priority may lose a cycle on a busy machine; what arrives in pieces would jump at each of them.
+    EXPECT_LE(heard.jumps(), 2);
     EXPECT_TRUE(heard.ends().empty());
     for (const SoundBuffer& buffer : heard.buffers()) {
         ASSERT_EQ(buffer.sampleRate, 48000);
