@@ -70,10 +70,10 @@ std::optional<std::string> windowTitleForInfo(const Window& window);
 
 /// Bits a second of a movie of the screen: 0.08 for each pixel.
 std::int64_t averageBitRate(int width, int height, int fps);
-/// What encoding a recording of the screen takes.
-EncodingJob screenEncodingJob(PictureSize size, int fps);
 /// The same at 60 pictures a second for a device, whose pictures move more: at least 8,000,000.
 std::int64_t deviceBitRate(int width, int height);
+/// What encoding a recording of the screen takes.
+EncodingJob screenEncodingJob(PictureSize size, int fps);
 
 inline constexpr std::int64_t kWebcamBitRate = 8'000'000;
 
