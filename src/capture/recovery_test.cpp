@@ -7,6 +7,7 @@
 #include "capture/journal_records.h"
 #include "capture/source_listing.h"
 #include "media/asset.h"
+#include "media/asset_writer.h"
 #include "model/pointer_track.h"
 #include "support/recorder_rig.h"
 
@@ -138,7 +139,7 @@ TEST_F(Recoveries, ADevicesRecordingComesBack) {
         DeviceRecorder recorder(services_, device->description(), {}, folder_);
         recorder.start();
         ASSERT_TRUE(loop_.runUntil([&device] { return device->isRunning(); }));
-        for (int i = 0; i < 7; ++i) {
+        for (int i = 0; i < VideoWriterInput::kMostLivePictures; ++i) {
             device->emitPicture(1000.25 + i, picture(160, 120, 20 + i));
             ASSERT_TRUE(loop_.runUntil([&] { return recorder.snapshot().framesWritten > i; }));
         }

@@ -53,6 +53,11 @@ double PlayedRanges::runsUntil(double seconds) const {
     return range == nullptr ? seconds : range->end;
 }
 
+double PlayedRanges::runsSince(double seconds) const {
+    const PlayedRange* const range = rangeAt(seconds);
+    return range == nullptr ? seconds : range->start;
+}
+
 std::vector<PlayedRange> PlayedRanges::ahead(double seconds, double length) const {
     std::vector<PlayedRange> stretches;
     std::optional<double> from = playableFrom(seconds);

@@ -28,6 +28,8 @@ class PlayedRanges {
     std::optional<double> playableFrom(double seconds) const;
     /// How far playing runs from a moment without a jump; the moment itself when it is in no range.
     double runsUntil(double seconds) const;
+    /// Since when playing that has come to a moment has run without a jump; the moment itself when it is in no range.
+    double runsSince(double seconds) const;
     /// What is played next from a moment, `length` seconds altogether or as much as there is.
     std::vector<PlayedRange> ahead(double seconds, double length) const;
 

@@ -26,6 +26,9 @@ TEST(PlayedRanges, PlaysOnFromTheNextRangeWhereverThereIsNone) {
     EXPECT_EQ(ranges.playableFrom(5), std::nullopt);
     EXPECT_EQ(ranges.runsUntil(1.5), 2);
     EXPECT_EQ(ranges.runsUntil(3), 3);
+    EXPECT_EQ(ranges.runsSince(1.5), 1);
+    EXPECT_EQ(ranges.runsSince(4), 4);
+    EXPECT_EQ(ranges.runsSince(3), 3);
 }
 
 TEST(PlayedRanges, LooksAheadAcrossGaps) {

@@ -257,7 +257,7 @@ bool PlayerPictures::prepare(const Wish& wish, double frame, double heard) {
     std::optional<Sources> sources = sourcesAt(moment);
     const bool isLate = shown_ && heard > frame + kPictureTolerance;
     if (!sources && isLate) {
-        sources = staleSources(moment);
+        sources = staleSources(wish, frame);
         if (sources && sources->screen.shown.start <= shownScreen_) sources.reset();
     }
     if (!sources) return false;
@@ -296,12 +296,22 @@ std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime
     return sources;
 }
 
-std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const MediaTime& moment) const {
-    std::optional<ShownPicture> screen = screen_->findBefore(moment);
+// Never from before the stretch that is played: what was cut away is not shown, however late its pictures are.
+std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& wish, double frame) const {
+    const MediaTime moment = momentOf(frame);
+    const MediaTime since = momentOf(wish.ranges->runsSince(frame));
+    const auto latest = [&](const PictureSupply& supply) {
+        std::optional<ShownPicture> found = supply.findBefore(moment);
+        return found && found->shown.end() > since ? found : std::nullopt;
+    };
+    std::optional<ShownPicture> screen = latest(*screen_);
     if (!screen || !screen->picture) return std::nullopt;
     Sources sources{*std::move(screen), std::nullopt};
     if (webcam_) {
-        if (const auto webcam = webcam_->findBefore(moment)) sources.webcam = webcam->picture;
+        const std::optional<ShownPicture> webcam = latest(*webcam_);
+        // A face that vanishes for a frame is worse than a frame that stands.
+        if (!webcam) return std::nullopt;
+        sources.webcam = webcam->picture;
     }
     return sources;
 }

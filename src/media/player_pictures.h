@@ -98,7 +98,7 @@ class PlayerPictures {
     void setGoals(const std::vector<TimeRange>& goals, const MediaTime& playhead);
     void aimAt(const Wish& wish, double frame, double heard);
     std::optional<Sources> sourcesAt(const MediaTime& moment) const;
-    std::optional<Sources> staleSources(const MediaTime& moment) const;
+    std::optional<Sources> staleSources(const Wish& wish, double frame) const;
     Made make(const Wish& wish, const Sources& sources, double seconds);
     Player::Frame paint(const Wish& wish, const Picture& screen, const std::optional<Picture>& webcam, double seconds);
     void fail(const RecorderError& error);

@@ -295,6 +295,36 @@ TEST_F(PlayerPlaying, NewRangesAreFollowedWhilePlaying) {
     for (const Shown& shown : shown_) EXPECT_EQ(shown.number, expectedNumber(shown.seconds));
 }
 
+TEST_F(PlayerPlaying, WhatIsCutAwayIsNotShownHoweverLateThePicturesAre) {
+    // One key picture: everything in between is decoded on the way to where playing goes on.
+    options_.keyFrameInterval = 120;
+    makeMovie();
+    open(item());
+    player_->play();
+    playUntil(0.5);
+    player_->setPlayedRanges({{0, 0.4}, {3, 3.9}});
+    shown_.clear();
+    while (player_->currentTime() < 3) {
+        sound_->advance(0.01);
+        settle();
+    }
+    // The clock is long past it before the decoder gets there.
+    sound_->advance(0.4);
+    ASSERT_TRUE(await([this] { return !shown_.empty() && shown_.back().seconds >= 3; }));
+    while (ends_ == 0) {
+        sound_->advance(0.01);
+        settle();
+    }
+    int jumped = 0;
+    for (const Shown& shown : shown_) {
+        if (shown.seconds < 1) continue;
+        ++jumped;
+        EXPECT_GE(shown.number, 90) << shown.seconds;
+        EXPECT_LE(shown.number, expectedNumber(shown.seconds));
+    }
+    EXPECT_GT(jumped, 0);
+}
+
 TEST_F(PlayerPlaying, WithoutASoundServerTheHostClockIsTheClock) {
     makeMovie();
     open(item());

@@ -98,8 +98,8 @@ void PlayerFixture::playUntil(double seconds, const std::function<void()>& check
     constexpr double kStep = 1.0 / 120;
     const double frameLength = 1.0 / options_.frameRate;
     double excusedUntil = 0;
+    std::int64_t dropped = player_->statistics().framesDropped;
     while (player_->rate() > 0 && player_->currentTime() < seconds - kStep / 2) {
-        const std::int64_t dropped = player_->statistics().framesDropped;
         sound_->advance(kStep);
         settle();
         const double now = player_->currentTime();
@@ -107,7 +107,8 @@ void PlayerFixture::playUntil(double seconds, const std::function<void()>& check
         // a machine that takes longer for a picture than the moved clock, that it comes too late. Then there is nothing
         // to wait for until the next one is due.
         ASSERT_TRUE(await([&] {
-            if (player_->statistics().framesDropped > dropped) excusedUntil = now + frameLength;
+            const std::int64_t before = std::exchange(dropped, player_->statistics().framesDropped);
+            if (dropped > before) excusedUntil = now + frameLength;
             return player_->rate() == 0 || now < excusedUntil || lastSeconds_ > now - frameLength - 0.001;
         })) << now;
         if (check) check();
