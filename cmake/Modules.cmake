@@ -25,18 +25,18 @@ if(LUMI_FUZZERS)
 endif()
 
 # Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
-# ALONE names tests, in Google Test's filter form, beside which no others run: they hold sound and pictures that real
-# servers handed over to the milliseconds at which those were shown, and a busy machine makes servers lose some.
+# ALONE names tests, in Google Test's filter form, beside which no others run: those that hold what real servers handed
+# over to the milliseconds at which it was shown, and those that work the program by hand, at a person's pace.
 function(lumi_test_binary name)
   cmake_parse_arguments(ARG "" "ALONE" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})
   if(ARG_ALONE)
     gtest_discover_tests(${name} TEST_FILTER "${ARG_ALONE}" TEST_LIST ${name}_alone
-      DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 RUN_SERIAL TRUE)
+      DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 1500 RUN_SERIAL TRUE)
     set(others TEST_FILTER "-${ARG_ALONE}")
   endif()
-  gtest_discover_tests(${name} ${others} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} ${others} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 1500)
 endfunction()
 
 # lumi_module(name LINKS modules... PRIVATE libraries... ALONE tests)

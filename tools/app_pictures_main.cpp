@@ -207,36 +207,36 @@ class Story {
         picture("main", kMainTitle);
         for (int i = 0; i < 3; ++i) press({kTab});
         picture("main-focus", kMainTitle);
-        app_->choose(SourceType::window);
+        need(app_->choose(SourceType::window), "a control is there");
         picture("main-windows", kMainTitle);
-        app_->click("displayPopup");
+        need(app_->click("displayPopup"), "a control is there");
         picture("main-windows-list", kMainTitle);
         press({ScriptedKeyboard::kEscape});
-        app_->choose(SourceType::region);
+        need(app_->choose(SourceType::region), "a control is there");
         picture("main-region", kMainTitle);
-        app_->choose(SourceType::device);
+        need(app_->choose(SourceType::device), "a control is there");
         picture("main-device", kMainTitle);
-        app_->choose(SourceType::display);
-        app_->click("webcamBox");
+        need(app_->choose(SourceType::display), "a control is there");
+        need(app_->click("webcamBox"), "a control is there");
         sleepFor(1);
         picture("main-camera", kMainTitle);
     }
 
     void menus() {
-        app_->clickAt(kMainTitle, {30, 14});
+        need(app_->clickAt(kMainTitle, {30, 14}), "a control is there");
         picture("menu-application", kMainTitle);
         press({kDown});
         press({ScriptedKeyboard::kReturn});
         picture("about");
         press({ScriptedKeyboard::kEscape});
-        app_->clickAt(kMainTitle, {120, 14});
+        need(app_->clickAt(kMainTitle, {120, 14}), "a control is there");
         picture("menu-edit", kMainTitle);
         press({ScriptedKeyboard::kEscape});
         press({ScriptedKeyboard::kEscape});
     }
 
     void folders() {
-        app_->click("studioButton");
+        need(app_->click("studioButton"), "a control is there");
         sleepFor(1);
         picture("open-folder");
         press({ScriptedKeyboard::kReturn});
@@ -244,8 +244,8 @@ class Story {
     }
 
     void recordingWithEverything() {
-        app_->click("systemAudioBox");
-        app_->click("microphoneBox");
+        need(app_->click("systemAudioBox"), "a control is there");
+        need(app_->click("microphoneBox"), "a control is there");
         app_->pressRecord();
         need(app_->waitForWindow(kCountdownTitle), "the countdown comes");
         picture("countdown");
@@ -262,23 +262,23 @@ class Story {
         sleepFor(2);
         picture("recording");
         picture("recording-panel-camera", kPanelTitle);
-        app_->clickPanelStop();
+        need(app_->clickPanelStop(), "a control is there");
         need(app_->waitForWindow(app_->editorTitle()), "the editor opens");
         sleepFor(2);
         picture("editor-opened");
     }
 
     void editing() {
-        app_->clickInEditor("timeSlider", {0.4, 0.5});
-        app_->clickInEditor("cutStartButton");
-        app_->clickInEditor("timeSlider", {0.5, 0.5});
-        app_->clickInEditor("cutEndButton");
-        app_->clickInEditor("maskDrawButton");
-        app_->dragInEditor("previewView", {0.3, 0.3}, {0.5, 0.45});
-        app_->clickInEditor("addZoomButton");
+        need(app_->clickInEditor("timeSlider", {0.4, 0.5}), "a control is there");
+        need(app_->clickInEditor("cutStartButton"), "a control is there");
+        need(app_->clickInEditor("timeSlider", {0.5, 0.5}), "a control is there");
+        need(app_->clickInEditor("cutEndButton"), "a control is there");
+        need(app_->clickInEditor("maskDrawButton"), "a control is there");
+        need(app_->dragInEditor("previewView", {0.3, 0.3}, {0.5, 0.45}), "a control is there");
+        need(app_->clickInEditor("addZoomButton"), "a control is there");
         sleepFor(1);
         picture("editor-edited", app_->editorTitle());
-        app_->clickInEditor("renderButton");
+        need(app_->clickInEditor("renderButton"), "a control is there");
         sleepFor(1);
         picture("editor-rendering", app_->editorTitle());
         need(app_->waitForVideo(), "the video is rendered");
@@ -290,7 +290,7 @@ class Story {
     }
 
     void interruption() {
-        app_->click("webcamBox");
+        need(app_->click("webcamBox"), "a control is there");
         app_->pressRecord();
         need(app_->waitUntilRecording(), "the second recording begins");
         picture("recording-panel", kPanelTitle);
@@ -301,24 +301,24 @@ class Story {
         need(app_->start(), "the program starts again");
         picture("main-interrupted", kMainTitle);
         const std::string text = "Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33";
-        app_->clickAt(kMainTitle, map_.noticeButton(text, "Abschließen"));
+        need(app_->clickAt(kMainTitle, map_.noticeButton(text, "Abschließen")), "a control is there");
         sleepFor(2);
         picture("main-completed", kMainTitle);
     }
 
     void region() {
-        app_->choose(SourceType::region);
+        need(app_->choose(SourceType::region), "a control is there");
         app_->pressRecord();
         need(app_->waitForWindow(kArmTitle), "the panel before the region comes");
         picture("region-ready");
         picture("region-ready-close", kArmTitle);
-        app_->clickAt(kArmTitle, {270, 28});
+        need(app_->clickAt(kArmTitle, {270, 28}), "a control is there");
         need(app_->waitForWindow(kPickerTitle), "the overlay comes");
         picture("region-overlay");
-        app_->moveTo(kPickerTitle, {400, 250});
+        need(app_->moveTo(kPickerTitle, {400, 250}), "a control is there");
         app_->pointer().press(1);
-        app_->moveTo(kPickerTitle, {700, 400});
-        app_->moveTo(kPickerTitle, {1050, 700});
+        need(app_->moveTo(kPickerTitle, {700, 400}), "a control is there");
+        need(app_->moveTo(kPickerTitle, {1050, 700}), "a control is there");
         picture("region-dragged");
         press({ScriptedKeyboard::kEscape});
         app_->pointer().release(1);

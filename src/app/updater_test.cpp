@@ -15,7 +15,7 @@ namespace {
 class UpdaterTest : public testing::Test {
   protected:
     UpdaterTest() {
-        server_.listen(QHostAddress::LocalHost);
+        EXPECT_TRUE(server_.listen(QHostAddress::LocalHost));
         QObject::connect(&server_, &QTcpServer::newConnection, &server_, [this] {
             QTcpSocket* client = server_.nextPendingConnection();
             QObject::connect(client, &QTcpSocket::readyRead, client, [this, client] {
@@ -112,6 +112,7 @@ TEST_F(UpdaterTest, endsInTheMiddleWithoutAWord) {
         QElapsedTimer timer;
         timer.start();
         while (asked_ == 0 && timer.elapsed() < 60'000) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        EXPECT_GT(asked_, 0);
     }
     QCoreApplication::processEvents();
 }

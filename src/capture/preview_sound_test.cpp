@@ -89,15 +89,16 @@ TEST(SilentOutput, RunsByTheHostClockAgainAndAgain) {
     output->start(listener.client());
     ASSERT_TRUE(await([&] { return output->heardFrames() >= 9600; }));
     EXPECT_GE(hostClockSeconds() - before, 0.2) << "never faster than the clock";
+    output->stop();
 }
 
 TEST(PulseOutput, RunsAgainAndAgain) {
     const PulseRig rig;
+    Listener listener;
     const auto output = makePulseOutput(rig.address());
     EXPECT_EQ(output->heardFrames(), 0);
     output->stop();
     for (int run = 0; run < 3; ++run) expectARun(*output);
-    Listener listener;
     output->start(listener.client());
 }
 

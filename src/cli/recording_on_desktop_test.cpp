@@ -216,12 +216,14 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
                 describeErrors(systemErrors).c_str(), describeErrors(microphoneErrors).c_str(),
                 describeErrors(pointerLate).c_str());
     // Half a second is a machine that is short of time; a wrong clock or a forgotten latency is off by more, or always.
-    for (const double error : late) EXPECT_TRUE(error > -0.02 && error < 0.5) << error;
-    for (const double error : pointerLate) EXPECT_TRUE(error > -0.02 && error < 0.5) << error;
+    for (const double error : late) EXPECT_GT(error, -0.02);
+    for (const double error : pointerLate) EXPECT_GT(error, -0.02);
     const auto middle = [](std::vector<double> errors) {
         std::sort(errors.begin(), errors.end());
         return errors.at(errors.size() / 2);
     };
+    EXPECT_LT(middle(late), 0.5);
+    EXPECT_LT(middle(pointerLate), 0.5);
     ASSERT_GE(systemErrors.size(), static_cast<std::size_t>(seconds));
     ASSERT_GE(microphoneErrors.size(), static_cast<std::size_t>(seconds));
     EXPECT_LT(std::abs(middle(systemErrors)), 0.05);
@@ -236,7 +238,11 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     sleepFor(0.5);
     window.moveTo(100, 50);
     const RigWindow cover(desktop_.displayName(), {.x = 0, .y = 0, .width = 800, .height = 600, .color = 0xffffff});
-    sleepFor(1);  // until the window's new place was noted
+    // Until the window's new place was noted.
+    EXPECT_TRUE(waitFor([this] {
+        const std::string journal = temporary_.read("recording/journal");
+        return journal.find(" window ", journal.find(" window ") + 1) != std::string::npos;
+    }));
     pointer.moveTo(120, 90);
     sleepFor(0.5);
     run->signal(SIGTERM);
@@ -391,8 +397,10 @@ TEST_F(RecordingOnDesktop, ADiskThatFillsUpEndsTheRecordingInTime) {
     const std::string script =
         "mount -t tmpfs -o size=8m tmpfs \"$1\" || exit 9; \"$3\" record --json --out \"$1/r\"; "
         "status=$?; cp -r \"$1/r\" \"$2\"; exit $status";
-    ProgramRun run({"unshare", geteuid() == 0 ? "-m" : "-rm", "sh", "-c", script, "sh", volume.string(),
-                    folder_.string(), LUMI_PROGRAM},
+    const std::string unshare = geteuid() == 0 ? "-m" : "-rm";
+    ProgramRun trial({"unshare", unshare, "mount", "-t", "tmpfs", "tmpfs", volume.string()}, {});
+    ASSERT_EQ(trial.wait(), 0) << "Needs a name space for mounts: privileges, or user name spaces. " << trial.err();
+    ProgramRun run({"unshare", unshare, "sh", "-c", script, "sh", volume.string(), folder_.string(), LUMI_PROGRAM},
                    environment());
     for (int seed = 0; run.isRunning() && seed < 20000; ++seed) {
         window.drawPattern(seed);
@@ -417,7 +425,7 @@ TEST_F(RecordingOnDesktop, ADeviceAndACameraAreRecorded) {
     const std::size_t id = listed.find("\"id\" : \"", devices);
     ASSERT_NE(id, std::string::npos) << listed;
     const std::string device = listed.substr(id + 8, listed.find('"', id + 8) - id - 8);
-    ProgramRun run(recordWords({"--device", device, "--webcam", "--microphone", "--seconds", "3"}), variables);
+    ProgramRun run(recordWords({"--device", device, "--webcam", "--microphone", "--seconds", "6"}), variables);
     ASSERT_EQ(run.wait(), 0) << run.err();
     expectCompleteFolder();
     EXPECT_EQ(info().sourceKind, "device");

@@ -120,11 +120,13 @@ TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
     EXPECT_TRUE(waitForFrameAfter(before));
     remember();
 
+    before = frame();
     for (std::size_t i = states.size() - 1; i-- > 0;) {
         press(Qt::Key_Z, Qt::ControlModifier);
         EXPECT_EQ(session().settings(), states[i]) << i;
         EXPECT_EQ(everythingShown(), shown[i]) << i;
     }
+    EXPECT_TRUE(waitForFrameAfter(before));
     before = frame();
     for (std::size_t i = 1; i < states.size(); ++i) {
         press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);

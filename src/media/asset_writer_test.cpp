@@ -235,7 +235,7 @@ TEST(AssetWriter, SoundAndPicturesStayTogether) {
     std::int64_t position = 0;
     std::atomic<std::int64_t> furthestLead = 0;  // in milliseconds
     std::atomic<int> pictures = 0;
-    audio.requestMediaDataWhenReady(audioQueue, [&] {
+    const auto pumpSound = [&] {
         while (audio.isReadyForMoreMediaData()) {
             if (position >= kFrames) {
                 audio.markAsFinished();
@@ -256,8 +256,10 @@ TEST(AssetWriter, SoundAndPicturesStayTogether) {
             furthestLead = std::max<std::int64_t>(furthestLead, position / 48 - pictures * 1000 / 30);
             EXPECT_TRUE(audio.append(std::move(sample)));
         }
-    });
+    };
     EXPECT_TRUE(feedPictures(video, videoQueue, kPictures, [&](int index) {
+        // Sound does not wait for a track that nothing is fed to yet.
+        if (index == 0) audio.requestMediaDataWhenReady(audioQueue, pumpSound);
         auto picture = video.pool().makePlanar();
         paintTestPicture(index, index % 30 == 29, picture->destination());
         pictures = index;

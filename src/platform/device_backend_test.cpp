@@ -161,6 +161,7 @@ TEST(DeviceBackend, aDeviceThatEndsIsAnInterruption) {
     session->startRunning();
     EXPECT_TRUE(seen.awaitInterruption());
     session->stopRunning();
+    seen.drain();
     EXPECT_EQ(seen.interruptions(), std::vector<std::string>{"Das Gerät „Testgerät“ wurde getrennt."});
     EXPECT_EQ(seen.pictures().size(), 9U);
 }

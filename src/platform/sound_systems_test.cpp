@@ -173,7 +173,8 @@ TYPED_TEST(SoundSystems, stopsAndStartsAnew) {
         EXPECT_GT(frames, 0U);
         if (frames == 0) continue;
         const SoundBuffer last = heard.buffers().back();
-        EXPECT_GT(last.hostSeconds + static_cast<double>(last.frames()) / 48000, stopped - kInPlace)
+        // A server without priority hands a cycle over later than it should.
+        EXPECT_GT(last.hostSeconds + static_cast<double>(last.frames()) / 48000, stopped - 0.2)
             << "what was heard before the stop has been handed over";
         EXPECT_EQ(heard.frames(), frames) << "nothing follows";
     }

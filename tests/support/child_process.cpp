@@ -91,9 +91,11 @@ bool ChildProcess::isRunning() {
     return false;
 }
 
-void ChildProcess::wait() {
-    if (pid_ >= 0) waitpid(pid_, nullptr, 0);
+bool ChildProcess::wait() {
+    int status = -1;
+    if (pid_ >= 0) waitpid(pid_, &status, 0);
     pid_ = -1;
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 void ChildProcess::signal(int number) {

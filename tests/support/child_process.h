@@ -22,8 +22,8 @@ class ChildProcess {
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool isRunning();
-    /// Waits until it has ended by itself.
-    void wait();
+    /// Waits until it has ended by itself; whether it said that all went well.
+    bool wait();
     /// Ends it hard and waits until it is gone.
     void kill();
     void signal(int number);

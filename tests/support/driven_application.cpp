@@ -168,13 +168,14 @@ bool DrivenApplication::drag(const std::string& title, QPoint from, QPoint to) {
     if (!moveTo(title, from)) return false;
     pointer_.press(1);
     constexpr int kSteps = 10;
-    for (int i = 1; i <= kSteps; ++i) {
-        moveTo(title, from + (to - from) * i / kSteps);
+    bool isThere = true;
+    for (int i = 1; i <= kSteps && isThere; ++i) {
+        isThere = moveTo(title, from + (to - from) * i / kSteps);
         sleepFor(0.02);
     }
     pointer_.release(1);
     sleepFor(kHandPause);
-    return true;
+    return isThere;
 }
 
 bool DrivenApplication::waitUntilRecording() {

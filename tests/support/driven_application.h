@@ -84,7 +84,7 @@ class DrivenApplication {
     std::map<std::string, std::string> environment() const;
 
     /// Starts the program and waits for its window, and until sources are listed. False when it does not come.
-    bool start(const std::vector<std::string>& switches = {});
+    [[nodiscard]] bool start(const std::vector<std::string>& switches = {});
     ProgramRun& program() { return *program_; }
     const TemporaryFolder& home() const { return home_; }
     ScriptedPointer& pointer() { return pointer_; }
@@ -96,22 +96,22 @@ class DrivenApplication {
     bool waitForNoWindow(const std::string& title) const;
 
     // In points of a window. False when there is no such window.
-    bool moveTo(const std::string& title, QPoint at);
-    bool clickAt(const std::string& title, QPoint at);
-    bool drag(const std::string& title, QPoint from, QPoint to);
-    bool click(const std::string& control) { return clickAt(kMainTitle, map_.control(control)); }
-    bool choose(SourceType type) { return clickAt(kMainTitle, map_.segment(type)); }
+    [[nodiscard]] bool moveTo(const std::string& title, QPoint at);
+    [[nodiscard]] bool clickAt(const std::string& title, QPoint at);
+    [[nodiscard]] bool drag(const std::string& title, QPoint from, QPoint to);
+    [[nodiscard]] bool click(const std::string& control) { return clickAt(kMainTitle, map_.control(control)); }
+    [[nodiscard]] bool choose(SourceType type) { return clickAt(kMainTitle, map_.segment(type)); }
     /// The record button's key.
     void pressRecord() { keyboard_.press({ScriptedKeyboard::kReturn}); }
     /// From the countdown until the first pictures are in the newest recording's movie, and a little longer.
-    bool waitUntilRecording();
-    bool clickPanelStop();
+    [[nodiscard]] bool waitUntilRecording();
+    [[nodiscard]] bool clickPanelStop();
     /// The newest recording's editor.
     std::string editorTitle() const;
-    bool clickInEditor(const std::string& control, QPointF place = {0.5, 0.5});
-    bool dragInEditor(const std::string& control, QPointF from, QPointF to);
+    [[nodiscard]] bool clickInEditor(const std::string& control, QPointF place = {0.5, 0.5});
+    [[nodiscard]] bool dragInEditor(const std::string& control, QPointF from, QPointF to);
     /// Until the newest recording's video is there, whole.
-    bool waitForVideo() const;
+    [[nodiscard]] bool waitForVideo() const;
 
     /// The oldest first.
     std::vector<std::filesystem::path> recordings() const;

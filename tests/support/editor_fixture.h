@@ -33,8 +33,8 @@ class EditorFixture : public ExportFixture {
     Transport& transport() { return window_->transport(); }
     ProjectSettings saved() const { return ProjectSettings::load(folder_.path()); }
 
-    /// Runs the main loop until `done`, for a minute at most.
-    static bool waitFor(const std::function<bool()>& done) { return QTest::qWaitFor(done, 60'000); }
+    /// Runs the main loop until `done`, for five minutes at most: some wait for whole exports.
+    static bool waitFor(const std::function<bool()>& done) { return QTest::qWaitFor(done, 300'000); }
 
     /// A control by its name.
     template <typename Widget = QWidget>

@@ -45,6 +45,7 @@ void expectGolden(const BgraPremultipliedBuffer& actual, const fs::path& golden,
     if (update != nullptr && *update == '1') {
         fs::create_directories(golden.parent_path());
         writePng(golden, actual);
+        ADD_FAILURE() << golden << " was made anew, and compared with nothing";
         return;
     }
     const std::string name = golden.stem().string();

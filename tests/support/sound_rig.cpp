@@ -87,7 +87,9 @@ void PulseRig::freeze(bool isFrozen) {
 
 void PulseRig::setDefaultSink(const std::string& name) {
     requireProgram("pactl", "pulseaudio-utils");
-    ChildProcess({"pactl", "set-default-sink", name}, {{"PULSE_SERVER", address()}}, folder_ / "pactl.log").wait();
+    const auto log = folder_ / "pactl.log";
+    ChildProcess pactl({"pactl", "set-default-sink", name}, {{"PULSE_SERVER", address()}}, log);
+    if (!pactl.wait()) throw std::runtime_error("no default sink " + name + ": " + readText(log));
 }
 
 PipeWireRig::PipeWireRig() {
@@ -163,10 +165,11 @@ std::string PipeWireRig::metadata() {
 }
 
 void PipeWireRig::setDefaultSink(const std::string& name) {
-    ChildProcess(
+    const auto log = folder_ / "pw-metadata.log";
+    ChildProcess metadata(
         {"pw-metadata", "0", "default.configured.audio.sink", "{ \"name\": \"" + name + "\" }", "Spa:String:JSON"},
-        environment(), folder_ / "pw-metadata.log")
-        .wait();
+        environment(), log);
+    if (!metadata.wait()) throw std::runtime_error("no default sink " + name + ": " + readText(log));
 }
 
 void PipeWireRig::kill() {

@@ -15,8 +15,8 @@ namespace {
 
 using Type = PointerEventType;
 
-// The server cuts its times to milliseconds.
-constexpr double kServerGrain = 0.0011;
+// The server cuts its times to milliseconds, of a clock that may be a millisecond behind.
+constexpr double kServerGrain = 0.0025;
 
 class Collector {
   public:
@@ -152,14 +152,18 @@ TEST(X11Pointer, appliesTheUsersButtonMappingAlsoWhenItChanges) {
     for (char button = 4; button <= 10; ++button) mapping += button;
     pointer.setMapping(mapping);
     // The monitor is told of the change over another connection than of what follows.
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    pointer.click(1);
+    ASSERT_TRUE(waitFor([&] {
+        const std::size_t before = collector.events().size();
+        pointer.click(1);
+        return collector.waitForCount(before + 2) && collector.events().back().type == Type::rightMouseUp;
+    }));
+    const std::size_t before = collector.events().size();
     pointer.click(3);
-    ASSERT_TRUE(collector.waitForCount(6));
+    ASSERT_TRUE(collector.waitForCount(before + 2));
     std::vector<Type> types;
     for (const PointerEvent& event : collector.events()) types.push_back(event.type);
-    EXPECT_EQ(types, (std::vector{Type::leftMouseDown, Type::leftMouseUp, Type::rightMouseDown, Type::rightMouseUp,
-                                  Type::leftMouseDown, Type::leftMouseUp}));
+    types.erase(types.begin(), types.end() - 4);
+    EXPECT_EQ(types, (std::vector{Type::rightMouseDown, Type::rightMouseUp, Type::leftMouseDown, Type::leftMouseUp}));
 }
 
 TEST(X11Pointer, knowsAButtonThatWasHeldBeforeItBegan) {

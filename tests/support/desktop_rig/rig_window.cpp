@@ -220,12 +220,13 @@ void RigWindow::resize(int width, int height) {
     }
     const std::uint32_t values[] = {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
     xcb_configure_window(connection_, window_, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
-    waitFor([&] {
+    const bool isThere = waitFor([&] {
         auto* const reply = xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window_), nullptr);
         const bool isDone = reply == nullptr || (reply->width == width && reply->height == height);
         std::free(reply);
         return isDone;
     });
+    if (!isThere) throw std::runtime_error("the window was not resized");
 }
 
 void RigWindow::raise() {
@@ -242,13 +243,14 @@ void RigWindow::lower() {
 
 void RigWindow::map() {
     xcb_map_window(connection_, window_);
-    waitFor([&] {
+    const bool isThere = waitFor([&] {
         auto* const reply =
             xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window_), nullptr);
         const bool isDone = reply == nullptr || reply->map_state == XCB_MAP_STATE_VIEWABLE;
         std::free(reply);
         return isDone;
     });
+    if (!isThere) throw std::runtime_error("the window was not mapped");
 }
 
 void RigWindow::unmap() {
@@ -265,13 +267,14 @@ void RigWindow::iconify() {
     message.data.data32[0] = 3;  // iconic
     xcb_send_event(connection_, 0, root_, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    reinterpret_cast<const char*>(&message));
-    waitFor([&] {
+    const bool isThere = waitFor([&] {
         auto* const reply =
             xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window_), nullptr);
         const bool isDone = reply == nullptr || reply->map_state != XCB_MAP_STATE_VIEWABLE;
         std::free(reply);
         return isDone;
     });
+    if (!isThere) throw std::runtime_error("the window was not iconified");
 }
 
 void RigWindow::close() {
