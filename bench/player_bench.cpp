@@ -32,7 +32,7 @@
 #include "media/asset_writer.h"
 #include "media/player.h"
 #include "model/pointer_track.h"
-#include "render/preview_item.h"
+#include "render/studio_preview.h"
 
 namespace lumivastor {
 namespace {
@@ -159,11 +159,13 @@ const fs::path& recording(bool isMoving) {
 class Preview {
   public:
     Preview(const fs::path& folder, int width, int height)
-        : composition_(std::make_shared<Composition>(folder, kWidth, kHeight)), player_(loop_, nullptr) {
+        : composition_(std::make_shared<Composition>(folder, kWidth, kHeight)),
+          preview_(composition_, openRecordingAssets(composition_->recording())),
+          player_(loop_, nullptr) {
         player_.onFrame([this](const Player::Frame&, double) { isShown_ = true; });
         player_.onPlayedToEnd([this] { loop_.stop(); });
         player_.setOutputSize(width, height);
-        player_.setItem(makePlayerItem(composition_, openRecordingAssets(composition_->recording())));
+        player_.setItem(preview_.item());
         seek(0);
     }
 
@@ -184,7 +186,7 @@ class Preview {
         const double began = hostClockSeconds();
         composition_->setSettings(settings);
         isShown_ = false;
-        player_.setVideoCompositor(makeVideoCompositor(composition_));
+        player_.setVideoCompositor(preview_.compositor());
         const auto timer = loop_.every(0.0005, [this] {
             if (isShown_) loop_.stop();
         });
@@ -205,6 +207,7 @@ class Preview {
   private:
     BlockingMainLoop loop_;
     std::shared_ptr<Composition> composition_;
+    StudioPreview preview_;
     bool isShown_ = false;
     Player player_;
 };

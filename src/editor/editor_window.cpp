@@ -87,10 +87,7 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
 
     const std::shared_ptr<const Composition> composition = session_->composition();
     const CaptureInfo& info = composition->info();
-    assets_ = openRecordingAssets(composition->recording());
-    const KeptSegment whole{0, info.duration};
-    source_ = makeCutComposition({&whole, 1}, assets_, composition->recording().webcamOffset());
-    live_ = std::make_shared<LiveComposition>(composition);
+    preview_ = std::make_unique<StudioPreview>(composition, openRecordingAssets(composition->recording()));
 
     PlayerControls player;
     player.play = [this] { player_->play(); };
@@ -116,7 +113,7 @@ void EditorWindow::build() {
     const CaptureInfo& info = session_->info();
     controls_ = std::make_unique<EditorControls>(
         *this, EditorControls::Recording{info.duration, frameLength(info.fps), session_->hasWebcam()}, actions());
-    controls_->previewView->setCanvas(LiveComposition::kCanvas);
+    controls_->previewView->setCanvas(StudioPreview::kCanvas);
     controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
     controls_->setMaskDrawing(false);
 
@@ -186,22 +183,9 @@ void EditorWindow::setUpPlayer() {
     });
     controls_->previewView->resized = [this](PixelSize size) { player_->setOutputSize(size.width, size.height); };
 
-    const CaptureInfo& info = session_->info();
-    PlayerItem item;
-    item.movie = source_.movie;
-    item.screenTrackId = source_.screenTrackId;
-    item.webcamTrackId = source_.webcamTrackId;
-    item.audioMix = makeAudioMix(info, session_->settings(), source_.audioTrackIds);
-    item.compositor = [live = live_](const Picture& screen, const std::optional<Picture>& webcam, double seconds) {
-        return live->compose(screen, webcam, seconds);
-    };
-    item.canvasWidth = LiveComposition::kCanvas.width;
-    item.canvasHeight = LiveComposition::kCanvas.height;
-    item.framesPerSecond = static_cast<double>(std::max<std::int64_t>(info.fps, 1));
-    item.duration = info.duration;
     const PixelSize size = controls_->previewView->pixelSize();
     player_->setOutputSize(std::max(size.width, 1), std::max(size.height, 1));
-    player_->setItem(std::move(item));
+    player_->setItem(preview_->item());
 }
 
 void EditorWindow::refresh() {
@@ -229,15 +213,12 @@ void EditorWindow::refresh() {
 void EditorWindow::refreshPlayer() {
     const std::vector<KeptSegment>& kept = shownState_->keptSegments;
     transport_->setPlayed(shownState_->trim, kept.empty() ? shownState_->trim.start : kept.back().end);
-    live_->set(session_->composition());
-    std::vector<PlayedRange> ranges;
-    for (const KeptSegment& segment : kept) ranges.push_back({segment.start, segment.end});
-    player_->setPlayedRanges(std::move(ranges));
-    player_->setAudioMix(makeAudioMix(session_->info(), shownState_->settings, source_.audioTrackIds));
+    preview_->setComposition(session_->composition());
+    player_->setPlayedRanges(preview_->playedRanges());
+    player_->setAudioMix(preview_->audioMix());
     // What plays asks for its frames anyway; only a frame that stands has to be made anew.
     if (transport_->isPlaying()) return;
-    player_->setVideoCompositor([live = live_](const Picture& screen, const std::optional<Picture>& webcam,
-                                               double seconds) { return live->compose(screen, webcam, seconds); });
+    player_->setVideoCompositor(preview_->compositor());
 }
 
 void EditorWindow::refreshTransport() {

@@ -11,11 +11,10 @@
 #include "editor/edit_session.h"
 #include "editor/editor_controls.h"
 #include "editor/export_job.h"
-#include "editor/live_composition.h"
 #include "editor/remaining_time.h"
 #include "editor/transport.h"
 #include "media/player.h"
-#include "render/cut_composition.h"
+#include "render/studio_preview.h"
 
 namespace lumivastor {
 
@@ -80,9 +79,7 @@ class EditorWindow final : public QWidget {
     MainLoop& loop_;
     const Options options_;
     std::unique_ptr<EditSession> session_;
-    RecordingAssets assets_;
-    CutComposition source_;  // the whole recording, uncut
-    std::shared_ptr<LiveComposition> live_;
+    std::unique_ptr<StudioPreview> preview_;
     std::unique_ptr<Transport> transport_;
     std::unique_ptr<EditorControls> controls_;
     std::shared_ptr<const EditState> shownState_;
