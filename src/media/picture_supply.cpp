@@ -16,7 +16,7 @@ constexpr MediaTime kTick{1, 1'000'000};
 
 }  // namespace
 
-PictureSupply::PictureSupply(const CompositionTrack& track, Options options, std::function<void()> changed)
+PictureSupply::PictureSupply(const CompositionTrack& track, const Options& options, std::function<void()> changed)
     : changed_(std::move(changed)),
       finder_(track, options.before),
       cache_(options.budget),

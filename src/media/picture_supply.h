@@ -29,7 +29,7 @@ class PictureSupply {
 
     /// `changed` is called on the supply's thread whenever something of the goals can be found; it must not call the
     /// supply.
-    PictureSupply(const CompositionTrack& track, Options options, std::function<void()> changed);
+    PictureSupply(const CompositionTrack& track, const Options& options, std::function<void()> changed);
     /// Waits for the picture that is being decoded.
     ~PictureSupply();
     PictureSupply(const PictureSupply&) = delete;

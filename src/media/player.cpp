@@ -32,7 +32,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
 
     void setItem(PlayerItem item);
     void setCompositor(VideoCompositor compositor);
-    void setMix(std::vector<AudioMixInput> mix);
+    void setMix(const std::vector<AudioMixInput>& mix);
     void setRanges(std::vector<PlayedRange> ranges);
     void setOutputSize(int width, int height);
 
@@ -145,7 +145,7 @@ void Player::Core::setCompositor(VideoCompositor compositor) {
     if (pictures_) pictures_->setCompositor(std::move(compositor));
 }
 
-void Player::Core::setMix(std::vector<AudioMixInput> mix) {
+void Player::Core::setMix(const std::vector<AudioMixInput>& mix) {
     if (sound_) sound_->setMix(mix);
 }
 
@@ -280,8 +280,8 @@ void Player::setVideoCompositor(VideoCompositor compositor) {
     core_->setCompositor(std::move(compositor));
 }
 
-void Player::setAudioMix(std::vector<AudioMixInput> audioMix) {
-    core_->setMix(std::move(audioMix));
+void Player::setAudioMix(const std::vector<AudioMixInput>& audioMix) {
+    core_->setMix(audioMix);
 }
 
 void Player::setPlayedRanges(std::vector<PlayedRange> ranges) {

@@ -39,7 +39,7 @@ class Player {
     /// The next frame is made with this one; the frame that stands while paused is made again at once.
     void setVideoCompositor(VideoCompositor compositor);
     /// Heard within a tenth of a second.
-    void setAudioMix(std::vector<AudioMixInput> audioMix);
+    void setAudioMix(const std::vector<AudioMixInput>& audioMix);
     /// Playing that is in what is left out now jumps ahead within a tenth of a second.
     void setPlayedRanges(std::vector<PlayedRange> ranges);
 

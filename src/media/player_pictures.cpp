@@ -53,10 +53,10 @@ TimeRange at(const MediaTime& moment) {
 }
 
 std::unique_ptr<PictureSupply> supplyOf(const PlayerItem& item, const std::optional<int>& trackId,
-                                        PictureSupply::Options options, std::function<void()> changed) {
+                                        const PictureSupply::Options& options, std::function<void()> changed) {
     const CompositionTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
     if (track == nullptr) return nullptr;
-    return std::make_unique<PictureSupply>(*track, std::move(options), std::move(changed));
+    return std::make_unique<PictureSupply>(*track, options, std::move(changed));
 }
 
 }  // namespace
