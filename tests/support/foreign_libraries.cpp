@@ -5,6 +5,7 @@ extern "C" {
 
 const char* __tsan_default_suppressions();
 const char* __lsan_default_suppressions();
+const char* __lsan_default_options();
 
 // FFmpeg counts references with atomics that the thread sanitizer cannot see, so every buffer that one of its threads
 // fills and another frees looks like a race. Pango reads the font configuration on a thread of its own, which is as
@@ -29,6 +30,11 @@ const char* __tsan_default_suppressions() {
 const char* __lsan_default_suppressions() {
     return "leak:libx265.so\n"
            "leak:libfontconfig.so\n";
+}
+
+// Nothing about that on the standard error, which tests look at.
+const char* __lsan_default_options() {
+    return "print_suppressions=0";
 }
 
 }  // extern "C"
