@@ -53,7 +53,7 @@ std::optional<Release> newestRelease(std::string_view feed) {
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
     std::optional<Release> newest;
     const QJsonArray releases = document.object()["releases"].toArray();
-    for (const QJsonValue& entry : releases) {
+    for (const auto entry : releases) {
         const auto release = releaseFrom(entry);
         if (release && (!newest || isNewer(release->version, newest->version))) newest = release;
     }

@@ -32,7 +32,7 @@ ExportJob::ExportJob(const Composition& composition, const ProjectSettings& sett
     thread_ = renderMovie(*composition_, std::move(options), [this](const RenderOutcome& outcome) {
         // The completion may destroy the job and, with it, what called this.
         const auto completion = callbacks_.completion;
-        const RenderOutcome result = outcome;
+        const RenderOutcome result = outcome;  // NOLINT(performance-unnecessary-copy-initialization)
         if (completion) completion(result);
     });
 }

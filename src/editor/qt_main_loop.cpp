@@ -17,7 +17,7 @@ class QtTimer final : public MainLoop::Timer {
         // The work may end its own timer, and goes on to its end then.
         const auto shared = std::make_shared<std::function<void()>>(std::move(work));
         QObject::connect(timer_, &QTimer::timeout, timer_, [shared] {
-            const auto running = shared;
+            const auto running = shared;  // NOLINT(performance-unnecessary-copy-initialization)
             (*running)();
         });
         timer_->start();

@@ -42,7 +42,7 @@ std::optional<std::uint8_t> keyFor(const XConnection& connection, char letter) {
     const int count = xcb_get_keyboard_mapping_keysyms_length(reply.get());
     // The symbols of letters are their ASCII codes; a key's first symbol is the small letter, or on some servers the
     // capital one.
-    const auto capital = static_cast<xcb_keysym_t>(letter);
+    const auto capital = static_cast<xcb_keysym_t>(static_cast<unsigned char>(letter));
     for (int i = 0; i < count; i += reply->keysyms_per_keycode) {
         if (symbols[i] == capital || symbols[i] == capital + ('a' - 'A')) {
             return static_cast<std::uint8_t>(first + i / reply->keysyms_per_keycode);
