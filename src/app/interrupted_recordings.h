@@ -9,7 +9,6 @@
 
 #include "app/main_window_state.h"
 #include "base/recorder_error.h"
-#include "base/serial_queue.h"
 #include "capture/recovery.h"
 
 namespace lumivastor {

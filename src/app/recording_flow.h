@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -43,7 +42,6 @@ class RecordingFlow {
     RecordingFlow(const RecordingFlow&) = delete;
     RecordingFlow& operator=(const RecordingFlow&) = delete;
 
-    Phase phase() const { return phase_; }
     bool isActive() const { return phase_ != Phase::idle; }
     /// Whether a recorder is being started, runs, or finishes its folder: the program must not end then.
     bool hasRecorder() const;
@@ -85,9 +83,7 @@ class RecordingFlow {
 
     void askForPermissions(Subject subject, Granted granted);
     void permissionAnswered(Access access, Subject subject, Granted granted, const std::string& refusal);
-    void armRegion(bool provesItself);
     void regionPicked(std::optional<Rect> rect);
-    void endRegion();
 
     void prepare(const Subject& subject);
     void runCountdown(int from, std::function<void()> completion);

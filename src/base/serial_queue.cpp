@@ -1,11 +1,10 @@
 #include "base/serial_queue.h"
 
-#include <pthread.h>
-
 #include <future>
 #include <utility>
 
 #include "base/precondition.h"
+#include "base/thread_name.h"
 
 namespace lumivastor {
 
@@ -36,8 +35,7 @@ void SerialQueue::drain() {
 }
 
 void SerialQueue::run() {
-    // The kernel keeps 15 bytes of a thread's name.
-    pthread_setname_np(pthread_self(), label_.substr(0, 15).c_str());
+    nameThisThread(label_);
     std::unique_lock guard(lock_);
     for (;;) {
         wake_.wait(guard, [this] { return ending_ || !waiting_.empty(); });

@@ -4,9 +4,16 @@
 
 namespace lumivastor {
 
-void nameThisThread(const std::string& name) {
+std::string shortThreadName(const std::string& name) {
     constexpr std::string::size_type kKept = 15;
-    pthread_setname_np(pthread_self(), name.substr(0, kKept).c_str());
+    if (name.size() <= kKept) return name;
+    const auto earliest = name.size() - kKept;
+    const auto dot = name.find('.', earliest - 1);
+    return name.substr(dot == std::string::npos || dot + 1 == name.size() ? earliest : dot + 1);
+}
+
+void nameThisThread(const std::string& name) {
+    pthread_setname_np(pthread_self(), shortThreadName(name).c_str());
 }
 
 }  // namespace lumivastor

@@ -1,7 +1,6 @@
 #include "capture/journal.h"
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 
 #include "app/log/log.h"
 #include "base/system_error_text.h"
+#include "base/thread_name.h"
 #include "capture/journal_records.h"
 
 namespace lumivastor {
@@ -65,13 +65,6 @@ void Journal::append(const std::string& line) {
     wake_.notify_one();
 }
 
-void Journal::flush() {
-    std::unique_lock hold(lock_);
-    flushing_ = true;
-    wake_.notify_one();
-    written_.wait(hold, [this] { return !flushing_; });
-}
-
 void Journal::remove() {
     end();
     file_.reset();
@@ -89,18 +82,13 @@ void Journal::end() {
 }
 
 void Journal::run() {
-    pthread_setname_np(pthread_self(), "lumi.journal");
+    nameThisThread("lumi.journal");
     std::unique_lock hold(lock_);
     for (;;) {
-        wake_.wait(hold, [this] { return ending_ || flushing_ || !waiting_.empty(); });
+        wake_.wait(hold, [this] { return ending_ || !waiting_.empty(); });
         // Lines gather for a moment: writing each by itself would cost more than the recording of the pointer.
-        wake_.wait_for(hold, kFlushInterval, [this] { return ending_ || flushing_; });
-        const bool wasFlushing = flushing_;
+        wake_.wait_for(hold, kFlushInterval, [this] { return ending_; });
         write(hold);
-        if (wasFlushing) {
-            flushing_ = false;
-            written_.notify_all();
-        }
         if (ending_) return;
     }
 }

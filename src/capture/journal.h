@@ -27,9 +27,6 @@ class Journal {
     /// A whole line of journal_records.h.
     void append(const std::string& line);
 
-    /// Returns when everything appended before has been written, as far as that is possible.
-    void flush();
-
     /// The recording's documents are written: ends the thread and deletes the file. One thread, once.
     void remove();
 
@@ -41,9 +38,7 @@ class Journal {
     const std::filesystem::path path_;
     std::mutex lock_;
     std::condition_variable wake_;
-    std::condition_variable written_;
     std::string waiting_;       // guarded by lock_
-    bool flushing_ = false;     // guarded by lock_
     bool ending_ = false;       // guarded by lock_
     UniqueDescriptor file_;     // the thread's
     std::uint64_t length_ = 0;  // the thread's: whole lines in the file

@@ -7,6 +7,7 @@
 #include "capture/journal_records.h"
 #include "capture/pointer_conversion.h"
 #include "imaging/png_file.h"
+#include "support/await.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -28,6 +29,14 @@ class PointerRecorders : public RecorderRig {
         PointerTrack track = PointerTrack::load(folder_);
         EXPECT_EQ(count, static_cast<std::int64_t>(track.events.size()));
         return track;
+    }
+
+    bool journalHolds(std::size_t events) const {
+        try {
+            return loadJournal(folder_).pointer.events.size() == events;
+        } catch (const RecorderError&) {
+            return false;  // nothing is written yet
+        }
     }
 
     Geometry geometry_;
@@ -178,7 +187,7 @@ TEST_F(PointerRecorders, TheJournalHoldsTheSame) {
     desktop_.setCursor(std::nullopt);
     loop_.advance(0.5);
     desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now() + 3, {10, 20}, 0, 0});
-    journal.flush();
+    ASSERT_TRUE(await(30, [this] { return journalHolds(3); }));
     const PointerTrack recovered = pointerTrack(loadJournal(folder_).pointer, 1000, geometry_, std::nullopt);
     EXPECT_EQ(recovered, saved(1000));
     EXPECT_EQ(recovered.events.size(), 3u);

@@ -4,10 +4,10 @@
 #include <sys/file.h>
 
 #include <optional>
-#include <string>
 #include <system_error>
 
 #include "app/log/log.h"
+#include "base/formatted.h"
 #include "base/system_error_text.h"
 #include "base/unique_descriptor.h"
 #include "capture/journal_records.h"
@@ -118,6 +118,10 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
         throw RecorderError("In diesem Ordner liegt keine abgebrochene Aufnahme, die sich vervollständigen lässt.");
     }
     const JournalContent journal = loadJournal(folder);
+    if (journal.damagedLines > 0) {
+        Log::write("Capture", formatted("Journal: %lld beschädigte Zeilen ausgelassen",
+                                        static_cast<long long>(journal.damagedLines)));
+    }
     removeLinks(folder);
     const RescuedMovie movie = rescueSource(folder);
     const JournalContent::Session session = sessionOf(journal);

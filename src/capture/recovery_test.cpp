@@ -214,6 +214,7 @@ TEST_F(Recoveries, AJournalWhoseEndIsTornIsEnough) {
     const Recovery recovery = recoverRecording(folder_);
     EXPECT_TRUE(recovery.recovered);
     EXPECT_EQ(recovery.stats.pointerEvents, 1) << "without the torn move, the press is in the last second";
+    EXPECT_TRUE(logged("[Capture] Journal: 1 beschädigte Zeilen ausgelassen"));
 }
 
 TEST_F(Recoveries, ARecordingThatStillRunsIsLeftAlone) {

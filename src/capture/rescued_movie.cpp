@@ -29,11 +29,11 @@ double lastPictureOf(const std::shared_ptr<const Asset>& asset, const AssetTrack
 }  // namespace
 
 RescuedMovie rescueMovie(const std::filesystem::path& path) {
-    repairMovie(path);
+    const MovieRepair repair = repairMovie(path);
     const auto asset = std::make_shared<const Asset>(path);
     const auto videos = asset->tracks(TrackKind::video);
-    if (videos.empty() || videos.front().sampleCount == 0) throw RecorderError("Der Film enthält kein Bild.");
-    return {lastPictureOf(asset, videos.front()), videos.front().sampleCount};
+    if (videos.empty() || repair.videoFrames == 0) throw RecorderError("Der Film enthält kein Bild.");
+    return {lastPictureOf(asset, videos.front()), repair.videoFrames};
 }
 
 }  // namespace lumivastor

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/capture_device.h"
 #include "platform/shareable_content.h"
 
 // What the user can choose to record, and how the choices are called. Plain functions.

@@ -8,8 +8,7 @@
 
 namespace lumivastor {
 
-/// The camera's picture while it is being recorded, for whoever wants to show it: mirrored, as people know themselves,
-/// and filling its frame. Any thread.
+/// The camera's picture while it is being recorded, for whoever wants to show it. Any thread.
 class WebcamPreview {
   public:
     /// As the camera sees it; whoever shows it mirrors it. Null before the first picture.

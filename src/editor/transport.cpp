@@ -17,10 +17,6 @@ constexpr double kAtEnd = 0.05;
 Transport::Transport(PlayerControls player, Options options)
     : player_(std::move(player)), options_(std::move(options)), seeks_(player_.seek), lastPlayed_(options_.duration) {}
 
-double Transport::playheadFrame() const {
-    return snappedToFrame(playhead_, options_.fps);
-}
-
 void Transport::setPlayed(const TrimRange& trim, double lastKept) {
     firstPlayed_ = trim.start;
     lastPlayed_ = lastKept;

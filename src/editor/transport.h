@@ -29,8 +29,6 @@ class Transport {
     Transport(PlayerControls player, Options options);
 
     double playhead() const { return playhead_; }
-    /// The playhead at the beginning of its frame: where edits take place.
-    double playheadFrame() const;
     bool isPlaying() const { return playing_; }
     double duration() const { return options_.duration; }
 

@@ -132,10 +132,5 @@ TEST_F(TransportTest, TheEndStopsPlaying) {
     EXPECT_EQ(pauses_, 0);
 }
 
-TEST_F(TransportTest, EditsTakePlaceAtTheBeginningOfAFrame) {
-    transport_.scrub(1.999 / 60);
-    EXPECT_DOUBLE_EQ(transport_.playheadFrame(), 1.0 / 60);
-}
-
 }  // namespace
 }  // namespace lumivastor

@@ -18,8 +18,6 @@ class BandWorkers {
     BandWorkers(const BandWorkers&) = delete;
     BandWorkers& operator=(const BandWorkers&) = delete;
 
-    int threads() const { return static_cast<int>(workers_.size()) + 1; }
-
     /// Calls `work(band, thread)` once for each band, on the caller's thread (number 0) and the workers', and returns
     /// when all are done. `work` must not throw. One caller at a time, and not from inside `work`.
     void run(int bands, const std::function<void(int band, int thread)>& work);

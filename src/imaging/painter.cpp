@@ -1,6 +1,7 @@
 #include "imaging/painter.h"
 
 #include <algorithm>
+#include <thread>
 
 #include "base/precondition.h"
 #include "imaging/band_workers.h"
@@ -9,6 +10,12 @@
 #include "imaging/tile_painter.h"
 
 namespace lumivastor {
+
+int paintingThreads() {
+    // Bands of a picture gain little beyond this, and decoders and encoders have threads as well.
+    constexpr unsigned kMost = 8;
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMost));
+}
 
 struct Painter::State {
     explicit State(int threads) : workers(threads), tilePainters(static_cast<std::size_t>(threads)) {}

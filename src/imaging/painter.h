@@ -9,6 +9,9 @@
 
 namespace lumivastor {
 
+/// How many threads a painter of film frames works with on this machine: one for each processor, up to a limit.
+int paintingThreads();
+
 /// Paints pictures quickly: what reference_painter.h says within 2 of 255, the same pixels for every number of threads
 /// and on every machine.
 ///

@@ -20,18 +20,12 @@ namespace {
 // How far into the file FFmpeg may look for what the header leaves open. Our own movies need one picture.
 constexpr std::int64_t kProbeBytes = 32 << 20;
 
-void fillVideo(const AVStream& stream, AssetTrack& track) {
-    const AVCodecParameters& parameters = *stream.codecpar;
+void fillVideo(const AVCodecParameters& parameters, AssetTrack& track) {
     track.width = parameters.width;
     track.height = parameters.height;
-    if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0) {
-        track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
-    }
     track.encoding =
         encodingFromTags(parameters.color_space, parameters.color_range, parameters.width, parameters.height);
     track.colourTagged = parameters.color_space != AVCOL_SPC_UNSPECIFIED;
-    track.colourIsStandardDynamic =
-        parameters.color_trc != AVCOL_TRC_SMPTE2084 && parameters.color_trc != AVCOL_TRC_ARIB_STD_B67;
 }
 
 void fillAudio(const AVCodecParameters& parameters, AssetTrack& track) {
@@ -81,7 +75,7 @@ Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
                                   : std::max(track.start, file.indexEnd(static_cast<int>(i)));
         track.sampleCount = avformat_index_get_entries_count(&stream);
         if (track.kind == TrackKind::video) {
-            fillVideo(stream, track);
+            fillVideo(*stream.codecpar, track);
         } else {
             fillAudio(*stream.codecpar, track);
         }

@@ -2,8 +2,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,10 +24,8 @@ struct AssetTrack {
     // Video only. The size is in pixels, before any rotation that the file may ask for.
     int width = 0;
     int height = 0;
-    double nominalFrameRate = 0;          // pictures a second on average; 0 when unknown
-    YuvEncoding encoding;                 // as tagged; untagged pictures of HD size and above count as BT.709
-    bool colourTagged = false;            // whether file or stream name the matrix
-    bool colourIsStandardDynamic = true;  // false for PQ and HLG
+    YuvEncoding encoding;       // as tagged; untagged pictures of HD size and above count as BT.709
+    bool colourTagged = false;  // whether file or stream name the matrix. For tests.
 
     // Audio only.
     int sampleRate = 0;

@@ -101,9 +101,6 @@ class StoredSampleOutput {
     StoredSampleOutput(const StoredSampleOutput&) = delete;
     StoredSampleOutput& operator=(const StoredSampleOutput&) = delete;
 
-    /// What a writer's input has to be made with. Valid after `startReading`.
-    const StoredFormat& format() const { return storedFormat_; }
-
     /// The next sample; nothing at the end and after a failure, which the reader's status tells apart.
     std::optional<StoredSample> copyNextSample();
 
@@ -116,7 +113,6 @@ class StoredSampleOutput {
     std::shared_ptr<ReaderState> state_;
     std::shared_ptr<const Asset> asset_;
     AssetTrack track_;
-    StoredFormat storedFormat_;
     std::unique_ptr<MovieFile> file_;
     MediaTime reached_;
     bool ended_ = false;

@@ -1,7 +1,6 @@
 #include "media/asset_writer.h"
 
 #include <algorithm>
-#include <limits>
 #include <system_error>
 #include <utility>
 

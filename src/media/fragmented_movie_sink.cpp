@@ -1,6 +1,5 @@
 #include "media/fragmented_movie_sink.h"
 
-#include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -12,7 +11,7 @@
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
-#include "media/container_format.h"
+#include "base/thread_name.h"
 #include "media/ffmpeg_support.h"
 #include "media/h264_bitstream.h"
 #include "media/sample_description.h"
@@ -166,7 +165,7 @@ void FragmentedMovieSink::cut() {
 }
 
 void FragmentedMovieSink::run() {
-    pthread_setname_np(pthread_self(), "writer.disk");
+    nameThisThread("writer.disk");
     std::unique_lock held(lock_);
     for (;;) {
         if (!blocks_.empty()) {

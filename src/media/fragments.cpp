@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <limits>
 
-#include "base/precondition.h"
 #include "media/movie_boxes.h"
 
 namespace lumivastor {
@@ -239,7 +238,7 @@ std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit) {
     if (!tracks) return std::nullopt;
     FragmentedMovie movie;
     movie.headerOffset = header->offset;
-    movie.headerEnd = movie.wholeEnd = header->end();
+    movie.wholeEnd = header->end();
     for (const TrackHeader& track : *tracks) movie.tracks.emplace_back(track);
     while (addFragment(file, movie.wholeEnd, limit, movie)) {
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <span>
 #include <system_error>
@@ -41,8 +40,7 @@ std::optional<std::vector<FragmentRun>> parseFragment(std::span<const std::uint8
 /// What an open file in fragments holds.
 struct FragmentedMovie {
     std::uint64_t headerOffset = 0;        // where its header box begins
-    std::uint64_t headerEnd = 0;           // and ends
-    std::uint64_t wholeEnd = 0;            // where the last whole fragment ends
+    std::uint64_t wholeEnd = 0;            // where the last whole fragment ends, or without one the header
     std::uint64_t lastFragmentOffset = 0;  // and where it begins
     int fragments = 0;
     std::vector<TrackIndex> tracks;

@@ -27,12 +27,6 @@ std::uint32_t BitReader::unsignedGolomb() {
     return (1U << zeros) - 1 + bits(zeros);
 }
 
-std::int32_t BitReader::signedGolomb() {
-    const std::uint32_t code = unsignedGolomb();
-    const auto half = static_cast<std::int32_t>(code / 2);
-    return code % 2 != 0 ? half + 1 : -half;
-}
-
 void BitWriter::bits(std::uint32_t value, int count) {
     for (int i = count - 1; i >= 0; --i) {
         if (used_ == 0) bytes_.push_back(0);

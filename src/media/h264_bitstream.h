@@ -19,7 +19,6 @@ class BitReader {
     std::uint32_t bits(int count);  // at most 32
     bool flag() { return bits(1) != 0; }
     std::uint32_t unsignedGolomb();
-    std::int32_t signedGolomb();
 
     std::size_t position() const { return position_; }  // in bits
     bool overran() const { return position_ > bytes_.size() * 8; }

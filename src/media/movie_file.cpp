@@ -102,7 +102,6 @@ MovieFile::MovieFile(const std::filesystem::path& path) : source_(std::make_uniq
     if (S_ISDIR(status.st_mode)) throwUnreadable(path, std::make_error_code(std::errc::is_a_directory));
     if (!S_ISREG(status.st_mode)) throwUnreadable(path, std::make_error_code(std::errc::not_supported));
     source_->size = status.st_size;
-    byteCount_ = static_cast<std::uint64_t>(status.st_size);
     fragmented_ = source_->hasFragments();
 
     try {

@@ -27,7 +27,6 @@ class MovieFile {
     MovieFile& operator=(const MovieFile&) = delete;
 
     AVFormatContext& context() { return *context_; }
-    std::uint64_t byteCount() const { return byteCount_; }
     bool isFragmented() const { return fragmented_; }
 
     /// The stream with this position in the file; null when there is none.
@@ -63,7 +62,6 @@ class MovieFile {
     std::unique_ptr<ByteSource> source_;
     AVIOContext* io_ = nullptr;
     AVFormatContext* context_ = nullptr;
-    std::uint64_t byteCount_ = 0;
     bool fragmented_ = false;
 };
 

@@ -73,7 +73,8 @@ TEST_P(EitherRecording, CutOffAnywhereKeepsEveryWholeFragment) {
     // Where fragments end, and how many pictures there are then.
     std::map<std::size_t, std::size_t> picturesAt;
     std::vector<std::size_t> lengths;
-    for (auto movie = first; movie->fragments > 0;) {
+    auto movie = first;
+    while (movie->fragments > 0) {
         picturesAt[movie->wholeEnd] = movie->tracks.at(0).sampleCount();
         for (const int around : {-1, 0, 1, 8, 20}) {
             const auto length = static_cast<std::size_t>(static_cast<std::int64_t>(movie->wholeEnd) + around);
@@ -88,7 +89,7 @@ TEST_P(EitherRecording, CutOffAnywhereKeepsEveryWholeFragment) {
         EXPECT_LE(pictures - before, 31u);
         before = pictures;
     }
-    for (std::size_t length = first->headerEnd; length < whole.size(); length += whole.size() / 23) {
+    for (std::size_t length = movie->wholeEnd; length < whole.size(); length += whole.size() / 23) {
         lengths.push_back(length);
     }
     for (const std::size_t length : lengths) {

@@ -51,7 +51,6 @@ class PictureCache {
     bool insert(ShownPicture picture);
 
     std::size_t bytes() const { return bytes_; }
-    std::size_t budget() const { return budget_; }
     std::size_t count() const { return pictures_.size(); }
 
   private:

@@ -3,7 +3,6 @@
 #include <array>
 #include <utility>
 
-#include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "media/colour_tags.h"
 #include "media/ffmpeg_support.h"

@@ -21,9 +21,6 @@ class PlayedRanges {
     /// Ranges in any order, cut off at 0 and at `duration`; those that touch become one. `framesPerSecond` above 0.
     PlayedRanges(std::vector<PlayedRange> ranges, double duration, double framesPerSecond);
 
-    /// Ascending, with gaps between them.
-    const std::vector<PlayedRange>& all() const { return ranges_; }
-
     /// Where playing goes on from `seconds`: there, or at the next range's start. None behind the last range.
     std::optional<double> playableFrom(double seconds) const;
     /// How far playing runs from a moment without a jump; the moment itself when it is in no range.
@@ -41,7 +38,7 @@ class PlayedRanges {
   private:
     const PlayedRange* rangeAt(double seconds) const;
 
-    std::vector<PlayedRange> ranges_;
+    std::vector<PlayedRange> ranges_;  // ascending, with gaps between them
     double framesPerSecond_ = 1;
 };
 

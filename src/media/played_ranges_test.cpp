@@ -11,8 +11,8 @@ using Ranges = std::vector<PlayedRange>;
 
 TEST(PlayedRanges, SortsMergesAndCutsOffWhatItIsGiven) {
     const PlayedRanges ranges({{6, 99}, {-3, 1}, {4, 5}, {0.5, 2}, {5, 5.5}, {7, 7}, {9, 8}}, 10, 30);
-    EXPECT_EQ(ranges.all(), (Ranges{{0, 2}, {4, 5.5}, {6, 10}}));
-    EXPECT_TRUE(PlayedRanges({{12, 14}}, 10, 30).all().empty());
+    EXPECT_EQ(ranges.ahead(0, 100), (Ranges{{0, 2}, {4, 5.5}, {6, 10}}));
+    EXPECT_TRUE(PlayedRanges({{12, 14}}, 10, 30).ahead(0, 100).empty());
     EXPECT_FALSE(PlayedRanges().playableFrom(0));
 }
 

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "app/log/log.h"
-#include "base/precondition.h"
 #include "media/player_pictures.h"
 #include "media/player_sound.h"
 

@@ -76,7 +76,7 @@ class Player {
     /// Something the user should know: no sound, or pictures that cannot be made. The player goes on without.
     void onError(std::function<void(const RecorderError& error)> callback);
 
-    /// What has happened since the item was set, for tests and for the log.
+    /// What has happened since the item was set, for tests.
     struct Statistics {
         std::int64_t framesShown = 0;      // handed over while playing
         std::int64_t framesDropped = 0;    // that should have been, too

@@ -36,13 +36,6 @@ constexpr double kShortestSleep = 0.0005;
 // How far ahead frames are made on a slow machine, at most.
 constexpr double kLongestLead = 0.25;
 
-// Bands of a picture gain little beyond this, and the decoder has threads as well.
-constexpr unsigned kMostPaintingThreads = 8;
-
-int paintingThreads() {
-    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostPaintingThreads));
-}
-
 TimeRange between(double start, double end) {
     return TimeRange::between(momentOf(start), momentOf(end));
 }

@@ -1,7 +1,6 @@
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <span>

@@ -177,10 +177,6 @@ AVStream& streamOf(MovieFile& file, const Asset& asset, const AssetTrack& track)
 
 }  // namespace
 
-std::size_t storedSize(const StoredSample& sample) {
-    return static_cast<std::size_t>(sample.packet->size);
-}
-
 StoredFormat storedFormatOf(const Asset& asset, int trackId) {
     const AssetTrack* const track = asset.track(trackId);
     precondition(track != nullptr, "a track of the movie");
@@ -197,7 +193,6 @@ StoredSampleOutput::~StoredSampleOutput() = default;
 void StoredSampleOutput::start() {
     file_ = std::make_unique<MovieFile>(asset_->path());
     const AVStream& stream = streamOf(*file_, *asset_, track_);
-    storedFormat_ = copyOfParameters(stream);
     file_->selectOnly(track_.streamIndex);
     if (!state_->range) return;
     const MediaTime start = state_->range->start;

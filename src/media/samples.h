@@ -63,7 +63,4 @@ struct StoredSample {
     std::shared_ptr<const AVPacket> packet;
 };
 
-/// How many bytes a stored sample has.
-std::size_t storedSize(const StoredSample& sample);
-
 }  // namespace lumivastor

@@ -42,10 +42,6 @@ std::int64_t SoundTrackReader::frameAt(const MediaTime& time) const {
     return time.rescaled(format_.sampleRate).value;
 }
 
-std::int64_t SoundTrackReader::endFrame() const {
-    return frameAt(track_.end());
-}
-
 void SoundTrackReader::read(std::span<float> values) {
     const auto channels = static_cast<std::size_t>(format_.channels);
     precondition(values.size() % channels == 0, "whole frames");

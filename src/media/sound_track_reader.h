@@ -26,9 +26,6 @@ class SoundTrackReader {
     /// Fills whole frames; silence where the track has nothing. Throws `RecorderError`.
     void read(std::span<float> values);
 
-    /// The frame with which the track ends.
-    std::int64_t endFrame() const;
-
   private:
     std::int64_t frameAt(const MediaTime& time) const;
     void enter(const CompositionSegment& segment);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "base/recorder_error.h"
 #include "media/asset_reader.h"
 
 namespace lumivastor {

@@ -10,8 +10,4 @@ Rect contentRect(const ContentFilter& filter) {
     return {0, 0, frame.width, frame.height};
 }
 
-double pointPixelScale(const ContentFilter& filter) {
-    return std::visit([](const auto& one) { return one.display.scale; }, filter);
-}
-
 }  // namespace lumivastor

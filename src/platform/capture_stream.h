@@ -29,8 +29,6 @@ using ContentFilter = std::variant<DisplayFilter, WindowFilter>;
 
 /// The whole content in points: relative to the display's origin for displays, at (0, 0) for windows.
 Rect contentRect(const ContentFilter& filter);
-/// Pixels per point.
-double pointPixelScale(const ContentFilter& filter);
 
 struct StreamConfiguration {
     /// Size of the pictures in pixels; even. Content that has another size is placed at the top-left corner without

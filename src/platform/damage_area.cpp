@@ -27,11 +27,6 @@ void DamageArea::add(const DamageArea& other) {
     for (const PixelRect& rect : other.rects()) add(rect);
 }
 
-void DamageArea::clipTo(const PixelRect& bounds) {
-    for (PixelRect& rect : rects_) rect = intersection(rect, bounds);
-    std::erase_if(rects_, [](const PixelRect& rect) { return rect.isEmpty(); });
-}
-
 // The two whose union wastes the fewest pixels.
 void DamageArea::mergeTwo() {
     std::size_t first = 0;

@@ -18,8 +18,6 @@ class DamageArea {
     void add(const PixelRect& rect);
     void add(const DamageArea& other);
     void clear() { rects_.clear(); }
-    /// What lies outside `bounds` is forgotten.
-    void clipTo(const PixelRect& bounds);
 
     bool isEmpty() const { return rects_.empty(); }
     std::span<const PixelRect> rects() const { return rects_; }

@@ -42,15 +42,6 @@ TEST(DamageArea, joinsWhatOverlapsAndWhatIsNearest) {
     EXPECT_FALSE(covers(area, 250, 250));
 }
 
-TEST(DamageArea, clipsToAPicture) {
-    DamageArea area;
-    area.add({-5, -5, 10, 10});
-    area.add({200, 0, 10, 10});
-    area.clipTo({0, 0, 100, 100});
-    ASSERT_EQ(area.rects().size(), 1U);
-    EXPECT_EQ(area.rects()[0], (PixelRect{0, 0, 5, 5}));
-}
-
 TEST(DamageArea, neverLacksAPixelAndNeverOverlapsItself) {
     std::mt19937 random(7);
     for (int round = 0; round < 200; ++round) {

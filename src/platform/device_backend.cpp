@@ -124,7 +124,7 @@ class MachineDevices final : public CaptureDevices {
             return openTestDevice(device, addresses_.testDevice);
         }
         if (withoutPrefix(device.id, kMicrophone)) {
-            return std::make_unique<MicrophoneSession>(sounds_->microphone(kSampleRate));
+            return std::make_unique<MicrophoneSession>(device.name, sounds_->microphone(kSampleRate));
         }
         if (const auto node = withoutPrefix(device.id, kPipeWire)) {
             return std::make_unique<PipeWireCameraSession>(addresses_.pipeWire, *node, device.name);

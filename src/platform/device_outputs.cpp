@@ -2,9 +2,28 @@
 
 #include <utility>
 
+#include "app/log/log.h"
+#include "base/formatted.h"
 #include "base/precondition.h"
 
 namespace lumivastor {
+
+namespace {
+
+void tellLoss(const std::string& device, std::int64_t count, const char* what) {
+    if (count == 0) return;
+    Log::write("Device", formatted("%s: %lld %s verworfen, weil zu viele warteten", device.c_str(),
+                                   static_cast<long long>(count), what));
+}
+
+}  // namespace
+
+DeviceOutputs::DeviceOutputs(std::string device) : device_(std::move(device)) {}
+
+DeviceOutputs::~DeviceOutputs() {
+    tellLoss(device_, video_.dropped, "Bilder");
+    tellLoss(device_, audio_.dropped, "Tonstücke");
+}
 
 void DeviceOutputs::setVideo(SerialQueue& queue, bool discardsLate, PictureHandler handler) {
     precondition(!hasVideo(), "one output for pictures");
@@ -23,23 +42,25 @@ void DeviceOutputs::setAudio(SerialQueue& queue, SoundHandler handler) {
 }
 
 template <typename Sample>
-bool DeviceOutputs::Output<Sample>::deliver(Sample sample) {
-    if (queue == nullptr) return true;
-    if (shared->waiting.load() >= limit) return false;
+void DeviceOutputs::Output<Sample>::deliver(Sample sample) {
+    if (queue == nullptr) return;
+    if (shared->waiting.load() >= limit) {
+        ++dropped;
+        return;
+    }
     ++shared->waiting;
     queue->async([to = shared, sample = std::move(sample)] {
         to->handler(sample);
         --to->waiting;
     });
-    return true;
 }
 
 void DeviceOutputs::deliver(DeviceSample sample) {
-    if (!video_.deliver(std::move(sample))) ++dropped_;
+    video_.deliver(std::move(sample));
 }
 
 void DeviceOutputs::deliver(SoundBuffer buffer) {
-    if (!audio_.deliver(std::move(buffer))) ++dropped_;
+    audio_.deliver(std::move(buffer));
 }
 
 }  // namespace lumivastor

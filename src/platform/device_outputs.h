@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "base/serial_queue.h"
 #include "platform/capture_device.h"
@@ -17,6 +18,13 @@ namespace lumivastor {
 /// Set outputs first; then samples are handed over by one thread a kind. May end while work still waits in a queue.
 class DeviceOutputs {
   public:
+    /// `device`: its name, for the log.
+    explicit DeviceOutputs(std::string device);
+    /// Writes into the log how many samples were dropped because too much waited, if any were.
+    ~DeviceOutputs();
+    DeviceOutputs(const DeviceOutputs&) = delete;
+    DeviceOutputs& operator=(const DeviceOutputs&) = delete;
+
     using PictureHandler = std::function<void(const DeviceSample&)>;
     using SoundHandler = std::function<void(const SoundBuffer&)>;
 
@@ -35,9 +43,6 @@ class DeviceOutputs {
     void deliver(DeviceSample sample);
     void deliver(SoundBuffer buffer);
 
-    /// Samples that found their queue full. Any thread.
-    std::uint64_t dropped() const { return dropped_; }
-
   private:
     template <typename Sample>
     struct Output {
@@ -49,13 +54,14 @@ class DeviceOutputs {
         SerialQueue* queue = nullptr;
         int limit = 0;
         std::shared_ptr<Shared> shared;
+        std::int64_t dropped = 0;  // that found the queue full
 
-        bool deliver(Sample sample);
+        void deliver(Sample sample);
     };
 
+    const std::string device_;
     Output<DeviceSample> video_;
     Output<SoundBuffer> audio_;
-    std::atomic<std::uint64_t> dropped_ = 0;
 };
 
 }  // namespace lumivastor

@@ -1,7 +1,5 @@
 #include "platform/live_sound_source.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <chrono>
 #include <future>
@@ -10,6 +8,7 @@
 
 #include "base/host_clock.h"
 #include "base/precondition.h"
+#include "base/thread_name.h"
 
 namespace lumivastor {
 namespace {
@@ -38,7 +37,7 @@ void LiveSoundSource::start(Handler handler, EndHandler ended) {
     ended_ = std::move(ended);
     const auto outcome = std::make_shared<std::promise<std::optional<RecorderError>>>();
     thread_ = std::thread([this, outcome] {
-        pthread_setname_np(pthread_self(), "lumi.sound");
+        nameThisThread("lumi.sound");
         listen([&outcome](std::optional<RecorderError> failure) { outcome->set_value(std::move(failure)); });
     });
     const auto failure = outcome->get_future().get();

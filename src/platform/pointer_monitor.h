@@ -2,8 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "base/geometry.h"
 #include "imaging/pixel_buffer.h"

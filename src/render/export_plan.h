@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "edit/studio_layout.h"
-#include "edit/timeline.h"
 #include "media/asset_reader.h"
 #include "media/media_time.h"
 
@@ -68,8 +67,6 @@ class RestartPolicy {
     /// Counts one more attempt; none when there have been as many as allowed. `lastSeconds`: the time of the last
     /// picture that was read; negative when there was none.
     std::optional<Attempt> next(double lastSeconds);
-
-    int attempts() const { return attempts_; }
 
   private:
     int attempts_ = 0;

@@ -1,6 +1,5 @@
 #include "render/movie_renderer.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
@@ -14,6 +13,7 @@
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/serial_queue.h"
+#include "edit/timeline.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
 #include "media/encoder_choice.h"
@@ -26,15 +26,9 @@ namespace lumivastor {
 
 namespace {
 
-// Bands of a picture gain little beyond this, and decoder and encoder have threads as well.
-constexpr unsigned kMostPaintingThreads = 8;
 // How long a picture is tried again while there is no memory for it.
 constexpr int kMemoryAttempts = 200;
 constexpr std::chrono::milliseconds kMemoryPause{10};
-
-int paintingThreads() {
-    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostPaintingThreads));
-}
 
 // Runs `work`; whatever it throws becomes an error for the user.
 template <typename Work>

@@ -15,6 +15,7 @@
 #include <string>
 #include <thread>
 
+#include "editor/frame_time.h"
 #include "editor/mask_draw_view.h"
 #include "editor/value_slider.h"
 #include "support/desktop_rig/desktop_rig.h"
@@ -141,7 +142,7 @@ TEST_F(EditorOnX11, ASessionWithPointerAndKeys) {
     ASSERT_TRUE(EditorFixture::waitFor([this] { return std::abs(transport().playhead() - kSeconds / 2) < 0.05; }));
     clickOn("trimStartButton");
     ASSERT_TRUE(EditorFixture::waitFor([this] { return session().settings().trimStart > 0; }));
-    EXPECT_EQ(session().settings().trimStart, transport().playheadFrame());
+    EXPECT_EQ(session().settings().trimStart, snappedToFrame(transport().playhead(), session().info().fps));
 
     auto* padding = controls().paddingSlider;
     const double usual = session().settings().padding;

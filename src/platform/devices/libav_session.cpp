@@ -1,7 +1,5 @@
 #include "platform/devices/libav_session.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -11,6 +9,7 @@
 #include "base/host_clock.h"
 #include "base/precondition.h"
 #include "base/recorder_error.h"
+#include "base/thread_name.h"
 #include "platform/devices/device_clock.h"
 #include "platform/devices/device_sound.h"
 #include "platform/devices/picture_to_bgra.h"
@@ -115,7 +114,7 @@ void LibavSession::onInterruption(std::function<void(const std::string&)> handle
 void LibavSession::startRunning() {
     precondition(!thread_.joinable(), "a session runs once");
     thread_ = std::thread([this] {
-        pthread_setname_np(pthread_self(), "lumi.device");
+        nameThisThread("lumi.device");
         std::string trouble;
         try {
             read();

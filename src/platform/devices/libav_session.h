@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -58,7 +57,7 @@ class LibavSession final : public CaptureSession {
 
     Configuration configuration_;
     std::optional<PictureSize> preset_;
-    DeviceOutputs outputs_;
+    DeviceOutputs outputs_{configuration_.name};
     std::function<void(const std::string&)> interrupted_;
     std::mutex lock_;
     std::condition_variable wake_;

@@ -7,7 +7,8 @@
 
 namespace lumivastor {
 
-MicrophoneSession::MicrophoneSession(std::unique_ptr<SoundSource> source) : source_(std::move(source)) {}
+MicrophoneSession::MicrophoneSession(std::string name, std::unique_ptr<SoundSource> source)
+    : outputs_(std::move(name)), source_(std::move(source)) {}
 
 MicrophoneSession::~MicrophoneSession() {
     stopRunning();

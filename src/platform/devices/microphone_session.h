@@ -13,7 +13,8 @@ namespace lumivastor {
 /// A capture session of a microphone: sound without pictures.
 class MicrophoneSession final : public CaptureSession {
   public:
-    explicit MicrophoneSession(std::unique_ptr<SoundSource> source);
+    /// `name`: the microphone's, for the log.
+    MicrophoneSession(std::string name, std::unique_ptr<SoundSource> source);
     ~MicrophoneSession() override;
     MicrophoneSession(const MicrophoneSession&) = delete;
     MicrophoneSession& operator=(const MicrophoneSession&) = delete;

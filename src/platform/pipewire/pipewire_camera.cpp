@@ -1,13 +1,12 @@
 #include "platform/pipewire/pipewire_camera.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "base/host_clock.h"
 #include "base/precondition.h"
 #include "base/recorder_error.h"
+#include "base/thread_name.h"
 #include "platform/pipewire/camera_stream.h"
 #include "platform/pipewire/pipewire_connection.h"
 
@@ -79,7 +78,7 @@ void PipeWireCameraSession::onInterruption(std::function<void(const std::string&
 void PipeWireCameraSession::startRunning() {
     precondition(!thread_.joinable(), "a session runs once");
     thread_ = std::thread([this] {
-        pthread_setname_np(pthread_self(), "lumi.camera");
+        nameThisThread("lumi.camera");
         std::string trouble;
         try {
             run();

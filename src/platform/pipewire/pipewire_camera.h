@@ -47,7 +47,7 @@ class PipeWireCameraSession final : public CaptureSession {
     std::string name_;
     std::vector<CameraSizes> sizes_;
     std::optional<PictureSize> preset_;
-    DeviceOutputs outputs_;
+    DeviceOutputs outputs_{name_};
     std::function<void(const std::string&)> interrupted_;
     std::atomic<bool> stopping_ = false;
     std::thread thread_;

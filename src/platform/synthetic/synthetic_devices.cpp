@@ -25,7 +25,6 @@ class SyntheticDevice::State {
     std::mutex lock;
     Settings settings;  // guarded by lock, as is all that follows
     std::optional<std::string> openFailure;
-    int opened = 0;
     PictureSize size{640, 480};
     Session* running = nullptr;
 };
@@ -33,7 +32,7 @@ class SyntheticDevice::State {
 class SyntheticDevice::Session final : public CaptureSession {
   public:
     Session(std::shared_ptr<State> state, State::Settings settings)
-        : state_(std::move(state)), settings_(std::move(settings)) {}
+        : outputs(settings.description.name), state_(std::move(state)), settings_(std::move(settings)) {}
     ~Session() override { leave(); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -135,11 +134,6 @@ bool SyntheticDevice::isRunning() const {
     return state_->running != nullptr;
 }
 
-int SyntheticDevice::opened() const {
-    const std::scoped_lock hold(state_->lock);
-    return state_->opened;
-}
-
 PictureSize SyntheticDevice::size() const {
     const std::scoped_lock hold(state_->lock);
     return state_->size;
@@ -187,7 +181,6 @@ bool SyntheticDevice::interrupt(const std::string& reason) {
 std::unique_ptr<CaptureSession> SyntheticDevice::open() {
     const std::scoped_lock hold(state_->lock);
     if (state_->openFailure) throw RecorderError(*state_->openFailure);
-    ++state_->opened;
     state_->size = state_->settings.activeFormat;
     return std::make_unique<Session>(state_, state_->settings);
 }

@@ -32,8 +32,6 @@ class SyntheticDevice {
 
     /// Whether a session of this device is running.
     bool isRunning() const;
-    /// How often the device was opened.
-    int opened() const;
     /// What the session opened last delivers: its preset, or else the active format.
     PictureSize size() const;
 

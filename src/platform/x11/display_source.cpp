@@ -9,6 +9,7 @@
 #include "base/formatted.h"
 #include "base/recorder_error.h"
 #include "platform/x11/capture_area.h"
+#include "platform/x11/monitors.h"
 
 namespace lumivastor {
 

@@ -9,8 +9,8 @@
 #include "platform/capture_device.h"
 #include "platform/capture_stream.h"
 #include "platform/x11/excluded_windows.h"
-#include "platform/x11/monitors.h"
 #include "platform/x11/picture_source.h"
+#include "platform/x11/screen_scales.h"
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
 

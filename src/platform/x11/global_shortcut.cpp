@@ -1,7 +1,6 @@
 #include "platform/x11/global_shortcut.h"
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <xcb/xcb.h>
 
@@ -11,6 +10,7 @@
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "base/thread_name.h"
 #include "base/unique_descriptor.h"
 #include "platform/x11/x_connection.h"
 
@@ -82,7 +82,7 @@ class X11Shortcut final : public GlobalShortcut {
     }
 
     void run() {
-        pthread_setname_np(pthread_self(), "aufnahme.taste");
+        nameThisThread("aufnahme.taste");
         const BrokenPipeGuard guard;
         for (;;) {
             while (const XEvent event = connection_.nextEvent()) {

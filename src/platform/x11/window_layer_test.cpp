@@ -27,8 +27,8 @@ TEST(WindowLayer, desktopsAreBelowAndWhatFloatsIsAbove) {
 }
 
 TEST(WindowLayer, takesTheFirstTypeThatItKnows) {
-    EXPECT_EQ(layer({XAtom::utf8String, XAtom::typeNormal, XAtom::typeDock}), 0);
-    EXPECT_GT(layer({XAtom::utf8String, XAtom::typeDock, XAtom::typeNormal}), 0);
+    EXPECT_EQ(layer({XAtom::netWmName, XAtom::typeNormal, XAtom::typeDock}), 0);
+    EXPECT_GT(layer({XAtom::netWmName, XAtom::typeDock, XAtom::typeNormal}), 0);
 }
 
 }  // namespace

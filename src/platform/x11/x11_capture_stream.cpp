@@ -1,12 +1,11 @@
 #include "platform/x11/x11_capture_stream.h"
 
-#include <pthread.h>
-
 #include <chrono>
 #include <utility>
 
 #include "base/host_clock.h"
 #include "base/precondition.h"
+#include "base/thread_name.h"
 #include "platform/x11/display_source.h"
 #include "platform/x11/window_source.h"
 
@@ -101,7 +100,7 @@ void X11CaptureStream::endThread() {
 }
 
 void X11CaptureStream::run() {
-    pthread_setname_np(pthread_self(), "aufnahme.x11");
+    nameThisThread("aufnahme.x11");
     const BrokenPipeGuard guard;
     TickSchedule ticks(hostClockSeconds(), configuration_.minimumFrameInterval);
     while (ended_.empty() && waitUntil(ticks.next())) {

@@ -1,7 +1,6 @@
 #include "platform/x11/x11_pointer_monitor.h"
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <xcb/record.h>
 #include <xcb/xcb.h>
@@ -15,6 +14,7 @@
 #include "app/log/log.h"
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
+#include "base/thread_name.h"
 
 namespace lumivastor {
 namespace {
@@ -171,7 +171,7 @@ void X11PointerMonitor::beginState() {
 }
 
 void X11PointerMonitor::run() {
-    pthread_setname_np(pthread_self(), "aufnahme.zeiger");
+    nameThisThread("aufnahme.zeiger");
     const BrokenPipeGuard guard;
     for (;;) {
         // What the library has read while it waited for something else makes no descriptor readable.

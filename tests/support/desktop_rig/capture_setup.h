@@ -4,11 +4,17 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <variant>
 
 #include "platform/desktop.h"
 #include "support/desktop_rig/sample_collector.h"
 
 namespace lumivastor {
+
+/// Pixels per point.
+inline double pointPixelScale(const ContentFilter& filter) {
+    return std::visit([](const auto& one) { return one.display.scale; }, filter);
+}
 
 /// The configuration that a recording of this content has: its size in pixels, made even.
 inline StreamConfiguration recordingOf(const ContentFilter& filter, std::optional<Rect> region = {}) {
