@@ -167,12 +167,12 @@ struct Planner {
         if (item.fade > 0) items.push_back(std::move(item));
     }
 
-    void add(std::vector<PlanItem>& items, const MaskNode& node, const View& view) const {
+    void add(std::vector<PlanItem>& items, const MatteNode& node, const View& view) const {
         auto inner = itemsOf(node.input, view);
-        auto mask = itemsOf(node.mask, view);
-        if (inner.empty() || mask.empty()) return;
+        auto matte = itemsOf(node.matte, view);
+        if (inner.empty() || matte.empty()) return;
         PlanItem item = single(std::move(inner));
-        item.masks.push_back(std::move(mask));
+        item.mattes.push_back(std::move(matte));
         updateRuns(item);
         items.push_back(std::move(item));
     }
@@ -390,7 +390,7 @@ void Planner::updateRuns(PlanItem& item) const {
     RunsMemo memo;
     for (int row = 0; row < grid.rows; ++row) {
         RowRuns runs = item.children.empty() ? layerRuns(item, row, memo) : stackRuns(item.children, row);
-        for (const auto& mask : item.masks) runs = sharedRuns(runs, stackRuns(mask, row));
+        for (const auto& matte : item.mattes) runs = sharedRuns(runs, stackRuns(matte, row));
         if (item.fade < kFullLevel || runs.opaqueBegin >= runs.opaqueEnd) runs.opaqueBegin = runs.opaqueEnd = 0;
         if (runs.hullBegin >= runs.hullEnd) runs = {};
         item.runs[static_cast<std::size_t>(row)] = runs;
@@ -419,7 +419,7 @@ void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const
     const PlacedAxis y = placed(down, {}, grid.rows, grid.offsetY, grid.height);
     PlanItem item;
     if (!place(item, x, y)) return;
-    const auto squaresOf = [&](const PlacedAxis& axis, const AxisSteps& steps, double center, bool turned) {
+    const auto squaresOf = [&](const PlacedAxis& axis, const AxisSteps& steps, double centre, bool turned) {
         double low = kEndless;
         double high = -kEndless;
         for (int i = axis.coverage.span.begin; i < axis.coverage.span.end; ++i) {
@@ -432,16 +432,16 @@ void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const
             std::swap(low, high);
         }
         const auto square = [&](double value) {
-            return ((value - steps.translate) / steps.scale - center) / node.scale;
+            return ((value - steps.translate) / steps.scale - centre) / node.scale;
         };
         return std::pair{std::floor(square(low) + 1e-9), std::ceil(square(high) - 1e-9)};
     };
-    const auto [left, right] = squaresOf(x, across, node.center.x, false);
-    const auto [bottom, top] = squaresOf(y, up, node.center.y, true);
-    const double pixelLeft = std::floor(node.center.x + left * node.scale);
-    const double pixelBottom = std::floor(node.center.y + bottom * node.scale);
-    const double pixelRight = std::ceil(node.center.x + right * node.scale);
-    const double pixelTop = std::ceil(node.center.y + top * node.scale);
+    const auto [left, right] = squaresOf(x, across, node.centre.x, false);
+    const auto [bottom, top] = squaresOf(y, up, node.centre.y, true);
+    const double pixelLeft = std::floor(node.centre.x + left * node.scale);
+    const double pixelBottom = std::floor(node.centre.y + bottom * node.scale);
+    const double pixelRight = std::ceil(node.centre.x + right * node.scale);
+    const double pixelTop = std::ceil(node.centre.y + top * node.scale);
     precondition((pixelRight - pixelLeft) * (pixelTop - pixelBottom) < 1e9, "pixellated pictures are cropped");
     const auto width = static_cast<int>(pixelRight - pixelLeft);
     const auto height = static_cast<int>(pixelTop - pixelBottom);
@@ -450,9 +450,9 @@ void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const
 
     BgraPremultipliedBuffer means(static_cast<int>(right - left), static_cast<int>(top - bottom));
     for (int row = 0; row < means.height(); ++row) {
-        const double squareTop = pixelTop - (node.center.y + (top - row) * node.scale);  // from the pixels' top
+        const double squareTop = pixelTop - (node.centre.y + (top - row) * node.scale);  // from the pixels' top
         for (int column = 0; column < means.width(); ++column) {
-            const double squareLeft = node.center.x + (left + column) * node.scale - pixelLeft;
+            const double squareLeft = node.centre.x + (left + column) * node.scale - pixelLeft;
             double sums[4] = {};
             for (int py = static_cast<int>(squareTop); py < std::min<double>(height, squareTop + node.scale); ++py) {
                 const double partY = sharedLength(py, py + 1, squareTop, squareTop + node.scale);
@@ -478,8 +478,8 @@ void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const
         for (double& high : highs) high = (high - translate) / scale;
         return keep(item, std::make_shared<const AxisTable>(makeAreaTable(lows, highs, axis.coverage.span, count)));
     };
-    const double leftOnGrid = (node.center.x + left * node.scale) * across.scale + across.translate;
-    const double topOnGrid = grid.height - ((node.center.y + top * node.scale) * up.scale + up.translate);
+    const double leftOnGrid = (node.centre.x + left * node.scale) * across.scale + across.translate;
+    const double topOnGrid = grid.height - ((node.centre.y + top * node.scale) * up.scale + up.translate);
     const AxisTable* columns = areaTable(x, node.scale * across.scale, leftOnGrid, means.width());
     const AxisTable* rows = areaTable(y, node.scale * up.scale, topOnGrid, means.height());
     addBufferPlanes(item, columns, rows);

@@ -44,11 +44,11 @@ struct PlanItem {
     std::vector<PlanPlane> colours;
     std::optional<PlanPlane> alpha;
     AxisCoverage across, down;
-    // Or a stack of items that is painted first and then masked as a whole.
+    // Or a stack of items that is painted first and then blended as a whole.
     std::vector<PlanItem> children;
 
     int fade = kFullLevel;
-    std::vector<std::vector<PlanItem>> masks;
+    std::vector<std::vector<PlanItem>> mattes;
 
     // For every row of the grid.
     std::vector<RowRuns> runs;

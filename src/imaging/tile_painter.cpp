@@ -86,16 +86,16 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
     for (int y = tile.top; y < tile.bottom; ++y) {
         const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
         shows = shows || (runs.hullBegin < tile.right && runs.hullEnd > tile.left && runs.hullBegin < runs.hullEnd);
-        for (const auto& mask : item.masks) {
-            for (const PlanItem& layer : mask) {
-                const RowRuns& maskRuns = layer.runs[static_cast<std::size_t>(y)];
-                isPlain = isPlain && mask.size() == 1 && maskRuns.opaqueBegin <= tile.left &&
-                          maskRuns.opaqueEnd >= tile.right;
+        for (const auto& matte : item.mattes) {
+            for (const PlanItem& layer : matte) {
+                const RowRuns& matteRuns = layer.runs[static_cast<std::size_t>(y)];
+                isPlain = isPlain && matte.size() == 1 && matteRuns.opaqueBegin <= tile.left &&
+                          matteRuns.opaqueEnd >= tile.right;
             }
         }
     }
     if (!shows) return;
-    // Where the masks let everything through, the stack's items can be painted like all others.
+    // Where the mattes let everything through, the stack's items can be painted like all others.
     if (isPlain) return paintItems(item.children, tile, level, canvas, true);
     Depth& own = depth(level);
     prepareCanvas(own.canvas, canvas.channels, true, tile);
@@ -109,7 +109,7 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
         const int at = part.begin - tile.left;
         std::int16_t* factors = own.rows[0].data();
         std::fill(factors, factors + count, static_cast<std::int16_t>(item.fade));
-        maskLevels(item, y, part, level + 1, factors);
+        matteLevels(item, y, part, level + 1, factors);
         std::int16_t* alpha = own.canvas.alphaRow(row) + at;
         for (int channel = 0; channel <= canvas.channels; ++channel) {
             multiplyLevels(own.canvas.row(channel, row) + at, factors, count);
@@ -239,12 +239,12 @@ int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_
     return 2;
 }
 
-// factors *= the masks' alpha.
-void TilePainter::maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level,
-                             std::int16_t* factors) {
+// factors *= the mattes' alpha.
+void TilePainter::matteLevels(const PlanItem& item, int row, const Part& columns, std::size_t level,
+                              std::int16_t* factors) {
     const int count = columns.end - columns.begin;
-    for (const auto& mask : item.masks) {
-        // One row of the mask as a stack of its own; masks are alpha alone, so one channel of colour is too many
+    for (const auto& matte : item.mattes) {
+        // One row of the matte as a stack of its own; mattes are alpha alone, so one channel of colour is too many
         // already.
         Depth& own = depth(level);
         const Tile strip{columns.begin, columns.end, row, row + 1};
@@ -253,7 +253,7 @@ void TilePainter::maskLevels(const PlanItem& item, int row, const Part& columns,
                       : plan_->channels == GridChannels::luma ? 1
                                                               : 2,
                       true, strip);
-        paintItems(mask, strip, level + 1, own.canvas, false);
+        paintItems(matte, strip, level + 1, own.canvas, false);
         multiplyLevels(factors, own.canvas.alphaRow(0), count);
     }
 }
@@ -333,14 +333,14 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
             if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
             return;
         }
-        // Coverage, fade and masks in one row of factors.
+        // Coverage, fade and mattes in one row of factors.
         std::array<std::int16_t, Canvas::kStride> factors;
         const std::int16_t* coverage = item.across.levels.data() + (part.begin - item.across.span.begin);
         std::copy(coverage, coverage + count, factors.begin());
         const int down = item.down.levels[static_cast<std::size_t>(y - item.down.span.begin)];
         const int scale = static_cast<int>(std::lround(static_cast<double>(down) * item.fade / kFullLevel));
         if (scale < kFullLevel) scaleLevels(factors.data(), scale, count);
-        maskLevels(item, y, part, level + 1, factors.data());
+        matteLevels(item, y, part, level + 1, factors.data());
         multiplyLevels(alpha.data(), factors.data(), count);
         for (int channel = 0; channel < canvas.channels; ++channel) {
             if (colours[channel] != nullptr) multiplyLevels(colours[channel], factors.data(), count);

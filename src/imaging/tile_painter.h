@@ -54,11 +54,10 @@ class TilePainter {
         int begin = 0;
         int end = 0;
     };
-    // Buffers of one level of nesting: a masked stack inside of a stack needs its own.
+    // Buffers of one level of nesting: a stack with a matte inside of a stack needs its own.
     struct Depth {
         Canvas canvas;
         std::array<FilteredPlane, 4> planes;
-        std::vector<FilteredPlane> masks;
         std::array<std::array<std::int16_t, Canvas::kStride>, 6> rows;
     };
 
@@ -72,7 +71,7 @@ class TilePainter {
                      const Part& rows);
     void levelsOf(const FilteredPlane& filtered, int row, const Part& columns, std::int16_t* levels);
     int convert(const PlanItem& item, Depth& at, int count, std::int16_t** colours);
-    void maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level, std::int16_t* factors);
+    void matteLevels(const PlanItem& item, int row, const Part& columns, std::size_t level, std::int16_t* factors);
 
     const PaintPlan* plan_ = nullptr;
     YuvEncoding encoding_;
