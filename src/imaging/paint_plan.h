@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "imaging/axis_placement.h"
 #include "imaging/axis_table.h"
 #include "imaging/picture.h"
 #include "imaging/resampling.h"
@@ -26,13 +27,6 @@ struct PlanPlane {
     const AxisTable* columns = nullptr;
     const AxisTable* rows = nullptr;
     int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for colour differences
-};
-
-/// How much of every sample of an axis lies inside a layer.
-struct AxisCoverage {
-    AxisSpan span;                     // where it is more than nothing
-    AxisSpan full;                     // where it is everything
-    std::vector<std::int16_t> levels;  // for the span
 };
 
 struct PlanItem {
