@@ -118,7 +118,7 @@ class Studio {
             const Picture placed = source.transformed(AffineTransform::scaling(scale_))
                                        .transformed(AffineTransform::translation(screen_.x, screen_.y))
                                        .transformed(camera);
-            picture = placed.blendedWithMask(matte_.transformed(camera)).over(picture);
+            picture = placed.blendedWithMatte(matte_.transformed(camera)).over(picture);
         }
         if (layers & kRing) {
             picture = ring_.transformed({zoom, zoom, width_ * 0.4, height_ * 0.5}).faded(0.6).over(picture);
@@ -130,7 +130,7 @@ class Studio {
             const double cover = bubble_.height / webcam_.height;
             picture = webcam_.picture()
                           .transformed({cover, cover, bubble_.midX() - webcam_.width * cover / 2, bubble_.y})
-                          .blendedWithMask(bubbleMatte_)
+                          .blendedWithMatte(bubbleMatte_)
                           .over(picture);
         }
         if (layers & kBorder) picture = border_.over(picture);

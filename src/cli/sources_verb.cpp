@@ -1,6 +1,7 @@
 #include <array>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "base/formatted.h"
 #include "base/main_loop.h"
@@ -13,60 +14,78 @@
 
 namespace lumivastor {
 
+namespace {
+
+void writeFrame(JsonWriter& writer, const Rect& frame) {
+    writer.key("x");
+    writer.number(frame.x);
+    writer.key("y");
+    writer.number(frame.y);
+    writer.key("width");
+    writer.number(frame.width);
+    writer.key("height");
+    writer.number(frame.height);
+}
+
+void writeDisplays(JsonWriter& writer, const std::vector<Display>& displays) {
+    writer.beginArray();
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        const Display& display = displays[i];
+        writer.beginObject();
+        writer.key("index");
+        writer.integer(static_cast<std::int64_t>(i));
+        writer.key("id");
+        writer.integer(display.id);
+        writer.key("name");
+        writer.text(display.name);
+        writeFrame(writer, display.frame);
+        writer.key("scale");
+        writer.number(display.scale);
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+void writeWindows(JsonWriter& writer, const std::vector<Window>& windows) {
+    writer.beginArray();
+    for (const Window& window : windows) {
+        writer.beginObject();
+        writer.key("id");
+        writer.integer(window.id);
+        writer.key("application");
+        writer.text(window.application ? window.application->name.value_or("") : "");
+        writer.key("title");
+        writer.text(window.title.value_or(""));
+        writeFrame(writer, window.frame);
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+void writeDevices(JsonWriter& writer, const std::vector<CaptureDevice>& devices) {
+    writer.beginArray();
+    for (const CaptureDevice& device : devices) {
+        writer.beginObject();
+        writer.key("id");
+        writer.text(device.id);
+        writer.key("name");
+        writer.text(device.name);
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+}  // namespace
+
 void writeSources(const Sources& sources, std::ostream& out) {
     JsonWriter writer([&out](std::string_view piece) { out << piece; });
-    const auto number = [&writer](const char* key, double value) {
-        writer.key(key);
-        writer.number(value);
-    };
-    const auto integer = [&writer](const char* key, std::int64_t value) {
-        writer.key(key);
-        writer.integer(value);
-    };
-    const auto text = [&writer](const char* key, const std::string& value) {
-        writer.key(key);
-        writer.text(value);
-    };
-    const auto frame = [&number](const Rect& rect) {
-        number("x", rect.x);
-        number("y", rect.y);
-        number("width", rect.width);
-        number("height", rect.height);
-    };
     writer.beginObject();
     writer.key("displays");
-    writer.beginArray();
-    for (std::size_t i = 0; i < sources.displays.size(); ++i) {
-        const Display& display = sources.displays[i];
-        writer.beginObject();
-        integer("index", static_cast<std::int64_t>(i));
-        integer("id", display.id);
-        text("name", display.name);
-        frame(display.frame);
-        number("scale", display.scale);
-        writer.endObject();
-    }
-    writer.endArray();
+    writeDisplays(writer, sources.displays);
     writer.key("windows");
-    writer.beginArray();
-    for (const Window& window : sources.windows) {
-        writer.beginObject();
-        integer("id", window.id);
-        text("application", window.application ? window.application->name.value_or("") : "");
-        text("title", window.title.value_or(""));
-        frame(window.frame);
-        writer.endObject();
-    }
-    writer.endArray();
+    writeWindows(writer, sources.windows);
     writer.key("devices");
-    writer.beginArray();
-    for (const CaptureDevice& device : sources.devices) {
-        writer.beginObject();
-        text("id", device.id);
-        text("name", device.name);
-        writer.endObject();
-    }
-    writer.endArray();
+    writeDevices(writer, sources.devices);
     writer.endObject();
     writer.finish();
     out << "\n";

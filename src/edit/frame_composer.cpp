@@ -52,7 +52,7 @@ Picture screenLayer(const FrameIngredients& in, const Picture& source, const Aff
         .transformed(placement.then(zoom))
         // The matte's edge lies on the crop's; only one of them may soften it.
         .clampedToExtent()
-        .blendedWithMask(in.layers.maskImage.transformed(zoom));
+        .blendedWithMatte(in.layers.maskImage.transformed(zoom));
 }
 
 Picture withRings(Picture picture, const FrameIngredients& in, const ZoomTransform& zoom, double t) {
@@ -102,7 +102,7 @@ Picture withBubble(const Picture& picture, const FrameIngredients& in, const Pic
     const double z = std::min(std::max(in.state.settings.webcamZoom, 1.0), kMaxEnlargement) * cover;
     const Picture face =
         webcam.transformed({z, z, bubble.midX() - camera.width * z * 0.5, bubble.midY() - camera.height * z * 0.5});
-    return in.layers.bubbleBorder.over(face.blendedWithMask(in.layers.bubbleMask).over(picture));
+    return in.layers.bubbleBorder.over(face.blendedWithMatte(in.layers.bubbleMask).over(picture));
 }
 
 }  // namespace

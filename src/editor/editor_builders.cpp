@@ -1,10 +1,12 @@
 #include "editor/editor_builders.h"
 
+#include <QComboBox>
 #include <QFrame>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <utility>
 
 #include "editor/icons.h"
@@ -12,6 +14,16 @@
 #include "editor/text_labels.h"
 
 namespace lumivastor {
+
+namespace {
+
+// The wheel scrolls the column, not the menu under the pointer.
+class PopUp final : public QComboBox {
+  protected:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
+
+}  // namespace
 
 void setNames(QWidget& control, const ControlNames& names) {
     control.setObjectName(names.name);
@@ -30,6 +42,14 @@ QPushButton* smallButton(const QString& text, const QString& iconName, const Con
     setNames(*button, names);
     QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
     return button;
+}
+
+QComboBox* popUp(const ControlNames& names) {
+    auto* box = new PopUp;
+    box->setFocusPolicy(Qt::TabFocus);
+    box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    setNames(*box, names);
+    return box;
 }
 
 QLabel* toolHeading(const QString& text) {

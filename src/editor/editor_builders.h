@@ -2,8 +2,11 @@
 
 #include <QString>
 #include <functional>
-#include <initializer_list>
+#include <string>
 
+#include "editor/control_values.h"
+
+class QComboBox;
 class QFrame;
 class QGridLayout;
 class QLabel;
@@ -23,11 +26,22 @@ struct ControlNames {
     const char* toolTip;
 };
 
+/// A slider of settings: what it may stand at, where it usually does, and how its value is written.
+struct SliderSpec {
+    ControlNames names;
+    ControlRange range;
+    double usual;
+    std::string (*text)(double value);
+};
+
 void setNames(QWidget& control, const ControlNames& names);
 
 /// A button with a text, an icon, or both.
 QPushButton* smallButton(const QString& text, const QString& iconName, const ControlNames& names,
                          std::function<void()> action);
+
+/// A list to choose from, as wide as its items; the wheel scrolls what it lies in.
+QComboBox* popUp(const ControlNames& names);
 
 /// A heading in capitals at the beginning of a row of tools.
 QLabel* toolHeading(const QString& text);

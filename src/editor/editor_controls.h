@@ -18,6 +18,7 @@ class QWidget;
 
 namespace lumivastor {
 
+class Card;
 class ColourWell;
 class DigitLabel;
 class ElidedLabel;
@@ -26,6 +27,7 @@ class PreviewView;
 class SegmentedControl;
 class TimelineStrip;
 class ValueSlider;
+struct SliderSpec;
 
 /// What the editor's controls do; the window fills it in.
 struct EditorActions {
@@ -89,9 +91,7 @@ struct EditorControls {
     QLabel* zoomModeLabel;
     /// The zoom slider stands in two places: beside the zooms, and first among the camera's settings.
     ValueSlider* zoomSlider;
-    QLabel* zoomPercentLabel;
     ValueSlider* zoomToolSlider;
-    QLabel* zoomToolPercentLabel;
     QPushButton* maskDrawButton;
     ElidedLabel* maskLabel;
 
@@ -103,8 +103,6 @@ struct EditorControls {
     ColourWell* colourWell;
     ValueSlider* systemVolumeSlider;
     ValueSlider* micVolumeSlider;
-    QLabel* systemVolumeLabel;
-    QLabel* micVolumeLabel;
     SegmentedControl* exportResolutionControl;
     SegmentedControl* exportFormatControl;
     // Null without a webcam.
@@ -133,12 +131,33 @@ struct EditorControls {
 
     QWidget* makePreview();
     QLayout* makeTransport(const Recording& recording, const EditorActions& actions);
-    QWidget* makeTools(const EditorActions& actions);
-    QWidget* makeColumn(const Recording& recording, const EditorActions& actions);
+    QLayout* makeTransportButtons(const Recording& recording, const EditorActions& actions);
+    void makeTimeline(const Recording& recording, const EditorActions& actions);
     QLayout* makeBottom(const EditorActions& actions);
+    void makeRenderButtons(const EditorActions& actions);
 
-    // A slider with its value behind it; the row remembers the label.
-    ValueSlider* makeSlider(const struct SliderSpec& spec, const EditorActions& actions);
+    // In editor_tools.cpp: the tools below the transport, and each of their rows.
+    QWidget* makeTools(const EditorActions& actions);
+    QLayout* makeTrimTools(const EditorActions& actions);
+    QLayout* makeCutTools(const EditorActions& actions);
+    QLayout* makeZoomTools(const EditorActions& actions);
+    void makeZoomPopup(const EditorActions& actions);
+    QLabel* makeZoomToolSlider(const EditorActions& actions);
+    QLayout* makeMaskTools(const EditorActions& actions);
+
+    // In editor_column.cpp: the column of settings, and each of its cards.
+    QWidget* makeColumn(const Recording& recording, const EditorActions& actions);
+    void addCameraCard(QLayout& cards, const EditorActions& actions);
+    void addCursorCard(QLayout& cards, const EditorActions& actions);
+    void addLookCard(QLayout& cards, const EditorActions& actions);
+    void addCropCard(QLayout& cards, const EditorActions& actions);
+    void addSoundCard(QLayout& cards, const EditorActions& actions);
+    void addWebcamCard(QLayout& cards, const EditorActions& actions);
+    void addExportCard(QLayout& cards, const EditorActions& actions);
+    ValueSlider* addSlider(Card& card, const QString& caption, const SliderSpec& spec, const EditorActions& actions);
+
+    // A slider and the label that shows its value from now on.
+    SliderRow makeSlider(const SliderSpec& spec, const EditorActions& actions);
     void updateValueLabels();
 
     std::vector<SliderRow> sliderRows_;

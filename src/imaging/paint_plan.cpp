@@ -8,113 +8,42 @@
 
 #include "base/precondition.h"
 #include "imaging/picture_node.h"
+#include "imaging/square_means.h"
 
 namespace lumivastor {
 
 namespace {
 
-constexpr double kEndless = std::numeric_limits<double>::infinity();
+// The squares of a pixellated picture that show on one axis, counted from its centre, and the pixels below them.
+struct SquareRange {
+    double first = 0;
+    double last = 0;  // behind the last one
+    double firstPixel = 0;
+    double lastPixel = 0;
 
-struct Interval {
-    double low = -kEndless;
-    double high = kEndless;
+    int count() const { return static_cast<int>(last - first); }
+    int pixels() const { return static_cast<int>(lastPixel - firstPixel); }
 };
 
-Interval shared(const Interval& a, const Interval& b) {
-    return {std::max(a.low, b.low), std::min(a.high, b.high)};
+// `visible`: what the grid shows, in its coordinates, counted like `steps`.
+SquareRange squaresOf(const Interval& visible, const AxisSteps& steps, double centre, double side) {
+    const auto square = [&](double value) { return ((value - steps.translate) / steps.scale - centre) / side; };
+    SquareRange range;
+    range.first = std::floor(square(visible.low) + 1e-9);
+    range.last = std::ceil(square(visible.high) - 1e-9);
+    range.firstPixel = std::floor(centre + range.first * side);
+    range.lastPixel = std::ceil(centre + range.last * side);
+    return range;
 }
 
-// What the steps above the current one do to an axis. Everything but `readable` is in grid coordinates; the vertical
-// axis counts from the bottom until the layer at its end turns it over.
-struct AxisSteps {
-    struct Clamp {
-        Interval visible;  // what the crops before it leave
-        Interval extent;
-    };
-    std::vector<Clamp> clamps;
-    Interval visible;   // what the crops since the last clamp leave
-    Interval readable;  // in the current step's own coordinates
-    double scale = 1;   // from the step's space to the grid
-    double translate = 0;
-
-    Interval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
-
-    void transform(double stepScale, double stepTranslate) {
-        translate += stepTranslate * scale;
-        scale *= stepScale;
-        readable = {(readable.low - stepTranslate) / stepScale, (readable.high - stepTranslate) / stepScale};
+// From the first visible sample's square to the last one's.
+Interval visiblePart(const PlacedAxis& axis) {
+    Interval visible{kEndless, -kEndless};
+    for (int i = axis.coverage.span.begin; i < axis.coverage.span.end; ++i) {
+        visible.low = std::min(visible.low, axis.lows[static_cast<std::size_t>(i)]);
+        visible.high = std::max(visible.high, axis.highs[static_cast<std::size_t>(i)]);
     }
-    void crop(double low, double high) {
-        visible = shared(visible, toGrid(low, high));
-        readable = {std::clamp(readable.low, low, high), std::clamp(readable.high, low, high)};
-    }
-    void clamp(double low, double high) {
-        clamps.push_back({visible, toGrid(low, high)});
-        visible = {};
-    }
-    // The same, counted from the other end of a grid of this length and a source of that one.
-    void turnOver(double gridLength, double sourceLength) {
-        const auto turned = [](const Interval& interval, double length) {
-            return Interval{length - interval.high, length - interval.low};
-        };
-        for (Clamp& step : clamps) {
-            step.visible = turned(step.visible, gridLength);
-            step.extent = turned(step.extent, gridLength);
-        }
-        visible = turned(visible, gridLength);
-        readable = turned(readable, sourceLength);
-        translate = gridLength - (sourceLength * scale + translate);
-    }
-};
-
-// Where the samples of an axis fall, in grid coordinates, with the parts of their squares to either side.
-struct PlacedAxis {
-    AxisCoverage coverage;
-    std::vector<double> positions, lows, highs;  // lows and highs: the visible part of each square
-};
-
-PlacedAxis placed(const AxisSteps& steps, const Interval& extent, int count, double offset, double length) {
-    PlacedAxis axis;
-    axis.positions.resize(static_cast<std::size_t>(count));
-    axis.lows.resize(axis.positions.size());
-    axis.highs.resize(axis.positions.size());
-    std::vector<std::int16_t> levels(axis.positions.size());
-    const Interval last = shared(steps.visible, extent);
-    AxisSpan span{count, 0};
-    AxisSpan full{count, count};
-    for (int i = 0; i < count; ++i) {
-        const auto at = static_cast<std::size_t>(i);
-        double position = i + offset;
-        const double before = position - std::max(position - 0.5, 0.0);
-        const double after = std::min(position + 0.5, length) - position;
-        double part = 1;
-        const auto partOf = [&](const Interval& interval) {
-            return sharedLength(position - before, position + after, interval.low, interval.high) / (before + after);
-        };
-        for (const auto& step : steps.clamps) {
-            part *= partOf(step.visible);
-            const double from = step.extent.low + before;
-            const double to = step.extent.high - after;
-            position = from < to ? std::clamp(position, from, to) : (from + to) / 2;
-        }
-        part *= partOf(last);
-        axis.positions[at] = position;
-        axis.lows[at] = std::max(position - before, last.low);
-        axis.highs[at] = std::min(position + after, last.high);
-        // A part that no 8-bit sample can show counts as nothing, or as everything.
-        levels[at] = static_cast<std::int16_t>(std::lround(part * kFullLevel));
-        if (levels[at] == 0) continue;
-        span = {std::min(span.begin, i), i + 1};
-        if (levels[at] == kFullLevel) {
-            if (full.begin == count) full = {i, i};
-            if (full.end == i) full.end = i + 1;
-        }
-    }
-    if (span.begin >= span.end) return axis;
-    axis.coverage.span = span;
-    axis.coverage.full = full.begin < full.end ? full : AxisSpan{span.begin, span.begin};
-    axis.coverage.levels.assign(levels.begin() + span.begin, levels.begin() + span.end);
-    return axis;
+    return visible;
 }
 
 struct Planner {
@@ -167,12 +96,12 @@ struct Planner {
         if (item.fade > 0) items.push_back(std::move(item));
     }
 
-    void add(std::vector<PlanItem>& items, const MaskNode& node, const View& view) const {
+    void add(std::vector<PlanItem>& items, const MatteNode& node, const View& view) const {
         auto inner = itemsOf(node.input, view);
-        auto mask = itemsOf(node.mask, view);
-        if (inner.empty() || mask.empty()) return;
+        auto matte = itemsOf(node.matte, view);
+        if (inner.empty() || matte.empty()) return;
         PlanItem item = single(std::move(inner));
-        item.masks.push_back(std::move(mask));
+        item.mattes.push_back(std::move(matte));
         updateRuns(item);
         items.push_back(std::move(item));
     }
@@ -264,6 +193,7 @@ struct Planner {
     }
 
     void add(std::vector<PlanItem>& items, const PixellateNode& node, const View& view) const;
+    BgraPremultipliedBuffer meansOf(const PixellateNode& node, const SquareRange& across, const SquareRange& up) const;
 
     // One item that stands for all.
     PlanItem single(std::vector<PlanItem> items) const {
@@ -307,6 +237,16 @@ struct Planner {
         readable = {readable.first / 2, readable.last / 2};
         return keep(item, services.tables.kernelTable(positions, axis.coverage.span, steps.scale * 2, readable,
                                                       (lumaCount + 1) / 2));
+    }
+
+    // For samples of `count` squares, which are `scale` long on the grid and begin at `translate`.
+    static const AxisTable* areaTable(PlanItem& item, const PlacedAxis& axis, double scale, double translate,
+                                      int count) {
+        std::vector<double> lows = axis.lows;
+        std::vector<double> highs = axis.highs;
+        for (double& low : lows) low = (low - translate) / scale;
+        for (double& high : highs) high = (high - translate) / scale;
+        return keep(item, std::make_shared<const AxisTable>(makeAreaTable(lows, highs, axis.coverage.span, count)));
     }
 
     static void addBufferPlanes(PlanItem& item, const AxisTable* columns, const AxisTable* rows) {
@@ -390,7 +330,7 @@ void Planner::updateRuns(PlanItem& item) const {
     RunsMemo memo;
     for (int row = 0; row < grid.rows; ++row) {
         RowRuns runs = item.children.empty() ? layerRuns(item, row, memo) : stackRuns(item.children, row);
-        for (const auto& mask : item.masks) runs = sharedRuns(runs, stackRuns(mask, row));
+        for (const auto& matte : item.mattes) runs = sharedRuns(runs, stackRuns(matte, row));
         if (item.fade < kFullLevel || runs.opaqueBegin >= runs.opaqueEnd) runs.opaqueBegin = runs.opaqueEnd = 0;
         if (runs.hullBegin >= runs.hullEnd) runs = {};
         item.runs[static_cast<std::size_t>(row)] = runs;
@@ -409,6 +349,24 @@ void Planner::hide(std::vector<PlanItem>& items) const {
     }
 }
 
+BgraPremultipliedBuffer Planner::meansOf(const PixellateNode& node, const SquareRange& across,
+                                         const SquareRange& up) const {
+    precondition((across.lastPixel - across.firstPixel) * (up.lastPixel - up.firstPixel) < 1e9,
+                 "pixellated pictures are cropped");
+    const auto pixels =
+        services.paint(node.input.transformed(AffineTransform::translation(-across.firstPixel, -up.firstPixel)),
+                       across.pixels(), up.pixels());
+    std::vector<double> lefts(static_cast<std::size_t>(across.count()));
+    std::vector<double> tops(static_cast<std::size_t>(up.count()));
+    for (std::size_t i = 0; i < lefts.size(); ++i) {
+        lefts[i] = node.centre.x + (across.first + static_cast<double>(i)) * node.scale - across.firstPixel;
+    }
+    for (std::size_t i = 0; i < tops.size(); ++i) {
+        tops[i] = up.lastPixel - (node.centre.y + (up.last - static_cast<double>(i)) * node.scale);
+    }
+    return squareMeans(*pixels, lefts, tops, node.scale);
+}
+
 void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const View& view) const {
     // Squares are counted from the left and from the bottom here; the rows are turned over at the end.
     const AxisSteps& across = view.x;
@@ -419,70 +377,18 @@ void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const
     const PlacedAxis y = placed(down, {}, grid.rows, grid.offsetY, grid.height);
     PlanItem item;
     if (!place(item, x, y)) return;
-    const auto squaresOf = [&](const PlacedAxis& axis, const AxisSteps& steps, double center, bool turned) {
-        double low = kEndless;
-        double high = -kEndless;
-        for (int i = axis.coverage.span.begin; i < axis.coverage.span.end; ++i) {
-            low = std::min(low, axis.lows[static_cast<std::size_t>(i)]);
-            high = std::max(high, axis.highs[static_cast<std::size_t>(i)]);
-        }
-        if (turned) {
-            low = grid.height - low;
-            high = grid.height - high;
-            std::swap(low, high);
-        }
-        const auto square = [&](double value) {
-            return ((value - steps.translate) / steps.scale - center) / node.scale;
-        };
-        return std::pair{std::floor(square(low) + 1e-9), std::ceil(square(high) - 1e-9)};
-    };
-    const auto [left, right] = squaresOf(x, across, node.center.x, false);
-    const auto [bottom, top] = squaresOf(y, up, node.center.y, true);
-    const double pixelLeft = std::floor(node.center.x + left * node.scale);
-    const double pixelBottom = std::floor(node.center.y + bottom * node.scale);
-    const double pixelRight = std::ceil(node.center.x + right * node.scale);
-    const double pixelTop = std::ceil(node.center.y + top * node.scale);
-    precondition((pixelRight - pixelLeft) * (pixelTop - pixelBottom) < 1e9, "pixellated pictures are cropped");
-    const auto width = static_cast<int>(pixelRight - pixelLeft);
-    const auto height = static_cast<int>(pixelTop - pixelBottom);
-    const auto pixels =
-        services.paint(node.input.transformed(AffineTransform::translation(-pixelLeft, -pixelBottom)), width, height);
 
-    BgraPremultipliedBuffer means(static_cast<int>(right - left), static_cast<int>(top - bottom));
-    for (int row = 0; row < means.height(); ++row) {
-        const double squareTop = pixelTop - (node.center.y + (top - row) * node.scale);  // from the pixels' top
-        for (int column = 0; column < means.width(); ++column) {
-            const double squareLeft = node.center.x + (left + column) * node.scale - pixelLeft;
-            double sums[4] = {};
-            for (int py = static_cast<int>(squareTop); py < std::min<double>(height, squareTop + node.scale); ++py) {
-                const double partY = sharedLength(py, py + 1, squareTop, squareTop + node.scale);
-                const int last = static_cast<int>(std::min<double>(width, std::ceil(squareLeft + node.scale)));
-                for (int px = static_cast<int>(squareLeft); px < last; ++px) {
-                    const double part = partY * sharedLength(px, px + 1, squareLeft, squareLeft + node.scale);
-                    const std::uint8_t* pixel = pixels->pixel(px, py);
-                    for (int i = 0; i < 4; ++i) sums[i] += part * pixel[i];
-                }
-            }
-            for (int i = 0; i < 4; ++i) {
-                means.pixel(column, row)[i] =
-                    static_cast<std::uint8_t>(std::lround(sums[i] / (node.scale * node.scale)));
-            }
-        }
-    }
-    item.planes = std::make_shared<const SourcePlanes>(makeSourcePlanes(means));
+    const Interval fromTop = visiblePart(y);
+    const SquareRange columns = squaresOf(visiblePart(x), across, node.centre.x, node.scale);
+    const SquareRange rows =
+        squaresOf({grid.height - fromTop.high, grid.height - fromTop.low}, up, node.centre.y, node.scale);
+    item.planes = std::make_shared<const SourcePlanes>(makeSourcePlanes(meansOf(node, columns, rows)));
 
-    const auto areaTable = [&](const PlacedAxis& axis, double scale, double translate, int count) {
-        std::vector<double> lows = axis.lows;
-        std::vector<double> highs = axis.highs;
-        for (double& low : lows) low = (low - translate) / scale;
-        for (double& high : highs) high = (high - translate) / scale;
-        return keep(item, std::make_shared<const AxisTable>(makeAreaTable(lows, highs, axis.coverage.span, count)));
-    };
-    const double leftOnGrid = (node.center.x + left * node.scale) * across.scale + across.translate;
-    const double topOnGrid = grid.height - ((node.center.y + top * node.scale) * up.scale + up.translate);
-    const AxisTable* columns = areaTable(x, node.scale * across.scale, leftOnGrid, means.width());
-    const AxisTable* rows = areaTable(y, node.scale * up.scale, topOnGrid, means.height());
-    addBufferPlanes(item, columns, rows);
+    const double left = (node.centre.x + columns.first * node.scale) * across.scale + across.translate;
+    const double top = grid.height - ((node.centre.y + rows.last * node.scale) * up.scale + up.translate);
+    const AxisTable* columnTable = areaTable(item, x, node.scale * across.scale, left, columns.count());
+    const AxisTable* rowTable = areaTable(item, y, node.scale * up.scale, top, rows.count());
+    addBufferPlanes(item, columnTable, rowTable);
     updateRuns(item);
     items.push_back(std::move(item));
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "imaging/axis_placement.h"
 #include "imaging/axis_table.h"
 #include "imaging/picture.h"
 #include "imaging/resampling.h"
@@ -28,13 +29,6 @@ struct PlanPlane {
     int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for colour differences
 };
 
-/// How much of every sample of an axis lies inside a layer.
-struct AxisCoverage {
-    AxisSpan span;                     // where it is more than nothing
-    AxisSpan full;                     // where it is everything
-    std::vector<std::int16_t> levels;  // for the span
-};
-
 struct PlanItem {
     // A layer: its planes are luma and both colour differences (`isYuv`), or blue, green and red, or the channels of
     // this grid as they are stored (`isConverted`); or no colours at all.
@@ -44,11 +38,11 @@ struct PlanItem {
     std::vector<PlanPlane> colours;
     std::optional<PlanPlane> alpha;
     AxisCoverage across, down;
-    // Or a stack of items that is painted first and then masked as a whole.
+    // Or a stack of items that is painted first and then blended as a whole.
     std::vector<PlanItem> children;
 
     int fade = kFullLevel;
-    std::vector<std::vector<PlanItem>> masks;
+    std::vector<std::vector<PlanItem>> mattes;
 
     // For every row of the grid.
     std::vector<RowRuns> runs;

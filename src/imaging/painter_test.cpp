@@ -124,7 +124,7 @@ class RandomRecipes {
                 return input.clampedToExtent().pixellated(square, {area.x, area.y}).cropped(area).over(input);
             }
             case 5:
-                return input.blendedWithMask(picture(depth - 1));
+                return input.blendedWithMatte(picture(depth - 1));
             case 6:
                 return input.faded(real(0, 1));
             default:
@@ -215,8 +215,8 @@ Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom, 
     const Rect bubble{width * 0.7, height * 0.05, height * 0.25, height * 0.25};
     const Picture webcam = recipes.yuv(64, 48)
                                .transformed({bubble.height / 48, bubble.height / 48, bubble.x - 3, bubble.y})
-                               .blendedWithMask(layer(makeEllipseMatte(width, height, bubble)));
-    const Picture framed = placed.blendedWithMask(matte).over(base);
+                               .blendedWithMatte(layer(makeEllipseMatte(width, height, bubble)));
+    const Picture framed = placed.blendedWithMatte(matte).over(base);
     const Picture bubbled = webcam.over(ring.over(framed));
     return layer(makeBubbleBorder(width, height, bubble)).over(bubbled);
 }

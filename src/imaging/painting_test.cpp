@@ -251,9 +251,9 @@ TEST_P(Painting, ALaterMaskPixellatesTheEarlierOneAgain) {
     expectPixel(twice, 8, 0, {200, 0, 0, 255});
 }
 
-TEST_P(Painting, MasksMultiplyByTheirAlphaAlone) {
-    const Picture mask(filled(4, 4, [](int x, int) { return Bgra{0, 10, 20, x * 85}; }));
-    const Buffer painted = paint(flat(6, 6, {240, 120, 60, 255}).blendedWithMask(mask), 6, 6);
+TEST_P(Painting, MattesMultiplyByTheirAlphaAlone) {
+    const Picture matte(filled(4, 4, [](int x, int) { return Bgra{0, 10, 20, x * 85}; }));
+    const Buffer painted = paint(flat(6, 6, {240, 120, 60, 255}).blendedWithMatte(matte), 6, 6);
     expectPixel(painted, 0, 5, kClear, 0);
     expectPixel(painted, 1, 5, {80, 40, 20, 85});
     expectPixel(painted, 3, 5, {240, 120, 60, 255});
@@ -261,9 +261,9 @@ TEST_P(Painting, MasksMultiplyByTheirAlphaAlone) {
     expectPixel(painted, 3, 0, kClear, 0);
 }
 
-TEST_P(Painting, AMaskOverStackedPicturesActsOnTheirStack) {
+TEST_P(Painting, AMatteOverStackedPicturesActsOnTheirStack) {
     const Picture stack = flat(4, 4, kRed).cropped({0, 0, 2, 4}).over(flat(4, 4, kBlue));
-    const Buffer painted = paint(stack.blendedWithMask(flat(4, 4, {0, 0, 0, 128})), 4, 4);
+    const Buffer painted = paint(stack.blendedWithMatte(flat(4, 4, {0, 0, 0, 128})), 4, 4);
     expectPixel(painted, 0, 0, {0, 0, 128, 128});
     expectPixel(painted, 3, 0, {128, 0, 0, 128});
 }

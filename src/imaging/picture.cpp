@@ -38,15 +38,15 @@ Rect unionOf(const Rect& a, const Rect& b) {
 }
 
 // The extent in whole squares of the grid.
-Rect grownToSquares(const Rect& extent, double scale, Point center) {
+Rect grownToSquares(const Rect& extent, double scale, Point centre) {
     if (isInfinite(extent)) return extent;
     const auto down = [&](double value, double origin) {
         return std::floor((value - origin) / scale) * scale + origin;
     };
     const auto up = [&](double value, double origin) { return std::ceil((value - origin) / scale) * scale + origin; };
-    const double left = down(extent.minX(), center.x);
-    const double bottom = down(extent.minY(), center.y);
-    return {left, bottom, up(extent.maxX(), center.x) - left, up(extent.maxY(), center.y) - bottom};
+    const double left = down(extent.minX(), centre.x);
+    const double bottom = down(extent.minY(), centre.y);
+    return {left, bottom, up(extent.maxX(), centre.x) - left, up(extent.maxY(), centre.y) - bottom};
 }
 
 }  // namespace
@@ -110,16 +110,16 @@ Picture Picture::clampedToExtent() const {
     return Picture(makeNode(ClampNode{*this}, kInfiniteRect));
 }
 
-Picture Picture::pixellated(double scale, Point center) const {
+Picture Picture::pixellated(double scale, Point centre) const {
     precondition(std::isfinite(scale) && scale > 0, "the squares of a pixellated picture have a size");
     if (isEmpty()) return {};
-    return Picture(makeNode(PixellateNode{*this, scale, center}, grownToSquares(extent(), scale, center)));
+    return Picture(makeNode(PixellateNode{*this, scale, centre}, grownToSquares(extent(), scale, centre)));
 }
 
-Picture Picture::blendedWithMask(const Picture& mask) const {
-    const Rect extent = croppedExtent(node_->extent, mask.extent());
-    if (isEmpty() || mask.isEmpty() || extent.isEmpty()) return {};
-    return Picture(makeNode(MaskNode{*this, mask}, extent));
+Picture Picture::blendedWithMatte(const Picture& matte) const {
+    const Rect extent = croppedExtent(node_->extent, matte.extent());
+    if (isEmpty() || matte.isEmpty() || extent.isEmpty()) return {};
+    return Picture(makeNode(MatteNode{*this, matte}, extent));
 }
 
 Picture Picture::faded(double alpha) const {

@@ -44,12 +44,12 @@ class Picture {
     Picture over(const Picture& background) const;
     /// The pixels at the extent's edges repeated endlessly outward.
     Picture clampedToExtent() const;
-    /// In squares of `scale` (> 0, picture pixels), one of which has a corner at `center`. Each square shows the
+    /// In squares of `scale` (> 0, picture pixels), one of which has a corner at `centre`. Each square shows the
     /// average of all the pixels it holds, weighted by how much of them it holds: unlike the pixel in a square's middle
     /// the average does not flicker when text below it scrolls, and it never shows an original pixel.
-    Picture pixellated(double scale, Point center) const;
-    /// Multiplied by the alpha of `mask`; transparent where the mask is.
-    Picture blendedWithMask(const Picture& mask) const;
+    Picture pixellated(double scale, Point centre) const;
+    /// Multiplied by the alpha of `matte`; transparent where the matte is.
+    Picture blendedWithMatte(const Picture& matte) const;
     /// All four premultiplied channels times `alpha`, which is limited to 0...1.
     Picture faded(double alpha) const;
 

@@ -42,13 +42,13 @@ struct ClampNode {
 struct PixellateNode {
     Picture input;
     double scale;
-    Point center;
+    Point centre;
     bool operator==(const PixellateNode&) const = default;
 };
-struct MaskNode {
+struct MatteNode {
     Picture input;
-    Picture mask;
-    bool operator==(const MaskNode&) const = default;
+    Picture matte;
+    bool operator==(const MatteNode&) const = default;
 };
 struct FadeNode {
     Picture input;
@@ -57,7 +57,7 @@ struct FadeNode {
 };
 
 struct PictureNode {
-    std::variant<EmptyNode, BufferNode, YuvNode, TransformNode, CropNode, OverNode, ClampNode, PixellateNode, MaskNode,
+    std::variant<EmptyNode, BufferNode, YuvNode, TransformNode, CropNode, OverNode, ClampNode, PixellateNode, MatteNode,
                  FadeNode>
         step;
     Rect extent;

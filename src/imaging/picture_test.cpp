@@ -20,8 +20,8 @@ TEST(Picture, NothingIsEmptyWhateverIsDoneWithIt) {
     EXPECT_EQ(nothing.cropped({0, 0, 5, 5}), nothing);
     EXPECT_EQ(nothing.clampedToExtent(), nothing);
     EXPECT_EQ(nothing.pixellated(3, {}), nothing);
-    EXPECT_EQ(nothing.blendedWithMask(square), nothing);
-    EXPECT_EQ(square.blendedWithMask(nothing), nothing);
+    EXPECT_EQ(nothing.blendedWithMatte(square), nothing);
+    EXPECT_EQ(square.blendedWithMatte(nothing), nothing);
     EXPECT_EQ(nothing.faded(0.5), nothing);
     EXPECT_EQ(nothing.over(square), square);
     EXPECT_EQ(square.over(nothing), square);
@@ -41,7 +41,7 @@ TEST(Picture, ExtentsFollowTheOperations) {
     EXPECT_TRUE(isInfinite(square.clampedToExtent().transformed(AffineTransform::scaling(2)).extent()));
     EXPECT_EQ(square.clampedToExtent().cropped({-3, -3, 2, 2}).extent(), (Rect{-3, -3, 2, 2}));
     EXPECT_EQ(square.pixellated(5, {1, 1}).extent(), (Rect{-4, -4, 10, 15 - 5}));
-    EXPECT_EQ(square.blendedWithMask(Picture(buffer(2, 20))).extent(), (Rect{0, 0, 2, 6}));
+    EXPECT_EQ(square.blendedWithMatte(Picture(buffer(2, 20))).extent(), (Rect{0, 0, 2, 6}));
 }
 
 TEST(Picture, EqualRecipesAreEqual) {
@@ -54,7 +54,7 @@ TEST(Picture, EqualRecipesAreEqual) {
             .cropped({left, 0, 2, 2})
             .over(source)
             .transformed(AffineTransform::scaling(scale))
-            .blendedWithMask(Picture(matte))
+            .blendedWithMatte(Picture(matte))
             .faded(alpha);
     };
     EXPECT_EQ(recipe(2, 0.5, 1), recipe(2, 0.5, 1));

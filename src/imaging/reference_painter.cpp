@@ -217,32 +217,32 @@ struct Evaluator {
     }
 
     Colour operator()(const PixellateNode& node) const {
-        const auto squares = [&](const AxisView& axis, double center) {
+        const auto squares = [&](const AxisView& axis, double centre) {
             const double low = (axis.position - axis.before - axis.translate) / axis.scale;
             const double high = (axis.position + axis.after - axis.translate) / axis.scale;
-            return std::array{static_cast<long>(std::floor((low - center) / node.scale)),
-                              static_cast<long>(std::ceil((high - center) / node.scale))};
+            return std::array{static_cast<long>(std::floor((low - centre) / node.scale)),
+                              static_cast<long>(std::ceil((high - centre) / node.scale))};
         };
-        const auto part = [&](const AxisView& axis, double center, long square) {
-            const double low = center + static_cast<double>(square) * node.scale;
+        const auto part = [&](const AxisView& axis, double centre, long square) {
+            const double low = centre + static_cast<double>(square) * node.scale;
             return axis.coverageBy(axis.toGrid(low, low + node.scale));
         };
-        const auto columns = squares(view.x, node.center.x);
-        const auto rows = squares(view.y, node.center.y);
+        const auto columns = squares(view.x, node.centre.x);
+        const auto rows = squares(view.y, node.centre.y);
         Colour sum;
         for (long row = rows[0]; row < rows[1]; ++row) {
-            const double partY = part(view.y, node.center.y, row);
+            const double partY = part(view.y, node.centre.y, row);
             if (partY == 0) continue;
             for (long column = columns[0]; column < columns[1]; ++column) {
-                const double partX = part(view.x, node.center.x, column);
+                const double partX = part(view.x, node.centre.x, column);
                 if (partX > 0) sum = sum + average(node, column, row) * (partX * partY);
             }
         }
         return sum;
     }
 
-    Colour operator()(const MaskNode& node) const {
-        return evaluate(node.input, view) * (evaluate(node.mask, view).alpha / 255);
+    Colour operator()(const MatteNode& node) const {
+        return evaluate(node.input, view) * (evaluate(node.matte, view).alpha / 255);
     }
 
     Colour operator()(const FadeNode& node) const { return evaluate(node.input, view) * node.alpha; }
@@ -250,8 +250,8 @@ struct Evaluator {
     // The mean of the input's own pixels in one square, each as it can be shown: noise beyond black and white does not
     // count.
     static Colour average(const PixellateNode& node, long squareColumn, long squareRow) {
-        const double left = node.center.x + static_cast<double>(squareColumn) * node.scale;
-        const double bottom = node.center.y + static_cast<double>(squareRow) * node.scale;
+        const double left = node.centre.x + static_cast<double>(squareColumn) * node.scale;
+        const double bottom = node.centre.y + static_cast<double>(squareRow) * node.scale;
         Colour sum;
         for (double y = std::floor(bottom); y < bottom + node.scale; ++y) {
             const double partY = sharedLength(y, y + 1, bottom, bottom + node.scale);

@@ -86,16 +86,16 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
     for (int y = tile.top; y < tile.bottom; ++y) {
         const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
         shows = shows || (runs.hullBegin < tile.right && runs.hullEnd > tile.left && runs.hullBegin < runs.hullEnd);
-        for (const auto& mask : item.masks) {
-            for (const PlanItem& layer : mask) {
-                const RowRuns& maskRuns = layer.runs[static_cast<std::size_t>(y)];
-                isPlain = isPlain && mask.size() == 1 && maskRuns.opaqueBegin <= tile.left &&
-                          maskRuns.opaqueEnd >= tile.right;
+        for (const auto& matte : item.mattes) {
+            for (const PlanItem& layer : matte) {
+                const RowRuns& matteRuns = layer.runs[static_cast<std::size_t>(y)];
+                isPlain = isPlain && matte.size() == 1 && matteRuns.opaqueBegin <= tile.left &&
+                          matteRuns.opaqueEnd >= tile.right;
             }
         }
     }
     if (!shows) return;
-    // Where the masks let everything through, the stack's items can be painted like all others.
+    // Where the mattes let everything through, the stack's items can be painted like all others.
     if (isPlain) return paintItems(item.children, tile, level, canvas, true);
     Depth& own = depth(level);
     prepareCanvas(own.canvas, canvas.channels, true, tile);
@@ -109,7 +109,7 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
         const int at = part.begin - tile.left;
         std::int16_t* factors = own.rows[0].data();
         std::fill(factors, factors + count, static_cast<std::int16_t>(item.fade));
-        maskLevels(item, y, part, level + 1, factors);
+        matteLevels(item, y, part, level + 1, factors);
         std::int16_t* alpha = own.canvas.alphaRow(row) + at;
         for (int channel = 0; channel <= canvas.channels; ++channel) {
             multiplyLevels(own.canvas.row(channel, row) + at, factors, count);
@@ -239,12 +239,12 @@ int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_
     return 2;
 }
 
-// factors *= the masks' alpha.
-void TilePainter::maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level,
-                             std::int16_t* factors) {
+// factors *= the mattes' alpha.
+void TilePainter::matteLevels(const PlanItem& item, int row, const Part& columns, std::size_t level,
+                              std::int16_t* factors) {
     const int count = columns.end - columns.begin;
-    for (const auto& mask : item.masks) {
-        // One row of the mask as a stack of its own; masks are alpha alone, so one channel of colour is too many
+    for (const auto& matte : item.mattes) {
+        // One row of the matte as a stack of its own; mattes are alpha alone, so one channel of colour is too many
         // already.
         Depth& own = depth(level);
         const Tile strip{columns.begin, columns.end, row, row + 1};
@@ -253,116 +253,145 @@ void TilePainter::maskLevels(const PlanItem& item, int row, const Part& columns,
                       : plan_->channels == GridChannels::luma ? 1
                                                               : 2,
                       true, strip);
-        paintItems(mask, strip, level + 1, own.canvas, false);
+        paintItems(matte, strip, level + 1, own.canvas, false);
         multiplyLevels(factors, own.canvas.alphaRow(0), count);
     }
 }
 
-void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas, bool mayHide) {
-    // What of the tile has to be painted, and what of that needs alpha.
-    Part columns{std::numeric_limits<int>::max(), 0};
-    Part rows{std::numeric_limits<int>::max(), 0};
-    Part parts[kTileHeight][2];
-    int partCounts[kTileHeight] = {};
+TilePainter::LayerParts TilePainter::partsToPaint(const PlanItem& item, const Tile& tile, bool mayHide) {
+    LayerParts layer;
+    layer.columns = layer.rows = {std::numeric_limits<int>::max(), 0};
     for (int y = tile.top; y < tile.bottom; ++y) {
         const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
         const Part span{std::max(runs.hullBegin, tile.left), std::min(runs.hullEnd, tile.right)};
         if (span.begin >= span.end) continue;
-        Part* own = parts[y - tile.top];
+        const auto row = static_cast<std::size_t>(y - tile.top);
+        Part* parts = layer.parts[row].data();
         const AxisSpan hidden = mayHide ? item.hidden[static_cast<std::size_t>(y)] : AxisSpan{};
-        const int count = visibleParts(span, hidden, own);
-        partCounts[y - tile.top] = count;
+        const int count = visibleParts(span, hidden, parts);
+        layer.counts[row] = count;
         if (count == 0) continue;
-        columns = {std::min(columns.begin, own[0].begin), std::max(columns.end, own[count - 1].end)};
-        rows = {std::min(rows.begin, y), y + 1};
+        layer.columns = {std::min(layer.columns.begin, parts[0].begin),
+                         std::max(layer.columns.end, parts[count - 1].end)};
+        layer.rows = {std::min(layer.rows.begin, y), y + 1};
     }
-    if (columns.begin >= columns.end) return;
+    return layer;
+}
 
-    Depth& own = depth(level);
+void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas, bool mayHide) {
+    const LayerParts parts = partsToPaint(item, tile, mayHide);
+    if (parts.columns.begin >= parts.columns.end) return;
+
     const bool sameEncoding = item.isYuv && item.encoding == encoding_ && plan_->channels != GridChannels::bgra;
-    const bool isDirect = sameEncoding || item.isConverted;
-    std::size_t firstColour = 0;
-    std::size_t colourCount = item.colours.size();
-    if (sameEncoding && plan_->channels == GridChannels::luma) colourCount = 1;
-    if (sameEncoding && plan_->channels == GridChannels::colourDifferences) firstColour = 1;
-    for (std::size_t i = firstColour; i < colourCount; ++i) {
-        filterPlane(own.planes[i], item.colours[i], item, columns, rows);
+    Layer layer{item, tile, level, canvas, depth(level)};
+    layer.isDirect = sameEncoding || item.isConverted;
+    layer.colourEnd = item.colours.size();
+    if (sameEncoding && plan_->channels == GridChannels::luma) layer.colourEnd = 1;
+    if (sameEncoding && plan_->channels == GridChannels::colourDifferences) layer.firstColour = 1;
+    for (std::size_t i = layer.firstColour; i < layer.colourEnd; ++i) {
+        filterPlane(layer.own.planes[i], item.colours[i], item, parts.columns, parts.rows);
     }
-    if (item.alpha) filterPlane(own.planes[3], *item.alpha, item, columns, rows);
+    if (item.alpha) filterPlane(layer.own.planes[3], *item.alpha, item, parts.columns, parts.rows);
 
-    const auto paintPart = [&](int y, const Part& part, bool isOpaque) {
-        const int count = part.end - part.begin;
-        if (count <= 0) return;
-        const int row = y - tile.top;
-        const int at = part.begin - tile.left;
-        std::int16_t* colours[3] = {nullptr, nullptr, nullptr};
-        std::array<std::int16_t, Canvas::kStride> alpha;
-        // Opaque rows that end with the tile, or with a whole vector, are made where they belong.
-        const bool inPlace = isDirect && isOpaque && colourCount > 0 && (part.end == tile.right || count % 16 == 0);
-        if (inPlace) {
-            for (std::size_t i = firstColour; i < colourCount; ++i) {
-                levelsOf(own.planes[i], y, part, canvas.row(static_cast<int>(i - firstColour), row) + at);
-            }
-            if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
-            return;
-        }
-        if (item.alpha && !isOpaque) {
-            levelsOf(own.planes[3], y, part, alpha.data());
-        } else if (!isOpaque || !isDirect) {
-            std::fill(alpha.begin(), alpha.begin() + count, std::int16_t{kFullLevel});
-        }
-        for (std::size_t i = firstColour; i < colourCount; ++i) levelsOf(own.planes[i], y, part, own.rows[i].data());
-        if (isDirect && colourCount > 0) {
-            for (std::size_t i = firstColour; i < colourCount; ++i) colours[i - firstColour] = own.rows[i].data();
-        } else if (colourCount > 0) {
-            if (!item.isYuv) {
-                limitPremultiplied(own.rows[0].data(), own.rows[1].data(), own.rows[2].data(), alpha.data(), count);
-            }
-            convert(item, own, count, colours);
+    for (int y = parts.rows.begin; y < parts.rows.end; ++y) {
+        const auto row = static_cast<std::size_t>(y - tile.top);
+        for (int i = 0; i < parts.counts[row]; ++i) paintPart(layer, y, parts.parts[row][static_cast<std::size_t>(i)]);
+    }
+}
+
+void TilePainter::paintPart(const Layer& layer, int y, const Part& part) {
+    const RowRuns& runs = layer.item.runs[static_cast<std::size_t>(y)];
+    const Part opaque{std::clamp(runs.opaqueBegin, part.begin, part.end),
+                      std::clamp(runs.opaqueEnd, part.begin, part.end)};
+    if (opaque.begin >= opaque.end) return blendPart(layer, y, part);
+    if (part.begin < opaque.begin) blendPart(layer, y, {part.begin, opaque.begin});
+    // Rows that end with the tile, or with a whole vector, are made where they belong.
+    const bool inPlace = layer.isDirect && layer.hasColours() &&
+                         (opaque.end == layer.tile.right || (opaque.end - opaque.begin) % 16 == 0);
+    if (inPlace) {
+        makeInPlace(layer, y, opaque);
+    } else {
+        coverPart(layer, y, opaque);
+    }
+    if (opaque.end < part.end) blendPart(layer, y, {opaque.end, part.end});
+}
+
+void TilePainter::makeInPlace(const Layer& layer, int y, const Part& part) {
+    Canvas& canvas = layer.canvas;
+    const int row = y - layer.tile.top;
+    const int at = part.begin - layer.tile.left;
+    for (std::size_t i = layer.firstColour; i < layer.colourEnd; ++i) {
+        levelsOf(layer.own.planes[i], y, part, canvas.row(static_cast<int>(i - layer.firstColour), row) + at);
+    }
+    if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, part.end - part.begin, std::int16_t{kFullLevel});
+}
+
+void TilePainter::coverPart(const Layer& layer, int y, const Part& part) {
+    Canvas& canvas = layer.canvas;
+    const int count = part.end - part.begin;
+    const int row = y - layer.tile.top;
+    const int at = part.begin - layer.tile.left;
+    std::array<std::int16_t, Canvas::kStride> alpha;
+    std::fill_n(alpha.begin(), count, std::int16_t{kFullLevel});
+    std::int16_t* colours[3] = {nullptr, nullptr, nullptr};
+    coloursOf(layer, y, part, alpha.data(), colours);
+    for (int channel = 0; channel < canvas.channels; ++channel) {
+        if (colours[channel] != nullptr) {
+            copyLevels(canvas.row(channel, row) + at, colours[channel], count);
         } else {
-            limitPremultiplied(own.rows[0].data(), own.rows[1].data(), own.rows[2].data(), alpha.data(), count);
-        }
-        if (isOpaque) {
-            for (int channel = 0; channel < canvas.channels; ++channel) {
-                if (colours[channel] != nullptr) {
-                    copyLevels(canvas.row(channel, row) + at, colours[channel], count);
-                } else {
-                    std::fill_n(canvas.row(channel, row) + at, count, std::int16_t{0});
-                }
-            }
-            if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
-            return;
-        }
-        // Coverage, fade and masks in one row of factors.
-        std::array<std::int16_t, Canvas::kStride> factors;
-        const std::int16_t* coverage = item.across.levels.data() + (part.begin - item.across.span.begin);
-        std::copy(coverage, coverage + count, factors.begin());
-        const int down = item.down.levels[static_cast<std::size_t>(y - item.down.span.begin)];
-        const int scale = static_cast<int>(std::lround(static_cast<double>(down) * item.fade / kFullLevel));
-        if (scale < kFullLevel) scaleLevels(factors.data(), scale, count);
-        maskLevels(item, y, part, level + 1, factors.data());
-        multiplyLevels(alpha.data(), factors.data(), count);
-        for (int channel = 0; channel < canvas.channels; ++channel) {
-            if (colours[channel] != nullptr) multiplyLevels(colours[channel], factors.data(), count);
-            blendLevels(canvas.row(channel, row) + at, colours[channel], alpha.data(), count);
-        }
-        if (canvas.hasAlpha) blendLevels(canvas.alphaRow(row) + at, alpha.data(), alpha.data(), count);
-    };
-    for (int y = rows.begin; y < rows.end; ++y) {
-        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
-        for (int i = 0; i < partCounts[y - tile.top]; ++i) {
-            const Part part = parts[y - tile.top][i];
-            const Part opaque{std::clamp(runs.opaqueBegin, part.begin, part.end),
-                              std::clamp(runs.opaqueEnd, part.begin, part.end)};
-            if (opaque.begin >= opaque.end) {
-                paintPart(y, part, false);
-                continue;
-            }
-            paintPart(y, {part.begin, opaque.begin}, false);
-            paintPart(y, opaque, true);
-            paintPart(y, {opaque.end, part.end}, false);
+            std::fill_n(canvas.row(channel, row) + at, count, std::int16_t{0});
         }
     }
+    if (canvas.hasAlpha) std::fill_n(canvas.alphaRow(row) + at, count, std::int16_t{kFullLevel});
+}
+
+void TilePainter::blendPart(const Layer& layer, int y, const Part& part) {
+    Canvas& canvas = layer.canvas;
+    const int count = part.end - part.begin;
+    const int row = y - layer.tile.top;
+    const int at = part.begin - layer.tile.left;
+    std::array<std::int16_t, Canvas::kStride> alpha;
+    if (layer.item.alpha) {
+        levelsOf(layer.own.planes[3], y, part, alpha.data());
+    } else {
+        std::fill_n(alpha.begin(), count, std::int16_t{kFullLevel});
+    }
+    std::int16_t* colours[3] = {nullptr, nullptr, nullptr};
+    coloursOf(layer, y, part, alpha.data(), colours);
+    std::array<std::int16_t, Canvas::kStride> factors;
+    factorLevels(layer, y, part, factors.data());
+    multiplyLevels(alpha.data(), factors.data(), count);
+    for (int channel = 0; channel < canvas.channels; ++channel) {
+        if (colours[channel] != nullptr) multiplyLevels(colours[channel], factors.data(), count);
+        blendLevels(canvas.row(channel, row) + at, colours[channel], alpha.data(), count);
+    }
+    if (canvas.hasAlpha) blendLevels(canvas.alphaRow(row) + at, alpha.data(), alpha.data(), count);
+}
+
+void TilePainter::coloursOf(const Layer& layer, int y, const Part& part, std::int16_t* alpha, std::int16_t** colours) {
+    auto& rows = layer.own.rows;
+    const int count = part.end - part.begin;
+    for (std::size_t i = layer.firstColour; i < layer.colourEnd; ++i) {
+        levelsOf(layer.own.planes[i], y, part, rows[i].data());
+    }
+    if (layer.isDirect && layer.hasColours()) {
+        for (std::size_t i = layer.firstColour; i < layer.colourEnd; ++i)
+            colours[i - layer.firstColour] = rows[i].data();
+        return;
+    }
+    if (!layer.item.isYuv) limitPremultiplied(rows[0].data(), rows[1].data(), rows[2].data(), alpha, count);
+    if (layer.hasColours()) convert(layer.item, layer.own, count, colours);
+}
+
+void TilePainter::factorLevels(const Layer& layer, int y, const Part& part, std::int16_t* factors) {
+    const PlanItem& item = layer.item;
+    const int count = part.end - part.begin;
+    const std::int16_t* coverage = item.across.levels.data() + (part.begin - item.across.span.begin);
+    std::copy(coverage, coverage + count, factors);
+    const int down = item.down.levels[static_cast<std::size_t>(y - item.down.span.begin)];
+    const int scale = static_cast<int>(std::lround(static_cast<double>(down) * item.fade / kFullLevel));
+    if (scale < kFullLevel) scaleLevels(factors, scale, count);
+    matteLevels(item, y, part, layer.level + 1, factors);
 }
 
 }  // namespace lumivastor

@@ -54,12 +54,30 @@ class TilePainter {
         int begin = 0;
         int end = 0;
     };
-    // Buffers of one level of nesting: a masked stack inside of a stack needs its own.
+    // Buffers of one level of nesting: a stack with a matte inside of a stack needs its own.
     struct Depth {
         Canvas canvas;
         std::array<FilteredPlane, 4> planes;
-        std::vector<FilteredPlane> masks;
         std::array<std::array<std::int16_t, Canvas::kStride>, 6> rows;
+    };
+
+    // What a layer has to paint of a tile: in each row up to two parts, beside what hides it.
+    struct LayerParts {
+        Part columns, rows;  // round all parts
+        std::array<std::array<Part, 2>, kTileHeight> parts;
+        std::array<int, kTileHeight> counts{};
+    };
+    // A layer while a tile of it is painted.
+    struct Layer {
+        const PlanItem& item;
+        const Tile& tile;
+        std::size_t level;
+        Canvas& canvas;
+        Depth& own;
+        bool isDirect = false;  // its planes are the canvas's channels
+        std::size_t firstColour = 0, colourEnd = 0;
+
+        bool hasColours() const { return colourEnd > 0; }
     };
 
     Depth& depth(std::size_t number);
@@ -67,12 +85,23 @@ class TilePainter {
     void paintItems(const std::vector<PlanItem>& items, const Tile& tile, std::size_t level, Canvas& canvas,
                     bool mayHide);
     void paintLayer(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas, bool mayHide);
+    static LayerParts partsToPaint(const PlanItem& item, const Tile& tile, bool mayHide);
+    // Each paints a part of row `y`: any, an opaque one where it belongs, an opaque one, one that lets through.
+    void paintPart(const Layer& layer, int y, const Part& part);
+    void makeInPlace(const Layer& layer, int y, const Part& part);
+    void coverPart(const Layer& layer, int y, const Part& part);
+    void blendPart(const Layer& layer, int y, const Part& part);
+    // The part's colours in the canvas's channels; those that are 0 stay null. Without colours, `alpha` is limited all
+    // the same.
+    void coloursOf(const Layer& layer, int y, const Part& part, std::int16_t* alpha, std::int16_t** colours);
+    // Coverage, fade and mattes in one row of factors.
+    void factorLevels(const Layer& layer, int y, const Part& part, std::int16_t* factors);
     void paintStack(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas);
     void filterPlane(FilteredPlane& to, const PlanPlane& plane, const PlanItem& item, const Part& columns,
                      const Part& rows);
     void levelsOf(const FilteredPlane& filtered, int row, const Part& columns, std::int16_t* levels);
     int convert(const PlanItem& item, Depth& at, int count, std::int16_t** colours);
-    void maskLevels(const PlanItem& item, int row, const Part& columns, std::size_t level, std::int16_t* factors);
+    void matteLevels(const PlanItem& item, int row, const Part& columns, std::size_t level, std::int16_t* factors);
 
     const PaintPlan* plan_ = nullptr;
     YuvEncoding encoding_;

@@ -21,6 +21,7 @@
 #include "media/asset.h"
 #include "media/asset_reader.h"
 #include "media/asset_writer.h"
+#include "render/export_plan.h"
 
 namespace lumivastor::CursorRenderer {
 
@@ -145,7 +146,7 @@ struct PicturePump {
         if (!picture) return true;  // short of memory for now: this one is left out
         const double t = sample.presentationTime.seconds();
         placePicture(sample.bgra(), *picture);
-        if (const auto overlay = overlayAt(recording, assets, t)) paintOverlay(*overlay, *picture);
+        if (const auto marks = marksAt(recording, assets, t)) paintMarks(*marks, *picture);
         if (!input.append(std::shared_ptr<const BgraPremultipliedBuffer>(picture), sample.presentationTime)) {
             return false;
         }
@@ -284,8 +285,7 @@ VideoSettings videoSettings(const CaptureInfo& info, std::int32_t timescale) {
     VideoSettings settings;
     settings.width = static_cast<int>(info.pixelWidth);
     settings.height = static_cast<int>(info.pixelHeight);
-    settings.averageBitRate =
-        static_cast<std::int64_t>(static_cast<double>(info.pixelWidth * info.pixelHeight * fps) * 0.1);
+    settings.averageBitRate = exportBitRate({settings.width, settings.height}, fps);
     settings.maxKeyFrameInterval = static_cast<int>(fps * 2);
     settings.frameRate = static_cast<int>(fps);
     settings.timescale = timescale;

@@ -11,7 +11,7 @@
 #include "media/encoders.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
-#include "render/check_overlay.h"
+#include "render/check_video_marks.h"
 
 // The check video: the raw recording with everything the pointer track says drawn into it, so that one look shows
 // whether pointer, cursor shapes and clicks line up with the picture. Size and picture times are the recording's own;

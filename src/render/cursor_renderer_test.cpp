@@ -198,7 +198,7 @@ TEST_F(CheckVideo, ShowsEveryMarkInItsPlace) {
         for (int y = 0; y < kHeight; ++y) {
             for (int x = 0; x < kWidth; ++x) std::memcpy(expected.pixel(x, y), "mmm\xff", 4);  // 'm' is 109
         }
-        paintOverlay(*overlayAt(recording, assets, t), expected);
+        paintMarks(*marksAt(recording, assets, t), expected);
         EXPECT_LT(difference(*shown[i].picture, expected), 1.5) << i;
 
         // The cursor, upright, its hot spot at (160, 130).

@@ -1,4 +1,4 @@
-#include "render/check_overlay.h"
+#include "render/check_video_marks.h"
 
 #include <gtest/gtest.h>
 
@@ -122,61 +122,61 @@ TEST(CheckIndicator, IsLitForAMomentAfterEachPress) {
     EXPECT_FALSE(indicatorIsLitAt({}, 1));
 }
 
-TEST(CheckOverlay, IsEmptyWithoutEvents) {
+TEST(CheckVideoMarks, IsEmptyWithoutEvents) {
     PointerTrack track;
     track.cursorChanges = {{0, "arrow"}};
-    EXPECT_FALSE(overlayAt(recordingOf(track), {{"arrow", assetOf("arrow", 1, 1, 8, 8)}}, 1));
+    EXPECT_FALSE(marksAt(recordingOf(track), {{"arrow", assetOf("arrow", 1, 1, 8, 8)}}, 1));
 }
 
-TEST(CheckOverlay, PutsTheShapeWithItsHotSpotOnThePointer) {
+TEST(CheckVideoMarks, PutsTheShapeWithItsHotSpotOnThePointer) {
     PointerTrack track;
     track.events = {event(0, 100, 50)};
     track.cursorChanges = {{1, "arrow"}, {2, "hand"}, {3, "unknown"}, {4, "arrow"}};
     const Assets assets = {{"arrow", assetOf("arrow", 2, 3, 16, 24)}, {"hand", assetOf("hand", 5, 1, 20, 20)}};
     const Recording recording = recordingOf(track, 2);
     const auto shapeAt = [&](double t) {
-        const auto overlay = overlayAt(recording, assets, t);
-        return overlay->cursor == nullptr ? std::string() : overlay->cursor->info.id;
+        const auto marks = marksAt(recording, assets, t);
+        return marks->cursor == nullptr ? std::string() : marks->cursor->info.id;
     };
     EXPECT_EQ(shapeAt(0), "arrow");  // before the first change: that one's
     EXPECT_EQ(shapeAt(1.999), "arrow");
     EXPECT_EQ(shapeAt(2), "hand");
     EXPECT_EQ(shapeAt(3.5), "");
     EXPECT_EQ(shapeAt(9), "arrow");
-    EXPECT_EQ(overlayAt(recording, assets, 0)->cursorRect, (Rect{96, 44, 32, 48}));
-    EXPECT_EQ(overlayAt(recording, assets, 2)->cursorRect, (Rect{90, 48, 40, 40}));
-    EXPECT_EQ(overlayAt(recording, assets, 3.5)->dotRadius, 16);
-    EXPECT_EQ(overlayAt(recording, assets, 3.5)->pointer, (Point{100, 50}));
+    EXPECT_EQ(marksAt(recording, assets, 0)->cursorRect, (Rect{96, 44, 32, 48}));
+    EXPECT_EQ(marksAt(recording, assets, 2)->cursorRect, (Rect{90, 48, 40, 40}));
+    EXPECT_EQ(marksAt(recording, assets, 3.5)->dotRadius, 16);
+    EXPECT_EQ(marksAt(recording, assets, 3.5)->pointer, (Point{100, 50}));
 }
 
-TEST(CheckOverlay, ShowsTheDotWithoutChanges) {
+TEST(CheckVideoMarks, ShowsTheDotWithoutChanges) {
     PointerTrack track;
     track.events = {event(0, 100, 50)};
-    EXPECT_EQ(overlayAt(recordingOf(track), {{"", assetOf("", 0, 0, 8, 8)}}, 0)->cursor, nullptr);
+    EXPECT_EQ(marksAt(recordingOf(track), {{"", assetOf("", 0, 0, 8, 8)}}, 0)->cursor, nullptr);
 }
 
-TEST(CheckOverlay, SquareAndLabelKeepTheirPlaceInPoints) {
+TEST(CheckVideoMarks, SquareAndLabelKeepTheirPlaceInPoints) {
     PointerTrack track;
     track.events = {press(0.5, 100, 50)};
-    const auto overlay = overlayAt(recordingOf(track, 2), {}, 0.5);
-    ASSERT_TRUE(overlay);
-    EXPECT_EQ(overlay->indicator, (Rect{24, 24, 52, 52}));
-    EXPECT_TRUE(overlay->indicatorIsLit);
-    EXPECT_EQ(overlay->labelBaseline, (Point{96, 68}));
-    EXPECT_EQ(overlay->labelSize, 44);
-    EXPECT_EQ(overlay->label, "0.500 s");
-    EXPECT_EQ(overlay->rings.size(), 1u);
-    EXPECT_EQ(overlayAt(recordingOf(track), {}, 3671.23456)->label, "3671.235 s");
+    const auto marks = marksAt(recordingOf(track, 2), {}, 0.5);
+    ASSERT_TRUE(marks);
+    EXPECT_EQ(marks->indicator, (Rect{24, 24, 52, 52}));
+    EXPECT_TRUE(marks->indicatorIsLit);
+    EXPECT_EQ(marks->labelBaseline, (Point{96, 68}));
+    EXPECT_EQ(marks->labelSize, 44);
+    EXPECT_EQ(marks->label, "0.500 s");
+    EXPECT_EQ(marks->rings.size(), 1u);
+    EXPECT_EQ(marksAt(recordingOf(track), {}, 3671.23456)->label, "3671.235 s");
 }
 
-TEST(CheckOverlay, IsPaintedInItsColours) {
+TEST(CheckVideoMarks, IsPaintedInItsColours) {
     auto picture = filled(200, 150, 128);
-    Overlay overlay;
-    overlay.rings = {{{150, 80}, 30, 6, 0.5}};
-    overlay.pointer = {60, 100};
-    overlay.dotRadius = 8;
-    overlay.indicator = {12, 12, 26, 26};
-    paintOverlay(overlay, picture);
+    Marks marks;
+    marks.rings = {{{150, 80}, 30, 6, 0.5}};
+    marks.pointer = {60, 100};
+    marks.dotRadius = 8;
+    marks.indicator = {12, 12, 26, 26};
+    paintMarks(marks, picture);
     const auto near = [&](int x, int y, int blue, int green, int red) {
         const std::uint8_t* const pixel = picture.pixel(x, y);
         return std::abs(pixel[0] - blue) <= 1 && std::abs(pixel[1] - green) <= 1 && std::abs(pixel[2] - red) <= 1;
@@ -185,8 +185,8 @@ TEST(CheckOverlay, IsPaintedInItsColours) {
     EXPECT_TRUE(near(150, 80, 128, 128, 128));  // the ring's middle
     EXPECT_TRUE(near(60, 100, 249, 249, 249));
     EXPECT_TRUE(near(20, 20, 58, 79, 79));
-    overlay.indicatorIsLit = true;
-    paintOverlay(overlay, picture);
+    marks.indicatorIsLit = true;
+    paintMarks(marks, picture);
     EXPECT_TRUE(near(20, 20, 0, 89, 255));
 }
 

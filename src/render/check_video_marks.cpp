@@ -1,4 +1,4 @@
-#include "render/check_overlay.h"
+#include "render/check_video_marks.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -78,44 +78,44 @@ bool indicatorIsLitAt(const std::vector<PointerSample>& presses, double t) {
     return !recentPresses(presses, t, kIndicatorSeconds).empty();
 }
 
-std::optional<Overlay> overlayAt(const Recording& recording, const Assets& assets, double t) {
+std::optional<Marks> marksAt(const Recording& recording, const Assets& assets, double t) {
     const std::optional<Point> pointer = pointerAt(recording.track.events, t);
     if (!pointer) return std::nullopt;
     const double scale = recording.info.pointPixelScale;
 
-    Overlay overlay;
-    overlay.rings = ringsAt(recording.presses, scale, t);
-    overlay.pointer = *pointer;
-    overlay.dotRadius = scale * kDotRadius;
+    Marks marks;
+    marks.rings = ringsAt(recording.presses, scale, t);
+    marks.pointer = *pointer;
+    marks.dotRadius = scale * kDotRadius;
     const std::string* const shape = cursorShapeAt(recording.track.cursorChanges, t);
     const auto asset = shape != nullptr ? assets.find(*shape) : assets.end();
     if (asset != assets.end()) {
         const CursorImage& info = asset->second.info;
-        overlay.cursor = &asset->second;
-        overlay.cursorRect = {pointer->x - scale * info.hotspotX, pointer->y - scale * info.hotspotY,
-                              scale * info.width, scale * info.height};
+        marks.cursor = &asset->second;
+        marks.cursorRect = {pointer->x - scale * info.hotspotX, pointer->y - scale * info.hotspotY, scale * info.width,
+                            scale * info.height};
     }
-    overlay.indicator = {kIndicatorPlace * scale, kIndicatorPlace * scale, kIndicatorEdge * scale,
-                         kIndicatorEdge * scale};
-    overlay.indicatorIsLit = indicatorIsLitAt(recording.presses, t);
-    overlay.label = formatted("%.3f s", t);
-    overlay.labelBaseline = {kLabelBaseline.x * scale, kLabelBaseline.y * scale};
-    overlay.labelSize = kLabelSize * scale;
-    return overlay;
+    marks.indicator = {kIndicatorPlace * scale, kIndicatorPlace * scale, kIndicatorEdge * scale,
+                       kIndicatorEdge * scale};
+    marks.indicatorIsLit = indicatorIsLitAt(recording.presses, t);
+    marks.label = formatted("%.3f s", t);
+    marks.labelBaseline = {kLabelBaseline.x * scale, kLabelBaseline.y * scale};
+    marks.labelSize = kLabelSize * scale;
+    return marks;
 }
 
-void paintOverlay(const Overlay& overlay, BgraPremultipliedBuffer& picture) {
+void paintMarks(const Marks& marks, BgraPremultipliedBuffer& picture) {
     BitmapCanvas canvas(picture);
-    for (const Ring& ring : overlay.rings) {
+    for (const Ring& ring : marks.rings) {
         canvas.strokeCircle(ring.centre, ring.radius, ring.lineWidth, faded(kRingColour, ring.alpha));
     }
-    if (overlay.cursor != nullptr) {
-        canvas.drawPicture(*overlay.cursor->image, overlay.cursorRect);
+    if (marks.cursor != nullptr) {
+        canvas.drawPicture(*marks.cursor->image, marks.cursorRect);
     } else {
-        canvas.fillCircle(overlay.pointer, overlay.dotRadius, kDotColour);
+        canvas.fillCircle(marks.pointer, marks.dotRadius, kDotColour);
     }
-    canvas.fillRect(overlay.indicator, overlay.indicatorIsLit ? kLitColour : kUnlitColour);
-    canvas.drawText(overlay.label, overlay.labelBaseline, kLabelFamilies, overlay.labelSize, kLabelColour);
+    canvas.fillRect(marks.indicator, marks.indicatorIsLit ? kLitColour : kUnlitColour);
+    canvas.drawText(marks.label, marks.labelBaseline, kLabelFamilies, marks.labelSize, kLabelColour);
 }
 
 void placePicture(const BgraPremultipliedBuffer& source, BgraPremultipliedBuffer& target) {

@@ -35,7 +35,7 @@ struct Ring {
 };
 
 /// The marks of one picture, in the order in which they are drawn.
-struct Overlay {
+struct Marks {
     std::vector<Ring> rings;
     Point pointer;
     /// The cursor shape to draw; null for the dot that stands for a shape without a picture. Belongs to the assets.
@@ -64,10 +64,10 @@ std::vector<Ring> ringsAt(const std::vector<PointerSample>& presses, double scal
 bool indicatorIsLitAt(const std::vector<PointerSample>& presses, double t);
 
 /// The marks at `t`; none for a recording without pointer events.
-std::optional<Overlay> overlayAt(const Recording& recording, const Assets& assets, double t);
+std::optional<Marks> marksAt(const Recording& recording, const Assets& assets, double t);
 
 /// Draws the marks over a picture of the recording's size.
-void paintOverlay(const Overlay& overlay, BgraPremultipliedBuffer& picture);
+void paintMarks(const Marks& marks, BgraPremultipliedBuffer& picture);
 
 /// Shows `source` in all of `target`: at its own size from the bottom-left corner on, cut off where it is larger, and
 /// opaque black where it does not reach. A recording's pictures have the size that its document says, and are just
