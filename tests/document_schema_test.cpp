@@ -97,7 +97,7 @@ CaptureInfo someCapture() {
     return info;
 }
 
-TEST_F(DocumentSchema, describesEveryCaptureDocument) {
+TEST_F(DocumentSchema, DescribesEveryCaptureDocument) {
     CaptureInfo info = someCapture();
     save(info);
     for (const char* kind : {"display", "region", "window", "device"}) {
@@ -129,7 +129,7 @@ PointerTrack someTrack() {
     return track;
 }
 
-TEST_F(DocumentSchema, describesEveryPointerTrack) {
+TEST_F(DocumentSchema, DescribesEveryPointerTrack) {
     save(PointerTrack());
     PointerTrack track = someTrack();
     save(track);
@@ -140,7 +140,7 @@ TEST_F(DocumentSchema, describesEveryPointerTrack) {
     expectWrittenAsDescribed("pointer");
 }
 
-TEST_F(DocumentSchema, describesEveryProjectDocument) {
+TEST_F(DocumentSchema, DescribesEveryProjectDocument) {
     ProjectSettings settings;
     save(settings);
     for (const Tempo tempo : kAllTempos) {
@@ -160,7 +160,7 @@ TEST_F(DocumentSchema, describesEveryProjectDocument) {
     expectWrittenAsDescribed("project", files_.front());
 }
 
-TEST_F(DocumentSchema, refusesWhatTheProgramRefusesOfCaptureDocuments) {
+TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
     const TemporaryFolder folder;
     CaptureInfo info = someCapture();
     info.sourceKind = "display";
@@ -189,7 +189,7 @@ TEST_F(DocumentSchema, refusesWhatTheProgramRefusesOfCaptureDocuments) {
     expectRefused("capture", broken, [](const FileBytes& bytes) { CaptureInfo::parse(bytes); });
 }
 
-TEST_F(DocumentSchema, refusesWhatTheProgramRefusesOfPointerTracks) {
+TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfPointerTracks) {
     const TemporaryFolder folder;
     PointerTrack track = someTrack();
     track.windowFrames = {{0, 1, 2, 3, 4}};
@@ -212,7 +212,7 @@ TEST_F(DocumentSchema, refusesWhatTheProgramRefusesOfPointerTracks) {
     expectRefused("pointer", broken, [](const FileBytes& bytes) { PointerTrack::parse(bytes); });
 }
 
-TEST_F(DocumentSchema, refusesWhatTheProgramRefusesOfProjectDocuments) {
+TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfProjectDocuments) {
     expectRefused("project",
                   {
                       "[]",
@@ -244,7 +244,7 @@ void expectFieldsNamed() {
     }
 }
 
-TEST(FormatsPage, namesEveryField) {
+TEST(FormatsPage, NamesEveryField) {
     expectFieldsNamed<CaptureInfo>();
     expectFieldsNamed<PointerTrack>();
     expectFieldsNamed<PointerSample>();
@@ -258,7 +258,7 @@ TEST(FormatsPage, namesEveryField) {
     expectFieldsNamed<MaskRect>();
 }
 
-TEST_F(DocumentSchema, takesTheExamplesOfTheFormatsPage) {
+TEST_F(DocumentSchema, TakesTheExamplesOfTheFormatsPage) {
     const std::string fence = "```json\n";
     std::vector<std::string> examples;
     for (auto at = formatsPage().find(fence); at != std::string::npos; at = formatsPage().find(fence, at)) {

@@ -24,7 +24,7 @@ class Example : public testing::Test {
     TemporaryFolder folder_;
 };
 
-TEST_F(Example, printsTheZoomsOfARecording) {
+TEST_F(Example, PrintsTheZoomsOfARecording) {
     const Outcome proposed = runProgram({LUMI_PRINT_ZOOMS, folder_.path().string()});
     EXPECT_EQ(proposed.status, 0) << proposed.err;
     EXPECT_EQ(proposed.out,
@@ -37,7 +37,7 @@ TEST_F(Example, printsTheZoomsOfARecording) {
     EXPECT_EQ(runProgram({LUMI_PRINT_ZOOMS, folder_.path().string()}).out, "0 zooms, made by hand\n");
 }
 
-TEST_F(Example, saysWhatIsWrongWithAFolder) {
+TEST_F(Example, SaysWhatIsWrongWithAFolder) {
     const Outcome missing = runProgram({LUMI_PRINT_ZOOMS, (folder_ / "missing").string()});
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.err, "„capture.json“ konnte nicht gelesen werden: Datei oder Ordner nicht gefunden.\n");

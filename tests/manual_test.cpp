@@ -82,7 +82,7 @@ bool standsIn(const std::vector<std::string>& sources, const std::string& quotat
     return false;
 }
 
-TEST(Manual, quotesTheProgramWordForWord) {
+TEST(Manual, QuotesTheProgramWordForWord) {
     const std::vector<std::string> sources = literals();
     ASSERT_GT(sources.size(), 1000U);
     EXPECT_TRUE(standsIn(sources, "Aufnahme starten"));
@@ -96,7 +96,7 @@ TEST(Manual, quotesTheProgramWordForWord) {
     for (const std::string& each : quotations) EXPECT_TRUE(standsIn(sources, each)) << "nowhere in src: " << each;
 }
 
-TEST(Manual, namesEveryControlOfTheEditor) {
+TEST(Manual, NamesEveryControlOfTheEditor) {
     const std::string controls = readText(kTree / "src/editor/editor_controls.cpp");
     std::vector<std::string> titles =
         matches(controls, "\\n *(?:QString )?(?:Card \\w+\\(\\*cards,|add\\([0-9],) \"([^\"]+)\"");
@@ -110,7 +110,7 @@ TEST(Manual, namesEveryControlOfTheEditor) {
     }
 }
 
-TEST(Manual, showsCommandsThatAreTaken) {
+TEST(Manual, ShowsCommandsThatAreTaken) {
     std::set<std::string> verbs;
     for (const Verb* verb : allVerbs()) verbs.insert(std::string(verb->name));
     std::set<std::string> shown;
@@ -133,7 +133,7 @@ TEST(Manual, showsCommandsThatAreTaken) {
     }
 }
 
-TEST(Manual, hasItsPicturesAndNoOthersAndTheyAreSmall) {
+TEST(Manual, HasItsPicturesAndNoOthersAndTheyAreSmall) {
     std::set<std::string> wanted;
     for (const std::string& name : matches(manual(), "\\]\\(images/([^)]+)\\)")) wanted.insert(name);
     EXPECT_GE(wanted.size(), 6U);
@@ -153,7 +153,7 @@ TEST(Manual, hasItsPicturesAndNoOthersAndTheyAreSmall) {
     }
 }
 
-TEST(Manual, leadsToPlacesThatExist) {
+TEST(Manual, LeadsToPlacesThatExist) {
     for (const std::string& target : matches(manual(), "\\]\\(#([^)]+)\\)")) {
         // A heading in small letters with hyphens for blanks is its address.
         bool exists = false;

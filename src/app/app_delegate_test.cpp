@@ -14,7 +14,7 @@ using AppDelegateTest = AppRig;
 
 // Launch and sources
 
-TEST_F(AppDelegateTest, launchesWithTheWindowAndTheListOfDisplays) {
+TEST_F(AppDelegateTest, LaunchesWithTheWindowAndTheListOfDisplays) {
     launch();
     EXPECT_EQ(view_.statuses,
               (std::vector<std::string>{"Bereit.", "Suche Quellen …", "Bereit. 2 Bildschirm(e) gefunden."}));
@@ -26,7 +26,7 @@ TEST_F(AppDelegateTest, launchesWithTheWindowAndTheListOfDisplays) {
     EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
 }
 
-TEST_F(AppDelegateTest, encodersAreTriedOnceForTheDisplays) {
+TEST_F(AppDelegateTest, EncodersAreTriedOnceForTheDisplays) {
     launch();
     app_->refreshSources();
     untilStatus("Bereit.");
@@ -41,7 +41,7 @@ TEST_F(AppDelegateTest, encodersAreTriedOnceForTheDisplays) {
     EXPECT_EQ(jobs[1].height, 720);
 }
 
-TEST_F(AppDelegateTest, changingTheTypeRefillsThePopup) {
+TEST_F(AppDelegateTest, ChangingTheTypeRefillsThePopup) {
     launch();
     app_->sourceSelected(1);
     app_->sourceTypeChanged(SourceType::window);
@@ -52,7 +52,7 @@ TEST_F(AppDelegateTest, changingTheTypeRefillsThePopup) {
     EXPECT_EQ(view_.state.choices.sourceIndex, -1);
 }
 
-TEST_F(AppDelegateTest, refreshingLooksAgain) {
+TEST_F(AppDelegateTest, RefreshingLooksAgain) {
     launch();
     app_->sourceTypeChanged(SourceType::window);
     ShareableContent content = appContent();
@@ -64,7 +64,7 @@ TEST_F(AppDelegateTest, refreshingLooksAgain) {
     EXPECT_TRUE(view_.state.sourceItems.empty());
 }
 
-TEST_F(AppDelegateTest, aDesktopThatCannotBeLookedAtIsTold) {
+TEST_F(AppDelegateTest, ADesktopThatCannotBeLookedAtIsTold) {
     desktop_.failContent(RecorderError("Der Server antwortet nicht."));
     launch();
     EXPECT_EQ(view_.state.sourceItems, (std::vector<std::string>{"keine Berechtigung"}));
@@ -77,7 +77,7 @@ TEST_F(AppDelegateTest, aDesktopThatCannotBeLookedAtIsTold) {
     untilStatus("Bereit. 2 Bildschirm(e)");
 }
 
-TEST_F(AppDelegateTest, withoutASourceEveryTypeSaysWhatToDo) {
+TEST_F(AppDelegateTest, WithoutASourceEveryTypeSaysWhatToDo) {
     desktop_.setContent({});
     launch();
     const auto statusOfStart = [this](SourceType type) {
@@ -92,7 +92,7 @@ TEST_F(AppDelegateTest, withoutASourceEveryTypeSaysWhatToDo) {
     EXPECT_FALSE(std::filesystem::exists(root_));
 }
 
-TEST_F(AppDelegateTest, openEditorOpensASecondLater) {
+TEST_F(AppDelegateTest, OpenEditorOpensASecondLater) {
     launch({.openEditor = "/videos/a"});
     loop_.advance(0.9);
     EXPECT_EQ(view_.count("editor /videos/a"), 0);
@@ -102,7 +102,7 @@ TEST_F(AppDelegateTest, openEditorOpensASecondLater) {
     EXPECT_EQ(view_.count("editor /videos/a"), 1);
 }
 
-TEST_F(AppDelegateTest, chooseRecordingAsksASecondLater) {
+TEST_F(AppDelegateTest, ChooseRecordingAsksASecondLater) {
     launch({.openEditor = {}, .chooseRecording = true});
     loop_.advance(0.9);
     EXPECT_EQ(view_.folderMessage, "");
@@ -112,7 +112,7 @@ TEST_F(AppDelegateTest, chooseRecordingAsksASecondLater) {
     EXPECT_EQ(view_.count("editor " + temporary_.path().string()), 1);
 }
 
-TEST_F(AppDelegateTest, anEditorThatDoesNotOpenIsTold) {
+TEST_F(AppDelegateTest, AnEditorThatDoesNotOpenIsTold) {
     launch();
     view_.editorError = "Keine Aufnahme.";
     app_->open("/videos/a");
@@ -120,7 +120,7 @@ TEST_F(AppDelegateTest, anEditorThatDoesNotOpenIsTold) {
     EXPECT_TRUE(logged("[Editor] Öffnen fehlgeschlagen: Keine Aufnahme."));
 }
 
-TEST_F(AppDelegateTest, testRegionGoesToTheOverlayByItself) {
+TEST_F(AppDelegateTest, TestRegionGoesToTheOverlayByItself) {
     launch({.openEditor = {}, .testRegion = true});
     loop_.advance(2.9);
     EXPECT_EQ(view_.count("arm links"), 0);
@@ -136,7 +136,7 @@ TEST_F(AppDelegateTest, testRegionGoesToTheOverlayByItself) {
 
 // Preferences
 
-TEST_F(AppDelegateTest, automaticZoomsAreOnUntilTheUserSaysOtherwise) {
+TEST_F(AppDelegateTest, AutomaticZoomsAreOnUntilTheUserSaysOtherwise) {
     launch();
     EXPECT_TRUE(view_.state.choices.autoZoom);
     EXPECT_FALSE(preferences_.autoZooms) << "nothing is stored before";
@@ -148,7 +148,7 @@ TEST_F(AppDelegateTest, automaticZoomsAreOnUntilTheUserSaysOtherwise) {
 
 // Camera
 
-TEST_F(AppDelegateTest, theWebcamBoxShowsTheCameraAndHidesIt) {
+TEST_F(AppDelegateTest, TheWebcamBoxShowsTheCameraAndHidesIt) {
     const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
     devices_.setDefaultCamera(camera);
     launch();
@@ -160,7 +160,7 @@ TEST_F(AppDelegateTest, theWebcamBoxShowsTheCameraAndHidesIt) {
     EXPECT_EQ(view_.cameraPreview, nullptr);
 }
 
-TEST_F(AppDelegateTest, aCameraThatRefusesSwitchesTheBoxOff) {
+TEST_F(AppDelegateTest, ACameraThatRefusesSwitchesTheBoxOff) {
     const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
     camera->failOpens("Keine Rechte.");
     devices_.setDefaultCamera(camera);
@@ -181,7 +181,7 @@ TEST_F(AppDelegateTest, aCameraThatRefusesSwitchesTheBoxOff) {
     EXPECT_TRUE(view_.state.choices.webcam);
 }
 
-TEST_F(AppDelegateTest, withoutACameraTheStatusSaysSo) {
+TEST_F(AppDelegateTest, WithoutACameraTheStatusSaysSo) {
     launch();
     app_->webcamToggled(true);
     untilStatus("Es wurde keine Kamera gefunden.");
@@ -189,7 +189,7 @@ TEST_F(AppDelegateTest, withoutACameraTheStatusSaysSo) {
 
 // Folders and check video
 
-TEST_F(AppDelegateTest, foldersAreAskedForWhereRecordingsAre) {
+TEST_F(AppDelegateTest, FoldersAreAskedForWhereRecordingsAre) {
     launch();
     app_->renderStudioVideo();
     EXPECT_EQ(view_.folderMessage, "Aufnahmeordner auswählen (enthält source.mov und pointer.json)");
@@ -197,7 +197,7 @@ TEST_F(AppDelegateTest, foldersAreAskedForWhereRecordingsAre) {
     EXPECT_TRUE(view_.state.status.starts_with("Bereit.")) << "cancelled";
 }
 
-TEST_F(AppDelegateTest, aFolderWithoutAMovieIsNotOpened) {
+TEST_F(AppDelegateTest, AFolderWithoutAMovieIsNotOpened) {
     launch();
     view_.folderToChoose = temporary_.path();
     app_->renderStudioVideo();
@@ -207,7 +207,7 @@ TEST_F(AppDelegateTest, aFolderWithoutAMovieIsNotOpened) {
     EXPECT_EQ(view_.count("editor " + temporary_.path().string()), 1);
 }
 
-TEST_F(AppDelegateTest, theCheckVideoShowsItsProgressAndTheFile) {
+TEST_F(AppDelegateTest, TheCheckVideoShowsItsProgressAndTheFile) {
     CursorRenderer::Options options;
     std::function<void(const CursorRenderer::Outcome&)> completion;
     beforeLaunch_ = [&](AppServices& services) {
@@ -239,7 +239,7 @@ TEST_F(AppDelegateTest, theCheckVideoShowsItsProgressAndTheFile) {
     EXPECT_TRUE(logged("[Render] Fehler: Der Datenträger ist voll."));
 }
 
-TEST_F(AppDelegateTest, theRecordingsFolderIsMadeToBeShown) {
+TEST_F(AppDelegateTest, TheRecordingsFolderIsMadeToBeShown) {
     launch();
     app_->revealFolder();
     EXPECT_TRUE(std::filesystem::is_directory(root_));
@@ -248,7 +248,7 @@ TEST_F(AppDelegateTest, theRecordingsFolderIsMadeToBeShown) {
 
 // Interrupted recordings
 
-TEST_F(AppDelegateTest, interruptedRecordingsAreCompletedWithOneClick) {
+TEST_F(AppDelegateTest, InterruptedRecordingsAreCompletedWithOneClick) {
     temporary_.write("Movies/eins/source.mov", "");
     temporary_.write(std::filesystem::path("Movies/eins") / kJournalName, "");
     std::vector<std::filesystem::path> recovered;
@@ -276,13 +276,13 @@ TEST_F(AppDelegateTest, interruptedRecordingsAreCompletedWithOneClick) {
 
 // End
 
-TEST_F(AppDelegateTest, endsAtOnceWhileNothingIsRecorded) {
+TEST_F(AppDelegateTest, EndsAtOnceWhileNothingIsRecorded) {
     launch();
     EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
     EXPECT_TRUE(app_->applicationShouldTerminateAfterLastWindowClosed());
 }
 
-TEST_F(AppDelegateTest, aSecondStartBringsAHiddenWindowBack) {
+TEST_F(AppDelegateTest, ASecondStartBringsAHiddenWindowBack) {
     launch();
     app_->applicationShouldHandleReopen(true);
     EXPECT_EQ(view_.count("showMainWindow"), 1);

@@ -125,7 +125,7 @@ class ApplicationOnDesktop : public testing::Test {
     std::unique_ptr<DrivenApplication> app_;
 };
 
-TEST_F(ApplicationOnDesktop, recordsADisplayWithEverythingOnAndOpensTheEditor) {
+TEST_F(ApplicationOnDesktop, RecordsADisplayWithEverythingOnAndOpensTheEditor) {
     RigWindow other(desktop_.displayName(), {.x = 20, .y = 40, .width = 200, .height = 200, .color = 0xD0A000});
     start();
     for (const char* box : {"autoZoomBox", "systemAudioBox", "microphoneBox", "webcamBox"})
@@ -161,7 +161,7 @@ TEST_F(ApplicationOnDesktop, recordsADisplayWithEverythingOnAndOpensTheEditor) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, recordsAWindowAndStopsByTheShortcut) {
+TEST_F(ApplicationOnDesktop, RecordsAWindowAndStopsByTheShortcut) {
     RigWindow other(desktop_.displayName(), {.title = "Vorführung", .x = 20, .y = 40, .width = 320, .height = 240});
     start();
     ASSERT_TRUE(app().choose(SourceType::window));
@@ -179,7 +179,7 @@ TEST_F(ApplicationOnDesktop, recordsAWindowAndStopsByTheShortcut) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, aWindowIsRecordedEditedAndExported) {
+TEST_F(ApplicationOnDesktop, AWindowIsRecordedEditedAndExported) {
     RigWindow other(desktop_.displayName(), {.title = "Vorführung", .x = 20, .y = 40, .width = 640, .height = 400});
     start();
     ASSERT_TRUE(app().choose(SourceType::window));
@@ -237,7 +237,7 @@ TEST_F(ApplicationOnDesktop, aWindowIsRecordedEditedAndExported) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, recordsARegionThatIsDragged) {
+TEST_F(ApplicationOnDesktop, RecordsARegionThatIsDragged) {
     start();
     ASSERT_TRUE(app().choose(SourceType::region));
     app().pressRecord();
@@ -268,7 +268,7 @@ TEST_F(ApplicationOnDesktop, recordsARegionThatIsDragged) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, everyWayOutOfARegionBringsTheWindowBack) {
+TEST_F(ApplicationOnDesktop, EveryWayOutOfARegionBringsTheWindowBack) {
     start();
     ASSERT_TRUE(app().choose(SourceType::region));
     const auto toOverlay = [this] {
@@ -311,7 +311,7 @@ TEST_F(ApplicationOnDesktop, everyWayOutOfARegionBringsTheWindowBack) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, quittingWhileRecordingFinishesTheFolder) {
+TEST_F(ApplicationOnDesktop, QuittingWhileRecordingFinishesTheFolder) {
     start();
     startRecording();
     quit();
@@ -321,7 +321,7 @@ TEST_F(ApplicationOnDesktop, quittingWhileRecordingFinishesTheFolder) {
     EXPECT_GT(info().framesWritten, 0);
 }
 
-TEST_F(ApplicationOnDesktop, testRegionGoesToTheOverlayByItself) {
+TEST_F(ApplicationOnDesktop, TestRegionGoesToTheOverlayByItself) {
     start({"--test-region"});
     ASSERT_TRUE(app().waitForWindow(kArmTitle));
     ASSERT_TRUE(app().waitForWindow(kPickerTitle));
@@ -337,7 +337,7 @@ TEST_F(ApplicationOnDesktop, testRegionGoesToTheOverlayByItself) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, opensTheEditorFromTheCommandLineAndForLaterStarts) {
+TEST_F(ApplicationOnDesktop, OpensTheEditorFromTheCommandLineAndForLaterStarts) {
     start();
     startRecording();
     stopByPanel();
@@ -361,7 +361,7 @@ TEST_F(ApplicationOnDesktop, opensTheEditorFromTheCommandLineAndForLaterStarts) 
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, withoutASoundServerTheMicrophoneIsRefused) {
+TEST_F(ApplicationOnDesktop, WithoutASoundServerTheMicrophoneIsRefused) {
     pulseServer_ = nobodysAddress(temporary_);
     start();
     ASSERT_TRUE(app().click("microphoneBox"));
@@ -373,7 +373,7 @@ TEST_F(ApplicationOnDesktop, withoutASoundServerTheMicrophoneIsRefused) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, anInterruptedRecordingIsCompletedWithOneClick) {
+TEST_F(ApplicationOnDesktop, AnInterruptedRecordingIsCompletedWithOneClick) {
     start();
     startRecording();
     ASSERT_TRUE(waitFor([this] {
@@ -400,13 +400,13 @@ TEST_F(ApplicationOnDesktop, anInterruptedRecordingIsCompletedWithOneClick) {
     quit();
 }
 
-TEST_F(ApplicationOnDesktop, closingTheWindowEndsTheProgram) {
+TEST_F(ApplicationOnDesktop, ClosingTheWindowEndsTheProgram) {
     start();
     app().keyboard().press({ScriptedKeyboard::kAlt, 0xffc1});  // Alt+F4
     EXPECT_EQ(app().program().wait(), 0);
 }
 
-TEST(Application, saysWhenThereIsNoDisplay) {
+TEST(Application, SaysWhenThereIsNoDisplay) {
     const TemporaryFolder home;
     ProgramRun run({LUMI_PROGRAM}, {{"DISPLAY", ":54321"}, {"HOME", home.path().string()}, {"WAYLAND_DISPLAY", ""}});
     EXPECT_EQ(run.wait(), 1);

@@ -9,21 +9,21 @@
 namespace lumivastor {
 namespace {
 
-TEST(PresetZoomsOff, writesADocumentThatSwitchesZoomsOff) {
+TEST(PresetZoomsOff, WritesADocumentThatSwitchesZoomsOff) {
     const TemporaryFolder folder;
     EXPECT_TRUE(presetZoomsOff(folder.path()));
     EXPECT_EQ(folder.read("project.json"), "{\"zoomScale\": 1.0}");
     EXPECT_EQ(ProjectSettings::load(folder.path()).zoomScale, 1.0);
 }
 
-TEST(PresetZoomsOff, leavesADocumentAlone) {
+TEST(PresetZoomsOff, LeavesADocumentAlone) {
     const TemporaryFolder folder;
     folder.write("project.json", "{\"zoomScale\": 2.5}");
     EXPECT_FALSE(presetZoomsOff(folder.path()));
     EXPECT_EQ(folder.read("project.json"), "{\"zoomScale\": 2.5}");
 }
 
-TEST(PresetZoomsOff, saysWhenTheFolderRefuses) {
+TEST(PresetZoomsOff, SaysWhenTheFolderRefuses) {
     const TemporaryFolder folder;
     EXPECT_THROW(presetZoomsOff(folder / "fehlt"), RecorderError);
 }

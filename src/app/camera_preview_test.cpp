@@ -19,7 +19,7 @@ class CameraPreviewTest : public RecorderRig {
     std::vector<CameraPreview::Outcome> outcomes_;
 };
 
-TEST_F(CameraPreviewTest, showsTheCamerasLatestPicture) {
+TEST_F(CameraPreviewTest, ShowsTheCamerasLatestPicture) {
     devices_.setDefaultCamera(camera_);
     start();
     ASSERT_TRUE(loop_.runUntil([this] { return !outcomes_.empty(); }));
@@ -29,7 +29,7 @@ TEST_F(CameraPreviewTest, showsTheCamerasLatestPicture) {
     EXPECT_EQ(outcomes_[0].preview->latest()->pixel(3, 3)[0], 77);
 }
 
-TEST_F(CameraPreviewTest, theCameraIsFreeWhenStopReturns) {
+TEST_F(CameraPreviewTest, TheCameraIsFreeWhenStopReturns) {
     devices_.setDefaultCamera(camera_);
     start();
     ASSERT_TRUE(loop_.runUntil([this] { return camera_->isRunning(); }));
@@ -38,7 +38,7 @@ TEST_F(CameraPreviewTest, theCameraIsFreeWhenStopReturns) {
     EXPECT_FALSE(preview_.isOn());
 }
 
-TEST_F(CameraPreviewTest, stoppedBeforeTheCameraIsOpenItTellsNothing) {
+TEST_F(CameraPreviewTest, StoppedBeforeTheCameraIsOpenItTellsNothing) {
     devices_.setDefaultCamera(camera_);
     start();
     preview_.stop();
@@ -50,7 +50,7 @@ TEST_F(CameraPreviewTest, stoppedBeforeTheCameraIsOpenItTellsNothing) {
     EXPECT_TRUE(camera_->isRunning());
 }
 
-TEST_F(CameraPreviewTest, saysWhatIsMissing) {
+TEST_F(CameraPreviewTest, SaysWhatIsMissing) {
     start();
     ASSERT_TRUE(loop_.runUntil([this] { return !outcomes_.empty(); }));
     EXPECT_EQ(outcomes_[0].error, "Es wurde keine Kamera gefunden.");

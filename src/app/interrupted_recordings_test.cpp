@@ -11,7 +11,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(InterruptedRecordings, areTheFoldersWithAMovieAndAJournal) {
+TEST(InterruptedRecordings, AreTheFoldersWithAMovieAndAJournal) {
     const TemporaryFolder root;
     const std::string journal = kJournalName;
     root.write("b/source.mov", "");
@@ -27,7 +27,7 @@ TEST(InterruptedRecordings, areTheFoldersWithAMovieAndAJournal) {
     EXPECT_TRUE(interruptedRecordings(root / "missing").empty());
 }
 
-TEST(InterruptedRecordings, oneThatIsStillBeingRecordedIsNotInterrupted) {
+TEST(InterruptedRecordings, OneThatIsStillBeingRecordedIsNotInterrupted) {
     const TemporaryFolder root;
     const std::string journal = std::string("a/") + kJournalName;
     root.write("a/source.mov", "");
@@ -40,7 +40,7 @@ TEST(InterruptedRecordings, oneThatIsStillBeingRecordedIsNotInterrupted) {
     EXPECT_EQ(interruptedRecordings(root.path()).size(), 1U);
 }
 
-TEST(InterruptedNotice, namesTheOneOrTheNewest) {
+TEST(InterruptedNotice, NamesTheOneOrTheNewest) {
     EXPECT_FALSE(interruptedNotice({}));
     EXPECT_EQ(interruptedNotice({"/m/2025-03-14_09-05-33"}),
               (Notice{"Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33", "Abschließen"}));
@@ -48,7 +48,7 @@ TEST(InterruptedNotice, namesTheOneOrTheNewest) {
               (Notice{"2 Aufnahmen wurden unterbrochen, zuletzt neu", "Abschließen"}));
 }
 
-TEST(CompleteRecordings, goesOnBehindOneThatFails) {
+TEST(CompleteRecordings, GoesOnBehindOneThatFails) {
     const auto recover = [](const std::filesystem::path& folder) -> Recovery {
         if (folder == "/m/b") throw RecorderError("Nicht zu retten.");
         return {{.duration = 2.5, .framesWritten = 150}, true};

@@ -27,7 +27,7 @@ class RecordingFlowTest : public AppRig {
     const std::filesystem::path recording_ = root_ / "2025-03-14_09-05-33";
 };
 
-TEST_F(RecordingFlowTest, recordsADisplayFromTheClickToTheEditor) {
+TEST_F(RecordingFlowTest, RecordsADisplayFromTheClickToTheEditor) {
     launch();
     app_->sourceSelected(1);
     app_->fpsSelected(1);
@@ -66,7 +66,7 @@ TEST_F(RecordingFlowTest, recordsADisplayFromTheClickToTheEditor) {
     EXPECT_FALSE(std::filesystem::exists(recording_ / "project.json"));
 }
 
-TEST_F(RecordingFlowTest, aRecordingOfLessThanASecondShowsNoughtAndFinishes) {
+TEST_F(RecordingFlowTest, ARecordingOfLessThanASecondShowsNoughtAndFinishes) {
     launch();
     startRecording();
     loop_.advance(0.6);
@@ -75,7 +75,7 @@ TEST_F(RecordingFlowTest, aRecordingOfLessThanASecondShowsNoughtAndFinishes) {
     EXPECT_TRUE(view_.state.status.starts_with("Fertig: ")) << view_.state.status;
 }
 
-TEST_F(RecordingFlowTest, recordsAWindow) {
+TEST_F(RecordingFlowTest, RecordsAWindow) {
     launch();
     app_->sourceTypeChanged(SourceType::window);
     app_->sourceSelected(1);
@@ -86,7 +86,7 @@ TEST_F(RecordingFlowTest, recordsAWindow) {
     EXPECT_EQ(CaptureInfo::load(recording_).sourceKind, "window");
 }
 
-TEST_F(RecordingFlowTest, theSecondsOfTheCountdownAreCounted) {
+TEST_F(RecordingFlowTest, TheSecondsOfTheCountdownAreCounted) {
     launch();
     app_->toggleRecording();
     EXPECT_EQ(view_.count("countdown 3"), 1);
@@ -107,7 +107,7 @@ TEST_F(RecordingFlowTest, theSecondsOfTheCountdownAreCounted) {
 
 // Auto-zoom box
 
-TEST_F(RecordingFlowTest, withoutAutomaticZoomsTheEditorFindsThemSwitchedOff) {
+TEST_F(RecordingFlowTest, WithoutAutomaticZoomsTheEditorFindsThemSwitchedOff) {
     launch();
     app_->autoZoomToggled(false);
     std::string documentWhenOpened;
@@ -120,7 +120,7 @@ TEST_F(RecordingFlowTest, withoutAutomaticZoomsTheEditorFindsThemSwitchedOff) {
     EXPECT_TRUE(logged("[Editor] Voreinstellung: Aufnahme ohne automatische Zooms"));
 }
 
-TEST_F(RecordingFlowTest, aProjectThatIsThereAlreadyIsLeftAlone) {
+TEST_F(RecordingFlowTest, AProjectThatIsThereAlreadyIsLeftAlone) {
     launch();
     app_->autoZoomToggled(false);
     startRecording();
@@ -131,7 +131,7 @@ TEST_F(RecordingFlowTest, aProjectThatIsThereAlreadyIsLeftAlone) {
 
 // Permissions
 
-TEST_F(RecordingFlowTest, aRefusedMicrophoneNeverStartsTheCountdown) {
+TEST_F(RecordingFlowTest, ARefusedMicrophoneNeverStartsTheCountdown) {
     sound_.failStarts(SyntheticSoundSystem::Kind::microphone, "Kein Zugriff.");
     launch();
     app_->microphoneToggled(true);
@@ -149,7 +149,7 @@ TEST_F(RecordingFlowTest, aRefusedMicrophoneNeverStartsTheCountdown) {
     stopRecording();
 }
 
-TEST_F(RecordingFlowTest, aMissingMicrophoneIsARefusal) {
+TEST_F(RecordingFlowTest, AMissingMicrophoneIsARefusal) {
     sound_.setDefaultMicrophone(std::nullopt);
     launch();
     app_->microphoneToggled(true);
@@ -157,7 +157,7 @@ TEST_F(RecordingFlowTest, aMissingMicrophoneIsARefusal) {
     untilStatus("Ohne Mikrofonberechtigung");
 }
 
-TEST_F(RecordingFlowTest, aRefusedCameraNeverStartsTheCountdown) {
+TEST_F(RecordingFlowTest, ARefusedCameraNeverStartsTheCountdown) {
     const auto camera = useCamera();
     launch();
     app_->webcamToggled(true);
@@ -173,7 +173,7 @@ TEST_F(RecordingFlowTest, aRefusedCameraNeverStartsTheCountdown) {
     EXPECT_EQ(view_.count("countdown 3"), 0);
 }
 
-TEST_F(RecordingFlowTest, microphoneAndCameraAreRecordedOnceTheyAreAllowed) {
+TEST_F(RecordingFlowTest, MicrophoneAndCameraAreRecordedOnceTheyAreAllowed) {
     const auto camera = useCamera();
     launch();
     app_->microphoneToggled(true);
@@ -194,7 +194,7 @@ TEST_F(RecordingFlowTest, microphoneAndCameraAreRecordedOnceTheyAreAllowed) {
 
 // Regions
 
-TEST_F(RecordingFlowTest, recordsARegionThatWasPicked) {
+TEST_F(RecordingFlowTest, RecordsARegionThatWasPicked) {
     launch();
     app_->sourceTypeChanged(SourceType::region);
     app_->sourceSelected(1);
@@ -222,7 +222,7 @@ TEST_F(RecordingFlowTest, recordsARegionThatWasPicked) {
     EXPECT_EQ(lines, expected);
 }
 
-TEST_F(RecordingFlowTest, cancellingARegionBringsTheWindowBack) {
+TEST_F(RecordingFlowTest, CancellingARegionBringsTheWindowBack) {
     launch();
     app_->sourceTypeChanged(SourceType::region);
     for (const bool onPanel : {true, false}) {
@@ -244,7 +244,7 @@ TEST_F(RecordingFlowTest, cancellingARegionBringsTheWindowBack) {
     EXPECT_FALSE(std::filesystem::exists(root_));
 }
 
-TEST_F(RecordingFlowTest, aDisplayWithoutAScreenHasNoRegions) {
+TEST_F(RecordingFlowTest, ADisplayWithoutAScreenHasNoRegions) {
     launch();
     app_->sourceTypeChanged(SourceType::region);
     view_.screens = {"rechts"};
@@ -255,7 +255,7 @@ TEST_F(RecordingFlowTest, aDisplayWithoutAScreenHasNoRegions) {
 
 // Devices
 
-TEST_F(RecordingFlowTest, recordsADevice) {
+TEST_F(RecordingFlowTest, RecordsADevice) {
     const auto phone = std::make_shared<SyntheticDevice>(CaptureDevice{"iphone", "iPhone von Ada", true, 0});
     devices_.addExternalDevice(phone);
     launch();
@@ -285,7 +285,7 @@ TEST_F(RecordingFlowTest, recordsADevice) {
     EXPECT_EQ(view_.count("editor " + recording_.string()), 1);
 }
 
-TEST_F(RecordingFlowTest, aDeviceThatRefusesIsTold) {
+TEST_F(RecordingFlowTest, ADeviceThatRefusesIsTold) {
     const auto phone = std::make_shared<SyntheticDevice>(CaptureDevice{"iphone", "iPhone", true, 0});
     phone->failOpens("Gesperrt.");
     devices_.addExternalDevice(phone);
@@ -300,7 +300,7 @@ TEST_F(RecordingFlowTest, aDeviceThatRefusesIsTold) {
 
 // What goes wrong
 
-TEST_F(RecordingFlowTest, aFailedStartBringsEverythingBack) {
+TEST_F(RecordingFlowTest, AFailedStartBringsEverythingBack) {
     desktop_.failStart(RecorderError("Kein Bild zu bekommen."));
     launch();
     app_->toggleRecording();
@@ -316,7 +316,7 @@ TEST_F(RecordingFlowTest, aFailedStartBringsEverythingBack) {
     EXPECT_FALSE(std::filesystem::exists(recording_)) << "an empty folder stays behind";
 }
 
-TEST_F(RecordingFlowTest, aRootThatCannotBeMadeIsAFailedStart) {
+TEST_F(RecordingFlowTest, ARootThatCannotBeMadeIsAFailedStart) {
     temporary_.write("Movies", "a file in the way");
     launch();
     app_->toggleRecording();
@@ -325,7 +325,7 @@ TEST_F(RecordingFlowTest, aRootThatCannotBeMadeIsAFailedStart) {
     EXPECT_TRUE(view_.state.recordEnabled);
 }
 
-TEST_F(RecordingFlowTest, aStreamThatEndsByItselfIsFinishedAndExplained) {
+TEST_F(RecordingFlowTest, AStreamThatEndsByItselfIsFinishedAndExplained) {
     launch();
     startRecording();
     desktop_.emitStop(RecorderError("Das Fenster wurde geschlossen."));
@@ -344,7 +344,7 @@ TEST_F(RecordingFlowTest, aStreamThatEndsByItselfIsFinishedAndExplained) {
     stopRecording();
 }
 
-TEST_F(RecordingFlowTest, aRecordingWithoutAnyPictureIsAnError) {
+TEST_F(RecordingFlowTest, ARecordingWithoutAnyPictureIsAnError) {
     launch();
     app_->toggleRecording();
     loop_.advance(3);
@@ -358,7 +358,7 @@ TEST_F(RecordingFlowTest, aRecordingWithoutAnyPictureIsAnError) {
 
 // Ways to stop
 
-TEST_F(RecordingFlowTest, theShortcutStops) {
+TEST_F(RecordingFlowTest, TheShortcutStops) {
     launch();
     EXPECT_FALSE(pressShortcut_);
     startRecording();
@@ -368,7 +368,7 @@ TEST_F(RecordingFlowTest, theShortcutStops) {
     EXPECT_FALSE(pressShortcut_) << "others may use it again";
 }
 
-TEST_F(RecordingFlowTest, aShortcutThatSomebodyElseHasIsDoneWithout) {
+TEST_F(RecordingFlowTest, AShortcutThatSomebodyElseHasIsDoneWithout) {
     shortcutIsTaken_ = true;
     launch();
     startRecording();
@@ -376,14 +376,14 @@ TEST_F(RecordingFlowTest, aShortcutThatSomebodyElseHasIsDoneWithout) {
     EXPECT_TRUE(view_.state.status.starts_with("Fertig: "));
 }
 
-TEST_F(RecordingFlowTest, theRecordButtonStops) {
+TEST_F(RecordingFlowTest, TheRecordButtonStops) {
     launch();
     startRecording();
     app_->toggleRecording();
     untilStatus("Fertig: ");
 }
 
-TEST_F(RecordingFlowTest, stoppingTwiceStopsOnce) {
+TEST_F(RecordingFlowTest, StoppingTwiceStopsOnce) {
     launch();
     startRecording();
     app_->stopFromStatusItem();
@@ -395,7 +395,7 @@ TEST_F(RecordingFlowTest, stoppingTwiceStopsOnce) {
 
 // Quitting
 
-TEST_F(RecordingFlowTest, quittingWhileRecordingFinishesTheFolderFirst) {
+TEST_F(RecordingFlowTest, QuittingWhileRecordingFinishesTheFolderFirst) {
     launch();
     startRecording();
     EXPECT_FALSE(app_->applicationShouldTerminateAfterLastWindowClosed());
@@ -407,7 +407,7 @@ TEST_F(RecordingFlowTest, quittingWhileRecordingFinishesTheFolderFirst) {
     EXPECT_EQ(view_.state.status, "Schließe die Datei ab …");
 }
 
-TEST_F(RecordingFlowTest, quittingAgainWhileItFinishesWaits) {
+TEST_F(RecordingFlowTest, QuittingAgainWhileItFinishesWaits) {
     launch();
     startRecording();
     app_->stopFromStatusItem();
@@ -417,7 +417,7 @@ TEST_F(RecordingFlowTest, quittingAgainWhileItFinishesWaits) {
     EXPECT_EQ(view_.count("terminate"), 1);
 }
 
-TEST_F(RecordingFlowTest, quittingWhileItStartsEndsWhatWasStarted) {
+TEST_F(RecordingFlowTest, QuittingWhileItStartsEndsWhatWasStarted) {
     desktop_.atStart([this] { desktop_.emitScreen({FrameStatus::started, 1003, picture(320, 240)}); });
     launch();
     app_->toggleRecording();
@@ -428,7 +428,7 @@ TEST_F(RecordingFlowTest, quittingWhileItStartsEndsWhatWasStarted) {
     EXPECT_GT(CaptureInfo::load(recording_).framesWritten, 0);
 }
 
-TEST_F(RecordingFlowTest, quittingWhileAStartFailsEndsToo) {
+TEST_F(RecordingFlowTest, QuittingWhileAStartFailsEndsToo) {
     desktop_.failStart(RecorderError("Kein Bild."));
     launch();
     app_->toggleRecording();
@@ -437,7 +437,7 @@ TEST_F(RecordingFlowTest, quittingWhileAStartFailsEndsToo) {
     untilCalled("terminate");
 }
 
-TEST_F(RecordingFlowTest, quittingDuringTheCountdownLeavesNoFolder) {
+TEST_F(RecordingFlowTest, QuittingDuringTheCountdownLeavesNoFolder) {
     launch();
     app_->toggleRecording();
     loop_.advance(1);
@@ -447,7 +447,7 @@ TEST_F(RecordingFlowTest, quittingDuringTheCountdownLeavesNoFolder) {
     EXPECT_FALSE(std::filesystem::exists(recording_));
 }
 
-TEST_F(RecordingFlowTest, aSecondStartLeavesARecordingInPeace) {
+TEST_F(RecordingFlowTest, ASecondStartLeavesARecordingInPeace) {
     launch();
     startRecording();
     view_.calls.clear();
@@ -456,7 +456,7 @@ TEST_F(RecordingFlowTest, aSecondStartLeavesARecordingInPeace) {
     stopRecording();
 }
 
-TEST_F(RecordingFlowTest, aListThatComesLateDoesNotTalkOverTheCountdown) {
+TEST_F(RecordingFlowTest, AListThatComesLateDoesNotTalkOverTheCountdown) {
     launch();
     auto fewer = appContent();
     fewer.displays.pop_back();

@@ -7,7 +7,7 @@ namespace {
 
 constexpr Size kOverlay{1280, 800};
 
-TEST(RegionSelection, asksForADragInTheMiddleUntilThereIsOne) {
+TEST(RegionSelection, AsksForADragInTheMiddleUntilThereIsOne) {
     RegionSelection selection(kOverlay);
     const auto label = selection.label();
     ASSERT_TRUE(label);
@@ -17,7 +17,7 @@ TEST(RegionSelection, asksForADragInTheMiddleUntilThereIsOne) {
     EXPECT_FALSE(selection.hole());
 }
 
-TEST(RegionSelection, aDragInAnyDirectionGivesTheRectangleBetweenItsEnds) {
+TEST(RegionSelection, ADragInAnyDirectionGivesTheRectangleBetweenItsEnds) {
     const Rect expected{100, 50, 200, 300};
     const Point corners[] = {{100, 50}, {300, 50}, {300, 350}, {100, 350}};
     for (int i = 0; i < 4; ++i) {
@@ -29,7 +29,7 @@ TEST(RegionSelection, aDragInAnyDirectionGivesTheRectangleBetweenItsEnds) {
     }
 }
 
-TEST(RegionSelection, whatIsSmallerThanSixtyPointsOnOneSideIsNoRegion) {
+TEST(RegionSelection, WhatIsSmallerThanSixtyPointsOnOneSideIsNoRegion) {
     struct Case {
         double width, height;
         bool taken;
@@ -43,14 +43,14 @@ TEST(RegionSelection, whatIsSmallerThanSixtyPointsOnOneSideIsNoRegion) {
     }
 }
 
-TEST(RegionSelection, aReleaseOrAMoveWithoutAPressIsNothing) {
+TEST(RegionSelection, AReleaseOrAMoveWithoutAPressIsNothing) {
     RegionSelection selection(kOverlay);
     selection.mouseDragged({500, 500});
     EXPECT_FALSE(selection.hole());
     EXPECT_FALSE(selection.mouseUp({800, 600}));
 }
 
-TEST(RegionSelection, showsSizeAndHoleOnceTheDragIsWiderThanTwoPoints) {
+TEST(RegionSelection, ShowsSizeAndHoleOnceTheDragIsWiderThanTwoPoints) {
     RegionSelection selection(kOverlay);
     selection.mouseDown({100, 100});
     selection.mouseDragged({102, 400});
@@ -66,7 +66,7 @@ TEST(RegionSelection, showsSizeAndHoleOnceTheDragIsWiderThanTwoPoints) {
     EXPECT_DOUBLE_EQ(label->centre.y, 280.2 + 18);
 }
 
-TEST(RegionSelection, theSizeNeverLeavesTheBottomOfTheScreen) {
+TEST(RegionSelection, TheSizeNeverLeavesTheBottomOfTheScreen) {
     for (int bottom = 100; bottom <= 800; ++bottom) {
         RegionSelection selection(kOverlay);
         selection.mouseDown({100, 50});
@@ -77,7 +77,7 @@ TEST(RegionSelection, theSizeNeverLeavesTheBottomOfTheScreen) {
     }
 }
 
-TEST(RegionSelection, aDragBeyondTheScreenEndsAtItsEdge) {
+TEST(RegionSelection, ADragBeyondTheScreenEndsAtItsEdge) {
     RegionSelection selection(kOverlay);
     selection.mouseDown({1000, 700});
     selection.mouseDragged({2000, 2000});
@@ -85,12 +85,12 @@ TEST(RegionSelection, aDragBeyondTheScreenEndsAtItsEdge) {
     EXPECT_EQ(selection.mouseUp({2000, -50}), (Rect{1000, 0, 280, 700}));
 }
 
-TEST(DisplayRect, isTheSameWhereOverlayAndDisplayHaveTheSamePoints) {
+TEST(DisplayRect, IsTheSameWhereOverlayAndDisplayHaveTheSamePoints) {
     const Display display{1, "links", {100, 50, 640, 400}, 2};
     EXPECT_EQ(displayRect({10, 20, 200, 100}, 2, display), (Rect{10, 20, 200, 100}));
 }
 
-TEST(DisplayRect, countsInTheDisplaysPointsWhereTheOverlayHasOthers) {
+TEST(DisplayRect, CountsInTheDisplaysPointsWhereTheOverlayHasOthers) {
     const Display display{1, "links", {100, 50, 1280, 800}, 1};
     EXPECT_EQ(displayRect({10, 20, 200, 100}, 2, display), (Rect{20, 40, 400, 200}));
     const Display fine{1, "links", {100, 50, 640, 400}, 2};

@@ -45,7 +45,7 @@ class SingleInstanceTest : public testing::Test {
     TemporaryFolder folder_;
 };
 
-TEST_F(SingleInstanceTest, laterStartsHandOverWhatTheyWereAskedFor) {
+TEST_F(SingleInstanceTest, LaterStartsHandOverWhatTheyWereAskedFor) {
     SingleInstance first(folder_.path(), "lumivastor-test");
     ASSERT_TRUE(first.isFirst());
     std::vector<SingleInstance::Request> requests;
@@ -61,13 +61,13 @@ TEST_F(SingleInstanceTest, laterStartsHandOverWhatTheyWereAskedFor) {
     EXPECT_EQ(requests, expected);
 }
 
-TEST_F(SingleInstanceTest, theNextIsFirstWhenTheFirstHasGone) {
+TEST_F(SingleInstanceTest, TheNextIsFirstWhenTheFirstHasGone) {
     { const SingleInstance first(folder_.path(), "lumivastor-test"); }
     const SingleInstance next(folder_.path(), "lumivastor-test");
     EXPECT_TRUE(next.isFirst());
 }
 
-TEST_F(SingleInstanceTest, whatACrashedProgramLeftBehindIsNoObstacle) {
+TEST_F(SingleInstanceTest, WhatACrashedProgramLeftBehindIsNoObstacle) {
     // A lock that nobody holds, and a socket that nobody listens to.
     folder_.write("lumivastor-test.lock", "");
     folder_.write("lumivastor-test.socket", "");
@@ -75,20 +75,20 @@ TEST_F(SingleInstanceTest, whatACrashedProgramLeftBehindIsNoObstacle) {
     EXPECT_TRUE(first.isFirst());
 }
 
-TEST_F(SingleInstanceTest, whereNothingCanBeWrittenEverybodyIsTheFirst) {
+TEST_F(SingleInstanceTest, WhereNothingCanBeWrittenEverybodyIsTheFirst) {
     const SingleInstance first(folder_ / "missing", "lumivastor-test");
     const SingleInstance second(folder_ / "missing", "lumivastor-test");
     EXPECT_TRUE(first.isFirst() && second.isFirst());
 }
 
-TEST_F(SingleInstanceTest, anotherDisplayIsAnotherProgram) {
+TEST_F(SingleInstanceTest, AnotherDisplayIsAnotherProgram) {
     const SingleInstance first(folder_.path(), instanceName(":0"));
     const SingleInstance other(folder_.path(), instanceName(":1"));
     EXPECT_TRUE(first.isFirst() && other.isFirst());
     EXPECT_EQ(instanceName("../:0/x").count('/'), 0);
 }
 
-TEST_F(SingleInstanceTest, whatIsNoRequestIsIgnored) {
+TEST_F(SingleInstanceTest, WhatIsNoRequestIsIgnored) {
     SingleInstance first(folder_.path(), "lumivastor-test");
     int requests = 0;
     first.onRequest = [&](const SingleInstance::Request&) { ++requests; };
@@ -101,7 +101,7 @@ TEST_F(SingleInstanceTest, whatIsNoRequestIsIgnored) {
     EXPECT_EQ(requests, 0);
 }
 
-TEST_F(SingleInstanceTest, aFirstThatDoesNotAnswerIsNotWaitedForForever) {
+TEST_F(SingleInstanceTest, AFirstThatDoesNotAnswerIsNotWaitedForForever) {
     const SingleInstance first(folder_.path(), "lumivastor-test");
     const SingleInstance second(folder_.path(), "lumivastor-test");
     // Nobody runs the first one's loop here.

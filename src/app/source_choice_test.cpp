@@ -16,32 +16,32 @@ SourceLists lists() {
     return lists;
 }
 
-TEST(SourcePopup, namesDisplaysByPositionAndPixels) {
+TEST(SourcePopup, NamesDisplaysByPositionAndPixels) {
     const SourcePopup popup = sourcePopup(SourceType::display, lists());
     EXPECT_EQ(popup.items, (std::vector<std::string>{"Bildschirm 1 – 1280×800 px", "Bildschirm 2 – 1920×1080 px"}));
     EXPECT_EQ(popup.status, "Bereit. 2 Bildschirm(e) gefunden.");
 }
 
-TEST(SourcePopup, offersTheSameDisplaysForARegion) {
+TEST(SourcePopup, OffersTheSameDisplaysForARegion) {
     const SourcePopup popup = sourcePopup(SourceType::region, lists());
     EXPECT_EQ(popup.items, sourcePopup(SourceType::display, lists()).items);
     EXPECT_EQ(popup.status, "Bereit. Nach dem Start ziehst du den Ausschnitt mit der Maus auf.");
 }
 
-TEST(SourcePopup, namesWindowsByProgramAndTitle) {
+TEST(SourcePopup, NamesWindowsByProgramAndTitle) {
     const SourcePopup popup = sourcePopup(SourceType::window, lists());
     EXPECT_EQ(popup.items, (std::vector<std::string>{"Terminal – Sitzung", "Terminal – (ohne Titel)"}));
     EXPECT_EQ(popup.status, "Bereit. 2 Fenster gefunden (↻ aktualisiert die Liste).");
 }
 
-TEST(SourcePopup, namesDevices) {
+TEST(SourcePopup, NamesDevices) {
     const SourcePopup popup = sourcePopup(SourceType::device, lists());
     EXPECT_EQ(popup.items, (std::vector<std::string>{"iPhone von Ada"}));
     EXPECT_EQ(popup.status,
               "Bereit. Hinweis: Vom iPhone gibt es keine Klick-Daten - Zooms setzt du im Editor von Hand.");
 }
 
-TEST(SourcePopup, saysWhenThereIsNothing) {
+TEST(SourcePopup, SaysWhenThereIsNothing) {
     const auto status = [](SourceType type) { return sourcePopup(type, {}).status; };
     EXPECT_EQ(status(SourceType::display), "Kein Bildschirm gefunden.");
     EXPECT_EQ(status(SourceType::region), "Kein Bildschirm gefunden.");
@@ -51,7 +51,7 @@ TEST(SourcePopup, saysWhenThereIsNothing) {
     }
 }
 
-TEST(SourcePopup, tellsHowToAllowRecordingInThreeLines) {
+TEST(SourcePopup, TellsHowToAllowRecordingInThreeLines) {
     const SourcePopup popup = deniedSourcePopup();
     EXPECT_EQ(popup.items, (std::vector<std::string>{"keine Berechtigung"}));
     EXPECT_EQ(popup.status,
@@ -59,7 +59,7 @@ TEST(SourcePopup, tellsHowToAllowRecordingInThreeLines) {
               "Bildschirmaufnahme,\ndort „LumiVastor\" aktivieren und die App neu starten.");
 }
 
-TEST(SourceLists, leaveOwnWindowsOutAndKnowTheOwnProgram) {
+TEST(SourceLists, LeaveOwnWindowsOutAndKnowTheOwnProgram) {
     ShareableContent content;
     const RunningApplication own{44, "Lumivastor", "LumiVastor"};
     content.ownApplication = own;
@@ -70,11 +70,11 @@ TEST(SourceLists, leaveOwnWindowsOutAndKnowTheOwnProgram) {
     EXPECT_EQ(lists.ownApplication, own);
 }
 
-TEST(SourceLists, aProgramWithoutWindowsKnowsItselfByItsProcess) {
+TEST(SourceLists, AProgramWithoutWindowsKnowsItselfByItsProcess) {
     EXPECT_EQ(sourceLists({}, {}).ownApplication->processId, getpid());
 }
 
-TEST(DisplayOf, findsTheDisplayOfEverySource) {
+TEST(DisplayOf, FindsTheDisplayOfEverySource) {
     const auto displays = lists().displays;
     EXPECT_EQ(displayOf(DisplaySource{displays[1]}, displays), displays[1]);
     EXPECT_EQ(displayOf(RegionSource{displays[0], {}}, displays), displays[0]);

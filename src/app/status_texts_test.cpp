@@ -5,7 +5,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(ElapsedText, cutsOffToWholeSeconds) {
+TEST(ElapsedText, CutsOffToWholeSeconds) {
     EXPECT_EQ(elapsedText(0), "0:00");
     EXPECT_EQ(elapsedText(0.99), "0:00");
     EXPECT_EQ(elapsedText(59.999), "0:59");
@@ -14,16 +14,16 @@ TEST(ElapsedText, cutsOffToWholeSeconds) {
     EXPECT_EQ(elapsedText(-1), "0:00");
 }
 
-TEST(RunningText, showsFiguresOfAScreen) {
+TEST(RunningText, ShowsFiguresOfAScreen) {
     EXPECT_EQ(runningText(Recorder::Stats{12.34, 700, 5, 2, 41}),
               "Läuft: 12.3 s · 700 Bilder · 2 verworfen · 41 Zeigerereignisse");
 }
 
-TEST(RunningText, showsFiguresAndNameOfADevice) {
+TEST(RunningText, ShowsFiguresAndNameOfADevice) {
     EXPECT_EQ(runningText(DeviceRecorder::Stats{3.06, 90}, "iPhone"), "Läuft: 3.1 s · 90 Bilder (iPhone)");
 }
 
-TEST(FinishedText, namesDroppedPicturesOnlyWhereThereAreSome) {
+TEST(FinishedText, NamesDroppedPicturesOnlyWhereThereAreSome) {
     EXPECT_EQ(finishedText(Recorder::Stats{0.4, 24, 0, 0, 3}, "/videos/a"),
               "Fertig: 0.4 s, 24 Bilder (keine verworfenen Bilder), 3 Zeigerereignisse\nOrdner: /videos/a");
     EXPECT_EQ(finishedText(Recorder::Stats{10, 600, 0, 7, 3}, "/videos/a"),
@@ -31,14 +31,14 @@ TEST(FinishedText, namesDroppedPicturesOnlyWhereThereAreSome) {
     EXPECT_EQ(finishedText(DeviceRecorder::Stats{2.25, 60}), "Fertig: 2.2 s, 60 Bilder");
 }
 
-TEST(CheckVideoText, tellsWhatToLookFor) {
+TEST(CheckVideoText, TellsWhatToLookFor) {
     EXPECT_EQ(checkVideoText({"/videos/a/test-output.mov", 600, 9.98}),
               "Prüfvideo fertig: 600 Bilder, 10.0 s\ntest-output.mov\n\n"
               "Beim Ansehen prüfen: Sitzt der Ring genau auf dem angeklickten\n"
               "Knopf, und knackt der Klick im Ton im selben Moment?");
 }
 
-TEST(RegionText, roundsToWholePoints) {
+TEST(RegionText, RoundsToWholePoints) {
     EXPECT_EQ(regionText({640.4, 359.6}), "Ausschnitt: 640 × 360 Punkte");
 }
 

@@ -68,7 +68,7 @@ class UpdaterTest : public testing::Test {
 constexpr const char* kFeed = R"({"releases": [{"version": "1.1", "url": "https://example.org/1.1"}]})";
 constexpr const char* kUnreadable = "Die Liste der Updates konnte nicht gelesen werden.";
 
-TEST_F(UpdaterTest, tellsOfANewerVersion) {
+TEST_F(UpdaterTest, TellsOfANewerVersion) {
     answer(kFeed);
     EXPECT_EQ(check("1.0").newer, (Release{"1.1", "https://example.org/1.1"}));
     EXPECT_FALSE(check("1.1").newer);
@@ -76,7 +76,7 @@ TEST_F(UpdaterTest, tellsOfANewerVersion) {
     EXPECT_FALSE(check("2.0").newer);
 }
 
-TEST_F(UpdaterTest, anErrorIsTold) {
+TEST_F(UpdaterTest, AnErrorIsTold) {
     answer("nothing here", "404 Not Found");
     EXPECT_EQ(check().error, kUnreadable);
     answer("<html>");
@@ -89,21 +89,21 @@ TEST_F(UpdaterTest, anErrorIsTold) {
     EXPECT_EQ(check().error, kUnreadable);
 }
 
-TEST_F(UpdaterTest, aFeedWithoutAnEndIsCutOff) {
+TEST_F(UpdaterTest, AFeedWithoutAnEndIsCutOff) {
     answer_ = "HTTP/1.1 200 OK\r\n\r\n";
     keepsTalking_ = true;
     EXPECT_EQ(check().error, kUnreadable);
     EXPECT_LT(sent_, 16 << 20) << "what fits into the network's own buffers";
 }
 
-TEST_F(UpdaterTest, doesNotFollowToOtherMachines) {
+TEST_F(UpdaterTest, DoesNotFollowToOtherMachines) {
     answer_ = "HTTP/1.1 302 Found\r\nLocation: http://192.0.2.1/feed\r\nContent-Length: 0\r\n\r\n";
     EXPECT_EQ(check().error, kUnreadable);
     answer_ = "HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\n\r\n";
     EXPECT_EQ(check().error, kUnreadable);
 }
 
-TEST_F(UpdaterTest, endsInTheMiddleWithoutAWord) {
+TEST_F(UpdaterTest, EndsInTheMiddleWithoutAWord) {
     answer_ = "HTTP/1.1 200 OK\r\n\r\n{";
     fallsSilent_ = true;
     {
@@ -117,7 +117,7 @@ TEST_F(UpdaterTest, endsInTheMiddleWithoutAWord) {
     QCoreApplication::processEvents();
 }
 
-TEST(InstalledFeed, isNamedByTheInstalledConfigurationOnly) {
+TEST(InstalledFeed, IsNamedByTheInstalledConfigurationOnly) {
     const TemporaryFolder prefix;
     const auto bin = prefix / "bin";
     EXPECT_FALSE(installedFeed(bin));
@@ -127,7 +127,7 @@ TEST(InstalledFeed, isNamedByTheInstalledConfigurationOnly) {
     EXPECT_EQ(installedFeed(bin), QUrl("https://example.org/other.json"));
 }
 
-TEST(InstalledFeed, isReadSafelyOrNotAtAll) {
+TEST(InstalledFeed, IsReadSafelyOrNotAtAll) {
     for (const char* line : {"UpdateFeedURL=http://example.org/feed", "UpdateFeedURL=file:///etc/passwd",
                              "UpdateFeedURL=", "UpdateFeedURL=feed.json", " UpdateFeedURL=https://example.org/",
                              "OtherURL=https://example.org/"}) {

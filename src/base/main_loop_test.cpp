@@ -9,7 +9,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(BlockingMainLoop, runsWorkOfOtherThreadsInOrderOnTheThreadThatRunsIt) {
+TEST(BlockingMainLoop, RunsWorkOfOtherThreadsInOrderOnTheThreadThatRunsIt) {
     BlockingMainLoop loop;
     std::vector<int> order;
     std::thread::id where;
@@ -27,7 +27,7 @@ TEST(BlockingMainLoop, runsWorkOfOtherThreadsInOrderOnTheThreadThatRunsIt) {
     EXPECT_EQ(where, std::this_thread::get_id());
 }
 
-TEST(BlockingMainLoop, timersRepeatUntilTheyAreDestroyed) {
+TEST(BlockingMainLoop, TimersRepeatUntilTheyAreDestroyed) {
     BlockingMainLoop loop;
     int quick = 0;
     int slow = 0;
@@ -43,7 +43,7 @@ TEST(BlockingMainLoop, timersRepeatUntilTheyAreDestroyed) {
     EXPECT_EQ(slow, 2);
 }
 
-TEST(BlockingMainLoop, aTimerThatOutlivesItsLoopIsHarmless) {
+TEST(BlockingMainLoop, ATimerThatOutlivesItsLoopIsHarmless) {
     std::unique_ptr<MainLoop::Timer> timer;
     {
         BlockingMainLoop loop;
@@ -52,7 +52,7 @@ TEST(BlockingMainLoop, aTimerThatOutlivesItsLoopIsHarmless) {
     timer.reset();
 }
 
-TEST(BlockingMainLoop, canBeRunAgain) {
+TEST(BlockingMainLoop, CanBeRunAgain) {
     BlockingMainLoop loop;
     loop.stop();
     loop.run();

@@ -323,7 +323,7 @@ TEST(Arguments, NumbersAreReadExactly) {
         EXPECT_EQ(parseNumber(wrong), std::nullopt);
 }
 
-TEST(CommandLine, withoutAVerbItIsTheApplications) {
+TEST(CommandLine, WithoutAVerbItIsTheApplications) {
     const auto starts = [](const std::vector<std::string>& words) { return startsApplication(words); };
     EXPECT_TRUE(starts({}));
     EXPECT_TRUE(starts({"--open-editor", "folder"}));

@@ -22,14 +22,14 @@ bool contains(const std::string& text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
-TEST(Help, theOverviewNamesEverythingThatStandsAlone) {
+TEST(Help, TheOverviewNamesEverythingThatStandsAlone) {
     for (const Verb* verb : allVerbs()) EXPECT_TRUE(contains(overview(), verb->summary)) << verb->name;
     for (const OptionSpec& option : programOptions()) EXPECT_TRUE(contains(overview(), option.name)) << option.name;
     for (const HelpEntry& entry : exitStatuses()) EXPECT_TRUE(contains(overview(), entry.help)) << entry.help;
     for (const HelpEntry& entry : usedFiles()) EXPECT_TRUE(contains(overview(), entry.name)) << entry.name;
 }
 
-TEST(Help, optionsWithoutAVerbAreTaken) {
+TEST(Help, OptionsWithoutAVerbAreTaken) {
     for (const OptionSpec& option : programOptions()) {
         const std::vector<std::string> words = {std::string(option.name)};
         if (startsApplication(words)) continue;
@@ -39,7 +39,7 @@ TEST(Help, optionsWithoutAVerbAreTaken) {
     }
 }
 
-TEST(Help, namesStandOnce) {
+TEST(Help, NamesStandOnce) {
     std::set<std::string_view> verbs;
     for (const Verb* verb : allVerbs()) {
         EXPECT_TRUE(verbs.insert(verb->name).second) << verb->name;
@@ -48,7 +48,7 @@ TEST(Help, namesStandOnce) {
     }
 }
 
-TEST(Help, valuesSayWhatTheyCanBeCompletedTo) {
+TEST(Help, ValuesSayWhatTheyCanBeCompletedTo) {
     using Kind = ValueKind::Kind;
     EXPECT_EQ(valueKind("").kind, Kind::none);
     EXPECT_EQ(valueKind("ORDNER").kind, Kind::folder);
@@ -58,7 +58,7 @@ TEST(Help, valuesSayWhatTheyCanBeCompletedTo) {
     EXPECT_EQ(valueKind("T,T,…").kind, Kind::free);
 }
 
-TEST(HelpFiles, theManualPageHoldsEveryWordOfTheHelp) {
+TEST(HelpFiles, TheManualPageHoldsEveryWordOfTheHelp) {
     const std::string page = manualPage("1.2");
     EXPECT_TRUE(page.starts_with(".TH LUMIVASTOR 1 \"\" \"LumiVastor 1.2\""));
     EXPECT_TRUE(contains(page, "\\fB\\-\\-open\\-editor\\fR \\fIORDNER\\fR\n"));
@@ -69,7 +69,7 @@ TEST(HelpFiles, theManualPageHoldsEveryWordOfTheHelp) {
     }
 }
 
-TEST(HelpFiles, noLineOfTheManualPageIsACommandByAccident) {
+TEST(HelpFiles, NoLineOfTheManualPageIsACommandByAccident) {
     std::istringstream page(manualPage("1.2"));
     const std::set<std::string> commands = {".TH", ".SH", ".SS", ".TP", ".PP", ".B", ".I", ".RI", ".br"};
     for (std::string line; std::getline(page, line);) {
@@ -80,7 +80,7 @@ TEST(HelpFiles, noLineOfTheManualPageIsACommandByAccident) {
     }
 }
 
-TEST(HelpFiles, completionsOfferChoicesFilesAndFolders) {
+TEST(HelpFiles, CompletionsOfferChoicesFilesAndFolders) {
     EXPECT_TRUE(contains(bashCompletion(), "compgen -W '1080 1440 2160'"));
     EXPECT_TRUE(contains(bashCompletion(), "'frame --out')"));
     EXPECT_TRUE(contains(zshCompletion(),

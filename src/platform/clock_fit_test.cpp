@@ -8,7 +8,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(ClockFit, exactArrivalsGiveTheExactLine) {
+TEST(ClockFit, ExactArrivalsGiveTheExactLine) {
     for (const double drift : {-300e-6, 0.0, 300e-6}) {
         ClockFit fit(48000, 0.0005);
         for (int i = 0; i <= 6000; ++i) fit.add(i * 480, 1000 + i * 0.01 * (1 + drift));
@@ -18,7 +18,7 @@ TEST(ClockFit, exactArrivalsGiveTheExactLine) {
     }
 }
 
-TEST(ClockFit, findsTheLineThroughJitterOfTwentyMilliseconds) {
+TEST(ClockFit, FindsTheLineThroughJitterOfTwentyMilliseconds) {
     for (const double drift : {-300e-6, 0.0, 300e-6}) {
         for (unsigned seed = 1; seed <= 5; ++seed) {
             std::mt19937 random(seed);
@@ -37,7 +37,7 @@ TEST(ClockFit, findsTheLineThroughJitterOfTwentyMilliseconds) {
     }
 }
 
-TEST(ClockFit, aStrayArrivalHardlyMovesTheLine) {
+TEST(ClockFit, AStrayArrivalHardlyMovesTheLine) {
     ClockFit fit(48000, 0.01);
     for (int i = 0; i < 1000; ++i) fit.add(i * 480, 5 + i * 0.01);
     const double before = fit.hostSeconds(480000);

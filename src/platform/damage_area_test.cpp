@@ -14,7 +14,7 @@ bool covers(const DamageArea& area, int x, int y) {
     });
 }
 
-TEST(DamageArea, keepsFarPartsApart) {
+TEST(DamageArea, KeepsFarPartsApart) {
     DamageArea area;
     EXPECT_TRUE(area.isEmpty());
     area.add({0, 0, 0, 10});
@@ -26,7 +26,7 @@ TEST(DamageArea, keepsFarPartsApart) {
     EXPECT_EQ(area.rects().size(), 2U);
 }
 
-TEST(DamageArea, joinsWhatOverlapsAndWhatIsNearest) {
+TEST(DamageArea, JoinsWhatOverlapsAndWhatIsNearest) {
     DamageArea area;
     area.add({0, 0, 10, 10});
     area.add({20, 0, 10, 10});
@@ -42,7 +42,7 @@ TEST(DamageArea, joinsWhatOverlapsAndWhatIsNearest) {
     EXPECT_FALSE(covers(area, 250, 250));
 }
 
-TEST(DamageArea, neverLacksAPixelAndNeverOverlapsItself) {
+TEST(DamageArea, NeverLacksAPixelAndNeverOverlapsItself) {
     std::mt19937 random(7);
     for (int round = 0; round < 200; ++round) {
         DamageArea area;

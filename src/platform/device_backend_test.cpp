@@ -40,7 +40,7 @@ std::string failure(CaptureDevices& devices, const CaptureDevice& device) {
     return "(it opened)";
 }
 
-TEST(DeviceBackend, flashAndBeepOfADeviceLieTogether) {
+TEST(DeviceBackend, FlashAndBeepOfADeviceLieTogether) {
     const auto devices = openCaptureDevices(noSounds(), addresses({}, kFlashAndBeep));
     const auto found = devices->externalDevices();
     ASSERT_FALSE(found.empty());
@@ -77,7 +77,7 @@ TEST(DeviceBackend, flashAndBeepOfADeviceLieTogether) {
     EXPECT_TRUE(seen.interruptions().empty());
 }
 
-TEST(DeviceBackend, testCameraComesFirstAndHasItsOwnSizeOnly) {
+TEST(DeviceBackend, TestCameraComesFirstAndHasItsOwnSizeOnly) {
     const auto devices = openCaptureDevices(noSounds(), addresses("testsrc2=size=1280x720:rate=30"));
     const auto camera = devices->defaultCamera();
     ASSERT_TRUE(camera);
@@ -96,7 +96,7 @@ TEST(DeviceBackend, testCameraComesFirstAndHasItsOwnSizeOnly) {
     EXPECT_EQ(seen.pictures().back().height, 720);
 }
 
-TEST(DeviceBackend, presetsFillTheSizeThatAGraphLeavesOpen) {
+TEST(DeviceBackend, PresetsFillTheSizeThatAGraphLeavesOpen) {
     const auto devices = openCaptureDevices(noSounds(), addresses("testsrc2=size={size}:rate=30"));
     for (const PictureSize size : {PictureSize{0, 0}, {1280, 720}, {1920, 1080}}) {
         const auto session = devices->open(*devices->defaultCamera());
@@ -115,7 +115,7 @@ TEST(DeviceBackend, presetsFillTheSizeThatAGraphLeavesOpen) {
     }
 }
 
-TEST(DeviceBackend, picturesComeAtTheGraphsOwnRate) {
+TEST(DeviceBackend, PicturesComeAtTheGraphsOwnRate) {
     const auto devices = openCaptureDevices(noSounds(), addresses("testsrc2=size=64x64:rate=20"));
     const auto session = devices->open(*devices->defaultCamera());
     SeenPictures seen;
@@ -129,7 +129,7 @@ TEST(DeviceBackend, picturesComeAtTheGraphsOwnRate) {
     }
 }
 
-TEST(DeviceBackend, soundOfAnyRateComesAsTheRecordersTakeIt) {
+TEST(DeviceBackend, SoundOfAnyRateComesAsTheRecordersTakeIt) {
     const auto devices = openCaptureDevices(
         noSounds(), addresses({},
                               "testsrc2=size=64x64:rate=30:duration=2[out0];"
@@ -153,7 +153,7 @@ TEST(DeviceBackend, soundOfAnyRateComesAsTheRecordersTakeIt) {
     EXPECT_NEAR(buffers.front().hostSeconds, seen.pictures().front().hostSeconds, 0.005);
 }
 
-TEST(DeviceBackend, aDeviceThatEndsIsAnInterruption) {
+TEST(DeviceBackend, ADeviceThatEndsIsAnInterruption) {
     const auto devices = openCaptureDevices(noSounds(), addresses({}, "testsrc2=size=64x64:rate=30:duration=0.3"));
     const auto session = devices->open(devices->externalDevices()[0]);
     SeenPictures seen;
@@ -166,7 +166,7 @@ TEST(DeviceBackend, aDeviceThatEndsIsAnInterruption) {
     EXPECT_EQ(seen.pictures().size(), 9U);
 }
 
-TEST(DeviceBackend, stopsBetweenTwoPicturesThatAreFarApart) {
+TEST(DeviceBackend, StopsBetweenTwoPicturesThatAreFarApart) {
     const auto devices = openCaptureDevices(noSounds(), addresses("testsrc2=size=64x64:rate=1/600"));
     for (int i = 0; i < 3; ++i) {
         const auto session = devices->open(*devices->defaultCamera());
@@ -181,7 +181,7 @@ TEST(DeviceBackend, stopsBetweenTwoPicturesThatAreFarApart) {
     }
 }
 
-TEST(DeviceBackend, everythingTakenHasBeenHandedOverWhenItStops) {
+TEST(DeviceBackend, EverythingTakenHasBeenHandedOverWhenItStops) {
     const auto devices = openCaptureDevices(noSounds(), addresses({}, kFlashAndBeep));
     const auto session = devices->open(devices->externalDevices()[0]);
     SeenPictures seen;
@@ -198,14 +198,14 @@ TEST(DeviceBackend, everythingTakenHasBeenHandedOverWhenItStops) {
     EXPECT_EQ(seen.sound().frames(), frames);
 }
 
-TEST(DeviceBackend, graphsThatAreNoneAreRefused) {
+TEST(DeviceBackend, GraphsThatAreNoneAreRefused) {
     const auto devices = openCaptureDevices(noSounds(), addresses("nosuchfilter", "sine,nullsink"));
     EXPECT_EQ(failure(*devices, *devices->defaultCamera()), "Das Gerät konnte nicht geöffnet werden.");
     EXPECT_EQ(failure(*devices, devices->externalDevices()[0]), "Das Gerät konnte nicht geöffnet werden.");
     EXPECT_EQ(failure(*devices, {"v4l2:/dev/video63", "Kamera"}), "Das Gerät „Kamera“ ist nicht mehr angeschlossen.");
 }
 
-TEST(DeviceBackend, theMicrophoneIsTheSoundSystems) {
+TEST(DeviceBackend, TheMicrophoneIsTheSoundSystems) {
     const auto sounds = std::make_shared<SyntheticSoundSystem>();
     const auto devices = openCaptureDevices(sounds, addresses({}));
     const auto microphone = devices->defaultMicrophone();

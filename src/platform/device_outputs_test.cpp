@@ -34,18 +34,18 @@ std::string toldOf(int pictures, int sounds) {
     return logText().substr(before);
 }
 
-TEST(DeviceOutputs, theLogTellsWhatWasDropped) {
+TEST(DeviceOutputs, TheLogTellsWhatWasDropped) {
     const std::string told =
         toldOf(DeviceOutputs::kWaitingPicturesWhenDiscarding + 3, DeviceOutputs::kWaitingSounds + 1);
     EXPECT_NE(told.find("[Device] Karte: 3 Bilder verworfen, weil zu viele warteten\n"), std::string::npos) << told;
     EXPECT_NE(told.find("[Device] Karte: 1 Tonstücke verworfen, weil zu viele warteten\n"), std::string::npos) << told;
 }
 
-TEST(DeviceOutputs, theLogIsSilentWhenNothingWas) {
+TEST(DeviceOutputs, TheLogIsSilentWhenNothingWas) {
     EXPECT_EQ(toldOf(DeviceOutputs::kWaitingPicturesWhenDiscarding, DeviceOutputs::kWaitingSounds), "");
 }
 
-TEST(DeviceOutputs, whatHasNoOutputIsNotLost) {
+TEST(DeviceOutputs, WhatHasNoOutputIsNotLost) {
     const std::size_t before = logText().size();
     {
         DeviceOutputs outputs("Karte");

@@ -7,14 +7,14 @@ namespace {
 
 using Action = FramePacer::Action;
 
-TEST(TickSchedule, keepsItsGridWhenATickIsLate) {
+TEST(TickSchedule, KeepsItsGridWhenATickIsLate) {
     TickSchedule ticks(100, 0.5);
     EXPECT_DOUBLE_EQ(ticks.next(), 100);
     ticks.advance(100.4);
     EXPECT_DOUBLE_EQ(ticks.next(), 100.5);
 }
 
-TEST(TickSchedule, leavesOutMissedTicks) {
+TEST(TickSchedule, LeavesOutMissedTicks) {
     TickSchedule ticks(100, 0.5);
     ticks.advance(102.2);
     EXPECT_DOUBLE_EQ(ticks.next(), 102.5);
@@ -24,7 +24,7 @@ TEST(TickSchedule, leavesOutMissedTicks) {
     EXPECT_DOUBLE_EQ(ticks.next(), 103.5);
 }
 
-TEST(FramePacer, firstPictureIsStartedAndLaterOnesAreComplete) {
+TEST(FramePacer, FirstPictureIsStartedAndLaterOnesAreComplete) {
     FramePacer pacer;
     EXPECT_EQ(pacer.atTick({10, true, false, true}), Action::takePicture);
     EXPECT_EQ(pacer.taken(10), FrameStatus::started);
@@ -32,7 +32,7 @@ TEST(FramePacer, firstPictureIsStartedAndLaterOnesAreComplete) {
     EXPECT_EQ(pacer.taken(10.1), FrameStatus::complete);
 }
 
-TEST(FramePacer, isIdleWhileNothingChangesAndRepeatsEachSecond) {
+TEST(FramePacer, IsIdleWhileNothingChangesAndRepeatsEachSecond) {
     FramePacer pacer;
     pacer.atTick({0, true, false, true});
     pacer.taken(0);
@@ -52,7 +52,7 @@ TEST(FramePacer, isIdleWhileNothingChangesAndRepeatsEachSecond) {
     EXPECT_EQ(repeats, 10);
 }
 
-TEST(FramePacer, waitsForABufferWithoutCallingTheContentIdle) {
+TEST(FramePacer, WaitsForABufferWithoutCallingTheContentIdle) {
     FramePacer pacer;
     pacer.atTick({0, true, false, true});
     pacer.taken(0);
@@ -60,7 +60,7 @@ TEST(FramePacer, waitsForABufferWithoutCallingTheContentIdle) {
     EXPECT_EQ(pacer.atTick({0.2, true, false, true}), Action::takePicture);
 }
 
-TEST(FramePacer, holdsTheLastPictureWhileTheContentIsHidden) {
+TEST(FramePacer, HoldsTheLastPictureWhileTheContentIsHidden) {
     FramePacer pacer;
     EXPECT_EQ(pacer.atTick({0, true, true, true}), Action::tellSuspended);
     EXPECT_EQ(pacer.atStop({0.1, true, true, true}), Action::nothing);
@@ -71,7 +71,7 @@ TEST(FramePacer, holdsTheLastPictureWhileTheContentIsHidden) {
     EXPECT_EQ(pacer.atTick({2.5, false, true, true}), Action::tellSuspended);
 }
 
-TEST(FramePacer, deliversTheNewestContentWhenStopped) {
+TEST(FramePacer, DeliversTheNewestContentWhenStopped) {
     FramePacer pacer;
     pacer.atTick({0, true, false, true});
     pacer.taken(0);

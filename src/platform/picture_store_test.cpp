@@ -29,14 +29,14 @@ std::uint32_t at(const BgraPremultipliedBuffer& buffer, int x, int y) {
     return value;
 }
 
-TEST(PictureStore, beginsBlackAndOpaque) {
+TEST(PictureStore, BeginsBlackAndOpaque) {
     PictureStore store(kSize, 2);
     EXPECT_EQ(store.last(), nullptr);
     const auto picture = store.take({}, [](BgraPremultipliedBuffer&) { return true; });
     EXPECT_EQ(at(*picture, 39, 29), 0xff000000U);
 }
 
-TEST(PictureStore, letsOnlySoManyPicturesOut) {
+TEST(PictureStore, LetsOnlySoManyPicturesOut) {
     PictureStore store(kSize, 2);
     const auto paint = [](BgraPremultipliedBuffer&) { return true; };
     auto first = store.take(everything(), paint);
@@ -50,7 +50,7 @@ TEST(PictureStore, letsOnlySoManyPicturesOut) {
     EXPECT_NE(store.last(), nullptr);
 }
 
-TEST(PictureStore, keepsPicturesThatOutliveIt) {
+TEST(PictureStore, KeepsPicturesThatOutliveIt) {
     std::shared_ptr<const BgraPremultipliedBuffer> picture;
     {
         PictureStore store(kSize, 1);
@@ -62,7 +62,7 @@ TEST(PictureStore, keepsPicturesThatOutliveIt) {
     EXPECT_EQ(at(*picture, 20, 20), 0xff112233U);
 }
 
-TEST(PictureStore, keepsTheLastPictureWhenPaintingFails) {
+TEST(PictureStore, KeepsTheLastPictureWhenPaintingFails) {
     PictureStore store(kSize, 2);
     store.take(everything(), [](BgraPremultipliedBuffer& buffer) {
         fill(buffer, {0, 0, 40, 30}, 0xff010203);
@@ -79,7 +79,7 @@ TEST(PictureStore, keepsTheLastPictureWhenPaintingFails) {
     EXPECT_EQ(at(*next, 3, 3), 0xff010203U);
 }
 
-TEST(PictureStore, everyPictureIsWholeHoweverLongBuffersStayOut) {
+TEST(PictureStore, EveryPictureIsWholeHoweverLongBuffersStayOut) {
     std::mt19937 random(3);
     PictureStore store(kSize, 4);
     BgraPremultipliedBuffer screen(kSize.width, kSize.height);

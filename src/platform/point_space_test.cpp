@@ -5,14 +5,14 @@
 namespace lumivastor {
 namespace {
 
-TEST(PointSpace, keepsTheDisplaysOriginAndScalesFromThere) {
+TEST(PointSpace, KeepsTheDisplaysOriginAndScalesFromThere) {
     const PointSpace space{{1920, 0}, 2};
     EXPECT_EQ(space.pointFromPixel({1920, 0}), (Point{1920, 0}));
     EXPECT_EQ(space.pointFromPixel({2120, 100}), (Point{2020, 50}));
     EXPECT_EQ(space.rectFromPixels({2120, 100, 400, 300}), (Rect{2020, 50, 200, 150}));
 }
 
-TEST(PointSpace, wayThereAndBackIsExactAtTheUsualScales) {
+TEST(PointSpace, WayThereAndBackIsExactAtTheUsualScales) {
     for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
         const PointSpace space{{1280, 720}, scale};
         for (int pixel = 0; pixel < 4000; pixel += 7) {

@@ -16,7 +16,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(SoundBackend, choosesTheServerThatProgramsPlayTo) {
+TEST(SoundBackend, ChoosesTheServerThatProgramsPlayTo) {
     EXPECT_EQ(chooseSoundServer({}), SoundServerKind::none);
     EXPECT_EQ(chooseSoundServer({.pulse = true}), SoundServerKind::pulse);
     EXPECT_EQ(chooseSoundServer({.pulse = true, .pipeWireHasSound = true}), SoundServerKind::pulse);
@@ -26,7 +26,7 @@ TEST(SoundBackend, choosesTheServerThatProgramsPlayTo) {
     EXPECT_EQ(chooseSoundServer({.pipeWireHasSound = true}), SoundServerKind::pipeWire);
 }
 
-TEST(SoundBackend, withoutAServerStartingSaysSo) {
+TEST(SoundBackend, WithoutAServerStartingSaysSo) {
     const TemporaryFolder folder;
     const auto sounds = openSoundSystem({nobodysAddress(folder), (folder / "nobody").string()});
     EXPECT_FALSE(sounds->defaultMicrophone());
@@ -43,7 +43,7 @@ TEST(SoundBackend, withoutAServerStartingSaysSo) {
     }
 }
 
-TEST(SoundBackend, listensToPulseAudio) {
+TEST(SoundBackend, ListensToPulseAudio) {
     const TemporaryFolder folder;
     const PulseRig rig;
     const auto sounds = openSoundSystem({rig.address(), (folder / "nobody").string()});
@@ -57,7 +57,7 @@ TEST(SoundBackend, listensToPulseAudio) {
     source->stop();
 }
 
-TEST(SoundBackend, listensToPipeWire) {
+TEST(SoundBackend, ListensToPipeWire) {
     const PipeWireRig rig;
     const auto sounds = openSoundSystem({rig.pulseAddress(), rig.remote()});
     const PipeWireBeeper beeper(rig.remote(), "sysout");

@@ -13,7 +13,7 @@ SoundBuffer tenth(int number) {
     return {number * 0.1, 1000, 1, std::vector<float>(100, 0.5F)};
 }
 
-TEST(SoundDelivery, handsOverEverythingInOrder) {
+TEST(SoundDelivery, HandsOverEverythingInOrder) {
     SerialQueue queue("test");
     std::vector<double> seen;
     SoundDelivery delivery(
@@ -24,7 +24,7 @@ TEST(SoundDelivery, handsOverEverythingInOrder) {
     for (int i = 0; i < 10; ++i) EXPECT_DOUBLE_EQ(seen[static_cast<std::size_t>(i)], i * 0.1);
 }
 
-TEST(SoundDelivery, dropsTheOldestBeyondTwoSecondsAndSaysSoOnce) {
+TEST(SoundDelivery, DropsTheOldestBeyondTwoSecondsAndSaysSoOnce) {
     SerialQueue queue("test");
     std::promise<void> open;
     queue.async([gate = open.get_future().share()] { gate.wait(); });

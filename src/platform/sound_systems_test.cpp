@@ -46,7 +46,7 @@ class SoundSystems : public testing::Test {};
 using Backends = testing::Types<OverPulseAudio, OverPipeWire>;
 TYPED_TEST_SUITE(SoundSystems, Backends, BackendNames);
 
-TYPED_TEST(SoundSystems, systemAudioIsHeardWhenItIsPlayed) {
+TYPED_TEST(SoundSystems, SystemAudioIsHeardWhenItIsPlayed) {
     const typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
@@ -65,7 +65,7 @@ TYPED_TEST(SoundSystems, systemAudioIsHeardWhenItIsPlayed) {
     }
 }
 
-TYPED_TEST(SoundSystems, microphoneIsHeardWhenItIsSpokenInto) {
+TYPED_TEST(SoundSystems, MicrophoneIsHeardWhenItIsSpokenInto) {
     const typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     const auto device = sounds.defaultMicrophone();
@@ -83,7 +83,7 @@ TYPED_TEST(SoundSystems, microphoneIsHeardWhenItIsSpokenInto) {
     for (const SoundBuffer& buffer : heard.buffers()) ASSERT_EQ(buffer.channels, 1);
 }
 
-TYPED_TEST(SoundSystems, otherRatesAndChannelsAreTheServersWork) {
+TYPED_TEST(SoundSystems, OtherRatesAndChannelsAreTheServersWork) {
     const typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
@@ -97,7 +97,7 @@ TYPED_TEST(SoundSystems, otherRatesAndChannelsAreTheServersWork) {
     EXPECT_EQ(heard.buffers().front().channels, 1);
 }
 
-TYPED_TEST(SoundSystems, goesOnWhenTheServerComesBack) {
+TYPED_TEST(SoundSystems, GoesOnWhenTheServerComesBack) {
     typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     HeardSound heard;
@@ -121,7 +121,7 @@ TYPED_TEST(SoundSystems, goesOnWhenTheServerComesBack) {
     expectInPlace(heard, beeper.beeps(), "after a restart");
 }
 
-TYPED_TEST(SoundSystems, endIsToldInGerman) {
+TYPED_TEST(SoundSystems, EndIsToldInGerman) {
     typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     HeardSound heard;
@@ -135,7 +135,7 @@ TYPED_TEST(SoundSystems, endIsToldInGerman) {
     EXPECT_EQ(heard.ends(), std::vector<std::string>{TypeParam::kNobody});
 }
 
-TYPED_TEST(SoundSystems, followsTheDefaultSink) {
+TYPED_TEST(SoundSystems, FollowsTheDefaultSink) {
     typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     HeardSound heard;
@@ -154,7 +154,7 @@ TYPED_TEST(SoundSystems, followsTheDefaultSink) {
     expectInPlace(heard, beeper.beeps(), "behind a change of the default");
 }
 
-TYPED_TEST(SoundSystems, stopsAndStartsAnew) {
+TYPED_TEST(SoundSystems, StopsAndStartsAnew) {
     const typename TypeParam::Rig rig;
     typename TypeParam::System sounds(TypeParam::address(rig));
     // An idle null sink has rendered two seconds ahead, which a monitor that comes later does not get to see.

@@ -88,7 +88,7 @@ class Simulation {
 
 constexpr int kTenMinutes = 10 * 60 * 100;  // buffers of 10 ms
 
-TEST(SteadySound, tenMinutesOfDriftStayInPlace) {
+TEST(SteadySound, TenMinutesOfDriftStayInPlace) {
     for (const double drift : {200e-6, -200e-6, 300e-6, -300e-6}) {
         Simulation device(drift);
         device.options().jitterSeconds = 0.0005;
@@ -102,7 +102,7 @@ TEST(SteadySound, tenMinutesOfDriftStayInPlace) {
     }
 }
 
-TEST(SteadySound, tenMinutesOfDriftAndJitterStayInPlace) {
+TEST(SteadySound, TenMinutesOfDriftAndJitterStayInPlace) {
     for (const double drift : {200e-6, -200e-6}) {
         for (unsigned seed = 1; seed <= 3; ++seed) {
             std::mt19937 random(seed);
@@ -123,7 +123,7 @@ TEST(SteadySound, tenMinutesOfDriftAndJitterStayInPlace) {
     }
 }
 
-TEST(SteadySound, lostBuffersBecomeJumps) {
+TEST(SteadySound, LostBuffersBecomeJumps) {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> jitter(-0.02, 0.02);
     Simulation device(200e-6);
@@ -146,7 +146,7 @@ TEST(SteadySound, lostBuffersBecomeJumps) {
     EXPECT_LT(device.worstError(), 0.003);
 }
 
-TEST(SteadySound, aGapThatNobodyCountedIsSeen) {
+TEST(SteadySound, AGapThatNobodyCountedIsSeen) {
     Simulation device(100e-6);
     std::mt19937 random(3);
     std::uniform_real_distribution<double> jitter(-0.005, 0.005);
@@ -160,7 +160,7 @@ TEST(SteadySound, aGapThatNobodyCountedIsSeen) {
     EXPECT_LT(device.worstError(), 0.004) << "also of what came right behind the gap";
 }
 
-TEST(SteadySound, aFewMillisecondsThatNobodyCountedAreSeen) {
+TEST(SteadySound, AFewMillisecondsThatNobodyCountedAreSeen) {
     // As sound servers without priority lose them: a cycle of theirs now and then, and what arrives comes in steps.
     Simulation device(100e-6);
     SteadySound steady = device.make();
@@ -180,7 +180,7 @@ TEST(SteadySound, aFewMillisecondsThatNobodyCountedAreSeen) {
     EXPECT_EQ(device.jumps(), losses);
 }
 
-TEST(SteadySound, aBusySecondIsNoLoss) {
+TEST(SteadySound, ABusySecondIsNoLoss) {
     Simulation device(0);
     SteadySound steady = device.make();
     for (int i = 0; i < 6000; ++i) {
@@ -192,7 +192,7 @@ TEST(SteadySound, aBusySecondIsNoLoss) {
     EXPECT_EQ(device.jumps(), 0);
 }
 
-TEST(SteadySound, behindABusyTimeOfLossesEverythingIsInPlace) {
+TEST(SteadySound, BehindABusyTimeOfLossesEverythingIsInPlace) {
     std::mt19937 random(11);
     std::uniform_real_distribution<double> chance(0, 1);
     Simulation device(-200e-6);
@@ -211,7 +211,7 @@ TEST(SteadySound, behindABusyTimeOfLossesEverythingIsInPlace) {
     EXPECT_LT(device.worstError(), 0.009);
 }
 
-TEST(SteadySound, lateArrivalsAreNoGap) {
+TEST(SteadySound, LateArrivalsAreNoGap) {
     Simulation device(0);
     SteadySound steady = device.make();
     for (int i = 0; i < 6000; ++i) {
@@ -226,7 +226,7 @@ TEST(SteadySound, lateArrivalsAreNoGap) {
     EXPECT_NEAR(static_cast<double>(device.frames()), 6000 * 80, 3);
 }
 
-TEST(SteadySound, aDeviceThatBeginsAnewGoesOnAtTheRightTime) {
+TEST(SteadySound, ADeviceThatBeginsAnewGoesOnAtTheRightTime) {
     Simulation device(-150e-6);
     SteadySound steady = device.make();
     for (int i = 0; i < 1000; ++i) steady.add(i * 80, device.trueSeconds(i * 80), device.sound(i * 80, 80));
@@ -239,7 +239,7 @@ TEST(SteadySound, aDeviceThatBeginsAnewGoesOnAtTheRightTime) {
     EXPECT_NEAR(device.end(), device.trueSeconds(80000), 0.001);
 }
 
-TEST(SteadySound, timesNeverRunBackward) {
+TEST(SteadySound, TimesNeverRunBackward) {
     Simulation device(0);
     SteadySound steady = device.make();
     for (int i = 0; i < 1000; ++i) steady.add(i * 80, device.trueSeconds(i * 80), device.sound(i * 80, 80));
@@ -251,7 +251,7 @@ TEST(SteadySound, timesNeverRunBackward) {
     EXPECT_LT(device.worstError(), 0.001);
 }
 
-TEST(SteadySound, aShortSoundComesOutWhole) {
+TEST(SteadySound, AShortSoundComesOutWhole) {
     Simulation device(0);
     SteadySound steady = device.make();
     steady.add(0, device.trueSeconds(0), device.sound(0, 80));
@@ -262,7 +262,7 @@ TEST(SteadySound, aShortSoundComesOutWhole) {
     EXPECT_EQ(device.frames(), 80);
 }
 
-TEST(SteadySound, atFullRateTheSoundItselfIsUntouched) {
+TEST(SteadySound, AtFullRateTheSoundItselfIsUntouched) {
     // A tone that a clock 300 millionths fast has counted comes out as the tone that was heard.
     constexpr double kDrift = -300e-6;
     constexpr double kHertz = 1000;

@@ -53,7 +53,7 @@ StreamConfiguration both() {
     return configuration;
 }
 
-TEST(StreamSound, startsOnlyWhatIsAskedForAndHasAnOutput) {
+TEST(StreamSound, StartsOnlyWhatIsAskedForAndHasAnOutput) {
     const auto system = std::make_shared<HandSystem>();
     SerialQueue queue("test");
     StreamSound sound(system, both());
@@ -67,7 +67,7 @@ TEST(StreamSound, startsOnlyWhatIsAskedForAndHasAnOutput) {
     EXPECT_FALSE(system->speakers.isRunning);
 }
 
-TEST(StreamSound, deliversEachKindToItsOutput) {
+TEST(StreamSound, DeliversEachKindToItsOutput) {
     const auto system = std::make_shared<HandSystem>();
     SerialQueue queue("test");
     std::vector<double> heard;
@@ -87,7 +87,7 @@ TEST(StreamSound, deliversEachKindToItsOutput) {
     EXPECT_EQ(said, std::vector<double>{2});
 }
 
-TEST(StreamSound, stopsWhatRanWhenTheOtherKindFails) {
+TEST(StreamSound, StopsWhatRanWhenTheOtherKindFails) {
     const auto system = std::make_shared<HandSystem>();
     system->voice.fails = true;
     SerialQueue queue("test");
@@ -98,7 +98,7 @@ TEST(StreamSound, stopsWhatRanWhenTheOtherKindFails) {
     EXPECT_FALSE(system->speakers.isRunning);
 }
 
-TEST(StreamSound, failsWithoutASoundSystemOnlyWhenSoundIsAskedFor) {
+TEST(StreamSound, FailsWithoutASoundSystemOnlyWhenSoundIsAskedFor) {
     SerialQueue queue("test");
     StreamSound silent(nullptr, {});
     silent.addSystemAudioOutput(queue, [](const SoundBuffer&) {});
@@ -108,7 +108,7 @@ TEST(StreamSound, failsWithoutASoundSystemOnlyWhenSoundIsAskedFor) {
     EXPECT_THROW(sound.start(), RecorderError);
 }
 
-TEST(StreamSound, tellsWhenSoundEndsByItself) {
+TEST(StreamSound, TellsWhenSoundEndsByItself) {
     const auto system = std::make_shared<HandSystem>();
     SerialQueue queue("test");
     std::string told;

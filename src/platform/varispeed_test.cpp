@@ -17,7 +17,7 @@ std::vector<float> tone(double hertz, int frames) {
     return values;
 }
 
-TEST(Varispeed, readsTonesAnywhereBetweenFrames) {
+TEST(Varispeed, ReadsTonesAnywhereBetweenFrames) {
     for (const double hertz : {50.0, 1000.0, 10000.0, 18000.0}) {
         Varispeed sound(1);
         sound.push(tone(hertz, 4000));
@@ -30,7 +30,7 @@ TEST(Varispeed, readsTonesAnywhereBetweenFrames) {
     }
 }
 
-TEST(Varispeed, atAFrameItIsTheFrame) {
+TEST(Varispeed, AtAFrameItIsTheFrame) {
     Varispeed sound(2);
     std::vector<float> values;
     for (int i = 0; i < 200; ++i) {
@@ -47,7 +47,7 @@ TEST(Varispeed, atAFrameItIsTheFrame) {
     }
 }
 
-TEST(Varispeed, forgettingChangesNothingBehindIt) {
+TEST(Varispeed, ForgettingChangesNothingBehindIt) {
     Varispeed whole(1);
     Varispeed part(1);
     whole.push(tone(440, 1000));

@@ -49,7 +49,7 @@ class MainWindowTest : public testing::TestWithParam<double> {
     QApplication application_{count_, words_};
 };
 
-TEST_P(MainWindowTest, isAsLargeAsLaidDown) {
+TEST_P(MainWindowTest, IsAsLargeAsLaidDown) {
     MainWindow window({});
     window.setVisible(true);
     window.show(fullState());
@@ -63,7 +63,7 @@ TEST_P(MainWindowTest, isAsLargeAsLaidDown) {
     expectNothingIsCutOff(window);
 }
 
-TEST_P(MainWindowTest, oneNoticeFitsInAndMoreMakeItHigher) {
+TEST_P(MainWindowTest, OneNoticeFitsInAndMoreMakeItHigher) {
     MainWindow window({});
     window.setVisible(true);
     MainWindowState state = fullState();
@@ -86,7 +86,7 @@ TEST_P(MainWindowTest, oneNoticeFitsInAndMoreMakeItHigher) {
     expectNothingIsCutOff(window);
 }
 
-TEST_P(MainWindowTest, panelsHoldTheirTextsWhateverTheType) {
+TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     QScreen& screen = *QGuiApplication::primaryScreen();
     RegionArmPanel arm(
         screen, [] {}, [] {});

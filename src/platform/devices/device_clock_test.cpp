@@ -11,7 +11,7 @@ constexpr ClockReading at(double hostSeconds, double wallLessHost = 1.7e9) {
     return {hostSeconds, hostSeconds + wallLessHost};
 }
 
-TEST(DeviceClock, keepsStampsOfTheHostClock) {
+TEST(DeviceClock, KeepsStampsOfTheHostClock) {
     DeviceClock clock;
     for (int i = 0; i < 100; ++i) {
         const double taken = 500 + i / 30.0;
@@ -20,7 +20,7 @@ TEST(DeviceClock, keepsStampsOfTheHostClock) {
     EXPECT_EQ(clock.kind(), DeviceClock::Kind::host);
 }
 
-TEST(DeviceClock, mapsTheWallClockEvenWhenItIsSet) {
+TEST(DeviceClock, MapsTheWallClockEvenWhenItIsSet) {
     DeviceClock clock;
     EXPECT_NEAR(clock.hostSeconds(500.0 + 1.7e9, at(500.03)), 500.0, 1e-6);
     EXPECT_EQ(clock.kind(), DeviceClock::Kind::wall);
@@ -30,7 +30,7 @@ TEST(DeviceClock, mapsTheWallClockEvenWhenItIsSet) {
     EXPECT_EQ(clock.hostSeconds(502.0 + 1.7e9, at(502.03, 1.7e9 + 3600)), 502.03);
 }
 
-TEST(DeviceClock, aClockOfItsOwnRunsFromTheQuickestArrival) {
+TEST(DeviceClock, AClockOfItsOwnRunsFromTheQuickestArrival) {
     DeviceClock clock;
     EXPECT_DOUBLE_EQ(clock.hostSeconds(0.0, at(700.05)), 700.05);
     EXPECT_DOUBLE_EQ(clock.hostSeconds(1.0, at(701.01)), 701.01);
@@ -38,7 +38,7 @@ TEST(DeviceClock, aClockOfItsOwnRunsFromTheQuickestArrival) {
     EXPECT_EQ(clock.kind(), DeviceClock::Kind::own);
 }
 
-TEST(DeviceClock, impossibleStampsGiveWayToTheArrival) {
+TEST(DeviceClock, ImpossibleStampsGiveWayToTheArrival) {
     DeviceClock clock;
     EXPECT_EQ(clock.hostSeconds(800.0, at(800.01)), 800.0);
     EXPECT_EQ(clock.hostSeconds(805.0, at(801.01)), 801.01) << "in the future";
@@ -46,7 +46,7 @@ TEST(DeviceClock, impossibleStampsGiveWayToTheArrival) {
     EXPECT_EQ(clock.hostSeconds(std::nullopt, at(803.01)), 803.01) << "none";
 }
 
-TEST(DeviceClock, readsBothClocks) {
+TEST(DeviceClock, ReadsBothClocks) {
     const double before = hostClockSeconds();
     const ClockReading now = ClockReading::now();
     EXPECT_GE(now.hostSeconds, before);

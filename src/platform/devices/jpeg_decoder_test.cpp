@@ -38,7 +38,7 @@ std::vector<std::uint8_t> redJpeg() {
     return {packet->data, packet->data + packet->size};
 }
 
-TEST(JpegDecoder, decodesCamerasPicturesInTheirColours) {
+TEST(JpegDecoder, DecodesCamerasPicturesInTheirColours) {
     const auto bytes = redJpeg();
     ASSERT_FALSE(bytes.empty());
     JpegDecoder decoder;
@@ -55,7 +55,7 @@ TEST(JpegDecoder, decodesCamerasPicturesInTheirColours) {
     }
 }
 
-TEST(JpegDecoder, damagedPicturesAreNoTrouble) {
+TEST(JpegDecoder, DamagedPicturesAreNoTrouble) {
     auto bytes = redJpeg();
     ASSERT_FALSE(bytes.empty());
     JpegDecoder decoder;

@@ -70,7 +70,7 @@ std::vector<std::uint8_t> block(int format, Colour colour, bool isBt709, bool is
     return bytes;
 }
 
-TEST(PictureToBgra, yuvFormatsGiveTheColourThatWasMeant) {
+TEST(PictureToBgra, YuvFormatsGiveTheColourThatWasMeant) {
     for (const int format : {AV_PIX_FMT_YUYV422, AV_PIX_FMT_NV12, AV_PIX_FMT_YUV420P}) {
         const std::size_t tight = format == AV_PIX_FMT_YUYV422 ? kWidth * 2 : kWidth;
         for (const std::size_t stride : {tight, tight + 32}) {
@@ -92,7 +92,7 @@ TEST(PictureToBgra, yuvFormatsGiveTheColourThatWasMeant) {
     }
 }
 
-TEST(PictureToBgra, withoutTagsCamerasMeanBt601AndCapturedScreensBt709) {
+TEST(PictureToBgra, WithoutTagsCamerasMeanBt601AndCapturedScreensBt709) {
     EXPECT_FALSE(meansBt709(false, 1080));
     EXPECT_TRUE(meansBt709(true, 1080));
     EXPECT_FALSE(meansBt709(true, 576));
@@ -104,7 +104,7 @@ TEST(PictureToBgra, withoutTagsCamerasMeanBt601AndCapturedScreensBt709) {
     expectColour(converter.convert(*picture).get(), red);
 }
 
-TEST(PictureToBgra, rgbComesOutOpaque) {
+TEST(PictureToBgra, RgbComesOutOpaque) {
     std::vector<std::uint8_t> bytes;
     for (int i = 0; i < kWidth * kHeight; ++i) bytes.insert(bytes.end(), {30, 60, 90, 7});
     for (const int format : {AV_PIX_FMT_BGRA, AV_PIX_FMT_BGR0}) {
@@ -115,7 +115,7 @@ TEST(PictureToBgra, rgbComesOutOpaque) {
     }
 }
 
-TEST(PictureToBgra, aBlockThatIsTooSmallIsRefused) {
+TEST(PictureToBgra, ABlockThatIsTooSmallIsRefused) {
     std::vector<std::uint8_t> bytes(kWidth * kHeight * 3 / 2);
     EXPECT_TRUE(pictureInBlock(AV_PIX_FMT_NV12, kWidth, kHeight, bytes.data(), bytes.size(), 0));
     EXPECT_FALSE(pictureInBlock(AV_PIX_FMT_NV12, kWidth, kHeight, bytes.data(), bytes.size() - 1, 0));
@@ -128,7 +128,7 @@ TEST(PictureToBgra, aBlockThatIsTooSmallIsRefused) {
     EXPECT_FALSE(pictureInBlock(AV_PIX_FMT_NV12, kWidth, kHeight, nullptr, bytes.size(), 0));
 }
 
-TEST(PictureToBgra, planesMayLieApart) {
+TEST(PictureToBgra, PlanesMayLieApart) {
     const Colour green{10, 200, 30};
     const auto bytes = block(AV_PIX_FMT_NV12, green, false, false, kWidth);
     constexpr std::size_t kLuma = kWidth * kHeight;
@@ -144,7 +144,7 @@ TEST(PictureToBgra, planesMayLieApart) {
     EXPECT_FALSE(pictureInPlanes(AV_PIX_FMT_NV12, kWidth, kHeight, std::span(blocks).first(1)));
 }
 
-TEST(PictureToBgra, theLastRowMayEndWithItsLastPixel) {
+TEST(PictureToBgra, TheLastRowMayEndWithItsLastPixel) {
     const std::size_t stride = kWidth * 2 + 32;
     const auto bytes = block(AV_PIX_FMT_YUYV422, {255, 255, 255}, false, false, stride);
     const auto picture =

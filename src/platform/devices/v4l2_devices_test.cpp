@@ -5,7 +5,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(V4l2Devices, captureCardsAreToldFromCameras) {
+TEST(V4l2Devices, CaptureCardsAreToldFromCameras) {
     EXPECT_FALSE(isCaptureCard("Integrated Camera: Integrated C", "uvcvideo", "usb-0000:00:14.0-8"));
     EXPECT_FALSE(isCaptureCard("HD Pro Webcam C920", "uvcvideo", "usb-0000:00:14.0-2"));
     EXPECT_FALSE(isCaptureCard("FaceTime HD Camera", "uvcvideo", "usb-0000:00:14.0-1"));
@@ -18,7 +18,7 @@ TEST(V4l2Devices, captureCardsAreToldFromCameras) {
     EXPECT_TRUE(isCaptureCard("DeckLink Mini Recorder", "blackmagic", "PCI:0000:04:00.0"));
 }
 
-TEST(V4l2Devices, theFastestFormatOfASizeIsChosen) {
+TEST(V4l2Devices, TheFastestFormatOfASizeIsChosen) {
     const std::vector<V4l2Format> webcam{{"yuyv422", {1920, 1080}, 5}, {"mjpeg", {1920, 1080}, 30},
                                          {"mjpeg", {1280, 720}, 60},   {"yuyv422", {1280, 720}, 10},
                                          {"mjpeg", {640, 480}, 30},    {"yuyv422", {640, 480}, 30},
@@ -31,7 +31,7 @@ TEST(V4l2Devices, theFastestFormatOfASizeIsChosen) {
     EXPECT_EQ(chooseFormat({{"nv12", {1920, 1080}, 0}}, {1920, 1080})->name, "nv12") << "the driver does not say";
 }
 
-TEST(V4l2Devices, listingWorksWithAndWithoutDevices) {
+TEST(V4l2Devices, ListingWorksWithAndWithoutDevices) {
     for (const V4l2Device& device : listV4l2Devices()) EXPECT_FALSE(device.path.empty());
 }
 

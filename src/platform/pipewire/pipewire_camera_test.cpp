@@ -61,7 +61,7 @@ class PipeWireCamera : public testing::Test {
         openCaptureDevices(std::make_shared<SyntheticSoundSystem>(), {rig_.remote(), {}, {}});
 };
 
-TEST_F(PipeWireCamera, deliversThirtyPicturesASecondOnTheHostClock) {
+TEST_F(PipeWireCamera, DeliversThirtyPicturesASecondOnTheHostClock) {
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{}, {"--bare"}, {"--yuv"}, {"--yuv", "--bare"}}) {
         const auto camera = plugIn(options);
@@ -94,7 +94,7 @@ TEST_F(PipeWireCamera, deliversThirtyPicturesASecondOnTheHostClock) {
     }
 }
 
-TEST_F(PipeWireCamera, aCameraThatVanishesIsAnInterruptionAndCanComeBack) {
+TEST_F(PipeWireCamera, ACameraThatVanishesIsAnInterruptionAndCanComeBack) {
     auto camera = plugIn();
     const CaptureDevice device = *devices_->defaultCamera();
     const auto session = devices_->open(device);
@@ -118,7 +118,7 @@ TEST_F(PipeWireCamera, aCameraThatVanishesIsAnInterruptionAndCanComeBack) {
     EXPECT_TRUE(seenAgain.interruptions().empty());
 }
 
-TEST_F(PipeWireCamera, aServerThatDiesIsAnInterruption) {
+TEST_F(PipeWireCamera, AServerThatDiesIsAnInterruption) {
     const auto camera = plugIn();
     const auto session = devices_->open(*devices_->defaultCamera());
     SeenPictures seen;
@@ -132,7 +132,7 @@ TEST_F(PipeWireCamera, aServerThatDiesIsAnInterruption) {
     EXPECT_FALSE(devices_->defaultCamera());
 }
 
-TEST_F(PipeWireCamera, stopsBeforeTheFirstPicture) {
+TEST_F(PipeWireCamera, StopsBeforeTheFirstPicture) {
     const auto camera = plugIn();
     for (int i = 0; i < 3; ++i) {
         const auto session = devices_->open(*devices_->defaultCamera());
@@ -144,7 +144,7 @@ TEST_F(PipeWireCamera, stopsBeforeTheFirstPicture) {
     }
 }
 
-TEST_F(PipeWireCamera, withoutACameraThereIsNone) {
+TEST_F(PipeWireCamera, WithoutACameraThereIsNone) {
     EXPECT_FALSE(findPipeWireCamera(rig_.remote(), [](const std::string&) { return true; }));
     EXPECT_THROW(PipeWireCameraSession(rig_.remote(), "kamera", "Kamera"), RecorderError);
 }

@@ -11,7 +11,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(PipeWireSound, isHeardInPlaceOverPulseAudiosProtocolToo) {
+TEST(PipeWireSound, IsHeardInPlaceOverPulseAudiosProtocolToo) {
     const PipeWireRig rig;
     PulseSoundSystem sounds(rig.pulseAddress());
     const auto server = sounds.probe();
@@ -29,7 +29,7 @@ TEST(PipeWireSound, isHeardInPlaceOverPulseAudiosProtocolToo) {
     }
 }
 
-TEST(PipeWireSound, withoutAServerSaysSo) {
+TEST(PipeWireSound, WithoutAServerSaysSo) {
     const TemporaryFolder folder;
     PipeWireSoundSystem sounds((folder / "nobody").string());
     EXPECT_FALSE(sounds.hasSound());

@@ -8,7 +8,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(SoundRing, dropsWhatDoesNotFit) {
+TEST(SoundRing, DropsWhatDoesNotFit) {
     SoundRing ring(10);
     EXPECT_TRUE(ring.put(0, 1, std::vector<float>(6, 0.5F)));
     EXPECT_FALSE(ring.put(6, 2, std::vector<float>(6, 0.6F)));
@@ -22,7 +22,7 @@ TEST(SoundRing, dropsWhatDoesNotFit) {
     EXPECT_EQ(frames, (std::vector<std::int64_t>{0, 12, 16}));
 }
 
-TEST(SoundRing, carriesEverythingBetweenTwoThreads) {
+TEST(SoundRing, CarriesEverythingBetweenTwoThreads) {
     constexpr std::int64_t kFrames = 200000;
     SoundRing ring(1000);
     std::thread putting([&] {

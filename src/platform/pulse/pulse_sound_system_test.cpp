@@ -9,7 +9,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(PulseSound, aServerThatSaysNothingIsGivenUp) {
+TEST(PulseSound, AServerThatSaysNothingIsGivenUp) {
     PulseRig rig;
     PulseSoundSystem sounds(rig.address());
     EXPECT_TRUE(sounds.probe());
@@ -18,7 +18,7 @@ TEST(PulseSound, aServerThatSaysNothingIsGivenUp) {
     rig.freeze(false);
 }
 
-TEST(PulseSound, withoutAServerSaysSo) {
+TEST(PulseSound, WithoutAServerSaysSo) {
     const TemporaryFolder folder;
     PulseSoundSystem sounds(nobodysAddress(folder));
     EXPECT_FALSE(sounds.probe());

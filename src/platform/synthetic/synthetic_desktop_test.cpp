@@ -5,7 +5,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(SyntheticDesktop, deliversSamplesOnTheOutputsQueueWhileTheStreamRuns) {
+TEST(SyntheticDesktop, DeliversSamplesOnTheOutputsQueueWhileTheStreamRuns) {
     SyntheticDesktop desktop;
     SerialQueue queue("test");
     std::vector<FrameStatus> seen;
@@ -26,7 +26,7 @@ TEST(SyntheticDesktop, deliversSamplesOnTheOutputsQueueWhileTheStreamRuns) {
     EXPECT_FALSE(desktop.isStreamRunning());
 }
 
-TEST(SyntheticDesktop, failsAsItIsTold) {
+TEST(SyntheticDesktop, FailsAsItIsTold) {
     SyntheticDesktop desktop;
     const auto stream = desktop.makeCaptureStream(DisplayFilter{}, {});
     desktop.failStart(RecorderError("kein Bild"));
@@ -44,7 +44,7 @@ TEST(SyntheticDesktop, failsAsItIsTold) {
     EXPECT_THROW(desktop.shareableContent(), RecorderError);
 }
 
-TEST(SyntheticDesktop, tellsMonitorsUntilTheyAreDestroyed) {
+TEST(SyntheticDesktop, TellsMonitorsUntilTheyAreDestroyed) {
     SyntheticDesktop desktop;
     int told = 0;
     auto monitor = desktop.monitorPointer({{10, 20}, 2}, [&](const PointerEvent&) { ++told; });
@@ -59,7 +59,7 @@ TEST(SyntheticDesktop, tellsMonitorsUntilTheyAreDestroyed) {
     EXPECT_EQ(desktop.calls(), (std::vector<std::string>{"monitorPointer", "endMonitor", "monitorPointer"}));
 }
 
-TEST(SyntheticDesktop, handsOutTheCursorsImageOnlyWhenItIsNew) {
+TEST(SyntheticDesktop, HandsOutTheCursorsImageOnlyWhenItIsNew) {
     SyntheticDesktop desktop;
     EXPECT_FALSE(desktop.currentCursor(std::nullopt));
     SystemCursor arrow{7, BgraPremultipliedBuffer(3, 2), 1, 1};

@@ -11,7 +11,7 @@
 namespace lumivastor {
 namespace {
 
-TEST(SyntheticDevices, deliverWhatTheTestEmits) {
+TEST(SyntheticDevices, DeliverWhatTheTestEmits) {
     SerialQueue queue("test.device");
     const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
     camera->setPresets({{1280, 720}});
@@ -57,13 +57,13 @@ int arrived(bool discardsLate, int pictures) {
     return count;
 }
 
-TEST(SyntheticDevices, latePicturesAreDroppedAsDocumented) {
+TEST(SyntheticDevices, LatePicturesAreDroppedAsDocumented) {
     EXPECT_EQ(arrived(true, 6), 2);
     EXPECT_EQ(arrived(false, 6), 6);
     EXPECT_EQ(arrived(false, 40), 30);
 }
 
-TEST(SyntheticDevices, interruptionIsToldAndEndsTheSession) {
+TEST(SyntheticDevices, InterruptionIsToldAndEndsTheSession) {
     SyntheticDevice card(CaptureDevice{"card", "Karte", true, 2});
     std::vector<std::string> told;
     const auto session = card.open();
@@ -75,7 +75,7 @@ TEST(SyntheticDevices, interruptionIsToldAndEndsTheSession) {
     EXPECT_EQ(told, std::vector<std::string>{"abgezogen"});
 }
 
-TEST(SyntheticDevices, failAsAsked) {
+TEST(SyntheticDevices, FailAsAsked) {
     SyntheticCaptureDevices devices;
     const auto card = std::make_shared<SyntheticDevice>(CaptureDevice{"card", "Karte", true, 2});
     devices.addExternalDevice(card);

@@ -12,7 +12,7 @@ namespace {
 
 using Kind = SyntheticSoundSystem::Kind;
 
-TEST(SyntheticSound, emitsToRunningSourcesOnly) {
+TEST(SyntheticSound, EmitsToRunningSourcesOnly) {
     SyntheticSoundSystem sounds;
     std::vector<SoundBuffer> heard;
     const auto source = sounds.systemAudio(48000, 2);
@@ -30,7 +30,7 @@ TEST(SyntheticSound, emitsToRunningSourcesOnly) {
     EXPECT_EQ(heard[0].values[959], 0.5F);
 }
 
-TEST(SyntheticSound, tellsTheEndOnceAndGoesOn) {
+TEST(SyntheticSound, TellsTheEndOnceAndGoesOn) {
     SyntheticSoundSystem sounds;
     std::vector<std::string> reasons;
     int heard = 0;
@@ -44,7 +44,7 @@ TEST(SyntheticSound, tellsTheEndOnceAndGoesOn) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST(SyntheticSound, startFailsAsAsked) {
+TEST(SyntheticSound, StartFailsAsAsked) {
     SyntheticSoundSystem sounds;
     sounds.failStarts(Kind::systemAudio, "Kein Ton.");
     EXPECT_THROW(sounds.systemAudio(48000, 2)->start(nullptr, nullptr), RecorderError);

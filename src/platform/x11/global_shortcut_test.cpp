@@ -34,7 +34,7 @@ class GlobalShortcutTest : public testing::Test {
     std::atomic<int> pressed_ = 0;
 };
 
-TEST_F(GlobalShortcutTest, isHeardWhicheverWindowHasTheKeyboard) {
+TEST_F(GlobalShortcutTest, IsHeardWhicheverWindowHasTheKeyboard) {
     const RigWindow other(desktop_.displayName());
     const auto shortcut = grab();
     pressAll();
@@ -43,14 +43,14 @@ TEST_F(GlobalShortcutTest, isHeardWhicheverWindowHasTheKeyboard) {
     EXPECT_TRUE(waitForPresses(2));
 }
 
-TEST_F(GlobalShortcutTest, isHeardWhileNumbersAreLocked) {
+TEST_F(GlobalShortcutTest, IsHeardWhileNumbersAreLocked) {
     const auto shortcut = grab();
     keyboard_.press({kNumLock});
     pressAll();
     EXPECT_TRUE(waitForPresses(1));
 }
 
-TEST_F(GlobalShortcutTest, otherCombinationsAreNotMeant) {
+TEST_F(GlobalShortcutTest, OtherCombinationsAreNotMeant) {
     const auto shortcut = grab();
     keyboard_.press({'s'});
     keyboard_.press({ScriptedKeyboard::kControl, 's'});
@@ -59,7 +59,7 @@ TEST_F(GlobalShortcutTest, otherCombinationsAreNotMeant) {
     EXPECT_TRUE(waitForPresses(1));
 }
 
-TEST_F(GlobalShortcutTest, belongsToOneProgramAtATime) {
+TEST_F(GlobalShortcutTest, BelongsToOneProgramAtATime) {
     auto shortcut = grab();
     EXPECT_THROW(grab(), RecorderError);
     shortcut.reset();
@@ -68,19 +68,19 @@ TEST_F(GlobalShortcutTest, belongsToOneProgramAtATime) {
     EXPECT_TRUE(waitForPresses(1));
 }
 
-TEST_F(GlobalShortcutTest, aServerThatGoesAwayIsHarmless) {
+TEST_F(GlobalShortcutTest, AServerThatGoesAwayIsHarmless) {
     const auto shortcut = grab();
     desktop_.killServer();
 }
 
-TEST(GlobalShortcut, needsAServer) {
+TEST(GlobalShortcut, NeedsAServer) {
     EXPECT_THROW(grabX11Shortcut(
                      kKeys, [] {}, ":54321"),
                  RecorderError);
     EXPECT_FALSE(hasCompositingManager(":54321"));
 }
 
-TEST_F(GlobalShortcutTest, nobodyComposesWithoutAManager) {
+TEST_F(GlobalShortcutTest, NobodyComposesWithoutAManager) {
     EXPECT_FALSE(hasCompositingManager(desktop_.displayName()));
 }
 

@@ -13,7 +13,7 @@ std::optional<Type> typeOf(PointerInterpreter& interpreter, Kind kind, int butto
     return event ? std::optional(event->type) : std::nullopt;
 }
 
-TEST(PointerInterpreter, tellsButtonsApart) {
+TEST(PointerInterpreter, TellsButtonsApart) {
     PointerInterpreter interpreter{PointSpace{}};
     const Point here{5, 5};
     EXPECT_EQ(typeOf(interpreter, Kind::press, 1, here), Type::leftMouseDown);
@@ -27,7 +27,7 @@ TEST(PointerInterpreter, tellsButtonsApart) {
     for (const int wheel : {4, 5, 6, 7}) EXPECT_EQ(typeOf(interpreter, Kind::press, wheel, here), std::nullopt);
 }
 
-TEST(PointerInterpreter, motionDragsWithTheButtonThatWasPressedFirst) {
+TEST(PointerInterpreter, MotionDragsWithTheButtonThatWasPressedFirst) {
     PointerInterpreter interpreter{PointSpace{}};
     double x = 0;
     const auto move = [&] { return typeOf(interpreter, Kind::motion, 0, {++x, 0}); };
@@ -44,7 +44,7 @@ TEST(PointerInterpreter, motionDragsWithTheButtonThatWasPressedFirst) {
     EXPECT_EQ(move(), Type::otherMouseDragged);
 }
 
-TEST(PointerInterpreter, knowsButtonsThatWereHeldBefore) {
+TEST(PointerInterpreter, KnowsButtonsThatWereHeldBefore) {
     PointerInterpreter interpreter{PointSpace{}};
     const int held[] = {1};
     interpreter.begin({3, 3}, held);
@@ -53,7 +53,7 @@ TEST(PointerInterpreter, knowsButtonsThatWereHeldBefore) {
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {5, 3}), Type::mouseMoved);
 }
 
-TEST(PointerInterpreter, appliesTheButtonMapping) {
+TEST(PointerInterpreter, AppliesTheButtonMapping) {
     PointerInterpreter interpreter{PointSpace{}};
     interpreter.setMapping({3, 2, 1, 5, 4, 0});
     EXPECT_EQ(typeOf(interpreter, Kind::press, 1, {}), Type::rightMouseDown);
@@ -67,7 +67,7 @@ TEST(PointerInterpreter, appliesTheButtonMapping) {
     EXPECT_EQ(wheel->notchesY, -1);
 }
 
-TEST(PointerInterpreter, scrollsByNotchesWhereThePointerIs) {
+TEST(PointerInterpreter, ScrollsByNotchesWhereThePointerIs) {
     PointerInterpreter interpreter{{{100, 0}, 2}};
     interpreter.interpret({Kind::motion, 1, 0, Point{300, 50}});
     const double expected[][3] = {{4, 0, 1}, {5, 0, -1}, {6, 1, 0}, {7, -1, 0}};
@@ -86,14 +86,14 @@ TEST(PointerInterpreter, scrollsByNotchesWhereThePointerIs) {
     EXPECT_FALSE(interpreter.interpret({Kind::scroll, 0, 0, {}}).has_value());
 }
 
-TEST(PointerInterpreter, leavesOutMotionThatDoesNotMove) {
+TEST(PointerInterpreter, LeavesOutMotionThatDoesNotMove) {
     PointerInterpreter interpreter{PointSpace{}};
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {1, 1}), Type::mouseMoved);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {1, 1}), std::nullopt);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {2, 1}), Type::mouseMoved);
 }
 
-TEST(ScrollAxes, divideByTheIncrementOfEachAxis) {
+TEST(ScrollAxes, DivideByTheIncrementOfEachAxis) {
     ScrollAxes axes;
     axes.setDevice(9, {{2, true, 30}, {3, false, -15}});
     EXPECT_TRUE(axes.knows(9));

@@ -13,12 +13,12 @@ PixelRect without(const std::vector<std::uint32_t>& extents) {
     return withoutShadow(kInside, extents);
 }
 
-TEST(WindowShadow, isTakenOffEachSide) {
+TEST(WindowShadow, IsTakenOffEachSide) {
     EXPECT_EQ(without({10, 20, 5, 15}), (PixelRect{110, 55, 370, 280}));
     EXPECT_EQ(without({0, 0, 0, 0}), kInside);
 }
 
-TEST(WindowShadow, countsForNothingWhereItMakesNoSense) {
+TEST(WindowShadow, CountsForNothingWhereItMakesNoSense) {
     EXPECT_EQ(without({}), kInside);
     EXPECT_EQ(without({1, 2, 3}), kInside);
     EXPECT_EQ(without({200, 200, 0, 0}), kInside);

@@ -13,7 +13,7 @@ std::vector<std::uint32_t> idsAtExcluded(const std::vector<StackedWindow>& stack
     return ids;
 }
 
-TEST(WindowStack, findsWhatExcludedWindowsCover) {
+TEST(WindowStack, FindsWhatExcludedWindowsCover) {
     const std::vector<StackedWindow> stack{
         {1, {0, 0, 500, 500}}, {2, {900, 700, 300, 300}, 0, 0, true}, {3, {-10, -10, 5, 5}, 0, 0, true}};
     const DamageArea parts = excludedParts(stack, kArea);
@@ -21,7 +21,7 @@ TEST(WindowStack, findsWhatExcludedWindowsCover) {
     EXPECT_EQ(parts.rects()[0], (PixelRect{900, 700, 100, 100}));
 }
 
-TEST(WindowStack, onlyWindowsThatTouchAnExcludedOneAreNeeded) {
+TEST(WindowStack, OnlyWindowsThatTouchAnExcludedOneAreNeeded) {
     EXPECT_EQ(idsAtExcluded({{1, {0, 0, 500, 500}},
                              {2, {600, 0, 100, 100}},
                              {3, {100, 100, 200, 200}, 0, 0, true},
@@ -29,12 +29,12 @@ TEST(WindowStack, onlyWindowsThatTouchAnExcludedOneAreNeeded) {
               (std::vector<std::uint32_t>{1, 4}));
 }
 
-TEST(WindowStack, excludedWindowsAreNotNeededForEachOther) {
+TEST(WindowStack, ExcludedWindowsAreNotNeededForEachOther) {
     EXPECT_EQ(idsAtExcluded({{1, {0, 0, 50, 50}, 0, 0, true}, {2, {0, 0, 50, 50}, 0, 0, true}}),
               std::vector<std::uint32_t>{});
 }
 
-TEST(WindowStack, looksAtTheCapturedAreaOnly) {
+TEST(WindowStack, LooksAtTheCapturedAreaOnly) {
     EXPECT_EQ(idsAtExcluded({{1, {900, 0, 500, 500}}, {2, {1100, 100, 100, 100}, 0, 0, true}}),
               std::vector<std::uint32_t>{});
 }

@@ -35,7 +35,7 @@ class Variable {
     const char* name_;
 };
 
-TEST(X11Content, withoutAServerThereIsAGermanError) {
+TEST(X11Content, WithoutAServerThereIsAGermanError) {
     try {
         openX11Desktop(nullptr, ":59871");
         FAIL();
@@ -44,7 +44,7 @@ TEST(X11Content, withoutAServerThereIsAGermanError) {
     }
 }
 
-TEST(X11Content, listsMonitorsWithTheirOriginInPixels) {
+TEST(X11Content, ListsMonitorsWithTheirOriginInPixels) {
     DesktopRig rig({2000, 900});
     rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 100, 800, 800, true}});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -60,7 +60,7 @@ TEST(X11Content, listsMonitorsWithTheirOriginInPixels) {
     EXPECT_NE(named("Left").id, named("Right").id);
 }
 
-TEST(X11Content, pointsFollowTheScale) {
+TEST(X11Content, PointsFollowTheScale) {
     DesktopRig rig({1600, 900});
     for (const auto& [dots, scale] : {std::pair{96, 1.0}, {120, 1.25}, {144, 1.5}, {192, 2.0}}) {
         rig.setDotsPerInch(dots);
@@ -71,7 +71,7 @@ TEST(X11Content, pointsFollowTheScale) {
     }
 }
 
-TEST(X11Content, theEnvironmentScalesMonitorsByName) {
+TEST(X11Content, TheEnvironmentScalesMonitorsByName) {
     DesktopRig rig({2000, 900});
     rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 100, 800, 800}});
     const Variable variable("QT_SCREEN_SCALE_FACTORS", "Left=1;Right=2");
@@ -86,7 +86,7 @@ TEST(X11Content, theEnvironmentScalesMonitorsByName) {
     EXPECT_EQ(found->frame, (Rect{1250, 150, 200, 150}));
 }
 
-TEST(X11Content, listsWindowsFromFrontToBackWithTheirPrograms) {
+TEST(X11Content, ListsWindowsFromFrontToBackWithTheirPrograms) {
     for (const bool hasManager : {false, true}) {
         DesktopRig rig({1280, 800, hasManager});
         const RigWindow back(rig.displayName(), {.title = "Bäckerei", .className = "Eins", .x = 50, .y = 60});
@@ -114,7 +114,7 @@ TEST(X11Content, listsWindowsFromFrontToBackWithTheirPrograms) {
     }
 }
 
-TEST(X11Content, otherProgramsAreNotThisOne) {
+TEST(X11Content, OtherProgramsAreNotThisOne) {
     DesktopRig rig;
     const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "10", "20", "300", "200", "808080"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -128,7 +128,7 @@ TEST(X11Content, otherProgramsAreNotThisOne) {
     EXPECT_FALSE(content.ownApplication);
 }
 
-TEST(X11Content, docksAndDesktopsAreNotAtLayerZero) {
+TEST(X11Content, DocksAndDesktopsAreNotAtLayerZero) {
     DesktopRig rig({1280, 800, true});
     const RigWindow dock(rig.displayName(), {.title = "Leiste", .type = "DOCK"});
     const RigWindow desk(rig.displayName(), {.title = "Schreibtisch", .type = "DESKTOP"});
@@ -144,7 +144,7 @@ TEST(X11Content, docksAndDesktopsAreNotAtLayerZero) {
     EXPECT_EQ(titled(content, "Fenster")->layer, 0);
 }
 
-TEST(X11Content, leavesOutWindowsThatCannotBeSeen) {
+TEST(X11Content, LeavesOutWindowsThatCannotBeSeen) {
     DesktopRig rig({1280, 800, true});
     const RigWindow seen(rig.displayName(), {.title = "sichtbar"});
     RigWindow icon(rig.displayName(), {.title = "Symbol"});
@@ -154,7 +154,7 @@ TEST(X11Content, leavesOutWindowsThatCannotBeSeen) {
     EXPECT_TRUE(waitFor([&] { return titles(desktop->shareableContent()) == std::vector<std::string>{"sichtbar"}; }));
 }
 
-TEST(X11Content, framesLeaveOutShadowsThatWindowsDraw) {
+TEST(X11Content, FramesLeaveOutShadowsThatWindowsDraw) {
     DesktopRig rig;
     const RigWindow window(
         rig.displayName(),
@@ -166,7 +166,7 @@ TEST(X11Content, framesLeaveOutShadowsThatWindowsDraw) {
     EXPECT_EQ(desktop->windowFrame(window.id(), {}), (Rect{120, 110, 350, 250}));
 }
 
-TEST(X11Content, windowFramesFollowTheWindow) {
+TEST(X11Content, WindowFramesFollowTheWindow) {
     DesktopRig rig({1280, 800, true});
     RigWindow window(rig.displayName(), {.x = 100, .y = 120});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -181,7 +181,7 @@ TEST(X11Content, windowFramesFollowTheWindow) {
     EXPECT_EQ(desktop->windowFrame(window.id(), space), std::nullopt);
 }
 
-TEST(X11Content, aServerThatDiesIsAnErrorAndNotTheEnd) {
+TEST(X11Content, AServerThatDiesIsAnErrorAndNotTheEnd) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     EXPECT_EQ(desktop->shareableContent().displays.size(), 1U);

@@ -34,7 +34,7 @@ bool equalsEverywhere(const BgraPremultipliedBuffer& picture, const std::functio
     return differingPixels(picture, 0, 0, picture.width(), picture.height(), colorAt) == 0;
 }
 
-TEST(X11DisplayCapture, showsTheScreenToThePixelAndFollowsEveryChange) {
+TEST(X11DisplayCapture, ShowsTheScreenToThePixelAndFollowsEveryChange) {
     DesktopRig rig({1281, 803});  // odd: the picture ends a pixel earlier
     rig.paintRoot(kGround);
     RigWindow window(rig.displayName(), {.x = 300, .y = 200, .width = 333, .height = 222});
@@ -58,7 +58,7 @@ TEST(X11DisplayCapture, showsTheScreenToThePixelAndFollowsEveryChange) {
     EXPECT_TRUE(capture.samples().stops().empty());
 }
 
-TEST(X11DisplayCapture, doesNotShowThePointer) {
+TEST(X11DisplayCapture, DoesNotShowThePointer) {
     DesktopRig rig;
     rig.paintRoot(kGround);
     ScriptedPointer(rig.displayName()).moveTo(200, 200);
@@ -68,7 +68,7 @@ TEST(X11DisplayCapture, doesNotShowThePointer) {
         [](const auto& picture) { return equalsEverywhere(picture, [](int, int) { return kGround; }); }));
 }
 
-TEST(X11DisplayCapture, aRegionIsExactAtEveryScale) {
+TEST(X11DisplayCapture, ARegionIsExactAtEveryScale) {
     DesktopRig rig({1280, 800});
     rig.paintRoot(kGround);
     RigWindow window(rig.displayName(), {.x = 101, .y = 57, .width = 700, .height = 500});
@@ -91,7 +91,7 @@ TEST(X11DisplayCapture, aRegionIsExactAtEveryScale) {
     }
 }
 
-TEST(X11DisplayCapture, eachOfTwoDisplaysAndARegionAcrossBoth) {
+TEST(X11DisplayCapture, EachOfTwoDisplaysAndARegionAcrossBoth) {
     DesktopRig rig({2000, 800});
     rig.paintRoot(kGround);
     rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 0, 800, 700}});
@@ -117,7 +117,7 @@ TEST(X11DisplayCapture, eachOfTwoDisplaysAndARegionAcrossBoth) {
     EXPECT_TRUE(shows(acrossFromRight, 1050, 50));
 }
 
-TEST(X11DisplayCapture, whatLiesBeyondTheDesktopIsBlack) {
+TEST(X11DisplayCapture, WhatLiesBeyondTheDesktopIsBlack) {
     DesktopRig rig({800, 600});
     rig.paintRoot(kGround);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -127,7 +127,7 @@ TEST(X11DisplayCapture, whatLiesBeyondTheDesktopIsBlack) {
     }));
 }
 
-TEST(X11DisplayCapture, aStillScreenIsIdleAndItsPictureComesAgainEachSecond) {
+TEST(X11DisplayCapture, AStillScreenIsIdleAndItsPictureComesAgainEachSecond) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
@@ -157,7 +157,7 @@ TEST(X11DisplayCapture, aStillScreenIsIdleAndItsPictureComesAgainEachSecond) {
     }
 }
 
-TEST(X11DisplayCapture, aPictureShowsEverythingThatWasPaintedUntilItsTime) {
+TEST(X11DisplayCapture, APictureShowsEverythingThatWasPaintedUntilItsTime) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.width = 320, .height = 100});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -195,7 +195,7 @@ TEST(X11DisplayCapture, aPictureShowsEverythingThatWasPaintedUntilItsTime) {
     }
 }
 
-TEST(X11DisplayCapture, takesNoPictureWhileAllBuffersAreOut) {
+TEST(X11DisplayCapture, TakesNoPictureWhileAllBuffersAreOut) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.x = 0, .y = 0, .width = 320, .height = 100});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -233,7 +233,7 @@ TEST(X11DisplayCapture, takesNoPictureWhileAllBuffersAreOut) {
     EXPECT_EQ(kept.back().image->pixel(319, 50)[0], 255);
 }
 
-TEST(X11DisplayCapture, goesOnWhenTheScreenChangesItsSize) {
+TEST(X11DisplayCapture, GoesOnWhenTheScreenChangesItsSize) {
     DesktopRig rig({1280, 800});
     rig.paintRoot(kGround);
     RigWindow window(rig.displayName(), {.x = 100, .y = 100, .width = 200, .height = 100, .color = 0xffffff});
@@ -255,7 +255,7 @@ TEST(X11DisplayCapture, goesOnWhenTheScreenChangesItsSize) {
     EXPECT_TRUE(capture.samples().stops().empty());
 }
 
-TEST(X11DisplayCapture, endsWhenItsDisplayIsUnplugged) {
+TEST(X11DisplayCapture, EndsWhenItsDisplayIsUnplugged) {
     DesktopRig rig({2000, 800});
     rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 0, 800, 700}});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
@@ -270,7 +270,7 @@ TEST(X11DisplayCapture, endsWhenItsDisplayIsUnplugged) {
     EXPECT_THROW(desktop->makeCaptureStream(right, recordingOf(right))->start(), RecorderError);
 }
 
-TEST(X11DisplayCapture, endsWithAnErrorWhenTheServerDies) {
+TEST(X11DisplayCapture, EndsWithAnErrorWhenTheServerDies) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
@@ -285,7 +285,7 @@ TEST(X11DisplayCapture, endsWithAnErrorWhenTheServerDies) {
     EXPECT_EQ(seen.back().status, FrameStatus::stopped);
 }
 
-TEST(X11DisplayCapture, manyStreamsStartAndStopAtOnce) {
+TEST(X11DisplayCapture, ManyStreamsStartAndStopAtOnce) {
     DesktopRig rig;
     rig.paintRoot(kGround);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());

@@ -66,7 +66,7 @@ bool showsThrough(SampleCollector& samples, const RigWindow& window, int width, 
     });
 }
 
-TEST_P(X11ExcludedWindows, areNotInThePicture) {
+TEST_P(X11ExcludedWindows, AreNotInThePicture) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);
     RigWindow cover(rig_.displayName(), panel());
@@ -87,7 +87,7 @@ TEST_P(X11ExcludedWindows, areNotInThePicture) {
     EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 4));
 }
 
-TEST_P(X11ExcludedWindows, neverFlashWhenTheyAppear) {
+TEST_P(X11ExcludedWindows, NeverFlashWhenTheyAppear) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);
     const DisplayFilter display = filter();
@@ -121,7 +121,7 @@ TEST_P(X11ExcludedWindows, neverFlashWhenTheyAppear) {
     EXPECT_EQ(flashes, 0);
 }
 
-TEST_P(X11ExcludedWindows, stayOutWithTheirManagersFrames) {
+TEST_P(X11ExcludedWindows, StayOutWithTheirManagersFrames) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);
     RigWindow::Options options = panel();
@@ -133,7 +133,7 @@ TEST_P(X11ExcludedWindows, stayOutWithTheirManagersFrames) {
     EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 1));
 }
 
-TEST_P(X11ExcludedWindows, whatLiesAboveThemStays) {
+TEST_P(X11ExcludedWindows, WhatLiesAboveThemStays) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);
     const RigWindow cover(rig_.displayName(), panel());
@@ -153,7 +153,7 @@ TEST_P(X11ExcludedWindows, whatLiesAboveThemStays) {
     }));
 }
 
-TEST_P(X11ExcludedWindows, windowsBeneathMayHaveAlphaAndBorders) {
+TEST_P(X11ExcludedWindows, WindowsBeneathMayHaveAlphaAndBorders) {
     RigWindow window(rig_.displayName(), {
                                              .x = 100,
                                              .y = 120,
@@ -168,7 +168,7 @@ TEST_P(X11ExcludedWindows, windowsBeneathMayHaveAlphaAndBorders) {
     EXPECT_TRUE(showsThrough(capture.samples(), window, 300, 200, 1));
 }
 
-TEST(X11ExcludedPrograms, areToldByTheirProcess) {
+TEST(X11ExcludedPrograms, AreToldByTheirProcess) {
     DesktopRig rig({1000, 700});
     rig.paintRoot(kGround);
     RigWindow own(rig.displayName(),

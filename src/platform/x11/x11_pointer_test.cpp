@@ -89,7 +89,7 @@ class Script {
     std::vector<Expected> expected_;
 };
 
-TEST(X11Pointer, tellsClicksDragsScrollsAndMovesAsTheyHappened) {
+TEST(X11Pointer, TellsClicksDragsScrollsAndMovesAsTheyHappened) {
     DesktopRig rig({1280, 800, true});
     const RigWindow window(rig.displayName(), {.x = 100, .y = 100, .width = 600, .height = 400});
     ScriptedPointer(rig.displayName()).moveTo(3, 3);
@@ -122,7 +122,7 @@ TEST(X11Pointer, tellsClicksDragsScrollsAndMovesAsTheyHappened) {
     expectEvents(collector.events(), script.expected());
 }
 
-TEST(X11Pointer, tellsPositionsInTheSpaceThatWasAskedFor) {
+TEST(X11Pointer, TellsPositionsInTheSpaceThatWasAskedFor) {
     DesktopRig rig({2000, 900});
     for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
         const PointSpace space{{1200, 100}, scale};
@@ -139,7 +139,7 @@ TEST(X11Pointer, tellsPositionsInTheSpaceThatWasAskedFor) {
     }
 }
 
-TEST(X11Pointer, appliesTheUsersButtonMappingAlsoWhenItChanges) {
+TEST(X11Pointer, AppliesTheUsersButtonMappingAlsoWhenItChanges) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     Collector collector;
@@ -166,7 +166,7 @@ TEST(X11Pointer, appliesTheUsersButtonMappingAlsoWhenItChanges) {
     EXPECT_EQ(types, (std::vector{Type::rightMouseDown, Type::rightMouseUp, Type::leftMouseDown, Type::leftMouseUp}));
 }
 
-TEST(X11Pointer, knowsAButtonThatWasHeldBeforeItBegan) {
+TEST(X11Pointer, KnowsAButtonThatWasHeldBeforeItBegan) {
     DesktopRig rig;
     ScriptedPointer pointer(rig.displayName());
     pointer.moveTo(50, 50);
@@ -184,7 +184,7 @@ TEST(X11Pointer, knowsAButtonThatWasHeldBeforeItBegan) {
     EXPECT_EQ(collector.events()[2].type, Type::mouseMoved);
 }
 
-TEST(X11Pointer, tellsNothingAfterItWasDestroyed) {
+TEST(X11Pointer, TellsNothingAfterItWasDestroyed) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     ScriptedPointer pointer(rig.displayName());
@@ -200,7 +200,7 @@ TEST(X11Pointer, tellsNothingAfterItWasDestroyed) {
     EXPECT_EQ(collector.events().size(), 5U);
 }
 
-TEST(X11Pointer, survivesTheServersDeath) {
+TEST(X11Pointer, SurvivesTheServersDeath) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     Collector collector;
@@ -211,7 +211,7 @@ TEST(X11Pointer, survivesTheServersDeath) {
     monitor.reset();
 }
 
-TEST(X11Cursor, isTheShapeThatAProgramSet) {
+TEST(X11Cursor, IsTheShapeThatAProgramSet) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.x = 100, .y = 100});
     window.setCursor(17, 23, 4, 6, 0x80402010);
@@ -239,7 +239,7 @@ TEST(X11Cursor, isTheShapeThatAProgramSet) {
     EXPECT_EQ(other->image.width(), 8);
 }
 
-TEST(X11Cursor, isNothingWhileItIsInvisible) {
+TEST(X11Cursor, IsNothingWhileItIsInvisible) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.x = 100, .y = 100});
     ScriptedPointer pointer(rig.displayName());

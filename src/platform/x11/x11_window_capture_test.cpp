@@ -28,7 +28,7 @@ class X11WindowCapture : public testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(managers, X11WindowCapture, testing::Bool(),
                          [](const auto& one) { return one.param ? "withManager" : "withoutManager"; });
 
-TEST_P(X11WindowCapture, showsTheWindowToThePixel) {
+TEST_P(X11WindowCapture, ShowsTheWindowToThePixel) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
     RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
@@ -43,7 +43,7 @@ TEST_P(X11WindowCapture, showsTheWindowToThePixel) {
     }));
 }
 
-TEST_P(X11WindowCapture, showsWhatIsCovered) {
+TEST_P(X11WindowCapture, ShowsWhatIsCovered) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
     RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
@@ -54,7 +54,7 @@ TEST_P(X11WindowCapture, showsWhatIsCovered) {
     EXPECT_TRUE(showsPattern(capture.samples(), 2, 320, 240));
 }
 
-TEST_P(X11WindowCapture, followsAWindowThatMovesAlsoOffTheScreen) {
+TEST_P(X11WindowCapture, FollowsAWindowThatMovesAlsoOffTheScreen) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
     RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
@@ -67,7 +67,7 @@ TEST_P(X11WindowCapture, followsAWindowThatMovesAlsoOffTheScreen) {
     EXPECT_TRUE(showsPattern(capture.samples(), 3, 320, 240));
 }
 
-TEST_P(X11WindowCapture, keepsItsSizeWhenTheWindowChangesIts) {
+TEST_P(X11WindowCapture, KeepsItsSizeWhenTheWindowChangesIts) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
     RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
@@ -85,7 +85,7 @@ TEST_P(X11WindowCapture, keepsItsSizeWhenTheWindowChangesIts) {
     EXPECT_EQ(capture.samples().picture()->height(), 240);
 }
 
-TEST_P(X11WindowCapture, isSuspendedWhileTheWindowIsHidden) {
+TEST_P(X11WindowCapture, IsSuspendedWhileTheWindowIsHidden) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
     RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
@@ -106,7 +106,7 @@ TEST_P(X11WindowCapture, isSuspendedWhileTheWindowIsHidden) {
     EXPECT_TRUE(capture.samples().stops().empty());
 }
 
-TEST_P(X11WindowCapture, endsWhenTheWindowIsClosed) {
+TEST_P(X11WindowCapture, EndsWhenTheWindowIsClosed) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
     const WindowFilter filter = windowFilter(*desktop_, window.id());
@@ -123,7 +123,7 @@ TEST_P(X11WindowCapture, endsWhenTheWindowIsClosed) {
     EXPECT_THROW(desktop_->makeCaptureStream(filter, recordingOf(filter))->start(), RecorderError);
 }
 
-TEST_P(X11WindowCapture, leavesOutTheShadowThatAWindowDraws) {
+TEST_P(X11WindowCapture, LeavesOutTheShadowThatAWindowDraws) {
     RigWindow window(rig_.displayName(),
                      {.x = 100, .y = 100, .width = 320, .height = 240, .hasAlpha = true, .shadow = {20, 30, 10, 40}});
     window.drawPattern(1);
@@ -134,14 +134,14 @@ TEST_P(X11WindowCapture, leavesOutTheShadowThatAWindowDraws) {
     }));
 }
 
-TEST_P(X11WindowCapture, leavesOutTheBorder) {
+TEST_P(X11WindowCapture, LeavesOutTheBorder) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240, .border = 7});
     window.drawPattern(1);
     RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
     EXPECT_TRUE(showsPattern(capture.samples(), 1, 320, 240));
 }
 
-TEST_P(X11WindowCapture, isExactAtEveryScale) {
+TEST_P(X11WindowCapture, IsExactAtEveryScale) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 321, .height = 243});
     window.drawPattern(1);
     for (const int dots : {96, 120, 144, 192}) {
@@ -153,7 +153,7 @@ TEST_P(X11WindowCapture, isExactAtEveryScale) {
     }
 }
 
-TEST(X11WindowCaptureServer, deathEndsTheStream) {
+TEST(X11WindowCaptureServer, DeathEndsTheStream) {
     DesktopRig rig;
     const RigWindow window(rig.displayName());
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
