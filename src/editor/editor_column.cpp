@@ -97,7 +97,7 @@ void EditorControls::addCursorCard(QLayout& cards, const EditorActions& actions)
 void EditorControls::addLookCard(QLayout& cards, const EditorActions& actions) {
     Card card(cards, "Look");
     colourWell = new ColourWell;
-    setNames(*colourWell, {"colourWell", "Hintergrund", "Farbe des Hintergrunds wählen"});
+    setNames(*colourWell, {"colorWell", "Hintergrund", "Farbe des Hintergrunds wählen"});
     colourWell->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     colourWell->chosen = actions.settingChanged;
     card.addRow("Hintergrund", colourWell);

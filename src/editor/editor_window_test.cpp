@@ -195,7 +195,7 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     EXPECT_EQ(session().settings().webcamCorner, expected.webcamCorner);
     EXPECT_EQ(session().settings(), expected);
 
-    click("colourWell");
+    click("colorWell");
     QColorDialog* dialog = controls().colourWell->dialog();
     ASSERT_NE(dialog, nullptr);
     dialog->setCurrentColor(QColor(51, 102, 255));
