@@ -97,14 +97,15 @@ TEST(Manual, QuotesTheProgramWordForWord) {
 }
 
 TEST(Manual, NamesEveryControlOfTheEditor) {
-    const std::string controls = readText(kTree / "src/editor/editor_controls.cpp");
-    std::vector<std::string> titles =
-        matches(controls, "\\n *(?:QString )?(?:Card \\w+\\(\\*cards,|add\\([0-9],) \"([^\"]+)\"");
+    const std::string controls =
+        readText(kTree / "src/editor/editor_column.cpp") + readText(kTree / "src/editor/editor_tools.cpp");
+    std::vector<std::string> titles = matches(controls, "(?:Card \\w+\\(cards,|addTools\\(\\*grid,) \"([^\"]+)\"");
     EXPECT_EQ(titles.size(), 11U) << "cards and rows of tools";
-    for (const std::string& row : matches(controls, "addRow\\(\"([^\"]+)\"")) titles.push_back(row);
-    for (const std::string& row : matches(controls, "(?:slider|segments)\\(\\s*\\w+, \"([^\"]+)\""))
+    for (const std::string& row : matches(controls, "(?:addRow|add)\\(\"([^\"]+)\"")) titles.push_back(row);
+    for (const std::string& row : matches(controls, "add(?:Slider|Segments)\\(\\s*card, \"([^\"]+)\"")) {
         titles.push_back(row);
-    EXPECT_GT(titles.size(), 20U);
+    }
+    EXPECT_EQ(titles.size(), 30U);
     for (const std::string& title : titles) {
         EXPECT_NE(manual().find(title), std::string::npos) << "not in the manual: " << title;
     }

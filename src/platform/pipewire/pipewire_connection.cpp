@@ -99,7 +99,13 @@ class PipeWireConnection::Impl {
 
 PipeWireConnection::Impl::Impl(const std::string& remote) {
     static std::once_flag once;
-    std::call_once(once, [] { pw_init(nullptr, nullptr); });
+    std::call_once(once, [] {
+        pw_init(nullptr, nullptr);
+        // It complains on the standard error where there is no PipeWire and so no settings of its own, which is nothing
+        // to the user; what fails is said in German. Who looks for a fault sets the variable.
+        const char* wanted = std::getenv("PIPEWIRE_DEBUG");  // NOLINT(concurrency-mt-unsafe): nobody changes it
+        if (wanted == nullptr) pw_log_set_level(SPA_LOG_LEVEL_NONE);
+    });
     loop.reset(pw_loop_new(nullptr));
     if (!loop) throw RecorderError(kNobody);
     pw_loop_enter(loop.get());
