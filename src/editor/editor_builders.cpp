@@ -35,7 +35,7 @@ QPushButton* smallButton(const QString& text, const QString& iconName, const Con
                          std::function<void()> action) {
     auto* button = new QPushButton(text);
     if (!iconName.isEmpty()) button->setIcon(icon(iconName));
-    button->setIconSize({16, 16});
+    button->setIconSize(text.isEmpty() ? QSize(16, 16) : iconBeforeText(16));
     if (text.isEmpty()) button->setProperty("role", "icon");
     // The pointer does not take the keyboard away from where it is.
     button->setFocusPolicy(Qt::TabFocus);

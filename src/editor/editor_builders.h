@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSize>
 #include <QString>
 #include <functional>
 #include <string>
@@ -18,6 +19,11 @@ class QWidget;
 // programs and tool tips. Objects belong to the layout or the parent that they are put into.
 
 namespace lumivastor {
+
+/// How large the icon before a button's text is, with more room between them than the style leaves.
+inline QSize iconBeforeText(int side) {
+    return {side + 3, side};
+}
 
 /// What a control is called, for tests (`name`), for assistive programs, and in its tool tip.
 struct ControlNames {

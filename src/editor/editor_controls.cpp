@@ -171,7 +171,7 @@ void EditorControls::makeRenderButtons(const EditorActions& actions) {
         "Video rendern", {},
         {"renderButton", "Video rendern", "Das fertige Video in den Ordner der Aufnahme schreiben"}, actions.render);
     renderButton->setIcon(icon("film", look::kOnAccent));
-    renderButton->setIconSize({18, 18});
+    renderButton->setIconSize(iconBeforeText(18));
     renderButton->setProperty("role", "main");
     revealRenderButton->setProperty("role", "bottom");
     cancelRenderButton->setProperty("role", "bottom");

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QSvgRenderer>
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -31,7 +32,8 @@ class TintedDrawing final : public QIconEngine {
         picture.fill(Qt::transparent);
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
-        drawing_->render(&painter, QRectF(QPointF(), QSizeF(size)));
+        const int side = std::min(size.width(), size.height());
+        drawing_->render(&painter, QRectF(0, 0, side, side));
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
         painter.fillRect(picture.rect(), mode == QIcon::Disabled ? look::kDisabledText : colour_);
         return picture;
