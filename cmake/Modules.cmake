@@ -30,6 +30,8 @@ endif()
 function(lumi_test_binary name)
   cmake_parse_arguments(ARG "" "ALONE" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
+  # What tests themselves do is quick; optimizing it fully is a third of the time that compiling them takes.
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})
   if(ARG_ALONE)
     gtest_discover_tests(${name} TEST_FILTER "${ARG_ALONE}" TEST_LIST ${name}_alone
