@@ -18,6 +18,7 @@ ZoomEngine::Parameters zoomParameters(const ProjectSettings& settings) {
 std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const ProjectSettings& settings,
                                                  CanvasSize canvas, const EditState* previous) {
     checkZooms(settings);
+    checkMasks(settings);
     const CaptureInfo& info = recording.info;
     const auto width = static_cast<double>(info.pixelWidth);
     const auto height = static_cast<double>(info.pixelHeight);

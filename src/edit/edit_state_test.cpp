@@ -114,6 +114,21 @@ TEST(EditState, AZoomWithoutFocusOrWithImpossibleValuesIsAnError) {
     }
 }
 
+TEST(EditState, MoreMasksThanCanBeDrawnAreAnError) {
+    const Recording recording = recordingOf({});
+    ProjectSettings settings;
+    settings.masks.assign(kMostMasks, {0.2, 0.3, 0.4, 0.5});
+    EXPECT_EQ(deriveEditState(recording, settings, kCanvas)->layout.maskRects.size(), kMostMasks);
+    settings.masks.push_back({0.2, 0.3, 0.4, 0.5});
+    try {
+        deriveEditState(recording, settings, kCanvas);
+        FAIL();
+    } catch (const RecorderError& error) {
+        EXPECT_EQ(error.message(),
+                  "Das Projekt verpixelt 1001 Bereiche; mehr als 1000 können nicht gezeichnet werden.");
+    }
+}
+
 TEST(EditState, AnImpossibleScaleOfProposedZoomsIsAnError) {
     ProjectSettings settings;
     settings.zoomScale = 1e300;

@@ -28,16 +28,6 @@ Picture atRecordedSize(const Picture& source, const CaptureInfo& info) {
     return source.transformed(AffineTransform::scaling(width / extent.width, height / extent.height));
 }
 
-Picture withMasks(Picture picture, const StudioLayout& layout) {
-    for (const Rect& mask : layout.maskRects) {
-        picture = picture.clampedToExtent()
-                      .pixellated(layout.pixelBlock, {mask.minX(), mask.minY()})
-                      .cropped(mask)
-                      .over(picture);
-    }
-    return picture;
-}
-
 // The screen picture, cropped, put in its place and zoomed, in its rounded matte.
 Picture screenLayer(const FrameIngredients& in, const Picture& source, const AffineTransform& zoom) {
     const StudioLayout& layout = in.state.layout;
@@ -47,7 +37,8 @@ Picture screenLayer(const FrameIngredients& in, const Picture& source, const Aff
     const AffineTransform placement = AffineTransform::translation(-shown.x, -shown.y)
                                           .then(AffineTransform::scaling(layout.contentScale))
                                           .then(AffineTransform::translation(layout.screenRect.x, layout.screenRect.y));
-    return withMasks(atRecordedSize(source, in.recording.info), layout)
+    return atRecordedSize(source, in.recording.info)
+        .pixellated(layout.maskRects, static_cast<int>(layout.pixelBlock))
         .cropped(shown)
         .transformed(placement.then(zoom))
         // The matte's edge lies on the crop's; only one of them may soften it.

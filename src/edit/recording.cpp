@@ -89,4 +89,10 @@ void checkZooms(const ProjectSettings& settings) {
     }
 }
 
+void checkMasks(const ProjectSettings& settings) {
+    if (settings.masks.size() <= kMostMasks) return;
+    throw RecorderError(formatted("Das Projekt verpixelt %zu Bereiche; mehr als %zu können nicht gezeichnet werden.",
+                                  settings.masks.size(), kMostMasks));
+}
+
 }  // namespace lumivastor

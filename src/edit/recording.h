@@ -37,4 +37,10 @@ struct Recording {
 /// focus key, or times, positions or scales that are no such thing.
 void checkZooms(const ProjectSettings& settings);
 
+/// The most masks of a project: nobody draws more, and each of them costs time and memory in every frame.
+inline constexpr std::size_t kMostMasks = 1000;
+
+/// Throws `RecorderError` when a project document has more masks than `kMostMasks`.
+void checkMasks(const ProjectSettings& settings);
+
 }  // namespace lumivastor

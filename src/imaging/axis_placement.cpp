@@ -19,48 +19,60 @@ void AxisSteps::turnOver(double gridLength, double sourceLength) {
     translate = gridLength - (sourceLength * scale + translate);
 }
 
-PlacedAxis placed(const AxisSteps& steps, const Interval& extent, int count, double offset, double length) {
-    PlacedAxis axis;
-    axis.positions.resize(static_cast<std::size_t>(count));
-    axis.lows.resize(axis.positions.size());
-    axis.highs.resize(axis.positions.size());
-    std::vector<std::int16_t> levels(axis.positions.size());
-    const Interval last = shared(steps.visible, extent);
-    AxisSpan span{count, 0};
-    AxisSpan full{count, count};
+SampledAxis sampled(const AxisSteps& steps, int count, double offset, double length) {
+    SampledAxis axis;
+    for (auto* values : {&axis.positions, &axis.befores, &axis.afters, &axis.parts}) {
+        values->resize(static_cast<std::size_t>(count));
+    }
     for (int i = 0; i < count; ++i) {
         const auto at = static_cast<std::size_t>(i);
         double position = i + offset;
         const double before = position - std::max(position - 0.5, 0.0);
         const double after = std::min(position + 0.5, length) - position;
         double part = 1;
-        const auto partOf = [&](const Interval& interval) {
-            return sharedLength(position - before, position + after, interval.low, interval.high) / (before + after);
-        };
         for (const auto& step : steps.clamps) {
-            part *= partOf(step.visible);
+            part *= sharedLength(position - before, position + after, step.visible.low, step.visible.high) /
+                    (before + after);
             const double from = step.extent.low + before;
             const double to = step.extent.high - after;
             position = from < to ? std::clamp(position, from, to) : (from + to) / 2;
         }
-        part *= partOf(last);
         axis.positions[at] = position;
-        axis.lows[at] = std::max(position - before, last.low);
-        axis.highs[at] = std::min(position + after, last.high);
-        // A part that no 8-bit sample can show counts as nothing, or as everything.
-        levels[at] = static_cast<std::int16_t>(std::lround(part * kFullLevel));
-        if (levels[at] == 0) continue;
-        span = {std::min(span.begin, i), i + 1};
-        if (levels[at] == kFullLevel) {
-            if (full.begin == count) full = {i, i};
-            if (full.end == i) full.end = i + 1;
-        }
+        axis.befores[at] = before;
+        axis.afters[at] = after;
+        axis.parts[at] = part;
     }
-    if (span.begin >= span.end) return axis;
-    axis.coverage.span = span;
-    axis.coverage.full = full.begin < full.end ? full : AxisSpan{span.begin, span.begin};
-    axis.coverage.levels.assign(levels.begin() + span.begin, levels.begin() + span.end);
     return axis;
+}
+
+AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown) {
+    // No square reaches further than half a sample; looking at one more costs nothing and forgives rounding.
+    const auto begin = samples.positions.begin();
+    const auto firstAt = [&](double position) {
+        return static_cast<std::size_t>(std::lower_bound(begin, samples.positions.end(), position) - begin);
+    };
+    const std::size_t first = firstAt(shown.low - 1);
+    const std::size_t last = firstAt(shown.high + 1);
+    AxisCoverage coverage;
+    for (std::size_t at = first; at < last; ++at) {
+        const double low = samples.positions[at] - samples.befores[at];
+        const double high = samples.positions[at] + samples.afters[at];
+        const double part = samples.parts[at] * (sharedLength(low, high, shown.low, shown.high) /
+                                                 (samples.befores[at] + samples.afters[at]));
+        // A part that no 8-bit sample can show counts as nothing, or as everything.
+        const auto level = static_cast<std::int16_t>(std::lround(part * kFullLevel));
+        const auto i = static_cast<int>(at);
+        if (level == 0 && coverage.levels.empty()) continue;
+        if (coverage.levels.empty()) coverage.span = {i, i};
+        coverage.levels.push_back(level);
+        if (level != 0) coverage.span.end = i + 1;
+        if (level != kFullLevel) continue;
+        if (coverage.full.begin == coverage.full.end) coverage.full = {i, i};
+        if (coverage.full.end == i) coverage.full.end = i + 1;
+    }
+    coverage.levels.resize(static_cast<std::size_t>(coverage.span.end - coverage.span.begin));
+    if (coverage.full.begin == coverage.full.end) coverage.full = {coverage.span.begin, coverage.span.begin};
+    return coverage;
 }
 
 }  // namespace lumivastor

@@ -63,14 +63,18 @@ struct AxisCoverage {
     std::vector<std::int16_t> levels;  // for the span
 };
 
-/// Where the samples of an axis fall, in grid coordinates, with the parts of their squares to either side.
-struct PlacedAxis {
-    AxisCoverage coverage;
-    std::vector<double> positions, lows, highs;  // lows and highs: the visible part of each square
+/// The samples of an axis after all clamps, in grid coordinates; ascending.
+struct SampledAxis {
+    std::vector<double> positions;
+    std::vector<double> befores, afters;  // how far each sample's square reaches to either side, at most 0.5
+    std::vector<double> parts;            // of each square, what the crops above the last clamp leave
 };
 
-/// Places the `count` samples of a grid's axis, the first of which lies at `offset`; the grid is `length` long, and the
-/// layer shows inside `extent`. All in grid coordinates.
-PlacedAxis placed(const AxisSteps& steps, const Interval& extent, int count, double offset, double length);
+/// The `count` samples of a grid's axis, the first of which lies at `offset`; the grid is `length` long. All in grid
+/// coordinates.
+SampledAxis sampled(const AxisSteps& steps, int count, double offset, double length);
+
+/// How much of every sample lies in `shown`: what the crops since the last clamp leave of a layer.
+AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown);
 
 }  // namespace lumivastor

@@ -145,29 +145,27 @@ void AxisTableCache::tidy() {
 }
 
 AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> highs, AxisSpan span, int count) {
+    std::vector<int> firsts(lows.size());
     int taps = 1;
-    const auto firstOf = [&](int i) {
-        return std::clamp(static_cast<int>(std::floor(lows[static_cast<std::size_t>(i)] + 1e-9)), 0, count - 1);
-    };
-    const auto lastOf = [&](int i) {
-        return std::clamp(static_cast<int>(std::ceil(highs[static_cast<std::size_t>(i)] - 1e-9)) - 1, firstOf(i),
-                          count - 1);
-    };
-    for (int i = span.begin; i < span.end; ++i) taps = std::max(taps, lastOf(i) - firstOf(i) + 1);
-    AxisTable table = sized(lows.size(), taps);
+    for (std::size_t at = 0; at < firsts.size(); ++at) {
+        firsts[at] = std::clamp(static_cast<int>(std::floor(lows[at] + 1e-9)), 0, count - 1);
+        const int last = std::clamp(static_cast<int>(std::ceil(highs[at] - 1e-9)) - 1, firsts[at], count - 1);
+        taps = std::max(taps, last - firsts[at] + 1);
+    }
+    AxisTable table = sized(static_cast<std::size_t>(span.end), taps);
     std::vector<double> weights(static_cast<std::size_t>(taps));
-    for (int i = span.begin; i < span.end; ++i) {
-        const int first = std::clamp(firstOf(i), 0, count - taps);
+    for (std::size_t at = 0; at < firsts.size(); ++at) {
+        const int first = std::clamp(firsts[at], 0, count - taps);
         double sum = 0;
         for (int tap = 0; tap < taps; ++tap) {
             const double low = first + tap;
-            weights[static_cast<std::size_t>(tap)] =
-                sharedLength(low, low + 1, lows[static_cast<std::size_t>(i)], highs[static_cast<std::size_t>(i)]);
+            weights[static_cast<std::size_t>(tap)] = sharedLength(low, low + 1, lows[at], highs[at]);
             sum += weights[static_cast<std::size_t>(tap)];
         }
-        if (!(sum > 0)) weights[static_cast<std::size_t>(firstOf(i) - first)] = sum = 1;
-        table.first[static_cast<std::size_t>(i)] = first;
-        storeWeights(table, i, weights.data(), sum);
+        if (!(sum > 0)) weights[static_cast<std::size_t>(firsts[at] - first)] = sum = 1;
+        const int sample = span.begin + static_cast<int>(at);
+        table.first[static_cast<std::size_t>(sample)] = first;
+        storeWeights(table, sample, weights.data(), sum);
     }
     finish(table, span);
     return table;

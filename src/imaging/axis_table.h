@@ -49,7 +49,8 @@ class AxisTableCache {
     std::uint64_t frame_ = 0;
 };
 
-/// The table for squares that are shown by area: sample i covers the source from `lows[i]` to `highs[i]`.
+/// The table for squares that are shown by area: the span's samples cover the source from `lows` to `highs`, the first
+/// of which are those of its first sample. Goes no further than the span.
 AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> highs, AxisSpan span, int count);
 
 }  // namespace lumivastor

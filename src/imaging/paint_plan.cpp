@@ -6,45 +6,11 @@
 #include <utility>
 #include <variant>
 
-#include "base/precondition.h"
 #include "imaging/picture_node.h"
-#include "imaging/square_means.h"
 
 namespace lumivastor {
 
 namespace {
-
-// The squares of a pixellated picture that show on one axis, counted from its centre, and the pixels below them.
-struct SquareRange {
-    double first = 0;
-    double last = 0;  // behind the last one
-    double firstPixel = 0;
-    double lastPixel = 0;
-
-    int count() const { return static_cast<int>(last - first); }
-    int pixels() const { return static_cast<int>(lastPixel - firstPixel); }
-};
-
-// `visible`: what the grid shows, in its coordinates, counted like `steps`.
-SquareRange squaresOf(const Interval& visible, const AxisSteps& steps, double centre, double side) {
-    const auto square = [&](double value) { return ((value - steps.translate) / steps.scale - centre) / side; };
-    SquareRange range;
-    range.first = std::floor(square(visible.low) + 1e-9);
-    range.last = std::ceil(square(visible.high) - 1e-9);
-    range.firstPixel = std::floor(centre + range.first * side);
-    range.lastPixel = std::ceil(centre + range.last * side);
-    return range;
-}
-
-// From the first visible sample's square to the last one's.
-Interval visiblePart(const PlacedAxis& axis) {
-    Interval visible{kEndless, -kEndless};
-    for (int i = axis.coverage.span.begin; i < axis.coverage.span.end; ++i) {
-        visible.low = std::min(visible.low, axis.lows[static_cast<std::size_t>(i)]);
-        visible.high = std::max(visible.high, axis.highs[static_cast<std::size_t>(i)]);
-    }
-    return visible;
-}
 
 struct Planner {
     const SampleGrid& grid;
@@ -57,8 +23,12 @@ struct Planner {
 
     std::vector<PlanItem> itemsOf(const Picture& picture, const View& view) const {
         std::vector<PlanItem> items;
-        std::visit([&](const auto& step) { add(items, step, view); }, picture.node().step);
+        addAll(items, picture, view);
         return items;
+    }
+
+    void addAll(std::vector<PlanItem>& items, const Picture& picture, const View& view) const {
+        std::visit([&](const auto& step) { add(items, step, view); }, picture.node().step);
     }
 
     void add(std::vector<PlanItem>&, const EmptyNode&, const View&) const {}
@@ -66,25 +36,28 @@ struct Planner {
     void add(std::vector<PlanItem>& items, const TransformNode& node, View view) const {
         view.x.transform(node.transform.scaleX, node.transform.translateX);
         view.y.transform(node.transform.scaleY, node.transform.translateY);
-        append(items, itemsOf(node.input, view));
+        addAll(items, node.input, view);
     }
 
     void add(std::vector<PlanItem>& items, const CropNode& node, View view) const {
         view.x.crop(node.rect.minX(), node.rect.maxX());
         view.y.crop(node.rect.minY(), node.rect.maxY());
-        append(items, itemsOf(node.input, view));
+        addAll(items, node.input, view);
     }
 
     void add(std::vector<PlanItem>& items, const ClampNode& node, View view) const {
         const Rect& extent = node.input.extent();
         view.x.clamp(extent.minX(), extent.maxX());
         view.y.clamp(extent.minY(), extent.maxY());
-        append(items, itemsOf(node.input, view));
+        addAll(items, node.input, view);
     }
 
     void add(std::vector<PlanItem>& items, const OverNode& node, const View& view) const {
-        append(items, itemsOf(node.back, view));
-        append(items, itemsOf(node.front, view));
+        // Stacks grow at their front, by a layer for each click: they are not walked down by calls.
+        std::vector<const OverNode*> stack{&node};
+        while (const auto* below = std::get_if<OverNode>(&stack.back()->back.node().step)) stack.push_back(below);
+        addAll(items, stack.back()->back, view);
+        for (auto each = stack.rbegin(); each != stack.rend(); ++each) addAll(items, (*each)->front, view);
     }
 
     void add(std::vector<PlanItem>& items, const FadeNode& node, const View& view) const {
@@ -137,11 +110,11 @@ struct Planner {
         const auto& buffer = *node.buffer;
         PlanItem item;
         item.planes = services.sources.planesOf(node.buffer);
-        const PlacedAxis x = placed(view.x, view.x.toGrid(0, buffer.width()), grid.columns, grid.offsetX, grid.width);
-        const PlacedAxis y = placed(view.y, view.y.toGrid(0, buffer.height()), grid.rows, grid.offsetY, grid.height);
-        if (!place(item, x, y)) return item;
-        const AxisTable* columns = kernelTable(item, view.x, x, buffer.width());
-        const AxisTable* rows = kernelTable(item, view.y, y, buffer.height());
+        const SampledAxis x = sampledAcross(view.x);
+        const SampledAxis y = sampledDown(view.y);
+        if (!place(item, {x, shown(view.x, 0, buffer.width())}, {y, shown(view.y, 0, buffer.height())})) return item;
+        const AxisTable* columns = kernelTable(item, view.x, x, item.across.span, buffer.width());
+        const AxisTable* rows = kernelTable(item, view.y, y, item.down.span, buffer.height());
         addBufferPlanes(item, columns, rows);
         updateRuns(item);
         return item;
@@ -160,11 +133,7 @@ struct Planner {
         };
         const AxisTable* columns = axis(item.across, grid.columns);
         const AxisTable* rows = axis(item.down, grid.rows);
-        addBufferPlanes(item, columns, rows);
-        if (!item.planes->black) {
-            item.colours.resize(channels == GridChannels::luma ? 1 : 2);
-            for (PlanPlane& plane : item.colours) plane.zero = channels == GridChannels::luma ? 0 : 128;
-        }
+        addConvertedPlanes(item, columns, rows);
         updateRuns(item);
         return item;
     }
@@ -176,15 +145,17 @@ struct Planner {
         item.isYuv = true;
         item.yuv = source;
         item.encoding = source.encoding;
-        const PlacedAxis x = placed(view.x, view.x.toGrid(0, source.width), grid.columns, grid.offsetX, grid.width);
-        const PlacedAxis y = placed(view.y, view.y.toGrid(0, source.height), grid.rows, grid.offsetY, grid.height);
-        if (!place(item, x, y)) return;
+        const SampledAxis x = sampledAcross(view.x);
+        const SampledAxis y = sampledDown(view.y);
+        if (!place(item, {x, shown(view.x, 0, source.width)}, {y, shown(view.y, 0, source.height)})) return;
+        const AxisSpan across = item.across.span;
+        const AxisSpan down = item.down.span;
         const int zero = source.encoding.range == YuvRange::limited ? 16 : 0;
         item.colours.push_back({source.luma.samples, source.luma.stride, source.width,
-                                kernelTable(item, view.x, x, source.width), kernelTable(item, view.y, y, source.height),
-                                zero});
-        const AxisTable* columns = differenceTable(item, view.x, x, source.width, 0.5);
-        const AxisTable* rows = differenceTable(item, view.y, y, source.height, 1);
+                                kernelTable(item, view.x, x, across, source.width),
+                                kernelTable(item, view.y, y, down, source.height), zero});
+        const AxisTable* columns = differenceTable(item, view.x, x, across, source.width, 0.5);
+        const AxisTable* rows = differenceTable(item, view.y, y, down, source.height, 1);
         for (const YuvPlane& plane : {source.blueDifference, source.redDifference}) {
             item.colours.push_back({plane.samples, plane.stride, source.chromaWidth(), columns, rows, 128});
         }
@@ -192,8 +163,7 @@ struct Planner {
         items.push_back(std::move(item));
     }
 
-    void add(std::vector<PlanItem>& items, const PixellateNode& node, const View& view) const;
-    BgraPremultipliedBuffer meansOf(const PixellateNode& node, const SquareRange& across, const SquareRange& up) const;
+    void add(std::vector<PlanItem>& items, const MosaicNode& node, const View& view) const;
 
     // One item that stands for all.
     PlanItem single(std::vector<PlanItem> items) const {
@@ -205,13 +175,26 @@ struct Planner {
         return group;
     }
 
-    static void append(std::vector<PlanItem>& items, std::vector<PlanItem> more) {
-        for (PlanItem& item : more) items.push_back(std::move(item));
+    SampledAxis sampledAcross(const AxisSteps& steps) const {
+        return sampled(steps, grid.columns, grid.offsetX, grid.width);
+    }
+    SampledAxis sampledDown(const AxisSteps& steps) const {
+        return sampled(steps, grid.rows, grid.offsetY, grid.height);
     }
 
-    bool place(PlanItem& item, const PlacedAxis& x, const PlacedAxis& y) const {
-        item.across = x.coverage;
-        item.down = y.coverage;
+    // What shows of a stretch of a step's own space.
+    static Interval shown(const AxisSteps& steps, double low, double high) {
+        return shared(steps.visible, steps.toGrid(low, high));
+    }
+
+    struct Place {
+        const SampledAxis& samples;
+        Interval shown;
+    };
+
+    static bool place(PlanItem& item, const Place& x, const Place& y) {
+        item.across = coverageOf(x.samples, x.shown);
+        item.down = coverageOf(y.samples, y.shown);
         return item.across.span.begin < item.across.span.end && item.down.span.begin < item.down.span.end;
     }
 
@@ -220,33 +203,39 @@ struct Planner {
         return item.tables.back().get();
     }
 
-    const AxisTable* kernelTable(PlanItem& item, const AxisSteps& steps, const PlacedAxis& axis, int count) const {
+    const AxisTable* kernelTable(PlanItem& item, const AxisSteps& steps, const SampledAxis& axis, AxisSpan span,
+                                 int count) const {
         std::vector<double> positions = axis.positions;
         for (double& position : positions) position = (position - steps.translate) / steps.scale - 0.5;
         return keep(
-            item, services.tables.kernelTable(positions, axis.coverage.span, steps.scale,
+            item, services.tables.kernelTable(positions, span, steps.scale,
                                               samplesTouching(steps.readable.low, steps.readable.high, count), count));
     }
 
     // For colour differences, whose first sample sits at `site` luma samples from the edge.
-    const AxisTable* differenceTable(PlanItem& item, const AxisSteps& steps, const PlacedAxis& axis, int lumaCount,
-                                     double site) const {
+    const AxisTable* differenceTable(PlanItem& item, const AxisSteps& steps, const SampledAxis& axis, AxisSpan span,
+                                     int lumaCount, double site) const {
         std::vector<double> positions = axis.positions;
         for (double& position : positions) position = ((position - steps.translate) / steps.scale - site) / 2;
         SampleRange readable = samplesTouching(steps.readable.low, steps.readable.high, lumaCount);
         readable = {readable.first / 2, readable.last / 2};
-        return keep(item, services.tables.kernelTable(positions, axis.coverage.span, steps.scale * 2, readable,
-                                                      (lumaCount + 1) / 2));
+        return keep(item, services.tables.kernelTable(positions, span, steps.scale * 2, readable, (lumaCount + 1) / 2));
     }
 
-    // For samples of `count` squares, which are `scale` long on the grid and begin at `translate`.
-    static const AxisTable* areaTable(PlanItem& item, const PlacedAxis& axis, double scale, double translate,
+    // For samples of `count` squares, which are `side` long on the grid and begin at `start`.
+    static const AxisTable* areaTable(PlanItem& item, const Place& place, AxisSpan span, double side, double start,
                                       int count) {
-        std::vector<double> lows = axis.lows;
-        std::vector<double> highs = axis.highs;
-        for (double& low : lows) low = (low - translate) / scale;
-        for (double& high : highs) high = (high - translate) / scale;
-        return keep(item, std::make_shared<const AxisTable>(makeAreaTable(lows, highs, axis.coverage.span, count)));
+        std::vector<double> lows;
+        std::vector<double> highs;
+        lows.reserve(static_cast<std::size_t>(span.end - span.begin));
+        highs.reserve(lows.capacity());
+        for (int i = span.begin; i < span.end; ++i) {
+            const auto at = static_cast<std::size_t>(i);
+            const double position = place.samples.positions[at];
+            lows.push_back((std::max(position - place.samples.befores[at], place.shown.low) - start) / side);
+            highs.push_back((std::min(position + place.samples.afters[at], place.shown.high) - start) / side);
+        }
+        return keep(item, std::make_shared<const AxisTable>(makeAreaTable(lows, highs, span, count)));
     }
 
     static void addBufferPlanes(PlanItem& item, const AxisTable* columns, const AxisTable* rows) {
@@ -258,13 +247,23 @@ struct Planner {
         if (!planes.opaque) item.alpha = plane(planes.alpha);
     }
 
-    void updateRuns(PlanItem& item) const;
+    // Of planes that hold the grid's channels.
+    void addConvertedPlanes(PlanItem& item, const AxisTable* columns, const AxisTable* rows) const {
+        addBufferPlanes(item, columns, rows);
+        if (item.planes->black) return;
+        item.colours.resize(channels == GridChannels::luma ? 1 : 2);
+        for (PlanPlane& plane : item.colours) plane.zero = channels == GridChannels::luma ? 0 : 128;
+    }
+
+    SourcePlanes planesFor(const Mosaic& mosaic) const;
+
+    static void updateRuns(PlanItem& item);
     // What rows of a source last became, for the next row, which usually has the same.
     struct RunsMemo {
         RowRuns source{-1, -1, -1, -1};
         RowRuns columns;
     };
-    RowRuns layerRuns(const PlanItem& item, int row, RunsMemo& memo) const;
+    static RowRuns layerRuns(const PlanItem& item, int row, RunsMemo& memo);
     void hide(std::vector<PlanItem>& items) const;
 };
 
@@ -277,7 +276,7 @@ RowRuns sharedRuns(const RowRuns& a, const RowRuns& b) {
 RowRuns stackRuns(const std::vector<PlanItem>& items, int row) {
     RowRuns all{std::numeric_limits<int>::max(), 0, 0, 0};
     for (const PlanItem& item : items) {
-        const RowRuns& runs = item.runs[static_cast<std::size_t>(row)];
+        const RowRuns runs = item.runsAt(row);
         if (runs.hullBegin >= runs.hullEnd) continue;
         all.hullBegin = std::min(all.hullBegin, runs.hullBegin);
         all.hullEnd = std::max(all.hullEnd, runs.hullEnd);
@@ -289,7 +288,7 @@ RowRuns stackRuns(const std::vector<PlanItem>& items, int row) {
     return all;
 }
 
-RowRuns Planner::layerRuns(const PlanItem& item, int row, RunsMemo& memo) const {
+RowRuns Planner::layerRuns(const PlanItem& item, int row, RunsMemo& memo) {
     if (row < item.down.span.begin || row >= item.down.span.end) return {};
     RowRuns runs{item.across.span.begin, item.across.span.end, 0, 0};
     if (row >= item.down.full.begin && row < item.down.full.end) {
@@ -325,72 +324,92 @@ RowRuns Planner::layerRuns(const PlanItem& item, int row, RunsMemo& memo) const 
     return sharedRuns(runs, memo.columns);
 }
 
-void Planner::updateRuns(PlanItem& item) const {
-    item.runs.resize(static_cast<std::size_t>(grid.rows));
+// The rows in which an item or a stack shows anything.
+AxisSpan rowsOf(const std::vector<PlanItem>& items) {
+    AxisSpan rows{std::numeric_limits<int>::max(), 0};
+    for (const PlanItem& item : items) {
+        rows = {std::min(rows.begin, item.firstRow), std::max(rows.end, item.endRow())};
+    }
+    return rows;
+}
+
+void Planner::updateRuns(PlanItem& item) {
+    const AxisSpan rows = item.children.empty() ? item.down.span : rowsOf(item.children);
+    item.firstRow = rows.begin;
+    item.runs.resize(static_cast<std::size_t>(rows.end - rows.begin));
     RunsMemo memo;
-    for (int row = 0; row < grid.rows; ++row) {
+    for (int row = rows.begin; row < rows.end; ++row) {
         RowRuns runs = item.children.empty() ? layerRuns(item, row, memo) : stackRuns(item.children, row);
         for (const auto& matte : item.mattes) runs = sharedRuns(runs, stackRuns(matte, row));
         if (item.fade < kFullLevel || runs.opaqueBegin >= runs.opaqueEnd) runs.opaqueBegin = runs.opaqueEnd = 0;
         if (runs.hullBegin >= runs.hullEnd) runs = {};
-        item.runs[static_cast<std::size_t>(row)] = runs;
+        item.runs[static_cast<std::size_t>(row - rows.begin)] = runs;
     }
+}
+
+// What hides, with one more opaque stretch: where the two are parted, only the wider one is remembered.
+AxisSpan hiddenWith(const AxisSpan& hidden, int opaqueBegin, int opaqueEnd) {
+    const AxisSpan more{opaqueBegin, opaqueEnd};
+    if (more.begin >= more.end) return hidden;
+    if (hidden.begin >= hidden.end) return more;
+    if (more.begin <= hidden.end && more.end >= hidden.begin) {
+        return {std::min(hidden.begin, more.begin), std::max(hidden.end, more.end)};
+    }
+    return more.end - more.begin > hidden.end - hidden.begin ? more : hidden;
 }
 
 void Planner::hide(std::vector<PlanItem>& items) const {
     std::vector<AxisSpan> hidden(static_cast<std::size_t>(grid.rows));
     for (auto item = items.rbegin(); item != items.rend(); ++item) {
-        item->hidden = hidden;
-        for (std::size_t row = 0; row < hidden.size(); ++row) {
-            const RowRuns& runs = item->runs[row];
-            AxisSpan& span = hidden[row];
-            if (runs.opaqueEnd - runs.opaqueBegin > span.end - span.begin) span = {runs.opaqueBegin, runs.opaqueEnd};
+        AxisSpan* const from = hidden.data() + item->firstRow;
+        item->hidden.assign(from, from + item->runs.size());
+        for (std::size_t row = 0; row < item->runs.size(); ++row) {
+            from[row] = hiddenWith(from[row], item->runs[row].opaqueBegin, item->runs[row].opaqueEnd);
         }
     }
 }
 
-BgraPremultipliedBuffer Planner::meansOf(const PixellateNode& node, const SquareRange& across,
-                                         const SquareRange& up) const {
-    precondition((across.lastPixel - across.firstPixel) * (up.lastPixel - up.firstPixel) < 1e9,
-                 "pixellated pictures are cropped");
-    const auto pixels =
-        services.paint(node.input.transformed(AffineTransform::translation(-across.firstPixel, -up.firstPixel)),
-                       across.pixels(), up.pixels());
-    std::vector<double> lefts(static_cast<std::size_t>(across.count()));
-    std::vector<double> tops(static_cast<std::size_t>(up.count()));
-    for (std::size_t i = 0; i < lefts.size(); ++i) {
-        lefts[i] = node.centre.x + (across.first + static_cast<double>(i)) * node.scale - across.firstPixel;
+void Planner::add(std::vector<PlanItem>& items, const MosaicNode& node, const View& view) const {
+    addAll(items, node.input, view);
+    const std::shared_ptr<const Mosaics> mosaics = services.mosaics(node);
+    const AxisSteps& across = view.x;
+    AxisSteps down = view.y;
+    down.turnOver(grid.height, 0);
+    const SampledAxis x = sampledAcross(across);
+    const SampledAxis y = sampledDown(down);
+    for (const Mosaic& mosaic : mosaics->areas) {
+        const PixelRect& area = mosaic.area;
+        const Place columns{x, shown(across, area.left, area.right)};
+        const Place rows{y, shown(down, -area.top, -area.bottom)};
+        PlanItem item;
+        if (!place(item, columns, rows)) continue;
+        item.planes = std::make_shared<const SourcePlanes>(planesFor(mosaic));
+        item.isConverted = channels != GridChannels::bgra;
+        const AxisTable* columnTable = areaTable(item, columns, item.across.span, mosaics->side * across.scale,
+                                                 across.toGrid(area.left, 0).low, mosaic.columns);
+        const AxisTable* rowTable =
+            areaTable(item, rows, item.down.span, mosaics->side * down.scale,
+                      down.toGrid(-area.bottom - static_cast<double>(mosaic.rows) * mosaics->side, 0).low, mosaic.rows);
+        if (item.isConverted) {
+            addConvertedPlanes(item, columnTable, rowTable);
+        } else {
+            addBufferPlanes(item, columnTable, rowTable);
+        }
+        updateRuns(item);
+        items.push_back(std::move(item));
     }
-    for (std::size_t i = 0; i < tops.size(); ++i) {
-        tops[i] = up.lastPixel - (node.centre.y + (up.last - static_cast<double>(i)) * node.scale);
-    }
-    return squareMeans(*pixels, lefts, tops, node.scale);
 }
 
-void Planner::add(std::vector<PlanItem>& items, const PixellateNode& node, const View& view) const {
-    // Squares are counted from the left and from the bottom here; the rows are turned over at the end.
-    const AxisSteps& across = view.x;
-    const AxisSteps& up = view.y;
-    const PlacedAxis x = placed(across, {}, grid.columns, grid.offsetX, grid.width);
-    AxisSteps down = up;
-    down.turnOver(grid.height, 0);
-    const PlacedAxis y = placed(down, {}, grid.rows, grid.offsetY, grid.height);
-    PlanItem item;
-    if (!place(item, x, y)) return;
-
-    const Interval fromTop = visiblePart(y);
-    const SquareRange columns = squaresOf(visiblePart(x), across, node.centre.x, node.scale);
-    const SquareRange rows =
-        squaresOf({grid.height - fromTop.high, grid.height - fromTop.low}, up, node.centre.y, node.scale);
-    item.planes = std::make_shared<const SourcePlanes>(makeSourcePlanes(meansOf(node, columns, rows)));
-
-    const double left = (node.centre.x + columns.first * node.scale) * across.scale + across.translate;
-    const double top = grid.height - ((node.centre.y + rows.last * node.scale) * up.scale + up.translate);
-    const AxisTable* columnTable = areaTable(item, x, node.scale * across.scale, left, columns.count());
-    const AxisTable* rowTable = areaTable(item, y, node.scale * up.scale, top, rows.count());
-    addBufferPlanes(item, columnTable, rowTable);
-    updateRuns(item);
-    items.push_back(std::move(item));
+SourcePlanes Planner::planesFor(const Mosaic& mosaic) const {
+    switch (channels) {
+        case GridChannels::bgra:
+            return planesOf(mosaic);
+        case GridChannels::luma:
+            return lumaOf(mosaic, services.encoding);
+        case GridChannels::colourDifferences:
+            break;
+    }
+    return colourDifferencesOf(mosaic, services.encoding);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "imaging/axis_placement.h"
 #include "imaging/axis_table.h"
+#include "imaging/mosaic.h"
 #include "imaging/picture.h"
 #include "imaging/resampling.h"
 #include "imaging/source_planes.h"
@@ -15,6 +16,8 @@
 // say where its samples come from and, for every row, where it shows and where it hides what lies below.
 
 namespace lumivastor {
+
+struct MosaicNode;
 
 /// The channels that a grid of samples is painted in.
 enum class GridChannels { bgra, luma, colourDifferences };
@@ -44,9 +47,17 @@ struct PlanItem {
     int fade = kFullLevel;
     std::vector<std::vector<PlanItem>> mattes;
 
-    // For every row of the grid.
+    // For the grid's rows from `firstRow` on; in those above and below them there is nothing.
+    int firstRow = 0;
     std::vector<RowRuns> runs;
     std::vector<AxisSpan> hidden;  // by items above
+
+    RowRuns runsAt(int row) const { return isInRows(row) ? runs[static_cast<std::size_t>(row - firstRow)] : RowRuns{}; }
+    AxisSpan hiddenAt(int row) const {
+        return isInRows(row) && !hidden.empty() ? hidden[static_cast<std::size_t>(row - firstRow)] : AxisSpan{};
+    }
+    int endRow() const { return firstRow + static_cast<int>(runs.size()); }
+    bool isInRows(int row) const { return row >= firstRow && row < endRow(); }
 
     // What the pointers above point into.
     std::shared_ptr<const SourcePlanes> planes;
@@ -62,6 +73,7 @@ struct PaintPlan {
 
 /// What planning needs from its painter.
 struct PlanServices {
+    YuvEncoding encoding;  // of the destination, for luma and colour differences
     SourcePlanesCache& sources;
     AxisTableCache& tables;
     /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.
@@ -69,10 +81,11 @@ struct PlanServices {
     std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
                                                       const std::function<PaintPlan()>& plan)>
         converted;
-    /// Paints a picture of the given size into a new buffer.
-    std::function<std::shared_ptr<const BgraPremultipliedBuffer>(const Picture&, int width, int height)> paint;
+    /// The squares of a pixellated picture, made now or for another grid of the same frame.
+    std::function<std::shared_ptr<const Mosaics>(const MosaicNode& node)> mosaics;
 };
 
+/// Makes no more than one item for each layer of the recipe and each pixellated area.
 PaintPlan makePaintPlan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
                         const PlanServices& services);
 

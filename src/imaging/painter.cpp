@@ -1,12 +1,17 @@
 #include "imaging/painter.h"
 
 #include <algorithm>
+#include <functional>
+#include <map>
 #include <thread>
+#include <vector>
 
 #include "base/precondition.h"
 #include "imaging/band_workers.h"
+#include "imaging/mosaic.h"
 #include "imaging/paint_kernels.h"
 #include "imaging/paint_plan.h"
+#include "imaging/picture_node.h"
 #include "imaging/tile_painter.h"
 
 namespace lumivastor {
@@ -37,7 +42,12 @@ struct Painter::State {
     std::vector<Converted> converted;
     std::uint64_t frame = 0;
 
-    void tidy();
+    // The squares of this frame's pixellated pictures, for all of its grids.
+    std::map<const MosaicNode*, std::shared_ptr<const Mosaics>> mosaics;
+    Work work;
+
+    void begin();
+    std::shared_ptr<const Mosaics> mosaicsOf(const MosaicNode& node);
     PaintPlan plan(const Picture& picture, const SampleGrid& grid, GridChannels channels, const YuvEncoding& encoding);
     SourcePlanes convert(const PaintPlan& plan, const YuvEncoding& encoding);
     void paintBgra(const Picture& picture, BgraPremultipliedBuffer& destination);
@@ -45,6 +55,15 @@ struct Painter::State {
 };
 
 namespace {
+
+std::size_t layersIn(const std::vector<PlanItem>& items) {
+    std::size_t count = items.size();
+    for (const PlanItem& item : items) {
+        count += layersIn(item.children);
+        for (const auto& matte : item.mattes) count += layersIn(matte);
+    }
+    return count;
+}
 
 int bandsOf(const SampleGrid& grid) {
     return (grid.rows + kTileHeight - 1) / kTileHeight;
@@ -62,7 +81,10 @@ void forTiles(const SampleGrid& grid, int band, const Paint& paint) {
 
 }  // namespace
 
-void Painter::State::tidy() {
+void Painter::State::begin() {
+    mosaics.clear();
+    work = {};
+
     // As for the split channels: what has not been needed for two seconds is not in use any more.
     constexpr std::uint64_t kKeptFrames = 120;
     ++frame;
@@ -73,13 +95,27 @@ void Painter::State::tidy() {
     tables.tidy();
 }
 
+std::shared_ptr<const Mosaics> Painter::State::mosaicsOf(const MosaicNode& node) {
+    const auto known = mosaics.find(&node);
+    if (known != mosaics.end()) return known->second;
+    const auto showGround = [&](const PixelRect& part) {
+        constexpr double kMostPixels = 1e9;
+        precondition(static_cast<double>(part.width()) * part.height() < kMostPixels, "a picture fits into memory");
+        BgraPremultipliedBuffer pixels(part.width(), part.height());
+        paintBgra(node.input.transformed(AffineTransform::translation(-part.left, -part.bottom)), pixels);
+        return pixels;
+    };
+    const auto shareOut = [&](int count, const std::function<void(int)>& each) {
+        workers.run(count, [&](int number, int) { each(number); });
+    };
+    const auto made = std::make_shared<const Mosaics>(makeMosaics(node.plan, showGround, shareOut));
+    work.squares += made->squares();
+    mosaics.emplace(&node, made);
+    return made;
+}
+
 PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
                                const YuvEncoding& encoding) {
-    const auto paint = [this](const Picture& input, int width, int height) {
-        auto buffer = std::make_shared<BgraPremultipliedBuffer>(width, height);
-        paintBgra(input, *buffer);
-        return std::shared_ptr<const BgraPremultipliedBuffer>(buffer);
-    };
     const auto convertedOnce = [&](const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
                                    const std::function<PaintPlan()>& planAlone) {
         for (Converted& layer : converted) {
@@ -93,7 +129,10 @@ PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, G
         converted.push_back({buffer, grid, channels, encoding, planes, frame});
         return planes;
     };
-    return makePaintPlan(picture, grid, channels, {sources, tables, convertedOnce, paint});
+    const auto mosaicsOnce = [this](const MosaicNode& node) { return mosaicsOf(node); };
+    PaintPlan made = makePaintPlan(picture, grid, channels, {encoding, sources, tables, convertedOnce, mosaicsOnce});
+    work.layers += layersIn(made.items);
+    return made;
 }
 
 SourcePlanes Painter::State::convert(const PaintPlan& alone, const YuvEncoding& encoding) {
@@ -161,13 +200,17 @@ Painter::Painter(int threads) : state_(std::make_unique<State>(threads)) {}
 
 Painter::~Painter() = default;
 
+const Painter::Work& Painter::lastWork() const {
+    return state_->work;
+}
+
 void Painter::paint(const Picture& picture, BgraPremultipliedBuffer& destination) {
-    state_->tidy();
+    state_->begin();
     if (!destination.isEmpty()) state_->paintBgra(picture, destination);
 }
 
 void Painter::paint(const Picture& picture, const YuvDestination& destination) {
-    state_->tidy();
+    state_->begin();
     if (destination.width <= 0 || destination.height <= 0) return;
     State& state = *state_;
     const PaintPlan luma = state.plan(picture, SampleGrid::full(destination.width, destination.height),

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <vector>
 
 #include "imaging/picture.h"
 #include "imaging/pixel_buffer.h"
@@ -35,6 +35,15 @@ class Painter {
 
     /// The same as 4:2:0 samples in the destination's encoding; what is transparent becomes black.
     void paint(const Picture& picture, const YuvDestination& destination);
+
+    /// What the last call took: its time follows from these and from the size of what shows.
+    struct Work {
+        /// Layers of all plans, those for parts of the picture included.
+        std::size_t layers = 0;
+        /// Squares of pixellated areas that were averaged.
+        std::size_t squares = 0;
+    };
+    const Work& lastWork() const;
 
   private:
     struct State;

@@ -118,11 +118,8 @@ class RandomRecipes {
                 return input.over(picture(depth - 1));
             case 3:
                 return input.clampedToExtent();
-            case 4: {
-                const Rect area = integral(rect(30));
-                const double square = between(0, 1) == 0 ? between(1, 12) : real(1.5, 12);
-                return input.clampedToExtent().pixellated(square, {area.x, area.y}).cropped(area).over(input);
-            }
+            case 4:
+                return masked(input, between(1, 4)).over(input);
             case 5:
                 return input.blendedWithMatte(picture(depth - 1));
             case 6:
@@ -130,6 +127,19 @@ class RandomRecipes {
             default:
                 return input.transformed(AffineTransform::translation(between(-9, 9), between(-9, 9)));
         }
+    }
+
+    // With areas in squares, most of which overlap; of the picture the part that ends at whole pixels.
+    Picture masked(const Picture& picture, int areas) {
+        const Rect extent = picture.extent();
+        const double left = std::ceil(extent.minX());
+        const double bottom = std::ceil(extent.minY());
+        const Rect inside{left, bottom, std::floor(extent.maxX()) - left, std::floor(extent.maxY()) - bottom};
+        if (inside.isEmpty()) return picture;
+        std::vector<Rect> rects;
+        for (int i = 0; i < areas; ++i) rects.push_back(integral(rect(30)));
+        const Picture whole = isInfinite(extent) ? picture : picture.cropped(inside);
+        return whole.pixellated(rects, between(1, 12));
     }
 
   private:
@@ -204,7 +214,7 @@ Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom, 
     const int sourceWidth = width;
     Picture source = content.isEmpty() ? recipes.yuv(sourceWidth, height) : content;
     const Rect mask{20, 30, 60, 40};
-    source = source.clampedToExtent().pixellated(12, {mask.x, mask.y}).cropped(mask).over(source);
+    source = source.pixellated({mask}, 12);
     const Picture placed =
         source.cropped({0, 0, double(sourceWidth), double(height)})
             .transformed(AffineTransform::scaling(screen.width / sourceWidth, screen.height / height))
@@ -315,6 +325,72 @@ TEST(Painter, EveryNumberOfThreadsPaintsTheSamePixels) {
             ASSERT_EQ(samples.luma, oneSamples.luma) << threads;
             ASSERT_EQ(samples.blueDifference, oneSamples.blueDifference) << threads;
             ASSERT_EQ(samples.redDifference, oneSamples.redDifference) << threads;
+        }
+    }
+}
+
+TEST(Painter, OverlappingMasksAgreeWithTheReferenceOnEveryNumberOfThreads) {
+    Painter one(1);
+    Painter three(3);
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        RandomRecipes recipes(seed);
+        const int width = recipes.between(20, 60);
+        const int height = recipes.between(20, 60);
+        const Picture source = seed % 2 == 0 ? recipes.yuv(width, height) : Picture(recipes.buffer(width, height));
+        const double scale = seed % 3 == 0 ? 1 : recipes.scale();
+        // As the compositor shows it: cropped, placed, clamped.
+        const Picture picture = recipes.masked(source, recipes.between(2, 12))
+                                    .cropped({3, 2, width - 5.0, height - 4.0})
+                                    .transformed({scale, scale, recipes.real(-5, 5), recipes.real(-5, 5)})
+                                    .clampedToExtent()
+                                    .cropped({1, 1, 40, 40});
+        Buffer reference(45, 43);
+        YuvSamples referenceSamples;
+        referenceSamples.prepare(45, 43);
+        paintReference(picture, reference);
+        paintReference(picture, referenceSamples.destination(45, 43, {}));
+        for (Painter* painter : {&one, &three}) {
+            Buffer fast(45, 43);
+            YuvSamples samples;
+            samples.prepare(45, 43);
+            painter->paint(picture, fast);
+            painter->paint(picture, samples.destination(45, 43, {}));
+            EXPECT_LE(worst(fast, reference), kTolerance) << "seed " << seed;
+            EXPECT_LE(worst(samples.luma, referenceSamples.luma), kTolerance) << "luma, seed " << seed;
+            EXPECT_LE(worst(samples.blueDifference, referenceSamples.blueDifference), kTolerance) << "seed " << seed;
+            EXPECT_LE(worst(samples.redDifference, referenceSamples.redDifference), kTolerance) << "seed " << seed;
+        }
+    }
+}
+
+// The work for a frame whose masks lie over each other, each a little further.
+Painter::Work workFor(int masks, bool planar) {
+    std::vector<Rect> areas;
+    for (int i = 0; i < masks; ++i) areas.push_back({double(i % 7), double(i % 5), 120, 60});
+    RandomRecipes recipes(1);
+    const Picture picture = recipes.yuv(160, 90).pixellated(areas, 12);
+    Painter painter(2);
+    if (planar) {
+        YuvSamples samples;
+        samples.prepare(160, 90);
+        painter.paint(picture, samples.destination(160, 90, {}));
+    } else {
+        Buffer pixels(160, 90);
+        painter.paint(picture, pixels);
+    }
+    return painter.lastWork();
+}
+
+TEST(Painter, EveryOverlappingMaskAddsItsOwnWorkOnly) {
+    for (const bool planar : {false, true}) {
+        const Painter::Work one = workFor(1, planar);
+        // 10 x 5 squares, averaged once for all grids.
+        EXPECT_EQ(one.squares, 50u);
+        const std::size_t grids = planar ? 2 : 1;
+        for (const int masks : {2, 3, 16, 32, 1000}) {
+            const Painter::Work many = workFor(masks, planar);
+            EXPECT_EQ(many.squares, 50u * static_cast<std::size_t>(masks));
+            EXPECT_EQ(many.layers, one.layers + grids * static_cast<std::size_t>(masks - 1));
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <functional>
+#include <string_view>
 #include <vector>
 
 #include "imaging/painter.h"
@@ -225,30 +226,48 @@ TEST_P(Painting, ClampingRepeatsTheEdges) {
 
 TEST_P(Painting, SquaresShowTheirMeanAndStartAtTheirCorner) {
     const Picture source(filled(8, 8, [](int x, int y) { return Bgra{x * 16, y * 16, 0, 255}; }));
-    const Buffer painted = paint(source.clampedToExtent().pixellated(4, {1, 0}).cropped({1, 0, 6, 8}), 8, 8);
-    expectPixel(painted, 0, 0, kClear, 0);
+    const Buffer painted = paint(source.pixellated({{1, 0, 6, 8}}, 4), 8, 8);
+    expectPixel(painted, 0, 0, {0, 0, 0, 255}, 0);
     // Columns 1 to 4 and rows 0 to 3 from the top: means of 16, 32, 48, 64 and of 0, 16, 32, 48.
     expectPixel(painted, 1, 0, {40, 24, 0, 255});
     expectPixel(painted, 4, 3, {40, 24, 0, 255});
     // Columns 5 to 8, of which 8 repeats the edge.
     expectPixel(painted, 5, 0, {(80 + 96 + 112 + 112) / 4, 24, 0, 255});
     expectPixel(painted, 6, 7, {(80 + 96 + 112 + 112) / 4, 88, 0, 255});
-    expectPixel(painted, 7, 7, kClear, 0);
+    expectPixel(painted, 7, 7, {112, 112, 0, 255}, 0);
 }
 
 TEST_P(Painting, ALaterMaskPixellatesTheEarlierOneAgain) {
     const Picture source(filled(12, 4, [](int x, int) { return Bgra{x < 4 ? 0 : 200, 0, 0, 255}; }));
-    const auto masked = [](const Picture& picture, const Rect& rect) {
-        return picture.clampedToExtent().pixellated(4, {rect.x, rect.y}).cropped(rect).over(picture);
-    };
-    const Picture once = masked(source, {2, 0, 4, 4});
+    const Picture once = source.pixellated({{2, 0, 4, 4}}, 4);
     expectPixel(paint(once, 12, 4), 2, 0, {100, 0, 0, 255});
     expectPixel(paint(once, 12, 4), 5, 0, {100, 0, 0, 255});
-    const Buffer twice = paint(masked(once, {4, 0, 4, 4}), 12, 4);
-    expectPixel(twice, 3, 0, {100, 0, 0, 255});
-    expectPixel(twice, 4, 0, {150, 0, 0, 255});  // 100, 100, 200, 200
-    expectPixel(twice, 7, 0, {150, 0, 0, 255});
-    expectPixel(twice, 8, 0, {200, 0, 0, 255});
+    for (const Picture& picture :
+         {once.pixellated({{4, 0, 4, 4}}, 4), source.pixellated({{2, 0, 4, 4}, {4, 0, 4, 4}}, 4)}) {
+        const Buffer twice = paint(picture, 12, 4);
+        expectPixel(twice, 3, 0, {100, 0, 0, 255});
+        expectPixel(twice, 4, 0, {150, 0, 0, 255});  // 100, 100, 200, 200
+        expectPixel(twice, 7, 0, {150, 0, 0, 255});
+        expectPixel(twice, 8, 0, {200, 0, 0, 255});
+    }
+}
+
+TEST_P(Painting, TheOrderOfMasksCounts) {
+    const Picture source(filled(12, 4, [](int x, int) { return Bgra{x < 4 ? 0 : 200, 0, 0, 255}; }));
+    const Buffer painted = paint(source.pixellated({{4, 0, 4, 4}, {2, 0, 4, 4}}, 4), 12, 4);
+    expectPixel(painted, 2, 0, {100, 0, 0, 255});
+    expectPixel(painted, 5, 0, {100, 0, 0, 255});
+    expectPixel(painted, 6, 0, {200, 0, 0, 255});
+}
+
+TEST_P(Painting, StacksMayBeDeeperThanTheStack) {
+    const Picture dot = flat(1, 1, kRed);
+    Picture picture = flat(4, 4, kBlue);
+    const int deep = std::string_view(GetParam().name) == "reference" ? 100 : 20000;
+    for (int i = 0; i < deep; ++i) picture = dot.over(picture);
+    const Buffer painted = paint(picture, 4, 4);
+    expectPixel(painted, 0, 3, kRed, 0);
+    expectPixel(painted, 1, 3, kBlue, 0);
 }
 
 TEST_P(Painting, MattesMultiplyByTheirAlphaAlone) {

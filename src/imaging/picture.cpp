@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <set>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "base/precondition.h"
 #include "imaging/picture_node.h"
@@ -13,7 +17,8 @@ namespace {
 
 template <typename Step>
 std::shared_ptr<const PictureNode> makeNode(Step step, const Rect& extent) {
-    return std::make_shared<const PictureNode>(PictureNode{std::move(step), extent});
+    // Not const itself: the destructor of a node above it takes it to pieces.
+    return std::make_shared<PictureNode>(std::move(step), extent);
 }
 
 const std::shared_ptr<const PictureNode>& emptyNode() {
@@ -37,27 +42,95 @@ Rect unionOf(const Rect& a, const Rect& b) {
     return {left, bottom, std::max(a.maxX(), b.maxX()) - left, std::max(a.maxY(), b.maxY()) - bottom};
 }
 
-// The extent in whole squares of the grid.
-Rect grownToSquares(const Rect& extent, double scale, Point centre) {
-    if (isInfinite(extent)) return extent;
-    const auto down = [&](double value, double origin) {
-        return std::floor((value - origin) / scale) * scale + origin;
-    };
-    const auto up = [&](double value, double origin) { return std::ceil((value - origin) / scale) * scale + origin; };
-    const double left = down(extent.minX(), centre.x);
-    const double bottom = down(extent.minY(), centre.y);
-    return {left, bottom, up(extent.maxX(), centre.x) - left, up(extent.maxY(), centre.y) - bottom};
+// The rectangle whose edges are off by no more than the rounding of a scaled picture's size.
+std::optional<PixelRect> onWholePixels(const Rect& rect) {
+    const Rect rounded{std::round(rect.x), std::round(rect.y), std::round(rect.maxX()) - std::round(rect.x),
+                       std::round(rect.maxY()) - std::round(rect.y)};
+    const auto differ = [](double a, double b) { return !(std::abs(a - b) < 1e-6); };
+    if (differ(rounded.minX(), rect.minX()) || differ(rounded.maxX(), rect.maxX()) ||
+        differ(rounded.minY(), rect.minY()) || differ(rounded.maxY(), rect.maxY())) {
+        return std::nullopt;
+    }
+    return PixelRect{static_cast<int>(rounded.minX()), static_cast<int>(rounded.minY()),
+                     static_cast<int>(rounded.maxX()), static_cast<int>(rounded.maxY())};
 }
+
+using NodePair = std::pair<const PictureNode*, const PictureNode*>;
+
+// Compares what is said in one step of two recipes, and lists the pictures that it is made from for later.
+struct StepComparison {
+    std::vector<NodePair>& waiting;
+
+    bool operator()(const EmptyNode&, const EmptyNode&) const { return true; }
+    bool operator()(const BufferNode& a, const BufferNode& b) const { return a.buffer == b.buffer; }
+    bool operator()(const YuvNode& a, const YuvNode& b) const {
+        const YuvPicture& one = a.picture;
+        const YuvPicture& other = b.picture;
+        return one.width == other.width && one.height == other.height && one.luma.samples == other.luma.samples &&
+               one.blueDifference.samples == other.blueDifference.samples &&
+               one.redDifference.samples == other.redDifference.samples && one.luma.stride == other.luma.stride &&
+               one.encoding == other.encoding && one.owner == other.owner;
+    }
+    bool operator()(const TransformNode& a, const TransformNode& b) const {
+        return a.transform == b.transform && later(a.input, b.input);
+    }
+    bool operator()(const CropNode& a, const CropNode& b) const { return a.rect == b.rect && later(a.input, b.input); }
+    bool operator()(const OverNode& a, const OverNode& b) const {
+        return later(a.front, b.front) && later(a.back, b.back);
+    }
+    bool operator()(const ClampNode& a, const ClampNode& b) const { return later(a.input, b.input); }
+    bool operator()(const MosaicNode& a, const MosaicNode& b) const {
+        return a.plan == b.plan && later(a.input, b.input);
+    }
+    bool operator()(const MatteNode& a, const MatteNode& b) const {
+        return later(a.input, b.input) && later(a.matte, b.matte);
+    }
+    bool operator()(const FadeNode& a, const FadeNode& b) const {
+        return a.alpha == b.alpha && later(a.input, b.input);
+    }
+    template <typename A, typename B>
+    bool operator()(const A&, const B&) const {
+        return false;
+    }
+
+    bool later(const Picture& a, const Picture& b) const {
+        if (&a.node() != &b.node()) waiting.emplace_back(&a.node(), &b.node());
+        return true;
+    }
+};
 
 }  // namespace
 
-bool YuvNode::operator==(const YuvNode& other) const {
-    return picture.width == other.picture.width && picture.height == other.picture.height &&
-           picture.luma.samples == other.picture.luma.samples &&
-           picture.blueDifference.samples == other.picture.blueDifference.samples &&
-           picture.redDifference.samples == other.picture.redDifference.samples &&
-           picture.luma.stride == other.picture.luma.stride && picture.encoding == other.picture.encoding &&
-           picture.owner == other.picture.owner;
+PictureNode::~PictureNode() {
+    // What nobody else holds any more is lined up here and released in turn.
+    std::shared_ptr<PictureNode> line;
+    giveUpInputs(line);
+    while (line) {
+        const std::shared_ptr<PictureNode> node = std::exchange(line, std::move(line->behind_));
+        node->giveUpInputs(line);
+    }
+}
+
+void PictureNode::giveUpInputs(std::shared_ptr<PictureNode>& line) {
+    const auto giveUp = [&line](Picture& input) {
+        std::shared_ptr<const PictureNode> node = std::move(input.node_);
+        if (node.use_count() != 1) return;
+        auto alone = std::const_pointer_cast<PictureNode>(std::move(node));
+        alone->behind_ = std::exchange(line, alone);
+    };
+    const auto give = [&](auto& made) {
+        using Made = std::decay_t<decltype(made)>;
+        if constexpr (std::is_same_v<Made, OverNode>) {
+            giveUp(made.front);
+            giveUp(made.back);
+        } else if constexpr (std::is_same_v<Made, MatteNode>) {
+            giveUp(made.input);
+            giveUp(made.matte);
+        } else if constexpr (requires { made.input; }) {
+            giveUp(made.input);
+        }
+    };
+    std::visit(give, step);
 }
 
 Picture::Picture() : node_(emptyNode()) {}
@@ -110,10 +183,19 @@ Picture Picture::clampedToExtent() const {
     return Picture(makeNode(ClampNode{*this}, kInfiniteRect));
 }
 
-Picture Picture::pixellated(double scale, Point centre) const {
-    precondition(std::isfinite(scale) && scale > 0, "the squares of a pixellated picture have a size");
+Picture Picture::pixellated(const std::vector<Rect>& areas, int side) const {
+    precondition(side >= 1, "the squares of a pixellated picture have a size");
     if (isEmpty()) return {};
-    return Picture(makeNode(PixellateNode{*this, scale, centre}, grownToSquares(extent(), scale, centre)));
+    const std::optional<PixelRect> bounds = onWholePixels(extent());
+    precondition(bounds.has_value(), "pixellated pictures end at whole pixels");
+    MosaicPlan plan{*bounds, {}, side};
+    for (const Rect& area : areas) {
+        const std::optional<PixelRect> pixels = onWholePixels(intersection(area, extent()));
+        precondition(pixels.has_value(), "pixellated areas lie on whole pixels");
+        if (!pixels->isEmpty()) plan.areas.push_back(*pixels);
+    }
+    if (plan.areas.empty()) return *this;
+    return Picture(makeNode(MosaicNode{*this, std::move(plan)}, extent()));
 }
 
 Picture Picture::blendedWithMatte(const Picture& matte) const {
@@ -129,8 +211,24 @@ Picture Picture::faded(double alpha) const {
     return Picture(makeNode(FadeNode{*this, limited}, extent()));
 }
 
+bool areEqual(const Picture& a, const Picture& b, std::size_t& comparisons) {
+    std::vector<NodePair> waiting;
+    std::set<NodePair> seen;
+    const StepComparison compare{waiting};
+    for (compare.later(a, b); !waiting.empty();) {
+        const NodePair pair = waiting.back();
+        waiting.pop_back();
+        if (!seen.insert(pair).second) continue;
+        ++comparisons;
+        if (pair.first->extent != pair.second->extent) return false;
+        if (!std::visit(compare, pair.first->step, pair.second->step)) return false;
+    }
+    return true;
+}
+
 bool Picture::operator==(const Picture& other) const {
-    return node_ == other.node_ || (node_->extent == other.node_->extent && node_->step == other.node_->step);
+    std::size_t comparisons = 0;
+    return areEqual(*this, other, comparisons);
 }
 
 }  // namespace lumivastor

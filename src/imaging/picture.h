@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "base/geometry.h"
 #include "imaging/affine_transform.h"
@@ -44,10 +45,14 @@ class Picture {
     Picture over(const Picture& background) const;
     /// The pixels at the extent's edges repeated endlessly outward.
     Picture clampedToExtent() const;
-    /// In squares of `scale` (> 0, picture pixels), one of which has a corner at `centre`. Each square shows the
-    /// average of all the pixels it holds, weighted by how much of them it holds: unlike the pixel in a square's middle
-    /// the average does not flicker when text below it scrolls, and it never shows an original pixel.
-    Picture pixellated(double scale, Point centre) const;
+    /// With areas in squares of `side` pixels (at least 1), the first of which begins at its area's bottom-left corner;
+    /// the areas lie on whole pixels, and so do the picture's edges. One area after the other: a later one averages
+    /// what the earlier ones leave. What of an area lies outside of the picture is left out first. Squares end at their
+    /// area's edges but average all pixels that they would hold; beyond the picture's edge these are those at the edge.
+    ///
+    /// Each square shows the average of all the pixels it holds: unlike the pixel in a square's middle the average does
+    /// not flicker when text below it scrolls, and it never shows an original pixel.
+    Picture pixellated(const std::vector<Rect>& areas, int side) const;
     /// Multiplied by the alpha of `matte`; transparent where the matte is.
     Picture blendedWithMatte(const Picture& matte) const;
     /// All four premultiplied channels times `alpha`, which is limited to 0...1.
@@ -55,12 +60,14 @@ class Picture {
 
     /// True when both recipes are the same: equal steps with equal numbers on the same buffers, which are compared by
     /// identity. Pictures that are equal paint equal pixels as long as nobody writes to their buffers. Both pictures'
-    /// sources must still be held (they are, by the values themselves).
+    /// sources must still be held (they are, by the values themselves). However often a recipe uses a part of itself,
+    /// that is compared once, and however deep it is, the stack does not grow with it.
     bool operator==(const Picture& other) const;
 
     const PictureNode& node() const { return *node_; }
 
   private:
+    friend struct PictureNode;
     explicit Picture(std::shared_ptr<const PictureNode> node);
 
     std::shared_ptr<const PictureNode> node_;

@@ -1,66 +1,72 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <utility>
 #include <variant>
 
+#include "imaging/mosaic.h"
 #include "imaging/picture.h"
 
 // What a recipe consists of, for painters.
 
 namespace lumivastor {
 
-struct EmptyNode {
-    bool operator==(const EmptyNode&) const = default;
-};
+struct EmptyNode {};
 struct BufferNode {
     std::shared_ptr<const BgraPremultipliedBuffer> buffer;
-    bool operator==(const BufferNode&) const = default;
 };
 struct YuvNode {
     YuvPicture picture;
-    bool operator==(const YuvNode& other) const;
 };
 struct TransformNode {
     Picture input;
     AffineTransform transform;
-    bool operator==(const TransformNode&) const = default;
 };
 struct CropNode {
     Picture input;
     Rect rect;
-    bool operator==(const CropNode&) const = default;
 };
 struct OverNode {
     Picture front;
     Picture back;
-    bool operator==(const OverNode&) const = default;
 };
 struct ClampNode {
     Picture input;
-    bool operator==(const ClampNode&) const = default;
 };
-struct PixellateNode {
+struct MosaicNode {
     Picture input;
-    double scale;
-    Point centre;
-    bool operator==(const PixellateNode&) const = default;
+    MosaicPlan plan;
 };
 struct MatteNode {
     Picture input;
     Picture matte;
-    bool operator==(const MatteNode&) const = default;
 };
 struct FadeNode {
     Picture input;
     double alpha;
-    bool operator==(const FadeNode&) const = default;
 };
 
 struct PictureNode {
-    std::variant<EmptyNode, BufferNode, YuvNode, TransformNode, CropNode, OverNode, ClampNode, PixellateNode, MatteNode,
-                 FadeNode>
-        step;
+    using Step = std::variant<EmptyNode, BufferNode, YuvNode, TransformNode, CropNode, OverNode, ClampNode, MosaicNode,
+                              MatteNode, FadeNode>;
+
+    PictureNode(Step step_, const Rect& extent_) : step(std::move(step_)), extent(extent_) {}
+    /// Releases what it is made of without a call for each step: recipes may be deeper than the stack.
+    ~PictureNode();
+    PictureNode(const PictureNode&) = delete;
+    PictureNode& operator=(const PictureNode&) = delete;
+
+    Step step;
     Rect extent;
+
+  private:
+    void giveUpInputs(std::shared_ptr<PictureNode>& line);
+
+    std::shared_ptr<PictureNode> behind_;  // while its release waits for that of others
 };
+
+/// What `Picture::operator==` says, counting the pairs of steps that it looks at.
+bool areEqual(const Picture& a, const Picture& b, std::size_t& comparisons);
 
 }  // namespace lumivastor

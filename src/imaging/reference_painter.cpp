@@ -3,6 +3,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <map>
+#include <tuple>
 #include <variant>
 #include <vector>
 
@@ -83,8 +85,13 @@ struct AxisView {
     }
 };
 
+// A square of a pixellated area, by the step of the recipe, the area's number and the square's column and row.
+using SquareKey = std::tuple<const MosaicNode*, std::size_t, long, long>;
+using Averages = std::map<SquareKey, Colour>;
+
 struct View {
     AxisView x, y;
+    Averages* averages = nullptr;  // that were taken for this painting
 };
 
 Colour evaluate(const Picture& picture, const View& view);
@@ -216,26 +223,44 @@ struct Evaluator {
         return evaluate(node.input, inner);
     }
 
-    Colour operator()(const PixellateNode& node) const {
-        const auto squares = [&](const AxisView& axis, double centre) {
+    Colour operator()(const MosaicNode& node) const {
+        return withAreas(evaluate(node.input, view), node, node.plan.areas.size());
+    }
+
+    // A colour of the picture with the first `count` of its areas in squares over it.
+    Colour withAreas(Colour colour, const MosaicNode& node, std::size_t count) const {
+        for (std::size_t i = 0; i < count; ++i) {
+            const Colour front = squares(node, i);
+            colour = front + colour * (1 - front.alpha / 255);
+        }
+        return colour;
+    }
+
+    Colour squares(const MosaicNode& node, std::size_t area) const {
+        const PixelRect& rect = node.plan.areas[area];
+        const int side = node.plan.side;
+        View inner = view;
+        inner.x.crop(rect.left, rect.right);
+        inner.y.crop(rect.bottom, rect.top);
+        const auto numbers = [&](const AxisView& axis, int start) {
             const double low = (axis.position - axis.before - axis.translate) / axis.scale;
             const double high = (axis.position + axis.after - axis.translate) / axis.scale;
-            return std::array{static_cast<long>(std::floor((low - centre) / node.scale)),
-                              static_cast<long>(std::ceil((high - centre) / node.scale))};
+            return std::array{static_cast<long>(std::floor((low - start) / side)),
+                              static_cast<long>(std::ceil((high - start) / side))};
         };
-        const auto part = [&](const AxisView& axis, double centre, long square) {
-            const double low = centre + static_cast<double>(square) * node.scale;
-            return axis.coverageBy(axis.toGrid(low, low + node.scale));
+        const auto part = [&](const AxisView& axis, int start, long square) {
+            const double low = start + static_cast<double>(square) * side;
+            return axis.coverageBy(axis.toGrid(low, low + side));
         };
-        const auto columns = squares(view.x, node.centre.x);
-        const auto rows = squares(view.y, node.centre.y);
+        const auto columns = numbers(inner.x, rect.left);
+        const auto rows = numbers(inner.y, rect.bottom);
         Colour sum;
         for (long row = rows[0]; row < rows[1]; ++row) {
-            const double partY = part(view.y, node.centre.y, row);
+            const double partY = part(inner.y, rect.bottom, row);
             if (partY == 0) continue;
             for (long column = columns[0]; column < columns[1]; ++column) {
-                const double partX = part(view.x, node.centre.x, column);
-                if (partX > 0) sum = sum + average(node, column, row) * (partX * partY);
+                const double partX = part(inner.x, rect.left, column);
+                if (partX > 0) sum = sum + average(node, area, column, row) * (partX * partY);
             }
         }
         return sum;
@@ -247,24 +272,28 @@ struct Evaluator {
 
     Colour operator()(const FadeNode& node) const { return evaluate(node.input, view) * node.alpha; }
 
-    // The mean of the input's own pixels in one square, each as it can be shown: noise beyond black and white does not
-    // count.
-    static Colour average(const PixellateNode& node, long squareColumn, long squareRow) {
-        const double left = node.centre.x + static_cast<double>(squareColumn) * node.scale;
-        const double bottom = node.centre.y + static_cast<double>(squareRow) * node.scale;
+    // The mean of one square's pixels in the picture that the areas before leave. The picture's own pixels count as
+    // they can be shown: noise beyond black and white does not.
+    Colour average(const MosaicNode& node, std::size_t area, long column, long row) const {
+        const SquareKey key{&node, area, column, row};
+        const auto known = view.averages->find(key);
+        if (known != view.averages->end()) return known->second;
+        const int side = node.plan.side;
+        const double left = node.plan.areas[area].left + static_cast<double>(column) * side;
+        const double bottom = node.plan.areas[area].bottom + static_cast<double>(row) * side;
         Colour sum;
-        for (double y = std::floor(bottom); y < bottom + node.scale; ++y) {
-            const double partY = sharedLength(y, y + 1, bottom, bottom + node.scale);
-            for (double x = std::floor(left); x < left + node.scale; ++x) {
+        for (int y = 0; y < side; ++y) {
+            for (int x = 0; x < side; ++x) {
                 View pixel;
-                pixel.x.position = x + 0.5;
-                pixel.y.position = y + 0.5;
-                const double partX = sharedLength(x, x + 1, left, left + node.scale);
-                const Colour shown = limited(evaluate(node.input, pixel));
-                sum = sum + shown * (partX * partY);
+                pixel.averages = view.averages;
+                pixel.x.position = left + x + 0.5;
+                pixel.y.position = bottom + y + 0.5;
+                pixel.x.clamp(node.plan.bounds.left, node.plan.bounds.right);
+                pixel.y.clamp(node.plan.bounds.bottom, node.plan.bounds.top);
+                sum = sum + Evaluator{pixel}.withAreas(limited(evaluate(node.input, pixel)), node, area);
             }
         }
-        return sum * (1 / (node.scale * node.scale));
+        return view.averages->emplace(key, sum * (1.0 / side / side)).first->second;
     }
 };
 
@@ -272,8 +301,9 @@ Colour evaluate(const Picture& picture, const View& view) {
     return std::visit(Evaluator{view}, picture.node().step);
 }
 
-Colour evaluateAt(const Picture& picture, const SampleGrid& grid, int column, int row) {
+Colour evaluateAt(const Picture& picture, const SampleGrid& grid, int column, int row, Averages& averages) {
     View view;
+    view.averages = &averages;
     const auto place = [](AxisView& axis, double position, double length) {
         axis.before = position - std::max(position - 0.5, 0.0);
         axis.after = std::min(position + 0.5, length) - position;
@@ -295,9 +325,10 @@ std::uint8_t stored(double value) {
 
 void paintReference(const Picture& picture, BgraPremultipliedBuffer& destination) {
     const auto grid = SampleGrid::full(destination.width(), destination.height());
+    Averages averages;
     for (int y = 0; y < grid.rows; ++y) {
         for (int x = 0; x < grid.columns; ++x) {
-            const Colour colour = evaluateAt(picture, grid, x, y);
+            const Colour colour = evaluateAt(picture, grid, x, y, averages);
             std::uint8_t* pixel = destination.pixel(x, y);
             pixel[0] = stored(colour.blue);
             pixel[1] = stored(colour.green);
@@ -310,9 +341,10 @@ void paintReference(const Picture& picture, BgraPremultipliedBuffer& destination
 void paintReference(const Picture& picture, const YuvDestination& destination) {
     const YuvCoefficients yuv(destination.encoding);
     const auto full = SampleGrid::full(destination.width, destination.height);
+    Averages averages;
     for (int y = 0; y < full.rows; ++y) {
         for (int x = 0; x < full.columns; ++x) {
-            const Colour colour = evaluateAt(picture, full, x, y);
+            const Colour colour = evaluateAt(picture, full, x, y, averages);
             destination.luma[y * destination.lumaStride + x] =
                 stored(yuv.luma(colour.red, colour.green, colour.blue) + yuv.lumaOffset);
         }
@@ -320,7 +352,7 @@ void paintReference(const Picture& picture, const YuvDestination& destination) {
     const auto half = SampleGrid::colourDifferences(destination.width, destination.height);
     for (int y = 0; y < half.rows; ++y) {
         for (int x = 0; x < half.columns; ++x) {
-            const Colour colour = evaluateAt(picture, half, x, y);
+            const Colour colour = evaluateAt(picture, half, x, y, averages);
             const auto at = y * destination.chromaStride + x;
             destination.blueDifference[at] = stored(yuv.blueDifference(colour.red, colour.green, colour.blue) + 128);
             destination.redDifference[at] = stored(yuv.redDifference(colour.red, colour.green, colour.blue) + 128);

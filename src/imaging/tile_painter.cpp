@@ -72,10 +72,13 @@ TilePainter::Canvas& TilePainter::paint(const PaintPlan& plan, const Tile& tile,
 void TilePainter::paintItems(const std::vector<PlanItem>& items, const Tile& tile, std::size_t level, Canvas& canvas,
                              bool mayHide) {
     for (const PlanItem& item : items) {
+        if (item.firstRow >= tile.bottom || item.endRow() <= tile.top) continue;
+        const AxisSpan columns = item.children.empty() ? item.across.span : AxisSpan{tile.left, tile.right};
+        if (columns.begin >= tile.right || columns.end <= tile.left) continue;
         if (!item.children.empty()) {
             paintStack(item, tile, level, canvas);
         } else {
-            paintLayer(item, tile, level, canvas, mayHide && !item.hidden.empty());
+            paintLayer(item, tile, level, canvas, mayHide);
         }
     }
 }
@@ -84,11 +87,11 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
     bool shows = false;
     bool isPlain = item.fade == kFullLevel;
     for (int y = tile.top; y < tile.bottom; ++y) {
-        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        const RowRuns runs = item.runsAt(y);
         shows = shows || (runs.hullBegin < tile.right && runs.hullEnd > tile.left && runs.hullBegin < runs.hullEnd);
         for (const auto& matte : item.mattes) {
             for (const PlanItem& layer : matte) {
-                const RowRuns& matteRuns = layer.runs[static_cast<std::size_t>(y)];
+                const RowRuns matteRuns = layer.runsAt(y);
                 isPlain = isPlain && matte.size() == 1 && matteRuns.opaqueBegin <= tile.left &&
                           matteRuns.opaqueEnd >= tile.right;
             }
@@ -101,7 +104,7 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
     prepareCanvas(own.canvas, canvas.channels, true, tile);
     paintItems(item.children, tile, level + 1, own.canvas, true);
     for (int y = tile.top; y < tile.bottom; ++y) {
-        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        const RowRuns runs = item.runsAt(y);
         const Part part{std::max(runs.hullBegin, tile.left), std::min(runs.hullEnd, tile.right)};
         if (part.begin >= part.end) continue;
         const int count = part.end - part.begin;
@@ -262,12 +265,12 @@ TilePainter::LayerParts TilePainter::partsToPaint(const PlanItem& item, const Ti
     LayerParts layer;
     layer.columns = layer.rows = {std::numeric_limits<int>::max(), 0};
     for (int y = tile.top; y < tile.bottom; ++y) {
-        const RowRuns& runs = item.runs[static_cast<std::size_t>(y)];
+        const RowRuns runs = item.runsAt(y);
         const Part span{std::max(runs.hullBegin, tile.left), std::min(runs.hullEnd, tile.right)};
         if (span.begin >= span.end) continue;
         const auto row = static_cast<std::size_t>(y - tile.top);
         Part* parts = layer.parts[row].data();
-        const AxisSpan hidden = mayHide ? item.hidden[static_cast<std::size_t>(y)] : AxisSpan{};
+        const AxisSpan hidden = mayHide ? item.hiddenAt(y) : AxisSpan{};
         const int count = visibleParts(span, hidden, parts);
         layer.counts[row] = count;
         if (count == 0) continue;
@@ -300,7 +303,7 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
 }
 
 void TilePainter::paintPart(const Layer& layer, int y, const Part& part) {
-    const RowRuns& runs = layer.item.runs[static_cast<std::size_t>(y)];
+    const RowRuns runs = layer.item.runsAt(y);
     const Part opaque{std::clamp(runs.opaqueBegin, part.begin, part.end),
                       std::clamp(runs.opaqueEnd, part.begin, part.end)};
     if (opaque.begin >= opaque.end) return blendPart(layer, y, part);

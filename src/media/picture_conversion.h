@@ -8,7 +8,8 @@
 
 namespace lumivastor {
 
-/// Turns decoded pictures into ours. Keeps its tables from picture to picture; one thread at a time.
+/// Turns decoded pictures into ours. Colour samples are taken to sit where the picture says, and at the left one of two
+/// columns, between two rows, when it says nothing. Keeps its tables from picture to picture; one thread at a time.
 class PictureConverter {
   public:
     /// A view of a decoded picture. Shares the decoder's memory when that is 8-bit 4:2:0; otherwise converts to it.
@@ -24,6 +25,7 @@ class PictureConverter {
         int height = 0;
         int fromFormat = -1;
         int toFormat = -1;
+        int fromSite = 0;  // of the colour samples, as FFmpeg numbers it
         YuvEncoding from;
         YuvEncoding to;
 

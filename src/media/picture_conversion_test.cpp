@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 #include <vector>
 
 #include "imaging/planar_kernels.h"
@@ -13,6 +14,10 @@
 #include "media/picture_pool.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
+
+extern "C" {
+#include <libavutil/frame.h>
+}
 
 namespace lumivastor {
 namespace {
@@ -129,6 +134,123 @@ TEST(PictureConversion, PlanarValuesAreWhatTheFormulasSay) {
                 EXPECT_LE(std::abs(planes.blueDifference[chroma] - expected[1]), 1);
                 EXPECT_LE(std::abs(planes.redDifference[chroma] - expected[2]), 1);
             }
+        }
+    }
+}
+
+// A picture that is blue left of column `edge` and red from there on, or above and below; both are as bright.
+constexpr int kEdgeSize = 64;
+constexpr Rgb kLeft{40, 100, 226};
+constexpr Rgb kRight{200, 66, 90};
+
+std::shared_ptr<BgraPremultipliedBuffer> withEdge(int edge, bool upright) {
+    auto picture = std::make_shared<BgraPremultipliedBuffer>(kEdgeSize, kEdgeSize);
+    for (int y = 0; y < kEdgeSize; ++y) {
+        for (int x = 0; x < kEdgeSize; ++x) {
+            const Rgb& colour = (upright ? x : y) < edge ? kLeft : kRight;
+            std::uint8_t* const pixel = picture->pixel(x, y);
+            pixel[0] = static_cast<std::uint8_t>(colour.blue);
+            pixel[1] = static_cast<std::uint8_t>(colour.green);
+            pixel[2] = static_cast<std::uint8_t>(colour.red);
+            pixel[3] = 255;
+        }
+    }
+    return picture;
+}
+
+// Where the edge lies in what came out: as far along as there is left colour.
+double edgeIn(const BgraPremultipliedBuffer& picture, bool upright) {
+    double left = 0;
+    for (int i = 0; i < kEdgeSize; ++i) {
+        const std::uint8_t* const pixel = upright ? picture.pixel(i, kEdgeSize / 2) : picture.pixel(kEdgeSize / 2, i);
+        left += (pixel[0] - kRight.blue) / double(kLeft.blue - kRight.blue);
+    }
+    return left;
+}
+
+AVFrame viewOf(const YuvDestination& planes, int location) {
+    AVFrame frame{};
+    frame.width = planes.width;
+    frame.height = planes.height;
+    frame.format = AV_PIX_FMT_YUV420P;
+    frame.colorspace = AVCOL_SPC_BT709;
+    frame.color_range = AVCOL_RANGE_MPEG;
+    frame.chroma_location = static_cast<AVChromaLocation>(location);
+    frame.data[0] = planes.luma;
+    frame.data[1] = planes.blueDifference;
+    frame.data[2] = planes.redDifference;
+    frame.linesize[0] = static_cast<int>(planes.lumaStride);
+    frame.linesize[1] = frame.linesize[2] = static_cast<int>(planes.chromaStride);
+    return frame;
+}
+
+TEST(PictureConversion, ColoursStayWhereTheirEdgeIs) {
+    PicturePool pool(kEdgeSize, kEdgeSize, {});
+    PictureConverter converter;
+    for (const bool upright : {true, false}) {
+        for (int edge = 20; edge < 36; ++edge) {
+            const auto planar = pool.makePlanar();
+            convertToPlanar(*withEdge(edge, upright), planar->destination());
+            for (const int location : {AVCHROMA_LOC_UNSPECIFIED, AVCHROMA_LOC_LEFT}) {
+                const auto back = converter.bgra(viewOf(planar->destination(), location));
+                EXPECT_NEAR(edgeIn(*back, upright), edge, 0.1) << upright;
+            }
+        }
+    }
+}
+
+// The check video's way: read, drawn on, written; as often as somebody records one again.
+TEST(PictureConversion, ColoursDoNotWanderOnTheWayThereAndBack) {
+    PicturePool pool(kEdgeSize, kEdgeSize, {});
+    PictureConverter converter;
+    std::shared_ptr<const BgraPremultipliedBuffer> picture = withEdge(31, true);
+    for (int round = 0; round < 4; ++round) {
+        const auto planar = pool.makePlanar();
+        convertToPlanar(*picture, planar->destination());
+        picture = converter.bgra(viewOf(planar->destination(), AVCHROMA_LOC_UNSPECIFIED));
+    }
+    EXPECT_NEAR(edgeIn(*picture, true), 31, 0.2);
+}
+
+TEST(PictureConversion, ColoursSitWhereAPictureSaysThatTheySit) {
+    PicturePool pool(kEdgeSize, kEdgeSize, {});
+    PictureConverter converter;
+    const auto planar = pool.makePlanar();
+    convertToPlanar(*withEdge(31, true), planar->destination());
+    // Half a column further right than the samples were made for.
+    const auto centred = converter.bgra(viewOf(planar->destination(), AVCHROMA_LOC_CENTER));
+    EXPECT_NEAR(edgeIn(*centred, true), 31.5, 0.1);
+}
+
+TEST(PictureConversion, ColoursOfOtherSamplingsAreSitedLikeOurs) {
+    // 4:2:2 with samples at the left one of two columns, and 4:4:4, become 4:2:0.
+    PicturePool pool(kEdgeSize, kEdgeSize, {});
+    PictureConverter converter;
+    for (const bool full : {false, true}) {
+        for (const int edge : {30, 31}) {
+            const auto colour = [&](int column) { return column < edge ? 200 : 60; };
+            const int columns = full ? kEdgeSize : kEdgeSize / 2;
+            std::vector<std::uint8_t> luma(kEdgeSize * kEdgeSize, 100);
+            std::vector<std::uint8_t> blue(static_cast<std::size_t>(columns) * kEdgeSize);
+            for (std::size_t i = 0; i < blue.size(); ++i) {
+                const int column = static_cast<int>(i) % columns;
+                blue[i] = static_cast<std::uint8_t>(
+                    full ? colour(column)
+                         : (colour(2 * column - 1) + 2 * colour(2 * column) + colour(2 * column + 1)) / 4);
+            }
+            AVFrame frame = viewOf(pool.makePlanar()->destination(), AVCHROMA_LOC_UNSPECIFIED);
+            frame.format = full ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV422P;
+            frame.data[0] = luma.data();
+            frame.data[1] = frame.data[2] = blue.data();
+            frame.linesize[0] = kEdgeSize;
+            frame.linesize[1] = frame.linesize[2] = columns;
+            const YuvPicture picture = converter.planar(frame);
+            double left = 0;
+            for (int i = 0; i < kEdgeSize / 2; ++i) {
+                left += (picture.blueDifference.samples[5 * picture.blueDifference.stride + i] - 60) / 140.0;
+            }
+            // A sample stands for the two columns around the one that it sits at.
+            EXPECT_NEAR(2 * left - 0.5, edge, 0.1) << full;
         }
     }
 }
