@@ -11,6 +11,8 @@ namespace {
 
 // Far below any frame's length, far above what doubles lose: a moment this little before a frame is that frame's.
 constexpr double kSliver = 1e-6;
+// Sound counts in frames of its own: what is heard at the end of a range, or at its start, is off by up to half of one.
+constexpr double kSoundFrame = 1.0 / 48000;
 
 }  // namespace
 
@@ -81,6 +83,15 @@ std::optional<double> PlayedRanges::frameAfter(double frame) const {
     const PlayedRange* const range = rangeAt(frame);
     if (range == nullptr) return playableFrom(frame);
     return next + kSliver < range->end ? next : playableFrom(range->end);
+}
+
+double PlayedRanges::standingFrame(double seconds) const {
+    if (rangeAt(seconds) != nullptr) return frameAt(seconds);
+    for (const PlayedRange& range : ranges_) {
+        if (std::abs(seconds - range.start) < kSoundFrame) return frameAt(range.start);
+        if (std::abs(seconds - range.end) < kSoundFrame) return frameAt(range.end - 2 * kSliver);
+    }
+    return frameAt(seconds);
 }
 
 }  // namespace lumivastor

@@ -34,6 +34,11 @@ class PlayedRanges {
     double frameAt(double seconds) const;
     /// The moment of the frame that follows one, if playing shows another.
     std::optional<double> frameAfter(double frame) const;
+    /// The moment of the frame on which playing stands that has come to `seconds`: the one shown there, and at the end
+    /// of a range its last one, because what lies behind it is not played.
+    double standingFrame(double seconds) const;
+
+    bool operator==(const PlayedRanges&) const = default;
 
   private:
     const PlayedRange* rangeAt(double seconds) const;
