@@ -60,6 +60,16 @@ double PlayedRanges::runsSince(double seconds) const {
     return range == nullptr ? seconds : range->start;
 }
 
+bool PlayedRanges::isJumpedTo(double seconds) const {
+    const PlayedRange* const range = rangeAt(seconds);
+    return range != nullptr && range != &ranges_.front();
+}
+
+bool PlayedRanges::isJumpedFrom(double seconds) const {
+    const PlayedRange* const range = rangeAt(seconds);
+    return range != nullptr && range != &ranges_.back();
+}
+
 std::vector<PlayedRange> PlayedRanges::ahead(double seconds, double length) const {
     std::vector<PlayedRange> stretches;
     std::optional<double> from = playableFrom(seconds);

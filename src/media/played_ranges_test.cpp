@@ -31,6 +31,18 @@ TEST(PlayedRanges, PlaysOnFromTheNextRangeWhereverThereIsNone) {
     EXPECT_EQ(ranges.runsSince(3), 3);
 }
 
+TEST(PlayedRanges, TheFilmsOwnEndsAreNoJumps) {
+    const PlayedRanges ranges({{1, 2}, {4, 5}, {7, 8}}, 10, 30);
+    EXPECT_FALSE(ranges.isJumpedTo(1.5));
+    EXPECT_TRUE(ranges.isJumpedFrom(1.5));
+    EXPECT_TRUE(ranges.isJumpedTo(4));
+    EXPECT_TRUE(ranges.isJumpedFrom(4.9));
+    EXPECT_TRUE(ranges.isJumpedTo(7.5));
+    EXPECT_FALSE(ranges.isJumpedFrom(7.5));
+    EXPECT_FALSE(ranges.isJumpedTo(3));
+    EXPECT_FALSE(ranges.isJumpedFrom(3));
+}
+
 TEST(PlayedRanges, LooksAheadAcrossGaps) {
     const PlayedRanges ranges({{1, 2}, {4, 4.25}, {6, 9}}, 10, 30);
     EXPECT_EQ(ranges.ahead(1.5, 0.25), (Ranges{{1.5, 1.75}}));

@@ -11,6 +11,7 @@
 #include "base/host_clock.h"
 #include "media/asset_reader.h"
 #include "media/played_ranges.h"
+#include "media/sound_joins.h"
 #include "support/player_fixture.h"
 
 // Playing: what is shown and heard when, and what may change meanwhile.
@@ -27,7 +28,7 @@ class PlayerPlaying : public PlayerFixture {
         options_.sounds.front().continuous = true;
     }
 
-    // The sound of the movie's stretches back to back, as a reader gives it.
+    // The sound of the movie's stretches back to back, as a reader gives it, softened where they are joined.
     std::vector<float> soundOf(const std::vector<PlayedRange>& ranges) const {
         std::vector<float> all;
         for (const PlayedRange& range : ranges) {
@@ -36,9 +37,14 @@ class PlayerPlaying : public PlayerFixture {
                                                    MediaTime::fromSeconds(range.end, 48000)));
             auto& output = reader.addAudioMixOutput(item().audioMix);
             EXPECT_TRUE(reader.startReading());
+            std::vector<float> stretch;
             while (const auto sample = output.copyNextSample()) {
-                all.insert(all.end(), sample->values.begin(), sample->values.end());
+                stretch.insert(stretch.end(), sample->values.begin(), sample->values.end());
             }
+            softenJoins(
+                {0, static_cast<std::int64_t>(stretch.size() / 2), &range != &ranges.front(), &range != &ranges.back()},
+                0, stretch, {});
+            all.insert(all.end(), stretch.begin(), stretch.end());
         }
         return all;
     }
