@@ -91,7 +91,10 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
 
     PlayerControls player;
     player.play = [this] { player_->play(); };
-    player.pause = [this] { player_->pause(); };
+    player.pause = [this] {
+        player_->pause();
+        return player_->currentTime();
+    };
     player.seek = [this](double seconds, std::function<void()> ended) {
         player_->seek(seconds, [ended = std::move(ended)](bool) { ended(); });
     };
@@ -176,7 +179,7 @@ void EditorWindow::setUpPlayer() {
     player_ = std::make_unique<Player>(loop_, options_.makeSoundOutput ? options_.makeSoundOutput() : nullptr);
     player_->onFrame([this](const Player::Frame& frame, double) { controls_->previewView->setFrame(frame); });
     player_->onTimeChanged([this](double seconds) { transport_->timePassed(seconds); });
-    player_->onPlayedToEnd([this] { transport_->ended(); });
+    player_->onPlayedToEnd([this] { transport_->ended(player_->currentTime()); });
     player_->onError([this](const RecorderError& error) {
         Log::write("Editor", "Vorschau: " + error.message());
         setStatus(error.message());

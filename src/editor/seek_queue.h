@@ -17,12 +17,19 @@ class SeekQueue {
 
     void request(double seconds);
 
+    /// Begins what was asked for last although a seek is still under way, which then counts no more: playing is about
+    /// to go on from there.
+    void hurry();
+
     /// Whether a seek is under way.
     bool isBusy() const;
+    /// Whether another one waits for it.
+    bool isWaiting() const;
 
   private:
     struct State;
     static void runNextIfIdle(const std::shared_ptr<State>& state);
+    static void runNext(const std::shared_ptr<State>& state);
 
     std::shared_ptr<State> state_;
 };

@@ -51,6 +51,26 @@ TEST(SeekQueue, NeverHasMoreThanOneSeekUnderWay) {
     EXPECT_EQ(player.seeks.size(), 3u);
 }
 
+TEST(SeekQueue, InAHurryTheLastRequestOvertakesTheSeekUnderWay) {
+    SlowPlayer player;
+    SeekQueue queue(player.seek());
+    queue.request(1);
+    queue.hurry();
+    EXPECT_EQ(player.seeks, (std::vector<double>{1})) << "nothing else was asked for";
+    queue.request(2);
+    EXPECT_TRUE(queue.isWaiting());
+    queue.hurry();
+    EXPECT_FALSE(queue.isWaiting());
+    EXPECT_EQ(player.seeks, (std::vector<double>{1, 2}));
+    player.endings[0]();
+    EXPECT_TRUE(queue.isBusy()) << "the one that was overtaken ends nothing";
+    queue.request(3);
+    player.endings[1]();
+    EXPECT_EQ(player.seeks, (std::vector<double>{1, 2, 3}));
+    player.endings[2]();
+    EXPECT_FALSE(queue.isBusy());
+}
+
 TEST(SeekQueue, APlayerThatSeeksAtOnceIsServedInOrder) {
     std::vector<double> seeks;
     SeekQueue queue([&](double seconds, const std::function<void()>& ended) {

@@ -18,6 +18,7 @@ Transport::Transport(PlayerControls player, Options options)
     : player_(std::move(player)), options_(std::move(options)), seeks_(player_.seek), lastPlayed_(options_.duration) {}
 
 void Transport::setPlayed(const TrimRange& trim, double lastKept) {
+    if (trim.start != firstPlayed_ || lastKept != lastPlayed_) atEnd_ = false;
     firstPlayed_ = trim.start;
     lastPlayed_ = lastKept;
 }
@@ -27,7 +28,10 @@ void Transport::toggle() {
         pause();
         return;
     }
-    if (playhead_ >= std::min(lastPlayed_, options_.duration) - kAtEnd) moveTo(firstPlayed_);
+    // A frame can be longer than the margin, so the last one may lie before it.
+    if (atEnd_ || playhead_ >= std::min(lastPlayed_, options_.duration) - kAtEnd) moveTo(firstPlayed_);
+    // Played from an older place, it could come to the end before it gets to where it is to begin.
+    seeks_.hurry();
     playing_ = true;
     player_.play();
     options_.changed();
@@ -36,7 +40,7 @@ void Transport::toggle() {
 void Transport::pause() {
     if (!playing_) return;
     playing_ = false;
-    player_.pause();
+    standAt(player_.pause());
     options_.changed();
 }
 
@@ -64,12 +68,27 @@ void Transport::timePassed(double seconds) {
     options_.changed();
 }
 
-void Transport::ended() {
+void Transport::ended(double seconds) {
+    if (seeks_.isWaiting()) {
+        // The end of what was played before a jump whose turn has not come yet.
+        seeks_.hurry();
+        player_.play();
+        return;
+    }
     playing_ = false;
+    atEnd_ = true;
+    standAt(seconds);
     options_.changed();
 }
 
+// What was shown while playing is never quite where the player says it was last. Unless a seek is about to go
+// elsewhere.
+void Transport::standAt(double seconds) {
+    if (!seeks_.isWaiting()) playhead_ = seconds;
+}
+
 void Transport::moveTo(double seconds) {
+    atEnd_ = false;
     playhead_ = seconds;
     seeks_.request(seconds);
 }

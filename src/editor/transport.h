@@ -11,12 +11,14 @@ namespace lumivastor {
 /// What plays: the part of a player that the transport needs.
 struct PlayerControls {
     std::function<void()> play;
-    std::function<void()> pause;
+    /// Stops, and says at which moment of the recording: that of the frame that stands now.
+    std::function<double()> pause;
     SeekQueue::Seek seek;
 };
 
 /// The playhead: what play, stepping and scrubbing do with it. Its times are the recording's own, in seconds; what
-/// trims and cuts leave out can be reached but is not played. Main thread.
+/// trims and cuts leave out can be reached but is not played. While nothing plays and no seek is under way, it is the
+/// moment of the frame that is shown. Main thread.
 class Transport {
   public:
     struct Options {
@@ -35,7 +37,7 @@ class Transport {
     /// What is played: from `trim.start` on, up to `lastKept`, the end of what trims and cuts leave.
     void setPlayed(const TrimRange& trim, double lastKept);
 
-    /// The play button. At the end, or with nothing left to be played, it begins anew.
+    /// The play button. At the end, or with nothing left to be played, it begins again at the start of what is played.
     void toggle();
     void pause();
     /// One frame or one second on, or back where negative.
@@ -47,11 +49,12 @@ class Transport {
 
     /// The player says where it is while it plays.
     void timePassed(double seconds);
-    /// The player has come to the end.
-    void ended();
+    /// The player has come to the end of what is played, and stands on the frame of a moment.
+    void ended(double seconds);
 
   private:
     void moveTo(double seconds);
+    void standAt(double seconds);
 
     const PlayerControls player_;
     const Options options_;
@@ -60,6 +63,7 @@ class Transport {
     double firstPlayed_ = 0;
     double lastPlayed_ = 0;
     bool playing_ = false;
+    bool atEnd_ = false;  // played to the end, and not moved since
 };
 
 }  // namespace lumivastor

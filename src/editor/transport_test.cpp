@@ -26,7 +26,12 @@ class TransportTest : public testing::Test {
     int plays_ = 0;
     int pauses_ = 0;
     int changes_ = 0;
-    Transport transport_{{[this] { ++plays_; }, [this] { ++pauses_; },
+    double stands_ = 0;  // where the player says that it stands when it pauses
+    Transport transport_{{[this] { ++plays_; },
+                          [this] {
+                              ++pauses_;
+                              return stands_;
+                          },
                           [this](double seconds, std::function<void()> ended) {
                               seeks_.push_back(seconds);
                               endings_.push_back(std::move(ended));
@@ -84,7 +89,8 @@ TEST_F(TransportTest, SteppingStaysInsideTheRecording) {
 
 TEST_F(TransportTest, SteppingGoesFromFrameToFrameAndStopsPlaying) {
     transport_.toggle();
-    transport_.timePassed(3.005);
+    transport_.timePassed(2.99);
+    stands_ = 3;
     transport_.step(frameLength(kFps));
     EXPECT_FALSE(transport_.isPlaying());
     EXPECT_DOUBLE_EQ(transport_.playhead(), 181.0 / 60);
@@ -120,16 +126,93 @@ TEST_F(TransportTest, AJumpKeepsPlaying) {
 TEST_F(TransportTest, TimesThatArriveAfterPausingDoNotMoveThePlayhead) {
     transport_.toggle();
     transport_.timePassed(1);
+    stands_ = 1;
     transport_.pause();
     transport_.timePassed(1.5);
     EXPECT_EQ(transport_.playhead(), 1);
 }
 
-TEST_F(TransportTest, TheEndStopsPlaying) {
+TEST_F(TransportTest, PausingTakesThePlayheadToTheFrameThatStands) {
     transport_.toggle();
-    transport_.ended();
+    transport_.timePassed(1.01);
+    stands_ = 62.0 / 60;
+    changes_ = 0;
+    transport_.pause();
+    EXPECT_EQ(transport_.playhead(), 62.0 / 60);
+    EXPECT_EQ(changes_, 1);
+}
+
+TEST_F(TransportTest, PausingBeforeAJumpHadItsTurnStaysWhereTheJumpGoes) {
+    transport_.toggle();
+    transport_.jump(3);
+    transport_.jump(7);
+    stands_ = 3.1;
+    transport_.pause();
+    EXPECT_EQ(transport_.playhead(), 7);
+    endSeek();
+    EXPECT_EQ(seeks_.back(), 7);
+}
+
+TEST_F(TransportTest, TheEndStopsPlayingOnTheLastFrame) {
+    transport_.toggle();
+    transport_.timePassed(9.9);
+    transport_.ended(599.0 / 60);
     EXPECT_FALSE(transport_.isPlaying());
     EXPECT_EQ(pauses_, 0);
+    EXPECT_EQ(transport_.playhead(), 599.0 / 60);
+}
+
+TEST_F(TransportTest, PlayAfterTheEndBeginsAgainHoweverLongTheLastFrameWas) {
+    transport_.setPlayed({2, 8}, 7);
+    transport_.toggle();
+    transport_.ended(6.8);
+    transport_.setPlayed({2, 8}, 7);  // another setting was changed
+    transport_.toggle();
+    EXPECT_EQ(seeks_, (std::vector<double>{2}));
+    EXPECT_EQ(transport_.playhead(), 2);
+    endSeek();
+    // Stepping back from the end, or playing more of the film, leaves something to be played.
+    transport_.ended(6.8);
+    transport_.step(-1);
+    endSeek();
+    transport_.toggle();
+    EXPECT_EQ(seeks_.back(), 5.8);
+    transport_.ended(6.8);
+    transport_.setPlayed({2, 8}, 8);
+    transport_.toggle();
+    EXPECT_EQ(seeks_.back(), 5.8);
+    EXPECT_EQ(transport_.playhead(), 6.8);
+}
+
+TEST_F(TransportTest, PlayWhileAScrubIsUnderWayPlaysFromWhereItEnds) {
+    transport_.scrub(9.99);
+    transport_.scrub(4);
+    transport_.toggle();
+    EXPECT_EQ(seeks_, (std::vector<double>{9.99, 4})) << "from 9.99 there would be nothing left to play";
+    endings_.front()();  // the first is overtaken
+    transport_.timePassed(9.99);
+    EXPECT_EQ(transport_.playhead(), 4);
+    endings_.back()();
+    transport_.timePassed(4.1);
+    EXPECT_EQ(transport_.playhead(), 4.1);
+}
+
+TEST_F(TransportTest, PlayAtTheEndWhileASeekToItIsUnderWayBeginsAgain) {
+    transport_.scrub(10);
+    transport_.toggle();
+    EXPECT_EQ(seeks_, (std::vector<double>{10, 0}));
+    EXPECT_TRUE(transport_.isPlaying());
+}
+
+TEST_F(TransportTest, TheEndBeforeAJumpHadItsTurnPlaysOnFromTheJump) {
+    transport_.toggle();
+    transport_.jump(9.99);
+    transport_.jump(3);
+    transport_.ended(599.0 / 60);
+    EXPECT_TRUE(transport_.isPlaying());
+    EXPECT_EQ(plays_, 2);
+    EXPECT_EQ(seeks_.back(), 3);
+    EXPECT_EQ(transport_.playhead(), 3);
 }
 
 }  // namespace

@@ -11,6 +11,8 @@ namespace {
 
 // Far below any frame's length, far above what doubles lose: a moment this little before a frame is that frame's.
 constexpr double kSliver = 1e-6;
+// Sound counts in frames of its own: what is heard at the end of a range, or at its start, is off by up to half of one.
+constexpr double kSoundFrame = 1.0 / 48000;
 
 }  // namespace
 
@@ -58,6 +60,16 @@ double PlayedRanges::runsSince(double seconds) const {
     return range == nullptr ? seconds : range->start;
 }
 
+bool PlayedRanges::isJumpedTo(double seconds) const {
+    const PlayedRange* const range = rangeAt(seconds);
+    return range != nullptr && range != &ranges_.front();
+}
+
+bool PlayedRanges::isJumpedFrom(double seconds) const {
+    const PlayedRange* const range = rangeAt(seconds);
+    return range != nullptr && range != &ranges_.back();
+}
+
 std::vector<PlayedRange> PlayedRanges::ahead(double seconds, double length) const {
     std::vector<PlayedRange> stretches;
     std::optional<double> from = playableFrom(seconds);
@@ -81,6 +93,15 @@ std::optional<double> PlayedRanges::frameAfter(double frame) const {
     const PlayedRange* const range = rangeAt(frame);
     if (range == nullptr) return playableFrom(frame);
     return next + kSliver < range->end ? next : playableFrom(range->end);
+}
+
+double PlayedRanges::standingFrame(double seconds) const {
+    if (rangeAt(seconds) != nullptr) return frameAt(seconds);
+    for (const PlayedRange& range : ranges_) {
+        if (std::abs(seconds - range.start) < kSoundFrame) return frameAt(range.start);
+        if (std::abs(seconds - range.end) < kSoundFrame) return frameAt(range.end - 2 * kSliver);
+    }
+    return frameAt(seconds);
 }
 
 }  // namespace lumivastor

@@ -27,6 +27,10 @@ class PlayedRanges {
     double runsUntil(double seconds) const;
     /// Since when playing that has come to a moment has run without a jump; the moment itself when it is in no range.
     double runsSince(double seconds) const;
+    /// Whether playing comes to the range that a moment is in by a jump, and whether it leaves it by one. False for
+    /// both when it is in none.
+    bool isJumpedTo(double seconds) const;
+    bool isJumpedFrom(double seconds) const;
     /// What is played next from a moment, `length` seconds altogether or as much as there is.
     std::vector<PlayedRange> ahead(double seconds, double length) const;
 
@@ -34,6 +38,11 @@ class PlayedRanges {
     double frameAt(double seconds) const;
     /// The moment of the frame that follows one, if playing shows another.
     std::optional<double> frameAfter(double frame) const;
+    /// The moment of the frame on which playing stands that has come to `seconds`: the one shown there, and at the end
+    /// of a range its last one, because what lies behind it is not played.
+    double standingFrame(double seconds) const;
+
+    bool operator==(const PlayedRanges&) const = default;
 
   private:
     const PlayedRange* rangeAt(double seconds) const;

@@ -31,6 +31,18 @@ TEST(PlayedRanges, PlaysOnFromTheNextRangeWhereverThereIsNone) {
     EXPECT_EQ(ranges.runsSince(3), 3);
 }
 
+TEST(PlayedRanges, TheFilmsOwnEndsAreNoJumps) {
+    const PlayedRanges ranges({{1, 2}, {4, 5}, {7, 8}}, 10, 30);
+    EXPECT_FALSE(ranges.isJumpedTo(1.5));
+    EXPECT_TRUE(ranges.isJumpedFrom(1.5));
+    EXPECT_TRUE(ranges.isJumpedTo(4));
+    EXPECT_TRUE(ranges.isJumpedFrom(4.9));
+    EXPECT_TRUE(ranges.isJumpedTo(7.5));
+    EXPECT_FALSE(ranges.isJumpedFrom(7.5));
+    EXPECT_FALSE(ranges.isJumpedTo(3));
+    EXPECT_FALSE(ranges.isJumpedFrom(3));
+}
+
 TEST(PlayedRanges, LooksAheadAcrossGaps) {
     const PlayedRanges ranges({{1, 2}, {4, 4.25}, {6, 9}}, 10, 30);
     EXPECT_EQ(ranges.ahead(1.5, 0.25), (Ranges{{1.5, 1.75}}));
@@ -66,6 +78,35 @@ TEST(PlayedRanges, TheFrameShownIsTheLastOneThatHasBegun) {
             EXPECT_NEAR(ranges.frameAt(t), frame, 1e-9) << t << " at " << rate;
         }
     }
+}
+
+TEST(PlayedRanges, PlayingStandsOnTheFrameShownAndNeverOnWhatIsCutAway) {
+    for (const double rate : {24.0, 30.0, 60.0, 144.0}) {
+        // An end on the grid, an end and a start off it.
+        const PlayedRanges ranges({{0, 90 / rate}, {121.4 / rate, 200.7 / rate}, {300 / rate, 400 / rate}}, 1000, rate);
+        double last = 0;
+        // Every moment that sound can be at, to the end of what is played.
+        for (std::optional<double> at = 0; at; at = ranges.playableFrom(std::round(*at * 48000 + 1) / 48000)) {
+            const double frame = ranges.standingFrame(*at);
+            ASSERT_EQ(ranges.frameAt(frame), frame) << *at;
+            ASSERT_EQ(ranges.playableFrom(frame), frame) << *at;
+            ASSERT_LE(frame, *at + 1e-6);
+            ASSERT_LT(*at - frame, 1 / rate + 1e-5);
+            ASSERT_GE(frame, last);
+            last = frame;
+        }
+        EXPECT_NEAR(last, 399 / rate, 1e-9);
+        // Where sound says that it has come to an end, or to a start, to the nearest of its frames.
+        const auto heard = [](double seconds) { return std::round(seconds * 48000) / 48000; };
+        EXPECT_NEAR(ranges.standingFrame(heard(400 / rate)), 399 / rate, 1e-9) << rate;
+        EXPECT_NEAR(ranges.standingFrame(heard(200.7 / rate)), 200 / rate, 1e-9) << rate;
+        EXPECT_NEAR(ranges.standingFrame(heard(90 / rate)), 89 / rate, 1e-9) << rate;
+        EXPECT_NEAR(ranges.standingFrame(heard(121.4 / rate)), 121.4 / rate, 1e-9) << rate;
+        // In the middle of a cut that was made while playing.
+        EXPECT_NEAR(ranges.standingFrame(110.5 / rate), 110 / rate, 1e-9) << rate;
+        EXPECT_NEAR(ranges.standingFrame(500.5 / rate), 500 / rate, 1e-9) << rate;
+    }
+    EXPECT_EQ(PlayedRanges().standingFrame(2.5), 2);
 }
 
 TEST(PlayedRanges, FramesInAGapLieOnTheGridAndAreFollowedByTheNextRange) {

@@ -150,7 +150,10 @@ void Player::Core::setMix(const std::vector<AudioMixInput>& mix) {
 
 void Player::Core::setRanges(std::vector<PlayedRange> ranges) {
     if (!sound_) return;
-    ranges_ = rangesOf(std::move(ranges));
+    PlayedRanges changed = rangesOf(std::move(ranges));
+    // Every edit says them again; sound that is decoded already would have to be decoded twice, and would be late.
+    if (changed == ranges_) return;
+    ranges_ = std::move(changed);
     sound_->setRanges(ranges_);
     pictures_->setRanges(ranges_);
 }
@@ -199,8 +202,7 @@ void Player::Core::stopPlaying() {
 void Player::Core::pause() {
     if (!isPlaying_) return;
     stopPlaying();
-    const double heard = sound_->position();
-    time_ = ranges_.playableFrom(heard) == heard ? ranges_.frameAt(heard) : heard;
+    time_ = ranges_.standingFrame(sound_->position());
     stand();
 }
 
@@ -208,13 +210,9 @@ void Player::Core::playedToEnd(std::int64_t order) {
     if (!isPlaying_ || order != order_) return;
     stopPlaying();
     const double end = sound_->position();
-    if (end > time_ + kPictureTolerance) {
-        // The last frame that was to be played may not have been shown in time.
-        pictures_->stand(++order_, ranges_.frameAt(end - kPictureTolerance));
-        time_ = std::min(end, duration_);
-    } else {
-        stand();
-    }
+    // The last frame that was to be played may not have been shown in time. Where nothing was played, the frame stays.
+    if (end > time_ + kPictureTolerance) time_ = ranges_.standingFrame(end);
+    stand();
     if (onPlayedToEnd) onPlayedToEnd();
 }
 

@@ -40,7 +40,7 @@ class Player {
     void setVideoCompositor(VideoCompositor compositor);
     /// Heard within a tenth of a second.
     void setAudioMix(const std::vector<AudioMixInput>& audioMix);
-    /// Playing that is in what is left out now jumps ahead within a tenth of a second.
+    /// Playing that is in what is left out now jumps ahead within a tenth of a second. Equal ranges change nothing.
     void setPlayedRanges(std::vector<PlayedRange> ranges);
 
     /// How large the frame is shown, in the screen's pixels: frames have the largest size of the canvas's shape that
@@ -49,7 +49,7 @@ class Player {
 
     /// Goes on from `currentTime`. Where nothing is left to play, playing ends at once.
     void play();
-    /// Stops on the frame that is shown.
+    /// Stops on the frame of what is heard, which `currentTime` then names.
     void pause();
     /// 1 while playing, 0 while not.
     double rate() const;
@@ -71,7 +71,7 @@ class Player {
     void onFrame(std::function<void(const Frame& frame, double seconds)> callback);
     /// Every 1/30 s while playing.
     void onTimeChanged(std::function<void(double seconds)> callback);
-    /// Playing has come to the end of what is played; it is paused there.
+    /// Playing has come to the end of what is played; it is paused on the last frame of that.
     void onPlayedToEnd(std::function<void()> callback);
     /// Something the user should know: no sound, or pictures that cannot be made. The player goes on without.
     void onError(std::function<void(const RecorderError& error)> callback);

@@ -243,7 +243,9 @@ void PlayerSound::decode() {
         }
         Block block;
         block.source = std::max(decodeFrom_, frameOf(*from));
-        const std::int64_t left = frameOf(ranges_.runsUntil(*from)) - block.source;
+        block.range = {frameOf(ranges_.runsSince(*from)), frameOf(ranges_.runsUntil(*from)), ranges_.isJumpedTo(*from),
+                       ranges_.isJumpedFrom(*from)};
+        const std::int64_t left = block.range.end - block.source;
         block.frames = static_cast<std::size_t>(std::clamp<std::int64_t>(left, 1, kBlockFrames));
         const std::int64_t round = decodeRound_;
         guard.unlock();
@@ -269,6 +271,7 @@ void PlayerSound::read(Block& block, std::vector<std::unique_ptr<SoundTrackReade
         if (!reader) continue;
         try {
             reader->read(values);
+            softenJoins(block.range, block.source, values, SoundOutput::kFormat);
         } catch (const std::exception& error) {
             Log::write("Studio", std::string("Vorschau: Eine Tonspur endet hier - Grund: ") + error.what());
             std::fill(values.begin(), values.end(), 0.0F);

@@ -11,6 +11,7 @@
 
 #include "media/composition.h"
 #include "media/played_ranges.h"
+#include "media/sound_joins.h"
 #include "media/sound_ledger.h"
 #include "media/sound_output.h"
 #include "media/sound_track_reader.h"
@@ -56,6 +57,7 @@ class PlayerSound {
   private:
     // Sound of all tracks from one stretch of the source, not mixed.
     struct Block {
+        SoundStretch range;  // the played range that it is in
         std::int64_t source = 0;
         std::size_t frames = 0;
         std::size_t used = 0;

@@ -200,6 +200,57 @@ TEST(SoundReading, CutsAndEmptyRangesFallOnTheirFrames) {
     }
 }
 
+TEST(SoundReading, CutsAreJoinedWithoutAClickAndNothingElseChanges) {
+    const TemporaryFolder folder;
+    TestMovieOptions options;
+    options.videoEncoder = "";
+    options.pictures = 0;
+    options.soundSeconds = 4;
+    options.sounds = {{2, 48000, 100, 0.5, true}, {1, 44100, 100, 0.5, true}};
+    makeTestMovie(folder / "a.mov", options);
+    const auto asset = open(folder / "a.mov");
+    for (const AssetTrack& source : asset->tracks()) {
+        AssetReader whole(asset);
+        auto& wholeOutput = whole.addAudioOutput(source.id);
+        ASSERT_TRUE(whole.startReading());
+        const Stereo all = readAll(wholeOutput);
+        // Every join turns the wave over but the second, which cuts nothing away. The third stretch lasts 5 ms.
+        const std::vector<TimeRange> kept{{{301, 1200}, {600, 1200}},
+                                          {{1507, 1200}, {300, 1200}},
+                                          {{1807, 1200}, {6, 1200}},
+                                          {{2707, 1200}, {600, 1200}}};
+        MutableComposition composition;
+        const int track = composition.addTrack(TrackKind::audio);
+        MediaTime at;
+        std::vector<float> expected;
+        std::vector<std::size_t> joins;
+        for (const TimeRange& range : kept) {
+            composition.insert(track, asset, source.id, range, at);
+            at = at + range.duration;
+            const auto from = all.left.begin() + range.start.rescaled(48000).value;
+            if (!expected.empty() && range.start.value != 1807) joins.push_back(expected.size());
+            expected.insert(expected.end(), from, from + range.duration.rescaled(48000).value);
+        }
+        AssetReader reader(composition);
+        auto& output = reader.addAudioOutput(track);
+        ASSERT_TRUE(reader.startReading());
+        const Stereo sound = readAll(output);
+        ASSERT_EQ(sound.left.size(), expected.size());
+        float steepest = 0;
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            bool isClose = false;
+            for (const std::size_t join : joins) isClose = isClose || (i + 120 >= join && i < join + 120);
+            if (i > 0) steepest = std::max(steepest, std::abs(sound.left[i] - sound.left[i - 1]));
+            if (!isClose) {
+                ASSERT_NEAR(sound.left[i], expected[i], 2e-3) << i;
+            }
+        }
+        // The tone itself takes steps of 0.0065, a slope of 0.0066. Joined as they are, there would be one of 1.
+        EXPECT_LT(steepest, 0.015F);
+        for (const std::size_t join : joins) EXPECT_GT(std::abs(expected[join] - expected[join - 1]), 0.3F);
+    }
+}
+
 TEST(SoundReading, OtherRatesAndMonoComeOutAsAsked) {
     const TemporaryFolder folder;
     TestMovieOptions options;

@@ -62,12 +62,29 @@ void SoundTrackReader::read(std::span<float> values) {
         if (inside && !track_.segments[segment_].isEmpty()) {
             if (!entered_) enter(track_.segments[segment_]);
             readSegment(part);
+            softenJoins(stretchOf(segment_), position_, part, format_);
         } else {
             std::fill(part.begin(), part.end(), 0.0F);
         }
         position_ += static_cast<std::int64_t>(count);
         done += count;
     }
+}
+
+// Whether a cut joins a segment with the one before it.
+bool SoundTrackReader::isJoin(std::size_t segment) const {
+    if (segment == 0 || segment >= track_.segments.size()) return false;
+    const CompositionSegment& before = track_.segments[segment - 1];
+    const CompositionSegment& behind = track_.segments[segment];
+    if (before.isEmpty() || behind.isEmpty()) return false;
+    const bool goesOn = before.asset == behind.asset && before.sourceTrackId == behind.sourceTrackId &&
+                        before.sourceStart + before.target.duration == behind.sourceStart;
+    return !goesOn;
+}
+
+SoundStretch SoundTrackReader::stretchOf(std::size_t segment) const {
+    const TimeRange& target = track_.segments[segment].target;
+    return {frameAt(target.start), frameAt(target.end()), isJoin(segment), isJoin(segment + 1)};
 }
 
 void SoundTrackReader::enter(const CompositionSegment& segment) {

@@ -9,11 +9,13 @@
 #include "media/ffmpeg_handles.h"
 #include "media/samples.h"
 #include "media/sound_decoder.h"
+#include "media/sound_joins.h"
 
 namespace lumivastor {
 
 /// Plays one composition track's sound from front to back at a chosen rate. Every segment begins at the frame nearest
-/// to its place on the timeline, counted from zero, so that rounding never adds up. One thread at a time.
+/// to its place on the timeline, counted from zero, so that rounding never adds up. Where a cut joins two of them,
+/// sound is softened so that it does not click. One thread at a time.
 class SoundTrackReader {
   public:
     /// Begins at frame `position` of the timeline.
@@ -28,6 +30,8 @@ class SoundTrackReader {
 
   private:
     std::int64_t frameAt(const MediaTime& time) const;
+    bool isJoin(std::size_t segment) const;
+    SoundStretch stretchOf(std::size_t segment) const;
     void enter(const CompositionSegment& segment);
     void readSegment(std::span<float> values);
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <vector>
@@ -83,6 +84,39 @@ TEST_F(ExportedSound, FlashesAndBeepsStayTogether) {
     // Where no cut has moved the flash off the frames' grid they are together to the millisecond.
     EXPECT_NEAR(flashes[0], beeps[0], 0.002);
     EXPECT_NEAR(sound.seconds(), 6.95, 0.03);
+}
+
+TEST_F(ExportedSound, CutsDoNotClickAndMoveNothing) {
+    // A hum, and beeps at whole seconds. Each cut turns the hum over at its crest.
+    options_.sounds = {{2, 48000, 50, 0.25, true}, {1, 48000, 2000}};
+    info_.systemAudio = info_.microphone = true;
+    settings_.cuts = {{1.505, 2.255}, {5.505, 5.815}};
+    makeRecording(8);
+    render();
+    const Sound sound = exportedSound();
+    EXPECT_NEAR(sound.seconds(), 6.94, 0.001);
+    const double first = 1.505;
+    const double second = 5.505 - 0.75;
+    for (const double join : {first, second}) {
+        float steepest = 0;
+        const auto at = static_cast<std::size_t>(join * 48000);
+        for (std::size_t i = at - 1000; i < at + 1000; ++i) {
+            steepest = std::max(steepest, std::abs(sound.left[i] - sound.left[i - 1]));
+        }
+        // The hum takes steps of 0.0016; joined as it is, it would take one of 0.5.
+        EXPECT_LT(steepest, 0.02F) << join;
+    }
+    std::vector<double> beeps;
+    constexpr std::size_t kQuiet = 24000;  // between two beeps
+    std::size_t last = 0;
+    for (std::size_t i = 0; i < sound.left.size(); ++i) {
+        if (std::abs(sound.left[i]) < 0.4F) continue;
+        if (beeps.empty() || i - last > kQuiet) beeps.push_back(static_cast<double>(i) / 48000);
+        last = i;
+    }
+    const std::vector<double> expected{1, 3 - 0.75, 4 - 0.75, 5 - 0.75, 6 - 1.06, 7 - 1.06};
+    ASSERT_EQ(beeps.size(), expected.size());
+    for (std::size_t i = 0; i < beeps.size(); ++i) EXPECT_NEAR(beeps[i], expected[i], 0.0005) << i;
 }
 
 TEST_F(ExportedSound, VolumesAreAsLoudAsTheySay) {
