@@ -500,6 +500,31 @@ TEST(AssetWriter, AnIndexForWhichThereIsNoRoomFailsTheWriter) {
     EXPECT_TRUE(messageOf(second).starts_with("b.mp4 konnte nicht geschrieben werden: ")) << messageOf(second);
 }
 
+TEST(AssetWriter, AnExistingFileIsRemovedAndNotEmptied) {
+    const TemporaryFolder folder;
+    const std::string kept = "what somebody else has written";
+    for (const bool inFragments : {false, true}) {
+        folder.write("kept", kept);
+        std::filesystem::create_symlink(folder / "kept", folder / "link.mov");
+        std::filesystem::create_hard_link(folder / "kept", folder / "hard.mov");
+        std::filesystem::create_symlink(folder / "nowhere", folder / "dangling.mov");
+        for (const char* name : {"link.mov", "hard.mov", "dangling.mov"}) {
+            AssetWriter writer(folder / name, MovieContainer::quickTime);
+            if (inFragments) writer.setMovieFragmentInterval({2, 1});
+            EXPECT_TRUE(writeNumberedMovie(writer, 30)) << name << ": " << messageOf(writer);
+            EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(folder / name))) << name;
+            EXPECT_EQ(decodeTestMovie(folder / name).size(), 30u);
+            EXPECT_EQ(folder.read("kept"), kept) << name;
+            std::filesystem::remove(folder / name);
+        }
+        EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
+    }
+    std::filesystem::create_directory(folder / "folder.mov");
+    AssetWriter writer(folder / "folder.mov", MovieContainer::quickTime);
+    EXPECT_FALSE(writeNumberedMovie(writer, 30));
+    EXPECT_TRUE(std::filesystem::is_directory(folder / "folder.mov"));
+}
+
 TEST(AssetWriter, AReadOnlyFolderIsSaidAtTheStart) {
     const TemporaryFolder folder;
     ASSERT_EQ(::chmod(folder.path().c_str(), 0555), 0);
