@@ -452,6 +452,7 @@ TEST(AssetWriter, AFullDiskFailsWithItsReasonAndEndsThePump) {
     }
     EXPECT_EQ(writer.status(), AssetWriter::Status::failed);
     EXPECT_NE(messageOf(writer).find("Der Datenträger ist voll"), std::string::npos) << messageOf(writer);
+    EXPECT_FALSE(writer.encoderFailed());
 }
 
 TEST(AssetWriter, AFinishedMovieBeginsWithItsIndex) {
@@ -540,6 +541,24 @@ TEST(AssetWriter, AReadOnlyFolderIsSaidAtTheStart) {
     EXPECT_FALSE(started);
     EXPECT_EQ(writer.status(), AssetWriter::Status::failed);
     EXPECT_EQ(messageOf(writer), "out.mp4 konnte nicht angelegt werden: Zugriff verweigert.");
+}
+
+TEST(AssetWriter, AnEncoderThatDoesNotOpenIsToldApartAndLeavesNoFile) {
+    const TemporaryFolder folder;
+    for (const bool inFragments : {false, true}) {
+        AssetWriter writer(folder / "out.mov", MovieContainer::quickTime);
+        if (inFragments) writer.setMovieFragmentInterval({2, 1});
+        VideoSettings settings = settingsFor(64, 64);
+        settings.encoder = "no_such_encoder";
+        writer.addVideoInput(settings);
+        EXPECT_FALSE(writer.startWriting());
+        EXPECT_TRUE(writer.encoderFailed());
+        EXPECT_FALSE(std::filesystem::exists(folder / "out.mov"));
+    }
+    AssetWriter writer(folder / "nowhere/out.mov", MovieContainer::quickTime);
+    writer.addVideoInput(settingsFor(64, 64));
+    EXPECT_FALSE(writer.startWriting());
+    EXPECT_FALSE(writer.encoderFailed());
 }
 
 TEST(AssetWriter, CancellingRemovesTheFileAndEndsThePump) {
