@@ -34,14 +34,18 @@ class VideoTrackEncoder final : public TrackEncoder {
 
     void open(MovieSink& sink) override {
         settings_.lowLatency = settings_.lowLatency || sink.isFragmented();
-        encoder_.emplace(settings_);
+        try {
+            encoder_ = makePictureEncoder(settings_);
+        } catch (const RecorderError& error) {
+            throw EncoderFailure(error.message());
+        }
         stream_ = sink.addStream(*encoder_->parameters(), settings_.timescale);
     }
 
     void encode(MovieSink& sink, const std::shared_ptr<PlanarBuffer>& picture, const MediaTime& time) {
         // Two pictures on one tick would end the movie; a tick later is nothing that anyone sees.
         lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
-        encoder_->encode(picture, lastTick_, [&](AVPacket& packet) { sink.write(stream_, packet); });
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->encode(picture, lastTick_, consume); });
     }
 
     void encode(MovieSink& sink, const BgraPremultipliedBuffer& picture, const MediaTime& time) {
@@ -53,17 +57,34 @@ class VideoTrackEncoder final : public TrackEncoder {
 
     void repeat(MovieSink& sink, const MediaTime& time) {
         lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
-        encoder_->repeat(lastTick_, [&](AVPacket& packet) { sink.write(stream_, packet); });
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->repeat(lastTick_, consume); });
     }
 
     void finish(MovieSink& sink) override {
-        encoder_->finish([&](AVPacket& packet) { sink.write(stream_, packet); });
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->finish(consume); });
     }
 
   private:
+    // Runs the encoder and tells its failures from those of the file, which come up through it.
+    template <typename Work>
+    void guarded(MovieSink& sink, const Work& work) {
+        bool isWriting = false;
+        const PacketConsumer consume = [&](AVPacket& packet) {
+            isWriting = true;
+            sink.write(stream_, packet);
+            isWriting = false;
+        };
+        try {
+            work(consume);
+        } catch (const RecorderError& error) {
+            if (isWriting) throw;
+            throw EncoderFailure(error.message());
+        }
+    }
+
     VideoSettings settings_;
     PicturePool planes_;
-    std::optional<VideoEncoder> encoder_;
+    std::unique_ptr<PictureEncoder> encoder_;
     int stream_ = 0;
     std::int64_t lastTick_ = -1;
 };
@@ -247,8 +268,18 @@ void AssetWriter::setMovieFragmentInterval(const MediaTime& interval) {
 
 bool AssetWriter::startWriting() {
     precondition(status() == Status::unknown && !inputs_.empty(), "a writer starts once, with inputs");
+    std::unique_ptr<MovieSink> sink;
+    const auto fail = [&](const RecorderError& error, WriterShared::Part part) {
+        if (sink) {
+            sink->close();
+            // A pipe or a device is not ours to remove.
+            std::error_code ignored;
+            if (std::filesystem::is_regular_file(path_, ignored)) std::filesystem::remove(path_, ignored);
+        }
+        shared_->fail(error, part);
+        return false;
+    };
     try {
-        std::unique_ptr<MovieSink> sink;
         if (fragmentInterval_ > MediaTime{}) {
             precondition(container_ == MovieContainer::quickTime, "fragments are for QuickTime movies");
             sink = std::make_unique<FragmentedMovieSink>(path_, fragmentInterval_);
@@ -257,14 +288,15 @@ bool AssetWriter::startWriting() {
         }
         for (const auto& input : inputs_) input->channel_->encoder().open(*sink);
         sink->begin();
-        const std::scoped_lock guard(shared_->lock);
-        shared_->sink = std::move(sink);
-        shared_->status = Status::writing;
-        return true;
+    } catch (const EncoderFailure& error) {
+        return fail(error, WriterShared::Part::encoder);
     } catch (const RecorderError& error) {
-        shared_->fail(error);
-        return false;
+        return fail(error, WriterShared::Part::other);
     }
+    const std::scoped_lock guard(shared_->lock);
+    shared_->sink = std::move(sink);
+    shared_->status = Status::writing;
+    return true;
 }
 
 void AssetWriter::startSession(const MediaTime& start) {
@@ -331,6 +363,11 @@ AssetWriter::Status AssetWriter::status() const {
 std::optional<RecorderError> AssetWriter::error() const {
     const std::scoped_lock guard(shared_->lock);
     return shared_->error;
+}
+
+bool AssetWriter::encoderFailed() const {
+    const std::scoped_lock guard(shared_->lock);
+    return shared_->encoderFailed;
 }
 
 }  // namespace lumivastor

@@ -116,7 +116,7 @@ class StoredWriterInput : public WriterInput {
 
 /// Writes one movie file: make it, add inputs, start, start the session, append to the inputs, mark them finished,
 /// finish. Inputs are fed on any threads, one at a time each; the rest belongs to the thread that makes the writer.
-/// Status and error may be asked for on any thread. Inputs live as long as the writer.
+/// Status and errors may be asked for on any thread. Inputs live as long as the writer.
 ///
 /// A writer that goes away without having finished leaves the file as far as it was written. So does one that failed;
 /// when it wrote in fragments, `repairMovie` makes a plain movie of what is there.
@@ -157,7 +157,7 @@ class AssetWriter {
     void setMovieFragmentInterval(const MediaTime& interval);
 
     /// Creates the file, replacing one of that name, and opens the encoders. False, with `status` failed and `error`
-    /// set, when either does not work.
+    /// set, when either does not work; no file is left then.
     bool startWriting();
 
     /// The moment of the samples' clock that becomes the movie's zero. Once, after `startWriting`.
@@ -179,6 +179,8 @@ class AssetWriter {
     Status status() const;
     /// Why the writer failed.
     std::optional<RecorderError> error() const;
+    /// Whether it was an encoder of pictures that failed the writer, and not the file: another encoder may do better.
+    bool encoderFailed() const;
 
   private:
     template <typename Input>

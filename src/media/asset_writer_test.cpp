@@ -1,20 +1,25 @@
 #include "media/asset_writer.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/fsuid.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <future>
 #include <numbers>
 #include <string>
 #include <vector>
 
+#include "base/unique_descriptor.h"
 #include "media/asset_reader.h"
+#include "media/movie_boxes.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
@@ -58,6 +63,44 @@ bool feedNumbered(VideoWriterInput& input, SerialQueue& queue, int count) {
 
 std::string messageOf(const AssetWriter& writer) {
     return writer.error() ? writer.error()->message() : "";
+}
+
+// Whether a movie of numbered pictures and as much of sound could be written.
+bool writeNumberedMovie(AssetWriter& writer, int count) {
+    auto& pictures = writer.addVideoInput(settingsFor(128, 96));
+    auto& sound = writer.addAudioInput({});
+    if (!writer.startWriting()) return false;
+    writer.startSession({});
+    SerialQueue pictureQueue("test.video");
+    SerialQueue soundQueue("test.audio");
+    int seconds = 0;
+    sound.requestMediaDataWhenReady(soundQueue, [&] {
+        while (sound.isReadyForMoreMediaData()) {
+            const bool isOver = ++seconds > count / 30;
+            if (isOver || !sound.append({{seconds - 1, 1}, {48000, 2}, std::vector<float>(96000, 0.2F)})) {
+                sound.markAsFinished();
+                return;
+            }
+        }
+    });
+    feedNumbered(pictures, pictureQueue, count);
+    return writer.finishWriting();
+}
+
+// The kinds of a file's outermost boxes, in order; what they leave over is "rest".
+std::vector<std::string> outermostBoxes(const std::filesystem::path& path) {
+    const UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const std::uint64_t size = std::filesystem::file_size(path);
+    std::vector<std::string> kinds;
+    std::uint64_t offset = 0;
+    while (const auto box = fileBoxAt(file.get(), offset, size)) {
+        std::string kind;
+        for (int shift = 24; shift >= 0; shift -= 8) kind += static_cast<char>(box->kind >> shift);
+        kinds.push_back(kind);
+        offset = box->end();
+    }
+    if (offset != size) kinds.emplace_back("rest");
+    return kinds;
 }
 
 TEST(AssetWriter, WritesPicturesThatDecodeToThemselvesAtTheirTimes) {
@@ -409,6 +452,78 @@ TEST(AssetWriter, AFullDiskFailsWithItsReasonAndEndsThePump) {
     }
     EXPECT_EQ(writer.status(), AssetWriter::Status::failed);
     EXPECT_NE(messageOf(writer).find("Der Datenträger ist voll"), std::string::npos) << messageOf(writer);
+    EXPECT_FALSE(writer.encoderFailed());
+}
+
+TEST(AssetWriter, AFinishedMovieBeginsWithItsIndex) {
+    constexpr int kPictures = 90;
+    const TemporaryFolder folder;
+    for (const auto& [name, container] :
+         {std::pair("a.mp4", MovieContainer::mp4), {"a.mov", MovieContainer::quickTime}}) {
+        AssetWriter writer(folder / name, container);
+        ASSERT_TRUE(writeNumberedMovie(writer, kPictures)) << messageOf(writer);
+        const auto boxes = outermostBoxes(folder / name);
+        const auto index = std::find(boxes.begin(), boxes.end(), "moov");
+        const auto samples = std::find(boxes.begin(), boxes.end(), "mdat");
+        EXPECT_LT(index, samples) << name;
+        EXPECT_NE(samples, boxes.end());
+        EXPECT_EQ(std::count(boxes.begin(), boxes.end(), "rest"), 0);
+        EXPECT_EQ(boxes.front(), "ftyp");
+        const auto pictures = decodeTestMovie(folder / name);
+        ASSERT_EQ(pictures.size(), static_cast<std::size_t>(kPictures));
+        for (int i = 0; i < kPictures; ++i) {
+            const auto& each = pictures[static_cast<std::size_t>(i)];
+            EXPECT_EQ(testPictureNumber(each.picture), i);
+            EXPECT_NEAR(each.seconds, i / 30.0, 1e-9);
+        }
+        const Asset movie(folder / name);
+        ASSERT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
+        EXPECT_NEAR(movie.tracks(TrackKind::audio)[0].end.seconds(), 3, 0.05);
+    }
+}
+
+// What a full disk does, where all samples still fitted.
+TEST(AssetWriter, AnIndexForWhichThereIsNoRoomFailsTheWriter) {
+    const TemporaryFolder folder;
+    AssetWriter first(folder / "a.mp4", MovieContainer::mp4);
+    ASSERT_TRUE(writeNumberedMovie(first, 30)) << messageOf(first);
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit unlimited {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    struct rlimit small = unlimited;
+    small.rlim_cur = std::filesystem::file_size(folder / "a.mp4") - 1;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    AssetWriter second(folder / "b.mp4", MovieContainer::mp4);
+    const bool isWritten = writeNumberedMovie(second, 30);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    std::signal(SIGXFSZ, previous);
+    EXPECT_FALSE(isWritten);
+    EXPECT_TRUE(messageOf(second).starts_with("b.mp4 konnte nicht geschrieben werden: ")) << messageOf(second);
+}
+
+TEST(AssetWriter, AnExistingFileIsRemovedAndNotEmptied) {
+    const TemporaryFolder folder;
+    const std::string kept = "what somebody else has written";
+    for (const bool inFragments : {false, true}) {
+        folder.write("kept", kept);
+        std::filesystem::create_symlink(folder / "kept", folder / "link.mov");
+        std::filesystem::create_hard_link(folder / "kept", folder / "hard.mov");
+        std::filesystem::create_symlink(folder / "nowhere", folder / "dangling.mov");
+        for (const char* name : {"link.mov", "hard.mov", "dangling.mov"}) {
+            AssetWriter writer(folder / name, MovieContainer::quickTime);
+            if (inFragments) writer.setMovieFragmentInterval({2, 1});
+            EXPECT_TRUE(writeNumberedMovie(writer, 30)) << name << ": " << messageOf(writer);
+            EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(folder / name))) << name;
+            EXPECT_EQ(decodeTestMovie(folder / name).size(), 30u);
+            EXPECT_EQ(folder.read("kept"), kept) << name;
+            std::filesystem::remove(folder / name);
+        }
+        EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
+    }
+    std::filesystem::create_directory(folder / "folder.mov");
+    AssetWriter writer(folder / "folder.mov", MovieContainer::quickTime);
+    EXPECT_FALSE(writeNumberedMovie(writer, 30));
+    EXPECT_TRUE(std::filesystem::is_directory(folder / "folder.mov"));
 }
 
 TEST(AssetWriter, AReadOnlyFolderIsSaidAtTheStart) {
@@ -426,6 +541,24 @@ TEST(AssetWriter, AReadOnlyFolderIsSaidAtTheStart) {
     EXPECT_FALSE(started);
     EXPECT_EQ(writer.status(), AssetWriter::Status::failed);
     EXPECT_EQ(messageOf(writer), "out.mp4 konnte nicht angelegt werden: Zugriff verweigert.");
+}
+
+TEST(AssetWriter, AnEncoderThatDoesNotOpenIsToldApartAndLeavesNoFile) {
+    const TemporaryFolder folder;
+    for (const bool inFragments : {false, true}) {
+        AssetWriter writer(folder / "out.mov", MovieContainer::quickTime);
+        if (inFragments) writer.setMovieFragmentInterval({2, 1});
+        VideoSettings settings = settingsFor(64, 64);
+        settings.encoder = "no_such_encoder";
+        writer.addVideoInput(settings);
+        EXPECT_FALSE(writer.startWriting());
+        EXPECT_TRUE(writer.encoderFailed());
+        EXPECT_FALSE(std::filesystem::exists(folder / "out.mov"));
+    }
+    AssetWriter writer(folder / "nowhere/out.mov", MovieContainer::quickTime);
+    writer.addVideoInput(settingsFor(64, 64));
+    EXPECT_FALSE(writer.startWriting());
+    EXPECT_FALSE(writer.encoderFailed());
 }
 
 TEST(AssetWriter, CancellingRemovesTheFileAndEndsThePump) {

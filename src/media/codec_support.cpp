@@ -2,9 +2,11 @@
 
 #include "base/recorder_error.h"
 #include "media/ffmpeg_support.h"
+#include "media/h264_bitstream.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
 }
 
 namespace lumivastor {
@@ -16,6 +18,12 @@ CodecHandle makeEncoder(const AVCodec* encoder, const char* what) {
     if (!codec) checked(AVERROR(ENOMEM), what);
     codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     return codec;
+}
+
+void askForHighProfile(AVCodecContext& codec) {
+    // Some look at the context, others at an option of their own, whose default is Main.
+    codec.profile = kH264High;
+    av_opt_set(codec.priv_data, "profile", "high", 0);
 }
 
 CodecParametersHandle parametersOf(const AVCodecContext& codec) {

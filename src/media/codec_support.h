@@ -11,6 +11,9 @@ namespace lumivastor {
 /// A context for this encoder, not yet opened. Throws a `RecorderError` that begins with `what` when there is none.
 CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
 
+/// Before a hardware encoder of H.264 is opened. One that knows no profiles is opened as it is.
+void askForHighProfile(AVCodecContext& codec);
+
 CodecParametersHandle parametersOf(const AVCodecContext& codec);
 
 /// Gives all packets that the encoder has ready. `packet` is working memory.

@@ -32,10 +32,15 @@ std::string rateText(const EncoderTrial& trial) {
 
 }  // namespace
 
+void EncoderCandidate::applyTo(VideoSettings& settings) const {
+    settings.codec = codec;
+    settings.encoder = encoder;
+    if (!isHardware()) settings.preset = preset;
+}
+
 void EncoderChoice::applyTo(VideoSettings& settings) const {
-    settings.codec = candidate.codec;
-    settings.encoder = candidate.encoder;
-    if (!candidate.preset.empty()) settings.preset = candidate.preset;
+    candidate.applyTo(settings);
+    if (make) settings.make = make;
 }
 
 EncoderChoice decideRecordingEncoder(const EncodingJob& job, const std::vector<EncoderCandidate>& hardware,
@@ -61,12 +66,16 @@ EncoderChoice decideRecordingEncoder(const EncodingJob& job, const std::vector<E
     return {kFastestSoftware, "H.264 in Software: " + slow + tooSlow};
 }
 
-EncoderChoice decideExportEncoder(const EncodingJob& job, const std::vector<EncoderCandidate>& hardware,
-                                  const EncoderTrials& trials) {
+EncoderChoice decideExportEncoder(const std::vector<EncoderCandidate>& hardware,
+                                  const std::function<bool(const EncoderCandidate&)>& works) {
     for (const EncoderCandidate& candidate : hardware) {
-        if (trials(candidate, job).works) return {candidate, "H.264 mit der Hardware: " + candidate.encoder + "."};
+        if (works(candidate)) return {candidate, "H.264 mit der Hardware: " + candidate.encoder + "."};
     }
-    return {kExportSoftware, "H.264 in Software: kein Hardware-Encoder für H.264 arbeitet."};
+    return softwareExportEncoder("kein Hardware-Encoder für H.264 arbeitet");
+}
+
+EncoderChoice softwareExportEncoder(const std::string& why) {
+    return {kExportSoftware, "H.264 in Software: " + why + "."};
 }
 
 std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec) {
@@ -87,7 +96,7 @@ EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesyst
     EncoderMemory remembered(memory, formatted("%u-%u", avcodec_version(), std::thread::hardware_concurrency()));
     return decideRecordingEncoder(job, listedHardwareEncoders(VideoCodec::hevc),
                                   [&remembered](const EncoderCandidate& candidate, const EncodingJob& wanted) {
-                                      if (candidate.preset.empty()) return tryEncoder(candidate, wanted);
+                                      if (candidate.isHardware()) return tryEncoder(candidate, wanted);
                                       if (const auto known = remembered.find(candidate, wanted)) return *known;
                                       const EncoderTrial trial = tryEncoder(candidate, wanted);
                                       remembered.add(candidate, wanted, trial);
@@ -95,8 +104,12 @@ EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesyst
                                   });
 }
 
-EncoderChoice chooseExportEncoder(const EncodingJob& job) {
-    return decideExportEncoder(job, listedHardwareEncoders(VideoCodec::h264), tryEncoder);
+EncoderChoice chooseExportEncoder(const VideoSettings& settings, const std::vector<EncoderCandidate>& hardware) {
+    return decideExportEncoder(hardware, [&settings](const EncoderCandidate& candidate) {
+        VideoSettings tried = settings;
+        candidate.applyTo(tried);
+        return tryEncoder(tried).works;
+    });
 }
 
 }  // namespace lumivastor

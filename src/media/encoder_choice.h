@@ -16,6 +16,10 @@ struct EncoderCandidate {
     std::string encoder;  // FFmpeg's name
     std::string preset;   // empty for hardware, which has no such names
 
+    bool isHardware() const { return preset.empty(); }
+    /// Puts the candidate into settings.
+    void applyTo(VideoSettings& settings) const;
+
     bool operator==(const EncoderCandidate&) const = default;
 };
 
@@ -33,17 +37,21 @@ struct EncoderTrial {
     double picturesPerSecond = 0;  // of pictures in motion, wall-clock, everything else at rest; when it works
 };
 
-/// Encodes a few pictures of a moving screen with this candidate at the job's size, decodes them again and compares.
-/// Takes between a millisecond (a listed encoder whose hardware is missing) and two seconds. Never throws.
+/// Encodes a few pictures of a moving screen with exactly these settings, decodes them again and compares luma and
+/// colours; looks at the stream's profile where the settings want High. Takes between a millisecond (a listed encoder
+/// whose hardware is missing) and two seconds. Never throws.
+EncoderTrial tryEncoder(const VideoSettings& settings);
+/// The same with this candidate, without delay as live pictures are encoded, at the job's size and pace.
 EncoderTrial tryEncoder(const EncoderCandidate& candidate, const EncodingJob& job);
 
-/// What a choice asks trials of; `tryEncoder` unless a test has other plans.
+/// What the choice for recordings asks trials of; `tryEncoder` unless a test has other plans.
 using EncoderTrials = std::function<EncoderTrial(const EncoderCandidate&, const EncodingJob&)>;
 
 /// The candidate chosen, and why in a German sentence for log and diagnosis.
 struct EncoderChoice {
     EncoderCandidate candidate;
     std::string reason;
+    PictureEncoderMaker make{};  // see `VideoSettings::make`
 
     /// Puts the choice into settings.
     void applyTo(VideoSettings& settings) const;
@@ -62,8 +70,11 @@ EncoderChoice decideRecordingEncoder(const EncodingJob& job, const std::vector<E
 
 /// The rule for exports, which may take their time: the first hardware H.264 encoder of `hardware` that works, else
 /// software.
-EncoderChoice decideExportEncoder(const EncodingJob& job, const std::vector<EncoderCandidate>& hardware,
-                                  const EncoderTrials& trials);
+EncoderChoice decideExportEncoder(const std::vector<EncoderCandidate>& hardware,
+                                  const std::function<bool(const EncoderCandidate&)>& works);
+
+/// Software, without a trial; `why` there is no hardware, as a German clause.
+EncoderChoice softwareExportEncoder(const std::string& why);
 
 /// The hardware encoders for a codec that FFmpeg lists on this machine, the likeliest first. A listed encoder is not a
 /// working one.
@@ -74,6 +85,11 @@ std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec);
 /// cannot be written, measures again. Hardware is tried every time. May take three seconds; not on a thread that must
 /// not wait. Any threads: one waits for the other.
 EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesystem::path& memory);
-EncoderChoice chooseExportEncoder(const EncodingJob& job);
+
+/// The decision for an export with these settings; a trial encodes with them as they are, but for the encoder. May take
+/// two seconds for each encoder tried.
+EncoderChoice chooseExportEncoder(
+    const VideoSettings& settings,
+    const std::vector<EncoderCandidate>& hardware = listedHardwareEncoders(VideoCodec::h264));
 
 }  // namespace lumivastor

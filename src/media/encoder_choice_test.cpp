@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "media/encoder_memory.h"
@@ -85,12 +88,132 @@ TEST(RecordingEncoder, WithoutAnyHevcItIsH264) {
 }
 
 TEST(ExportEncoder, HardwareFirstAndSoftwareOtherwise) {
-    Trials some({{"hevc_second", 3}});
-    EXPECT_EQ(decideExportEncoder(kJob, kHardware, some.function()).candidate, kHardware[1]);
-    Trials none({});
-    const EncoderChoice choice = decideExportEncoder(kJob, kHardware, none.function());
+    std::vector<std::string> tried;
+    const auto working = [&tried](const std::string& name) {
+        return [&tried, name](const EncoderCandidate& candidate) {
+            tried.push_back(candidate.encoder);
+            return candidate.encoder == name;
+        };
+    };
+    EXPECT_EQ(decideExportEncoder(kHardware, working("hevc_second")).candidate, kHardware[1]);
+    EXPECT_EQ(tried, (std::vector<std::string>{"hevc_first", "hevc_second"}));
+    const EncoderChoice choice = decideExportEncoder(kHardware, working("another"));
     EXPECT_EQ(choice.candidate, (EncoderCandidate{VideoCodec::h264, "libx264", "superfast"}));
     EXPECT_EQ(choice.reason, "H.264 in Software: kein Hardware-Encoder für H.264 arbeitet.");
+}
+
+// Stand-ins for hardware, made of software. What goes wrong with real cards goes wrong with them.
+class StandIn final : public PictureEncoder {
+  public:
+    enum class Fault { none, baseline, swappedColours, movedColours, noColours };
+
+    StandIn(VideoSettings settings, Fault fault)
+        : fault_(fault), pool_(settings.width, settings.height, {}), encoder_(software(std::move(settings), fault)) {}
+
+    CodecParametersHandle parameters() const override { return encoder_.parameters(); }
+    void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+                const PacketConsumer& consume) override {
+        encoder_.encode(spoilt(picture), ticks, consume);
+    }
+    void repeat(std::int64_t ticks, const PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
+    void finish(const PacketConsumer& consume) override { encoder_.finish(consume); }
+
+  private:
+    static VideoSettings software(VideoSettings settings, Fault fault) {
+        settings.make = nullptr;
+        settings.encoder = "libx264";
+        settings.preset = fault == Fault::baseline ? "ultrafast" : "superfast";
+        return settings;
+    }
+
+    std::shared_ptr<PlanarBuffer> spoilt(const std::shared_ptr<PlanarBuffer>& picture) {
+        const YuvDestination& from = picture->destination();
+        auto copy = pool_.makePlanar();
+        const YuvDestination& to = copy->destination();
+        std::copy_n(from.luma, from.lumaStride * from.height, to.luma);
+        const std::ptrdiff_t bytes = from.chromaStride * ((from.height + 1) / 2);
+        const bool isSwapped = fault_ == Fault::swappedColours;
+        // As if planes began a few rows too far up.
+        const std::ptrdiff_t skipped = fault_ == Fault::movedColours ? 16 * from.chromaStride : 0;
+        std::copy_n(from.blueDifference + skipped, bytes - skipped, isSwapped ? to.redDifference : to.blueDifference);
+        std::copy_n(from.redDifference + skipped, bytes - skipped, isSwapped ? to.blueDifference : to.redDifference);
+        if (fault_ == Fault::noColours) {
+            std::fill_n(to.blueDifference, bytes, std::uint8_t{128});
+            std::fill_n(to.redDifference, bytes, std::uint8_t{128});
+        }
+        return copy;
+    }
+
+    Fault fault_;
+    PicturePool pool_;
+    VideoEncoder encoder_;
+};
+
+VideoSettings exportSettings() {
+    VideoSettings settings;
+    settings.width = 640;
+    settings.height = 362;
+    settings.averageBitRate = 640 * 362 * 3;
+    settings.maxKeyFrameInterval = 60;
+    settings.frameRate = 30;
+    settings.highProfile = true;
+    return settings;
+}
+
+// Settings with which every encoder is a stand-in of the same fault.
+VideoSettings standingIn(StandIn::Fault fault) {
+    VideoSettings settings = exportSettings();
+    settings.make = [fault](const VideoSettings& given) { return std::make_unique<StandIn>(given, fault); };
+    return settings;
+}
+
+TEST(ExportTrials, HardwareWhoseStreamIsNotHighIsPassedOver) {
+    EXPECT_TRUE(tryEncoder(standingIn(StandIn::Fault::none)).works);
+    EXPECT_FALSE(tryEncoder(standingIn(StandIn::Fault::baseline)).works);
+    const std::vector<EncoderCandidate> hardware{{VideoCodec::h264, "h264_first", ""}};
+    EXPECT_EQ(chooseExportEncoder(standingIn(StandIn::Fault::none), hardware).candidate, hardware[0]);
+    EXPECT_EQ(chooseExportEncoder(standingIn(StandIn::Fault::baseline), hardware).candidate.encoder, "libx264");
+    // Where nobody asked for High, it is as good as any.
+    VideoSettings anyProfile = standingIn(StandIn::Fault::baseline);
+    anyProfile.highProfile = false;
+    EXPECT_TRUE(tryEncoder(anyProfile).works);
+}
+
+TEST(ExportTrials, WrongColoursAreSeen) {
+    EXPECT_FALSE(tryEncoder(standingIn(StandIn::Fault::swappedColours)).works);
+    EXPECT_FALSE(tryEncoder(standingIn(StandIn::Fault::movedColours)).works);
+    EXPECT_FALSE(tryEncoder(standingIn(StandIn::Fault::noColours)).works);
+}
+
+TEST(ExportTrials, RunWithTheExportsOwnSettings) {
+    VideoSettings settings = exportSettings();
+    std::vector<VideoSettings> opened;
+    settings.make = [&opened](const VideoSettings& given) {
+        opened.push_back(given);
+        return std::make_unique<StandIn>(given, StandIn::Fault::none);
+    };
+    chooseExportEncoder(settings, {{VideoCodec::h264, "h264_first", ""}});
+    ASSERT_EQ(opened.size(), 1u);
+    EXPECT_EQ(opened[0].encoder, "h264_first");
+    EXPECT_EQ(opened[0].width, settings.width);
+    EXPECT_EQ(opened[0].height, settings.height);
+    EXPECT_EQ(opened[0].averageBitRate, settings.averageBitRate);
+    EXPECT_EQ(opened[0].maxKeyFrameInterval, settings.maxKeyFrameInterval);
+    EXPECT_EQ(opened[0].frameRate, settings.frameRate);
+    EXPECT_EQ(opened[0].timescale, settings.timescale);
+    EXPECT_EQ(opened[0].constantQuality, settings.constantQuality);
+    EXPECT_FALSE(opened[0].lowLatency) << "an export may look ahead";
+    EXPECT_TRUE(opened[0].highProfile);
+}
+
+TEST(ExportTrials, OddSizesAndLowRatesAreNoFault) {
+    for (const auto& [width, height, bitsPerPixel] : {std::tuple(641, 361, 3), {1280, 720, 1}}) {
+        VideoSettings settings = standingIn(StandIn::Fault::none);
+        settings.width = width;
+        settings.height = height;
+        settings.averageBitRate = std::int64_t{width} * height * bitsPerPixel;
+        EXPECT_TRUE(tryEncoder(settings).works) << width;
+    }
 }
 
 TEST(EncoderChoice, GoesIntoTheSettings) {
@@ -189,15 +312,18 @@ TEST(EncoderTrials, WhatIsChosenHereWorks) {
     const EncoderChoice recording = chooseRecordingEncoder(job, folder / "encoders");
     EXPECT_TRUE(tryEncoder(recording.candidate, job).works) << recording.reason;
     EXPECT_FALSE(recording.reason.empty());
-    const EncoderChoice exporting = chooseExportEncoder(job);
-    EXPECT_TRUE(tryEncoder(exporting.candidate, job).works) << exporting.reason;
+    VideoSettings settings = exportSettings();
+    const EncoderChoice exporting = chooseExportEncoder(settings);
+    exporting.applyTo(settings);
+    EXPECT_TRUE(tryEncoder(settings).works) << exporting.reason;
     EXPECT_EQ(exporting.candidate.codec, VideoCodec::h264);
     // Listed hardware that does not work here is not what was chosen, because what was chosen works.
     for (const VideoCodec codec : {VideoCodec::hevc, VideoCodec::h264}) {
         for (const EncoderCandidate& candidate : listedHardwareEncoders(codec)) {
-            if (tryEncoder(candidate, job).works) continue;
-            EXPECT_NE(candidate, recording.candidate);
-            EXPECT_NE(candidate, exporting.candidate);
+            VideoSettings tried = exportSettings();
+            candidate.applyTo(tried);
+            EXPECT_TRUE(tryEncoder(tried).works || candidate != exporting.candidate);
+            EXPECT_TRUE(tryEncoder(candidate, job).works || candidate != recording.candidate);
         }
     }
 }

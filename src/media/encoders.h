@@ -15,8 +15,14 @@
 
 namespace lumivastor {
 
-/// The stream that pictures become: H.264 High, or HEVC Main, which QuickTime files hold as "hvc1".
+/// The stream that pictures become: H.264, or HEVC Main, which QuickTime files hold as "hvc1".
 enum class VideoCodec { h264, hevc };
+
+class PictureEncoder;
+struct VideoSettings;
+
+/// Opens an encoder for these settings. Throws `RecorderError`.
+using PictureEncoderMaker = std::function<std::unique_ptr<PictureEncoder>(const VideoSettings&)>;
 
 /// How pictures are encoded: 4:2:0, BT.709 limited range and tagged so, never reordered.
 struct VideoSettings {
@@ -59,6 +65,11 @@ struct VideoSettings {
     /// gains its full sharpness. Measured on text at 1280 x 720: without any it stays at 40 dB of luma PSNR, with two
     /// at 46, with three at 53, and more than four gain nothing.
     int settlingRepeats = 3;
+    /// H.264 has to be of profile High: hardware is asked for it, and a trial refuses an encoder whose stream says
+    /// otherwise. libx264 makes it with every preset but `ultrafast`, which leaves out what High adds.
+    bool highProfile = false;
+    /// Opens the encoder instead of `VideoEncoder`; empty: does not. Tests stand in for hardware with it.
+    PictureEncoderMaker make;
 };
 
 /// How sound is encoded: AAC.
@@ -71,22 +82,41 @@ struct AudioSettings {
 /// Where encoded packets go; times are in the encoder's own timescale.
 using PacketConsumer = std::function<void(AVPacket&)>;
 
-/// Encodes pictures. H.264 in 4:2:0 has even sizes only, in its cropping too: for an odd width or height the stream has
+/// Turns pictures into packets. One thread at a time. Everything throws `RecorderError`.
+class PictureEncoder {
+  public:
+    PictureEncoder() = default;
+    virtual ~PictureEncoder() = default;
+    PictureEncoder(const PictureEncoder&) = delete;
+    PictureEncoder& operator=(const PictureEncoder&) = delete;
+
+    /// What the movie's header says about the stream.
+    virtual CodecParametersHandle parameters() const = 0;
+
+    /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next one comes.
+    virtual void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+                        const PacketConsumer& consume) = 0;
+    /// The picture encoded last is shown at `ticks` as well. There has been one.
+    virtual void repeat(std::int64_t ticks, const PacketConsumer& consume) = 0;
+    /// Gives what the encoder still holds.
+    virtual void finish(const PacketConsumer& consume) = 0;
+};
+
+/// The encoder that the settings ask for: that of their `make`, else a `VideoEncoder`.
+std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings);
+
+/// Encodes pictures with FFmpeg's encoders. H.264 in 4:2:0 has even sizes only, in its cropping too: for an odd width or height the stream has
 /// one column or row more, a repetition of the last, and the movie's header names the true size, which players that
-/// honour it (FFmpeg's among them) cut to. One thread at a time. Throws `RecorderError`.
-class VideoEncoder {
+/// honour it (FFmpeg's among them) cut to.
+class VideoEncoder final : public PictureEncoder {
   public:
     explicit VideoEncoder(const VideoSettings& settings);
 
-    /// What the movie's header says about the stream.
-    CodecParametersHandle parameters() const;
-
-    /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next one comes.
-    void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks, const PacketConsumer& consume);
-    /// The picture encoded last is shown at `ticks` as well. There has been one.
-    void repeat(std::int64_t ticks, const PacketConsumer& consume);
-    /// Gives what the encoder still holds.
-    void finish(const PacketConsumer& consume);
+    CodecParametersHandle parameters() const override;
+    void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+                const PacketConsumer& consume) override;
+    void repeat(std::int64_t ticks, const PacketConsumer& consume) override;
+    void finish(const PacketConsumer& consume) override;
 
   private:
     /// What has been handed over and has not come out yet, in the order of showing.

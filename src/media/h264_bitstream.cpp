@@ -103,6 +103,16 @@ void appendUnit(std::vector<std::uint8_t>& stream, std::span<const std::uint8_t>
     stream.insert(stream.end(), unit.begin(), unit.end());
 }
 
+std::optional<int> profileOf(std::span<const std::uint8_t> parameterSets) {
+    std::optional<int> profile;
+    for (const auto unit : unitsOf(parameterSets)) {
+        if (unitKind(unit) != H264Unit::sequenceParameters) continue;
+        if (unit.size() < 2 || (profile && *profile != unit[1])) return std::nullopt;
+        profile = unit[1];
+    }
+    return profile;
+}
+
 std::optional<SequenceParameters> parseSequenceParameters(std::span<const std::uint8_t> unit) {
     const std::vector<std::uint8_t> content = unescaped(unit.subspan(std::min<std::size_t>(unit.size(), 1)));
     BitReader reader(content);

@@ -8,8 +8,8 @@
 
 namespace lumivastor {
 
-// The little of H.264's syntax that writing skip pictures takes: units between start codes, parameter sets, and the
-// beginnings of slice headers. Works on what our own encoder writes; anything else is turned away, never misread.
+// The little of H.264's syntax that writing skip pictures and looking at a stream's profile take: units between start
+// codes, parameter sets, and the beginnings of slice headers. Works on what our own encoder writes; anything else is turned away, never misread.
 
 /// Reads bits from the first byte's highest on. Beyond the end it gives zeros and says so.
 class BitReader {
@@ -83,6 +83,13 @@ struct PictureParameters {
     bool weightedPrediction = false;
     bool oneSliceGroup = true;
 };
+
+/// The profile that all sequence parameter sets in these parameter sets name, by its number in the standard. Nothing
+/// when there is none, or they disagree.
+std::optional<int> profileOf(std::span<const std::uint8_t> parameterSets);
+
+/// The number of the profile High.
+inline constexpr int kH264High = 100;
 
 /// Nothing when the unit ends too early or holds what no stream of ours does.
 std::optional<SequenceParameters> parseSequenceParameters(std::span<const std::uint8_t> unit);

@@ -1,6 +1,8 @@
 #include "media/movie_sink.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
@@ -22,13 +24,20 @@ bool MovieSink::canHold(MovieContainer container, const AVCodecParameters& param
 }
 
 UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path) {
-    constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW;
-    constexpr mode_t kAllMayReadAndWrite = 0666;  // less what the user's mask takes away
-    UniqueDescriptor file(::open(path.c_str(), kFlags, kAllMayReadAndWrite));
-    if (!file.isOpen()) {
+    const auto refuse = [&path](int number) {
         throw RecorderError(path.filename().string() + " konnte nicht angelegt werden: " +
-                            systemErrorText({errno, std::generic_category()}) + ".");
-    }
+                            systemErrorText({number, std::generic_category()}) + ".");
+    };
+    // Emptying a file of that name would empty whatever else it is a link to.
+    struct stat found {};
+    const bool exists = ::lstat(path.c_str(), &found) == 0;
+    const bool isDevice = exists && !S_ISREG(found.st_mode) && !S_ISLNK(found.st_mode);
+    if (exists && !isDevice && ::unlink(path.c_str()) != 0 && errno != ENOENT) refuse(errno);
+    // Pipes and devices are written to as they are; a directory refuses that.
+    const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (isDevice ? 0 : O_EXCL);
+    constexpr mode_t kAllMayReadAndWrite = 0666;  // less what the user's mask takes away
+    UniqueDescriptor file(::open(path.c_str(), flags, kAllMayReadAndWrite));
+    if (!file.isOpen()) refuse(errno);
     return file;
 }
 

@@ -47,7 +47,8 @@ class MovieSink {
     virtual void close() = 0;
 
   protected:
-    /// Creates the file, replacing one of that name; a symbolic link of that name is not followed.
+    /// Creates the file. One of that name is removed first, and so is a link: what a link leads to stays as it is, and
+    /// a program that has the old file open keeps it. Pipes and devices are opened as they are.
     static UniqueDescriptor createFile(const std::filesystem::path& path);
 };
 

@@ -1,5 +1,6 @@
 #include "media/plain_movie_sink.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +16,7 @@
 #include "base/unique_descriptor.h"
 #include "media/container_format.h"
 #include "media/ffmpeg_support.h"
+#include "media/movie_boxes.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -25,7 +27,7 @@ namespace lumivastor {
 
 namespace {
 
-constexpr int kWriteBytes = 1 << 18;
+constexpr int kBufferBytes = 1 << 18;
 
 // The clock of the movie's header and edit lists: fine enough that neither 48 kHz sound nor pictures timed in
 // six-hundredths round.
@@ -38,11 +40,27 @@ using WrittenByte = const std::uint8_t;
 using WrittenByte = std::uint8_t;
 #endif
 
+// Whether the file's outermost boxes fill it to its last byte, with the index before the samples.
+bool isWholeAndBeginsWithIndex(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) return false;
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    bool hasIndex = false;
+    std::uint64_t offset = 0;
+    while (const auto box = fileBoxAt(file, offset, size)) {
+        if (box->kind == boxKind("moov")) hasIndex = true;
+        if (box->kind == boxKind("mdat") && !hasIndex) return false;
+        offset = box->end();
+    }
+    return hasIndex && offset == size;
+}
+
 }  // namespace
 
 struct PlainMovieSink::ByteTarget {
     UniqueDescriptor file;
-    int error = 0;  // the first system error met while writing
+    int error = 0;                  // the first system error met
+    std::int64_t readPosition = 0;  // of what is read back; the file's own is that of writing
 
     static int write(void* opaque, WrittenByte* bytes, int size) {
         auto* const self = static_cast<ByteTarget*>(opaque);
@@ -65,6 +83,45 @@ struct PlainMovieSink::ByteTarget {
         const off_t position = ::lseek(self->file.get(), offset, whence & ~AVSEEK_FORCE);
         return position < 0 ? AVERROR(errno) : position;
     }
+
+    static int read(void* opaque, std::uint8_t* bytes, int size) {
+        auto* const self = static_cast<ByteTarget*>(opaque);
+        for (;;) {
+            const ssize_t count = ::pread(self->file.get(), bytes, static_cast<std::size_t>(size), self->readPosition);
+            if (count < 0 && errno == EINTR) continue;
+            if (count == 0) return AVERROR_EOF;
+            if (count < 0) {
+                // FFmpeg takes this for the file's end.
+                if (self->error == 0) self->error = errno;
+                return AVERROR(self->error);
+            }
+            self->readPosition += count;
+            return static_cast<int>(count);
+        }
+    }
+
+    static std::int64_t seekToRead(void* opaque, std::int64_t offset, int whence) {
+        if ((whence & ~AVSEEK_FORCE) != SEEK_SET) return AVERROR(ENOSYS);
+        return static_cast<ByteTarget*>(opaque)->readPosition = offset;
+    }
+
+    // FFmpeg opens what it has written a second time, to move it.
+    static int openToRead(AVFormatContext* context, AVIOContext** io, const char*, int flags, AVDictionary**) {
+        if (flags != AVIO_FLAG_READ) return AVERROR(ENOSYS);
+        auto* const self = static_cast<ByteTarget*>(context->opaque);
+        self->readPosition = 0;
+        auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
+        *io = avio_alloc_context(buffer, kBufferBytes, 0, self, read, nullptr, seekToRead);
+        if (*io != nullptr) return 0;
+        av_free(buffer);
+        return AVERROR(ENOMEM);
+    }
+
+    static int closeRead(AVFormatContext*, AVIOContext* io) {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+        return 0;
+    }
 };
 
 struct PlainMovieSink::Track {
@@ -80,14 +137,17 @@ PlainMovieSink::PlainMovieSink(std::filesystem::path path, MovieContainer contai
     target_->file = createFile(path_);
     checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
             "Der Film konnte nicht angelegt werden");
-    auto* buffer = static_cast<std::uint8_t*>(av_malloc(kWriteBytes));
-    io_ = avio_alloc_context(buffer, kWriteBytes, 1, target_.get(), nullptr, ByteTarget::write, ByteTarget::seek);
+    auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
+    io_ = avio_alloc_context(buffer, kBufferBytes, 1, target_.get(), nullptr, ByteTarget::write, ByteTarget::seek);
     if (io_ == nullptr) {
         close();
         throw RecorderError("Der Arbeitsspeicher reicht nicht.");
     }
     context_->pb = io_;
     context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context_->opaque = target_.get();
+    context_->io_open = ByteTarget::openToRead;
+    context_->io_close2 = ByteTarget::closeRead;
     // Times before zero stay: they are the lead-in of sound, which the edit list takes away again.
     context_->avoid_negative_ts = 0;
 }
@@ -114,7 +174,11 @@ void PlainMovieSink::begin() {
     AVDictionary* settings = nullptr;
     av_dict_set_int(&settings, "movie_timescale", kMovieTimescale, 0);
     if (videoTimescale_ > 0) av_dict_set_int(&settings, "video_track_timescale", videoTimescale_, 0);
-    av_dict_set(&settings, "movflags", "+write_colr", 0);
+    // How long the index is shows only at the end. Then the samples move up by that much, in pieces of the index's
+    // length: 2 s for 2 GB on a machine at work, and one index in memory. Room kept free from the beginning would save
+    // that time. But it would have to be guessed, a guess that is too low spoils an export of an hour, and one that is
+    // safe (some 40 bytes a sample) leaves a hole as long as the index in front of everything that is downloaded.
+    av_dict_set(&settings, "movflags", "+write_colr+faststart", 0);
     const int result = avformat_write_header(context_, &settings);
     av_dict_free(&settings);
     check(result);
@@ -167,6 +231,10 @@ void PlainMovieSink::finish() {
     check(av_write_trailer(context_));
     avio_flush(io_);
     check(0);
+    if (!isWholeAndBeginsWithIndex(target_->file.get())) {
+        throw RecorderError(path_.filename().string() +
+                            " konnte nicht geschrieben werden: Die Datei ist unvollständig.");
+    }
     if (::fsync(target_->file.get()) != 0 && errno != EINVAL && target_->error == 0) target_->error = errno;
     check(0);
     if (target_->file.reset() != 0) target_->error = errno;

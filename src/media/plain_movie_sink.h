@@ -9,8 +9,9 @@
 
 namespace lumivastor {
 
-/// A movie whose index is written when it is finished: nothing of it is readable before. Packets are interleaved by
-/// time.
+/// A movie whose index is written when it is finished: nothing of it is readable before. The index then stands before
+/// the samples, so that a finished movie plays while it is still being downloaded; finishing rewrites the file for that
+/// once, where it lies, with memory and room for the index alone. Packets are interleaved by time.
 class PlainMovieSink final : public MovieSink {
   public:
     PlainMovieSink(std::filesystem::path path, MovieContainer container);

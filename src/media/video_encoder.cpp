@@ -70,8 +70,11 @@ void setUpX265(AVCodecContext& codec, const VideoSettings& settings) {
     set(codec, "x265-params", parameters);
 }
 
+
+
 // Hardware encoders share no names: each takes what it knows.
 void setUpHardware(AVCodecContext& codec, const VideoSettings& settings) {
+    if (settings.highProfile && settings.codec == VideoCodec::h264) askForHighProfile(codec);
     struct Option {
         const char* name;
         const char* value;
@@ -86,6 +89,11 @@ void setUpHardware(AVCodecContext& codec, const VideoSettings& settings) {
 }
 
 }  // namespace
+
+std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings) {
+    if (settings.make) return settings.make(settings);
+    return std::make_unique<VideoEncoder>(settings);
+}
 
 VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) {
     precondition(settings.width > 0 && settings.height > 0 && settings.frameRate > 0 && settings.timescale > 0 &&

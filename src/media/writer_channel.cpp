@@ -18,12 +18,13 @@ bool isOver(AssetWriter::Status status) {
 
 }  // namespace
 
-void WriterShared::fail(const RecorderError& reason) {
+void WriterShared::fail(const RecorderError& reason, Part part) {
     {
         const std::scoped_lock guard(lock);
         if (isOver(status)) return;
         status = AssetWriter::Status::failed;
         error = reason;
+        encoderFailed = part == Part::encoder;
     }
     wakePumps();
 }
@@ -153,6 +154,8 @@ void WriterChannel::runGuarded(const std::function<void(MovieSink&)>& work) {
     if (sink == nullptr) return;
     try {
         work(*sink);
+    } catch (const EncoderFailure& error) {
+        shared_->fail(error, WriterShared::Part::encoder);
     } catch (const RecorderError& error) {
         shared_->fail(error);
     }

@@ -14,18 +14,27 @@ namespace lumivastor {
 
 class WriterChannel;
 
+/// What an encoder of pictures refuses to do.
+class EncoderFailure : public RecorderError {
+  public:
+    using RecorderError::RecorderError;
+};
+
 /// What a writer and its inputs share.
 struct WriterShared {
+    enum class Part { encoder, other };
+
     std::mutex lock;
     AssetWriter::Status status = AssetWriter::Status::unknown;  // guarded by lock
     std::optional<RecorderError> error;                         // guarded by lock; the first one
+    bool encoderFailed = false;                                 // guarded by lock; what that error is of
     bool sessionStarted = false;                                // guarded by lock
     MediaTime sessionStart;                                     // set once before sessionStarted
     std::vector<std::weak_ptr<WriterChannel>> channels;         // complete before writing starts, then only read
     std::unique_ptr<MovieSink> sink;                            // likewise
 
     /// Keeps the first error and lets every pump run, so that it notices.
-    void fail(const RecorderError& reason);
+    void fail(const RecorderError& reason, Part part = Part::other);
     /// Calls the pumps of all channels that have become ready.
     void wakePumps();
 };

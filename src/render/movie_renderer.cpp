@@ -69,6 +69,12 @@ class Export {
         return finish();
     }
 
+    /// After `run` has thrown: the hardware that is to blame for it, and not the recording or the disk. None: software.
+    std::optional<std::string> failedHardware() const {
+        const bool isToBlame = isRefused_ || (writer_ && writer_->encoderFailed());
+        return isToBlame ? hardware_ : std::nullopt;
+    }
+
   private:
     enum class Pass { done, again, end };
 
@@ -108,6 +114,8 @@ class Export {
     const std::int64_t fps_;
     std::filesystem::path path_;
     std::int64_t total_ = 0;
+    std::optional<std::string> hardware_;  // the encoder in use, when it is one
+    bool isRefused_ = false;               // the finished movie is not what was written
 
     std::mutex exportLock_;
     std::optional<RecorderError> error_;  // guarded by exportLock_; the first one
@@ -180,8 +188,10 @@ void Export::prepareWriter() {
     settings.maxKeyFrameInterval = static_cast<int>(fps_ * 2);
     settings.frameRate = static_cast<int>(fps_);
     settings.timescale = kExportTimescale;
-    chooseExportEncoder({settings.width, settings.height, settings.frameRate, settings.averageBitRate})
-        .applyTo(settings);
+    settings.highProfile = true;
+    const EncoderChoice choice = options_.chooseEncoder(settings);
+    choice.applyTo(settings);
+    if (choice.candidate.isHardware()) hardware_ = choice.candidate.encoder;
     video_ = &writer_->addVideoInput(settings);
 }
 
@@ -318,7 +328,9 @@ RenderResult Export::finish() {
         throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
     }
     const double seconds = frameSeconds(frame_, fps_);
+    isRefused_ = true;
     checkFinishedMovie(path_, {canvas_, appended_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    isRefused_ = false;
     report(1);
     const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());
     Log::write("Studio", formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
@@ -342,7 +354,29 @@ FrameMaker framesOf(const Composition& composition) {
 
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options) {
-    return Export(composition, makeFrame, options).run();
+    RenderOptions attempt = options;
+    if (options.progress) {
+        // Never falling, also when it begins again. Calls of `progress` follow one another.
+        attempt.progress = [report = options.progress, most = std::make_shared<double>(-1)](double progress) {
+            if (progress <= *most) return;
+            *most = progress;
+            report(progress);
+        };
+    }
+    std::optional<std::string> hardware;
+    {
+        Export first(composition, makeFrame, attempt);
+        try {
+            return first.run();
+        } catch (const RecorderError& error) {
+            hardware = first.failedHardware();
+            if (!hardware || options.stop.stop_requested()) throw;
+            Log::write("Studio",
+                       *hardware + " fiel aus, der Export beginnt in Software von vorn - Grund: " + error.message());
+        }
+    }
+    attempt.chooseEncoder = [&hardware](const VideoSettings&) { return softwareExportEncoder(*hardware + " fiel aus"); };
+    return Export(composition, makeFrame, attempt).run();
 }
 
 RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options) {

@@ -11,6 +11,7 @@
 #include "base/recorder_error.h"
 #include "edit/composition.h"
 #include "imaging/picture.h"
+#include "media/encoder_choice.h"
 #include "model/project_settings.h"
 
 // The export of the finished studio video.
@@ -48,6 +49,11 @@ struct RenderOptions {
     std::stop_token stop;
     /// The container, instead of the settings'.
     std::optional<ExportFormat> format;
+    /// Finds the encoder for pictures with these settings. Hardware that fails on the way is followed by software, from
+    /// the beginning.
+    std::function<EncoderChoice(const VideoSettings&)> chooseEncoder = [](const VideoSettings& settings) {
+        return chooseExportEncoder(settings);
+    };
 };
 
 /// Exports the composition as it stands, at the size of its canvas, to "studio-output.mp4" or ".mov" in the recording's
