@@ -9,11 +9,11 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/serial_queue.h"
-#include "edit/timeline.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
 #include "media/encoder_choice.h"
@@ -107,6 +107,7 @@ class Export {
     const ExportFormat format_;
     const std::int64_t fps_;
     std::filesystem::path path_;
+    std::vector<ShownSegment> shownSegments_;
     std::int64_t total_ = 0;
 
     std::mutex exportLock_;
@@ -148,6 +149,7 @@ CutComposition Export::openCut() {
         const RecordingAssets assets = openRecordingAssets(recording_);
         cut = makeCutComposition(state_->keptSegments, assets, recording_.webcamOffset());
     }
+    shownSegments_ = cut.shownSegments;
     total_ = frameCount(state_->outputDuration, fps_);
     if (!cut.screenTrackId) throw RecorderError("Die Schnittfassung hat keine Videospur.");
     return cut;
@@ -241,7 +243,7 @@ Export::Pass Export::makePicture() {
     }
     std::optional<Picture> webcam;
     if (webcam_ && webcam_->current() != nullptr) webcam = *webcam_->current();
-    Picture picture = makeFrame_(*source, webcam, sourceTime(state_->keptSegments, t));
+    Picture picture = makeFrame_(*source, webcam, shownSourceTime(shownSegments_, t));
     const MediaTime time = MediaTime::fromSeconds(t, kExportTimescale);
     if (last_ && picture == *last_) return pictureDone(video_->appendRepeat(time));
     const Pass pass = paint(picture, time);
