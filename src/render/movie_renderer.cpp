@@ -26,6 +26,8 @@ namespace lumivastor {
 
 namespace {
 
+constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.";
+
 // How long a picture is tried again while there is no memory for it.
 constexpr int kMemoryAttempts = 200;
 constexpr std::chrono::milliseconds kMemoryPause{10};
@@ -122,8 +124,7 @@ class Export {
     bool webcamIsReadable_ = true;
     Painter painter_{paintingThreads()};
     std::optional<Picture> last_;  // the recipe appended last
-    std::int64_t frame_ = 0;       // handled so far: the index of the next
-    std::int64_t appended_ = 0;
+    std::int64_t frame_ = 0;       // appended so far: the index of the next
     int memoryAttempts_ = 0;
 
     // The audio pump's while it runs.
@@ -232,15 +233,12 @@ Export::Pass Export::makePicture() {
     if (frame_ >= total_ || isStopping()) return Pass::end;
     const double t = frameSeconds(frame_, fps_);
     if (!screen_->advance(t)) {
-        throw RecorderError(
-            formatted("Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.", screen_->lastSeconds()));
+        throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
     }
     if (webcam_ && webcamIsReadable_) webcamIsReadable_ = webcam_->advance(t);
+    // Before its time the first picture is shown: one that comes late, or the first that damage has left.
     const Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
-    if (source == nullptr) {
-        ++frame_;  // nothing to show yet: the movie's first picture comes later
-        return Pass::done;
-    }
+    if (source == nullptr) throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
     std::optional<Picture> webcam;
     if (webcam_ && webcam_->current() != nullptr) webcam = *webcam_->current();
     Picture picture = makeFrame_(*source, webcam, shownSourceTime(shownSegments_, t));
@@ -265,7 +263,6 @@ Export::Pass Export::paint(const Picture& picture, const MediaTime& time) {
 
 Export::Pass Export::pictureDone(bool isTaken) {
     if (!isTaken) throw writer_->error().value_or(RecorderError("Ein Bild konnte nicht geschrieben werden."));
-    ++appended_;
     ++frame_;
     if (const auto progress = progressAfter(frame_, total_)) report(*progress);
     return Pass::done;
@@ -320,7 +317,7 @@ RenderResult Export::finish() {
         throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
     }
     const double seconds = frameSeconds(frame_, fps_);
-    checkFinishedMovie(path_, {canvas_, appended_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    checkFinishedMovie(path_, {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
     report(1);
     const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());
     Log::write("Studio", formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
