@@ -36,7 +36,9 @@ std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<CutRang
 /// Length of the edited video.
 double outputDuration(std::span<const KeptSegment> segments);
 
-/// The source time shown at output time `t`. Past the end the last segment's end; `t` itself without segments.
+/// The source time at output time `t`. Past the end the last segment's end; `t` itself without segments. A movie that
+/// shows the segments rounds their bounds to its clock: what it shows at `t` is told by `shownSourceTime` of
+/// render/cut_composition.h.
 double sourceTime(std::span<const KeptSegment> segments, double t);
 
 }  // namespace lumivastor

@@ -4,6 +4,7 @@
 
 #include "app/log/log.h"
 #include "base/recorder_error.h"
+#include "render/read_ahead.h"
 
 namespace lumivastor {
 
@@ -26,6 +27,17 @@ std::vector<TimeRange> onTicks(std::span<const KeptSegment> segments) {
                                             MediaTime::fromSeconds(segment.end, kTimescale)));
     }
     return ranges;
+}
+
+std::vector<ShownSegment> shownSegments(std::span<const TimeRange> ranges) {
+    std::vector<ShownSegment> segments;
+    MediaTime at;
+    for (const TimeRange& range : ranges) {
+        if (range.duration == MediaTime{}) continue;
+        segments.push_back({at.seconds(), range.start.seconds(), range.end().seconds()});
+        at = at + range.duration;
+    }
+    return segments;
 }
 
 int addBackToBack(MutableComposition& movie, std::span<const TimeRange> ranges,
@@ -94,6 +106,7 @@ CutComposition makeCutComposition(std::span<const KeptSegment> segments, const R
     if (segments.empty()) throw RecorderError("Es bleibt nichts übrig - alles ist weggeschnitten.");
     const std::vector<TimeRange> ranges = onTicks(segments);
     CutComposition cut;
+    cut.shownSegments = shownSegments(ranges);
     const std::optional<AssetTrack> screen = firstTrack(assets.screen, TrackKind::video);
     if (screen) cut.screenTrackId = addBackToBack(cut.movie, ranges, assets.screen, *screen);
     if (const auto webcam = firstTrack(assets.webcam, TrackKind::video); screen && webcam) {
@@ -103,6 +116,15 @@ CutComposition makeCutComposition(std::span<const KeptSegment> segments, const R
         cut.audioTrackIds.push_back(addBackToBack(cut.movie, ranges, assets.screen, audio));
     }
     return cut;
+}
+
+double shownSourceTime(std::span<const ShownSegment> segments, double t) {
+    if (segments.empty()) return t;
+    const auto later =
+        std::upper_bound(segments.begin(), segments.end(), t + kSameTime,
+                         [](double moment, const ShownSegment& segment) { return moment < segment.outputStart; });
+    const ShownSegment& shown = later == segments.begin() ? segments.front() : *(later - 1);
+    return std::clamp(shown.sourceStart + (t - shown.outputStart), shown.sourceStart, shown.sourceEnd);
 }
 
 std::vector<AudioMixInput> makeAudioMix(const CaptureInfo& info, const ProjectSettings& settings,

@@ -28,17 +28,26 @@ struct RecordingAssets {
 /// only lists what is in a folder does without. Any thread.
 RecordingAssets openRecordingAssets(const Recording& recording);
 
+/// A kept segment as a movie shows it: with bounds on the ticks of its clock. In seconds, `sourceStart` < `sourceEnd`.
+struct ShownSegment {
+    double outputStart = 0;
+    double sourceStart = 0;
+    double sourceEnd = 0;
+};
+
 /// An edited movie and which of its tracks is what.
 struct CutComposition {
     MutableComposition movie;
-    std::optional<int> screenTrackId;  // none when the screen movie has no pictures
+    std::vector<ShownSegment> shownSegments;  // back to back from zero; those that are shorter than a tick are left out
+    std::optional<int> screenTrackId;         // none when the screen movie has no pictures
     std::optional<int> webcamTrackId;
     std::vector<int> audioTrackIds;  // in the source's order: system sound, then microphone
 };
 
 /// Shows the kept segments back to back, pictures, webcam and all sound. The webcam shows the same moments as the
 /// screen, and an empty range wherever its movie has nothing; `webcamOffset` is the source time of its zero, in
-/// seconds. Segment bounds are rounded to 1/600 s.
+/// seconds. Segment bounds are rounded to 1/600 s, so that after many cuts the movie may be ahead of the kept segments,
+/// or behind them, by many ticks.
 ///
 ///     source   |===A===|--cut--|====B====|          output   |===A===|====B====|
 ///     webcam       |===============|                         |   |=A=|==B|     |
@@ -46,6 +55,11 @@ struct CutComposition {
 /// Throws `RecorderError` when there are no segments.
 CutComposition makeCutComposition(std::span<const KeptSegment> segments, const RecordingAssets& assets,
                                   double webcamOffset);
+
+/// The source time whose picture such a movie shows at output time `t`, to be asked instead of `sourceTime` for what is
+/// drawn over its pictures. Like those, a segment begins a tenth of a millisecond early, so that times which come from
+/// divisions fall on its side of a cut. Past the end the last segment's end; `t` itself without segments.
+double shownSourceTime(std::span<const ShownSegment> segments, double t);
 
 /// The volume of each audio track of such a movie: the settings' for the system sound, if it was recorded, then the
 /// microphone's, if it was; 1 for any further track.

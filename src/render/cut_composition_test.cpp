@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <string>
+#include <vector>
 
 #include "app/log/log.h"
 #include "base/recorder_error.h"
@@ -200,6 +203,46 @@ TEST(AudioMix, VolumesGoToTheTracksThatWereRecorded) {
     EXPECT_EQ(volumes(false, false, 1), (std::vector<float>{1.0F}));
     EXPECT_EQ(volumes(true, true, 3), (std::vector<float>{0.25F, 1.5F, 1.0F}));
     EXPECT_EQ(volumes(true, true, 0), std::vector<float>{});
+}
+
+TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
+    makeScreen(0);
+    // Each piece begins just above a tick and ends just below one, or the other way round: rounding adds up.
+    std::vector<KeptSegment> kept;
+    for (int i = 0; i <= 1000; ++i) {
+        const double grid = i * 5 / 600.0 * 12;
+        kept.push_back({grid + 0.4 / 600, grid + (50 + i % 7 + 0.6) / 600});
+    }
+    const CutComposition cut = makeCutComposition(kept, open(), 0);
+    const std::vector<CompositionSegment>& shown = cut.movie.track(*cut.screenTrackId)->segments;
+    ASSERT_EQ(shown.size(), 1001u);
+    double furthest = 0;
+    for (const CompositionSegment& segment : shown) {
+        const double start = segment.target.start.seconds();
+        const double length = segment.target.duration.seconds();
+        const double source = segment.sourceStart.seconds();
+        for (const double part : {0.0, 0.3, 0.7, 0.99}) {
+            const double t = start + part * length;
+            EXPECT_NEAR(shownSourceTime(cut.shownSegments, t), source + part * length, 1e-9) << t;
+            furthest = std::max(furthest, std::abs(sourceTime(kept, t) - source - part * length));
+        }
+        // A time that a division made a little too small is behind the cut as well.
+        EXPECT_NEAR(shownSourceTime(cut.shownSegments, start - 1e-9), source, 1e-8) << start;
+    }
+    EXPECT_GT(furthest, 1) << "the segments before rounding are another matter";
+    const CompositionSegment& last = shown.back();
+    const double end = (last.sourceStart + last.target.duration).seconds();
+    EXPECT_NEAR(shownSourceTime(cut.shownSegments, 1e6), end, 1e-9);
+}
+
+TEST_F(CutCompositionTest, SegmentsThatRoundingTakesAwayAreNotShown) {
+    makeScreen(0);
+    const CutComposition cut =
+        makeCutComposition(std::vector<KeptSegment>{{0, 1}, {1.5009, 1.50195}, {2, 3}}, open(), 0);
+    ASSERT_EQ(cut.movie.track(*cut.screenTrackId)->segments.size(), 2u);
+    ASSERT_EQ(cut.shownSegments.size(), 2u);
+    EXPECT_EQ(shownSourceTime(cut.shownSegments, 1), 2);
+    EXPECT_EQ(shownSourceTime({}, 1.25), 1.25);
 }
 
 }  // namespace

@@ -52,6 +52,26 @@ class ExportedSound : public ExportFixture {
         return 2 * std::hypot(real, imaginary) / kFrames;
     }
 
+    std::vector<double> exportedFlashes() const {
+        std::vector<double> flashes;
+        for (const auto& picture : decodeTestMovie(folder_ / "studio-output.mp4")) {
+            if (isTestFlash(picture.picture)) flashes.push_back(picture.seconds);
+        }
+        return flashes;
+    }
+
+    static std::vector<double> beepsIn(const Sound& sound) {
+        std::vector<double> beeps;
+        constexpr std::size_t kQuiet = 24000;  // between two beeps
+        std::size_t last = 0;
+        for (std::size_t i = 0; i < sound.left.size(); ++i) {
+            if (std::abs(sound.left[i]) < 0.2F) continue;
+            if (beeps.empty() || i - last > kQuiet) beeps.push_back(static_cast<double>(i) / 48000);
+            last = i;
+        }
+        return beeps;
+    }
+
     static double decibels(double ratio) { return 20 * std::log10(ratio); }
 };
 
@@ -61,19 +81,9 @@ TEST_F(ExportedSound, FlashesAndBeepsStayTogether) {
     settings_.cuts = {{1.5, 2.25}, {5.5, 5.8}};
     makeRecording(8);
     render();
-    std::vector<double> flashes;
-    for (const auto& picture : decodeTestMovie(folder_ / "studio-output.mp4")) {
-        if (isTestFlash(picture.picture)) flashes.push_back(picture.seconds);
-    }
+    const std::vector<double> flashes = exportedFlashes();
     const Sound sound = exportedSound();
-    std::vector<double> beeps;
-    constexpr std::size_t kQuiet = 24000;  // between two beeps
-    std::size_t last = 0;
-    for (std::size_t i = 0; i < sound.left.size(); ++i) {
-        if (std::abs(sound.left[i]) < 0.2F) continue;
-        if (beeps.empty() || i - last > kQuiet) beeps.push_back(static_cast<double>(i) / 48000);
-        last = i;
-    }
+    const std::vector<double> beeps = beepsIn(sound);
     ASSERT_EQ(flashes.size(), 6u);  // those at 1, 3, 4, 5, 6 and 7 s
     ASSERT_EQ(beeps.size(), 6u);
     for (std::size_t i = 0; i < flashes.size(); ++i) {
@@ -117,6 +127,32 @@ TEST_F(ExportedSound, CutsDoNotClickAndMoveNothing) {
     const std::vector<double> expected{1, 3 - 0.75, 4 - 0.75, 5 - 0.75, 6 - 1.06, 7 - 1.06};
     ASSERT_EQ(beeps.size(), expected.size());
     for (std::size_t i = 0; i < beeps.size(); ++i) EXPECT_NEAR(beeps[i], expected[i], 0.0005) << i;
+}
+
+TEST_F(ExportedSound, WhereDamageTookTheFirstPicturesTheOthersStayWithTheirSound) {
+    options_.sounds = {{}};
+    options_.indexFirst = true;
+    info_.systemAudio = true;
+    makeRecording(6);
+    const std::string bytes = folder_.read("source.mov");
+    const double samples = static_cast<double>(bytes.find("mdat")) / static_cast<double>(bytes.size());
+    damage("source.mov", samples + 0.001, samples + 0.05);
+    EXPECT_EQ(render().frames, 180);
+    const auto tracks = Asset(folder_ / "studio-output.mp4").tracks();
+    ASSERT_EQ(tracks.size(), 2u);
+    EXPECT_EQ(tracks[0].sampleCount, 180);
+    for (const AssetTrack& track : tracks) {
+        EXPECT_NEAR(track.start.seconds(), 0, 1e-6);
+        EXPECT_NEAR(track.end.seconds(), 6, 0.03);
+    }
+    // The first readable picture is the one at 1 s, which flashes: it is held from the beginning.
+    std::vector<double> flashes = exportedFlashes();
+    const std::vector<double> beeps = beepsIn(exportedSound());
+    ASSERT_EQ(flashes.size(), 31u + 4);
+    for (std::size_t i = 0; i < 31; ++i) EXPECT_NEAR(flashes[i], static_cast<double>(i) / 30, 0.001);
+    flashes.erase(flashes.begin(), flashes.begin() + 30);
+    ASSERT_EQ(beeps.size(), 5u);
+    for (std::size_t i = 0; i < beeps.size(); ++i) EXPECT_NEAR(flashes[i], beeps[i], 0.002) << i;
 }
 
 TEST_F(ExportedSound, VolumesAreAsLoudAsTheySay) {

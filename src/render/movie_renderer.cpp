@@ -9,11 +9,11 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/serial_queue.h"
-#include "edit/timeline.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
 #include "media/encoder_choice.h"
@@ -25,6 +25,8 @@
 namespace lumivastor {
 
 namespace {
+
+constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.";
 
 // How long a picture is tried again while there is no memory for it.
 constexpr int kMemoryAttempts = 200;
@@ -113,6 +115,7 @@ class Export {
     const ExportFormat format_;
     const std::int64_t fps_;
     std::filesystem::path path_;
+    std::vector<ShownSegment> shownSegments_;
     std::int64_t total_ = 0;
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
     bool isRefused_ = false;               // the finished movie is not what was written
@@ -129,8 +132,7 @@ class Export {
     bool webcamIsReadable_ = true;
     Painter painter_{paintingThreads()};
     std::optional<Picture> last_;  // the recipe appended last
-    std::int64_t frame_ = 0;       // handled so far: the index of the next
-    std::int64_t appended_ = 0;
+    std::int64_t frame_ = 0;       // appended so far: the index of the next
     int memoryAttempts_ = 0;
 
     // The audio pump's while it runs.
@@ -156,6 +158,7 @@ CutComposition Export::openCut() {
         const RecordingAssets assets = openRecordingAssets(recording_);
         cut = makeCutComposition(state_->keptSegments, assets, recording_.webcamOffset());
     }
+    shownSegments_ = cut.shownSegments;
     total_ = frameCount(state_->outputDuration, fps_);
     if (!cut.screenTrackId) throw RecorderError("Die Schnittfassung hat keine Videospur.");
     return cut;
@@ -240,18 +243,15 @@ Export::Pass Export::makePicture() {
     if (frame_ >= total_ || isStopping()) return Pass::end;
     const double t = frameSeconds(frame_, fps_);
     if (!screen_->advance(t)) {
-        throw RecorderError(
-            formatted("Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.", screen_->lastSeconds()));
+        throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
     }
     if (webcam_ && webcamIsReadable_) webcamIsReadable_ = webcam_->advance(t);
+    // Before its time the first picture is shown: one that comes late, or the first that damage has left.
     const Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
-    if (source == nullptr) {
-        ++frame_;  // nothing to show yet: the movie's first picture comes later
-        return Pass::done;
-    }
+    if (source == nullptr) throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
     std::optional<Picture> webcam;
     if (webcam_ && webcam_->current() != nullptr) webcam = *webcam_->current();
-    Picture picture = makeFrame_(*source, webcam, sourceTime(state_->keptSegments, t));
+    Picture picture = makeFrame_(*source, webcam, shownSourceTime(shownSegments_, t));
     const MediaTime time = MediaTime::fromSeconds(t, kExportTimescale);
     if (last_ && picture == *last_) return pictureDone(video_->appendRepeat(time));
     const Pass pass = paint(picture, time);
@@ -273,7 +273,6 @@ Export::Pass Export::paint(const Picture& picture, const MediaTime& time) {
 
 Export::Pass Export::pictureDone(bool isTaken) {
     if (!isTaken) throw writer_->error().value_or(RecorderError("Ein Bild konnte nicht geschrieben werden."));
-    ++appended_;
     ++frame_;
     if (const auto progress = progressAfter(frame_, total_)) report(*progress);
     return Pass::done;
@@ -329,7 +328,7 @@ RenderResult Export::finish() {
     }
     const double seconds = frameSeconds(frame_, fps_);
     isRefused_ = true;
-    checkFinishedMovie(path_, {canvas_, appended_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    checkFinishedMovie(path_, {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
     isRefused_ = false;
     report(1);
     const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());

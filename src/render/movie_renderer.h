@@ -32,10 +32,8 @@ using FrameMaker =
 
 struct RenderResult {
     std::filesystem::path url;
-    /// The video's length in frames. The file has as many pictures, but for those at its beginning that damage in the
-    /// source left nothing to show for.
-    std::int64_t frames = 0;
-    double seconds = 0;  // frames by the recording's rate
+    std::int64_t frames = 0;  // the video's length, and the number of its pictures
+    double seconds = 0;       // frames by the recording's rate
     std::int64_t zoomCount = 0;
 };
 
@@ -58,7 +56,8 @@ struct RenderOptions {
 
 /// Exports the composition as it stands, at the size of its canvas, to "studio-output.mp4" or ".mov" in the recording's
 /// folder, replacing what was there. Returns when the file is finished and has been checked. Throws `RecorderError`:
-/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. The
+/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. Where
+/// damage in the source leaves nothing to show at first, the film begins with the first picture that can be read. The
 /// composition's settings should not change meanwhile.
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options = {});

@@ -78,6 +78,24 @@ TEST_F(ExportedPictures, TheFrameMakerGetsSourceTimes) {
     }
 }
 
+TEST_F(ExportedPictures, AfterManyCutsTheFrameMakerStillGetsTheTimeOfItsPicture) {
+    // Each piece is four fifths of a tick shorter than what the movie's clock makes of it: 0.13 s after a hundred.
+    for (int i = 0; i < 100; ++i) settings_.cuts.push_back({(24 * i + 12.6) / 600, (24 * i + 24.4) / 600});
+    makeRecording(5);
+    std::vector<double> times;
+    const RenderResult result = render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+        times.push_back(t);
+        return sourceFilling(kSize)(source, webcam, t);
+    });
+    const std::vector<int> numbers = exportedNumbers();
+    ASSERT_EQ(times.size(), numbers.size());
+    ASSERT_EQ(static_cast<std::int64_t>(times.size()), result.frames);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        // The picture whose turn it is at that time.
+        EXPECT_EQ(numbers[i], static_cast<int>(std::floor(times[i] * 30 + 0.01))) << "frame " << i << ", " << times[i];
+    }
+}
+
 TEST_F(ExportedPictures, TheMovieHasTheFormOfAnExport) {
     settings_.exportFormat = ExportFormat::mov;
     options_.sounds = {{}};

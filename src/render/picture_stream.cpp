@@ -38,23 +38,29 @@ std::optional<PictureStream::Sample> PictureStream::readNext() {
 }
 
 bool PictureStream::advance(double t) {
-    slots_.advance(t, [this] { return readNext(); });
-    if (slots_.pending() != nullptr) return true;
-    const bool failed = reader_->status() == AssetReader::Status::failed;
-    if (!RestartPolicy::isCalledFor(failed, t, options_.duration)) return true;
-    const std::optional<RestartPolicy::Attempt> attempt = restarts_.next(slots_.lastSeconds());
-    if (!attempt) return false;
+    do {
+        slots_.advance(t, [this] { return readNext(); });
+        if (slots_.pending() != nullptr) return true;
+        const bool failed = reader_->status() == AssetReader::Status::failed;
+        if (!RestartPolicy::isCalledFor(failed, t, options_.duration)) return true;
+        const std::optional<RestartPolicy::Attempt> attempt = restarts_.next(slots_.lastSeconds());
+        if (!attempt) return false;
+        restart(*attempt);
+    } while (slots_.current() == nullptr && slots_.pending() == nullptr);
+    return true;
+}
+
+void PictureStream::restart(const RestartPolicy::Attempt& attempt) {
     const std::optional<RecorderError> reason = reader_->error();
     Log::write("Studio", formatted("%s bei %.2f s neu gestartet (Versuch %d) - Grund: %s", options_.logName.c_str(),
-                                   attempt->time.seconds(), attempt->number,
+                                   attempt.time.seconds(), attempt.number,
                                    reason ? ("Optional(" + reason->message() + ")").c_str() : "nil"));
     try {
-        openAt(attempt->time);
+        openAt(attempt.time);
         slots_.setPending(readNext());
     } catch (const RecorderError&) {
-        // The failed reader stays, so the next picture's turn is the next attempt.
+        // The failed reader stays, so that what is next is another attempt.
     }
-    return true;
 }
 
 }  // namespace lumivastor

@@ -12,8 +12,8 @@
 namespace lumivastor {
 
 /// The pictures of one track of an edited movie, asked for by ascending times. Damage does not end it: the reader is
-/// made again a little further on, and until pictures come again the last one is held. One thread at a time, which
-/// decodes.
+/// made again a little further on, and until pictures come again the last one is held. Where there is none to hold yet,
+/// reading goes on at once until the first one is there. One thread at a time, which decodes.
 class PictureStream {
   public:
     struct Options {
@@ -48,6 +48,7 @@ class PictureStream {
     static const Picture* pictureOf(const Sample* sample) { return sample == nullptr ? nullptr : &sample->picture; }
     void openAt(const MediaTime& start);
     std::optional<Sample> readNext();
+    void restart(const RestartPolicy::Attempt& attempt);
 
     const MutableComposition movie_;
     const int trackId_;

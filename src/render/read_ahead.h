@@ -5,14 +5,14 @@
 
 namespace lumivastor {
 
+/// Times closer than this, in seconds, are the same: those of pictures are rounded to their tracks' clocks.
+inline constexpr double kSameTime = 0.0001;
+
 /// Which of a track's samples is shown: the last one at or before the moment asked for, found by reading one sample
 /// ahead, because only the next one tells how long a sample lasts. `Sample` has a time `seconds`.
 template <typename Sample>
 class ReadAhead {
   public:
-    /// Times closer than this are the same: those of pictures are rounded to their tracks' clocks.
-    static constexpr double kTolerance = 0.0001;
-
     /// `lastSeconds` as long as nothing has been shown.
     explicit ReadAhead(double lastSeconds) : lastSeconds_(lastSeconds) {}
 
@@ -22,7 +22,7 @@ class ReadAhead {
     /// Moves on to `t`, which never goes back. `readNext()` gives the next sample, none at the end.
     template <typename ReadNext>
     void advance(double t, ReadNext readNext) {
-        while (pending_ && pending_->seconds <= t + kTolerance) {
+        while (pending_ && pending_->seconds <= t + kSameTime) {
             lastSeconds_ = pending_->seconds;
             current_ = std::move(pending_);
             pending_ = readNext();
