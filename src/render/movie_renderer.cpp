@@ -180,8 +180,12 @@ void Export::prepareWriter() {
     settings.maxKeyFrameInterval = static_cast<int>(fps_ * 2);
     settings.frameRate = static_cast<int>(fps_);
     settings.timescale = kExportTimescale;
-    chooseExportEncoder({settings.width, settings.height, settings.frameRate, settings.averageBitRate})
-        .applyTo(settings);
+    const EncoderChoice choice =
+        chooseExportEncoder({settings.width, settings.height, settings.frameRate, settings.averageBitRate});
+    std::string reason = choice.reason;
+    if (reason.ends_with('.')) reason.pop_back();
+    Log::write("Studio", "Encoder: " + choice.candidate.encoder + " (" + reason + ")");
+    choice.applyTo(settings);
     video_ = &writer_->addVideoInput(settings);
 }
 
