@@ -138,7 +138,7 @@ class Story {
         RegionArmPanel arm(
             *QGuiApplication::primaryScreen(), [] {}, [] {});
         saveWidget(arm, "region-ready-large-type");
-        RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, [] {});
+        RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
         saveWidget(panel, "recording-panel-large-type");
         QApplication::setFont(usual);
     }

@@ -8,12 +8,23 @@
 
 namespace lumivastor {
 
-/// Runs `work` once, in `seconds`, unless the timer is destroyed before. Main thread.
+/// Runs `work` once, in `seconds`, unless the timer is destroyed before. Once it has run, the loop has no timer of it
+/// any more. The work may destroy it. Main thread.
 [[nodiscard]] inline std::unique_ptr<MainLoop::Timer> after(MainLoop& loop, double seconds,
                                                             std::function<void()> work) {
-    return loop.every(seconds, [work = std::move(work), done = false]() mutable {
-        if (!std::exchange(done, true)) work();
-    });
+    class Once final : public MainLoop::Timer {
+      public:
+        Once(MainLoop& loop, double seconds, std::function<void()> work)
+            : timer_(loop.every(seconds, [this, work = std::move(work)] {
+                  // First, because the work may run the loop itself.
+                  timer_.reset();
+                  work();
+              })) {}
+
+      private:
+        std::unique_ptr<MainLoop::Timer> timer_;
+    };
+    return std::make_unique<Once>(loop, seconds, std::move(work));
 }
 
 }  // namespace lumivastor

@@ -16,6 +16,7 @@ constexpr double kOpenEditorSeconds = 1.0;
 constexpr double kTestRegionSeconds = 3.0;
 constexpr int kFastestPace = 60;  // pictures a second
 constexpr const char* kLookingForSources = "Suche Quellen …";
+constexpr const char* kDrawingCursor = "Zeichne den Cursor auf das Video …";
 
 template <typename T>
 std::optional<T> chosen(const std::vector<T>& from, int index) {
@@ -28,9 +29,9 @@ std::optional<T> chosen(const std::vector<T>& from, int index) {
 AppDelegate::AppDelegate(AppServices services, AppView& view)
     : services_(std::move(services)),
       view_(view),
-      window_(view),
+      window_(view_),
       access_(services_),
-      flow_(services_, view, window_,
+      flow_(services_, view_, window_,
             {.started = [this](const std::filesystem::path& folder) { lastFolder_ = folder; },
              .finished = [this](const std::filesystem::path& folder) { openEditor(folder); }}) {
     window_.update([&](MainWindowState& state) {
@@ -45,7 +46,7 @@ AppDelegate::~AppDelegate() = default;
 void AppDelegate::applicationDidFinishLaunching(const CommandSwitches& switches) {
     testRegion_ = switches.testRegion;
     DeviceRecorder::enableScreenCaptureDevices();
-    view_.showMainWindow();
+    view_->showMainWindow();
     refreshSources();
     lookForInterrupted();
     if (switches.openEditor) {
@@ -66,10 +67,33 @@ void AppDelegate::startTestRegion() {
     startRecording();
 }
 
-AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
+AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate(TerminationCause cause) {
+    if (cause == TerminationCause::user && !videosMayEnd()) return TerminateReply::cancel;
     if (!flow_.hasRecorder()) return TerminateReply::now;
     flow_.stopAndTerminate();
     return TerminateReply::later;
+}
+
+bool AppDelegate::videosMayEnd() {
+    // All of them say it, also when the first does.
+    const bool editorsMay = view_->editorsMayClose();
+    const bool checkVideoMay = checkVideoMayEnd();
+    return editorsMay && checkVideoMay;
+}
+
+bool AppDelegate::mainWindowShouldClose() {
+    if (!checkVideoMayEnd()) return false;
+    cancelCheckVideo();
+    return true;
+}
+
+AppDelegate::TerminateReply AppDelegate::endWithoutWindows(AppView& blind) {
+    view_.replace(blind);
+    flow_.abandonCountdown();
+    const TerminateReply reply = applicationShouldTerminate(TerminationCause::system);
+    // Waits for its end, so that no half video is left.
+    checkVideo_ = {};
+    return reply;
 }
 
 bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() const {
@@ -77,7 +101,11 @@ bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() const {
 }
 
 void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
-    if (!flow_.hasRecorder() && !hasVisibleWindows) view_.showMainWindow();
+    if (!flow_.isActive() && !hasVisibleWindows) view_->showMainWindow();
+}
+
+void AppDelegate::newRecording() {
+    if (!flow_.isActive()) view_->showMainWindow();
 }
 
 void AppDelegate::open(const std::filesystem::path& folder) {
@@ -137,6 +165,10 @@ void AppDelegate::fillSourcePopup() {
     showPopup(sourcePopup(window_.choices().sourceType, lists_));
 }
 
+std::string AppDelegate::readyText() const {
+    return sourcePopup(window_.choices().sourceType, lists_).status;
+}
+
 void AppDelegate::showPopup(const SourcePopup& popup) {
     window_.update([&](MainWindowState& state) {
         state.sourceItems = popup.items;
@@ -164,6 +196,7 @@ void AppDelegate::sourceTypeChanged(SourceType type) {
 
 void AppDelegate::sourceSelected(int index) {
     setChoice([&](MainWindowChoices& choices) { choices.sourceIndex = index; });
+    window_.withdrawHint(Hint::source, readyText());
 }
 
 void AppDelegate::fpsSelected(int index) {
@@ -176,6 +209,7 @@ void AppDelegate::systemAudioToggled(bool on) {
 
 void AppDelegate::microphoneToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.microphone = on; });
+    window_.withdrawHint(Hint::microphone, readyText());
 }
 
 void AppDelegate::autoZoomToggled(bool on) {
@@ -185,6 +219,7 @@ void AppDelegate::autoZoomToggled(bool on) {
 
 void AppDelegate::webcamToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.webcam = on; });
+    window_.withdrawHint(Hint::camera, readyText());
     if (!on) {
         flow_.stopCameraPreview();
         return;
@@ -200,12 +235,11 @@ void AppDelegate::cameraAnswered(Access access) {
         return;
     }
     const bool again = std::exchange(cameraWasRefused_, true);
-    window_.update([&](MainWindowState& state) {
-        state.choices.webcam = false;
-        state.status = again ? "Kamerazugriff ist gesperrt: Systemeinstellungen → Datenschutz & Sicherheit → Kamera → "
-                               "LumiVastor erlauben."
-                             : "Ohne Kameraberechtigung keine Facecam.";
-    });
+    setChoice([](MainWindowChoices& choices) { choices.webcam = false; });
+    window_.setHint(Hint::camera,
+                    again ? "Kamerazugriff ist gesperrt: Systemeinstellungen → Datenschutz & Sicherheit → Kamera → "
+                            "LumiVastor erlauben."
+                          : "Ohne Kameraberechtigung keine Facecam.");
 }
 
 // Recording
@@ -225,6 +259,9 @@ std::vector<RunningApplication> AppDelegate::excludedApplications() const {
 
 void AppDelegate::startRecording() {
     if (completing_) return;
+    for (const Hint about : {Hint::microphone, Hint::camera, Hint::source, Hint::folder, Hint::start}) {
+        window_.withdrawHint(about, readyText());
+    }
     const MainWindowChoices& choices = window_.choices();
     const auto display = chosen(lists_.displays, choices.sourceIndex);
     switch (choices.sourceType) {
@@ -232,7 +269,7 @@ void AppDelegate::startRecording() {
             if (const auto device = chosen(lists_.devices, choices.sourceIndex)) {
                 flow_.beginDevice(*device);
             } else {
-                window_.setStatus("Kein Geraet ausgewaehlt - iPhone anschliessen und ↻ druecken.");
+                window_.setHint(Hint::source, "Kein Geraet ausgewaehlt - iPhone anschliessen und ↻ druecken.");
             }
             return;
         case SourceType::window:
@@ -240,13 +277,13 @@ void AppDelegate::startRecording() {
                 flow_.begin(
                     {WindowSource{*window}, displayOf(WindowSource{*window}, lists_.displays), excludedApplications()});
             } else {
-                window_.setStatus("Kein Fenster ausgewählt - Liste mit ↻ aktualisieren.");
+                window_.setHint(Hint::source, "Kein Fenster ausgewählt - Liste mit ↻ aktualisieren.");
             }
             return;
         case SourceType::region:
         case SourceType::display:
             if (!display) {
-                window_.setStatus("Kein Bildschirm ausgewählt.");
+                window_.setHint(Hint::source, "Kein Bildschirm ausgewählt.");
             } else if (choices.sourceType == SourceType::region) {
                 flow_.beginRegion(*display, excludedApplications(), testRegion_);
             } else {
@@ -260,9 +297,10 @@ void AppDelegate::startRecording() {
 
 void AppDelegate::openEditor(const std::filesystem::path& folder) {
     try {
-        view_.openEditor(folder);
+        view_->openEditor(folder);
+        window_.withdrawHint(Hint::folder, readyText());
     } catch (const RecorderError& error) {
-        window_.setStatus("Editor konnte nicht geöffnet werden: " + error.message());
+        window_.setHint(Hint::folder, "Editor konnte nicht geöffnet werden: " + error.message());
         Log::write("Editor", "Öffnen fehlgeschlagen: " + error.message());
     }
 }
@@ -272,17 +310,18 @@ void AppDelegate::renderStudioVideo() {
 }
 
 void AppDelegate::askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosenFolder) {
-    view_.askForFolder("Aufnahmeordner auswählen (enthält source.mov und pointer.json)",
-                       lastFolder_ ? lastFolder_->parent_path() : services_.root,
-                       [this, chosenFolder = std::move(chosenFolder)](std::optional<std::filesystem::path> folder) {
-                           if (!folder) return;
-                           std::error_code ignored;
-                           if (std::filesystem::exists(*folder / "source.mov", ignored)) {
-                               chosenFolder(*folder);
-                           } else {
-                               window_.setStatus("In diesem Ordner liegt keine source.mov.");
-                           }
-                       });
+    window_.withdrawHint(Hint::folder, readyText());
+    view_->askForFolder("Aufnahmeordner auswählen (enthält source.mov und pointer.json)",
+                        lastFolder_ ? lastFolder_->parent_path() : services_.root,
+                        [this, chosenFolder = std::move(chosenFolder)](std::optional<std::filesystem::path> folder) {
+                            if (!folder) return;
+                            std::error_code ignored;
+                            if (std::filesystem::exists(*folder / "source.mov", ignored)) {
+                                chosenFolder(*folder);
+                            } else {
+                                window_.setHint(Hint::folder, "In diesem Ordner liegt keine source.mov.");
+                            }
+                        });
 }
 
 void AppDelegate::renderCheckVideo() {
@@ -293,8 +332,12 @@ void AppDelegate::renderCheckVideo() {
 void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
     window_.update([](MainWindowState& state) {
         state.progress = 0.0;
-        state.status = "Zeichne den Cursor auf das Video …";
+        state.status = kDrawingCursor;
+        state.notices.erase(NoticeKind::checkVideo);
     });
+    closing_.forget();
+    checkVideoCancelled_ = false;
+    checkVideoAwake_ = services_.sleep.inhibit("Ein Prüfvideo wird geschrieben.");
     CursorRenderer::Options options;
     options.postToMain = [this, alive = std::weak_ptr(lifetime_)](std::function<void()> work) {
         services_.mainLoop.async([alive, work = std::move(work)] {
@@ -307,10 +350,15 @@ void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
 }
 
 void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {
+    checkVideoAwake_.reset();
+    closingTimer_.reset();
     window_.update([](MainWindowState& state) { state.progress.reset(); });
     if (const auto* result = std::get_if<CursorRenderer::Result>(&outcome)) {
-        window_.setStatus(checkVideoText(*result));
-        view_.revealFile(result->url);
+        checkVideoFinished(*result);
+        return;
+    }
+    if (checkVideoCancelled_) {
+        window_.setStatus("Prüfvideo abgebrochen.");
         return;
     }
     const std::string message = std::get<RecorderError>(outcome).message();
@@ -318,12 +366,51 @@ void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {
     Log::write("Render", "Fehler: " + message);
 }
 
-void AppDelegate::revealFolder() {
-    if (!lastFolder_) {
-        std::error_code ignored;
-        std::filesystem::create_directories(services_.root, ignored);
+void AppDelegate::checkVideoFinished(const CursorRenderer::Result& result) {
+    if (!flow_.isActive()) {
+        window_.setStatus(checkVideoText(result));
+        view_->revealFile(result.url);
+        return;
     }
-    view_.openFolder(lastFolder_.value_or(services_.root));
+    // Nothing opens on a screen that is recorded, and the status belongs to the recording.
+    checkVideoFile_ = result.url;
+    window_.update([](MainWindowState& state) {
+        state.notices[NoticeKind::checkVideo] = {"Das Prüfvideo ist fertig.", "Zeigen"};
+    });
+}
+
+void AppDelegate::revealCheckVideo() {
+    window_.update([](MainWindowState& state) { state.notices.erase(NoticeKind::checkVideo); });
+    view_->revealFile(checkVideoFile_);
+}
+
+bool AppDelegate::checkVideoMayEnd() {
+    if (!window_.state().progress || checkVideoCancelled_) return true;
+    if (closing_.attempt(services_.hostClock())) return true;
+    window_.setStatus(kCloseWhileRendering);
+    closingTimer_ = after(services_.mainLoop, SecondAttempt::kSeconds, [this] {
+        if (window_.state().status == kCloseWhileRendering) window_.setStatus(kDrawingCursor);
+    });
+    if (!flow_.isActive()) view_->showMainWindow();
+    return false;
+}
+
+void AppDelegate::cancelCheckVideo() {
+    if (!window_.state().progress) return;
+    checkVideoCancelled_ = true;
+    checkVideo_.request_stop();
+}
+
+void AppDelegate::revealFolder() {
+    std::error_code ignored;
+    const bool hasLast = lastFolder_ && std::filesystem::is_directory(*lastFolder_, ignored);
+    const std::filesystem::path folder = hasLast ? *lastFolder_ : services_.root;
+    if (!hasLast) std::filesystem::create_directories(folder, ignored);
+    if (std::filesystem::is_directory(folder, ignored) && view_->openFolder(folder)) {
+        window_.withdrawHint(Hint::folder, readyText());
+    } else {
+        window_.setHint(Hint::folder, "Der Aufnahmeordner lässt sich nicht öffnen: " + folder.string());
+    }
 }
 
 // Interrupted recordings

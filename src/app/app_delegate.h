@@ -14,7 +14,9 @@
 #include "app/interrupted_recordings.h"
 #include "app/main_window_model.h"
 #include "app/recording_flow.h"
+#include "app/view_in_force.h"
 #include "base/serial_queue.h"
+#include "editor/second_attempt.h"
 
 namespace lumivastor {
 
@@ -30,9 +32,19 @@ class AppDelegate {
 
     void applicationDidFinishLaunching(const CommandSwitches& switches);
 
-    enum class TerminateReply { now, later };
-    /// `later`: the view is told when.
-    TerminateReply applicationShouldTerminate();
+    enum class TerminateReply { now, later, cancel };
+    /// Who wants the program to end: the user, who can be asked, or the system, which cannot.
+    enum class TerminationCause { user, system };
+    /// Every way to the program's end asks here. `later`: the view is told when. `cancel`: videos are being rendered,
+    /// and the user has been told to ask a second time.
+    TerminateReply applicationShouldTerminate(TerminationCause cause = TerminationCause::user);
+    /// Whether nothing is being rendered, or the user asks for the second time to end it.
+    bool videosMayEnd();
+    /// Whether the main window may close: the same for a check video, which closing it cancels.
+    bool mainWindowShouldClose();
+    /// The windows are gone, and with them whoever could be asked: ends what runs. `later`: `blind` is told when; it
+    /// outlives this.
+    TerminateReply endWithoutWindows(AppView& blind);
     bool applicationShouldTerminateAfterLastWindowClosed() const;
     /// The program was started once more.
     void applicationShouldHandleReopen(bool hasVisibleWindows);
@@ -40,6 +52,8 @@ class AppDelegate {
     void open(const std::filesystem::path& folder);
     /// The same, to ask which folder; not while something is recorded.
     void chooseRecording();
+    /// Shows the main window to begin a recording, unless one is under way.
+    void newRecording();
 
     // What the user sets.
     void sourceTypeChanged(SourceType type);
@@ -61,6 +75,8 @@ class AppDelegate {
     void regionArmCancel() { flow_.regionArmCancel(); }
     /// The button of the notice about interrupted recordings.
     void completeInterrupted();
+    /// The button of the notice about a check video.
+    void revealCheckVideo();
 
     /// For whoever else has something to say in the main window.
     MainWindowModel& window() { return window_; }
@@ -81,6 +97,10 @@ class AppDelegate {
     void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen);
     void startCheckVideo(const std::filesystem::path& folder);
     void checkVideoEnded(const CursorRenderer::Outcome& outcome);
+    void checkVideoFinished(const CursorRenderer::Result& result);
+    bool checkVideoMayEnd();
+    void cancelCheckVideo();
+    std::string readyText() const;
     void openEditor(const std::filesystem::path& folder);
     void startTestRegion();
     void lookForInterrupted();
@@ -90,7 +110,7 @@ class AppDelegate {
     void onMain(std::function<void()> work);
 
     const AppServices services_;
-    AppView& view_;
+    ViewInForce view_;
     MainWindowModel window_;
     SourceLists lists_;
     std::optional<std::filesystem::path> lastFolder_;
@@ -102,6 +122,11 @@ class AppDelegate {
     DeviceAccess access_;
     RecordingFlow flow_;
     std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
+    SecondAttempt closing_;  // while a check video is written
+    std::unique_ptr<MainLoop::Timer> closingTimer_;
+    bool checkVideoCancelled_ = false;
+    std::unique_ptr<SleepInhibitor::Hold> checkVideoAwake_;
+    std::filesystem::path checkVideoFile_;  // finished, and not shown yet
     std::jthread checkVideo_;
     std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
     SerialQueue sourceQueue_{"lumivastor.sources"};

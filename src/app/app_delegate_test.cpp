@@ -3,14 +3,45 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <stop_token>
 
+#include "app/no_view.h"
 #include "capture/journal_records.h"
+#include "model/capture_info.h"
 #include "support/app_rig.h"
 
 namespace lumivastor {
 namespace {
 
-using AppDelegateTest = AppRig;
+class AppDelegateTest : public AppRig {
+  protected:
+    // Check videos that go on until they are asked to stop, or the test ends them.
+    void useSlowCheckVideos() {
+        beforeLaunch_ = [this](AppServices& services) {
+            services.renderCheckVideo = [this](const std::filesystem::path&, const CursorRenderer::Options&,
+                                               std::function<void(const CursorRenderer::Outcome&)> then) {
+                checkVideoEnds_ = std::move(then);
+                return std::jthread([this](const std::stop_token& stop) {
+                    std::mutex lock;
+                    std::condition_variable_any wake;
+                    std::unique_lock hold(lock);
+                    wake.wait(hold, stop, [] { return false; });
+                    checkVideoWasStopped_ = true;
+                });
+            };
+        };
+        temporary_.write("source.mov", "");
+        view_.folderToChoose = temporary_.path();
+    }
+
+    std::function<void(const CursorRenderer::Outcome&)> checkVideoEnds_;
+    std::atomic<bool> checkVideoWasStopped_ = false;
+};
+
+constexpr const char* kAsked = "Ein Video wird gerendert – noch einmal schließen bricht ab.";
 
 // Launch and sources
 
@@ -246,6 +277,93 @@ TEST_F(AppDelegateTest, TheRecordingsFolderIsMadeToBeShown) {
     EXPECT_EQ(view_.count("openFolder " + root_.string()), 1);
 }
 
+TEST_F(AppDelegateTest, AFolderThatCannotBeShownIsTold) {
+    launch();
+    view_.canOpenFolders = false;
+    app_->revealFolder();
+    EXPECT_EQ(view_.state.status, "Der Aufnahmeordner lässt sich nicht öffnen: " + root_.string());
+    view_.canOpenFolders = true;
+    app_->revealFolder();
+    EXPECT_EQ(view_.state.status, "Bereit. 2 Bildschirm(e) gefunden.") << "it no longer holds";
+    std::filesystem::remove(root_);
+    temporary_.write("Movies", "a file in the way");
+    view_.calls.clear();
+    app_->revealFolder();
+    EXPECT_EQ(view_.state.status, "Der Aufnahmeordner lässt sich nicht öffnen: " + root_.string());
+    EXPECT_TRUE(view_.calls.empty());
+}
+
+TEST_F(AppDelegateTest, TheMachineStaysAwakeForACheckVideo) {
+    useSlowCheckVideos();
+    launch();
+    app_->renderCheckVideo();
+    EXPECT_EQ(sleep_.holds, 1);
+    checkVideoEnds_(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    EXPECT_EQ(sleep_.holds, 0);
+}
+
+TEST_F(AppDelegateTest, ACheckVideoThatEndsDuringARecordingOpensNothing) {
+    useSlowCheckVideos();
+    launch();
+    app_->renderCheckVideo();
+    startRecording();
+    view_.calls.clear();
+    checkVideoEnds_(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    EXPECT_TRUE(view_.calls.empty());
+    EXPECT_EQ(view_.state.notices.at(NoticeKind::checkVideo).text, "Das Prüfvideo ist fertig.");
+    stopRecording();
+    app_->revealCheckVideo();
+    EXPECT_EQ(view_.count("reveal " + (temporary_ / "test-output.mov").string()), 1);
+    EXPECT_FALSE(view_.state.notices.contains(NoticeKind::checkVideo));
+}
+
+// Hints
+
+TEST_F(AppDelegateTest, AHintGoesWithWhatItIsAbout) {
+    launch();
+    const std::string ready = view_.state.status;
+    view_.folderToChoose = temporary_.path();
+    app_->renderStudioVideo();
+    ASSERT_EQ(view_.state.status, "In diesem Ordner liegt keine source.mov.");
+    temporary_.write("source.mov", "");
+    app_->renderStudioVideo();
+    EXPECT_EQ(view_.state.status, ready);
+
+    view_.editorError = "Keine Aufnahme.";
+    app_->open("/videos/a");
+    view_.editorError.reset();
+    app_->open("/videos/a");
+    EXPECT_EQ(view_.state.status, ready);
+
+    app_->webcamToggled(true);
+    untilStatus("Es wurde keine Kamera gefunden.");
+    app_->microphoneToggled(true);
+    EXPECT_EQ(view_.state.status, "Es wurde keine Kamera gefunden.") << "that is about the camera";
+    app_->webcamToggled(false);
+    EXPECT_EQ(view_.state.status, ready);
+    app_->window().setStatus("Etwas anderes.");
+    app_->webcamToggled(false);
+    EXPECT_EQ(view_.state.status, "Etwas anderes.");
+}
+
+TEST_F(AppDelegateTest, WhatKeptARecordingFromStartingGoesWhenItIsMended) {
+    sound_.failStarts(SyntheticSoundSystem::Kind::microphone, "Kein Zugriff.");
+    launch();
+    const std::string ready = view_.state.status;
+    app_->microphoneToggled(true);
+    app_->toggleRecording();
+    untilStatus("Ohne Mikrofonberechtigung");
+    app_->microphoneToggled(false);
+    EXPECT_EQ(view_.state.status, ready);
+
+    desktop_.failStart(RecorderError("Kein Bild zu bekommen."));
+    app_->toggleRecording();
+    loop_.advance(3);
+    untilStatus("Start fehlgeschlagen");
+    app_->toggleRecording();
+    EXPECT_EQ(view_.state.status, ready) << "the next attempt has not failed yet";
+}
+
 // Interrupted recordings
 
 TEST_F(AppDelegateTest, InterruptedRecordingsAreCompletedWithOneClick) {
@@ -280,6 +398,125 @@ TEST_F(AppDelegateTest, EndsAtOnceWhileNothingIsRecorded) {
     launch();
     EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
     EXPECT_TRUE(app_->applicationShouldTerminateAfterLastWindowClosed());
+}
+
+TEST_F(AppDelegateTest, QuittingWhileACheckVideoIsWrittenAsksOnce) {
+    useSlowCheckVideos();
+    launch();
+    app_->renderCheckVideo();
+    view_.calls.clear();
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::cancel);
+    EXPECT_EQ(view_.state.status, kAsked);
+    EXPECT_EQ(view_.count("showMainWindow"), 1) << "where the sentence stands";
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
+    EXPECT_FALSE(checkVideoWasStopped_);
+    app_.reset();
+    EXPECT_TRUE(checkVideoWasStopped_) << "the program waits for its end";
+}
+
+TEST_F(AppDelegateTest, ASecondAttemptThatComesLateIsAFirstOne) {
+    useSlowCheckVideos();
+    launch();
+    app_->renderCheckVideo();
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::cancel);
+    loop_.advance(9);
+    EXPECT_EQ(view_.state.status, kAsked);
+    loop_.advance(1.5);
+    EXPECT_EQ(view_.state.status, "Zeichne den Cursor auf das Video …");
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::cancel);
+    checkVideoEnds_(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
+}
+
+TEST_F(AppDelegateTest, ClosingTheWindowOfACheckVideoAsksOnceAndCancelsIt) {
+    useSlowCheckVideos();
+    launch();
+    EXPECT_TRUE(app_->mainWindowShouldClose());
+    app_->renderCheckVideo();
+    EXPECT_FALSE(app_->mainWindowShouldClose());
+    EXPECT_EQ(view_.state.status, kAsked);
+    EXPECT_TRUE(app_->mainWindowShouldClose());
+    ASSERT_TRUE(loop_.runUntil([this] { return checkVideoWasStopped_.load(); }));
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now) << "it is being ended already";
+    checkVideoEnds_(RecorderError("Abgebrochen."));
+    EXPECT_EQ(view_.state.status, "Prüfvideo abgebrochen.");
+}
+
+TEST_F(AppDelegateTest, EditorsThatExportAreAskedToo) {
+    launch();
+    view_.editorsMay = false;
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::cancel);
+    view_.editorsMay = true;
+    EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
+}
+
+TEST_F(AppDelegateTest, TheSystemIsNotAskedBack) {
+    useSlowCheckVideos();
+    launch();
+    app_->renderCheckVideo();
+    view_.editorsMay = false;
+    EXPECT_EQ(app_->applicationShouldTerminate(AppDelegate::TerminationCause::system),
+              AppDelegate::TerminateReply::now);
+}
+
+TEST_F(AppDelegateTest, WithoutItsWindowsItFinishesWhatRuns) {
+    useSlowCheckVideos();
+    launch();
+    app_->renderCheckVideo();
+    startRecording();
+    view_.calls.clear();
+    bool ended = false;
+    NoView nobody([&] { ended = true; });
+    EXPECT_EQ(app_->endWithoutWindows(nobody), AppDelegate::TerminateReply::later);
+    EXPECT_TRUE(checkVideoWasStopped_);
+    desktop_.emitStop(RecorderError("Der Bildschirm ist nicht mehr erreichbar."));
+    ASSERT_TRUE(loop_.runUntil([&] { return ended; }));
+    EXPECT_TRUE(view_.calls.empty()) << view_.calls.front();
+    EXPECT_GT(CaptureInfo::load(root_ / "2025-03-14_09-05-33").framesWritten, 0);
+}
+
+TEST_F(AppDelegateTest, WithoutItsWindowsACountdownLeavesNoFolder) {
+    launch();
+    app_->toggleRecording();
+    untilCalled("countdown 3");
+    EXPECT_TRUE(std::filesystem::exists(root_ / "2025-03-14_09-05-33"));
+    NoView nobody([] {});
+    EXPECT_EQ(app_->endWithoutWindows(nobody), AppDelegate::TerminateReply::now);
+    EXPECT_FALSE(std::filesystem::exists(root_ / "2025-03-14_09-05-33"));
+}
+
+TEST_F(AppDelegateTest, WhatHappensOnceAfterTheStartLeavesNoTimer) {
+    launch({.openEditor = "/videos/a", .chooseRecording = true, .testRegion = true});
+    EXPECT_EQ(loop_.timers(), 3U);
+    loop_.advance(3.5);
+    EXPECT_EQ(loop_.timers(), 1U) << "that of the region's panel";
+    loop_.advance(3);
+    EXPECT_EQ(loop_.timers(), 0U);
+}
+
+TEST_F(AppDelegateTest, ASecondStartLeavesTheChoiceOfARegionAndTheCountdownInPeace) {
+    launch();
+    app_->sourceTypeChanged(SourceType::region);
+    app_->toggleRecording();
+    const auto expectNothing = [this](const char* when) {
+        view_.calls.clear();
+        app_->applicationShouldHandleReopen(false);
+        app_->newRecording();
+        EXPECT_EQ(view_.count("showMainWindow"), 0) << when;
+    };
+    expectNothing("arming");
+    app_->regionArmProceed();
+    expectNothing("picking");
+    view_.regionCompletion(Rect{0, 0, 100, 100});
+    untilCalled("countdown 3");
+    expectNothing("countdown");
+}
+
+TEST_F(AppDelegateTest, AnEditorLeadsBackToTheMainWindow) {
+    launch();
+    view_.calls.clear();
+    app_->newRecording();
+    EXPECT_EQ(view_.calls, (std::vector<std::string>{"showMainWindow"}));
 }
 
 TEST_F(AppDelegateTest, ASecondStartBringsAHiddenWindowBack) {

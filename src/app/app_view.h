@@ -44,8 +44,10 @@ class AppView {
     virtual void setStatusItemTitle(const std::string& title) = 0;
     virtual void removeStatusItem() = 0;
 
-    /// On the main screen when none is given. `preview`: of the webcam that is recorded, if one is.
-    virtual void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) = 0;
+    /// On the main screen when none is given. `preview`: of the webcam that is recorded, if one is. `hasShortcut`:
+    /// whether keys stop the recording, too.
+    virtual void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
+                                    bool hasShortcut) = 0;
     virtual void setRecordingPanelTime(const std::string& time) = 0;
     virtual void removeRecordingPanel() = 0;
 
@@ -54,7 +56,11 @@ class AppView {
                               std::function<void(std::optional<std::filesystem::path>)> completion) = 0;
     /// Throws `RecorderError` when the folder holds nothing that can be edited.
     virtual void openEditor(const std::filesystem::path& folder) = 0;
-    virtual void openFolder(const std::filesystem::path& folder) = 0;
+    /// Whether all editors may close; those that export say in front of everything that they have to be asked a
+    /// second time.
+    virtual bool editorsMayClose() = 0;
+    /// In the file viewer. False when there is none.
+    virtual bool openFolder(const std::filesystem::path& folder) = 0;
     /// Shows the folder that holds the file, with the file selected.
     virtual void revealFile(const std::filesystem::path& file) = 0;
 

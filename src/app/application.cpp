@@ -12,9 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "app/abrupt_end.h"
 #include "app/app_delegate.h"
 #include "app/dbus_sleep_inhibitor.h"
 #include "app/log/log.h"
+#include "app/no_view.h"
 #include "app/single_instance.h"
 #include "app/stored_preferences.h"
 #include "app/termination_signals.h"
@@ -97,6 +99,15 @@ class Updates {
     std::optional<Release> newer_;
 };
 
+// What a recording, exports and unsaved edits are owed when the display server takes all windows with it.
+void endWithoutWindows(AppDelegate& app, EditorWindows& editors, QtMainLoop& loop) {
+    bool ended = false;
+    NoView nobody([&] { ended = true; });
+    ended = app.endWithoutWindows(nobody) == AppDelegate::TerminateReply::now;
+    editors.endWork();
+    loop.runDetached([&] { return ended; });
+}
+
 int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& machine) {
     SingleInstance instance(instanceFolder(), instanceName(qEnvironmentVariable("DISPLAY")));
     if (!instance.isFirst()) {
@@ -111,10 +122,13 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     Updates updates(QCoreApplication::applicationDirPath().toStdString());
     AppDelegate* delegate = nullptr;
     EditorWindows editors(loop, {.makeSoundOutput = [] { return makePulseOutput(); },
-                                 .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); }});
+                                 .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
+                                 .newRecording = [&] { delegate->newRecording(); },
+                                 .keepAwake = [&]() -> std::shared_ptr<void> {
+                                     return std::shared_ptr(sleep.inhibit("Ein Video wird ausgegeben."));
+                                 }});
     AppWindows windows(
         {.editors = editors,
-         .sleep = sleep,
          .checkForUpdates =
              updates.exist() ? std::function<void()>([&] { updates.check(delegate->window(), false); }) : nullptr,
          .openUpdate = [&] { updates.open(); }});
@@ -136,7 +150,8 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
         windows.reopen();
         if (request.choosesFolder) app.chooseRecording();
     };
-    signals.listen([&] { windows.terminate(); });
+    signals.listen([&] { windows.terminate(AppDelegate::TerminationCause::system); });
+    const AbruptEnd abruptEnd([&] { endWithoutWindows(app, editors, loop); });
     app.applicationDidFinishLaunching(switches);
     updates.check(app.window(), true);
     return QApplication::exec();

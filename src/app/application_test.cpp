@@ -308,7 +308,11 @@ TEST_F(ApplicationOnDesktop, EveryWayOutOfARegionBringsTheWindowBack) {
     app().pointer().release(1);
     expectBack("59 points");
     EXPECT_TRUE(app().recordings().empty());
-    quit();
+
+    // The program ends from there, too, although its menu is hidden.
+    toOverlay();
+    app().keyboard().press({ScriptedKeyboard::kControl, 'q'});
+    EXPECT_EQ(app().program().wait(), 0);
 }
 
 TEST_F(ApplicationOnDesktop, QuittingWhileRecordingFinishesTheFolder) {
@@ -319,6 +323,58 @@ TEST_F(ApplicationOnDesktop, QuittingWhileRecordingFinishesTheFolder) {
     EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
     EXPECT_FALSE(std::filesystem::exists(app().recordings()[0] / "journal"));
     EXPECT_GT(info().framesWritten, 0);
+}
+
+TEST_F(ApplicationOnDesktop, ADisplayServerThatGoesAwayEndsTheProgramAndTheRecordingIsKept) {
+    start();
+    startRecording();
+    desktop_.killServer();
+    EXPECT_EQ(app().program().wait(), 1);
+    ASSERT_EQ(app().recordings().size(), 1U);
+    EXPECT_FALSE(std::filesystem::exists(app().recordings()[0] / "journal"));
+    EXPECT_GT(info().framesWritten, 0);
+    EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
+    EXPECT_TRUE(isNear(lastPictureAt({{100, 400}})[0], kBackground));
+}
+
+TEST_F(ApplicationOnDesktop, AVideoThatIsRenderedLeavesNoHalfFileHoweverTheProgramEnds) {
+    start();
+    startRecording();
+    sleepFor(1.5);
+    stopByPanel();
+    const auto video = app().recordings()[0] / "studio-output.mp4";
+    const auto startAgain = [this] {
+        start({"--open-editor", app().recordings()[0].string()});
+        waitForEditor();
+    };
+    // Large, so that it lasts.
+    ASSERT_TRUE(app().clickInEditor("exportResolutionControl", {0.83, 0.5}));
+    ASSERT_TRUE(waitForProject([](const ProjectSettings& now) { return now.exportHeight == 2160; }));
+
+    ASSERT_TRUE(app().clickInEditor("renderButton"));
+    app().keyboard().press({ScriptedKeyboard::kControl, 'q'});
+    sleepFor(0.5);
+    EXPECT_TRUE(app().program().isRunning()) << "the user is asked first";
+    app().keyboard().press({ScriptedKeyboard::kControl, 'q'});
+    EXPECT_EQ(app().program().wait(), 0);
+    EXPECT_FALSE(std::filesystem::exists(video)) << "quitting";
+
+    startAgain();
+    ASSERT_TRUE(app().clickInEditor("renderButton"));
+    app().program().signal(SIGTERM);
+    app().program().signal(SIGTERM);
+    EXPECT_EQ(app().program().wait(), 0);
+    EXPECT_EQ(app().program().err(), "");
+    EXPECT_FALSE(std::filesystem::exists(video)) << "a signal";
+
+    startAgain();
+    ASSERT_TRUE(app().clickInEditor("renderButton"));
+    ASSERT_TRUE(app().clickInEditor("timeSlider", {0.3, 0.5}));
+    ASSERT_TRUE(app().clickInEditor("trimStartButton"));
+    desktop_.killServer();
+    EXPECT_EQ(app().program().wait(), 1);
+    EXPECT_FALSE(std::filesystem::exists(video)) << "the end of the display server";
+    EXPECT_GT(project().trimStart, 0) << "what was edited is saved";
 }
 
 TEST_F(ApplicationOnDesktop, TestRegionGoesToTheOverlayByItself) {

@@ -27,7 +27,7 @@ struct MainWindowChoices {
 };
 
 /// What a notice is about; there is one of each at most. In the order in which they are shown.
-enum class NoticeKind { recording, interrupted, update };
+enum class NoticeKind { recording, checkVideo, interrupted, update };
 
 /// Something that the user should know or may do, above the status.
 struct Notice {

@@ -30,7 +30,7 @@ void removeEmptyFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-RecordingFlow::RecordingFlow(const AppServices& services, AppView& view, MainWindowModel& window, Events events)
+RecordingFlow::RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window, Events events)
     : services_(services),
       view_(view),
       window_(window),
@@ -39,7 +39,14 @@ RecordingFlow::RecordingFlow(const AppServices& services, AppView& view, MainWin
       preview_(services) {}
 
 RecordingFlow::~RecordingFlow() {
-    if (phase_ == Phase::countdown) removeEmptyFolder(folder_);
+    abandonCountdown();
+}
+
+void RecordingFlow::abandonCountdown() {
+    if (phase_ != Phase::countdown) return;
+    countdownTimer_.reset();
+    phase_ = Phase::idle;
+    removeEmptyFolder(folder_);
 }
 
 bool RecordingFlow::hasRecorder() const {
@@ -51,15 +58,15 @@ bool RecordingFlow::hasRecorder() const {
 void RecordingFlow::beginRegion(const Display& display, std::vector<RunningApplication> excludedApplications,
                                 bool provesItself) {
     if (isActive()) return;
-    if (!view_.hasScreen(display)) {
-        window_.setStatus("Bildschirm nicht gefunden.");
+    if (!view_->hasScreen(display)) {
+        window_.setHint(Hint::source, "Bildschirm nicht gefunden.");
         return;
     }
     Log::write("Region", "Fluss gestartet: Fenster weg, App tritt zurück");
     phase_ = Phase::arming;
     pendingRegion_ = Request{RegionSource{display, {}}, display, std::move(excludedApplications)};
-    view_.hideMainWindow();
-    view_.showRegionArmPanel(display);
+    view_->hideMainWindow();
+    view_->showRegionArmPanel(display);
     Log::write("Region", "Bereit-Feld angezeigt");
     if (provesItself) armTimer_ = after(services_.mainLoop, kTestRegionSeconds, [this] { regionArmProceed(); });
 }
@@ -68,13 +75,13 @@ void RecordingFlow::regionArmProceed() {
     if (phase_ != Phase::arming) return;
     Log::write("Region", "Nutzer bereit, zeige Overlay");
     phase_ = Phase::picking;
-    view_.closeRegionArmPanel();
-    view_.pickRegion(*pendingRegion_->display, [this](std::optional<Rect> rect) { regionPicked(rect); });
+    view_->closeRegionArmPanel();
+    view_->pickRegion(*pendingRegion_->display, [this](std::optional<Rect> rect) { regionPicked(rect); });
 }
 
 void RecordingFlow::regionArmCancel() {
     if (phase_ != Phase::arming) return;
-    view_.closeRegionArmPanel();
+    view_->closeRegionArmPanel();
     regionPicked(std::nullopt);
 }
 
@@ -84,7 +91,7 @@ void RecordingFlow::regionPicked(std::optional<Rect> rect) {
     Request request = *std::exchange(pendingRegion_, std::nullopt);
     if (!rect) {
         window_.setStatus("Ausschnitt-Auswahl abgebrochen.");
-        view_.showMainWindow();
+        view_->showMainWindow();
         return;
     }
     window_.setStatus(regionText({rect->width, rect->height}));
@@ -109,29 +116,30 @@ void RecordingFlow::askForPermissions(Subject subject, Granted granted) {
     const MainWindowChoices& choices = window_.choices();
     if (!granted.device) {
         access_.requestDevice(std::get<CaptureDevice>(subject), [=, this](Access access) {
-            permissionAnswered(access, subject, {true, granted.microphone, granted.webcam}, kNoDevice);
+            permissionAnswered(access, subject, {true, granted.microphone, granted.webcam}, {Hint::source, kNoDevice});
         });
     } else if (choices.microphone && !granted.microphone) {
         access_.requestMicrophone([=, this](Access access) {
-            permissionAnswered(access, subject, {granted.device, true, granted.webcam}, kNoMicrophone);
+            permissionAnswered(access, subject, {granted.device, true, granted.webcam},
+                               {Hint::microphone, kNoMicrophone});
         });
     } else if (choices.webcam && !granted.webcam) {
         access_.requestCamera([=, this](Access access) {
-            permissionAnswered(access, subject, {granted.device, granted.microphone, true}, kNoCamera);
+            permissionAnswered(access, subject, {granted.device, granted.microphone, true}, {Hint::camera, kNoCamera});
         });
     } else {
         prepare(subject);
     }
 }
 
-void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted granted, const std::string& refusal) {
+void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted granted, const Refusal& refusal) {
     if (access == Access::granted) {
         askForPermissions(std::move(subject), granted);
         return;
     }
     phase_ = Phase::idle;
-    window_.setStatus(refusal);
-    view_.showMainWindow();
+    window_.setHint(refusal.about, refusal.sentence);
+    view_->showMainWindow();
 }
 
 // Countdown and start
@@ -173,13 +181,13 @@ void RecordingFlow::prepare(const Subject& subject) {
 }
 
 void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
-    view_.showCountdown(from);
+    view_->showCountdown(from);
     countdownTimer_ = services_.mainLoop.every(1.0, [this, left = from, completion = std::move(completion)]() mutable {
         if (--left >= 1) {
-            view_.showCountdown(left);
+            view_->showCountdown(left);
             return;
         }
-        view_.hideCountdown();
+        view_->hideCountdown();
         const auto ended = std::exchange(countdownTimer_, nullptr);
         completion();
     });
@@ -218,12 +226,12 @@ void RecordingFlow::startFailed(const char* category, const std::string& message
     const std::string text = "Start fehlgeschlagen: " + message;
     Log::write(category, text);
     backToIdle();
-    window_.setStatus(text);
+    window_.setHint(Hint::start, text);
     if (std::exchange(terminationPending_, false)) {
-        view_.replyToApplicationShouldTerminate();
+        view_->replyToApplicationShouldTerminate();
         return;
     }
-    view_.showMainWindow();
+    view_->showMainWindow();
 }
 
 // While it runs
@@ -240,16 +248,21 @@ void RecordingFlow::running() {
         return;
     }
     awake_ = services_.sleep.inhibit("Eine Bildschirmaufnahme läuft.");
+    grabShortcut();
+    view_->hideMainWindow();
+    view_->installStatusItem("⏺ 0:00");
+    view_->showRecordingPanel(display_,
+                              recorder_ ? recorder_->webcamPreviewLayer() : deviceRecorder_->webcamPreviewLayer(),
+                              stopShortcut_ != nullptr);
+    tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
+}
+
+void RecordingFlow::grabShortcut() {
     stopShortcut_ = services_.grabStopShortcut([this, alive = std::weak_ptr(lifetime_)] {
         services_.mainLoop.async([this, alive] {
             if (!alive.expired()) stop();
         });
     });
-    view_.hideMainWindow();
-    view_.installStatusItem("⏺ 0:00");
-    view_.showRecordingPanel(display_,
-                             recorder_ ? recorder_->webcamPreviewLayer() : deviceRecorder_->webcamPreviewLayer());
-    tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
 }
 
 void RecordingFlow::tick() {
@@ -264,8 +277,8 @@ void RecordingFlow::tick() {
         seconds = stats.duration;
     }
     const std::string time = elapsedText(seconds);
-    view_.setStatusItemTitle("⏺ " + time);
-    view_.setRecordingPanelTime(time);
+    view_->setStatusItemTitle("⏺ " + time);
+    view_->setRecordingPanelTime(time);
 }
 
 void RecordingFlow::streamFailed(const RecorderError& error) {
@@ -289,9 +302,9 @@ void RecordingFlow::stop() {
     phase_ = Phase::finishing;
     tickTimer_.reset();
     stopShortcut_.reset();
-    view_.removeStatusItem();
-    view_.removeRecordingPanel();
-    view_.showMainWindow();
+    view_->removeStatusItem();
+    view_->removeRecordingPanel();
+    view_->showMainWindow();
     window_.update([](MainWindowState& state) {
         state.recordEnabled = false;
         state.status = "Schließe die Datei ab …";
@@ -335,7 +348,7 @@ void RecordingFlow::conclude(const std::string& status, bool succeeded) {
     awake_.reset();
     backToIdle();
     if (std::exchange(terminationPending_, false)) {
-        view_.replyToApplicationShouldTerminate();
+        view_->replyToApplicationShouldTerminate();
         return;
     }
     window_.setStatus(status);
@@ -373,16 +386,16 @@ void RecordingFlow::startPreview(bool tellsWhatFails) {
     if (hasRecorder()) return;
     preview_.start([this, tellsWhatFails](const CameraPreview::Outcome& outcome) {
         if (outcome.preview) {
-            view_.showCameraPreview(outcome.preview);
+            view_->showCameraPreview(outcome.preview);
         } else if (tellsWhatFails && !isActive()) {
-            window_.setStatus(outcome.error);
+            window_.setHint(Hint::camera, outcome.error);
         }
     });
 }
 
 void RecordingFlow::stopCameraPreview() {
     preview_.stop();
-    view_.hideCameraPreview();
+    view_->hideCameraPreview();
 }
 
 }  // namespace lumivastor

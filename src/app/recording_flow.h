@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "app/app_services.h"
-#include "app/app_view.h"
 #include "app/camera_preview.h"
 #include "app/device_access.h"
 #include "app/main_window_model.h"
+#include "app/view_in_force.h"
 #include "capture/device_recorder.h"
 #include "capture/recorder.h"
 
@@ -37,7 +37,7 @@ class RecordingFlow {
         std::function<void(const std::filesystem::path&)> finished;
     };
 
-    RecordingFlow(const AppServices& services, AppView& view, MainWindowModel& window, Events events);
+    RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window, Events events);
     ~RecordingFlow();
     RecordingFlow(const RecordingFlow&) = delete;
     RecordingFlow& operator=(const RecordingFlow&) = delete;
@@ -67,6 +67,9 @@ class RecordingFlow {
     /// The same, and answers the pending request to quit instead of opening what was recorded.
     void stopAndTerminate();
 
+    /// Ends a countdown without a recording: its folder goes.
+    void abandonCountdown();
+
     /// Shows the camera in the main window. Where that fails, the status says why.
     void startCameraPreview() { startPreview(true); }
     void stopCameraPreview();
@@ -81,8 +84,14 @@ class RecordingFlow {
         bool webcam = false;
     };
 
+    /// What is said when something is not allowed.
+    struct Refusal {
+        Hint about;
+        const char* sentence;
+    };
+
     void askForPermissions(Subject subject, Granted granted);
-    void permissionAnswered(Access access, Subject subject, Granted granted, const std::string& refusal);
+    void permissionAnswered(Access access, Subject subject, Granted granted, const Refusal& refusal);
     void regionPicked(std::optional<Rect> rect);
 
     void prepare(const Subject& subject);
@@ -90,6 +99,7 @@ class RecordingFlow {
     void startRecorder();
     void recorderStarted(std::optional<RecorderError> error);
     void startFailed(const char* category, const std::string& message);
+    void grabShortcut();
     void running();
     void tick();
     void streamFailed(const RecorderError& error);
@@ -102,7 +112,7 @@ class RecordingFlow {
     void startPreview(bool tellsWhatFails);
 
     const AppServices& services_;
-    AppView& view_;
+    ViewInForce& view_;
     MainWindowModel& window_;
     const Events events_;
     DeviceAccess access_;

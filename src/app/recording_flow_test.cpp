@@ -362,6 +362,7 @@ TEST_F(RecordingFlowTest, TheShortcutStops) {
     launch();
     EXPECT_FALSE(pressShortcut_);
     startRecording();
+    EXPECT_EQ(view_.panelHasShortcut, true);
     ASSERT_TRUE(pressShortcut_);
     pressShortcut_();
     untilStatus("Fertig: ");
@@ -372,6 +373,7 @@ TEST_F(RecordingFlowTest, AShortcutThatSomebodyElseHasIsDoneWithout) {
     shortcutIsTaken_ = true;
     launch();
     startRecording();
+    EXPECT_EQ(view_.panelHasShortcut, false) << "nothing is promised";
     stopRecording();
     EXPECT_TRUE(view_.state.status.starts_with("Fertig: "));
 }

@@ -119,7 +119,12 @@ std::filesystem::path instanceFolder() {
 
 QString instanceName(const QString& display) {
     static const QRegularExpression kUnusual("[^A-Za-z0-9.]");
+    // The server's first screen is what a name without a screen means, and the socket of this machine what one without
+    // a host means. A host name, also this machine's own, is another way in that may lead to another display.
+    static const QRegularExpression kFirstScreen("(:[0-9]+)\\.0+$");
+    static const QRegularExpression kThisMachine("^unix/?:");
     QString name = display;
+    name.replace(kFirstScreen, "\\1").replace(kThisMachine, ":");
     return QString("lumivastor-%1-%2").arg(getuid()).arg(name.replace(kUnusual, "_"));
 }
 

@@ -51,7 +51,7 @@ class SingleInstance {
 
 /// Where such files belong: the session's runtime folder, or else the folder for temporary files.
 std::filesystem::path instanceFolder();
-/// For the program of this user on this display.
+/// For the program of this user on this display; names that mean the same display give the same one.
 QString instanceName(const QString& display);
 
 }  // namespace lumivastor

@@ -88,6 +88,16 @@ TEST_F(SingleInstanceTest, AnotherDisplayIsAnotherProgram) {
     EXPECT_EQ(instanceName("../:0/x").count('/'), 0);
 }
 
+TEST_F(SingleInstanceTest, TheSameDisplayByAnotherNameIsTheSameProgram) {
+    for (const char* name : {":1.0", "unix:1", "unix/:1", "unix:1.0"}) {
+        EXPECT_EQ(instanceName(name), instanceName(":1")) << name;
+    }
+    for (const char* name : {":1.1", ":10", ":10.0", ":11.0", "localhost:1", "localhost:1.0", ""}) {
+        EXPECT_NE(instanceName(name), instanceName(":1")) << name;
+    }
+    EXPECT_EQ(instanceName("localhost:1.0"), instanceName("localhost:1"));
+}
+
 TEST_F(SingleInstanceTest, WhatIsNoRequestIsIgnored) {
     SingleInstance first(folder_.path(), "lumivastor-test");
     int requests = 0;

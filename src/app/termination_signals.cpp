@@ -11,10 +11,17 @@ namespace lumivastor {
 
 namespace {
 
+// A hang-up that the program was started to ignore, as by nohup, stays ignored.
+bool isIgnored(int signal) {
+    struct sigaction now {};
+    return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
 sigset_t handled() {
     sigset_t set;
     sigemptyset(&set);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, signal);
+    for (const int signal : {SIGINT, SIGTERM}) sigaddset(&set, signal);
+    if (!isIgnored(SIGHUP)) sigaddset(&set, SIGHUP);
     return set;
 }
 

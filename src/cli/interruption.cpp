@@ -6,11 +6,22 @@
 
 namespace lumivastor {
 
+namespace {
+
+// What a program is started with so that it outlives its terminal, as by nohup.
+bool isIgnored(int signal) {
+    struct sigaction now {};
+    return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
+}  // namespace
+
 Interruption::Interruption() {
     sigset_t watched;
     sigemptyset(&watched);
     sigaddset(&watched, SIGINT);
     sigaddset(&watched, SIGTERM);
+    if (!isIgnored(SIGHUP)) sigaddset(&watched, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &watched, &before_);
     watcher_ = std::jthread([this, watched](const std::stop_token& ending) {
         // Looks up now and then, because the job's end comes without a signal.

@@ -7,8 +7,9 @@
 
 namespace lumivastor {
 
-/// While it lives, SIGINT and SIGTERM no longer end the program but ask its token to stop. To be made before the job's
-/// own threads are, so that they leave the signals to it.
+/// While it lives, SIGINT, SIGTERM and SIGHUP no longer end the program but ask its token to stop; a SIGHUP that the
+/// program was started to ignore stays ignored. To be made before the job's own threads are, so that they leave the
+/// signals to it.
 class Interruption {
   public:
     Interruption();

@@ -19,13 +19,28 @@ bool waitForStop(const std::stop_token& token) {
 }
 
 TEST(Interruption, TurnsSignalsIntoARequestToStop) {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const Interruption interruption;
         EXPECT_FALSE(interruption.token().stop_requested());
         // To the process as a whole, as a terminal does it.
         kill(getpid(), signal);
         EXPECT_TRUE(waitForStop(interruption.token()));
     }
+}
+
+TEST(Interruption, AHangUpThatIsIgnoredStaysIgnored) {
+    const auto before = std::signal(SIGHUP, SIG_IGN);
+    {
+        const Interruption interruption;
+        kill(getpid(), SIGHUP);
+        sigset_t watched;
+        sigemptyset(&watched);
+        pthread_sigmask(SIG_SETMASK, nullptr, &watched);
+        EXPECT_EQ(sigismember(&watched, SIGTERM), 1);
+        EXPECT_EQ(sigismember(&watched, SIGHUP), 0);
+        EXPECT_FALSE(interruption.token().stop_requested());
+    }
+    std::signal(SIGHUP, before);
 }
 
 TEST(InterruptionDeathTest, AfterwardsSignalsEndTheProgramAgain) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <variant>
 
+#include "app/after.h"
 #include "base/main_loop.h"
 #include "capture/device_recorder.h"
 #include "capture/recorder.h"
@@ -38,7 +39,8 @@ std::filesystem::path folderFor(const RecordRequest& request) {
 
 // Starts the recorder and runs the loop until the recording is finished.
 template <class AnyRecorder>
-typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session, const RecordRequest& request) {
+typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session, const RecordRequest& request,
+                                        RecordingRemarks& remarks) {
     std::optional<typename AnyRecorder::Outcome> outcome;
     const auto stop = [&] {
         recorder.stop([&](const typename AnyRecorder::Outcome& given) {
@@ -49,12 +51,13 @@ typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session,
     recorder.onNotice = [&](const std::string& sentence) { session.status.say(sentence); };
     recorder.onStreamError = [&](const RecorderError& error) {
         session.status.say("Die Aufnahme wurde beendet: " + error.message());
+        remarks.endedEarly = error.message();
         stop();
     };
     recorder.start();
     const auto showTimer = session.loop.every(0.5, [&] { session.status.show(runningLine(recorder.snapshot())); });
     std::unique_ptr<MainLoop::Timer> endTimer;
-    if (request.seconds) endTimer = session.loop.every(*request.seconds, stop);
+    if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
     const std::stop_callback onSignal(session.interruption.token(), [&] { session.loop.async(stop); });
     session.loop.run();
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);
@@ -64,9 +67,10 @@ typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session,
 template <class AnyRecorder>
 void recordAndTell(AnyRecorder& recorder, Session& session, const RecordRequest& request, bool json,
                    std::ostream& out) {
-    const auto stats = runRecorder(recorder, session, request);
+    RecordingRemarks remarks;
+    const auto stats = runRecorder(recorder, session, request, remarks);
     if (json) {
-        writeRecordingResult(out, stats, recorder.folder());
+        writeRecordingResult(out, stats, recorder.folder(), remarks);
     } else {
         out << describeRecording(stats, recorder.folder());
     }

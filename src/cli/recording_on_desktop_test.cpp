@@ -133,6 +133,15 @@ class RecordingOnDesktop : public testing::Test {
         return heard.beeps();
     }
 
+    // The result has the sentence that was said.
+    static void expectEndedEarly(const ProgramRun& run) {
+        const std::string begin = "Die Aufnahme wurde beendet: ";
+        const std::string err = run.err();
+        ASSERT_TRUE(err.starts_with(begin)) << err;
+        const std::string reason = err.substr(begin.size(), err.find('\n') - begin.size());
+        EXPECT_NE(run.out().find("\"endedEarly\" : \"" + reason + "\""), std::string::npos) << run.out();
+    }
+
     void expectCompleteFolder() const {
         EXPECT_FALSE(Asset(folder_ / "source.mov").isFragmented());
         EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
@@ -277,6 +286,14 @@ TEST_F(RecordingOnDesktop, ARegionShowsWhatLiesThere) {
     EXPECT_LT(picturesAt(70, 70).back().brightness, 25);
 }
 
+TEST_F(RecordingOnDesktop, AHangUpEndsTheRecordingAsAnyOtherStop) {
+    const auto run = startRecording({});
+    run->signal(SIGHUP);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    EXPECT_EQ(run->out().find("endedEarly"), std::string::npos) << run->out();
+    expectCompleteFolder();
+}
+
 TEST_F(RecordingOnDesktop, AClosedWindowEndsTheRecordingAndItIsKept) {
     auto window = std::make_unique<RigWindow>(desktop_.displayName());
     const auto run = startRecording({"--window", std::to_string(window->id())});
@@ -284,6 +301,7 @@ TEST_F(RecordingOnDesktop, AClosedWindowEndsTheRecordingAndItIsKept) {
     window.reset();
     ASSERT_EQ(run->wait(), 0) << run->err();
     EXPECT_TRUE(run->err().starts_with("Die Aufnahme wurde beendet: ")) << run->err();
+    expectEndedEarly(*run);
     expectCompleteFolder();
     EXPECT_GE(info().duration, 0.9);
 }
@@ -293,6 +311,7 @@ TEST_F(RecordingOnDesktop, ADisplayServerThatGoesAwayEndsTheRecordingAndItIsKept
     sleepFor(1);
     desktop_.killServer();
     ASSERT_EQ(run->wait(), 0) << run->err();
+    expectEndedEarly(*run);
     expectCompleteFolder();
 }
 
@@ -411,6 +430,7 @@ TEST_F(RecordingOnDesktop, ADiskThatFillsUpEndsTheRecordingInTime) {
     EXPECT_EQ(run.err(),
               "Die Aufnahme wurde beendet: Der Datenträger ist fast voll. Die Aufnahme endet, solange sie sich "
               "noch abschließen lässt.\n");
+    expectEndedEarly(run);
     expectCompleteFolder();
     EXPECT_GT(info().duration, 2);
 }

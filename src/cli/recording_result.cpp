@@ -16,10 +16,21 @@ void writeFolder(JsonWriter& writer, const std::filesystem::path& folder) {
     writer.text(std::filesystem::absolute(folder).lexically_normal().string());
 }
 
+void writeRemarks(JsonWriter& writer, const RecordingRemarks& remarks) {
+    if (remarks.recovered) {
+        writer.key("recovered");
+        writer.boolean(*remarks.recovered);
+    }
+    if (remarks.endedEarly) {
+        writer.key("endedEarly");
+        writer.text(*remarks.endedEarly);
+    }
+}
+
 }  // namespace
 
 void writeRecordingResult(std::ostream& out, const Recorder::Stats& stats, const std::filesystem::path& folder,
-                          std::optional<bool> recovered) {
+                          const RecordingRemarks& remarks) {
     JsonWriter writer([&out](std::string_view piece) { out << piece; });
     const auto integer = [&writer](const char* key, std::int64_t number) {
         writer.key(key);
@@ -33,16 +44,14 @@ void writeRecordingResult(std::ostream& out, const Recorder::Stats& stats, const
     integer("framesDropped", stats.framesDropped);
     integer("pointerEvents", stats.pointerEvents);
     writeFolder(writer, folder);
-    if (recovered) {
-        writer.key("recovered");
-        writer.boolean(*recovered);
-    }
+    writeRemarks(writer, remarks);
     writer.endObject();
     writer.finish();
     out << "\n";
 }
 
-void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats, const std::filesystem::path& folder) {
+void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats, const std::filesystem::path& folder,
+                          const RecordingRemarks& remarks) {
     JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("duration");
@@ -50,6 +59,7 @@ void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats,
     writer.key("framesWritten");
     writer.integer(stats.framesWritten);
     writeFolder(writer, folder);
+    writeRemarks(writer, remarks);
     writer.endObject();
     writer.finish();
     out << "\n";

@@ -22,11 +22,22 @@ TEST(RecordingResult, IsTheStatsAndTheFolder) {
 }
 )");
     std::ostringstream recovered;
-    writeRecordingResult(recovered, Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", true);
+    writeRecordingResult(recovered, Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", {.recovered = true});
     EXPECT_NE(recovered.str().find("\"recovered\" : true"), std::string::npos);
     std::ostringstream device;
     writeRecordingResult(device, DeviceRecorder::Stats{2.5, 4}, "/a");
     EXPECT_EQ(device.str(), "{\n  \"duration\" : 2.5,\n  \"framesWritten\" : 4,\n  \"folder\" : \"/a\"\n}\n");
+}
+
+TEST(RecordingResult, SaysWhyARecordingEndedByItself) {
+    const RecordingRemarks remarks{.endedEarly = "Das „Fenster“ wurde geschlossen."};
+    std::ostringstream screen;
+    writeRecordingResult(screen, Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", remarks);
+    std::ostringstream device;
+    writeRecordingResult(device, DeviceRecorder::Stats{2.5, 4}, "/a", remarks);
+    for (const std::string& text : {screen.str(), device.str()}) {
+        EXPECT_TRUE(text.ends_with("\"/a\",\n  \"endedEarly\" : \"Das „Fenster“ wurde geschlossen.\"\n}\n")) << text;
+    }
 }
 
 TEST(RecordingResult, IsASentenceForPeople) {

@@ -18,7 +18,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const Recovery recovery = recoverRecording(folder);
     if (arguments.has("--json")) {
-        writeRecordingResult(out, recovery.stats, folder, recovery.recovered);
+        writeRecordingResult(out, recovery.stats, folder, {.recovered = recovery.recovered});
         return;
     }
     out << (recovery.recovered ? "Die Aufnahme wurde vervollständigt.\n" : "Die Aufnahme ist schon vollständig.\n")

@@ -124,6 +124,9 @@ void EditorControls::makeTimeline(const Recording& recording, const EditorAction
     timeSlider = new ValueSlider({0, recording.duration},
                                  static_cast<int>(std::lround(recording.duration / recording.frameLength)));
     setNames(*timeSlider, {"timeSlider", "Zeit", "Zeit in der Aufnahme"});
+    timeSlider->valueText = [fps = std::llround(1 / recording.frameLength)](double seconds) {
+        return labels::time(seconds, fps);
+    };
     timeSlider->moved = [this, scrub = actions.scrub] { scrub(timeSlider->doubleValue()); };
     timelineStrip = new TimelineStrip(recording.duration, ValueSlider::kHandleInset);
     timelineStrip->setObjectName("timelineStrip");
@@ -135,7 +138,6 @@ void EditorControls::makeTimeline(const Recording& recording, const EditorAction
 QLayout* EditorControls::makeBottom(const EditorActions& actions) {
     statusLabel = new ElidedLabel;
     statusLabel->setObjectName("statusLabel");
-    statusLabel->setAccessibleName("Status");
     progressBar = new QProgressBar;
     progressBar->setObjectName("progressBar");
     progressBar->setAccessibleName("Fortschritt");
@@ -154,6 +156,7 @@ QLayout* EditorControls::makeBottom(const EditorActions& actions) {
     row->setSpacing(look::kNear);
     row->addLayout(texts, 1);
     row->addSpacing(look::kNear);
+    row->addWidget(newRecordingButton);
     row->addWidget(revealRenderButton);
     row->addWidget(cancelRenderButton);
     row->addWidget(renderButton);
@@ -162,6 +165,12 @@ QLayout* EditorControls::makeBottom(const EditorActions& actions) {
 }
 
 void EditorControls::makeRenderButtons(const EditorActions& actions) {
+    newRecordingButton =
+        smallButton("Neue Aufnahme …", {},
+                    {"newRecordingButton", "Neue Aufnahme", "Das Startfenster für eine neue Aufnahme zeigen (Strg+N)"},
+                    actions.newRecording);
+    newRecordingButton->setProperty("role", "bottom");
+    newRecordingButton->setVisible(actions.newRecording != nullptr);
     revealRenderButton =
         smallButton("Im Finder zeigen", "folder",
                     {"revealRenderButton", "Im Finder zeigen", "Das fertige Video im Ordner zeigen"}, actions.reveal);
@@ -183,6 +192,7 @@ EditorControls::SliderRow EditorControls::makeSlider(const SliderSpec& spec, con
     setNames(*slider, spec.names);
     slider->setUsualValue(spec.usual);
     slider->moved = actions.settingChanged;
+    slider->valueText = spec.text;
     const SliderRow row{slider, valueLabel(QString::fromLatin1(spec.names.name) + "Label"), spec.text};
     sliderRows_.push_back(row);
     return row;

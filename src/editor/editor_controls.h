@@ -41,6 +41,8 @@ struct EditorActions {
     std::function<void()> toggleMaskDrawing, removeLastMask, removeAllMasks;
     std::function<void()> settingChanged;
     std::function<void()> render, cancelRender, reveal;
+    /// Without it there is no such button.
+    std::function<void()> newRecording;
 };
 
 /// Every control of the editor's window and where it lies: built once, wired to the actions, and deciding nothing.
@@ -115,6 +117,7 @@ struct EditorControls {
     ValueSlider* cropLeftSlider;
     ValueSlider* cropRightSlider;
 
+    QPushButton* newRecordingButton;
     QPushButton* renderButton;
     QPushButton* cancelRenderButton;
     QPushButton* revealRenderButton;

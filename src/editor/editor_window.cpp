@@ -81,7 +81,10 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
     EditSession::Options options;
     options.clock = options_.clock;
     options.changed = [this] { refresh(); };
-    options.status = [this](const std::string& text) { setStatus(text); };
+    options.status = [this](const std::string& text) {
+        setStatus(text);
+        if (isRunningCommand_) hint_ = text;
+    };
     options.beep = [] { QApplication::beep(); };
     session_ = std::make_unique<EditSession>(folder, loop_, std::move(options));
 
@@ -141,14 +144,14 @@ void EditorWindow::fitInto(QSize room) {
 EditorActions EditorWindow::actions() {
     EditorActions actions;
     const auto atPlayhead = [this](void (EditSession::*command)(double)) {
-        return [this, command] { (session_.get()->*command)(transport_->playhead()); };
+        return [this, command] { runCommand([&] { (session_.get()->*command)(transport_->playhead()); }); };
     };
     const auto plain = [this](void (EditSession::*command)()) {
-        return [this, command] { (session_.get()->*command)(); };
+        return [this, command] { runCommand([&] { (session_.get()->*command)(); }); };
     };
-    actions.togglePlayback = [this] { transport_->toggle(); };
-    actions.step = [this](double seconds) { transport_->step(seconds); };
-    actions.scrub = [this](double seconds) { transport_->scrub(seconds); };
+    actions.togglePlayback = [this] { runCommand([this] { transport_->toggle(); }); };
+    actions.step = [this](double seconds) { runCommand([&] { transport_->step(seconds); }); };
+    actions.scrub = [this](double seconds) { runCommand([&] { transport_->scrub(seconds); }); };
     actions.setTrimStart = atPlayhead(&EditSession::setTrimStart);
     actions.setTrimEnd = atPlayhead(&EditSession::setTrimEnd);
     actions.resetTrim = plain(&EditSession::resetTrim);
@@ -156,23 +159,40 @@ EditorActions EditorWindow::actions() {
     actions.addCut = atPlayhead(&EditSession::addCut);
     actions.removeLastCut = plain(&EditSession::removeLastCut);
     actions.selectZoom = [this](int index) {
-        session_->selectZoom(index);
-        showSelectedZoom();
+        runCommand([&] {
+            session_->selectZoom(index);
+            showSelectedZoom();
+        });
     };
-    actions.showZoom = [this] { showSelectedZoom(); };
-    actions.addZoom = [this] { addZoom(); };
+    actions.showZoom = [this] { runCommand([this] { showSelectedZoom(); }); };
+    actions.addZoom = [this] { runCommand([this] { addZoom(); }); };
     actions.deleteZoom = plain(&EditSession::deleteSelectedZoom);
     actions.resetZooms = plain(&EditSession::resetZoomsToAuto);
-    actions.toggleMaskDrawing = [this] { setMaskDrawing(!controls_->maskDrawView->isDrawing()); };
+    actions.toggleMaskDrawing = [this] {
+        runCommand([this] { setMaskDrawing(!controls_->maskDrawView->isDrawing()); });
+    };
     actions.removeLastMask = plain(&EditSession::removeLastMask);
     actions.removeAllMasks = plain(&EditSession::removeAllMasks);
-    actions.settingChanged = [this] { session_->applyControls(controls_->values()); };
+    actions.settingChanged = [this] { runCommand([this] { session_->applyControls(controls_->values()); }); };
     actions.render = [this] { renderMovie(); };
     actions.cancelRender = [this] {
         if (exportJob_) exportJob_->cancel();
     };
     actions.reveal = [this] { options_.reveal(lastRenderURL_); };
+    actions.newRecording = options_.newRecording;
     return actions;
+}
+
+void EditorWindow::runCommand(const std::function<void()>& command) {
+    withdrawHint();
+    isRunningCommand_ = true;
+    command();
+    isRunningCommand_ = false;
+}
+
+void EditorWindow::withdrawHint() {
+    const std::string hint = std::exchange(hint_, {});
+    if (!hint.empty() && controls_->statusLabel->text().toStdString() == hint) setStatus({});
 }
 
 void EditorWindow::setUpPlayer() {
@@ -262,7 +282,7 @@ void EditorWindow::renderMovie() {
     ExportJob::Callbacks callbacks;
     callbacks.progress = [this](double fraction) {
         controls_->progressBar->setValue(static_cast<int>(std::lround(fraction * controls_->progressBar->maximum())));
-        if (exportJob_->wasCancelled()) return;
+        if (exportJob_->wasCancelled() || closing_.stands(options_.clock())) return;
         setStatus(labels::rendering(exportJob_->width(), exportJob_->height(),
                                     remaining_->update(fraction, options_.clock())));
     };
@@ -275,6 +295,8 @@ void EditorWindow::renderMovie() {
         return;
     }
     remaining_.emplace(options_.clock());
+    closing_.forget();
+    if (options_.keepAwake) awake_ = options_.keepAwake();
     controls_->setRendering(true);
     setStatus(labels::rendering(exportJob_->width(), exportJob_->height()));
 }
@@ -282,6 +304,7 @@ void EditorWindow::renderMovie() {
 void EditorWindow::renderCompleted(const RenderOutcome& outcome) {
     const bool cancelled = exportJob_->wasCancelled();
     exportJob_.reset();
+    awake_.reset();
     controls_->setRendering(false);
     if (const auto* result = std::get_if<RenderResult>(&outcome)) {
         lastRenderURL_ = result->url;
@@ -313,7 +336,7 @@ bool EditorWindow::handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRe
     switch (key) {
         case Qt::Key_Space:
             if (!plain) return false;
-            if (!isRepeated) transport_->toggle();
+            if (!isRepeated) runCommand([this] { transport_->toggle(); });
             return true;
         case Qt::Key_Escape:
             if (!controls_->maskDrawView->isDrawing()) return false;
@@ -322,20 +345,25 @@ bool EditorWindow::handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRe
         case Qt::Key_Left:
         case Qt::Key_Right:
             if (!plain && !shift) return false;
-            transport_->step(key == Qt::Key_Left ? -step : step);
+            runCommand([&] { transport_->step(key == Qt::Key_Left ? -step : step); });
             return true;
         case Qt::Key_Z:
             if (modifiers == Qt::ControlModifier) {
-                session_->undo();
+                runCommand([this] { session_->undo(); });
             } else if (modifiers == (Qt::ControlModifier | Qt::ShiftModifier)) {
-                session_->redo();
+                runCommand([this] { session_->redo(); });
             } else {
                 return false;
             }
             return true;
         case Qt::Key_W:
             if (modifiers != Qt::ControlModifier) return false;
-            close();
+            // Keys that are held down are one wish, not two.
+            if (!isRepeated) close();
+            return true;
+        case Qt::Key_N:
+            if (modifiers != Qt::ControlModifier || !options_.newRecording) return false;
+            options_.newRecording();
             return true;
         case Qt::Key_Return:
         case Qt::Key_Enter:
@@ -366,7 +394,22 @@ void EditorWindow::dropEvent(QDropEvent* event) {
     loop_.async([open = options_.openFolder, folder] { open(folder); });
 }
 
+bool EditorWindow::mayClose() {
+    if (!exportJob_ || exportJob_->wasCancelled() || closing_.attempt(options_.clock())) return true;
+    setStatus(kCloseWhileRendering);
+    return false;
+}
+
+void EditorWindow::endWork() {
+    exportJob_.reset();
+    session_->saveNow();
+}
+
 void EditorWindow::closeEvent(QCloseEvent* event) {
+    if (!closed_ && !mayClose()) {
+        event->ignore();
+        return;
+    }
     shutDown();
     event->accept();
     if (options_.closed) options_.closed();
@@ -376,9 +419,9 @@ void EditorWindow::shutDown() {
     if (std::exchange(closed_, true)) return;
     qApp->removeEventFilter(this);
     transport_->pause();
-    // Ends a running export and waits for it: no half-written file is left.
-    exportJob_.reset();
-    session_->saveNow();
+    // Waits for a running export: no half-written file is left.
+    endWork();
+    awake_.reset();
 }
 
 }  // namespace lumivastor

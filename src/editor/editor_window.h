@@ -12,6 +12,7 @@
 #include "editor/editor_controls.h"
 #include "editor/export_job.h"
 #include "editor/remaining_time.h"
+#include "editor/second_attempt.h"
 #include "editor/transport.h"
 #include "media/player.h"
 #include "render/studio_preview.h"
@@ -29,6 +30,10 @@ class EditorWindow final : public QWidget {
         std::function<void(const std::filesystem::path& file)> reveal;
         /// A folder was dropped on the window.
         std::function<void(const std::filesystem::path& folder)> openFolder;
+        /// The user wants to record something else; without it there is no such button.
+        std::function<void()> newRecording;
+        /// Keeps the machine awake for as long as the result lives: asked for when an export begins.
+        std::function<std::shared_ptr<void>()> keepAwake;
         /// The window has closed, and everything is saved.
         std::function<void()> closed;
         /// Seconds of any clock that never runs backward; the host clock unless set.
@@ -45,6 +50,13 @@ class EditorWindow final : public QWidget {
     Transport& transport() { return *transport_; }
     EditorControls& controls() { return *controls_; }
     bool isRendering() const { return exportJob_ != nullptr; }
+
+    /// Whether the window may close: not while an export runs, until that is asked for a second time. The status then
+    /// says so.
+    bool mayClose();
+    /// Cancels an export, waits for its end, and saves. Touches no widget: for the end of a program whose windows are
+    /// gone.
+    void endWork();
 
     /// Makes the window smaller than it usually may be, as far as its contents go, where a screen has no more room than
     /// this, in points. The preview gives way.
@@ -74,6 +86,8 @@ class EditorWindow final : public QWidget {
     void renderMovie();
     void renderCompleted(const RenderOutcome& outcome);
     void setStatus(const std::string& text) { controls_->setStatus(text); }
+    void runCommand(const std::function<void()>& command);
+    void withdrawHint();
     void shutDown();
 
     MainLoop& loop_;
@@ -87,8 +101,14 @@ class EditorWindow final : public QWidget {
 
     std::unique_ptr<ExportJob> exportJob_;
     std::optional<RemainingTime> remaining_;
+    SecondAttempt closing_;
+    std::shared_ptr<void> awake_;  // while exporting
     std::filesystem::path lastRenderURL_;
     bool closed_ = false;
+
+    // What a command said about itself: it goes when the user does something else.
+    bool isRunningCommand_ = false;
+    std::string hint_;
 };
 
 }  // namespace lumivastor

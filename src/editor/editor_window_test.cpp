@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QColorDialog>
@@ -28,6 +29,7 @@
 #include "editor/value_slider.h"
 #include "support/editor_fixture.h"
 #include "support/fitting_texts.h"
+#include "support/named_widgets.h"
 
 namespace lumivastor {
 namespace {
@@ -409,14 +411,106 @@ TEST_F(EditorWindowTest, ACancelledExportLeavesNothing) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
 }
 
-TEST_F(EditorWindowTest, ClosingCancelsAnExport) {
+TEST_F(EditorWindowTest, ClosingCancelsAnExportWhenItIsAskedForASecondTime) {
     openWindow();
     click("renderButton");
-    window().close();
+    EXPECT_FALSE(window().close());
+    EXPECT_TRUE(window().isRendering());
+    EXPECT_EQ(textOf("statusLabel"), "Ein Video wird gerendert – noch einmal schließen bricht ab.");
+    EXPECT_EQ(closed_, 0);
+    EXPECT_TRUE(window().close());
     EXPECT_FALSE(window().isRendering());
     EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
     QTest::qWait(50);
     EXPECT_EQ(closed_, 1);
+}
+
+TEST_F(EditorWindowTest, TheMachineIsKeptAwakeFromTheFirstMomentOfAnExport) {
+    openWindow();
+    EXPECT_TRUE(awake_.expired());
+    click("renderButton");
+    EXPECT_FALSE(awake_.expired());
+    click("cancelRenderButton");
+    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    EXPECT_TRUE(awake_.expired());
+}
+
+TEST_F(EditorWindowTest, EndingTheWorkCancelsAnExportAndSaves) {
+    openWindow();
+    click("renderButton");
+    session().setTrimStart(2);
+    window().endWork();
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+    EXPECT_EQ(saved().trimStart, 2);
+}
+
+TEST_F(EditorWindowTest, AHintGoesWhenTheUserDoesSomethingElse) {
+    openWindow();
+    click("cutEndButton");
+    EXPECT_EQ(textOf("statusLabel"), "Zuerst „Schnitt von hier\" drücken.");
+    click("cutStartButton");
+    EXPECT_EQ(textOf("statusLabel"), "");
+    click("cutEndButton");
+    EXPECT_EQ(textOf("statusLabel"), "Das Schnittende muss hinter dem Anfang liegen.");
+    press(Qt::Key_Right);
+    EXPECT_EQ(textOf("statusLabel"), "");
+    // What is no hint stays.
+    controls().setStatus("Etwas anderes.");
+    press(Qt::Key_Right);
+    EXPECT_EQ(textOf("statusLabel"), "Etwas anderes.");
+}
+
+TEST_F(EditorWindowTest, ANewRecordingCanBeBegunByTheButtonAndByKeys) {
+    openWindow();
+    click("newRecordingButton");
+    EXPECT_EQ(newRecordings_, 1);
+    press(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(newRecordings_, 2);
+}
+
+TEST_F(EditorWindowTest, WithoutAWayToRecordThereIsNoButtonForIt) {
+    openWindow();
+    window_.reset();
+    EditorWindow other(folder_.path(), loop_, {});
+    other.show();
+    EXPECT_FALSE(other.controls().newRecordingButton->isVisible());
+}
+
+TEST_F(EditorWindowTest, EverythingThatCanBeSeenHasAName) {
+    openWindow(true);
+    controls().setRendering(true);
+    controls().revealRenderButton->show();
+    EXPECT_GT(expectEverythingIsNamed(window()), 80);
+}
+
+TEST_F(EditorWindowTest, SlidersTellTheirValueToAssistivePrograms) {
+    openWindow(true);
+    int count = 0;
+    for (QSlider* each : window().findChildren<QSlider*>()) {
+        auto* slider = dynamic_cast<ValueSlider*>(each);
+        ASSERT_NE(slider, nullptr);
+        ++count;
+        const std::string name = slider->objectName().toStdString();
+        QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(slider);
+        ASSERT_NE(accessible->valueInterface(), nullptr) << name;
+        EXPECT_EQ(accessible->role(), QAccessible::Slider) << name;
+        EXPECT_EQ(accessible->valueInterface()->currentValue().toDouble(), slider->doubleValue()) << name;
+        EXPECT_LT(accessible->valueInterface()->minimumValue().toDouble(),
+                  accessible->valueInterface()->maximumValue().toDouble())
+            << name;
+        const QString written = accessible->text(QAccessible::Value);
+        EXPECT_FALSE(written.isEmpty()) << name;
+        if (const auto* label = window().findChild<QLabel*>(slider->objectName() + "Label")) {
+            EXPECT_EQ(written, label->text()) << name;
+        }
+        EXPECT_TRUE(accessible->text(QAccessible::Description).startsWith(written + ". ")) << name;
+    }
+    EXPECT_EQ(count, 15);
+    // A reader may set it, too.
+    QAccessible::queryAccessibleInterface(controls().paddingSlider)->valueInterface()->setCurrentValue(0.07);
+    EXPECT_EQ(session().settings().padding, 0.07);
+    QAccessible::queryAccessibleInterface(controls().paddingSlider)->valueInterface()->setCurrentValue(7);
+    EXPECT_EQ(session().settings().padding, kPaddingRange.most);
 }
 
 TEST_F(EditorWindowTest, AFolderThatIsDroppedOnItIsOpened) {

@@ -14,6 +14,12 @@ constexpr double kRemovalDelay = 1.0;
 // What a window manager puts round a window, about.
 constexpr QSize kFrame(8, 40);
 
+void bringToFront(QWidget& window) {
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+}
+
 }  // namespace
 
 struct EditorWindows::Editor {
@@ -28,15 +34,15 @@ EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
     std::error_code ignored;
     for (const auto& editor : editors_) {
         if (editor->removal || !std::filesystem::equivalent(editor->window->folder(), folder, ignored)) continue;
-        editor->window->setWindowState(editor->window->windowState() & ~Qt::WindowMinimized);
-        editor->window->raise();
-        editor->window->activateWindow();
+        bringToFront(*editor->window);
         return *editor->window;
     }
     auto editor = std::make_unique<Editor>();
     EditorWindow::Options options;
     options.makeSoundOutput = options_.makeSoundOutput;
     options.openFolder = options_.dropped;
+    options.newRecording = options_.newRecording;
+    options.keepAwake = options_.keepAwake;
     options.closed = [this, raw = editor.get()] {
         raw->removal = loop_.every(kRemovalDelay, [this, raw] {
             std::erase_if(editors_, [raw](const auto& each) { return each.get() == raw; });
@@ -47,6 +53,22 @@ EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
     editor->window->show();
     editors_.push_back(std::move(editor));
     return *editors_.back()->window;
+}
+
+bool EditorWindows::mayClose() {
+    bool all = true;
+    for (const auto& editor : editors_) {
+        if (editor->removal || editor->window->mayClose()) continue;
+        bringToFront(*editor->window);
+        all = false;
+    }
+    return all;
+}
+
+void EditorWindows::endWork() {
+    for (const auto& editor : editors_) {
+        if (!editor->removal) editor->window->endWork();
+    }
 }
 
 }  // namespace lumivastor

@@ -19,6 +19,10 @@ class EditorWindows {
         std::function<std::unique_ptr<SoundOutput>()> makeSoundOutput;
         /// A folder was dropped on an editor.
         std::function<void(const std::filesystem::path& folder)> dropped;
+        /// The user wants to record something else; without it editors offer nothing like that.
+        std::function<void()> newRecording;
+        /// Keeps the machine awake for as long as the result lives: asked for when an export begins.
+        std::function<std::shared_ptr<void>()> keepAwake;
     };
 
     /// The loop outlives this.
@@ -29,6 +33,13 @@ class EditorWindows {
     /// Shows the editor of a recording folder: the one that is open, or a new one. Throws `RecorderError` when the
     /// folder holds nothing that can be edited.
     EditorWindow& open(const std::filesystem::path& folder);
+
+    /// Whether all of them may close. Those that export say that they need to be asked a second time, and come to the
+    /// front.
+    bool mayClose();
+    /// Cancels all exports, waits for their end, and saves. Touches no widget: for the end of a program whose windows
+    /// are gone.
+    void endWork();
 
     /// How many there are, those counted that have closed a moment ago.
     std::size_t count() const { return editors_.size(); }

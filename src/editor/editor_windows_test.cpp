@@ -6,6 +6,7 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QMimeData>
+#include <QPushButton>
 #include <QUrl>
 
 #include "editor/editor_window.h"
@@ -50,8 +51,9 @@ TEST_F(EditorWindowsTest, WhatCannotBeOpenedLeavesNothingBehind) {
 
 TEST_F(EditorWindowsTest, AFolderThatIsDroppedIsHandedOn) {
     std::filesystem::path dropped;
-    EditorWindows editors(
-        loop_, {.makeSoundOutput = {}, .dropped = [&](const std::filesystem::path& folder) { dropped = folder; }});
+    EditorWindows::Options options;
+    options.dropped = [&](const std::filesystem::path& folder) { dropped = folder; };
+    EditorWindows editors(loop_, std::move(options));
     EditorWindow& editor = editors.open(folder_.path());
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(QString::fromStdString(folder_.path().string()))});
@@ -62,6 +64,30 @@ TEST_F(EditorWindowsTest, AFolderThatIsDroppedIsHandedOn) {
     QApplication::sendEvent(&editor, &drop);
     EXPECT_TRUE(drop.isAccepted());
     EXPECT_TRUE(waitFor([&] { return dropped == folder_.path(); }));
+}
+
+TEST_F(EditorWindowsTest, AllMayCloseOnceThoseThatExportWereAskedTwice) {
+    EditorWindows editors(loop_, {});
+    EXPECT_TRUE(editors.mayClose());
+    EditorWindow& editor = editors.open(folder_.path());
+    EXPECT_TRUE(editors.mayClose());
+    QTest::mouseClick(editor.controls().renderButton, Qt::LeftButton);
+    ASSERT_TRUE(editor.isRendering());
+    EXPECT_FALSE(editors.mayClose());
+    EXPECT_TRUE(editors.mayClose());
+    // The question is one, whichever way it is asked: the window closes now, too.
+    EXPECT_TRUE(editor.close());
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+}
+
+TEST_F(EditorWindowsTest, EndingTheWorkCancelsExportsAndSaves) {
+    EditorWindows editors(loop_, {});
+    EditorWindow& editor = editors.open(folder_.path());
+    QTest::mouseClick(editor.controls().renderButton, Qt::LeftButton);
+    editor.session().setTrimStart(2);
+    editors.endWork();
+    EXPECT_EQ(saved().trimStart, 2);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
 }
 
 TEST_F(EditorWindowsTest, WhatIsOpenIsSavedWhenTheProgramEnds) {

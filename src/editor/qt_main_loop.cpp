@@ -1,8 +1,12 @@
 #include "editor/qt_main_loop.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QMetaObject>
 #include <QTimer>
+#include <chrono>
 #include <cmath>
+#include <thread>
 #include <utility>
 
 namespace lumivastor {
@@ -42,6 +46,15 @@ QtMainLoop::~QtMainLoop() = default;
 
 void QtMainLoop::async(std::function<void()> work) {
     QMetaObject::invokeMethod(&receiver_, std::move(work), Qt::QueuedConnection);
+}
+
+void QtMainLoop::runDetached(const std::function<bool()>& done) {
+    constexpr auto kPause = std::chrono::milliseconds(5);
+    for (;;) {
+        QCoreApplication::sendPostedEvents(&receiver_, QEvent::MetaCall);
+        if (done()) return;
+        std::this_thread::sleep_for(kPause);
+    }
 }
 
 std::unique_ptr<MainLoop::Timer> QtMainLoop::every(double seconds, std::function<void()> work) {

@@ -19,6 +19,10 @@ class QtMainLoop final : public MainLoop {
     void async(std::function<void()> work) override;
     [[nodiscard]] std::unique_ptr<Timer> every(double seconds, std::function<void()> work) override;
 
+    /// Runs what is handed over until `done` says so, and nothing else of Qt's: no timers, and no events of windows.
+    /// For the end of a program whose windows are gone, also from within an event. The thread of the QApplication.
+    void runDetached(const std::function<bool()>& done);
+
   private:
     QObject receiver_;
 };

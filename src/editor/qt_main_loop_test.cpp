@@ -12,6 +12,24 @@ namespace {
 
 constexpr int kPatience = 60'000;
 
+TEST(QtMainLoop, RunsDetachedOnlyWhatIsHandedOver) {
+    QtMainLoop loop;
+    int ticks = 0;
+    int steps = 0;
+    const auto timer = loop.every(0.001, [&] { ++ticks; });
+    // From within work of its own, as the end of the program may come there.
+    loop.async([&] {
+        std::thread other([&] {
+            for (int i = 0; i < 10; ++i) loop.async([&] { ++steps; });
+        });
+        loop.runDetached([&] { return steps == 10; });
+        other.join();
+    });
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(steps, 10);
+    EXPECT_EQ(ticks, 0);
+}
+
 TEST(QtMainLoop, RunsWorkOfOtherThreadsInOrderOnTheMainThread) {
     QtMainLoop loop;
     std::vector<int> order;

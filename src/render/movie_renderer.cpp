@@ -193,6 +193,9 @@ void Export::prepareWriter() {
     settings.timescale = kExportTimescale;
     settings.highProfile = true;
     const EncoderChoice choice = options_.chooseEncoder(settings);
+    std::string reason = choice.reason;
+    if (reason.ends_with('.')) reason.pop_back();
+    Log::write("Studio", "Encoder: " + choice.candidate.encoder + " (" + reason + ")");
     choice.applyTo(settings);
     if (choice.candidate.isHardware()) hardware_ = choice.candidate.encoder;
     video_ = &writer_->addVideoInput(settings);

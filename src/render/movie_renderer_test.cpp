@@ -33,6 +33,7 @@ TEST_F(ExportedPictures, EveryFrameShowsWhatTheCutTimelineSays) {
     EXPECT_EQ(result.zoomCount, 0);
     expectCutTimeline(79);
     EXPECT_NE(logText().find("[Studio] fertig: 79 Bilder, 3 Schnitte, 0 Auto-Zooms"), std::string::npos);
+    EXPECT_EQ(count(logText(), "[Studio] Encoder: "), 1) << "what was chosen, and why";
 }
 
 TEST_F(ExportedPictures, VariableFrameRatesKeepTheirTimes) {

@@ -57,7 +57,9 @@ void RecordedView::pickRegion(const Display& display, std::function<void(std::op
     regionCompletion = std::move(completion);
 }
 
-void RecordedView::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) {
+void RecordedView::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
+                                      bool hasShortcut) {
+    panelHasShortcut = hasShortcut;
     calls.push_back("panel " + (display ? display->name : std::string("main screen")));
     panelPreview = std::move(preview);
 }

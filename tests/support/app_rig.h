@@ -29,6 +29,9 @@ class RecordedView final : public AppView {
     std::string folderMessage;
     std::function<void(std::optional<Rect>)> regionCompletion;
     std::optional<std::string> editorError;
+    bool editorsMay = true;
+    bool canOpenFolders = true;
+    std::optional<bool> panelHasShortcut;  // once there was a panel
     /// Run when an editor is to be opened.
     std::function<void(const std::filesystem::path&)> onOpenEditor;
 
@@ -49,13 +52,21 @@ class RecordedView final : public AppView {
     void installStatusItem(const std::string& title) override { calls.push_back("install " + title); }
     void setStatusItemTitle(const std::string& title) override { calls.push_back("title " + title); }
     void removeStatusItem() override { calls.emplace_back("removeStatusItem"); }
-    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) override;
+    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
+                            bool hasShortcut) override;
     void setRecordingPanelTime(const std::string& time) override { calls.push_back("time " + time); }
     void removeRecordingPanel() override { calls.emplace_back("removePanel"); }
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;
     void openEditor(const std::filesystem::path& folder) override;
-    void openFolder(const std::filesystem::path& folder) override { calls.push_back("openFolder " + folder.string()); }
+    bool editorsMayClose() override {
+        calls.emplace_back("editorsMayClose");
+        return editorsMay;
+    }
+    bool openFolder(const std::filesystem::path& folder) override {
+        calls.push_back("openFolder " + folder.string());
+        return canOpenFolders;
+    }
     void revealFile(const std::filesystem::path& file) override { calls.push_back("reveal " + file.string()); }
     void replyToApplicationShouldTerminate() override { calls.emplace_back("terminate"); }
 };

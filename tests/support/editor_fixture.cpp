@@ -39,6 +39,12 @@ void EditorFixture::openWindow(bool webcam) {
     options.reveal = [this](const std::filesystem::path& file) { revealed_ = file; };
     options.openFolder = [this](const std::filesystem::path& folder) { opened_ = folder; };
     options.closed = [this] { ++closed_; };
+    options.newRecording = [this] { ++newRecordings_; };
+    options.keepAwake = [this] {
+        const auto hold = std::make_shared<int>(0);
+        awake_ = hold;
+        return hold;
+    };
     window_ = std::make_unique<EditorWindow>(folder_.path(), loop_, std::move(options));
     window_->show();
     window_->activateWindow();

@@ -56,6 +56,8 @@ class EditorFixture : public ExportFixture {
     std::filesystem::path revealed_;
     std::filesystem::path opened_;
     int closed_ = 0;
+    int newRecordings_ = 0;
+    std::weak_ptr<void> awake_;  // while the window wants the machine to stay awake
 };
 
 }  // namespace lumivastor

@@ -52,6 +52,10 @@ double ManualMainLoop::now() const {
     return now_;
 }
 
+std::size_t ManualMainLoop::timers() const {
+    return schedule_->entries.size();
+}
+
 void ManualMainLoop::advance(double seconds) {
     const double end = now() + seconds;
     for (;;) {

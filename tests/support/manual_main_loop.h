@@ -24,6 +24,9 @@ class ManualMainLoop final : public MainLoop {
     /// Seconds. Any thread.
     double now() const;
 
+    /// How many timers run.
+    std::size_t timers() const;
+
     /// Moves the clock on, running timers at the moments at which they are due, and work that was handed over.
     void advance(double seconds);
 

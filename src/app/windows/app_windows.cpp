@@ -6,8 +6,10 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QMessageBox>
 #include <QScreen>
+#include <QSessionManager>
 #include <QTimer>
 #include <QTreeView>
 #include <QUrl>
@@ -15,7 +17,6 @@
 #include <system_error>
 #include <utility>
 
-#include "app/app_delegate.h"
 #include "editor/file_viewer.h"
 #include "editor/look.h"
 
@@ -23,7 +24,6 @@ namespace lumivastor {
 
 namespace {
 
-constexpr int kExportWatchMilliseconds = 5'000;
 constexpr QSize kFolderPanelSize(760, 480);
 // Of the list in Qt's file dialog.
 constexpr int kNameColumn = 0;
@@ -67,16 +67,25 @@ AppWindows::AppWindows(Options options)
     : options_(std::move(options)), window_(std::make_unique<MainWindow>(actions())) {
     // When windows may close without the program ending is for the delegate to say.
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    QObject::connect(&exportWatch_, &QTimer::timeout, window_.get(), [this] { watchExports(); });
+    qApp->installEventFilter(this);
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.get(), [this](QSessionManager& session) {
+        // Without a word to the user there is nothing to decide; the end itself comes as an event of its own.
+        if (!session.allowsInteraction()) return;
+        if (!delegate_->videosMayEnd()) session.cancel();
+        session.release();
+    });
     QObject::connect(qApp, &QGuiApplication::lastWindowClosed, window_.get(), [this] {
         // Not from within the window's own closing, and not when another one has come meanwhile.
         QTimer::singleShot(0, window_.get(), [this] {
-            if (!hasVisibleWindow() && delegate_->applicationShouldTerminateAfterLastWindowClosed()) terminate();
+            if (hasVisibleWindow() || !delegate_->applicationShouldTerminateAfterLastWindowClosed()) return;
+            terminate(AppDelegate::TerminationCause::user);
         });
     });
 }
 
-AppWindows::~AppWindows() = default;
+AppWindows::~AppWindows() {
+    qApp->removeEventFilter(this);
+}
 
 MainWindowActions AppWindows::actions() {
     MainWindowActions actions;
@@ -95,32 +104,47 @@ MainWindowActions AppWindows::actions() {
     actions.noticeAction = [this](NoticeKind kind) { noticeAction(kind); };
     actions.about = [this] { showAbout(); };
     actions.checkForUpdates = options_.checkForUpdates;
-    actions.terminate = [this] { terminate(); };
+    actions.terminate = [this] { terminate(AppDelegate::TerminationCause::user); };
+    actions.mayClose = [this] { return delegate_->mainWindowShouldClose(); };
     return actions;
 }
 
 void AppWindows::noticeAction(NoticeKind kind) {
     if (kind == NoticeKind::interrupted) delegate_->completeInterrupted();
+    if (kind == NoticeKind::checkVideo) delegate_->revealCheckVideo();
     if (kind == NoticeKind::update) options_.openUpdate();
 }
 
-void AppWindows::terminate() {
-    if (delegate_->applicationShouldTerminate() == AppDelegate::TerminateReply::now) QCoreApplication::quit();
+// Not by `quit`, which would close the windows one by one and ask again.
+void AppWindows::terminate(AppDelegate::TerminationCause cause) {
+    if (delegate_->applicationShouldTerminate(cause) == AppDelegate::TerminateReply::now) QCoreApplication::exit();
 }
 
 void AppWindows::replyToApplicationShouldTerminate() {
-    QCoreApplication::quit();
+    QCoreApplication::exit();
+}
+
+bool AppWindows::eventFilter(QObject* object, QEvent* event) {
+    if (object == qApp && event->type() == QEvent::Quit) {
+        terminate(AppDelegate::TerminationCause::system);
+        return true;
+    }
+    if (event->type() != QEvent::KeyPress) return false;
+    const auto* press = static_cast<QKeyEvent*>(event);
+    if (press->key() != Qt::Key_Q || press->modifiers() != Qt::ControlModifier) return false;
+    if (!press->isAutoRepeat()) terminate(AppDelegate::TerminationCause::user);
+    return true;
 }
 
 void AppWindows::reopen() {
     const bool hadVisibleWindow = hasVisibleWindow();
+    // While a recording is prepared or runs, nothing comes before what is recorded.
+    const bool isRecording = !delegate_->applicationShouldTerminateAfterLastWindowClosed();
     for (QWidget* each : QApplication::topLevelWidgets()) {
-        if (!isWindow(*each)) continue;
-        if (each != window_.get() || delegate_->applicationShouldTerminateAfterLastWindowClosed()) {
-            each->setWindowState(each->windowState() & ~Qt::WindowMinimized);
-            each->raise();
-            each->activateWindow();
-        }
+        if (isRecording || !isWindow(*each)) continue;
+        each->setWindowState(each->windowState() & ~Qt::WindowMinimized);
+        each->raise();
+        each->activateWindow();
     }
     delegate_->applicationShouldHandleReopen(hadVisibleWindow);
 }
@@ -223,10 +247,11 @@ void AppWindows::removeStatusItem() {
     QTimer::singleShot(0, window_.get(), [item = std::shared_ptr<StatusItem>(std::move(statusItem_))] {});
 }
 
-void AppWindows::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) {
+void AppWindows::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
+                                    bool hasShortcut) {
     QScreen* const screen = display ? screenFor(*display) : nullptr;
     recordingPanel_ = std::make_unique<RecordingPanel>(screen != nullptr ? *screen : mainScreen(), std::move(preview),
-                                                       [this] { delegate_->stopFromStatusItem(); });
+                                                       hasShortcut, [this] { delegate_->stopFromStatusItem(); });
     recordingPanel_->orderFront();
 }
 
@@ -278,23 +303,11 @@ void AppWindows::askForFolder(const std::string& message, const std::filesystem:
 }
 
 void AppWindows::openEditor(const std::filesystem::path& folder) {
-    EditorWindow& editor = options_.editors.open(folder);
-    openEditors_.emplace_back(&editor);
-    exportWatch_.start(kExportWatchMilliseconds);
+    options_.editors.open(folder);
 }
 
-// A screen that goes to sleep in between is no harm; a machine that does is.
-void AppWindows::watchExports() {
-    std::erase_if(openEditors_, [](const QPointer<EditorWindow>& editor) { return editor.isNull(); });
-    const bool exports = std::any_of(openEditors_.begin(), openEditors_.end(),
-                                     [](const QPointer<EditorWindow>& editor) { return editor->isRendering(); });
-    if (!exports) awake_.reset();
-    if (exports && !awake_) awake_ = options_.sleep.inhibit("Ein Video wird ausgegeben.");
-    if (openEditors_.empty()) exportWatch_.stop();
-}
-
-void AppWindows::openFolder(const std::filesystem::path& folder) {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(text(folder)));
+bool AppWindows::openFolder(const std::filesystem::path& folder) {
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(text(folder)));
 }
 
 void AppWindows::revealFile(const std::filesystem::path& file) {

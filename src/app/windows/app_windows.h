@@ -1,33 +1,26 @@
 #pragma once
 
-#include <QPointer>
-#include <QTimer>
+#include <QObject>
 #include <memory>
 #include <optional>
-#include <vector>
 
+#include "app/app_delegate.h"
 #include "app/app_view.h"
-#include "app/sleep_inhibitor.h"
 #include "app/windows/main_window.h"
 #include "app/windows/panels.h"
 #include "app/windows/region_picker.h"
 #include "app/windows/status_item.h"
-#include "editor/editor_window.h"
 #include "editor/editor_windows.h"
 
 class QScreen;
 
 namespace lumivastor {
 
-class AppDelegate;
-
 /// All windows of the application, on Qt. Main thread.
-class AppWindows final : public AppView {
+class AppWindows final : public QObject, public AppView {
   public:
     struct Options {
         EditorWindows& editors;
-        /// For as long as an editor exports.
-        SleepInhibitor& sleep;
         /// Without, the menu has no such item.
         std::function<void()> checkForUpdates;
         /// The button of the notice about an update.
@@ -39,8 +32,9 @@ class AppWindows final : public AppView {
     /// Whom the windows tell what the user does. Before anything is shown.
     void setDelegate(AppDelegate& delegate) { delegate_ = &delegate; }
 
-    /// The user wants the program to end. It does once nothing is being recorded.
-    void terminate();
+    /// The program is to end: every way to it, whichever window or menu, goes through here. It ends once nothing is
+    /// being recorded; a user who would lose a video that is being rendered is asked first.
+    void terminate(AppDelegate::TerminationCause cause);
     /// The program was started once more.
     void reopen();
 
@@ -58,20 +52,25 @@ class AppWindows final : public AppView {
     void installStatusItem(const std::string& title) override;
     void setStatusItemTitle(const std::string& title) override;
     void removeStatusItem() override;
-    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview) override;
+    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
+                            bool hasShortcut) override;
     void setRecordingPanelTime(const std::string& time) override;
     void removeRecordingPanel() override;
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;
     void openEditor(const std::filesystem::path& folder) override;
-    void openFolder(const std::filesystem::path& folder) override;
+    bool editorsMayClose() override { return options_.editors.mayClose(); }
+    bool openFolder(const std::filesystem::path& folder) override;
     void revealFile(const std::filesystem::path& file) override;
     void replyToApplicationShouldTerminate() override;
+
+  protected:
+    /// The keys that end the program, in windows that have no menu, and the desktop's wish that it ends.
+    bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
     MainWindowActions actions();
     void noticeAction(NoticeKind kind);
-    void watchExports();
     void showAbout();
 
     const Options options_;
@@ -82,9 +81,6 @@ class AppWindows final : public AppView {
     std::unique_ptr<RecordingPanel> recordingPanel_;
     std::unique_ptr<StatusItem> statusItem_;
     RegionPicker picker_;
-    std::vector<QPointer<EditorWindow>> openEditors_;
-    QTimer exportWatch_;
-    std::unique_ptr<SleepInhibitor::Hold> awake_;
 };
 
 }  // namespace lumivastor

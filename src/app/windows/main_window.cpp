@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -89,6 +91,35 @@ void inTextField(Edit edit) {
     if (auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget())) (field->*edit)();
 }
 
+// Texts that are only read can be copied, too.
+QLabel* textWithKeyboard() {
+    return qobject_cast<QLabel*>(QApplication::focusWidget());
+}
+
+void copySelection() {
+    inTextField(&QLineEdit::copy);
+    const QLabel* const text = textWithKeyboard();
+    if (text == nullptr || !text->hasSelectedText()) return;
+    // A selection separates its lines by a character of its own.
+    QGuiApplication::clipboard()->setText(text->selectedText().replace(QChar::ParagraphSeparator, '\n'));
+}
+
+void selectEverything() {
+    inTextField(&QLineEdit::selectAll);
+    if (QLabel* const text = textWithKeyboard()) text->setSelection(0, static_cast<int>(text->text().size()));
+}
+
+void makeCopyable(QLabel& label) {
+    label.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    label.setFocusPolicy(Qt::StrongFocus);
+}
+
+// A text that stays keeps what is selected in it.
+void setTextIfOther(QLabel& label, const std::string& text) {
+    const QString now = QString::fromStdString(text);
+    if (label.text() != now) label.setText(now);
+}
+
 void select(QComboBox& popup, int index) {
     const QSignalBlocker quiet(popup);
     popup.setCurrentIndex(index);
@@ -145,16 +176,18 @@ void MainWindow::buildMenus(QVBoxLayout& column) {
         application->addAction("Nach Updates suchen …", this, [this] { actions_.checkForUpdates(); });
         application->addSeparator();
     }
-    application->addAction("LumiVastor beenden", this, [this] { actions_.terminate(); })
-        ->setShortcut(QKeySequence("Ctrl+Q"));
+    QAction* const quit = application->addAction("LumiVastor beenden", this, [this] { actions_.terminate(); });
+    quit->setShortcut(QKeySequence("Ctrl+Q"));
+    // Keys that are held down are one wish, not two.
+    quit->setAutoRepeat(false);
     QMenu* edit = bar->addMenu("Bearbeiten");
     const auto add = [&](const char* title, const char* key, auto action) {
-        edit->addAction(title, this, [action] { inTextField(action); })->setShortcut(QKeySequence(key));
+        edit->addAction(title, this, action)->setShortcut(QKeySequence(key));
     };
-    add("Ausschneiden", "Ctrl+X", &QLineEdit::cut);
-    add("Kopieren", "Ctrl+C", &QLineEdit::copy);
-    add("Einsetzen", "Ctrl+V", &QLineEdit::paste);
-    add("Alles auswählen", "Ctrl+A", &QLineEdit::selectAll);
+    add("Ausschneiden", "Ctrl+X", [] { inTextField(&QLineEdit::cut); });
+    add("Kopieren", "Ctrl+C", copySelection);
+    add("Einsetzen", "Ctrl+V", [] { inTextField(&QLineEdit::paste); });
+    add("Alles auswählen", "Ctrl+A", selectEverything);
     column.setMenuBar(bar);
 }
 
@@ -255,14 +288,14 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     statusLabel_->setProperty("role", "status");
     statusLabel_->setWordWrap(true);
     statusLabel_->setTextFormat(Qt::PlainText);
-    statusLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    makeCopyable(*statusLabel_);
     statusLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     // The longest text takes so many lines; nothing moves when it comes.
     statusLabel_->setMinimumHeight(kStatusLines * grown(kStatusLine, font()));
-    statusLabel_->setFocusPolicy(Qt::NoFocus);
     column.addWidget(statusLabel_);
     progressBar_ = new QProgressBar;
     progressBar_->setObjectName("progressBar");
+    progressBar_->setAccessibleName("Fortschritt des Prüfvideos");
     progressBar_->setRange(0, 1000);
     progressBar_->setTextVisible(false);
     progressBar_->hide();
@@ -295,7 +328,7 @@ void MainWindow::show(const MainWindowState& state) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);
-    statusLabel_->setText(QString::fromStdString(state.status));
+    setTextIfOther(*statusLabel_, state.status);
     progressBar_->setVisible(state.progress.has_value());
     progressBar_->setValue(static_cast<int>(std::lround(state.progress.value_or(0) * progressBar_->maximum())));
     showNotices(state.notices);
@@ -319,6 +352,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         text->setProperty("role", "second");
         text->setTextFormat(Qt::PlainText);
         text->setWordWrap(true);
+        makeCopyable(*text);
         layout->addWidget(text, 1);
         if (!notice.action.empty()) {
             layout->addWidget(
@@ -330,6 +364,10 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         for (QWidget* each : row->findChildren<QWidget*>()) each->ensurePolished();
     }
     takeRoom();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    event->setAccepted(!actions_.mayClose || actions_.mayClose());
 }
 
 void MainWindow::setCameraPreview(std::shared_ptr<WebcamPreview> preview) {

@@ -39,6 +39,8 @@ struct MainWindowActions {
     /// Without, there is no such item in the menu.
     std::function<void()> checkForUpdates;
     std::function<void()> terminate;
+    /// Whether the window may close now; always without it.
+    std::function<bool()> mayClose;
 };
 
 /// The small window from which every recording starts. Shows a state; tells what the user does. As large as it always
@@ -50,6 +52,9 @@ class MainWindow final : public QWidget {
     void show(const MainWindowState& state);
     /// Null hides it.
     void setCameraPreview(std::shared_ptr<WebcamPreview> preview);
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
 
   private:
     void buildMenus(QVBoxLayout& column);

@@ -2,17 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QLabel>
+#include <QMenu>
 #include <QPushButton>
 #include <QScreen>
+#include <QTest>
 #include <string>
 
 #include "app/windows/panels.h"
+#include "app/windows/region_picker.h"
+#include "app/windows/status_item.h"
 #include "editor/look.h"
 #include "support/fitting_texts.h"
+#include "support/named_widgets.h"
 
 namespace lumivastor {
 namespace {
@@ -93,15 +100,110 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     arm.setVisible(true);
     EXPECT_EQ(arm.size(), QSize(430, 56));
     expectNothingIsCutOff(arm);
-    RecordingPanel panel(screen, nullptr, [] {});
+    RecordingPanel panel(screen, nullptr, true, [] {});
     panel.setTime("125:00");
     panel.setVisible(true);
     EXPECT_EQ(panel.size(), QSize(190, 44));
     expectNothingIsCutOff(panel);
-    RecordingPanel withCamera(screen, std::make_shared<WebcamPreview>(), [] {});
+    RecordingPanel withCamera(screen, std::make_shared<WebcamPreview>(), true, [] {});
     withCamera.setVisible(true);
     EXPECT_EQ(withCamera.size(), QSize(254, 60));
     expectNothingIsCutOff(withCamera);
+}
+
+TEST_P(MainWindowTest, ThePanelPromisesTheShortcutOnlyWhereThereIsOne) {
+    QScreen& screen = *QGuiApplication::primaryScreen();
+    const auto promise = [&](bool hasShortcut) {
+        const RecordingPanel panel(screen, nullptr, hasShortcut, [] {});
+        return panel.findChild<QPushButton*>("panelStopButton")->toolTip();
+    };
+    EXPECT_EQ(promise(true), "Aufnahme stoppen (Strg+Alt+Umschalt+S)");
+    EXPECT_EQ(promise(false), "Aufnahme stoppen");
+}
+
+TEST_P(MainWindowTest, TextsCanBeCopiedByTheMenuAndByKeys) {
+    MainWindow window({});
+    window.setVisible(true);
+    QApplication::setActiveWindow(&window);
+    MainWindowState state = fullState();
+    state.status = "Fertig: 1.0 s\nOrdner: /videos/a";
+    state.notices[NoticeKind::recording] = {"Die Aufnahme wurde vom System beendet.", ""};
+    window.show(state);
+    const auto action = [&](const QString& title) {
+        for (QAction* each : window.findChildren<QAction*>()) {
+            if (each->text() == title) return each;
+        }
+        return static_cast<QAction*>(nullptr);
+    };
+    for (const char* name : {"statusLabel", "noticeLabel"}) {
+        QGuiApplication::clipboard()->clear();
+        auto* label = window.findChild<QLabel*>(name);
+        EXPECT_NE(label->focusPolicy() & Qt::TabFocus, 0) << name;
+        label->setFocus();
+        action("Alles auswählen")->trigger();
+        // What is shown again keeps what is selected.
+        window.show(state);
+        action("Kopieren")->trigger();
+        EXPECT_EQ(QGuiApplication::clipboard()->text(), label->text()) << name;
+        QGuiApplication::clipboard()->clear();
+        QTest::keyClick(label, Qt::Key_C, Qt::ControlModifier);
+        EXPECT_EQ(QGuiApplication::clipboard()->text(), label->text()) << name;
+    }
+}
+
+TEST_P(MainWindowTest, EverythingThatCanBeSeenHasAName) {
+    MainWindow window({});
+    window.setVisible(true);
+    MainWindowState state = fullState();
+    state.progress = 0.5;
+    state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+    window.show(state);
+    window.setCameraPreview(std::make_shared<WebcamPreview>());
+    EXPECT_GT(expectEverythingIsNamed(window), 20);
+    QScreen& screen = *QGuiApplication::primaryScreen();
+    RegionArmPanel arm(
+        screen, [] {}, [] {});
+    arm.setVisible(true);
+    EXPECT_GE(expectEverythingIsNamed(arm), 4);
+    RecordingPanel panel(screen, std::make_shared<WebcamPreview>(), true, [] {});
+    panel.setVisible(true);
+    EXPECT_GE(expectEverythingIsNamed(panel), 5);
+    CountdownWindow countdown(screen);
+    countdown.setNumber(3);
+    countdown.setVisible(true);
+    EXPECT_GE(expectEverythingIsNamed(countdown), 2);
+    PickerWindow picker(screen);
+    picker.setVisible(true);
+    EXPECT_GE(expectEverythingIsNamed(picker), 2);
+}
+
+TEST_P(MainWindowTest, ItClosesWhenItMay) {
+    bool may = false;
+    MainWindowActions actions;
+    actions.mayClose = [&] { return may; };
+    MainWindow window(std::move(actions));
+    window.setVisible(true);
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(window.isVisible());
+    may = true;
+    EXPECT_TRUE(window.close());
+}
+
+TEST_P(MainWindowTest, TheStatusItemStopsByALeftClickAndByItsMenu) {
+    int stops = 0;
+    StatusItem item("⏺ 0:00", [&] { ++stops; });
+    for (const auto reason : {QSystemTrayIcon::Context, QSystemTrayIcon::MiddleClick, QSystemTrayIcon::Unknown}) {
+        Q_EMIT item.icon().activated(reason);
+    }
+    EXPECT_EQ(stops, 0);
+    Q_EMIT item.icon().activated(QSystemTrayIcon::Trigger);
+    EXPECT_EQ(stops, 1);
+    ASSERT_NE(item.icon().contextMenu(), nullptr);
+    ASSERT_EQ(item.icon().contextMenu()->actions().size(), 1);
+    QAction* const stop = item.icon().contextMenu()->actions()[0];
+    EXPECT_EQ(stop->text(), "Aufnahme stoppen");
+    stop->trigger();
+    EXPECT_EQ(stops, 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(TypeSizes, MainWindowTest, testing::Values(9.0, 10.0, 14.0));

@@ -25,7 +25,7 @@ QColor night(double alpha) {
 
 class RedDot final : public QWidget {
   public:
-    explicit RedDot(QWidget* parent) : QWidget(parent) {}
+    explicit RedDot(QWidget* parent) : QWidget(parent) { setAccessibleName("Aufnahme läuft"); }
 
   protected:
     void paintEvent(QPaintEvent*) override {
@@ -108,7 +108,7 @@ void CountdownWindow::setNumber(int number) {
     setAccessibleName("Aufnahme beginnt in " + QString::number(number));
 }
 
-RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview,
+RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview, bool hasShortcut,
                                std::function<void()> stop)
     : FloatingPanel(preview ? QSize(254, 60) : QSize(190, 44), {.background = night(0.92), .radius = 12}),
       time_(new DigitLabel(this)) {
@@ -128,7 +128,7 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPrev
     setTime("0:00");
     time_->setGeometry(dotX + 24, middle - 10, 60, 20);
     auto* button = panelButton("Stopp", "panelStopButton", this, std::move(stop));
-    button->setToolTip("Aufnahme stoppen (Strg+Alt+Umschalt+S)");
+    button->setToolTip(hasShortcut ? "Aufnahme stoppen (Strg+Alt+Umschalt+S)" : "Aufnahme stoppen");
     button->setGeometry(width() - 84, middle - 14, 72, 28);
     const QRect free = screen.availableGeometry();
     move(free.x() + free.width() - width() - static_cast<int>(kScreenMargin),

@@ -55,8 +55,10 @@ class CountdownWindow final : public FloatingPanel {
 /// dragged.
 class RecordingPanel final : public FloatingPanel {
   public:
-    /// At the lower right of the screen's free area. `preview` may be null.
-    RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview, std::function<void()> stop);
+    /// At the lower right of the screen's free area. `preview` may be null. `hasShortcut`: keys stop the recording,
+    /// too.
+    RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview, bool hasShortcut,
+                   std::function<void()> stop);
 
     void setTime(const QString& time);
 

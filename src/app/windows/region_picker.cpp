@@ -42,6 +42,7 @@ PickerView::PickerView(QSize size, QPixmap background, QWidget* parent)
     setCursor(Qt::CrossCursor);
     setFocusPolicy(Qt::StrongFocus);
     setObjectName("pickerView");
+    setAccessibleName("Ausschnitt mit der Maus aufziehen");
 }
 
 void PickerView::mousePressEvent(QMouseEvent* event) {

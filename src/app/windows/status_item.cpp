@@ -1,8 +1,10 @@
 #include "app/windows/status_item.h"
 
+#include <QAction>
 #include <QGuiApplication>
+#include <QMenu>
 #include <QPainter>
-#include <utility>
+#include <algorithm>
 
 namespace lumivastor {
 
@@ -44,12 +46,18 @@ QIcon recordingIcon(const QString& time) {
     return icon;
 }
 
-StatusItem::StatusItem(const QString& title, std::function<void()> clicked) {
+StatusItem::StatusItem(const QString& title, const std::function<void()>& stop) : menu_(std::make_unique<QMenu>()) {
     setTitle(title);
     icon_.setToolTip("Aufnahme stoppen");
-    QObject::connect(&icon_, &QSystemTrayIcon::activated, &icon_, [clicked = std::move(clicked)] { clicked(); });
+    QObject::connect(menu_->addAction("Aufnahme stoppen"), &QAction::triggered, &icon_, [stop] { stop(); });
+    icon_.setContextMenu(menu_.get());
+    QObject::connect(&icon_, &QSystemTrayIcon::activated, &icon_, [stop](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) stop();
+    });
     icon_.show();
 }
+
+StatusItem::~StatusItem() = default;
 
 void StatusItem::setTitle(const QString& title) {
     icon_.setIcon(recordingIcon(timeIn(title)));

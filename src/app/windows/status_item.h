@@ -4,6 +4,9 @@
 #include <QString>
 #include <QSystemTrayIcon>
 #include <functional>
+#include <memory>
+
+class QMenu;
 
 namespace lumivastor {
 
@@ -11,15 +14,19 @@ namespace lumivastor {
 /// the time all the same.
 QIcon recordingIcon(const QString& time);
 
-/// In the desktop's panel while something is recorded; where there is no panel, nowhere.
+/// In the desktop's panel while something is recorded; where there is no panel, nowhere. A left click stops the
+/// recording; the right button has a menu.
 class StatusItem {
   public:
-    /// `title` as "⏺ 0:00". `clicked` stops the recording.
-    StatusItem(const QString& title, std::function<void()> clicked);
+    /// `title` as "⏺ 0:00".
+    StatusItem(const QString& title, const std::function<void()>& stop);
+    ~StatusItem();
 
     void setTitle(const QString& title);
+    QSystemTrayIcon& icon() { return icon_; }
 
   private:
+    const std::unique_ptr<QMenu> menu_;
     QSystemTrayIcon icon_;
 };
 

@@ -5,13 +5,14 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
-#include <optional>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "base/recorder_error.h"
 #include "base/thread_name.h"
 #include "base/unique_descriptor.h"
+#include "platform/x11/shortcut_keys.h"
 #include "platform/x11/x_connection.h"
 
 namespace lumivastor {
@@ -29,38 +30,51 @@ std::uint16_t modifiers(const KeyCombination& keys) {
     return static_cast<std::uint16_t>(mask);
 }
 
-// The key that types the letter, whatever the keyboard's layout.
-std::optional<std::uint8_t> keyFor(const XConnection& connection, char letter) {
-    const xcb_setup_t* const setup = xcb_get_setup(connection);
-    const int first = setup->min_keycode;
-    const auto reply =
-        xReply(connection, xcb_get_keyboard_mapping_reply,
-               xcb_get_keyboard_mapping(connection, setup->min_keycode,
-                                        static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1)));
-    if (!reply || reply->keysyms_per_keycode == 0) return std::nullopt;
-    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(reply.get());
-    const int count = xcb_get_keyboard_mapping_keysyms_length(reply.get());
-    // The symbols of letters are their ASCII codes; a key's first symbol is the small letter, or on some servers the
-    // capital one.
-    const auto capital = static_cast<xcb_keysym_t>(static_cast<unsigned char>(letter));
-    for (int i = 0; i < count; i += reply->keysyms_per_keycode) {
-        if (symbols[i] == capital || symbols[i] == capital + ('a' - 'A')) {
-            return static_cast<std::uint8_t>(first + i / reply->keysyms_per_keycode);
-        }
-    }
-    return std::nullopt;
+// The group is told beside the modifiers of a press.
+int groupOf(std::uint16_t state) {
+    return state >> 13 & 3;
 }
+
+// The server's keyboard as it was when it was asked.
+class Keyboard {
+  public:
+    explicit Keyboard(const XConnection& connection) {
+        const xcb_setup_t* const setup = xcb_get_setup(connection);
+        firstKey_ = setup->min_keycode;
+        const auto reply =
+            xReply(connection, xcb_get_keyboard_mapping_reply,
+                   xcb_get_keyboard_mapping(connection, setup->min_keycode,
+                                            static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1)));
+        if (!reply) return;
+        columns_ = reply->keysyms_per_keycode;
+        const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(reply.get());
+        symbols_.assign(symbols, symbols + xcb_get_keyboard_mapping_keysyms_length(reply.get()));
+    }
+
+    KeyboardMapping mapping() const { return {symbols_, columns_, firstKey_}; }
+
+  private:
+    std::vector<std::uint32_t> symbols_;
+    int columns_ = 0;
+    int firstKey_ = 0;
+};
 
 class X11Shortcut final : public GlobalShortcut {
   public:
     X11Shortcut(const KeyCombination& keys, std::function<void()> pressed, const std::string& displayName)
-        : pressed_(std::move(pressed)), connection_(displayName), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+        : pressed_(std::move(pressed)),
+          letter_(keys.letter),
+          connection_(displayName),
+          wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
         const BrokenPipeGuard guard;
-        const auto key = keyFor(connection_, keys.letter);
-        if (!key) throw RecorderError("Die Tastatur hat keine Taste für das Tastenkürzel.");
+        const auto grabbed = keysFor(keyboard_.mapping(), letter_);
+        if (grabbed.empty()) throw RecorderError("Die Tastatur hat keine Taste für das Tastenkürzel.");
         if (!wake_.isOpen())
             throw RecorderError("Das Tastenkürzel lässt sich nicht anmelden: zu viele offene Dateien.");
-        for (const std::uint16_t locks : kLocks) grab(*key, static_cast<std::uint16_t>(modifiers(keys) | locks));
+        // Which group is in force while the keys are pressed is not known now.
+        for (const std::uint8_t key : grabbed) {
+            for (const std::uint16_t locks : kLocks) grab(key, static_cast<std::uint16_t>(modifiers(keys) | locks));
+        }
         thread_ = std::thread([this] { run(); });
     }
     ~X11Shortcut() override {
@@ -86,7 +100,9 @@ class X11Shortcut final : public GlobalShortcut {
         const BrokenPipeGuard guard;
         for (;;) {
             while (const XEvent event = connection_.nextEvent()) {
-                if (event.type() == XCB_KEY_PRESS) pressed_();
+                if (event.type() != XCB_KEY_PRESS) continue;
+                const auto& press = event.as<xcb_key_press_event_t>();
+                if (meansLetter(keyboard_.mapping(), press.detail, groupOf(press.state), letter_)) pressed_();
             }
             pollfd sources[] = {{wake_.get(), POLLIN, 0}, {xcb_get_file_descriptor(connection_), POLLIN, 0}};
             poll(sources, std::size(sources), -1);
@@ -95,7 +111,9 @@ class X11Shortcut final : public GlobalShortcut {
     }
 
     const std::function<void()> pressed_;
+    const char letter_;
     XConnection connection_;
+    Keyboard keyboard_{connection_};
     UniqueDescriptor wake_;
     std::thread thread_;
 };

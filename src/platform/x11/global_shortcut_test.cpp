@@ -1,8 +1,13 @@
 #include "platform/x11/global_shortcut.h"
 
 #include <gtest/gtest.h>
+#include <xcb/xcb.h>
 
 #include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <vector>
 
 #include "base/recorder_error.h"
 #include "platform/x11/compositing.h"
@@ -29,6 +34,27 @@ class GlobalShortcutTest : public testing::Test {
         return waitFor([&] { return pressed_ == count; });
     }
 
+    // Gives the key that types `symbol` other symbols.
+    void setKey(xcb_keysym_t symbol, const std::vector<xcb_keysym_t>& symbols) {
+        xcb_connection_t* const connection = desktop_.connection();
+        const xcb_setup_t* const setup = xcb_get_setup(connection);
+        const std::unique_ptr<xcb_get_keyboard_mapping_reply_t, decltype(&std::free)> reply(
+            xcb_get_keyboard_mapping_reply(
+                connection,
+                xcb_get_keyboard_mapping(connection, setup->min_keycode,
+                                         static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1)),
+                nullptr),
+            &std::free);
+        ASSERT_NE(reply, nullptr);
+        const xcb_keysym_t* const all = xcb_get_keyboard_mapping_keysyms(reply.get());
+        for (int i = 0; i < xcb_get_keyboard_mapping_keysyms_length(reply.get()); i += reply->keysyms_per_keycode) {
+            if (all[i] != symbol) continue;
+            const auto key = static_cast<xcb_keycode_t>(setup->min_keycode + i / reply->keysyms_per_keycode);
+            xcb_change_keyboard_mapping(connection, 1, key, static_cast<std::uint8_t>(symbols.size()), symbols.data());
+        }
+        desktop_.sync();
+    }
+
     DesktopRig desktop_;
     ScriptedKeyboard keyboard_{desktop_.displayName()};
     std::atomic<int> pressed_ = 0;
@@ -47,6 +73,16 @@ TEST_F(GlobalShortcutTest, IsHeardWhileNumbersAreLocked) {
     const auto shortcut = grab();
     keyboard_.press({kNumLock});
     pressAll();
+    EXPECT_TRUE(waitForPresses(1));
+}
+
+TEST_F(GlobalShortcutTest, IsHeardWhereTheLetterBelongsToAnotherLayout) {
+    // As with two layouts of which the first is of another script.
+    constexpr std::uint32_t kYeru = 0x6d9;
+    constexpr std::uint32_t kYeruCapital = 0x6f9;
+    setKey('s', {kYeru, kYeruCapital, 's', 'S'});
+    const auto shortcut = grab();
+    keyboard_.press({ScriptedKeyboard::kControl, ScriptedKeyboard::kAlt, ScriptedKeyboard::kShift, kYeru});
     EXPECT_TRUE(waitForPresses(1));
 }
 

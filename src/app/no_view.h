@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "app/app_view.h"
+
+namespace lumivastor {
+
+/// Takes the windows' place when they are gone with their display server: nothing is shown, and nobody is asked.
+class NoView final : public AppView {
+  public:
+    /// `terminate` is told when what had to be finished first is.
+    explicit NoView(std::function<void()> terminate) : terminate_(std::move(terminate)) {}
+
+    void show(const MainWindowState&) override {}
+    void showMainWindow() override {}
+    void hideMainWindow() override {}
+    void showCameraPreview(std::shared_ptr<WebcamPreview>) override {}
+    void hideCameraPreview() override {}
+    void showCountdown(int) override {}
+    void hideCountdown() override {}
+    bool hasScreen(const Display&) override { return false; }
+    void showRegionArmPanel(const Display&) override {}
+    void closeRegionArmPanel() override {}
+    void pickRegion(const Display&, std::function<void(std::optional<Rect>)>) override {}
+    void installStatusItem(const std::string&) override {}
+    void setStatusItemTitle(const std::string&) override {}
+    void removeStatusItem() override {}
+    void showRecordingPanel(const std::optional<Display>&, std::shared_ptr<WebcamPreview>, bool) override {}
+    void setRecordingPanelTime(const std::string&) override {}
+    void removeRecordingPanel() override {}
+    void askForFolder(const std::string&, const std::filesystem::path&,
+                      std::function<void(std::optional<std::filesystem::path>)>) override {}
+    void openEditor(const std::filesystem::path&) override {}
+    bool editorsMayClose() override { return true; }
+    bool openFolder(const std::filesystem::path&) override { return false; }
+    void revealFile(const std::filesystem::path&) override {}
+    void replyToApplicationShouldTerminate() override { terminate_(); }
+
+  private:
+    const std::function<void()> terminate_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/app_view.h"
+
+namespace lumivastor {
+
+/// The view that is told what to show; another may take its place. Main thread.
+class ViewInForce {
+  public:
+    explicit ViewInForce(AppView& view) : view_(&view) {}
+    ViewInForce(const ViewInForce&) = delete;
+    ViewInForce& operator=(const ViewInForce&) = delete;
+
+    AppView* operator->() const { return view_; }
+    void replace(AppView& other) { view_ = &other; }
+
+  private:
+    AppView* view_;
+};
+
+}  // namespace lumivastor
