@@ -10,13 +10,16 @@ namespace lumivastor {
 CameraPreview::CameraPreview(const RecordingServices& services) : services_(services) {}
 
 CameraPreview::~CameraPreview() {
+    lifetime_.reset();
     stop();
+    sessionQueue_.drain();
 }
 
 void CameraPreview::start(std::function<void(const Outcome&)> completion) {
     if (isOn()) return;
     generation_ = std::make_shared<Generation>();
     sessionQueue_.async([this, completion = std::move(completion), generation = std::weak_ptr(generation_)]() mutable {
+        if (generation.expired()) return;  // stopped before its turn came
         Outcome outcome;
         try {
             outcome.preview = open();
@@ -48,16 +51,18 @@ std::shared_ptr<WebcamPreview> CameraPreview::open() {
     return preview;
 }
 
-void CameraPreview::stop() {
-    if (!isOn()) return;
+// Opening and closing a camera may take seconds, for which the main thread does not wait.
+void CameraPreview::stop(std::function<void()> completion) {
     generation_.reset();
-    sessionQueue_.async([this] {
-        if (!session_) return;
-        session_->stopRunning();
+    sessionQueue_.async([this, completion = std::move(completion), alive = std::weak_ptr(lifetime_)]() mutable {
+        if (session_) session_->stopRunning();
         session_.reset();
+        pictureQueue_.drain();
+        if (!completion) return;
+        services_.mainLoop.async([completion = std::move(completion), alive = std::move(alive)] {
+            if (!alive.expired()) completion();
+        });
     });
-    sessionQueue_.drain();
-    pictureQueue_.drain();
 }
 
 }  // namespace lumivastor

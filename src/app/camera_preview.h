@@ -27,18 +27,20 @@ class CameraPreview {
     /// Does nothing while it is on. The completion does not come when it is stopped before.
     void start(std::function<void(const Outcome&)> completion);
 
-    /// When it returns, the camera is free for others.
-    void stop();
+    /// The camera is free for others when the completion comes, also where the preview was off already.
+    void stop(std::function<void()> completion = {});
 
     bool isOn() const { return generation_ != nullptr; }
 
   private:
     enum class Generation {};
+    enum class Lifetime {};
 
     std::shared_ptr<WebcamPreview> open();
 
     const RecordingServices services_;
-    std::shared_ptr<Generation> generation_;   // one for each start; null while off
+    std::shared_ptr<Generation> generation_;  // one for each start; null while off
+    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
     std::unique_ptr<CaptureSession> session_;  // the session queue's
     SerialQueue pictureQueue_{"lumivastor.preview"};
     SerialQueue sessionQueue_{"lumivastor.preview.session"};

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -29,20 +31,45 @@ TEST_F(CameraPreviewTest, ShowsTheCamerasLatestPicture) {
     EXPECT_EQ(outcomes_[0].preview->latest()->pixel(3, 3)[0], 77);
 }
 
-TEST_F(CameraPreviewTest, TheCameraIsFreeWhenStopReturns) {
+TEST_F(CameraPreviewTest, TheCameraIsFreeWhenTheCompletionComes) {
     devices_.setDefaultCamera(camera_);
     start();
     ASSERT_TRUE(loop_.runUntil([this] { return camera_->isRunning(); }));
-    preview_.stop();
-    EXPECT_FALSE(camera_->isRunning());
+    bool isFree = false;
+    preview_.stop([&] {
+        isFree = true;
+        EXPECT_FALSE(camera_->isRunning());
+    });
     EXPECT_FALSE(preview_.isOn());
+    ASSERT_TRUE(loop_.runUntil([&] { return isFree; }));
+    // Also where it was off already.
+    isFree = false;
+    preview_.stop([&] { isFree = true; });
+    EXPECT_FALSE(isFree) << "not within the call";
+    ASSERT_TRUE(loop_.runUntil([&] { return isFree; }));
+}
+
+TEST_F(CameraPreviewTest, StoppingDoesNotWaitForACameraThatIsBeingOpened) {
+    std::promise<void> release;
+    camera_->holdOpens(release.get_future().share());
+    devices_.setDefaultCamera(camera_);
+    start();
+    bool isFree = false;
+    preview_.stop([&] { isFree = true; });
+    loop_.runPending();
+    EXPECT_FALSE(isFree);
+    release.set_value();
+    ASSERT_TRUE(loop_.runUntil([&] { return isFree; }));
+    EXPECT_FALSE(camera_->isRunning());
+    EXPECT_TRUE(outcomes_.empty());
 }
 
 TEST_F(CameraPreviewTest, StoppedBeforeTheCameraIsOpenItTellsNothing) {
     devices_.setDefaultCamera(camera_);
     start();
-    preview_.stop();
-    loop_.runPending();
+    bool isFree = false;
+    preview_.stop([&] { isFree = true; });
+    ASSERT_TRUE(loop_.runUntil([&] { return isFree; }));
     EXPECT_TRUE(outcomes_.empty());
     EXPECT_FALSE(camera_->isRunning());
     start();

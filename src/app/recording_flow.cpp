@@ -163,6 +163,7 @@ void RecordingFlow::prepare(const Subject& subject) {
                                        folder_);
         recorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
         recorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
+        recorder_->onSlowStep = [this](const std::string& what) { window_.setStatus(what); };
     } else {
         display_.reset();
         deviceRecorder_ = std::make_unique<DeviceRecorder>(
@@ -170,6 +171,7 @@ void RecordingFlow::prepare(const Subject& subject) {
             DeviceRecorder::Options{.microphone = choices.microphone, .webcam = choices.webcam}, folder_);
         deviceRecorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
         deviceRecorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
+        deviceRecorder_->onSlowStep = [this](const std::string& what) { window_.setStatus(what); };
     }
     phase_ = Phase::countdown;
     window_.update([](MainWindowState& state) {
@@ -194,21 +196,18 @@ void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
 }
 
 void RecordingFlow::startRecorder() {
-    // The recorder opens the camera itself.
-    stopCameraPreview();
     window_.setStatus("Starte …");
     phase_ = Phase::starting;
-    if (recorder_) {
-        recorder_->start([this](std::optional<RecorderError> error) { recorderStarted(std::move(error)); });
-        return;
-    }
-    std::optional<RecorderError> error;
-    try {
-        deviceRecorder_->start();
-    } catch (const RecorderError& thrown) {
-        error = thrown;
-    }
-    recorderStarted(std::move(error));
+    view_.hideCameraPreview();
+    // The recorder opens the camera itself.
+    preview_.stop([this] {
+        const auto completion = [this](std::optional<RecorderError> error) { recorderStarted(std::move(error)); };
+        if (recorder_) {
+            recorder_->start(completion);
+        } else {
+            deviceRecorder_->start(completion);
+        }
+    });
 }
 
 void RecordingFlow::recorderStarted(std::optional<RecorderError> error) {

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
+#include <thread>
 
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "support/app_rig.h"
+#include "support/await.h"
 
 namespace lumivastor {
 namespace {
@@ -264,8 +267,11 @@ TEST_F(RecordingFlowTest, RecordsADevice) {
     app_->toggleRecording();
     untilCalled("countdown 3");
     loop_.advance(3);
-    EXPECT_EQ(view_.count("panel main screen"), 1);
+    untilCalled("panel main screen");
     ASSERT_TRUE(loop_.runUntil([&] { return phone->isRunning(); }));
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.notices.count(NoticeKind::recording) == 1; }));
+    EXPECT_EQ(view_.state.notices.at(NoticeKind::recording).text,
+              "„iPhone von Ada“ liefert keinen eigenen Ton. Aufgenommen wird nur das Bild.");
     EXPECT_TRUE(phone->emitPicture(loop_.now()));
     // The device's clock begins with its first picture, which is on its way on a queue of its own.
     ASSERT_TRUE(loop_.runUntil([this] {
@@ -299,6 +305,30 @@ TEST_F(RecordingFlowTest, ADeviceThatRefusesIsTold) {
 }
 
 // What goes wrong
+
+TEST_F(RecordingFlowTest, ACameraThatIsSlowToOpenIsShown) {
+    const auto camera = useCamera();
+    launch();
+    app_->webcamToggled(true);
+    untilCalled("showCamera");
+    std::promise<void> release;
+    camera->holdOpens(release.get_future().share());
+    app_->toggleRecording();
+    untilCalled("countdown 3");
+    loop_.advance(3);
+    EXPECT_EQ(view_.state.status, "Starte …");
+    ASSERT_TRUE(await(30, [this] {
+        loop_.advance(0.5);
+        return view_.state.status == "Öffne die Kamera …";
+    })) << view_.state.status;
+    EXPECT_EQ(view_.count("hideMainWindow"), 0);
+    release.set_value();
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.recordTitle == "Aufnahme stoppen"; }));
+    emitPicture();
+    stopRecording();
+    EXPECT_TRUE(view_.state.status.starts_with("Fertig: ")) << view_.state.status;
+    for (const auto thread : camera->stoppedOn()) EXPECT_NE(thread, std::this_thread::get_id());
+}
 
 TEST_F(RecordingFlowTest, AFailedStartBringsEverythingBack) {
     desktop_.failStart(RecorderError("Kein Bild zu bekommen."));

@@ -8,9 +8,9 @@
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/system_error_text.h"
-#include "capture/fitted_picture.h"
 #include "capture/journal_records.h"
 #include "capture/recording_documents.h"
+#include "capture/recovery.h"
 #include "capture/rescued_movie.h"
 #include "capture/sound_samples.h"
 
@@ -67,18 +67,74 @@ std::shared_ptr<WebcamPreview> DeviceRecorder::webcamPreviewLayer() const {
 // Starting
 
 void DeviceRecorder::start() {
+    prepare();
+    begin();
+}
+
+void DeviceRecorder::start(std::function<void(std::optional<RecorderError>)> completion) {
+    startWatch_.begin();
+    workQueue_.async([this, completion = std::move(completion)]() mutable {
+        std::optional<RecorderError> error;
+        try {
+            prepare();
+        } catch (const RecorderError& thrown) {
+            error = RecorderError(thrown.message());
+        }
+        reports_.onMain([this, error = std::move(error), completion = std::move(completion)] {
+            startWatch_.end();
+            if (!error) begin();
+            completion(error);
+        });
+    });
+}
+
+void DeviceRecorder::prepare() {
     std::error_code error;
     std::filesystem::create_directories(folder_, error);
     if (error) {
         throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
     }
-    openDevice();
-    if (options_.microphone) openMicrophone();
-    if (options_.webcam) startWebcam();
-    runSessions();
+    try {
+        startWatch_.step("Öffne „" + device_.name + "“ …");
+        openDevice();
+        startWatch_.step("Öffne das Mikrofon …");
+        if (options_.microphone) openMicrophone();
+        startWatch_.step("Öffne die Kamera …");
+        if (options_.webcam) startWebcam();
+        startWatch_.step("Suche einen passenden Encoder …");
+        chooseExpectedEncoder();
+    } catch (...) {
+        discard();
+        throw;
+    }
+}
+
+// The devices run from here on, and what they need is there.
+void DeviceRecorder::begin() {
+    running_ = true;
+    workQueue_.async([this] {
+        session_->startRunning();
+        if (micSession_) micSession_->startRunning();
+    });
     watchTimer_ = services_.mainLoop.every(kWatchSeconds, [this] { watch(); });
     Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
                              trueOrFalse(hasDeviceAudio_) + " Mikro=" + trueOrFalse(options_.microphone));
+    if (hasDeviceAudio_) return;
+    reports_.notice("„" + device_.name + "“ liefert keinen eigenen Ton. Aufgenommen " +
+                    (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
+}
+
+// Nothing was recorded: what was begun goes, and the folder with it unless somebody else put things there. Not on the
+// main thread, unless that started in the foreground.
+void DeviceRecorder::discard() {
+    if (writer_) writer_->cancelWriting();
+    if (journal_) journal_->remove();
+    std::error_code ignored;
+    if (webcamRecorder_) {
+        webcamRecorder_->stop();
+        std::filesystem::remove(folder_ / "webcam.mov", ignored);
+    }
+    std::filesystem::remove(folder_, ignored);
 }
 
 void DeviceRecorder::openDevice() {
@@ -134,18 +190,13 @@ void DeviceRecorder::startWebcam() {
     }
 }
 
-void DeviceRecorder::runSessions() {
-    running_ = true;
-    workQueue_.async([this] {
-        // What the first picture would otherwise wait for. Most devices announce the size that they deliver.
-        const PictureSize announced = session_->activeFormat();
-        expectedSize_ = deviceSize(announced.width, announced.height);
-        if (expectedSize_.width > 0 && expectedSize_.height > 0) {
-            expectedChoice_ = services_.chooseEncoder(jobFor(expectedSize_));
-        }
-        session_->startRunning();
-        if (micSession_) micSession_->startRunning();
-    });
+// What the first picture would otherwise wait for. Most devices announce the size that they deliver.
+void DeviceRecorder::chooseExpectedEncoder() {
+    const PictureSize announced = session_->activeFormat();
+    expectedSize_ = deviceSize(announced.width, announced.height);
+    if (expectedSize_.width > 0 && expectedSize_.height > 0) {
+        expectedChoice_ = services_.chooseEncoder(jobFor(expectedSize_));
+    }
 }
 
 void DeviceRecorder::stopSessions() {
@@ -165,16 +216,19 @@ bool DeviceRecorder::hasWriter() const {
 
 // On the device's queue, which alone makes the writer.
 bool DeviceRecorder::makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPicture) {
-    if (writerFailed_) return false;
+    if (noWriter_) return false;
     if (hasWriter()) return true;
     size_ = deviceSize(firstPicture.width(), firstPicture.height());
     try {
         makeWriter(size_);
     } catch (const RecorderError& error) {
-        writerFailed_ = true;
+        // The rest of the pictures could not be recorded either, so nobody has to wait for the stop to hear of it.
+        noWriter_ = RecorderError(error.message());
         Log::write("Device", "Writer-Anlage fehlgeschlagen: " + error.message());
+        reports_.giveUp(error);
         return false;
     }
+    fitter_.emplace(size_.width, size_.height);
     Log::write("Device", formatted("Writer angelegt: %d×%d", size_.width, size_.height));
     auto journal = std::make_unique<Journal>(folder_);
     journal->append(journalLine::start(info(), deviceGeometry(size_)));
@@ -232,7 +286,7 @@ void DeviceRecorder::onPicture(const DeviceSample& sample) {
         time = progress_.pictureTime(time);
     }
     if (!videoInput_->isReadyForMoreMediaData()) return;
-    if (!videoInput_->append(fittedPicture(sample.image, size_.width, size_.height), time)) return;
+    if (!videoInput_->append(fitter_->fit(sample.image), time)) return;
     const std::lock_guard hold(lock_);
     progress_.pictureWritten(time);
 }
@@ -255,13 +309,17 @@ void DeviceRecorder::watch() {
         reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
+    const auto space = services_.freeSpace(folder_);
+    if (space && mustStop(*space, spaceNeed())) reports_.giveUp(diskNearlyFull());
+}
+
+// Once there is a writer.
+SpaceNeed DeviceRecorder::spaceNeed() const {
     const Stats now = snapshot();
     const int soundTracks = (deviceAudioInput_ != nullptr ? 1 : 0) + (micInput_ != nullptr ? 1 : 0);
     double bits = static_cast<double>(deviceBitRate(size_.width, size_.height)) + soundTracks * 192000.0;
     if (options_.webcam) bits += static_cast<double>(kWebcamBitRate);
-    const SpaceNeed need{bits / 8, finishingBytes(now.framesWritten, now.duration * soundTracks, 0)};
-    const auto space = services_.freeSpace(folder_);
-    if (space && mustStop(*space, need)) reports_.giveUp(diskNearlyFull());
+    return {bits / 8, finishingBytes(now.framesWritten, now.duration * soundTracks, 0)};
 }
 
 DeviceRecorder::Stats DeviceRecorder::snapshot() const {
@@ -281,7 +339,7 @@ void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
         try {
             outcome = finish();
         } catch (const std::exception& error) {
-            outcome = RecorderError(error.what());
+            outcome = unfinished(RecorderError(error.what()));
         }
         // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
@@ -290,15 +348,15 @@ void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
 
 DeviceRecorder::Stats DeviceRecorder::finish() {
     RecordingProgress progress;
-    bool hasMovie = false;
     {
         const std::lock_guard hold(lock_);
         progress = progress_;
-        hasMovie = writerReady_ && progress_.sessionStarted;
     }
-    if (!hasMovie) {
-        if (writer_) writer_->cancelWriting();
-        if (journal_) journal_->remove();
+    if (progress.framesWritten == 0) {
+        // In this order: pictures that came and could not be written are another thing than none.
+        if (!noWriter_ && writer_) noWriter_ = writer_->error();
+        discard();
+        if (noWriter_) throw RecorderError(noWriter_->message());
         throw RecorderError("Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
     }
     const MediaTime end = deviceEndTime(hostTime(services_.hostClock()), progress.lastPTS);
@@ -328,8 +386,22 @@ DeviceRecorder::Stats DeviceRecorder::rescue(const RecorderError& reason) {
         return {movie.lastPicture, movie.pictures};
     } catch (const RecorderError& error) {
         Log::write("Device", "nicht zu retten: " + error.message());
+        if (!mayStillBeRescued(writer_->path())) {
+            std::error_code ignored;
+            std::filesystem::remove(writer_->path(), ignored);
+            std::filesystem::remove(folder_ / "webcam.mov", ignored);
+            journal_->remove();
+            std::filesystem::remove(folder_, ignored);
+        }
         throw RecorderError(reason);
     }
+}
+
+// Why the recording could not be finished, with what can be done about it where something can.
+RecorderError DeviceRecorder::unfinished(const RecorderError& reason) const {
+    if (!isUnfinishedRecording(folder_)) return RecorderError(reason.message());
+    const auto space = services_.freeSpace(folder_);
+    return notCompleted(reason, folder_, space && mustStop(*space, spaceNeed()));
 }
 
 CaptureInfo DeviceRecorder::info() const {

@@ -14,9 +14,11 @@
 #include "base/serial_queue.h"
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
+#include "capture/fitted_picture.h"
 #include "capture/journal.h"
 #include "capture/owner_reports.h"
 #include "capture/recording_progress.h"
+#include "capture/start_watch.h"
 #include "capture/webcam_recorder.h"
 #include "media/asset_writer.h"
 
@@ -62,16 +64,22 @@ class DeviceRecorder {
     DeviceRecorder(const DeviceRecorder&) = delete;
     DeviceRecorder& operator=(const DeviceRecorder&) = delete;
 
-    /// Told once when the recording cannot go on: the device is gone, the disk is full or nearly so. Whoever made the
-    /// recorder stops it then; what was recorded until then is kept.
+    /// Told once when the recording cannot go on: the device is gone, its movie cannot be made, the disk is full or
+    /// nearly so. Whoever made the recorder stops it then; what was recorded until then is kept.
     std::function<void(const RecorderError&)> onStreamError;
     /// Told a German sentence when something is missing from now on and the rest goes on.
     std::function<void(const std::string&)> onNotice;
+    /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
+    std::function<void(const std::string&)> onSlowStep;
 
-    /// The devices begin to run in the background. Throws `RecorderError`.
+    /// Opens the devices, which may take seconds; they begin to run in the background. Throws `RecorderError`; nothing
+    /// is left behind in the folder then.
     void start();
+    /// The same in the background. The completion gets the error, or null.
+    void start(std::function<void(std::optional<RecorderError>)> completion);
 
-    /// Finishes the movie and writes the documents, in the background. A second call does nothing.
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where nothing was
+    /// recorded, the completion gets the reason, and neither folder nor movies are left.
     void stop(std::function<void(const Outcome&)> completion);
 
     /// Figures for the display while recording. Any thread.
@@ -83,10 +91,14 @@ class DeviceRecorder {
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
 
   private:
+    // The steps of a start; the second belongs to the main thread, the other may run on any.
+    void prepare();
+    void begin();
+    void discard();
     void openDevice();
     void openMicrophone();
     void startWebcam();
-    void runSessions();
+    void chooseExpectedEncoder();
     void stopSessions();
     void watch();
 
@@ -99,6 +111,8 @@ class DeviceRecorder {
 
     Stats finish();
     Stats rescue(const RecorderError& reason);
+    RecorderError unfinished(const RecorderError& reason) const;
+    SpaceNeed spaceNeed() const;
     void writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture);
     CaptureInfo info() const;
 
@@ -107,16 +121,18 @@ class DeviceRecorder {
     const Options options_;
     const std::filesystem::path folder_;
     OwnerReports reports_{services_.mainLoop, "Device", onStreamError, onNotice};
+    StartWatch startWatch_{services_.mainLoop, onSlowStep};
 
     mutable std::mutex lock_;
     RecordingProgress progress_;                // guarded by lock_
     bool writerReady_ = false;                  // guarded by lock_; from then on the writer and its inputs stay
     std::optional<double> webcamFirstPicture_;  // guarded by lock_
-    bool writerFailed_ = false;                 // the device queue's
-    bool stopped_ = false;                      // main thread only
+    std::optional<RecorderError> noWriter_;  // why there is none; the device queue's, and after it has ended `finish`'s
+    bool stopped_ = false;                   // main thread only
 
     bool hasDeviceAudio_ = false;
     PictureSize size_;
+    std::optional<PictureFitter> fitter_;          // the device queue's
     std::optional<EncoderChoice> expectedChoice_;  // for the format that the device announced; set before it runs
     PictureSize expectedSize_;
     std::unique_ptr<Journal> journal_;

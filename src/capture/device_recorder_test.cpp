@@ -2,8 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <future>
+#include <thread>
+
+#include "capture/recovery.h"
 #include "media/asset.h"
+#include "media/asset_reader.h"
 #include "model/pointer_track.h"
+#include "support/await.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -44,6 +53,21 @@ class DeviceRecorders : public RecorderRig {
     std::string errorOf(const DeviceRecorder::Outcome& outcome) {
         const auto* error = std::get_if<RecorderError>(&outcome);
         return error == nullptr ? "no error" : error->message();
+    }
+
+    std::shared_ptr<SyntheticDevice> useCamera() {
+        auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+        devices_.setDefaultCamera(camera);
+        options_.webcam = true;
+        return camera;
+    }
+
+    // What the start in the background told, once it has.
+    std::string backgroundStartError() {
+        std::optional<std::optional<RecorderError>> told;
+        recorder_->start([&told](const std::optional<RecorderError>& error) { told = error; });
+        EXPECT_TRUE(loop_.runUntil([&told] { return told.has_value(); }));
+        return told && *told ? (*told)->message() : "no error";
     }
 
     // Until the recorder has written it.
@@ -113,6 +137,7 @@ TEST_F(DeviceRecorders, SaysWhatItDoesInTheLog) {
     stopped();
     EXPECT_EQ(log(), (std::vector<std::string>{
                          "[Device] gestartet: Telefon, warte auf erstes Bild, Geräteton=false Mikro=false",
+                         "[Device] „Telefon“ liefert keinen eigenen Ton. Aufgenommen wird nur das Bild.",
                          "[Device] Writer angelegt: 160×120", "[Device] Zeitbasis: Host-Uhr 1000.000 s",
                          "[Device] fertig: 2.0 s, 2 Bilder"}));
 }
@@ -127,22 +152,74 @@ TEST_F(DeviceRecorders, OddPicturesLoseARowAndAColumn) {
     EXPECT_EQ(CaptureInfo::load(folder_).pixelWidth, 116);
 }
 
-TEST_F(DeviceRecorders, PicturesThatChangeTheirSizeKeepTheMoviesSize) {
+TEST_F(DeviceRecorders, ADeviceThatIsTurnedIsSeenWholeInTheMoviesSize) {
     start();
-    emit(1000, 160, 120);
-    emit(1001, 120, 160);
+    emit(1000, 120, 160);
+    emit(1001, 160, 120);
     stopped();
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks().at(0).sampleCount, 2);
+    const auto movie = std::make_shared<const Asset>(folder_ / "source.mov");
+    const AssetTrack track = movie->tracks().at(0);
+    EXPECT_EQ(track.width, 120);
+    EXPECT_EQ(track.height, 160);
+    ASSERT_EQ(track.sampleCount, 2);
+    AssetReader reader(movie);
+    VideoTrackOutput& output = reader.addVideoOutput(track.id, PictureFormat::bgraPremultiplied);
+    ASSERT_TRUE(reader.startReading());
+    ASSERT_TRUE(output.copyNextSample());
+    const auto turned = output.copyNextSample();
+    ASSERT_TRUE(turned);
+    // 120 x 90 of grey with 35 rows of black above and below.
+    for (int y = 0; y < 160; ++y) {
+        if (std::abs(y - 35) < 4 || std::abs(y - 125) < 4) continue;
+        for (const int x : {2, 60, 117}) {
+            EXPECT_NEAR(turned->bgra().pixel(x, y)[1], y > 35 && y < 125 ? 128 : 0, 6) << x << " " << y;
+        }
+    }
 }
 
 TEST_F(DeviceRecorders, WithoutAnyPictureThereIsNoRecording) {
+    const auto camera = useCamera();
     device_->setHasAudio(true);
     start();
+    ASSERT_TRUE(loop_.runUntil([&camera] { return camera->isRunning(); }));
+    camera->emitPicture(998.75);
     device_->emitSound({1000, 48000, 2, std::vector<float>(960)});
     EXPECT_EQ(errorOf(stopped()), "Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
     EXPECT_FALSE(std::filesystem::exists(folder_ / "capture.json"));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "pointer.json"));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "source.mov"));
+    EXPECT_FALSE(std::filesystem::exists(folder_)) << "neither its folder nor the camera's movie";
+    EXPECT_FALSE(camera->isRunning());
+}
+
+TEST_F(DeviceRecorders, WhatSomebodyElsePutThereStays) {
+    temporary_.write("recording/notizen.txt", "x");
+    start();
+    EXPECT_NE(errorOf(stopped()), "no error");
+    EXPECT_TRUE(std::filesystem::exists(folder_ / "notizen.txt"));
+}
+
+TEST_F(DeviceRecorders, ADeviceWithoutSoundIsSaidAtTheStart) {
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !notices_.empty(); }));
+    EXPECT_EQ(notices_,
+              (std::vector<std::string>{"„Telefon“ liefert keinen eigenen Ton. Aufgenommen wird nur das Bild."}));
+    EXPECT_TRUE(logged("[Device] „Telefon“ liefert keinen eigenen Ton. Aufgenommen wird nur das Bild."));
+    stopped();
+    notices_.clear();
+    devices_.setDefaultMicrophone(microphone_);
+    options_.microphone = true;
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !notices_.empty(); }));
+    EXPECT_EQ(notices_, (std::vector<std::string>{
+                            "„Telefon“ liefert keinen eigenen Ton. Aufgenommen werden das Bild und das Mikrofon."}));
+    stopped();
+    notices_.clear();
+    device_->setHasAudio(true);
+    start();
+    emit(1000);
+    loop_.runPending();
+    EXPECT_TRUE(notices_.empty());
+    stopped();
 }
 
 TEST_F(DeviceRecorders, DeviceSoundAndMicrophoneAreTracksOfTheirOwn) {
@@ -200,9 +277,7 @@ TEST_F(DeviceRecorders, TheSessionBeginsWithTheFirstSampleOnceThereIsAWriter) {
 }
 
 TEST_F(DeviceRecorders, TheWebcamRunsBesideIt) {
-    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
-    devices_.setDefaultCamera(camera);
-    options_.webcam = true;
+    const auto camera = useCamera();
     start();
     ASSERT_TRUE(loop_.runUntil([&camera] { return camera->isRunning(); }));
     camera->emitPicture(998.75);
@@ -238,18 +313,115 @@ TEST_F(DeviceRecorders, WhatCannotBeStartedIsSaid) {
     EXPECT_EQ(startError(), "Das Gerätebild kann nicht abgegriffen werden.");
 }
 
-TEST_F(DeviceRecorders, AMovieThatCannotBeMadeMeansThatNoPictureCame) {
+TEST_F(DeviceRecorders, AFailedStartLeavesNothing) {
+    useCamera();
+    options_.microphone = true;
+    services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw RecorderError("Kein Encoder."); };
+    EXPECT_THROW(make().start(), RecorderError);
+    EXPECT_FALSE(std::filesystem::exists(folder_));
+    make();
+    EXPECT_EQ(backgroundStartError(), "Kein Encoder.");
+    EXPECT_FALSE(std::filesystem::exists(folder_));
+    device_->setHasVideo(false);
+    make();
+    EXPECT_EQ(backgroundStartError(), "Das Gerätebild kann nicht abgegriffen werden.");
+    EXPECT_FALSE(std::filesystem::exists(folder_));
+}
+
+TEST_F(DeviceRecorders, StartsInTheBackgroundWithoutTheMainThread) {
+    const auto camera = useCamera();
+    make();
+    EXPECT_EQ(backgroundStartError(), "no error");
+    ASSERT_TRUE(loop_.runUntil([&] { return device_->isRunning() && camera->isRunning(); }));
+    emit(1000);
+    EXPECT_EQ(statsOf(stopped()).framesWritten, 1);
+    for (const auto& opened : {device_->openedOn(), camera->openedOn(), camera->stoppedOn(), device_->stoppedOn()}) {
+        ASSERT_EQ(opened.size(), 1u);
+        EXPECT_NE(opened[0], std::this_thread::get_id());
+    }
+}
+
+TEST_F(DeviceRecorders, WhatIsSlowToOpenIsTold) {
+    const auto camera = useCamera();
+    std::array<std::promise<void>, 3> release;
+    device_->holdOpens(release[0].get_future().share());
+    camera->holdOpens(release[1].get_future().share());
+    services_.chooseEncoder = [choose = services_.chooseEncoder,
+                               until = release[2].get_future().share()](const EncodingJob& job) {
+        until.wait();
+        return choose(job);
+    };
+    make();
+    std::vector<std::string> told;
+    recorder_->onSlowStep = [&told](const std::string& what) { told.push_back(what); };
+    bool hasStarted = false;
+    recorder_->start([&](const std::optional<RecorderError>& error) { hasStarted = !error; });
+    const std::array<std::string, 3> expected{"Öffne „Telefon“ …", "Öffne die Kamera …",
+                                              "Suche einen passenden Encoder …"};
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        // The clock goes on until it is told; how far depends on when the step begins.
+        ASSERT_TRUE(await(30, [&] {
+            loop_.advance(StartWatch::kLook);
+            return told.size() > i;
+        }));
+        EXPECT_EQ(told[i], expected[i]);
+        EXPECT_FALSE(hasStarted);
+        release[i].set_value();
+    }
+    ASSERT_TRUE(loop_.runUntil([&] { return hasStarted; }));
+    loop_.advance(10);
+    EXPECT_EQ(told.size(), expected.size());
+    stopped();
+}
+
+TEST_F(DeviceRecorders, AMovieThatCannotBeMadeEndsTheRecordingAtOnceWithItsReason) {
+    const auto camera = useCamera();
     start();
-    std::filesystem::remove_all(folder_);
+    ASSERT_TRUE(loop_.runUntil([&camera] { return camera->isRunning(); }));
+    std::filesystem::create_directories(folder_ / "source.mov");
     device_->emitPicture(1000, picture(160, 120));
     device_->emitPicture(1001, picture(160, 120));
-    EXPECT_EQ(errorOf(stopped()), "Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
+    ASSERT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
+    EXPECT_TRUE(streamErrors_[0].starts_with("source.mov konnte nicht angelegt werden: ")) << streamErrors_[0];
+    EXPECT_EQ(errorOf(stopped()), streamErrors_[0]);
+    EXPECT_EQ(streamErrors_.size(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "webcam.mov"));
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
     const auto lines = log();
     EXPECT_EQ(std::count_if(
                   lines.begin(), lines.end(),
                   [](const std::string& line) { return line.starts_with("[Device] Writer-Anlage fehlgeschlagen: "); }),
               1)
         << "tried once";
+}
+
+TEST_F(DeviceRecorders, AnEncoderThatDoesNotOpenLeavesNeitherFolderNorMovies) {
+    useCamera();
+    services_.chooseEncoder = [](const EncodingJob&) {
+        return EncoderChoice{{VideoCodec::hevc, "no_such_encoder", ""}, "zum Test"};
+    };
+    start();
+    device_->emitPicture(1000, picture(160, 120));
+    ASSERT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
+    EXPECT_EQ(errorOf(stopped()), streamErrors_[0]);
+    EXPECT_FALSE(std::filesystem::exists(folder_));
+}
+
+TEST_F(DeviceRecorders, WhatCouldNotBeCompletedSaysHowItCan) {
+    start();
+    emit(1000);
+    loop_.advance(1);
+    // The documents find no room.
+    std::filesystem::create_directory(folder_ / "capture.json");
+    freeSpace_ = FreeSpace{0, 100'000'000};
+    const std::string error = errorOf(stopped());
+    EXPECT_NE(error.find("Sobald auf dem Datenträger wieder Platz ist"), std::string::npos) << error;
+    EXPECT_TRUE(error.ends_with("lumivastor recover '" + folder_.string() + "'")) << error;
+    // And that is so.
+    std::filesystem::remove(folder_ / "capture.json");
+    recorder_.reset();
+    EXPECT_TRUE(recoverRecording(folder_).recovered);
+    EXPECT_EQ(CaptureInfo::load(folder_).framesWritten, 1);
 }
 
 TEST_F(DeviceRecorders, TheAnnouncedFormatsEncoderIsChosenBeforehand) {

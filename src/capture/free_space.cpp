@@ -1,9 +1,21 @@
 #include "capture/free_space.h"
 
 #include <algorithm>
+#include <string>
 #include <system_error>
 
 namespace lumivastor {
+
+namespace {
+
+// As a shell reads it back, whatever it holds.
+std::string shellWord(const std::string& text) {
+    std::string word = "'";
+    for (const char each : text) word += each == '\'' ? std::string("'\\''") : std::string(1, each);
+    return word + "'";
+}
+
+}  // namespace
 
 std::optional<FreeSpace> freeSpaceOf(const std::filesystem::path& folder) {
     std::error_code error;
@@ -37,6 +49,15 @@ bool mustStop(const FreeSpace& space, const SpaceNeed& need) {
 
 RecorderError diskNearlyFull() {
     return RecorderError("Der Datenträger ist fast voll. Die Aufnahme endet, solange sie sich noch abschließen lässt.");
+}
+
+RecorderError notCompleted(const RecorderError& reason, const std::filesystem::path& folder, bool isDiskFull) {
+    const std::string when = isDiskFull ? "Sobald auf dem Datenträger wieder Platz ist, lässt sich die Aufnahme"
+                                        : "Die Aufnahme lässt sich noch";
+    return RecorderError(reason.message() + " " + when +
+                         " vervollständigen: LumiVastor bietet es beim nächsten Start an, oder mit dem Befehl "
+                         "lumivastor recover " +
+                         shellWord(folder.string()));
 }
 
 }  // namespace lumivastor

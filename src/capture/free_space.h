@@ -37,4 +37,8 @@ bool mustStop(const FreeSpace& space, const SpaceNeed& need);
 /// What the user is told then.
 RecorderError diskNearlyFull();
 
+/// What the user is told about a recording in this folder that could not be completed: why, and how that can be made up
+/// for. `isDiskFull`: once there is room.
+RecorderError notCompleted(const RecorderError& reason, const std::filesystem::path& folder, bool isDiskFull);
+
 }  // namespace lumivastor

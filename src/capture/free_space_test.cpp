@@ -42,6 +42,19 @@ TEST(FreeSpaceRule, StopsBelowTheLimitOnly) {
     EXPECT_TRUE(mustStop({0, kLargeDisk}, kUsual));
 }
 
+TEST(NotCompleted, SaysHowToCompleteTheRecording) {
+    const RecorderError reason("capture.json konnte nicht geschrieben werden: Der Datenträger ist voll.");
+    EXPECT_EQ(
+        notCompleted(reason, "/a/b c", true).message(),
+        "capture.json konnte nicht geschrieben werden: Der Datenträger ist voll. Sobald auf dem Datenträger wieder "
+        "Platz ist, lässt sich die Aufnahme vervollständigen: LumiVastor bietet es beim nächsten Start an, oder mit "
+        "dem Befehl lumivastor recover '/a/b c'");
+    EXPECT_EQ(
+        notCompleted(RecorderError("Nein."), "/it's", false).message(),
+        "Nein. Die Aufnahme lässt sich noch vervollständigen: LumiVastor bietet es beim nächsten Start an, oder mit "
+        "dem Befehl lumivastor recover '/it'\\''s'");
+}
+
 TEST(FreeSpaceOf, AsksTheVolumeOfTheFolder) {
     const TemporaryFolder folder;
     const auto space = freeSpaceOf(folder.path());

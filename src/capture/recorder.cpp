@@ -1,5 +1,6 @@
 #include "capture/recorder.h"
 
+#include <array>
 #include <cmath>
 #include <system_error>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "capture/fitted_picture.h"
 #include "capture/journal_records.h"
 #include "capture/recording_documents.h"
+#include "capture/recovery.h"
 #include "capture/rescued_movie.h"
 #include "capture/sound_samples.h"
 
@@ -64,44 +66,68 @@ std::shared_ptr<WebcamPreview> Recorder::webcamPreviewLayer() const {
 
 // Starting
 
+struct Recorder::StartStep {
+    bool onMain;
+    void (Recorder::*run)();
+    const char* what;  // see `onSlowStep`
+};
+
 void Recorder::start() {
     try {
         prepare();
-        startCompanions();
+        startTracker();
+        startWebcam();
+        startPointer();
         startCapture();
     } catch (...) {
+        discardWebcam();
         abandon();
         throw;
     }
 }
 
-void Recorder::start(std::function<void(std::optional<RecorderError>)> completion) {
-    const auto shared = std::make_shared<decltype(completion)>(std::move(completion));
-    // Runs a step; what it throws ends the start on the main thread.
-    const auto guarded = [this, shared](void (Recorder::*step)(), const std::function<void()>& next) {
+void Recorder::start(StartCompletion completion) {
+    startWatch_.begin();
+    runStep(0, std::make_shared<StartCompletion>(std::move(completion)));
+}
+
+// Runs a step of a start in the background, and then the next.
+void Recorder::runStep(std::size_t index, const std::shared_ptr<StartCompletion>& completion) {
+    static constexpr std::array kSteps{StartStep{false, &Recorder::prepare, "Bereite die Aufnahme vor …"},
+                                       StartStep{true, &Recorder::startTracker, ""},
+                                       StartStep{false, &Recorder::startWebcam, "Öffne die Kamera …"},
+                                       StartStep{true, &Recorder::startPointer, ""},
+                                       StartStep{false, &Recorder::startCapture, "Öffne Bildschirm und Ton …"}};
+    if (index == kSteps.size()) {
+        reports_.onMain([this, completion] {
+            startWatch_.end();
+            (*completion)(std::nullopt);
+        });
+        return;
+    }
+    const StartStep& step = kSteps[index];
+    const auto work = [this, index, completion, &step] {
         try {
-            (this->*step)();
+            startWatch_.step(step.what);
+            (this->*step.run)();
         } catch (const RecorderError& error) {
-            reports_.onMain([this, shared, reason = RecorderError(error.message())] {
-                abandon();
-                (*shared)(reason);
+            workQueue_.async([this, completion, reason = RecorderError(error.message())] {
+                discardWebcam();
+                reports_.onMain([this, completion, reason] {
+                    startWatch_.end();
+                    abandon();
+                    (*completion)(reason);
+                });
             });
             return;
         }
-        next();
+        runStep(index + 1, completion);
     };
-    workQueue_.async([this, shared, guarded] {
-        guarded(&Recorder::prepare, [this, shared, guarded] {
-            reports_.onMain([this, shared, guarded] {
-                guarded(&Recorder::startCompanions, [this, shared, guarded] {
-                    workQueue_.async([this, shared, guarded] {
-                        guarded(&Recorder::startCapture,
-                                [this, shared] { reports_.onMain([shared] { (*shared)(std::nullopt); }); });
-                    });
-                });
-            });
-        });
-    });
+    if (step.onMain) {
+        reports_.onMain(work);
+    } else {
+        workQueue_.async(work);
+    }
 }
 
 void Recorder::prepare() {
@@ -130,6 +156,7 @@ void Recorder::makeWriter() {
     const EncodingJob job = screenEncodingJob({width, height}, options_.fps);
     VideoSettings settings = liveVideoSettings(width, height, options_.fps, job.averageBitRate);
     if (!canAddVideo(settings)) throw RecorderError("Videospur konnte nicht angelegt werden.");
+    startWatch_.step("Suche einen passenden Encoder …");
     const EncoderChoice choice = services_.chooseEncoder(job);
     choice.applyTo(settings);
     videoInput_ = &writer_->addVideoInput(settings);
@@ -184,14 +211,17 @@ void Recorder::makeStream() {
     }
 }
 
-void Recorder::startCompanions() {
+void Recorder::startTracker() {
     if (windowTracker_) windowTracker_->start();
-    if (options_.webcam) startWebcam();
+}
+
+void Recorder::startPointer() {
     pointer_->start(plan_->space, journal_.get());
     watchTimer_ = services_.mainLoop.every(kWatchSeconds, [this] { watch(); });
 }
 
 void Recorder::startWebcam() {
+    if (!options_.webcam) return;
     auto webcam = std::make_unique<WebcamRecorder>(services_);
     webcam->onFirstPicture = [this](double seconds) { journal_->append(journalLine::webcam(seconds)); };
     webcam->onNotice = [this](const std::string& sentence) { reports_.notice(sentence); };
@@ -212,7 +242,15 @@ void Recorder::startCapture() {
                    decimalText(plan_->geometry.pointPixelScale));
 }
 
-// Takes everything back that a failed start has done. Main thread.
+// Takes the webcam back. It may take seconds to stop: not on the main thread, unless that started in the foreground.
+void Recorder::discardWebcam() {
+    if (!webcamRecorder_) return;
+    webcamRecorder_->stop();
+    std::error_code ignored;
+    std::filesystem::remove(folder_ / "webcam.mov", ignored);
+}
+
+// Takes everything else back that a failed start has done. Main thread.
 void Recorder::abandon() {
     stopped_ = true;
     reports_.setStopped();
@@ -220,11 +258,6 @@ void Recorder::abandon() {
     pointer_->stop();
     windowTracker_.reset();
     stream_.reset();
-    if (webcamRecorder_) {
-        webcamRecorder_->stop();
-        std::error_code ignored;
-        std::filesystem::remove(folder_ / "webcam.mov", ignored);
-    }
     if (writer_) writer_->cancelWriting();
     discardFolder();
 }
@@ -350,7 +383,7 @@ void Recorder::stop(std::function<void(const Outcome&)> completion) {
         try {
             outcome = finish();
         } catch (const std::exception& error) {
-            outcome = RecorderError(error.what());
+            outcome = unfinished(RecorderError(error.what()));
         }
         // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
@@ -367,11 +400,7 @@ Recorder::Stats Recorder::finish() {
     // Sound alone is no recording of a screen.
     if (progress.framesWritten == 0) {
         writer_->cancelWriting();
-        if (webcamRecorder_) {
-            webcamRecorder_->stop();
-            std::error_code ignored;
-            std::filesystem::remove(folder_ / "webcam.mov", ignored);
-        }
+        discardWebcam();
         discardFolder();
         throw RecorderError(
             "Es wurde kein einziges Bild aufgenommen. Fehlt die Berechtigung für die Bildschirmaufnahme?");
@@ -405,6 +434,13 @@ Recorder::Stats Recorder::rescue(const RecorderError& reason, Stats stats) {
     reports_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
                     " Was bis dahin aufgenommen wurde, ist gesichert.");
     return stats;
+}
+
+// Why the recording could not be finished, with what can be done about it where something can.
+RecorderError Recorder::unfinished(const RecorderError& reason) const {
+    if (!isUnfinishedRecording(folder_)) return RecorderError(reason.message());
+    const auto space = services_.freeSpace(folder_);
+    return notCompleted(reason, folder_, space && mustStop(*space, spaceNeed()));
 }
 
 void Recorder::writeDocuments(const RecordingProgress& progress, Stats& stats) {

@@ -17,6 +17,7 @@
 #include "capture/owner_reports.h"
 #include "capture/pointer_recorder.h"
 #include "capture/recording_progress.h"
+#include "capture/start_watch.h"
 #include "capture/webcam_recorder.h"
 #include "capture/window_frame_tracker.h"
 #include "media/asset_writer.h"
@@ -56,6 +57,8 @@ class Recorder {
     std::function<void(const RecorderError&)> onStreamError;
     /// Told a German sentence when something is missing from now on and the rest goes on: sound, the camera.
     std::function<void(const std::string&)> onNotice;
+    /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
+    std::function<void(const std::string&)> onSlowStep;
 
     /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
     /// Throws `RecorderError`; nothing is left behind in the folder then.
@@ -76,14 +79,20 @@ class Recorder {
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
 
   private:
-    // The steps of a start; the second belongs to the main thread, the others may run on any.
+    using StartCompletion = std::function<void(std::optional<RecorderError>)>;
+    struct StartStep;
+
+    // The steps of a start, in order. Those that wait for devices or encoders may run on any thread.
     void prepare();
-    void startCompanions();
+    void startTracker();
+    void startWebcam();
+    void startPointer();
     void startCapture();
+    void runStep(std::size_t index, const std::shared_ptr<StartCompletion>& completion);
     void abandon();
+    void discardWebcam();
     void makeWriter();
     void makeStream();
-    void startWebcam();
     void watch();
 
     void onScreen(const ScreenSample& sample);
@@ -93,6 +102,7 @@ class Recorder {
 
     Stats finish();
     Stats rescue(const RecorderError& reason, Stats stats);
+    RecorderError unfinished(const RecorderError& reason) const;
     void writeDocuments(const RecordingProgress& progress, Stats& stats);
     void discardFolder();
     SpaceNeed spaceNeed() const;
@@ -101,6 +111,7 @@ class Recorder {
     const Options options_;
     const std::filesystem::path folder_;
     OwnerReports reports_{services_.mainLoop, "Capture", onStreamError, onNotice};
+    StartWatch startWatch_{services_.mainLoop, onSlowStep};
 
     mutable std::mutex lock_;
     RecordingProgress progress_;  // guarded by lock_

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <limits>
+#include <thread>
 
 #include "media/asset.h"
 #include "model/pointer_track.h"
+#include "support/await.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -388,6 +391,74 @@ TEST_F(Recorders, AStartInTheBackgroundTellsItsFailure) {
     ASSERT_TRUE(told->has_value());
     EXPECT_EQ((*told)->message(), "Der Bildschirm ist weg.");
     EXPECT_FALSE(std::filesystem::exists(folder_));
+}
+
+TEST_F(Recorders, ACameraIsOpenedAndStoppedWithoutTheMainThread) {
+    options_.webcam = true;
+    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    devices_.setDefaultCamera(camera);
+    for (const bool startFails : {false, true}) {
+        desktop_.failStart(startFails ? std::optional(RecorderError("Nein.")) : std::nullopt);
+        std::optional<std::optional<RecorderError>> told;
+        make().start([&told](const std::optional<RecorderError>& error) { told = error; });
+        ASSERT_TRUE(loop_.runUntil([&told] { return told.has_value(); }));
+        EXPECT_EQ(told->has_value(), startFails);
+        if (!startFails) {
+            record(1, 320, 240);
+            EXPECT_EQ(statsOf(stopped()).framesWritten, 2);
+        }
+        EXPECT_EQ(exists("webcam.mov"), false) << "no picture came";
+    }
+    EXPECT_EQ(camera->openedOn().size(), 2u);
+    for (const auto& threads : {camera->openedOn(), camera->stoppedOn()}) {
+        for (const auto thread : threads) EXPECT_NE(thread, std::this_thread::get_id());
+    }
+}
+
+TEST_F(Recorders, ACameraOrAnEncoderThatIsSlowToOpenIsTold) {
+    options_.webcam = true;
+    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    devices_.setDefaultCamera(camera);
+    std::promise<void> encoder;
+    std::promise<void> opened;
+    camera->holdOpens(opened.get_future().share());
+    services_.chooseEncoder = [choose = services_.chooseEncoder,
+                               until = encoder.get_future().share()](const EncodingJob& job) {
+        until.wait();
+        return choose(job);
+    };
+    std::vector<std::string> told;
+    bool hasStarted = false;
+    make().onSlowStep = [&told](const std::string& what) { told.push_back(what); };
+    recorder_->start([&](const std::optional<RecorderError>& error) { hasStarted = !error; });
+    const auto untilTold = [&](std::size_t count) {
+        return await(30, [&] {
+            loop_.advance(StartWatch::kLook);
+            return told.size() == count;
+        });
+    };
+    ASSERT_TRUE(untilTold(1));
+    EXPECT_EQ(told[0], "Suche einen passenden Encoder …");
+    encoder.set_value();
+    ASSERT_TRUE(untilTold(2));
+    EXPECT_EQ(told[1], "Öffne die Kamera …");
+    EXPECT_FALSE(hasStarted);
+    opened.set_value();
+    ASSERT_TRUE(loop_.runUntil([&] { return hasStarted; }));
+    record(1, 320, 240);
+    statsOf(stopped());
+    EXPECT_EQ(told.size(), 2u);
+}
+
+TEST_F(Recorders, WhatCouldNotBeCompletedSaysHowItCan) {
+    start();
+    record(1, 320, 240);
+    // The documents find no room.
+    std::filesystem::create_directory(folder_ / "capture.json");
+    freeSpace_ = FreeSpace{0, 100'000'000};
+    const std::string error = errorOf(stopped());
+    EXPECT_NE(error.find("Sobald auf dem Datenträger wieder Platz ist"), std::string::npos) << error;
+    EXPECT_TRUE(error.ends_with("lumivastor recover '" + folder_.string() + "'")) << error;
 }
 
 TEST_F(Recorders, AClosedWindowEndsTheRecordingAndItIsKept) {

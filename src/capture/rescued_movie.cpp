@@ -1,11 +1,16 @@
 #include "capture/rescued_movie.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <memory>
+#include <system_error>
 
 #include "base/recorder_error.h"
+#include "base/unique_descriptor.h"
 #include "media/asset.h"
 #include "media/asset_reader.h"
+#include "media/fragments.h"
 #include "media/movie_repair.h"
 
 namespace lumivastor {
@@ -34,6 +39,16 @@ RescuedMovie rescueMovie(const std::filesystem::path& path) {
     const auto videos = asset->tracks(TrackKind::video);
     if (videos.empty() || repair.videoFrames == 0) throw RecorderError("Der Film enthält kein Bild.");
     return {lastPictureOf(asset, videos.front()), repair.videoFrames};
+}
+
+bool mayStillBeRescued(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error || size == 0) return false;
+    const UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    if (!file.isOpen()) return true;
+    const auto movie = scanFragments(file.get(), size);
+    return !movie || movie->fragments > 0;
 }
 
 }  // namespace lumivastor

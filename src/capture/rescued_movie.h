@@ -16,4 +16,8 @@ struct RescuedMovie {
 /// Throws `RecorderError` when nothing can be made of it or it holds no picture. Any thread.
 RescuedMovie rescueMovie(const std::filesystem::path& path);
 
+/// Whether a later attempt could do better than one that has just failed, as once there is room on the disk: false when
+/// there is no such file, or nothing of the recording has reached it.
+bool mayStillBeRescued(const std::filesystem::path& path);
+
 }  // namespace lumivastor

@@ -1,12 +1,12 @@
 #include "capture/webcam_recorder.h"
 
+#include <cmath>
 #include <system_error>
 #include <utility>
 
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "capture/capture_plan.h"
-#include "capture/fitted_picture.h"
 #include "capture/recording_progress.h"
 #include "capture/rescued_movie.h"
 
@@ -68,6 +68,7 @@ void WebcamRecorder::start(const std::filesystem::path& folder) {
     }
     writer_ = std::move(writer);
     input_ = &input;
+    fitter_.emplace(size_.width, size_.height);
     previewLayer_ = std::make_shared<WebcamPreview>();
     session_ = std::move(session);
     running_ = true;
@@ -76,8 +77,8 @@ void WebcamRecorder::start(const std::filesystem::path& folder) {
 }
 
 void WebcamRecorder::captureOutput(const DeviceSample& sample) {
-    if (input_ == nullptr || !sample.image) return;
-    const auto picture = fittedPicture(sample.image, size_.width, size_.height);
+    if (input_ == nullptr || !sample.image || !std::isfinite(sample.hostSeconds)) return;
+    const auto picture = fitter_->fit(sample.image);
     const MediaTime time = hostTime(sample.hostSeconds);
     bool isFirst = false;
     {
@@ -87,6 +88,8 @@ void WebcamRecorder::captureOutput(const DeviceSample& sample) {
             writer_->startSession(time);
             isFirst = true;
         }
+        // The movie has no place for it, and so it is not counted.
+        if (time < *firstPTS_) return;
     }
     if (isFirst) {
         Log::write("Webcam", formatted("erstes Bild bei Host-Uhr %.3f s", time.seconds()));
@@ -120,25 +123,38 @@ std::optional<double> WebcamRecorder::stop() {
         Log::write("Webcam", "beendet ohne ein einziges Bild");
         return std::nullopt;
     }
-    const bool isWhole = finish(frames);
+    frames = finish(frames);
+    {
+        const std::lock_guard hold(lock_);
+        frames_ = frames;
+    }
     Log::write("Webcam", formatted("fertig: %lld Bilder, Status %d", static_cast<long long>(frames),
                                    static_cast<int>(writer_->status())));
-    return isWhole ? std::optional(firstPTS->seconds()) : std::nullopt;
+    return frames > 0 ? std::optional(firstPTS->seconds()) : std::nullopt;
 }
 
-// Whether there is a movie in the end. What a writer that failed has written until then is kept.
-bool WebcamRecorder::finish(std::int64_t frames) {
+std::int64_t WebcamRecorder::framesWritten() const {
+    const std::lock_guard hold(lock_);
+    return frames_;
+}
+
+// The pictures of the movie, 0 when there is none in the end. What a writer that failed has written until then is kept.
+std::int64_t WebcamRecorder::finish(std::int64_t frames) {
     if (frames == 0) {
         writer_->cancelWriting();
-        return false;
+        return 0;
     }
-    if (writer_->finishWriting()) return true;
+    const bool isWhole = writer_->finishWriting();
     try {
-        rescueMovie(writer_->path());
-        return true;
+        const RescuedMovie movie = rescueMovie(writer_->path());
+        if (isWhole && movie.pictures != frames) {
+            Log::write("Webcam", formatted("gezählt waren %lld Bilder, im Film sind %lld",
+                                           static_cast<long long>(frames), static_cast<long long>(movie.pictures)));
+        }
+        return movie.pictures;
     } catch (const RecorderError& error) {
         Log::write("Webcam", "nicht zu retten: " + error.message());
-        return false;
+        return 0;
     }
 }
 

@@ -10,6 +10,7 @@
 
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
+#include "capture/fitted_picture.h"
 #include "capture/webcam_preview.h"
 #include "media/asset_writer.h"
 
@@ -20,7 +21,8 @@ namespace lumivastor {
 PictureSize chooseCaptureSize(CaptureSession& session);
 
 /// Records the default camera into "webcam.mov" beside another recording, and tells in the end where on the host clock
-/// that movie's time zero lies. One thread, unless a function says otherwise; start and stop once.
+/// that movie's time zero lies. One thread at a time, unless a function says otherwise; start and stop once. Opening
+/// and stopping a camera may take seconds, so that thread is not the main one.
 class WebcamRecorder {
   public:
     /// No camera is touched.
@@ -41,22 +43,26 @@ class WebcamRecorder {
     /// Finishes the file. Host clock seconds of the first picture; nothing when there was none or the file is no movie.
     std::optional<double> stop();
 
+    /// The pictures that the writer took so far; after `stop` those that the movie holds. Any thread.
+    std::int64_t framesWritten() const;
+
     /// Null before `start`.
     std::shared_ptr<WebcamPreview> previewLayer() const { return previewLayer_; }
 
   private:
     void captureOutput(const DeviceSample& sample);
     void stopSession();
-    bool finish(std::int64_t frames);
+    std::int64_t finish(std::int64_t frames);
 
     const RecordingServices services_;
     SerialQueue queue_{"lumivastor.webcam"};
     /// Starting a camera takes a moment, which nobody waits for.
     SerialQueue sessionQueue_{"lumivastor.camera"};
     PictureSize size_;
-    VideoWriterInput* input_ = nullptr;  // set before the session runs
+    std::optional<PictureFitter> fitter_;  // set before the session runs; then the queue's
+    VideoWriterInput* input_ = nullptr;    // set before the session runs
 
-    std::mutex lock_;
+    mutable std::mutex lock_;
     std::optional<MediaTime> firstPTS_;  // guarded by lock_
     std::int64_t frames_ = 0;            // guarded by lock_
 

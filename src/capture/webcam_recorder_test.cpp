@@ -1,9 +1,15 @@
 #include "capture/webcam_recorder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cmath>
+#include <csignal>
 
 #include "base/recorder_error.h"
+#include "capture/rescued_movie.h"
 #include "media/asset.h"
+#include "support/await.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -150,6 +156,66 @@ TEST_F(WebcamRecorders, ACameraThatIsUnpluggedKeepsWhatItGave) {
     EXPECT_EQ(recorder_->stop(), 7);
     EXPECT_EQ(told, "Die Kamera liefert kein Bild mehr: abgezogen");
     EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, kPictures);
+}
+
+TEST_F(WebcamRecorders, CountsThePicturesThatAreInItsMovie) {
+    start();
+    for (int i = 0; i < kPictures; ++i) emit(7 + i / 30.0);
+    EXPECT_EQ(recorder_->framesWritten(), kPictures);
+    // Such pictures find no place in the movie.
+    camera_->emitPicture(6.5, picture(640, 480));
+    camera_->emitPicture(std::nan(""), picture(640, 480));
+    EXPECT_EQ(recorder_->stop(), 7);
+    EXPECT_EQ(recorder_->framesWritten(), kPictures);
+    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, kPictures);
+    EXPECT_TRUE(logged("[Webcam] fertig: 5 Bilder, Status 2"));
+}
+
+TEST_F(WebcamRecorders, CountsWhatAWriterThatFailedHasLeft) {
+    start();
+    for (int i = 0; i < kPictures; ++i) emit(7 + i * 1.0);
+    // The fragments of the first seconds are on the disk by now; the rest and the index find no room.
+    ASSERT_TRUE(await(30, [this] { return mayStillBeRescued(folder_ / "webcam.mov"); }));
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit unlimited {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    struct rlimit small = unlimited;
+    small.rlim_cur = std::filesystem::file_size(folder_ / "webcam.mov");
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const auto first = recorder_->stop();
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    std::signal(SIGXFSZ, previous);
+    if (!first) {
+        EXPECT_EQ(recorder_->framesWritten(), 0);
+        return;
+    }
+    const std::int64_t inMovie = Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount;
+    EXPECT_LT(inMovie, kPictures);
+    EXPECT_EQ(recorder_->framesWritten(), inMovie);
+}
+
+TEST_F(WebcamRecorders, OfATurnedCameraTheWholePictureIsSeen) {
+    camera_->setActiveFormat({640, 480});
+    start();
+    emit(7);
+    camera_->emitPicture(7.1, picture(480, 640, 200));
+    ASSERT_TRUE(loop_.runUntil([this] { return recorder_->previewLayer()->latest()->pixel(320, 240)[0] == 200; }));
+    const auto shown = recorder_->previewLayer()->latest();
+    EXPECT_EQ(shown->width(), 640);
+    EXPECT_EQ(shown->pixel(10, 240)[0], 0);
+    EXPECT_EQ(shown->pixel(630, 240)[0], 0);
+    EXPECT_EQ(shown->pixel(320, 479)[0], 200);
+    recorder_->stop();
+}
+
+TEST_F(WebcamRecorders, ALinkInItsPlaceLeavesWhatItLeadsToAlone) {
+    temporary_.write("fremd", "bleibt");
+    std::filesystem::create_symlink(temporary_ / "fremd", folder_ / "webcam.mov");
+    start();
+    emit(5);
+    EXPECT_EQ(recorder_->stop(), 5);
+    EXPECT_EQ(temporary_.read("fremd"), "bleibt");
+    EXPECT_FALSE(std::filesystem::is_symlink(folder_ / "webcam.mov"));
 }
 
 TEST_F(WebcamRecorders, OneThatIsNotStoppedEndsItsCamera) {

@@ -42,24 +42,40 @@ template <class AnyRecorder>
 typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session, const RecordRequest& request,
                                         RecordingRemarks& remarks) {
     std::optional<typename AnyRecorder::Outcome> outcome;
+    std::optional<RecorderError> startError;
+    bool isRunning = false;
+    bool stopRequested = false;
     const auto stop = [&] {
+        stopRequested = true;
+        if (!isRunning) return;
         recorder.stop([&](const typename AnyRecorder::Outcome& given) {
             outcome = given;
             session.loop.stop();
         });
     };
     recorder.onNotice = [&](const std::string& sentence) { session.status.say(sentence); };
+    recorder.onSlowStep = recorder.onNotice;
     recorder.onStreamError = [&](const RecorderError& error) {
         session.status.say("Die Aufnahme wurde beendet: " + error.message());
         remarks.endedEarly = error.message();
         stop();
     };
-    recorder.start();
-    const auto showTimer = session.loop.every(0.5, [&] { session.status.show(runningLine(recorder.snapshot())); });
+    std::unique_ptr<MainLoop::Timer> showTimer;
     std::unique_ptr<MainLoop::Timer> endTimer;
-    if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
+    recorder.start([&](std::optional<RecorderError> error) {
+        if (error) {
+            startError = std::move(error);
+            session.loop.stop();
+            return;
+        }
+        isRunning = true;
+        showTimer = session.loop.every(0.5, [&] { session.status.show(runningLine(recorder.snapshot())); });
+        if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
+        if (stopRequested) stop();
+    });
     const std::stop_callback onSignal(session.interruption.token(), [&] { session.loop.async(stop); });
     session.loop.run();
+    if (startError) throw RecorderError(*startError);
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);
     return std::get<typename AnyRecorder::Stats>(*outcome);
 }

@@ -88,8 +88,7 @@ EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesyst
 
 /// The decision for an export with these settings; a trial encodes with them as they are, but for the encoder. May take
 /// two seconds for each encoder tried.
-EncoderChoice chooseExportEncoder(
-    const VideoSettings& settings,
-    const std::vector<EncoderCandidate>& hardware = listedHardwareEncoders(VideoCodec::h264));
+EncoderChoice chooseExportEncoder(const VideoSettings& settings, const std::vector<EncoderCandidate>& hardware =
+                                                                     listedHardwareEncoders(VideoCodec::h264));
 
 }  // namespace lumivastor

@@ -33,8 +33,8 @@ constexpr int kCompared = 3;
 // How far decoded luma may be from what went in, on average, of 255. On these pictures encoders that are starved of
 // bits were seen to come to 16, and a picture of the same page scrolled by one step to 60.
 constexpr double kLargestMeanError = 30;
-// The same for each of the colour differences. Encoders that are starved of bits were seen to come to 2, planes that begin
-// 16 rows off to 9 and 15, planes in each other's place to 26 and 29.
+// The same for each of the colour differences. Encoders that are starved of bits were seen to come to 2, planes that
+// begin 16 rows off to 9 and 15, planes in each other's place to 26 and 29.
 constexpr double kLargestColourError = 6;
 
 // A screen in motion: lines of something like text in windows of different greys and colours, which scroll.
@@ -98,11 +98,14 @@ class MovingScreen {
         std::vector<std::uint8_t> reds(blues.size());
         for (int y = 0; y < kPage / 2; ++y) {
             if (y % kField == 0) {
-                std::generate(blues.begin(), blues.end(), [&] { return static_cast<std::uint8_t>(random() % 2 == 0 ? 96 : 150); });
-                std::generate(reds.begin(), reds.end(), [&] { return static_cast<std::uint8_t>(random() % 2 == 0 ? 106 : 170); });
+                std::generate(blues.begin(), blues.end(),
+                              [&] { return static_cast<std::uint8_t>(random() % 2 == 0 ? 96 : 150); });
+                std::generate(reds.begin(), reds.end(),
+                              [&] { return static_cast<std::uint8_t>(random() % 2 == 0 ? 106 : 170); });
             }
             for (int x = 0; x < colourWidth(); ++x) {
-                const auto at = static_cast<std::size_t>(y) * static_cast<std::size_t>(colourWidth()) + static_cast<std::size_t>(x);
+                const auto at =
+                    static_cast<std::size_t>(y) * static_cast<std::size_t>(colourWidth()) + static_cast<std::size_t>(x);
                 const auto field = static_cast<std::size_t>(x / kField);
                 blue_[at] = blues[field];
                 red_[at] = reds[field];
@@ -134,7 +137,8 @@ double meanError(const AVFrame& frame, int plane, const std::uint8_t* original, 
 }
 
 bool shows(const AVFrame& frame, const YuvDestination& picture) {
-    if (frame.format != AV_PIX_FMT_YUV420P || frame.width < picture.width || frame.height < picture.height) return false;
+    if (frame.format != AV_PIX_FMT_YUV420P || frame.width < picture.width || frame.height < picture.height)
+        return false;
     const int width = (picture.width + 1) / 2;
     const int height = (picture.height + 1) / 2;
     return meanError(frame, 0, picture.luma, picture.lumaStride, picture.width, picture.height) <= kLargestMeanError &&

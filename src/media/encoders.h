@@ -105,9 +105,9 @@ class PictureEncoder {
 /// The encoder that the settings ask for: that of their `make`, else a `VideoEncoder`.
 std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings);
 
-/// Encodes pictures with FFmpeg's encoders. H.264 in 4:2:0 has even sizes only, in its cropping too: for an odd width or height the stream has
-/// one column or row more, a repetition of the last, and the movie's header names the true size, which players that
-/// honour it (FFmpeg's among them) cut to.
+/// Encodes pictures with FFmpeg's encoders. H.264 in 4:2:0 has even sizes only, in its cropping too: for an odd width
+/// or height the stream has one column or row more, a repetition of the last, and the movie's header names the true
+/// size, which players that honour it (FFmpeg's among them) cut to.
 class VideoEncoder final : public PictureEncoder {
   public:
     explicit VideoEncoder(const VideoSettings& settings);

@@ -9,7 +9,8 @@
 namespace lumivastor {
 
 // The little of H.264's syntax that writing skip pictures and looking at a stream's profile take: units between start
-// codes, parameter sets, and the beginnings of slice headers. Works on what our own encoder writes; anything else is turned away, never misread.
+// codes, parameter sets, and the beginnings of slice headers. Works on what our own encoder writes; anything else is
+// turned away, never misread.
 
 /// Reads bits from the first byte's highest on. Beyond the end it gives zeros and says so.
 class BitReader {

@@ -70,8 +70,6 @@ void setUpX265(AVCodecContext& codec, const VideoSettings& settings) {
     set(codec, "x265-params", parameters);
 }
 
-
-
 // Hardware encoders share no names: each takes what it knows.
 void setUpHardware(AVCodecContext& codec, const VideoSettings& settings) {
     if (settings.highProfile && settings.codec == VideoCodec::h264) askForHighProfile(codec);

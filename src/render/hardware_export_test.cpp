@@ -60,12 +60,11 @@ class HardwareExport : public ExportFixture {
         RenderOptions options;
         options.chooseEncoder = [this, fault, goodPictures](const VideoSettings& settings) {
             asked_ = settings;
-            return EncoderChoice{{VideoCodec::h264, kName, ""},
-                                 "zum Test",
-                                 [this, fault, goodPictures](const VideoSettings& given) {
-                                     ++opened_;
-                                     return std::make_unique<StandInHardware>(given, fault, goodPictures);
-                                 }};
+            return EncoderChoice{
+                {VideoCodec::h264, kName, ""}, "zum Test", [this, fault, goodPictures](const VideoSettings& given) {
+                    ++opened_;
+                    return std::make_unique<StandInHardware>(given, fault, goodPictures);
+                }};
         };
         options.progress = [this](double progress) { progress_.push_back(progress); };
         return options;
@@ -101,9 +100,10 @@ TEST_F(HardwareExport, HardwareThatFailsMidwayIsFollowedBySoftware) {
     EXPECT_EQ(render(withHardware(StandInHardware::Fault::fails)).frames, 90);
     EXPECT_EQ(opened_, 1) << "not tried again";
     expectWholeExport(90);
-    EXPECT_EQ(count(logText(),
-                    "h264_standin fiel aus, der Export beginnt in Software von vorn - Grund: Die Karte antwortet nicht."),
-              1)
+    EXPECT_EQ(
+        count(logText(),
+              "h264_standin fiel aus, der Export beginnt in Software von vorn - Grund: Die Karte antwortet nicht."),
+        1)
         << logText();
 }
 

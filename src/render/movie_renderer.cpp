@@ -377,7 +377,9 @@ RenderResult renderMovieSync(const Composition& composition, const FrameMaker& m
                        *hardware + " fiel aus, der Export beginnt in Software von vorn - Grund: " + error.message());
         }
     }
-    attempt.chooseEncoder = [&hardware](const VideoSettings&) { return softwareExportEncoder(*hardware + " fiel aus"); };
+    attempt.chooseEncoder = [&hardware](const VideoSettings&) {
+        return softwareExportEncoder(*hardware + " fiel aus");
+    };
     return Export(composition, makeFrame, attempt).run();
 }
 

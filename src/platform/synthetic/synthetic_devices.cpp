@@ -25,6 +25,9 @@ class SyntheticDevice::State {
     std::mutex lock;
     Settings settings;  // guarded by lock, as is all that follows
     std::optional<std::string> openFailure;
+    std::shared_future<void> heldUntil;
+    std::vector<std::thread::id> openedOn;
+    std::vector<std::thread::id> stoppedOn;
     PictureSize size{640, 480};
     Session* running = nullptr;
 };
@@ -80,7 +83,9 @@ class SyntheticDevice::Session final : public CaptureSession {
   private:
     void leave() {
         const std::scoped_lock hold(state_->lock);
-        if (state_->running == this) state_->running = nullptr;
+        if (state_->running != this) return;
+        state_->running = nullptr;
+        state_->stoppedOn.push_back(std::this_thread::get_id());
     }
 
     std::shared_ptr<State> state_;
@@ -178,7 +183,29 @@ bool SyntheticDevice::interrupt(const std::string& reason) {
     return true;
 }
 
+void SyntheticDevice::holdOpens(std::shared_future<void> until) {
+    const std::scoped_lock hold(state_->lock);
+    state_->heldUntil = std::move(until);
+}
+
+std::vector<std::thread::id> SyntheticDevice::openedOn() const {
+    const std::scoped_lock hold(state_->lock);
+    return state_->openedOn;
+}
+
+std::vector<std::thread::id> SyntheticDevice::stoppedOn() const {
+    const std::scoped_lock hold(state_->lock);
+    return state_->stoppedOn;
+}
+
 std::unique_ptr<CaptureSession> SyntheticDevice::open() {
+    std::shared_future<void> until;
+    {
+        const std::scoped_lock hold(state_->lock);
+        state_->openedOn.push_back(std::this_thread::get_id());
+        until = state_->heldUntil;
+    }
+    if (until.valid()) until.wait();
     const std::scoped_lock hold(state_->lock);
     if (state_->openFailure) throw RecorderError(*state_->openFailure);
     state_->size = state_->settings.activeFormat;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/capture_device.h"
@@ -29,6 +31,12 @@ class SyntheticDevice {
     void failOpens(std::optional<std::string> message);
     /// Running begins with an interruption that says this; nothing: it works again.
     void failStarts(std::optional<std::string> message);
+    /// Opening waits until then, as with a device that is slow; an invalid future: it does not.
+    void holdOpens(std::shared_future<void> until);
+
+    /// The threads that opened it, in order, and those that made a session of it stop running.
+    std::vector<std::thread::id> openedOn() const;
+    std::vector<std::thread::id> stoppedOn() const;
 
     /// Whether a session of this device is running.
     bool isRunning() const;

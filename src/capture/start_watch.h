@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "base/main_loop.h"
+
+namespace lumivastor {
+
+/// Tells what a start is waiting for once that takes longer than a moment: a device or an encoder that is slow to open.
+/// Main thread, unless a function says otherwise.
+class StartWatch {
+  public:
+    /// A step that takes this long is told, or up to as long again; seconds.
+    static constexpr double kLook = 0.5;
+
+    /// `tell` gets what is being done, in German ("Öffne die Kamera …"). It is the owner's to set and to change.
+    StartWatch(MainLoop& mainLoop, const std::function<void(const std::string&)>& tell)
+        : mainLoop_(mainLoop), tell_(tell) {}
+
+    void begin();
+    void end() { timer_.reset(); }
+
+    /// What is being done from now on; empty: nothing that could take long. Any thread.
+    void step(std::string what);
+
+  private:
+    void look();
+
+    MainLoop& mainLoop_;
+    const std::function<void(const std::string&)>& tell_;
+    std::unique_ptr<MainLoop::Timer> timer_;
+    int seen_ = 0;  // the step at the last look
+    int told_ = 0;
+    std::mutex lock_;
+    int number_ = 0;    // guarded by lock_; of the step
+    std::string what_;  // guarded by lock_
+};
+
+}  // namespace lumivastor
