@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/handled_error.h"
 #include "base/precondition.h"
 #include "imaging/planar_kernels.h"
 #include "media/ffmpeg_support.h"
@@ -290,8 +291,8 @@ bool AssetWriter::startWriting() {
         sink->begin();
     } catch (const EncoderFailure& error) {
         return fail(error, WriterShared::Part::encoder);
-    } catch (const RecorderError& error) {
-        return fail(error, WriterShared::Part::other);
+    } catch (...) {
+        return fail(handledError("Der Film konnte nicht angelegt werden"), WriterShared::Part::other);
     }
     const std::scoped_lock guard(shared_->lock);
     shared_->sink = std::move(sink);
@@ -329,8 +330,8 @@ bool AssetWriter::finishWriting() {
     }
     try {
         shared_->sink->finish();
-    } catch (const RecorderError& error) {
-        shared_->fail(error);
+    } catch (...) {
+        shared_->fail(handledError("Der Film konnte nicht geschrieben werden"));
         shared_->sink->close();
         return false;
     }
