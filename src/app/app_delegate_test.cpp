@@ -3,10 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <stop_token>
 
 #include "app/no_view.h"
 #include "capture/journal_records.h"
@@ -16,30 +12,7 @@
 namespace lumivastor {
 namespace {
 
-class AppDelegateTest : public AppRig {
-  protected:
-    // Check videos that go on until they are asked to stop, or the test ends them.
-    void useSlowCheckVideos() {
-        beforeLaunch_ = [this](AppServices& services) {
-            services.renderCheckVideo = [this](const std::filesystem::path&, const CursorRenderer::Options&,
-                                               std::function<void(const CursorRenderer::Outcome&)> then) {
-                checkVideoEnds_ = std::move(then);
-                return std::jthread([this](const std::stop_token& stop) {
-                    std::mutex lock;
-                    std::condition_variable_any wake;
-                    std::unique_lock hold(lock);
-                    wake.wait(hold, stop, [] { return false; });
-                    checkVideoWasStopped_ = true;
-                });
-            };
-        };
-        temporary_.write("source.mov", "");
-        view_.folderToChoose = temporary_.path();
-    }
-
-    std::function<void(const CursorRenderer::Outcome&)> checkVideoEnds_;
-    std::atomic<bool> checkVideoWasStopped_ = false;
-};
+using AppDelegateTest = AppRig;
 
 constexpr const char* kAsked = "Ein Video wird gerendert – noch einmal schließen bricht ab.";
 

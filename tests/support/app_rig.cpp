@@ -1,6 +1,9 @@
 #include "support/app_rig.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <stop_token>
 #include <utility>
 
 namespace lumivastor {
@@ -101,7 +104,7 @@ ShareableContent AppRig::appContent() {
     return content;
 }
 
-void AppRig::launch(const CommandSwitches& switches) {
+AppServices AppRig::appServices() {
     AppServices services{
         services_, root_, preferences_, sleep_, [this](std::function<void()> pressed) {
             return shortcutIsTaken_ ? nullptr : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
@@ -117,7 +120,29 @@ void AppRig::launch(const CommandSwitches& switches) {
     time.tm_isdst = -1;
     services.wallClock = [seconds = std::mktime(&time)] { return seconds; };
     if (beforeLaunch_) beforeLaunch_(services);
-    app_ = std::make_unique<AppDelegate>(std::move(services), view_);
+    return services;
+}
+
+void AppRig::useSlowCheckVideos() {
+    beforeLaunch_ = [this](AppServices& services) {
+        services.renderCheckVideo = [this](const std::filesystem::path&, const CursorRenderer::Options&,
+                                           std::function<void(const CursorRenderer::Outcome&)> then) {
+            checkVideoEnds_ = std::move(then);
+            return std::jthread([this](const std::stop_token& stop) {
+                std::mutex lock;
+                std::condition_variable_any wake;
+                std::unique_lock hold(lock);
+                wake.wait(hold, stop, [] { return false; });
+                checkVideoWasStopped_ = true;
+            });
+        };
+    };
+    temporary_.write("source.mov", "");
+    view_.folderToChoose = temporary_.path();
+}
+
+void AppRig::launch(const CommandSwitches& switches) {
+    app_ = std::make_unique<AppDelegate>(appServices(), view_);
     app_->applicationDidFinishLaunching(switches);
     ASSERT_TRUE(loop_.runUntil([this] { return view_.state.status != "Suche Quellen …"; }));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -98,6 +99,11 @@ class AppRig : public RecorderRig {
 
     /// Makes the controller and launches it, until its sources are listed.
     void launch(const CommandSwitches& switches = {});
+    /// What the controller works with, here.
+    AppServices appServices();
+    /// From the next launch on, check videos go on until they are asked to stop, or `checkVideoEnds_` is called; the
+    /// folder for them is chosen.
+    void useSlowCheckVideos();
     /// Waits for work of other threads until the phase is reached.
     void untilStatus(const std::string& start);
     void untilCalled(const std::string& call);
@@ -115,6 +121,8 @@ class AppRig : public RecorderRig {
     bool shortcutIsTaken_ = false;
     std::function<void()> pressShortcut_;  // while one is grabbed
     std::function<void(AppServices&)> beforeLaunch_;
+    std::function<void(const CursorRenderer::Outcome&)> checkVideoEnds_;
+    std::atomic<bool> checkVideoWasStopped_ = false;
     std::unique_ptr<AppDelegate> app_;
 };
 

@@ -303,6 +303,28 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
 }
 
 void MainWindow::show(const MainWindowState& state) {
+    QWidget* const focused = focusWidget();
+    showChoices(state);
+    showButtons(state);
+    setTextIfOther(*statusLabel_, state.status);
+    progressBar_->setVisible(state.progress.has_value());
+    progressBar_->setValue(static_cast<int>(std::lround(state.progress.value_or(0) * progressBar_->maximum())));
+    showNotices(state.notices);
+    keepFocus(focused);
+}
+
+// A control that is off loses the keyboard to whatever comes next; it gets it back when it is on again.
+void MainWindow::keepFocus(QWidget* focused) {
+    if (focused != nullptr && !focused->isEnabled()) {
+        lostFocus_ = focused;
+        if (focusWidget() != nullptr) focusWidget()->clearFocus();
+    }
+    if (!lostFocus_ || !lostFocus_->isEnabled()) return;
+    if (focusWidget() == nullptr) lostFocus_->setFocus();
+    lostFocus_.clear();
+}
+
+void MainWindow::showChoices(const MainWindowState& state) {
     const MainWindowChoices& choices = state.choices;
     sourceTypeControl_->setIndex(static_cast<int>(choices.sourceType));
     if (shownItems_ != state.sourceItems) {
@@ -317,7 +339,9 @@ void MainWindow::show(const MainWindowState& state) {
     systemAudioBox_->setChecked(choices.systemAudio);
     microphoneBox_->setChecked(choices.microphone);
     webcamBox_->setChecked(choices.webcam);
+}
 
+void MainWindow::showButtons(const MainWindowState& state) {
     recordButton_->setText(QString::fromStdString(state.recordTitle));
     // Setting the text takes the key away.
     recordButton_->setShortcut(Qt::Key_Return);
@@ -328,10 +352,6 @@ void MainWindow::show(const MainWindowState& state) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);
-    setTextIfOther(*statusLabel_, state.status);
-    progressBar_->setVisible(state.progress.has_value());
-    progressBar_->setValue(static_cast<int>(std::lround(state.progress.value_or(0) * progressBar_->maximum())));
-    showNotices(state.notices);
 }
 
 void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {

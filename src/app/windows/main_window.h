@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -63,6 +64,9 @@ class MainWindow final : public QWidget {
     void buildButtons(QVBoxLayout& column);
     void buildStatus(QVBoxLayout& column);
     void takeRoom();
+    void showChoices(const MainWindowState& state);
+    void showButtons(const MainWindowState& state);
+    void keepFocus(QWidget* focused);
     void showNotices(const std::map<NoticeKind, Notice>& notices);
 
     const MainWindowActions actions_;
@@ -82,6 +86,7 @@ class MainWindow final : public QWidget {
     QVBoxLayout* noticeRows_ = nullptr;
     QLabel* statusLabel_ = nullptr;
     QProgressBar* progressBar_ = nullptr;
+    QPointer<QWidget> lostFocus_;  // what was switched off while it had the keyboard
     std::vector<std::string> shownItems_;
     std::map<NoticeKind, Notice> shownNotices_;
 };

@@ -151,6 +151,30 @@ TEST_P(MainWindowTest, TextsCanBeCopiedByTheMenuAndByKeys) {
     }
 }
 
+TEST_P(MainWindowTest, AButtonThatIsOffForAWhileKeepsTheKeyboard) {
+    MainWindow window({});
+    window.setVisible(true);
+    MainWindowState state = fullState();
+    window.show(state);
+    auto* const record = window.findChild<QPushButton*>("recordButton");
+    ASSERT_EQ(window.focusWidget(), record);
+    state.recordEnabled = state.controlsEnabled = false;
+    window.show(state);
+    EXPECT_EQ(window.focusWidget(), nullptr) << "no text gets a caret instead";
+    window.show(state);
+    state.recordEnabled = state.controlsEnabled = true;
+    window.show(state);
+    EXPECT_EQ(window.focusWidget(), record);
+    // Not from what the user has gone to meanwhile.
+    state.recordEnabled = false;
+    window.show(state);
+    auto* const box = window.findChild<QCheckBox*>("autoZoomBox");
+    box->setFocus();
+    state.recordEnabled = true;
+    window.show(state);
+    EXPECT_EQ(window.focusWidget(), box);
+}
+
 TEST_P(MainWindowTest, EverythingThatCanBeSeenHasAName) {
     MainWindow window({});
     window.setVisible(true);
