@@ -27,6 +27,7 @@ class SyntheticDevice::State {
     std::optional<std::string> openFailure;
     PictureSize size{640, 480};
     Session* running = nullptr;
+    Session* interrupted = nullptr;
 };
 
 class SyntheticDevice::Session final : public CaptureSession {
@@ -62,6 +63,8 @@ class SyntheticDevice::Session final : public CaptureSession {
 
     void onInterruption(std::function<void(const std::string&)> handler) override { interrupted = std::move(handler); }
 
+    void onReturn(std::function<void()> handler) override { returned = std::move(handler); }
+
     void startRunning() override {
         if (settings_.startFailure) {
             if (interrupted) interrupted(*settings_.startFailure);
@@ -76,11 +79,13 @@ class SyntheticDevice::Session final : public CaptureSession {
 
     DeviceOutputs outputs;
     std::function<void(const std::string&)> interrupted;
+    std::function<void()> returned;
 
   private:
     void leave() {
         const std::scoped_lock hold(state_->lock);
         if (state_->running == this) state_->running = nullptr;
+        if (state_->interrupted == this) state_->interrupted = nullptr;
     }
 
     std::shared_ptr<State> state_;
@@ -172,9 +177,21 @@ bool SyntheticDevice::interrupt(const std::string& reason) {
         const std::scoped_lock hold(state_->lock);
         if (state_->running == nullptr) return false;
         handler = state_->running->interrupted;
-        state_->running = nullptr;
+        state_->interrupted = std::exchange(state_->running, nullptr);
     }
     if (handler) handler(reason);
+    return true;
+}
+
+bool SyntheticDevice::comeBack() {
+    std::function<void()> handler;
+    {
+        const std::scoped_lock hold(state_->lock);
+        if (state_->interrupted == nullptr) return false;
+        handler = state_->interrupted->returned;
+        state_->running = std::exchange(state_->interrupted, nullptr);
+    }
+    if (handler) handler();
     return true;
 }
 
