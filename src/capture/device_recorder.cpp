@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/log/log.h"
+#include "base/current_error.h"
 #include "base/formatted.h"
 #include "base/system_error_text.h"
 #include "capture/fitted_picture.h"
@@ -84,11 +85,12 @@ void DeviceRecorder::start() {
 void DeviceRecorder::openDevice() {
     auto session = services_.devices.open(device_);
     if (!session) throw RecorderError("Das Gerät kann nicht aufgenommen werden.");
-    if (!session->addVideoOutput(queue_, false, [this](const DeviceSample& sample) { onPicture(sample); })) {
+    if (!session->addVideoOutput(queue_, false,
+                                 [this](const DeviceSample& sample) { guarded([&] { onPicture(sample); }); })) {
         throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
     }
     hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const SoundBuffer& sound) {
-        onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound);
+        guarded([&] { onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound); });
     });
     session->onInterruption([this](const std::string& reason) {
         Log::write("Device", "unterbrochen: " + reason);
@@ -104,12 +106,13 @@ void DeviceRecorder::openMicrophone() {
         if (!microphone) return;
         auto session = services_.devices.open(*microphone);
         if (!session || !session->addAudioOutput(micQueue_, [this](const SoundBuffer& sound) {
-                onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound);
+                guarded([&] { onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound); });
             })) {
             return;
         }
         session->onInterruption(
             [this](const std::string& reason) { reports_.notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
+        session->onReturn([this] { reports_.notice("Das Mikrofon liefert wieder Ton."); });
         micSession_ = std::move(session);
     } catch (const RecorderError& error) {
         Log::write("Device", "ohne Mikrofon: " + error.message());
@@ -134,9 +137,19 @@ void DeviceRecorder::startWebcam() {
     }
 }
 
+void DeviceRecorder::guarded(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (...) {
+        const RecorderError error = currentError();
+        Log::write("Device", "Aufnahme gestört: " + error.message());
+        reports_.giveUp(error);
+    }
+}
+
 void DeviceRecorder::runSessions() {
     running_ = true;
-    workQueue_.async([this] {
+    const auto run = [this] {
         // What the first picture would otherwise wait for. Most devices announce the size that they deliver.
         const PictureSize announced = session_->activeFormat();
         expectedSize_ = deviceSize(announced.width, announced.height);
@@ -145,7 +158,8 @@ void DeviceRecorder::runSessions() {
         }
         session_->startRunning();
         if (micSession_) micSession_->startRunning();
-    });
+    };
+    workQueue_.async([this, run] { guarded(run); });
 }
 
 void DeviceRecorder::stopSessions() {
@@ -174,6 +188,9 @@ bool DeviceRecorder::makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPict
         writerFailed_ = true;
         Log::write("Device", "Writer-Anlage fehlgeschlagen: " + error.message());
         return false;
+    } catch (...) {
+        writerFailed_ = true;
+        throw;
     }
     Log::write("Device", formatted("Writer angelegt: %d×%d", size_.width, size_.height));
     auto journal = std::make_unique<Journal>(folder_);
@@ -230,6 +247,7 @@ void DeviceRecorder::onPicture(const DeviceSample& sample) {
     {
         const std::lock_guard hold(lock_);
         time = progress_.pictureTime(time);
+        if (progress_.isBeforeSession(time)) return;
     }
     if (!videoInput_->isReadyForMoreMediaData()) return;
     if (!videoInput_->append(fittedPicture(sample.image, size_.width, size_.height), time)) return;
@@ -276,12 +294,12 @@ void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
     reports_.setStopped();
     watchTimer_.reset();
     workQueue_.async([this, completion = std::move(completion)] {
-        stopSessions();
         Outcome outcome;
         try {
+            stopSessions();
             outcome = finish();
-        } catch (const std::exception& error) {
-            outcome = RecorderError(error.what());
+        } catch (...) {
+            outcome = currentError();
         }
         // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });

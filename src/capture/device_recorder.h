@@ -87,6 +87,8 @@ class DeviceRecorder {
     void openMicrophone();
     void startWebcam();
     void runSessions();
+    /// Runs a step of a queue's work; what it throws ends the recording with an error for the owner.
+    void guarded(const std::function<void()>& step);
     void stopSessions();
     void watch();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -46,6 +47,8 @@ class WebcamRecorder {
 
   private:
     void captureOutput(const DeviceSample& sample);
+    /// Runs a step of a queue's work; what it throws ends the camera, and is told.
+    void guarded(const std::function<void()>& step);
     void stopSession();
     bool finish(std::int64_t frames);
 
@@ -55,6 +58,7 @@ class WebcamRecorder {
     SerialQueue sessionQueue_{"lumivastor.camera"};
     PictureSize size_;
     VideoWriterInput* input_ = nullptr;  // set before the session runs
+    std::atomic<bool> hasFailed_ = false;
 
     std::mutex lock_;
     std::optional<MediaTime> firstPTS_;  // guarded by lock_

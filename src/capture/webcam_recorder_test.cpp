@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "base/recorder_error.h"
 #include "media/asset.h"
 #include "support/recorder_rig.h"
@@ -150,6 +152,17 @@ TEST_F(WebcamRecorders, ACameraThatIsUnpluggedKeepsWhatItGave) {
     EXPECT_EQ(recorder_->stop(), 7);
     EXPECT_EQ(told, "Die Kamera liefert kein Bild mehr: abgezogen");
     EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, kPictures);
+}
+
+TEST_F(WebcamRecorders, WhatAPictureThrowsIsSaidOnce) {
+    std::vector<std::string> notices;
+    recorder_->onFirstPicture = [](double) { throw std::bad_alloc(); };
+    recorder_->onNotice = [&notices](const std::string& sentence) { notices.push_back(sentence); };
+    start();
+    for (int i = 0; i < 2; ++i) camera_->emitPicture(2000 + i);
+    recorder_->stop();
+    EXPECT_EQ(notices,
+              std::vector<std::string>{"Die Kamera wird nicht mehr aufgenommen: Der Arbeitsspeicher reicht nicht."});
 }
 
 TEST_F(WebcamRecorders, OneThatIsNotStoppedEndsItsCamera) {
