@@ -23,6 +23,7 @@ std::string rewritten(const JournalContent& content) {
     for (const auto& each : content.pointer.cursorImages) text += journalLine::shape(each);
     for (const auto& each : content.pointer.cursorChanges) text += journalLine::cursorChange(each);
     for (const auto& each : content.windowTrack) text += journalLine::window(each);
+    for (const auto& each : content.displayTrack) text += journalLine::display(each);
     return text + journalLine::counts(content.counts);
 }
 
@@ -50,7 +51,8 @@ void tryToRead(std::string_view text) {
         if (image.file.find("..") != std::string::npos || image.file.starts_with('/')) std::abort();
     }
     const double t0 = content.session ? content.session->t0Host : 0;
-    const PointerTrack track = pointerTrack(content.pointer, t0, content.geometry, content.windowTrack);
+    const PointerTrack track =
+        pointerTrack(content.pointer, t0, content.geometry, content.windowTrack, content.displayTrack);
     if (track.events.size() > content.pointer.events.size()) std::abort();
 }
 

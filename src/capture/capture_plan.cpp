@@ -37,8 +37,11 @@ const Display& displayOf(const Window& window, const ShareableContent& content) 
     return content.displays.front();
 }
 
-void planDisplay(const Display& display, const std::optional<Rect>& region, const CaptureOptions& options,
+// The display as it is now: it may have moved since it was chosen.
+void planDisplay(const Display& chosen, const std::optional<Rect>& region, const CaptureOptions& options,
                  const ShareableContent& content, CapturePlan& plan) {
+    const Display* now = content.display(chosen.id);
+    const Display& display = now == nullptr ? chosen : *now;
     plan.filter = DisplayFilter{display, options.excludedApplications};
     plan.space = display.pointSpace();
     plan.displayID = display.id;

@@ -82,6 +82,17 @@ TEST_F(CapturePlans, AWindowThatWasMovedSinceItWasChosenIsTakenAsItIsNow) {
     EXPECT_EQ(CapturePlans::plan(WindowSource{chosen}).initialWindowFrame, chosen.frame);
 }
 
+TEST_F(CapturePlans, ADisplayThatMovedSinceItWasChosenIsTakenAsItIsNow) {
+    Display chosen = otherDisplay();
+    chosen.frame.x = 320;
+    for (const CapturePlan& plan :
+         {CapturePlans::plan(DisplaySource{chosen}), CapturePlans::plan(RegionSource{chosen, {10, 20, 100, 50}})}) {
+        EXPECT_EQ(plan.space, otherDisplay().pointSpace());
+        EXPECT_EQ(plan.geometry.displayBounds, otherDisplay().frame);
+        EXPECT_EQ(std::get<DisplayFilter>(plan.filter).display, otherDisplay());
+    }
+}
+
 TEST_F(CapturePlans, WithoutAnyDisplayThereIsNoWindowToRecord) {
     EXPECT_THROW(planCapture(options(WindowSource{window()}), {}), RecorderError);
 }

@@ -7,6 +7,7 @@
 
 #include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "base/system_error_text.h"
 #include "capture/journal_records.h"
 #include "capture/recording_documents.h"
@@ -113,8 +114,10 @@ void DeviceRecorder::prepare() {
 void DeviceRecorder::begin() {
     running_ = true;
     workQueue_.async([this] {
-        session_->startRunning();
-        if (micSession_) micSession_->startRunning();
+        guarded([this] {
+            session_->startRunning();
+            if (micSession_) micSession_->startRunning();
+        });
     });
     watchTimer_ = services_.mainLoop.every(kWatchSeconds, [this] { watch(); });
     Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
@@ -140,11 +143,12 @@ void DeviceRecorder::discard() {
 void DeviceRecorder::openDevice() {
     auto session = services_.devices.open(device_);
     if (!session) throw RecorderError("Das Gerät kann nicht aufgenommen werden.");
-    if (!session->addVideoOutput(queue_, false, [this](const DeviceSample& sample) { onPicture(sample); })) {
+    if (!session->addVideoOutput(queue_, false,
+                                 [this](const DeviceSample& sample) { guarded([&] { onPicture(sample); }); })) {
         throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
     }
     hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const SoundBuffer& sound) {
-        onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound);
+        guarded([&] { onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound); });
     });
     session->onInterruption([this](const std::string& reason) {
         Log::write("Device", "unterbrochen: " + reason);
@@ -160,12 +164,13 @@ void DeviceRecorder::openMicrophone() {
         if (!microphone) return;
         auto session = services_.devices.open(*microphone);
         if (!session || !session->addAudioOutput(micQueue_, [this](const SoundBuffer& sound) {
-                onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound);
+                guarded([&] { onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound); });
             })) {
             return;
         }
         session->onInterruption(
             [this](const std::string& reason) { reports_.notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
+        session->onReturn([this] { reports_.notice("Das Mikrofon liefert wieder Ton."); });
         micSession_ = std::move(session);
     } catch (const RecorderError& error) {
         Log::write("Device", "ohne Mikrofon: " + error.message());
@@ -199,6 +204,16 @@ void DeviceRecorder::chooseExpectedEncoder() {
     }
 }
 
+void DeviceRecorder::guarded(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (...) {
+        const RecorderError error = handledError("Unerwarteter Fehler");
+        Log::write("Device", "Aufnahme gestört: " + error.message());
+        reports_.giveUp(error);
+    }
+}
+
 void DeviceRecorder::stopSessions() {
     if (!std::exchange(running_, false)) return;
     session_->stopRunning();
@@ -221,11 +236,11 @@ bool DeviceRecorder::makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPict
     size_ = deviceSize(firstPicture.width(), firstPicture.height());
     try {
         makeWriter(size_);
-    } catch (const RecorderError& error) {
+    } catch (...) {
         // The rest of the pictures could not be recorded either, so nobody has to wait for the stop to hear of it.
-        noWriter_ = RecorderError(error.message());
-        Log::write("Device", "Writer-Anlage fehlgeschlagen: " + error.message());
-        reports_.giveUp(error);
+        noWriter_ = handledError("Unerwarteter Fehler");
+        Log::write("Device", "Writer-Anlage fehlgeschlagen: " + noWriter_->message());
+        reports_.giveUp(*noWriter_);
         return false;
     }
     fitter_.emplace(size_.width, size_.height);
@@ -284,6 +299,7 @@ void DeviceRecorder::onPicture(const DeviceSample& sample) {
     {
         const std::lock_guard hold(lock_);
         time = progress_.pictureTime(time);
+        if (progress_.isBeforeSession(time)) return;
     }
     if (!videoInput_->isReadyForMoreMediaData()) return;
     if (!videoInput_->append(fitter_->fit(sample.image), time)) return;
@@ -334,12 +350,12 @@ void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
     reports_.setStopped();
     watchTimer_.reset();
     workQueue_.async([this, completion = std::move(completion)] {
-        stopSessions();
         Outcome outcome;
         try {
+            stopSessions();
             outcome = finish();
-        } catch (const std::exception& error) {
-            outcome = unfinished(RecorderError(error.what()));
+        } catch (...) {
+            outcome = unfinished(handledError("Unerwarteter Fehler"));
         }
         // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });

@@ -99,6 +99,8 @@ class DeviceRecorder {
     void openMicrophone();
     void startWebcam();
     void chooseExpectedEncoder();
+    /// Runs a step of a queue's work; what it throws ends the recording with an error for the owner.
+    void guarded(const std::function<void()>& step);
     void stopSessions();
     void watch();
 

@@ -254,6 +254,44 @@ TEST_F(DeviceRecorders, WithoutAMicrophoneTheRestIsRecorded) {
     EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount, 2);
 }
 
+TEST_F(DeviceRecorders, WhatABackgroundStartThrowsIsAnErrorForTheOwner) {
+    services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw std::bad_alloc(); };
+    make().start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
+    EXPECT_EQ(streamErrors_, std::vector<std::string>{"Der Arbeitsspeicher reicht nicht."});
+    EXPECT_NE(errorOf(stopped()), "no error");
+}
+
+TEST_F(DeviceRecorders, WhatAPictureThrowsIsAnErrorForTheOwner) {
+    const auto choose = services_.chooseEncoder;
+    services_.chooseEncoder = [choose](const EncodingJob& job) {
+        if (job.width == 200) throw std::runtime_error("no room");
+        return choose(job);
+    };
+    start();
+    device_->emitPicture(1000, picture(200, 120));
+    device_->emitPicture(1001, picture(200, 120));
+    ASSERT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
+    EXPECT_EQ(streamErrors_, std::vector<std::string>{"Unerwarteter Fehler: no room"});
+    EXPECT_NE(errorOf(stopped()), "no error");
+}
+
+TEST_F(DeviceRecorders, AMicrophoneThatFailsAndComesBackIsSaidEachTime) {
+    devices_.setDefaultMicrophone(microphone_);
+    options_.microphone = true;
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return microphone_->isRunning(); }));
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(microphone_->interrupt("abgezogen"));
+        ASSERT_TRUE(microphone_->comeBack());
+    }
+    loop_.runPending();
+    const std::string gone = "Das Mikrofon liefert keinen Ton mehr: abgezogen";
+    const std::string back = "Das Mikrofon liefert wieder Ton.";
+    EXPECT_EQ(notices_, (std::vector<std::string>{gone, back, gone, back}));
+    EXPECT_TRUE(streamErrors_.empty());
+}
+
 TEST_F(DeviceRecorders, AMicrophoneThatCannotBeOpenedIsNoFailure) {
     microphone_->failOpens("belegt");
     devices_.setDefaultMicrophone(microphone_);

@@ -255,6 +255,10 @@ bool readRecord(std::string_view kind, Words& words, JournalContent& content) {
     } else if (kind == "window") {
         const double t = words.number();
         content.windowTrack.push_back({t, words.rect()});
+    } else if (kind == "display") {
+        const double t = words.number();
+        const double x = words.number();
+        content.displayTrack.push_back({t, {x, words.number()}});
     } else if (kind == "counts") {
         content.counts.framesSkippedIdle = words.integer<std::int64_t>(0, INT64_MAX);
         content.counts.framesDropped = words.integer<std::int64_t>(0, INT64_MAX);
@@ -341,6 +345,10 @@ std::string window(const WindowSample& sample) {
     return Line("window").numbers({sample.t, rect.x, rect.y, rect.width, rect.height}).finished();
 }
 
+std::string display(const DisplaySample& sample) {
+    return Line("display").numbers({sample.t, sample.point.x, sample.point.y}).finished();
+}
+
 std::string counts(const JournalCounts& counts) {
     return Line("counts")
         .integer(counts.framesSkippedIdle)
@@ -385,8 +393,9 @@ JournalContent parseJournal(std::string_view text) {
     }
     if (expected != Expected::records) refuse("Der Anfang fehlt");
     dropUnknownShapes(content.pointer);
-    std::stable_sort(content.windowTrack.begin(), content.windowTrack.end(),
-                     [](const WindowSample& a, const WindowSample& b) { return a.t < b.t; });
+    const auto isEarlier = [](const auto& a, const auto& b) { return a.t < b.t; };
+    std::stable_sort(content.windowTrack.begin(), content.windowTrack.end(), isEarlier);
+    std::stable_sort(content.displayTrack.begin(), content.displayTrack.end(), isEarlier);
     return content;
 }
 

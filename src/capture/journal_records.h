@@ -40,6 +40,7 @@ std::string event(const RawEvent& event);
 std::string shape(const CursorImage& image);
 std::string cursorChange(const RawCursorChange& change);
 std::string window(const WindowSample& sample);
+std::string display(const DisplaySample& sample);
 std::string counts(const JournalCounts& counts);
 }  // namespace journalLine
 
@@ -57,6 +58,7 @@ struct JournalContent {
     std::optional<double> webcamFirstPicture;
     RawPointerTrack pointer;
     WindowTrack windowTrack;
+    DisplayTrack displayTrack;
     JournalCounts counts;
     /// Lines that were torn or damaged and left out.
     std::int64_t damagedLines = 0;

@@ -43,6 +43,7 @@ JournalContent written() {
     content.pointer.cursorImages = {{"c0", "cursors/c0.png", 24, 24.5, 1, 2, 2, true}, hiddenCursor()};
     content.pointer.cursorChanges = {{1, "c0"}, {2.5, "hidden"}};
     content.windowTrack = {{1, {1, 2, 3, 4}}, {2, {5, 6, 7, 8}}};
+    content.displayTrack = {{1.5, {-800, 0.5}}, {2, {5, 6}}};
     content.counts = {3, 4, 5};
     return content;
 }
@@ -55,6 +56,7 @@ std::vector<std::string> linesOf(const JournalContent& content) {
     for (const auto& each : content.pointer.cursorImages) lines.push_back(journalLine::shape(each));
     for (const auto& each : content.pointer.cursorChanges) lines.push_back(journalLine::cursorChange(each));
     for (const auto& each : content.windowTrack) lines.push_back(journalLine::window(each));
+    for (const auto& each : content.displayTrack) lines.push_back(journalLine::display(each));
     lines.push_back(journalLine::counts({0, 0, 1}));
     lines.push_back(journalLine::counts(content.counts));
     return lines;

@@ -13,6 +13,14 @@ void sortByTime(std::vector<Item>& items) {
     std::stable_sort(items.begin(), items.end(), [](const Item& a, const Item& b) { return a.t < b.t; });
 }
 
+// The last sample at or before a time; the end when the time precedes all.
+template <class Sample>
+auto sampleAt(const std::vector<Sample>& track, double t) {
+    const auto after = std::upper_bound(track.begin(), track.end(), t,
+                                        [](double time, const Sample& sample) { return time < sample.t; });
+    return after == track.begin() ? track.end() : std::prev(after);
+}
+
 }  // namespace
 
 RawEvent rawEvent(const PointerEvent& event) {
@@ -60,19 +68,28 @@ double clickCutoff(const std::vector<RawEvent>& events) {
 
 const Rect* windowFrameAt(const WindowTrack& track, double t) {
     if (track.empty()) return nullptr;
-    const auto after = std::upper_bound(track.begin(), track.end(), t,
-                                        [](double time, const WindowSample& sample) { return time < sample.t; });
-    return after == track.begin() ? &after->rect : &std::prev(after)->rect;
+    const auto sample = sampleAt(track, t);
+    return sample == track.end() ? &track.front().rect : &sample->rect;
+}
+
+Point displayOriginAt(const DisplayTrack& track, double t, Point atStart) {
+    const auto sample = sampleAt(track, t);
+    return sample == track.end() ? atStart : sample->point;
 }
 
 PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const Geometry& geometry,
-                          const std::optional<WindowTrack>& windowTrack) {
+                          const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
+    const Point atStart{geometry.displayBounds.x, geometry.displayBounds.y};
+    Geometry now = geometry;
     PointerTrack track;
     const double cutoff = clickCutoff(raw.events);
     for (const RawEvent& event : raw.events) {
         if (event.kind != PointerKind::move && event.t > cutoff) continue;
         const Rect* frame = windowTrack ? windowFrameAt(*windowTrack, event.t) : nullptr;
-        const Point pixel = frame == nullptr ? geometry.sourcePixel(event.point)
+        const Point origin = displayOriginAt(displayTrack, event.t, atStart);
+        now.displayBounds.x = origin.x;
+        now.displayBounds.y = origin.y;
+        const Point pixel = frame == nullptr ? now.sourcePixel(event.point)
                                              : Point{(event.point.x - frame->minX()) * geometry.pointPixelScale,
                                                      (event.point.y - frame->minY()) * geometry.pointPixelScale};
         const Point fraction = geometry.normalized(pixel);

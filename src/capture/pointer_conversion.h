@@ -21,10 +21,13 @@ double clickCutoff(const std::vector<RawEvent>& events);
 /// Null when there is no sample.
 const Rect* windowFrameAt(const WindowTrack& track, double t);
 
+/// Where the display began at a time: as the last sample at or before it says, or at `atStart` before all samples.
+Point displayOriginAt(const DisplayTrack& track, double t, Point atStart);
+
 /// Builds the document. `t0` is the host clock at the movie's time zero. With window samples, positions are relative to
-/// the window wherever it was; otherwise to what `geometry` says was captured. `windowTrack` is absent when no window
-/// was recorded.
+/// the window wherever it was; otherwise to what `geometry` says was captured, on a display that was where
+/// `displayTrack` says. `windowTrack` is absent when no window was recorded.
 PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const Geometry& geometry,
-                          const std::optional<WindowTrack>& windowTrack);
+                          const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
 
 }  // namespace lumivastor

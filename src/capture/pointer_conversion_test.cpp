@@ -105,6 +105,33 @@ TEST(PointerTrackConversion, PositionsFollowTheWindow) {
               (std::vector<WindowFrameSample>{{0, 1100, 200, 640, 360}, {10, 1200, 300, 640, 360}}));
 }
 
+TEST(PointerTrackConversion, PositionsFollowADisplayThatMoves) {
+    // The pointer stays at the same place of the display, which moves by 400 points to the right and back by 100.
+    const DisplayTrack display = {{10, {1400, 100}}, {20, {1300, 90}}};
+    RawPointerTrack raw;
+    raw.events = {move(9.9, {1030, 130}), move(10, {1430, 130}), move(19.9, {1430, 130}), move(20, {1330, 120}),
+                  move(25, {1330, 120})};
+    const PointerTrack track = pointerTrack(raw, 0, regionGeometry(), std::nullopt, display);
+    ASSERT_EQ(track.events.size(), 5u);
+    for (const PointerSample& each : track.events) {
+        EXPECT_EQ(each.px, 40) << each.t;
+        EXPECT_EQ(each.py, 20) << each.t;
+        EXPECT_EQ(each.nx, 40.0 / 1280);
+    }
+    // Windows move by themselves: their frames are in the same points as the events.
+    const WindowTrack window = {{0, {1000, 100, 640, 360}}};
+    EXPECT_EQ(pointerTrack(raw, 0, regionGeometry(), window, display).events[1].px, 860);
+}
+
+TEST(DisplayOriginAt, IsTheLastSampleAtOrBeforeTheTime) {
+    EXPECT_EQ(displayOriginAt({}, 5, {1, 2}), (Point{1, 2}));
+    const DisplayTrack track = {{10, {3, 4}}, {20, {5, 6}}};
+    EXPECT_EQ(displayOriginAt(track, 9.999, {1, 2}), (Point{1, 2}));
+    EXPECT_EQ(displayOriginAt(track, 10, {1, 2}), (Point{3, 4}));
+    EXPECT_EQ(displayOriginAt(track, 19.999, {1, 2}), (Point{3, 4}));
+    EXPECT_EQ(displayOriginAt(track, 1e9, {1, 2}), (Point{5, 6}));
+}
+
 TEST(PointerTrackConversion, AnEmptyWindowTrackIsWrittenButPositionsComeFromTheGeometry) {
     RawPointerTrack raw;
     raw.events = {move(5, {1330, 300})};

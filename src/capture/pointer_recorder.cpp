@@ -70,7 +70,14 @@ void PointerRecorder::record(const RawEvent& event) {
 
 void PointerRecorder::sampleCursor() {
     const double now = services_.hostClock();
-    const auto cursor = services_.desktop.currentCursor(lastSerial_);
+    std::optional<SystemCursor> cursor;
+    try {
+        cursor = services_.desktop.currentCursor(lastSerial_);
+    } catch (const RecorderError&) {
+        // A server that does not answer shows no cursor and hides none: there is nothing to note. The stream tells the
+        // owner what is wrong.
+        return;
+    }
     std::string id = kHiddenCursorID;
     if (cursor) {
         const auto shape = shapeOf(*cursor);
@@ -140,7 +147,7 @@ void PointerRecorder::writePicture(const std::string& id, const BgraPremultiplie
 }
 
 std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t0, const Geometry& geometry,
-                                   const std::optional<WindowTrack>& windowTrack) {
+                                   const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
     RawPointerTrack raw;
     std::map<std::string, BgraPremultipliedBuffer> pictures;
     {
@@ -154,13 +161,14 @@ std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t
         makeCursorFolder(folder);
         writePng(folder / cursorFile(id), picture);
     }
-    return savePointerTrack(folder, raw, t0, geometry, windowTrack);
+    return savePointerTrack(folder, raw, t0, geometry, windowTrack, displayTrack);
 }
 
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
-                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack) {
+                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
+                              const DisplayTrack& displayTrack) {
     makeCursorFolder(folder);
-    const PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack);
+    const PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack, displayTrack);
     track.save(folder);
     Log::write("Pointer", "gesichert: " + std::to_string(track.events.size()) + " Ereignisse, " +
                               std::to_string(track.cursorImages.size()) + " Cursorformen");

@@ -38,14 +38,14 @@ class PointerRecorder {
     void stop();
 
     /// Writes "pointer.json" and those cursor pictures that are not there yet. `t0` is the host clock at the movie's
-    /// time zero; `windowTrack` is absent unless a window is recorded. The number of samples saved. Throws
-    /// `RecorderError`. Any thread, after `stop`.
+    /// time zero; `windowTrack` is absent unless a window is recorded, `displayTrack` empty unless the display moved.
+    /// The number of samples saved. Throws `RecorderError`. Any thread, after `stop`.
     std::int64_t save(const std::filesystem::path& folder, double t0, const Geometry& geometry,
-                      const std::optional<WindowTrack>& windowTrack);
+                      const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
 
     /// Raw events so far. Any thread.
     std::int64_t eventCount() const;
-    /// Polls that found no cursor. Any thread.
+    /// Polls that found no cursor; those that the desktop did not answer do not count. Any thread.
     std::int64_t missingCursorPolls() const;
 
   private:
@@ -78,6 +78,7 @@ class PointerRecorder {
 
 /// Writes "pointer.json" from what was collected, here or by a process that was ended. The number of samples saved.
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
-                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack);
+                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
+                              const DisplayTrack& displayTrack);
 
 }  // namespace lumivastor

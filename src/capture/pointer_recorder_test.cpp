@@ -111,6 +111,21 @@ TEST_F(PointerRecorders, WithoutAnyCursorThereIsOnlyTheHiddenShape) {
     EXPECT_TRUE(std::filesystem::is_empty(folder_ / "cursors"));
 }
 
+TEST_F(PointerRecorders, PollsThatTheDesktopDoesNotAnswerSayNothing) {
+    desktop_.setCursor(cursor(1, 24, 32));
+    start();
+    loop_.advance(0.5);
+    desktop_.failCursor(RecorderError("Die Verbindung zum Bildschirm ist abgerissen."));
+    loop_.advance(1);
+    EXPECT_EQ(recorder_.missingCursorPolls(), 0);
+    desktop_.failCursor(std::nullopt);
+    loop_.advance(0.5);
+    const PointerTrack track = saved(1000);
+    EXPECT_EQ(track.cursorChanges, (std::vector<CursorChange>{{0, "c0"}}));
+    ASSERT_EQ(track.cursorImages.size(), 1u);
+    EXPECT_EQ(track.cursorImages[0].id, "c0");
+}
+
 TEST_F(PointerRecorders, ShapesAreNumberedByFirstAppearanceAndUsedAgain) {
     desktop_.setCursor(cursor(1, 24, 32, 10));
     start();

@@ -41,6 +41,17 @@ struct WindowSample {
 /// Ascending in time.
 using WindowTrack = std::vector<WindowSample>;
 
+/// From `t` until the next sample the recorded display begins at `point`, in the recording's point space.
+struct DisplaySample {
+    double t = 0;
+    Point point;
+
+    bool operator==(const DisplaySample&) const = default;
+};
+/// Where a display was that moved on the desktop while it was recorded; before the first sample it was where it was at
+/// the start. Ascending in time; empty for most recordings, and for all of windows.
+using DisplayTrack = std::vector<DisplaySample>;
+
 /// Everything of one recording.
 struct RawPointerTrack {
     std::vector<RawEvent> events;

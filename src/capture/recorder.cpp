@@ -1,15 +1,20 @@
 #include "capture/recorder.h"
 
 #include <array>
+#include <chrono>
 #include <cmath>
+#include <limits>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "base/system_error_text.h"
 #include "capture/fitted_picture.h"
 #include "capture/journal_records.h"
+#include "capture/pointer_conversion.h"
 #include "capture/recording_documents.h"
 #include "capture/recovery.h"
 #include "capture/rescued_movie.h"
@@ -21,6 +26,7 @@ namespace {
 
 constexpr int kSystemChannels = 2;
 constexpr double kWatchSeconds = 1.0;
+constexpr std::chrono::milliseconds kEncoderPoll{2};
 
 const char* trueOrFalse(bool value) {
     return value ? "true" : "false";
@@ -80,9 +86,10 @@ void Recorder::start() {
         startPointer();
         startCapture();
     } catch (...) {
+        const RecorderError error = handledError("Unerwarteter Fehler");
         discardWebcam();
         abandon();
-        throw;
+        throw error;
     }
 }
 
@@ -110,8 +117,8 @@ void Recorder::runStep(std::size_t index, const std::shared_ptr<StartCompletion>
         try {
             startWatch_.step(step.what);
             (this->*step.run)();
-        } catch (const RecorderError& error) {
-            workQueue_.async([this, completion, reason = RecorderError(error.message())] {
+        } catch (...) {
+            workQueue_.async([this, completion, reason = handledError("Unerwarteter Fehler")] {
                 discardWebcam();
                 reports_.onMain([this, completion, reason] {
                     startWatch_.end();
@@ -198,15 +205,16 @@ void Recorder::makeStream() {
         reports_.giveUp(error);
     });
     stream_->onNotice([this](const std::string& sentence) { reports_.notice(sentence); });
-    stream_->addScreenOutput(videoQueue_, [this](const ScreenSample& sample) { onScreen(sample); });
+    stream_->onDisplayOrigin([this](double hostSeconds, Point pixels) { onDisplayOrigin(hostSeconds, pixels); });
+    stream_->addScreenOutput(videoQueue_, [this](const ScreenSample& sample) { guarded([&] { onScreen(sample); }); });
     if (systemAudioInput_ != nullptr) {
         stream_->addSystemAudioOutput(systemAudioQueue_, [this](const SoundBuffer& sound) {
-            onSound(*systemAudioInput_, kSystemChannels, sound);
+            guarded([&] { onSound(*systemAudioInput_, kSystemChannels, sound); });
         });
     }
     if (microphoneInput_ != nullptr) {
         stream_->addMicrophoneOutput(microphoneQueue_, [this](const SoundBuffer& sound) {
-            onSound(*microphoneInput_, microphoneChannels_, sound);
+            guarded([&] { onSound(*microphoneInput_, microphoneChannels_, sound); });
         });
     }
 }
@@ -252,7 +260,7 @@ void Recorder::discardWebcam() {
 
 // Takes everything else back that a failed start has done. Main thread.
 void Recorder::abandon() {
-    stopped_ = true;
+    abandoned_ = true;
     reports_.setStopped();
     watchTimer_.reset();
     pointer_->stop();
@@ -271,6 +279,30 @@ void Recorder::discardFolder() {
 }
 
 // While it runs
+
+void Recorder::guarded(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (...) {
+        const RecorderError error = handledError("Unerwarteter Fehler");
+        Log::write("Capture", "Aufnahme gestört: " + error.message());
+        reports_.giveUp(error);
+    }
+}
+
+// On the stream's thread.
+void Recorder::onDisplayOrigin(double hostSeconds, Point pixels) {
+    const DisplaySample sample{hostSeconds, plan_->space.pointFromPixel(pixels)};
+    const Point atStart{plan_->geometry.displayBounds.x, plan_->geometry.displayBounds.y};
+    {
+        const std::lock_guard hold(lock_);
+        const Point before = displayOriginAt(displayTrack_, std::numeric_limits<double>::infinity(), atStart);
+        if (before == sample.point) return;
+        displayTrack_.push_back(sample);
+    }
+    journal_->append(journalLine::display(sample));
+    Log::write("Capture", formatted("Bildschirm beginnt jetzt bei %.0f, %.0f", pixels.x, pixels.y));
+}
 
 bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
     RecordingProgress begun;
@@ -291,37 +323,73 @@ bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
 
 void Recorder::onScreen(const ScreenSample& sample) {
     if (!std::isfinite(sample.hostSeconds)) return;
+    const MediaTime time = hostTime(sample.hostSeconds);
+    appendWaiting(time);
     if (!isNewPicture(sample.status, sample.image != nullptr)) {
         const std::lock_guard hold(lock_);
         ++progress_.framesSkippedIdle;
         return;
     }
-    MediaTime time = hostTime(sample.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
-    const bool ready = videoInput_->isReadyForMoreMediaData();
     {
         const std::lock_guard hold(lock_);
-        if (!ready) {
-            ++progress_.framesDropped;
+        if (progress_.isBeforeSession(time)) {
+            waiting_.keepForStart(sample.image, hostTime(progress_.t0Host));
             return;
         }
-        time = progress_.pictureTime(time);
     }
-    if (!appendPicture(sample, time)) {
+    if (!videoInput_->isReadyForMoreMediaData()) {
+        countLost(waiting_.keep(sample.image, time));
+        return;
+    }
+    countLost(waiting_.giveUp());
+    append({sample.image, time});
+}
+
+void Recorder::countLost(std::int64_t pictures) {
+    const std::lock_guard hold(lock_);
+    progress_.framesDropped += pictures;
+}
+
+// On every sample, also idle ones, which a still screen delivers at each tick.
+void Recorder::appendWaiting(const MediaTime& now) {
+    while (!waiting_.isEmpty() && videoInput_->isReadyForMoreMediaData()) {
+        const auto picture = waiting_.next(now);
+        if (!picture) return;
+        append(*picture);
+    }
+}
+
+// Nothing follows: what still waits has the time that the encoder takes anyway.
+void Recorder::appendRest() {
+    const MediaTime end = waiting_.lastTime().value_or(MediaTime{});
+    while (!waiting_.isEmpty()) {
+        if (!videoInput_->isReadyForMoreMediaData()) {
+            std::this_thread::sleep_for(kEncoderPoll);
+            continue;
+        }
+        const auto picture = waiting_.next(end);
+        if (!picture) break;
+        append(*picture);
+    }
+    countLost(waiting_.giveUp());
+}
+
+// A still screen delivers the same picture again and again, which the writer stores for next to nothing.
+void Recorder::append(const WaitingPicture::Picture& picture) {
+    const bool isRepeat = picture.image == lastPicture_;
+    lastPicture_ = picture.image;
+    const bool isTaken =
+        isRepeat ? videoInput_->appendRepeat(picture.time)
+                 : videoInput_->append(fittedPicture(picture.image, plan_->width(), plan_->height()), picture.time);
+    if (!isTaken) {
         const RecorderError error = writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben."));
         Log::write("Capture", "Videobild abgelehnt: " + error.message());
         reports_.giveUp(error);
         return;
     }
     const std::lock_guard hold(lock_);
-    progress_.pictureWritten(time);
-}
-
-// A still screen delivers the same picture again and again, which the writer stores for next to nothing.
-bool Recorder::appendPicture(const ScreenSample& sample, const MediaTime& time) {
-    if (sample.image == lastPicture_) return videoInput_->appendRepeat(time);
-    lastPicture_ = sample.image;
-    return videoInput_->append(fittedPicture(sample.image, plan_->width(), plan_->height()), time);
+    progress_.pictureWritten(picture.time);
 }
 
 void Recorder::onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound) {
@@ -362,7 +430,7 @@ Recorder::Stats Recorder::snapshot() const {
 void Recorder::stop(std::function<void(const Outcome&)> completion) {
     if (std::exchange(stopped_, true)) return;
     reports_.setStopped();
-    pointer_->stop();
+    if (!abandoned_) pointer_->stop();
     if (!stream_) {
         services_.mainLoop.async(
             [completion = std::move(completion)] { completion(RecorderError("Es lief keine Aufnahme.")); });
@@ -373,8 +441,8 @@ void Recorder::stop(std::function<void(const Outcome&)> completion) {
     workQueue_.async([this, completion = std::move(completion)] {
         try {
             stream_->stop();
-        } catch (const RecorderError& error) {
-            Log::write("Capture", "stopCapture meldete: " + error.message());
+        } catch (...) {
+            Log::write("Capture", "stopCapture meldete: " + handledError("Unerwarteter Fehler").message());
         }
         videoQueue_.drain();
         systemAudioQueue_.drain();
@@ -382,8 +450,8 @@ void Recorder::stop(std::function<void(const Outcome&)> completion) {
         Outcome outcome;
         try {
             outcome = finish();
-        } catch (const std::exception& error) {
-            outcome = unfinished(RecorderError(error.what()));
+        } catch (...) {
+            outcome = unfinished(handledError("Unerwarteter Fehler"));
         }
         // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
@@ -391,14 +459,14 @@ void Recorder::stop(std::function<void(const Outcome&)> completion) {
 }
 
 Recorder::Stats Recorder::finish() {
+    appendRest();
     lastPicture_.reset();
     RecordingProgress progress;
     {
         const std::lock_guard hold(lock_);
         progress = progress_;
     }
-    // Sound alone is no recording of a screen.
-    if (progress.framesWritten == 0) {
+    if (!progress.sessionStarted) {
         writer_->cancelWriting();
         discardWebcam();
         discardFolder();
@@ -448,7 +516,12 @@ void Recorder::writeDocuments(const RecordingProgress& progress, Stats& stats) {
     if (webcamRecorder_) outcome.webcamFirstPicture = webcamRecorder_->stop();
     std::optional<WindowTrack> windowTrack;
     if (windowTracker_) windowTrack = windowTracker_->frames();
-    stats.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack);
+    DisplayTrack displayTrack;
+    {
+        const std::lock_guard hold(lock_);
+        displayTrack = displayTrack_;
+    }
+    stats.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack, displayTrack);
     outcome.t0Host = progress.t0Host;
     outcome.t0Media = progress.t0Media;
     outcome.duration = stats.duration;

@@ -18,6 +18,7 @@
 #include "capture/pointer_recorder.h"
 #include "capture/recording_progress.h"
 #include "capture/start_watch.h"
+#include "capture/waiting_picture.h"
 #include "capture/webcam_recorder.h"
 #include "capture/window_frame_tracker.h"
 #include "media/asset_writer.h"
@@ -66,7 +67,8 @@ class Recorder {
     /// The same in the background. The completion gets the error, or null.
     void start(std::function<void(std::optional<RecorderError>)> completion);
 
-    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where the movie's
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where no start has
+    /// succeeded, the completion gets an error that says so. A recording of sound alone is kept, too. Where the movie's
     /// writer failed on the way, what it wrote until then is completed and kept, `onNotice` says so, and the completion
     /// gets `Stats` nevertheless.
     void stop(std::function<void(const Outcome&)> completion);
@@ -98,7 +100,13 @@ class Recorder {
     void onScreen(const ScreenSample& sample);
     void onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound);
     bool beginSessionIfNeeded(const MediaTime& time);
-    bool appendPicture(const ScreenSample& sample, const MediaTime& time);
+    void appendWaiting(const MediaTime& now);
+    void appendRest();
+    void append(const WaitingPicture::Picture& picture);
+    void countLost(std::int64_t pictures);
+    void onDisplayOrigin(double hostSeconds, Point pixels);
+    /// Runs a step of the work on samples; what it throws ends the recording with an error for the owner.
+    void guarded(const std::function<void()>& step);
 
     Stats finish();
     Stats rescue(const RecorderError& reason, Stats stats);
@@ -115,7 +123,9 @@ class Recorder {
 
     mutable std::mutex lock_;
     RecordingProgress progress_;  // guarded by lock_
+    DisplayTrack displayTrack_;   // guarded by lock_
     bool stopped_ = false;        // main thread only
+    bool abandoned_ = false;      // main thread only: the start has failed
 
     std::unique_ptr<Journal> journal_;
     const std::unique_ptr<PointerRecorder> pointer_;
@@ -129,7 +139,8 @@ class Recorder {
     AudioWriterInput* systemAudioInput_ = nullptr;
     AudioWriterInput* microphoneInput_ = nullptr;
     int microphoneChannels_ = 1;
-    std::shared_ptr<const BgraPremultipliedBuffer> lastPicture_;  // the video queue's
+    WaitingPicture::Image lastPicture_;  // the video queue's
+    WaitingPicture waiting_;             // the video queue's
 
     std::unique_ptr<CaptureStream> stream_;
     std::unique_ptr<MainLoop::Timer> watchTimer_;

@@ -4,9 +4,11 @@
 
 #include <future>
 #include <limits>
+#include <new>
 #include <thread>
 
 #include "media/asset.h"
+#include "media/still_picture.h"
 #include "model/pointer_track.h"
 #include "support/await.h"
 #include "support/recorder_rig.h"
@@ -53,6 +55,17 @@ class Recorders : public RecorderRig {
         return "no error";
     }
 
+    // Faster than any encoder, until one finds no room; how many that were, the last of which waits.
+    int emitUntilOneWaits() {
+        int sent = 0;
+        do {
+            desktop_.emitScreen({FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? bright_ : dark_});
+            ++sent;
+        } while (recorder_->snapshot().framesWritten == sent && sent < 5000);
+        EXPECT_LT(recorder_->snapshot().framesWritten, sent);
+        return sent;
+    }
+
     bool exists(const char* name) const { return std::filesystem::exists(folder_ / name); }
 
     static SoundBuffer sound(double seconds, int channels, std::size_t frames = 480) {
@@ -60,6 +73,8 @@ class Recorders : public RecorderRig {
     }
 
     Recorder::Options options_;
+    std::shared_ptr<const BgraPremultipliedBuffer> dark_ = picture(1920, 1080, 10);
+    std::shared_ptr<const BgraPremultipliedBuffer> bright_ = picture(1920, 1080, 200);
     std::unique_ptr<Recorder> recorder_;
     std::vector<std::string> streamErrors_;
     std::vector<std::string> notices_;
@@ -240,6 +255,82 @@ TEST_F(Recorders, SoundThatComesFirstStartsTheSessionAtItsTime) {
     EXPECT_EQ(video.start.seconds(), 0);
 }
 
+TEST_F(Recorders, AMovieThatSoundBeginsBeginsWithTheLastPictureUntilThen) {
+    options_.systemAudio = true;
+    start();
+    desktop_.emitSystemAudio(sound(1000.25, 2));
+    const auto last = picture(320, 240, 220);
+    desktop_.emitScreen({FrameStatus::started, 1000.1, picture(320, 240, 10)});
+    desktop_.emitScreen({FrameStatus::complete, 1000.15, picture(320, 240, 20)});
+    desktop_.emitScreen({FrameStatus::complete, 1000.2, last});
+    EXPECT_EQ(recorder_->snapshot().framesWritten, 0) << "none of these is in the movie yet";
+    desktop_.emitScreen({FrameStatus::idle, 1000.3, nullptr});
+    EXPECT_EQ(recorder_->snapshot().framesWritten, 1);
+    desktop_.emitScreen({FrameStatus::complete, 1001.2, last});  // once more, as on a still screen
+    const Recorder::Stats stats = statsOf(stopped());
+    EXPECT_EQ(stats.framesWritten, 2);
+    EXPECT_EQ(stats.framesDropped, 0);
+    const auto movie = std::make_shared<const Asset>(folder_ / "source.mov");
+    const AssetTrack video = movie->tracks(TrackKind::video).at(0);
+    EXPECT_EQ(video.sampleCount, 2);
+    EXPECT_EQ(video.start.seconds(), 0);
+    for (const double seconds : {0.0, 0.9, 1.2}) {
+        const auto shown = stillPicture(movie, seconds);
+        ASSERT_TRUE(shown);
+        EXPECT_GT(static_cast<int>(*shown->luma.samples), 150) << seconds;
+    }
+}
+
+TEST_F(Recorders, PicturesFromBeforeTheSessionAloneAreAMovieToo) {
+    options_.systemAudio = true;
+    start();
+    desktop_.emitSystemAudio(sound(1000.25, 2));
+    desktop_.emitSystemAudio(sound(1000.35, 2));
+    desktop_.emitScreen({FrameStatus::started, 1000.1, picture(320, 240)});
+    EXPECT_EQ(statsOf(stopped()).framesWritten, 1);
+    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount, 1);
+}
+
+TEST_F(Recorders, SoundAloneIsKept) {
+    options_.systemAudio = true;
+    options_.source = WindowSource{window()};
+    start();
+    for (int i = 0; i < 100; ++i) {
+        desktop_.emitSystemAudio(sound(1000 + i / 100.0, 2));
+        desktop_.emitScreen({FrameStatus::suspended, 1000 + i / 100.0, nullptr});
+    }
+    const Recorder::Stats stats = statsOf(stopped());
+    EXPECT_EQ(stats.framesWritten, 0);
+    EXPECT_NEAR(stats.duration, 0.99, 1e-6);
+    EXPECT_EQ(CaptureInfo::load(folder_).framesSkippedIdle, 100);
+    EXPECT_TRUE(exists("pointer.json"));
+    EXPECT_FALSE(exists("journal"));
+    const Asset movie(folder_ / "source.mov");
+    EXPECT_FALSE(movie.isFragmented());
+    EXPECT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
+    EXPECT_NEAR(movie.duration().seconds(), 0.99, 0.03);
+}
+
+TEST_F(Recorders, ThePointerFollowsADisplayThatMoves) {
+    options_.source = DisplaySource{otherDisplay()};
+    desktop_.setPointerLocation(Point{1010, 110});
+    start();
+    desktop_.emitDisplayOrigin(1000, {1000, 100});  // where it is anyway
+    record(1, 1280, 720);
+    // By 800 of its pixels to the right.
+    desktop_.emitDisplayOrigin(loop_.now(), {1800, 100});
+    desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now() + 0.25, {1410, 110}, 0, 0});
+    record(1, 1280, 720);
+    stopped();
+    const PointerTrack track = PointerTrack::load(folder_);
+    ASSERT_EQ(track.events.size(), 2u);
+    for (const PointerSample& each : track.events) {
+        EXPECT_EQ(each.px, 20);
+        EXPECT_EQ(each.py, 20);
+    }
+    EXPECT_EQ(CaptureInfo::load(folder_).displayX, 1000) << "where it was at the start";
+}
+
 TEST_F(Recorders, OnlyIdleFramesAreNoRecording) {
     start();
     for (int i = 0; i < 5; ++i) desktop_.emitScreen({FrameStatus::idle, loop_.now(), nullptr});
@@ -262,12 +353,10 @@ TEST_F(Recorders, ARepeatedPictureIsWrittenAsOne) {
 TEST_F(Recorders, PicturesThatTheWriterHasNoRoomForAreCounted) {
     options_.source = DisplaySource{{3, "groß", {0, 0, 1920, 1080}, 1}};
     start();
-    const auto one = picture(1920, 1080, 10);
-    const auto other = picture(1920, 1080, 200);
-    // Faster than any encoder, until the queue is full.
+    // Faster than any encoder, until the queue is full and one waits that another replaces.
     int sent = 0;
     while (recorder_->snapshot().framesDropped == 0 && sent < 5000) {
-        desktop_.emitScreen({FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? one : other});
+        desktop_.emitScreen({FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? bright_ : dark_});
         ++sent;
     }
     const Recorder::Stats stats = statsOf(stopped());
@@ -275,6 +364,32 @@ TEST_F(Recorders, PicturesThatTheWriterHasNoRoomForAreCounted) {
     EXPECT_EQ(stats.framesWritten, sent - 1);
     EXPECT_EQ(CaptureInfo::load(folder_).framesDroppedBackpressure, 1);
     EXPECT_EQ(Asset(folder_ / "source.mov").tracks()[0].sampleCount, sent - 1);
+}
+
+TEST_F(Recorders, APictureThatFoundNoRoomIsShownOnceThereIs) {
+    options_.source = DisplaySource{{3, "groß", {0, 0, 1920, 1080}, 1}};
+    start();
+    const int sent = emitUntilOneWaits();
+    // From here on the screen stands still: the stream only tells so at its ticks.
+    EXPECT_TRUE(loop_.runUntil([&] {
+        desktop_.emitScreen({FrameStatus::idle, 1000 + sent / 1000.0, nullptr});
+        return recorder_->snapshot().framesWritten == sent;
+    }));
+    const Recorder::Stats stats = statsOf(stopped());
+    EXPECT_EQ(stats.framesDropped, 0);
+    EXPECT_EQ(stats.framesWritten, sent);
+    EXPECT_NEAR(stats.duration, (sent - 1) / 1000.0, 1e-6) << "at its own time";
+    EXPECT_EQ(Asset(folder_ / "source.mov").tracks()[0].sampleCount, sent);
+}
+
+TEST_F(Recorders, APictureThatWaitsAtTheStopIsWritten) {
+    options_.source = DisplaySource{{3, "groß", {0, 0, 1920, 1080}, 1}};
+    start();
+    const int sent = emitUntilOneWaits();
+    const Recorder::Stats stats = statsOf(stopped());
+    EXPECT_EQ(stats.framesWritten, sent);
+    EXPECT_EQ(stats.framesDropped, 0);
+    EXPECT_NEAR(stats.duration, (sent - 1) / 1000.0, 1e-6);
 }
 
 TEST_F(Recorders, TheWebcamsBeginIsRelativeToTheMovies) {
@@ -332,6 +447,52 @@ TEST_F(Recorders, TheSnapshotCountsWhileItRuns) {
 TEST_F(Recorders, StoppingWhatNeverStartedIsAnError) {
     make();
     EXPECT_EQ(errorOf(stopped()), "Es lief keine Aufnahme.");
+}
+
+TEST_F(Recorders, StoppingAfterAFailedStartIsAnError) {
+    desktop_.failStart(RecorderError("Der Bildschirm ist weg."));
+    EXPECT_EQ(startError(), "Der Bildschirm ist weg.");
+    EXPECT_EQ(errorOf(stopped()), "Es lief keine Aufnahme.");
+
+    std::optional<std::optional<RecorderError>> told;
+    make().start([&told](const std::optional<RecorderError>& error) { told = error; });
+    ASSERT_TRUE(loop_.runUntil([&told] { return told.has_value(); }));
+    EXPECT_EQ(errorOf(stopped()), "Es lief keine Aufnahme.");
+}
+
+TEST_F(Recorders, WhateverAStartThrowsIsItsError) {
+    services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw std::bad_alloc(); };
+    EXPECT_EQ(startError(), "Der Arbeitsspeicher reicht nicht.");
+    std::optional<std::optional<RecorderError>> told;
+    make().start([&told](const std::optional<RecorderError>& error) { told = error; });
+    ASSERT_TRUE(loop_.runUntil([&told] { return told.has_value(); }));
+    ASSERT_TRUE(told->has_value());
+    EXPECT_EQ((*told)->message(), "Der Arbeitsspeicher reicht nicht.");
+}
+
+TEST_F(Recorders, WhateverASampleThrowsEndsTheRecordingWithAnError) {
+    bool fails = false;
+    services_.hostClock = [this, &fails] {
+        if (fails) throw std::bad_alloc();
+        return loop_.now();
+    };
+    options_.systemAudio = true;
+    for (const bool bySound : {false, true}) {
+        streamErrors_.clear();
+        start();
+        fails = true;
+        if (bySound) {
+            desktop_.emitSystemAudio(sound(1000, 2));
+        } else {
+            desktop_.emitScreen({FrameStatus::started, 1000, picture(320, 240)});
+        }
+        EXPECT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
+        EXPECT_EQ(streamErrors_, std::vector<std::string>{"Der Arbeitsspeicher reicht nicht."});
+        fails = false;
+        EXPECT_EQ(errorOf(stopped()),
+                  "Es wurde kein einziges Bild aufgenommen. Fehlt die Berechtigung für die Bildschirmaufnahme?");
+    }
+    recorder_.reset();  // before the clock
 }
 
 TEST_F(Recorders, ASecondStopDoesNothing) {

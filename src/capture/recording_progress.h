@@ -49,6 +49,9 @@ struct RecordingProgress {
         return Session::begun;
     }
 
+    /// Whether a picture was taken before the session that sound has begun: there is no place for it in the movie.
+    bool isBeforeSession(const MediaTime& time) const { return sessionStarted && time < hostTime(t0Host); }
+
     /// The time at which a picture is appended. Sound may have begun the session a little later than the first picture
     /// was taken; that one is then shown from the movie's zero on, because on a still screen the next is a second away.
     MediaTime pictureTime(const MediaTime& time) const {

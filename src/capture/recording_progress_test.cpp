@@ -59,6 +59,15 @@ TEST(RecordingProgress, AFirstPictureFromBeforeTheSessionIsShownFromItsBegin) {
     EXPECT_EQ(progress.pictureTime(hostTime(9.99)), hostTime(9.99));
 }
 
+TEST(RecordingProgress, OnlyASessionThatSoundBeganHasPicturesBeforeIt) {
+    RecordingProgress progress;
+    EXPECT_FALSE(progress.isBeforeSession(hostTime(9)));
+    progress.beginSessionIfNeeded(true, hostTime(10.000001), 10);
+    EXPECT_TRUE(progress.isBeforeSession(hostTime(10)));
+    EXPECT_FALSE(progress.isBeforeSession(hostTime(10.000001)));
+    EXPECT_FALSE(progress.isBeforeSession(hostTime(11)));
+}
+
 TEST(HostTimes, AreExactToAFractionOfAFrameOfSound) {
     for (const double seconds : {0.0, 81234.567890123, 4e6 + 1.0 / 3}) {
         EXPECT_NEAR(hostTime(seconds).seconds(), seconds, 1.0 / 48000 / 20);

@@ -96,7 +96,7 @@ std::int64_t writePointerTrack(const std::filesystem::path& folder, const Journa
     }
     std::optional<WindowTrack> windowTrack;
     if (journal.info.sourceKind == "window") windowTrack = journal.windowTrack;
-    return savePointerTrack(folder, journal.pointer, t0, journal.geometry, windowTrack);
+    return savePointerTrack(folder, journal.pointer, t0, journal.geometry, windowTrack, journal.displayTrack);
 }
 
 }  // namespace

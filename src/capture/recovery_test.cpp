@@ -91,6 +91,48 @@ TEST_F(Recoveries, GiveTheDocumentsThatAStopWouldHaveWritten) {
     EXPECT_FALSE(track.windowFrames.has_value());
 }
 
+TEST_F(Recoveries, PositionsFollowADisplayThatMoved) {
+    {
+        Recorder recorder(services_, options_, folder_);
+        recorder.start();
+        record(1, 320, 240);
+        desktop_.emitDisplayOrigin(loop_.now(), {800, 50});
+        record(2, 320, 240);
+        desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now(), {840, 80}, 0, 0});
+        EXPECT_TRUE(waitForPictures("source.mov", 3));
+    }
+    recoverRecording(folder_);
+    EXPECT_EQ(CaptureInfo::load(folder_).displayX, 0) << "where it was at the start";
+    const PointerTrack track = PointerTrack::load(folder_);
+    ASSERT_EQ(track.events.size(), 2u);
+    EXPECT_EQ(track.events[1].px, 40);
+    EXPECT_EQ(track.events[1].py, 30);
+}
+
+TEST_F(Recoveries, SoundAloneComesBack) {
+    options_.systemAudio = true;
+    {
+        Recorder recorder(services_, options_, folder_);
+        recorder.start();
+        for (int i = 0; i < 500; ++i) {
+            desktop_.emitSystemAudio({1000 + i / 100.0, 48000, 2, std::vector<float>(960, 0.1F)});
+        }
+        EXPECT_TRUE(loop_.runUntil([&] {
+            try {
+                return Asset(folder_ / "source.mov").duration().seconds() >= 2;
+            } catch (const std::exception&) {
+                return false;  // nothing whole yet
+            }
+        }));
+    }
+    const Recovery recovery = recoverRecording(folder_);
+    EXPECT_EQ(recovery.stats.framesWritten, 0);
+    EXPECT_GE(recovery.stats.duration, 1.9);
+    EXPECT_EQ(CaptureInfo::load(folder_).framesWritten, 0);
+    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::audio).size(), 1u);
+    EXPECT_FALSE(exists("journal"));
+}
+
 TEST_F(Recoveries, AWindowsFramesComeBack) {
     options_.source = WindowSource{window()};
     desktop_.setWindowFrame(77, window().frame);

@@ -37,7 +37,11 @@ RescuedMovie rescueMovie(const std::filesystem::path& path) {
     const MovieRepair repair = repairMovie(path);
     const auto asset = std::make_shared<const Asset>(path);
     const auto videos = asset->tracks(TrackKind::video);
-    if (videos.empty() || repair.videoFrames == 0) throw RecorderError("Der Film enthält kein Bild.");
+    if (videos.empty() || repair.videoFrames == 0) {
+        // Of a minimised window only the sound comes, which is worth keeping.
+        if (asset->tracks(TrackKind::audio).empty()) throw RecorderError("Der Film enthält kein Bild.");
+        return {asset->duration().seconds(), 0};
+    }
     return {lastPictureOf(asset, videos.front()), repair.videoFrames};
 }
 

@@ -6,6 +6,7 @@
 
 #include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "capture/capture_plan.h"
 #include "capture/recording_progress.h"
 #include "capture/rescued_movie.h"
@@ -47,7 +48,8 @@ void WebcamRecorder::start(const std::filesystem::path& folder) {
     auto session = services_.devices.open(*camera);
     if (!session) throw RecorderError("Die Kamera kann nicht verwendet werden.");
     size_ = chooseCaptureSize(*session);
-    if (!session->addVideoOutput(queue_, true, [this](const DeviceSample& sample) { captureOutput(sample); })) {
+    if (!session->addVideoOutput(queue_, true,
+                                 [this](const DeviceSample& sample) { guarded([&] { captureOutput(sample); }); })) {
         throw RecorderError("Das Kamerabild kann nicht abgegriffen werden.");
     }
     session->onInterruption([this](const std::string& reason) {
@@ -72,8 +74,20 @@ void WebcamRecorder::start(const std::filesystem::path& folder) {
     previewLayer_ = std::make_shared<WebcamPreview>();
     session_ = std::move(session);
     running_ = true;
-    sessionQueue_.async([this] { session_->startRunning(); });
+    sessionQueue_.async([this] { guarded([this] { session_->startRunning(); }); });
     Log::write("Webcam", formatted("gestartet: %d×%d", size_.width, size_.height));
+}
+
+void WebcamRecorder::guarded(const std::function<void()>& step) {
+    if (hasFailed_) return;
+    try {
+        step();
+    } catch (...) {
+        const std::string reason = handledError("Unerwarteter Fehler").message();
+        hasFailed_ = true;
+        Log::write("Webcam", "gestört: " + reason);
+        if (onNotice) onNotice("Die Kamera wird nicht mehr aufgenommen: " + reason);
+    }
 }
 
 void WebcamRecorder::captureOutput(const DeviceSample& sample) {
@@ -97,14 +111,20 @@ void WebcamRecorder::captureOutput(const DeviceSample& sample) {
     }
     previewLayer_->show(picture);
     if (!input_->isReadyForMoreMediaData()) return;
-    input_->append(picture, time);
+    if (!input_->append(picture, time)) return;
     const std::lock_guard hold(lock_);
     ++frames_;
 }
 
 void WebcamRecorder::stopSession() {
     if (!std::exchange(running_, false)) return;
-    sessionQueue_.async([this] { session_->stopRunning(); });
+    sessionQueue_.async([this] {
+        try {
+            session_->stopRunning();
+        } catch (...) {
+            Log::write("Webcam", "Anhalten meldete: " + handledError("Unerwarteter Fehler").message());
+        }
+    });
     sessionQueue_.drain();
     queue_.drain();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -51,6 +52,8 @@ class WebcamRecorder {
 
   private:
     void captureOutput(const DeviceSample& sample);
+    /// Runs a step of a queue's work; what it throws ends the camera, and is told.
+    void guarded(const std::function<void()>& step);
     void stopSession();
     std::int64_t finish(std::int64_t frames);
 
@@ -61,6 +64,7 @@ class WebcamRecorder {
     PictureSize size_;
     std::optional<PictureFitter> fitter_;  // set before the session runs; then the queue's
     VideoWriterInput* input_ = nullptr;    // set before the session runs
+    std::atomic<bool> hasFailed_ = false;
 
     mutable std::mutex lock_;
     std::optional<MediaTime> firstPTS_;  // guarded by lock_

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <csignal>
+#include <new>
 
 #include "base/recorder_error.h"
 #include "capture/rescued_movie.h"
@@ -216,6 +217,17 @@ TEST_F(WebcamRecorders, ALinkInItsPlaceLeavesWhatItLeadsToAlone) {
     EXPECT_EQ(recorder_->stop(), 5);
     EXPECT_EQ(temporary_.read("fremd"), "bleibt");
     EXPECT_FALSE(std::filesystem::is_symlink(folder_ / "webcam.mov"));
+}
+
+TEST_F(WebcamRecorders, WhatAPictureThrowsIsSaidOnce) {
+    std::vector<std::string> notices;
+    recorder_->onFirstPicture = [](double) { throw std::bad_alloc(); };
+    recorder_->onNotice = [&notices](const std::string& sentence) { notices.push_back(sentence); };
+    start();
+    for (int i = 0; i < 2; ++i) camera_->emitPicture(2000 + i);
+    recorder_->stop();
+    EXPECT_EQ(notices,
+              std::vector<std::string>{"Die Kamera wird nicht mehr aufgenommen: Der Arbeitsspeicher reicht nicht."});
 }
 
 TEST_F(WebcamRecorders, OneThatIsNotStoppedEndsItsCamera) {

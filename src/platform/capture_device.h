@@ -53,8 +53,11 @@ class CaptureSession {
     virtual bool addVideoOutput(SerialQueue& queue, bool discardsLate,
                                 std::function<void(const DeviceSample&)> handler) = 0;
     virtual bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) = 0;
-    /// Told once, from any thread, when the device goes away while it is running.
+    /// Told, from any thread, when the device goes away while it is running: once, or each time for those that tell
+    /// `onReturn` that they are back.
     virtual void onInterruption(std::function<void(const std::string&)> handler) = 0;
+    /// Told, from any thread, each time the device delivers again after an interruption. Only microphones come back.
+    virtual void onReturn(std::function<void()> /*handler*/) {}
 
     /// May take a moment. Trouble is told to `onInterruption`.
     virtual void startRunning() = 0;

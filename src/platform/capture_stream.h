@@ -70,7 +70,8 @@ struct ScreenSample {
 
 /// Pictures and sound of the desktop while they happen. A still screen costs next to nothing and yet keeps its length:
 /// besides idle samples the stream delivers the last picture again, as complete, at least every second and when it is
-/// stopped.
+/// stopped. Content that is painted again without a change is idle. The picture that was delivered last stays alive
+/// until the next one is taken, also when nobody holds it, or until the stream goes.
 ///
 /// Add outputs, start, stop; once. These calls belong to one thread.
 class CaptureStream {
@@ -86,6 +87,10 @@ class CaptureStream {
     /// that ends does not end the stream: it is told to `onNotice` and the rest goes on.
     virtual void onStop(std::function<void(const RecorderError&)> handler) = 0;
     virtual void onNotice(std::function<void(const std::string&)> handler) = 0;
+    /// Told, from any thread, where on the desktop the captured display begins, in pixels: when the stream begins, and
+    /// whenever that changes (a monitor was plugged in to its left). Pictures taken at `hostSeconds` or later show the
+    /// display there. Never told for windows.
+    virtual void onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) = 0;
 
     /// Throws `RecorderError` when pictures, or sound that was asked for, cannot be had.
     virtual void start() = 0;

@@ -27,7 +27,7 @@ class Desktop {
     virtual std::optional<Point> pointerLocation(const PointSpace& space) = 0;
 
     /// Nothing when there is no cursor or it is invisible. `knownSerial` spares copying the picture: with a cursor of
-    /// that serial the image stays empty.
+    /// that serial the image stays empty. Throws `RecorderError` when the server does not answer.
     virtual std::optional<SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) = 0;
 
     /// Where a window is now, in points of `space`. Nothing when it is gone.

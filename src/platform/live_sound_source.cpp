@@ -31,6 +31,10 @@ LiveSoundSource::~LiveSoundSource() {
     stop();
 }
 
+void LiveSoundSource::onReturn(ReturnHandler handler) {
+    returned_ = std::move(handler);
+}
+
 void LiveSoundSource::start(Handler handler, EndHandler ended) {
     precondition(!handler_, "a sound source starts once");
     handler_ = std::move(handler);
@@ -82,11 +86,13 @@ void LiveSoundSource::listen(const std::function<void(std::optional<RecorderErro
 
 std::unique_ptr<SoundLine> LiveSoundSource::reopen(SteadySound& steady) {
     // The first attempt is silent: a server that only closed this one stream gives another at once.
-    while (stopAt_ == kNever) {
+    for (bool isTold = false; stopAt_ == kNever; isTold = true) {
         try {
-            return open_(steady);
+            auto line = open_(steady);
+            if (isTold && returned_) returned_();
+            return line;
         } catch (const RecorderError& error) {
-            tellEnd(error.message());
+            if (!isTold && ended_) ended_(error.message());
             pause(kBetweenAttempts);
         }
     }
@@ -98,10 +104,6 @@ void LiveSoundSource::pause(double seconds) const {
     while (stopAt_ == kNever && hostClockSeconds() < until) {
         std::this_thread::sleep_for(std::chrono::duration<double>(std::min(kSlice, seconds)));
     }
-}
-
-void LiveSoundSource::tellEnd(const std::string& reason) {
-    if (const auto ended = std::exchange(ended_, nullptr)) ended(reason);
 }
 
 }  // namespace lumivastor

@@ -28,8 +28,8 @@ class SoundLine {
     virtual State run(double seconds) = 0;
 };
 
-/// What sources of every sound server have in common: a thread of their own that opens a line, runs it, tells once when
-/// it is gone, and opens another until it is stopped.
+/// What sources of every sound server have in common: a thread of their own that opens a line, runs it, tells when it
+/// is gone and when there is one again, and opens another until it is stopped.
 class LiveSoundSource final : public SoundSource {
   public:
     /// Opens a line that hands its sound to `steady`. Throws `RecorderError` within seconds when there is none.
@@ -42,6 +42,7 @@ class LiveSoundSource final : public SoundSource {
     LiveSoundSource(const LiveSoundSource&) = delete;
     LiveSoundSource& operator=(const LiveSoundSource&) = delete;
 
+    void onReturn(ReturnHandler handler) override;
     void start(Handler handler, EndHandler ended) override;
     void stop() override;
 
@@ -50,13 +51,13 @@ class LiveSoundSource final : public SoundSource {
     /// Opens lines until one runs; null when it was told to stop.
     std::unique_ptr<SoundLine> reopen(SteadySound& steady);
     void pause(double seconds) const;
-    void tellEnd(const std::string& reason);
 
     SteadySound::Options options_;
     Open open_;
     std::function<int()> channels_;
     Handler handler_;
-    EndHandler ended_;  // null once told; the thread's
+    EndHandler ended_;
+    ReturnHandler returned_;
     std::atomic<double> stopAt_;
     std::thread thread_;
 };

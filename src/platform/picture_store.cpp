@@ -33,6 +33,16 @@ void copyRect(const BgraPremultipliedBuffer& from, BgraPremultipliedBuffer& to, 
     }
 }
 
+// Comparing stops at the first row that differs, so it costs little unless there is something to be spared.
+bool areEqual(const BgraPremultipliedBuffer& one, const BgraPremultipliedBuffer& other, const PixelRect& rect) {
+    for (int y = rect.y; y < rect.maxY(); ++y) {
+        if (std::memcmp(one.pixel(rect.x, y), other.pixel(rect.x, y), static_cast<std::size_t>(rect.width) * 4) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 // One more than may be out: the last picture stays here for being delivered again.
@@ -84,6 +94,8 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureStore::take(
         slot->stale.add({0, 0, size_.width, size_.height});
         return nullptr;
     }
+    const auto isSame = [&](const PixelRect& rect) { return areEqual(slot->buffer, *last_, rect); };
+    if (last_ && std::all_of(damage.rects().begin(), damage.rects().end(), isSame)) return last_;
     for (auto& other : slots_->all) {
         if (&other != slot && !other.buffer.isEmpty()) other.stale.add(damage);
     }

@@ -23,11 +23,12 @@ class PictureStore {
     /// False while `depth` pictures are still being used.
     bool canTake() const;
     /// Brings a free buffer up to date and makes it the last picture: `paint` fills in the damaged part, everything
-    /// else is as in the last picture. Null when `paint` returns false; the buffer is then free again. `canTake` must
-    /// hold.
+    /// else is as in the last picture. Programs often paint again what is there already: when the damaged part turns
+    /// out to be equal, the last picture stays, and is what is returned. Null when `paint` returns false. In both
+    /// cases the buffer is free again. `canTake` must hold.
     std::shared_ptr<const BgraPremultipliedBuffer> take(const DamageArea& damage,
                                                         const std::function<bool(BgraPremultipliedBuffer&)>& paint);
-    /// Null before the first.
+    /// Null before the first. Lives at least until the next one is taken, or until the store goes.
     const std::shared_ptr<const BgraPremultipliedBuffer>& last() const { return last_; }
 
   private:

@@ -38,7 +38,11 @@ TEST(PictureStore, BeginsBlackAndOpaque) {
 
 TEST(PictureStore, LetsOnlySoManyPicturesOut) {
     PictureStore store(kSize, 2);
-    const auto paint = [](BgraPremultipliedBuffer&) { return true; };
+    std::uint32_t value = 0xff000000;
+    const auto paint = [&value](BgraPremultipliedBuffer& buffer) {
+        fill(buffer, {0, 0, kSize.width, kSize.height}, ++value);
+        return true;
+    };
     auto first = store.take(everything(), paint);
     EXPECT_TRUE(store.canTake());
     auto second = store.take(everything(), paint);
@@ -60,6 +64,56 @@ TEST(PictureStore, KeepsPicturesThatOutliveIt) {
         });
     }
     EXPECT_EQ(at(*picture, 20, 20), 0xff112233U);
+}
+
+TEST(PictureStore, PaintingTheSameAgainTakesNoPicture) {
+    PictureStore store(kSize, 2);
+    int paintings = 0;
+    const auto paint = [&](std::uint32_t corner) {
+        return [&paintings, corner](BgraPremultipliedBuffer& buffer) {
+            ++paintings;
+            fill(buffer, {0, 0, 40, 30}, 0xff112233);
+            fill(buffer, {39, 29, 1, 1}, corner);
+            return true;
+        };
+    };
+    const auto first = store.take(everything(), paint(0xff112233));
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(store.take(everything(), paint(0xff112233)), first);
+    EXPECT_EQ(paintings, 6);
+    EXPECT_TRUE(store.canTake()) << "the buffers are free again";
+    const auto second = store.take(everything(), paint(0xff112234));
+    EXPECT_NE(second, first) << "one pixel differs";
+    EXPECT_EQ(at(*second, 39, 29), 0xff112234U);
+    EXPECT_EQ(store.last(), second);
+}
+
+TEST(PictureStore, OnlyThePaintedPartIsCompared) {
+    PictureStore store(kSize, 3);
+    const auto paint = [](const PixelRect& rect, std::uint32_t value) {
+        return [=](BgraPremultipliedBuffer& buffer) {
+            fill(buffer, rect, value);
+            return true;
+        };
+    };
+    const PixelRect left{0, 0, 10, 30};
+    const PixelRect right{30, 0, 10, 30};
+    DamageArea both;
+    both.add(left);
+    both.add(right);
+    const auto first = store.take(everything(), paint({0, 0, 40, 30}, 0xff000001));
+    DamageArea one;
+    one.add(left);
+    const auto second = store.take(one, paint(left, 0xff000002));
+    EXPECT_EQ(store.take(one, paint(left, 0xff000002)), second);
+    const auto third = store.take(both, [&](BgraPremultipliedBuffer& buffer) {
+        fill(buffer, left, 0xff000002);
+        fill(buffer, right, 0xff000003);
+        return true;
+    });
+    EXPECT_NE(third, second) << "the second of two parts differs";
+    EXPECT_EQ(at(*third, 0, 0), 0xff000002U);
+    EXPECT_EQ(at(*third, 20, 10), 0xff000001U);
+    EXPECT_EQ(at(*third, 35, 10), 0xff000003U);
 }
 
 TEST(PictureStore, KeepsTheLastPictureWhenPaintingFails) {

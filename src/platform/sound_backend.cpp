@@ -12,6 +12,7 @@ namespace {
 /// Where there is no server.
 class NoSoundSource final : public SoundSource {
   public:
+    void onReturn(ReturnHandler) override {}
     void start(Handler, EndHandler) override { throw RecorderError("Kein Tonserver gefunden."); }
     void stop() override {}
 };

@@ -15,12 +15,16 @@ class SoundSource {
   public:
     using Handler = std::function<void(const SoundBuffer&)>;
     using EndHandler = std::function<void(const std::string& reason)>;
+    using ReturnHandler = std::function<void()>;
 
     virtual ~SoundSource() = default;
 
-    /// `handler` runs on a thread of the source's own. `ended` is told once when the sound stops coming by itself (the
-    /// server is gone); the source then tries to get it back until it is stopped. Throws `RecorderError` when there is
-    /// no such sound.
+    /// Told each time the sound comes again after `ended` was told, on the thread of `handler`. Before `start`.
+    virtual void onReturn(ReturnHandler handler) = 0;
+
+    /// `handler` runs on a thread of the source's own. `ended` is told, once for each outage, when the sound stops
+    /// coming by itself (the server is gone); the source then tries to get it back until it is stopped. Throws
+    /// `RecorderError` when there is no such sound.
     virtual void start(Handler handler, EndHandler ended) = 0;
     /// When it returns, everything that was heard has been handed over, and nothing follows.
     virtual void stop() = 0;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -102,10 +103,13 @@ TYPED_TEST(SoundSystems, GoesOnWhenTheServerComesBack) {
     typename TypeParam::System sounds(TypeParam::address(rig));
     HeardSound heard;
     const auto source = sounds.systemAudio(48000, 2);
+    std::atomic<int> returns = 0;
+    source->onReturn([&returns] { ++returns; });
     source->start(heard.handler(), heard.endHandler());
     {
         const typename TypeParam::Beeper beeper(TypeParam::address(rig), "sysout");
         EXPECT_TRUE(heard.awaitBeeps(3));
+        EXPECT_EQ(returns, 0);
         rig.kill();
     }
     EXPECT_TRUE(heard.awaitEnd());
@@ -116,6 +120,7 @@ TYPED_TEST(SoundSystems, GoesOnWhenTheServerComesBack) {
     EXPECT_TRUE(heard.awaitBeeps(4));
     source->stop();
     EXPECT_TRUE(heard.ends().empty()) << "told once";
+    EXPECT_EQ(returns, 1);
     ASSERT_FALSE(heard.buffers().empty());
     EXPECT_GT(heard.buffers().front().hostSeconds, gone - 0.5);
     expectInPlace(heard, beeper.beeps(), "after a restart");

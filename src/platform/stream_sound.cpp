@@ -46,6 +46,9 @@ void StreamSound::startSource(Output& output, std::unique_ptr<SoundSource> sourc
     output.delivery = std::make_unique<SoundDelivery>(*output.queue, output.handler, [notice = notice_, name] {
         if (notice) notice("Der " + name + " kommt schneller, als er sich speichern lässt; ein Stück davon fehlt.");
     });
+    source->onReturn([notice = notice_, name] {
+        if (notice) notice("Der " + name + " ist wieder da.");
+    });
     source->start([delivery = output.delivery.get()](const SoundBuffer& sound) { delivery->push(sound); },
                   [notice = notice_, name](const std::string& reason) {
                       if (notice) notice("Der " + name + " ist ausgefallen: " + reason);

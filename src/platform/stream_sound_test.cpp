@@ -11,6 +11,7 @@ namespace {
 struct Played {
     SoundSource::Handler handler;
     SoundSource::EndHandler ended;
+    SoundSource::ReturnHandler returned;
     bool isRunning = false;
     bool fails = false;
 };
@@ -18,6 +19,7 @@ struct Played {
 class HandSource : public SoundSource {
   public:
     explicit HandSource(Played& played) : played_(played) {}
+    void onReturn(ReturnHandler handler) override { played_.returned = std::move(handler); }
     void start(Handler handler, EndHandler ended) override {
         if (played_.fails) throw RecorderError("Kein Mikrofon.");
         played_.handler = std::move(handler);
@@ -108,16 +110,21 @@ TEST(StreamSound, FailsWithoutASoundSystemOnlyWhenSoundIsAskedFor) {
     EXPECT_THROW(sound.start(), RecorderError);
 }
 
-TEST(StreamSound, TellsWhenSoundEndsByItself) {
+TEST(StreamSound, TellsEachTimeSoundEndsByItselfAndComesBack) {
     const auto system = std::make_shared<HandSystem>();
     SerialQueue queue("test");
-    std::string told;
+    std::vector<std::string> told;
     StreamSound sound(system, both());
-    sound.onNotice([&](const std::string& notice) { told = notice; });
+    sound.onNotice([&](const std::string& notice) { told.push_back(notice); });
     sound.addMicrophoneOutput(queue, [](const SoundBuffer&) {});
     sound.start();
-    system->voice.ended("Der Tonserver antwortet nicht.");
-    EXPECT_EQ(told, "Der Mikrofonton ist ausgefallen: Der Tonserver antwortet nicht.");
+    for (int i = 0; i < 2; ++i) {
+        system->voice.ended("Der Tonserver antwortet nicht.");
+        system->voice.returned();
+    }
+    const std::string gone = "Der Mikrofonton ist ausgefallen: Der Tonserver antwortet nicht.";
+    const std::string back = "Der Mikrofonton ist wieder da.";
+    EXPECT_EQ(told, (std::vector<std::string>{gone, back, gone, back}));
 }
 
 }  // namespace

@@ -27,6 +27,10 @@ void MicrophoneSession::onInterruption(std::function<void(const std::string&)> h
     interrupted_ = std::move(handler);
 }
 
+void MicrophoneSession::onReturn(std::function<void()> handler) {
+    source_->onReturn(std::move(handler));
+}
+
 void MicrophoneSession::startRunning() {
     const auto tell = [this](const std::string& reason) {
         if (interrupted_) interrupted_(reason);

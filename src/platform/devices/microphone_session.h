@@ -25,6 +25,7 @@ class MicrophoneSession final : public CaptureSession {
     bool addVideoOutput(SerialQueue&, bool, std::function<void(const DeviceSample&)>) override { return false; }
     bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override;
     void onInterruption(std::function<void(const std::string&)> handler) override;
+    void onReturn(std::function<void()> handler) override;
     void startRunning() override;
     void stopRunning() override;
 

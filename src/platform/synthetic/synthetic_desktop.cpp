@@ -34,6 +34,7 @@ struct StreamState {
     Output<SoundBuffer> microphone;
     std::function<void(const RecorderError&)> onStop;
     std::function<void(const std::string&)> onNotice;
+    std::function<void(double, Point)> onDisplayOrigin;
     bool isRunning = false;
 };
 
@@ -54,6 +55,7 @@ struct SyntheticDesktop::State {
     std::optional<RecorderError> startError;
     std::optional<RecorderError> stopError;
     std::optional<SystemCursor> cursor;
+    std::optional<RecorderError> cursorError;
     std::optional<Point> pointerLocation;
     std::map<std::uint32_t, Rect> windowFrames;
     bool canWatchPointer = true;
@@ -104,6 +106,10 @@ class SyntheticDesktop::Stream : public CaptureStream {
     void onNotice(std::function<void(const std::string&)> handler) override {
         const std::scoped_lock guard(desktop_->lock);
         own_->onNotice = std::move(handler);
+    }
+    void onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) override {
+        const std::scoped_lock guard(desktop_->lock);
+        own_->onDisplayOrigin = std::move(handler);
     }
 
     void start() override {
@@ -178,6 +184,11 @@ void SyntheticDesktop::setCursor(std::optional<SystemCursor> cursor) {
     state_->cursor = std::move(cursor);
 }
 
+void SyntheticDesktop::failCursor(std::optional<RecorderError> error) {
+    const std::scoped_lock guard(state_->lock);
+    state_->cursorError = std::move(error);
+}
+
 void SyntheticDesktop::setPointerLocation(std::optional<Point> location) {
     const std::scoped_lock guard(state_->lock);
     state_->pointerLocation = location;
@@ -222,6 +233,11 @@ void SyntheticDesktop::emitStop(const RecorderError& error) {
 void SyntheticDesktop::emitNotice(const std::string& notice) {
     const auto stream = state_->running();
     if (stream && stream->onNotice) stream->onNotice(notice);
+}
+
+void SyntheticDesktop::emitDisplayOrigin(double hostSeconds, Point pixels) {
+    const auto stream = state_->running();
+    if (stream && stream->onDisplayOrigin) stream->onDisplayOrigin(hostSeconds, pixels);
 }
 
 void SyntheticDesktop::emitPointer(const PointerEvent& event) {
@@ -329,6 +345,7 @@ std::optional<Point> SyntheticDesktop::pointerLocation(const PointSpace& /*space
 
 std::optional<SystemCursor> SyntheticDesktop::currentCursor(std::optional<std::uint64_t> knownSerial) {
     const std::scoped_lock guard(state_->lock);
+    if (state_->cursorError) throw RecorderError(*state_->cursorError);
     if (!state_->cursor) return std::nullopt;
     const SystemCursor& cursor = *state_->cursor;
     return SystemCursor{cursor.serial, knownSerial == cursor.serial ? BgraPremultipliedBuffer() : copyOf(cursor.image),

@@ -27,6 +27,8 @@ class SyntheticDesktop : public Desktop {
     void failContent(std::optional<RecorderError> error);
     /// The next cursor that is asked for; nothing hides it.
     void setCursor(std::optional<SystemCursor> cursor);
+    /// Asking for the cursor throws this from now on; nothing makes it answer again.
+    void failCursor(std::optional<RecorderError> error);
     /// In the points of whatever space is asked for.
     void setPointerLocation(std::optional<Point> location);
     void setWindowFrame(std::uint32_t windowID, std::optional<Rect> frame);
@@ -41,6 +43,8 @@ class SyntheticDesktop : public Desktop {
     /// The stream ends by itself. Told while it runs only.
     void emitStop(const RecorderError& error);
     void emitNotice(const std::string& notice);
+    /// The captured display begins here from now on, in the desktop's pixels.
+    void emitDisplayOrigin(double hostSeconds, Point pixels);
     /// To every monitor there is, as it stands.
     void emitPointer(const PointerEvent& event);
 

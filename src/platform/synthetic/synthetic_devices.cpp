@@ -30,6 +30,7 @@ class SyntheticDevice::State {
     std::vector<std::thread::id> stoppedOn;
     PictureSize size{640, 480};
     Session* running = nullptr;
+    Session* interrupted = nullptr;
 };
 
 class SyntheticDevice::Session final : public CaptureSession {
@@ -65,6 +66,8 @@ class SyntheticDevice::Session final : public CaptureSession {
 
     void onInterruption(std::function<void(const std::string&)> handler) override { interrupted = std::move(handler); }
 
+    void onReturn(std::function<void()> handler) override { returned = std::move(handler); }
+
     void startRunning() override {
         if (settings_.startFailure) {
             if (interrupted) interrupted(*settings_.startFailure);
@@ -79,10 +82,12 @@ class SyntheticDevice::Session final : public CaptureSession {
 
     DeviceOutputs outputs;
     std::function<void(const std::string&)> interrupted;
+    std::function<void()> returned;
 
   private:
     void leave() {
         const std::scoped_lock hold(state_->lock);
+        if (state_->interrupted == this) state_->interrupted = nullptr;
         if (state_->running != this) return;
         state_->running = nullptr;
         state_->stoppedOn.push_back(std::this_thread::get_id());
@@ -177,7 +182,7 @@ bool SyntheticDevice::interrupt(const std::string& reason) {
         const std::scoped_lock hold(state_->lock);
         if (state_->running == nullptr) return false;
         handler = state_->running->interrupted;
-        state_->running = nullptr;
+        state_->interrupted = std::exchange(state_->running, nullptr);
     }
     if (handler) handler(reason);
     return true;
@@ -196,6 +201,18 @@ std::vector<std::thread::id> SyntheticDevice::openedOn() const {
 std::vector<std::thread::id> SyntheticDevice::stoppedOn() const {
     const std::scoped_lock hold(state_->lock);
     return state_->stoppedOn;
+}
+
+bool SyntheticDevice::comeBack() {
+    std::function<void()> handler;
+    {
+        const std::scoped_lock hold(state_->lock);
+        if (state_->interrupted == nullptr) return false;
+        handler = state_->interrupted->returned;
+        state_->running = std::exchange(state_->interrupted, nullptr);
+    }
+    if (handler) handler();
+    return true;
 }
 
 std::unique_ptr<CaptureSession> SyntheticDevice::open() {

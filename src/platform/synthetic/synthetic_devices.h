@@ -50,6 +50,9 @@ class SyntheticDevice {
     bool emitSound(const SoundBuffer& buffer);
     /// As if the device were unplugged: tells the session, which then gets nothing more.
     bool interrupt(const std::string& reason);
+    /// As if it were plugged in again: the session that was interrupted runs again, and is told so. Whether one had
+    /// been.
+    bool comeBack();
 
     /// For `SyntheticCaptureDevices`.
     std::unique_ptr<CaptureSession> open();

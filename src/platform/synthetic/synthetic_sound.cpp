@@ -45,6 +45,11 @@ class SyntheticSoundSystem::Source {
         const std::scoped_lock hold(calling_);
         handler_ = nullptr;
         ended_ = nullptr;
+        returned_ = nullptr;
+    }
+    void onReturn(SoundSource::ReturnHandler handler) {
+        const std::scoped_lock hold(calling_);
+        returned_ = std::move(handler);
     }
     void hear(const SoundBuffer& buffer) {
         const std::scoped_lock hold(calling_);
@@ -52,7 +57,11 @@ class SyntheticSoundSystem::Source {
     }
     void end(const std::string& reason) {
         const std::scoped_lock hold(calling_);
-        if (const auto ended = std::exchange(ended_, nullptr)) ended(reason);
+        if (!std::exchange(hasEnded_, true) && ended_) ended_(reason);
+    }
+    void comeBack() {
+        const std::scoped_lock hold(calling_);
+        if (std::exchange(hasEnded_, false) && returned_) returned_();
     }
 
   private:
@@ -60,8 +69,11 @@ class SyntheticSoundSystem::Source {
     const int channels_;
     // Held during the calls out: stopping has to wait for the one under way, as with a real server.
     std::mutex calling_;
-    SoundSource::Handler handler_;   // guarded by calling_
-    SoundSource::EndHandler ended_;  // guarded by calling_
+    // All of these are guarded by calling_.
+    SoundSource::Handler handler_;
+    SoundSource::EndHandler ended_;
+    SoundSource::ReturnHandler returned_;
+    bool hasEnded_ = false;
 };
 
 namespace {
@@ -74,6 +86,8 @@ class SyntheticSource final : public SoundSource {
     ~SyntheticSource() override { stop(); }
     SyntheticSource(const SyntheticSource&) = delete;
     SyntheticSource& operator=(const SyntheticSource&) = delete;
+
+    void onReturn(ReturnHandler handler) override { source_->onReturn(std::move(handler)); }
 
     void start(Handler handler, EndHandler ended) override {
         precondition(!started_, "a sound source starts once");
@@ -155,6 +169,12 @@ bool SyntheticSoundSystem::emit(Kind kind, double hostSeconds, std::size_t frame
 bool SyntheticSoundSystem::end(Kind kind, const std::string& reason) {
     const auto sources = hub_->sources(kind);
     for (const auto& source : sources) source->end(reason);
+    return !sources.empty();
+}
+
+bool SyntheticSoundSystem::comeBack(Kind kind) {
+    const auto sources = hub_->sources(kind);
+    for (const auto& source : sources) source->comeBack();
     return !sources.empty();
 }
 

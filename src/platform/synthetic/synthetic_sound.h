@@ -38,6 +38,8 @@ class SyntheticSoundSystem final : public SoundSystem {
     /// Tells every running source of this kind that its sound has ended. What is emitted afterwards still arrives, as
     /// after a server's restart. Whether there was one.
     bool end(Kind kind, const std::string& reason);
+    /// Tells every running source of this kind whose sound has ended that it is back. Whether there was a source.
+    bool comeBack(Kind kind);
 
     /// Sources of this kind that are running at this moment.
     int running(Kind kind) const;

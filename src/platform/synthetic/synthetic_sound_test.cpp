@@ -44,6 +44,20 @@ TEST(SyntheticSound, TellsTheEndOnceAndGoesOn) {
     EXPECT_EQ(heard, 1);
 }
 
+TEST(SyntheticSound, TellsEachReturnAndTheNextOutage) {
+    SyntheticSoundSystem sounds;
+    std::vector<std::string> told;
+    const auto source = sounds.systemAudio(48000, 2);
+    source->onReturn([&] { told.emplace_back("da"); });
+    source->start(nullptr, [&](const std::string& reason) { told.push_back(reason); });
+    sounds.comeBack(Kind::systemAudio);
+    for (int i = 0; i < 2; ++i) {
+        sounds.end(Kind::systemAudio, "weg");
+        sounds.comeBack(Kind::systemAudio);
+    }
+    EXPECT_EQ(told, (std::vector<std::string>{"weg", "da", "weg", "da"}));
+}
+
 TEST(SyntheticSound, StartFailsAsAsked) {
     SyntheticSoundSystem sounds;
     sounds.failStarts(Kind::systemAudio, "Kein Ton.");

@@ -28,6 +28,8 @@ DisplaySource::DisplaySource(const XConnection& connection, const DisplayFilter&
                                     [&](const Display& one) { return one.id == display_.id; });
     if (found == monitors.displays.end()) throw RecorderError("Der gewählte Bildschirm ist nicht mehr da.");
     display_ = *found;
+    const Rect frame = display_.pixelFrame();
+    origin_ = Point{frame.x, frame.y};
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE |
                                  (excluded_.isAsked() ? XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY : 0);
     xcb_change_window_attributes(connection_, connection_.root(), XCB_CW_EVENT_MASK, &events);
@@ -103,6 +105,7 @@ void DisplaySource::followDisplay(DamageArea& damage) {
     const PixelRect oldVisible = visible_;
     layOut();
     if (area_ != oldArea || visible_ != oldVisible) damage.add({0, 0, size_.width, size_.height});
+    if (now.x != before.x || now.y != before.y) origin_ = Point{now.x, now.y};
     if (now.width != before.width || now.height != before.height) {
         notice_ =
             formatted("Der aufgenommene Bildschirm ist jetzt %.0f × %.0f Pixel groß; die Aufnahme behält ihre Größe.",

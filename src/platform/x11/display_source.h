@@ -27,6 +27,7 @@ class DisplaySource : public PictureSource {
     void update(DamageArea& damage) override;
     bool isHidden() const override { return visible_.isEmpty(); }
     std::optional<std::string> ended() const override { return ended_; }
+    std::optional<Point> takeOrigin() override { return std::exchange(origin_, std::nullopt); }
     std::optional<std::string> takeNotice() override { return std::exchange(notice_, std::nullopt); }
     bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
 
@@ -50,6 +51,7 @@ class DisplaySource : public PictureSource {
     ExcludedWindows excluded_;
     std::optional<std::string> ended_;
     std::optional<std::string> notice_;
+    std::optional<Point> origin_;
 };
 
 }  // namespace lumivastor

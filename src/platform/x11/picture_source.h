@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/geometry.h"
 #include "imaging/pixel_buffer.h"
 #include "platform/damage_area.h"
 
@@ -20,6 +21,9 @@ class PictureSource {
     virtual bool isHidden() const = 0;
     /// Why there will never be a picture again; nothing while there may be.
     virtual std::optional<std::string> ended() const = 0;
+    /// Where the captured display begins, in the desktop's pixels, when that is news since the last time. Nothing for
+    /// windows.
+    virtual std::optional<Point> takeOrigin() = 0;
     /// Something that the user should read; nothing most of the time. Each once.
     virtual std::optional<std::string> takeNotice() = 0;
     /// Brings the damaged part of the picture up to date. False when the server refuses.

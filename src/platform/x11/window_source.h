@@ -29,6 +29,7 @@ class WindowSource : public PictureSource {
     void update(DamageArea& damage) override;
     bool isHidden() const override { return pixmap_ == 0; }
     std::optional<std::string> ended() const override { return ended_; }
+    std::optional<Point> takeOrigin() override { return std::nullopt; }
     std::optional<std::string> takeNotice() override { return std::nullopt; }
     bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
 

@@ -59,6 +59,10 @@ void X11CaptureStream::onNotice(std::function<void(const std::string&)> handler)
     notice_ = std::move(handler);
 }
 
+void X11CaptureStream::onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) {
+    origin_ = std::move(handler);
+}
+
 void X11CaptureStream::start() {
     const BrokenPipeGuard guard;
     precondition(!thread_.joinable(), "a capture stream is started once");
@@ -123,30 +127,36 @@ bool X11CaptureStream::waitUntil(double hostSeconds) {
 // A picture's time is that before its first request: it shows everything that was painted until then.
 void X11CaptureStream::tick() {
     const double now = hostClockSeconds();
-    source_->update(pending_);
+    update(now);
     if (auto text = source_->takeNotice(); text && notice_) notice_(*text);
     if (connection_->isBroken()) {
         ended_ = "Die Verbindung zum Bildschirm ist abgerissen.";
     } else if (auto reason = source_->ended()) {
         ended_ = std::move(*reason);
     } else {
-        act(pacer_.atTick({now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()}), now);
+        act(&FramePacer::atTick, {now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()});
     }
+}
+
+void X11CaptureStream::update(double now) {
+    source_->update(pending_);
+    if (const auto origin = source_->takeOrigin(); origin && origin_) origin_(now, *origin);
 }
 
 // The last picture once more gives the recording its whole length.
 void X11CaptureStream::finish() {
     const double now = hostClockSeconds();
     const bool canTake = ended_.empty() && !connection_->isBroken() && store_->canTake();
-    if (canTake) source_->update(pending_);
-    act(pacer_.atStop({now, !pending_.isEmpty(), source_->isHidden(), canTake}), now);
+    if (canTake) update(now);
+    act(&FramePacer::atStop, {now, !pending_.isEmpty(), source_->isHidden(), canTake});
     deliver(FrameStatus::stopped, hostClockSeconds(), nullptr);
 }
 
-void X11CaptureStream::act(FramePacer::Action action, double now) {
-    switch (action) {
+void X11CaptureStream::act(Decision decision, const FramePacer::Situation& situation) {
+    const double now = situation.now;
+    switch ((pacer_.*decision)(situation)) {
         case FramePacer::Action::takePicture:
-            takePicture(now);
+            takePicture(decision, situation);
             break;
         case FramePacer::Action::repeatLast:
             deliver(FrameStatus::complete, now, store_->last());
@@ -162,17 +172,24 @@ void X11CaptureStream::act(FramePacer::Action action, double now) {
     }
 }
 
-void X11CaptureStream::takePicture(double now) {
+void X11CaptureStream::takePicture(Decision decision, FramePacer::Situation situation) {
+    const auto before = store_->last();
     auto picture =
         store_->take(pending_, [this](BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
-    if (picture) {
-        pending_.clear();
-        deliver(pacer_.taken(now), now, std::move(picture));
+    if (picture) pending_.clear();
+    if (picture && picture != before) {
+        deliver(pacer_.taken(situation.now), situation.now, std::move(picture));
         return;
     }
-    // A window has gone or the screen has shrunk between update and request. The next update tells; until then the last
-    // picture holds.
-    act(pacer_.atTick({now, true, true, false}), now);
+    if (picture) {
+        // Painted again, and nothing is different.
+        situation.changed = false;
+    } else {
+        // A window has gone or the screen has shrunk between update and request. The next update tells; until then the
+        // last picture holds.
+        situation.hidden = true;
+    }
+    act(decision, situation);
 }
 
 void X11CaptureStream::deliver(FrameStatus status, double hostSeconds,

@@ -33,6 +33,7 @@ class X11CaptureStream : public CaptureStream {
     void addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override;
     void onStop(std::function<void(const RecorderError&)> handler) override;
     void onNotice(std::function<void(const std::string&)> handler) override;
+    void onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) override;
     void start() override;
     void stop() override;
 
@@ -42,8 +43,11 @@ class X11CaptureStream : public CaptureStream {
     bool waitUntil(double hostSeconds);
     void tick();
     void finish();
-    void act(FramePacer::Action action, double now);
-    void takePicture(double now);
+    void update(double now);
+    /// What the pacer decides: at a tick or at the stop.
+    using Decision = FramePacer::Action (FramePacer::*)(const FramePacer::Situation&);
+    void act(Decision decision, const FramePacer::Situation& situation);
+    void takePicture(Decision decision, FramePacer::Situation situation);
     void deliver(FrameStatus status, double hostSeconds, std::shared_ptr<const BgraPremultipliedBuffer> image);
     void endThread();
 
@@ -56,6 +60,7 @@ class X11CaptureStream : public CaptureStream {
     std::function<void(const ScreenSample&)> handler_;
     std::function<void(const RecorderError&)> stopped_;
     std::function<void(const std::string&)> notice_;
+    std::function<void(double, Point)> origin_;
 
     // Set up by `start`, then the thread's.
     std::unique_ptr<XConnection> connection_;

@@ -25,6 +25,10 @@ std::string environmentValue(const char* name) {
     return value == nullptr ? "" : value;
 }
 
+RecorderError brokenConnection() {
+    return RecorderError("Die Verbindung zum Bildschirm ist abgerissen.");
+}
+
 /// One connection for questions; streams and monitors have their own.
 class X11Desktop : public Desktop {
   public:
@@ -50,7 +54,7 @@ class X11Desktop : public Desktop {
                                       [](const RunningApplication& one) { return one.processId == getpid(); });
         if (own != content.applications.end()) content.ownApplication = *own;
         if (connection_.isBroken() || content.displays.empty()) {
-            throw RecorderError("Die Verbindung zum Bildschirm ist abgerissen.");
+            throw brokenConnection();
         }
         return content;
     }
@@ -82,6 +86,7 @@ class X11Desktop : public Desktop {
         if (!connection_.hasFixes()) return std::nullopt;
         const auto reply =
             xReply(connection_, xcb_xfixes_get_cursor_image_reply, xcb_xfixes_get_cursor_image(connection_));
+        if (connection_.isBroken()) throw brokenConnection();
         if (!reply) return std::nullopt;
         const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
         const int count = xcb_xfixes_get_cursor_image_cursor_image_length(reply.get());

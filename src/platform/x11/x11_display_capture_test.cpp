@@ -195,6 +195,88 @@ TEST(X11DisplayCapture, APictureShowsEverythingThatWasPaintedUntilItsTime) {
     }
 }
 
+// Paints what is there already, as programs do that redraw on a timer. Whether no new picture came of it: the last one
+// stays, and at ticks behind the painting there was nothing new.
+bool isIdleWhilePaintedAgain(SampleCollector& samples, RigWindow& window, int seed) {
+    const auto before = samples.picture();
+    for (int i = 0; i < 20; ++i) window.drawPattern(seed);
+    const int idle = samples.count(FrameStatus::idle);
+    return waitFor([&] { return samples.count(FrameStatus::idle) > idle + 2; }) && samples.picture() == before;
+}
+
+TEST(X11DisplayCapture, WhatIsPaintedAgainWithoutAChangeIsIdle) {
+    DesktopRig rig;
+    rig.paintRoot(kGround);
+    RigWindow window(rig.displayName(), {.x = 300, .y = 200, .width = 333, .height = 222});
+    window.drawPattern(1);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    RunningCapture display(*desktop, filter);
+    RunningCapture region(*desktop, filter, Rect{310, 210, 200, 200});
+    ASSERT_TRUE(display.samples().waitForPicture(
+        [&](const auto& picture) { return equalsEverywhere(picture, patternOn(window, 333, 222, 1, 0, 0)); }));
+    ASSERT_TRUE(region.samples().waitForPicture(
+        [&](const auto& picture) { return equalsEverywhere(picture, patternOn(window, 333, 222, 1, 310, 210)); }));
+    EXPECT_TRUE(isIdleWhilePaintedAgain(display.samples(), window, 1));
+    EXPECT_TRUE(isIdleWhilePaintedAgain(region.samples(), window, 1));
+    // One pixel is news.
+    const std::uint32_t other = patternAt(1, 150, 100) ^ 1;
+    window.fill(other, 150, 100, 1, 1);
+    const auto isShown = [&](RunningCapture& capture, int areaX, int areaY) {
+        const auto before = patternOn(window, 333, 222, 1, areaX, areaY);
+        const int x = window.screenX() + 150 - areaX;
+        const int y = window.screenY() + 100 - areaY;
+        return capture.samples().waitForPicture([&](const auto& picture) {
+            return equalsEverywhere(picture,
+                                    [&](int px, int py) { return px == x && py == y ? other : before(px, py); });
+        });
+    };
+    EXPECT_TRUE(isShown(display, 0, 0));
+    EXPECT_TRUE(isShown(region, 310, 210));
+}
+
+TEST(X11DisplayCapture, TellsWhereItsDisplayIsAndWhenItMoves) {
+    DesktopRig rig({2000, 800});
+    rig.paintRoot(kGround);
+    rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 0, 600, 700}});
+    RigWindow window(rig.displayName(), {.x = 1300, .y = 100, .width = 300, .height = 200});
+    window.drawPattern(3);
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const DisplayFilter right{displayNamed(*desktop, "Right"), {}};
+    std::mutex lock;
+    std::vector<std::pair<double, Point>> origins;  // guarded by lock
+    const auto told = [&] {
+        const std::scoped_lock guard(lock);
+        return origins;
+    };
+    const auto stream = desktop->makeCaptureStream(right, recordingOf(right));
+    SampleCollector samples(*stream);
+    stream->onDisplayOrigin([&](double hostSeconds, Point pixels) {
+        const std::scoped_lock guard(lock);
+        origins.emplace_back(hostSeconds, pixels);
+    });
+    stream->start();
+    const auto isShownFrom = [&](int x) {
+        return samples.waitForPicture(
+            [&](const auto& picture) { return equalsEverywhere(picture, patternOn(window, 300, 200, 3, x, 0)); });
+    };
+    EXPECT_TRUE(isShownFrom(1200));
+    EXPECT_EQ(told().size(), 1U);
+    const double before = hostClockSeconds();
+    // The server tells that a monitor was removed, unlike that one was set.
+    rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1250, 0, 600, 700}, {"Third", 1900, 0, 50, 50}});
+    rig.removeMonitor("Third");
+    EXPECT_TRUE(isShownFrom(1250));
+    EXPECT_TRUE(samples.stops().empty());
+    stream->stop();
+    samples.drain();
+    ASSERT_EQ(told().size(), 2U);
+    EXPECT_EQ(told()[0].second, (Point{1200, 0}));
+    EXPECT_EQ(told()[1].second, (Point{1250, 0}));
+    EXPECT_GE(told()[1].first, before - 0.1) << "a tick's time is from before its questions";
+    EXPECT_GE(samples.seen().back().hostSeconds, told()[1].first);
+}
+
 TEST(X11DisplayCapture, TakesNoPictureWhileAllBuffersAreOut) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.x = 0, .y = 0, .width = 320, .height = 100});

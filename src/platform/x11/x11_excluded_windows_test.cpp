@@ -66,6 +66,28 @@ bool showsThrough(SampleCollector& samples, const RigWindow& window, int width, 
     });
 }
 
+TEST_P(X11ExcludedWindows, WhatIsPaintedAgainBeneathAndInThemIsIdle) {
+    RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
+    window.drawPattern(1);
+    RigWindow cover(rig_.displayName(), panel());
+    RunningCapture capture(*desktop_, filter());
+    SampleCollector& samples = capture.samples();
+    ASSERT_TRUE(showsThrough(samples, window, 300, 200, 1));
+    const auto before = samples.picture();
+    for (int i = 0; i < 20; ++i) {
+        window.drawPattern(1);
+        cover.fill(static_cast<std::uint32_t>(i));  // changes, and is not to be seen
+    }
+    const int idle = samples.count(FrameStatus::idle);
+    ASSERT_TRUE(waitFor([&] { return samples.count(FrameStatus::idle) > idle + 2; }));
+    EXPECT_EQ(samples.picture(), before);
+    // Beneath the panel.
+    const int x = window.screenX() + 100;
+    const int y = window.screenY() + 80;
+    window.fill(patternAt(1, 100, 80) ^ 1, 100, 80, 1, 1);
+    EXPECT_TRUE(samples.waitForColor(x, y, patternAt(1, 100, 80) ^ 1));
+}
+
 TEST_P(X11ExcludedWindows, AreNotInThePicture) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);

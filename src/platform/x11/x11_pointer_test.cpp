@@ -239,6 +239,22 @@ TEST(X11Cursor, IsTheShapeThatAProgramSet) {
     EXPECT_EQ(other->image.width(), 8);
 }
 
+TEST(X11Cursor, OfAServerThatDiedIsAnErrorAndNotHidden) {
+    DesktopRig rig;
+    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    EXPECT_NO_THROW(desktop->currentCursor(std::nullopt));
+    rig.killServer();
+    EXPECT_TRUE(waitFor([&] {
+        try {
+            desktop->currentCursor(std::nullopt);
+            return false;
+        } catch (const RecorderError& error) {
+            return error.message() == "Die Verbindung zum Bildschirm ist abgerissen.";
+        }
+    }));
+    EXPECT_THROW(desktop->currentCursor(1), RecorderError);
+}
+
 TEST(X11Cursor, IsNothingWhileItIsInvisible) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.x = 100, .y = 100});

@@ -43,6 +43,21 @@ TEST_P(X11WindowCapture, ShowsTheWindowToThePixel) {
     }));
 }
 
+TEST_P(X11WindowCapture, WhatIsPaintedAgainWithoutAChangeIsIdle) {
+    RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
+    window.drawPattern(1);
+    RunningCapture capture(*desktop_, windowFilter(*desktop_, window.id()));
+    SampleCollector& samples = capture.samples();
+    ASSERT_TRUE(showsPattern(samples, 1, 320, 240));
+    const auto before = samples.picture();
+    for (int i = 0; i < 20; ++i) window.drawPattern(1);
+    const int idle = samples.count(FrameStatus::idle);
+    ASSERT_TRUE(waitFor([&] { return samples.count(FrameStatus::idle) > idle + 2; }));
+    EXPECT_EQ(samples.picture(), before);
+    window.fill(patternAt(1, 319, 239) ^ 1, 319, 239, 1, 1);
+    EXPECT_TRUE(samples.waitForColor(319, 239, patternAt(1, 319, 239) ^ 1));
+}
+
 TEST_P(X11WindowCapture, ShowsWhatIsCovered) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
