@@ -78,8 +78,8 @@ void DeviceRecorder::start(std::function<void(std::optional<RecorderError>)> com
         std::optional<RecorderError> error;
         try {
             prepare();
-        } catch (const RecorderError& thrown) {
-            error = RecorderError(thrown.message());
+        } catch (...) {
+            error = handledError("Unerwarteter Fehler");
         }
         reports_.onMain([this, error = std::move(error), completion = std::move(completion)] {
             startWatch_.end();

@@ -56,9 +56,9 @@ struct RenderOptions {
 
 /// Exports the composition as it stands, at the size of its canvas, to "studio-output.mp4" or ".mov" in the recording's
 /// folder, replacing what was there. Returns when the file is finished and has been checked. Throws `RecorderError`:
-/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. A shortage
-/// of memory is such an error. Where damage in the source leaves nothing to show at first, the film begins with the
-/// first picture that can be read. The composition's settings should not change meanwhile.
+/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. A
+/// shortage of memory is such an error. Where damage in the source leaves nothing to show at first, the film begins
+/// with the first picture that can be read. The composition's settings should not change meanwhile.
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options = {});
 
