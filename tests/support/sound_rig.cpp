@@ -85,11 +85,32 @@ void PulseRig::freeze(bool isFrozen) {
     server_->signal(isFrozen ? SIGSTOP : SIGCONT);
 }
 
-void PulseRig::setDefaultSink(const std::string& name) {
+std::string PulseRig::askServer(const std::vector<std::string>& question) {
     requireProgram("pactl", "pulseaudio-utils");
     const auto log = folder_ / "pactl.log";
-    ChildProcess pactl({"pactl", "set-default-sink", name}, {{"PULSE_SERVER", address()}}, log);
-    if (!pactl.wait()) throw std::runtime_error("no default sink " + name + ": " + readText(log));
+    std::error_code ignored;
+    std::filesystem::remove(log, ignored);
+    std::vector<std::string> command{"pactl"};
+    command.insert(command.end(), question.begin(), question.end());
+    ChildProcess pactl(command, {{"PULSE_SERVER", address()}, {"LC_ALL", "C"}}, log);
+    if (!pactl.wait()) throw std::runtime_error("pactl " + question.front() + ": " + readText(log));
+    return readText(log);
+}
+
+void PulseRig::setDefaultSink(const std::string& name) {
+    askServer({"set-default-sink", name});
+}
+
+double PulseRig::blockLength() {
+    const std::string sinks = askServer({"list", "sinks"});
+    const std::string before = "configured ";
+    const std::size_t found = sinks.find(before, sinks.find("Name: sysout"));
+    if (found == std::string::npos) throw std::runtime_error("no latency in: " + sinks);
+    return std::stod(sinks.substr(found + before.size())) * 1e-6;
+}
+
+bool PulseRig::isPlaying() {
+    return askServer({"list", "sink-inputs"}).find("Corked: no") != std::string::npos;
 }
 
 PipeWireRig::PipeWireRig() {

@@ -30,8 +30,14 @@ class PulseRig {
     void freeze(bool isFrozen);
     /// Makes another device the default, as when a headset is plugged in.
     void setDefaultSink(const std::string& name);
+    /// How far ahead the sink "sysout" makes sound, in seconds.
+    double blockLength();
+    /// Whether a stream is being played, not merely there.
+    bool isPlaying();
 
   private:
+    std::string askServer(const std::vector<std::string>& question);
+
     TemporaryFolder folder_;
     std::unique_ptr<ChildProcess> server_;
 };
