@@ -32,6 +32,10 @@ Row rowOf(const KeyboardMapping& mapping, std::size_t index) {
     return mapping.symbols.subspan(index * columns, columns);
 }
 
+std::uint8_t keyOf(const KeyboardMapping& mapping, std::size_t index) {
+    return static_cast<std::uint8_t>(mapping.firstKey + static_cast<int>(index));
+}
+
 Row groupOf(Row row, int group) {
     const auto first = static_cast<std::size_t>(group * kGroupColumns);
     return first < row.size() ? row.subspan(first, std::min<std::size_t>(kGroupColumns, row.size() - first)) : Row();
@@ -42,7 +46,7 @@ Row groupOf(Row row, int group) {
 std::vector<std::uint8_t> keysFor(const KeyboardMapping& mapping, char letter) {
     std::vector<std::uint8_t> keys;
     for (std::size_t i = 0; i < keyCount(mapping); ++i) {
-        if (typesIn(rowOf(mapping, i), letter)) keys.push_back(static_cast<std::uint8_t>(mapping.firstKey + i));
+        if (typesIn(rowOf(mapping, i), letter)) keys.push_back(keyOf(mapping, i));
     }
     return keys;
 }
@@ -53,7 +57,7 @@ bool meansLetter(const KeyboardMapping& mapping, std::uint8_t key, int group, ch
     for (std::size_t i = 0; i < keyCount(mapping); ++i) {
         if (!typesIn(groupOf(rowOf(mapping, i), group), letter)) continue;
         groupHasLetter = true;
-        if (mapping.firstKey + i == key) return true;
+        if (keyOf(mapping, i) == key) return true;
     }
     return !groupHasLetter;
 }
