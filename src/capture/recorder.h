@@ -55,7 +55,8 @@ class Recorder {
     /// Told once when the recording cannot go on: the window was closed, the display server is gone, the disk is full
     /// or nearly so. Whoever made the recorder stops it then; what was recorded until then is kept.
     std::function<void(const RecorderError&)> onStreamError;
-    /// Told a German sentence when something is missing from now on and the rest goes on: sound, the camera.
+    /// Told a German sentence when something is missing from now on and the rest goes on (sound, the camera), or is
+    /// back.
     std::function<void(const std::string&)> onNotice;
 
     /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
