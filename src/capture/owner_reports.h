@@ -27,7 +27,7 @@ class OwnerReports {
 
     /// Tells that the recording cannot go on; the first time only, and not once it is being stopped.
     void giveUp(const RecorderError& reason);
-    /// Tells a German sentence about something that is missing from now on.
+    /// Tells a German sentence about something that is missing from now on, or is back.
     void notice(const std::string& sentence);
 
     /// Main thread: what comes later about giving up is old news.

@@ -56,7 +56,8 @@ class Recorder {
     /// Told once when the recording cannot go on: the window was closed, the display server is gone, the disk is full
     /// or nearly so. Whoever made the recorder stops it then; what was recorded until then is kept.
     std::function<void(const RecorderError&)> onStreamError;
-    /// Told a German sentence when something is missing from now on and the rest goes on: sound, the camera.
+    /// Told a German sentence when something is missing from now on and the rest goes on (sound, the camera), or is
+    /// back.
     std::function<void(const std::string&)> onNotice;
     /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
     std::function<void(const std::string&)> onSlowStep;

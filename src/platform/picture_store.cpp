@@ -56,7 +56,8 @@ PictureStore::~PictureStore() = default;
 bool PictureStore::canTake() const {
     const std::scoped_lock guard(slots_->lock);
     const auto used = std::count_if(slots_->all.begin(), slots_->all.end(), [](const auto& slot) { return slot.used; });
-    // Nobody can take up a picture of which we hold the only reference, so 1 stays 1.
+    // Of a picture of which only we hold a reference. Somebody with a weak one may take it up a moment later: then one
+    // more than `depth` is out, for which there is a buffer.
     const int ours = last_ && last_.use_count() == 1 ? 1 : 0;
     return used - ours < depth_;
 }

@@ -58,6 +58,21 @@ void send(xcb_connection_t* connection, SetMonitor& request) {
     xcb_send_request(connection, 0, parts + 2, &protocol);
 }
 
+// Without an output.
+SetMonitor monitorRequest(xcb_connection_t* connection, xcb_window_t root, const RigMonitor& monitor) {
+    SetMonitor request{};
+    request.root = root;
+    request.info.name = atom(connection, monitor.name);
+    request.info.primary = monitor.isPrimary ? 1 : 0;
+    request.info.x = static_cast<std::int16_t>(monitor.x);
+    request.info.y = static_cast<std::int16_t>(monitor.y);
+    request.info.width = static_cast<std::uint16_t>(monitor.width);
+    request.info.height = static_cast<std::uint16_t>(monitor.height);
+    request.info.width_in_millimeters = static_cast<std::uint32_t>(monitor.width / 4);
+    request.info.height_in_millimeters = static_cast<std::uint32_t>(monitor.height / 4);
+    return request;
+}
+
 // The number that the server writes when it is ready.
 int readNumber(int descriptor) {
     std::string text;
@@ -164,16 +179,7 @@ void DesktopRig::setMonitors(const std::vector<RigMonitor>& monitors) {
     std::free(resources);
     bool isFirst = true;
     for (const RigMonitor& monitor : monitors) {
-        SetMonitor request{};
-        request.root = root_;
-        request.info.name = atom(connection_, monitor.name);
-        request.info.primary = monitor.isPrimary ? 1 : 0;
-        request.info.x = static_cast<std::int16_t>(monitor.x);
-        request.info.y = static_cast<std::int16_t>(monitor.y);
-        request.info.width = static_cast<std::uint16_t>(monitor.width);
-        request.info.height = static_cast<std::uint16_t>(monitor.height);
-        request.info.width_in_millimeters = static_cast<std::uint32_t>(monitor.width / 4);
-        request.info.height_in_millimeters = static_cast<std::uint32_t>(monitor.height / 4);
+        SetMonitor request = monitorRequest(connection_, root_, monitor);
         request.info.nOutput = isFirst ? 1 : 0;
         request.output = output;
         send(connection_, request);
@@ -184,6 +190,16 @@ void DesktopRig::setMonitors(const std::vector<RigMonitor>& monitors) {
 
 void DesktopRig::removeMonitor(const std::string& name) {
     xcb_randr_delete_monitor(connection_, root_, atom(connection_, name));
+    sync();
+}
+
+// The server refuses to set a monitor of a name that it has already.
+void DesktopRig::moveMonitor(const RigMonitor& monitor) {
+    xcb_grab_server(connection_);
+    xcb_randr_delete_monitor(connection_, root_, atom(connection_, monitor.name));
+    SetMonitor request = monitorRequest(connection_, root_, monitor);
+    send(connection_, request);
+    xcb_ungrab_server(connection_);
     sync();
 }
 

@@ -46,6 +46,8 @@ class DesktopRig {
     /// Splits the screen into these monitors; the first of them takes over the screen's own.
     void setMonitors(const std::vector<RigMonitor>& monitors);
     void removeMonitor(const std::string& name);
+    /// Gives a monitor another place or size; nobody sees the desktop without it. Not for the first of them.
+    void moveMonitor(const RigMonitor& monitor);
     /// What desktops write into the resource database as Xft.dpi.
     void setDotsPerInch(int dotsPerInch);
     /// Another size of the screen, as a change of resolution makes it. Not larger than at the start.
