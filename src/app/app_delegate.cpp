@@ -302,8 +302,12 @@ void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
         });
     };
     options.progress = [this](double done) { window_.update([&](MainWindowState& state) { state.progress = done; }); };
-    checkVideo_ = services_.renderCheckVideo(
-        folder, std::move(options), [this](const CursorRenderer::Outcome& outcome) { checkVideoEnded(outcome); });
+    try {
+        checkVideo_ = services_.renderCheckVideo(
+            folder, std::move(options), [this](const CursorRenderer::Outcome& outcome) { checkVideoEnded(outcome); });
+    } catch (const RecorderError& error) {
+        checkVideoEnded(error);
+    }
 }
 
 void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {

@@ -239,6 +239,21 @@ TEST_F(AppDelegateTest, TheCheckVideoShowsItsProgressAndTheFile) {
     EXPECT_TRUE(logged("[Render] Fehler: Der Datenträger ist voll."));
 }
 
+TEST_F(AppDelegateTest, ACheckVideoThatCannotEvenBeginIsSaid) {
+    beforeLaunch_ = [&](AppServices& services) {
+        services.renderCheckVideo = [](const std::filesystem::path&, const CursorRenderer::Options&,
+                                       const std::function<void(const CursorRenderer::Outcome&)>&) -> std::jthread {
+            throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+        };
+    };
+    launch();
+    temporary_.write("source.mov", "");
+    view_.folderToChoose = temporary_.path();
+    app_->renderCheckVideo();
+    EXPECT_FALSE(view_.state.progress);
+    EXPECT_EQ(view_.state.status, "Prüfvideo fehlgeschlagen: Der Arbeitsspeicher reicht nicht.");
+}
+
 TEST_F(AppDelegateTest, TheRecordingsFolderIsMadeToBeShown) {
     launch();
     app_->revealFolder();

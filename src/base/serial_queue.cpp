@@ -1,6 +1,5 @@
 #include "base/serial_queue.h"
 
-#include <future>
 #include <utility>
 
 #include "base/precondition.h"
@@ -20,32 +19,43 @@ SerialQueue::~SerialQueue() {
 }
 
 void SerialQueue::async(std::function<void()> work) {
+    async(std::make_shared<Prepared>(std::move(work)));
+}
+
+void SerialQueue::async(std::shared_ptr<Prepared> work) noexcept {
     {
         const std::scoped_lock guard(lock_);
-        waiting_.push_back(std::move(work));
+        Prepared* const handedOver = work.get();
+        (last_ == nullptr ? first_ : last_->next_) = std::move(work);
+        last_ = handedOver;
+        ++handedOver_;
     }
     wake_.notify_one();
 }
 
-void SerialQueue::drain() {
+void SerialQueue::drain() noexcept {
     precondition(!isCurrent(), "a serial queue cannot wait for itself");
-    std::promise<void> reached;
-    async([&reached] { reached.set_value(); });
-    reached.get_future().wait();
+    std::unique_lock guard(lock_);
+    ++drains_;
+    oneDone_.wait(guard, [this, upTo = handedOver_] { return done_ >= upTo; });
+    --drains_;
 }
 
 void SerialQueue::run() {
     nameThisThread(label_);
     std::unique_lock guard(lock_);
     for (;;) {
-        wake_.wait(guard, [this] { return ending_ || !waiting_.empty(); });
-        if (waiting_.empty()) return;
-        std::function<void()> work = std::move(waiting_.front());
-        waiting_.pop_front();
+        wake_.wait(guard, [this] { return ending_ || first_ != nullptr; });
+        if (first_ == nullptr) return;
+        std::shared_ptr<Prepared> work = std::exchange(first_, nullptr);
+        first_ = std::exchange(work->next_, nullptr);
+        if (first_ == nullptr) last_ = nullptr;
         guard.unlock();
-        work();
+        work->work_();
         work = nullptr;  // what it captured goes before the lock is taken again
         guard.lock();
+        ++done_;
+        if (drains_ > 0) oneDone_.notify_all();
     }
 }
 

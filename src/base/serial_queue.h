@@ -1,11 +1,13 @@
 #pragma once
 
 #include <condition_variable>
-#include <deque>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace lumivastor {
 
@@ -13,6 +15,19 @@ namespace lumivastor {
 /// carries the queue's label as its name. Unbounded: whoever feeds it from a live source bounds it there.
 class SerialQueue {
   public:
+    /// A work item that has its memory already, so that handing it over cannot fail. It may be handed over again once
+    /// it runs or has run, not while it waits.
+    class Prepared {
+      public:
+        explicit Prepared(std::function<void()> work) : work_(std::move(work)) {}
+
+      private:
+        friend class SerialQueue;
+        std::function<void()> work_;
+        std::shared_ptr<Prepared> next_;  // while it waits; guarded by the queue's lock
+    };
+
+    /// Throws std::system_error when no thread can be started.
     explicit SerialQueue(std::string label);
     /// Runs everything still waiting, then ends the thread.
     ~SerialQueue();
@@ -21,11 +36,13 @@ class SerialQueue {
 
     const std::string& label() const { return label_; }
 
-    /// Hands over a work item and returns at once. Any thread. A work item must not throw.
+    /// Hands over a work item and returns at once. Any thread. A work item must not throw. Throws std::bad_alloc, with
+    /// nothing handed over, when memory is short.
     void async(std::function<void()> work);
+    void async(std::shared_ptr<Prepared> work) noexcept;
 
-    /// Returns when everything handed over before has run. Any thread but the queue's own.
-    void drain();
+    /// Returns when everything handed over before has run. Any thread but the queue's own. Takes no memory.
+    void drain() noexcept;
 
     bool isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
 
@@ -35,9 +52,14 @@ class SerialQueue {
     const std::string label_;
     std::mutex lock_;
     std::condition_variable wake_;
-    std::deque<std::function<void()>> waiting_;  // guarded by lock_
-    bool ending_ = false;                        // guarded by lock_
-    std::thread thread_;                         // last: it uses everything above
+    std::condition_variable oneDone_;
+    std::shared_ptr<Prepared> first_;  // guarded by lock_; those that wait, each with the next one
+    Prepared* last_ = nullptr;         // guarded by lock_
+    std::uint64_t handedOver_ = 0;     // guarded by lock_
+    std::uint64_t done_ = 0;           // guarded by lock_
+    int drains_ = 0;                   // guarded by lock_; how many wait for oneDone_
+    bool ending_ = false;              // guarded by lock_
+    std::thread thread_;               // last: it uses everything above
 };
 
 }  // namespace lumivastor

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -57,6 +59,45 @@ TEST(SerialQueue, AnItemMayHandOverTheNext) {
     queue.drain();
     EXPECT_TRUE(second);
     EXPECT_FALSE(queue.isCurrent());
+}
+
+TEST(SerialQueue, PreparedWorkMayBeHandedOverAgainFromWithin) {
+    std::vector<int> order;
+    SerialQueue queue("test.prepared");
+    std::shared_ptr<SerialQueue::Prepared> again;
+    again = std::make_shared<SerialQueue::Prepared>([&] {
+        const int round = static_cast<int>(order.size());
+        order.push_back(round);
+        if (round < 99) queue.async(again);
+    });
+    queue.async(again);
+    queue.async([&] { order.push_back(-1); });
+    for (int round = 0; round < 100; ++round) queue.drain();
+    ASSERT_EQ(order.size(), 100u);
+    EXPECT_EQ(order[0], 0);
+    EXPECT_EQ(order[1], -1) << "what waits already comes first";
+    EXPECT_EQ(order[99], 99);
+}
+
+TEST(SerialQueue, DrainingWaitsForWhatCameBefore) {
+    std::atomic<int> done = 0;
+    SerialQueue queue("test.drain");
+    std::vector<std::thread> others;
+    for (int i = 0; i < 4; ++i) {
+        others.emplace_back([&] {
+            for (int round = 1; round <= 200; ++round) {
+                int mine = 0;
+                queue.async([&mine, &done] {
+                    mine = 1;
+                    ++done;
+                });
+                queue.drain();
+                EXPECT_EQ(mine, 1);
+            }
+        });
+    }
+    for (std::thread& other : others) other.join();
+    EXPECT_EQ(done, 800);
 }
 
 }  // namespace

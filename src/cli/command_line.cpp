@@ -1,9 +1,11 @@
 #include "cli/command_line.h"
 
 #include <algorithm>
+#include <new>
 #include <ostream>
 #include <string_view>
 
+#include "base/handled_error.h"
 #include "base/recorder_error.h"
 #include "cli/arguments.h"
 #include "cli/help.h"
@@ -17,6 +19,20 @@ namespace {
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+
+// Where there is no memory for the document, standard error has the sentence.
+void writeError(std::ostream& out, const RecorderError& error) {
+    try {
+        JsonWriter writer([&out](std::string_view piece) { out << piece; });
+        writer.beginObject();
+        writer.key("error");
+        writer.text(error.what());
+        writer.endObject();
+        writer.finish();
+        out << "\n" << std::flush;
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
+    }
+}
 
 int runVerb(const Verb& verb, std::span<const std::string> words, std::ostream& out, std::ostream& err) {
     if (std::find(words.begin(), words.end(), "--help") != words.end()) {
@@ -37,16 +53,9 @@ int runVerb(const Verb& verb, std::span<const std::string> words, std::ostream& 
         out << std::flush;
         err << error.what() << "\n";
         return kFailed;
-    } catch (const std::exception& error) {
-        if (json) {
-            JsonWriter writer([&out](std::string_view piece) { out << piece; });
-            writer.beginObject();
-            writer.key("error");
-            writer.text(error.what());
-            writer.endObject();
-            writer.finish();
-            out << "\n" << std::flush;
-        }
+    } catch (const std::exception&) {
+        const RecorderError error = handledError("Unerwarteter Fehler");
+        if (json) writeError(out, error);
         err << error.what() << "\n";
         return kFailed;
     }

@@ -4,12 +4,26 @@
 
 #include "app/application.h"
 #include "app/log/log.h"
+#include "base/handled_error.h"
 #include "cli/command_line.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
-    const int status = lumivastor::startsApplication(words) ? lumivastor::runApplication(argc, argv)
-                                                            : lumivastor::runCommandLine(words, std::cout, std::cerr);
+    return lumivastor::startsApplication(words) ? lumivastor::runApplication(argc, argv)
+                                                : lumivastor::runCommandLine(words, std::cout, std::cerr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int status = 1;
+    try {
+        status = run(argc, argv);
+    } catch (...) {
+        std::cerr << lumivastor::handledError("Unerwarteter Fehler").what() << "\n";
+    }
     lumivastor::Log::drain();
     return status;
 }

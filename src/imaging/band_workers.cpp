@@ -1,12 +1,22 @@
 #include "imaging/band_workers.h"
 
+#include <new>
+#include <system_error>
+#include <utility>
+
 #include "base/precondition.h"
 
 namespace lumivastor {
 
 BandWorkers::BandWorkers(int threads) {
     precondition(threads >= 1, "somebody has to do the work");
-    for (int thread = 1; thread < threads; ++thread) workers_.emplace_back([this, thread] { serve(thread); });
+    workers_.reserve(static_cast<std::size_t>(threads - 1));
+    // Too little memory for a stack, or too many threads already: the picture is the same with fewer, only later.
+    try {
+        for (int thread = 1; thread < threads; ++thread) workers_.emplace_back([this, thread] { serve(thread); });
+    } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch)
+    } catch (const std::bad_alloc&) {     // NOLINT(bugprone-empty-catch)
+    }
 }
 
 BandWorkers::~BandWorkers() {
@@ -32,10 +42,29 @@ void BandWorkers::run(int bands, const std::function<void(int, int)>& work) {
         ++round_;
     }
     wake_.notify_all();
-    for (int band = next_++; band < bands; band = next_++) work(band, 0);
-    std::unique_lock guard(lock_);
-    done_.wait(guard, [this] { return busy_ == 0; });
-    work_ = nullptr;
+    workOff(work, bands, 0);
+    std::exception_ptr failure;
+    {
+        std::unique_lock guard(lock_);
+        done_.wait(guard, [this] { return busy_ == 0; });
+        work_ = nullptr;
+        failure = std::exchange(failure_, nullptr);
+    }
+    if (failure) std::rethrow_exception(failure);
+}
+
+void BandWorkers::workOff(const std::function<void(int, int)>& work, int bands, int thread) noexcept {
+    std::exception_ptr failure;
+    try {
+        for (int band = next_++; band < bands; band = next_++) work(band, thread);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    // Handed over outside of the `catch`, so that this thread holds nothing of the exception any more.
+    if (!failure) return;
+    next_ = bands;
+    const std::lock_guard guard(lock_);
+    if (!failure_) failure_ = std::move(failure);
 }
 
 void BandWorkers::serve(int thread) {
@@ -51,7 +80,7 @@ void BandWorkers::serve(int thread) {
             work = work_;
             bands = bands_;
         }
-        for (int band = next_++; band < bands; band = next_++) (*work)(band, thread);
+        workOff(*work, bands, thread);
         const std::lock_guard guard(lock_);
         if (--busy_ == 0) done_.notify_one();
     }

@@ -4,6 +4,7 @@
 #include <pango/pangocairo.h>
 
 #include <cstdint>
+#include <new>
 #include <utility>
 
 namespace lumivastor {
@@ -66,9 +67,11 @@ struct BitmapCanvas::State {
 BitmapCanvas::BitmapCanvas(BgraPremultipliedBuffer& buffer) : state_(std::make_unique<State>()) {
     if (buffer.isEmpty()) return;
     auto surface = surfaceOf(buffer.row(0), buffer);
+    if (cairo_surface_status(surface.get()) == CAIRO_STATUS_NO_MEMORY) throw std::bad_alloc();
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return;
     state_->surface = std::move(surface);
     state_->context.reset(cairo_create(state_->surface.get()));
+    if (cairo_status(state_->context.get()) == CAIRO_STATUS_NO_MEMORY) throw std::bad_alloc();
 }
 
 BitmapCanvas::~BitmapCanvas() {

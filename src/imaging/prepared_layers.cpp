@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "base/precondition.h"
@@ -22,19 +23,31 @@ class Drawing {
         : surface_(cairo_image_surface_create_for_data(buffer.row(0), CAIRO_FORMAT_ARGB32, buffer.width(),
                                                        buffer.height(), static_cast<int>(buffer.stride()))),
           context_(cairo_create(surface_)) {
+        if (isOutOfMemory()) {
+            release();
+            throw std::bad_alloc();
+        }
         precondition(cairo_status(context_) == CAIRO_STATUS_SUCCESS, "a buffer can be drawn into");
     }
-    ~Drawing() {
-        cairo_destroy(context_);
-        cairo_surface_finish(surface_);
-        cairo_surface_destroy(surface_);
-    }
+    ~Drawing() { release(); }
     Drawing(const Drawing&) = delete;
     Drawing& operator=(const Drawing&) = delete;
 
     operator cairo_t*() { return context_; }
 
+    /// Throws std::bad_alloc when anything was left out for want of memory.
+    void finish() {
+        if (isOutOfMemory()) throw std::bad_alloc();
+    }
+
   private:
+    bool isOutOfMemory() { return cairo_status(context_) == CAIRO_STATUS_NO_MEMORY; }
+    void release() {
+        cairo_destroy(context_);
+        cairo_surface_finish(surface_);
+        cairo_surface_destroy(surface_);
+    }
+
     cairo_surface_t* surface_;
     cairo_t* context_;
 };
@@ -128,6 +141,7 @@ BgraPremultipliedBuffer makeRoundedMatte(int width, int height, const Rect& rect
     cairo_set_source_rgb(drawing, 1, 1, 1);
     addRoundedRect(drawing, flipped(rect, height), cornerRadius);
     cairo_fill(drawing);
+    drawing.finish();
     return picture;
 }
 
@@ -147,6 +161,7 @@ BgraPremultipliedBuffer makeEllipseMatte(int width, int height, const Rect& rect
     cairo_set_source_rgb(drawing, 1, 1, 1);
     addEllipse(drawing, flipped(rect, height));
     cairo_fill(drawing);
+    drawing.finish();
     return picture;
 }
 
@@ -167,6 +182,7 @@ BgraPremultipliedBuffer makeBubbleBorder(int width, int height, const Rect& rect
     cairo_set_source_rgba(drawing, 1, 1, 1, 0.85);
     cairo_set_line_width(drawing, lineWidth);
     cairo_stroke(drawing);
+    drawing.finish();
     return picture;
 }
 
@@ -179,6 +195,7 @@ BgraPremultipliedBuffer makeRing(const RingStyle& style) {
     cairo_set_source_rgb(drawing, style.colour.red, style.colour.green, style.colour.blue);
     cairo_set_line_width(drawing, style.lineWidth);
     cairo_stroke(drawing);
+    drawing.finish();
     return picture;
 }
 

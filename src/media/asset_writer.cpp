@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/handled_error.h"
 #include "base/precondition.h"
 #include "imaging/planar_kernels.h"
 #include "media/ffmpeg_support.h"
@@ -261,8 +262,8 @@ bool AssetWriter::startWriting() {
         shared_->sink = std::move(sink);
         shared_->status = Status::writing;
         return true;
-    } catch (const RecorderError& error) {
-        shared_->fail(error);
+    } catch (...) {
+        shared_->fail(handledError("Der Film konnte nicht angelegt werden"));
         return false;
     }
 }
@@ -297,8 +298,8 @@ bool AssetWriter::finishWriting() {
     }
     try {
         shared_->sink->finish();
-    } catch (const RecorderError& error) {
-        shared_->fail(error);
+    } catch (...) {
+        shared_->fail(handledError("Der Film konnte nicht geschrieben werden"));
         shared_->sink->close();
         return false;
     }

@@ -63,6 +63,7 @@ struct PicturePool::Free {
     std::mutex lock;
     std::vector<std::unique_ptr<PlanarBuffer>> planar;           // guarded by lock
     std::vector<std::unique_ptr<BgraPremultipliedBuffer>> bgra;  // guarded by lock
+    std::size_t made = 0;                                        // guarded by lock; of both kinds
 
     // One taken from the list, or made. Goes back to it when the last reference goes, or to nobody when the pool has
     // gone.
@@ -70,15 +71,17 @@ struct PicturePool::Free {
     static std::shared_ptr<Buffer> take(const std::shared_ptr<Free>& self,
                                         std::vector<std::unique_ptr<Buffer>> Free::*list, Make make) {
         std::unique_ptr<Buffer> buffer;
-        {
-            const std::scoped_lock guard(self->lock);
-            auto& free = (*self).*list;
-            if (!free.empty()) {
-                buffer = std::move(free.back());
-                free.pop_back();
-            }
-        }
         try {
+            {
+                const std::scoped_lock guard(self->lock);
+                auto& free = (*self).*list;
+                if (!free.empty()) {
+                    buffer = std::move(free.back());
+                    free.pop_back();
+                } else {
+                    free.reserve(++self->made);  // coming back takes no memory
+                }
+            }
             if (!buffer) buffer = make();
             return {buffer.release(), [list, home = std::weak_ptr<Free>(self)](Buffer* returned) {
                         std::unique_ptr<Buffer> owned(returned);

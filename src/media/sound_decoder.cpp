@@ -120,11 +120,13 @@ bool SoundDecoder::decodeChunk() {
             av_frame_unref(frame_.get());
             return true;
         }
+        if (result == AVERROR(ENOMEM)) checked(result, kUndecodable);
         if (result == AVERROR_EOF || draining_) return false;
         if (file_->readPacket(*packet_)) {
             // A packet that the decoder refuses is left out: its place stays silent, what follows keeps its time.
-            static_cast<void>(avcodec_send_packet(codec_.get(), packet_.get()));
+            const int sent = avcodec_send_packet(codec_.get(), packet_.get());
             av_packet_unref(packet_.get());
+            if (sent == AVERROR(ENOMEM)) checked(sent, kUndecodable);
         } else {
             draining_ = true;
             static_cast<void>(avcodec_send_packet(codec_.get(), nullptr));

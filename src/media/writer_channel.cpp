@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/handled_error.h"
 #include "base/precondition.h"
 
 namespace lumivastor {
@@ -18,7 +19,7 @@ bool isOver(AssetWriter::Status status) {
 
 }  // namespace
 
-void WriterShared::fail(const RecorderError& reason) {
+void WriterShared::fail(const RecorderError& reason) noexcept {
     {
         const std::scoped_lock guard(lock);
         if (isOver(status)) return;
@@ -28,7 +29,7 @@ void WriterShared::fail(const RecorderError& reason) {
     wakePumps();
 }
 
-void WriterShared::wakePumps() {
+void WriterShared::wakePumps() noexcept {
     for (const auto& weak : channels) {
         if (const auto channel = weak.lock()) channel->wakePump();
     }
@@ -40,6 +41,8 @@ WriterChannel::WriterChannel(std::shared_ptr<WriterShared> shared, std::string l
       capacity_(capacity),
       realTimeCapacity_(realTimeCapacity),
       encoder_(std::move(encoder)),
+      encoderFinish_(std::make_shared<SerialQueue::Prepared>(
+          [this] { runGuarded([this](MovieSink& sink) { encoder_->finish(sink); }); })),
       thread_(std::move(label)) {}
 
 void WriterChannel::setRealTime(bool realTime) {
@@ -65,28 +68,33 @@ bool WriterChannel::isReadyLocked() const {
 }
 
 void WriterChannel::request(SerialQueue& queue, std::function<void()> pump) {
+    auto kept = std::make_shared<const std::function<void()>>(std::move(pump));
+    auto call = std::make_shared<SerialQueue::Prepared>([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->runPump();
+    });
     {
         const std::scoped_lock guard(shared_->lock);
         precondition(pump_ == nullptr && shared_->sessionStarted, "data is requested once, after the session's start");
         if (finished_) return;
         pumpQueue_ = &queue;
-        pump_ = std::make_shared<const std::function<void()>>(std::move(pump));
+        pump_ = std::move(kept);
+        pumpCall_ = std::move(call);
         fed_ = true;
     }
     wakePump();
 }
 
-void WriterChannel::wakePump() {
+void WriterChannel::wakePump() noexcept {
     SerialQueue* queue = nullptr;
+    std::shared_ptr<SerialQueue::Prepared> call;
     {
         const std::scoped_lock guard(shared_->lock);
         if (pump_ == nullptr || finished_ || pumpCalled_ || !isReadyLocked()) return;
         pumpCalled_ = true;
         queue = pumpQueue_;
+        call = pumpCall_;
     }
-    queue->async([weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->runPump();
-    });
+    queue->async(std::move(call));
 }
 
 void WriterChannel::runPump() {
@@ -105,16 +113,7 @@ void WriterChannel::runPump() {
 }
 
 bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
-    {
-        const std::scoped_lock guard(shared_->lock);
-        if (isOver(shared_->status)) return false;
-        precondition(shared_->sessionStarted && !finished_, "samples come between the session's start and the end");
-        precondition(waiting_ < (realTime_ ? realTimeCapacity_ : capacity_), "only ready inputs are appended to");
-        ++waiting_;
-        fed_ = true;
-        reached_ = std::max(reached_, time);
-    }
-    thread_.async([this, work = std::move(work)]() mutable {
+    auto item = std::make_shared<SerialQueue::Prepared>([this, work = std::move(work)]() mutable {
         runGuarded(work);
         // What it held is free before the next one is asked for.
         work = nullptr;
@@ -124,6 +123,16 @@ bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
         }
         wakePump();
     });
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (isOver(shared_->status)) return false;
+        precondition(shared_->sessionStarted && !finished_, "samples come between the session's start and the end");
+        precondition(waiting_ < (realTime_ ? realTimeCapacity_ : capacity_), "only ready inputs are appended to");
+        ++waiting_;
+        fed_ = true;
+        reached_ = std::max(reached_, time);
+    }
+    thread_.async(std::move(item));
     // The others may have waited for this one.
     for (const auto& weak : shared_->channels) {
         const auto other = weak.lock();
@@ -132,7 +141,7 @@ bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
     return true;
 }
 
-void WriterChannel::markAsFinished() {
+void WriterChannel::markAsFinished() noexcept {
     std::shared_ptr<const std::function<void()>> released;  // what the pump holds goes without the lock
     {
         const std::scoped_lock guard(shared_->lock);
@@ -140,11 +149,12 @@ void WriterChannel::markAsFinished() {
         finished_ = true;
         released = std::exchange(pump_, nullptr);
     }
-    thread_.async([this] { runGuarded([this](MovieSink& sink) { encoder_->finish(sink); }); });
+    thread_.async(encoderFinish_);
     shared_->wakePumps();
 }
 
-void WriterChannel::runGuarded(const std::function<void(MovieSink&)>& work) {
+template <typename Work>
+void WriterChannel::runGuarded(const Work& work) noexcept {
     MovieSink* sink = nullptr;
     {
         const std::scoped_lock guard(shared_->lock);
@@ -153,8 +163,8 @@ void WriterChannel::runGuarded(const std::function<void(MovieSink&)>& work) {
     if (sink == nullptr) return;
     try {
         work(*sink);
-    } catch (const RecorderError& error) {
-        shared_->fail(error);
+    } catch (...) {
+        shared_->fail(handledError("Der Film konnte nicht geschrieben werden"));
     }
 }
 

@@ -25,9 +25,9 @@ struct WriterShared {
     std::unique_ptr<MovieSink> sink;                            // likewise
 
     /// Keeps the first error and lets every pump run, so that it notices.
-    void fail(const RecorderError& reason);
+    void fail(const RecorderError& reason) noexcept;
     /// Calls the pumps of all channels that have become ready.
-    void wakePumps();
+    void wakePumps() noexcept;
 };
 
 /// What turns a track's samples into packets of the movie. Everything but `open` runs on the channel's thread.
@@ -41,6 +41,9 @@ class TrackEncoder {
 
 /// The inner side of an input: its queue, its encoder thread, its pump. Shared, because a pump's call may still lie in
 /// somebody's queue when the writer has gone.
+///
+/// What ends a track, or tells a pump of an error, takes no memory: a writer that fails for lack of it ends as any
+/// other. Where memory is taken, std::bad_alloc comes before anything has changed.
 class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
   public:
     WriterChannel(std::shared_ptr<WriterShared> shared, std::string label, int capacity, int realTimeCapacity,
@@ -52,22 +55,23 @@ class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
     void setRealTime(bool realTime);
     bool isReady() const;
     void request(SerialQueue& queue, std::function<void()> pump);
-    void markAsFinished();
+    void markAsFinished() noexcept;
 
     /// Lets `work` run on the channel's thread after what was handed over before. `time` is the sample's, in seconds of
     /// the movie. False when the writer has failed.
     bool enqueue(double time, std::function<void(MovieSink&)> work);
 
     /// Calls the pump if there is one, it is not being called already, and there is room.
-    void wakePump();
+    void wakePump() noexcept;
 
     /// Returns when all that was handed over is done.
-    void drain() { thread_.drain(); }
+    void drain() noexcept { thread_.drain(); }
 
   private:
     bool isReadyLocked() const;
     void runPump();
-    void runGuarded(const std::function<void(MovieSink&)>& work);
+    template <typename Work>
+    void runGuarded(const Work& work) noexcept;
 
     const std::shared_ptr<WriterShared> shared_;
     const int capacity_;
@@ -81,8 +85,10 @@ class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
     double reached_ = 0;  // seconds of the movie
     SerialQueue* pumpQueue_ = nullptr;
     std::shared_ptr<const std::function<void()>> pump_;
-    bool pumpCalled_ = false;  // lies in its queue, or runs
-    SerialQueue thread_;       // last: it uses everything above
+    std::shared_ptr<SerialQueue::Prepared> pumpCall_;       // of pump_, for its queue
+    bool pumpCalled_ = false;                               // lies in its queue, or runs
+    std::shared_ptr<SerialQueue::Prepared> encoderFinish_;  // handed over once
+    SerialQueue thread_;                                    // last: it uses everything above
 };
 
 }  // namespace lumivastor

@@ -1,13 +1,14 @@
 #include "render/cursor_renderer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <iterator>
 #include <latch>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -15,12 +16,14 @@
 
 #include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "base/serial_queue.h"
 #include "edit/cursor_assets.h"
 #include "edit/recording.h"
 #include "media/asset.h"
 #include "media/asset_reader.h"
 #include "media/asset_writer.h"
+#include "render/background.h"
 #include "render/export_plan.h"
 
 namespace lumivastor::CursorRenderer {
@@ -30,7 +33,7 @@ namespace {
 constexpr const char* kSourceName = "source.mov";
 constexpr const char* kOutputName = "test-output.mov";
 constexpr const char* kCancelled = "Abgebrochen.";
-constexpr const char* kNoMemory = "Kein Speicher für die Ausgabebilder.";
+constexpr const char* kNotWritten = "Das Prüfvideo konnte nicht geschrieben werden";
 
 // Reported often enough to look alive, rarely enough not to fill the main thread's queue.
 constexpr std::int64_t kFramesPerReport = 15;
@@ -54,31 +57,46 @@ void report(const Options& options, double part) {
     post(options, [progress = options.progress, part] { progress(part); });
 }
 
-// Damage ends what is read; the video shows what came before, and the log why it is no longer.
+// Damage ends what is read; the video shows what came before, and the log why it is no longer. A shortage of memory is
+// no damage.
 void logDamage(const AssetReader& reader) {
     if (reader.status() != AssetReader::Status::failed) return;
+    const RecorderError error = reader.error().value_or(RecorderError("unbekannt"));
+    if (isOutOfMemory(error)) throw RecorderError(error);
     const double reached = reader.failureTime().value_or(MediaTime{}).seconds();
-    Log::write("Render", formatted("%s: Lesefehler bei %.1f s: ", kSourceName, reached) +
-                             reader.error().value_or(RecorderError("unbekannt")).message());
+    Log::write("Render", formatted("%s: Lesefehler bei %.1f s: ", kSourceName, reached) + error.message());
 }
 
-// What the pumps of one render share.
+// What the pumps of one render share. When one fails, the others end.
 struct Pumps {
-    explicit Pumps(std::ptrdiff_t count) : running(count) {}
+    Pumps(std::ptrdiff_t count, std::stop_token stopping) : stop(std::move(stopping)), running(count) {}
 
-    void keepFirst(RecorderError reason) {
+    void keepFirst(const RecorderError& reason) noexcept {
         const std::scoped_lock guard(lock);
-        if (!error) error = std::move(reason);
+        if (!error) error = reason;
+        hasFailed = true;
     }
+    // Runs a part of a pump; whatever it throws is the render's error.
+    template <typename Part>
+    void guard(const Part& part) noexcept {
+        try {
+            part();
+        } catch (...) {
+            keepFirst(handledError(kNotWritten));
+        }
+    }
+    bool areStopping() const { return hasFailed || stop.stop_requested(); }
 
     std::optional<RecorderError> firstError() {
         const std::scoped_lock guard(lock);
         return error;
     }
 
+    const std::stop_token stop;
     std::mutex lock;
     std::optional<RecorderError> error;  // guarded by lock
-    std::latch running;                  // those that have not ended
+    std::atomic<bool> hasFailed = false;
+    std::latch running;  // those that have not ended
 };
 
 // Copies one sound track as it is stored. Runs on its queue.
@@ -88,19 +106,23 @@ struct SoundPump {
     StoredWriterInput& input;
     std::unique_ptr<SerialQueue> queue;
 
-    void run(Pumps& pumps, const AssetWriter& writer, const std::stop_token& stop) {
+    void run(Pumps& pumps, const AssetWriter& writer) {
         while (input.isReadyForMoreMediaData()) {
-            if (stop.stop_requested()) return end(pumps);
-            std::optional<StoredSample> sample = output.copyNextSample();
-            if (!sample) {
-                logDamage(*reader);
-                return end(pumps);
-            }
-            if (!input.append(std::move(*sample))) {
-                pumps.keepFirst(errorOf(writer, "Der Ton konnte nicht geschrieben werden."));
-                return end(pumps);
-            }
+            bool goesOn = false;
+            pumps.guard([&] { goesOn = !pumps.areStopping() && copyNext(writer); });
+            if (!goesOn) return end(pumps);
         }
+    }
+
+    // False at the end.
+    bool copyNext(const AssetWriter& writer) {
+        std::optional<StoredSample> sample = output.copyNextSample();
+        if (!sample) {
+            logDamage(*reader);
+            return false;
+        }
+        if (!input.append(std::move(*sample))) throw errorOf(writer, "Der Ton konnte nicht geschrieben werden.");
+        return true;
     }
 
     void end(Pumps& pumps) {
@@ -121,23 +143,22 @@ struct PicturePump {
     double lastTime = 0;
 
     void run(Pumps& pumps, const AssetWriter& writer) {
-        try {
-            while (input.isReadyForMoreMediaData()) {
-                if (options.stop.stop_requested()) return end(pumps);
-                const std::optional<VideoSample> sample = output.copyNextSample();
-                if (!sample) {
-                    logDamage(reader);
-                    return end(pumps);
-                }
-                if (!append(*sample)) {
-                    pumps.keepFirst(errorOf(writer, "Ein Bild konnte nicht geschrieben werden."));
-                    return end(pumps);
-                }
-            }
-        } catch (const std::bad_alloc&) {
-            pumps.keepFirst(RecorderError(kNoMemory));
-            end(pumps);
+        while (input.isReadyForMoreMediaData()) {
+            bool goesOn = false;
+            pumps.guard([&] { goesOn = !pumps.areStopping() && drawNext(writer); });
+            if (!goesOn) return end(pumps);
         }
+    }
+
+    // False at the end.
+    bool drawNext(const AssetWriter& writer) {
+        const std::optional<VideoSample> sample = output.copyNextSample();
+        if (!sample) {
+            logDamage(reader);
+            return false;
+        }
+        if (!append(*sample)) throw errorOf(writer, "Ein Bild konnte nicht geschrieben werden.");
+        return true;
     }
 
     // False when the writer refuses the picture.
@@ -173,8 +194,8 @@ class Render {
         : options_(options),
           recording_(Recording::load(folder)),
           source_(std::make_shared<const Movie>(folder / kSourceName)),
-          videoQueue_("aufnahme.render.video"),
-          writer_(folder / kOutputName, MovieContainer::quickTime) {
+          videoQueue_("aufnahme.render.video") {
+        writer_.emplace(folder / kOutputName, MovieContainer::quickTime);
         const std::vector<AssetTrack> tracks = source_->tracks(TrackKind::video);
         if (tracks.empty()) throw RecorderError("In source.mov ist keine Videospur.");
         videoTrack_ = tracks.front().id;
@@ -187,20 +208,24 @@ class Render {
         startPumps();
         pumps_->running.wait();
         if (options_.stop.stop_requested()) {
-            writer_.cancelWriting();
+            writer_->cancelWriting();
             throw RecorderError(kCancelled);
         }
         if (const auto error = pumps_->firstError()) throw *error;
-        if (!writer_.finishWriting()) throw errorOf(writer_, "Das Prüfvideo konnte nicht geschrieben werden.");
+        if (!writer_->finishWriting()) throw errorOf(*writer_, "Das Prüfvideo konnte nicht geschrieben werden.");
+        Result result{writer_->path(), pictures_->frames, pictures_->lastTime};
         if (options_.stop.stop_requested()) {
             std::error_code ignored;  // gone already, or not to be removed
-            std::filesystem::remove(writer_.path(), ignored);
+            std::filesystem::remove(writer_->path(), ignored);
             throw RecorderError(kCancelled);
         }
-        report(options_, 1);
-        Log::write("Render", formatted("%s: %lld Bilder, %.1f s", kOutputName,
-                                       static_cast<long long>(pictures_->frames), pictures_->lastTime));
-        return {writer_.path(), pictures_->frames, pictures_->lastTime};
+        // The video is there: want of memory for saying so is no error.
+        pumps_->guard([&] {
+            report(options_, 1);
+            Log::write("Render", formatted("%s: %lld Bilder, %.1f s", kOutputName,
+                                           static_cast<long long>(result.frames), result.seconds));
+        });
+        return result;
     }
 
   private:
@@ -213,17 +238,17 @@ class Render {
     void startWriter() {
         throwIfCancelled(options_);
         std::error_code ignored;  // what cannot be removed can perhaps be written over
-        std::filesystem::remove(writer_.path(), ignored);
+        std::filesystem::remove(writer_->path(), ignored);
         videoInput_ =
-            &writer_.addVideoInput(videoSettings(recording_.info, storedFormatOf(*source_, videoTrack_).timescale));
+            &writer_->addVideoInput(videoSettings(recording_.info, storedFormatOf(*source_, videoTrack_).timescale));
         const std::vector<AssetTrack> sounds = source_->tracks(TrackKind::audio);
         for (std::size_t i = 0; i < sounds.size(); ++i) {
             const StoredFormat format = storedFormatOf(*source_, sounds[i].id);
-            if (!writer_.canAddStoredInput(format)) continue;  // the track is left out
-            soundTracks_.push_back({i, sounds[i].id, writer_.addStoredInput(format)});
+            if (!writer_->canAddStoredInput(format)) continue;  // the track is left out
+            soundTracks_.push_back({i, sounds[i].id, writer_->addStoredInput(format)});
         }
-        if (!writer_.startWriting()) throw errorOf(writer_, "test-output.mov konnte nicht angelegt werden.");
-        writer_.startSession({});
+        if (!writer_->startWriting()) throw errorOf(*writer_, "test-output.mov konnte nicht angelegt werden.");
+        writer_->startSession({});
     }
 
     // Before the first pump starts, because nothing may throw while one runs.
@@ -237,19 +262,30 @@ class Render {
         for (const SoundTrack& track : soundTracks_) {
             auto reader = std::make_unique<AssetReader>(source_);
             StoredSampleOutput& stored = reader->addStoredSampleOutput(track.id);
-            if (!reader->startReading()) continue;  // the track stays empty
+            if (!reader->startReading()) {  // the track stays empty
+                logDamage(*reader);
+                continue;
+            }
             auto queue = std::make_unique<SerialQueue>("aufnahme.render.audio" + std::to_string(track.index));
             sounds_.push_back({std::move(reader), stored, track.input, std::move(queue)});
         }
-        pumps_.emplace(static_cast<std::ptrdiff_t>(sounds_.size()) + 1);
+        pumps_.emplace(static_cast<std::ptrdiff_t>(sounds_.size()) + 1, options_.stop);
     }
 
     void startPumps() {
-        for (SoundPump& sound : sounds_) {
-            sound.input.requestMediaDataWhenReady(*sound.queue,
-                                                  [this, &sound] { sound.run(*pumps_, writer_, options_.stop); });
-        }
-        videoInput_->requestMediaDataWhenReady(videoQueue_, [this] { pictures_->run(*pumps_, writer_); });
+        for (SoundPump& sound : sounds_) startPump(sound, *sound.queue);
+        startPump(*pictures_, videoQueue_);
+    }
+
+    // Others may run already: one that cannot be started ends like one that failed.
+    template <typename Pump>
+    void startPump(Pump& pump, SerialQueue& queue) {
+        bool isStarted = false;
+        pumps_->guard([&] {
+            pump.input.requestMediaDataWhenReady(queue, [this, &pump] { pump.run(*pumps_, *writer_); });
+            isStarted = true;
+        });
+        if (!isStarted) pump.end(*pumps_);
     }
 
     const Options& options_;
@@ -264,7 +300,7 @@ class Render {
     std::optional<PicturePump> pictures_;
     std::vector<SoundPump> sounds_;
     SerialQueue videoQueue_;
-    AssetWriter writer_;  // after the queues, which have to outlive it
+    std::optional<AssetWriter> writer_;  // after the queues, which have to outlive it
 };
 
 }  // namespace
@@ -298,25 +334,23 @@ double progressAt(double t, double duration) {
 }
 
 Result renderSync(const std::filesystem::path& folder, const Options& options) {
-    throwIfCancelled(options);
-    return Render(folder, options).run();
+    try {
+        throwIfCancelled(options);
+        return Render(folder, options).run();
+    } catch (...) {
+        throw handledError(kNotWritten);
+    }
 }
 
 std::jthread render(std::filesystem::path folder, Options options, std::function<void(const Outcome&)> completion) {
-    return std::jthread([folder = std::move(folder), options = std::move(options),
-                         completion = std::move(completion)](const std::stop_token& stop) mutable {
-        options.stop = stop;
-        const auto outcome = [&]() -> Outcome {
-            try {
-                return renderSync(folder, options);
-            } catch (const RecorderError& error) {
-                return error;
-            } catch (const std::bad_alloc&) {
-                return RecorderError(kNoMemory);
-            }
-        }();
-        post(options, [completion = std::move(completion), outcome] { completion(outcome); });
-    });
+    auto postToMain = options.postToMain;
+    const auto work = [folder = std::move(folder),
+                       options = std::move(options)](const std::stop_token& stop) -> Outcome {
+        Options stoppable = options;
+        stoppable.stop = stop;
+        return renderSync(folder, stoppable);
+    };
+    return runInBackground<Outcome>(kNotWritten, work, std::move(completion), std::move(postToMain));
 }
 
 }  // namespace lumivastor::CursorRenderer

@@ -43,14 +43,15 @@ struct Options {
 
 /// Writes "test-output.mov" in the recording folder, replacing what was there, and returns when it is finished. Throws
 /// `RecorderError`: what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with
-/// nothing left of what was written. A source that is damaged from somewhere on gives a video that ends there; the log
-/// says so. Any thread.
+/// nothing left of what was written. A shortage of memory is such an error. A source that is damaged from somewhere on
+/// gives a video that ends there; the log says so. Any thread.
 Result renderSync(const std::filesystem::path& folder, const Options& options = {});
 
 using Outcome = std::variant<Result, RecorderError>;
 
 /// The same on a thread of its own, `completion` last. The thread's stop token replaces the options': to cancel, ask
-/// the returned thread to stop, or let it go, which waits for its end.
+/// the returned thread to stop, or let it go, which waits for its end. Throws `RecorderError`, with no completion to
+/// come, when no thread can be started.
 [[nodiscard]] std::jthread render(std::filesystem::path folder, Options options,
                                   std::function<void(const Outcome&)> completion);
 

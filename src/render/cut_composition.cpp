@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/log/log.h"
+#include "base/handled_error.h"
 #include "base/recorder_error.h"
 #include "render/read_ahead.h"
 
@@ -96,6 +97,7 @@ RecordingAssets openRecordingAssets(const Recording& recording) {
             assets.webcam = std::move(webcam);
         }
     } catch (const RecorderError& error) {
+        if (isOutOfMemory(error)) throw;
         Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
     }
     return assets;

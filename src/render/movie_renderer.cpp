@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <semaphore>
@@ -13,10 +12,12 @@
 
 #include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "base/serial_queue.h"
 #include "imaging/painter.h"
 #include "media/asset_writer.h"
 #include "media/encoder_choice.h"
+#include "render/background.h"
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
 #include "render/finished_movie.h"
@@ -26,24 +27,21 @@ namespace lumivastor {
 
 namespace {
 
-constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.";
-
 // How long a picture is tried again while there is no memory for it.
 constexpr int kMemoryAttempts = 200;
 constexpr std::chrono::milliseconds kMemoryPause{10};
 
+constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.";
+constexpr const char* kNotWritten = "Das Studio-Video konnte nicht geschrieben werden";
+
 // Runs `work`; whatever it throws becomes an error for the user.
 template <typename Work>
-std::optional<RecorderError> errorOf(Work work) {
+std::optional<RecorderError> errorOf(const Work& work) noexcept {
     try {
         work();
         return std::nullopt;
-    } catch (const RecorderError& error) {
-        return error;
-    } catch (const std::bad_alloc&) {
-        return RecorderError("Der Arbeitsspeicher reicht nicht.");
-    } catch (const std::exception& error) {
-        return RecorderError(std::string("Das Studio-Video konnte nicht geschrieben werden: ") + error.what());
+    } catch (...) {
+        return handledError(kNotWritten);
     }
 }
 
@@ -83,6 +81,7 @@ class Export {
 
     // Pumps
     void pumpToTheEnd();
+    void startPump(WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)());
     void pumpVideo();
     Pass makePicture();
     Pass paint(const Picture& picture, const MediaTime& time);
@@ -95,7 +94,7 @@ class Export {
     void report(double progress) const;
 
     // What ends an export early
-    void record(const RecorderError& error);
+    void record(const RecorderError& error) noexcept;
     bool isStopping() const { return hasFailed_ || options_.stop.stop_requested(); }
     void throwIfStopped() const {
         if (options_.stop.stop_requested()) throw RecorderError("Abgebrochen.");
@@ -164,8 +163,11 @@ void Export::openStreams(const CutComposition& cut) {
     if (!cut.webcamTrackId) return;
     webcam_.emplace(cut.movie, *cut.webcamTrackId,
                     PictureStream::Options{"Webcamleser", state_->outputDuration, kNoWebcamYet});
-    if (const auto error = errorOf([this] { webcam_->open(); })) {
-        Log::write("Studio", "Webcam-Film wird weggelassen: " + error->message());
+    try {
+        webcam_->open();
+    } catch (const RecorderError& error) {
+        if (isOutOfMemory(error)) throw;
+        Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
         webcam_.reset();
     }
 }
@@ -196,7 +198,9 @@ void Export::prepareSound(const CutComposition& cut) {
     audioOutput_ = &audioReader_->addAudioMixOutput(std::move(mix.inputs));
     // Started here and not when the writer runs, so that sound that cannot be read leaves no empty track behind.
     if (!audioReader_->startReading()) {
-        Log::write("Studio", "Ton wird weggelassen: " + audioReader_->error().value_or(RecorderError("?")).message());
+        const RecorderError error = audioReader_->error().value_or(RecorderError("?"));
+        if (isOutOfMemory(error)) throw RecorderError(error);
+        Log::write("Studio", "Ton wird weggelassen: " + error.message());
         return;
     }
     audio_ = &writer_->addAudioInput({});
@@ -211,10 +215,19 @@ void Export::startWriting() {
 }
 
 void Export::pumpToTheEnd() {
-    if (audio_ != nullptr) audio_->requestMediaDataWhenReady(audioQueue_, [this] { pumpAudio(); });
-    video_->requestMediaDataWhenReady(videoQueue_, [this] { pumpVideo(); });
+    if (audio_ != nullptr) startPump(*audio_, audioQueue_, audioEnded_, &Export::pumpAudio);
+    startPump(*video_, videoQueue_, videoEnded_, &Export::pumpVideo);
     videoEnded_.acquire();
     if (audio_ != nullptr) audioEnded_.acquire();
+}
+
+// The other pump may run already: one that cannot be started ends like one that failed.
+void Export::startPump(WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)()) {
+    const auto error = errorOf([&] { input.requestMediaDataWhenReady(queue, [this, pump] { (this->*pump)(); }); });
+    if (!error) return;
+    record(*error);
+    input.markAsFinished();
+    ended.release();
 }
 
 void Export::pumpVideo() {
@@ -284,6 +297,7 @@ bool Export::copySound() {
     std::optional<PcmSample> sample = audioOutput_->copyNextSample();
     if (!sample) {
         if (const auto error = audioReader_->error()) {
+            if (isOutOfMemory(*error)) throw RecorderError(*error);
             Log::write("Studio", formatted("Der Ton endet bei %.2f s - Grund: %s", soundSeconds_.value_or(0),
                                            error->message().c_str()));
         }
@@ -298,7 +312,7 @@ bool Export::copySound() {
     return true;
 }
 
-void Export::record(const RecorderError& error) {
+void Export::record(const RecorderError& error) noexcept {
     const std::scoped_lock guard(exportLock_);
     if (!error_) error_ = error;
     hasFailed_ = true;
@@ -318,11 +332,16 @@ RenderResult Export::finish() {
     }
     const double seconds = frameSeconds(frame_, fps_);
     checkFinishedMovie(path_, {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
-    report(1);
     const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());
-    Log::write("Studio", formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
-                                   state_->settings.cuts.size(), static_cast<long long>(zooms)));
-    return {path_, frame_, seconds, zooms};
+    RenderResult result{path_, frame_, seconds, zooms};
+    // The film is there: want of memory for saying so is no error.
+    static_cast<void>(errorOf([&] {
+        report(1);
+        Log::write("Studio",
+                   formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
+                             state_->settings.cuts.size(), static_cast<long long>(zooms)));
+    }));
+    return result;
 }
 
 void Export::report(double progress) const {
@@ -341,7 +360,11 @@ FrameMaker framesOf(const Composition& composition) {
 
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options) {
-    return Export(composition, makeFrame, options).run();
+    try {
+        return Export(composition, makeFrame, options).run();
+    } catch (...) {
+        throw handledError(kNotWritten);
+    }
 }
 
 RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options) {
@@ -350,16 +373,14 @@ RenderResult renderMovieSync(const Composition& composition, const RenderOptions
 
 std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
                          std::function<void(const RenderOutcome&)> completion) {
-    return std::jthread([&composition, makeFrame = std::move(makeFrame), options = std::move(options),
-                         completion = std::move(completion)](std::stop_token stop) mutable {
-        options.stop = std::move(stop);
-        RenderOutcome outcome = RenderResult{};
-        if (const auto error = errorOf([&] { outcome = renderMovieSync(composition, makeFrame, options); })) {
-            outcome = *error;
-        }
-        if (!options.postToMain) return completion(outcome);
-        options.postToMain([completion, outcome] { completion(outcome); });
-    });
+    auto postToMain = options.postToMain;
+    const auto work = [&composition, makeFrame = std::move(makeFrame),
+                       options = std::move(options)](const std::stop_token& stop) -> RenderOutcome {
+        RenderOptions stoppable = options;
+        stoppable.stop = stop;
+        return renderMovieSync(composition, makeFrame, stoppable);
+    };
+    return runInBackground<RenderOutcome>(kNotWritten, work, std::move(completion), std::move(postToMain));
 }
 
 std::jthread renderMovie(const Composition& composition, RenderOptions options,

@@ -50,9 +50,9 @@ struct RenderOptions {
 
 /// Exports the composition as it stands, at the size of its canvas, to "studio-output.mp4" or ".mov" in the recording's
 /// folder, replacing what was there. Returns when the file is finished and has been checked. Throws `RecorderError`:
-/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. Where
-/// damage in the source leaves nothing to show at first, the film begins with the first picture that can be read. The
-/// composition's settings should not change meanwhile.
+/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. A shortage
+/// of memory is such an error. Where damage in the source leaves nothing to show at first, the film begins with the
+/// first picture that can be read. The composition's settings should not change meanwhile.
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options = {});
 
@@ -62,7 +62,8 @@ RenderResult renderMovieSync(const Composition& composition, const RenderOptions
 using RenderOutcome = std::variant<RenderResult, RecorderError>;
 
 /// The same on a thread of its own, `completion` last. The thread's stop token replaces the options': to cancel, ask
-/// the returned thread to stop, or let it go, which waits for its end. The composition outlives it.
+/// the returned thread to stop, or let it go, which waits for its end. The composition outlives it. Throws
+/// `RecorderError`, with no completion to come, when no thread can be started.
 [[nodiscard]] std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
                                        std::function<void(const RenderOutcome&)> completion);
 

@@ -1,12 +1,23 @@
 #include "render/picture_stream.h"
 
+#include <new>
 #include <utility>
 
 #include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "base/recorder_error.h"
 
 namespace lumivastor {
+
+namespace {
+
+// A shortage of memory is no damage: reading on behind it would leave pictures out of a film that is said to be whole.
+void throwIfOutOfMemory(const RecorderError& error) {
+    if (isOutOfMemory(error)) throw std::bad_alloc();
+}
+
+}  // namespace
 
 PictureStream::PictureStream(MutableComposition movie, int trackId, Options options)
     : movie_(std::move(movie)), trackId_(trackId), options_(std::move(options)), slots_(options_.lastSeconds) {}
@@ -42,6 +53,7 @@ bool PictureStream::advance(double t) {
         slots_.advance(t, [this] { return readNext(); });
         if (slots_.pending() != nullptr) return true;
         const bool failed = reader_->status() == AssetReader::Status::failed;
+        if (const auto error = reader_->error()) throwIfOutOfMemory(*error);
         if (!RestartPolicy::isCalledFor(failed, t, options_.duration)) return true;
         const std::optional<RestartPolicy::Attempt> attempt = restarts_.next(slots_.lastSeconds());
         if (!attempt) return false;
@@ -58,7 +70,8 @@ void PictureStream::restart(const RestartPolicy::Attempt& attempt) {
     try {
         openAt(attempt.time);
         slots_.setPending(readNext());
-    } catch (const RecorderError&) {
+    } catch (const RecorderError& error) {
+        throwIfOutOfMemory(error);
         // The failed reader stays, so that what is next is another attempt.
     }
 }

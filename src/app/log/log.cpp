@@ -83,8 +83,11 @@ void write(std::string category, std::string message) {
     }
 }
 
-void drain() {
-    queue().drain();
+void drain() noexcept {
+    try {
+        queue().drain();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): without a thread no line is waiting
+    }
 }
 
 }  // namespace lumivastor::Log

@@ -18,6 +18,6 @@ const std::filesystem::path& url();
 void write(std::string category, std::string message);
 
 /// Returns when every line handed over before is in the file. For the end of the program and for tests.
-void drain();
+void drain() noexcept;
 
 }  // namespace lumivastor::Log

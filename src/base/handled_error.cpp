@@ -1,0 +1,56 @@
+#include "base/handled_error.h"
+
+#include <exception>
+#include <new>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace lumivastor {
+
+namespace {
+
+// When these cannot be made, the program cannot even start.
+const RecorderError kOutOfMemory("Der Arbeitsspeicher reicht nicht.");
+// Starting a thread fails alike when its stack finds no room and when the system allows no more threads.
+const RecorderError kNoThread("Es ließ sich kein weiterer Thread starten; meist fehlt Arbeitsspeicher.");
+
+RecorderError withWords(const char* failed, const char* words) noexcept {
+    try {
+        return RecorderError(std::string(failed) + ": " + words);
+    } catch (...) {
+        return kOutOfMemory;
+    }
+}
+
+}  // namespace
+
+const RecorderError& outOfMemory() noexcept {
+    return kOutOfMemory;
+}
+
+bool isOutOfMemory(const RecorderError& error) noexcept {
+    // Without the full stop, as errors of the system are quoted.
+    constexpr std::string_view kWords = "Der Arbeitsspeicher reicht nicht";
+    return std::string_view(error.what()).find(kWords) != std::string_view::npos;
+}
+
+RecorderError handledError(const char* failed) noexcept {
+    try {
+        throw;
+    } catch (const RecorderError& error) {
+        return error;
+    } catch (const std::bad_alloc&) {
+        return kOutOfMemory;
+    } catch (const std::system_error& error) {
+        if (error.code() == std::errc::not_enough_memory) return kOutOfMemory;
+        if (error.code() == std::errc::resource_unavailable_try_again) return kNoThread;
+        return withWords(failed, error.what());
+    } catch (const std::exception& error) {
+        return withWords(failed, error.what());
+    } catch (...) {
+        return withWords(failed, "?");
+    }
+}
+
+}  // namespace lumivastor
