@@ -21,13 +21,13 @@ bool MovieSink::canHold(MovieContainer container, const AVCodecParameters& param
     return format != nullptr && avformat_query_codec(format, parameters.codec_id, FF_COMPLIANCE_NORMAL) == 1;
 }
 
-UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path) {
+UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path, const std::string& shownName) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW;
     constexpr mode_t kAllMayReadAndWrite = 0666;  // less what the user's mask takes away
     UniqueDescriptor file(::open(path.c_str(), kFlags, kAllMayReadAndWrite));
     if (!file.isOpen()) {
-        throw RecorderError(path.filename().string() + " konnte nicht angelegt werden: " +
-                            systemErrorText({errno, std::generic_category()}) + ".");
+        throw RecorderError(
+            shownName + " konnte nicht angelegt werden: " + systemErrorText({errno, std::generic_category()}) + ".");
     }
     return file;
 }

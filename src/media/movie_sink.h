@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "base/unique_descriptor.h"
 #include "media/ffmpeg_handles.h"
@@ -47,8 +48,9 @@ class MovieSink {
     virtual void close() = 0;
 
   protected:
-    /// Creates the file, replacing one of that name; a symbolic link of that name is not followed.
-    static UniqueDescriptor createFile(const std::filesystem::path& path);
+    /// Creates the file, replacing one of that name; a symbolic link of that name is not followed. Errors call it
+    /// `shownName`.
+    static UniqueDescriptor createFile(const std::filesystem::path& path, const std::string& shownName);
 };
 
 }  // namespace lumivastor

@@ -74,10 +74,10 @@ struct PlainMovieSink::Track {
     std::int64_t latestShown = 0;  // of all packets
 };
 
-PlainMovieSink::PlainMovieSink(std::filesystem::path path, MovieContainer container)
-    : path_(std::move(path)), target_(std::make_unique<ByteTarget>()) {
+PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName)
+    : shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
     prepareFfmpeg();
-    target_->file = createFile(path_);
+    target_->file = createFile(path, shownName_);
     checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
             "Der Film konnte nicht angelegt werden");
     auto* buffer = static_cast<std::uint8_t*>(av_malloc(kWriteBytes));
@@ -187,7 +187,7 @@ void PlainMovieSink::check(int result) {
     if (target_->error == 0 && result >= 0) return;
     const std::string reason =
         target_->error != 0 ? systemErrorText({target_->error, std::generic_category()}) : ffmpegErrorText(result);
-    throw RecorderError(path_.filename().string() + " konnte nicht geschrieben werden: " + reason + ".");
+    throw RecorderError(shownName_ + " konnte nicht geschrieben werden: " + reason + ".");
 }
 
 }  // namespace lumivastor
