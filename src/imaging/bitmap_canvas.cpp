@@ -2,9 +2,12 @@
 
 #include <cairo.h>
 #include <pango/pangocairo.h>
+#include <sys/mman.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace lumivastor {
@@ -49,6 +52,20 @@ Rect around(Point centre, double radius) {
 
 void setColour(cairo_t* context, const RgbaColour& colour) {
     cairo_set_source_rgba(context, colour.red, colour.green, colour.blue, colour.alpha);
+}
+
+// GLib, below Pango, ends the program where it finds no memory or cannot start a thread. So both are tried first, with
+// far more room than fonts and a line of text take. Throws std::bad_alloc or std::system_error.
+void requireRoomForText() {
+    static const bool threadsStart = [] {
+        std::thread([] {}).join();
+        return true;
+    }();
+    static_cast<void>(threadsStart);
+    constexpr std::size_t kRoom = std::size_t{64} << 20;
+    void* const room = ::mmap(nullptr, kRoom, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED) throw std::bad_alloc();
+    ::munmap(room, kRoom);
 }
 
 void addCircle(cairo_t* context, Point centre, double radius) {
@@ -129,6 +146,7 @@ void BitmapCanvas::drawText(const std::string& text, Point baseline, const std::
                             const RgbaColour& colour) {
     cairo_t* const context = state_->context.get();
     if (context == nullptr || !(size > 0 && size <= kLargestText) || !isDrawable(around(baseline, 1))) return;
+    requireRoomForText();
     const Owned<PangoLayout> layout(pango_cairo_create_layout(context));
     // Grey edges and no fitting to the pixel grid, whatever the desktop prefers: a movie is shown at any size.
     const Owned<cairo_font_options_t> options(cairo_font_options_create());
