@@ -4,6 +4,7 @@
 #include <pango/pangocairo.h>
 #include <sys/mman.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -54,18 +55,18 @@ void setColour(cairo_t* context, const RgbaColour& colour) {
     cairo_set_source_rgba(context, colour.red, colour.green, colour.blue, colour.alpha);
 }
 
+// Whether a line of text has been drawn. The first one finds the fonts, on three threads.
+std::atomic<bool> fontsAreFound = false;
+
 // GLib, below Pango, ends the program where it finds no memory or cannot start a thread. So both are tried first, with
-// far more room than fonts and a line of text take. Throws std::bad_alloc or std::system_error.
+// far more room than it takes: a thread has a stack of 8 MB and up to 128 MB to allocate from. Throws std::bad_alloc or
+// std::system_error.
 void requireRoomForText() {
-    static const bool threadsStart = [] {
-        std::thread([] {}).join();
-        return true;
-    }();
-    static_cast<void>(threadsStart);
-    constexpr std::size_t kRoom = std::size_t{64} << 20;
-    void* const room = ::mmap(nullptr, kRoom, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (room == MAP_FAILED) throw std::bad_alloc();
-    ::munmap(room, kRoom);
+    if (!fontsAreFound) std::thread([] {}).join();
+    const std::size_t room = std::size_t{fontsAreFound ? 32U : 448U} << 20U;
+    void* const tried = ::mmap(nullptr, room, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (tried == MAP_FAILED) throw std::bad_alloc();
+    ::munmap(tried, room);
 }
 
 void addCircle(cairo_t* context, Point centre, double radius) {
@@ -167,6 +168,7 @@ void BitmapCanvas::drawText(const std::string& text, Point baseline, const std::
     cairo_move_to(context, baseline.x, baseline.y);
     pango_cairo_show_layout_line(context, line);
     cairo_new_path(context);
+    fontsAreFound = true;
 }
 
 }  // namespace lumivastor
