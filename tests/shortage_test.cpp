@@ -133,9 +133,10 @@ class Shortage : public ExportFixture {
         return all;
     }
 
-    // The readers of documents say it in words of their own.
+    // Pools of pictures and readers of documents say it in words of their own.
     static bool saysWhatIsShort(const std::string& message) {
         return message.find("Der Arbeitsspeicher reicht nicht.") != std::string::npos ||
+               message == "Kein Speicher für die Ausgabebilder." ||
                message.find(".json“ konnte nicht gelesen werden: Das Dokument ist zu groß.") != std::string::npos;
     }
 

@@ -30,9 +30,8 @@ const RecorderError& outOfMemory() noexcept {
 }
 
 bool isOutOfMemory(const RecorderError& error) noexcept {
-    // Without the full stop, as errors of the system are quoted.
-    constexpr std::string_view kWords = "Der Arbeitsspeicher reicht nicht";
-    return std::string_view(error.what()).find(kWords) != std::string_view::npos;
+    // It stands in every sentence on a shortage, ours and the system's, and in no other.
+    return std::string_view(error.what()).find("Arbeitsspeicher") != std::string_view::npos;
 }
 
 RecorderError handledError(const char* failed) noexcept {

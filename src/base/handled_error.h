@@ -7,8 +7,8 @@ namespace lumivastor {
 /// "Der Arbeitsspeicher reicht nicht." Made when the program starts; copying it takes no memory.
 const RecorderError& outOfMemory() noexcept;
 
-/// Whether an error is a shortage of memory, by its words: libraries' and the system's errors are told by nothing else
-/// once they are sentences. For jobs that go on behind damage, but must not take a shortage for damage.
+/// Whether an error is a shortage of memory or threads, by its words: libraries' and the system's errors are told by
+/// nothing else once they are sentences. For jobs that go on behind damage, but must not take a shortage for damage.
 bool isOutOfMemory(const RecorderError& error) noexcept;
 
 /// The exception that is being handled, as the error that the user reads: a `RecorderError` as it is; a shortage of

@@ -35,8 +35,10 @@ TEST(HandledError, IsWhatTheUserReads) {
 
 TEST(HandledError, AShortageOfMemoryIsKnownByItsWords) {
     EXPECT_TRUE(isOutOfMemory(outOfMemory()));
-    const auto system = systemErrorText(std::make_error_code(std::errc::not_enough_memory));
-    EXPECT_TRUE(isOutOfMemory(RecorderError("source.mov konnte nicht gelesen werden: " + system + ".")));
+    for (const std::errc shortage : {std::errc::not_enough_memory, std::errc::resource_unavailable_try_again}) {
+        const std::string reason = systemErrorText(std::make_error_code(shortage));
+        EXPECT_TRUE(isOutOfMemory(RecorderError("source.mov konnte nicht gelesen werden: " + reason + "."))) << reason;
+    }
     EXPECT_FALSE(isOutOfMemory(RecorderError("source.mov konnte nicht gelesen werden: Die Daten sind beschädigt.")));
 }
 

@@ -18,6 +18,8 @@ std::string systemErrorText(std::error_code error) {
     if (error == std::errc::too_many_files_open) return "Zu viele geöffnete Dateien";
     if (error == std::errc::filename_too_long) return "Der Pfad ist zu lang";
     if (error == std::errc::not_enough_memory) return "Der Arbeitsspeicher reicht nicht";
+    // Starting a thread ends with it, as libraries do.
+    if (error == std::errc::resource_unavailable_try_again) return "Es fehlt an Arbeitsspeicher oder an Threads";
     if (error == std::errc::too_many_symbolic_link_levels) return "Zu viele symbolische Verweise";
     if (error == std::errc::not_supported) return "Das ist keine gewöhnliche Datei";
     return formatted("Systemfehler %d", error.value());

@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 #include <simdjson.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cli/arguments.h"
@@ -15,6 +19,7 @@
 #include "media/asset.h"
 #include "support/one_click_recording.h"
 #include "support/outcome.h"
+#include "support/program_run.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
@@ -275,6 +280,46 @@ TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
     EXPECT_EQ(outcome.out, "Fertig: 1.0 s, 0 Zooms – " + (folder_ / "studio-output.mov").string() + "\n");
     EXPECT_EQ(Asset(folder_ / "studio-output.mov").tracks(TrackKind::video)[0].height, 1080);
     EXPECT_EQ(folder_.read("project.json"), before);
+}
+
+TEST_F(RenderVerb, TheFilmMayGoElsewhereAndItsNameSaysTheFormat) {
+    const TemporaryFolder elsewhere;
+    const std::string film = (elsewhere / "film.mov").string();
+    const Outcome outcome = run({"render", folder_.path().string(), "--out", film, "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Json(outcome.out).text("/url"), film);
+    EXPECT_EQ(Asset(film).tracks().size(), 2u);
+    EXPECT_EQ(elsewhere.read("film.mov").substr(4, 8), "ftypqt  ");
+    const std::string other = (elsewhere / "film").string();
+    EXPECT_EQ(run({"render", folder_.path().string(), "--out", other}).status, 0);
+    EXPECT_NE(elsewhere.read("film").substr(4, 8), "ftypqt  ") << "as the project says";
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mov"));
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+    EXPECT_EQ(run({"render", folder_.path().string(), "--out", folder_.path().string()}).status, 1);
+}
+
+TEST_F(RenderVerb, HoweverItEndsOnTheWayTheEarlierFilmStays) {
+    folder_.write("studio-output.mp4", "earlier");
+    const auto hiddenFiles = [this] {
+        const std::filesystem::directory_iterator all(folder_.path());
+        return std::count_if(begin(all), end(all), [](const auto& each) {
+            return each.path().filename().string().starts_with(".lumivastor-export-");
+        });
+    };
+    // The largest film, so that there is time.
+    const std::vector<std::string> words = {LUMI_PROGRAM, "render", folder_.path().string(), "--height", "2160"};
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        ProgramRun program(words, {});
+        while (hiddenFiles() == 0 && program.isRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        program.signal(signal);
+        EXPECT_EQ(program.wait(), signal == SIGTERM ? 1 : -SIGKILL);
+        EXPECT_EQ(program.err(), signal == SIGTERM ? "Abgebrochen.\n" : "");
+        EXPECT_EQ(folder_.read("studio-output.mp4"), "earlier");
+        EXPECT_EQ(hiddenFiles(), signal == SIGTERM ? 0 : 1);
+    }
+    ASSERT_EQ(run({"render", folder_.path().string()}).status, 0);
+    EXPECT_EQ(hiddenFiles(), 0) << "the next export removes what the killed one left";
+    EXPECT_EQ(Asset(folder_ / "studio-output.mp4").tracks().size(), 2u);
 }
 
 TEST_F(RenderVerb, FailuresAreTheRenderersSentences) {

@@ -1,5 +1,6 @@
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <ostream>
@@ -21,6 +22,7 @@ namespace {
 constexpr std::array kOptions = {
     OptionSpec{"--height", "1080|1440|2160", "Zeilen des Videos, statt der Einstellung des Projekts"},
     OptionSpec{"--format", "mp4|mov", "Dateiformat, statt der Einstellung des Projekts"},
+    OptionSpec{"--out", "DATEI", "wohin das Video geschrieben wird (sonst in den Ordner der Aufnahme)"},
     OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
 };
 
@@ -33,19 +35,22 @@ std::optional<std::int64_t> heightFrom(const Arguments& arguments) {
     throw UsageError("--height ist 1080, 1440 oder 2160.");
 }
 
-std::optional<ExportFormat> formatFrom(const Arguments& arguments) {
+// What is asked for, else what the name of the file says.
+std::optional<ExportFormat> formatFrom(const Arguments& arguments, const std::filesystem::path& file) {
     const auto text = arguments.value("--format");
-    if (!text) return std::nullopt;
+    const std::string wanted = text ? "." + *text : file.extension().string();
     for (const ExportFormat format : kAllExportFormats) {
-        if (*text == fileExtension(format)) return format;
+        if (wanted == "." + std::string(fileExtension(format))) return format;
     }
-    throw UsageError("--format ist mp4 oder mov.");
+    if (text) throw UsageError("--format ist mp4 oder mov.");
+    return std::nullopt;
 }
 
 void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const std::optional<std::int64_t> wantedHeight = heightFrom(arguments);
-    const std::optional<ExportFormat> format = formatFrom(arguments);
+    const std::filesystem::path file = arguments.value("--out").value_or("");
+    const std::optional<ExportFormat> format = formatFrom(arguments, file);
     const Interruption interruption;
 
     const CanvasSize canvas = exportCanvas(wantedHeight.value_or(ProjectSettings::load(folder).exportHeight));
@@ -56,6 +61,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     options.progress = [&bar](double fraction) { bar.update(fraction); };
     options.stop = interruption.token();
     options.format = format;
+    options.file = file;
     const RenderResult result = renderMovieSync(composition, options);
     if (arguments.has("--json")) {
         writeMovieResult(out, result.url, result.frames, result.seconds, result.zoomCount);

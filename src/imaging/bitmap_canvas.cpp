@@ -2,9 +2,13 @@
 
 #include <cairo.h>
 #include <pango/pangocairo.h>
+#include <sys/mman.h>
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace lumivastor {
@@ -49,6 +53,20 @@ Rect around(Point centre, double radius) {
 
 void setColour(cairo_t* context, const RgbaColour& colour) {
     cairo_set_source_rgba(context, colour.red, colour.green, colour.blue, colour.alpha);
+}
+
+// Whether a line of text has been drawn. The first one finds the fonts, on three threads.
+std::atomic<bool> fontsAreFound = false;
+
+// GLib, below Pango, ends the program where it finds no memory or cannot start a thread. So both are tried first, with
+// far more room than it takes: a thread has a stack of 8 MB and up to 128 MB to allocate from. Throws std::bad_alloc or
+// std::system_error.
+void requireRoomForText() {
+    if (!fontsAreFound) std::thread([] {}).join();
+    const std::size_t room = std::size_t{fontsAreFound ? 32U : 448U} << 20U;
+    void* const tried = ::mmap(nullptr, room, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (tried == MAP_FAILED) throw std::bad_alloc();
+    ::munmap(tried, room);
 }
 
 void addCircle(cairo_t* context, Point centre, double radius) {
@@ -129,6 +147,7 @@ void BitmapCanvas::drawText(const std::string& text, Point baseline, const std::
                             const RgbaColour& colour) {
     cairo_t* const context = state_->context.get();
     if (context == nullptr || !(size > 0 && size <= kLargestText) || !isDrawable(around(baseline, 1))) return;
+    requireRoomForText();
     const Owned<PangoLayout> layout(pango_cairo_create_layout(context));
     // Grey edges and no fitting to the pixel grid, whatever the desktop prefers: a movie is shown at any size.
     const Owned<cairo_font_options_t> options(cairo_font_options_create());
@@ -149,6 +168,7 @@ void BitmapCanvas::drawText(const std::string& text, Point baseline, const std::
     cairo_move_to(context, baseline.x, baseline.y);
     pango_cairo_show_layout_line(context, line);
     cairo_new_path(context);
+    fontsAreFound = true;
 }
 
 }  // namespace lumivastor

@@ -24,7 +24,8 @@ struct RgbaColour {
 ///
 /// Numbers come from recordings and may be anything: what is not finite, has no area or reaches more than a million
 /// pixels from the origin is not drawn. Neither is anything in a buffer that is empty or more than 32767 pixels wide or
-/// high. The buffer outlives the canvas; one thread at a time. No errors.
+/// high. The buffer outlives the canvas; one thread at a time. Throws std::bad_alloc, or std::system_error where no
+/// thread can be started for the fonts.
 class BitmapCanvas {
   public:
     explicit BitmapCanvas(BgraPremultipliedBuffer& buffer);

@@ -225,8 +225,11 @@ bool StoredWriterInput::append(StoredSample sample) {
 
 // Writer
 
-AssetWriter::AssetWriter(std::filesystem::path path, MovieContainer container)
-    : path_(std::move(path)), container_(container), shared_(std::make_shared<WriterShared>()) {}
+AssetWriter::AssetWriter(std::filesystem::path path, MovieContainer container, std::string shownName)
+    : path_(std::move(path)),
+      shownName_(shownName.empty() ? path_.filename().string() : std::move(shownName)),
+      container_(container),
+      shared_(std::make_shared<WriterShared>()) {}
 
 AssetWriter::~AssetWriter() {
     {
@@ -285,7 +288,7 @@ bool AssetWriter::startWriting() {
             precondition(container_ == MovieContainer::quickTime, "fragments are for QuickTime movies");
             sink = std::make_unique<FragmentedMovieSink>(path_, fragmentInterval_);
         } else {
-            sink = std::make_unique<PlainMovieSink>(path_, container_);
+            sink = std::make_unique<PlainMovieSink>(path_, container_, shownName_);
         }
         for (const auto& input : inputs_) input->channel_->encoder().open(*sink);
         sink->begin();

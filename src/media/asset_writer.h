@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "base/recorder_error.h"
@@ -130,7 +131,8 @@ class AssetWriter {
         cancelled,
     };
 
-    AssetWriter(std::filesystem::path path, MovieContainer container);
+    /// `shownName` is what errors call the file where its own name says nothing to the user; empty: its own.
+    AssetWriter(std::filesystem::path path, MovieContainer container, std::string shownName = {});
     ~AssetWriter();
     AssetWriter(const AssetWriter&) = delete;
     AssetWriter& operator=(const AssetWriter&) = delete;
@@ -188,6 +190,7 @@ class AssetWriter {
     void waitForEncoders();
 
     std::filesystem::path path_;
+    std::string shownName_;
     MovieContainer container_;
     MediaTime fragmentInterval_;
     std::shared_ptr<WriterShared> shared_;

@@ -23,10 +23,10 @@ bool MovieSink::canHold(MovieContainer container, const AVCodecParameters& param
     return format != nullptr && avformat_query_codec(format, parameters.codec_id, FF_COMPLIANCE_NORMAL) == 1;
 }
 
-UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path) {
-    const auto refuse = [&path](int number) {
-        throw RecorderError(path.filename().string() + " konnte nicht angelegt werden: " +
-                            systemErrorText({number, std::generic_category()}) + ".");
+UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path, const std::string& shownName) {
+    const auto refuse = [&shownName](int number) {
+        throw RecorderError(
+            shownName + " konnte nicht angelegt werden: " + systemErrorText({number, std::generic_category()}) + ".");
     };
     // Emptying a file of that name would empty whatever else it is a link to.
     struct stat found {};

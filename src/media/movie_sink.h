@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "base/unique_descriptor.h"
 #include "media/ffmpeg_handles.h"
@@ -48,8 +49,9 @@ class MovieSink {
 
   protected:
     /// Creates the file. One of that name is removed first, and so is a link: what a link leads to stays as it is, and
-    /// a program that has the old file open keeps it. Pipes and devices are opened as they are.
-    static UniqueDescriptor createFile(const std::filesystem::path& path);
+    /// a program that has the old file open keeps it. Pipes and devices are opened as they are. Errors call it
+    /// `shownName`.
+    static UniqueDescriptor createFile(const std::filesystem::path& path, const std::string& shownName);
 };
 
 }  // namespace lumivastor

@@ -131,10 +131,10 @@ struct PlainMovieSink::Track {
     std::int64_t latestShown = 0;  // of all packets
 };
 
-PlainMovieSink::PlainMovieSink(std::filesystem::path path, MovieContainer container)
-    : path_(std::move(path)), target_(std::make_unique<ByteTarget>()) {
+PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName)
+    : shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
     prepareFfmpeg();
-    target_->file = createFile(path_);
+    target_->file = createFile(path, shownName_);
     checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
             "Der Film konnte nicht angelegt werden");
     auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
@@ -232,7 +232,7 @@ void PlainMovieSink::finish() {
     avio_flush(io_);
     check(0);
     if (!isWholeAndBeginsWithIndex(target_->file.get())) {
-        throw RecorderError(path_.filename().string() +
+        throw RecorderError(shownName_ +
                             " konnte nicht geschrieben werden: Die Datei ist unvollständig.");
     }
     if (::fsync(target_->file.get()) != 0 && errno != EINVAL && target_->error == 0) target_->error = errno;
@@ -255,7 +255,7 @@ void PlainMovieSink::check(int result) {
     if (target_->error == 0 && result >= 0) return;
     const std::string reason =
         target_->error != 0 ? systemErrorText({target_->error, std::generic_category()}) : ffmpegErrorText(result);
-    throw RecorderError(path_.filename().string() + " konnte nicht geschrieben werden: " + reason + ".");
+    throw RecorderError(shownName_ + " konnte nicht geschrieben werden: " + reason + ".");
 }
 
 }  // namespace lumivastor

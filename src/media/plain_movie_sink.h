@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "media/movie_sink.h"
@@ -14,7 +15,8 @@ namespace lumivastor {
 /// once, where it lies, with memory and room for the index alone. Packets are interleaved by time.
 class PlainMovieSink final : public MovieSink {
   public:
-    PlainMovieSink(std::filesystem::path path, MovieContainer container);
+    /// Errors call the file `shownName`.
+    PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName);
     ~PlainMovieSink() override;
 
     int addStream(const AVCodecParameters& parameters, int timescale) override;
@@ -32,7 +34,7 @@ class PlainMovieSink final : public MovieSink {
     void writeNow(AVPacket& packet);
     void check(int result);
 
-    std::filesystem::path path_;
+    const std::string shownName_;
     std::unique_ptr<ByteTarget> target_;
     AVIOContext* io_ = nullptr;
     AVFormatContext* context_ = nullptr;

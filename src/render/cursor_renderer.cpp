@@ -10,7 +10,6 @@
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -25,6 +24,7 @@
 #include "media/asset_writer.h"
 #include "render/background.h"
 #include "render/export_plan.h"
+#include "render/pending_movie.h"
 
 namespace lumivastor::CursorRenderer {
 
@@ -195,7 +195,6 @@ class Render {
           recording_(Recording::load(folder)),
           source_(std::make_shared<const Movie>(folder / kSourceName)),
           videoQueue_("aufnahme.render.video") {
-        writer_.emplace(folder / kOutputName, MovieContainer::quickTime);
         const std::vector<AssetTrack> tracks = source_->tracks(TrackKind::video);
         if (tracks.empty()) throw RecorderError("In source.mov ist keine Videospur.");
         videoTrack_ = tracks.front().id;
@@ -213,12 +212,9 @@ class Render {
         }
         if (const auto error = pumps_->firstError()) throw *error;
         if (!writer_->finishWriting()) throw errorOf(*writer_, "Das Prüfvideo konnte nicht geschrieben werden.");
-        Result result{writer_->path(), pictures_->frames, pictures_->lastTime};
-        if (options_.stop.stop_requested()) {
-            std::error_code ignored;  // gone already, or not to be removed
-            std::filesystem::remove(writer_->path(), ignored);
-            throw RecorderError(kCancelled);
-        }
+        Result result{file_->target(), pictures_->frames, pictures_->lastTime};
+        throwIfCancelled(options_);
+        file_->putInPlace();
         // The video is there: want of memory for saying so is no error.
         pumps_->guard([&] {
             report(options_, 1);
@@ -237,8 +233,8 @@ class Render {
 
     void startWriter() {
         throwIfCancelled(options_);
-        std::error_code ignored;  // what cannot be removed can perhaps be written over
-        std::filesystem::remove(writer_->path(), ignored);
+        file_.emplace(recording_.folder / kOutputName);
+        writer_.emplace(file_->path(), MovieContainer::quickTime, kOutputName);
         videoInput_ =
             &writer_->addVideoInput(videoSettings(recording_.info, storedFormatOf(*source_, videoTrack_).timescale));
         const std::vector<AssetTrack> sounds = source_->tracks(TrackKind::audio);
@@ -300,6 +296,7 @@ class Render {
     std::optional<PicturePump> pictures_;
     std::vector<SoundPump> sounds_;
     SerialQueue videoQueue_;
+    std::optional<PendingMovie> file_;
     std::optional<AssetWriter> writer_;  // after the queues, which have to outlive it
 };
 

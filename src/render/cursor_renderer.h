@@ -41,10 +41,10 @@ struct Options {
     std::stop_token stop;
 };
 
-/// Writes "test-output.mov" in the recording folder, replacing what was there, and returns when it is finished. Throws
-/// `RecorderError`: what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with
-/// nothing left of what was written. A shortage of memory is such an error. A source that is damaged from somewhere on
-/// gives a video that ends there; the log says so. Any thread.
+/// Writes "test-output.mov" in the recording folder. The video is made beside its place (pending_movie.h) and replaces
+/// what was there once it is finished; then this returns. Throws `RecorderError`: what failed, or "Abgebrochen." when
+/// asked to stop; what was there is there as before, and nothing else is left. A shortage of memory is such an error. A
+/// source that is damaged from somewhere on gives a video that ends there; the log says so. Any thread.
 Result renderSync(const std::filesystem::path& folder, const Options& options = {});
 
 using Outcome = std::variant<Result, RecorderError>;

@@ -500,19 +500,43 @@ TEST_F(CheckVideo, CancelledOnTheWayLeavesNoFile) {
     movie_.pictures = 120;
     save();
     std::stop_source source;
+    folder_.write("test-output.mov", "an earlier one");
     std::atomic<int> reports = 0;
-    bool existed = false;
+    std::vector<std::string> onTheWay;
     Options options;
     options.stop = source.get_token();
     options.progress = [&](double) {
         ++reports;
-        existed = fs::exists(output());
+        for (const auto& each : fs::directory_iterator(folder_.path())) onTheWay.push_back(each.path().filename());
         source.request_stop();
     };
     EXPECT_EQ(messageOfRender(options), "Abgebrochen.");
     EXPECT_EQ(reports, 1);
-    EXPECT_TRUE(existed);
-    EXPECT_FALSE(fs::exists(output()));
+    const auto isHidden = [](const std::string& name) { return name.starts_with(".lumivastor-export-"); };
+    EXPECT_EQ(std::count_if(onTheWay.begin(), onTheWay.end(), isHidden), 1);
+    for (const auto& each : fs::directory_iterator(folder_.path())) {
+        EXPECT_FALSE(isHidden(each.path().filename())) << each.path();
+    }
+    EXPECT_EQ(folder_.read("test-output.mov"), "an earlier one");
+}
+
+TEST_F(CheckVideo, TheEarlierOneStaysUntilTheNewOneIsWhole) {
+    movie_.sounds = {{}};
+    save();
+    folder_.write("test-output.mov", "an earlier one");
+    std::vector<bool> whole;
+    Options options;
+    options.progress = [&](double) { whole.push_back(folder_.read("test-output.mov") != "an earlier one"); };
+    EXPECT_EQ(renderSync(folder_.path(), options).url, output());
+    EXPECT_EQ(whole, (std::vector<bool>{false, false, false, true}));
+    EXPECT_EQ(picturesOf(output()).size(), 45u);
+}
+
+TEST_F(CheckVideo, AFolderInItsPlaceIsSaid) {
+    save();
+    fs::create_directory(output());
+    EXPECT_EQ(messageOfRender(),
+              "test-output.mov kann nicht ersetzt werden: Ein Ordner steht an der Stelle der Datei.");
 }
 
 // Delivers results like an application's main thread.

@@ -6,12 +6,14 @@
 
 #include <algorithm>
 #include <csignal>
+#include <functional>
 #include <future>
 #include <mutex>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "media/asset.h"
 #include "render/movie_renderer.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"
@@ -23,7 +25,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FailingExport : public ExportFixture {};
+class FailingExport : public ExportFixture {
+  protected:
+    std::vector<std::string> filesInTheFolder() const {
+        std::vector<std::string> names;
+        for (const auto& each : fs::directory_iterator(folder_.path())) names.push_back(each.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    // Of a recording without further files, and a film.
+    static const std::vector<std::string>& recordingAndFilm() {
+        static const std::vector<std::string> names = {"capture.json", "pointer.json", "project.json", "source.mov",
+                                                       "studio-output.mp4"};
+        return names;
+    }
+    // Files of this process may not become longer than this. Like a full disk, but without one.
+    template <typename Work>
+    static void withFileSizeLimit(rlim_t bytes, const Work& work) {
+        const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit unlimited {};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+        struct rlimit small = unlimited;
+        small.rlim_cur = bytes;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        work();
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+        std::signal(SIGXFSZ, previous);
+    }
+};
 
 TEST_F(FailingExport, NothingLeftIsSaidAndNoFileIsMade) {
     makeRecording(1);
@@ -74,6 +103,100 @@ TEST_F(FailingExport, DamageAtTheBeginningIsCoveredByTheFirstPictureThatCanBeRea
     for (int frame = 0; frame < 180; ++frame) {
         EXPECT_EQ(numbers[static_cast<std::size_t>(frame)], std::max(frame, 30)) << frame;
     }
+}
+
+TEST_F(FailingExport, TheEarlierFilmStaysUntilTheNewOneIsWhole) {
+    makeRecording(2);
+    folder_.write("studio-output.mp4", "earlier");
+    int seen = 0;
+    render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+        if (folder_.read("studio-output.mp4") == "earlier") ++seen;
+        return sourceFilling(kSize)(source, webcam, t);
+    });
+    EXPECT_EQ(seen, 60);
+    EXPECT_EQ(exportedNumbers().size(), 60u);
+    EXPECT_EQ(filesInTheFolder(), recordingAndFilm());
+    // Also where the one before was a link, which stays what it is elsewhere.
+    fs::rename(folder_ / "studio-output.mp4", folder_ / "elsewhere");
+    fs::create_symlink("elsewhere", folder_ / "studio-output.mp4");
+    const std::string before = folder_.read("elsewhere");
+    makeRecording(1);
+    render();
+    EXPECT_FALSE(fs::is_symlink(folder_ / "studio-output.mp4"));
+    EXPECT_EQ(folder_.read("elsewhere"), before);
+}
+
+TEST_F(FailingExport, WhatGoesWrongLeavesTheEarlierFilmAndNothingElse) {
+    options_.sounds = {{}};
+    info_.systemAudio = true;
+    makeRecording(2);
+    open();
+    folder_.write("studio-output.mp4", "earlier");
+    std::stop_source source;
+    RenderOptions options;
+    options.stop = source.get_token();
+    const auto endingAt = [](double end, const std::function<void()>& how) -> FrameMaker {
+        return [=](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+            if (t > end) how();
+            return sourceFilling(kSize)(picture, webcam, t);
+        };
+    };
+    EXPECT_EQ(messageOf({}, endingAt(1, [] { throw RecorderError("Ein Fehler."); })), "Ein Fehler.");
+    EXPECT_EQ(folder_.read("studio-output.mp4"), "earlier");
+    EXPECT_EQ(filesInTheFolder(), recordingAndFilm());
+    EXPECT_EQ(messageOf(options, endingAt(1.5, [&] { source.request_stop(); })), "Abgebrochen.");
+    EXPECT_EQ(folder_.read("studio-output.mp4"), "earlier");
+    EXPECT_EQ(filesInTheFolder(), recordingAndFilm());
+}
+
+TEST_F(FailingExport, AskedToStopWithTheLastPictureItIsStillCancelled) {
+    makeRecording(1);
+    folder_.write("studio-output.mp4", "earlier");
+    std::stop_source source;
+    RenderOptions options;
+    options.stop = source.get_token();
+    int frames = 0;
+    EXPECT_EQ(messageOf(options,
+                        [&](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+                            if (++frames == 30) source.request_stop();
+                            return sourceFilling(kSize)(picture, webcam, t);
+                        }),
+              "Abgebrochen.");
+    EXPECT_EQ(frames, 30);
+    EXPECT_EQ(folder_.read("studio-output.mp4"), "earlier");
+}
+
+TEST_F(FailingExport, AFolderInTheFilmsPlaceIsSaidBeforeAnythingIsRendered) {
+    makeRecording(1);
+    fs::create_directory(folder_ / "studio-output.mp4");
+    int frames = 0;
+    EXPECT_EQ(messageOf({},
+                        [&](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+                            ++frames;
+                            return sourceFilling(kSize)(picture, webcam, t);
+                        }),
+              "studio-output.mp4 kann nicht ersetzt werden: Ein Ordner steht an der Stelle der Datei.");
+    EXPECT_EQ(frames, 0);
+    EXPECT_EQ(filesInTheFolder(), recordingAndFilm());
+}
+
+TEST_F(FailingExport, AFilmThatGoesElsewhereReplacesNoFileOfTheRecording) {
+    makeRecording(1);
+    makeWebcam(30, 0);
+    const TemporaryFolder elsewhere;
+    RenderOptions options;
+    options.file = elsewhere / "film.mp4";
+    EXPECT_EQ(render(options).url, elsewhere / "film.mp4");
+    EXPECT_EQ(Asset(elsewhere / "film.mp4").tracks(TrackKind::video).at(0).sampleCount, 30);
+    EXPECT_FALSE(fs::exists(folder_ / "studio-output.mp4"));
+    fs::create_directory(folder_ / "cursors");
+    for (const fs::path name :
+         {"source.mov", "webcam.mov", "capture.json", "pointer.json", "project.json", "journal", "cursors/c0.png"}) {
+        options.file = elsewhere / ".." / folder_.path().filename() / name;
+        EXPECT_EQ(messageOf(options),
+                  name.filename().string() + " gehört zur Aufnahme und wird nicht durch das Video ersetzt.");
+    }
+    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount, 30);
 }
 
 TEST_F(FailingExport, DamageEverywhereEndsWithTheLastGoodSecond) {
@@ -185,16 +308,11 @@ TEST_F(FailingExport, AFileThatCannotGrowEndsTheExportWithItsReason) {
     options_.sounds = {{}};
     makeRecording(10);
     open();
-    // Like a full disk, but without one: files may not become longer than this.
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit unlimited {};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    struct rlimit small = unlimited;
-    small.rlim_cur = 20000;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-    const std::string message = messageOf();
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    std::signal(SIGXFSZ, previous);
+    folder_.write("studio-output.mp4", "earlier");
+    std::string message;
+    withFileSizeLimit(20000, [&] { message = messageOf(); });
+    EXPECT_EQ(folder_.read("studio-output.mp4"), "earlier");
+    EXPECT_EQ(filesInTheFolder(), recordingAndFilm());
     EXPECT_TRUE(message.starts_with("studio-output.mp4 konnte nicht geschrieben werden: ")) << message;
 }
 

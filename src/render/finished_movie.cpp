@@ -50,7 +50,7 @@ void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& 
         wrong = error.message();
     }
     if (wrong.empty()) return;
-    Log::write("Studio", "Prüfung von " + path.filename().string() + ": " + wrong);
+    Log::write("Studio", "Prüfung des fertigen Films: " + wrong);
     throw RecorderError("Das Studio-Video konnte nicht geschrieben werden.");
 }
 

@@ -21,6 +21,7 @@
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
 #include "render/finished_movie.h"
+#include "render/pending_movie.h"
 #include "render/picture_stream.h"
 
 namespace lumivastor {
@@ -43,6 +44,19 @@ std::optional<RecorderError> errorOf(const Work& work) noexcept {
     } catch (...) {
         return handledError(kNotWritten);
     }
+}
+
+// Whether it is one of the recording's own files, which nothing replaces.
+bool belongsTo(const Recording& recording, const std::filesystem::path& file) {
+    std::error_code ignored;  // a folder that is not there is not the recording's
+    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+    if (std::filesystem::equivalent(folder, recording.folder / "cursors", ignored)) return true;
+    if (!std::filesystem::equivalent(folder, recording.folder, ignored)) return false;
+    const std::filesystem::path name = file.filename();
+    for (const char* own : {"source.mov", "capture.json", "pointer.json", "project.json", "journal"}) {
+        if (name == own) return true;
+    }
+    return recording.hasWebcam() && std::filesystem::equivalent(file, recording.webcamFile, ignored);
 }
 
 // One export. Made, run and destroyed on the calling thread.
@@ -97,6 +111,7 @@ class Export {
 
     // End
     RenderResult finish();
+    std::filesystem::path target() const;
     void report(double progress) const;
 
     // What ends an export early
@@ -113,11 +128,11 @@ class Export {
     const RenderOptions& options_;
     const ExportFormat format_;
     const std::int64_t fps_;
-    std::filesystem::path path_;
     std::vector<ShownSegment> shownSegments_;
     std::int64_t total_ = 0;
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
     bool isRefused_ = false;               // the finished movie is not what was written
+    std::optional<PendingMovie> file_;
 
     std::mutex exportLock_;
     std::optional<RecorderError> error_;  // guarded by exportLock_; the first one
@@ -180,12 +195,20 @@ void Export::openStreams(const CutComposition& cut) {
     }
 }
 
+std::filesystem::path Export::target() const {
+    if (options_.file.empty()) return recording_.folder / ("studio-output." + std::string(fileExtension(format_)));
+    if (belongsTo(recording_, options_.file)) {
+        throw RecorderError(options_.file.filename().string() +
+                            " gehört zur Aufnahme und wird nicht durch das Video ersetzt.");
+    }
+    return options_.file;
+}
+
 void Export::prepareWriter() {
-    path_ = recording_.folder / ("studio-output." + std::string(fileExtension(format_)));
-    std::error_code ignored;  // what cannot be removed cannot be replaced either, which the writer says
-    std::filesystem::remove(path_, ignored);
+    file_.emplace(target());
     const bool isMp4 = format_ == ExportFormat::mp4;
-    writer_ = std::make_unique<AssetWriter>(path_, isMp4 ? MovieContainer::mp4 : MovieContainer::quickTime);
+    writer_ = std::make_unique<AssetWriter>(file_->path(), isMp4 ? MovieContainer::mp4 : MovieContainer::quickTime,
+                                            file_->target().filename().string());
     VideoSettings settings;
     settings.width = canvas_.width;
     settings.height = canvas_.height;
@@ -345,10 +368,12 @@ RenderResult Export::finish() {
     }
     const double seconds = frameSeconds(frame_, fps_);
     isRefused_ = true;
-    checkFinishedMovie(path_, {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    checkFinishedMovie(file_->path(), {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
     isRefused_ = false;
     const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());
-    RenderResult result{path_, frame_, seconds, zooms};
+    RenderResult result{file_->target(), frame_, seconds, zooms};
+    throwIfStopped();
+    file_->putInPlace();
     // The film is there: want of memory for saying so is no error.
     static_cast<void>(errorOf([&] {
         report(1);

@@ -47,6 +47,8 @@ struct RenderOptions {
     std::stop_token stop;
     /// The container, instead of the settings'.
     std::optional<ExportFormat> format;
+    /// Where the film goes, whatever its name says of the container; empty: into the recording's folder.
+    std::filesystem::path file;
     /// Finds the encoder for pictures with these settings. Hardware that fails on the way is followed by software, from
     /// the beginning.
     std::function<EncoderChoice(const VideoSettings&)> chooseEncoder = [](const VideoSettings& settings) {
@@ -55,10 +57,11 @@ struct RenderOptions {
 };
 
 /// Exports the composition as it stands, at the size of its canvas, to "studio-output.mp4" or ".mov" in the recording's
-/// folder, replacing what was there. Returns when the file is finished and has been checked. Throws `RecorderError`:
-/// what failed, with what was written left in place; or "Abgebrochen." when asked to stop, with no file left. A
-/// shortage of memory is such an error. Where damage in the source leaves nothing to show at first, the film begins
-/// with the first picture that can be read. The composition's settings should not change meanwhile.
+/// folder. The film is made beside its place (pending_movie.h); once it is finished and has been checked, it replaces
+/// what was there, and this returns. Throws `RecorderError`: what failed, or "Abgebrochen." when asked to stop; what
+/// was there is there as before, and nothing else is left. A shortage of memory is such an error. Where damage in the
+/// source leaves nothing to show at first, the film begins with the first picture that can be read. The composition's
+/// settings should not change meanwhile.
 RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options = {});
 
