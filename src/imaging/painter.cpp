@@ -108,7 +108,7 @@ std::shared_ptr<const Mosaics> Painter::State::mosaicsOf(const MosaicNode& node)
     const auto shareOut = [&](int count, const std::function<void(int)>& each) {
         workers.run(count, [&](int number, int) { each(number); });
     };
-    const auto made = std::make_shared<const Mosaics>(makeMosaics(node.plan, showGround, shareOut));
+    auto made = std::make_shared<const Mosaics>(makeMosaics(node.plan, showGround, shareOut));
     work.squares += made->squares();
     mosaics.emplace(&node, made);
     return made;
