@@ -298,7 +298,11 @@ void registerAll() {
         const Rect screen{100, 100, canvas.width - 200.0, canvas.height - 200.0};
         const Rect bubble{canvas.width * 0.8, 30, canvas.height * 0.22, canvas.height * 0.22};
         add("prepare/background" + size, [=](benchmark::State& state) {
-            prepareOne(state, [&] { return makeBackground(canvas.width, canvas.height, {0.2, 0.3, 0.4}); });
+            prepareOne(state, [&] { return StudioBackground(canvas.width, canvas.height, {0.2, 0.3, 0.4}); });
+        });
+        add("prepare/backgroundPlanes" + size, [=](benchmark::State& state) {
+            const StudioBackground background(canvas.width, canvas.height, {0.2, 0.3, 0.4});
+            prepareOne(state, [&] { return lumaOf(background, {}); });
         });
         add("prepare/matte" + size, [=](benchmark::State& state) {
             prepareOne(state, [&] { return makeRoundedMatte(canvas.width, canvas.height, screen, 18); });

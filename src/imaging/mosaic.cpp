@@ -1,5 +1,6 @@
 #include "imaging/mosaic.h"
 
+#include <cmath>
 #include <cstring>
 #include <span>
 #include <utility>
@@ -225,7 +226,7 @@ SourcePlanes planesWith(const Mosaic& mosaic, const std::array<std::vector<std::
         for (int column = 0; column < planes.width; ++column, ++at, ++mean) {
             const std::array<double, Planes> values = shown(*mean);
             for (std::size_t i = 0; i < Planes; ++i) {
-                (planes.*to[i])[at] = static_cast<std::uint8_t>(std::clamp(values[i], 0.0, 255.0) + 0.5);
+                (planes.*to[i])[at] = static_cast<std::uint8_t>(std::lround(std::clamp(values[i], 0.0, 255.0)));
             }
             if (!mosaic.isOpaque) planes.alpha[at] = static_cast<std::uint8_t>(((*mean)[3] + 128) >> 8);
         }

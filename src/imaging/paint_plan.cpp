@@ -98,6 +98,35 @@ struct Planner {
         if (!item.runs.empty()) items.push_back(std::move(item));
     }
 
+    void add(std::vector<PlanItem>& items, const BackgroundNode& node, View view) const {
+        const StudioBackground& background = *node.background;
+        AxisSteps down = view.y;
+        down.turnOver(grid.height, background.height);
+        if (channels == GridChannels::bgra || !isUntouched(view.x, grid.width, background.width) ||
+            !isUntouched(down, grid.height, background.height)) {
+            return add(items, BufferNode{node.pixels()}, std::move(view));
+        }
+        PlanItem item;
+        item.isConverted = true;
+        item.planes = services.background(node);
+        coverAll(item.across, grid.columns);
+        coverAll(item.down, grid.rows);
+        for (const std::vector<std::int16_t>& levels : item.planes->levels) {
+            if (levels.empty()) continue;
+            PlanPlane plane;
+            plane.stride = item.planes->stride;
+            plane.levels = levels.data();
+            item.colours.push_back(plane);
+        }
+        updateRuns(item);
+        items.push_back(std::move(item));
+    }
+
+    static void coverAll(AxisCoverage& coverage, int count) {
+        coverage.span = coverage.full = {0, count};
+        coverage.levels.assign(static_cast<std::size_t>(count), kFullLevel);
+    }
+
     // Whether a source fills the whole destination, pixel for pixel.
     bool isUntouched(const AxisSteps& steps, double gridLength, int count) const {
         return steps.clamps.empty() && steps.scale == grid.scale && steps.translate == 0 &&
@@ -125,8 +154,7 @@ struct Planner {
         item.isConverted = true;
         item.planes = std::move(planes);
         const auto axis = [&](AxisCoverage& coverage, int count) {
-            coverage.span = coverage.full = {0, count};
-            coverage.levels.assign(static_cast<std::size_t>(count), kFullLevel);
+            coverAll(coverage, count);
             std::vector<double> positions(static_cast<std::size_t>(count));
             for (int i = 0; i < count; ++i) positions[static_cast<std::size_t>(i)] = i;
             return keep(item, services.tables.kernelTable(positions, coverage.span, 1, {0, count - 1}, count));

@@ -17,6 +17,7 @@
 
 namespace lumivastor {
 
+struct BackgroundNode;
 struct MosaicNode;
 
 /// The channels that a grid of samples is painted in.
@@ -30,6 +31,8 @@ struct PlanPlane {
     const AxisTable* columns = nullptr;
     const AxisTable* rows = nullptr;
     int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for colour differences
+    // Instead of samples and tables: a level for each of the grid's samples.
+    const std::int16_t* levels = nullptr;
 };
 
 struct PlanItem {
@@ -81,6 +84,8 @@ struct PlanServices {
     std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
                                                       const std::function<PaintPlan()>& plan)>
         converted;
+    /// A background's levels on this planar grid, made now or some time before.
+    std::function<std::shared_ptr<const SourcePlanes>(const BackgroundNode& node)> background;
     /// The squares of a pixellated picture, made now or for another grid of the same frame.
     std::function<std::shared_ptr<const Mosaics>(const MosaicNode& node)> mosaics;
 };

@@ -108,7 +108,7 @@ std::shared_ptr<const Mosaics> Painter::State::mosaicsOf(const MosaicNode& node)
     const auto shareOut = [&](int count, const std::function<void(int)>& each) {
         workers.run(count, [&](int number, int) { each(number); });
     };
-    const auto made = std::make_shared<const Mosaics>(makeMosaics(node.plan, showGround, shareOut));
+    auto made = std::make_shared<const Mosaics>(makeMosaics(node.plan, showGround, shareOut));
     work.squares += made->squares();
     mosaics.emplace(&node, made);
     return made;
@@ -116,8 +116,7 @@ std::shared_ptr<const Mosaics> Painter::State::mosaicsOf(const MosaicNode& node)
 
 PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
                                const YuvEncoding& encoding) {
-    const auto convertedOnce = [&](const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
-                                   const std::function<PaintPlan()>& planAlone) {
+    const auto once = [&](const std::shared_ptr<const BgraPremultipliedBuffer>& buffer, const auto& make) {
         for (Converted& layer : converted) {
             if (layer.buffer.lock() == buffer && layer.grid == grid && layer.channels == channels &&
                 layer.encoding == encoding) {
@@ -125,12 +124,23 @@ PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, G
                 return layer.planes;
             }
         }
-        auto planes = std::make_shared<const SourcePlanes>(convert(planAlone(), encoding));
+        auto planes = std::make_shared<const SourcePlanes>(make());
         converted.push_back({buffer, grid, channels, encoding, planes, frame});
         return planes;
     };
+    const auto convertedOnce = [&](const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
+                                   const std::function<PaintPlan()>& planAlone) {
+        return once(buffer, [&] { return convert(planAlone(), encoding); });
+    };
+    const auto backgroundOnce = [&](const BackgroundNode& node) {
+        return once(node.pixels(), [&] {
+            return channels == GridChannels::luma ? lumaOf(*node.background, encoding)
+                                                  : colourDifferencesOf(*node.background, encoding);
+        });
+    };
     const auto mosaicsOnce = [this](const MosaicNode& node) { return mosaicsOf(node); };
-    PaintPlan made = makePaintPlan(picture, grid, channels, {encoding, sources, tables, convertedOnce, mosaicsOnce});
+    PaintPlan made =
+        makePaintPlan(picture, grid, channels, {encoding, sources, tables, convertedOnce, backgroundOnce, mosaicsOnce});
     work.layers += layersIn(made.items);
     return made;
 }

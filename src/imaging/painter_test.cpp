@@ -202,6 +202,8 @@ TEST(Painter, RandomRecipesAgreeWithTheReference) {
     }
 }
 
+constexpr RgbColour kTone{0.3, 0.4, 0.7};
+
 // A whole frame as the compositor stacks it, over several tiles and bands.
 Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom, const Picture& content = {}) {
     const Rect screen{width * 0.1, height * 0.12, width * 0.8, height * 0.76};
@@ -210,7 +212,7 @@ Picture studioFrame(RandomRecipes& recipes, int width, int height, double zoom, 
     const auto layer = [](Buffer buffer) { return Picture(std::make_shared<const Buffer>(std::move(buffer))); };
     const Picture base = layer(makeRoundedShadow(width, height, screen, 14, kScreenShadow))
                              .transformed(camera)
-                             .over(layer(makeBackground(width, height, {0.3, 0.4, 0.7})));
+                             .over(Picture(std::make_shared<const StudioBackground>(width, height, kTone)));
     const int sourceWidth = width;
     Picture source = content.isEmpty() ? recipes.yuv(sourceWidth, height) : content;
     const Rect mask{20, 30, 60, 40};

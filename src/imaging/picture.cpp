@@ -63,6 +63,7 @@ struct StepComparison {
 
     bool operator()(const EmptyNode&, const EmptyNode&) const { return true; }
     bool operator()(const BufferNode& a, const BufferNode& b) const { return a.buffer == b.buffer; }
+    bool operator()(const BackgroundNode& a, const BackgroundNode& b) const { return a.background == b.background; }
     bool operator()(const YuvNode& a, const YuvNode& b) const {
         const YuvPicture& one = a.picture;
         const YuvPicture& other = b.picture;
@@ -147,6 +148,12 @@ Picture::Picture(YuvPicture picture) : node_(emptyNode()) {
     if (picture.width <= 0 || picture.height <= 0) return;
     const Rect extent{0, 0, static_cast<double>(picture.width), static_cast<double>(picture.height)};
     node_ = makeNode(YuvNode{std::move(picture)}, extent);
+}
+
+Picture::Picture(std::shared_ptr<const StudioBackground> background) : node_(emptyNode()) {
+    if (background == nullptr || background->pixels.isEmpty()) return;
+    const Rect extent{0, 0, static_cast<double>(background->width), static_cast<double>(background->height)};
+    node_ = makeNode(BackgroundNode{std::move(background)}, extent);
 }
 
 const Rect& Picture::extent() const {

@@ -11,6 +11,7 @@
 namespace lumivastor {
 
 struct PictureNode;
+struct StudioBackground;
 
 /// A picture as a recipe: what it is made of, not yet its pixels. The frame compositor stacks pictures; a painter
 /// (painter.h, or reference_painter.h for the plain one) turns the finished recipe into pixels once. A cheap immutable
@@ -23,6 +24,7 @@ struct PictureNode;
 /// - A source is resampled once, from its own pixels to the destination's, however many transforms and crops lie in
 ///   between: with a Catmull-Rom kernel that widens with the reduction when the picture shrinks. Placed at whole pixels
 ///   without scaling it is copied exactly.
+/// - A studio background is the gradient itself; a painter may round it up or down by its pattern.
 /// - Edges of extents and crops that cut through a destination pixel cover their part of it; the kernel itself never
 ///   reaches beyond a source or over a crop's edge, so that neither darkness nor what was cropped away bleeds in.
 /// - A crop of several stacked pictures is a crop of each of them.
@@ -32,6 +34,7 @@ class Picture {
     Picture();
     explicit Picture(std::shared_ptr<const BgraPremultipliedBuffer> buffer);
     explicit Picture(YuvPicture picture);
+    explicit Picture(std::shared_ptr<const StudioBackground> background);
 
     /// Where the picture is not known to be transparent. Empty for the empty picture; `isInfinite` for endless ones.
     const Rect& extent() const;

@@ -7,6 +7,7 @@
 
 #include "imaging/mosaic.h"
 #include "imaging/picture.h"
+#include "imaging/studio_background.h"
 
 // What a recipe consists of, for painters.
 
@@ -15,6 +16,11 @@ namespace lumivastor {
 struct EmptyNode {};
 struct BufferNode {
     std::shared_ptr<const BgraPremultipliedBuffer> buffer;
+};
+struct BackgroundNode {
+    std::shared_ptr<const StudioBackground> background;
+
+    std::shared_ptr<const BgraPremultipliedBuffer> pixels() const { return {background, &background->pixels}; }
 };
 struct YuvNode {
     YuvPicture picture;
@@ -48,8 +54,8 @@ struct FadeNode {
 };
 
 struct PictureNode {
-    using Step = std::variant<EmptyNode, BufferNode, YuvNode, TransformNode, CropNode, OverNode, ClampNode, MosaicNode,
-                              MatteNode, FadeNode>;
+    using Step = std::variant<EmptyNode, BufferNode, BackgroundNode, YuvNode, TransformNode, CropNode, OverNode,
+                              ClampNode, MosaicNode, MatteNode, FadeNode>;
 
     PictureNode(Step step_, const Rect& extent_) : step(std::move(step_)), extent(extent_) {}
     /// Releases what it is made of without a call for each step: recipes may be deeper than the stack.

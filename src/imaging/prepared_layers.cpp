@@ -9,7 +9,6 @@
 
 #include "base/precondition.h"
 #include "imaging/gaussian_shadow.h"
-#include "imaging/layer_kernels.h"
 
 namespace lumivastor {
 
@@ -110,30 +109,6 @@ ConvexShape ellipseShape(const Rect& topLeftRect) {
 
 }  // namespace
 
-BgraPremultipliedBuffer makeBackground(int width, int height, const RgbColour& tone) {
-    BgraPremultipliedBuffer picture(width, height);
-    const double channels[3] = {tone.blue, tone.green, tone.red};
-    BackgroundRow row;
-    for (int i = 0; i < 3; ++i) {
-        const double light = std::clamp(channels[i] * 1.45, 0.0, 1.0);
-        const double dark = std::clamp(channels[i] * 0.55, 0.0, 1.0);
-        row.light[i] = static_cast<float>(light * 255);
-        row.change[i] = static_cast<float>((dark - light) * 255);
-    }
-    // Along the diagonal from (0, height) to (width, 0) the gradient runs from 0 to 1.
-    const double diagonal = static_cast<double>(width) * width + static_cast<double>(height) * height;
-    row.gradientStep = static_cast<float>(width / diagonal);
-    row.highlightX = static_cast<float>(width * 0.5 - 0.5);
-    row.highlightReach = static_cast<float>(width * 0.6);
-    row.highlightAlpha = 0.08F;
-    for (int y = 0; y < height; ++y) {
-        row.gradientStart = static_cast<float>((0.5 * width + (y + 0.5) * height) / diagonal);
-        row.highlightY = static_cast<float>(y + 0.5 - height * 0.45);
-        fillBackgroundRow(row, picture.row(y), width);
-    }
-    return picture;
-}
-
 BgraPremultipliedBuffer makeRoundedMatte(int width, int height, const Rect& rect, double cornerRadius) {
     BgraPremultipliedBuffer picture(width, height);
     if (picture.isEmpty() || rect.isEmpty()) return picture;
@@ -211,9 +186,16 @@ PreparedLayers::Layer PreparedLayers::reuseOrMake(Slot& slot, const Inputs& inpu
     return layer;
 }
 
-PreparedLayers::Layer PreparedLayers::background(int width, int height, const RgbColour& tone) {
-    return reuseOrMake(background_, {.width = width, .height = height, .tone = tone},
-                       [&] { return makeBackground(width, height, tone); });
+std::shared_ptr<const StudioBackground> PreparedLayers::background(int width, int height, const RgbColour& tone) {
+    {
+        const std::lock_guard guard(lock_);
+        const StudioBackground* const last = background_.get();
+        if (last != nullptr && last->width == width && last->height == height && last->tone == tone) return background_;
+    }
+    auto made = std::make_shared<const StudioBackground>(width, height, tone);
+    const std::lock_guard guard(lock_);
+    background_ = made;
+    return made;
 }
 
 PreparedLayers::Layer PreparedLayers::roundedMatte(int width, int height, const Rect& rect, double cornerRadius) {

@@ -6,21 +6,13 @@
 
 #include "base/geometry.h"
 #include "imaging/pixel_buffer.h"
+#include "imaging/studio_background.h"
 
 // The layers of a frame that depend on the project's settings alone, drawn once per edit and only placed and stacked
 // afterwards. Rectangles are in canvas pixels with the origin at the bottom-left; the buffers' first row is the top one
 // as always. Pure functions: any thread, no errors.
 
 namespace lumivastor {
-
-/// sRGB-encoded, each 0...1.
-struct RgbColour {
-    double red = 0;
-    double green = 0;
-    double blue = 0;
-
-    bool operator==(const RgbColour&) const = default;
-};
 
 /// A soft shadow as drawing programs describe it. The blurring is a true Gaussian whose standard deviation is half of
 /// `blur`, which is what drawing systems mean by that number.
@@ -37,11 +29,6 @@ struct ShadowStyle {
 inline constexpr ShadowStyle kScreenShadow{0.55, 70, 0, -24};
 /// Below the webcam bubble.
 inline constexpr ShadowStyle kBubbleShadow{0.45, 34, 0, -10};
-
-/// The studio background, opaque: a linear gradient from `tone` x 1.45 at the top-left corner to `tone` x 0.55 at the
-/// bottom-right one, each channel limited to 1, and over it a radial highlight of white from alpha 0.08 at
-/// (0.5 width, 0.55 height) to nothing at a distance of 0.6 x width.
-BgraPremultipliedBuffer makeBackground(int width, int height, const RgbColour& tone);
 
 /// Opaque white inside the rounded rectangle, transparent outside.
 BgraPremultipliedBuffer makeRoundedMatte(int width, int height, const Rect& rect, double cornerRadius);
@@ -74,7 +61,7 @@ class PreparedLayers {
   public:
     using Layer = std::shared_ptr<const BgraPremultipliedBuffer>;
 
-    Layer background(int width, int height, const RgbColour& tone);
+    std::shared_ptr<const StudioBackground> background(int width, int height, const RgbColour& tone);
     Layer roundedMatte(int width, int height, const Rect& rect, double cornerRadius);
     Layer roundedShadow(int width, int height, const Rect& rect, double cornerRadius,
                         const ShadowStyle& style = kScreenShadow);
@@ -89,7 +76,6 @@ class PreparedLayers {
         int height = 0;
         Rect rect{};
         double cornerRadius = 0;
-        RgbColour tone{};
         ShadowStyle style{};
 
         bool operator==(const Inputs&) const = default;
@@ -103,7 +89,8 @@ class PreparedLayers {
     Layer reuseOrMake(Slot& slot, const Inputs& inputs, const Make& make);
 
     std::mutex lock_;
-    Slot background_, matte_, shadow_, ring_, bubbleMatte_, bubbleBorder_;  // guarded by lock_
+    std::shared_ptr<const StudioBackground> background_;       // guarded by lock_
+    Slot matte_, shadow_, ring_, bubbleMatte_, bubbleBorder_;  // guarded by lock_
 };
 
 }  // namespace lumivastor

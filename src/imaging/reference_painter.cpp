@@ -167,6 +167,15 @@ struct Evaluator {
         return colour * coverage;
     }
 
+    Colour operator()(const BackgroundNode& node) const {
+        const StudioBackground& background = *node.background;
+        const double coverage = view.x.coverageBy(view.x.toGrid(0, background.width)) *
+                                view.y.coverageBy(view.y.toGrid(0, background.height));
+        const RgbColour colour =
+            background.colourAt(view.x.sourcePosition(), background.height - view.y.sourcePosition());
+        return Colour{colour.red * 255, colour.green * 255, colour.blue * 255, 255} * coverage;
+    }
+
     Colour operator()(const YuvNode& node) const {
         const YuvPicture& source = node.picture;
         const double coverage =

@@ -26,6 +26,9 @@ struct SourcePlanes {
     std::ptrdiff_t stride = 0;
     // Colours are left out when all of them are 0 (`black`), alpha when all of it is 255 (`opaque`).
     std::vector<std::uint8_t> blue, green, red, alpha;
+    // Or what is finer than bytes: the channels of a planar grid as levels (paint_kernels.h). Then there is no colour
+    // above.
+    std::vector<std::int16_t> levels[2];
     bool opaque = false;
     bool black = false;
     std::vector<RowRuns> runs;

@@ -126,13 +126,14 @@ void TilePainter::paintStack(const PlanItem& item, const Tile& tile, std::size_t
 
 void TilePainter::filterPlane(FilteredPlane& to, const PlanPlane& plane, const PlanItem& item, const Part& columns,
                               const Part& rows) {
+    to.plane = &plane;
+    if (plane.levels != nullptr) return;
     const AxisTable& across = *plane.columns;
     const AxisTable& down = *plane.rows;
     // Copies are taken as they are wanted; filters work in blocks.
     const AxisSpan span = item.across.span;
     const int begin = across.contiguous ? std::max(columns.begin, span.begin) : columns.begin / 16 * 16;
     const int end = across.contiguous ? std::min(columns.end, span.end) : (columns.end + 15) / 16 * 16;
-    to.plane = &plane;
     to.firstColumn = begin;
     to.firstRow = down.first[static_cast<std::size_t>(rows.begin)];
     const int lastRow = down.first[static_cast<std::size_t>(rows.end - 1)] + down.taps;
@@ -173,6 +174,9 @@ void TilePainter::filterPlane(FilteredPlane& to, const PlanPlane& plane, const P
 }
 
 void TilePainter::levelsOf(const FilteredPlane& filtered, int row, const Part& columns, std::int16_t* levels) {
+    if (const PlanPlane& plane = *filtered.plane; plane.levels != nullptr) {
+        return copyLevels(levels, plane.levels + row * plane.stride + columns.begin, columns.end - columns.begin);
+    }
     const AxisTable& down = *filtered.plane->rows;
     const auto taps = static_cast<std::size_t>(down.taps);
     if (rowPointers_.size() < taps) {

@@ -250,6 +250,46 @@ TEST_F(CheckVideo, RingsGrowAroundTheClickAndGo) {
     }
 }
 
+// How many colour samples, and parts of one, lie left of the edge between two colours, below all marks.
+double colourEdgeIn(const fs::path& path) {
+    const auto asset = std::make_shared<const Movie>(path);
+    AssetReader reader(asset);
+    auto& output = reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::planar);
+    if (!reader.startReading()) throw *reader.error();
+    const auto sample = output.copyNextSample();
+    const YuvPlane& plane = sample->planar().blueDifference;
+    double left = 0;
+    constexpr int kFirst = 90;
+    constexpr int kLast = 115;
+    for (int y = kFirst; y < kLast; ++y) {
+        const std::uint8_t* const row = plane.samples + y * plane.stride;
+        const double last = row[kWidth / 2 - 1];
+        for (int x = 0; x < kWidth / 2; ++x) left += (row[x] - last) / (row[0] - last);
+    }
+    return left / (kLast - kFirst);
+}
+
+TEST_F(CheckVideo, LeavesColoursWhereTheRecordingHasThem) {
+    movie_.pictures = 2;
+    movie_.bitRate = 4000000;
+    movie_.paint = [](int, const YuvDestination& picture) {
+        for (int y = 0; y < picture.height; ++y) {
+            std::memset(picture.luma + y * picture.lumaStride, 110, static_cast<std::size_t>(picture.width));
+        }
+        for (int y = 0; y < picture.height / 2; ++y) {
+            for (int x = 0; x < picture.width / 2; ++x) {
+                const bool isLeft = x < 61;
+                picture.blueDifference[y * picture.chromaStride + x] = isLeft ? 160 : 100;
+                picture.redDifference[y * picture.chromaStride + x] = isLeft ? 110 : 150;
+            }
+        }
+    };
+    save();
+    renderSync(folder_.path());
+    // A quarter of a sample is half a pixel.
+    EXPECT_NEAR(colourEdgeIn(output()), colourEdgeIn(folder_ / "source.mov"), 0.1);
+}
+
 TEST_F(CheckVideo, CursorShapesWithoutPictureAreTheDot) {
     for (const bool isVisible : {true, false}) {
         track_.cursorImages[0].visible = isVisible;

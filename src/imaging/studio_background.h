@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+
+#include "imaging/pixel_buffer.h"
+#include "imaging/source_planes.h"
+#include "imaging/yuv_picture.h"
+
+// The studio background: a gradient so gentle that 8 bits would show it in bands many pixels wide. So its steps are
+// broken up: each pixel is rounded up or down by an ordered pattern that repeats every 8 pixels, and 8 x 8 of them have
+// the mean that was meant. The pattern stays where it is from frame to frame.
+
+namespace lumivastor {
+
+/// sRGB-encoded, each 0...1.
+struct RgbColour {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+
+    bool operator==(const RgbColour&) const = default;
+};
+
+/// Opaque: a linear gradient from `tone` x 1.45 at the top-left corner to `tone` x 0.55 at the bottom-right one, each
+/// channel limited to 1, and over it a radial highlight of white from alpha 0.08 at (0.5 width, 0.55 height from below)
+/// to nothing at a distance of 0.6 x width.
+struct StudioBackground {
+    int width = 0;
+    int height = 0;
+    RgbColour tone;
+    BgraPremultipliedBuffer pixels;
+
+    /// Sizes in pixels, at least 0.
+    StudioBackground(int width, int height, const RgbColour& tone);
+
+    /// The colour that is meant at a point, in pixels from the top-left corner.
+    RgbColour colourAt(double x, double y) const;
+};
+
+/// The background's luma or colour differences for a planar destination of its size, as levels: finer than 8 bits, with
+/// the pattern added, so that whatever is rounded in the end, a shadow over it too, is rounded up or down by it.
+SourcePlanes lumaOf(const StudioBackground& background, const YuvEncoding& encoding);
+SourcePlanes colourDifferencesOf(const StudioBackground& background, const YuvEncoding& encoding);
+
+}  // namespace lumivastor
