@@ -7,6 +7,7 @@
 #include "app/after.h"
 #include "app/log/log.h"
 #include "app/status_texts.h"
+#include "base/private_folder.h"
 
 namespace lumivastor {
 
@@ -321,7 +322,7 @@ void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {
 void AppDelegate::revealFolder() {
     if (!lastFolder_) {
         std::error_code ignored;
-        std::filesystem::create_directories(services_.root, ignored);
+        makePrivateFolder(services_.root, ignored);
     }
     view_.openFolder(lastFolder_.value_or(services_.root));
 }

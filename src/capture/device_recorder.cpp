@@ -7,10 +7,10 @@
 
 #include "app/log/log.h"
 #include "base/formatted.h"
-#include "base/system_error_text.h"
 #include "capture/fitted_picture.h"
 #include "capture/journal_records.h"
 #include "capture/recording_documents.h"
+#include "capture/recordings_root.h"
 #include "capture/rescued_movie.h"
 #include "capture/sound_samples.h"
 
@@ -67,11 +67,7 @@ std::shared_ptr<WebcamPreview> DeviceRecorder::webcamPreviewLayer() const {
 // Starting
 
 void DeviceRecorder::start() {
-    std::error_code error;
-    std::filesystem::create_directories(folder_, error);
-    if (error) {
-        throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
-    }
+    createRecordingFolder(folder_);
     openDevice();
     if (options_.microphone) openMicrophone();
     if (options_.webcam) startWebcam();

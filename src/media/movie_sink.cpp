@@ -23,8 +23,9 @@ bool MovieSink::canHold(MovieContainer container, const AVCodecParameters& param
 
 UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW;
-    constexpr mode_t kAllMayReadAndWrite = 0666;  // less what the user's mask takes away
-    UniqueDescriptor file(::open(path.c_str(), kFlags, kAllMayReadAndWrite));
+    // A film of somebody's screen is theirs alone.
+    constexpr mode_t kOwnerOnly = 0600;
+    UniqueDescriptor file(::open(path.c_str(), kFlags, kOwnerOnly));
     if (!file.isOpen()) {
         throw RecorderError(path.filename().string() + " konnte nicht angelegt werden: " +
                             systemErrorText({errno, std::generic_category()}) + ".");

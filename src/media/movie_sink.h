@@ -47,7 +47,7 @@ class MovieSink {
     virtual void close() = 0;
 
   protected:
-    /// Creates the file, replacing one of that name; a symbolic link of that name is not followed.
+    /// Creates the file, its owner's alone, or empties one of that name; a symbolic link of that name is not followed.
     static UniqueDescriptor createFile(const std::filesystem::path& path);
 };
 
