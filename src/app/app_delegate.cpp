@@ -246,7 +246,9 @@ void AppDelegate::startRecording() {
             return;
         case SourceType::region:
         case SourceType::display:
-            if (!display) {
+            if (lists_.displayRefusal) {
+                window_.setStatus(*lists_.displayRefusal);
+            } else if (!display) {
                 window_.setStatus("Kein Bildschirm ausgewählt.");
             } else if (choices.sourceType == SourceType::region) {
                 flow_.beginRegion(*display, excludedApplications(), testRegion_);

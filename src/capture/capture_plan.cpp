@@ -67,7 +67,14 @@ void planWindow(const Window& chosen, const ShareableContent& content, CapturePl
 
 }  // namespace
 
+void requireRecordable(const CaptureSource& source, const ShareableContent& content) {
+    if (content.displayRefusal && !std::holds_alternative<WindowSource>(source)) {
+        throw RecorderError(*content.displayRefusal);
+    }
+}
+
 CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& content) {
+    requireRecordable(options.source, content);
     CapturePlan plan;
     if (const auto* display = std::get_if<DisplaySource>(&options.source)) {
         planDisplay(display->display, std::nullopt, options, content, plan);

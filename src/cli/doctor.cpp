@@ -88,6 +88,7 @@ std::vector<Check> examine(const Examined& machine) {
                                content = machine.desktop().shareableContent();
                                return std::string("Der Bildschirmdienst antwortet.");
                            }));
+    if (content && content->displayRefusal) checks.back() = {"display", false, *content->displayRefusal, true};
     checks.push_back(check("screens", true, "Ohne Bildschirm gibt es nichts aufzunehmen.", [&] {
         if (content) displays = content->displays;
         if (displays.empty()) throw RecorderError("Kein Bildschirm gefunden.");
