@@ -1,11 +1,15 @@
-// "capture.json" from anywhere: read or refused, and what was read survives being written and read again.
+// "capture.json" from anywhere: read or refused; what was read survives being written, and an edit state either
+// follows from it or is refused.
 
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/recorder_error.h"
+#include "edit/edit_state.h"
+#include "imaging/picture_limits.h"
 #include "model/capture_info.h"
 #include "model/record_writer.h"
 
@@ -22,5 +26,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     writeRecord(writer, info);
     writer.finish();
     if (CaptureInfo::parse(FileBytes::copyOf(text)) != info) std::abort();
+
+    PointerTrack track;
+    track.events = {{0, 1, 2, 0, 0, PointerKind::move, {}, {}, {}}, {1, 200, 200, 0, 0, PointerKind::down, {}, {}, {}}};
+    try {
+        const Recording recording("", info, std::move(track));
+        if (!isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) std::abort();
+        deriveEditState(recording, {}, {1280, 720});
+    } catch (const RecorderError&) {
+        return 0;
+    }
     return 0;
 }

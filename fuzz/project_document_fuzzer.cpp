@@ -40,6 +40,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             last = key.t;
         }
         if (!(state->zoomEngine->camera(1.5).scale >= 1)) std::abort();
+        for (const KeptSegment& segment : state->keptSegments) {
+            if (!(segment.start >= 0 && segment.start < segment.end && segment.end <= info.duration)) std::abort();
+        }
+        if (!(state->outputDuration >= 0 && state->outputDuration <= info.duration * 1.0001)) std::abort();
     } catch (const RecorderError&) {
         return 0;
     }

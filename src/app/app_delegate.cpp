@@ -7,6 +7,7 @@
 #include "app/after.h"
 #include "app/log/log.h"
 #include "app/status_texts.h"
+#include "base/private_folder.h"
 
 namespace lumivastor {
 
@@ -282,7 +283,9 @@ void AppDelegate::startRecording() {
             return;
         case SourceType::region:
         case SourceType::display:
-            if (!display) {
+            if (lists_.displayRefusal) {
+                window_.setHint(Hint::source, *lists_.displayRefusal);
+            } else if (!display) {
                 window_.setHint(Hint::source, "Kein Bildschirm ausgewählt.");
             } else if (choices.sourceType == SourceType::region) {
                 flow_.beginRegion(*display, excludedApplications(), testRegion_);
@@ -409,7 +412,7 @@ void AppDelegate::revealFolder() {
     std::error_code ignored;
     const bool hasLast = lastFolder_ && std::filesystem::is_directory(*lastFolder_, ignored);
     const std::filesystem::path folder = hasLast ? *lastFolder_ : services_.root;
-    if (!hasLast) std::filesystem::create_directories(folder, ignored);
+    if (!hasLast) makePrivateFolder(folder, ignored);
     if (std::filesystem::is_directory(folder, ignored) && view_->openFolder(folder)) {
         window_.withdrawHint(Hint::folder, readyText());
     } else {

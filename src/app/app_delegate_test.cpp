@@ -96,6 +96,23 @@ TEST_F(AppDelegateTest, WithoutASourceEveryTypeSaysWhatToDo) {
     EXPECT_FALSE(std::filesystem::exists(root_));
 }
 
+TEST_F(AppDelegateTest, WhereOnlyWindowsCanBeRecordedTheRestIsRefusedWithTheReason) {
+    ShareableContent content = appContent();
+    content.displayRefusal = "Nur Fenster.";
+    desktop_.setContent(content);
+    launch();
+    EXPECT_EQ(view_.state.status, "Nur Fenster.");
+    for (const SourceType type : {SourceType::display, SourceType::region}) {
+        app_->sourceTypeChanged(SourceType::window);
+        EXPECT_EQ(view_.state.status, "Bereit. 2 Fenster gefunden (↻ aktualisiert die Liste).");
+        app_->sourceTypeChanged(type);
+        app_->toggleRecording();
+        EXPECT_EQ(view_.state.status, "Nur Fenster.");
+        EXPECT_EQ(view_.count("hideMainWindow"), 0);
+    }
+    EXPECT_FALSE(std::filesystem::exists(root_));
+}
+
 TEST_F(AppDelegateTest, OpenEditorOpensASecondLater) {
     launch({.openEditor = "/videos/a"});
     loop_.advance(0.9);

@@ -1,6 +1,6 @@
 #include "app/auto_zoom_preset.h"
 
-#include "base/file_writer.h"
+#include "base/file_replacement.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 #include "model/project_settings.h"
@@ -12,9 +12,7 @@ bool presetZoomsOff(const std::filesystem::path& folder) {
     std::error_code error;
     if (std::filesystem::exists(std::filesystem::symlink_status(document, error))) return false;
     // Not through `ProjectSettings`: what is left out here follows the defaults of whoever opens the folder.
-    FileWriter file(document);
-    file.write(R"({"zoomScale": 1.0})");
-    error = file.finish();
+    error = replaceFile(document, R"({"zoomScale": 1.0})");
     if (error) throw RecorderError("„project.json“ kann nicht geschrieben werden: " + systemErrorText(error) + ".");
     return true;
 }

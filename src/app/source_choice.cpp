@@ -26,10 +26,11 @@ SourcePopup windowPopup(const std::vector<Window>& windows) {
     return popup;
 }
 
-SourcePopup displayPopup(const std::vector<Display>& displays, const std::string& readyStatus) {
+SourcePopup displayPopup(const SourceLists& lists, const std::string& readyStatus) {
+    const std::vector<Display>& displays = lists.displays;
     SourcePopup popup;
     for (std::size_t i = 0; i < displays.size(); ++i) popup.items.push_back(displayTitle(displays[i], i));
-    popup.status = displays.empty() ? "Kein Bildschirm gefunden." : readyStatus;
+    popup.status = lists.displayRefusal.value_or(displays.empty() ? "Kein Bildschirm gefunden." : readyStatus);
     return popup;
 }
 
@@ -45,7 +46,7 @@ SourcePopup devicePopup(const std::vector<CaptureDevice>& devices) {
 SourceLists sourceLists(const ShareableContent& content, std::vector<CaptureDevice> devices) {
     const RunningApplication self{getpid(), kOwnBundleIdentifier, "LumiVastor"};
     return {content.displays, recordableWindows(content.windows, ownIdentifier(content)), std::move(devices),
-            content.ownApplication.value_or(self)};
+            content.ownApplication.value_or(self), content.displayRefusal};
 }
 
 SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
@@ -53,10 +54,9 @@ SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
         case SourceType::window:
             return windowPopup(lists.windows);
         case SourceType::display:
-            return displayPopup(lists.displays,
-                                "Bereit. " + std::to_string(lists.displays.size()) + " Bildschirm(e) gefunden.");
+            return displayPopup(lists, "Bereit. " + std::to_string(lists.displays.size()) + " Bildschirm(e) gefunden.");
         case SourceType::region:
-            return displayPopup(lists.displays, "Bereit. Nach dem Start ziehst du den Ausschnitt mit der Maus auf.");
+            return displayPopup(lists, "Bereit. Nach dem Start ziehst du den Ausschnitt mit der Maus auf.");
         case SourceType::device:
             return devicePopup(lists.devices);
     }

@@ -22,6 +22,8 @@ struct SourceLists {
     std::vector<CaptureDevice> devices;
     /// Left out of every recording of a display.
     std::optional<RunningApplication> ownApplication;
+    /// Why no display and no region can be recorded.
+    std::optional<std::string> displayRefusal = {};
 };
 
 /// The lists for what the desktop and its devices offer. A program without a window of its own at that moment knows

@@ -59,6 +59,16 @@ TEST(SourcePopup, TellsHowToAllowRecordingInThreeLines) {
               "Bildschirmaufnahme,\ndort „LumiVastor\" aktivieren und die App neu starten.");
 }
 
+TEST(SourcePopup, SaysWhyNoDisplayCanBeRecorded) {
+    ShareableContent content;
+    content.displays = {{7, "XWAYLAND0", {0, 0, 1920, 1080}, 1}};
+    content.displayRefusal = "Nur Fenster.";
+    const SourceLists lists = sourceLists(content, {});
+    EXPECT_EQ(sourcePopup(SourceType::display, lists).status, "Nur Fenster.");
+    EXPECT_EQ(sourcePopup(SourceType::region, lists).status, "Nur Fenster.");
+    EXPECT_NE(sourcePopup(SourceType::window, lists).status, "Nur Fenster.");
+}
+
 TEST(SourceLists, LeaveOwnWindowsOutAndKnowTheOwnProgram) {
     ShareableContent content;
     const RunningApplication own{44, "Lumivastor", "LumiVastor"};

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace lumivastor {
 
@@ -14,7 +15,9 @@ constexpr std::size_t kBufferBytes = 64 * 1024;
 }  // namespace
 
 FileWriter::FileWriter(const std::filesystem::path& path)
-    : file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0666)) {
+    : FileWriter(UniqueDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0666))) {}
+
+FileWriter::FileWriter(UniqueDescriptor file) : file_(std::move(file)) {
     if (!file_.isOpen()) fail(errno);
     buffer_.reserve(kBufferBytes);
 }

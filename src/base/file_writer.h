@@ -9,11 +9,14 @@
 
 namespace lumivastor {
 
-/// Writes a file from its beginning, replacing what it held, through a small buffer, so that a document of any length
-/// takes no more memory than that. The first error sticks and ends all further writing. One thread at a time.
+/// Writes a file from its beginning through a small buffer, so that a document of any length takes no more memory than
+/// that. The first error sticks and ends all further writing. One thread at a time.
 class FileWriter {
   public:
+    /// Over what the file held: for files that the user has named. `FileReplacement` is for all others.
     explicit FileWriter(const std::filesystem::path& path);
+    /// An empty file that is open for writing.
+    explicit FileWriter(UniqueDescriptor file);
 
     void write(std::string_view bytes);
 

@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "base/saturated.h"
+#include "imaging/picture_limits.h"
 
 namespace lumivastor {
 
@@ -18,8 +20,6 @@ constexpr int kQuality = 20;
 // a seek then decodes cost next to nothing; more key pictures would have to be coarser ones.
 constexpr double kKeySecondsAtRest = 10;
 constexpr double kBitsPerPixel = 0.08;
-// What our readers open; four times the largest screens.
-constexpr int kLargestEdge = 16384;
 
 Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, PictureSize size,
                     const ShareableContent& desktop, const Rect& otherwise) {
@@ -70,7 +70,14 @@ void planWindow(const Window& chosen, const ShareableContent& content, CapturePl
 
 }  // namespace
 
+void requireRecordable(const CaptureSource& source, const ShareableContent& content) {
+    if (content.displayRefusal && !std::holds_alternative<WindowSource>(source)) {
+        throw RecorderError(*content.displayRefusal);
+    }
+}
+
 CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& content) {
+    requireRecordable(options.source, content);
     CapturePlan plan;
     if (const auto* display = std::get_if<DisplaySource>(&options.source)) {
         planDisplay(display->display, std::nullopt, options, content, plan);
@@ -112,7 +119,7 @@ std::optional<std::string> windowTitleForInfo(const Window& window) {
 }
 
 std::int64_t averageBitRate(int width, int height, int fps) {
-    return static_cast<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
+    return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
 }
 
 EncodingJob screenEncodingJob(PictureSize size, int fps) {
@@ -124,8 +131,9 @@ std::int64_t deviceBitRate(int width, int height) {
 }
 
 bool canAddVideo(const VideoSettings& settings) {
-    const auto fits = [](int length) { return length >= 2 && length <= kLargestEdge; };
-    return fits(settings.width) && fits(settings.height);
+    constexpr int kLeast = 2;
+    return settings.width >= kLeast && settings.height >= kLeast &&
+           isDecodablePictureSize(settings.width, settings.height);
 }
 
 VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate) {

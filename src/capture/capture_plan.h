@@ -58,8 +58,11 @@ struct CapturePlan {
     int height() const { return configuration.height; }
 };
 
+/// Throws `RecorderError` when the desktop does not let such a source be recorded, whatever it is chosen from.
+void requireRecordable(const CaptureSource& source, const ShareableContent& content);
+
 /// `content` is what is there now: a window or display may have moved since it was chosen. Throws `RecorderError` when
-/// there is no display, or nothing to be seen.
+/// the source cannot be recorded, there is no display, or nothing to be seen.
 CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& content);
 
 /// The size of a movie's pictures for a size in points: rounded to whole pixels, then down to even ones.

@@ -129,6 +129,14 @@ TEST_F(CapturePlans, TheDocumentHoldsTheDisplayOrTheWindowsFrame) {
     EXPECT_EQ(plannedInfo(plan, windowOptions).displayWidth, 0);
 }
 
+TEST_F(CapturePlans, WhereOnlyWindowsCanBeRecordedTheRestIsRefused) {
+    ShareableContent desktop = content();
+    desktop.displayRefusal = "Nur Fenster.";
+    EXPECT_THROW(planCapture(options(DisplaySource{otherDisplay()}), desktop), RecorderError);
+    EXPECT_THROW(planCapture(options(RegionSource{otherDisplay(), {0, 0, 100, 100}}), desktop), RecorderError);
+    EXPECT_EQ(planCapture(options(WindowSource{window()}), desktop).windowID, 77u);
+}
+
 TEST(EvenPixelSize, IsRoundedAndThenMadeEven) {
     EXPECT_EQ(evenPixelSize({100.4, 100.5}, 1), (PictureSize{100, 100}));
     EXPECT_EQ(evenPixelSize({101, 99.4}, 1), (PictureSize{100, 98}));

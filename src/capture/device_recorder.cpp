@@ -8,9 +8,9 @@
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/handled_error.h"
-#include "base/system_error_text.h"
 #include "capture/journal_records.h"
 #include "capture/recording_documents.h"
+#include "capture/recordings_root.h"
 #include "capture/recovery.h"
 #include "capture/rescued_movie.h"
 #include "capture/sound_samples.h"
@@ -90,11 +90,7 @@ void DeviceRecorder::start(std::function<void(std::optional<RecorderError>)> com
 }
 
 void DeviceRecorder::prepare() {
-    std::error_code error;
-    std::filesystem::create_directories(folder_, error);
-    if (error) {
-        throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
-    }
+    createRecordingFolder(folder_);
     try {
         startWatch_.step("Öffne „" + device_.name + "“ …");
         openDevice();

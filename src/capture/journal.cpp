@@ -41,7 +41,7 @@ std::size_t writeAll(int file, const std::string& bytes, int& error) {
 Journal::Journal(const std::filesystem::path& folder)
     : path_(folder / kJournalName),
       waiting_(journalLine::header()),
-      file_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0644)) {
+      file_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600)) {
     if (!file_.isOpen()) {
         Log::write("Capture",
                    "Journal konnte nicht angelegt werden: " + systemErrorText({errno, std::generic_category()}));

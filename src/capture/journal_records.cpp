@@ -17,6 +17,7 @@
 #include "base/system_error_text.h"
 #include "capture/cursor_shapes.h"
 #include "capture/stable_hash.h"
+#include "imaging/picture_limits.h"
 #include "model/record_fields.h"
 
 namespace lumivastor {
@@ -29,7 +30,6 @@ constexpr std::size_t kChecksumDigits = 8;
 
 // The same limits as for documents; see docs/decisions/0002-limits-of-documents.md.
 constexpr double kLargest = 1e9;
-constexpr int kLargestPicture = 65535;
 
 std::string checksum(std::string_view payload) {
     StableHash hash;
@@ -199,8 +199,9 @@ void readStart(Words& words, JournalContent& content) {
     info.pointPixelScale = words.number();
     content.geometry.pointPixelScale = info.pointPixelScale;
     if (!(info.pointPixelScale > 0)) refuse("Der Maßstab ist fehlerhaft");
-    info.pixelWidth = words.integer<int>(1, kLargestPicture);
-    info.pixelHeight = words.integer<int>(1, kLargestPicture);
+    info.pixelWidth = words.integer<int>(1, kMaxPictureEdge);
+    info.pixelHeight = words.integer<int>(1, kMaxPictureEdge);
+    if (!isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) refuse("Die Bildgröße ist unzulässig");
     content.geometry.pixelSize = {static_cast<double>(info.pixelWidth), static_cast<double>(info.pixelHeight)};
     info.fps = words.integer<int>(1, 1000);
     info.systemAudio = words.flag();

@@ -176,9 +176,9 @@ TEST(JournalRecords, ImpossibleBeginsAreRefused) {
     for (const std::string bad :
          {"screen 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0 0", "display -1 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0 0",
           "display 7 0 0 1 1 0 0 1 1 0 0 1 1 0 640 480 60 0 0", "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 0 480 60 0 0",
-          "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 65536 60 0 0", "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 0 0 0",
-          "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 2 0", "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0",
-          "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0 0 %4",
+          "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 16385 60 0 0", "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 0 0 0",
+          "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 16384 8193 60 0 0", "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 2 0",
+          "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0", "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0 0 %4",
           "display 7 0 0 1 1 0 0 1 1 0 0 1 1 1 640 480 60 0 0 %zz", "display 7 0 0 1 1"}) {
         EXPECT_NE(errorOfStart(bad), "no error") << bad;
     }

@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "app/log/log.h"
+#include "base/file_replacement.h"
+#include "base/private_folder.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 #include "capture/cursor_shapes.h"
@@ -17,12 +19,37 @@ namespace lumivastor {
 
 namespace {
 
+constexpr const char* kCursorFolder = "cursors";
+
 void makeCursorFolder(const std::filesystem::path& folder) {
     std::error_code error;
-    std::filesystem::create_directories(folder / "cursors", error);
+    makePrivateFolder(folder / kCursorFolder, error);
     if (error) {
         throw RecorderError("Der Ordner „cursors“ kann nicht angelegt werden: " + systemErrorText(error) + ".");
     }
+}
+
+void writeCursor(const std::filesystem::path& folder, const std::string& id, const BgraPremultipliedBuffer& picture) {
+    makeCursorFolder(folder);
+    const std::filesystem::path file = folder / cursorFile(id);
+    // Not waiting for the disk: pictures come while the screen is recorded. `savePointerTrack` waits for all of them.
+    if (const std::error_code error = replaceFile(file, encodedPng(picture), Durability::later)) {
+        throw RecorderError("„" + file.filename().string() +
+                            "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");
+    }
+}
+
+// The pictures are on the disk before the document that names them.
+void syncCursors(const std::filesystem::path& folder, const PointerTrack& track) {
+    const auto sync = [&folder](const std::filesystem::path& name) {
+        const std::error_code error = syncToDisk(folder / name);
+        if (!error || error == std::errc::no_such_file_or_directory) return;
+        Log::write("Pointer", name.string() + " ist vielleicht nicht auf dem Datenträger: " + systemErrorText(error));
+    };
+    for (const CursorImage& image : track.cursorImages) {
+        if (!image.file.empty()) sync(image.file);
+    }
+    sync(kCursorFolder);
 }
 
 }  // namespace
@@ -133,8 +160,7 @@ std::optional<std::string> PointerRecorder::shapeOf(const SystemCursor& cursor) 
 // At once, so that the shape outlives this process; what the disk refuses is tried again when the track is saved.
 void PointerRecorder::writePicture(const std::string& id, const BgraPremultipliedBuffer& picture) {
     try {
-        makeCursorFolder(folder_);
-        writePng(folder_ / cursorFile(id), picture);
+        writeCursor(folder_, id, picture);
     } catch (const RecorderError& error) {
         Log::write("Pointer", error.message());
         BgraPremultipliedBuffer copy(picture.width(), picture.height());
@@ -157,10 +183,7 @@ std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t
         for (const auto& [id, image] : cursorImages_) raw.cursorImages.push_back(image);
         pictures = std::move(unwrittenPictures_);
     }
-    for (const auto& [id, picture] : pictures) {
-        makeCursorFolder(folder);
-        writePng(folder / cursorFile(id), picture);
-    }
+    for (const auto& [id, picture] : pictures) writeCursor(folder, id, picture);
     return savePointerTrack(folder, raw, t0, geometry, windowTrack, displayTrack);
 }
 
@@ -169,6 +192,7 @@ std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPoin
                               const DisplayTrack& displayTrack) {
     makeCursorFolder(folder);
     const PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack, displayTrack);
+    syncCursors(folder, track);
     track.save(folder);
     Log::write("Pointer", "gesichert: " + std::to_string(track.events.size()) + " Ereignisse, " +
                               std::to_string(track.cursorImages.size()) + " Cursorformen");

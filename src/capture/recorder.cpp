@@ -11,11 +11,11 @@
 #include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/handled_error.h"
-#include "base/system_error_text.h"
 #include "capture/fitted_picture.h"
 #include "capture/journal_records.h"
 #include "capture/pointer_conversion.h"
 #include "capture/recording_documents.h"
+#include "capture/recordings_root.h"
 #include "capture/recovery.h"
 #include "capture/rescued_movie.h"
 #include "capture/sound_samples.h"
@@ -30,14 +30,6 @@ constexpr std::chrono::milliseconds kEncoderPoll{2};
 
 const char* trueOrFalse(bool value) {
     return value ? "true" : "false";
-}
-
-void makeFolder(const std::filesystem::path& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) {
-        throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
-    }
 }
 
 }  // namespace
@@ -138,7 +130,7 @@ void Recorder::runStep(std::size_t index, const std::shared_ptr<StartCompletion>
 }
 
 void Recorder::prepare() {
-    makeFolder(folder_);
+    createRecordingFolder(folder_);
     plan_ = planCapture(options_, services_.desktop.shareableContent());
     journal_ = std::make_unique<Journal>(folder_);
     journal_->append(journalLine::start(plannedInfo(*plan_, options_), plan_->geometry));

@@ -11,6 +11,7 @@
 #include "media/still_picture.h"
 #include "model/pointer_track.h"
 #include "support/await.h"
+#include "support/folder_listing.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {
@@ -506,6 +507,20 @@ TEST_F(Recorders, ASecondStopDoesNothing) {
     EXPECT_EQ(completions, 1);
 }
 
+TEST_F(Recorders, WhatItRecordsIsForTheUserAlone) {
+    desktop_.setCursor(cursor(1, 16, 16));
+    start();
+    record(1, 320, 240);
+    EXPECT_EQ(modeOf(folder_ / "journal"), 0600u);
+    stopped();
+    EXPECT_EQ(modeOf(folder_), 0700u);
+    EXPECT_EQ(modeOf(folder_ / "cursors"), 0700u);
+    for (const char* name : {"source.mov", "capture.json", "pointer.json", "cursors/c0.png"}) {
+        EXPECT_EQ(modeOf(folder_ / name), 0600u) << name;
+    }
+    EXPECT_EQ(namesIn(folder_), (std::vector<std::string>{"capture.json", "cursors", "pointer.json", "source.mov"}));
+}
+
 TEST_F(Recorders, AStartThatFailsPassesTheReasonAndLeavesNothing) {
     desktop_.failStart(RecorderError("Der Bildschirm ist weg."));
     EXPECT_EQ(startError(), "Der Bildschirm ist weg.");
@@ -532,6 +547,8 @@ TEST_F(Recorders, AFolderThatCannotBeMadeIsAnError) {
 
 TEST_F(Recorders, APictureTooLargeForAnyReaderIsRefused) {
     options_.source = DisplaySource{{3, "riesig", {0, 0, 20000, 1080}, 1}};
+    EXPECT_EQ(startError(), "Videospur konnte nicht angelegt werden.");
+    options_.source = DisplaySource{{3, "riesig", {0, 0, 16384, 16384}, 1}};
     EXPECT_EQ(startError(), "Videospur konnte nicht angelegt werden.");
 }
 

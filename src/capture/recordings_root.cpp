@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "base/formatted.h"
+#include "base/private_folder.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 
@@ -42,17 +43,25 @@ std::filesystem::path encoderMemoryFile() {
     return folder / "encoders.txt";
 }
 
+void createRecordingFolder(const std::filesystem::path& folder) {
+    std::error_code error;
+    makePrivateFolder(folder, error);
+    if (error) {
+        throw RecorderError("Der Aufnahmeordner kann nicht angelegt werden: " + systemErrorText(error) + ".");
+    }
+}
+
 std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std::time_t time) {
     std::tm local{};
     localtime_r(&time, &local);
     const std::string name = formatted("%04d-%02d-%02d_%02d-%02d-%02d", local.tm_year + 1900, local.tm_mon + 1,
                                        local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
     std::error_code error;
-    std::filesystem::create_directories(root, error);
+    makePrivateFolder(root, error);
     for (int i = 1; !error; ++i) {
         std::filesystem::path folder = root / (i == 1 ? name : name + formatted("-%d", i));
         // False when it is there already, also when another program was faster.
-        if (std::filesystem::create_directory(folder, error)) return folder;
+        if (makePrivateFolder(folder, error)) return folder;
     }
     throw RecorderError("Der Ordner für Aufnahmen „" + root.string() +
                         "“ kann nicht angelegt werden: " + systemErrorText(error) + ".");

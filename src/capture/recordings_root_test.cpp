@@ -1,10 +1,12 @@
 #include "capture/recordings_root.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 
 #include "base/recorder_error.h"
+#include "support/folder_listing.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor {
@@ -28,6 +30,16 @@ TEST(RecordingFolders, AreNamedByLocalTime) {
     const auto folder = makeRecordingFolder(root / "Movies" / "LumiVastor", std::mktime(&local));
     EXPECT_EQ(folder, root / "Movies" / "LumiVastor" / "2025-03-14_09-05-33");
     EXPECT_TRUE(std::filesystem::is_directory(folder));
+}
+
+TEST(RecordingFolders, AreTheUsersAlone) {
+    const TemporaryFolder top;
+    const auto folder = makeRecordingFolder(top / "Movies/LumiVastor", 1'700'000'000);
+    EXPECT_EQ(modeOf(folder), 0700u);
+    EXPECT_EQ(modeOf(top / "Movies/LumiVastor"), 0700u);
+    EXPECT_EQ(chmod((top / "Movies/LumiVastor").c_str(), 0755), 0);
+    EXPECT_EQ(modeOf(makeRecordingFolder(top / "Movies/LumiVastor", 1'800'000'000)), 0700u);
+    EXPECT_EQ(modeOf(top / "Movies/LumiVastor"), 0755u) << "what is there stays as it is";
 }
 
 TEST(RecordingFolders, ThatStartInTheSameSecondAreTwo) {

@@ -8,7 +8,6 @@
 
 #include "app/log/log.h"
 #include "base/formatted.h"
-#include "base/system_error_text.h"
 #include "base/unique_descriptor.h"
 #include "capture/journal_records.h"
 #include "capture/pointer_recorder.h"
@@ -66,20 +65,6 @@ std::optional<double> rescueWebcam(const std::filesystem::path& folder, const Jo
     }
 }
 
-// Documents are written by name; a link of that name in a folder from elsewhere would lead out of it.
-void removeLinks(const std::filesystem::path& folder) {
-    for (const auto& file : {PointerTrack::fileURL(folder), CaptureInfo::fileURL(folder)}) {
-        std::error_code ignored;  // no such file
-        if (!std::filesystem::is_symlink(file, ignored)) continue;
-        std::error_code error;
-        std::filesystem::remove(file, error);
-        if (error) {
-            throw RecorderError("„" + file.filename().string() +
-                                "“ kann nicht ersetzt werden: " + systemErrorText(error) + ".");
-        }
-    }
-}
-
 // Without a record of its begin, which only a full disk can have kept away, the session began about when the pointer
 // recorder did.
 JournalContent::Session sessionOf(const JournalContent& journal) {
@@ -122,7 +107,6 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
         Log::write("Capture", formatted("Journal: %lld beschädigte Zeilen ausgelassen",
                                         static_cast<long long>(journal.damagedLines)));
     }
-    removeLinks(folder);
     const RescuedMovie movie = rescueSource(folder);
     const JournalContent::Session session = sessionOf(journal);
 

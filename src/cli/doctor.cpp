@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "base/formatted.h"
+#include "base/private_folder.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 #include "capture/capture_plan.h"
@@ -56,7 +57,7 @@ EncodingJob jobFor(const std::vector<Display>& displays) {
 
 std::string describeFolder(const std::filesystem::path& root) {
     std::error_code error;
-    std::filesystem::create_directories(root, error);
+    makePrivateFolder(root, error);
     std::string probe = (root / ".probe-XXXXXX").string();
     if (!error && mkdtemp(probe.data()) == nullptr) error = {errno, std::generic_category()};
     if (error) {
@@ -87,6 +88,7 @@ std::vector<Check> examine(const Examined& machine) {
                                content = machine.desktop().shareableContent();
                                return std::string("Der Bildschirmdienst antwortet.");
                            }));
+    if (content && content->displayRefusal) checks.back() = {"display", false, *content->displayRefusal, true};
     checks.push_back(check("screens", true, "Ohne Bildschirm gibt es nichts aufzunehmen.", [&] {
         if (content) displays = content->displays;
         if (displays.empty()) throw RecorderError("Kein Bildschirm gefunden.");

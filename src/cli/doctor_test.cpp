@@ -58,6 +58,15 @@ TEST_F(Doctor, WithoutADisplayServerNoScreenIsRecorded) {
     EXPECT_FALSE(canRecord());
 }
 
+TEST_F(Doctor, WhereOnlyWindowsCanBeRecordedTheDisplayIsMissing) {
+    ShareableContent some = content();
+    some.displayRefusal = "Nur Fenster. Tu etwas.";
+    desktop_.setContent(some);
+    EXPECT_FALSE(find("display").ok);
+    EXPECT_EQ(find("display").detail, "Nur Fenster. Tu etwas.");
+    EXPECT_FALSE(canRecord());
+}
+
 TEST_F(Doctor, WithoutSoundOrCameraScreensAreRecordedAllTheSame) {
     sound_.setDefaultMicrophone(std::nullopt);
     sound_.failStarts(SyntheticSoundSystem::Kind::systemAudio, "Kein Tondienst.");

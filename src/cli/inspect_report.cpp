@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "base/saturated.h"
 #include "cli/inspect.h"
 
 namespace lumivastor {
@@ -20,7 +21,7 @@ constexpr int kPlotRows = 6;
 std::string clockTime(double seconds) {
     const char* const sign = seconds < 0 ? "-" : "";
     const double rest = std::abs(seconds);
-    const int minutes = static_cast<int>(rest / 60);
+    const auto minutes = saturated<int>(rest / 60);
     if (minutes < 60) return formatted("%s%d:%06.3f", sign, minutes, rest - minutes * 60.0);
     return formatted("%s%d:%02d:%06.3f", sign, minutes / 60, minutes % 60, rest - minutes * 60.0);
 }

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "base/formatted.h"
+#include "base/saturated.h"
 
 namespace lumivastor {
 
@@ -15,7 +16,7 @@ namespace {
 constexpr int kCells = 30;
 
 std::string remainingText(double seconds) {
-    const auto whole = static_cast<long>(std::lround(seconds));
+    const auto whole = saturatedRound<long>(seconds);
     if (whole >= 3600) return formatted("noch %ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60);
     return formatted("noch %ld:%02ld", whole / 60, whole % 60);
 }

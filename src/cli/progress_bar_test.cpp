@@ -16,6 +16,10 @@ TEST(ProgressLine, SaysNothingThatItDoesNotKnow) {
     EXPECT_EQ(progressLine(0.5, 0.1, 600), "[███████████████···············]  50 %");
 }
 
+TEST(ProgressLine, ATimeWithoutEndIsShownSomehow) {
+    EXPECT_NE(progressLine(1e-300, 1e10, 100).find("noch 2562047788015215:30:07"), std::string::npos);
+}
+
 TEST(ProgressLine, StaysWithinItsBar) {
     EXPECT_EQ(progressLine(-1, 10, 600), "[······························]   0 %");
     EXPECT_EQ(progressLine(7, 10, 600), "[██████████████████████████████] 100 %  60 Bilder/s  noch 0:00");

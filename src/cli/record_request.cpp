@@ -91,6 +91,8 @@ CaptureSource sourceFor(const RecordRequest& request, const ShareableContent& co
         if (const Window* window = content.window(*request.windowID)) return WindowSource{*window};
         throw RecorderError(formatted("Es gibt kein Fenster mit der Kennung %u.", *request.windowID));
     }
+    // Before the index is looked at: there may be no display to choose from for the same reason.
+    if (content.displayRefusal) throw RecorderError(*content.displayRefusal);
     if (request.displayIndex >= content.displays.size()) {
         throw RecorderError(formatted("Es gibt keinen Bildschirm mit der Nummer %zu.", request.displayIndex));
     }

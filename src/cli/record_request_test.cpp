@@ -75,6 +75,21 @@ TEST(RecordSources, AreFoundInWhatIsThere) {
     EXPECT_THROW(sourceFor(parsed({}), {}), RecorderError);
 }
 
+TEST(RecordSources, DisplaysThatCannotBeRecordedAreRefusedWithTheReason) {
+    ShareableContent content = twoDisplays();
+    content.displayRefusal = "Nur Fenster.";
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {}, {"--display", "1"}, {"--display", "9"}, {"--region", "1,2,300,400"}}) {
+        try {
+            sourceFor(parsed(words), content);
+            ADD_FAILURE() << "no error";
+        } catch (const RecorderError& error) {
+            EXPECT_EQ(error.message(), "Nur Fenster.");
+        }
+    }
+    EXPECT_TRUE(std::holds_alternative<WindowSource>(sourceFor(parsed({"--window", "42"}), content)));
+}
+
 TEST(RecordSources, DevicesAreFoundByTheirId) {
     const std::vector<CaptureDevice> devices = {{"a", "Karte", true, 0}, {"b", "Telefon", true, 0}};
     EXPECT_EQ(deviceFor("b", devices).name, "Telefon");

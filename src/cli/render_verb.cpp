@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/formatted.h"
+#include "base/saturated.h"
 #include "cli/interruption.h"
 #include "cli/movie_result.h"
 #include "cli/progress_bar.h"
@@ -55,8 +56,8 @@ void run(const Arguments& arguments, std::ostream& out) {
 
     const CanvasSize canvas = exportCanvas(wantedHeight.value_or(ProjectSettings::load(folder).exportHeight));
     const Composition composition(folder, canvas.width, canvas.height);
-    ProgressBar bar(std::cerr, static_cast<std::int64_t>(composition.outputDuration() *
-                                                         static_cast<double>(composition.info().fps)));
+    ProgressBar bar(
+        std::cerr, saturated<std::int64_t>(composition.outputDuration() * static_cast<double>(composition.info().fps)));
     RenderOptions options;
     options.progress = [&bar](double fraction) { bar.update(fraction); };
     options.stop = interruption.token();

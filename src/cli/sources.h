@@ -1,6 +1,8 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/capture_device.h"
@@ -13,7 +15,12 @@ struct Sources {
     std::vector<Display> displays;
     std::vector<Window> windows;
     std::vector<CaptureDevice> devices;
+    /// Why there are no displays, where that has a reason.
+    std::optional<std::string> displayRefusal = {};
 };
+
+/// What of the desktop and its devices can be recorded.
+Sources recordableSources(const ShareableContent& content, std::vector<CaptureDevice> devices);
 
 /// One JSON document.
 void writeSources(const Sources& sources, std::ostream& out);

@@ -1,6 +1,7 @@
 #include <array>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/formatted.h"
@@ -77,6 +78,11 @@ void writeDevices(JsonWriter& writer, const std::vector<CaptureDevice>& devices)
 
 }  // namespace
 
+Sources recordableSources(const ShareableContent& content, std::vector<CaptureDevice> devices) {
+    return {content.displayRefusal ? std::vector<Display>() : content.displays,
+            recordableWindows(content.windows, ownIdentifier(content)), std::move(devices), content.displayRefusal};
+}
+
 void writeSources(const Sources& sources, std::ostream& out) {
     JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
@@ -97,7 +103,7 @@ void printSources(const Sources& sources, std::ostream& out) {
         out << formatted("  --display %zu  ", i) << displayTitle(sources.displays[i], i) << " ("
             << sources.displays[i].name << ")\n";
     }
-    if (sources.displays.empty()) out << "  keine\n";
+    if (sources.displays.empty()) out << "  " << sources.displayRefusal.value_or("keine") << "\n";
     out << "\nFenster\n";
     for (const Window& window : sources.windows) {
         out << formatted("  --window %u  ", window.id) << windowTitle(window) << "\n";
@@ -119,9 +125,8 @@ void run(const Arguments& arguments, std::ostream& out) {
     if (!arguments.positional().empty()) throw UsageError("Zu viele Angaben: " + arguments.positional().front());
     BlockingMainLoop loop;
     Machine machine(loop);
-    const ShareableContent content = machine.desktop().shareableContent();
-    const Sources sources{content.displays, recordableWindows(content.windows, ownIdentifier(content)),
-                          DeviceRecorder::availableDevices(machine.devices())};
+    const Sources sources =
+        recordableSources(machine.desktop().shareableContent(), DeviceRecorder::availableDevices(machine.devices()));
     if (arguments.has("--json")) {
         writeSources(sources, out);
     } else {

@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "base/precondition.h"
+#include "base/saturated.h"
 
 namespace lumivastor {
 
@@ -35,7 +36,7 @@ std::array<double, 2 * kReach + 1> makeCorrectionWindow() {
 std::int64_t gridIndex(double t) {
     const double index = t * CursorEngine::kRate;
     precondition(std::abs(index) < 9.2e18, "a time fits the grid's integers");
-    return static_cast<std::int64_t>(index);
+    return saturated<std::int64_t>(index);
 }
 
 }  // namespace

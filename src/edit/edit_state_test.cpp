@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 #include "base/recorder_error.h"
 #include "support/pointer_events.h"
 
@@ -174,13 +177,37 @@ TEST(Recording, RefusesWhatNothingCanBeBuiltFrom) {
     EXPECT_THROW(recordingOf({}, info), RecorderError);
     info.pixelWidth = 9'000'000'000;
     EXPECT_THROW(recordingOf({}, info), RecorderError);
-    for (const double duration : {1e30, 86'401.0}) EXPECT_THROW(recordingOf({}, capture(duration)), RecorderError);
+    for (const double duration : {1e30, 86'401.0, -1e30}) {
+        EXPECT_THROW(recordingOf({}, capture(duration)), RecorderError);
+    }
     EXPECT_THROW(recordingOf({press(1e300, 0, 0)}), RecorderError);
     EXPECT_THROW(recordingOf({press(1, 1e300, 0)}), RecorderError);
     EXPECT_THROW(recordingOf({press(1, 0, -1e10)}), RecorderError);
     info = capture();
     info.webcamOffset = 1e300;
     EXPECT_THROW(recordingOf({}, info), RecorderError);
+}
+
+TEST(Recording, RefusesPicturesThatNoDecoderGives) {
+    const auto errorOf = [](std::int64_t width, std::int64_t height) -> std::string {
+        CaptureInfo info = capture();
+        info.pixelWidth = width;
+        info.pixelHeight = height;
+        try {
+            recordingOf({}, info);
+        } catch (const RecorderError& error) {
+            return error.message();
+        }
+        return "no error";
+    };
+    EXPECT_EQ(errorOf(16384, 8192), "no error");
+    EXPECT_EQ(errorOf(8192, 16384), "no error");
+    EXPECT_EQ(errorOf(40000, 40000),
+              "Die Bildgröße der Aufnahme ist unzulässig: 40000×40000 Pixel. Möglich sind höchstens 16384 in jeder "
+              "Richtung und 134 Millionen im Ganzen.");
+    for (const auto& [width, height] : {std::pair{16386, 2}, {2, 16386}, {16384, 8194}, {16384, 16384}}) {
+        EXPECT_NE(errorOf(width, height), "no error") << width << "×" << height;
+    }
 }
 
 TEST(Recording, DrawsOutThePresses) {

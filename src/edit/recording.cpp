@@ -6,14 +6,13 @@
 #include "base/formatted.h"
 #include "base/recorder_error.h"
 #include "edit/cursor_engine.h"
+#include "imaging/picture_limits.h"
 #include "model/recording_folder.h"
 
 namespace lumivastor {
 
 namespace {
 
-// No decoder gives larger pictures.
-constexpr std::int64_t kMaxPixels = 65535;
 // Thirty years of seconds, a billion pixels, fractions of a million pictures: far outside of anything real, and still
 // so small that sums, differences and products of a few of them stay exact enough for the engines.
 constexpr double kMaxTime = 1e9;
@@ -28,10 +27,15 @@ bool within(double value, double limit) {
 
 void checkCapture(const CaptureInfo& info) {
     if (info.pixelWidth < 1 || info.pixelHeight < 1) throw RecorderError("Die Aufnahme enthält kein Bild.");
-    if (info.pixelWidth > kMaxPixels || info.pixelHeight > kMaxPixels) {
-        throw RecorderError(formatted("Die Bildgröße der Aufnahme ist unzulässig: %lld×%lld.",
-                                      static_cast<long long>(info.pixelWidth),
-                                      static_cast<long long>(info.pixelHeight)));
+    if (!isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) {
+        throw RecorderError(formatted(
+            "Die Bildgröße der Aufnahme ist unzulässig: %lld×%lld Pixel. Möglich sind höchstens %lld in jeder Richtung "
+            "und %lld Millionen im Ganzen.",
+            static_cast<long long>(info.pixelWidth), static_cast<long long>(info.pixelHeight),
+            static_cast<long long>(kMaxPictureEdge), static_cast<long long>(kMaxPictureArea / 1'000'000)));
+    }
+    if (info.duration < -CursorEngine::kMaxDuration) {
+        throw RecorderError("Die Länge der Aufnahme ist unzulässig.");
     }
     if (!(info.duration <= CursorEngine::kMaxDuration)) {
         throw RecorderError(formatted("Die Aufnahme ist mit %.0f s länger, als bearbeitet werden kann (%.0f s).",

@@ -17,7 +17,7 @@ constexpr double kLeastKept = 0.5;
 TrimRange effectiveTrim(const ProjectSettings& settings, double duration) {
     const bool endIsSet = settings.trimEnd > kNoTrimEnd && settings.trimEnd <= duration;
     const double end = endIsSet ? settings.trimEnd : duration;
-    return {std::min(settings.trimStart, std::max(end - kLeastKept, 0.0)), end};
+    return {std::clamp(settings.trimStart, 0.0, std::max(end - kLeastKept, 0.0)), end};
 }
 
 std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<CutRange> cuts) {

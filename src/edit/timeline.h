@@ -26,8 +26,8 @@ struct KeptSegment {
     bool operator==(const KeptSegment&) const = default;
 };
 
-/// The trimming in force on a recording of `duration` seconds. At least half a second before the end stays, whatever
-/// the settings say (all of it where the recording is shorter).
+/// The trimming in force on a recording of `duration` seconds, never before its beginning. At least half a second
+/// before the end stays, whatever the settings say (all of it where the recording is shorter).
 TrimRange effectiveTrim(const ProjectSettings& settings, double duration);
 
 /// What cuts leave of the trimmed range, in time order, disjoint. Pieces of 0.001 s or less are dropped.

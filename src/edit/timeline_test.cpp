@@ -59,6 +59,12 @@ TEST(Timeline, TheTrimStartLeavesHalfASecond) {
     EXPECT_EQ(kept(5, {}, 1), (Segments{{1, 5}}));
 }
 
+TEST(Timeline, BeforeTheRecordingThereIsNothingToKeep) {
+    for (const double start : {-0.001, -5.0, -1e9, -1e300}) EXPECT_EQ(kept(5, {}, start), (Segments{{0, 5}})) << start;
+    EXPECT_EQ(kept(5, {}, -1e300, 4), (Segments{{0, 4}}));
+    EXPECT_EQ(kept(0.3, {}, -1), (Segments{{0, 0.3}}));
+}
+
 TEST(Timeline, CutsBeforeTheTrimStartDoNotBringItBack) {
     EXPECT_EQ(kept(10, {{1, 2}, {2.5, 4}}, 3), (Segments{{4, 10}}));
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/log/log.h"
 #include "base/recorder_error.h"
 #include "editor/frame_time.h"
 #include "render/export_plan.h"
@@ -33,9 +34,11 @@ CanvasSize previewCanvas(const ProjectSettings& settings) {
 }
 
 EditSession::EditSession(const std::filesystem::path& folder, MainLoop& loop, Options options)
-    : options_(std::move(options)), saveTimer_(loop, [this] { settings().save(composition_->folder()); }) {
-    const CanvasSize canvas = previewCanvas(ProjectSettings::load(folder));
+    : options_(std::move(options)), document_(folder), saveTimer_(loop, [this] { save(); }) {
+    const CanvasSize canvas = previewCanvas(document_.settings());
     composition_ = std::make_shared<Composition>(folder, canvas.width, canvas.height);
+    // It reads the document itself, which another program may have replaced in between.
+    composition_->setSettings(document_.settings());
     selectedZoom_ = composition_->state()->zoomSpecs.empty() ? -1 : 0;
 }
 
@@ -175,7 +178,33 @@ void EditSession::redo() {
 
 void EditSession::saveNow() {
     saveTimer_.cancel();
-    settings().save(composition_->folder());
+    if (isEdited_ || !document_.exists()) save();
+}
+
+void EditSession::scheduleSave() {
+    isEdited_ = true;
+    saveTimer_.schedule();
+}
+
+void EditSession::save() {
+    try {
+        const ProjectDocument::Before before = document_.save(settings());
+        isEdited_ = false;
+        if (before == ProjectDocument::Before::unreadable) {
+            tell("„project.json“ war nicht lesbar und liegt jetzt unverändert in „project.json.alt“.");
+        } else if (before == ProjectDocument::Before::foreign) {
+            tell(
+                "„project.json“ wurde von einem anderen Programm geändert. Dessen Fassung liegt jetzt in "
+                "„project.json.alt“.");
+        }
+    } catch (const RecorderError& error) {
+        tell("Speichern fehlgeschlagen: " + error.message());
+    }
+}
+
+void EditSession::tell(const std::string& sentence) {
+    Log::write("Editor", sentence);
+    options_.status(sentence);
 }
 
 void EditSession::edit(const ProjectSettings& next, bool coalesce) {
@@ -187,7 +216,7 @@ void EditSession::edit(const ProjectSettings& next, bool coalesce) {
     }
     if (!putInForce(next)) return;
     history_.push(before, coalesce, options_.clock());
-    saveTimer_.schedule();
+    scheduleSave();
     options_.changed();
 }
 
@@ -214,7 +243,7 @@ void EditSession::restore(const std::optional<ProjectSettings>& before) {
         return;
     }
     if (!putInForce(*before)) return;
-    saveTimer_.schedule();
+    scheduleSave();
     options_.changed();
 }
 

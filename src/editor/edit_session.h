@@ -12,6 +12,7 @@
 #include "editor/control_values.h"
 #include "editor/save_timer.h"
 #include "editor/undo_history.h"
+#include "model/project_document.h"
 #include "model/project_settings.h"
 
 namespace lumivastor {
@@ -80,18 +81,24 @@ class EditSession {
     void undo();
     void redo();
 
-    /// Saves at once, and not once more later.
+    /// Saves at once, and not once more later. A document that is there and was not edited since it was read or saved
+    /// stays as it is. What goes wrong, and what was found in the document's place, is told as a status.
     void saveNow();
 
   private:
     void edit(const ProjectSettings& settings, bool coalesce);
     bool putInForce(const ProjectSettings& settings);
     void restore(const std::optional<ProjectSettings>& settings);
+    void scheduleSave();
+    void save();
+    void tell(const std::string& sentence);
     // The settings with the zooms as a list that can be edited.
     ProjectSettings withManualZooms() const;
     double snapped(double playhead) const;
 
     const Options options_;
+    ProjectDocument document_;
+    bool isEdited_ = false;  // since the document was read or saved
     std::shared_ptr<Composition> composition_;
     UndoHistory history_;
     SaveTimer saveTimer_;

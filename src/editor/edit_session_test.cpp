@@ -6,10 +6,13 @@
 #include <functional>
 #include <vector>
 
+#include "app/log/log.h"
 #include "base/recorder_error.h"
 #include "editor/labels.h"
+#include "support/file_size_limit.h"
 #include "support/manual_main_loop.h"
 #include "support/temporary_folder.h"
+#include "support/text_file.h"
 
 namespace lumivastor {
 namespace {
@@ -102,6 +105,104 @@ TEST_F(EditSessionTest, SavingAtOnceReplacesTheLaterSave) {
     std::filesystem::remove(ProjectSettings::fileURL(folder_.path()));
     loop_.advance(5);
     EXPECT_FALSE(isSaved());
+}
+
+TEST_F(EditSessionTest, ADocumentThatNobodyEditedStaysAsItIs) {
+    const std::string document = "{\"padding\": 0.03,   \"note\": \"from elsewhere\"}";
+    folder_.write("project.json", document);
+    EXPECT_EQ(session().settings().padding, 0.03);
+    session().saveNow();
+    EXPECT_EQ(folder_.read("project.json"), document);
+    movePadding(0.04);
+    session().saveNow();
+    EXPECT_EQ(saved().padding, 0.04);
+    folder_.write("project.json", document);
+    session().saveNow();
+    EXPECT_EQ(folder_.read("project.json"), document) << "what was edited is saved already";
+    EXPECT_EQ(status_, "");
+}
+
+TEST_F(EditSessionTest, AFolderWithoutADocumentGetsOneAtTheEnd) {
+    session().saveNow();
+    EXPECT_EQ(saved(), ProjectSettings());
+    EXPECT_TRUE(isSaved());
+}
+
+TEST_F(EditSessionTest, ADocumentThatCannotBeReadIsKeptBesideTheFirstThatIsSaved) {
+    const std::string document = "{\"padding\": 0.03, \"tempo\": \"gemütlich\"}";
+    folder_.write("project.json", document);
+    session().saveNow();
+    EXPECT_EQ(folder_.read("project.json"), document);
+    movePadding(0.04);
+    loop_.advance(0.8);
+    EXPECT_EQ(saved().padding, 0.04);
+    EXPECT_EQ(folder_.read("project.json.alt"), document);
+    EXPECT_EQ(status_, "„project.json“ war nicht lesbar und liegt jetzt unverändert in „project.json.alt“.");
+    status_.clear();
+    movePadding(0.05);
+    session().saveNow();
+    EXPECT_EQ(folder_.read("project.json.alt"), document);
+    EXPECT_EQ(status_, "");
+}
+
+TEST_F(EditSessionTest, WhatAnotherProgramSavedIsKeptBesideAndTold) {
+    movePadding(0.04);
+    session().saveNow();
+    folder_.write("project.json", "{\"padding\": 0.1}");
+    movePadding(0.05);
+    loop_.advance(0.8);
+    EXPECT_EQ(saved().padding, 0.05);
+    EXPECT_EQ(folder_.read("project.json.alt"), "{\"padding\": 0.1}");
+    EXPECT_EQ(status_,
+              "„project.json“ wurde von einem anderen Programm geändert. Dessen Fassung liegt jetzt in "
+              "„project.json.alt“.");
+}
+
+TEST_F(EditSessionTest, ADocumentThatAnotherProgramMadeMeanwhileIsKeptBesideToo) {
+    session();
+    folder_.write("project.json", "{}");
+    movePadding(0.05);
+    session().saveNow();
+    EXPECT_EQ(folder_.read("project.json.alt"), "{}");
+    EXPECT_EQ(saved().padding, 0.05);
+}
+
+TEST_F(EditSessionTest, ADocumentThatWasTakenAwayIsMadeAgain) {
+    movePadding(0.04);
+    session().saveNow();
+    std::filesystem::remove(ProjectSettings::fileURL(folder_.path()));
+    movePadding(0.05);
+    session().saveNow();
+    EXPECT_EQ(saved().padding, 0.05);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "project.json.alt"));
+    EXPECT_EQ(status_, "");
+}
+
+TEST_F(EditSessionTest, ASaveThatFailsIsToldAndTriedAgain) {
+    movePadding(0.04);
+    session().saveNow();
+    movePadding(0.05);
+    {
+        const FileSizeLimit full(100);
+        loop_.advance(0.8);
+    }
+    EXPECT_EQ(saved().padding, 0.04);
+    EXPECT_EQ(status_,
+              "Speichern fehlgeschlagen: „project.json“ konnte nicht geschrieben werden: Die Datei ist zu groß.");
+    session().saveNow();
+    EXPECT_EQ(saved().padding, 0.05);
+}
+
+TEST_F(EditSessionTest, ASaveThatFailsIsInTheLog) {
+    session();
+    std::filesystem::create_directory(ProjectSettings::fileURL(folder_.path()));
+    movePadding(0.05);
+    loop_.advance(0.8);
+    EXPECT_EQ(status_,
+              "Speichern fehlgeschlagen: „project.json“ konnte nicht geschrieben werden: Ein Ordner steht an der "
+              "Stelle der Datei.");
+    Log::drain();
+    EXPECT_NE(readText(Log::url()).find("[Editor] " + status_), std::string::npos);
 }
 
 TEST_F(EditSessionTest, AControlThatIsMovedToWhereItStandsChangesNothing) {

@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 #include <cmath>
 
+#include "base/saturated.h"
 #include "editor/colour_well.h"
 #include "editor/editor_builders.h"
 #include "editor/icons.h"
@@ -74,8 +75,8 @@ QLayout* EditorControls::makeTransport(const Recording& recording, const EditorA
     timeLabel = new DigitLabel;
     timeLabel->setObjectName("timeLabel");
     timeLabel->setProperty("role", "time");
-    timeLabel->reserveFor(
-        QString::fromStdString(labels::time(recording.duration, std::llround(1 / recording.frameLength))));
+    timeLabel->reserveFor(QString::fromStdString(
+        labels::time(recording.duration, saturatedRound<std::int64_t>(1 / recording.frameLength))));
     lengthLabel = secondLabel();
     lengthLabel->setObjectName("lengthLabel");
     lengthLabel->setToolTip("Länge des fertigen Videos");
@@ -121,8 +122,8 @@ QLayout* EditorControls::makeTransportButtons(const Recording& recording, const 
 }
 
 void EditorControls::makeTimeline(const Recording& recording, const EditorActions& actions) {
-    timeSlider = new ValueSlider({0, recording.duration},
-                                 static_cast<int>(std::lround(recording.duration / recording.frameLength)));
+    timeSlider =
+        new ValueSlider({0, recording.duration}, saturatedRound<int>(recording.duration / recording.frameLength));
     setNames(*timeSlider, {"timeSlider", "Zeit", "Zeit in der Aufnahme"});
     timeSlider->valueText = [fps = std::llround(1 / recording.frameLength)](double seconds) {
         return labels::time(seconds, fps);

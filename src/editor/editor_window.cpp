@@ -24,6 +24,7 @@
 #include "app/log/log.h"
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
+#include "base/saturated.h"
 #include "editor/file_viewer.h"
 #include "editor/frame_time.h"
 #include "editor/labels.h"
@@ -281,7 +282,7 @@ void EditorWindow::renderMovie() {
     session_->saveNow();
     ExportJob::Callbacks callbacks;
     callbacks.progress = [this](double fraction) {
-        controls_->progressBar->setValue(static_cast<int>(std::lround(fraction * controls_->progressBar->maximum())));
+        controls_->progressBar->setValue(saturatedRound<int>(fraction * controls_->progressBar->maximum()));
         if (exportJob_->wasCancelled() || closing_.stands(options_.clock())) return;
         setStatus(labels::rendering(exportJob_->width(), exportJob_->height(),
                                     remaining_->update(fraction, options_.clock())));

@@ -1,7 +1,8 @@
 #include "editor/frame_time.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "base/saturated.h"
 
 namespace lumivastor {
 
@@ -17,7 +18,7 @@ double rate(std::int64_t fps) {
 }  // namespace
 
 std::int64_t frameNumber(double t, std::int64_t fps) {
-    return static_cast<std::int64_t>(std::trunc(t * rate(fps) + kHair));
+    return saturated<std::int64_t>(t * rate(fps) + kHair);
 }
 
 double snappedToFrame(double t, std::int64_t fps) {

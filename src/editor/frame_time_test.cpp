@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 namespace lumivastor {
 namespace {
 
@@ -24,6 +27,14 @@ TEST(FrameTime, EveryFrameIsReachedByAddingOneFrameAndLeftByTakingOne) {
             ASSERT_EQ(frameNumber(t, fps), frame) << fps;
         }
     }
+}
+
+TEST(FrameTime, TimesBeyondAllFramesStopAtTheLastNumber) {
+    constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(frameNumber(1e300, 60), kLast);
+    EXPECT_EQ(frameNumber(-1e300, 60), -kLast - 1);
+    EXPECT_EQ(frameNumber(1e18, kLast), kLast);
+    EXPECT_EQ(frameNumber(std::nan(""), 60), 0);
 }
 
 TEST(FrameTime, ADocumentWithoutAFrameRateCountsAsOneFrameASecond) {

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/formatted.h"
+#include "base/saturated.h"
 #include "editor/frame_time.h"
 
 namespace lumivastor::labels {
@@ -16,7 +17,7 @@ long long number(std::int64_t value) {
 }
 
 long long rounded(double value) {
-    return std::llround(value);
+    return saturatedRound<long long>(value);
 }
 
 }  // namespace
@@ -99,7 +100,7 @@ std::string rendered(double seconds, std::int64_t zooms, const std::string& file
 }
 
 std::string remainingTime(double seconds) {
-    const auto upTo = [seconds](double step) { return static_cast<long long>(std::ceil(seconds / step) * step); };
+    const auto upTo = [seconds](double step) { return saturated<long long>(std::ceil(seconds / step) * step); };
     if (upTo(1) <= 10) return formatted("noch %lld s", std::max(upTo(1), 1LL));
     if (upTo(5) < 60) return formatted("noch %lld s", upTo(5));
     if (upTo(10) < 600) {

@@ -52,6 +52,14 @@ TEST(Labels, VideoLength) {
     EXPECT_EQ(labels::videoLength(3665.4), "Video: 61:05 min");
 }
 
+TEST(Labels, WhatADocumentMayHoldIsShownSomehow) {
+    EXPECT_EQ(labels::volume(1e300), "9223372036854775807 %");
+    EXPECT_EQ(labels::percent(-1e300), "-9223372036854775808 %");
+    EXPECT_EQ(labels::pixels(1e300), "9223372036854775807 px");
+    EXPECT_EQ(labels::remainingTime(1e300), "noch 2562047788015215 h 30 min");
+    EXPECT_TRUE(labels::time(1e30, 60).ends_with(" s · Bild 9223372036854775807"));
+}
+
 TEST(Labels, ValuesOfSliders) {
     EXPECT_EQ(labels::percent(0.884), "88 %");
     EXPECT_EQ(labels::magnification(1.7), "1.7×");

@@ -5,9 +5,10 @@
 #include <QMetaObject>
 #include <QTimer>
 #include <chrono>
-#include <cmath>
 #include <thread>
 #include <utility>
+
+#include "base/saturated.h"
 
 namespace lumivastor {
 
@@ -17,7 +18,7 @@ class QtTimer final : public MainLoop::Timer {
   public:
     QtTimer(double seconds, std::function<void()> work) : timer_(new QTimer) {
         timer_->setTimerType(Qt::PreciseTimer);
-        timer_->setInterval(static_cast<int>(std::lround(seconds * 1000)));
+        timer_->setInterval(saturatedRound<int>(seconds * 1000));
         // The work may end its own timer, and goes on to its end then.
         const auto shared = std::make_shared<std::function<void()>>(std::move(work));
         QObject::connect(timer_, &QTimer::timeout, timer_, [shared] {

@@ -89,7 +89,7 @@ BgraPremultipliedBuffer readPng(const std::filesystem::path& path, const PngLimi
     return decodePng(bytes.bytes(), limits);
 }
 
-void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& picture) {
+std::string encodedPng(const BgraPremultipliedBuffer& picture) {
     PngImage image;
     image->width = static_cast<png_uint_32>(picture.width());
     image->height = static_cast<png_uint_32>(picture.height());
@@ -100,13 +100,18 @@ void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& 
         unpremultipliedRow(picture.row(y), picture.width(), rgba.data() + static_cast<std::size_t>(y) * rowBytes);
     }
     png_alloc_size_t size = 0;
-    std::vector<char> file;
+    std::string file;
     if (png_image_write_to_memory(image.get(), nullptr, &size, 0, rgba.data(), 0, nullptr) != 0) file.resize(size);
     if (file.empty() || png_image_write_to_memory(image.get(), file.data(), &size, 0, rgba.data(), 0, nullptr) == 0) {
         throw RecorderError("Das Bild konnte nicht als PNG verpackt werden.");
     }
+    file.resize(size);
+    return file;
+}
+
+void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& picture) {
     FileWriter writer(path);
-    writer.write({file.data(), size});
+    writer.write(encodedPng(picture));
     if (const std::error_code error = writer.finish()) {
         throw RecorderError("„" + path.filename().string() +
                             "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");

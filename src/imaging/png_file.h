@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <span>
+#include <string>
 
 #include "imaging/pixel_buffer.h"
 
@@ -21,8 +22,11 @@ BgraPremultipliedBuffer decodePng(std::span<const std::byte> bytes, const PngLim
 /// Reads and decodes a PNG file. Throws `RecorderError` with the reason, the system's included.
 BgraPremultipliedBuffer readPng(const std::filesystem::path& path, const PngLimits& limits = {});
 
-/// Writes a picture as RGBA PNG (alpha no longer premultiplied), replacing any file of that name. Throws
-/// `RecorderError` when the file cannot be written.
+/// A picture as an RGBA PNG (alpha no longer premultiplied). Throws `RecorderError`.
+std::string encodedPng(const BgraPremultipliedBuffer& picture);
+
+/// Writes a picture as PNG over any file of that name, for pictures that the user has named. Throws `RecorderError`
+/// when the file cannot be written.
 void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& picture);
 
 }  // namespace lumivastor

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "imaging/picture_limits.h"
 #include "media/colour_tags.h"
 #include "media/ffmpeg_support.h"
 #include "media/movie_file.h"
@@ -35,8 +36,7 @@ void fillAudio(const AVCodecParameters& parameters, AssetTrack& track) {
 
 bool isUsable(const AssetTrack& track) {
     if (track.kind == TrackKind::video) {
-        return track.width > 0 && track.height > 0 && track.width <= MovieFile::kMaxPictureEdge &&
-               track.height <= MovieFile::kMaxPictureEdge;
+        return isDecodablePictureSize(track.width, track.height);
     }
     constexpr int kMaxSampleRate = 768000;  // twice what any sound card offers
     constexpr int kMaxChannels = 64;

@@ -1,7 +1,5 @@
 #include "media/encoder_memory.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -11,7 +9,7 @@
 #include <utility>
 
 #include "base/file_bytes.h"
-#include "base/file_writer.h"
+#include "base/file_replacement.h"
 #include "base/formatted.h"
 
 namespace lumivastor {
@@ -99,17 +97,11 @@ void EncoderMemory::add(const EncoderCandidate& candidate, const EncodingJob& jo
     if (lines_.size() >= kMaxLines) lines_.erase(lines_.begin());
     lines_.push_back({key, {trial.works, trial.works ? trial.picturesPerSecond : 0}});
     if (path_.empty()) return;
-    // Beside it first, so that nobody reads half of it.
-    std::filesystem::path made = path_;
-    made += formatted(".%d", static_cast<int>(::getpid()));
-    FileWriter writer(made);
+    FileReplacement writer(path_, Durability::later);
     for (const Line& line : lines_) {
         writer.write(formatted("%.2f\t%s\n", line.trial.picturesPerSecond, line.key.c_str()));
     }
-    std::error_code ignored;  // measured again next time
-    const bool written = !writer.finish();
-    if (written) std::filesystem::rename(made, path_, ignored);
-    if (!written || ignored) std::filesystem::remove(made, ignored);
+    static_cast<void>(writer.commit());  // or measured again next time
 }
 
 }  // namespace lumivastor

@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "base/precondition.h"
+#include "base/saturated.h"
 
 namespace lumivastor {
 
@@ -39,11 +40,7 @@ std::int32_t commonTimescale(std::int32_t a, std::int32_t b) {
 MediaTime MediaTime::fromSeconds(double seconds, std::int32_t timescale) {
     precondition(timescale > 0, "a timescale is positive");
     precondition(std::isfinite(seconds), "a time in seconds is a number");
-    const double ticks = std::round(seconds * timescale);  // rounds halves away from zero
-    // 2^63 as a double is just beyond the range; everything below it converts exactly.
-    if (ticks >= 0x1p63) return {kHighest, timescale};
-    if (ticks < -0x1p63) return {kLowest, timescale};
-    return {static_cast<std::int64_t>(ticks), timescale};
+    return {saturatedRound<std::int64_t>(seconds * timescale), timescale};
 }
 
 MediaTime MediaTime::rescaled(std::int32_t newTimescale) const {

@@ -18,8 +18,6 @@ class MovieFile {
   public:
     /// A movie of our own has at most four tracks. More than this is no movie to us.
     static constexpr int kMaxTracks = 64;
-    /// Pixels in either direction, four times what the largest screens have.
-    static constexpr int kMaxPictureEdge = 16384;
 
     explicit MovieFile(const std::filesystem::path& path);
     ~MovieFile();

@@ -35,8 +35,9 @@ UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path, const 
     if (exists && !isDevice && ::unlink(path.c_str()) != 0 && errno != ENOENT) refuse(errno);
     // Pipes and devices are written to as they are; a directory refuses that.
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (isDevice ? 0 : O_EXCL);
-    constexpr mode_t kAllMayReadAndWrite = 0666;  // less what the user's mask takes away
-    UniqueDescriptor file(::open(path.c_str(), flags, kAllMayReadAndWrite));
+    // A film of somebody's screen is theirs alone.
+    constexpr mode_t kOwnerOnly = 0600;
+    UniqueDescriptor file(::open(path.c_str(), flags, kOwnerOnly));
     if (!file.isOpen()) refuse(errno);
     return file;
 }

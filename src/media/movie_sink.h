@@ -48,7 +48,7 @@ class MovieSink {
     virtual void close() = 0;
 
   protected:
-    /// Creates the file. One of that name is removed first, and so is a link: what a link leads to stays as it is, and
+    /// Creates the file, its owner's alone. One of that name is removed first, and so is a link: what a link leads to stays as it is, and
     /// a program that has the old file open keeps it. Pipes and devices are opened as they are. Errors call it
     /// `shownName`.
     static UniqueDescriptor createFile(const std::filesystem::path& path, const std::string& shownName);

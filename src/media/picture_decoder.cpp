@@ -7,6 +7,7 @@
 
 #include "base/precondition.h"
 #include "base/recorder_error.h"
+#include "imaging/picture_limits.h"
 #include "media/ffmpeg_support.h"
 
 extern "C" {
@@ -74,7 +75,7 @@ void PictureDecoder::openCodec(bool strict) {
     codec_->pkt_timebase = stream->time_base;
     codec_->thread_count = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMaxDecoderThreads);
     codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
-    codec_->max_pixels = std::int64_t{MovieFile::kMaxPictureEdge} * MovieFile::kMaxPictureEdge / 2;
+    codec_->max_pixels = kMaxPictureArea;
     // Report damage instead of guessing pictures. Concealment stays on only because without it FFmpeg takes every
     // picture of several slices for damaged: its bookkeeping of slices belongs to concealment. What it guesses carries
     // a flag and is refused below.
@@ -235,7 +236,7 @@ PictureDecoder::Picture PictureDecoder::decodeOne() {
         if ((frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame->decode_error_flags != 0) {
             checked(AVERROR_INVALIDDATA, kUndecodable);
         }
-        if (frame->width > MovieFile::kMaxPictureEdge || frame->height > MovieFile::kMaxPictureEdge) {
+        if (!isDecodablePictureSize(frame->width, frame->height)) {
             checked(AVERROR_INVALIDDATA, kUndecodable);
         }
         Picture picture;

@@ -7,6 +7,7 @@
 
 #include "app/log/log.h"
 #include "base/precondition.h"
+#include "base/saturated.h"
 #include "base/thread_name.h"
 
 namespace lumivastor {
@@ -22,7 +23,7 @@ constexpr std::size_t kGlideFrames = 240;
 constexpr auto kMostAhead = static_cast<std::int64_t>(PlayerSound::kAhead * kRate);
 
 std::int64_t frameOf(double seconds) {
-    return std::llround(seconds * kRate);
+    return saturatedRound<std::int64_t>(seconds * kRate);
 }
 
 double secondsOf(std::int64_t frame) {

@@ -1,8 +1,10 @@
 #include <algorithm>
 
+#include "app/log/log.h"
 #include "base/formatted.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
+#include "model/project_document.h"
 #include "model/project_settings.h"
 #include "model/record_reader.h"
 #include "model/record_writer.h"
@@ -13,7 +15,6 @@ namespace {
 
 // Far above what a real document needs, far below what would hurt.
 constexpr std::uint64_t kMaxCaptureBytes = 16ull << 20;
-constexpr std::uint64_t kMaxProjectBytes = 64ull << 20;
 // Ten million pointer events; the parser itself ends at 4 GB.
 constexpr std::uint64_t kMaxPointerBytes = 2ull << 30;
 
@@ -79,7 +80,7 @@ std::string_view fileExtension(ExportFormat format) {
 
 ProjectSettings ProjectSettings::load(const std::filesystem::path& folder) {
     try {
-        return loadDocument<ProjectSettings>(fileURL(folder), kMaxProjectBytes);
+        return loadDocument<ProjectSettings>(fileURL(folder), ProjectDocument::kMaxBytes);
     } catch (const RecorderError&) {
         return {};
     }
@@ -91,10 +92,12 @@ ProjectSettings ProjectSettings::parse(const FileBytes& document) {
 
 void ProjectSettings::save(const std::filesystem::path& folder) const {
     try {
-        ProjectSettings written = *this;
-        written.version = 1;  // whatever version was read, this is the form that it is written in
-        saveDocument(written, fileURL(folder));
-    } catch (const RecorderError&) {  // NOLINT(bugprone-empty-catch): saving never fails towards the editor
+        const std::filesystem::path path = fileURL(folder);
+        if (const std::error_code error = replaceFile(path, ProjectDocument::encoded(*this))) {
+            throw unwrittenDocument(path, error);
+        }
+    } catch (const RecorderError& error) {
+        Log::write("Editor", "Speichern fehlgeschlagen: " + error.message());
     }
 }
 

@@ -60,7 +60,7 @@ struct MaskRect {
 /// never clamped here; who uses them says what it limits.
 struct ProjectSettings {
     std::int64_t version = 1;
-    /// Kept range in source seconds; `trimEnd` of 0.01 or less, or beyond the recording, means to its end.
+    /// Kept range in source seconds, from 0; `trimEnd` of 0.01 or less, or beyond the recording, means to its end.
     double trimStart = 0, trimEnd = 0;
     std::vector<CutRange> cuts;
     /// Absent: zooms are proposed from the clicks. Present, even empty: the hand-edited list as it stands.
@@ -104,7 +104,7 @@ struct ProjectSettings {
     /// Reads the document from memory: missing keys keep their defaults. Throws `RecorderError` on any error.
     static ProjectSettings parse(const FileBytes& document);
 
-    /// Overwrites the folder's document. A failure is swallowed.
+    /// Replaces the folder's document. A failure is only logged.
     void save(const std::filesystem::path& folder) const;
 };
 

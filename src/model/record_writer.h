@@ -6,7 +6,7 @@
 #include <system_error>
 #include <type_traits>
 
-#include "base/file_writer.h"
+#include "base/file_replacement.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 #include "model/json_writer.h"
@@ -63,17 +63,30 @@ void writeRecord(JsonWriter& writer, const Record& record) {
     writer.endObject();
 }
 
-/// Replaces a document's file. Throws `RecorderError` when a number cannot be written or the file cannot.
+/// A record as the text of its document. Throws `RecorderError` when a number cannot be written.
+template <RecordInDocument Record>
+std::string encodedDocument(const Record& record) {
+    std::string text;
+    JsonWriter writer([&text](std::string_view piece) { text += piece; });
+    writeRecord(writer, record);
+    writer.finish();
+    return text;
+}
+
+inline RecorderError unwrittenDocument(const std::filesystem::path& path, const std::error_code& error) {
+    return RecorderError("„" + path.filename().string() +
+                         "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");
+}
+
+/// Replaces a document's file; it is on the disk then. Takes little memory, however long the document is. Throws
+/// `RecorderError`, and leaves the old document, when a number cannot be written or the file cannot.
 template <RecordInDocument Record>
 void saveDocument(const Record& record, const std::filesystem::path& path) {
-    FileWriter file(path);
+    FileReplacement file(path);
     JsonWriter writer([&file](std::string_view piece) { file.write(piece); });
     writeRecord(writer, record);
     writer.finish();
-    if (const std::error_code error = file.finish()) {
-        throw RecorderError("„" + path.filename().string() +
-                            "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");
-    }
+    if (const std::error_code error = file.commit()) throw unwrittenDocument(path, error);
 }
 
 }  // namespace lumivastor

@@ -57,6 +57,9 @@ struct ShareableContent {
     /// This program itself, when it has windows.
     std::optional<RunningApplication> ownApplication;
     std::uint32_t mainDisplayID = 0;
+    /// Why no display, and no part of one, can be recorded here: a German sentence that says what to do. Windows can be
+    /// all the same.
+    std::optional<std::string> displayRefusal;
 
     /// Null when there is no such display or window.
     const Display* display(std::uint32_t id) const;

@@ -5,6 +5,7 @@
 
 #include "base/formatted.h"
 #include "base/recorder_error.h"
+#include "base/saturated.h"
 
 namespace lumivastor {
 
@@ -34,7 +35,7 @@ void checkFrameRate(std::int64_t fps) {
 }
 
 std::int64_t frameCount(double seconds, std::int64_t fps) {
-    return std::max<std::int64_t>(1, static_cast<std::int64_t>(seconds * static_cast<double>(fps)));
+    return std::max<std::int64_t>(1, saturated<std::int64_t>(seconds * static_cast<double>(fps)));
 }
 
 double frameSeconds(std::int64_t index, std::int64_t fps) {
@@ -43,8 +44,8 @@ double frameSeconds(std::int64_t index, std::int64_t fps) {
 
 std::int64_t exportBitRate(CanvasSize canvas, std::int64_t fps) {
     constexpr double kBitsPerPixel = 0.1;
-    return static_cast<std::int64_t>(static_cast<double>(canvas.width) * static_cast<double>(canvas.height) *
-                                     static_cast<double>(fps) * kBitsPerPixel);
+    return saturated<std::int64_t>(static_cast<double>(canvas.width) * static_cast<double>(canvas.height) *
+                                   static_cast<double>(fps) * kBitsPerPixel);
 }
 
 std::optional<double> progressAfter(std::int64_t done, std::int64_t total) {

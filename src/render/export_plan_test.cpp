@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "base/recorder_error.h"
@@ -31,6 +32,11 @@ TEST(ExportPlan, ThereIsAlwaysOneFrame) {
     EXPECT_EQ(frameCount(1, 60), 60);
     EXPECT_EQ(frameCount(1.999 / 60, 60), 1);
     EXPECT_EQ(frameCount(2.5, 25), 62);
+}
+
+TEST(ExportPlan, NoVideoHasMoreFramesThanCanBeCounted) {
+    EXPECT_EQ(frameCount(1e300, 60), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(frameCount(-1e300, 60), 1);
 }
 
 TEST(ExportPlan, FramesFallOnDistinctTicks) {

@@ -46,7 +46,7 @@ std::string stamp() {
 // Opened and closed for each line, so that a log that was moved or deleted simply starts anew. Append mode and one
 // write keep lines whole even when two processes log.
 void append(const std::string& line) {
-    const UniqueDescriptor file(::open(url().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, 0644));
+    const UniqueDescriptor file(::open(url().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, 0600));
     if (!file.isOpen()) return;
     const char* rest = line.data();
     std::size_t left = line.size();

@@ -1,6 +1,7 @@
 #include "app/log/log.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <map>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/folder_listing.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
@@ -81,6 +83,18 @@ TEST(Log, LinesOfManyThreadsStayWholeAndInOrder) {
         EXPECT_EQ(match[3].length(), 300);
         EXPECT_EQ(std::stoi(match[2]), next[std::stoi(match[1])]++);
     }
+}
+
+TEST(Log, IsTheUsersAloneUnlessItWasThere) {
+    Log::drain();
+    std::filesystem::remove(Log::url());
+    Log::write("Render", "neu");
+    Log::drain();
+    EXPECT_EQ(modeOf(Log::url()), 0600u);
+    ASSERT_EQ(chmod(Log::url().c_str(), 0644), 0);
+    Log::write("Render", "alt");
+    Log::drain();
+    EXPECT_EQ(modeOf(Log::url()), 0644u);
 }
 
 TEST(Log, AFileThatCannotBeWrittenIsNobodysProblem) {

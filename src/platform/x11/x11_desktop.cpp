@@ -16,9 +16,14 @@
 #include "platform/x11/x11_capture_stream.h"
 #include "platform/x11/x11_pointer_monitor.h"
 #include "platform/x11/x_connection.h"
+#include "platform/x11/xwayland.h"
 
 namespace lumivastor {
 namespace {
+
+constexpr const char* kXwaylandRefusal =
+    "Unter Wayland lassen sich nur Fenster von X11-Programmen aufnehmen, nicht der Bildschirm. Melde dich ab und wähle "
+    "beim Anmelden eine Xorg-Sitzung.";
 
 std::string environmentValue(const char* name) {
     const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): said in the header
@@ -36,7 +41,8 @@ class X11Desktop : public Desktop {
         : sound_(std::move(sound)),
           displayName_(std::move(displayName)),
           environment_(parseScales(environmentValue("QT_SCREEN_SCALE_FACTORS"), environmentValue("QT_SCALE_FACTOR"))),
-          connection_(displayName_) {}
+          connection_(displayName_),
+          isXwayland_(isXwayland(connection_)) {}
 
     ~X11Desktop() override = default;
     X11Desktop(const X11Desktop&) = delete;
@@ -49,6 +55,7 @@ class X11Desktop : public Desktop {
         content.windows = readWindows(connection_, monitors);
         content.displays = std::move(monitors.displays);
         content.mainDisplayID = monitors.mainID;
+        if (isXwayland_) content.displayRefusal = kXwaylandRefusal;
         content.applications = applicationsOf(content.windows);
         const auto own = std::find_if(content.applications.begin(), content.applications.end(),
                                       [](const RunningApplication& one) { return one.processId == getpid(); });
@@ -137,6 +144,7 @@ class X11Desktop : public Desktop {
     const ScreenScales environment_;
     std::mutex lock_;
     XConnection connection_;
+    const bool isXwayland_;
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "support/desktop_rig/desktop_rig.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/uio.h>
 #include <unistd.h>
 #include <xcb/randr.h>
@@ -73,20 +72,6 @@ SetMonitor monitorRequest(xcb_connection_t* connection, xcb_window_t root, const
     return request;
 }
 
-// The number that the server writes when it is ready.
-int readNumber(int descriptor) {
-    std::string text;
-    pollfd readable{descriptor, POLLIN, 0};
-    while (text.find('\n') == std::string::npos) {
-        char byte = 0;
-        if (poll(&readable, 1, 30000) <= 0 || read(descriptor, &byte, 1) != 1) {
-            throw std::runtime_error("Xvfb did not start");
-        }
-        text += byte;
-    }
-    return std::stoi(text);
-}
-
 std::string lockFile(int number) {
     return "/tmp/.X" + std::to_string(number) + "-lock";
 }
@@ -118,7 +103,7 @@ void DesktopRig::startServer(const Options& options) {
         "xvfb", ready[1]);
     close(ready[1]);
     try {
-        number_ = readNumber(ready[0]);
+        number_ = awaitNumber(ready[0], "Xvfb");
     } catch (...) {
         close(ready[0]);
         throw;

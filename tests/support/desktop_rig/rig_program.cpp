@@ -1,6 +1,7 @@
 #include "support/desktop_rig/rig_program.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -84,6 +85,20 @@ void RigProgram::kill() {
     ::kill(id_, SIGKILL);
     waitpid(id_, nullptr, 0);
     id_ = -1;
+}
+
+int awaitNumber(int descriptor, const std::string& program) {
+    constexpr int kPatience = 30000;  // milliseconds
+    std::string text;
+    pollfd readable{descriptor, POLLIN, 0};
+    while (text.find('\n') == std::string::npos) {
+        char byte = 0;
+        if (poll(&readable, 1, kPatience) <= 0 || read(descriptor, &byte, 1) != 1) {
+            throw std::runtime_error(program + " did not start");
+        }
+        text += byte;
+    }
+    return std::stoi(text);
 }
 
 }  // namespace lumivastor

@@ -28,4 +28,8 @@ class RigProgram {
     pid_t id_ = -1;
 };
 
+/// The number that a program writes into a pipe when it is ready, as display servers do. Throws std::runtime_error that
+/// names the program when none comes.
+int awaitNumber(int descriptor, const std::string& program);
+
 }  // namespace lumivastor
