@@ -482,6 +482,19 @@ TEST(AssetWriter, AFinishedMovieBeginsWithItsIndex) {
     }
 }
 
+TEST(AssetWriter, AFinishedMovieIsWrittenIntoTheFileThatIsThere) {
+    const TemporaryFolder folder;
+    folder.write("a.mp4", "here before");
+    struct stat before {};
+    ASSERT_EQ(::stat((folder / "a.mp4").c_str(), &before), 0);
+    AssetWriter writer(folder / "a.mp4", MovieContainer::mp4);
+    ASSERT_TRUE(writeNumberedMovie(writer, 30)) << messageOf(writer);
+    struct stat after {};
+    ASSERT_EQ(::stat((folder / "a.mp4").c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(decodeTestMovie(folder / "a.mp4").size(), 30u);
+}
+
 // What a full disk does, where all samples still fitted.
 TEST(AssetWriter, AnIndexForWhichThereIsNoRoomFailsTheWriter) {
     const TemporaryFolder folder;

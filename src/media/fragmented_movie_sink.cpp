@@ -50,7 +50,9 @@ std::size_t appendUnits(std::span<const std::uint8_t> packet, std::vector<std::u
 }  // namespace
 
 FragmentedMovieSink::FragmentedMovieSink(std::filesystem::path path, const MediaTime& interval)
-    : path_(std::move(path)), interval_(interval.seconds()), file_(createFile(path_, path_.filename().string())) {
+    : path_(std::move(path)),
+      interval_(interval.seconds()),
+      file_(createFile(path_, path_.filename().string(), Existing::removed)) {
     precondition(interval_ > 0, "fragments have a length");
     // A lock that does not hold because the file system knows none does no harm: it only keeps a second program from
     // repairing what is still being written.

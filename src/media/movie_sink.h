@@ -48,10 +48,13 @@ class MovieSink {
     virtual void close() = 0;
 
   protected:
-    /// Creates the file, its owner's alone. One of that name is removed first, and so is a link: what a link leads to stays as it is, and
-    /// a program that has the old file open keeps it. Pipes and devices are opened as they are. Errors call it
-    /// `shownName`.
-    static UniqueDescriptor createFile(const std::filesystem::path& path, const std::string& shownName);
+    /// What becomes of a file that is there already. Emptied, it stays the same file, with the locks on it: for films
+    /// that are made in a place prepared for them. Removed, it stays as it is for programs that have it open.
+    enum class Existing { emptied, removed };
+    /// Creates the file, its owner's alone. A link of that name is removed: what it leads to stays as it is. Pipes and
+    /// devices are opened as they are. Errors call the file `shownName`.
+    static UniqueDescriptor createFile(const std::filesystem::path& path, const std::string& shownName,
+                                       Existing existing);
 };
 
 }  // namespace lumivastor

@@ -134,7 +134,7 @@ struct PlainMovieSink::Track {
 PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName)
     : shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
     prepareFfmpeg();
-    target_->file = createFile(path, shownName_);
+    target_->file = createFile(path, shownName_, Existing::emptied);
     checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
             "Der Film konnte nicht angelegt werden");
     auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
@@ -232,8 +232,7 @@ void PlainMovieSink::finish() {
     avio_flush(io_);
     check(0);
     if (!isWholeAndBeginsWithIndex(target_->file.get())) {
-        throw RecorderError(shownName_ +
-                            " konnte nicht geschrieben werden: Die Datei ist unvollständig.");
+        throw RecorderError(shownName_ + " konnte nicht geschrieben werden: Die Datei ist unvollständig.");
     }
     if (::fsync(target_->file.get()) != 0 && errno != EINVAL && target_->error == 0) target_->error = errno;
     check(0);
