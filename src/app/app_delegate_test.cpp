@@ -177,7 +177,8 @@ TEST_F(AppDelegateTest, TheWebcamBoxShowsTheCameraAndHidesIt) {
     untilCalled("showCamera");
     EXPECT_TRUE(camera->isRunning());
     app_->webcamToggled(false);
-    EXPECT_FALSE(camera->isRunning());
+    // It is closed in the background.
+    ASSERT_TRUE(loop_.runUntil([&camera] { return !camera->isRunning(); }));
     EXPECT_EQ(view_.cameraPreview, nullptr);
 }
 
