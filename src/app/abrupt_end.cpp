@@ -27,9 +27,10 @@ Plan& plan() {
 }
 
 void finishAndEnd() {
+    if (std::this_thread::get_id() != plan().mainThread) return;
     // Only once: what it does may fail in the same way.
     const auto finish = std::exchange(plan().finish, nullptr);
-    if (!finish || std::this_thread::get_id() != plan().mainThread) return;
+    if (!finish) return;
     Log::write("Capture", "Die Verbindung zum Bildschirm ist abgebrochen; das Programm endet");
     finish();
     Log::drain();
@@ -49,8 +50,7 @@ AbruptEnd::AbruptEnd(std::function<void()> finish) {
     plan().finish = std::move(finish);
     plan().mainThread = std::this_thread::get_id();
     plan().before = qInstallMessageHandler(watchMessages);
-    // Writing to a server that is gone must not end the program before it can notice. Programs that it starts do not
-    // inherit this.
+    // Writing to a server that is gone must not end the program before it can notice.
     std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c): cannot fail for this signal
     // For other ways to the same end, as a library below the toolkit has them.
     static std::once_flag registered;

@@ -69,6 +69,8 @@ class ApplicationOnDesktop : public testing::Test {
     void exportMovie() {
         ASSERT_TRUE(app().clickInEditor("renderButton"));
         ASSERT_TRUE(app().waitForVideo());
+        // Until then the file is being checked, and the window would ask before it closes.
+        ASSERT_TRUE(waitFor([this] { return app().logged("[Studio] fertig: "); }));
         const Asset movie(app().recordings().back() / "studio-output.mp4");
         ASSERT_EQ(movie.tracks(TrackKind::video).size(), 1U);
         const ProjectSettings settings = project();
@@ -79,8 +81,12 @@ class ApplicationOnDesktop : public testing::Test {
         EXPECT_NEAR(movie.duration().seconds(), whole - cut, 0.1);
     }
     void closeEditor() {
-        app().keyboard().press({ScriptedKeyboard::kControl, 'w'});
-        EXPECT_TRUE(app().waitForNoWindow(app().editorTitle()));
+        // Where the window has not learned of an export's end yet, the first time is answered by a question.
+        EXPECT_TRUE(waitFor([this] {
+            app().keyboard().press({ScriptedKeyboard::kControl, 'w'});
+            sleepFor(0.3);
+            return !app().isShown(app().editorTitle());
+        }));
     }
     ProjectSettings project() const { return ProjectSettings::load(app_->recordings().back()); }
     // What is edited is saved a moment later.
