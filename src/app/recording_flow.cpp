@@ -198,7 +198,7 @@ void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
 void RecordingFlow::startRecorder() {
     window_.setStatus("Starte …");
     phase_ = Phase::starting;
-    view_.hideCameraPreview();
+    view_->hideCameraPreview();
     // The recorder opens the camera itself.
     preview_.stop([this] {
         const auto completion = [this](std::optional<RecorderError> error) { recorderStarted(std::move(error)); };
