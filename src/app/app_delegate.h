@@ -42,7 +42,7 @@ class AppDelegate {
     bool videosMayEnd();
     /// Whether the main window may close: the same for a check video, which closing it cancels.
     bool mainWindowShouldClose();
-    /// The windows are gone, and with them whoever could be asked: ends what runs. `later`: `blind` is told when; it
+    /// The windows are gone, so that nobody can be asked: ends what runs. `later`: `blind` is told when; it
     /// outlives this.
     TerminateReply endWithoutWindows(AppView& blind);
     bool applicationShouldTerminateAfterLastWindowClosed() const;

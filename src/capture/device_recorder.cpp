@@ -68,7 +68,11 @@ std::shared_ptr<WebcamPreview> DeviceRecorder::webcamPreviewLayer() const {
 // Starting
 
 void DeviceRecorder::start() {
-    prepare();
+    try {
+        prepare();
+    } catch (...) {
+        throw handledError("Unerwarteter Fehler");
+    }
     begin();
 }
 

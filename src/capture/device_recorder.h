@@ -65,7 +65,7 @@ class DeviceRecorder {
     DeviceRecorder& operator=(const DeviceRecorder&) = delete;
 
     /// Told once when the recording cannot go on: the device is gone, its movie cannot be made, the disk is full or
-    /// nearly so. Whoever made the recorder stops it then; what was recorded until then is kept.
+    /// nearly so. The owner stops the recorder then; what was recorded until then is kept.
     std::function<void(const RecorderError&)> onStreamError;
     /// Told a German sentence when something is missing from now on and the rest goes on.
     std::function<void(const std::string&)> onNotice;

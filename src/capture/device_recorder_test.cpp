@@ -256,9 +256,10 @@ TEST_F(DeviceRecorders, WithoutAMicrophoneTheRestIsRecorded) {
 
 TEST_F(DeviceRecorders, WhatABackgroundStartThrowsIsAnErrorForTheOwner) {
     services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw std::bad_alloc(); };
-    make().start();
-    ASSERT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
-    EXPECT_EQ(streamErrors_, std::vector<std::string>{"Der Arbeitsspeicher reicht nicht."});
+    std::optional<RecorderError> error;
+    make().start([&error](std::optional<RecorderError> given) { error = std::move(given); });
+    ASSERT_TRUE(loop_.runUntil([&error] { return error.has_value(); }));
+    EXPECT_EQ(error->message(), "Der Arbeitsspeicher reicht nicht.");
     EXPECT_NE(errorOf(stopped()), "no error");
 }
 
@@ -286,9 +287,10 @@ TEST_F(DeviceRecorders, AMicrophoneThatFailsAndComesBackIsSaidEachTime) {
         ASSERT_TRUE(microphone_->comeBack());
     }
     loop_.runPending();
+    const std::string silent = "„Telefon“ liefert keinen eigenen Ton. Aufgenommen werden das Bild und das Mikrofon.";
     const std::string gone = "Das Mikrofon liefert keinen Ton mehr: abgezogen";
     const std::string back = "Das Mikrofon liefert wieder Ton.";
-    EXPECT_EQ(notices_, (std::vector<std::string>{gone, back, gone, back}));
+    EXPECT_EQ(notices_, (std::vector<std::string>{silent, gone, back, gone, back}));
     EXPECT_TRUE(streamErrors_.empty());
 }
 

@@ -54,7 +54,7 @@ class Recorder {
     Recorder& operator=(const Recorder&) = delete;
 
     /// Told once when the recording cannot go on: the window was closed, the display server is gone, the disk is full
-    /// or nearly so. Whoever made the recorder stops it then; what was recorded until then is kept.
+    /// or nearly so. The owner stops the recorder then; what was recorded until then is kept.
     std::function<void(const RecorderError&)> onStreamError;
     /// Told a German sentence when something is missing from now on and the rest goes on (sound, the camera), or is
     /// back.

@@ -11,8 +11,7 @@ namespace lumivastor {
 
 namespace {
 
-/// What a screen reader is told of a slider: its value as it is meant and as it is written, instead of a count of
-/// steps.
+/// Tells screen readers a slider's value and its text, instead of a count of steps.
 class AccessibleValueSlider final : public QAccessibleWidget, public QAccessibleValueInterface {
   public:
     explicit AccessibleValueSlider(ValueSlider& slider)

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <random>
 #include <span>
@@ -232,7 +233,8 @@ EncoderTrial tryEncoder(const VideoSettings& settings) {
     try {
         prepareFfmpeg();
         return attempt(settings);
-    } catch (const RecorderError&) {
+    } catch (const std::exception&) {
+        // Among them a shortage of memory: an encoder for which there is none does not work.
         return {};
     }
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "base/precondition.h"
@@ -181,8 +182,20 @@ void FragmentedMovieSink::run() {
             wake_.wait(held);
         } else if (wake_.wait_until(held, deadline_) == std::cv_status::timeout && hasPending_ &&
                    Clock::now() >= deadline_) {
-            cut();
+            cutWhenDue();
         }
+    }
+}
+
+// Nobody catches what this thread throws: a fragment for which there is no memory fails the movie instead.
+void FragmentedMovieSink::cutWhenDue() {
+    try {
+        cut();
+    } catch (const std::bad_alloc&) {
+        error_ = std::make_error_code(std::errc::not_enough_memory);
+        blocks_.clear();
+        hasPending_ = false;
+        room_.notify_all();
     }
 }
 

@@ -48,6 +48,7 @@ class FragmentedMovieSink final : public MovieSink {
 
     void append(Track& track, const AVPacket& packet);
     void cut();
+    void cutWhenDue();
     void run();
     void store(const std::vector<std::uint8_t>& block, std::unique_lock<std::mutex>& held);
     void endThread();

@@ -493,6 +493,10 @@ TEST_F(CheckVideo, AReadOnlyFolderIsNamed) {
     Log::write("Render", "vorher");  // the log's thread is to start with the rights of the program
     Log::drain();
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0555), 0);
+    // Documents are their owner's alone, and it is as nobody that they are read below.
+    for (const char* document : {"capture.json", "pointer.json"}) {
+        ASSERT_EQ(::chmod((folder_ / document).c_str(), 0644), 0);
+    }
     // Root writes anywhere; as nobody, the thread does not.
     constexpr uid_t kNobody = 65534;
     const bool isRoot = ::geteuid() == 0;

@@ -25,7 +25,7 @@ struct RecordingAssets {
 
 /// Opens "source.mov" and the webcam movie. A webcam movie that cannot be opened, or has no pictures, counts as none
 /// and is logged. Throws `RecorderError` when the screen movie is missing or cannot be read, or memory is short.
-/// Touches the disk: whoever only lists what is in a folder does without. Any thread.
+/// Opens files on the disk. Any thread.
 RecordingAssets openRecordingAssets(const Recording& recording);
 
 /// A kept segment as a movie shows it: with bounds on the ticks of its clock. In seconds, `sourceStart` < `sourceEnd`.

@@ -89,7 +89,7 @@ TEST_F(HardwareExport, HardwareThatWorksIsUsed) {
     EXPECT_EQ(render(withHardware(StandInHardware::Fault::none)).frames, 90);
     EXPECT_EQ(opened_, 1);
     expectWholeExport(90);
-    EXPECT_EQ(count(logText(), kName), 0);
+    EXPECT_EQ(count(logText(), "fiel aus"), 0);
     EXPECT_EQ(asked_.width, kSize.width);
     EXPECT_EQ(asked_.maxKeyFrameInterval, 60);
     EXPECT_TRUE(asked_.highProfile);
@@ -111,7 +111,7 @@ TEST_F(HardwareExport, HardwareThatLosesPicturesIsFollowedBySoftware) {
     makeRecording(3);
     EXPECT_EQ(render(withHardware(StandInHardware::Fault::losesPictures)).frames, 90);
     expectWholeExport(90);
-    EXPECT_EQ(count(logText(), "h264_standin fiel aus"), 1) << logText();
+    EXPECT_EQ(count(logText(), "h264_standin fiel aus, der Export beginnt"), 1) << logText();
 }
 
 TEST_F(HardwareExport, HardwareThatDoesNotOpenIsFollowedBySoftware) {

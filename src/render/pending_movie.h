@@ -8,8 +8,8 @@ namespace lumivastor {
 
 /// A film that is made beside its place and put there once it is whole. Whatever ends the making before that – an
 /// error, a cancellation, the end of the program or of the machine – the earlier film stays as it is. A symbolic link
-/// in the place is replaced, not followed. The film is its owner's alone, unless there was one before: then whoever
-/// could read that can read this. One thread at a time.
+/// in the place is replaced, not followed. The film is readable for its owner only, or keeps the mode of the film that
+/// it replaces. One thread at a time.
 class PendingMovie {
   public:
     /// Makes an empty file with a hidden name of its own, ".lumivastor-export-….part", in the folder of `target`. It is
