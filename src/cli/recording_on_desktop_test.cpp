@@ -139,9 +139,12 @@ class RecordingOnDesktop : public testing::Test {
     // The result has the sentence that was said.
     static void expectEndedEarly(const ProgramRun& run) {
         const std::string begin = "Die Aufnahme wurde beendet: ";
+        // A machine at work has said before what the start waits for.
         const std::string err = run.err();
-        ASSERT_TRUE(err.starts_with(begin)) << err;
-        const std::string reason = err.substr(begin.size(), err.find('\n') - begin.size());
+        const std::size_t at = err.find(begin);
+        ASSERT_NE(at, std::string::npos) << err;
+        const std::size_t sentence = at + begin.size();
+        const std::string reason = err.substr(sentence, err.find('\n', sentence) - sentence);
         EXPECT_NE(run.out().find("\"endedEarly\" : \"" + reason + "\""), std::string::npos) << run.out();
     }
 
@@ -303,7 +306,7 @@ TEST_F(RecordingOnDesktop, AClosedWindowEndsTheRecordingAndItIsKept) {
     sleepFor(1);
     window.reset();
     ASSERT_EQ(run->wait(), 0) << run->err();
-    EXPECT_TRUE(run->err().starts_with("Die Aufnahme wurde beendet: ")) << run->err();
+    EXPECT_NE(run->err().find("Die Aufnahme wurde beendet: "), std::string::npos) << run->err();
     expectEndedEarly(*run);
     expectCompleteFolder();
     EXPECT_GE(info().duration, 0.9);
