@@ -26,6 +26,14 @@ void* allocate(std::size_t size, std::size_t alignment) {
     return memory;
 }
 
+void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
+    try {
+        return allocate(size, alignment);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 }  // namespace
 
 FailingAllocations::FailingAllocations(std::int64_t first, Mode mode) {
@@ -44,8 +52,8 @@ std::int64_t FailingAllocations::count() const {
 
 }  // namespace lumivastor
 
-// All forms but those that do not throw, which call these in libstdc++. Under a sanitizer, too, each `new` belongs to a
-// `delete` of this file.
+// All forms, also those that do not throw: a sanitizer has its own of each, and every `new` belongs to a `delete` of this
+// file.
 void* operator new(std::size_t size) {
     return lumivastor::allocate(size, alignof(std::max_align_t));
 }
@@ -80,5 +88,29 @@ void operator delete[](void* memory, std::align_val_t) noexcept {
     std::free(memory);
 }
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+    std::free(memory);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return lumivastor::allocateOrNull(size, alignof(std::max_align_t));
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return lumivastor::allocateOrNull(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return lumivastor::allocateOrNull(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return lumivastor::allocateOrNull(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
