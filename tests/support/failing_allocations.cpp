@@ -52,8 +52,8 @@ std::int64_t FailingAllocations::count() const {
 
 }  // namespace lumivastor
 
-// All forms, also those that do not throw: a sanitizer has its own of each, and every `new` belongs to a `delete` of this
-// file.
+// All forms, also those that do not throw: a sanitizer has its own of each, and every `new` belongs to a `delete` of
+// this file.
 void* operator new(std::size_t size) {
     return lumivastor::allocate(size, alignof(std::max_align_t));
 }
