@@ -12,11 +12,11 @@
 
 #include "../tools/sample_movies.h"
 #include "editor/editor_window.h"
-#include "editor/look.h"
-#include "editor/preview_view.h"
-#include "editor/qt_main_loop.h"
-#include "editor/value_slider.h"
+#include "editor/preview/preview_view.h"
 #include "model/pointer_track.h"
+#include "ui/look.h"
+#include "ui/qt_main_loop.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 namespace {

@@ -23,11 +23,11 @@
 #include <vector>
 
 #include "base/formatted.h"
-#include "imaging/bitmap_canvas.h"
-#include "imaging/painter.h"
+#include "imaging/drawing/bitmap_canvas.h"
+#include "imaging/painting/painter.h"
 #include "imaging/picture.h"
-#include "media/asset_reader.h"
-#include "media/asset_writer.h"
+#include "media/reading/asset_reader.h"
+#include "media/writing/asset_writer.h"
 #include "render/export_plan.h"
 
 namespace lumivastor {

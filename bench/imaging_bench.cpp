@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "base/formatted.h"
-#include "imaging/painter.h"
+#include "imaging/painting/painter.h"
+#include "imaging/painting/prepared_layers.h"
+#include "imaging/painting/reference_painter.h"
 #include "imaging/picture.h"
-#include "imaging/prepared_layers.h"
-#include "imaging/reference_painter.h"
 
 namespace lumivastor {
 namespace {

@@ -28,11 +28,11 @@
 #include "base/host_clock.h"
 #include "base/main_loop.h"
 #include "edit/composition.h"
-#include "imaging/painter.h"
-#include "media/asset_writer.h"
-#include "media/player.h"
+#include "editor/preview/studio_preview.h"
+#include "imaging/painting/painter.h"
+#include "media/writing/asset_writer.h"
 #include "model/pointer_track.h"
-#include "render/studio_preview.h"
+#include "playback/player.h"
 
 namespace lumivastor {
 namespace {

@@ -25,8 +25,8 @@
 
 #include "base/formatted.h"
 #include "edit/composition.h"
-#include "imaging/painter.h"
-#include "media/asset_writer.h"
+#include "imaging/painting/painter.h"
+#include "media/writing/asset_writer.h"
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
 #include "render/movie_renderer.h"

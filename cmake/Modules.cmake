@@ -1,7 +1,5 @@
 # One static library for each folder below src, with the tests that stand beside its code.
 
-find_package(Threads REQUIRED)
-
 # Flags that all of our own code is built with.
 add_library(lumi_options INTERFACE)
 target_compile_features(lumi_options INTERFACE cxx_std_20)
@@ -41,12 +39,27 @@ function(lumi_test_binary name)
   gtest_discover_tests(${name} ${others} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 1500)
 endfunction()
 
-# lumi_module(name LINKS modules... PRIVATE libraries... ALONE tests)
-# Sources, headers and tests are found by their names: *_test.cpp is a test, everything else belongs to the library.
-# LINKS are the modules whose headers this one's headers may include; PRIVATE is what only its sources use.
+# What src/layers.txt lets a folder include, as a list of library targets.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/layers.txt)
+function(lumi_layer_links folder result)
+  file(STRINGS ${PROJECT_SOURCE_DIR}/src/layers.txt line REGEX "^${folder}:")
+  if(NOT line)
+    message(FATAL_ERROR "src/layers.txt has no line for ${folder}")
+  endif()
+  string(REGEX REPLACE "^[^:]*: *" "" names "${line}")
+  string(REGEX MATCHALL "[a-z/_0-9]+" names "${names}")
+  list(TRANSFORM names REPLACE "^.*/" "")
+  list(TRANSFORM names PREPEND lumi_)
+  set(${result} ${names} PARENT_SCOPE)
+endfunction()
+
+# lumi_module(name PRIVATE libraries... PUBLIC libraries... ALONE tests)
+# The library of the folder where this stands, with its tests. Sources, headers and tests are found by their names:
+# *_test.cpp is a test, *_main.cpp a program's, everything else belongs to the library.
+# PRIVATE is what only its sources use, PUBLIC what its headers show. What other folders it links, src/layers.txt says.
 # ALONE as above.
 function(lumi_module name)
-  cmake_parse_arguments(ARG "" "ALONE" "LINKS;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "ALONE" "PUBLIC;PRIVATE" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS *.h)
   # A folder below with a list of its own is a module of its own.
@@ -61,14 +74,10 @@ function(lumi_module name)
   list(FILTER sources EXCLUDE REGEX "_(test|bench|main)\\.cpp$")
   add_library(lumi_${name} STATIC ${sources})
   target_sources(lumi_${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
-  list(TRANSFORM ARG_LINKS PREPEND lumi_)
-  target_link_libraries(lumi_${name} PUBLIC lumi_options ${ARG_LINKS} PRIVATE ${ARG_PRIVATE})
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
+  lumi_layer_links(${folder} links)
+  target_link_libraries(lumi_${name} PUBLIC lumi_options ${links} ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   if(LUMI_TESTS AND test_sources)
     lumi_test_binary(${name}_tests SOURCES ${test_sources} LINKS lumi_${name} ${ARG_PRIVATE} ALONE "${ARG_ALONE}")
   endif()
 endfunction()
-
-if(LUMI_TESTS)
-  find_package(GTest REQUIRED)
-  include(GoogleTest)
-endif()

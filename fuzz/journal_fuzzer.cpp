@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "base/recorder_error.h"
-#include "capture/journal_records.h"
-#include "capture/pointer_conversion.h"
+#include "capture/journal/journal_records.h"
+#include "capture/pointer/pointer_conversion.h"
 
 namespace {
 

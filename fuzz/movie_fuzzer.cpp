@@ -11,9 +11,9 @@
 
 #include "base/recorder_error.h"
 #include "base/unique_descriptor.h"
-#include "media/asset_reader.h"
-#include "media/fragments.h"
-#include "media/movie_boxes.h"
+#include "media/isobmff/fragments.h"
+#include "media/isobmff/movie_boxes.h"
+#include "media/reading/asset_reader.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/help.h"
+#include "cli/help/help.h"
 #include "support/text_file.h"
 
 namespace lumivastor {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
-#include "media/asset.h"
+#include "media/reading/asset.h"
 #include "model/pointer_track.h"
 #include "render/cursor_renderer.h"
 #include "render/movie_renderer.h"

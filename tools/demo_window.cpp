@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "imaging/bitmap_canvas.h"
+#include "imaging/drawing/bitmap_canvas.h"
 #include "imaging/pixel_buffer.h"
 
 namespace lumivastor {

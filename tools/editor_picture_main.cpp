@@ -22,12 +22,12 @@
 
 #include "base/recorder_error.h"
 #include "editor/editor_window.h"
-#include "editor/labels.h"
-#include "editor/look.h"
-#include "editor/mask_draw_view.h"
-#include "editor/preview_view.h"
-#include "editor/qt_main_loop.h"
-#include "editor/value_slider.h"
+#include "editor/preview/mask_draw_view.h"
+#include "editor/preview/preview_view.h"
+#include "editor/session/labels.h"
+#include "ui/look.h"
+#include "ui/qt_main_loop.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 namespace {

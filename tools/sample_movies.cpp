@@ -14,7 +14,7 @@
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
 #include "imaging/pixel_buffer.h"
-#include "media/asset_writer.h"
+#include "media/writing/asset_writer.h"
 
 namespace lumivastor {
 

@@ -4,9 +4,9 @@
 #include <utility>
 #include <variant>
 
-#include "app/after.h"
-#include "app/log/log.h"
 #include "app/status_texts.h"
+#include "base/after.h"
+#include "base/log.h"
 #include "base/private_folder.h"
 
 namespace lumivastor {

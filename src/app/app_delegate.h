@@ -10,13 +10,13 @@
 
 #include "app/app_services.h"
 #include "app/app_view.h"
-#include "app/command_switches.h"
 #include "app/interrupted_recordings.h"
 #include "app/main_window_model.h"
 #include "app/recording_flow.h"
+#include "app/session/command_switches.h"
 #include "app/view_in_force.h"
 #include "base/serial_queue.h"
-#include "editor/second_attempt.h"
+#include "editor/session/second_attempt.h"
 
 namespace lumivastor {
 

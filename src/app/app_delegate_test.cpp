@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "app/no_view.h"
-#include "capture/journal_records.h"
+#include "capture/journal/journal_records.h"
 #include "model/capture_info.h"
 #include "support/app_rig.h"
 

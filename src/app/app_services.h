@@ -6,10 +6,10 @@
 #include <memory>
 #include <thread>
 
-#include "app/preferences.h"
-#include "app/sleep_inhibitor.h"
+#include "app/session/preferences.h"
+#include "app/session/sleep_inhibitor.h"
 #include "capture/capture_services.h"
-#include "capture/recovery.h"
+#include "capture/recovery/recovery.h"
 #include "platform/global_shortcut.h"
 #include "render/cursor_renderer.h"
 

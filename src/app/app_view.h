@@ -8,7 +8,7 @@
 
 #include "app/main_window_state.h"
 #include "base/geometry.h"
-#include "capture/webcam_preview.h"
+#include "capture/recording/webcam_preview.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 
 namespace lumivastor {

@@ -6,7 +6,7 @@
 
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
-#include "capture/webcam_preview.h"
+#include "capture/recording/webcam_preview.h"
 
 namespace lumivastor {
 

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <system_error>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/log.h"
 #include "base/unique_descriptor.h"
-#include "capture/journal_records.h"
+#include "capture/journal/journal_records.h"
 
 namespace lumivastor {
 

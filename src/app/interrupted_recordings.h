@@ -9,7 +9,7 @@
 
 #include "app/main_window_state.h"
 #include "base/recorder_error.h"
-#include "capture/recovery.h"
+#include "capture/recovery/recovery.h"
 
 namespace lumivastor {
 

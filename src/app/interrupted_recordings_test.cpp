@@ -5,7 +5,7 @@
 #include <sys/file.h>
 
 #include "base/unique_descriptor.h"
-#include "capture/journal_records.h"
+#include "capture/journal/journal_records.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor {

@@ -3,10 +3,10 @@
 #include <system_error>
 #include <utility>
 
-#include "app/after.h"
 #include "app/auto_zoom_preset.h"
-#include "app/log/log.h"
 #include "app/status_texts.h"
+#include "base/after.h"
+#include "base/log.h"
 #include "capture/recordings_root.h"
 
 namespace lumivastor {

@@ -13,8 +13,8 @@
 #include "app/device_access.h"
 #include "app/main_window_model.h"
 #include "app/view_in_force.h"
-#include "capture/device_recorder.h"
-#include "capture/recorder.h"
+#include "capture/recording/device_recorder.h"
+#include "capture/recording/recorder.h"
 
 namespace lumivastor {
 

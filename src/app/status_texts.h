@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <string>
 
-#include "capture/device_recorder.h"
-#include "capture/recorder.h"
+#include "capture/recording/device_recorder.h"
+#include "capture/recording/recorder.h"
 #include "render/cursor_renderer.h"
 
 // What the main window's status line says, where that takes figures. Plain functions.

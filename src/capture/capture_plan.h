@@ -6,8 +6,8 @@
 #include <variant>
 #include <vector>
 
-#include "media/encoder_choice.h"
-#include "media/encoders.h"
+#include "media/encoder_choice/encoder_choice.h"
+#include "media/writing/encoders.h"
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
 #include "platform/capture_device.h"

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/recorder_error.h"
-#include "media/asset_writer.h"
+#include "media/writing/asset_writer.h"
 #include "support/recorder_rig.h"
 
 namespace lumivastor {

@@ -7,7 +7,7 @@
 #include "base/host_clock.h"
 #include "base/main_loop.h"
 #include "capture/free_space.h"
-#include "media/encoder_choice.h"
+#include "media/encoder_choice/encoder_choice.h"
 #include "platform/capture_device.h"
 #include "platform/desktop.h"
 #include "platform/sound_system.h"

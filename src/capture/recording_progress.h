@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "media/media_time.h"
+#include "base/media_time.h"
 #include "platform/capture_stream.h"
 
 namespace lumivastor {

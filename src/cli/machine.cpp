@@ -1,10 +1,10 @@
 #include "cli/machine.h"
 
 #include "capture/recordings_root.h"
-#include "media/encoder_choice.h"
-#include "platform/device_backend.h"
-#include "platform/sound_backend.h"
-#include "platform/x11/x11_desktop.h"
+#include "media/encoder_choice/encoder_choice.h"
+#include "platform/backends/desktop_backend.h"
+#include "platform/backends/device_backend.h"
+#include "platform/backends/sound_backend.h"
 
 namespace lumivastor {
 
@@ -27,7 +27,7 @@ CaptureDevices& Machine::devices() {
 Desktop& Machine::desktop() {
     if (!desktop_) {
         sound();
-        desktop_ = openX11Desktop(sound_);
+        desktop_ = openDesktop(sound_);
     }
     return *desktop_;
 }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "imaging/png_file.h"
 #include "model/recording_folder.h"

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "edit/composition.h"
-#include "imaging/painter.h"
+#include "imaging/painting/painter.h"
 #include "imaging/png_file.h"
 #include "support/golden_picture.h"
 #include "support/temporary_folder.h"

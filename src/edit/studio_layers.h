@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "edit/studio_layout.h"
+#include "imaging/painting/prepared_layers.h"
 #include "imaging/picture.h"
-#include "imaging/prepared_layers.h"
 #include "model/project_settings.h"
 
 namespace lumivastor {

@@ -9,9 +9,9 @@
 #include <QWheelEvent>
 #include <utility>
 
-#include "editor/icons.h"
-#include "editor/look.h"
-#include "editor/text_labels.h"
+#include "ui/icons.h"
+#include "ui/look.h"
+#include "ui/text_labels.h"
 
 namespace lumivastor {
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "editor/control_values.h"
+#include "editor/session/control_values.h"
 
 class QComboBox;
 class QFrame;

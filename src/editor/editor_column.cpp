@@ -5,13 +5,13 @@
 #include <span>
 #include <string_view>
 
-#include "editor/colour_well.h"
 #include "editor/editor_builders.h"
 #include "editor/editor_controls.h"
-#include "editor/labels.h"
-#include "editor/look.h"
-#include "editor/segmented_control.h"
-#include "editor/value_slider.h"
+#include "editor/session/labels.h"
+#include "ui/colour_well.h"
+#include "ui/look.h"
+#include "ui/segmented_control.h"
+#include "ui/value_slider.h"
 
 // The column of settings beside the preview, a card for each kind.
 

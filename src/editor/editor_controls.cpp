@@ -13,17 +13,17 @@
 #include <cmath>
 
 #include "base/saturated.h"
-#include "editor/colour_well.h"
 #include "editor/editor_builders.h"
-#include "editor/icons.h"
-#include "editor/labels.h"
-#include "editor/look.h"
-#include "editor/mask_draw_view.h"
-#include "editor/preview_view.h"
-#include "editor/segmented_control.h"
-#include "editor/text_labels.h"
-#include "editor/timeline_strip.h"
-#include "editor/value_slider.h"
+#include "editor/preview/mask_draw_view.h"
+#include "editor/preview/preview_view.h"
+#include "editor/session/labels.h"
+#include "editor/timeline/timeline_strip.h"
+#include "ui/colour_well.h"
+#include "ui/icons.h"
+#include "ui/look.h"
+#include "ui/segmented_control.h"
+#include "ui/text_labels.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "editor/control_values.h"
+#include "editor/session/control_values.h"
 
 class QCheckBox;
 class QComboBox;

@@ -9,10 +9,10 @@
 
 #include "editor/editor_builders.h"
 #include "editor/editor_controls.h"
-#include "editor/labels.h"
-#include "editor/look.h"
-#include "editor/text_labels.h"
-#include "editor/value_slider.h"
+#include "editor/session/labels.h"
+#include "ui/look.h"
+#include "ui/text_labels.h"
+#include "ui/value_slider.h"
 
 // The rows of tools below the transport.
 

@@ -21,19 +21,19 @@
 #include <cmath>
 #include <utility>
 
-#include "app/log/log.h"
 #include "base/host_clock.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "base/saturated.h"
-#include "editor/file_viewer.h"
-#include "editor/frame_time.h"
-#include "editor/labels.h"
-#include "editor/look.h"
-#include "editor/mask_draw_view.h"
-#include "editor/preview_view.h"
-#include "editor/text_labels.h"
-#include "editor/timeline_strip.h"
-#include "editor/value_slider.h"
+#include "editor/preview/mask_draw_view.h"
+#include "editor/preview/preview_view.h"
+#include "editor/session/frame_time.h"
+#include "editor/session/labels.h"
+#include "editor/timeline/timeline_strip.h"
+#include "ui/file_viewer.h"
+#include "ui/look.h"
+#include "ui/text_labels.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 

@@ -8,14 +8,14 @@
 #include <vector>
 
 #include "base/main_loop.h"
-#include "editor/edit_session.h"
 #include "editor/editor_controls.h"
-#include "editor/export_job.h"
-#include "editor/remaining_time.h"
-#include "editor/second_attempt.h"
-#include "editor/transport.h"
-#include "media/player.h"
-#include "render/studio_preview.h"
+#include "editor/preview/studio_preview.h"
+#include "editor/session/edit_session.h"
+#include "editor/session/export_job.h"
+#include "editor/session/remaining_time.h"
+#include "editor/session/second_attempt.h"
+#include "editor/session/transport.h"
+#include "playback/player.h"
 
 namespace lumivastor {
 

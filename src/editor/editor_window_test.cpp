@@ -20,16 +20,16 @@
 #include <filesystem>
 #include <set>
 
-#include "editor/colour_well.h"
-#include "editor/labels.h"
-#include "editor/look.h"
-#include "editor/mask_draw_view.h"
-#include "editor/segmented_control.h"
-#include "editor/timeline_strip.h"
-#include "editor/value_slider.h"
+#include "editor/preview/mask_draw_view.h"
+#include "editor/session/labels.h"
+#include "editor/timeline/timeline_strip.h"
 #include "support/editor_fixture.h"
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
+#include "ui/colour_well.h"
+#include "ui/look.h"
+#include "ui/segmented_control.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "base/main_loop.h"
-#include "media/sound_output.h"
+#include "platform/sound/sound_output.h"
 
 namespace lumivastor {
 

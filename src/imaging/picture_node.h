@@ -5,7 +5,7 @@
 #include <utility>
 #include <variant>
 
-#include "imaging/mosaic.h"
+#include "imaging/mosaic_plan.h"
 #include "imaging/picture.h"
 #include "imaging/studio_background.h"
 

@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "imaging/layer_kernels.h"
-#include "imaging/paint_kernels.h"
-#include "imaging/resampling.h"
-
 namespace lumivastor {
 
 namespace {
@@ -23,8 +19,9 @@ double limited(double value) {
     return std::clamp(value, 0.0, 1.0);
 }
 
-// A row of samples, the first of which lies at (x, y), `spacing` pixels apart.
-BackgroundRow rowOf(const StudioBackground& background, double x, double y, double spacing) {
+}  // namespace
+
+BackgroundRow backgroundRow(const StudioBackground& background, double x, double y, double spacing) {
     const double channels[3] = {background.tone.blue, background.tone.green, background.tone.red};
     const double width = background.width;
     const double height = background.height;
@@ -46,34 +43,9 @@ BackgroundRow rowOf(const StudioBackground& background, double x, double y, doub
     return row;
 }
 
-// Weights of blue, green and red in one plane, by what it makes of each alone.
-template <typename Value>
-LevelWeights weightsOf(const Value& value) {
-    LevelWeights weights;
-    weights.blue = static_cast<float>(value(0, 0, 1));
-    weights.green = static_cast<float>(value(0, 1, 0));
-    weights.red = static_cast<float>(value(1, 0, 0));
-    return weights;
-}
-
-SourcePlanes levelPlanes(int width, int height) {
-    SourcePlanes planes;
-    planes.width = width;
-    planes.height = height;
-    planes.stride = (width + 31) / 32 * 32;
-    planes.opaque = true;
-    return planes;
-}
-
-void resize(const SourcePlanes& planes, std::vector<std::int16_t>& levels) {
-    levels.resize(static_cast<std::size_t>(planes.stride) * static_cast<std::size_t>(planes.height));
-}
-
-}  // namespace
-
 StudioBackground::StudioBackground(int width_, int height_, const RgbColour& tone_)
     : width(width_), height(height_), tone(tone_), pixels(width_, height_) {
-    for (int y = 0; y < height; ++y) fillBackgroundRow(rowOf(*this, 0.5, y + 0.5, 1), y, pixels.row(y), width);
+    for (int y = 0; y < height; ++y) fillBackgroundRow(backgroundRow(*this, 0.5, y + 0.5, 1), y, pixels.row(y), width);
 }
 
 RgbColour StudioBackground::colourAt(double x, double y) const {
@@ -86,37 +58,6 @@ RgbColour StudioBackground::colourAt(double x, double y) const {
         return value + (1 - value) * highlight;
     };
     return {shown(tone.red), shown(tone.green), shown(tone.blue)};
-}
-
-SourcePlanes lumaOf(const StudioBackground& background, const YuvEncoding& encoding) {
-    const YuvCoefficients yuv(encoding);
-    const LevelWeights weights =
-        weightsOf([&](double red, double green, double blue) { return yuv.luma(red, green, blue); });
-    SourcePlanes planes = levelPlanes(background.width, background.height);
-    resize(planes, planes.levels[0]);
-    for (int y = 0; y < planes.height; ++y) {
-        fillBackgroundLevels(rowOf(background, 0.5, y + 0.5, 1), weights, y,
-                             planes.levels[0].data() + y * planes.stride, planes.width);
-    }
-    return planes;
-}
-
-SourcePlanes colourDifferencesOf(const StudioBackground& background, const YuvEncoding& encoding) {
-    const YuvCoefficients yuv(encoding);
-    const LevelWeights weights[] = {
-        weightsOf([&](double red, double green, double blue) { return yuv.blueDifference(red, green, blue); }),
-        weightsOf([&](double red, double green, double blue) { return yuv.redDifference(red, green, blue); })};
-    SourcePlanes planes = levelPlanes((background.width + 1) / 2, (background.height + 1) / 2);
-    for (std::size_t i = 0; i < 2; ++i) {
-        resize(planes, planes.levels[i]);
-        for (int y = 0; y < planes.height; ++y) {
-            // At the left one of two columns, between two rows. Both planes at once would tint single pixels twice as
-            // much, so each has its pattern elsewhere.
-            fillBackgroundLevels(rowOf(background, 0.5, 2 * y + 1, 2), weights[i], y + 3 * static_cast<int>(i),
-                                 planes.levels[i].data() + y * planes.stride, planes.width);
-        }
-    }
-    return planes;
 }
 
 }  // namespace lumivastor

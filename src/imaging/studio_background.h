@@ -2,9 +2,8 @@
 
 #include <memory>
 
+#include "imaging/background_kernels.h"
 #include "imaging/pixel_buffer.h"
-#include "imaging/source_planes.h"
-#include "imaging/yuv_picture.h"
 
 // The studio background: a gradient so gentle that 8 bits would show it in bands many pixels wide. So its steps are
 // broken up: each pixel is rounded up or down by an ordered pattern that repeats every 8 pixels, and 8 x 8 of them have
@@ -37,9 +36,8 @@ struct StudioBackground {
     RgbColour colourAt(double x, double y) const;
 };
 
-/// The background's luma or colour differences for a planar destination of its size, as levels: finer than 8 bits, with
-/// the pattern added, so that whatever is rounded in the end, a shadow over it too, is rounded up or down by it.
-SourcePlanes lumaOf(const StudioBackground& background, const YuvEncoding& encoding);
-SourcePlanes colourDifferencesOf(const StudioBackground& background, const YuvEncoding& encoding);
+/// A row of samples for the kernels, the first of which lies at (x, y) in pixels from the top-left corner, `spacing`
+/// pixels apart.
+BackgroundRow backgroundRow(const StudioBackground& background, double x, double y, double spacing);
 
 }  // namespace lumivastor

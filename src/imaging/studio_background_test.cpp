@@ -9,9 +9,10 @@
 #include <memory>
 #include <vector>
 
-#include "imaging/painter.h"
-#include "imaging/prepared_layers.h"
-#include "imaging/resampling.h"
+#include "imaging/painting/background_planes.h"
+#include "imaging/painting/painter.h"
+#include "imaging/painting/prepared_layers.h"
+#include "imaging/painting/resampling.h"
 
 namespace lumivastor {
 namespace {

@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/log.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "model/project_document.h"

@@ -8,7 +8,7 @@
 
 #include "base/formatted.h"
 #include "edit/edit_state.h"
-#include "imaging/bitmap_canvas.h"
+#include "imaging/drawing/bitmap_canvas.h"
 
 namespace lumivastor::CursorRenderer {
 

@@ -13,15 +13,15 @@
 #include <utility>
 #include <vector>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/handled_error.h"
+#include "base/log.h"
 #include "base/serial_queue.h"
 #include "edit/cursor_assets.h"
 #include "edit/recording.h"
-#include "media/asset.h"
-#include "media/asset_reader.h"
-#include "media/asset_writer.h"
+#include "media/reading/asset.h"
+#include "media/reading/asset_reader.h"
+#include "media/writing/asset_writer.h"
 #include "render/background.h"
 #include "render/export_plan.h"
 #include "render/pending_movie.h"

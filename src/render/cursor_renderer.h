@@ -8,7 +8,7 @@
 #include <variant>
 
 #include "base/recorder_error.h"
-#include "media/encoders.h"
+#include "media/writing/encoders.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "render/check_video_marks.h"

@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "base/serial_queue.h"
 #include "imaging/png_file.h"
-#include "media/asset_reader.h"
+#include "media/reading/asset_reader.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 #include "support/text_file.h"

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "app/log/log.h"
 #include "base/handled_error.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "render/read_ahead.h"
 

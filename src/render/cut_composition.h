@@ -7,9 +7,9 @@
 
 #include "edit/recording.h"
 #include "edit/timeline.h"
-#include "media/asset.h"
-#include "media/asset_reader.h"
-#include "media/composition.h"
+#include "media/reading/asset.h"
+#include "media/reading/asset_reader.h"
+#include "media/reading/composition.h"
 #include "model/capture_info.h"
 #include "model/project_settings.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"

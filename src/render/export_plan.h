@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
+#include "base/media_time.h"
 #include "edit/studio_layout.h"
-#include "media/asset_reader.h"
-#include "media/media_time.h"
+#include "media/reading/asset_reader.h"
 
 // What an export decides without touching a file: how many pictures there are and when, when a broken reader is made
 // again and where, what is reported, how loud everything is. Pure functions and values. Seconds are of the edited video

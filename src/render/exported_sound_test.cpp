@@ -5,8 +5,8 @@
 #include <numbers>
 #include <vector>
 
-#include "media/asset.h"
-#include "media/asset_reader.h"
+#include "media/reading/asset.h"
+#include "media/reading/asset_reader.h"
 #include "render/movie_renderer.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"

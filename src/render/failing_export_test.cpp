@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "media/asset.h"
+#include "media/reading/asset.h"
 #include "render/movie_renderer.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"

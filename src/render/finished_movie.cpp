@@ -3,10 +3,10 @@
 #include <cmath>
 #include <string>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
-#include "media/asset.h"
+#include "media/reading/asset.h"
 
 namespace lumivastor {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "base/recorder_error.h"
-#include "media/asset.h"
-#include "media/h264_bitstream.h"
+#include "media/reading/asset.h"
+#include "media/writing/h264_bitstream.h"
 #include "render/movie_renderer.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"

@@ -10,13 +10,13 @@
 #include <utility>
 #include <vector>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/handled_error.h"
+#include "base/log.h"
 #include "base/serial_queue.h"
-#include "imaging/painter.h"
-#include "media/asset_writer.h"
-#include "media/encoder_choice.h"
+#include "imaging/painting/painter.h"
+#include "media/encoder_choice/encoder_choice.h"
+#include "media/writing/asset_writer.h"
 #include "render/background.h"
 #include "render/cut_composition.h"
 #include "render/export_plan.h"

@@ -11,7 +11,7 @@
 #include "base/recorder_error.h"
 #include "edit/composition.h"
 #include "imaging/picture.h"
-#include "media/encoder_choice.h"
+#include "media/encoder_choice/encoder_choice.h"
 #include "model/project_settings.h"
 
 // The export of the finished studio video.

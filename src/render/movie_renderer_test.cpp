@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-#include "media/asset.h"
+#include "media/reading/asset.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"
 

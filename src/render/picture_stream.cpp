@@ -3,9 +3,9 @@
 #include <new>
 #include <utility>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
 #include "base/handled_error.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 
 namespace lumivastor {

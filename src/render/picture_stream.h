@@ -4,8 +4,8 @@
 #include <string>
 
 #include "imaging/picture.h"
-#include "media/asset_reader.h"
-#include "media/composition.h"
+#include "media/reading/asset_reader.h"
+#include "media/reading/composition.h"
 #include "render/export_plan.h"
 #include "render/read_ahead.h"
 

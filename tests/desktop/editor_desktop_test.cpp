@@ -15,13 +15,13 @@
 #include <string>
 #include <thread>
 
-#include "editor/frame_time.h"
-#include "editor/mask_draw_view.h"
-#include "editor/value_slider.h"
+#include "editor/preview/mask_draw_view.h"
+#include "editor/session/frame_time.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/scripted_pointer.h"
 #include "support/editor_fixture.h"
 #include "support/program_run.h"
+#include "ui/value_slider.h"
 
 // The editor's window on a real display server: what its pointer and keys do arrives there by the ways that a user's
 // do.

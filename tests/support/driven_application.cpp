@@ -12,12 +12,12 @@
 #include "app/windows/main_window.h"
 #include "base/recorder_error.h"
 #include "editor/editor_window.h"
-#include "editor/look.h"
-#include "editor/qt_main_loop.h"
-#include "editor/segmented_control.h"
-#include "editor/value_slider.h"
-#include "media/asset.h"
+#include "media/reading/asset.h"
 #include "support/text_file.h"
+#include "ui/look.h"
+#include "ui/qt_main_loop.h"
+#include "ui/segmented_control.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 

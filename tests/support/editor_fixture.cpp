@@ -5,9 +5,9 @@
 #include <QLabel>
 #include <sstream>
 
-#include "editor/look.h"
-#include "editor/value_slider.h"
 #include "model/pointer_track.h"
+#include "ui/look.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor {
 

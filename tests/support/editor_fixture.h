@@ -11,9 +11,9 @@
 
 #include "editor/editor_controls.h"
 #include "editor/editor_window.h"
-#include "editor/preview_view.h"
-#include "editor/qt_main_loop.h"
+#include "editor/preview/preview_view.h"
 #include "support/export_fixture.h"
+#include "ui/qt_main_loop.h"
 
 namespace lumivastor {
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <random>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "edit/timeline.h"
 #include "model/pointer_track.h"
 #include "support/text_file.h"

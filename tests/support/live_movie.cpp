@@ -7,9 +7,9 @@
 #include <thread>
 #include <utility>
 
-#include "media/asset_reader.h"
-#include "media/encoders.h"
-#include "media/fragmented_movie_sink.h"
+#include "media/reading/asset_reader.h"
+#include "media/writing/encoders.h"
+#include "media/writing/fragmented_movie_sink.h"
 #include "support/test_movie.h"
 
 namespace lumivastor {

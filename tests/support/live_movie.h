@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "media/asset_writer.h"
+#include "media/writing/asset_writer.h"
 
 namespace lumivastor {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "media/sound_output.h"
+#include "platform/sound/sound_output.h"
 
 namespace lumivastor {
 

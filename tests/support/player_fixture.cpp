@@ -3,8 +3,8 @@
 #include <chrono>
 #include <utility>
 
-#include "imaging/painter.h"
-#include "media/played_ranges.h"
+#include "imaging/painting/painter.h"
+#include "playback/played_ranges.h"
 
 namespace lumivastor {
 

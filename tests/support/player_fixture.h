@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/main_loop.h"
-#include "media/player.h"
+#include "playback/player.h"
 #include "support/manual_sound_output.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "app/log/log.h"
-#include "media/asset_writer.h"
+#include "base/log.h"
+#include "media/writing/asset_writer.h"
 #include "support/await.h"
 #include "support/text_file.h"
 

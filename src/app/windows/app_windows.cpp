@@ -17,8 +17,8 @@
 #include <system_error>
 #include <utility>
 
-#include "editor/file_viewer.h"
-#include "editor/look.h"
+#include "ui/file_viewer.h"
+#include "ui/look.h"
 
 namespace lumivastor {
 

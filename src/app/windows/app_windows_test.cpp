@@ -12,9 +12,9 @@
 #include <functional>
 #include <string>
 
-#include "editor/look.h"
 #include "model/capture_info.h"
 #include "support/app_rig.h"
+#include "ui/look.h"
 
 namespace lumivastor {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "editor/look.h"
+#include "ui/look.h"
 
 namespace lumivastor {
 

@@ -4,7 +4,7 @@
 #include <QWidget>
 #include <memory>
 
-#include "capture/webcam_preview.h"
+#include "capture/recording/webcam_preview.h"
 
 namespace lumivastor {
 

@@ -21,8 +21,8 @@
 #include <utility>
 
 #include "app/windows/camera_view.h"
-#include "editor/look.h"
-#include "editor/segmented_control.h"
+#include "ui/look.h"
+#include "ui/segmented_control.h"
 
 namespace lumivastor {
 

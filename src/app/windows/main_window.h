@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "app/main_window_state.h"
-#include "capture/webcam_preview.h"
+#include "capture/recording/webcam_preview.h"
 
 class QAction;
 class QCheckBox;

@@ -17,9 +17,9 @@
 #include "app/windows/panels.h"
 #include "app/windows/region_picker.h"
 #include "app/windows/status_item.h"
-#include "editor/look.h"
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
+#include "ui/look.h"
 
 namespace lumivastor {
 namespace {

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "app/windows/camera_view.h"
-#include "editor/look.h"
-#include "editor/text_labels.h"
-#include "platform/x11/compositing.h"
+#include "platform/backends/desktop_backend.h"
+#include "ui/look.h"
+#include "ui/text_labels.h"
 
 namespace lumivastor {
 
@@ -59,7 +59,7 @@ FloatingPanel::FloatingPanel(QSize size, const Look& look)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
                            Qt::NoDropShadowWindowHint | Qt::X11BypassWindowManagerHint),
       look_(look),
-      isSeeThrough_(hasCompositingManager()) {
+      isSeeThrough_(canShowTranslucentWindows()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, isSeeThrough_);
     // The program does not end because a panel closes.

@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-#include "capture/webcam_preview.h"
+#include "capture/recording/webcam_preview.h"
 
 class QScreen;
 

@@ -8,10 +8,10 @@
 #include <QTimer>
 #include <utility>
 
-#include "app/log/log.h"
 #include "base/formatted.h"
-#include "editor/look.h"
-#include "platform/x11/compositing.h"
+#include "base/log.h"
+#include "platform/backends/desktop_backend.h"
+#include "ui/look.h"
 
 namespace lumivastor {
 
@@ -117,7 +117,7 @@ PickerWindow::PickerWindow(QScreen& screen)
     setWindowTitle("LumiVastor – Ausschnitt wählen");
     setAttribute(Qt::WA_QuitOnClose, false);
     QPixmap background;
-    if (hasCompositingManager()) {
+    if (canShowTranslucentWindows()) {
         setAttribute(Qt::WA_TranslucentBackground);
     } else {
         // Nothing shows through here: the screen as it is now stands in for itself.

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/devices/av_handles.h"
+#include "ffmpeg/av_handles.h"
 
 namespace lumivastor {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "ffmpeg/av_handles.h"
 #include "platform/capture_device.h"
-#include "platform/devices/av_handles.h"
 
 namespace lumivastor {
 

@@ -10,10 +10,10 @@
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "base/thread_name.h"
-#include "platform/devices/device_clock.h"
+#include "ffmpeg/picture_to_bgra.h"
 #include "platform/devices/device_sound.h"
-#include "platform/devices/picture_to_bgra.h"
-#include "platform/steady_sound.h"
+#include "platform/pictures/device_clock.h"
+#include "platform/sound/steady_sound.h"
 
 namespace lumivastor {
 namespace {

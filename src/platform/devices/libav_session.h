@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "platform/capture_device.h"
-#include "platform/device_outputs.h"
 #include "platform/devices/libav_input.h"
+#include "platform/pictures/device_outputs.h"
 
 namespace lumivastor {
 

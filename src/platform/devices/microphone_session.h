@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/capture_device.h"
-#include "platform/device_outputs.h"
+#include "platform/pictures/device_outputs.h"
 #include "platform/sound_system.h"
 
 namespace lumivastor {

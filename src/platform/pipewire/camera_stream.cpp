@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "base/recorder_error.h"
-#include "platform/devices/device_clock.h"
-#include "platform/devices/jpeg_decoder.h"
-#include "platform/devices/picture_to_bgra.h"
+#include "ffmpeg/picture_to_bgra.h"
+#include "platform/pictures/device_clock.h"
+#include "platform/pictures/jpeg_decoder.h"
 #include "platform/pipewire/camera_formats.h"
 
 namespace lumivastor {

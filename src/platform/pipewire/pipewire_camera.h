@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/capture_device.h"
-#include "platform/device_outputs.h"
+#include "platform/pictures/device_outputs.h"
 #include "platform/pipewire/camera_formats.h"
 
 namespace lumivastor {

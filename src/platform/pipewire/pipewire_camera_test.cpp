@@ -11,7 +11,7 @@
 
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
-#include "platform/device_backend.h"
+#include "platform/backends/device_backend.h"
 #include "platform/synthetic/synthetic_sound.h"
 #include "support/child_process.h"
 #include "support/seen_pictures.h"

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "platform/live_sound_source.h"
 #include "platform/pipewire/pipewire_connection.h"
 #include "platform/pipewire/sink_latency.h"
-#include "platform/steady_sound.h"
+#include "platform/sound/live_sound_source.h"
+#include "platform/sound/steady_sound.h"
 
 namespace lumivastor {
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/live_sound_source.h"
 #include "platform/pulse/pulse_connection.h"
-#include "platform/steady_sound.h"
+#include "platform/sound/live_sound_source.h"
+#include "platform/sound/steady_sound.h"
 
 struct pa_operation;
 struct pa_stream;

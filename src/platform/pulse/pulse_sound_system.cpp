@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "base/recorder_error.h"
-#include "platform/live_sound_source.h"
 #include "platform/pulse/pulse_connection.h"
 #include "platform/pulse/pulse_line.h"
+#include "platform/sound/live_sound_source.h"
 
 namespace lumivastor {
 namespace {

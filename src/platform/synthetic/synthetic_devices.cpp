@@ -5,7 +5,7 @@
 
 #include "base/precondition.h"
 #include "base/recorder_error.h"
-#include "platform/device_outputs.h"
+#include "platform/pictures/device_outputs.h"
 
 namespace lumivastor {
 

@@ -4,7 +4,7 @@
 
 #include "base/geometry.h"
 #include "platform/capture_device.h"
-#include "platform/pixel_rect.h"
+#include "platform/pictures/pixel_rect.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor {

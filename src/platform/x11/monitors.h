@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/pixel_rect.h"
+#include "platform/pictures/pixel_rect.h"
 #include "platform/shareable_content.h"
 #include "platform/x11/screen_scales.h"
 #include "platform/x11/x_connection.h"

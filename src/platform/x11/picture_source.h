@@ -5,7 +5,7 @@
 
 #include "base/geometry.h"
 #include "imaging/pixel_buffer.h"
-#include "platform/damage_area.h"
+#include "platform/pictures/damage_area.h"
 
 namespace lumivastor {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/pixel_rect.h"
+#include "platform/pictures/pixel_rect.h"
 
 namespace lumivastor {
 

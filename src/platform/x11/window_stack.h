@@ -4,8 +4,8 @@
 #include <span>
 #include <vector>
 
-#include "platform/damage_area.h"
-#include "platform/pixel_rect.h"
+#include "platform/pictures/damage_area.h"
+#include "platform/pictures/pixel_rect.h"
 
 namespace lumivastor {
 

@@ -9,10 +9,10 @@
 #include <thread>
 
 #include "platform/capture_stream.h"
-#include "platform/frame_pacer.h"
-#include "platform/picture_store.h"
+#include "platform/pictures/frame_pacer.h"
+#include "platform/pictures/picture_store.h"
+#include "platform/sound/stream_sound.h"
 #include "platform/sound_system.h"
-#include "platform/stream_sound.h"
 #include "platform/x11/picture_source.h"
 #include "platform/x11/screen_scales.h"
 #include "platform/x11/x_connection.h"

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <mutex>
 
-#include "app/log/log.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "platform/x11/monitors.h"
 #include "platform/x11/window_list.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/host_clock.h"
-#include "platform/frame_pacer.h"
+#include "platform/pictures/frame_pacer.h"
 #include "platform/x11/x11_desktop.h"
 #include "support/desktop_rig/capture_setup.h"
 #include "support/desktop_rig/desktop_rig.h"

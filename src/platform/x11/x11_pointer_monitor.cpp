@@ -11,8 +11,8 @@
 #include <bit>
 #include <cstring>
 
-#include "app/log/log.h"
 #include "base/host_clock.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "base/thread_name.h"
 

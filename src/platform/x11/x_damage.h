@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/pixel_rect.h"
+#include "platform/pictures/pixel_rect.h"
 #include "platform/x11/x_connection.h"
 
 namespace lumivastor {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "imaging/pixel_buffer.h"
-#include "platform/pixel_rect.h"
+#include "platform/pictures/pixel_rect.h"
 #include "platform/x11/x_connection.h"
 
 namespace lumivastor {

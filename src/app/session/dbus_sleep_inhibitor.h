@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "app/session/sleep_inhibitor.h"
+
+namespace lumivastor {
+
+/// Asks the session's screen saver and the system's login manager over D-Bus. One of them, or both, may be missing;
+/// that is noted in the log once.
+class DBusSleepInhibitor final : public SleepInhibitor {
+  public:
+    DBusSleepInhibitor();
+    ~DBusSleepInhibitor() override;
+
+    [[nodiscard]] std::unique_ptr<Hold> inhibit(const std::string& reason) override;
+
+  private:
+    class Asked;
+
+    bool hasNoted_ = false;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,32 @@
+#include "capture/journal/recording_documents.h"
+
+#include <ctime>
+#include <utility>
+
+#include "model/pointer_track.h"
+
+namespace lumivastor {
+
+void saveCaptureInfo(const std::filesystem::path& folder, CaptureInfo planned, const RecordingOutcome& outcome) {
+    CaptureInfo info = std::move(planned);
+    info.createdAt = CaptureInfo::timestamp(std::time(nullptr));
+    info.t0HostClock = outcome.t0Host;
+    info.t0MediaTime = outcome.t0Media;
+    info.duration = outcome.duration;
+    info.framesWritten = outcome.framesWritten;
+    info.framesSkippedIdle = outcome.counts.framesSkippedIdle;
+    info.framesDroppedBackpressure = outcome.counts.framesDropped;
+    info.pointerEvents = outcome.pointerEvents;
+    info.cursorPollsWithoutCursor = outcome.counts.missingCursorPolls;
+    if (outcome.webcamFirstPicture) {
+        info.webcamFile = "webcam.mov";
+        info.webcamOffset = *outcome.webcamFirstPicture - outcome.t0Host;
+    }
+    info.save(folder);
+}
+
+void saveEmptyPointerTrack(const std::filesystem::path& folder) {
+    PointerTrack().save(folder);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,158 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "capture/capture_plan.h"
+#include "capture/capture_services.h"
+#include "capture/journal/journal.h"
+#include "capture/recording/fitted_picture.h"
+#include "capture/recording/owner_reports.h"
+#include "capture/recording/start_watch.h"
+#include "capture/recording/webcam_recorder.h"
+#include "capture/recording_progress.h"
+#include "media/writing/asset_writer.h"
+
+namespace lumivastor {
+
+/// The size at which a device is recorded: that of its first picture, rounded down to even numbers.
+PictureSize deviceSize(int pictureWidth, int pictureHeight);
+
+/// When a device's movie ends: now, because a device that shows nothing new sends nothing; never before its last
+/// sample.
+MediaTime deviceEndTime(const MediaTime& now, const MediaTime& lastPTS);
+
+/// Records the screen of an external device (a capture card) into a recording folder like that of a screen:
+/// "source.mov" with the device's picture, its sound where it has some, and the microphone; an empty pointer track; and
+/// the webcam beside it. The movie is begun when the first picture comes, because only then is its size known.
+///
+/// Main thread, unless a function says otherwise. Completions and callbacks run on the main thread; they may destroy
+/// the recorder. Start and stop once.
+class DeviceRecorder {
+  public:
+    struct Stats {
+        double duration = 0;  // seconds
+        std::int64_t framesWritten = 0;
+
+        bool operator==(const Stats&) const = default;
+    };
+    using Outcome = std::variant<Stats, RecorderError>;
+
+    struct Options {
+        bool microphone = false;
+        bool webcam = false;
+    };
+
+    /// Where a desktop hides external devices from programs until they ask, this asks; here it does nothing.
+    static void enableScreenCaptureDevices();
+    /// The devices that deliver the screen of something else, in the system's order.
+    static std::vector<CaptureDevice> availableDevices(CaptureDevices& devices);
+
+    DeviceRecorder(const RecordingServices& services, CaptureDevice device, Options options,
+                   std::filesystem::path folder);
+    /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
+    ~DeviceRecorder();
+    DeviceRecorder(const DeviceRecorder&) = delete;
+    DeviceRecorder& operator=(const DeviceRecorder&) = delete;
+
+    /// Told once when the recording cannot go on: the device is gone, its movie cannot be made, the disk is full or
+    /// nearly so. The owner stops the recorder then; what was recorded until then is kept.
+    std::function<void(const RecorderError&)> onStreamError;
+    /// Told a German sentence when something is missing from now on and the rest goes on.
+    std::function<void(const std::string&)> onNotice;
+    /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
+    std::function<void(const std::string&)> onSlowStep;
+
+    /// Opens the devices, which may take seconds; they begin to run in the background. Throws `RecorderError`; nothing
+    /// is left behind in the folder then.
+    void start();
+    /// The same in the background. The completion gets the error, or null.
+    void start(std::function<void(std::optional<RecorderError>)> completion);
+
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where nothing was
+    /// recorded, the completion gets the reason, and neither folder nor movies are left.
+    void stop(std::function<void(const Outcome&)> completion);
+
+    /// Figures for the display while recording. Any thread.
+    Stats snapshot() const;
+
+    const std::filesystem::path& folder() const { return folder_; }
+    const std::string& deviceName() const { return device_.name; }
+    /// Null when no webcam is recorded.
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+
+  private:
+    // The steps of a start; the second belongs to the main thread, the other may run on any.
+    void prepare();
+    void begin();
+    void discard();
+    void openDevice();
+    void openMicrophone();
+    void startWebcam();
+    void chooseExpectedEncoder();
+    /// Runs a step of a queue's work; what it throws ends the recording with an error for the owner.
+    void guarded(const std::function<void()>& step);
+    void stopSessions();
+    void watch();
+
+    void onPicture(const DeviceSample& sample);
+    void onSound(AudioWriterInput* DeviceRecorder::*input, int channels, const SoundBuffer& sound);
+    bool makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPicture);
+    void makeWriter(PictureSize size);
+    bool hasWriter() const;
+    bool beginSessionIfNeeded(const MediaTime& time);
+
+    Stats finish();
+    Stats rescue(const RecorderError& reason);
+    RecorderError unfinished(const RecorderError& reason) const;
+    SpaceNeed spaceNeed() const;
+    void writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture);
+    CaptureInfo info() const;
+
+    const RecordingServices services_;
+    const CaptureDevice device_;
+    const Options options_;
+    const std::filesystem::path folder_;
+    OwnerReports reports_{services_.mainLoop, "Device", onStreamError, onNotice};
+    StartWatch startWatch_{services_.mainLoop, onSlowStep};
+
+    mutable std::mutex lock_;
+    RecordingProgress progress_;                // guarded by lock_
+    bool writerReady_ = false;                  // guarded by lock_; from then on the writer and its inputs stay
+    std::optional<double> webcamFirstPicture_;  // guarded by lock_
+    std::optional<RecorderError> noWriter_;  // why there is none; the device queue's, and after it has ended `finish`'s
+    bool stopped_ = false;                   // main thread only
+
+    bool hasDeviceAudio_ = false;
+    PictureSize size_;
+    std::optional<PictureFitter> fitter_;          // the device queue's
+    std::optional<EncoderChoice> expectedChoice_;  // for the format that the device announced; set before it runs
+    PictureSize expectedSize_;
+    std::unique_ptr<Journal> journal_;
+    std::unique_ptr<AssetWriter> writer_;
+    VideoWriterInput* videoInput_ = nullptr;
+    AudioWriterInput* deviceAudioInput_ = nullptr;
+    AudioWriterInput* micInput_ = nullptr;
+    std::unique_ptr<WebcamRecorder> webcamRecorder_;
+
+    std::unique_ptr<CaptureSession> session_;
+    std::unique_ptr<CaptureSession> micSession_;
+    bool running_ = false;
+    std::unique_ptr<MainLoop::Timer> watchTimer_;
+
+    // The queues end before what their work uses.
+    SerialQueue queue_{"lumivastor.device"};
+    SerialQueue micQueue_{"lumivastor.device.mic"};
+    SerialQueue workQueue_{"lumivastor.device.work"};
+};
+
+}  // namespace lumivastor

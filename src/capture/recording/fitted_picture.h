@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+
+#include "imaging/painting/painter.h"
+#include "imaging/pixel_buffer.h"
+
+namespace lumivastor {
+
+/// The picture itself when it has this size. Otherwise a copy at the top-left corner, cut off where the picture is
+/// larger and black where it is smaller: a track of pictures keeps the size that it began with, which for devices is
+/// also rounded down to even numbers.
+std::shared_ptr<const BgraPremultipliedBuffer> fittedPicture(std::shared_ptr<const BgraPremultipliedBuffer> picture,
+                                                             int width, int height);
+
+/// Whole pixels of a movie's picture, from its top-left corner.
+struct PicturePlace {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+
+    bool operator==(const PicturePlace&) const = default;
+};
+
+/// Where a picture of one shape lies in a movie of another: whole, as large as it fits, in the middle. All sizes are
+/// more than 0.
+PicturePlace containedPlace(int pictureWidth, int pictureHeight, int movieWidth, int movieHeight);
+
+/// Brings the pictures of a device to the size with which its movie began. One that is larger by the odd row or column
+/// loses it, because that keeps the others sharp. One of another size, as from a phone that is turned, is scaled into
+/// the movie whole, with black around it. Keeps its working memory from picture to picture; one thread at a time.
+class PictureFitter {
+  public:
+    PictureFitter(int width, int height) : width_(width), height_(height) {}
+
+    std::shared_ptr<const BgraPremultipliedBuffer> fit(std::shared_ptr<const BgraPremultipliedBuffer> picture);
+
+  private:
+    std::shared_ptr<const BgraPremultipliedBuffer> scaled(std::shared_ptr<const BgraPremultipliedBuffer> picture);
+
+    int width_;
+    int height_;
+    std::unique_ptr<Painter> painter_;  // from the first picture on that is scaled
+};
+
+}  // namespace lumivastor

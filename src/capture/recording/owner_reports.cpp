@@ -1,0 +1,40 @@
+#include "capture/recording/owner_reports.h"
+
+#include <utility>
+
+#include "base/log.h"
+
+namespace lumivastor {
+
+OwnerReports::OwnerReports(MainLoop& mainLoop, const char* category, const ErrorCallback& onError,
+                           const NoticeCallback& onNotice)
+    : mainLoop_(mainLoop), category_(category), onError_(onError), onNotice_(onNotice) {}
+
+void OwnerReports::onMain(std::function<void()> work) {
+    mainLoop_.async([isSilent = isSilent_, work = std::move(work)] {
+        if (!*isSilent) work();
+    });
+}
+
+void OwnerReports::giveUp(const RecorderError& reason) {
+    {
+        const std::lock_guard hold(lock_);
+        if (std::exchange(gaveUp_, true)) return;
+    }
+    // With a text of its own: copies of an error share it, and this one goes to another thread.
+    onMain([this, reason = RecorderError(reason.message())] {
+        // A copy: the callback may destroy what holds it.
+        const auto callback = onError_;
+        if (callback && !isStopped_) callback(reason);
+    });
+}
+
+void OwnerReports::notice(const std::string& sentence) {
+    Log::write(category_, sentence);
+    onMain([this, sentence] {
+        const auto callback = onNotice_;
+        if (callback) callback(sentence);
+    });
+}
+
+}  // namespace lumivastor

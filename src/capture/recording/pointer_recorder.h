@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "capture/capture_services.h"
+#include "capture/pointer/pointer_records.h"
+#include "model/capture_geometry.h"
+
+namespace lumivastor {
+
+class Journal;
+
+/// Records what the mouse does anywhere on the desktop and, 30 times a second, the shape of the cursor; in the end
+/// makes the pointer track of it. Everything is also noted in the recording's journal, and shapes are written to the
+/// folder as soon as they are seen.
+class PointerRecorder {
+  public:
+    static constexpr double cursorPollInterval = 1.0 / 30;
+
+    /// `folder` is the recording's.
+    PointerRecorder(const CaptureServices& services, std::filesystem::path folder);
+    /// Main thread.
+    ~PointerRecorder();
+    PointerRecorder(const PointerRecorder&) = delete;
+    PointerRecorder& operator=(const PointerRecorder&) = delete;
+
+    /// Positions and sizes are in points of `space`. `journal` may be null and outlives the recorder. Main thread,
+    /// once.
+    void start(const PointSpace& space, Journal* journal);
+    /// Main thread.
+    void stop();
+
+    /// Writes "pointer.json" and those cursor pictures that are not there yet. `t0` is the host clock at the movie's
+    /// time zero; `windowTrack` is absent unless a window is recorded, `displayTrack` empty unless the display moved.
+    /// The number of samples saved. Throws `RecorderError`. Any thread, after `stop`.
+    std::int64_t save(const std::filesystem::path& folder, double t0, const Geometry& geometry,
+                      const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
+
+    /// Raw events so far. Any thread.
+    std::int64_t eventCount() const;
+    /// Polls that found no cursor; those that the desktop did not answer do not count. Any thread.
+    std::int64_t missingCursorPolls() const;
+
+  private:
+    void record(const RawEvent& event);
+    void sampleCursor();
+    std::optional<std::string> shapeOf(const SystemCursor& cursor);
+    void writePicture(const std::string& id, const BgraPremultipliedBuffer& picture);
+
+    const CaptureServices services_;
+    const std::filesystem::path folder_;
+    Journal* journal_ = nullptr;  // set once by `start`, before anybody else uses it
+
+    mutable std::mutex lock_;
+    // All of these are guarded by lock_.
+    std::vector<RawEvent> events_;
+    std::vector<RawCursorChange> cursorChanges_;
+    std::map<std::string, CursorImage> cursorImages_;
+    std::map<std::string, BgraPremultipliedBuffer> unwrittenPictures_;  // by shape; those that the disk refused
+    std::map<std::uint64_t, std::string> fingerprintToID_;
+    std::optional<std::string> lastCursorID_;
+    std::int64_t missingCursorPolls_ = 0;
+
+    // Main thread only.
+    double scale_ = 1;
+    std::optional<std::uint64_t> lastSerial_;
+    std::string shapeOfLastSerial_;
+    std::unique_ptr<PointerMonitor> monitor_;
+    std::unique_ptr<MainLoop::Timer> cursorTimer_;
+};
+
+/// Writes "pointer.json" from what was collected, here or by a process that was ended. The number of samples saved.
+std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
+                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
+                              const DisplayTrack& displayTrack);
+
+}  // namespace lumivastor

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "capture/capture_plan.h"
+#include "capture/capture_services.h"
+#include "capture/journal/journal.h"
+#include "capture/recording/owner_reports.h"
+#include "capture/recording/pointer_recorder.h"
+#include "capture/recording/start_watch.h"
+#include "capture/recording/waiting_picture.h"
+#include "capture/recording/webcam_recorder.h"
+#include "capture/recording/window_frame_tracker.h"
+#include "capture/recording_progress.h"
+#include "media/writing/asset_writer.h"
+
+namespace lumivastor {
+
+/// Records a display, a region of it or a window into "source.mov" of a recording folder, with system sound and
+/// microphone where asked for, and drives what is recorded beside it: pointer, window frame, webcam. Make it, start it,
+/// stop it; once.
+///
+/// Main thread, unless a function says otherwise. Completions and callbacks run on the main thread; they may destroy
+/// the recorder.
+class Recorder {
+  public:
+    using Source = CaptureSource;
+    using Options = CaptureOptions;
+
+    struct Stats {
+        double duration = 0;  // seconds
+        std::int64_t framesWritten = 0;
+        std::int64_t framesSkippedIdle = 0;
+        std::int64_t framesDropped = 0;
+        std::int64_t pointerEvents = 0;
+
+        bool operator==(const Stats&) const = default;
+    };
+    using Outcome = std::variant<Stats, RecorderError>;
+
+    Recorder(const CaptureServices& services, Options options, std::filesystem::path folder);
+    /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
+    ~Recorder();
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+
+    /// Told once when the recording cannot go on: the window was closed, the display server is gone, the disk is full
+    /// or nearly so. The owner stops the recorder then; what was recorded until then is kept.
+    std::function<void(const RecorderError&)> onStreamError;
+    /// Told a German sentence when something is missing from now on and the rest goes on (sound, the camera), or is
+    /// back.
+    std::function<void(const std::string&)> onNotice;
+    /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
+    std::function<void(const std::string&)> onSlowStep;
+
+    /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
+    /// Throws `RecorderError`; nothing is left behind in the folder then.
+    void start();
+    /// The same in the background. The completion gets the error, or null.
+    void start(std::function<void(std::optional<RecorderError>)> completion);
+
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where no start has
+    /// succeeded, the completion gets an error that says so. A recording of sound alone is kept, too. Where the movie's
+    /// writer failed on the way, what it wrote until then is completed and kept, `onNotice` says so, and the completion
+    /// gets `Stats` nevertheless.
+    void stop(std::function<void(const Outcome&)> completion);
+
+    /// Figures for the display while recording. Any thread.
+    Stats snapshot() const;
+
+    const std::filesystem::path& folder() const { return folder_; }
+    /// The live picture of the webcam; null when none is recorded.
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+
+  private:
+    using StartCompletion = std::function<void(std::optional<RecorderError>)>;
+    struct StartStep;
+
+    // The steps of a start, in order. Those that wait for devices or encoders may run on any thread.
+    void prepare();
+    void startTracker();
+    void startWebcam();
+    void startPointer();
+    void startCapture();
+    void runStep(std::size_t index, const std::shared_ptr<StartCompletion>& completion);
+    void abandon();
+    void discardWebcam();
+    void makeWriter();
+    void makeStream();
+    void watch();
+
+    void onScreen(const ScreenSample& sample);
+    void onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound);
+    bool beginSessionIfNeeded(const MediaTime& time);
+    void appendWaiting(const MediaTime& now);
+    void appendRest();
+    void append(const WaitingPicture::Picture& picture);
+    void countLost(std::int64_t pictures);
+    void onDisplayOrigin(double hostSeconds, Point pixels);
+    /// Runs a step of the work on samples; what it throws ends the recording with an error for the owner.
+    void guarded(const std::function<void()>& step);
+
+    Stats finish();
+    Stats rescue(const RecorderError& reason, Stats stats);
+    RecorderError unfinished(const RecorderError& reason) const;
+    void writeDocuments(const RecordingProgress& progress, Stats& stats);
+    void discardFolder();
+    SpaceNeed spaceNeed() const;
+
+    const CaptureServices services_;
+    const Options options_;
+    const std::filesystem::path folder_;
+    OwnerReports reports_{services_.mainLoop, "Capture", onStreamError, onNotice};
+    StartWatch startWatch_{services_.mainLoop, onSlowStep};
+
+    mutable std::mutex lock_;
+    RecordingProgress progress_;  // guarded by lock_
+    DisplayTrack displayTrack_;   // guarded by lock_
+    bool stopped_ = false;        // main thread only
+    bool abandoned_ = false;      // main thread only: the start has failed
+
+    std::unique_ptr<Journal> journal_;
+    const std::unique_ptr<PointerRecorder> pointer_;
+    std::unique_ptr<WindowFrameTracker> windowTracker_;
+    std::unique_ptr<WebcamRecorder> webcamRecorder_;
+    std::optional<CapturePlan> plan_;
+    double bytesPerSecond_ = 0;
+
+    std::unique_ptr<AssetWriter> writer_;
+    VideoWriterInput* videoInput_ = nullptr;
+    AudioWriterInput* systemAudioInput_ = nullptr;
+    AudioWriterInput* microphoneInput_ = nullptr;
+    int microphoneChannels_ = 1;
+    WaitingPicture::Image lastPicture_;  // the video queue's
+    WaitingPicture waiting_;             // the video queue's
+
+    std::unique_ptr<CaptureStream> stream_;
+    std::unique_ptr<MainLoop::Timer> watchTimer_;
+
+    // The queues end before what their work uses.
+    SerialQueue videoQueue_{"aufnahme.capture.video"};
+    SerialQueue systemAudioQueue_{"aufnahme.capture.systemaudio"};
+    SerialQueue microphoneQueue_{"aufnahme.capture.microphone"};
+    SerialQueue workQueue_{"aufnahme.capture.work"};
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,51 @@
+#include "capture/recording/rescued_movie.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+#include "media/writing/asset_writer.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr int kSize = 64;
+
+// A live movie with so many pictures a second apart; left in fragments unless it is finished.
+void writeMovie(const std::filesystem::path& path, int pictures, bool isFinished) {
+    AssetWriter writer(path, MovieContainer::quickTime);
+    writer.setMovieFragmentInterval({2, 1});
+    VideoSettings settings;
+    settings.width = settings.height = kSize;
+    settings.averageBitRate = 100000;
+    VideoWriterInput& input = writer.addVideoInput(settings);
+    ASSERT_TRUE(writer.startWriting());
+    writer.startSession({});
+    for (int i = 0; i < pictures; ++i) {
+        while (!input.isReadyForMoreMediaData()) std::this_thread::yield();
+        ASSERT_TRUE(input.append(std::make_shared<BgraPremultipliedBuffer>(kSize, kSize), MediaTime{i, 1}));
+    }
+    ASSERT_TRUE(!isFinished || writer.finishWriting());
+}
+
+TEST(MayStillBeRescued, OnlyWhereSomethingOfTheRecordingIsOnTheDisk) {
+    const TemporaryFolder folder;
+    EXPECT_FALSE(mayStillBeRescued(folder / "none.mov"));
+    folder.write("empty.mov", "");
+    EXPECT_FALSE(mayStillBeRescued(folder / "empty.mov"));
+    folder.write("other.mov", "something that nobody here has written");
+    EXPECT_TRUE(mayStillBeRescued(folder / "other.mov")) << "not ours to give up";
+    writeMovie(folder / "begun.mov", 0, false);
+    EXPECT_FALSE(mayStillBeRescued(folder / "begun.mov"));
+    writeMovie(folder / "left.mov", 4, false);
+    EXPECT_TRUE(mayStillBeRescued(folder / "left.mov"));
+    writeMovie(folder / "whole.mov", 4, true);
+    EXPECT_TRUE(mayStillBeRescued(folder / "whole.mov"));
+    // Of those left behind, what had not been encoded is lost; only so many wait.
+    EXPECT_GE(rescueMovie(folder / "left.mov").pictures, 1);
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,38 @@
+#include "capture/recording/waiting_picture.h"
+
+#include <utility>
+
+namespace lumivastor {
+
+void WaitingPicture::keepForStart(Image image, const MediaTime& sessionStart) {
+    early_ = std::move(image);
+    late_.reset();
+    first_ = sessionStart;
+    again_.reset();
+}
+
+std::int64_t WaitingPicture::keep(const Image& image, const MediaTime& time) {
+    if (first_ && late_.lock() == image) return std::exchange(again_, time) ? 1 : 0;
+    const std::int64_t lost = giveUp();
+    late_ = image;
+    first_ = time;
+    return lost;
+}
+
+std::optional<WaitingPicture::Picture> WaitingPicture::next(const MediaTime& now) {
+    auto& time = first_ ? first_ : again_;
+    if (!time || *time > now) return std::nullopt;
+    Image image = early_ ? early_ : late_.lock();
+    if (!image) return std::nullopt;
+    Picture picture{std::move(image), *std::exchange(time, std::nullopt)};
+    if (isEmpty()) giveUp();
+    return picture;
+}
+
+std::int64_t WaitingPicture::giveUp() {
+    const std::int64_t lost = count();
+    *this = {};
+    return lost;
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,181 @@
+#include "capture/recording/webcam_recorder.h"
+
+#include <cmath>
+#include <system_error>
+#include <utility>
+
+#include "base/formatted.h"
+#include "base/handled_error.h"
+#include "base/log.h"
+#include "capture/capture_plan.h"
+#include "capture/recording/rescued_movie.h"
+#include "capture/recording_progress.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kFrameRate = 30;
+
+VideoSettings webcamSettings(PictureSize size) {
+    VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, kWebcamBitRate);
+    settings.codec = VideoCodec::h264;
+    // Runs beside the encoder of the screen. At this bit rate a face is sharp at any preset.
+    settings.preset = "ultrafast";
+    return settings;
+}
+
+}  // namespace
+
+PictureSize chooseCaptureSize(CaptureSession& session) {
+    for (const PictureSize size : {PictureSize{1920, 1080}, PictureSize{1280, 720}}) {
+        if (!session.canSetPreset(size)) continue;
+        session.setPreset(size);
+        return size;
+    }
+    return session.activeFormat();
+}
+
+WebcamRecorder::WebcamRecorder(const RecordingServices& services) : services_(services) {}
+
+WebcamRecorder::~WebcamRecorder() {
+    stopSession();
+}
+
+void WebcamRecorder::start(const std::filesystem::path& folder) {
+    const auto camera = services_.devices.defaultCamera();
+    if (!camera) throw RecorderError("Es wurde keine Kamera gefunden.");
+    auto session = services_.devices.open(*camera);
+    if (!session) throw RecorderError("Die Kamera kann nicht verwendet werden.");
+    size_ = chooseCaptureSize(*session);
+    if (!session->addVideoOutput(queue_, true,
+                                 [this](const DeviceSample& sample) { guarded([&] { captureOutput(sample); }); })) {
+        throw RecorderError("Das Kamerabild kann nicht abgegriffen werden.");
+    }
+    session->onInterruption([this](const std::string& reason) {
+        Log::write("Webcam", "unterbrochen: " + reason);
+        if (onNotice) onNotice("Die Kamera liefert kein Bild mehr: " + reason);
+    });
+
+    const std::filesystem::path file = folder / "webcam.mov";
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+    if (size_.width < 2 || size_.height < 2) throw RecorderError("Die Kameradatei konnte nicht angelegt werden.");
+    auto writer = std::make_unique<AssetWriter>(file, MovieContainer::quickTime);
+    writer->setMovieFragmentInterval(kFragmentInterval);
+    VideoWriterInput& input = writer->addVideoInput(webcamSettings(size_));
+    input.setExpectsMediaDataInRealTime(true);
+    if (!writer->startWriting()) {
+        throw writer->error().value_or(RecorderError("Die Kameradatei konnte nicht geöffnet werden."));
+    }
+    writer_ = std::move(writer);
+    input_ = &input;
+    fitter_.emplace(size_.width, size_.height);
+    previewLayer_ = std::make_shared<WebcamPreview>();
+    session_ = std::move(session);
+    running_ = true;
+    sessionQueue_.async([this] { guarded([this] { session_->startRunning(); }); });
+    Log::write("Webcam", formatted("gestartet: %d×%d", size_.width, size_.height));
+}
+
+void WebcamRecorder::guarded(const std::function<void()>& step) {
+    if (hasFailed_) return;
+    try {
+        step();
+    } catch (...) {
+        const std::string reason = handledError("Unerwarteter Fehler").message();
+        hasFailed_ = true;
+        Log::write("Webcam", "gestört: " + reason);
+        if (onNotice) onNotice("Die Kamera wird nicht mehr aufgenommen: " + reason);
+    }
+}
+
+void WebcamRecorder::captureOutput(const DeviceSample& sample) {
+    if (input_ == nullptr || !sample.image || !std::isfinite(sample.hostSeconds)) return;
+    const auto picture = fitter_->fit(sample.image);
+    const MediaTime time = hostTime(sample.hostSeconds);
+    bool isFirst = false;
+    {
+        const std::lock_guard hold(lock_);
+        if (!firstPTS_) {
+            firstPTS_ = time;
+            writer_->startSession(time);
+            isFirst = true;
+        }
+        // The movie has no place for it, and so it is not counted.
+        if (time < *firstPTS_) return;
+    }
+    if (isFirst) {
+        Log::write("Webcam", formatted("erstes Bild bei Host-Uhr %.3f s", time.seconds()));
+        if (onFirstPicture) onFirstPicture(time.seconds());
+    }
+    previewLayer_->show(picture);
+    if (!input_->isReadyForMoreMediaData()) return;
+    if (!input_->append(picture, time)) return;
+    const std::lock_guard hold(lock_);
+    ++frames_;
+}
+
+void WebcamRecorder::stopSession() {
+    if (!std::exchange(running_, false)) return;
+    sessionQueue_.async([this] {
+        try {
+            session_->stopRunning();
+        } catch (...) {
+            Log::write("Webcam", "Anhalten meldete: " + handledError("Unerwarteter Fehler").message());
+        }
+    });
+    sessionQueue_.drain();
+    queue_.drain();
+}
+
+std::optional<double> WebcamRecorder::stop() {
+    stopSession();
+    std::optional<MediaTime> firstPTS;
+    std::int64_t frames = 0;
+    {
+        const std::lock_guard hold(lock_);
+        firstPTS = firstPTS_;
+        frames = frames_;
+    }
+    if (!writer_ || !firstPTS) {
+        if (writer_) writer_->cancelWriting();
+        Log::write("Webcam", "beendet ohne ein einziges Bild");
+        return std::nullopt;
+    }
+    frames = finish(frames);
+    {
+        const std::lock_guard hold(lock_);
+        frames_ = frames;
+    }
+    Log::write("Webcam", formatted("fertig: %lld Bilder, Status %d", static_cast<long long>(frames),
+                                   static_cast<int>(writer_->status())));
+    return frames > 0 ? std::optional(firstPTS->seconds()) : std::nullopt;
+}
+
+std::int64_t WebcamRecorder::framesWritten() const {
+    const std::lock_guard hold(lock_);
+    return frames_;
+}
+
+// The pictures of the movie, 0 when there is none in the end. What a writer that failed has written until then is kept.
+std::int64_t WebcamRecorder::finish(std::int64_t frames) {
+    if (frames == 0) {
+        writer_->cancelWriting();
+        return 0;
+    }
+    const bool isWhole = writer_->finishWriting();
+    try {
+        const RescuedMovie movie = rescueMovie(writer_->path());
+        if (isWhole && movie.pictures != frames) {
+            Log::write("Webcam", formatted("gezählt waren %lld Bilder, im Film sind %lld",
+                                           static_cast<long long>(frames), static_cast<long long>(movie.pictures)));
+        }
+        return movie.pictures;
+    } catch (const RecorderError& error) {
+        Log::write("Webcam", "nicht zu retten: " + error.message());
+        return 0;
+    }
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,125 @@
+#include "capture/recovery/recovery.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <optional>
+#include <system_error>
+
+#include "base/formatted.h"
+#include "base/log.h"
+#include "base/unique_descriptor.h"
+#include "capture/journal/journal_records.h"
+#include "capture/journal/recording_documents.h"
+#include "capture/recording/pointer_recorder.h"
+#include "capture/recording/rescued_movie.h"
+#include "model/pointer_track.h"
+#include "model/recording_folder.h"
+
+namespace lumivastor {
+
+namespace {
+
+// The documents' figures, when both are there and whole.
+std::optional<Recorder::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
+    try {
+        const CaptureInfo info = CaptureInfo::load(folder);
+        // The capture document is the last one written; only after a crash is the other looked at as well.
+        if (hasJournal) PointerTrack::load(folder);
+        if (!fileInside(folder, "pointer.json")) return std::nullopt;
+        return Recorder::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
+                               info.framesDroppedBackpressure, info.pointerEvents};
+    } catch (const RecorderError&) {
+        return std::nullopt;
+    }
+}
+
+// Held while the recording is completed; a recorder holds it while it runs.
+UniqueDescriptor lockJournal(const std::filesystem::path& journal) {
+    UniqueDescriptor file(::open(journal.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    if (file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+        throw RecorderError("Diese Aufnahme läuft noch oder wird gerade vervollständigt.");
+    }
+    return file;
+}
+
+RescuedMovie rescueSource(const std::filesystem::path& folder) {
+    const auto source = fileInside(folder, "source.mov");
+    if (!source) throw RecorderError("In diesem Ordner liegt keine source.mov.");
+    try {
+        return rescueMovie(*source);
+    } catch (const RecorderError& error) {
+        throw RecorderError("Von dieser Aufnahme lässt sich kein Film retten: " + error.message());
+    }
+}
+
+std::optional<double> rescueWebcam(const std::filesystem::path& folder, const JournalContent& journal) {
+    const auto webcam = fileInside(folder, "webcam.mov");
+    if (!webcam || !journal.webcamFirstPicture) return std::nullopt;
+    try {
+        rescueMovie(*webcam);
+        return journal.webcamFirstPicture;
+    } catch (const RecorderError& error) {
+        Log::write("Webcam", "nicht zu retten: " + error.message());
+        return std::nullopt;
+    }
+}
+
+// Without a record of its begin, which only a full disk can have kept away, the session began about when the pointer
+// recorder did.
+JournalContent::Session sessionOf(const JournalContent& journal) {
+    if (journal.session) return *journal.session;
+    Log::write("Capture", "Journal ohne Zeitbasis: geschätzt");
+    const double start = journal.pointer.events.empty() ? 0 : journal.pointer.events.front().t;
+    return {start, start};
+}
+
+std::int64_t writePointerTrack(const std::filesystem::path& folder, const JournalContent& journal, double t0) {
+    if (journal.info.sourceKind == "device") {
+        saveEmptyPointerTrack(folder);
+        return 0;
+    }
+    std::optional<WindowTrack> windowTrack;
+    if (journal.info.sourceKind == "window") windowTrack = journal.windowTrack;
+    return savePointerTrack(folder, journal.pointer, t0, journal.geometry, windowTrack, journal.displayTrack);
+}
+
+}  // namespace
+
+Recovery recoverRecording(const std::filesystem::path& folder) {
+    const auto journalFile = fileInside(folder, kJournalName);
+    UniqueDescriptor lock;
+    if (journalFile) lock = lockJournal(*journalFile);
+    std::error_code ignored;  // a journal that stays behind makes the next recovery look again
+    if (const auto stats = completeStats(folder, journalFile.has_value())) {
+        if (journalFile) std::filesystem::remove(*journalFile, ignored);
+        return {*stats, false};
+    }
+    if (!journalFile) {
+        throw RecorderError("In diesem Ordner liegt keine abgebrochene Aufnahme, die sich vervollständigen lässt.");
+    }
+    const JournalContent journal = loadJournal(folder);
+    if (journal.damagedLines > 0) {
+        Log::write("Capture", formatted("Journal: %lld beschädigte Zeilen ausgelassen",
+                                        static_cast<long long>(journal.damagedLines)));
+    }
+    const RescuedMovie movie = rescueSource(folder);
+    const JournalContent::Session session = sessionOf(journal);
+
+    RecordingOutcome outcome;
+    outcome.t0Host = session.t0Host;
+    outcome.t0Media = session.t0Media;
+    outcome.duration = movie.lastPicture;
+    outcome.framesWritten = movie.pictures;
+    outcome.counts = journal.counts;
+    outcome.webcamFirstPicture = rescueWebcam(folder, journal);
+    outcome.pointerEvents = writePointerTrack(folder, journal, outcome.t0Host);
+    saveCaptureInfo(folder, journal.info, outcome);
+    std::filesystem::remove(*journalFile, ignored);
+    Log::write("Capture", "vervollständigt: " + folder.string());
+    return {{outcome.duration, outcome.framesWritten, outcome.counts.framesSkippedIdle, outcome.counts.framesDropped,
+             outcome.pointerEvents},
+            true};
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,383 @@
+#include "cli/verbs/command_line.h"
+
+#include <gtest/gtest.h>
+#include <simdjson.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "cli/arguments.h"
+#include "edit/composition.h"
+#include "imaging/png_file.h"
+#include "media/reading/asset.h"
+#include "support/one_click_recording.h"
+#include "support/outcome.h"
+#include "support/program_run.h"
+#include "support/temporary_folder.h"
+#include "support/test_movie.h"
+
+namespace lumivastor {
+namespace {
+
+Outcome run(const std::vector<std::string>& words) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = runCommandLine(words, out, err);
+    return {status, out.str(), err.str()};
+}
+
+class InspectVerb : public testing::Test {
+  protected:
+    InspectVerb() {
+        oneClickCapture().save(folder_.path());
+        PointerTrack track = oneClickTrack();
+        track.cursorChanges = {{0, "c0"}, {6, "c1"}};
+        track.save(folder_.path());
+        ProjectSettings settings;
+        settings.cuts = {{4, 12.5}};
+        settings.smoothing = 0;
+        settings.save(folder_.path());
+    }
+
+    std::string folder() const { return folder_.path().string(); }
+
+    TemporaryFolder folder_;
+};
+
+class Json {
+  public:
+    explicit Json(const std::string& text) : element_(parser_.parse(text)) {}
+
+    double number(const char* pointer) { return element_.at_pointer(pointer).get_double(); }
+    std::string text(const char* pointer) {
+        return std::string(std::string_view(element_.at_pointer(pointer).get_string()));
+    }
+    std::size_t count(const char* pointer) {
+        return simdjson::dom::array(element_.at_pointer(pointer).get_array()).size();
+    }
+    bool has(const char* pointer) { return element_.at_pointer(pointer).error() == simdjson::SUCCESS; }
+
+  private:
+    simdjson::dom::parser parser_;
+    simdjson::dom::element element_;
+};
+
+TEST_F(InspectVerb, PrintsOneDocumentWithEverythingDerived) {
+    const Outcome outcome = run({"inspect", folder(), "--json", "--at", "5.15,-1,7", "--output-at=1,9"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    Json json(outcome.out);
+    EXPECT_EQ(json.number("/capture/duration"), 12.5);
+    EXPECT_EQ(json.text("/capture/sourceKind"), "display");
+    EXPECT_EQ(json.number("/settings/padding"), 0.055);
+    EXPECT_FALSE(json.has("/settings/zooms"));
+    EXPECT_EQ(json.number("/effectiveStart"), 0);
+    EXPECT_EQ(json.number("/effectiveEnd"), 12.5);
+    EXPECT_EQ(json.count("/keptSegments"), 1u);
+    EXPECT_EQ(json.number("/keptSegments/0/end"), 4);
+    EXPECT_EQ(json.number("/outputDuration"), 4);
+    EXPECT_NEAR(json.number("/zoomSpecs/0/start"), 4.45, 1e-12);
+    EXPECT_NEAR(json.number("/zoomSpecs/0/focus/0/t"), 5.15, 1e-12);
+    EXPECT_EQ(json.number("/zoomSpecs/0/focus/0/x"), 0.25);
+    EXPECT_NEAR(json.number("/zoomEvents/0/start"), 4.45, 1e-12);
+    EXPECT_EQ(json.number("/zoomEvents/0/end"), 7);
+    EXPECT_EQ(json.count("/scaleKeys"), 5u);
+    EXPECT_EQ(json.number("/scaleKeys/2/x"), 1.6);
+    EXPECT_EQ(json.number("/scaleKeys/2/y"), 0);
+    EXPECT_EQ(json.number("/focusKeys/0/x"), 960);
+    EXPECT_EQ(json.number("/layout/canvasWidth"), 2560);
+    EXPECT_EQ(json.number("/layout/pixelBlock"), 14);
+    EXPECT_EQ(json.number("/layout/cropRect/width"), 1920);
+    EXPECT_EQ(json.count("/layout/maskRects"), 0u);
+    EXPECT_EQ(json.number("/layout/bubbleRect/width"), 0);
+    EXPECT_EQ(json.number("/clicks/0/px"), 480);
+    EXPECT_EQ(json.count("/samples"), 3u);
+    EXPECT_EQ(json.number("/samples/0/camera/scale"), 1.6);
+    EXPECT_EQ(json.number("/samples/0/cursor/x"), 480);
+    EXPECT_EQ(json.text("/samples/0/cursorID"), "c0");
+    EXPECT_EQ(json.text("/samples/1/cursorID"), "c0");
+    EXPECT_EQ(json.text("/samples/2/cursorID"), "c1");
+    EXPECT_EQ(json.number("/outputTimes/0/source"), 1);
+    EXPECT_EQ(json.number("/outputTimes/1/source"), 4);
+}
+
+TEST_F(InspectVerb, LeavesOutCursorAndShapeWhereThereAreNone) {
+    PointerTrack().save(folder_.path());
+    Json json(run({"inspect", folder(), "--json", "--at", "1"}).out);
+    EXPECT_TRUE(json.has("/samples/0/camera"));
+    EXPECT_FALSE(json.has("/samples/0/cursor"));
+    EXPECT_FALSE(json.has("/samples/0/cursorID"));
+}
+
+TEST_F(InspectVerb, TakesTheCanvasSize) {
+    Json json(run({"inspect", "--canvas", "1280x720", folder(), "--json"}).out);
+    EXPECT_EQ(json.number("/layout/canvasWidth"), 1280);
+    EXPECT_EQ(json.number("/layout/canvasHeight"), 720);
+}
+
+TEST_F(InspectVerb, ReportsInGerman) {
+    const Outcome outcome = run({"inspect", folder(), "--at", "5.15", "--output-at", "1"});
+    EXPECT_EQ(outcome.status, 0);
+    for (const char* expected : {"Bildschirm, 1920×1080 Pixel", "Behaltene Abschnitte", "Zooms (Automatik)",
+                                 "Zoomverlauf", "Stichproben", "0:05.150  Vergrößerung 1.600", "0:01.000 → 0:01.000"}) {
+        EXPECT_NE(outcome.out.find(expected), std::string::npos) << expected << "\n" << outcome.out;
+    }
+}
+
+TEST_F(InspectVerb, AFailedJobEndsWithItsMessageAndStatusOne) {
+    folder_.write("capture.json", "{}");
+    const std::string message = "„capture.json“ konnte nicht gelesen werden: Feld „version“ fehlt.";
+    const Outcome plain = run({"inspect", folder()});
+    EXPECT_EQ(plain.status, 1);
+    EXPECT_EQ(plain.out, "");
+    EXPECT_EQ(plain.err, message + "\n");
+    const Outcome withJson = run({"inspect", folder(), "--json"});
+    EXPECT_EQ(withJson.status, 1);
+    EXPECT_EQ(withJson.err, message + "\n");
+    EXPECT_EQ(Json(withJson.out).text("/error"), message);
+}
+
+TEST_F(InspectVerb, AZoomWithoutFocusIsAFailedJobNotACrash) {
+    folder_.write("project.json", R"({"zooms": [{"start": 1, "end": 2, "scale": 2, "focus": []}]})");
+    const Outcome outcome = run({"inspect", folder(), "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(Json(outcome.out).text("/error"), "Der Zoom bei 1.00 s hat keinen Zielpunkt.");
+}
+
+TEST_F(InspectVerb, WrongUsageIsStatusTwo) {
+    for (const auto& words : std::vector<std::vector<std::string>>{
+             {},
+             {"inspcet"},
+             {"inspect"},
+             {"inspect", folder(), "second"},
+             {"inspect", folder(), "--jsno"},
+             {"inspect", folder(), "--json=1"},
+             {"inspect", folder(), "--at"},
+             {"inspect", folder(), "--at", "1,,2"},
+             {"inspect", folder(), "--at", "1;2"},
+             {"inspect", folder(), "--at", "nan"},
+             {"inspect", folder(), "--canvas", "0x10"},
+             {"inspect", folder(), "--canvas", "10"},
+             {"inspect", folder(), "--canvas", "10x10x10"},
+             {"inspect", folder(), "--canvas", "99999x10"},
+             {"--fast"},
+         }) {
+        const Outcome outcome = run(words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err, "");
+    }
+}
+
+TEST_F(InspectVerb, HelpAndVersionAreAnswersNotErrors) {
+    EXPECT_EQ(run({"--version"}).out, "LumiVastor 0.1.0\n");
+    EXPECT_EQ(run({"--help"}).status, 0);
+    const Outcome help = run({"inspect", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("--output-at"), std::string::npos);
+}
+
+class FrameVerb : public InspectVerb {
+  protected:
+    // A plain red screen of the recording's size.
+    std::string screen() const {
+        BgraPremultipliedBuffer picture(1920, 1080);
+        for (int y = 0; y < 1080; ++y) {
+            for (int x = 0; x < 1920; ++x) {
+                picture.pixel(x, y)[2] = 200;
+                picture.pixel(x, y)[3] = 255;
+            }
+        }
+        writePng(folder_ / "screen.png", picture);
+        return (folder_ / "screen.png").string();
+    }
+    std::string out() const { return (folder_ / "frame.png").string(); }
+};
+
+TEST_F(FrameVerb, ComposesAFrameFromAGivenPictureWithoutAnyMovie) {
+    const Outcome outcome =
+        run({"frame", folder(), "--at", "1", "--source", screen(), "--canvas", "320x180", "--out", out()});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    const auto frame = readPng(out());
+    EXPECT_EQ(frame.width(), 320);
+    EXPECT_EQ(frame.height(), 180);
+    EXPECT_EQ(frame.pixel(160, 90)[2], 200);
+    EXPECT_EQ(frame.pixel(160, 90)[1], 0);
+    EXPECT_LT(frame.pixel(2, 2)[2], 100);
+}
+
+TEST_F(FrameVerb, WithoutTheMovieItNeedsItFails) {
+    const Outcome outcome = run({"frame", folder(), "--at", "1", "--out", out()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("source.mov"), std::string::npos) << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(out()));
+}
+
+TEST_F(FrameVerb, AFolderThatCannotBeWrittenIsAFailedJob) {
+    const Outcome outcome = run({"frame", folder(), "--at", "1", "--source", screen(), "--out", "/nowhere/frame.png"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("konnte nicht geschrieben werden"), std::string::npos) << outcome.err;
+}
+
+TEST_F(FrameVerb, WrongUsageIsStatusTwo) {
+    EXPECT_EQ(run({"frame", folder(), "--out", out()}).status, 2);
+    EXPECT_EQ(run({"frame", folder(), "--at", "1"}).status, 2);
+    EXPECT_EQ(run({"frame", folder(), "--at", "1,2", "--out", out()}).status, 2);
+}
+
+class RenderVerb : public testing::Test {
+  protected:
+    RenderVerb() {
+        TestMovieOptions options;
+        options.pictures = 30;
+        options.sounds.emplace_back();
+        makeTestMovie(folder_ / "source.mov", options);
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = options.width;
+        info.pixelHeight = options.height;
+        info.fps = options.frameRate;
+        info.systemAudio = true;
+        info.duration = 1;
+        info.save(folder_.path());
+        PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}}};
+        track.save(folder_.path());
+        ProjectSettings settings;
+        settings.exportHeight = 72;
+        settings.save(folder_.path());
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(RenderVerb, WritesTheStudioMovieAndTellsOfIt) {
+    const Outcome outcome = run({"render", folder_.path().string(), "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Json json(outcome.out);
+    EXPECT_EQ(json.text("/url"), (folder_ / "studio-output.mp4").string());
+    EXPECT_EQ(json.number("/frames"), 30);
+    EXPECT_EQ(json.number("/seconds"), 1);
+    EXPECT_EQ(json.number("/zoomCount"), 0);
+    const Asset movie(folder_ / "studio-output.mp4");
+    ASSERT_EQ(movie.tracks().size(), 2u);
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].height, 72);
+}
+
+TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
+    const std::string before = folder_.read("project.json");
+    const Outcome outcome = run({"render", folder_.path().string(), "--height", "1080", "--format", "mov"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "Fertig: 1.0 s, 0 Zooms – " + (folder_ / "studio-output.mov").string() + "\n");
+    EXPECT_EQ(Asset(folder_ / "studio-output.mov").tracks(TrackKind::video)[0].height, 1080);
+    EXPECT_EQ(folder_.read("project.json"), before);
+}
+
+TEST_F(RenderVerb, TheFilmMayGoElsewhereAndItsNameSaysTheFormat) {
+    const TemporaryFolder elsewhere;
+    const std::string film = (elsewhere / "film.mov").string();
+    const Outcome outcome = run({"render", folder_.path().string(), "--out", film, "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Json(outcome.out).text("/url"), film);
+    EXPECT_EQ(Asset(film).tracks().size(), 2u);
+    EXPECT_EQ(elsewhere.read("film.mov").substr(4, 8), "ftypqt  ");
+    const std::string other = (elsewhere / "film").string();
+    EXPECT_EQ(run({"render", folder_.path().string(), "--out", other}).status, 0);
+    EXPECT_NE(elsewhere.read("film").substr(4, 8), "ftypqt  ") << "as the project says";
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mov"));
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+    EXPECT_EQ(run({"render", folder_.path().string(), "--out", folder_.path().string()}).status, 1);
+}
+
+TEST_F(RenderVerb, HoweverItEndsOnTheWayTheEarlierFilmStays) {
+    folder_.write("studio-output.mp4", "earlier");
+    const auto hiddenFiles = [this] {
+        const std::filesystem::directory_iterator all(folder_.path());
+        return std::count_if(begin(all), end(all), [](const auto& each) {
+            return each.path().filename().string().starts_with(".lumivastor-export-");
+        });
+    };
+    // The largest film, so that there is time.
+    const std::vector<std::string> words = {LUMI_PROGRAM, "render", folder_.path().string(), "--height", "2160"};
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        ProgramRun program(words, {});
+        while (hiddenFiles() == 0 && program.isRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        program.signal(signal);
+        EXPECT_EQ(program.wait(), signal == SIGTERM ? 1 : -SIGKILL);
+        EXPECT_EQ(program.err(), signal == SIGTERM ? "Abgebrochen.\n" : "");
+        EXPECT_EQ(folder_.read("studio-output.mp4"), "earlier");
+        EXPECT_EQ(hiddenFiles(), signal == SIGTERM ? 0 : 1);
+    }
+    ASSERT_EQ(run({"render", folder_.path().string()}).status, 0);
+    EXPECT_EQ(hiddenFiles(), 0) << "the next export removes what the killed one left";
+    EXPECT_EQ(Asset(folder_ / "studio-output.mp4").tracks().size(), 2u);
+}
+
+TEST_F(RenderVerb, FailuresAreTheRenderersSentences) {
+    ProjectSettings settings;
+    settings.cuts = {{0, 1}};
+    settings.save(folder_.path());
+    const Outcome cut = run({"render", folder_.path().string(), "--json"});
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_EQ(Json(cut.out).text("/error"), "Es bleibt nichts übrig - alles ist weggeschnitten.");
+    settings.exportHeight = 1;
+    settings.save(folder_.path());
+    EXPECT_EQ(run({"render", folder_.path().string()}).err, "Die Höhe des Videos ist unzulässig: 1.\n");
+}
+
+TEST_F(RenderVerb, TheCheckVideoIsWrittenToo) {
+    const Outcome outcome = run({"check", folder_.path().string(), "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Json json(outcome.out);
+    EXPECT_EQ(json.text("/url"), (folder_ / "test-output.mov").string());
+    EXPECT_EQ(json.number("/frames"), 30);
+    EXPECT_NEAR(json.number("/seconds"), 29.0 / 30, 0.01);
+    const Asset movie(folder_ / "test-output.mov");
+    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
+    std::filesystem::remove(folder_ / "source.mov");
+    const Outcome missing = run({"check", folder_.path().string()});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err, "");
+}
+
+TEST_F(RenderVerb, WrongUsageIsStatusTwo) {
+    EXPECT_EQ(run({"render"}).status, 2);
+    EXPECT_EQ(run({"render", folder_.path().string(), "--height", "720"}).status, 2);
+    EXPECT_EQ(run({"render", folder_.path().string(), "--format", "avi"}).status, 2);
+}
+
+TEST(Arguments, ADoubleDashEndsTheOptions) {
+    const Arguments arguments(std::vector<std::string>{"--", "--json"}, {});
+    EXPECT_EQ(arguments.positional(), std::vector<std::string>{"--json"});
+}
+
+TEST(Arguments, NumbersAreReadExactly) {
+    EXPECT_EQ(parseNumber("0.1"), 0.1);
+    EXPECT_EQ(parseNumber("-1e3"), -1000);
+    for (const char* wrong : {"", "1,5", "1 ", " 1", "0x10", "inf", "1e999"})
+        EXPECT_EQ(parseNumber(wrong), std::nullopt);
+}
+
+TEST(CommandLine, WithoutAVerbItIsTheApplications) {
+    const auto starts = [](const std::vector<std::string>& words) { return startsApplication(words); };
+    EXPECT_TRUE(starts({}));
+    EXPECT_TRUE(starts({"--open-editor", "folder"}));
+    EXPECT_TRUE(starts({"--open-editor"}));
+    EXPECT_TRUE(starts({"--choose-recording"}));
+    EXPECT_TRUE(starts({"--test-region"}));
+    for (const char* word : {"--help", "--version", "inspect", "unknown", "--unknown", ""})
+        EXPECT_FALSE(starts({word}));
+}
+
+}  // namespace
+}  // namespace lumivastor

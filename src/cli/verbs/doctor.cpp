@@ -1,0 +1,152 @@
+#include "cli/verbs/doctor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+#include <ostream>
+#include <system_error>
+
+#include "base/formatted.h"
+#include "base/private_folder.h"
+#include "base/recorder_error.h"
+#include "base/system_error_text.h"
+#include "capture/capture_plan.h"
+#include "model/json_writer.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Looks at one thing: what `look` returns is the good news, what it throws the bad, with what to do about it behind.
+Check check(const std::string& name, bool isNeeded, const std::string& advice,
+            const std::function<std::string()>& look) {
+    try {
+        return {name, true, look(), isNeeded};
+    } catch (const std::exception& error) {
+        return {name, false, error.what() + std::string(" ") + advice, isNeeded};
+    }
+}
+
+std::string describeDisplays(const std::vector<Display>& displays) {
+    std::string text = displays.size() == 1 ? "Ein Bildschirm: " : formatted("%zu Bildschirme: ", displays.size());
+    for (const Display& display : displays) {
+        const Rect pixels = display.pixelFrame();
+        if (&display != &displays.front()) text += ", ";
+        text +=
+            formatted("%s mit %ld×%ld px", display.name.c_str(), std::lround(pixels.width), std::lround(pixels.height));
+    }
+    return text + ".";
+}
+
+std::string describeSystemAudio(SoundSystem& sound) {
+    const auto source = sound.systemAudio(48000, 2);
+    source->start([](const SoundBuffer&) {}, [](const std::string&) {});
+    source->stop();
+    return "Der Ton des Rechners lässt sich aufnehmen.";
+}
+
+// The size that would be recorded: the first display's.
+EncodingJob jobFor(const std::vector<Display>& displays) {
+    PictureSize size{1920, 1080};
+    if (!displays.empty()) {
+        size = evenPixelSize({displays.front().frame.width, displays.front().frame.height}, displays.front().scale);
+    }
+    return {size.width, size.height, 60, averageBitRate(size.width, size.height, 60)};
+}
+
+std::string describeFolder(const std::filesystem::path& root) {
+    std::error_code error;
+    makePrivateFolder(root, error);
+    std::string probe = (root / ".probe-XXXXXX").string();
+    if (!error && mkdtemp(probe.data()) == nullptr) error = {errno, std::generic_category()};
+    if (error) {
+        throw RecorderError("In „" + root.string() + "“ lässt sich nicht schreiben: " + systemErrorText(error) + ".");
+    }
+    std::filesystem::remove(probe, error);
+    return "Aufnahmen liegen in „" + root.string() + "“.";
+}
+
+std::string describeSpace(const std::optional<FreeSpace>& space, const EncodingJob& job) {
+    if (!space) return "Der freie Platz ist nicht bekannt.";
+    const SpaceNeed need{static_cast<double>(job.averageBitRate) / 8, 0};
+    const double gigabytes = static_cast<double>(space->available) / 1e9;
+    if (mustStop(*space, need)) throw RecorderError(formatted("Nur %.2f GB sind frei.", gigabytes));
+    const std::uint64_t usable = space->available - requiredSpace(need, space->capacity);
+    return formatted("%.1f GB sind frei, genug für mindestens %.0f Minuten.", gigabytes,
+                     static_cast<double>(usable) / need.bytesPerSecond / 60);
+}
+
+}  // namespace
+
+std::vector<Check> examine(const Examined& machine) {
+    std::vector<Check> checks;
+    std::vector<Display> displays;
+    std::optional<ShareableContent> content;
+    checks.push_back(check("display", true,
+                           "LumiVastor braucht einen X11-Bildschirm; die Umgebungsvariable DISPLAY nennt ihn.", [&] {
+                               content = machine.desktop().shareableContent();
+                               return std::string("Der Bildschirmdienst antwortet.");
+                           }));
+    if (content && content->displayRefusal) checks.back() = {"display", false, *content->displayRefusal, true};
+    checks.push_back(check("screens", true, "Ohne Bildschirm gibt es nichts aufzunehmen.", [&] {
+        if (content) displays = content->displays;
+        if (displays.empty()) throw RecorderError("Kein Bildschirm gefunden.");
+        return describeDisplays(displays);
+    }));
+    checks.push_back(check("sound", false, "Ohne Tondienst (PipeWire oder PulseAudio) bleibt die Aufnahme stumm.",
+                           [&] { return describeSystemAudio(machine.sound()); }));
+    checks.push_back(check("microphone", false, "Schließ eines an, um mitzusprechen.", [&] {
+        const auto microphone = machine.sound().defaultMicrophone();
+        if (!microphone) throw RecorderError("Kein Mikrofon gefunden.");
+        return "Mikrofon: " + microphone->name + ".";
+    }));
+    checks.push_back(check("camera", false, "Ohne Kamera entfällt nur das Kamerabild.", [&] {
+        const auto camera = machine.devices().defaultCamera();
+        if (!camera) throw RecorderError("Es wurde keine Kamera gefunden.");
+        return "Kamera: " + camera->name + ".";
+    }));
+    const EncodingJob job = jobFor(displays);
+    checks.push_back(check("encoder", true, "Installiere FFmpeg mit libx264.", [&] {
+        const EncoderChoice choice = machine.chooseEncoder(job);
+        return formatted("%d×%d mit %s: ", job.width, job.height, choice.candidate.encoder.c_str()) + choice.reason;
+    }));
+    checks.push_back(check("folder", true, "Gib dir Schreibrechte auf diesen Ordner.",
+                           [&] { return describeFolder(machine.recordingsRoot); }));
+    checks.push_back(check("space", true, "Räume den Datenträger auf.",
+                           [&] { return describeSpace(machine.freeSpace(machine.recordingsRoot), job); }));
+    return checks;
+}
+
+bool canRecordScreens(const std::vector<Check>& checks) {
+    return std::all_of(checks.begin(), checks.end(), [](const Check& each) { return each.ok || !each.isNeeded; });
+}
+
+void writeChecks(const std::vector<Check>& checks, std::ostream& out) {
+    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    writer.beginObject();
+    writer.key("checks");
+    writer.beginArray();
+    for (const Check& each : checks) {
+        writer.beginObject();
+        writer.key("name");
+        writer.text(each.name);
+        writer.key("ok");
+        writer.boolean(each.ok);
+        writer.key("detail");
+        writer.text(each.detail);
+        writer.endObject();
+    }
+    writer.endArray();
+    writer.endObject();
+    writer.finish();
+    out << "\n";
+}
+
+void printChecks(const std::vector<Check>& checks, std::ostream& out) {
+    for (const Check& each : checks) {
+        out << (each.ok ? "  ✓ " : each.isNeeded ? "  ✗ " : "  – ") << each.detail << "\n";
+    }
+}
+
+}  // namespace lumivastor

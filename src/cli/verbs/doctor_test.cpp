@@ -1,0 +1,130 @@
+#include "cli/verbs/doctor.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "base/recorder_error.h"
+#include "support/recorder_rig.h"
+
+namespace lumivastor {
+namespace {
+
+class Doctor : public RecorderRig {
+  protected:
+    Doctor() {
+        machine_ = {[this]() -> Desktop& { return desktop_; },
+                    [this]() -> SoundSystem& { return sound_; },
+                    [this]() -> CaptureDevices& { return devices_; },
+                    [](const EncodingJob&) {
+                        return EncoderChoice{{VideoCodec::h264, "libx264", "ultrafast"}, "reicht."};
+                    },
+                    [this](const std::filesystem::path&) { return freeSpace_; },
+                    temporary_ / "Movies"};
+        devices_.setDefaultCamera(std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0}));
+    }
+
+    Check find(const std::string& name) {
+        for (const Check& each : examine(machine_)) {
+            if (each.name == name) return each;
+        }
+        ADD_FAILURE() << name;
+        return {};
+    }
+    bool canRecord() { return canRecordScreens(examine(machine_)); }
+
+    Examined machine_;
+};
+
+TEST_F(Doctor, AHealthyMachineHasEverything) {
+    std::vector<std::string> names;
+    for (const Check& each : examine(machine_)) {
+        names.push_back(each.name);
+        EXPECT_TRUE(each.ok) << each.name << ": " << each.detail;
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"display", "screens", "sound", "microphone", "camera", "encoder",
+                                               "folder", "space"}));
+    EXPECT_EQ(find("screens").detail, "2 Bildschirme: links mit 320×240 px, rechts mit 1280×720 px.");
+    EXPECT_EQ(find("encoder").detail, "320×240 mit libx264: reicht.");
+    EXPECT_TRUE(canRecord());
+    EXPECT_TRUE(std::filesystem::is_empty(temporary_ / "Movies")) << "nothing is left behind";
+}
+
+TEST_F(Doctor, WithoutADisplayServerNoScreenIsRecorded) {
+    machine_.desktop = []() -> Desktop& { throw RecorderError("Kein Server."); };
+    EXPECT_FALSE(find("display").ok);
+    EXPECT_TRUE(find("display").detail.starts_with("Kein Server. "));
+    EXPECT_FALSE(find("screens").ok);
+    EXPECT_FALSE(canRecord());
+}
+
+TEST_F(Doctor, WhereOnlyWindowsCanBeRecordedTheDisplayIsMissing) {
+    ShareableContent some = content();
+    some.displayRefusal = "Nur Fenster. Tu etwas.";
+    desktop_.setContent(some);
+    EXPECT_FALSE(find("display").ok);
+    EXPECT_EQ(find("display").detail, "Nur Fenster. Tu etwas.");
+    EXPECT_FALSE(canRecord());
+}
+
+TEST_F(Doctor, WithoutSoundOrCameraScreensAreRecordedAllTheSame) {
+    sound_.setDefaultMicrophone(std::nullopt);
+    sound_.failStarts(SyntheticSoundSystem::Kind::systemAudio, "Kein Tondienst.");
+    devices_.setDefaultCamera(nullptr);
+    EXPECT_FALSE(find("sound").ok);
+    EXPECT_TRUE(find("sound").detail.starts_with("Kein Tondienst. "));
+    EXPECT_FALSE(find("microphone").ok);
+    EXPECT_FALSE(find("camera").ok);
+    EXPECT_TRUE(canRecord());
+}
+
+TEST_F(Doctor, AFullOrForbiddenDiskIsFound) {
+    freeSpace_ = FreeSpace{1'000'000, 1'000'000'000};
+    EXPECT_FALSE(find("space").ok);
+    EXPECT_FALSE(canRecord());
+    freeSpace_ = FreeSpace{100'000'000'000, 1'000'000'000'000};
+    EXPECT_TRUE(find("space").ok);
+    temporary_.write("datei", "x");
+    machine_.recordingsRoot = temporary_ / "datei" / "Movies";
+    EXPECT_FALSE(find("folder").ok);
+    EXPECT_FALSE(canRecord());
+}
+
+TEST_F(Doctor, AnEncoderThatFailsIsFound) {
+    machine_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw RecorderError("Keiner."); };
+    EXPECT_FALSE(find("encoder").ok);
+    EXPECT_FALSE(canRecord());
+}
+
+TEST(DoctorReport, IsADocumentOrMarks) {
+    const std::vector<Check> checks = {
+        {"display", true, "Gut.", true}, {"camera", false, "Keine.", false}, {"space", false, "Voll.", true}};
+    std::ostringstream json;
+    writeChecks(checks, json);
+    EXPECT_EQ(json.str(), R"({
+  "checks" : [
+    {
+      "name" : "display",
+      "ok" : true,
+      "detail" : "Gut."
+    },
+    {
+      "name" : "camera",
+      "ok" : false,
+      "detail" : "Keine."
+    },
+    {
+      "name" : "space",
+      "ok" : false,
+      "detail" : "Voll."
+    }
+  ]
+}
+)");
+    std::ostringstream text;
+    printChecks(checks, text);
+    EXPECT_EQ(text.str(), "  ✓ Gut.\n  – Keine.\n  ✗ Voll.\n");
+}
+
+}  // namespace
+}  // namespace lumivastor

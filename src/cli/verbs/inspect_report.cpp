@@ -1,0 +1,185 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "base/formatted.h"
+#include "base/saturated.h"
+#include "cli/verbs/inspect.h"
+
+namespace lumivastor {
+
+namespace {
+
+// Longer tables help nobody on a terminal; programs read the JSON.
+constexpr std::size_t kMostRows = 30;
+constexpr int kPlotColumns = 72;
+constexpr int kPlotRows = 6;
+
+std::string clockTime(double seconds) {
+    const char* const sign = seconds < 0 ? "-" : "";
+    const double rest = std::abs(seconds);
+    const auto minutes = saturated<int>(rest / 60);
+    if (minutes < 60) return formatted("%s%d:%06.3f", sign, minutes, rest - minutes * 60.0);
+    return formatted("%s%d:%02d:%06.3f", sign, minutes / 60, minutes % 60, rest - minutes * 60.0);
+}
+
+std::string counted(std::size_t count, const char* one, const char* many) {
+    return formatted("%zu %s", count, count == 1 ? one : many);
+}
+
+std::string sourceName(const CaptureInfo& info) {
+    const std::string kind = info.sourceKind.value_or("");
+    if (kind == "display") return "Bildschirm";
+    if (kind == "region") return "Bereich";
+    if (kind == "window") return info.windowTitle ? "Fenster „" + *info.windowTitle + "“" : "Fenster";
+    return kind.empty() ? "unbekannt" : kind;
+}
+
+void printOverview(const Composition& composition, const EditState& state, std::ostream& out) {
+    const CaptureInfo& info = composition.info();
+    const PointerTrack& track = composition.track();
+    std::string sound = info.systemAudio && info.microphone ? "Systemton und Mikrofon"
+                        : info.systemAudio                  ? "Systemton"
+                        : info.microphone                   ? "Mikrofon"
+                                                            : "ohne";
+    out << "Aufnahme     " << composition.folder().string() << "\n"
+        << "Quelle       " << sourceName(info)
+        << formatted(", %lld×%lld Pixel, %lld Bilder je Sekunde\n", static_cast<long long>(info.pixelWidth),
+                     static_cast<long long>(info.pixelHeight), static_cast<long long>(info.fps))
+        << "Länge        " << clockTime(info.duration) << " aufgenommen, " << clockTime(state.outputDuration)
+        << " im Video\n"
+        << "Ton          " << sound << "\n"
+        << "Webcam       "
+        << (composition.recording().hasWebcam()
+                ? formatted("ja, beginnt bei %.3f s", composition.recording().webcamOffset())
+            : info.webcamFile ? std::string("im Dokument genannt, aber nicht im Ordner")
+                              : std::string("keine"))
+        << "\n"
+        << "Maus         " << counted(track.events.size(), "Ereignis", "Ereignisse") << ", "
+        << counted(state.clicks.size(), "Klick", "Klicks") << " im Bild, "
+        << counted(track.cursorImages.size(), "Cursorform", "Cursorformen") << "\n";
+}
+
+void printLayout(const StudioLayout& layout, std::ostream& out) {
+    const auto rect = [](const Rect& r) { return formatted("%.1f, %.1f  %.1f×%.1f", r.x, r.y, r.width, r.height); };
+    out << "\nAufbau auf " << layout.canvas.width << "×" << layout.canvas.height << " Pixeln\n"
+        << "  Ausschnitt der Quelle  " << rect(layout.cropRect) << "\n"
+        << "  Lage auf dem Bild      " << rect(layout.screenRect)
+        << formatted("  (Maßstab %.4f)\n", layout.contentScale);
+    if (!layout.bubbleRect.isEmpty()) out << "  Webcam-Blase           " << rect(layout.bubbleRect) << "\n";
+    for (const Rect& mask : layout.maskRects) out << "  Verpixelt              " << rect(mask) << "\n";
+}
+
+void printSegments(const EditState& state, std::ostream& out) {
+    out << "\nBehaltene Abschnitte\n";
+    if (state.keptSegments.empty()) {
+        out << "  keine – alles ist weggeschnitten\n";
+        return;
+    }
+    out << "   Nr.        von            bis          Länge\n";
+    for (std::size_t i = 0; i < std::min(state.keptSegments.size(), kMostRows); ++i) {
+        const KeptSegment& each = state.keptSegments[i];
+        out << formatted("  %4zu  %13s  %13s  %10.3f s\n", i + 1, clockTime(each.start).c_str(),
+                         clockTime(each.end).c_str(), each.end - each.start);
+    }
+    if (state.keptSegments.size() > kMostRows) {
+        out << formatted("  … und %zu weitere\n", state.keptSegments.size() - kMostRows);
+    }
+}
+
+void printZooms(const EditState& state, std::ostream& out) {
+    out << "\nZooms (" << (state.settings.zooms ? "von Hand bearbeitet" : "Automatik") << ")\n";
+    if (state.zoomSpecs.empty()) {
+        out << "  keine\n";
+        return;
+    }
+    out << "   Nr.        von            bis     Vergrößerung  Zielpunkte\n";
+    for (std::size_t i = 0; i < std::min(state.zoomSpecs.size(), kMostRows); ++i) {
+        const ZoomSpec& each = state.zoomSpecs[i];
+        out << formatted("  %4zu  %13s  %13s  %8.2f  %10zu\n", i + 1, clockTime(each.start).c_str(),
+                         clockTime(each.end).c_str(), each.scale, each.focus.size());
+    }
+    if (state.zoomSpecs.size() > kMostRows) {
+        out << formatted("  … und %zu weitere\n", state.zoomSpecs.size() - kMostRows);
+    }
+}
+
+// One column of the plot: the largest scale within its stretch of time.
+double largestScale(const ZoomEngine& zooms, double from, double to) {
+    double largest = std::max(zooms.camera(from).scale, zooms.camera(to).scale);
+    const auto& keys = zooms.scaleKeys();
+    auto key = std::lower_bound(keys.begin(), keys.end(), from,
+                                [](const ZoomEngine::Key& each, double t) { return each.t < t; });
+    for (; key != keys.end() && key->t <= to; ++key) largest = std::max(largest, key->x);
+    return largest;
+}
+
+bool isKept(const std::vector<KeptSegment>& segments, double t) {
+    return std::any_of(segments.begin(), segments.end(),
+                       [t](const KeptSegment& each) { return t >= each.start && t < each.end; });
+}
+
+void printCurve(const EditState& state, double duration, std::ostream& out) {
+    if (!(duration > 0)) return;
+    static constexpr std::array<const char*, 9> kBlocks = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+    std::vector<double> scales;
+    for (int column = 0; column < kPlotColumns; ++column) {
+        scales.push_back(
+            largestScale(*state.zoomEngine, duration * column / kPlotColumns, duration * (column + 1) / kPlotColumns));
+    }
+    const double top = std::max(2.0, std::ceil(*std::max_element(scales.begin(), scales.end()) * 10) / 10);
+    out << "\nZoomverlauf über die Zeit der Aufnahme\n";
+    for (int row = kPlotRows - 1; row >= 0; --row) {
+        const double low = 1 + (top - 1) * row / kPlotRows;
+        const double high = 1 + (top - 1) * (row + 1) / kPlotRows;
+        out << (row == kPlotRows - 1 ? formatted("  %4.1f ┤", top) : "       │");
+        for (const double scale : scales) {
+            const double filled = std::clamp((scale - low) / (high - low), 0.0, 1.0);
+            out << kBlocks[static_cast<std::size_t>(std::lround(filled * 8))];
+        }
+        out << "\n";
+    }
+    out << "   1.0 ┼";
+    for (int column = 0; column < kPlotColumns; ++column) {
+        out << (isKept(state.keptSegments, duration * (column + 0.5) / kPlotColumns) ? "─" : "╳");
+    }
+    const std::string end = clockTime(duration);
+    out << "\n       0" << std::string(static_cast<std::size_t>(kPlotColumns) - end.size(), ' ') << end
+        << "\n       ╳ herausgeschnitten\n";
+}
+
+void printTimes(const Composition& composition, const EditState& state, const InspectOptions& options,
+                std::ostream& out) {
+    if (!options.sampleTimes.empty()) out << "\nStichproben (Zeit der Aufnahme)\n";
+    for (const double t : options.sampleTimes) {
+        const ZoomEngine::Camera camera = state.zoomEngine->camera(t);
+        out << formatted("  %13s  Vergrößerung %.3f  Ziel %.1f, %.1f", clockTime(t).c_str(), camera.scale,
+                         camera.focusX, camera.focusY);
+        if (const auto cursor = state.cursorEngine->position(t)) {
+            out << formatted("  Maus %.1f, %.1f", cursor->x, cursor->y);
+        }
+        if (const std::string* shape = cursorShapeAt(composition.track().cursorChanges, t)) out << "  Form " << *shape;
+        out << "\n";
+    }
+    if (!options.outputTimes.empty()) out << "\nZeit im Video → Zeit der Aufnahme\n";
+    for (const double t : options.outputTimes) {
+        out << formatted("  %13s → %s\n", clockTime(t).c_str(), clockTime(sourceTime(state.keptSegments, t)).c_str());
+    }
+}
+
+}  // namespace
+
+void printInspection(const Composition& composition, const InspectOptions& options, std::ostream& out) {
+    const auto state = composition.state();
+    printOverview(composition, *state, out);
+    printLayout(state->layout, out);
+    printSegments(*state, out);
+    printZooms(*state, out);
+    printCurve(*state, composition.info().duration, out);
+    printTimes(composition, *state, options, out);
+}
+
+}  // namespace lumivastor

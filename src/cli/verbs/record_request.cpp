@@ -1,0 +1,120 @@
+#include "cli/verbs/record_request.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <system_error>
+
+#include "base/formatted.h"
+#include "base/recorder_error.h"
+#include "capture/journal/journal_records.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr std::array kOptions = {
+    OptionSpec{"--display", "NUMMER", "Bildschirm aus der Liste von „sources“ (sonst 0)"},
+    OptionSpec{"--window", "KENNUNG", "statt eines Bildschirms dieses Fenster"},
+    OptionSpec{"--region", "X,Y,B,H", "nur dieser Ausschnitt des Bildschirms, in Punkten"},
+    OptionSpec{"--device", "KENNUNG", "statt eines Bildschirms dieses Gerät"},
+    OptionSpec{"--out", "ORDNER", "wohin aufgenommen wird (sonst ein neuer Ordner in Movies/LumiVastor)"},
+    OptionSpec{"--seconds", "S", "so lange (sonst bis Strg-C)"},
+    OptionSpec{"--fps", "60|30", "Bilder in der Sekunde (sonst 60)"},
+    OptionSpec{"--system-audio", "", "mit dem Ton des Rechners"},
+    OptionSpec{"--microphone", "", "mit dem Mikrofon"},
+    OptionSpec{"--webcam", "", "mit der Kamera"},
+    OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
+};
+
+std::optional<std::uint32_t> wholeNumber(const Arguments& arguments, std::string_view option) {
+    const auto text = arguments.value(option);
+    if (!text) return std::nullopt;
+    std::uint32_t number = 0;
+    const char* const end = text->data() + text->size();
+    const auto result = std::from_chars(text->data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end) {
+        throw UsageError(std::string(option) + " erwartet eine ganze Zahl, nicht „" + *text + "“.");
+    }
+    return number;
+}
+
+int fpsFrom(const Arguments& arguments) {
+    const std::string text = arguments.value("--fps").value_or("60");
+    if (text == "60") return 60;
+    if (text == "30") return 30;
+    throw UsageError("--fps ist 60 oder 30.");
+}
+
+std::optional<Rect> regionFrom(const Arguments& arguments) {
+    if (!arguments.has("--region")) return std::nullopt;
+    const std::vector<double> numbers = arguments.numbers("--region");
+    if (numbers.size() != 4 || !(numbers[2] > 0) || !(numbers[3] > 0)) {
+        throw UsageError("--region erwartet vier Zahlen: X,Y,BREITE,HÖHE.");
+    }
+    return Rect{numbers[0], numbers[1], numbers[2], numbers[3]};
+}
+
+void requireOneSource(const Arguments& arguments) {
+    const bool hasDisplay = arguments.has("--display") || arguments.has("--region");
+    const int sources =
+        (hasDisplay ? 1 : 0) + (arguments.has("--window") ? 1 : 0) + (arguments.has("--device") ? 1 : 0);
+    if (sources > 1) throw UsageError("Aufgenommen wird entweder ein Bildschirm, ein Fenster oder ein Gerät.");
+}
+
+}  // namespace
+
+constinit const std::span<const OptionSpec> kRecordOptions = kOptions;
+
+RecordRequest parseRecordRequest(const Arguments& arguments) {
+    if (!arguments.positional().empty()) throw UsageError("Zu viele Angaben: " + arguments.positional().front());
+    requireOneSource(arguments);
+    RecordRequest request;
+    request.displayIndex = wholeNumber(arguments, "--display").value_or(0);
+    request.windowID = wholeNumber(arguments, "--window");
+    request.region = regionFrom(arguments);
+    request.deviceID = arguments.value("--device");
+    if (const auto out = arguments.value("--out")) request.out = *out;
+    if (const auto seconds = arguments.value("--seconds")) {
+        request.seconds = parseNumber(*seconds);
+        if (!request.seconds || !(*request.seconds > 0)) throw UsageError("--seconds erwartet eine Zahl über 0.");
+    }
+    request.fps = fpsFrom(arguments);
+    request.systemAudio = arguments.has("--system-audio");
+    request.microphone = arguments.has("--microphone");
+    request.webcam = arguments.has("--webcam");
+    return request;
+}
+
+CaptureSource sourceFor(const RecordRequest& request, const ShareableContent& content) {
+    if (request.windowID) {
+        if (const Window* window = content.window(*request.windowID)) return WindowSource{*window};
+        throw RecorderError(formatted("Es gibt kein Fenster mit der Kennung %u.", *request.windowID));
+    }
+    // Before the index is looked at: there may be no display to choose from for the same reason.
+    if (content.displayRefusal) throw RecorderError(*content.displayRefusal);
+    if (request.displayIndex >= content.displays.size()) {
+        throw RecorderError(formatted("Es gibt keinen Bildschirm mit der Nummer %zu.", request.displayIndex));
+    }
+    const Display& display = content.displays[request.displayIndex];
+    if (request.region) return RegionSource{display, *request.region};
+    return DisplaySource{display};
+}
+
+CaptureDevice deviceFor(const std::string& id, const std::vector<CaptureDevice>& devices) {
+    const auto found =
+        std::find_if(devices.begin(), devices.end(), [&id](const CaptureDevice& each) { return each.id == id; });
+    if (found == devices.end()) throw RecorderError("Es gibt kein Gerät mit der Kennung „" + id + "“.");
+    return *found;
+}
+
+void requireNoRecording(const std::filesystem::path& folder) {
+    for (const char* name : {"source.mov", "capture.json", kJournalName}) {
+        std::error_code ignored;
+        if (std::filesystem::exists(folder / name, ignored)) {
+            throw RecorderError("In „" + folder.string() + "“ liegt schon eine Aufnahme.");
+        }
+    }
+}
+
+}  // namespace lumivastor

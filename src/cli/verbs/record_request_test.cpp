@@ -1,0 +1,112 @@
+#include "cli/verbs/record_request.h"
+
+#include <gtest/gtest.h>
+
+#include "base/recorder_error.h"
+#include "support/temporary_folder.h"
+
+namespace lumivastor {
+namespace {
+
+RecordRequest parsed(const std::vector<std::string>& words) {
+    return parseRecordRequest(Arguments(words, kRecordOptions));
+}
+
+ShareableContent twoDisplays() {
+    ShareableContent content;
+    content.displays = {{7, "links", {0, 0, 1280, 720}, 1}, {9, "rechts", {1280, 0, 1280, 720}, 1}};
+    content.windows = {{42, "Bericht", std::nullopt, 0, {10, 10, 300, 200}, 7}};
+    return content;
+}
+
+TEST(RecordRequests, HaveDefaults) {
+    const RecordRequest request = parsed({});
+    EXPECT_EQ(request.displayIndex, 0u);
+    EXPECT_FALSE(request.windowID || request.region || request.deviceID || request.out || request.seconds);
+    EXPECT_EQ(request.fps, 60);
+    EXPECT_FALSE(request.systemAudio || request.microphone || request.webcam);
+}
+
+TEST(RecordRequests, TakeEveryOption) {
+    const RecordRequest request =
+        parsed({"--display", "1", "--region=-10,20.5,300,200", "--out", "hier", "--seconds", "2.5", "--fps", "30",
+                "--system-audio", "--microphone", "--webcam", "--json"});
+    EXPECT_EQ(request.displayIndex, 1u);
+    EXPECT_EQ(request.region, (Rect{-10, 20.5, 300, 200}));
+    EXPECT_EQ(request.out, std::filesystem::path("hier"));
+    EXPECT_EQ(request.seconds, 2.5);
+    EXPECT_EQ(request.fps, 30);
+    EXPECT_TRUE(request.systemAudio && request.microphone && request.webcam);
+    EXPECT_EQ(parsed({"--window", "4294967295"}).windowID, 4294967295u);
+    EXPECT_EQ(parsed({"--device", "v4l2:/dev/video0"}).deviceID, "v4l2:/dev/video0");
+}
+
+TEST(RecordRequests, WrongOnesAreRefused) {
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"ordner"},
+                                               {"--fps", "25"},
+                                               {"--seconds", "0"},
+                                               {"--seconds", "viele"},
+                                               {"--display", "-1"},
+                                               {"--display", "eins"},
+                                               {"--window", "1.5"},
+                                               {"--window", "4294967296"},
+                                               {"--region", "1,2,3"},
+                                               {"--region", "1,2,0,4"},
+                                               {"--region", "1,2,3,-4"},
+                                               {"--region", "a,b,c,d"},
+                                               {"--window", "1", "--display", "0"},
+                                               {"--window", "1", "--device", "x"},
+                                               {"--device", "x", "--region", "1,2,3,4"},
+                                               {"--unbekannt"}}) {
+        EXPECT_THROW(parsed(words), UsageError) << words.front();
+    }
+}
+
+TEST(RecordSources, AreFoundInWhatIsThere) {
+    const ShareableContent content = twoDisplays();
+    EXPECT_EQ(std::get<DisplaySource>(sourceFor(parsed({"--display", "1"}), content)).display.id, 9u);
+    const auto region = std::get<RegionSource>(sourceFor(parsed({"--region", "1,2,3,4"}), content));
+    EXPECT_EQ(region.display.id, 7u);
+    EXPECT_EQ(region.region, (Rect{1, 2, 3, 4}));
+    EXPECT_EQ(std::get<WindowSource>(sourceFor(parsed({"--window", "42"}), content)).window.title, "Bericht");
+    EXPECT_THROW(sourceFor(parsed({"--display", "2"}), content), RecorderError);
+    EXPECT_THROW(sourceFor(parsed({"--window", "43"}), content), RecorderError);
+    EXPECT_THROW(sourceFor(parsed({}), {}), RecorderError);
+}
+
+TEST(RecordSources, DisplaysThatCannotBeRecordedAreRefusedWithTheReason) {
+    ShareableContent content = twoDisplays();
+    content.displayRefusal = "Nur Fenster.";
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {}, {"--display", "1"}, {"--display", "9"}, {"--region", "1,2,300,400"}}) {
+        try {
+            sourceFor(parsed(words), content);
+            ADD_FAILURE() << "no error";
+        } catch (const RecorderError& error) {
+            EXPECT_EQ(error.message(), "Nur Fenster.");
+        }
+    }
+    EXPECT_TRUE(std::holds_alternative<WindowSource>(sourceFor(parsed({"--window", "42"}), content)));
+}
+
+TEST(RecordSources, DevicesAreFoundByTheirId) {
+    const std::vector<CaptureDevice> devices = {{"a", "Karte", true, 0}, {"b", "Telefon", true, 0}};
+    EXPECT_EQ(deviceFor("b", devices).name, "Telefon");
+    EXPECT_THROW(deviceFor("c", devices), RecorderError);
+}
+
+TEST(RecordFolders, ThatHoldARecordingAreNotRecordedInto) {
+    const TemporaryFolder folder;
+    folder.write("notizen.txt", "x");
+    requireNoRecording(folder.path());
+    requireNoRecording(folder / "neu");
+    for (const char* name : {"source.mov", "capture.json", "journal"}) {
+        folder.write(name, "x");
+        EXPECT_THROW(requireNoRecording(folder.path()), RecorderError) << name;
+        std::filesystem::remove(folder / name);
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include "capture/recording/device_recorder.h"
+#include "capture/recording/recorder.h"
+
+namespace lumivastor {
+
+/// What a document says besides a recording's figures and folder. What is not set is left out.
+struct RecordingRemarks {
+    /// Of a recovery: whether there was anything to do.
+    std::optional<bool> recovered = std::nullopt;
+    /// Of a recording that ended by itself: the German sentence that says why.
+    std::optional<std::string> endedEarly = std::nullopt;
+};
+
+/// The document that tells of a recording: its figures, its absolute folder, and remarks.
+void writeRecordingResult(std::ostream& out, const Recorder::Stats& stats, const std::filesystem::path& folder,
+                          const RecordingRemarks& remarks = {});
+void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats, const std::filesystem::path& folder,
+                          const RecordingRemarks& remarks = {});
+
+/// The same for people.
+std::string describeRecording(const Recorder::Stats& stats, const std::filesystem::path& folder);
+std::string describeRecording(const DeviceRecorder::Stats& stats, const std::filesystem::path& folder);
+
+/// What a recording that runs is doing, on one line.
+std::string runningLine(const Recorder::Stats& stats);
+std::string runningLine(const DeviceRecorder::Stats& stats);
+
+}  // namespace lumivastor

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "media/reading/asset.h"
+#include "model/capture_info.h"
+#include "model/pointer_track.h"
+#include "model/project_settings.h"
+#include "support/program_run.h"
+#include "support/temporary_folder.h"
+#include "support/test_movie.h"
+
+// The whole program with little memory, libraries included: limits of its address space, as `ulimit -v` sets them. The
+// sanitizers need terabytes of it; their builds have tests/shortage_test.cpp alone, which fails our own allocations.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+namespace lumivastor {
+namespace {
+
+namespace fs = std::filesystem;
+
+Outcome runWithin(int megabytes, const std::vector<std::string>& words) {
+    std::vector<std::string> all = {"/bin/sh", "-c", "ulimit -v \"$0\" && exec \"$@\"",
+                                    std::to_string(megabytes * 1024), LUMI_PROGRAM};
+    all.insert(all.end(), words.begin(), words.end());
+    return runProgram(all);
+}
+
+// What the program and its libraries take before it does anything, in megabytes.
+int leastForAnything() {
+    int tooLittle = 32;
+    int enough = 1024;
+    while (enough - tooLittle > 2) {
+        const int middle = (enough + tooLittle) / 2;
+        (runWithin(middle, {"--version"}).status == 0 ? enough : tooLittle) = middle;
+    }
+    return enough;
+}
+
+class ShortMemory : public testing::Test {
+  protected:
+    ShortMemory() {
+        TestMovieOptions options;
+        options.pictures = kPictures;
+        options.sounds.emplace_back();
+        makeTestMovie(folder_ / "source.mov", options);
+        CaptureInfo info;
+        info.createdAt = "2024-05-01T09:30:12Z";
+        info.pixelWidth = options.width;
+        info.pixelHeight = options.height;
+        info.fps = options.frameRate;
+        info.systemAudio = true;
+        info.duration = kPictures / 30.0;
+        info.save(folder_.path());
+        PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}}};
+        track.save(folder_.path());
+        ProjectSettings settings;
+        settings.exportHeight = 360;
+        settings.save(folder_.path());
+    }
+
+    // How many of these limits gave a film.
+    int filmsWithin(const std::vector<int>& limits, const std::string& verb, const std::string& film) {
+        int films = 0;
+        for (const int limit : limits) {
+            SCOPED_TRACE(testing::Message() << verb << " within " << limit << " MB");
+            folder_.write(film, "earlier");
+            const auto before = files();
+            const Outcome outcome = runWithin(limit, {verb, folder_.path().string()});
+            EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << outcome.status << ": " << outcome.err;
+            EXPECT_EQ(files(), before);
+            if (outcome.status == 0) {
+                ++films;
+                const Asset movie(folder_ / film);
+                EXPECT_EQ(movie.tracks().size(), 2u);
+                EXPECT_EQ(movie.tracks(TrackKind::video).at(0).sampleCount, kPictures);
+            } else {
+                EXPECT_EQ(folder_.read(film), "earlier");
+                EXPECT_TRUE(outcome.err.ends_with(".\n")) << outcome.err;
+            }
+        }
+        return films;
+    }
+
+    static constexpr int kPictures = 15;
+
+  private:
+    std::size_t files() const {
+        const fs::directory_iterator all(folder_.path());
+        return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(ShortMemory, ExportsEndWithAFilmOrASentence) {
+    const int least = leastForAnything();
+    std::vector<int> limits;
+    for (const int more : {2, 25, 60, 110, 250}) limits.push_back(least + more);
+    limits.push_back(least + 4000);
+    for (const auto& [verb, film] : {std::pair("render", "studio-output.mp4"), std::pair("check", "test-output.mov")}) {
+        const int films = filmsWithin(limits, verb, film);
+        EXPECT_GE(films, 1) << "the last limit is none";
+        EXPECT_LT(films, static_cast<int>(limits.size())) << "the first one is too small for anything";
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor
+
+#endif

@@ -1,0 +1,142 @@
+#include <array>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/formatted.h"
+#include "base/main_loop.h"
+#include "capture/recording/device_recorder.h"
+#include "capture/source_listing.h"
+#include "cli/machine.h"
+#include "cli/verb.h"
+#include "cli/verbs/sources.h"
+#include "model/json_writer.h"
+
+namespace lumivastor {
+
+namespace {
+
+void writeFrame(JsonWriter& writer, const Rect& frame) {
+    writer.key("x");
+    writer.number(frame.x);
+    writer.key("y");
+    writer.number(frame.y);
+    writer.key("width");
+    writer.number(frame.width);
+    writer.key("height");
+    writer.number(frame.height);
+}
+
+void writeDisplays(JsonWriter& writer, const std::vector<Display>& displays) {
+    writer.beginArray();
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        const Display& display = displays[i];
+        writer.beginObject();
+        writer.key("index");
+        writer.integer(static_cast<std::int64_t>(i));
+        writer.key("id");
+        writer.integer(display.id);
+        writer.key("name");
+        writer.text(display.name);
+        writeFrame(writer, display.frame);
+        writer.key("scale");
+        writer.number(display.scale);
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+void writeWindows(JsonWriter& writer, const std::vector<Window>& windows) {
+    writer.beginArray();
+    for (const Window& window : windows) {
+        writer.beginObject();
+        writer.key("id");
+        writer.integer(window.id);
+        writer.key("application");
+        writer.text(window.application ? window.application->name.value_or("") : "");
+        writer.key("title");
+        writer.text(window.title.value_or(""));
+        writeFrame(writer, window.frame);
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+void writeDevices(JsonWriter& writer, const std::vector<CaptureDevice>& devices) {
+    writer.beginArray();
+    for (const CaptureDevice& device : devices) {
+        writer.beginObject();
+        writer.key("id");
+        writer.text(device.id);
+        writer.key("name");
+        writer.text(device.name);
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
+}  // namespace
+
+Sources recordableSources(const ShareableContent& content, std::vector<CaptureDevice> devices) {
+    return {content.displayRefusal ? std::vector<Display>() : content.displays,
+            recordableWindows(content.windows, ownIdentifier(content)), std::move(devices), content.displayRefusal};
+}
+
+void writeSources(const Sources& sources, std::ostream& out) {
+    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    writer.beginObject();
+    writer.key("displays");
+    writeDisplays(writer, sources.displays);
+    writer.key("windows");
+    writeWindows(writer, sources.windows);
+    writer.key("devices");
+    writeDevices(writer, sources.devices);
+    writer.endObject();
+    writer.finish();
+    out << "\n";
+}
+
+void printSources(const Sources& sources, std::ostream& out) {
+    out << "Bildschirme\n";
+    for (std::size_t i = 0; i < sources.displays.size(); ++i) {
+        out << formatted("  --display %zu  ", i) << displayTitle(sources.displays[i], i) << " ("
+            << sources.displays[i].name << ")\n";
+    }
+    if (sources.displays.empty()) out << "  " << sources.displayRefusal.value_or("keine") << "\n";
+    out << "\nFenster\n";
+    for (const Window& window : sources.windows) {
+        out << formatted("  --window %u  ", window.id) << windowTitle(window) << "\n";
+    }
+    if (sources.windows.empty()) out << "  keine\n";
+    out << "\nGeräte\n";
+    for (const CaptureDevice& device : sources.devices)
+        out << "  --device " << device.id << "  " << device.name << "\n";
+    if (sources.devices.empty()) out << "  keine\n";
+}
+
+namespace {
+
+constexpr std::array kOptions = {
+    OptionSpec{"--json", "", "die Liste als JSON-Dokument"},
+};
+
+void run(const Arguments& arguments, std::ostream& out) {
+    if (!arguments.positional().empty()) throw UsageError("Zu viele Angaben: " + arguments.positional().front());
+    BlockingMainLoop loop;
+    Machine machine(loop);
+    const Sources sources =
+        recordableSources(machine.desktop().shareableContent(), DeviceRecorder::availableDevices(machine.devices()));
+    if (arguments.has("--json")) {
+        writeSources(sources, out);
+    } else {
+        printSources(sources, out);
+    }
+}
+
+}  // namespace
+
+constinit const Verb kSourcesVerb = {
+    "sources", "", "Listet Bildschirme, Fenster und Geräte auf, die sich aufnehmen lassen.", kOptions, run};
+
+}  // namespace lumivastor

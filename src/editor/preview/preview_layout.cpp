@@ -1,0 +1,24 @@
+#include "editor/preview/preview_layout.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumivastor {
+
+Rect shownCanvas(PixelSize view, CanvasSize canvas) {
+    if (view.width < 1 || view.height < 1 || canvas.width < 1 || canvas.height < 1) return {};
+    const double scale =
+        std::min(static_cast<double>(view.width) / canvas.width, static_cast<double>(view.height) / canvas.height);
+    const double width = std::clamp(std::round(canvas.width * scale), 1.0, static_cast<double>(view.width));
+    const double height = std::clamp(std::round(canvas.height * scale), 1.0, static_cast<double>(view.height));
+    return {std::floor((view.width - width) / 2), std::floor((view.height - height) / 2), width, height};
+}
+
+Rect canvasRect(const Rect& viewRect, const Rect& shown, CanvasSize canvas) {
+    if (shown.isEmpty()) return {};
+    const double x = canvas.width / shown.width;
+    const double y = canvas.height / shown.height;
+    return {(viewRect.x - shown.x) * x, (shown.maxY() - viewRect.maxY()) * y, viewRect.width * x, viewRect.height * y};
+}
+
+}  // namespace lumivastor

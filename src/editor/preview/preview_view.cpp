@@ -1,0 +1,84 @@
+#include "editor/preview/preview_view.h"
+
+#include <QImage>
+#include <QPainter>
+#include <cmath>
+#include <utility>
+
+#include "ui/look.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr double kStageRadius = 6;
+// Smaller, nobody sees what a click hits.
+constexpr QSize kLeastSize(320, 180);
+
+}  // namespace
+
+PreviewView::PreviewView(QWidget* parent) : QWidget(parent) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    setMinimumSize(kLeastSize);
+    setAccessibleName("Vorschau");
+}
+
+void PreviewView::setCanvas(CanvasSize canvas) {
+    canvas_ = canvas;
+    update();
+}
+
+void PreviewView::setFrame(std::shared_ptr<const BgraPremultipliedBuffer> frame) {
+    if (frame == frame_) return;
+    frame_ = std::move(frame);
+    update();
+}
+
+PixelSize PreviewView::pixelSize() const {
+    const double ratio = devicePixelRatioF();
+    // Down, so that no frame is wider than what the view has.
+    return {static_cast<int>(std::floor(width() * ratio)), static_cast<int>(std::floor(height() * ratio))};
+}
+
+Rect PreviewView::shownRect() const {
+    const double ratio = devicePixelRatioF();
+    const Rect pixels = shownCanvas(pixelSize(), canvas_);
+    return {pixels.x / ratio, pixels.y / ratio, pixels.width / ratio, pixels.height / ratio};
+}
+
+void PreviewView::paintEvent(QPaintEvent*) {
+    // Moved to a screen with other pixels, the view only learns of it here.
+    tellSize();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(look::kStage);
+    painter.drawRoundedRect(rect(), kStageRadius, kStageRadius);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    const Rect shown = shownRect();
+    const QRectF target(shown.x, shown.y, shown.width, shown.height);
+    if (!frame_ || frame_->isEmpty()) return;
+    QImage image(frame_->row(0), frame_->width(), frame_->height(), static_cast<qsizetype>(frame_->stride()),
+                 QImage::Format_ARGB32_Premultiplied);
+    // Only a frame for another size is resampled: one that is on its way while the window grows, or a canvas that is
+    // smaller than the view.
+    const double ratio = devicePixelRatioF();
+    const bool fits =
+        frame_->width() == std::lround(shown.width * ratio) && frame_->height() == std::lround(shown.height * ratio);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, !fits);
+    painter.drawImage(target, image);
+}
+
+void PreviewView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    tellSize();
+}
+
+void PreviewView::tellSize() {
+    const PixelSize size = pixelSize();
+    if (size == toldSize_ || size.width < 1 || size.height < 1) return;
+    toldSize_ = size;
+    if (resized) resized(size);
+}
+
+}  // namespace lumivastor

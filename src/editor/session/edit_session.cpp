@@ -1,0 +1,261 @@
+#include "editor/session/edit_session.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.h"
+#include "base/recorder_error.h"
+#include "editor/session/frame_time.h"
+#include "render/export_plan.h"
+
+namespace lumivastor {
+
+namespace {
+
+// A zoom that is added by hand.
+constexpr double kLeastScale = 1.4;
+constexpr double kZoomLength = 2.5;
+// When it is focused on, after its start: once the camera is there.
+constexpr double kFocusDelay = 0.7;
+// The moment at which a zoom is looked at, after its start; also where its cursor is looked for.
+constexpr double kLookDelay = 1.0;
+
+// Cuts are longer than this, in seconds.
+constexpr double kLeastCut = 0.01;
+
+}  // namespace
+
+CanvasSize previewCanvas(const ProjectSettings& settings) {
+    try {
+        return exportCanvas(settings.exportHeight);
+    } catch (const RecorderError&) {
+        return exportCanvas(ProjectSettings().exportHeight);
+    }
+}
+
+EditSession::EditSession(const std::filesystem::path& folder, MainLoop& loop, Options options)
+    : options_(std::move(options)), document_(folder), saveTimer_(loop, [this] { save(); }) {
+    const CanvasSize canvas = previewCanvas(document_.settings());
+    composition_ = std::make_shared<Composition>(folder, canvas.width, canvas.height);
+    // It reads the document itself, which another program may have replaced in between.
+    composition_->setSettings(document_.settings());
+    selectedZoom_ = composition_->state()->zoomSpecs.empty() ? -1 : 0;
+}
+
+EditSession::~EditSession() = default;
+
+void EditSession::selectZoom(int index) {
+    selectedZoom_ = std::clamp(index, -1, static_cast<int>(composition_->state()->zoomSpecs.size()) - 1);
+    options_.changed();
+}
+
+std::optional<double> EditSession::selectedZoomMoment() const {
+    if (selectedZoom_ < 0) return std::nullopt;
+    return composition_->state()->zoomSpecs[static_cast<std::size_t>(selectedZoom_)].start + kLookDelay;
+}
+
+ControlValues EditSession::controls() const {
+    const auto state = composition_->state();
+    return controlValues(state->settings, state->zoomSpecs, selectedZoom_);
+}
+
+void EditSession::applyControls(const ControlValues& values) {
+    edit(settingsFrom(values, settings(), selectedZoom_, hasWebcam()), true);
+}
+
+void EditSession::setTrimStart(double playhead) {
+    ProjectSettings next = settings();
+    next.trimStart = snapped(playhead);
+    edit(next, false);
+}
+
+void EditSession::setTrimEnd(double playhead) {
+    ProjectSettings next = settings();
+    next.trimEnd = snapped(playhead);
+    edit(next, false);
+}
+
+void EditSession::resetTrim() {
+    ProjectSettings next = settings();
+    next.trimStart = 0;
+    next.trimEnd = 0;
+    edit(next, false);
+}
+
+void EditSession::markCutStart(double playhead) {
+    pendingCutStart_ = snapped(playhead);
+    options_.changed();
+}
+
+void EditSession::addCut(double playhead) {
+    if (!pendingCutStart_) {
+        options_.status("Zuerst „Schnitt von hier\" drücken.");
+        return;
+    }
+    const CutRange cut{*pendingCutStart_, snapped(playhead)};
+    if (cut.start + kLeastCut >= cut.end) {
+        options_.status("Das Schnittende muss hinter dem Anfang liegen.");
+        return;
+    }
+    ProjectSettings next = settings();
+    next.cuts.push_back(cut);
+    std::stable_sort(next.cuts.begin(), next.cuts.end(),
+                     [](const CutRange& a, const CutRange& b) { return a.start < b.start; });
+    pendingCutStart_.reset();
+    edit(next, false);
+}
+
+void EditSession::removeLastCut() {
+    ProjectSettings next = settings();
+    if (next.cuts.empty()) return;
+    next.cuts.pop_back();
+    edit(next, false);
+}
+
+void EditSession::addZoom(double playhead, double sliderScale) {
+    const double t = snapped(playhead);
+    const double scale = std::max(sliderScale, kLeastScale);
+    const Point focus = composition_->cursorNormalized(t + kLookDelay).value_or(Point{0.5, 0.5});
+    ProjectSettings next = withManualZooms();
+    next.zooms->push_back({t, t + kZoomLength, scale, {{t + kFocusDelay, focus.x, focus.y}}});
+
+    const int before = selectedZoom_;
+    // Selected by the time that is shown, before anybody is told.
+    std::vector<ZoomSpec> inForce = *next.zooms;
+    std::stable_sort(inForce.begin(), inForce.end(),
+                     [](const ZoomSpec& a, const ZoomSpec& b) { return a.start < b.start; });
+    for (std::size_t i = 0; i < inForce.size(); ++i) {
+        if (inForce[i].start <= t && t <= inForce[i].end) selectedZoom_ = static_cast<int>(i);
+    }
+    edit(next, false);
+    if (settings() != next) selectedZoom_ = before;
+}
+
+void EditSession::deleteSelectedZoom() {
+    if (selectedZoom_ < 0) return;
+    ProjectSettings next = withManualZooms();
+    const int index = indexInList(*next.zooms, selectedZoom_);
+    if (index < 0) return;
+    next.zooms->erase(next.zooms->begin() + index);
+    edit(next, false);
+}
+
+void EditSession::resetZoomsToAuto() {
+    ProjectSettings next = settings();
+    next.zooms.reset();
+    edit(next, false);
+}
+
+bool EditSession::addMask(const Rect& canvasRect, double playhead) {
+    const std::optional<MaskRect> mask = composition_->sourceNormalized(canvasRect, playhead);
+    if (!mask) return false;
+    ProjectSettings next = settings();
+    next.masks.push_back(*mask);
+    edit(next, false);
+    return true;
+}
+
+void EditSession::removeLastMask() {
+    ProjectSettings next = settings();
+    if (next.masks.empty()) return;
+    next.masks.pop_back();
+    edit(next, false);
+}
+
+void EditSession::removeAllMasks() {
+    ProjectSettings next = settings();
+    next.masks.clear();
+    edit(next, false);
+}
+
+void EditSession::undo() {
+    restore(history_.undo(settings()));
+}
+
+void EditSession::redo() {
+    restore(history_.redo(settings()));
+}
+
+void EditSession::saveNow() {
+    saveTimer_.cancel();
+    if (isEdited_ || !document_.exists()) save();
+}
+
+void EditSession::scheduleSave() {
+    isEdited_ = true;
+    saveTimer_.schedule();
+}
+
+void EditSession::save() {
+    try {
+        const ProjectDocument::Before before = document_.save(settings());
+        isEdited_ = false;
+        if (before == ProjectDocument::Before::unreadable) {
+            tell("„project.json“ war nicht lesbar und liegt jetzt unverändert in „project.json.alt“.");
+        } else if (before == ProjectDocument::Before::foreign) {
+            tell(
+                "„project.json“ wurde von einem anderen Programm geändert. Dessen Fassung liegt jetzt in "
+                "„project.json.alt“.");
+        }
+    } catch (const RecorderError& error) {
+        tell("Speichern fehlgeschlagen: " + error.message());
+    }
+}
+
+void EditSession::tell(const std::string& sentence) {
+    Log::write("Editor", sentence);
+    options_.status(sentence);
+}
+
+void EditSession::edit(const ProjectSettings& next, bool coalesce) {
+    const ProjectSettings before = settings();
+    if (next == before) {
+        // A command that leaves everything as it is makes no step, but may have ended a pending cut.
+        options_.changed();
+        return;
+    }
+    if (!putInForce(next)) return;
+    history_.push(before, coalesce, options_.clock());
+    scheduleSave();
+    options_.changed();
+}
+
+bool EditSession::putInForce(const ProjectSettings& next) {
+    try {
+        const CanvasSize canvas = previewCanvas(next);
+        if (canvas == CanvasSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
+            composition_->setSettings(next);
+        } else {
+            composition_ = std::make_shared<Composition>(*composition_, next, canvas.width, canvas.height);
+        }
+    } catch (const RecorderError& error) {
+        options_.status(error.message());
+        return false;
+    }
+    const int zooms = static_cast<int>(composition_->state()->zoomSpecs.size());
+    selectedZoom_ = std::clamp(selectedZoom_, zooms > 0 ? 0 : -1, zooms - 1);
+    return true;
+}
+
+void EditSession::restore(const std::optional<ProjectSettings>& before) {
+    if (!before) {
+        options_.beep();
+        return;
+    }
+    if (!putInForce(*before)) return;
+    scheduleSave();
+    options_.changed();
+}
+
+ProjectSettings EditSession::withManualZooms() const {
+    const auto state = composition_->state();
+    ProjectSettings next = state->settings;
+    if (!next.zooms) next.zooms = state->zoomSpecs;
+    return next;
+}
+
+double EditSession::snapped(double playhead) const {
+    return snappedToFrame(playhead, info().fps);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,34 @@
+#include "editor/session/undo_history.h"
+
+#include <utility>
+
+namespace lumivastor {
+
+void UndoHistory::push(const ProjectSettings& before, bool coalesce, double now) {
+    const bool joins = coalesce && lastPush_ && now - *lastPush_ < kPause;
+    lastPush_ = now;
+    if (joins) return;
+    undoStack_.push_back(before);
+    if (undoStack_.size() > kLimit) undoStack_.pop_front();
+    redoStack_.clear();
+}
+
+std::optional<ProjectSettings> UndoHistory::undo(const ProjectSettings& current) {
+    return move(undoStack_, redoStack_, current);
+}
+
+std::optional<ProjectSettings> UndoHistory::redo(const ProjectSettings& current) {
+    return move(redoStack_, undoStack_, current);
+}
+
+std::optional<ProjectSettings> UndoHistory::move(Stack& from, Stack& to, const ProjectSettings& current) {
+    if (from.empty()) return std::nullopt;
+    ProjectSettings settings = std::move(from.back());
+    from.pop_back();
+    to.push_back(current);
+    // What was just undone is no run that a change could still join.
+    lastPush_.reset();
+    return settings;
+}
+
+}  // namespace lumivastor

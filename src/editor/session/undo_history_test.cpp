@@ -1,0 +1,74 @@
+#include "editor/session/undo_history.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivastor {
+namespace {
+
+ProjectSettings withPadding(double padding) {
+    ProjectSettings settings;
+    settings.padding = padding;
+    return settings;
+}
+
+TEST(UndoHistory, ALongDragIsOneStep) {
+    UndoHistory history;
+    for (int i = 0; i < 500; ++i) history.push(withPadding(i), true, 100 + i * 0.01);
+    ASSERT_EQ(history.undoSteps(), 1u);
+    EXPECT_EQ(history.undo(withPadding(500)), withPadding(0));
+    EXPECT_EQ(history.undo(withPadding(0)), std::nullopt);
+}
+
+TEST(UndoHistory, TwoDragsWithMoreThanASecondBetweenThemAreTwoSteps) {
+    UndoHistory history;
+    for (int i = 0; i < 10; ++i) history.push(withPadding(1), true, i * 0.125);
+    for (int i = 0; i < 10; ++i) history.push(withPadding(2), true, 2.25 + i * 0.125);
+    EXPECT_EQ(history.undoSteps(), 2u);
+    history.push(withPadding(3), true, 2.25 + 1.125 + 1);  // a whole second is a pause
+    EXPECT_EQ(history.undoSteps(), 3u);
+}
+
+TEST(UndoHistory, ACommandIsAlwaysAStepOfItsOwnAndALaterDragJoinsIt) {
+    UndoHistory history;
+    history.push(withPadding(1), false, 0);
+    history.push(withPadding(2), false, 0.1);
+    EXPECT_EQ(history.undoSteps(), 2u);
+    history.push(withPadding(3), true, 0.2);
+    EXPECT_EQ(history.undoSteps(), 2u);
+}
+
+TEST(UndoHistory, TheFiftyFirstStepDropsTheOldest) {
+    UndoHistory history;
+    for (int i = 0; i < 51; ++i) history.push(withPadding(i), false, i);
+    ASSERT_EQ(history.undoSteps(), 50u);
+    ProjectSettings current = withPadding(51);
+    for (int i = 50; i >= 1; --i) {
+        const auto before = history.undo(current);
+        ASSERT_EQ(before, withPadding(i));
+        current = *before;
+    }
+    EXPECT_EQ(history.undo(current), std::nullopt);
+    EXPECT_EQ(history.redoSteps(), 50u);
+}
+
+TEST(UndoHistory, RedoComesBackAndUndoGoesAgain) {
+    UndoHistory history;
+    history.push(withPadding(0), false, 0);
+    EXPECT_EQ(history.undo(withPadding(1)), withPadding(0));
+    EXPECT_EQ(history.redo(withPadding(0)), withPadding(1));
+    EXPECT_EQ(history.redo(withPadding(1)), std::nullopt);
+    EXPECT_EQ(history.undo(withPadding(1)), withPadding(0));
+}
+
+TEST(UndoHistory, AnyChangeAfterAnUndoForgetsWhatWasUndoneEvenAQuickDrag) {
+    UndoHistory history;
+    history.push(withPadding(0), true, 0);
+    history.undo(withPadding(1));
+    ASSERT_EQ(history.redoSteps(), 1u);
+    history.push(withPadding(0), true, 0.2);
+    EXPECT_EQ(history.redoSteps(), 0u);
+    EXPECT_EQ(history.undoSteps(), 1u);
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+
+#include "ffmpeg/ffmpeg_handles.h"
+#include "imaging/pixel_buffer.h"
+#include "imaging/yuv_picture.h"
+
+namespace lumivastor {
+
+/// Turns decoded pictures into ours. Colour samples are taken to sit where the picture says, and at the left one of two
+/// columns, between two rows, when it says nothing. Keeps its tables from picture to picture; one thread at a time.
+class PictureConverter {
+  public:
+    /// A view of a decoded picture. Shares the decoder's memory when that is 8-bit 4:2:0; otherwise converts to it.
+    YuvPicture planar(const AVFrame& frame);
+
+    /// The decoded picture in sRGB-encoded BGRA, opaque.
+    std::shared_ptr<const BgraPremultipliedBuffer> bgra(const AVFrame& frame);
+
+  private:
+    /// Size and meaning of the pictures that the tables are made for.
+    struct Shape {
+        int width = 0;
+        int height = 0;
+        int fromFormat = -1;
+        int toFormat = -1;
+        int fromSite = 0;  // of the colour samples, as FFmpeg numbers it
+        YuvEncoding from;
+        YuvEncoding to;
+
+        bool operator==(const Shape&) const = default;
+    };
+
+    SwsContext& scaler(const Shape& shape);
+
+    ScalerHandle scaler_;
+    Shape shape_;
+};
+
+}  // namespace lumivastor

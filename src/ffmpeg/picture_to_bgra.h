@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "ffmpeg/av_handles.h"
+#include "imaging/pixel_buffer.h"
+
+namespace lumivastor {
+
+/// A device's picture as it lies in memory. `format` is one of FFmpeg's pixel formats.
+struct DevicePicture {
+    int format = -1;
+    int width = 0;
+    int height = 0;
+    std::array<const std::uint8_t*, 4> planes{};
+    std::array<int, 4> strides{};
+    /// Of the YUV formats; absent: what a device of its kind means.
+    std::optional<bool> isBt709;
+    std::optional<bool> isFullRange;
+};
+
+/// Which matrix a picture means that does not say so: cameras mean BT.601 whatever their size (the UVC standard's
+/// default), what comes over HDMI means BT.709 from 720 lines on.
+bool meansBt709(bool isExternal, int height);
+
+/// A picture whose planes follow each other in one block of `size` bytes, as drivers and PipeWire hand them over.
+/// `stride` is that of the first plane; 0: rows follow each other without a gap. Nothing when the block is too small
+/// for that, the sizes make no sense or FFmpeg does not know the format.
+std::optional<DevicePicture> pictureInBlock(int format, int width, int height, const std::uint8_t* block,
+                                            std::size_t size, int stride);
+
+/// The same with every plane in a block of its own.
+struct PlaneBlock {
+    const std::uint8_t* start = nullptr;
+    std::size_t size = 0;
+    int stride = 0;
+};
+std::optional<DevicePicture> pictureInPlanes(int format, int width, int height, std::span<const PlaneBlock> blocks);
+
+/// Turns device pictures into opaque sRGB ones of ours. Keeps its tables from picture to picture; one thread at a time.
+class PictureToBgra {
+  public:
+    explicit PictureToBgra(bool isExternal) : isExternal_(isExternal) {}
+
+    /// Null when the format cannot be converted.
+    std::shared_ptr<const BgraPremultipliedBuffer> convert(const DevicePicture& picture);
+
+  private:
+    struct Shape {
+        int format = -1;
+        int width = 0;
+        int height = 0;
+        bool isBt709 = false;
+        bool isFullRange = false;
+
+        bool operator==(const Shape&) const = default;
+    };
+
+    bool isExternal_;
+    Shape shape_;
+    AvHandle<SwsContext> scaler_;
+};
+
+/// The picture in a decoded frame.
+DevicePicture pictureIn(const AVFrame& frame);
+
+}  // namespace lumivastor

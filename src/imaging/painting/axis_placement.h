@@ -1,0 +1,80 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "imaging/painting/axis_table.h"
+
+// Where the samples of one axis of a grid come to lie in a picture, after all transforms, crops and clamps above it.
+
+namespace lumivastor {
+
+inline constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+/// A stretch of an axis; endless unless said otherwise.
+struct Interval {
+    double low = -kEndless;
+    double high = kEndless;
+};
+
+/// What both have in common; `high` is below `low` when that is nothing.
+inline Interval shared(const Interval& a, const Interval& b) {
+    return {std::max(a.low, b.low), std::min(a.high, b.high)};
+}
+
+/// What the steps above the current one do to an axis. Everything but `readable` is in grid coordinates; the vertical
+/// axis counts from the bottom until the layer at its end turns it over.
+struct AxisSteps {
+    struct Clamp {
+        Interval visible;  // what the crops before it leave
+        Interval extent;
+    };
+    std::vector<Clamp> clamps;
+    Interval visible;   // what the crops since the last clamp leave
+    Interval readable;  // in the current step's own coordinates
+    double scale = 1;   // from the step's space to the grid
+    double translate = 0;
+
+    Interval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
+
+    void transform(double stepScale, double stepTranslate) {
+        translate += stepTranslate * scale;
+        scale *= stepScale;
+        readable = {(readable.low - stepTranslate) / stepScale, (readable.high - stepTranslate) / stepScale};
+    }
+    void crop(double low, double high) {
+        visible = shared(visible, toGrid(low, high));
+        readable = {std::clamp(readable.low, low, high), std::clamp(readable.high, low, high)};
+    }
+    void clamp(double low, double high) {
+        clamps.push_back({visible, toGrid(low, high)});
+        visible = {};
+    }
+    /// The same, counted from the other end of a grid of this length and a source of that one.
+    void turnOver(double gridLength, double sourceLength);
+};
+
+/// How much of every sample of an axis lies inside a layer.
+struct AxisCoverage {
+    AxisSpan span;                     // where it is more than nothing
+    AxisSpan full;                     // where it is everything
+    std::vector<std::int16_t> levels;  // for the span
+};
+
+/// The samples of an axis after all clamps, in grid coordinates; ascending.
+struct SampledAxis {
+    std::vector<double> positions;
+    std::vector<double> befores, afters;  // how far each sample's square reaches to either side, at most 0.5
+    std::vector<double> parts;            // of each square, what the crops above the last clamp leave
+};
+
+/// The `count` samples of a grid's axis, the first of which lies at `offset`; the grid is `length` long. All in grid
+/// coordinates.
+SampledAxis sampled(const AxisSteps& steps, int count, double offset, double length);
+
+/// How much of every sample lies in `shown`: what the crops since the last clamp leave of a layer.
+AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown);
+
+}  // namespace lumivastor

@@ -1,0 +1,310 @@
+#include "imaging/painting/mosaic.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <span>
+#include <utility>
+
+#include "imaging/painting/resampling.h"
+
+namespace lumivastor {
+
+namespace {
+
+using Sums = std::array<std::uint64_t, 4>;
+using Mean = std::array<std::uint16_t, 4>;
+
+constexpr std::uint16_t kOpaque = 255 << 8;
+
+// Waking other threads takes as long as adding up some thousands of pixels.
+constexpr std::int64_t kPixelsWorthSharing = 1 << 15;
+// What a square costs that lies on other squares alone, in pixels.
+constexpr std::int64_t kPixelsPerSquare = 15;
+
+// The picture where no area has put it in squares.
+struct Ground {
+    PixelRect rect;
+    BgraPremultipliedBuffer pixels;
+
+    void addTo(Sums& sums, const PixelRect& part) const {
+        for (int y = part.bottom; y < part.top; ++y) {
+            addRow(sums, pixels.pixel(part.left - rect.left, rect.top - 1 - y), part.width());
+        }
+    }
+
+    static void addRow(Sums& sums, const std::uint8_t* pixel, int count) {
+        // Two channels at a time; a half holds the sum of 257 bytes.
+        constexpr int kMost = 257;
+        constexpr std::uint32_t kHalves = 0x00ff00ffU;
+        while (count > 0) {
+            const int some = std::min(count, kMost);
+            std::uint32_t blueRed = 0;
+            std::uint32_t greenAlpha = 0;
+            for (int x = 0; x < some; ++x) {
+                std::uint32_t four = 0;
+                std::memcpy(&four, pixel + static_cast<std::ptrdiff_t>(x) * 4, sizeof four);
+                blueRed += four & kHalves;
+                greenAlpha += four >> 8 & kHalves;
+            }
+            sums[0] += std::uint64_t{blueRed & 0xffff} << 8;
+            sums[1] += std::uint64_t{greenAlpha & 0xffff} << 8;
+            sums[2] += std::uint64_t{blueRed >> 16} << 8;
+            sums[3] += std::uint64_t{greenAlpha >> 16} << 8;
+            pixel += static_cast<std::ptrdiff_t>(some) * 4;
+            count -= some;
+        }
+    }
+};
+
+// The picture as all areas before a certain one leave it.
+struct MaskedPicture {
+    const Ground& ground;
+    int side = 1;
+    std::vector<const Mosaic*> mosaics;  // the latest first
+
+    // The area that shows on top comes first, and what it leaves free is shared out among the others. Each step deeper
+    // is at least a row or a column smaller.
+    void addTo(Sums& sums, const PixelRect& part, std::size_t from = 0) const {
+        for (std::size_t i = from; i < mosaics.size(); ++i) {
+            const PixelRect common = shared(part, mosaics[i]->area);
+            if (common.isEmpty()) continue;
+            addSquares(sums, common, i);
+            const PixelRect rests[] = {{part.left, part.bottom, part.right, common.bottom},
+                                       {part.left, common.top, part.right, part.top},
+                                       {part.left, common.bottom, common.left, common.top},
+                                       {common.right, common.bottom, part.right, common.top}};
+            for (const PixelRect& rest : rests) {
+                if (!rest.isEmpty()) addTo(sums, rest, i + 1);
+            }
+            return;
+        }
+        ground.addTo(sums, part);
+    }
+
+    // Averages the first squares of a row that lie on nothing but squares of the topmost area; returns how many these
+    // are. All of them share the same four corners of their four squares below.
+    int averageOnTopmost(int left, int bottom, int columns, Mean* means) const {
+        constexpr int kMostSide = 256;  // whose sums fit 32 bits
+        if (mosaics.empty() || side > kMostSide || !mosaics.front()->isOpaque) return 0;
+        const Mosaic& below = *mosaics.front();
+        const int across = left - below.area.left;
+        const int up = bottom - below.area.bottom;
+        if (across < 0 || up < 0 || bottom + side > below.area.top) return 0;
+        const int count = std::clamp((below.area.right - left) / side, 0, columns);
+        const auto right = static_cast<std::uint32_t>(across % side);
+        const auto upper = static_cast<std::uint32_t>(up % side);
+        const auto length = static_cast<std::uint32_t>(side);
+        const std::uint32_t pixels = length * length;
+        const Mean* lowerRow = below.means.data() + std::ptrdiff_t{up / side} * below.columns + across / side;
+        const Mean* upperRow = lowerRow + (upper > 0 ? below.columns : 0);
+        const int next = right > 0 ? 1 : 0;
+        for (int column = 0; column < count; ++column, ++lowerRow, ++upperRow) {
+            for (std::size_t i = 0; i < means->size(); ++i) {
+                const std::uint32_t lower = (length - right) * lowerRow[0][i] + right * lowerRow[next][i];
+                const std::uint32_t higher = (length - right) * upperRow[0][i] + right * upperRow[next][i];
+                const std::uint32_t sum = (length - upper) * lower + upper * higher;
+                means[column][i] = static_cast<std::uint16_t>((sum + pixels / 2) / pixels);
+            }
+        }
+        return count;
+    }
+
+    // A part of an area that is in squares already.
+    void addSquares(Sums& sums, const PixelRect& part, std::size_t number) const {
+        const Mosaic& mosaic = *mosaics[number];
+        const int firstColumn = (part.left - mosaic.area.left) / side;
+        int row = (part.bottom - mosaic.area.bottom) / side;
+        for (int bottom = part.bottom; bottom < part.top; ++row) {
+            const int top = std::min(part.top, mosaic.area.bottom + (row + 1) * side);
+            const Mean* mean = mosaic.means.data() + static_cast<std::ptrdiff_t>(row) * mosaic.columns + firstColumn;
+            int end = mosaic.area.left + (firstColumn + 1) * side;
+            for (int left = part.left; left < part.right; end += side, ++mean) {
+                const int right = std::min(part.right, end);
+                addSquare(sums, *mean, {left, bottom, right, top}, number);
+                left = right;
+            }
+            bottom = top;
+        }
+    }
+
+    void addSquare(Sums& sums, const Mean& mean, const PixelRect& part, std::size_t number) const {
+        const auto count = static_cast<std::uint64_t>(part.width()) * static_cast<std::uint64_t>(part.height());
+        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += count * mean[i];
+        if (mean[3] == kOpaque) return;
+        // What is below shines through. Screens are opaque: this need not be quick.
+        Sums below{};
+        addTo(below, part, number + 1);
+        for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += below[i] * (kOpaque - mean[3]) / kOpaque;
+    }
+};
+
+// Pixels of an axis, and how often each of them counts.
+struct Stretch {
+    int begin = 0;
+    int end = 0;
+    int times = 0;
+};
+
+// Those of a square that begins inside the picture: the last one counts for all beyond it.
+std::array<Stretch, 2> stretchesOf(int begin, int side, int last) {
+    return {Stretch{begin, std::min(begin + side, last), 1}, Stretch{last - 1, last, std::max(begin + side - last, 0)}};
+}
+
+Mean meanOf(const MaskedPicture& picture, const PixelRect& bounds, int left, int bottom, int side) {
+    Sums sums{};
+    for (const Stretch& rows : stretchesOf(bottom, side, bounds.top)) {
+        for (const Stretch& columns : stretchesOf(left, side, bounds.right)) {
+            const auto times = static_cast<std::uint64_t>(rows.times) * static_cast<std::uint64_t>(columns.times);
+            if (times == 0) continue;
+            Sums part{};
+            picture.addTo(part, {columns.begin, rows.begin, columns.end, rows.end});
+            for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += part[i] * times;
+        }
+    }
+    const auto pixels = static_cast<std::uint64_t>(side) * static_cast<std::uint64_t>(side);
+    Mean mean{};
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        mean[i] = static_cast<std::uint16_t>((sums[i] + pixels / 2) / pixels);
+    }
+    return mean;
+}
+
+// What of the earlier mosaics lies under `part`, the latest first, down to one that hides all others.
+std::vector<const Mosaic*> mosaicsUnder(const PixelRect& part, std::span<const Mosaic> earlier) {
+    std::vector<const Mosaic*> under;
+    for (std::size_t i = earlier.size(); i > 0; --i) {
+        const PixelRect common = shared(part, earlier[i - 1].area);
+        if (!common.isEmpty()) under.push_back(&earlier[i - 1]);
+        if (common == part && earlier[i - 1].isOpaque) break;
+    }
+    return under;
+}
+
+std::int64_t pixelsIn(const PixelRect& rect) {
+    return std::int64_t{rect.width()} * rect.height();
+}
+
+// In pixels that are added up, roughly.
+std::int64_t workFor(const MaskedPicture& picture, const PixelRect& part, const Mosaic& mosaic) {
+    const bool isOnSquares = !picture.mosaics.empty() && shared(part, picture.mosaics.back()->area) == part;
+    if (isOnSquares) return static_cast<std::int64_t>(mosaic.means.size()) * kPixelsPerSquare;
+    return pixelsIn(part);
+}
+
+// Makes `part` a part of one of `parts`: of the first that grows by no more than it, or of a new one. Returns its
+// place.
+std::size_t includeIn(std::vector<PixelRect>& parts, const PixelRect& part) {
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const PixelRect both{std::min(parts[i].left, part.left), std::min(parts[i].bottom, part.bottom),
+                             std::max(parts[i].right, part.right), std::max(parts[i].top, part.top)};
+        if (pixelsIn(both) > pixelsIn(parts[i]) + pixelsIn(part)) continue;
+        parts[i] = both;
+        return i;
+    }
+    parts.push_back(part);
+    return parts.size() - 1;
+}
+
+// Planes of `shown(mean)`: one value for each of the colour planes that are given, in 255ths.
+template <std::size_t Planes, typename Shown>
+SourcePlanes planesWith(const Mosaic& mosaic, const std::array<std::vector<std::uint8_t> SourcePlanes::*, Planes>& to,
+                        const Shown& shown) {
+    SourcePlanes planes;
+    planes.width = mosaic.columns;
+    planes.height = mosaic.rows;
+    planes.stride = (planes.width + 63) / 64 * 64;
+    const std::size_t size = static_cast<std::size_t>(planes.stride) * static_cast<std::size_t>(planes.height);
+    for (const auto plane : to) (planes.*plane).resize(size);
+    if (!mosaic.isOpaque) planes.alpha.resize(size);
+    const Mean* mean = mosaic.means.data();
+    for (int row = planes.height - 1; row >= 0; --row) {
+        std::size_t at = static_cast<std::size_t>(row) * static_cast<std::size_t>(planes.stride);
+        for (int column = 0; column < planes.width; ++column, ++at, ++mean) {
+            const std::array<double, Planes> values = shown(*mean);
+            for (std::size_t i = 0; i < Planes; ++i) {
+                (planes.*to[i])[at] = static_cast<std::uint8_t>(std::lround(std::clamp(values[i], 0.0, 255.0)));
+            }
+            if (!mosaic.isOpaque) planes.alpha[at] = static_cast<std::uint8_t>(((*mean)[3] + 128) >> 8);
+        }
+    }
+    planes.opaque = mosaic.isOpaque;
+    if (!planes.opaque) describeAlpha(planes);
+    return planes;
+}
+
+double shownOf(std::uint16_t value) {
+    return value / 256.0;
+}
+
+}  // namespace
+
+SourcePlanes planesOf(const Mosaic& mosaic) {
+    return planesWith<3>(mosaic, {&SourcePlanes::blue, &SourcePlanes::green, &SourcePlanes::red}, [](const Mean& mean) {
+        return std::array{shownOf(mean[0]), shownOf(mean[1]), shownOf(mean[2])};
+    });
+}
+
+SourcePlanes lumaOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
+    const YuvCoefficients yuv(encoding);
+    return planesWith<1>(mosaic, {&SourcePlanes::blue}, [&](const Mean& mean) {
+        return std::array{yuv.luma(shownOf(mean[2]), shownOf(mean[1]), shownOf(mean[0]))};
+    });
+}
+
+SourcePlanes colourDifferencesOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
+    const YuvCoefficients yuv(encoding);
+    return planesWith<2>(mosaic, {&SourcePlanes::blue, &SourcePlanes::green}, [&](const Mean& mean) {
+        const double red = shownOf(mean[2]);
+        const double green = shownOf(mean[1]);
+        const double blue = shownOf(mean[0]);
+        return std::array{yuv.blueDifference(red, green, blue) + 128, yuv.redDifference(red, green, blue) + 128};
+    });
+}
+
+std::size_t Mosaics::squares() const {
+    std::size_t count = 0;
+    for (const Mosaic& mosaic : areas) count += mosaic.means.size();
+    return count;
+}
+
+Mosaics makeMosaics(const MosaicPlan& plan, const ShowGround& showGround, const ShareOut& shareOut) {
+    std::vector<PixelRect> parts;
+    std::vector<std::size_t> partOf;
+    for (const PixelRect& area : plan.areas) partOf.push_back(includeIn(parts, plan.pixelsUnder(area)));
+    std::vector<Ground> grounds;
+    for (const PixelRect& part : parts) grounds.push_back({part, showGround(part)});
+
+    Mosaics mosaics;
+    mosaics.side = plan.side;
+    mosaics.areas.reserve(plan.areas.size());
+    for (std::size_t i = 0; i < plan.areas.size(); ++i) {
+        const PixelRect& area = plan.areas[i];
+        Mosaic mosaic;
+        mosaic.area = area;
+        mosaic.columns = squaresAlong(area.width(), plan.side);
+        mosaic.rows = squaresAlong(area.height(), plan.side);
+        mosaic.means.resize(static_cast<std::size_t>(mosaic.columns) * static_cast<std::size_t>(mosaic.rows));
+        const PixelRect under = plan.pixelsUnder(area);
+        const MaskedPicture picture{grounds[partOf[i]], plan.side, mosaicsUnder(under, mosaics.areas)};
+        const auto makeRow = [&](int row) {
+            auto* mean = mosaic.means.data() + static_cast<std::ptrdiff_t>(row) * mosaic.columns;
+            const int bottom = area.bottom + row * plan.side;
+            const int done = picture.averageOnTopmost(area.left, bottom, mosaic.columns, mean);
+            for (int column = done; column < mosaic.columns; ++column) {
+                mean[column] = meanOf(picture, plan.bounds, area.left + column * plan.side, bottom, plan.side);
+            }
+        };
+        if (workFor(picture, under, mosaic) < kPixelsWorthSharing) {
+            for (int row = 0; row < mosaic.rows; ++row) makeRow(row);
+        } else {
+            shareOut(mosaic.rows, makeRow);
+        }
+        mosaic.isOpaque =
+            std::all_of(mosaic.means.begin(), mosaic.means.end(), [](const Mean& mean) { return mean[3] == kOpaque; });
+        mosaics.areas.push_back(std::move(mosaic));
+    }
+    return mosaics;
+}
+
+}  // namespace lumivastor

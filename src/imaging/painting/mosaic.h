@@ -1,0 +1,56 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "imaging/mosaic_plan.h"
+#include "imaging/painting/source_planes.h"
+#include "imaging/pixel_buffer.h"
+#include "imaging/yuv_picture.h"
+
+// Areas of a picture in large squares, each of which shows the mean of what it holds. Coordinates are pixels of the
+// picture with the origin at the bottom-left.
+
+namespace lumivastor {
+
+/// The squares of one area.
+struct Mosaic {
+    PixelRect area;
+    int columns = 0;
+    int rows = 0;
+    /// Blue, green, red and alpha with 8 bits of fraction; the bottom row first.
+    std::vector<std::array<std::uint16_t, 4>> means;
+    bool isOpaque = false;
+};
+
+/// The squares as a picture of one pixel each, the top row first.
+SourcePlanes planesOf(const Mosaic& mosaic);
+/// The same as prepared layers are converted for a planar destination: `blue` holds luma without its offset, or `blue`
+/// and `green` hold the colour differences around 128.
+SourcePlanes lumaOf(const Mosaic& mosaic, const YuvEncoding& encoding);
+SourcePlanes colourDifferencesOf(const Mosaic& mosaic, const YuvEncoding& encoding);
+
+struct Mosaics {
+    int side = 1;
+    std::vector<Mosaic> areas;
+
+    std::size_t squares() const;
+};
+
+/// Calls its second argument for each number below the first, perhaps on several threads at once.
+using ShareOut = std::function<void(int count, const std::function<void(int number)>& work)>;
+
+/// Shows a part of the picture without any squares.
+using ShowGround = std::function<BgraPremultipliedBuffer(const PixelRect& part)>;
+
+/// Averages all squares. All in whole numbers: every machine and every number of threads gives the same.
+///
+/// No pixel under several areas is read for each of them. What a square shares with an earlier area is added up from
+/// that area's squares, and only what no area covers from pixels, which are asked for once for areas that lie over or
+/// beside each other. So the time follows from the number of squares and from the pixels under all areas together.
+Mosaics makeMosaics(const MosaicPlan& plan, const ShowGround& showGround, const ShareOut& shareOut);
+
+}  // namespace lumivastor

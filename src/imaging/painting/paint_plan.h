@@ -1,0 +1,97 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "imaging/painting/axis_placement.h"
+#include "imaging/painting/axis_table.h"
+#include "imaging/painting/mosaic.h"
+#include "imaging/painting/resampling.h"
+#include "imaging/painting/source_planes.h"
+#include "imaging/picture.h"
+
+// A recipe turned into what a painter does for one grid of samples: layers from the bottom up, each with tables that
+// say where its samples come from and, for every row, where it shows and where it hides what lies below.
+
+namespace lumivastor {
+
+struct BackgroundNode;
+struct MosaicNode;
+
+/// The channels that a grid of samples is painted in.
+enum class GridChannels { bgra, luma, colourDifferences };
+
+/// One plane of a source with its tables for this grid.
+struct PlanPlane {
+    const std::uint8_t* samples = nullptr;
+    std::ptrdiff_t stride = 0;
+    int width = 0;  // readable bytes in a row
+    const AxisTable* columns = nullptr;
+    const AxisTable* rows = nullptr;
+    int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for colour differences
+    // Instead of samples and tables: a level for each of the grid's samples.
+    const std::int16_t* levels = nullptr;
+};
+
+struct PlanItem {
+    // A layer: its planes are luma and both colour differences (`isYuv`), or blue, green and red, or the channels of
+    // this grid as they are stored (`isConverted`); or no colours at all.
+    bool isYuv = false;
+    bool isConverted = false;
+    YuvEncoding encoding;
+    std::vector<PlanPlane> colours;
+    std::optional<PlanPlane> alpha;
+    AxisCoverage across, down;
+    // Or a stack of items that is painted first and then blended as a whole.
+    std::vector<PlanItem> children;
+
+    int fade = kFullLevel;
+    std::vector<std::vector<PlanItem>> mattes;
+
+    // For the grid's rows from `firstRow` on; in those above and below them there is nothing.
+    int firstRow = 0;
+    std::vector<RowRuns> runs;
+    std::vector<AxisSpan> hidden;  // by items above
+
+    RowRuns runsAt(int row) const { return isInRows(row) ? runs[static_cast<std::size_t>(row - firstRow)] : RowRuns{}; }
+    AxisSpan hiddenAt(int row) const {
+        return isInRows(row) && !hidden.empty() ? hidden[static_cast<std::size_t>(row - firstRow)] : AxisSpan{};
+    }
+    int endRow() const { return firstRow + static_cast<int>(runs.size()); }
+    bool isInRows(int row) const { return row >= firstRow && row < endRow(); }
+
+    // What the pointers above point into.
+    std::shared_ptr<const SourcePlanes> planes;
+    YuvPicture yuv;
+    std::vector<std::shared_ptr<const AxisTable>> tables;
+};
+
+struct PaintPlan {
+    SampleGrid grid;
+    GridChannels channels = GridChannels::bgra;
+    std::vector<PlanItem> items;
+};
+
+/// What planning needs from its painter.
+struct PlanServices {
+    YuvEncoding encoding;  // of the destination, for luma and colour differences
+    SourcePlanesCache& sources;
+    AxisTableCache& tables;
+    /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.
+    /// `plan` makes the plan that paints the buffer alone.
+    std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
+                                                      const std::function<PaintPlan()>& plan)>
+        converted;
+    /// A background's levels on this planar grid, made now or some time before.
+    std::function<std::shared_ptr<const SourcePlanes>(const BackgroundNode& node)> background;
+    /// The squares of a pixellated picture, made now or for another grid of the same frame.
+    std::function<std::shared_ptr<const Mosaics>(const MosaicNode& node)> mosaics;
+};
+
+/// Makes no more than one item for each layer of the recipe and each pixellated area.
+PaintPlan makePaintPlan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
+                        const PlanServices& services);
+
+}  // namespace lumivastor

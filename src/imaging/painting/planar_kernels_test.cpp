@@ -1,0 +1,105 @@
+#include "imaging/painting/planar_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace lumivastor {
+namespace {
+
+// A planar picture with room around every row, which nobody may touch.
+struct Planes {
+    Planes(int width, int height, const YuvEncoding& encoding) {
+        const int colourWidth = (width + 1) / 2;
+        const int colourHeight = (height + 1) / 2;
+        destination.width = width;
+        destination.height = height;
+        destination.lumaStride = width + 5;
+        destination.chromaStride = colourWidth + 3;
+        destination.encoding = encoding;
+        luma.assign(static_cast<std::size_t>((width + 5) * height), 7);
+        blue.assign(static_cast<std::size_t>((colourWidth + 3) * colourHeight), 7);
+        red = blue;
+        destination.luma = luma.data();
+        destination.blueDifference = blue.data();
+        destination.redDifference = red.data();
+    }
+    Planes(const Planes&) = delete;
+    Planes& operator=(const Planes&) = delete;
+
+    std::vector<std::uint8_t> luma;
+    std::vector<std::uint8_t> blue;
+    std::vector<std::uint8_t> red;
+    YuvDestination destination;
+};
+
+int largestDifference(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
+    int largest = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) largest = std::max(largest, std::abs(a[i] - b[i]));
+    return largest;
+}
+
+TEST(PlanarKernels, AreWithinOneOfThePlainWordsOnEveryInstructionSet) {
+    std::mt19937 random(17);
+    const std::vector<YuvEncoding> encodings{{YuvMatrix::bt709, YuvRange::limited},
+                                             {YuvMatrix::bt709, YuvRange::full},
+                                             {YuvMatrix::bt601, YuvRange::limited},
+                                             {YuvMatrix::bt601, YuvRange::full}};
+    std::vector<int> sizes{1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 130};
+    for (const int width : sizes) {
+        for (const int height : {1, 2, 5, 6}) {
+            for (const YuvEncoding& encoding : encodings) {
+                BgraPremultipliedBuffer source(width, height);
+                const bool extremes = random() % 2 == 0;
+                for (int y = 0; y < height; ++y) {
+                    for (int i = 0; i < width * 4; ++i) {
+                        const auto value = static_cast<std::uint8_t>(random());
+                        source.row(y)[i] = extremes ? static_cast<std::uint8_t>(value < 128 ? 0 : 255) : value;
+                    }
+                }
+                const Planes expected(width, height, encoding);
+                convertToPlanarPlainly(source, expected.destination);
+                for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+                    hwy::SetSupportedTargetsForTest(target);
+                    const Planes actual(width, height, encoding);
+                    convertToPlanar(source, actual.destination);
+                    const std::string what =
+                        std::to_string(width) + " x " + std::to_string(height) + " on " + hwy::TargetName(target);
+                    EXPECT_LE(largestDifference(actual.luma, expected.luma), 1) << what;
+                    EXPECT_LE(largestDifference(actual.blue, expected.blue), 1) << what;
+                    EXPECT_LE(largestDifference(actual.red, expected.red), 1) << what;
+                    hwy::SetSupportedTargetsForTest(0);
+                }
+            }
+        }
+    }
+}
+
+TEST(PlanarKernels, GreysAreExactlyGreyWhateverTheAlpha) {
+    BgraPremultipliedBuffer source(256, 4);
+    for (int y = 0; y < 4; ++y) {
+        for (int x = 0; x < 256; ++x) {
+            std::uint8_t* const pixel = source.pixel(x, y);
+            pixel[0] = pixel[1] = pixel[2] = static_cast<std::uint8_t>(x);
+            pixel[3] = static_cast<std::uint8_t>(y * 85);
+        }
+    }
+    const Planes target(256, 4, {});
+    convertToPlanar(source, target.destination);
+    const YuvDestination& planes = target.destination;
+    for (int x = 0; x < 256; ++x) {
+        EXPECT_NEAR(planes.luma[x], 16 + x * 219.0 / 255, 0.51) << x;
+        EXPECT_EQ(planes.luma[3 * planes.lumaStride + x], planes.luma[x]);
+        EXPECT_EQ(planes.blueDifference[x / 2], 128);
+        EXPECT_EQ(planes.redDifference[x / 2], 128);
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <system_error>
+#include <vector>
+
+#include "base/media_time.h"
+#include "media/isobmff/movie_index.h"
+
+// Movies in fragments: a header without samples, then again and again a small index ("moof") with the samples it is
+// about ("mdat"). A file that ends in the middle of one is readable up to there. This is our own, strict form of it:
+// every sample's size is listed, and samples lie in the fragment's own box.
+namespace lumivastor {
+
+/// One track's part of a fragment.
+struct FragmentTrack {
+    std::uint32_t id = 0;
+    std::int64_t start = 0;  // of the first sample, in the track's own time
+    std::vector<TrackSample> samples;
+    std::vector<std::uint8_t> bytes;  // of all samples, one after the other
+};
+
+/// A fragment as it goes into the file. Tracks without samples are left out; at least one has some.
+std::vector<std::uint8_t> fragmentBytes(std::uint32_t number, std::span<const FragmentTrack> tracks);
+
+/// The same track's part as its index tells it, and where in the file its samples begin.
+struct FragmentRun {
+    std::uint32_t id = 0;
+    std::int64_t start = 0;
+    std::uint64_t offset = 0;
+    std::vector<TrackSample> samples;
+};
+
+/// What a fragment's index ("moof", without its own header) says, if it begins at `offset` in the file. Nothing when it
+/// is not one that `fragmentBytes` makes.
+std::optional<std::vector<FragmentRun>> parseFragment(std::span<const std::uint8_t> content, std::uint64_t offset);
+
+/// What an open file in fragments holds.
+struct FragmentedMovie {
+    std::uint64_t headerOffset = 0;        // where its header box begins
+    std::uint64_t wholeEnd = 0;            // where the last whole fragment ends, or without one the header
+    std::uint64_t lastFragmentOffset = 0;  // and where it begins
+    int fragments = 0;
+    std::vector<TrackIndex> tracks;
+};
+
+/// Walks the fragments from the first to the last whole one, not beyond `limit` bytes. Stops at whatever is not a
+/// fragment of ours. Nothing when the file does not begin as one in fragments.
+std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit);
+
+/// Makes a plain movie of a file in fragments where it lies: cuts off what follows the last whole fragment, appends the
+/// index, waits until both are on the disk, and then turns the header box into the beginning of one box of sample data
+/// that spans all fragments. Up to that last step, which changes 16 bytes at once, the file is still one in fragments;
+/// whatever interrupts this leaves one or the other.
+std::error_code finishInPlace(int file, const FragmentedMovie& movie);
+
+}  // namespace lumivastor

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "base/media_time.h"
+#include "imaging/yuv_picture.h"
+
+namespace lumivastor {
+
+enum class TrackKind { video, audio };
+
+/// What a movie says about one of its tracks. Times count from the movie's zero; edit lists are applied.
+struct AssetTrack {
+    int id = 0;  // of the track in its file, unique there
+    TrackKind kind = TrackKind::video;
+    std::string codec;             // FFmpeg's short name: "hevc", "h264", "aac"
+    MediaTime start;               // of its first sample
+    MediaTime end;                 // of its last sample
+    std::int64_t sampleCount = 0;  // in the file's index; of pictures, each is one
+
+    // Video only. The size is in pixels, before any rotation that the file may ask for.
+    int width = 0;
+    int height = 0;
+    YuvEncoding encoding;       // as tagged; untagged pictures of HD size and above count as BT.709
+    bool colourTagged = false;  // whether file or stream name the matrix. For tests.
+
+    // Audio only.
+    int sampleRate = 0;
+    int channels = 0;
+
+    MediaTime duration() const { return end - start; }
+
+    int streamIndex = 0;  // position in the file; for this folder's readers
+};
+
+/// A movie file on disk, opened once to learn its tracks. Immutable afterwards: share it between threads as
+/// `shared_ptr<const Asset>`. The file stays closed; every reader opens it for itself.
+class Asset {
+  public:
+    /// Opens a local QuickTime or MP4 file. Throws `RecorderError` when it cannot be read, is no such movie, is damaged
+    /// in its header, or exceeds the limits of `MovieFile`.
+    explicit Asset(std::filesystem::path path);
+
+    const std::filesystem::path& path() const { return path_; }
+
+    /// Video and audio tracks in the file's order. Tracks of other kinds are left out.
+    const std::vector<AssetTrack>& tracks() const { return tracks_; }
+    std::vector<AssetTrack> tracks(TrackKind kind) const;
+    /// Null when the file has no such track.
+    const AssetTrack* track(int id) const;
+
+    /// The latest end of all tracks.
+    MediaTime duration() const;
+
+    /// Whether the movie is still in fragments, as a recording that was not finished leaves it.
+    bool isFragmented() const { return fragmented_; }
+
+  private:
+    std::filesystem::path path_;
+    std::vector<AssetTrack> tracks_;
+    bool fragmented_ = false;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "base/media_time.h"
+#include "ffmpeg/ffmpeg_handles.h"
+#include "media/reading/asset.h"
+#include "media/reading/movie_file.h"
+
+namespace lumivastor {
+
+/// Decodes one video track in presentation order and finds the picture that is shown at any moment: the last one whose
+/// presentation time is at or before it. Decodes on several threads. One thread at a time calls it.
+///
+/// Damage is not papered over: where the decoder reports an error, decoding ends with a `RecorderError`. Pictures that
+/// merely lead a key picture which was jumped to (open groups) are left out. H.264 decoders take the references that
+/// are missing at such a jump for damage, so after one they only report what they cannot conceal.
+class PictureDecoder {
+  public:
+    /// Throws when the file cannot be opened or its codec is not known.
+    PictureDecoder(std::shared_ptr<const Asset> asset, int trackId);
+    ~PictureDecoder();
+
+    /// Makes the picture shown at `time` the current one; the track's first picture when all come later; none when the
+    /// track is empty. Jumps to a key picture where that is quicker than decoding on. Throws when damage keeps it from
+    /// finding the picture.
+    ///
+    /// `passing`, if given, is called for every picture that is decoded on the way and is not the one sought, while it
+    /// is the current one. When it says false, the seek ends there: a later one can go on from that picture.
+    void seek(const MediaTime& time, const std::function<bool()>& passing = {});
+
+    bool hasCurrent() const { return current_.frame != nullptr; }
+    const AVFrame& current() const { return *current_.frame; }
+    MediaTime currentTime() const { return current_.time; }
+    /// When the next picture is shown; nothing at the track's end, or where damage follows.
+    std::optional<MediaTime> nextTime() const;
+    /// When the current picture ends: at the next one's time or, where none is known, by the file's own word.
+    MediaTime currentEnd() const;
+
+    /// Makes the next picture the current one; none at the end. Throws where damage follows.
+    void advance();
+
+    /// When the first key picture behind `time` is shown, where decoding can be taken up again after damage; nothing
+    /// when there is none, or the file ends before it. The next `seek` jumps.
+    std::optional<MediaTime> keyTimeAfter(const MediaTime& time);
+
+    /// Where decoding failed, after something was thrown: as far as known, the first moment without picture.
+    MediaTime failureTime() const { return failureTime_; }
+
+  private:
+    struct Picture {
+        FrameHandle frame;
+        MediaTime time;
+        MediaTime duration;
+    };
+
+    void openCodec(bool strict);
+    void jump(const MediaTime& time);
+    bool canDecodeOnTo(const MediaTime& time);
+    bool sendNextPacket();
+    Picture decodeOne();
+    void fetchNext();
+    std::int64_t ticks(const MediaTime& time) const;
+    MediaTime timeOf(std::int64_t ticks) const;
+
+    std::shared_ptr<const Asset> asset_;
+    AssetTrack track_;
+    std::unique_ptr<MovieFile> file_;
+    CodecHandle codec_;
+    PacketHandle packet_;
+    bool packetWaiting_ = false;  // packet_ holds one that the decoder has not taken yet
+    bool draining_ = false;
+    bool ended_ = false;
+    bool positioned_ = false;
+    std::int64_t firstKeyTicks_ = 0;    // presentation time of the key picture jumped to
+    std::int64_t lastDecodeTicks_ = 0;  // of the last packet handed to the decoder
+    bool strict_ = true;                // whether codec_ was opened to report every error
+    Picture current_;
+    Picture next_;
+    std::exception_ptr failure_;  // met while looking ahead; thrown when the picture is asked for
+    MediaTime failureTime_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <variant>
+#include <vector>
+
+#include "base/media_time.h"
+#include "base/pcm_format.h"
+#include "ffmpeg/ffmpeg_handles.h"
+#include "imaging/pixel_buffer.h"
+#include "imaging/yuv_picture.h"
+
+namespace lumivastor {
+
+/// How a reader hands out pictures.
+enum class PictureFormat {
+    bgraPremultiplied,  // sRGB-encoded, opaque
+    planar,             // as decoded; without a copy where the decoder works in 8-bit 4:2:0
+};
+
+/// One picture and when it is shown. Copies share the pixels.
+struct VideoSample {
+    MediaTime presentationTime;
+    MediaTime duration;
+    std::variant<YuvPicture, std::shared_ptr<const BgraPremultipliedBuffer>> picture;
+
+    const YuvPicture& planar() const { return std::get<YuvPicture>(picture); }
+    const BgraPremultipliedBuffer& bgra() const {
+        return *std::get<std::shared_ptr<const BgraPremultipliedBuffer>>(picture);
+    }
+};
+
+/// A stretch of sound. Full scale is -1...1; a mix may lie beyond it.
+struct PcmSample {
+    MediaTime presentationTime;
+    PcmFormat format;
+    std::vector<float> values;  // interleaved; frames() times channels
+
+    std::size_t frames() const { return values.size() / static_cast<std::size_t>(format.channels); }
+    MediaTime duration() const { return {static_cast<std::int64_t>(frames()), format.sampleRate}; }
+};
+
+/// What the samples of a track are, for writing them into another movie as they are. Copies share it.
+struct StoredFormat {
+    std::shared_ptr<const AVCodecParameters> parameters;
+    int timescale = 1;
+};
+
+/// One sample as it lies in the file: encoded. Copies share the bytes.
+struct StoredSample {
+    MediaTime presentationTime;  // before zero for the lead-in that an encoder of sound needs
+    MediaTime decodeTime;
+    MediaTime duration;
+    bool isKey = false;
+    std::shared_ptr<const AVPacket> packet;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "ffmpeg/ffmpeg_handles.h"
+#include "media/reading/composition.h"
+#include "media/reading/samples.h"
+#include "media/reading/sound_decoder.h"
+#include "media/reading/sound_joins.h"
+
+namespace lumivastor {
+
+/// Plays one composition track's sound from front to back at a chosen rate. Every segment begins at the frame nearest
+/// to its place on the timeline, counted from zero, so that rounding never adds up. Where a cut joins two of them,
+/// sound is softened so that it does not click. One thread at a time.
+class SoundTrackReader {
+  public:
+    /// Begins at frame `position` of the timeline.
+    SoundTrackReader(CompositionTrack track, const PcmFormat& format, std::int64_t position);
+    ~SoundTrackReader();
+
+    /// The next `read` begins with this frame of the timeline. The file stays open.
+    void seek(std::int64_t position);
+
+    /// Fills whole frames; silence where the track has nothing. Throws `RecorderError`.
+    void read(std::span<float> values);
+
+  private:
+    std::int64_t frameAt(const MediaTime& time) const;
+    bool isJoin(std::size_t segment) const;
+    SoundStretch stretchOf(std::size_t segment) const;
+    void enter(const CompositionSegment& segment);
+    void readSegment(std::span<float> values);
+
+    CompositionTrack track_;
+    PcmFormat format_;
+    std::int64_t position_;
+    std::size_t segment_ = 0;
+    bool entered_ = false;
+    std::unique_ptr<SoundDecoder> decoder_;
+    const Asset* decoderAsset_ = nullptr;
+    int decoderTrack_ = 0;
+    ResamplerHandle resampler_;  // only where the rates differ
+    std::vector<float> block_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,377 @@
+#include "media/writing/asset_writer.h"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+#include "base/handled_error.h"
+#include "base/precondition.h"
+#include "ffmpeg/ffmpeg_support.h"
+#include "imaging/painting/planar_kernels.h"
+#include "media/writing/fragmented_movie_sink.h"
+#include "media/writing/plain_movie_sink.h"
+#include "media/writing/writer_channel.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+namespace lumivastor {
+
+namespace {
+
+// Pictures that wait for their encoder or are in it. An export is never far ahead.
+constexpr int kPictures = 3;
+// Sound samples are small: about 0.1 s each when mixed, and as little as 5 ms from live devices.
+constexpr int kSounds = 8;
+constexpr int kLiveSounds = 400;
+constexpr int kStoredSamples = 64;
+constexpr int kLiveStoredSamples = 400;
+
+class VideoTrackEncoder final : public TrackEncoder {
+  public:
+    explicit VideoTrackEncoder(const VideoSettings& settings)
+        : settings_(settings), planes_(settings.width, settings.height, {}) {}
+
+    void open(MovieSink& sink) override {
+        settings_.lowLatency = settings_.lowLatency || sink.isFragmented();
+        try {
+            encoder_ = makePictureEncoder(settings_);
+        } catch (const RecorderError& error) {
+            throw EncoderFailure(error.message());
+        }
+        stream_ = sink.addStream(*encoder_->parameters(), settings_.timescale);
+    }
+
+    void encode(MovieSink& sink, const std::shared_ptr<PlanarBuffer>& picture, const MediaTime& time) {
+        // Two pictures on one tick would end the movie; a tick later is nothing that anyone sees.
+        lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->encode(picture, lastTick_, consume); });
+    }
+
+    void encode(MovieSink& sink, const BgraPremultipliedBuffer& picture, const MediaTime& time) {
+        const std::shared_ptr<PlanarBuffer> converted = planes_.makePlanar();
+        if (!converted) throw RecorderError("Kein Speicher für die Ausgabebilder.");
+        convertToPlanar(picture, converted->destination());
+        encode(sink, converted, time);
+    }
+
+    void repeat(MovieSink& sink, const MediaTime& time) {
+        lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->repeat(lastTick_, consume); });
+    }
+
+    void finish(MovieSink& sink) override {
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->finish(consume); });
+    }
+
+  private:
+    // Runs the encoder and tells its failures from those of the file, which come up through it.
+    template <typename Work>
+    void guarded(MovieSink& sink, const Work& work) {
+        bool isWriting = false;
+        const PacketConsumer consume = [&](AVPacket& packet) {
+            isWriting = true;
+            sink.write(stream_, packet);
+            isWriting = false;
+        };
+        try {
+            work(consume);
+        } catch (const RecorderError& error) {
+            if (isWriting) throw;
+            throw EncoderFailure(error.message());
+        }
+    }
+
+    VideoSettings settings_;
+    PicturePool planes_;
+    std::unique_ptr<PictureEncoder> encoder_;
+    int stream_ = 0;
+    std::int64_t lastTick_ = -1;
+};
+
+class AudioTrackEncoder final : public TrackEncoder {
+  public:
+    explicit AudioTrackEncoder(const AudioSettings& settings) : settings_(settings) {}
+
+    void open(MovieSink& sink) override {
+        encoder_.emplace(settings_);
+        stream_ = sink.addStream(*encoder_->parameters(), settings_.sampleRate);
+    }
+
+    void encode(MovieSink& sink, const PcmSample& sample, const MediaTime& time) {
+        encoder_->encode(sample, time.rescaled(settings_.sampleRate).value,
+                         [&](AVPacket& packet) { sink.write(stream_, packet); });
+    }
+
+    void finish(MovieSink& sink) override {
+        encoder_->finish([&](AVPacket& packet) { sink.write(stream_, packet); });
+    }
+
+  private:
+    AudioSettings settings_;
+    std::optional<AudioEncoder> encoder_;
+    int stream_ = 0;
+};
+
+class StoredTrackCopier final : public TrackEncoder {
+  public:
+    explicit StoredTrackCopier(StoredFormat format) : format_(std::move(format)) {}
+
+    void open(MovieSink& sink) override {
+        precondition(!sink.isFragmented(), "fragments are made of what is encoded here");
+        stream_ = sink.addStream(*format_.parameters, format_.timescale);
+    }
+
+    void copy(MovieSink& sink, const StoredSample& sample, const MediaTime& sessionStart) const {
+        const PacketHandle packet = referenceTo(*sample.packet);
+        packet->pts = (sample.presentationTime - sessionStart).rescaled(format_.timescale).value;
+        packet->dts = (sample.decodeTime - sessionStart).rescaled(format_.timescale).value;
+        packet->duration = sample.duration.rescaled(format_.timescale).value;
+        packet->pos = -1;
+        sink.write(stream_, *packet);
+    }
+
+    void finish(MovieSink&) override {}
+
+  private:
+    StoredFormat format_;
+    int stream_ = 0;
+};
+
+}  // namespace
+
+// Inputs
+
+WriterInput::WriterInput(std::shared_ptr<WriterChannel> channel) : channel_(std::move(channel)) {}
+WriterInput::~WriterInput() = default;
+void WriterInput::setExpectsMediaDataInRealTime(bool realTime) {
+    channel_->setRealTime(realTime);
+}
+bool WriterInput::isReadyForMoreMediaData() const {
+    return channel_->isReady();
+}
+void WriterInput::requestMediaDataWhenReady(SerialQueue& queue, std::function<void()> pump) {
+    channel_->request(queue, std::move(pump));
+}
+void WriterInput::markAsFinished() {
+    channel_->markAsFinished();
+}
+
+VideoWriterInput::VideoWriterInput(std::shared_ptr<WriterShared> shared, const VideoSettings& settings)
+    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.video", kPictures, kMostLivePictures,
+                                                  std::make_unique<VideoTrackEncoder>(settings))),
+      settings_(settings),
+      pool_(settings.width, settings.height, {}) {}
+VideoWriterInput::~VideoWriterInput() = default;
+
+bool VideoWriterInput::append(std::shared_ptr<PlanarBuffer> picture, const MediaTime& time) {
+    precondition(picture != nullptr, "a picture to append");
+    const MediaTime inMovie = time - channel_->shared().sessionStart;
+    if (inMovie < MediaTime{}) return true;
+    auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
+    return channel_->enqueue(inMovie.seconds(), [&encoder, inMovie, picture = std::move(picture)](MovieSink& sink) {
+        encoder.encode(sink, picture, inMovie);
+    });
+}
+
+bool VideoWriterInput::append(std::shared_ptr<const BgraPremultipliedBuffer> picture, const MediaTime& time) {
+    precondition(picture != nullptr && picture->width() == settings_.width && picture->height() == settings_.height,
+                 "a picture of the input's size");
+    const MediaTime inMovie = time - channel_->shared().sessionStart;
+    if (inMovie < MediaTime{}) return true;
+    auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
+    return channel_->enqueue(inMovie.seconds(), [&encoder, inMovie, picture = std::move(picture)](MovieSink& sink) {
+        encoder.encode(sink, *picture, inMovie);
+    });
+}
+
+bool VideoWriterInput::appendRepeat(const MediaTime& time) {
+    const MediaTime inMovie = time - channel_->shared().sessionStart;
+    if (inMovie < MediaTime{}) return true;
+    auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
+    return channel_->enqueue(inMovie.seconds(),
+                             [&encoder, inMovie](MovieSink& sink) { encoder.repeat(sink, inMovie); });
+}
+
+AudioWriterInput::AudioWriterInput(std::shared_ptr<WriterShared> shared, const AudioSettings& settings)
+    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.audio", kSounds, kLiveSounds,
+                                                  std::make_unique<AudioTrackEncoder>(settings))) {}
+AudioWriterInput::~AudioWriterInput() = default;
+
+bool AudioWriterInput::append(PcmSample sample) {
+    const MediaTime inMovie = sample.presentationTime - channel_->shared().sessionStart;
+    const double end = (inMovie + sample.duration()).seconds();
+    auto& encoder = static_cast<AudioTrackEncoder&>(channel_->encoder());
+    return channel_->enqueue(end, [&encoder, inMovie, sample = std::move(sample)](MovieSink& sink) {
+        encoder.encode(sink, sample, inMovie);
+    });
+}
+
+StoredWriterInput::StoredWriterInput(std::shared_ptr<WriterShared> shared, StoredFormat format)
+    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.stored", kStoredSamples,
+                                                  kLiveStoredSamples,
+                                                  std::make_unique<StoredTrackCopier>(std::move(format)))) {}
+StoredWriterInput::~StoredWriterInput() = default;
+
+bool StoredWriterInput::append(StoredSample sample) {
+    const MediaTime sessionStart = channel_->shared().sessionStart;
+    auto& copier = static_cast<StoredTrackCopier&>(channel_->encoder());
+    const double time = (sample.decodeTime - sessionStart).seconds();
+    return channel_->enqueue(time, [&copier, sessionStart, sample = std::move(sample)](MovieSink& sink) {
+        copier.copy(sink, sample, sessionStart);
+    });
+}
+
+// Writer
+
+AssetWriter::AssetWriter(std::filesystem::path path, MovieContainer container, std::string shownName)
+    : path_(std::move(path)),
+      shownName_(shownName.empty() ? path_.filename().string() : std::move(shownName)),
+      container_(container),
+      shared_(std::make_shared<WriterShared>()) {}
+
+AssetWriter::~AssetWriter() {
+    {
+        const std::scoped_lock guard(shared_->lock);
+        if (shared_->status == Status::writing) shared_->status = Status::cancelled;
+    }
+    waitForEncoders();
+    if (shared_->sink) shared_->sink->close();
+}
+
+template <typename Input>
+Input& AssetWriter::add(std::unique_ptr<Input> input) {
+    precondition(status() == Status::unknown, "inputs are added before writing starts");
+    Input& added = *input;
+    shared_->channels.push_back(added.channel_);
+    inputs_.push_back(std::move(input));
+    return added;
+}
+
+VideoWriterInput& AssetWriter::addVideoInput(const VideoSettings& settings) {
+    return add(std::unique_ptr<VideoWriterInput>(new VideoWriterInput(shared_, settings)));
+}
+
+AudioWriterInput& AssetWriter::addAudioInput(const AudioSettings& settings) {
+    return add(std::unique_ptr<AudioWriterInput>(new AudioWriterInput(shared_, settings)));
+}
+
+StoredWriterInput& AssetWriter::addStoredInput(const StoredFormat& format) {
+    return add(std::unique_ptr<StoredWriterInput>(new StoredWriterInput(shared_, format)));
+}
+
+bool AssetWriter::canAddStoredInput(const StoredFormat& format) const {
+    return format.parameters != nullptr && MovieSink::canHold(container_, *format.parameters);
+}
+
+void AssetWriter::setMovieFragmentInterval(const MediaTime& interval) {
+    precondition(status() == Status::unknown && interval >= MediaTime{}, "fragments are asked for before the start");
+    fragmentInterval_ = interval;
+}
+
+bool AssetWriter::startWriting() {
+    precondition(status() == Status::unknown && !inputs_.empty(), "a writer starts once, with inputs");
+    std::unique_ptr<MovieSink> sink;
+    const auto fail = [&](const RecorderError& error, WriterShared::Part part) {
+        if (sink) {
+            sink->close();
+            // A pipe or a device is not ours to remove.
+            std::error_code ignored;
+            if (std::filesystem::is_regular_file(path_, ignored)) std::filesystem::remove(path_, ignored);
+        }
+        shared_->fail(error, part);
+        return false;
+    };
+    try {
+        if (fragmentInterval_ > MediaTime{}) {
+            precondition(container_ == MovieContainer::quickTime, "fragments are for QuickTime movies");
+            sink = std::make_unique<FragmentedMovieSink>(path_, fragmentInterval_);
+        } else {
+            sink = std::make_unique<PlainMovieSink>(path_, container_, shownName_);
+        }
+        for (const auto& input : inputs_) input->channel_->encoder().open(*sink);
+        sink->begin();
+    } catch (const EncoderFailure& error) {
+        return fail(error, WriterShared::Part::encoder);
+    } catch (...) {
+        return fail(handledError("Der Film konnte nicht angelegt werden"), WriterShared::Part::other);
+    }
+    const std::scoped_lock guard(shared_->lock);
+    shared_->sink = std::move(sink);
+    shared_->status = Status::writing;
+    return true;
+}
+
+void AssetWriter::startSession(const MediaTime& start) {
+    const std::scoped_lock guard(shared_->lock);
+    precondition(!shared_->sessionStarted && shared_->status != Status::unknown, "one session, after the start");
+    shared_->sessionStart = start;
+    shared_->sessionStarted = true;
+}
+
+void AssetWriter::endSession(const MediaTime& end) {
+    {
+        const std::scoped_lock guard(shared_->lock);
+        precondition(shared_->sessionStarted, "a session that has started");
+    }
+    precondition(end >= shared_->sessionStart, "a session ends after its start");
+    if (shared_->sink) shared_->sink->endAt(end - shared_->sessionStart);
+}
+
+void AssetWriter::waitForEncoders() {
+    for (const auto& input : inputs_) input->channel_->markAsFinished();
+    for (const auto& input : inputs_) input->channel_->drain();
+}
+
+bool AssetWriter::finishWriting() {
+    precondition(status() == Status::writing || status() == Status::failed, "what is being written can be finished");
+    waitForEncoders();
+    if (status() == Status::failed) {
+        if (shared_->sink) shared_->sink->close();
+        return false;
+    }
+    try {
+        shared_->sink->finish();
+    } catch (...) {
+        shared_->fail(handledError("Der Film konnte nicht geschrieben werden"));
+        shared_->sink->close();
+        return false;
+    }
+    const std::scoped_lock guard(shared_->lock);
+    shared_->status = Status::completed;
+    return true;
+}
+
+void AssetWriter::cancelWriting() {
+    {
+        const std::scoped_lock guard(shared_->lock);
+        precondition(shared_->status != Status::completed, "a finished movie is not cancelled");
+        if (shared_->status == Status::unknown) return;
+        shared_->status = Status::cancelled;
+    }
+    // Inputs are not marked finished here: their pumps are still to be called, to learn that it is over.
+    shared_->wakePumps();
+    for (const auto& input : inputs_) input->channel_->drain();
+    if (!shared_->sink) return;  // the file could not be created: whatever lies there is not ours
+    shared_->sink->close();
+    std::error_code ignored;  // gone already, or not to be removed: there is nothing further to do about it
+    std::filesystem::remove(path_, ignored);
+}
+
+AssetWriter::Status AssetWriter::status() const {
+    const std::scoped_lock guard(shared_->lock);
+    return shared_->status;
+}
+
+std::optional<RecorderError> AssetWriter::error() const {
+    const std::scoped_lock guard(shared_->lock);
+    return shared_->error;
+}
+
+bool AssetWriter::encoderFailed() const {
+    const std::scoped_lock guard(shared_->lock);
+    return shared_->encoderFailed;
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,200 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/media_time.h"
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "imaging/picture_pool.h"
+#include "imaging/pixel_buffer.h"
+#include "media/reading/samples.h"
+#include "media/writing/encoders.h"
+#include "media/writing/movie_sink.h"
+
+namespace lumivastor {
+
+class AssetWriter;
+struct WriterShared;
+class WriterChannel;
+
+/// One track of a movie that is being written. What is appended waits in a bounded queue for the track's own encoder
+/// thread: appending never waits. Whoever appends asks for readiness first, or lets itself be called when there is
+/// room. An input that is not real-time is also not ready while it is more than a second ahead of the others that are
+/// being fed, so that the file stays interleaved and nothing piles up.
+///
+/// After the writer has failed or was cancelled, inputs say that they are ready and refuse what is appended: that is
+/// how a pump learns that it may stop.
+class WriterInput {
+  public:
+    virtual ~WriterInput();
+    WriterInput(const WriterInput&) = delete;
+    WriterInput& operator=(const WriterInput&) = delete;
+
+    /// For live sources, whose samples cannot wait: a longer queue, and readiness does not depend on the other tracks.
+    /// Before `startWriting`. False unless set.
+    void setExpectsMediaDataInRealTime(bool realTime);
+
+    /// Whether a sample may be appended now. Any thread; stays true until this input is appended to.
+    bool isReadyForMoreMediaData() const;
+
+    /// Calls `pump` on `queue` whenever there is room, again and again, until `markAsFinished`. The pump appends while
+    /// the input is ready. One that returns although the input is still ready is called again at once. Any thread,
+    /// once, after `startSession`. The queue outlives the writer.
+    void requestMediaDataWhenReady(SerialQueue& queue, std::function<void()> pump);
+
+    /// Nothing more will be appended. Any thread; a second time does nothing.
+    void markAsFinished();
+
+  protected:
+    explicit WriterInput(std::shared_ptr<WriterChannel> channel);
+
+    std::shared_ptr<WriterChannel> channel_;
+
+  private:
+    friend class AssetWriter;
+};
+
+/// A track of pictures. Appending is for one thread at a time, ascending in time; pictures that would fall on the same
+/// tick of the track's clock move to the next. Pictures before the session's start are left out.
+class VideoWriterInput : public WriterInput {
+  public:
+    ~VideoWriterInput() override;
+
+    /// As many pictures from a live source wait for their encoder, or are in it, until the input is no longer ready: a
+    /// sixth of a second at 30 a second to bridge a slow moment.
+    static constexpr int kMostLivePictures = 5;
+
+    /// Where pictures to be painted come from.
+    PicturePool& pool() { return pool_; }
+
+    /// Takes a picture of the input's size; nobody writes to it afterwards. The planar form is encoded without a
+    /// further copy; the other is converted on the encoder's thread. False when the writer has failed.
+    bool append(std::shared_ptr<PlanarBuffer> picture, const MediaTime& time);
+    bool append(std::shared_ptr<const BgraPremultipliedBuffer> picture, const MediaTime& time);
+    /// The picture appended last is shown at `time` as well. Costs next to nothing where the stream allows it, as it
+    /// does unless the settings say otherwise. One has been appended within the session.
+    bool appendRepeat(const MediaTime& time);
+
+  private:
+    friend class AssetWriter;
+    VideoWriterInput(std::shared_ptr<WriterShared> shared, const VideoSettings& settings);
+
+    VideoSettings settings_;
+    PicturePool pool_;
+};
+
+/// A track of sound, encoded from PCM of the settings' rate and channels; see `AudioEncoder` for gaps and overlaps.
+class AudioWriterInput : public WriterInput {
+  public:
+    ~AudioWriterInput() override;
+
+    /// False when the writer has failed.
+    bool append(PcmSample sample);
+
+  private:
+    friend class AssetWriter;
+    AudioWriterInput(std::shared_ptr<WriterShared> shared, const AudioSettings& settings);
+};
+
+/// A track of samples that are stored as they are. Appended in the order of decoding.
+class StoredWriterInput : public WriterInput {
+  public:
+    ~StoredWriterInput() override;
+
+    /// False when the writer has failed.
+    bool append(StoredSample sample);
+
+  private:
+    friend class AssetWriter;
+    StoredWriterInput(std::shared_ptr<WriterShared> shared, StoredFormat format);
+};
+
+/// Writes one movie file: make it, add inputs, start, start the session, append to the inputs, mark them finished,
+/// finish. Inputs are fed on any threads, one at a time each; the rest belongs to the thread that makes the writer.
+/// Status and errors may be asked for on any thread. Inputs live as long as the writer.
+///
+/// A writer that goes away without having finished leaves the file as far as it was written. So does one that failed;
+/// when it wrote in fragments, `repairMovie` makes a plain movie of what is there.
+class AssetWriter {
+  public:
+    enum class Status {
+        unknown,    // not started
+        writing,    // takes samples
+        completed,  // the file is whole and on the disk
+        failed,
+        cancelled,
+    };
+
+    /// `shownName` is what errors call the file where its own name says nothing to the user; empty: its own.
+    AssetWriter(std::filesystem::path path, MovieContainer container, std::string shownName = {});
+    ~AssetWriter();
+    AssetWriter(const AssetWriter&) = delete;
+    AssetWriter& operator=(const AssetWriter&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+
+    /// Before `startWriting`.
+    VideoWriterInput& addVideoInput(const VideoSettings& settings);
+    AudioWriterInput& addAudioInput(const AudioSettings& settings);
+    StoredWriterInput& addStoredInput(const StoredFormat& format);
+
+    /// Whether the container can hold samples of this format as they are.
+    bool canAddStoredInput(const StoredFormat& format) const;
+
+    /// Writes the movie in fragments of about this length, each of which is handed to the system when it is whole:
+    /// whatever ends this process, the file holds everything but the last fragment (see movie_repair.h).
+    /// `finishWriting` then turns it into a plain movie where it lies, without copying it. Needs the QuickTime
+    /// container and takes no stored inputs. Before `startWriting`; 0, as at first, writes a plain movie, of which
+    /// nothing is readable before it is finished.
+    ///
+    /// Fragments are written by a thread of their own, so that a slow disk holds the encoders up only once several
+    /// fragments wait for it; live inputs are then no longer ready. A disk that refuses one fails the writer, and the
+    /// file ends with the last whole fragment.
+    void setMovieFragmentInterval(const MediaTime& interval);
+
+    /// Creates the file, replacing one of that name, and opens the encoders. False, with `status` failed and `error`
+    /// set, when either does not work; no file is left then.
+    bool startWriting();
+
+    /// The moment of the samples' clock that becomes the movie's zero. Once, after `startWriting`.
+    void startSession(const MediaTime& start);
+
+    /// The moment of the samples' clock at which the movie ends: the last picture is shown until then, and sound beyond
+    /// it is left out, as far as it is not in a plain movie's file already. A picture at or after `end` is kept and
+    /// shown for one tick. Once, after `startSession` and before `finishWriting`; without it every track ends with its
+    /// last sample.
+    void endSession(const MediaTime& end);
+
+    /// Marks all inputs finished, waits for the encoders and completes the file. Whether the movie is whole: false,
+    /// with `error` set, when anything failed since the start.
+    bool finishWriting();
+
+    /// Stops the encoders, drops what waits and removes the file.
+    void cancelWriting();
+
+    Status status() const;
+    /// Why the writer failed.
+    std::optional<RecorderError> error() const;
+    /// Whether it was an encoder of pictures that failed the writer, and not the file: another encoder may do better.
+    bool encoderFailed() const;
+
+  private:
+    template <typename Input>
+    Input& add(std::unique_ptr<Input> input);
+    void waitForEncoders();
+
+    std::filesystem::path path_;
+    std::string shownName_;
+    MovieContainer container_;
+    MediaTime fragmentInterval_;
+    std::shared_ptr<WriterShared> shared_;
+    std::vector<std::unique_ptr<WriterInput>> inputs_;
+};
+
+}  // namespace lumivastor

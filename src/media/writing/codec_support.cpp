@@ -1,0 +1,46 @@
+#include "media/writing/codec_support.h"
+
+#include "base/recorder_error.h"
+#include "ffmpeg/ffmpeg_support.h"
+#include "media/writing/h264_bitstream.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
+}
+
+namespace lumivastor {
+
+CodecHandle makeEncoder(const AVCodec* encoder, const char* what) {
+    prepareFfmpeg();
+    if (encoder == nullptr) checked(AVERROR_ENCODER_NOT_FOUND, what);
+    CodecHandle codec(avcodec_alloc_context3(encoder));
+    if (!codec) checked(AVERROR(ENOMEM), what);
+    codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    return codec;
+}
+
+void askForHighProfile(AVCodecContext& codec) {
+    // Some look at the context, others at an option of their own, whose default is Main.
+    codec.profile = kH264High;
+    av_opt_set(codec.priv_data, "profile", "high", 0);
+}
+
+CodecParametersHandle parametersOf(const AVCodecContext& codec) {
+    CodecParametersHandle parameters(avcodec_parameters_alloc());
+    if (!parameters) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+    checked(avcodec_parameters_from_context(parameters.get(), &codec), "Eine Spur konnte nicht angelegt werden");
+    return parameters;
+}
+
+void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume) {
+    for (;;) {
+        const int result = avcodec_receive_packet(&codec, &packet);
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        checked(result, what);
+        consume(packet);
+        av_packet_unref(&packet);
+    }
+}
+
+}  // namespace lumivastor

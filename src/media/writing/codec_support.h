@@ -1,0 +1,22 @@
+#pragma once
+
+#include "ffmpeg/ffmpeg_handles.h"
+#include "media/writing/encoders.h"
+
+struct AVCodec;
+
+// What the encoders of pictures and of sound share.
+namespace lumivastor {
+
+/// A context for this encoder, not yet opened. Throws a `RecorderError` that begins with `what` when there is none.
+CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
+
+/// Before a hardware encoder of H.264 is opened. One that knows no profiles is opened as it is.
+void askForHighProfile(AVCodecContext& codec);
+
+CodecParametersHandle parametersOf(const AVCodecContext& codec);
+
+/// Gives all packets that the encoder has ready. `packet` is working memory.
+void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume);
+
+}  // namespace lumivastor

@@ -1,0 +1,260 @@
+#include "media/writing/plain_movie_sink.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "base/precondition.h"
+#include "base/recorder_error.h"
+#include "base/system_error_text.h"
+#include "base/unique_descriptor.h"
+#include "ffmpeg/ffmpeg_support.h"
+#include "media/isobmff/movie_boxes.h"
+#include "media/writing/container_format.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kBufferBytes = 1 << 18;
+
+// The clock of the movie's header and edit lists: fine enough that neither 48 kHz sound nor pictures timed in
+// six-hundredths round.
+constexpr int kMovieTimescale = 48000;
+
+// What FFmpeg hands over to be written, which newer versions promise not to change.
+#if LIBAVFORMAT_VERSION_MAJOR >= 61
+using WrittenByte = const std::uint8_t;
+#else
+using WrittenByte = std::uint8_t;
+#endif
+
+// Whether the file's outermost boxes fill it to its last byte, with the index before the samples.
+bool isWholeAndBeginsWithIndex(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) return false;
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    bool hasIndex = false;
+    std::uint64_t offset = 0;
+    while (const auto box = fileBoxAt(file, offset, size)) {
+        if (box->kind == boxKind("moov")) hasIndex = true;
+        if (box->kind == boxKind("mdat") && !hasIndex) return false;
+        offset = box->end();
+    }
+    return hasIndex && offset == size;
+}
+
+}  // namespace
+
+struct PlainMovieSink::ByteTarget {
+    UniqueDescriptor file;
+    int error = 0;                  // the first system error met
+    std::int64_t readPosition = 0;  // of what is read back; the file's own is that of writing
+
+    static int write(void* opaque, WrittenByte* bytes, int size) {
+        auto* const self = static_cast<ByteTarget*>(opaque);
+        int done = 0;
+        while (done < size) {
+            const ssize_t count = ::write(self->file.get(), bytes + done, static_cast<std::size_t>(size - done));
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) {
+                if (self->error == 0) self->error = count < 0 ? errno : EIO;
+                return AVERROR(self->error);
+            }
+            done += static_cast<int>(count);
+        }
+        return size;
+    }
+
+    static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
+        const auto* self = static_cast<ByteTarget*>(opaque);
+        if (whence == AVSEEK_SIZE) return AVERROR(ENOSYS);
+        const off_t position = ::lseek(self->file.get(), offset, whence & ~AVSEEK_FORCE);
+        return position < 0 ? AVERROR(errno) : position;
+    }
+
+    static int read(void* opaque, std::uint8_t* bytes, int size) {
+        auto* const self = static_cast<ByteTarget*>(opaque);
+        for (;;) {
+            const ssize_t count = ::pread(self->file.get(), bytes, static_cast<std::size_t>(size), self->readPosition);
+            if (count < 0 && errno == EINTR) continue;
+            if (count == 0) return AVERROR_EOF;
+            if (count < 0) {
+                // FFmpeg takes this for the file's end.
+                if (self->error == 0) self->error = errno;
+                return AVERROR(self->error);
+            }
+            self->readPosition += count;
+            return static_cast<int>(count);
+        }
+    }
+
+    static std::int64_t seekToRead(void* opaque, std::int64_t offset, int whence) {
+        if ((whence & ~AVSEEK_FORCE) != SEEK_SET) return AVERROR(ENOSYS);
+        return static_cast<ByteTarget*>(opaque)->readPosition = offset;
+    }
+
+    // FFmpeg opens what it has written a second time, to move it.
+    static int openToRead(AVFormatContext* context, AVIOContext** io, const char*, int flags, AVDictionary**) {
+        if (flags != AVIO_FLAG_READ) return AVERROR(ENOSYS);
+        auto* const self = static_cast<ByteTarget*>(context->opaque);
+        self->readPosition = 0;
+        auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
+        *io = avio_alloc_context(buffer, kBufferBytes, 0, self, read, nullptr, seekToRead);
+        if (*io != nullptr) return 0;
+        av_free(buffer);
+        return AVERROR(ENOMEM);
+    }
+
+    static int closeRead(AVFormatContext*, AVIOContext* io) {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+        return 0;
+    }
+};
+
+struct PlainMovieSink::Track {
+    int timescale = 1;  // of the packets that come in
+    bool isVideo = false;
+    PacketHandle heldBack;         // the last picture: how long it is shown tells the next one, or the end
+    std::int64_t latestShown = 0;  // of all packets
+};
+
+PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName)
+    : shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
+    prepareFfmpeg();
+    target_->file = createFile(path, shownName_, Existing::emptied);
+    checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
+            "Der Film konnte nicht angelegt werden");
+    auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
+    io_ = avio_alloc_context(buffer, kBufferBytes, 1, target_.get(), nullptr, ByteTarget::write, ByteTarget::seek);
+    if (io_ == nullptr) {
+        close();
+        throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+    }
+    context_->pb = io_;
+    context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context_->opaque = target_.get();
+    context_->io_open = ByteTarget::openToRead;
+    context_->io_close2 = ByteTarget::closeRead;
+    // Times before zero stay: they are the lead-in of sound, which the edit list takes away again.
+    context_->avoid_negative_ts = 0;
+}
+
+PlainMovieSink::~PlainMovieSink() {
+    close();
+}
+
+int PlainMovieSink::addStream(const AVCodecParameters& parameters, int timescale) {
+    precondition(context_ != nullptr && !headerWritten_ && timescale > 0, "streams come before the header");
+    AVStream* const stream = avformat_new_stream(context_, nullptr);
+    if (stream == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+    describeStream(*stream, parameters, timescale);
+    Track track;
+    track.timescale = timescale;
+    track.isVideo = parameters.codec_type == AVMEDIA_TYPE_VIDEO;
+    if (track.isVideo) videoTimescale_ = timescale;
+    tracks_.push_back(std::move(track));
+    return stream->index;
+}
+
+void PlainMovieSink::begin() {
+    precondition(context_ != nullptr && !headerWritten_, "a movie begins once");
+    AVDictionary* settings = nullptr;
+    av_dict_set_int(&settings, "movie_timescale", kMovieTimescale, 0);
+    if (videoTimescale_ > 0) av_dict_set_int(&settings, "video_track_timescale", videoTimescale_, 0);
+    // How long the index is shows only at the end. Then the samples move up by that much, in pieces of the index's
+    // length: 2 s for 2 GB on a machine at work, and one index in memory. Room kept free from the beginning would save
+    // that time. But it would have to be guessed, a guess that is too low spoils an export of an hour, and one that is
+    // safe (some 40 bytes a sample) leaves a hole as long as the index in front of everything that is downloaded.
+    av_dict_set(&settings, "movflags", "+write_colr+faststart", 0);
+    const int result = avformat_write_header(context_, &settings);
+    av_dict_free(&settings);
+    check(result);
+    headerWritten_ = true;
+}
+
+void PlainMovieSink::write(int stream, AVPacket& packet) {
+    const std::scoped_lock guard(lock_);
+    precondition(context_ != nullptr && headerWritten_, "packets come after the header");
+    Track& track = tracks_.at(static_cast<std::size_t>(stream));
+    packet.stream_index = stream;
+    if (!track.isVideo) {
+        if (!end_ || packet.pts < end_->rescaled(track.timescale).value) writeNow(packet);
+        return;
+    }
+    if (track.heldBack) writeNow(*track.heldBack);
+    if (!track.heldBack) track.heldBack = makePacket();
+    track.latestShown = std::max(track.latestShown, packet.pts);
+    av_packet_move_ref(track.heldBack.get(), &packet);
+}
+
+void PlainMovieSink::writeNow(AVPacket& packet) {
+    AVStream* const stream = context_->streams[packet.stream_index];
+    const int timescale = tracks_.at(static_cast<std::size_t>(packet.stream_index)).timescale;
+    av_packet_rescale_ts(&packet, AVRational{1, timescale}, stream->time_base);
+    check(av_interleaved_write_frame(context_, &packet));
+}
+
+void PlainMovieSink::writeHeldBack() {
+    const std::scoped_lock guard(lock_);
+    for (Track& track : tracks_) {
+        if (!track.heldBack) continue;
+        AVPacket& packet = *track.heldBack;
+        // Where pictures are reordered, the last one decoded need not be the one that is on the screen at the end.
+        if (end_ && packet.pts == track.latestShown) {
+            packet.duration = std::max<std::int64_t>(end_->rescaled(track.timescale).value - packet.pts, 1);
+        }
+        writeNow(packet);
+        track.heldBack = nullptr;
+    }
+}
+
+void PlainMovieSink::endAt(const MediaTime& end) {
+    const std::scoped_lock guard(lock_);
+    end_ = end;
+}
+
+void PlainMovieSink::finish() {
+    writeHeldBack();
+    check(av_write_trailer(context_));
+    avio_flush(io_);
+    check(0);
+    if (!isWholeAndBeginsWithIndex(target_->file.get())) {
+        throw RecorderError(shownName_ + " konnte nicht geschrieben werden: Die Datei ist unvollständig.");
+    }
+    if (::fsync(target_->file.get()) != 0 && errno != EINVAL && target_->error == 0) target_->error = errno;
+    check(0);
+    if (target_->file.reset() != 0) target_->error = errno;
+    check(0);
+    close();
+}
+
+void PlainMovieSink::close() {
+    if (io_ != nullptr) av_freep(&io_->buffer);
+    avio_context_free(&io_);
+    avformat_free_context(context_);
+    context_ = nullptr;
+    target_->file.reset();
+}
+
+// The file's own error says more than what FFmpeg makes of it, and some of its calls swallow it.
+void PlainMovieSink::check(int result) {
+    if (target_->error == 0 && result >= 0) return;
+    const std::string reason =
+        target_->error != 0 ? systemErrorText({target_->error, std::generic_category()}) : ffmpegErrorText(result);
+    throw RecorderError(shownName_ + " konnte nicht geschrieben werden: " + reason + ".");
+}
+
+}  // namespace lumivastor

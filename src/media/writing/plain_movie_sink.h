@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "media/writing/movie_sink.h"
+
+namespace lumivastor {
+
+/// A movie whose index is written when it is finished: nothing of it is readable before. The index then stands before
+/// the samples, so that a finished movie plays while it is still being downloaded; finishing rewrites the file for that
+/// once, where it lies, with memory and room for the index alone. Packets are interleaved by time.
+class PlainMovieSink final : public MovieSink {
+  public:
+    /// Errors call the file `shownName`.
+    PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName);
+    ~PlainMovieSink() override;
+
+    int addStream(const AVCodecParameters& parameters, int timescale) override;
+    void begin() override;
+    void write(int stream, AVPacket& packet) override;
+    void endAt(const MediaTime& end) override;
+    void finish() override;
+    void close() override;
+
+  private:
+    struct ByteTarget;
+    struct Track;
+
+    void writeHeldBack();
+    void writeNow(AVPacket& packet);
+    void check(int result);
+
+    const std::string shownName_;
+    std::unique_ptr<ByteTarget> target_;
+    AVIOContext* io_ = nullptr;
+    AVFormatContext* context_ = nullptr;
+    int videoTimescale_ = 0;
+    std::vector<Track> tracks_;
+    bool headerWritten_ = false;
+    std::mutex lock_;               // guards context_ and what hangs on it, and the tracks, while packets are written
+    std::optional<MediaTime> end_;  // guarded by lock_
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "ffmpeg/ffmpeg_handles.h"
+
+namespace lumivastor {
+
+/// A stream as a QuickTime movie describes it.
+struct DescribedStream {
+    const AVCodecParameters* parameters = nullptr;
+    int timescale = 1;
+};
+
+/// The box ("stsd") with which a QuickTime movie describes the samples of each of these streams. Throws `RecorderError`
+/// when the format cannot hold one.
+std::vector<std::vector<std::uint8_t>> sampleDescriptions(std::span<const DescribedStream> streams);
+
+}  // namespace lumivastor

@@ -1,0 +1,247 @@
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "base/precondition.h"
+#include "base/recorder_error.h"
+#include "ffmpeg/ffmpeg_support.h"
+#include "media/writing/codec_support.h"
+#include "media/writing/encoder_pictures.h"
+#include "media/writing/encoders.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
+}
+
+namespace lumivastor {
+
+namespace {
+
+constexpr const char* kNoVideoEncoder = "Der Video-Encoder konnte nicht geöffnet werden";
+constexpr const char* kPictureRefused = "Ein Bild konnte nicht kodiert werden";
+
+int evenUp(int size) {
+    return size + size % 2;
+}
+
+std::string encoderName(const VideoSettings& settings) {
+    if (!settings.encoder.empty()) return settings.encoder;
+    return settings.codec == VideoCodec::hevc ? "libx265" : "libx264";
+}
+
+void set(AVCodecContext& codec, const char* option, const std::string& value) {
+    checked(av_opt_set(codec.priv_data, option, value.c_str(), 0), kNoVideoEncoder);
+}
+
+void setUpX264(AVCodecContext& codec, const VideoSettings& settings, bool mayRepeat) {
+    set(codec, "preset", settings.preset);
+    set(codec, "profile", "high");
+    set(codec, "forced-idr", "1");
+    if (settings.lowLatency) {
+        set(codec, "tune", "zerolatency");
+    } else if (settings.lookahead > 0) {
+        set(codec, "rc-lookahead", std::to_string(settings.lookahead));
+        set(codec, "x264-params", "mbtree=1");
+    }
+    if (settings.constantQuality) {
+        set(codec, "crf", std::to_string(*settings.constantQuality));
+        codec.rc_max_rate = codec.bit_rate;
+        codec.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(2 * codec.bit_rate, INT32_MAX));
+        codec.bit_rate = 0;
+    }
+    if (mayRepeat) {
+        // What writing repeats behind the encoder takes; see there.
+        codec.refs = 1;
+        set(codec, "weightp", "none");
+    }
+}
+
+void setUpX265(AVCodecContext& codec, const VideoSettings& settings) {
+    set(codec, "preset", settings.preset);
+    set(codec, "forced-idr", "1");
+    if (settings.lowLatency) set(codec, "tune", "zerolatency");
+    // FFmpeg before 6.1 tells it the clock's rate for that of the pictures, and it would share out the bits by that.
+    // Its own key pictures must be such that decoding can begin there, too.
+    std::string parameters = "log-level=none:open-gop=0:info=0:fps=" + std::to_string(settings.frameRate);
+    // FFmpeg passes its number of threads on as that of pictures in the making, each of which is one more to wait for.
+    if (settings.lowLatency) parameters += ":frame-threads=1";
+    set(codec, "x265-params", parameters);
+}
+
+// Hardware encoders share no names: each takes what it knows.
+void setUpHardware(AVCodecContext& codec, const VideoSettings& settings) {
+    if (settings.highProfile && settings.codec == VideoCodec::h264) askForHighProfile(codec);
+    struct Option {
+        const char* name;
+        const char* value;
+    };
+    for (const Option& option : {Option{"forced-idr", "1"}, Option{"forced_idr", "1"}}) {
+        av_opt_set(codec.priv_data, option.name, option.value, 0);
+    }
+    if (!settings.lowLatency) return;
+    for (const Option& option : {Option{"delay", "0"}, Option{"zerolatency", "1"}, Option{"async_depth", "1"}}) {
+        av_opt_set(codec.priv_data, option.name, option.value, 0);
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings) {
+    if (settings.make) return settings.make(settings);
+    return std::make_unique<VideoEncoder>(settings);
+}
+
+VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) {
+    precondition(settings.width > 0 && settings.height > 0 && settings.frameRate > 0 && settings.timescale > 0 &&
+                     settings.maxKeyFrameInterval > 0,
+                 "video settings name size, rate and key distance");
+    const std::string name = encoderName(settings);
+    const AVCodec* const encoder = avcodec_find_encoder_by_name(name.c_str());
+    codec_ = makeEncoder(encoder, kNoVideoEncoder);
+    precondition(encoder->id == (settings.codec == VideoCodec::hevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264),
+                 "the encoder is one for the codec");
+    codec_->width = evenUp(settings.width);
+    codec_->height = evenUp(settings.height);
+    codec_->time_base = {1, settings.timescale};
+    codec_->framerate = {settings.frameRate, 1};
+    codec_->sample_aspect_ratio = {1, 1};
+    codec_->bit_rate = settings.averageBitRate;
+    codec_->gop_size = settings.maxKeyFrameInterval;
+    codec_->max_b_frames = 0;
+    codec_->thread_count = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    codec_->colorspace = AVCOL_SPC_BT709;
+    codec_->color_primaries = AVCOL_PRI_BT709;
+    codec_->color_trc = AVCOL_TRC_BT709;
+    codec_->color_range = AVCOL_RANGE_MPEG;
+    preparePictureFormat(*codec_, *encoder, kNoVideoEncoder);
+    keyTicks_ = static_cast<std::int64_t>(settings.maxKeyFrameSeconds * settings.timescale);
+    const bool mayRepeat = settings.skipRepeatedPictures && name == "libx264";
+    if (name == "libx264") {
+        setUpX264(*codec_, settings, mayRepeat);
+    } else if (name == "libx265") {
+        setUpX265(*codec_, settings);
+    } else {
+        setUpHardware(*codec_, settings);
+    }
+    checked(avcodec_open2(codec_.get(), encoder, nullptr), kNoVideoEncoder);
+    packet_ = makePacket();
+    if (mayRepeat && codec_->extradata_size > 0) {
+        repeats_ = RepeatedPictures::make({codec_->extradata, static_cast<std::size_t>(codec_->extradata_size)});
+    }
+}
+
+CodecParametersHandle VideoEncoder::parameters() const {
+    CodecParametersHandle parameters = parametersOf(*codec_);
+    if (repeats_) {
+        const std::vector<std::uint8_t>& sets = repeats_->parameterSets();
+        av_freep(&parameters->extradata);
+        parameters->extradata_size = 0;
+        parameters->extradata = static_cast<std::uint8_t*>(av_mallocz(sets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        if (parameters->extradata == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+        std::copy(sets.begin(), sets.end(), parameters->extradata);
+        parameters->extradata_size = static_cast<int>(sets.size());
+    }
+    parameters->width = settings_.width;
+    parameters->height = settings_.height;
+    return parameters;
+}
+
+void VideoEncoder::encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+                          const PacketConsumer& consume) {
+    const YuvDestination& planes = picture->destination();
+    precondition(planes.width == settings_.width && planes.height == settings_.height, "a picture of the input's size");
+    precondition(planes.encoding == YuvEncoding{}, "pictures are written in BT.709, limited range");
+    picture->repeatOddEdges();
+    last_ = picture;
+    repeatsOfLast_ = 0;
+    submit(ticks, consume);
+}
+
+bool VideoEncoder::isKeyDue(std::int64_t ticks) const {
+    if (sinceKey_ >= settings_.maxKeyFrameInterval) return true;
+    return keyTicks_ > 0 && sinceKey_ > 0 && ticks - lastKeyTicks_ >= keyTicks_;
+}
+
+void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
+    precondition(last_ != nullptr, "a picture to repeat");
+    // A key picture starts from nothing, and has to settle like a new one.
+    if (isKeyDue(ticks)) repeatsOfLast_ = -1;
+    if (!repeats_ || repeatsOfLast_ < settings_.settlingRepeats) {
+        ++repeatsOfLast_;
+        submit(ticks, consume);
+        return;
+    }
+    pending_.push_back({ticks, true});
+    ++sinceKey_;
+    giveRepeats(consume);
+}
+
+void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
+    const FrameHandle frame = encoderPicture(*codec_, last_);
+    frame->pts = ticks;
+    // Where the encoder does not see all pictures, or knows nothing of time, key pictures are asked for by our own
+    // count.
+    if (repeats_ || keyTicks_ > 0) {
+        if (isKeyDue(ticks)) {
+            frame->pict_type = AV_PICTURE_TYPE_I;
+            sinceKey_ = 0;
+        }
+        if (sinceKey_ == 0) lastKeyTicks_ = ticks;
+        ++sinceKey_;
+    }
+    if (repeats_) pending_.push_back({ticks, false});
+    checked(avcodec_send_frame(codec_.get(), frame.get()), kPictureRefused);
+    receive(consume);
+}
+
+void VideoEncoder::finish(const PacketConsumer& consume) {
+    checked(avcodec_send_frame(codec_.get(), nullptr), kPictureRefused);
+    receive(consume);
+}
+
+void VideoEncoder::receive(const PacketConsumer& consume) {
+    drainEncoder(*codec_, *packet_, kPictureRefused, [this, &consume](AVPacket& packet) {
+        // Only the last picture's counts; the others last until the next.
+        packet.duration = settings_.timescale / settings_.frameRate;
+        if (!repeats_) {
+            consume(packet);
+            return;
+        }
+        giveRewritten(packet, consume);
+        giveRepeats(consume);
+    });
+}
+
+void VideoEncoder::giveRewritten(const AVPacket& packet, const PacketConsumer& consume) {
+    const bool isExpected = !pending_.empty() && !pending_.front().isRepeat && pending_.front().ticks == packet.pts;
+    const auto stream = repeats_->rewritten({packet.data, static_cast<std::size_t>(packet.size)});
+    if (!isExpected || !stream) {
+        throw RecorderError(std::string(kPictureRefused) + ": Der Encoder liefert einen unerwarteten Bildstrom.");
+    }
+    pending_.pop_front();
+    const PacketHandle rewritten = makePacket();
+    checked(av_new_packet(rewritten.get(), static_cast<int>(stream->size())), kPictureRefused);
+    std::copy(stream->begin(), stream->end(), rewritten->data);
+    rewritten->pts = packet.pts;
+    rewritten->dts = packet.dts;
+    rewritten->duration = packet.duration;
+    rewritten->flags = packet.flags;
+    consume(*rewritten);
+}
+
+// Repeats can be written as soon as all before them is out.
+void VideoEncoder::giveRepeats(const PacketConsumer& consume) {
+    for (; !pending_.empty() && pending_.front().isRepeat; pending_.pop_front()) {
+        const std::vector<std::uint8_t> stream = repeats_->repetition();
+        const PacketHandle packet = makePacket();
+        checked(av_new_packet(packet.get(), static_cast<int>(stream.size())), kPictureRefused);
+        std::copy(stream.begin(), stream.end(), packet->data);
+        packet->pts = packet->dts = pending_.front().ticks;
+        packet->duration = settings_.timescale / settings_.frameRate;
+        consume(*packet);
+    }
+}
+
+}  // namespace lumivastor

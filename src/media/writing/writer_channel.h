@@ -1,0 +1,103 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "base/recorder_error.h"
+#include "base/serial_queue.h"
+#include "media/writing/asset_writer.h"
+
+namespace lumivastor {
+
+class WriterChannel;
+
+/// What an encoder of pictures refuses to do.
+class EncoderFailure : public RecorderError {
+  public:
+    using RecorderError::RecorderError;
+};
+
+/// What a writer and its inputs share.
+struct WriterShared {
+    enum class Part { encoder, other };
+
+    std::mutex lock;
+    AssetWriter::Status status = AssetWriter::Status::unknown;  // guarded by lock
+    std::optional<RecorderError> error;                         // guarded by lock; the first one
+    bool encoderFailed = false;                                 // guarded by lock; what that error is of
+    bool sessionStarted = false;                                // guarded by lock
+    MediaTime sessionStart;                                     // set once before sessionStarted
+    std::vector<std::weak_ptr<WriterChannel>> channels;         // complete before writing starts, then only read
+    std::unique_ptr<MovieSink> sink;                            // likewise
+
+    /// Keeps the first error and lets every pump run, so that it notices.
+    void fail(const RecorderError& reason, Part part = Part::other) noexcept;
+    /// Calls the pumps of all channels that have become ready.
+    void wakePumps() noexcept;
+};
+
+/// What turns a track's samples into packets of the movie. Everything but `open` runs on the channel's thread.
+class TrackEncoder {
+  public:
+    virtual ~TrackEncoder() = default;
+    /// Opens the encoder and adds the stream; on the thread that starts the writer.
+    virtual void open(MovieSink& sink) = 0;
+    virtual void finish(MovieSink& sink) = 0;
+};
+
+/// The inner side of an input: its queue, its encoder thread, its pump. Shared, because a pump's call may still lie in
+/// somebody's queue when the writer has gone.
+///
+/// What ends a track, or tells a pump of an error, takes no memory: a writer that fails for lack of it ends as any
+/// other. Where memory is taken, std::bad_alloc comes before anything has changed.
+class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
+  public:
+    WriterChannel(std::shared_ptr<WriterShared> shared, std::string label, int capacity, int realTimeCapacity,
+                  std::unique_ptr<TrackEncoder> encoder);
+
+    TrackEncoder& encoder() { return *encoder_; }
+    WriterShared& shared() { return *shared_; }
+
+    void setRealTime(bool realTime);
+    bool isReady() const;
+    void request(SerialQueue& queue, std::function<void()> pump);
+    void markAsFinished() noexcept;
+
+    /// Lets `work` run on the channel's thread after what was handed over before. `time` is the sample's, in seconds of
+    /// the movie. False when the writer has failed.
+    bool enqueue(double time, std::function<void(MovieSink&)> work);
+
+    /// Calls the pump if there is one, it is not being called already, and there is room.
+    void wakePump() noexcept;
+
+    /// Returns when all that was handed over is done.
+    void drain() noexcept { thread_.drain(); }
+
+  private:
+    bool isReadyLocked() const;
+    void runPump();
+    template <typename Work>
+    void runGuarded(const Work& work) noexcept;
+
+    const std::shared_ptr<WriterShared> shared_;
+    const int capacity_;
+    const int realTimeCapacity_;
+    const std::unique_ptr<TrackEncoder> encoder_;
+    // All of these are guarded by shared_->lock.
+    bool realTime_ = false;
+    bool finished_ = false;
+    bool fed_ = false;  // has a pump or has been appended to
+    int waiting_ = 0;
+    double reached_ = 0;  // seconds of the movie
+    SerialQueue* pumpQueue_ = nullptr;
+    std::shared_ptr<const std::function<void()>> pump_;
+    std::shared_ptr<SerialQueue::Prepared> pumpCall_;       // of pump_, for its queue
+    bool pumpCalled_ = false;                               // lies in its queue, or runs
+    std::shared_ptr<SerialQueue::Prepared> encoderFinish_;  // handed over once
+    SerialQueue thread_;                                    // last: it uses everything above
+};
+
+}  // namespace lumivastor

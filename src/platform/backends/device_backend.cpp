@@ -1,0 +1,162 @@
+#include "platform/backends/device_backend.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "base/recorder_error.h"
+#include "platform/devices/libav_session.h"
+#include "platform/devices/microphone_session.h"
+#include "platform/devices/v4l2_devices.h"
+#include "platform/pipewire/pipewire_camera.h"
+
+namespace lumivastor {
+namespace {
+
+// What kind of device an id belongs to.
+constexpr const char* kTestCamera = "test-camera";
+constexpr const char* kTestDevice = "test-device";
+constexpr const char* kPipeWire = "pipewire:";
+constexpr const char* kV4l2 = "v4l2:";
+constexpr const char* kMicrophone = "microphone:";
+
+constexpr int kSampleRate = 48000;
+
+std::optional<std::string> withoutPrefix(const std::string& text, const std::string& prefix) {
+    if (text.rfind(prefix, 0) != 0) return std::nullopt;
+    return text.substr(prefix.size());
+}
+
+std::string sizeText(PictureSize size) {
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+// The graph for a size, where it leaves the size open.
+std::string graphFor(const std::string& graph, std::optional<PictureSize> size) {
+    constexpr PictureSize kOtherwise{640, 480};
+    const std::string placeholder = "{size}";
+    std::string filled = graph;
+    for (auto at = filled.find(placeholder); at != std::string::npos; at = filled.find(placeholder)) {
+        filled.replace(at, placeholder.size(), sizeText(size.value_or(kOtherwise)));
+    }
+    return filled;
+}
+
+std::unique_ptr<CaptureSession> openTestDevice(const CaptureDevice& device, const std::string& graph) {
+    LibavSession::Configuration configuration;
+    configuration.name = device.name;
+    configuration.isExternal = device.isExternal;
+    configuration.needsPacing = true;
+    configuration.source = [graph](std::optional<PictureSize> size) {
+        return LibavSource{"lavfi", graphFor(graph, size), {}};
+    };
+    configuration.open = std::make_unique<LibavInput>(configuration.source(std::nullopt));
+    configuration.activeFormat = configuration.open->size();
+    configuration.hasSound = configuration.open->hasSound();
+    const bool isSizeOpen = graphFor(graph, std::nullopt) != graph;
+    if (isSizeOpen) {
+        configuration.presets = {{1920, 1080}, {1280, 720}};
+    } else if (configuration.open->hasPictures()) {
+        configuration.presets = {configuration.activeFormat};
+    }
+    return std::make_unique<LibavSession>(std::move(configuration));
+}
+
+std::unique_ptr<CaptureSession> openV4l2(const V4l2Device& device, bool isExternal) {
+    LibavSession::Configuration configuration;
+    configuration.name = device.card;
+    configuration.isExternal = isExternal;
+    configuration.activeFormat = device.activeFormat;
+    for (const V4l2Format& format : device.formats) {
+        if (chooseFormat(device.formats, format.size)) configuration.presets.push_back(format.size);
+    }
+    configuration.source = [device](std::optional<PictureSize> size) {
+        LibavSource source{"v4l2", device.path, {}};
+        const PictureSize wanted = size.value_or(device.activeFormat);
+        if (wanted.width > 0) source.options["video_size"] = sizeText(wanted);
+        if (const auto format = chooseFormat(device.formats, wanted)) {
+            source.options["input_format"] = format->name;
+            constexpr double kEnough = 30;
+            if (format->framesPerSecond >= kEnough) source.options["framerate"] = "30";
+        }
+        return source;
+    };
+    return std::make_unique<LibavSession>(std::move(configuration));
+}
+
+class MachineDevices final : public CaptureDevices {
+  public:
+    MachineDevices(std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses)
+        : sounds_(std::move(sounds)), addresses_(std::move(addresses)) {}
+
+    std::optional<CaptureDevice> defaultCamera() override {
+        if (!addresses_.testCamera.empty()) return CaptureDevice{kTestCamera, "Testkamera"};
+        const auto isCamera = [](const std::string& description) { return !isCaptureCard(description, {}, {}); };
+        if (auto camera = findPipeWireCamera(addresses_.pipeWire, isCamera)) {
+            camera->id = kPipeWire + camera->id;
+            return camera;
+        }
+        for (const V4l2Device& device : listV4l2Devices()) {
+            if (!isExternal(device)) return CaptureDevice{kV4l2 + device.path, device.card};
+        }
+        return std::nullopt;
+    }
+
+    std::optional<CaptureDevice> defaultMicrophone() override {
+        auto microphone = sounds_->defaultMicrophone();
+        if (microphone) microphone->id = kMicrophone + microphone->id;
+        return microphone;
+    }
+
+    std::vector<CaptureDevice> externalDevices() override {
+        std::vector<CaptureDevice> found;
+        if (!addresses_.testDevice.empty()) found.push_back({kTestDevice, "Testgerät", true});
+        for (const V4l2Device& device : listV4l2Devices()) {
+            if (isExternal(device)) found.push_back({kV4l2 + device.path, device.card, true});
+        }
+        return found;
+    }
+
+    std::unique_ptr<CaptureSession> open(const CaptureDevice& device) override {
+        if (device.id == kTestCamera && !addresses_.testCamera.empty()) {
+            return openTestDevice(device, addresses_.testCamera);
+        }
+        if (device.id == kTestDevice && !addresses_.testDevice.empty()) {
+            return openTestDevice(device, addresses_.testDevice);
+        }
+        if (withoutPrefix(device.id, kMicrophone)) {
+            return std::make_unique<MicrophoneSession>(device.name, sounds_->microphone(kSampleRate));
+        }
+        if (const auto node = withoutPrefix(device.id, kPipeWire)) {
+            return std::make_unique<PipeWireCameraSession>(addresses_.pipeWire, *node, device.name);
+        }
+        if (const auto path = withoutPrefix(device.id, kV4l2)) {
+            for (const V4l2Device& one : listV4l2Devices()) {
+                if (one.path == *path && one.card == device.name) return openV4l2(one, isExternal(one));
+            }
+        }
+        throw RecorderError("Das Gerät „" + device.name + "“ ist nicht mehr angeschlossen.");
+    }
+
+  private:
+    static bool isExternal(const V4l2Device& device) { return isCaptureCard(device.card, device.driver, device.bus); }
+
+    std::shared_ptr<SoundSystem> sounds_;
+    DeviceAddresses addresses_;
+};
+
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody sets the environment
+    return value == nullptr ? "" : value;
+}
+
+}  // namespace
+
+DeviceAddresses deviceAddressesFromEnvironment() {
+    return {{}, environment("LUMIVASTOR_TEST_CAMERA"), environment("LUMIVASTOR_TEST_DEVICE")};
+}
+
+std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses) {
+    return std::make_unique<MachineDevices>(std::move(sounds), std::move(addresses));
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "platform/pictures/pixel_rect.h"
+
+namespace lumivastor {
+
+/// The part of a picture that changed, as few rectangles that do not overlap. It may grow a little beyond what was
+/// added, never lacks any of it.
+class DamageArea {
+  public:
+    /// More pieces cost more in requests than they spare in pixels: one request takes as long as copying about 50,000
+    /// pixels.
+    static constexpr std::size_t kMostRects = 4;
+
+    void add(const PixelRect& rect);
+    void add(const DamageArea& other);
+    void clear() { rects_.clear(); }
+
+    bool isEmpty() const { return rects_.empty(); }
+    std::span<const PixelRect> rects() const { return rects_; }
+
+  private:
+    void mergeTwo();
+
+    std::vector<PixelRect> rects_;
+};
+
+}  // namespace lumivastor

@@ -1,0 +1,84 @@
+#include "platform/pictures/frame_pacer.h"
+
+#include <gtest/gtest.h>
+
+namespace lumivastor {
+namespace {
+
+using Action = FramePacer::Action;
+
+TEST(TickSchedule, KeepsItsGridWhenATickIsLate) {
+    TickSchedule ticks(100, 0.5);
+    EXPECT_DOUBLE_EQ(ticks.next(), 100);
+    ticks.advance(100.4);
+    EXPECT_DOUBLE_EQ(ticks.next(), 100.5);
+}
+
+TEST(TickSchedule, LeavesOutMissedTicks) {
+    TickSchedule ticks(100, 0.5);
+    ticks.advance(102.2);
+    EXPECT_DOUBLE_EQ(ticks.next(), 102.5);
+    ticks.advance(103);
+    EXPECT_DOUBLE_EQ(ticks.next(), 103);
+    ticks.advance(103);
+    EXPECT_DOUBLE_EQ(ticks.next(), 103.5);
+}
+
+TEST(FramePacer, FirstPictureIsStartedAndLaterOnesAreComplete) {
+    FramePacer pacer;
+    EXPECT_EQ(pacer.atTick({10, true, false, true}), Action::takePicture);
+    EXPECT_EQ(pacer.taken(10), FrameStatus::started);
+    EXPECT_EQ(pacer.atTick({10.1, true, false, true}), Action::takePicture);
+    EXPECT_EQ(pacer.taken(10.1), FrameStatus::complete);
+}
+
+TEST(FramePacer, IsIdleWhileNothingChangesAndRepeatsEachSecond) {
+    FramePacer pacer;
+    pacer.atTick({0, true, false, true});
+    pacer.taken(0);
+    int repeats = 0;
+    double last = 0;
+    for (int tick = 1; tick <= 600; ++tick) {
+        const double now = tick / 60.0;
+        const Action action = pacer.atTick({now, false, false, true});
+        if (action == Action::repeatLast) {
+            ++repeats;
+            last = now;
+        } else {
+            EXPECT_EQ(action, Action::tellIdle);
+        }
+        EXPECT_LT(now - last, FramePacer::kRepeatAfter);
+    }
+    EXPECT_EQ(repeats, 10);
+}
+
+TEST(FramePacer, WaitsForABufferWithoutCallingTheContentIdle) {
+    FramePacer pacer;
+    pacer.atTick({0, true, false, true});
+    pacer.taken(0);
+    EXPECT_EQ(pacer.atTick({0.1, true, false, false}), Action::nothing);
+    EXPECT_EQ(pacer.atTick({0.2, true, false, true}), Action::takePicture);
+}
+
+TEST(FramePacer, HoldsTheLastPictureWhileTheContentIsHidden) {
+    FramePacer pacer;
+    EXPECT_EQ(pacer.atTick({0, true, true, true}), Action::tellSuspended);
+    EXPECT_EQ(pacer.atStop({0.1, true, true, true}), Action::nothing);
+    pacer.atTick({1, true, false, true});
+    EXPECT_EQ(pacer.taken(1), FrameStatus::started);
+    EXPECT_EQ(pacer.atTick({1.5, true, true, true}), Action::tellSuspended);
+    EXPECT_EQ(pacer.atTick({2, false, true, true}), Action::repeatLast);
+    EXPECT_EQ(pacer.atTick({2.5, false, true, true}), Action::tellSuspended);
+}
+
+TEST(FramePacer, DeliversTheNewestContentWhenStopped) {
+    FramePacer pacer;
+    pacer.atTick({0, true, false, true});
+    pacer.taken(0);
+    EXPECT_EQ(pacer.atStop({0.1, true, false, true}), Action::takePicture);
+    EXPECT_EQ(pacer.atStop({0.1, true, false, false}), Action::repeatLast);
+    EXPECT_EQ(pacer.atStop({0.2, false, false, true}), Action::repeatLast);
+}
+
+}  // namespace
+}  // namespace lumivastor

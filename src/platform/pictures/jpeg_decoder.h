@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "ffmpeg/av_handles.h"
+#include "ffmpeg/picture_to_bgra.h"
+
+namespace lumivastor {
+
+/// Decodes the single JPEG pictures that cameras deliver. One thread at a time.
+class JpegDecoder {
+  public:
+    /// The picture stays valid until the next call. Nothing when the bytes are none.
+    std::optional<DevicePicture> decode(const std::uint8_t* bytes, std::size_t size);
+
+  private:
+    AvHandle<AVCodecContext> decoder_;
+    AvHandle<AVPacket> packet_;
+    AvHandle<AVFrame> frame_;
+};
+
+}  // namespace lumivastor

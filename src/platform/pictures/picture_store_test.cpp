@@ -1,0 +1,171 @@
+#include "platform/pictures/picture_store.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <deque>
+#include <random>
+
+namespace lumivastor {
+namespace {
+
+constexpr PictureSize kSize{40, 30};
+
+DamageArea everything() {
+    DamageArea all;
+    all.add({0, 0, kSize.width, kSize.height});
+    return all;
+}
+
+void fill(BgraPremultipliedBuffer& buffer, const PixelRect& rect, std::uint32_t value) {
+    for (int y = rect.y; y < rect.maxY(); ++y) {
+        for (int x = rect.x; x < rect.maxX(); ++x) std::memcpy(buffer.pixel(x, y), &value, 4);
+    }
+}
+
+std::uint32_t at(const BgraPremultipliedBuffer& buffer, int x, int y) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, buffer.pixel(x, y), 4);
+    return value;
+}
+
+TEST(PictureStore, BeginsBlackAndOpaque) {
+    PictureStore store(kSize, 2);
+    EXPECT_EQ(store.last(), nullptr);
+    const auto picture = store.take({}, [](BgraPremultipliedBuffer&) { return true; });
+    EXPECT_EQ(at(*picture, 39, 29), 0xff000000U);
+}
+
+TEST(PictureStore, LetsOnlySoManyPicturesOut) {
+    PictureStore store(kSize, 2);
+    std::uint32_t value = 0xff000000;
+    const auto paint = [&value](BgraPremultipliedBuffer& buffer) {
+        fill(buffer, {0, 0, kSize.width, kSize.height}, ++value);
+        return true;
+    };
+    auto first = store.take(everything(), paint);
+    EXPECT_TRUE(store.canTake());
+    auto second = store.take(everything(), paint);
+    EXPECT_FALSE(store.canTake());
+    first.reset();
+    EXPECT_TRUE(store.canTake());
+    second.reset();
+    EXPECT_TRUE(store.canTake());
+    EXPECT_NE(store.last(), nullptr);
+}
+
+TEST(PictureStore, KeepsPicturesThatOutliveIt) {
+    std::shared_ptr<const BgraPremultipliedBuffer> picture;
+    {
+        PictureStore store(kSize, 1);
+        picture = store.take(everything(), [](BgraPremultipliedBuffer& buffer) {
+            fill(buffer, {0, 0, 40, 30}, 0xff112233);
+            return true;
+        });
+    }
+    EXPECT_EQ(at(*picture, 20, 20), 0xff112233U);
+}
+
+TEST(PictureStore, PaintingTheSameAgainTakesNoPicture) {
+    PictureStore store(kSize, 2);
+    int paintings = 0;
+    const auto paint = [&](std::uint32_t corner) {
+        return [&paintings, corner](BgraPremultipliedBuffer& buffer) {
+            ++paintings;
+            fill(buffer, {0, 0, 40, 30}, 0xff112233);
+            fill(buffer, {39, 29, 1, 1}, corner);
+            return true;
+        };
+    };
+    const auto first = store.take(everything(), paint(0xff112233));
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(store.take(everything(), paint(0xff112233)), first);
+    EXPECT_EQ(paintings, 6);
+    EXPECT_TRUE(store.canTake()) << "the buffers are free again";
+    const auto second = store.take(everything(), paint(0xff112234));
+    EXPECT_NE(second, first) << "one pixel differs";
+    EXPECT_EQ(at(*second, 39, 29), 0xff112234U);
+    EXPECT_EQ(store.last(), second);
+}
+
+TEST(PictureStore, OnlyThePaintedPartIsCompared) {
+    PictureStore store(kSize, 3);
+    const auto paint = [](const PixelRect& rect, std::uint32_t value) {
+        return [=](BgraPremultipliedBuffer& buffer) {
+            fill(buffer, rect, value);
+            return true;
+        };
+    };
+    const PixelRect left{0, 0, 10, 30};
+    const PixelRect right{30, 0, 10, 30};
+    DamageArea both;
+    both.add(left);
+    both.add(right);
+    const auto first = store.take(everything(), paint({0, 0, 40, 30}, 0xff000001));
+    DamageArea one;
+    one.add(left);
+    const auto second = store.take(one, paint(left, 0xff000002));
+    EXPECT_EQ(store.take(one, paint(left, 0xff000002)), second);
+    const auto third = store.take(both, [&](BgraPremultipliedBuffer& buffer) {
+        fill(buffer, left, 0xff000002);
+        fill(buffer, right, 0xff000003);
+        return true;
+    });
+    EXPECT_NE(third, second) << "the second of two parts differs";
+    EXPECT_EQ(at(*third, 0, 0), 0xff000002U);
+    EXPECT_EQ(at(*third, 20, 10), 0xff000001U);
+    EXPECT_EQ(at(*third, 35, 10), 0xff000003U);
+}
+
+TEST(PictureStore, KeepsTheLastPictureWhenPaintingFails) {
+    PictureStore store(kSize, 2);
+    store.take(everything(), [](BgraPremultipliedBuffer& buffer) {
+        fill(buffer, {0, 0, 40, 30}, 0xff010203);
+        return true;
+    });
+    EXPECT_EQ(store.take(everything(),
+                         [](BgraPremultipliedBuffer& buffer) {
+                             fill(buffer, {0, 0, 20, 30}, 0xffffffff);
+                             return false;
+                         }),
+              nullptr);
+    EXPECT_EQ(at(*store.last(), 3, 3), 0xff010203U);
+    const auto next = store.take({}, [](BgraPremultipliedBuffer&) { return true; });
+    EXPECT_EQ(at(*next, 3, 3), 0xff010203U);
+}
+
+TEST(PictureStore, EveryPictureIsWholeHoweverLongBuffersStayOut) {
+    std::mt19937 random(3);
+    PictureStore store(kSize, 4);
+    BgraPremultipliedBuffer screen(kSize.width, kSize.height);
+    fill(screen, {0, 0, kSize.width, kSize.height}, 0xff000000);
+    std::deque<std::shared_ptr<const BgraPremultipliedBuffer>> out;
+    DamageArea damage = everything();
+    for (std::uint32_t step = 1; step < 500; ++step) {
+        const auto pick = [&](int most) { return static_cast<int>(random() % static_cast<unsigned>(most)); };
+        for (int i = pick(3); i >= 0; --i) {
+            const PixelRect rect{pick(30), pick(20), 1 + pick(10), 1 + pick(10)};
+            fill(screen, rect, 0xff000000 | step);
+            damage.add(rect);
+        }
+        while (!store.canTake() || (!out.empty() && pick(2) == 0)) {
+            out.erase(out.begin() + pick(static_cast<int>(out.size())));
+        }
+        const auto picture = store.take(damage, [&](BgraPremultipliedBuffer& buffer) {
+            for (const PixelRect& rect : damage.rects()) {
+                for (int y = rect.y; y < rect.maxY(); ++y) {
+                    std::memcpy(buffer.pixel(rect.x, y), screen.pixel(rect.x, y),
+                                static_cast<std::size_t>(rect.width) * 4);
+                }
+            }
+            return true;
+        });
+        damage.clear();
+        for (int y = 0; y < kSize.height; ++y) {
+            ASSERT_EQ(std::memcmp(picture->row(y), screen.row(y), kSize.width * 4U), 0) << "step " << step;
+        }
+        out.push_back(picture);
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor

@@ -1,0 +1,109 @@
+#include "platform/sound/live_sound_source.h"
+
+#include <algorithm>
+#include <chrono>
+#include <future>
+#include <limits>
+#include <utility>
+
+#include "base/host_clock.h"
+#include "base/precondition.h"
+#include "base/thread_name.h"
+
+namespace lumivastor {
+namespace {
+
+constexpr double kNever = std::numeric_limits<double>::infinity();
+
+// How long the thread waits for a server before it looks whether it is to stop.
+constexpr double kSlice = 0.03;
+constexpr double kBetweenAttempts = 0.5;
+// Sound that was heard before the stop is still on its way for about a server's period. A source that is silent
+// (suspended) must not hold the stop up for longer.
+constexpr double kLastSound = 0.1;
+
+}  // namespace
+
+LiveSoundSource::LiveSoundSource(const SteadySound::Options& options, Open open, std::function<int()> channels)
+    : options_(options), open_(std::move(open)), channels_(std::move(channels)), stopAt_(kNever) {}
+
+LiveSoundSource::~LiveSoundSource() {
+    stop();
+}
+
+void LiveSoundSource::onReturn(ReturnHandler handler) {
+    returned_ = std::move(handler);
+}
+
+void LiveSoundSource::start(Handler handler, EndHandler ended) {
+    precondition(!handler_, "a sound source starts once");
+    handler_ = std::move(handler);
+    ended_ = std::move(ended);
+    const auto outcome = std::make_shared<std::promise<std::optional<RecorderError>>>();
+    thread_ = std::thread([this, outcome] {
+        nameThisThread("lumi.sound");
+        listen([&outcome](std::optional<RecorderError> failure) { outcome->set_value(std::move(failure)); });
+    });
+    const auto failure = outcome->get_future().get();
+    if (!failure) return;
+    thread_.join();
+    throw RecorderError(*failure);
+}
+
+void LiveSoundSource::stop() {
+    if (!thread_.joinable()) return;
+    stopAt_ = hostClockSeconds();
+    thread_.join();
+}
+
+void LiveSoundSource::listen(const std::function<void(std::optional<RecorderError>)>& started) {
+    std::optional<SteadySound> steady;
+    std::unique_ptr<SoundLine> line;
+    double heardTo = 0;
+    try {
+        if (options_.channels == 0) options_.channels = channels_();
+        steady.emplace(options_, [this, &heardTo](const SoundBuffer& buffer) {
+            heardTo = buffer.hostSeconds + static_cast<double>(buffer.frames()) / buffer.sampleRate;
+            handler_(buffer);
+        });
+        line = open_(*steady);
+    } catch (const RecorderError& error) {
+        started(error);
+        return;
+    }
+    started(std::nullopt);
+    while (line && hostClockSeconds() < stopAt_ + kLastSound && heardTo < stopAt_) {
+        const SoundLine::State state = line->run(kSlice);
+        if (state == SoundLine::State::running) continue;
+        line.reset();
+        steady->restart();
+        if (stopAt_ != kNever) break;
+        line = reopen(*steady);
+    }
+    line.reset();
+    steady->finish();
+}
+
+std::unique_ptr<SoundLine> LiveSoundSource::reopen(SteadySound& steady) {
+    // The first attempt is silent: a server that only closed this one stream gives another at once.
+    for (bool isTold = false; stopAt_ == kNever; isTold = true) {
+        try {
+            auto line = open_(steady);
+            if (isTold && returned_) returned_();
+            return line;
+        } catch (const RecorderError& error) {
+            if (!isTold && ended_) ended_(error.message());
+            pause(kBetweenAttempts);
+        }
+    }
+    return nullptr;
+}
+
+void LiveSoundSource::pause(double seconds) const {
+    const double until = hostClockSeconds() + seconds;
+    while (stopAt_ == kNever && hostClockSeconds() < until) {
+        std::this_thread::sleep_for(std::chrono::duration<double>(std::min(kSlice, seconds)));
+    }
+}
+
+}  // namespace lumivastor

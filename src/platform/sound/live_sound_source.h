@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "base/recorder_error.h"
+#include "platform/sound/steady_sound.h"
+#include "platform/sound_system.h"
+
+namespace lumivastor {
+
+/// One connection to a sound server with one stream of sound coming in. All calls on one thread.
+class SoundLine {
+  public:
+    enum class State {
+        running,
+        changed,  // something else is to be heard now (the user plugged in a headset): open a new line
+        gone,     // nothing comes any more
+    };
+
+    virtual ~SoundLine() = default;
+
+    /// Waits for up to `seconds`, and hands over what came.
+    virtual State run(double seconds) = 0;
+};
+
+/// What sources of every sound server have in common: a thread of their own that opens a line, runs it, tells when it
+/// is gone and when there is one again, and opens another until it is stopped.
+class LiveSoundSource final : public SoundSource {
+  public:
+    /// Opens a line that hands its sound to `steady`. Throws `RecorderError` within seconds when there is none.
+    using Open = std::function<std::unique_ptr<SoundLine>(SteadySound& steady)>;
+
+    /// `options.channels` of 0: `channels` tells them when the source starts, on the source's thread; it throws
+    /// `RecorderError` when there is nothing to be heard.
+    LiveSoundSource(const SteadySound::Options& options, Open open, std::function<int()> channels = nullptr);
+    ~LiveSoundSource() override;
+    LiveSoundSource(const LiveSoundSource&) = delete;
+    LiveSoundSource& operator=(const LiveSoundSource&) = delete;
+
+    void onReturn(ReturnHandler handler) override;
+    void start(Handler handler, EndHandler ended) override;
+    void stop() override;
+
+  private:
+    void listen(const std::function<void(std::optional<RecorderError>)>& started);
+    /// Opens lines until one runs; null when it was told to stop.
+    std::unique_ptr<SoundLine> reopen(SteadySound& steady);
+    void pause(double seconds) const;
+
+    SteadySound::Options options_;
+    Open open_;
+    std::function<int()> channels_;
+    Handler handler_;
+    EndHandler ended_;
+    ReturnHandler returned_;
+    std::atomic<double> stopAt_;
+    std::thread thread_;
+};
+
+}  // namespace lumivastor

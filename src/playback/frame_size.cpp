@@ -1,0 +1,20 @@
+#include "playback/frame_size.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumivastor {
+
+FrameSize fittedFrame(FrameSize canvas, FrameSize available) {
+    const double scale = std::min({1.0, static_cast<double>(available.width) / canvas.width,
+                                   static_cast<double>(available.height) / canvas.height});
+    const auto scaled = [scale](int length) { return std::max(1, static_cast<int>(std::lround(length * scale))); };
+    return {scaled(canvas.width), scaled(canvas.height)};
+}
+
+AffineTransform scalingTo(FrameSize canvas, FrameSize frame) {
+    return AffineTransform::scaling(static_cast<double>(frame.width) / canvas.width,
+                                    static_cast<double>(frame.height) / canvas.height);
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,332 @@
+#include "playback/player.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "base/log.h"
+#include "playback/player_pictures.h"
+#include "playback/player_sound.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr double kTimeInterval = 1.0 / 30;
+// Larger than any screen: nothing has been said about how large frames are shown.
+constexpr FrameSize kAnySize{1 << 20, 1 << 20};
+
+}  // namespace
+
+/// Lives on the main thread. What other threads post to the main loop holds it weakly, so that nothing arrives after
+/// the player has gone.
+class Player::Core : public std::enable_shared_from_this<Core> {
+  public:
+    Core(MainLoop& mainLoop, std::unique_ptr<SoundOutput> output)
+        : mainLoop_(mainLoop), output_(std::move(output)), silent_(makeSilentOutput()) {}
+    ~Core() { close(); }
+    Core(const Core&) = delete;
+    Core& operator=(const Core&) = delete;
+
+    void setItem(PlayerItem item);
+    void setCompositor(VideoCompositor compositor);
+    void setMix(const std::vector<AudioMixInput>& mix);
+    void setRanges(std::vector<PlayedRange> ranges);
+    void setOutputSize(int width, int height);
+
+    void play();
+    void pause();
+    bool isPlaying() const { return isPlaying_; }
+    double currentTime() const { return isPlaying_ ? sound_->position() : time_; }
+    void seek(double seconds, std::function<void(bool)> completion);
+
+    Player::Statistics statistics() const { return pictures_ ? pictures_->statistics() : Player::Statistics{}; }
+
+    std::function<void(const Frame&, double)> onFrame;
+    std::function<void(double)> onTimeChanged;
+    std::function<void()> onPlayedToEnd;
+    std::function<void(const RecorderError&)> onError;
+
+  private:
+    // A frame on its way to the main thread; a newer one takes its place.
+    struct Delivery {
+        std::int64_t order = 0;
+        Frame frame;
+        double seconds = 0;
+    };
+    struct Seek {
+        std::int64_t order = 0;
+        std::function<void(bool)> completion;
+    };
+
+    template <typename Work>
+    void post(Work work);
+    void close();
+    PlayedRanges rangesOf(std::vector<PlayedRange> ranges) const;
+    void startSound(SoundOutput& output);
+    void stopPlaying();
+    void stand();
+    void endSeek(bool isFinished);
+
+    // Called by the threads of pictures and sound.
+    void deliver(Delivery delivery);
+    // Posted by them.
+    void takeDelivery();
+    void playedToEnd(std::int64_t order);
+    void soundLost(std::int64_t order, const RecorderError& reason);
+
+    MainLoop& mainLoop_;
+    const std::unique_ptr<SoundOutput> output_;  // null: none
+    const std::unique_ptr<SoundOutput> silent_;
+
+    double duration_ = 0;
+    double framesPerSecond_ = 1;
+    FrameSize available_ = kAnySize;
+    PlayedRanges ranges_;
+    std::unique_ptr<PlayerSound> sound_;  // both: null until there is an item
+    std::unique_ptr<PlayerPictures> pictures_;
+
+    bool isPlaying_ = false;
+    double time_ = 0;         // of the frame that stands or is sought; while playing, where that began
+    std::int64_t order_ = 0;  // the latest, for pictures and sound
+    std::optional<Seek> seek_;
+    std::unique_ptr<MainLoop::Timer> timer_;  // while playing
+
+    std::mutex lock_;
+    std::optional<Delivery> delivery_;  // guarded by lock_
+};
+
+template <typename Work>
+void Player::Core::post(Work work) {
+    mainLoop_.async([weak = weak_from_this(), work = std::move(work)] {
+        if (const auto core = weak.lock()) work(*core);
+    });
+}
+
+// Pictures first: their clock is the sound.
+void Player::Core::close() {
+    timer_.reset();
+    pictures_.reset();
+    if (sound_) sound_->stop();
+    sound_.reset();
+}
+
+PlayedRanges Player::Core::rangesOf(std::vector<PlayedRange> ranges) const {
+    return {std::move(ranges), duration_, framesPerSecond_};
+}
+
+void Player::Core::setItem(PlayerItem item) {
+    endSeek(false);
+    close();
+    isPlaying_ = false;
+    duration_ = std::max(item.duration, 0.0);
+    framesPerSecond_ = item.framesPerSecond;
+    ranges_ = rangesOf(std::move(item.playedRanges));
+    sound_ = std::make_unique<PlayerSound>(item.movie, item.audioMix, ranges_);
+    PlayerPictures::Clock clock{[sound = sound_.get()] { return sound->position(); },
+                                [sound = sound_.get()] { return sound->elapsed(); },
+                                [sound = sound_.get()] { return sound->isFinished(); }};
+    PlayerPictures::Client client;
+    client.show = [this](std::int64_t order, const Frame& frame, double seconds) { deliver({order, frame, seconds}); };
+    client.ended = [this](std::int64_t order) { post([order](Core& core) { core.playedToEnd(order); }); };
+    client.failed = [this](const RecorderError& error) {
+        post([error](Core& core) {
+            if (core.onError) core.onError(error);
+        });
+    };
+    pictures_ = std::make_unique<PlayerPictures>(item, ranges_, available_, std::move(clock), std::move(client));
+    time_ = 0;
+    stand();
+}
+
+void Player::Core::setCompositor(VideoCompositor compositor) {
+    if (pictures_) pictures_->setCompositor(std::move(compositor));
+}
+
+void Player::Core::setMix(const std::vector<AudioMixInput>& mix) {
+    if (sound_) sound_->setMix(mix);
+}
+
+void Player::Core::setRanges(std::vector<PlayedRange> ranges) {
+    if (!sound_) return;
+    PlayedRanges changed = rangesOf(std::move(ranges));
+    // Every edit says them again; sound that is decoded already would have to be decoded twice, and would be late.
+    if (changed == ranges_) return;
+    ranges_ = std::move(changed);
+    sound_->setRanges(ranges_);
+    pictures_->setRanges(ranges_);
+}
+
+void Player::Core::setOutputSize(int width, int height) {
+    available_ = {std::max(width, 1), std::max(height, 1)};
+    if (pictures_) pictures_->setAvailable(available_);
+}
+
+void Player::Core::stand() {
+    pictures_->stand(++order_, time_);
+}
+
+void Player::Core::play() {
+    if (isPlaying_ || !sound_) return;
+    isPlaying_ = true;
+    sound_->cue(time_);
+    pictures_->play(++order_);
+    // A seek that is under way ends with the first frame that is shown.
+    startSound(output_ && sound_->hasTracks() ? *output_ : *silent_);
+    timer_ = mainLoop_.every(kTimeInterval, [this] {
+        if (onTimeChanged) onTimeChanged(currentTime());
+    });
+}
+
+void Player::Core::startSound(SoundOutput& output) {
+    sound_->start(output, [this, order = order_](const RecorderError& reason) {
+        post([order, reason](Core& core) { core.soundLost(order, reason); });
+    });
+}
+
+void Player::Core::soundLost(std::int64_t order, const RecorderError& reason) {
+    if (!isPlaying_ || order != order_) return;
+    Log::write("Studio", "Vorschau ohne Ton - Grund: " + reason.message());
+    sound_->stop();
+    startSound(*silent_);
+    if (onError) onError(reason);
+}
+
+void Player::Core::stopPlaying() {
+    timer_.reset();
+    sound_->stop();
+    isPlaying_ = false;
+}
+
+void Player::Core::pause() {
+    if (!isPlaying_) return;
+    stopPlaying();
+    time_ = ranges_.standingFrame(sound_->position());
+    stand();
+}
+
+void Player::Core::playedToEnd(std::int64_t order) {
+    if (!isPlaying_ || order != order_) return;
+    stopPlaying();
+    const double end = sound_->position();
+    // The last frame that was to be played may not have been shown in time. Where nothing was played, the frame stays.
+    if (end > time_ + kPictureTolerance) time_ = ranges_.standingFrame(end);
+    stand();
+    if (onPlayedToEnd) onPlayedToEnd();
+}
+
+void Player::Core::seek(double seconds, std::function<void(bool)> completion) {
+    endSeek(false);
+    time_ = std::clamp(seconds, 0.0, duration_);
+    if (!pictures_) {
+        if (completion) post([completion = std::move(completion)](Core&) { completion(false); });
+        return;
+    }
+    if (isPlaying_) {
+        sound_->stop();
+        sound_->cue(time_);
+        pictures_->play(++order_);
+        startSound(output_ && sound_->hasTracks() ? *output_ : *silent_);
+    } else {
+        stand();
+    }
+    seek_ = Seek{order_, std::move(completion)};
+}
+
+void Player::Core::endSeek(bool isFinished) {
+    if (!seek_) return;
+    std::function<void(bool)> completion = std::exchange(seek_, std::nullopt)->completion;
+    if (completion) post([completion = std::move(completion), isFinished](Core&) { completion(isFinished); });
+}
+
+void Player::Core::deliver(Delivery delivery) {
+    {
+        const std::scoped_lock guard(lock_);
+        if (std::exchange(delivery_, std::move(delivery))) return;  // one is on its way already
+    }
+    post([](Core& core) { core.takeDelivery(); });
+}
+
+void Player::Core::takeDelivery() {
+    std::optional<Delivery> delivery;
+    {
+        const std::scoped_lock guard(lock_);
+        delivery = std::exchange(delivery_, std::nullopt);
+    }
+    if (!delivery || delivery->order != order_) return;
+    const bool endsSeek = seek_ && seek_->order <= delivery->order;
+    const std::int64_t sought = endsSeek ? seek_->order : 0;
+    if (delivery->frame && onFrame) onFrame(delivery->frame, delivery->seconds);
+    // Unless the callback has begun another.
+    if (endsSeek && seek_ && seek_->order == sought) endSeek(true);
+}
+
+// The interface
+
+Player::Player(MainLoop& mainLoop, std::unique_ptr<SoundOutput> output)
+    : core_(std::make_shared<Core>(mainLoop, std::move(output))) {}
+
+Player::~Player() = default;
+
+void Player::setItem(PlayerItem item) {
+    core_->setItem(std::move(item));
+}
+
+void Player::setVideoCompositor(VideoCompositor compositor) {
+    core_->setCompositor(std::move(compositor));
+}
+
+void Player::setAudioMix(const std::vector<AudioMixInput>& audioMix) {
+    core_->setMix(audioMix);
+}
+
+void Player::setPlayedRanges(std::vector<PlayedRange> ranges) {
+    core_->setRanges(std::move(ranges));
+}
+
+void Player::setOutputSize(int width, int height) {
+    core_->setOutputSize(width, height);
+}
+
+void Player::play() {
+    core_->play();
+}
+
+void Player::pause() {
+    core_->pause();
+}
+
+double Player::rate() const {
+    return core_->isPlaying() ? 1 : 0;
+}
+
+double Player::currentTime() const {
+    return core_->currentTime();
+}
+
+void Player::seek(double seconds, std::function<void(bool finished)> completion) {
+    core_->seek(seconds, std::move(completion));
+}
+
+void Player::onFrame(std::function<void(const Frame& frame, double seconds)> callback) {
+    core_->onFrame = std::move(callback);
+}
+
+void Player::onTimeChanged(std::function<void(double seconds)> callback) {
+    core_->onTimeChanged = std::move(callback);
+}
+
+void Player::onPlayedToEnd(std::function<void()> callback) {
+    core_->onPlayedToEnd = std::move(callback);
+}
+
+void Player::onError(std::function<void(const RecorderError& error)> callback) {
+    core_->onError = std::move(callback);
+}
+
+Player::Statistics Player::statistics() const {
+    return core_->statistics();
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,365 @@
+#include "playback/player_pictures.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "base/host_clock.h"
+#include "base/log.h"
+#include "base/precondition.h"
+#include "base/thread_name.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr std::size_t kMegabyte = std::size_t{1} << 20;
+// Of decoded pictures: 70 of 2560x1440, 31 of 3840x2160. What lies ahead while playing, and the way back from a still
+// to the key picture before it, mostly fit.
+constexpr std::size_t kScreenBudget = 384 * kMegabyte;
+constexpr std::size_t kWebcamBudget = 96 * kMegabyte;
+
+// What is decoded ahead while playing, seconds: more than a jump over a cut takes to find its first picture.
+constexpr double kAhead = 0.5;
+// Around a still, when it has stood for a moment: some frames ahead, and the way back in nearing steps, so that what
+// is nearest is there first.
+constexpr double kStillAhead = 0.2;
+constexpr double kStillBack[] = {0.1, 0.4, 1.0};
+constexpr double kPrefetchDelay = 0.1;
+// How long the clock is not looked at, at most: sound devices may correct it.
+constexpr double kLongestSleep = 0.01;
+// Finer is not felt.
+constexpr double kShortestSleep = 0.0005;
+// How far ahead frames are made on a slow machine, at most.
+constexpr double kLongestLead = 0.25;
+
+TimeRange between(double start, double end) {
+    return TimeRange::between(momentOf(start), momentOf(end));
+}
+
+// What is shown at this very moment.
+TimeRange at(const MediaTime& moment) {
+    return {moment, {1, 1'000'000}};
+}
+
+std::unique_ptr<PictureSupply> supplyOf(const PlayerItem& item, const std::optional<int>& trackId,
+                                        const PictureSupply::Options& options, std::function<void()> changed) {
+    const CompositionTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
+    if (track == nullptr) return nullptr;
+    return std::make_unique<PictureSupply>(*track, options, std::move(changed));
+}
+
+}  // namespace
+
+PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, FrameSize available, Clock clock,
+                               Client client)
+    : canvas_{item.canvasWidth, item.canvasHeight},
+      clock_(std::move(clock)),
+      client_(std::move(client)),
+      painter_(paintingThreads()) {
+    precondition(canvas_.width >= 1 && canvas_.height >= 1, "a canvas has a size");
+    precondition(item.compositor != nullptr, "an item has a compositor");
+    wish_.compositor = std::make_shared<const VideoCompositor>(item.compositor);
+    wish_.ranges = std::make_shared<const PlayedRanges>(std::move(ranges));
+    wish_.available = available;
+    screen_ = supplyOf(item, item.screenTrackId, {"player.screen", PictureFinder::Before::firstPicture, kScreenBudget},
+                       [this] { wake(); });
+    webcam_ = supplyOf(item, item.webcamTrackId, {"player.webcam", PictureFinder::Before::nothing, kWebcamBudget},
+                       [this] { wake(); });
+    thread_ = std::thread([this] {
+        nameThisThread("player.pictures");
+        run();
+    });
+}
+
+PlayerPictures::~PlayerPictures() {
+    {
+        const std::scoped_lock guard(lock_);
+        isEnding_ = true;
+    }
+    wake_.notify_one();
+    thread_.join();
+    // Their threads wake this object's.
+    screen_.reset();
+    webcam_.reset();
+}
+
+// Orders
+
+template <typename Change>
+void PlayerPictures::tell(Change change) {
+    {
+        const std::scoped_lock guard(lock_);
+        change(wish_);
+        isNews_ = true;
+    }
+    wake_.notify_one();
+}
+
+void PlayerPictures::stand(std::int64_t order, double seconds) {
+    tell([=](Wish& wish) {
+        wish.order = order;
+        wish.isPlaying = false;
+        wish.still = seconds;
+    });
+}
+
+void PlayerPictures::play(std::int64_t order) {
+    tell([=](Wish& wish) {
+        wish.order = order;
+        wish.isPlaying = true;
+    });
+}
+
+void PlayerPictures::setCompositor(VideoCompositor compositor) {
+    precondition(compositor != nullptr, "a compositor");
+    tell([made = std::make_shared<const VideoCompositor>(std::move(compositor))](Wish& wish) {
+        wish.compositor = made;
+        ++wish.change;
+    });
+}
+
+void PlayerPictures::setRanges(PlayedRanges ranges) {
+    tell([made = std::make_shared<const PlayedRanges>(std::move(ranges))](Wish& wish) { wish.ranges = made; });
+}
+
+void PlayerPictures::setAvailable(FrameSize available) {
+    tell([=](Wish& wish) {
+        if (wish.available == available) return;
+        wish.available = available;
+        ++wish.change;
+    });
+}
+
+Player::Statistics PlayerPictures::statistics() const {
+    Player::Statistics all{framesShown_, framesDropped_, 0, seeksFromCache_};
+    if (screen_) all.picturesDecoded += screen_->decodedCount();
+    if (webcam_) all.picturesDecoded += webcam_->decodedCount();
+    return all;
+}
+
+// The thread
+
+void PlayerPictures::wake() {
+    {
+        const std::scoped_lock guard(lock_);
+        isNews_ = true;
+    }
+    wake_.notify_one();
+}
+
+void PlayerPictures::run() {
+    const auto isAwake = [this] { return isEnding_ || isNews_; };
+    std::unique_lock guard(lock_);
+    while (!isEnding_) {
+        const Wish wish = wish_;
+        isNews_ = false;
+        guard.unlock();
+        if (begun_ != wish.order) {
+            begun_ = wish.order;
+            shown_.reset();
+            made_ = {};
+            isEndTold_ = false;
+            isPrefetching_ = false;
+            if (!wish.isPlaying && sourcesAt(momentOf(wish.still))) ++seeksFromCache_;
+        }
+        const Seconds rest = wish.isPlaying ? playOn(wish) : stand(wish);
+        reportSupplies();
+        guard.lock();
+        if (!rest) {
+            wake_.wait(guard, isAwake);
+        } else if (*rest > 0) {
+            wake_.wait_for(guard, std::chrono::duration<double>(*rest), isAwake);
+        }
+    }
+}
+
+// Shows the still, then has what is around it decoded. How long to rest; without end when there is nothing to do.
+PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
+    const MediaTime moment = momentOf(wish.still);
+    if (made_.order == wish.order && made_.change == wish.change) {
+        if (isPrefetching_) return std::nullopt;
+        const double left = stoodAt_ + kPrefetchDelay - hostClockSeconds();
+        if (left > 0) return left;
+        isPrefetching_ = true;
+        std::vector<TimeRange> goals{at(moment), between(wish.still, wish.still + kStillAhead)};
+        double from = wish.still;
+        for (const double back : kStillBack) {
+            const double start = std::max(wish.still - back, 0.0);
+            goals.push_back(between(start, from));
+            from = start;
+        }
+        setGoals(goals, moment);
+        return std::nullopt;
+    }
+    if (!isPrefetching_) setGoals({at(moment)}, moment);
+    const std::optional<Sources> sources = sourcesAt(moment);
+    if (!sources) return std::nullopt;
+    made_ = make(wish, *sources, wish.still);
+    client_.show(wish.order, made_.frame, wish.still);
+    stoodAt_ = hostClockSeconds();
+    return 0;
+}
+
+// Makes the next frame, shows it when it is time.
+PlayerPictures::Seconds PlayerPictures::playOn(const Wish& wish) {
+    const double heard = clock_.position();
+    if (clock_.isFinished()) {
+        if (!std::exchange(isEndTold_, true)) client_.ended(wish.order);
+        return std::nullopt;
+    }
+    const Seconds frame = screen_ ? frameToMake(wish, heard) : std::nullopt;
+    if (!frame || !prepare(wish, *frame, heard)) return kLongestSleep;
+    const double left = *frame - kPictureTolerance - clock_.position();
+    if (left > 0) return std::clamp(left, kShortestSleep, kLongestSleep);
+    client_.show(wish.order, made_.frame, *frame);
+    shown_ = frame;
+    shownScreen_ = made_.screenStart;
+    ++framesShown_;
+    return 0;
+}
+
+// The frame after the one shown last, or the one that it is time for already.
+PlayerPictures::Seconds PlayerPictures::frameToMake(const Wish& wish, double heard) {
+    const PlayedRanges& ranges = *wish.ranges;
+    // A single slow one, as after a change of settings, says nothing about the next.
+    const double reached = heard + (shown_ ? std::min(making_, makingBefore_) : 0);
+    const Seconds from = ranges.playableFrom(reached);
+    const bool isGap = !from || *from > reached;
+    if (!shown_) return isGap ? from : ranges.frameAt(reached);
+    Seconds next = ranges.frameAfter(*shown_);
+    const double current = isGap ? *shown_ : ranges.frameAt(reached);
+    while (next && *next + kPictureTolerance < current) {
+        // Made but not shown in time, or not even begun.
+        ++framesDropped_;
+        shown_ = next;
+        next = ranges.frameAfter(*next);
+    }
+    return next;
+}
+
+// Has the frame made as far as its pictures are there. When they come too late, what has come so far will do, as long
+// as it is newer than what is shown.
+bool PlayerPictures::prepare(const Wish& wish, double frame, double heard) {
+    if (made_.order == wish.order && made_.change == wish.change && made_.seconds == frame) return true;
+    aimAt(wish, frame, heard);
+    const MediaTime moment = momentOf(frame);
+    std::optional<Sources> sources = sourcesAt(moment);
+    const bool isLate = shown_ && heard > frame + kPictureTolerance;
+    if (!sources && isLate) {
+        sources = staleSources(wish, frame);
+        if (sources && sources->screen.shown.start <= shownScreen_) sources.reset();
+    }
+    if (!sources) return false;
+    const double began = clock_.elapsed();
+    made_ = make(wish, *sources, frame);
+    makingBefore_ = std::exchange(making_, std::clamp(clock_.elapsed() - began, 0.0, kLongestLead));
+    return true;
+}
+
+void PlayerPictures::aimAt(const Wish& wish, double frame, double heard) {
+    std::vector<TimeRange> goals;
+    const double from = std::max(std::min(frame, heard), shown_.value_or(0));
+    for (const PlayedRange& stretch : wish.ranges->ahead(from, kAhead)) {
+        goals.push_back(between(stretch.start, stretch.end));
+    }
+    setGoals(goals, momentOf(from));
+}
+
+void PlayerPictures::setGoals(const std::vector<TimeRange>& goals, const MediaTime& playhead) {
+    if (screen_) screen_->setGoals(goals, playhead);
+    if (webcam_) webcam_->setGoals(goals, playhead);
+}
+
+std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime& moment) const {
+    Sources sources;
+    if (screen_) {
+        std::optional<ShownPicture> screen = screen_->find(moment);
+        if (!screen) return std::nullopt;
+        sources.screen = *std::move(screen);
+    }
+    if (webcam_) {
+        const std::optional<ShownPicture> webcam = webcam_->find(moment);
+        if (!webcam) return std::nullopt;
+        sources.webcam = webcam->picture;
+    }
+    return sources;
+}
+
+// Never from before the stretch that is played: what was cut away is not shown, however late its pictures are.
+std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& wish, double frame) const {
+    const MediaTime moment = momentOf(frame);
+    const MediaTime since = momentOf(wish.ranges->runsSince(frame));
+    const auto latest = [&](const PictureSupply& supply) {
+        std::optional<ShownPicture> found = supply.findBefore(moment);
+        return found && found->shown.end() > since ? found : std::nullopt;
+    };
+    std::optional<ShownPicture> screen = latest(*screen_);
+    if (!screen || !screen->picture) return std::nullopt;
+    Sources sources{*std::move(screen), std::nullopt};
+    if (webcam_) {
+        const std::optional<ShownPicture> webcam = latest(*webcam_);
+        // A face that vanishes for a frame is worse than a frame that stands.
+        if (!webcam) return std::nullopt;
+        sources.webcam = webcam->picture;
+    }
+    return sources;
+}
+
+PlayerPictures::Made PlayerPictures::make(const Wish& wish, const Sources& sources, double seconds) {
+    Made made{wish.order, wish.change, seconds, sources.screen.shown.start, nullptr};
+    if (!sources.screen.picture) return made;
+    try {
+        made.frame = paint(wish, *sources.screen.picture, sources.webcam, seconds);
+    } catch (const RecorderError& error) {
+        fail(error);
+    } catch (const std::bad_alloc&) {
+        fail(RecorderError("Der Arbeitsspeicher reicht nicht."));
+    } catch (const std::exception& error) {
+        fail(RecorderError(std::string("Vorschaubild konnte nicht gebaut werden: ") + error.what()));
+    }
+    return made;
+}
+
+Player::Frame PlayerPictures::paint(const Wish& wish, const Picture& screen, const std::optional<Picture>& webcam,
+                                    double seconds) {
+    const FrameSize size = fittedFrame(canvas_, wish.available);
+    Picture recipe = (*wish.compositor)(screen, webcam, seconds);
+    if (!pool_ || pool_->width() != size.width || pool_->height() != size.height) {
+        pool_ = std::make_unique<PicturePool>(size.width, size.height, YuvEncoding{});
+        paintedRecipe_.reset();
+    }
+    if (paintedRecipe_ && *paintedRecipe_ == recipe) return painted_;
+    const std::shared_ptr<BgraPremultipliedBuffer> buffer = pool_->makeBgra();
+    if (!buffer) throw std::bad_alloc();
+    const AffineTransform scaling = scalingTo(canvas_, size);
+    painter_.paint(scaling.isIdentity() ? recipe : recipe.transformed(scaling), *buffer);
+    paintedRecipe_ = std::move(recipe);
+    painted_ = buffer;
+    lastFailure_.clear();
+    return painted_;
+}
+
+void PlayerPictures::fail(const RecorderError& error) {
+    if (std::exchange(lastFailure_, error.message()) != error.message()) client_.failed(error);
+}
+
+void PlayerPictures::reportSupplies() {
+    if (screen_ && !isScreenReported_) {
+        if (const auto error = screen_->error()) {
+            isScreenReported_ = true;
+            client_.failed(*error);
+        }
+    }
+    if (webcam_ && !isWebcamReported_) {
+        if (const auto error = webcam_->error()) {
+            isWebcamReported_ = true;
+            Log::write("Studio", "Vorschau: Webcam-Film wird weggelassen: " + error->message());
+        }
+    }
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,144 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "base/recorder_error.h"
+#include "imaging/painting/painter.h"
+#include "imaging/picture_pool.h"
+#include "playback/frame_size.h"
+#include "playback/picture_supply.h"
+#include "playback/played_ranges.h"
+#include "playback/player.h"
+#include "playback/player_item.h"
+
+namespace lumivastor {
+
+/// The pictures of a player: takes decoded ones from a supply for each track, lets the compositor make the recipe,
+/// paints it and hands it over when the clock says so, all on a thread of its own. While playing it makes one frame
+/// ahead. When frames keep taking longer to make than they last, it aims as far ahead as that takes and leaves out what
+/// lies between.
+///
+/// What it is to do comes as orders, numbered by the caller in ascending order: a newer one replaces the one that is
+/// under way. Everything but the callbacks belongs to the player's thread.
+class PlayerPictures {
+  public:
+    /// What the time is while playing. Called on the thread of the pictures.
+    struct Clock {
+        std::function<double()> position;
+        std::function<double()> elapsed;  // since playing began, without what was jumped over
+        std::function<bool()> isFinished;
+    };
+    /// Called on the thread of the pictures; must not call back, nor block.
+    struct Client {
+        /// A frame, or null when there is none to be had.
+        std::function<void(std::int64_t order, const Player::Frame& frame, double seconds)> show;
+        /// Playing came to the end of what is played.
+        std::function<void(std::int64_t order)> ended;
+        /// Frames cannot be made; the same reason is not told twice in a row.
+        std::function<void(const RecorderError& error)> failed;
+    };
+
+    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, FrameSize available, Clock clock, Client client);
+    /// Waits for the frame that is being made. No callback runs when this has returned.
+    ~PlayerPictures();
+    PlayerPictures(const PlayerPictures&) = delete;
+    PlayerPictures& operator=(const PlayerPictures&) = delete;
+
+    /// Shows the exact frame of a moment, and shows it again when something about it changes.
+    void stand(std::int64_t order, double seconds);
+    /// Shows frames by the clock.
+    void play(std::int64_t order);
+
+    void setCompositor(VideoCompositor compositor);
+    void setRanges(PlayedRanges ranges);
+    void setAvailable(FrameSize available);
+
+    Player::Statistics statistics() const;
+
+  private:
+    using Seconds = std::optional<double>;
+    struct Wish {
+        std::int64_t order = 0;
+        bool isPlaying = false;
+        double still = 0;
+        std::shared_ptr<const VideoCompositor> compositor;
+        std::shared_ptr<const PlayedRanges> ranges;
+        FrameSize available;
+        std::int64_t change = 0;  // counts whatever makes the same moment look different
+    };
+    // What the tracks show at a moment.
+    struct Sources {
+        ShownPicture screen;
+        std::optional<Picture> webcam;
+    };
+    struct Made {
+        std::int64_t order = -1;
+        std::int64_t change = -1;
+        double seconds = 0;
+        MediaTime screenStart;
+        Player::Frame frame;
+    };
+
+    template <typename Change>
+    void tell(Change change);
+    void wake();
+    void run();
+    Seconds stand(const Wish& wish);
+    Seconds playOn(const Wish& wish);
+    Seconds frameToMake(const Wish& wish, double heard);
+    bool prepare(const Wish& wish, double frame, double heard);
+    void setGoals(const std::vector<TimeRange>& goals, const MediaTime& playhead);
+    void aimAt(const Wish& wish, double frame, double heard);
+    std::optional<Sources> sourcesAt(const MediaTime& moment) const;
+    std::optional<Sources> staleSources(const Wish& wish, double frame) const;
+    Made make(const Wish& wish, const Sources& sources, double seconds);
+    Player::Frame paint(const Wish& wish, const Picture& screen, const std::optional<Picture>& webcam, double seconds);
+    void fail(const RecorderError& error);
+    void reportSupplies();
+
+    const FrameSize canvas_;
+    const Clock clock_;
+    const Client client_;
+    std::unique_ptr<PictureSupply> screen_;  // none: no track
+    std::unique_ptr<PictureSupply> webcam_;
+
+    std::mutex lock_;
+    std::condition_variable wake_;
+    Wish wish_;              // guarded by lock_
+    bool isNews_ = false;    // guarded by lock_
+    bool isEnding_ = false;  // guarded by lock_
+
+    std::atomic<std::int64_t> framesShown_{0};
+    std::atomic<std::int64_t> framesDropped_{0};
+    std::atomic<std::int64_t> seeksFromCache_{0};
+
+    // The thread's.
+    Painter painter_;
+    std::unique_ptr<PicturePool> pool_;
+    std::optional<Picture> paintedRecipe_;
+    Player::Frame painted_;
+    double making_ = 0;        // how long the last frame took to make, by the clock
+    double makingBefore_ = 0;  // and the one before it
+    Made made_;                // the frame that stands or comes next
+    std::int64_t begun_ = -1;  // the order that the rest is about
+    Seconds shown_;            // the frame shown last while playing
+    MediaTime shownScreen_;    // where its screen picture begins
+    bool isEndTold_ = false;
+    double stoodAt_ = 0;  // host seconds when the still was shown
+    bool isPrefetching_ = false;
+    std::string lastFailure_;
+    bool isScreenReported_ = false;
+    bool isWebcamReported_ = false;
+
+    std::thread thread_;  // last: it uses everything above
+};
+
+}  // namespace lumivastor

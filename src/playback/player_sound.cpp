@@ -1,0 +1,284 @@
+#include "playback/player_sound.h"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <utility>
+
+#include "base/log.h"
+#include "base/precondition.h"
+#include "base/saturated.h"
+#include "base/thread_name.h"
+
+namespace lumivastor {
+
+namespace {
+
+constexpr int kRate = SoundOutput::kFormat.sampleRate;
+constexpr std::size_t kChannels = SoundOutput::kFormat.channels;
+// What is decoded at a time: short, so that a jump is not kept waiting.
+constexpr std::int64_t kBlockFrames = 1024;
+// How long a volume takes to become another, 5 ms: a jump would click.
+constexpr std::size_t kGlideFrames = 240;
+constexpr auto kMostAhead = static_cast<std::int64_t>(PlayerSound::kAhead * kRate);
+
+std::int64_t frameOf(double seconds) {
+    return saturatedRound<std::int64_t>(seconds * kRate);
+}
+
+double secondsOf(std::int64_t frame) {
+    return static_cast<double>(frame) / kRate;
+}
+
+}  // namespace
+
+PlayerSound::PlayerSound(const MutableComposition& movie, const std::vector<AudioMixInput>& mix, PlayedRanges ranges)
+    : movie_(movie), ranges_(std::move(ranges)) {
+    for (const CompositionTrack& track : movie_.tracks(TrackKind::audio)) trackIds_.push_back(track.id);
+    for (const float volume : volumesOf(mix)) volumes_.push_back({volume, volume});
+    decodeFrom(0);
+    thread_ = std::thread([this] {
+        nameThisThread("player.sound");
+        decode();
+    });
+}
+
+PlayerSound::~PlayerSound() {
+    {
+        const std::scoped_lock guard(lock_);
+        precondition(output_ == nullptr, "stopped before it is destroyed");
+        isEnding_ = true;
+    }
+    wake_.notify_one();
+    thread_.join();
+}
+
+std::vector<float> PlayerSound::volumesOf(const std::vector<AudioMixInput>& mix) const {
+    std::vector<float> volumes;
+    for (const int id : trackIds_) {
+        const auto input =
+            std::find_if(mix.begin(), mix.end(), [id](const AudioMixInput& one) { return one.trackId == id; });
+        volumes.push_back(input == mix.end() ? 0.0F : input->volume);
+    }
+    return volumes;
+}
+
+void PlayerSound::cue(double seconds) {
+    const std::int64_t frame = frameOf(seconds);
+    {
+        const std::scoped_lock guard(lock_);
+        precondition(output_ == nullptr, "cued when not running");
+        if (frame == cued_) return;
+        decodeFrom(frame);
+    }
+    wake_.notify_one();
+}
+
+// Everything anew from a source frame, or from where playing goes on behind it. Under lock_.
+void PlayerSound::decodeFrom(std::int64_t source) {
+    cued_ = source;
+    ledger_.start(source);
+    decodeAgain(source);
+}
+
+// Under lock_.
+void PlayerSound::decodeAgain(std::int64_t source) {
+    blocks_.clear();
+    framesAhead_ = 0;
+    decodeFrom_ = source;
+    ++decodeRound_;
+    isDecoded_ = false;
+}
+
+void PlayerSound::start(SoundOutput& output, std::function<void(const RecorderError&)> lost) {
+    {
+        const std::scoped_lock guard(lock_);
+        precondition(output_ == nullptr, "started when not running");
+        for (Volume& volume : volumes_) volume.now = volume.target;
+    }
+    output.start({[this](std::span<float> values) { fill(values); }, std::move(lost)});
+    // Only now: before, the output would still tell how much was heard of its last run.
+    const std::scoped_lock guard(lock_);
+    output_ = &output;
+    ++run_;
+}
+
+void PlayerSound::stop() {
+    SoundOutput* output = nullptr;
+    const std::int64_t source = heard(output);
+    if (output == nullptr) return;
+    {
+        const std::scoped_lock guard(lock_);
+        output_ = nullptr;
+        cued_ = source;
+    }
+    output->stop();
+    {
+        const std::scoped_lock guard(lock_);
+        decodeFrom(source);
+    }
+    wake_.notify_one();
+}
+
+void PlayerSound::setMix(const std::vector<AudioMixInput>& mix) {
+    const std::vector<float> volumes = volumesOf(mix);
+    const std::scoped_lock guard(lock_);
+    for (std::size_t i = 0; i < volumes_.size(); ++i) volumes_[i].target = volumes[i];
+}
+
+void PlayerSound::setRanges(PlayedRanges ranges) {
+    {
+        const std::scoped_lock guard(lock_);
+        ranges_ = std::move(ranges);
+        if (output_ == nullptr) {
+            decodeFrom(cued_);
+        } else {
+            // What was decoded but not given away is decoded again, or not.
+            decodeAgain(blocks_.empty() ? decodeFrom_
+                                        : blocks_.front().source + static_cast<std::int64_t>(blocks_.front().used));
+        }
+    }
+    wake_.notify_one();
+}
+
+// The source frame that is heard, and where; no output when not running.
+std::int64_t PlayerSound::heard(SoundOutput*& output) const {
+    std::int64_t run = 0;
+    {
+        const std::scoped_lock guard(lock_);
+        output = output_;
+        run = run_;
+        if (output == nullptr) return cued_;
+    }
+    // Outside of the lock: the output may be asking for sound at this moment.
+    const std::int64_t frames = output->heardFrames();
+    const std::scoped_lock guard(lock_);
+    return output_ == nullptr || run != run_ ? cued_ : ledger_.sourceAt(frames);
+}
+
+double PlayerSound::position() const {
+    SoundOutput* output = nullptr;
+    return secondsOf(heard(output));
+}
+
+double PlayerSound::elapsed() const {
+    const SoundOutput* output = nullptr;
+    {
+        const std::scoped_lock guard(lock_);
+        output = output_;
+    }
+    return output == nullptr ? 0 : secondsOf(output->heardFrames());
+}
+
+bool PlayerSound::isFinished() const {
+    const SoundOutput* output = nullptr;
+    std::int64_t run = 0;
+    {
+        const std::scoped_lock guard(lock_);
+        output = output_;
+        run = run_;
+        if (output == nullptr || !isDecoded_ || !blocks_.empty()) return false;
+    }
+    const std::int64_t frames = output->heardFrames();
+    const std::scoped_lock guard(lock_);
+    const bool isSame = output_ != nullptr && run == run_;
+    return isSame && isDecoded_ && blocks_.empty() && frames >= ledger_.soundEnd();
+}
+
+// On the output's thread.
+void PlayerSound::fill(std::span<float> values) {
+    {
+        const std::scoped_lock guard(lock_);
+        while (!values.empty() && !blocks_.empty()) {
+            Block& block = blocks_.front();
+            const std::size_t count = std::min(values.size() / kChannels, block.frames - block.used);
+            ledger_.wrote(static_cast<std::int64_t>(count), block.source + static_cast<std::int64_t>(block.used));
+            mix(block, values.first(count * kChannels));
+            framesAhead_ -= static_cast<std::int64_t>(count);
+            if (block.used == block.frames) blocks_.pop_front();
+            values = values.subspan(count * kChannels);
+        }
+        // The end, or a disk that is too slow: then everything waits for it, the pictures too.
+        std::fill(values.begin(), values.end(), 0.0F);
+        ledger_.waited(static_cast<std::int64_t>(values.size() / kChannels));
+    }
+    wake_.notify_one();
+}
+
+// The sum of all tracks, cut off at full scale. Under lock_.
+void PlayerSound::mix(Block& block, std::span<float> values) {
+    const std::size_t frames = values.size() / kChannels;
+    std::fill(values.begin(), values.end(), 0.0F);
+    for (std::size_t track = 0; track < block.tracks.size(); ++track) {
+        Volume& volume = volumes_[track];
+        const std::size_t glide = volume.now == volume.target ? 0 : std::min(frames, kGlideFrames);
+        const float step = glide == 0 ? 0.0F : (volume.target - volume.now) / static_cast<float>(glide);
+        const float* from = block.tracks[track].data() + block.used * kChannels;
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float factor = i < glide ? volume.now + step * static_cast<float>(i) : volume.target;
+            for (std::size_t channel = 0; channel < kChannels; ++channel) {
+                values[i * kChannels + channel] += factor * *from++;
+            }
+        }
+        volume.now = volume.target;
+    }
+    for (float& value : values) value = std::clamp(value, -1.0F, 1.0F);
+    block.used += frames;
+}
+
+// The thread's whole life.
+void PlayerSound::decode() {
+    std::vector<std::unique_ptr<SoundTrackReader>> readers;
+    for (const int id : trackIds_) {
+        readers.push_back(std::make_unique<SoundTrackReader>(*movie_.track(id), SoundOutput::kFormat, 0));
+    }
+    std::int64_t at = 0;  // where the readers stand
+    std::unique_lock guard(lock_);
+    for (;;) {
+        wake_.wait(guard, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMostAhead); });
+        if (isEnding_) return;
+        const std::optional<double> from = ranges_.playableFrom(secondsOf(decodeFrom_));
+        if (!from) {
+            isDecoded_ = true;
+            continue;
+        }
+        Block block;
+        block.source = std::max(decodeFrom_, frameOf(*from));
+        block.range = {frameOf(ranges_.runsSince(*from)), frameOf(ranges_.runsUntil(*from)), ranges_.isJumpedTo(*from),
+                       ranges_.isJumpedFrom(*from)};
+        const std::int64_t left = block.range.end - block.source;
+        block.frames = static_cast<std::size_t>(std::clamp<std::int64_t>(left, 1, kBlockFrames));
+        const std::int64_t round = decodeRound_;
+        guard.unlock();
+        if (at != block.source) {
+            for (const auto& reader : readers) {
+                if (reader) reader->seek(block.source);
+            }
+        }
+        at = block.source + static_cast<std::int64_t>(block.frames);
+        read(block, readers);
+        guard.lock();
+        if (round != decodeRound_) continue;
+        decodeFrom_ = at;
+        framesAhead_ += static_cast<std::int64_t>(block.frames);
+        blocks_.push_back(std::move(block));
+    }
+}
+
+// Without lock_. A track that cannot be read falls silent.
+void PlayerSound::read(Block& block, std::vector<std::unique_ptr<SoundTrackReader>>& readers) {
+    for (auto& reader : readers) {
+        std::vector<float>& values = block.tracks.emplace_back(block.frames * kChannels);
+        if (!reader) continue;
+        try {
+            reader->read(values);
+            softenJoins(block.range, block.source, values, SoundOutput::kFormat);
+        } catch (const std::exception& error) {
+            Log::write("Studio", std::string("Vorschau: Eine Tonspur endet hier - Grund: ") + error.what());
+            std::fill(values.begin(), values.end(), 0.0F);
+            reader.reset();
+        }
+    }
+}
+
+}  // namespace lumivastor

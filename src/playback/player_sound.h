@@ -1,0 +1,102 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "media/reading/composition.h"
+#include "media/reading/sound_joins.h"
+#include "media/reading/sound_track_reader.h"
+#include "platform/sound/sound_output.h"
+#include "playback/played_ranges.h"
+#include "playback/sound_ledger.h"
+
+namespace lumivastor {
+
+/// The sound of a player, and thereby its clock: decodes ahead along the played ranges, on a thread of its own, mixes
+/// when the output asks, and says which moment is heard. Tracks are mixed as late as that so that a change of volume
+/// waits for nothing but the output's own few hundredths of a second. Without sound tracks it plays silence.
+///
+/// `position`, `elapsed` and `isFinished` may be asked on any thread; everything else belongs to the player's.
+class PlayerSound {
+  public:
+    /// How much sound is decoded ahead, in seconds: what the disk may take for one read without being heard.
+    static constexpr double kAhead = 0.5;
+
+    PlayerSound(const MutableComposition& movie, const std::vector<AudioMixInput>& mix, PlayedRanges ranges);
+    /// Not while running.
+    ~PlayerSound();
+    PlayerSound(const PlayerSound&) = delete;
+    PlayerSound& operator=(const PlayerSound&) = delete;
+
+    bool hasTracks() const { return !trackIds_.empty(); }
+
+    /// Gets ready to play from a moment, or from the next that is played. Not while running.
+    void cue(double seconds);
+    /// Plays from the moment cued. `lost` as in `SoundOutput::Client`. The output outlives this object.
+    void start(SoundOutput& output, std::function<void(const RecorderError&)> lost);
+    /// Stops; what is heard last is cued.
+    void stop();
+
+    void setMix(const std::vector<AudioMixInput>& mix);
+    /// While running: what has not been given to the output yet follows the new ranges.
+    void setRanges(PlayedRanges ranges);
+
+    /// What is heard, seconds of the timeline; when not running, what is cued.
+    double position() const;
+    /// For how many seconds the output has been heard; when not running, 0.
+    double elapsed() const;
+    /// Whether everything that is to be played has been heard. False when not running.
+    bool isFinished() const;
+
+  private:
+    // Sound of all tracks from one stretch of the source, not mixed.
+    struct Block {
+        SoundStretch range;  // the played range that it is in
+        std::int64_t source = 0;
+        std::size_t frames = 0;
+        std::size_t used = 0;
+        std::vector<std::vector<float>> tracks;
+    };
+    struct Volume {
+        float now = 0;     // as it was applied last
+        float target = 0;  // as it is set
+    };
+
+    std::vector<float> volumesOf(const std::vector<AudioMixInput>& mix) const;
+    void fill(std::span<float> values);
+    void mix(Block& block, std::span<float> values);
+    void decode();
+    void read(Block& block, std::vector<std::unique_ptr<SoundTrackReader>>& readers);
+    void decodeFrom(std::int64_t source);
+    void decodeAgain(std::int64_t source);
+    std::int64_t heard(SoundOutput*& output) const;
+
+    const MutableComposition movie_;
+    std::vector<int> trackIds_;
+
+    mutable std::mutex lock_;
+    std::condition_variable wake_;
+    // All guarded by lock_.
+    PlayedRanges ranges_;
+    std::vector<Volume> volumes_;  // of trackIds_
+    std::deque<Block> blocks_;     // decoded, not given to the output
+    std::int64_t framesAhead_ = 0;
+    std::int64_t decodeFrom_ = 0;   // the source frame to be decoded next
+    std::int64_t decodeRound_ = 0;  // counts changes of that from outside
+    bool isDecoded_ = false;        // up to the end of what is played
+    mutable SoundLedger ledger_;
+    SoundOutput* output_ = nullptr;  // while running
+    std::int64_t run_ = 0;           // counts runs
+    std::int64_t cued_ = 0;          // the source frame that is heard when not running
+    bool isEnding_ = false;
+
+    std::thread thread_;  // last: it uses everything above
+};
+
+}  // namespace lumivastor

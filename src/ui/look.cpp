@@ -1,0 +1,126 @@
+#include "ui/look.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFontDatabase>
+#include <QFontMetrics>
+#include <QPalette>
+#include <QStyleFactory>
+#include <QWidget>
+#include <algorithm>
+
+// Resources of a static library have to be asked for; the function that does is outside of all namespaces.
+static void initResources() {
+    Q_INIT_RESOURCE(ui);
+}
+
+namespace lumivastor::look {
+
+namespace {
+
+constexpr double kLeastBody = 10;
+constexpr double kSmall = 0.9;
+constexpr double kLarge = 1.15;
+// Heights of what stands in controls, in points.
+constexpr int kLeastControl = 20;
+constexpr int kLeastSegment = 18;
+
+QString points(double size) {
+    return QString::number(size, 'f', 2) + "pt";
+}
+
+QPalette palette() {
+    QPalette palette;
+    palette.setColor(QPalette::Window, kWindow);
+    palette.setColor(QPalette::WindowText, kText);
+    palette.setColor(QPalette::Base, kCard);
+    palette.setColor(QPalette::AlternateBase, kColumn);
+    palette.setColor(QPalette::Text, kText);
+    palette.setColor(QPalette::PlaceholderText, kSecondText);
+    palette.setColor(QPalette::Button, kControl);
+    palette.setColor(QPalette::ButtonText, kText);
+    palette.setColor(QPalette::BrightText, Qt::white);
+    palette.setColor(QPalette::Light, kControlHover);
+    palette.setColor(QPalette::Midlight, kControl);
+    palette.setColor(QPalette::Mid, kLine);
+    palette.setColor(QPalette::Dark, kWindow);
+    palette.setColor(QPalette::Shadow, Qt::black);
+    palette.setColor(QPalette::Highlight, kAccent);
+    palette.setColor(QPalette::HighlightedText, kOnAccent);
+    palette.setColor(QPalette::Link, kAccent);
+    palette.setColor(QPalette::ToolTipBase, kCard);
+    palette.setColor(QPalette::ToolTipText, kText);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Disabled, role, kDisabledText);
+    }
+    return palette;
+}
+
+}  // namespace
+
+TypeScale typeScale(const QFont& base) {
+    const double body = std::max(base.pointSizeF(), kLeastBody);
+    return {body * kSmall, body, body * kLarge};
+}
+
+void apply(QApplication& application) {
+    initResources();
+    application.setStyle(QStyleFactory::create("Fusion"));
+    application.setPalette(palette());
+    if (QFontDatabase::hasFamily("Inter")) {
+        QFont font = application.font();
+        font.setFamily("Inter");
+        application.setFont(font);
+    }
+}
+
+QString styleSheet(const QFont& base) {
+    initResources();
+    QFile file(":/ui/theme.qss");
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    QString text = QString::fromUtf8(file.readAll());
+    const TypeScale type = typeScale(base);
+    // A height that a style sheet names is the least there is, whatever the text needs.
+    QFont small = base;
+    small.setPointSizeF(type.small);
+    const int line = QFontMetrics(small).height();
+    const std::pair<const char*, QString> values[] = {
+        {"@control-height", QString::number(std::max(kLeastControl, line + 3)) + "px"},
+        {"@segment-height", QString::number(std::max(kLeastSegment, line + 1)) + "px"},
+        {"@accent-hover", kAccent.lighter(112).name()},
+        {"@accent-pressed", kAccent.darker(112).name()},
+        {"@accent", kAccent.name()},
+        {"@on-accent", kOnAccent.name()},
+        {"@window", kWindow.name()},
+        {"@column", kColumn.name()},
+        {"@card", kCard.name()},
+        {"@line", kLine.name()},
+        {"@control-hover", kControlHover.name()},
+        {"@control-pressed", kControlPressed.name()},
+        {"@control", kControl.name()},
+        {"@track", kTrack.name()},
+        {"@text", kText.name()},
+        {"@second-text", kSecondText.name()},
+        {"@disabled-text", kDisabledText.name()},
+        {"@focus", kFocus.name()},
+        {"@small-type", points(type.small)},
+        {"@body-type", points(type.body)},
+        {"@large-type", points(type.large)},
+    };
+    for (const auto& [name, value] : values) text.replace(name, value);
+    return text;
+}
+
+int smallTextWidth(const QString& text) {
+    QFont font = QApplication::font();
+    font.setPointSizeF(typeScale(font).small);
+    return QFontMetrics(font).horizontalAdvance(text) + kTight;
+}
+
+void spaceCapitals(QWidget& label) {
+    QFont font = label.font();
+    font.setLetterSpacing(QFont::PercentageSpacing, 106);
+    label.setFont(font);
+}
+
+}  // namespace lumivastor::look

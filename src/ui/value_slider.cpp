@@ -1,0 +1,107 @@
+#include "ui/value_slider.h"
+
+#include <QAccessibleWidget>
+#include <QMouseEvent>
+#include <QSignalBlocker>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cmath>
+
+namespace lumivastor {
+
+namespace {
+
+/// Tells screen readers a slider's value and its text, instead of a count of steps.
+class AccessibleValueSlider final : public QAccessibleWidget, public QAccessibleValueInterface {
+  public:
+    explicit AccessibleValueSlider(ValueSlider& slider)
+        : QAccessibleWidget(&slider, QAccessible::Slider), slider_(slider) {}
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
+        return QAccessibleWidget::interface_cast(type);
+    }
+    QString text(QAccessible::Text which) const override {
+        const QString written = slider_.valueText ? QString::fromStdString(slider_.valueText(slider_.doubleValue()))
+                                                  : QString::number(slider_.doubleValue());
+        if (which == QAccessible::Value) return written;
+        // Few readers ask for the written value, and all of them for the description.
+        if (which == QAccessible::Description) return written + ". " + QAccessibleWidget::text(which);
+        return QAccessibleWidget::text(which);
+    }
+
+    QVariant currentValue() const override { return slider_.doubleValue(); }
+    void setCurrentValue(const QVariant& value) override { slider_.moveTo(value.toDouble()); }
+    QVariant maximumValue() const override { return slider_.range().most; }
+    QVariant minimumValue() const override { return slider_.range().least; }
+    QVariant minimumStepSize() const override {
+        return (slider_.range().most - slider_.range().least) * slider_.singleStep() / slider_.maximum();
+    }
+
+  private:
+    ValueSlider& slider_;
+};
+
+QAccessibleInterface* accessibleOf(const QString&, QObject* object) {
+    auto* slider = dynamic_cast<ValueSlider*>(object);
+    return slider != nullptr ? new AccessibleValueSlider(*slider) : nullptr;
+}
+
+}  // namespace
+
+ValueSlider::ValueSlider(ControlRange range, int steps, QWidget* parent)
+    : QSlider(Qt::Horizontal, parent), range_(range), value_(range.least) {
+    static const bool isInstalled = (QAccessible::installFactory(accessibleOf), true);
+    static_cast<void>(isInstalled);
+    setRange(0, std::max(steps, 1));
+    setPageStep(std::max(maximum() / 10, 1));
+    setSingleStep(std::max(maximum() / 50, 1));
+    setFocusPolicy(Qt::TabFocus);
+    connect(this, &QSlider::valueChanged, this, [this](int step) {
+        value_ = range_.least + (range_.most - range_.least) * step / maximum();
+        tell();
+    });
+}
+
+void ValueSlider::setDoubleValue(double value) {
+    value_ = value;
+    const double fraction = std::clamp((value - range_.least) / (range_.most - range_.least), 0.0, 1.0);
+    const QSignalBlocker quiet(this);
+    setValue(std::isfinite(fraction) ? static_cast<int>(std::lround(fraction * maximum())) : 0);
+}
+
+void ValueSlider::moveTo(double value) {
+    if (!std::isfinite(value)) return;
+    setDoubleValue(std::clamp(value, range_.least, range_.most));
+    tell();
+}
+
+void ValueSlider::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) {
+        // The handle comes to the pointer, which then has hold of it.
+        const double length = std::max(width() - 2 * kHandleInset, 1);
+        const double fraction = std::clamp((event->position().x() - kHandleInset) / length, 0.0, 1.0);
+        // On the handle itself nothing jumps.
+        const double handle = kHandleInset + length * value() / maximum();
+        if (std::abs(event->position().x() - handle) > kHandleInset) {
+            setValue(static_cast<int>(std::lround(fraction * maximum())));
+        }
+    }
+    QSlider::mousePressEvent(event);
+}
+
+void ValueSlider::mouseDoubleClickEvent(QMouseEvent* event) {
+    if (!usual_ || event->button() != Qt::LeftButton) return QSlider::mouseDoubleClickEvent(event);
+    setDoubleValue(*usual_);
+    tell();
+}
+
+void ValueSlider::wheelEvent(QWheelEvent* event) {
+    event->ignore();
+}
+
+void ValueSlider::tell() {
+    if (moved) moved();
+}
+
+}  // namespace lumivastor

@@ -1,0 +1,589 @@
+// The program itself, on a display server and a sound server of the tests' own. Longer runs of the same with figures:
+// tools/recording-trials.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/formatted.h"
+#include "base/host_clock.h"
+#include "base/log.h"
+#include "capture/journal/journal_records.h"
+#include "media/reading/asset.h"
+#include "media/reading/asset_reader.h"
+#include "model/capture_info.h"
+#include "model/pointer_track.h"
+#include "support/beeper.h"
+#include "support/desktop_rig/desktop_rig.h"
+#include "support/desktop_rig/rig_window.h"
+#include "support/desktop_rig/scripted_pointer.h"
+#include "support/desktop_rig/xwayland_rig.h"
+#include "support/heard_sound.h"
+#include "support/program_run.h"
+#include "support/sound_rig.h"
+#include "support/text_file.h"
+
+namespace lumivastor {
+namespace {
+
+// How long and how often: a little in every test run, more where somebody wants figures.
+int setting(const char* name, int otherwise) {
+    const char* text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    return text == nullptr ? otherwise : std::atoi(text);
+}
+
+void sleepFor(double seconds) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+struct SeenPicture {
+    double hostSeconds;
+    int brightness;  // at the place that was asked for
+};
+
+class RecordingOnDesktop : public testing::Test {
+  protected:
+    std::map<std::string, std::string> environment() const {
+        return {{"DISPLAY", desktop_.displayName()},
+                {"PULSE_SERVER", sound_.address()},
+                {"WAYLAND_DISPLAY", ""},
+                {"PIPEWIRE_REMOTE", temporary_.path().string() + "/none"}};
+    }
+
+    std::vector<std::string> recordWords(const std::vector<std::string>& options) const {
+        std::vector<std::string> words = {LUMI_PROGRAM, "record", "--json", "--out", folder_.string()};
+        words.insert(words.end(), options.begin(), options.end());
+        return words;
+    }
+
+    // Until the first pictures are in the movie.
+    std::unique_ptr<ProgramRun> startRecording(const std::vector<std::string>& options) {
+        return startProgram(recordWords(options));
+    }
+    std::unique_ptr<ProgramRun> startProgram(const std::vector<std::string>& words) {
+        auto run = std::make_unique<ProgramRun>(words, environment());
+        const bool began = waitFor([&] {
+            return !run->isRunning() || (std::filesystem::exists(folder_ / "journal") &&
+                                         temporary_.read("recording/journal").find(" session ") != std::string::npos);
+        });
+        EXPECT_TRUE(began && run->isRunning()) << run->err();
+        return run;
+    }
+
+    int recover(std::string* err = nullptr) {
+        ProgramRun run({LUMI_PROGRAM, "recover", folder_.string()}, environment());
+        const int status = run.wait();
+        if (err != nullptr) *err = run.err();
+        return status;
+    }
+
+    CaptureInfo info() const { return CaptureInfo::load(folder_); }
+
+    // What the movie shows at a place, in times of the host clock.
+    std::vector<SeenPicture> picturesAt(int x, int y) const {
+        const auto asset = std::make_shared<const Asset>(folder_ / "source.mov");
+        AssetReader reader(asset);
+        VideoTrackOutput& output =
+            reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::bgraPremultiplied);
+        EXPECT_TRUE(reader.startReading());
+        std::vector<SeenPicture> seen;
+        const double t0 = info().t0HostClock;
+        while (const auto sample = output.copyNextSample()) {
+            seen.push_back({t0 + sample->presentationTime.seconds(), sample->bgra().pixel(x, y)[1]});
+        }
+        EXPECT_EQ(reader.status(), AssetReader::Status::completed)
+            << reader.error().value_or(RecorderError("")).message() << " at "
+            << reader.failureTime().value_or(MediaTime{}).seconds();
+        return seen;
+    }
+
+    // Pictures that can be decoded, all from front to back.
+    std::int64_t decodedPictures() const {
+        const auto asset = std::make_shared<const Asset>(folder_ / "source.mov");
+        AssetReader reader(asset);
+        VideoTrackOutput& output =
+            reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::planar);
+        EXPECT_TRUE(reader.startReading());
+        std::int64_t count = 0;
+        while (output.copyNextSample()) ++count;
+        EXPECT_EQ(reader.status(), AssetReader::Status::completed);
+        return count;
+    }
+
+    // The beeps in a sound track, in times of the host clock.
+    std::vector<double> beepsIn(std::size_t track) const {
+        const auto asset = std::make_shared<const Asset>(folder_ / "source.mov");
+        AssetReader reader(asset);
+        AudioMixOutput& output = reader.addAudioOutput(asset->tracks(TrackKind::audio).at(track).id);
+        EXPECT_TRUE(reader.startReading());
+        HeardSound heard;
+        const auto handler = heard.handler();
+        const double t0 = info().t0HostClock;
+        while (auto sample = output.copyNextSample()) {
+            handler({t0 + sample->presentationTime.seconds(), sample->format.sampleRate, sample->format.channels,
+                     sample->values});
+        }
+        return heard.beeps();
+    }
+
+    // The result has the sentence that was said.
+    static void expectEndedEarly(const ProgramRun& run) {
+        const std::string begin = "Die Aufnahme wurde beendet: ";
+        // A machine at work has said before what the start waits for.
+        const std::string err = run.err();
+        const std::size_t at = err.find(begin);
+        ASSERT_NE(at, std::string::npos) << err;
+        const std::size_t sentence = at + begin.size();
+        const std::string reason = err.substr(sentence, err.find('\n', sentence) - sentence);
+        EXPECT_NE(run.out().find("\"endedEarly\" : \"" + reason + "\""), std::string::npos) << run.out();
+    }
+
+    void expectCompleteFolder() const {
+        EXPECT_FALSE(Asset(folder_ / "source.mov").isFragmented());
+        EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
+        EXPECT_EQ(info().framesWritten, Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount);
+        EXPECT_EQ(static_cast<std::int64_t>(PointerTrack::load(folder_).events.size()), info().pointerEvents);
+    }
+
+    TemporaryFolder temporary_;
+    std::filesystem::path folder_ = temporary_ / "recording";
+    DesktopRig desktop_;
+    PulseRig sound_;
+};
+
+// A thread that keeps a window's picture changing, so that there is always something new to record.
+class Motion {
+  public:
+    explicit Motion(RigWindow& window)
+        : thread_([this, &window] {
+              for (int i = 0; !stop_; ++i) {
+                  window.drawCounter(i);
+                  sleepFor(0.02);
+              }
+          }) {}
+    ~Motion() {
+        stop_ = true;
+        thread_.join();
+    }
+
+  private:
+    std::atomic<bool> stop_ = false;
+    std::thread thread_;
+};
+
+TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
+    const int seconds = setting("LUMI_SYNC_SECONDS", 5);
+    RigWindow window(desktop_.displayName(), {.x = 0, .y = 0, .width = 200, .height = 200, .color = 0});
+    ScriptedPointer pointer(desktop_.displayName());
+    pointer.moveTo(600, 600);
+    const Beeper system(sound_.address(), "sysout");
+    const Beeper microphone(sound_.address(), "micfeed");
+    const auto run = startRecording({"--system-audio", "--microphone"});
+    std::vector<double> flashes;
+    std::vector<double> clicks;
+    for (int i = 0; i < seconds; ++i) {
+        sleepFor(0.4);
+        flashes.push_back(hostClockSeconds());
+        window.fill(0xffffff);
+        sleepFor(0.2);
+        window.fill(0x000000);
+        sleepFor(0.2);
+        clicks.push_back(pointer.press(1));
+        pointer.release(1);
+        sleepFor(0.2);
+    }
+    sleepFor(1.2);
+    pointer.moveTo(610, 600);  // the clicks are older than the last second
+    sleepFor(0.3);
+    run->signal(SIGINT);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    expectCompleteFolder();
+
+    const auto pictures = picturesAt(100, 100);
+    std::vector<double> late;
+    for (const double flash : flashes) {
+        const auto seen = std::find_if(pictures.begin(), pictures.end(), [flash](const SeenPicture& picture) {
+            return picture.hostSeconds >= flash - 0.1 && picture.brightness > 200;
+        });
+        ASSERT_NE(seen, pictures.end());
+        late.push_back(seen->hostSeconds - flash);
+    }
+    const PointerTrack track = PointerTrack::load(folder_);
+    std::vector<double> presses;
+    for (const PointerSample& each : track.events) {
+        if (each.kind == PointerKind::down) presses.push_back(each.t + info().t0HostClock);
+    }
+    ASSERT_EQ(presses.size(), clicks.size());
+    std::vector<double> pointerLate;
+    for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
+    const auto systemErrors = beepErrors(beepsIn(0), system.beeps());
+    const auto microphoneErrors = beepErrors(beepsIn(1), microphone.beeps());
+    std::printf("flashes     %s\nsystem      %s\nmicrophone  %s\npresses     %s\n", describeErrors(late).c_str(),
+                describeErrors(systemErrors).c_str(), describeErrors(microphoneErrors).c_str(),
+                describeErrors(pointerLate).c_str());
+    // Half a second is a machine that is short of time; a wrong clock or a forgotten latency is off by more, or always.
+    for (const double error : late) EXPECT_GT(error, -0.02);
+    for (const double error : pointerLate) EXPECT_GT(error, -0.02);
+    const auto middle = [](std::vector<double> errors) {
+        std::sort(errors.begin(), errors.end());
+        return errors.at(errors.size() / 2);
+    };
+    EXPECT_LT(middle(late), 0.5);
+    EXPECT_LT(middle(pointerLate), 0.5);
+    ASSERT_GE(systemErrors.size(), static_cast<std::size_t>(seconds));
+    ASSERT_GE(microphoneErrors.size(), static_cast<std::size_t>(seconds));
+    EXPECT_LT(std::abs(middle(systemErrors)), 0.05);
+    EXPECT_LT(std::abs(middle(microphoneErrors)), 0.05);
+}
+
+TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
+    RigWindow window(desktop_.displayName(), {.x = 300, .y = 200, .width = 400, .height = 300, .color = 0xff0000});
+    ScriptedPointer pointer(desktop_.displayName());
+    pointer.moveTo(310, 220);
+    const auto run = startRecording({"--window", std::to_string(window.id()), "--fps", "30"});
+    sleepFor(0.5);
+    window.moveTo(100, 50);
+    const RigWindow cover(desktop_.displayName(), {.x = 0, .y = 0, .width = 800, .height = 600, .color = 0xffffff});
+    // Until the window's new place was noted.
+    EXPECT_TRUE(waitFor([this] {
+        const auto track = loadJournal(folder_).windowTrack;
+        return !track.empty() && track.back().rect.x == 100;
+    }));
+    pointer.moveTo(120, 90);
+    sleepFor(0.5);
+    run->signal(SIGTERM);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    expectCompleteFolder();
+    EXPECT_EQ(info().sourceKind, "window");
+    EXPECT_EQ(info().windowTitle, "Probe – Probe");
+    EXPECT_EQ(info().pixelWidth, 400);
+    EXPECT_EQ(info().pixelHeight, 300);
+    EXPECT_EQ(info().displayX, 300);
+    for (const SeenPicture& each : picturesAt(200, 150)) EXPECT_LT(each.brightness, 20) << "green shows no red";
+    const PointerTrack track = PointerTrack::load(folder_);
+    ASSERT_TRUE(track.windowFrames.has_value());
+    EXPECT_EQ(track.windowFrames->front().x, 300);
+    EXPECT_EQ(track.windowFrames->back().x, 100);
+    EXPECT_EQ(track.events.front().px, 10);
+    EXPECT_EQ(track.events.front().py, 20);
+    EXPECT_EQ(track.events.back().px, 20);
+    EXPECT_EQ(track.events.back().py, 40);
+}
+
+TEST_F(RecordingOnDesktop, ARegionShowsWhatLiesThere) {
+    const RigWindow window(desktop_.displayName(), {.x = 100, .y = 100, .width = 51, .height = 51, .color = 0xffffff});
+    const auto run = startRecording({"--region", "90,95,101,80", "--seconds", "1"});
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    expectCompleteFolder();
+    EXPECT_EQ(info().pixelWidth, 100);
+    EXPECT_EQ(info().pixelHeight, 80);
+    EXPECT_EQ(info().contentX, 90);
+    EXPECT_GT(picturesAt(30, 30).back().brightness, 230);
+    EXPECT_LT(picturesAt(70, 70).back().brightness, 25);
+}
+
+TEST_F(RecordingOnDesktop, AHangUpEndsTheRecordingAsAnyOtherStop) {
+    const auto run = startRecording({});
+    run->signal(SIGHUP);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    EXPECT_EQ(run->out().find("endedEarly"), std::string::npos) << run->out();
+    expectCompleteFolder();
+}
+
+TEST_F(RecordingOnDesktop, AClosedWindowEndsTheRecordingAndItIsKept) {
+    auto window = std::make_unique<RigWindow>(desktop_.displayName());
+    const auto run = startRecording({"--window", std::to_string(window->id())});
+    sleepFor(1);
+    window.reset();
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    EXPECT_NE(run->err().find("Die Aufnahme wurde beendet: "), std::string::npos) << run->err();
+    expectEndedEarly(*run);
+    expectCompleteFolder();
+    EXPECT_GE(info().duration, 0.9);
+}
+
+TEST_F(RecordingOnDesktop, ADisplayServerThatGoesAwayEndsTheRecordingAndItIsKept) {
+    const auto run = startRecording({});
+    sleepFor(1);
+    desktop_.killServer();
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    expectEndedEarly(*run);
+    expectCompleteFolder();
+}
+
+TEST_F(RecordingOnDesktop, ASoundServerThatGoesAwayIsSaidAndTheRestGoesOn) {
+    RigWindow window(desktop_.displayName());
+    const auto run = startRecording({"--system-audio", "--microphone"});
+    sleepFor(3);  // the sound's clock takes a second to be known
+    sound_.kill();
+    EXPECT_TRUE(waitFor([&run] { return run->err().find("Systemton") != std::string::npos; })) << run->err();
+    {
+        const Motion motion(window);
+        sleepFor(2);
+    }
+    EXPECT_TRUE(run->isRunning());
+    run->signal(SIGINT);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    std::printf("%s", run->err().c_str());
+    expectCompleteFolder();
+    EXPECT_GE(info().duration, 2.5);
+    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::audio).size(), 2u);
+}
+
+TEST_F(RecordingOnDesktop, WithoutASoundServerRecordingSoundFailsAndLeavesNothing) {
+    sound_.kill();
+    ProgramRun run(recordWords({"--system-audio", "--seconds", "1"}), environment());
+    EXPECT_EQ(run.wait(), 1);
+    EXPECT_NE(run.out().find("\"error\""), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder_));
+}
+
+TEST_F(RecordingOnDesktop, AKilledRecordingIsCompletedAfterwards) {
+    const int kills = setting("LUMI_KILLS", 2);
+    RigWindow window(desktop_.displayName(), {.x = 50, .y = 50, .width = 640, .height = 400});
+    ScriptedPointer pointer(desktop_.displayName());
+    std::mt19937 random(static_cast<unsigned>(setting("LUMI_SEED", 1)));
+    std::printf("killed after   movie lasts   missing   pointer missing   recovered in\n");
+    for (int i = 0; i < kills; ++i) {
+        std::filesystem::remove_all(folder_);
+        const auto run = startRecording({"--system-audio"});
+        const double started = hostClockSeconds();
+        const double life = 3.5 + std::uniform_real_distribution<>(0, 4)(random);
+        double lastMove = 0;
+        {
+            const Motion motion(window);
+            for (int x = 0; hostClockSeconds() < started + life; ++x) {
+                lastMove = pointer.moveTo(100 + x % 500, 100);
+                sleepFor(0.01);
+            }
+        }
+        const double killed = hostClockSeconds();
+        run->signal(SIGKILL);
+        ASSERT_EQ(run->wait(), -SIGKILL);
+        std::string err;
+        const double before = hostClockSeconds();
+        ASSERT_EQ(recover(&err), 0) << err;
+        const double took = hostClockSeconds() - before;
+        expectCompleteFolder();
+        const CaptureInfo capture = info();
+        const double missing = killed - (capture.t0HostClock + capture.duration);
+        const double pointerMissing = lastMove - (capture.t0HostClock + PointerTrack::load(folder_).events.back().t);
+        std::printf("%10.2f s %11.2f s %7.2f s %15.2f s %12.2f s\n", killed - capture.t0HostClock, capture.duration,
+                    missing, pointerMissing, took);
+        // Two seconds of a fragment, and what a busy machine had not encoded yet.
+        EXPECT_LT(missing, 4);
+        EXPECT_LT(pointerMissing, 2);
+        EXPECT_EQ(decodedPictures(), capture.framesWritten);
+    }
+}
+
+TEST_F(RecordingOnDesktop, ARecordingThatRunsIsNotRecovered) {
+    const auto run = startRecording({});
+    std::string err;
+    EXPECT_EQ(recover(&err), 1);
+    EXPECT_EQ(err, "Diese Aufnahme läuft noch oder wird gerade vervollständigt.\n");
+    run->signal(SIGINT);
+    EXPECT_EQ(run->wait(), 0) << run->err();
+    expectCompleteFolder();
+    EXPECT_EQ(recover(), 0);
+}
+
+TEST_F(RecordingOnDesktop, AFileThatTakesNoMoreEndsTheRecordingAndItIsKept) {
+    RigWindow window(desktop_.displayName(), {.x = 0, .y = 0, .width = 1280, .height = 800});
+    // As a full disk does, at 3 MB, with a signal that must not end the program.
+    std::vector<std::string> words = {"sh", "-c", "trap '' XFSZ; ulimit -f 6000; exec \"$@\"", "sh"};
+    for (const std::string& word : recordWords({})) words.push_back(word);
+    const auto run = startProgram(words);
+    for (int seed = 0; run->isRunning() && seed < 3000; ++seed) {
+        window.drawPattern(seed);
+        sleepFor(0.01);
+    }
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    EXPECT_NE(run->err().find("Was bis dahin aufgenommen wurde, ist gesichert."), std::string::npos) << run->err();
+    expectCompleteFolder();
+    EXPECT_GT(info().duration, 0);
+    EXPECT_EQ(decodedPictures(), info().framesWritten);
+}
+
+TEST_F(RecordingOnDesktop, ADiskThatFillsUpEndsTheRecordingInTime) {
+    RigWindow window(desktop_.displayName(), {.x = 0, .y = 0, .width = 1280, .height = 800});
+    // A small volume that only this program sees, and that is copied before it goes.
+    const std::filesystem::path volume = temporary_ / "volume";
+    std::filesystem::create_directory(volume);
+    const std::string script =
+        "mount -t tmpfs -o size=8m tmpfs \"$1\" || exit 9; \"$3\" record --json --out \"$1/r\"; "
+        "status=$?; cp -r \"$1/r\" \"$2\"; exit $status";
+    const std::string unshare = geteuid() == 0 ? "-m" : "-rm";
+    ProgramRun trial({"unshare", unshare, "mount", "-t", "tmpfs", "tmpfs", volume.string()}, {});
+    ASSERT_EQ(trial.wait(), 0) << "Needs a name space for mounts: privileges, or user name spaces. " << trial.err();
+    ProgramRun run({"unshare", unshare, "sh", "-c", script, "sh", volume.string(), folder_.string(), LUMI_PROGRAM},
+                   environment());
+    for (int seed = 0; run.isRunning() && seed < 20000; ++seed) {
+        window.drawPattern(seed);
+        sleepFor(0.01);
+    }
+    ASSERT_EQ(run.wait(), 0) << run.err();
+    EXPECT_TRUE(run.err().ends_with(
+        "Die Aufnahme wurde beendet: Der Datenträger ist fast voll. Die Aufnahme endet, solange sie "
+        "sich noch abschließen lässt.\n"))
+        << run.err();
+    expectEndedEarly(run);
+    expectCompleteFolder();
+    EXPECT_GT(info().duration, 2);
+}
+
+TEST_F(RecordingOnDesktop, ADeviceAndACameraAreRecorded) {
+    auto variables = environment();
+    // Which library asked for memory that leaks stands further up than frame pointers lead.
+    const char* given = std::getenv("ASAN_OPTIONS");  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    variables["ASAN_OPTIONS"] = (given == nullptr ? "" : std::string(given) + ":") + "fast_unwind_on_malloc=0";
+    variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=321x241:rate=30[out0];sine=frequency=440[out1]";
+    variables["LUMIVASTOR_TEST_CAMERA"] = "testsrc2=size={size}:rate=30";
+    ProgramRun sources({LUMI_PROGRAM, "sources", "--json"}, variables);
+    ASSERT_EQ(sources.wait(), 0) << sources.err();
+    const std::string listed = sources.out();
+    const std::size_t devices = listed.find("\"devices\"");
+    const std::size_t id = listed.find("\"id\" : \"", devices);
+    ASSERT_NE(id, std::string::npos) << listed;
+    const std::string device = listed.substr(id + 8, listed.find('"', id + 8) - id - 8);
+    ProgramRun run(recordWords({"--device", device, "--webcam", "--microphone", "--seconds", "6"}), variables);
+    ASSERT_EQ(run.wait(), 0) << run.err();
+    expectCompleteFolder();
+    EXPECT_EQ(info().sourceKind, "device");
+    EXPECT_EQ(info().pixelWidth, 320);
+    EXPECT_EQ(info().pixelHeight, 240);
+    EXPECT_TRUE(info().systemAudio);
+    EXPECT_EQ(info().webcamFile, "webcam.mov");
+    // A machine that is short of time opens a camera late; another clock's seconds are off by far more.
+    EXPECT_LT(std::abs(info().webcamOffset.value_or(99)), 30);
+    const AssetTrack webcam = Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0);
+    EXPECT_EQ(webcam.width, 1920);
+    const std::string counted =
+        formatted("[Webcam] fertig: %lld Bilder, Status 2", static_cast<long long>(webcam.sampleCount));
+    EXPECT_NE(readText(Log::url()).find(counted), std::string::npos) << counted;
+    EXPECT_EQ(run.err().find("keinen eigenen Ton"), std::string::npos) << run.err();
+    EXPECT_EQ(PointerTrack::load(folder_).events.size(), 0u);
+}
+
+TEST_F(RecordingOnDesktop, ADeviceWithoutSoundIsSaid) {
+    auto variables = environment();
+    variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=160x120:rate=30";
+    ProgramRun run(recordWords({"--device", "test-device", "--seconds", "2"}), variables);
+    ASSERT_EQ(run.wait(), 0) << run.err();
+    EXPECT_TRUE(run.err().ends_with("„Testgerät“ liefert keinen eigenen Ton. Aufgenommen wird nur das Bild.\n"))
+        << run.err();
+    expectCompleteFolder();
+    EXPECT_FALSE(info().systemAudio);
+}
+
+TEST_F(RecordingOnDesktop, RecordsIntoANewFolderInTheUsersMovies) {
+    const TemporaryFolder home;
+    auto variables = environment();
+    variables["HOME"] = home.path().string();
+    ProgramRun run({LUMI_PROGRAM, "record", "--seconds", "0.5"}, variables);
+    ASSERT_EQ(run.wait(), 0) << run.err();
+    EXPECT_TRUE(run.out().starts_with("Fertig: ")) << run.out();
+    int folders = 0;
+    for (const auto& each : std::filesystem::directory_iterator(home / "Movies/LumiVastor")) {
+        ++folders;
+        EXPECT_NO_THROW(CaptureInfo::load(each.path()));
+    }
+    EXPECT_EQ(folders, 1);
+}
+
+TEST_F(RecordingOnDesktop, ListsWhatIsThere) {
+    const RigWindow window(desktop_.displayName(),
+                           {.title = "Bericht", .className = "Schreiber", .width = 500, .height = 400});
+    const RigWindow small(desktop_.displayName(), {.title = "klein", .width = 150, .height = 100});
+    ProgramRun run({LUMI_PROGRAM, "sources", "--json"}, environment());
+    ASSERT_EQ(run.wait(), 0) << run.err();
+    const std::string text = run.out();
+    EXPECT_NE(text.find("\"width\" : 1280"), std::string::npos) << text;
+    EXPECT_NE(text.find(formatted("\"id\" : %u", window.id())), std::string::npos) << text;
+    EXPECT_NE(text.find("\"title\" : \"Bericht\""), std::string::npos) << text;
+    EXPECT_EQ(text.find("klein"), std::string::npos) << text;
+}
+
+TEST_F(RecordingOnDesktop, IsExaminedAsHealthy) {
+    // As where there is no PipeWire, whose library has words of its own for that.
+    auto variables = environment();
+    variables["PIPEWIRE_CONFIG_DIR"] = temporary_.path().string() + "/none";
+    ProgramRun run({LUMI_PROGRAM, "doctor"}, variables);
+    EXPECT_EQ(run.wait(), 0) << run.out();
+    EXPECT_EQ(run.err(), "");
+    EXPECT_EQ(run.out().find("✗"), std::string::npos) << run.out();
+}
+
+// The program in a Wayland session, where it has only the server for X11 programs.
+class RecordingOnXwayland : public testing::Test {
+  protected:
+    Outcome run(std::vector<std::string> words) const {
+        words.insert(words.begin(), LUMI_PROGRAM);
+        auto environment = rig_.environment();
+        // Nothing of this machine's is to answer.
+        environment["HOME"] = temporary_.path().string();
+        environment["PULSE_SERVER"] = "unix:" + temporary_.path().string() + "/none";
+        environment["PIPEWIRE_REMOTE"] = temporary_.path().string() + "/none";
+        ProgramRun program(words, environment);
+        const int status = program.wait();
+        return {status, program.out(), program.err()};
+    }
+
+    const XwaylandRig rig_;
+    const TemporaryFolder temporary_;
+};
+
+TEST_F(RecordingOnXwayland, ScreensAreRefusedInsteadOfRecordedBlack) {
+    for (const std::vector<std::string>& source :
+         std::vector<std::vector<std::string>>{{}, {"--display", "0"}, {"--region", "10,10,200,100"}}) {
+        const std::filesystem::path folder = temporary_ / "recording";
+        std::vector<std::string> words = {"record", "--seconds", "1", "--out", folder.string()};
+        words.insert(words.end(), source.begin(), source.end());
+        const Outcome outcome = run(words);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.err.find("Melde dich ab und wähle beim Anmelden eine Xorg-Sitzung."), std::string::npos)
+            << outcome.err;
+        EXPECT_FALSE(std::filesystem::exists(folder));
+    }
+}
+
+TEST_F(RecordingOnXwayland, AWindowIsRecorded) {
+    RigWindow window(rig_.displayName(), {.x = 50, .y = 40, .width = 320, .height = 240});
+    const Outcome outcome = run({"record", "--seconds", "1", "--out", (temporary_ / "recording").string(), "--window",
+                                 std::to_string(window.id())});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(CaptureInfo::load(temporary_ / "recording").pixelWidth, 320);
+}
+
+TEST_F(RecordingOnXwayland, IsExaminedAndListedAsWhatItIs) {
+    const Outcome doctor = run({"doctor"});
+    EXPECT_EQ(doctor.status, 1);
+    EXPECT_NE(doctor.out.find("✗ Unter Wayland lassen sich nur Fenster von X11-Programmen aufnehmen"),
+              std::string::npos)
+        << doctor.out;
+    const Outcome json = run({"sources", "--json"});
+    EXPECT_EQ(json.status, 0) << json.err;
+    EXPECT_NE(json.out.find("\"displays\" : []"), std::string::npos) << json.out;
+    EXPECT_NE(run({"sources"}).out.find("Unter Wayland"), std::string::npos);
+}
+
+TEST(WithoutADesktop, RecordingAndListingFailWithASentence) {
+    for (const char* verb : {"record", "sources", "doctor"}) {
+        ProgramRun run({LUMI_PROGRAM, verb}, {{"DISPLAY", ":64999"}, {"PULSE_SERVER", "unix:/nirgends"}});
+        EXPECT_EQ(run.wait(), 1) << verb;
+        EXPECT_FALSE(run.err().empty()) << verb;
+    }
+}
+
+}  // namespace
+}  // namespace lumivastor
