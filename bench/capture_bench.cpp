@@ -42,7 +42,7 @@ void capture(benchmark::State& state, Scene scene) {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
     DesktopRig rig({width, height});
-    const auto desktop = openX11Desktop(nullptr, rig.displayName());
+    const auto desktop = x11::openX11Desktop(nullptr, rig.displayName());
     std::unique_ptr<RigProgram> painter;
     std::unique_ptr<RigWindow> panel;
     if (scene != Scene::still) {
@@ -54,14 +54,14 @@ void capture(benchmark::State& state, Scene scene) {
             "");
         waitFor([&] { return !desktop->shareableContent().windows.empty(); });
     }
-    DisplayFilter filter{desktop->shareableContent().displays.front(), {}};
+    platform::DisplayFilter filter{desktop->shareableContent().displays.front(), {}};
     if (scene == Scene::motionWithExcluded) {
         panel = std::make_unique<RigWindow>(
             rig.displayName(),
             RigWindow::Options{.className = "Panel", .width = 430, .height = 56, .isOverride = true});
         filter.excludedApplications = {{0, "Panel", std::nullopt}};
     }
-    StreamConfiguration configuration;
+    platform::StreamConfiguration configuration;
     configuration.width = width;
     configuration.height = height;
     double own = 0;
@@ -72,7 +72,7 @@ void capture(benchmark::State& state, Scene scene) {
         SerialQueue queue("bench");
         std::mutex lock;
         const auto stream = desktop->makeCaptureStream(filter, configuration);
-        stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+        stream->addScreenOutput(queue, [&](const platform::ScreenSample& sample) {
             const std::scoped_lock guard(lock);
             if (sample.image) times.push_back(sample.hostSeconds);
         });

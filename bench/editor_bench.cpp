@@ -30,7 +30,7 @@ const std::filesystem::path& folder() {
     static const std::filesystem::path path = [] {
         auto made = std::filesystem::temp_directory_path() / "lumivastor-editor-bench";
         std::filesystem::create_directories(made);
-        CaptureInfo info;
+        model::CaptureInfo info;
         info.createdAt = "2024-05-01T09:30:12Z";
         info.pixelWidth = 2560;
         info.pixelHeight = 1440;
@@ -38,19 +38,19 @@ const std::filesystem::path& folder() {
         makeSourceMovie(made, info, {});
         info.duration = kSeconds;
         info.save(made);
-        PointerTrack track;
+        model::PointerTrack track;
         for (int i = 0; i < static_cast<int>(kSeconds * kEventsPerSecond); ++i) {
             const double t = i / kEventsPerSecond;
             const double x = 1280 + 1200 * std::sin(t * 1.3);
             const double y = 720 + 700 * std::sin(t * 0.7);
             const bool isPress = i % 300 == 100;
-            const auto button = isPress ? std::optional(PointerButton::left) : std::nullopt;
+            const auto button = isPress ? std::optional(model::PointerButton::left) : std::nullopt;
             track.events.push_back({t,
                                     x,
                                     y,
                                     x / static_cast<double>(info.pixelWidth),
                                     y / static_cast<double>(info.pixelHeight),
-                                    isPress ? PointerKind::down : PointerKind::move,
+                                    isPress ? model::PointerKind::down : model::PointerKind::move,
                                     button,
                                     {},
                                     {}});
@@ -64,8 +64,8 @@ const std::filesystem::path& folder() {
 void opensWithItsFirstFrame(benchmark::State& state) {
     folder();  // making it is not measured
     for (auto _ : state) {
-        QtMainLoop loop;
-        EditorWindow window(folder(), loop, {});
+        ui::QtMainLoop loop;
+        editor::EditorWindow window(folder(), loop, {});
         window.show();
         while (window.controls().previewView->frame() == nullptr) QApplication::processEvents();
         state.PauseTiming();
@@ -76,12 +76,12 @@ void opensWithItsFirstFrame(benchmark::State& state) {
 BENCHMARK(opensWithItsFirstFrame)->Unit(benchmark::kMillisecond);
 
 // From the slider's movement to the new settings in force, and all that shows them up to date.
-void slider(benchmark::State& state, ValueSlider* EditorControls::*which) {
-    QtMainLoop loop;
-    EditorWindow window(folder(), loop, {});
+void slider(benchmark::State& state, ui::ValueSlider* EditorControls::*which) {
+    ui::QtMainLoop loop;
+    editor::EditorWindow window(folder(), loop, {});
     window.show();
     QApplication::processEvents();
-    ValueSlider& moved = *(window.controls().*which);
+    ui::ValueSlider& moved = *(window.controls().*which);
     int step = 0;
     for (auto _ : state) {
         moved.setValue(100 + ++step % 700);
@@ -92,11 +92,11 @@ void slider(benchmark::State& state, ValueSlider* EditorControls::*which) {
     state.counters["zooms"] = static_cast<double>(window.session().composition()->zoomCount());
     window.close();
 }
-BENCHMARK_CAPTURE(slider, padding, &EditorControls::paddingSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, crop, &EditorControls::cropLeftSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, zoom, &EditorControls::zoomSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, smoothing, &EditorControls::smoothingSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, time, &EditorControls::timeSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, padding, &editor::EditorControls::paddingSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, crop, &editor::EditorControls::cropLeftSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, zoom, &editor::EditorControls::zoomSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, smoothing, &editor::EditorControls::smoothingSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, time, &editor::EditorControls::timeSlider)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace lumivastor
@@ -105,7 +105,7 @@ int main(int argc, char** argv) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     QApplication application(argc, argv);
-    lumivastor::look::apply(application);
+    lumivastor::ui::look::apply(application);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     std::filesystem::remove_all(lumivastor::folder());

@@ -46,11 +46,11 @@ double processorSeconds(clockid_t clock) {
 }
 
 // Lines of words on a light ground, twice as tall as the canvas.
-std::shared_ptr<const BgraPremultipliedBuffer> drawPage(CanvasSize canvas) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> drawPage(edit::CanvasSize canvas) {
     const int width = canvas.width;
     const int height = canvas.height * 2;
-    auto page = std::make_shared<BgraPremultipliedBuffer>(width, height);
-    BitmapCanvas drawing(*page);
+    auto page = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
+    imaging::BitmapCanvas drawing(*page);
     drawing.fillRect({0, 0, static_cast<double>(width), static_cast<double>(height)}, {0.97, 0.97, 0.96, 1});
     const std::vector<std::string> words = {"Aufnahme", "void",  "return",  "schneiden", "const", "Zeiger", "{",
                                             "Fenster",  "0x7f3", "Ausgabe", "über",      "=>",    "x += 1;"};
@@ -60,7 +60,7 @@ std::shared_ptr<const BgraPremultipliedBuffer> drawPage(CanvasSize canvas) {
         while (line.size() < static_cast<std::size_t>(width) / 9) line += words[word++ * 7 % words.size()] + " ";
         const bool isHeading = y / 24 % 12 == 0;
         drawing.drawText(line, {24, static_cast<double>(y)}, "DejaVu Sans Mono, monospace", 15,
-                         isHeading ? RgbaColour{0.75, 0.2, 0.1, 1} : RgbaColour{0.1, 0.12, 0.16, 1});
+                         isHeading ? imaging::RgbaColour{0.75, 0.2, 0.1, 1} : imaging::RgbaColour{0.1, 0.12, 0.16, 1});
     }
     return page;
 }
@@ -73,18 +73,19 @@ Motion motionAt(int frame) {
 }
 
 // The studio's picture in small: the page on a plain ground, moved as the frame says.
-Picture frameAt(const Picture& page, CanvasSize canvas, int frame) {
+imaging::Picture frameAt(const imaging::Picture& page, edit::CanvasSize canvas, int frame) {
     const double scrolled = 3.0 * std::clamp(frame - 60, 0, 60);
     const double zoomed = std::clamp(frame - 120, 0, 60) / 60.0;
     const double eased = zoomed * zoomed * (3 - 2 * zoomed);
     const double scale = 0.89 * (1 + 0.6 * eased);
     const double left = canvas.width * 0.055 * (1 - eased);
-    AffineTransform place = AffineTransform::translation(0, scrolled - canvas.height);
-    place = place.then(AffineTransform::scaling(scale, scale)).then(AffineTransform::translation(left, left));
+    imaging::AffineTransform place = imaging::AffineTransform::translation(0, scrolled - canvas.height);
+    place = place.then(imaging::AffineTransform::scaling(scale, scale))
+                .then(imaging::AffineTransform::translation(left, left));
     return page.transformed(place);
 }
 
-double lumaPsnr(const YuvPicture& a, const YuvDestination& b) {
+double lumaPsnr(const imaging::YuvPicture& a, const imaging::YuvDestination& b) {
     double squares = 0;
     for (int y = 0; y < a.height; ++y) {
         std::int64_t row = 0;
@@ -104,25 +105,25 @@ struct Sharpness {
 
 // Arguments: canvas height, the preset's position in `kPresets`, pictures to look ahead.
 void encoding(benchmark::State& state) {
-    const CanvasSize canvas = exportCanvas(state.range(0));
-    const Picture page(drawPage(canvas));
+    const edit::CanvasSize canvas = render::exportCanvas(state.range(0));
+    const imaging::Picture page(drawPage(canvas));
     const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mp4", static_cast<int>(::getpid()));
     for (auto _ : state) {
         double painting = 0;
         const double start = processorSeconds(CLOCK_PROCESS_CPUTIME_ID);
         {
-            AssetWriter writer(path, MovieContainer::mp4);
-            VideoSettings settings;
+            media::AssetWriter writer(path, media::MovieContainer::mp4);
+            media::VideoSettings settings;
             settings.width = canvas.width;
             settings.height = canvas.height;
-            settings.averageBitRate = exportBitRate(canvas, kFps);
+            settings.averageBitRate = render::exportBitRate(canvas, kFps);
             settings.maxKeyFrameInterval = kFps * 2;
             settings.preset = kPresets[state.range(1)];
             settings.lookahead = static_cast<int>(state.range(2));
-            VideoWriterInput& input = writer.addVideoInput(settings);
+            media::VideoWriterInput& input = writer.addVideoInput(settings);
             if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
             writer.startSession({});
-            Painter painter(1);
+            imaging::Painter painter(1);
             std::promise<void> done;
             SerialQueue queue("bench.video");
             int frame = 0;
@@ -152,11 +153,11 @@ void encoding(benchmark::State& state) {
         const double cost = processorSeconds(CLOCK_PROCESS_CPUTIME_ID) - start - painting;
 
         Sharpness sharpness;
-        AssetReader reader(std::make_shared<const Asset>(path));
-        VideoTrackOutput& output = reader.addVideoOutput(1, PictureFormat::planar);
+        media::AssetReader reader(std::make_shared<const media::Asset>(path));
+        media::VideoTrackOutput& output = reader.addVideoOutput(1, media::PictureFormat::planar);
         if (!reader.startReading()) throw reader.error().value_or(RecorderError("?"));
-        Painter painter(2);
-        PicturePool pool(canvas.width, canvas.height, {});
+        imaging::Painter painter(2);
+        imaging::PicturePool pool(canvas.width, canvas.height, {});
         const auto painted = pool.makePlanar();
         int frame = 0;
         int resting = 0;
@@ -182,8 +183,8 @@ void encoding(benchmark::State& state) {
 }
 
 // A desktop's own picture: text on whole pixels, moved by whole pixels.
-Picture scrolledBy(const Picture& page, CanvasSize canvas, int pixels) {
-    return page.transformed(AffineTransform::translation(0, pixels - canvas.height));
+imaging::Picture scrolledBy(const imaging::Picture& page, edit::CanvasSize canvas, int pixels) {
+    return page.transformed(imaging::AffineTransform::translation(0, pixels - canvas.height));
 }
 
 // A recording as it comes: a second of scrolling at 60 pictures a second, then a screen at rest, of which the last
@@ -192,29 +193,29 @@ Picture scrolledBy(const Picture& page, CanvasSize canvas, int pixels) {
 void liveEncoding(benchmark::State& state) {
     constexpr int kScrolled = 60;
     constexpr double kRepeatsAt[] = {0.1, 0.25, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    const CanvasSize canvas = exportCanvas(state.range(0));
-    const Picture page(drawPage(canvas));
+    const edit::CanvasSize canvas = render::exportCanvas(state.range(0));
+    const imaging::Picture page(drawPage(canvas));
     const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mov", static_cast<int>(::getpid()));
     for (auto _ : state) {
         double painting = 0;
         const double start = processorSeconds(CLOCK_PROCESS_CPUTIME_ID);
         {
-            AssetWriter writer(path, MovieContainer::quickTime);
+            media::AssetWriter writer(path, media::MovieContainer::quickTime);
             writer.setMovieFragmentInterval({1200, 600});
-            VideoSettings settings;
+            media::VideoSettings settings;
             settings.width = canvas.width;
             settings.height = canvas.height;
-            settings.averageBitRate = exportBitRate(canvas, kFps);
+            settings.averageBitRate = render::exportBitRate(canvas, kFps);
             settings.maxKeyFrameInterval = kFps * 2;
             settings.maxKeyFrameSeconds = 10;
             settings.preset = kPresets[state.range(1)];
             settings.lowLatency = true;
             if (state.range(2) > 0) settings.constantQuality = static_cast<int>(state.range(2));
             settings.skipRepeatedPictures = false;
-            VideoWriterInput& input = writer.addVideoInput(settings);
+            media::VideoWriterInput& input = writer.addVideoInput(settings);
             if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
             writer.startSession({});
-            Painter painter(1);
+            imaging::Painter painter(1);
             const auto append = [&](int step, double seconds) {
                 while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
                 const double before = processorSeconds(CLOCK_THREAD_CPUTIME_ID);
@@ -228,11 +229,11 @@ void liveEncoding(benchmark::State& state) {
             if (!writer.finishWriting()) throw writer.error().value_or(RecorderError("?"));
         }
         const double cost = processorSeconds(CLOCK_PROCESS_CPUTIME_ID) - start - painting;
-        AssetReader reader(std::make_shared<const Asset>(path));
-        VideoTrackOutput& output = reader.addVideoOutput(1, PictureFormat::planar);
+        media::AssetReader reader(std::make_shared<const media::Asset>(path));
+        media::VideoTrackOutput& output = reader.addVideoOutput(1, media::PictureFormat::planar);
         if (!reader.startReading()) throw reader.error().value_or(RecorderError("?"));
-        Painter painter(2);
-        PicturePool pool(canvas.width, canvas.height, {});
+        imaging::Painter painter(2);
+        imaging::PicturePool pool(canvas.width, canvas.height, {});
         const auto painted = pool.makePlanar();
         for (int frame = 0; const auto sample = output.copyNextSample(); ++frame) {
             painter.paint(scrolledBy(page, canvas, 3 * std::min(frame, kScrolled - 1)), painted->destination());

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "imaging/painting/background_planes.h"
 #include "imaging/painting/painter.h"
 #include "imaging/painting/prepared_layers.h"
 #include "imaging/painting/reference_painter.h"
@@ -37,11 +38,11 @@ struct Planar {
     std::uint8_t* blueDifference() const { return luma() + width * height; }
     std::uint8_t* redDifference() const { return blueDifference() + width * height / 4; }
 
-    Picture picture() const {
-        return Picture(YuvPicture{
+    imaging::Picture picture() const {
+        return imaging::Picture(imaging::YuvPicture{
             width, height, {luma(), width}, {blueDifference(), width / 2}, {redDifference(), width / 2}, {}, samples});
     }
-    YuvDestination destination() const {
+    imaging::YuvDestination destination() const {
         return {width, height, luma(), width, blueDifference(), redDifference(), width / 2, {}};
     }
 };
@@ -88,13 +89,13 @@ class Studio {
                    sourceHeight * scale_};
         const double side = 0.22 * height;
         bubble_ = {width - side * 1.1, side * 0.1, side, side};
-        background_ = Picture(layers_.background(width, height, {0.25, 0.35, 0.6}));
-        matte_ = Picture(layers_.roundedMatte(width, height, screen_, 18));
-        shadow_ = Picture(layers_.roundedShadow(width, height, screen_, 18));
-        ring_ = Picture(layers_.ring());
-        bubbleMatte_ = Picture(layers_.ellipseMatte(width, height, bubble_));
-        border_ = Picture(layers_.bubbleBorder(width, height, bubble_));
-        auto cursor = std::make_shared<BgraPremultipliedBuffer>(64, 64);
+        background_ = imaging::Picture(layers_.background(width, height, {0.25, 0.35, 0.6}));
+        matte_ = imaging::Picture(layers_.roundedMatte(width, height, screen_, 18));
+        shadow_ = imaging::Picture(layers_.roundedShadow(width, height, screen_, 18));
+        ring_ = imaging::Picture(layers_.ring());
+        bubbleMatte_ = imaging::Picture(layers_.ellipseMatte(width, height, bubble_));
+        border_ = imaging::Picture(layers_.bubbleBorder(width, height, bubble_));
+        auto cursor = std::make_shared<imaging::BgraPremultipliedBuffer>(64, 64);
         for (int y = 0; y < 64; ++y) {
             for (int x = 0; x < 64 - y; ++x) {
                 const bool edge = x < 3 || x > 60 - y;
@@ -103,25 +104,26 @@ class Studio {
                 pixel[3] = 255;
             }
         }
-        cursor_ = Picture(cursor);
+        cursor_ = imaging::Picture(cursor);
     }
 
-    Picture frame(unsigned layers, double zoom) const {
+    imaging::Picture frame(unsigned layers, double zoom) const {
         return frame(layers, zoom, layers & kMask ? std::vector<Rect>{{320, 200, 480, 120}} : std::vector<Rect>{});
     }
 
-    Picture frame(unsigned layers, double zoom, const std::vector<Rect>& masks) const {
-        AffineTransform camera;
+    imaging::Picture frame(unsigned layers, double zoom, const std::vector<Rect>& masks) const {
+        imaging::AffineTransform camera;
         if (zoom > 1) camera = {zoom, zoom, -width_ * 0.43 * (zoom - 1), -height_ * 0.57 * (zoom - 1)};
-        Picture picture;
+        imaging::Picture picture;
         if (layers & kBackground) picture = background_;
         if (layers & kShadow) picture = shadow_.transformed(camera).over(picture);
         if (layers & kScreen) {
-            const Picture placed = source_.picture()
-                                       .pixellated(masks, 18)
-                                       .transformed(AffineTransform::scaling(scale_))
-                                       .transformed(AffineTransform::translation(screen_.x, screen_.y))
-                                       .transformed(camera);
+            const imaging::Picture placed =
+                source_.picture()
+                    .pixellated(masks, 18)
+                    .transformed(imaging::AffineTransform::scaling(scale_))
+                    .transformed(imaging::AffineTransform::translation(screen_.x, screen_.y))
+                    .transformed(camera);
             picture = placed.blendedWithMatte(matte_.transformed(camera)).over(picture);
         }
         if (layers & kRing) {
@@ -149,8 +151,8 @@ class Studio {
     Planar source_, webcam_;
     double scale_ = 1;
     Rect screen_, bubble_;
-    PreparedLayers layers_;
-    Picture background_, matte_, shadow_, ring_, bubbleMatte_, border_, cursor_;
+    imaging::PreparedLayers layers_;
+    imaging::Picture background_, matte_, shadow_, ring_, bubbleMatte_, border_, cursor_;
 };
 
 struct Canvas {
@@ -161,7 +163,7 @@ constexpr Canvas kCanvases[] = {{1920, 1080}, {2560, 1440}, {3840, 2160}};
 void paintPlanar(benchmark::State& state, Canvas canvas, unsigned layers, double zoom) {
     const Studio studio(canvas.width, canvas.height, 2560, 1440);
     const Planar destination(canvas.width, canvas.height);
-    Painter painter(1);
+    imaging::Painter painter(1);
     double moved = 0;
     painter.paint(studio.frame(layers, zoom), destination.destination());
     for (auto _ : state) {
@@ -173,8 +175,8 @@ void paintPlanar(benchmark::State& state, Canvas canvas, unsigned layers, double
 
 void paintBgra(benchmark::State& state, Canvas canvas, unsigned layers, double zoom) {
     const Studio studio(canvas.width, canvas.height, 2560, 1440);
-    BgraPremultipliedBuffer destination(canvas.width, canvas.height);
-    Painter painter(1);
+    imaging::BgraPremultipliedBuffer destination(canvas.width, canvas.height);
+    imaging::Painter painter(1);
     double moved = 0;
     painter.paint(studio.frame(layers, zoom), destination);
     for (auto _ : state) {
@@ -187,8 +189,8 @@ void paintBgra(benchmark::State& state, Canvas canvas, unsigned layers, double z
 void compareWithReference(benchmark::State& state) {
     const Studio studio(640, 360, 640, 360);
     const Planar destination(640, 360);
-    const Picture frame = studio.frame(kAll, 1.6);
-    Painter painter(1);
+    const imaging::Picture frame = studio.frame(kAll, 1.6);
+    imaging::Painter painter(1);
     const auto seconds = [](const auto& work) {
         const auto start = std::chrono::steady_clock::now();
         work();
@@ -200,7 +202,7 @@ void compareWithReference(benchmark::State& state) {
         const double fast = seconds([&] {
             for (int i = 0; i < kTimes; ++i) painter.paint(frame, destination.destination());
         });
-        const double reference = seconds([&] { paintReference(frame, destination.destination()); });
+        const double reference = seconds([&] { imaging::paintReference(frame, destination.destination()); });
         state.counters["Ratio"] = reference / (fast / kTimes);
     }
 }
@@ -217,11 +219,11 @@ double processorSeconds() {
 void compareMasks(benchmark::State& state, Canvas canvas, Size size, int count) {
     const Studio studio(canvas.width, canvas.height, 2560, 1440);
     const Planar destination(canvas.width, canvas.height);
-    Painter painter(1);
+    imaging::Painter painter(1);
     const auto seconds = [&](int masks) {
         std::vector<Rect> areas;
         for (int i = 0; i < masks; ++i) areas.push_back({40.0 + 3 * i, 60.0 + 2 * i, size.width, size.height});
-        const Picture frame = studio.frame(kAll, 1, areas);
+        const imaging::Picture frame = studio.frame(kAll, 1, areas);
         const double start = processorSeconds();
         painter.paint(frame, destination.destination());
         return processorSeconds() - start;
@@ -243,14 +245,14 @@ void compareMasks(benchmark::State& state, Canvas canvas, Size size, int count) 
 
 // An edit that changes everything, and one that moves the screen on its background.
 void prepareAll(benchmark::State& state, Canvas canvas, bool newBackground) {
-    PreparedLayers layers;
+    imaging::PreparedLayers layers;
     double step = 0;
     for (auto _ : state) {
         step += 0.01;
         const double pad = canvas.height * 0.06 + step;
         const Rect screen{pad, pad, canvas.width - 2 * pad, canvas.height - 2 * pad};
         const Rect bubble{canvas.width * 0.8, step, canvas.height * 0.22, canvas.height * 0.22};
-        const RgbColour tone{newBackground ? std::fmod(step, 1) : 0.3, 0.4, 0.5};
+        const imaging::RgbColour tone{newBackground ? std::fmod(step, 1) : 0.3, 0.4, 0.5};
         benchmark::DoNotOptimize(layers.background(canvas.width, canvas.height, tone));
         benchmark::DoNotOptimize(layers.roundedMatte(canvas.width, canvas.height, screen, 18));
         benchmark::DoNotOptimize(layers.roundedShadow(canvas.width, canvas.height, screen, 18));
@@ -298,21 +300,22 @@ void registerAll() {
         const Rect screen{100, 100, canvas.width - 200.0, canvas.height - 200.0};
         const Rect bubble{canvas.width * 0.8, 30, canvas.height * 0.22, canvas.height * 0.22};
         add("prepare/background" + size, [=](benchmark::State& state) {
-            prepareOne(state, [&] { return StudioBackground(canvas.width, canvas.height, {0.2, 0.3, 0.4}); });
+            prepareOne(state, [&] { return imaging::StudioBackground(canvas.width, canvas.height, {0.2, 0.3, 0.4}); });
         });
         add("prepare/backgroundPlanes" + size, [=](benchmark::State& state) {
-            const StudioBackground background(canvas.width, canvas.height, {0.2, 0.3, 0.4});
+            const imaging::StudioBackground background(canvas.width, canvas.height, {0.2, 0.3, 0.4});
             prepareOne(state, [&] { return lumaOf(background, {}); });
         });
         add("prepare/matte" + size, [=](benchmark::State& state) {
-            prepareOne(state, [&] { return makeRoundedMatte(canvas.width, canvas.height, screen, 18); });
+            prepareOne(state, [&] { return imaging::makeRoundedMatte(canvas.width, canvas.height, screen, 18); });
         });
         add("prepare/shadow" + size, [=](benchmark::State& state) {
-            prepareOne(state,
-                       [&] { return makeRoundedShadow(canvas.width, canvas.height, screen, 18, kScreenShadow); });
+            prepareOne(state, [&] {
+                return imaging::makeRoundedShadow(canvas.width, canvas.height, screen, 18, imaging::kScreenShadow);
+            });
         });
         add("prepare/border" + size, [=](benchmark::State& state) {
-            prepareOne(state, [&] { return makeBubbleBorder(canvas.width, canvas.height, bubble); });
+            prepareOne(state, [&] { return imaging::makeBubbleBorder(canvas.width, canvas.height, bubble); });
         });
     }
     constexpr Size kMasks[] = {{480, 120}, {900, 500}, {2100, 1100}};

@@ -45,7 +45,7 @@ constexpr int kFps = 60;
 constexpr int kSeconds = 20;
 
 // A page of text, of sorts: cells of letters made of strokes, in lines and paragraphs. It scrolls while it moves.
-Picture page() {
+imaging::Picture page() {
     constexpr int kCell = 12;
     constexpr int kLine = 24;
     constexpr int kLetters = 40;
@@ -65,7 +65,7 @@ Picture page() {
             }
         }
     }
-    auto pixels = std::make_shared<BgraPremultipliedBuffer>(kWidth, 2 * kHeight);
+    auto pixels = std::make_shared<imaging::BgraPremultipliedBuffer>(kWidth, 2 * kHeight);
     for (int line = 0; line < 2 * kHeight / kLine; ++line) {
         for (int column = 0; column < kWidth / kCell + 1; ++column) {
             const std::size_t kind = random() % 50;
@@ -80,22 +80,22 @@ Picture page() {
             }
         }
     }
-    return Picture(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(pixels)));
+    return imaging::Picture(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(std::move(pixels)));
 }
 
 void makeMovie(const fs::path& path, int movingOfSixty) {
-    AssetWriter writer(path, MovieContainer::quickTime);
-    VideoSettings settings;
+    media::AssetWriter writer(path, media::MovieContainer::quickTime);
+    media::VideoSettings settings;
     settings.width = kWidth;
     settings.height = kHeight;
     settings.averageBitRate = 24'000'000;
     settings.maxKeyFrameInterval = 2 * movingOfSixty;
     settings.frameRate = kFps;
-    VideoWriterInput& input = writer.addVideoInput(settings);
+    media::VideoWriterInput& input = writer.addVideoInput(settings);
     if (!writer.startWriting()) throw *writer.error();
     writer.startSession({});
-    Painter painter(2);
-    const Picture scrolled = page();
+    imaging::Painter painter(2);
+    const imaging::Picture scrolled = page();
     int offset = 0;
     for (int i = 0; i < kSeconds * kFps; ++i) {
         while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -103,7 +103,7 @@ void makeMovie(const fs::path& path, int movingOfSixty) {
         if (i > 0 && i % 60 >= movingOfSixty) continue;
         offset = (offset + 4) % kHeight;
         auto buffer = input.pool().makePlanar();
-        painter.paint(scrolled.transformed(AffineTransform::translation(0, -offset)), buffer->destination());
+        painter.paint(scrolled.transformed(imaging::AffineTransform::translation(0, -offset)), buffer->destination());
         if (!input.append(std::move(buffer), {i, kFps})) throw *writer.error();
     }
     input.markAsFinished();
@@ -117,24 +117,24 @@ class Recorded {
         : folder_(fs::temp_directory_path() / formatted("lumi-player-bench-%d-%d", ::getpid(), movingOfSixty)) {
         fs::create_directories(folder_);
         makeMovie(folder_ / "source.mov", movingOfSixty);
-        CaptureInfo info;
+        model::CaptureInfo info;
         info.createdAt = "2024-05-01T09:30:12Z";
         info.pixelWidth = kWidth;
         info.pixelHeight = kHeight;
         info.fps = kFps;
         info.duration = kSeconds;
         info.save(folder_);
-        PointerTrack track;
+        model::PointerTrack track;
         for (int i = 1; i < kSeconds; ++i) {
-            PointerSample press;
+            model::PointerSample press;
             press.t = i;
-            press.kind = PointerKind::down;
+            press.kind = model::PointerKind::down;
             press.px = 200 + 100 * i;
             press.py = 150 + 50 * i;
             track.events.push_back(press);
         }
         track.save(folder_);
-        ProjectSettings().save(folder_);
+        model::ProjectSettings().save(folder_);
     }
     ~Recorded() {
         std::error_code ignored;
@@ -159,18 +159,18 @@ const fs::path& recording(bool isMoving) {
 class Preview {
   public:
     Preview(const fs::path& folder, int width, int height)
-        : composition_(std::make_shared<Composition>(folder, kWidth, kHeight)),
-          preview_(composition_, openRecordingAssets(composition_->recording())),
+        : composition_(std::make_shared<edit::Composition>(folder, kWidth, kHeight)),
+          preview_(composition_, render::openRecordingAssets(composition_->recording())),
           player_(loop_, nullptr) {
-        player_.onFrame([this](const Player::Frame&, double) { isShown_ = true; });
+        player_.onFrame([this](const playback::Player::Frame&, double) { isShown_ = true; });
         player_.onPlayedToEnd([this] { loop_.stop(); });
         player_.setOutputSize(width, height);
         player_.setItem(preview_.item());
         seek(0);
     }
 
-    Player& player() { return player_; }
-    Composition& composition() { return *composition_; }
+    playback::Player& player() { return player_; }
+    edit::Composition& composition() { return *composition_; }
 
     // Milliseconds.
     double seek(double seconds) {
@@ -181,7 +181,7 @@ class Preview {
     }
 
     double change(double padding) {
-        ProjectSettings settings = composition_->settings();
+        model::ProjectSettings settings = composition_->settings();
         settings.padding = padding;
         const double began = hostClockSeconds();
         composition_->setSettings(settings);
@@ -206,10 +206,10 @@ class Preview {
 
   private:
     BlockingMainLoop loop_;
-    std::shared_ptr<Composition> composition_;
-    StudioPreview preview_;
+    std::shared_ptr<edit::Composition> composition_;
+    editor::StudioPreview preview_;
     bool isShown_ = false;
-    Player player_;
+    playback::Player player_;
 };
 
 double processorSeconds() {
@@ -284,7 +284,7 @@ void playing(benchmark::State& state, int width, int height) {
         preview.seek(0);
         preview.playToTheEnd();
     }
-    const Player::Statistics statistics = preview.player().statistics();
+    const playback::Player::Statistics statistics = preview.player().statistics();
     state.counters["framesPerSecond"] = static_cast<double>(statistics.framesShown) / kSeconds;
     state.counters["cpu_ms_each"] =
         (processorSeconds() - began) * 1000 / static_cast<double>(std::max<std::int64_t>(statistics.framesShown, 1));

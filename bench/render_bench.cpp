@@ -49,18 +49,18 @@ double secondsOf(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-VideoSettings settingsFor(CanvasSize canvas) {
-    VideoSettings settings;
+media::VideoSettings settingsFor(edit::CanvasSize canvas) {
+    media::VideoSettings settings;
     settings.width = canvas.width;
     settings.height = canvas.height;
-    settings.averageBitRate = exportBitRate(canvas, kFps);
+    settings.averageBitRate = render::exportBitRate(canvas, kFps);
     settings.maxKeyFrameInterval = kFps * 2;
     settings.frameRate = kFps;
     return settings;
 }
 
 // Something like a page of text that is scrolled: short dark strokes on a light ground, with some colour.
-void paintPage(const YuvDestination& picture, int scrolled) {
+void paintPage(const imaging::YuvDestination& picture, int scrolled) {
     for (int y = 0; y < picture.height; ++y) {
         const int line = y + scrolled;
         for (int x = 0; x < picture.width; ++x) {
@@ -80,7 +80,7 @@ void paintPage(const YuvDestination& picture, int scrolled) {
 
 // Feeds an input from a pump until `append` has had its last frame.
 template <typename Append>
-void feed(AssetWriter& writer, VideoWriterInput& input, int frames, Append append) {
+void feed(media::AssetWriter& writer, media::VideoWriterInput& input, int frames, Append append) {
     std::promise<void> done;
     SerialQueue queue("bench.video");
     int frame = 0;
@@ -105,34 +105,34 @@ bool isNewPicture(int frame, bool repeats) {
 // A recording folder. Its movie has a picture only where something moves, as recordings do.
 class SampleRecording {
   public:
-    SampleRecording(CanvasSize canvas, bool repeats, int frames = kFrames)
+    SampleRecording(edit::CanvasSize canvas, bool repeats, int frames = kFrames)
         : canvas_(canvas),
           frames_(frames),
           folder_(fs::temp_directory_path() / formatted("render_bench.%d", static_cast<int>(::getpid()))) {
         fs::create_directories(folder_);
         writeMovie(repeats);
-        CaptureInfo info;
+        model::CaptureInfo info;
         info.createdAt = "2024-05-01T09:30:12Z";
         info.pixelWidth = canvas.width;
         info.pixelHeight = canvas.height;
         info.fps = kFps;
         info.duration = static_cast<double>(frames_) / kFps;
         info.save(folder_);
-        PointerTrack().save(folder_);
+        model::PointerTrack().save(folder_);
     }
     ~SampleRecording() { fs::remove_all(folder_); }
     SampleRecording(const SampleRecording&) = delete;
     SampleRecording& operator=(const SampleRecording&) = delete;
 
     const fs::path& folder() const { return folder_; }
-    CanvasSize canvas() const { return canvas_; }
+    edit::CanvasSize canvas() const { return canvas_; }
 
   private:
     void writeMovie(bool repeats) {
-        AssetWriter writer(folder_ / "source.mov", MovieContainer::quickTime);
-        VideoSettings settings = settingsFor(canvas_);
+        media::AssetWriter writer(folder_ / "source.mov", media::MovieContainer::quickTime);
+        media::VideoSettings settings = settingsFor(canvas_);
         settings.preset = "ultrafast";
-        VideoWriterInput& input = writer.addVideoInput(settings);
+        media::VideoWriterInput& input = writer.addVideoInput(settings);
         if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
         writer.startSession({});
         feed(writer, input, frames_, [&](int frame) {
@@ -143,17 +143,17 @@ class SampleRecording {
         });
     }
 
-    CanvasSize canvas_;
+    edit::CanvasSize canvas_;
     int frames_;
     fs::path folder_;
 };
 
 struct Sample {
     double seconds;
-    YuvPicture picture;
+    imaging::YuvPicture picture;
 };
 
-void copyPlane(const YuvPlane& from, std::uint8_t* to, std::ptrdiff_t stride, int width, int height) {
+void copyPlane(const imaging::YuvPlane& from, std::uint8_t* to, std::ptrdiff_t stride, int width, int height) {
     for (int y = 0; y < height; ++y) {
         std::memcpy(to + y * stride, from.samples + y * from.stride, static_cast<std::size_t>(width));
     }
@@ -162,14 +162,14 @@ void copyPlane(const YuvPlane& from, std::uint8_t* to, std::ptrdiff_t stride, in
 // One picture track, asked for frame by frame.
 class Frames {
   public:
-    Frames(MutableComposition movie, int trackId) : reader_(std::move(movie)) {
-        output_ = &reader_.addVideoOutput(trackId, PictureFormat::planar);
+    Frames(media::MutableComposition movie, int trackId) : reader_(std::move(movie)) {
+        output_ = &reader_.addVideoOutput(trackId, media::PictureFormat::planar);
         if (!reader_.startReading()) throw reader_.error().value_or(RecorderError("?"));
         slots_.setPending(readNext());
     }
 
-    const YuvPicture& at(int frame) {
-        slots_.advance(frameSeconds(frame, kFps), [this] { return readNext(); });
+    const imaging::YuvPicture& at(int frame) {
+        slots_.advance(render::frameSeconds(frame, kFps), [this] { return readNext(); });
         return slots_.current()->picture;
     }
 
@@ -180,27 +180,27 @@ class Frames {
         return Sample{sample->presentationTime.seconds(), sample->planar()};
     }
 
-    AssetReader reader_;
-    VideoTrackOutput* output_ = nullptr;
-    ReadAhead<Sample> slots_{0};
+    media::AssetReader reader_;
+    media::VideoTrackOutput* output_ = nullptr;
+    render::ReadAhead<Sample> slots_{0};
 };
 
-using Fill = std::function<void(int frame, const YuvPicture& source, const YuvDestination& to)>;
+using Fill = std::function<void(int frame, const imaging::YuvPicture& source, const imaging::YuvDestination& to)>;
 
 // Processor seconds for decoding the source and encoding every frame, without what `fill` costs.
-double costOfTranscoding(const CutComposition& movie, const SampleRecording& recording, const Fill& fill) {
+double costOfTranscoding(const render::CutComposition& movie, const SampleRecording& recording, const Fill& fill) {
     double filling = 0;
     const double start = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
     {
         Frames frames(movie.movie, movie.screenTrackId.value());
-        AssetWriter writer(recording.folder() / "alone.mp4", MovieContainer::mp4);
-        VideoSettings settings = settingsFor(recording.canvas());
+        media::AssetWriter writer(recording.folder() / "alone.mp4", media::MovieContainer::mp4);
+        media::VideoSettings settings = settingsFor(recording.canvas());
         settings.skipRepeatedPictures = false;
-        VideoWriterInput& input = writer.addVideoInput(settings);
+        media::VideoWriterInput& input = writer.addVideoInput(settings);
         if (!writer.startWriting()) throw writer.error().value_or(RecorderError("?"));
         writer.startSession({});
         feed(writer, input, kFrames, [&](int frame) {
-            const YuvPicture& from = frames.at(frame);
+            const imaging::YuvPicture& from = frames.at(frame);
             auto buffer = input.pool().makePlanar();
             const double before = secondsOf(CLOCK_THREAD_CPUTIME_ID);
             fill(frame, from, buffer->destination());
@@ -211,36 +211,37 @@ double costOfTranscoding(const CutComposition& movie, const SampleRecording& rec
     return secondsOf(CLOCK_PROCESS_CPUTIME_ID) - start - filling;
 }
 
-void copyPicture(int /*frame*/, const YuvPicture& from, const YuvDestination& to) {
+void copyPicture(int /*frame*/, const imaging::YuvPicture& from, const imaging::YuvDestination& to) {
     copyPlane(from.luma, to.luma, to.lumaStride, to.width, to.height);
     copyPlane(from.blueDifference, to.blueDifference, to.chromaStride, to.width / 2, to.height / 2);
     copyPlane(from.redDifference, to.redDifference, to.chromaStride, to.width / 2, to.height / 2);
 }
 
-CutComposition wholeMovie(const fs::path& path) {
-    const std::vector<KeptSegment> all = {{0, static_cast<double>(kFrames) / kFps}};
-    return makeCutComposition(all, {std::make_shared<const Asset>(path), nullptr}, 0);
+render::CutComposition wholeMovie(const fs::path& path) {
+    const std::vector<edit::KeptSegment> all = {{0, static_cast<double>(kFrames) / kFps}};
+    return render::makeCutComposition(all, {std::make_shared<const media::Asset>(path), nullptr}, 0);
 }
 
 double costOfExport(const SampleRecording& recording) {
-    const Composition composition(recording.folder(), recording.canvas().width, recording.canvas().height);
+    const edit::Composition composition(recording.folder(), recording.canvas().width, recording.canvas().height);
     const double start = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
-    const RenderResult result = renderMovieSync(composition);
+    const render::RenderResult result = render::renderMovieSync(composition);
     if (result.frames != kFrames) throw RecorderError("frames are missing");
     return secondsOf(CLOCK_PROCESS_CPUTIME_ID) - start;
 }
 
 void exportAgainstCodecs(benchmark::State& state, bool repeats) {
-    const SampleRecording recording(exportCanvas(state.range(0)), repeats);
+    const SampleRecording recording(render::exportCanvas(state.range(0)), repeats);
     for (auto _ : state) {
         const double whole = costOfExport(recording);
-        const CutComposition source = wholeMovie(recording.folder() / "source.mov");
+        const render::CutComposition source = wholeMovie(recording.folder() / "source.mov");
         const double alone = costOfTranscoding(source, recording, copyPicture);
-        const Composition composition(recording.folder(), recording.canvas().width, recording.canvas().height);
-        Painter painter(1);
-        const double sameFrames =
-            costOfTranscoding(source, recording, [&](int frame, const YuvPicture& from, const YuvDestination& to) {
-                painter.paint(composition.compose(Picture(from), std::nullopt, frameSeconds(frame, kFps)), to);
+        const edit::Composition composition(recording.folder(), recording.canvas().width, recording.canvas().height);
+        imaging::Painter painter(1);
+        const double sameFrames = costOfTranscoding(
+            source, recording, [&](int frame, const imaging::YuvPicture& from, const imaging::YuvDestination& to) {
+                painter.paint(
+                    composition.compose(imaging::Picture(from), std::nullopt, render::frameSeconds(frame, kFps)), to);
             });
         state.SetIterationTime(whole);
         state.counters["AloneMs"] = alone * 1000 / kFrames;
@@ -286,7 +287,7 @@ void memoryOfExport(benchmark::State& state) {
     constexpr int kLong = 120 * kFps;
     const auto exportOf = [](int frames) {
         const SampleRecording recording({1280, 720}, true, frames);
-        return memoryOf([&] { renderMovieSync(Composition(recording.folder(), 1280, 720)); });
+        return memoryOf([&] { render::renderMovieSync(edit::Composition(recording.folder(), 1280, 720)); });
     };
     for (auto _ : state) {
         const double start = secondsOf(CLOCK_MONOTONIC);

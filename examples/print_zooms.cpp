@@ -17,15 +17,15 @@ int main(int argc, char** argv) {
     }
     try {
         // What was recorded, the choices of its editor, and what follows from both on a canvas of this size.
-        const Recording recording = Recording::load(argv[1]);
-        const ProjectSettings settings = ProjectSettings::load(argv[1]);
-        const auto state = deriveEditState(recording, settings, {1920, 1080});
+        const edit::Recording recording = edit::Recording::load(argv[1]);
+        const model::ProjectSettings settings = model::ProjectSettings::load(argv[1]);
+        const auto state = edit::deriveEditState(recording, settings, {1920, 1080});
 
         std::printf("%zu zooms, %s\n", state->zoomSpecs.size(),
                     settings.zooms ? "made by hand" : "proposed from clicks");
-        for (const ZoomSpec& zoom : state->zoomSpecs) {
+        for (const model::ZoomSpec& zoom : state->zoomSpecs) {
             std::printf("%.2f s to %.2f s, %.1f times\n", zoom.start, zoom.end, zoom.scale);
-            for (const FocusKey& key : zoom.focus) {
+            for (const model::FocusKey& key : zoom.focus) {
                 std::printf("  at %.2f s on %.0f, %.0f\n", key.t,
                             key.x * static_cast<double>(recording.info.pixelWidth),
                             key.y * static_cast<double>(recording.info.pixelHeight));

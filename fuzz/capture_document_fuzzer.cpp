@@ -15,24 +15,25 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace lumivastor;
-    CaptureInfo info;
+    model::CaptureInfo info;
     try {
-        info = CaptureInfo::parse(FileBytes::copyOf({reinterpret_cast<const char*>(data), size}));
+        info = model::CaptureInfo::parse(FileBytes::copyOf({reinterpret_cast<const char*>(data), size}));
     } catch (const RecorderError&) {
         return 0;
     }
     std::string text;
-    JsonWriter writer([&text](std::string_view piece) { text += piece; });
+    model::JsonWriter writer([&text](std::string_view piece) { text += piece; });
     writeRecord(writer, info);
     writer.finish();
-    if (CaptureInfo::parse(FileBytes::copyOf(text)) != info) std::abort();
+    if (model::CaptureInfo::parse(FileBytes::copyOf(text)) != info) std::abort();
 
-    PointerTrack track;
-    track.events = {{0, 1, 2, 0, 0, PointerKind::move, {}, {}, {}}, {1, 200, 200, 0, 0, PointerKind::down, {}, {}, {}}};
+    model::PointerTrack track;
+    track.events = {{0, 1, 2, 0, 0, model::PointerKind::move, {}, {}, {}},
+                    {1, 200, 200, 0, 0, model::PointerKind::down, {}, {}, {}}};
     try {
-        const Recording recording("", info, std::move(track));
-        if (!isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) std::abort();
-        deriveEditState(recording, {}, {1280, 720});
+        const edit::Recording recording("", info, std::move(track));
+        if (!imaging::isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) std::abort();
+        edit::deriveEditState(recording, {}, {1280, 720});
     } catch (const RecorderError&) {
         return 0;
     }

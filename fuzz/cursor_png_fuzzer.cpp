@@ -10,7 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace lumivastor;
     try {
-        const auto picture = decodePng(std::as_bytes(std::span(data, size)), {256, 256});
+        const auto picture = imaging::decodePng(std::as_bytes(std::span(data, size)), {256, 256});
         if (picture.width() < 1 || picture.width() > 256 || picture.height() < 1 || picture.height() > 256)
             std::abort();
         for (int y = 0; y < picture.height(); ++y) {

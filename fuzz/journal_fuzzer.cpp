@@ -15,16 +15,16 @@ namespace {
 
 using namespace lumivastor;
 
-std::string rewritten(const JournalContent& content) {
-    std::string text = journalLine::header() + journalLine::start(content.info, content.geometry);
-    if (content.session) text += journalLine::session(content.session->t0Host, content.session->t0Media);
-    if (content.webcamFirstPicture) text += journalLine::webcam(*content.webcamFirstPicture);
-    for (const auto& each : content.pointer.events) text += journalLine::event(each);
-    for (const auto& each : content.pointer.cursorImages) text += journalLine::shape(each);
-    for (const auto& each : content.pointer.cursorChanges) text += journalLine::cursorChange(each);
-    for (const auto& each : content.windowTrack) text += journalLine::window(each);
-    for (const auto& each : content.displayTrack) text += journalLine::display(each);
-    return text + journalLine::counts(content.counts);
+std::string rewritten(const capture::JournalContent& content) {
+    std::string text = capture::journalLine::header() + capture::journalLine::start(content.info, content.geometry);
+    if (content.session) text += capture::journalLine::session(content.session->t0Host, content.session->t0Media);
+    if (content.webcamFirstPicture) text += capture::journalLine::webcam(*content.webcamFirstPicture);
+    for (const auto& each : content.pointer.events) text += capture::journalLine::event(each);
+    for (const auto& each : content.pointer.cursorImages) text += capture::journalLine::shape(each);
+    for (const auto& each : content.pointer.cursorChanges) text += capture::journalLine::cursorChange(each);
+    for (const auto& each : content.windowTrack) text += capture::journalLine::window(each);
+    for (const auto& each : content.displayTrack) text += capture::journalLine::display(each);
+    return text + capture::journalLine::counts(content.counts);
 }
 
 // A fuzzer hardly ever finds a checksum: lines without one get the right one.
@@ -32,27 +32,27 @@ std::string withChecksums(std::string_view text) {
     std::string lines;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        lines += journalLine::checked(text.substr(0, end));
+        lines += capture::journalLine::checked(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
     return lines;
 }
 
 void tryToRead(std::string_view text) {
-    JournalContent content;
+    capture::JournalContent content;
     try {
-        content = parseJournal(text);
+        content = capture::parseJournal(text);
     } catch (const RecorderError&) {
         return;
     }
     content.damagedLines = 0;
-    if (parseJournal(rewritten(content)) != content) std::abort();
+    if (capture::parseJournal(rewritten(content)) != content) std::abort();
     for (const auto& image : content.pointer.cursorImages) {
         if (image.file.find("..") != std::string::npos || image.file.starts_with('/')) std::abort();
     }
     const double t0 = content.session ? content.session->t0Host : 0;
-    const PointerTrack track =
-        pointerTrack(content.pointer, t0, content.geometry, content.windowTrack, content.displayTrack);
+    const model::PointerTrack track =
+        capture::pointerTrack(content.pointer, t0, content.geometry, content.windowTrack, content.displayTrack);
     if (track.events.size() > content.pointer.events.size()) std::abort();
 }
 

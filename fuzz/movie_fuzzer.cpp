@@ -30,14 +30,14 @@ UniqueDescriptor fileOf(const std::uint8_t* data, std::size_t size) {
 void readTracks(const UniqueDescriptor& file) {
     constexpr int kLargestEdge = 512;
     constexpr int kSamples = 12;
-    const auto asset = std::make_shared<const Asset>("/proc/self/fd/" + std::to_string(file.get()));
-    for (const AssetTrack& track : asset->tracks()) {
+    const auto asset = std::make_shared<const media::Asset>("/proc/self/fd/" + std::to_string(file.get()));
+    for (const media::AssetTrack& track : asset->tracks()) {
         if (track.width > kLargestEdge || track.height > kLargestEdge) continue;
-        AssetReader reader(asset);
+        media::AssetReader reader(asset);
         reader.setTimeRange({{}, {2, 1}});
         auto& stored = reader.addStoredSampleOutput(track.id);
-        if (track.kind == TrackKind::video) {
-            auto& output = reader.addVideoOutput(track.id, PictureFormat::planar);
+        if (track.kind == media::TrackKind::video) {
+            auto& output = reader.addVideoOutput(track.id, media::PictureFormat::planar);
             if (!reader.startReading()) continue;
             for (int i = 0; i < kSamples && output.copyNextSample(); ++i) {
             }
@@ -53,19 +53,19 @@ void readTracks(const UniqueDescriptor& file) {
 }
 
 void repair(const UniqueDescriptor& file, std::uint64_t size) {
-    const auto movie = scanFragments(file.get(), size);
+    const auto movie = media::scanFragments(file.get(), size);
     if (!movie || movie->fragments == 0) return;
     if (movie->wholeEnd > size || movie->lastFragmentOffset >= movie->wholeEnd) std::abort();
-    if (finishInPlace(file.get(), *movie)) std::abort();
+    if (media::finishInPlace(file.get(), *movie)) std::abort();
     // File type, samples, index, and nothing else.
     const auto repairedSize = static_cast<std::uint64_t>(::lseek(file.get(), 0, SEEK_END));
     std::uint64_t offset = 0;
-    for (const std::uint32_t kind : {boxKind("ftyp"), boxKind("mdat"), boxKind("moov")}) {
-        const auto box = fileBoxAt(file.get(), offset, repairedSize);
+    for (const std::uint32_t kind : {media::boxKind("ftyp"), media::boxKind("mdat"), media::boxKind("moov")}) {
+        const auto box = media::fileBoxAt(file.get(), offset, repairedSize);
         if (!box || box->kind != kind) std::abort();
         offset = box->end();
     }
-    if (offset != repairedSize || scanFragments(file.get(), repairedSize)) std::abort();
+    if (offset != repairedSize || media::scanFragments(file.get(), repairedSize)) std::abort();
 }
 
 }  // namespace

@@ -14,27 +14,27 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace lumivastor;
-    PointerTrack track;
+    model::PointerTrack track;
     try {
-        track = PointerTrack::parse(FileBytes::copyOf({reinterpret_cast<const char*>(data), size}));
+        track = model::PointerTrack::parse(FileBytes::copyOf({reinterpret_cast<const char*>(data), size}));
     } catch (const RecorderError&) {
         return 0;
     }
     std::string text;
-    JsonWriter writer([&text](std::string_view piece) { text += piece; });
+    model::JsonWriter writer([&text](std::string_view piece) { text += piece; });
     writeRecord(writer, track);
     writer.finish();
-    if (PointerTrack::parse(FileBytes::copyOf(text)) != track) std::abort();
+    if (model::PointerTrack::parse(FileBytes::copyOf(text)) != track) std::abort();
 
-    CaptureInfo info;
+    model::CaptureInfo info;
     info.pixelWidth = 640;
     info.pixelHeight = 480;
     info.duration = 3;
     try {
-        const Recording recording("", info, std::move(track));
-        const auto state = deriveEditState(recording, {}, {1280, 720});
+        const edit::Recording recording("", info, std::move(track));
+        const auto state = edit::deriveEditState(recording, {}, {1280, 720});
         state->cursorEngine->position(1.5);
-        cursorShapeAt(recording.track.cursorChanges, 1.5);
+        edit::cursorShapeAt(recording.track.cursorChanges, 1.5);
     } catch (const RecorderError&) {
         return 0;
     }

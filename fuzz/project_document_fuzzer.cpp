@@ -13,34 +13,35 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace lumivastor;
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     try {
-        settings = ProjectSettings::parse(FileBytes::copyOf({reinterpret_cast<const char*>(data), size}));
+        settings = model::ProjectSettings::parse(FileBytes::copyOf({reinterpret_cast<const char*>(data), size}));
     } catch (const RecorderError&) {
         return 0;
     }
     std::string text;
-    JsonWriter writer([&text](std::string_view piece) { text += piece; });
+    model::JsonWriter writer([&text](std::string_view piece) { text += piece; });
     writeRecord(writer, settings);
     writer.finish();
-    if (ProjectSettings::parse(FileBytes::copyOf(text)) != settings) std::abort();
+    if (model::ProjectSettings::parse(FileBytes::copyOf(text)) != settings) std::abort();
 
-    CaptureInfo info;
+    model::CaptureInfo info;
     info.pixelWidth = 640;
     info.pixelHeight = 480;
     info.duration = 3;
-    PointerTrack track;
-    track.events = {{0, 1, 2, 0, 0, PointerKind::move, {}, {}, {}}, {1, 200, 200, 0, 0, PointerKind::down, {}, {}, {}}};
-    const Recording recording("", info, track);
+    model::PointerTrack track;
+    track.events = {{0, 1, 2, 0, 0, model::PointerKind::move, {}, {}, {}},
+                    {1, 200, 200, 0, 0, model::PointerKind::down, {}, {}, {}}};
+    const edit::Recording recording("", info, track);
     try {
-        const auto state = deriveEditState(recording, settings, {1280, 720});
+        const auto state = edit::deriveEditState(recording, settings, {1280, 720});
         double last = -1e300;
         for (const auto& key : state->zoomEngine->scaleKeys()) {
             if (!(key.t > last)) std::abort();
             last = key.t;
         }
         if (!(state->zoomEngine->camera(1.5).scale >= 1)) std::abort();
-        for (const KeptSegment& segment : state->keptSegments) {
+        for (const edit::KeptSegment& segment : state->keptSegments) {
             if (!(segment.start >= 0 && segment.start < segment.end && segment.end <= info.duration)) std::abort();
         }
         if (!(state->outputDuration >= 0 && state->outputDuration <= info.duration * 1.0001)) std::abort();

@@ -83,9 +83,9 @@ std::string replaced(std::string text, const std::string& what, const std::strin
     return text.replace(at, what.size(), by);
 }
 
-CaptureInfo someCapture() {
-    CaptureInfo info;
-    info.createdAt = CaptureInfo::timestamp(1714555812);
+model::CaptureInfo someCapture() {
+    model::CaptureInfo info;
+    info.createdAt = model::CaptureInfo::timestamp(1714555812);
     info.displayID = 66;
     info.displayX = -1920;
     info.displayWidth = info.contentWidth = 1920;
@@ -98,7 +98,7 @@ CaptureInfo someCapture() {
 }
 
 TEST_F(DocumentSchema, DescribesEveryCaptureDocument) {
-    CaptureInfo info = someCapture();
+    model::CaptureInfo info = someCapture();
     save(info);
     for (const char* kind : {"display", "region", "window", "device"}) {
         info.sourceKind = kind;
@@ -115,12 +115,13 @@ TEST_F(DocumentSchema, DescribesEveryCaptureDocument) {
     expectWrittenAsDescribed("capture");
 }
 
-PointerTrack someTrack() {
-    PointerTrack track;
-    track.events = {{-0.5, -10, 2000, -0.01, 1.5, PointerKind::move, {}, {}, {}},
-                    {1, 1, 2, 0.1, 0.2, PointerKind::scroll, {}, 0.0, -1.0}};
-    for (const PointerKind kind : {PointerKind::down, PointerKind::up, PointerKind::drag}) {
-        for (const PointerButton button : {PointerButton::left, PointerButton::right, PointerButton::other}) {
+model::PointerTrack someTrack() {
+    model::PointerTrack track;
+    track.events = {{-0.5, -10, 2000, -0.01, 1.5, model::PointerKind::move, {}, {}, {}},
+                    {1, 1, 2, 0.1, 0.2, model::PointerKind::scroll, {}, 0.0, -1.0}};
+    for (const model::PointerKind kind : {model::PointerKind::down, model::PointerKind::up, model::PointerKind::drag}) {
+        for (const model::PointerButton button :
+             {model::PointerButton::left, model::PointerButton::right, model::PointerButton::other}) {
             track.events.push_back({2, 1, 2, 0.1, 0.2, kind, button, {}, {}});
         }
     }
@@ -130,8 +131,8 @@ PointerTrack someTrack() {
 }
 
 TEST_F(DocumentSchema, DescribesEveryPointerTrack) {
-    save(PointerTrack());
-    PointerTrack track = someTrack();
+    save(model::PointerTrack());
+    model::PointerTrack track = someTrack();
     save(track);
     track.windowFrames.emplace();
     save(track);
@@ -141,13 +142,13 @@ TEST_F(DocumentSchema, DescribesEveryPointerTrack) {
 }
 
 TEST_F(DocumentSchema, DescribesEveryProjectDocument) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     save(settings);
-    for (const Tempo tempo : kAllTempos) {
+    for (const model::Tempo tempo : model::kAllTempos) {
         settings.tempo = tempo;
         save(settings);
     }
-    for (const ExportFormat format : kAllExportFormats) {
+    for (const model::ExportFormat format : model::kAllExportFormats) {
         settings.exportFormat = format;
         save(settings);
     }
@@ -162,7 +163,7 @@ TEST_F(DocumentSchema, DescribesEveryProjectDocument) {
 
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
     const TemporaryFolder folder;
-    CaptureInfo info = someCapture();
+    model::CaptureInfo info = someCapture();
     info.sourceKind = "display";
     info.webcamFile = "webcam.mov";
     info.webcamOffset = 0.5;
@@ -182,16 +183,16 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
         replaced(text, "\"webcamOffset\" : 0.5", "\"webcamOffset\" : \"0.5\""),
     };
     // Every field that is not optional, missing.
-    for (const std::string_view key : fieldKeys<CaptureInfo>()) {
+    for (const std::string_view key : model::fieldKeys<model::CaptureInfo>()) {
         if (key == "sourceKind" || key == "webcamFile" || key == "webcamOffset" || key == "windowTitle") continue;
         broken.push_back(replaced(text, "\"" + std::string(key) + "\"", "\"x\""));
     }
-    expectRefused("capture", broken, [](const FileBytes& bytes) { CaptureInfo::parse(bytes); });
+    expectRefused("capture", broken, [](const FileBytes& bytes) { model::CaptureInfo::parse(bytes); });
 }
 
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfPointerTracks) {
     const TemporaryFolder folder;
-    PointerTrack track = someTrack();
+    model::PointerTrack track = someTrack();
     track.windowFrames = {{0, 1, 2, 3, 4}};
     track.save(folder.path());
     const std::string text = folder.read("pointer.json");
@@ -209,7 +210,7 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfPointerTracks) {
                             "file", "scale", "visible", "w"}) {
         broken.push_back(replaced(text, "\"" + std::string(key) + "\"", "\"x_\""));
     }
-    expectRefused("pointer", broken, [](const FileBytes& bytes) { PointerTrack::parse(bytes); });
+    expectRefused("pointer", broken, [](const FileBytes& bytes) { model::PointerTrack::parse(bytes); });
 }
 
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfProjectDocuments) {
@@ -227,7 +228,7 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfProjectDocuments) {
                       R"({"zooms": [{"start": 1, "end": 2, "scale": 2, "focus": [{"t": 1, "x": 0}]}]})",
                       R"({"masks": [{"x": 1, "y": 2, "width": 3}]})",
                   },
-                  [](const FileBytes& bytes) { ProjectSettings::parse(bytes); });
+                  [](const FileBytes& bytes) { model::ProjectSettings::parse(bytes); });
 }
 
 // The document describes the same.
@@ -239,23 +240,23 @@ const std::string& formatsPage() {
 
 template <class Record>
 void expectFieldsNamed() {
-    for (const std::string_view key : fieldKeys<Record>()) {
+    for (const std::string_view key : model::fieldKeys<Record>()) {
         EXPECT_NE(formatsPage().find("`" + std::string(key) + "`"), std::string::npos) << key;
     }
 }
 
 TEST(FormatsPage, NamesEveryField) {
-    expectFieldsNamed<CaptureInfo>();
-    expectFieldsNamed<PointerTrack>();
-    expectFieldsNamed<PointerSample>();
-    expectFieldsNamed<CursorChange>();
-    expectFieldsNamed<CursorImage>();
-    expectFieldsNamed<WindowFrameSample>();
-    expectFieldsNamed<ProjectSettings>();
-    expectFieldsNamed<CutRange>();
-    expectFieldsNamed<ZoomSpec>();
-    expectFieldsNamed<FocusKey>();
-    expectFieldsNamed<MaskRect>();
+    expectFieldsNamed<model::CaptureInfo>();
+    expectFieldsNamed<model::PointerTrack>();
+    expectFieldsNamed<model::PointerSample>();
+    expectFieldsNamed<model::CursorChange>();
+    expectFieldsNamed<model::CursorImage>();
+    expectFieldsNamed<model::WindowFrameSample>();
+    expectFieldsNamed<model::ProjectSettings>();
+    expectFieldsNamed<model::CutRange>();
+    expectFieldsNamed<model::ZoomSpec>();
+    expectFieldsNamed<model::FocusKey>();
+    expectFieldsNamed<model::MaskRect>();
 }
 
 TEST_F(DocumentSchema, TakesTheExamplesOfTheFormatsPage) {
@@ -268,9 +269,9 @@ TEST_F(DocumentSchema, TakesTheExamplesOfTheFormatsPage) {
     ASSERT_EQ(examples.size(), 3U);
     // What the program makes of an example is the example.
     const TemporaryFolder folder;
-    CaptureInfo::parse(FileBytes::copyOf(examples[0])).save(folder.path());
-    PointerTrack::parse(FileBytes::copyOf(examples[1])).save(folder.path());
-    ProjectSettings::parse(FileBytes::copyOf(examples[2])).save(folder.path());
+    model::CaptureInfo::parse(FileBytes::copyOf(examples[0])).save(folder.path());
+    model::PointerTrack::parse(FileBytes::copyOf(examples[1])).save(folder.path());
+    model::ProjectSettings::parse(FileBytes::copyOf(examples[2])).save(folder.path());
     const char* const names[] = {"capture", "pointer", "project"};
     for (std::size_t i = 0; i < examples.size(); ++i) {
         EXPECT_EQ(folder.read(std::string(names[i]) + ".json") + "\n", examples[i]);

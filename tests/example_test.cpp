@@ -31,7 +31,7 @@ TEST_F(Example, PrintsTheZoomsOfARecording) {
               "1 zooms, proposed from clicks\n"
               "4.45 s to 7.00 s, 1.6 times\n"
               "  at 5.15 s on 480, 270\n");
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.zooms.emplace();
     settings.save(folder_.path());
     EXPECT_EQ(runProgram({LUMI_PRINT_ZOOMS, folder_.path().string()}).out, "0 zooms, made by hand\n");

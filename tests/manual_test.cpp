@@ -113,7 +113,7 @@ TEST(Manual, NamesEveryControlOfTheEditor) {
 
 TEST(Manual, ShowsCommandsThatAreTaken) {
     std::set<std::string> verbs;
-    for (const Verb* verb : allVerbs()) verbs.insert(std::string(verb->name));
+    for (const cli::Verb* verb : cli::allVerbs()) verbs.insert(std::string(verb->name));
     std::set<std::string> shown;
     for (const std::string& word : matches(manual(), "lumivastor ([a-z]+)")) {
         EXPECT_TRUE(verbs.contains(word)) << word;
@@ -124,10 +124,10 @@ TEST(Manual, ShowsCommandsThatAreTaken) {
         const auto words = matches(line, "(--?[a-z-]+|[a-z]+)");
         for (const std::string& option : matches(line, "(--[a-z-]+)")) {
             bool isTaken = false;
-            for (const OptionSpec& each : programOptions()) isTaken = isTaken || each.name == option;
-            for (const Verb* verb : allVerbs()) {
+            for (const cli::OptionSpec& each : cli::programOptions()) isTaken = isTaken || each.name == option;
+            for (const cli::Verb* verb : cli::allVerbs()) {
                 if (words.size() < 2 || verb->name != words[1]) continue;
-                for (const OptionSpec& each : verb->options) isTaken = isTaken || each.name == option;
+                for (const cli::OptionSpec& each : verb->options) isTaken = isTaken || each.name == option;
             }
             EXPECT_TRUE(isTaken) << line;
         }

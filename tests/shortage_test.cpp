@@ -28,7 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using Mode = FailingAllocations::Mode;
 
-constexpr CanvasSize kCanvas{192, 108};
+constexpr edit::CanvasSize kCanvas{192, 108};
 constexpr int kPictures = 24;
 
 class Shortage : public ExportFixture {
@@ -41,9 +41,9 @@ class Shortage : public ExportFixture {
         makeWebcam(kPictures, 0);
         settings_.cuts = {{0.3, 0.4}};
         composition_ = open(kCanvas);
-        PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}},
-                        {0.2, 60, 50, 0, 0, PointerKind::down, {}, {}, {}}};
+        model::PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, model::PointerKind::move, {}, {}, {}},
+                        {0.2, 60, 50, 0, 0, model::PointerKind::down, {}, {}, {}}};
         track.save(folder_.path());
         Log::drain();
     }
@@ -54,7 +54,7 @@ class Shortage : public ExportFixture {
     Job studioFilm() const {
         return [this]() -> std::optional<RecorderError> {
             try {
-                renderMovieSync(*composition_);
+                render::renderMovieSync(*composition_);
                 return std::nullopt;
             } catch (const RecorderError& error) {
                 return error;
@@ -64,7 +64,7 @@ class Shortage : public ExportFixture {
     Job checkVideo() const {
         return [this]() -> std::optional<RecorderError> {
             try {
-                CursorRenderer::renderSync(folder_.path());
+                render::CursorRenderer::renderSync(folder_.path());
                 return std::nullopt;
             } catch (const RecorderError& error) {
                 return error;
@@ -141,15 +141,16 @@ class Shortage : public ExportFixture {
     }
 
     void expectWhole(const Film& film) const {
-        const Asset movie(folder_ / film.name);
+        const media::Asset movie(folder_ / film.name);
         EXPECT_EQ(movie.tracks().size(), film.tracks);
-        const std::int64_t pictures = movie.tracks(TrackKind::video).at(0).sampleCount;
+        const std::int64_t pictures = movie.tracks(media::TrackKind::video).at(0).sampleCount;
         EXPECT_LE(pictures, film.pictures);
         EXPECT_GE(pictures, film.pictures - film.leftOut);
-        for (const AssetTrack& track : movie.tracks()) EXPECT_NEAR(track.end.seconds(), film.pictures / 30.0, 0.05);
+        for (const media::AssetTrack& track : movie.tracks())
+            EXPECT_NEAR(track.end.seconds(), film.pictures / 30.0, 0.05);
     }
 
-    std::unique_ptr<Composition> composition_;
+    std::unique_ptr<edit::Composition> composition_;
 };
 
 TEST_F(Shortage, AStudioFilmIsWholeOrThereIsAnError) {

@@ -135,10 +135,10 @@ class Story {
         larger.setPointSizeF(14);
         QApplication::setFont(larger);
         showStates("main-large-type");
-        RegionArmPanel arm(
+        app::RegionArmPanel arm(
             *QGuiApplication::primaryScreen(), [] {}, [] {});
         saveWidget(arm, "region-ready-large-type");
-        RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
+        app::RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
         saveWidget(panel, "recording-panel-large-type");
         QApplication::setFont(usual);
     }
@@ -154,13 +154,13 @@ class Story {
     }
 
     void showStates(const std::string& start) const {
-        MainWindow window({});
+        app::MainWindow window({});
         window.setVisible(true);
-        const auto show = [&](const MainWindowState& state, const char* name) {
+        const auto show = [&](const app::MainWindowState& state, const char* name) {
             window.show(state);
             saveWidget(window, start + name);
         };
-        MainWindowState state;
+        app::MainWindowState state;
         state.sourceItems = {"keine Berechtigung"};
         state.choices.sourceIndex = 0;
         state.status =
@@ -170,11 +170,11 @@ class Story {
         show(state, "-denied");
         state.sourceItems = {"Bildschirm 1 – 1920×1080 px"};
         state.status = "Bereit. 1 Bildschirm(e) gefunden.";
-        state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+        state.notices[app::NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
         show(state, "-update");
-        state.notices[NoticeKind::interrupted] = {"3 Aufnahmen wurden unterbrochen, zuletzt 2025-03-14_09-05-33",
-                                                  "Abschließen"};
-        state.notices[NoticeKind::recording] = {
+        state.notices[app::NoticeKind::interrupted] = {"3 Aufnahmen wurden unterbrochen, zuletzt 2025-03-14_09-05-33",
+                                                       "Abschließen"};
+        state.notices[app::NoticeKind::recording] = {
             "Die Aufnahme wurde vom System beendet: Das aufgenommene Fenster wurde geschlossen.", ""};
         state.status =
             "Prüfvideo fertig: 1234 Bilder, 20.6 s\ncursor-check.mp4\n\nBeim Ansehen prüfen: Sitzt der Ring genau auf "
@@ -193,7 +193,7 @@ class Story {
             int x = 20;
             for (const char* time : {"0:07", "12:34", "125:00"}) {
                 for (const int side : {22, 24, 32}) {
-                    recordingIcon(time).paint(&painter, x, top + 24, side, side);
+                    app::recordingIcon(time).paint(&painter, x, top + 24, side, side);
                     x += side + 14;
                 }
                 x += 10;
@@ -207,16 +207,16 @@ class Story {
         picture("main", kMainTitle);
         for (int i = 0; i < 3; ++i) press({kTab});
         picture("main-focus", kMainTitle);
-        need(app_->choose(SourceType::window), "a control is there");
+        need(app_->choose(app::SourceType::window), "a control is there");
         picture("main-windows", kMainTitle);
         need(app_->click("displayPopup"), "a control is there");
         picture("main-windows-list", kMainTitle);
         press({ScriptedKeyboard::kEscape});
-        need(app_->choose(SourceType::region), "a control is there");
+        need(app_->choose(app::SourceType::region), "a control is there");
         picture("main-region", kMainTitle);
-        need(app_->choose(SourceType::device), "a control is there");
+        need(app_->choose(app::SourceType::device), "a control is there");
         picture("main-device", kMainTitle);
-        need(app_->choose(SourceType::display), "a control is there");
+        need(app_->choose(app::SourceType::display), "a control is there");
         need(app_->click("webcamBox"), "a control is there");
         sleepFor(1);
         picture("main-camera", kMainTitle);
@@ -307,7 +307,7 @@ class Story {
     }
 
     void region() {
-        need(app_->choose(SourceType::region), "a control is there");
+        need(app_->choose(app::SourceType::region), "a control is there");
         app_->pressRecord();
         need(app_->waitForWindow(kArmTitle), "the panel before the region comes");
         picture("region-ready");

@@ -14,15 +14,15 @@ constexpr const char* kFont = "DejaVu Sans, sans-serif";
 constexpr double kSidebarWidth = 260;
 constexpr double kToolbarHeight = 64;
 
-constexpr RgbaColour kPaper{0.985, 0.985, 0.98, 1};
-constexpr RgbaColour kInk{0.13, 0.15, 0.19, 1};
-constexpr RgbaColour kQuiet{0.45, 0.48, 0.53, 1};
-constexpr RgbaColour kSidebar{0.925, 0.935, 0.95, 1};
-constexpr RgbaColour kToolbar{0.89, 0.905, 0.925, 1};
-constexpr RgbaColour kAccent{0.14, 0.42, 0.82, 1};
-constexpr RgbaColour kDone{0.16, 0.58, 0.36, 1};
-constexpr RgbaColour kMarker{1.0, 0.9, 0.45, 1};
-constexpr RgbaColour kWhite{1, 1, 1, 1};
+constexpr imaging::RgbaColour kPaper{0.985, 0.985, 0.98, 1};
+constexpr imaging::RgbaColour kInk{0.13, 0.15, 0.19, 1};
+constexpr imaging::RgbaColour kQuiet{0.45, 0.48, 0.53, 1};
+constexpr imaging::RgbaColour kSidebar{0.925, 0.935, 0.95, 1};
+constexpr imaging::RgbaColour kToolbar{0.89, 0.905, 0.925, 1};
+constexpr imaging::RgbaColour kAccent{0.14, 0.42, 0.82, 1};
+constexpr imaging::RgbaColour kDone{0.16, 0.58, 0.36, 1};
+constexpr imaging::RgbaColour kMarker{1.0, 0.9, 0.45, 1};
+constexpr imaging::RgbaColour kWhite{1, 1, 1, 1};
 
 constexpr std::array<const char*, 5> kDocuments = {"Einleitung", "Aufnahme planen", "Ton und Licht", "Schnitt",
                                                    "Veröffentlichen"};
@@ -36,7 +36,8 @@ constexpr std::array<const char*, 8> kSentences = {
     "Zeige das Ergebnis, bevor du den Weg dorthin gehst.",
     "Prüfe am Ende, ob der Ton auch leise verständlich bleibt."};
 
-void drawButton(BitmapCanvas& canvas, const Rect& rect, const std::string& text, const RgbaColour& colour) {
+void drawButton(imaging::BitmapCanvas& canvas, const Rect& rect, const std::string& text,
+                const imaging::RgbaColour& colour) {
     canvas.fillRect(rect, colour);
     canvas.drawText(text, {rect.x + 18, rect.y + 26}, kFont, 15, kWhite);
 }
@@ -102,8 +103,8 @@ Point DemoWindow::onScreen(Point inWindow) const {
 }
 
 void DemoWindow::draw() {
-    BgraPremultipliedBuffer pixels(kWidth, kHeight);
-    BitmapCanvas canvas(pixels);
+    imaging::BgraPremultipliedBuffer pixels(kWidth, kHeight);
+    imaging::BitmapCanvas canvas(pixels);
     canvas.fillRect({0, 0, kWidth, kHeight}, kPaper);
 
     const double left = kSidebarWidth + 64;

@@ -48,8 +48,8 @@ void settle(int milliseconds) {
     while (timer.elapsed() < milliseconds) QApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
-void edit(EditorWindow& window) {
-    EditSession& session = window.session();
+void edit(editor::EditorWindow& window) {
+    editor::EditSession& session = window.session();
     const double length = session.info().duration;
     session.setTrimStart(length * 0.06);
     session.setTrimEnd(length * 0.95);
@@ -62,8 +62,8 @@ void edit(EditorWindow& window) {
     session.addMask({1500, 900, 400, 120}, 0);
 }
 
-void putInto(EditorWindow& window, const std::string& state) {
-    EditorControls& controls = window.controls();
+void putInto(editor::EditorWindow& window, const std::string& state) {
+    editor::EditorControls& controls = window.controls();
     if (state == "edited") edit(window);
     if (state == "mask") {
         window.controls().maskDrawButton->click();
@@ -74,11 +74,11 @@ void putInto(EditorWindow& window, const std::string& state) {
     if (state == "rendering") {
         controls.setRendering(true);
         controls.progressBar->setValue(420);
-        controls.setStatus(labels::rendering(2560, 1440, 83.0));
+        controls.setStatus(editor::labels::rendering(2560, 1440, 83.0));
     }
     if (state == "rendered") {
         controls.revealRenderButton->show();
-        controls.setStatus(labels::rendered(12.4, 3, "studio-output.mp4"));
+        controls.setStatus(editor::labels::rendered(12.4, 3, "studio-output.mp4"));
     }
     if (state == "focus") controls.paddingSlider->setFocus(Qt::TabFocusReason);
     if (state == "focus-button") controls.showZoomButton->setFocus(Qt::TabFocusReason);
@@ -92,17 +92,17 @@ int run(int argc, char** argv) {
         (option == "--size" ? size : option == "--at" ? at : option == "--font" ? font : state) = argv[i + 1];
     }
     QApplication application(argc, argv);
-    look::apply(application);
+    ui::look::apply(application);
     if (font) {
         QFont larger = QApplication::font();
         larger.setPointSizeF(std::stod(*font));
         QApplication::setFont(larger);
     }
     const std::filesystem::path folder = argv[1];
-    const auto document = ProjectSettings::load(folder);
+    const auto document = model::ProjectSettings::load(folder);
     {
-        QtMainLoop loop;
-        EditorWindow window(folder, loop, {});
+        ui::QtMainLoop loop;
+        editor::EditorWindow window(folder, loop, {});
         if (size) {
             int width = 0;
             int height = 0;

@@ -34,10 +34,10 @@ constexpr double kEventRate = 125;  // moves per second while the pointer moves
 // A user at a pointer. Times in seconds since the movie's time zero, positions in points of the captured area.
 class SimulatedUser {
   public:
-    SimulatedUser(const Geometry& geometry, double start, unsigned seed)
+    SimulatedUser(const model::Geometry& geometry, double start, unsigned seed)
         : geometry_(geometry), t_(start), random_(seed) {
         position_ = {geometry.contentRect.width / 2, geometry.contentRect.height / 2};
-        add(PointerKind::move);
+        add(model::PointerKind::move);
     }
 
     double time() const { return t_; }
@@ -48,7 +48,7 @@ class SimulatedUser {
     Point anywhere() { return {unit() * geometry_.contentRect.width, unit() * geometry_.contentRect.height}; }
 
     // Reaches for a point the way hands do: slowly away, fast in the middle, slowly there, and a little shaky.
-    void moveTo(Point target, double seconds, PointerKind kind = PointerKind::move) {
+    void moveTo(Point target, double seconds, model::PointerKind kind = model::PointerKind::move) {
         const Point from = position_;
         const double start = t_;
         const int steps = std::max(1, static_cast<int>(seconds * kEventRate));
@@ -58,26 +58,26 @@ class SimulatedUser {
             t_ = start + seconds * u;
             position_ = {from.x + (target.x - from.x) * s, from.y + (target.y - from.y) * s};
             if (i < steps) position_ = {position_.x + unit() - 0.5, position_.y + unit() - 0.5};
-            add(kind, kind == PointerKind::drag ? std::optional(PointerButton::left) : std::nullopt);
+            add(kind, kind == model::PointerKind::drag ? std::optional(model::PointerButton::left) : std::nullopt);
         }
     }
 
-    void click(PointerButton button = PointerButton::left) {
-        add(PointerKind::down, button);
+    void click(model::PointerButton button = model::PointerButton::left) {
+        add(model::PointerKind::down, button);
         wait(0.09);
-        add(PointerKind::up, button);
+        add(model::PointerKind::up, button);
     }
 
     void dragTo(Point target, double seconds) {
-        add(PointerKind::down, PointerButton::left);
-        moveTo(target, seconds, PointerKind::drag);
-        add(PointerKind::up, PointerButton::left);
+        add(model::PointerKind::down, model::PointerButton::left);
+        moveTo(target, seconds, model::PointerKind::drag);
+        add(model::PointerKind::up, model::PointerButton::left);
     }
 
     void scroll(double dy, int times) {
         for (int i = 0; i < times; ++i) {
             wait(0.03);
-            add(PointerKind::scroll);
+            add(model::PointerKind::scroll);
             track_.events.back().dx = 0;
             track_.events.back().dy = dy;
         }
@@ -85,12 +85,12 @@ class SimulatedUser {
 
     void showCursor(const std::string& id) { track_.cursorChanges.push_back({t_, id}); }
 
-    PointerTrack& track() { return track_; }
+    model::PointerTrack& track() { return track_; }
 
   private:
     double unit() { return static_cast<double>(random_() % 100'000) / 100'000; }
 
-    void add(PointerKind kind, std::optional<PointerButton> button = std::nullopt) {
+    void add(model::PointerKind kind, std::optional<model::PointerButton> button = std::nullopt) {
         const Point global{position_.x + geometry_.displayBounds.x + geometry_.contentRect.x,
                            position_.y + geometry_.displayBounds.y + geometry_.contentRect.y};
         const Point pixel = geometry_.sourcePixel(global);
@@ -98,11 +98,11 @@ class SimulatedUser {
         track_.events.push_back({t_, pixel.x, pixel.y, fraction.x, fraction.y, kind, button, {}, {}});
     }
 
-    Geometry geometry_;
+    model::Geometry geometry_;
     double t_;
     Point position_;
     std::mt19937 random_;
-    PointerTrack track_;
+    model::PointerTrack track_;
 };
 
 // Cursor pictures.
@@ -110,9 +110,9 @@ class SimulatedUser {
 using Inside = std::function<bool(double x, double y)>;
 
 // A white shape with a dark rim, in points; 4 x 4 samples for each pixel.
-BgraPremultipliedBuffer drawShape(int points, double scale, const Inside& shape, const Inside& rim) {
+imaging::BgraPremultipliedBuffer drawShape(int points, double scale, const Inside& shape, const Inside& rim) {
     const int size = static_cast<int>(points * scale);
-    BgraPremultipliedBuffer picture(size, size);
+    imaging::BgraPremultipliedBuffer picture(size, size);
     for (int y = 0; y < size; ++y) {
         for (int x = 0; x < size; ++x) {
             int white = 0;
@@ -167,7 +167,7 @@ constexpr int kShapePoints = 24;
 
 const std::vector<Shape> kShapes = {{insideArrow, 2, 2}, {insideBeam, 12, 12}, {insideHand, 10, 2}};
 
-void addCursors(const fs::path& folder, PointerTrack& track, std::size_t count, double scale) {
+void addCursors(const fs::path& folder, model::PointerTrack& track, std::size_t count, double scale) {
     fs::create_directories(folder / "cursors");
     for (std::size_t i = 0; i < count; ++i) {
         const Shape& shape = kShapes[i];
@@ -175,7 +175,7 @@ void addCursors(const fs::path& folder, PointerTrack& track, std::size_t count, 
         const auto picture = drawShape(
             kShapePoints, scale, [&](double x, double y) { return shape.inside(x, y, 0); },
             [&](double x, double y) { return shape.inside(x, y, 1.1); });
-        writePng(folder / "cursors" / (id + ".png"), picture);
+        imaging::writePng(folder / "cursors" / (id + ".png"), picture);
         track.cursorImages.push_back(
             {id, "cursors/" + id + ".png", kShapePoints, kShapePoints, shape.hotspotX, shape.hotspotY, scale, true});
     }
@@ -183,8 +183,9 @@ void addCursors(const fs::path& folder, PointerTrack& track, std::size_t count, 
 
 // Recordings.
 
-CaptureInfo describe(const Geometry& geometry, const std::string& kind, double duration, const PointerTrack& track) {
-    CaptureInfo info;
+model::CaptureInfo describe(const model::Geometry& geometry, const std::string& kind, double duration,
+                            const model::PointerTrack& track) {
+    model::CaptureInfo info;
     info.createdAt = "2024-05-01T09:30:12Z";
     info.displayID = kind == "window" ? 0 : 63;
     info.displayX = geometry.displayBounds.x;
@@ -211,16 +212,16 @@ CaptureInfo describe(const Geometry& geometry, const std::string& kind, double d
 }
 
 // Nothing but moves in the last second, as the recorder leaves it.
-void endAt(PointerTrack& track, double duration) {
-    std::erase_if(track.events, [duration](const PointerSample& each) {
-        return each.t > duration || (each.t > duration - 1 && each.kind != PointerKind::move);
+void endAt(model::PointerTrack& track, double duration) {
+    std::erase_if(track.events, [duration](const model::PointerSample& each) {
+        return each.t > duration || (each.t > duration - 1 && each.kind != model::PointerKind::move);
     });
-    std::erase_if(track.cursorChanges, [duration](const CursorChange& each) { return each.t > duration; });
+    std::erase_if(track.cursorChanges, [duration](const model::CursorChange& each) { return each.t > duration; });
 }
 
 bool documentsOnly = false;
 
-void save(const fs::path& folder, const CaptureInfo& info, const PointerTrack& track) {
+void save(const fs::path& folder, const model::CaptureInfo& info, const model::PointerTrack& track) {
     info.save(folder);
     track.save(folder);
     constexpr double kLongestMovie = 600;
@@ -241,7 +242,7 @@ void work(SimulatedUser& user, double until) {
                 user.scroll(-3, 8);
                 break;
             case 2:
-                user.click(PointerButton::right);
+                user.click(model::PointerButton::right);
                 break;
             default:
                 user.click();
@@ -250,7 +251,7 @@ void work(SimulatedUser& user, double until) {
     }
 }
 
-Geometry wholeDisplay(double width, double height, double scale) {
+model::Geometry wholeDisplay(double width, double height, double scale) {
     return {63, {0, 0, width, height}, scale, {width * scale, height * scale}, [&](std::uint32_t) {
                 return Rect{0, 0, width, height};
             }};
@@ -258,7 +259,7 @@ Geometry wholeDisplay(double width, double height, double scale) {
 
 void makeDisplay(const fs::path& folder) {
     constexpr double kDuration = 60;
-    const Geometry geometry = wholeDisplay(1920, 1080, 1);
+    const model::Geometry geometry = wholeDisplay(1920, 1080, 1);
     SimulatedUser user(geometry, -0.08, 1);
     user.showCursor("c0");
     work(user, kDuration);
@@ -270,8 +271,8 @@ void makeDisplay(const fs::path& folder) {
 void makeWindow(const fs::path& folder) {
     constexpr double kDuration = 30;
     const Rect frame{220, 140, 1000, 700};
-    const Geometry geometry(0, {0, 0, frame.width, frame.height}, 2, {2000, 1400},
-                            [&](std::uint32_t) { return frame; });
+    const model::Geometry geometry(0, {0, 0, frame.width, frame.height}, 2, {2000, 1400},
+                                   [&](std::uint32_t) { return frame; });
     SimulatedUser user(geometry, -0.05, 2);
     user.showCursor("c0");
     work(user, kDuration);
@@ -283,7 +284,7 @@ void makeWindow(const fs::path& folder) {
         const double moved = std::clamp((t - 10) / 2, 0.0, 1.0) * 300;
         frames.push_back({t, frame.x + moved, frame.y + moved / 3, frame.width, frame.height});
     }
-    CaptureInfo info = describe(geometry, "window", kDuration, user.track());
+    model::CaptureInfo info = describe(geometry, "window", kDuration, user.track());
     info.windowTitle = "Tabelle „Umsatz“ – Büro";
     info.microphone = false;
     save(folder, info, user.track());
@@ -291,7 +292,7 @@ void makeWindow(const fs::path& folder) {
 
 void makeRegion(const fs::path& folder) {
     constexpr double kDuration = 20;
-    const Geometry geometry(64, {300, 200, 960, 540}, 1.25, {1200, 676}, [](std::uint32_t) {
+    const model::Geometry geometry(64, {300, 200, 960, 540}, 1.25, {1200, 676}, [](std::uint32_t) {
         return Rect{-1536, 0, 1536, 864};
     });
     // The pointer was recorded almost two seconds before the first picture came.
@@ -304,27 +305,27 @@ void makeRegion(const fs::path& folder) {
     work(user, kDuration);
     endAt(user.track(), kDuration);
     addCursors(folder, user.track(), 3, 1.25);
-    CaptureInfo info = describe(geometry, "region", kDuration, user.track());
+    model::CaptureInfo info = describe(geometry, "region", kDuration, user.track());
     info.displayID = 64;
     info.systemAudio = false;
     save(folder, info, user.track());
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.trimStart = 1;
     settings.trimEnd = 18.5;
     settings.cuts = {{4, 6}, {5.5, 7.25}};
     settings.masks = {{0.1, 0.1, 0.2, 0.15}};
     settings.cropBottom = 0.1;
-    settings.tempo = Tempo::ruhig;
+    settings.tempo = model::Tempo::ruhig;
     settings.save(folder);
 }
 
 void makeNoCursor(const fs::path& folder) {
     constexpr double kDuration = 8;
-    const Geometry geometry = wholeDisplay(1280, 720, 1);
+    const model::Geometry geometry = wholeDisplay(1280, 720, 1);
     SimulatedUser user(geometry, 0, 4);
     user.track().cursorChanges = {{0, "hidden"}};
     user.track().cursorImages = {{"hidden", "", 0, 0, 0, 0, 1, false}};
-    CaptureInfo info = describe(geometry, "display", kDuration, user.track());
+    model::CaptureInfo info = describe(geometry, "display", kDuration, user.track());
     info.cursorPollsWithoutCursor = 480;
     info.systemAudio = false;
     info.microphone = false;
@@ -333,13 +334,13 @@ void makeNoCursor(const fs::path& folder) {
 
 void makeWebcam(const fs::path& folder) {
     constexpr double kDuration = 15;
-    const Geometry geometry = wholeDisplay(1280, 720, 2);
+    const model::Geometry geometry = wholeDisplay(1280, 720, 2);
     SimulatedUser user(geometry, -0.02, 5);
     user.showCursor("c0");
     work(user, kDuration);
     endAt(user.track(), kDuration);
     addCursors(folder, user.track(), 3, 2);
-    CaptureInfo info = describe(geometry, "display", kDuration, user.track());
+    model::CaptureInfo info = describe(geometry, "display", kDuration, user.track());
     info.webcamFile = "webcam.mov";
     // It starts later than the screen and ends earlier.
     info.webcamOffset = 0.375;
@@ -349,7 +350,7 @@ void makeWebcam(const fs::path& folder) {
 
 void makeThreeHours(const fs::path& folder) {
     constexpr double kDuration = 3 * 60 * 60;
-    const Geometry geometry = wholeDisplay(2560, 1440, 1);
+    const model::Geometry geometry = wholeDisplay(2560, 1440, 1);
     SimulatedUser user(geometry, -0.1, 6);
     user.showCursor("c0");
     const std::vector<std::string> ids = {"c0", "c1", "c2"};

@@ -32,7 +32,7 @@ struct Colour {
 // Plain drawing, clipped to the buffer, origin top-left.
 class Canvas {
   public:
-    explicit Canvas(BgraPremultipliedBuffer& buffer) : buffer_(buffer) {}
+    explicit Canvas(imaging::BgraPremultipliedBuffer& buffer) : buffer_(buffer) {}
 
     void fill(const Rect& rect, Colour colour) {
         const int left = std::max(0, static_cast<int>(rect.minX()));
@@ -84,12 +84,12 @@ class Canvas {
         pixel[3] = 255;
     }
 
-    BgraPremultipliedBuffer& buffer_;
+    imaging::BgraPremultipliedBuffer& buffer_;
 };
 
 // What never changes: a window with a title bar, a side bar and lines that look like text.
-BgraPremultipliedBuffer drawDesktop(int width, int height) {
-    BgraPremultipliedBuffer desktop(width, height);
+imaging::BgraPremultipliedBuffer drawDesktop(int width, int height) {
+    imaging::BgraPremultipliedBuffer desktop(width, height);
     Canvas canvas(desktop);
     const double w = width;
     const double h = height;
@@ -116,12 +116,13 @@ BgraPremultipliedBuffer drawDesktop(int width, int height) {
     return desktop;
 }
 
-void drawMoment(BgraPremultipliedBuffer& picture, const std::vector<PointerSample>& presses, int index, bool flash) {
+void drawMoment(imaging::BgraPremultipliedBuffer& picture, const std::vector<model::PointerSample>& presses, int index,
+                bool flash) {
     Canvas canvas(picture);
     const double w = picture.width();
     const double h = picture.height();
     const double t = static_cast<double>(index) / kFrameRate;
-    for (const PointerSample& press : presses) {
+    for (const model::PointerSample& press : presses) {
         // Each click has a button that waits for it and shows that it was hit.
         if (t < press.t - 3 || t > press.t + 1.5) continue;
         const Rect button{press.px - h * 0.06, press.py - h * 0.022, h * 0.12, h * 0.044};
@@ -152,7 +153,7 @@ std::vector<float> beepSound(double from, std::size_t frames, int channels, doub
 // Feeds an input on a queue of its own: `step` appends one sample and says whether more follow.
 class Feed {
   public:
-    Feed(const std::string& label, WriterInput& input, std::function<bool()> step)
+    Feed(const std::string& label, media::WriterInput& input, std::function<bool()> step)
         : queue_(label), input_(input), step_(std::move(step)) {}
 
     void start() {
@@ -169,19 +170,19 @@ class Feed {
 
   private:
     SerialQueue queue_;
-    WriterInput& input_;
+    media::WriterInput& input_;
     std::function<bool()> step_;
     bool ended_ = false;
     std::promise<void> done_;
 };
 
-void throwIfFailed(bool good, const AssetWriter& writer) {
+void throwIfFailed(bool good, const media::AssetWriter& writer) {
     if (good) return;
     throw writer.error().value_or(RecorderError("Der Beispielfilm konnte nicht geschrieben werden."));
 }
 
 // Sound and pictures are fed side by side until all of it is written.
-void writeMovie(AssetWriter& writer, std::vector<std::unique_ptr<Feed>>& feeds) {
+void writeMovie(media::AssetWriter& writer, std::vector<std::unique_ptr<Feed>>& feeds) {
     throwIfFailed(writer.startWriting(), writer);
     writer.startSession(MediaTime{0, 600});
     for (auto& feed : feeds) feed->start();
@@ -189,8 +190,8 @@ void writeMovie(AssetWriter& writer, std::vector<std::unique_ptr<Feed>>& feeds) 
     throwIfFailed(writer.finishWriting(), writer);
 }
 
-VideoWriterInput& addPictures(AssetWriter& writer, int width, int height) {
-    VideoSettings settings;
+media::VideoWriterInput& addPictures(media::AssetWriter& writer, int width, int height) {
+    media::VideoSettings settings;
     settings.width = width;
     settings.height = height;
     settings.averageBitRate = static_cast<std::int64_t>(width) * height * 4;
@@ -202,18 +203,19 @@ VideoWriterInput& addPictures(AssetWriter& writer, int width, int height) {
 
 }  // namespace
 
-void makeSourceMovie(const std::filesystem::path& folder, const CaptureInfo& info, const PointerTrack& track) {
+void makeSourceMovie(const std::filesystem::path& folder, const model::CaptureInfo& info,
+                     const model::PointerTrack& track) {
     const auto width = static_cast<int>(info.pixelWidth);
     const auto height = static_cast<int>(info.pixelHeight);
-    std::vector<PointerSample> presses;
+    std::vector<model::PointerSample> presses;
     std::copy_if(track.events.begin(), track.events.end(), std::back_inserter(presses),
-                 [](const PointerSample& each) { return each.kind == PointerKind::down; });
-    const BgraPremultipliedBuffer desktop = drawDesktop(width, height);
+                 [](const model::PointerSample& each) { return each.kind == model::PointerKind::down; });
+    const imaging::BgraPremultipliedBuffer desktop = drawDesktop(width, height);
     const int pictures = static_cast<int>(info.duration * kFrameRate) + 1;
 
-    AssetWriter writer(folder / "source.mov", MovieContainer::quickTime);
+    media::AssetWriter writer(folder / "source.mov", media::MovieContainer::quickTime);
     std::vector<std::unique_ptr<Feed>> feeds;
-    VideoWriterInput& video = addPictures(writer, width, height);
+    media::VideoWriterInput& video = addPictures(writer, width, height);
     feeds.push_back(std::make_unique<Feed>("sample.video", video, [&, index = 0]() mutable {
         if (index == pictures) return false;
         auto picture = video.pool().makeBgra();
@@ -224,16 +226,16 @@ void makeSourceMovie(const std::filesystem::path& folder, const CaptureInfo& inf
         return video.append(std::move(picture), MediaTime{index++ * (600 / kFrameRate), 600});
     }));
     const auto addSound = [&](const std::string& label, int channels, double hertz) {
-        AudioSettings settings;
+        media::AudioSettings settings;
         settings.channels = channels;
         settings.bitRate = 96000 * channels;
-        AudioWriterInput& input = writer.addAudioInput(settings);
+        media::AudioWriterInput& input = writer.addAudioInput(settings);
         const auto frames = static_cast<std::int64_t>(info.duration * kSampleRate);
         feeds.push_back(
             std::make_unique<Feed>(label, input, [&input, channels, hertz, frames, at = std::int64_t{0}]() mutable {
                 const std::int64_t count = std::min<std::int64_t>(4800, frames - at);
                 if (count <= 0) return false;
-                PcmSample sample;
+                media::PcmSample sample;
                 sample.presentationTime = {at, kSampleRate};
                 sample.format = {kSampleRate, channels};
                 sample.values =
@@ -250,8 +252,8 @@ void makeSourceMovie(const std::filesystem::path& folder, const CaptureInfo& inf
 void makeWebcamMovie(const std::filesystem::path& folder, double seconds) {
     constexpr int kWidth = 640;
     constexpr int kHeight = 480;
-    AssetWriter writer(folder / "webcam.mov", MovieContainer::quickTime);
-    VideoWriterInput& video = addPictures(writer, kWidth, kHeight);
+    media::AssetWriter writer(folder / "webcam.mov", media::MovieContainer::quickTime);
+    media::VideoWriterInput& video = addPictures(writer, kWidth, kHeight);
     std::vector<std::unique_ptr<Feed>> feeds;
     feeds.push_back(std::make_unique<Feed>("sample.webcam", video, [&, index = 0]() mutable {
         if (index >= seconds * kFrameRate) return false;

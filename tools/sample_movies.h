@@ -11,7 +11,8 @@ namespace lumivastor {
 /// never rests, and the number of the picture in the bottom-left corner. Every two seconds a white square in the
 /// top-left corner flashes for one picture, with a beep on each sound track that the capture document names: 1000 Hz in
 /// the system sound, 660 Hz on the microphone (mono). Thirty pictures a second. Throws `RecorderError`.
-void makeSourceMovie(const std::filesystem::path& folder, const CaptureInfo& info, const PointerTrack& track);
+void makeSourceMovie(const std::filesystem::path& folder, const model::CaptureInfo& info,
+                     const model::PointerTrack& track);
 
 /// Writes "webcam.mov": a face of sorts that nods, from its own zero for `seconds`.
 void makeWebcamMovie(const std::filesystem::path& folder, double seconds);

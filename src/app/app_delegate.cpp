@@ -9,7 +9,7 @@
 #include "base/log.h"
 #include "base/private_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -46,7 +46,7 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching(const CommandSwitches& switches) {
     testRegion_ = switches.testRegion;
-    DeviceRecorder::enableScreenCaptureDevices();
+    capture::DeviceRecorder::enableScreenCaptureDevices();
     view_->showMainWindow();
     refreshSources();
     lookForInterrupted();
@@ -129,8 +129,8 @@ void AppDelegate::reloadDisplays() {
     sourceQueue_.async([this] {
         std::variant<SourceLists, RecorderError> answer;
         try {
-            const ShareableContent content = services_.desktop.shareableContent();
-            answer = sourceLists(content, DeviceRecorder::availableDevices(services_.devices));
+            const platform::ShareableContent content = services_.desktop.shareableContent();
+            answer = sourceLists(content, capture::DeviceRecorder::availableDevices(services_.devices));
         } catch (const RecorderError& error) {
             answer = error;
         }
@@ -155,9 +155,9 @@ void AppDelegate::tryEncoders() {
     // Once is enough, and later a recording may run.
     if (std::exchange(encodersTried_, true) || flow_.isActive()) return;
     encoderQueue_.async([choose = services_.chooseEncoder, displays = lists_.displays] {
-        for (const Display& display : displays) {
-            choose(screenEncodingJob(evenPixelSize({display.frame.width, display.frame.height}, display.scale),
-                                     kFastestPace));
+        for (const platform::Display& display : displays) {
+            choose(capture::screenEncodingJob(
+                capture::evenPixelSize({display.frame.width, display.frame.height}, display.scale), kFastestPace));
         }
     });
 }
@@ -253,7 +253,7 @@ void AppDelegate::toggleRecording() {
     }
 }
 
-std::vector<RunningApplication> AppDelegate::excludedApplications() const {
+std::vector<platform::RunningApplication> AppDelegate::excludedApplications() const {
     if (!lists_.ownApplication) return {};
     return {*lists_.ownApplication};
 }
@@ -275,8 +275,8 @@ void AppDelegate::startRecording() {
             return;
         case SourceType::window:
             if (const auto window = chosen(lists_.windows, choices.sourceIndex)) {
-                flow_.begin(
-                    {WindowSource{*window}, displayOf(WindowSource{*window}, lists_.displays), excludedApplications()});
+                flow_.begin({capture::WindowSource{*window}, displayOf(capture::WindowSource{*window}, lists_.displays),
+                             excludedApplications()});
             } else {
                 window_.setHint(Hint::source, "Kein Fenster ausgewählt - Liste mit ↻ aktualisieren.");
             }
@@ -290,7 +290,7 @@ void AppDelegate::startRecording() {
             } else if (choices.sourceType == SourceType::region) {
                 flow_.beginRegion(*display, excludedApplications(), testRegion_);
             } else {
-                flow_.begin({DisplaySource{*display}, display, excludedApplications()});
+                flow_.begin({capture::DisplaySource{*display}, display, excludedApplications()});
             }
             return;
     }
@@ -341,7 +341,7 @@ void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
     closing_.forget();
     checkVideoCancelled_ = false;
     checkVideoAwake_ = services_.sleep.inhibit("Ein Prüfvideo wird geschrieben.");
-    CursorRenderer::Options options;
+    render::CursorRenderer::Options options;
     options.postToMain = [this, alive = std::weak_ptr(lifetime_)](std::function<void()> work) {
         services_.mainLoop.async([alive, work = std::move(work)] {
             if (!alive.expired()) work();
@@ -350,17 +350,18 @@ void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
     options.progress = [this](double done) { window_.update([&](MainWindowState& state) { state.progress = done; }); };
     try {
         checkVideo_ = services_.renderCheckVideo(
-            folder, std::move(options), [this](const CursorRenderer::Outcome& outcome) { checkVideoEnded(outcome); });
+            folder, std::move(options),
+            [this](const render::CursorRenderer::Outcome& outcome) { checkVideoEnded(outcome); });
     } catch (const RecorderError& error) {
         checkVideoEnded(error);
     }
 }
 
-void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {
+void AppDelegate::checkVideoEnded(const render::CursorRenderer::Outcome& outcome) {
     checkVideoAwake_.reset();
     closingTimer_.reset();
     window_.update([](MainWindowState& state) { state.progress.reset(); });
-    if (const auto* result = std::get_if<CursorRenderer::Result>(&outcome)) {
+    if (const auto* result = std::get_if<render::CursorRenderer::Result>(&outcome)) {
         checkVideoFinished(*result);
         return;
     }
@@ -373,7 +374,7 @@ void AppDelegate::checkVideoEnded(const CursorRenderer::Outcome& outcome) {
     Log::write("Render", "Fehler: " + message);
 }
 
-void AppDelegate::checkVideoFinished(const CursorRenderer::Result& result) {
+void AppDelegate::checkVideoFinished(const render::CursorRenderer::Result& result) {
     if (!flow_.isActive()) {
         window_.setStatus(checkVideoText(result));
         view_->revealFile(result.url);
@@ -394,9 +395,9 @@ void AppDelegate::revealCheckVideo() {
 bool AppDelegate::checkVideoMayEnd() {
     if (!window_.state().progress || checkVideoCancelled_) return true;
     if (closing_.attempt(services_.hostClock())) return true;
-    window_.setStatus(kCloseWhileRendering);
-    closingTimer_ = after(services_.mainLoop, SecondAttempt::kSeconds, [this] {
-        if (window_.state().status == kCloseWhileRendering) window_.setStatus(kDrawingCursor);
+    window_.setStatus(editor::kCloseWhileRendering);
+    closingTimer_ = after(services_.mainLoop, editor::SecondAttempt::kSeconds, [this] {
+        if (window_.state().status == editor::kCloseWhileRendering) window_.setStatus(kDrawingCursor);
     });
     if (!flow_.isActive()) view_->showMainWindow();
     return false;
@@ -469,4 +470,4 @@ void AppDelegate::onMain(std::function<void()> work) {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

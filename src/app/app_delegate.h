@@ -18,7 +18,7 @@
 #include "base/serial_queue.h"
 #include "editor/session/second_attempt.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The application's controller: fills the main window, starts recordings and hands them to the editor, writes check
 /// videos, completes what was interrupted, and says when the program may end. It decides and tells the view; the view
@@ -96,8 +96,8 @@ class AppDelegate {
     void cameraAnswered(Access access);
     void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen);
     void startCheckVideo(const std::filesystem::path& folder);
-    void checkVideoEnded(const CursorRenderer::Outcome& outcome);
-    void checkVideoFinished(const CursorRenderer::Result& result);
+    void checkVideoEnded(const render::CursorRenderer::Outcome& outcome);
+    void checkVideoFinished(const render::CursorRenderer::Result& result);
     bool checkVideoMayEnd();
     void cancelCheckVideo();
     std::string readyText() const;
@@ -106,7 +106,7 @@ class AppDelegate {
     void lookForInterrupted();
     void showInterrupted();
     void completionEnded(const CompletionReport& report);
-    std::vector<RunningApplication> excludedApplications() const;
+    std::vector<platform::RunningApplication> excludedApplications() const;
     void onMain(std::function<void()> work);
 
     const AppServices services_;
@@ -122,7 +122,7 @@ class AppDelegate {
     DeviceAccess access_;
     RecordingFlow flow_;
     std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
-    SecondAttempt closing_;  // while a check video is written
+    editor::SecondAttempt closing_;  // while a check video is written
     std::unique_ptr<MainLoop::Timer> closingTimer_;
     bool checkVideoCancelled_ = false;
     std::unique_ptr<SleepInhibitor::Hold> checkVideoAwake_;
@@ -134,4 +134,4 @@ class AppDelegate {
     SerialQueue encoderQueue_{"lumivastor.tries"};
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -9,7 +9,7 @@
 #include "model/capture_info.h"
 #include "support/app_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 using AppDelegateTest = AppRig;
@@ -35,12 +35,12 @@ TEST_F(AppDelegateTest, EncodersAreTriedOnceForTheDisplays) {
     app_->refreshSources();
     untilStatus("Bereit.");
     app_.reset();
-    const std::vector<EncodingJob> jobs = encodingJobs();
+    const std::vector<media::EncodingJob> jobs = encodingJobs();
     ASSERT_EQ(jobs.size(), 2u);
     EXPECT_EQ(jobs[0].width, 320);
     EXPECT_EQ(jobs[0].height, 240);
     EXPECT_EQ(jobs[0].frameRate, 60);
-    EXPECT_EQ(jobs[0].averageBitRate, averageBitRate(320, 240, 60));
+    EXPECT_EQ(jobs[0].averageBitRate, capture::averageBitRate(320, 240, 60));
     EXPECT_EQ(jobs[1].width, 1280);
     EXPECT_EQ(jobs[1].height, 720);
 }
@@ -59,7 +59,7 @@ TEST_F(AppDelegateTest, ChangingTheTypeRefillsThePopup) {
 TEST_F(AppDelegateTest, RefreshingLooksAgain) {
     launch();
     app_->sourceTypeChanged(SourceType::window);
-    ShareableContent content = appContent();
+    platform::ShareableContent content = appContent();
     content.windows.clear();
     desktop_.setContent(content);
     app_->refreshSources();
@@ -97,7 +97,7 @@ TEST_F(AppDelegateTest, WithoutASourceEveryTypeSaysWhatToDo) {
 }
 
 TEST_F(AppDelegateTest, WhereOnlyWindowsCanBeRecordedTheRestIsRefusedWithTheReason) {
-    ShareableContent content = appContent();
+    platform::ShareableContent content = appContent();
     content.displayRefusal = "Nur Fenster.";
     desktop_.setContent(content);
     launch();
@@ -170,7 +170,8 @@ TEST_F(AppDelegateTest, AutomaticZoomsAreOnUntilTheUserSaysOtherwise) {
 // Camera
 
 TEST_F(AppDelegateTest, TheWebcamBoxShowsTheCameraAndHidesIt) {
-    const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    const auto camera =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     devices_.setDefaultCamera(camera);
     launch();
     app_->webcamToggled(true);
@@ -183,7 +184,8 @@ TEST_F(AppDelegateTest, TheWebcamBoxShowsTheCameraAndHidesIt) {
 }
 
 TEST_F(AppDelegateTest, ACameraThatRefusesSwitchesTheBoxOff) {
-    const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    const auto camera =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     camera->failOpens("Keine Rechte.");
     devices_.setDefaultCamera(camera);
     launch();
@@ -230,11 +232,11 @@ TEST_F(AppDelegateTest, AFolderWithoutAMovieIsNotOpened) {
 }
 
 TEST_F(AppDelegateTest, TheCheckVideoShowsItsProgressAndTheFile) {
-    CursorRenderer::Options options;
-    std::function<void(const CursorRenderer::Outcome&)> completion;
+    render::CursorRenderer::Options options;
+    std::function<void(const render::CursorRenderer::Outcome&)> completion;
     beforeLaunch_ = [&](AppServices& services) {
-        services.renderCheckVideo = [&](const std::filesystem::path&, CursorRenderer::Options given,
-                                        std::function<void(const CursorRenderer::Outcome&)> then) {
+        services.renderCheckVideo = [&](const std::filesystem::path&, render::CursorRenderer::Options given,
+                                        std::function<void(const render::CursorRenderer::Outcome&)> then) {
             options = std::move(given);
             completion = std::move(then);
             return std::jthread();
@@ -250,7 +252,7 @@ TEST_F(AppDelegateTest, TheCheckVideoShowsItsProgressAndTheFile) {
     EXPECT_EQ(view_.state.progress, 0.0) << "not before the main thread's turn";
     loop_.runPending();
     EXPECT_EQ(view_.state.progress, 0.5);
-    completion(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    completion(render::CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
     EXPECT_FALSE(view_.state.progress);
     EXPECT_TRUE(view_.state.status.starts_with("Prüfvideo fertig: 60 Bilder, 1.0 s\ntest-output.mov\n\n"));
     EXPECT_EQ(view_.count("reveal " + (temporary_ / "test-output.mov").string()), 1);
@@ -263,8 +265,9 @@ TEST_F(AppDelegateTest, TheCheckVideoShowsItsProgressAndTheFile) {
 
 TEST_F(AppDelegateTest, ACheckVideoThatCannotEvenBeginIsSaid) {
     beforeLaunch_ = [&](AppServices& services) {
-        services.renderCheckVideo = [](const std::filesystem::path&, const CursorRenderer::Options&,
-                                       const std::function<void(const CursorRenderer::Outcome&)>&) -> std::jthread {
+        services.renderCheckVideo =
+            [](const std::filesystem::path&, const render::CursorRenderer::Options&,
+               const std::function<void(const render::CursorRenderer::Outcome&)>&) -> std::jthread {
             throw RecorderError("Der Arbeitsspeicher reicht nicht.");
         };
     };
@@ -304,7 +307,7 @@ TEST_F(AppDelegateTest, TheMachineStaysAwakeForACheckVideo) {
     launch();
     app_->renderCheckVideo();
     EXPECT_EQ(sleep_.holds, 1);
-    checkVideoEnds_(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    checkVideoEnds_(render::CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
     EXPECT_EQ(sleep_.holds, 0);
 }
 
@@ -314,7 +317,7 @@ TEST_F(AppDelegateTest, ACheckVideoThatEndsDuringARecordingOpensNothing) {
     app_->renderCheckVideo();
     startRecording();
     view_.calls.clear();
-    checkVideoEnds_(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    checkVideoEnds_(render::CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
     EXPECT_TRUE(view_.calls.empty());
     EXPECT_EQ(view_.state.notices.at(NoticeKind::checkVideo).text, "Das Prüfvideo ist fertig.");
     stopRecording();
@@ -353,7 +356,7 @@ TEST_F(AppDelegateTest, AHintGoesWithWhatItIsAbout) {
 }
 
 TEST_F(AppDelegateTest, WhatKeptARecordingFromStartingGoesWhenItIsMended) {
-    sound_.failStarts(SyntheticSoundSystem::Kind::microphone, "Kein Zugriff.");
+    sound_.failStarts(synthetic::SyntheticSoundSystem::Kind::microphone, "Kein Zugriff.");
     launch();
     const std::string ready = view_.state.status;
     app_->microphoneToggled(true);
@@ -374,12 +377,12 @@ TEST_F(AppDelegateTest, WhatKeptARecordingFromStartingGoesWhenItIsMended) {
 
 TEST_F(AppDelegateTest, InterruptedRecordingsAreCompletedWithOneClick) {
     temporary_.write("Movies/eins/source.mov", "");
-    temporary_.write(std::filesystem::path("Movies/eins") / kJournalName, "");
+    temporary_.write(std::filesystem::path("Movies/eins") / capture::kJournalName, "");
     std::vector<std::filesystem::path> recovered;
     beforeLaunch_ = [&](AppServices& services) {
         services.recover = [&](const std::filesystem::path& folder) {
             recovered.push_back(folder);
-            return Recovery{{.duration = 3, .framesWritten = 90}, true};
+            return capture::Recovery{{.duration = 3, .framesWritten = 90}, true};
         };
     };
     launch();
@@ -430,7 +433,7 @@ TEST_F(AppDelegateTest, ASecondAttemptThatComesLateIsAFirstOne) {
     loop_.advance(1.5);
     EXPECT_EQ(view_.state.status, "Zeichne den Cursor auf das Video …");
     EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::cancel);
-    checkVideoEnds_(CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    checkVideoEnds_(render::CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
     EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::now);
 }
 
@@ -478,7 +481,7 @@ TEST_F(AppDelegateTest, WithoutItsWindowsItFinishesWhatRuns) {
     desktop_.emitStop(RecorderError("Der Bildschirm ist nicht mehr erreichbar."));
     ASSERT_TRUE(loop_.runUntil([&] { return ended; }));
     EXPECT_TRUE(view_.calls.empty()) << view_.calls.front();
-    EXPECT_GT(CaptureInfo::load(root_ / "2025-03-14_09-05-33").framesWritten, 0);
+    EXPECT_GT(model::CaptureInfo::load(root_ / "2025-03-14_09-05-33").framesWritten, 0);
 }
 
 TEST_F(AppDelegateTest, WithoutItsWindowsACountdownLeavesNoFolder) {
@@ -534,4 +537,4 @@ TEST_F(AppDelegateTest, ASecondStartBringsAHiddenWindowBack) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -11,7 +11,7 @@
 #include "capture/recording/webcam_preview.h"
 #include "platform/shareable_content.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The application's windows, as its controller sees them: they show what they are told and decide nothing. Main
 /// thread.
@@ -25,7 +25,7 @@ class AppView {
     virtual void hideMainWindow() = 0;
 
     /// In the main window, mirrored.
-    virtual void showCameraPreview(std::shared_ptr<WebcamPreview> preview) = 0;
+    virtual void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) = 0;
     virtual void hideCameraPreview() = 0;
 
     /// Large, in the middle of the main screen; again to change the number.
@@ -33,12 +33,12 @@ class AppView {
     virtual void hideCountdown() = 0;
 
     /// Whether one of the screens that windows can be put on is this display.
-    virtual bool hasScreen(const Display& display) = 0;
-    virtual void showRegionArmPanel(const Display& display) = 0;
+    virtual bool hasScreen(const platform::Display& display) = 0;
+    virtual void showRegionArmPanel(const platform::Display& display) = 0;
     virtual void closeRegionArmPanel() = 0;
     /// Lets the user drag a rectangle: points of the display, relative to its top-left corner. Nothing: cancelled. Not
     /// called within `pickRegion`.
-    virtual void pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) = 0;
+    virtual void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) = 0;
 
     virtual void installStatusItem(const std::string& title) = 0;
     virtual void setStatusItemTitle(const std::string& title) = 0;
@@ -46,8 +46,8 @@ class AppView {
 
     /// On the main screen when none is given. `preview`: of the webcam that is recorded, if one is. `hasShortcut`:
     /// whether keys stop the recording, too.
-    virtual void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
-                                    bool hasShortcut) = 0;
+    virtual void showRecordingPanel(const std::optional<platform::Display>& display,
+                                    std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) = 0;
     virtual void setRecordingPanelTime(const std::string& time) = 0;
     virtual void removeRecordingPanel() = 0;
 
@@ -68,4 +68,4 @@ class AppView {
     virtual void replyToApplicationShouldTerminate() = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

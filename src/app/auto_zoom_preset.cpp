@@ -5,10 +5,10 @@
 #include "base/system_error_text.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 bool presetZoomsOff(const std::filesystem::path& folder) {
-    const auto document = ProjectSettings::fileURL(folder);
+    const auto document = model::ProjectSettings::fileURL(folder);
     std::error_code error;
     if (std::filesystem::exists(std::filesystem::symlink_status(document, error))) return false;
     // Not through `ProjectSettings`: what is left out here follows the defaults of whoever opens the folder.
@@ -17,4 +17,4 @@ bool presetZoomsOff(const std::filesystem::path& folder) {
     return true;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -6,14 +6,14 @@
 #include "model/project_settings.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 TEST(PresetZoomsOff, WritesADocumentThatSwitchesZoomsOff) {
     const TemporaryFolder folder;
     EXPECT_TRUE(presetZoomsOff(folder.path()));
     EXPECT_EQ(folder.read("project.json"), "{\"zoomScale\": 1.0}");
-    EXPECT_EQ(ProjectSettings::load(folder.path()).zoomScale, 1.0);
+    EXPECT_EQ(model::ProjectSettings::load(folder.path()).zoomScale, 1.0);
 }
 
 TEST(PresetZoomsOff, LeavesADocumentAlone) {
@@ -29,4 +29,4 @@ TEST(PresetZoomsOff, SaysWhenTheFolderRefuses) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -5,9 +5,9 @@
 #include "base/log.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
-CameraPreview::CameraPreview(const RecordingServices& services) : services_(services) {}
+CameraPreview::CameraPreview(const capture::RecordingServices& services) : services_(services) {}
 
 CameraPreview::~CameraPreview() {
     lifetime_.reset();
@@ -36,12 +36,12 @@ void CameraPreview::start(std::function<void(const Outcome&)> completion) {
     });
 }
 
-std::shared_ptr<WebcamPreview> CameraPreview::open() {
+std::shared_ptr<capture::WebcamPreview> CameraPreview::open() {
     const auto camera = services_.devices.defaultCamera();
     if (!camera) throw RecorderError("Es wurde keine Kamera gefunden.");
-    auto preview = std::make_shared<WebcamPreview>();
+    auto preview = std::make_shared<capture::WebcamPreview>();
     auto session = services_.devices.open(*camera);
-    const auto show = [preview](const DeviceSample& sample) { preview->show(sample.image); };
+    const auto show = [preview](const platform::DeviceSample& sample) { preview->show(sample.image); };
     if (!session->addVideoOutput(pictureQueue_, true, show)) {
         throw RecorderError("Das Kamerabild kann nicht abgegriffen werden.");
     }
@@ -65,4 +65,4 @@ void CameraPreview::stop(std::function<void()> completion) {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -8,20 +8,20 @@
 #include "capture/capture_services.h"
 #include "capture/recording/webcam_preview.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The default camera's live picture while nothing is recorded. The camera is opened and closed in the background.
 /// Main thread; completions run on the main thread, not within the call.
 class CameraPreview {
   public:
-    explicit CameraPreview(const RecordingServices& services);
+    explicit CameraPreview(const capture::RecordingServices& services);
     ~CameraPreview();
     CameraPreview(const CameraPreview&) = delete;
     CameraPreview& operator=(const CameraPreview&) = delete;
 
     /// What is to be shown, or why there is nothing.
     struct Outcome {
-        std::shared_ptr<WebcamPreview> preview;
+        std::shared_ptr<capture::WebcamPreview> preview;
         std::string error;
     };
     /// Does nothing while it is on. The completion does not come when it is stopped before.
@@ -36,14 +36,14 @@ class CameraPreview {
     enum class Generation {};
     enum class Lifetime {};
 
-    std::shared_ptr<WebcamPreview> open();
+    std::shared_ptr<capture::WebcamPreview> open();
 
-    const RecordingServices services_;
+    const capture::RecordingServices services_;
     std::shared_ptr<Generation> generation_;  // one for each start; null while off
     std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
-    std::unique_ptr<CaptureSession> session_;  // the session queue's
+    std::unique_ptr<platform::CaptureSession> session_;  // the session queue's
     SerialQueue pictureQueue_{"lumivastor.preview"};
     SerialQueue sessionQueue_{"lumivastor.preview.session"};
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -6,7 +6,7 @@
 
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 class CameraPreviewTest : public RecorderRig {
@@ -15,8 +15,8 @@ class CameraPreviewTest : public RecorderRig {
         preview_.start([this](const CameraPreview::Outcome& outcome) { outcomes_.push_back(outcome); });
     }
 
-    std::shared_ptr<SyntheticDevice> camera_ =
-        std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    std::shared_ptr<synthetic::SyntheticDevice> camera_ =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     CameraPreview preview_{services_};
     std::vector<CameraPreview::Outcome> outcomes_;
 };
@@ -90,4 +90,4 @@ TEST_F(CameraPreviewTest, SaysWhatIsMissing) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -5,20 +5,20 @@
 #include "base/log.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
-Access microphoneAccess(SoundSystem& sound) {
+Access microphoneAccess(platform::SoundSystem& sound) {
     constexpr int kSampleRate = 48000;
     if (!sound.defaultMicrophone()) return Access::missing;
     const auto source = sound.microphone(kSampleRate);
-    source->start([](const SoundBuffer&) {}, [](const std::string&) {});
+    source->start([](const platform::SoundBuffer&) {}, [](const std::string&) {});
     source->stop();
     return Access::granted;
 }
 
-Access cameraAccess(CaptureDevices& devices) {
+Access cameraAccess(platform::CaptureDevices& devices) {
     const auto camera = devices.defaultCamera();
     if (!camera) return Access::missing;
     devices.open(*camera);
@@ -27,7 +27,7 @@ Access cameraAccess(CaptureDevices& devices) {
 
 }  // namespace
 
-DeviceAccess::DeviceAccess(const RecordingServices& services) : services_(services) {}
+DeviceAccess::DeviceAccess(const capture::RecordingServices& services) : services_(services) {}
 
 DeviceAccess::~DeviceAccess() = default;
 
@@ -41,7 +41,7 @@ void DeviceAccess::requestCamera(Completion completion) {
         "Kamera", [this] { return cameraAccess(services_.devices); }, std::move(completion));
 }
 
-void DeviceAccess::requestDevice(const CaptureDevice& device, Completion completion) {
+void DeviceAccess::requestDevice(const platform::CaptureDevice& device, Completion completion) {
     request(
         device.name,
         [this, device] {
@@ -66,4 +66,4 @@ void DeviceAccess::request(std::string what, std::function<Access()> ask, Comple
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -7,7 +7,7 @@
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 enum class Access {
     granted,
@@ -20,7 +20,7 @@ enum class Access {
 /// destroyed.
 class DeviceAccess {
   public:
-    explicit DeviceAccess(const RecordingServices& services);
+    explicit DeviceAccess(const capture::RecordingServices& services);
     ~DeviceAccess();
     DeviceAccess(const DeviceAccess&) = delete;
     DeviceAccess& operator=(const DeviceAccess&) = delete;
@@ -28,7 +28,7 @@ class DeviceAccess {
     using Completion = std::function<void(Access)>;
     void requestMicrophone(Completion completion);
     void requestCamera(Completion completion);
-    void requestDevice(const CaptureDevice& device, Completion completion);
+    void requestDevice(const platform::CaptureDevice& device, Completion completion);
 
   private:
     enum class Lifetime {};
@@ -36,9 +36,9 @@ class DeviceAccess {
     /// `what` is asked for, for the log.
     void request(std::string what, std::function<Access()> ask, Completion completion);
 
-    const RecordingServices services_;
+    const capture::RecordingServices services_;
     std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
     SerialQueue queue_{"lumivastor.access"};
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

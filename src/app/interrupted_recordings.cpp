@@ -11,14 +11,14 @@
 #include "base/unique_descriptor.h"
 #include "capture/journal/journal_records.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
 // A recorder, or a recovery, holds its journal while it runs: in this program or, on the command line, in another.
 bool isInWork(const std::filesystem::path& folder) {
     const UniqueDescriptor journal(
-        ::open((folder / kJournalName).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+        ::open((folder / capture::kJournalName).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     return journal.isOpen() && ::flock(journal.get(), LOCK_SH | LOCK_NB) != 0;
 }
 
@@ -30,7 +30,7 @@ std::vector<std::filesystem::path> interruptedRecordings(const std::filesystem::
     for (std::filesystem::directory_iterator entry(root, error), end; !error && entry != end; entry.increment(error)) {
         std::error_code unreadable;
         const auto& folder = entry->path();
-        if (entry->is_directory(unreadable) && isUnfinishedRecording(folder) && !isInWork(folder)) {
+        if (entry->is_directory(unreadable) && capture::isUnfinishedRecording(folder) && !isInWork(folder)) {
             found.push_back(folder);
         }
     }
@@ -46,7 +46,7 @@ std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>
 }
 
 CompletionReport completeRecordings(const std::vector<std::filesystem::path>& folders,
-                                    const std::function<Recovery(const std::filesystem::path&)>& recover) {
+                                    const std::function<capture::Recovery(const std::filesystem::path&)>& recover) {
     CompletionReport report;
     for (const auto& folder : folders) {
         try {
@@ -76,4 +76,4 @@ std::string completionText(const CompletionReport& report) {
     return text;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -11,7 +11,7 @@
 #include "base/recorder_error.h"
 #include "capture/recovery/recovery.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The folders directly below `root` that hold a recording which was begun and not completed, oldest name first. Those
 /// that are being recorded at this moment are not among them.
@@ -24,7 +24,7 @@ std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>
 struct CompletionReport {
     /// The folders that are complete now, and what is in the last of them.
     std::vector<std::filesystem::path> completed;
-    Recorder::Stats lastStats;
+    capture::Recorder::Stats lastStats;
     struct Failure {
         std::filesystem::path folder;
         std::string message;
@@ -34,9 +34,9 @@ struct CompletionReport {
 
 /// Completes one after the other; what fails is reported, not thrown. Takes a moment for each. Any thread.
 CompletionReport completeRecordings(const std::vector<std::filesystem::path>& folders,
-                                    const std::function<Recovery(const std::filesystem::path&)>& recover);
+                                    const std::function<capture::Recovery(const std::filesystem::path&)>& recover);
 
 /// What the status says in the end.
 std::string completionText(const CompletionReport& report);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -8,12 +8,12 @@
 #include "capture/journal/journal_records.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 TEST(InterruptedRecordings, AreTheFoldersWithAMovieAndAJournal) {
     const TemporaryFolder root;
-    const std::string journal = kJournalName;
+    const std::string journal = capture::kJournalName;
     root.write("b/source.mov", "");
     root.write("b/" + journal, "");
     root.write("a/source.mov", "");
@@ -29,7 +29,7 @@ TEST(InterruptedRecordings, AreTheFoldersWithAMovieAndAJournal) {
 
 TEST(InterruptedRecordings, OneThatIsStillBeingRecordedIsNotInterrupted) {
     const TemporaryFolder root;
-    const std::string journal = std::string("a/") + kJournalName;
+    const std::string journal = std::string("a/") + capture::kJournalName;
     root.write("a/source.mov", "");
     root.write(journal, "");
     {
@@ -49,7 +49,7 @@ TEST(InterruptedNotice, NamesTheOneOrTheNewest) {
 }
 
 TEST(CompleteRecordings, GoesOnBehindOneThatFails) {
-    const auto recover = [](const std::filesystem::path& folder) -> Recovery {
+    const auto recover = [](const std::filesystem::path& folder) -> capture::Recovery {
         if (folder == "/m/b") throw RecorderError("Nicht zu retten.");
         return {{.duration = 2.5, .framesWritten = 150}, true};
     };
@@ -61,4 +61,4 @@ TEST(CompleteRecordings, GoesOnBehindOneThatFails) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

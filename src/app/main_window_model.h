@@ -7,7 +7,7 @@
 #include "app/main_window_state.h"
 #include "app/view_in_force.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// What a hint in the status is about: when that changes, the hint no longer holds.
 enum class Hint { microphone, camera, source, folder, start };
@@ -54,4 +54,4 @@ class MainWindowModel {
     std::optional<ShownHint> hint_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

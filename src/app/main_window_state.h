@@ -7,7 +7,7 @@
 
 #include "app/source_choice.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// What the user has set in the main window.
 struct MainWindowChoices {
@@ -54,4 +54,4 @@ struct MainWindowState {
     bool operator==(const MainWindowState&) const = default;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -8,7 +8,7 @@
 
 #include "app/app_view.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Takes the windows' place when they are gone with their display server: nothing is shown, and nobody is asked.
 class NoView final : public AppView {
@@ -19,18 +19,19 @@ class NoView final : public AppView {
     void show(const MainWindowState&) override {}
     void showMainWindow() override {}
     void hideMainWindow() override {}
-    void showCameraPreview(std::shared_ptr<WebcamPreview>) override {}
+    void showCameraPreview(std::shared_ptr<capture::WebcamPreview>) override {}
     void hideCameraPreview() override {}
     void showCountdown(int) override {}
     void hideCountdown() override {}
-    bool hasScreen(const Display&) override { return false; }
-    void showRegionArmPanel(const Display&) override {}
+    bool hasScreen(const platform::Display&) override { return false; }
+    void showRegionArmPanel(const platform::Display&) override {}
     void closeRegionArmPanel() override {}
-    void pickRegion(const Display&, std::function<void(std::optional<Rect>)>) override {}
+    void pickRegion(const platform::Display&, std::function<void(std::optional<Rect>)>) override {}
     void installStatusItem(const std::string&) override {}
     void setStatusItemTitle(const std::string&) override {}
     void removeStatusItem() override {}
-    void showRecordingPanel(const std::optional<Display>&, std::shared_ptr<WebcamPreview>, bool) override {}
+    void showRecordingPanel(const std::optional<platform::Display>&, std::shared_ptr<capture::WebcamPreview>,
+                            bool) override {}
     void setRecordingPanelTime(const std::string&) override {}
     void removeRecordingPanel() override {}
     void askForFolder(const std::string&, const std::filesystem::path&,
@@ -45,4 +46,4 @@ class NoView final : public AppView {
     const std::function<void()> terminate_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -9,7 +9,7 @@
 #include "base/log.h"
 #include "capture/recordings_root.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -55,8 +55,8 @@ bool RecordingFlow::hasRecorder() const {
 
 // Regions
 
-void RecordingFlow::beginRegion(const Display& display, std::vector<RunningApplication> excludedApplications,
-                                bool provesItself) {
+void RecordingFlow::beginRegion(const platform::Display& display,
+                                std::vector<platform::RunningApplication> excludedApplications, bool provesItself) {
     if (isActive()) return;
     if (!view_->hasScreen(display)) {
         window_.setHint(Hint::source, "Bildschirm nicht gefunden.");
@@ -64,7 +64,7 @@ void RecordingFlow::beginRegion(const Display& display, std::vector<RunningAppli
     }
     Log::write("Region", "Fluss gestartet: Fenster weg, App tritt zurück");
     phase_ = Phase::arming;
-    pendingRegion_ = Request{RegionSource{display, {}}, display, std::move(excludedApplications)};
+    pendingRegion_ = Request{capture::RegionSource{display, {}}, display, std::move(excludedApplications)};
     view_->hideMainWindow();
     view_->showRegionArmPanel(display);
     Log::write("Region", "Bereit-Feld angezeigt");
@@ -95,7 +95,7 @@ void RecordingFlow::regionPicked(std::optional<Rect> rect) {
         return;
     }
     window_.setStatus(regionText({rect->width, rect->height}));
-    request.source = RegionSource{*request.display, *rect};
+    request.source = capture::RegionSource{*request.display, *rect};
     begin(std::move(request));
 }
 
@@ -105,7 +105,7 @@ void RecordingFlow::begin(Request request) {
     if (!isActive()) askForPermissions(std::move(request), {.device = true});
 }
 
-void RecordingFlow::beginDevice(const CaptureDevice& device) {
+void RecordingFlow::beginDevice(const platform::CaptureDevice& device) {
     if (!isActive()) askForPermissions(device, {});
 }
 
@@ -115,7 +115,7 @@ void RecordingFlow::askForPermissions(Subject subject, Granted granted) {
     if (preview_.isOn()) granted.webcam = true;
     const MainWindowChoices& choices = window_.choices();
     if (!granted.device) {
-        access_.requestDevice(std::get<CaptureDevice>(subject), [=, this](Access access) {
+        access_.requestDevice(std::get<platform::CaptureDevice>(subject), [=, this](Access access) {
             permissionAnswered(access, subject, {true, granted.microphone, granted.webcam}, {Hint::source, kNoDevice});
         });
     } else if (choices.microphone && !granted.microphone) {
@@ -149,26 +149,26 @@ void RecordingFlow::prepare(const Subject& subject) {
     const auto* request = std::get_if<Request>(&subject);
     folder_.clear();
     try {
-        folder_ = makeRecordingFolder(services_.root, services_.wallClock());
+        folder_ = capture::makeRecordingFolder(services_.root, services_.wallClock());
     } catch (const RecorderError& error) {
         startFailed(request != nullptr ? "Capture" : "Device", error.message());
         return;
     }
     if (request != nullptr) {
         display_ = request->display;
-        recorder_ =
-            std::make_unique<Recorder>(services_,
-                                       CaptureOptions{request->source, request->excludedApplications, choices.fps(),
-                                                      choices.systemAudio, choices.microphone, choices.webcam},
-                                       folder_);
+        recorder_ = std::make_unique<capture::Recorder>(
+            services_,
+            capture::CaptureOptions{request->source, request->excludedApplications, choices.fps(), choices.systemAudio,
+                                    choices.microphone, choices.webcam},
+            folder_);
         recorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
         recorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
         recorder_->onSlowStep = [this](const std::string& what) { window_.setStatus(what); };
     } else {
         display_.reset();
-        deviceRecorder_ = std::make_unique<DeviceRecorder>(
-            services_, std::get<CaptureDevice>(subject),
-            DeviceRecorder::Options{.microphone = choices.microphone, .webcam = choices.webcam}, folder_);
+        deviceRecorder_ = std::make_unique<capture::DeviceRecorder>(
+            services_, std::get<platform::CaptureDevice>(subject),
+            capture::DeviceRecorder::Options{.microphone = choices.microphone, .webcam = choices.webcam}, folder_);
         deviceRecorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
         deviceRecorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
         deviceRecorder_->onSlowStep = [this](const std::string& what) { window_.setStatus(what); };
@@ -267,11 +267,11 @@ void RecordingFlow::grabShortcut() {
 void RecordingFlow::tick() {
     double seconds = 0;
     if (deviceRecorder_) {
-        const DeviceRecorder::Stats stats = deviceRecorder_->snapshot();
+        const capture::DeviceRecorder::Stats stats = deviceRecorder_->snapshot();
         window_.setStatus(runningText(stats, deviceRecorder_->deviceName()));
         seconds = stats.duration;
     } else {
-        const Recorder::Stats stats = recorder_->snapshot();
+        const capture::Recorder::Stats stats = recorder_->snapshot();
         window_.setStatus(runningText(stats));
         seconds = stats.duration;
     }
@@ -309,11 +309,12 @@ void RecordingFlow::stop() {
         state.status = "Schließe die Datei ab …";
     });
     if (deviceRecorder_) {
-        deviceRecorder_->stop([this, alive = std::weak_ptr(lifetime_)](const DeviceRecorder::Outcome& outcome) {
-            if (!alive.expired()) finishedDevice(outcome);
-        });
+        deviceRecorder_->stop(
+            [this, alive = std::weak_ptr(lifetime_)](const capture::DeviceRecorder::Outcome& outcome) {
+                if (!alive.expired()) finishedDevice(outcome);
+            });
     } else {
-        recorder_->stop([this, alive = std::weak_ptr(lifetime_)](const Recorder::Outcome& outcome) {
+        recorder_->stop([this, alive = std::weak_ptr(lifetime_)](const capture::Recorder::Outcome& outcome) {
             if (!alive.expired()) finished(outcome);
         });
     }
@@ -324,16 +325,16 @@ void RecordingFlow::stopAndTerminate() {
     stop();
 }
 
-void RecordingFlow::finished(const Recorder::Outcome& outcome) {
-    if (const auto* stats = std::get_if<Recorder::Stats>(&outcome)) {
+void RecordingFlow::finished(const capture::Recorder::Outcome& outcome) {
+    if (const auto* stats = std::get_if<capture::Recorder::Stats>(&outcome)) {
         conclude(finishedText(*stats, folder_), true);
     } else {
         conclude("Fehler beim Abschließen: " + std::get<RecorderError>(outcome).message(), false);
     }
 }
 
-void RecordingFlow::finishedDevice(const DeviceRecorder::Outcome& outcome) {
-    if (const auto* stats = std::get_if<DeviceRecorder::Stats>(&outcome)) {
+void RecordingFlow::finishedDevice(const capture::DeviceRecorder::Outcome& outcome) {
+    if (const auto* stats = std::get_if<capture::DeviceRecorder::Stats>(&outcome)) {
         conclude(finishedText(*stats), true);
     } else {
         conclude("Fehler beim Abschließen: " + std::get<RecorderError>(outcome).message(), false);
@@ -397,4 +398,4 @@ void RecordingFlow::stopCameraPreview() {
     view_->hideCameraPreview();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

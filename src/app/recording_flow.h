@@ -16,7 +16,7 @@
 #include "capture/recording/device_recorder.h"
 #include "capture/recording/recorder.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// One recording after the other, from the click on "Aufnahme starten" until its folder is finished:
 ///
@@ -48,16 +48,17 @@ class RecordingFlow {
 
     /// What of the desktop is to be recorded, where that shows, and whose windows are left out.
     struct Request {
-        CaptureSource source;
-        std::optional<Display> display;
-        std::vector<RunningApplication> excludedApplications;
+        capture::CaptureSource source;
+        std::optional<platform::Display> display;
+        std::vector<platform::RunningApplication> excludedApplications;
     };
 
     // These begin a recording, as the main window's choices say; only while idle.
     void begin(Request request);
-    void beginDevice(const CaptureDevice& device);
+    void beginDevice(const platform::CaptureDevice& device);
     /// Lets the user choose a region of `display` first. `provesItself`: goes on to the overlay by itself.
-    void beginRegion(const Display& display, std::vector<RunningApplication> excludedApplications, bool provesItself);
+    void beginRegion(const platform::Display& display, std::vector<platform::RunningApplication> excludedApplications,
+                     bool provesItself);
 
     void regionArmProceed();
     void regionArmCancel();
@@ -77,7 +78,7 @@ class RecordingFlow {
   private:
     enum class Lifetime {};
     /// What is being begun: a source of the desktop or a device.
-    using Subject = std::variant<Request, CaptureDevice>;
+    using Subject = std::variant<Request, platform::CaptureDevice>;
     struct Granted {
         bool device = false;
         bool microphone = false;
@@ -104,8 +105,8 @@ class RecordingFlow {
     void tick();
     void streamFailed(const RecorderError& error);
     void note(const std::string& sentence);
-    void finished(const Recorder::Outcome& outcome);
-    void finishedDevice(const DeviceRecorder::Outcome& outcome);
+    void finished(const capture::Recorder::Outcome& outcome);
+    void finishedDevice(const capture::DeviceRecorder::Outcome& outcome);
     void backToIdle();
     void conclude(const std::string& status, bool succeeded);
     void presetZooms();
@@ -124,15 +125,15 @@ class RecordingFlow {
     std::optional<Request> pendingRegion_;
 
     std::filesystem::path folder_;
-    std::optional<Display> display_;
-    std::unique_ptr<Recorder> recorder_;
-    std::unique_ptr<DeviceRecorder> deviceRecorder_;
+    std::optional<platform::Display> display_;
+    std::unique_ptr<capture::Recorder> recorder_;
+    std::unique_ptr<capture::DeviceRecorder> deviceRecorder_;
     std::unique_ptr<MainLoop::Timer> armTimer_;
     std::unique_ptr<MainLoop::Timer> countdownTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
     std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
-    std::unique_ptr<GlobalShortcut> stopShortcut_;  // last: it calls in until it ends
+    std::unique_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it calls in until it ends
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

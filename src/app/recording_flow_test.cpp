@@ -11,7 +11,7 @@
 #include "support/app_rig.h"
 #include "support/await.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 class RecordingFlowTest : public AppRig {
@@ -21,8 +21,8 @@ class RecordingFlowTest : public AppRig {
         const auto from = std::find(view_.calls.begin(), view_.calls.end(), first);
         return {from, view_.calls.end()};
     }
-    std::shared_ptr<SyntheticDevice> useCamera() {
-        auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    std::shared_ptr<synthetic::SyntheticDevice> useCamera() {
+        auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
         devices_.setDefaultCamera(camera);
         return camera;
     }
@@ -39,7 +39,7 @@ TEST_F(RecordingFlowTest, RecordsADisplayFromTheClickToTheEditor) {
     EXPECT_EQ(callsFrom("countdown 3"),
               (std::vector<std::string>{"countdown 3", "countdown 2", "countdown 1", "hideCountdown", "hideCamera",
                                         "hideMainWindow", "install ⏺ 0:00", "panel rechts"}));
-    const auto filter = std::get<DisplayFilter>(*desktop_.filter());
+    const auto filter = std::get<platform::DisplayFilter>(*desktop_.filter());
     EXPECT_EQ(filter.display.name, "rechts");
     ASSERT_EQ(filter.excludedApplications.size(), 1U);
     EXPECT_EQ(filter.excludedApplications[0].processId, 44);
@@ -64,8 +64,8 @@ TEST_F(RecordingFlowTest, RecordsADisplayFromTheClickToTheEditor) {
     EXPECT_EQ(view_.state.recordTitle, "Aufnahme starten");
     EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
     EXPECT_EQ(sleep_.holds, 0);
-    EXPECT_EQ(CaptureInfo::load(recording_).sourceKind, "display");
-    EXPECT_EQ(CaptureInfo::load(recording_).fps, 30);
+    EXPECT_EQ(model::CaptureInfo::load(recording_).sourceKind, "display");
+    EXPECT_EQ(model::CaptureInfo::load(recording_).fps, 30);
     EXPECT_FALSE(std::filesystem::exists(recording_ / "project.json"));
 }
 
@@ -83,10 +83,10 @@ TEST_F(RecordingFlowTest, RecordsAWindow) {
     app_->sourceTypeChanged(SourceType::window);
     app_->sourceSelected(1);
     startRecording();
-    EXPECT_EQ(std::get<WindowFilter>(*desktop_.filter()).window.id, 77U);
+    EXPECT_EQ(std::get<platform::WindowFilter>(*desktop_.filter()).window.id, 77U);
     EXPECT_EQ(view_.count("panel rechts"), 1);
     stopRecording();
-    EXPECT_EQ(CaptureInfo::load(recording_).sourceKind, "window");
+    EXPECT_EQ(model::CaptureInfo::load(recording_).sourceKind, "window");
 }
 
 TEST_F(RecordingFlowTest, TheSecondsOfTheCountdownAreCounted) {
@@ -135,7 +135,7 @@ TEST_F(RecordingFlowTest, AProjectThatIsThereAlreadyIsLeftAlone) {
 // Permissions
 
 TEST_F(RecordingFlowTest, ARefusedMicrophoneNeverStartsTheCountdown) {
-    sound_.failStarts(SyntheticSoundSystem::Kind::microphone, "Kein Zugriff.");
+    sound_.failStarts(synthetic::SyntheticSoundSystem::Kind::microphone, "Kein Zugriff.");
     launch();
     app_->microphoneToggled(true);
     app_->toggleRecording();
@@ -191,8 +191,8 @@ TEST_F(RecordingFlowTest, MicrophoneAndCameraAreRecordedOnceTheyAreAllowed) {
     view_.calls.clear();
     stopRecording();
     untilCalled("showCamera");
-    EXPECT_EQ(CaptureInfo::load(recording_).webcamFile, "webcam.mov");
-    EXPECT_TRUE(CaptureInfo::load(recording_).microphone);
+    EXPECT_EQ(model::CaptureInfo::load(recording_).webcamFile, "webcam.mov");
+    EXPECT_TRUE(model::CaptureInfo::load(recording_).microphone);
 }
 
 // Regions
@@ -216,7 +216,7 @@ TEST_F(RecordingFlowTest, RecordsARegionThatWasPicked) {
     EXPECT_EQ(desktop_.configuration()->sourceRect, (Rect{10, 20, 100.4, 80}));
     emitPicture();
     stopRecording();
-    EXPECT_EQ(CaptureInfo::load(recording_).sourceKind, "region");
+    EXPECT_EQ(model::CaptureInfo::load(recording_).sourceKind, "region");
     const std::vector<std::string> expected = {"[Region] Fluss gestartet: Fenster weg, App tritt zurück",
                                                "[Region] Bereit-Feld angezeigt",
                                                "[Region] Nutzer bereit, zeige Overlay"};
@@ -259,7 +259,8 @@ TEST_F(RecordingFlowTest, ADisplayWithoutAScreenHasNoRegions) {
 // Devices
 
 TEST_F(RecordingFlowTest, RecordsADevice) {
-    const auto phone = std::make_shared<SyntheticDevice>(CaptureDevice{"iphone", "iPhone von Ada", true, 0});
+    const auto phone =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"iphone", "iPhone von Ada", true, 0});
     devices_.addExternalDevice(phone);
     launch();
     app_->sourceTypeChanged(SourceType::device);
@@ -292,7 +293,8 @@ TEST_F(RecordingFlowTest, RecordsADevice) {
 }
 
 TEST_F(RecordingFlowTest, ADeviceThatRefusesIsTold) {
-    const auto phone = std::make_shared<SyntheticDevice>(CaptureDevice{"iphone", "iPhone", true, 0});
+    const auto phone =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"iphone", "iPhone", true, 0});
     phone->failOpens("Gesperrt.");
     devices_.addExternalDevice(phone);
     launch();
@@ -434,7 +436,7 @@ TEST_F(RecordingFlowTest, QuittingWhileRecordingFinishesTheFolderFirst) {
     EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::later);
     EXPECT_EQ(view_.count("terminate"), 0);
     untilCalled("terminate");
-    EXPECT_GT(CaptureInfo::load(recording_).framesWritten, 0);
+    EXPECT_GT(model::CaptureInfo::load(recording_).framesWritten, 0);
     EXPECT_EQ(view_.count("editor " + recording_.string()), 0);
     EXPECT_EQ(view_.state.status, "Schließe die Datei ab …");
 }
@@ -450,14 +452,14 @@ TEST_F(RecordingFlowTest, QuittingAgainWhileItFinishesWaits) {
 }
 
 TEST_F(RecordingFlowTest, QuittingWhileItStartsEndsWhatWasStarted) {
-    desktop_.atStart([this] { desktop_.emitScreen({FrameStatus::started, 1003, picture(320, 240)}); });
+    desktop_.atStart([this] { desktop_.emitScreen({platform::FrameStatus::started, 1003, picture(320, 240)}); });
     launch();
     app_->toggleRecording();
     loop_.advance(3);
     EXPECT_EQ(app_->applicationShouldTerminate(), AppDelegate::TerminateReply::later);
     untilCalled("terminate");
     EXPECT_EQ(view_.count("install ⏺ 0:00"), 0);
-    EXPECT_GT(CaptureInfo::load(recording_).framesWritten, 0);
+    EXPECT_GT(model::CaptureInfo::load(recording_).framesWritten, 0);
 }
 
 TEST_F(RecordingFlowTest, QuittingWhileAStartFailsEndsToo) {
@@ -502,4 +504,4 @@ TEST_F(RecordingFlowTest, AListThatComesLateDoesNotTalkOverTheCountdown) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -5,7 +5,7 @@
 
 #include "base/formatted.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -56,9 +56,9 @@ Point RegionSelection::inside(Point point) const {
     return {std::clamp(point.x, 0.0, overlay_.width), std::clamp(point.y, 0.0, overlay_.height)};
 }
 
-Rect displayRect(const Rect& overlayRect, double pixelsPerOverlayPoint, const Display& display) {
+Rect displayRect(const Rect& overlayRect, double pixelsPerOverlayPoint, const platform::Display& display) {
     const double factor = pixelsPerOverlayPoint / display.scale;
     return {overlayRect.x * factor, overlayRect.y * factor, overlayRect.width * factor, overlayRect.height * factor};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

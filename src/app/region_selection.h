@@ -6,7 +6,7 @@
 #include "base/geometry.h"
 #include "platform/shareable_content.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Text on the overlay, centred on a point.
 struct OverlayLabel {
@@ -42,6 +42,6 @@ class RegionSelection {
 
 /// A rectangle on an overlay of the display as the display's own points relative to its top-left corner.
 /// `pixelsPerOverlayPoint`: how many pixels of the desktop a point of the overlay is wide.
-Rect displayRect(const Rect& overlayRect, double pixelsPerOverlayPoint, const Display& display);
+Rect displayRect(const Rect& overlayRect, double pixelsPerOverlayPoint, const platform::Display& display);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 constexpr Size kOverlay{1280, 800};
@@ -86,16 +86,16 @@ TEST(RegionSelection, ADragBeyondTheScreenEndsAtItsEdge) {
 }
 
 TEST(DisplayRect, IsTheSameWhereOverlayAndDisplayHaveTheSamePoints) {
-    const Display display{1, "links", {100, 50, 640, 400}, 2};
+    const platform::Display display{1, "links", {100, 50, 640, 400}, 2};
     EXPECT_EQ(displayRect({10, 20, 200, 100}, 2, display), (Rect{10, 20, 200, 100}));
 }
 
 TEST(DisplayRect, CountsInTheDisplaysPointsWhereTheOverlayHasOthers) {
-    const Display display{1, "links", {100, 50, 1280, 800}, 1};
+    const platform::Display display{1, "links", {100, 50, 1280, 800}, 1};
     EXPECT_EQ(displayRect({10, 20, 200, 100}, 2, display), (Rect{20, 40, 400, 200}));
-    const Display fine{1, "links", {100, 50, 640, 400}, 2};
+    const platform::Display fine{1, "links", {100, 50, 640, 400}, 2};
     EXPECT_EQ(displayRect({10, 20, 200, 100}, 1, fine), (Rect{5, 10, 100, 50}));
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -7,19 +7,19 @@
 
 #include "capture/source_listing.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
-std::uint32_t displayID(const CaptureSource& source) {
-    if (const auto* display = std::get_if<DisplaySource>(&source)) return display->display.id;
-    if (const auto* region = std::get_if<RegionSource>(&source)) return region->display.id;
-    return std::get<WindowSource>(source).window.displayID;
+std::uint32_t displayID(const capture::CaptureSource& source) {
+    if (const auto* display = std::get_if<capture::DisplaySource>(&source)) return display->display.id;
+    if (const auto* region = std::get_if<capture::RegionSource>(&source)) return region->display.id;
+    return std::get<capture::WindowSource>(source).window.displayID;
 }
 
-SourcePopup windowPopup(const std::vector<Window>& windows) {
+SourcePopup windowPopup(const std::vector<platform::Window>& windows) {
     SourcePopup popup;
-    for (const Window& window : windows) popup.items.push_back(windowTitle(window));
+    for (const platform::Window& window : windows) popup.items.push_back(capture::windowTitle(window));
     popup.status = windows.empty()
                        ? "Kein aufnehmbares Fenster gefunden - Liste mit ↻ aktualisieren."
                        : "Bereit. " + std::to_string(windows.size()) + " Fenster gefunden (↻ aktualisiert die Liste).";
@@ -27,26 +27,26 @@ SourcePopup windowPopup(const std::vector<Window>& windows) {
 }
 
 SourcePopup displayPopup(const SourceLists& lists, const std::string& readyStatus) {
-    const std::vector<Display>& displays = lists.displays;
+    const std::vector<platform::Display>& displays = lists.displays;
     SourcePopup popup;
-    for (std::size_t i = 0; i < displays.size(); ++i) popup.items.push_back(displayTitle(displays[i], i));
+    for (std::size_t i = 0; i < displays.size(); ++i) popup.items.push_back(capture::displayTitle(displays[i], i));
     popup.status = lists.displayRefusal.value_or(displays.empty() ? "Kein Bildschirm gefunden." : readyStatus);
     return popup;
 }
 
-SourcePopup devicePopup(const std::vector<CaptureDevice>& devices) {
+SourcePopup devicePopup(const std::vector<platform::CaptureDevice>& devices) {
     SourcePopup popup;
-    for (const CaptureDevice& device : devices) popup.items.push_back(device.name);
+    for (const platform::CaptureDevice& device : devices) popup.items.push_back(device.name);
     popup.status = "Bereit. Hinweis: Vom iPhone gibt es keine Klick-Daten - Zooms setzt du im Editor von Hand.";
     return popup;
 }
 
 }  // namespace
 
-SourceLists sourceLists(const ShareableContent& content, std::vector<CaptureDevice> devices) {
-    const RunningApplication self{getpid(), kOwnBundleIdentifier, "LumiVastor"};
-    return {content.displays, recordableWindows(content.windows, ownIdentifier(content)), std::move(devices),
-            content.ownApplication.value_or(self), content.displayRefusal};
+SourceLists sourceLists(const platform::ShareableContent& content, std::vector<platform::CaptureDevice> devices) {
+    const platform::RunningApplication self{getpid(), capture::kOwnBundleIdentifier, "LumiVastor"};
+    return {content.displays, capture::recordableWindows(content.windows, capture::ownIdentifier(content)),
+            std::move(devices), content.ownApplication.value_or(self), content.displayRefusal};
 }
 
 SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
@@ -71,10 +71,12 @@ SourcePopup deniedSourcePopup() {
             "dort „LumiVastor\" aktivieren und die App neu starten."};
 }
 
-std::optional<Display> displayOf(const CaptureSource& source, const std::vector<Display>& displays) {
-    const auto found = std::find_if(displays.begin(), displays.end(),
-                                    [id = displayID(source)](const Display& display) { return display.id == id; });
+std::optional<platform::Display> displayOf(const capture::CaptureSource& source,
+                                           const std::vector<platform::Display>& displays) {
+    const auto found =
+        std::find_if(displays.begin(), displays.end(),
+                     [id = displayID(source)](const platform::Display& display) { return display.id == id; });
     return found == displays.end() ? std::nullopt : std::optional(*found);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
-const RunningApplication kTerminal{1, "xterm", "Terminal"};
+const platform::RunningApplication kTerminal{1, "xterm", "Terminal"};
 
 SourceLists lists() {
     SourceLists lists;
@@ -60,7 +60,7 @@ TEST(SourcePopup, TellsHowToAllowRecordingInThreeLines) {
 }
 
 TEST(SourcePopup, SaysWhyNoDisplayCanBeRecorded) {
-    ShareableContent content;
+    platform::ShareableContent content;
     content.displays = {{7, "XWAYLAND0", {0, 0, 1920, 1080}, 1}};
     content.displayRefusal = "Nur Fenster.";
     const SourceLists lists = sourceLists(content, {});
@@ -70,8 +70,8 @@ TEST(SourcePopup, SaysWhyNoDisplayCanBeRecorded) {
 }
 
 TEST(SourceLists, LeaveOwnWindowsOutAndKnowTheOwnProgram) {
-    ShareableContent content;
-    const RunningApplication own{44, "Lumivastor", "LumiVastor"};
+    platform::ShareableContent content;
+    const platform::RunningApplication own{44, "Lumivastor", "LumiVastor"};
     content.ownApplication = own;
     content.windows = {{1, "Fremd", kTerminal, 0, {0, 0, 300, 200}, 7}, {2, "Eigen", own, 0, {0, 0, 300, 200}, 7}};
     const SourceLists lists = sourceLists(content, {});
@@ -86,11 +86,11 @@ TEST(SourceLists, AProgramWithoutWindowsKnowsItselfByItsProcess) {
 
 TEST(DisplayOf, FindsTheDisplayOfEverySource) {
     const auto displays = lists().displays;
-    EXPECT_EQ(displayOf(DisplaySource{displays[1]}, displays), displays[1]);
-    EXPECT_EQ(displayOf(RegionSource{displays[0], {}}, displays), displays[0]);
-    EXPECT_EQ(displayOf(WindowSource{lists().windows[0]}, displays), displays[1]);
-    EXPECT_FALSE(displayOf(WindowSource{lists().windows[0]}, {displays[0]}));
+    EXPECT_EQ(displayOf(capture::DisplaySource{displays[1]}, displays), displays[1]);
+    EXPECT_EQ(displayOf(capture::RegionSource{displays[0], {}}, displays), displays[0]);
+    EXPECT_EQ(displayOf(capture::WindowSource{lists().windows[0]}, displays), displays[1]);
+    EXPECT_FALSE(displayOf(capture::WindowSource{lists().windows[0]}, {displays[0]}));
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -4,7 +4,7 @@
 
 #include "base/formatted.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -19,27 +19,27 @@ std::string elapsedText(double seconds) {
     return formatted("%lld:%02lld", whole / 60, whole % 60);
 }
 
-std::string runningText(const Recorder::Stats& stats) {
+std::string runningText(const capture::Recorder::Stats& stats) {
     return formatted("Läuft: %.1f s · %lld Bilder · %lld verworfen · %lld Zeigerereignisse", stats.duration,
                      figure(stats.framesWritten), figure(stats.framesDropped), figure(stats.pointerEvents));
 }
 
-std::string runningText(const DeviceRecorder::Stats& stats, const std::string& deviceName) {
+std::string runningText(const capture::DeviceRecorder::Stats& stats, const std::string& deviceName) {
     return formatted("Läuft: %.1f s · %lld Bilder (", stats.duration, figure(stats.framesWritten)) + deviceName + ")";
 }
 
-std::string finishedText(const Recorder::Stats& stats, const std::filesystem::path& folder) {
+std::string finishedText(const capture::Recorder::Stats& stats, const std::filesystem::path& folder) {
     const std::string dropped = stats.framesDropped > 0 ? std::to_string(stats.framesDropped) + " verworfene Bilder"
                                                         : "keine verworfenen Bilder";
     return formatted("Fertig: %.1f s, %lld Bilder (", stats.duration, figure(stats.framesWritten)) + dropped +
            formatted("), %lld Zeigerereignisse\nOrdner: ", figure(stats.pointerEvents)) + folder.string();
 }
 
-std::string finishedText(const DeviceRecorder::Stats& stats) {
+std::string finishedText(const capture::DeviceRecorder::Stats& stats) {
     return formatted("Fertig: %.1f s, %lld Bilder", stats.duration, figure(stats.framesWritten));
 }
 
-std::string checkVideoText(const CursorRenderer::Result& result) {
+std::string checkVideoText(const render::CursorRenderer::Result& result) {
     return formatted("Prüfvideo fertig: %lld Bilder, %.1f s\n", figure(result.frames), result.seconds) +
            result.url.filename().string() +
            "\n\nBeim Ansehen prüfen: Sitzt der Ring genau auf dem angeklickten\n"
@@ -50,4 +50,4 @@ std::string regionText(const Size& points) {
     return formatted("Ausschnitt: %.0f × %.0f Punkte", points.width, points.height);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -9,20 +9,20 @@
 
 // What the main window's status line says, where that takes figures. Plain functions.
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Whole minutes and seconds, cut off: "0:59", "75:03".
 std::string elapsedText(double seconds);
 
-std::string runningText(const Recorder::Stats& stats);
-std::string runningText(const DeviceRecorder::Stats& stats, const std::string& deviceName);
+std::string runningText(const capture::Recorder::Stats& stats);
+std::string runningText(const capture::DeviceRecorder::Stats& stats, const std::string& deviceName);
 
-std::string finishedText(const Recorder::Stats& stats, const std::filesystem::path& folder);
-std::string finishedText(const DeviceRecorder::Stats& stats);
+std::string finishedText(const capture::Recorder::Stats& stats, const std::filesystem::path& folder);
+std::string finishedText(const capture::DeviceRecorder::Stats& stats);
 
-std::string checkVideoText(const CursorRenderer::Result& result);
+std::string checkVideoText(const render::CursorRenderer::Result& result);
 
 /// "Ausschnitt: 640 × 360 Punkte"
 std::string regionText(const Size& points);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

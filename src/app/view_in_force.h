@@ -2,7 +2,7 @@
 
 #include "app/app_view.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The view that is told what to show; another may take its place. Main thread.
 class ViewInForce {
@@ -18,4 +18,4 @@ class ViewInForce {
     AppView* view_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

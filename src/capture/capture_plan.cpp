@@ -10,7 +10,7 @@
 #include "base/saturated.h"
 #include "imaging/picture_limits.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -21,62 +21,62 @@ constexpr int kQuality = 20;
 constexpr double kKeySecondsAtRest = 10;
 constexpr double kBitsPerPixel = 0.08;
 
-Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, PictureSize size,
-                    const ShareableContent& desktop, const Rect& otherwise) {
+model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, platform::PictureSize size,
+                           const platform::ShareableContent& desktop, const Rect& otherwise) {
     return {displayID, content, scale, Size{static_cast<double>(size.width), static_cast<double>(size.height)},
             [&](std::uint32_t id) {
-                const Display* display = desktop.display(id);
+                const platform::Display* display = desktop.display(id);
                 return display == nullptr ? otherwise : display->frame;
             }};
 }
 
-const Display& displayOf(const Window& window, const ShareableContent& content) {
-    if (const Display* display = content.display(window.displayID)) return *display;
-    if (const Display* display = content.display(content.mainDisplayID)) return *display;
+const platform::Display& displayOf(const platform::Window& window, const platform::ShareableContent& content) {
+    if (const platform::Display* display = content.display(window.displayID)) return *display;
+    if (const platform::Display* display = content.display(content.mainDisplayID)) return *display;
     if (content.displays.empty()) throw RecorderError("Kein Bildschirm gefunden.");
     return content.displays.front();
 }
 
 // The display as it is now: it may have moved since it was chosen.
-void planDisplay(const Display& chosen, const std::optional<Rect>& region, const CaptureOptions& options,
-                 const ShareableContent& content, CapturePlan& plan) {
-    const Display* now = content.display(chosen.id);
-    const Display& display = now == nullptr ? chosen : *now;
-    plan.filter = DisplayFilter{display, options.excludedApplications};
+void planDisplay(const platform::Display& chosen, const std::optional<Rect>& region, const CaptureOptions& options,
+                 const platform::ShareableContent& content, CapturePlan& plan) {
+    const platform::Display* now = content.display(chosen.id);
+    const platform::Display& display = now == nullptr ? chosen : *now;
+    plan.filter = platform::DisplayFilter{display, options.excludedApplications};
     plan.space = display.pointSpace();
     plan.displayID = display.id;
     plan.sourceKind = region ? "region" : "display";
-    const Rect captured = region.value_or(contentRect(plan.filter));
-    const PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const Rect captured = region.value_or(platform::contentRect(plan.filter));
+    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry = geometryOf(display.id, captured, display.scale, size, content, display.frame);
     plan.configuration.sourceRect = region;
 }
 
-void planWindow(const Window& chosen, const ShareableContent& content, CapturePlan& plan) {
-    const Window* now = content.window(chosen.id);
-    const Window& window = now == nullptr ? chosen : *now;
-    const Display& display = displayOf(window, content);
-    plan.filter = WindowFilter{window, display};
+void planWindow(const platform::Window& chosen, const platform::ShareableContent& content, CapturePlan& plan) {
+    const platform::Window* now = content.window(chosen.id);
+    const platform::Window& window = now == nullptr ? chosen : *now;
+    const platform::Display& display = displayOf(window, content);
+    plan.filter = platform::WindowFilter{window, display};
     plan.space = display.pointSpace();
     plan.sourceKind = "window";
     plan.windowID = window.id;
     plan.initialWindowFrame = window.frame;
     plan.windowTitle = windowTitleForInfo(window);
-    const Rect captured = contentRect(plan.filter);
-    const PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const Rect captured = platform::contentRect(plan.filter);
+    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry =
         geometryOf(content.mainDisplayID, {0, 0, captured.width, captured.height}, display.scale, size, content, {});
 }
 
 }  // namespace
 
-void requireRecordable(const CaptureSource& source, const ShareableContent& content) {
+void requireRecordable(const CaptureSource& source, const platform::ShareableContent& content) {
     if (content.displayRefusal && !std::holds_alternative<WindowSource>(source)) {
         throw RecorderError(*content.displayRefusal);
     }
 }
 
-CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& content) {
+CapturePlan planCapture(const CaptureOptions& options, const platform::ShareableContent& content) {
     requireRecordable(options.source, content);
     CapturePlan plan;
     if (const auto* display = std::get_if<DisplaySource>(&options.source)) {
@@ -86,7 +86,7 @@ CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& c
     } else {
         planWindow(std::get<WindowSource>(options.source).window, content, plan);
     }
-    StreamConfiguration& configuration = plan.configuration;
+    platform::StreamConfiguration& configuration = plan.configuration;
     configuration.width = static_cast<int>(plan.geometry.pixelSize.width);
     configuration.height = static_cast<int>(plan.geometry.pixelSize.height);
     if (configuration.width < 2 || configuration.height < 2) {
@@ -102,7 +102,7 @@ CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& c
     return plan;
 }
 
-PictureSize evenPixelSize(Size points, double scale) {
+platform::PictureSize evenPixelSize(Size points, double scale) {
     const auto even = [scale](double length) {
         // Beyond any screen; keeps the conversion defined for sizes that make no sense.
         return static_cast<int>(std::clamp(std::round(length * scale), 0.0, 1e6)) & ~1;
@@ -110,7 +110,7 @@ PictureSize evenPixelSize(Size points, double scale) {
     return {even(points.width), even(points.height)};
 }
 
-std::optional<std::string> windowTitleForInfo(const Window& window) {
+std::optional<std::string> windowTitleForInfo(const platform::Window& window) {
     const std::string application = window.application ? window.application->name.value_or("") : "";
     const std::string title = window.title.value_or("");
     if (application.empty() && title.empty()) return std::nullopt;
@@ -122,7 +122,7 @@ std::int64_t averageBitRate(int width, int height, int fps) {
     return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
 }
 
-EncodingJob screenEncodingJob(PictureSize size, int fps) {
+media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps) {
     return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
 }
 
@@ -130,14 +130,14 @@ std::int64_t deviceBitRate(int width, int height) {
     return std::max<std::int64_t>(averageBitRate(width, height, 60), 8'000'000);
 }
 
-bool canAddVideo(const VideoSettings& settings) {
+bool canAddVideo(const media::VideoSettings& settings) {
     constexpr int kLeast = 2;
     return settings.width >= kLeast && settings.height >= kLeast &&
-           isDecodablePictureSize(settings.width, settings.height);
+           imaging::isDecodablePictureSize(settings.width, settings.height);
 }
 
-VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate) {
-    VideoSettings settings;
+media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate) {
+    media::VideoSettings settings;
     settings.width = width;
     settings.height = height;
     settings.averageBitRate = bitRate;
@@ -150,8 +150,8 @@ VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bit
     return settings;
 }
 
-CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options) {
-    CaptureInfo info;
+model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options) {
+    model::CaptureInfo info;
     info.displayID = plan.displayID;
     const Rect display = plan.windowID ? plan.initialWindowFrame.value_or(Rect{}) : plan.geometry.displayBounds;
     info.displayX = display.x;
@@ -174,8 +174,9 @@ CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options) 
     return info;
 }
 
-CaptureInfo plannedDeviceInfo(const std::string& deviceName, PictureSize size, bool deviceAudio, bool microphone) {
-    CaptureInfo info;
+model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
+                                     bool microphone) {
+    model::CaptureInfo info;
     info.displayWidth = info.contentWidth = size.width;
     info.displayHeight = info.contentHeight = size.height;
     info.pixelWidth = size.width;
@@ -188,8 +189,8 @@ CaptureInfo plannedDeviceInfo(const std::string& deviceName, PictureSize size, b
     return info;
 }
 
-Geometry deviceGeometry(PictureSize size) {
-    Geometry geometry;
+model::Geometry deviceGeometry(platform::PictureSize size) {
+    model::Geometry geometry;
     geometry.pixelSize = {static_cast<double>(size.width), static_cast<double>(size.height)};
     geometry.displayBounds = geometry.contentRect = {0, 0, geometry.pixelSize.width, geometry.pixelSize.height};
     return geometry;
@@ -203,4 +204,4 @@ std::string decimalText(double number) {
     return shortest;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -15,23 +15,23 @@
 
 // What follows from the user's choice before anything is started. Plain functions.
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 struct DisplaySource {
-    Display display;
+    platform::Display display;
 };
 struct WindowSource {
-    Window window;
+    platform::Window window;
 };
 struct RegionSource {
-    Display display;
+    platform::Display display;
     Rect region;  // points, relative to the display's top-left corner
 };
 using CaptureSource = std::variant<DisplaySource, WindowSource, RegionSource>;
 
 struct CaptureOptions {
     CaptureSource source;
-    std::vector<RunningApplication> excludedApplications;
+    std::vector<platform::RunningApplication> excludedApplications;
     int fps = 60;
     bool systemAudio = false;
     bool microphone = false;
@@ -40,11 +40,11 @@ struct CaptureOptions {
 
 /// How a source is captured.
 struct CapturePlan {
-    ContentFilter filter;
-    StreamConfiguration configuration;
-    Geometry geometry;
+    platform::ContentFilter filter;
+    platform::StreamConfiguration configuration;
+    model::Geometry geometry;
     /// For everything in global points.
-    PointSpace space;
+    platform::PointSpace space;
     /// For windows only.
     std::optional<std::uint32_t> windowID;
     std::optional<Rect> initialWindowFrame;
@@ -59,32 +59,32 @@ struct CapturePlan {
 };
 
 /// Throws `RecorderError` when the desktop does not let such a source be recorded, whatever it is chosen from.
-void requireRecordable(const CaptureSource& source, const ShareableContent& content);
+void requireRecordable(const CaptureSource& source, const platform::ShareableContent& content);
 
 /// `content` is what is there now: a window or display may have moved since it was chosen. Throws `RecorderError` when
 /// the source cannot be recorded, there is no display, or nothing to be seen.
-CapturePlan planCapture(const CaptureOptions& options, const ShareableContent& content);
+CapturePlan planCapture(const CaptureOptions& options, const platform::ShareableContent& content);
 
 /// The size of a movie's pictures for a size in points: rounded to whole pixels, then down to even ones.
-PictureSize evenPixelSize(Size points, double scale);
+platform::PictureSize evenPixelSize(Size points, double scale);
 
 /// "Terminal – Sitzung 1", or what is known of it; nothing when nothing is.
-std::optional<std::string> windowTitleForInfo(const Window& window);
+std::optional<std::string> windowTitleForInfo(const platform::Window& window);
 
 /// Bits a second of a movie of the screen: 0.08 for each pixel.
 std::int64_t averageBitRate(int width, int height, int fps);
 /// The same at 60 pictures a second for a device, whose pictures move more: at least 8,000,000.
 std::int64_t deviceBitRate(int width, int height);
 /// What encoding a recording of the screen takes.
-EncodingJob screenEncodingJob(PictureSize size, int fps);
+media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps);
 
 inline constexpr std::int64_t kWebcamBitRate = 8'000'000;
 
 /// Whether such a track can be written, and read again.
-bool canAddVideo(const VideoSettings& settings);
+bool canAddVideo(const media::VideoSettings& settings);
 
 /// Settings of a live movie's track, but for the encoder.
-VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate);
+media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate);
 
 /// Pictures of live movies come when the host clock says so. A microsecond would make the movie's tick counts
 /// needlessly large; this is exact for 60 and 30 pictures a second and for the timescale 600, and off by 8 microseconds
@@ -94,13 +94,14 @@ inline constexpr std::int32_t kLiveTimescale = 60'000;
 inline constexpr MediaTime kFragmentInterval{1200, 600};
 
 /// What the capture document says as soon as a recording starts.
-CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options);
+model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options);
 
 /// What the capture document of a device says as soon as its first picture has come.
-CaptureInfo plannedDeviceInfo(const std::string& deviceName, PictureSize size, bool deviceAudio, bool microphone);
-Geometry deviceGeometry(PictureSize size);
+model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
+                                     bool microphone);
+model::Geometry deviceGeometry(platform::PictureSize size);
 
 /// A number as logs show it: always with a fraction ("2.0", "1.25").
 std::string decimalText(double number);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -6,7 +6,7 @@
 #include "media/writing/asset_writer.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class CapturePlans : public RecorderRig {
@@ -21,7 +21,7 @@ class CapturePlans : public RecorderRig {
 
 TEST_F(CapturePlans, ADisplayIsCapturedWholeInItsPixels) {
     CaptureOptions wanted = options(DisplaySource{otherDisplay()});
-    wanted.excludedApplications = {RunningApplication{5, "lumivastor", "LumiVastor"}};
+    wanted.excludedApplications = {platform::RunningApplication{5, "lumivastor", "LumiVastor"}};
     wanted.fps = 30;
     wanted.systemAudio = true;
     const CapturePlan plan = planCapture(wanted, content());
@@ -32,13 +32,14 @@ TEST_F(CapturePlans, ADisplayIsCapturedWholeInItsPixels) {
     EXPECT_EQ(plan.geometry.pointPixelScale, 2);
     EXPECT_EQ(plan.geometry.pixelSize, (Size{1280, 720}));
     EXPECT_EQ(plan.space, otherDisplay().pointSpace());
-    EXPECT_EQ(std::get<DisplayFilter>(plan.filter).excludedApplications, wanted.excludedApplications);
-    const StreamConfiguration& configuration = plan.configuration;
+    EXPECT_EQ(std::get<platform::DisplayFilter>(plan.filter).excludedApplications, wanted.excludedApplications);
+    const platform::StreamConfiguration& configuration = plan.configuration;
     EXPECT_EQ(configuration.width, 1280);
     EXPECT_EQ(configuration.height, 720);
     EXPECT_EQ(configuration.minimumFrameInterval, 1.0 / 30);
     EXPECT_EQ(configuration.queueDepth, 6);
-    EXPECT_LT(VideoWriterInput::kMostLivePictures, configuration.queueDepth) << "a slow encoder's pictures are counted";
+    EXPECT_LT(media::VideoWriterInput::kMostLivePictures, configuration.queueDepth)
+        << "a slow encoder's pictures are counted";
     EXPECT_FALSE(configuration.sourceRect.has_value());
     EXPECT_TRUE(configuration.capturesAudio);
     EXPECT_FALSE(configuration.captureMicrophone);
@@ -73,7 +74,7 @@ TEST_F(CapturePlans, AWindowIsCapturedWithTheScaleOfTheDisplayThatShowsIt) {
 }
 
 TEST_F(CapturePlans, AWindowThatWasMovedSinceItWasChosenIsTakenAsItIsNow) {
-    Window chosen = window();
+    platform::Window chosen = window();
     chosen.frame = {0, 0, 900, 900};
     chosen.displayID = 7;
     EXPECT_EQ(CapturePlans::plan(WindowSource{chosen}).initialWindowFrame, window().frame);
@@ -83,13 +84,13 @@ TEST_F(CapturePlans, AWindowThatWasMovedSinceItWasChosenIsTakenAsItIsNow) {
 }
 
 TEST_F(CapturePlans, ADisplayThatMovedSinceItWasChosenIsTakenAsItIsNow) {
-    Display chosen = otherDisplay();
+    platform::Display chosen = otherDisplay();
     chosen.frame.x = 320;
     for (const CapturePlan& plan :
          {CapturePlans::plan(DisplaySource{chosen}), CapturePlans::plan(RegionSource{chosen, {10, 20, 100, 50}})}) {
         EXPECT_EQ(plan.space, otherDisplay().pointSpace());
         EXPECT_EQ(plan.geometry.displayBounds, otherDisplay().frame);
-        EXPECT_EQ(std::get<DisplayFilter>(plan.filter).display, otherDisplay());
+        EXPECT_EQ(std::get<platform::DisplayFilter>(plan.filter).display, otherDisplay());
     }
 }
 
@@ -105,7 +106,7 @@ TEST_F(CapturePlans, ARegionWithoutPixelsIsRefused) {
 TEST_F(CapturePlans, TheDocumentHoldsTheDisplayOrTheWindowsFrame) {
     CaptureOptions wanted = options(DisplaySource{otherDisplay()});
     wanted.microphone = true;
-    const CaptureInfo display = plannedInfo(planCapture(wanted, content()), wanted);
+    const model::CaptureInfo display = plannedInfo(planCapture(wanted, content()), wanted);
     EXPECT_EQ(display.displayID, 9u);
     EXPECT_EQ(display.displayX, 1000);
     EXPECT_EQ(display.displayHeight, 360);
@@ -119,7 +120,7 @@ TEST_F(CapturePlans, TheDocumentHoldsTheDisplayOrTheWindowsFrame) {
 
     const CaptureOptions windowOptions = options(WindowSource{RecorderRig::window()});
     CapturePlan plan = planCapture(windowOptions, content());
-    const CaptureInfo window = plannedInfo(plan, windowOptions);
+    const model::CaptureInfo window = plannedInfo(plan, windowOptions);
     EXPECT_EQ(window.displayID, 0u);
     EXPECT_EQ(window.displayX, 1100);
     EXPECT_EQ(window.displayWidth, 160);
@@ -130,7 +131,7 @@ TEST_F(CapturePlans, TheDocumentHoldsTheDisplayOrTheWindowsFrame) {
 }
 
 TEST_F(CapturePlans, WhereOnlyWindowsCanBeRecordedTheRestIsRefused) {
-    ShareableContent desktop = content();
+    platform::ShareableContent desktop = content();
     desktop.displayRefusal = "Nur Fenster.";
     EXPECT_THROW(planCapture(options(DisplaySource{otherDisplay()}), desktop), RecorderError);
     EXPECT_THROW(planCapture(options(RegionSource{otherDisplay(), {0, 0, 100, 100}}), desktop), RecorderError);
@@ -138,13 +139,13 @@ TEST_F(CapturePlans, WhereOnlyWindowsCanBeRecordedTheRestIsRefused) {
 }
 
 TEST(EvenPixelSize, IsRoundedAndThenMadeEven) {
-    EXPECT_EQ(evenPixelSize({100.4, 100.5}, 1), (PictureSize{100, 100}));
-    EXPECT_EQ(evenPixelSize({101, 99.4}, 1), (PictureSize{100, 98}));
-    EXPECT_EQ(evenPixelSize({683, 384}, 1.25), (PictureSize{854, 480}));
-    EXPECT_EQ(evenPixelSize({0, -4}, 2), (PictureSize{0, 0}));
+    EXPECT_EQ(evenPixelSize({100.4, 100.5}, 1), (platform::PictureSize{100, 100}));
+    EXPECT_EQ(evenPixelSize({101, 99.4}, 1), (platform::PictureSize{100, 98}));
+    EXPECT_EQ(evenPixelSize({683, 384}, 1.25), (platform::PictureSize{854, 480}));
+    EXPECT_EQ(evenPixelSize({0, -4}, 2), (platform::PictureSize{0, 0}));
     for (int points = 1; points < 500; ++points) {
         for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
-            const PictureSize size = evenPixelSize({static_cast<double>(points), 1}, scale);
+            const platform::PictureSize size = evenPixelSize({static_cast<double>(points), 1}, scale);
             EXPECT_EQ(size.width % 2, 0);
             EXPECT_LE(std::abs(size.width - points * scale), 1.5);
         }
@@ -152,11 +153,11 @@ TEST(EvenPixelSize, IsRoundedAndThenMadeEven) {
 }
 
 TEST(WindowTitleForInfo, JoinsWhatIsKnown) {
-    Window window;
+    platform::Window window;
     EXPECT_EQ(windowTitleForInfo(window), std::nullopt);
     window.title = "Bericht";
     EXPECT_EQ(windowTitleForInfo(window), "Bericht");
-    window.application = RunningApplication{1, "writer", "Schreiber"};
+    window.application = platform::RunningApplication{1, "writer", "Schreiber"};
     EXPECT_EQ(windowTitleForInfo(window), "Schreiber – Bericht");
     window.title = "";
     EXPECT_EQ(windowTitleForInfo(window), "Schreiber");
@@ -171,7 +172,7 @@ TEST(BitRates, AreEightHundredthsOfABitForEachPixel) {
 }
 
 TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSecondsOfMotionAndEveryTenAtRest) {
-    const VideoSettings settings = liveVideoSettings(1280, 720, 30, 5'000'000);
+    const media::VideoSettings settings = liveVideoSettings(1280, 720, 30, 5'000'000);
     EXPECT_EQ(settings.maxKeyFrameInterval, 60);
     EXPECT_EQ(settings.maxKeyFrameSeconds, 10);
     EXPECT_EQ(settings.constantQuality, 20);
@@ -185,7 +186,7 @@ TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSecondsOfMotionAndEveryTenAtRest)
 }
 
 TEST(DeviceDocuments, SayOnlyWhatADeviceKnows) {
-    const CaptureInfo info = plannedDeviceInfo("Telefon", {1178, 2556}, true, false);
+    const model::CaptureInfo info = plannedDeviceInfo("Telefon", {1178, 2556}, true, false);
     EXPECT_EQ(info.displayID, 0u);
     EXPECT_EQ(info.displayWidth, 1178);
     EXPECT_EQ(info.contentHeight, 2556);
@@ -204,4 +205,4 @@ TEST(DecimalText, AlwaysHasAFraction) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

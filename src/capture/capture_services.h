@@ -12,16 +12,16 @@
 #include "platform/desktop.h"
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// What a recorder works with. Whoever makes recorders keeps all of it alive longer than they live; functions are
 /// called on any thread.
 struct RecordingServices {
-    CaptureDevices& devices;
-    SoundSystem& sound;
+    platform::CaptureDevices& devices;
+    platform::SoundSystem& sound;
     MainLoop& mainLoop;
     /// Finds the encoder of the screen movie; may take seconds.
-    std::function<EncoderChoice(const EncodingJob&)> chooseEncoder;
+    std::function<media::EncoderChoice(const media::EncodingJob&)> chooseEncoder;
     std::function<double()> hostClock = hostClockSeconds;
     /// Of the volume that holds a folder; nothing when that is not known.
     std::function<std::optional<FreeSpace>(const std::filesystem::path&)> freeSpace = freeSpaceOf;
@@ -29,7 +29,7 @@ struct RecordingServices {
 
 /// The same and the desktop, which recording a camera or a capture card does not need.
 struct CaptureServices : RecordingServices {
-    Desktop& desktop;
+    platform::Desktop& desktop;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

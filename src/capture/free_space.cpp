@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -60,4 +60,4 @@ RecorderError notCompleted(const RecorderError& reason, const std::filesystem::p
                          shellWord(folder.string()));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

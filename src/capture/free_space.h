@@ -6,7 +6,7 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Of the volume that holds a folder, in bytes.
 struct FreeSpace {
@@ -41,4 +41,4 @@ RecorderError diskNearlyFull();
 /// for. `isDiskFull`: once there is room.
 RecorderError notCompleted(const RecorderError& reason, const std::filesystem::path& folder, bool isDiskFull);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

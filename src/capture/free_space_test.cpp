@@ -4,7 +4,7 @@
 
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 constexpr std::uint64_t kLargeDisk = 1'000'000'000'000;
@@ -65,4 +65,4 @@ TEST(FreeSpaceOf, AsksTheVolumeOfTheFolder) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

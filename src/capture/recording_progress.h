@@ -6,7 +6,7 @@
 #include "base/media_time.h"
 #include "platform/capture_stream.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Times of live samples in the writers' fractions. A microsecond is a twentieth of a frame of sound at 48 kHz, so
 /// rounding is never heard, and sums with the clocks of sound and pictures (48000, 44100, 600) stay exact in 32 bits,
@@ -18,8 +18,8 @@ inline MediaTime hostTime(double hostSeconds) {
 }
 
 /// Whether a screen sample is recorded: only what is new, and only with a picture.
-inline bool isNewPicture(FrameStatus status, bool hasImage) {
-    return hasImage && (status == FrameStatus::complete || status == FrameStatus::started);
+inline bool isNewPicture(platform::FrameStatus status, bool hasImage) {
+    return hasImage && (status == platform::FrameStatus::complete || status == platform::FrameStatus::started);
 }
 
 /// How far a recording is: its time base and its counters. Plain; the recorders guard it with their lock.
@@ -69,4 +69,4 @@ struct RecordingProgress {
     double duration() const { return lastPTS.seconds() - t0Host; }
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -2,15 +2,16 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 using Session = RecordingProgress::Session;
 
 TEST(NewPictures, OnlyCompleteAndStartedFramesWithAPictureAreUsed) {
-    for (const FrameStatus status : {FrameStatus::complete, FrameStatus::idle, FrameStatus::blank,
-                                     FrameStatus::suspended, FrameStatus::started, FrameStatus::stopped}) {
-        const bool usable = status == FrameStatus::complete || status == FrameStatus::started;
+    for (const platform::FrameStatus status :
+         {platform::FrameStatus::complete, platform::FrameStatus::idle, platform::FrameStatus::blank,
+          platform::FrameStatus::suspended, platform::FrameStatus::started, platform::FrameStatus::stopped}) {
+        const bool usable = status == platform::FrameStatus::complete || status == platform::FrameStatus::started;
         EXPECT_EQ(isNewPicture(status, true), usable);
         EXPECT_FALSE(isNewPicture(status, false));
     }
@@ -80,4 +81,4 @@ TEST(HostTimes, AreExactToAFractionOfAFrameOfSound) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -12,7 +12,7 @@
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -67,4 +67,4 @@ std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std
                         "“ kann nicht angelegt werden: " + systemErrorText(error) + ".");
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

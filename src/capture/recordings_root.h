@@ -3,7 +3,7 @@
 #include <ctime>
 #include <filesystem>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Where recordings are kept: "Movies/LumiVastor" in the user's home folder. Not created.
 std::filesystem::path recordingsRoot();
@@ -21,4 +21,4 @@ void createRecordingFolder(const std::filesystem::path& folder);
 /// "-2" behind its name, and so on. Throws `RecorderError`.
 std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std::time_t time);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

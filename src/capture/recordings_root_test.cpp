@@ -9,7 +9,7 @@
 #include "support/folder_listing.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 TEST(RecordingsRoot, LiesInTheHomeFolder) {
@@ -56,4 +56,4 @@ TEST(RecordingFolders, ThatCannotBeMadeAreAnError) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -2,30 +2,30 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
-Window window(std::uint32_t id, const std::optional<std::string>& application, const std::optional<std::string>& title,
-              double width = 800, double height = 600) {
-    Window window;
+platform::Window window(std::uint32_t id, const std::optional<std::string>& application,
+                        const std::optional<std::string>& title, double width = 800, double height = 600) {
+    platform::Window window;
     window.id = id;
     window.title = title;
     window.frame = {0, 0, width, height};
-    if (application) window.application = RunningApplication{1, "id." + *application, application};
+    if (application) window.application = platform::RunningApplication{1, "id." + *application, application};
     return window;
 }
 
-std::vector<std::uint32_t> listed(const std::vector<Window>& windows,
+std::vector<std::uint32_t> listed(const std::vector<platform::Window>& windows,
                                   const std::optional<std::string>& own = "id.LumiVastor") {
     std::vector<std::uint32_t> ids;
-    for (const Window& each : recordableWindows(windows, own)) ids.push_back(each.id);
+    for (const platform::Window& each : recordableWindows(windows, own)) ids.push_back(each.id);
     return ids;
 }
 
 TEST(RecordableWindows, OnlyOrdinaryLayersCount) {
-    Window dock = window(1, "Dock", "Leiste");
+    platform::Window dock = window(1, "Dock", "Leiste");
     dock.layer = 3;
-    Window desktop = window(2, "Schreibtisch", "Grund");
+    platform::Window desktop = window(2, "Schreibtisch", "Grund");
     desktop.layer = -1;
     EXPECT_EQ(listed({dock, desktop, window(3, "Editor", "Text")}), (std::vector<std::uint32_t>{3}));
 }
@@ -44,15 +44,15 @@ TEST(RecordableWindows, UntitledOnesHaveToBeLarger) {
 }
 
 TEST(RecordableWindows, OwnWindowsAreLeftOut) {
-    const std::vector<Window> windows = {window(1, "LumiVastor", "Fenster"), window(2, std::nullopt, "herrenlos"),
-                                         window(3, "Editor", "Text")};
+    const std::vector<platform::Window> windows = {window(1, "LumiVastor", "Fenster"),
+                                                   window(2, std::nullopt, "herrenlos"), window(3, "Editor", "Text")};
     EXPECT_EQ(listed(windows), (std::vector<std::uint32_t>{2, 3}));
     // Two unknown programs count as the same.
     EXPECT_EQ(listed(windows, std::nullopt), (std::vector<std::uint32_t>{3, 1}));
 }
 
 TEST(RecordableWindows, AreSortedByProgramThenTitleAndOtherwiseStayInOrder) {
-    const std::vector<Window> windows = {
+    const std::vector<platform::Window> windows = {
         window(1, "b", "2"), window(2, "a", "9"),          window(3, "b", "1"),          window(4, "Z", "0"),
         window(5, "a", "9"), window(6, std::nullopt, "x"), window(7, "a", std::nullopt), window(8, "ä", "0")};
     // Plain order: nothing first, capitals before small letters, umlauts last.
@@ -60,9 +60,9 @@ TEST(RecordableWindows, AreSortedByProgramThenTitleAndOtherwiseStayInOrder) {
 }
 
 TEST(OwnIdentifier, IsThatOfOurWindowsOrTheProgramsName) {
-    ShareableContent content;
+    platform::ShareableContent content;
     EXPECT_EQ(ownIdentifier(content), kOwnBundleIdentifier);
-    content.ownApplication = RunningApplication{1, "LumiVastor", "LumiVastor"};
+    content.ownApplication = platform::RunningApplication{1, "LumiVastor", "LumiVastor"};
     EXPECT_EQ(ownIdentifier(content), "LumiVastor");
 }
 
@@ -79,4 +79,4 @@ TEST(SourceTitles, CountDisplaysFromOneAndMeasureThemInPixels) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -6,7 +6,7 @@
 
 #include "base/formatted.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 Arguments::Arguments(std::span<const std::string> words, std::span<const OptionSpec> options) {
     bool optionsEnded = false;
@@ -88,4 +88,4 @@ PixelSize parsePixelSize(const std::string& text, int largest) {
     return size;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

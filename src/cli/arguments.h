@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// An option of a verb. `value` names what follows it in the help, empty for a switch.
 struct OptionSpec {
@@ -54,4 +54,4 @@ struct PixelSize {
 };
 PixelSize parsePixelSize(const std::string& text, int largest);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -4,7 +4,7 @@
 
 #include <ctime>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -38,4 +38,4 @@ Interruption::~Interruption() {
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

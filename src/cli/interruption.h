@@ -5,7 +5,7 @@
 #include <stop_token>
 #include <thread>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// While it lives, SIGINT, SIGTERM and SIGHUP no longer end the program but ask its token to stop; a SIGHUP that the
 /// program was started to ignore stays ignored. To be made before the job's own threads are, so that they leave the
@@ -25,4 +25,4 @@ class Interruption {
     std::jthread watcher_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

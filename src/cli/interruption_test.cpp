@@ -7,7 +7,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 // Waits until the token is asked to stop; false when that never comes.
@@ -53,4 +53,4 @@ TEST(InterruptionDeathTest, AfterwardsSignalsEndTheProgramAgain) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -6,39 +6,40 @@
 #include "platform/backends/device_backend.h"
 #include "platform/backends/sound_backend.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 Machine::Machine(MainLoop& mainLoop) : mainLoop_(mainLoop) {}
 Machine::~Machine() = default;
 
-SoundSystem& Machine::sound() {
-    if (!sound_) sound_ = openSoundSystem();
+platform::SoundSystem& Machine::sound() {
+    if (!sound_) sound_ = platform::openSoundSystem();
     return *sound_;
 }
 
-CaptureDevices& Machine::devices() {
+platform::CaptureDevices& Machine::devices() {
     if (!devices_) {
         sound();
-        devices_ = openCaptureDevices(sound_);
+        devices_ = platform::openCaptureDevices(sound_);
     }
     return *devices_;
 }
 
-Desktop& Machine::desktop() {
+platform::Desktop& Machine::desktop() {
     if (!desktop_) {
         sound();
-        desktop_ = openDesktop(sound_);
+        desktop_ = platform::openDesktop(sound_);
     }
     return *desktop_;
 }
 
-RecordingServices Machine::recordingServices() {
-    return {devices(), sound(), mainLoop_,
-            [](const EncodingJob& job) { return chooseRecordingEncoder(job, encoderMemoryFile()); }};
+capture::RecordingServices Machine::recordingServices() {
+    return {devices(), sound(), mainLoop_, [](const media::EncodingJob& job) {
+                return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
+            }};
 }
 
-CaptureServices Machine::captureServices() {
+capture::CaptureServices Machine::captureServices() {
     return {recordingServices(), desktop()};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

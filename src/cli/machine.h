@@ -4,7 +4,7 @@
 
 #include "capture/capture_services.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// The services of this machine, each opened when it is first asked for: a job that needs no display works without
 /// one. One thread.
@@ -15,19 +15,19 @@ class Machine {
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    SoundSystem& sound();
-    CaptureDevices& devices();
+    platform::SoundSystem& sound();
+    platform::CaptureDevices& devices();
     /// Throws `RecorderError` when no display server answers.
-    Desktop& desktop();
+    platform::Desktop& desktop();
 
-    RecordingServices recordingServices();
-    CaptureServices captureServices();
+    capture::RecordingServices recordingServices();
+    capture::CaptureServices captureServices();
 
   private:
     MainLoop& mainLoop_;
-    std::shared_ptr<SoundSystem> sound_;
-    std::unique_ptr<CaptureDevices> devices_;
-    std::unique_ptr<Desktop> desktop_;
+    std::shared_ptr<platform::SoundSystem> sound_;
+    std::unique_ptr<platform::CaptureDevices> devices_;
+    std::unique_ptr<platform::Desktop> desktop_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -9,7 +9,7 @@
 #include "base/formatted.h"
 #include "base/saturated.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -49,4 +49,4 @@ void ProgressBar::update(double fraction) {
     err_ << "\r" << progressLine(fraction, elapsed.count(), totalFrames_) << "\x1b[K" << std::flush;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -5,7 +5,7 @@
 #include <iosfwd>
 #include <string>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// What the bar shows: percent, pictures per second and remaining time. `fraction` from 0 to 1, `elapsed` in seconds;
 /// rate and rest are left out as long as nothing is known of them.
@@ -30,4 +30,4 @@ class ProgressBar {
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

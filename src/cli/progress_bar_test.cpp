@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 TEST(ProgressLine, ShowsPercentRateAndRemainingTime) {
@@ -26,4 +26,4 @@ TEST(ProgressLine, StaysWithinItsBar) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 StatusLine::StatusLine(std::ostream& err) : err_(err), isTerminal_(isatty(STDERR_FILENO) == 1) {}
 
@@ -25,4 +25,4 @@ void StatusLine::say(const std::string& sentence) {
     err_ << sentence << "\n" << std::flush;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

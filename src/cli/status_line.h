@@ -3,7 +3,7 @@
 #include <iosfwd>
 #include <string>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// One line of a terminal that is written again and again, and nothing on anything else. One thread at a time.
 class StatusLine {
@@ -26,4 +26,4 @@ class StatusLine {
     bool isTerminal_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

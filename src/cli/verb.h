@@ -7,7 +7,7 @@
 
 #include "cli/arguments.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// A job that has printed its result and failed nevertheless: exit status 1 and this sentence on the error stream.
 class JobFailed : public std::runtime_error {
@@ -44,4 +44,4 @@ extern const Verb kRenderVerb;
 /// Writes the check video.
 extern const Verb kCheckVerb;
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

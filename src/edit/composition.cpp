@@ -5,17 +5,18 @@
 #include "base/precondition.h"
 #include "edit/timeline.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 Composition::Composition(const std::filesystem::path& folder, int canvasWidth, int canvasHeight)
     : canvas_{canvasWidth, canvasHeight},
       recording_(std::make_shared<const Recording>(Recording::load(folder))),
       cursorAssets_(loadCursorAssets(folder, recording_->track.cursorImages)) {
     precondition(canvasWidth >= 1 && canvasHeight >= 1, "a canvas has an area");
-    rebuild(ProjectSettings::load(folder), nullptr);
+    rebuild(model::ProjectSettings::load(folder), nullptr);
 }
 
-Composition::Composition(const Composition& other, const ProjectSettings& settings, int canvasWidth, int canvasHeight)
+Composition::Composition(const Composition& other, const model::ProjectSettings& settings, int canvasWidth,
+                         int canvasHeight)
     : canvas_{canvasWidth, canvasHeight}, recording_(other.recording_), cursorAssets_(other.cursorAssets_) {
     precondition(canvasWidth >= 1 && canvasHeight >= 1, "a canvas has an area");
     rebuild(settings, other.state().get());
@@ -30,12 +31,12 @@ std::shared_ptr<const EditState> Composition::state() const {
     return shown()->state;
 }
 
-void Composition::setSettings(const ProjectSettings& settings) {
+void Composition::setSettings(const model::ProjectSettings& settings) {
     const auto previous = state();
     if (settings != previous->settings) rebuild(settings, previous.get());
 }
 
-void Composition::rebuild(const ProjectSettings& settings, const EditState* previous) {
+void Composition::rebuild(const model::ProjectSettings& settings, const EditState* previous) {
     auto next = std::make_shared<Shown>();
     next->state = deriveEditState(*recording_, settings, canvas_, previous);
     const std::scoped_lock guard(stateLock_);
@@ -43,7 +44,8 @@ void Composition::rebuild(const ProjectSettings& settings, const EditState* prev
     shown_.swap(next);
 }
 
-Picture Composition::compose(const Picture& source, const std::optional<Picture>& webcam, double t) const {
+imaging::Picture Composition::compose(const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
+                                      double t) const {
     const std::shared_ptr<Shown> current = shown();
     std::call_once(current->drawn, [&] {
         current->layers = makeStudioLayers(current->state->layout, current->state->settings, preparedLayers_);
@@ -52,7 +54,7 @@ Picture Composition::compose(const Picture& source, const std::optional<Picture>
 }
 
 double Composition::sourceTime(double forOutput) const {
-    return lumivastor::sourceTime(state()->keptSegments, forOutput);
+    return edit::sourceTime(state()->keptSegments, forOutput);
 }
 
 int Composition::zoomCount() const {
@@ -67,10 +69,10 @@ std::optional<Point> Composition::cursorNormalized(double t) const {
                  position->y / static_cast<double>(info().pixelHeight)};
 }
 
-std::optional<MaskRect> Composition::sourceNormalized(const Rect& fromCanvas, double t) const {
+std::optional<model::MaskRect> Composition::sourceNormalized(const Rect& fromCanvas, double t) const {
     const auto current = state();
     const ZoomTransform zoom = zoomTransform(current->layout, current->zoomEngine->camera(t));
-    return lumivastor::sourceNormalized(current->layout, zoom, info(), fromCanvas);
+    return edit::sourceNormalized(current->layout, zoom, info(), fromCanvas);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -17,7 +17,7 @@
 #include "edit/studio_layout.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// The edit model of one opened recording: its documents, the current settings and everything derived from them, for
 /// one canvas size. The editor's thread assigns settings; any thread may ask for the state, which is an immutable
@@ -29,29 +29,29 @@ class Composition {
     Composition(const std::filesystem::path& folder, int canvasWidth, int canvasHeight);
     /// The same recording on another canvas. Reads nothing anew: the documents, and the cursor path where the settings
     /// leave it as it is, are shared. Throws `RecorderError` when the settings cannot be drawn.
-    Composition(const Composition& other, const ProjectSettings& settings, int canvasWidth, int canvasHeight);
+    Composition(const Composition& other, const model::ProjectSettings& settings, int canvasWidth, int canvasHeight);
 
     int canvasWidth() const { return canvas_.width; }
     int canvasHeight() const { return canvas_.height; }
     const std::filesystem::path& folder() const { return recording_->folder; }
-    const CaptureInfo& info() const { return recording_->info; }
-    const PointerTrack& track() const { return recording_->track; }
+    const model::CaptureInfo& info() const { return recording_->info; }
+    const model::PointerTrack& track() const { return recording_->track; }
     const Recording& recording() const { return *recording_; }
     const std::map<std::string, CursorAsset>& cursorAssets() const { return cursorAssets_; }
 
     /// Everything in force, the settings included.
     std::shared_ptr<const EditState> state() const;
 
-    ProjectSettings settings() const { return state()->settings; }
+    model::ProjectSettings settings() const { return state()->settings; }
     /// Puts new settings in force by rebuilding the whole state; equal ones change nothing. One thread at a time.
     /// Throws `RecorderError`, and changes nothing, when they cannot be drawn.
-    void setSettings(const ProjectSettings& settings);
+    void setSettings(const model::ProjectSettings& settings);
 
     std::vector<KeptSegment> keptSegments() const { return state()->keptSegments; }
     /// Seconds.
     double outputDuration() const { return state()->outputDuration; }
     double sourceTime(double forOutput) const;
-    std::vector<ZoomSpec> zoomSpecs() const { return state()->zoomSpecs; }
+    std::vector<model::ZoomSpec> zoomSpecs() const { return state()->zoomSpecs; }
     /// Number of zooms in force.
     int zoomCount() const;
 
@@ -60,10 +60,11 @@ class Composition {
 
     /// The part of the source that lies under a canvas rectangle (pixels, origin bottom-left) at source time `t`, as
     /// fractions of the source picture from its top-left; none when nothing of the picture lies there.
-    std::optional<MaskRect> sourceNormalized(const Rect& fromCanvas, double t) const;
+    std::optional<model::MaskRect> sourceNormalized(const Rect& fromCanvas, double t) const;
 
     /// The recipe of the studio frame at source time `t`; see `composeFrame`. Any thread.
-    Picture compose(const Picture& source, const std::optional<Picture>& webcam, double t) const;
+    imaging::Picture compose(const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
+                             double t) const;
 
   private:
     // A state and its layers, which are drawn when the first frame asks for them: listing what follows from a recording
@@ -75,14 +76,14 @@ class Composition {
     };
 
     std::shared_ptr<Shown> shown() const;
-    void rebuild(const ProjectSettings& settings, const EditState* previous);
+    void rebuild(const model::ProjectSettings& settings, const EditState* previous);
 
     const CanvasSize canvas_;
     const std::shared_ptr<const Recording> recording_;
     const std::map<std::string, CursorAsset> cursorAssets_;
-    mutable PreparedLayers preparedLayers_;
+    mutable imaging::PreparedLayers preparedLayers_;
     mutable std::mutex stateLock_;
     std::shared_ptr<Shown> shown_;  // guarded by stateLock_
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -11,7 +11,7 @@
 #include "imaging/png_file.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
 namespace fs = std::filesystem;
@@ -26,9 +26,10 @@ class CompositionTest : public testing::Test {
         for (int i = 0; i <= 2000; ++i) {
             const double t = i / 100.0;
             const double x = 960 + 500 * std::sin(t);
-            track_.events.push_back({t, x, 540, x / 1920, 0.5, PointerKind::move, {}, {}, {}});
+            track_.events.push_back({t, x, 540, x / 1920, 0.5, model::PointerKind::move, {}, {}, {}});
             if (i % 700 == 500) {
-                track_.events.push_back({t, x, 540, x / 1920, 0.5, PointerKind::down, PointerButton::left, {}, {}});
+                track_.events.push_back(
+                    {t, x, 540, x / 1920, 0.5, model::PointerKind::down, model::PointerButton::left, {}, {}});
             }
         }
         track_.cursorChanges = {{0, "c0"}};
@@ -40,16 +41,16 @@ class CompositionTest : public testing::Test {
         info_.save(folder_.path());
         track_.save(folder_.path());
         fs::create_directories(folder_ / "cursors");
-        writePng(folder_ / "cursors/c0.png", BgraPremultipliedBuffer(24, 24));
+        imaging::writePng(folder_ / "cursors/c0.png", imaging::BgraPremultipliedBuffer(24, 24));
     }
 
     TemporaryFolder folder_;
-    CaptureInfo info_;
-    PointerTrack track_;
+    model::CaptureInfo info_;
+    model::PointerTrack track_;
 };
 
 TEST_F(CompositionTest, OpensAFolderWithItsSettings) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cuts = {{2, 4}};
     settings.save(folder_.path());
     const Composition composition(folder_.path(), 1280, 720);
@@ -71,7 +72,7 @@ TEST_F(CompositionTest, EqualSettingsDoNotRebuild) {
     const auto before = composition.state();
     composition.setSettings(composition.settings());
     EXPECT_EQ(composition.state(), before);
-    ProjectSettings settings = composition.settings();
+    model::ProjectSettings settings = composition.settings();
     settings.padding = 0;
     composition.setSettings(settings);
     EXPECT_NE(composition.state(), before);
@@ -81,7 +82,7 @@ TEST_F(CompositionTest, EqualSettingsDoNotRebuild) {
 
 TEST_F(CompositionTest, OnAnotherCanvasTheRecordingAndItsCursorPathAreShared) {
     const Composition small(folder_.path(), 1280, 720);
-    ProjectSettings settings = small.settings();
+    model::ProjectSettings settings = small.settings();
     settings.padding = 0;
     const Composition large(small, settings, 2560, 1440);
     EXPECT_EQ(large.settings(), settings);
@@ -97,7 +98,7 @@ TEST_F(CompositionTest, OnAnotherCanvasTheRecordingAndItsCursorPathAreShared) {
 TEST_F(CompositionTest, SettingsThatCannotBeDrawnChangeNothing) {
     Composition composition(folder_.path(), 1280, 720);
     const auto before = composition.state();
-    ProjectSettings settings = composition.settings();
+    model::ProjectSettings settings = composition.settings();
     settings.padding = 1e308;
     EXPECT_THROW(composition.setSettings(settings), RecorderError);
     EXPECT_EQ(composition.state(), before);
@@ -164,7 +165,7 @@ TEST_F(CompositionTest, AMissingDocumentIsAnErrorThatNamesIt) {
 
 TEST_F(CompositionTest, ReadersAlwaysSeeOneWholeState) {
     Composition composition(folder_.path(), 1280, 720);
-    ProjectSettings settings = composition.settings();
+    model::ProjectSettings settings = composition.settings();
     const auto edit = [&](double padding) {
         settings.padding = padding;
         settings.zoomScale = 1 + padding * 10;
@@ -197,12 +198,12 @@ class CursorAssets : public CompositionTest {};
 
 TEST_F(CursorAssets, WhatCannotBeLoadedIsNotThere) {
     folder_.write("cursors/broken.png", "no picture");
-    writePng(folder_ / "cursors/large.png", BgraPremultipliedBuffer(1025, 10));
+    imaging::writePng(folder_ / "cursors/large.png", imaging::BgraPremultipliedBuffer(1025, 10));
     const TemporaryFolder outside;
-    writePng(outside / "c9.png", BgraPremultipliedBuffer(24, 24));
+    imaging::writePng(outside / "c9.png", imaging::BgraPremultipliedBuffer(24, 24));
     fs::create_symlink(outside / "c9.png", folder_ / "cursors/link.png");
     const auto image = [](const std::string& id, const std::string& file, bool visible = true) {
-        return CursorImage{id, file, 12, 12, 0, 0, 2, visible};
+        return model::CursorImage{id, file, 12, 12, 0, 0, 2, visible};
     };
     const auto assets =
         loadCursorAssets(folder_.path(), {image("c0", "cursors/c0.png"), image("broken", "cursors/broken.png"),
@@ -215,8 +216,8 @@ TEST_F(CursorAssets, WhatCannotBeLoadedIsNotThere) {
 }
 
 TEST_F(CursorAssets, TogetherTheyStayWithinTheirMemory) {
-    writePng(folder_ / "cursors/big.png", BgraPremultipliedBuffer(1024, 1024));
-    std::vector<CursorImage> images;
+    imaging::writePng(folder_ / "cursors/big.png", imaging::BgraPremultipliedBuffer(1024, 1024));
+    std::vector<model::CursorImage> images;
     for (int i = 0; i < 80; ++i) {
         images.push_back({"c" + std::to_string(i), "cursors/big.png", 1024, 1024, 0, 0, 1, true});
     }
@@ -224,4 +225,4 @@ TEST_F(CursorAssets, TogetherTheyStayWithinTheirMemory) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

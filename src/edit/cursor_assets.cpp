@@ -8,29 +8,30 @@
 #include "imaging/png_file.h"
 #include "model/recording_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 namespace {
 
 // Desktops scale cursors to at most 256 points; four times that leaves room for any scale factor.
-constexpr PngLimits kCursorLimits{1024, 1024};
+constexpr imaging::PngLimits kCursorLimits{1024, 1024};
 constexpr std::uint64_t kMaxTotalBytes = 256ull << 20;
 
 }  // namespace
 
 std::map<std::string, CursorAsset> loadCursorAssets(const std::filesystem::path& folder,
-                                                    const std::vector<CursorImage>& images) {
+                                                    const std::vector<model::CursorImage>& images) {
     std::map<std::string, CursorAsset> assets;
     std::uint64_t total = 0;
-    for (const CursorImage& image : images) {
+    for (const model::CursorImage& image : images) {
         if (!image.visible || assets.contains(image.id)) continue;
-        const auto file = fileInside(folder, image.file);
+        const auto file = model::fileInside(folder, image.file);
         if (!file) {
             Log::write("Studio", "Cursorbild fehlt: " + image.file);
             continue;
         }
         try {
-            auto picture = std::make_shared<const BgraPremultipliedBuffer>(readPng(*file, kCursorLimits));
+            auto picture =
+                std::make_shared<const imaging::BgraPremultipliedBuffer>(imaging::readPng(*file, kCursorLimits));
             total += picture->stride() * static_cast<std::uint64_t>(picture->height());
             if (total > kMaxTotalBytes) {
                 Log::write("Studio", "Zu viele Cursorbilder; der Rest wird nicht gezeichnet");
@@ -44,4 +45,4 @@ std::map<std::string, CursorAsset> loadCursorAssets(const std::filesystem::path&
     return assets;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

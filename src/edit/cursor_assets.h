@@ -9,18 +9,18 @@
 #include "imaging/pixel_buffer.h"
 #include "model/pointer_track.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// A recorded cursor shape with its decoded picture.
 struct CursorAsset {
-    std::shared_ptr<const BgraPremultipliedBuffer> picture;
-    CursorImage image;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture;
+    model::CursorImage image;
 };
 
 /// Loads the pictures of a recording's cursor shapes, by id. A shape that is not visible, lies outside the folder,
 /// cannot be decoded or is larger than any cursor is simply not there: it draws nothing. All pictures together take
 /// at most 256 MB; what comes after that is not there either. Any thread.
 std::map<std::string, CursorAsset> loadCursorAssets(const std::filesystem::path& folder,
-                                                    const std::vector<CursorImage>& images);
+                                                    const std::vector<model::CursorImage>& images);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

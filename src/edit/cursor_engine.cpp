@@ -10,7 +10,7 @@
 #include "base/precondition.h"
 #include "base/saturated.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 namespace {
 
@@ -41,7 +41,7 @@ std::int64_t gridIndex(double t) {
 
 }  // namespace
 
-CursorEngine::CursorEngine(std::span<const PointerSample> events, double duration, double smoothing)
+CursorEngine::CursorEngine(std::span<const model::PointerSample> events, double duration, double smoothing)
     : smoothing_(smoothing) {
     precondition(duration <= kMaxDuration, "a recording is no longer than its path may be");
     resample(events, duration);
@@ -50,15 +50,15 @@ CursorEngine::CursorEngine(std::span<const PointerSample> events, double duratio
         const double alpha = kStep / (smoothing * kTimeConstant + kStep);
         smoothPass(xs_, ys_, alpha);
     }
-    for (const PointerSample& event : events) {
-        if (event.kind == PointerKind::down) pullBackTo(event);
+    for (const model::PointerSample& event : events) {
+        if (event.kind == model::PointerKind::down) pullBackTo(event);
     }
 }
 
-void CursorEngine::resample(std::span<const PointerSample> events, double duration) {
+void CursorEngine::resample(std::span<const model::PointerSample> events, double duration) {
     // Scrolls carry no position worth following.
     const auto nextUseful = [&events](std::size_t i) {
-        while (i < events.size() && events[i].kind == PointerKind::scroll) ++i;
+        while (i < events.size() && events[i].kind == model::PointerKind::scroll) ++i;
         return i;
     };
     std::size_t current = nextUseful(0);
@@ -75,8 +75,8 @@ void CursorEngine::resample(std::span<const PointerSample> events, double durati
             current = next;
             next = nextUseful(next + 1);
         }
-        const PointerSample& from = events[current];
-        const PointerSample& to = next < events.size() ? events[next] : from;
+        const model::PointerSample& from = events[current];
+        const model::PointerSample& to = next < events.size() ? events[next] : from;
         double fraction = 0;
         if (const double length = to.t - from.t; length > 0 && t >= from.t) {
             fraction = std::min((t - from.t) / length, 1.0);
@@ -103,7 +103,7 @@ void CursorEngine::smoothPass(std::span<double> xs, std::span<double> ys, double
     for (std::size_t i = count - 1; i-- > 0;) step(i);
 }
 
-void CursorEngine::pullBackTo(const PointerSample& press) {
+void CursorEngine::pullBackTo(const model::PointerSample& press) {
     static const auto window = makeCorrectionWindow();
     const auto count = static_cast<std::ptrdiff_t>(xs_.size());
     const std::ptrdiff_t k = std::clamp<std::int64_t>(gridIndex(press.t), 0, count - 1);
@@ -128,4 +128,4 @@ std::optional<Point> CursorEngine::position(double t) const {
     return Point{xs_[i] + u * (xs_[i + 1] - xs_[i]), ys_[i] + u * (ys_[i + 1] - ys_[i])};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -7,7 +7,7 @@
 #include "base/geometry.h"
 #include "model/pointer_track.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// The smooth path of the drawn cursor: the recorded events on a fixed grid, low-passed forward and backward (so it
 /// neither trails nor leads), then pulled back onto the exact spot of every press. Immutable; queries may come from
@@ -26,7 +26,7 @@ class CursorEngine {
     /// `events` in time order; `duration` in seconds, at most `kMaxDuration`; `smoothing` from 0 (none) to 1. No path
     /// when the duration is not positive or no event but scrolls is left. Times of presses must fit the grid's
     /// integers (preconditions, both: files are checked before).
-    CursorEngine(std::span<const PointerSample> events, double duration, double smoothing);
+    CursorEngine(std::span<const model::PointerSample> events, double duration, double smoothing);
 
     double smoothing() const { return smoothing_; }
     /// Source seconds of the grid points, and the path there in source pixels, origin top-left. Same length, or all
@@ -44,8 +44,8 @@ class CursorEngine {
   private:
     static void smoothPass(std::span<double> xs, std::span<double> ys, double alpha);
 
-    void resample(std::span<const PointerSample> events, double duration);
-    void pullBackTo(const PointerSample& press);
+    void resample(std::span<const model::PointerSample> events, double duration);
+    void pullBackTo(const model::PointerSample& press);
 
     double smoothing_ = 0;
     std::vector<double> times_;
@@ -53,4 +53,4 @@ class CursorEngine {
     std::vector<double> ys_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

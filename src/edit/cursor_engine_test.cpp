@@ -8,17 +8,17 @@
 
 #include "support/pointer_events.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
 // The construction as it is defined, in the plainest words: the reference for the real one.
 struct PlainPath {
     std::vector<double> xs, ys;
 
-    PlainPath(const std::vector<PointerSample>& events, double duration, double smoothing) {
-        std::vector<PointerSample> kept;
+    PlainPath(const std::vector<model::PointerSample>& events, double duration, double smoothing) {
+        std::vector<model::PointerSample> kept;
         for (const auto& each : events) {
-            if (each.kind != PointerKind::scroll) kept.push_back(each);
+            if (each.kind != model::PointerKind::scroll) kept.push_back(each);
         }
         if (kept.empty() || duration <= 0) return;
         const int count = static_cast<int>(duration * 120) + 1;
@@ -39,7 +39,7 @@ struct PlainPath {
             smooth(ys, alpha);
         }
         for (const auto& each : events) {
-            if (each.kind != PointerKind::down) continue;
+            if (each.kind != model::PointerKind::down) continue;
             const int k = std::clamp(static_cast<int>(each.t * 120), 0, count - 1);
             const double dx = each.px - xs[static_cast<std::size_t>(k)];
             const double dy = each.py - ys[static_cast<std::size_t>(k)];
@@ -73,7 +73,8 @@ TEST(CursorEngine, TenSecondsGiveTwelveHundredAndOnePoints) {
 }
 
 TEST(CursorEngine, WithoutEventsOrDurationThereIsNoPath) {
-    const std::vector scrolls = {event(0, 1, 2, PointerKind::scroll), event(1, 1, 2, PointerKind::scroll)};
+    const std::vector scrolls = {event(0, 1, 2, model::PointerKind::scroll),
+                                 event(1, 1, 2, model::PointerKind::scroll)};
     EXPECT_TRUE(CursorEngine({}, 10, 0.88).times().empty());
     EXPECT_TRUE(CursorEngine(scrolls, 10, 0.88).times().empty());
     EXPECT_TRUE(CursorEngine(std::vector{event(0, 1, 2)}, 0, 0.88).times().empty());
@@ -89,7 +90,7 @@ TEST(CursorEngine, AShorterPathThanTwoPointsHasNoPosition) {
 }
 
 TEST(CursorEngine, WithoutSmoothingThePathIsTheStraightConnection) {
-    const std::vector events = {event(0, 0, 100), event(1, 120, 100, PointerKind::down), event(2, 120, 220)};
+    const std::vector events = {event(0, 0, 100), event(1, 120, 100, model::PointerKind::down), event(2, 120, 220)};
     const CursorEngine engine(events, 2, 0);
     for (double t = 0; t <= 2; t += 1.0 / 480) {
         const auto position = engine.position(t);
@@ -100,7 +101,7 @@ TEST(CursorEngine, WithoutSmoothingThePathIsTheStraightConnection) {
 }
 
 TEST(CursorEngine, ScrollsDoNotMoveThePath) {
-    const std::vector with = {event(0, 0, 0), event(0.5, 999, 999, PointerKind::scroll), event(1, 120, 0)};
+    const std::vector with = {event(0, 0, 0), event(0.5, 999, 999, model::PointerKind::scroll), event(1, 120, 0)};
     const std::vector without = {event(0, 0, 0), event(1, 120, 0)};
     EXPECT_EQ(CursorEngine(with, 2, 0.88), CursorEngine(without, 2, 0.88));
 }
@@ -127,7 +128,7 @@ TEST(CursorEngine, OfTwoEventsAtOneTimeTheFirstCountsBeforeAndTheSecondAfter) {
 }
 
 TEST(CursorEngine, ThePathPassesThroughTheClick) {
-    const std::vector events = {event(0, 0, 0), event(1, 400, 300), event(1.0, 400, 300, PointerKind::down),
+    const std::vector events = {event(0, 0, 0), event(1, 400, 300), event(1.0, 400, 300, model::PointerKind::down),
                                 event(1.1, 800, 100)};
     const CursorEngine engine(events, 3, 1);
     EXPECT_NEAR(engine.xs()[120], 400, 1e-9);
@@ -137,7 +138,7 @@ TEST(CursorEngine, ThePathPassesThroughTheClick) {
 TEST(CursorEngine, AClickOnThePathChangesNothing) {
     std::vector events = {event(0, 500, 500), event(4, 500, 500)};
     const CursorEngine without(events, 4, 0.88);
-    events.insert(events.begin() + 1, event(2, 500.0, 500.0, PointerKind::down));
+    events.insert(events.begin() + 1, event(2, 500.0, 500.0, model::PointerKind::down));
     EXPECT_EQ(CursorEngine(events, 4, 0.88), without);
     // Nearly on it, in both axes. The press itself is part of the connection that is smoothed, so this one is placed
     // where no smoothing happens.
@@ -147,9 +148,9 @@ TEST(CursorEngine, AClickOnThePathChangesNothing) {
 }
 
 TEST(CursorEngine, AClickAtTheBeginningReachesForwardOnly) {
-    std::vector events = {event(0, 100, 100, PointerKind::down), event(0.0, 0, 0), event(3, 0, 0)};
+    std::vector events = {event(0, 100, 100, model::PointerKind::down), event(0.0, 0, 0), event(3, 0, 0)};
     const CursorEngine corrected(events, 3, 0.88);
-    events[0].kind = PointerKind::up;
+    events[0].kind = model::PointerKind::up;
     const CursorEngine plain(events, 3, 0.88);
     for (std::size_t i = 0; i < plain.xs().size(); ++i) {
         if (i < 42) {
@@ -162,9 +163,9 @@ TEST(CursorEngine, AClickAtTheBeginningReachesForwardOnly) {
 }
 
 TEST(CursorEngine, AClickAtTheEndCorrectsTheLastFortyThreePoints) {
-    std::vector events = {event(0, 0, 0), event(2.5, 0, 0), event(3, 100, 100, PointerKind::down)};
+    std::vector events = {event(0, 0, 0), event(2.5, 0, 0), event(3, 100, 100, model::PointerKind::down)};
     const CursorEngine corrected(events, 3, 0.88);
-    events[2].kind = PointerKind::up;
+    events[2].kind = model::PointerKind::up;
     const CursorEngine plain(events, 3, 0.88);
     const std::size_t count = plain.xs().size();
     ASSERT_EQ(count, 361u);
@@ -175,8 +176,8 @@ TEST(CursorEngine, AClickAtTheEndCorrectsTheLastFortyThreePoints) {
 }
 
 TEST(CursorEngine, PressesBeforeAndAfterTheRecordingCorrectItsEnds) {
-    const std::vector events = {event(-2, 70, 70, PointerKind::down), event(-1, 0, 0),
-                                event(9, 50, 50, PointerKind::down)};
+    const std::vector events = {event(-2, 70, 70, model::PointerKind::down), event(-1, 0, 0),
+                                event(9, 50, 50, model::PointerKind::down)};
     const CursorEngine engine(events, 3, 0.88);
     EXPECT_NEAR(engine.xs().front(), 70, 1e-9);
     EXPECT_NEAR(engine.xs().back(), 50, 1e-9);
@@ -184,7 +185,7 @@ TEST(CursorEngine, PressesBeforeAndAfterTheRecordingCorrectItsEnds) {
 
 TEST(CursorEngine, SmoothingNeitherTrailsNorLeads) {
     // A step, recorded: the smoothed path crosses its middle in the middle.
-    std::vector<PointerSample> events;
+    std::vector<model::PointerSample> events;
     for (int i = 0; i <= 400; ++i) events.push_back(event(i / 100.0, i < 200 ? 0 : 100, 0));
     const CursorEngine engine(events, 4, 0.88);
     EXPECT_NEAR(engine.position(1.995)->x, 50, 1.0);
@@ -197,13 +198,14 @@ TEST(CursorEngineProperty, EqualsThePlainConstructionBitForBit) {
     std::mt19937 random(5);
     std::uniform_real_distribution<double> position(-100, 2000);
     for (int round = 0; round < 100; ++round) {
-        std::vector<PointerSample> events;
+        std::vector<model::PointerSample> events;
         double t = -0.5;
         const int count = static_cast<int>(random() % 300);
         for (int i = 0; i < count; ++i) {
             // Repeated times are part of real recordings.
             if (random() % 4 != 0) t += static_cast<double>(random() % 1000) / 10'000;
-            events.push_back(event(t, position(random), position(random), static_cast<PointerKind>(random() % 5)));
+            events.push_back(
+                event(t, position(random), position(random), static_cast<model::PointerKind>(random() % 5)));
         }
         const double duration = static_cast<double>(random() % 2000) / 100;
         const double smoothing = static_cast<double>(random() % 101) / 100;
@@ -222,15 +224,15 @@ TEST(CursorEngineProperty, ThePathPassesThroughEveryClickThatHasRoom) {
     std::mt19937 random(6);
     std::uniform_real_distribution<double> position(0, 2000);
     for (int round = 0; round < 100; ++round) {
-        std::vector<PointerSample> events;
+        std::vector<model::PointerSample> events;
         for (int i = 0; i < 2000; ++i) {
             // A press each second: further apart than two corrections reach.
-            const auto kind = i % 100 == 50 ? PointerKind::down : PointerKind::move;
+            const auto kind = i % 100 == 50 ? model::PointerKind::down : model::PointerKind::move;
             events.push_back(event(i / 100.0, position(random), position(random), kind));
         }
         const CursorEngine engine(events, 20, 0.01 * (round + 1));
         for (const auto& each : events) {
-            if (each.kind != PointerKind::down) continue;
+            if (each.kind != model::PointerKind::down) continue;
             const auto k = static_cast<std::size_t>(each.t * 120);
             ASSERT_NEAR(engine.xs()[k], each.px, 0.0101);
             ASSERT_NEAR(engine.ys()[k], each.py, 0.0101);
@@ -240,8 +242,8 @@ TEST(CursorEngineProperty, ThePathPassesThroughEveryClickThatHasRoom) {
 
 TEST(CursorEngineDeathTest, TimesThatNoGridHoldsAreMistakesOfTheCaller) {
     EXPECT_DEATH(CursorEngine(std::vector{event(0, 1, 2)}, 1e30, 0.88), "no longer than its path");
-    EXPECT_DEATH(CursorEngine(std::vector{event(1e300, 1, 2, PointerKind::down)}, 10, 0.88), "fits the grid");
+    EXPECT_DEATH(CursorEngine(std::vector{event(1e300, 1, 2, model::PointerKind::down)}, 10, 0.88), "fits the grid");
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

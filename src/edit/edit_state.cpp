@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
-ZoomEngine::Parameters zoomParameters(const ProjectSettings& settings) {
-    const double pace = factor(settings.tempo);
+ZoomEngine::Parameters zoomParameters(const model::ProjectSettings& settings) {
+    const double pace = model::factor(settings.tempo);
     ZoomEngine::Parameters parameters;
     parameters.scale = settings.zoomScale;
     parameters.zoomInDuration *= pace;
@@ -15,11 +15,11 @@ ZoomEngine::Parameters zoomParameters(const ProjectSettings& settings) {
     return parameters;
 }
 
-std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const ProjectSettings& settings,
+std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const model::ProjectSettings& settings,
                                                  CanvasSize canvas, const EditState* previous) {
     checkZooms(settings);
     checkMasks(settings);
-    const CaptureInfo& info = recording.info;
+    const model::CaptureInfo& info = recording.info;
     const auto width = static_cast<double>(info.pixelWidth);
     const auto height = static_cast<double>(info.pixelHeight);
 
@@ -38,7 +38,7 @@ std::shared_ptr<const EditState> deriveEditState(const Recording& recording, con
     }
 
     std::copy_if(recording.presses.begin(), recording.presses.end(), std::back_inserter(state->clicks),
-                 [&](const PointerSample& press) {
+                 [&](const model::PointerSample& press) {
                      return state->layout.cropRect.containsOrTouches({press.px, press.py});
                  });
 
@@ -46,16 +46,16 @@ std::shared_ptr<const EditState> deriveEditState(const Recording& recording, con
     state->zoomSpecs =
         settings.zooms ? *settings.zooms : ZoomEngine::autoSpecs(state->clicks, width, height, parameters);
     std::stable_sort(state->zoomSpecs.begin(), state->zoomSpecs.end(),
-                     [](const ZoomSpec& a, const ZoomSpec& b) { return a.start < b.start; });
+                     [](const model::ZoomSpec& a, const model::ZoomSpec& b) { return a.start < b.start; });
     state->zoomEngine = std::make_shared<const ZoomEngine>(state->zoomSpecs, width, height, parameters);
     return state;
 }
 
-const std::string* cursorShapeAt(const std::vector<CursorChange>& changes, double t) {
+const std::string* cursorShapeAt(const std::vector<model::CursorChange>& changes, double t) {
     if (changes.empty()) return nullptr;
     const auto later = std::upper_bound(changes.begin(), changes.end(), t,
-                                        [](double time, const CursorChange& change) { return time < change.t; });
+                                        [](double time, const model::CursorChange& change) { return time < change.t; });
     return later == changes.begin() ? &changes.front().id : &std::prev(later)->id;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

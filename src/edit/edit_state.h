@@ -10,35 +10,35 @@
 #include "edit/zoom_engine.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// Everything that follows from a recording, its project document and a canvas size. Immutable: threads share it.
 struct EditState {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     TrimRange trim;
     std::vector<KeptSegment> keptSegments;
     /// Length of the edited video in seconds.
     double outputDuration = 0;
     /// The zooms in force, proposed or made by hand, sorted by start.
-    std::vector<ZoomSpec> zoomSpecs;
+    std::vector<model::ZoomSpec> zoomSpecs;
     std::shared_ptr<const ZoomEngine> zoomEngine;
     std::shared_ptr<const CursorEngine> cursorEngine;
     /// The presses inside the crop rectangle, in order: the ones that get a ring.
-    std::vector<PointerSample> clicks;
+    std::vector<model::PointerSample> clicks;
     StudioLayout layout;
 };
 
 /// The zoom camera's pace under these settings.
-ZoomEngine::Parameters zoomParameters(const ProjectSettings& settings);
+ZoomEngine::Parameters zoomParameters(const model::ProjectSettings& settings);
 
 /// Derives the whole edit state: a pure function of the recording, the settings and the canvas. `previous`, a state of
 /// the same recording or none, only saves time: what would come out equal is shared with it. Throws `RecorderError`
 /// when the settings, from a damaged file, cannot be drawn; never for what the editor's controls can set.
-std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const ProjectSettings& settings,
+std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const model::ProjectSettings& settings,
                                                  CanvasSize canvas, const EditState* previous = nullptr);
 
 /// The id of the cursor shape in force at source time `t`: that of the last change up to then, or of the first one
 /// before any. Null when there are no changes.
-const std::string* cursorShapeAt(const std::vector<CursorChange>& changes, double t);
+const std::string* cursorShapeAt(const std::vector<model::CursorChange>& changes, double t);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -8,28 +8,28 @@
 #include "base/recorder_error.h"
 #include "support/pointer_events.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
 constexpr CanvasSize kCanvas{2560, 1440};
 
-CaptureInfo capture(double duration = 30) {
-    CaptureInfo info;
+model::CaptureInfo capture(double duration = 30) {
+    model::CaptureInfo info;
     info.pixelWidth = 1920;
     info.pixelHeight = 1080;
     info.duration = duration;
     return info;
 }
 
-Recording recordingOf(std::vector<PointerSample> events, const CaptureInfo& info = capture()) {
-    PointerTrack track;
+Recording recordingOf(std::vector<model::PointerSample> events, const model::CaptureInfo& info = capture()) {
+    model::PointerTrack track;
     track.events = std::move(events);
     return {"", info, std::move(track)};
 }
 
 TEST(EditState, ProposesZoomsOnlyForClicksInsideTheCrop) {
     const Recording recording = recordingOf({event(0, 0, 0), press(5, 100, 500), press(15, 1000, 500)});
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     EXPECT_EQ(deriveEditState(recording, settings, kCanvas)->zoomSpecs.size(), 2u);
     settings.cropLeft = 0.1;  // from x = 192
     const auto state = deriveEditState(recording, settings, kCanvas);
@@ -40,7 +40,7 @@ TEST(EditState, ProposesZoomsOnlyForClicksInsideTheCrop) {
 }
 
 TEST(EditState, AClickOnTheCropsEdgeLiesInside) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cropLeft = 0.1;
     settings.cropBottom = 0.1;
     const auto state =
@@ -51,7 +51,7 @@ TEST(EditState, AClickOnTheCropsEdgeLiesInside) {
 
 TEST(EditState, APresentZoomListIsUsedAsItStandsSortedByStart) {
     const Recording recording = recordingOf({press(5, 100, 500)});
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.zooms.emplace();
     EXPECT_TRUE(deriveEditState(recording, settings, kCanvas)->zoomSpecs.empty());
     settings.zooms = {{9, 12, 2, {{9.7, 0, 0}}}, {1, 3, 1.5, {{1.7, 1, 1}}}};
@@ -63,17 +63,17 @@ TEST(EditState, APresentZoomListIsUsedAsItStandsSortedByStart) {
 }
 
 TEST(EditState, TheTempoStretchesTheTransitionsOnly) {
-    const auto parametersAt = [](Tempo tempo) {
-        ProjectSettings settings;
+    const auto parametersAt = [](model::Tempo tempo) {
+        model::ProjectSettings settings;
         settings.tempo = tempo;
         settings.zoomScale = 2.5;
         return zoomParameters(settings);
     };
-    const auto quick = parametersAt(Tempo::schnell);
+    const auto quick = parametersAt(model::Tempo::schnell);
     EXPECT_DOUBLE_EQ(quick.zoomInDuration, 0.525);
     EXPECT_DOUBLE_EQ(quick.zoomOutDuration, 0.75);
     EXPECT_DOUBLE_EQ(quick.panDuration, 0.6);
-    const auto calm = parametersAt(Tempo::ruhig);
+    const auto calm = parametersAt(model::Tempo::ruhig);
     EXPECT_DOUBLE_EQ(calm.zoomInDuration, 0.945);
     EXPECT_DOUBLE_EQ(calm.zoomOutDuration, 1.35);
     EXPECT_DOUBLE_EQ(calm.panDuration, 1.08);
@@ -88,11 +88,11 @@ TEST(EditState, TheTempoStretchesTheTransitionsOnly) {
 
 TEST(EditState, HandMadeZoomsKeepTheirTimesButChangeTheirTransitions) {
     const Recording recording = recordingOf({press(5, 100, 500)});
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.zooms = {{9, 12, 2, {{9.7, 0, 0}}}};
-    settings.tempo = Tempo::schnell;
+    settings.tempo = model::Tempo::schnell;
     const auto quick = deriveEditState(recording, settings, kCanvas);
-    settings.tempo = Tempo::ruhig;
+    settings.tempo = model::Tempo::ruhig;
     const auto calm = deriveEditState(recording, settings, kCanvas);
     EXPECT_EQ(quick->zoomSpecs, calm->zoomSpecs);
     EXPECT_DOUBLE_EQ(quick->zoomEngine->scaleKeys()[2].t, 9.525);
@@ -101,7 +101,7 @@ TEST(EditState, HandMadeZoomsKeepTheirTimesButChangeTheirTransitions) {
 
 TEST(EditState, AZoomWithoutFocusOrWithImpossibleValuesIsAnError) {
     const Recording recording = recordingOf({});
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.zooms = {{9, 12, 2, {}}};
     try {
         deriveEditState(recording, settings, kCanvas);
@@ -109,9 +109,10 @@ TEST(EditState, AZoomWithoutFocusOrWithImpossibleValuesIsAnError) {
     } catch (const RecorderError& error) {
         EXPECT_EQ(error.message(), "Der Zoom bei 9.00 s hat keinen Zielpunkt.");
     }
-    for (const ZoomSpec& zoom :
-         {ZoomSpec{1e17, 2, 2, {{0, 0, 0}}}, ZoomSpec{1, -1e300, 2, {{0, 0, 0}}}, ZoomSpec{1, 2, 1e308, {{0, 0, 0}}},
-          ZoomSpec{1, 2, 2, {{1e300, 0, 0}}}, ZoomSpec{1, 2, 2, {{1, 1e308, 0}}}, ZoomSpec{1, 2, 2, {{1, 0, -1e9}}}}) {
+    for (const model::ZoomSpec& zoom :
+         {model::ZoomSpec{1e17, 2, 2, {{0, 0, 0}}}, model::ZoomSpec{1, -1e300, 2, {{0, 0, 0}}},
+          model::ZoomSpec{1, 2, 1e308, {{0, 0, 0}}}, model::ZoomSpec{1, 2, 2, {{1e300, 0, 0}}},
+          model::ZoomSpec{1, 2, 2, {{1, 1e308, 0}}}, model::ZoomSpec{1, 2, 2, {{1, 0, -1e9}}}}) {
         settings.zooms = {zoom};
         EXPECT_THROW(deriveEditState(recording, settings, kCanvas), RecorderError);
     }
@@ -119,7 +120,7 @@ TEST(EditState, AZoomWithoutFocusOrWithImpossibleValuesIsAnError) {
 
 TEST(EditState, MoreMasksThanCanBeDrawnAreAnError) {
     const Recording recording = recordingOf({});
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.masks.assign(kMostMasks, {0.2, 0.3, 0.4, 0.5});
     EXPECT_EQ(deriveEditState(recording, settings, kCanvas)->layout.maskRects.size(), kMostMasks);
     settings.masks.push_back({0.2, 0.3, 0.4, 0.5});
@@ -133,14 +134,14 @@ TEST(EditState, MoreMasksThanCanBeDrawnAreAnError) {
 }
 
 TEST(EditState, AnImpossibleScaleOfProposedZoomsIsAnError) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.zoomScale = 1e300;
     EXPECT_THROW(deriveEditState(recordingOf({press(5, 100, 500)}), settings, kCanvas), RecorderError);
 }
 
 TEST(EditState, APreviousStateChangesNothingInTheResult) {
     const Recording recording = recordingOf({event(0, 0, 0), press(5, 100, 500), event(9, 800, 300)});
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     const auto first = deriveEditState(recording, settings, kCanvas);
     settings.cornerRadius = 3;
     const auto second = deriveEditState(recording, settings, kCanvas, first.get());
@@ -162,7 +163,7 @@ TEST(EditState, AnEmptyRecordingHasAStateToo) {
 }
 
 TEST(CursorShape, IsThatOfTheLastChangeAndTheFirstOneBeforeAny) {
-    const std::vector<CursorChange> changes = {{1, "c0"}, {2, "c1"}, {2, "c2"}, {5, "hidden"}};
+    const std::vector<model::CursorChange> changes = {{1, "c0"}, {2, "c1"}, {2, "c2"}, {5, "hidden"}};
     EXPECT_EQ(*cursorShapeAt(changes, -3), "c0");
     EXPECT_EQ(*cursorShapeAt(changes, 1), "c0");
     EXPECT_EQ(*cursorShapeAt(changes, 1.99), "c0");
@@ -172,7 +173,7 @@ TEST(CursorShape, IsThatOfTheLastChangeAndTheFirstOneBeforeAny) {
 }
 
 TEST(Recording, RefusesWhatNothingCanBeBuiltFrom) {
-    CaptureInfo info = capture();
+    model::CaptureInfo info = capture();
     info.pixelWidth = 0;
     EXPECT_THROW(recordingOf({}, info), RecorderError);
     info.pixelWidth = 9'000'000'000;
@@ -190,7 +191,7 @@ TEST(Recording, RefusesWhatNothingCanBeBuiltFrom) {
 
 TEST(Recording, RefusesPicturesThatNoDecoderGives) {
     const auto errorOf = [](std::int64_t width, std::int64_t height) -> std::string {
-        CaptureInfo info = capture();
+        model::CaptureInfo info = capture();
         info.pixelWidth = width;
         info.pixelHeight = height;
         try {
@@ -212,10 +213,10 @@ TEST(Recording, RefusesPicturesThatNoDecoderGives) {
 
 TEST(Recording, DrawsOutThePresses) {
     const Recording recording =
-        recordingOf({event(0, 0, 0), press(1, 1, 1), event(2, 2, 2, PointerKind::up), press(3, 3, 3)});
+        recordingOf({event(0, 0, 0), press(1, 1, 1), event(2, 2, 2, model::PointerKind::up), press(3, 3, 3)});
     ASSERT_EQ(recording.presses.size(), 2u);
     EXPECT_EQ(recording.presses[1].t, 3);
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -10,7 +10,7 @@
 #include "edit/studio_layers.h"
 #include "imaging/picture.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// What a frame is composed from; all of it outlives the call only.
 struct FrameIngredients {
@@ -26,8 +26,8 @@ struct FrameIngredients {
 ///
 /// `source` is the screen picture, stretched to the recording's picture size where it has another; `webcam` the
 /// camera's picture, none before its first; `t` the source time in seconds. Pure; any thread.
-Picture composeFrame(const FrameIngredients& ingredients, const Picture& source, const std::optional<Picture>& webcam,
-                     double t);
+imaging::Picture composeFrame(const FrameIngredients& ingredients, const imaging::Picture& source,
+                              const std::optional<imaging::Picture>& webcam, double t);
 
 /// How a click's ring looks at an age in seconds since the press: its diameter in source pixels, and its opacity. None
 /// before the press and once it has faded.
@@ -37,4 +37,4 @@ struct RingLook {
 };
 std::optional<RingLook> ringLook(double age);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

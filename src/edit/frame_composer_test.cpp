@@ -12,7 +12,7 @@
 #include "support/golden_picture.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
 namespace fs = std::filesystem;
@@ -22,19 +22,19 @@ constexpr int kHeight = 180;
 
 using Pixel = std::array<int, 4>;  // blue, green, red, alpha
 
-Picture filled(int width, int height, const Pixel& colour) {
-    auto buffer = std::make_shared<BgraPremultipliedBuffer>(width, height);
+imaging::Picture filled(int width, int height, const Pixel& colour) {
+    auto buffer = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             for (std::size_t c = 0; c < 4; ++c) buffer->pixel(x, y)[c] = static_cast<std::uint8_t>(colour[c]);
         }
     }
-    return Picture(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(buffer)));
+    return imaging::Picture(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(std::move(buffer)));
 }
 
 // A screen with something to recognise: coloured quarters and fine lines.
-Picture testScreen(int width, int height) {
-    auto buffer = std::make_shared<BgraPremultipliedBuffer>(width, height);
+imaging::Picture testScreen(int width, int height) {
+    auto buffer = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const bool line = y > height / 2 && x > width / 2 && (x / 2) % 2 == 0;
@@ -45,7 +45,7 @@ Picture testScreen(int width, int height) {
             pixel[3] = 255;
         }
     }
-    return Picture(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(buffer)));
+    return imaging::Picture(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(std::move(buffer)));
 }
 
 // A recording of 640 x 360 pixels with one press at 2 s and a still pointer.
@@ -56,23 +56,23 @@ class FrameComposer : public testing::Test {
         info_.pixelWidth = 640;
         info_.pixelHeight = 360;
         info_.duration = 10;
-        track_.events = {{0, 320, 180, 0.5, 0.5, PointerKind::move, {}, {}, {}},
-                         {2, 320, 180, 0.5, 0.5, PointerKind::down, PointerButton::left, {}, {}},
-                         {10, 320, 180, 0.5, 0.5, PointerKind::move, {}, {}, {}}};
+        track_.events = {{0, 320, 180, 0.5, 0.5, model::PointerKind::move, {}, {}, {}},
+                         {2, 320, 180, 0.5, 0.5, model::PointerKind::down, model::PointerButton::left, {}, {}},
+                         {10, 320, 180, 0.5, 0.5, model::PointerKind::move, {}, {}, {}}};
         track_.cursorChanges = {{1, "c0"}, {8, "hidden"}};
         track_.cursorImages = {{"c0", "cursors/c0.png", 20, 30, 5, 10, 1, true}, {"hidden", "", 0, 0, 0, 0, 1, false}};
         settings_.zooms.emplace();
         settings_.cornerRadius = 12;
         fs::create_directories(folder_ / "cursors");
         // Green, its left half darker, so that its place and its sides are seen.
-        BgraPremultipliedBuffer cursor(20, 30);
+        imaging::BgraPremultipliedBuffer cursor(20, 30);
         for (int y = 0; y < 30; ++y) {
             for (int x = 0; x < 20; ++x) {
                 cursor.pixel(x, y)[1] = x < 10 ? 120 : 255;
                 cursor.pixel(x, y)[3] = 255;
             }
         }
-        writePng(folder_ / "cursors/c0.png", cursor);
+        imaging::writePng(folder_ / "cursors/c0.png", cursor);
     }
 
     Composition open() {
@@ -82,28 +82,28 @@ class FrameComposer : public testing::Test {
         return {folder_.path(), kWidth, kHeight};
     }
 
-    static BgraPremultipliedBuffer painted(const Picture& picture) {
-        BgraPremultipliedBuffer pixels(kWidth, kHeight);
-        Painter(1).paint(picture, pixels);
+    static imaging::BgraPremultipliedBuffer painted(const imaging::Picture& picture) {
+        imaging::BgraPremultipliedBuffer pixels(kWidth, kHeight);
+        imaging::Painter(1).paint(picture, pixels);
         return pixels;
     }
 
     // The frame's pixel at a canvas point (origin bottom-left).
-    static Pixel at(const BgraPremultipliedBuffer& pixels, double x, double y) {
+    static Pixel at(const imaging::BgraPremultipliedBuffer& pixels, double x, double y) {
         const auto* pixel = pixels.pixel(static_cast<int>(x), kHeight - 1 - static_cast<int>(y));
         return {pixel[0], pixel[1], pixel[2], pixel[3]};
     }
 
     static void expectGoldenFrame(const Composition& composition, const std::string& name, double t,
-                                  const std::optional<Picture>& webcam = std::nullopt) {
+                                  const std::optional<imaging::Picture>& webcam = std::nullopt) {
         expectGolden(painted(composition.compose(testScreen(640, 360), webcam, t)),
                      fs::path(LUMI_EDIT_TESTDATA) / (name + ".png"));
     }
 
     TemporaryFolder folder_;
-    CaptureInfo info_;
-    PointerTrack track_;
-    ProjectSettings settings_;
+    model::CaptureInfo info_;
+    model::PointerTrack track_;
+    model::ProjectSettings settings_;
 };
 
 const Pixel kRed = {0, 0, 220, 255};
@@ -136,9 +136,9 @@ TEST_F(FrameComposer, ACropShowsThePartThatIsLeft) {
     settings_.cornerRadius = 0;
     const Composition composition = open();
     // The bottom-right part of a screen that is red in its top-left 40 %.
-    const Picture screen = filled(256, 144, kRed)
-                               .transformed(AffineTransform::translation(0, 216))
-                               .over(filled(640, 360, {200, 200, 200, 255}));
+    const imaging::Picture screen = filled(256, 144, kRed)
+                                        .transformed(imaging::AffineTransform::translation(0, 216))
+                                        .over(filled(640, 360, {200, 200, 200, 255}));
     const auto pixels = painted(composition.compose(screen, std::nullopt, 9));
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) ASSERT_FALSE(isReddish(at(pixels, x, y))) << x << "," << y;
@@ -185,8 +185,8 @@ TEST_F(FrameComposer, ACursorUpToTwoPixelsOutsideTheCropIsDrawn) {
     const auto hasCursor = [&](double px) {
         for (auto& event : track_.events) event.px = px;
         const Composition composition = open();
-        const Picture screen = filled(640, 360, kRed);
-        const Picture with = composition.compose(screen, std::nullopt, 6);
+        const imaging::Picture screen = filled(640, 360, kRed);
+        const imaging::Picture with = composition.compose(screen, std::nullopt, 6);
         return !(with == composition.compose(screen, std::nullopt, 9));
     };
     EXPECT_TRUE(hasCursor(64));
@@ -197,7 +197,7 @@ TEST_F(FrameComposer, ACursorUpToTwoPixelsOutsideTheCropIsDrawn) {
 TEST_F(FrameComposer, AnUnknownShapeDrawsNothing) {
     track_.cursorChanges = {{0, "c7"}};
     const Composition composition = open();
-    const Picture screen = filled(640, 360, kRed);
+    const imaging::Picture screen = filled(640, 360, kRed);
     EXPECT_TRUE(composition.compose(screen, std::nullopt, 5) == composition.compose(screen, std::nullopt, 9));
 }
 
@@ -231,7 +231,7 @@ TEST_F(FrameComposer, TheRingLiesAroundTheClick) {
 
 TEST_F(FrameComposer, EqualMomentsGiveEqualRecipesAndRingsDoNot) {
     const Composition composition = open();
-    const Picture screen = testScreen(640, 360);
+    const imaging::Picture screen = testScreen(640, 360);
     EXPECT_TRUE(composition.compose(screen, {}, 5) == composition.compose(screen, {}, 6));
     EXPECT_FALSE(composition.compose(screen, {}, 2.1) == composition.compose(screen, {}, 2.15));
     EXPECT_FALSE(composition.compose(screen, {}, 5) == composition.compose(testScreen(640, 360), {}, 5));
@@ -244,8 +244,8 @@ TEST_F(FrameComposer, TheBubbleStaysInItsCornerWhileTheCameraZooms) {
     settings_.zooms = {{1, 8, 2, {{1.7, 0.2, 0.2}}}};
     Composition composition = open();
     const Rect bubble = composition.state()->layout.bubbleRect;
-    const Picture screen = filled(640, 360, {200, 200, 200, 255});
-    const Picture camera = filled(64, 48, kRed);
+    const imaging::Picture screen = filled(640, 360, {200, 200, 200, 255});
+    const imaging::Picture camera = filled(64, 48, kRed);
     for (const double t : {0.0, 4.0}) {
         const auto pixels = painted(composition.compose(screen, camera, t));
         EXPECT_EQ(at(pixels, bubble.midX(), bubble.midY()), kRed);
@@ -254,7 +254,7 @@ TEST_F(FrameComposer, TheBubbleStaysInItsCornerWhileTheCameraZooms) {
     }
     const auto without = painted(composition.compose(screen, std::nullopt, 4));
     EXPECT_FALSE(isReddish(at(without, bubble.midX(), bubble.midY()))) << "no picture, no bubble";
-    ProjectSettings settings = composition.settings();
+    model::ProjectSettings settings = composition.settings();
     settings.webcamEnabled = false;
     composition.setSettings(settings);
     const auto off = painted(composition.compose(screen, camera, 4));
@@ -281,7 +281,7 @@ TEST_F(FrameComposer, LooksAsItDid) {
     settings_.masks = {{0.55, 0.55, 0.3, 0.3}};
     settings_.zooms = {{3, 6, 1.6, {{3.7, 0.7, 0.6}}}};
     const Composition composition = open();
-    const Picture camera = filled(64, 48, {150, 180, 220, 255});
+    const imaging::Picture camera = filled(64, 48, {150, 180, 220, 255});
     expectGoldenFrame(composition, "frame_ring", 2.15);
     expectGoldenFrame(composition, "frame_zoomed", 5, camera);
     expectGoldenFrame(composition, "frame_whole", 9, camera);
@@ -292,13 +292,13 @@ TEST_F(FrameComposer, EachLayerAloneLooksAsItDid) {
     track_.cursorChanges = {{0, "hidden"}, {8.5, "c0"}};
     info_.webcamFile = "webcam.mov";
     folder_.write("webcam.mov", "x");
-    const Picture camera = testScreen(64, 48);
+    const imaging::Picture camera = testScreen(64, 48);
     expectGoldenFrame(open(), "frame_plain", 1);
     expectGoldenFrame(open(), "frame_click", 2.2);
     expectGoldenFrame(open(), "frame_cursor", 9);
     expectGoldenFrame(open(), "frame_bubble", 1, camera);
 
-    const ProjectSettings plain = settings_;
+    const model::ProjectSettings plain = settings_;
     settings_.cornerRadius = 40;
     settings_.padding = 0.15;
     expectGoldenFrame(open(), "frame_padding", 1);
@@ -322,7 +322,7 @@ TEST_F(FrameComposer, EachLayerAloneLooksAsItDid) {
 TEST_F(FrameComposer, SettingsOutOfAnyRangeDrawSomethingOrAreRefused) {
     Composition composition = open();
     const auto draws = [&](auto change) {
-        ProjectSettings settings = settings_;
+        model::ProjectSettings settings = settings_;
         change(settings);
         composition.setSettings(settings);
         return painted(composition.compose(testScreen(640, 360), std::nullopt, 2.1)).pixel(0, 0)[3] == 255;
@@ -340,4 +340,4 @@ TEST_F(FrameComposer, SettingsOutOfAnyRangeDrawSomethingOrAreRefused) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -9,7 +9,7 @@
 #include "imaging/picture_limits.h"
 #include "model/recording_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 namespace {
 
@@ -25,14 +25,15 @@ bool within(double value, double limit) {
     return std::abs(value) <= limit;
 }
 
-void checkCapture(const CaptureInfo& info) {
+void checkCapture(const model::CaptureInfo& info) {
     if (info.pixelWidth < 1 || info.pixelHeight < 1) throw RecorderError("Die Aufnahme enthält kein Bild.");
-    if (!isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) {
+    if (!imaging::isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) {
         throw RecorderError(formatted(
             "Die Bildgröße der Aufnahme ist unzulässig: %lld×%lld Pixel. Möglich sind höchstens %lld in jeder Richtung "
             "und %lld Millionen im Ganzen.",
             static_cast<long long>(info.pixelWidth), static_cast<long long>(info.pixelHeight),
-            static_cast<long long>(kMaxPictureEdge), static_cast<long long>(kMaxPictureArea / 1'000'000)));
+            static_cast<long long>(imaging::kMaxPictureEdge),
+            static_cast<long long>(imaging::kMaxPictureArea / 1'000'000)));
     }
     if (info.duration < -CursorEngine::kMaxDuration) {
         throw RecorderError("Die Länge der Aufnahme ist unzulässig.");
@@ -46,8 +47,8 @@ void checkCapture(const CaptureInfo& info) {
     }
 }
 
-void checkTrack(const PointerTrack& track) {
-    for (const PointerSample& event : track.events) {
+void checkTrack(const model::PointerTrack& track) {
+    for (const model::PointerSample& event : track.events) {
         if (!within(event.t, kMaxTime)) {
             throw RecorderError("Ein Mausereignis hat eine Zeit, die in keiner Aufnahme vorkommen kann.");
         }
@@ -59,31 +60,32 @@ void checkTrack(const PointerTrack& track) {
 
 }  // namespace
 
-Recording::Recording(std::filesystem::path recordingFolder, CaptureInfo captureInfo, PointerTrack pointerTrack)
+Recording::Recording(std::filesystem::path recordingFolder, model::CaptureInfo captureInfo,
+                     model::PointerTrack pointerTrack)
     : folder(std::move(recordingFolder)), info(std::move(captureInfo)), track(std::move(pointerTrack)) {
     checkCapture(info);
     checkTrack(track);
-    for (const PointerSample& event : track.events) {
-        if (event.kind == PointerKind::down) presses.push_back(event);
+    for (const model::PointerSample& event : track.events) {
+        if (event.kind == model::PointerKind::down) presses.push_back(event);
     }
-    if (info.webcamFile) webcamFile = fileInside(folder, *info.webcamFile).value_or(std::filesystem::path());
+    if (info.webcamFile) webcamFile = model::fileInside(folder, *info.webcamFile).value_or(std::filesystem::path());
 }
 
 Recording Recording::load(const std::filesystem::path& folder) {
-    CaptureInfo info = CaptureInfo::load(folder);
-    PointerTrack track = PointerTrack::load(folder);
+    model::CaptureInfo info = model::CaptureInfo::load(folder);
+    model::PointerTrack track = model::PointerTrack::load(folder);
     return {folder, std::move(info), std::move(track)};
 }
 
-void checkZooms(const ProjectSettings& settings) {
+void checkZooms(const model::ProjectSettings& settings) {
     if (!within(settings.zoomScale, kMaxScale)) throw RecorderError("Die Vergrößerung der Zooms ist unzulässig.");
     if (!settings.zooms) return;
-    for (const ZoomSpec& zoom : *settings.zooms) {
+    for (const model::ZoomSpec& zoom : *settings.zooms) {
         if (zoom.focus.empty()) {
             throw RecorderError(formatted("Der Zoom bei %.2f s hat keinen Zielpunkt.", zoom.start));
         }
         bool plausible = within(zoom.start, kMaxTime) && within(zoom.end, kMaxTime) && within(zoom.scale, kMaxScale);
-        for (const FocusKey& key : zoom.focus) {
+        for (const model::FocusKey& key : zoom.focus) {
             plausible =
                 plausible && within(key.t, kMaxTime) && within(key.x, kMaxFraction) && within(key.y, kMaxFraction);
         }
@@ -93,10 +95,10 @@ void checkZooms(const ProjectSettings& settings) {
     }
 }
 
-void checkMasks(const ProjectSettings& settings) {
+void checkMasks(const model::ProjectSettings& settings) {
     if (settings.masks.size() <= kMostMasks) return;
     throw RecorderError(formatted("Das Projekt verpixelt %zu Bereiche; mehr als %zu können nicht gezeichnet werden.",
                                   settings.masks.size(), kMostMasks));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -7,16 +7,16 @@
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// What the documents of one recording folder say, read once and never changed, with what every edit needs of it
 /// drawn out beforehand.
 struct Recording {
     std::filesystem::path folder;
-    CaptureInfo info;
-    PointerTrack track;
+    model::CaptureInfo info;
+    model::PointerTrack track;
     /// The presses of `track.events`, in order: an edit then never walks a million moves.
-    std::vector<PointerSample> presses;
+    std::vector<model::PointerSample> presses;
     /// The webcam movie that the capture document names, when the folder has it; empty otherwise.
     std::filesystem::path webcamFile;
 
@@ -30,17 +30,17 @@ struct Recording {
     static Recording load(const std::filesystem::path& folder);
 
     /// The same from documents that are there already; `folder` may be any, for example none.
-    Recording(std::filesystem::path folder, CaptureInfo info, PointerTrack track);
+    Recording(std::filesystem::path folder, model::CaptureInfo info, model::PointerTrack track);
 };
 
 /// Throws `RecorderError` when the zooms of a project document cannot be turned into a camera path: one without a
 /// focus key, or times, positions or scales that are no such thing.
-void checkZooms(const ProjectSettings& settings);
+void checkZooms(const model::ProjectSettings& settings);
 
 /// The most masks of a project: nobody draws more, and each of them costs time and memory in every frame.
 inline constexpr std::size_t kMostMasks = 1000;
 
 /// Throws `RecorderError` when a project document has more masks than `kMostMasks`.
-void checkMasks(const ProjectSettings& settings);
+void checkMasks(const model::ProjectSettings& settings);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

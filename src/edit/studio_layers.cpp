@@ -2,27 +2,28 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
-StudioLayers makeStudioLayers(const StudioLayout& layout, const ProjectSettings& settings, PreparedLayers& cache) {
+StudioLayers makeStudioLayers(const StudioLayout& layout, const model::ProjectSettings& settings,
+                              imaging::PreparedLayers& cache) {
     const int width = layout.canvas.width;
     const int height = layout.canvas.height;
     const Rect& screen = layout.screenRect;
     StudioLayers layers;
-    layers.background = Picture(
+    layers.background = imaging::Picture(
         cache.background(width, height, {settings.backgroundRed, settings.backgroundGreen, settings.backgroundBlue}));
-    layers.ringImage = Picture(cache.ring());
+    layers.ringImage = imaging::Picture(cache.ring());
     layers.ringSize = layers.ringImage.extent().width;
     if (!screen.isEmpty()) {
         const double radius = std::clamp(settings.cornerRadius, 0.0, std::min(screen.width, screen.height) / 2);
-        layers.maskImage = Picture(cache.roundedMatte(width, height, screen, radius));
-        layers.shadowImage = Picture(cache.roundedShadow(width, height, screen, radius));
+        layers.maskImage = imaging::Picture(cache.roundedMatte(width, height, screen, radius));
+        layers.shadowImage = imaging::Picture(cache.roundedShadow(width, height, screen, radius));
     }
     if (!layout.bubbleRect.isEmpty()) {
-        layers.bubbleMask = Picture(cache.ellipseMatte(width, height, layout.bubbleRect));
-        layers.bubbleBorder = Picture(cache.bubbleBorder(width, height, layout.bubbleRect));
+        layers.bubbleMask = imaging::Picture(cache.ellipseMatte(width, height, layout.bubbleRect));
+        layers.bubbleBorder = imaging::Picture(cache.bubbleBorder(width, height, layout.bubbleRect));
     }
     return layers;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

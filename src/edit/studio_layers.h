@@ -7,24 +7,25 @@
 #include "imaging/picture.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// The pictures of a studio frame that depend on the settings alone, all of the canvas's size but the ring. Empty
 /// pictures where there is nothing to show: no screen, no bubble.
 struct StudioLayers {
-    Picture background;
+    imaging::Picture background;
     /// Rounded matte of the screen rectangle.
-    Picture maskImage;
-    Picture shadowImage;
+    imaging::Picture maskImage;
+    imaging::Picture shadowImage;
     /// A square; see `ringSize`.
-    Picture ringImage;
+    imaging::Picture ringImage;
     /// Side of the ring's picture in its own pixels.
     double ringSize = 256;
-    Picture bubbleMask;
-    Picture bubbleBorder;
+    imaging::Picture bubbleMask;
+    imaging::Picture bubbleBorder;
 };
 
 /// Draws the layers; `cache` returns those that the last call drew alike.
-StudioLayers makeStudioLayers(const StudioLayout& layout, const ProjectSettings& settings, PreparedLayers& cache);
+StudioLayers makeStudioLayers(const StudioLayout& layout, const model::ProjectSettings& settings,
+                              imaging::PreparedLayers& cache);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

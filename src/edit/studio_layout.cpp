@@ -5,7 +5,7 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 namespace {
 
@@ -25,9 +25,9 @@ double limitedCrop(double share) {
     return share <= 0 ? 0 : std::min(share, kMaxCrop);
 }
 
-std::vector<Rect> maskRectangles(const std::vector<MaskRect>& masks, double width, double height) {
+std::vector<Rect> maskRectangles(const std::vector<model::MaskRect>& masks, double width, double height) {
     std::vector<Rect> rects;
-    for (const MaskRect& mask : masks) {
+    for (const model::MaskRect& mask : masks) {
         const Rect wanted{mask.x * width, height - (mask.y + mask.height) * height, mask.width * width,
                           mask.height * height};
         if (!isFinite(wanted)) continue;
@@ -37,7 +37,7 @@ std::vector<Rect> maskRectangles(const std::vector<MaskRect>& masks, double widt
     return rects;
 }
 
-Rect bubbleRectangle(const ProjectSettings& settings, CanvasSize canvas) {
+Rect bubbleRectangle(const model::ProjectSettings& settings, CanvasSize canvas) {
     const double side = settings.webcamSize * canvas.height;
     const double margin = kBubbleMargin * canvas.height;
     const bool left = settings.webcamCorner == 1 || settings.webcamCorner == 3;
@@ -47,7 +47,7 @@ Rect bubbleRectangle(const ProjectSettings& settings, CanvasSize canvas) {
 
 }  // namespace
 
-Rect cropRectangle(const CaptureInfo& info, const ProjectSettings& settings) {
+Rect cropRectangle(const model::CaptureInfo& info, const model::ProjectSettings& settings) {
     const auto width = static_cast<double>(info.pixelWidth);
     const auto height = static_cast<double>(info.pixelHeight);
     const double left = limitedCrop(settings.cropLeft) * width;
@@ -57,7 +57,8 @@ Rect cropRectangle(const CaptureInfo& info, const ProjectSettings& settings) {
     return {std::round(left), std::round(top), std::round(width - left - right), std::round(height - top - bottom)};
 }
 
-StudioLayout layOutStudio(const CaptureInfo& info, const ProjectSettings& settings, CanvasSize canvas, bool hasWebcam) {
+StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, CanvasSize canvas,
+                          bool hasWebcam) {
     const auto width = static_cast<double>(info.pixelWidth);
     const auto height = static_cast<double>(info.pixelHeight);
     StudioLayout layout;
@@ -102,8 +103,8 @@ ZoomTransform zoomTransform(const StudioLayout& layout, const ZoomEngine::Camera
     return {camera.scale, -(x - halfWidth) * camera.scale, -(y - halfHeight) * camera.scale};
 }
 
-std::optional<MaskRect> sourceNormalized(const StudioLayout& layout, const ZoomTransform& zoom, const CaptureInfo& info,
-                                         const Rect& canvasRect) {
+std::optional<model::MaskRect> sourceNormalized(const StudioLayout& layout, const ZoomTransform& zoom,
+                                                const model::CaptureInfo& info, const Rect& canvasRect) {
     const Point a = sourcePoint(layout, zoom.undo({canvasRect.minX(), canvasRect.minY()}));
     const Point b = sourcePoint(layout, zoom.undo({canvasRect.maxX(), canvasRect.maxY()}));
     const Rect source{std::min(a.x, b.x), std::min(a.y, b.y), std::abs(b.x - a.x), std::abs(b.y - a.y)};
@@ -111,7 +112,7 @@ std::optional<MaskRect> sourceNormalized(const StudioLayout& layout, const ZoomT
     if (shown.isEmpty()) return std::nullopt;
     const auto width = static_cast<double>(info.pixelWidth);
     const auto height = static_cast<double>(info.pixelHeight);
-    return MaskRect{shown.x / width, shown.y / height, shown.width / width, shown.height / height};
+    return model::MaskRect{shown.x / width, shown.y / height, shown.width / width, shown.height / height};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

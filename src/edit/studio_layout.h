@@ -11,7 +11,7 @@
 // Where everything lies in a studio frame. Source pixels have their origin at the top-left like the pointer's
 // coordinates; canvas pixels have it at the bottom-left like everything that is painted.
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 struct CanvasSize {
     int width = 0;
@@ -40,10 +40,11 @@ struct StudioLayout {
 
 /// Lays out a frame. `hasWebcam` tells whether the recording has a webcam movie. Throws `RecorderError` when the
 /// settings, from a damaged file, leave no finite layout.
-StudioLayout layOutStudio(const CaptureInfo& info, const ProjectSettings& settings, CanvasSize canvas, bool hasWebcam);
+StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, CanvasSize canvas,
+                          bool hasWebcam);
 
 /// The shown part of the source by itself: each side loses at most 0.4 of its direction.
-Rect cropRectangle(const CaptureInfo& info, const ProjectSettings& settings);
+Rect cropRectangle(const model::CaptureInfo& info, const model::ProjectSettings& settings);
 
 /// A magnification followed by a shift, both in canvas pixels, origin bottom-left.
 struct ZoomTransform {
@@ -69,7 +70,7 @@ ZoomTransform zoomTransform(const StudioLayout& layout, const ZoomEngine::Camera
 
 /// The part of the source under a rectangle of the canvas while the camera does `zoom`, clipped to what is shown, as
 /// fractions of the source picture (origin top-left). None when nothing of the source lies there.
-std::optional<MaskRect> sourceNormalized(const StudioLayout& layout, const ZoomTransform& zoom, const CaptureInfo& info,
-                                         const Rect& canvasRect);
+std::optional<model::MaskRect> sourceNormalized(const StudioLayout& layout, const ZoomTransform& zoom,
+                                                const model::CaptureInfo& info, const Rect& canvasRect);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -6,20 +6,20 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
 constexpr CanvasSize kCanvas{2560, 1440};
 
-CaptureInfo capture(std::int64_t width = 1920, std::int64_t height = 1080) {
-    CaptureInfo info;
+model::CaptureInfo capture(std::int64_t width = 1920, std::int64_t height = 1080) {
+    model::CaptureInfo info;
     info.pixelWidth = width;
     info.pixelHeight = height;
     info.duration = 10;
     return info;
 }
 
-StudioLayout laidOut(const ProjectSettings& settings, bool hasWebcam = false) {
+StudioLayout laidOut(const model::ProjectSettings& settings, bool hasWebcam = false) {
     return layOutStudio(capture(), settings, kCanvas, hasWebcam);
 }
 
@@ -42,7 +42,7 @@ TEST(StudioLayout, TheScreenIsCentredInsideThePaddedCanvas) {
 }
 
 TEST(StudioLayout, TheNarrowerDirectionDecidesTheScale) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.padding = 0;
     settings.cropTop = 0.4;
     const StudioLayout layout = laidOut(settings);
@@ -52,7 +52,7 @@ TEST(StudioLayout, TheNarrowerDirectionDecidesTheScale) {
 }
 
 TEST(StudioLayout, CropsAreLimitedToTwoFifthsOfEachSide) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cropLeft = 0.7;
     EXPECT_EQ(laidOut(settings).cropRect, (Rect{768, 0, 1152, 1080}));
     settings.cropRight = 5;
@@ -63,7 +63,7 @@ TEST(StudioLayout, CropsAreLimitedToTwoFifthsOfEachSide) {
 }
 
 TEST(StudioLayout, CropsAreRoundedToTheNearestPixelWithHalvesAway) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cropLeft = 0.25;
     // 0.25 x 1922 = 480.5
     const StudioLayout layout = layOutStudio(capture(1922, 1080), settings, kCanvas, false);
@@ -71,7 +71,7 @@ TEST(StudioLayout, CropsAreRoundedToTheNearestPixelWithHalvesAway) {
 }
 
 TEST(StudioLayout, MasksHaveWholePixelsAndABottomLeftOrigin) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.masks = {{0.5, 0.25, 0.25, 0.5}};
     EXPECT_EQ(laidOut(settings).maskRects, (std::vector<Rect>{{960, 270, 480, 540}}));
     settings.masks = {{100.5 / 1920, 0, 10.2 / 1920, 20.5 / 1080}};
@@ -81,7 +81,7 @@ TEST(StudioLayout, MasksHaveWholePixelsAndABottomLeftOrigin) {
 }
 
 TEST(StudioLayout, MasksAreCutAtThePicturesEdgeAndTinyOnesDropped) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.masks = {
         {-0.5, -0.5, 0.75, 0.75}, {0.9, 0.9, 5, 5}, {2, 2, 1, 1}, {0, 0, 1 / 1920.0, 1}, {0, 0, 1, 1 / 1080.0}};
     const auto rects = laidOut(settings).maskRects;
@@ -91,7 +91,7 @@ TEST(StudioLayout, MasksAreCutAtThePicturesEdgeAndTinyOnesDropped) {
 }
 
 TEST(StudioLayout, MasksWithoutASizeThatMeansAnythingAreDropped) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.masks = {{1e308, 0, 1e308, 1}, {0, 0, -1, -1}, {0, 1e308, 1, 1e308}};
     EXPECT_TRUE(laidOut(settings).maskRects.empty());
 }
@@ -103,7 +103,7 @@ TEST(StudioLayout, BlocksGrowWithThePicture) {
 }
 
 TEST(StudioLayout, TheBubbleSitsInItsCorner) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     const double side = 0.26 * 1440;
     const double margin = 0.03 * 1440;
     const double right = 2560 - margin - side;
@@ -122,7 +122,7 @@ TEST(StudioLayout, TheBubbleSitsInItsCorner) {
 }
 
 TEST(StudioLayout, SettingsThatLeaveNoFiniteLayoutAreAnError) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.padding = 1e308;
     EXPECT_THROW(laidOut(settings), RecorderError);
     settings = {};
@@ -170,7 +170,7 @@ TEST(ZoomTransform, AFocusFarInACornerIsFlushWithTheCanvasCorner) {
 }
 
 TEST(StudioLayout, SourceAndCanvasPointsAreInverse) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cropLeft = 0.1;
     settings.cropTop = 0.2;
     const StudioLayout layout = laidOut(settings);
@@ -186,11 +186,11 @@ TEST(StudioLayout, SourceAndCanvasPointsAreInverse) {
 }
 
 TEST(SourceNormalized, FindsTheMaskThatWasDrawnUnderAnyZoomAndCrop) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cropLeft = 0.1;
     settings.cropBottom = 0.25;
     const StudioLayout layout = laidOut(settings);
-    const MaskRect mask{0.3, 0.2, 0.25, 0.3};
+    const model::MaskRect mask{0.3, 0.2, 0.25, 0.3};
     for (const double scale : {1.0, 1.6, 3.0}) {
         const ZoomTransform zoom = zoomTransform(layout, {scale, 700, 400});
         const Point a = zoom.apply(canvasPoint(layout, {mask.x * 1920, (mask.y + mask.height) * 1080}));
@@ -205,7 +205,7 @@ TEST(SourceNormalized, FindsTheMaskThatWasDrawnUnderAnyZoomAndCrop) {
 }
 
 TEST(SourceNormalized, IsClippedToWhatIsShownAndNoneBesideIt) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cropLeft = 0.25;
     const StudioLayout layout = laidOut(settings);
     const auto all = sourceNormalized(layout, {}, capture(), {-100, -100, 5000, 5000});
@@ -219,4 +219,4 @@ TEST(SourceNormalized, IsClippedToWhatIsShownAndNoneBesideIt) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

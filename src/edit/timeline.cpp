@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 namespace {
 
@@ -14,17 +14,18 @@ constexpr double kLeastKept = 0.5;
 
 }  // namespace
 
-TrimRange effectiveTrim(const ProjectSettings& settings, double duration) {
+TrimRange effectiveTrim(const model::ProjectSettings& settings, double duration) {
     const bool endIsSet = settings.trimEnd > kNoTrimEnd && settings.trimEnd <= duration;
     const double end = endIsSet ? settings.trimEnd : duration;
     return {std::clamp(settings.trimStart, 0.0, std::max(end - kLeastKept, 0.0)), end};
 }
 
-std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<CutRange> cuts) {
-    std::stable_sort(cuts.begin(), cuts.end(), [](const CutRange& a, const CutRange& b) { return a.start < b.start; });
+std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<model::CutRange> cuts) {
+    std::stable_sort(cuts.begin(), cuts.end(),
+                     [](const model::CutRange& a, const model::CutRange& b) { return a.start < b.start; });
     std::vector<KeptSegment> segments;
     double cursor = trim.start;
-    for (const CutRange& cut : cuts) {
+    for (const model::CutRange& cut : cuts) {
         const double start = std::max(cut.start, trim.start);
         const double end = std::min(cut.end, trim.end);
         if (!(start < end)) continue;
@@ -52,4 +53,4 @@ double sourceTime(std::span<const KeptSegment> segments, double t) {
     return segments.back().end;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

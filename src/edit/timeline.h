@@ -10,7 +10,7 @@
 //   source   |---trimmed---|#######|--cut--|####|--cut--|##########|---trimmed---|
 //   output                 |#######|####|##########|
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// The range of source time that trimming keeps, before any cuts.
 struct TrimRange {
@@ -28,10 +28,10 @@ struct KeptSegment {
 
 /// The trimming in force on a recording of `duration` seconds, never before its beginning. At least half a second
 /// before the end stays, whatever the settings say (all of it where the recording is shorter).
-TrimRange effectiveTrim(const ProjectSettings& settings, double duration);
+TrimRange effectiveTrim(const model::ProjectSettings& settings, double duration);
 
 /// What cuts leave of the trimmed range, in time order, disjoint. Pieces of 0.001 s or less are dropped.
-std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<CutRange> cuts);
+std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<model::CutRange> cuts);
 
 /// Length of the edited video.
 double outputDuration(std::span<const KeptSegment> segments);
@@ -41,4 +41,4 @@ double outputDuration(std::span<const KeptSegment> segments);
 /// render/cut_composition.h.
 double sourceTime(std::span<const KeptSegment> segments, double t);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -4,12 +4,12 @@
 
 #include <random>
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
-std::vector<KeptSegment> kept(double duration, const std::vector<CutRange>& cuts, double trimStart = 0,
+std::vector<KeptSegment> kept(double duration, const std::vector<model::CutRange>& cuts, double trimStart = 0,
                               double trimEnd = 0) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.trimStart = trimStart;
     settings.trimEnd = trimEnd;
     return keptSegments(effectiveTrim(settings, duration), cuts);
@@ -93,7 +93,7 @@ TEST(TimelineProperty, SegmentsAreOrderedDisjointInsideAndOutsideOfEveryCut) {
     std::uniform_real_distribution<double> time(-5, 65);
     for (int round = 0; round < 2000; ++round) {
         const double duration = static_cast<double>(random() % 6000) / 100;
-        ProjectSettings settings;
+        model::ProjectSettings settings;
         settings.trimStart = std::max(0.0, time(random) - 40);
         settings.trimEnd = random() % 2 == 0 ? 0 : time(random);
         for (std::size_t i = random() % 8; i > 0; --i) settings.cuts.push_back({time(random), time(random)});
@@ -128,7 +128,7 @@ TEST(TimelineProperty, TheMappingNeverRunsBackwardAndStaysInsideTheSegments) {
     std::mt19937 random(4);
     std::uniform_real_distribution<double> time(0, 60);
     for (int round = 0; round < 500; ++round) {
-        std::vector<CutRange> cuts;
+        std::vector<model::CutRange> cuts;
         for (std::size_t i = random() % 8; i > 0; --i) cuts.push_back({time(random), time(random)});
         const Segments segments = keptSegments({0, 60}, cuts);
         if (segments.empty()) continue;
@@ -146,4 +146,4 @@ TEST(TimelineProperty, TheMappingNeverRunsBackwardAndStaysInsideTheSegments) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -7,7 +7,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 namespace {
 
@@ -16,16 +16,17 @@ constexpr double kKeySpacing = 0.01;
 // Room between two zooms that follow each other without zooming out.
 constexpr double kSpecSpacing = 0.05;
 
-std::vector<PointerSample> pressesInside(std::span<const PointerSample> samples, double width, double height) {
+std::vector<model::PointerSample> pressesInside(std::span<const model::PointerSample> samples, double width,
+                                                double height) {
     const Rect picture{0, 0, width, height};
-    std::vector<PointerSample> presses;
-    for (const PointerSample& sample : samples) {
-        if (sample.kind == PointerKind::down && picture.containsOrTouches({sample.px, sample.py})) {
+    std::vector<model::PointerSample> presses;
+    for (const model::PointerSample& sample : samples) {
+        if (sample.kind == model::PointerKind::down && picture.containsOrTouches({sample.px, sample.py})) {
             presses.push_back(sample);
         }
     }
     std::stable_sort(presses.begin(), presses.end(),
-                     [](const PointerSample& a, const PointerSample& b) { return a.t < b.t; });
+                     [](const model::PointerSample& a, const model::PointerSample& b) { return a.t < b.t; });
     return presses;
 }
 
@@ -35,39 +36,40 @@ void appendKey(std::vector<ZoomEngine::Key>& keys, double wantedTime, double x, 
 }
 
 // The focus keys up to the moment the zoom-out begins, in time order; always at least one.
-std::vector<FocusKey> focusUntil(std::vector<FocusKey> focus, double outStart) {
-    std::stable_sort(focus.begin(), focus.end(), [](const FocusKey& a, const FocusKey& b) { return a.t < b.t; });
+std::vector<model::FocusKey> focusUntil(std::vector<model::FocusKey> focus, double outStart) {
+    std::stable_sort(focus.begin(), focus.end(),
+                     [](const model::FocusKey& a, const model::FocusKey& b) { return a.t < b.t; });
     const auto late =
-        std::find_if(focus.begin() + 1, focus.end(), [&](const FocusKey& key) { return key.t > outStart; });
+        std::find_if(focus.begin() + 1, focus.end(), [&](const model::FocusKey& key) { return key.t > outStart; });
     focus.erase(late, focus.end());
     return focus;
 }
 
 }  // namespace
 
-std::vector<ZoomSpec> ZoomEngine::autoSpecs(std::span<const PointerSample> clicks, double sourceWidth,
-                                            double sourceHeight, const Parameters& parameters) {
+std::vector<model::ZoomSpec> ZoomEngine::autoSpecs(std::span<const model::PointerSample> clicks, double sourceWidth,
+                                                   double sourceHeight, const Parameters& parameters) {
     if (sourceWidth <= 0 || sourceHeight <= 0) return {};
-    const std::vector<PointerSample> presses = pressesInside(clicks, sourceWidth, sourceHeight);
+    const std::vector<model::PointerSample> presses = pressesInside(clicks, sourceWidth, sourceHeight);
 
-    std::vector<ZoomSpec> specs;
+    std::vector<model::ZoomSpec> specs;
     double previousEnd = 0;
     for (std::size_t first = 0; first < presses.size();) {
         std::size_t end = first + 1;
         while (end < presses.size() && presses[end].t - presses[end - 1].t <= parameters.groupGap) ++end;
 
-        ZoomSpec spec;
+        model::ZoomSpec spec;
         spec.start =
             std::max(previousEnd + kSpecSpacing, presses[first].t + parameters.arrival - parameters.zoomInDuration);
         spec.end = presses[end - 1].t + parameters.hold;
         spec.scale = parameters.scale;
-        const auto keyAt = [&](double t, const PointerSample& press) {
+        const auto keyAt = [&](double t, const model::PointerSample& press) {
             spec.focus.push_back({t, press.px / sourceWidth, press.py / sourceHeight});
         };
         keyAt(spec.start + parameters.zoomInDuration, presses[first]);
-        const PointerSample* anchor = &presses[first];
+        const model::PointerSample* anchor = &presses[first];
         for (std::size_t i = first + 1; i < end; ++i) {
-            const PointerSample& press = presses[i];
+            const model::PointerSample& press = presses[i];
             if (std::hypot(press.px - anchor->px, press.py - anchor->py) > sourceWidth * parameters.panThreshold) {
                 keyAt(press.t + parameters.arrival - parameters.panDuration, *anchor);
                 keyAt(press.t + parameters.arrival, press);
@@ -81,13 +83,13 @@ std::vector<ZoomSpec> ZoomEngine::autoSpecs(std::span<const PointerSample> click
     return specs;
 }
 
-ZoomEngine::ZoomEngine(std::vector<ZoomSpec> specs, double sourceWidth, double sourceHeight,
+ZoomEngine::ZoomEngine(std::vector<model::ZoomSpec> specs, double sourceWidth, double sourceHeight,
                        const Parameters& parameters)
     : scaleKeys_{{0, 1, 0}}, focusKeys_{{0, sourceWidth * 0.5, sourceHeight * 0.5}} {
     std::stable_sort(specs.begin(), specs.end(),
-                     [](const ZoomSpec& a, const ZoomSpec& b) { return a.start < b.start; });
+                     [](const model::ZoomSpec& a, const model::ZoomSpec& b) { return a.start < b.start; });
     for (std::size_t i = 0; i < specs.size(); ++i) {
-        const ZoomSpec& spec = specs[i];
+        const model::ZoomSpec& spec = specs[i];
         precondition(!spec.focus.empty(), "a zoom has a focus key");
         const double inEnd = spec.start + parameters.zoomInDuration;
         const double holdEnd = std::max(inEnd, spec.end);
@@ -107,11 +109,11 @@ ZoomEngine::ZoomEngine(std::vector<ZoomSpec> specs, double sourceWidth, double s
         appendKey(scaleKeys_, outStart, scale, 0);
         if (zoomsOutFully) appendKey(scaleKeys_, outEnd, 1, 0);
 
-        const std::vector<FocusKey> focus = focusUntil(spec.focus, outStart);
+        const std::vector<model::FocusKey> focus = focusUntil(spec.focus, outStart);
         // The camera stays where it is until the zoom begins.
         const Point current = interpolate(focusKeys_, spec.start);
         appendKey(focusKeys_, spec.start, current.x, current.y);
-        for (const FocusKey& key : focus) {
+        for (const model::FocusKey& key : focus) {
             appendKey(focusKeys_, std::min(key.t, outStart), sourceWidth * key.x, sourceHeight * key.y);
         }
         if (zoomsOutFully) appendKey(focusKeys_, outEnd, sourceWidth * focus.back().x, sourceHeight * focus.back().y);
@@ -149,4 +151,4 @@ Point ZoomEngine::interpolate(std::span<const Key> keys, double t) {
     return {from.x + (to.x - from.x) * eased, from.y + (to.y - from.y) * eased};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

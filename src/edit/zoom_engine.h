@@ -7,7 +7,7 @@
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 
 /// The virtual camera of the studio video. `autoSpecs` proposes zooms from recorded clicks; an engine turns a list of
 /// zooms, proposed or made by hand, into eased curves of scale and focus and answers the camera for any source time.
@@ -54,11 +54,12 @@ class ZoomEngine {
     };
 
     /// Proposes zooms, in time order. Of `clicks` only the presses inside the picture count, its edges included.
-    static std::vector<ZoomSpec> autoSpecs(std::span<const PointerSample> clicks, double sourceWidth,
-                                           double sourceHeight, const Parameters& parameters);
+    static std::vector<model::ZoomSpec> autoSpecs(std::span<const model::PointerSample> clicks, double sourceWidth,
+                                                  double sourceHeight, const Parameters& parameters);
 
     /// Builds the curves. Every spec must have a focus key (a precondition: files are checked before).
-    ZoomEngine(std::vector<ZoomSpec> specs, double sourceWidth, double sourceHeight, const Parameters& parameters);
+    ZoomEngine(std::vector<model::ZoomSpec> specs, double sourceWidth, double sourceHeight,
+               const Parameters& parameters);
 
     Camera camera(double t) const;
 
@@ -77,4 +78,4 @@ class ZoomEngine {
     std::vector<Event> events_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

@@ -7,18 +7,18 @@
 
 #include "support/pointer_events.h"
 
-namespace lumivastor {
+namespace lumivastor::edit {
 namespace {
 
 constexpr double kWidth = 1920;
 constexpr double kHeight = 1080;
 
-std::vector<ZoomSpec> proposed(const std::vector<PointerSample>& clicks,
-                               const ZoomEngine::Parameters& parameters = {}) {
+std::vector<model::ZoomSpec> proposed(const std::vector<model::PointerSample>& clicks,
+                                      const ZoomEngine::Parameters& parameters = {}) {
     return ZoomEngine::autoSpecs(clicks, kWidth, kHeight, parameters);
 }
 
-ZoomEngine engineOf(const std::vector<ZoomSpec>& specs, const ZoomEngine::Parameters& parameters = {}) {
+ZoomEngine engineOf(const std::vector<model::ZoomSpec>& specs, const ZoomEngine::Parameters& parameters = {}) {
     return {specs, kWidth, kHeight, parameters};
 }
 
@@ -60,7 +60,7 @@ TEST(AutoSpecs, ClicksJoinAGroupUpToTheGapAndChain) {
     // Times that are exact in binary, so that the gap is exactly 3.2 or a little more.
     EXPECT_EQ(proposed({press(0, 10, 10), press(3.2, 10, 10)}).size(), 1u);
     EXPECT_EQ(proposed({press(0, 10, 10), press(3.21, 10, 10)}).size(), 2u);
-    std::vector<PointerSample> chain;
+    std::vector<model::PointerSample> chain;
     for (int i = 0; i < 20; ++i) chain.push_back(press(3 * i, 10, 10));
     const auto specs = proposed(chain);
     ASSERT_EQ(specs.size(), 1u);
@@ -112,8 +112,9 @@ TEST(AutoSpecs, TheEdgesOfThePictureCountAPixelOutsideDoesNot) {
 }
 
 TEST(AutoSpecs, OnlyPressesCountAndInTimeOrder) {
-    std::vector<PointerSample> samples = {press(9, 10, 10), press(5, 20, 20)};
-    for (const PointerKind kind : {PointerKind::move, PointerKind::up, PointerKind::drag, PointerKind::scroll}) {
+    std::vector<model::PointerSample> samples = {press(9, 10, 10), press(5, 20, 20)};
+    for (const model::PointerKind kind :
+         {model::PointerKind::move, model::PointerKind::up, model::PointerKind::drag, model::PointerKind::scroll}) {
         samples.push_back(press(20, 10, 10));
         samples.back().kind = kind;
     }
@@ -125,7 +126,7 @@ TEST(AutoSpecs, OnlyPressesCountAndInTimeOrder) {
 
 TEST(AutoSpecs, NoClicksOrNoPictureGiveNoZooms) {
     EXPECT_TRUE(proposed({}).empty());
-    const std::vector<PointerSample> clicks = {press(5, 0, 0)};
+    const std::vector<model::PointerSample> clicks = {press(5, 0, 0)};
     EXPECT_TRUE(ZoomEngine::autoSpecs(clicks, 0, kHeight, {}).empty());
     EXPECT_TRUE(ZoomEngine::autoSpecs(clicks, kWidth, 0, {}).empty());
 }
@@ -210,11 +211,11 @@ TEST(ZoomEngineDeathTest, AZoomWithoutFocusIsAMistakeOfTheCaller) {
 
 // Properties over random input.
 
-std::vector<PointerSample> randomClicks(std::mt19937& random, int count) {
+std::vector<model::PointerSample> randomClicks(std::mt19937& random, int count) {
     std::uniform_real_distribution<double> time(-1, 120);
     std::uniform_real_distribution<double> x(-50, kWidth + 50);
     std::uniform_real_distribution<double> y(-50, kHeight + 50);
-    std::vector<PointerSample> clicks;
+    std::vector<model::PointerSample> clicks;
     for (int i = 0; i < count; ++i) clicks.push_back(press(time(random), x(random), y(random)));
     return clicks;
 }
@@ -273,7 +274,7 @@ TEST(ZoomEngineProperty, HandMadeZoomsOfAnyShapeKeepTheKeysIncreasing) {
     std::uniform_real_distribution<double> fraction(-0.2, 1.2);
     std::uniform_real_distribution<double> scale(0.2, 3);
     for (int round = 0; round < 300; ++round) {
-        std::vector<ZoomSpec> specs(static_cast<std::size_t>(round % 12));
+        std::vector<model::ZoomSpec> specs(static_cast<std::size_t>(round % 12));
         for (auto& spec : specs) {
             spec.start = time(random);
             spec.end = time(random);
@@ -293,4 +294,4 @@ TEST(ZoomEngineProperty, HandMadeZoomsOfAnyShapeKeepTheKeysIncreasing) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::edit

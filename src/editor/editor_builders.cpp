@@ -13,7 +13,7 @@
 #include "ui/look.h"
 #include "ui/text_labels.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -34,7 +34,7 @@ void setNames(QWidget& control, const ControlNames& names) {
 QPushButton* smallButton(const QString& text, const QString& iconName, const ControlNames& names,
                          std::function<void()> action) {
     auto* button = new QPushButton(text);
-    if (!iconName.isEmpty()) button->setIcon(icon(iconName));
+    if (!iconName.isEmpty()) button->setIcon(ui::icon(iconName));
     button->setIconSize(text.isEmpty() ? QSize(16, 16) : iconBeforeText(16));
     if (text.isEmpty()) button->setProperty("role", "icon");
     // The pointer does not take the keyboard away from where it is.
@@ -55,7 +55,7 @@ QComboBox* popUp(const ControlNames& names) {
 QLabel* toolHeading(const QString& text) {
     auto* label = new QLabel(text);
     label->setProperty("role", "tool");
-    look::spaceCapitals(*label);
+    ui::look::spaceCapitals(*label);
     return label;
 }
 
@@ -66,7 +66,7 @@ QLabel* secondLabel(const QString& text) {
 }
 
 QLabel* valueLabel(const QString& name) {
-    auto* label = new DigitLabel;
+    auto* label = new ui::DigitLabel;
     label->setObjectName(name);
     label->setProperty("role", "value");
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -76,18 +76,18 @@ QLabel* valueLabel(const QString& name) {
 Card::Card(QLayout& column, const QString& title) : frame_(new QFrame), rows_(new QGridLayout) {
     frame_->setProperty("role", "card");
     auto* layout = new QVBoxLayout(frame_);
-    layout->setContentsMargins(look::kApart, look::kApart - 2, look::kApart, look::kApart - 2);
-    layout->setSpacing(look::kNear - 2);
+    layout->setContentsMargins(ui::look::kApart, ui::look::kApart - 2, ui::look::kApart, ui::look::kApart - 2);
+    layout->setSpacing(ui::look::kNear - 2);
     auto* heading = new QLabel(title);
     heading->setProperty("role", "heading");
     layout->addWidget(heading);
     rows_->setContentsMargins(0, 0, 0, 0);
-    rows_->setHorizontalSpacing(look::kNear);
-    rows_->setVerticalSpacing(look::kTight - 1);
+    rows_->setHorizontalSpacing(ui::look::kNear);
+    rows_->setVerticalSpacing(ui::look::kTight - 1);
     rows_->setColumnStretch(1, 1);
     // Captions and values are equally wide in all cards, so that sliders begin and end below each other.
-    rows_->setColumnMinimumWidth(0, look::smallTextWidth("Hintergrund"));
-    rows_->setColumnMinimumWidth(2, look::smallTextWidth("0 % (stumm)"));
+    rows_->setColumnMinimumWidth(0, ui::look::smallTextWidth("Hintergrund"));
+    rows_->setColumnMinimumWidth(2, ui::look::smallTextWidth("0 % (stumm)"));
     layout->addLayout(rows_);
     column.addWidget(frame_);
 }
@@ -110,4 +110,4 @@ QFrame* separator() {
     return line;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -18,7 +18,7 @@ class QWidget;
 // What the editor's window is put together from: one place for sizes, roles in the style sheet, names for assistive
 // programs and tool tips. Objects belong to the layout or the parent that they are put into.
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// How large the icon before a button's text is, with more room between them than the style leaves.
 inline QSize iconBeforeText(int side) {
@@ -35,7 +35,7 @@ struct ControlNames {
 /// A slider of settings: what it may stand at, where it usually does, and how its value is written.
 struct SliderSpec {
     ControlNames names;
-    ControlRange range;
+    ui::ControlRange range;
     double usual;
     std::string (*text)(double value);
 };
@@ -77,4 +77,4 @@ class Card {
 /// A thin line between rows.
 QFrame* separator();
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

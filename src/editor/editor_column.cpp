@@ -15,24 +15,24 @@
 
 // The column of settings beside the preview, a card for each kind.
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
-const ProjectSettings kUsual;
+const model::ProjectSettings kUsual;
 
 // The column's width, in points: captions and values as wide as the type makes them, and between them sliders that a
 // hundredth can be set with. The bar takes its room when there is one.
 constexpr int kColumnSlider = 120;
 constexpr int kScrollBar = 10;
 int columnWidth() {
-    return look::smallTextWidth("Hintergrund") + look::smallTextWidth("0 % (stumm)") + kColumnSlider +
-           4 * look::kApart + 2 * look::kNear + kScrollBar;
+    return ui::look::smallTextWidth("Hintergrund") + ui::look::smallTextWidth("0 % (stumm)") + kColumnSlider +
+           4 * ui::look::kApart + 2 * ui::look::kNear + kScrollBar;
 }
 
-SegmentedControl* addSegments(Card& card, const QString& caption, std::span<const std::string_view> titles,
-                              const ControlNames& names, const EditorActions& actions) {
-    auto* control = new SegmentedControl(titles, QString::fromUtf8(names.accessible));
+ui::SegmentedControl* addSegments(Card& card, const QString& caption, std::span<const std::string_view> titles,
+                                  const ControlNames& names, const EditorActions& actions) {
+    auto* control = new ui::SegmentedControl(titles, QString::fromUtf8(names.accessible));
     setNames(*control, names);
     control->selected = actions.settingChanged;
     card.addRow(caption, control);
@@ -45,8 +45,8 @@ QWidget* EditorControls::makeColumn(const Recording& recording, const EditorActi
     auto* content = new QWidget;
     content->setProperty("role", "column");
     auto* cards = new QVBoxLayout(content);
-    cards->setContentsMargins(look::kApart, look::kApart, look::kApart, look::kApart);
-    cards->setSpacing(look::kNear);
+    cards->setContentsMargins(ui::look::kApart, ui::look::kApart, ui::look::kApart, ui::look::kApart);
+    cards->setSpacing(ui::look::kNear);
     addCameraCard(*cards, actions);
     addCursorCard(*cards, actions);
     addLookCard(*cards, actions);
@@ -96,7 +96,7 @@ void EditorControls::addCursorCard(QLayout& cards, const EditorActions& actions)
 
 void EditorControls::addLookCard(QLayout& cards, const EditorActions& actions) {
     Card card(cards, "Look");
-    colourWell = new ColourWell;
+    colourWell = new ui::ColourWell;
     setNames(*colourWell, {"colorWell", "Hintergrund", "Farbe des Hintergrunds wählen"});
     colourWell->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     colourWell->chosen = actions.settingChanged;
@@ -174,11 +174,11 @@ void EditorControls::addExportCard(QLayout& cards, const EditorActions& actions)
                     {"exportResolutionControl", "Auflösung", "Wie viele Zeilen das Video hat"}, actions);
 }
 
-ValueSlider* EditorControls::addSlider(Card& card, const QString& caption, const SliderSpec& spec,
-                                       const EditorActions& actions) {
+ui::ValueSlider* EditorControls::addSlider(Card& card, const QString& caption, const SliderSpec& spec,
+                                           const EditorActions& actions) {
     const SliderRow row = makeSlider(spec, actions);
     card.addRow(caption, row.slider, row.label);
     return row.slider;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -25,7 +25,7 @@
 #include "ui/text_labels.h"
 #include "ui/value_slider.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -46,8 +46,8 @@ void setProperty(QWidget& widget, const char* name, const QVariant& value) {
 
 EditorControls::EditorControls(QWidget& window, const Recording& recording, const EditorActions& actions) {
     auto* left = new QVBoxLayout;
-    left->setContentsMargins(look::kMargin, look::kMargin, look::kMargin, look::kMargin);
-    left->setSpacing(look::kApart);
+    left->setContentsMargins(ui::look::kMargin, ui::look::kMargin, ui::look::kMargin, ui::look::kMargin);
+    left->setSpacing(ui::look::kApart);
     left->addWidget(makePreview(), 1);
     left->addLayout(makeTransport(recording, actions));
     left->addWidget(makeTools(actions));
@@ -72,7 +72,7 @@ QWidget* EditorControls::makePreview() {
 }
 
 QLayout* EditorControls::makeTransport(const Recording& recording, const EditorActions& actions) {
-    timeLabel = new DigitLabel;
+    timeLabel = new ui::DigitLabel;
     timeLabel->setObjectName("timeLabel");
     timeLabel->setProperty("role", "time");
     timeLabel->reserveFor(QString::fromStdString(
@@ -91,7 +91,7 @@ QLayout* EditorControls::makeTransport(const Recording& recording, const EditorA
 
     makeTimeline(recording, actions);
     auto* rows = new QVBoxLayout;
-    rows->setSpacing(look::kTight);
+    rows->setSpacing(ui::look::kTight);
     rows->addLayout(row);
     rows->addWidget(timeSlider);
     rows->addWidget(timelineStrip);
@@ -106,14 +106,14 @@ QLayout* EditorControls::makeTransportButtons(const Recording& recording, const 
     const auto stepper = [&actions](double seconds) { return [step = actions.step, seconds] { step(seconds); }; };
 
     auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(look::kTight);
+    buttons->setSpacing(ui::look::kTight);
     buttons->addWidget(transportButton(
         "backward-second", {"secondBackButton", "1 Sekunde zurück", "1 Sekunde zurück (Shift+←)"}, stepper(-1)));
     buttons->addWidget(
         transportButton("backward-frame", {"frameBackButton", "1 Bild zurück", "1 Bild zurück (←)"}, stepper(-frame)));
-    buttons->addSpacing(look::kTight);
+    buttons->addSpacing(ui::look::kTight);
     buttons->addWidget(playButton);
-    buttons->addSpacing(look::kTight);
+    buttons->addSpacing(ui::look::kTight);
     buttons->addWidget(
         transportButton("forward-frame", {"frameForwardButton", "1 Bild vor", "1 Bild vor (→)"}, stepper(frame)));
     buttons->addWidget(transportButton(
@@ -123,13 +123,13 @@ QLayout* EditorControls::makeTransportButtons(const Recording& recording, const 
 
 void EditorControls::makeTimeline(const Recording& recording, const EditorActions& actions) {
     timeSlider =
-        new ValueSlider({0, recording.duration}, saturatedRound<int>(recording.duration / recording.frameLength));
+        new ui::ValueSlider({0, recording.duration}, saturatedRound<int>(recording.duration / recording.frameLength));
     setNames(*timeSlider, {"timeSlider", "Zeit", "Zeit in der Aufnahme"});
     timeSlider->valueText = [fps = std::llround(1 / recording.frameLength)](double seconds) {
         return labels::time(seconds, fps);
     };
     timeSlider->moved = [this, scrub = actions.scrub] { scrub(timeSlider->doubleValue()); };
-    timelineStrip = new TimelineStrip(recording.duration, ValueSlider::kHandleInset);
+    timelineStrip = new TimelineStrip(recording.duration, ui::ValueSlider::kHandleInset);
     timelineStrip->setObjectName("timelineStrip");
     timelineStrip->setAccessibleName("Zeitleiste");
     timelineStrip->setToolTip("Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks");
@@ -137,7 +137,7 @@ void EditorControls::makeTimeline(const Recording& recording, const EditorAction
 }
 
 QLayout* EditorControls::makeBottom(const EditorActions& actions) {
-    statusLabel = new ElidedLabel;
+    statusLabel = new ui::ElidedLabel;
     statusLabel->setObjectName("statusLabel");
     progressBar = new QProgressBar;
     progressBar->setObjectName("progressBar");
@@ -147,16 +147,16 @@ QLayout* EditorControls::makeBottom(const EditorActions& actions) {
     makeRenderButtons(actions);
 
     auto* texts = new QVBoxLayout;
-    texts->setSpacing(look::kTight);
+    texts->setSpacing(ui::look::kTight);
     texts->addStretch(1);
     texts->addWidget(statusLabel);
     texts->addWidget(progressBar);
     texts->addStretch(1);
 
     auto* row = new QHBoxLayout;
-    row->setSpacing(look::kNear);
+    row->setSpacing(ui::look::kNear);
     row->addLayout(texts, 1);
-    row->addSpacing(look::kNear);
+    row->addSpacing(ui::look::kNear);
     row->addWidget(newRecordingButton);
     row->addWidget(revealRenderButton);
     row->addWidget(cancelRenderButton);
@@ -180,7 +180,7 @@ void EditorControls::makeRenderButtons(const EditorActions& actions) {
     renderButton = smallButton(
         "Video rendern", {},
         {"renderButton", "Video rendern", "Das fertige Video in den Ordner der Aufnahme schreiben"}, actions.render);
-    renderButton->setIcon(icon("film", look::kOnAccent));
+    renderButton->setIcon(ui::icon("film", ui::look::kOnAccent));
     renderButton->setIconSize(iconBeforeText(18));
     renderButton->setProperty("role", "main");
     revealRenderButton->setProperty("role", "bottom");
@@ -189,7 +189,7 @@ void EditorControls::makeRenderButtons(const EditorActions& actions) {
 }
 
 EditorControls::SliderRow EditorControls::makeSlider(const SliderSpec& spec, const EditorActions& actions) {
-    auto* slider = new ValueSlider(spec.range);
+    auto* slider = new ui::ValueSlider(spec.range);
     setNames(*slider, spec.names);
     slider->setUsualValue(spec.usual);
     slider->moved = actions.settingChanged;
@@ -277,7 +277,7 @@ void EditorControls::setZoomItems(const std::vector<std::string>& items, int sel
 }
 
 void EditorControls::setPlaying(bool playing) {
-    playButton->setIcon(icon(playing ? "pause" : "play"));
+    playButton->setIcon(ui::icon(playing ? "pause" : "play"));
     playButton->setAccessibleName(playing ? "Anhalten" : "Abspielen");
     playButton->setToolTip(playing ? "Anhalten (Leertaste)" : "Abspielen (Leertaste)");
 }
@@ -285,7 +285,7 @@ void EditorControls::setPlaying(bool playing) {
 void EditorControls::setMaskDrawing(bool drawing) {
     maskDrawView->setDrawing(drawing);
     maskDrawButton->setText(drawing ? "Abbrechen" : "Bereich aufziehen");
-    maskDrawButton->setIcon(drawing ? icon("stop", look::kOnAccent) : icon("draw"));
+    maskDrawButton->setIcon(drawing ? ui::icon("stop", ui::look::kOnAccent) : ui::icon("draw"));
     setProperty(*maskDrawButton, "active", drawing);
 }
 
@@ -300,4 +300,4 @@ void EditorControls::setStatus(const std::string& text) {
     statusLabel->setFullText(QString::fromStdString(text));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

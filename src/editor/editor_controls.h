@@ -16,17 +16,20 @@ class QPushButton;
 class QScrollArea;
 class QWidget;
 
-namespace lumivastor {
-
-class Card;
+namespace lumivastor::ui {
 class ColourWell;
 class DigitLabel;
 class ElidedLabel;
+class SegmentedControl;
+class ValueSlider;
+}  // namespace lumivastor::ui
+
+namespace lumivastor::editor {
+
+class Card;
 class MaskDrawView;
 class PreviewView;
-class SegmentedControl;
 class TimelineStrip;
-class ValueSlider;
 struct SliderSpec;
 
 /// What the editor's controls do; the window fills it in.
@@ -80,54 +83,54 @@ struct EditorControls {
     PreviewView* previewView;
     MaskDrawView* maskDrawView;
     QPushButton* playButton;
-    ValueSlider* timeSlider;
+    ui::ValueSlider* timeSlider;
     TimelineStrip* timelineStrip;
-    DigitLabel* timeLabel;
+    ui::DigitLabel* timeLabel;
     /// How long the finished video is.
     QLabel* lengthLabel;
-    ElidedLabel* trimLabel;
-    ElidedLabel* cutLabel;
+    ui::ElidedLabel* trimLabel;
+    ui::ElidedLabel* cutLabel;
     QComboBox* zoomPopup;
     QPushButton* showZoomButton;
     QPushButton* deleteZoomButton;
     QLabel* zoomModeLabel;
     /// The zoom slider stands in two places: beside the zooms, and first among the camera's settings.
-    ValueSlider* zoomSlider;
-    ValueSlider* zoomToolSlider;
+    ui::ValueSlider* zoomSlider;
+    ui::ValueSlider* zoomToolSlider;
     QPushButton* maskDrawButton;
-    ElidedLabel* maskLabel;
+    ui::ElidedLabel* maskLabel;
 
-    SegmentedControl* tempoControl;
-    ValueSlider* smoothingSlider;
-    ValueSlider* cursorSlider;
-    ValueSlider* paddingSlider;
-    ValueSlider* cornerSlider;
-    ColourWell* colourWell;
-    ValueSlider* systemVolumeSlider;
-    ValueSlider* micVolumeSlider;
-    SegmentedControl* exportResolutionControl;
-    SegmentedControl* exportFormatControl;
+    ui::SegmentedControl* tempoControl;
+    ui::ValueSlider* smoothingSlider;
+    ui::ValueSlider* cursorSlider;
+    ui::ValueSlider* paddingSlider;
+    ui::ValueSlider* cornerSlider;
+    ui::ColourWell* colourWell;
+    ui::ValueSlider* systemVolumeSlider;
+    ui::ValueSlider* micVolumeSlider;
+    ui::SegmentedControl* exportResolutionControl;
+    ui::SegmentedControl* exportFormatControl;
     // Null without a webcam.
     QCheckBox* webcamCheckbox = nullptr;
-    ValueSlider* webcamSizeSlider = nullptr;
+    ui::ValueSlider* webcamSizeSlider = nullptr;
     QComboBox* webcamCornerPopup = nullptr;
-    ValueSlider* webcamZoomSlider = nullptr;
-    ValueSlider* cropTopSlider;
-    ValueSlider* cropBottomSlider;
-    ValueSlider* cropLeftSlider;
-    ValueSlider* cropRightSlider;
+    ui::ValueSlider* webcamZoomSlider = nullptr;
+    ui::ValueSlider* cropTopSlider;
+    ui::ValueSlider* cropBottomSlider;
+    ui::ValueSlider* cropLeftSlider;
+    ui::ValueSlider* cropRightSlider;
 
     QPushButton* newRecordingButton;
     QPushButton* renderButton;
     QPushButton* cancelRenderButton;
     QPushButton* revealRenderButton;
     QProgressBar* progressBar;
-    ElidedLabel* statusLabel;
+    ui::ElidedLabel* statusLabel;
     QScrollArea* column;
 
   private:
     struct SliderRow {
-        ValueSlider* slider;
+        ui::ValueSlider* slider;
         QLabel* label;
         std::string (*text)(double value);
     };
@@ -157,7 +160,8 @@ struct EditorControls {
     void addSoundCard(QLayout& cards, const EditorActions& actions);
     void addWebcamCard(QLayout& cards, const EditorActions& actions);
     void addExportCard(QLayout& cards, const EditorActions& actions);
-    ValueSlider* addSlider(Card& card, const QString& caption, const SliderSpec& spec, const EditorActions& actions);
+    ui::ValueSlider* addSlider(Card& card, const QString& caption, const SliderSpec& spec,
+                               const EditorActions& actions);
 
     // A slider and the label that shows its value from now on.
     SliderRow makeSlider(const SliderSpec& spec, const EditorActions& actions);
@@ -166,4 +170,4 @@ struct EditorControls {
     std::vector<SliderRow> sliderRows_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

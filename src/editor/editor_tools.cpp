@@ -16,23 +16,23 @@
 
 // The rows of tools below the transport.
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
 // A row of tools: its controls from the left, its label to the end.
 QHBoxLayout* toolRow(std::initializer_list<QWidget*> controls, QWidget* label) {
     auto* row = new QHBoxLayout;
-    row->setSpacing(look::kTight + 1);
+    row->setSpacing(ui::look::kTight + 1);
     for (QWidget* control : controls) row->addWidget(control);
     if (label == nullptr) return row;
-    row->addSpacing(look::kNear);
+    row->addSpacing(ui::look::kNear);
     row->addWidget(label, 1);
     return row;
 }
 
-ElidedLabel* stateLabel(const char* name) {
-    auto* label = new ElidedLabel;
+ui::ElidedLabel* stateLabel(const char* name) {
+    auto* label = new ui::ElidedLabel;
     label->setObjectName(name);
     label->setProperty("role", "second");
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -59,15 +59,15 @@ QWidget* EditorControls::makeTools(const EditorActions& actions) {
     auto* frame = new QFrame;
     frame->setProperty("role", "tools");
     auto* grid = new QGridLayout(frame);
-    grid->setContentsMargins(look::kApart, look::kNear, look::kApart, look::kNear);
-    grid->setHorizontalSpacing(look::kApart);
-    grid->setVerticalSpacing(look::kTight + 1);
+    grid->setContentsMargins(ui::look::kApart, ui::look::kNear, ui::look::kApart, ui::look::kNear);
+    grid->setHorizontalSpacing(ui::look::kApart);
+    grid->setVerticalSpacing(ui::look::kTight + 1);
     grid->setColumnStretch(1, 1);
 
     zoomModeLabel = secondLabel();
     zoomModeLabel->setObjectName("zoomModeLabel");
     // The row does not move when the mode changes.
-    zoomModeLabel->setMinimumWidth(look::smallTextWidth(QString::fromStdString(labels::zoomMode(true))));
+    zoomModeLabel->setMinimumWidth(ui::look::smallTextWidth(QString::fromStdString(labels::zoomMode(true))));
 
     addTools(*grid, "TRIM", makeTrimTools(actions));
     addTools(*grid, "SCHNITT", makeCutTools(actions));
@@ -119,7 +119,7 @@ QLayout* EditorControls::makeZoomTools(const EditorActions& actions) {
                              actions.resetZooms)},
                 nullptr);
     QLabel* percent = makeZoomToolSlider(actions);
-    row->addSpacing(look::kTight);
+    row->addSpacing(ui::look::kTight);
     row->addWidget(zoomToolSlider, 1);
     row->addWidget(percent);
     return row;
@@ -136,7 +136,7 @@ void EditorControls::makeZoomPopup(const EditorActions& actions) {
 QLabel* EditorControls::makeZoomToolSlider(const EditorActions& actions) {
     const SliderRow row = makeSlider({{"zoomToolSlider", "Vergrößerung", "Wie stark der gewählte Zoom vergrößert"},
                                       kZoomRange,
-                                      ProjectSettings().zoomScale,
+                                      model::ProjectSettings().zoomScale,
                                       labels::zoomPercent},
                                      actions);
     zoomToolSlider = row.slider;
@@ -145,7 +145,7 @@ QLabel* EditorControls::makeZoomToolSlider(const EditorActions& actions) {
         zoomSlider->setDoubleValue(zoomToolSlider->doubleValue());
         changed();
     };
-    row.label->setMinimumWidth(look::smallTextWidth("200 %"));
+    row.label->setMinimumWidth(ui::look::smallTextWidth("200 %"));
     return row.label;
 }
 
@@ -164,4 +164,4 @@ QLayout* EditorControls::makeMaskTools(const EditorActions& actions) {
         maskLabel);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

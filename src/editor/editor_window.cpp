@@ -35,7 +35,7 @@
 #include "ui/text_labels.h"
 #include "ui/value_slider.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -63,7 +63,7 @@ std::filesystem::path droppedFolder(const QMimeData& data) {
 EditorWindow::EditorWindow(const std::filesystem::path& folder, MainLoop& loop, Options options)
     : loop_(loop), options_([&options] {
           if (!options.clock) options.clock = hostClockSeconds;
-          if (!options.reveal) options.reveal = revealInFileViewer;
+          if (!options.reveal) options.reveal = ui::revealInFileViewer;
           return std::move(options);
       }()) {
     openSession(folder);
@@ -89,9 +89,9 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
     options.beep = [] { QApplication::beep(); };
     session_ = std::make_unique<EditSession>(folder, loop_, std::move(options));
 
-    const std::shared_ptr<const Composition> composition = session_->composition();
-    const CaptureInfo& info = composition->info();
-    preview_ = std::make_unique<StudioPreview>(composition, openRecordingAssets(composition->recording()));
+    const std::shared_ptr<const edit::Composition> composition = session_->composition();
+    const model::CaptureInfo& info = composition->info();
+    preview_ = std::make_unique<StudioPreview>(composition, render::openRecordingAssets(composition->recording()));
 
     PlayerControls player;
     player.play = [this] { player_->play(); };
@@ -116,8 +116,8 @@ void EditorWindow::build() {
     // It has the keyboard itself until the user moves on with the tabulator.
     setFocusPolicy(Qt::ClickFocus);
     setFocus();
-    setStyleSheet(look::styleSheet(font()));
-    const CaptureInfo& info = session_->info();
+    setStyleSheet(ui::look::styleSheet(font()));
+    const model::CaptureInfo& info = session_->info();
     controls_ = std::make_unique<EditorControls>(
         *this, EditorControls::Recording{info.duration, frameLength(info.fps), session_->hasWebcam()}, actions());
     controls_->previewView->setCanvas(StudioPreview::kCanvas);
@@ -197,8 +197,9 @@ void EditorWindow::withdrawHint() {
 }
 
 void EditorWindow::setUpPlayer() {
-    player_ = std::make_unique<Player>(loop_, options_.makeSoundOutput ? options_.makeSoundOutput() : nullptr);
-    player_->onFrame([this](const Player::Frame& frame, double) { controls_->previewView->setFrame(frame); });
+    player_ =
+        std::make_unique<playback::Player>(loop_, options_.makeSoundOutput ? options_.makeSoundOutput() : nullptr);
+    player_->onFrame([this](const playback::Player::Frame& frame, double) { controls_->previewView->setFrame(frame); });
     player_->onTimeChanged([this](double seconds) { transport_->timePassed(seconds); });
     player_->onPlayedToEnd([this] { transport_->ended(player_->currentTime()); });
     player_->onError([this](const RecorderError& error) {
@@ -216,7 +217,7 @@ void EditorWindow::refresh() {
     const auto state = session_->composition()->state();
     controls_->setValues(session_->controls());
     std::vector<std::string> items;
-    for (const ZoomSpec& zoom : state->zoomSpecs) {
+    for (const model::ZoomSpec& zoom : state->zoomSpecs) {
         items.push_back(labels::zoomItem(static_cast<int>(items.size()) + 1, zoom));
     }
     controls_->setZoomItems(items, session_->selectedZoom());
@@ -235,7 +236,7 @@ void EditorWindow::refresh() {
 }
 
 void EditorWindow::refreshPlayer() {
-    const std::vector<KeptSegment>& kept = shownState_->keptSegments;
+    const std::vector<edit::KeptSegment>& kept = shownState_->keptSegments;
     transport_->setPlayed(shownState_->trim, kept.empty() ? shownState_->trim.start : kept.back().end);
     preview_->setComposition(session_->composition());
     player_->setPlayedRanges(preview_->playedRanges());
@@ -287,7 +288,7 @@ void EditorWindow::renderMovie() {
         setStatus(labels::rendering(exportJob_->width(), exportJob_->height(),
                                     remaining_->update(fraction, options_.clock())));
     };
-    callbacks.completion = [this](const RenderOutcome& outcome) { renderCompleted(outcome); };
+    callbacks.completion = [this](const render::RenderOutcome& outcome) { renderCompleted(outcome); };
     try {
         exportJob_ =
             std::make_unique<ExportJob>(*session_->composition(), session_->settings(), loop_, std::move(callbacks));
@@ -302,12 +303,12 @@ void EditorWindow::renderMovie() {
     setStatus(labels::rendering(exportJob_->width(), exportJob_->height()));
 }
 
-void EditorWindow::renderCompleted(const RenderOutcome& outcome) {
+void EditorWindow::renderCompleted(const render::RenderOutcome& outcome) {
     const bool cancelled = exportJob_->wasCancelled();
     exportJob_.reset();
     awake_.reset();
     controls_->setRendering(false);
-    if (const auto* result = std::get_if<RenderResult>(&outcome)) {
+    if (const auto* result = std::get_if<render::RenderResult>(&outcome)) {
         lastRenderURL_ = result->url;
         controls_->revealRenderButton->show();
         setStatus(labels::rendered(result->seconds, result->zoomCount, result->url.filename().string()));
@@ -425,4 +426,4 @@ void EditorWindow::shutDown() {
     awake_.reset();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

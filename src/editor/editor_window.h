@@ -17,7 +17,7 @@
 #include "editor/session/transport.h"
 #include "playback/player.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// The editor's window: the preview of one recording, its time line, and the controls of everything that can be edited.
 /// Wires them together; what they do is decided in `EditSession`, `Transport` and `ExportJob`. Main thread.
@@ -25,7 +25,7 @@ class EditorWindow final : public QWidget {
   public:
     struct Options {
         /// Where the preview's sound goes; without it nothing is heard.
-        std::function<std::unique_ptr<SoundOutput>()> makeSoundOutput;
+        std::function<std::unique_ptr<platform::SoundOutput>()> makeSoundOutput;
         /// Shows a rendered movie to the user; the desktop's file viewer unless set.
         std::function<void(const std::filesystem::path& file)> reveal;
         /// A folder was dropped on the window.
@@ -84,7 +84,7 @@ class EditorWindow final : public QWidget {
     void addZoom();
     void showSelectedZoom();
     void renderMovie();
-    void renderCompleted(const RenderOutcome& outcome);
+    void renderCompleted(const render::RenderOutcome& outcome);
     void setStatus(const std::string& text) { controls_->setStatus(text); }
     void runCommand(const std::function<void()>& command);
     void withdrawHint();
@@ -96,8 +96,8 @@ class EditorWindow final : public QWidget {
     std::unique_ptr<StudioPreview> preview_;
     std::unique_ptr<Transport> transport_;
     std::unique_ptr<EditorControls> controls_;
-    std::shared_ptr<const EditState> shownState_;
-    std::unique_ptr<Player> player_;
+    std::shared_ptr<const edit::EditState> shownState_;
+    std::unique_ptr<playback::Player> player_;
 
     std::unique_ptr<ExportJob> exportJob_;
     std::optional<RemainingTime> remaining_;
@@ -111,4 +111,4 @@ class EditorWindow final : public QWidget {
     std::string hint_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -31,14 +31,14 @@
 #include "ui/segmented_control.h"
 #include "ui/value_slider.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 class EditorWindowTest : public EditorFixture {
   protected:
-    std::shared_ptr<const BgraPremultipliedBuffer> frame() { return controls().previewView->frame(); }
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame() { return controls().previewView->frame(); }
     // Waits for the frame that a change leads to.
-    bool waitForFrameAfter(const std::shared_ptr<const BgraPremultipliedBuffer>& before) {
+    bool waitForFrameAfter(const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& before) {
         return waitFor([&] { return frame() != nullptr && frame() != before; });
     }
     void drawMask(QPointF from, QPointF to) {
@@ -51,7 +51,7 @@ class EditorWindowTest : public EditorFixture {
 };
 
 TEST_F(EditorWindowTest, ShowsTheRecordingAndItsSettings) {
-    settings_.tempo = Tempo::ruhig;
+    settings_.tempo = model::Tempo::ruhig;
     settings_.cuts = {{1, 2}};
     settings_.padding = 0.0333;
     openWindow();
@@ -86,7 +86,7 @@ TEST_F(EditorWindowTest, TheFrameHasThePixelsOfThePlaceWhereItIsShown) {
 TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
     openWindow();
     ASSERT_TRUE(waitFor([this] { return frame() != nullptr; }));
-    std::vector<ProjectSettings> states = {session().settings()};
+    std::vector<model::ProjectSettings> states = {session().settings()};
     std::vector<std::string> shown = {everythingShown()};
     const auto remember = [&] {
         EXPECT_NE(session().settings(), states.back());
@@ -143,32 +143,32 @@ TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
 
 TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     openWindow(true);
-    ProjectSettings expected = session().settings();
-    const auto value = [this](const char* name) { return find<ValueSlider>(name)->doubleValue(); };
+    model::ProjectSettings expected = session().settings();
+    const auto value = [this](const char* name) { return find<ui::ValueSlider>(name)->doubleValue(); };
     struct Slider {
         const char* name;
         double part;
-        double ProjectSettings::*field;
-        ControlRange range;
+        double model::ProjectSettings::*field;
+        ui::ControlRange range;
     };
     const Slider sliders[] = {
-        {"smoothingSlider", 0.3, &ProjectSettings::smoothing, kSmoothingRange},
-        {"cursorSlider", 0.9, &ProjectSettings::cursorScale, kCursorRange},
-        {"paddingSlider", 0.7, &ProjectSettings::padding, kPaddingRange},
-        {"cornerSlider", 0.2, &ProjectSettings::cornerRadius, kCornerRange},
-        {"systemVolumeSlider", 0.8, &ProjectSettings::systemVolume, kVolumeRange},
-        {"micVolumeSlider", 0.0, &ProjectSettings::micVolume, kVolumeRange},
-        {"webcamSizeSlider", 0.7, &ProjectSettings::webcamSize, kWebcamSizeRange},
-        {"webcamZoomSlider", 0.4, &ProjectSettings::webcamZoom, kWebcamZoomRange},
-        {"cropTopSlider", 0.1, &ProjectSettings::cropTop, kCropRange},
-        {"cropBottomSlider", 0.2, &ProjectSettings::cropBottom, kCropRange},
-        {"cropLeftSlider", 0.3, &ProjectSettings::cropLeft, kCropRange},
-        {"cropRightSlider", 0.4, &ProjectSettings::cropRight, kCropRange},
-        {"zoomToolSlider", 0.9, &ProjectSettings::zoomScale, kZoomRange},
-        {"zoomSlider", 0.5, &ProjectSettings::zoomScale, kZoomRange},
+        {"smoothingSlider", 0.3, &model::ProjectSettings::smoothing, kSmoothingRange},
+        {"cursorSlider", 0.9, &model::ProjectSettings::cursorScale, kCursorRange},
+        {"paddingSlider", 0.7, &model::ProjectSettings::padding, kPaddingRange},
+        {"cornerSlider", 0.2, &model::ProjectSettings::cornerRadius, kCornerRange},
+        {"systemVolumeSlider", 0.8, &model::ProjectSettings::systemVolume, kVolumeRange},
+        {"micVolumeSlider", 0.0, &model::ProjectSettings::micVolume, kVolumeRange},
+        {"webcamSizeSlider", 0.7, &model::ProjectSettings::webcamSize, kWebcamSizeRange},
+        {"webcamZoomSlider", 0.4, &model::ProjectSettings::webcamZoom, kWebcamZoomRange},
+        {"cropTopSlider", 0.1, &model::ProjectSettings::cropTop, kCropRange},
+        {"cropBottomSlider", 0.2, &model::ProjectSettings::cropBottom, kCropRange},
+        {"cropLeftSlider", 0.3, &model::ProjectSettings::cropLeft, kCropRange},
+        {"cropRightSlider", 0.4, &model::ProjectSettings::cropRight, kCropRange},
+        {"zoomToolSlider", 0.9, &model::ProjectSettings::zoomScale, kZoomRange},
+        {"zoomSlider", 0.5, &model::ProjectSettings::zoomScale, kZoomRange},
     };
     for (const Slider& slider : sliders) {
-        controls().column->ensureWidgetVisible(find<ValueSlider>(slider.name));
+        controls().column->ensureWidgetVisible(find<ui::ValueSlider>(slider.name));
         drag(slider.name, slider.part);
         expected.*slider.field = value(slider.name);
         EXPECT_NEAR(value(slider.name), slider.range.least + slider.part * (slider.range.most - slider.range.least),
@@ -180,9 +180,9 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     EXPECT_EQ(textOf("micVolumeSliderLabel"), "0 % (stumm)");
 
     QTest::mouseClick(controls().tempoControl->segment(0), Qt::LeftButton);
-    expected.tempo = Tempo::schnell;
+    expected.tempo = model::Tempo::schnell;
     QTest::mouseClick(controls().exportFormatControl->segment(1), Qt::LeftButton);
-    expected.exportFormat = ExportFormat::mov;
+    expected.exportFormat = model::ExportFormat::mov;
     QTest::mouseClick(controls().exportResolutionControl->segment(1), Qt::LeftButton);
     expected.exportHeight = 1440;
     click("webcamCheckbox");
@@ -225,13 +225,13 @@ TEST_F(EditorWindowTest, ADoubleClickTakesASliderBackToItsUsualValue) {
     settings_.padding = 0.01;
     openWindow();
     QTest::mouseDClick(controls().paddingSlider, Qt::LeftButton);
-    EXPECT_EQ(session().settings().padding, ProjectSettings().padding);
+    EXPECT_EQ(session().settings().padding, model::ProjectSettings().padding);
 }
 
 TEST_F(EditorWindowTest, AnEditRightBeforeClosingIsSaved) {
     openWindow();
     drag("cornerSlider", 0.9);
-    const ProjectSettings expected = session().settings();
+    const model::ProjectSettings expected = session().settings();
     EXPECT_NE(saved(), expected);
     window().close();
     EXPECT_EQ(saved(), expected);
@@ -297,10 +297,10 @@ TEST_F(EditorWindowTest, ARectangleOfFourPointsIsNoMask) {
 }
 
 TEST_F(EditorWindowTest, AMaskLiesWhereItWasDrawn) {
-    settings_.zooms = std::vector<ZoomSpec>();
+    settings_.zooms = std::vector<model::ZoomSpec>();
     openWindow();
     click("maskDrawButton");
-    const StudioLayout layout = session().composition()->state()->layout;
+    const edit::StudioLayout layout = session().composition()->state()->layout;
     const Rect area = controls().previewView->shownRect();
     const double scale = area.width / layout.canvas.width;
     // The right half of the lower half of the screen picture.
@@ -308,7 +308,7 @@ TEST_F(EditorWindowTest, AMaskLiesWhereItWasDrawn) {
     const double top = area.y + (layout.canvas.height - layout.screenRect.midY()) * scale;
     drawMask({left, top}, {left + layout.screenRect.width / 2 * scale, top + layout.screenRect.height / 2 * scale});
     ASSERT_EQ(session().settings().masks.size(), 1u);
-    const MaskRect mask = session().settings().masks[0];
+    const model::MaskRect mask = session().settings().masks[0];
     // The pointer goes by whole points.
     const double tolerance = 1.5 / (layout.screenRect.height * scale);
     EXPECT_NEAR(mask.x, 0.5, tolerance);
@@ -487,7 +487,7 @@ TEST_F(EditorWindowTest, SlidersTellTheirValueToAssistivePrograms) {
     openWindow(true);
     int count = 0;
     for (QSlider* each : window().findChildren<QSlider*>()) {
-        auto* slider = dynamic_cast<ValueSlider*>(each);
+        auto* slider = dynamic_cast<ui::ValueSlider*>(each);
         ASSERT_NE(slider, nullptr);
         ++count;
         const std::string name = slider->objectName().toStdString();
@@ -538,7 +538,7 @@ TEST_F(EditorWindowTest, AFileThatIsDroppedOnItIsNot) {
 TEST_F(EditorWindowTest, AFolderWithoutAMovieIsRefused) {
     makeRecording(1);
     info_.save(folder_.path());
-    PointerTrack().save(folder_.path());
+    model::PointerTrack().save(folder_.path());
     std::filesystem::remove(folder_ / "source.mov");
     EXPECT_THROW(EditorWindow(folder_.path(), loop_, {}), RecorderError);
 }
@@ -629,4 +629,4 @@ INSTANTIATE_TEST_SUITE_P(Windows, EditorWindowLook,
                          testing::Values(std::pair{false, 9.0}, std::pair{true, 10.0}, std::pair{true, 14.0}));
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -5,7 +5,7 @@
 
 #include "editor/editor_window.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -71,4 +71,4 @@ void EditorWindows::endWork() {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

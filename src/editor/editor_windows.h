@@ -8,7 +8,7 @@
 #include "base/main_loop.h"
 #include "platform/sound/sound_output.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 class EditorWindow;
 
@@ -16,7 +16,7 @@ class EditorWindow;
 class EditorWindows {
   public:
     struct Options {
-        std::function<std::unique_ptr<SoundOutput>()> makeSoundOutput;
+        std::function<std::unique_ptr<platform::SoundOutput>()> makeSoundOutput;
         /// A folder was dropped on an editor.
         std::function<void(const std::filesystem::path& folder)> dropped;
         /// The user wants to record something else; without it editors offer nothing like that.
@@ -51,4 +51,4 @@ class EditorWindows {
     std::vector<std::unique_ptr<Editor>> editors_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -12,7 +12,7 @@
 #include "editor/editor_window.h"
 #include "support/editor_fixture.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 class EditorWindowsTest : public EditorFixture {
@@ -99,4 +99,4 @@ TEST_F(EditorWindowsTest, WhatIsOpenIsSavedWhenTheProgramEnds) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

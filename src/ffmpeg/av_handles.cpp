@@ -7,7 +7,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 void AvDelete::operator()(AVCodecContext* codec) const {
     avcodec_free_context(&codec);
@@ -28,4 +28,4 @@ void AvDelete::operator()(SwsContext* scaler) const {
     sws_freeContext(scaler);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

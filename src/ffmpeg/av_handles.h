@@ -10,7 +10,7 @@ struct AVPacket;
 struct SwrContext;
 struct SwsContext;
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 struct AvDelete {
     void operator()(AVCodecContext* codec) const;
@@ -24,4 +24,4 @@ struct AvDelete {
 template <typename T>
 using AvHandle = std::unique_ptr<T, AvDelete>;
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

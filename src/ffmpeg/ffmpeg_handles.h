@@ -14,7 +14,7 @@ struct AVStream;
 struct SwrContext;
 struct SwsContext;
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 struct FfmpegDelete {
     void operator()(AVCodecContext* codec) const;
@@ -32,4 +32,4 @@ using PacketHandle = std::unique_ptr<AVPacket, FfmpegDelete>;
 using ResamplerHandle = std::unique_ptr<SwrContext, FfmpegDelete>;
 using ScalerHandle = std::unique_ptr<SwsContext, FfmpegDelete>;
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

@@ -15,7 +15,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 void FfmpegDelete::operator()(AVCodecContext* codec) const {
     avcodec_free_context(&codec);
@@ -103,4 +103,4 @@ MediaTime mediaTime(std::int64_t ticks, int timeBaseNumerator, int timeBaseDenom
     return {av_rescale(ticks, timeBaseNumerator, 1), timeBaseDenominator};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

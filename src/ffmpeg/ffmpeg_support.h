@@ -7,7 +7,7 @@
 #include "ffmpeg/ffmpeg_handles.h"
 
 // Small helpers around FFmpeg that several sources of this folder share.
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 /// A German clause without a full stop for one of FFmpeg's error numbers.
 std::string ffmpegErrorText(int error);
@@ -31,4 +31,4 @@ void prepareFfmpeg();
 /// `ticks` of a clock with the given time base as a media time. Exact for the time bases of movie files (1/n).
 MediaTime mediaTime(std::int64_t ticks, int timeBaseNumerator, int timeBaseDenominator);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

@@ -15,18 +15,18 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 namespace {
 
 constexpr const char* kUnconvertible = "Ein Bild konnte nicht umgewandelt werden";
 
-const int* coefficients(const YuvEncoding& encoding) {
-    return sws_getCoefficients(encoding.matrix == YuvMatrix::bt709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
+const int* coefficients(const imaging::YuvEncoding& encoding) {
+    return sws_getCoefficients(encoding.matrix == imaging::YuvMatrix::bt709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
 }
 
-int rangeFlag(const YuvEncoding& encoding) {
-    return encoding.range == YuvRange::full ? 1 : 0;
+int rangeFlag(const imaging::YuvEncoding& encoding) {
+    return encoding.range == imaging::YuvRange::full ? 1 : 0;
 }
 
 // The full-range formats have names of their own, which the scaler warns about; range is passed separately.
@@ -80,9 +80,9 @@ void tellColourSite(SwsContext& context, const std::string& side, int format, co
     if (description->log2_chroma_h == 1) av_opt_set_int(&context, (side + "_v_chr_pos").c_str(), site.down, 0);
 }
 
-YuvEncoding encodingOf(const AVFrame& frame) {
-    YuvEncoding encoding = encodingFromTags(frame.colorspace, frame.color_range, frame.width, frame.height);
-    if (plainFormat(frame.format) != frame.format) encoding.range = YuvRange::full;
+imaging::YuvEncoding encodingOf(const AVFrame& frame) {
+    imaging::YuvEncoding encoding = encodingFromTags(frame.colorspace, frame.color_range, frame.width, frame.height);
+    if (plainFormat(frame.format) != frame.format) encoding.range = imaging::YuvRange::full;
     return encoding;
 }
 
@@ -118,8 +118,8 @@ SwsContext& PictureConverter::scaler(const Shape& shape) {
     return *scaler_;
 }
 
-YuvPicture PictureConverter::planar(const AVFrame& frame) {
-    YuvPicture picture;
+imaging::YuvPicture PictureConverter::planar(const AVFrame& frame) {
+    imaging::YuvPicture picture;
     picture.width = frame.width;
     picture.height = frame.height;
     picture.encoding = encodingOf(frame);
@@ -145,9 +145,9 @@ YuvPicture PictureConverter::planar(const AVFrame& frame) {
     return picture;
 }
 
-std::shared_ptr<const BgraPremultipliedBuffer> PictureConverter::bgra(const AVFrame& frame) {
-    auto picture = std::make_shared<BgraPremultipliedBuffer>(frame.width, frame.height);
-    const YuvEncoding encoding = encodingOf(frame);
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureConverter::bgra(const AVFrame& frame) {
+    auto picture = std::make_shared<imaging::BgraPremultipliedBuffer>(frame.width, frame.height);
+    const imaging::YuvEncoding encoding = encodingOf(frame);
     SwsContext& context = scaler({frame.width, frame.height, plainFormat(frame.format), AV_PIX_FMT_BGRA,
                                   frame.chroma_location, encoding, encoding});
     const std::array<std::uint8_t*, 4> planes{picture->row(0), nullptr, nullptr, nullptr};
@@ -157,4 +157,4 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureConverter::bgra(const AVFr
     return picture;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

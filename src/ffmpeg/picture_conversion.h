@@ -6,17 +6,17 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 /// Turns decoded pictures into ours. Colour samples are taken to sit where the picture says, and at the left one of two
 /// columns, between two rows, when it says nothing. Keeps its tables from picture to picture; one thread at a time.
 class PictureConverter {
   public:
     /// A view of a decoded picture. Shares the decoder's memory when that is 8-bit 4:2:0; otherwise converts to it.
-    YuvPicture planar(const AVFrame& frame);
+    imaging::YuvPicture planar(const AVFrame& frame);
 
     /// The decoded picture in sRGB-encoded BGRA, opaque.
-    std::shared_ptr<const BgraPremultipliedBuffer> bgra(const AVFrame& frame);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> bgra(const AVFrame& frame);
 
   private:
     /// Size and meaning of the pictures that the tables are made for.
@@ -26,8 +26,8 @@ class PictureConverter {
         int fromFormat = -1;
         int toFormat = -1;
         int fromSite = 0;  // of the colour samples, as FFmpeg numbers it
-        YuvEncoding from;
-        YuvEncoding to;
+        imaging::YuvEncoding from;
+        imaging::YuvEncoding to;
 
         bool operator==(const Shape&) const = default;
     };
@@ -38,4 +38,4 @@ class PictureConverter {
     Shape shape_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

@@ -9,7 +9,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 namespace {
 
 // Beyond any camera; keeps sums of pixel positions within an int.
@@ -121,7 +121,7 @@ DevicePicture pictureIn(const AVFrame& frame) {
     return picture;
 }
 
-std::shared_ptr<const BgraPremultipliedBuffer> PictureToBgra::convert(const DevicePicture& picture) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureToBgra::convert(const DevicePicture& picture) {
     Shape shape;
     shape.format = withoutRange(picture.format);
     shape.width = picture.width;
@@ -140,7 +140,7 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureToBgra::convert(const Devi
                                  1, 0, kOne, kOne);
         shape_ = shape;
     }
-    auto image = std::make_shared<BgraPremultipliedBuffer>(picture.width, picture.height);
+    auto image = std::make_shared<imaging::BgraPremultipliedBuffer>(picture.width, picture.height);
     const std::array<std::uint8_t*, 4> target{image->row(0)};
     const std::array<int, 4> stride{static_cast<int>(image->stride())};
     sws_scale(scaler_.get(), picture.planes.data(), picture.strides.data(), 0, picture.height, target.data(),
@@ -154,4 +154,4 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureToBgra::convert(const Devi
     return image;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

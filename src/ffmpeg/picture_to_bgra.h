@@ -10,7 +10,7 @@
 #include "ffmpeg/av_handles.h"
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 
 /// A device's picture as it lies in memory. `format` is one of FFmpeg's pixel formats.
 struct DevicePicture {
@@ -48,7 +48,7 @@ class PictureToBgra {
     explicit PictureToBgra(bool isExternal) : isExternal_(isExternal) {}
 
     /// Null when the format cannot be converted.
-    std::shared_ptr<const BgraPremultipliedBuffer> convert(const DevicePicture& picture);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> convert(const DevicePicture& picture);
 
   private:
     struct Shape {
@@ -69,4 +69,4 @@ class PictureToBgra {
 /// The picture in a decoded frame.
 DevicePicture pictureIn(const AVFrame& frame);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

@@ -11,7 +11,7 @@ extern "C" {
 #include <libavutil/pixfmt.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
 namespace {
 
 struct Colour {
@@ -33,7 +33,7 @@ std::array<std::uint8_t, 3> yuv(Colour colour, bool isBt709, bool isFullRange) {
     return {byte(16 + 219 * y), byte(128 + 224 * u), byte(128 + 224 * v)};
 }
 
-void expectColour(const BgraPremultipliedBuffer* image, Colour colour) {
+void expectColour(const imaging::BgraPremultipliedBuffer* image, Colour colour) {
     ASSERT_NE(image, nullptr);
     for (const auto [x, y] : {std::array{0, 0}, {31, 7}, {63, 47}}) {
         const std::uint8_t* const pixel = image->pixel(x, y);
@@ -155,4 +155,4 @@ TEST(PictureToBgra, TheLastRowMayEndWithItsLastPixel) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::ffmpeg

@@ -2,7 +2,7 @@
 
 #include "base/geometry.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// A scaling followed by a movement, each axis by its own: x' = scaleX * x + translateX. Cameras, placements and cursor
 /// shapes need no more, and without rotation every resampling stays separable. Scales are positive.
@@ -32,4 +32,4 @@ struct AffineTransform {
     bool operator==(const AffineTransform&) const = default;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

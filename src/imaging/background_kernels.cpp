@@ -11,7 +11,7 @@
 #ifndef LUMI_LAYER_KERNELS_ONCE
 #define LUMI_LAYER_KERNELS_ONCE
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 // Bayer's ordered pattern of 8 x 8: what is added to a value before its fraction is cut off, (0...63 + 0.5) / 64. Among
 // patterns it is the one whose parts a video encoder keeps longest: few frequencies, each of them strong.
@@ -34,12 +34,12 @@ struct PatternRow {
     }
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 
 #endif
 
 HWY_BEFORE_NAMESPACE();
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -120,11 +120,11 @@ void fillBackgroundLevels(const BackgroundRow& row, const LevelWeights& weights,
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 HWY_EXPORT(fillBackgroundRow);
 HWY_EXPORT(fillBackgroundLevels);
@@ -138,5 +138,5 @@ void fillBackgroundLevels(const BackgroundRow& row, const LevelWeights& weights,
     HWY_DYNAMIC_DISPATCH(fillBackgroundLevels)(row, weights, number, levels, width);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 #endif

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// One row of samples of the studio background. Colours are blue, green, red, 0...255; positions in pixels from the
 /// first sample.
@@ -35,4 +35,4 @@ struct LevelWeights {
 void fillBackgroundLevels(const BackgroundRow& row, const LevelWeights& weights, int number, std::int16_t* levels,
                           int width);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

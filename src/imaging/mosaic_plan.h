@@ -6,7 +6,7 @@
 // Which areas of a picture are shown in large squares. Coordinates are pixels of the picture with the origin at the
 // bottom-left.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// Whole pixels; `right` and `top` are the first ones beyond.
 struct PixelRect {
@@ -49,4 +49,4 @@ struct MosaicPlan {
     bool operator==(const MosaicPlan&) const = default;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -11,7 +11,7 @@
 #include "base/precondition.h"
 #include "imaging/picture_node.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -238,4 +238,4 @@ bool Picture::operator==(const Picture& other) const {
     return areEqual(*this, other, comparisons);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

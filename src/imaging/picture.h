@@ -8,7 +8,7 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 struct PictureNode;
 struct StudioBackground;
@@ -82,4 +82,4 @@ inline bool isInfinite(const Rect& rect) {
     return rect == kInfiniteRect;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// Pixels in either direction, four times what the largest screens have: larger pictures are neither recorded nor
 /// decoded, whatever a movie or a document says.
@@ -16,4 +16,4 @@ constexpr bool isDecodablePictureSize(std::int64_t width, std::int64_t height) {
            width * height <= kMaxPictureArea;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

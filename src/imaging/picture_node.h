@@ -11,7 +11,7 @@
 
 // What a recipe consists of, for painters.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 struct EmptyNode {};
 struct BufferNode {
@@ -75,4 +75,4 @@ struct PictureNode {
 /// What `Picture::operator==` says, counting the pairs of steps that it looks at.
 bool areEqual(const Picture& a, const Picture& b, std::size_t& comparisons);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

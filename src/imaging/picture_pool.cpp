@@ -9,7 +9,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -111,4 +111,4 @@ std::shared_ptr<BgraPremultipliedBuffer> PicturePool::makeBgra() {
                       [this] { return std::make_unique<BgraPremultipliedBuffer>(width_, height_); });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

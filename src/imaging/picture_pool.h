@@ -7,7 +7,7 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// A planar 4:2:0 picture in memory of its own, to be painted and then given to a writer. Rows start at multiples of 64
 /// bytes. For odd sizes one more column and row of luma can be written, which the encoder needs.
@@ -53,4 +53,4 @@ class PicturePool {
     std::shared_ptr<Free> free_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

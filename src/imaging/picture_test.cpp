@@ -7,7 +7,7 @@
 
 #include "imaging/picture_node.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 std::shared_ptr<const BgraPremultipliedBuffer> buffer(int width, int height) {
@@ -153,4 +153,4 @@ TEST(PictureDeathTest, MirroringAndEndlessNumbersAreMistakes) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

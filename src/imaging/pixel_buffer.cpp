@@ -5,7 +5,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -26,4 +26,4 @@ void BgraPremultipliedBuffer::AlignedDelete::operator()(std::uint8_t* bytes) con
     ::operator delete (bytes, std::align_val_t{kAlignment});
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -5,7 +5,7 @@
 #include <memory>
 #include <span>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// An owned picture of 8-bit pixels in memory order blue, green, red, alpha; sRGB-encoded, colours premultiplied with
 /// alpha. The first row is the top one. Rows start at multiples of 64 bytes, so that kernels may use aligned loads;
@@ -38,4 +38,4 @@ class BgraPremultipliedBuffer {
     std::unique_ptr<std::uint8_t[], AlignedDelete> bytes_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

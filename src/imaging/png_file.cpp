@@ -11,7 +11,7 @@
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -118,4 +118,4 @@ void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& 
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -7,7 +7,7 @@
 
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// What a PNG from somewhere else may cost at most; both are checked against its header, before pixels are allocated.
 struct PngLimits {
@@ -29,4 +29,4 @@ std::string encodedPng(const BgraPremultipliedBuffer& picture);
 /// when the file cannot be written.
 void writePng(const std::filesystem::path& path, const BgraPremultipliedBuffer& picture);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

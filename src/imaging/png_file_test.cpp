@@ -8,7 +8,7 @@
 #include "base/recorder_error.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 BgraPremultipliedBuffer gradient(int width, int height) {
@@ -91,4 +91,4 @@ TEST(PngFile, WhatIsNoPngIsAnError) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

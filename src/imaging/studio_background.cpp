@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -60,4 +60,4 @@ RgbColour StudioBackground::colourAt(double x, double y) const {
     return {shown(tone.red), shown(tone.green), shown(tone.blue)};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -9,7 +9,7 @@
 // broken up: each pixel is rounded up or down by an ordered pattern that repeats every 8 pixels, and 8 x 8 of them have
 // the mean that was meant. The pattern stays where it is from frame to frame.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// sRGB-encoded, each 0...1.
 struct RgbColour {
@@ -40,4 +40,4 @@ struct StudioBackground {
 /// pixels apart.
 BackgroundRow backgroundRow(const StudioBackground& background, double x, double y, double spacing);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

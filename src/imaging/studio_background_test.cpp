@@ -14,7 +14,7 @@
 #include "imaging/painting/prepared_layers.h"
 #include "imaging/painting/resampling.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 // The tone that a new project has, and a darker one.
@@ -156,4 +156,4 @@ TEST(StudioBackground, WhereTheGradientIsLimitedItIsFlat) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// The matrix that turns luma and colour differences into red, green and blue.
 enum class YuvMatrix { bt601, bt709 };
@@ -54,4 +54,4 @@ struct YuvDestination {
     YuvEncoding encoding;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -11,8 +11,8 @@ namespace {
 
 int run(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
-    return lumivastor::startsApplication(words) ? lumivastor::runApplication(argc, argv)
-                                                : lumivastor::runCommandLine(words, std::cout, std::cerr);
+    return lumivastor::cli::startsApplication(words) ? lumivastor::app::runApplication(argc, argv)
+                                                     : lumivastor::cli::runCommandLine(words, std::cout, std::cerr);
 }
 
 }  // namespace

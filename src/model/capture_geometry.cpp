@@ -1,6 +1,6 @@
 #include "model/capture_geometry.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 Geometry::Geometry(std::uint32_t displayID, const Rect& captured, double scale, Size size,
                    const DisplayBoundsLookup& lookUpDisplayBounds)
@@ -20,4 +20,4 @@ Point Geometry::globalPoint(Point fromBottomLeft, std::optional<double> firstScr
     return {fromBottomLeft.x, firstScreenHeight.value_or(0) - fromBottomLeft.y};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -6,7 +6,7 @@
 
 #include "base/geometry.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 /// Relates global screen points (origin top-left) to pixels of the recorded movie (origin top-left).
 struct Geometry {
@@ -41,4 +41,4 @@ struct Geometry {
     bool operator==(const Geometry&) const = default;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 Geometry secondDisplay() {
@@ -45,4 +45,4 @@ TEST(Geometry, FlipsBottomLeftPointsAtTheFirstScreen) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

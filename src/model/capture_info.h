@@ -8,7 +8,7 @@
 
 #include "base/file_bytes.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 /// "capture.json": what was recorded and how, written once when a recording ends, only read afterwards. The JSON keys
 /// are the field names; the four optional fields are left out when they have no value, all others are required.
@@ -70,4 +70,4 @@ struct CaptureInfo {
     static std::string timestamp(std::time_t time);
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

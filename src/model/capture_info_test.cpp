@@ -8,7 +8,7 @@
 #include "model/record_fields.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 CaptureInfo displayCapture() {
@@ -252,4 +252,4 @@ TEST(CaptureInfo, TimestampsAreIsoInUtc) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

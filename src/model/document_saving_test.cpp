@@ -18,7 +18,7 @@
 #include "support/folder_listing.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 struct Document {
@@ -126,4 +126,4 @@ INSTANTIATE_TEST_SUITE_P(Each, DocumentSaving, testing::ValuesIn(documents()), [
 });
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

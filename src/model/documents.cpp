@@ -9,7 +9,7 @@
 #include "model/record_reader.h"
 #include "model/record_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 namespace {
 
@@ -101,4 +101,4 @@ void ProjectSettings::save(const std::filesystem::path& folder) const {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

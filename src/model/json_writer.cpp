@@ -8,7 +8,7 @@
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 namespace {
 
@@ -167,4 +167,4 @@ void JsonWriter::flushIfLarge() {
     pending_.clear();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 /// Writes one JSON document piece by piece in the form of all our documents: two spaces of indentation for each level,
 /// `"key" : value`, empty lists as `[]`. Numbers are the shortest that read back as the same double, whole ones
@@ -46,4 +46,4 @@ class JsonWriter {
     bool afterKey_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

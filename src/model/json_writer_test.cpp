@@ -12,7 +12,7 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 template <class Write>
@@ -122,4 +122,4 @@ TEST(JsonWriter, LongDocumentsArriveInPieces) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

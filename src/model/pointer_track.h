@@ -8,7 +8,7 @@
 
 #include "base/file_bytes.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 enum class PointerKind : std::uint8_t { move, down, up, drag, scroll };
 enum class PointerButton : std::uint8_t { left, right, other };
@@ -84,4 +84,4 @@ struct PointerTrack {
     void save(const std::filesystem::path& folder) const;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -8,7 +8,7 @@
 #include "base/recorder_error.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 PointerTrack parsed(const std::string& text) {
@@ -217,4 +217,4 @@ TEST(PointerTrack, ListsOfWrongThingsAreAnError) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -7,7 +7,7 @@
 #include "base/recorder_error.h"
 #include "model/record_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 namespace {
 
@@ -60,4 +60,4 @@ ProjectDocument::Before ProjectDocument::save(const ProjectSettings& settings) {
     return before;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -7,7 +7,7 @@
 
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 /// The "project.json" of a recording that is being edited. Other programs may write it meanwhile, and it may be no
 /// document at all: what is there and is not what was read, or could not be read, is kept beside when it is replaced.
@@ -48,4 +48,4 @@ class ProjectDocument {
     std::optional<std::string> known_;  // the document as it was read or saved last
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -10,7 +10,7 @@
 #include "support/folder_listing.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 using Before = ProjectDocument::Before;
@@ -106,4 +106,4 @@ TEST_F(ProjectDocuments, WhatCannotBeSavedLeavesEverything) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -9,7 +9,7 @@
 
 #include "base/file_bytes.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 /// Pace of the automatic zooms. The order of the cases is the order in which they are offered.
 enum class Tempo : std::uint8_t { schnell, normal, ruhig };
@@ -108,4 +108,4 @@ struct ProjectSettings {
     void save(const std::filesystem::path& folder) const;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -10,7 +10,7 @@
 #include "model/record_fields.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 ProjectSettings parsed(const std::string& text) {
@@ -211,4 +211,4 @@ TEST(ProjectSettings, TemposAndFormatsComeInTheOrderOfTheMenus) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -17,7 +17,7 @@
 // The fields of every record that stands in a document, in declaration order, as one table each. Reading and writing
 // both go by these tables, so that a field cannot be read under one name and written under another.
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 template <class Record, class Value>
 struct RecordField {
@@ -243,4 +243,4 @@ inline constexpr bool kIsList = false;
 template <class T>
 inline constexpr bool kIsList<std::vector<T>> = true;
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

@@ -1,6 +1,6 @@
 #include "model/record_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 void requirePlainUtf8Start(std::string_view text) {
     if (text.starts_with("\xEF\xBB\xBF")) failReading("Am Anfang steht eine Byte-Order-Markierung");
@@ -57,4 +57,4 @@ std::int64_t readInteger(json::value value, std::string_view key, std::int64_t s
     return whole;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

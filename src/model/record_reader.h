@@ -19,7 +19,7 @@
 // Reads records from untrusted JSON in one pass, straight into their fields. Included by the sources of the documents
 // only: it brings the whole parser with it.
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 namespace json = simdjson::ondemand;
 
@@ -172,4 +172,4 @@ Record loadDocument(const std::filesystem::path& path, std::uint64_t maxBytes) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

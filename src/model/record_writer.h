@@ -12,7 +12,7 @@
 #include "model/json_writer.h"
 #include "model/record_fields.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 /// Writes a record with its keys sorted; optional fields without a value are left out.
 template <RecordInDocument Record>
@@ -89,4 +89,4 @@ void saveDocument(const Record& record, const std::filesystem::path& path) {
     if (const std::error_code error = file.commit()) throw unwrittenDocument(path, error);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

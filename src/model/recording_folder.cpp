@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <system_error>
 
-namespace lumivastor {
+namespace lumivastor::model {
 
 std::optional<std::filesystem::path> fileInside(const std::filesystem::path& folder, std::string_view name) {
     namespace fs = std::filesystem;
@@ -23,4 +23,4 @@ std::optional<std::filesystem::path> fileInside(const std::filesystem::path& fol
     return file;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::model

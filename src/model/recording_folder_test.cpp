@@ -7,7 +7,7 @@
 
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::model {
 namespace {
 
 namespace fs = std::filesystem;
@@ -69,4 +69,4 @@ TEST_F(FileInside, RefusesWhatIsNoRegularFile) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::model

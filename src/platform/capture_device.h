@@ -10,7 +10,7 @@
 #include "imaging/pixel_buffer.h"
 #include "platform/sound_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 struct PictureSize {
     int width = 0;
@@ -33,7 +33,7 @@ struct CaptureDevice {
 struct DeviceSample {
     /// Host clock, seconds.
     double hostSeconds = 0;
-    std::shared_ptr<const BgraPremultipliedBuffer> image;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> image;
 };
 
 /// One device that is being used. Configure, start running, stop running; once. One thread.
@@ -77,4 +77,4 @@ class CaptureDevices {
     virtual std::unique_ptr<CaptureSession> open(const CaptureDevice& device) = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

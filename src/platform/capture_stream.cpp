@@ -1,6 +1,6 @@
 #include "platform/capture_stream.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 Rect contentRect(const ContentFilter& filter) {
     if (const auto* display = std::get_if<DisplayFilter>(&filter)) {
@@ -10,4 +10,4 @@ Rect contentRect(const ContentFilter& filter) {
     return {0, 0, frame.width, frame.height};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -14,7 +14,7 @@
 #include "platform/shareable_content.h"
 #include "platform/sound_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// What a picture shows: a display without some programs' windows, or one window wherever it is.
 struct DisplayFilter {
@@ -65,7 +65,7 @@ struct ScreenSample {
     /// Host clock, seconds: when the picture was taken. It shows everything that was painted until then.
     double hostSeconds = 0;
     /// Opaque, of the configured size; null when there is none.
-    std::shared_ptr<const BgraPremultipliedBuffer> image;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> image;
 };
 
 /// Pictures and sound of the desktop while they happen. A still screen costs next to nothing and yet keeps its length:
@@ -98,4 +98,4 @@ class CaptureStream {
     virtual void stop() = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -8,7 +8,7 @@
 #include "platform/pointer_monitor.h"
 #include "platform/shareable_content.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The desktop that is recorded: one connection to a display server. Any thread, unless a function says otherwise.
 class Desktop {
@@ -34,4 +34,4 @@ class Desktop {
     virtual std::optional<Rect> windowFrame(std::uint32_t windowID, const PointSpace& space) = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

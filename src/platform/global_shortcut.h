@@ -1,6 +1,6 @@
 #pragma once
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// A combination of keys that this program hears whichever window has the keyboard. Ends when it is destroyed.
 class GlobalShortcut {
@@ -16,4 +16,4 @@ struct KeyCombination {
     bool shift = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

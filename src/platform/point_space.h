@@ -2,7 +2,7 @@
 
 #include "base/geometry.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// How one display's global points relate to the pixels of the whole desktop (both with a top-left origin). A display
 /// begins at the same numbers in both spaces, and a point is `scale` pixels wide; so displays with different scales may
@@ -32,4 +32,4 @@ struct PointSpace {
     bool operator==(const PointSpace&) const = default;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 TEST(PointSpace, KeepsTheDisplaysOriginAndScalesFromThere) {
@@ -25,4 +25,4 @@ TEST(PointSpace, WayThereAndBackIsExactAtTheUsualScales) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

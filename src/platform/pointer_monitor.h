@@ -6,7 +6,7 @@
 #include "base/geometry.h"
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 enum class PointerEventType : std::uint8_t {
     leftMouseDown,
@@ -48,10 +48,10 @@ using PointerEventHandler = std::function<void(const PointerEvent&)>;
 struct SystemCursor {
     /// Changes when the shape does; within one connection to the desktop.
     std::uint64_t serial = 0;
-    BgraPremultipliedBuffer image;
+    imaging::BgraPremultipliedBuffer image;
     /// From the picture's top-left corner, in pixels.
     double hotspotX = 0;
     double hotspotY = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

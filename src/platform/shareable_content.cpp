@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 template <typename T>
@@ -21,4 +21,4 @@ const Window* ShareableContent::window(std::uint32_t id) const {
     return withId(windows, id);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

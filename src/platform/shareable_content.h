@@ -8,7 +8,7 @@
 #include "base/geometry.h"
 #include "platform/point_space.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// A screen. `frame` is in its own global points.
 struct Display {
@@ -66,4 +66,4 @@ struct ShareableContent {
     const Window* window(std::uint32_t id) const;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

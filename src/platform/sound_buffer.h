@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// A stretch of live sound: 32-bit floating point at full scale -1...1, the channels of one moment side by side.
 struct SoundBuffer {
@@ -17,4 +17,4 @@ struct SoundBuffer {
     std::size_t frames() const { return values.size() / static_cast<std::size_t>(channels); }
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

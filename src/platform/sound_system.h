@@ -8,7 +8,7 @@
 #include "platform/capture_device.h"
 #include "platform/sound_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// One running stream of sound. Start and stop once, on one thread.
 class SoundSource {
@@ -42,4 +42,4 @@ class SoundSystem {
     virtual std::optional<CaptureDevice> defaultMicrophone() = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

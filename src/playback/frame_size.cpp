@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 FrameSize fittedFrame(FrameSize canvas, FrameSize available) {
     const double scale = std::min({1.0, static_cast<double>(available.width) / canvas.width,
@@ -12,9 +12,9 @@ FrameSize fittedFrame(FrameSize canvas, FrameSize available) {
     return {scaled(canvas.width), scaled(canvas.height)};
 }
 
-AffineTransform scalingTo(FrameSize canvas, FrameSize frame) {
-    return AffineTransform::scaling(static_cast<double>(frame.width) / canvas.width,
-                                    static_cast<double>(frame.height) / canvas.height);
+imaging::AffineTransform scalingTo(FrameSize canvas, FrameSize frame) {
+    return imaging::AffineTransform::scaling(static_cast<double>(frame.width) / canvas.width,
+                                             static_cast<double>(frame.height) / canvas.height);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -2,7 +2,7 @@
 
 #include "imaging/affine_transform.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// In pixels, at least 1 by 1.
 struct FrameSize {
@@ -16,6 +16,6 @@ struct FrameSize {
 FrameSize fittedFrame(FrameSize canvas, FrameSize available);
 
 /// From canvas coordinates to those of such a frame.
-AffineTransform scalingTo(FrameSize canvas, FrameSize frame);
+imaging::AffineTransform scalingTo(FrameSize canvas, FrameSize frame);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 TEST(FittedFrame, KeepsTheCanvasShapeAndNeverGrows) {
@@ -14,4 +14,4 @@ TEST(FittedFrame, KeepsTheCanvasShapeAndNeverGrows) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

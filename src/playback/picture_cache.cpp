@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
@@ -84,4 +84,4 @@ bool PictureCache::insert(ShownPicture picture) {
     return true;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

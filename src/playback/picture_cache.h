@@ -8,12 +8,12 @@
 #include "base/media_time.h"
 #include "imaging/picture.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// A decoded picture and when a track shows it: from `shown.start` until just before `shown.end()`.
 struct ShownPicture {
     /// None where the track shows nothing.
-    std::optional<Picture> picture;
+    std::optional<imaging::Picture> picture;
     TimeRange shown;
     std::size_t bytes = 0;
 };
@@ -73,4 +73,4 @@ class PictureCache {
     MediaTime playhead_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

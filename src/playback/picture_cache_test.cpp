@@ -5,14 +5,16 @@
 #include <random>
 #include <set>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 constexpr std::size_t kBytes = 10;
 
 // Picture `number` is shown for one tick of ten a second.
 ShownPicture numbered(int number, int ticks = 1) {
-    return {Picture(std::make_shared<const BgraPremultipliedBuffer>(1, 1)), {{number, 10}, {ticks, 10}}, kBytes};
+    return {imaging::Picture(std::make_shared<const imaging::BgraPremultipliedBuffer>(1, 1)),
+            {{number, 10}, {ticks, 10}},
+            kBytes};
 }
 
 TimeRange stretch(int from, int to) {
@@ -146,4 +148,4 @@ TEST(PictureCache, FillingGoalsThatDoNotFitComesToAnEnd) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -7,7 +7,7 @@
 #include "base/log.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
@@ -17,7 +17,7 @@ constexpr std::int32_t kMomentScale = 1'000'000;
 constexpr MediaTime kForever{std::int64_t{1} << 32, 1};
 constexpr MediaTime kTick{1, kMomentScale};
 
-std::size_t bytesOf(const YuvPicture& picture) {
+std::size_t bytesOf(const imaging::YuvPicture& picture) {
     return static_cast<std::size_t>(picture.luma.stride) * static_cast<std::size_t>(picture.height) +
            2 * static_cast<std::size_t>(picture.blueDifference.stride) *
                static_cast<std::size_t>(picture.chromaHeight());
@@ -39,8 +39,8 @@ MediaTime PictureFinder::Stretch::inSource(const MediaTime& time) const {
     return segment.sourceStart + (std::clamp(time, segment.target.start, last) - segment.target.start);
 }
 
-PictureFinder::PictureFinder(const CompositionTrack& track, Before before) : before_(before) {
-    for (const CompositionSegment& segment : track.segments) {
+PictureFinder::PictureFinder(const media::CompositionTrack& track, Before before) : before_(before) {
+    for (const media::CompositionSegment& segment : track.segments) {
         if (!segment.isEmpty()) stretches_.push_back({segment, segment.target});
     }
     for (std::size_t i = 0; i < stretches_.size(); ++i) {
@@ -65,7 +65,7 @@ void PictureFinder::openDecoder(const Stretch& stretch) {
     const bool isOpen = decoded_ != nullptr && decoded_->segment.asset == stretch.segment.asset &&
                         decoded_->segment.sourceTrackId == stretch.segment.sourceTrackId;
     if (!isOpen) {
-        decoder_ = std::make_unique<PictureDecoder>(stretch.segment.asset, stretch.segment.sourceTrackId);
+        decoder_ = std::make_unique<media::PictureDecoder>(stretch.segment.asset, stretch.segment.sourceTrackId);
     }
     decoded_ = &stretch;
 }
@@ -109,8 +109,8 @@ ShownPicture PictureFinder::current(const Stretch& stretch) const {
     const MediaTime start = std::max(stretch.onTimeline(decoder_->currentTime()), stretch.shown.start);
     MediaTime end = stretch.onTimeline(decoder_->currentEnd());
     if (end >= stretch.segment.target.end()) end = stretch.shown.end();
-    const YuvPicture planar = converter_.planar(decoder_->current());
-    return {Picture(planar), TimeRange::between(start, std::max(start, end)), bytesOf(planar)};
+    const imaging::YuvPicture planar = converter_.planar(decoder_->current());
+    return {imaging::Picture(planar), TimeRange::between(start, std::max(start, end)), bytesOf(planar)};
 }
 
 ShownPicture PictureFinder::beyondDamage(const Stretch& stretch, const MediaTime& time, const RecorderError& reason,
@@ -187,4 +187,4 @@ std::optional<ShownPicture> PictureFinder::lastBefore(const Stretch& stretch, co
     return current(stretch);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

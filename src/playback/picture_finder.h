@@ -11,7 +11,7 @@
 #include "media/reading/picture_decoder.h"
 #include "playback/picture_cache.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// Times that differ by less than this are the same where pictures are looked up: those of pictures are rounded to
 /// their tracks' clocks, and frames count in others. An export looks them up with the same tolerance.
@@ -28,7 +28,7 @@ class PictureFinder {
     /// What a track shows before its first picture.
     enum class Before { nothing, firstPicture };
 
-    PictureFinder(const CompositionTrack& track, Before before);
+    PictureFinder(const media::CompositionTrack& track, Before before);
     ~PictureFinder();
 
     /// Called for each picture that is decoded on the way; says whether to go on.
@@ -41,7 +41,7 @@ class PictureFinder {
   private:
     // A segment together with the empty ranges behind it, on the timeline.
     struct Stretch {
-        CompositionSegment segment;
+        media::CompositionSegment segment;
         TimeRange shown;
 
         MediaTime onTimeline(const MediaTime& source) const;
@@ -63,9 +63,9 @@ class PictureFinder {
     const Before before_;
     std::vector<Stretch> stretches_;
     std::vector<Hole> holes_;
-    std::unique_ptr<PictureDecoder> decoder_;
+    std::unique_ptr<media::PictureDecoder> decoder_;
     const Stretch* decoded_ = nullptr;  // that decoder_ is open on
-    mutable PictureConverter converter_;
+    mutable ffmpeg::PictureConverter converter_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -10,20 +10,20 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
-int numberIn(const std::optional<Picture>& picture) {
+int numberIn(const std::optional<imaging::Picture>& picture) {
     if (!picture) return -1;
-    BgraPremultipliedBuffer pixels(static_cast<int>(picture->extent().width),
-                                   static_cast<int>(picture->extent().height));
-    Painter(1).paint(*picture, pixels);
+    imaging::BgraPremultipliedBuffer pixels(static_cast<int>(picture->extent().width),
+                                            static_cast<int>(picture->extent().height));
+    imaging::Painter(1).paint(*picture, pixels);
     return testPictureNumber(pixels);
 }
 
-CompositionTrack wholeTrack(const std::filesystem::path& path) {
-    const auto movie = MutableComposition::showing(std::make_shared<const Asset>(path));
-    return movie.tracks(TrackKind::video).at(0);
+media::CompositionTrack wholeTrack(const std::filesystem::path& path) {
+    const auto movie = media::MutableComposition::showing(std::make_shared<const media::Asset>(path));
+    return movie.tracks(media::TrackKind::video).at(0);
 }
 
 int numberAt(PictureFinder& finder, double seconds) {
@@ -101,10 +101,10 @@ TEST(PictureFinder, ATrackHoldsItsLastPictureInGapsAndAtItsEnd) {
     const TemporaryFolder folder;
     TestMovieOptions options;
     makeTestMovie(folder / "a.mov", options);
-    const auto asset = std::make_shared<const Asset>(folder / "a.mov");
-    const int source = asset->tracks(TrackKind::video).at(0).id;
-    MutableComposition movie;
-    const int track = movie.addTrack(TrackKind::video);
+    const auto asset = std::make_shared<const media::Asset>(folder / "a.mov");
+    const int source = asset->tracks(media::TrackKind::video).at(0).id;
+    media::MutableComposition movie;
+    const int track = movie.addTrack(media::TrackKind::video);
     movie.insertEmpty(track, {{}, {1, 1}});
     movie.insert(track, asset, source, {{10, 30}, {15, 30}}, {1, 1});
     movie.insertEmpty(track, {{45, 30}, {1, 1}});
@@ -195,4 +195,4 @@ TEST(PictureFinder, AMissingFileIsAnError) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

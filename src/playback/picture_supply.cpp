@@ -7,7 +7,7 @@
 
 #include "base/thread_name.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
@@ -16,7 +16,8 @@ constexpr MediaTime kTick{1, 1'000'000};
 
 }  // namespace
 
-PictureSupply::PictureSupply(const CompositionTrack& track, const Options& options, std::function<void()> changed)
+PictureSupply::PictureSupply(const media::CompositionTrack& track, const Options& options,
+                             std::function<void()> changed)
     : changed_(std::move(changed)),
       finder_(track, options.before),
       cache_(options.budget),
@@ -136,4 +137,4 @@ bool PictureSupply::take(const ShownPicture& picture, const MediaTime& target) {
     return goesOn;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -14,7 +14,7 @@
 #include "playback/picture_cache.h"
 #include "playback/picture_finder.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// Decodes one track's pictures ahead, on a thread of its own, into a cache of a fixed size. Whoever shows them says
 /// which stretches come next; what a newer wish no longer needs is given up after the picture being decoded. Any
@@ -29,7 +29,7 @@ class PictureSupply {
 
     /// `changed` is called on the supply's thread whenever something of the goals can be found; it must not call the
     /// supply.
-    PictureSupply(const CompositionTrack& track, const Options& options, std::function<void()> changed);
+    PictureSupply(const media::CompositionTrack& track, const Options& options, std::function<void()> changed);
     /// Waits for the picture that is being decoded.
     ~PictureSupply();
     PictureSupply(const PictureSupply&) = delete;
@@ -69,4 +69,4 @@ class PictureSupply {
     std::thread thread_;                  // last: it uses everything above
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

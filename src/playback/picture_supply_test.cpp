@@ -12,7 +12,7 @@
 
 #include "support/player_fixture.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 constexpr std::size_t kPictureBytes = 128 * 96 * 3 / 2;
@@ -24,7 +24,7 @@ class Supplies : public PlayerFixture {
         options_.keyFrameInterval = 30;
     }
 
-    CompositionTrack track() const {
+    media::CompositionTrack track() const {
         const PlayerItem whole = item();
         return *whole.movie.track(*whole.screenTrackId);
     }
@@ -97,4 +97,4 @@ TEST_F(Supplies, RestWhenNoMoreFits) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -5,7 +5,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
@@ -104,4 +104,4 @@ double PlayedRanges::standingFrame(double seconds) const {
     return frameAt(seconds);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -6,7 +6,7 @@
 
 #include "playback/player_item.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// What playing goes through, and which frames it shows on its way. An immutable value; seconds of the item's timeline.
 ///
@@ -51,4 +51,4 @@ class PlayedRanges {
     double framesPerSecond_ = 1;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

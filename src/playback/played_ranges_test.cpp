@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 using Ranges = std::vector<PlayedRange>;
@@ -117,4 +117,4 @@ TEST(PlayedRanges, FramesInAGapLieOnTheGridAndAreFollowedByTheNextRange) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

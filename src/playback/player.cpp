@@ -9,7 +9,7 @@
 #include "playback/player_pictures.h"
 #include "playback/player_sound.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
@@ -23,15 +23,15 @@ constexpr FrameSize kAnySize{1 << 20, 1 << 20};
 /// the player has gone.
 class Player::Core : public std::enable_shared_from_this<Core> {
   public:
-    Core(MainLoop& mainLoop, std::unique_ptr<SoundOutput> output)
-        : mainLoop_(mainLoop), output_(std::move(output)), silent_(makeSilentOutput()) {}
+    Core(MainLoop& mainLoop, std::unique_ptr<platform::SoundOutput> output)
+        : mainLoop_(mainLoop), output_(std::move(output)), silent_(platform::makeSilentOutput()) {}
     ~Core() { close(); }
     Core(const Core&) = delete;
     Core& operator=(const Core&) = delete;
 
     void setItem(PlayerItem item);
     void setCompositor(VideoCompositor compositor);
-    void setMix(const std::vector<AudioMixInput>& mix);
+    void setMix(const std::vector<media::AudioMixInput>& mix);
     void setRanges(std::vector<PlayedRange> ranges);
     void setOutputSize(int width, int height);
 
@@ -64,7 +64,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     void post(Work work);
     void close();
     PlayedRanges rangesOf(std::vector<PlayedRange> ranges) const;
-    void startSound(SoundOutput& output);
+    void startSound(platform::SoundOutput& output);
     void stopPlaying();
     void stand();
     void endSeek(bool isFinished);
@@ -77,8 +77,8 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     void soundLost(std::int64_t order, const RecorderError& reason);
 
     MainLoop& mainLoop_;
-    const std::unique_ptr<SoundOutput> output_;  // null: none
-    const std::unique_ptr<SoundOutput> silent_;
+    const std::unique_ptr<platform::SoundOutput> output_;  // null: none
+    const std::unique_ptr<platform::SoundOutput> silent_;
 
     double duration_ = 0;
     double framesPerSecond_ = 1;
@@ -144,7 +144,7 @@ void Player::Core::setCompositor(VideoCompositor compositor) {
     if (pictures_) pictures_->setCompositor(std::move(compositor));
 }
 
-void Player::Core::setMix(const std::vector<AudioMixInput>& mix) {
+void Player::Core::setMix(const std::vector<media::AudioMixInput>& mix) {
     if (sound_) sound_->setMix(mix);
 }
 
@@ -179,7 +179,7 @@ void Player::Core::play() {
     });
 }
 
-void Player::Core::startSound(SoundOutput& output) {
+void Player::Core::startSound(platform::SoundOutput& output) {
     sound_->start(output, [this, order = order_](const RecorderError& reason) {
         post([order, reason](Core& core) { core.soundLost(order, reason); });
     });
@@ -264,7 +264,7 @@ void Player::Core::takeDelivery() {
 
 // The interface
 
-Player::Player(MainLoop& mainLoop, std::unique_ptr<SoundOutput> output)
+Player::Player(MainLoop& mainLoop, std::unique_ptr<platform::SoundOutput> output)
     : core_(std::make_shared<Core>(mainLoop, std::move(output))) {}
 
 Player::~Player() = default;
@@ -277,7 +277,7 @@ void Player::setVideoCompositor(VideoCompositor compositor) {
     core_->setCompositor(std::move(compositor));
 }
 
-void Player::setAudioMix(const std::vector<AudioMixInput>& audioMix) {
+void Player::setAudioMix(const std::vector<media::AudioMixInput>& audioMix) {
     core_->setMix(audioMix);
 }
 
@@ -329,4 +329,4 @@ Player::Statistics Player::statistics() const {
     return core_->statistics();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -11,7 +11,7 @@
 #include "platform/sound/sound_output.h"
 #include "playback/player_item.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// Plays an item: decodes ahead, lets the compositor make a recipe of every frame, paints it at the size that it is
 /// shown at, and hands it over when its time has come. The sound card is the clock; without sound, or when the sound
@@ -25,7 +25,7 @@ namespace lumivastor {
 class Player {
   public:
     /// `output` may be null: then nothing is heard and the host clock is the clock.
-    Player(MainLoop& mainLoop, std::unique_ptr<SoundOutput> output);
+    Player(MainLoop& mainLoop, std::unique_ptr<platform::SoundOutput> output);
     /// Ends playing and waits for the frame that is being made.
     ~Player();
     Player(const Player&) = delete;
@@ -39,7 +39,7 @@ class Player {
     /// The next frame is made with this one; the frame that stands while paused is made again at once.
     void setVideoCompositor(VideoCompositor compositor);
     /// Heard within a tenth of a second.
-    void setAudioMix(const std::vector<AudioMixInput>& audioMix);
+    void setAudioMix(const std::vector<media::AudioMixInput>& audioMix);
     /// Playing that is in what is left out now jumps ahead within a tenth of a second. Equal ranges change nothing.
     void setPlayedRanges(std::vector<PlayedRange> ranges);
 
@@ -64,7 +64,7 @@ class Player {
     /// its place before. Playing goes on from there.
     void seek(double seconds, std::function<void(bool finished)> completion = {});
 
-    using Frame = std::shared_ptr<const BgraPremultipliedBuffer>;
+    using Frame = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
 
     /// A frame to be shown now, and its moment. A frame that looks like the one before is the same buffer. When the
     /// main thread comes late, it gets the latest.
@@ -90,4 +90,4 @@ class Player {
     std::shared_ptr<Core> core_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -8,14 +8,14 @@
 #include "media/reading/asset_reader.h"
 #include "media/reading/composition.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// Makes the recipe of a finished frame from what is shown at a moment: the screen's picture, the webcam's where there
 /// is one, and the moment itself in seconds of the item's timeline. Called on a thread of the player's, one call at a
 /// time; may throw `RecorderError`, which costs that frame only. Two calls that mean the same frame give equal
 /// pictures, so that it need not be painted again.
-using VideoCompositor =
-    std::function<Picture(const Picture& screen, const std::optional<Picture>& webcam, double seconds)>;
+using VideoCompositor = std::function<imaging::Picture(const imaging::Picture& screen,
+                                                       const std::optional<imaging::Picture>& webcam, double seconds)>;
 
 /// A stretch of the timeline that is played, in seconds.
 struct PlayedRange {
@@ -28,14 +28,14 @@ struct PlayedRange {
 /// What a player shows. A value; the settings among it can be replaced in the player one by one.
 struct PlayerItem {
     /// The whole source: its times are the times that the player, the compositor and the ranges count in.
-    MutableComposition movie;
+    media::MutableComposition movie;
     /// The picture tracks of the movie. Without a screen track there is only sound.
     std::optional<int> screenTrackId;
     std::optional<int> webcamTrackId;
 
     /// How loud each sound track is; one that is not named is silent. Volumes above 1 amplify; what the sum then
     /// exceeds of full scale is cut off.
-    std::vector<AudioMixInput> audioMix;
+    std::vector<media::AudioMixInput> audioMix;
     VideoCompositor compositor;
     /// Of what the compositor makes, in pixels, at least 1.
     int canvasWidth = 0;
@@ -48,4 +48,4 @@ struct PlayerItem {
     std::vector<PlayedRange> playedRanges;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -12,7 +12,7 @@
 #include "base/precondition.h"
 #include "base/thread_name.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
@@ -47,7 +47,7 @@ TimeRange at(const MediaTime& moment) {
 
 std::unique_ptr<PictureSupply> supplyOf(const PlayerItem& item, const std::optional<int>& trackId,
                                         const PictureSupply::Options& options, std::function<void()> changed) {
-    const CompositionTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
+    const media::CompositionTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
     if (track == nullptr) return nullptr;
     return std::make_unique<PictureSupply>(*track, options, std::move(changed));
 }
@@ -59,7 +59,7 @@ PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, Fram
     : canvas_{item.canvasWidth, item.canvasHeight},
       clock_(std::move(clock)),
       client_(std::move(client)),
-      painter_(paintingThreads()) {
+      painter_(imaging::paintingThreads()) {
     precondition(canvas_.width >= 1 && canvas_.height >= 1, "a canvas has a size");
     precondition(item.compositor != nullptr, "an item has a compositor");
     wish_.compositor = std::make_shared<const VideoCompositor>(item.compositor);
@@ -324,18 +324,18 @@ PlayerPictures::Made PlayerPictures::make(const Wish& wish, const Sources& sourc
     return made;
 }
 
-Player::Frame PlayerPictures::paint(const Wish& wish, const Picture& screen, const std::optional<Picture>& webcam,
-                                    double seconds) {
+Player::Frame PlayerPictures::paint(const Wish& wish, const imaging::Picture& screen,
+                                    const std::optional<imaging::Picture>& webcam, double seconds) {
     const FrameSize size = fittedFrame(canvas_, wish.available);
-    Picture recipe = (*wish.compositor)(screen, webcam, seconds);
+    imaging::Picture recipe = (*wish.compositor)(screen, webcam, seconds);
     if (!pool_ || pool_->width() != size.width || pool_->height() != size.height) {
-        pool_ = std::make_unique<PicturePool>(size.width, size.height, YuvEncoding{});
+        pool_ = std::make_unique<imaging::PicturePool>(size.width, size.height, imaging::YuvEncoding{});
         paintedRecipe_.reset();
     }
     if (paintedRecipe_ && *paintedRecipe_ == recipe) return painted_;
-    const std::shared_ptr<BgraPremultipliedBuffer> buffer = pool_->makeBgra();
+    const std::shared_ptr<imaging::BgraPremultipliedBuffer> buffer = pool_->makeBgra();
     if (!buffer) throw std::bad_alloc();
-    const AffineTransform scaling = scalingTo(canvas_, size);
+    const imaging::AffineTransform scaling = scalingTo(canvas_, size);
     painter_.paint(scaling.isIdentity() ? recipe : recipe.transformed(scaling), *buffer);
     paintedRecipe_ = std::move(recipe);
     painted_ = buffer;
@@ -362,4 +362,4 @@ void PlayerPictures::reportSupplies() {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -19,7 +19,7 @@
 #include "playback/player.h"
 #include "playback/player_item.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// The pictures of a player: takes decoded ones from a supply for each track, lets the compositor make the recipe,
 /// paints it and hands it over when the clock says so, all on a thread of its own. While playing it makes one frame
@@ -77,7 +77,7 @@ class PlayerPictures {
     // What the tracks show at a moment.
     struct Sources {
         ShownPicture screen;
-        std::optional<Picture> webcam;
+        std::optional<imaging::Picture> webcam;
     };
     struct Made {
         std::int64_t order = -1;
@@ -100,7 +100,8 @@ class PlayerPictures {
     std::optional<Sources> sourcesAt(const MediaTime& moment) const;
     std::optional<Sources> staleSources(const Wish& wish, double frame) const;
     Made make(const Wish& wish, const Sources& sources, double seconds);
-    Player::Frame paint(const Wish& wish, const Picture& screen, const std::optional<Picture>& webcam, double seconds);
+    Player::Frame paint(const Wish& wish, const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
+                        double seconds);
     void fail(const RecorderError& error);
     void reportSupplies();
 
@@ -121,9 +122,9 @@ class PlayerPictures {
     std::atomic<std::int64_t> seeksFromCache_{0};
 
     // The thread's.
-    Painter painter_;
-    std::unique_ptr<PicturePool> pool_;
-    std::optional<Picture> paintedRecipe_;
+    imaging::Painter painter_;
+    std::unique_ptr<imaging::PicturePool> pool_;
+    std::optional<imaging::Picture> paintedRecipe_;
     Player::Frame painted_;
     double making_ = 0;        // how long the last frame took to make, by the clock
     double makingBefore_ = 0;  // and the one before it
@@ -141,4 +142,4 @@ class PlayerPictures {
     std::thread thread_;  // last: it uses everything above
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

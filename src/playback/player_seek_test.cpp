@@ -13,7 +13,7 @@
 
 // Seeking and stepping: the exact frame, from the cache where it can be, and whatever may come in between.
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 class PlayerSeeking : public PlayerFixture {
@@ -139,11 +139,12 @@ TEST_F(PlayerSeeking, WhileTheFrameStandsANewCompositorMakesItAgain) {
     shown_.clear();
     std::vector<double> moments;
     std::mutex lock;
-    player_->setVideoCompositor([&](const Picture& screen, const std::optional<Picture>&, double seconds) {
-        const std::scoped_lock guard(lock);
-        moments.push_back(seconds);
-        return screen.faded(0.5);
-    });
+    player_->setVideoCompositor(
+        [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double seconds) {
+            const std::scoped_lock guard(lock);
+            moments.push_back(seconds);
+            return screen.faded(0.5);
+        });
     ASSERT_TRUE(await([this] { return !shown_.empty(); }));
     EXPECT_EQ(shown_.front().seconds, 1);
     EXPECT_NEAR(shown_.front().frame->pixel(3, 3)[3], 128, 1);
@@ -184,10 +185,11 @@ TEST_F(PlayerSeeking, FramesHaveTheSizeTheyAreShownAt) {
 TEST_F(PlayerSeeking, ACompositorThatFailsIsToldOnceAndCostsItsFramesOnly) {
     makeMovie();
     open(item());
-    player_->setVideoCompositor([](const Picture& screen, const std::optional<Picture>&, double seconds) {
-        if (seconds < 1.5) throw RecorderError("Vorschaubild konnte nicht gebaut werden.");
-        return screen;
-    });
+    player_->setVideoCompositor(
+        [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double seconds) {
+            if (seconds < 1.5) throw RecorderError("Vorschaubild konnte nicht gebaut werden.");
+            return screen;
+        });
     EXPECT_TRUE(seek(1));
     EXPECT_TRUE(seek(0.5));
     EXPECT_TRUE(seek(0.7));
@@ -256,4 +258,4 @@ TEST_F(PlayerSeeking, MayBeDestroyedWhileSeeking) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

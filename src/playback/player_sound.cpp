@@ -10,12 +10,12 @@
 #include "base/saturated.h"
 #include "base/thread_name.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 namespace {
 
-constexpr int kRate = SoundOutput::kFormat.sampleRate;
-constexpr std::size_t kChannels = SoundOutput::kFormat.channels;
+constexpr int kRate = platform::SoundOutput::kFormat.sampleRate;
+constexpr std::size_t kChannels = platform::SoundOutput::kFormat.channels;
 // What is decoded at a time: short, so that a jump is not kept waiting.
 constexpr std::int64_t kBlockFrames = 1024;
 // How long a volume takes to become another, 5 ms: a jump would click.
@@ -32,9 +32,10 @@ double secondsOf(std::int64_t frame) {
 
 }  // namespace
 
-PlayerSound::PlayerSound(const MutableComposition& movie, const std::vector<AudioMixInput>& mix, PlayedRanges ranges)
+PlayerSound::PlayerSound(const media::MutableComposition& movie, const std::vector<media::AudioMixInput>& mix,
+                         PlayedRanges ranges)
     : movie_(movie), ranges_(std::move(ranges)) {
-    for (const CompositionTrack& track : movie_.tracks(TrackKind::audio)) trackIds_.push_back(track.id);
+    for (const media::CompositionTrack& track : movie_.tracks(media::TrackKind::audio)) trackIds_.push_back(track.id);
     for (const float volume : volumesOf(mix)) volumes_.push_back({volume, volume});
     decodeFrom(0);
     thread_ = std::thread([this] {
@@ -53,11 +54,11 @@ PlayerSound::~PlayerSound() {
     thread_.join();
 }
 
-std::vector<float> PlayerSound::volumesOf(const std::vector<AudioMixInput>& mix) const {
+std::vector<float> PlayerSound::volumesOf(const std::vector<media::AudioMixInput>& mix) const {
     std::vector<float> volumes;
     for (const int id : trackIds_) {
         const auto input =
-            std::find_if(mix.begin(), mix.end(), [id](const AudioMixInput& one) { return one.trackId == id; });
+            std::find_if(mix.begin(), mix.end(), [id](const media::AudioMixInput& one) { return one.trackId == id; });
         volumes.push_back(input == mix.end() ? 0.0F : input->volume);
     }
     return volumes;
@@ -90,7 +91,7 @@ void PlayerSound::decodeAgain(std::int64_t source) {
     isDecoded_ = false;
 }
 
-void PlayerSound::start(SoundOutput& output, std::function<void(const RecorderError&)> lost) {
+void PlayerSound::start(platform::SoundOutput& output, std::function<void(const RecorderError&)> lost) {
     {
         const std::scoped_lock guard(lock_);
         precondition(output_ == nullptr, "started when not running");
@@ -104,7 +105,7 @@ void PlayerSound::start(SoundOutput& output, std::function<void(const RecorderEr
 }
 
 void PlayerSound::stop() {
-    SoundOutput* output = nullptr;
+    platform::SoundOutput* output = nullptr;
     const std::int64_t source = heard(output);
     if (output == nullptr) return;
     {
@@ -120,7 +121,7 @@ void PlayerSound::stop() {
     wake_.notify_one();
 }
 
-void PlayerSound::setMix(const std::vector<AudioMixInput>& mix) {
+void PlayerSound::setMix(const std::vector<media::AudioMixInput>& mix) {
     const std::vector<float> volumes = volumesOf(mix);
     const std::scoped_lock guard(lock_);
     for (std::size_t i = 0; i < volumes_.size(); ++i) volumes_[i].target = volumes[i];
@@ -142,7 +143,7 @@ void PlayerSound::setRanges(PlayedRanges ranges) {
 }
 
 // The source frame that is heard, and where; no output when not running.
-std::int64_t PlayerSound::heard(SoundOutput*& output) const {
+std::int64_t PlayerSound::heard(platform::SoundOutput*& output) const {
     std::int64_t run = 0;
     {
         const std::scoped_lock guard(lock_);
@@ -157,12 +158,12 @@ std::int64_t PlayerSound::heard(SoundOutput*& output) const {
 }
 
 double PlayerSound::position() const {
-    SoundOutput* output = nullptr;
+    platform::SoundOutput* output = nullptr;
     return secondsOf(heard(output));
 }
 
 double PlayerSound::elapsed() const {
-    const SoundOutput* output = nullptr;
+    const platform::SoundOutput* output = nullptr;
     {
         const std::scoped_lock guard(lock_);
         output = output_;
@@ -171,7 +172,7 @@ double PlayerSound::elapsed() const {
 }
 
 bool PlayerSound::isFinished() const {
-    const SoundOutput* output = nullptr;
+    const platform::SoundOutput* output = nullptr;
     std::int64_t run = 0;
     {
         const std::scoped_lock guard(lock_);
@@ -228,9 +229,10 @@ void PlayerSound::mix(Block& block, std::span<float> values) {
 
 // The thread's whole life.
 void PlayerSound::decode() {
-    std::vector<std::unique_ptr<SoundTrackReader>> readers;
+    std::vector<std::unique_ptr<media::SoundTrackReader>> readers;
     for (const int id : trackIds_) {
-        readers.push_back(std::make_unique<SoundTrackReader>(*movie_.track(id), SoundOutput::kFormat, 0));
+        readers.push_back(
+            std::make_unique<media::SoundTrackReader>(*movie_.track(id), platform::SoundOutput::kFormat, 0));
     }
     std::int64_t at = 0;  // where the readers stand
     std::unique_lock guard(lock_);
@@ -266,13 +268,13 @@ void PlayerSound::decode() {
 }
 
 // Without lock_. A track that cannot be read falls silent.
-void PlayerSound::read(Block& block, std::vector<std::unique_ptr<SoundTrackReader>>& readers) {
+void PlayerSound::read(Block& block, std::vector<std::unique_ptr<media::SoundTrackReader>>& readers) {
     for (auto& reader : readers) {
         std::vector<float>& values = block.tracks.emplace_back(block.frames * kChannels);
         if (!reader) continue;
         try {
             reader->read(values);
-            softenJoins(block.range, block.source, values, SoundOutput::kFormat);
+            media::softenJoins(block.range, block.source, values, platform::SoundOutput::kFormat);
         } catch (const std::exception& error) {
             Log::write("Studio", std::string("Vorschau: Eine Tonspur endet hier - Grund: ") + error.what());
             std::fill(values.begin(), values.end(), 0.0F);
@@ -281,4 +283,4 @@ void PlayerSound::read(Block& block, std::vector<std::unique_ptr<SoundTrackReade
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -16,7 +16,7 @@
 #include "playback/played_ranges.h"
 #include "playback/sound_ledger.h"
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// The sound of a player, and thereby its clock: decodes ahead along the played ranges, on a thread of its own, mixes
 /// when the output asks, and says which moment is heard. Tracks are mixed as late as that so that a change of volume
@@ -28,7 +28,8 @@ class PlayerSound {
     /// How much sound is decoded ahead, in seconds: what the disk may take for one read without being heard.
     static constexpr double kAhead = 0.5;
 
-    PlayerSound(const MutableComposition& movie, const std::vector<AudioMixInput>& mix, PlayedRanges ranges);
+    PlayerSound(const media::MutableComposition& movie, const std::vector<media::AudioMixInput>& mix,
+                PlayedRanges ranges);
     /// Not while running.
     ~PlayerSound();
     PlayerSound(const PlayerSound&) = delete;
@@ -39,11 +40,11 @@ class PlayerSound {
     /// Gets ready to play from a moment, or from the next that is played. Not while running.
     void cue(double seconds);
     /// Plays from the moment cued. `lost` as in `SoundOutput::Client`. The output outlives this object.
-    void start(SoundOutput& output, std::function<void(const RecorderError&)> lost);
+    void start(platform::SoundOutput& output, std::function<void(const RecorderError&)> lost);
     /// Stops; what is heard last is cued.
     void stop();
 
-    void setMix(const std::vector<AudioMixInput>& mix);
+    void setMix(const std::vector<media::AudioMixInput>& mix);
     /// While running: what has not been given to the output yet follows the new ranges.
     void setRanges(PlayedRanges ranges);
 
@@ -57,7 +58,7 @@ class PlayerSound {
   private:
     // Sound of all tracks from one stretch of the source, not mixed.
     struct Block {
-        SoundStretch range;  // the played range that it is in
+        media::SoundStretch range;  // the played range that it is in
         std::int64_t source = 0;
         std::size_t frames = 0;
         std::size_t used = 0;
@@ -68,16 +69,16 @@ class PlayerSound {
         float target = 0;  // as it is set
     };
 
-    std::vector<float> volumesOf(const std::vector<AudioMixInput>& mix) const;
+    std::vector<float> volumesOf(const std::vector<media::AudioMixInput>& mix) const;
     void fill(std::span<float> values);
     void mix(Block& block, std::span<float> values);
     void decode();
-    void read(Block& block, std::vector<std::unique_ptr<SoundTrackReader>>& readers);
+    void read(Block& block, std::vector<std::unique_ptr<media::SoundTrackReader>>& readers);
     void decodeFrom(std::int64_t source);
     void decodeAgain(std::int64_t source);
-    std::int64_t heard(SoundOutput*& output) const;
+    std::int64_t heard(platform::SoundOutput*& output) const;
 
-    const MutableComposition movie_;
+    const media::MutableComposition movie_;
     std::vector<int> trackIds_;
 
     mutable std::mutex lock_;
@@ -91,12 +92,12 @@ class PlayerSound {
     std::int64_t decodeRound_ = 0;  // counts changes of that from outside
     bool isDecoded_ = false;        // up to the end of what is played
     mutable SoundLedger ledger_;
-    SoundOutput* output_ = nullptr;  // while running
-    std::int64_t run_ = 0;           // counts runs
-    std::int64_t cued_ = 0;          // the source frame that is heard when not running
+    platform::SoundOutput* output_ = nullptr;  // while running
+    std::int64_t run_ = 0;                     // counts runs
+    std::int64_t cued_ = 0;                    // the source frame that is heard when not running
     bool isEnding_ = false;
 
     std::thread thread_;  // last: it uses everything above
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

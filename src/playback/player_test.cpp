@@ -16,7 +16,7 @@
 
 // Playing: what is shown and heard when, and what may change meanwhile.
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 class PlayerPlaying : public PlayerFixture {
@@ -32,7 +32,7 @@ class PlayerPlaying : public PlayerFixture {
     std::vector<float> soundOf(const std::vector<PlayedRange>& ranges) const {
         std::vector<float> all;
         for (const PlayedRange& range : ranges) {
-            AssetReader reader(std::make_shared<const Asset>(folder_ / "a.mov"));
+            media::AssetReader reader(std::make_shared<const media::Asset>(folder_ / "a.mov"));
             reader.setTimeRange(TimeRange::between(MediaTime::fromSeconds(range.start, 48000),
                                                    MediaTime::fromSeconds(range.end, 48000)));
             auto& output = reader.addAudioMixOutput(item().audioMix);
@@ -41,7 +41,7 @@ class PlayerPlaying : public PlayerFixture {
             while (const auto sample = output.copyNextSample()) {
                 stretch.insert(stretch.end(), sample->values.begin(), sample->values.end());
             }
-            softenJoins(
+            media::softenJoins(
                 {0, static_cast<std::int64_t>(stretch.size() / 2), &range != &ranges.front(), &range != &ranges.back()},
                 0, stretch, {});
             all.insert(all.end(), stretch.begin(), stretch.end());
@@ -190,7 +190,7 @@ TEST_F(PlayerPlaying, ASlowCompositorCostsPicturesAndNeverSound) {
     int allowed = 1;
     std::atomic<int> made = 0;
     PlayerItem slow = item();
-    slow.compositor = [&](const Picture& screen, const std::optional<Picture>&, double) {
+    slow.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) {
         std::unique_lock guard(lock);
         wake.wait(guard, [&] { return allowed > 0; });
         --allowed;
@@ -236,7 +236,7 @@ TEST_F(PlayerPlaying, ANewCompositorMakesTheVeryNextFrame) {
     player_->play();
     playUntil(0.5);
     player_->setVideoCompositor(
-        [](const Picture& screen, const std::optional<Picture>&, double) { return screen.faded(0); });
+        [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) { return screen.faded(0); });
     settle();
     shown_.clear();
     playUntil(1);
@@ -447,14 +447,14 @@ TEST_F(PlayerPlaying, TheWebcamShowsTheSameMomentsAndHoldsItsLastPicture) {
     webcam.keyFrameInterval = 15;
     makeTestMovie(folder_ / "w.mov", webcam);
     PlayerItem both = item();
-    const auto asset = std::make_shared<const Asset>(folder_ / "w.mov");
-    const int track = both.movie.addTrack(TrackKind::video);
+    const auto asset = std::make_shared<const media::Asset>(folder_ / "w.mov");
+    const int track = both.movie.addTrack(media::TrackKind::video);
     both.movie.insertEmpty(track, {{}, {1, 1}});
-    both.movie.insert(track, asset, asset->tracks(TrackKind::video).front().id, {{}, {45, 30}}, {1, 1});
+    both.movie.insert(track, asset, asset->tracks(media::TrackKind::video).front().id, {{}, {45, 30}}, {1, 1});
     both.webcamTrackId = track;
     std::mutex lock;
     std::vector<std::pair<double, int>> seen;
-    both.compositor = [&](const Picture& screen, const std::optional<Picture>& face, double seconds) {
+    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face, double seconds) {
         const std::scoped_lock guard(lock);
         seen.emplace_back(seconds, face ? pictureNumber(*face) : -1);
         return screen;
@@ -509,4 +509,4 @@ TEST_F(PlayerPlaying, AnotherItemTakesTheScreen) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

@@ -23,7 +23,7 @@
 
 // Sound outputs, alone and under a player, with real sound servers.
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 bool await(const std::function<bool()>& isSo) {
@@ -41,7 +41,7 @@ struct Listener {
     std::mutex lock;
     std::vector<std::string> losses;
 
-    SoundOutput::Client client() {
+    platform::SoundOutput::Client client() {
         return {[this](std::span<float> values) {
                     std::fill(values.begin(), values.end(), 0.0F);
                     asked += static_cast<std::int64_t>(values.size() / 2);
@@ -58,7 +58,7 @@ struct Listener {
 };
 
 // A run of any output: it asks ahead, what is heard grows up to what was asked for, and stops with it.
-void expectARun(SoundOutput& output) {
+void expectARun(platform::SoundOutput& output) {
     Listener listener;
     output.start(listener.client());
     std::int64_t before = 0;
@@ -80,7 +80,7 @@ void expectARun(SoundOutput& output) {
 }
 
 TEST(SilentOutput, RunsByTheHostClockAgainAndAgain) {
-    const auto output = makeSilentOutput();
+    const auto output = platform::makeSilentOutput();
     EXPECT_EQ(output->heardFrames(), 0);
     output->stop();
     expectARun(*output);
@@ -95,7 +95,7 @@ TEST(SilentOutput, RunsByTheHostClockAgainAndAgain) {
 TEST(PulseOutput, RunsAgainAndAgain) {
     const PulseRig rig;
     Listener listener;
-    const auto output = makePulseOutput(rig.address());
+    const auto output = platform::makePulseOutput(rig.address());
     EXPECT_EQ(output->heardFrames(), 0);
     output->stop();
     for (int run = 0; run < 3; ++run) expectARun(*output);
@@ -104,7 +104,7 @@ TEST(PulseOutput, RunsAgainAndAgain) {
 
 // By how much what is heard lags behind the host clock when a quarter of a second of a run has been heard: how long
 // it took to get going.
-double startDelay(SoundOutput& output) {
+double startDelay(platform::SoundOutput& output) {
     Listener listener;
     const double begun = hostClockSeconds();
     output.start(listener.client());
@@ -125,7 +125,7 @@ void expectSoonStarts(const std::string& address) {
     constexpr int kRuns = 2;
     std::vector<double> delays;
     for (int i = 0; i < kOutputs; ++i) {
-        const auto output = makePulseOutput(address);
+        const auto output = platform::makePulseOutput(address);
         for (int run = 0; run < kRuns; ++run) delays.push_back(startDelay(*output));
     }
     std::cout << "runs began to be heard after";
@@ -149,7 +149,7 @@ TEST(PulseOutput, BeginsSoonWithPipeWireToo) {
 
 TEST(PulseOutput, KeepsItsSinkWorkingInShortBlocksBetweenRuns) {
     PulseRig rig;
-    const auto output = makePulseOutput(rig.address());
+    const auto output = platform::makePulseOutput(rig.address());
     const auto isShort = [&] { return rig.blockLength() < 0.1; };
     EXPECT_TRUE(await(isShort)) << "before the first run";
     for (int run = 0; run < 2; ++run) {
@@ -164,7 +164,7 @@ TEST(PulseOutput, KeepsItsSinkWorkingInShortBlocksBetweenRuns) {
 
 TEST(PulseOutput, AfterABlockOfSilenceTheSinkPlaysWhatIsHeardThen) {
     PulseRig rig;
-    const auto output = makePulseOutput(rig.address());
+    const auto output = platform::makePulseOutput(rig.address());
     Listener listener;
     output->start(listener.client());
     ASSERT_TRUE(await([&] { return rig.isPlaying(); }));
@@ -181,7 +181,7 @@ TEST(PulseOutput, AfterABlockOfSilenceTheSinkPlaysWhatIsHeardThen) {
 
 TEST(PulseOutput, IsLostAtOnceWhereNoServerIs) {
     const TemporaryFolder folder;
-    const auto output = makePulseOutput(nobodysAddress(folder));
+    const auto output = platform::makePulseOutput(nobodysAddress(folder));
     for (int run = 0; run < 2; ++run) {
         Listener listener;
         output->start(listener.client());
@@ -195,7 +195,7 @@ TEST(PulseOutput, IsLostAtOnceWhereNoServerIs) {
 TEST(PulseOutput, GivesUpAServerThatDoesNotAnswer) {
     PulseRig rig;
     rig.freeze(true);
-    const auto output = makePulseOutput(rig.address());
+    const auto output = platform::makePulseOutput(rig.address());
     Listener listener;
     output->start(listener.client());
     ASSERT_TRUE(await([&] { return !listener.lost().empty(); }));
@@ -207,7 +207,7 @@ TEST(PulseOutput, GivesUpAServerThatDoesNotAnswer) {
 
 TEST(PulseOutput, IsLostWhenTheServerFallsSilentOrDies) {
     PulseRig rig;
-    const auto output = makePulseOutput(rig.address());
+    const auto output = platform::makePulseOutput(rig.address());
     for (const bool isKilled : {false, true}) {
         Listener listener;
         output->start(listener.client());
@@ -251,13 +251,13 @@ class PlayedAloud : public PlayerFixture {
     // player said that its moment was: the error in the middle, in seconds.
     double playedError(const std::string& address) {
         ends_ = 0;
-        PulseSoundSystem sounds(address);
+        pulse::PulseSoundSystem sounds(address);
         HeardSound heard;
         const auto source = sounds.systemAudio(48000, 2);
         source->start(heard.handler(), heard.endHandler());
         EXPECT_TRUE(heard.awaitFrames(4800));
 
-        player_ = std::make_unique<Player>(loop_, makePulseOutput(address));
+        player_ = std::make_unique<Player>(loop_, platform::makePulseOutput(address));
         player_->onPlayedToEnd([this] { ++ends_; });
         player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
         player_->setItem(item());
@@ -309,7 +309,7 @@ TEST_F(PlayedAloud, AServerThatDiesLeavesThePicturesRunning) {
     options_.pictures = 90;
     options_.sounds = {{}};
     makeMovie();
-    player_ = std::make_unique<Player>(loop_, makePulseOutput(rig.address()));
+    player_ = std::make_unique<Player>(loop_, platform::makePulseOutput(rig.address()));
     player_->onPlayedToEnd([this] { ++ends_; });
     player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
     player_->setItem(item());
@@ -322,4 +322,4 @@ TEST_F(PlayedAloud, AServerThatDiesLeavesThePicturesRunning) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

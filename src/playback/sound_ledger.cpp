@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 void SoundLedger::start(std::int64_t sourceFrame) {
     *this = {};
@@ -41,4 +41,4 @@ std::int64_t SoundLedger::sourceAt(std::int64_t heard) {
     return piece.advances ? piece.source + std::max<std::int64_t>(0, heard - piece.runStart) : piece.source;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

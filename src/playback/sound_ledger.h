@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <deque>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 
 /// Which moment of the source is heard when so many frames of a run have been: the run's sound jumps over cuts, and it
 /// waits, in silence, where the source cannot be read fast enough. Counts frames at one rate throughout. A plain value.
@@ -44,4 +44,4 @@ class SoundLedger {
     std::int64_t source_ = 0;  // follows what has been forgotten
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

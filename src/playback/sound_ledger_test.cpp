@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::playback {
 namespace {
 
 TEST(SoundLedger, BeginsWhereTheRunBegins) {
@@ -77,4 +77,4 @@ TEST(SoundLedger, AgreesWithAListOfEveryFrameForAnyRun) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::playback

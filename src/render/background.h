@@ -10,7 +10,7 @@
 
 #include "base/handled_error.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// Does `work` on a thread of its own and gives `completion` what came of it: a result, or a `RecorderError` in its
 /// place, whatever was thrown (`failed` as for `handledError`). `completion` runs there where `postToMain` runs what it
@@ -52,4 +52,4 @@ template <typename Outcome>
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

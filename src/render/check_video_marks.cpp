@@ -10,7 +10,7 @@
 #include "edit/edit_state.h"
 #include "imaging/drawing/bitmap_canvas.h"
 
-namespace lumivastor::CursorRenderer {
+namespace lumivastor::render::CursorRenderer {
 
 namespace {
 
@@ -28,43 +28,44 @@ constexpr double kLabelSize = 22;
 // Menlo is what the label is meant to look like; DejaVu is the family that it was drawn from.
 constexpr const char* kLabelFamilies = "Menlo,DejaVu Sans Mono,monospace";
 
-constexpr RgbaColour kRingColour{1, 0.35, 0, 1};
-constexpr RgbaColour kDotColour{1, 1, 1, 0.95};
-constexpr RgbaColour kLitColour{1, 0.35, 0, 1};
-constexpr RgbaColour kUnlitColour{0.15, 0.15, 0, 0.55};
-constexpr RgbaColour kLabelColour{1, 1, 1, 0.9};
+constexpr imaging::RgbaColour kRingColour{1, 0.35, 0, 1};
+constexpr imaging::RgbaColour kDotColour{1, 1, 1, 0.95};
+constexpr imaging::RgbaColour kLitColour{1, 0.35, 0, 1};
+constexpr imaging::RgbaColour kUnlitColour{0.15, 0.15, 0, 0.55};
+constexpr imaging::RgbaColour kLabelColour{1, 1, 1, 0.9};
 
 // The presses whose age at `t` is at least 0 and below `seconds`. Ages only fall along the presses, rounded or not.
-std::span<const PointerSample> recentPresses(const std::vector<PointerSample>& presses, double t, double seconds) {
+std::span<const model::PointerSample> recentPresses(const std::vector<model::PointerSample>& presses, double t,
+                                                    double seconds) {
     const auto first = std::partition_point(presses.begin(), presses.end(),
-                                            [&](const PointerSample& press) { return t - press.t >= seconds; });
+                                            [&](const model::PointerSample& press) { return t - press.t >= seconds; });
     const auto end =
-        std::partition_point(first, presses.end(), [&](const PointerSample& press) { return t - press.t >= 0; });
+        std::partition_point(first, presses.end(), [&](const model::PointerSample& press) { return t - press.t >= 0; });
     return {first, end};
 }
 
-RgbaColour faded(RgbaColour colour, double alpha) {
+imaging::RgbaColour faded(imaging::RgbaColour colour, double alpha) {
     colour.alpha = alpha;
     return colour;
 }
 
 }  // namespace
 
-std::optional<Point> pointerAt(const std::vector<PointerSample>& events, double t) {
+std::optional<Point> pointerAt(const std::vector<model::PointerSample>& events, double t) {
     if (events.empty()) return std::nullopt;
     if (t <= events.front().t) return Point{events.front().px, events.front().py};
     if (t >= events.back().t) return Point{events.back().px, events.back().py};
     const auto after = std::upper_bound(events.begin(), events.end(), t,
-                                        [](double time, const PointerSample& event) { return time < event.t; });
-    const PointerSample& next = *after;
-    const PointerSample& previous = *std::prev(after);  // strictly earlier: at or before `t`
+                                        [](double time, const model::PointerSample& event) { return time < event.t; });
+    const model::PointerSample& next = *after;
+    const model::PointerSample& previous = *std::prev(after);  // strictly earlier: at or before `t`
     const double part = (t - previous.t) / (next.t - previous.t);
     return Point{previous.px + (next.px - previous.px) * part, previous.py + (next.py - previous.py) * part};
 }
 
-std::vector<Ring> ringsAt(const std::vector<PointerSample>& presses, double scale, double t) {
+std::vector<Ring> ringsAt(const std::vector<model::PointerSample>& presses, double scale, double t) {
     std::vector<Ring> rings;
-    for (const PointerSample& press : recentPresses(presses, t, kRingSeconds)) {
+    for (const model::PointerSample& press : recentPresses(presses, t, kRingSeconds)) {
         const double u = (t - press.t) / kRingSeconds;
         rings.push_back({{press.px, press.py},
                          scale * (u * kRingGrowth + kFirstRadius),
@@ -74,11 +75,11 @@ std::vector<Ring> ringsAt(const std::vector<PointerSample>& presses, double scal
     return rings;
 }
 
-bool indicatorIsLitAt(const std::vector<PointerSample>& presses, double t) {
+bool indicatorIsLitAt(const std::vector<model::PointerSample>& presses, double t) {
     return !recentPresses(presses, t, kIndicatorSeconds).empty();
 }
 
-std::optional<Marks> marksAt(const Recording& recording, const Assets& assets, double t) {
+std::optional<Marks> marksAt(const edit::Recording& recording, const Assets& assets, double t) {
     const std::optional<Point> pointer = pointerAt(recording.track.events, t);
     if (!pointer) return std::nullopt;
     const double scale = recording.info.pointPixelScale;
@@ -87,10 +88,10 @@ std::optional<Marks> marksAt(const Recording& recording, const Assets& assets, d
     marks.rings = ringsAt(recording.presses, scale, t);
     marks.pointer = *pointer;
     marks.dotRadius = scale * kDotRadius;
-    const std::string* const shape = cursorShapeAt(recording.track.cursorChanges, t);
+    const std::string* const shape = edit::cursorShapeAt(recording.track.cursorChanges, t);
     const auto asset = shape != nullptr ? assets.find(*shape) : assets.end();
     if (asset != assets.end()) {
-        const CursorImage& info = asset->second.info;
+        const model::CursorImage& info = asset->second.info;
         marks.cursor = &asset->second;
         marks.cursorRect = {pointer->x - scale * info.hotspotX, pointer->y - scale * info.hotspotY, scale * info.width,
                             scale * info.height};
@@ -104,8 +105,8 @@ std::optional<Marks> marksAt(const Recording& recording, const Assets& assets, d
     return marks;
 }
 
-void paintMarks(const Marks& marks, BgraPremultipliedBuffer& picture) {
-    BitmapCanvas canvas(picture);
+void paintMarks(const Marks& marks, imaging::BgraPremultipliedBuffer& picture) {
+    imaging::BitmapCanvas canvas(picture);
     for (const Ring& ring : marks.rings) {
         canvas.strokeCircle(ring.centre, ring.radius, ring.lineWidth, faded(kRingColour, ring.alpha));
     }
@@ -118,7 +119,7 @@ void paintMarks(const Marks& marks, BgraPremultipliedBuffer& picture) {
     canvas.drawText(marks.label, marks.labelBaseline, kLabelFamilies, marks.labelSize, kLabelColour);
 }
 
-void placePicture(const BgraPremultipliedBuffer& source, BgraPremultipliedBuffer& target) {
+void placePicture(const imaging::BgraPremultipliedBuffer& source, imaging::BgraPremultipliedBuffer& target) {
     constexpr std::uint8_t kBlack[4] = {0, 0, 0, 255};
     const int copied = std::min(source.width(), target.width());
     for (int y = 0; y < target.height(); ++y) {
@@ -129,4 +130,4 @@ void placePicture(const BgraPremultipliedBuffer& source, BgraPremultipliedBuffer
     }
 }
 
-}  // namespace lumivastor::CursorRenderer
+}  // namespace lumivastor::render::CursorRenderer

@@ -13,12 +13,12 @@
 // What the check video draws on one picture of a recording: first as a value that tests can ask about, then as pixels.
 // Everything is in pixels of the recording with the origin at the top-left; times are seconds of the source movie.
 
-namespace lumivastor::CursorRenderer {
+namespace lumivastor::render::CursorRenderer {
 
 /// A recorded cursor shape with its decoded picture.
 struct Asset {
-    std::shared_ptr<const BgraPremultipliedBuffer> image;
-    CursorImage info;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> image;
+    model::CursorImage info;
 };
 
 /// By the shapes' ids.
@@ -55,23 +55,23 @@ inline constexpr double kIndicatorSeconds = 0.12;
 
 /// Where the pointer was at `t`: on the straight line between the events before and after, at the first or last one
 /// outside of them. None without events. They ascend in time.
-std::optional<Point> pointerAt(const std::vector<PointerSample>& events, double t);
+std::optional<Point> pointerAt(const std::vector<model::PointerSample>& events, double t);
 
 /// The rings at `t`, for `presses` that ascend in time. `scale` is in pixels per point, as everywhere here.
-std::vector<Ring> ringsAt(const std::vector<PointerSample>& presses, double scale, double t);
+std::vector<Ring> ringsAt(const std::vector<model::PointerSample>& presses, double scale, double t);
 
 /// Whether a press is so recent at `t` that the indicator is lit.
-bool indicatorIsLitAt(const std::vector<PointerSample>& presses, double t);
+bool indicatorIsLitAt(const std::vector<model::PointerSample>& presses, double t);
 
 /// The marks at `t`; none for a recording without pointer events.
-std::optional<Marks> marksAt(const Recording& recording, const Assets& assets, double t);
+std::optional<Marks> marksAt(const edit::Recording& recording, const Assets& assets, double t);
 
 /// Draws the marks over a picture of the recording's size.
-void paintMarks(const Marks& marks, BgraPremultipliedBuffer& picture);
+void paintMarks(const Marks& marks, imaging::BgraPremultipliedBuffer& picture);
 
 /// Shows `source` in all of `target`: at its own size from the bottom-left corner on, cut off where it is larger, and
 /// opaque black where it does not reach. A recording's pictures have the size that its document says, and are just
 /// copied.
-void placePicture(const BgraPremultipliedBuffer& source, BgraPremultipliedBuffer& target);
+void placePicture(const imaging::BgraPremultipliedBuffer& source, imaging::BgraPremultipliedBuffer& target);
 
-}  // namespace lumivastor::CursorRenderer
+}  // namespace lumivastor::render::CursorRenderer

@@ -8,11 +8,11 @@
 
 #include "support/pointer_events.h"
 
-namespace lumivastor::CursorRenderer {
+namespace lumivastor::render::CursorRenderer {
 namespace {
 
-Recording recordingOf(PointerTrack track, double scale = 1) {
-    CaptureInfo info;
+edit::Recording recordingOf(model::PointerTrack track, double scale = 1) {
+    model::CaptureInfo info;
     info.pixelWidth = 400;
     info.pixelHeight = 300;
     info.pointPixelScale = scale;
@@ -20,17 +20,18 @@ Recording recordingOf(PointerTrack track, double scale = 1) {
 }
 
 Asset assetOf(const std::string& id, double hotspotX, double hotspotY, double width, double height) {
-    CursorImage info;
+    model::CursorImage info;
     info.id = id;
     info.hotspotX = hotspotX;
     info.hotspotY = hotspotY;
     info.width = width;
     info.height = height;
-    return {std::make_shared<const BgraPremultipliedBuffer>(static_cast<int>(width), static_cast<int>(height)), info};
+    return {std::make_shared<const imaging::BgraPremultipliedBuffer>(static_cast<int>(width), static_cast<int>(height)),
+            info};
 }
 
-BgraPremultipliedBuffer filled(int width, int height, int value) {
-    BgraPremultipliedBuffer picture(width, height);
+imaging::BgraPremultipliedBuffer filled(int width, int height, int value) {
+    imaging::BgraPremultipliedBuffer picture(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             for (int i = 0; i < 3; ++i) picture.pixel(x, y)[i] = static_cast<std::uint8_t>(value);
@@ -41,8 +42,8 @@ BgraPremultipliedBuffer filled(int width, int height, int value) {
 }
 
 TEST(CheckPointer, LiesOnTheLineBetweenEventsAndRestsOutside) {
-    const std::vector<PointerSample> events = {event(1, 10, 20), event(2, 30, 0, PointerKind::scroll),
-                                               event(4, 30, 40, PointerKind::up)};
+    const std::vector<model::PointerSample> events = {event(1, 10, 20), event(2, 30, 0, model::PointerKind::scroll),
+                                                      event(4, 30, 40, model::PointerKind::up)};
     EXPECT_EQ(pointerAt(events, -5), (Point{10, 20}));
     EXPECT_EQ(pointerAt(events, 1), (Point{10, 20}));
     EXPECT_EQ(pointerAt(events, 1.25), (Point{15, 15}));
@@ -55,8 +56,8 @@ TEST(CheckPointer, LiesOnTheLineBetweenEventsAndRestsOutside) {
 }
 
 TEST(CheckPointer, EventsAtOneTimeAreAJump) {
-    const std::vector<PointerSample> events = {event(0, 0, 0), event(1, 10, 0), event(1, 50, 0), event(1, 90, 0),
-                                               event(2, 100, 0)};
+    const std::vector<model::PointerSample> events = {event(0, 0, 0), event(1, 10, 0), event(1, 50, 0), event(1, 90, 0),
+                                                      event(2, 100, 0)};
     EXPECT_NEAR(pointerAt(events, 0.999)->x, 9.99, 1e-9);
     EXPECT_EQ(pointerAt(events, 1), (Point{90, 0}));
     EXPECT_NEAR(pointerAt(events, 1.5)->x, 95, 1e-9);
@@ -66,7 +67,7 @@ TEST(CheckPointer, EventsAtOneTimeAreAJump) {
 }
 
 TEST(CheckRings, GrowThinAndFade) {
-    const std::vector<PointerSample> presses = {press(1, 100, 50)};
+    const std::vector<model::PointerSample> presses = {press(1, 100, 50)};
     EXPECT_TRUE(ringsAt(presses, 2, 0.999).empty());
     EXPECT_EQ(ringsAt(presses, 2, 1), (std::vector<Ring>{{{100, 50}, 28, 10, 0.9}}));
     const auto half = ringsAt(presses, 2, 1.175);
@@ -87,12 +88,12 @@ TEST(CheckRings, EndWithTheirTime) {
 }
 
 TEST(CheckRings, AreThoseOfEveryRecentPressInOrder) {
-    std::vector<PointerSample> presses;
+    std::vector<model::PointerSample> presses;
     for (int i = 0; i < 100; ++i) presses.push_back(press(i * 0.05, i, 0));
     for (double t = -0.5; t < 6; t += 0.0371) {
         std::vector<double> expected;
         bool lit = false;
-        for (const PointerSample& each : presses) {
+        for (const model::PointerSample& each : presses) {
             const double age = t - each.t;
             if (age >= 0 && age < kRingSeconds) expected.push_back(each.px);
             lit = lit || (age >= 0 && age < kIndicatorSeconds);
@@ -112,7 +113,7 @@ TEST(CheckRings, AreThoseOfEveryRecentPressInOrder) {
 }
 
 TEST(CheckIndicator, IsLitForAMomentAfterEachPress) {
-    const std::vector<PointerSample> presses = {press(0, 0, 0), press(5, 0, 0)};
+    const std::vector<model::PointerSample> presses = {press(0, 0, 0), press(5, 0, 0)};
     EXPECT_FALSE(indicatorIsLitAt(presses, -0.001));
     EXPECT_TRUE(indicatorIsLitAt(presses, 0));
     EXPECT_TRUE(indicatorIsLitAt(presses, 0.119));
@@ -123,17 +124,17 @@ TEST(CheckIndicator, IsLitForAMomentAfterEachPress) {
 }
 
 TEST(CheckVideoMarks, IsEmptyWithoutEvents) {
-    PointerTrack track;
+    model::PointerTrack track;
     track.cursorChanges = {{0, "arrow"}};
     EXPECT_FALSE(marksAt(recordingOf(track), {{"arrow", assetOf("arrow", 1, 1, 8, 8)}}, 1));
 }
 
 TEST(CheckVideoMarks, PutsTheShapeWithItsHotSpotOnThePointer) {
-    PointerTrack track;
+    model::PointerTrack track;
     track.events = {event(0, 100, 50)};
     track.cursorChanges = {{1, "arrow"}, {2, "hand"}, {3, "unknown"}, {4, "arrow"}};
     const Assets assets = {{"arrow", assetOf("arrow", 2, 3, 16, 24)}, {"hand", assetOf("hand", 5, 1, 20, 20)}};
-    const Recording recording = recordingOf(track, 2);
+    const edit::Recording recording = recordingOf(track, 2);
     const auto shapeAt = [&](double t) {
         const auto marks = marksAt(recording, assets, t);
         return marks->cursor == nullptr ? std::string() : marks->cursor->info.id;
@@ -150,13 +151,13 @@ TEST(CheckVideoMarks, PutsTheShapeWithItsHotSpotOnThePointer) {
 }
 
 TEST(CheckVideoMarks, ShowsTheDotWithoutChanges) {
-    PointerTrack track;
+    model::PointerTrack track;
     track.events = {event(0, 100, 50)};
     EXPECT_EQ(marksAt(recordingOf(track), {{"", assetOf("", 0, 0, 8, 8)}}, 0)->cursor, nullptr);
 }
 
 TEST(CheckVideoMarks, SquareAndLabelKeepTheirPlaceInPoints) {
-    PointerTrack track;
+    model::PointerTrack track;
     track.events = {press(0.5, 100, 50)};
     const auto marks = marksAt(recordingOf(track, 2), {}, 0.5);
     ASSERT_TRUE(marks);
@@ -217,4 +218,4 @@ TEST(PlacePicture, KeepsTheBottomLeftCornerOfOtherSizes) {
 }
 
 }  // namespace
-}  // namespace lumivastor::CursorRenderer
+}  // namespace lumivastor::render::CursorRenderer

@@ -26,7 +26,7 @@
 #include "render/export_plan.h"
 #include "render/pending_movie.h"
 
-namespace lumivastor::CursorRenderer {
+namespace lumivastor::render::CursorRenderer {
 
 namespace {
 
@@ -38,9 +38,9 @@ constexpr const char* kNotWritten = "Das Prüfvideo konnte nicht geschrieben wer
 // Reported often enough to look alive, rarely enough not to fill the main thread's queue.
 constexpr std::int64_t kFramesPerReport = 15;
 
-using Movie = lumivastor::Asset;
+using Movie = media::Asset;
 
-RecorderError errorOf(const AssetWriter& writer, const char* otherwise) {
+RecorderError errorOf(const media::AssetWriter& writer, const char* otherwise) {
     return writer.error().value_or(RecorderError(otherwise));
 }
 
@@ -59,8 +59,8 @@ void report(const Options& options, double part) {
 
 // Damage ends what is read; the video shows what came before, and the log why it is no longer. A shortage of memory is
 // no damage.
-void logDamage(const AssetReader& reader) {
-    if (reader.status() != AssetReader::Status::failed) return;
+void logDamage(const media::AssetReader& reader) {
+    if (reader.status() != media::AssetReader::Status::failed) return;
     const RecorderError error = reader.error().value_or(RecorderError("unbekannt"));
     if (isOutOfMemory(error)) throw RecorderError(error);
     const double reached = reader.failureTime().value_or(MediaTime{}).seconds();
@@ -101,12 +101,12 @@ struct Pumps {
 
 // Copies one sound track as it is stored. Runs on its queue.
 struct SoundPump {
-    std::unique_ptr<AssetReader> reader;
-    StoredSampleOutput& output;
-    StoredWriterInput& input;
+    std::unique_ptr<media::AssetReader> reader;
+    media::StoredSampleOutput& output;
+    media::StoredWriterInput& input;
     std::unique_ptr<SerialQueue> queue;
 
-    void run(Pumps& pumps, const AssetWriter& writer) {
+    void run(Pumps& pumps, const media::AssetWriter& writer) {
         while (input.isReadyForMoreMediaData()) {
             bool goesOn = false;
             pumps.guard([&] { goesOn = !pumps.areStopping() && copyNext(writer); });
@@ -115,8 +115,8 @@ struct SoundPump {
     }
 
     // False at the end.
-    bool copyNext(const AssetWriter& writer) {
-        std::optional<StoredSample> sample = output.copyNextSample();
+    bool copyNext(const media::AssetWriter& writer) {
+        std::optional<media::StoredSample> sample = output.copyNextSample();
         if (!sample) {
             logDamage(*reader);
             return false;
@@ -133,16 +133,16 @@ struct SoundPump {
 
 // Draws the marks into picture after picture. Runs on its queue; the counters are read after its end.
 struct PicturePump {
-    const Recording& recording;
+    const edit::Recording& recording;
     const Assets& assets;
     const Options& options;
-    AssetReader& reader;
-    VideoTrackOutput& output;
-    VideoWriterInput& input;
+    media::AssetReader& reader;
+    media::VideoTrackOutput& output;
+    media::VideoWriterInput& input;
     std::int64_t frames = 0;
     double lastTime = 0;
 
-    void run(Pumps& pumps, const AssetWriter& writer) {
+    void run(Pumps& pumps, const media::AssetWriter& writer) {
         while (input.isReadyForMoreMediaData()) {
             bool goesOn = false;
             pumps.guard([&] { goesOn = !pumps.areStopping() && drawNext(writer); });
@@ -151,8 +151,8 @@ struct PicturePump {
     }
 
     // False at the end.
-    bool drawNext(const AssetWriter& writer) {
-        const std::optional<VideoSample> sample = output.copyNextSample();
+    bool drawNext(const media::AssetWriter& writer) {
+        const std::optional<media::VideoSample> sample = output.copyNextSample();
         if (!sample) {
             logDamage(reader);
             return false;
@@ -162,13 +162,13 @@ struct PicturePump {
     }
 
     // False when the writer refuses the picture.
-    bool append(const VideoSample& sample) {
-        const std::shared_ptr<BgraPremultipliedBuffer> picture = input.pool().makeBgra();
+    bool append(const media::VideoSample& sample) {
+        const std::shared_ptr<imaging::BgraPremultipliedBuffer> picture = input.pool().makeBgra();
         if (!picture) return true;  // short of memory for now: this one is left out
         const double t = sample.presentationTime.seconds();
         placePicture(sample.bgra(), *picture);
         if (const auto marks = marksAt(recording, assets, t)) paintMarks(*marks, *picture);
-        if (!input.append(std::shared_ptr<const BgraPremultipliedBuffer>(picture), sample.presentationTime)) {
+        if (!input.append(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(picture), sample.presentationTime)) {
             return false;
         }
         lastTime = t;
@@ -192,10 +192,10 @@ class Render {
     // Reads the documents and opens the movie.
     Render(const std::filesystem::path& folder, const Options& options)
         : options_(options),
-          recording_(Recording::load(folder)),
+          recording_(edit::Recording::load(folder)),
           source_(std::make_shared<const Movie>(folder / kSourceName)),
           videoQueue_("aufnahme.render.video") {
-        const std::vector<AssetTrack> tracks = source_->tracks(TrackKind::video);
+        const std::vector<media::AssetTrack> tracks = source_->tracks(media::TrackKind::video);
         if (tracks.empty()) throw RecorderError("In source.mov ist keine Videospur.");
         videoTrack_ = tracks.front().id;
         assets_ = loadCursorImages(recording_.track, folder);
@@ -228,18 +228,18 @@ class Render {
     struct SoundTrack {
         std::size_t index;  // among the source's sound tracks
         int id;
-        StoredWriterInput& input;
+        media::StoredWriterInput& input;
     };
 
     void startWriter() {
         throwIfCancelled(options_);
         file_.emplace(recording_.folder / kOutputName);
-        writer_.emplace(file_->path(), MovieContainer::quickTime, kOutputName);
-        videoInput_ =
-            &writer_->addVideoInput(videoSettings(recording_.info, storedFormatOf(*source_, videoTrack_).timescale));
-        const std::vector<AssetTrack> sounds = source_->tracks(TrackKind::audio);
+        writer_.emplace(file_->path(), media::MovieContainer::quickTime, kOutputName);
+        videoInput_ = &writer_->addVideoInput(
+            videoSettings(recording_.info, media::storedFormatOf(*source_, videoTrack_).timescale));
+        const std::vector<media::AssetTrack> sounds = source_->tracks(media::TrackKind::audio);
         for (std::size_t i = 0; i < sounds.size(); ++i) {
-            const StoredFormat format = storedFormatOf(*source_, sounds[i].id);
+            const media::StoredFormat format = media::storedFormatOf(*source_, sounds[i].id);
             if (!writer_->canAddStoredInput(format)) continue;  // the track is left out
             soundTracks_.push_back({i, sounds[i].id, writer_->addStoredInput(format)});
         }
@@ -250,14 +250,14 @@ class Render {
     // Before the first pump starts, because nothing may throw while one runs.
     void makePumps() {
         reader_.emplace(source_);
-        VideoTrackOutput& output = reader_->addVideoOutput(videoTrack_, PictureFormat::bgraPremultiplied);
+        media::VideoTrackOutput& output = reader_->addVideoOutput(videoTrack_, media::PictureFormat::bgraPremultiplied);
         if (!reader_->startReading()) {
             throw reader_->error().value_or(RecorderError("source.mov konnte nicht gelesen werden."));
         }
         pictures_.emplace(PicturePump{recording_, assets_, options_, *reader_, output, *videoInput_});
         for (const SoundTrack& track : soundTracks_) {
-            auto reader = std::make_unique<AssetReader>(source_);
-            StoredSampleOutput& stored = reader->addStoredSampleOutput(track.id);
+            auto reader = std::make_unique<media::AssetReader>(source_);
+            media::StoredSampleOutput& stored = reader->addStoredSampleOutput(track.id);
             if (!reader->startReading()) {  // the track stays empty
                 logDamage(*reader);
                 continue;
@@ -285,37 +285,38 @@ class Render {
     }
 
     const Options& options_;
-    const Recording recording_;
+    const edit::Recording recording_;
     const std::shared_ptr<const Movie> source_;
     int videoTrack_ = 0;
     Assets assets_;
-    VideoWriterInput* videoInput_ = nullptr;
+    media::VideoWriterInput* videoInput_ = nullptr;
     std::vector<SoundTrack> soundTracks_;
     std::optional<Pumps> pumps_;
-    std::optional<AssetReader> reader_;
+    std::optional<media::AssetReader> reader_;
     std::optional<PicturePump> pictures_;
     std::vector<SoundPump> sounds_;
     SerialQueue videoQueue_;
     std::optional<PendingMovie> file_;
-    std::optional<AssetWriter> writer_;  // after the queues, which have to outlive it
+    std::optional<media::AssetWriter> writer_;  // after the queues, which have to outlive it
 };
 
 }  // namespace
 
-Assets loadCursorImages(const PointerTrack& track, const std::filesystem::path& folder) {
+Assets loadCursorImages(const model::PointerTrack& track, const std::filesystem::path& folder) {
     // From the back, because of several shapes with one id the first that can be read is taken.
-    std::vector<CursorImage> images;
+    std::vector<model::CursorImage> images;
     std::copy_if(track.cursorImages.rbegin(), track.cursorImages.rend(), std::back_inserter(images),
-                 [](const CursorImage& image) { return image.visible && !image.file.empty(); });
+                 [](const model::CursorImage& image) { return image.visible && !image.file.empty(); });
     Assets assets;
-    for (auto& [id, asset] : loadCursorAssets(folder, images)) assets.emplace(id, Asset{asset.picture, asset.image});
+    for (auto& [id, asset] : edit::loadCursorAssets(folder, images))
+        assets.emplace(id, Asset{asset.picture, asset.image});
     return assets;
 }
 
-VideoSettings videoSettings(const CaptureInfo& info, std::int32_t timescale) {
+media::VideoSettings videoSettings(const model::CaptureInfo& info, std::int32_t timescale) {
     constexpr std::int64_t kFastest = 1000;
     const std::int64_t fps = std::clamp<std::int64_t>(info.fps, 1, kFastest);
-    VideoSettings settings;
+    media::VideoSettings settings;
     settings.width = static_cast<int>(info.pixelWidth);
     settings.height = static_cast<int>(info.pixelHeight);
     settings.averageBitRate = exportBitRate({settings.width, settings.height}, fps);
@@ -350,4 +351,4 @@ std::jthread render(std::filesystem::path folder, Options options, std::function
     return runInBackground<Outcome>(kNotWritten, work, std::move(completion), std::move(postToMain));
 }
 
-}  // namespace lumivastor::CursorRenderer
+}  // namespace lumivastor::render::CursorRenderer

@@ -23,7 +23,7 @@
 // The writer pulls, on "aufnahme.render.video" and, for each sound track, "aufnahme.render.audio0", "...1" and so on.
 // One picture is in work at a time, so memory does not grow with the recording. Nothing is kept between calls.
 
-namespace lumivastor::CursorRenderer {
+namespace lumivastor::render::CursorRenderer {
 
 struct Result {
     std::filesystem::path url;
@@ -57,13 +57,13 @@ using Outcome = std::variant<Result, RecorderError>;
 
 /// The cursor shapes of a track that are visible and whose pictures can be read; of several with one id, the last.
 /// Limits are those of `loadCursorAssets`.
-Assets loadCursorImages(const PointerTrack& track, const std::filesystem::path& folder);
+Assets loadCursorImages(const model::PointerTrack& track, const std::filesystem::path& folder);
 
 /// How a recording's check video is encoded, on the source movie's clock. A tenth of a bit for each pixel, a key
 /// picture every two seconds. Rates that no screen has are taken for the nearest of 1...1000.
-VideoSettings videoSettings(const CaptureInfo& info, std::int32_t timescale);
+media::VideoSettings videoSettings(const model::CaptureInfo& info, std::int32_t timescale);
 
 /// What is reported when the picture at `t` has been written, for a recording of `duration` (both in seconds).
 double progressAt(double t, double duration);
 
-}  // namespace lumivastor::CursorRenderer
+}  // namespace lumivastor::render::CursorRenderer

@@ -28,11 +28,11 @@ extern "C" {
 #include <libavcodec/packet.h>
 }
 
-namespace lumivastor::CursorRenderer {
+namespace lumivastor::render::CursorRenderer {
 namespace {
 
 namespace fs = std::filesystem;
-using Movie = lumivastor::Asset;
+using Movie = media::Asset;
 
 constexpr int kWidth = 320;
 constexpr int kHeight = 240;
@@ -40,24 +40,25 @@ constexpr int kGrey = 109;  // of the plain source pictures
 
 struct Shown {
     MediaTime time;
-    std::shared_ptr<const BgraPremultipliedBuffer> picture;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture;
 };
 
 std::vector<Shown> picturesOf(const fs::path& path) {
     const auto asset = std::make_shared<const Movie>(path);
-    AssetReader reader(asset);
-    auto& output = reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::bgraPremultiplied);
+    media::AssetReader reader(asset);
+    auto& output =
+        reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id, media::PictureFormat::bgraPremultiplied);
     if (!reader.startReading()) throw *reader.error();
     std::vector<Shown> pictures;
     while (const auto sample = output.copyNextSample()) {
-        pictures.push_back(
-            {sample->presentationTime, std::get<std::shared_ptr<const BgraPremultipliedBuffer>>(sample->picture)});
+        pictures.push_back({sample->presentationTime,
+                            std::get<std::shared_ptr<const imaging::BgraPremultipliedBuffer>>(sample->picture)});
     }
     return pictures;
 }
 
 // Mean difference of all colour values.
-double difference(const BgraPremultipliedBuffer& a, const BgraPremultipliedBuffer& b) {
+double difference(const imaging::BgraPremultipliedBuffer& a, const imaging::BgraPremultipliedBuffer& b) {
     double sum = 0;
     for (int y = 0; y < a.height(); ++y) {
         for (int i = 0; i < a.width() * 4; ++i) sum += std::abs(a.row(y)[i] - b.row(y)[i]);
@@ -98,7 +99,7 @@ class CheckVideo : public testing::Test {
         movie_.width = kWidth;
         movie_.height = kHeight;
         movie_.pictures = 45;
-        movie_.paint = [](int, const YuvDestination& picture) {
+        movie_.paint = [](int, const imaging::YuvDestination& picture) {
             for (int y = 0; y < picture.height; ++y) {
                 std::memset(picture.luma + y * picture.lumaStride, 110, static_cast<std::size_t>(picture.width));
             }
@@ -113,17 +114,17 @@ class CheckVideo : public testing::Test {
         info_.pixelHeight = kHeight;
         info_.fps = 30;
         info_.duration = 44.0 / 30;
-        addEvent(0, PointerKind::move);
-        addEvent(0.5, PointerKind::down);
-        addEvent(0.6, PointerKind::up);
+        addEvent(0, model::PointerKind::move);
+        addEvent(0.5, model::PointerKind::down);
+        addEvent(0.6, model::PointerKind::up);
         track_.cursorChanges = {{0, "arrow"}};
         track_.cursorImages = {{"arrow", "cursors/arrow.png", 16, 24, 4, 6, 1, true}};
         fs::create_directories(folder_ / "cursors");
-        writePng(folder_ / "cursors/arrow.png", fourColours());
+        imaging::writePng(folder_ / "cursors/arrow.png", fourColours());
     }
 
-    static BgraPremultipliedBuffer fourColours() {
-        BgraPremultipliedBuffer picture(16, 24);
+    static imaging::BgraPremultipliedBuffer fourColours() {
+        imaging::BgraPremultipliedBuffer picture(16, 24);
         for (int y = 0; y < 24; ++y) {
             for (int x = 0; x < 16; ++x) {
                 // White and red above green and blue.
@@ -135,15 +136,15 @@ class CheckVideo : public testing::Test {
         return picture;
     }
 
-    void addEvent(double t, PointerKind kind) {
-        PointerSample sample;
+    void addEvent(double t, model::PointerKind kind) {
+        model::PointerSample sample;
         sample.t = t;
         sample.px = 160;
         sample.py = 130;
         sample.nx = 0.5;
         sample.ny = 130.0 / kHeight;
         sample.kind = kind;
-        if (kind != PointerKind::move) sample.button = PointerButton::left;
+        if (kind != model::PointerKind::move) sample.button = model::PointerButton::left;
         track_.events.push_back(sample);
     }
 
@@ -166,8 +167,8 @@ class CheckVideo : public testing::Test {
 
     TemporaryFolder folder_;
     TestMovieOptions movie_;
-    CaptureInfo info_;
-    PointerTrack track_;
+    model::CaptureInfo info_;
+    model::PointerTrack track_;
 };
 
 std::string lastLogLine() {
@@ -187,14 +188,14 @@ TEST_F(CheckVideo, ShowsEveryMarkInItsPlace) {
 
     const auto shown = picturesOf(output());
     ASSERT_EQ(shown.size(), 45u);
-    const Recording recording = Recording::load(folder_.path());
+    const edit::Recording recording = edit::Recording::load(folder_.path());
     const Assets assets = loadCursorImages(recording.track, folder_.path());
     ASSERT_EQ(assets.size(), 1u);
     for (std::size_t i = 0; i < shown.size(); ++i) {
         EXPECT_EQ(shown[i].time, (MediaTime{static_cast<std::int64_t>(i), 30}));
         const double t = shown[i].time.seconds();
         // The whole picture is what the marks of this moment make of the plain one.
-        BgraPremultipliedBuffer expected(kWidth, kHeight);
+        imaging::BgraPremultipliedBuffer expected(kWidth, kHeight);
         for (int y = 0; y < kHeight; ++y) {
             for (int x = 0; x < kWidth; ++x) std::memcpy(expected.pixel(x, y), "mmm\xff", 4);  // 'm' is 109
         }
@@ -253,11 +254,11 @@ TEST_F(CheckVideo, RingsGrowAroundTheClickAndGo) {
 // How many colour samples, and parts of one, lie left of the edge between two colours, below all marks.
 double colourEdgeIn(const fs::path& path) {
     const auto asset = std::make_shared<const Movie>(path);
-    AssetReader reader(asset);
-    auto& output = reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::planar);
+    media::AssetReader reader(asset);
+    auto& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id, media::PictureFormat::planar);
     if (!reader.startReading()) throw *reader.error();
     const auto sample = output.copyNextSample();
-    const YuvPlane& plane = sample->planar().blueDifference;
+    const imaging::YuvPlane& plane = sample->planar().blueDifference;
     double left = 0;
     constexpr int kFirst = 90;
     constexpr int kLast = 115;
@@ -272,7 +273,7 @@ double colourEdgeIn(const fs::path& path) {
 TEST_F(CheckVideo, LeavesColoursWhereTheRecordingHasThem) {
     movie_.pictures = 2;
     movie_.bitRate = 4000000;
-    movie_.paint = [](int, const YuvDestination& picture) {
+    movie_.paint = [](int, const imaging::YuvDestination& picture) {
         for (int y = 0; y < picture.height; ++y) {
             std::memset(picture.luma + y * picture.lumaStride, 110, static_cast<std::size_t>(picture.width));
         }
@@ -303,7 +304,7 @@ TEST_F(CheckVideo, CursorShapesWithoutPictureAreTheDot) {
         EXPECT_TRUE(isNear(at(shown[2], 155, 130), {248, 248, 248})) << at(shown[2], 155, 130);
         EXPECT_TRUE(isNear(at(shown[2], 172, 130), kPlain)) << at(shown[2], 172, 130);
         EXPECT_TRUE(isNear(at(shown[2], 160, 142), kPlain)) << at(shown[2], 160, 142);
-        writePng(folder_ / "cursors/arrow.png", fourColours());
+        imaging::writePng(folder_ / "cursors/arrow.png", fourColours());
     }
 }
 
@@ -353,7 +354,7 @@ TEST_F(CheckVideo, KeepsTheSourcesPictureTimesExactly) {
     for (std::size_t i = 0; i < shown.size(); ++i) {
         EXPECT_EQ(shown[i].time, (MediaTime{movie_.pictureTicks[i], 90000})) << i;
     }
-    const AssetTrack track = Movie(output()).tracks(TrackKind::video).at(0);
+    const media::AssetTrack track = Movie(output()).tracks(media::TrackKind::video).at(0);
     EXPECT_EQ(track.codec, "h264");
     EXPECT_EQ(track.width, kWidth);
     EXPECT_EQ(track.height, kHeight);
@@ -368,18 +369,18 @@ TEST_F(CheckVideo, CopiesEverySoundTrackByteForByte) {
     renderSync(folder_.path());
     const auto source = std::make_shared<const Movie>(folder_ / "source.mov");
     const auto copy = std::make_shared<const Movie>(output());
-    ASSERT_EQ(copy->tracks(TrackKind::audio).size(), 2u);
-    ASSERT_EQ(copy->tracks(TrackKind::video).size(), 1u);
+    ASSERT_EQ(copy->tracks(media::TrackKind::audio).size(), 2u);
+    ASSERT_EQ(copy->tracks(media::TrackKind::video).size(), 1u);
     for (std::size_t i = 0; i < 2; ++i) {
-        const AssetTrack a = source->tracks(TrackKind::audio)[i];
-        const AssetTrack b = copy->tracks(TrackKind::audio)[i];
+        const media::AssetTrack a = source->tracks(media::TrackKind::audio)[i];
+        const media::AssetTrack b = copy->tracks(media::TrackKind::audio)[i];
         EXPECT_EQ(a.codec, b.codec);
         EXPECT_EQ(a.sampleRate, b.sampleRate);
         EXPECT_EQ(a.channels, b.channels);
         EXPECT_EQ(a.start, b.start);
         EXPECT_EQ(a.end, b.end);
-        AssetReader first(source);
-        AssetReader second(copy);
+        media::AssetReader first(source);
+        media::AssetReader second(copy);
         auto& from = first.addStoredSampleOutput(a.id);
         auto& to = second.addStoredSampleOutput(b.id);
         ASSERT_TRUE(first.startReading() && second.startReading());
@@ -413,14 +414,14 @@ TEST_F(CheckVideo, SoundMayBeLongerOrShorterThanThePictures) {
         movie_.soundSeconds = seconds;
         save();
         EXPECT_EQ(renderSync(folder_.path()).frames, 60);
-        EXPECT_EQ(Movie(output()).tracks(TrackKind::audio).at(0).end,
-                  Movie(folder_ / "source.mov").tracks(TrackKind::audio).at(0).end);
+        EXPECT_EQ(Movie(output()).tracks(media::TrackKind::audio).at(0).end,
+                  Movie(folder_ / "source.mov").tracks(media::TrackKind::audio).at(0).end);
     }
 }
 
 TEST_F(CheckVideo, TakesTheBottomLeftOfAPictureLargerThanTheDocumentSays) {
     const auto plain = movie_.paint;
-    movie_.paint = [&](int index, const YuvDestination& picture) {
+    movie_.paint = [&](int index, const imaging::YuvDestination& picture) {
         plain(index, picture);
         for (int y = 0; y < kHeight; ++y) {
             for (int x = 0; x < kWidth; ++x) {
@@ -643,11 +644,11 @@ TEST_F(CheckVideo, LettingTheThreadGoCancels) {
 }
 
 TEST(CheckVideoSettings, FollowTheDocument) {
-    CaptureInfo info;
+    model::CaptureInfo info;
     info.pixelWidth = 2560;
     info.pixelHeight = 1440;
     info.fps = 60;
-    const VideoSettings settings = videoSettings(info, 600);
+    const media::VideoSettings settings = videoSettings(info, 600);
     EXPECT_EQ(settings.width, 2560);
     EXPECT_EQ(settings.height, 1440);
     EXPECT_EQ(settings.averageBitRate, 22118400);
@@ -678,4 +679,4 @@ TEST_F(CheckVideo, LoadsTheLastOfSeveralShapesWithOneId) {
 }
 
 }  // namespace
-}  // namespace lumivastor::CursorRenderer
+}  // namespace lumivastor::render::CursorRenderer

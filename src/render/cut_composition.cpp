@@ -7,7 +7,7 @@
 #include "base/recorder_error.h"
 #include "render/read_ahead.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 namespace {
 
@@ -15,15 +15,15 @@ constexpr std::int32_t kTimescale = 600;
 // Shorter than any tick; what is missing for less long is not missing.
 constexpr double kSliver = 0.001;
 
-std::optional<AssetTrack> firstTrack(const std::shared_ptr<const Asset>& asset, TrackKind kind) {
+std::optional<media::AssetTrack> firstTrack(const std::shared_ptr<const media::Asset>& asset, media::TrackKind kind) {
     if (!asset) return std::nullopt;
-    const std::vector<AssetTrack> tracks = asset->tracks(kind);
+    const std::vector<media::AssetTrack> tracks = asset->tracks(kind);
     return tracks.empty() ? std::nullopt : std::optional(tracks.front());
 }
 
-std::vector<TimeRange> onTicks(std::span<const KeptSegment> segments) {
+std::vector<TimeRange> onTicks(std::span<const edit::KeptSegment> segments) {
     std::vector<TimeRange> ranges;
-    for (const KeptSegment& segment : segments) {
+    for (const edit::KeptSegment& segment : segments) {
         ranges.push_back(TimeRange::between(MediaTime::fromSeconds(segment.start, kTimescale),
                                             MediaTime::fromSeconds(segment.end, kTimescale)));
     }
@@ -41,8 +41,8 @@ std::vector<ShownSegment> shownSegments(std::span<const TimeRange> ranges) {
     return segments;
 }
 
-int addBackToBack(MutableComposition& movie, std::span<const TimeRange> ranges,
-                  const std::shared_ptr<const Asset>& asset, const AssetTrack& track) {
+int addBackToBack(media::MutableComposition& movie, std::span<const TimeRange> ranges,
+                  const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track) {
     const int id = movie.addTrack(track.kind);
     MediaTime at;
     for (const TimeRange& range : ranges) {
@@ -53,8 +53,8 @@ int addBackToBack(MutableComposition& movie, std::span<const TimeRange> ranges,
 }
 
 // One segment of the webcam's track: nothing, the camera's stretch, nothing; any of the three may be missing.
-void addWebcamSegment(MutableComposition& movie, int id, const std::shared_ptr<const Asset>& asset,
-                      const AssetTrack& track, const TimeRange& wanted, const MediaTime& at) {
+void addWebcamSegment(media::MutableComposition& movie, int id, const std::shared_ptr<const media::Asset>& asset,
+                      const media::AssetTrack& track, const TimeRange& wanted, const MediaTime& at) {
     const MediaTime first = std::clamp(track.start.rescaled(kTimescale), wanted.start, wanted.end());
     const MediaTime last = std::clamp(track.end.rescaled(kTimescale), first, wanted.end());
     const auto isMissing = [](const MediaTime& length) { return length.seconds() > kSliver; };
@@ -65,10 +65,10 @@ void addWebcamSegment(MutableComposition& movie, int id, const std::shared_ptr<c
     if (isMissing(after)) movie.insertEmpty(id, {at + before + (last - first), after});
 }
 
-int addWebcam(MutableComposition& movie, std::span<const TimeRange> ranges, const std::shared_ptr<const Asset>& asset,
-              const AssetTrack& track, double webcamOffset) {
+int addWebcam(media::MutableComposition& movie, std::span<const TimeRange> ranges,
+              const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track, double webcamOffset) {
     const MediaTime offset = MediaTime::fromSeconds(webcamOffset, kTimescale);
-    const int id = movie.addTrack(TrackKind::video);
+    const int id = movie.addTrack(media::TrackKind::video);
     MediaTime at;
     for (const TimeRange& range : ranges) {
         addWebcamSegment(movie, id, asset, track, {range.start - offset, range.duration}, at);
@@ -85,13 +85,13 @@ float volumeOf(double setting) {
 
 }  // namespace
 
-RecordingAssets openRecordingAssets(const Recording& recording) {
+RecordingAssets openRecordingAssets(const edit::Recording& recording) {
     RecordingAssets assets;
-    assets.screen = std::make_shared<const Asset>(recording.folder / "source.mov");
+    assets.screen = std::make_shared<const media::Asset>(recording.folder / "source.mov");
     if (!recording.hasWebcam()) return assets;
     try {
-        auto webcam = std::make_shared<const Asset>(recording.webcamFile);
-        if (webcam->tracks(TrackKind::video).empty()) {
+        auto webcam = std::make_shared<const media::Asset>(recording.webcamFile);
+        if (webcam->tracks(media::TrackKind::video).empty()) {
             Log::write("Studio", "Webcam-Film ohne Bilder, wird weggelassen");
         } else {
             assets.webcam = std::move(webcam);
@@ -103,18 +103,18 @@ RecordingAssets openRecordingAssets(const Recording& recording) {
     return assets;
 }
 
-CutComposition makeCutComposition(std::span<const KeptSegment> segments, const RecordingAssets& assets,
+CutComposition makeCutComposition(std::span<const edit::KeptSegment> segments, const RecordingAssets& assets,
                                   double webcamOffset) {
     if (segments.empty()) throw RecorderError("Es bleibt nichts übrig - alles ist weggeschnitten.");
     const std::vector<TimeRange> ranges = onTicks(segments);
     CutComposition cut;
     cut.shownSegments = shownSegments(ranges);
-    const std::optional<AssetTrack> screen = firstTrack(assets.screen, TrackKind::video);
+    const std::optional<media::AssetTrack> screen = firstTrack(assets.screen, media::TrackKind::video);
     if (screen) cut.screenTrackId = addBackToBack(cut.movie, ranges, assets.screen, *screen);
-    if (const auto webcam = firstTrack(assets.webcam, TrackKind::video); screen && webcam) {
+    if (const auto webcam = firstTrack(assets.webcam, media::TrackKind::video); screen && webcam) {
         cut.webcamTrackId = addWebcam(cut.movie, ranges, assets.webcam, *webcam, webcamOffset);
     }
-    for (const AssetTrack& audio : assets.screen->tracks(TrackKind::audio)) {
+    for (const media::AssetTrack& audio : assets.screen->tracks(media::TrackKind::audio)) {
         cut.audioTrackIds.push_back(addBackToBack(cut.movie, ranges, assets.screen, audio));
     }
     return cut;
@@ -129,16 +129,16 @@ double shownSourceTime(std::span<const ShownSegment> segments, double t) {
     return std::clamp(shown.sourceStart + (t - shown.outputStart), shown.sourceStart, shown.sourceEnd);
 }
 
-std::vector<AudioMixInput> makeAudioMix(const CaptureInfo& info, const ProjectSettings& settings,
-                                        std::span<const int> audioTrackIds) {
+std::vector<media::AudioMixInput> makeAudioMix(const model::CaptureInfo& info, const model::ProjectSettings& settings,
+                                               std::span<const int> audioTrackIds) {
     std::vector<float> volumes;
     if (info.systemAudio) volumes.push_back(volumeOf(settings.systemVolume));
     if (info.microphone) volumes.push_back(volumeOf(settings.micVolume));
-    std::vector<AudioMixInput> inputs;
+    std::vector<media::AudioMixInput> inputs;
     for (const int id : audioTrackIds) {
         inputs.push_back({id, inputs.size() < volumes.size() ? volumes[inputs.size()] : 1.0F});
     }
     return inputs;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -15,18 +15,18 @@
 
 // The edited video as a movie of tracks: what an export reads and a preview plays.
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// The movies of a recording folder, opened.
 struct RecordingAssets {
-    std::shared_ptr<const Asset> screen;
-    std::shared_ptr<const Asset> webcam;  // null when the recording has none that can be shown
+    std::shared_ptr<const media::Asset> screen;
+    std::shared_ptr<const media::Asset> webcam;  // null when the recording has none that can be shown
 };
 
 /// Opens "source.mov" and the webcam movie. A webcam movie that cannot be opened, or has no pictures, counts as none
 /// and is logged. Throws `RecorderError` when the screen movie is missing or cannot be read, or memory is short.
 /// Opens files on the disk. Any thread.
-RecordingAssets openRecordingAssets(const Recording& recording);
+RecordingAssets openRecordingAssets(const edit::Recording& recording);
 
 /// A kept segment as a movie shows it: with bounds on the ticks of its clock. In seconds, `sourceStart` < `sourceEnd`.
 struct ShownSegment {
@@ -37,7 +37,7 @@ struct ShownSegment {
 
 /// An edited movie and which of its tracks is what.
 struct CutComposition {
-    MutableComposition movie;
+    media::MutableComposition movie;
     std::vector<ShownSegment> shownSegments;  // back to back from zero; those that are shorter than a tick are left out
     std::optional<int> screenTrackId;         // none when the screen movie has no pictures
     std::optional<int> webcamTrackId;
@@ -53,7 +53,7 @@ struct CutComposition {
 ///     webcam       |===============|                         |   |=A=|==B|     |
 ///
 /// Throws `RecorderError` when there are no segments.
-CutComposition makeCutComposition(std::span<const KeptSegment> segments, const RecordingAssets& assets,
+CutComposition makeCutComposition(std::span<const edit::KeptSegment> segments, const RecordingAssets& assets,
                                   double webcamOffset);
 
 /// The source time whose picture such a movie shows at output time `t`, to be asked instead of `sourceTime` for what is
@@ -63,7 +63,7 @@ double shownSourceTime(std::span<const ShownSegment> segments, double t);
 
 /// The volume of each audio track of such a movie: the settings' for the system sound, if it was recorded, then the
 /// microphone's, if it was; 1 for any further track.
-std::vector<AudioMixInput> makeAudioMix(const CaptureInfo& info, const ProjectSettings& settings,
-                                        std::span<const int> audioTrackIds);
+std::vector<media::AudioMixInput> makeAudioMix(const model::CaptureInfo& info, const model::ProjectSettings& settings,
+                                               std::span<const int> audioTrackIds);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -13,7 +13,7 @@
 #include "support/test_movie.h"
 #include "support/text_file.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 constexpr std::int64_t kSecond = 600;
@@ -42,7 +42,7 @@ class CutCompositionTest : public testing::Test {
         info_.pixelWidth = 128;
         info_.pixelHeight = 96;
         info_.duration = 5;
-        return openRecordingAssets(Recording(folder_.path(), info_, {}));
+        return openRecordingAssets(edit::Recording(folder_.path(), info_, {}));
     }
 
     std::string openingMessage() {
@@ -60,23 +60,23 @@ class CutCompositionTest : public testing::Test {
     }
 
     TemporaryFolder folder_;
-    CaptureInfo info_;
+    model::CaptureInfo info_;
 };
 
 TEST_F(CutCompositionTest, KeptSegmentsLieBackToBackInAllTracks) {
     makeScreen();
     const RecordingAssets assets = open();
-    const std::vector<KeptSegment> segments = {{0.5, 1.25}, {2, 3.0001}, {4, 5}};
+    const std::vector<edit::KeptSegment> segments = {{0.5, 1.25}, {2, 3.0001}, {4, 5}};
     const CutComposition cut = makeCutComposition(segments, assets, 0);
     ASSERT_TRUE(cut.screenTrackId);
     EXPECT_FALSE(cut.webcamTrackId);
     ASSERT_EQ(cut.audioTrackIds.size(), 2u);
     ASSERT_EQ(cut.movie.tracks().size(), 3u);
-    for (const CompositionTrack& track : cut.movie.tracks()) {
+    for (const media::CompositionTrack& track : cut.movie.tracks()) {
         ASSERT_EQ(track.segments.size(), 3u);
         MediaTime at;
         for (std::size_t i = 0; i < segments.size(); ++i) {
-            const CompositionSegment& segment = track.segments[i];
+            const media::CompositionSegment& segment = track.segments[i];
             EXPECT_EQ(segment.asset, assets.screen);
             EXPECT_EQ(segment.sourceStart, MediaTime::fromSeconds(segments[i].start, 600));
             EXPECT_EQ(segment.target.start, at);
@@ -90,8 +90,8 @@ TEST_F(CutCompositionTest, KeptSegmentsLieBackToBackInAllTracks) {
 TEST_F(CutCompositionTest, SoundTracksKeepTheSourcesOrder) {
     makeScreen();
     const RecordingAssets assets = open();
-    const CutComposition cut = makeCutComposition(std::vector<KeptSegment>{{0, 5}}, assets, 0);
-    const auto sounds = assets.screen->tracks(TrackKind::audio);
+    const CutComposition cut = makeCutComposition(std::vector<edit::KeptSegment>{{0, 5}}, assets, 0);
+    const auto sounds = assets.screen->tracks(media::TrackKind::audio);
     for (std::size_t i = 0; i < 2; ++i) {
         EXPECT_EQ(cut.movie.track(cut.audioTrackIds[i])->segments.at(0).sourceTrackId, sounds[i].id);
     }
@@ -103,15 +103,15 @@ TEST_F(CutCompositionTest, TheWebcamStaysInStepWhereItStartsLateAndEndsEarly) {
     const RecordingAssets assets = open();
     ASSERT_TRUE(assets.webcam);
     const CutComposition cut =
-        makeCutComposition(std::vector<KeptSegment>{{0, 1}, {1.25, 2}, {2.5, 3}, {3.25, 5}}, assets, 1.5);
+        makeCutComposition(std::vector<edit::KeptSegment>{{0, 1}, {1.25, 2}, {2.5, 3}, {3.25, 5}}, assets, 1.5);
     ASSERT_TRUE(cut.webcamTrackId);
-    const CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
+    const media::CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
     // What is shown from where (seconds of the webcam movie, -1 for nothing), and until when on the output's line.
     struct Expected {
         double source, until;
     };
     std::vector<Expected> found;
-    for (const CompositionSegment& segment : webcam.segments) {
+    for (const media::CompositionSegment& segment : webcam.segments) {
         found.push_back({segment.isEmpty() ? -1 : segment.sourceStart.seconds(), segment.target.end().seconds()});
     }
     const std::vector<Expected> expected = {{-1, 1}, {-1, 1.25}, {0, 1.75}, {1, 2.25}, {1.75, 2.5}, {-1, 4}};
@@ -126,8 +126,8 @@ TEST_F(CutCompositionTest, TheWebcamStaysInStepWhereItStartsLateAndEndsEarly) {
 TEST_F(CutCompositionTest, AWebcamThatStartsBeforeTheScreenIsShiftedTheOtherWay) {
     makeScreen(0);
     makeWebcam(60);
-    const CutComposition cut = makeCutComposition(std::vector<KeptSegment>{{0, 5}}, open(), -0.5);
-    const CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
+    const CutComposition cut = makeCutComposition(std::vector<edit::KeptSegment>{{0, 5}}, open(), -0.5);
+    const media::CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
     ASSERT_EQ(webcam.segments.size(), 2u);
     EXPECT_EQ(webcam.segments[0].sourceStart, ticks(kSecond / 2));
     EXPECT_EQ(webcam.segments[0].target, (TimeRange{{}, ticks(kSecond * 3 / 2)}));
@@ -153,7 +153,7 @@ TEST_F(CutCompositionTest, AMovieWithoutPicturesGivesNoScreenTrack) {
     options.sounds = {{}};
     makeTestMovie(folder_ / "source.mov", options);
     makeWebcam(30);
-    const CutComposition cut = makeCutComposition(std::vector<KeptSegment>{{0, 2}}, open(), 0);
+    const CutComposition cut = makeCutComposition(std::vector<edit::KeptSegment>{{0, 2}}, open(), 0);
     EXPECT_FALSE(cut.screenTrackId);
     EXPECT_FALSE(cut.webcamTrackId);
     EXPECT_EQ(cut.audioTrackIds.size(), 1u);
@@ -182,16 +182,16 @@ TEST_F(CutCompositionTest, AWebcamMovieThatCannotBeOpenedCountsAsNone) {
 }
 
 TEST(AudioMix, VolumesGoToTheTracksThatWereRecorded) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.systemVolume = 0.25;
     settings.micVolume = 1.5;
     const auto volumes = [&](bool system, bool microphone, std::size_t tracks) {
-        CaptureInfo info;
+        model::CaptureInfo info;
         info.systemAudio = system;
         info.microphone = microphone;
         const std::vector<int> ids = {7, 8, 9};
         std::vector<float> found;
-        for (const AudioMixInput& input : makeAudioMix(info, settings, std::span(ids).first(tracks))) {
+        for (const media::AudioMixInput& input : makeAudioMix(info, settings, std::span(ids).first(tracks))) {
             EXPECT_EQ(input.trackId, ids[found.size()]);
             found.push_back(input.volume);
         }
@@ -208,29 +208,29 @@ TEST(AudioMix, VolumesGoToTheTracksThatWereRecorded) {
 TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
     makeScreen(0);
     // Each piece begins just above a tick and ends just below one, or the other way round: rounding adds up.
-    std::vector<KeptSegment> kept;
+    std::vector<edit::KeptSegment> kept;
     for (int i = 0; i <= 1000; ++i) {
         const double grid = i * 5 / 600.0 * 12;
         kept.push_back({grid + 0.4 / 600, grid + (50 + i % 7 + 0.6) / 600});
     }
     const CutComposition cut = makeCutComposition(kept, open(), 0);
-    const std::vector<CompositionSegment>& shown = cut.movie.track(*cut.screenTrackId)->segments;
+    const std::vector<media::CompositionSegment>& shown = cut.movie.track(*cut.screenTrackId)->segments;
     ASSERT_EQ(shown.size(), 1001u);
     double furthest = 0;
-    for (const CompositionSegment& segment : shown) {
+    for (const media::CompositionSegment& segment : shown) {
         const double start = segment.target.start.seconds();
         const double length = segment.target.duration.seconds();
         const double source = segment.sourceStart.seconds();
         for (const double part : {0.0, 0.3, 0.7, 0.99}) {
             const double t = start + part * length;
             EXPECT_NEAR(shownSourceTime(cut.shownSegments, t), source + part * length, 1e-9) << t;
-            furthest = std::max(furthest, std::abs(sourceTime(kept, t) - source - part * length));
+            furthest = std::max(furthest, std::abs(edit::sourceTime(kept, t) - source - part * length));
         }
         // A time that a division made a little too small is behind the cut as well.
         EXPECT_NEAR(shownSourceTime(cut.shownSegments, start - 1e-9), source, 1e-8) << start;
     }
     EXPECT_GT(furthest, 1) << "the segments before rounding are another matter";
-    const CompositionSegment& last = shown.back();
+    const media::CompositionSegment& last = shown.back();
     const double end = (last.sourceStart + last.target.duration).seconds();
     EXPECT_NEAR(shownSourceTime(cut.shownSegments, 1e6), end, 1e-9);
 }
@@ -238,7 +238,7 @@ TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
 TEST_F(CutCompositionTest, SegmentsThatRoundingTakesAwayAreNotShown) {
     makeScreen(0);
     const CutComposition cut =
-        makeCutComposition(std::vector<KeptSegment>{{0, 1}, {1.5009, 1.50195}, {2, 3}}, open(), 0);
+        makeCutComposition(std::vector<edit::KeptSegment>{{0, 1}, {1.5009, 1.50195}, {2, 3}}, open(), 0);
     ASSERT_EQ(cut.movie.track(*cut.screenTrackId)->segments.size(), 2u);
     ASSERT_EQ(cut.shownSegments.size(), 2u);
     EXPECT_EQ(shownSourceTime(cut.shownSegments, 1), 2);
@@ -246,4 +246,4 @@ TEST_F(CutCompositionTest, SegmentsThatRoundingTakesAwayAreNotShown) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

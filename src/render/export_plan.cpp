@@ -7,7 +7,7 @@
 #include "base/recorder_error.h"
 #include "base/saturated.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 namespace {
 
@@ -22,7 +22,7 @@ constexpr double kHeldAtEnd = 0.05;
 
 }  // namespace
 
-CanvasSize exportCanvas(std::int64_t height) {
+edit::CanvasSize exportCanvas(std::int64_t height) {
     if (height < kLeastHeight || height > kLargestHeight) {
         throw RecorderError(formatted("Die Höhe des Videos ist unzulässig: %lld.", static_cast<long long>(height)));
     }
@@ -42,7 +42,7 @@ double frameSeconds(std::int64_t index, std::int64_t fps) {
     return static_cast<double>(index) / static_cast<double>(fps);
 }
 
-std::int64_t exportBitRate(CanvasSize canvas, std::int64_t fps) {
+std::int64_t exportBitRate(edit::CanvasSize canvas, std::int64_t fps) {
     constexpr double kBitsPerPixel = 0.1;
     return saturated<std::int64_t>(static_cast<double>(canvas.width) * static_cast<double>(canvas.height) *
                                    static_cast<double>(fps) * kBitsPerPixel);
@@ -53,10 +53,10 @@ std::optional<double> progressAfter(std::int64_t done, std::int64_t total) {
     return std::min(static_cast<double>(done) / static_cast<double>(total), kUnfinished);
 }
 
-SplitMix splitMix(std::vector<AudioMixInput> inputs) {
+SplitMix splitMix(std::vector<media::AudioMixInput> inputs) {
     SplitMix mix{std::move(inputs), 1};
-    for (const AudioMixInput& input : mix.inputs) mix.gain = std::max(mix.gain, input.volume);
-    for (AudioMixInput& input : mix.inputs) input.volume /= mix.gain;
+    for (const media::AudioMixInput& input : mix.inputs) mix.gain = std::max(mix.gain, input.volume);
+    for (media::AudioMixInput& input : mix.inputs) input.volume /= mix.gain;
     return mix;
 }
 
@@ -77,4 +77,4 @@ std::optional<RestartPolicy::Attempt> RestartPolicy::next(double lastSeconds) {
     return Attempt{attempts_, MediaTime::fromSeconds(std::max(lastSeconds, 0.0) + skip, kExportTimescale)};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

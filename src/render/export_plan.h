@@ -13,14 +13,14 @@
 // again and where, what is reported, how loud everything is. Pure functions and values. Seconds are of the edited video
 // unless said otherwise.
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// The clock of all times that an export makes up: 600 has whole ticks for 24, 25, 30, 50, 60 and 120 a second.
 inline constexpr std::int32_t kExportTimescale = 600;
 
 /// The picture size that belongs to a height: 16:9, the width rounded down. Throws `RecorderError` for heights that no
 /// H.264 movie has.
-CanvasSize exportCanvas(std::int64_t height);
+edit::CanvasSize exportCanvas(std::int64_t height);
 
 /// Pictures a second that an export can time on its clock. Throws `RecorderError` for all others: recordings are
 /// untrusted.
@@ -32,7 +32,7 @@ std::int64_t frameCount(double seconds, std::int64_t fps);
 double frameSeconds(std::int64_t index, std::int64_t fps);
 
 /// Bits a second for pictures of this size: 0.1 for each pixel.
-std::int64_t exportBitRate(CanvasSize canvas, std::int64_t fps);
+std::int64_t exportBitRate(edit::CanvasSize canvas, std::int64_t fps);
 
 /// What is reported once `done` pictures of `total` are handed over; none when nothing is. 1 is left for the finished
 /// file.
@@ -41,10 +41,10 @@ std::optional<double> progressAfter(std::int64_t done, std::int64_t total);
 /// Volumes above 1 as a mix that reduces everything and a gain that raises the sum again, because what is too loud has
 /// to be limited after the sum and not before.
 struct SplitMix {
-    std::vector<AudioMixInput> inputs;
+    std::vector<media::AudioMixInput> inputs;
     float gain = 1;  // at least 1
 };
-SplitMix splitMix(std::vector<AudioMixInput> inputs);
+SplitMix splitMix(std::vector<media::AudioMixInput> inputs);
 
 /// Multiplies by `gain` and limits to -1...1, in place; a gain of 1 (within 0.001) touches nothing.
 void amplify(std::span<float> values, float gain);
@@ -72,4 +72,4 @@ class RestartPolicy {
     int attempts_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -9,15 +9,15 @@
 #include "base/recorder_error.h"
 #include "render/read_ahead.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 TEST(ExportPlan, TheCanvasIsSixteenToNineRoundedDown) {
-    EXPECT_EQ(exportCanvas(720), (CanvasSize{1280, 720}));
-    EXPECT_EQ(exportCanvas(1080), (CanvasSize{1920, 1080}));
-    EXPECT_EQ(exportCanvas(1440), (CanvasSize{2560, 1440}));
-    EXPECT_EQ(exportCanvas(2160), (CanvasSize{3840, 2160}));
-    EXPECT_EQ(exportCanvas(101), (CanvasSize{179, 101})) << "not made even";
+    EXPECT_EQ(exportCanvas(720), (edit::CanvasSize{1280, 720}));
+    EXPECT_EQ(exportCanvas(1080), (edit::CanvasSize{1920, 1080}));
+    EXPECT_EQ(exportCanvas(1440), (edit::CanvasSize{2560, 1440}));
+    EXPECT_EQ(exportCanvas(2160), (edit::CanvasSize{3840, 2160}));
+    EXPECT_EQ(exportCanvas(101), (edit::CanvasSize{179, 101})) << "not made even";
     for (const std::int64_t height : {-1, 0, 1, 4321, 1 << 30}) EXPECT_THROW(exportCanvas(height), RecorderError);
 }
 
@@ -191,4 +191,4 @@ TEST(ReadAhead, ASampleAfterAGapLeavesTheOldOneInPlace) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

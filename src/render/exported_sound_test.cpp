@@ -13,7 +13,7 @@
 
 // Whole exports of small recordings: how they sound.
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 class ExportedSound : public ExportFixture {
@@ -24,9 +24,9 @@ class ExportedSound : public ExportFixture {
     };
 
     Sound exportedSound() {
-        const auto asset = std::make_shared<const Asset>(folder_ / "studio-output.mp4");
-        AssetReader reader(asset);
-        auto& output = reader.addAudioOutput(asset->tracks(TrackKind::audio).at(0).id);
+        const auto asset = std::make_shared<const media::Asset>(folder_ / "studio-output.mp4");
+        media::AssetReader reader(asset);
+        auto& output = reader.addAudioOutput(asset->tracks(media::TrackKind::audio).at(0).id);
         EXPECT_TRUE(reader.startReading());
         Sound sound;
         while (const auto sample = output.copyNextSample()) {
@@ -138,10 +138,10 @@ TEST_F(ExportedSound, WhereDamageTookTheFirstPicturesTheOthersStayWithTheirSound
     const double samples = static_cast<double>(bytes.find("mdat")) / static_cast<double>(bytes.size());
     damage("source.mov", samples + 0.001, samples + 0.05);
     EXPECT_EQ(render().frames, 180);
-    const auto tracks = Asset(folder_ / "studio-output.mp4").tracks();
+    const auto tracks = media::Asset(folder_ / "studio-output.mp4").tracks();
     ASSERT_EQ(tracks.size(), 2u);
     EXPECT_EQ(tracks[0].sampleCount, 180);
-    for (const AssetTrack& track : tracks) {
+    for (const media::AssetTrack& track : tracks) {
         EXPECT_NEAR(track.start.seconds(), 0, 1e-6);
         EXPECT_NEAR(track.end.seconds(), 6, 0.03);
     }
@@ -223,9 +223,9 @@ TEST_F(ExportedSound, WithoutSoundThereIsNoSoundTrack) {
     info_.systemAudio = true;  // said, but not there
     makeRecording(1);
     render();
-    EXPECT_EQ(Asset(folder_ / "studio-output.mp4").tracks().size(), 1u);
+    EXPECT_EQ(media::Asset(folder_ / "studio-output.mp4").tracks().size(), 1u);
     expectCutTimeline(30);
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -20,7 +20,7 @@
 
 // Exports of what is damaged, missing or in the way, and those that are cancelled.
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 namespace fs = std::filesystem;
@@ -109,7 +109,7 @@ TEST_F(FailingExport, TheEarlierFilmStaysUntilTheNewOneIsWhole) {
     makeRecording(2);
     folder_.write("studio-output.mp4", "earlier");
     int seen = 0;
-    render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+    render({}, [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
         if (folder_.read("studio-output.mp4") == "earlier") ++seen;
         return sourceFilling(kSize)(source, webcam, t);
     });
@@ -136,7 +136,7 @@ TEST_F(FailingExport, WhatGoesWrongLeavesTheEarlierFilmAndNothingElse) {
     RenderOptions options;
     options.stop = source.get_token();
     const auto endingAt = [](double end, const std::function<void()>& how) -> FrameMaker {
-        return [=](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+        return [=](const imaging::Picture& picture, const std::optional<imaging::Picture>& webcam, double t) {
             if (t > end) how();
             return sourceFilling(kSize)(picture, webcam, t);
         };
@@ -157,7 +157,7 @@ TEST_F(FailingExport, AskedToStopWithTheLastPictureItIsStillCancelled) {
     options.stop = source.get_token();
     int frames = 0;
     EXPECT_EQ(messageOf(options,
-                        [&](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+                        [&](const imaging::Picture& picture, const std::optional<imaging::Picture>& webcam, double t) {
                             if (++frames == 30) source.request_stop();
                             return sourceFilling(kSize)(picture, webcam, t);
                         }),
@@ -171,7 +171,7 @@ TEST_F(FailingExport, AFolderInTheFilmsPlaceIsSaidBeforeAnythingIsRendered) {
     fs::create_directory(folder_ / "studio-output.mp4");
     int frames = 0;
     EXPECT_EQ(messageOf({},
-                        [&](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+                        [&](const imaging::Picture& picture, const std::optional<imaging::Picture>& webcam, double t) {
                             ++frames;
                             return sourceFilling(kSize)(picture, webcam, t);
                         }),
@@ -187,7 +187,7 @@ TEST_F(FailingExport, AFilmThatGoesElsewhereReplacesNoFileOfTheRecording) {
     RenderOptions options;
     options.file = elsewhere / "film.mp4";
     EXPECT_EQ(render(options).url, elsewhere / "film.mp4");
-    EXPECT_EQ(Asset(elsewhere / "film.mp4").tracks(TrackKind::video).at(0).sampleCount, 30);
+    EXPECT_EQ(media::Asset(elsewhere / "film.mp4").tracks(media::TrackKind::video).at(0).sampleCount, 30);
     EXPECT_FALSE(fs::exists(folder_ / "studio-output.mp4"));
     fs::create_directory(folder_ / "cursors");
     for (const fs::path name :
@@ -196,7 +196,7 @@ TEST_F(FailingExport, AFilmThatGoesElsewhereReplacesNoFileOfTheRecording) {
         EXPECT_EQ(messageOf(options),
                   name.filename().string() + " gehört zur Aufnahme und wird nicht durch das Video ersetzt.");
     }
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount, 30);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::video).at(0).sampleCount, 30);
 }
 
 TEST_F(FailingExport, DamageEverywhereEndsWithTheLastGoodSecond) {
@@ -217,7 +217,7 @@ TEST_F(FailingExport, DamageInTheWebcamCostsItsOwnPicturesOnly) {
     makeWebcam(120, 0, true);
     damage("webcam.mov", 0.45, 0.55);
     std::vector<bool> hasWebcam;
-    render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+    render({}, [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
         hasWebcam.push_back(webcam.has_value());
         return sourceFilling(kSize)(source, webcam, t);
     });
@@ -235,7 +235,8 @@ TEST_F(FailingExport, ACancelledExportLeavesNoFile) {
     RenderOptions options;
     options.stop = source.get_token();
     int frames = 0;
-    const FrameMaker stopping = [&](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+    const FrameMaker stopping = [&](const imaging::Picture& picture, const std::optional<imaging::Picture>& webcam,
+                                    double t) {
         if (++frames == 45) source.request_stop();
         return sourceFilling(kSize)(picture, webcam, t);
     };
@@ -258,7 +259,7 @@ TEST_F(FailingExport, InTheBackgroundItIsCancelledByItsThread) {
     auto askedFor = asked.get_future().share();
     std::jthread thread = renderMovie(
         *composition,
-        [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+        [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
             std::call_once(once, [&] { begun.set_value(); });
             askedFor.wait();
             return sourceFilling(kSize)(source, webcam, t);
@@ -275,14 +276,15 @@ TEST_F(FailingExport, AnErrorOfTheFrameMakerEndsTheExport) {
     options_.sounds = {{}};
     makeRecording(5);
     EXPECT_EQ(messageOf({},
-                        [](const Picture& source, const std::optional<Picture>& webcam, double t) {
+                        [](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
                             if (t > 1) throw RecorderError("Ein Fehler.");
                             return sourceFilling(kSize)(source, webcam, t);
                         }),
               "Ein Fehler.");
-    EXPECT_EQ(
-        messageOf({}, [](const Picture&, const std::optional<Picture>&, double) -> Picture { throw std::bad_alloc(); }),
-        "Der Arbeitsspeicher reicht nicht.");
+    EXPECT_EQ(messageOf({},
+                        [](const imaging::Picture&, const std::optional<imaging::Picture>&,
+                           double) -> imaging::Picture { throw std::bad_alloc(); }),
+              "Der Arbeitsspeicher reicht nicht.");
 }
 
 TEST_F(FailingExport, AReadOnlyFolderIsSaid) {
@@ -332,4 +334,4 @@ TEST_F(FailingExport, WhatCannotBeRenderedIsSaid) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

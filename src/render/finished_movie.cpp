@@ -8,7 +8,7 @@
 #include "base/recorder_error.h"
 #include "media/reading/asset.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 namespace {
 
@@ -16,11 +16,11 @@ namespace {
 constexpr double kSoundTolerance = 0.05;
 
 // What is wrong, empty when nothing is.
-std::string differences(const Asset& movie, const FinishedMovie& expected) {
-    const auto videos = movie.tracks(TrackKind::video);
-    const auto sounds = movie.tracks(TrackKind::audio);
+std::string differences(const media::Asset& movie, const FinishedMovie& expected) {
+    const auto videos = movie.tracks(media::TrackKind::video);
+    const auto sounds = movie.tracks(media::TrackKind::audio);
     if (videos.size() != 1) return formatted("%zu Bildspuren", videos.size());
-    const AssetTrack& video = videos.front();
+    const media::AssetTrack& video = videos.front();
     if (video.width != expected.canvas.width || video.height != expected.canvas.height) {
         return formatted("%dx%d Pixel statt %dx%d", video.width, video.height, expected.canvas.width,
                          expected.canvas.height);
@@ -45,7 +45,7 @@ std::string differences(const Asset& movie, const FinishedMovie& expected) {
 void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& expected) {
     std::string wrong;
     try {
-        wrong = differences(Asset(path), expected);
+        wrong = differences(media::Asset(path), expected);
     } catch (const RecorderError& error) {
         wrong = error.message();
     }
@@ -54,4 +54,4 @@ void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& 
     throw RecorderError("Das Studio-Video konnte nicht geschrieben werden.");
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

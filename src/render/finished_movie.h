@@ -6,11 +6,11 @@
 
 #include "edit/studio_layout.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// What an export says it has written.
 struct FinishedMovie {
-    CanvasSize canvas;
+    edit::CanvasSize canvas;
     std::int64_t pictures = 0;
     double seconds = 0;                  // until the end of the last picture
     double secondsPerPicture = 0;        // how exact `seconds` is
@@ -21,4 +21,4 @@ struct FinishedMovie {
 /// if there should be, as long. Throws `RecorderError` when anything differs; what it is stands in the log.
 void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& expected);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

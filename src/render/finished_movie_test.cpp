@@ -6,7 +6,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 TEST(FinishedMovieCheck, WhatDiffersIsAnError) {
@@ -38,4 +38,4 @@ TEST(FinishedMovieCheck, WhatDiffersIsAnError) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

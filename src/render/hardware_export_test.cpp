@@ -14,28 +14,28 @@
 
 // Exports with hardware that works, and with hardware that does not go on working. Software stands in for it.
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
-class StandInHardware final : public PictureEncoder {
+class StandInHardware final : public media::PictureEncoder {
   public:
     enum class Fault { none, fails, losesPictures };
 
-    StandInHardware(VideoSettings settings, Fault fault, int goodPictures)
+    StandInHardware(media::VideoSettings settings, Fault fault, int goodPictures)
         : fault_(fault), left_(goodPictures), encoder_(software(std::move(settings))) {}
 
-    CodecParametersHandle parameters() const override { return encoder_.parameters(); }
-    void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
-                const PacketConsumer& consume) override {
+    ffmpeg::CodecParametersHandle parameters() const override { return encoder_.parameters(); }
+    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
+                const media::PacketConsumer& consume) override {
         if (--left_ < 0 && fault_ == Fault::fails) throw RecorderError("Die Karte antwortet nicht.");
         if (left_ < 0 && fault_ == Fault::losesPictures) return;
         encoder_.encode(picture, ticks, consume);
     }
-    void repeat(std::int64_t ticks, const PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
-    void finish(const PacketConsumer& consume) override { encoder_.finish(consume); }
+    void repeat(std::int64_t ticks, const media::PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
+    void finish(const media::PacketConsumer& consume) override { encoder_.finish(consume); }
 
   private:
-    static VideoSettings software(VideoSettings settings) {
+    static media::VideoSettings software(media::VideoSettings settings) {
         settings.make = nullptr;
         settings.encoder = "libx264";
         return settings;
@@ -43,7 +43,7 @@ class StandInHardware final : public PictureEncoder {
 
     Fault fault_;
     int left_;
-    VideoEncoder encoder_;
+    media::VideoEncoder encoder_;
 };
 
 class HardwareExport : public ExportFixture {
@@ -58,13 +58,14 @@ class HardwareExport : public ExportFixture {
     // Options with hardware that has this fault after so many pictures.
     RenderOptions withHardware(StandInHardware::Fault fault, int goodPictures = 40) {
         RenderOptions options;
-        options.chooseEncoder = [this, fault, goodPictures](const VideoSettings& settings) {
+        options.chooseEncoder = [this, fault, goodPictures](const media::VideoSettings& settings) {
             asked_ = settings;
-            return EncoderChoice{
-                {VideoCodec::h264, kName, ""}, "zum Test", [this, fault, goodPictures](const VideoSettings& given) {
-                    ++opened_;
-                    return std::make_unique<StandInHardware>(given, fault, goodPictures);
-                }};
+            return media::EncoderChoice{{media::VideoCodec::h264, kName, ""},
+                                        "zum Test",
+                                        [this, fault, goodPictures](const media::VideoSettings& given) {
+                                            ++opened_;
+                                            return std::make_unique<StandInHardware>(given, fault, goodPictures);
+                                        }};
         };
         options.progress = [this](double progress) { progress_.push_back(progress); };
         return options;
@@ -72,14 +73,14 @@ class HardwareExport : public ExportFixture {
 
     void expectWholeExport(std::size_t frames) {
         expectCutTimeline(frames);
-        const Asset movie(folder_ / "studio-output.mp4");
-        ASSERT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
-        EXPECT_NEAR(movie.tracks(TrackKind::audio)[0].end.seconds(), static_cast<double>(frames) / 30, 0.05);
+        const media::Asset movie(folder_ / "studio-output.mp4");
+        ASSERT_EQ(movie.tracks(media::TrackKind::audio).size(), 1u);
+        EXPECT_NEAR(movie.tracks(media::TrackKind::audio)[0].end.seconds(), static_cast<double>(frames) / 30, 0.05);
         EXPECT_TRUE(std::is_sorted(progress_.begin(), progress_.end())) << "never falling";
         EXPECT_EQ(std::count(progress_.begin(), progress_.end(), 1.0), 1);
     }
 
-    VideoSettings asked_;
+    media::VideoSettings asked_;
     int opened_ = 0;
     std::vector<double> progress_;
 };
@@ -117,8 +118,8 @@ TEST_F(HardwareExport, HardwareThatLosesPicturesIsFollowedBySoftware) {
 TEST_F(HardwareExport, HardwareThatDoesNotOpenIsFollowedBySoftware) {
     makeRecording(1);
     RenderOptions options = withHardware(StandInHardware::Fault::none);
-    options.chooseEncoder = [](const VideoSettings&) {
-        return EncoderChoice{{VideoCodec::h264, "h264_nowhere", ""}, "zum Test"};
+    options.chooseEncoder = [](const media::VideoSettings&) {
+        return media::EncoderChoice{{media::VideoCodec::h264, "h264_nowhere", ""}, "zum Test"};
     };
     EXPECT_EQ(render(options).frames, 30);
     expectWholeExport(30);
@@ -127,7 +128,7 @@ TEST_F(HardwareExport, HardwareThatDoesNotOpenIsFollowedBySoftware) {
 TEST_F(HardwareExport, WhatElseFailsIsNotBlamedOnIt) {
     makeRecording(3);
     EXPECT_EQ(messageOf(withHardware(StandInHardware::Fault::none),
-                        [](const Picture& source, const std::optional<Picture>& webcam, double t) {
+                        [](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
                             if (t > 1) throw RecorderError("Ein Fehler.");
                             return sourceFilling(kSize)(source, webcam, t);
                         }),
@@ -143,7 +144,7 @@ TEST_F(HardwareExport, OneThatIsCancelledDoesNotBeginAgain) {
     options.stop = source.get_token();
     int frames = 0;
     EXPECT_EQ(messageOf(options,
-                        [&](const Picture& picture, const std::optional<Picture>& webcam, double t) {
+                        [&](const imaging::Picture& picture, const std::optional<imaging::Picture>& webcam, double t) {
                             if (++frames == 20) source.request_stop();
                             return sourceFilling(kSize)(picture, webcam, t);
                         }),
@@ -158,8 +159,8 @@ TEST_F(HardwareExport, SoftwareMakesAStreamOfProfileHigh) {
     // The parameters of the decoder: their version, then the profile.
     const std::size_t at = bytes.find("avcC");
     ASSERT_NE(at, std::string::npos);
-    EXPECT_EQ(static_cast<unsigned char>(bytes[at + 5]), kH264High);
+    EXPECT_EQ(static_cast<unsigned char>(bytes[at + 5]), media::kH264High);
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

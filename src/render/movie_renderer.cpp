@@ -24,7 +24,7 @@
 #include "render/pending_movie.h"
 #include "render/picture_stream.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 namespace {
 
@@ -47,7 +47,7 @@ std::optional<RecorderError> errorOf(const Work& work) noexcept {
 }
 
 // Whether it is one of the recording's own files, which nothing replaces.
-bool belongsTo(const Recording& recording, const std::filesystem::path& file) {
+bool belongsTo(const edit::Recording& recording, const std::filesystem::path& file) {
     std::error_code ignored;  // a folder that is not there is not the recording's
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
     if (std::filesystem::equivalent(folder, recording.folder / "cursors", ignored)) return true;
@@ -62,7 +62,7 @@ bool belongsTo(const Recording& recording, const std::filesystem::path& file) {
 // One export. Made, run and destroyed on the calling thread.
 class Export {
   public:
-    Export(const Composition& composition, const FrameMaker& makeFrame, const RenderOptions& options)
+    Export(const edit::Composition& composition, const FrameMaker& makeFrame, const RenderOptions& options)
         : recording_(composition.recording()),
           state_(composition.state()),
           canvas_{composition.canvasWidth(), composition.canvasHeight()},
@@ -101,10 +101,10 @@ class Export {
 
     // Pumps
     void pumpToTheEnd();
-    void startPump(WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)());
+    void startPump(media::WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)());
     void pumpVideo();
     Pass makePicture();
-    Pass paint(const Picture& picture, const MediaTime& time);
+    Pass paint(const imaging::Picture& picture, const MediaTime& time);
     Pass pictureDone(bool isTaken);
     void pumpAudio();
     bool copySound();
@@ -121,12 +121,12 @@ class Export {
         if (options_.stop.stop_requested()) throw RecorderError("Abgebrochen.");
     }
 
-    const Recording& recording_;
-    const std::shared_ptr<const EditState> state_;
-    const CanvasSize canvas_;
+    const edit::Recording& recording_;
+    const std::shared_ptr<const edit::EditState> state_;
+    const edit::CanvasSize canvas_;
     const FrameMaker& makeFrame_;
     const RenderOptions& options_;
-    const ExportFormat format_;
+    const model::ExportFormat format_;
     const std::int64_t fps_;
     std::vector<ShownSegment> shownSegments_;
     std::int64_t total_ = 0;
@@ -144,23 +144,23 @@ class Export {
     std::optional<PictureStream> screen_;
     std::optional<PictureStream> webcam_;
     bool webcamIsReadable_ = true;
-    Painter painter_{paintingThreads()};
-    std::optional<Picture> last_;  // the recipe appended last
-    std::int64_t frame_ = 0;       // appended so far: the index of the next
+    imaging::Painter painter_{imaging::paintingThreads()};
+    std::optional<imaging::Picture> last_;  // the recipe appended last
+    std::int64_t frame_ = 0;                // appended so far: the index of the next
     int memoryAttempts_ = 0;
 
     // The audio pump's while it runs.
-    std::unique_ptr<AssetReader> audioReader_;
-    AudioMixOutput* audioOutput_ = nullptr;
+    std::unique_ptr<media::AssetReader> audioReader_;
+    media::AudioMixOutput* audioOutput_ = nullptr;
     float gain_ = 1;
     std::optional<double> soundSeconds_;  // where the sound that was appended ends
 
     // The queues outlive the writer, and everything above outlives what runs on them.
     SerialQueue videoQueue_{"compose.video"};
     SerialQueue audioQueue_{"compose.audio0"};
-    std::unique_ptr<AssetWriter> writer_;
-    VideoWriterInput* video_ = nullptr;
-    AudioWriterInput* audio_ = nullptr;  // none: no sound
+    std::unique_ptr<media::AssetWriter> writer_;
+    media::VideoWriterInput* video_ = nullptr;
+    media::AudioWriterInput* audio_ = nullptr;  // none: no sound
 };
 
 CutComposition Export::openCut() {
@@ -196,7 +196,8 @@ void Export::openStreams(const CutComposition& cut) {
 }
 
 std::filesystem::path Export::target() const {
-    if (options_.file.empty()) return recording_.folder / ("studio-output." + std::string(fileExtension(format_)));
+    if (options_.file.empty())
+        return recording_.folder / ("studio-output." + std::string(model::fileExtension(format_)));
     if (belongsTo(recording_, options_.file)) {
         throw RecorderError(options_.file.filename().string() +
                             " gehört zur Aufnahme und wird nicht durch das Video ersetzt.");
@@ -206,10 +207,11 @@ std::filesystem::path Export::target() const {
 
 void Export::prepareWriter() {
     file_.emplace(target());
-    const bool isMp4 = format_ == ExportFormat::mp4;
-    writer_ = std::make_unique<AssetWriter>(file_->path(), isMp4 ? MovieContainer::mp4 : MovieContainer::quickTime,
-                                            file_->target().filename().string());
-    VideoSettings settings;
+    const bool isMp4 = format_ == model::ExportFormat::mp4;
+    writer_ = std::make_unique<media::AssetWriter>(
+        file_->path(), isMp4 ? media::MovieContainer::mp4 : media::MovieContainer::quickTime,
+        file_->target().filename().string());
+    media::VideoSettings settings;
     settings.width = canvas_.width;
     settings.height = canvas_.height;
     settings.averageBitRate = exportBitRate(canvas_, fps_);
@@ -217,7 +219,7 @@ void Export::prepareWriter() {
     settings.frameRate = static_cast<int>(fps_);
     settings.timescale = kExportTimescale;
     settings.highProfile = true;
-    const EncoderChoice choice = options_.chooseEncoder(settings);
+    const media::EncoderChoice choice = options_.chooseEncoder(settings);
     std::string reason = choice.reason;
     if (reason.ends_with('.')) reason.pop_back();
     Log::write("Studio", "Encoder: " + choice.candidate.encoder + " (" + reason + ")");
@@ -230,7 +232,7 @@ void Export::prepareSound(const CutComposition& cut) {
     if (cut.audioTrackIds.empty()) return;
     SplitMix mix = splitMix(makeAudioMix(recording_.info, state_->settings, cut.audioTrackIds));
     gain_ = mix.gain;
-    audioReader_ = std::make_unique<AssetReader>(cut.movie);
+    audioReader_ = std::make_unique<media::AssetReader>(cut.movie);
     audioOutput_ = &audioReader_->addAudioMixOutput(std::move(mix.inputs));
     // Started here and not when the writer runs, so that sound that cannot be read leaves no empty track behind.
     if (!audioReader_->startReading()) {
@@ -258,7 +260,8 @@ void Export::pumpToTheEnd() {
 }
 
 // The other pump may run already: one that cannot be started ends like one that failed.
-void Export::startPump(WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)()) {
+void Export::startPump(media::WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended,
+                       void (Export::*pump)()) {
     const auto error = errorOf([&] { input.requestMediaDataWhenReady(queue, [this, pump] { (this->*pump)(); }); });
     if (!error) return;
     record(*error);
@@ -286,11 +289,11 @@ Export::Pass Export::makePicture() {
     }
     if (webcam_ && webcamIsReadable_) webcamIsReadable_ = webcam_->advance(t);
     // Before its time the first picture is shown: one that comes late, or the first that damage has left.
-    const Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
+    const imaging::Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
     if (source == nullptr) throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
-    std::optional<Picture> webcam;
+    std::optional<imaging::Picture> webcam;
     if (webcam_ && webcam_->current() != nullptr) webcam = *webcam_->current();
-    Picture picture = makeFrame_(*source, webcam, shownSourceTime(shownSegments_, t));
+    imaging::Picture picture = makeFrame_(*source, webcam, shownSourceTime(shownSegments_, t));
     const MediaTime time = MediaTime::fromSeconds(t, kExportTimescale);
     if (last_ && picture == *last_) return pictureDone(video_->appendRepeat(time));
     const Pass pass = paint(picture, time);
@@ -298,8 +301,8 @@ Export::Pass Export::makePicture() {
     return pass;
 }
 
-Export::Pass Export::paint(const Picture& picture, const MediaTime& time) {
-    std::shared_ptr<PlanarBuffer> buffer = video_->pool().makePlanar();
+Export::Pass Export::paint(const imaging::Picture& picture, const MediaTime& time) {
+    std::shared_ptr<imaging::PlanarBuffer> buffer = video_->pool().makePlanar();
     if (!buffer) {
         if (++memoryAttempts_ == kMemoryAttempts) throw RecorderError("Kein Speicher für die Ausgabebilder.");
         std::this_thread::sleep_for(kMemoryPause);
@@ -330,7 +333,7 @@ void Export::pumpAudio() {
 
 bool Export::copySound() {
     if (isStopping()) return false;
-    std::optional<PcmSample> sample = audioOutput_->copyNextSample();
+    std::optional<media::PcmSample> sample = audioOutput_->copyNextSample();
     if (!sample) {
         if (const auto error = audioReader_->error()) {
             if (isOutOfMemory(*error)) throw RecorderError(*error);
@@ -390,14 +393,13 @@ void Export::report(double progress) const {
     options_.postToMain([report = options_.progress, progress] { report(progress); });
 }
 
-FrameMaker framesOf(const Composition& composition) {
-    return [&composition](const Picture& source, const std::optional<Picture>& webcam, double sourceTime) {
-        return composition.compose(source, webcam, sourceTime);
-    };
+FrameMaker framesOf(const edit::Composition& composition) {
+    return [&composition](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
+                          double sourceTime) { return composition.compose(source, webcam, sourceTime); };
 }
 
 // With the hardware's encoder where there is one, and in software when that fails on the way.
-RenderResult renderWithWhatWorks(const Composition& composition, const FrameMaker& makeFrame,
+RenderResult renderWithWhatWorks(const edit::Composition& composition, const FrameMaker& makeFrame,
                                  const RenderOptions& options) {
     RenderOptions attempt = options;
     if (options.progress) {
@@ -420,15 +422,15 @@ RenderResult renderWithWhatWorks(const Composition& composition, const FrameMake
                        *hardware + " fiel aus, der Export beginnt in Software von vorn - Grund: " + error.message());
         }
     }
-    attempt.chooseEncoder = [&hardware](const VideoSettings&) {
-        return softwareExportEncoder(*hardware + " fiel aus");
+    attempt.chooseEncoder = [&hardware](const media::VideoSettings&) {
+        return media::softwareExportEncoder(*hardware + " fiel aus");
     };
     return Export(composition, makeFrame, attempt).run();
 }
 
 }  // namespace
 
-RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
+RenderResult renderMovieSync(const edit::Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options) {
     try {
         return renderWithWhatWorks(composition, makeFrame, options);
@@ -437,11 +439,11 @@ RenderResult renderMovieSync(const Composition& composition, const FrameMaker& m
     }
 }
 
-RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options) {
+RenderResult renderMovieSync(const edit::Composition& composition, const RenderOptions& options) {
     return renderMovieSync(composition, framesOf(composition), options);
 }
 
-std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
+std::jthread renderMovie(const edit::Composition& composition, FrameMaker makeFrame, RenderOptions options,
                          std::function<void(const RenderOutcome&)> completion) {
     auto postToMain = options.postToMain;
     const auto work = [&composition, makeFrame = std::move(makeFrame),
@@ -453,9 +455,9 @@ std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, R
     return runInBackground<RenderOutcome>(kNotWritten, work, std::move(completion), std::move(postToMain));
 }
 
-std::jthread renderMovie(const Composition& composition, RenderOptions options,
+std::jthread renderMovie(const edit::Composition& composition, RenderOptions options,
                          std::function<void(const RenderOutcome&)> completion) {
     return renderMovie(composition, framesOf(composition), std::move(options), std::move(completion));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -23,12 +23,12 @@
 // "compose.audio0". The painter and the decoder have threads of their own. At most one source picture and one that is
 // read ahead are held, so memory does not grow with the recording.
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// Makes the recipe of a frame, in canvas pixels, from the screen picture and the webcam's (none before its first) at a
 /// source time in seconds. Called on one thread that is not the caller's. May throw `RecorderError`.
-using FrameMaker =
-    std::function<Picture(const Picture& source, const std::optional<Picture>& webcam, double sourceTime)>;
+using FrameMaker = std::function<imaging::Picture(const imaging::Picture& source,
+                                                  const std::optional<imaging::Picture>& webcam, double sourceTime)>;
 
 struct RenderResult {
     std::filesystem::path url;
@@ -46,14 +46,13 @@ struct RenderOptions {
     /// Asked to stop, the export ends within a few pictures.
     std::stop_token stop;
     /// The container, instead of the settings'.
-    std::optional<ExportFormat> format;
+    std::optional<model::ExportFormat> format;
     /// Where the film goes, whatever its name says of the container; empty: into the recording's folder.
     std::filesystem::path file;
     /// Finds the encoder for pictures with these settings. Hardware that fails on the way is followed by software, from
     /// the beginning.
-    std::function<EncoderChoice(const VideoSettings&)> chooseEncoder = [](const VideoSettings& settings) {
-        return chooseExportEncoder(settings);
-    };
+    std::function<media::EncoderChoice(const media::VideoSettings&)> chooseEncoder =
+        [](const media::VideoSettings& settings) { return media::chooseExportEncoder(settings); };
 };
 
 /// Exports the composition as it stands, at the size of its canvas, to "studio-output.mp4" or ".mov" in the recording's
@@ -62,22 +61,22 @@ struct RenderOptions {
 /// was there is there as before, and nothing else is left. A shortage of memory is such an error. Where damage in the
 /// source leaves nothing to show at first, the film begins with the first picture that can be read. The composition's
 /// settings should not change meanwhile.
-RenderResult renderMovieSync(const Composition& composition, const FrameMaker& makeFrame,
+RenderResult renderMovieSync(const edit::Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options = {});
 
 /// The same with the composition's own frames.
-RenderResult renderMovieSync(const Composition& composition, const RenderOptions& options = {});
+RenderResult renderMovieSync(const edit::Composition& composition, const RenderOptions& options = {});
 
 using RenderOutcome = std::variant<RenderResult, RecorderError>;
 
 /// The same on a thread of its own, `completion` last. The thread's stop token replaces the options': to cancel, ask
 /// the returned thread to stop, or let it go, which waits for its end. The composition outlives it. Throws
 /// `RecorderError`, with no completion to come, when no thread can be started.
-[[nodiscard]] std::jthread renderMovie(const Composition& composition, FrameMaker makeFrame, RenderOptions options,
-                                       std::function<void(const RenderOutcome&)> completion);
+[[nodiscard]] std::jthread renderMovie(const edit::Composition& composition, FrameMaker makeFrame,
+                                       RenderOptions options, std::function<void(const RenderOutcome&)> completion);
 
 /// The same with the composition's own frames.
-[[nodiscard]] std::jthread renderMovie(const Composition& composition, RenderOptions options,
+[[nodiscard]] std::jthread renderMovie(const edit::Composition& composition, RenderOptions options,
                                        std::function<void(const RenderOutcome&)> completion);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -14,7 +14,7 @@
 
 // Whole exports of small recordings: which pictures they show.
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 namespace fs = std::filesystem;
@@ -57,9 +57,9 @@ TEST_F(ExportedPictures, OtherRatesAndReorderedPicturesAsWell) {
 
 TEST_F(ExportedPictures, OddCanvasesStayOdd) {
     makeRecording(1);
-    constexpr CanvasSize kOdd{179, 101};
+    constexpr edit::CanvasSize kOdd{179, 101};
     EXPECT_EQ(renderMovieSync(*open(kOdd), sourceFilling(kOdd)).frames, 30);
-    const AssetTrack video = Asset(folder_ / "studio-output.mp4").tracks().at(0);
+    const media::AssetTrack video = media::Asset(folder_ / "studio-output.mp4").tracks().at(0);
     EXPECT_EQ(video.width, kOdd.width);
     EXPECT_EQ(video.height, kOdd.height);
 }
@@ -68,7 +68,7 @@ TEST_F(ExportedPictures, TheFrameMakerGetsSourceTimes) {
     settings_.cuts = {{0.5, 1.5}};
     makeRecording(2);
     std::vector<double> times;
-    render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+    render({}, [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
         EXPECT_FALSE(webcam);
         times.push_back(t);
         return sourceFilling(kSize)(source, webcam, t);
@@ -84,10 +84,11 @@ TEST_F(ExportedPictures, AfterManyCutsTheFrameMakerStillGetsTheTimeOfItsPicture)
     for (int i = 0; i < 100; ++i) settings_.cuts.push_back({(24 * i + 12.6) / 600, (24 * i + 24.4) / 600});
     makeRecording(5);
     std::vector<double> times;
-    const RenderResult result = render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
-        times.push_back(t);
-        return sourceFilling(kSize)(source, webcam, t);
-    });
+    const RenderResult result =
+        render({}, [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
+            times.push_back(t);
+            return sourceFilling(kSize)(source, webcam, t);
+        });
     const std::vector<int> numbers = exportedNumbers();
     ASSERT_EQ(times.size(), numbers.size());
     ASSERT_EQ(static_cast<std::int64_t>(times.size()), result.frames);
@@ -98,30 +99,30 @@ TEST_F(ExportedPictures, AfterManyCutsTheFrameMakerStillGetsTheTimeOfItsPicture)
 }
 
 TEST_F(ExportedPictures, TheMovieHasTheFormOfAnExport) {
-    settings_.exportFormat = ExportFormat::mov;
+    settings_.exportFormat = model::ExportFormat::mov;
     options_.sounds = {{}};
     info_.systemAudio = true;
     makeRecording(1);
     EXPECT_EQ(render().url, folder_ / "studio-output.mov");
-    const Asset movie(folder_ / "studio-output.mov");
+    const media::Asset movie(folder_ / "studio-output.mov");
     ASSERT_EQ(movie.tracks().size(), 2u);
-    const AssetTrack video = movie.tracks(TrackKind::video).at(0);
+    const media::AssetTrack video = movie.tracks(media::TrackKind::video).at(0);
     EXPECT_EQ(video.codec, "h264");
     EXPECT_EQ(video.width, kSize.width);
     EXPECT_EQ(video.height, kSize.height);
     EXPECT_TRUE(video.colourTagged);
     EXPECT_EQ(video.sampleCount, 30);
     EXPECT_NEAR(video.end.seconds(), 1, 1e-9);
-    const AssetTrack audio = movie.tracks(TrackKind::audio).at(0);
+    const media::AssetTrack audio = movie.tracks(media::TrackKind::audio).at(0);
     EXPECT_EQ(audio.codec, "aac");
     EXPECT_EQ(audio.sampleRate, 48000);
     EXPECT_EQ(audio.channels, 2);
     // The container may be another than the settings', and only the file of that name is replaced.
     RenderOptions options;
-    options.format = ExportFormat::mp4;
+    options.format = model::ExportFormat::mp4;
     EXPECT_EQ(render(options).url, folder_ / "studio-output.mp4");
     EXPECT_TRUE(fs::exists(folder_ / "studio-output.mov"));
-    EXPECT_EQ(ProjectSettings::load(folder_.path()).exportFormat, ExportFormat::mov);
+    EXPECT_EQ(model::ProjectSettings::load(folder_.path()).exportFormat, model::ExportFormat::mov);
 }
 
 TEST_F(ExportedPictures, LessThanAFrameIsOneFrame) {
@@ -157,7 +158,8 @@ TEST_F(ExportedPictures, TheWebcamAppearsWithItsFirstPictureAndIsHeldAfterItsLas
     settings_.cuts = {{0.5, 1}};
     bool before = false;
     // The webcam instead of the screen.
-    const FrameMaker webcamOnly = [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
+    const FrameMaker webcamOnly = [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
+                                      double t) {
         EXPECT_TRUE(webcam || t < 1.5) << t;
         EXPECT_TRUE(webcam || !before) << t;
         before = webcam.has_value();
@@ -173,11 +175,12 @@ TEST_F(ExportedPictures, TheWebcamAppearsWithItsFirstPictureAndIsHeldAfterItsLas
 
 TEST_F(ExportedPictures, EqualRecipesAreRepeatedAndStillCounted) {
     makeRecording(2);
-    std::optional<Picture> first;
-    const RenderResult result = render({}, [&](const Picture& source, const std::optional<Picture>& webcam, double t) {
-        if (!first || t >= 1) first = sourceFilling(kSize)(source, webcam, t);
-        return *first;
-    });
+    std::optional<imaging::Picture> first;
+    const RenderResult result =
+        render({}, [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam, double t) {
+            if (!first || t >= 1) first = sourceFilling(kSize)(source, webcam, t);
+            return *first;
+        });
     EXPECT_EQ(result.frames, 60);
     const std::vector<int> numbers = exportedNumbers();
     ASSERT_EQ(numbers.size(), 60u);
@@ -220,7 +223,7 @@ TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
     settings_.padding = 0.125;
     settings_.cornerRadius = 0;
     makeRecording(1);
-    constexpr CanvasSize kCanvas{256, 192};
+    constexpr edit::CanvasSize kCanvas{256, 192};
     const auto composition = open(kCanvas);
     std::promise<RenderOutcome> done;
     const std::jthread thread =
@@ -228,7 +231,7 @@ TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
     ASSERT_TRUE(std::holds_alternative<RenderResult>(done.get_future().get()));
     const auto pictures = decodeTestMovie(folder_ / "studio-output.mp4");
     ASSERT_EQ(pictures.size(), 30u);
-    const auto luma = [&](const YuvPicture& picture, int x, int y) {
+    const auto luma = [&](const imaging::YuvPicture& picture, int x, int y) {
         return int{picture.luma.samples[y * picture.luma.stride + x]};
     };
     // The screen is one and a half times its size, 24 rows from the top and 32 columns from the left; the block of the
@@ -236,7 +239,7 @@ TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
     const Rect screen = composition->state()->layout.screenRect;
     ASSERT_EQ(screen, (Rect{32, 24, 192, 144}));
     for (std::size_t i = 0; i < pictures.size(); ++i) {
-        const YuvPicture& picture = pictures[i].picture;
+        const imaging::YuvPicture& picture = pictures[i].picture;
         if (i % 2 == 1) {
             EXPECT_GT(luma(picture, 41, 33), 215) << i;
         } else {
@@ -248,4 +251,4 @@ TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -21,7 +21,7 @@
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 namespace {
 
@@ -145,4 +145,4 @@ void PendingMovie::putInPlace() {
     if (folder.isOpen()) ::fsync(folder.get());
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -4,7 +4,7 @@
 
 #include "base/unique_descriptor.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// A film that is made beside its place and put there once it is whole. Whatever ends the making before that – an
 /// error, a cancellation, the end of the program or of the machine – the earlier film stays as it is. A symbolic link
@@ -39,4 +39,4 @@ class PendingMovie {
     bool isInPlace_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

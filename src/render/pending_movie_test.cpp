@@ -13,7 +13,7 @@
 #include "base/recorder_error.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 namespace {
 
 namespace fs = std::filesystem;
@@ -181,4 +181,4 @@ TEST_F(PendingMovieTest, AnObstacleThatComesLaterLeavesNothingBehind) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -8,7 +8,7 @@
 #include "base/log.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 namespace {
 
@@ -19,7 +19,7 @@ void throwIfOutOfMemory(const RecorderError& error) {
 
 }  // namespace
 
-PictureStream::PictureStream(MutableComposition movie, int trackId, Options options)
+PictureStream::PictureStream(media::MutableComposition movie, int trackId, Options options)
     : movie_(std::move(movie)), trackId_(trackId), options_(std::move(options)), slots_(options_.lastSeconds) {}
 
 void PictureStream::open() {
@@ -28,8 +28,8 @@ void PictureStream::open() {
 }
 
 void PictureStream::openAt(const MediaTime& start) {
-    auto reader = std::make_unique<AssetReader>(movie_);
-    VideoTrackOutput& output = reader->addVideoOutput(trackId_, PictureFormat::planar);
+    auto reader = std::make_unique<media::AssetReader>(movie_);
+    media::VideoTrackOutput& output = reader->addVideoOutput(trackId_, media::PictureFormat::planar);
     if (start > MediaTime{}) {
         // A second more than there is, so that rounding never takes the last picture away.
         const MediaTime end = MediaTime::fromSeconds(options_.duration + 1, kExportTimescale);
@@ -43,16 +43,16 @@ void PictureStream::openAt(const MediaTime& start) {
 }
 
 std::optional<PictureStream::Sample> PictureStream::readNext() {
-    const std::optional<VideoSample> sample = output_->copyNextSample();
+    const std::optional<media::VideoSample> sample = output_->copyNextSample();
     if (!sample) return std::nullopt;
-    return Sample{sample->presentationTime.seconds(), Picture(sample->planar())};
+    return Sample{sample->presentationTime.seconds(), imaging::Picture(sample->planar())};
 }
 
 bool PictureStream::advance(double t) {
     do {
         slots_.advance(t, [this] { return readNext(); });
         if (slots_.pending() != nullptr) return true;
-        const bool failed = reader_->status() == AssetReader::Status::failed;
+        const bool failed = reader_->status() == media::AssetReader::Status::failed;
         if (const auto error = reader_->error()) throwIfOutOfMemory(*error);
         if (!RestartPolicy::isCalledFor(failed, t, options_.duration)) return true;
         const std::optional<RestartPolicy::Attempt> attempt = restarts_.next(slots_.lastSeconds());
@@ -76,4 +76,4 @@ void PictureStream::restart(const RestartPolicy::Attempt& attempt) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -9,7 +9,7 @@
 #include "render/export_plan.h"
 #include "render/read_ahead.h"
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// The pictures of one track of an edited movie, asked for by ascending times. Damage does not end it: the reader is
 /// made again a little further on, and until pictures come again the last one is held. Where there is none to hold yet,
@@ -22,7 +22,7 @@ class PictureStream {
         double lastSeconds = 0;  // what counts as the time of the last picture before there is one
     };
 
-    PictureStream(MutableComposition movie, int trackId, Options options);
+    PictureStream(media::MutableComposition movie, int trackId, Options options);
 
     /// Opens the reader and reads the first picture. Throws `RecorderError`.
     void open();
@@ -33,30 +33,32 @@ class PictureStream {
 
     /// The picture at that time: the same value, hence equal in recipes, as long as it is the same. Null before the
     /// first one's time.
-    const Picture* current() const { return pictureOf(slots_.current()); }
+    const imaging::Picture* current() const { return pictureOf(slots_.current()); }
     /// The picture that will be next; null at the end.
-    const Picture* pending() const { return pictureOf(slots_.pending()); }
+    const imaging::Picture* pending() const { return pictureOf(slots_.pending()); }
     /// The time of the last picture that was shown.
     double lastSeconds() const { return slots_.lastSeconds(); }
 
   private:
     struct Sample {
         double seconds;
-        Picture picture;
+        imaging::Picture picture;
     };
 
-    static const Picture* pictureOf(const Sample* sample) { return sample == nullptr ? nullptr : &sample->picture; }
+    static const imaging::Picture* pictureOf(const Sample* sample) {
+        return sample == nullptr ? nullptr : &sample->picture;
+    }
     void openAt(const MediaTime& start);
     std::optional<Sample> readNext();
     void restart(const RestartPolicy::Attempt& attempt);
 
-    const MutableComposition movie_;
+    const media::MutableComposition movie_;
     const int trackId_;
     const Options options_;
-    std::unique_ptr<AssetReader> reader_;
-    VideoTrackOutput* output_ = nullptr;  // of reader_
+    std::unique_ptr<media::AssetReader> reader_;
+    media::VideoTrackOutput* output_ = nullptr;  // of reader_
     ReadAhead<Sample> slots_;
     RestartPolicy restarts_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::render {
 
 /// Times closer than this, in seconds, are the same: those of pictures are rounded to their tracks' clocks.
 inline constexpr double kSameTime = 0.0001;
@@ -42,4 +42,4 @@ class ReadAhead {
     double lastSeconds_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::render

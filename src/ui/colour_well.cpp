@@ -5,7 +5,7 @@
 
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 namespace {
 
@@ -63,4 +63,4 @@ void ColourWell::openDialog() {
     dialog_->show();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

@@ -5,7 +5,7 @@
 #include <QPointer>
 #include <functional>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// A button that shows a colour and lets the user choose another, which takes effect while it is being chosen. Keeps
 /// the components that it is given exactly until then.
@@ -42,4 +42,4 @@ class ColourWell final : public QAbstractButton {
     QPointer<QColorDialog> dialog_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

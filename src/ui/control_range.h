@@ -1,10 +1,10 @@
 #pragma once
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// Where a slider begins and ends.
 struct ControlRange {
     double least, most;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

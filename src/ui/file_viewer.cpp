@@ -8,7 +8,7 @@
 #include <QStringList>
 #include <QUrl>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 namespace {
 
@@ -34,4 +34,4 @@ void revealInFileViewer(const std::filesystem::path& file) {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

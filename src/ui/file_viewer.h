@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// Shows a file in the desktop's file viewer, selected in its folder; where the viewer cannot select, or does not
 /// answer, its folder is opened. Returns at once. Main thread.
 void revealInFileViewer(const std::filesystem::path& file);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

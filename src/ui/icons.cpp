@@ -10,7 +10,7 @@
 
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 namespace {
 
@@ -56,4 +56,4 @@ QIcon icon(const QString& name) {
     return icon(name, look::kText);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

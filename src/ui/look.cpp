@@ -14,7 +14,7 @@ static void initResources() {
     Q_INIT_RESOURCE(ui);
 }
 
-namespace lumivastor::look {
+namespace lumivastor::ui::look {
 
 namespace {
 
@@ -123,4 +123,4 @@ void spaceCapitals(QWidget& label) {
     label.setFont(font);
 }
 
-}  // namespace lumivastor::look
+}  // namespace lumivastor::ui::look

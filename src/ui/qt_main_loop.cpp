@@ -10,7 +10,7 @@
 
 #include "base/saturated.h"
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 namespace {
 
@@ -62,4 +62,4 @@ std::unique_ptr<MainLoop::Timer> QtMainLoop::every(double seconds, std::function
     return std::make_unique<QtTimer>(seconds, std::move(work));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

@@ -6,7 +6,7 @@
 
 #include "base/main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// The main loop with Qt's event loop behind it. Made and destroyed on the thread of the QApplication; whoever hands
 /// work over from other threads has stopped doing so by then.
@@ -27,4 +27,4 @@ class QtMainLoop final : public MainLoop {
     QObject receiver_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 namespace {
 
 constexpr int kPatience = 60'000;
@@ -68,4 +68,4 @@ TEST(QtMainLoop, TimersRepeatUntilTheyAreDestroyedEvenByTheirOwnWork) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

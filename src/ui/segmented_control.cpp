@@ -4,7 +4,7 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 SegmentedControl::SegmentedControl(std::span<const std::string_view> titles, const QString& accessibleName,
                                    QWidget* parent)
@@ -47,4 +47,4 @@ void SegmentedControl::setIndex(int index) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

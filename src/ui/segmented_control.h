@@ -9,7 +9,7 @@
 class QAbstractButton;
 class QButtonGroup;
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// A row of segments of which one is selected. Up and down move the selection with the keyboard.
 class SegmentedControl final : public QFrame {
@@ -32,4 +32,4 @@ class SegmentedControl final : public QFrame {
     std::vector<QAbstractButton*> segments_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText);
@@ -88,4 +88,4 @@ void DigitLabel::paintEvent(QPaintEvent*) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

@@ -4,7 +4,7 @@
 
 // Labels for text that changes while the window stays as it is.
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// One line that ends in dots where it does not fit; the tool tip then has all of it.
 class ElidedLabel final : public QLabel {
@@ -45,4 +45,4 @@ class DigitLabel final : public QLabel {
     QString reserved_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

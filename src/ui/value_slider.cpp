@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 namespace {
 
@@ -104,4 +104,4 @@ void ValueSlider::tell() {
     if (moved) moved();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

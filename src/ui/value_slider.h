@@ -7,7 +7,7 @@
 
 #include "ui/control_range.h"
 
-namespace lumivastor {
+namespace lumivastor::ui {
 
 /// A horizontal slider for a number with fractions. It keeps a value that it is given exactly, also one that lies
 /// between its steps or beyond its ends, until it is moved: what a document holds does not change because a control
@@ -49,4 +49,4 @@ class ValueSlider final : public QSlider {
     std::optional<double> usual_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::ui

@@ -95,9 +95,9 @@ class EditorOnX11 : public HasDesktop, public EditorFixture {
         pointer_.release(1);
         QApplication::processEvents();
     }
-    static QPointF handleAt(const ValueSlider& slider, double part) {
-        const double way = slider.width() - 2 * ValueSlider::kHandleInset;
-        return {ValueSlider::kHandleInset + way * part, slider.height() / 2.0};
+    static QPointF handleAt(const ui::ValueSlider& slider, double part) {
+        const double way = slider.width() - 2 * ui::ValueSlider::kHandleInset;
+        return {ui::ValueSlider::kHandleInset + way * part, slider.height() / 2.0};
     }
 
     void key(std::uint32_t symbol, std::initializer_list<std::uint32_t> with = {}) {
@@ -142,11 +142,11 @@ TEST_F(EditorOnX11, ASessionWithPointerAndKeys) {
     ASSERT_TRUE(EditorFixture::waitFor([this] { return std::abs(transport().playhead() - kSeconds / 2) < 0.05; }));
     clickOn("trimStartButton");
     ASSERT_TRUE(EditorFixture::waitFor([this] { return session().settings().trimStart > 0; }));
-    EXPECT_EQ(session().settings().trimStart, snappedToFrame(transport().playhead(), session().info().fps));
+    EXPECT_EQ(session().settings().trimStart, editor::snappedToFrame(transport().playhead(), session().info().fps));
 
     auto* padding = controls().paddingSlider;
     const double usual = session().settings().padding;
-    dragOn(*padding, handleAt(*padding, usual / kPaddingRange.most), handleAt(*padding, 0.9));
+    dragOn(*padding, handleAt(*padding, usual / editor::kPaddingRange.most), handleAt(*padding, 0.9));
     ASSERT_TRUE(EditorFixture::waitFor([&] { return session().settings().padding > 0.12; }));
 
     const double before = transport().playhead();
@@ -170,7 +170,7 @@ TEST_F(EditorOnX11, ASessionWithPointerAndKeys) {
            {area.x + area.width * 0.6, area.y + area.height * 0.6});
     ASSERT_TRUE(EditorFixture::waitFor([this] { return session().settings().masks.size() == 1; }));
     EXPECT_FALSE(controls().maskDrawView->isDrawing());
-    const ProjectSettings expected = session().settings();
+    const model::ProjectSettings expected = session().settings();
     window().close();
     EXPECT_EQ(saved(), expected);
 }
@@ -222,7 +222,7 @@ TEST_F(EditorOnX11, AnEditSurvivesTheProgramBeingKilled) {
     }
     program.signal(SIGKILL);
     EXPECT_EQ(program.wait(), -SIGKILL);
-    EXPECT_NEAR(saved().padding, 0.9 * kPaddingRange.most, 0.01);
+    EXPECT_NEAR(saved().padding, 0.9 * editor::kPaddingRange.most, 0.01);
 }
 
 }  // namespace

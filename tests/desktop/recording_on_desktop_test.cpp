@@ -87,21 +87,21 @@ class RecordingOnDesktop : public testing::Test {
         return status;
     }
 
-    CaptureInfo info() const { return CaptureInfo::load(folder_); }
+    model::CaptureInfo info() const { return model::CaptureInfo::load(folder_); }
 
     // What the movie shows at a place, in times of the host clock.
     std::vector<SeenPicture> picturesAt(int x, int y) const {
-        const auto asset = std::make_shared<const Asset>(folder_ / "source.mov");
-        AssetReader reader(asset);
-        VideoTrackOutput& output =
-            reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::bgraPremultiplied);
+        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
+        media::AssetReader reader(asset);
+        media::VideoTrackOutput& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id,
+                                                                media::PictureFormat::bgraPremultiplied);
         EXPECT_TRUE(reader.startReading());
         std::vector<SeenPicture> seen;
         const double t0 = info().t0HostClock;
         while (const auto sample = output.copyNextSample()) {
             seen.push_back({t0 + sample->presentationTime.seconds(), sample->bgra().pixel(x, y)[1]});
         }
-        EXPECT_EQ(reader.status(), AssetReader::Status::completed)
+        EXPECT_EQ(reader.status(), media::AssetReader::Status::completed)
             << reader.error().value_or(RecorderError("")).message() << " at "
             << reader.failureTime().value_or(MediaTime{}).seconds();
         return seen;
@@ -109,22 +109,22 @@ class RecordingOnDesktop : public testing::Test {
 
     // Pictures that can be decoded, all from front to back.
     std::int64_t decodedPictures() const {
-        const auto asset = std::make_shared<const Asset>(folder_ / "source.mov");
-        AssetReader reader(asset);
-        VideoTrackOutput& output =
-            reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::planar);
+        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
+        media::AssetReader reader(asset);
+        media::VideoTrackOutput& output =
+            reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id, media::PictureFormat::planar);
         EXPECT_TRUE(reader.startReading());
         std::int64_t count = 0;
         while (output.copyNextSample()) ++count;
-        EXPECT_EQ(reader.status(), AssetReader::Status::completed);
+        EXPECT_EQ(reader.status(), media::AssetReader::Status::completed);
         return count;
     }
 
     // The beeps in a sound track, in times of the host clock.
     std::vector<double> beepsIn(std::size_t track) const {
-        const auto asset = std::make_shared<const Asset>(folder_ / "source.mov");
-        AssetReader reader(asset);
-        AudioMixOutput& output = reader.addAudioOutput(asset->tracks(TrackKind::audio).at(track).id);
+        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
+        media::AssetReader reader(asset);
+        media::AudioMixOutput& output = reader.addAudioOutput(asset->tracks(media::TrackKind::audio).at(track).id);
         EXPECT_TRUE(reader.startReading());
         HeardSound heard;
         const auto handler = heard.handler();
@@ -149,10 +149,11 @@ class RecordingOnDesktop : public testing::Test {
     }
 
     void expectCompleteFolder() const {
-        EXPECT_FALSE(Asset(folder_ / "source.mov").isFragmented());
+        EXPECT_FALSE(media::Asset(folder_ / "source.mov").isFragmented());
         EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
-        EXPECT_EQ(info().framesWritten, Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount);
-        EXPECT_EQ(static_cast<std::int64_t>(PointerTrack::load(folder_).events.size()), info().pointerEvents);
+        EXPECT_EQ(info().framesWritten,
+                  media::Asset(folder_ / "source.mov").tracks(media::TrackKind::video).at(0).sampleCount);
+        EXPECT_EQ(static_cast<std::int64_t>(model::PointerTrack::load(folder_).events.size()), info().pointerEvents);
     }
 
     TemporaryFolder temporary_;
@@ -218,10 +219,10 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
         ASSERT_NE(seen, pictures.end());
         late.push_back(seen->hostSeconds - flash);
     }
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     std::vector<double> presses;
-    for (const PointerSample& each : track.events) {
-        if (each.kind == PointerKind::down) presses.push_back(each.t + info().t0HostClock);
+    for (const model::PointerSample& each : track.events) {
+        if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
     }
     ASSERT_EQ(presses.size(), clicks.size());
     std::vector<double> pointerLate;
@@ -256,7 +257,7 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     const RigWindow cover(desktop_.displayName(), {.x = 0, .y = 0, .width = 800, .height = 600, .color = 0xffffff});
     // Until the window's new place was noted.
     EXPECT_TRUE(waitFor([this] {
-        const auto track = loadJournal(folder_).windowTrack;
+        const auto track = capture::loadJournal(folder_).windowTrack;
         return !track.empty() && track.back().rect.x == 100;
     }));
     pointer.moveTo(120, 90);
@@ -270,7 +271,7 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     EXPECT_EQ(info().pixelHeight, 300);
     EXPECT_EQ(info().displayX, 300);
     for (const SeenPicture& each : picturesAt(200, 150)) EXPECT_LT(each.brightness, 20) << "green shows no red";
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_TRUE(track.windowFrames.has_value());
     EXPECT_EQ(track.windowFrames->front().x, 300);
     EXPECT_EQ(track.windowFrames->back().x, 100);
@@ -337,7 +338,7 @@ TEST_F(RecordingOnDesktop, ASoundServerThatGoesAwayIsSaidAndTheRestGoesOn) {
     std::printf("%s", run->err().c_str());
     expectCompleteFolder();
     EXPECT_GE(info().duration, 2.5);
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::audio).size(), 2u);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::audio).size(), 2u);
 }
 
 TEST_F(RecordingOnDesktop, WithoutASoundServerRecordingSoundFailsAndLeavesNothing) {
@@ -375,9 +376,10 @@ TEST_F(RecordingOnDesktop, AKilledRecordingIsCompletedAfterwards) {
         ASSERT_EQ(recover(&err), 0) << err;
         const double took = hostClockSeconds() - before;
         expectCompleteFolder();
-        const CaptureInfo capture = info();
+        const model::CaptureInfo capture = info();
         const double missing = killed - (capture.t0HostClock + capture.duration);
-        const double pointerMissing = lastMove - (capture.t0HostClock + PointerTrack::load(folder_).events.back().t);
+        const double pointerMissing =
+            lastMove - (capture.t0HostClock + model::PointerTrack::load(folder_).events.back().t);
         std::printf("%10.2f s %11.2f s %7.2f s %15.2f s %12.2f s\n", killed - capture.t0HostClock, capture.duration,
                     missing, pointerMissing, took);
         // Two seconds of a fragment, and what a busy machine had not encoded yet.
@@ -466,13 +468,13 @@ TEST_F(RecordingOnDesktop, ADeviceAndACameraAreRecorded) {
     EXPECT_EQ(info().webcamFile, "webcam.mov");
     // A machine that is short of time opens a camera late; another clock's seconds are off by far more.
     EXPECT_LT(std::abs(info().webcamOffset.value_or(99)), 30);
-    const AssetTrack webcam = Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0);
+    const media::AssetTrack webcam = media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0);
     EXPECT_EQ(webcam.width, 1920);
     const std::string counted =
         formatted("[Webcam] fertig: %lld Bilder, Status 2", static_cast<long long>(webcam.sampleCount));
     EXPECT_NE(readText(Log::url()).find(counted), std::string::npos) << counted;
     EXPECT_EQ(run.err().find("keinen eigenen Ton"), std::string::npos) << run.err();
-    EXPECT_EQ(PointerTrack::load(folder_).events.size(), 0u);
+    EXPECT_EQ(model::PointerTrack::load(folder_).events.size(), 0u);
 }
 
 TEST_F(RecordingOnDesktop, ADeviceWithoutSoundIsSaid) {
@@ -496,7 +498,7 @@ TEST_F(RecordingOnDesktop, RecordsIntoANewFolderInTheUsersMovies) {
     int folders = 0;
     for (const auto& each : std::filesystem::directory_iterator(home / "Movies/LumiVastor")) {
         ++folders;
-        EXPECT_NO_THROW(CaptureInfo::load(each.path()));
+        EXPECT_NO_THROW(model::CaptureInfo::load(each.path()));
     }
     EXPECT_EQ(folders, 1);
 }
@@ -562,7 +564,7 @@ TEST_F(RecordingOnXwayland, AWindowIsRecorded) {
     const Outcome outcome = run({"record", "--seconds", "1", "--out", (temporary_ / "recording").string(), "--window",
                                  std::to_string(window.id())});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(CaptureInfo::load(temporary_ / "recording").pixelWidth, 320);
+    EXPECT_EQ(model::CaptureInfo::load(temporary_ / "recording").pixelWidth, 320);
 }
 
 TEST_F(RecordingOnXwayland, IsExaminedAndListedAsWhatItIs) {

@@ -10,7 +10,7 @@ namespace lumivastor {
 
 namespace {
 
-class CountedHold final : public SleepInhibitor::Hold {
+class CountedHold final : public app::SleepInhibitor::Hold {
   public:
     explicit CountedHold(int& holds) : holds_(holds) { ++holds_; }
     ~CountedHold() override { --holds_; }
@@ -19,7 +19,7 @@ class CountedHold final : public SleepInhibitor::Hold {
     int& holds_;
 };
 
-class HandShortcut final : public GlobalShortcut {
+class HandShortcut final : public platform::GlobalShortcut {
   public:
     HandShortcut(std::function<void()>& slot, std::function<void()> pressed) : slot_(slot) {
         slot_ = std::move(pressed);
@@ -36,12 +36,12 @@ int RecordedView::count(const std::string& call) const {
     return static_cast<int>(std::count(calls.begin(), calls.end(), call));
 }
 
-void RecordedView::show(const MainWindowState& newState) {
+void RecordedView::show(const app::MainWindowState& newState) {
     if (statuses.empty() || newState.status != statuses.back()) statuses.push_back(newState.status);
     state = newState;
 }
 
-void RecordedView::showCameraPreview(std::shared_ptr<WebcamPreview> preview) {
+void RecordedView::showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) {
     calls.emplace_back("showCamera");
     cameraPreview = std::move(preview);
 }
@@ -51,17 +51,17 @@ void RecordedView::hideCameraPreview() {
     cameraPreview.reset();
 }
 
-bool RecordedView::hasScreen(const Display& display) {
+bool RecordedView::hasScreen(const platform::Display& display) {
     return std::find(screens.begin(), screens.end(), display.name) != screens.end();
 }
 
-void RecordedView::pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) {
+void RecordedView::pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) {
     calls.push_back("pick " + display.name);
     regionCompletion = std::move(completion);
 }
 
-void RecordedView::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
-                                      bool hasShortcut) {
+void RecordedView::showRecordingPanel(const std::optional<platform::Display>& display,
+                                      std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) {
     panelHasShortcut = hasShortcut;
     calls.push_back("panel " + (display ? display->name : std::string("main screen")));
     panelPreview = std::move(preview);
@@ -80,7 +80,7 @@ void RecordedView::openEditor(const std::filesystem::path& folder) {
     if (onOpenEditor) onOpenEditor(folder);
 }
 
-std::unique_ptr<SleepInhibitor::Hold> CountedInhibitor::inhibit(const std::string&) {
+std::unique_ptr<app::SleepInhibitor::Hold> CountedInhibitor::inhibit(const std::string&) {
     return std::make_unique<CountedHold>(holds);
 }
 
@@ -90,11 +90,11 @@ AppRig::AppRig() {
 
 AppRig::~AppRig() = default;
 
-ShareableContent AppRig::appContent() {
-    ShareableContent content = RecorderRig::content();
-    const RunningApplication terminal{42, "xterm", "Terminal"};
-    const RunningApplication nameless{43, "helper", std::nullopt};
-    const RunningApplication own{44, "lumivastor", "LumiVastor"};
+platform::ShareableContent AppRig::appContent() {
+    platform::ShareableContent content = RecorderRig::content();
+    const platform::RunningApplication terminal{42, "xterm", "Terminal"};
+    const platform::RunningApplication nameless{43, "helper", std::nullopt};
+    const platform::RunningApplication own{44, "lumivastor", "LumiVastor"};
     content.applications = {terminal, nameless, own};
     content.ownApplication = own;
     content.windows = {{77, "Sitzung 1", terminal, 0, {1100, 150, 300, 200}, 9},
@@ -104,8 +104,8 @@ ShareableContent AppRig::appContent() {
     return content;
 }
 
-AppServices AppRig::appServices() {
-    AppServices services{
+app::AppServices AppRig::appServices() {
+    app::AppServices services{
         services_, root_, preferences_, sleep_, [this](std::function<void()> pressed) {
             return shortcutIsTaken_ ? nullptr : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
         }};
@@ -124,9 +124,9 @@ AppServices AppRig::appServices() {
 }
 
 void AppRig::useSlowCheckVideos() {
-    beforeLaunch_ = [this](AppServices& services) {
-        services.renderCheckVideo = [this](const std::filesystem::path&, const CursorRenderer::Options&,
-                                           std::function<void(const CursorRenderer::Outcome&)> then) {
+    beforeLaunch_ = [this](app::AppServices& services) {
+        services.renderCheckVideo = [this](const std::filesystem::path&, const render::CursorRenderer::Options&,
+                                           std::function<void(const render::CursorRenderer::Outcome&)> then) {
             checkVideoEnds_ = std::move(then);
             return std::jthread([this](const std::stop_token& stop) {
                 std::mutex lock;
@@ -141,8 +141,8 @@ void AppRig::useSlowCheckVideos() {
     view_.folderToChoose = temporary_.path();
 }
 
-void AppRig::launch(const CommandSwitches& switches) {
-    app_ = std::make_unique<AppDelegate>(appServices(), view_);
+void AppRig::launch(const app::CommandSwitches& switches) {
+    app_ = std::make_unique<app::AppDelegate>(appServices(), view_);
     app_->applicationDidFinishLaunching(switches);
     ASSERT_TRUE(loop_.runUntil([this] { return view_.state.status != "Suche Quellen …"; }));
 }
@@ -166,7 +166,8 @@ void AppRig::startRecording() {
 
 void AppRig::emitPicture() {
     const auto configuration = desktop_.configuration();
-    desktop_.emitScreen({FrameStatus::complete, loop_.now(), picture(configuration->width, configuration->height, 90)});
+    desktop_.emitScreen(
+        {platform::FrameStatus::complete, loop_.now(), picture(configuration->width, configuration->height, 90)});
 }
 
 void AppRig::stopRecording() {

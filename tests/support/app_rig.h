@@ -14,13 +14,13 @@
 namespace lumivastor {
 
 /// Windows that nobody sees: what they were told is kept, and what a user would do is done by the test.
-class RecordedView final : public AppView {
+class RecordedView final : public app::AppView {
   public:
-    MainWindowState state;
+    app::MainWindowState state;
     /// What was asked for besides, in order: "showMainWindow", "countdown 3", "panel links", ...
     std::vector<std::string> calls;
-    std::shared_ptr<WebcamPreview> cameraPreview;
-    std::shared_ptr<WebcamPreview> panelPreview;
+    std::shared_ptr<capture::WebcamPreview> cameraPreview;
+    std::shared_ptr<capture::WebcamPreview> panelPreview;
     std::vector<std::string> statuses;  // each new one
 
     // What the view answers.
@@ -39,22 +39,22 @@ class RecordedView final : public AppView {
     /// How often `call` came.
     int count(const std::string& call) const;
 
-    void show(const MainWindowState& newState) override;
+    void show(const app::MainWindowState& newState) override;
     void showMainWindow() override { calls.emplace_back("showMainWindow"); }
     void hideMainWindow() override { calls.emplace_back("hideMainWindow"); }
-    void showCameraPreview(std::shared_ptr<WebcamPreview> preview) override;
+    void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) override;
     void hideCameraPreview() override;
     void showCountdown(int number) override { calls.push_back("countdown " + std::to_string(number)); }
     void hideCountdown() override { calls.emplace_back("hideCountdown"); }
-    bool hasScreen(const Display& display) override;
-    void showRegionArmPanel(const Display& display) override { calls.push_back("arm " + display.name); }
+    bool hasScreen(const platform::Display& display) override;
+    void showRegionArmPanel(const platform::Display& display) override { calls.push_back("arm " + display.name); }
     void closeRegionArmPanel() override { calls.emplace_back("closeArm"); }
-    void pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) override;
+    void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) override;
     void installStatusItem(const std::string& title) override { calls.push_back("install " + title); }
     void setStatusItemTitle(const std::string& title) override { calls.push_back("title " + title); }
     void removeStatusItem() override { calls.emplace_back("removeStatusItem"); }
-    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
-                            bool hasShortcut) override;
+    void showRecordingPanel(const std::optional<platform::Display>& display,
+                            std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
     void setRecordingPanelTime(const std::string& time) override { calls.push_back("time " + time); }
     void removeRecordingPanel() override { calls.emplace_back("removePanel"); }
     void askForFolder(const std::string& message, const std::filesystem::path& start,
@@ -72,7 +72,7 @@ class RecordedView final : public AppView {
     void replyToApplicationShouldTerminate() override { calls.emplace_back("terminate"); }
 };
 
-class MemoryPreferences final : public Preferences {
+class MemoryPreferences final : public app::Preferences {
   public:
     std::optional<bool> autoZooms;
 
@@ -81,7 +81,7 @@ class MemoryPreferences final : public Preferences {
 };
 
 /// Counts who wants the machine to stay awake.
-class CountedInhibitor final : public SleepInhibitor {
+class CountedInhibitor final : public app::SleepInhibitor {
   public:
     int holds = 0;
 
@@ -95,12 +95,12 @@ class AppRig : public RecorderRig {
     ~AppRig() override;
 
     /// Two displays and three windows of other programs, two of them worth recording.
-    static ShareableContent appContent();
+    static platform::ShareableContent appContent();
 
     /// Makes the controller and launches it, until its sources are listed.
-    void launch(const CommandSwitches& switches = {});
+    void launch(const app::CommandSwitches& switches = {});
     /// What the controller works with, here.
-    AppServices appServices();
+    app::AppServices appServices();
     /// From the next launch on, check videos go on until they are asked to stop, or `checkVideoEnds_` is called; the
     /// folder for them is chosen.
     void useSlowCheckVideos();
@@ -120,10 +120,10 @@ class AppRig : public RecorderRig {
     CountedInhibitor sleep_;
     bool shortcutIsTaken_ = false;
     std::function<void()> pressShortcut_;  // while one is grabbed
-    std::function<void(AppServices&)> beforeLaunch_;
-    std::function<void(const CursorRenderer::Outcome&)> checkVideoEnds_;
+    std::function<void(app::AppServices&)> beforeLaunch_;
+    std::function<void(const render::CursorRenderer::Outcome&)> checkVideoEnds_;
     std::atomic<bool> checkVideoWasStopped_ = false;
-    std::unique_ptr<AppDelegate> app_;
+    std::unique_ptr<app::AppDelegate> app_;
 };
 
 }  // namespace lumivastor

@@ -43,8 +43,8 @@ void sleepFor(double seconds) {
 WindowMap::WindowMap() {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     application_ = std::make_unique<QApplication>(count_, words_);
-    look::apply(*application_);
-    window_ = std::make_unique<MainWindow>(MainWindowActions{});
+    ui::look::apply(*application_);
+    window_ = std::make_unique<app::MainWindow>(app::MainWindowActions{});
     window_->setVisible(true);
     QApplication::processEvents();
 }
@@ -56,31 +56,31 @@ QPoint WindowMap::control(const std::string& name) const {
     return widget.mapTo(window_.get(), QPoint(12, widget.height() / 2));
 }
 
-QPoint WindowMap::segment(SourceType type) const {
-    const auto& control = static_cast<SegmentedControl&>(find(*window_, "sourceTypeControl"));
+QPoint WindowMap::segment(app::SourceType type) const {
+    const auto& control = static_cast<ui::SegmentedControl&>(find(*window_, "sourceTypeControl"));
     const QWidget* const segment = control.segment(static_cast<int>(type));
     return segment->mapTo(window_.get(), segment->rect().center());
 }
 
 QPoint WindowMap::noticeButton(const std::string& text, const std::string& action) {
-    MainWindowState state;
-    state.notices[NoticeKind::interrupted] = {text, action};
+    app::MainWindowState state;
+    state.notices[app::NoticeKind::interrupted] = {text, action};
     window_->show(state);
     QApplication::processEvents();
     const QWidget& button = find(*window_, "noticeButton");
     const QPoint place = button.mapTo(window_.get(), button.rect().center());
-    window_->show(MainWindowState{});
+    window_->show(app::MainWindowState{});
     QApplication::processEvents();
     return place;
 }
 
-EditorWindow& WindowMap::editor(const std::filesystem::path& recording, QSize size) {
+editor::EditorWindow& WindowMap::editor(const std::filesystem::path& recording, QSize size) {
     if (edited_ != recording) {
         editor_.reset();
         copy_ = std::make_unique<TemporaryFolder>();
         std::filesystem::copy(recording, copy_->path(), std::filesystem::copy_options::recursive);
-        if (!loop_) loop_ = std::make_unique<QtMainLoop>();
-        editor_ = std::make_unique<EditorWindow>(copy_->path(), *loop_, EditorWindow::Options{});
+        if (!loop_) loop_ = std::make_unique<ui::QtMainLoop>();
+        editor_ = std::make_unique<editor::EditorWindow>(copy_->path(), *loop_, editor::EditorWindow::Options{});
         editor_->show();
         edited_ = recording;
     }
@@ -93,9 +93,9 @@ EditorWindow& WindowMap::editor(const std::filesystem::path& recording, QSize si
 
 QPoint WindowMap::editorControl(const std::filesystem::path& recording, QSize size, const std::string& name,
                                 QPointF place) {
-    EditorWindow& window = editor(recording, size);
+    editor::EditorWindow& window = editor(recording, size);
     const QWidget& widget = find(window, name);
-    const double inset = dynamic_cast<const ValueSlider*>(&widget) != nullptr ? ValueSlider::kHandleInset : 0;
+    const double inset = dynamic_cast<const ui::ValueSlider*>(&widget) != nullptr ? ui::ValueSlider::kHandleInset : 0;
     const QPointF at(inset + (widget.width() - 2 * inset) * place.x(), widget.height() * place.y());
     return widget.mapTo(&window, at).toPoint();
 }
@@ -220,7 +220,7 @@ bool DrivenApplication::waitForVideo() const {
     // It has its name from the beginning, and can be read from its end on.
     const auto isWhole = [file = recordings().back() / "studio-output.mp4"] {
         try {
-            return !Asset(file).tracks().empty();
+            return !media::Asset(file).tracks().empty();
         } catch (const RecorderError&) {
             return false;
         }

@@ -19,11 +19,17 @@
 
 class QApplication;
 
-namespace lumivastor {
-
-class EditorWindow;
+namespace lumivastor::app {
 class MainWindow;
+}
+namespace lumivastor::editor {
+class EditorWindow;
+}
+namespace lumivastor::ui {
 class QtMainLoop;
+}
+
+namespace lumivastor {
 
 inline constexpr const char* kMainTitle = "LumiVastor";
 inline constexpr const char* kPanelTitle = "LumiVastor – Aufnahme läuft";
@@ -42,7 +48,7 @@ class WindowMap {
 
     /// The hot spot of a control of the main window. Boxes are hit at their left end.
     QPoint control(const std::string& name) const;
-    QPoint segment(SourceType type) const;
+    QPoint segment(app::SourceType type) const;
     /// The button of the notice when there is one.
     QPoint noticeButton(const std::string& text, const std::string& action);
 
@@ -52,17 +58,17 @@ class WindowMap {
     QPoint editorControl(const std::filesystem::path& recording, QSize size, const std::string& name, QPointF place);
 
   private:
-    EditorWindow& editor(const std::filesystem::path& recording, QSize size);
+    editor::EditorWindow& editor(const std::filesystem::path& recording, QSize size);
 
     int count_ = 1;
     char name_[5] = "test";
     char* words_[2] = {name_, nullptr};
     std::unique_ptr<QApplication> application_;
-    std::unique_ptr<MainWindow> window_;
+    std::unique_ptr<app::MainWindow> window_;
     std::filesystem::path edited_;
     std::unique_ptr<TemporaryFolder> copy_;  // of that recording
-    std::unique_ptr<QtMainLoop> loop_;
-    std::unique_ptr<EditorWindow> editor_;
+    std::unique_ptr<ui::QtMainLoop> loop_;
+    std::unique_ptr<editor::EditorWindow> editor_;
 };
 
 /// The program itself on a display server of its own, worked with pointer and keys. Its home is a folder that goes with
@@ -100,7 +106,7 @@ class DrivenApplication {
     [[nodiscard]] bool clickAt(const std::string& title, QPoint at);
     [[nodiscard]] bool drag(const std::string& title, QPoint from, QPoint to);
     [[nodiscard]] bool click(const std::string& control) { return clickAt(kMainTitle, map_.control(control)); }
-    [[nodiscard]] bool choose(SourceType type) { return clickAt(kMainTitle, map_.segment(type)); }
+    [[nodiscard]] bool choose(app::SourceType type) { return clickAt(kMainTitle, map_.segment(type)); }
     /// The record button's key.
     void pressRecord() { keyboard_.press({ScriptedKeyboard::kReturn}); }
     /// From the countdown until the first pictures are in the newest recording's movie, and a little longer.

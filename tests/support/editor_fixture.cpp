@@ -12,7 +12,7 @@
 namespace lumivastor {
 
 EditorFixture::EditorFixture() {
-    look::apply(*qApp);
+    ui::look::apply(*qApp);
 }
 
 EditorFixture::~EditorFixture() = default;
@@ -23,19 +23,20 @@ void EditorFixture::openWindow(bool webcam) {
     info_.systemAudio = true;
     if (webcam) makeWebcam(150, 0.5);
     info_.save(folder_.path());
-    PointerTrack track;
+    model::PointerTrack track;
     for (int i = 0; i <= 60 * static_cast<int>(kSeconds); ++i) {
         const double t = i / 60.0;
         const double x = 20 + 14 * t;
-        track.events.push_back({t, x, 40, x / 128, 40.0 / 96, PointerKind::move, {}, {}, {}});
+        track.events.push_back({t, x, 40, x / 128, 40.0 / 96, model::PointerKind::move, {}, {}, {}});
         if (i == 90 || i == 130 || i == 300) {
-            track.events.push_back({t, x, 40, x / 128, 40.0 / 96, PointerKind::down, PointerButton::left, {}, {}});
+            track.events.push_back(
+                {t, x, 40, x / 128, 40.0 / 96, model::PointerKind::down, model::PointerButton::left, {}, {}});
         }
     }
     track.save(folder_.path());
     settings_.exportHeight = 1080;
     settings_.save(folder_.path());
-    EditorWindow::Options options;
+    editor::EditorWindow::Options options;
     options.reveal = [this](const std::filesystem::path& file) { revealed_ = file; };
     options.openFolder = [this](const std::filesystem::path& folder) { opened_ = folder; };
     options.closed = [this] { ++closed_; };
@@ -45,7 +46,7 @@ void EditorFixture::openWindow(bool webcam) {
         awake_ = hold;
         return hold;
     };
-    window_ = std::make_unique<EditorWindow>(folder_.path(), loop_, std::move(options));
+    window_ = std::make_unique<editor::EditorWindow>(folder_.path(), loop_, std::move(options));
     window_->show();
     window_->activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
@@ -61,10 +62,10 @@ void EditorFixture::press(int key, Qt::KeyboardModifiers modifiers) {
 }
 
 void EditorFixture::drag(const char* name, double part) {
-    auto* slider = find<ValueSlider>(name);
+    auto* slider = find<ui::ValueSlider>(name);
     const auto at = [slider](double fraction) {
-        const double way = slider->width() - 2 * ValueSlider::kHandleInset;
-        return QPoint(static_cast<int>(ValueSlider::kHandleInset + way * fraction), slider->height() / 2);
+        const double way = slider->width() - 2 * ui::ValueSlider::kHandleInset;
+        return QPoint(static_cast<int>(ui::ValueSlider::kHandleInset + way * fraction), slider->height() / 2);
     };
     const double from = static_cast<double>(slider->value()) / slider->maximum();
     QTest::mousePress(slider, Qt::LeftButton, {}, at(from));
@@ -78,7 +79,7 @@ std::string EditorFixture::textOf(const char* name) {
 }
 
 std::string EditorFixture::everythingShown() {
-    const ControlValues v = controls().values();
+    const editor::ControlValues v = controls().values();
     std::ostringstream text;
     text.precision(17);
     for (const double value :

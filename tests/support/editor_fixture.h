@@ -27,11 +27,11 @@ class EditorFixture : public ExportFixture {
 
     /// Writes the documents and shows the window.
     void openWindow(bool webcam = false);
-    EditorWindow& window() { return *window_; }
-    EditorControls& controls() { return window_->controls(); }
-    EditSession& session() { return window_->session(); }
-    Transport& transport() { return window_->transport(); }
-    ProjectSettings saved() const { return ProjectSettings::load(folder_.path()); }
+    editor::EditorWindow& window() { return *window_; }
+    editor::EditorControls& controls() { return window_->controls(); }
+    editor::EditSession& session() { return window_->session(); }
+    editor::Transport& transport() { return window_->transport(); }
+    model::ProjectSettings saved() const { return model::ProjectSettings::load(folder_.path()); }
 
     /// Runs the main loop until `done`, for five minutes at most: some wait for whole exports.
     static bool waitFor(const std::function<bool()>& done) { return QTest::qWaitFor(done, 300'000); }
@@ -51,8 +51,8 @@ class EditorFixture : public ExportFixture {
     /// What a control stands at, the window's labels, and what is selected: all that undo has to bring back.
     std::string everythingShown();
 
-    QtMainLoop loop_;
-    std::unique_ptr<EditorWindow> window_;
+    ui::QtMainLoop loop_;
+    std::unique_ptr<editor::EditorWindow> window_;
     std::filesystem::path revealed_;
     std::filesystem::path opened_;
     int closed_ = 0;

@@ -11,10 +11,10 @@
 
 namespace lumivastor {
 
-FrameMaker sourceFilling(CanvasSize canvas) {
-    return [canvas](const Picture& source, const std::optional<Picture>&, double) {
-        return source.transformed(
-            AffineTransform::scaling(canvas.width / source.extent().width, canvas.height / source.extent().height));
+render::FrameMaker sourceFilling(edit::CanvasSize canvas) {
+    return [canvas](const imaging::Picture& source, const std::optional<imaging::Picture>&, double) {
+        return source.transformed(imaging::AffineTransform::scaling(canvas.width / source.extent().width,
+                                                                    canvas.height / source.extent().height));
     };
 }
 
@@ -52,18 +52,18 @@ void ExportFixture::damage(const std::string& name, double from, double to) {
     folder_.write(name, bytes);
 }
 
-std::unique_ptr<Composition> ExportFixture::open(CanvasSize canvas) {
+std::unique_ptr<edit::Composition> ExportFixture::open(edit::CanvasSize canvas) {
     info_.save(folder_.path());
-    PointerTrack().save(folder_.path());
+    model::PointerTrack().save(folder_.path());
     settings_.save(folder_.path());
-    return std::make_unique<Composition>(folder_.path(), canvas.width, canvas.height);
+    return std::make_unique<edit::Composition>(folder_.path(), canvas.width, canvas.height);
 }
 
-RenderResult ExportFixture::render(const RenderOptions& options, const FrameMaker& makeFrame) {
-    return renderMovieSync(*open(), makeFrame, options);
+render::RenderResult ExportFixture::render(const render::RenderOptions& options, const render::FrameMaker& makeFrame) {
+    return render::renderMovieSync(*open(), makeFrame, options);
 }
 
-std::string ExportFixture::messageOf(const RenderOptions& options, const FrameMaker& makeFrame) {
+std::string ExportFixture::messageOf(const render::RenderOptions& options, const render::FrameMaker& makeFrame) {
     try {
         render(options, makeFrame);
     } catch (const RecorderError& error) {
@@ -77,8 +77,8 @@ int ExportFixture::expectedNumber(double outputSeconds) const {
     // what comes behind it, whatever the sum of the segments has been rounded to.
     constexpr double kTolerance = 0.00011;
     constexpr double kRounding = 1e-7;
-    const auto segments = keptSegments(effectiveTrim(settings_, info_.duration), settings_.cuts);
-    const double source = sourceTime(segments, outputSeconds + kRounding);
+    const auto segments = edit::keptSegments(edit::effectiveTrim(settings_, info_.duration), settings_.cuts);
+    const double source = edit::sourceTime(segments, outputSeconds + kRounding);
     const std::size_t given = options_.pictureTicks.size();
     const int pictures = given == 0 ? options_.pictures : static_cast<int>(given);
     int number = 0;

@@ -18,13 +18,13 @@
 namespace lumivastor {
 
 /// The source picture alone, filling a canvas.
-FrameMaker sourceFilling(CanvasSize canvas);
+render::FrameMaker sourceFilling(edit::CanvasSize canvas);
 
 /// A small recording folder that tests fill, change, export and look at again.
 class ExportFixture : public testing::Test {
   protected:
     /// The size of the source pictures, and of the canvas unless a test says otherwise.
-    static constexpr CanvasSize kSize{128, 96};
+    static constexpr edit::CanvasSize kSize{128, 96};
 
     ExportFixture();
 
@@ -36,10 +36,12 @@ class ExportFixture : public testing::Test {
     void damage(const std::string& name, double from, double to);
 
     /// Saves the documents as they stand and opens the folder.
-    std::unique_ptr<Composition> open(CanvasSize canvas = kSize);
-    RenderResult render(const RenderOptions& options = {}, const FrameMaker& makeFrame = sourceFilling(kSize));
+    std::unique_ptr<edit::Composition> open(edit::CanvasSize canvas = kSize);
+    render::RenderResult render(const render::RenderOptions& options = {},
+                                const render::FrameMaker& makeFrame = sourceFilling(kSize));
     /// What the export's error says.
-    std::string messageOf(const RenderOptions& options = {}, const FrameMaker& makeFrame = sourceFilling(kSize));
+    std::string messageOf(const render::RenderOptions& options = {},
+                          const render::FrameMaker& makeFrame = sourceFilling(kSize));
 
     /// The number of the source picture that is to be shown at an output time.
     int expectedNumber(double outputSeconds) const;
@@ -53,8 +55,8 @@ class ExportFixture : public testing::Test {
     static int count(const std::string& text, const std::string& part);
 
     TemporaryFolder folder_;
-    CaptureInfo info_;
-    ProjectSettings settings_;
+    model::CaptureInfo info_;
+    model::ProjectSettings settings_;
     TestMovieOptions options_;
 
   private:

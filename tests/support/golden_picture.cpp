@@ -13,12 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void writeFailure(const BgraPremultipliedBuffer& actual, const BgraPremultipliedBuffer& expected,
+void writeFailure(const imaging::BgraPremultipliedBuffer& actual, const imaging::BgraPremultipliedBuffer& expected,
                   const std::string& name) {
     const fs::path folder = fs::current_path() / "golden-failures";
     fs::create_directories(folder);
-    BgraPremultipliedBuffer difference(std::max(actual.width(), expected.width()),
-                                       std::max(actual.height(), expected.height()));
+    imaging::BgraPremultipliedBuffer difference(std::max(actual.width(), expected.width()),
+                                                std::max(actual.height(), expected.height()));
     for (int y = 0; y < difference.height(); ++y) {
         for (int x = 0; x < difference.width(); ++x) {
             std::uint8_t* pixel = difference.pixel(x, y);
@@ -32,24 +32,24 @@ void writeFailure(const BgraPremultipliedBuffer& actual, const BgraPremultiplied
             }
         }
     }
-    writePng(folder / (name + ".actual.png"), actual);
-    if (!expected.isEmpty()) writePng(folder / (name + ".expected.png"), expected);
-    writePng(folder / (name + ".difference.png"), difference);
+    imaging::writePng(folder / (name + ".actual.png"), actual);
+    if (!expected.isEmpty()) imaging::writePng(folder / (name + ".expected.png"), expected);
+    imaging::writePng(folder / (name + ".difference.png"), difference);
     ADD_FAILURE() << name << " differs from its golden picture; see " << folder;
 }
 
 }  // namespace
 
-void expectGolden(const BgraPremultipliedBuffer& actual, const fs::path& golden, int tolerance) {
+void expectGolden(const imaging::BgraPremultipliedBuffer& actual, const fs::path& golden, int tolerance) {
     const char* update = std::getenv("LUMI_UPDATE_GOLDEN");
     if (update != nullptr && *update == '1') {
         fs::create_directories(golden.parent_path());
-        writePng(golden, actual);
+        imaging::writePng(golden, actual);
         ADD_FAILURE() << golden << " was made anew, and compared with nothing";
         return;
     }
     const std::string name = golden.stem().string();
-    const auto expected = fs::exists(golden) ? readPng(golden) : BgraPremultipliedBuffer();
+    const auto expected = fs::exists(golden) ? imaging::readPng(golden) : imaging::BgraPremultipliedBuffer();
     if (actual.width() != expected.width() || actual.height() != expected.height()) {
         return writeFailure(actual, expected, name);
     }

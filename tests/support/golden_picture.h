@@ -14,6 +14,7 @@ namespace lumivastor {
 /// Fails the running test unless `actual` equals the PNG at `golden` within `tolerance` of 255 in every channel
 /// (premultiplied). On failure `<name>.actual.png`, `<name>.expected.png` and `<name>.difference.png` (differences
 /// times 16, opaque) are written to the folder `golden-failures` in the working directory, which the message names.
-void expectGolden(const BgraPremultipliedBuffer& actual, const std::filesystem::path& golden, int tolerance = 2);
+void expectGolden(const imaging::BgraPremultipliedBuffer& actual, const std::filesystem::path& golden,
+                  int tolerance = 2);
 
 }  // namespace lumivastor

@@ -14,14 +14,14 @@
 
 namespace lumivastor {
 
-SoundSource::Handler HeardSound::handler() {
-    return [this](const SoundBuffer& buffer) {
+platform::SoundSource::Handler HeardSound::handler() {
+    return [this](const platform::SoundBuffer& buffer) {
         const std::scoped_lock hold(lock_);
         buffers_.push_back(buffer);
     };
 }
 
-SoundSource::EndHandler HeardSound::endHandler() {
+platform::SoundSource::EndHandler HeardSound::endHandler() {
     return [this](const std::string& reason) {
         const std::scoped_lock hold(lock_);
         ends_.push_back(reason);
@@ -34,7 +34,7 @@ std::vector<double> HeardSound::beeps() const {
     constexpr float kLoud = 0.2F;
     std::vector<double> found;
     double lastLoud = -1;
-    for (const SoundBuffer& buffer : buffers_) {
+    for (const platform::SoundBuffer& buffer : buffers_) {
         for (std::size_t frame = 0; frame < buffer.frames(); ++frame) {
             if (std::abs(buffer.values[frame * static_cast<std::size_t>(buffer.channels)]) < kLoud) continue;
             const double seconds = buffer.hostSeconds + static_cast<double>(frame) / buffer.sampleRate;
@@ -50,7 +50,7 @@ std::vector<std::string> HeardSound::ends() const {
     return ends_;
 }
 
-std::vector<SoundBuffer> HeardSound::buffers() const {
+std::vector<platform::SoundBuffer> HeardSound::buffers() const {
     const std::scoped_lock hold(lock_);
     return buffers_;
 }
@@ -58,14 +58,14 @@ std::vector<SoundBuffer> HeardSound::buffers() const {
 std::size_t HeardSound::frames() const {
     const std::scoped_lock hold(lock_);
     return std::accumulate(buffers_.begin(), buffers_.end(), std::size_t{0},
-                           [](std::size_t sum, const SoundBuffer& buffer) { return sum + buffer.frames(); });
+                           [](std::size_t sum, const platform::SoundBuffer& buffer) { return sum + buffer.frames(); });
 }
 
 int HeardSound::jumps() const {
     const std::scoped_lock hold(lock_);
     int count = 0;
     for (std::size_t i = 1; i < buffers_.size(); ++i) {
-        const SoundBuffer& before = buffers_[i - 1];
+        const platform::SoundBuffer& before = buffers_[i - 1];
         const double frame = 1.0 / before.sampleRate;
         const double end = before.hostSeconds + static_cast<double>(before.frames()) * frame;
         if (std::abs(buffers_[i].hostSeconds - end) > frame) ++count;
@@ -76,7 +76,7 @@ int HeardSound::jumps() const {
 bool HeardSound::ranBackward() const {
     const std::scoped_lock hold(lock_);
     for (std::size_t i = 1; i < buffers_.size(); ++i) {
-        const SoundBuffer& before = buffers_[i - 1];
+        const platform::SoundBuffer& before = buffers_[i - 1];
         const double end = before.hostSeconds + static_cast<double>(before.frames()) / before.sampleRate;
         if (buffers_[i].hostSeconds < end - 1e-6) return true;
     }
@@ -134,9 +134,9 @@ void expectInPlace(const HeardSound& heard, const std::vector<double>& played, c
     EXPECT_FALSE(heard.ranBackward());
 }
 
-std::string startFailure(SoundSource& source) {
+std::string startFailure(platform::SoundSource& source) {
     try {
-        source.start([](const SoundBuffer&) {}, [](const std::string&) {});
+        source.start([](const platform::SoundBuffer&) {}, [](const std::string&) {});
     } catch (const RecorderError& error) {
         return error.message();
     }

@@ -12,13 +12,13 @@ namespace lumivastor {
 class HeardSound {
   public:
     /// What to start a source with.
-    SoundSource::Handler handler();
-    SoundSource::EndHandler endHandler();
+    platform::SoundSource::Handler handler();
+    platform::SoundSource::EndHandler endHandler();
 
     /// Host seconds of the beginning of each beep (see `Beeper`) in what was heard, ascending.
     std::vector<double> beeps() const;
     std::vector<std::string> ends() const;
-    std::vector<SoundBuffer> buffers() const;
+    std::vector<platform::SoundBuffer> buffers() const;
     /// Frames that were heard, and how often the time jumped between two buffers by more than a frame.
     std::size_t frames() const;
     int jumps() const;
@@ -33,8 +33,8 @@ class HeardSound {
 
   private:
     mutable std::mutex lock_;
-    std::vector<SoundBuffer> buffers_;  // guarded by lock_
-    std::vector<std::string> ends_;     // guarded by lock_
+    std::vector<platform::SoundBuffer> buffers_;  // guarded by lock_
+    std::vector<std::string> ends_;               // guarded by lock_
 };
 
 /// For each beep that was heard, how much later it is than the nearest that was played, in seconds. Leaves out those
@@ -48,7 +48,7 @@ inline constexpr double kInPlace = 0.020;
 void expectInPlace(const HeardSound& heard, const std::vector<double>& played, const char* what);
 
 /// What the start of a source says that fails.
-std::string startFailure(SoundSource& source);
+std::string startFailure(platform::SoundSource& source);
 
 /// The errors' range and mean in milliseconds, for a test's output.
 std::string describeErrors(const std::vector<double>& errors);

@@ -16,12 +16,12 @@ namespace lumivastor {
 
 namespace {
 
-void waitForRoom(const WriterInput& input) {
+void waitForRoom(const media::WriterInput& input) {
     while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::microseconds(200));
 }
 
-VideoSettings settingsOf(const LiveMovieOptions& options) {
-    VideoSettings settings;
+media::VideoSettings settingsOf(const LiveMovieOptions& options) {
+    media::VideoSettings settings;
     settings.width = options.width;
     settings.height = options.height;
     settings.frameRate = options.frameRate;
@@ -36,8 +36,8 @@ VideoSettings settingsOf(const LiveMovieOptions& options) {
 // How many frames of sound are appended at once.
 constexpr std::int64_t kPiece = 480;
 
-PcmSample tone(std::size_t track, std::int64_t position, const MediaTime& start) {
-    PcmSample sample{start + MediaTime{position, 48000}, {}, {}};
+media::PcmSample tone(std::size_t track, std::int64_t position, const MediaTime& start) {
+    media::PcmSample sample{start + MediaTime{position, 48000}, {}, {}};
     const double hertz = 440 * static_cast<double>(track + 1);
     for (std::int64_t i = position; i < position + kPiece; ++i) {
         const double angle = 2 * std::numbers::pi * hertz * static_cast<double>(i) / 48000;
@@ -60,7 +60,7 @@ std::vector<std::int64_t> steadyTicks(int count, int frameRate) {
 }
 
 LiveMovie::LiveMovie(const std::filesystem::path& path, LiveMovieOptions options)
-    : options_(std::move(options)), writer_(path, MovieContainer::quickTime) {
+    : options_(std::move(options)), writer_(path, media::MovieContainer::quickTime) {
     video_ = &writer_.addVideoInput(settingsOf(options_));
     video_->setExpectsMediaDataInRealTime(true);
     for (int i = 0; i < options_.soundTracks; ++i) {
@@ -104,15 +104,15 @@ std::string LiveMovie::finish() {
 
 // Without a writer, whose threads would still hold samples when it goes.
 void leaveUnfinished(const std::filesystem::path& path, const LiveMovieOptions& options) {
-    FragmentedMovieSink sink(path, options.interval);
-    VideoSettings settings = settingsOf(options);
+    media::FragmentedMovieSink sink(path, options.interval);
+    media::VideoSettings settings = settingsOf(options);
     settings.lowLatency = true;
-    VideoEncoder video(settings);
+    media::VideoEncoder video(settings);
     const int videoStream = sink.addStream(*video.parameters(), settings.timescale);
-    std::deque<AudioEncoder> sounds;
+    std::deque<media::AudioEncoder> sounds;
     std::vector<int> soundStreams;
     for (int i = 0; i < options.soundTracks; ++i) {
-        sounds.emplace_back(AudioSettings{});
+        sounds.emplace_back(media::AudioSettings{});
         soundStreams.push_back(sink.addStream(*sounds.back().parameters(), 48000));
     }
     sink.begin();
@@ -125,7 +125,7 @@ void leaveUnfinished(const std::filesystem::path& path, const LiveMovieOptions& 
             }
         }
     };
-    PicturePool pool(settings.width, settings.height, {});
+    imaging::PicturePool pool(settings.width, settings.height, {});
     for (std::size_t i = 0; i < options.pictureTicks.size(); ++i) {
         encodeSound(static_cast<double>(options.pictureTicks[i]) / 600);
         auto picture = pool.makePlanar();
@@ -145,12 +145,12 @@ std::vector<std::uint64_t> decodedHashes(const std::filesystem::path& path) {
         constexpr std::uint64_t kOffset = 14695981039346656037U;  // FNV-1a
         constexpr std::uint64_t kPrime = 1099511628211U;
         std::uint64_t hash = kOffset;
-        const auto add = [&hash](const YuvPlane& plane, int width, int height) {
+        const auto add = [&hash](const imaging::YuvPlane& plane, int width, int height) {
             for (int y = 0; y < height; ++y) {
                 for (int x = 0; x < width; ++x) hash = (hash ^ plane.samples[y * plane.stride + x]) * kPrime;
             }
         };
-        const YuvPicture& picture = decoded.picture;
+        const imaging::YuvPicture& picture = decoded.picture;
         add(picture.luma, picture.width, picture.height);
         add(picture.blueDifference, picture.chromaWidth(), picture.chromaHeight());
         add(picture.redDifference, picture.chromaWidth(), picture.chromaHeight());
@@ -160,15 +160,15 @@ std::vector<std::uint64_t> decodedHashes(const std::filesystem::path& path) {
 }
 
 std::vector<float> decodedSound(const std::filesystem::path& path, int track) {
-    const auto asset = std::make_shared<const Asset>(path);
-    AssetReader reader(asset);
-    auto& output = reader.addAudioOutput(asset->tracks(TrackKind::audio).at(static_cast<std::size_t>(track)).id);
+    const auto asset = std::make_shared<const media::Asset>(path);
+    media::AssetReader reader(asset);
+    auto& output = reader.addAudioOutput(asset->tracks(media::TrackKind::audio).at(static_cast<std::size_t>(track)).id);
     if (!reader.startReading()) throw std::runtime_error(reader.error()->message());
     std::vector<float> values;
     while (const auto sample = output.copyNextSample()) {
         for (std::size_t i = 0; i < sample->frames(); ++i) values.push_back(sample->values[2 * i]);
     }
-    if (reader.status() != AssetReader::Status::completed) throw std::runtime_error("the sound is damaged");
+    if (reader.status() != media::AssetReader::Status::completed) throw std::runtime_error("the sound is damaged");
     return values;
 }
 

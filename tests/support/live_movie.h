@@ -13,7 +13,7 @@ namespace lumivastor {
 
 /// A movie as a recorder writes it: numbered pictures at times of its own, sound beside them, in fragments.
 struct LiveMovieOptions {
-    VideoCodec codec = VideoCodec::h264;
+    media::VideoCodec codec = media::VideoCodec::h264;
     int width = 128;
     int height = 96;
     int frameRate = 30;                      // told to the encoder
@@ -39,16 +39,16 @@ class LiveMovie {
     /// Ends the session if the options say so, and finishes. An empty text when that worked, else why not.
     std::string finish();
 
-    AssetWriter& writer() { return writer_; }
-    VideoWriterInput& video() { return *video_; }
+    media::AssetWriter& writer() { return writer_; }
+    media::VideoWriterInput& video() { return *video_; }
 
   private:
     bool appendSound(double untilSeconds);
 
     LiveMovieOptions options_;
-    AssetWriter writer_;
-    VideoWriterInput* video_ = nullptr;
-    std::vector<AudioWriterInput*> sounds_;
+    media::AssetWriter writer_;
+    media::VideoWriterInput* video_ = nullptr;
+    std::vector<media::AudioWriterInput*> sounds_;
     std::int64_t soundPosition_ = 0;
 };
 

@@ -13,7 +13,7 @@ namespace lumivastor {
 
 /// A sound device whose time a test moves by hand. It holds 50 ms that it has asked for and not yet played, as real
 /// ones do. Starting and stopping belong to the player's thread; the test's calls come from any one thread.
-class ManualSoundOutput final : public SoundOutput {
+class ManualSoundOutput final : public platform::SoundOutput {
   public:
     static constexpr std::int64_t kAheadFrames = 2400;
 

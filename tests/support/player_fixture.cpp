@@ -14,9 +14,10 @@ constexpr std::chrono::seconds kPatience{60};
 
 }  // namespace
 
-int pictureNumber(const Picture& picture) {
-    BgraPremultipliedBuffer pixels(static_cast<int>(picture.extent().width), static_cast<int>(picture.extent().height));
-    Painter(1).paint(picture, pixels);
+int pictureNumber(const imaging::Picture& picture) {
+    imaging::BgraPremultipliedBuffer pixels(static_cast<int>(picture.extent().width),
+                                            static_cast<int>(picture.extent().height));
+    imaging::Painter(1).paint(picture, pixels);
     return testPictureNumber(pixels);
 }
 
@@ -28,13 +29,15 @@ void PlayerFixture::makeMovie() {
     makeTestMovie(folder_ / "a.mov", options_);
 }
 
-PlayerItem PlayerFixture::item() const {
-    const auto asset = std::make_shared<const Asset>(folder_ / "a.mov");
-    PlayerItem item;
-    item.movie = MutableComposition::showing(asset);
-    for (const auto& track : item.movie.tracks(TrackKind::video)) item.screenTrackId = track.id;
-    for (const auto& track : item.movie.tracks(TrackKind::audio)) item.audioMix.push_back({track.id, 1.0F});
-    item.compositor = [](const Picture& screen, const std::optional<Picture>&, double) { return screen; };
+playback::PlayerItem PlayerFixture::item() const {
+    const auto asset = std::make_shared<const media::Asset>(folder_ / "a.mov");
+    playback::PlayerItem item;
+    item.movie = media::MutableComposition::showing(asset);
+    for (const auto& track : item.movie.tracks(media::TrackKind::video)) item.screenTrackId = track.id;
+    for (const auto& track : item.movie.tracks(media::TrackKind::audio)) item.audioMix.push_back({track.id, 1.0F});
+    item.compositor = [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) {
+        return screen;
+    };
     item.canvasWidth = options_.width;
     item.canvasHeight = options_.height;
     item.framesPerSecond = options_.frameRate;
@@ -43,24 +46,24 @@ PlayerItem PlayerFixture::item() const {
     return item;
 }
 
-void PlayerFixture::open(PlayerItem item) {
+void PlayerFixture::open(playback::PlayerItem item) {
     auto sound = std::make_unique<ManualSoundOutput>();
     sound_ = sound.get();
-    player_ = std::make_unique<Player>(loop_, std::move(sound));
+    player_ = std::make_unique<playback::Player>(loop_, std::move(sound));
     listen();
     player_->setItem(std::move(item));
     ASSERT_TRUE(await([this] { return !shown_.empty(); }));
 }
 
-void PlayerFixture::openSilently(PlayerItem item) {
-    player_ = std::make_unique<Player>(loop_, nullptr);
+void PlayerFixture::openSilently(playback::PlayerItem item) {
+    player_ = std::make_unique<playback::Player>(loop_, nullptr);
     listen();
     player_->setItem(std::move(item));
     ASSERT_TRUE(await([this] { return !shown_.empty(); }));
 }
 
 void PlayerFixture::listen() {
-    player_->onFrame([this](const Player::Frame& frame, double seconds) {
+    player_->onFrame([this](const playback::Player::Frame& frame, double seconds) {
         lastSeconds_ = seconds;
         shown_.push_back({testPictureNumber(*frame), seconds, player_->currentTime(), frame});
     });

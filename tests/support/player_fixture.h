@@ -25,7 +25,7 @@ class PlayerFixture : public testing::Test {
         int number = -1;  // of the screen picture in it
         double seconds = 0;
         double clock = 0;  // what the player said the time was
-        Player::Frame frame;
+        playback::Player::Frame frame;
     };
 
     ~PlayerFixture() override;
@@ -33,10 +33,10 @@ class PlayerFixture : public testing::Test {
     /// "a.mov" as options_ say.
     void makeMovie();
     /// The movie, whole, with the screen picture filling the canvas.
-    PlayerItem item() const;
+    playback::PlayerItem item() const;
     /// Shows an item in a new player and waits for its first frame.
-    void open(PlayerItem item);
-    void openSilently(PlayerItem item);
+    void open(playback::PlayerItem item);
+    void openSilently(playback::PlayerItem item);
 
     /// Runs the main loop until something is so; false when that takes longer than a minute.
     bool await(const std::function<bool()>& isSo);
@@ -56,7 +56,7 @@ class PlayerFixture : public testing::Test {
     TestMovieOptions options_;
     BlockingMainLoop loop_;
     ManualSoundOutput* sound_ = nullptr;  // the player's
-    std::unique_ptr<Player> player_;
+    std::unique_ptr<playback::Player> player_;
     std::vector<Shown> shown_;
     std::vector<double> times_;
     std::vector<std::string> errors_;
@@ -69,6 +69,6 @@ class PlayerFixture : public testing::Test {
 };
 
 /// The number in a recipe of a numbered picture; -1 when it shows none.
-int pictureNumber(const Picture& picture);
+int pictureNumber(const imaging::Picture& picture);
 
 }  // namespace lumivastor

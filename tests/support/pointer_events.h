@@ -5,8 +5,8 @@
 namespace lumivastor {
 
 /// A pointer event at `t` seconds and a pixel of the picture; its fractions of the picture stay 0.
-inline PointerSample event(double t, double px, double py, PointerKind kind = PointerKind::move) {
-    PointerSample sample;
+inline model::PointerSample event(double t, double px, double py, model::PointerKind kind = model::PointerKind::move) {
+    model::PointerSample sample;
     sample.t = t;
     sample.px = px;
     sample.py = py;
@@ -14,9 +14,9 @@ inline PointerSample event(double t, double px, double py, PointerKind kind = Po
     return sample;
 }
 
-inline PointerSample press(double t, double px, double py) {
-    PointerSample sample = event(t, px, py, PointerKind::down);
-    sample.button = PointerButton::left;
+inline model::PointerSample press(double t, double px, double py) {
+    model::PointerSample sample = event(t, px, py, model::PointerKind::down);
+    sample.button = model::PointerButton::left;
     return sample;
 }
 

@@ -23,10 +23,10 @@ std::string logText() {
 
 RecorderRig::RecorderRig()
     : services_{{devices_, sound_, loop_,
-                 [this](const EncodingJob& job) {
+                 [this](const media::EncodingJob& job) {
                      const std::lock_guard hold(encodingJobsLock_);
                      encodingJobs_.push_back(job);
-                     return EncoderChoice{{VideoCodec::h264, "libx264", "ultrafast"}, "nur ein Test"};
+                     return media::EncoderChoice{{media::VideoCodec::h264, "libx264", "ultrafast"}, "nur ein Test"};
                  },
                  [this] { return loop_.now(); }, [this](const std::filesystem::path&) { return freeSpace_; }},
                 desktop_},
@@ -34,23 +34,23 @@ RecorderRig::RecorderRig()
     desktop_.setContent(content());
 }
 
-std::vector<EncodingJob> RecorderRig::encodingJobs() const {
+std::vector<media::EncodingJob> RecorderRig::encodingJobs() const {
     const std::lock_guard hold(encodingJobsLock_);
     return encodingJobs_;
 }
 
-ShareableContent RecorderRig::content() {
-    ShareableContent content;
+platform::ShareableContent RecorderRig::content() {
+    platform::ShareableContent content;
     content.displays = {{7, "links", {0, 0, 320, 240}, 1}, {9, "rechts", {1000, 100, 640, 360}, 2}};
     content.mainDisplayID = 7;
-    const RunningApplication application{42, "xterm", "Terminal"};
+    const platform::RunningApplication application{42, "xterm", "Terminal"};
     content.applications = {application};
     content.windows = {{77, "Sitzung 1", application, 0, {1100, 150, 160, 120}, 9}};
     return content;
 }
 
-std::shared_ptr<const BgraPremultipliedBuffer> RecorderRig::picture(int width, int height, int grey) {
-    auto picture = std::make_shared<BgraPremultipliedBuffer>(width, height);
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> RecorderRig::picture(int width, int height, int grey) {
+    auto picture = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             std::uint8_t* pixel = picture->pixel(x, y);
@@ -61,11 +61,11 @@ std::shared_ptr<const BgraPremultipliedBuffer> RecorderRig::picture(int width, i
     return picture;
 }
 
-SystemCursor RecorderRig::cursor(std::uint64_t serial, int width, int height, int grey, double hotspotX) {
-    SystemCursor cursor;
+platform::SystemCursor RecorderRig::cursor(std::uint64_t serial, int width, int height, int grey, double hotspotX) {
+    platform::SystemCursor cursor;
     cursor.serial = serial;
     const auto image = picture(width, height, grey);
-    cursor.image = BgraPremultipliedBuffer(width, height);
+    cursor.image = imaging::BgraPremultipliedBuffer(width, height);
     for (int y = 0; y < height; ++y) std::copy_n(image->row(y), width * 4, cursor.image.row(y));
     cursor.hotspotX = hotspotX;
     cursor.hotspotY = 2;
@@ -75,14 +75,14 @@ SystemCursor RecorderRig::cursor(std::uint64_t serial, int width, int height, in
 void RecorderRig::record(double seconds, int width, int height) {
     constexpr double kInterval = 0.5;
     const int pictures = static_cast<int>(seconds / kInterval);
-    std::deque<std::shared_ptr<const BgraPremultipliedBuffer>> emitted;
+    std::deque<std::shared_ptr<const imaging::BgraPremultipliedBuffer>> emitted;
     for (int i = 0; i < pictures; ++i) {
-        const FrameStatus status = i == 0 ? FrameStatus::started : FrameStatus::complete;
+        const platform::FrameStatus status = i == 0 ? platform::FrameStatus::started : platform::FrameStatus::complete;
         emitted.push_back(picture(width, height, 20 + i % 200));
         desktop_.emitScreen({status, loop_.now(), emitted.back()});
         loop_.advance(kInterval);
         // Encoded, once nobody else holds it; its place is free a moment later.
-        if (static_cast<int>(emitted.size()) < VideoWriterInput::kMostLivePictures - 1) continue;
+        if (static_cast<int>(emitted.size()) < media::VideoWriterInput::kMostLivePictures - 1) continue;
         ASSERT_TRUE(await(30, [&] { return emitted.front().use_count() == 1; }));
         emitted.pop_front();
     }

@@ -23,15 +23,16 @@ class RecorderRig : public testing::Test {
     RecorderRig();
 
     /// A second display of 640 × 360 points with two pixels a point, at (1000, 100); the main one has 320 × 240.
-    static ShareableContent content();
-    static Display mainDisplay() { return content().displays[0]; }
-    static Display otherDisplay() { return content().displays[1]; }
+    static platform::ShareableContent content();
+    static platform::Display mainDisplay() { return content().displays[0]; }
+    static platform::Display otherDisplay() { return content().displays[1]; }
     /// On the other display.
-    static Window window() { return content().windows[0]; }
+    static platform::Window window() { return content().windows[0]; }
 
     /// A picture in one grey.
-    static std::shared_ptr<const BgraPremultipliedBuffer> picture(int width, int height, int grey = 128);
-    static SystemCursor cursor(std::uint64_t serial, int width, int height, int grey = 0, double hotspotX = 1);
+    static std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture(int width, int height, int grey = 128);
+    static platform::SystemCursor cursor(std::uint64_t serial, int width, int height, int grey = 0,
+                                         double hotspotX = 1);
 
     /// Emits two pictures a second for `seconds`, moving the clock along, as fast as a writer takes them: none is
     /// dropped however slow the machine is.
@@ -44,18 +45,18 @@ class RecorderRig : public testing::Test {
     TemporaryFolder temporary_;
     std::filesystem::path folder_ = temporary_ / "recording";
     ManualMainLoop loop_;
-    SyntheticDesktop desktop_;
-    SyntheticSoundSystem sound_;
-    SyntheticCaptureDevices devices_;
-    std::optional<FreeSpace> freeSpace_ = FreeSpace{1'000'000'000'000, 2'000'000'000'000};
-    CaptureServices services_;
+    synthetic::SyntheticDesktop desktop_;
+    synthetic::SyntheticSoundSystem sound_;
+    synthetic::SyntheticCaptureDevices devices_;
+    std::optional<capture::FreeSpace> freeSpace_ = capture::FreeSpace{1'000'000'000'000, 2'000'000'000'000};
+    capture::CaptureServices services_;
 
     /// What encoders were asked for so far.
-    std::vector<EncodingJob> encodingJobs() const;
+    std::vector<media::EncodingJob> encodingJobs() const;
 
   private:
     mutable std::mutex encodingJobsLock_;
-    std::vector<EncodingJob> encodingJobs_;
+    std::vector<media::EncodingJob> encodingJobs_;
     std::size_t logStart_ = 0;
 };
 

@@ -7,9 +7,9 @@
 
 namespace lumivastor {
 
-void SeenPictures::watch(CaptureSession& session, bool discardsLate) {
-    EXPECT_TRUE(session.addVideoOutput(queue_, discardsLate, [this](const DeviceSample& sample) {
-        const BgraPremultipliedBuffer& image = *sample.image;
+void SeenPictures::watch(platform::CaptureSession& session, bool discardsLate) {
+    EXPECT_TRUE(session.addVideoOutput(queue_, discardsLate, [this](const platform::DeviceSample& sample) {
+        const imaging::BgraPremultipliedBuffer& image = *sample.image;
         const std::uint8_t* const pixel = image.pixel(image.width() / 2, image.height() / 2);
         EXPECT_EQ(pixel[3], 255);
         const std::scoped_lock hold(lock_);

@@ -22,7 +22,7 @@ class SeenPictures {
     };
 
     /// Adds outputs for pictures and, where the session has some, sound; listens for interruptions.
-    void watch(CaptureSession& session, bool discardsLate = false);
+    void watch(platform::CaptureSession& session, bool discardsLate = false);
 
     std::vector<Seen> pictures() const;
     std::vector<std::string> interruptions() const;

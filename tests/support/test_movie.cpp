@@ -100,11 +100,11 @@ Track addVideo(AVFormatContext& movie, const TestMovieOptions& options) {
     codec.gop_size = options.keyFrameInterval;
     codec.max_b_frames = options.reorderedPictures;
     codec.thread_count = 2;
-    const bool isBt709 = options.encoding.matrix == YuvMatrix::bt709;
+    const bool isBt709 = options.encoding.matrix == imaging::YuvMatrix::bt709;
     codec.colorspace = isBt709 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
     codec.color_primaries = isBt709 ? AVCOL_PRI_BT709 : AVCOL_PRI_SMPTE170M;
     codec.color_trc = AVCOL_TRC_BT709;
-    codec.color_range = options.encoding.range == YuvRange::limited ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
+    codec.color_range = options.encoding.range == imaging::YuvRange::limited ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
     const std::string open = options.openGroups ? "1" : "0";
     av_opt_set(codec.priv_data, "preset", "veryfast", 0);
     if (options.videoEncoder == "libx265") {
@@ -182,8 +182,8 @@ struct SoundSource {
     }
 };
 
-YuvDestination destination(AVFrame& frame) {
-    YuvDestination picture;
+imaging::YuvDestination destination(AVFrame& frame) {
+    imaging::YuvDestination picture;
     picture.width = frame.width;
     picture.height = frame.height;
     picture.luma = frame.data[0];
@@ -231,7 +231,7 @@ bool testPictureFlashes(const TestMovieOptions& options, int index) {
     return std::floor(testPictureSeconds(options, index)) != std::floor(testPictureSeconds(options, index - 1));
 }
 
-void paintTestPicture(int index, bool flash, const YuvDestination& picture) {
+void paintTestPicture(int index, bool flash, const imaging::YuvDestination& picture) {
     int ones = 0;
     for (int bit = 0; bit < kParity; ++bit) ones += index >> bit & 1;
     const int code = index | (ones % 2 == 0 ? 1 << kParity : 0);
@@ -311,21 +311,21 @@ void makeTestMovie(const std::filesystem::path& path, const TestMovieOptions& op
     require(av_write_trailer(movie.get()), "finishing the movie");
 }
 
-int testPictureNumber(const YuvPicture& picture) {
+int testPictureNumber(const imaging::YuvPicture& picture) {
     return numberFrom(picture.width, picture.height,
                       [&](int x, int y) { return fromLimited(picture.luma.samples[y * picture.luma.stride + x]); });
 }
 
-int testPictureNumber(const BgraPremultipliedBuffer& picture) {
+int testPictureNumber(const imaging::BgraPremultipliedBuffer& picture) {
     return numberFrom(picture.width(), picture.height(), [&](int x, int y) { return int{picture.pixel(x, y)[1]}; });
 }
 
-bool isTestFlash(const YuvPicture& picture) {
+bool isTestFlash(const imaging::YuvPicture& picture) {
     return flashFrom(picture.width, picture.height,
                      [&](int x, int y) { return fromLimited(picture.luma.samples[y * picture.luma.stride + x]); });
 }
 
-bool isTestFlash(const BgraPremultipliedBuffer& picture) {
+bool isTestFlash(const imaging::BgraPremultipliedBuffer& picture) {
     return flashFrom(picture.width(), picture.height(), [&](int x, int y) { return int{picture.pixel(x, y)[1]}; });
 }
 
@@ -360,7 +360,7 @@ std::vector<DecodedTestPicture> decodeTestMovie(const std::filesystem::path& pat
         }
         require(result, "decoding");
         if (frame->decode_error_flags != 0) throw std::runtime_error("a picture with errors");
-        YuvPicture picture;
+        imaging::YuvPicture picture;
         picture.width = frame->width;
         picture.height = frame->height;
         picture.luma = {frame->data[0], frame->linesize[0]};

@@ -42,9 +42,9 @@ struct TestMovieOptions {
     bool fragmented = false;
     bool indexFirst = false;  // the index before the samples, as streaming wants it
     int bitRate = 800000;
-    YuvEncoding encoding;  // what the pictures are tagged with; `paint` has to match it
+    imaging::YuvEncoding encoding;  // what the pictures are tagged with; `paint` has to match it
     /// Paints picture `index` instead of what is described above.
-    std::function<void(int index, const YuvDestination& picture)> paint;
+    std::function<void(int index, const imaging::YuvDestination& picture)> paint;
 };
 
 /// Writes the movie. Throws std::runtime_error, with FFmpeg's reason, when it cannot.
@@ -55,15 +55,15 @@ double testPictureSeconds(const TestMovieOptions& options, int index);
 bool testPictureFlashes(const TestMovieOptions& options, int index);
 
 /// Paints the numbered picture that test movies show.
-void paintTestPicture(int index, bool flash, const YuvDestination& picture);
+void paintTestPicture(int index, bool flash, const imaging::YuvDestination& picture);
 
 /// The number in a decoded picture, -1 when it shows none.
-int testPictureNumber(const YuvPicture& picture);
-int testPictureNumber(const BgraPremultipliedBuffer& picture);
+int testPictureNumber(const imaging::YuvPicture& picture);
+int testPictureNumber(const imaging::BgraPremultipliedBuffer& picture);
 
 /// Whether a decoded picture is a flash.
-bool isTestFlash(const YuvPicture& picture);
-bool isTestFlash(const BgraPremultipliedBuffer& picture);
+bool isTestFlash(const imaging::YuvPicture& picture);
+bool isTestFlash(const imaging::BgraPremultipliedBuffer& picture);
 
 /// The pictures of a whole movie file in the order they are shown, decoded by FFmpeg directly: a second opinion on
 /// what our own reader says. Throws std::runtime_error for any error of the decoder.
@@ -71,7 +71,7 @@ struct DecodedTestPicture {
     double seconds;
     int width;
     int height;
-    YuvPicture picture;
+    imaging::YuvPicture picture;
 };
 std::vector<DecodedTestPicture> decodeTestMovie(const std::filesystem::path& path);
 

@@ -10,7 +10,7 @@
 
 #include "base/log.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -62,4 +62,4 @@ AbruptEnd::~AbruptEnd() {
     qInstallMessageHandler(plan().before);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The window toolkit ends the program by `exit`, from within its event loop, when the connection to the display server
 /// breaks. While this lives, `finish` runs first, on the main thread, and the process ends behind it with exit status
@@ -16,4 +16,4 @@ class AbruptEnd {
     AbruptEnd& operator=(const AbruptEnd&) = delete;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

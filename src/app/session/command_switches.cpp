@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 CommandSwitches commandSwitches(std::span<const std::string> words, const std::filesystem::path& workingFolder) {
     CommandSwitches switches;
@@ -13,4 +13,4 @@ CommandSwitches commandSwitches(std::span<const std::string> words, const std::f
     return switches;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// What the application's command line asks for. What it does not know it leaves alone.
 struct CommandSwitches {
@@ -20,4 +20,4 @@ struct CommandSwitches {
 /// `words` without the program's name; relative folders are taken from `workingFolder`.
 CommandSwitches commandSwitches(std::span<const std::string> words, const std::filesystem::path& workingFolder);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 CommandSwitches parsed(const std::vector<std::string>& words) {
@@ -39,4 +39,4 @@ TEST(CommandSwitches, TestRegionMayStandAnywhere) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

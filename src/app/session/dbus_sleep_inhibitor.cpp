@@ -12,7 +12,7 @@
 
 #include "base/log.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -88,4 +88,4 @@ std::unique_ptr<SleepInhibitor::Hold> DBusSleepInhibitor::inhibit(const std::str
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -5,7 +5,7 @@
 
 #include "app/session/sleep_inhibitor.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Asks the session's screen saver and the system's login manager over D-Bus. One of them, or both, may be missing;
 /// that is noted in the log once.
@@ -22,4 +22,4 @@ class DBusSleepInhibitor final : public SleepInhibitor {
     bool hasNoted_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// What is remembered from one run to the next. Main thread.
 class Preferences {
@@ -14,4 +14,4 @@ class Preferences {
     virtual void setAutoZoomsEnabled(bool enabled) = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -12,7 +12,7 @@
 
 #include "base/log.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -128,4 +128,4 @@ QString instanceName(const QString& display) {
     return QString("lumivastor-%1-%2").arg(getuid()).arg(name.replace(kUnusual, "_"));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -11,7 +11,7 @@
 
 class QLocalSocket;
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Sees to it that a user has this program running once on a display: a second start hands over what it was asked for
 /// to the first and ends. Main thread.
@@ -54,4 +54,4 @@ std::filesystem::path instanceFolder();
 /// For the program of this user on this display; names that mean the same display give the same one.
 QString instanceName(const QString& display);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -11,7 +11,7 @@
 
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 class SingleInstanceTest : public testing::Test {
@@ -119,4 +119,4 @@ TEST_F(SingleInstanceTest, AFirstThatDoesNotAnswerIsNotWaitedForForever) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Keeps the machine awake and its screen unlocked. Where the desktop offers no way to ask for that, nothing happens.
 /// Main thread.
@@ -21,4 +21,4 @@ class SleepInhibitor {
     [[nodiscard]] virtual std::unique_ptr<Hold> inhibit(const std::string& reason) = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -4,7 +4,7 @@
 
 #include "app/session/preferences.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Preferences in the user's configuration folder.
 class StoredPreferences final : public Preferences {
@@ -21,4 +21,4 @@ class StoredPreferences final : public Preferences {
     QSettings settings_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

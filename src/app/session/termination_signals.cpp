@@ -7,7 +7,7 @@
 #include <csignal>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -45,4 +45,4 @@ void TerminationSignals::listen(std::function<void()> handler) {
                      });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -6,7 +6,7 @@
 
 #include "base/unique_descriptor.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Turns SIGINT, SIGTERM and SIGHUP into calls on the main thread. Made before any other thread is, so that none of
 /// them is interrupted instead.
@@ -25,4 +25,4 @@ class TerminationSignals {
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -32,23 +32,23 @@
 #include "ui/look.h"
 #include "ui/qt_main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
-constexpr KeyCombination kStopKeys{.letter = 'S', .control = true, .alt = true, .shift = true};
+constexpr platform::KeyCombination kStopKeys{.letter = 'S', .control = true, .alt = true, .shift = true};
 
 /// What of this machine the application works with.
 struct Machine {
-    std::shared_ptr<SoundSystem> sound = openSoundSystem();
-    std::unique_ptr<CaptureDevices> devices = openCaptureDevices(sound);
+    std::shared_ptr<platform::SoundSystem> sound = platform::openSoundSystem();
+    std::unique_ptr<platform::CaptureDevices> devices = platform::openCaptureDevices(sound);
     /// Throws `RecorderError` when there is no display server; Qt would end the program.
-    std::unique_ptr<Desktop> desktop = openDesktop(sound);
+    std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
 };
 
-std::unique_ptr<GlobalShortcut> grabStopShortcut(std::function<void()> pressed) {
+std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(std::function<void()> pressed) {
     try {
-        return grabShortcut(kStopKeys, std::move(pressed));
+        return platform::grabShortcut(kStopKeys, std::move(pressed));
     } catch (const RecorderError& error) {
         Log::write("Capture", error.message());
         return nullptr;
@@ -99,7 +99,7 @@ class Updates {
 };
 
 // What a recording, exports and unsaved edits are owed when the display server takes all windows with it.
-void endWithoutWindows(AppDelegate& app, EditorWindows& editors, QtMainLoop& loop) {
+void endWithoutWindows(AppDelegate& app, editor::EditorWindows& editors, ui::QtMainLoop& loop) {
     bool ended = false;
     NoView nobody([&] { ended = true; });
     ended = app.endWithoutWindows(nobody) == AppDelegate::TerminateReply::now;
@@ -115,26 +115,29 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
         return 1;
     }
 
-    QtMainLoop loop;
+    ui::QtMainLoop loop;
     StoredPreferences preferences;
     DBusSleepInhibitor sleep;
     Updates updates(QCoreApplication::applicationDirPath().toStdString());
     AppDelegate* delegate = nullptr;
-    EditorWindows editors(loop, {.makeSoundOutput = [] { return makePulseOutput(); },
-                                 .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
-                                 .newRecording = [&] { delegate->newRecording(); },
-                                 .keepAwake = [&]() -> std::shared_ptr<void> {
-                                     return std::shared_ptr(sleep.inhibit("Ein Video wird ausgegeben."));
-                                 }});
+    editor::EditorWindows editors(loop,
+                                  {.makeSoundOutput = [] { return platform::makePulseOutput(); },
+                                   .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
+                                   .newRecording = [&] { delegate->newRecording(); },
+                                   .keepAwake = [&]() -> std::shared_ptr<void> {
+                                       return std::shared_ptr(sleep.inhibit("Ein Video wird ausgegeben."));
+                                   }});
     AppWindows windows(
         {.editors = editors,
          .checkForUpdates =
              updates.exist() ? std::function<void()>([&] { updates.check(delegate->window(), false); }) : nullptr,
          .openUpdate = [&] { updates.open(); }});
     AppDelegate app({{{*machine.devices, *machine.sound, loop,
-                       [](const EncodingJob& job) { return chooseRecordingEncoder(job, encoderMemoryFile()); }},
+                       [](const media::EncodingJob& job) {
+                           return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
+                       }},
                       *machine.desktop},
-                     recordingsRoot(),
+                     capture::recordingsRoot(),
                      preferences,
                      sleep,
                      grabStopShortcut},
@@ -175,7 +178,7 @@ int runApplication(int argc, char** argv) {
         QGuiApplication::setDesktopFileName("lumivastor");
         QGuiApplication::setWindowIcon(QIcon(":/lumivastor.svg"));
         translate(application);
-        look::apply(application);
+        ui::look::apply(application);
         return run(switches, signals, machine);
     } catch (const RecorderError& error) {
         std::cerr << error.what() << "\n";
@@ -183,4 +186,4 @@ int runApplication(int argc, char** argv) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -20,7 +20,7 @@
 #include "support/sound_rig.h"
 #include "support/text_file.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 constexpr std::uint32_t kBackground = 0x204060;
@@ -71,13 +71,13 @@ class ApplicationOnDesktop : public testing::Test {
         ASSERT_TRUE(app().waitForVideo());
         // Until then the file is being checked, and the window would ask before it closes.
         ASSERT_TRUE(waitFor([this] { return app().logged("[Studio] fertig: "); }));
-        const Asset movie(app().recordings().back() / "studio-output.mp4");
-        ASSERT_EQ(movie.tracks(TrackKind::video).size(), 1U);
-        const ProjectSettings settings = project();
-        EXPECT_EQ(movie.tracks(TrackKind::video)[0].height, settings.exportHeight);
+        const media::Asset movie(app().recordings().back() / "studio-output.mp4");
+        ASSERT_EQ(movie.tracks(media::TrackKind::video).size(), 1U);
+        const model::ProjectSettings settings = project();
+        EXPECT_EQ(movie.tracks(media::TrackKind::video)[0].height, settings.exportHeight);
         const double whole = (settings.trimEnd > 0 ? settings.trimEnd : info().duration) - settings.trimStart;
         double cut = 0;
-        for (const CutRange& range : settings.cuts) cut += range.end - range.start;
+        for (const model::CutRange& range : settings.cuts) cut += range.end - range.start;
         EXPECT_NEAR(movie.duration().seconds(), whole - cut, 0.1);
     }
     void closeEditor() {
@@ -88,19 +88,19 @@ class ApplicationOnDesktop : public testing::Test {
             return !app().isShown(app().editorTitle());
         }));
     }
-    ProjectSettings project() const { return ProjectSettings::load(app_->recordings().back()); }
+    model::ProjectSettings project() const { return model::ProjectSettings::load(app_->recordings().back()); }
     // What is edited is saved a moment later.
-    bool waitForProject(const std::function<bool(const ProjectSettings&)>& isSo) const {
+    bool waitForProject(const std::function<bool(const model::ProjectSettings&)>& isSo) const {
         return waitFor([&] { return isSo(project()); });
     }
 
-    CaptureInfo info() const { return CaptureInfo::load(app_->recordings().at(0)); }
+    model::CaptureInfo info() const { return model::CaptureInfo::load(app_->recordings().at(0)); }
     // The last picture of the movie, as 0xRRGGBB at a place; encoding blurs it a little.
     std::vector<std::uint32_t> lastPictureAt(const std::vector<QPoint>& places) const {
-        const auto asset = std::make_shared<const Asset>(app_->recordings().at(0) / "source.mov");
-        AssetReader reader(asset);
-        VideoTrackOutput& output =
-            reader.addVideoOutput(asset->tracks(TrackKind::video).at(0).id, PictureFormat::bgraPremultiplied);
+        const auto asset = std::make_shared<const media::Asset>(app_->recordings().at(0) / "source.mov");
+        media::AssetReader reader(asset);
+        media::VideoTrackOutput& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id,
+                                                                media::PictureFormat::bgraPremultiplied);
         EXPECT_TRUE(reader.startReading());
         std::vector<std::uint32_t> colours;
         while (const auto sample = output.copyNextSample()) {
@@ -165,7 +165,7 @@ TEST_F(ApplicationOnDesktop, RecordsADisplayWithEverythingOnAndOpensTheEditor) {
     EXPECT_TRUE(isNear(colours[1], kBackground)) << std::hex << colours[1];
     EXPECT_TRUE(isNear(colours[2], 0xD0A000)) << std::hex << colours[2];
     exportMovie();
-    EXPECT_EQ(Asset(app().recordings()[0] / "studio-output.mp4").tracks(TrackKind::audio).size(), 1U);
+    EXPECT_EQ(media::Asset(app().recordings()[0] / "studio-output.mp4").tracks(media::TrackKind::audio).size(), 1U);
     quit();
 }
 
@@ -199,7 +199,7 @@ TEST_F(ApplicationOnDesktop, AWindowIsRecordedEditedAndExported) {
         sleepFor(1);
     }
     stopByPanel();
-    const ProjectSettings untouched = project();
+    const model::ProjectSettings untouched = project();
     EXPECT_GE(info().pointerEvents, 6);
 
     // Each of these is a step that can be undone.
@@ -216,8 +216,8 @@ TEST_F(ApplicationOnDesktop, AWindowIsRecordedEditedAndExported) {
     // Within a second, a drag would belong to the same step.
     sleepFor(1.2);
     ASSERT_TRUE(app().dragInEditor("paddingSlider", {untouched.padding / 0.14, 0.5}, {0.9, 0.5}));
-    ASSERT_TRUE(waitForProject([&](const ProjectSettings& now) { return now.padding > 0.12; }));
-    const ProjectSettings edited = project();
+    ASSERT_TRUE(waitForProject([&](const model::ProjectSettings& now) { return now.padding > 0.12; }));
+    const model::ProjectSettings edited = project();
     EXPECT_NEAR(edited.trimStart, info().duration * 0.1, 0.1);
     ASSERT_EQ(edited.cuts.size(), 1U);
     EXPECT_NEAR(edited.cuts[0].end - edited.cuts[0].start, info().duration * 0.1, 0.1);
@@ -231,14 +231,15 @@ TEST_F(ApplicationOnDesktop, AWindowIsRecordedEditedAndExported) {
     sleepFor(2.5);  // a sound server may take one of them to answer
     app().keyboard().press({' '});
     ASSERT_TRUE(app().clickInEditor("trimStartButton"));
-    ASSERT_TRUE(waitForProject([&](const ProjectSettings& now) { return now.trimStart > info().duration * 0.2; }));
+    ASSERT_TRUE(
+        waitForProject([&](const model::ProjectSettings& now) { return now.trimStart > info().duration * 0.2; }));
 
     for (int step = 0; step < 6; ++step) app().keyboard().press({ScriptedKeyboard::kControl, 'z'});
-    EXPECT_TRUE(waitForProject([&](const ProjectSettings& now) { return now == untouched; }));
+    EXPECT_TRUE(waitForProject([&](const model::ProjectSettings& now) { return now == untouched; }));
     for (int step = 0; step < 5; ++step) {
         app().keyboard().press({ScriptedKeyboard::kControl, ScriptedKeyboard::kShift, 'z'});
     }
-    EXPECT_TRUE(waitForProject([&](const ProjectSettings& now) { return now == edited; }));
+    EXPECT_TRUE(waitForProject([&](const model::ProjectSettings& now) { return now == edited; }));
     exportMovie();
     closeEditor();
     EXPECT_EQ(project(), edited);
@@ -328,7 +329,7 @@ TEST_F(ApplicationOnDesktop, QuittingWhileRecordingFinishesTheFolder) {
     startRecording();
     quit();
     ASSERT_EQ(app().recordings().size(), 1U);
-    EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
+    EXPECT_FALSE(media::Asset(app().recordings()[0] / "source.mov").isFragmented());
     EXPECT_FALSE(std::filesystem::exists(app().recordings()[0] / "journal"));
     EXPECT_GT(info().framesWritten, 0);
 }
@@ -341,7 +342,7 @@ TEST_F(ApplicationOnDesktop, ADisplayServerThatGoesAwayEndsTheProgramAndTheRecor
     ASSERT_EQ(app().recordings().size(), 1U);
     EXPECT_FALSE(std::filesystem::exists(app().recordings()[0] / "journal"));
     EXPECT_GT(info().framesWritten, 0);
-    EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
+    EXPECT_FALSE(media::Asset(app().recordings()[0] / "source.mov").isFragmented());
     EXPECT_TRUE(isNear(lastPictureAt({{100, 400}})[0], kBackground));
 }
 
@@ -357,7 +358,7 @@ TEST_F(ApplicationOnDesktop, AVideoThatIsRenderedLeavesNoHalfFileHoweverTheProgr
     };
     // Large, so that it lasts.
     ASSERT_TRUE(app().clickInEditor("exportResolutionControl", {0.83, 0.5}));
-    ASSERT_TRUE(waitForProject([](const ProjectSettings& now) { return now.exportHeight == 2160; }));
+    ASSERT_TRUE(waitForProject([](const model::ProjectSettings& now) { return now.exportHeight == 2160; }));
 
     ASSERT_TRUE(app().clickInEditor("renderButton"));
     app().keyboard().press({ScriptedKeyboard::kControl, 'q'});
@@ -442,7 +443,10 @@ TEST_F(ApplicationOnDesktop, AnInterruptedRecordingIsCompletedWithOneClick) {
     startRecording();
     ASSERT_TRUE(waitFor([this] {
         try {
-            return Asset(app().recordings().at(0) / "source.mov").tracks(TrackKind::video).at(0).sampleCount > 0;
+            return media::Asset(app().recordings().at(0) / "source.mov")
+                       .tracks(media::TrackKind::video)
+                       .at(0)
+                       .sampleCount > 0;
         } catch (const std::exception&) {
             return false;  // no fragment is on the disk yet
         }
@@ -460,7 +464,7 @@ TEST_F(ApplicationOnDesktop, AnInterruptedRecordingIsCompletedWithOneClick) {
         return !std::filesystem::exists(app().recordings()[0] / "journal");
     }));
     EXPECT_GT(info().framesWritten, 0);
-    EXPECT_FALSE(Asset(app().recordings()[0] / "source.mov").isFragmented());
+    EXPECT_FALSE(media::Asset(app().recordings()[0] / "source.mov").isFragmented());
     quit();
 }
 
@@ -478,4 +482,4 @@ TEST(Application, SaysWhenThereIsNoDisplay) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

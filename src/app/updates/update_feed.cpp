@@ -8,7 +8,7 @@
 #include <array>
 #include <charconv>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -66,4 +66,4 @@ bool isNewer(std::string_view version, std::string_view than) {
     return one && other && *one > *other;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// A version of the program that can be had.
 struct Release {
@@ -29,4 +29,4 @@ std::optional<Release> newestRelease(std::string_view feed);
 /// version.
 bool isNewer(std::string_view version, std::string_view than);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -4,7 +4,7 @@
 
 #include <random>
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 std::string feedOf(const std::string& version, const std::string& url) {
@@ -72,4 +72,4 @@ TEST(IsNewer, WhatIsNoVersionIsNotNewer) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

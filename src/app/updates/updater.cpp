@@ -8,7 +8,7 @@
 
 #include "base/file_bytes.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -86,4 +86,4 @@ Updater::Outcome Updater::read(QNetworkReply& reply) const {
     return {newest, {}};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

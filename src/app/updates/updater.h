@@ -12,7 +12,7 @@
 
 class QNetworkReply;
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The address of the update feed that the installed program names: the line `UpdateFeedURL=https://...` of
 /// "lumivastor.conf" beside the binary, or of "../share/lumivastor/lumivastor.conf". Nothing where the program was not
@@ -46,4 +46,4 @@ class Updater {
     QPointer<QNetworkReply> reply_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

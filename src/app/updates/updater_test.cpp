@@ -9,7 +9,7 @@
 
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 class UpdaterTest : public testing::Test {
@@ -141,4 +141,4 @@ TEST(InstalledFeed, IsReadSafelyOrNotAtAll) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

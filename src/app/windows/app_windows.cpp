@@ -20,7 +20,7 @@
 #include "ui/file_viewer.h"
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -36,7 +36,7 @@ QString text(const std::filesystem::path& path) {
 }
 
 // The screen that shows a display: both are called like the monitor. Where they are not, both begin at the same pixel.
-QScreen* screenFor(const Display& display) {
+QScreen* screenFor(const platform::Display& display) {
     const auto screens = QGuiApplication::screens();
     for (QScreen* screen : screens) {
         if (screen->name() == QString::fromStdString(display.name)) return screen;
@@ -181,7 +181,7 @@ void AppWindows::hideMainWindow() {
     window_->hide();
 }
 
-void AppWindows::showCameraPreview(std::shared_ptr<WebcamPreview> preview) {
+void AppWindows::showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) {
     window_->setCameraPreview(std::move(preview));
 }
 
@@ -201,11 +201,11 @@ void AppWindows::hideCountdown() {
     countdown_.reset();
 }
 
-bool AppWindows::hasScreen(const Display& display) {
+bool AppWindows::hasScreen(const platform::Display& display) {
     return screenFor(display) != nullptr;
 }
 
-void AppWindows::showRegionArmPanel(const Display& display) {
+void AppWindows::showRegionArmPanel(const platform::Display& display) {
     QScreen* const screen = screenFor(display);
     armPanel_ = std::make_unique<RegionArmPanel>(
         screen != nullptr ? *screen : mainScreen(), [this] { delegate_->regionArmProceed(); },
@@ -220,7 +220,7 @@ void AppWindows::closeRegionArmPanel() {
     armPanel_.release()->deleteLater();
 }
 
-void AppWindows::pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) {
+void AppWindows::pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) {
     QScreen* const screen = screenFor(display);
     if (screen == nullptr) {
         QTimer::singleShot(0, window_.get(), [completion = std::move(completion)] { completion(std::nullopt); });
@@ -247,8 +247,8 @@ void AppWindows::removeStatusItem() {
     QTimer::singleShot(0, window_.get(), [item = std::shared_ptr<StatusItem>(std::move(statusItem_))] {});
 }
 
-void AppWindows::showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
-                                    bool hasShortcut) {
+void AppWindows::showRecordingPanel(const std::optional<platform::Display>& display,
+                                    std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) {
     QScreen* const screen = display ? screenFor(*display) : nullptr;
     recordingPanel_ = std::make_unique<RecordingPanel>(screen != nullptr ? *screen : mainScreen(), std::move(preview),
                                                        hasShortcut, [this] { delegate_->stopFromStatusItem(); });
@@ -311,7 +311,7 @@ bool AppWindows::openFolder(const std::filesystem::path& folder) {
 }
 
 void AppWindows::revealFile(const std::filesystem::path& file) {
-    revealInFileViewer(file);
+    ui::revealInFileViewer(file);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -14,13 +14,13 @@
 
 class QScreen;
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// All windows of the application, on Qt. Main thread.
 class AppWindows final : public QObject, public AppView {
   public:
     struct Options {
-        EditorWindows& editors;
+        editor::EditorWindows& editors;
         /// Without, the menu has no such item.
         std::function<void()> checkForUpdates;
         /// The button of the notice about an update.
@@ -41,19 +41,19 @@ class AppWindows final : public QObject, public AppView {
     void show(const MainWindowState& state) override;
     void showMainWindow() override;
     void hideMainWindow() override;
-    void showCameraPreview(std::shared_ptr<WebcamPreview> preview) override;
+    void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) override;
     void hideCameraPreview() override;
     void showCountdown(int number) override;
     void hideCountdown() override;
-    bool hasScreen(const Display& display) override;
-    void showRegionArmPanel(const Display& display) override;
+    bool hasScreen(const platform::Display& display) override;
+    void showRegionArmPanel(const platform::Display& display) override;
     void closeRegionArmPanel() override;
-    void pickRegion(const Display& display, std::function<void(std::optional<Rect>)> completion) override;
+    void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) override;
     void installStatusItem(const std::string& title) override;
     void setStatusItemTitle(const std::string& title) override;
     void removeStatusItem() override;
-    void showRecordingPanel(const std::optional<Display>& display, std::shared_ptr<WebcamPreview> preview,
-                            bool hasShortcut) override;
+    void showRecordingPanel(const std::optional<platform::Display>& display,
+                            std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
     void setRecordingPanelTime(const std::string& time) override;
     void removeRecordingPanel() override;
     void askForFolder(const std::string& message, const std::filesystem::path& start,
@@ -83,4 +83,4 @@ class AppWindows final : public QObject, public AppView {
     RegionPicker picker_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -16,7 +16,7 @@
 #include "support/app_rig.h"
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 constexpr const char* kAsked = "Ein Video wird gerendert – noch einmal schließen bricht ab.";
@@ -25,7 +25,7 @@ constexpr const char* kAsked = "Ein Video wird gerendert – noch einmal schlie�
 class AppWindowsTest : public AppRig {
   protected:
     AppWindowsTest() {
-        look::apply(application_);
+        ui::look::apply(application_);
         useSlowCheckVideos();
         windows_.setDelegate(delegate_);
         windows_.showMainWindow();
@@ -78,7 +78,7 @@ class AppWindowsTest : public AppRig {
     QApplication application_{count_, words_};
 
   protected:
-    EditorWindows editors_{loop_, {}};
+    editor::EditorWindows editors_{loop_, {}};
     AppWindows windows_{{.editors = editors_, .checkForUpdates = nullptr, .openUpdate = [] {}}};
     AppDelegate delegate_{[this] {
                               useSlowCheckVideos();
@@ -145,8 +145,8 @@ TEST_F(AppWindowsTest, TheEndOfTheSessionFinishesARecordingFirst) {
     }));
     const auto* const button = mainWindow().findChild<QAbstractButton*>("recordButton");
     EXPECT_TRUE(ends([&] { EXPECT_TRUE(loop_.runUntil([&] { return button->text() == "Aufnahme starten"; })); }));
-    EXPECT_GT(CaptureInfo::load(root_ / "2025-03-14_09-05-33").framesWritten, 0);
+    EXPECT_GT(model::CaptureInfo::load(root_ / "2025-03-14_09-05-33").framesWritten, 0);
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

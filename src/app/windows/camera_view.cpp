@@ -7,7 +7,7 @@
 
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -22,7 +22,7 @@ CameraView::CameraView(QSize size, double radius, QWidget* parent) : QWidget(par
     connect(&timer_, &QTimer::timeout, this, [this] { look(); });
 }
 
-void CameraView::setPreview(std::shared_ptr<WebcamPreview> preview) {
+void CameraView::setPreview(std::shared_ptr<capture::WebcamPreview> preview) {
     preview_ = std::move(preview);
     shown_.reset();
     if (preview_) {
@@ -45,7 +45,7 @@ void CameraView::paintEvent(QPaintEvent*) {
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     QPainterPath frame;
     frame.addRoundedRect(rect(), radius_, radius_);
-    painter.fillPath(frame, look::kControlPressed);
+    painter.fillPath(frame, ui::look::kControlPressed);
     if (!shown_ || shown_->isEmpty()) return;
     const QImage picture(shown_->row(0), shown_->width(), shown_->height(), static_cast<qsizetype>(shown_->stride()),
                          QImage::Format_ARGB32_Premultiplied);
@@ -62,4 +62,4 @@ void CameraView::paintEvent(QPaintEvent*) {
     painter.fillPath(frame, brush);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -6,7 +6,7 @@
 
 #include "capture/recording/webcam_preview.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// A camera's live picture, mirrored, filling the view, in rounded corners.
 class CameraView final : public QWidget {
@@ -15,7 +15,7 @@ class CameraView final : public QWidget {
     CameraView(QSize size, double radius, QWidget* parent = nullptr);
 
     /// Null: shows the empty frame.
-    void setPreview(std::shared_ptr<WebcamPreview> preview);
+    void setPreview(std::shared_ptr<capture::WebcamPreview> preview);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -24,9 +24,9 @@ class CameraView final : public QWidget {
     void look();
 
     const double radius_;
-    std::shared_ptr<WebcamPreview> preview_;
-    std::shared_ptr<const BgraPremultipliedBuffer> shown_;
+    std::shared_ptr<capture::WebcamPreview> preview_;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> shown_;
     QTimer timer_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

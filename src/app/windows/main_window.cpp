@@ -24,7 +24,7 @@
 #include "ui/look.h"
 #include "ui/segmented_control.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -61,7 +61,7 @@ constexpr const char* kSheet = R"(
 
 // In pixels: grows with the desktop's type, as all else does.
 int grown(double usual, const QFont& font) {
-    return static_cast<int>(std::lround(usual * look::typeScale(font).body / kUsualType));
+    return static_cast<int>(std::lround(usual * ui::look::typeScale(font).body / kUsualType));
 }
 
 QLabel* caption(const char* text) {
@@ -134,9 +134,9 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
     setFixedSize(kWidth, kHeight);
-    setStyleSheet(look::styleSheet(font()) +
+    setStyleSheet(ui::look::styleSheet(font()) +
                   QString(kSheet)
-                      .replace("@second", look::kSecondText.name())
+                      .replace("@second", ui::look::kSecondText.name())
                       .replace("@record-type", QString::number(grown(kRecordType, font())) + "px")
                       .replace("@status-type", QString::number(grown(kStatusType, font())) + "px"));
 
@@ -194,7 +194,7 @@ void MainWindow::buildMenus(QVBoxLayout& column) {
 void MainWindow::buildSource(QVBoxLayout& column) {
     static constexpr std::array<std::string_view, 4> kTypes = {"Bildschirm", "Fenster", "Ausschnitt", "iPhone"};
     column.addWidget(caption("Quelle"));
-    sourceTypeControl_ = new SegmentedControl(kTypes, "Art der Quelle");
+    sourceTypeControl_ = new ui::SegmentedControl(kTypes, "Art der Quelle");
     sourceTypeControl_->setObjectName("sourceTypeControl");
     sourceTypeControl_->setMinimumWidth(kRowWidth);
     sourceTypeControl_->selected = [this] {
@@ -366,7 +366,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         auto* row = new QFrame;
         row->setProperty("role", "notice");
         auto* layout = new QHBoxLayout(row);
-        layout->setContentsMargins(look::kNear, look::kTight, look::kTight, look::kTight);
+        layout->setContentsMargins(ui::look::kNear, ui::look::kTight, ui::look::kTight, ui::look::kTight);
         auto* text = new QLabel(QString::fromStdString(notice.text));
         text->setObjectName("noticeLabel");
         text->setProperty("role", "second");
@@ -390,9 +390,9 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     event->setAccepted(!actions_.mayClose || actions_.mayClose());
 }
 
-void MainWindow::setCameraPreview(std::shared_ptr<WebcamPreview> preview) {
+void MainWindow::setCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) {
     webcamPreviewContainer_->setVisible(preview != nullptr);
     webcamPreviewContainer_->setPreview(std::move(preview));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

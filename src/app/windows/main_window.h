@@ -16,10 +16,13 @@ class QProgressBar;
 class QPushButton;
 class QVBoxLayout;
 
-namespace lumivastor {
+namespace lumivastor::ui {
+class SegmentedControl;
+}
+
+namespace lumivastor::app {
 
 class CameraView;
-class SegmentedControl;
 
 /// What the user does in the main window.
 struct MainWindowActions {
@@ -52,7 +55,7 @@ class MainWindow final : public QWidget {
 
     void show(const MainWindowState& state);
     /// Null hides it.
-    void setCameraPreview(std::shared_ptr<WebcamPreview> preview);
+    void setCameraPreview(std::shared_ptr<capture::WebcamPreview> preview);
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -70,7 +73,7 @@ class MainWindow final : public QWidget {
     void showNotices(const std::map<NoticeKind, Notice>& notices);
 
     const MainWindowActions actions_;
-    SegmentedControl* sourceTypeControl_ = nullptr;
+    ui::SegmentedControl* sourceTypeControl_ = nullptr;
     QComboBox* displayPopup_ = nullptr;
     QPushButton* refreshButton_ = nullptr;
     QComboBox* fpsPopup_ = nullptr;
@@ -91,4 +94,4 @@ class MainWindow final : public QWidget {
     std::map<NoticeKind, Notice> shownNotices_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

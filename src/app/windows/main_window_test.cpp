@@ -21,14 +21,14 @@
 #include "support/named_widgets.h"
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 namespace {
 
 class MainWindowTest : public testing::TestWithParam<double> {
   protected:
     // With type as large as the parameter says, in points.
     MainWindowTest() {
-        look::apply(application_);
+        ui::look::apply(application_);
         QFont font = QApplication::font();
         font.setPointSizeF(GetParam());
         QApplication::setFont(font);
@@ -105,7 +105,7 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     panel.setVisible(true);
     EXPECT_EQ(panel.size(), QSize(190, 44));
     expectNothingIsCutOff(panel);
-    RecordingPanel withCamera(screen, std::make_shared<WebcamPreview>(), true, [] {});
+    RecordingPanel withCamera(screen, std::make_shared<capture::WebcamPreview>(), true, [] {});
     withCamera.setVisible(true);
     EXPECT_EQ(withCamera.size(), QSize(254, 60));
     expectNothingIsCutOff(withCamera);
@@ -182,14 +182,14 @@ TEST_P(MainWindowTest, EverythingThatCanBeSeenHasAName) {
     state.progress = 0.5;
     state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
     window.show(state);
-    window.setCameraPreview(std::make_shared<WebcamPreview>());
+    window.setCameraPreview(std::make_shared<capture::WebcamPreview>());
     EXPECT_GT(expectEverythingIsNamed(window), 20);
     QScreen& screen = *QGuiApplication::primaryScreen();
     RegionArmPanel arm(
         screen, [] {}, [] {});
     arm.setVisible(true);
     EXPECT_GE(expectEverythingIsNamed(arm), 4);
-    RecordingPanel panel(screen, std::make_shared<WebcamPreview>(), true, [] {});
+    RecordingPanel panel(screen, std::make_shared<capture::WebcamPreview>(), true, [] {});
     panel.setVisible(true);
     EXPECT_GE(expectEverythingIsNamed(panel), 5);
     CountdownWindow countdown(screen);
@@ -233,4 +233,4 @@ TEST_P(MainWindowTest, TheStatusItemStopsByALeftClickAndByItsMenu) {
 INSTANTIATE_TEST_SUITE_P(TypeSizes, MainWindowTest, testing::Values(9.0, 10.0, 14.0));
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::app

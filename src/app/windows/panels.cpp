@@ -13,7 +13,7 @@
 #include "ui/look.h"
 #include "ui/text_labels.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -59,13 +59,13 @@ FloatingPanel::FloatingPanel(QSize size, const Look& look)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
                            Qt::NoDropShadowWindowHint | Qt::X11BypassWindowManagerHint),
       look_(look),
-      isSeeThrough_(canShowTranslucentWindows()) {
+      isSeeThrough_(platform::canShowTranslucentWindows()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, isSeeThrough_);
     // The program does not end because a panel closes.
     setAttribute(Qt::WA_QuitOnClose, false);
     setFixedSize(size);
-    setStyleSheet(look::styleSheet(font()));
+    setStyleSheet(ui::look::styleSheet(font()));
 }
 
 void FloatingPanel::orderFront() {
@@ -108,10 +108,10 @@ void CountdownWindow::setNumber(int number) {
     setAccessibleName("Aufnahme beginnt in " + QString::number(number));
 }
 
-RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview, bool hasShortcut,
+RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
                                std::function<void()> stop)
     : FloatingPanel(preview ? QSize(254, 60) : QSize(190, 44), {.background = night(0.92), .radius = 12}),
-      time_(new DigitLabel(this)) {
+      time_(new ui::DigitLabel(this)) {
     setObjectName("recordingPanel");
     setWindowTitle("LumiVastor – Aufnahme läuft");
     const int middle = height() / 2;
@@ -163,4 +163,4 @@ RegionArmPanel::RegionArmPanel(const QScreen& screen, std::function<void()> proc
     move(free.x() + free.width() / 2 - 215, free.y() + static_cast<int>(kScreenMargin));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

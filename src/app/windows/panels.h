@@ -15,9 +15,11 @@ class QScreen;
 // The small windows without a title bar that float over everything while the main window is hidden. They never take the
 // keyboard and are no part of any recording.
 
-namespace lumivastor {
-
+namespace lumivastor::ui {
 class DigitLabel;
+}
+
+namespace lumivastor::app {
 
 /// A rounded dark plate that floats. Where nobody composes windows its background is opaque.
 class FloatingPanel : public QWidget {
@@ -57,7 +59,7 @@ class RecordingPanel final : public FloatingPanel {
   public:
     /// At the lower right of the screen's free area. `preview` may be null. `hasShortcut`: keys stop the recording,
     /// too.
-    RecordingPanel(const QScreen& screen, std::shared_ptr<WebcamPreview> preview, bool hasShortcut,
+    RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
                    std::function<void()> stop);
 
     void setTime(const QString& time);
@@ -68,7 +70,7 @@ class RecordingPanel final : public FloatingPanel {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    DigitLabel* time_;
+    ui::DigitLabel* time_;
     QPoint grip_;  // where in the panel the mouse holds it
 };
 
@@ -79,4 +81,4 @@ class RegionArmPanel final : public FloatingPanel {
     RegionArmPanel(const QScreen& screen, std::function<void()> proceed, std::function<void()> cancel);
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -13,7 +13,7 @@
 #include "platform/backends/desktop_backend.h"
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -87,7 +87,7 @@ void PickerView::paintEvent(QPaintEvent*) {
     }
     painter.setRenderHint(QPainter::Antialiasing);
     if (hole) {
-        painter.setPen(QPen(look::kAccent, kLineWidth));
+        painter.setPen(QPen(ui::look::kAccent, kLineWidth));
         painter.setBrush(Qt::NoBrush);
         painter.drawRect(qRect(*hole));
     }
@@ -117,7 +117,7 @@ PickerWindow::PickerWindow(QScreen& screen)
     setWindowTitle("LumiVastor – Ausschnitt wählen");
     setAttribute(Qt::WA_QuitOnClose, false);
     QPixmap background;
-    if (canShowTranslucentWindows()) {
+    if (platform::canShowTranslucentWindows()) {
         setAttribute(Qt::WA_TranslucentBackground);
     } else {
         // Nothing shows through here: the screen as it is now stands in for itself.
@@ -151,4 +151,4 @@ void RegionPicker::pick(QScreen& screen, std::function<void(std::optional<Rect>)
                              formatted(", Schirm=%d×%d", screen.geometry().width(), screen.geometry().height()));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -10,7 +10,7 @@
 
 class QScreen;
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// Dims a screen and lets a rectangle be dragged on it. Escape, a click or a rectangle that is too small cancels.
 class PickerView final : public QWidget {
@@ -59,4 +59,4 @@ class RegionPicker {
     std::unique_ptr<PickerWindow> window_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

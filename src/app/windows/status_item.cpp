@@ -6,7 +6,7 @@
 #include <QPainter>
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 namespace {
 
@@ -63,4 +63,4 @@ void StatusItem::setTitle(const QString& title) {
     icon_.setIcon(recordingIcon(timeIn(title)));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

@@ -8,7 +8,7 @@
 
 class QMenu;
 
-namespace lumivastor {
+namespace lumivastor::app {
 
 /// The icon of a recording that has lasted `time`: a red dot above the digits. Those panels that show icons alone tell
 /// the time all the same.
@@ -30,4 +30,4 @@ class StatusItem {
     QSystemTrayIcon icon_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::app

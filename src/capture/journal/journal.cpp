@@ -14,7 +14,7 @@
 #include "capture/journal/journal_records.h"
 #include "model/recording_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -123,7 +123,7 @@ void Journal::write(std::unique_lock<std::mutex>& hold) {
 }
 
 bool isUnfinishedRecording(const std::filesystem::path& folder) {
-    return fileInside(folder, kJournalName).has_value() && fileInside(folder, "source.mov").has_value();
+    return model::fileInside(folder, kJournalName).has_value() && model::fileInside(folder, "source.mov").has_value();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -9,7 +9,7 @@
 
 #include "base/unique_descriptor.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Appends lines to the journal of a running recording, on a thread of its own ("lumi.journal"), so that nobody
 /// who records waits for the disk. A line is with the operating system within a quarter of a second. Failure never
@@ -49,4 +49,4 @@ class Journal {
 /// Whether a recording in this folder was begun and not completed.
 bool isUnfinishedRecording(const std::filesystem::path& folder);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -20,7 +20,7 @@
 #include "imaging/picture_limits.h"
 #include "model/record_fields.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -78,7 +78,7 @@ class Line {
 
 template <class Enumeration>
 std::string_view nameOf(Enumeration value) {
-    for (const auto& [each, name] : EnumerationNames<Enumeration>::list) {
+    for (const auto& [each, name] : model::EnumerationNames<Enumeration>::list) {
         if (each == value) return name;
     }
     return {};
@@ -158,7 +158,7 @@ class Words {
     template <class Enumeration>
     Enumeration enumeration() {
         const std::string_view text = word();
-        for (const auto& [each, name] : EnumerationNames<Enumeration>::list) {
+        for (const auto& [each, name] : model::EnumerationNames<Enumeration>::list) {
             if (name == text) return each;
         }
         refuse("Ein Wert ist unbekannt");
@@ -179,7 +179,7 @@ class Words {
 };
 
 void readStart(Words& words, JournalContent& content) {
-    CaptureInfo& info = content.info;
+    model::CaptureInfo& info = content.info;
     info.sourceKind = words.text();
     constexpr std::array<std::string_view, 4> kKinds = {"display", "window", "region", "device"};
     if (std::find(kKinds.begin(), kKinds.end(), *info.sourceKind) == kKinds.end()) refuse("Ein Wert ist unbekannt");
@@ -199,9 +199,9 @@ void readStart(Words& words, JournalContent& content) {
     info.pointPixelScale = words.number();
     content.geometry.pointPixelScale = info.pointPixelScale;
     if (!(info.pointPixelScale > 0)) refuse("Der Maßstab ist fehlerhaft");
-    info.pixelWidth = words.integer<int>(1, kMaxPictureEdge);
-    info.pixelHeight = words.integer<int>(1, kMaxPictureEdge);
-    if (!isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) refuse("Die Bildgröße ist unzulässig");
+    info.pixelWidth = words.integer<int>(1, imaging::kMaxPictureEdge);
+    info.pixelHeight = words.integer<int>(1, imaging::kMaxPictureEdge);
+    if (!imaging::isDecodablePictureSize(info.pixelWidth, info.pixelHeight)) refuse("Die Bildgröße ist unzulässig");
     content.geometry.pixelSize = {static_cast<double>(info.pixelWidth), static_cast<double>(info.pixelHeight)};
     info.fps = words.integer<int>(1, 1000);
     info.systemAudio = words.flag();
@@ -214,18 +214,18 @@ void readEvent(Words& words, JournalContent& content) {
     event.t = words.number();
     event.point.x = words.number();
     event.point.y = words.number();
-    event.kind = words.enumeration<PointerKind>();
-    if (event.kind == PointerKind::scroll) {
+    event.kind = words.enumeration<model::PointerKind>();
+    if (event.kind == model::PointerKind::scroll) {
         event.dx = words.number();
         event.dy = words.number();
-    } else if (event.kind != PointerKind::move) {
-        event.button = words.enumeration<PointerButton>();
+    } else if (event.kind != model::PointerKind::move) {
+        event.button = words.enumeration<model::PointerButton>();
     }
     content.pointer.events.push_back(event);
 }
 
 void readShape(Words& words, JournalContent& content) {
-    CursorImage image;
+    model::CursorImage image;
     image.id = words.shapeID();
     if (image.id == kHiddenCursorID) {
         image = hiddenCursor();
@@ -281,7 +281,8 @@ std::optional<std::string_view> checkedPayload(std::string_view line) {
 // Shapes and changes agree in a journal of ours unless a line between them was lost.
 void dropUnknownShapes(RawPointerTrack& pointer) {
     std::set<std::string, std::less<>> known;
-    std::erase_if(pointer.cursorImages, [&known](const CursorImage& image) { return !known.insert(image.id).second; });
+    std::erase_if(pointer.cursorImages,
+                  [&known](const model::CursorImage& image) { return !known.insert(image.id).second; });
     std::erase_if(pointer.cursorChanges,
                   [&known](const RawCursorChange& change) { return !known.contains(change.id); });
 }
@@ -298,7 +299,7 @@ std::string header() {
     return Line("LumiVastor-Journal").integer(1).finished();
 }
 
-std::string start(const CaptureInfo& info, const Geometry& geometry) {
+std::string start(const model::CaptureInfo& info, const model::Geometry& geometry) {
     Line line("start");
     line.text(info.sourceKind.value_or("")).integer(info.displayID);
     line.numbers({info.displayX, info.displayY, info.displayWidth, info.displayHeight});
@@ -322,15 +323,15 @@ std::string webcam(double firstPicture) {
 std::string event(const RawEvent& event) {
     Line line("e");
     line.numbers({event.t, event.point.x, event.point.y}).word(nameOf(event.kind));
-    if (event.kind == PointerKind::scroll) {
+    if (event.kind == model::PointerKind::scroll) {
         line.numbers({event.dx.value_or(0), event.dy.value_or(0)});
-    } else if (event.kind != PointerKind::move) {
-        line.word(nameOf(event.button.value_or(PointerButton::other)));
+    } else if (event.kind != model::PointerKind::move) {
+        line.word(nameOf(event.button.value_or(model::PointerButton::other)));
     }
     return line.finished();
 }
 
-std::string shape(const CursorImage& image) {
+std::string shape(const model::CursorImage& image) {
     Line line("shape");
     line.word(image.id);
     if (image.visible) line.numbers({image.width, image.height, image.hotspotX, image.hotspotY, image.scale});
@@ -414,4 +415,4 @@ JournalContent loadJournal(const std::filesystem::path& folder) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -14,7 +14,7 @@
 // whose process was ended can be completed. docs/decisions/0003-journal.md describes the format. This header is its
 // plain half: records as lines, and reading them back.
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 inline constexpr const char* kJournalName = "journal";
 
@@ -33,11 +33,11 @@ namespace journalLine {
 std::string checked(std::string_view payload);
 std::string header();
 /// What of the capture document is known when a recording starts, and its geometry.
-std::string start(const CaptureInfo& info, const Geometry& geometry);
+std::string start(const model::CaptureInfo& info, const model::Geometry& geometry);
 std::string session(double t0Host, double t0Media);
 std::string webcam(double firstPicture);
 std::string event(const RawEvent& event);
-std::string shape(const CursorImage& image);
+std::string shape(const model::CursorImage& image);
 std::string cursorChange(const RawCursorChange& change);
 std::string window(const WindowSample& sample);
 std::string display(const DisplaySample& sample);
@@ -46,8 +46,8 @@ std::string counts(const JournalCounts& counts);
 
 /// What a journal holds.
 struct JournalContent {
-    CaptureInfo info;  // as far as `start` knew it
-    Geometry geometry;
+    model::CaptureInfo info;  // as far as `start` knew it
+    model::Geometry geometry;
     struct Session {
         double t0Host = 0;
         double t0Media = 0;
@@ -74,4 +74,4 @@ JournalContent parseJournal(std::string_view text);
 /// Reads a recording folder's journal. Throws `RecorderError`, also when it cannot be read.
 JournalContent loadJournal(const std::filesystem::path& folder);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -9,12 +9,12 @@
 #include "capture/pointer/cursor_shapes.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 JournalContent written() {
     JournalContent content;
-    CaptureInfo& info = content.info;
+    model::CaptureInfo& info = content.info;
     info.sourceKind = "window";
     info.displayID = 4294967295u;
     info.displayX = -100.25;
@@ -35,11 +35,11 @@ JournalContent written() {
     content.geometry.pixelSize = {1000, 750};
     content.session = {81234.567890123, 81234.6};
     content.webcamFirstPicture = 81233.1;
-    content.pointer.events = {{1, {2, 3.5}, PointerKind::move, {}, {}, {}},
-                              {2, {-2, 3e-7}, PointerKind::down, PointerButton::right, {}, {}},
-                              {3, {2, 3}, PointerKind::drag, PointerButton::other, {}, {}},
-                              {4, {2, 3}, PointerKind::up, PointerButton::left, {}, {}},
-                              {5, {2, 3}, PointerKind::scroll, {}, 0, -1.5}};
+    content.pointer.events = {{1, {2, 3.5}, model::PointerKind::move, {}, {}, {}},
+                              {2, {-2, 3e-7}, model::PointerKind::down, model::PointerButton::right, {}, {}},
+                              {3, {2, 3}, model::PointerKind::drag, model::PointerButton::other, {}, {}},
+                              {4, {2, 3}, model::PointerKind::up, model::PointerButton::left, {}, {}},
+                              {5, {2, 3}, model::PointerKind::scroll, {}, 0, -1.5}};
     content.pointer.cursorImages = {{"c0", "cursors/c0.png", 24, 24.5, 1, 2, 2, true}, hiddenCursor()};
     content.pointer.cursorChanges = {{1, "c0"}, {2.5, "hidden"}};
     content.windowTrack = {{1, {1, 2, 3, 4}}, {2, {5, 6, 7, 8}}};
@@ -214,4 +214,4 @@ TEST(JournalRecords, AFileThatIsNoJournalIsNamedInTheError) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

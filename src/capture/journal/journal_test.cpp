@@ -13,11 +13,11 @@
 #include "support/await.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 std::string begin() {
-    CaptureInfo info;
+    model::CaptureInfo info;
     info.sourceKind = "display";
     info.pixelWidth = 640;
     info.pixelHeight = 480;
@@ -25,7 +25,7 @@ std::string begin() {
 }
 
 RawEvent eventAt(double t) {
-    return {t, {1, 2}, PointerKind::move, {}, {}, {}};
+    return {t, {1, 2}, model::PointerKind::move, {}, {}, {}};
 }
 
 TEST(Journal, WritesByItselfAfterAMoment) {
@@ -109,4 +109,4 @@ TEST(Journal, AFolderThatTakesNoneIsNobodysProblem) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -5,11 +5,11 @@
 
 #include "model/pointer_track.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
-void saveCaptureInfo(const std::filesystem::path& folder, CaptureInfo planned, const RecordingOutcome& outcome) {
-    CaptureInfo info = std::move(planned);
-    info.createdAt = CaptureInfo::timestamp(std::time(nullptr));
+void saveCaptureInfo(const std::filesystem::path& folder, model::CaptureInfo planned, const RecordingOutcome& outcome) {
+    model::CaptureInfo info = std::move(planned);
+    info.createdAt = model::CaptureInfo::timestamp(std::time(nullptr));
     info.t0HostClock = outcome.t0Host;
     info.t0MediaTime = outcome.t0Media;
     info.duration = outcome.duration;
@@ -26,7 +26,7 @@ void saveCaptureInfo(const std::filesystem::path& folder, CaptureInfo planned, c
 }
 
 void saveEmptyPointerTrack(const std::filesystem::path& folder) {
-    PointerTrack().save(folder);
+    model::PointerTrack().save(folder);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

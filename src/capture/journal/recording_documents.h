@@ -7,7 +7,7 @@
 #include "capture/journal/journal_records.h"
 #include "model/capture_info.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// What is known when a recording has ended, by a stop or by being recovered.
 struct RecordingOutcome {
@@ -24,9 +24,9 @@ struct RecordingOutcome {
 
 /// Writes "capture.json", the document that makes a folder a complete recording; hence the last one. `planned` is what
 /// was known when the recording started. Throws `RecorderError`.
-void saveCaptureInfo(const std::filesystem::path& folder, CaptureInfo planned, const RecordingOutcome& outcome);
+void saveCaptureInfo(const std::filesystem::path& folder, model::CaptureInfo planned, const RecordingOutcome& outcome);
 
 /// Writes the pointer track of a recording that has none: a device's. Throws `RecorderError`.
 void saveEmptyPointerTrack(const std::filesystem::path& folder);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -2,16 +2,16 @@
 
 #include "base/stable_hash.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
-CursorImage hiddenCursor() {
-    CursorImage hidden;
+model::CursorImage hiddenCursor() {
+    model::CursorImage hidden;
     hidden.id = kHiddenCursorID;
     hidden.visible = false;
     return hidden;
 }
 
-std::uint64_t cursorFingerprint(const SystemCursor& cursor) {
+std::uint64_t cursorFingerprint(const platform::SystemCursor& cursor) {
     StableHash hash;
     const int size[] = {cursor.image.width(), cursor.image.height()};
     hash.add(size, sizeof size);
@@ -27,8 +27,8 @@ std::string cursorFile(const std::string& id) {
     return "cursors/" + id + ".png";
 }
 
-CursorImage cursorImage(const std::string& id, const SystemCursor& cursor, double scale) {
-    CursorImage image;
+model::CursorImage cursorImage(const std::string& id, const platform::SystemCursor& cursor, double scale) {
+    model::CursorImage image;
     image.id = id;
     image.file = cursorFile(id);
     image.width = cursor.image.width() / scale;
@@ -39,4 +39,4 @@ CursorImage cursorImage(const std::string& id, const SystemCursor& cursor, doubl
     return image;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -23,38 +23,38 @@ auto sampleAt(const std::vector<Sample>& track, double t) {
 
 }  // namespace
 
-RawEvent rawEvent(const PointerEvent& event) {
-    RawEvent raw{event.hostSeconds, event.location, PointerKind::move, {}, {}, {}};
-    const auto with = [&raw](PointerKind kind, PointerButton button) {
+RawEvent rawEvent(const platform::PointerEvent& event) {
+    RawEvent raw{event.hostSeconds, event.location, model::PointerKind::move, {}, {}, {}};
+    const auto with = [&raw](model::PointerKind kind, model::PointerButton button) {
         raw.kind = kind;
         raw.button = button;
         return raw;
     };
     switch (event.type) {
-        case PointerEventType::leftMouseDown:
-            return with(PointerKind::down, PointerButton::left);
-        case PointerEventType::leftMouseUp:
-            return with(PointerKind::up, PointerButton::left);
-        case PointerEventType::rightMouseDown:
-            return with(PointerKind::down, PointerButton::right);
-        case PointerEventType::rightMouseUp:
-            return with(PointerKind::up, PointerButton::right);
-        case PointerEventType::otherMouseDown:
-            return with(PointerKind::down, PointerButton::other);
-        case PointerEventType::otherMouseUp:
-            return with(PointerKind::up, PointerButton::other);
-        case PointerEventType::leftMouseDragged:
-            return with(PointerKind::drag, PointerButton::left);
-        case PointerEventType::rightMouseDragged:
-            return with(PointerKind::drag, PointerButton::right);
-        case PointerEventType::otherMouseDragged:
-            return with(PointerKind::drag, PointerButton::other);
-        case PointerEventType::scrollWheel:
-            raw.kind = PointerKind::scroll;
+        case platform::PointerEventType::leftMouseDown:
+            return with(model::PointerKind::down, model::PointerButton::left);
+        case platform::PointerEventType::leftMouseUp:
+            return with(model::PointerKind::up, model::PointerButton::left);
+        case platform::PointerEventType::rightMouseDown:
+            return with(model::PointerKind::down, model::PointerButton::right);
+        case platform::PointerEventType::rightMouseUp:
+            return with(model::PointerKind::up, model::PointerButton::right);
+        case platform::PointerEventType::otherMouseDown:
+            return with(model::PointerKind::down, model::PointerButton::other);
+        case platform::PointerEventType::otherMouseUp:
+            return with(model::PointerKind::up, model::PointerButton::other);
+        case platform::PointerEventType::leftMouseDragged:
+            return with(model::PointerKind::drag, model::PointerButton::left);
+        case platform::PointerEventType::rightMouseDragged:
+            return with(model::PointerKind::drag, model::PointerButton::right);
+        case platform::PointerEventType::otherMouseDragged:
+            return with(model::PointerKind::drag, model::PointerButton::other);
+        case platform::PointerEventType::scrollWheel:
+            raw.kind = model::PointerKind::scroll;
             raw.dx = event.scrollingDeltaX;
             raw.dy = event.scrollingDeltaY;
             return raw;
-        case PointerEventType::mouseMoved:
+        case platform::PointerEventType::mouseMoved:
             break;
     }
     return raw;
@@ -77,14 +77,14 @@ Point displayOriginAt(const DisplayTrack& track, double t, Point atStart) {
     return sample == track.end() ? atStart : sample->point;
 }
 
-PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const Geometry& geometry,
-                          const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
+model::PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const model::Geometry& geometry,
+                                 const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
     const Point atStart{geometry.displayBounds.x, geometry.displayBounds.y};
-    Geometry now = geometry;
-    PointerTrack track;
+    model::Geometry now = geometry;
+    model::PointerTrack track;
     const double cutoff = clickCutoff(raw.events);
     for (const RawEvent& event : raw.events) {
-        if (event.kind != PointerKind::move && event.t > cutoff) continue;
+        if (event.kind != model::PointerKind::move && event.t > cutoff) continue;
         const Rect* frame = windowTrack ? windowFrameAt(*windowTrack, event.t) : nullptr;
         const Point origin = displayOriginAt(displayTrack, event.t, atStart);
         now.displayBounds.x = origin.x;
@@ -101,7 +101,7 @@ PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const Geometry&
     sortByTime(track.cursorChanges);
     track.cursorImages = raw.cursorImages;
     std::sort(track.cursorImages.begin(), track.cursorImages.end(),
-              [](const CursorImage& a, const CursorImage& b) { return a.id < b.id; });
+              [](const model::CursorImage& a, const model::CursorImage& b) { return a.id < b.id; });
     if (windowTrack) {
         track.windowFrames.emplace();
         for (const WindowSample& sample : *windowTrack) {
@@ -112,4 +112,4 @@ PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const Geometry&
     return track;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -9,9 +9,9 @@
 
 // How what was collected becomes the pointer track. Plain functions.
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
-RawEvent rawEvent(const PointerEvent& event);
+RawEvent rawEvent(const platform::PointerEvent& event);
 
 /// Presses, releases, drags and scrolls later than this are left out: they are those that ended the recording. One
 /// second before the latest event; -1 when there is none.
@@ -27,7 +27,7 @@ Point displayOriginAt(const DisplayTrack& track, double t, Point atStart);
 /// Builds the document. `t0` is the host clock at the movie's time zero. With window samples, positions are relative to
 /// the window wherever it was; otherwise to what `geometry` says was captured, on a display that was where
 /// `displayTrack` says. `windowTrack` is absent when no window was recorded.
-PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const Geometry& geometry,
-                          const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
+model::PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const model::Geometry& geometry,
+                                 const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

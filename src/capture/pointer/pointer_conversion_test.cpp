@@ -4,20 +4,20 @@
 
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 RawEvent move(double t, Point point = {}) {
-    return {t, point, PointerKind::move, {}, {}, {}};
+    return {t, point, model::PointerKind::move, {}, {}, {}};
 }
 
 RawEvent press(double t, Point point = {}) {
-    return {t, point, PointerKind::down, PointerButton::left, {}, {}};
+    return {t, point, model::PointerKind::down, model::PointerButton::left, {}, {}};
 }
 
 // Two pixels a point, 1280 × 720 pixels, beginning at the global point (1010, 120).
-Geometry regionGeometry() {
-    Geometry geometry;
+model::Geometry regionGeometry() {
+    model::Geometry geometry;
     geometry.displayBounds = {1000, 100, 2000, 1000};
     geometry.contentRect = {10, 20, 640, 360};
     geometry.pointPixelScale = 2;
@@ -27,22 +27,22 @@ Geometry regionGeometry() {
 
 TEST(RawEvents, EachTypeBecomesItsKindAndButton) {
     struct Case {
-        PointerEventType type;
-        PointerKind kind;
-        std::optional<PointerButton> button;
+        platform::PointerEventType type;
+        model::PointerKind kind;
+        std::optional<model::PointerButton> button;
     };
     const std::vector<Case> cases = {
-        {PointerEventType::leftMouseDown, PointerKind::down, PointerButton::left},
-        {PointerEventType::leftMouseUp, PointerKind::up, PointerButton::left},
-        {PointerEventType::rightMouseDown, PointerKind::down, PointerButton::right},
-        {PointerEventType::rightMouseUp, PointerKind::up, PointerButton::right},
-        {PointerEventType::otherMouseDown, PointerKind::down, PointerButton::other},
-        {PointerEventType::otherMouseUp, PointerKind::up, PointerButton::other},
-        {PointerEventType::mouseMoved, PointerKind::move, std::nullopt},
-        {PointerEventType::leftMouseDragged, PointerKind::drag, PointerButton::left},
-        {PointerEventType::rightMouseDragged, PointerKind::drag, PointerButton::right},
-        {PointerEventType::otherMouseDragged, PointerKind::drag, PointerButton::other},
-        {PointerEventType::scrollWheel, PointerKind::scroll, std::nullopt},
+        {platform::PointerEventType::leftMouseDown, model::PointerKind::down, model::PointerButton::left},
+        {platform::PointerEventType::leftMouseUp, model::PointerKind::up, model::PointerButton::left},
+        {platform::PointerEventType::rightMouseDown, model::PointerKind::down, model::PointerButton::right},
+        {platform::PointerEventType::rightMouseUp, model::PointerKind::up, model::PointerButton::right},
+        {platform::PointerEventType::otherMouseDown, model::PointerKind::down, model::PointerButton::other},
+        {platform::PointerEventType::otherMouseUp, model::PointerKind::up, model::PointerButton::other},
+        {platform::PointerEventType::mouseMoved, model::PointerKind::move, std::nullopt},
+        {platform::PointerEventType::leftMouseDragged, model::PointerKind::drag, model::PointerButton::left},
+        {platform::PointerEventType::rightMouseDragged, model::PointerKind::drag, model::PointerButton::right},
+        {platform::PointerEventType::otherMouseDragged, model::PointerKind::drag, model::PointerButton::other},
+        {platform::PointerEventType::scrollWheel, model::PointerKind::scroll, std::nullopt},
     };
     for (const Case& each : cases) {
         const RawEvent raw = rawEvent({each.type, 12.5, {3, 4}, -1, 2});
@@ -50,7 +50,7 @@ TEST(RawEvents, EachTypeBecomesItsKindAndButton) {
         EXPECT_EQ(raw.point, (Point{3, 4}));
         EXPECT_EQ(raw.kind, each.kind);
         EXPECT_EQ(raw.button, each.button);
-        const bool scrolls = each.kind == PointerKind::scroll;
+        const bool scrolls = each.kind == model::PointerKind::scroll;
         EXPECT_EQ(raw.dx, scrolls ? std::optional(-1.0) : std::nullopt);
         EXPECT_EQ(raw.dy, scrolls ? std::optional(2.0) : std::nullopt);
     }
@@ -65,23 +65,25 @@ TEST(ClickCutoff, LiesASecondBeforeTheLatestEvent) {
 
 TEST(PointerTrackConversion, EventsInTheLastSecondAreDroppedUnlessTheyAreMoves) {
     RawPointerTrack raw;
-    raw.events = {press(9.5), press(10), move(10.5), press(10.5), {10.6, {}, PointerKind::scroll, {}, 1, 1}, move(11)};
-    const PointerTrack track = pointerTrack(raw, 0, {}, std::nullopt);
+    raw.events = {press(9.5), press(10), move(10.5), press(10.5), {10.6, {}, model::PointerKind::scroll, {}, 1, 1},
+                  move(11)};
+    const model::PointerTrack track = pointerTrack(raw, 0, {}, std::nullopt);
     std::vector<double> times;
-    for (const PointerSample& each : track.events) times.push_back(each.t);
+    for (const model::PointerSample& each : track.events) times.push_back(each.t);
     // The press exactly at the cutoff stays.
     EXPECT_EQ(times, (std::vector<double>{9.5, 10, 10.5, 11}));
-    EXPECT_EQ(track.events[2].kind, PointerKind::move);
+    EXPECT_EQ(track.events[2].kind, model::PointerKind::move);
 }
 
 TEST(PointerTrackConversion, PositionsBecomePixelsAndFractionsOfWhatWasCaptured) {
     RawPointerTrack raw;
     raw.events = {move(4, {1010, 120}), press(4.5, {1330, 300}), move(9, {1000, 100})};
-    const PointerTrack track = pointerTrack(raw, 5, regionGeometry(), std::nullopt);
+    const model::PointerTrack track = pointerTrack(raw, 5, regionGeometry(), std::nullopt);
     ASSERT_EQ(track.events.size(), 3u);
-    EXPECT_EQ(track.events[0], (PointerSample{-1, 0, 0, 0, 0, PointerKind::move, {}, {}, {}}));
-    EXPECT_EQ(track.events[1],
-              (PointerSample{-0.5, 640, 360, 0.5, 0.5, PointerKind::down, PointerButton::left, {}, {}}));
+    EXPECT_EQ(track.events[0], (model::PointerSample{-1, 0, 0, 0, 0, model::PointerKind::move, {}, {}, {}}));
+    EXPECT_EQ(
+        track.events[1],
+        (model::PointerSample{-0.5, 640, 360, 0.5, 0.5, model::PointerKind::down, model::PointerButton::left, {}, {}}));
     EXPECT_EQ(track.events[2].px, -20);
     EXPECT_EQ(track.events[2].py, -40);
     EXPECT_FALSE(track.windowFrames.has_value());
@@ -91,7 +93,7 @@ TEST(PointerTrackConversion, PositionsFollowTheWindow) {
     const WindowTrack window = {{10, {1100, 200, 640, 360}}, {20, {1200, 300, 640, 360}}};
     RawPointerTrack raw;
     raw.events = {move(5, {1100, 200}), move(19.9, {1200, 300}), move(20, {1200, 300}), move(30, {1210, 320})};
-    const PointerTrack track = pointerTrack(raw, 10, regionGeometry(), window);
+    const model::PointerTrack track = pointerTrack(raw, 10, regionGeometry(), window);
     ASSERT_EQ(track.events.size(), 4u);
     EXPECT_EQ(track.events[0].px, 0);
     EXPECT_EQ(track.events[1].px, 200);
@@ -102,7 +104,7 @@ TEST(PointerTrackConversion, PositionsFollowTheWindow) {
     EXPECT_EQ(track.events[3].nx, 20.0 / 1280);
     ASSERT_TRUE(track.windowFrames.has_value());
     EXPECT_EQ(*track.windowFrames,
-              (std::vector<WindowFrameSample>{{0, 1100, 200, 640, 360}, {10, 1200, 300, 640, 360}}));
+              (std::vector<model::WindowFrameSample>{{0, 1100, 200, 640, 360}, {10, 1200, 300, 640, 360}}));
 }
 
 TEST(PointerTrackConversion, PositionsFollowADisplayThatMoves) {
@@ -111,9 +113,9 @@ TEST(PointerTrackConversion, PositionsFollowADisplayThatMoves) {
     RawPointerTrack raw;
     raw.events = {move(9.9, {1030, 130}), move(10, {1430, 130}), move(19.9, {1430, 130}), move(20, {1330, 120}),
                   move(25, {1330, 120})};
-    const PointerTrack track = pointerTrack(raw, 0, regionGeometry(), std::nullopt, display);
+    const model::PointerTrack track = pointerTrack(raw, 0, regionGeometry(), std::nullopt, display);
     ASSERT_EQ(track.events.size(), 5u);
-    for (const PointerSample& each : track.events) {
+    for (const model::PointerSample& each : track.events) {
         EXPECT_EQ(each.px, 40) << each.t;
         EXPECT_EQ(each.py, 20) << each.t;
         EXPECT_EQ(each.nx, 40.0 / 1280);
@@ -135,7 +137,7 @@ TEST(DisplayOriginAt, IsTheLastSampleAtOrBeforeTheTime) {
 TEST(PointerTrackConversion, AnEmptyWindowTrackIsWrittenButPositionsComeFromTheGeometry) {
     RawPointerTrack raw;
     raw.events = {move(5, {1330, 300})};
-    const PointerTrack track = pointerTrack(raw, 5, regionGeometry(), WindowTrack{});
+    const model::PointerTrack track = pointerTrack(raw, 5, regionGeometry(), WindowTrack{});
     EXPECT_EQ(track.events[0].px, 640);
     ASSERT_TRUE(track.windowFrames.has_value());
     EXPECT_TRUE(track.windowFrames->empty());
@@ -145,28 +147,28 @@ TEST(PointerTrackConversion, EventsAndChangesAreSortedAndEqualTimesKeepTheirOrde
     RawPointerTrack raw;
     raw.events = {move(3, {1, 0}), move(1, {2, 0}), move(3, {3, 0}), move(2, {4, 0}), move(1, {5, 0})};
     raw.cursorChanges = {{2, "c1"}, {1, "c0"}, {2, "c2"}};
-    Geometry geometry;
+    model::Geometry geometry;
     geometry.pixelSize = {10, 10};
-    const PointerTrack track = pointerTrack(raw, 0, geometry, std::nullopt);
+    const model::PointerTrack track = pointerTrack(raw, 0, geometry, std::nullopt);
     std::vector<double> xs;
-    for (const PointerSample& each : track.events) xs.push_back(each.px);
+    for (const model::PointerSample& each : track.events) xs.push_back(each.px);
     EXPECT_EQ(xs, (std::vector<double>{2, 5, 4, 1, 3}));
-    EXPECT_EQ(track.cursorChanges, (std::vector<CursorChange>{{1, "c0"}, {2, "c1"}, {2, "c2"}}));
+    EXPECT_EQ(track.cursorChanges, (std::vector<model::CursorChange>{{1, "c0"}, {2, "c1"}, {2, "c2"}}));
 }
 
 TEST(PointerTrackConversion, ShapesAreSortedAsPlainText) {
     RawPointerTrack raw;
     for (const char* id : {"hidden", "c2", "c10", "c0", "c1"}) raw.cursorImages.emplace_back().id = id;
-    const PointerTrack track = pointerTrack(raw, 0, {}, std::nullopt);
+    const model::PointerTrack track = pointerTrack(raw, 0, {}, std::nullopt);
     std::vector<std::string> ids;
-    for (const CursorImage& each : track.cursorImages) ids.push_back(each.id);
+    for (const model::CursorImage& each : track.cursorImages) ids.push_back(each.id);
     EXPECT_EQ(ids, (std::vector<std::string>{"c0", "c1", "c10", "c2", "hidden"}));
 }
 
 TEST(PointerTrackConversion, WithoutPictureAreaFractionsAreZero) {
     RawPointerTrack raw;
     raw.events = {move(1, {30, 40})};
-    const PointerTrack track = pointerTrack(raw, 0, {}, std::nullopt);
+    const model::PointerTrack track = pointerTrack(raw, 0, {}, std::nullopt);
     EXPECT_EQ(track.events[0].px, 30);
     EXPECT_EQ(track.events[0].nx, 0);
     EXPECT_EQ(track.events[0].ny, 0);
@@ -185,4 +187,4 @@ TEST(WindowFrameAt, IsTheLastSampleAtOrBeforeTheTime) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -11,13 +11,13 @@
 // What the pointer and the recorded window did, as it is collected while a recording runs. Times are seconds of the
 // host clock; points are global, with a top-left origin, in the recording's point space.
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 struct RawEvent {
     double t = 0;
     Point point;
-    PointerKind kind = PointerKind::move;
-    std::optional<PointerButton> button;
+    model::PointerKind kind = model::PointerKind::move;
+    std::optional<model::PointerButton> button;
     std::optional<double> dx, dy;
 
     bool operator==(const RawEvent&) const = default;
@@ -56,9 +56,9 @@ using DisplayTrack = std::vector<DisplaySample>;
 struct RawPointerTrack {
     std::vector<RawEvent> events;
     std::vector<RawCursorChange> cursorChanges;
-    std::vector<CursorImage> cursorImages;
+    std::vector<model::CursorImage> cursorImages;
 
     bool operator==(const RawPointerTrack&) const = default;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

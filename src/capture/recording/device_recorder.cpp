@@ -14,7 +14,7 @@
 #include "capture/recording/sound_samples.h"
 #include "capture/recordings_root.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -27,13 +27,13 @@ const char* trueOrFalse(bool value) {
     return value ? "true" : "false";
 }
 
-EncodingJob jobFor(PictureSize size) {
+media::EncodingJob jobFor(platform::PictureSize size) {
     return {size.width, size.height, kFrameRate, deviceBitRate(size.width, size.height)};
 }
 
 }  // namespace
 
-PictureSize deviceSize(int pictureWidth, int pictureHeight) {
+platform::PictureSize deviceSize(int pictureWidth, int pictureHeight) {
     return {pictureWidth & ~1, pictureHeight & ~1};
 }
 
@@ -43,13 +43,13 @@ MediaTime deviceEndTime(const MediaTime& now, const MediaTime& lastPTS) {
 
 void DeviceRecorder::enableScreenCaptureDevices() {}
 
-std::vector<CaptureDevice> DeviceRecorder::availableDevices(CaptureDevices& devices) {
-    std::vector<CaptureDevice> external = devices.externalDevices();
-    std::erase_if(external, [](const CaptureDevice& device) { return !device.isExternal; });
+std::vector<platform::CaptureDevice> DeviceRecorder::availableDevices(platform::CaptureDevices& devices) {
+    std::vector<platform::CaptureDevice> external = devices.externalDevices();
+    std::erase_if(external, [](const platform::CaptureDevice& device) { return !device.isExternal; });
     return external;
 }
 
-DeviceRecorder::DeviceRecorder(const RecordingServices& services, CaptureDevice device, Options options,
+DeviceRecorder::DeviceRecorder(const RecordingServices& services, platform::CaptureDevice device, Options options,
                                std::filesystem::path folder)
     : services_(services), device_(std::move(device)), options_(options), folder_(std::move(folder)) {}
 
@@ -142,11 +142,11 @@ void DeviceRecorder::discard() {
 void DeviceRecorder::openDevice() {
     auto session = services_.devices.open(device_);
     if (!session) throw RecorderError("Das Gerät kann nicht aufgenommen werden.");
-    if (!session->addVideoOutput(queue_, false,
-                                 [this](const DeviceSample& sample) { guarded([&] { onPicture(sample); }); })) {
+    if (!session->addVideoOutput(
+            queue_, false, [this](const platform::DeviceSample& sample) { guarded([&] { onPicture(sample); }); })) {
         throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
     }
-    hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const SoundBuffer& sound) {
+    hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const platform::SoundBuffer& sound) {
         guarded([&] { onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound); });
     });
     session->onInterruption([this](const std::string& reason) {
@@ -162,7 +162,7 @@ void DeviceRecorder::openMicrophone() {
         const auto microphone = services_.devices.defaultMicrophone();
         if (!microphone) return;
         auto session = services_.devices.open(*microphone);
-        if (!session || !session->addAudioOutput(micQueue_, [this](const SoundBuffer& sound) {
+        if (!session || !session->addAudioOutput(micQueue_, [this](const platform::SoundBuffer& sound) {
                 guarded([&] { onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound); });
             })) {
             return;
@@ -196,7 +196,7 @@ void DeviceRecorder::startWebcam() {
 
 // What the first picture would otherwise wait for. Most devices announce the size that they deliver.
 void DeviceRecorder::chooseExpectedEncoder() {
-    const PictureSize announced = session_->activeFormat();
+    const platform::PictureSize announced = session_->activeFormat();
     expectedSize_ = deviceSize(announced.width, announced.height);
     if (expectedSize_.width > 0 && expectedSize_.height > 0) {
         expectedChoice_ = services_.chooseEncoder(jobFor(expectedSize_));
@@ -229,7 +229,7 @@ bool DeviceRecorder::hasWriter() const {
 }
 
 // On the device's queue, which alone makes the writer.
-bool DeviceRecorder::makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPicture) {
+bool DeviceRecorder::makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture) {
     if (noWriter_) return false;
     if (hasWriter()) return true;
     size_ = deviceSize(firstPicture.width(), firstPicture.height());
@@ -253,24 +253,24 @@ bool DeviceRecorder::makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPict
     return true;
 }
 
-void DeviceRecorder::makeWriter(PictureSize size) {
-    auto writer = std::make_unique<AssetWriter>(folder_ / "source.mov", MovieContainer::quickTime);
+void DeviceRecorder::makeWriter(platform::PictureSize size) {
+    auto writer = std::make_unique<media::AssetWriter>(folder_ / "source.mov", media::MovieContainer::quickTime);
     writer->setMovieFragmentInterval(kFragmentInterval);
-    const EncodingJob job = jobFor(size);
-    VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, job.averageBitRate);
+    const media::EncodingJob job = jobFor(size);
+    media::VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, job.averageBitRate);
     if (!canAddVideo(settings)) throw RecorderError("Die Videospur konnte nicht angelegt werden.");
-    const EncoderChoice choice =
+    const media::EncoderChoice choice =
         expectedChoice_ && expectedSize_ == size ? *expectedChoice_ : services_.chooseEncoder(job);
     choice.applyTo(settings);
-    VideoWriterInput& video = writer->addVideoInput(settings);
+    media::VideoWriterInput& video = writer->addVideoInput(settings);
     video.setExpectsMediaDataInRealTime(true);
     const auto addSound = [&writer](int channels) {
-        AudioWriterInput& input = writer->addAudioInput(liveSoundSettings(channels));
+        media::AudioWriterInput& input = writer->addAudioInput(liveSoundSettings(channels));
         input.setExpectsMediaDataInRealTime(true);
         return &input;
     };
-    AudioWriterInput* deviceAudio = hasDeviceAudio_ ? addSound(kDeviceChannels) : nullptr;
-    AudioWriterInput* microphone = options_.microphone ? addSound(kMicrophoneChannels) : nullptr;
+    media::AudioWriterInput* deviceAudio = hasDeviceAudio_ ? addSound(kDeviceChannels) : nullptr;
+    media::AudioWriterInput* microphone = options_.microphone ? addSound(kMicrophoneChannels) : nullptr;
     if (!writer->startWriting()) {
         throw writer->error().value_or(RecorderError("Die Aufnahmedatei konnte nicht geöffnet werden."));
     }
@@ -282,7 +282,7 @@ void DeviceRecorder::makeWriter(PictureSize size) {
 
 bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
     const std::lock_guard hold(lock_);
-    const bool writing = writer_->status() == AssetWriter::Status::writing;
+    const bool writing = writer_->status() == media::AssetWriter::Status::writing;
     const auto session = progress_.beginSessionIfNeeded(writing, time, time.seconds());
     if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
     writer_->startSession(time);
@@ -291,7 +291,7 @@ bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
     return true;
 }
 
-void DeviceRecorder::onPicture(const DeviceSample& sample) {
+void DeviceRecorder::onPicture(const platform::DeviceSample& sample) {
     if (!sample.image || !std::isfinite(sample.hostSeconds) || !makeWriterIfNeeded(*sample.image)) return;
     MediaTime time = hostTime(sample.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
@@ -307,11 +307,12 @@ void DeviceRecorder::onPicture(const DeviceSample& sample) {
 }
 
 // On the device's or the microphone's queue.
-void DeviceRecorder::onSound(AudioWriterInput* DeviceRecorder::*member, int channels, const SoundBuffer& sound) {
+void DeviceRecorder::onSound(media::AudioWriterInput* DeviceRecorder::*member, int channels,
+                             const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || !hasWriter()) return;
     const MediaTime time = hostTime(sound.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
-    AudioWriterInput* const input = this->*member;
+    media::AudioWriterInput* const input = this->*member;
     if (input == nullptr || sound.sampleRate != liveSoundSettings(channels).sampleRate) return;
     if (!input->isReadyForMoreMediaData() || !input->append(pcmSample(sound, channels))) return;
     const std::lock_guard hold(lock_);
@@ -320,7 +321,7 @@ void DeviceRecorder::onSound(AudioWriterInput* DeviceRecorder::*member, int chan
 
 void DeviceRecorder::watch() {
     if (!hasWriter()) return;
-    if (writer_->status() == AssetWriter::Status::failed) {
+    if (writer_->status() == media::AssetWriter::Status::failed) {
         reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
@@ -419,7 +420,7 @@ RecorderError DeviceRecorder::unfinished(const RecorderError& reason) const {
     return notCompleted(reason, folder_, space && mustStop(*space, spaceNeed()));
 }
 
-CaptureInfo DeviceRecorder::info() const {
+model::CaptureInfo DeviceRecorder::info() const {
     return plannedDeviceInfo(device_.name, size_, deviceAudioInput_ != nullptr, micInput_ != nullptr);
 }
 
@@ -434,4 +435,4 @@ void DeviceRecorder::writeMetadata(const Stats& stats, double t0Host, std::optio
     journal_->remove();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -22,10 +22,10 @@
 #include "capture/recording_progress.h"
 #include "media/writing/asset_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// The size at which a device is recorded: that of its first picture, rounded down to even numbers.
-PictureSize deviceSize(int pictureWidth, int pictureHeight);
+platform::PictureSize deviceSize(int pictureWidth, int pictureHeight);
 
 /// When a device's movie ends: now, because a device that shows nothing new sends nothing; never before its last
 /// sample.
@@ -55,9 +55,9 @@ class DeviceRecorder {
     /// Where a desktop hides external devices from programs until they ask, this asks; here it does nothing.
     static void enableScreenCaptureDevices();
     /// The devices that deliver the screen of something else, in the system's order.
-    static std::vector<CaptureDevice> availableDevices(CaptureDevices& devices);
+    static std::vector<platform::CaptureDevice> availableDevices(platform::CaptureDevices& devices);
 
-    DeviceRecorder(const RecordingServices& services, CaptureDevice device, Options options,
+    DeviceRecorder(const RecordingServices& services, platform::CaptureDevice device, Options options,
                    std::filesystem::path folder);
     /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
     ~DeviceRecorder();
@@ -104,10 +104,10 @@ class DeviceRecorder {
     void stopSessions();
     void watch();
 
-    void onPicture(const DeviceSample& sample);
-    void onSound(AudioWriterInput* DeviceRecorder::*input, int channels, const SoundBuffer& sound);
-    bool makeWriterIfNeeded(const BgraPremultipliedBuffer& firstPicture);
-    void makeWriter(PictureSize size);
+    void onPicture(const platform::DeviceSample& sample);
+    void onSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
+    bool makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
+    void makeWriter(platform::PictureSize size);
     bool hasWriter() const;
     bool beginSessionIfNeeded(const MediaTime& time);
 
@@ -116,10 +116,10 @@ class DeviceRecorder {
     RecorderError unfinished(const RecorderError& reason) const;
     SpaceNeed spaceNeed() const;
     void writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture);
-    CaptureInfo info() const;
+    model::CaptureInfo info() const;
 
     const RecordingServices services_;
-    const CaptureDevice device_;
+    const platform::CaptureDevice device_;
     const Options options_;
     const std::filesystem::path folder_;
     OwnerReports reports_{services_.mainLoop, "Device", onStreamError, onNotice};
@@ -133,19 +133,20 @@ class DeviceRecorder {
     bool stopped_ = false;                   // main thread only
 
     bool hasDeviceAudio_ = false;
-    PictureSize size_;
-    std::optional<PictureFitter> fitter_;          // the device queue's
-    std::optional<EncoderChoice> expectedChoice_;  // for the format that the device announced; set before it runs
-    PictureSize expectedSize_;
+    platform::PictureSize size_;
+    std::optional<PictureFitter> fitter_;  // the device queue's
+    std::optional<media::EncoderChoice>
+        expectedChoice_;  // for the format that the device announced; set before it runs
+    platform::PictureSize expectedSize_;
     std::unique_ptr<Journal> journal_;
-    std::unique_ptr<AssetWriter> writer_;
-    VideoWriterInput* videoInput_ = nullptr;
-    AudioWriterInput* deviceAudioInput_ = nullptr;
-    AudioWriterInput* micInput_ = nullptr;
+    std::unique_ptr<media::AssetWriter> writer_;
+    media::VideoWriterInput* videoInput_ = nullptr;
+    media::AudioWriterInput* deviceAudioInput_ = nullptr;
+    media::AudioWriterInput* micInput_ = nullptr;
     std::unique_ptr<WebcamRecorder> webcamRecorder_;
 
-    std::unique_ptr<CaptureSession> session_;
-    std::unique_ptr<CaptureSession> micSession_;
+    std::unique_ptr<platform::CaptureSession> session_;
+    std::unique_ptr<platform::CaptureSession> micSession_;
     bool running_ = false;
     std::unique_ptr<MainLoop::Timer> watchTimer_;
 
@@ -155,4 +156,4 @@ class DeviceRecorder {
     SerialQueue workQueue_{"lumivastor.device.work"};
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -15,7 +15,7 @@
 #include "support/await.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class DeviceRecorders : public RecorderRig {
@@ -55,8 +55,8 @@ class DeviceRecorders : public RecorderRig {
         return error == nullptr ? "no error" : error->message();
     }
 
-    std::shared_ptr<SyntheticDevice> useCamera() {
-        auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    std::shared_ptr<synthetic::SyntheticDevice> useCamera() {
+        auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
         devices_.setDefaultCamera(camera);
         options_.webcam = true;
         return camera;
@@ -77,10 +77,10 @@ class DeviceRecorders : public RecorderRig {
         ASSERT_TRUE(loop_.runUntil([&] { return recorder_->snapshot().framesWritten > before; }));
     }
 
-    std::shared_ptr<SyntheticDevice> device_ =
-        std::make_shared<SyntheticDevice>(CaptureDevice{"dev", "Telefon", true, 0});
-    std::shared_ptr<SyntheticDevice> microphone_ =
-        std::make_shared<SyntheticDevice>(CaptureDevice{"mic", "Mikrofon", false, 1});
+    std::shared_ptr<synthetic::SyntheticDevice> device_ =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"dev", "Telefon", true, 0});
+    std::shared_ptr<synthetic::SyntheticDevice> microphone_ =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"mic", "Mikrofon", false, 1});
     DeviceRecorder::Options options_;
     std::unique_ptr<DeviceRecorder> recorder_;
     std::vector<std::string> streamErrors_;
@@ -97,7 +97,7 @@ TEST_F(DeviceRecorders, ADeviceBecomesARecordingLikeAnyOther) {
     EXPECT_EQ(recorder_->snapshot(), (DeviceRecorder::Stats{9.5, 3}));
     EXPECT_EQ(statsOf(stopped()), (DeviceRecorder::Stats{9.5, 3}));
 
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.sourceKind, "device");
     EXPECT_EQ(info.windowTitle, "Telefon");
     EXPECT_EQ(info.displayID, 0u);
@@ -114,8 +114,8 @@ TEST_F(DeviceRecorders, ADeviceBecomesARecordingLikeAnyOther) {
     EXPECT_EQ(info.pointerEvents, 0);
     EXPECT_FALSE(info.webcamFile.has_value());
     EXPECT_FALSE(info.webcamOffset.has_value());
-    const PointerTrack track = PointerTrack::load(folder_);
-    EXPECT_EQ(track, PointerTrack());
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
+    EXPECT_EQ(track, model::PointerTrack());
     EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
 }
 
@@ -124,7 +124,7 @@ TEST_F(DeviceRecorders, TheMovieLastsUntilTheStopAlthoughNothingNewCame) {
     emit(1000);
     loop_.advance(7);
     statsOf(stopped());
-    const Asset movie(folder_ / "source.mov");
+    const media::Asset movie(folder_ / "source.mov");
     EXPECT_NEAR(movie.duration().seconds(), 7, 0.02);
     EXPECT_EQ(movie.tracks().at(0).sampleCount, 1);
 }
@@ -146,10 +146,10 @@ TEST_F(DeviceRecorders, OddPicturesLoseARowAndAColumn) {
     start();
     emit(1000, 117, 255);
     stopped();
-    const AssetTrack track = Asset(folder_ / "source.mov").tracks().at(0);
+    const media::AssetTrack track = media::Asset(folder_ / "source.mov").tracks().at(0);
     EXPECT_EQ(track.width, 116);
     EXPECT_EQ(track.height, 254);
-    EXPECT_EQ(CaptureInfo::load(folder_).pixelWidth, 116);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).pixelWidth, 116);
 }
 
 TEST_F(DeviceRecorders, ADeviceThatIsTurnedIsSeenWholeInTheMoviesSize) {
@@ -157,13 +157,13 @@ TEST_F(DeviceRecorders, ADeviceThatIsTurnedIsSeenWholeInTheMoviesSize) {
     emit(1000, 120, 160);
     emit(1001, 160, 120);
     stopped();
-    const auto movie = std::make_shared<const Asset>(folder_ / "source.mov");
-    const AssetTrack track = movie->tracks().at(0);
+    const auto movie = std::make_shared<const media::Asset>(folder_ / "source.mov");
+    const media::AssetTrack track = movie->tracks().at(0);
     EXPECT_EQ(track.width, 120);
     EXPECT_EQ(track.height, 160);
     ASSERT_EQ(track.sampleCount, 2);
-    AssetReader reader(movie);
-    VideoTrackOutput& output = reader.addVideoOutput(track.id, PictureFormat::bgraPremultiplied);
+    media::AssetReader reader(movie);
+    media::VideoTrackOutput& output = reader.addVideoOutput(track.id, media::PictureFormat::bgraPremultiplied);
     ASSERT_TRUE(reader.startReading());
     ASSERT_TRUE(output.copyNextSample());
     const auto turned = output.copyNextSample();
@@ -235,12 +235,12 @@ TEST_F(DeviceRecorders, DeviceSoundAndMicrophoneAreTracksOfTheirOwn) {
     }
     loop_.advance(1);
     stopped();
-    const auto sounds = Asset(folder_ / "source.mov").tracks(TrackKind::audio);
+    const auto sounds = media::Asset(folder_ / "source.mov").tracks(media::TrackKind::audio);
     ASSERT_EQ(sounds.size(), 2u);
     EXPECT_EQ(sounds[0].channels, 2);
     EXPECT_EQ(sounds[1].channels, 1);
-    EXPECT_TRUE(CaptureInfo::load(folder_).systemAudio);
-    EXPECT_TRUE(CaptureInfo::load(folder_).microphone);
+    EXPECT_TRUE(model::CaptureInfo::load(folder_).systemAudio);
+    EXPECT_TRUE(model::CaptureInfo::load(folder_).microphone);
     EXPECT_TRUE(logged("[Device] gestartet: Telefon, warte auf erstes Bild, Geräteton=true Mikro=true"));
 }
 
@@ -251,11 +251,11 @@ TEST_F(DeviceRecorders, WithoutAMicrophoneTheRestIsRecorded) {
     emit(1001);
     loop_.advance(2);
     EXPECT_EQ(statsOf(stopped()).framesWritten, 2);
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount, 2);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::video).at(0).sampleCount, 2);
 }
 
 TEST_F(DeviceRecorders, WhatABackgroundStartThrowsIsAnErrorForTheOwner) {
-    services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw std::bad_alloc(); };
+    services_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice { throw std::bad_alloc(); };
     std::optional<RecorderError> error;
     make().start([&error](std::optional<RecorderError> given) { error = std::move(given); });
     ASSERT_TRUE(loop_.runUntil([&error] { return error.has_value(); }));
@@ -265,7 +265,7 @@ TEST_F(DeviceRecorders, WhatABackgroundStartThrowsIsAnErrorForTheOwner) {
 
 TEST_F(DeviceRecorders, WhatAPictureThrowsIsAnErrorForTheOwner) {
     const auto choose = services_.chooseEncoder;
-    services_.chooseEncoder = [choose](const EncodingJob& job) {
+    services_.chooseEncoder = [choose](const media::EncodingJob& job) {
         if (job.width == 200) throw std::runtime_error("no room");
         return choose(job);
     };
@@ -313,7 +313,7 @@ TEST_F(DeviceRecorders, TheSessionBeginsWithTheFirstSampleOnceThereIsAWriter) {
     emit(1000);
     microphone_->emitSound({1000.5, 48000, 1, std::vector<float>(480)});
     stopped();
-    EXPECT_EQ(CaptureInfo::load(folder_).t0HostClock, 1000);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).t0HostClock, 1000);
 }
 
 TEST_F(DeviceRecorders, TheWebcamRunsBesideIt) {
@@ -324,7 +324,7 @@ TEST_F(DeviceRecorders, TheWebcamRunsBesideIt) {
     ASSERT_TRUE(loop_.runUntil([this] { return recorder_->webcamPreviewLayer()->latest() != nullptr; }));
     emit(1000);
     stopped();
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.webcamFile, "webcam.mov");
     EXPECT_EQ(info.webcamOffset, -1.25);
 }
@@ -356,7 +356,9 @@ TEST_F(DeviceRecorders, WhatCannotBeStartedIsSaid) {
 TEST_F(DeviceRecorders, AFailedStartLeavesNothing) {
     useCamera();
     options_.microphone = true;
-    services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw RecorderError("Kein Encoder."); };
+    services_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice {
+        throw RecorderError("Kein Encoder.");
+    };
     EXPECT_THROW(make().start(), RecorderError);
     EXPECT_FALSE(std::filesystem::exists(folder_));
     make();
@@ -387,7 +389,7 @@ TEST_F(DeviceRecorders, WhatIsSlowToOpenIsTold) {
     device_->holdOpens(release[0].get_future().share());
     camera->holdOpens(release[1].get_future().share());
     services_.chooseEncoder = [choose = services_.chooseEncoder,
-                               until = release[2].get_future().share()](const EncodingJob& job) {
+                               until = release[2].get_future().share()](const media::EncodingJob& job) {
         until.wait();
         return choose(job);
     };
@@ -437,8 +439,8 @@ TEST_F(DeviceRecorders, AMovieThatCannotBeMadeEndsTheRecordingAtOnceWithItsReaso
 
 TEST_F(DeviceRecorders, AnEncoderThatDoesNotOpenLeavesNeitherFolderNorMovies) {
     useCamera();
-    services_.chooseEncoder = [](const EncodingJob&) {
-        return EncoderChoice{{VideoCodec::hevc, "no_such_encoder", ""}, "zum Test"};
+    services_.chooseEncoder = [](const media::EncodingJob&) {
+        return media::EncoderChoice{{media::VideoCodec::hevc, "no_such_encoder", ""}, "zum Test"};
     };
     start();
     device_->emitPicture(1000, picture(160, 120));
@@ -461,7 +463,7 @@ TEST_F(DeviceRecorders, WhatCouldNotBeCompletedSaysHowItCan) {
     std::filesystem::remove(folder_ / "capture.json");
     recorder_.reset();
     EXPECT_TRUE(recoverRecording(folder_).recovered);
-    EXPECT_EQ(CaptureInfo::load(folder_).framesWritten, 1);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).framesWritten, 1);
 }
 
 TEST_F(DeviceRecorders, TheAnnouncedFormatsEncoderIsChosenBeforehand) {
@@ -506,15 +508,16 @@ TEST_F(DeviceRecorders, OneThatIsNotStoppedEndsItsDevice) {
 
 TEST_F(DeviceRecorders, OnlyExternalDevicesAreListed) {
     EXPECT_EQ(DeviceRecorder::availableDevices(devices_).size(), 1u);
-    devices_.addExternalDevice(std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0}));
+    devices_.addExternalDevice(
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0}));
     const auto listed = DeviceRecorder::availableDevices(devices_);
     ASSERT_EQ(listed.size(), 1u);
     EXPECT_EQ(listed[0].id, "dev");
 }
 
 TEST(DeviceDecisions, SizesAreRoundedDownToEven) {
-    EXPECT_EQ(deviceSize(1179, 2556), (PictureSize{1178, 2556}));
-    EXPECT_EQ(deviceSize(640, 481), (PictureSize{640, 480}));
+    EXPECT_EQ(deviceSize(1179, 2556), (platform::PictureSize{1178, 2556}));
+    EXPECT_EQ(deviceSize(640, 481), (platform::PictureSize{640, 480}));
 }
 
 TEST(DeviceDecisions, TheMovieEndsNowButNotBeforeItsLastSample) {
@@ -523,4 +526,4 @@ TEST(DeviceDecisions, TheMovieEndsNowButNotBeforeItsLastSample) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

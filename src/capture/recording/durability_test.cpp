@@ -16,7 +16,7 @@
 #include "capture/recording/recorder.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 struct Synced {
@@ -63,15 +63,15 @@ SyncRecord& syncRecord() {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture
 
 // In place of the C library's, in this test program: does the same and remembers it.
 extern "C" int fsync(int file) {
-    lumivastor::syncRecord().add(file);
+    lumivastor::capture::syncRecord().add(file);
     return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class RecordingDurability : public RecorderRig {
@@ -115,4 +115,4 @@ TEST_F(RecordingDurability, EverythingIsOnTheDiskBeforeTheJournalGoes) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

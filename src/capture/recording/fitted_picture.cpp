@@ -7,12 +7,12 @@
 
 #include "imaging/picture.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
-std::shared_ptr<const BgraPremultipliedBuffer> fittedPicture(std::shared_ptr<const BgraPremultipliedBuffer> picture,
-                                                             int width, int height) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> fittedPicture(
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, int width, int height) {
     if (picture->width() == width && picture->height() == height) return picture;
-    auto fitted = std::make_shared<BgraPremultipliedBuffer>(width, height);
+    auto fitted = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     const auto shared = static_cast<std::size_t>(std::min(width, picture->width())) * 4;
     for (int y = 0; y < height; ++y) {
         std::size_t filled = 0;
@@ -36,8 +36,8 @@ PicturePlace containedPlace(int pictureWidth, int pictureHeight, int movieWidth,
     return place;
 }
 
-std::shared_ptr<const BgraPremultipliedBuffer> PictureFitter::fit(
-    std::shared_ptr<const BgraPremultipliedBuffer> picture) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureFitter::fit(
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture) {
     const auto isRoundedFrom = [](int movie, int size) {
         return movie == size || (size % 2 == 1 && movie == size - 1);
     };
@@ -47,21 +47,22 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureFitter::fit(
     return scaled(std::move(picture));
 }
 
-std::shared_ptr<const BgraPremultipliedBuffer> PictureFitter::scaled(
-    std::shared_ptr<const BgraPremultipliedBuffer> picture) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureFitter::scaled(
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture) {
     // A picture of 2556 x 1178 takes 20 ms of one processor, which is more than its time at 60 a second.
-    if (!painter_) painter_ = std::make_unique<Painter>(paintingThreads());
+    if (!painter_) painter_ = std::make_unique<imaging::Painter>(imaging::paintingThreads());
     const PicturePlace place = containedPlace(picture->width(), picture->height(), width_, height_);
     const double scaleX = static_cast<double>(place.width) / picture->width();
     const double scaleY = static_cast<double>(place.height) / picture->height();
     const double bottom = height_ - place.y - place.height;
-    auto fitted = std::make_shared<BgraPremultipliedBuffer>(width_, height_);
-    painter_->paint(Picture(std::move(picture)).transformed({scaleX, scaleY, static_cast<double>(place.x), bottom}),
-                    *fitted);
+    auto fitted = std::make_shared<imaging::BgraPremultipliedBuffer>(width_, height_);
+    painter_->paint(
+        imaging::Picture(std::move(picture)).transformed({scaleX, scaleY, static_cast<double>(place.x), bottom}),
+        *fitted);
     for (int y = 0; y < height_; ++y) {
         for (int x = 3; x < width_ * 4; x += 4) fitted->row(y)[x] = 255;
     }
     return fitted;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

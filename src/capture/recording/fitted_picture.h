@@ -5,13 +5,13 @@
 #include "imaging/painting/painter.h"
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// The picture itself when it has this size. Otherwise a copy at the top-left corner, cut off where the picture is
 /// larger and black where it is smaller: a track of pictures keeps the size that it began with, which for devices is
 /// also rounded down to even numbers.
-std::shared_ptr<const BgraPremultipliedBuffer> fittedPicture(std::shared_ptr<const BgraPremultipliedBuffer> picture,
-                                                             int width, int height);
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> fittedPicture(
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, int width, int height);
 
 /// Whole pixels of a movie's picture, from its top-left corner.
 struct PicturePlace {
@@ -34,14 +34,16 @@ class PictureFitter {
   public:
     PictureFitter(int width, int height) : width_(width), height_(height) {}
 
-    std::shared_ptr<const BgraPremultipliedBuffer> fit(std::shared_ptr<const BgraPremultipliedBuffer> picture);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> fit(
+        std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture);
 
   private:
-    std::shared_ptr<const BgraPremultipliedBuffer> scaled(std::shared_ptr<const BgraPremultipliedBuffer> picture);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> scaled(
+        std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture);
 
     int width_;
     int height_;
-    std::unique_ptr<Painter> painter_;  // from the first picture on that is scaled
+    std::unique_ptr<imaging::Painter> painter_;  // from the first picture on that is scaled
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

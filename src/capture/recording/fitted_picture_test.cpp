@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <cstdlib>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
-std::shared_ptr<BgraPremultipliedBuffer> numbered(int width, int height) {
-    auto picture = std::make_shared<BgraPremultipliedBuffer>(width, height);
+std::shared_ptr<imaging::BgraPremultipliedBuffer> numbered(int width, int height) {
+    auto picture = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             std::uint8_t* pixel = picture->pixel(x, y);
@@ -61,8 +61,8 @@ TEST(ContainedPlace, ShowsAllOfThePictureInTheMiddle) {
 }
 
 // Four quarters in colours of their own.
-std::shared_ptr<BgraPremultipliedBuffer> quartered(int width, int height) {
-    auto picture = std::make_shared<BgraPremultipliedBuffer>(width, height);
+std::shared_ptr<imaging::BgraPremultipliedBuffer> quartered(int width, int height) {
+    auto picture = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             std::uint8_t* const pixel = picture->pixel(x, y);
@@ -113,4 +113,4 @@ TEST(PictureFitter, TheOddRowAndColumnGoAndTheRestStaysSharp) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -4,7 +4,7 @@
 
 #include "base/log.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 OwnerReports::OwnerReports(MainLoop& mainLoop, const char* category, const ErrorCallback& onError,
                            const NoticeCallback& onNotice)
@@ -37,4 +37,4 @@ void OwnerReports::notice(const std::string& sentence) {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -8,7 +8,7 @@
 #include "base/main_loop.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Brings what happens to a recording to whoever made its recorder, on the main thread, and only as long as this object
 /// lives. Its functions may be called on any thread.
@@ -50,4 +50,4 @@ class OwnerReports {
     const std::shared_ptr<bool> isSilent_ = std::make_shared<bool>(false);
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -8,7 +8,7 @@
 
 #include "support/manual_main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 struct Owner {
@@ -78,4 +78,4 @@ TEST(OwnerReports, ACallbackMayDestroyWhatHoldsIt) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

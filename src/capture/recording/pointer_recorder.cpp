@@ -15,7 +15,7 @@
 #include "capture/pointer/pointer_conversion.h"
 #include "imaging/png_file.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -29,24 +29,25 @@ void makeCursorFolder(const std::filesystem::path& folder) {
     }
 }
 
-void writeCursor(const std::filesystem::path& folder, const std::string& id, const BgraPremultipliedBuffer& picture) {
+void writeCursor(const std::filesystem::path& folder, const std::string& id,
+                 const imaging::BgraPremultipliedBuffer& picture) {
     makeCursorFolder(folder);
     const std::filesystem::path file = folder / cursorFile(id);
     // Not waiting for the disk: pictures come while the screen is recorded. `savePointerTrack` waits for all of them.
-    if (const std::error_code error = replaceFile(file, encodedPng(picture), Durability::later)) {
+    if (const std::error_code error = replaceFile(file, imaging::encodedPng(picture), Durability::later)) {
         throw RecorderError("„" + file.filename().string() +
                             "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");
     }
 }
 
 // The pictures are on the disk before the document that names them.
-void syncCursors(const std::filesystem::path& folder, const PointerTrack& track) {
+void syncCursors(const std::filesystem::path& folder, const model::PointerTrack& track) {
     const auto sync = [&folder](const std::filesystem::path& name) {
         const std::error_code error = syncToDisk(folder / name);
         if (!error || error == std::errc::no_such_file_or_directory) return;
         Log::write("Pointer", name.string() + " ist vielleicht nicht auf dem Datenträger: " + systemErrorText(error));
     };
-    for (const CursorImage& image : track.cursorImages) {
+    for (const model::CursorImage& image : track.cursorImages) {
         if (!image.file.empty()) sync(image.file);
     }
     sync(kCursorFolder);
@@ -59,13 +60,14 @@ PointerRecorder::PointerRecorder(const CaptureServices& services, std::filesyste
 
 PointerRecorder::~PointerRecorder() = default;
 
-void PointerRecorder::start(const PointSpace& space, Journal* journal) {
+void PointerRecorder::start(const platform::PointSpace& space, Journal* journal) {
     journal_ = journal;
     scale_ = space.scale;
-    monitor_ = services_.desktop.monitorPointer(space, [this](const PointerEvent& event) { record(rawEvent(event)); });
+    monitor_ = services_.desktop.monitorPointer(
+        space, [this](const platform::PointerEvent& event) { record(rawEvent(event)); });
     if (!monitor_) Log::write("Pointer", "Globaler Monitor konnte nicht angelegt werden");
     const Point location = services_.desktop.pointerLocation(space).value_or(Point{space.origin});
-    record({services_.hostClock(), location, PointerKind::move, {}, {}, {}});
+    record({services_.hostClock(), location, model::PointerKind::move, {}, {}, {}});
     sampleCursor();
     cursorTimer_ = services_.mainLoop.every(cursorPollInterval, [this] { sampleCursor(); });
     Log::write("Pointer", "Aufzeichnung gestartet");
@@ -97,7 +99,7 @@ void PointerRecorder::record(const RawEvent& event) {
 
 void PointerRecorder::sampleCursor() {
     const double now = services_.hostClock();
-    std::optional<SystemCursor> cursor;
+    std::optional<platform::SystemCursor> cursor;
     try {
         cursor = services_.desktop.currentCursor(lastSerial_);
     } catch (const RecorderError&) {
@@ -129,12 +131,12 @@ void PointerRecorder::sampleCursor() {
 }
 
 // The id of a cursor's shape, which is registered when it is new. Nothing when there is no picture to keep.
-std::optional<std::string> PointerRecorder::shapeOf(const SystemCursor& cursor) {
+std::optional<std::string> PointerRecorder::shapeOf(const platform::SystemCursor& cursor) {
     if (lastSerial_ == cursor.serial) return shapeOfLastSerial_;
     if (cursor.image.isEmpty()) return std::nullopt;
     const std::uint64_t fingerprint = cursorFingerprint(cursor);
     std::string id;
-    CursorImage added;
+    model::CursorImage added;
     {
         const std::lock_guard hold(lock_);
         const auto known = fingerprintToID_.find(fingerprint);
@@ -158,12 +160,12 @@ std::optional<std::string> PointerRecorder::shapeOf(const SystemCursor& cursor) 
 }
 
 // At once, so that the shape outlives this process; what the disk refuses is tried again when the track is saved.
-void PointerRecorder::writePicture(const std::string& id, const BgraPremultipliedBuffer& picture) {
+void PointerRecorder::writePicture(const std::string& id, const imaging::BgraPremultipliedBuffer& picture) {
     try {
         writeCursor(folder_, id, picture);
     } catch (const RecorderError& error) {
         Log::write("Pointer", error.message());
-        BgraPremultipliedBuffer copy(picture.width(), picture.height());
+        imaging::BgraPremultipliedBuffer copy(picture.width(), picture.height());
         for (int y = 0; y < copy.height(); ++y) {
             std::copy_n(picture.row(y), static_cast<std::size_t>(copy.width()) * 4, copy.row(y));
         }
@@ -172,10 +174,10 @@ void PointerRecorder::writePicture(const std::string& id, const BgraPremultiplie
     }
 }
 
-std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t0, const Geometry& geometry,
+std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t0, const model::Geometry& geometry,
                                    const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
     RawPointerTrack raw;
-    std::map<std::string, BgraPremultipliedBuffer> pictures;
+    std::map<std::string, imaging::BgraPremultipliedBuffer> pictures;
     {
         const std::lock_guard hold(lock_);
         raw.events = events_;
@@ -188,10 +190,10 @@ std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t
 }
 
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
-                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
+                              const model::Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
                               const DisplayTrack& displayTrack) {
     makeCursorFolder(folder);
-    const PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack, displayTrack);
+    const model::PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack, displayTrack);
     syncCursors(folder, track);
     track.save(folder);
     Log::write("Pointer", "gesichert: " + std::to_string(track.events.size()) + " Ereignisse, " +
@@ -199,4 +201,4 @@ std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPoin
     return static_cast<std::int64_t>(track.events.size());
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

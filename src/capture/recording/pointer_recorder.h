@@ -13,7 +13,7 @@
 #include "capture/pointer/pointer_records.h"
 #include "model/capture_geometry.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 class Journal;
 
@@ -33,14 +33,14 @@ class PointerRecorder {
 
     /// Positions and sizes are in points of `space`. `journal` may be null and outlives the recorder. Main thread,
     /// once.
-    void start(const PointSpace& space, Journal* journal);
+    void start(const platform::PointSpace& space, Journal* journal);
     /// Main thread.
     void stop();
 
     /// Writes "pointer.json" and those cursor pictures that are not there yet. `t0` is the host clock at the movie's
     /// time zero; `windowTrack` is absent unless a window is recorded, `displayTrack` empty unless the display moved.
     /// The number of samples saved. Throws `RecorderError`. Any thread, after `stop`.
-    std::int64_t save(const std::filesystem::path& folder, double t0, const Geometry& geometry,
+    std::int64_t save(const std::filesystem::path& folder, double t0, const model::Geometry& geometry,
                       const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
 
     /// Raw events so far. Any thread.
@@ -51,8 +51,8 @@ class PointerRecorder {
   private:
     void record(const RawEvent& event);
     void sampleCursor();
-    std::optional<std::string> shapeOf(const SystemCursor& cursor);
-    void writePicture(const std::string& id, const BgraPremultipliedBuffer& picture);
+    std::optional<std::string> shapeOf(const platform::SystemCursor& cursor);
+    void writePicture(const std::string& id, const imaging::BgraPremultipliedBuffer& picture);
 
     const CaptureServices services_;
     const std::filesystem::path folder_;
@@ -62,8 +62,9 @@ class PointerRecorder {
     // All of these are guarded by lock_.
     std::vector<RawEvent> events_;
     std::vector<RawCursorChange> cursorChanges_;
-    std::map<std::string, CursorImage> cursorImages_;
-    std::map<std::string, BgraPremultipliedBuffer> unwrittenPictures_;  // by shape; those that the disk refused
+    std::map<std::string, model::CursorImage> cursorImages_;
+    std::map<std::string, imaging::BgraPremultipliedBuffer>
+        unwrittenPictures_;  // by shape; those that the disk refused
     std::map<std::uint64_t, std::string> fingerprintToID_;
     std::optional<std::string> lastCursorID_;
     std::int64_t missingCursorPolls_ = 0;
@@ -72,13 +73,13 @@ class PointerRecorder {
     double scale_ = 1;
     std::optional<std::uint64_t> lastSerial_;
     std::string shapeOfLastSerial_;
-    std::unique_ptr<PointerMonitor> monitor_;
+    std::unique_ptr<platform::PointerMonitor> monitor_;
     std::unique_ptr<MainLoop::Timer> cursorTimer_;
 };
 
 /// Writes "pointer.json" from what was collected, here or by a process that was ended. The number of samples saved.
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
-                              const Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
+                              const model::Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
                               const DisplayTrack& displayTrack);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -19,7 +19,7 @@
 #include "capture/recording/sound_samples.h"
 #include "capture/recordings_root.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
@@ -148,21 +148,21 @@ void Recorder::prepare() {
 void Recorder::makeWriter() {
     const int width = plan_->width();
     const int height = plan_->height();
-    writer_ = std::make_unique<AssetWriter>(folder_ / "source.mov", MovieContainer::quickTime);
+    writer_ = std::make_unique<media::AssetWriter>(folder_ / "source.mov", media::MovieContainer::quickTime);
     writer_->setMovieFragmentInterval(kFragmentInterval);
 
-    const EncodingJob job = screenEncodingJob({width, height}, options_.fps);
-    VideoSettings settings = liveVideoSettings(width, height, options_.fps, job.averageBitRate);
+    const media::EncodingJob job = screenEncodingJob({width, height}, options_.fps);
+    media::VideoSettings settings = liveVideoSettings(width, height, options_.fps, job.averageBitRate);
     if (!canAddVideo(settings)) throw RecorderError("Videospur konnte nicht angelegt werden.");
     startWatch_.step("Suche einen passenden Encoder …");
-    const EncoderChoice choice = services_.chooseEncoder(job);
+    const media::EncoderChoice choice = services_.chooseEncoder(job);
     choice.applyTo(settings);
     videoInput_ = &writer_->addVideoInput(settings);
     videoInput_->setExpectsMediaDataInRealTime(true);
     double bits = static_cast<double>(job.averageBitRate);
 
     if (options_.systemAudio) {
-        const AudioSettings sound = liveSoundSettings(kSystemChannels);
+        const media::AudioSettings sound = liveSoundSettings(kSystemChannels);
         if (!canAddSound(sound)) throw RecorderError("Spur für den Systemton konnte nicht angelegt werden.");
         systemAudioInput_ = &writer_->addAudioInput(sound);
         systemAudioInput_->setExpectsMediaDataInRealTime(true);
@@ -171,7 +171,7 @@ void Recorder::makeWriter() {
     if (options_.microphone) {
         const auto device = services_.sound.defaultMicrophone();
         microphoneChannels_ = microphoneChannels(device ? device->channels : 0);
-        const AudioSettings sound = liveSoundSettings(microphoneChannels_);
+        const media::AudioSettings sound = liveSoundSettings(microphoneChannels_);
         if (!canAddSound(sound)) throw RecorderError("Spur für das Mikrofon konnte nicht angelegt werden.");
         microphoneInput_ = &writer_->addAudioInput(sound);
         microphoneInput_->setExpectsMediaDataInRealTime(true);
@@ -197,14 +197,15 @@ void Recorder::makeStream() {
     });
     stream_->onNotice([this](const std::string& sentence) { reports_.notice(sentence); });
     stream_->onDisplayOrigin([this](double hostSeconds, Point pixels) { onDisplayOrigin(hostSeconds, pixels); });
-    stream_->addScreenOutput(videoQueue_, [this](const ScreenSample& sample) { guarded([&] { onScreen(sample); }); });
+    stream_->addScreenOutput(videoQueue_,
+                             [this](const platform::ScreenSample& sample) { guarded([&] { onScreen(sample); }); });
     if (systemAudioInput_ != nullptr) {
-        stream_->addSystemAudioOutput(systemAudioQueue_, [this](const SoundBuffer& sound) {
+        stream_->addSystemAudioOutput(systemAudioQueue_, [this](const platform::SoundBuffer& sound) {
             guarded([&] { onSound(*systemAudioInput_, kSystemChannels, sound); });
         });
     }
     if (microphoneInput_ != nullptr) {
-        stream_->addMicrophoneOutput(microphoneQueue_, [this](const SoundBuffer& sound) {
+        stream_->addMicrophoneOutput(microphoneQueue_, [this](const platform::SoundBuffer& sound) {
             guarded([&] { onSound(*microphoneInput_, microphoneChannels_, sound); });
         });
     }
@@ -299,7 +300,7 @@ bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
     RecordingProgress begun;
     {
         const std::lock_guard hold(lock_);
-        const bool writing = writer_->status() == AssetWriter::Status::writing;
+        const bool writing = writer_->status() == media::AssetWriter::Status::writing;
         const auto session = progress_.beginSessionIfNeeded(writing, time, services_.hostClock());
         if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
         // Under the lock: nobody appends before the session has begun.
@@ -312,7 +313,7 @@ bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
     return true;
 }
 
-void Recorder::onScreen(const ScreenSample& sample) {
+void Recorder::onScreen(const platform::ScreenSample& sample) {
     if (!std::isfinite(sample.hostSeconds)) return;
     const MediaTime time = hostTime(sample.hostSeconds);
     appendWaiting(time);
@@ -383,7 +384,7 @@ void Recorder::append(const WaitingPicture::Picture& picture) {
     progress_.pictureWritten(picture.time);
 }
 
-void Recorder::onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound) {
+void Recorder::onSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || sound.sampleRate != plan_->configuration.sampleRate) return;
     const MediaTime time = hostTime(sound.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
@@ -395,7 +396,7 @@ void Recorder::onSound(AudioWriterInput& input, int channels, const SoundBuffer&
 void Recorder::watch() {
     const Stats now = snapshot();
     journal_->append(journalLine::counts({now.framesSkippedIdle, now.framesDropped, pointer_->missingCursorPolls()}));
-    if (writer_->status() == AssetWriter::Status::failed) {
+    if (writer_->status() == media::AssetWriter::Status::failed) {
         reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
@@ -528,4 +529,4 @@ void Recorder::writeDocuments(const RecordingProgress& progress, Stats& stats) {
                   static_cast<long long>(stats.framesDropped), static_cast<long long>(stats.pointerEvents)));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

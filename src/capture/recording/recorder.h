@@ -23,7 +23,7 @@
 #include "capture/recording_progress.h"
 #include "media/writing/asset_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Records a display, a region of it or a window into "source.mov" of a recording folder, with system sound and
 /// microphone where asked for, and drives what is recorded beside it: pointer, window frame, webcam. Make it, start it,
@@ -98,8 +98,8 @@ class Recorder {
     void makeStream();
     void watch();
 
-    void onScreen(const ScreenSample& sample);
-    void onSound(AudioWriterInput& input, int channels, const SoundBuffer& sound);
+    void onScreen(const platform::ScreenSample& sample);
+    void onSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound);
     bool beginSessionIfNeeded(const MediaTime& time);
     void appendWaiting(const MediaTime& now);
     void appendRest();
@@ -135,15 +135,15 @@ class Recorder {
     std::optional<CapturePlan> plan_;
     double bytesPerSecond_ = 0;
 
-    std::unique_ptr<AssetWriter> writer_;
-    VideoWriterInput* videoInput_ = nullptr;
-    AudioWriterInput* systemAudioInput_ = nullptr;
-    AudioWriterInput* microphoneInput_ = nullptr;
+    std::unique_ptr<media::AssetWriter> writer_;
+    media::VideoWriterInput* videoInput_ = nullptr;
+    media::AudioWriterInput* systemAudioInput_ = nullptr;
+    media::AudioWriterInput* microphoneInput_ = nullptr;
     int microphoneChannels_ = 1;
     WaitingPicture::Image lastPicture_;  // the video queue's
     WaitingPicture waiting_;             // the video queue's
 
-    std::unique_ptr<CaptureStream> stream_;
+    std::unique_ptr<platform::CaptureStream> stream_;
     std::unique_ptr<MainLoop::Timer> watchTimer_;
 
     // The queues end before what their work uses.
@@ -153,4 +153,4 @@ class Recorder {
     SerialQueue workQueue_{"aufnahme.capture.work"};
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -14,7 +14,7 @@
 #include "support/folder_listing.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class Recorders : public RecorderRig {
@@ -60,7 +60,8 @@ class Recorders : public RecorderRig {
     int emitUntilOneWaits() {
         int sent = 0;
         do {
-            desktop_.emitScreen({FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? bright_ : dark_});
+            desktop_.emitScreen(
+                {platform::FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? bright_ : dark_});
             ++sent;
         } while (recorder_->snapshot().framesWritten == sent && sent < 5000);
         EXPECT_LT(recorder_->snapshot().framesWritten, sent);
@@ -69,13 +70,13 @@ class Recorders : public RecorderRig {
 
     bool exists(const char* name) const { return std::filesystem::exists(folder_ / name); }
 
-    static SoundBuffer sound(double seconds, int channels, std::size_t frames = 480) {
+    static platform::SoundBuffer sound(double seconds, int channels, std::size_t frames = 480) {
         return {seconds, 48000, channels, std::vector<float>(frames * static_cast<std::size_t>(channels), 0.1F)};
     }
 
     Recorder::Options options_;
-    std::shared_ptr<const BgraPremultipliedBuffer> dark_ = picture(1920, 1080, 10);
-    std::shared_ptr<const BgraPremultipliedBuffer> bright_ = picture(1920, 1080, 200);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> dark_ = picture(1920, 1080, 10);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> bright_ = picture(1920, 1080, 200);
     std::unique_ptr<Recorder> recorder_;
     std::vector<std::string> streamErrors_;
     std::vector<std::string> notices_;
@@ -86,18 +87,18 @@ TEST_F(Recorders, ADisplayBecomesAMovieAndItsDocuments) {
     desktop_.setPointerLocation(Point{30, 40});
     start();
     record(3, 320, 240);
-    desktop_.emitScreen({FrameStatus::idle, loop_.now(), nullptr});
-    desktop_.emitScreen({FrameStatus::complete, loop_.now(), nullptr});
+    desktop_.emitScreen({platform::FrameStatus::idle, loop_.now(), nullptr});
+    desktop_.emitScreen({platform::FrameStatus::complete, loop_.now(), nullptr});
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats, (Recorder::Stats{2.5, 6, 2, 0, 1})) << stats.duration;
 
-    const Asset movie(folder_ / "source.mov");
+    const media::Asset movie(folder_ / "source.mov");
     ASSERT_EQ(movie.tracks().size(), 1u);
     EXPECT_EQ(movie.tracks()[0].width, 320);
     EXPECT_EQ(movie.tracks()[0].sampleCount, 6);
     EXPECT_FALSE(movie.isFragmented());
 
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.version, 1);
     EXPECT_EQ(info.sourceKind, "display");
     EXPECT_EQ(info.displayID, 7u);
@@ -114,7 +115,7 @@ TEST_F(Recorders, ADisplayBecomesAMovieAndItsDocuments) {
     EXPECT_FALSE(info.webcamOffset.has_value());
     EXPECT_FALSE(info.windowTitle.has_value());
 
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     EXPECT_EQ(track.events.at(0).px, 30);
     EXPECT_EQ(track.cursorImages.at(0).id, "c0");
     EXPECT_FALSE(track.windowFrames.has_value());
@@ -137,8 +138,8 @@ TEST_F(Recorders, SaysWhatItDoesInTheLog) {
     options_.source = DisplaySource{otherDisplay()};
     options_.systemAudio = true;
     start();
-    desktop_.emitScreen({FrameStatus::started, 999.75, picture(1280, 720)});
-    desktop_.emitScreen({FrameStatus::complete, 1000.75, picture(1280, 720)});
+    desktop_.emitScreen({platform::FrameStatus::started, 999.75, picture(1280, 720)});
+    desktop_.emitScreen({platform::FrameStatus::complete, 1000.75, picture(1280, 720)});
     stopped();
     EXPECT_EQ(
         log(),
@@ -167,13 +168,13 @@ TEST_F(Recorders, ARegionHasItsOwnSizeAndThePointerIsRelativeToIt) {
     EXPECT_EQ(desktop_.configuration()->sourceRect, (Rect{100, 50, 161, 91}));
     record(1, 322, 182);
     stopped();
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.sourceKind, "region");
     EXPECT_EQ(info.displayX, 1000);
     EXPECT_EQ(info.contentX, 100);
     EXPECT_EQ(info.pixelWidth, 322);
-    EXPECT_EQ(PointerTrack::load(folder_).events.at(0).px, 20);
-    EXPECT_EQ(PointerTrack::load(folder_).events.at(0).py, 40);
+    EXPECT_EQ(model::PointerTrack::load(folder_).events.at(0).px, 20);
+    EXPECT_EQ(model::PointerTrack::load(folder_).events.at(0).py, 40);
 }
 
 TEST_F(Recorders, AWindowIsFollowed) {
@@ -184,15 +185,15 @@ TEST_F(Recorders, AWindowIsFollowed) {
     record(1, 320, 240);
     desktop_.setWindowFrame(77, Rect{1200, 150, 160, 120});
     record(1, 320, 240);
-    desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now(), {1200, 160}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {1200, 160}, 0, 0});
     stopped();
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.sourceKind, "window");
     EXPECT_EQ(info.displayID, 0u);
     EXPECT_EQ(info.displayX, 1100);
     EXPECT_EQ(info.displayHeight, 120);
     EXPECT_EQ(info.windowTitle, "Terminal – Sitzung 1");
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_EQ(track.windowFrames->size(), 2u);
     EXPECT_EQ(track.windowFrames->at(0).x, 1100);
     EXPECT_EQ(track.windowFrames->at(1).x, 1200);
@@ -205,28 +206,28 @@ TEST_F(Recorders, AWindowIsFollowed) {
 TEST_F(Recorders, SoundBecomesTracksOfItsOwn) {
     options_.systemAudio = true;
     options_.microphone = true;
-    CaptureDevice microphone{"mic", "Mikrofon", false, 2};
+    platform::CaptureDevice microphone{"mic", "Mikrofon", false, 2};
     sound_.setDefaultMicrophone(microphone);
     start();
     EXPECT_TRUE(desktop_.hasSystemAudioOutput());
     EXPECT_TRUE(desktop_.hasMicrophoneOutput());
-    desktop_.emitScreen({FrameStatus::started, 1000, picture(320, 240)});
+    desktop_.emitScreen({platform::FrameStatus::started, 1000, picture(320, 240)});
     for (int i = 0; i < 100; ++i) {
         desktop_.emitSystemAudio(sound(1000 + i / 100.0, 2));
         desktop_.emitMicrophone(sound(1000 + i / 100.0, i < 50 ? 2 : 1));  // another device took over
     }
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_NEAR(stats.duration, 0.99, 1e-6);
-    const Asset movie(folder_ / "source.mov");
-    const auto sounds = movie.tracks(TrackKind::audio);
+    const media::Asset movie(folder_ / "source.mov");
+    const auto sounds = movie.tracks(media::TrackKind::audio);
     ASSERT_EQ(sounds.size(), 2u);
-    for (const AssetTrack& each : sounds) {
+    for (const media::AssetTrack& each : sounds) {
         EXPECT_EQ(each.codec, "aac");
         EXPECT_EQ(each.channels, 2);
         EXPECT_EQ(each.sampleRate, 48000);
     }
-    EXPECT_TRUE(CaptureInfo::load(folder_).systemAudio);
-    EXPECT_TRUE(CaptureInfo::load(folder_).microphone);
+    EXPECT_TRUE(model::CaptureInfo::load(folder_).systemAudio);
+    EXPECT_TRUE(model::CaptureInfo::load(folder_).microphone);
 }
 
 TEST_F(Recorders, WithoutKnownMicrophoneItsTrackHasOneChannel) {
@@ -234,10 +235,10 @@ TEST_F(Recorders, WithoutKnownMicrophoneItsTrackHasOneChannel) {
     sound_.setDefaultMicrophone(std::nullopt);
     start();
     EXPECT_FALSE(desktop_.hasSystemAudioOutput());
-    desktop_.emitScreen({FrameStatus::started, 1000, picture(320, 240)});
+    desktop_.emitScreen({platform::FrameStatus::started, 1000, picture(320, 240)});
     for (int i = 0; i < 20; ++i) desktop_.emitMicrophone(sound(1000 + i / 100.0, 2));
     stopped();
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::audio).at(0).channels, 1);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::audio).at(0).channels, 1);
 }
 
 TEST_F(Recorders, SoundThatComesFirstStartsTheSessionAtItsTime) {
@@ -245,13 +246,13 @@ TEST_F(Recorders, SoundThatComesFirstStartsTheSessionAtItsTime) {
     start();
     desktop_.emitSystemAudio(sound(1000.25, 2));
     // Taken before, delivered after: shown from the movie's zero on.
-    desktop_.emitScreen({FrameStatus::started, 1000.2, picture(320, 240)});
-    desktop_.emitScreen({FrameStatus::complete, 1001.25, picture(320, 240)});
+    desktop_.emitScreen({platform::FrameStatus::started, 1000.2, picture(320, 240)});
+    desktop_.emitScreen({platform::FrameStatus::complete, 1001.25, picture(320, 240)});
     const Recorder::Stats stats = statsOf(stopped());
-    EXPECT_EQ(CaptureInfo::load(folder_).t0HostClock, 1000.25);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).t0HostClock, 1000.25);
     EXPECT_EQ(stats.framesWritten, 2);
     EXPECT_NEAR(stats.duration, 1, 1e-6);
-    const AssetTrack video = Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0);
+    const media::AssetTrack video = media::Asset(folder_ / "source.mov").tracks(media::TrackKind::video).at(0);
     EXPECT_EQ(video.sampleCount, 2);
     EXPECT_EQ(video.start.seconds(), 0);
 }
@@ -261,22 +262,22 @@ TEST_F(Recorders, AMovieThatSoundBeginsBeginsWithTheLastPictureUntilThen) {
     start();
     desktop_.emitSystemAudio(sound(1000.25, 2));
     const auto last = picture(320, 240, 220);
-    desktop_.emitScreen({FrameStatus::started, 1000.1, picture(320, 240, 10)});
-    desktop_.emitScreen({FrameStatus::complete, 1000.15, picture(320, 240, 20)});
-    desktop_.emitScreen({FrameStatus::complete, 1000.2, last});
+    desktop_.emitScreen({platform::FrameStatus::started, 1000.1, picture(320, 240, 10)});
+    desktop_.emitScreen({platform::FrameStatus::complete, 1000.15, picture(320, 240, 20)});
+    desktop_.emitScreen({platform::FrameStatus::complete, 1000.2, last});
     EXPECT_EQ(recorder_->snapshot().framesWritten, 0) << "none of these is in the movie yet";
-    desktop_.emitScreen({FrameStatus::idle, 1000.3, nullptr});
+    desktop_.emitScreen({platform::FrameStatus::idle, 1000.3, nullptr});
     EXPECT_EQ(recorder_->snapshot().framesWritten, 1);
-    desktop_.emitScreen({FrameStatus::complete, 1001.2, last});  // once more, as on a still screen
+    desktop_.emitScreen({platform::FrameStatus::complete, 1001.2, last});  // once more, as on a still screen
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats.framesWritten, 2);
     EXPECT_EQ(stats.framesDropped, 0);
-    const auto movie = std::make_shared<const Asset>(folder_ / "source.mov");
-    const AssetTrack video = movie->tracks(TrackKind::video).at(0);
+    const auto movie = std::make_shared<const media::Asset>(folder_ / "source.mov");
+    const media::AssetTrack video = movie->tracks(media::TrackKind::video).at(0);
     EXPECT_EQ(video.sampleCount, 2);
     EXPECT_EQ(video.start.seconds(), 0);
     for (const double seconds : {0.0, 0.9, 1.2}) {
-        const auto shown = stillPicture(movie, seconds);
+        const auto shown = media::stillPicture(movie, seconds);
         ASSERT_TRUE(shown);
         EXPECT_GT(static_cast<int>(*shown->luma.samples), 150) << seconds;
     }
@@ -287,9 +288,9 @@ TEST_F(Recorders, PicturesFromBeforeTheSessionAloneAreAMovieToo) {
     start();
     desktop_.emitSystemAudio(sound(1000.25, 2));
     desktop_.emitSystemAudio(sound(1000.35, 2));
-    desktop_.emitScreen({FrameStatus::started, 1000.1, picture(320, 240)});
+    desktop_.emitScreen({platform::FrameStatus::started, 1000.1, picture(320, 240)});
     EXPECT_EQ(statsOf(stopped()).framesWritten, 1);
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::video).at(0).sampleCount, 1);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::video).at(0).sampleCount, 1);
 }
 
 TEST_F(Recorders, SoundAloneIsKept) {
@@ -298,17 +299,17 @@ TEST_F(Recorders, SoundAloneIsKept) {
     start();
     for (int i = 0; i < 100; ++i) {
         desktop_.emitSystemAudio(sound(1000 + i / 100.0, 2));
-        desktop_.emitScreen({FrameStatus::suspended, 1000 + i / 100.0, nullptr});
+        desktop_.emitScreen({platform::FrameStatus::suspended, 1000 + i / 100.0, nullptr});
     }
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats.framesWritten, 0);
     EXPECT_NEAR(stats.duration, 0.99, 1e-6);
-    EXPECT_EQ(CaptureInfo::load(folder_).framesSkippedIdle, 100);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).framesSkippedIdle, 100);
     EXPECT_TRUE(exists("pointer.json"));
     EXPECT_FALSE(exists("journal"));
-    const Asset movie(folder_ / "source.mov");
+    const media::Asset movie(folder_ / "source.mov");
     EXPECT_FALSE(movie.isFragmented());
-    EXPECT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
+    EXPECT_EQ(movie.tracks(media::TrackKind::audio).size(), 1u);
     EXPECT_NEAR(movie.duration().seconds(), 0.99, 0.03);
 }
 
@@ -320,21 +321,21 @@ TEST_F(Recorders, ThePointerFollowsADisplayThatMoves) {
     record(1, 1280, 720);
     // By 800 of its pixels to the right.
     desktop_.emitDisplayOrigin(loop_.now(), {1800, 100});
-    desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now() + 0.25, {1410, 110}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now() + 0.25, {1410, 110}, 0, 0});
     record(1, 1280, 720);
     stopped();
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_EQ(track.events.size(), 2u);
-    for (const PointerSample& each : track.events) {
+    for (const model::PointerSample& each : track.events) {
         EXPECT_EQ(each.px, 20);
         EXPECT_EQ(each.py, 20);
     }
-    EXPECT_EQ(CaptureInfo::load(folder_).displayX, 1000) << "where it was at the start";
+    EXPECT_EQ(model::CaptureInfo::load(folder_).displayX, 1000) << "where it was at the start";
 }
 
 TEST_F(Recorders, OnlyIdleFramesAreNoRecording) {
     start();
-    for (int i = 0; i < 5; ++i) desktop_.emitScreen({FrameStatus::idle, loop_.now(), nullptr});
+    for (int i = 0; i < 5; ++i) desktop_.emitScreen({platform::FrameStatus::idle, loop_.now(), nullptr});
     EXPECT_EQ(recorder_->snapshot(), (Recorder::Stats{0, 0, 5, 0, 1}));
     EXPECT_EQ(errorOf(stopped()),
               "Es wurde kein einziges Bild aufgenommen. Fehlt die Berechtigung für die Bildschirmaufnahme?");
@@ -344,11 +345,11 @@ TEST_F(Recorders, OnlyIdleFramesAreNoRecording) {
 TEST_F(Recorders, ARepeatedPictureIsWrittenAsOne) {
     start();
     const auto still = picture(320, 240);
-    for (int i = 0; i < 5; ++i) desktop_.emitScreen({FrameStatus::complete, 1000.0 + i, still});
+    for (int i = 0; i < 5; ++i) desktop_.emitScreen({platform::FrameStatus::complete, 1000.0 + i, still});
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats.framesWritten, 5);
     EXPECT_EQ(stats.duration, 4);
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks()[0].sampleCount, 5);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks()[0].sampleCount, 5);
 }
 
 TEST_F(Recorders, PicturesThatTheWriterHasNoRoomForAreCounted) {
@@ -357,14 +358,14 @@ TEST_F(Recorders, PicturesThatTheWriterHasNoRoomForAreCounted) {
     // Faster than any encoder, until the queue is full and one waits that another replaces.
     int sent = 0;
     while (recorder_->snapshot().framesDropped == 0 && sent < 5000) {
-        desktop_.emitScreen({FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? bright_ : dark_});
+        desktop_.emitScreen({platform::FrameStatus::complete, 1000 + sent / 1000.0, sent % 2 == 0 ? bright_ : dark_});
         ++sent;
     }
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats.framesDropped, 1);
     EXPECT_EQ(stats.framesWritten, sent - 1);
-    EXPECT_EQ(CaptureInfo::load(folder_).framesDroppedBackpressure, 1);
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks()[0].sampleCount, sent - 1);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).framesDroppedBackpressure, 1);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks()[0].sampleCount, sent - 1);
 }
 
 TEST_F(Recorders, APictureThatFoundNoRoomIsShownOnceThereIs) {
@@ -373,14 +374,14 @@ TEST_F(Recorders, APictureThatFoundNoRoomIsShownOnceThereIs) {
     const int sent = emitUntilOneWaits();
     // From here on the screen stands still: the stream only tells so at its ticks.
     EXPECT_TRUE(loop_.runUntil([&] {
-        desktop_.emitScreen({FrameStatus::idle, 1000 + sent / 1000.0, nullptr});
+        desktop_.emitScreen({platform::FrameStatus::idle, 1000 + sent / 1000.0, nullptr});
         return recorder_->snapshot().framesWritten == sent;
     }));
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats.framesDropped, 0);
     EXPECT_EQ(stats.framesWritten, sent);
     EXPECT_NEAR(stats.duration, (sent - 1) / 1000.0, 1e-6) << "at its own time";
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks()[0].sampleCount, sent);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks()[0].sampleCount, sent);
 }
 
 TEST_F(Recorders, APictureThatWaitsAtTheStopIsWritten) {
@@ -395,7 +396,7 @@ TEST_F(Recorders, APictureThatWaitsAtTheStopIsWritten) {
 
 TEST_F(Recorders, TheWebcamsBeginIsRelativeToTheMovies) {
     options_.webcam = true;
-    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     devices_.setDefaultCamera(camera);
     start();
     ASSERT_TRUE(loop_.runUntil([&camera] { return camera->isRunning(); }));
@@ -404,10 +405,10 @@ TEST_F(Recorders, TheWebcamsBeginIsRelativeToTheMovies) {
     camera->emitPicture(1000.5);
     record(1, 320, 240);
     stopped();
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.webcamFile, "webcam.mov");
     EXPECT_EQ(info.webcamOffset, -0.5);
-    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks().at(0).sampleCount, 2);
+    EXPECT_EQ(media::Asset(folder_ / "webcam.mov").tracks().at(0).sampleCount, 2);
 }
 
 TEST_F(Recorders, WithoutACameraTheRecordingGoesOn) {
@@ -419,25 +420,26 @@ TEST_F(Recorders, WithoutACameraTheRecordingGoesOn) {
     statsOf(stopped());
     EXPECT_EQ(notices_,
               (std::vector<std::string>{"Die Kamera wird nicht aufgenommen: Es wurde keine Kamera gefunden."}));
-    EXPECT_FALSE(CaptureInfo::load(folder_).webcamFile.has_value());
+    EXPECT_FALSE(model::CaptureInfo::load(folder_).webcamFile.has_value());
 }
 
 TEST_F(Recorders, ACameraThatGaveNoPictureIsNotInTheDocument) {
     options_.webcam = true;
-    devices_.setDefaultCamera(std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0}));
+    devices_.setDefaultCamera(
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0}));
     start();
     record(1, 320, 240);
     stopped();
-    EXPECT_FALSE(CaptureInfo::load(folder_).webcamFile.has_value());
-    EXPECT_FALSE(CaptureInfo::load(folder_).webcamOffset.has_value());
+    EXPECT_FALSE(model::CaptureInfo::load(folder_).webcamFile.has_value());
+    EXPECT_FALSE(model::CaptureInfo::load(folder_).webcamOffset.has_value());
 }
 
 TEST_F(Recorders, TheSnapshotCountsWhileItRuns) {
     start();
     EXPECT_EQ(recorder_->snapshot(), (Recorder::Stats{0, 0, 0, 0, 1}));
     record(2, 320, 240);
-    desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now(), {1, 1}, 0, 0});
-    desktop_.emitPointer({PointerEventType::leftMouseDown, loop_.now(), {1, 1}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {1, 1}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::leftMouseDown, loop_.now(), {1, 1}, 0, 0});
     const Recorder::Stats running = recorder_->snapshot();
     EXPECT_NEAR(running.duration, 2, 1e-6);
     EXPECT_EQ(running.framesWritten, 4);
@@ -462,7 +464,7 @@ TEST_F(Recorders, StoppingAfterAFailedStartIsAnError) {
 }
 
 TEST_F(Recorders, WhateverAStartThrowsIsItsError) {
-    services_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw std::bad_alloc(); };
+    services_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice { throw std::bad_alloc(); };
     EXPECT_EQ(startError(), "Der Arbeitsspeicher reicht nicht.");
     std::optional<std::optional<RecorderError>> told;
     make().start([&told](const std::optional<RecorderError>& error) { told = error; });
@@ -485,7 +487,7 @@ TEST_F(Recorders, WhateverASampleThrowsEndsTheRecordingWithAnError) {
         if (bySound) {
             desktop_.emitSystemAudio(sound(1000, 2));
         } else {
-            desktop_.emitScreen({FrameStatus::started, 1000, picture(320, 240)});
+            desktop_.emitScreen({platform::FrameStatus::started, 1000, picture(320, 240)});
         }
         EXPECT_TRUE(loop_.runUntil([this] { return !streamErrors_.empty(); }));
         EXPECT_EQ(streamErrors_, std::vector<std::string>{"Der Arbeitsspeicher reicht nicht."});
@@ -573,7 +575,7 @@ TEST_F(Recorders, AStartInTheBackgroundTellsItsFailure) {
 
 TEST_F(Recorders, ACameraIsOpenedAndStoppedWithoutTheMainThread) {
     options_.webcam = true;
-    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     devices_.setDefaultCamera(camera);
     for (const bool startFails : {false, true}) {
         desktop_.failStart(startFails ? std::optional(RecorderError("Nein.")) : std::nullopt);
@@ -595,13 +597,13 @@ TEST_F(Recorders, ACameraIsOpenedAndStoppedWithoutTheMainThread) {
 
 TEST_F(Recorders, ACameraOrAnEncoderThatIsSlowToOpenIsTold) {
     options_.webcam = true;
-    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     devices_.setDefaultCamera(camera);
     std::promise<void> encoder;
     std::promise<void> opened;
     camera->holdOpens(opened.get_future().share());
     services_.chooseEncoder = [choose = services_.chooseEncoder,
-                               until = encoder.get_future().share()](const EncodingJob& job) {
+                               until = encoder.get_future().share()](const media::EncodingJob& job) {
         until.wait();
         return choose(job);
     };
@@ -715,12 +717,12 @@ TEST_F(Recorders, CallbacksMayDestroyTheRecorder) {
 
 TEST_F(Recorders, EventsFromBeforeTheMovieHaveNegativeTimes) {
     start();
-    desktop_.emitPointer({PointerEventType::mouseMoved, 999.5, {1, 1}, 0, 0});
-    desktop_.emitPointer({PointerEventType::leftMouseDown, 999.6, {1, 1}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::mouseMoved, 999.5, {1, 1}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::leftMouseDown, 999.6, {1, 1}, 0, 0});
     record(2, 320, 240);
-    desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now(), {1, 1}, 0, 0});
+    desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {1, 1}, 0, 0});
     stopped();
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_EQ(track.events.size(), 4u);
     EXPECT_EQ(track.events[0].t, -0.5);
     EXPECT_NEAR(track.events[1].t, -0.4, 1e-9);
@@ -729,7 +731,7 @@ TEST_F(Recorders, EventsFromBeforeTheMovieHaveNegativeTimes) {
 TEST_F(Recorders, SamplesWithoutATimeAreIgnored) {
     options_.systemAudio = true;
     start();
-    desktop_.emitScreen({FrameStatus::complete, std::numeric_limits<double>::quiet_NaN(), picture(320, 240)});
+    desktop_.emitScreen({platform::FrameStatus::complete, std::numeric_limits<double>::quiet_NaN(), picture(320, 240)});
     desktop_.emitSystemAudio(sound(std::numeric_limits<double>::infinity(), 2));
     EXPECT_EQ(recorder_->snapshot(), (Recorder::Stats{0, 0, 0, 0, 1}));
     record(1, 320, 240);
@@ -737,4 +739,4 @@ TEST_F(Recorders, SamplesWithoutATimeAreIgnored) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -13,18 +13,18 @@
 #include "media/reading/asset_reader.h"
 #include "media/writing/movie_repair.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
 // Pictures come every second at least; sound may end later than they do.
 constexpr MediaTime kLookBack{10, 1};
 
-double lastPictureOf(const std::shared_ptr<const Asset>& asset, const AssetTrack& track) {
-    AssetReader reader(asset);
+double lastPictureOf(const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track) {
+    media::AssetReader reader(asset);
     const MediaTime start = std::max(track.start, track.end - kLookBack);
     reader.setTimeRange(TimeRange::between(start, std::max(track.end, asset->duration())));
-    StoredSampleOutput& output = reader.addStoredSampleOutput(track.id);
+    media::StoredSampleOutput& output = reader.addStoredSampleOutput(track.id);
     MediaTime last = track.start;
     if (!reader.startReading()) throw reader.error().value_or(RecorderError("Der Film kann nicht gelesen werden."));
     while (const auto sample = output.copyNextSample()) last = std::max(last, sample->presentationTime);
@@ -34,12 +34,12 @@ double lastPictureOf(const std::shared_ptr<const Asset>& asset, const AssetTrack
 }  // namespace
 
 RescuedMovie rescueMovie(const std::filesystem::path& path) {
-    const MovieRepair repair = repairMovie(path);
-    const auto asset = std::make_shared<const Asset>(path);
-    const auto videos = asset->tracks(TrackKind::video);
+    const media::MovieRepair repair = media::repairMovie(path);
+    const auto asset = std::make_shared<const media::Asset>(path);
+    const auto videos = asset->tracks(media::TrackKind::video);
     if (videos.empty() || repair.videoFrames == 0) {
         // Of a minimised window only the sound comes, which is worth keeping.
-        if (asset->tracks(TrackKind::audio).empty()) throw RecorderError("Der Film enthält kein Bild.");
+        if (asset->tracks(media::TrackKind::audio).empty()) throw RecorderError("Der Film enthält kein Bild.");
         return {asset->duration().seconds(), 0};
     }
     return {lastPictureOf(asset, videos.front()), repair.videoFrames};
@@ -51,8 +51,8 @@ bool mayStillBeRescued(const std::filesystem::path& path) {
     if (error || size == 0) return false;
     const UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!file.isOpen()) return true;
-    const auto movie = scanFragments(file.get(), size);
+    const auto movie = media::scanFragments(file.get(), size);
     return !movie || movie->fragments > 0;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

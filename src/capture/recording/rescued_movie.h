@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// What a movie that was not finished by its writer holds after all.
 struct RescuedMovie {
@@ -20,4 +20,4 @@ RescuedMovie rescueMovie(const std::filesystem::path& path);
 /// there is no such file, or nothing of the recording has reached it.
 bool mayStillBeRescued(const std::filesystem::path& path);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -8,24 +8,24 @@
 #include "media/writing/asset_writer.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 constexpr int kSize = 64;
 
 // A live movie with so many pictures a second apart; left in fragments unless it is finished.
 void writeMovie(const std::filesystem::path& path, int pictures, bool isFinished) {
-    AssetWriter writer(path, MovieContainer::quickTime);
+    media::AssetWriter writer(path, media::MovieContainer::quickTime);
     writer.setMovieFragmentInterval({2, 1});
-    VideoSettings settings;
+    media::VideoSettings settings;
     settings.width = settings.height = kSize;
     settings.averageBitRate = 100000;
-    VideoWriterInput& input = writer.addVideoInput(settings);
+    media::VideoWriterInput& input = writer.addVideoInput(settings);
     ASSERT_TRUE(writer.startWriting());
     writer.startSession({});
     for (int i = 0; i < pictures; ++i) {
         while (!input.isReadyForMoreMediaData()) std::this_thread::yield();
-        ASSERT_TRUE(input.append(std::make_shared<BgraPremultipliedBuffer>(kSize, kSize), MediaTime{i, 1}));
+        ASSERT_TRUE(input.append(std::make_shared<imaging::BgraPremultipliedBuffer>(kSize, kSize), MediaTime{i, 1}));
     }
     ASSERT_TRUE(!isFinished || writer.finishWriting());
 }
@@ -48,4 +48,4 @@ TEST(MayStillBeRescued, OnlyWhereSomethingOfTheRecordingIsOnTheDisk) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

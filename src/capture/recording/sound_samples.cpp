@@ -5,10 +5,10 @@
 
 #include "capture/recording_progress.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
-PcmSample pcmSample(const SoundBuffer& sound, int channels) {
-    PcmSample sample{hostTime(sound.hostSeconds), {sound.sampleRate, channels}, {}};
+media::PcmSample pcmSample(const platform::SoundBuffer& sound, int channels) {
+    media::PcmSample sample{hostTime(sound.hostSeconds), {sound.sampleRate, channels}, {}};
     if (sound.channels == channels) {
         sample.values = sound.values;
         return sample;
@@ -30,13 +30,13 @@ PcmSample pcmSample(const SoundBuffer& sound, int channels) {
     return sample;
 }
 
-bool canAddSound(const AudioSettings& settings) {
+bool canAddSound(const media::AudioSettings& settings) {
     // The encoder knows layouts of up to six channels, and of eight.
     return settings.sampleRate > 0 && settings.bitRate > 0 && settings.channels >= 1 &&
            (settings.channels <= 6 || settings.channels == 8);
 }
 
-AudioSettings liveSoundSettings(int channels) {
+media::AudioSettings liveSoundSettings(int channels) {
     return {48000, channels, channels > 1 ? 192000 : 128000};
 }
 
@@ -46,4 +46,4 @@ int microphoneChannels(int reported) {
     return canAddSound(liveSoundSettings(reported)) ? reported : 2;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

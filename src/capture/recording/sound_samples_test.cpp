@@ -4,11 +4,11 @@
 
 #include "capture/recording_progress.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 TEST(PcmSamples, KeepTimeRateAndValues) {
-    const PcmSample sample = pcmSample({1234.5, 48000, 2, {0.5F, -0.5F, 1, -1}}, 2);
+    const media::PcmSample sample = pcmSample({1234.5, 48000, 2, {0.5F, -0.5F, 1, -1}}, 2);
     EXPECT_EQ(sample.presentationTime, hostTime(1234.5));
     EXPECT_EQ(sample.format, (PcmFormat{48000, 2}));
     EXPECT_EQ(sample.values, (std::vector<float>{0.5F, -0.5F, 1, -1}));
@@ -45,4 +45,4 @@ TEST(LiveSoundSettings, GiveMoreBitsToMoreChannels) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

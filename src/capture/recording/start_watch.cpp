@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 void StartWatch::begin() {
     timer_ = mainLoop_.every(kLook, [this] { look(); });
@@ -30,4 +30,4 @@ void StartWatch::look() {
     if (tell) tell(what);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -7,7 +7,7 @@
 
 #include "base/main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// Tells what a start is waiting for once that takes longer than a moment: a device or an encoder that is slow to open.
 /// Main thread, unless a function says otherwise.
@@ -39,4 +39,4 @@ class StartWatch {
     std::string what_;  // guarded by lock_
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

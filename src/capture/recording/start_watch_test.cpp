@@ -7,7 +7,7 @@
 
 #include "support/manual_main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class StartWatches : public testing::Test {
@@ -65,4 +65,4 @@ TEST_F(StartWatches, TheCallbackMayEndIt) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 void WaitingPicture::keepForStart(Image image, const MediaTime& sessionStart) {
     early_ = std::move(image);
@@ -35,4 +35,4 @@ std::int64_t WaitingPicture::giveUp() {
     return lost;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

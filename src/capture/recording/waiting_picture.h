@@ -7,7 +7,7 @@
 #include "base/media_time.h"
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// The one picture of a stream that could not be appended to the movie when it came: taken before the session's start,
 /// or while the writer had no room. It waits here, because on a screen that then stands still nothing else would show
@@ -15,7 +15,7 @@ namespace lumivastor {
 /// thread.
 class WaitingPicture {
   public:
-    using Image = std::shared_ptr<const BgraPremultipliedBuffer>;
+    using Image = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
     struct Picture {
         Image image;
         MediaTime time;
@@ -45,10 +45,10 @@ class WaitingPicture {
   private:
     std::int64_t count() const { return (first_ ? 1 : 0) + (again_ ? 1 : 0); }
 
-    Image early_;                                        // from before the session's start
-    std::weak_ptr<const BgraPremultipliedBuffer> late_;  // while there was no room
-    std::optional<MediaTime> first_;                     // when it is shown first; once appended, nothing
-    std::optional<MediaTime> again_;                     // when it was delivered last, if more than once
+    Image early_;                                                 // from before the session's start
+    std::weak_ptr<const imaging::BgraPremultipliedBuffer> late_;  // while there was no room
+    std::optional<MediaTime> first_;                              // when it is shown first; once appended, nothing
+    std::optional<MediaTime> again_;                              // when it was delivered last, if more than once
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

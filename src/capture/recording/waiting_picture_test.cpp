@@ -4,11 +4,11 @@
 
 #include "capture/recording_progress.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 WaitingPicture::Image image() {
-    return std::make_shared<const BgraPremultipliedBuffer>(2, 2);
+    return std::make_shared<const imaging::BgraPremultipliedBuffer>(2, 2);
 }
 
 TEST(WaitingPicture, IsGivenOnceWithItsOwnTime) {
@@ -67,7 +67,7 @@ TEST(WaitingPicture, ShownOnceMoreIsGivenAtItsFirstAndItsLastTime) {
 
 TEST(WaitingPicture, FromBeforeTheStartWaitsForItAndTheNewestWins) {
     auto one = image();
-    const std::weak_ptr<const BgraPremultipliedBuffer> held = one;
+    const std::weak_ptr<const imaging::BgraPremultipliedBuffer> held = one;
     WaitingPicture waiting;
     waiting.keepForStart(image(), hostTime(10));
     waiting.keepForStart(std::move(one), hostTime(10));
@@ -81,4 +81,4 @@ TEST(WaitingPicture, FromBeforeTheStartWaitsForItAndTheNewestWins) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

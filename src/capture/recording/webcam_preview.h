@@ -6,24 +6,24 @@
 
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// The camera's picture while it is being recorded, for whoever wants to show it. Any thread.
 class WebcamPreview {
   public:
     /// As the camera sees it; whoever shows it mirrors it. Null before the first picture.
-    std::shared_ptr<const BgraPremultipliedBuffer> latest() const {
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> latest() const {
         const std::lock_guard hold(lock_);
         return latest_;
     }
-    void show(std::shared_ptr<const BgraPremultipliedBuffer> picture) {
+    void show(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture) {
         const std::lock_guard hold(lock_);
         latest_ = std::move(picture);
     }
 
   private:
     mutable std::mutex lock_;
-    std::shared_ptr<const BgraPremultipliedBuffer> latest_;  // guarded by lock_
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> latest_;  // guarded by lock_
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -11,15 +11,15 @@
 #include "capture/recording/rescued_movie.h"
 #include "capture/recording_progress.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
 constexpr int kFrameRate = 30;
 
-VideoSettings webcamSettings(PictureSize size) {
-    VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, kWebcamBitRate);
-    settings.codec = VideoCodec::h264;
+media::VideoSettings webcamSettings(platform::PictureSize size) {
+    media::VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, kWebcamBitRate);
+    settings.codec = media::VideoCodec::h264;
     // Runs beside the encoder of the screen. At this bit rate a face is sharp at any preset.
     settings.preset = "ultrafast";
     return settings;
@@ -27,8 +27,8 @@ VideoSettings webcamSettings(PictureSize size) {
 
 }  // namespace
 
-PictureSize chooseCaptureSize(CaptureSession& session) {
-    for (const PictureSize size : {PictureSize{1920, 1080}, PictureSize{1280, 720}}) {
+platform::PictureSize chooseCaptureSize(platform::CaptureSession& session) {
+    for (const platform::PictureSize size : {platform::PictureSize{1920, 1080}, platform::PictureSize{1280, 720}}) {
         if (!session.canSetPreset(size)) continue;
         session.setPreset(size);
         return size;
@@ -48,8 +48,8 @@ void WebcamRecorder::start(const std::filesystem::path& folder) {
     auto session = services_.devices.open(*camera);
     if (!session) throw RecorderError("Die Kamera kann nicht verwendet werden.");
     size_ = chooseCaptureSize(*session);
-    if (!session->addVideoOutput(queue_, true,
-                                 [this](const DeviceSample& sample) { guarded([&] { captureOutput(sample); }); })) {
+    if (!session->addVideoOutput(
+            queue_, true, [this](const platform::DeviceSample& sample) { guarded([&] { captureOutput(sample); }); })) {
         throw RecorderError("Das Kamerabild kann nicht abgegriffen werden.");
     }
     session->onInterruption([this](const std::string& reason) {
@@ -61,9 +61,9 @@ void WebcamRecorder::start(const std::filesystem::path& folder) {
     std::error_code ignored;
     std::filesystem::remove(file, ignored);
     if (size_.width < 2 || size_.height < 2) throw RecorderError("Die Kameradatei konnte nicht angelegt werden.");
-    auto writer = std::make_unique<AssetWriter>(file, MovieContainer::quickTime);
+    auto writer = std::make_unique<media::AssetWriter>(file, media::MovieContainer::quickTime);
     writer->setMovieFragmentInterval(kFragmentInterval);
-    VideoWriterInput& input = writer->addVideoInput(webcamSettings(size_));
+    media::VideoWriterInput& input = writer->addVideoInput(webcamSettings(size_));
     input.setExpectsMediaDataInRealTime(true);
     if (!writer->startWriting()) {
         throw writer->error().value_or(RecorderError("Die Kameradatei konnte nicht geöffnet werden."));
@@ -90,7 +90,7 @@ void WebcamRecorder::guarded(const std::function<void()>& step) {
     }
 }
 
-void WebcamRecorder::captureOutput(const DeviceSample& sample) {
+void WebcamRecorder::captureOutput(const platform::DeviceSample& sample) {
     if (input_ == nullptr || !sample.image || !std::isfinite(sample.hostSeconds)) return;
     const auto picture = fitter_->fit(sample.image);
     const MediaTime time = hostTime(sample.hostSeconds);
@@ -178,4 +178,4 @@ std::int64_t WebcamRecorder::finish(std::int64_t frames) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -15,11 +15,11 @@
 #include "capture/recording/webcam_preview.h"
 #include "media/writing/asset_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 /// The size at which a camera is recorded: 1920 × 1080 where it can, else 1280 × 720, else what it delivers anyway.
 /// Sets the session's preset.
-PictureSize chooseCaptureSize(CaptureSession& session);
+platform::PictureSize chooseCaptureSize(platform::CaptureSession& session);
 
 /// Records the default camera into "webcam.mov" beside another recording, and tells in the end where on the host clock
 /// that movie's time zero lies. One thread at a time, unless a function says otherwise; start and stop once. Opening
@@ -51,7 +51,7 @@ class WebcamRecorder {
     std::shared_ptr<WebcamPreview> previewLayer() const { return previewLayer_; }
 
   private:
-    void captureOutput(const DeviceSample& sample);
+    void captureOutput(const platform::DeviceSample& sample);
     /// Runs a step of a queue's work; what it throws ends the camera, and is told.
     void guarded(const std::function<void()>& step);
     void stopSession();
@@ -61,9 +61,9 @@ class WebcamRecorder {
     SerialQueue queue_{"lumivastor.webcam"};
     /// Starting a camera takes a moment, which nobody waits for.
     SerialQueue sessionQueue_{"lumivastor.camera"};
-    PictureSize size_;
-    std::optional<PictureFitter> fitter_;  // set before the session runs; then the queue's
-    VideoWriterInput* input_ = nullptr;    // set before the session runs
+    platform::PictureSize size_;
+    std::optional<PictureFitter> fitter_;       // set before the session runs; then the queue's
+    media::VideoWriterInput* input_ = nullptr;  // set before the session runs
     std::atomic<bool> hasFailed_ = false;
 
     mutable std::mutex lock_;
@@ -71,9 +71,9 @@ class WebcamRecorder {
     std::int64_t frames_ = 0;            // guarded by lock_
 
     std::shared_ptr<WebcamPreview> previewLayer_;
-    std::unique_ptr<AssetWriter> writer_;
-    std::unique_ptr<CaptureSession> session_;  // before everything its handlers use
+    std::unique_ptr<media::AssetWriter> writer_;
+    std::unique_ptr<platform::CaptureSession> session_;  // before everything its handlers use
     bool running_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

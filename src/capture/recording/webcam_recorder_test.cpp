@@ -13,13 +13,13 @@
 #include "support/await.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class WebcamRecorders : public RecorderRig {
   protected:
     // As many as the writer keeps: they come at once here, and what an encoder is not done with in time is dropped.
-    static constexpr int kPictures = VideoWriterInput::kMostLivePictures;
+    static constexpr int kPictures = media::VideoWriterInput::kMostLivePictures;
 
     WebcamRecorders() {
         std::filesystem::create_directories(folder_);
@@ -48,8 +48,8 @@ class WebcamRecorders : public RecorderRig {
         return "no error";
     }
 
-    std::shared_ptr<SyntheticDevice> camera_ =
-        std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    std::shared_ptr<synthetic::SyntheticDevice> camera_ =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     std::unique_ptr<WebcamRecorder> recorder_ = std::make_unique<WebcamRecorder>(services_);
 };
 
@@ -62,9 +62,9 @@ TEST_F(WebcamRecorders, TellsWhenItsFirstPictureWasTaken) {
     EXPECT_EQ(first, 2000.5);
     EXPECT_EQ(told, 2000.5);
     EXPECT_FALSE(camera_->isRunning());
-    const Asset movie(folder_ / "webcam.mov");
-    ASSERT_EQ(movie.tracks(TrackKind::video).size(), 1u);
-    const AssetTrack track = movie.tracks(TrackKind::video)[0];
+    const media::Asset movie(folder_ / "webcam.mov");
+    ASSERT_EQ(movie.tracks(media::TrackKind::video).size(), 1u);
+    const media::AssetTrack track = movie.tracks(media::TrackKind::video)[0];
     EXPECT_EQ(track.codec, "h264");
     EXPECT_EQ(track.width, 640);
     EXPECT_EQ(track.sampleCount, kPictures);
@@ -78,7 +78,7 @@ TEST_F(WebcamRecorders, TellsWhenItsFirstPictureWasTaken) {
 TEST_F(WebcamRecorders, PrefersTheLargestPreset) {
     camera_->setPresets({{1280, 720}, {1920, 1080}});
     EXPECT_EQ(startError(), "no error");
-    EXPECT_EQ(camera_->size(), (PictureSize{1920, 1080}));
+    EXPECT_EQ(camera_->size(), (platform::PictureSize{1920, 1080}));
     EXPECT_TRUE(logged("[Webcam] gestartet: 1920×1080"));
     recorder_->stop();
 }
@@ -86,7 +86,7 @@ TEST_F(WebcamRecorders, PrefersTheLargestPreset) {
 TEST_F(WebcamRecorders, TakesTheSmallerPresetWhereThatIsAll) {
     camera_->setPresets({{1280, 720}});
     EXPECT_EQ(startError(), "no error");
-    EXPECT_EQ(camera_->size(), (PictureSize{1280, 720}));
+    EXPECT_EQ(camera_->size(), (platform::PictureSize{1280, 720}));
     recorder_->stop();
 }
 
@@ -96,7 +96,7 @@ TEST_F(WebcamRecorders, ACameraWithoutPresetsRecordsItsActiveFormat) {
     camera_->emitPicture(5);
     camera_->emitPicture(6);
     EXPECT_EQ(recorder_->stop(), 5);
-    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).width, 352);
+    EXPECT_EQ(media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0).width, 352);
 }
 
 TEST_F(WebcamRecorders, StoppingBeforeTheFirstPictureGivesNothing) {
@@ -135,7 +135,7 @@ TEST_F(WebcamRecorders, ReplacesAnOldFile) {
     camera_->emitPicture(5);
     camera_->emitPicture(5.1);
     EXPECT_EQ(recorder_->stop(), 5);
-    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, 2);
+    EXPECT_EQ(media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0).sampleCount, 2);
 }
 
 TEST_F(WebcamRecorders, ShowsTheLatestPicture) {
@@ -156,7 +156,7 @@ TEST_F(WebcamRecorders, ACameraThatIsUnpluggedKeepsWhatItGave) {
     camera_->interrupt("abgezogen");
     EXPECT_EQ(recorder_->stop(), 7);
     EXPECT_EQ(told, "Die Kamera liefert kein Bild mehr: abgezogen");
-    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, kPictures);
+    EXPECT_EQ(media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0).sampleCount, kPictures);
 }
 
 TEST_F(WebcamRecorders, CountsThePicturesThatAreInItsMovie) {
@@ -169,7 +169,7 @@ TEST_F(WebcamRecorders, CountsThePicturesThatAreInItsMovie) {
     camera_->emitPicture(std::nan(""), picture(640, 480));
     EXPECT_EQ(recorder_->stop(), 7);
     EXPECT_EQ(recorder_->framesWritten(), kPictures);
-    EXPECT_EQ(Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount, kPictures);
+    EXPECT_EQ(media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0).sampleCount, kPictures);
     EXPECT_EQ(log().back(), "[Webcam] fertig: 5 Bilder, Status 2");
     EXPECT_EQ(log().size(), 3u) << "nothing to say about the count";
 }
@@ -192,7 +192,7 @@ TEST_F(WebcamRecorders, CountsWhatAWriterThatFailedHasLeft) {
         EXPECT_EQ(recorder_->framesWritten(), 0);
         return;
     }
-    const std::int64_t inMovie = Asset(folder_ / "webcam.mov").tracks(TrackKind::video).at(0).sampleCount;
+    const std::int64_t inMovie = media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0).sampleCount;
     EXPECT_LT(inMovie, kPictures);
     EXPECT_EQ(recorder_->framesWritten(), inMovie);
 }
@@ -240,4 +240,4 @@ TEST_F(WebcamRecorders, OneThatIsNotStoppedEndsItsCamera) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

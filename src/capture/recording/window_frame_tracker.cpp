@@ -3,10 +3,10 @@
 #include "capture/journal/journal.h"
 #include "capture/journal/journal_records.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
-WindowFrameTracker::WindowFrameTracker(const CaptureServices& services, std::uint32_t windowID, const PointSpace& space,
-                                       Journal* journal)
+WindowFrameTracker::WindowFrameTracker(const CaptureServices& services, std::uint32_t windowID,
+                                       const platform::PointSpace& space, Journal* journal)
     : services_(services), windowID_(windowID), space_(space), journal_(journal) {}
 
 void WindowFrameTracker::start() {
@@ -36,4 +36,4 @@ void WindowFrameTracker::sample() {
     if (journal_ != nullptr) journal_->append(journalLine::window(added));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

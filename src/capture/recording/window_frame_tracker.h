@@ -7,7 +7,7 @@
 #include "capture/capture_services.h"
 #include "capture/pointer/pointer_records.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 class Journal;
 
@@ -18,7 +18,7 @@ class WindowFrameTracker {
     static constexpr double kInterval = 1.0 / 30;
 
     /// Frames are in points of `space`. `journal` may be null and outlives the tracker.
-    WindowFrameTracker(const CaptureServices& services, std::uint32_t windowID, const PointSpace& space,
+    WindowFrameTracker(const CaptureServices& services, std::uint32_t windowID, const platform::PointSpace& space,
                        Journal* journal);
     WindowFrameTracker(const WindowFrameTracker&) = delete;
     WindowFrameTracker& operator=(const WindowFrameTracker&) = delete;
@@ -35,11 +35,11 @@ class WindowFrameTracker {
 
     const CaptureServices services_;
     const std::uint32_t windowID_;
-    const PointSpace space_;
+    const platform::PointSpace space_;
     Journal* const journal_;
     mutable std::mutex lock_;
     WindowTrack samples_;                     // guarded by lock_
     std::unique_ptr<MainLoop::Timer> timer_;  // main thread only
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -4,7 +4,7 @@
 
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 class WindowFrameTrackers : public RecorderRig {
@@ -59,4 +59,4 @@ TEST_F(WindowFrameTrackers, AfterTheStopNothingIsSampled) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -16,17 +16,17 @@
 #include "model/pointer_track.h"
 #include "model/recording_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 namespace {
 
 // The documents' figures, when both are there and whole.
 std::optional<Recorder::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
     try {
-        const CaptureInfo info = CaptureInfo::load(folder);
+        const model::CaptureInfo info = model::CaptureInfo::load(folder);
         // The capture document is the last one written; only after a crash is the other looked at as well.
-        if (hasJournal) PointerTrack::load(folder);
-        if (!fileInside(folder, "pointer.json")) return std::nullopt;
+        if (hasJournal) model::PointerTrack::load(folder);
+        if (!model::fileInside(folder, "pointer.json")) return std::nullopt;
         return Recorder::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
                                info.framesDroppedBackpressure, info.pointerEvents};
     } catch (const RecorderError&) {
@@ -44,7 +44,7 @@ UniqueDescriptor lockJournal(const std::filesystem::path& journal) {
 }
 
 RescuedMovie rescueSource(const std::filesystem::path& folder) {
-    const auto source = fileInside(folder, "source.mov");
+    const auto source = model::fileInside(folder, "source.mov");
     if (!source) throw RecorderError("In diesem Ordner liegt keine source.mov.");
     try {
         return rescueMovie(*source);
@@ -54,7 +54,7 @@ RescuedMovie rescueSource(const std::filesystem::path& folder) {
 }
 
 std::optional<double> rescueWebcam(const std::filesystem::path& folder, const JournalContent& journal) {
-    const auto webcam = fileInside(folder, "webcam.mov");
+    const auto webcam = model::fileInside(folder, "webcam.mov");
     if (!webcam || !journal.webcamFirstPicture) return std::nullopt;
     try {
         rescueMovie(*webcam);
@@ -87,7 +87,7 @@ std::int64_t writePointerTrack(const std::filesystem::path& folder, const Journa
 }  // namespace
 
 Recovery recoverRecording(const std::filesystem::path& folder) {
-    const auto journalFile = fileInside(folder, kJournalName);
+    const auto journalFile = model::fileInside(folder, kJournalName);
     UniqueDescriptor lock;
     if (journalFile) lock = lockJournal(*journalFile);
     std::error_code ignored;  // a journal that stays behind makes the next recovery look again
@@ -122,4 +122,4 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
             true};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

@@ -4,7 +4,7 @@
 
 #include "capture/recording/recorder.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 
 struct Recovery {
     Recorder::Stats stats;
@@ -20,4 +20,4 @@ struct Recovery {
 /// runs, or when there is nothing to complete. Any thread.
 Recovery recoverRecording(const std::filesystem::path& folder);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

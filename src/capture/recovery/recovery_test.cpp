@@ -11,7 +11,7 @@
 #include "model/pointer_track.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::capture {
 namespace {
 
 // What a process leaves that was ended in the middle, as far as one test can: the recorder goes away without a stop,
@@ -24,7 +24,7 @@ class Recoveries : public RecorderRig {
     bool waitForPictures(const char* name, std::int64_t count) {
         return loop_.runUntil([&] {
             try {
-                return Asset(folder_ / name).tracks(TrackKind::video).at(0).sampleCount >= count;
+                return media::Asset(folder_ / name).tracks(media::TrackKind::video).at(0).sampleCount >= count;
             } catch (const std::exception&) {
                 return false;  // nothing whole yet
             }
@@ -35,9 +35,9 @@ class Recoveries : public RecorderRig {
     void recordAndEnd() {
         Recorder recorder(services_, options_, folder_);
         recorder.start();
-        desktop_.emitPointer({PointerEventType::leftMouseDown, loop_.now() + 0.25, {20, 30}, 0, 0});
+        desktop_.emitPointer({platform::PointerEventType::leftMouseDown, loop_.now() + 0.25, {20, 30}, 0, 0});
         record(3, 320, 240);
-        desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now(), {40, 30}, 0, 0});
+        desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {40, 30}, 0, 0});
         EXPECT_TRUE(waitForPictures("source.mov", 3));
     }
 
@@ -64,9 +64,9 @@ TEST_F(Recoveries, GiveTheDocumentsThatAStopWouldHaveWritten) {
     EXPECT_FALSE(isUnfinishedRecording(folder_));
     EXPECT_FALSE(exists("journal"));
 
-    const Asset movie(folder_ / "source.mov");
+    const media::Asset movie(folder_ / "source.mov");
     EXPECT_FALSE(movie.isFragmented());
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.framesWritten, movie.tracks().at(0).sampleCount);
     EXPECT_GE(info.framesWritten, 3) << "at most the last fragment is missing";
     EXPECT_NEAR(info.duration, static_cast<double>(info.framesWritten - 1) / 2, 0.001);
@@ -81,9 +81,9 @@ TEST_F(Recoveries, GiveTheDocumentsThatAStopWouldHaveWritten) {
     EXPECT_EQ(recovery.stats.duration, info.duration);
     EXPECT_EQ(recovery.stats.pointerEvents, 3);
 
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_EQ(track.events.size(), 3u);
-    EXPECT_EQ(track.events[1].kind, PointerKind::down);
+    EXPECT_EQ(track.events[1].kind, model::PointerKind::down);
     EXPECT_EQ(track.events[1].px, 20);
     EXPECT_EQ(track.events[1].t, 0.25);
     EXPECT_EQ(track.cursorImages.at(0).id, "c0");
@@ -98,12 +98,12 @@ TEST_F(Recoveries, PositionsFollowADisplayThatMoved) {
         record(1, 320, 240);
         desktop_.emitDisplayOrigin(loop_.now(), {800, 50});
         record(2, 320, 240);
-        desktop_.emitPointer({PointerEventType::mouseMoved, loop_.now(), {840, 80}, 0, 0});
+        desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {840, 80}, 0, 0});
         EXPECT_TRUE(waitForPictures("source.mov", 3));
     }
     recoverRecording(folder_);
-    EXPECT_EQ(CaptureInfo::load(folder_).displayX, 0) << "where it was at the start";
-    const PointerTrack track = PointerTrack::load(folder_);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).displayX, 0) << "where it was at the start";
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_EQ(track.events.size(), 2u);
     EXPECT_EQ(track.events[1].px, 40);
     EXPECT_EQ(track.events[1].py, 30);
@@ -119,7 +119,7 @@ TEST_F(Recoveries, SoundAloneComesBack) {
         }
         EXPECT_TRUE(loop_.runUntil([&] {
             try {
-                return Asset(folder_ / "source.mov").duration().seconds() >= 2;
+                return media::Asset(folder_ / "source.mov").duration().seconds() >= 2;
             } catch (const std::exception&) {
                 return false;  // nothing whole yet
             }
@@ -128,8 +128,8 @@ TEST_F(Recoveries, SoundAloneComesBack) {
     const Recovery recovery = recoverRecording(folder_);
     EXPECT_EQ(recovery.stats.framesWritten, 0);
     EXPECT_GE(recovery.stats.duration, 1.9);
-    EXPECT_EQ(CaptureInfo::load(folder_).framesWritten, 0);
-    EXPECT_EQ(Asset(folder_ / "source.mov").tracks(TrackKind::audio).size(), 1u);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).framesWritten, 0);
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::audio).size(), 1u);
     EXPECT_FALSE(exists("journal"));
 }
 
@@ -138,11 +138,11 @@ TEST_F(Recoveries, AWindowsFramesComeBack) {
     desktop_.setWindowFrame(77, window().frame);
     recordAndEnd();
     recoverRecording(folder_);
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.sourceKind, "window");
     EXPECT_EQ(info.displayX, 1100);
     EXPECT_EQ(info.windowTitle, "Terminal – Sitzung 1");
-    const PointerTrack track = PointerTrack::load(folder_);
+    const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_TRUE(track.windowFrames.has_value());
     EXPECT_EQ(track.windowFrames->size(), 1u);
     EXPECT_EQ(track.events.at(1).px, (20 - 1100) * 2);
@@ -150,7 +150,7 @@ TEST_F(Recoveries, AWindowsFramesComeBack) {
 
 TEST_F(Recoveries, TheWebcamComesBack) {
     options_.webcam = true;
-    auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     devices_.setDefaultCamera(camera);
     {
         Recorder recorder(services_, options_, folder_);
@@ -167,21 +167,21 @@ TEST_F(Recoveries, TheWebcamComesBack) {
         ASSERT_TRUE(waitForPictures("webcam.mov", 2));
     }
     recoverRecording(folder_);
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.webcamFile, "webcam.mov");
     EXPECT_EQ(info.webcamOffset, 0.5);
-    EXPECT_FALSE(Asset(folder_ / "webcam.mov").isFragmented());
+    EXPECT_FALSE(media::Asset(folder_ / "webcam.mov").isFragmented());
 }
 
 TEST_F(Recoveries, ADevicesRecordingComesBack) {
-    auto device = std::make_shared<SyntheticDevice>(CaptureDevice{"dev", "Telefon", true, 0});
+    auto device = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"dev", "Telefon", true, 0});
     device->setActiveFormat({160, 120});
     devices_.addExternalDevice(device);
     {
         DeviceRecorder recorder(services_, device->description(), {}, folder_);
         recorder.start();
         ASSERT_TRUE(loop_.runUntil([&device] { return device->isRunning(); }));
-        for (int i = 0; i < VideoWriterInput::kMostLivePictures; ++i) {
+        for (int i = 0; i < media::VideoWriterInput::kMostLivePictures; ++i) {
             device->emitPicture(1000.25 + i, picture(160, 120, 20 + i));
             ASSERT_TRUE(loop_.runUntil([&] { return recorder.snapshot().framesWritten > i; }));
         }
@@ -189,12 +189,12 @@ TEST_F(Recoveries, ADevicesRecordingComesBack) {
     }
     const Recovery recovery = recoverRecording(folder_);
     EXPECT_GE(recovery.stats.framesWritten, 2);
-    const CaptureInfo info = CaptureInfo::load(folder_);
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
     EXPECT_EQ(info.sourceKind, "device");
     EXPECT_EQ(info.windowTitle, "Telefon");
     EXPECT_EQ(info.t0HostClock, 1000.25);
     EXPECT_EQ(info.pointerEvents, 0);
-    EXPECT_EQ(PointerTrack::load(folder_), PointerTrack());
+    EXPECT_EQ(model::PointerTrack::load(folder_), model::PointerTrack());
 }
 
 TEST_F(Recoveries, ACompleteFolderIsLeftAlone) {
@@ -321,21 +321,21 @@ TEST_F(Recoveries, AWebcamThatCannotBeSavedIsLeftOut) {
     temporary_.write("recording/webcam.mov", "Unsinn");
     temporary_.write("recording/journal", temporary_.read("recording/journal") + journalLine::webcam(999));
     EXPECT_TRUE(recoverRecording(folder_).recovered);
-    EXPECT_FALSE(CaptureInfo::load(folder_).webcamFile.has_value());
+    EXPECT_FALSE(model::CaptureInfo::load(folder_).webcamFile.has_value());
 }
 
 TEST_F(Recoveries, CountersComeFromTheJournal) {
     {
         Recorder recorder(services_, options_, folder_);
         recorder.start();
-        desktop_.emitScreen({FrameStatus::idle, loop_.now(), nullptr});
+        desktop_.emitScreen({platform::FrameStatus::idle, loop_.now(), nullptr});
         record(4, 320, 240);
         ASSERT_TRUE(waitForPictures("source.mov", 3));
     }
     const Recovery recovery = recoverRecording(folder_);
     EXPECT_EQ(recovery.stats.framesSkippedIdle, 1);
-    EXPECT_GE(CaptureInfo::load(folder_).cursorPollsWithoutCursor, 90);
+    EXPECT_GE(model::CaptureInfo::load(folder_).cursorPollsWithoutCursor, 90);
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::capture

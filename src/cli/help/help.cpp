@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -99,4 +99,4 @@ void printHelp(const Verb& verb, std::ostream& out) {
     printOption(kHelpOption, out);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -9,7 +9,7 @@
 // Everything that the program says about its own use is written down once, in these tables. --help prints them; the
 // manual page and the completions of shells (help_files.h) are made from them.
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// What the program is, in a few German words.
 extern const std::string_view kProgramSummary;
@@ -46,4 +46,4 @@ void printOverview(std::ostream& out);
 /// The answer to --help behind a verb.
 void printHelp(const Verb& verb, std::ostream& out);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -5,7 +5,7 @@
 
 // The help in the forms that a system installs. All of it follows from the tables in help.h.
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// The manual page, as source for man.
 std::string manualPage(std::string_view version);
@@ -15,4 +15,4 @@ std::string bashCompletion();
 std::string zshCompletion();
 std::string fishCompletion();
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -9,7 +9,7 @@
 #include "cli/help/help_files.h"
 #include "cli/verbs/command_line.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 std::string overview() {
@@ -92,4 +92,4 @@ TEST(HelpFiles, CompletionsOfferChoicesFilesAndFolders) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -1,7 +1,7 @@
 #include "cli/help/help.h"
 #include "cli/help/help_files.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -67,4 +67,4 @@ std::string manualPage(std::string_view version) {
     return text;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

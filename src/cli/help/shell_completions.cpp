@@ -4,7 +4,7 @@
 #include "cli/help/help.h"
 #include "cli/help/help_files.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -198,4 +198,4 @@ std::string fishCompletion() {
     return text;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -8,7 +8,7 @@
 
 // Writes the manual page and the completions of shells into a folder, for the package.
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 int writeHelpFiles(const std::filesystem::path& folder) {
@@ -30,12 +30,12 @@ int writeHelpFiles(const std::filesystem::path& folder) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli
 
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::cerr << "Aufruf: write_help_files ORDNER\n";
         return 2;
     }
-    return lumivastor::writeHelpFiles(argv[1]);
+    return lumivastor::cli::writeHelpFiles(argv[1]);
 }

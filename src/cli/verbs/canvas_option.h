@@ -2,7 +2,7 @@
 
 #include "cli/arguments.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// The --canvas that several verbs take.
 inline constexpr OptionSpec kCanvasOption = {"--canvas", "BREITExHÖHE", "Größe des fertigen Bildes (sonst 2560x1440)"};
@@ -12,4 +12,4 @@ inline PixelSize canvasFrom(const Arguments& arguments) {
     return parsePixelSize(arguments.value(kCanvasOption.name).value_or("2560x1440"), 16384);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -11,7 +11,7 @@
 #include "model/capture_info.h"
 #include "render/cursor_renderer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -22,11 +22,11 @@ constexpr std::array kOptions = {
 void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const Interruption interruption;
-    ProgressBar bar(std::cerr, CaptureInfo::load(folder).framesWritten);
-    CursorRenderer::Options options;
+    ProgressBar bar(std::cerr, model::CaptureInfo::load(folder).framesWritten);
+    render::CursorRenderer::Options options;
     options.progress = [&bar](double fraction) { bar.update(fraction); };
     options.stop = interruption.token();
-    const CursorRenderer::Result result = CursorRenderer::renderSync(folder, options);
+    const render::CursorRenderer::Result result = render::CursorRenderer::renderSync(folder, options);
     if (arguments.has("--json")) {
         writeMovieResult(out, result.url, result.frames, result.seconds);
     } else {
@@ -39,4 +39,4 @@ void run(const Arguments& arguments, std::ostream& out) {
 constinit const Verb kCheckVerb = {
     "check", "ORDNER", "Schreibt das Prüfvideo: die rohe Aufnahme mit Maus und Klicks darin.", kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

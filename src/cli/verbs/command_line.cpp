@@ -12,7 +12,7 @@
 #include "cli/verb.h"
 #include "model/json_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -23,7 +23,7 @@ constexpr int kWrongUsage = 2;
 // Where there is no memory for the document, standard error has the sentence.
 void writeError(std::ostream& out, const RecorderError& error) {
     try {
-        JsonWriter writer([&out](std::string_view piece) { out << piece; });
+        model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
         writer.beginObject();
         writer.key("error");
         writer.text(error.what());
@@ -91,4 +91,4 @@ int runCommandLine(std::span<const std::string> words, std::ostream& out, std::o
     return runVerb(**verb, words.subspan(1), out, err);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// Whether this command line (without the program's name) is one of the desktop application: nothing, or its switches.
 bool startsApplication(std::span<const std::string> words);
@@ -14,4 +14,4 @@ bool startsApplication(std::span<const std::string> words);
 /// as a document), 2 wrong usage.
 int runCommandLine(std::span<const std::string> words, std::ostream& out, std::ostream& err);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

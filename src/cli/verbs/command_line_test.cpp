@@ -23,7 +23,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 Outcome run(const std::vector<std::string>& words) {
@@ -37,10 +37,10 @@ class InspectVerb : public testing::Test {
   protected:
     InspectVerb() {
         oneClickCapture().save(folder_.path());
-        PointerTrack track = oneClickTrack();
+        model::PointerTrack track = oneClickTrack();
         track.cursorChanges = {{0, "c0"}, {6, "c1"}};
         track.save(folder_.path());
-        ProjectSettings settings;
+        model::ProjectSettings settings;
         settings.cuts = {{4, 12.5}};
         settings.smoothing = 0;
         settings.save(folder_.path());
@@ -109,7 +109,7 @@ TEST_F(InspectVerb, PrintsOneDocumentWithEverythingDerived) {
 }
 
 TEST_F(InspectVerb, LeavesOutCursorAndShapeWhereThereAreNone) {
-    PointerTrack().save(folder_.path());
+    model::PointerTrack().save(folder_.path());
     Json json(run({"inspect", folder(), "--json", "--at", "1"}).out);
     EXPECT_TRUE(json.has("/samples/0/camera"));
     EXPECT_FALSE(json.has("/samples/0/cursor"));
@@ -188,14 +188,14 @@ class FrameVerb : public InspectVerb {
   protected:
     // A plain red screen of the recording's size.
     std::string screen() const {
-        BgraPremultipliedBuffer picture(1920, 1080);
+        imaging::BgraPremultipliedBuffer picture(1920, 1080);
         for (int y = 0; y < 1080; ++y) {
             for (int x = 0; x < 1920; ++x) {
                 picture.pixel(x, y)[2] = 200;
                 picture.pixel(x, y)[3] = 255;
             }
         }
-        writePng(folder_ / "screen.png", picture);
+        imaging::writePng(folder_ / "screen.png", picture);
         return (folder_ / "screen.png").string();
     }
     std::string out() const { return (folder_ / "frame.png").string(); }
@@ -206,7 +206,7 @@ TEST_F(FrameVerb, ComposesAFrameFromAGivenPictureWithoutAnyMovie) {
         run({"frame", folder(), "--at", "1", "--source", screen(), "--canvas", "320x180", "--out", out()});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "");
-    const auto frame = readPng(out());
+    const auto frame = imaging::readPng(out());
     EXPECT_EQ(frame.width(), 320);
     EXPECT_EQ(frame.height(), 180);
     EXPECT_EQ(frame.pixel(160, 90)[2], 200);
@@ -240,7 +240,7 @@ class RenderVerb : public testing::Test {
         options.pictures = 30;
         options.sounds.emplace_back();
         makeTestMovie(folder_ / "source.mov", options);
-        CaptureInfo info;
+        model::CaptureInfo info;
         info.createdAt = "2024-05-01T09:30:12Z";
         info.pixelWidth = options.width;
         info.pixelHeight = options.height;
@@ -248,10 +248,10 @@ class RenderVerb : public testing::Test {
         info.systemAudio = true;
         info.duration = 1;
         info.save(folder_.path());
-        PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}}};
+        model::PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, model::PointerKind::move, {}, {}, {}}};
         track.save(folder_.path());
-        ProjectSettings settings;
+        model::ProjectSettings settings;
         settings.exportHeight = 72;
         settings.save(folder_.path());
     }
@@ -267,10 +267,10 @@ TEST_F(RenderVerb, WritesTheStudioMovieAndTellsOfIt) {
     EXPECT_EQ(json.number("/frames"), 30);
     EXPECT_EQ(json.number("/seconds"), 1);
     EXPECT_EQ(json.number("/zoomCount"), 0);
-    const Asset movie(folder_ / "studio-output.mp4");
+    const media::Asset movie(folder_ / "studio-output.mp4");
     ASSERT_EQ(movie.tracks().size(), 2u);
-    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
-    EXPECT_EQ(movie.tracks(TrackKind::video)[0].height, 72);
+    EXPECT_EQ(movie.tracks(media::TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(media::TrackKind::video)[0].height, 72);
 }
 
 TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
@@ -278,7 +278,7 @@ TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
     const Outcome outcome = run({"render", folder_.path().string(), "--height", "1080", "--format", "mov"});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "Fertig: 1.0 s, 0 Zooms – " + (folder_ / "studio-output.mov").string() + "\n");
-    EXPECT_EQ(Asset(folder_ / "studio-output.mov").tracks(TrackKind::video)[0].height, 1080);
+    EXPECT_EQ(media::Asset(folder_ / "studio-output.mov").tracks(media::TrackKind::video)[0].height, 1080);
     EXPECT_EQ(folder_.read("project.json"), before);
 }
 
@@ -288,7 +288,7 @@ TEST_F(RenderVerb, TheFilmMayGoElsewhereAndItsNameSaysTheFormat) {
     const Outcome outcome = run({"render", folder_.path().string(), "--out", film, "--json"});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(Json(outcome.out).text("/url"), film);
-    EXPECT_EQ(Asset(film).tracks().size(), 2u);
+    EXPECT_EQ(media::Asset(film).tracks().size(), 2u);
     EXPECT_EQ(elsewhere.read("film.mov").substr(4, 8), "ftypqt  ");
     const std::string other = (elsewhere / "film").string();
     EXPECT_EQ(run({"render", folder_.path().string(), "--out", other}).status, 0);
@@ -319,11 +319,11 @@ TEST_F(RenderVerb, HoweverItEndsOnTheWayTheEarlierFilmStays) {
     }
     ASSERT_EQ(run({"render", folder_.path().string()}).status, 0);
     EXPECT_EQ(hiddenFiles(), 0) << "the next export removes what the killed one left";
-    EXPECT_EQ(Asset(folder_ / "studio-output.mp4").tracks().size(), 2u);
+    EXPECT_EQ(media::Asset(folder_ / "studio-output.mp4").tracks().size(), 2u);
 }
 
 TEST_F(RenderVerb, FailuresAreTheRenderersSentences) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.cuts = {{0, 1}};
     settings.save(folder_.path());
     const Outcome cut = run({"render", folder_.path().string(), "--json"});
@@ -341,9 +341,9 @@ TEST_F(RenderVerb, TheCheckVideoIsWrittenToo) {
     EXPECT_EQ(json.text("/url"), (folder_ / "test-output.mov").string());
     EXPECT_EQ(json.number("/frames"), 30);
     EXPECT_NEAR(json.number("/seconds"), 29.0 / 30, 0.01);
-    const Asset movie(folder_ / "test-output.mov");
-    EXPECT_EQ(movie.tracks(TrackKind::video)[0].width, 128);
-    EXPECT_EQ(movie.tracks(TrackKind::audio).size(), 1u);
+    const media::Asset movie(folder_ / "test-output.mov");
+    EXPECT_EQ(movie.tracks(media::TrackKind::video)[0].width, 128);
+    EXPECT_EQ(movie.tracks(media::TrackKind::audio).size(), 1u);
     std::filesystem::remove(folder_ / "source.mov");
     const Outcome missing = run({"check", folder_.path().string()});
     EXPECT_EQ(missing.status, 1);
@@ -380,4 +380,4 @@ TEST(CommandLine, WithoutAVerbItIsTheApplications) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

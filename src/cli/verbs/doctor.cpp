@@ -14,7 +14,7 @@
 #include "capture/capture_plan.h"
 #include "model/json_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -28,9 +28,9 @@ Check check(const std::string& name, bool isNeeded, const std::string& advice,
     }
 }
 
-std::string describeDisplays(const std::vector<Display>& displays) {
+std::string describeDisplays(const std::vector<platform::Display>& displays) {
     std::string text = displays.size() == 1 ? "Ein Bildschirm: " : formatted("%zu Bildschirme: ", displays.size());
-    for (const Display& display : displays) {
+    for (const platform::Display& display : displays) {
         const Rect pixels = display.pixelFrame();
         if (&display != &displays.front()) text += ", ";
         text +=
@@ -39,20 +39,21 @@ std::string describeDisplays(const std::vector<Display>& displays) {
     return text + ".";
 }
 
-std::string describeSystemAudio(SoundSystem& sound) {
+std::string describeSystemAudio(platform::SoundSystem& sound) {
     const auto source = sound.systemAudio(48000, 2);
-    source->start([](const SoundBuffer&) {}, [](const std::string&) {});
+    source->start([](const platform::SoundBuffer&) {}, [](const std::string&) {});
     source->stop();
     return "Der Ton des Rechners lässt sich aufnehmen.";
 }
 
 // The size that would be recorded: the first display's.
-EncodingJob jobFor(const std::vector<Display>& displays) {
-    PictureSize size{1920, 1080};
+media::EncodingJob jobFor(const std::vector<platform::Display>& displays) {
+    platform::PictureSize size{1920, 1080};
     if (!displays.empty()) {
-        size = evenPixelSize({displays.front().frame.width, displays.front().frame.height}, displays.front().scale);
+        size = capture::evenPixelSize({displays.front().frame.width, displays.front().frame.height},
+                                      displays.front().scale);
     }
-    return {size.width, size.height, 60, averageBitRate(size.width, size.height, 60)};
+    return {size.width, size.height, 60, capture::averageBitRate(size.width, size.height, 60)};
 }
 
 std::string describeFolder(const std::filesystem::path& root) {
@@ -67,12 +68,12 @@ std::string describeFolder(const std::filesystem::path& root) {
     return "Aufnahmen liegen in „" + root.string() + "“.";
 }
 
-std::string describeSpace(const std::optional<FreeSpace>& space, const EncodingJob& job) {
+std::string describeSpace(const std::optional<capture::FreeSpace>& space, const media::EncodingJob& job) {
     if (!space) return "Der freie Platz ist nicht bekannt.";
-    const SpaceNeed need{static_cast<double>(job.averageBitRate) / 8, 0};
+    const capture::SpaceNeed need{static_cast<double>(job.averageBitRate) / 8, 0};
     const double gigabytes = static_cast<double>(space->available) / 1e9;
-    if (mustStop(*space, need)) throw RecorderError(formatted("Nur %.2f GB sind frei.", gigabytes));
-    const std::uint64_t usable = space->available - requiredSpace(need, space->capacity);
+    if (capture::mustStop(*space, need)) throw RecorderError(formatted("Nur %.2f GB sind frei.", gigabytes));
+    const std::uint64_t usable = space->available - capture::requiredSpace(need, space->capacity);
     return formatted("%.1f GB sind frei, genug für mindestens %.0f Minuten.", gigabytes,
                      static_cast<double>(usable) / need.bytesPerSecond / 60);
 }
@@ -81,8 +82,8 @@ std::string describeSpace(const std::optional<FreeSpace>& space, const EncodingJ
 
 std::vector<Check> examine(const Examined& machine) {
     std::vector<Check> checks;
-    std::vector<Display> displays;
-    std::optional<ShareableContent> content;
+    std::vector<platform::Display> displays;
+    std::optional<platform::ShareableContent> content;
     checks.push_back(check("display", true,
                            "LumiVastor braucht einen X11-Bildschirm; die Umgebungsvariable DISPLAY nennt ihn.", [&] {
                                content = machine.desktop().shareableContent();
@@ -106,9 +107,9 @@ std::vector<Check> examine(const Examined& machine) {
         if (!camera) throw RecorderError("Es wurde keine Kamera gefunden.");
         return "Kamera: " + camera->name + ".";
     }));
-    const EncodingJob job = jobFor(displays);
+    const media::EncodingJob job = jobFor(displays);
     checks.push_back(check("encoder", true, "Installiere FFmpeg mit libx264.", [&] {
-        const EncoderChoice choice = machine.chooseEncoder(job);
+        const media::EncoderChoice choice = machine.chooseEncoder(job);
         return formatted("%d×%d mit %s: ", job.width, job.height, choice.candidate.encoder.c_str()) + choice.reason;
     }));
     checks.push_back(check("folder", true, "Gib dir Schreibrechte auf diesen Ordner.",
@@ -123,7 +124,7 @@ bool canRecordScreens(const std::vector<Check>& checks) {
 }
 
 void writeChecks(const std::vector<Check>& checks, std::ostream& out) {
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("checks");
     writer.beginArray();
@@ -149,4 +150,4 @@ void printChecks(const std::vector<Check>& checks, std::ostream& out) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -8,7 +8,7 @@
 
 #include "capture/capture_services.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// One service of this machine.
 struct Check {
@@ -21,11 +21,11 @@ struct Check {
 
 /// What is looked at. The functions may throw `RecorderError`, which is then the finding.
 struct Examined {
-    std::function<Desktop&()> desktop;
-    std::function<SoundSystem&()> sound;
-    std::function<CaptureDevices&()> devices;
-    std::function<EncoderChoice(const EncodingJob&)> chooseEncoder;
-    std::function<std::optional<FreeSpace>(const std::filesystem::path&)> freeSpace;
+    std::function<platform::Desktop&()> desktop;
+    std::function<platform::SoundSystem&()> sound;
+    std::function<platform::CaptureDevices&()> devices;
+    std::function<media::EncoderChoice(const media::EncodingJob&)> chooseEncoder;
+    std::function<std::optional<capture::FreeSpace>(const std::filesystem::path&)> freeSpace;
     std::filesystem::path recordingsRoot;
 };
 
@@ -38,4 +38,4 @@ bool canRecordScreens(const std::vector<Check>& checks);
 void writeChecks(const std::vector<Check>& checks, std::ostream& out);
 void printChecks(const std::vector<Check>& checks, std::ostream& out);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

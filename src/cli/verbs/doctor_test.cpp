@@ -7,21 +7,22 @@
 #include "base/recorder_error.h"
 #include "support/recorder_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 class Doctor : public RecorderRig {
   protected:
     Doctor() {
-        machine_ = {[this]() -> Desktop& { return desktop_; },
-                    [this]() -> SoundSystem& { return sound_; },
-                    [this]() -> CaptureDevices& { return devices_; },
-                    [](const EncodingJob&) {
-                        return EncoderChoice{{VideoCodec::h264, "libx264", "ultrafast"}, "reicht."};
+        machine_ = {[this]() -> platform::Desktop& { return desktop_; },
+                    [this]() -> platform::SoundSystem& { return sound_; },
+                    [this]() -> platform::CaptureDevices& { return devices_; },
+                    [](const media::EncodingJob&) {
+                        return media::EncoderChoice{{media::VideoCodec::h264, "libx264", "ultrafast"}, "reicht."};
                     },
                     [this](const std::filesystem::path&) { return freeSpace_; },
                     temporary_ / "Movies"};
-        devices_.setDefaultCamera(std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0}));
+        devices_.setDefaultCamera(
+            std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0}));
     }
 
     Check find(const std::string& name) {
@@ -51,7 +52,7 @@ TEST_F(Doctor, AHealthyMachineHasEverything) {
 }
 
 TEST_F(Doctor, WithoutADisplayServerNoScreenIsRecorded) {
-    machine_.desktop = []() -> Desktop& { throw RecorderError("Kein Server."); };
+    machine_.desktop = []() -> platform::Desktop& { throw RecorderError("Kein Server."); };
     EXPECT_FALSE(find("display").ok);
     EXPECT_TRUE(find("display").detail.starts_with("Kein Server. "));
     EXPECT_FALSE(find("screens").ok);
@@ -59,7 +60,7 @@ TEST_F(Doctor, WithoutADisplayServerNoScreenIsRecorded) {
 }
 
 TEST_F(Doctor, WhereOnlyWindowsCanBeRecordedTheDisplayIsMissing) {
-    ShareableContent some = content();
+    platform::ShareableContent some = content();
     some.displayRefusal = "Nur Fenster. Tu etwas.";
     desktop_.setContent(some);
     EXPECT_FALSE(find("display").ok);
@@ -69,7 +70,7 @@ TEST_F(Doctor, WhereOnlyWindowsCanBeRecordedTheDisplayIsMissing) {
 
 TEST_F(Doctor, WithoutSoundOrCameraScreensAreRecordedAllTheSame) {
     sound_.setDefaultMicrophone(std::nullopt);
-    sound_.failStarts(SyntheticSoundSystem::Kind::systemAudio, "Kein Tondienst.");
+    sound_.failStarts(synthetic::SyntheticSoundSystem::Kind::systemAudio, "Kein Tondienst.");
     devices_.setDefaultCamera(nullptr);
     EXPECT_FALSE(find("sound").ok);
     EXPECT_TRUE(find("sound").detail.starts_with("Kein Tondienst. "));
@@ -79,10 +80,10 @@ TEST_F(Doctor, WithoutSoundOrCameraScreensAreRecordedAllTheSame) {
 }
 
 TEST_F(Doctor, AFullOrForbiddenDiskIsFound) {
-    freeSpace_ = FreeSpace{1'000'000, 1'000'000'000};
+    freeSpace_ = capture::FreeSpace{1'000'000, 1'000'000'000};
     EXPECT_FALSE(find("space").ok);
     EXPECT_FALSE(canRecord());
-    freeSpace_ = FreeSpace{100'000'000'000, 1'000'000'000'000};
+    freeSpace_ = capture::FreeSpace{100'000'000'000, 1'000'000'000'000};
     EXPECT_TRUE(find("space").ok);
     temporary_.write("datei", "x");
     machine_.recordingsRoot = temporary_ / "datei" / "Movies";
@@ -91,7 +92,7 @@ TEST_F(Doctor, AFullOrForbiddenDiskIsFound) {
 }
 
 TEST_F(Doctor, AnEncoderThatFailsIsFound) {
-    machine_.chooseEncoder = [](const EncodingJob&) -> EncoderChoice { throw RecorderError("Keiner."); };
+    machine_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice { throw RecorderError("Keiner."); };
     EXPECT_FALSE(find("encoder").ok);
     EXPECT_FALSE(canRecord());
 }
@@ -127,4 +128,4 @@ TEST(DoctorReport, IsADocumentOrMarks) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

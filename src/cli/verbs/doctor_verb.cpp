@@ -7,7 +7,7 @@
 #include "cli/verb.h"
 #include "cli/verbs/doctor.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -19,11 +19,12 @@ void run(const Arguments& arguments, std::ostream& out) {
     if (!arguments.positional().empty()) throw UsageError("Zu viele Angaben: " + arguments.positional().front());
     BlockingMainLoop loop;
     Machine machine(loop);
-    const std::vector<Check> checks =
-        examine({[&]() -> Desktop& { return machine.desktop(); }, [&]() -> SoundSystem& { return machine.sound(); },
-                 [&]() -> CaptureDevices& { return machine.devices(); },
-                 [](const EncodingJob& job) { return chooseRecordingEncoder(job, encoderMemoryFile()); }, freeSpaceOf,
-                 recordingsRoot()});
+    const std::vector<Check> checks = examine(
+        {[&]() -> platform::Desktop& { return machine.desktop(); },
+         [&]() -> platform::SoundSystem& { return machine.sound(); },
+         [&]() -> platform::CaptureDevices& { return machine.devices(); },
+         [](const media::EncodingJob& job) { return media::chooseRecordingEncoder(job, capture::encoderMemoryFile()); },
+         capture::freeSpaceOf, capture::recordingsRoot()});
     if (arguments.has("--json")) {
         writeChecks(checks, out);
     } else {
@@ -37,4 +38,4 @@ void run(const Arguments& arguments, std::ostream& out) {
 constinit const Verb kDoctorVerb = {"doctor", "", "Sagt, was dieser Rechner für Aufnahmen mitbringt und was ihm fehlt.",
                                     kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

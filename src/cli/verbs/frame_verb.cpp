@@ -16,7 +16,7 @@
 #include "media/reading/asset.h"
 #include "media/reading/still_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -34,29 +34,30 @@ std::string required(const Arguments& arguments, std::string_view option) {
     return *value;
 }
 
-Picture pictureFrom(const std::string& file) {
-    return Picture(std::make_shared<const BgraPremultipliedBuffer>(readPng(file)));
+imaging::Picture pictureFrom(const std::string& file) {
+    return imaging::Picture(std::make_shared<const imaging::BgraPremultipliedBuffer>(imaging::readPng(file)));
 }
 
-Picture sourcePicture(const Composition& composition, const Arguments& arguments, double t) {
+imaging::Picture sourcePicture(const edit::Composition& composition, const Arguments& arguments, double t) {
     if (const auto file = arguments.value("--source")) return pictureFrom(*file);
-    const auto movie = std::make_shared<const Asset>(composition.folder() / "source.mov");
-    const auto tracks = movie->tracks(TrackKind::video);
+    const auto movie = std::make_shared<const media::Asset>(composition.folder() / "source.mov");
+    const auto tracks = movie->tracks(media::TrackKind::video);
     if (tracks.empty()) throw RecorderError("Die Aufnahme enthält kein Bild.");
     // Before its first picture the recording shows that one.
-    const auto picture = stillPicture(movie, std::max(t, tracks.front().start.seconds()));
+    const auto picture = media::stillPicture(movie, std::max(t, tracks.front().start.seconds()));
     if (!picture) throw RecorderError("Die Aufnahme enthält kein Bild.");
-    return Picture(*picture);
+    return imaging::Picture(*picture);
 }
 
-std::optional<Picture> webcamPicture(const Composition& composition, const Arguments& arguments, double t) {
+std::optional<imaging::Picture> webcamPicture(const edit::Composition& composition, const Arguments& arguments,
+                                              double t) {
     if (const auto file = arguments.value("--webcam")) return pictureFrom(*file);
-    const Recording& recording = composition.recording();
+    const edit::Recording& recording = composition.recording();
     if (!recording.hasWebcam()) return std::nullopt;
     try {
-        const auto picture =
-            stillPicture(std::make_shared<const Asset>(recording.webcamFile), t - recording.webcamOffset());
-        return picture ? std::optional(Picture(*picture)) : std::nullopt;
+        const auto picture = media::stillPicture(std::make_shared<const media::Asset>(recording.webcamFile),
+                                                 t - recording.webcamOffset());
+        return picture ? std::optional(imaging::Picture(*picture)) : std::nullopt;
     } catch (const RecorderError& error) {
         // Like an export: a camera movie that cannot be shown costs the bubble, not the frame.
         Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
@@ -72,13 +73,13 @@ void run(const Arguments& arguments, std::ostream&) {
     const PixelSize canvas = canvasFrom(arguments);
 
     const double t = times.front();
-    const Composition composition(folder, canvas.width, canvas.height);
-    const Picture frame =
+    const edit::Composition composition(folder, canvas.width, canvas.height);
+    const imaging::Picture frame =
         composition.compose(sourcePicture(composition, arguments, t), webcamPicture(composition, arguments, t), t);
-    BgraPremultipliedBuffer pixels(canvas.width, canvas.height);
-    Painter painter(static_cast<int>(std::max(1u, std::thread::hardware_concurrency())));
+    imaging::BgraPremultipliedBuffer pixels(canvas.width, canvas.height);
+    imaging::Painter painter(static_cast<int>(std::max(1u, std::thread::hardware_concurrency())));
     painter.paint(frame, pixels);
-    writePng(out, pixels);
+    imaging::writePng(out, pixels);
 }
 
 }  // namespace
@@ -86,4 +87,4 @@ void run(const Arguments& arguments, std::ostream&) {
 constinit const Verb kFrameVerb = {"frame", "ORDNER", "Setzt das fertige Bild zu einer Zeit der Aufnahme zusammen.",
                                    kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -7,7 +7,7 @@
 
 // What the edit model derives from a recording, for people and for programs.
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 struct InspectOptions {
     /// Source times, in seconds, at which camera and cursor are sampled.
@@ -17,9 +17,9 @@ struct InspectOptions {
 };
 
 /// One JSON document; throws `RecorderError` when a derived number is not finite.
-void writeInspection(const Composition& composition, const InspectOptions& options, std::ostream& out);
+void writeInspection(const edit::Composition& composition, const InspectOptions& options, std::ostream& out);
 
 /// A German report: key figures, tables of kept segments and zooms, and the zoom curve as a plot of characters.
-void printInspection(const Composition& composition, const InspectOptions& options, std::ostream& out);
+void printInspection(const edit::Composition& composition, const InspectOptions& options, std::ostream& out);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -5,17 +5,17 @@
 #include "model/json_writer.h"
 #include "model/record_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
-void numberField(JsonWriter& writer, std::string_view key, double value) {
+void numberField(model::JsonWriter& writer, std::string_view key, double value) {
     writer.key(key);
     writer.number(value);
 }
 
 template <class Items, class WriteItem>
-void listField(JsonWriter& writer, std::string_view key, const Items& items, WriteItem writeItem) {
+void listField(model::JsonWriter& writer, std::string_view key, const Items& items, WriteItem writeItem) {
     writer.key(key);
     writer.beginArray();
     for (const auto& item : items) writeItem(item);
@@ -24,14 +24,14 @@ void listField(JsonWriter& writer, std::string_view key, const Items& items, Wri
 
 // Start and end, as kept segments and zoom events have them.
 template <class Range>
-void writeRange(JsonWriter& writer, const Range& range) {
+void writeRange(model::JsonWriter& writer, const Range& range) {
     writer.beginObject();
     numberField(writer, "start", range.start);
     numberField(writer, "end", range.end);
     writer.endObject();
 }
 
-void writeKey(JsonWriter& writer, const ZoomEngine::Key& key) {
+void writeKey(model::JsonWriter& writer, const edit::ZoomEngine::Key& key) {
     writer.beginObject();
     numberField(writer, "t", key.t);
     numberField(writer, "x", key.x);
@@ -39,7 +39,7 @@ void writeKey(JsonWriter& writer, const ZoomEngine::Key& key) {
     writer.endObject();
 }
 
-void writeRect(JsonWriter& writer, const Rect& rect) {
+void writeRect(model::JsonWriter& writer, const Rect& rect) {
     writer.beginObject();
     numberField(writer, "x", rect.x);
     numberField(writer, "y", rect.y);
@@ -48,7 +48,7 @@ void writeRect(JsonWriter& writer, const Rect& rect) {
     writer.endObject();
 }
 
-void writeLayout(JsonWriter& writer, const StudioLayout& layout) {
+void writeLayout(model::JsonWriter& writer, const edit::StudioLayout& layout) {
     writer.key("layout");
     writer.beginObject();
     writer.key("canvasWidth");
@@ -67,8 +67,8 @@ void writeLayout(JsonWriter& writer, const StudioLayout& layout) {
     writer.endObject();
 }
 
-void writeSample(JsonWriter& writer, const EditState& state, const PointerTrack& track, double t) {
-    const ZoomEngine::Camera camera = state.zoomEngine->camera(t);
+void writeSample(model::JsonWriter& writer, const edit::EditState& state, const model::PointerTrack& track, double t) {
+    const edit::ZoomEngine::Camera camera = state.zoomEngine->camera(t);
     writer.beginObject();
     numberField(writer, "t", t);
     writer.key("camera");
@@ -84,7 +84,7 @@ void writeSample(JsonWriter& writer, const EditState& state, const PointerTrack&
         numberField(writer, "y", cursor->y);
         writer.endObject();
     }
-    if (const std::string* shape = cursorShapeAt(track.cursorChanges, t)) {
+    if (const std::string* shape = edit::cursorShapeAt(track.cursorChanges, t)) {
         writer.key("cursorID");
         writer.text(*shape);
     }
@@ -93,10 +93,10 @@ void writeSample(JsonWriter& writer, const EditState& state, const PointerTrack&
 
 }  // namespace
 
-void writeInspection(const Composition& composition, const InspectOptions& options, std::ostream& out) {
+void writeInspection(const edit::Composition& composition, const InspectOptions& options, std::ostream& out) {
     const auto state = composition.state();
-    const ZoomEngine& zooms = *state->zoomEngine;
-    JsonWriter writer(
+    const edit::ZoomEngine& zooms = *state->zoomEngine;
+    model::JsonWriter writer(
         [&out](std::string_view piece) { out.write(piece.data(), static_cast<std::streamsize>(piece.size())); });
     writer.beginObject();
     writer.key("capture");
@@ -107,12 +107,12 @@ void writeInspection(const Composition& composition, const InspectOptions& optio
     numberField(writer, "effectiveEnd", state->trim.end);
     listField(writer, "keptSegments", state->keptSegments, [&](const auto& each) { writeRange(writer, each); });
     numberField(writer, "outputDuration", state->outputDuration);
-    listField(writer, "zoomSpecs", state->zoomSpecs, [&](const auto& each) { writeRecord(writer, each); });
+    listField(writer, "zoomSpecs", state->zoomSpecs, [&](const auto& each) { model::writeRecord(writer, each); });
     listField(writer, "zoomEvents", zooms.events(), [&](const auto& each) { writeRange(writer, each); });
     listField(writer, "scaleKeys", zooms.scaleKeys(), [&](const auto& each) { writeKey(writer, each); });
     listField(writer, "focusKeys", zooms.focusKeys(), [&](const auto& each) { writeKey(writer, each); });
     writeLayout(writer, state->layout);
-    listField(writer, "clicks", state->clicks, [&](const PointerSample& click) {
+    listField(writer, "clicks", state->clicks, [&](const model::PointerSample& click) {
         writer.beginObject();
         numberField(writer, "t", click.t);
         numberField(writer, "px", click.px);
@@ -124,7 +124,7 @@ void writeInspection(const Composition& composition, const InspectOptions& optio
     listField(writer, "outputTimes", options.outputTimes, [&](double t) {
         writer.beginObject();
         numberField(writer, "output", t);
-        numberField(writer, "source", sourceTime(state->keptSegments, t));
+        numberField(writer, "source", edit::sourceTime(state->keptSegments, t));
         writer.endObject();
     });
     writer.endObject();
@@ -132,4 +132,4 @@ void writeInspection(const Composition& composition, const InspectOptions& optio
     out << "\n";
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

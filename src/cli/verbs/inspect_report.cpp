@@ -9,7 +9,7 @@
 #include "base/saturated.h"
 #include "cli/verbs/inspect.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -30,7 +30,7 @@ std::string counted(std::size_t count, const char* one, const char* many) {
     return formatted("%zu %s", count, count == 1 ? one : many);
 }
 
-std::string sourceName(const CaptureInfo& info) {
+std::string sourceName(const model::CaptureInfo& info) {
     const std::string kind = info.sourceKind.value_or("");
     if (kind == "display") return "Bildschirm";
     if (kind == "region") return "Bereich";
@@ -38,9 +38,9 @@ std::string sourceName(const CaptureInfo& info) {
     return kind.empty() ? "unbekannt" : kind;
 }
 
-void printOverview(const Composition& composition, const EditState& state, std::ostream& out) {
-    const CaptureInfo& info = composition.info();
-    const PointerTrack& track = composition.track();
+void printOverview(const edit::Composition& composition, const edit::EditState& state, std::ostream& out) {
+    const model::CaptureInfo& info = composition.info();
+    const model::PointerTrack& track = composition.track();
     std::string sound = info.systemAudio && info.microphone ? "Systemton und Mikrofon"
                         : info.systemAudio                  ? "Systemton"
                         : info.microphone                   ? "Mikrofon"
@@ -63,7 +63,7 @@ void printOverview(const Composition& composition, const EditState& state, std::
         << counted(track.cursorImages.size(), "Cursorform", "Cursorformen") << "\n";
 }
 
-void printLayout(const StudioLayout& layout, std::ostream& out) {
+void printLayout(const edit::StudioLayout& layout, std::ostream& out) {
     const auto rect = [](const Rect& r) { return formatted("%.1f, %.1f  %.1f×%.1f", r.x, r.y, r.width, r.height); };
     out << "\nAufbau auf " << layout.canvas.width << "×" << layout.canvas.height << " Pixeln\n"
         << "  Ausschnitt der Quelle  " << rect(layout.cropRect) << "\n"
@@ -73,7 +73,7 @@ void printLayout(const StudioLayout& layout, std::ostream& out) {
     for (const Rect& mask : layout.maskRects) out << "  Verpixelt              " << rect(mask) << "\n";
 }
 
-void printSegments(const EditState& state, std::ostream& out) {
+void printSegments(const edit::EditState& state, std::ostream& out) {
     out << "\nBehaltene Abschnitte\n";
     if (state.keptSegments.empty()) {
         out << "  keine – alles ist weggeschnitten\n";
@@ -81,7 +81,7 @@ void printSegments(const EditState& state, std::ostream& out) {
     }
     out << "   Nr.        von            bis          Länge\n";
     for (std::size_t i = 0; i < std::min(state.keptSegments.size(), kMostRows); ++i) {
-        const KeptSegment& each = state.keptSegments[i];
+        const edit::KeptSegment& each = state.keptSegments[i];
         out << formatted("  %4zu  %13s  %13s  %10.3f s\n", i + 1, clockTime(each.start).c_str(),
                          clockTime(each.end).c_str(), each.end - each.start);
     }
@@ -90,7 +90,7 @@ void printSegments(const EditState& state, std::ostream& out) {
     }
 }
 
-void printZooms(const EditState& state, std::ostream& out) {
+void printZooms(const edit::EditState& state, std::ostream& out) {
     out << "\nZooms (" << (state.settings.zooms ? "von Hand bearbeitet" : "Automatik") << ")\n";
     if (state.zoomSpecs.empty()) {
         out << "  keine\n";
@@ -98,7 +98,7 @@ void printZooms(const EditState& state, std::ostream& out) {
     }
     out << "   Nr.        von            bis     Vergrößerung  Zielpunkte\n";
     for (std::size_t i = 0; i < std::min(state.zoomSpecs.size(), kMostRows); ++i) {
-        const ZoomSpec& each = state.zoomSpecs[i];
+        const model::ZoomSpec& each = state.zoomSpecs[i];
         out << formatted("  %4zu  %13s  %13s  %8.2f  %10zu\n", i + 1, clockTime(each.start).c_str(),
                          clockTime(each.end).c_str(), each.scale, each.focus.size());
     }
@@ -108,21 +108,21 @@ void printZooms(const EditState& state, std::ostream& out) {
 }
 
 // One column of the plot: the largest scale within its stretch of time.
-double largestScale(const ZoomEngine& zooms, double from, double to) {
+double largestScale(const edit::ZoomEngine& zooms, double from, double to) {
     double largest = std::max(zooms.camera(from).scale, zooms.camera(to).scale);
     const auto& keys = zooms.scaleKeys();
     auto key = std::lower_bound(keys.begin(), keys.end(), from,
-                                [](const ZoomEngine::Key& each, double t) { return each.t < t; });
+                                [](const edit::ZoomEngine::Key& each, double t) { return each.t < t; });
     for (; key != keys.end() && key->t <= to; ++key) largest = std::max(largest, key->x);
     return largest;
 }
 
-bool isKept(const std::vector<KeptSegment>& segments, double t) {
+bool isKept(const std::vector<edit::KeptSegment>& segments, double t) {
     return std::any_of(segments.begin(), segments.end(),
-                       [t](const KeptSegment& each) { return t >= each.start && t < each.end; });
+                       [t](const edit::KeptSegment& each) { return t >= each.start && t < each.end; });
 }
 
-void printCurve(const EditState& state, double duration, std::ostream& out) {
+void printCurve(const edit::EditState& state, double duration, std::ostream& out) {
     if (!(duration > 0)) return;
     static constexpr std::array<const char*, 9> kBlocks = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
     std::vector<double> scales;
@@ -151,28 +151,30 @@ void printCurve(const EditState& state, double duration, std::ostream& out) {
         << "\n       ╳ herausgeschnitten\n";
 }
 
-void printTimes(const Composition& composition, const EditState& state, const InspectOptions& options,
+void printTimes(const edit::Composition& composition, const edit::EditState& state, const InspectOptions& options,
                 std::ostream& out) {
     if (!options.sampleTimes.empty()) out << "\nStichproben (Zeit der Aufnahme)\n";
     for (const double t : options.sampleTimes) {
-        const ZoomEngine::Camera camera = state.zoomEngine->camera(t);
+        const edit::ZoomEngine::Camera camera = state.zoomEngine->camera(t);
         out << formatted("  %13s  Vergrößerung %.3f  Ziel %.1f, %.1f", clockTime(t).c_str(), camera.scale,
                          camera.focusX, camera.focusY);
         if (const auto cursor = state.cursorEngine->position(t)) {
             out << formatted("  Maus %.1f, %.1f", cursor->x, cursor->y);
         }
-        if (const std::string* shape = cursorShapeAt(composition.track().cursorChanges, t)) out << "  Form " << *shape;
+        if (const std::string* shape = edit::cursorShapeAt(composition.track().cursorChanges, t))
+            out << "  Form " << *shape;
         out << "\n";
     }
     if (!options.outputTimes.empty()) out << "\nZeit im Video → Zeit der Aufnahme\n";
     for (const double t : options.outputTimes) {
-        out << formatted("  %13s → %s\n", clockTime(t).c_str(), clockTime(sourceTime(state.keptSegments, t)).c_str());
+        out << formatted("  %13s → %s\n", clockTime(t).c_str(),
+                         clockTime(edit::sourceTime(state.keptSegments, t)).c_str());
     }
 }
 
 }  // namespace
 
-void printInspection(const Composition& composition, const InspectOptions& options, std::ostream& out) {
+void printInspection(const edit::Composition& composition, const InspectOptions& options, std::ostream& out) {
     const auto state = composition.state();
     printOverview(composition, *state, out);
     printLayout(state->layout, out);
@@ -182,4 +184,4 @@ void printInspection(const Composition& composition, const InspectOptions& optio
     printTimes(composition, *state, options, out);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

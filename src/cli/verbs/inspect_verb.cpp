@@ -4,7 +4,7 @@
 #include "cli/verbs/canvas_option.h"
 #include "cli/verbs/inspect.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -19,7 +19,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const PixelSize canvas = canvasFrom(arguments);
     const InspectOptions options{arguments.numbers("--at"), arguments.numbers("--output-at")};
-    const Composition composition(folder, canvas.width, canvas.height);
+    const edit::Composition composition(folder, canvas.width, canvas.height);
     if (arguments.has("--json")) {
         writeInspection(composition, options, out);
     } else {
@@ -33,4 +33,4 @@ constinit const Verb kInspectVerb = {"inspect", "ORDNER",
                                      "Zeigt, was aus einer Aufnahme und ihren Einstellungen folgt; öffnet keinen Film.",
                                      kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -5,11 +5,11 @@
 
 #include "model/json_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::int64_t frames, double seconds,
                       std::optional<std::int64_t> zoomCount) {
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("url");
     writer.text(std::filesystem::absolute(url).string());
@@ -26,4 +26,4 @@ void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::
     out << "\n";
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

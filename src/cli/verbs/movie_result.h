@@ -5,11 +5,11 @@
 #include <iosfwd>
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// The document that tells of a written movie: its absolute path, its pictures, its length in seconds, and for studio
 /// movies the number of zooms.
 void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::int64_t frames, double seconds,
                       std::optional<std::int64_t> zoomCount = std::nullopt);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

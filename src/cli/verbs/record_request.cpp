@@ -9,7 +9,7 @@
 #include "base/recorder_error.h"
 #include "capture/journal/journal_records.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -86,9 +86,9 @@ RecordRequest parseRecordRequest(const Arguments& arguments) {
     return request;
 }
 
-CaptureSource sourceFor(const RecordRequest& request, const ShareableContent& content) {
+capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content) {
     if (request.windowID) {
-        if (const Window* window = content.window(*request.windowID)) return WindowSource{*window};
+        if (const platform::Window* window = content.window(*request.windowID)) return capture::WindowSource{*window};
         throw RecorderError(formatted("Es gibt kein Fenster mit der Kennung %u.", *request.windowID));
     }
     // Before the index is looked at: there may be no display to choose from for the same reason.
@@ -96,20 +96,20 @@ CaptureSource sourceFor(const RecordRequest& request, const ShareableContent& co
     if (request.displayIndex >= content.displays.size()) {
         throw RecorderError(formatted("Es gibt keinen Bildschirm mit der Nummer %zu.", request.displayIndex));
     }
-    const Display& display = content.displays[request.displayIndex];
-    if (request.region) return RegionSource{display, *request.region};
-    return DisplaySource{display};
+    const platform::Display& display = content.displays[request.displayIndex];
+    if (request.region) return capture::RegionSource{display, *request.region};
+    return capture::DisplaySource{display};
 }
 
-CaptureDevice deviceFor(const std::string& id, const std::vector<CaptureDevice>& devices) {
-    const auto found =
-        std::find_if(devices.begin(), devices.end(), [&id](const CaptureDevice& each) { return each.id == id; });
+platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices) {
+    const auto found = std::find_if(devices.begin(), devices.end(),
+                                    [&id](const platform::CaptureDevice& each) { return each.id == id; });
     if (found == devices.end()) throw RecorderError("Es gibt kein Gerät mit der Kennung „" + id + "“.");
     return *found;
 }
 
 void requireNoRecording(const std::filesystem::path& folder) {
-    for (const char* name : {"source.mov", "capture.json", kJournalName}) {
+    for (const char* name : {"source.mov", "capture.json", capture::kJournalName}) {
         std::error_code ignored;
         if (std::filesystem::exists(folder / name, ignored)) {
             throw RecorderError("In „" + folder.string() + "“ liegt schon eine Aufnahme.");
@@ -117,4 +117,4 @@ void requireNoRecording(const std::filesystem::path& folder) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -9,7 +9,7 @@
 #include "capture/capture_plan.h"
 #include "cli/arguments.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// What the words behind `record` ask for.
 struct RecordRequest {
@@ -31,12 +31,12 @@ extern const std::span<const OptionSpec> kRecordOptions;
 RecordRequest parseRecordRequest(const Arguments& arguments);
 
 /// The source that is meant. Throws `RecorderError` when there is no such display or window.
-CaptureSource sourceFor(const RecordRequest& request, const ShareableContent& content);
+capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content);
 
 /// The device that is meant. Throws `RecorderError` when there is no such device.
-CaptureDevice deviceFor(const std::string& id, const std::vector<CaptureDevice>& devices);
+platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices);
 
 /// Throws `RecorderError` when the folder holds a recording already, finished or not.
 void requireNoRecording(const std::filesystem::path& folder);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

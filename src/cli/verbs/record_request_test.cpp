@@ -5,15 +5,15 @@
 #include "base/recorder_error.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 RecordRequest parsed(const std::vector<std::string>& words) {
     return parseRecordRequest(Arguments(words, kRecordOptions));
 }
 
-ShareableContent twoDisplays() {
-    ShareableContent content;
+platform::ShareableContent twoDisplays() {
+    platform::ShareableContent content;
     content.displays = {{7, "links", {0, 0, 1280, 720}, 1}, {9, "rechts", {1280, 0, 1280, 720}, 1}};
     content.windows = {{42, "Bericht", std::nullopt, 0, {10, 10, 300, 200}, 7}};
     return content;
@@ -64,19 +64,19 @@ TEST(RecordRequests, WrongOnesAreRefused) {
 }
 
 TEST(RecordSources, AreFoundInWhatIsThere) {
-    const ShareableContent content = twoDisplays();
-    EXPECT_EQ(std::get<DisplaySource>(sourceFor(parsed({"--display", "1"}), content)).display.id, 9u);
-    const auto region = std::get<RegionSource>(sourceFor(parsed({"--region", "1,2,3,4"}), content));
+    const platform::ShareableContent content = twoDisplays();
+    EXPECT_EQ(std::get<capture::DisplaySource>(sourceFor(parsed({"--display", "1"}), content)).display.id, 9u);
+    const auto region = std::get<capture::RegionSource>(sourceFor(parsed({"--region", "1,2,3,4"}), content));
     EXPECT_EQ(region.display.id, 7u);
     EXPECT_EQ(region.region, (Rect{1, 2, 3, 4}));
-    EXPECT_EQ(std::get<WindowSource>(sourceFor(parsed({"--window", "42"}), content)).window.title, "Bericht");
+    EXPECT_EQ(std::get<capture::WindowSource>(sourceFor(parsed({"--window", "42"}), content)).window.title, "Bericht");
     EXPECT_THROW(sourceFor(parsed({"--display", "2"}), content), RecorderError);
     EXPECT_THROW(sourceFor(parsed({"--window", "43"}), content), RecorderError);
     EXPECT_THROW(sourceFor(parsed({}), {}), RecorderError);
 }
 
 TEST(RecordSources, DisplaysThatCannotBeRecordedAreRefusedWithTheReason) {
-    ShareableContent content = twoDisplays();
+    platform::ShareableContent content = twoDisplays();
     content.displayRefusal = "Nur Fenster.";
     for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
              {}, {"--display", "1"}, {"--display", "9"}, {"--region", "1,2,300,400"}}) {
@@ -87,11 +87,11 @@ TEST(RecordSources, DisplaysThatCannotBeRecordedAreRefusedWithTheReason) {
             EXPECT_EQ(error.message(), "Nur Fenster.");
         }
     }
-    EXPECT_TRUE(std::holds_alternative<WindowSource>(sourceFor(parsed({"--window", "42"}), content)));
+    EXPECT_TRUE(std::holds_alternative<capture::WindowSource>(sourceFor(parsed({"--window", "42"}), content)));
 }
 
 TEST(RecordSources, DevicesAreFoundByTheirId) {
-    const std::vector<CaptureDevice> devices = {{"a", "Karte", true, 0}, {"b", "Telefon", true, 0}};
+    const std::vector<platform::CaptureDevice> devices = {{"a", "Karte", true, 0}, {"b", "Telefon", true, 0}};
     EXPECT_EQ(deviceFor("b", devices).name, "Telefon");
     EXPECT_THROW(deviceFor("c", devices), RecorderError);
 }
@@ -109,4 +109,4 @@ TEST(RecordFolders, ThatHoldARecordingAreNotRecordedInto) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

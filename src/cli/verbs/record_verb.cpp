@@ -19,7 +19,7 @@
 #include "cli/verbs/record_request.h"
 #include "cli/verbs/recording_result.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -32,7 +32,7 @@ struct Session {
 };
 
 std::filesystem::path folderFor(const RecordRequest& request) {
-    if (!request.out) return makeRecordingFolder(recordingsRoot(), std::time(nullptr));
+    if (!request.out) return capture::makeRecordingFolder(capture::recordingsRoot(), std::time(nullptr));
     requireNoRecording(*request.out);
     return *request.out;
 }
@@ -97,22 +97,23 @@ void run(const Arguments& arguments, std::ostream& out) {
     const bool json = arguments.has("--json");
     Session session;
     if (request.deviceID) {
-        const RecordingServices services = session.machine.recordingServices();
-        const CaptureDevice device = deviceFor(*request.deviceID, DeviceRecorder::availableDevices(services.devices));
-        DeviceRecorder recorder(services, device, {request.microphone, request.webcam}, folderFor(request));
+        const capture::RecordingServices services = session.machine.recordingServices();
+        const platform::CaptureDevice device =
+            deviceFor(*request.deviceID, capture::DeviceRecorder::availableDevices(services.devices));
+        capture::DeviceRecorder recorder(services, device, {request.microphone, request.webcam}, folderFor(request));
         recordAndTell(recorder, session, request, json, out);
         return;
     }
-    const CaptureServices services = session.machine.captureServices();
-    const ShareableContent content = services.desktop.shareableContent();
-    Recorder::Options options;
+    const capture::CaptureServices services = session.machine.captureServices();
+    const platform::ShareableContent content = services.desktop.shareableContent();
+    capture::Recorder::Options options;
     options.source = sourceFor(request, content);
     if (content.ownApplication) options.excludedApplications = {*content.ownApplication};
     options.fps = request.fps;
     options.systemAudio = request.systemAudio;
     options.microphone = request.microphone;
     options.webcam = request.webcam;
-    Recorder recorder(services, options, folderFor(request));
+    capture::Recorder recorder(services, options, folderFor(request));
     recordAndTell(recorder, session, request, json, out);
 }
 
@@ -121,4 +122,4 @@ void run(const Arguments& arguments, std::ostream& out) {
 const Verb kRecordVerb = {"record", "", "Nimmt einen Bildschirm, ein Fenster, einen Ausschnitt oder ein Gerät auf.",
                           kRecordOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -5,18 +5,18 @@
 #include "base/formatted.h"
 #include "model/json_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
 using Wide = long long;
 
-void writeFolder(JsonWriter& writer, const std::filesystem::path& folder) {
+void writeFolder(model::JsonWriter& writer, const std::filesystem::path& folder) {
     writer.key("folder");
     writer.text(std::filesystem::absolute(folder).lexically_normal().string());
 }
 
-void writeRemarks(JsonWriter& writer, const RecordingRemarks& remarks) {
+void writeRemarks(model::JsonWriter& writer, const RecordingRemarks& remarks) {
     if (remarks.recovered) {
         writer.key("recovered");
         writer.boolean(*remarks.recovered);
@@ -29,9 +29,9 @@ void writeRemarks(JsonWriter& writer, const RecordingRemarks& remarks) {
 
 }  // namespace
 
-void writeRecordingResult(std::ostream& out, const Recorder::Stats& stats, const std::filesystem::path& folder,
+void writeRecordingResult(std::ostream& out, const capture::Recorder::Stats& stats, const std::filesystem::path& folder,
                           const RecordingRemarks& remarks) {
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     const auto integer = [&writer](const char* key, std::int64_t number) {
         writer.key(key);
         writer.integer(number);
@@ -50,9 +50,9 @@ void writeRecordingResult(std::ostream& out, const Recorder::Stats& stats, const
     out << "\n";
 }
 
-void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats, const std::filesystem::path& folder,
-                          const RecordingRemarks& remarks) {
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+void writeRecordingResult(std::ostream& out, const capture::DeviceRecorder::Stats& stats,
+                          const std::filesystem::path& folder, const RecordingRemarks& remarks) {
+    model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("duration");
     writer.number(stats.duration);
@@ -65,7 +65,7 @@ void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats,
     out << "\n";
 }
 
-std::string describeRecording(const Recorder::Stats& stats, const std::filesystem::path& folder) {
+std::string describeRecording(const capture::Recorder::Stats& stats, const std::filesystem::path& folder) {
     const std::string dropped = stats.framesDropped > 0 ? std::to_string(stats.framesDropped) + " verworfene Bilder"
                                                         : "keine verworfenen Bilder";
     return formatted("Fertig: %.1f s, %lld Bilder (%s), %lld Zeigerereignisse\nOrdner: %s\n", stats.duration,
@@ -73,19 +73,19 @@ std::string describeRecording(const Recorder::Stats& stats, const std::filesyste
                      folder.c_str());
 }
 
-std::string describeRecording(const DeviceRecorder::Stats& stats, const std::filesystem::path& folder) {
+std::string describeRecording(const capture::DeviceRecorder::Stats& stats, const std::filesystem::path& folder) {
     return formatted("Fertig: %.1f s, %lld Bilder\nOrdner: %s\n", stats.duration,
                      static_cast<Wide>(stats.framesWritten), folder.c_str());
 }
 
-std::string runningLine(const Recorder::Stats& stats) {
+std::string runningLine(const capture::Recorder::Stats& stats) {
     return formatted("Läuft: %.1f s · %lld Bilder · %lld verworfen · %lld Zeigerereignisse", stats.duration,
                      static_cast<Wide>(stats.framesWritten), static_cast<Wide>(stats.framesDropped),
                      static_cast<Wide>(stats.pointerEvents));
 }
 
-std::string runningLine(const DeviceRecorder::Stats& stats) {
+std::string runningLine(const capture::DeviceRecorder::Stats& stats) {
     return formatted("Läuft: %.1f s · %lld Bilder", stats.duration, static_cast<Wide>(stats.framesWritten));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -8,7 +8,7 @@
 #include "capture/recording/device_recorder.h"
 #include "capture/recording/recorder.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 /// What a document says besides a recording's figures and folder. What is not set is left out.
 struct RecordingRemarks {
@@ -19,17 +19,17 @@ struct RecordingRemarks {
 };
 
 /// The document that tells of a recording: its figures, its absolute folder, and remarks.
-void writeRecordingResult(std::ostream& out, const Recorder::Stats& stats, const std::filesystem::path& folder,
+void writeRecordingResult(std::ostream& out, const capture::Recorder::Stats& stats, const std::filesystem::path& folder,
                           const RecordingRemarks& remarks = {});
-void writeRecordingResult(std::ostream& out, const DeviceRecorder::Stats& stats, const std::filesystem::path& folder,
-                          const RecordingRemarks& remarks = {});
+void writeRecordingResult(std::ostream& out, const capture::DeviceRecorder::Stats& stats,
+                          const std::filesystem::path& folder, const RecordingRemarks& remarks = {});
 
 /// The same for people.
-std::string describeRecording(const Recorder::Stats& stats, const std::filesystem::path& folder);
-std::string describeRecording(const DeviceRecorder::Stats& stats, const std::filesystem::path& folder);
+std::string describeRecording(const capture::Recorder::Stats& stats, const std::filesystem::path& folder);
+std::string describeRecording(const capture::DeviceRecorder::Stats& stats, const std::filesystem::path& folder);
 
 /// What a recording that runs is doing, on one line.
-std::string runningLine(const Recorder::Stats& stats);
-std::string runningLine(const DeviceRecorder::Stats& stats);
+std::string runningLine(const capture::Recorder::Stats& stats);
+std::string runningLine(const capture::DeviceRecorder::Stats& stats);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

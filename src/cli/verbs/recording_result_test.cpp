@@ -6,12 +6,12 @@
 
 #include "cli/verbs/sources.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 TEST(RecordingResult, IsTheStatsAndTheFolder) {
     std::ostringstream out;
-    writeRecordingResult(out, Recorder::Stats{1.5, 90, 3, 2, 7}, "/a/b/../c");
+    writeRecordingResult(out, capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a/b/../c");
     EXPECT_EQ(out.str(), R"({
   "duration" : 1.5,
   "framesWritten" : 90,
@@ -22,37 +22,38 @@ TEST(RecordingResult, IsTheStatsAndTheFolder) {
 }
 )");
     std::ostringstream recovered;
-    writeRecordingResult(recovered, Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", {.recovered = true});
+    writeRecordingResult(recovered, capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", {.recovered = true});
     EXPECT_NE(recovered.str().find("\"recovered\" : true"), std::string::npos);
     std::ostringstream device;
-    writeRecordingResult(device, DeviceRecorder::Stats{2.5, 4}, "/a");
+    writeRecordingResult(device, capture::DeviceRecorder::Stats{2.5, 4}, "/a");
     EXPECT_EQ(device.str(), "{\n  \"duration\" : 2.5,\n  \"framesWritten\" : 4,\n  \"folder\" : \"/a\"\n}\n");
 }
 
 TEST(RecordingResult, SaysWhyARecordingEndedByItself) {
     const RecordingRemarks remarks{.endedEarly = "Das „Fenster“ wurde geschlossen."};
     std::ostringstream screen;
-    writeRecordingResult(screen, Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", remarks);
+    writeRecordingResult(screen, capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", remarks);
     std::ostringstream device;
-    writeRecordingResult(device, DeviceRecorder::Stats{2.5, 4}, "/a", remarks);
+    writeRecordingResult(device, capture::DeviceRecorder::Stats{2.5, 4}, "/a", remarks);
     for (const std::string& text : {screen.str(), device.str()}) {
         EXPECT_TRUE(text.ends_with("\"/a\",\n  \"endedEarly\" : \"Das „Fenster“ wurde geschlossen.\"\n}\n")) << text;
     }
 }
 
 TEST(RecordingResult, IsASentenceForPeople) {
-    EXPECT_EQ(describeRecording(Recorder::Stats{1.5, 90, 3, 0, 7}, "/a"),
+    EXPECT_EQ(describeRecording(capture::Recorder::Stats{1.5, 90, 3, 0, 7}, "/a"),
               "Fertig: 1.5 s, 90 Bilder (keine verworfenen Bilder), 7 Zeigerereignisse\nOrdner: /a\n");
-    EXPECT_EQ(describeRecording(Recorder::Stats{1.5, 90, 3, 2, 7}, "/a"),
+    EXPECT_EQ(describeRecording(capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a"),
               "Fertig: 1.5 s, 90 Bilder (2 verworfene Bilder), 7 Zeigerereignisse\nOrdner: /a\n");
-    EXPECT_EQ(describeRecording(DeviceRecorder::Stats{1.5, 90}, "/a"), "Fertig: 1.5 s, 90 Bilder\nOrdner: /a\n");
-    EXPECT_EQ(runningLine(Recorder::Stats{1.5, 90, 3, 2, 7}),
+    EXPECT_EQ(describeRecording(capture::DeviceRecorder::Stats{1.5, 90}, "/a"),
+              "Fertig: 1.5 s, 90 Bilder\nOrdner: /a\n");
+    EXPECT_EQ(runningLine(capture::Recorder::Stats{1.5, 90, 3, 2, 7}),
               "Läuft: 1.5 s · 90 Bilder · 2 verworfen · 7 Zeigerereignisse");
 }
 
 TEST(SourcesDocument, HasDisplaysWindowsAndDevices) {
     const Sources sources{{{7, "links", {0, 0, 640, 360}, 2}},
-                          {{42, "Bericht", RunningApplication{1, "w", "Schreiber"}, 0, {1, 2, 300, 200}, 7}},
+                          {{42, "Bericht", platform::RunningApplication{1, "w", "Schreiber"}, 0, {1, 2, 300, 200}, 7}},
                           {{"dev", "Telefon", true, 0}}};
     std::ostringstream out;
     writeSources(sources, out);
@@ -96,4 +97,4 @@ TEST(SourcesDocument, HasDisplaysWindowsAndDevices) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -6,7 +6,7 @@
 #include "cli/verb.h"
 #include "cli/verbs/recording_result.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -16,7 +16,7 @@ constexpr std::array kOptions = {
 
 void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
-    const Recovery recovery = recoverRecording(folder);
+    const capture::Recovery recovery = capture::recoverRecording(folder);
     if (arguments.has("--json")) {
         writeRecordingResult(out, recovery.stats, folder, {.recovered = recovery.recovered});
         return;
@@ -30,4 +30,4 @@ void run(const Arguments& arguments, std::ostream& out) {
 constinit const Verb kRecoverVerb = {
     "recover", "ORDNER", "Vervollständigt eine Aufnahme, deren Programm mittendrin beendet wurde.", kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

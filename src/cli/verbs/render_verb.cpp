@@ -16,7 +16,7 @@
 #include "render/export_plan.h"
 #include "render/movie_renderer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
@@ -37,11 +37,11 @@ std::optional<std::int64_t> heightFrom(const Arguments& arguments) {
 }
 
 // What is asked for, else what the name of the file says.
-std::optional<ExportFormat> formatFrom(const Arguments& arguments, const std::filesystem::path& file) {
+std::optional<model::ExportFormat> formatFrom(const Arguments& arguments, const std::filesystem::path& file) {
     const auto text = arguments.value("--format");
     const std::string wanted = text ? "." + *text : file.extension().string();
-    for (const ExportFormat format : kAllExportFormats) {
-        if (wanted == "." + std::string(fileExtension(format))) return format;
+    for (const model::ExportFormat format : model::kAllExportFormats) {
+        if (wanted == "." + std::string(model::fileExtension(format))) return format;
     }
     if (text) throw UsageError("--format ist mp4 oder mov.");
     return std::nullopt;
@@ -51,19 +51,20 @@ void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const std::optional<std::int64_t> wantedHeight = heightFrom(arguments);
     const std::filesystem::path file = arguments.value("--out").value_or("");
-    const std::optional<ExportFormat> format = formatFrom(arguments, file);
+    const std::optional<model::ExportFormat> format = formatFrom(arguments, file);
     const Interruption interruption;
 
-    const CanvasSize canvas = exportCanvas(wantedHeight.value_or(ProjectSettings::load(folder).exportHeight));
-    const Composition composition(folder, canvas.width, canvas.height);
+    const edit::CanvasSize canvas =
+        render::exportCanvas(wantedHeight.value_or(model::ProjectSettings::load(folder).exportHeight));
+    const edit::Composition composition(folder, canvas.width, canvas.height);
     ProgressBar bar(
         std::cerr, saturated<std::int64_t>(composition.outputDuration() * static_cast<double>(composition.info().fps)));
-    RenderOptions options;
+    render::RenderOptions options;
     options.progress = [&bar](double fraction) { bar.update(fraction); };
     options.stop = interruption.token();
     options.format = format;
     options.file = file;
-    const RenderResult result = renderMovieSync(composition, options);
+    const render::RenderResult result = render::renderMovieSync(composition, options);
     if (arguments.has("--json")) {
         writeMovieResult(out, result.url, result.frames, result.seconds, result.zoomCount);
     } else {
@@ -77,4 +78,4 @@ void run(const Arguments& arguments, std::ostream& out) {
 constinit const Verb kRenderVerb = {"render", "ORDNER", "Rendert das fertige Video in den Ordner der Aufnahme.",
                                     kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -16,7 +16,7 @@
 // sanitizers need terabytes of it; their builds have tests/shortage_test.cpp alone, which fails our own allocations.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-namespace lumivastor {
+namespace lumivastor::cli {
 namespace {
 
 namespace fs = std::filesystem;
@@ -46,7 +46,7 @@ class ShortMemory : public testing::Test {
         options.pictures = kPictures;
         options.sounds.emplace_back();
         makeTestMovie(folder_ / "source.mov", options);
-        CaptureInfo info;
+        model::CaptureInfo info;
         info.createdAt = "2024-05-01T09:30:12Z";
         info.pixelWidth = options.width;
         info.pixelHeight = options.height;
@@ -54,10 +54,10 @@ class ShortMemory : public testing::Test {
         info.systemAudio = true;
         info.duration = kPictures / 30.0;
         info.save(folder_.path());
-        PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, PointerKind::move, {}, {}, {}}};
+        model::PointerTrack track;
+        track.events = {{0, 10, 20, 0, 0, model::PointerKind::move, {}, {}, {}}};
         track.save(folder_.path());
-        ProjectSettings settings;
+        model::ProjectSettings settings;
         settings.exportHeight = 360;
         settings.save(folder_.path());
     }
@@ -74,9 +74,9 @@ class ShortMemory : public testing::Test {
             EXPECT_EQ(files(), before);
             if (outcome.status == 0) {
                 ++films;
-                const Asset movie(folder_ / film);
+                const media::Asset movie(folder_ / film);
                 EXPECT_EQ(movie.tracks().size(), 2u);
-                EXPECT_EQ(movie.tracks(TrackKind::video).at(0).sampleCount, kPictures);
+                EXPECT_EQ(movie.tracks(media::TrackKind::video).at(0).sampleCount, kPictures);
             } else {
                 EXPECT_EQ(folder_.read(film), "earlier");
                 EXPECT_TRUE(outcome.err.ends_with(".\n")) << outcome.err;
@@ -109,6 +109,6 @@ TEST_F(ShortMemory, ExportsEndWithAFilmOrASentence) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::cli
 
 #endif

@@ -13,11 +13,11 @@
 #include "cli/verbs/sources.h"
 #include "model/json_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::cli {
 
 namespace {
 
-void writeFrame(JsonWriter& writer, const Rect& frame) {
+void writeFrame(model::JsonWriter& writer, const Rect& frame) {
     writer.key("x");
     writer.number(frame.x);
     writer.key("y");
@@ -28,10 +28,10 @@ void writeFrame(JsonWriter& writer, const Rect& frame) {
     writer.number(frame.height);
 }
 
-void writeDisplays(JsonWriter& writer, const std::vector<Display>& displays) {
+void writeDisplays(model::JsonWriter& writer, const std::vector<platform::Display>& displays) {
     writer.beginArray();
     for (std::size_t i = 0; i < displays.size(); ++i) {
-        const Display& display = displays[i];
+        const platform::Display& display = displays[i];
         writer.beginObject();
         writer.key("index");
         writer.integer(static_cast<std::int64_t>(i));
@@ -47,9 +47,9 @@ void writeDisplays(JsonWriter& writer, const std::vector<Display>& displays) {
     writer.endArray();
 }
 
-void writeWindows(JsonWriter& writer, const std::vector<Window>& windows) {
+void writeWindows(model::JsonWriter& writer, const std::vector<platform::Window>& windows) {
     writer.beginArray();
-    for (const Window& window : windows) {
+    for (const platform::Window& window : windows) {
         writer.beginObject();
         writer.key("id");
         writer.integer(window.id);
@@ -63,9 +63,9 @@ void writeWindows(JsonWriter& writer, const std::vector<Window>& windows) {
     writer.endArray();
 }
 
-void writeDevices(JsonWriter& writer, const std::vector<CaptureDevice>& devices) {
+void writeDevices(model::JsonWriter& writer, const std::vector<platform::CaptureDevice>& devices) {
     writer.beginArray();
-    for (const CaptureDevice& device : devices) {
+    for (const platform::CaptureDevice& device : devices) {
         writer.beginObject();
         writer.key("id");
         writer.text(device.id);
@@ -78,13 +78,14 @@ void writeDevices(JsonWriter& writer, const std::vector<CaptureDevice>& devices)
 
 }  // namespace
 
-Sources recordableSources(const ShareableContent& content, std::vector<CaptureDevice> devices) {
-    return {content.displayRefusal ? std::vector<Display>() : content.displays,
-            recordableWindows(content.windows, ownIdentifier(content)), std::move(devices), content.displayRefusal};
+Sources recordableSources(const platform::ShareableContent& content, std::vector<platform::CaptureDevice> devices) {
+    return {content.displayRefusal ? std::vector<platform::Display>() : content.displays,
+            capture::recordableWindows(content.windows, capture::ownIdentifier(content)), std::move(devices),
+            content.displayRefusal};
 }
 
 void writeSources(const Sources& sources, std::ostream& out) {
-    JsonWriter writer([&out](std::string_view piece) { out << piece; });
+    model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("displays");
     writeDisplays(writer, sources.displays);
@@ -100,17 +101,17 @@ void writeSources(const Sources& sources, std::ostream& out) {
 void printSources(const Sources& sources, std::ostream& out) {
     out << "Bildschirme\n";
     for (std::size_t i = 0; i < sources.displays.size(); ++i) {
-        out << formatted("  --display %zu  ", i) << displayTitle(sources.displays[i], i) << " ("
+        out << formatted("  --display %zu  ", i) << capture::displayTitle(sources.displays[i], i) << " ("
             << sources.displays[i].name << ")\n";
     }
     if (sources.displays.empty()) out << "  " << sources.displayRefusal.value_or("keine") << "\n";
     out << "\nFenster\n";
-    for (const Window& window : sources.windows) {
-        out << formatted("  --window %u  ", window.id) << windowTitle(window) << "\n";
+    for (const platform::Window& window : sources.windows) {
+        out << formatted("  --window %u  ", window.id) << capture::windowTitle(window) << "\n";
     }
     if (sources.windows.empty()) out << "  keine\n";
     out << "\nGeräte\n";
-    for (const CaptureDevice& device : sources.devices)
+    for (const platform::CaptureDevice& device : sources.devices)
         out << "  --device " << device.id << "  " << device.name << "\n";
     if (sources.devices.empty()) out << "  keine\n";
 }
@@ -125,8 +126,8 @@ void run(const Arguments& arguments, std::ostream& out) {
     if (!arguments.positional().empty()) throw UsageError("Zu viele Angaben: " + arguments.positional().front());
     BlockingMainLoop loop;
     Machine machine(loop);
-    const Sources sources =
-        recordableSources(machine.desktop().shareableContent(), DeviceRecorder::availableDevices(machine.devices()));
+    const Sources sources = recordableSources(machine.desktop().shareableContent(),
+                                              capture::DeviceRecorder::availableDevices(machine.devices()));
     if (arguments.has("--json")) {
         writeSources(sources, out);
     } else {
@@ -139,4 +140,4 @@ void run(const Arguments& arguments, std::ostream& out) {
 constinit const Verb kSourcesVerb = {
     "sources", "", "Listet Bildschirme, Fenster und Geräte auf, die sich aufnehmen lassen.", kOptions, run};
 
-}  // namespace lumivastor
+}  // namespace lumivastor::cli

@@ -8,7 +8,7 @@
 
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -67,15 +67,15 @@ void MaskDrawView::paintEvent(QPaintEvent*) {
     painter.fillRect(rect(), QColor::fromRgbF(0, 0, 0, 0.12F));
     if (!currentRect_) return;
     const QRectF drawn(currentRect_->x, currentRect_->y, currentRect_->width, currentRect_->height);
-    QColor fill = look::kAccent;
+    QColor fill = ui::look::kAccent;
     fill.setAlphaF(0.22F);
     painter.fillRect(drawn, fill);
     constexpr double kLine = 2;
-    QPen pen(look::kAccent, kLine, Qt::CustomDashLine, Qt::FlatCap);
+    QPen pen(ui::look::kAccent, kLine, Qt::CustomDashLine, Qt::FlatCap);
     // A pen counts its pattern in its own width.
     pen.setDashPattern({6 / kLine, 4 / kLine});
     painter.setPen(pen);
     painter.drawRect(drawn.adjusted(1, 1, -1, -1));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -6,7 +6,7 @@
 
 #include "base/geometry.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// Lies over the preview and lets a rectangle be drawn on it; when it does not, the pointer goes through it.
 class MaskDrawView final : public QWidget {
@@ -31,4 +31,4 @@ class MaskDrawView final : public QWidget {
     std::optional<Rect> currentRect_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
-Rect shownCanvas(PixelSize view, CanvasSize canvas) {
+Rect shownCanvas(PixelSize view, edit::CanvasSize canvas) {
     if (view.width < 1 || view.height < 1 || canvas.width < 1 || canvas.height < 1) return {};
     const double scale =
         std::min(static_cast<double>(view.width) / canvas.width, static_cast<double>(view.height) / canvas.height);
@@ -14,11 +14,11 @@ Rect shownCanvas(PixelSize view, CanvasSize canvas) {
     return {std::floor((view.width - width) / 2), std::floor((view.height - height) / 2), width, height};
 }
 
-Rect canvasRect(const Rect& viewRect, const Rect& shown, CanvasSize canvas) {
+Rect canvasRect(const Rect& viewRect, const Rect& shown, edit::CanvasSize canvas) {
     if (shown.isEmpty()) return {};
     const double x = canvas.width / shown.width;
     const double y = canvas.height / shown.height;
     return {(viewRect.x - shown.x) * x, (shown.maxY() - viewRect.maxY()) * y, viewRect.width * x, viewRect.height * y};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -5,7 +5,7 @@
 
 // Where the canvas lies in the preview, which shows all of it as large as it fits, in the middle.
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// Whole pixels of the screen.
 struct PixelSize {
@@ -17,10 +17,10 @@ struct PixelSize {
 
 /// The largest picture of the canvas's shape in a view, in the view's pixels, origin top-left. It begins and ends at
 /// whole pixels, so that a frame of its size is shown pixel by pixel.
-Rect shownCanvas(PixelSize view, CanvasSize canvas);
+Rect shownCanvas(PixelSize view, edit::CanvasSize canvas);
 
 /// A rectangle of the view (origin top-left, in the unit of `shown`) in canvas pixels (origin bottom-left). It may
 /// reach beyond the canvas.
-Rect canvasRect(const Rect& viewRect, const Rect& shown, CanvasSize canvas);
+Rect canvasRect(const Rect& viewRect, const Rect& shown, edit::CanvasSize canvas);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -4,10 +4,10 @@
 
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
-constexpr CanvasSize kCanvas{2560, 1440};
+constexpr edit::CanvasSize kCanvas{2560, 1440};
 
 TEST(PreviewLayout, TheCanvasKeepsItsShapeInAnyViewAndLiesOnWholePixels) {
     for (int width = 1; width < 1000; width += 7) {
@@ -41,4 +41,4 @@ TEST(PreviewLayout, ViewRectanglesAreTurnedOverOntoTheCanvas) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

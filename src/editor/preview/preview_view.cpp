@@ -7,7 +7,7 @@
 
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -23,12 +23,12 @@ PreviewView::PreviewView(QWidget* parent) : QWidget(parent) {
     setAccessibleName("Vorschau");
 }
 
-void PreviewView::setCanvas(CanvasSize canvas) {
+void PreviewView::setCanvas(edit::CanvasSize canvas) {
     canvas_ = canvas;
     update();
 }
 
-void PreviewView::setFrame(std::shared_ptr<const BgraPremultipliedBuffer> frame) {
+void PreviewView::setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame) {
     if (frame == frame_) return;
     frame_ = std::move(frame);
     update();
@@ -52,7 +52,7 @@ void PreviewView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(look::kStage);
+    painter.setBrush(ui::look::kStage);
     painter.drawRoundedRect(rect(), kStageRadius, kStageRadius);
     painter.setRenderHint(QPainter::Antialiasing, false);
     const Rect shown = shownRect();
@@ -81,4 +81,4 @@ void PreviewView::tellSize() {
     if (resized) resized(size);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

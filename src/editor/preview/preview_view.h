@@ -8,7 +8,7 @@
 #include "editor/preview/preview_layout.h"
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// Shows the player's frames, as large as they fit, pixel by pixel of the screen where they have that size.
 class PreviewView final : public QWidget {
@@ -16,9 +16,9 @@ class PreviewView final : public QWidget {
     explicit PreviewView(QWidget* parent = nullptr);
 
     /// The shape of what is shown.
-    void setCanvas(CanvasSize canvas);
-    void setFrame(std::shared_ptr<const BgraPremultipliedBuffer> frame);
-    const std::shared_ptr<const BgraPremultipliedBuffer>& frame() const { return frame_; }
+    void setCanvas(edit::CanvasSize canvas);
+    void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame);
+    const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& frame() const { return frame_; }
 
     /// The view in pixels of the screen.
     PixelSize pixelSize() const;
@@ -37,9 +37,9 @@ class PreviewView final : public QWidget {
   private:
     void tellSize();
 
-    CanvasSize canvas_{16, 9};
-    std::shared_ptr<const BgraPremultipliedBuffer> frame_;
+    edit::CanvasSize canvas_{16, 9};
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame_;
     PixelSize toldSize_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

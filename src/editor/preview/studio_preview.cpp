@@ -8,49 +8,53 @@
 #include "imaging/picture.h"
 #include "render/export_plan.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 // What the player's thread composes with, and the main thread exchanges.
 class StudioPreview::LiveComposition {
   public:
-    explicit LiveComposition(std::shared_ptr<const Composition> composition) : composition_(std::move(composition)) {}
+    explicit LiveComposition(std::shared_ptr<const edit::Composition> composition)
+        : composition_(std::move(composition)) {}
 
-    void set(std::shared_ptr<const Composition> composition) {
+    void set(std::shared_ptr<const edit::Composition> composition) {
         const std::scoped_lock guard(lock_);
         composition_.swap(composition);
     }
-    std::shared_ptr<const Composition> current() const {
+    std::shared_ptr<const edit::Composition> current() const {
         const std::scoped_lock guard(lock_);
         return composition_;
     }
-    Picture compose(const Picture& screen, const std::optional<Picture>& webcam, double seconds) const {
-        const std::shared_ptr<const Composition> composition = current();
+    imaging::Picture compose(const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
+                             double seconds) const {
+        const std::shared_ptr<const edit::Composition> composition = current();
         const double width = static_cast<double>(kCanvas.width) / composition->canvasWidth();
         const double height = static_cast<double>(kCanvas.height) / composition->canvasHeight();
-        return composition->compose(screen, webcam, seconds).transformed(AffineTransform::scaling(width, height));
+        return composition->compose(screen, webcam, seconds)
+            .transformed(imaging::AffineTransform::scaling(width, height));
     }
 
   private:
     mutable std::mutex lock_;
-    std::shared_ptr<const Composition> composition_;  // guarded by lock_
+    std::shared_ptr<const edit::Composition> composition_;  // guarded by lock_
 };
 
-StudioPreview::StudioPreview(std::shared_ptr<const Composition> composition, const RecordingAssets& assets) {
-    const CaptureInfo& info = composition->info();
+StudioPreview::StudioPreview(std::shared_ptr<const edit::Composition> composition,
+                             const render::RecordingAssets& assets) {
+    const model::CaptureInfo& info = composition->info();
     if (!(info.duration > 0)) throw RecorderError("Die Aufnahme hat keine Länge.");
-    checkFrameRate(info.fps);
-    const KeptSegment whole{0, info.duration};
-    uncut_ = makeCutComposition({&whole, 1}, assets, composition->recording().webcamOffset());
+    render::checkFrameRate(info.fps);
+    const edit::KeptSegment whole{0, info.duration};
+    uncut_ = render::makeCutComposition({&whole, 1}, assets, composition->recording().webcamOffset());
     live_ = std::make_shared<LiveComposition>(std::move(composition));
 }
 
-void StudioPreview::setComposition(std::shared_ptr<const Composition> composition) {
+void StudioPreview::setComposition(std::shared_ptr<const edit::Composition> composition) {
     live_->set(std::move(composition));
 }
 
-PlayerItem StudioPreview::item() const {
-    const CaptureInfo info = live_->current()->info();
-    PlayerItem item;
+playback::PlayerItem StudioPreview::item() const {
+    const model::CaptureInfo info = live_->current()->info();
+    playback::PlayerItem item;
     item.movie = uncut_.movie;
     item.screenTrackId = uncut_.screenTrackId;
     item.webcamTrackId = uncut_.webcamTrackId;
@@ -64,21 +68,21 @@ PlayerItem StudioPreview::item() const {
     return item;
 }
 
-VideoCompositor StudioPreview::compositor() const {
-    return [live = live_](const Picture& screen, const std::optional<Picture>& webcam, double seconds) {
-        return live->compose(screen, webcam, seconds);
-    };
+playback::VideoCompositor StudioPreview::compositor() const {
+    return [live = live_](const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
+                          double seconds) { return live->compose(screen, webcam, seconds); };
 }
 
-std::vector<AudioMixInput> StudioPreview::audioMix() const {
-    const std::shared_ptr<const Composition> composition = live_->current();
-    return makeAudioMix(composition->info(), composition->settings(), uncut_.audioTrackIds);
+std::vector<media::AudioMixInput> StudioPreview::audioMix() const {
+    const std::shared_ptr<const edit::Composition> composition = live_->current();
+    return render::makeAudioMix(composition->info(), composition->settings(), uncut_.audioTrackIds);
 }
 
-std::vector<PlayedRange> StudioPreview::playedRanges() const {
-    std::vector<PlayedRange> ranges;
-    for (const KeptSegment& segment : live_->current()->keptSegments()) ranges.push_back({segment.start, segment.end});
+std::vector<playback::PlayedRange> StudioPreview::playedRanges() const {
+    std::vector<playback::PlayedRange> ranges;
+    for (const edit::KeptSegment& segment : live_->current()->keptSegments())
+        ranges.push_back({segment.start, segment.end});
     return ranges;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -8,7 +8,7 @@
 #include "playback/player_item.h"
 #include "render/cut_composition.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// The studio preview of a recording: what a player shows of it, and what changes in that with every edit. Its timeline
 /// is the recording's own: what is cut away is there and can be sought, but playing jumps over it.
@@ -20,33 +20,33 @@ namespace lumivastor {
 class StudioPreview {
   public:
     /// That of the largest export, so that none is blown up.
-    static constexpr CanvasSize kCanvas{3840, 2160};
+    static constexpr edit::CanvasSize kCanvas{3840, 2160};
 
     /// The whole screen movie, the webcam at its offset, all sound. Throws `RecorderError` when the recording has no
     /// length or an impossible frame rate.
-    StudioPreview(std::shared_ptr<const Composition> composition, const RecordingAssets& assets);
+    StudioPreview(std::shared_ptr<const edit::Composition> composition, const render::RecordingAssets& assets);
 
     /// Another composition of the same recording is in force. Frames that are asked for from now on are its own.
-    void setComposition(std::shared_ptr<const Composition> composition);
+    void setComposition(std::shared_ptr<const edit::Composition> composition);
 
     /// Everything that a player needs, with the settings in force.
-    PlayerItem item() const;
+    playback::PlayerItem item() const;
 
     // What settings change, to be given to the player anew.
 
     /// Composes frames with whatever is in force at that moment. Giving the player another of these makes it show new
     /// settings at once.
-    VideoCompositor compositor() const;
+    playback::VideoCompositor compositor() const;
     /// The volumes that the settings ask for.
-    std::vector<AudioMixInput> audioMix() const;
+    std::vector<media::AudioMixInput> audioMix() const;
     /// The kept segments, which is what playing goes through.
-    std::vector<PlayedRange> playedRanges() const;
+    std::vector<playback::PlayedRange> playedRanges() const;
 
   private:
     class LiveComposition;
 
-    CutComposition uncut_;
+    render::CutComposition uncut_;
     std::shared_ptr<LiveComposition> live_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

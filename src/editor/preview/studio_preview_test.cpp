@@ -15,7 +15,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 class StudioPreviews : public testing::Test {
@@ -41,28 +41,30 @@ class StudioPreviews : public testing::Test {
 
     void open() {
         info_.save(folder_.path());
-        PointerTrack().save(folder_.path());
+        model::PointerTrack().save(folder_.path());
         settings_.save(folder_.path());
-        composition_ = std::make_shared<Composition>(folder_.path(), 160, 90);
-        preview_ = std::make_unique<StudioPreview>(composition_, openRecordingAssets(composition_->recording()));
+        composition_ = std::make_shared<edit::Composition>(folder_.path(), 160, 90);
+        preview_ =
+            std::make_unique<StudioPreview>(composition_, render::openRecordingAssets(composition_->recording()));
     }
     // The composition's frame on the preview's canvas.
-    static Picture onCanvas(const Picture& frame) {
-        return frame.transformed(AffineTransform::scaling(StudioPreview::kCanvas.width / frame.extent().width,
-                                                          StudioPreview::kCanvas.height / frame.extent().height));
+    static imaging::Picture onCanvas(const imaging::Picture& frame) {
+        return frame.transformed(
+            imaging::AffineTransform::scaling(StudioPreview::kCanvas.width / frame.extent().width,
+                                              StudioPreview::kCanvas.height / frame.extent().height));
     }
 
-    static int numberIn(const Picture& picture) {
-        BgraPremultipliedBuffer pixels(static_cast<int>(picture.extent().width),
-                                       static_cast<int>(picture.extent().height));
-        Painter(1).paint(picture, pixels);
+    static int numberIn(const imaging::Picture& picture) {
+        imaging::BgraPremultipliedBuffer pixels(static_cast<int>(picture.extent().width),
+                                                static_cast<int>(picture.extent().height));
+        imaging::Painter(1).paint(picture, pixels);
         return testPictureNumber(pixels);
     }
 
     TemporaryFolder folder_;
-    CaptureInfo info_;
-    ProjectSettings settings_;
-    std::shared_ptr<Composition> composition_;
+    model::CaptureInfo info_;
+    model::ProjectSettings settings_;
+    std::shared_ptr<edit::Composition> composition_;
     std::unique_ptr<StudioPreview> preview_;
 };
 
@@ -70,16 +72,18 @@ TEST_F(StudioPreviews, ItsTimesAreThoseOfTheRecordingAndWhatIsCutAwayIsThere) {
     settings_.trimStart = 0.5;
     settings_.cuts = {{2, 3}};
     open();
-    const PlayerItem item = preview_->item();
+    const playback::PlayerItem item = preview_->item();
     EXPECT_EQ(item.canvasWidth, 3840);
     EXPECT_EQ(item.canvasHeight, 2160);
     EXPECT_EQ(item.framesPerSecond, 30);
     EXPECT_EQ(item.duration, 5);
-    EXPECT_EQ(item.playedRanges, (std::vector<PlayedRange>{{0.5, 2}, {3, 5}}));
-    PictureFinder screen(*item.movie.track(item.screenTrackId.value()), PictureFinder::Before::firstPicture);
-    PictureFinder webcam(*item.movie.track(item.webcamTrackId.value()), PictureFinder::Before::nothing);
+    EXPECT_EQ(item.playedRanges, (std::vector<playback::PlayedRange>{{0.5, 2}, {3, 5}}));
+    playback::PictureFinder screen(*item.movie.track(item.screenTrackId.value()),
+                                   playback::PictureFinder::Before::firstPicture);
+    playback::PictureFinder webcam(*item.movie.track(item.webcamTrackId.value()),
+                                   playback::PictureFinder::Before::nothing);
     for (int frame = 0; frame < 150; ++frame) {
-        const MediaTime moment = momentOf(frame / 30.0);
+        const MediaTime moment = playback::momentOf(frame / 30.0);
         EXPECT_EQ(numberIn(*screen.find(moment)->picture), frame);
         const auto face = webcam.find(moment)->picture;
         ASSERT_EQ(face.has_value(), frame >= 45) << frame;
@@ -91,12 +95,12 @@ TEST_F(StudioPreviews, ItsTimesAreThoseOfTheRecordingAndWhatIsCutAwayIsThere) {
 
 TEST_F(StudioPreviews, ItsFramesAreTheCompositionsWithTheSettingsInForce) {
     open();
-    const VideoCompositor compositor = preview_->item().compositor;
-    const Picture screen(std::make_shared<const BgraPremultipliedBuffer>(128, 96));
-    const Picture before = compositor(screen, std::nullopt, 1);
+    const playback::VideoCompositor compositor = preview_->item().compositor;
+    const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
+    const imaging::Picture before = compositor(screen, std::nullopt, 1);
     EXPECT_TRUE(before == onCanvas(composition_->compose(screen, std::nullopt, 1)));
     EXPECT_EQ(before.extent(), (Rect{0, 0, 3840, 2160}));
-    ProjectSettings settings = composition_->settings();
+    model::ProjectSettings settings = composition_->settings();
     settings.padding = 0.2;
     composition_->setSettings(settings);
     EXPECT_FALSE(compositor(screen, std::nullopt, 1) == before);
@@ -105,11 +109,11 @@ TEST_F(StudioPreviews, ItsFramesAreTheCompositionsWithTheSettingsInForce) {
 
 TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
     open();
-    const VideoCompositor compositor = preview_->item().compositor;
-    const Picture screen(std::make_shared<const BgraPremultipliedBuffer>(128, 96));
-    const auto larger = std::make_shared<Composition>(folder_.path(), 320, 180);
+    const playback::VideoCompositor compositor = preview_->item().compositor;
+    const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
+    const auto larger = std::make_shared<edit::Composition>(folder_.path(), 320, 180);
     preview_->setComposition(larger);
-    const Picture frame = compositor(screen, std::nullopt, 1);
+    const imaging::Picture frame = compositor(screen, std::nullopt, 1);
     EXPECT_EQ(frame.extent(), (Rect{0, 0, 3840, 2160}));
     EXPECT_TRUE(frame == onCanvas(larger->compose(screen, std::nullopt, 1)));
     EXPECT_FALSE(frame == onCanvas(composition_->compose(screen, std::nullopt, 1)));
@@ -119,11 +123,11 @@ TEST_F(StudioPreviews, ItsSoundHasTheVolumesOfTheSettings) {
     settings_.systemVolume = 0.5;
     settings_.micVolume = 2.5;
     open();
-    const PlayerItem item = preview_->item();
+    const playback::PlayerItem item = preview_->item();
     ASSERT_EQ(item.audioMix.size(), 2u);
     EXPECT_EQ(item.audioMix[0].volume, 0.5F);
     EXPECT_EQ(item.audioMix[1].volume, 2.5F);
-    ProjectSettings settings = composition_->settings();
+    model::ProjectSettings settings = composition_->settings();
     settings.systemVolume = 0;
     composition_->setSettings(settings);
     const auto mix = preview_->audioMix();
@@ -135,12 +139,12 @@ TEST_F(StudioPreviews, ItsSoundHasTheVolumesOfTheSettings) {
 
 TEST_F(StudioPreviews, PlaysWhatTheSettingsKeep) {
     open();
-    EXPECT_EQ(preview_->playedRanges(), (std::vector<PlayedRange>{{0, 5}}));
-    ProjectSettings settings = composition_->settings();
+    EXPECT_EQ(preview_->playedRanges(), (std::vector<playback::PlayedRange>{{0, 5}}));
+    model::ProjectSettings settings = composition_->settings();
     settings.trimEnd = 4;
     settings.cuts = {{1, 1.5}};
     composition_->setSettings(settings);
-    EXPECT_EQ(preview_->playedRanges(), (std::vector<PlayedRange>{{0, 1}, {1.5, 4}}));
+    EXPECT_EQ(preview_->playedRanges(), (std::vector<playback::PlayedRange>{{0, 1}, {1.5, 4}}));
 }
 
 TEST_F(StudioPreviews, ImpossibleRecordingsAreErrors) {
@@ -152,13 +156,13 @@ TEST_F(StudioPreviews, ImpossibleRecordingsAreErrors) {
 
 TEST_F(StudioPreviews, FramesThatArePaintedWhileItGoesAreStillMade) {
     open();
-    const VideoCompositor compositor = preview_->compositor();
-    const Picture screen(std::make_shared<const BgraPremultipliedBuffer>(128, 96));
-    const Picture before = compositor(screen, std::nullopt, 1);
+    const playback::VideoCompositor compositor = preview_->compositor();
+    const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
+    const imaging::Picture before = compositor(screen, std::nullopt, 1);
     preview_.reset();
     composition_.reset();
     EXPECT_TRUE(compositor(screen, std::nullopt, 1) == before);
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <numeric>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -24,11 +24,12 @@ Value at(const Values& values, int index, Value otherwise) {
 
 }  // namespace
 
-ControlValues controlValues(const ProjectSettings& settings, const std::vector<ZoomSpec>& zooms, int selectedZoom) {
+ControlValues controlValues(const model::ProjectSettings& settings, const std::vector<model::ZoomSpec>& zooms,
+                            int selectedZoom) {
     const bool isSelected = selectedZoom >= 0 && selectedZoom < static_cast<int>(zooms.size());
     ControlValues values;
     values.zoom = isSelected ? zooms[static_cast<std::size_t>(selectedZoom)].scale : settings.zoomScale;
-    values.tempo = indexOf(kAllTempos, settings.tempo);
+    values.tempo = indexOf(model::kAllTempos, settings.tempo);
     values.smoothing = settings.smoothing;
     values.cursor = settings.cursorScale;
     values.padding = settings.padding;
@@ -39,7 +40,7 @@ ControlValues controlValues(const ProjectSettings& settings, const std::vector<Z
     values.systemVolume = settings.systemVolume;
     values.micVolume = settings.micVolume;
     values.exportResolution = indexOf(kExportHeights, settings.exportHeight);
-    values.exportFormat = indexOf(kAllExportFormats, settings.exportFormat);
+    values.exportFormat = indexOf(model::kAllExportFormats, settings.exportFormat);
     values.webcam = settings.webcamEnabled;
     values.webcamSize = settings.webcamSize;
     const bool isCorner =
@@ -53,15 +54,15 @@ ControlValues controlValues(const ProjectSettings& settings, const std::vector<Z
     return values;
 }
 
-ProjectSettings settingsFrom(const ControlValues& values, const ProjectSettings& before, int selectedZoom,
-                             bool hasWebcam) {
-    ProjectSettings settings = before;
+model::ProjectSettings settingsFrom(const ControlValues& values, const model::ProjectSettings& before, int selectedZoom,
+                                    bool hasWebcam) {
+    model::ProjectSettings settings = before;
     settings.zoomScale = values.zoom;
     if (settings.zooms) {
         const int index = indexInList(*settings.zooms, selectedZoom);
         if (index >= 0) (*settings.zooms)[static_cast<std::size_t>(index)].scale = values.zoom;
     }
-    settings.tempo = at(kAllTempos, values.tempo, before.tempo);
+    settings.tempo = at(model::kAllTempos, values.tempo, before.tempo);
     settings.smoothing = values.smoothing;
     settings.cursorScale = values.cursor;
     settings.padding = values.padding;
@@ -72,7 +73,7 @@ ProjectSettings settingsFrom(const ControlValues& values, const ProjectSettings&
     settings.systemVolume = values.systemVolume;
     settings.micVolume = values.micVolume;
     settings.exportHeight = at(kExportHeights, std::max(values.exportResolution, 0), before.exportHeight);
-    settings.exportFormat = at(kAllExportFormats, values.exportFormat, before.exportFormat);
+    settings.exportFormat = at(model::kAllExportFormats, values.exportFormat, before.exportFormat);
     if (hasWebcam) {
         settings.webcamEnabled = values.webcam;
         settings.webcamSize = values.webcamSize;
@@ -86,7 +87,7 @@ ProjectSettings settingsFrom(const ControlValues& values, const ProjectSettings&
     return settings;
 }
 
-int indexInList(const std::vector<ZoomSpec>& list, int indexInForce) {
+int indexInList(const std::vector<model::ZoomSpec>& list, int indexInForce) {
     if (indexInForce < 0 || indexInForce >= static_cast<int>(list.size())) return -1;
     std::vector<int> order(list.size());
     std::iota(order.begin(), order.end(), 0);
@@ -96,4 +97,4 @@ int indexInList(const std::vector<ZoomSpec>& list, int indexInForce) {
     return order[static_cast<std::size_t>(indexInForce)];
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -7,7 +7,7 @@
 #include "model/project_settings.h"
 #include "ui/control_range.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// What the controls of the window stand at, and what each of them does to the settings. Indices count segments and
 /// menu items from 0; -1 is none selected.
@@ -32,15 +32,15 @@ struct ControlValues {
 };
 
 /// The ranges of the sliders.
-inline constexpr ControlRange kZoomRange{1.0, 3.0};
-inline constexpr ControlRange kSmoothingRange{0.0, 1.0};
-inline constexpr ControlRange kCursorRange{0.8, 2.6};
-inline constexpr ControlRange kPaddingRange{0.0, 0.14};
-inline constexpr ControlRange kCornerRange{0.0, 48.0};
-inline constexpr ControlRange kVolumeRange{0.0, 2.0};
-inline constexpr ControlRange kWebcamSizeRange{0.14, 0.45};
-inline constexpr ControlRange kWebcamZoomRange{1.0, 2.2};
-inline constexpr ControlRange kCropRange{0.0, 0.4};
+inline constexpr ui::ControlRange kZoomRange{1.0, 3.0};
+inline constexpr ui::ControlRange kSmoothingRange{0.0, 1.0};
+inline constexpr ui::ControlRange kCursorRange{0.8, 2.6};
+inline constexpr ui::ControlRange kPaddingRange{0.0, 0.14};
+inline constexpr ui::ControlRange kCornerRange{0.0, 48.0};
+inline constexpr ui::ControlRange kVolumeRange{0.0, 2.0};
+inline constexpr ui::ControlRange kWebcamSizeRange{0.14, 0.45};
+inline constexpr ui::ControlRange kWebcamZoomRange{1.0, 2.2};
+inline constexpr ui::ControlRange kCropRange{0.0, 0.4};
 
 /// The texts of segments and menu items, in the order of their indices.
 inline constexpr std::array kTempoTitles = {std::string_view("Schnell"), std::string_view("Normal"),
@@ -53,15 +53,16 @@ inline constexpr std::array kWebcamCornerTitles = {std::string_view("Unten recht
 
 /// What the controls show for these settings. `zooms` are those in force; the zoom slider shows the selected one's
 /// scale, and the scale of proposed zooms when none is selected.
-ControlValues controlValues(const ProjectSettings& settings, const std::vector<ZoomSpec>& zooms, int selectedZoom);
+ControlValues controlValues(const model::ProjectSettings& settings, const std::vector<model::ZoomSpec>& zooms,
+                            int selectedZoom);
 
 /// `before` with every field that has a control set from it. The webcam's fields stay as they are without a webcam.
 /// `selectedZoom` counts the zooms in force, which are sorted by their start.
-ProjectSettings settingsFrom(const ControlValues& values, const ProjectSettings& before, int selectedZoom,
-                             bool hasWebcam);
+model::ProjectSettings settingsFrom(const ControlValues& values, const model::ProjectSettings& before, int selectedZoom,
+                                    bool hasWebcam);
 
 /// Where the zoom with this index among the zooms in force stands in the hand-made list, which a document may hold in
 /// any order; -1 when there is none.
-int indexInList(const std::vector<ZoomSpec>& list, int indexInForce);
+int indexInList(const std::vector<model::ZoomSpec>& list, int indexInForce);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

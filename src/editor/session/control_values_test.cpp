@@ -4,15 +4,15 @@
 
 #include <functional>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
-ProjectSettings unusual() {
-    ProjectSettings settings;
+model::ProjectSettings unusual() {
+    model::ProjectSettings settings;
     settings.trimStart = 1;
     settings.cuts = {{2, 3}};
     settings.zoomScale = 2.25;
-    settings.tempo = Tempo::ruhig;
+    settings.tempo = model::Tempo::ruhig;
     settings.smoothing = 0.123;
     settings.cursorScale = 2.01;
     settings.backgroundRed = 0.7;
@@ -23,7 +23,7 @@ ProjectSettings unusual() {
     settings.systemVolume = 1.7;
     settings.micVolume = 0;
     settings.exportHeight = 2160;
-    settings.exportFormat = ExportFormat::mov;
+    settings.exportFormat = model::ExportFormat::mov;
     settings.webcamEnabled = false;
     settings.webcamSize = 0.3;
     settings.webcamCorner = 3;
@@ -37,7 +37,7 @@ ProjectSettings unusual() {
 }
 
 TEST(ControlValues, SettingsThatAreShownAndReadBackAreTheSame) {
-    for (const ProjectSettings& settings : {ProjectSettings(), unusual()}) {
+    for (const model::ProjectSettings& settings : {model::ProjectSettings(), unusual()}) {
         EXPECT_EQ(settingsFrom(controlValues(settings, {}, -1), settings, -1, true), settings);
     }
 }
@@ -45,12 +45,12 @@ TEST(ControlValues, SettingsThatAreShownAndReadBackAreTheSame) {
 TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
     struct Case {
         std::function<void(ControlValues&)> move;
-        std::function<void(ProjectSettings&)> change;
+        std::function<void(model::ProjectSettings&)> change;
     };
     const std::vector<Case> cases = {
         {[](auto& v) { v.zoom = 3; }, [](auto& s) { s.zoomScale = 3; }},
-        {[](auto& v) { v.tempo = 0; }, [](auto& s) { s.tempo = Tempo::schnell; }},
-        {[](auto& v) { v.tempo = 2; }, [](auto& s) { s.tempo = Tempo::ruhig; }},
+        {[](auto& v) { v.tempo = 0; }, [](auto& s) { s.tempo = model::Tempo::schnell; }},
+        {[](auto& v) { v.tempo = 2; }, [](auto& s) { s.tempo = model::Tempo::ruhig; }},
         {[](auto& v) { v.smoothing = 0.5; }, [](auto& s) { s.smoothing = 0.5; }},
         {[](auto& v) { v.cursor = 2.6; }, [](auto& s) { s.cursorScale = 2.6; }},
         {[](auto& v) { v.padding = 0.14; }, [](auto& s) { s.padding = 0.14; }},
@@ -63,7 +63,7 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
         {[](auto& v) { v.exportResolution = 0; }, [](auto& s) { s.exportHeight = 1080; }},
         {[](auto& v) { v.exportResolution = -1; }, [](auto& s) { s.exportHeight = 1080; }},
         {[](auto& v) { v.exportResolution = 2; }, [](auto& s) { s.exportHeight = 2160; }},
-        {[](auto& v) { v.exportFormat = 1; }, [](auto& s) { s.exportFormat = ExportFormat::mov; }},
+        {[](auto& v) { v.exportFormat = 1; }, [](auto& s) { s.exportFormat = model::ExportFormat::mov; }},
         {[](auto& v) { v.webcam = false; }, [](auto& s) { s.webcamEnabled = false; }},
         {[](auto& v) { v.webcamSize = 0.45; }, [](auto& s) { s.webcamSize = 0.45; }},
         {[](auto& v) { v.webcamCorner = 2; }, [](auto& s) { s.webcamCorner = 2; }},
@@ -73,11 +73,11 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
         {[](auto& v) { v.cropLeft = 0.4; }, [](auto& s) { s.cropLeft = 0.4; }},
         {[](auto& v) { v.cropRight = 0.4; }, [](auto& s) { s.cropRight = 0.4; }},
     };
-    const ProjectSettings before;
+    const model::ProjectSettings before;
     for (std::size_t i = 0; i < cases.size(); ++i) {
         ControlValues values = controlValues(before, {}, -1);
         cases[i].move(values);
-        ProjectSettings expected = before;
+        model::ProjectSettings expected = before;
         cases[i].change(expected);
         EXPECT_NE(expected, before) << i;
         EXPECT_EQ(settingsFrom(values, before, -1, true), expected) << i;
@@ -85,7 +85,7 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
 }
 
 TEST(ControlValues, WithoutAWebcamItsFieldsStay) {
-    const ProjectSettings before = unusual();
+    const model::ProjectSettings before = unusual();
     ControlValues values = controlValues(before, {}, -1);
     values.webcam = true;
     values.webcamSize = 0.2;
@@ -95,43 +95,43 @@ TEST(ControlValues, WithoutAWebcamItsFieldsStay) {
 }
 
 TEST(ControlValues, TheZoomSliderShowsAndSetsTheSelectedZoomOfAManualList) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     // Not in the order of time, as a document made elsewhere may have it.
-    settings.zooms = std::vector<ZoomSpec>{{8, 9, 2.0, {{8, 0.5, 0.5}}}, {1, 3, 1.4, {{1, 0.5, 0.5}}}};
-    const std::vector<ZoomSpec> inForce = {settings.zooms->at(1), settings.zooms->at(0)};
+    settings.zooms = std::vector<model::ZoomSpec>{{8, 9, 2.0, {{8, 0.5, 0.5}}}, {1, 3, 1.4, {{1, 0.5, 0.5}}}};
+    const std::vector<model::ZoomSpec> inForce = {settings.zooms->at(1), settings.zooms->at(0)};
     ControlValues values = controlValues(settings, inForce, 1);
     EXPECT_EQ(values.zoom, 2.0);
     values.zoom = 2.5;
-    const ProjectSettings changed = settingsFrom(values, settings, 1, false);
+    const model::ProjectSettings changed = settingsFrom(values, settings, 1, false);
     EXPECT_EQ(changed.zoomScale, 2.5);
     EXPECT_EQ(changed.zooms->at(0).scale, 2.5);
     EXPECT_EQ(changed.zooms->at(1).scale, 1.4);
 }
 
 TEST(ControlValues, WithAutomaticZoomsTheSliderSetsTheScaleOfAll) {
-    const ProjectSettings settings;
+    const model::ProjectSettings settings;
     ControlValues values = controlValues(settings, {{1, 3, 1.6, {}}}, 0);
     values.zoom = 2;
-    const ProjectSettings changed = settingsFrom(values, settings, 0, false);
+    const model::ProjectSettings changed = settingsFrom(values, settings, 0, false);
     EXPECT_EQ(changed.zoomScale, 2);
     EXPECT_EQ(changed.zooms, std::nullopt);
 }
 
 TEST(ControlValues, WhatADocumentHoldsThatNoControlCanShowStaysUntilItsControlIsUsed) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.webcamCorner = 9;
     settings.exportHeight = 720;
     const ControlValues values = controlValues(settings, {}, 4);
     EXPECT_EQ(values.webcamCorner, -1);
     EXPECT_EQ(values.exportResolution, -1);
     EXPECT_EQ(values.zoom, settings.zoomScale);
-    const ProjectSettings after = settingsFrom(values, settings, 4, true);
+    const model::ProjectSettings after = settingsFrom(values, settings, 4, true);
     EXPECT_EQ(after.webcamCorner, 9);
     EXPECT_EQ(after.exportHeight, 1080);  // a selection there has to be
 }
 
 TEST(ControlValues, ZoomsOfEqualStartKeepTheirOrder) {
-    const std::vector<ZoomSpec> list = {{5, 6, 1, {}}, {2, 3, 1, {}}, {5, 7, 1, {}}};
+    const std::vector<model::ZoomSpec> list = {{5, 6, 1, {}}, {2, 3, 1, {}}, {5, 7, 1, {}}};
     EXPECT_EQ(indexInList(list, 0), 1);
     EXPECT_EQ(indexInList(list, 1), 0);
     EXPECT_EQ(indexInList(list, 2), 2);
@@ -140,4 +140,4 @@ TEST(ControlValues, ZoomsOfEqualStartKeepTheirOrder) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

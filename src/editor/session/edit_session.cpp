@@ -8,7 +8,7 @@
 #include "editor/session/frame_time.h"
 #include "render/export_plan.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -25,18 +25,18 @@ constexpr double kLeastCut = 0.01;
 
 }  // namespace
 
-CanvasSize previewCanvas(const ProjectSettings& settings) {
+edit::CanvasSize previewCanvas(const model::ProjectSettings& settings) {
     try {
-        return exportCanvas(settings.exportHeight);
+        return render::exportCanvas(settings.exportHeight);
     } catch (const RecorderError&) {
-        return exportCanvas(ProjectSettings().exportHeight);
+        return render::exportCanvas(model::ProjectSettings().exportHeight);
     }
 }
 
 EditSession::EditSession(const std::filesystem::path& folder, MainLoop& loop, Options options)
     : options_(std::move(options)), document_(folder), saveTimer_(loop, [this] { save(); }) {
-    const CanvasSize canvas = previewCanvas(document_.settings());
-    composition_ = std::make_shared<Composition>(folder, canvas.width, canvas.height);
+    const edit::CanvasSize canvas = previewCanvas(document_.settings());
+    composition_ = std::make_shared<edit::Composition>(folder, canvas.width, canvas.height);
     // It reads the document itself, which another program may have replaced in between.
     composition_->setSettings(document_.settings());
     selectedZoom_ = composition_->state()->zoomSpecs.empty() ? -1 : 0;
@@ -64,19 +64,19 @@ void EditSession::applyControls(const ControlValues& values) {
 }
 
 void EditSession::setTrimStart(double playhead) {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.trimStart = snapped(playhead);
     edit(next, false);
 }
 
 void EditSession::setTrimEnd(double playhead) {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.trimEnd = snapped(playhead);
     edit(next, false);
 }
 
 void EditSession::resetTrim() {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.trimStart = 0;
     next.trimEnd = 0;
     edit(next, false);
@@ -92,21 +92,21 @@ void EditSession::addCut(double playhead) {
         options_.status("Zuerst „Schnitt von hier\" drücken.");
         return;
     }
-    const CutRange cut{*pendingCutStart_, snapped(playhead)};
+    const model::CutRange cut{*pendingCutStart_, snapped(playhead)};
     if (cut.start + kLeastCut >= cut.end) {
         options_.status("Das Schnittende muss hinter dem Anfang liegen.");
         return;
     }
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.cuts.push_back(cut);
     std::stable_sort(next.cuts.begin(), next.cuts.end(),
-                     [](const CutRange& a, const CutRange& b) { return a.start < b.start; });
+                     [](const model::CutRange& a, const model::CutRange& b) { return a.start < b.start; });
     pendingCutStart_.reset();
     edit(next, false);
 }
 
 void EditSession::removeLastCut() {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     if (next.cuts.empty()) return;
     next.cuts.pop_back();
     edit(next, false);
@@ -116,14 +116,14 @@ void EditSession::addZoom(double playhead, double sliderScale) {
     const double t = snapped(playhead);
     const double scale = std::max(sliderScale, kLeastScale);
     const Point focus = composition_->cursorNormalized(t + kLookDelay).value_or(Point{0.5, 0.5});
-    ProjectSettings next = withManualZooms();
+    model::ProjectSettings next = withManualZooms();
     next.zooms->push_back({t, t + kZoomLength, scale, {{t + kFocusDelay, focus.x, focus.y}}});
 
     const int before = selectedZoom_;
     // Selected by the time that is shown, before anybody is told.
-    std::vector<ZoomSpec> inForce = *next.zooms;
+    std::vector<model::ZoomSpec> inForce = *next.zooms;
     std::stable_sort(inForce.begin(), inForce.end(),
-                     [](const ZoomSpec& a, const ZoomSpec& b) { return a.start < b.start; });
+                     [](const model::ZoomSpec& a, const model::ZoomSpec& b) { return a.start < b.start; });
     for (std::size_t i = 0; i < inForce.size(); ++i) {
         if (inForce[i].start <= t && t <= inForce[i].end) selectedZoom_ = static_cast<int>(i);
     }
@@ -133,7 +133,7 @@ void EditSession::addZoom(double playhead, double sliderScale) {
 
 void EditSession::deleteSelectedZoom() {
     if (selectedZoom_ < 0) return;
-    ProjectSettings next = withManualZooms();
+    model::ProjectSettings next = withManualZooms();
     const int index = indexInList(*next.zooms, selectedZoom_);
     if (index < 0) return;
     next.zooms->erase(next.zooms->begin() + index);
@@ -141,29 +141,29 @@ void EditSession::deleteSelectedZoom() {
 }
 
 void EditSession::resetZoomsToAuto() {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.zooms.reset();
     edit(next, false);
 }
 
 bool EditSession::addMask(const Rect& canvasRect, double playhead) {
-    const std::optional<MaskRect> mask = composition_->sourceNormalized(canvasRect, playhead);
+    const std::optional<model::MaskRect> mask = composition_->sourceNormalized(canvasRect, playhead);
     if (!mask) return false;
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.masks.push_back(*mask);
     edit(next, false);
     return true;
 }
 
 void EditSession::removeLastMask() {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     if (next.masks.empty()) return;
     next.masks.pop_back();
     edit(next, false);
 }
 
 void EditSession::removeAllMasks() {
-    ProjectSettings next = settings();
+    model::ProjectSettings next = settings();
     next.masks.clear();
     edit(next, false);
 }
@@ -188,11 +188,11 @@ void EditSession::scheduleSave() {
 
 void EditSession::save() {
     try {
-        const ProjectDocument::Before before = document_.save(settings());
+        const model::ProjectDocument::Before before = document_.save(settings());
         isEdited_ = false;
-        if (before == ProjectDocument::Before::unreadable) {
+        if (before == model::ProjectDocument::Before::unreadable) {
             tell("„project.json“ war nicht lesbar und liegt jetzt unverändert in „project.json.alt“.");
-        } else if (before == ProjectDocument::Before::foreign) {
+        } else if (before == model::ProjectDocument::Before::foreign) {
             tell(
                 "„project.json“ wurde von einem anderen Programm geändert. Dessen Fassung liegt jetzt in "
                 "„project.json.alt“.");
@@ -207,8 +207,8 @@ void EditSession::tell(const std::string& sentence) {
     options_.status(sentence);
 }
 
-void EditSession::edit(const ProjectSettings& next, bool coalesce) {
-    const ProjectSettings before = settings();
+void EditSession::edit(const model::ProjectSettings& next, bool coalesce) {
+    const model::ProjectSettings before = settings();
     if (next == before) {
         // A command that leaves everything as it is makes no step, but may have ended a pending cut.
         options_.changed();
@@ -220,13 +220,13 @@ void EditSession::edit(const ProjectSettings& next, bool coalesce) {
     options_.changed();
 }
 
-bool EditSession::putInForce(const ProjectSettings& next) {
+bool EditSession::putInForce(const model::ProjectSettings& next) {
     try {
-        const CanvasSize canvas = previewCanvas(next);
-        if (canvas == CanvasSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
+        const edit::CanvasSize canvas = previewCanvas(next);
+        if (canvas == edit::CanvasSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
             composition_->setSettings(next);
         } else {
-            composition_ = std::make_shared<Composition>(*composition_, next, canvas.width, canvas.height);
+            composition_ = std::make_shared<edit::Composition>(*composition_, next, canvas.width, canvas.height);
         }
     } catch (const RecorderError& error) {
         options_.status(error.message());
@@ -237,7 +237,7 @@ bool EditSession::putInForce(const ProjectSettings& next) {
     return true;
 }
 
-void EditSession::restore(const std::optional<ProjectSettings>& before) {
+void EditSession::restore(const std::optional<model::ProjectSettings>& before) {
     if (!before) {
         options_.beep();
         return;
@@ -247,9 +247,9 @@ void EditSession::restore(const std::optional<ProjectSettings>& before) {
     options_.changed();
 }
 
-ProjectSettings EditSession::withManualZooms() const {
+model::ProjectSettings EditSession::withManualZooms() const {
     const auto state = composition_->state();
-    ProjectSettings next = state->settings;
+    model::ProjectSettings next = state->settings;
     if (!next.zooms) next.zooms = state->zoomSpecs;
     return next;
 }
@@ -258,4 +258,4 @@ double EditSession::snapped(double playhead) const {
     return snappedToFrame(playhead, info().fps);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

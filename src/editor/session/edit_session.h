@@ -15,7 +15,7 @@
 #include "model/project_document.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// The editing of one recording without its window: what each command does to the settings, undo and redo, and when the
 /// settings are saved. Every command either takes effect whole, as one step of the history, or changes nothing. Times
@@ -40,9 +40,9 @@ class EditSession {
 
     /// The composition in force, on the canvas of the export: radius, shadow and rims are canvas pixels, so that a
     /// preview on any other canvas would look different. Another one when the export's size changes.
-    std::shared_ptr<const Composition> composition() const { return composition_; }
-    ProjectSettings settings() const { return composition_->settings(); }
-    const CaptureInfo& info() const { return composition_->info(); }
+    std::shared_ptr<const edit::Composition> composition() const { return composition_; }
+    model::ProjectSettings settings() const { return composition_->settings(); }
+    const model::CaptureInfo& info() const { return composition_->info(); }
     bool hasWebcam() const { return composition_->recording().hasWebcam(); }
     /// The zooms are a list made by hand.
     bool hasManualZooms() const { return settings().zooms.has_value(); }
@@ -86,20 +86,20 @@ class EditSession {
     void saveNow();
 
   private:
-    void edit(const ProjectSettings& settings, bool coalesce);
-    bool putInForce(const ProjectSettings& settings);
-    void restore(const std::optional<ProjectSettings>& settings);
+    void edit(const model::ProjectSettings& settings, bool coalesce);
+    bool putInForce(const model::ProjectSettings& settings);
+    void restore(const std::optional<model::ProjectSettings>& settings);
     void scheduleSave();
     void save();
     void tell(const std::string& sentence);
     // The settings with the zooms as a list that can be edited.
-    ProjectSettings withManualZooms() const;
+    model::ProjectSettings withManualZooms() const;
     double snapped(double playhead) const;
 
     const Options options_;
-    ProjectDocument document_;
+    model::ProjectDocument document_;
     bool isEdited_ = false;  // since the document was read or saved
-    std::shared_ptr<Composition> composition_;
+    std::shared_ptr<edit::Composition> composition_;
     UndoHistory history_;
     SaveTimer saveTimer_;
     std::optional<double> pendingCutStart_;
@@ -107,6 +107,6 @@ class EditSession {
 };
 
 /// The canvas that a preview of these settings has: the export's, or the usual one where no export is possible.
-CanvasSize previewCanvas(const ProjectSettings& settings);
+edit::CanvasSize previewCanvas(const model::ProjectSettings& settings);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -14,7 +14,7 @@
 #include "support/temporary_folder.h"
 #include "support/text_file.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 // A recording without movies: an edit session opens none.
@@ -28,13 +28,14 @@ class EditSessionTest : public testing::Test {
         info_.pixelHeight = 1080;
         info_.duration = 20;
         info_.fps = 60;
-        PointerTrack track;
+        model::PointerTrack track;
         for (int i = 0; i <= 2000; ++i) {
             const double t = i / 100.0;
             const double x = 960 + 500 * std::sin(t);
-            track.events.push_back({t, x, 540, x / 1920, 0.5, PointerKind::move, {}, {}, {}});
+            track.events.push_back({t, x, 540, x / 1920, 0.5, model::PointerKind::move, {}, {}, {}});
             if (i % 700 == 500) {
-                track.events.push_back({t, x, 540, x / 1920, 0.5, PointerKind::down, PointerButton::left, {}, {}});
+                track.events.push_back(
+                    {t, x, 540, x / 1920, 0.5, model::PointerKind::down, model::PointerButton::left, {}, {}});
             }
         }
         info_.save(folder_.path());
@@ -51,8 +52,8 @@ class EditSessionTest : public testing::Test {
         return *session_;
     }
 
-    ProjectSettings saved() const { return ProjectSettings::load(folder_.path()); }
-    bool isSaved() const { return std::filesystem::exists(ProjectSettings::fileURL(folder_.path())); }
+    model::ProjectSettings saved() const { return model::ProjectSettings::load(folder_.path()); }
+    bool isSaved() const { return std::filesystem::exists(model::ProjectSettings::fileURL(folder_.path())); }
     void movePadding(double value) {
         ControlValues values = session().controls();
         values.padding = value;
@@ -60,7 +61,7 @@ class EditSessionTest : public testing::Test {
     }
 
     TemporaryFolder folder_;
-    CaptureInfo info_;
+    model::CaptureInfo info_;
     ManualMainLoop loop_;
     int changes_ = 0;
     int beeps_ = 0;
@@ -78,7 +79,7 @@ TEST_F(EditSessionTest, ADragOfFiveSecondsIsOneStepAndOneSave) {
     loop_.advance(0.8);
     EXPECT_EQ(saved().padding, 0.125);
     session().undo();
-    EXPECT_EQ(session().settings(), ProjectSettings());
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
 }
 
 TEST_F(EditSessionTest, TwoDragsWithAPauseBetweenThemAreTwoSteps) {
@@ -102,7 +103,7 @@ TEST_F(EditSessionTest, SavingAtOnceReplacesTheLaterSave) {
     movePadding(0.01);
     session().saveNow();
     EXPECT_EQ(saved().padding, 0.01);
-    std::filesystem::remove(ProjectSettings::fileURL(folder_.path()));
+    std::filesystem::remove(model::ProjectSettings::fileURL(folder_.path()));
     loop_.advance(5);
     EXPECT_FALSE(isSaved());
 }
@@ -124,7 +125,7 @@ TEST_F(EditSessionTest, ADocumentThatNobodyEditedStaysAsItIs) {
 
 TEST_F(EditSessionTest, AFolderWithoutADocumentGetsOneAtTheEnd) {
     session().saveNow();
-    EXPECT_EQ(saved(), ProjectSettings());
+    EXPECT_EQ(saved(), model::ProjectSettings());
     EXPECT_TRUE(isSaved());
 }
 
@@ -170,7 +171,7 @@ TEST_F(EditSessionTest, ADocumentThatAnotherProgramMadeMeanwhileIsKeptBesideToo)
 TEST_F(EditSessionTest, ADocumentThatWasTakenAwayIsMadeAgain) {
     movePadding(0.04);
     session().saveNow();
-    std::filesystem::remove(ProjectSettings::fileURL(folder_.path()));
+    std::filesystem::remove(model::ProjectSettings::fileURL(folder_.path()));
     movePadding(0.05);
     session().saveNow();
     EXPECT_EQ(saved().padding, 0.05);
@@ -195,7 +196,7 @@ TEST_F(EditSessionTest, ASaveThatFailsIsToldAndTriedAgain) {
 
 TEST_F(EditSessionTest, ASaveThatFailsIsInTheLog) {
     session();
-    std::filesystem::create_directory(ProjectSettings::fileURL(folder_.path()));
+    std::filesystem::create_directory(model::ProjectSettings::fileURL(folder_.path()));
     movePadding(0.05);
     loop_.advance(0.8);
     EXPECT_EQ(status_,
@@ -217,7 +218,7 @@ TEST_F(EditSessionTest, UndoAndRedoOfNothingBeep) {
     session().redo();
     EXPECT_EQ(beeps_, 2);
     EXPECT_EQ(changes_, 0);
-    EXPECT_EQ(session().settings(), ProjectSettings());
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
     loop_.advance(5);
     EXPECT_FALSE(isSaved());
 }
@@ -249,7 +250,7 @@ TEST_F(EditSessionTest, EveryCommandIsUndoneAndRedone) {
         [this] { session().resetTrim(); },
         [this] { movePadding(0.1); },
     };
-    std::vector<ProjectSettings> states = {session().settings()};
+    std::vector<model::ProjectSettings> states = {session().settings()};
     for (const auto& command : commands) {
         command();
         EXPECT_NE(session().settings(), states.back()) << states.size();
@@ -286,13 +287,13 @@ TEST_F(EditSessionTest, TrimsAreSnappedToFrames) {
     EXPECT_EQ(labels::trim(session().composition()->state()->trim, info_.fps),
               "Bereich: 2.017 – 9.983 s (Bild 121 – 599)");
     session().resetTrim();
-    EXPECT_EQ(session().settings(), ProjectSettings());
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
 }
 
 TEST_F(EditSessionTest, ACutWithoutAStartIsRefused) {
     session().addCut(4);
     EXPECT_EQ(status_, "Zuerst „Schnitt von hier\" drücken.");
-    EXPECT_EQ(session().settings(), ProjectSettings());
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
     EXPECT_EQ(session().history().undoSteps(), 0u);
 }
 
@@ -315,9 +316,9 @@ TEST_F(EditSessionTest, CutsAreSortedAndTheLastOneIsRemoved) {
     session().addCut(9);
     session().markCutStart(2);
     session().addCut(3);
-    EXPECT_EQ(session().settings().cuts, (std::vector<CutRange>{{2, 3}, {8, 9}}));
+    EXPECT_EQ(session().settings().cuts, (std::vector<model::CutRange>{{2, 3}, {8, 9}}));
     session().removeLastCut();
-    EXPECT_EQ(session().settings().cuts, (std::vector<CutRange>{{2, 3}}));
+    EXPECT_EQ(session().settings().cuts, (std::vector<model::CutRange>{{2, 3}}));
     session().removeLastCut();
     EXPECT_EQ(session().history().undoSteps(), 4u);
     session().removeLastCut();
@@ -325,14 +326,14 @@ TEST_F(EditSessionTest, CutsAreSortedAndTheLastOneIsRemoved) {
 }
 
 TEST_F(EditSessionTest, AZoomAddedToAutomaticOnesMakesAManualListOfAllOfThem) {
-    const std::vector<ZoomSpec> automatic = session().composition()->zoomSpecs();
+    const std::vector<model::ZoomSpec> automatic = session().composition()->zoomSpecs();
     ASSERT_EQ(automatic.size(), 3u);
     EXPECT_EQ(labels::zoomMode(session().hasManualZooms()), "Automatik");
     session().addZoom(1.008, 2.2);
     ASSERT_TRUE(session().settings().zooms);
-    const std::vector<ZoomSpec> zooms = *session().settings().zooms;
+    const std::vector<model::ZoomSpec> zooms = *session().settings().zooms;
     ASSERT_EQ(zooms.size(), 4u);
-    EXPECT_EQ(std::vector<ZoomSpec>(zooms.begin(), zooms.end() - 1), automatic);
+    EXPECT_EQ(std::vector<model::ZoomSpec>(zooms.begin(), zooms.end() - 1), automatic);
     EXPECT_EQ(zooms.back().start, 1);
     EXPECT_EQ(zooms.back().end, 3.5);
     EXPECT_EQ(zooms.back().scale, 2.2);
@@ -356,20 +357,20 @@ TEST_F(EditSessionTest, AZoomAddedWithTheSliderAtTheBottomIsVisible) {
 }
 
 TEST_F(EditSessionTest, AZoomWithoutAPointerLooksAtTheMiddle) {
-    PointerTrack().save(folder_.path());
+    model::PointerTrack().save(folder_.path());
     session().addZoom(1, 2);
-    EXPECT_EQ(session().settings().zooms->back().focus, (std::vector<FocusKey>{{1.7, 0.5, 0.5}}));
+    EXPECT_EQ(session().settings().zooms->back().focus, (std::vector<model::FocusKey>{{1.7, 0.5, 0.5}}));
 }
 
 TEST_F(EditSessionTest, DeletingAnAutomaticZoomKeepsTheOthersAsAList) {
-    const std::vector<ZoomSpec> automatic = session().composition()->zoomSpecs();
+    const std::vector<model::ZoomSpec> automatic = session().composition()->zoomSpecs();
     session().selectZoom(1);
     session().deleteSelectedZoom();
-    EXPECT_EQ(session().settings().zooms, (std::vector<ZoomSpec>{automatic[0], automatic[2]}));
+    EXPECT_EQ(session().settings().zooms, (std::vector<model::ZoomSpec>{automatic[0], automatic[2]}));
     EXPECT_EQ(session().selectedZoom(), 1);
     session().deleteSelectedZoom();
     session().deleteSelectedZoom();
-    EXPECT_EQ(session().settings().zooms, std::vector<ZoomSpec>());
+    EXPECT_EQ(session().settings().zooms, std::vector<model::ZoomSpec>());
     EXPECT_EQ(session().selectedZoom(), -1);
     EXPECT_EQ(session().selectedZoomMoment(), std::nullopt);
     session().deleteSelectedZoom();
@@ -387,7 +388,7 @@ TEST_F(EditSessionTest, TheZoomSliderOnlyTouchesTheSelectedZoomOfAList) {
     EXPECT_EQ(values.zoom, 1.6);
     values.zoom = 2.7;
     session().applyControls(values);
-    const std::vector<ZoomSpec> inForce = session().composition()->zoomSpecs();
+    const std::vector<model::ZoomSpec> inForce = session().composition()->zoomSpecs();
     EXPECT_EQ(inForce[0].scale, 2);
     EXPECT_EQ(inForce[1].scale, others);
     EXPECT_EQ(inForce[2].scale, 2.7);
@@ -403,11 +404,11 @@ TEST_F(EditSessionTest, AnotherSliderLeavesTheZoomsAsTheyAre) {
 }
 
 TEST_F(EditSessionTest, MasksAreFractionsOfTheSource) {
-    const StudioLayout layout = session().composition()->state()->layout;
+    const edit::StudioLayout layout = session().composition()->state()->layout;
     const Rect& screen = layout.screenRect;
     // The bottom-left quarter of the screen on the canvas.
     ASSERT_TRUE(session().addMask({screen.x, screen.y, screen.width / 2, screen.height / 2}, 0));
-    const MaskRect mask = session().settings().masks.at(0);
+    const model::MaskRect mask = session().settings().masks.at(0);
     EXPECT_NEAR(mask.x, 0, 1e-9);
     EXPECT_NEAR(mask.y, 0.5, 1e-9);
     EXPECT_NEAR(mask.width, 0.5, 1e-9);
@@ -431,11 +432,11 @@ TEST_F(EditSessionTest, ThePreviewHasTheCanvasOfTheExport) {
     EXPECT_EQ(session().settings().exportHeight, 2160);
     session().undo();
     EXPECT_EQ(session().composition()->canvasHeight(), 1440);
-    EXPECT_EQ(session().settings(), ProjectSettings());
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
 }
 
 TEST_F(EditSessionTest, AnExportHeightThatNoMovieHasStillHasAPreview) {
-    ProjectSettings settings;
+    model::ProjectSettings settings;
     settings.exportHeight = -7;
     settings.save(folder_.path());
     EXPECT_EQ(session().composition()->canvasHeight(), 1440);
@@ -448,4 +449,4 @@ TEST_F(EditSessionTest, AFolderWithoutDocumentsIsRefused) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

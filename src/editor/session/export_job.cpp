@@ -4,23 +4,24 @@
 
 #include "render/export_plan.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
-std::unique_ptr<const Composition> onExportCanvas(const Composition& composition, const ProjectSettings& settings) {
-    const CanvasSize canvas = exportCanvas(settings.exportHeight);
-    return std::make_unique<const Composition>(composition, settings, canvas.width, canvas.height);
+std::unique_ptr<const edit::Composition> onExportCanvas(const edit::Composition& composition,
+                                                        const model::ProjectSettings& settings) {
+    const edit::CanvasSize canvas = render::exportCanvas(settings.exportHeight);
+    return std::make_unique<const edit::Composition>(composition, settings, canvas.width, canvas.height);
 }
 
 }  // namespace
 
-ExportJob::ExportJob(const Composition& composition, const ProjectSettings& settings, MainLoop& loop,
+ExportJob::ExportJob(const edit::Composition& composition, const model::ProjectSettings& settings, MainLoop& loop,
                      Callbacks callbacks)
     : callbacks_(std::move(callbacks)),
       composition_(onExportCanvas(composition, settings)),
       alive_(std::make_shared<const bool>(true)) {
-    RenderOptions options;
+    render::RenderOptions options;
     options.postToMain = [&loop, weak = std::weak_ptr(alive_)](std::function<void()> work) {
         loop.async([weak, work = std::move(work)] {
             if (const auto alive = weak.lock()) work();
@@ -29,10 +30,10 @@ ExportJob::ExportJob(const Composition& composition, const ProjectSettings& sett
     options.progress = [this](double fraction) {
         if (callbacks_.progress) callbacks_.progress(fraction);
     };
-    thread_ = renderMovie(*composition_, std::move(options), [this](const RenderOutcome& outcome) {
+    thread_ = render::renderMovie(*composition_, std::move(options), [this](const render::RenderOutcome& outcome) {
         // The completion may destroy the job and, with it, what called this.
         const auto completion = callbacks_.completion;
-        const RenderOutcome result = outcome;  // NOLINT(performance-unnecessary-copy-initialization)
+        const render::RenderOutcome result = outcome;  // NOLINT(performance-unnecessary-copy-initialization)
         if (completion) completion(result);
     });
 }
@@ -44,4 +45,4 @@ void ExportJob::cancel() {
     thread_.request_stop();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -9,7 +9,7 @@
 #include "model/project_settings.h"
 #include "render/movie_renderer.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// One export on threads of its own, while the editor stays usable: it has a composition of its own. Destroying it
 /// cancels it, waits for its end, which takes a few pictures, and leaves no half-written file. Main thread.
@@ -18,12 +18,13 @@ class ExportJob {
     struct Callbacks {
         std::function<void(double fraction)> progress;  // 0 to 1, never falling
         /// Last of all, unless the job is destroyed before. May destroy the job.
-        std::function<void(const RenderOutcome& outcome)> completion;
+        std::function<void(const render::RenderOutcome& outcome)> completion;
     };
 
     /// Begins the export of `composition` under `settings`, at the size that they name. The loop outlives the job.
     /// Throws `RecorderError` when there is no such size.
-    ExportJob(const Composition& composition, const ProjectSettings& settings, MainLoop& loop, Callbacks callbacks);
+    ExportJob(const edit::Composition& composition, const model::ProjectSettings& settings, MainLoop& loop,
+              Callbacks callbacks);
     ~ExportJob();
     ExportJob(const ExportJob&) = delete;
     ExportJob& operator=(const ExportJob&) = delete;
@@ -37,11 +38,11 @@ class ExportJob {
 
   private:
     const Callbacks callbacks_;
-    std::unique_ptr<const Composition> composition_;
+    std::unique_ptr<const edit::Composition> composition_;
     bool cancelled_ = false;
     // Work that arrives when the job is gone finds this gone, too.
     std::shared_ptr<const bool> alive_;
     std::jthread thread_;  // last: it uses everything above
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

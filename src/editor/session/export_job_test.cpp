@@ -7,7 +7,7 @@
 #include "support/export_fixture.h"
 #include "support/manual_main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 class ExportJobTest : public ExportFixture {
@@ -24,25 +24,25 @@ class ExportJobTest : public ExportFixture {
             EXPECT_GE(fraction, progress_);
             progress_ = fraction;
         };
-        callbacks.completion = [this](const RenderOutcome& outcome) { outcome_ = outcome; };
+        callbacks.completion = [this](const render::RenderOutcome& outcome) { outcome_ = outcome; };
         return std::make_unique<ExportJob>(*composition_, settings_, loop_, std::move(callbacks));
     }
     bool outputExists() const { return std::filesystem::exists(folder_ / "studio-output.mp4"); }
 
     ManualMainLoop loop_;
-    std::unique_ptr<Composition> composition_;
+    std::unique_ptr<edit::Composition> composition_;
     double progress_ = 0;
-    std::optional<RenderOutcome> outcome_;
+    std::optional<render::RenderOutcome> outcome_;
 };
 
 TEST_F(ExportJobTest, ExportsUnderTheGivenSettingsWhileTheEditorsChange) {
     settings_.cuts = {{1, 3}};
     const auto job = start();
-    ProjectSettings other;
+    model::ProjectSettings other;
     other.cuts = {{0, 3.5}};
     composition_->setSettings(other);
     ASSERT_TRUE(loop_.runUntil([this] { return outcome_.has_value(); }));
-    const auto* result = std::get_if<RenderResult>(&*outcome_);
+    const auto* result = std::get_if<render::RenderResult>(&*outcome_);
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(result->seconds, 2);
     EXPECT_EQ(progress_, 1);
@@ -72,9 +72,9 @@ TEST_F(ExportJobTest, TheCompletionMayDestroyTheJob) {
     std::unique_ptr<ExportJob> job;
     bool ended = false;
     ExportJob::Callbacks callbacks;
-    callbacks.completion = [&](const RenderOutcome& outcome) {
+    callbacks.completion = [&](const render::RenderOutcome& outcome) {
         job.reset();
-        EXPECT_TRUE(std::holds_alternative<RenderResult>(outcome));
+        EXPECT_TRUE(std::holds_alternative<render::RenderResult>(outcome));
         ended = true;
     };
     job = std::make_unique<ExportJob>(*composition_, settings_, loop_, std::move(callbacks));
@@ -87,4 +87,4 @@ TEST_F(ExportJobTest, ASizeThatNoMovieHasIsRefused) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

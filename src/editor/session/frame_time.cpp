@@ -4,7 +4,7 @@
 
 #include "base/saturated.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -29,4 +29,4 @@ double frameLength(std::int64_t fps) {
     return 1 / rate(fps);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

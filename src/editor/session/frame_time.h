@@ -4,7 +4,7 @@
 
 // Frames of a recording. All times in seconds; the frame rate is the capture document's, at least 1 wherever it counts.
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// The number of the frame that is on at `t`. A hair before a frame counts as that frame: sums of frame lengths are
 /// rounded, and without it stepping would now and then stay where it is.
@@ -16,4 +16,4 @@ double snappedToFrame(double t, std::int64_t fps);
 /// How long a frame is on.
 double frameLength(std::int64_t fps);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

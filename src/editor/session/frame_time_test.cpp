@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 TEST(FrameTime, SnapsDownToTheFrameThatIsOn) {
@@ -43,4 +43,4 @@ TEST(FrameTime, ADocumentWithoutAFrameRateCountsAsOneFrameASecond) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

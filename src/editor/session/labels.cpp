@@ -7,7 +7,7 @@
 #include "base/saturated.h"
 #include "editor/session/frame_time.h"
 
-namespace lumivastor::labels {
+namespace lumivastor::editor::labels {
 
 namespace {
 
@@ -22,16 +22,16 @@ long long rounded(double value) {
 
 }  // namespace
 
-std::string trim(const TrimRange& range, std::int64_t fps) {
+std::string trim(const edit::TrimRange& range, std::int64_t fps) {
     return formatted("Bereich: %.3f – %.3f s (Bild %lld – %lld)", range.start, range.end,
                      number(frameNumber(range.start, fps)), number(frameNumber(range.end, fps)));
 }
 
-std::string cuts(const std::vector<CutRange>& cuts, const std::optional<double>& pendingStart) {
+std::string cuts(const std::vector<model::CutRange>& cuts, const std::optional<double>& pendingStart) {
     if (pendingStart) return formatted("Anfang bei %.2f s gesetzt - jetzt Ende wählen", *pendingStart);
     if (cuts.empty()) return "Keine Schnitte";
     std::string text;
-    for (const CutRange& cut : cuts) {
+    for (const model::CutRange& cut : cuts) {
         if (!text.empty()) text += ", ";
         text += formatted("%.2f–%.2f", cut.start, cut.end);
     }
@@ -72,7 +72,7 @@ std::string pixels(double count) {
     return formatted("%lld px", rounded(count));
 }
 
-std::string zoomItem(int number, const ZoomSpec& zoom) {
+std::string zoomItem(int number, const model::ZoomSpec& zoom) {
     return formatted("Zoom %d: %.1f – %.1f s", number, zoom.start, zoom.end);
 }
 
@@ -113,4 +113,4 @@ std::string remainingTime(double seconds) {
     return formatted("noch %lld h %lld min", minutes / 60, minutes % 60);
 }
 
-}  // namespace lumivastor::labels
+}  // namespace lumivastor::editor::labels

@@ -10,13 +10,13 @@
 
 // What the window's labels say. Times in seconds of source time; German, UTF-8.
 
-namespace lumivastor::labels {
+namespace lumivastor::editor::labels {
 
 /// "Bereich: 0.000 – 12.500 s (Bild 0 – 750)".
-std::string trim(const TrimRange& range, std::int64_t fps);
+std::string trim(const edit::TrimRange& range, std::int64_t fps);
 
 /// The cuts, or what to do next once a cut's start is set.
-std::string cuts(const std::vector<CutRange>& cuts, const std::optional<double>& pendingStart);
+std::string cuts(const std::vector<model::CutRange>& cuts, const std::optional<double>& pendingStart);
 
 /// "3.250 s · Bild 195".
 std::string time(double seconds, std::int64_t fps);
@@ -41,7 +41,7 @@ std::string magnification(double factor);
 std::string pixels(double count);
 
 /// An item of the list of zooms; `number` from 1.
-std::string zoomItem(int number, const ZoomSpec& zoom);
+std::string zoomItem(int number, const model::ZoomSpec& zoom);
 
 std::string zoomMode(bool byHand);
 
@@ -58,4 +58,4 @@ std::string rendered(double seconds, std::int64_t zooms, const std::string& file
 /// "noch 42 s", "noch 3 min 20 s", "noch 1 h 5 min"; rounded up, coarser the longer it is, so that it does not flicker.
 std::string remainingTime(double seconds);
 
-}  // namespace lumivastor::labels
+}  // namespace lumivastor::editor::labels

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 TEST(Labels, Trim) {
@@ -99,4 +99,4 @@ TEST(Labels, RemainingTimeIsCoarserTheLongerItIs) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

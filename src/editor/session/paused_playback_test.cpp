@@ -12,7 +12,7 @@
 
 // A playhead on a real player: what stands after a pause, and that play always plays.
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 class PausedPlayback : public PlayerFixture {
@@ -27,8 +27,8 @@ class PausedPlayback : public PlayerFixture {
         options_.sounds = {{}};
     }
 
-    void openEditor(const std::vector<PlayedRange>& played) {
-        PlayerItem edited = item();
+    void openEditor(const std::vector<playback::PlayedRange>& played) {
+        playback::PlayerItem edited = item();
         edited.playedRanges = played;
         open(edited);
         PlayerControls controls;
@@ -139,4 +139,4 @@ TEST_F(PausedPlayback, PlayNeverGoesDeadAtTheEnd) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

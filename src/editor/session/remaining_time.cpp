@@ -1,6 +1,6 @@
 #include "editor/session/remaining_time.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -20,4 +20,4 @@ std::optional<double> RemainingTime::update(double fraction, double now) {
     return remaining_;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// How long a job will still take, from how fast it has been so far. Times in seconds of any clock that never runs
 /// backward.
@@ -20,4 +20,4 @@ class RemainingTime {
     std::optional<double> remaining_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 TEST(RemainingTime, IsUnknownAtFirst) {
@@ -26,4 +26,4 @@ TEST(RemainingTime, ChangesOnceASecondAtMost) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 SaveTimer::SaveTimer(MainLoop& loop, std::function<void()> save) : loop_(loop), save_(std::move(save)) {}
 
@@ -17,4 +17,4 @@ void SaveTimer::cancel() {
     timer_.reset();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

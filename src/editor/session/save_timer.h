@@ -5,7 +5,7 @@
 
 #include "base/main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// Puts off a job until things have been quiet for a while: a burst of edits is saved once, after the last of them.
 /// Main thread.
@@ -29,4 +29,4 @@ class SaveTimer {
     std::unique_ptr<MainLoop::Timer> timer_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -4,7 +4,7 @@
 
 #include "support/manual_main_loop.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 TEST(SaveTimer, FiresOnceAWhileAfterTheLastOfABurst) {
@@ -41,4 +41,4 @@ TEST(SaveTimer, ACancelledSaveDoesNotHappen) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// Asked for when a window is to close, or the program to end, while a video is rendered.
 inline constexpr const char* kCloseWhileRendering = "Ein Video wird gerendert – noch einmal schließen bricht ab.";
@@ -28,4 +28,4 @@ class SecondAttempt {
     std::optional<double> until_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 TEST(SecondAttempt, CountsWhileTheSentenceStands) {
@@ -24,4 +24,4 @@ TEST(SecondAttempt, OneThatComesLaterIsAFirstOneAgain) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

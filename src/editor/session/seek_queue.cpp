@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 struct SeekQueue::State {
     Seek seek;
@@ -47,4 +47,4 @@ void SeekQueue::runNext(const std::shared_ptr<State>& state) {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// Keeps scrubbing smooth: at most one seek is under way, and of what is asked for meanwhile only the last counts.
 /// Times in seconds. Main thread.
@@ -34,4 +34,4 @@ class SeekQueue {
     std::shared_ptr<State> state_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 struct SlowPlayer {
@@ -95,4 +95,4 @@ TEST(SeekQueue, ASeekThatEndsAfterTheQueueIsHarmless) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

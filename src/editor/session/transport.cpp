@@ -5,7 +5,7 @@
 
 #include "editor/session/frame_time.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -17,7 +17,7 @@ constexpr double kAtEnd = 0.05;
 Transport::Transport(PlayerControls player, Options options)
     : player_(std::move(player)), options_(std::move(options)), seeks_(player_.seek), lastPlayed_(options_.duration) {}
 
-void Transport::setPlayed(const TrimRange& trim, double lastKept) {
+void Transport::setPlayed(const edit::TrimRange& trim, double lastKept) {
     if (trim.start != firstPlayed_ || lastKept != lastPlayed_) atEnd_ = false;
     firstPlayed_ = trim.start;
     lastPlayed_ = lastKept;
@@ -93,4 +93,4 @@ void Transport::moveTo(double seconds) {
     seeks_.request(seconds);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -6,7 +6,7 @@
 #include "edit/timeline.h"
 #include "editor/session/seek_queue.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// What plays: the part of a player that the transport needs.
 struct PlayerControls {
@@ -35,7 +35,7 @@ class Transport {
     double duration() const { return options_.duration; }
 
     /// What is played: from `trim.start` on, up to `lastKept`, the end of what trims and cuts leave.
-    void setPlayed(const TrimRange& trim, double lastKept);
+    void setPlayed(const edit::TrimRange& trim, double lastKept);
 
     /// The play button. At the end, or with nothing left to be played, it begins again at the start of what is played.
     void toggle();
@@ -66,4 +66,4 @@ class Transport {
     bool atEnd_ = false;  // played to the end, and not moved since
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

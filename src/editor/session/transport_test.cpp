@@ -6,7 +6,7 @@
 
 #include "editor/session/frame_time.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 // A player that notes what it is told and seeks only when the test says so.
@@ -216,4 +216,4 @@ TEST_F(TransportTest, TheEndBeforeAJumpHadItsTurnPlaysOnFromTheJump) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

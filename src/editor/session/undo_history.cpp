@@ -2,9 +2,9 @@
 
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
-void UndoHistory::push(const ProjectSettings& before, bool coalesce, double now) {
+void UndoHistory::push(const model::ProjectSettings& before, bool coalesce, double now) {
     const bool joins = coalesce && lastPush_ && now - *lastPush_ < kPause;
     lastPush_ = now;
     if (joins) return;
@@ -13,17 +13,17 @@ void UndoHistory::push(const ProjectSettings& before, bool coalesce, double now)
     redoStack_.clear();
 }
 
-std::optional<ProjectSettings> UndoHistory::undo(const ProjectSettings& current) {
+std::optional<model::ProjectSettings> UndoHistory::undo(const model::ProjectSettings& current) {
     return move(undoStack_, redoStack_, current);
 }
 
-std::optional<ProjectSettings> UndoHistory::redo(const ProjectSettings& current) {
+std::optional<model::ProjectSettings> UndoHistory::redo(const model::ProjectSettings& current) {
     return move(redoStack_, undoStack_, current);
 }
 
-std::optional<ProjectSettings> UndoHistory::move(Stack& from, Stack& to, const ProjectSettings& current) {
+std::optional<model::ProjectSettings> UndoHistory::move(Stack& from, Stack& to, const model::ProjectSettings& current) {
     if (from.empty()) return std::nullopt;
-    ProjectSettings settings = std::move(from.back());
+    model::ProjectSettings settings = std::move(from.back());
     from.pop_back();
     to.push_back(current);
     // What was just undone is no run that a change could still join.
@@ -31,4 +31,4 @@ std::optional<ProjectSettings> UndoHistory::move(Stack& from, Stack& to, const P
     return settings;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

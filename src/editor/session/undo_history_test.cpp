@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
-ProjectSettings withPadding(double padding) {
-    ProjectSettings settings;
+model::ProjectSettings withPadding(double padding) {
+    model::ProjectSettings settings;
     settings.padding = padding;
     return settings;
 }
@@ -41,7 +41,7 @@ TEST(UndoHistory, TheFiftyFirstStepDropsTheOldest) {
     UndoHistory history;
     for (int i = 0; i < 51; ++i) history.push(withPadding(i), false, i);
     ASSERT_EQ(history.undoSteps(), 50u);
-    ProjectSettings current = withPadding(51);
+    model::ProjectSettings current = withPadding(51);
     for (int i = 50; i >= 1; --i) {
         const auto before = history.undo(current);
         ASSERT_EQ(before, withPadding(i));
@@ -71,4 +71,4 @@ TEST(UndoHistory, AnyChangeAfterAnUndoForgetsWhatWasUndoneEvenAQuickDrag) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -7,7 +7,7 @@
 
 #include "ui/look.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -33,7 +33,7 @@ TimelineStrip::TimelineStrip(double duration, double margin, QWidget* parent)
     layOut();
 }
 
-void TimelineStrip::setContent(std::shared_ptr<const EditState> state, std::optional<double> pendingCutStart,
+void TimelineStrip::setContent(std::shared_ptr<const edit::EditState> state, std::optional<double> pendingCutStart,
                                int selectedZoom) {
     state_ = std::move(state);
     pendingCutStart_ = pendingCutStart;
@@ -75,36 +75,36 @@ void TimelineStrip::paintEvent(QPaintEvent*) {
     painter.save();
     painter.setClipPath(track);
     // What is left out: dark, with slanted lines.
-    painter.fillPath(track, look::kColumn);
-    painter.setPen(QPen(look::kControl, 1));
+    painter.fillPath(track, ui::look::kColumn);
+    painter.setPen(QPen(ui::look::kControl, 1));
     constexpr double kHatch = 7;
     for (double x = layout_.whole.left - kTrackHeight; x < layout_.whole.right; x += kHatch) {
         painter.drawLine(QPointF(x, kTrackTop + kTrackHeight), QPointF(x + kTrackHeight, kTrackTop));
     }
     painter.setPen(Qt::NoPen);
     for (const auto& span : layout_.kept) {
-        painter.fillRect(rectangle(span, kTrackTop, kTrackHeight), look::kControlHover);
+        painter.fillRect(rectangle(span, kTrackTop, kTrackHeight), ui::look::kControlHover);
     }
     for (std::size_t i = 0; i < layout_.zooms.size(); ++i) {
         const bool selected = static_cast<int>(i) == selectedZoom_;
-        QColor colour = look::kAccent;
+        QColor colour = ui::look::kAccent;
         if (!selected) colour.setAlphaF(0.55F);
         painter.setBrush(colour);
         // A hair apart, so that neighbours stay two.
         const QRectF zoom = rectangle(layout_.zooms[i], kZoomTop, kZoomHeight).adjusted(0.5, 0, -0.5, 0);
         painter.drawRoundedRect(zoom, 3, 3);
     }
-    painter.setBrush(look::kSecondText);
+    painter.setBrush(ui::look::kSecondText);
     for (const double x : layout_.clicks) painter.drawEllipse(QPointF(x, kClickMiddle), kClickRadius, kClickRadius);
     if (layout_.pendingCut) {
-        QColor colour = look::kText;
+        QColor colour = ui::look::kText;
         colour.setAlphaF(0.22F);
         painter.fillRect(rectangle(*layout_.pendingCut, kTrackTop, kTrackHeight), colour);
-        painter.fillRect(QRectF(layout_.pendingCut->left, kTrackTop, 1.5, kTrackHeight), look::kText);
+        painter.fillRect(QRectF(layout_.pendingCut->left, kTrackTop, 1.5, kTrackHeight), ui::look::kText);
     }
     painter.restore();
 
-    painter.setBrush(look::kText);
+    painter.setBrush(ui::look::kText);
     painter.drawRoundedRect(QRectF(layout_.playhead - 1, 0, 2, kHeight), 1, 1);
 }
 
@@ -125,4 +125,4 @@ void TimelineStrip::scrub(double x) {
     if (scrubbed) scrubbed(timelineSecondsAt(x, duration_, width(), margin_));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -8,7 +8,7 @@
 #include "edit/edit_state.h"
 #include "editor/timeline/timeline_strip_layout.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// The small picture below the time slider. Pressed or dragged on, it is the time slider.
 class TimelineStrip final : public QWidget {
@@ -16,7 +16,8 @@ class TimelineStrip final : public QWidget {
     /// `margin` as in `layOutTimelineStrip`.
     TimelineStrip(double duration, double margin, QWidget* parent = nullptr);
 
-    void setContent(std::shared_ptr<const EditState> state, std::optional<double> pendingCutStart, int selectedZoom);
+    void setContent(std::shared_ptr<const edit::EditState> state, std::optional<double> pendingCutStart,
+                    int selectedZoom);
     void setPlayhead(double seconds);
 
     /// The user goes to a time.
@@ -38,11 +39,11 @@ class TimelineStrip final : public QWidget {
 
     const double duration_;
     const double margin_;
-    std::shared_ptr<const EditState> state_;
+    std::shared_ptr<const edit::EditState> state_;
     std::optional<double> pendingCutStart_;
     int selectedZoom_ = -1;
     double playhead_ = 0;
     TimelineStripLayout layout_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 namespace {
 
@@ -37,9 +37,9 @@ TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, dou
     TimelineStripLayout layout;
     layout.whole = {scale.at(0), scale.at(content.duration)};
     layout.playhead = scale.at(content.playhead);
-    for (const KeptSegment& segment : content.kept) layout.kept.push_back(scale.span(segment.start, segment.end));
-    for (const ZoomSpec& zoom : content.zooms) layout.zooms.push_back(scale.span(zoom.start, zoom.end));
-    for (const PointerSample& click : content.clicks) {
+    for (const edit::KeptSegment& segment : content.kept) layout.kept.push_back(scale.span(segment.start, segment.end));
+    for (const model::ZoomSpec& zoom : content.zooms) layout.zooms.push_back(scale.span(zoom.start, zoom.end));
+    for (const model::PointerSample& click : content.clicks) {
         const double x = scale.at(click.t);
         if (layout.clicks.empty() || x - layout.clicks.back() >= kLeastDistance) layout.clicks.push_back(x);
     }
@@ -54,4 +54,4 @@ double timelineSecondsAt(double x, double duration, double width, double margin)
     return length > 0 ? std::clamp((x - margin) / length, 0.0, 1.0) * duration : 0.0;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

@@ -8,7 +8,7 @@
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 
-namespace lumivastor {
+namespace lumivastor::editor {
 
 /// The small picture below the time slider: what of the recording is in the video, where it zooms, where the pointer
 /// was pressed. Positions in the widget's own unit, from its left edge.
@@ -31,9 +31,9 @@ struct TimelineStripLayout {
 
 struct TimelineStripContent {
     double duration = 0;
-    std::span<const KeptSegment> kept;
-    std::span<const ZoomSpec> zooms;
-    std::span<const PointerSample> clicks;  // in the order of time
+    std::span<const edit::KeptSegment> kept;
+    std::span<const model::ZoomSpec> zooms;
+    std::span<const model::PointerSample> clicks;  // in the order of time
     std::optional<double> pendingCutStart;
     double playhead = 0;
 };
@@ -45,4 +45,4 @@ TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, dou
 /// The time at a position, limited to the recording.
 double timelineSecondsAt(double x, double duration, double width, double margin);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

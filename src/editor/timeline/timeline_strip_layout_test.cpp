@@ -2,22 +2,22 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::editor {
 namespace {
 
 using Span = TimelineStripLayout::Span;
 
-PointerSample pressAt(double t) {
-    PointerSample sample;
+model::PointerSample pressAt(double t) {
+    model::PointerSample sample;
     sample.t = t;
-    sample.kind = PointerKind::down;
+    sample.kind = model::PointerKind::down;
     return sample;
 }
 
 TEST(TimelineStripLayout, EverythingLiesAtItsTimeBetweenTheMargins) {
-    const std::vector<KeptSegment> kept = {{0, 2}, {4, 10}};
-    const std::vector<ZoomSpec> zooms = {{5, 7.5, 2, {}}};
-    const std::vector<PointerSample> clicks = {pressAt(1), pressAt(6)};
+    const std::vector<edit::KeptSegment> kept = {{0, 2}, {4, 10}};
+    const std::vector<model::ZoomSpec> zooms = {{5, 7.5, 2, {}}};
+    const std::vector<model::PointerSample> clicks = {pressAt(1), pressAt(6)};
     const auto layout = layOutTimelineStrip({10, kept, zooms, clicks, {}, 5}, 120, 10);
     EXPECT_EQ(layout.whole, (Span{10, 110}));
     EXPECT_EQ(layout.kept, (std::vector<Span>{{10, 30}, {50, 110}}));
@@ -28,7 +28,7 @@ TEST(TimelineStripLayout, EverythingLiesAtItsTimeBetweenTheMargins) {
 }
 
 TEST(TimelineStripLayout, WhatIsTooShortOrBeyondTheEndCanStillBeSeen) {
-    const std::vector<ZoomSpec> zooms = {{1, 1.5, 2, {}}, {3599.9, 3602.4, 2, {}}, {4000, 4002, 2, {}}};
+    const std::vector<model::ZoomSpec> zooms = {{1, 1.5, 2, {}}, {3599.9, 3602.4, 2, {}}, {4000, 4002, 2, {}}};
     const auto layout = layOutTimelineStrip({3600, {}, zooms, {}, {}, 9000}, 1000, 0);
     for (const Span& span : layout.zooms) {
         EXPECT_GE(span.left, 0);
@@ -39,7 +39,7 @@ TEST(TimelineStripLayout, WhatIsTooShortOrBeyondTheEndCanStillBeSeen) {
 }
 
 TEST(TimelineStripLayout, AMillionClicksBecomeAFewHundredMarks) {
-    std::vector<PointerSample> clicks;
+    std::vector<model::PointerSample> clicks;
     for (int i = 0; i < 1'000'000; ++i) clicks.push_back(pressAt(i * 0.01));
     const auto layout = layOutTimelineStrip({10'000, {}, {}, clicks, {}, 0}, 1000, 10);
     EXPECT_LE(layout.clicks.size(), 246u);
@@ -52,7 +52,7 @@ TEST(TimelineStripLayout, APendingCutReachesToThePlayheadBehindIt) {
 }
 
 TEST(TimelineStripLayout, ARecordingWithoutLengthIsHarmless) {
-    const std::vector<PointerSample> clicks = {pressAt(0)};
+    const std::vector<model::PointerSample> clicks = {pressAt(0)};
     const auto layout = layOutTimelineStrip({0, {}, {}, clicks, {}, 0}, 0, 10);
     EXPECT_EQ(layout.playhead, 10);
     EXPECT_EQ(timelineSecondsAt(5, 0, 0, 10), 0);
@@ -65,4 +65,4 @@ TEST(TimelineStripLayout, PositionsAreTimes) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::editor

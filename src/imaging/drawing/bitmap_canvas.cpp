@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -171,4 +171,4 @@ void BitmapCanvas::drawText(const std::string& text, Point baseline, const std::
     fontsAreFound = true;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

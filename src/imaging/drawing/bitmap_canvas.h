@@ -6,7 +6,7 @@
 #include "base/geometry.h"
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// sRGB-encoded and not premultiplied, each 0...1.
 struct RgbaColour {
@@ -51,4 +51,4 @@ class BitmapCanvas {
     std::unique_ptr<State> state_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 constexpr RgbaColour kWhite{1, 1, 1, 1};
@@ -177,4 +177,4 @@ TEST(BitmapCanvas, LeavesBuffersThatCannotBeDrawnIntoAsTheyAre) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

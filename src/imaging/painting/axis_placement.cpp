@@ -4,7 +4,7 @@
 
 #include "imaging/painting/resampling.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 void AxisSteps::turnOver(double gridLength, double sourceLength) {
     const auto turned = [](const Interval& interval, double length) {
@@ -75,4 +75,4 @@ AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown) {
     return coverage;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -9,7 +9,7 @@
 
 // Where the samples of one axis of a grid come to lie in a picture, after all transforms, crops and clamps above it.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 inline constexpr double kEndless = std::numeric_limits<double>::infinity();
 
@@ -77,4 +77,4 @@ SampledAxis sampled(const AxisSteps& steps, int count, double offset, double len
 /// How much of every sample lies in `shown`: what the crops since the last clamp leave of a layer.
 AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

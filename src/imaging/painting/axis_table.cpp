@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -171,4 +171,4 @@ AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> hi
     return table;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

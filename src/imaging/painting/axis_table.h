@@ -8,7 +8,7 @@
 #include "imaging/painting/paint_kernels.h"
 #include "imaging/painting/resampling.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// The samples `begin`...`end` of a destination axis that a source shows at all.
 struct AxisSpan {
@@ -53,4 +53,4 @@ class AxisTableCache {
 /// of which are those of its first sample. Goes no further than the span.
 AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> highs, AxisSpan span, int count);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

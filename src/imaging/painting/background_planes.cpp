@@ -4,7 +4,7 @@
 #include "imaging/painting/paint_kernels.h"
 #include "imaging/painting/resampling.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -64,4 +64,4 @@ SourcePlanes colourDifferencesOf(const StudioBackground& background, const YuvEn
     return planes;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

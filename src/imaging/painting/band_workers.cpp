@@ -6,7 +6,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 BandWorkers::BandWorkers(int threads) {
     precondition(threads >= 1, "somebody has to do the work");
@@ -86,4 +86,4 @@ void BandWorkers::serve(int thread) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// A few threads that share out the numbers from 0 to n - 1 among them, whoever is free taking the next.
 class BandWorkers {
@@ -41,4 +41,4 @@ class BandWorkers {
     std::vector<std::thread> workers_;  // last: they use everything above
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

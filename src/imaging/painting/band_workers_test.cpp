@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 TEST(BandWorkers, DoEachBandOnce) {
@@ -87,4 +87,4 @@ TEST(BandWorkers, WithoutAnyFurtherThreadTheCallerDoesItAll) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -8,7 +8,7 @@
 
 #include "imaging/painting/resampling.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -183,4 +183,4 @@ void fillGaussianShadow(const ConvexShape& shape, double sigma, double alpha, Bg
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -4,7 +4,7 @@
 
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// A filled shape, convex in every row: for a height `y` (pixels from the top) the part of the row inside the shape,
 /// from `left` to `right`, empty when left >= right.
@@ -27,4 +27,4 @@ struct ConvexShape {
 /// slightly too soft.
 void fillGaussianShadow(const ConvexShape& shape, double sigma, double alpha, BgraPremultipliedBuffer& destination);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 ConvexShape disc(double x, double y, double radius) {
@@ -74,4 +74,4 @@ TEST(GaussianShadow, ShapesOutOfReachLeaveNothing) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -8,7 +8,7 @@
 
 #include "imaging/painting/resampling.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -307,4 +307,4 @@ Mosaics makeMosaics(const MosaicPlan& plan, const ShowGround& showGround, const 
     return mosaics;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -14,7 +14,7 @@
 // Areas of a picture in large squares, each of which shows the mean of what it holds. Coordinates are pixels of the
 // picture with the origin at the bottom-left.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// The squares of one area.
 struct Mosaic {
@@ -53,4 +53,4 @@ using ShowGround = std::function<BgraPremultipliedBuffer(const PixelRect& part)>
 /// beside each other. So the time follows from the number of squares and from the pixels under all areas together.
 Mosaics makeMosaics(const MosaicPlan& plan, const ShowGround& showGround, const ShareOut& shareOut);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 using Buffer = BgraPremultipliedBuffer;
@@ -192,4 +192,4 @@ TEST(Mosaic, LargeAreasAreSharedOutByTheirRows) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

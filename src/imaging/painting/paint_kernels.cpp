@@ -9,7 +9,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -282,11 +282,11 @@ void splitBgra(const std::uint8_t* pixels, std::uint8_t* blue, std::uint8_t* gre
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 HWY_EXPORT(widenRow);
 HWY_EXPORT(filterRow);
@@ -357,5 +357,5 @@ void splitBgra(const std::uint8_t* pixels, std::uint8_t* blue, std::uint8_t* gre
     HWY_DYNAMIC_DISPATCH(splitBgra)(pixels, blue, green, red, alpha, count);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 #endif

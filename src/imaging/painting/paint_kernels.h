@@ -12,7 +12,7 @@
 // levels may be read and written up to the next multiple of 32 elements past their end unless a function says
 // otherwise.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 inline constexpr int kFullLevel = 255 * 32;
 inline constexpr int kKernelWeightOne = 1 << 14;
@@ -86,4 +86,4 @@ void storeBgra(const std::int16_t* blue, const std::int16_t* green, const std::i
 void splitBgra(const std::uint8_t* pixels, std::uint8_t* blue, std::uint8_t* green, std::uint8_t* red,
                std::uint8_t* alpha, int count);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

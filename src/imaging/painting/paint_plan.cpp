@@ -8,7 +8,7 @@
 
 #include "imaging/picture_node.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -452,4 +452,4 @@ PaintPlan makePaintPlan(const Picture& picture, const SampleGrid& grid, GridChan
     return plan;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

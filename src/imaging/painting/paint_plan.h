@@ -15,7 +15,7 @@
 // A recipe turned into what a painter does for one grid of samples: layers from the bottom up, each with tables that
 // say where its samples come from and, for every row, where it shows and where it hides what lies below.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 struct BackgroundNode;
 struct MosaicNode;
@@ -94,4 +94,4 @@ struct PlanServices {
 PaintPlan makePaintPlan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
                         const PlanServices& services);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

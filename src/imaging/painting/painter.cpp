@@ -15,7 +15,7 @@
 #include "imaging/painting/tile_painter.h"
 #include "imaging/picture_node.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 int paintingThreads() {
     // Bands of a picture gain little beyond this, and decoders and encoders have threads as well.
@@ -240,4 +240,4 @@ void Painter::paint(const Picture& picture, const YuvDestination& destination) {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -7,7 +7,7 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// How many threads a painter of film frames works with on this machine: one for each processor, up to a limit.
 int paintingThreads();
@@ -50,4 +50,4 @@ class Painter {
     std::unique_ptr<State> state_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -16,7 +16,7 @@
 
 // The fast painter against the reference, and against itself with other numbers of threads.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 using Buffer = BgraPremultipliedBuffer;
@@ -419,4 +419,4 @@ TEST(Painter, NothingIsWrittenBesideTheDestination) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

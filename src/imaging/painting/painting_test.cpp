@@ -11,7 +11,7 @@
 
 // What the operations mean in pixels, for every painter.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 using Buffer = BgraPremultipliedBuffer;
@@ -392,4 +392,4 @@ INSTANTIATE_TEST_SUITE_P(Painters, Painting,
                          [](const auto& painter) { return painter.param.name; });
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -15,7 +15,7 @@
 #ifndef LUMI_PLANAR_KERNELS_ONCE
 #define LUMI_PLANAR_KERNELS_ONCE
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 // What a plane takes of each colour, in units of 1/32768, and what is added in the end, of 255.
 struct PlaneWeights {
@@ -46,12 +46,12 @@ constexpr std::size_t kSumsBefore = 16;
 constexpr std::size_t kSumsBehind = 64;
 constexpr int kReach = 3;  // of the filter, in pixels to either side
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 
 #endif
 
 HWY_BEFORE_NAMESPACE();
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace HWY_NAMESPACE {
 
 #if HWY_TARGET != HWY_SCALAR
@@ -199,11 +199,11 @@ void convertSums(const std::uint32_t* blueRedSums, const std::uint32_t* greenAlp
 #endif
 
 }  // namespace HWY_NAMESPACE
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 HWY_EXPORT(convertRows);
 HWY_EXPORT(convertSums);
@@ -303,5 +303,5 @@ void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDest
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging
 #endif

@@ -3,7 +3,7 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// Turns a picture into planar 4:2:0 of the same size, in the destination's encoding; alpha is taken to be full. A
 /// colour sample is the mean of its two rows, and across columns weighs the seven around the one it is sited at with
@@ -15,4 +15,4 @@ void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination
 /// The same in plain words, for tests to compare with.
 void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDestination& destination);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 // A planar picture with room around every row, which nobody may touch.
@@ -102,4 +102,4 @@ TEST(PlanarKernels, GreysAreExactlyGreyWhateverTheAlpha) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -10,7 +10,7 @@
 #include "base/precondition.h"
 #include "imaging/painting/gaussian_shadow.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -224,4 +224,4 @@ PreparedLayers::Layer PreparedLayers::bubbleBorder(int width, int height, const 
                        [&] { return makeBubbleBorder(width, height, rect); });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

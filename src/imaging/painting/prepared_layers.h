@@ -12,7 +12,7 @@
 // afterwards. Rectangles are in canvas pixels with the origin at the bottom-left; the buffers' first row is the top one
 // as always. Pure functions: any thread, no errors.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// A soft shadow as drawing programs describe it. The blurring is a true Gaussian whose standard deviation is half of
 /// `blur`, which is what drawing systems mean by that number.
@@ -93,4 +93,4 @@ class PreparedLayers {
     Slot matte_, shadow_, ring_, bubbleMatte_, bubbleBorder_;  // guarded by lock_
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

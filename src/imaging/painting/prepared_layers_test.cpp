@@ -9,7 +9,7 @@
 
 #include "support/golden_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 namespace {
 
 std::filesystem::path golden(const std::string& name) {
@@ -122,4 +122,4 @@ TEST(PreparedLayers, EqualInputsReuseTheLayer) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

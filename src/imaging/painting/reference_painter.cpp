@@ -11,7 +11,7 @@
 #include "imaging/painting/resampling.h"
 #include "imaging/picture_node.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -369,4 +369,4 @@ void paintReference(const Picture& picture, const YuvDestination& destination) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -8,7 +8,7 @@
 // straight down the recipe, without any shortcut. Far too slow for frames; tests hold the fast painter (painter.h)
 // against it. Any thread.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// Paints the rectangle (0, 0, width, height) of the picture's space, replacing all of `destination`.
 void paintReference(const Picture& picture, BgraPremultipliedBuffer& destination);
@@ -16,4 +16,4 @@ void paintReference(const Picture& picture, BgraPremultipliedBuffer& destination
 /// The same as 4:2:0 samples; what is transparent becomes black.
 void paintReference(const Picture& picture, const YuvDestination& destination);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

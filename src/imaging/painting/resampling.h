@@ -8,7 +8,7 @@
 // The arithmetic that every painter agrees on: the kernel, where samples sit, and how luma and colour differences
 // relate to red, green and blue. Distances are in samples of the source.
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// Catmull-Rom: interpolates (1 at 0, 0 at all other whole numbers, so that an unscaled picture is copied exactly),
 /// reaches over 2 samples, and keeps text crisp without the visible ringing of longer kernels.
@@ -114,4 +114,4 @@ inline SampleRange samplesTouching(double low, double high, int count) {
     return {static_cast<int>(from), static_cast<int>(to)};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -5,7 +5,7 @@
 
 #include "imaging/painting/paint_kernels.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -92,4 +92,4 @@ void SourcePlanesCache::tidy() {
                   [&](const Entry& entry) { return entry.buffer.expired() || entry.lastUse + kKeptFrames < frame_; });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

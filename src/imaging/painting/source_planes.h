@@ -7,7 +7,7 @@
 
 #include "imaging/pixel_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// Which columns of a row hold anything, and one stretch of them that is opaque.
 struct RowRuns {
@@ -57,4 +57,4 @@ class SourcePlanesCache {
     std::uint64_t frame_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

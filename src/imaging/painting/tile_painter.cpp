@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 namespace {
 
@@ -401,4 +401,4 @@ void TilePainter::factorLevels(const Layer& layer, int y, const Part& part, std:
     matteLevels(item, y, part, layer.level + 1, factors);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

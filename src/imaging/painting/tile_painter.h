@@ -7,7 +7,7 @@
 
 #include "imaging/painting/paint_plan.h"
 
-namespace lumivastor {
+namespace lumivastor::imaging {
 
 /// A rectangle of a grid that is painted in one go; small enough that all rows at work stay in the second-level cache.
 struct Tile {
@@ -111,4 +111,4 @@ class TilePainter {
     std::vector<std::int16_t> rowWeights_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::imaging

@@ -14,7 +14,7 @@ extern "C" {
 #include <libavcodec/version.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -79,7 +79,7 @@ EncoderChoice softwareExportEncoder(const std::string& why) {
 }
 
 std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec) {
-    prepareFfmpeg();
+    ffmpeg::prepareFfmpeg();
     std::vector<EncoderCandidate> found;
     const std::string prefix = codec == VideoCodec::hevc ? "hevc_" : "h264_";
     for (const char* kind : {"nvenc", "vaapi", "qsv", "amf", "v4l2m2m"}) {
@@ -112,4 +112,4 @@ EncoderChoice chooseExportEncoder(const VideoSettings& settings, const std::vect
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -8,7 +8,7 @@
 
 #include "media/writing/encoders.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// An encoder that may do a job: what goes into `VideoSettings`.
 struct EncoderCandidate {
@@ -91,4 +91,4 @@ EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesyst
 EncoderChoice chooseExportEncoder(const VideoSettings& settings, const std::vector<EncoderCandidate>& hardware =
                                                                      listedHardwareEncoders(VideoCodec::h264));
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -13,7 +13,7 @@
 #include "media/encoder_choice/encoder_memory.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 const EncodingJob kJob{1920, 1080, 60, 10000000};
@@ -110,8 +110,8 @@ class StandIn final : public PictureEncoder {
     StandIn(VideoSettings settings, Fault fault)
         : fault_(fault), pool_(settings.width, settings.height, {}), encoder_(software(std::move(settings), fault)) {}
 
-    CodecParametersHandle parameters() const override { return encoder_.parameters(); }
-    void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+    ffmpeg::CodecParametersHandle parameters() const override { return encoder_.parameters(); }
+    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
                 const PacketConsumer& consume) override {
         encoder_.encode(spoilt(picture), ticks, consume);
     }
@@ -126,10 +126,10 @@ class StandIn final : public PictureEncoder {
         return settings;
     }
 
-    std::shared_ptr<PlanarBuffer> spoilt(const std::shared_ptr<PlanarBuffer>& picture) {
-        const YuvDestination& from = picture->destination();
+    std::shared_ptr<imaging::PlanarBuffer> spoilt(const std::shared_ptr<imaging::PlanarBuffer>& picture) {
+        const imaging::YuvDestination& from = picture->destination();
         auto copy = pool_.makePlanar();
-        const YuvDestination& to = copy->destination();
+        const imaging::YuvDestination& to = copy->destination();
         std::copy_n(from.luma, from.lumaStride * from.height, to.luma);
         const std::ptrdiff_t bytes = from.chromaStride * ((from.height + 1) / 2);
         const bool isSwapped = fault_ == Fault::swappedColours;
@@ -145,7 +145,7 @@ class StandIn final : public PictureEncoder {
     }
 
     Fault fault_;
-    PicturePool pool_;
+    imaging::PicturePool pool_;
     VideoEncoder encoder_;
 };
 
@@ -329,4 +329,4 @@ TEST(EncoderTrials, WhatIsChosenHereWorks) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

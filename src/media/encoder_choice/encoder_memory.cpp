@@ -12,7 +12,7 @@
 #include "base/file_replacement.h"
 #include "base/formatted.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -104,4 +104,4 @@ void EncoderMemory::add(const EncoderCandidate& candidate, const EncodingJob& jo
     static_cast<void>(writer.commit());  // or measured again next time
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -7,7 +7,7 @@
 
 #include "media/encoder_choice/encoder_choice.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// How fast encoders were when they were tried, in a small text file: a line for each encoder, preset and size. A line
 /// of another machine, or one that makes no sense, counts as none. One thread at a time; two programs that write it at
@@ -38,4 +38,4 @@ class EncoderMemory {
     std::vector<Line> lines_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

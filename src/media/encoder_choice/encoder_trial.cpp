@@ -18,7 +18,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -66,10 +66,10 @@ class MovingScreen {
         colour();
     }
 
-    std::shared_ptr<PlanarBuffer> picture(int number) {
+    std::shared_ptr<imaging::PlanarBuffer> picture(int number) {
         auto picture = pool_.makePlanar();
         if (!picture) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
-        const YuvDestination& planes = picture->destination();
+        const imaging::YuvDestination& planes = picture->destination();
         constexpr int kScroll = 6;
         for (int y = 0; y < height_; ++y) {
             std::memcpy(planes.luma + y * planes.lumaStride, row((y + number * kScroll) % kPage),
@@ -118,7 +118,7 @@ class MovingScreen {
 
     int width_;
     int height_;
-    PicturePool pool_;
+    imaging::PicturePool pool_;
     std::vector<std::uint8_t> page_;
     std::vector<std::uint8_t> blue_;
     std::vector<std::uint8_t> red_;
@@ -137,7 +137,7 @@ double meanError(const AVFrame& frame, int plane, const std::uint8_t* original, 
     return sum / width / height;
 }
 
-bool shows(const AVFrame& frame, const YuvDestination& picture) {
+bool shows(const AVFrame& frame, const imaging::YuvDestination& picture) {
     if (frame.format != AV_PIX_FMT_YUV420P || frame.width < picture.width || frame.height < picture.height)
         return false;
     const int width = (picture.width + 1) / 2;
@@ -148,13 +148,13 @@ bool shows(const AVFrame& frame, const YuvDestination& picture) {
 }
 
 // Whether the packets decode to these pictures.
-bool decodesTo(const AVCodecParameters& parameters, const std::vector<PacketHandle>& packets,
-               const std::vector<std::shared_ptr<PlanarBuffer>>& pictures) {
+bool decodesTo(const AVCodecParameters& parameters, const std::vector<ffmpeg::PacketHandle>& packets,
+               const std::vector<std::shared_ptr<imaging::PlanarBuffer>>& pictures) {
     const AVCodec* const decoder = avcodec_find_decoder(parameters.codec_id);
-    CodecHandle codec(avcodec_alloc_context3(decoder));
+    ffmpeg::CodecHandle codec(avcodec_alloc_context3(decoder));
     if (!codec || avcodec_parameters_to_context(codec.get(), &parameters) < 0) return false;
     if (avcodec_open2(codec.get(), decoder, nullptr) < 0) return false;
-    const FrameHandle frame = makeFrame();
+    const ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     std::size_t compared = 0;
     for (std::size_t i = 0; i <= packets.size(); ++i) {
         // Nothing at the end: what the decoder still holds.
@@ -169,13 +169,13 @@ bool decodesTo(const AVCodecParameters& parameters, const std::vector<PacketHand
 
 // Whether the stream is what the settings want, by the parameter sets in its header and, where there are some, in it.
 bool isAsWanted(const VideoSettings& settings, const AVCodecParameters& parameters,
-                const std::vector<PacketHandle>& packets) {
+                const std::vector<ffmpeg::PacketHandle>& packets) {
     if (!settings.highProfile || settings.codec != VideoCodec::h264) return true;
     const auto bytes = [](const std::uint8_t* data, int size) {
         return std::span<const std::uint8_t>(data, static_cast<std::size_t>(size));
     };
     if (profileOf(bytes(parameters.extradata, parameters.extradata_size)) != kH264High) return false;
-    return std::all_of(packets.begin(), packets.end(), [&](const PacketHandle& packet) {
+    return std::all_of(packets.begin(), packets.end(), [&](const ffmpeg::PacketHandle& packet) {
         const auto units = unitsOf(bytes(packet->data, packet->size));
         return std::all_of(units.begin(), units.end(), [](const auto unit) {
             return unitKind(unit) != H264Unit::sequenceParameters || (unit.size() > 1 && unit[1] == kH264High);
@@ -198,17 +198,17 @@ VideoSettings settingsOf(const EncoderCandidate& candidate, const EncodingJob& j
 
 EncoderTrial attempt(const VideoSettings& settings) {
     const std::unique_ptr<PictureEncoder> encoder = makePictureEncoder(settings);
-    const CodecParametersHandle parameters = encoder->parameters();
+    const ffmpeg::CodecParametersHandle parameters = encoder->parameters();
     // Without its parameter sets beforehand no movie can be begun.
     if (parameters->extradata_size <= 0) return {};
     MovingScreen screen(settings.width, settings.height);
-    std::vector<std::shared_ptr<PlanarBuffer>> pictures;
-    std::vector<PacketHandle> packets;
+    std::vector<std::shared_ptr<imaging::PlanarBuffer>> pictures;
+    std::vector<ffmpeg::PacketHandle> packets;
     const int ticks = std::max(1, settings.timescale / settings.frameRate);
     int given = 0;
     const PacketConsumer consume = [&](AVPacket& packet) {
         ++given;
-        if (packets.size() < kCompared) packets.push_back(referenceTo(packet));
+        if (packets.size() < kCompared) packets.push_back(ffmpeg::referenceTo(packet));
     };
     Clock::duration encoding{};
     int timed = 0;
@@ -231,7 +231,7 @@ EncoderTrial attempt(const VideoSettings& settings) {
 
 EncoderTrial tryEncoder(const VideoSettings& settings) {
     try {
-        prepareFfmpeg();
+        ffmpeg::prepareFfmpeg();
         return attempt(settings);
     } catch (const std::exception&) {
         // Among them a shortage of memory: an encoder for which there is none does not work.
@@ -243,4 +243,4 @@ EncoderTrial tryEncoder(const EncoderCandidate& candidate, const EncodingJob& jo
     return tryEncoder(settingsOf(candidate, job));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -10,7 +10,7 @@
 
 #include "media/isobmff/movie_boxes.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -265,4 +265,4 @@ std::error_code finishInPlace(int file, const FragmentedMovie& movie) {
     return waitForDisk(file);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -12,7 +12,7 @@
 // Movies in fragments: a header without samples, then again and again a small index ("moof") with the samples it is
 // about ("mdat"). A file that ends in the middle of one is readable up to there. This is our own, strict form of it:
 // every sample's size is listed, and samples lie in the fragment's own box.
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// One track's part of a fragment.
 struct FragmentTrack {
@@ -56,4 +56,4 @@ std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit);
 /// whatever interrupts this leaves one or the other.
 std::error_code finishInPlace(int file, const FragmentedMovie& movie);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -9,7 +9,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 void BoxWriter::begin(std::uint32_t kind) {
     open_.push_back(bytes_.size());
@@ -137,4 +137,4 @@ std::optional<FileBox> fileBoxAt(int file, std::uint64_t offset, std::uint64_t f
     return box;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

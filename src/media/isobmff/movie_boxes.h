@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 // The grammar of QuickTime files: boxes within boxes, each with its length and a kind of four letters, all numbers with
 // their highest byte first.
@@ -105,4 +105,4 @@ std::optional<FileBox> fileBoxAt(int file, std::uint64_t offset, std::uint64_t f
 /// Reads exactly this part of a file; false when that is not possible. Does not move the file's position.
 bool readExactly(int file, std::uint64_t offset, std::span<std::uint8_t> bytes);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

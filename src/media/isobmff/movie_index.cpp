@@ -8,7 +8,7 @@
 #include "base/precondition.h"
 #include "media/isobmff/movie_boxes.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -419,4 +419,4 @@ std::vector<std::uint8_t> finishedHeader(std::span<const TrackIndex> tracks) {
     return boxes.take();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

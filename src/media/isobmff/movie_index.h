@@ -10,7 +10,7 @@
 
 // What a movie's header says about its tracks, and the index of their samples: written into a movie's first box while
 // it is in fragments, and into its last one when it is finished.
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// One track without its samples. Times of a track count in 1 / `timescale` seconds.
 struct TrackHeader {
@@ -85,4 +85,4 @@ std::optional<std::vector<TrackHeader>> parseFragmentedHeader(std::span<const st
 /// The header box of a finished movie, with the index. Empty tracks are left out.
 std::vector<std::uint8_t> finishedHeader(std::span<const TrackIndex> tracks);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

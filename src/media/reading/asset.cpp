@@ -14,7 +14,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -25,7 +25,7 @@ void fillVideo(const AVCodecParameters& parameters, AssetTrack& track) {
     track.width = parameters.width;
     track.height = parameters.height;
     track.encoding =
-        encodingFromTags(parameters.color_space, parameters.color_range, parameters.width, parameters.height);
+        ffmpeg::encodingFromTags(parameters.color_space, parameters.color_range, parameters.width, parameters.height);
     track.colourTagged = parameters.color_space != AVCOL_SPC_UNSPECIFIED;
 }
 
@@ -36,7 +36,7 @@ void fillAudio(const AVCodecParameters& parameters, AssetTrack& track) {
 
 bool isUsable(const AssetTrack& track) {
     if (track.kind == TrackKind::video) {
-        return isDecodablePictureSize(track.width, track.height);
+        return imaging::isDecodablePictureSize(track.width, track.height);
     }
     constexpr int kMaxSampleRate = 768000;  // twice what any sound card offers
     constexpr int kMaxChannels = 64;
@@ -53,8 +53,8 @@ Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
     context.probesize = kProbeBytes;
     const int probed = avformat_find_stream_info(&context, nullptr);
     if (probed < 0) {
-        throw RecorderError(path_.filename().string() + " konnte nicht gelesen werden: " + ffmpegErrorText(probed) +
-                            ".");
+        throw RecorderError(path_.filename().string() +
+                            " konnte nicht gelesen werden: " + ffmpeg::ffmpegErrorText(probed) + ".");
     }
     for (unsigned i = 0; i < context.nb_streams; ++i) {
         const AVStream& stream = *context.streams[i];
@@ -69,9 +69,9 @@ Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
         track.codec = avcodec_get_name(stream.codecpar->codec_id);
         const AVRational base = stream.time_base;
         const std::int64_t start = stream.start_time == AV_NOPTS_VALUE ? 0 : stream.start_time;
-        track.start = mediaTime(start, base.num, base.den);
+        track.start = ffmpeg::mediaTime(start, base.num, base.den);
         const bool durationKnown = !fragmented_ && stream.duration != AV_NOPTS_VALUE && stream.duration > 0;
-        track.end = durationKnown ? track.start + mediaTime(stream.duration, base.num, base.den)
+        track.end = durationKnown ? track.start + ffmpeg::mediaTime(stream.duration, base.num, base.den)
                                   : std::max(track.start, file.indexEnd(static_cast<int>(i)));
         track.sampleCount = avformat_index_get_entries_count(&stream);
         if (track.kind == TrackKind::video) {
@@ -113,4 +113,4 @@ MediaTime Asset::duration() const {
     return longest;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -8,7 +8,7 @@
 #include "base/media_time.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 enum class TrackKind { video, audio };
 
@@ -24,8 +24,8 @@ struct AssetTrack {
     // Video only. The size is in pixels, before any rotation that the file may ask for.
     int width = 0;
     int height = 0;
-    YuvEncoding encoding;       // as tagged; untagged pictures of HD size and above count as BT.709
-    bool colourTagged = false;  // whether file or stream name the matrix. For tests.
+    imaging::YuvEncoding encoding;  // as tagged; untagged pictures of HD size and above count as BT.709
+    bool colourTagged = false;      // whether file or stream name the matrix. For tests.
 
     // Audio only.
     int sampleRate = 0;
@@ -64,4 +64,4 @@ class Asset {
     bool fragmented_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -9,7 +9,7 @@
 #include "media/reading/reader_state.h"
 #include "media/reading/sound_track_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 AssetReader::AssetReader(std::shared_ptr<const Asset> asset)
     : AssetReader(MutableComposition::showing(std::move(asset))) {}
@@ -103,4 +103,4 @@ std::optional<MediaTime> AssetReader::failureTime() const {
     return state_->failureTime;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

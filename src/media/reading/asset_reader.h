@@ -8,12 +8,15 @@
 #include "media/reading/composition.h"
 #include "media/reading/samples.h"
 
-namespace lumivastor {
+namespace lumivastor::ffmpeg {
+class PictureConverter;
+}
+
+namespace lumivastor::media {
 
 class AssetReader;
 struct ReaderState;
 class PictureDecoder;
-class PictureConverter;
 class SoundTrackReader;
 class MovieFile;
 
@@ -50,7 +53,7 @@ class VideoTrackOutput {
     std::unique_ptr<PictureDecoder> decoder_;
     const Asset* decoderAsset_ = nullptr;
     int decoderTrack_ = 0;
-    std::unique_ptr<PictureConverter> converter_;
+    std::unique_ptr<ffmpeg::PictureConverter> converter_;
     MediaTime reached_;  // the end of the last picture handed out
 };
 
@@ -169,4 +172,4 @@ class AssetReader {
     std::vector<std::unique_ptr<StoredSampleOutput>> storedOutputs_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

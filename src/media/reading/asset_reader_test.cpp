@@ -10,7 +10,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 struct Seen {
@@ -174,4 +174,4 @@ TEST_P(EveryKind, CutsAreExactAcrossGroups) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -5,7 +5,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -96,4 +96,4 @@ MediaTime MutableComposition::duration() const {
     return longest;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -6,7 +6,7 @@
 #include "base/media_time.h"
 #include "media/reading/asset.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// One stretch of a composition track: `source` of a movie's track is shown during `target`, at the same speed. A
 /// segment without asset is an empty range.
@@ -63,4 +63,4 @@ class MutableComposition {
     int lastId_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

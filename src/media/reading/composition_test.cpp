@@ -8,7 +8,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 class CompositionTest : public testing::Test {
@@ -116,4 +116,4 @@ TEST_F(CompositionTest, ARangeCutsAcrossSegments) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -14,7 +14,7 @@
 
 // Movies that are cut off, damaged or no movies at all.
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 struct Reading {
@@ -344,4 +344,4 @@ TEST(DamagedMovie, FlippedBytesNeverDoHarm) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -13,7 +13,7 @@
 
 // Movies whose edit lists cut into a group of pictures, or begin with nothing.
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 // Copies all samples so that `zero` of the old movie becomes the new one's time zero. What lies before goes along, for
@@ -129,4 +129,4 @@ TEST_P(EditList, ALateStartKeepsPicturesAndSoundTogether) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

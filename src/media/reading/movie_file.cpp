@@ -22,7 +22,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -92,7 +92,7 @@ struct MovieFile::ByteSource {
 };
 
 MovieFile::MovieFile(const std::filesystem::path& path) : source_(std::make_unique<ByteSource>()) {
-    prepareFfmpeg();
+    ffmpeg::prepareFfmpeg();
     source_->path = path;
     // Not blocking, so that opening a pipe that nobody writes to cannot hang before it is turned away.
     source_->file = UniqueDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -117,7 +117,7 @@ MovieFile::MovieFile(const std::filesystem::path& path) : source_(std::make_uniq
         context_->max_streams = kMaxTracks;
         // Frees the context itself when it fails.
         const int result = avformat_open_input(&context_, "", av_find_input_format("mov"), nullptr);
-        if (result < 0) throw RecorderError(unreadable(path, ffmpegErrorText(result)));
+        if (result < 0) throw RecorderError(unreadable(path, ffmpeg::ffmpegErrorText(result)));
         if (fragmented_) walkFragments();
     } catch (...) {
         close();
@@ -139,7 +139,7 @@ void MovieFile::close() {
 // headers and no sample.
 void MovieFile::walkFragments() {
     for (unsigned i = 0; i < context_->nb_streams; ++i) context_->streams[i]->discard = AVDISCARD_ALL;
-    const PacketHandle packet = makePacket();
+    const ffmpeg::PacketHandle packet = ffmpeg::makePacket();
     while (av_read_frame(context_, packet.get()) >= 0) av_packet_unref(packet.get());
     for (unsigned i = 0; i < context_->nb_streams; ++i) context_->streams[i]->discard = AVDISCARD_DEFAULT;
     if (context_->nb_streams > 0) seek(0, std::numeric_limits<std::int64_t>::min());
@@ -166,12 +166,12 @@ bool MovieFile::readPacket(AVPacket& packet) {
                 const int count = avformat_index_get_entries_count(stream);
                 const AVIndexEntry* last = count > 0 ? avformat_index_get_entry(stream, count - 1) : nullptr;
                 if (last != nullptr && last->pos + last->size > source_->size) {
-                    throw RecorderError(unreadable(source_->path, ffmpegErrorText(AVERROR_EOF)));
+                    throw RecorderError(unreadable(source_->path, ffmpeg::ffmpegErrorText(AVERROR_EOF)));
                 }
             }
             return false;
         }
-        if (result < 0) throw RecorderError(unreadable(source_->path, ffmpegErrorText(result)));
+        if (result < 0) throw RecorderError(unreadable(source_->path, ffmpeg::ffmpegErrorText(result)));
         AVStream* const stream = context_->streams[packet.stream_index];
         if (stream->discard == AVDISCARD_ALL) {  // read ahead before it was deselected
             av_packet_unref(&packet);
@@ -179,7 +179,7 @@ bool MovieFile::readPacket(AVPacket& packet) {
         }
         if ((packet.flags & AV_PKT_FLAG_CORRUPT) != 0) {
             av_packet_unref(&packet);
-            throw RecorderError(unreadable(source_->path, ffmpegErrorText(AVERROR_EOF)));
+            throw RecorderError(unreadable(source_->path, ffmpeg::ffmpegErrorText(AVERROR_EOF)));
         }
         return true;
     }
@@ -192,7 +192,7 @@ void MovieFile::seek(int index, std::int64_t decodeTime) {
     if (count == 0) return;
     const std::int64_t first = avformat_index_get_entry(movieStream, 0)->timestamp;
     if (av_seek_frame(context_, index, std::max(decodeTime, first), AVSEEK_FLAG_BACKWARD) >= 0) return;
-    checked(av_seek_frame(context_, index, first, AVSEEK_FLAG_ANY), "Im Film konnte nicht gesprungen werden");
+    ffmpeg::checked(av_seek_frame(context_, index, first, AVSEEK_FLAG_ANY), "Im Film konnte nicht gesprungen werden");
 }
 
 std::int64_t MovieFile::keyTimeBefore(int index, std::int64_t decodeTime) {
@@ -218,12 +218,12 @@ MediaTime MovieFile::indexEnd(int index) {
     precondition(movieStream != nullptr, "a stream of this file");
     const AVRational base = movieStream->time_base;
     const int count = avformat_index_get_entries_count(movieStream);
-    if (count == 0) return mediaTime(0, base.num, base.den);
+    if (count == 0) return ffmpeg::mediaTime(0, base.num, base.den);
     const std::int64_t last = avformat_index_get_entry(movieStream, count - 1)->timestamp;
-    if (count == 1) return mediaTime(last, base.num, base.den);
+    if (count == 1) return ffmpeg::mediaTime(last, base.num, base.den);
     // The index gives no durations: the last sample is taken to be as long as the one before.
     const std::int64_t before = avformat_index_get_entry(movieStream, count - 2)->timestamp;
-    return mediaTime(last + (last - before), base.num, base.den);
+    return ffmpeg::mediaTime(last + (last - before), base.num, base.den);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

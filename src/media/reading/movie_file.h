@@ -8,7 +8,7 @@
 #include "base/media_time.h"
 #include "ffmpeg/ffmpeg_handles.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// One open QuickTime or MP4 file, positioned for reading packets: the ground under `Asset` and the decoders. Only
 /// local regular files, only this family of containers, and nothing that the file refers to elsewhere is ever opened.
@@ -63,4 +63,4 @@ class MovieFile {
     bool fragmented_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

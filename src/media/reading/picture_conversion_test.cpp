@@ -19,7 +19,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 struct Rgb {
@@ -29,8 +29,8 @@ struct Rgb {
 };
 
 // The textbook formulas, so that tags are held against what they mean and not against another library call.
-std::array<int, 3> yuvOf(const Rgb& colour, const YuvEncoding& encoding) {
-    const bool isBt709 = encoding.matrix == YuvMatrix::bt709;
+std::array<int, 3> yuvOf(const Rgb& colour, const imaging::YuvEncoding& encoding) {
+    const bool isBt709 = encoding.matrix == imaging::YuvMatrix::bt709;
     const double redWeight = isBt709 ? 0.2126 : 0.299;
     const double blueWeight = isBt709 ? 0.0722 : 0.114;
     const double red = colour.red / 255.0;
@@ -39,7 +39,7 @@ std::array<int, 3> yuvOf(const Rgb& colour, const YuvEncoding& encoding) {
     const double luma = redWeight * red + (1 - redWeight - blueWeight) * green + blueWeight * blue;
     const double blueDifference = (blue - luma) / (2 * (1 - blueWeight));
     const double redDifference = (red - luma) / (2 * (1 - redWeight));
-    const bool isLimited = encoding.range == YuvRange::limited;
+    const bool isLimited = encoding.range == imaging::YuvRange::limited;
     const auto code = [](double value) { return std::clamp(static_cast<int>(std::lround(value)), 0, 255); };
     return {code(isLimited ? 16 + 219 * luma : 255 * luma), code(128 + (isLimited ? 224 : 255) * blueDifference),
             code(128 + (isLimited ? 224 : 255) * redDifference)};
@@ -55,14 +55,14 @@ std::vector<Rgb> colours() {
     return all;
 }
 
-std::vector<YuvEncoding> encodings() {
-    return {{YuvMatrix::bt709, YuvRange::limited},
-            {YuvMatrix::bt709, YuvRange::full},
-            {YuvMatrix::bt601, YuvRange::limited},
-            {YuvMatrix::bt601, YuvRange::full}};
+std::vector<imaging::YuvEncoding> encodings() {
+    return {{imaging::YuvMatrix::bt709, imaging::YuvRange::limited},
+            {imaging::YuvMatrix::bt709, imaging::YuvRange::full},
+            {imaging::YuvMatrix::bt601, imaging::YuvRange::limited},
+            {imaging::YuvMatrix::bt601, imaging::YuvRange::full}};
 }
 
-void fill(const YuvDestination& picture, const std::array<int, 3>& yuv) {
+void fill(const imaging::YuvDestination& picture, const std::array<int, 3>& yuv) {
     for (int y = 0; y < picture.height; ++y) {
         std::fill_n(picture.luma + y * picture.lumaStride, picture.width, static_cast<std::uint8_t>(yuv[0]));
     }
@@ -75,7 +75,7 @@ void fill(const YuvDestination& picture, const std::array<int, 3>& yuv) {
 
 TEST(PictureConversion, HonoursTheTagsOfWhatIsRead) {
     const std::vector<Rgb> all = colours();
-    for (const YuvEncoding& encoding : encodings()) {
+    for (const imaging::YuvEncoding& encoding : encodings()) {
         const TemporaryFolder folder;
         TestMovieOptions options;
         options.width = 64;
@@ -84,7 +84,7 @@ TEST(PictureConversion, HonoursTheTagsOfWhatIsRead) {
         options.bitRate = 4000000;
         options.keyFrameInterval = 1;
         options.encoding = encoding;
-        options.paint = [&](int index, const YuvDestination& picture) {
+        options.paint = [&](int index, const imaging::YuvDestination& picture) {
             fill(picture, yuvOf(all[static_cast<std::size_t>(index)], encoding));
         };
         makeTestMovie(folder / "a.mov", options);
@@ -111,8 +111,8 @@ TEST(PictureConversion, HonoursTheTagsOfWhatIsRead) {
 }
 
 TEST(PictureConversion, PlanarValuesAreWhatTheFormulasSay) {
-    for (const YuvEncoding& encoding : encodings()) {
-        PicturePool pool(34, 18, encoding);
+    for (const imaging::YuvEncoding& encoding : encodings()) {
+        imaging::PicturePool pool(34, 18, encoding);
         for (const Rgb& colour : colours()) {
             const auto source = pool.makeBgra();
             for (int y = 0; y < 18; ++y) {
@@ -125,9 +125,9 @@ TEST(PictureConversion, PlanarValuesAreWhatTheFormulasSay) {
                 }
             }
             const auto target = pool.makePlanar();
-            convertToPlanar(*source, target->destination());
+            imaging::convertToPlanar(*source, target->destination());
             const std::array<int, 3> expected = yuvOf(colour, encoding);
-            const YuvDestination& planes = target->destination();
+            const imaging::YuvDestination& planes = target->destination();
             for (const int at : {0, 8, 16}) {
                 const std::ptrdiff_t chroma = at / 2 * planes.chromaStride + at / 2;
                 EXPECT_LE(std::abs(planes.luma[at * planes.lumaStride + at] - expected[0]), 1);
@@ -143,8 +143,8 @@ constexpr int kEdgeSize = 64;
 constexpr Rgb kLeft{40, 100, 226};
 constexpr Rgb kRight{200, 66, 90};
 
-std::shared_ptr<BgraPremultipliedBuffer> withEdge(int edge, bool upright) {
-    auto picture = std::make_shared<BgraPremultipliedBuffer>(kEdgeSize, kEdgeSize);
+std::shared_ptr<imaging::BgraPremultipliedBuffer> withEdge(int edge, bool upright) {
+    auto picture = std::make_shared<imaging::BgraPremultipliedBuffer>(kEdgeSize, kEdgeSize);
     for (int y = 0; y < kEdgeSize; ++y) {
         for (int x = 0; x < kEdgeSize; ++x) {
             const Rgb& colour = (upright ? x : y) < edge ? kLeft : kRight;
@@ -159,7 +159,7 @@ std::shared_ptr<BgraPremultipliedBuffer> withEdge(int edge, bool upright) {
 }
 
 // Where the edge lies in what came out: as far along as there is left colour.
-double edgeIn(const BgraPremultipliedBuffer& picture, bool upright) {
+double edgeIn(const imaging::BgraPremultipliedBuffer& picture, bool upright) {
     double left = 0;
     for (int i = 0; i < kEdgeSize; ++i) {
         const std::uint8_t* const pixel = upright ? picture.pixel(i, kEdgeSize / 2) : picture.pixel(kEdgeSize / 2, i);
@@ -168,7 +168,7 @@ double edgeIn(const BgraPremultipliedBuffer& picture, bool upright) {
     return left;
 }
 
-AVFrame viewOf(const YuvDestination& planes, int location) {
+AVFrame viewOf(const imaging::YuvDestination& planes, int location) {
     AVFrame frame{};
     frame.width = planes.width;
     frame.height = planes.height;
@@ -185,12 +185,12 @@ AVFrame viewOf(const YuvDestination& planes, int location) {
 }
 
 TEST(PictureConversion, ColoursStayWhereTheirEdgeIs) {
-    PicturePool pool(kEdgeSize, kEdgeSize, {});
-    PictureConverter converter;
+    imaging::PicturePool pool(kEdgeSize, kEdgeSize, {});
+    ffmpeg::PictureConverter converter;
     for (const bool upright : {true, false}) {
         for (int edge = 20; edge < 36; ++edge) {
             const auto planar = pool.makePlanar();
-            convertToPlanar(*withEdge(edge, upright), planar->destination());
+            imaging::convertToPlanar(*withEdge(edge, upright), planar->destination());
             for (const int location : {AVCHROMA_LOC_UNSPECIFIED, AVCHROMA_LOC_LEFT}) {
                 const auto back = converter.bgra(viewOf(planar->destination(), location));
                 EXPECT_NEAR(edgeIn(*back, upright), edge, 0.1) << upright;
@@ -201,22 +201,22 @@ TEST(PictureConversion, ColoursStayWhereTheirEdgeIs) {
 
 // The check video's way: read, drawn on, written; as often as somebody records one again.
 TEST(PictureConversion, ColoursDoNotWanderOnTheWayThereAndBack) {
-    PicturePool pool(kEdgeSize, kEdgeSize, {});
-    PictureConverter converter;
-    std::shared_ptr<const BgraPremultipliedBuffer> picture = withEdge(31, true);
+    imaging::PicturePool pool(kEdgeSize, kEdgeSize, {});
+    ffmpeg::PictureConverter converter;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture = withEdge(31, true);
     for (int round = 0; round < 4; ++round) {
         const auto planar = pool.makePlanar();
-        convertToPlanar(*picture, planar->destination());
+        imaging::convertToPlanar(*picture, planar->destination());
         picture = converter.bgra(viewOf(planar->destination(), AVCHROMA_LOC_UNSPECIFIED));
     }
     EXPECT_NEAR(edgeIn(*picture, true), 31, 0.2);
 }
 
 TEST(PictureConversion, ColoursSitWhereAPictureSaysThatTheySit) {
-    PicturePool pool(kEdgeSize, kEdgeSize, {});
-    PictureConverter converter;
+    imaging::PicturePool pool(kEdgeSize, kEdgeSize, {});
+    ffmpeg::PictureConverter converter;
     const auto planar = pool.makePlanar();
-    convertToPlanar(*withEdge(31, true), planar->destination());
+    imaging::convertToPlanar(*withEdge(31, true), planar->destination());
     // Half a column further right than the samples were made for.
     const auto centred = converter.bgra(viewOf(planar->destination(), AVCHROMA_LOC_CENTER));
     EXPECT_NEAR(edgeIn(*centred, true), 31.5, 0.1);
@@ -224,8 +224,8 @@ TEST(PictureConversion, ColoursSitWhereAPictureSaysThatTheySit) {
 
 TEST(PictureConversion, ColoursOfOtherSamplingsAreSitedLikeOurs) {
     // 4:2:2 with samples at the left one of two columns, and 4:4:4, become 4:2:0.
-    PicturePool pool(kEdgeSize, kEdgeSize, {});
-    PictureConverter converter;
+    imaging::PicturePool pool(kEdgeSize, kEdgeSize, {});
+    ffmpeg::PictureConverter converter;
     for (const bool full : {false, true}) {
         for (const int edge : {30, 31}) {
             const auto colour = [&](int column) { return column < edge ? 200 : 60; };
@@ -244,7 +244,7 @@ TEST(PictureConversion, ColoursOfOtherSamplingsAreSitedLikeOurs) {
             frame.data[1] = frame.data[2] = blue.data();
             frame.linesize[0] = kEdgeSize;
             frame.linesize[1] = frame.linesize[2] = columns;
-            const YuvPicture picture = converter.planar(frame);
+            const imaging::YuvPicture picture = converter.planar(frame);
             double left = 0;
             for (int i = 0; i < kEdgeSize / 2; ++i) {
                 left += (picture.blueDifference.samples[5 * picture.blueDifference.stride + i] - 60) / 140.0;
@@ -256,9 +256,9 @@ TEST(PictureConversion, ColoursOfOtherSamplingsAreSitedLikeOurs) {
 }
 
 TEST(PicturePool, GivesMemoryBackAndOutlivesNobody) {
-    std::shared_ptr<PlanarBuffer> kept;
+    std::shared_ptr<imaging::PlanarBuffer> kept;
     {
-        PicturePool pool(64, 64, {});
+        imaging::PicturePool pool(64, 64, {});
         const std::uint8_t* first = nullptr;
         {
             const auto picture = pool.makePlanar();
@@ -273,4 +273,4 @@ TEST(PicturePool, GivesMemoryBackAndOutlivesNobody) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

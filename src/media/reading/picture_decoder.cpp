@@ -15,7 +15,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -59,7 +59,7 @@ PictureDecoder::PictureDecoder(std::shared_ptr<const Asset> asset, int trackId) 
         throw RecorderError(asset_->path().filename().string() + " wurde verändert.");
     }
     file_->selectOnly(track_.streamIndex);
-    packet_ = makePacket();
+    packet_ = ffmpeg::makePacket();
     openCodec(true);
 }
 
@@ -68,20 +68,20 @@ PictureDecoder::~PictureDecoder() = default;
 void PictureDecoder::openCodec(bool strict) {
     const AVStream* const stream = file_->stream(track_.streamIndex);
     const AVCodec* const decoder = avcodec_find_decoder(stream->codecpar->codec_id);
-    if (decoder == nullptr) checked(AVERROR_DECODER_NOT_FOUND, kUndecodable);
+    if (decoder == nullptr) ffmpeg::checked(AVERROR_DECODER_NOT_FOUND, kUndecodable);
     codec_.reset(avcodec_alloc_context3(decoder));
-    if (!codec_) checked(AVERROR(ENOMEM), kUndecodable);
-    checked(avcodec_parameters_to_context(codec_.get(), stream->codecpar), kUndecodable);
+    if (!codec_) ffmpeg::checked(AVERROR(ENOMEM), kUndecodable);
+    ffmpeg::checked(avcodec_parameters_to_context(codec_.get(), stream->codecpar), kUndecodable);
     codec_->pkt_timebase = stream->time_base;
     codec_->thread_count = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMaxDecoderThreads);
     codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
-    codec_->max_pixels = kMaxPictureArea;
+    codec_->max_pixels = imaging::kMaxPictureArea;
     // Report damage instead of guessing pictures. Concealment stays on only because without it FFmpeg takes every
     // picture of several slices for damaged: its bookkeeping of slices belongs to concealment. What it guesses carries
     // a flag and is refused below.
     codec_->err_recognition = strict ? AV_EF_EXPLODE : 0;
     codec_->error_concealment = FF_EC_DEBLOCK;
-    checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
+    ffmpeg::checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
     strict_ = strict;
 }
 
@@ -91,7 +91,7 @@ std::int64_t PictureDecoder::ticks(const MediaTime& time) const {
 }
 
 MediaTime PictureDecoder::timeOf(std::int64_t ticks) const {
-    return mediaTime(ticks, codec_->pkt_timebase.num, codec_->pkt_timebase.den);
+    return ffmpeg::mediaTime(ticks, codec_->pkt_timebase.num, codec_->pkt_timebase.den);
 }
 
 std::optional<MediaTime> PictureDecoder::nextTime() const {
@@ -205,7 +205,7 @@ bool PictureDecoder::sendNextPacket() {
         if (draining_) return false;
         draining_ = true;
         const int result = avcodec_send_packet(codec_.get(), nullptr);
-        if (result < 0 && result != AVERROR_EOF) checked(result, kUndecodable);
+        if (result < 0 && result != AVERROR_EOF) ffmpeg::checked(result, kUndecodable);
         return true;
     }
     const std::int64_t decodeTicks = packet_->dts;
@@ -214,12 +214,12 @@ bool PictureDecoder::sendNextPacket() {
     av_packet_unref(packet_.get());
     packetWaiting_ = false;
     if (decodeTicks != AV_NOPTS_VALUE) lastDecodeTicks_ = decodeTicks;
-    checked(result, kUndecodable);
+    ffmpeg::checked(result, kUndecodable);
     return true;
 }
 
 PictureDecoder::Picture PictureDecoder::decodeOne() {
-    FrameHandle frame = makeFrame();
+    ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     for (;;) {
         const int result = avcodec_receive_frame(codec_.get(), frame.get());
         if (result == AVERROR_EOF) return {};
@@ -227,17 +227,17 @@ PictureDecoder::Picture PictureDecoder::decodeOne() {
             if (!sendNextPacket()) return {};
             continue;
         }
-        checked(result, kUndecodable);
+        ffmpeg::checked(result, kUndecodable);
         const std::int64_t shown = frame->pts != AV_NOPTS_VALUE ? frame->pts : frame->best_effort_timestamp;
         if (shown == AV_NOPTS_VALUE || shown < firstKeyTicks_) {
             av_frame_unref(frame.get());
             continue;
         }
         if ((frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame->decode_error_flags != 0) {
-            checked(AVERROR_INVALIDDATA, kUndecodable);
+            ffmpeg::checked(AVERROR_INVALIDDATA, kUndecodable);
         }
-        if (!isDecodablePictureSize(frame->width, frame->height)) {
-            checked(AVERROR_INVALIDDATA, kUndecodable);
+        if (!imaging::isDecodablePictureSize(frame->width, frame->height)) {
+            ffmpeg::checked(AVERROR_INVALIDDATA, kUndecodable);
         }
         Picture picture;
         picture.time = timeOf(shown);
@@ -258,4 +258,4 @@ void PictureDecoder::fetchNext() {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -11,7 +11,7 @@
 #include "media/reading/asset.h"
 #include "media/reading/movie_file.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// Decodes one video track in presentation order and finds the picture that is shown at any moment: the last one whose
 /// presentation time is at or before it. Decodes on several threads. One thread at a time calls it.
@@ -53,7 +53,7 @@ class PictureDecoder {
 
   private:
     struct Picture {
-        FrameHandle frame;
+        ffmpeg::FrameHandle frame;
         MediaTime time;
         MediaTime duration;
     };
@@ -70,8 +70,8 @@ class PictureDecoder {
     std::shared_ptr<const Asset> asset_;
     AssetTrack track_;
     std::unique_ptr<MovieFile> file_;
-    CodecHandle codec_;
-    PacketHandle packet_;
+    ffmpeg::CodecHandle codec_;
+    ffmpeg::PacketHandle packet_;
     bool packetWaiting_ = false;  // packet_ holds one that the decoder has not taken yet
     bool draining_ = false;
     bool ended_ = false;
@@ -85,4 +85,4 @@ class PictureDecoder {
     MediaTime failureTime_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -16,7 +16,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 // Pictures
 
@@ -24,7 +24,7 @@ VideoTrackOutput::VideoTrackOutput(std::shared_ptr<ReaderState> state, Compositi
     : state_(std::move(state)),
       track_(std::move(track)),
       format_(format),
-      converter_(std::make_unique<PictureConverter>()) {}
+      converter_(std::make_unique<ffmpeg::PictureConverter>()) {}
 
 VideoTrackOutput::~VideoTrackOutput() = default;
 
@@ -163,10 +163,10 @@ std::optional<PcmSample> AudioMixOutput::copyNextSample() {
 namespace {
 
 StoredFormat copyOfParameters(const AVStream& stream) {
-    CodecParametersHandle copy(avcodec_parameters_alloc());
+    ffmpeg::CodecParametersHandle copy(avcodec_parameters_alloc());
     if (!copy) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
-    checked(avcodec_parameters_copy(copy.get(), stream.codecpar), "Das Format einer Spur ist unbekannt");
-    return {std::shared_ptr<const AVCodecParameters>(copy.release(), FfmpegDelete{}), stream.time_base.den};
+    ffmpeg::checked(avcodec_parameters_copy(copy.get(), stream.codecpar), "Das Format einer Spur ist unbekannt");
+    return {std::shared_ptr<const AVCodecParameters>(copy.release(), ffmpeg::FfmpegDelete{}), stream.time_base.den};
 }
 
 AVStream& streamOf(MovieFile& file, const Asset& asset, const AssetTrack& track) {
@@ -204,17 +204,17 @@ void StoredSampleOutput::start() {
 std::optional<StoredSample> StoredSampleOutput::copyNextSample() {
     if (ended_) return std::nullopt;
     try {
-        PacketHandle packet = makePacket();
+        ffmpeg::PacketHandle packet = ffmpeg::makePacket();
         if (file_->readPacket(*packet)) {
             const AVRational base = file_->stream(track_.streamIndex)->time_base;
             const std::int64_t decoded = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
             const std::int64_t shown = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
             StoredSample sample;
-            sample.presentationTime = mediaTime(shown, base.num, base.den);
-            sample.decodeTime = mediaTime(decoded, base.num, base.den);
-            sample.duration = mediaTime(std::max<std::int64_t>(packet->duration, 0), base.num, base.den);
+            sample.presentationTime = ffmpeg::mediaTime(shown, base.num, base.den);
+            sample.decodeTime = ffmpeg::mediaTime(decoded, base.num, base.den);
+            sample.duration = ffmpeg::mediaTime(std::max<std::int64_t>(packet->duration, 0), base.num, base.den);
             sample.isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
-            sample.packet = std::shared_ptr<const AVPacket>(packet.release(), FfmpegDelete{});
+            sample.packet = std::shared_ptr<const AVPacket>(packet.release(), ffmpeg::FfmpegDelete{});
             reached_ = sample.presentationTime + sample.duration;
             if (!state_->range || sample.decodeTime < state_->range->end()) return sample;
         }
@@ -227,4 +227,4 @@ std::optional<StoredSample> StoredSampleOutput::copyNextSample() {
     return std::nullopt;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

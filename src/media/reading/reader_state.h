@@ -7,7 +7,7 @@
 #include "base/recorder_error.h"
 #include "media/reading/asset_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// What a reader and its outputs share. The outputs may run on several threads.
 struct ReaderState {
@@ -33,4 +33,4 @@ struct ReaderState {
     }
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -11,7 +11,7 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// How a reader hands out pictures.
 enum class PictureFormat {
@@ -23,11 +23,11 @@ enum class PictureFormat {
 struct VideoSample {
     MediaTime presentationTime;
     MediaTime duration;
-    std::variant<YuvPicture, std::shared_ptr<const BgraPremultipliedBuffer>> picture;
+    std::variant<imaging::YuvPicture, std::shared_ptr<const imaging::BgraPremultipliedBuffer>> picture;
 
-    const YuvPicture& planar() const { return std::get<YuvPicture>(picture); }
-    const BgraPremultipliedBuffer& bgra() const {
-        return *std::get<std::shared_ptr<const BgraPremultipliedBuffer>>(picture);
+    const imaging::YuvPicture& planar() const { return std::get<imaging::YuvPicture>(picture); }
+    const imaging::BgraPremultipliedBuffer& bgra() const {
+        return *std::get<std::shared_ptr<const imaging::BgraPremultipliedBuffer>>(picture);
     }
 };
 
@@ -56,4 +56,4 @@ struct StoredSample {
     std::shared_ptr<const AVPacket> packet;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -17,7 +17,7 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -46,16 +46,16 @@ SoundDecoder::SoundDecoder(std::shared_ptr<const Asset> asset, int trackId, int 
     }
     file_->selectOnly(track_.streamIndex);
     const AVCodec* const decoder = avcodec_find_decoder(stream->codecpar->codec_id);
-    if (decoder == nullptr) checked(AVERROR_DECODER_NOT_FOUND, kUndecodable);
+    if (decoder == nullptr) ffmpeg::checked(AVERROR_DECODER_NOT_FOUND, kUndecodable);
     codec_.reset(avcodec_alloc_context3(decoder));
-    if (!codec_) checked(AVERROR(ENOMEM), kUndecodable);
-    checked(avcodec_parameters_to_context(codec_.get(), stream->codecpar), kUndecodable);
+    if (!codec_) ffmpeg::checked(AVERROR(ENOMEM), kUndecodable);
+    ffmpeg::checked(avcodec_parameters_to_context(codec_.get(), stream->codecpar), kUndecodable);
     codec_->pkt_timebase = stream->time_base;
     // Lead-in is cut off here, by time; the decoder must not cut it as well.
     codec_->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
-    checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
-    packet_ = makePacket();
-    frame_ = makeFrame();
+    ffmpeg::checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
+    packet_ = ffmpeg::makePacket();
+    frame_ = ffmpeg::makeFrame();
 }
 
 SoundDecoder::~SoundDecoder() = default;
@@ -120,13 +120,13 @@ bool SoundDecoder::decodeChunk() {
             av_frame_unref(frame_.get());
             return true;
         }
-        if (result == AVERROR(ENOMEM)) checked(result, kUndecodable);
+        if (result == AVERROR(ENOMEM)) ffmpeg::checked(result, kUndecodable);
         if (result == AVERROR_EOF || draining_) return false;
         if (file_->readPacket(*packet_)) {
             // A packet that the decoder refuses is left out: its place stays silent, what follows keeps its time.
             const int sent = avcodec_send_packet(codec_.get(), packet_.get());
             av_packet_unref(packet_.get());
-            if (sent == AVERROR(ENOMEM)) checked(sent, kUndecodable);
+            if (sent == AVERROR(ENOMEM)) ffmpeg::checked(sent, kUndecodable);
         } else {
             draining_ = true;
             static_cast<void>(avcodec_send_packet(codec_.get(), nullptr));
@@ -143,9 +143,10 @@ void SoundDecoder::convert(const AVFrame& frame) {
     const std::int64_t reached = chunkStart_ + static_cast<std::int64_t>(chunk_.size() / channels);
     chunk_.resize(static_cast<std::size_t>(frame.nb_samples) * channels);
     std::array<std::uint8_t*, 1> target{reinterpret_cast<std::uint8_t*>(chunk_.data())};
-    const int converted = checked(swr_convert(mixer_.get(), target.data(), frame.nb_samples,
-                                              const_cast<const std::uint8_t**>(frame.extended_data), frame.nb_samples),
-                                  kUndecodable);
+    const int converted =
+        ffmpeg::checked(swr_convert(mixer_.get(), target.data(), frame.nb_samples,
+                                    const_cast<const std::uint8_t**>(frame.extended_data), frame.nb_samples),
+                        kUndecodable);
     chunk_.resize(static_cast<std::size_t>(converted) * channels);
 
     std::int64_t start = reached;
@@ -167,29 +168,29 @@ void SoundDecoder::configure(const AVFrame& frame) {
     if (frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
         av_channel_layout_default(&from, frameChannels);
     } else {
-        checked(av_channel_layout_copy(&from, &frame.ch_layout), kUndecodable);
+        ffmpeg::checked(av_channel_layout_copy(&from, &frame.ch_layout), kUndecodable);
     }
     SwrContext* made = nullptr;
     const int result = swr_alloc_set_opts2(&made, &to, AV_SAMPLE_FMT_FLT, track_.sampleRate, &from,
                                            static_cast<AVSampleFormat>(frame.format), track_.sampleRate, 0, nullptr);
     av_channel_layout_uninit(&from);
     mixer_.reset(made);
-    checked(result, kUndecodable);
+    ffmpeg::checked(result, kUndecodable);
     // The library's own choice lowers a mono sound by 3 dB in each of two channels, and raises what both channels share
     // by as much in one.
     constexpr std::array<double, 2> kSameInBoth{1.0, 1.0};
     constexpr std::array<double, 2> kMean{0.5, 0.5};
     if (frameChannels == 1 && channels_ == 2) {
-        checked(swr_set_matrix(mixer_.get(), kSameInBoth.data(), 1), kUndecodable);
+        ffmpeg::checked(swr_set_matrix(mixer_.get(), kSameInBoth.data(), 1), kUndecodable);
     } else if (frameChannels == 2 && channels_ == 1) {
-        checked(swr_set_matrix(mixer_.get(), kMean.data(), 2), kUndecodable);
+        ffmpeg::checked(swr_set_matrix(mixer_.get(), kMean.data(), 2), kUndecodable);
     } else {
         // Surround sound must not overflow when its channels agree.
-        checked(av_opt_set_double(mixer_.get(), "rematrix_maxval", 1.0, 0), kUndecodable);
+        ffmpeg::checked(av_opt_set_double(mixer_.get(), "rematrix_maxval", 1.0, 0), kUndecodable);
     }
-    checked(swr_init(mixer_.get()), kUndecodable);
+    ffmpeg::checked(swr_init(mixer_.get()), kUndecodable);
     mixedFormat_ = frame.format;
     mixedChannels_ = frameChannels;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -10,7 +10,7 @@
 #include "media/reading/asset.h"
 #include "media/reading/movie_file.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// Decodes one audio track into an endless line of frames (one value for each channel) at the track's own rate: frame
 /// 0 is the movie's time zero, and where the track has no sound there is silence. What an encoder put before zero to
@@ -44,12 +44,12 @@ class SoundDecoder {
     AssetTrack track_;
     int channels_;
     std::unique_ptr<MovieFile> file_;
-    CodecHandle codec_;
-    ResamplerHandle mixer_;
+    ffmpeg::CodecHandle codec_;
+    ffmpeg::ResamplerHandle mixer_;
     int mixedFormat_ = -1;  // sample format and channel count that mixer_ takes
     int mixedChannels_ = 0;
-    PacketHandle packet_;
-    FrameHandle frame_;
+    ffmpeg::PacketHandle packet_;
+    ffmpeg::FrameHandle frame_;
     bool ended_ = false;
     bool draining_ = false;
     bool positioned_ = false;
@@ -59,4 +59,4 @@ class SoundDecoder {
     bool chunkFollows_ = false;  // the next chunk continues the last one
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <numbers>
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -46,4 +46,4 @@ void softenJoins(const SoundStretch& stretch, std::int64_t frame, std::span<floa
     soften(std::max(opened, stretch.end - length), stretch.end);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -15,7 +15,7 @@
 //                     2.5 ms  │  2.5 ms
 //                           join
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// A stretch of sound in what is heard: from frame `start` up to `end`, counted at one rate.
 struct SoundStretch {
@@ -38,4 +38,4 @@ float joinGain(const SoundStretch& stretch, std::int64_t frame, int sampleRate);
 /// Applies the factors to interleaved frames of the stretch, the first of which is `frame`.
 void softenJoins(const SoundStretch& stretch, std::int64_t frame, std::span<float> values, const PcmFormat& format);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

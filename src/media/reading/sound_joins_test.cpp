@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 constexpr int kRate = 48000;
@@ -69,4 +69,4 @@ TEST(SoundJoins, BlocksOfAnySizeGiveTheSame) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -11,7 +11,7 @@
 
 // What the reader's sound outputs give: levels, places, rates and edits.
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 std::shared_ptr<const Asset> open(const std::filesystem::path& path) {
@@ -276,4 +276,4 @@ TEST(SoundReading, OtherRatesAndMonoComeOutAsAsked) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

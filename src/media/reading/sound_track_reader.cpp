@@ -14,7 +14,7 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -105,8 +105,8 @@ void SoundTrackReader::enter(const CompositionSegment& segment) {
         const int result = swr_alloc_set_opts2(&made, &layout, AV_SAMPLE_FMT_FLT, format_.sampleRate, &layout,
                                                AV_SAMPLE_FMT_FLT, sourceRate, 0, nullptr);
         resampler_.reset(made);
-        checked(result, kUnconvertible);
-        checked(swr_init(resampler_.get()), kUnconvertible);
+        ffmpeg::checked(result, kUnconvertible);
+        ffmpeg::checked(swr_init(resampler_.get()), kUnconvertible);
     }
     entered_ = true;
 }
@@ -128,11 +128,12 @@ void SoundTrackReader::readSegment(std::span<float> values) {
         std::array<const std::uint8_t*, 1> source{reinterpret_cast<const std::uint8_t*>(block_.data())};
         if (!drained) {
             // An input of no frames; no input at all would end the stream.
-            made = checked(swr_convert(resampler_.get(), target.data(), left, source.data(), 0), kUnconvertible);
+            made =
+                ffmpeg::checked(swr_convert(resampler_.get(), target.data(), left, source.data(), 0), kUnconvertible);
             drained = made < left;
         } else {
             decoder_->read(block_);
-            made = checked(
+            made = ffmpeg::checked(
                 swr_convert(resampler_.get(), target.data(), left, source.data(), static_cast<int>(kBlockFrames)),
                 kUnconvertible);
         }
@@ -140,4 +141,4 @@ void SoundTrackReader::readSegment(std::span<float> values) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -11,7 +11,7 @@
 #include "media/reading/sound_decoder.h"
 #include "media/reading/sound_joins.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// Plays one composition track's sound from front to back at a chosen rate. Every segment begins at the frame nearest
 /// to its place on the timeline, counted from zero, so that rounding never adds up. Where a cut joins two of them,
@@ -43,8 +43,8 @@ class SoundTrackReader {
     std::unique_ptr<SoundDecoder> decoder_;
     const Asset* decoderAsset_ = nullptr;
     int decoderTrack_ = 0;
-    ResamplerHandle resampler_;  // only where the rates differ
+    ffmpeg::ResamplerHandle resampler_;  // only where the rates differ
     std::vector<float> block_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -5,7 +5,7 @@
 
 #include "media/reading/asset_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr std::int32_t kTimescale = 90'000;
 
 }  // namespace
 
-std::optional<YuvPicture> stillPicture(const std::shared_ptr<const Asset>& asset, double seconds) {
+std::optional<imaging::YuvPicture> stillPicture(const std::shared_ptr<const Asset>& asset, double seconds) {
     const std::vector<AssetTrack> tracks = asset->tracks(TrackKind::video);
     if (tracks.empty()) return std::nullopt;
     const AssetTrack& track = tracks.front();
@@ -34,4 +34,4 @@ std::optional<YuvPicture> stillPicture(const std::shared_ptr<const Asset>& asset
     return std::nullopt;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

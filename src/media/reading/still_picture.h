@@ -6,11 +6,11 @@
 #include "imaging/yuv_picture.h"
 #include "media/reading/asset.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// The picture that a movie's first video track shows at `seconds` of its time: the last one up to that moment. Before
 /// the first picture, and for a movie without pictures, there is none; past the end the last one stays. Opens the file
 /// and decodes from the key picture before; any thread. Throws `RecorderError` when the movie cannot be decoded there.
-std::optional<YuvPicture> stillPicture(const std::shared_ptr<const Asset>& asset, double seconds);
+std::optional<imaging::YuvPicture> stillPicture(const std::shared_ptr<const Asset>& asset, double seconds);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

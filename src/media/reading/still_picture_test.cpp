@@ -6,7 +6,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 class StillPicture : public testing::Test {
@@ -54,4 +54,4 @@ TEST_F(StillPicture, OfAMovieWithoutPicturesIsNone) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -16,7 +16,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -43,16 +43,16 @@ class VideoTrackEncoder final : public TrackEncoder {
         stream_ = sink.addStream(*encoder_->parameters(), settings_.timescale);
     }
 
-    void encode(MovieSink& sink, const std::shared_ptr<PlanarBuffer>& picture, const MediaTime& time) {
+    void encode(MovieSink& sink, const std::shared_ptr<imaging::PlanarBuffer>& picture, const MediaTime& time) {
         // Two pictures on one tick would end the movie; a tick later is nothing that anyone sees.
         lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
         guarded(sink, [&](const PacketConsumer& consume) { encoder_->encode(picture, lastTick_, consume); });
     }
 
-    void encode(MovieSink& sink, const BgraPremultipliedBuffer& picture, const MediaTime& time) {
-        const std::shared_ptr<PlanarBuffer> converted = planes_.makePlanar();
+    void encode(MovieSink& sink, const imaging::BgraPremultipliedBuffer& picture, const MediaTime& time) {
+        const std::shared_ptr<imaging::PlanarBuffer> converted = planes_.makePlanar();
         if (!converted) throw RecorderError("Kein Speicher für die Ausgabebilder.");
-        convertToPlanar(picture, converted->destination());
+        imaging::convertToPlanar(picture, converted->destination());
         encode(sink, converted, time);
     }
 
@@ -84,7 +84,7 @@ class VideoTrackEncoder final : public TrackEncoder {
     }
 
     VideoSettings settings_;
-    PicturePool planes_;
+    imaging::PicturePool planes_;
     std::unique_ptr<PictureEncoder> encoder_;
     int stream_ = 0;
     std::int64_t lastTick_ = -1;
@@ -124,7 +124,7 @@ class StoredTrackCopier final : public TrackEncoder {
     }
 
     void copy(MovieSink& sink, const StoredSample& sample, const MediaTime& sessionStart) const {
-        const PacketHandle packet = referenceTo(*sample.packet);
+        const ffmpeg::PacketHandle packet = ffmpeg::referenceTo(*sample.packet);
         packet->pts = (sample.presentationTime - sessionStart).rescaled(format_.timescale).value;
         packet->dts = (sample.decodeTime - sessionStart).rescaled(format_.timescale).value;
         packet->duration = sample.duration.rescaled(format_.timescale).value;
@@ -165,7 +165,7 @@ VideoWriterInput::VideoWriterInput(std::shared_ptr<WriterShared> shared, const V
       pool_(settings.width, settings.height, {}) {}
 VideoWriterInput::~VideoWriterInput() = default;
 
-bool VideoWriterInput::append(std::shared_ptr<PlanarBuffer> picture, const MediaTime& time) {
+bool VideoWriterInput::append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time) {
     precondition(picture != nullptr, "a picture to append");
     const MediaTime inMovie = time - channel_->shared().sessionStart;
     if (inMovie < MediaTime{}) return true;
@@ -175,7 +175,7 @@ bool VideoWriterInput::append(std::shared_ptr<PlanarBuffer> picture, const Media
     });
 }
 
-bool VideoWriterInput::append(std::shared_ptr<const BgraPremultipliedBuffer> picture, const MediaTime& time) {
+bool VideoWriterInput::append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time) {
     precondition(picture != nullptr && picture->width() == settings_.width && picture->height() == settings_.height,
                  "a picture of the input's size");
     const MediaTime inMovie = time - channel_->shared().sessionStart;
@@ -374,4 +374,4 @@ bool AssetWriter::encoderFailed() const {
     return shared_->encoderFailed;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -17,7 +17,7 @@
 #include "media/writing/encoders.h"
 #include "media/writing/movie_sink.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 class AssetWriter;
 struct WriterShared;
@@ -71,12 +71,12 @@ class VideoWriterInput : public WriterInput {
     static constexpr int kMostLivePictures = 5;
 
     /// Where pictures to be painted come from.
-    PicturePool& pool() { return pool_; }
+    imaging::PicturePool& pool() { return pool_; }
 
     /// Takes a picture of the input's size; nobody writes to it afterwards. The planar form is encoded without a
     /// further copy; the other is converted on the encoder's thread. False when the writer has failed.
-    bool append(std::shared_ptr<PlanarBuffer> picture, const MediaTime& time);
-    bool append(std::shared_ptr<const BgraPremultipliedBuffer> picture, const MediaTime& time);
+    bool append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time);
+    bool append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time);
     /// The picture appended last is shown at `time` as well. Costs next to nothing where the stream allows it, as it
     /// does unless the settings say otherwise. One has been appended within the session.
     bool appendRepeat(const MediaTime& time);
@@ -86,7 +86,7 @@ class VideoWriterInput : public WriterInput {
     VideoWriterInput(std::shared_ptr<WriterShared> shared, const VideoSettings& settings);
 
     VideoSettings settings_;
-    PicturePool pool_;
+    imaging::PicturePool pool_;
 };
 
 /// A track of sound, encoded from PCM of the settings' rate and channels; see `AudioEncoder` for gaps and overlaps.
@@ -197,4 +197,4 @@ class AssetWriter {
     std::vector<std::unique_ptr<WriterInput>> inputs_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

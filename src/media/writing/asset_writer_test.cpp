@@ -23,7 +23,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 VideoSettings settingsFor(int width, int height) {
@@ -126,7 +126,7 @@ TEST(AssetWriter, WritesPicturesThatDecodeToThemselvesAtTheirTimes) {
         const AssetTrack track = asset.tracks(TrackKind::video).at(0);
         EXPECT_EQ(track.codec, "h264");
         EXPECT_TRUE(track.colourTagged);
-        EXPECT_EQ(track.encoding, YuvEncoding{});
+        EXPECT_EQ(track.encoding, imaging::YuvEncoding{});
         EXPECT_EQ(track.end, (MediaTime{2000, 600}));
     }
 }
@@ -158,7 +158,7 @@ TEST(AssetWriter, FlatColoursSurviveWithinTwoSteps) {
                 pixel[3] = 255;
             }
         }
-        return input.append(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(picture)),
+        return input.append(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(std::move(picture)),
                             MediaTime{index * 20, 600});
     }));
     ASSERT_TRUE(writer.finishWriting());
@@ -209,7 +209,7 @@ TEST(AssetWriter, OddSizesComeBackOdd) {
                 const auto sample = output.copyNextSample();
                 auto picture = input.pool().makeBgra();
                 for (int y = 0; y < 97; ++y) std::memcpy(picture->row(y), sample->bgra().row(y), 129 * 4);
-                return input.append(std::shared_ptr<const BgraPremultipliedBuffer>(std::move(picture)),
+                return input.append(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(std::move(picture)),
                                     MediaTime{index * 20, 600});
             }));
         }
@@ -666,4 +666,4 @@ TEST(AssetWriter, AnInputThatIsNeverFedHoldsNobodyUp) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

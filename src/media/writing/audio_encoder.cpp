@@ -12,7 +12,7 @@ extern "C" {
 #include <libavutil/channel_layout.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -30,11 +30,11 @@ AudioEncoder::AudioEncoder(const AudioSettings& settings) : settings_(settings) 
     av_channel_layout_default(&codec_->ch_layout, settings.channels);
     codec_->bit_rate = settings.bitRate;
     codec_->time_base = {1, settings.sampleRate};
-    checked(avcodec_open2(codec_.get(), encoder, nullptr), kNoAudioEncoder);
-    packet_ = makePacket();
+    ffmpeg::checked(avcodec_open2(codec_.get(), encoder, nullptr), kNoAudioEncoder);
+    packet_ = ffmpeg::makePacket();
 }
 
-CodecParametersHandle AudioEncoder::parameters() const {
+ffmpeg::CodecParametersHandle AudioEncoder::parameters() const {
     return parametersOf(*codec_);
 }
 
@@ -70,18 +70,18 @@ void AudioEncoder::encode(const PcmSample& sample, std::int64_t startFrame, cons
 void AudioEncoder::finish(const PacketConsumer& consume) {
     const std::size_t left = waiting_.size() / static_cast<std::size_t>(settings_.channels);
     if (left > 0) send(left, consume);
-    checked(avcodec_send_frame(codec_.get(), nullptr), kSoundRefused);
+    ffmpeg::checked(avcodec_send_frame(codec_.get(), nullptr), kSoundRefused);
     receive(consume);
 }
 
 void AudioEncoder::send(std::size_t frames, const PacketConsumer& consume) {
     const auto channels = static_cast<std::size_t>(settings_.channels);
-    const FrameHandle frame = makeFrame();
+    const ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     frame->nb_samples = static_cast<int>(frames);
     frame->format = AV_SAMPLE_FMT_FLTP;
     frame->sample_rate = settings_.sampleRate;
-    checked(av_channel_layout_copy(&frame->ch_layout, &codec_->ch_layout), kSoundRefused);
-    checked(av_frame_get_buffer(frame.get(), 0), kSoundRefused);
+    ffmpeg::checked(av_channel_layout_copy(&frame->ch_layout, &codec_->ch_layout), kSoundRefused);
+    ffmpeg::checked(av_frame_get_buffer(frame.get(), 0), kSoundRefused);
     frame->pts = waitingStart_;
     for (std::size_t c = 0; c < channels; ++c) {
         auto* const plane = reinterpret_cast<float*>(frame->extended_data[c]);
@@ -89,7 +89,7 @@ void AudioEncoder::send(std::size_t frames, const PacketConsumer& consume) {
     }
     waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(frames * channels));
     waitingStart_ += static_cast<std::int64_t>(frames);
-    checked(avcodec_send_frame(codec_.get(), frame.get()), kSoundRefused);
+    ffmpeg::checked(avcodec_send_frame(codec_.get(), frame.get()), kSoundRefused);
     receive(consume);
 }
 
@@ -97,4 +97,4 @@ void AudioEncoder::receive(const PacketConsumer& consume) {
     drainEncoder(*codec_, *packet_, kSoundRefused, consume);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -9,13 +9,13 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
-CodecHandle makeEncoder(const AVCodec* encoder, const char* what) {
-    prepareFfmpeg();
-    if (encoder == nullptr) checked(AVERROR_ENCODER_NOT_FOUND, what);
-    CodecHandle codec(avcodec_alloc_context3(encoder));
-    if (!codec) checked(AVERROR(ENOMEM), what);
+ffmpeg::CodecHandle makeEncoder(const AVCodec* encoder, const char* what) {
+    ffmpeg::prepareFfmpeg();
+    if (encoder == nullptr) ffmpeg::checked(AVERROR_ENCODER_NOT_FOUND, what);
+    ffmpeg::CodecHandle codec(avcodec_alloc_context3(encoder));
+    if (!codec) ffmpeg::checked(AVERROR(ENOMEM), what);
     codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     return codec;
 }
@@ -26,10 +26,11 @@ void askForHighProfile(AVCodecContext& codec) {
     av_opt_set(codec.priv_data, "profile", "high", 0);
 }
 
-CodecParametersHandle parametersOf(const AVCodecContext& codec) {
-    CodecParametersHandle parameters(avcodec_parameters_alloc());
+ffmpeg::CodecParametersHandle parametersOf(const AVCodecContext& codec) {
+    ffmpeg::CodecParametersHandle parameters(avcodec_parameters_alloc());
     if (!parameters) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
-    checked(avcodec_parameters_from_context(parameters.get(), &codec), "Eine Spur konnte nicht angelegt werden");
+    ffmpeg::checked(avcodec_parameters_from_context(parameters.get(), &codec),
+                    "Eine Spur konnte nicht angelegt werden");
     return parameters;
 }
 
@@ -37,10 +38,10 @@ void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, con
     for (;;) {
         const int result = avcodec_receive_packet(&codec, &packet);
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-        checked(result, what);
+        ffmpeg::checked(result, what);
         consume(packet);
         av_packet_unref(&packet);
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

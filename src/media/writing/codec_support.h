@@ -6,17 +6,17 @@
 struct AVCodec;
 
 // What the encoders of pictures and of sound share.
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// A context for this encoder, not yet opened. Throws a `RecorderError` that begins with `what` when there is none.
-CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
+ffmpeg::CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
 
 /// Before a hardware encoder of H.264 is opened. One that knows no profiles is opened as it is.
 void askForHighProfile(AVCodecContext& codec);
 
-CodecParametersHandle parametersOf(const AVCodecContext& codec);
+ffmpeg::CodecParametersHandle parametersOf(const AVCodecContext& codec);
 
 /// Gives all packets that the encoder has ready. `packet` is working memory.
 void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -10,14 +10,14 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 // Whether they follow, a trial looks at; here, that none of those listed takes the question for nonsense.
 TEST(HighProfile, IsAskedOfEveryListedHardwareEncoder) {
     for (const EncoderCandidate& candidate : listedHardwareEncoders(VideoCodec::h264)) {
         const AVCodec* const encoder = avcodec_find_encoder_by_name(candidate.encoder.c_str());
-        const CodecHandle codec = makeEncoder(encoder, "test");
+        const ffmpeg::CodecHandle codec = makeEncoder(encoder, "test");
         askForHighProfile(*codec);
         EXPECT_EQ(codec->profile, kH264High);
         const AVOption* const option = av_opt_find(codec->priv_data, "profile", nullptr, 0, 0);
@@ -48,4 +48,4 @@ TEST(HighProfile, IsReadFromTheParameterSets) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -7,14 +7,14 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 void describeStream(AVStream& stream, const AVCodecParameters& parameters, int timescale) {
     const std::uint32_t hvc1 = MKTAG('h', 'v', 'c', '1');
-    checked(avcodec_parameters_copy(stream.codecpar, &parameters), "Eine Spur konnte nicht angelegt werden");
+    ffmpeg::checked(avcodec_parameters_copy(stream.codecpar, &parameters), "Eine Spur konnte nicht angelegt werden");
     // The tag is the container's to choose, but HEVC keeps its parameter sets out of the samples.
     stream.codecpar->codec_tag = parameters.codec_id == AV_CODEC_ID_HEVC ? hvc1 : 0;
     stream.time_base = {1, timescale};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

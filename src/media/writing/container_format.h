@@ -5,7 +5,7 @@
 #include "ffmpeg/ffmpeg_handles.h"
 #include "media/writing/movie_sink.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// FFmpeg's name of the container.
 inline const char* formatName(MovieContainer container) {
@@ -15,4 +15,4 @@ inline const char* formatName(MovieContainer container) {
 /// Gives a stream its parameters, and the tag under which QuickTime files and MP4 hold it.
 void describeStream(AVStream& stream, const AVCodecParameters& parameters, int timescale);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

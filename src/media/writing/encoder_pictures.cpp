@@ -11,7 +11,7 @@ extern "C" {
 #include <libavutil/hwcontext.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -29,12 +29,12 @@ void tagColours(AVFrame& frame) {
 }
 
 void releasePicture(void* opaque, std::uint8_t*) {
-    delete static_cast<std::shared_ptr<PlanarBuffer>*>(opaque);
+    delete static_cast<std::shared_ptr<imaging::PlanarBuffer>*>(opaque);
 }
 
-FrameHandle viewOf(const std::shared_ptr<PlanarBuffer>& picture) {
-    const YuvDestination& planes = picture->destination();
-    FrameHandle frame = makeFrame();
+ffmpeg::FrameHandle viewOf(const std::shared_ptr<imaging::PlanarBuffer>& picture) {
+    const imaging::YuvDestination& planes = picture->destination();
+    ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     frame->width = evenUp(planes.width);
     frame->height = evenUp(planes.height);
     frame->format = AV_PIX_FMT_YUV420P;
@@ -47,7 +47,7 @@ FrameHandle viewOf(const std::shared_ptr<PlanarBuffer>& picture) {
     const auto height = static_cast<std::size_t>(frame->height);
     const std::size_t bytes =
         static_cast<std::size_t>(planes.lumaStride) * height + static_cast<std::size_t>(planes.chromaStride) * height;
-    auto holder = std::make_unique<std::shared_ptr<PlanarBuffer>>(picture);
+    auto holder = std::make_unique<std::shared_ptr<imaging::PlanarBuffer>>(picture);
     frame->buf[0] = av_buffer_create(planes.luma, bytes, releasePicture, holder.get(), AV_BUFFER_FLAG_READONLY);
     if (frame->buf[0] == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
     static_cast<void>(holder.release());
@@ -55,12 +55,12 @@ FrameHandle viewOf(const std::shared_ptr<PlanarBuffer>& picture) {
 }
 
 // A copy whose colour differences lie side by side in one plane.
-FrameHandle interleaved(const YuvDestination& planes) {
-    FrameHandle frame = makeFrame();
+ffmpeg::FrameHandle interleaved(const imaging::YuvDestination& planes) {
+    ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     frame->width = evenUp(planes.width);
     frame->height = evenUp(planes.height);
     frame->format = AV_PIX_FMT_NV12;
-    checked(av_frame_get_buffer(frame.get(), 0), kPictureRefused);
+    ffmpeg::checked(av_frame_get_buffer(frame.get(), 0), kPictureRefused);
     for (int y = 0; y < frame->height; ++y) {
         std::copy_n(planes.luma + y * planes.lumaStride, frame->width,
                     frame->data[0] + std::ptrdiff_t{y} * frame->linesize[0]);
@@ -85,7 +85,7 @@ using ReferenceHandle = std::unique_ptr<AVBufferRef, ReferenceDelete>;
 
 void useGraphicsMemory(AVCodecContext& codec, const char* what) {
     AVBufferRef* opened = nullptr;
-    checked(av_hwdevice_ctx_create(&opened, AV_HWDEVICE_TYPE_VAAPI, nullptr, nullptr, 0), what);
+    ffmpeg::checked(av_hwdevice_ctx_create(&opened, AV_HWDEVICE_TYPE_VAAPI, nullptr, nullptr, 0), what);
     const ReferenceHandle device(opened);
     ReferenceHandle frames(av_hwframe_ctx_alloc(device.get()));
     if (!frames) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
@@ -94,7 +94,7 @@ void useGraphicsMemory(AVCodecContext& codec, const char* what) {
     description->sw_format = AV_PIX_FMT_NV12;
     description->width = codec.width;
     description->height = codec.height;
-    checked(av_hwframe_ctx_init(frames.get()), what);
+    ffmpeg::checked(av_hwframe_ctx_init(frames.get()), what);
     codec.pix_fmt = AV_PIX_FMT_VAAPI;
     codec.hw_frames_ctx = frames.release();  // the context frees it
 }
@@ -113,16 +113,17 @@ void preparePictureFormat(AVCodecContext& codec, const AVCodec& encoder, const c
     }
 }
 
-FrameHandle encoderPicture(const AVCodecContext& codec, const std::shared_ptr<PlanarBuffer>& picture) {
-    FrameHandle frame = codec.pix_fmt == AV_PIX_FMT_YUV420P ? viewOf(picture) : interleaved(picture->destination());
+ffmpeg::FrameHandle encoderPicture(const AVCodecContext& codec, const std::shared_ptr<imaging::PlanarBuffer>& picture) {
+    ffmpeg::FrameHandle frame =
+        codec.pix_fmt == AV_PIX_FMT_YUV420P ? viewOf(picture) : interleaved(picture->destination());
     if (codec.hw_frames_ctx != nullptr) {
-        FrameHandle uploaded = makeFrame();
-        checked(av_hwframe_get_buffer(codec.hw_frames_ctx, uploaded.get(), 0), kPictureRefused);
-        checked(av_hwframe_transfer_data(uploaded.get(), frame.get(), 0), kPictureRefused);
+        ffmpeg::FrameHandle uploaded = ffmpeg::makeFrame();
+        ffmpeg::checked(av_hwframe_get_buffer(codec.hw_frames_ctx, uploaded.get(), 0), kPictureRefused);
+        ffmpeg::checked(av_hwframe_transfer_data(uploaded.get(), frame.get(), 0), kPictureRefused);
         frame = std::move(uploaded);
     }
     tagColours(*frame);
     return frame;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

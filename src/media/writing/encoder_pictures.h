@@ -7,7 +7,7 @@
 
 struct AVCodec;
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// Sets the form in which this encoder takes pictures: planar as they are, with both colour differences in one plane,
 /// or in memory of the graphics card. The codec knows its size and is not yet open. Throws a `RecorderError` that
@@ -16,6 +16,6 @@ void preparePictureFormat(AVCodecContext& codec, const AVCodec& encoder, const c
 
 /// The picture in that form, with its colours tagged. The planar form is a view that holds the picture until the
 /// encoder is done with it; the others are copies.
-FrameHandle encoderPicture(const AVCodecContext& codec, const std::shared_ptr<PlanarBuffer>& picture);
+ffmpeg::FrameHandle encoderPicture(const AVCodecContext& codec, const std::shared_ptr<imaging::PlanarBuffer>& picture);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

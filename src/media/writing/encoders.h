@@ -13,7 +13,7 @@
 #include "media/reading/samples.h"
 #include "media/writing/repeated_pictures.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// The stream that pictures become: H.264, or HEVC Main, which QuickTime files hold as "hvc1".
 enum class VideoCodec { h264, hevc };
@@ -91,10 +91,10 @@ class PictureEncoder {
     PictureEncoder& operator=(const PictureEncoder&) = delete;
 
     /// What the movie's header says about the stream.
-    virtual CodecParametersHandle parameters() const = 0;
+    virtual ffmpeg::CodecParametersHandle parameters() const = 0;
 
     /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next one comes.
-    virtual void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+    virtual void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
                         const PacketConsumer& consume) = 0;
     /// The picture encoded last is shown at `ticks` as well. There has been one.
     virtual void repeat(std::int64_t ticks, const PacketConsumer& consume) = 0;
@@ -112,8 +112,8 @@ class VideoEncoder final : public PictureEncoder {
   public:
     explicit VideoEncoder(const VideoSettings& settings);
 
-    CodecParametersHandle parameters() const override;
-    void encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+    ffmpeg::CodecParametersHandle parameters() const override;
+    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
                 const PacketConsumer& consume) override;
     void repeat(std::int64_t ticks, const PacketConsumer& consume) override;
     void finish(const PacketConsumer& consume) override;
@@ -132,11 +132,11 @@ class VideoEncoder final : public PictureEncoder {
     void giveRepeats(const PacketConsumer& consume);
 
     VideoSettings settings_;
-    CodecHandle codec_;
-    PacketHandle packet_;
+    ffmpeg::CodecHandle codec_;
+    ffmpeg::PacketHandle packet_;
     std::optional<RepeatedPictures> repeats_;  // only where the stream allows it
     std::deque<Pending> pending_;              // only with repeats_
-    std::shared_ptr<PlanarBuffer> last_;
+    std::shared_ptr<imaging::PlanarBuffer> last_;
     int repeatsOfLast_ = 0;
     int sinceKey_ = 0;           // pictures since the key picture asked for last, that one included
     std::int64_t keyTicks_ = 0;  // at most so far from one to the next; 0: any
@@ -152,7 +152,7 @@ class AudioEncoder {
 
     explicit AudioEncoder(const AudioSettings& settings);
 
-    CodecParametersHandle parameters() const;
+    ffmpeg::CodecParametersHandle parameters() const;
 
     /// `startFrame` counts from the session's start; what lies before it is cut off.
     void encode(const PcmSample& sample, std::int64_t startFrame, const PacketConsumer& consume);
@@ -163,11 +163,11 @@ class AudioEncoder {
     void receive(const PacketConsumer& consume);
 
     AudioSettings settings_;
-    CodecHandle codec_;
-    PacketHandle packet_;
+    ffmpeg::CodecHandle codec_;
+    ffmpeg::PacketHandle packet_;
     std::vector<float> waiting_;     // interleaved, not yet encoded
     std::int64_t waitingStart_ = 0;  // the frame with which waiting_ begins
     bool begun_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -21,7 +21,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -80,7 +80,8 @@ int FragmentedMovieSink::addStream(const AVCodecParameters& parameters, int time
     track.hasStartCodes = track.header.isVideo && beginsWithStartCode(parameters);
     track.parameters.reset(avcodec_parameters_alloc());
     if (!track.parameters) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
-    checked(avcodec_parameters_copy(track.parameters.get(), &parameters), "Eine Spur konnte nicht angelegt werden");
+    ffmpeg::checked(avcodec_parameters_copy(track.parameters.get(), &parameters),
+                    "Eine Spur konnte nicht angelegt werden");
     track.pending.id = track.header.id;
     tracks_.push_back(std::move(track));
     return static_cast<int>(tracks_.size()) - 1;
@@ -268,4 +269,4 @@ void FragmentedMovieSink::throwFailed(std::error_code error) const {
                         ".");
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

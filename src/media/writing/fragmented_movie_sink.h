@@ -14,7 +14,7 @@
 #include "media/isobmff/fragments.h"
 #include "media/writing/movie_sink.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// A QuickTime movie that is readable while it is written (see fragments.h). Packets gather in memory; a fragment is
 /// cut when those of a track reach further than the interval, or when the oldest has waited that long by the clock,
@@ -40,7 +40,7 @@ class FragmentedMovieSink final : public MovieSink {
     using Clock = std::chrono::steady_clock;
     struct Track {
         TrackHeader header;
-        CodecParametersHandle parameters;
+        ffmpeg::CodecParametersHandle parameters;
         bool hasStartCodes = false;  // its packets come as a byte stream; files hold lengths instead
         std::int64_t lastTime = -1;  // of its last sample, in its own time
         FragmentTrack pending;
@@ -75,4 +75,4 @@ class FragmentedMovieSink final : public MovieSink {
     std::thread thread_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

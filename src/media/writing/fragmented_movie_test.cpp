@@ -18,7 +18,7 @@
 
 // Movies that are written in fragments and finished where they lie.
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 class FragmentedMovie : public testing::TestWithParam<VideoCodec> {
@@ -80,7 +80,7 @@ TEST_P(FragmentedMovie, IsPlainWhenFinishedAndDecodesToTheSamePictures) {
     EXPECT_EQ(track.start, MediaTime{});
     EXPECT_EQ(track.end, (MediaTime{4200, 600}));
     EXPECT_TRUE(track.colourTagged);
-    EXPECT_EQ(track.encoding, YuvEncoding{});
+    EXPECT_EQ(track.encoding, imaging::YuvEncoding{});
     // Seeking works: any moment gives its picture.
     for (const int number : {0, 59, 61, 133, 209}) {
         AssetReader reader(asset);
@@ -269,7 +269,7 @@ TEST(FragmentedMovie, ADiskThatStandsStillHoldsNoCallerUp) {
         }
         refusals = 0;
         auto picture = movie.video().pool().makePlanar();
-        const YuvDestination& planes = picture->destination();
+        const imaging::YuvDestination& planes = picture->destination();
         for (std::ptrdiff_t i = 0; i < planes.lumaStride * planes.height; ++i) {
             planes.luma[i] = static_cast<std::uint8_t>(random());
         }
@@ -350,4 +350,4 @@ TEST(PlainMovie, ShowsTheLastPictureUntilTheSessionEnds) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

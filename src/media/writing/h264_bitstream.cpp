@@ -5,7 +5,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 std::uint32_t BitReader::bits(int count) {
     std::uint32_t value = 0;
@@ -168,4 +168,4 @@ std::optional<PictureParameters> parsePictureParameters(std::span<const std::uin
     return parameters;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

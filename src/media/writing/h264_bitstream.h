@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 // The little of H.264's syntax that writing skip pictures and looking at a stream's profile take: units between start
 // codes, parameter sets, and the beginnings of slice headers. Works on what our own encoder writes; anything else is
@@ -96,4 +96,4 @@ inline constexpr int kH264High = 100;
 std::optional<SequenceParameters> parseSequenceParameters(std::span<const std::uint8_t> unit);
 std::optional<PictureParameters> parsePictureParameters(std::span<const std::uint8_t> unit);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

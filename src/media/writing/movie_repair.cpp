@@ -15,7 +15,7 @@
 #include "media/isobmff/fragments.h"
 #include "media/reading/asset.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -99,4 +99,4 @@ MovieRepair repairMovie(const std::filesystem::path& path) {
     return result;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

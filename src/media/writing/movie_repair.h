@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// What `repairMovie` found and did.
 struct MovieRepair {
@@ -24,4 +24,4 @@ struct MovieRepair {
 /// unchanged then, or still in fragments. Any thread.
 MovieRepair repairMovie(const std::filesystem::path& path);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -26,7 +26,7 @@
 // What is left of a recording that was not finished. Cut-off copies of one file stand for a process killed at any
 // moment, because a file in fragments only ever grows.
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 std::optional<FragmentedMovie> scanned(const std::filesystem::path& path) {
@@ -423,4 +423,4 @@ TEST(MovieRepair, ClaimsOfManySamplesTakeLittleMemory) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

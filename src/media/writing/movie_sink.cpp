@@ -16,7 +16,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 bool MovieSink::canHold(MovieContainer container, const AVCodecParameters& parameters) {
     const AVOutputFormat* const format = av_guess_format(formatName(container), nullptr, nullptr);
@@ -47,4 +47,4 @@ UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path, const 
     return file;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -7,7 +7,7 @@
 #include "base/unique_descriptor.h"
 #include "ffmpeg/ffmpeg_handles.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 enum class MovieContainer { mp4, quickTime };
 
@@ -57,4 +57,4 @@ class MovieSink {
                                        Existing existing);
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -23,7 +23,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -127,16 +127,16 @@ struct PlainMovieSink::ByteTarget {
 struct PlainMovieSink::Track {
     int timescale = 1;  // of the packets that come in
     bool isVideo = false;
-    PacketHandle heldBack;         // the last picture: how long it is shown tells the next one, or the end
-    std::int64_t latestShown = 0;  // of all packets
+    ffmpeg::PacketHandle heldBack;  // the last picture: how long it is shown tells the next one, or the end
+    std::int64_t latestShown = 0;   // of all packets
 };
 
 PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName)
     : shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
-    prepareFfmpeg();
+    ffmpeg::prepareFfmpeg();
     target_->file = createFile(path, shownName_, Existing::emptied);
-    checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
-            "Der Film konnte nicht angelegt werden");
+    ffmpeg::checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
+                    "Der Film konnte nicht angelegt werden");
     auto* buffer = static_cast<std::uint8_t*>(av_malloc(kBufferBytes));
     io_ = avio_alloc_context(buffer, kBufferBytes, 1, target_.get(), nullptr, ByteTarget::write, ByteTarget::seek);
     if (io_ == nullptr) {
@@ -195,7 +195,7 @@ void PlainMovieSink::write(int stream, AVPacket& packet) {
         return;
     }
     if (track.heldBack) writeNow(*track.heldBack);
-    if (!track.heldBack) track.heldBack = makePacket();
+    if (!track.heldBack) track.heldBack = ffmpeg::makePacket();
     track.latestShown = std::max(track.latestShown, packet.pts);
     av_packet_move_ref(track.heldBack.get(), &packet);
 }
@@ -252,9 +252,9 @@ void PlainMovieSink::close() {
 // The file's own error says more than what FFmpeg makes of it, and some of its calls swallow it.
 void PlainMovieSink::check(int result) {
     if (target_->error == 0 && result >= 0) return;
-    const std::string reason =
-        target_->error != 0 ? systemErrorText({target_->error, std::generic_category()}) : ffmpegErrorText(result);
+    const std::string reason = target_->error != 0 ? systemErrorText({target_->error, std::generic_category()})
+                                                   : ffmpeg::ffmpegErrorText(result);
     throw RecorderError(shownName_ + " konnte nicht geschrieben werden: " + reason + ".");
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

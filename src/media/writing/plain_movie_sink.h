@@ -8,7 +8,7 @@
 
 #include "media/writing/movie_sink.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// A movie whose index is written when it is finished: nothing of it is readable before. The index then stands before
 /// the samples, so that a finished movie plays while it is still being downloaded; finishing rewrites the file for that
@@ -45,4 +45,4 @@ class PlainMovieSink final : public MovieSink {
     std::optional<MediaTime> end_;  // guarded by lock_
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

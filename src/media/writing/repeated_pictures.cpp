@@ -4,7 +4,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -135,4 +135,4 @@ std::vector<std::uint8_t> RepeatedPictures::repetition() {
     return stream;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

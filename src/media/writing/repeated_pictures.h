@@ -7,7 +7,7 @@
 
 #include "media/writing/h264_bitstream.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// Writes pictures that repeat the one before into an H.264 stream, behind the encoder and without its knowing: a slice
 /// whose macroblocks are all skipped, a dozen bytes, instead of tens of milliseconds of encoding. Such a picture is a
@@ -45,4 +45,4 @@ class RepeatedPictures {
     bool begun_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -18,7 +18,7 @@ extern "C" {
 #include <libavcodec/packet.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 TEST(H264Bits, WhatIsWrittenIsReadBack) {
@@ -132,8 +132,8 @@ Written write(const std::filesystem::path& path, const VideoSettings& settings, 
     return written;
 }
 
-bool samePixels(const YuvPicture& a, const YuvPicture& b) {
-    const auto samePlane = [](const YuvPlane& x, const YuvPlane& y, int width, int height) {
+bool samePixels(const imaging::YuvPicture& a, const imaging::YuvPicture& b) {
+    const auto samePlane = [](const imaging::YuvPlane& x, const imaging::YuvPlane& y, int width, int height) {
         for (int row = 0; row < height; ++row) {
             if (std::memcmp(x.samples + row * x.stride, y.samples + row * y.stride, static_cast<std::size_t>(width)) !=
                 0) {
@@ -264,7 +264,7 @@ TEST(RepeatedPictures, AStillPictureStaysSharpAcrossKeyPictures) {
                 continue;
             }
             auto picture = input.pool().makePlanar();
-            const YuvDestination& planes = picture->destination();
+            const imaging::YuvDestination& planes = picture->destination();
             for (int y = 0; y < 192; ++y) {
                 for (int x = 0; x < 320; ++x) {
                     planes.luma[y * planes.lumaStride + x] = static_cast<std::uint8_t>(luma(x, y));
@@ -286,7 +286,7 @@ TEST(RepeatedPictures, AStillPictureStaysSharpAcrossKeyPictures) {
         double error = 0;
         for (int y = 0; y < 192; ++y) {
             for (int x = 0; x < 320; ++x) {
-                const YuvPlane& plane = decoded[i].picture.luma;
+                const imaging::YuvPlane& plane = decoded[i].picture.luma;
                 const double difference = plane.samples[y * plane.stride + x] - luma(x, y);
                 error += difference * difference;
             }
@@ -326,4 +326,4 @@ TEST(RepeatedPictures, SeekingLandsOnRightPicturesAmongRepeats) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

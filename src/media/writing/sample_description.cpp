@@ -11,7 +11,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -24,14 +24,15 @@ struct ContextDelete {
 // What FFmpeg writes as the header of a movie of these streams that has no samples.
 std::vector<std::uint8_t> emptyMovie(std::span<const DescribedStream> streams) {
     AVFormatContext* made = nullptr;
-    checked(avformat_alloc_output_context2(&made, nullptr, formatName(MovieContainer::quickTime), nullptr), kNoHeader);
+    ffmpeg::checked(avformat_alloc_output_context2(&made, nullptr, formatName(MovieContainer::quickTime), nullptr),
+                    kNoHeader);
     const std::unique_ptr<AVFormatContext, ContextDelete> movie(made);
     for (const DescribedStream& described : streams) {
         AVStream* const stream = avformat_new_stream(movie.get(), nullptr);
         if (stream == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
         describeStream(*stream, *described.parameters, described.timescale);
     }
-    checked(avio_open_dyn_buf(&movie->pb), kNoHeader);
+    ffmpeg::checked(avio_open_dyn_buf(&movie->pb), kNoHeader);
     AVDictionary* settings = nullptr;
     av_dict_set(&settings, "movflags", "+empty_moov+write_colr", 0);
     const int result = avformat_write_header(movie.get(), &settings);
@@ -42,14 +43,14 @@ std::vector<std::uint8_t> emptyMovie(std::span<const DescribedStream> streams) {
     std::vector<std::uint8_t> header;
     if (bytes != nullptr) header.assign(bytes, bytes + size);
     av_free(bytes);
-    checked(result, kNoHeader);
+    ffmpeg::checked(result, kNoHeader);
     return header;
 }
 
 }  // namespace
 
 std::vector<std::vector<std::uint8_t>> sampleDescriptions(std::span<const DescribedStream> streams) {
-    prepareFfmpeg();
+    ffmpeg::prepareFfmpeg();
     const std::vector<std::uint8_t> movie = emptyMovie(streams);
     std::vector<std::vector<std::uint8_t>> descriptions;
     if (const auto header = findBox(movie, boxKind("moov"))) {
@@ -72,4 +73,4 @@ std::vector<std::vector<std::uint8_t>> sampleDescriptions(std::span<const Descri
     return descriptions;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -6,7 +6,7 @@
 
 #include "ffmpeg/ffmpeg_handles.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 /// A stream as a QuickTime movie describes it.
 struct DescribedStream {
@@ -18,4 +18,4 @@ struct DescribedStream {
 /// when the format cannot hold one.
 std::vector<std::vector<std::uint8_t>> sampleDescriptions(std::span<const DescribedStream> streams);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

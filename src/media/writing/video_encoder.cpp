@@ -15,7 +15,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -32,7 +32,7 @@ std::string encoderName(const VideoSettings& settings) {
 }
 
 void set(AVCodecContext& codec, const char* option, const std::string& value) {
-    checked(av_opt_set(codec.priv_data, option, value.c_str(), 0), kNoVideoEncoder);
+    ffmpeg::checked(av_opt_set(codec.priv_data, option, value.c_str(), 0), kNoVideoEncoder);
 }
 
 void setUpX264(AVCodecContext& codec, const VideoSettings& settings, bool mayRepeat) {
@@ -125,15 +125,15 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     } else {
         setUpHardware(*codec_, settings);
     }
-    checked(avcodec_open2(codec_.get(), encoder, nullptr), kNoVideoEncoder);
-    packet_ = makePacket();
+    ffmpeg::checked(avcodec_open2(codec_.get(), encoder, nullptr), kNoVideoEncoder);
+    packet_ = ffmpeg::makePacket();
     if (mayRepeat && codec_->extradata_size > 0) {
         repeats_ = RepeatedPictures::make({codec_->extradata, static_cast<std::size_t>(codec_->extradata_size)});
     }
 }
 
-CodecParametersHandle VideoEncoder::parameters() const {
-    CodecParametersHandle parameters = parametersOf(*codec_);
+ffmpeg::CodecParametersHandle VideoEncoder::parameters() const {
+    ffmpeg::CodecParametersHandle parameters = parametersOf(*codec_);
     if (repeats_) {
         const std::vector<std::uint8_t>& sets = repeats_->parameterSets();
         av_freep(&parameters->extradata);
@@ -148,11 +148,11 @@ CodecParametersHandle VideoEncoder::parameters() const {
     return parameters;
 }
 
-void VideoEncoder::encode(const std::shared_ptr<PlanarBuffer>& picture, std::int64_t ticks,
+void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
                           const PacketConsumer& consume) {
-    const YuvDestination& planes = picture->destination();
+    const imaging::YuvDestination& planes = picture->destination();
     precondition(planes.width == settings_.width && planes.height == settings_.height, "a picture of the input's size");
-    precondition(planes.encoding == YuvEncoding{}, "pictures are written in BT.709, limited range");
+    precondition(planes.encoding == imaging::YuvEncoding{}, "pictures are written in BT.709, limited range");
     picture->repeatOddEdges();
     last_ = picture;
     repeatsOfLast_ = 0;
@@ -179,7 +179,7 @@ void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
 }
 
 void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
-    const FrameHandle frame = encoderPicture(*codec_, last_);
+    const ffmpeg::FrameHandle frame = encoderPicture(*codec_, last_);
     frame->pts = ticks;
     // Where the encoder does not see all pictures, or knows nothing of time, key pictures are asked for by our own
     // count.
@@ -192,12 +192,12 @@ void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
         ++sinceKey_;
     }
     if (repeats_) pending_.push_back({ticks, false});
-    checked(avcodec_send_frame(codec_.get(), frame.get()), kPictureRefused);
+    ffmpeg::checked(avcodec_send_frame(codec_.get(), frame.get()), kPictureRefused);
     receive(consume);
 }
 
 void VideoEncoder::finish(const PacketConsumer& consume) {
-    checked(avcodec_send_frame(codec_.get(), nullptr), kPictureRefused);
+    ffmpeg::checked(avcodec_send_frame(codec_.get(), nullptr), kPictureRefused);
     receive(consume);
 }
 
@@ -221,8 +221,8 @@ void VideoEncoder::giveRewritten(const AVPacket& packet, const PacketConsumer& c
         throw RecorderError(std::string(kPictureRefused) + ": Der Encoder liefert einen unerwarteten Bildstrom.");
     }
     pending_.pop_front();
-    const PacketHandle rewritten = makePacket();
-    checked(av_new_packet(rewritten.get(), static_cast<int>(stream->size())), kPictureRefused);
+    const ffmpeg::PacketHandle rewritten = ffmpeg::makePacket();
+    ffmpeg::checked(av_new_packet(rewritten.get(), static_cast<int>(stream->size())), kPictureRefused);
     std::copy(stream->begin(), stream->end(), rewritten->data);
     rewritten->pts = packet.pts;
     rewritten->dts = packet.dts;
@@ -235,8 +235,8 @@ void VideoEncoder::giveRewritten(const AVPacket& packet, const PacketConsumer& c
 void VideoEncoder::giveRepeats(const PacketConsumer& consume) {
     for (; !pending_.empty() && pending_.front().isRepeat; pending_.pop_front()) {
         const std::vector<std::uint8_t> stream = repeats_->repetition();
-        const PacketHandle packet = makePacket();
-        checked(av_new_packet(packet.get(), static_cast<int>(stream.size())), kPictureRefused);
+        const ffmpeg::PacketHandle packet = ffmpeg::makePacket();
+        ffmpeg::checked(av_new_packet(packet.get(), static_cast<int>(stream.size())), kPictureRefused);
         std::copy(stream.begin(), stream.end(), packet->data);
         packet->pts = packet->dts = pending_.front().ticks;
         packet->duration = settings_.timescale / settings_.frameRate;
@@ -244,4 +244,4 @@ void VideoEncoder::giveRepeats(const PacketConsumer& consume) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

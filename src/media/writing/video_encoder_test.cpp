@@ -14,7 +14,7 @@ extern "C" {
 #include <libavcodec/packet.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::media {
 namespace {
 
 class EitherStream : public testing::TestWithParam<VideoCodec> {
@@ -51,7 +51,7 @@ class Packets {
     std::vector<Encoded> all;
 };
 
-std::shared_ptr<PlanarBuffer> numbered(PicturePool& pool, int number) {
+std::shared_ptr<imaging::PlanarBuffer> numbered(imaging::PicturePool& pool, int number) {
     auto picture = pool.makePlanar();
     paintTestPicture(number, false, picture->destination());
     return picture;
@@ -78,7 +78,7 @@ TEST_P(EitherStream, ComesBackAsItWasFromAQuickTimeMovie) {
     const bool isHevc = GetParam() == VideoCodec::hevc;
     EXPECT_EQ(track.codec, isHevc ? "hevc" : "h264");
     EXPECT_TRUE(track.colourTagged);
-    EXPECT_EQ(track.encoding, YuvEncoding{});
+    EXPECT_EQ(track.encoding, imaging::YuvEncoding{});
     EXPECT_NE(folder.read("out.mov").find(isHevc ? "hvc1" : "avc1"), std::string::npos);
 }
 
@@ -86,7 +86,7 @@ TEST_P(EitherStream, WithoutDelayEveryPictureComesOutAtOnce) {
     VideoSettings made = settings();
     made.lowLatency = true;
     VideoEncoder encoder(made);
-    PicturePool pool(made.width, made.height, {});
+    imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
     for (int i = 0; i < 20; ++i) {
         encoder.encode(numbered(pool, i), i * 600, packets.consumer());
@@ -100,7 +100,7 @@ TEST_P(EitherStream, KeyPicturesComeByTheClockWherePicturesAreRare) {
     made.maxKeyFrameSeconds = 2;
     made.lowLatency = true;
     VideoEncoder encoder(made);
-    PicturePool pool(made.width, made.height, {});
+    imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
     // Six pictures a second, then one a second, then a minute of nothing.
     std::vector<std::int64_t> ticks;
@@ -125,7 +125,7 @@ TEST_P(EitherStream, RepeatsAreKeyPicturesByTheClockToo) {
     made.maxKeyFrameSeconds = 2;
     made.lowLatency = true;
     VideoEncoder encoder(made);
-    PicturePool pool(made.width, made.height, {});
+    imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
     encoder.encode(numbered(pool, 7), 0, packets.consumer());
     for (int i = 1; i < 30; ++i) encoder.repeat(i * 120, packets.consumer());
@@ -143,12 +143,12 @@ TEST_P(EitherStream, TheBitRateIsForPicturesASecondNotTicks) {
     made.height = 240;
     made.averageBitRate = 1200000;
     VideoEncoder encoder(made);
-    PicturePool pool(made.width, made.height, {});
+    imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
     std::mt19937 random(5);
     for (int i = 0; i < 150; ++i) {
         const auto picture = numbered(pool, i);
-        const YuvDestination& planes = picture->destination();
+        const imaging::YuvDestination& planes = picture->destination();
         // Noise takes as many bits as it is given.
         for (int y = 0; y < 240; ++y) {
             for (int x = 0; x < 320; ++x) {
@@ -177,4 +177,4 @@ TEST_P(EitherStream, AnEncoderThatIsNotThereIsSaid) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::media

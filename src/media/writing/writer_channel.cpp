@@ -6,7 +6,7 @@
 #include "base/handled_error.h"
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 namespace {
 
@@ -171,4 +171,4 @@ void WriterChannel::runGuarded(const Work& work) noexcept {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

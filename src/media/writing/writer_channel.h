@@ -10,7 +10,7 @@
 #include "base/serial_queue.h"
 #include "media/writing/asset_writer.h"
 
-namespace lumivastor {
+namespace lumivastor::media {
 
 class WriterChannel;
 
@@ -100,4 +100,4 @@ class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
     SerialQueue thread_;                                    // last: it uses everything above
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::media

@@ -6,18 +6,18 @@
 #include "platform/x11/global_shortcut.h"
 #include "platform/x11/x11_desktop.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 std::unique_ptr<Desktop> openDesktop(std::shared_ptr<SoundSystem> sound) {
-    return openX11Desktop(std::move(sound));
+    return x11::openX11Desktop(std::move(sound));
 }
 
 std::unique_ptr<GlobalShortcut> grabShortcut(const KeyCombination& keys, std::function<void()> pressed) {
-    return grabX11Shortcut(keys, std::move(pressed));
+    return x11::grabX11Shortcut(keys, std::move(pressed));
 }
 
 bool canShowTranslucentWindows() {
-    return hasCompositingManager();
+    return x11::hasCompositingManager();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -8,7 +8,7 @@
 #include "platform/global_shortcut.h"
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The desktop of this session: that of the X11 server which the environment names. `sound` may be null where no stream
 /// will ask for sound. Reads scales from the environment, so call it before other threads change that. Throws
@@ -24,4 +24,4 @@ std::unique_ptr<GlobalShortcut> grabShortcut(const KeyCombination& keys, std::fu
 /// does not answer.
 bool canShowTranslucentWindows();
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

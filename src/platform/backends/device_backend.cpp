@@ -9,7 +9,7 @@
 #include "platform/devices/v4l2_devices.h"
 #include "platform/pipewire/pipewire_camera.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // What kind of device an id belongs to.
@@ -42,14 +42,14 @@ std::string graphFor(const std::string& graph, std::optional<PictureSize> size) 
 }
 
 std::unique_ptr<CaptureSession> openTestDevice(const CaptureDevice& device, const std::string& graph) {
-    LibavSession::Configuration configuration;
+    devices::LibavSession::Configuration configuration;
     configuration.name = device.name;
     configuration.isExternal = device.isExternal;
     configuration.needsPacing = true;
     configuration.source = [graph](std::optional<PictureSize> size) {
-        return LibavSource{"lavfi", graphFor(graph, size), {}};
+        return devices::LibavSource{"lavfi", graphFor(graph, size), {}};
     };
-    configuration.open = std::make_unique<LibavInput>(configuration.source(std::nullopt));
+    configuration.open = std::make_unique<devices::LibavInput>(configuration.source(std::nullopt));
     configuration.activeFormat = configuration.open->size();
     configuration.hasSound = configuration.open->hasSound();
     const bool isSizeOpen = graphFor(graph, std::nullopt) != graph;
@@ -58,29 +58,29 @@ std::unique_ptr<CaptureSession> openTestDevice(const CaptureDevice& device, cons
     } else if (configuration.open->hasPictures()) {
         configuration.presets = {configuration.activeFormat};
     }
-    return std::make_unique<LibavSession>(std::move(configuration));
+    return std::make_unique<devices::LibavSession>(std::move(configuration));
 }
 
-std::unique_ptr<CaptureSession> openV4l2(const V4l2Device& device, bool isExternal) {
-    LibavSession::Configuration configuration;
+std::unique_ptr<CaptureSession> openV4l2(const devices::V4l2Device& device, bool isExternal) {
+    devices::LibavSession::Configuration configuration;
     configuration.name = device.card;
     configuration.isExternal = isExternal;
     configuration.activeFormat = device.activeFormat;
-    for (const V4l2Format& format : device.formats) {
-        if (chooseFormat(device.formats, format.size)) configuration.presets.push_back(format.size);
+    for (const devices::V4l2Format& format : device.formats) {
+        if (devices::chooseFormat(device.formats, format.size)) configuration.presets.push_back(format.size);
     }
     configuration.source = [device](std::optional<PictureSize> size) {
-        LibavSource source{"v4l2", device.path, {}};
+        devices::LibavSource source{"v4l2", device.path, {}};
         const PictureSize wanted = size.value_or(device.activeFormat);
         if (wanted.width > 0) source.options["video_size"] = sizeText(wanted);
-        if (const auto format = chooseFormat(device.formats, wanted)) {
+        if (const auto format = devices::chooseFormat(device.formats, wanted)) {
             source.options["input_format"] = format->name;
             constexpr double kEnough = 30;
             if (format->framesPerSecond >= kEnough) source.options["framerate"] = "30";
         }
         return source;
     };
-    return std::make_unique<LibavSession>(std::move(configuration));
+    return std::make_unique<devices::LibavSession>(std::move(configuration));
 }
 
 class MachineDevices final : public CaptureDevices {
@@ -90,12 +90,14 @@ class MachineDevices final : public CaptureDevices {
 
     std::optional<CaptureDevice> defaultCamera() override {
         if (!addresses_.testCamera.empty()) return CaptureDevice{kTestCamera, "Testkamera"};
-        const auto isCamera = [](const std::string& description) { return !isCaptureCard(description, {}, {}); };
-        if (auto camera = findPipeWireCamera(addresses_.pipeWire, isCamera)) {
+        const auto isCamera = [](const std::string& description) {
+            return !devices::isCaptureCard(description, {}, {});
+        };
+        if (auto camera = pipewire::findPipeWireCamera(addresses_.pipeWire, isCamera)) {
             camera->id = kPipeWire + camera->id;
             return camera;
         }
-        for (const V4l2Device& device : listV4l2Devices()) {
+        for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
             if (!isExternal(device)) return CaptureDevice{kV4l2 + device.path, device.card};
         }
         return std::nullopt;
@@ -110,7 +112,7 @@ class MachineDevices final : public CaptureDevices {
     std::vector<CaptureDevice> externalDevices() override {
         std::vector<CaptureDevice> found;
         if (!addresses_.testDevice.empty()) found.push_back({kTestDevice, "Testgerät", true});
-        for (const V4l2Device& device : listV4l2Devices()) {
+        for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
             if (isExternal(device)) found.push_back({kV4l2 + device.path, device.card, true});
         }
         return found;
@@ -124,13 +126,13 @@ class MachineDevices final : public CaptureDevices {
             return openTestDevice(device, addresses_.testDevice);
         }
         if (withoutPrefix(device.id, kMicrophone)) {
-            return std::make_unique<MicrophoneSession>(device.name, sounds_->microphone(kSampleRate));
+            return std::make_unique<devices::MicrophoneSession>(device.name, sounds_->microphone(kSampleRate));
         }
         if (const auto node = withoutPrefix(device.id, kPipeWire)) {
-            return std::make_unique<PipeWireCameraSession>(addresses_.pipeWire, *node, device.name);
+            return std::make_unique<pipewire::PipeWireCameraSession>(addresses_.pipeWire, *node, device.name);
         }
         if (const auto path = withoutPrefix(device.id, kV4l2)) {
-            for (const V4l2Device& one : listV4l2Devices()) {
+            for (const devices::V4l2Device& one : devices::listV4l2Devices()) {
                 if (one.path == *path && one.card == device.name) return openV4l2(one, isExternal(one));
             }
         }
@@ -138,7 +140,9 @@ class MachineDevices final : public CaptureDevices {
     }
 
   private:
-    static bool isExternal(const V4l2Device& device) { return isCaptureCard(device.card, device.driver, device.bus); }
+    static bool isExternal(const devices::V4l2Device& device) {
+        return devices::isCaptureCard(device.card, device.driver, device.bus);
+    }
 
     std::shared_ptr<SoundSystem> sounds_;
     DeviceAddresses addresses_;
@@ -159,4 +163,4 @@ std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> 
     return std::make_unique<MachineDevices>(std::move(sounds), std::move(addresses));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -6,7 +6,7 @@
 #include "platform/capture_device.h"
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Where to look for devices.
 struct DeviceAddresses {
@@ -29,4 +29,4 @@ DeviceAddresses deviceAddressesFromEnvironment();
 std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> sounds,
                                                    DeviceAddresses addresses = deviceAddressesFromEnvironment());
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

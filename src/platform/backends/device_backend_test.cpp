@@ -14,7 +14,7 @@
 #include "support/heard_sound.h"
 #include "support/seen_pictures.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // A white flash for one picture at each full second, and a beep that begins with it.
@@ -23,7 +23,7 @@ constexpr const char* kFlashAndBeep =
     "aevalsrc=exprs='0.5*cos(2*PI*1000*t)*lt(mod(t,1),0.02)':s=48000[out1]";
 
 std::shared_ptr<SoundSystem> noSounds() {
-    return std::make_shared<SyntheticSoundSystem>();
+    return std::make_shared<synthetic::SyntheticSoundSystem>();
 }
 
 DeviceAddresses addresses(const std::string& camera, const std::string& device = {}) {
@@ -206,7 +206,7 @@ TEST(DeviceBackend, GraphsThatAreNoneAreRefused) {
 }
 
 TEST(DeviceBackend, TheMicrophoneIsTheSoundSystems) {
-    const auto sounds = std::make_shared<SyntheticSoundSystem>();
+    const auto sounds = std::make_shared<synthetic::SyntheticSoundSystem>();
     const auto devices = openCaptureDevices(sounds, addresses({}));
     const auto microphone = devices->defaultMicrophone();
     ASSERT_TRUE(microphone);
@@ -221,15 +221,15 @@ TEST(DeviceBackend, TheMicrophoneIsTheSoundSystems) {
     EXPECT_TRUE(session->addAudioOutput(queue, [&](const SoundBuffer& buffer) { frames += buffer.frames(); }));
     session->onInterruption([&](const std::string& reason) { told.push_back(reason); });
     session->startRunning();
-    sounds->emit(SyntheticSoundSystem::Kind::microphone, 1, 480);
-    sounds->end(SyntheticSoundSystem::Kind::microphone, "abgezogen");
+    sounds->emit(synthetic::SyntheticSoundSystem::Kind::microphone, 1, 480);
+    sounds->end(synthetic::SyntheticSoundSystem::Kind::microphone, "abgezogen");
     session->stopRunning();
-    EXPECT_FALSE(sounds->emit(SyntheticSoundSystem::Kind::microphone, 2, 480));
+    EXPECT_FALSE(sounds->emit(synthetic::SyntheticSoundSystem::Kind::microphone, 2, 480));
     queue.drain();
     EXPECT_EQ(frames, 480U);
     EXPECT_EQ(told, std::vector<std::string>{"abgezogen"});
 
-    sounds->failStarts(SyntheticSoundSystem::Kind::microphone, "Kein Mikrofon gefunden.");
+    sounds->failStarts(synthetic::SyntheticSoundSystem::Kind::microphone, "Kein Mikrofon gefunden.");
     const auto second = devices->open(*microphone);
     second->onInterruption([&](const std::string& reason) { told.push_back(reason); });
     second->startRunning();
@@ -240,4 +240,4 @@ TEST(DeviceBackend, TheMicrophoneIsTheSoundSystems) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

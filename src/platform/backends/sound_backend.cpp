@@ -6,7 +6,7 @@
 #include "platform/pipewire/pipewire_sound_system.h"
 #include "platform/pulse/pulse_sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 /// Where there is no server.
@@ -53,8 +53,8 @@ class ChosenSoundSystem final : public SoundSystem {
         return nullptr;
     }
 
-    PulseSoundSystem pulse_;
-    PipeWireSoundSystem pipeWire_;
+    pulse::PulseSoundSystem pulse_;
+    pipewire::PipeWireSoundSystem pipeWire_;
 };
 
 }  // namespace
@@ -69,4 +69,4 @@ std::unique_ptr<SoundSystem> openSoundSystem(SoundServerAddresses addresses) {
     return std::make_unique<ChosenSoundSystem>(std::move(addresses));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -5,7 +5,7 @@
 
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Where to look for sound servers; empty: where the environment and the servers' own configuration say.
 struct SoundServerAddresses {
@@ -32,4 +32,4 @@ SoundServerKind chooseSoundServer(const FoundSoundServers& found);
 /// "Kein Tonserver gefunden.".
 std::unique_ptr<SoundSystem> openSoundSystem(SoundServerAddresses addresses = {});
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -13,7 +13,7 @@
 #include "support/pipewire_beeper.h"
 #include "support/sound_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 TEST(SoundBackend, ChoosesTheServerThatProgramsPlayTo) {
@@ -74,4 +74,4 @@ TEST(SoundBackend, ListensToPipeWire) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

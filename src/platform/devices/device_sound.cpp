@@ -8,7 +8,7 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
 double DeviceSound::delay() const {
     if (!resampler_) return 0;
@@ -55,4 +55,4 @@ std::vector<float> DeviceSound::convert(const AVFrame& frame) {
     return values;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -5,7 +5,7 @@
 
 #include "ffmpeg/av_handles.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
 /// Turns a device's decoded sound, whatever it is, into 48000 Hz stereo in floating point. One thread.
 class DeviceSound {
@@ -20,10 +20,10 @@ class DeviceSound {
     double delay() const;
 
   private:
-    AvHandle<SwrContext> resampler_;
+    ffmpeg::AvHandle<SwrContext> resampler_;
     int format_ = -1;
     int sampleRate_ = 0;
     int channels_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

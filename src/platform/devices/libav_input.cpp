@@ -12,7 +12,7 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::devices {
 namespace {
 
 [[noreturn]] void refuse(int error) {
@@ -74,7 +74,7 @@ void LibavInput::open(Track& track, int stream) {
     track.stream = stream;
 }
 
-PictureSize LibavInput::size() const {
+platform::PictureSize LibavInput::size() const {
     if (!hasPictures()) return {};
     const AVCodecParameters* const parameters = input_->streams[picture_.stream]->codecpar;
     return {parameters->width, parameters->height};
@@ -104,4 +104,4 @@ bool LibavInput::decode(Track& track) {
     return avcodec_receive_frame(track.decoder.get(), frame_.get()) >= 0;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -8,7 +8,7 @@
 #include "ffmpeg/av_handles.h"
 #include "platform/capture_device.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
 /// What to open with libavdevice.
 struct LibavSource {
@@ -30,7 +30,7 @@ class LibavInput {
 
     bool hasPictures() const { return picture_.stream >= 0; }
     bool hasSound() const { return sound_.stream >= 0; }
-    PictureSize size() const;
+    platform::PictureSize size() const;
 
     /// The next decoded frame. `nothingYet`: ask again a few milliseconds later (a V4L2 device), or a damaged one was
     /// left out. `end`: the device is gone.
@@ -44,18 +44,18 @@ class LibavInput {
   private:
     struct Track {
         int stream = -1;
-        AvHandle<AVCodecContext> decoder;
+        ffmpeg::AvHandle<AVCodecContext> decoder;
     };
 
     void open(Track& track, int stream);
     bool decode(Track& track);
 
-    AvHandle<AVFormatContext> input_;
+    ffmpeg::AvHandle<AVFormatContext> input_;
     Track picture_;
     Track sound_;
-    AvHandle<AVPacket> packet_;
-    AvHandle<AVFrame> frame_;
+    ffmpeg::AvHandle<AVPacket> packet_;
+    ffmpeg::AvHandle<AVFrame> frame_;
     std::optional<double> stamp_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -15,7 +15,7 @@
 #include "platform/pictures/device_clock.h"
 #include "platform/sound/steady_sound.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 namespace {
 
 // A V4L2 device without a picture is asked again after this long: late by a tenth of a picture at most, at next to no
@@ -29,19 +29,20 @@ constexpr double kSilence = 8;
 /// One run of the device. The session's thread.
 class LibavSession::Reading {
   public:
-    Reading(DeviceOutputs& outputs, bool isExternal)
+    Reading(platform::DeviceOutputs& outputs, bool isExternal)
         : outputs_(outputs),
           toBgra_(isExternal),
-          steady_(soundOptions(), [&outputs](SoundBuffer buffer) { outputs.deliver(std::move(buffer)); }) {}
+          steady_(soundOptions(), [&outputs](platform::SoundBuffer buffer) { outputs.deliver(std::move(buffer)); }) {}
 
     /// When a sample with this stamp was taken.
-    double hostSeconds(std::optional<double> stamp) { return clock_.hostSeconds(stamp, ClockReading::now()); }
-    DeviceClock& clock() { return clock_; }
+    double hostSeconds(std::optional<double> stamp) { return clock_.hostSeconds(stamp, platform::ClockReading::now()); }
+    platform::DeviceClock& clock() { return clock_; }
 
     void take(LibavInput::Kind kind, const AVFrame& frame, double hostSeconds) {
         if (kind == LibavInput::Kind::picture) {
             if (!outputs_.hasVideo()) return;
-            if (auto image = toBgra_.convert(pictureIn(frame))) outputs_.deliver({hostSeconds, std::move(image)});
+            if (auto image = toBgra_.convert(ffmpeg::pictureIn(frame)))
+                outputs_.deliver({hostSeconds, std::move(image)});
         } else if (outputs_.hasAudio()) {
             takeSound(frame, hostSeconds);
         }
@@ -49,8 +50,8 @@ class LibavSession::Reading {
     void finish() { steady_.finish(); }
 
   private:
-    static SteadySound::Options soundOptions() {
-        SteadySound::Options options;
+    static platform::SteadySound::Options soundOptions() {
+        platform::SteadySound::Options options;
         options.sampleRate = DeviceSound::kSampleRate;
         options.channels = DeviceSound::kChannels;
         // The stamps are the device's own, or paced by this thread.
@@ -66,11 +67,11 @@ class LibavSession::Reading {
         soundFrame_ += static_cast<std::int64_t>(values.size()) / DeviceSound::kChannels;
     }
 
-    DeviceOutputs& outputs_;
-    DeviceClock clock_;
-    PictureToBgra toBgra_;
+    platform::DeviceOutputs& outputs_;
+    platform::DeviceClock clock_;
+    ffmpeg::PictureToBgra toBgra_;
     DeviceSound sound_;
-    SteadySound steady_;
+    platform::SteadySound steady_;
     std::int64_t soundFrame_ = 0;
 };
 
@@ -80,28 +81,28 @@ LibavSession::~LibavSession() {
     stopRunning();
 }
 
-bool LibavSession::canSetPreset(PictureSize size) const {
+bool LibavSession::canSetPreset(platform::PictureSize size) const {
     const auto& presets = configuration_.presets;
     return std::find(presets.begin(), presets.end(), size) != presets.end();
 }
 
-void LibavSession::setPreset(PictureSize size) {
+void LibavSession::setPreset(platform::PictureSize size) {
     precondition(canSetPreset(size), "a preset that the device has");
     preset_ = size;
 }
 
-PictureSize LibavSession::activeFormat() const {
+platform::PictureSize LibavSession::activeFormat() const {
     return configuration_.activeFormat;
 }
 
 bool LibavSession::addVideoOutput(SerialQueue& queue, bool discardsLate,
-                                  std::function<void(const DeviceSample&)> handler) {
+                                  std::function<void(const platform::DeviceSample&)> handler) {
     if (configuration_.activeFormat.width == 0) return false;
     outputs_.setVideo(queue, discardsLate, std::move(handler));
     return true;
 }
 
-bool LibavSession::addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) {
+bool LibavSession::addAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) {
     if (!configuration_.hasSound) return false;
     outputs_.setAudio(queue, std::move(handler));
     return true;
@@ -181,4 +182,4 @@ void LibavSession::read() {
     reading.finish();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

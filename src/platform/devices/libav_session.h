@@ -13,20 +13,20 @@
 #include "platform/devices/libav_input.h"
 #include "platform/pictures/device_outputs.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
 /// A capture session of a device that libavdevice opens: a V4L2 camera or capture card, or a synthetic device that a
 /// filter graph describes. On a thread of its own while it runs.
-class LibavSession final : public CaptureSession {
+class LibavSession final : public platform::CaptureSession {
   public:
     struct Configuration {
         std::string name;  // in messages
         bool isExternal = false;
         bool hasSound = false;
-        std::vector<PictureSize> presets;
-        PictureSize activeFormat;
+        std::vector<platform::PictureSize> presets;
+        platform::PictureSize activeFormat;
         /// What to open for a preset, or without one. The thread's.
-        std::function<LibavSource(std::optional<PictureSize>)> source;
+        std::function<LibavSource(std::optional<platform::PictureSize>)> source;
         /// Already open, for the first use without a preset; may be null.
         std::unique_ptr<LibavInput> open;
         /// The device delivers as fast as it is read: samples are held until their time.
@@ -38,12 +38,12 @@ class LibavSession final : public CaptureSession {
     LibavSession(const LibavSession&) = delete;
     LibavSession& operator=(const LibavSession&) = delete;
 
-    bool canSetPreset(PictureSize size) const override;
-    void setPreset(PictureSize size) override;
-    PictureSize activeFormat() const override;
+    bool canSetPreset(platform::PictureSize size) const override;
+    void setPreset(platform::PictureSize size) override;
+    platform::PictureSize activeFormat() const override;
     bool addVideoOutput(SerialQueue& queue, bool discardsLate,
-                        std::function<void(const DeviceSample&)> handler) override;
-    bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override;
+                        std::function<void(const platform::DeviceSample&)> handler) override;
+    bool addAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override;
     void onInterruption(std::function<void(const std::string&)> handler) override;
     void startRunning() override;
     void stopRunning() override;
@@ -56,8 +56,8 @@ class LibavSession final : public CaptureSession {
     bool waitUntil(double hostSeconds);
 
     Configuration configuration_;
-    std::optional<PictureSize> preset_;
-    DeviceOutputs outputs_{configuration_.name};
+    std::optional<platform::PictureSize> preset_;
+    platform::DeviceOutputs outputs_{configuration_.name};
     std::function<void(const std::string&)> interrupted_;
     std::mutex lock_;
     std::condition_variable wake_;
@@ -65,4 +65,4 @@ class LibavSession final : public CaptureSession {
     std::thread thread_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -5,20 +5,20 @@
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
-MicrophoneSession::MicrophoneSession(std::string name, std::unique_ptr<SoundSource> source)
+MicrophoneSession::MicrophoneSession(std::string name, std::unique_ptr<platform::SoundSource> source)
     : outputs_(std::move(name)), source_(std::move(source)) {}
 
 MicrophoneSession::~MicrophoneSession() {
     stopRunning();
 }
 
-void MicrophoneSession::setPreset(PictureSize) {
+void MicrophoneSession::setPreset(platform::PictureSize) {
     precondition(false, "a microphone has no pictures");
 }
 
-bool MicrophoneSession::addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) {
+bool MicrophoneSession::addAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) {
     outputs_.setAudio(queue, std::move(handler));
     return true;
 }
@@ -36,7 +36,7 @@ void MicrophoneSession::startRunning() {
         if (interrupted_) interrupted_(reason);
     };
     try {
-        source_->start([this](const SoundBuffer& buffer) { outputs_.deliver(buffer); }, tell);
+        source_->start([this](const platform::SoundBuffer& buffer) { outputs_.deliver(buffer); }, tell);
         isRunning_ = true;
     } catch (const RecorderError& error) {
         tell(error.message());
@@ -47,4 +47,4 @@ void MicrophoneSession::stopRunning() {
     if (std::exchange(isRunning_, false)) source_->stop();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -8,32 +8,34 @@
 #include "platform/pictures/device_outputs.h"
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
 /// A capture session of a microphone: sound without pictures.
-class MicrophoneSession final : public CaptureSession {
+class MicrophoneSession final : public platform::CaptureSession {
   public:
     /// `name`: the microphone's, for the log.
-    MicrophoneSession(std::string name, std::unique_ptr<SoundSource> source);
+    MicrophoneSession(std::string name, std::unique_ptr<platform::SoundSource> source);
     ~MicrophoneSession() override;
     MicrophoneSession(const MicrophoneSession&) = delete;
     MicrophoneSession& operator=(const MicrophoneSession&) = delete;
 
-    bool canSetPreset(PictureSize) const override { return false; }
-    void setPreset(PictureSize size) override;
-    PictureSize activeFormat() const override { return {}; }
-    bool addVideoOutput(SerialQueue&, bool, std::function<void(const DeviceSample&)>) override { return false; }
-    bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override;
+    bool canSetPreset(platform::PictureSize) const override { return false; }
+    void setPreset(platform::PictureSize size) override;
+    platform::PictureSize activeFormat() const override { return {}; }
+    bool addVideoOutput(SerialQueue&, bool, std::function<void(const platform::DeviceSample&)>) override {
+        return false;
+    }
+    bool addAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override;
     void onInterruption(std::function<void(const std::string&)> handler) override;
     void onReturn(std::function<void()> handler) override;
     void startRunning() override;
     void stopRunning() override;
 
   private:
-    DeviceOutputs outputs_;
+    platform::DeviceOutputs outputs_;
     std::function<void(const std::string&)> interrupted_;
-    std::unique_ptr<SoundSource> source_;
+    std::unique_ptr<platform::SoundSource> source_;
     bool isRunning_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -6,13 +6,13 @@
 
 #include "platform/capture_device.h"
 
-namespace lumivastor {
+namespace lumivastor::devices {
 
 /// A size in which a V4L2 device delivers pictures of one format.
 struct V4l2Format {
     /// As libavdevice calls it ("mjpeg", "yuyv422").
     std::string name;
-    PictureSize size;
+    platform::PictureSize size;
     double framesPerSecond = 0;  // the most; 0 when the driver does not say
 
     bool operator==(const V4l2Format&) const = default;
@@ -24,7 +24,7 @@ struct V4l2Device {
     std::string driver;  // of the kernel
     std::string bus;
     std::vector<V4l2Format> formats;
-    PictureSize activeFormat;
+    platform::PictureSize activeFormat;
 };
 
 /// Whether a device delivers the screen of something else, by what its driver says. There is no flag for it. Drivers of
@@ -35,9 +35,9 @@ bool isCaptureCard(const std::string& card, const std::string& driver, const std
 /// The format to ask for to get pictures of this size: the fastest up to 30 pictures a second, uncompressed before
 /// compressed where both are as fast. Nothing when no format has at least 15 in this size: then a smaller picture
 /// serves better.
-std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, PictureSize size);
+std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, platform::PictureSize size);
 
 /// The devices of this machine that deliver pictures, in the order of their numbers. Any thread.
 std::vector<V4l2Device> listV4l2Devices();
 
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

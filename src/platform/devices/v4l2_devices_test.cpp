@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::devices {
 namespace {
 
 TEST(V4l2Devices, CaptureCardsAreToldFromCameras) {
@@ -36,4 +36,4 @@ TEST(V4l2Devices, ListingWorksWithAndWithoutDevices) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::devices

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 void DamageArea::add(const PixelRect& rect) {
     if (rect.isEmpty()) return;
@@ -48,4 +48,4 @@ void DamageArea::mergeTwo() {
     add(both);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

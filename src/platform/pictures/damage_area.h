@@ -5,7 +5,7 @@
 
 #include "platform/pictures/pixel_rect.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The part of a picture that changed, as few rectangles that do not overlap. It may grow a little beyond what was
 /// added, never lacks any of it.
@@ -28,4 +28,4 @@ class DamageArea {
     std::vector<PixelRect> rects_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 bool covers(const DamageArea& area, int x, int y) {
@@ -67,4 +67,4 @@ TEST(DamageArea, NeverLacksAPixelAndNeverOverlapsItself) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -6,7 +6,7 @@
 
 #include "base/host_clock.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // No device holds a sample back for longer; clocks that are equal by chance to this degree are taken for one.
@@ -47,4 +47,4 @@ double DeviceClock::hostSeconds(std::optional<double> stamp, const ClockReading&
     return isPossible ? taken : arrival.hostSeconds;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// What a moment is called by the two clocks that devices stamp with.
 struct ClockReading {
@@ -30,4 +30,4 @@ class DeviceClock {
     double offset_ = 0;  // host less stamp, for a clock of its own
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

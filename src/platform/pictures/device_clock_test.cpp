@@ -4,7 +4,7 @@
 
 #include "base/host_clock.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 constexpr ClockReading at(double hostSeconds, double wallLessHost = 1.7e9) {
@@ -54,4 +54,4 @@ TEST(DeviceClock, ReadsBothClocks) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

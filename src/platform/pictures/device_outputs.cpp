@@ -6,7 +6,7 @@
 #include "base/log.h"
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 namespace {
 
@@ -63,4 +63,4 @@ void DeviceOutputs::deliver(SoundBuffer buffer) {
     audio_.deliver(std::move(buffer));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -10,7 +10,7 @@
 #include "platform/capture_device.h"
 #include "platform/sound_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Where a capture session's samples go: at most one output for pictures and one for sound, each bounded. What every
 /// kind of session has in common behind its own way of getting them.
@@ -64,4 +64,4 @@ class DeviceOutputs {
     Output<SoundBuffer> audio_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

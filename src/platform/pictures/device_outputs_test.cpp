@@ -9,7 +9,7 @@
 #include "base/log.h"
 #include "support/text_file.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 std::string logText() {
@@ -56,4 +56,4 @@ TEST(DeviceOutputs, WhatHasNoOutputIsNotLost) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

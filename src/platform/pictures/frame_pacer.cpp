@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 void TickSchedule::advance(double now) {
     next_ += interval_;
@@ -32,4 +32,4 @@ FrameStatus FramePacer::taken(double hostSeconds) {
     return status;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -4,7 +4,7 @@
 
 #include "platform/capture_stream.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The moments at which a stream looks for a new picture: multiples of the interval from a start, so that a tick that
 /// comes late does not delay those behind it. Ticks that were missed are left out.
@@ -57,4 +57,4 @@ class FramePacer {
     std::optional<double> lastDelivered_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 using Action = FramePacer::Action;
@@ -81,4 +81,4 @@ TEST(FramePacer, DeliversTheNewestContentWhenStopped) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -6,7 +6,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // Beyond any camera's picture.
@@ -14,11 +14,11 @@ constexpr std::size_t kLargest = std::size_t{1} << 28;
 
 }  // namespace
 
-std::optional<DevicePicture> JpegDecoder::decode(const std::uint8_t* bytes, std::size_t size) {
+std::optional<ffmpeg::DevicePicture> JpegDecoder::decode(const std::uint8_t* bytes, std::size_t size) {
     if (size == 0 || size > kLargest) return std::nullopt;
     if (!decoder_) {
         const AVCodec* const codec = avcodec_find_decoder(AV_CODEC_ID_MJPEG);
-        AvHandle<AVCodecContext> decoder(avcodec_alloc_context3(codec));
+        ffmpeg::AvHandle<AVCodecContext> decoder(avcodec_alloc_context3(codec));
         packet_.reset(av_packet_alloc());
         frame_.reset(av_frame_alloc());
         if (codec == nullptr || !decoder || !packet_ || !frame_) return std::nullopt;
@@ -33,7 +33,7 @@ std::optional<DevicePicture> JpegDecoder::decode(const std::uint8_t* bytes, std:
     av_packet_unref(packet_.get());
     av_frame_unref(frame_.get());
     if (!isTaken || avcodec_receive_frame(decoder_.get(), frame_.get()) < 0) return std::nullopt;
-    return pictureIn(*frame_);
+    return ffmpeg::pictureIn(*frame_);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

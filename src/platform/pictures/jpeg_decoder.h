@@ -7,18 +7,18 @@
 #include "ffmpeg/av_handles.h"
 #include "ffmpeg/picture_to_bgra.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Decodes the single JPEG pictures that cameras deliver. One thread at a time.
 class JpegDecoder {
   public:
     /// The picture stays valid until the next call. Nothing when the bytes are none.
-    std::optional<DevicePicture> decode(const std::uint8_t* bytes, std::size_t size);
+    std::optional<ffmpeg::DevicePicture> decode(const std::uint8_t* bytes, std::size_t size);
 
   private:
-    AvHandle<AVCodecContext> decoder_;
-    AvHandle<AVPacket> packet_;
-    AvHandle<AVFrame> frame_;
+    ffmpeg::AvHandle<AVCodecContext> decoder_;
+    ffmpeg::AvHandle<AVPacket> packet_;
+    ffmpeg::AvHandle<AVFrame> frame_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -9,12 +9,12 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // A flat red picture, full range as all JPEG is.
 std::vector<std::uint8_t> redJpeg() {
-    const AvHandle<AVCodecContext> encoder(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
+    const ffmpeg::AvHandle<AVCodecContext> encoder(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
     encoder->width = 64;
     encoder->height = 48;
     encoder->pix_fmt = AV_PIX_FMT_YUVJ420P;
@@ -22,7 +22,7 @@ std::vector<std::uint8_t> redJpeg() {
     encoder->flags |= AV_CODEC_FLAG_QSCALE;
     encoder->global_quality = FF_QP2LAMBDA;
     if (avcodec_open2(encoder.get(), encoder->codec, nullptr) < 0) return {};
-    const AvHandle<AVFrame> frame(av_frame_alloc());
+    const ffmpeg::AvHandle<AVFrame> frame(av_frame_alloc());
     frame->width = 64;
     frame->height = 48;
     frame->format = AV_PIX_FMT_YUVJ420P;
@@ -32,7 +32,7 @@ std::vector<std::uint8_t> redJpeg() {
     for (int plane = 0; plane < 3; ++plane) {
         std::fill_n(frame->data[plane], frame->linesize[plane] * (plane == 0 ? 48 : 24), values[plane]);
     }
-    const AvHandle<AVPacket> packet(av_packet_alloc());
+    const ffmpeg::AvHandle<AVPacket> packet(av_packet_alloc());
     if (avcodec_send_frame(encoder.get(), frame.get()) < 0) return {};
     if (avcodec_receive_packet(encoder.get(), packet.get()) < 0) return {};
     return {packet->data, packet->data + packet->size};
@@ -42,7 +42,7 @@ TEST(JpegDecoder, DecodesCamerasPicturesInTheirColours) {
     const auto bytes = redJpeg();
     ASSERT_FALSE(bytes.empty());
     JpegDecoder decoder;
-    PictureToBgra converter(false);
+    ffmpeg::PictureToBgra converter(false);
     for (int i = 0; i < 3; ++i) {
         const auto picture = decoder.decode(bytes.data(), bytes.size());
         ASSERT_TRUE(picture);
@@ -67,4 +67,4 @@ TEST(JpegDecoder, DamagedPicturesAreNoTrouble) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

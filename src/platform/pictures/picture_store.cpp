@@ -7,11 +7,11 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 struct PictureStore::Slots {
     struct Slot {
-        BgraPremultipliedBuffer buffer;
+        imaging::BgraPremultipliedBuffer buffer;
         DamageArea stale;   // used by the store's thread only
         bool used = false;  // guarded by lock
     };
@@ -21,20 +21,22 @@ struct PictureStore::Slots {
 
 namespace {
 
-void fillBlack(BgraPremultipliedBuffer& buffer) {
+void fillBlack(imaging::BgraPremultipliedBuffer& buffer) {
     for (int y = 0; y < buffer.height(); ++y) {
         for (int x = 0; x < buffer.width(); ++x) buffer.pixel(x, y)[3] = 255;
     }
 }
 
-void copyRect(const BgraPremultipliedBuffer& from, BgraPremultipliedBuffer& to, const PixelRect& rect) {
+void copyRect(const imaging::BgraPremultipliedBuffer& from, imaging::BgraPremultipliedBuffer& to,
+              const PixelRect& rect) {
     for (int y = rect.y; y < rect.maxY(); ++y) {
         std::memcpy(to.pixel(rect.x, y), from.pixel(rect.x, y), static_cast<std::size_t>(rect.width) * 4);
     }
 }
 
 // Comparing stops at the first row that differs, so it costs little unless there is something to be spared.
-bool areEqual(const BgraPremultipliedBuffer& one, const BgraPremultipliedBuffer& other, const PixelRect& rect) {
+bool areEqual(const imaging::BgraPremultipliedBuffer& one, const imaging::BgraPremultipliedBuffer& other,
+              const PixelRect& rect) {
     for (int y = rect.y; y < rect.maxY(); ++y) {
         if (std::memcmp(one.pixel(rect.x, y), other.pixel(rect.x, y), static_cast<std::size_t>(rect.width) * 4) != 0) {
             return false;
@@ -62,8 +64,8 @@ bool PictureStore::canTake() const {
     return used - ours < depth_;
 }
 
-std::shared_ptr<const BgraPremultipliedBuffer> PictureStore::take(
-    const DamageArea& damage, const std::function<bool(BgraPremultipliedBuffer&)>& paint) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureStore::take(
+    const DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint) {
     Slots::Slot* slot = nullptr;
     {
         const std::scoped_lock guard(slots_->lock);
@@ -75,11 +77,11 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureStore::take(
     }
     if (slot->buffer.isEmpty()) {
         // Made when first needed: a still screen needs only two.
-        slot->buffer = BgraPremultipliedBuffer(size_.width, size_.height);
+        slot->buffer = imaging::BgraPremultipliedBuffer(size_.width, size_.height);
         fillBlack(slot->buffer);
         slot->stale.add({0, 0, size_.width, size_.height});
     }
-    std::shared_ptr<const BgraPremultipliedBuffer> picture(&slot->buffer, [slots = slots_, slot](const auto*) {
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture(&slot->buffer, [slots = slots_, slot](const auto*) {
         const std::scoped_lock guard(slots->lock);
         slot->used = false;
     });
@@ -104,4 +106,4 @@ std::shared_ptr<const BgraPremultipliedBuffer> PictureStore::take(
     return picture;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -7,7 +7,7 @@
 #include "platform/capture_device.h"
 #include "platform/pictures/damage_area.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The pictures of a capture stream: a fixed number of buffers that are used again and again. Each remembers what has
 /// changed since it was last brought up to date, so that a small change costs little however large the picture is.
@@ -26,10 +26,10 @@ class PictureStore {
     /// else is as in the last picture. Programs often paint again what is there already: when the damaged part turns
     /// out to be equal, the last picture stays, and is what is returned. Null when `paint` returns false. In both
     /// cases the buffer is free again. `canTake` must hold.
-    std::shared_ptr<const BgraPremultipliedBuffer> take(const DamageArea& damage,
-                                                        const std::function<bool(BgraPremultipliedBuffer&)>& paint);
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> take(
+        const DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint);
     /// Null before the first. Lives at least until the next one is taken, or until the store goes.
-    const std::shared_ptr<const BgraPremultipliedBuffer>& last() const { return last_; }
+    const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& last() const { return last_; }
 
   private:
     struct Slots;
@@ -37,7 +37,7 @@ class PictureStore {
     const PictureSize size_;
     const int depth_;
     const std::shared_ptr<Slots> slots_;  // shared with the pictures that are out
-    std::shared_ptr<const BgraPremultipliedBuffer> last_;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> last_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -6,7 +6,7 @@
 #include <deque>
 #include <random>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 constexpr PictureSize kSize{40, 30};
@@ -17,13 +17,13 @@ DamageArea everything() {
     return all;
 }
 
-void fill(BgraPremultipliedBuffer& buffer, const PixelRect& rect, std::uint32_t value) {
+void fill(imaging::BgraPremultipliedBuffer& buffer, const PixelRect& rect, std::uint32_t value) {
     for (int y = rect.y; y < rect.maxY(); ++y) {
         for (int x = rect.x; x < rect.maxX(); ++x) std::memcpy(buffer.pixel(x, y), &value, 4);
     }
 }
 
-std::uint32_t at(const BgraPremultipliedBuffer& buffer, int x, int y) {
+std::uint32_t at(const imaging::BgraPremultipliedBuffer& buffer, int x, int y) {
     std::uint32_t value = 0;
     std::memcpy(&value, buffer.pixel(x, y), 4);
     return value;
@@ -32,14 +32,14 @@ std::uint32_t at(const BgraPremultipliedBuffer& buffer, int x, int y) {
 TEST(PictureStore, BeginsBlackAndOpaque) {
     PictureStore store(kSize, 2);
     EXPECT_EQ(store.last(), nullptr);
-    const auto picture = store.take({}, [](BgraPremultipliedBuffer&) { return true; });
+    const auto picture = store.take({}, [](imaging::BgraPremultipliedBuffer&) { return true; });
     EXPECT_EQ(at(*picture, 39, 29), 0xff000000U);
 }
 
 TEST(PictureStore, LetsOnlySoManyPicturesOut) {
     PictureStore store(kSize, 2);
     std::uint32_t value = 0xff000000;
-    const auto paint = [&value](BgraPremultipliedBuffer& buffer) {
+    const auto paint = [&value](imaging::BgraPremultipliedBuffer& buffer) {
         fill(buffer, {0, 0, kSize.width, kSize.height}, ++value);
         return true;
     };
@@ -55,10 +55,10 @@ TEST(PictureStore, LetsOnlySoManyPicturesOut) {
 }
 
 TEST(PictureStore, KeepsPicturesThatOutliveIt) {
-    std::shared_ptr<const BgraPremultipliedBuffer> picture;
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture;
     {
         PictureStore store(kSize, 1);
-        picture = store.take(everything(), [](BgraPremultipliedBuffer& buffer) {
+        picture = store.take(everything(), [](imaging::BgraPremultipliedBuffer& buffer) {
             fill(buffer, {0, 0, 40, 30}, 0xff112233);
             return true;
         });
@@ -70,7 +70,7 @@ TEST(PictureStore, PaintingTheSameAgainTakesNoPicture) {
     PictureStore store(kSize, 2);
     int paintings = 0;
     const auto paint = [&](std::uint32_t corner) {
-        return [&paintings, corner](BgraPremultipliedBuffer& buffer) {
+        return [&paintings, corner](imaging::BgraPremultipliedBuffer& buffer) {
             ++paintings;
             fill(buffer, {0, 0, 40, 30}, 0xff112233);
             fill(buffer, {39, 29, 1, 1}, corner);
@@ -90,7 +90,7 @@ TEST(PictureStore, PaintingTheSameAgainTakesNoPicture) {
 TEST(PictureStore, OnlyThePaintedPartIsCompared) {
     PictureStore store(kSize, 3);
     const auto paint = [](const PixelRect& rect, std::uint32_t value) {
-        return [=](BgraPremultipliedBuffer& buffer) {
+        return [=](imaging::BgraPremultipliedBuffer& buffer) {
             fill(buffer, rect, value);
             return true;
         };
@@ -105,7 +105,7 @@ TEST(PictureStore, OnlyThePaintedPartIsCompared) {
     one.add(left);
     const auto second = store.take(one, paint(left, 0xff000002));
     EXPECT_EQ(store.take(one, paint(left, 0xff000002)), second);
-    const auto third = store.take(both, [&](BgraPremultipliedBuffer& buffer) {
+    const auto third = store.take(both, [&](imaging::BgraPremultipliedBuffer& buffer) {
         fill(buffer, left, 0xff000002);
         fill(buffer, right, 0xff000003);
         return true;
@@ -118,27 +118,27 @@ TEST(PictureStore, OnlyThePaintedPartIsCompared) {
 
 TEST(PictureStore, KeepsTheLastPictureWhenPaintingFails) {
     PictureStore store(kSize, 2);
-    store.take(everything(), [](BgraPremultipliedBuffer& buffer) {
+    store.take(everything(), [](imaging::BgraPremultipliedBuffer& buffer) {
         fill(buffer, {0, 0, 40, 30}, 0xff010203);
         return true;
     });
     EXPECT_EQ(store.take(everything(),
-                         [](BgraPremultipliedBuffer& buffer) {
+                         [](imaging::BgraPremultipliedBuffer& buffer) {
                              fill(buffer, {0, 0, 20, 30}, 0xffffffff);
                              return false;
                          }),
               nullptr);
     EXPECT_EQ(at(*store.last(), 3, 3), 0xff010203U);
-    const auto next = store.take({}, [](BgraPremultipliedBuffer&) { return true; });
+    const auto next = store.take({}, [](imaging::BgraPremultipliedBuffer&) { return true; });
     EXPECT_EQ(at(*next, 3, 3), 0xff010203U);
 }
 
 TEST(PictureStore, EveryPictureIsWholeHoweverLongBuffersStayOut) {
     std::mt19937 random(3);
     PictureStore store(kSize, 4);
-    BgraPremultipliedBuffer screen(kSize.width, kSize.height);
+    imaging::BgraPremultipliedBuffer screen(kSize.width, kSize.height);
     fill(screen, {0, 0, kSize.width, kSize.height}, 0xff000000);
-    std::deque<std::shared_ptr<const BgraPremultipliedBuffer>> out;
+    std::deque<std::shared_ptr<const imaging::BgraPremultipliedBuffer>> out;
     DamageArea damage = everything();
     for (std::uint32_t step = 1; step < 500; ++step) {
         const auto pick = [&](int most) { return static_cast<int>(random() % static_cast<unsigned>(most)); };
@@ -150,7 +150,7 @@ TEST(PictureStore, EveryPictureIsWholeHoweverLongBuffersStayOut) {
         while (!store.canTake() || (!out.empty() && pick(2) == 0)) {
             out.erase(out.begin() + pick(static_cast<int>(out.size())));
         }
-        const auto picture = store.take(damage, [&](BgraPremultipliedBuffer& buffer) {
+        const auto picture = store.take(damage, [&](imaging::BgraPremultipliedBuffer& buffer) {
             for (const PixelRect& rect : damage.rects()) {
                 for (int y = rect.y; y < rect.maxY(); ++y) {
                     std::memcpy(buffer.pixel(rect.x, y), screen.pixel(rect.x, y),
@@ -168,4 +168,4 @@ TEST(PictureStore, EveryPictureIsWholeHoweverLongBuffersStayOut) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

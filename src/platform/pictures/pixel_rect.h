@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// A rectangle of whole pixels, top-left origin. Its user says of which picture.
 struct PixelRect {
@@ -39,4 +39,4 @@ inline PixelRect united(const PixelRect& a, const PixelRect& b) {
     return {left, top, std::max(a.maxX(), b.maxX()) - left, std::max(a.maxY(), b.maxY()) - top};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -14,7 +14,7 @@ extern "C" {
 // PipeWire's calls are macros in GNU's dialect.
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 constexpr double kAnswerSeconds = 2;
@@ -30,7 +30,7 @@ const std::vector<std::pair<std::uint32_t, int>>& formats() {
     return kFormats;
 }
 
-PictureSize sizeOf(const spa_rectangle& rectangle) {
+platform::PictureSize sizeOf(const spa_rectangle& rectangle) {
     constexpr std::uint32_t kLargest = 16384;
     return {static_cast<int>(std::min(rectangle.width, kLargest)),
             static_cast<int>(std::min(rectangle.height, kLargest))};
@@ -114,4 +114,4 @@ std::vector<CameraSizes> askForCameraSizes(PipeWireConnection& connection, std::
     return sizes;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -9,14 +9,14 @@
 
 struct spa_pod;
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// The sizes in which a camera delivers pictures: one, or everything between two.
 struct CameraSizes {
-    PictureSize least;
-    PictureSize most;
+    platform::PictureSize least;
+    platform::PictureSize most;
 
-    bool contains(PictureSize size) const {
+    bool contains(platform::PictureSize size) const {
         return size.width >= least.width && size.width <= most.width && size.height >= least.height &&
                size.height <= most.height;
     }
@@ -33,4 +33,4 @@ std::optional<int> pixelFormat(std::uint32_t spaFormat);
 /// All of PipeWire's formats that `pixelFormat` knows, the cheapest to convert first.
 const std::vector<std::uint32_t>& readableFormats();
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -17,7 +17,7 @@
 #include "platform/pictures/jpeg_decoder.h"
 #include "platform/pipewire/camera_formats.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 constexpr spa_rectangle kLargest{16384, 16384};
@@ -27,7 +27,7 @@ constexpr spa_fraction kLeastRate{0, 1};
 constexpr spa_fraction kMostRate{240, 1};
 
 // Size and rate, as every format description here ends.
-void addSizeAndRate(spa_pod_builder* builder, std::optional<PictureSize> size) {
+void addSizeAndRate(spa_pod_builder* builder, std::optional<platform::PictureSize> size) {
     spa_pod_frame choice{};
     spa_pod_builder_prop(builder, SPA_FORMAT_VIDEO_size, 0);
     if (size) {
@@ -48,7 +48,7 @@ void addSizeAndRate(spa_pod_builder* builder, std::optional<PictureSize> size) {
     spa_pod_builder_pop(builder, &choice);
 }
 
-const spa_pod* rawFormat(spa_pod_builder* builder, std::optional<PictureSize> size) {
+const spa_pod* rawFormat(spa_pod_builder* builder, std::optional<platform::PictureSize> size) {
     spa_pod_frame object{};
     spa_pod_frame choice{};
     spa_pod_builder_push_object(builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
@@ -65,7 +65,7 @@ const spa_pod* rawFormat(spa_pod_builder* builder, std::optional<PictureSize> si
     return static_cast<const spa_pod*>(spa_pod_builder_pop(builder, &object));
 }
 
-const spa_pod* jpegFormat(spa_pod_builder* builder, std::optional<PictureSize> size) {
+const spa_pod* jpegFormat(spa_pod_builder* builder, std::optional<platform::PictureSize> size) {
     spa_pod_frame object{};
     spa_pod_builder_push_object(builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
     spa_pod_builder_prop(builder, SPA_FORMAT_mediaType, 0);
@@ -99,8 +99,8 @@ std::array<const spa_pod*, 2> bufferParameters(spa_pod_builder* builder) {
 
 class CameraStream::Impl {
   public:
-    Impl(PipeWireConnection& connection, const PipeWireConnection::Node& node, std::optional<PictureSize> size,
-         std::function<void(DeviceSample)> handler)
+    Impl(PipeWireConnection& connection, const PipeWireConnection::Node& node,
+         std::optional<platform::PictureSize> size, std::function<void(platform::DeviceSample)> handler)
         : handler_(std::move(handler)), toBgra_(false) {
         pw_properties* const properties = pw_properties_new(
             PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Camera", PW_KEY_APP_NAME,
@@ -178,7 +178,7 @@ class CameraStream::Impl {
     }
 
     void take(const spa_buffer& buffer) {
-        const ClockReading arrival = ClockReading::now();
+        const platform::ClockReading arrival = platform::ClockReading::now();
         std::optional<double> stamp;
         const auto* const header = static_cast<const spa_meta_header*>(
             spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
@@ -192,7 +192,7 @@ class CameraStream::Impl {
         if (image) handler_({clock_.hostSeconds(stamp, arrival), std::move(image)});
     }
 
-    std::optional<DevicePicture> pictureIn(const spa_buffer& buffer) {
+    std::optional<ffmpeg::DevicePicture> pictureIn(const spa_buffer& buffer) {
         if (buffer.n_datas == 0) return std::nullopt;
         const spa_data& data = buffer.datas[0];
         if (data.data == nullptr || data.chunk == nullptr || data.chunk->offset > data.maxsize) return std::nullopt;
@@ -202,9 +202,9 @@ class CameraStream::Impl {
             return std::nullopt;
         if (isJpeg_) return jpeg_.decode(start, size);
         if (!format_) return std::nullopt;
-        std::optional<DevicePicture> picture;
+        std::optional<ffmpeg::DevicePicture> picture;
         if (buffer.n_datas == 1) {
-            picture = pictureInBlock(*format_, size_.width, size_.height, start, size, data.chunk->stride);
+            picture = ffmpeg::pictureInBlock(*format_, size_.width, size_.height, start, size, data.chunk->stride);
         } else {
             picture = pictureInPlanes(buffer);
         }
@@ -216,8 +216,8 @@ class CameraStream::Impl {
     }
 
     // Each plane in a block of its own.
-    std::optional<DevicePicture> pictureInPlanes(const spa_buffer& buffer) const {
-        std::vector<PlaneBlock> blocks;
+    std::optional<ffmpeg::DevicePicture> pictureInPlanes(const spa_buffer& buffer) const {
+        std::vector<ffmpeg::PlaneBlock> blocks;
         for (std::uint32_t plane = 0; plane < buffer.n_datas; ++plane) {
             const spa_data& data = buffer.datas[plane];
             if (data.data == nullptr || data.chunk->offset > data.maxsize) return std::nullopt;
@@ -225,25 +225,26 @@ class CameraStream::Impl {
             blocks.push_back({start, std::min<std::size_t>(data.chunk->size, data.maxsize - data.chunk->offset),
                               data.chunk->stride});
         }
-        return lumivastor::pictureInPlanes(*format_, size_.width, size_.height, blocks);
+        return ffmpeg::pictureInPlanes(*format_, size_.width, size_.height, blocks);
     }
 
-    std::function<void(DeviceSample)> handler_;
-    PictureToBgra toBgra_;
-    JpegDecoder jpeg_;
-    DeviceClock clock_;
+    std::function<void(platform::DeviceSample)> handler_;
+    ffmpeg::PictureToBgra toBgra_;
+    platform::JpegDecoder jpeg_;
+    platform::DeviceClock clock_;
     pw_stream* stream_ = nullptr;
     spa_hook hook_{};
     bool isBroken_ = false;
     bool isJpeg_ = false;
     std::optional<int> format_;
-    PictureSize size_;
+    platform::PictureSize size_;
     std::optional<bool> isBt709_;
     std::optional<bool> isFullRange_;
 };
 
 CameraStream::CameraStream(PipeWireConnection& connection, const PipeWireConnection::Node& node,
-                           std::optional<PictureSize> size, std::function<void(DeviceSample)> handler)
+                           std::optional<platform::PictureSize> size,
+                           std::function<void(platform::DeviceSample)> handler)
     : impl_(std::make_unique<Impl>(connection, node, size, std::move(handler))) {}
 
 CameraStream::~CameraStream() = default;
@@ -252,4 +253,4 @@ bool CameraStream::isBroken() const {
     return impl_->isBroken();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

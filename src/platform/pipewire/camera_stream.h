@@ -7,15 +7,15 @@
 #include "platform/capture_device.h"
 #include "platform/pipewire/pipewire_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// A stream of pictures from one node of a PipeWire server. Works within the connection's `run`; the connection
 /// outlives it. Pictures bear the host time at which they were taken, by the node's stamps where it has some.
 class CameraStream {
   public:
     /// `size`: what to ask for; nothing: what the node prefers. Throws `RecorderError` when the node cannot be used.
-    CameraStream(PipeWireConnection& connection, const PipeWireConnection::Node& node, std::optional<PictureSize> size,
-                 std::function<void(DeviceSample)> handler);
+    CameraStream(PipeWireConnection& connection, const PipeWireConnection::Node& node,
+                 std::optional<platform::PictureSize> size, std::function<void(platform::DeviceSample)> handler);
     ~CameraStream();
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;
@@ -28,4 +28,4 @@ class CameraStream {
     std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -10,7 +10,7 @@
 #include "platform/pipewire/camera_stream.h"
 #include "platform/pipewire/pipewire_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 constexpr double kConnectSeconds = 3;
@@ -20,19 +20,20 @@ constexpr double kSlice = 0.05;
 // Some cameras take seconds until their first picture.
 constexpr double kSilence = 8;
 // A node that has just come may not have told its formats yet.
-constexpr PictureSize kUnknownSize{1280, 720};
+constexpr platform::PictureSize kUnknownSize{1280, 720};
 
 }  // namespace
 
-std::optional<CaptureDevice> findPipeWireCamera(const std::string& remote,
-                                                const std::function<bool(const std::string& description)>& isCamera) {
+std::optional<platform::CaptureDevice> findPipeWireCamera(
+    const std::string& remote, const std::function<bool(const std::string& description)>& isCamera) {
     try {
         const PipeWireConnection connection(remote, kProbeSeconds);
         const auto preferred = connection.defaultName("video.source");
-        std::optional<CaptureDevice> found;
+        std::optional<platform::CaptureDevice> found;
         for (const PipeWireConnection::Node& node : connection.nodes()) {
             if (node.mediaClass != "Video/Source" || !isCamera(node.description)) continue;
-            if (!found || (preferred && node.name == *preferred)) found = CaptureDevice{node.name, node.description};
+            if (!found || (preferred && node.name == *preferred))
+                found = platform::CaptureDevice{node.name, node.description};
         }
         return found;
     } catch (const RecorderError&) {
@@ -52,21 +53,21 @@ PipeWireCameraSession::~PipeWireCameraSession() {
     stopRunning();
 }
 
-bool PipeWireCameraSession::canSetPreset(PictureSize size) const {
+bool PipeWireCameraSession::canSetPreset(platform::PictureSize size) const {
     return std::any_of(sizes_.begin(), sizes_.end(), [size](const CameraSizes& sizes) { return sizes.contains(size); });
 }
 
-void PipeWireCameraSession::setPreset(PictureSize size) {
+void PipeWireCameraSession::setPreset(platform::PictureSize size) {
     precondition(canSetPreset(size), "a preset that the camera has");
     preset_ = size;
 }
 
-PictureSize PipeWireCameraSession::activeFormat() const {
+platform::PictureSize PipeWireCameraSession::activeFormat() const {
     return sizes_.empty() ? kUnknownSize : sizes_.front().most;
 }
 
 bool PipeWireCameraSession::addVideoOutput(SerialQueue& queue, bool discardsLate,
-                                           std::function<void(const DeviceSample&)> handler) {
+                                           std::function<void(const platform::DeviceSample&)> handler) {
     outputs_.setVideo(queue, discardsLate, std::move(handler));
     return true;
 }
@@ -102,10 +103,11 @@ void PipeWireCameraSession::run() {
     if (!node) throw RecorderError(gone);
     double seen = hostClockSeconds();
     // What it delivers without a preset was promised by `activeFormat`.
-    CameraStream stream(connection, *node, preset_ ? *preset_ : activeFormat(), [this, &seen](DeviceSample sample) {
-        seen = hostClockSeconds();
-        outputs_.deliver(std::move(sample));
-    });
+    CameraStream stream(connection, *node, preset_ ? *preset_ : activeFormat(),
+                        [this, &seen](platform::DeviceSample sample) {
+                            seen = hostClockSeconds();
+                            outputs_.deliver(std::move(sample));
+                        });
     while (!stopping_) {
         connection.run(kSlice);
         if (stream.isBroken() || !connection.isAlive() || !connection.hasNode(node->id)) throw RecorderError(gone);
@@ -115,4 +117,4 @@ void PipeWireCameraSession::run() {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -12,15 +12,15 @@
 #include "platform/pictures/device_outputs.h"
 #include "platform/pipewire/camera_formats.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// The default camera of a PipeWire server: the one that the session manager says, or else the first. Nothing when
 /// there is no server or it has none. `isCamera` may refuse some by their descriptions.
-std::optional<CaptureDevice> findPipeWireCamera(const std::string& remote,
-                                                const std::function<bool(const std::string& description)>& isCamera);
+std::optional<platform::CaptureDevice> findPipeWireCamera(
+    const std::string& remote, const std::function<bool(const std::string& description)>& isCamera);
 
 /// A capture session of a PipeWire server's video source. On a thread of its own while it runs.
-class PipeWireCameraSession final : public CaptureSession {
+class PipeWireCameraSession final : public platform::CaptureSession {
   public:
     /// `node` by its name. Throws `RecorderError` when it is gone.
     PipeWireCameraSession(std::string remote, std::string node, std::string name);
@@ -28,12 +28,12 @@ class PipeWireCameraSession final : public CaptureSession {
     PipeWireCameraSession(const PipeWireCameraSession&) = delete;
     PipeWireCameraSession& operator=(const PipeWireCameraSession&) = delete;
 
-    bool canSetPreset(PictureSize size) const override;
-    void setPreset(PictureSize size) override;
-    PictureSize activeFormat() const override;
+    bool canSetPreset(platform::PictureSize size) const override;
+    void setPreset(platform::PictureSize size) override;
+    platform::PictureSize activeFormat() const override;
     bool addVideoOutput(SerialQueue& queue, bool discardsLate,
-                        std::function<void(const DeviceSample&)> handler) override;
-    bool addAudioOutput(SerialQueue&, std::function<void(const SoundBuffer&)>) override { return false; }
+                        std::function<void(const platform::DeviceSample&)> handler) override;
+    bool addAudioOutput(SerialQueue&, std::function<void(const platform::SoundBuffer&)>) override { return false; }
     void onInterruption(std::function<void(const std::string&)> handler) override;
     void startRunning() override;
     void stopRunning() override;
@@ -46,11 +46,11 @@ class PipeWireCameraSession final : public CaptureSession {
     std::string node_;
     std::string name_;
     std::vector<CameraSizes> sizes_;
-    std::optional<PictureSize> preset_;
-    DeviceOutputs outputs_{name_};
+    std::optional<platform::PictureSize> preset_;
+    platform::DeviceOutputs outputs_{name_};
     std::function<void(const std::string&)> interrupted_;
     std::atomic<bool> stopping_ = false;
     std::thread thread_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -17,7 +17,7 @@
 #include "support/seen_pictures.h"
 #include "support/sound_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 class PipeWireCamera : public testing::Test {
@@ -57,8 +57,8 @@ class PipeWireCamera : public testing::Test {
     }
 
     PipeWireRig rig_;
-    std::unique_ptr<CaptureDevices> devices_ =
-        openCaptureDevices(std::make_shared<SyntheticSoundSystem>(), {rig_.remote(), {}, {}});
+    std::unique_ptr<platform::CaptureDevices> devices_ =
+        platform::openCaptureDevices(std::make_shared<synthetic::SyntheticSoundSystem>(), {rig_.remote(), {}, {}});
 };
 
 TEST_F(PipeWireCamera, DeliversThirtyPicturesASecondOnTheHostClock) {
@@ -66,7 +66,7 @@ TEST_F(PipeWireCamera, DeliversThirtyPicturesASecondOnTheHostClock) {
          {std::vector<std::string>{}, {"--bare"}, {"--yuv"}, {"--yuv", "--bare"}}) {
         const auto camera = plugIn(options);
         const auto session = devices_->open(*devices_->defaultCamera());
-        EXPECT_EQ(session->activeFormat(), (PictureSize{640, 360}));
+        EXPECT_EQ(session->activeFormat(), (platform::PictureSize{640, 360}));
         EXPECT_TRUE(session->canSetPreset({640, 360}));
         EXPECT_FALSE(session->canSetPreset({1280, 720}));
         SeenPictures seen;
@@ -96,7 +96,7 @@ TEST_F(PipeWireCamera, DeliversThirtyPicturesASecondOnTheHostClock) {
 
 TEST_F(PipeWireCamera, ACameraThatVanishesIsAnInterruptionAndCanComeBack) {
     auto camera = plugIn();
-    const CaptureDevice device = *devices_->defaultCamera();
+    const platform::CaptureDevice device = *devices_->defaultCamera();
     const auto session = devices_->open(device);
     SeenPictures seen;
     seen.watch(*session);
@@ -150,4 +150,4 @@ TEST_F(PipeWireCamera, WithoutACameraThereIsNone) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -18,7 +18,7 @@
 // PipeWire's calls are macros in GNU's dialect.
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 constexpr const char* kNobody = "Kein PipeWire-Server gefunden.";
@@ -297,4 +297,4 @@ std::optional<std::string> PipeWireConnection::defaultName(const std::string& ki
     return found->second;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -11,7 +11,7 @@
 struct pw_core;
 struct pw_registry;
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// A connection to a PipeWire server that is worked by the thread that owns it: nothing happens but within its calls
 /// (and, for streams that ask for it, on the library's data thread).
@@ -58,4 +58,4 @@ class PipeWireConnection {
     std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

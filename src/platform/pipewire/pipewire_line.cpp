@@ -12,7 +12,7 @@
 #include "base/recorder_error.h"
 #include "platform/pipewire/sound_ring.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 constexpr double kConnectSeconds = 3;
@@ -45,7 +45,7 @@ class PipeWireLine::Stream {
   public:
     /// `latency` is the sink's; null for a microphone.
     Stream(PipeWireConnection& connection, const SinkLatency* latency, int sampleRate, int channels,
-           SteadySound& steady)
+           platform::SteadySound& steady)
         : latency_(latency),
           sampleRate_(sampleRate),
           channels_(channels),
@@ -154,7 +154,7 @@ class PipeWireLine::Stream {
     const SinkLatency* latency_;
     int sampleRate_;
     int channels_;
-    SteadySound& steady_;
+    platform::SteadySound& steady_;
     SoundRing ring_;
     std::int64_t frame_ = 0;  // the data thread's
     pw_stream* stream_ = nullptr;
@@ -164,7 +164,8 @@ class PipeWireLine::Stream {
     double pausedSince_ = hostClockSeconds();
 };
 
-PipeWireLine::PipeWireLine(const std::string& remote, Kind kind, int sampleRate, int channels, SteadySound& steady)
+PipeWireLine::PipeWireLine(const std::string& remote, Kind kind, int sampleRate, int channels,
+                           platform::SteadySound& steady)
     : connection_(remote, kConnectSeconds) {
     if (kind == Kind::microphone && !defaultMicrophone(connection_)) throw RecorderError("Kein Mikrofon gefunden.");
     if (kind == Kind::systemAudio && !connection_.defaultName("audio.sink")) {
@@ -179,7 +180,7 @@ PipeWireLine::PipeWireLine(const std::string& remote, Kind kind, int sampleRate,
 
 PipeWireLine::~PipeWireLine() = default;
 
-SoundLine::State PipeWireLine::run(double seconds) {
+platform::SoundLine::State PipeWireLine::run(double seconds) {
     connection_.run(seconds);
     if (latency_) latency_->update();
     stream_->handOver();
@@ -188,4 +189,4 @@ SoundLine::State PipeWireLine::run(double seconds) {
     return flows ? State::running : State::gone;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

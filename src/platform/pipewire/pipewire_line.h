@@ -9,15 +9,15 @@
 #include "platform/sound/live_sound_source.h"
 #include "platform/sound/steady_sound.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// A stream that records the default sink's monitor or the default source.
-class PipeWireLine final : public SoundLine {
+class PipeWireLine final : public platform::SoundLine {
   public:
     enum class Kind { systemAudio, microphone };
 
     /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
-    PipeWireLine(const std::string& remote, Kind kind, int sampleRate, int channels, SteadySound& steady);
+    PipeWireLine(const std::string& remote, Kind kind, int sampleRate, int channels, platform::SteadySound& steady);
     ~PipeWireLine() override;
     PipeWireLine(const PipeWireLine&) = delete;
     PipeWireLine& operator=(const PipeWireLine&) = delete;
@@ -37,4 +37,4 @@ std::optional<PipeWireConnection::Node> defaultMicrophone(const PipeWireConnecti
 /// How many channels sources of it have.
 int microphoneChannels(const PipeWireConnection::Node& node);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -8,15 +8,15 @@
 #include "platform/pipewire/pipewire_line.h"
 #include "platform/sound/live_sound_source.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 constexpr double kConnectSeconds = 3;
 constexpr double kProbeSeconds = 1;
 
-std::unique_ptr<SoundSource> makeSource(const std::string& remote, PipeWireLine::Kind kind, int sampleRate,
-                                        int channels) {
-    SteadySound::Options options;
+std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, PipeWireLine::Kind kind, int sampleRate,
+                                                  int channels) {
+    platform::SteadySound::Options options;
     options.sampleRate = sampleRate;
     options.channels = channels;
     // Times are those of the server's cycles and stray by microseconds.
@@ -29,30 +29,30 @@ std::unique_ptr<SoundSource> makeSource(const std::string& remote, PipeWireLine:
         if (!found) throw RecorderError("Kein Mikrofon gefunden.");
         return microphoneChannels(*found);
     };
-    const auto open = [remote, kind, sampleRate](SteadySound& steady) {
+    const auto open = [remote, kind, sampleRate](platform::SteadySound& steady) {
         return std::make_unique<PipeWireLine>(remote, kind, sampleRate, steady.channels(), steady);
     };
-    return std::make_unique<LiveSoundSource>(options, open, channelsAtStart);
+    return std::make_unique<platform::LiveSoundSource>(options, open, channelsAtStart);
 }
 
 }  // namespace
 
 PipeWireSoundSystem::PipeWireSoundSystem(std::string remote) : remote_(std::move(remote)) {}
 
-std::unique_ptr<SoundSource> PipeWireSoundSystem::systemAudio(int sampleRate, int channels) {
+std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::systemAudio(int sampleRate, int channels) {
     return makeSource(remote_, PipeWireLine::Kind::systemAudio, sampleRate, channels);
 }
 
-std::unique_ptr<SoundSource> PipeWireSoundSystem::microphone(int sampleRate) {
+std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::microphone(int sampleRate) {
     return makeSource(remote_, PipeWireLine::Kind::microphone, sampleRate, 0);
 }
 
-std::optional<CaptureDevice> PipeWireSoundSystem::defaultMicrophone() {
+std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() {
     try {
         const PipeWireConnection connection(remote_, kConnectSeconds);
-        const auto node = lumivastor::defaultMicrophone(connection);
+        const auto node = pipewire::defaultMicrophone(connection);
         if (!node) return std::nullopt;
-        return CaptureDevice{node->name, node->description, false, microphoneChannels(*node)};
+        return platform::CaptureDevice{node->name, node->description, false, microphoneChannels(*node)};
     } catch (const RecorderError&) {
         return std::nullopt;
     }
@@ -67,4 +67,4 @@ bool PipeWireSoundSystem::hasSound() const {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -8,12 +8,12 @@
 #include "support/sound_rig.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 TEST(PipeWireSound, IsHeardInPlaceOverPulseAudiosProtocolToo) {
     const PipeWireRig rig;
-    PulseSoundSystem sounds(rig.pulseAddress());
+    pulse::PulseSoundSystem sounds(rig.pulseAddress());
     const auto server = sounds.probe();
     ASSERT_TRUE(server);
     EXPECT_TRUE(server->isPipeWire);
@@ -39,4 +39,4 @@ TEST(PipeWireSound, WithoutAServerSaysSo) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

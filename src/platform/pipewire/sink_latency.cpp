@@ -8,7 +8,7 @@
 // PipeWire's calls are macros in GNU's dialect.
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 // A port tells frames of its node's rate without telling that rate; sound cards run at this one or close to it.
@@ -73,4 +73,4 @@ void SinkLatency::update() {
     watch_ = std::make_unique<Watch>(*this, connection_.registry(), *node->firstInputPort);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -6,7 +6,7 @@
 
 #include "platform/pipewire/pipewire_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// How long it takes from a cycle of the server until the default sink's speakers play that cycle's sound. A monitor's
 /// own delay does not say that: it tells the way from the players to the monitor. Follows the default sink. One thread,
@@ -35,4 +35,4 @@ class SinkLatency {
     std::unique_ptr<Watch> watch_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

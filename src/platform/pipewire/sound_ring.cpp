@@ -1,6 +1,6 @@
 #include "platform/pipewire/sound_ring.h"
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 bool SoundRing::put(std::int64_t frame, double hostSeconds, std::span<const float> values) {
     const std::size_t place = putStretches_.load(std::memory_order_relaxed);
@@ -26,4 +26,4 @@ void SoundRing::takeAll(const Take& take) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 
 /// Carries stretches of sound from a realtime thread to another one, without locks and without memory being asked for.
 /// One thread puts, one takes. When it is full, what comes is dropped; the count of frames then tells of it.
@@ -41,4 +41,4 @@ class SoundRing {
     std::vector<float> taken_;  // the taking thread's
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::pipewire {
 namespace {
 
 TEST(SoundRing, DropsWhatDoesNotFit) {
@@ -53,4 +53,4 @@ TEST(SoundRing, CarriesEverythingBetweenTwoThreads) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::pipewire

@@ -8,7 +8,7 @@
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 namespace {
 
 constexpr const char* kSilent = "Der Tonserver antwortet nicht.";
@@ -120,4 +120,4 @@ void PulseConnection::watchServer(std::function<void()> changed) {
     await(pa_context_subscribe(context_.get(), PA_SUBSCRIPTION_MASK_SERVER, ignore, nullptr));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

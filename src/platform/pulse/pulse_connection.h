@@ -9,7 +9,7 @@ struct pa_context;
 struct pa_mainloop;
 struct pa_operation;
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 
 /// A connection to a PulseAudio server that is worked by the thread that owns it: nothing happens but within its calls.
 class PulseConnection {
@@ -68,4 +68,4 @@ class PulseConnection {
     std::function<void()> serverChanged_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

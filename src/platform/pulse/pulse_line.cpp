@@ -9,7 +9,7 @@
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 namespace {
 
 constexpr double kConnectSeconds = 3;
@@ -30,7 +30,7 @@ void PulseLine::StreamDelete::operator()(pa_stream* stream) const {
     pa_stream_unref(stream);
 }
 
-PulseLine::PulseLine(const std::string& server, Kind kind, int sampleRate, int channels, SteadySound& steady)
+PulseLine::PulseLine(const std::string& server, Kind kind, int sampleRate, int channels, platform::SteadySound& steady)
     : connection_(server, kConnectSeconds), kind_(kind), sampleRate_(sampleRate), channels_(channels), steady_(steady) {
     isPipeWire_ = connection_.server().isPipeWire;
     connection_.watchServer([this] { defaultsMayHaveChanged_ = true; });
@@ -114,7 +114,7 @@ void PulseLine::takeTiming() {
     timing_ = timing;
 }
 
-SoundLine::State PulseLine::run(double seconds) {
+platform::SoundLine::State PulseLine::run(double seconds) {
     connection_.run(seconds);
     if (!connection_.isAlive() || PA_STREAM_IS_GOOD(pa_stream_get_state(stream_.get())) == 0) return State::gone;
     read();
@@ -159,4 +159,4 @@ void PulseLine::read() {
     if (hasRead && !isPipeWire_) askForTiming();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

@@ -12,15 +12,15 @@
 struct pa_operation;
 struct pa_stream;
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 
 /// A stream that records the default sink's monitor or the default source.
-class PulseLine final : public SoundLine {
+class PulseLine final : public platform::SoundLine {
   public:
     enum class Kind { systemAudio, microphone };
 
     /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
-    PulseLine(const std::string& server, Kind kind, int sampleRate, int channels, SteadySound& steady);
+    PulseLine(const std::string& server, Kind kind, int sampleRate, int channels, platform::SteadySound& steady);
     ~PulseLine() override;
     PulseLine(const PulseLine&) = delete;
     PulseLine& operator=(const PulseLine&) = delete;
@@ -57,7 +57,7 @@ class PulseLine final : public SoundLine {
     Kind kind_;
     int sampleRate_;
     int channels_;
-    SteadySound& steady_;
+    platform::SteadySound& steady_;
     bool isPipeWire_ = false;
     std::string device_;
     std::unique_ptr<pa_stream, StreamDelete> stream_;
@@ -67,4 +67,4 @@ class PulseLine final : public SoundLine {
     bool defaultsMayHaveChanged_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

@@ -14,12 +14,12 @@
 #include "platform/sound/smooth_clock.h"
 #include "platform/sound/sound_output.h"
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 
 namespace {
 
-constexpr int kRate = SoundOutput::kFormat.sampleRate;
-constexpr auto kFrameBytes = static_cast<std::uint32_t>(sizeof(float) * SoundOutput::kFormat.channels);
+constexpr int kRate = platform::SoundOutput::kFormat.sampleRate;
+constexpr auto kFrameBytes = static_cast<std::uint32_t>(sizeof(float) * platform::SoundOutput::kFormat.channels);
 
 // What the server is given ahead, and how much of it it asks for at once. Less makes changes of volume be heard
 // sooner, and a busy machine stutter.
@@ -101,7 +101,7 @@ void forget(pa_operation* operation) {
 //        └── it still has much silence to play ──> lead: the host clock goes on, what is asked for is dropped
 //
 // Everything behind `loop_` is touched only while it is held, or on its thread.
-class PulseOutput final : public SoundOutput {
+class PulseOutput final : public platform::SoundOutput {
   public:
     explicit PulseOutput(std::string server) : server_(std::move(server)), loop_(pa_threaded_mainloop_new()) {
         pa_threaded_mainloop_set_name(loop_.get(), "player.pulse");
@@ -393,14 +393,14 @@ class PulseOutput final : public SoundOutput {
     std::int64_t written_ = 0;  // asked for: written to the server, or dropped
     std::int64_t dropped_ = 0;  // before anything was written
     std::optional<Reading> reading_;
-    mutable SmoothClock clock_;
+    mutable platform::SmoothClock clock_;
     mutable std::int64_t heard_ = 0;
 };
 
 }  // namespace
 
-std::unique_ptr<SoundOutput> makePulseOutput(std::string server) {
+std::unique_ptr<platform::SoundOutput> makePulseOutput(std::string server) {
     return std::make_unique<PulseOutput>(std::move(server));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

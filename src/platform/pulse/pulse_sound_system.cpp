@@ -8,23 +8,24 @@
 #include "platform/pulse/pulse_line.h"
 #include "platform/sound/live_sound_source.h"
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 namespace {
 
 constexpr double kConnectSeconds = 3;
 constexpr double kProbeSeconds = 1;
 
 // The default source as a microphone, if it is one.
-std::optional<CaptureDevice> findMicrophone(PulseConnection& connection) {
+std::optional<platform::CaptureDevice> findMicrophone(PulseConnection& connection) {
     const PulseConnection::Server server = connection.server();
     if (server.defaultSource.empty()) return std::nullopt;
     const auto source = connection.source(server.defaultSource);
     if (!source || source->isMonitor) return std::nullopt;
-    return CaptureDevice{source->name, source->description, false, std::clamp(source->channels, 1, 2)};
+    return platform::CaptureDevice{source->name, source->description, false, std::clamp(source->channels, 1, 2)};
 }
 
-std::unique_ptr<SoundSource> makeSource(const std::string& server, PulseLine::Kind kind, int sampleRate, int channels) {
-    SteadySound::Options options;
+std::unique_ptr<platform::SoundSource> makeSource(const std::string& server, PulseLine::Kind kind, int sampleRate,
+                                                  int channels) {
+    platform::SteadySound::Options options;
     options.sampleRate = sampleRate;
     options.channels = channels;
     const auto microphoneChannels = [server] {
@@ -33,25 +34,25 @@ std::unique_ptr<SoundSource> makeSource(const std::string& server, PulseLine::Ki
         if (!found) throw RecorderError("Kein Mikrofon gefunden.");
         return found->channels;
     };
-    const auto open = [server, kind, sampleRate](SteadySound& steady) {
+    const auto open = [server, kind, sampleRate](platform::SteadySound& steady) {
         return std::make_unique<PulseLine>(server, kind, sampleRate, steady.channels(), steady);
     };
-    return std::make_unique<LiveSoundSource>(options, open, microphoneChannels);
+    return std::make_unique<platform::LiveSoundSource>(options, open, microphoneChannels);
 }
 
 }  // namespace
 
 PulseSoundSystem::PulseSoundSystem(std::string server) : server_(std::move(server)) {}
 
-std::unique_ptr<SoundSource> PulseSoundSystem::systemAudio(int sampleRate, int channels) {
+std::unique_ptr<platform::SoundSource> PulseSoundSystem::systemAudio(int sampleRate, int channels) {
     return makeSource(server_, PulseLine::Kind::systemAudio, sampleRate, channels);
 }
 
-std::unique_ptr<SoundSource> PulseSoundSystem::microphone(int sampleRate) {
+std::unique_ptr<platform::SoundSource> PulseSoundSystem::microphone(int sampleRate) {
     return makeSource(server_, PulseLine::Kind::microphone, sampleRate, 0);
 }
 
-std::optional<CaptureDevice> PulseSoundSystem::defaultMicrophone() {
+std::optional<platform::CaptureDevice> PulseSoundSystem::defaultMicrophone() {
     try {
         PulseConnection connection(server_, kConnectSeconds);
         return findMicrophone(connection);
@@ -70,4 +71,4 @@ std::optional<PulseSoundSystem::Server> PulseSoundSystem::probe() const {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

@@ -6,20 +6,20 @@
 
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 
 /// Sound over PulseAudio's protocol, from PulseAudio itself or from PipeWire. A source follows the user's default
 /// device: when that changes, its sound goes on from the new one after a moment. Microphones with more than two
 /// channels are mixed to two by the server.
-class PulseSoundSystem final : public SoundSystem {
+class PulseSoundSystem final : public platform::SoundSystem {
   public:
     /// `server` as in PULSE_SERVER; empty: what the environment and PulseAudio's configuration say. Connects to nothing
     /// yet.
     explicit PulseSoundSystem(std::string server = {});
 
-    std::unique_ptr<SoundSource> systemAudio(int sampleRate, int channels) override;
-    std::unique_ptr<SoundSource> microphone(int sampleRate) override;
-    std::optional<CaptureDevice> defaultMicrophone() override;
+    std::unique_ptr<platform::SoundSource> systemAudio(int sampleRate, int channels) override;
+    std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
+    std::optional<platform::CaptureDevice> defaultMicrophone() override;
 
     /// What answers there; nothing when nobody does within a second.
     struct Server {
@@ -32,4 +32,4 @@ class PulseSoundSystem final : public SoundSystem {
     std::string server_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

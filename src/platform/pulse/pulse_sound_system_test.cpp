@@ -6,7 +6,7 @@
 #include "support/sound_rig.h"
 #include "support/temporary_folder.h"
 
-namespace lumivastor {
+namespace lumivastor::pulse {
 namespace {
 
 TEST(PulseSound, AServerThatSaysNothingIsGivenUp) {
@@ -28,4 +28,4 @@ TEST(PulseSound, WithoutAServerSaysSo) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::pulse

@@ -5,7 +5,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // Sound cards stay within 300 millionths of their nominal rate, most within 100.
@@ -72,4 +72,4 @@ double ClockFit::frame(double hostSeconds) const {
     return static_cast<double>(frame_) + (hostSeconds - height_) / (1 + drift_) * sampleRate_;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

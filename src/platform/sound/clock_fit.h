@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The line that relates a sound device's count of frames to the host clock, fitted through arrival times of which each
 /// is off by some jitter. A device's own clock runs up to some hundred millionths fast or slow; how much is learned.
@@ -42,4 +42,4 @@ class ClockFit {
     double driftVariance_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

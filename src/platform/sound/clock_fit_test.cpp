@@ -5,7 +5,7 @@
 #include <cmath>
 #include <random>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 TEST(ClockFit, ExactArrivalsGiveTheExactLine) {
@@ -46,4 +46,4 @@ TEST(ClockFit, AStrayArrivalHardlyMovesTheLine) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -10,7 +10,7 @@
 #include "base/precondition.h"
 #include "base/thread_name.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 constexpr double kNever = std::numeric_limits<double>::infinity();
@@ -106,4 +106,4 @@ void LiveSoundSource::pause(double seconds) const {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

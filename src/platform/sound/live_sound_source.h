@@ -11,7 +11,7 @@
 #include "platform/sound/steady_sound.h"
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// One connection to a sound server with one stream of sound coming in. All calls on one thread.
 class SoundLine {
@@ -62,4 +62,4 @@ class LiveSoundSource final : public SoundSource {
     std::thread thread_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -12,7 +12,7 @@
 
 #include "support/await.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 /// A server that a test switches on and off. Any thread.
@@ -101,4 +101,4 @@ TEST(LiveSoundSource, ALineThatIsReplacedAtOnceIsNoNews) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -12,7 +12,7 @@
 #include "base/thread_name.h"
 #include "platform/sound/sound_output.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 namespace {
 
@@ -100,4 +100,4 @@ std::unique_ptr<SoundOutput> makeSilentOutput() {
     return std::make_unique<SilentOutput>();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 double SmoothClock::at(double host, double device) {
     double time = device;
@@ -18,4 +18,4 @@ double SmoothClock::at(double host, double device) {
     return told_;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// A device's clock without its jitter: sound servers tell how much has been heard in steps, and some are off by 20 ms
 /// from one moment to the next, which would show as uneven pictures. Runs at the host clock's pace and is drawn towards
@@ -27,4 +27,4 @@ class SmoothClock {
     double told_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

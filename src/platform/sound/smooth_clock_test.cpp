@@ -5,7 +5,7 @@
 #include <cmath>
 #include <random>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 TEST(SmoothClock, TakesTheJitterOutOfADevicesClock) {
@@ -37,4 +37,4 @@ TEST(SmoothClock, FollowsWhatIsNoJitter) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 double secondsOf(const SoundBuffer& sound) {
@@ -67,4 +67,4 @@ void SoundDelivery::push(const SoundBuffer& sound) {
     if (tell && dropping_) dropping_();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

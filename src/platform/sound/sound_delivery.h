@@ -6,7 +6,7 @@
 #include "base/serial_queue.h"
 #include "platform/sound_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Carries live sound to a handler on a queue. Bounded: when the handler does not keep up, what waits longest is
 /// dropped. Any thread.
@@ -33,4 +33,4 @@ class SoundDelivery {
     const std::function<void()> dropping_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -5,7 +5,7 @@
 #include <future>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // A tenth of a second that can be told from others by its time.
@@ -46,4 +46,4 @@ TEST(SoundDelivery, DropsTheOldestBeyondTwoSecondsAndSaysSoOnce) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

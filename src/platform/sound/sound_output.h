@@ -9,7 +9,7 @@
 #include "base/pcm_format.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Where a player's sound goes, and the clock that goes with it: how much of it has been heard so far. Sound is asked
 /// for a few hundredths of a second before it is heard, so that a change of volume is heard soon.
@@ -52,4 +52,4 @@ std::unique_ptr<SoundOutput> makePulseOutput(std::string server = {});
 /// time, this clock waits for it.
 std::unique_ptr<SoundOutput> makeSilentOutput();
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

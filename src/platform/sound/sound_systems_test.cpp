@@ -14,12 +14,12 @@
 
 // What every sound system does, each with a server of its own kind.
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 struct OverPulseAudio {
     using Rig = PulseRig;
-    using System = PulseSoundSystem;
+    using System = pulse::PulseSoundSystem;
     using Beeper = lumivastor::Beeper;
     static constexpr const char* kName = "PulseAudio";
     static constexpr const char* kNobody = "Kein Tonserver gefunden.";
@@ -28,7 +28,7 @@ struct OverPulseAudio {
 
 struct OverPipeWire {
     using Rig = PipeWireRig;
-    using System = PipeWireSoundSystem;
+    using System = pipewire::PipeWireSoundSystem;
     using Beeper = PipeWireBeeper;
     static constexpr const char* kName = "PipeWire";
     static constexpr const char* kNobody = "Kein PipeWire-Server gefunden.";
@@ -186,4 +186,4 @@ TYPED_TEST(SoundSystems, StopsAndStartsAnew) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -6,7 +6,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // Half a second without a single arrival near the line cannot be jitter, and is soon enough to hold sound back.
@@ -191,4 +191,4 @@ void SteadySound::finish() {
     endRun();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -11,7 +11,7 @@
 #include "platform/sound/varispeed.h"
 #include "platform/sound_buffer.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Turns what a sound device delivers, counted by the device's own clock, into sound whose times and frame counts agree
 /// with the host clock: within a run each buffer begins exactly where the one before ended, and what the device's clock
@@ -97,4 +97,4 @@ class SteadySound {
     std::optional<double> handedOverTo_;  // host seconds
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // A device of which every frame says when it was heard: its value is the true host time's fraction of a second. What
@@ -293,4 +293,4 @@ TEST(SteadySound, AtFullRateTheSoundItselfIsUntouched) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 StreamSound::StreamSound(std::shared_ptr<SoundSystem> system, const StreamConfiguration& configuration)
     : system_(std::move(system)), configuration_(configuration) {}
@@ -64,4 +64,4 @@ void StreamSound::stop() {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -9,7 +9,7 @@
 #include "platform/sound/sound_delivery.h"
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// The sound side of a capture stream, the same for every kind of desktop: takes system sound and microphone from the
 /// sound system and delivers them to the stream's outputs. Used like the stream itself: add outputs, start, stop;
@@ -48,4 +48,4 @@ class StreamSound {
     Output microphone_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

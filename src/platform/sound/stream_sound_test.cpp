@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 // What a test drives by hand; it outlives the sources.
@@ -128,4 +128,4 @@ TEST(StreamSound, TellsEachTimeSoundEndsByItselfAndComesBack) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -7,7 +7,7 @@
 
 #include "base/precondition.h"
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 constexpr int kTaps = 2 * Varispeed::kReach;
@@ -100,4 +100,4 @@ void Varispeed::forgetBefore(double position) {
     first_ += gone;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 
 /// Reads sound at places between its frames, to play it a little faster or slower: by up to a thousandth, where nothing
 /// needs to be filtered away. A windowed sine cardinal over 32 frames: flat to 20 kHz at 48 kHz, images 80 dB down.
@@ -38,4 +38,4 @@ class Varispeed {
     std::vector<float> values_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

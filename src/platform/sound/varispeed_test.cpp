@@ -6,7 +6,7 @@
 #include <numbers>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::platform {
 namespace {
 
 std::vector<float> tone(double hertz, int frames) {
@@ -64,4 +64,4 @@ TEST(Varispeed, ForgettingChangesNothingBehindIt) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::platform

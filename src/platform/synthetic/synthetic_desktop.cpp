@@ -5,7 +5,7 @@
 #include <mutex>
 #include <utility>
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 namespace {
 
 template <typename T>
@@ -14,8 +14,8 @@ struct Output {
     std::function<void(const T&)> handler;
 };
 
-BgraPremultipliedBuffer copyOf(const BgraPremultipliedBuffer& image) {
-    BgraPremultipliedBuffer copy(image.width(), image.height());
+imaging::BgraPremultipliedBuffer copyOf(const imaging::BgraPremultipliedBuffer& image) {
+    imaging::BgraPremultipliedBuffer copy(image.width(), image.height());
     for (int y = 0; y < image.height(); ++y) {
         std::memcpy(copy.row(y), image.row(y), static_cast<std::size_t>(image.width()) * 4);
     }
@@ -25,13 +25,13 @@ BgraPremultipliedBuffer copyOf(const BgraPremultipliedBuffer& image) {
 // One monitor's handler and its thread. Shared, because it may end while an event is on its way.
 struct Watcher {
     SerialQueue queue{"synthetic.pointer"};
-    PointerEventHandler handler;
+    platform::PointerEventHandler handler;
 };
 
 struct StreamState {
-    Output<ScreenSample> screen;
-    Output<SoundBuffer> systemAudio;
-    Output<SoundBuffer> microphone;
+    Output<platform::ScreenSample> screen;
+    Output<platform::SoundBuffer> systemAudio;
+    Output<platform::SoundBuffer> microphone;
     std::function<void(const RecorderError&)> onStop;
     std::function<void(const std::string&)> onNotice;
     std::function<void(double, Point)> onDisplayOrigin;
@@ -50,11 +50,11 @@ void deliver(const Output<T>& output, const T& value) {
 struct SyntheticDesktop::State {
     mutable std::mutex lock;
     // Everything below is guarded by the lock, which is never held while a handler runs.
-    ShareableContent content;
+    platform::ShareableContent content;
     std::optional<RecorderError> contentError;
     std::optional<RecorderError> startError;
     std::optional<RecorderError> stopError;
-    std::optional<SystemCursor> cursor;
+    std::optional<platform::SystemCursor> cursor;
     std::optional<RecorderError> cursorError;
     std::optional<Point> pointerLocation;
     std::map<std::uint32_t, Rect> windowFrames;
@@ -62,9 +62,9 @@ struct SyntheticDesktop::State {
     std::function<void()> atStart;
     std::function<void()> atStop;
     std::shared_ptr<StreamState> stream;  // the one that was made last
-    std::optional<ContentFilter> filter;
-    std::optional<StreamConfiguration> configuration;
-    std::optional<PointSpace> monitorSpace;
+    std::optional<platform::ContentFilter> filter;
+    std::optional<platform::StreamConfiguration> configuration;
+    std::optional<platform::PointSpace> monitorSpace;
     std::vector<std::shared_ptr<Watcher>> watchers;
     std::vector<std::string> calls;
 
@@ -76,7 +76,7 @@ struct SyntheticDesktop::State {
     }
 };
 
-class SyntheticDesktop::Stream : public CaptureStream {
+class SyntheticDesktop::Stream : public platform::CaptureStream {
   public:
     Stream(std::shared_ptr<State> desktop, std::shared_ptr<StreamState> own)
         : desktop_(std::move(desktop)), own_(std::move(own)) {}
@@ -87,15 +87,15 @@ class SyntheticDesktop::Stream : public CaptureStream {
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
-    void addScreenOutput(SerialQueue& queue, std::function<void(const ScreenSample&)> handler) override {
+    void addScreenOutput(SerialQueue& queue, std::function<void(const platform::ScreenSample&)> handler) override {
         const std::scoped_lock guard(desktop_->lock);
         own_->screen = {&queue, std::move(handler)};
     }
-    void addSystemAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override {
+    void addSystemAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override {
         const std::scoped_lock guard(desktop_->lock);
         own_->systemAudio = {&queue, std::move(handler)};
     }
-    void addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override {
+    void addMicrophoneOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override {
         const std::scoped_lock guard(desktop_->lock);
         own_->microphone = {&queue, std::move(handler)};
     }
@@ -145,7 +145,7 @@ class SyntheticDesktop::Stream : public CaptureStream {
     const std::shared_ptr<StreamState> own_;
 };
 
-class SyntheticDesktop::Monitor : public PointerMonitor {
+class SyntheticDesktop::Monitor : public platform::PointerMonitor {
   public:
     Monitor(std::shared_ptr<State> desktop, std::shared_ptr<Watcher> watcher)
         : desktop_(std::move(desktop)), watcher_(std::move(watcher)) {}
@@ -169,7 +169,7 @@ SyntheticDesktop::SyntheticDesktop() : state_(std::make_shared<State>()) {}
 
 SyntheticDesktop::~SyntheticDesktop() = default;
 
-void SyntheticDesktop::setContent(ShareableContent content) {
+void SyntheticDesktop::setContent(platform::ShareableContent content) {
     const std::scoped_lock guard(state_->lock);
     state_->content = std::move(content);
 }
@@ -179,7 +179,7 @@ void SyntheticDesktop::failContent(std::optional<RecorderError> error) {
     state_->contentError = std::move(error);
 }
 
-void SyntheticDesktop::setCursor(std::optional<SystemCursor> cursor) {
+void SyntheticDesktop::setCursor(std::optional<platform::SystemCursor> cursor) {
     const std::scoped_lock guard(state_->lock);
     state_->cursor = std::move(cursor);
 }
@@ -208,15 +208,15 @@ void SyntheticDesktop::setPointerCanBeWatched(bool can) {
     state_->canWatchPointer = can;
 }
 
-void SyntheticDesktop::emitScreen(const ScreenSample& sample) {
+void SyntheticDesktop::emitScreen(const platform::ScreenSample& sample) {
     if (const auto stream = state_->running()) deliver(stream->screen, sample);
 }
 
-void SyntheticDesktop::emitSystemAudio(const SoundBuffer& sound) {
+void SyntheticDesktop::emitSystemAudio(const platform::SoundBuffer& sound) {
     if (const auto stream = state_->running()) deliver(stream->systemAudio, sound);
 }
 
-void SyntheticDesktop::emitMicrophone(const SoundBuffer& sound) {
+void SyntheticDesktop::emitMicrophone(const platform::SoundBuffer& sound) {
     if (const auto stream = state_->running()) deliver(stream->microphone, sound);
 }
 
@@ -240,7 +240,7 @@ void SyntheticDesktop::emitDisplayOrigin(double hostSeconds, Point pixels) {
     if (stream && stream->onDisplayOrigin) stream->onDisplayOrigin(hostSeconds, pixels);
 }
 
-void SyntheticDesktop::emitPointer(const PointerEvent& event) {
+void SyntheticDesktop::emitPointer(const platform::PointerEvent& event) {
     std::vector<std::shared_ptr<Watcher>> watchers;
     {
         const std::scoped_lock guard(state_->lock);
@@ -276,12 +276,12 @@ bool SyntheticDesktop::isStreamRunning() const {
     return state_->running().has_value();
 }
 
-std::optional<ContentFilter> SyntheticDesktop::filter() const {
+std::optional<platform::ContentFilter> SyntheticDesktop::filter() const {
     const std::scoped_lock guard(state_->lock);
     return state_->filter;
 }
 
-std::optional<StreamConfiguration> SyntheticDesktop::configuration() const {
+std::optional<platform::StreamConfiguration> SyntheticDesktop::configuration() const {
     const std::scoped_lock guard(state_->lock);
     return state_->configuration;
 }
@@ -296,7 +296,7 @@ bool SyntheticDesktop::hasMicrophoneOutput() const {
     return state_->stream && state_->stream->microphone.queue != nullptr;
 }
 
-std::optional<PointSpace> SyntheticDesktop::monitorSpace() const {
+std::optional<platform::PointSpace> SyntheticDesktop::monitorSpace() const {
     const std::scoped_lock guard(state_->lock);
     return state_->monitorSpace;
 }
@@ -311,14 +311,14 @@ std::vector<std::string> SyntheticDesktop::calls() const {
     return state_->calls;
 }
 
-ShareableContent SyntheticDesktop::shareableContent() {
+platform::ShareableContent SyntheticDesktop::shareableContent() {
     const std::scoped_lock guard(state_->lock);
     if (state_->contentError) throw RecorderError(*state_->contentError);
     return state_->content;
 }
 
-std::unique_ptr<CaptureStream> SyntheticDesktop::makeCaptureStream(const ContentFilter& filter,
-                                                                   const StreamConfiguration& configuration) {
+std::unique_ptr<platform::CaptureStream> SyntheticDesktop::makeCaptureStream(
+    const platform::ContentFilter& filter, const platform::StreamConfiguration& configuration) {
     auto own = std::make_shared<StreamState>();
     const std::scoped_lock guard(state_->lock);
     state_->stream = own;
@@ -327,7 +327,8 @@ std::unique_ptr<CaptureStream> SyntheticDesktop::makeCaptureStream(const Content
     return std::make_unique<Stream>(state_, std::move(own));
 }
 
-std::unique_ptr<PointerMonitor> SyntheticDesktop::monitorPointer(const PointSpace& space, PointerEventHandler handler) {
+std::unique_ptr<platform::PointerMonitor> SyntheticDesktop::monitorPointer(const platform::PointSpace& space,
+                                                                           platform::PointerEventHandler handler) {
     auto watcher = std::make_shared<Watcher>();
     watcher->handler = std::move(handler);
     const std::scoped_lock guard(state_->lock);
@@ -338,24 +339,25 @@ std::unique_ptr<PointerMonitor> SyntheticDesktop::monitorPointer(const PointSpac
     return std::make_unique<Monitor>(state_, std::move(watcher));
 }
 
-std::optional<Point> SyntheticDesktop::pointerLocation(const PointSpace& /*space*/) {
+std::optional<Point> SyntheticDesktop::pointerLocation(const platform::PointSpace& /*space*/) {
     const std::scoped_lock guard(state_->lock);
     return state_->pointerLocation;
 }
 
-std::optional<SystemCursor> SyntheticDesktop::currentCursor(std::optional<std::uint64_t> knownSerial) {
+std::optional<platform::SystemCursor> SyntheticDesktop::currentCursor(std::optional<std::uint64_t> knownSerial) {
     const std::scoped_lock guard(state_->lock);
     if (state_->cursorError) throw RecorderError(*state_->cursorError);
     if (!state_->cursor) return std::nullopt;
-    const SystemCursor& cursor = *state_->cursor;
-    return SystemCursor{cursor.serial, knownSerial == cursor.serial ? BgraPremultipliedBuffer() : copyOf(cursor.image),
-                        cursor.hotspotX, cursor.hotspotY};
+    const platform::SystemCursor& cursor = *state_->cursor;
+    return platform::SystemCursor{
+        cursor.serial, knownSerial == cursor.serial ? imaging::BgraPremultipliedBuffer() : copyOf(cursor.image),
+        cursor.hotspotX, cursor.hotspotY};
 }
 
-std::optional<Rect> SyntheticDesktop::windowFrame(std::uint32_t windowID, const PointSpace& /*space*/) {
+std::optional<Rect> SyntheticDesktop::windowFrame(std::uint32_t windowID, const platform::PointSpace& /*space*/) {
     const std::scoped_lock guard(state_->lock);
     const auto found = state_->windowFrames.find(windowID);
     return found == state_->windowFrames.end() ? std::nullopt : std::optional(found->second);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

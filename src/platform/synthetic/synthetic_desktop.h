@@ -9,24 +9,24 @@
 
 #include "platform/desktop.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 
 /// A desktop that does what it is told: what is above the desktop's services is tested with it, without a display
 /// server and without waiting. Whatever happens is emitted by hand, with the times that the test wants.
 ///
 /// The `emit` functions return when the handlers have run; they must not be called from inside a handler. Any thread.
-class SyntheticDesktop : public Desktop {
+class SyntheticDesktop : public platform::Desktop {
   public:
     SyntheticDesktop();
     ~SyntheticDesktop() override;
 
     // What the desktop answers.
 
-    void setContent(ShareableContent content);
+    void setContent(platform::ShareableContent content);
     /// Listing the content throws this from now on; nothing makes it answer again.
     void failContent(std::optional<RecorderError> error);
     /// The next cursor that is asked for; nothing hides it.
-    void setCursor(std::optional<SystemCursor> cursor);
+    void setCursor(std::optional<platform::SystemCursor> cursor);
     /// Asking for the cursor throws this from now on; nothing makes it answer again.
     void failCursor(std::optional<RecorderError> error);
     /// In the points of whatever space is asked for.
@@ -37,16 +37,16 @@ class SyntheticDesktop : public Desktop {
 
     // What happens. Samples and sound go to the stream that was made last, while it runs and has an output for them.
 
-    void emitScreen(const ScreenSample& sample);
-    void emitSystemAudio(const SoundBuffer& sound);
-    void emitMicrophone(const SoundBuffer& sound);
+    void emitScreen(const platform::ScreenSample& sample);
+    void emitSystemAudio(const platform::SoundBuffer& sound);
+    void emitMicrophone(const platform::SoundBuffer& sound);
     /// The stream ends by itself. Told while it runs only.
     void emitStop(const RecorderError& error);
     void emitNotice(const std::string& notice);
     /// The captured display begins here from now on, in the desktop's pixels.
     void emitDisplayOrigin(double hostSeconds, Point pixels);
     /// To every monitor there is, as it stands.
-    void emitPointer(const PointerEvent& event);
+    void emitPointer(const platform::PointerEvent& event);
 
     /// Starting or stopping a stream throws this from now on; nothing lets it succeed.
     void failStart(std::optional<RecorderError> error);
@@ -60,23 +60,24 @@ class SyntheticDesktop : public Desktop {
 
     bool isStreamRunning() const;
     /// Of the stream that was made last.
-    std::optional<ContentFilter> filter() const;
-    std::optional<StreamConfiguration> configuration() const;
+    std::optional<platform::ContentFilter> filter() const;
+    std::optional<platform::StreamConfiguration> configuration() const;
     bool hasSystemAudioOutput() const;
     bool hasMicrophoneOutput() const;
     /// Of the monitor that was made last.
-    std::optional<PointSpace> monitorSpace() const;
+    std::optional<platform::PointSpace> monitorSpace() const;
     int monitorCount() const;
     /// "monitorPointer", "endMonitor", "startStream", "stopStream", in the order in which they came.
     std::vector<std::string> calls() const;
 
-    ShareableContent shareableContent() override;
-    std::unique_ptr<CaptureStream> makeCaptureStream(const ContentFilter& filter,
-                                                     const StreamConfiguration& configuration) override;
-    std::unique_ptr<PointerMonitor> monitorPointer(const PointSpace& space, PointerEventHandler handler) override;
-    std::optional<Point> pointerLocation(const PointSpace& space) override;
-    std::optional<SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override;
-    std::optional<Rect> windowFrame(std::uint32_t windowID, const PointSpace& space) override;
+    platform::ShareableContent shareableContent() override;
+    std::unique_ptr<platform::CaptureStream> makeCaptureStream(
+        const platform::ContentFilter& filter, const platform::StreamConfiguration& configuration) override;
+    std::unique_ptr<platform::PointerMonitor> monitorPointer(const platform::PointSpace& space,
+                                                             platform::PointerEventHandler handler) override;
+    std::optional<Point> pointerLocation(const platform::PointSpace& space) override;
+    std::optional<platform::SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override;
+    std::optional<Rect> windowFrame(std::uint32_t windowID, const platform::PointSpace& space) override;
 
   private:
     struct State;
@@ -86,4 +87,4 @@ class SyntheticDesktop : public Desktop {
     const std::shared_ptr<State> state_;  // streams and monitors may outlive the desktop
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

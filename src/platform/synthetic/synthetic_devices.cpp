@@ -7,16 +7,16 @@
 #include "base/recorder_error.h"
 #include "platform/pictures/device_outputs.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 
 /// What the device and its sessions share. Samples are handed over under the lock, which is no call out: an output only
 /// puts them into a queue. So nothing follows once a session has stopped.
 class SyntheticDevice::State {
   public:
     struct Settings {
-        CaptureDevice description;
-        std::vector<PictureSize> presets;
-        PictureSize activeFormat{640, 480};
+        platform::CaptureDevice description;
+        std::vector<platform::PictureSize> presets;
+        platform::PictureSize activeFormat{640, 480};
         bool hasVideo = true;
         bool hasAudio = false;
         std::optional<std::string> startFailure;
@@ -28,12 +28,12 @@ class SyntheticDevice::State {
     std::shared_future<void> heldUntil;
     std::vector<std::thread::id> openedOn;
     std::vector<std::thread::id> stoppedOn;
-    PictureSize size{640, 480};
+    platform::PictureSize size{640, 480};
     Session* running = nullptr;
     Session* interrupted = nullptr;
 };
 
-class SyntheticDevice::Session final : public CaptureSession {
+class SyntheticDevice::Session final : public platform::CaptureSession {
   public:
     Session(std::shared_ptr<State> state, State::Settings settings)
         : outputs(settings.description.name), state_(std::move(state)), settings_(std::move(settings)) {}
@@ -41,25 +41,25 @@ class SyntheticDevice::Session final : public CaptureSession {
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    bool canSetPreset(PictureSize size) const override {
+    bool canSetPreset(platform::PictureSize size) const override {
         return std::find(settings_.presets.begin(), settings_.presets.end(), size) != settings_.presets.end();
     }
 
-    void setPreset(PictureSize size) override {
+    void setPreset(platform::PictureSize size) override {
         precondition(canSetPreset(size), "a preset that the device has");
         const std::scoped_lock hold(state_->lock);
         state_->size = size;
     }
 
-    PictureSize activeFormat() const override { return settings_.activeFormat; }
+    platform::PictureSize activeFormat() const override { return settings_.activeFormat; }
 
     bool addVideoOutput(SerialQueue& queue, bool discardsLate,
-                        std::function<void(const DeviceSample&)> handler) override {
+                        std::function<void(const platform::DeviceSample&)> handler) override {
         if (settings_.hasVideo) outputs.setVideo(queue, discardsLate, std::move(handler));
         return settings_.hasVideo;
     }
 
-    bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) override {
+    bool addAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override {
         if (settings_.hasAudio) outputs.setAudio(queue, std::move(handler));
         return settings_.hasAudio;
     }
@@ -80,7 +80,7 @@ class SyntheticDevice::Session final : public CaptureSession {
 
     void stopRunning() override { leave(); }
 
-    DeviceOutputs outputs;
+    platform::DeviceOutputs outputs;
     std::function<void(const std::string&)> interrupted;
     std::function<void()> returned;
 
@@ -97,23 +97,23 @@ class SyntheticDevice::Session final : public CaptureSession {
     const State::Settings settings_;
 };
 
-SyntheticDevice::SyntheticDevice(CaptureDevice description) : state_(std::make_shared<State>()) {
+SyntheticDevice::SyntheticDevice(platform::CaptureDevice description) : state_(std::make_shared<State>()) {
     state_->settings.description = std::move(description);
 }
 
 SyntheticDevice::~SyntheticDevice() = default;
 
-CaptureDevice SyntheticDevice::description() const {
+platform::CaptureDevice SyntheticDevice::description() const {
     const std::scoped_lock hold(state_->lock);
     return state_->settings.description;
 }
 
-void SyntheticDevice::setPresets(std::vector<PictureSize> presets) {
+void SyntheticDevice::setPresets(std::vector<platform::PictureSize> presets) {
     const std::scoped_lock hold(state_->lock);
     state_->settings.presets = std::move(presets);
 }
 
-void SyntheticDevice::setActiveFormat(PictureSize size) {
+void SyntheticDevice::setActiveFormat(platform::PictureSize size) {
     const std::scoped_lock hold(state_->lock);
     state_->settings.activeFormat = size;
     state_->size = size;
@@ -144,21 +144,21 @@ bool SyntheticDevice::isRunning() const {
     return state_->running != nullptr;
 }
 
-PictureSize SyntheticDevice::size() const {
+platform::PictureSize SyntheticDevice::size() const {
     const std::scoped_lock hold(state_->lock);
     return state_->size;
 }
 
-bool SyntheticDevice::emitPicture(double hostSeconds, std::shared_ptr<const BgraPremultipliedBuffer> image) {
+bool SyntheticDevice::emitPicture(double hostSeconds, std::shared_ptr<const imaging::BgraPremultipliedBuffer> image) {
     const std::scoped_lock hold(state_->lock);
     if (state_->running == nullptr) return false;
-    state_->running->outputs.deliver(DeviceSample{hostSeconds, std::move(image)});
+    state_->running->outputs.deliver(platform::DeviceSample{hostSeconds, std::move(image)});
     return true;
 }
 
 bool SyntheticDevice::emitPicture(double hostSeconds, std::uint8_t grey) {
-    const PictureSize wanted = size();
-    auto image = std::make_shared<BgraPremultipliedBuffer>(wanted.width, wanted.height);
+    const platform::PictureSize wanted = size();
+    auto image = std::make_shared<imaging::BgraPremultipliedBuffer>(wanted.width, wanted.height);
     for (int y = 0; y < wanted.height; ++y) {
         for (int x = 0; x < wanted.width; ++x) {
             std::uint8_t* const pixel = image->pixel(x, y);
@@ -169,7 +169,7 @@ bool SyntheticDevice::emitPicture(double hostSeconds, std::uint8_t grey) {
     return emitPicture(hostSeconds, std::move(image));
 }
 
-bool SyntheticDevice::emitSound(const SoundBuffer& buffer) {
+bool SyntheticDevice::emitSound(const platform::SoundBuffer& buffer) {
     const std::scoped_lock hold(state_->lock);
     if (state_->running == nullptr) return false;
     state_->running->outputs.deliver(buffer);
@@ -215,7 +215,7 @@ bool SyntheticDevice::comeBack() {
     return true;
 }
 
-std::unique_ptr<CaptureSession> SyntheticDevice::open() {
+std::unique_ptr<platform::CaptureSession> SyntheticDevice::open() {
     std::shared_future<void> until;
     {
         const std::scoped_lock hold(state_->lock);
@@ -244,26 +244,26 @@ void SyntheticCaptureDevices::addExternalDevice(std::shared_ptr<SyntheticDevice>
     external_.push_back(std::move(device));
 }
 
-std::optional<CaptureDevice> SyntheticCaptureDevices::defaultCamera() {
+std::optional<platform::CaptureDevice> SyntheticCaptureDevices::defaultCamera() {
     const std::scoped_lock hold(lock_);
     if (!camera_) return std::nullopt;
     return camera_->description();
 }
 
-std::optional<CaptureDevice> SyntheticCaptureDevices::defaultMicrophone() {
+std::optional<platform::CaptureDevice> SyntheticCaptureDevices::defaultMicrophone() {
     const std::scoped_lock hold(lock_);
     if (!microphone_) return std::nullopt;
     return microphone_->description();
 }
 
-std::vector<CaptureDevice> SyntheticCaptureDevices::externalDevices() {
+std::vector<platform::CaptureDevice> SyntheticCaptureDevices::externalDevices() {
     const std::scoped_lock hold(lock_);
-    std::vector<CaptureDevice> found;
+    std::vector<platform::CaptureDevice> found;
     for (const auto& device : external_) found.push_back(device->description());
     return found;
 }
 
-std::unique_ptr<CaptureSession> SyntheticCaptureDevices::open(const CaptureDevice& device) {
+std::unique_ptr<platform::CaptureSession> SyntheticCaptureDevices::open(const platform::CaptureDevice& device) {
     std::vector<std::shared_ptr<SyntheticDevice>> all;
     {
         const std::scoped_lock hold(lock_);
@@ -277,4 +277,4 @@ std::unique_ptr<CaptureSession> SyntheticCaptureDevices::open(const CaptureDevic
     throw RecorderError("Das Gerät „" + device.name + "“ ist nicht mehr angeschlossen.");
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

@@ -11,20 +11,20 @@
 
 #include "platform/capture_device.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 
 /// A camera, capture card or microphone that is worked by hand, for tests of whatever records from one. Any thread.
 class SyntheticDevice {
   public:
     /// A camera of 640 × 480 without presets and without sound; the calls below make something else of it.
-    explicit SyntheticDevice(CaptureDevice description);
+    explicit SyntheticDevice(platform::CaptureDevice description);
     ~SyntheticDevice();
 
-    CaptureDevice description() const;
+    platform::CaptureDevice description() const;
 
     // What sessions that are opened from now on find.
-    void setPresets(std::vector<PictureSize> presets);
-    void setActiveFormat(PictureSize size);
+    void setPresets(std::vector<platform::PictureSize> presets);
+    void setActiveFormat(platform::PictureSize size);
     void setHasVideo(bool hasVideo);
     void setHasAudio(bool hasAudio);
     /// Opening throws a `RecorderError` that says this; nothing: it works again.
@@ -41,13 +41,13 @@ class SyntheticDevice {
     /// Whether a session of this device is running.
     bool isRunning() const;
     /// What the session opened last delivers: its preset, or else the active format.
-    PictureSize size() const;
+    platform::PictureSize size() const;
 
     // All of these: whether a session was running; otherwise they do nothing.
-    bool emitPicture(double hostSeconds, std::shared_ptr<const BgraPremultipliedBuffer> image);
+    bool emitPicture(double hostSeconds, std::shared_ptr<const imaging::BgraPremultipliedBuffer> image);
     /// An opaque picture of `size()` in one grey.
     bool emitPicture(double hostSeconds, std::uint8_t grey = 128);
-    bool emitSound(const SoundBuffer& buffer);
+    bool emitSound(const platform::SoundBuffer& buffer);
     /// As if the device were unplugged: tells the session, which then gets nothing more.
     bool interrupt(const std::string& reason);
     /// As if it were plugged in again: the session that was interrupted runs again, and is told so. Whether one had
@@ -55,7 +55,7 @@ class SyntheticDevice {
     bool comeBack();
 
     /// For `SyntheticCaptureDevices`.
-    std::unique_ptr<CaptureSession> open();
+    std::unique_ptr<platform::CaptureSession> open();
 
   private:
     class State;
@@ -65,7 +65,7 @@ class SyntheticDevice {
 };
 
 /// The devices of a machine that a test describes. Any thread.
-class SyntheticCaptureDevices final : public CaptureDevices {
+class SyntheticCaptureDevices final : public platform::CaptureDevices {
   public:
     /// Null: there is none. All of them may be set and looked at while they are in use.
     void setDefaultCamera(std::shared_ptr<SyntheticDevice> camera);
@@ -73,11 +73,11 @@ class SyntheticCaptureDevices final : public CaptureDevices {
     void addExternalDevice(std::shared_ptr<SyntheticDevice> device);
 
     // CaptureDevices
-    std::optional<CaptureDevice> defaultCamera() override;
-    std::optional<CaptureDevice> defaultMicrophone() override;
-    std::vector<CaptureDevice> externalDevices() override;
+    std::optional<platform::CaptureDevice> defaultCamera() override;
+    std::optional<platform::CaptureDevice> defaultMicrophone() override;
+    std::vector<platform::CaptureDevice> externalDevices() override;
     /// By the device's id, among those above.
-    std::unique_ptr<CaptureSession> open(const CaptureDevice& device) override;
+    std::unique_ptr<platform::CaptureSession> open(const platform::CaptureDevice& device) override;
 
   private:
     std::mutex lock_;
@@ -86,4 +86,4 @@ class SyntheticCaptureDevices final : public CaptureDevices {
     std::vector<std::shared_ptr<SyntheticDevice>> external_;  // guarded by lock_
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

@@ -8,12 +8,12 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 namespace {
 
 TEST(SyntheticDevices, DeliverWhatTheTestEmits) {
     SerialQueue queue("test.device");
-    const auto camera = std::make_shared<SyntheticDevice>(CaptureDevice{"cam", "Kamera", false, 0});
+    const auto camera = std::make_shared<SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
     camera->setPresets({{1280, 720}});
     SyntheticCaptureDevices devices;
     EXPECT_FALSE(devices.defaultCamera());
@@ -22,11 +22,12 @@ TEST(SyntheticDevices, DeliverWhatTheTestEmits) {
     EXPECT_FALSE(session->canSetPreset({1920, 1080}));
     ASSERT_TRUE(session->canSetPreset({1280, 720}));
     session->setPreset({1280, 720});
-    EXPECT_EQ(session->activeFormat(), (PictureSize{640, 480}));
+    EXPECT_EQ(session->activeFormat(), (platform::PictureSize{640, 480}));
 
-    std::vector<DeviceSample> seen;
-    EXPECT_FALSE(session->addAudioOutput(queue, [](const SoundBuffer&) {}));
-    ASSERT_TRUE(session->addVideoOutput(queue, true, [&](const DeviceSample& sample) { seen.push_back(sample); }));
+    std::vector<platform::DeviceSample> seen;
+    EXPECT_FALSE(session->addAudioOutput(queue, [](const platform::SoundBuffer&) {}));
+    ASSERT_TRUE(
+        session->addVideoOutput(queue, true, [&](const platform::DeviceSample& sample) { seen.push_back(sample); }));
     EXPECT_FALSE(camera->emitPicture(1));
     session->startRunning();
     EXPECT_TRUE(camera->emitPicture(2, std::uint8_t{200}));
@@ -43,12 +44,12 @@ TEST(SyntheticDevices, DeliverWhatTheTestEmits) {
 // Emits six pictures while the queue is held up by the first, and counts those that arrive.
 int arrived(bool discardsLate, int pictures) {
     SerialQueue queue("test.device");
-    SyntheticDevice camera(CaptureDevice{"cam", "Kamera", false, 0});
+    SyntheticDevice camera(platform::CaptureDevice{"cam", "Kamera", false, 0});
     const auto session = camera.open();
     std::promise<void> release;
     queue.async([gate = release.get_future().share()] { gate.wait(); });
     int count = 0;
-    EXPECT_TRUE(session->addVideoOutput(queue, discardsLate, [&](const DeviceSample&) { ++count; }));
+    EXPECT_TRUE(session->addVideoOutput(queue, discardsLate, [&](const platform::DeviceSample&) { ++count; }));
     session->startRunning();
     for (int i = 0; i < pictures; ++i) camera.emitPicture(i);
     release.set_value();
@@ -64,7 +65,7 @@ TEST(SyntheticDevices, LatePicturesAreDroppedAsDocumented) {
 }
 
 TEST(SyntheticDevices, InterruptionIsToldAndEndsTheSession) {
-    SyntheticDevice card(CaptureDevice{"card", "Karte", true, 2});
+    SyntheticDevice card(platform::CaptureDevice{"card", "Karte", true, 2});
     std::vector<std::string> told;
     const auto session = card.open();
     session->onInterruption([&](const std::string& reason) { told.push_back(reason); });
@@ -77,7 +78,7 @@ TEST(SyntheticDevices, InterruptionIsToldAndEndsTheSession) {
 
 TEST(SyntheticDevices, FailAsAsked) {
     SyntheticCaptureDevices devices;
-    const auto card = std::make_shared<SyntheticDevice>(CaptureDevice{"card", "Karte", true, 2});
+    const auto card = std::make_shared<SyntheticDevice>(platform::CaptureDevice{"card", "Karte", true, 2});
     devices.addExternalDevice(card);
     ASSERT_EQ(devices.externalDevices().size(), 1U);
     EXPECT_THROW(devices.open({"other", "Anderes", true, 0}), RecorderError);
@@ -94,4 +95,4 @@ TEST(SyntheticDevices, FailAsAsked) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

@@ -8,13 +8,13 @@
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 
 /// What the sources and the system share.
 class SyntheticSoundSystem::Hub {
   public:
     std::mutex lock;
-    std::optional<CaptureDevice> microphone;                      // guarded by lock
+    std::optional<platform::CaptureDevice> microphone;            // guarded by lock
     std::optional<std::string> failures[2];                       // guarded by lock; by kind
     std::vector<std::pair<Kind, std::weak_ptr<Source>>> running;  // guarded by lock
 
@@ -36,7 +36,7 @@ class SyntheticSoundSystem::Source {
     int sampleRate() const { return sampleRate_; }
     int channels() const { return channels_; }
 
-    void open(SoundSource::Handler handler, SoundSource::EndHandler ended) {
+    void open(platform::SoundSource::Handler handler, platform::SoundSource::EndHandler ended) {
         const std::scoped_lock hold(calling_);
         handler_ = std::move(handler);
         ended_ = std::move(ended);
@@ -47,11 +47,11 @@ class SyntheticSoundSystem::Source {
         ended_ = nullptr;
         returned_ = nullptr;
     }
-    void onReturn(SoundSource::ReturnHandler handler) {
+    void onReturn(platform::SoundSource::ReturnHandler handler) {
         const std::scoped_lock hold(calling_);
         returned_ = std::move(handler);
     }
-    void hear(const SoundBuffer& buffer) {
+    void hear(const platform::SoundBuffer& buffer) {
         const std::scoped_lock hold(calling_);
         if (handler_) handler_(buffer);
     }
@@ -70,16 +70,16 @@ class SyntheticSoundSystem::Source {
     // Held during the calls out: stopping has to wait for the one under way, as with a real server.
     std::mutex calling_;
     // All of these are guarded by calling_.
-    SoundSource::Handler handler_;
-    SoundSource::EndHandler ended_;
-    SoundSource::ReturnHandler returned_;
+    platform::SoundSource::Handler handler_;
+    platform::SoundSource::EndHandler ended_;
+    platform::SoundSource::ReturnHandler returned_;
     bool hasEnded_ = false;
 };
 
 namespace {
 
 template <typename Hub, typename Source>
-class SyntheticSource final : public SoundSource {
+class SyntheticSource final : public platform::SoundSource {
   public:
     SyntheticSource(std::shared_ptr<Hub> hub, SyntheticSoundSystem::Kind kind, std::shared_ptr<Source> source)
         : hub_(std::move(hub)), kind_(kind), source_(std::move(source)) {}
@@ -119,29 +119,29 @@ class SyntheticSource final : public SoundSource {
 }  // namespace
 
 SyntheticSoundSystem::SyntheticSoundSystem() : hub_(std::make_shared<Hub>()) {
-    hub_->microphone = CaptureDevice{"synthetic-microphone", "Testmikrofon", false, 1};
+    hub_->microphone = platform::CaptureDevice{"synthetic-microphone", "Testmikrofon", false, 1};
 }
 
 SyntheticSoundSystem::~SyntheticSoundSystem() = default;
 
-std::unique_ptr<SoundSource> SyntheticSoundSystem::systemAudio(int sampleRate, int channels) {
+std::unique_ptr<platform::SoundSource> SyntheticSoundSystem::systemAudio(int sampleRate, int channels) {
     return std::make_unique<SyntheticSource<Hub, Source>>(hub_, Kind::systemAudio,
                                                           std::make_shared<Source>(sampleRate, channels));
 }
 
-std::unique_ptr<SoundSource> SyntheticSoundSystem::microphone(int sampleRate) {
+std::unique_ptr<platform::SoundSource> SyntheticSoundSystem::microphone(int sampleRate) {
     const auto device = defaultMicrophone();
     const int channels = device && device->channels > 0 ? device->channels : 1;
     return std::make_unique<SyntheticSource<Hub, Source>>(hub_, Kind::microphone,
                                                           std::make_shared<Source>(sampleRate, channels));
 }
 
-std::optional<CaptureDevice> SyntheticSoundSystem::defaultMicrophone() {
+std::optional<platform::CaptureDevice> SyntheticSoundSystem::defaultMicrophone() {
     const std::scoped_lock hold(hub_->lock);
     return hub_->microphone;
 }
 
-void SyntheticSoundSystem::setDefaultMicrophone(std::optional<CaptureDevice> microphone) {
+void SyntheticSoundSystem::setDefaultMicrophone(std::optional<platform::CaptureDevice> microphone) {
     const std::scoped_lock hold(hub_->lock);
     hub_->microphone = std::move(microphone);
 }
@@ -151,7 +151,7 @@ void SyntheticSoundSystem::failStarts(Kind kind, std::optional<std::string> mess
     hub_->failures[static_cast<std::size_t>(kind)] = std::move(message);
 }
 
-bool SyntheticSoundSystem::emit(Kind kind, const SoundBuffer& buffer) {
+bool SyntheticSoundSystem::emit(Kind kind, const platform::SoundBuffer& buffer) {
     const auto sources = hub_->sources(kind);
     for (const auto& source : sources) source->hear(buffer);
     return !sources.empty();
@@ -182,4 +182,4 @@ int SyntheticSoundSystem::running(Kind kind) const {
     return static_cast<int>(hub_->sources(kind).size());
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

@@ -7,12 +7,12 @@
 
 #include "platform/sound_system.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 
 /// A sound server whose sound is made by hand, for tests of whatever listens. Sources that it has made stay usable for
 /// as long as they live, also without it. Any thread; handlers run on the thread that emits, so a source is not to be
 /// stopped out of its own handler.
-class SyntheticSoundSystem final : public SoundSystem {
+class SyntheticSoundSystem final : public platform::SoundSystem {
   public:
     enum class Kind { systemAudio, microphone };
 
@@ -21,17 +21,17 @@ class SyntheticSoundSystem final : public SoundSystem {
     ~SyntheticSoundSystem() override;
 
     // SoundSystem
-    std::unique_ptr<SoundSource> systemAudio(int sampleRate, int channels) override;
-    std::unique_ptr<SoundSource> microphone(int sampleRate) override;
-    std::optional<CaptureDevice> defaultMicrophone() override;
+    std::unique_ptr<platform::SoundSource> systemAudio(int sampleRate, int channels) override;
+    std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
+    std::optional<platform::CaptureDevice> defaultMicrophone() override;
 
     /// Nothing: there is no microphone, and starting one fails.
-    void setDefaultMicrophone(std::optional<CaptureDevice> microphone);
+    void setDefaultMicrophone(std::optional<platform::CaptureDevice> microphone);
     /// From now on starting this kind throws a `RecorderError` that says `message`; nothing: it works again.
     void failStarts(Kind kind, std::optional<std::string> message);
 
     /// Hands `buffer` as it stands to every running source of this kind. Whether there was one.
-    bool emit(Kind kind, const SoundBuffer& buffer);
+    bool emit(Kind kind, const platform::SoundBuffer& buffer);
     /// The same with `frames` frames of one value, in the rate and the number of channels that each source was asked
     /// for.
     bool emit(Kind kind, double hostSeconds, std::size_t frames, float value = 0);
@@ -51,4 +51,4 @@ class SyntheticSoundSystem final : public SoundSystem {
     std::shared_ptr<Hub> hub_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

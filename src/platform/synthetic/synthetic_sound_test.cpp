@@ -7,17 +7,17 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::synthetic {
 namespace {
 
 using Kind = SyntheticSoundSystem::Kind;
 
 TEST(SyntheticSound, EmitsToRunningSourcesOnly) {
     SyntheticSoundSystem sounds;
-    std::vector<SoundBuffer> heard;
+    std::vector<platform::SoundBuffer> heard;
     const auto source = sounds.systemAudio(48000, 2);
     EXPECT_FALSE(sounds.emit(Kind::systemAudio, 1, 480));
-    source->start([&](const SoundBuffer& buffer) { heard.push_back(buffer); }, nullptr);
+    source->start([&](const platform::SoundBuffer& buffer) { heard.push_back(buffer); }, nullptr);
     EXPECT_EQ(sounds.running(Kind::systemAudio), 1);
     EXPECT_TRUE(sounds.emit(Kind::systemAudio, 2, 480, 0.5F));
     EXPECT_FALSE(sounds.emit(Kind::microphone, 2, 480));
@@ -35,7 +35,7 @@ TEST(SyntheticSound, TellsTheEndOnceAndGoesOn) {
     std::vector<std::string> reasons;
     int heard = 0;
     const auto source = sounds.microphone(48000);
-    source->start([&](const SoundBuffer& buffer) { heard += buffer.channels; },
+    source->start([&](const platform::SoundBuffer& buffer) { heard += buffer.channels; },
                   [&](const std::string& reason) { reasons.push_back(reason); });
     sounds.end(Kind::microphone, "weg");
     sounds.end(Kind::microphone, "weg");
@@ -68,4 +68,4 @@ TEST(SyntheticSound, StartFailsAsAsked) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::synthetic

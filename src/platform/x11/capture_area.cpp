@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 // Corner and size are rounded by themselves, as whoever configures the picture's size rounds the size alone.
-PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceRect, PictureSize picture) {
+platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
+                                platform::PictureSize picture) {
     const Rect points = sourceRect.value_or(Rect{0, 0, display.frame.width, display.frame.height});
     const auto pixels = [&](double value) { return static_cast<int>(std::lround(value * display.scale)); };
     return {static_cast<int>(std::lround(display.frame.x)) + pixels(points.x),
@@ -14,4 +15,4 @@ PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceR
             std::min(pixels(points.width), picture.width), std::min(pixels(points.height), picture.height)};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -7,10 +7,11 @@
 #include "platform/pictures/pixel_rect.h"
 #include "platform/shareable_content.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// The pixels of the whole desktop that a picture of a display, or of a part of it, shows from its top-left corner on:
 /// never more than the picture holds. May reach over the desktop's edge. `sourceRect` as in `StreamConfiguration`.
-PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceRect, PictureSize picture);
+platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
+                                platform::PictureSize picture);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -5,7 +5,7 @@
 #include "base/recorder_error.h"
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 bool hasCompositingManager(const std::string& displayName) {
     try {
@@ -19,4 +19,4 @@ bool hasCompositingManager(const std::string& displayName) {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -11,10 +11,10 @@
 #include "platform/x11/capture_area.h"
 #include "platform/x11/monitors.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
-DisplaySource::DisplaySource(const XConnection& connection, const DisplayFilter& filter,
-                             const StreamConfiguration& configuration, const ScreenScales& environment)
+DisplaySource::DisplaySource(const XConnection& connection, const platform::DisplayFilter& filter,
+                             const platform::StreamConfiguration& configuration, const ScreenScales& environment)
     : connection_(connection),
       environment_(environment),
       sourceRect_(configuration.sourceRect),
@@ -25,7 +25,7 @@ DisplaySource::DisplaySource(const XConnection& connection, const DisplayFilter&
       excluded_(connection, filter.excludedApplications) {
     const MonitorList monitors = readMonitors(connection_, environment_);
     const auto found = std::find_if(monitors.displays.begin(), monitors.displays.end(),
-                                    [&](const Display& one) { return one.id == display_.id; });
+                                    [&](const platform::Display& one) { return one.id == display_.id; });
     if (found == monitors.displays.end()) throw RecorderError("Der gewählte Bildschirm ist nicht mehr da.");
     display_ = *found;
     const Rect frame = display_.pixelFrame();
@@ -43,21 +43,21 @@ DisplaySource::DisplaySource(const XConnection& connection, const DisplayFilter&
 
 void DisplaySource::layOut() {
     area_ = captureArea(display_, sourceRect_, size_);
-    visible_ = intersection(area_, readRootBounds(connection_)).movedBy(-area_.x, -area_.y);
+    visible_ = platform::intersection(area_, readRootBounds(connection_)).movedBy(-area_.x, -area_.y);
     if (visible_.isEmpty()) visible_ = {};
 }
 
-void DisplaySource::update(DamageArea& damage) {
+void DisplaySource::update(platform::DamageArea& damage) {
     readEvents();
-    DamageArea painted;
+    platform::DamageArea painted;
     if (damage_.isNotified()) {
-        for (const PixelRect& rect : damage_.collect()) painted.add(intersection(rect, area_));
+        for (const platform::PixelRect& rect : damage_.collect()) painted.add(platform::intersection(rect, area_));
         // A window that made some of this damage by appearing has been told about by now.
         readEvents();
     }
     excluded_.update(area_, painted);
-    for (const PixelRect& rect : painted.rects()) {
-        damage.add(intersection(rect.movedBy(-area_.x, -area_.y), visible_));
+    for (const platform::PixelRect& rect : painted.rects()) {
+        damage.add(platform::intersection(rect.movedBy(-area_.x, -area_.y), visible_));
     }
     if (layoutChanged_) followDisplay(damage);
 }
@@ -87,12 +87,12 @@ bool DisplaySource::tellsLayout(const XEvent& event) const {
     return randr != 0 && (type == randr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == randr + XCB_RANDR_NOTIFY);
 }
 
-void DisplaySource::followDisplay(DamageArea& damage) {
+void DisplaySource::followDisplay(platform::DamageArea& damage) {
     layoutChanged_ = false;
     const MonitorList monitors = readMonitors(connection_, environment_);
     if (connection_.isBroken()) return;
     const auto found = std::find_if(monitors.displays.begin(), monitors.displays.end(),
-                                    [&](const Display& one) { return one.id == display_.id; });
+                                    [&](const platform::Display& one) { return one.id == display_.id; });
     if (found == monitors.displays.end()) {
         ended_ = "Der aufgenommene Bildschirm wurde abgeschaltet oder abgezogen.";
         return;
@@ -101,8 +101,8 @@ void DisplaySource::followDisplay(DamageArea& damage) {
     const Rect now = found->pixelFrame();
     // The scale stays: it only tells how many points the recording has, and those are settled.
     display_.frame = {now.x, now.y, now.width / display_.scale, now.height / display_.scale};
-    const PixelRect oldArea = area_;
-    const PixelRect oldVisible = visible_;
+    const platform::PixelRect oldArea = area_;
+    const platform::PixelRect oldVisible = visible_;
     layOut();
     if (area_ != oldArea || visible_ != oldVisible) damage.add({0, 0, size_.width, size_.height});
     if (now.x != before.x || now.y != before.y) origin_ = Point{now.x, now.y};
@@ -113,11 +113,11 @@ void DisplaySource::followDisplay(DamageArea& damage) {
     }
 }
 
-bool DisplaySource::paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) {
+bool DisplaySource::paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
     std::vector<XImageReader::Piece> pieces;
-    for (const PixelRect& rect : damage.rects()) {
+    for (const platform::PixelRect& rect : damage.rects()) {
         if (!visible_.contains(rect)) fillBlack(picture, rect);
-        const PixelRect seen = intersection(rect, visible_);
+        const platform::PixelRect seen = platform::intersection(rect, visible_);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(area_.x, area_.y), seen.x, seen.y});
     }
     if (!excluded_.isAsked()) return reader_.read(connection_.root(), pieces, picture);
@@ -125,7 +125,7 @@ bool DisplaySource::paint(const DamageArea& damage, BgraPremultipliedBuffer& pic
 }
 
 bool DisplaySource::paintWithoutExcluded(std::span<const XImageReader::Piece> pieces,
-                                         BgraPremultipliedBuffer& picture) {
+                                         imaging::BgraPremultipliedBuffer& picture) {
     if (!excluded_.isAnyIn(area_)) {
         if (!reader_.read(connection_.root(), pieces, picture)) return false;
         // The pixels came behind the events of everything that they show. Unless one of those windows may just have
@@ -140,4 +140,4 @@ bool DisplaySource::paintWithoutExcluded(std::span<const XImageReader::Piece> pi
     return excluded_.readWithout(reader_, pieces, picture);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

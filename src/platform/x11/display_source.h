@@ -14,37 +14,37 @@
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Pictures of a display or a part of it, without the windows of some programs. When the display changes its place or
 /// size, the pictures follow its origin; they keep their size, so the content is cut off or ends in black.
 class DisplaySource : public PictureSource {
   public:
     /// Throws `RecorderError` when there is no such display. The connection outlives the source.
-    DisplaySource(const XConnection& connection, const DisplayFilter& filter, const StreamConfiguration& configuration,
-                  const ScreenScales& environment);
+    DisplaySource(const XConnection& connection, const platform::DisplayFilter& filter,
+                  const platform::StreamConfiguration& configuration, const ScreenScales& environment);
 
-    void update(DamageArea& damage) override;
+    void update(platform::DamageArea& damage) override;
     bool isHidden() const override { return visible_.isEmpty(); }
     std::optional<std::string> ended() const override { return ended_; }
     std::optional<Point> takeOrigin() override { return std::exchange(origin_, std::nullopt); }
     std::optional<std::string> takeNotice() override { return std::exchange(notice_, std::nullopt); }
-    bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
+    bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
 
   private:
-    bool paintWithoutExcluded(std::span<const XImageReader::Piece> pieces, BgraPremultipliedBuffer& picture);
+    bool paintWithoutExcluded(std::span<const XImageReader::Piece> pieces, imaging::BgraPremultipliedBuffer& picture);
     void layOut();
     void readEvents();
     bool tellsLayout(const XEvent& event) const;
-    void followDisplay(DamageArea& damage);
+    void followDisplay(platform::DamageArea& damage);
 
     const XConnection& connection_;
     const ScreenScales environment_;
     const std::optional<Rect> sourceRect_;
-    const PictureSize size_;
-    Display display_;
-    PixelRect area_;     // of the desktop; the picture's corner is its corner
-    PixelRect visible_;  // the part of the picture that lies on the desktop
+    const platform::PictureSize size_;
+    platform::Display display_;
+    platform::PixelRect area_;     // of the desktop; the picture's corner is its corner
+    platform::PixelRect visible_;  // the part of the picture that lies on the desktop
     bool layoutChanged_ = false;
     XDamage damage_;
     XImageReader reader_;
@@ -54,4 +54,4 @@ class DisplaySource : public PictureSource {
     std::optional<Point> origin_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

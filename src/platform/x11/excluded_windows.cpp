@@ -12,7 +12,7 @@
 #include "platform/x11/window_list.h"
 #include "platform/x11/x_properties.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 std::vector<std::uint32_t> rootChildren(const XConnection& connection) {
@@ -70,7 +70,7 @@ std::set<std::uint32_t> framesAround(const XConnection& connection, const std::v
 
 }  // namespace
 
-ExcludedWindows::ExcludedWindows(const XConnection& connection, std::vector<RunningApplication> applications)
+ExcludedWindows::ExcludedWindows(const XConnection& connection, std::vector<platform::RunningApplication> applications)
     : connection_(connection), applications_(std::move(applications)) {
     if (isAsked() && (!connection.hasComposite() || !connection.hasRender() || !connection.hasFixes())) {
         throw RecorderError(
@@ -118,7 +118,7 @@ void ExcludedWindows::notifyDamage(std::uint32_t damage) {
 }
 
 bool ExcludedWindows::isExcluded(int process, const std::optional<std::string>& name) const {
-    return std::any_of(applications_.begin(), applications_.end(), [&](const RunningApplication& one) {
+    return std::any_of(applications_.begin(), applications_.end(), [&](const platform::RunningApplication& one) {
         return (process != 0 && process == one.processId) || (name && name == one.bundleIdentifier);
     });
 }
@@ -182,7 +182,7 @@ void ExcludedWindows::readStack() {
 }
 
 // Windows that are covered have no pixels of their own unless they are redirected.
-void ExcludedWindows::redirectTouching(const PixelRect& area) {
+void ExcludedWindows::redirectTouching(const platform::PixelRect& area) {
     const auto wanted = windowsAtExcluded(stack_, area);
     std::erase_if(touching_, [&](const auto& entry) {
         const bool stays =
@@ -202,7 +202,7 @@ void ExcludedWindows::redirectTouching(const PixelRect& area) {
     }
 }
 
-void ExcludedWindows::update(const PixelRect& area, DamageArea& painted) {
+void ExcludedWindows::update(const platform::PixelRect& area, platform::DamageArea& painted) {
     if (!isAsked()) return;
     if (ownersChanged_ || stackChanged_) {
         if (ownersChanged_) findOwners();
@@ -213,18 +213,18 @@ void ExcludedWindows::update(const PixelRect& area, DamageArea& painted) {
     }
     for (auto& [id, touching] : touching_) {
         if (!touching.damage->isNotified()) continue;
-        const PixelRect inside = touching.outside.movedBy(touching.border, touching.border);
-        for (const PixelRect& rect : touching.damage->collect()) {
-            painted.add(intersection(rect.movedBy(inside.x, inside.y), area));
+        const platform::PixelRect inside = touching.outside.movedBy(touching.border, touching.border);
+        for (const platform::PixelRect& rect : touching.damage->collect()) {
+            painted.add(platform::intersection(rect.movedBy(inside.x, inside.y), area));
         }
     }
 }
 
-bool ExcludedWindows::isAnyIn(const PixelRect& area) const {
+bool ExcludedWindows::isAnyIn(const platform::PixelRect& area) const {
     return !excludedParts(stack_, area).isEmpty();
 }
 
-void ExcludedWindows::refresh(const PixelRect& area) {
+void ExcludedWindows::refresh(const platform::PixelRect& area) {
     // What is found now, the next update still has to tell as a change of the picture.
     const bool isNews = hasChanged();
     if (ownersChanged_) findOwners();
@@ -234,16 +234,16 @@ void ExcludedWindows::refresh(const PixelRect& area) {
 }
 
 bool ExcludedWindows::readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
-                                  BgraPremultipliedBuffer& picture) {
+                                  imaging::BgraPremultipliedBuffer& picture) {
     if (!recomposer_) recomposer_ = std::make_unique<Recomposer>(connection_);
     return reader.read(connection_.root(), pieces, picture) && cover(reader, pieces, picture);
 }
 
 bool ExcludedWindows::cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
-                            BgraPremultipliedBuffer& picture) {
+                            imaging::BgraPremultipliedBuffer& picture) {
     for (const XImageReader::Piece& piece : pieces) {
-        const DamageArea covered = excludedParts(stack_, piece.from);
-        for (const PixelRect& part : covered.rects()) {
+        const platform::DamageArea covered = excludedParts(stack_, piece.from);
+        for (const platform::PixelRect& part : covered.rects()) {
             const std::uint32_t pixmap = recomposer_->paint(part, stack_);
             const XImageReader::Piece whole{
                 {0, 0, part.width, part.height}, piece.toX + part.x - piece.from.x, piece.toY + part.y - piece.from.y};
@@ -255,4 +255,4 @@ bool ExcludedWindows::cover(XImageReader& reader, std::span<const XImageReader::
     return true;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

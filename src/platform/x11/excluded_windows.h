@@ -15,13 +15,13 @@
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// The windows of programs that a display's pictures do not show. Costs nothing while none of them is on the screen.
 /// One thread, the one that reads the connection's events.
 class ExcludedWindows {
   public:
-    ExcludedWindows(const XConnection& connection, std::vector<RunningApplication> applications);
+    ExcludedWindows(const XConnection& connection, std::vector<platform::RunningApplication> applications);
     ~ExcludedWindows();
     ExcludedWindows(const ExcludedWindows&) = delete;
     ExcludedWindows& operator=(const ExcludedWindows&) = delete;
@@ -34,33 +34,34 @@ class ExcludedWindows {
 
     /// Finds the windows anew where events told that they changed. Adds to `painted` what was painted beneath them,
     /// where the screen itself did not change; in the desktop's pixels.
-    void update(const PixelRect& area, DamageArea& painted);
-    bool isAnyIn(const PixelRect& area) const;
+    void update(const platform::PixelRect& area, platform::DamageArea& painted);
+    bool isAnyIn(const platform::PixelRect& area) const;
     /// Events told something that no update has dealt with.
     bool hasChanged() const { return ownersChanged_ || stackChanged_; }
     /// Finds out where the windows are at this moment, for a reading that follows. The server is grabbed from before
     /// the events were read until after that.
-    void refresh(const PixelRect& area);
+    void refresh(const platform::PixelRect& area);
     /// Reads the pieces of the root window as they would look without these windows, all of one moment. False when the
     /// server refuses.
     bool readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
-                     BgraPremultipliedBuffer& picture);
+                     imaging::BgraPremultipliedBuffer& picture);
 
   private:
     bool isExcluded(int process, const std::optional<std::string>& name) const;
     void findOwners();
     void readStack();
-    void redirectTouching(const PixelRect& area);
-    bool cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces, BgraPremultipliedBuffer& picture);
+    void redirectTouching(const platform::PixelRect& area);
+    bool cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
+               imaging::BgraPremultipliedBuffer& picture);
 
     struct Touching {
-        PixelRect outside;
+        platform::PixelRect outside;
         int border = 0;
         std::unique_ptr<XDamage> damage;
     };
 
     const XConnection& connection_;
-    const std::vector<RunningApplication> applications_;
+    const std::vector<platform::RunningApplication> applications_;
     bool ownersChanged_ = true;
     bool stackChanged_ = true;
     std::set<std::uint32_t> excluded_;  // windows directly on the desktop
@@ -69,4 +70,4 @@ class ExcludedWindows {
     std::unique_ptr<Recomposer> recomposer_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -15,14 +15,14 @@
 #include "platform/x11/shortcut_keys.h"
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // A grab holds for exactly the modifiers that it names, so Caps Lock and Num Lock (which the second modifier is by
 // convention) are named in every combination.
 constexpr std::uint16_t kLocks[] = {0, XCB_MOD_MASK_LOCK, XCB_MOD_MASK_2, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2};
 
-std::uint16_t modifiers(const KeyCombination& keys) {
+std::uint16_t modifiers(const platform::KeyCombination& keys) {
     int mask = 0;
     if (keys.control) mask |= XCB_MOD_MASK_CONTROL;
     if (keys.alt) mask |= XCB_MOD_MASK_1;
@@ -59,9 +59,9 @@ class Keyboard {
     int firstKey_ = 0;
 };
 
-class X11Shortcut final : public GlobalShortcut {
+class X11Shortcut final : public platform::GlobalShortcut {
   public:
-    X11Shortcut(const KeyCombination& keys, std::function<void()> pressed, const std::string& displayName)
+    X11Shortcut(const platform::KeyCombination& keys, std::function<void()> pressed, const std::string& displayName)
         : pressed_(std::move(pressed)),
           letter_(keys.letter),
           connection_(displayName),
@@ -120,9 +120,10 @@ class X11Shortcut final : public GlobalShortcut {
 
 }  // namespace
 
-std::unique_ptr<GlobalShortcut> grabX11Shortcut(const KeyCombination& keys, std::function<void()> pressed,
-                                                const std::string& displayName) {
+std::unique_ptr<platform::GlobalShortcut> grabX11Shortcut(const platform::KeyCombination& keys,
+                                                          std::function<void()> pressed,
+                                                          const std::string& displayName) {
     return std::make_unique<X11Shortcut>(keys, std::move(pressed), displayName);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -15,15 +15,15 @@
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/scripted_keyboard.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
-constexpr KeyCombination kKeys{.letter = 'S', .control = true, .alt = true, .shift = true};
+constexpr platform::KeyCombination kKeys{.letter = 'S', .control = true, .alt = true, .shift = true};
 constexpr unsigned kNumLock = 0xff7f;
 
 class GlobalShortcutTest : public testing::Test {
   protected:
-    std::unique_ptr<GlobalShortcut> grab() {
+    std::unique_ptr<platform::GlobalShortcut> grab() {
         return grabX11Shortcut(
             kKeys, [this] { ++pressed_; }, desktop_.displayName());
     }
@@ -121,4 +121,4 @@ TEST_F(GlobalShortcutTest, NobodyComposesWithoutAManager) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

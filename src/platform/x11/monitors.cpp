@@ -8,7 +8,7 @@
 #include "platform/x11/window_shadow.h"
 #include "platform/x11/x_properties.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // Enough for any resource database in use; what lies behind is not looked at.
@@ -21,8 +21,8 @@ std::string atomName(const XConnection& connection, std::uint32_t atom) {
         {xcb_get_atom_name_name(reply.get()), static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()))});
 }
 
-Display displayFrom(std::uint32_t id, std::string name, const PixelRect& pixels, double scale) {
-    const PointSpace space{{static_cast<double>(pixels.x), static_cast<double>(pixels.y)}, scale};
+platform::Display displayFrom(std::uint32_t id, std::string name, const platform::PixelRect& pixels, double scale) {
+    const platform::PointSpace space{{static_cast<double>(pixels.x), static_cast<double>(pixels.y)}, scale};
     return {id, std::move(name),
             space.rectFromPixels({static_cast<double>(pixels.x), static_cast<double>(pixels.y),
                                   static_cast<double>(pixels.width), static_cast<double>(pixels.height)}),
@@ -31,9 +31,9 @@ Display displayFrom(std::uint32_t id, std::string name, const PixelRect& pixels,
 
 }  // namespace
 
-PixelRect readRootBounds(const XConnection& connection) {
+platform::PixelRect readRootBounds(const XConnection& connection) {
     const auto reply = xReply(connection, xcb_get_geometry_reply, xcb_get_geometry(connection, connection.root()));
-    return reply ? PixelRect{0, 0, reply->width, reply->height} : PixelRect{};
+    return reply ? platform::PixelRect{0, 0, reply->width, reply->height} : platform::PixelRect{};
 }
 
 MonitorList readMonitors(const XConnection& connection, const ScreenScales& environment) {
@@ -48,7 +48,7 @@ MonitorList readMonitors(const XConnection& connection, const ScreenScales& envi
         if (reply) {
             for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem > 0;
                  xcb_randr_monitor_info_next(&it)) {
-                const PixelRect pixels{it.data->x, it.data->y, it.data->width, it.data->height};
+                const platform::PixelRect pixels{it.data->x, it.data->y, it.data->width, it.data->height};
                 if (pixels.isEmpty()) continue;
                 std::string name = atomName(connection, it.data->name);
                 const double scale = scales.scaleOf(name, list.displays.size());
@@ -58,7 +58,7 @@ MonitorList readMonitors(const XConnection& connection, const ScreenScales& envi
         }
     }
     if (list.displays.empty()) {
-        const PixelRect root = readRootBounds(connection);
+        const platform::PixelRect root = readRootBounds(connection);
         if (!root.isEmpty()) {
             list.displays.push_back(displayFrom(connection.root(), "screen", root, scales.scaleOf("screen", 0)));
         }
@@ -67,12 +67,12 @@ MonitorList readMonitors(const XConnection& connection, const ScreenScales& envi
     return list;
 }
 
-const Display* displayOf(const MonitorList& monitors, const PixelRect& pixels) {
+const platform::Display* displayOf(const MonitorList& monitors, const platform::PixelRect& pixels) {
     const Rect rect{static_cast<double>(pixels.x), static_cast<double>(pixels.y), static_cast<double>(pixels.width),
                     static_cast<double>(pixels.height)};
-    const Display* best = nullptr;
+    const platform::Display* best = nullptr;
     double most = 0;
-    for (const Display& display : monitors.displays) {
+    for (const platform::Display& display : monitors.displays) {
         const Rect shared = intersection(display.pixelFrame(), rect);
         const bool isMain = best == nullptr && display.id == monitors.mainID;
         if (shared.width * shared.height > most || (isMain && most == 0)) {
@@ -83,7 +83,7 @@ const Display* displayOf(const MonitorList& monitors, const PixelRect& pixels) {
     return best;
 }
 
-std::optional<PixelRect> contentPixels(const XConnection& connection, std::uint32_t window) {
+std::optional<platform::PixelRect> contentPixels(const XConnection& connection, std::uint32_t window) {
     const auto geometryCookie = xcb_get_geometry(connection, window);
     const auto placeCookie = xcb_translate_coordinates(connection, window, connection.root(), 0, 0);
     const XPropertyRequest extents(connection, window, connection.atom(XAtom::gtkFrameExtents));
@@ -94,4 +94,4 @@ std::optional<PixelRect> contentPixels(const XConnection& connection, std::uint3
     return withoutShadow({place->dst_x, place->dst_y, geometry->width, geometry->height}, shadow);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -2,13 +2,13 @@
 
 #include <cstring>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
-void fillBlack(BgraPremultipliedBuffer& picture, const PixelRect& rect) {
+void fillBlack(imaging::BgraPremultipliedBuffer& picture, const platform::PixelRect& rect) {
     constexpr std::uint32_t kBlack = 0xff000000;
     for (int y = rect.y; y < rect.maxY(); ++y) {
         for (int x = rect.x; x < rect.maxX(); ++x) std::memcpy(picture.pixel(x, y), &kBlack, 4);
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

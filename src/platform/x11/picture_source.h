@@ -7,7 +7,7 @@
 #include "imaging/pixel_buffer.h"
 #include "platform/pictures/damage_area.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Where the pictures of a stream come from: a display or a window. One thread.
 class PictureSource {
@@ -16,7 +16,7 @@ class PictureSource {
 
     /// Deals with what the server has told since the last time. What changed is added to `damage`, in pixels of the
     /// picture.
-    virtual void update(DamageArea& damage) = 0;
+    virtual void update(platform::DamageArea& damage) = 0;
     /// There is nothing to take a picture of at the moment.
     virtual bool isHidden() const = 0;
     /// Why there will never be a picture again; nothing while there may be.
@@ -27,10 +27,10 @@ class PictureSource {
     /// Something that the user should read; nothing most of the time. Each once.
     virtual std::optional<std::string> takeNotice() = 0;
     /// Brings the damaged part of the picture up to date. False when the server refuses.
-    virtual bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) = 0;
+    virtual bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) = 0;
 };
 
 /// Makes a part of a picture opaque black.
-void fillBlack(BgraPremultipliedBuffer& picture, const PixelRect& rect);
+void fillBlack(imaging::BgraPremultipliedBuffer& picture, const platform::PixelRect& rect);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

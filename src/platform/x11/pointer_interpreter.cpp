@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr int kLeft = 1;
@@ -12,14 +12,14 @@ bool isWheel(int meaning) {
     return meaning >= 4 && meaning <= 7;
 }
 
-PointerEventType pressType(int meaning) {
-    if (meaning == kLeft) return PointerEventType::leftMouseDown;
-    return meaning == kRight ? PointerEventType::rightMouseDown : PointerEventType::otherMouseDown;
+platform::PointerEventType pressType(int meaning) {
+    if (meaning == kLeft) return platform::PointerEventType::leftMouseDown;
+    return meaning == kRight ? platform::PointerEventType::rightMouseDown : platform::PointerEventType::otherMouseDown;
 }
 
-PointerEventType releaseType(int meaning) {
-    if (meaning == kLeft) return PointerEventType::leftMouseUp;
-    return meaning == kRight ? PointerEventType::rightMouseUp : PointerEventType::otherMouseUp;
+platform::PointerEventType releaseType(int meaning) {
+    if (meaning == kLeft) return platform::PointerEventType::leftMouseUp;
+    return meaning == kRight ? platform::PointerEventType::rightMouseUp : platform::PointerEventType::otherMouseUp;
 }
 
 }  // namespace
@@ -36,16 +36,17 @@ int PointerInterpreter::meaningOf(int button) const {
     return button;
 }
 
-PointerEventType PointerInterpreter::motionType() const {
-    if (held_.empty()) return PointerEventType::mouseMoved;
-    if (held_.front() == kLeft) return PointerEventType::leftMouseDragged;
-    return held_.front() == kRight ? PointerEventType::rightMouseDragged : PointerEventType::otherMouseDragged;
+platform::PointerEventType PointerInterpreter::motionType() const {
+    if (held_.empty()) return platform::PointerEventType::mouseMoved;
+    if (held_.front() == kLeft) return platform::PointerEventType::leftMouseDragged;
+    return held_.front() == kRight ? platform::PointerEventType::rightMouseDragged
+                                   : platform::PointerEventType::otherMouseDragged;
 }
 
-std::optional<PointerEvent> PointerInterpreter::interpret(const RawPointerEvent& raw) {
+std::optional<platform::PointerEvent> PointerInterpreter::interpret(const RawPointerEvent& raw) {
     const bool moved = raw.pixel && *raw.pixel != pixel_;
     if (raw.pixel) pixel_ = *raw.pixel;
-    PointerEvent event;
+    platform::PointerEvent event;
     event.hostSeconds = raw.hostSeconds;
     event.location = space_.pointFromPixel(pixel_);
     switch (raw.kind) {
@@ -57,7 +58,7 @@ std::optional<PointerEvent> PointerInterpreter::interpret(const RawPointerEvent&
             return event;
         case RawPointerEvent::Kind::scroll:
             if (raw.notchesX == 0 && raw.notchesY == 0) return std::nullopt;
-            event.type = PointerEventType::scrollWheel;
+            event.type = platform::PointerEventType::scrollWheel;
             event.scrollingDeltaX = raw.notchesX;
             event.scrollingDeltaY = raw.notchesY;
             return event;
@@ -113,4 +114,4 @@ std::pair<double, double> ScrollAxes::notches(int device, std::span<const std::p
     return {right, down};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -10,7 +10,7 @@
 #include "platform/point_space.h"
 #include "platform/pointer_monitor.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// What the server tells about the pointer, before it means anything.
 struct RawPointerEvent {
@@ -29,7 +29,7 @@ struct RawPointerEvent {
 /// the pointer was last. One thread.
 class PointerInterpreter {
   public:
-    explicit PointerInterpreter(const PointSpace& space) : space_(space) {}
+    explicit PointerInterpreter(const platform::PointSpace& space) : space_(space) {}
 
     /// What each physical button means, the first one first; 0 for buttons that are switched off. Without, each means
     /// itself.
@@ -39,16 +39,16 @@ class PointerInterpreter {
 
     /// Nothing for what is no event: wheels that come as presses of buttons 4 to 7 (see `scroll`), switched-off
     /// buttons, and motion that does not move.
-    std::optional<PointerEvent> interpret(const RawPointerEvent& raw);
+    std::optional<platform::PointerEvent> interpret(const RawPointerEvent& raw);
 
     /// A press of the wheel's buttons 4 to 7 as scrolling by one notch; nothing for other buttons.
     std::optional<RawPointerEvent> wheelPress(int button, double hostSeconds) const;
 
   private:
     int meaningOf(int button) const;
-    PointerEventType motionType() const;
+    platform::PointerEventType motionType() const;
 
-    const PointSpace space_;
+    const platform::PointSpace space_;
     std::vector<std::uint8_t> mapping_;
     std::vector<int> held_;  // in the order of their presses; the first one drags
     Point pixel_;
@@ -75,4 +75,4 @@ class ScrollAxes {
     std::map<int, std::vector<Axis>> devices_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

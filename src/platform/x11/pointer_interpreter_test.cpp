@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 using Kind = RawPointerEvent::Kind;
-using Type = PointerEventType;
+using Type = platform::PointerEventType;
 
 std::optional<Type> typeOf(PointerInterpreter& interpreter, Kind kind, int button, Point pixel) {
     const auto event = interpreter.interpret({kind, 0, button, pixel});
@@ -14,7 +14,7 @@ std::optional<Type> typeOf(PointerInterpreter& interpreter, Kind kind, int butto
 }
 
 TEST(PointerInterpreter, TellsButtonsApart) {
-    PointerInterpreter interpreter{PointSpace{}};
+    PointerInterpreter interpreter{platform::PointSpace{}};
     const Point here{5, 5};
     EXPECT_EQ(typeOf(interpreter, Kind::press, 1, here), Type::leftMouseDown);
     EXPECT_EQ(typeOf(interpreter, Kind::release, 1, here), Type::leftMouseUp);
@@ -28,7 +28,7 @@ TEST(PointerInterpreter, TellsButtonsApart) {
 }
 
 TEST(PointerInterpreter, MotionDragsWithTheButtonThatWasPressedFirst) {
-    PointerInterpreter interpreter{PointSpace{}};
+    PointerInterpreter interpreter{platform::PointSpace{}};
     double x = 0;
     const auto move = [&] { return typeOf(interpreter, Kind::motion, 0, {++x, 0}); };
     EXPECT_EQ(move(), Type::mouseMoved);
@@ -45,7 +45,7 @@ TEST(PointerInterpreter, MotionDragsWithTheButtonThatWasPressedFirst) {
 }
 
 TEST(PointerInterpreter, KnowsButtonsThatWereHeldBefore) {
-    PointerInterpreter interpreter{PointSpace{}};
+    PointerInterpreter interpreter{platform::PointSpace{}};
     const int held[] = {1};
     interpreter.begin({3, 3}, held);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {4, 3}), Type::leftMouseDragged);
@@ -54,7 +54,7 @@ TEST(PointerInterpreter, KnowsButtonsThatWereHeldBefore) {
 }
 
 TEST(PointerInterpreter, AppliesTheButtonMapping) {
-    PointerInterpreter interpreter{PointSpace{}};
+    PointerInterpreter interpreter{platform::PointSpace{}};
     interpreter.setMapping({3, 2, 1, 5, 4, 0});
     EXPECT_EQ(typeOf(interpreter, Kind::press, 1, {}), Type::rightMouseDown);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {9, 9}), Type::rightMouseDragged);
@@ -87,7 +87,7 @@ TEST(PointerInterpreter, ScrollsByNotchesWhereThePointerIs) {
 }
 
 TEST(PointerInterpreter, LeavesOutMotionThatDoesNotMove) {
-    PointerInterpreter interpreter{PointSpace{}};
+    PointerInterpreter interpreter{platform::PointSpace{}};
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {1, 1}), Type::mouseMoved);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {1, 1}), std::nullopt);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {2, 1}), Type::mouseMoved);
@@ -104,4 +104,4 @@ TEST(ScrollAxes, DivideByTheIncrementOfEachAxis) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

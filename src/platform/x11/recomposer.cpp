@@ -8,7 +8,7 @@
 #include "platform/x11/monitors.h"
 #include "platform/x11/x_properties.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 std::int16_t to16(int value) {
@@ -50,7 +50,7 @@ void Recomposer::readFormats() {
     }
 }
 
-std::uint32_t Recomposer::paint(const PixelRect& part, std::span<const StackedWindow> stack) {
+std::uint32_t Recomposer::paint(const platform::PixelRect& part, std::span<const StackedWindow> stack) {
     composited_ = isComposited();
     const std::uint32_t pixmap = connection_.makeId();
     xcb_create_pixmap(connection_, static_cast<std::uint8_t>(connection_.rootDepth()), pixmap, connection_.root(),
@@ -59,13 +59,14 @@ std::uint32_t Recomposer::paint(const PixelRect& part, std::span<const StackedWi
     xcb_render_create_picture(connection_, target, pixmap, formats_[connection_.rootVisual()].id, 0, nullptr);
     paintBackground(part, target);
     for (const StackedWindow& window : stack) {
-        if (!window.isExcluded && !intersection(window.outside, part).isEmpty()) paintWindow(part, window, target);
+        if (!window.isExcluded && !platform::intersection(window.outside, part).isEmpty())
+            paintWindow(part, window, target);
     }
     xcb_render_free_picture(connection_, target);
     return pixmap;
 }
 
-void Recomposer::paintBackground(const PixelRect& part, std::uint32_t target) {
+void Recomposer::paintBackground(const platform::PixelRect& part, std::uint32_t target) {
     std::uint32_t pixmap = rootPixmap();
     std::uint32_t named = 0;
     if (pixmap == 0 && !composited_) {
@@ -92,7 +93,7 @@ void Recomposer::paintBackground(const PixelRect& part, std::uint32_t target) {
     if (named != 0) xcb_free_pixmap(connection_, named);
 }
 
-void Recomposer::paintWindow(const PixelRect& part, const StackedWindow& window, std::uint32_t target) {
+void Recomposer::paintWindow(const platform::PixelRect& part, const StackedWindow& window, std::uint32_t target) {
     const auto format = formats_.find(window.visual);
     if (format == formats_.end()) return;
     // The shape counts from the window's inside, its picture from its border's corner.
@@ -108,7 +109,7 @@ void Recomposer::paintWindow(const PixelRect& part, const StackedWindow& window,
     const std::uint32_t source = connection_.makeId();
     xcb_render_create_picture(connection_, source, pixmap, format->second.id, 0, nullptr);
     const bool blends = format->second.hasAlpha && composited_;
-    const PixelRect seen = intersection(window.outside, part);
+    const platform::PixelRect seen = platform::intersection(window.outside, part);
     xcb_render_composite(connection_, blends ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, source, XCB_NONE,
                          target, to16(seen.x - window.outside.x), to16(seen.y - window.outside.y), 0, 0,
                          to16(seen.x - part.x), to16(seen.y - part.y), toSize(seen.width), toSize(seen.height));
@@ -133,7 +134,7 @@ bool Recomposer::isComposited() const {
 
 // A window behind all others that shows the root's background, is never shown itself, and lets the pointer through.
 void Recomposer::makeBackdrop() {
-    const PixelRect root = readRootBounds(connection_);
+    const platform::PixelRect root = readRootBounds(connection_);
     if (backdrop_ == 0) {
         backdrop_ = connection_.makeId();
         const std::uint32_t values[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE, 1};
@@ -154,4 +155,4 @@ void Recomposer::makeBackdrop() {
     }
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

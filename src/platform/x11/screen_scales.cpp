@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // Beyond these no desktop can be used; a slip in the environment must not make a recording of no pixels.
@@ -76,4 +76,4 @@ std::optional<int> parseDotsPerInch(std::string_view resources) {
     return found;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// How many pixels a point is wide on each monitor: the same that the toolkit of this program's windows works with, or
 /// what users draw on the screen would be recorded somewhere else. The rules are those of Qt 6 without rounding.
@@ -29,4 +29,4 @@ ScreenScales parseScales(std::string_view screenFactors, std::string_view factor
 /// The setting Xft.dpi in the text of a resource database; nothing when it is not there or not a sensible number.
 std::optional<int> parseDotsPerInch(std::string_view resources);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

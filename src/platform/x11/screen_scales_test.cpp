@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 TEST(ScreenScales, ReadTheResourceDatabase) {
@@ -54,4 +54,4 @@ TEST(ScreenScales, IgnoreWhatMakesNoSense) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

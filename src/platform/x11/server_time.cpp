@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr double kRound = 4294967.296;  // seconds until 32 bits of milliseconds begin again
@@ -26,4 +26,4 @@ double ServerTime::hostSeconds(std::uint32_t serverMilliseconds, double hostNow)
     return std::min(hostNow, hostNow + distanceFrom(hostNow + offset_, serverMilliseconds));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

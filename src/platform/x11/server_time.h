@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Turns the server's times, milliseconds in 32 bits that begin again after 49.7 days, into host clock seconds. On the
 /// usual servers both count from the same moment; others are off by a fixed distance that is measured once.
@@ -20,4 +20,4 @@ class ServerTime {
     double offset_ = 0;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 std::uint32_t shown(double seconds) {
@@ -38,4 +38,4 @@ TEST(ServerTime, NeverLiesInTheFuture) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 namespace {
 
@@ -62,4 +62,4 @@ bool meansLetter(const KeyboardMapping& mapping, std::uint8_t key, int group, ch
     return !groupHasLetter;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -7,7 +7,7 @@
 
 // Which keys of a keyboard type a letter. Plain functions of the server's keyboard mapping.
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// The symbols of each key as the server tells them: `columns` for each, the first key's first. The first two columns
 /// are those of the first group (layout), the next two those of the second; what follows mixes further ones.
@@ -25,4 +25,4 @@ std::vector<std::uint8_t> keysFor(const KeyboardMapping& mapping, char letter);
 /// them does.
 bool meansLetter(const KeyboardMapping& mapping, std::uint8_t key, int group, char letter);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr std::uint32_t kYeru = 0x6d9;
@@ -47,4 +47,4 @@ TEST(ShortcutKeys, KeepTheirPlaceWhereTheGroupHasNoSuchLetter) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 std::optional<int> layerOfType(XAtom type) {
@@ -44,4 +44,4 @@ int windowLayer(std::span<const XAtom> types, std::span<const XAtom> states) {
     return layer == 0 && isAbove ? 1 : layer;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 int layer(const std::vector<XAtom>& types, const std::vector<XAtom>& states = {}) {
@@ -32,4 +32,4 @@ TEST(WindowLayer, TakesTheFirstTypeThatItKnows) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

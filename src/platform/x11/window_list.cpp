@@ -10,7 +10,7 @@
 #include "platform/x11/window_shadow.h"
 #include "platform/x11/x_properties.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // More windows than any desktop has; what a faulty manager claims beyond is not looked at.
@@ -74,9 +74,9 @@ struct WindowQuestion {
     XPropertyRequest shadow, managerState, states, types, name, oldName, wmClass, process;
 };
 
-std::optional<RunningApplication> applicationFrom(const XProperty& wmClass, const XProperty& process,
-                                                  int processOfClient) {
-    RunningApplication application;
+std::optional<platform::RunningApplication> applicationFrom(const XProperty& wmClass, const XProperty& process,
+                                                            int processOfClient) {
+    platform::RunningApplication application;
     application.bundleIdentifier = className(wmClass.text());
     application.processId = processOfClient;
     // What the window claims; it may be anything, and belong to another machine.
@@ -90,8 +90,8 @@ std::optional<RunningApplication> applicationFrom(const XProperty& wmClass, cons
 }
 
 // Takes all answers, whatever they are: each that stays untaken would be kept for ever.
-std::optional<Window> takeAnswer(const XConnection& connection, const WindowQuestion& question,
-                                 const MonitorList& monitors, const ClientProcesses& processes) {
+std::optional<platform::Window> takeAnswer(const XConnection& connection, const WindowQuestion& question,
+                                           const MonitorList& monitors, const ClientProcesses& processes) {
     const auto attributes = xReply(connection, xcb_get_window_attributes_reply, question.attributes);
     const auto geometry = xReply(connection, xcb_get_geometry_reply, question.geometry);
     const auto place = xReply(connection, xcb_translate_coordinates_reply, question.place);
@@ -113,10 +113,11 @@ std::optional<Window> takeAnswer(const XConnection& connection, const WindowQues
     }
     if (std::find(states.begin(), states.end(), XAtom::netWmStateHidden) != states.end()) return std::nullopt;
 
-    const PixelRect pixels = withoutShadow({place->dst_x, place->dst_y, geometry->width, geometry->height}, shadow);
-    const Display* display = displayOf(monitors, pixels);
+    const platform::PixelRect pixels =
+        withoutShadow({place->dst_x, place->dst_y, geometry->width, geometry->height}, shadow);
+    const platform::Display* display = displayOf(monitors, pixels);
     if (display == nullptr) return std::nullopt;
-    Window window;
+    platform::Window window;
     window.id = question.id;
     const std::string title = utf8Text(name.bytes.empty() ? oldName.text() : name.text());
     if (!title.empty()) window.title = title;
@@ -143,20 +144,20 @@ std::vector<std::uint32_t> readClientWindows(const XConnection& connection) {
     return windows;
 }
 
-std::vector<Window> readWindows(const XConnection& connection, const MonitorList& monitors) {
+std::vector<platform::Window> readWindows(const XConnection& connection, const MonitorList& monitors) {
     const ClientProcesses processes(connection);
     std::vector<WindowQuestion> questions;
     for (const std::uint32_t id : readClientWindows(connection)) questions.emplace_back(connection, id);
-    std::vector<Window> windows;
+    std::vector<platform::Window> windows;
     for (const WindowQuestion& question : questions) {
         if (auto window = takeAnswer(connection, question, monitors, processes)) windows.push_back(std::move(*window));
     }
     return windows;
 }
 
-std::vector<RunningApplication> applicationsOf(const std::vector<Window>& windows) {
-    std::vector<RunningApplication> applications;
-    for (const Window& window : windows) {
+std::vector<platform::RunningApplication> applicationsOf(const std::vector<platform::Window>& windows) {
+    std::vector<platform::RunningApplication> applications;
+    for (const platform::Window& window : windows) {
         if (!window.application) continue;
         const bool isKnown = std::any_of(applications.begin(), applications.end(), [&](const auto& one) {
             return one.processId == window.application->processId &&
@@ -196,4 +197,4 @@ std::optional<std::string> className(std::string_view property) {
     return name;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

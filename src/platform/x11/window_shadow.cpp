@@ -1,8 +1,8 @@
 #include "platform/x11/window_shadow.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
-PixelRect withoutShadow(const PixelRect& inside, std::span<const std::uint32_t> extents) {
+platform::PixelRect withoutShadow(const platform::PixelRect& inside, std::span<const std::uint32_t> extents) {
     if (extents.size() != 4) return inside;
     const auto width = static_cast<std::uint64_t>(inside.width);
     const auto height = static_cast<std::uint64_t>(inside.height);
@@ -13,4 +13,4 @@ PixelRect withoutShadow(const PixelRect& inside, std::span<const std::uint32_t> 
             static_cast<int>(width - across), static_cast<int>(height - down)};
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

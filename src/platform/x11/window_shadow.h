@@ -5,10 +5,10 @@
 
 #include "platform/pictures/pixel_rect.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// A window's inside without the shadow that it draws around its content itself. `extents`: left, right, top and bottom
 /// as the window tells them; anything that leaves no content counts as no shadow.
-PixelRect withoutShadow(const PixelRect& inside, std::span<const std::uint32_t> extents);
+platform::PixelRect withoutShadow(const platform::PixelRect& inside, std::span<const std::uint32_t> extents);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

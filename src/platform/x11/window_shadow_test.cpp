@@ -4,17 +4,17 @@
 
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
-constexpr PixelRect kInside{100, 50, 400, 300};
+constexpr platform::PixelRect kInside{100, 50, 400, 300};
 
-PixelRect without(const std::vector<std::uint32_t>& extents) {
+platform::PixelRect without(const std::vector<std::uint32_t>& extents) {
     return withoutShadow(kInside, extents);
 }
 
 TEST(WindowShadow, IsTakenOffEachSide) {
-    EXPECT_EQ(without({10, 20, 5, 15}), (PixelRect{110, 55, 370, 280}));
+    EXPECT_EQ(without({10, 20, 5, 15}), (platform::PixelRect{110, 55, 370, 280}));
     EXPECT_EQ(without({0, 0, 0, 0}), kInside);
 }
 
@@ -26,4 +26,4 @@ TEST(WindowShadow, CountsForNothingWhereItMakesNoSense) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -10,10 +10,10 @@
 #include "platform/x11/window_shadow.h"
 #include "platform/x11/x_properties.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 WindowSource::WindowSource(const XConnection& connection, std::uint32_t window,
-                           const StreamConfiguration& configuration)
+                           const platform::StreamConfiguration& configuration)
     : connection_(connection),
       window_(window),
       size_{configuration.width, configuration.height},
@@ -99,7 +99,7 @@ void WindowSource::handleEvent(const XEvent& event) {
     }
 }
 
-void WindowSource::update(DamageArea& damage) {
+void WindowSource::update(platform::DamageArea& damage) {
     readEvents();
     if (ended_) return;
     if (placeChanged_) {
@@ -108,8 +108,8 @@ void WindowSource::update(DamageArea& damage) {
         if (pixmap_ != 0) damage.add({0, 0, size_.width, size_.height});
     }
     if (!damage_.isNotified()) return;
-    for (const PixelRect& rect : damage_.collect()) {
-        const PixelRect painted = intersection(rect.movedBy(inside_.x, inside_.y), content_);
+    for (const platform::PixelRect& rect : damage_.collect()) {
+        const platform::PixelRect painted = platform::intersection(rect.movedBy(inside_.x, inside_.y), content_);
         if (!painted.isEmpty()) damage.add(painted.movedBy(-content_.x, -content_.y));
     }
 }
@@ -137,15 +137,15 @@ void WindowSource::dropPixmap() {
     if (pixmap_ != 0) xcb_free_pixmap(connection_, std::exchange(pixmap_, 0));
 }
 
-bool WindowSource::paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) {
-    const PixelRect filled{0, 0, content_.width, content_.height};
+bool WindowSource::paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
+    const platform::PixelRect filled{0, 0, content_.width, content_.height};
     std::vector<XImageReader::Piece> pieces;
-    for (const PixelRect& rect : damage.rects()) {
+    for (const platform::PixelRect& rect : damage.rects()) {
         if (!filled.contains(rect)) fillBlack(picture, rect);
-        const PixelRect seen = intersection(rect, filled);
+        const platform::PixelRect seen = platform::intersection(rect, filled);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(content_.x, content_.y), seen.x, seen.y});
     }
     return reader_.read(pixmap_, pieces, picture);
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

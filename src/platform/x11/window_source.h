@@ -13,7 +13,7 @@
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Pictures of one window's content, also while it is covered or partly off the screen. A window that changes its size
 /// keeps its top-left corner in the picture's; what the picture does not hold is cut off, what the window does not fill
@@ -21,17 +21,18 @@ namespace lumivastor {
 class WindowSource : public PictureSource {
   public:
     /// Throws `RecorderError` when there is no such window. The connection outlives the source.
-    WindowSource(const XConnection& connection, std::uint32_t window, const StreamConfiguration& configuration);
+    WindowSource(const XConnection& connection, std::uint32_t window,
+                 const platform::StreamConfiguration& configuration);
     ~WindowSource() override;
     WindowSource(const WindowSource&) = delete;
     WindowSource& operator=(const WindowSource&) = delete;
 
-    void update(DamageArea& damage) override;
+    void update(platform::DamageArea& damage) override;
     bool isHidden() const override { return pixmap_ == 0; }
     std::optional<std::string> ended() const override { return ended_; }
     std::optional<Point> takeOrigin() override { return std::nullopt; }
     std::optional<std::string> takeNotice() override { return std::nullopt; }
-    bool paint(const DamageArea& damage, BgraPremultipliedBuffer& picture) override;
+    bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
 
   private:
     void watchAncestors();
@@ -42,15 +43,15 @@ class WindowSource : public PictureSource {
 
     const XConnection& connection_;
     const std::uint32_t window_;
-    const PictureSize size_;
+    const platform::PictureSize size_;
     XDamage damage_;
     XImageReader reader_;
     std::vector<std::uint32_t> ancestors_;  // between the window and the desktop
     std::uint32_t pixmap_ = 0;              // 0 while the window is not on the screen
-    PixelRect content_;                     // of the pixmap: what the picture shows, no more than it holds
-    PixelRect inside_;                      // of the pixmap: without the border
+    platform::PixelRect content_;           // of the pixmap: what the picture shows, no more than it holds
+    platform::PixelRect inside_;            // of the pixmap: without the border
     bool placeChanged_ = true;
     std::optional<std::string> ended_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

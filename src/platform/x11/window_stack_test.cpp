@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
-constexpr PixelRect kArea{0, 0, 1000, 800};
+constexpr platform::PixelRect kArea{0, 0, 1000, 800};
 
 std::vector<std::uint32_t> idsAtExcluded(const std::vector<StackedWindow>& stack) {
     std::vector<std::uint32_t> ids;
@@ -16,9 +16,9 @@ std::vector<std::uint32_t> idsAtExcluded(const std::vector<StackedWindow>& stack
 TEST(WindowStack, FindsWhatExcludedWindowsCover) {
     const std::vector<StackedWindow> stack{
         {1, {0, 0, 500, 500}}, {2, {900, 700, 300, 300}, 0, 0, true}, {3, {-10, -10, 5, 5}, 0, 0, true}};
-    const DamageArea parts = excludedParts(stack, kArea);
+    const platform::DamageArea parts = excludedParts(stack, kArea);
     ASSERT_EQ(parts.rects().size(), 1U);
-    EXPECT_EQ(parts.rects()[0], (PixelRect{900, 700, 100, 100}));
+    EXPECT_EQ(parts.rects()[0], (platform::PixelRect{900, 700, 100, 100}));
 }
 
 TEST(WindowStack, OnlyWindowsThatTouchAnExcludedOneAreNeeded) {
@@ -40,4 +40,4 @@ TEST(WindowStack, LooksAtTheCapturedAreaOnly) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

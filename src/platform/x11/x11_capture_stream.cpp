@@ -9,7 +9,7 @@
 #include "platform/x11/display_source.h"
 #include "platform/x11/window_source.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // Samples without a picture that may wait for the queue, about a second of them. Pictures are bounded by their buffers.
@@ -18,8 +18,8 @@ constexpr int kMostWaiting = 64;
 }  // namespace
 
 X11CaptureStream::X11CaptureStream(std::string displayName, const ScreenScales& environment,
-                                   std::shared_ptr<SoundSystem> sound, ContentFilter filter,
-                                   const StreamConfiguration& configuration)
+                                   std::shared_ptr<platform::SoundSystem> sound, platform::ContentFilter filter,
+                                   const platform::StreamConfiguration& configuration)
     : displayName_(std::move(displayName)),
       environment_(environment),
       filter_(std::move(filter)),
@@ -37,16 +37,18 @@ X11CaptureStream::~X11CaptureStream() {
     connection_.reset();
 }
 
-void X11CaptureStream::addScreenOutput(SerialQueue& queue, std::function<void(const ScreenSample&)> handler) {
+void X11CaptureStream::addScreenOutput(SerialQueue& queue, std::function<void(const platform::ScreenSample&)> handler) {
     queue_ = &queue;
     handler_ = std::move(handler);
 }
 
-void X11CaptureStream::addSystemAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) {
+void X11CaptureStream::addSystemAudioOutput(SerialQueue& queue,
+                                            std::function<void(const platform::SoundBuffer&)> handler) {
     sound_.addSystemAudioOutput(queue, std::move(handler));
 }
 
-void X11CaptureStream::addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) {
+void X11CaptureStream::addMicrophoneOutput(SerialQueue& queue,
+                                           std::function<void(const platform::SoundBuffer&)> handler) {
     sound_.addMicrophoneOutput(queue, std::move(handler));
 }
 
@@ -75,18 +77,19 @@ void X11CaptureStream::start() {
         throw RecorderError("Der Bildschirm lässt sich nur mit 24 Bit Farbtiefe aufnehmen.");
     }
     source_ = openSource();
-    store_ = std::make_unique<PictureStore>(PictureSize{configuration_.width, configuration_.height},
-                                            configuration_.queueDepth);
+    store_ = std::make_unique<platform::PictureStore>(
+        platform::PictureSize{configuration_.width, configuration_.height}, configuration_.queueDepth);
     pending_.add({0, 0, configuration_.width, configuration_.height});
     sound_.start();
     thread_ = std::thread([this] { run(); });
 }
 
 std::unique_ptr<PictureSource> X11CaptureStream::openSource() const {
-    if (const auto* display = std::get_if<DisplayFilter>(&filter_)) {
+    if (const auto* display = std::get_if<platform::DisplayFilter>(&filter_)) {
         return std::make_unique<DisplaySource>(*connection_, *display, configuration_, environment_);
     }
-    return std::make_unique<WindowSource>(*connection_, std::get<WindowFilter>(filter_).window.id, configuration_);
+    return std::make_unique<WindowSource>(*connection_, std::get<platform::WindowFilter>(filter_).window.id,
+                                          configuration_);
 }
 
 void X11CaptureStream::stop() {
@@ -106,7 +109,7 @@ void X11CaptureStream::endThread() {
 void X11CaptureStream::run() {
     nameThisThread("aufnahme.x11");
     const BrokenPipeGuard guard;
-    TickSchedule ticks(hostClockSeconds(), configuration_.minimumFrameInterval);
+    platform::TickSchedule ticks(hostClockSeconds(), configuration_.minimumFrameInterval);
     while (ended_.empty() && waitUntil(ticks.next())) {
         tick();
         ticks.advance(hostClockSeconds());
@@ -134,7 +137,7 @@ void X11CaptureStream::tick() {
     } else if (auto reason = source_->ended()) {
         ended_ = std::move(*reason);
     } else {
-        act(&FramePacer::atTick, {now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()});
+        act(&platform::FramePacer::atTick, {now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()});
     }
 }
 
@@ -148,34 +151,34 @@ void X11CaptureStream::finish() {
     const double now = hostClockSeconds();
     const bool canTake = ended_.empty() && !connection_->isBroken() && store_->canTake();
     if (canTake) update(now);
-    act(&FramePacer::atStop, {now, !pending_.isEmpty(), source_->isHidden(), canTake});
-    deliver(FrameStatus::stopped, hostClockSeconds(), nullptr);
+    act(&platform::FramePacer::atStop, {now, !pending_.isEmpty(), source_->isHidden(), canTake});
+    deliver(platform::FrameStatus::stopped, hostClockSeconds(), nullptr);
 }
 
-void X11CaptureStream::act(Decision decision, const FramePacer::Situation& situation) {
+void X11CaptureStream::act(Decision decision, const platform::FramePacer::Situation& situation) {
     const double now = situation.now;
     switch ((pacer_.*decision)(situation)) {
-        case FramePacer::Action::takePicture:
+        case platform::FramePacer::Action::takePicture:
             takePicture(decision, situation);
             break;
-        case FramePacer::Action::repeatLast:
-            deliver(FrameStatus::complete, now, store_->last());
+        case platform::FramePacer::Action::repeatLast:
+            deliver(platform::FrameStatus::complete, now, store_->last());
             break;
-        case FramePacer::Action::tellIdle:
-            deliver(FrameStatus::idle, now, nullptr);
+        case platform::FramePacer::Action::tellIdle:
+            deliver(platform::FrameStatus::idle, now, nullptr);
             break;
-        case FramePacer::Action::tellSuspended:
-            deliver(FrameStatus::suspended, now, nullptr);
+        case platform::FramePacer::Action::tellSuspended:
+            deliver(platform::FrameStatus::suspended, now, nullptr);
             break;
-        case FramePacer::Action::nothing:
+        case platform::FramePacer::Action::nothing:
             break;
     }
 }
 
-void X11CaptureStream::takePicture(Decision decision, FramePacer::Situation situation) {
+void X11CaptureStream::takePicture(Decision decision, platform::FramePacer::Situation situation) {
     const auto before = store_->last();
-    auto picture =
-        store_->take(pending_, [this](BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
+    auto picture = store_->take(
+        pending_, [this](imaging::BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
     if (picture) pending_.clear();
     if (picture && picture != before) {
         deliver(pacer_.taken(situation.now), situation.now, std::move(picture));
@@ -192,16 +195,16 @@ void X11CaptureStream::takePicture(Decision decision, FramePacer::Situation situ
     act(decision, situation);
 }
 
-void X11CaptureStream::deliver(FrameStatus status, double hostSeconds,
-                               std::shared_ptr<const BgraPremultipliedBuffer> image) {
+void X11CaptureStream::deliver(platform::FrameStatus status, double hostSeconds,
+                               std::shared_ptr<const imaging::BgraPremultipliedBuffer> image) {
     if (queue_ == nullptr) return;
-    if (!image && status != FrameStatus::stopped && *waiting_ >= kMostWaiting) return;
+    if (!image && status != platform::FrameStatus::stopped && *waiting_ >= kMostWaiting) return;
     ++*waiting_;
-    queue_->async(
-        [handler = handler_, waiting = waiting_, sample = ScreenSample{status, hostSeconds, std::move(image)}] {
-            handler(sample);
-            --*waiting;
-        });
+    queue_->async([handler = handler_, waiting = waiting_,
+                   sample = platform::ScreenSample{status, hostSeconds, std::move(image)}] {
+        handler(sample);
+        --*waiting;
+    });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -8,18 +8,18 @@
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
-const Window* titled(const ShareableContent& content, const std::string& title) {
+const platform::Window* titled(const platform::ShareableContent& content, const std::string& title) {
     const auto found = std::find_if(content.windows.begin(), content.windows.end(),
-                                    [&](const Window& one) { return one.title == title; });
+                                    [&](const platform::Window& one) { return one.title == title; });
     return found == content.windows.end() ? nullptr : &*found;
 }
 
-std::vector<std::string> titles(const ShareableContent& content) {
+std::vector<std::string> titles(const platform::ShareableContent& content) {
     std::vector<std::string> all;
-    for (const Window& window : content.windows) all.push_back(window.title.value_or(""));
+    for (const platform::Window& window : content.windows) all.push_back(window.title.value_or(""));
     return all;
 }
 
@@ -52,7 +52,7 @@ TEST(X11Content, ListsMonitorsWithTheirOriginInPixels) {
     ASSERT_EQ(content.displays.size(), 2U);
     const auto named = [&](const char* name) {
         return *std::find_if(content.displays.begin(), content.displays.end(),
-                             [&](const Display& one) { return one.name == name; });
+                             [&](const platform::Display& one) { return one.name == name; });
     };
     EXPECT_EQ(named("Left").frame, (Rect{0, 0, 1200, 800}));
     EXPECT_EQ(named("Right").frame, (Rect{1200, 100, 800, 800}));
@@ -77,9 +77,9 @@ TEST(X11Content, TheEnvironmentScalesMonitorsByName) {
     const Variable variable("QT_SCREEN_SCALE_FACTORS", "Left=1;Right=2");
     const RigWindow window(rig.displayName(), {.title = "rechts", .x = 1300, .y = 200, .width = 400, .height = 300});
     const auto content = openX11Desktop(nullptr, rig.displayName())->shareableContent();
-    const Window* found = titled(content, "rechts");
+    const platform::Window* found = titled(content, "rechts");
     ASSERT_NE(found, nullptr);
-    const Display* display = content.display(found->displayID);
+    const platform::Display* display = content.display(found->displayID);
     ASSERT_NE(display, nullptr);
     EXPECT_EQ(display->name, "Right");
     EXPECT_EQ(display->frame, (Rect{1200, 100, 400, 400}));
@@ -94,13 +94,13 @@ TEST(X11Content, ListsWindowsFromFrontToBackWithTheirPrograms) {
         RigWindow front(rig.displayName(), {.title = "vorn", .className = "Eins", .x = 400, .y = 300});
         front.raise();
         const auto desktop = openX11Desktop(nullptr, rig.displayName());
-        ShareableContent content;
+        platform::ShareableContent content;
         ASSERT_TRUE(waitFor([&] {
             content = desktop->shareableContent();
             return content.windows.size() == 3;
         }));
         EXPECT_EQ(titles(content), (std::vector<std::string>{"vorn", "mittig", "Bäckerei"}));
-        const Window& last = content.windows.back();
+        const platform::Window& last = content.windows.back();
         EXPECT_EQ(last.id, back.id());
         EXPECT_EQ(last.layer, 0);
         EXPECT_EQ(last.frame,
@@ -118,7 +118,7 @@ TEST(X11Content, OtherProgramsAreNotThisOne) {
     DesktopRig rig;
     const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "10", "20", "300", "200", "808080"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    ShareableContent content;
+    platform::ShareableContent content;
     ASSERT_TRUE(waitFor([&] {
         content = desktop->shareableContent();
         return content.windows.size() == 1;
@@ -134,7 +134,7 @@ TEST(X11Content, DocksAndDesktopsAreNotAtLayerZero) {
     const RigWindow desk(rig.displayName(), {.title = "Schreibtisch", .type = "DESKTOP"});
     const RigWindow plain(rig.displayName(), {.title = "Fenster", .type = "DIALOG"});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    ShareableContent content;
+    platform::ShareableContent content;
     ASSERT_TRUE(waitFor([&] {
         content = desktop->shareableContent();
         return content.windows.size() == 3;
@@ -170,7 +170,7 @@ TEST(X11Content, WindowFramesFollowTheWindow) {
     DesktopRig rig({1280, 800, true});
     RigWindow window(rig.displayName(), {.x = 100, .y = 120});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const PointSpace space{{0, 0}, 2};
+    const platform::PointSpace space{{0, 0}, 2};
     const auto expected = [&] { return Rect{window.screenX() / 2.0, window.screenY() / 2.0, 160, 120}; };
     EXPECT_EQ(desktop->windowFrame(window.id(), space), expected());
     const int before = window.screenX();
@@ -191,10 +191,10 @@ TEST(X11Content, AServerThatDiesIsAnErrorAndNotTheEnd) {
         EXPECT_EQ(desktop->pointerLocation({}), std::nullopt);
         EXPECT_THROW(desktop->currentCursor(std::nullopt), RecorderError);
         EXPECT_EQ(desktop->windowFrame(1, {}), std::nullopt);
-        EXPECT_EQ(desktop->monitorPointer({}, [](const PointerEvent&) {}), nullptr);
-        EXPECT_THROW(desktop->makeCaptureStream(DisplayFilter{}, {640, 480})->start(), RecorderError);
+        EXPECT_EQ(desktop->monitorPointer({}, [](const platform::PointerEvent&) {}), nullptr);
+        EXPECT_THROW(desktop->makeCaptureStream(platform::DisplayFilter{}, {640, 480})->start(), RecorderError);
     }
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

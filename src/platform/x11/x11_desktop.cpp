@@ -18,7 +18,7 @@
 #include "platform/x11/x_connection.h"
 #include "platform/x11/xwayland.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr const char* kXwaylandRefusal =
@@ -35,9 +35,9 @@ RecorderError brokenConnection() {
 }
 
 /// One connection for questions; streams and monitors have their own.
-class X11Desktop : public Desktop {
+class X11Desktop : public platform::Desktop {
   public:
-    X11Desktop(std::shared_ptr<SoundSystem> sound, std::string displayName)
+    X11Desktop(std::shared_ptr<platform::SoundSystem> sound, std::string displayName)
         : sound_(std::move(sound)),
           displayName_(std::move(displayName)),
           environment_(parseScales(environmentValue("QT_SCREEN_SCALE_FACTORS"), environmentValue("QT_SCALE_FACTOR"))),
@@ -48,17 +48,18 @@ class X11Desktop : public Desktop {
     X11Desktop(const X11Desktop&) = delete;
     X11Desktop& operator=(const X11Desktop&) = delete;
 
-    ShareableContent shareableContent() override {
+    platform::ShareableContent shareableContent() override {
         const Question question(*this);
         MonitorList monitors = readMonitors(connection_, environment_);
-        ShareableContent content;
+        platform::ShareableContent content;
         content.windows = readWindows(connection_, monitors);
         content.displays = std::move(monitors.displays);
         content.mainDisplayID = monitors.mainID;
         if (isXwayland_) content.displayRefusal = kXwaylandRefusal;
         content.applications = applicationsOf(content.windows);
-        const auto own = std::find_if(content.applications.begin(), content.applications.end(),
-                                      [](const RunningApplication& one) { return one.processId == getpid(); });
+        const auto own =
+            std::find_if(content.applications.begin(), content.applications.end(),
+                         [](const platform::RunningApplication& one) { return one.processId == getpid(); });
         if (own != content.applications.end()) content.ownApplication = *own;
         if (connection_.isBroken() || content.displays.empty()) {
             throw brokenConnection();
@@ -66,12 +67,13 @@ class X11Desktop : public Desktop {
         return content;
     }
 
-    std::unique_ptr<CaptureStream> makeCaptureStream(const ContentFilter& filter,
-                                                     const StreamConfiguration& configuration) override {
+    std::unique_ptr<platform::CaptureStream> makeCaptureStream(
+        const platform::ContentFilter& filter, const platform::StreamConfiguration& configuration) override {
         return std::make_unique<X11CaptureStream>(displayName_, environment_, sound_, filter, configuration);
     }
 
-    std::unique_ptr<PointerMonitor> monitorPointer(const PointSpace& space, PointerEventHandler handler) override {
+    std::unique_ptr<platform::PointerMonitor> monitorPointer(const platform::PointSpace& space,
+                                                             platform::PointerEventHandler handler) override {
         try {
             return std::make_unique<X11PointerMonitor>(displayName_, space, std::move(handler));
         } catch (const RecorderError& error) {
@@ -80,7 +82,7 @@ class X11Desktop : public Desktop {
         }
     }
 
-    std::optional<Point> pointerLocation(const PointSpace& space) override {
+    std::optional<Point> pointerLocation(const platform::PointSpace& space) override {
         const Question question(*this);
         const auto reply =
             xReply(connection_, xcb_query_pointer_reply, xcb_query_pointer(connection_, connection_.root()));
@@ -88,7 +90,7 @@ class X11Desktop : public Desktop {
         return space.pointFromPixel({static_cast<double>(reply->root_x), static_cast<double>(reply->root_y)});
     }
 
-    std::optional<SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override {
+    std::optional<platform::SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override {
         const Question question(*this);
         if (!connection_.hasFixes()) return std::nullopt;
         const auto reply =
@@ -99,12 +101,12 @@ class X11Desktop : public Desktop {
         const int count = xcb_xfixes_get_cursor_image_cursor_image_length(reply.get());
         const bool isVisible = std::any_of(pixels, pixels + count, [](std::uint32_t one) { return one >> 24 != 0; });
         if (!isVisible) return std::nullopt;
-        SystemCursor cursor;
+        platform::SystemCursor cursor;
         cursor.serial = reply->cursor_serial;
         cursor.hotspotX = reply->xhot;
         cursor.hotspotY = reply->yhot;
         if (knownSerial == cursor.serial) return cursor;
-        cursor.image = BgraPremultipliedBuffer(reply->width, reply->height);
+        cursor.image = imaging::BgraPremultipliedBuffer(reply->width, reply->height);
         for (int y = 0; y < reply->height; ++y) {
             // The server's number has alpha in its highest byte, which comes last in memory.
             std::memcpy(cursor.image.row(y), pixels + static_cast<std::ptrdiff_t>(y) * reply->width,
@@ -113,7 +115,7 @@ class X11Desktop : public Desktop {
         return cursor;
     }
 
-    std::optional<Rect> windowFrame(std::uint32_t windowID, const PointSpace& space) override {
+    std::optional<Rect> windowFrame(std::uint32_t windowID, const platform::PointSpace& space) override {
         const Question question(*this);
         const auto pixels = contentPixels(connection_, windowID);
         if (!pixels) return std::nullopt;
@@ -139,7 +141,7 @@ class X11Desktop : public Desktop {
         const BrokenPipeGuard guard_;
     };
 
-    const std::shared_ptr<SoundSystem> sound_;
+    const std::shared_ptr<platform::SoundSystem> sound_;
     const std::string displayName_;
     const ScreenScales environment_;
     std::mutex lock_;
@@ -149,8 +151,9 @@ class X11Desktop : public Desktop {
 
 }  // namespace
 
-std::unique_ptr<Desktop> openX11Desktop(std::shared_ptr<SoundSystem> sound, std::string displayName) {
+std::unique_ptr<platform::Desktop> openX11Desktop(std::shared_ptr<platform::SoundSystem> sound,
+                                                  std::string displayName) {
     return std::make_unique<X11Desktop>(std::move(sound), std::move(displayName));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -15,7 +15,7 @@
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/scripted_pointer.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr std::uint32_t kGround = 0x204060;
@@ -30,7 +30,8 @@ auto patternOn(const RigWindow& window, int width, int height, int seed, int are
     };
 }
 
-bool equalsEverywhere(const BgraPremultipliedBuffer& picture, const std::function<std::uint32_t(int, int)>& colorAt) {
+bool equalsEverywhere(const imaging::BgraPremultipliedBuffer& picture,
+                      const std::function<std::uint32_t(int, int)>& colorAt) {
     return differingPixels(picture, 0, 0, picture.width(), picture.height(), colorAt) == 0;
 }
 
@@ -40,7 +41,7 @@ TEST(X11DisplayCapture, ShowsTheScreenToThePixelAndFollowsEveryChange) {
     RigWindow window(rig.displayName(), {.x = 300, .y = 200, .width = 333, .height = 222});
     window.drawPattern(1);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    RunningCapture capture(*desktop, platform::DisplayFilter{mainDisplay(*desktop), {}});
     const auto isShown = [&](int seed) {
         return capture.samples().waitForPicture(
             [&](const auto& picture) { return equalsEverywhere(picture, patternOn(window, 333, 222, seed, 0, 0)); });
@@ -63,7 +64,7 @@ TEST(X11DisplayCapture, DoesNotShowThePointer) {
     rig.paintRoot(kGround);
     ScriptedPointer(rig.displayName()).moveTo(200, 200);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    RunningCapture capture(*desktop, platform::DisplayFilter{mainDisplay(*desktop), {}});
     EXPECT_TRUE(capture.samples().waitForPicture(
         [](const auto& picture) { return equalsEverywhere(picture, [](int, int) { return kGround; }); }));
 }
@@ -76,7 +77,7 @@ TEST(X11DisplayCapture, ARegionIsExactAtEveryScale) {
     for (const int dots : {96, 120, 144, 192}) {
         rig.setDotsPerInch(dots);
         const auto desktop = openX11Desktop(nullptr, rig.displayName());
-        const DisplayFilter filter{mainDisplay(*desktop), {}};
+        const platform::DisplayFilter filter{mainDisplay(*desktop), {}};
         const double scale = filter.display.scale;
         ASSERT_EQ(scale, dots / 96.0);
         const Rect region{33, 41, 200, 151};
@@ -103,8 +104,8 @@ TEST(X11DisplayCapture, EachOfTwoDisplaysAndARegionAcrossBoth) {
             return equalsEverywhere(picture, patternOn(window, 300, 200, 3, areaX, areaY));
         });
     };
-    const DisplayFilter left{displayNamed(*desktop, "Left"), {}};
-    const DisplayFilter right{displayNamed(*desktop, "Right"), {}};
+    const platform::DisplayFilter left{displayNamed(*desktop, "Left"), {}};
+    const platform::DisplayFilter right{displayNamed(*desktop, "Right"), {}};
     RunningCapture onLeft(*desktop, left);
     EXPECT_TRUE(shows(onLeft, 0, 0));
     EXPECT_EQ(onLeft.samples().picture()->width(), 1200);
@@ -121,7 +122,7 @@ TEST(X11DisplayCapture, WhatLiesBeyondTheDesktopIsBlack) {
     DesktopRig rig({800, 600});
     rig.paintRoot(kGround);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}}, Rect{-50, 500, 200, 200});
+    RunningCapture capture(*desktop, platform::DisplayFilter{mainDisplay(*desktop), {}}, Rect{-50, 500, 200, 200});
     EXPECT_TRUE(capture.samples().waitForPicture([](const auto& picture) {
         return equalsEverywhere(picture, [](int x, int y) { return x >= 50 && y < 100 ? kGround : 0; });
     }));
@@ -130,27 +131,28 @@ TEST(X11DisplayCapture, WhatLiesBeyondTheDesktopIsBlack) {
 TEST(X11DisplayCapture, AStillScreenIsIdleAndItsPictureComesAgainEachSecond) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
-    ASSERT_TRUE(waitFor([&] { return capture.samples().count(FrameStatus::complete) >= 3; }));
+    RunningCapture capture(*desktop, platform::DisplayFilter{mainDisplay(*desktop), {}});
+    ASSERT_TRUE(waitFor([&] { return capture.samples().count(platform::FrameStatus::complete) >= 3; }));
     const double before = hostClockSeconds();
     capture.stop();
     const auto seen = capture.samples().seen();
-    EXPECT_EQ(seen.front().status, FrameStatus::started);
-    EXPECT_EQ(seen.back().status, FrameStatus::stopped);
+    EXPECT_EQ(seen.front().status, platform::FrameStatus::started);
+    EXPECT_EQ(seen.back().status, platform::FrameStatus::stopped);
     const auto& last = seen[seen.size() - 2];
-    EXPECT_EQ(last.status, FrameStatus::complete);
+    EXPECT_EQ(last.status, platform::FrameStatus::complete);
     EXPECT_TRUE(last.hasPicture);
     EXPECT_GE(last.hostSeconds, before);
-    EXPECT_GT(capture.samples().count(FrameStatus::idle), 10);
+    EXPECT_GT(capture.samples().count(platform::FrameStatus::idle), 10);
     double lastPicture = seen.front().hostSeconds;
     double lastTime = 0;
     for (const auto& one : seen) {
         EXPECT_GE(one.hostSeconds, lastTime);
         lastTime = one.hostSeconds;
-        const bool isPicture = one.status == FrameStatus::started || one.status == FrameStatus::complete;
+        const bool isPicture =
+            one.status == platform::FrameStatus::started || one.status == platform::FrameStatus::complete;
         EXPECT_EQ(one.hasPicture, isPicture);
-        if (one.status == FrameStatus::idle) {
-            EXPECT_LT(one.hostSeconds - lastPicture, FramePacer::kRepeatAfter);
+        if (one.status == platform::FrameStatus::idle) {
+            EXPECT_LT(one.hostSeconds - lastPicture, platform::FramePacer::kRepeatAfter);
         }
         if (!isPicture) continue;
         lastPicture = one.hostSeconds;
@@ -161,12 +163,12 @@ TEST(X11DisplayCapture, APictureShowsEverythingThatWasPaintedUntilItsTime) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.width = 320, .height = 100});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    const platform::DisplayFilter filter{mainDisplay(*desktop), {}};
     std::mutex lock;
     std::vector<std::pair<double, int>> shown;  // time and number; guarded by lock
     SerialQueue queue("test");
     const auto stream = desktop->makeCaptureStream(filter, recordingOf(filter));
-    stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+    stream->addScreenOutput(queue, [&](const platform::ScreenSample& sample) {
         if (!sample.image) return;
         int number = 0;
         for (int bit = 0; bit < 16; ++bit) number |= (sample.image->pixel(105 + bit * 20, 150)[0] != 0 ? 1 : 0) << bit;
@@ -200,8 +202,9 @@ TEST(X11DisplayCapture, APictureShowsEverythingThatWasPaintedUntilItsTime) {
 bool isIdleWhilePaintedAgain(SampleCollector& samples, RigWindow& window, int seed) {
     const auto before = samples.picture();
     for (int i = 0; i < 20; ++i) window.drawPattern(seed);
-    const int idle = samples.count(FrameStatus::idle);
-    return waitFor([&] { return samples.count(FrameStatus::idle) > idle + 2; }) && samples.picture() == before;
+    const int idle = samples.count(platform::FrameStatus::idle);
+    return waitFor([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }) &&
+           samples.picture() == before;
 }
 
 TEST(X11DisplayCapture, WhatIsPaintedAgainWithoutAChangeIsIdle) {
@@ -210,7 +213,7 @@ TEST(X11DisplayCapture, WhatIsPaintedAgainWithoutAChangeIsIdle) {
     RigWindow window(rig.displayName(), {.x = 300, .y = 200, .width = 333, .height = 222});
     window.drawPattern(1);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    const platform::DisplayFilter filter{mainDisplay(*desktop), {}};
     RunningCapture display(*desktop, filter);
     RunningCapture region(*desktop, filter, Rect{310, 210, 200, 200});
     ASSERT_TRUE(display.samples().waitForPicture(
@@ -242,7 +245,7 @@ TEST(X11DisplayCapture, TellsWhereItsDisplayIsAndWhenItMoves) {
     RigWindow window(rig.displayName(), {.x = 1300, .y = 100, .width = 300, .height = 200});
     window.drawPattern(3);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const DisplayFilter right{displayNamed(*desktop, "Right"), {}};
+    const platform::DisplayFilter right{displayNamed(*desktop, "Right"), {}};
     std::mutex lock;
     std::vector<std::pair<double, Point>> origins;  // guarded by lock
     const auto told = [&] {
@@ -279,12 +282,12 @@ TEST(X11DisplayCapture, TakesNoPictureWhileAllBuffersAreOut) {
     DesktopRig rig;
     RigWindow window(rig.displayName(), {.x = 0, .y = 0, .width = 320, .height = 100});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    const platform::DisplayFilter filter{mainDisplay(*desktop), {}};
     std::mutex lock;
-    std::vector<ScreenSample> kept;  // guarded by lock
+    std::vector<platform::ScreenSample> kept;  // guarded by lock
     SerialQueue queue("test");
     const auto stream = desktop->makeCaptureStream(filter, recordingOf(filter));
-    stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+    stream->addScreenOutput(queue, [&](const platform::ScreenSample& sample) {
         const std::scoped_lock guard(lock);
         const bool isNew =
             std::none_of(kept.begin(), kept.end(), [&](const auto& one) { return one.image == sample.image; });
@@ -318,7 +321,7 @@ TEST(X11DisplayCapture, GoesOnWhenTheScreenChangesItsSize) {
     rig.paintRoot(kGround);
     RigWindow window(rig.displayName(), {.x = 100, .y = 100, .width = 200, .height = 100, .color = 0xffffff});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    RunningCapture capture(*desktop, platform::DisplayFilter{mainDisplay(*desktop), {}});
     ASSERT_TRUE(capture.samples().waitForColor(150, 150, 0xffffff));
     rig.setScreenSize(800, 600);
     EXPECT_TRUE(capture.samples().waitForPicture([](const auto& picture) {
@@ -339,7 +342,7 @@ TEST(X11DisplayCapture, EndsWhenItsDisplayIsUnplugged) {
     DesktopRig rig({2000, 800});
     rig.setMonitors({{"Left", 0, 0, 1200, 800}, {"Right", 1200, 0, 800, 700}});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const DisplayFilter right{displayNamed(*desktop, "Right"), {}};
+    const platform::DisplayFilter right{displayNamed(*desktop, "Right"), {}};
     RunningCapture capture(*desktop, right);
     ASSERT_TRUE(capture.samples().waitForColor(0, 0, 0));
     rig.removeMonitor("Right");
@@ -353,7 +356,7 @@ TEST(X11DisplayCapture, EndsWhenItsDisplayIsUnplugged) {
 TEST(X11DisplayCapture, EndsWithAnErrorWhenTheServerDies) {
     DesktopRig rig;
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    RunningCapture capture(*desktop, DisplayFilter{mainDisplay(*desktop), {}});
+    RunningCapture capture(*desktop, platform::DisplayFilter{mainDisplay(*desktop), {}});
     ASSERT_TRUE(capture.samples().waitForColor(0, 0, 0));
     rig.killServer();
     ASSERT_TRUE(waitFor([&] { return !capture.samples().stops().empty(); }));
@@ -361,15 +364,15 @@ TEST(X11DisplayCapture, EndsWithAnErrorWhenTheServerDies) {
     EXPECT_EQ(capture.samples().stops(), std::vector<std::string>{"Die Verbindung zum Bildschirm ist abgerissen."});
     // What was recorded has its whole length.
     const auto seen = capture.samples().seen();
-    EXPECT_EQ(seen[seen.size() - 2].status, FrameStatus::complete);
-    EXPECT_EQ(seen.back().status, FrameStatus::stopped);
+    EXPECT_EQ(seen[seen.size() - 2].status, platform::FrameStatus::complete);
+    EXPECT_EQ(seen.back().status, platform::FrameStatus::stopped);
 }
 
 TEST(X11DisplayCapture, ManyStreamsStartAndStopAtOnce) {
     DesktopRig rig;
     rig.paintRoot(kGround);
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    const DisplayFilter filter{mainDisplay(*desktop), {}};
+    const platform::DisplayFilter filter{mainDisplay(*desktop), {}};
     for (int round = 0; round < 5; ++round) {
         RunningCapture first(*desktop, filter);
         RunningCapture second(*desktop, filter, Rect{10, 10, 100, 100});
@@ -381,4 +384,4 @@ TEST(X11DisplayCapture, ManyStreamsStartAndStopAtOnce) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

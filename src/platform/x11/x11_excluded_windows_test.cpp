@@ -10,7 +10,7 @@
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr std::uint32_t kGround = 0x204060;
@@ -31,7 +31,7 @@ class X11ExcludedWindows : public testing::TestWithParam<Case> {
     X11ExcludedWindows() { rig_.paintRoot(kGround, GetParam().leavesPixmap); }
 
     // The display without the windows of the class "Panel".
-    DisplayFilter filter() { return {mainDisplay(*desktop_), {{0, "Panel", std::nullopt}}}; }
+    platform::DisplayFilter filter() { return {mainDisplay(*desktop_), {{0, "Panel", std::nullopt}}}; }
     RigWindow::Options panel() const {
         return {.title = "Leiste",
                 .className = "Panel",
@@ -44,7 +44,7 @@ class X11ExcludedWindows : public testing::TestWithParam<Case> {
     }
 
     DesktopRig rig_{{1000, 700, GetParam().hasManager}};
-    std::unique_ptr<Desktop> desktop_ = openX11Desktop(nullptr, rig_.displayName());
+    std::unique_ptr<platform::Desktop> desktop_ = openX11Desktop(nullptr, rig_.displayName());
 };
 
 INSTANTIATE_TEST_SUITE_P(desktops, X11ExcludedWindows,
@@ -78,8 +78,8 @@ TEST_P(X11ExcludedWindows, WhatIsPaintedAgainBeneathAndInThemIsIdle) {
         window.drawPattern(1);
         cover.fill(static_cast<std::uint32_t>(i));  // changes, and is not to be seen
     }
-    const int idle = samples.count(FrameStatus::idle);
-    ASSERT_TRUE(waitFor([&] { return samples.count(FrameStatus::idle) > idle + 2; }));
+    const int idle = samples.count(platform::FrameStatus::idle);
+    ASSERT_TRUE(waitFor([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }));
     EXPECT_EQ(samples.picture(), before);
     // Beneath the panel.
     const int x = window.screenX() + 100;
@@ -112,12 +112,12 @@ TEST_P(X11ExcludedWindows, AreNotInThePicture) {
 TEST_P(X11ExcludedWindows, NeverFlashWhenTheyAppear) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 120, .width = 300, .height = 200});
     window.drawPattern(1);
-    const DisplayFilter display = filter();
+    const platform::DisplayFilter display = filter();
     std::atomic<int> flashes = 0;
     std::atomic<int> pictures = 0;
     SerialQueue queue("test");
     const auto stream = desktop_->makeCaptureStream(display, recordingOf(display));
-    stream->addScreenOutput(queue, [&](const ScreenSample& sample) {
+    stream->addScreenOutput(queue, [&](const platform::ScreenSample& sample) {
         if (!sample.image) return;
         ++pictures;
         const std::uint8_t* pixel = sample.image->pixel(250, 225);
@@ -197,14 +197,15 @@ TEST(X11ExcludedPrograms, AreToldByTheirProcess) {
                   {.className = "Eigen", .x = 150, .y = 150, .width = 200, .height = 150, .color = kPanel});
     const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "100", "100", "300", "200", "00ff00"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    ShareableContent content;
+    platform::ShareableContent content;
     ASSERT_TRUE(waitFor([&] {
         content = desktop->shareableContent();
         return content.windows.size() == 2;
     }));
     ASSERT_TRUE(content.ownApplication);
     own.raise();
-    RunningCapture capture(*desktop, DisplayFilter{*content.display(content.mainDisplayID), {*content.ownApplication}});
+    RunningCapture capture(*desktop,
+                           platform::DisplayFilter{*content.display(content.mainDisplayID), {*content.ownApplication}});
     EXPECT_TRUE(capture.samples().waitForPicture([](const auto& picture) {
         return differingPixels(picture, 0, 0, picture.width(), picture.height(), [](int x, int y) {
                    return x >= 100 && x < 400 && y >= 100 && y < 300 ? 0x00ff00U : kGround;
@@ -213,4 +214,4 @@ TEST(X11ExcludedPrograms, AreToldByTheirProcess) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -16,7 +16,7 @@
 #include "base/recorder_error.h"
 #include "base/thread_name.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // Seconds for which events are gathered before they are told: making sure that nothing earlier is missing costs the
@@ -63,8 +63,8 @@ ServerTime measureTime(const XConnection& connection) {
 
 }  // namespace
 
-X11PointerMonitor::X11PointerMonitor(const std::string& displayName, const PointSpace& space,
-                                     PointerEventHandler handler)
+X11PointerMonitor::X11PointerMonitor(const std::string& displayName, const platform::PointSpace& space,
+                                     platform::PointerEventHandler handler)
     : handler_(std::move(handler)),
       control_(displayName),
       data_(displayName),
@@ -336,4 +336,4 @@ bool X11PointerMonitor::isEmulated(const Waiting& press) const {
     });
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

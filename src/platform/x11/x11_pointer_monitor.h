@@ -11,17 +11,18 @@
 #include "platform/x11/server_time.h"
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Watches the pointer on a thread of its own, over two connections: one that the server's record extension fills with
 /// what all devices did, with positions in the whole desktop, and one for the input extension's raw events, which alone
 /// tell smooth scrolling. Both carry the server's times; nothing is told before it is certain that nothing earlier is
 /// still on its way over the other connection.
-class X11PointerMonitor : public PointerMonitor {
+class X11PointerMonitor : public platform::PointerMonitor {
   public:
     /// Everything that the pointer does after this returned is told. Throws `RecorderError` when the server does not
     /// let programs watch the pointer.
-    X11PointerMonitor(const std::string& displayName, const PointSpace& space, PointerEventHandler handler);
+    X11PointerMonitor(const std::string& displayName, const platform::PointSpace& space,
+                      platform::PointerEventHandler handler);
     ~X11PointerMonitor() override;
     X11PointerMonitor(const X11PointerMonitor&) = delete;
     X11PointerMonitor& operator=(const X11PointerMonitor&) = delete;
@@ -55,7 +56,7 @@ class X11PointerMonitor : public PointerMonitor {
     void tell(const Waiting& waiting);
     bool isEmulated(const Waiting& press) const;
 
-    const PointerEventHandler handler_;
+    const platform::PointerEventHandler handler_;
     XConnection control_;  // requests and raw events
     XConnection data_;     // what is recorded
     const ServerTime time_;
@@ -71,4 +72,4 @@ class X11PointerMonitor : public PointerMonitor {
     std::thread thread_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -10,23 +10,23 @@
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/scripted_pointer.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
-using Type = PointerEventType;
+using Type = platform::PointerEventType;
 
 // The server cuts its times to milliseconds, of a clock that may be a millisecond behind.
 constexpr double kServerGrain = 0.0025;
 
 class Collector {
   public:
-    PointerEventHandler handler() {
-        return [this](const PointerEvent& event) {
+    platform::PointerEventHandler handler() {
+        return [this](const platform::PointerEvent& event) {
             const std::scoped_lock guard(lock_);
             events_.push_back(event);
         };
     }
-    std::vector<PointerEvent> events() const {
+    std::vector<platform::PointerEvent> events() const {
         const std::scoped_lock guard(lock_);
         return events_;
     }
@@ -36,7 +36,7 @@ class Collector {
 
   private:
     mutable std::mutex lock_;
-    std::vector<PointerEvent> events_;  // guarded by lock_
+    std::vector<platform::PointerEvent> events_;  // guarded by lock_
 };
 
 struct Expected {
@@ -46,7 +46,7 @@ struct Expected {
     double before = 0, after = 0;  // host clock around the request
 };
 
-void expectEvents(const std::vector<PointerEvent>& events, const std::vector<Expected>& expected) {
+void expectEvents(const std::vector<platform::PointerEvent>& events, const std::vector<Expected>& expected) {
     ASSERT_EQ(events.size(), expected.size());
     for (std::size_t i = 0; i < events.size(); ++i) {
         EXPECT_EQ(events[i].type, expected[i].type) << i;
@@ -125,7 +125,7 @@ TEST(X11Pointer, TellsClicksDragsScrollsAndMovesAsTheyHappened) {
 TEST(X11Pointer, TellsPositionsInTheSpaceThatWasAskedFor) {
     DesktopRig rig({2000, 900});
     for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
-        const PointSpace space{{1200, 100}, scale};
+        const platform::PointSpace space{{1200, 100}, scale};
         const auto desktop = openX11Desktop(nullptr, rig.displayName());
         ScriptedPointer pointer(rig.displayName());
         pointer.moveTo(1, 1);
@@ -161,7 +161,7 @@ TEST(X11Pointer, AppliesTheUsersButtonMappingAlsoWhenItChanges) {
     pointer.click(3);
     ASSERT_TRUE(collector.waitForCount(before + 2));
     std::vector<Type> types;
-    for (const PointerEvent& event : collector.events()) types.push_back(event.type);
+    for (const platform::PointerEvent& event : collector.events()) types.push_back(event.type);
     types.erase(types.begin(), types.end() - 4);
     EXPECT_EQ(types, (std::vector{Type::rightMouseDown, Type::rightMouseUp, Type::leftMouseDown, Type::leftMouseUp}));
 }
@@ -268,4 +268,4 @@ TEST(X11Cursor, IsNothingWhileItIsInvisible) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -8,7 +8,7 @@
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // Waits until the picture's top-left part shows the pattern and the rest is black.
@@ -22,7 +22,7 @@ bool showsPattern(SampleCollector& samples, int seed, int width, int height) {
 class X11WindowCapture : public testing::TestWithParam<bool> {
   protected:
     DesktopRig rig_{{1280, 800, GetParam()}};
-    std::unique_ptr<Desktop> desktop_ = openX11Desktop(nullptr, rig_.displayName());
+    std::unique_ptr<platform::Desktop> desktop_ = openX11Desktop(nullptr, rig_.displayName());
 };
 
 INSTANTIATE_TEST_SUITE_P(managers, X11WindowCapture, testing::Bool(),
@@ -51,8 +51,8 @@ TEST_P(X11WindowCapture, WhatIsPaintedAgainWithoutAChangeIsIdle) {
     ASSERT_TRUE(showsPattern(samples, 1, 320, 240));
     const auto before = samples.picture();
     for (int i = 0; i < 20; ++i) window.drawPattern(1);
-    const int idle = samples.count(FrameStatus::idle);
-    ASSERT_TRUE(waitFor([&] { return samples.count(FrameStatus::idle) > idle + 2; }));
+    const int idle = samples.count(platform::FrameStatus::idle);
+    ASSERT_TRUE(waitFor([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }));
     EXPECT_EQ(samples.picture(), before);
     window.fill(patternAt(1, 319, 239) ^ 1, 319, 239, 1, 1);
     EXPECT_TRUE(samples.waitForColor(319, 239, patternAt(1, 319, 239) ^ 1));
@@ -110,11 +110,11 @@ TEST_P(X11WindowCapture, IsSuspendedWhileTheWindowIsHidden) {
     } else {
         window.unmap();
     }
-    ASSERT_TRUE(waitFor([&] { return capture.samples().count(FrameStatus::suspended) > 3; }));
+    ASSERT_TRUE(waitFor([&] { return capture.samples().count(platform::FrameStatus::suspended) > 3; }));
     EXPECT_TRUE(showsPattern(capture.samples(), 1, 320, 240));
     // The last picture holds, and keeps coming.
-    const int before = capture.samples().count(FrameStatus::complete);
-    EXPECT_TRUE(waitFor([&] { return capture.samples().count(FrameStatus::complete) > before; }));
+    const int before = capture.samples().count(platform::FrameStatus::complete);
+    EXPECT_TRUE(waitFor([&] { return capture.samples().count(platform::FrameStatus::complete) > before; }));
     window.map();
     window.drawPattern(2);
     EXPECT_TRUE(showsPattern(capture.samples(), 2, 320, 240));
@@ -124,7 +124,7 @@ TEST_P(X11WindowCapture, IsSuspendedWhileTheWindowIsHidden) {
 TEST_P(X11WindowCapture, EndsWhenTheWindowIsClosed) {
     RigWindow window(rig_.displayName(), {.x = 100, .y = 100, .width = 320, .height = 240});
     window.drawPattern(1);
-    const WindowFilter filter = windowFilter(*desktop_, window.id());
+    const platform::WindowFilter filter = windowFilter(*desktop_, window.id());
     RunningCapture capture(*desktop_, filter);
     ASSERT_TRUE(showsPattern(capture.samples(), 1, 320, 240));
     window.close();
@@ -132,8 +132,8 @@ TEST_P(X11WindowCapture, EndsWhenTheWindowIsClosed) {
     capture.stop();
     EXPECT_EQ(capture.samples().stops(), std::vector<std::string>{"Das aufgenommene Fenster wurde geschlossen."});
     const auto seen = capture.samples().seen();
-    EXPECT_EQ(seen[seen.size() - 2].status, FrameStatus::complete);
-    EXPECT_EQ(seen.back().status, FrameStatus::stopped);
+    EXPECT_EQ(seen[seen.size() - 2].status, platform::FrameStatus::complete);
+    EXPECT_EQ(seen.back().status, platform::FrameStatus::stopped);
     EXPECT_TRUE(showsPattern(capture.samples(), 1, 320, 240));
     EXPECT_THROW(desktop_->makeCaptureStream(filter, recordingOf(filter))->start(), RecorderError);
 }
@@ -180,4 +180,4 @@ TEST(X11WindowCaptureServer, DeathEndsTheStream) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

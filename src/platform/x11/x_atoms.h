@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// The words of the window managers' conventions that this program speaks.
 enum class XAtom {
@@ -67,4 +67,4 @@ inline constexpr std::array kAtomNames{
 
 static_assert(kAtomNames.size() == static_cast<std::size_t>(XAtom::timeProbe) + 1);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

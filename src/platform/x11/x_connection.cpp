@@ -19,7 +19,7 @@
 
 #include "base/recorder_error.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 sigset_t brokenPipe() {
@@ -193,4 +193,4 @@ XServerGrab::~XServerGrab() {
     connection_.flush();
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -10,7 +10,7 @@
 
 struct xcb_connection_t;
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 struct FreeDelete {
     void operator()(void* memory) const { std::free(memory); }
@@ -135,4 +135,4 @@ class XServerGrab {
     const XConnection& connection_;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

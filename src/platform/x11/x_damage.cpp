@@ -3,7 +3,7 @@
 #include <xcb/damage.h>
 #include <xcb/xfixes.h>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 XDamage::XDamage(const XConnection& connection, std::uint32_t window)
     : connection_(connection), damage_(connection.makeId()), region_(connection.makeId()) {
@@ -17,12 +17,12 @@ XDamage::~XDamage() {
     xcb_xfixes_destroy_region(connection_, region_);
 }
 
-std::vector<PixelRect> XDamage::collect() {
+std::vector<platform::PixelRect> XDamage::collect() {
     isNotified_ = false;
     xcb_damage_subtract(connection_, damage_, XCB_NONE, region_);
     const auto reply =
         xReply(connection_, xcb_xfixes_fetch_region_reply, xcb_xfixes_fetch_region(connection_, region_));
-    std::vector<PixelRect> rects;
+    std::vector<platform::PixelRect> rects;
     if (!reply) return rects;
     const auto* first = xcb_xfixes_fetch_region_rectangles(reply.get());
     const int count = xcb_xfixes_fetch_region_rectangles_length(reply.get());
@@ -32,4 +32,4 @@ std::vector<PixelRect> XDamage::collect() {
     return rects;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

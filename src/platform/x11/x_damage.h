@@ -6,7 +6,7 @@
 #include "platform/pictures/pixel_rect.h"
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// The server's book about what was painted into one window and all inside it. One thread.
 class XDamage {
@@ -22,7 +22,7 @@ class XDamage {
     void notify() { isNotified_ = true; }
     bool isNotified() const { return isNotified_; }
     /// What was painted since the last time, in the window's pixels.
-    std::vector<PixelRect> collect();
+    std::vector<platform::PixelRect> collect();
 
   private:
     const XConnection& connection_;
@@ -31,4 +31,4 @@ class XDamage {
     bool isNotified_ = false;
 };
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -8,25 +8,25 @@
 
 #include "base/unique_descriptor.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 constexpr std::uint32_t kAllPlanes = ~0U;
 
-std::size_t bytesOf(const PixelRect& rect) {
+std::size_t bytesOf(const platform::PixelRect& rect) {
     return static_cast<std::size_t>(rect.area()) * 4;
 }
 
 // Rows in the server's pictures follow one another without gaps.
-void place(const std::uint8_t* pixels, const XImageReader::Piece& piece, BgraPremultipliedBuffer& picture) {
+void place(const std::uint8_t* pixels, const XImageReader::Piece& piece, imaging::BgraPremultipliedBuffer& picture) {
     for (int y = 0; y < piece.from.height; ++y) {
         copyOpaque(pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(piece.from.width) * 4,
                    picture.pixel(piece.toX, piece.toY + y), piece.from.width);
     }
 }
 
-xcb_shm_get_image_cookie_t askShared(const XConnection& connection, std::uint32_t drawable, const PixelRect& from,
-                                     std::uint32_t segment, std::size_t offset) {
+xcb_shm_get_image_cookie_t askShared(const XConnection& connection, std::uint32_t drawable,
+                                     const platform::PixelRect& from, std::uint32_t segment, std::size_t offset) {
     return xcb_shm_get_image(connection, drawable, static_cast<std::int16_t>(from.x), static_cast<std::int16_t>(from.y),
                              static_cast<std::uint16_t>(from.width), static_cast<std::uint16_t>(from.height),
                              kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment, static_cast<std::uint32_t>(offset));
@@ -66,7 +66,8 @@ XImageReader::~XImageReader() {
     munmap(const_cast<std::uint8_t*>(memory_), size_);
 }
 
-bool XImageReader::read(std::uint32_t drawable, std::span<const Piece> pieces, BgraPremultipliedBuffer& picture) {
+bool XImageReader::read(std::uint32_t drawable, std::span<const Piece> pieces,
+                        imaging::BgraPremultipliedBuffer& picture) {
     if (memory_ != nullptr) return readShared(drawable, pieces, picture);
     for (const Piece& piece : pieces) {
         if (!readPlain(drawable, piece, picture)) return false;
@@ -74,7 +75,8 @@ bool XImageReader::read(std::uint32_t drawable, std::span<const Piece> pieces, B
     return true;
 }
 
-bool XImageReader::readShared(std::uint32_t drawable, std::span<const Piece> pieces, BgraPremultipliedBuffer& picture) {
+bool XImageReader::readShared(std::uint32_t drawable, std::span<const Piece> pieces,
+                              imaging::BgraPremultipliedBuffer& picture) {
     std::vector<xcb_shm_get_image_cookie_t> cookies;
     std::size_t offset = 0;
     for (const Piece& piece : pieces) {
@@ -95,8 +97,8 @@ bool XImageReader::readShared(std::uint32_t drawable, std::span<const Piece> pie
     return true;
 }
 
-bool XImageReader::readPlain(std::uint32_t drawable, const Piece& piece, BgraPremultipliedBuffer& picture) {
-    const PixelRect& from = piece.from;
+bool XImageReader::readPlain(std::uint32_t drawable, const Piece& piece, imaging::BgraPremultipliedBuffer& picture) {
+    const platform::PixelRect& from = piece.from;
     const auto reply =
         xReply(connection_, xcb_get_image_reply,
                xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, static_cast<std::int16_t>(from.x),
@@ -107,4 +109,4 @@ bool XImageReader::readPlain(std::uint32_t drawable, const Piece& piece, BgraPre
     return true;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -9,7 +9,7 @@
 #include "platform/pictures/pixel_rect.h"
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Copies pixels from the server into pictures, through memory that both share where the server offers it (a server on
 /// another machine does not). One thread.
@@ -17,7 +17,7 @@ class XImageReader {
   public:
     /// A rectangle of a window or pixmap, and where its corner goes in the picture.
     struct Piece {
-        PixelRect from;
+        platform::PixelRect from;
         int toX = 0;
         int toY = 0;
     };
@@ -31,11 +31,11 @@ class XImageReader {
     /// All pieces of one moment or, between them, of moments that lie a fraction of a millisecond apart. The pixels
     /// become opaque. False when the server refuses, as it does for windows that are gone or not on the screen; some
     /// of the picture may then have been overwritten. Pieces do not overlap and lie inside both sides.
-    bool read(std::uint32_t drawable, std::span<const Piece> pieces, BgraPremultipliedBuffer& picture);
+    bool read(std::uint32_t drawable, std::span<const Piece> pieces, imaging::BgraPremultipliedBuffer& picture);
 
   private:
-    bool readShared(std::uint32_t drawable, std::span<const Piece> pieces, BgraPremultipliedBuffer& picture);
-    bool readPlain(std::uint32_t drawable, const Piece& piece, BgraPremultipliedBuffer& picture);
+    bool readShared(std::uint32_t drawable, std::span<const Piece> pieces, imaging::BgraPremultipliedBuffer& picture);
+    bool readPlain(std::uint32_t drawable, const Piece& piece, imaging::BgraPremultipliedBuffer& picture);
 
     const XConnection& connection_;
     std::uint32_t segment_ = 0;
@@ -46,4 +46,4 @@ class XImageReader {
 /// Copies `count` pixels and makes them opaque.
 void copyOpaque(const std::uint8_t* from, std::uint8_t* to, int count);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

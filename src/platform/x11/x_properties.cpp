@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // Length of the well-formed UTF-8 sequence at the beginning; 0 when there is none. Overlong forms and surrogates pass:
@@ -98,4 +98,4 @@ std::string utf8Text(std::string_view bytes) {
     return text;
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

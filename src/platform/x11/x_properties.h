@@ -9,7 +9,7 @@
 
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// A property's value as the server keeps it; empty where it is not set.
 struct XProperty {
@@ -42,4 +42,4 @@ XProperty readProperty(const XConnection& connection, std::uint32_t window, std:
 /// zero byte.
 std::string utf8Text(std::string_view bytes);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

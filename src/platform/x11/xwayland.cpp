@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 // The extension that says it has this name, since version 23.1; outputs are called XWAYLAND0 and so on wherever the
@@ -53,4 +53,4 @@ bool isXwayland(const XConnection& connection) {
     return isXwayland(outputNames(connection), extensionNames(connection));
 }
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

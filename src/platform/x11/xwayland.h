@@ -5,7 +5,7 @@
 
 #include "platform/x11/x_connection.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 
 /// Whether a server with these outputs (by RandR) and extensions is Xwayland, which shows the windows of X11 programs
 /// on a Wayland desktop. The desktop itself is not in it: its screen is black wherever one looks.
@@ -14,4 +14,4 @@ bool isXwayland(std::span<const std::string> outputs, std::span<const std::strin
 /// The same of a server that answers; false of one that does not.
 bool isXwayland(const XConnection& connection);
 
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -12,7 +12,7 @@
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/xwayland_rig.h"
 
-namespace lumivastor {
+namespace lumivastor::x11 {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -56,4 +56,4 @@ TEST(Xwayland, ItsWindowsAreRecordedToThePixel) {
 }
 
 }  // namespace
-}  // namespace lumivastor
+}  // namespace lumivastor::x11

@@ -12,14 +12,15 @@
 namespace lumivastor {
 
 /// Pixels per point.
-inline double pointPixelScale(const ContentFilter& filter) {
+inline double pointPixelScale(const platform::ContentFilter& filter) {
     return std::visit([](const auto& one) { return one.display.scale; }, filter);
 }
 
 /// The configuration that a recording of this content has: its size in pixels, made even.
-inline StreamConfiguration recordingOf(const ContentFilter& filter, std::optional<Rect> region = {}) {
-    const Rect content = region.value_or(contentRect(filter));
-    StreamConfiguration configuration;
+inline platform::StreamConfiguration recordingOf(const platform::ContentFilter& filter,
+                                                 std::optional<Rect> region = {}) {
+    const Rect content = region.value_or(platform::contentRect(filter));
+    platform::StreamConfiguration configuration;
     configuration.width = static_cast<int>(std::lround(content.width * pointPixelScale(filter))) & ~1;
     configuration.height = static_cast<int>(std::lround(content.height * pointPixelScale(filter))) & ~1;
     configuration.sourceRect = region;
@@ -29,11 +30,12 @@ inline StreamConfiguration recordingOf(const ContentFilter& filter, std::optiona
 /// A capture that runs from here to the end of the object.
 class RunningCapture {
   public:
-    RunningCapture(Desktop& desktop, const ContentFilter& filter, const StreamConfiguration& configuration)
+    RunningCapture(platform::Desktop& desktop, const platform::ContentFilter& filter,
+                   const platform::StreamConfiguration& configuration)
         : stream_(desktop.makeCaptureStream(filter, configuration)), samples_(*stream_) {
         stream_->start();
     }
-    RunningCapture(Desktop& desktop, const ContentFilter& filter, std::optional<Rect> region = {})
+    RunningCapture(platform::Desktop& desktop, const platform::ContentFilter& filter, std::optional<Rect> region = {})
         : RunningCapture(desktop, filter, recordingOf(filter, region)) {}
 
     // The queue outlives the stream.
@@ -42,7 +44,7 @@ class RunningCapture {
     RunningCapture& operator=(const RunningCapture&) = delete;
 
     SampleCollector& samples() { return samples_; }
-    CaptureStream& stream() { return *stream_; }
+    platform::CaptureStream& stream() { return *stream_; }
     /// Stops, and waits for what has been delivered.
     void stop() {
         stream_->stop();
@@ -50,31 +52,31 @@ class RunningCapture {
     }
 
   private:
-    std::unique_ptr<CaptureStream> stream_;
+    std::unique_ptr<platform::CaptureStream> stream_;
     SampleCollector samples_;
 };
 
-inline Display displayNamed(Desktop& desktop, const std::string& name) {
-    for (const Display& display : desktop.shareableContent().displays) {
+inline platform::Display displayNamed(platform::Desktop& desktop, const std::string& name) {
+    for (const platform::Display& display : desktop.shareableContent().displays) {
         if (display.name == name) return display;
     }
     throw std::runtime_error("no display " + name);
 }
 
-inline Display mainDisplay(Desktop& desktop) {
-    const ShareableContent content = desktop.shareableContent();
+inline platform::Display mainDisplay(platform::Desktop& desktop) {
+    const platform::ShareableContent content = desktop.shareableContent();
     return *content.display(content.mainDisplayID);
 }
 
 /// What records this window; waits until the desktop lists it.
-inline WindowFilter windowFilter(Desktop& desktop, std::uint32_t id) {
-    ShareableContent content;
+inline platform::WindowFilter windowFilter(platform::Desktop& desktop, std::uint32_t id) {
+    platform::ShareableContent content;
     const bool isListed = waitFor([&] {
         content = desktop.shareableContent();
         return content.window(id) != nullptr;
     });
     if (!isListed) throw std::runtime_error("the window is not listed");
-    const Window& window = *content.window(id);
+    const platform::Window& window = *content.window(id);
     return {window, *content.display(window.displayID)};
 }
 

@@ -20,15 +20,15 @@ namespace lumivastor {
 class SampleCollector {
   public:
     struct Seen {
-        FrameStatus status;
+        platform::FrameStatus status;
         double hostSeconds;
         bool hasPicture;
     };
-    using Picture = std::shared_ptr<const BgraPremultipliedBuffer>;
+    using Picture = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
 
     /// Becomes the stream's screen output and its handlers.
-    explicit SampleCollector(CaptureStream& stream) {
-        stream.addScreenOutput(queue_, [this](const ScreenSample& sample) {
+    explicit SampleCollector(platform::CaptureStream& stream) {
+        stream.addScreenOutput(queue_, [this](const platform::ScreenSample& sample) {
             const std::scoped_lock guard(lock_);
             seen_.push_back({sample.status, sample.hostSeconds, sample.image != nullptr});
             if (sample.image) last_ = sample.image;
@@ -59,7 +59,7 @@ class SampleCollector {
         const std::scoped_lock guard(lock_);
         return last_;
     }
-    int count(FrameStatus status) const {
+    int count(platform::FrameStatus status) const {
         int number = 0;
         for (const Seen& one : seen()) number += one.status == status ? 1 : 0;
         return number;
@@ -67,7 +67,7 @@ class SampleCollector {
     void drain() { queue_.drain(); }
 
     /// Waits for a picture of which this is so.
-    bool waitForPicture(const std::function<bool(const BgraPremultipliedBuffer&)>& isSo) const {
+    bool waitForPicture(const std::function<bool(const imaging::BgraPremultipliedBuffer&)>& isSo) const {
         return waitFor([&] {
             const Picture newest = picture();
             return newest && isSo(*newest);
@@ -75,7 +75,7 @@ class SampleCollector {
     }
     /// Waits for a picture with this colour, 0xRRGGBB, at a place.
     bool waitForColor(int x, int y, std::uint32_t color) const {
-        return waitForPicture([=](const BgraPremultipliedBuffer& one) {
+        return waitForPicture([=](const imaging::BgraPremultipliedBuffer& one) {
             std::uint32_t pixel = 0;
             std::memcpy(&pixel, one.pixel(x, y), 4);
             return pixel == (0xff000000U | color);
@@ -94,7 +94,8 @@ class SampleCollector {
 /// How many pixels of a picture's rectangle differ from what `colorAt` says (0xRRGGBB, coordinates within the
 /// rectangle), or are not opaque.
 template <typename ColorAt>
-int differingPixels(const BgraPremultipliedBuffer& picture, int x, int y, int width, int height, ColorAt colorAt) {
+int differingPixels(const imaging::BgraPremultipliedBuffer& picture, int x, int y, int width, int height,
+                    ColorAt colorAt) {
     int different = 0;
     for (int row = 0; row < height; ++row) {
         for (int column = 0; column < width; ++column) {
