@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Capturing a display of an X11 server.
 //
 // Aims: with everything in constant motion, 1920 x 1080 comes at 60 pictures a second; a screen on which nothing moves
@@ -73,14 +75,14 @@ void capture(benchmark::State& state, Scene scene) {
         std::mutex lock;
         const auto stream = desktop->makeCaptureStream(filter, configuration);
         stream->addScreenOutput(queue, [&](const platform::ScreenSample& sample) {
-            const std::scoped_lock guard(lock);
+            const std::lock_guard hold(lock);
             if (sample.image) times.push_back(sample.hostSeconds);
         });
         stream->start();
         // The first pictures fill memory for the first time.
         std::this_thread::sleep_for(std::chrono::seconds(1));
         {
-            const std::scoped_lock guard(lock);
+            const std::lock_guard hold(lock);
             times.clear();
         }
         const double ownBefore = ownSeconds();
@@ -90,7 +92,7 @@ void capture(benchmark::State& state, Scene scene) {
         seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         own = ownSeconds() - ownBefore;
         server = secondsOf(rig.serverProcess()) - serverBefore;
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         state.counters["pictures/s"] = static_cast<double>(times.size()) / seconds;
         stream->stop();
     }

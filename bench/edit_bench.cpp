@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Opening long recordings and editing them.
 //
 // Aims: a recording of three hours with a million events opens within 1 s (its documents are the larger part of that);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The editor's window on an hour of recording with 330,000 pointer events.
 //
 // Aims: any edit is in force within 16 ms of the slider's movement – settings, labels and controls; its frame follows

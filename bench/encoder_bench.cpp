@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // What the export's encoder settings cost, and how sharp they keep text.
 //
 // A page of real text is at rest, is scrolled and is zoomed into, as in a tutorial, at 60 pictures a second and the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Painting studio frames and preparing their layers. Times are of one core: the painter runs on one thread.
 //
 // Frames are named by what they hold and by the canvas width; `camera` is the zoom in percent. "Ratio" is how many

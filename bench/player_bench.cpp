@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The preview of a 2560 x 1440 recording in H.264 with a key picture every two seconds, 60 pictures a second, all edits
 // in force: how soon a seek shows its exact frame, how soon a step does, how many frames a second playing gives, and
 // how soon new settings are seen.

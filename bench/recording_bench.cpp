@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Recording a whole display with the program, beside FFmpeg's grabber and its fastest x264 on the same desktop.
 //
 // Aims: 1920 x 1080 at 60 pictures a second in constant motion loses none on two cores; where nothing moves, a

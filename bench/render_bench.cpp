@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Whole exports against decoding and encoding alone.
 //
 // Aims at 2560 x 1440 and 60 pictures a second, in processor time of all threads: at most 1.15 times what decoding the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A window over a whole display, in which lines of small marks scroll by 120 times a second, as text does in a long
 // document. The server copies them from a picture of its own, so that what scrolls costs next to nothing.
 //   scrolling_text DISPLAY WIDTH HEIGHT

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # The libraries that the program stands on. Which folder may see which of them, a test holds (tests/include_rule_test.cpp).
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)

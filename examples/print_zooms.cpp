@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Prints the zooms that the video of a recording has: when, how close, and where to.
 //   print_zooms FOLDER
 // Needs only what a recording's documents say, so it opens no movie and links neither FFmpeg nor Qt nor X11.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Runs a fuzzer's function over every file of a folder: what was once found stays tested without a fuzzer.
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A cursor picture from anywhere: decoded within the limits, or refused.
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A recording's journal from anywhere: read or refused; what was read survives being written, and a pointer track
 // follows from it.
 

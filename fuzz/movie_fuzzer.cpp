@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A movie from anywhere: opened and read, or refused; and what the repair of recordings makes of it is a plain movie
 // that covers the whole file, or nothing is made.
 

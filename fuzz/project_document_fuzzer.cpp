@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // "project.json" from anywhere: read or refused; what was read survives being written, and an edit state either
 // follows from it or is refused.
 

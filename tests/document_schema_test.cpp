@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Holds the JSON Schemas and docs/formats.md against what the program writes and what it refuses.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The examples, and what it takes to run them: that documents and edit model stand on their own is seen here.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Holds the manual against the program: what it puts between quotation marks has to stand in the sources, commands and
 // options have to be taken, and its pictures have to be there.
 

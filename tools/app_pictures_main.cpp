@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Makes pictures of everything that the application shows, for looking at: the program itself is worked with a pointer
 // and keys on a display server of its own, from the first start to an exported video. Takes about two minutes.
 //

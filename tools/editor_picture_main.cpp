@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Makes a picture of the editor's window, for looking at: without a display, at any scale.
 //
 //   editor_picture FOLDER OUT.png [--size WxH] [--at T] [--font POINTS] [--state STATE]

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Makes recording folders to try things on: documents and cursor pictures of the sort that the recorders write, the
 // same ones at every run, with movies to go with them. A simulated user moves, clicks, drags and scrolls.
 //

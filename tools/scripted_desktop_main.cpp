@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A desktop without a screen, on which a hand that is not there shows a small program: something to record where no
 // display is. Runs a command on that desktop and plays the script meanwhile, which takes about sixteen seconds. The
 // exit status is the command's.

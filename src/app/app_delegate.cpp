@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/app_delegate.h"
 
 #include <system_error>
@@ -342,7 +343,7 @@ void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
     checkVideoCancelled_ = false;
     checkVideoAwake_ = services_.sleep.inhibit("Ein Prüfvideo wird geschrieben.");
     render::CursorRenderer::Options options;
-    options.postToMain = [this, alive = std::weak_ptr(lifetime_)](std::function<void()> work) {
+    options.postToMain = [this, alive = lifetime_.watch()](std::function<void()> work) {
         services_.mainLoop.async([alive, work = std::move(work)] {
             if (!alive.expired()) work();
         });
@@ -465,7 +466,7 @@ void AppDelegate::completionEnded(const CompletionReport& report) {
 }
 
 void AppDelegate::onMain(std::function<void()> work) {
-    services_.mainLoop.async([alive = std::weak_ptr(lifetime_), work = std::move(work)] {
+    services_.mainLoop.async([alive = lifetime_.watch(), work = std::move(work)] {
         if (!alive.expired()) work();
     });
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include "app/recording_flow.h"
 #include "app/session/command_switches.h"
 #include "app/view_in_force.h"
+#include "base/lifetime.h"
 #include "base/serial_queue.h"
 #include "editor/session/second_attempt.h"
 
@@ -82,8 +84,6 @@ class AppDelegate {
     MainWindowModel& window() { return window_; }
 
   private:
-    enum class Lifetime {};
-
     void setChoice(const std::function<void(MainWindowChoices&)>& set);
     void startRecording();
     void reloadDisplays();
@@ -128,10 +128,10 @@ class AppDelegate {
     std::unique_ptr<SleepInhibitor::Hold> checkVideoAwake_;
     std::filesystem::path checkVideoFile_;  // finished, and not shown yet
     std::jthread checkVideo_;
-    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
-    SerialQueue sourceQueue_{"lumivastor.sources"};
-    SerialQueue workQueue_{"lumivastor.work"};
-    SerialQueue encoderQueue_{"lumivastor.tries"};
+    Lifetime lifetime_;
+    SerialQueue sourceQueue_{"app.sources"};
+    SerialQueue workQueue_{"app.work"};
+    SerialQueue encoderQueue_{"app.encoders"};
 };
 
 }  // namespace lumivastor::app

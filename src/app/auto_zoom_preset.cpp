@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/auto_zoom_preset.h"
 
 #include "base/file_replacement.h"

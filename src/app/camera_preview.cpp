@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/camera_preview.h"
 
 #include <utility>
@@ -10,7 +11,7 @@ namespace lumivastor::app {
 CameraPreview::CameraPreview(const capture::RecordingServices& services) : services_(services) {}
 
 CameraPreview::~CameraPreview() {
-    lifetime_.reset();
+    lifetime_.end();
     stop();
     sessionQueue_.drain();
 }
@@ -54,7 +55,7 @@ std::shared_ptr<capture::WebcamPreview> CameraPreview::open() {
 // Opening and closing a camera may take seconds, for which the main thread does not wait.
 void CameraPreview::stop(std::function<void()> completion) {
     generation_.reset();
-    sessionQueue_.async([this, completion = std::move(completion), alive = std::weak_ptr(lifetime_)]() mutable {
+    sessionQueue_.async([this, completion = std::move(completion), alive = lifetime_.watch()]() mutable {
         if (session_) session_->stopRunning();
         session_.reset();
         pictureQueue_.drain();

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "base/lifetime.h"
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
 #include "capture/recording/webcam_preview.h"
@@ -34,16 +36,14 @@ class CameraPreview {
 
   private:
     enum class Generation {};
-    enum class Lifetime {};
-
     std::shared_ptr<capture::WebcamPreview> open();
 
     const capture::RecordingServices services_;
     std::shared_ptr<Generation> generation_;  // one for each start; null while off
-    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+    Lifetime lifetime_;
     std::unique_ptr<platform::CaptureSession> session_;  // the session queue's
-    SerialQueue pictureQueue_{"lumivastor.preview"};
-    SerialQueue sessionQueue_{"lumivastor.preview.session"};
+    SerialQueue pictureQueue_{"app.preview"};
+    SerialQueue sessionQueue_{"preview.session"};
 };
 
 }  // namespace lumivastor::app

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/device_access.h"
 
 #include <utility>
@@ -60,7 +61,7 @@ void DeviceAccess::request(std::string what, std::function<Access()> ask, Comple
         } catch (const RecorderError& error) {
             Log::write("Permissions", what + ": " + error.message());
         }
-        services_.mainLoop.async([alive = std::weak_ptr(lifetime_), completion, access] {
+        services_.mainLoop.async([alive = lifetime_.watch(), completion, access] {
             if (!alive.expired()) completion(access);
         });
     });

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "base/lifetime.h"
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
 
@@ -31,14 +33,12 @@ class DeviceAccess {
     void requestDevice(const platform::CaptureDevice& device, Completion completion);
 
   private:
-    enum class Lifetime {};
-
     /// `what` is asked for, for the log.
     void request(std::string what, std::function<Access()> ask, Completion completion);
 
     const capture::RecordingServices services_;
-    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
-    SerialQueue queue_{"lumivastor.access"};
+    Lifetime lifetime_;
+    SerialQueue queue_{"app.access"};
 };
 
 }  // namespace lumivastor::app

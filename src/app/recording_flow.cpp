@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/recording_flow.h"
 
 #include <system_error>
@@ -257,7 +258,7 @@ void RecordingFlow::running() {
 }
 
 void RecordingFlow::grabShortcut() {
-    stopShortcut_ = services_.grabStopShortcut([this, alive = std::weak_ptr(lifetime_)] {
+    stopShortcut_ = services_.grabStopShortcut([this, alive = lifetime_.watch()] {
         services_.mainLoop.async([this, alive] {
             if (!alive.expired()) stop();
         });
@@ -309,12 +310,11 @@ void RecordingFlow::stop() {
         state.status = "Schließe die Datei ab …";
     });
     if (deviceRecorder_) {
-        deviceRecorder_->stop(
-            [this, alive = std::weak_ptr(lifetime_)](const capture::DeviceRecorder::Outcome& outcome) {
-                if (!alive.expired()) finishedDevice(outcome);
-            });
+        deviceRecorder_->stop([this, alive = lifetime_.watch()](const capture::DeviceRecorder::Outcome& outcome) {
+            if (!alive.expired()) finishedDevice(outcome);
+        });
     } else {
-        recorder_->stop([this, alive = std::weak_ptr(lifetime_)](const capture::Recorder::Outcome& outcome) {
+        recorder_->stop([this, alive = lifetime_.watch()](const capture::Recorder::Outcome& outcome) {
             if (!alive.expired()) finished(outcome);
         });
     }

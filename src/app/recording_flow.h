@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <filesystem>
@@ -13,6 +14,7 @@
 #include "app/device_access.h"
 #include "app/main_window_model.h"
 #include "app/view_in_force.h"
+#include "base/lifetime.h"
 #include "capture/recording/device_recorder.h"
 #include "capture/recording/recorder.h"
 
@@ -76,7 +78,6 @@ class RecordingFlow {
     void stopCameraPreview();
 
   private:
-    enum class Lifetime {};
     /// What is being begun: a source of the desktop or a device.
     using Subject = std::variant<Request, platform::CaptureDevice>;
     struct Granted {
@@ -132,7 +133,7 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> countdownTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
-    std::shared_ptr<Lifetime> lifetime_ = std::make_shared<Lifetime>();
+    Lifetime lifetime_;
     std::unique_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it calls in until it ends
 };
 

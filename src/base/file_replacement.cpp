@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/file_replacement.h"
 
 #include <fcntl.h>
@@ -38,7 +39,8 @@ fs::path folderOf(const fs::path& path) {
 
 // ".project.json." before sixteen digits and ".tmp".
 std::string beginningFor(const fs::path& path) {
-    return "." + path.filename().string() + ".";
+    std::string beginning = ".";
+    return beginning.append(path.filename().string()).append(".");
 }
 
 std::string randomDigits() {

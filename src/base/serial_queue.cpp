@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/serial_queue.h"
 
 #include <utility>
@@ -11,7 +12,7 @@ SerialQueue::SerialQueue(std::string label) : label_(std::move(label)), thread_(
 
 SerialQueue::~SerialQueue() {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         ending_ = true;
     }
     wake_.notify_one();
@@ -24,7 +25,7 @@ void SerialQueue::async(std::function<void()> work) {
 
 void SerialQueue::async(std::shared_ptr<Prepared> work) noexcept {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         Prepared* const handedOver = work.get();
         (last_ == nullptr ? first_ : last_->next_) = std::move(work);
         last_ = handedOver;
@@ -35,25 +36,25 @@ void SerialQueue::async(std::shared_ptr<Prepared> work) noexcept {
 
 void SerialQueue::drain() noexcept {
     precondition(!isCurrent(), "a serial queue cannot wait for itself");
-    std::unique_lock guard(lock_);
+    std::unique_lock hold(lock_);
     ++drains_;
-    oneDone_.wait(guard, [this, upTo = handedOver_] { return done_ >= upTo; });
+    oneDone_.wait(hold, [this, upTo = handedOver_] { return done_ >= upTo; });
     --drains_;
 }
 
 void SerialQueue::run() {
     nameThisThread(label_);
-    std::unique_lock guard(lock_);
+    std::unique_lock hold(lock_);
     for (;;) {
-        wake_.wait(guard, [this] { return ending_ || first_ != nullptr; });
+        wake_.wait(hold, [this] { return ending_ || first_ != nullptr; });
         if (first_ == nullptr) return;
         std::shared_ptr<Prepared> work = std::exchange(first_, nullptr);
         first_ = std::exchange(work->next_, nullptr);
         if (first_ == nullptr) last_ = nullptr;
-        guard.unlock();
+        hold.unlock();
         work->work_();
         work = nullptr;  // what it captured goes before the lock is taken again
-        guard.lock();
+        hold.lock();
         ++done_;
         if (drains_ > 0) oneDone_.notify_all();
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/thread_name.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,7 @@ namespace {
 TEST(ThreadName, KeepsWhatFits) {
     EXPECT_EQ(shortThreadName(""), "");
     EXPECT_EQ(shortThreadName("writer.disk"), "writer.disk");
-    EXPECT_EQ(shortThreadName("aufnahme.zeiger"), "aufnahme.zeiger");
+    EXPECT_EQ(shortThreadName("x11.pointer"), "x11.pointer");
 }
 
 TEST(ThreadName, KeepsTheEndThatTellsThreadsApart) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/interruption.h"
 
 #include <gtest/gtest.h>
@@ -14,8 +15,8 @@ namespace {
 bool waitForStop(const std::stop_token& token) {
     std::mutex lock;
     std::condition_variable_any wake;
-    std::unique_lock guard(lock);
-    return wake.wait_for(guard, token, std::chrono::seconds(20), [] { return false; }) || token.stop_requested();
+    std::unique_lock hold(lock);
+    return wake.wait_for(hold, token, std::chrono::seconds(20), [] { return false; }) || token.stop_requested();
 }
 
 TEST(Interruption, TurnsSignalsIntoARequestToStop) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "edit/composition.h"
 
 #include <utility>
@@ -23,7 +24,7 @@ Composition::Composition(const Composition& other, const model::ProjectSettings&
 }
 
 std::shared_ptr<Composition::Shown> Composition::shown() const {
-    const std::scoped_lock guard(stateLock_);
+    const std::lock_guard hold(stateLock_);
     return shown_;
 }
 
@@ -39,7 +40,7 @@ void Composition::setSettings(const model::ProjectSettings& settings) {
 void Composition::rebuild(const model::ProjectSettings& settings, const EditState* previous) {
     auto next = std::make_shared<Shown>();
     next->state = deriveEditState(*recording_, settings, canvas_, previous);
-    const std::scoped_lock guard(stateLock_);
+    const std::lock_guard hold(stateLock_);
     // The old state goes after the lock.
     shown_.swap(next);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "edit/cursor_engine.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "imaging/picture_pool.h"
 
 #include <algorithm>
@@ -73,7 +74,7 @@ struct PicturePool::Free {
         std::unique_ptr<Buffer> buffer;
         try {
             {
-                const std::scoped_lock guard(self->lock);
+                const std::lock_guard hold(self->lock);
                 auto& free = (*self).*list;
                 if (!free.empty()) {
                     buffer = std::move(free.back());
@@ -86,7 +87,7 @@ struct PicturePool::Free {
             return {buffer.release(), [list, home = std::weak_ptr<Free>(self)](Buffer* returned) {
                         std::unique_ptr<Buffer> owned(returned);
                         if (const auto pool = home.lock()) {
-                            const std::scoped_lock guard(pool->lock);
+                            const std::lock_guard hold(pool->lock);
                             ((*pool).*list).push_back(std::move(owned));
                         }
                     }};

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // What saving does to the files, which is the same for all three documents.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/picture_supply.h"
 
 #include <algorithm>
@@ -28,7 +29,7 @@ PictureSupply::PictureSupply(const media::CompositionTrack& track, const Options
 
 PictureSupply::~PictureSupply() {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         isEnding_ = true;
     }
     wake_.notify_one();
@@ -37,7 +38,7 @@ PictureSupply::~PictureSupply() {
 
 void PictureSupply::setGoals(std::vector<TimeRange> goals, const MediaTime& playhead) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         cache_.setGoals(std::move(goals), playhead);
         isResting_ = false;
         ++goalsRound_;
@@ -46,24 +47,24 @@ void PictureSupply::setGoals(std::vector<TimeRange> goals, const MediaTime& play
 }
 
 std::optional<ShownPicture> PictureSupply::find(const MediaTime& time) const {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     const ShownPicture* const found = cache_.find(time);
     return found == nullptr ? std::nullopt : std::optional(*found);
 }
 
 std::optional<ShownPicture> PictureSupply::findBefore(const MediaTime& time) const {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     const ShownPicture* const found = cache_.findBefore(time);
     return found == nullptr ? std::nullopt : std::optional(*found);
 }
 
 std::optional<RecorderError> PictureSupply::error() const {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     return error_;
 }
 
 std::int64_t PictureSupply::decodedCount() const {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     return decodedCount_;
 }
 
@@ -77,20 +78,20 @@ std::optional<MediaTime> PictureSupply::nextGap() const {
 }
 
 void PictureSupply::run() {
-    std::unique_lock guard(lock_);
+    std::unique_lock hold(lock_);
     for (;;) {
         std::optional<MediaTime> gap;
-        wake_.wait(guard, [&] {
+        wake_.wait(hold, [&] {
             gap = nextGap();
             return isEnding_ || gap;
         });
         if (isEnding_) return;
         const std::int64_t round = goalsRound_;
-        guard.unlock();
+        hold.unlock();
         bool isEnded = false;
         const ShownPicture found = findOrGiveUp(*gap, isEnded);
         if (!isEnded) take(found, *gap);
-        guard.lock();
+        hold.lock();
         // Decoded and yet not there: to try again at once would be to try forever.
         isResting_ = !isEnded && round == goalsRound_ && cache_.find(*gap) == nullptr;
     }
@@ -108,7 +109,7 @@ ShownPicture PictureSupply::findOrGiveUp(const MediaTime& target, bool& isEnded)
     } catch (const std::bad_alloc&) {
         reason = "Der Arbeitsspeicher reicht nicht.";
     }
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     error_ = RecorderError(reason);
     // What cannot even be opened is not tried again for every frame.
     return {std::nullopt, decodedCount_ == 0 ? kAlways : TimeRange{target, kTick}, 0};
@@ -119,7 +120,7 @@ bool PictureSupply::take(const ShownPicture& picture, const MediaTime& target) {
     bool goesOn = false;
     bool isWanted = false;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         if (picture.picture) {
             ++decodedCount_;
             typicalBytes_ = picture.bytes;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/player.h"
 
 #include <algorithm>
@@ -242,7 +243,7 @@ void Player::Core::endSeek(bool isFinished) {
 
 void Player::Core::deliver(Delivery delivery) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         if (std::exchange(delivery_, std::move(delivery))) return;  // one is on its way already
     }
     post([](Core& core) { core.takeDelivery(); });
@@ -251,7 +252,7 @@ void Player::Core::deliver(Delivery delivery) {
 void Player::Core::takeDelivery() {
     std::optional<Delivery> delivery;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         delivery = std::exchange(delivery_, std::nullopt);
     }
     if (!delivery || delivery->order != order_) return;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/player_pictures.h"
 
 #include <algorithm>
@@ -77,7 +78,7 @@ PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, Fram
 
 PlayerPictures::~PlayerPictures() {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         isEnding_ = true;
     }
     wake_.notify_one();
@@ -92,7 +93,7 @@ PlayerPictures::~PlayerPictures() {
 template <typename Change>
 void PlayerPictures::tell(Change change) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         change(wish_);
         isNews_ = true;
     }
@@ -145,7 +146,7 @@ Player::Statistics PlayerPictures::statistics() const {
 
 void PlayerPictures::wake() {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         isNews_ = true;
     }
     wake_.notify_one();
@@ -153,11 +154,11 @@ void PlayerPictures::wake() {
 
 void PlayerPictures::run() {
     const auto isAwake = [this] { return isEnding_ || isNews_; };
-    std::unique_lock guard(lock_);
+    std::unique_lock hold(lock_);
     while (!isEnding_) {
         const Wish wish = wish_;
         isNews_ = false;
-        guard.unlock();
+        hold.unlock();
         if (begun_ != wish.order) {
             begun_ = wish.order;
             shown_.reset();
@@ -168,11 +169,11 @@ void PlayerPictures::run() {
         }
         const Seconds rest = wish.isPlaying ? playOn(wish) : stand(wish);
         reportSupplies();
-        guard.lock();
+        hold.lock();
         if (!rest) {
-            wake_.wait(guard, isAwake);
+            wake_.wait(hold, isAwake);
         } else if (*rest > 0) {
-            wake_.wait_for(guard, std::chrono::duration<double>(*rest), isAwake);
+            wake_.wait_for(hold, std::chrono::duration<double>(*rest), isAwake);
         }
     }
 }

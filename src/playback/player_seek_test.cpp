@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -141,7 +142,7 @@ TEST_F(PlayerSeeking, WhileTheFrameStandsANewCompositorMakesItAgain) {
     std::mutex lock;
     player_->setVideoCompositor(
         [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double seconds) {
-            const std::scoped_lock guard(lock);
+            const std::lock_guard hold(lock);
             moments.push_back(seconds);
             return screen.faded(0.5);
         });

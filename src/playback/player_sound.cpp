@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/player_sound.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ PlayerSound::PlayerSound(const media::MutableComposition& movie, const std::vect
 
 PlayerSound::~PlayerSound() {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         precondition(output_ == nullptr, "stopped before it is destroyed");
         isEnding_ = true;
     }
@@ -67,7 +68,7 @@ std::vector<float> PlayerSound::volumesOf(const std::vector<media::AudioMixInput
 void PlayerSound::cue(double seconds) {
     const std::int64_t frame = frameOf(seconds);
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         precondition(output_ == nullptr, "cued when not running");
         if (frame == cued_) return;
         decodeFrom(frame);
@@ -93,13 +94,13 @@ void PlayerSound::decodeAgain(std::int64_t source) {
 
 void PlayerSound::start(platform::SoundOutput& output, std::function<void(const RecorderError&)> lost) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         precondition(output_ == nullptr, "started when not running");
         for (Volume& volume : volumes_) volume.now = volume.target;
     }
     output.start({[this](std::span<float> values) { fill(values); }, std::move(lost)});
     // Only now: before, the output would still tell how much was heard of its last run.
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     output_ = &output;
     ++run_;
 }
@@ -109,13 +110,13 @@ void PlayerSound::stop() {
     const std::int64_t source = heard(output);
     if (output == nullptr) return;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         output_ = nullptr;
         cued_ = source;
     }
     output->stop();
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         decodeFrom(source);
     }
     wake_.notify_one();
@@ -123,13 +124,13 @@ void PlayerSound::stop() {
 
 void PlayerSound::setMix(const std::vector<media::AudioMixInput>& mix) {
     const std::vector<float> volumes = volumesOf(mix);
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     for (std::size_t i = 0; i < volumes_.size(); ++i) volumes_[i].target = volumes[i];
 }
 
 void PlayerSound::setRanges(PlayedRanges ranges) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         ranges_ = std::move(ranges);
         if (output_ == nullptr) {
             decodeFrom(cued_);
@@ -146,14 +147,14 @@ void PlayerSound::setRanges(PlayedRanges ranges) {
 std::int64_t PlayerSound::heard(platform::SoundOutput*& output) const {
     std::int64_t run = 0;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         output = output_;
         run = run_;
         if (output == nullptr) return cued_;
     }
     // Outside of the lock: the output may be asking for sound at this moment.
     const std::int64_t frames = output->heardFrames();
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     return output_ == nullptr || run != run_ ? cued_ : ledger_.sourceAt(frames);
 }
 
@@ -165,7 +166,7 @@ double PlayerSound::position() const {
 double PlayerSound::elapsed() const {
     const platform::SoundOutput* output = nullptr;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         output = output_;
     }
     return output == nullptr ? 0 : secondsOf(output->heardFrames());
@@ -175,13 +176,13 @@ bool PlayerSound::isFinished() const {
     const platform::SoundOutput* output = nullptr;
     std::int64_t run = 0;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         output = output_;
         run = run_;
         if (output == nullptr || !isDecoded_ || !blocks_.empty()) return false;
     }
     const std::int64_t frames = output->heardFrames();
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     const bool isSame = output_ != nullptr && run == run_;
     return isSame && isDecoded_ && blocks_.empty() && frames >= ledger_.soundEnd();
 }
@@ -189,7 +190,7 @@ bool PlayerSound::isFinished() const {
 // On the output's thread.
 void PlayerSound::fill(std::span<float> values) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         while (!values.empty() && !blocks_.empty()) {
             Block& block = blocks_.front();
             const std::size_t count = std::min(values.size() / kChannels, block.frames - block.used);
@@ -235,9 +236,9 @@ void PlayerSound::decode() {
             std::make_unique<media::SoundTrackReader>(*movie_.track(id), platform::SoundOutput::kFormat, 0));
     }
     std::int64_t at = 0;  // where the readers stand
-    std::unique_lock guard(lock_);
+    std::unique_lock hold(lock_);
     for (;;) {
-        wake_.wait(guard, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMostAhead); });
+        wake_.wait(hold, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMostAhead); });
         if (isEnding_) return;
         const std::optional<double> from = ranges_.playableFrom(secondsOf(decodeFrom_));
         if (!from) {
@@ -251,7 +252,7 @@ void PlayerSound::decode() {
         const std::int64_t left = block.range.end - block.source;
         block.frames = static_cast<std::size_t>(std::clamp<std::int64_t>(left, 1, kBlockFrames));
         const std::int64_t round = decodeRound_;
-        guard.unlock();
+        hold.unlock();
         if (at != block.source) {
             for (const auto& reader : readers) {
                 if (reader) reader->seek(block.source);
@@ -259,7 +260,7 @@ void PlayerSound::decode() {
         }
         at = block.source + static_cast<std::int64_t>(block.frames);
         read(block, readers);
-        guard.lock();
+        hold.lock();
         if (round != decodeRound_) continue;
         decodeFrom_ = at;
         framesAhead_ += static_cast<std::int64_t>(block.frames);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "playback/player.h"
 
 #include <gtest/gtest.h>
@@ -191,14 +192,14 @@ TEST_F(PlayerPlaying, ASlowCompositorCostsPicturesAndNeverSound) {
     std::atomic<int> made = 0;
     PlayerItem slow = item();
     slow.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) {
-        std::unique_lock guard(lock);
-        wake.wait(guard, [&] { return allowed > 0; });
+        std::unique_lock hold(lock);
+        wake.wait(hold, [&] { return allowed > 0; });
         --allowed;
         ++made;
         return screen;
     };
     const auto allow = [&](int more) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         allowed += more;
         wake.notify_all();
     };
@@ -455,7 +456,7 @@ TEST_F(PlayerPlaying, TheWebcamShowsTheSameMomentsAndHoldsItsLastPicture) {
     std::mutex lock;
     std::vector<std::pair<double, int>> seen;
     both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face, double seconds) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         seen.emplace_back(seconds, face ? pictureNumber(*face) : -1);
         return screen;
     };

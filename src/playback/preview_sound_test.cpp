@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // What the player plays is heard again with the sound capture. This is the lowest folder that may use both.
 
 #include "platform/sound/sound_output.h"
@@ -47,12 +49,12 @@ struct Listener {
                     asked += static_cast<std::int64_t>(values.size() / 2);
                 },
                 [this](const RecorderError& reason) {
-                    const std::scoped_lock guard(lock);
+                    const std::lock_guard hold(lock);
                     losses.push_back(reason.message());
                 }};
     }
     std::vector<std::string> lost() {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         return losses;
     }
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/cursor_renderer.h"
 
 #include <algorithm>
@@ -72,7 +73,7 @@ struct Pumps {
     Pumps(std::ptrdiff_t count, std::stop_token stopping) : stop(std::move(stopping)), running(count) {}
 
     void keepFirst(const RecorderError& reason) noexcept {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         if (!error) error = reason;
         hasFailed = true;
     }
@@ -88,7 +89,7 @@ struct Pumps {
     bool areStopping() const { return hasFailed || stop.stop_requested(); }
 
     std::optional<RecorderError> firstError() {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         return error;
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/cursor_renderer.h"
 
 #include <gtest/gtest.h>
@@ -515,7 +516,7 @@ TEST_F(CheckVideo, ReportsEveryFifteenPicturesAndKeepsOneForTheEnd) {
     std::vector<double> parts;
     Options options;
     options.progress = [&](double part) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         parts.push_back(part);
     };
     renderSync(folder_.path(), options);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/movie_renderer.h"
 
 #include <atomic>
@@ -352,7 +353,7 @@ bool Export::copySound() {
 }
 
 void Export::record(const RecorderError& error) noexcept {
-    const std::scoped_lock guard(exportLock_);
+    const std::lock_guard hold(exportLock_);
     if (!error_) error_ = error;
     hasFailed_ = true;
 }
@@ -363,7 +364,7 @@ RenderResult Export::finish() {
         throw RecorderError("Abgebrochen.");
     }
     {
-        const std::scoped_lock guard(exportLock_);
+        const std::lock_guard hold(exportLock_);
         if (error_) throw RecorderError(*error_);
     }
     if (!writer_->finishWriting()) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/movie_renderer.h"
 
 #include <gtest/gtest.h>
@@ -195,7 +196,7 @@ TEST_F(ExportedPictures, ProgressRisesToOneOnTheThreadThatWasNamed) {
     RenderOptions options;
     options.progress = [&](double value) { values.push_back(value); };
     options.postToMain = [&](std::function<void()> call) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         posted.push_back(std::move(call));
     };
     render(options);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The program itself, on a display server and a sound server of the tests' own. Longer runs of the same with figures:
 // tools/recording-trials.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/beeper.h"
 
 #include <pulse/pulseaudio.h>
@@ -68,7 +69,7 @@ class Beeper::Player {
     Player& operator=(const Player&) = delete;
 
     std::vector<double> beeps() const {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         std::vector<double> all;
         if (std::ssize(readings_) < kAround) return all;
         const double now = hostClockSeconds();
@@ -121,7 +122,7 @@ class Beeper::Player {
         const double heard = hostClockSeconds() - static_cast<double>(info->transport_usec) * 1e-6 +
                              static_cast<double>(info->sink_usec) * 1e-6;
         const std::int64_t frame = info->read_index / (kChannels * static_cast<std::int64_t>(sizeof(float)));
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         if (readings_.empty() || frame > readings_.back().frame) readings_.push_back({frame, heard});
     }
 
@@ -152,7 +153,7 @@ class Beeper::Player {
         if (room == static_cast<std::size_t>(-1) || room < kChannels * sizeof(float)) return;
         std::vector<float> values;
         const std::int64_t frames = static_cast<std::int64_t>(room / (kChannels * sizeof(float)));
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         for (std::int64_t frame = written_; frame < written_ + frames; ++frame) {
             const std::int64_t within = (frame - kFirst + kPeriod) % kPeriod;
             const bool beeps = frame > kPeriod && within < kBeepFrames;

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Checks JSON documents against a schema, for tests.
 
     check_documents.py SCHEMA FILE...

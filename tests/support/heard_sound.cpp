@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/heard_sound.h"
 
 #include <gtest/gtest.h>
@@ -16,20 +17,20 @@ namespace lumivastor {
 
 platform::SoundSource::Handler HeardSound::handler() {
     return [this](const platform::SoundBuffer& buffer) {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         buffers_.push_back(buffer);
     };
 }
 
 platform::SoundSource::EndHandler HeardSound::endHandler() {
     return [this](const std::string& reason) {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         ends_.push_back(reason);
     };
 }
 
 std::vector<double> HeardSound::beeps() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     // A beep jumps to half of full scale at once; what resampling and a mix to one channel leave of it is above this.
     constexpr float kLoud = 0.2F;
     std::vector<double> found;
@@ -46,23 +47,23 @@ std::vector<double> HeardSound::beeps() const {
 }
 
 std::vector<std::string> HeardSound::ends() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     return ends_;
 }
 
 std::vector<platform::SoundBuffer> HeardSound::buffers() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     return buffers_;
 }
 
 std::size_t HeardSound::frames() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     return std::accumulate(buffers_.begin(), buffers_.end(), std::size_t{0},
                            [](std::size_t sum, const platform::SoundBuffer& buffer) { return sum + buffer.frames(); });
 }
 
 int HeardSound::jumps() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     int count = 0;
     for (std::size_t i = 1; i < buffers_.size(); ++i) {
         const platform::SoundBuffer& before = buffers_[i - 1];
@@ -74,7 +75,7 @@ int HeardSound::jumps() const {
 }
 
 bool HeardSound::ranBackward() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     for (std::size_t i = 1; i < buffers_.size(); ++i) {
         const platform::SoundBuffer& before = buffers_[i - 1];
         const double end = before.hostSeconds + static_cast<double>(before.frames()) / before.sampleRate;
@@ -84,7 +85,7 @@ bool HeardSound::ranBackward() const {
 }
 
 void HeardSound::clear() {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     buffers_.clear();
     ends_.clear();
 }

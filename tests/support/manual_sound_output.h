@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <algorithm>
@@ -18,11 +19,11 @@ class ManualSoundOutput final : public platform::SoundOutput {
     static constexpr std::int64_t kAheadFrames = 2400;
 
     void start(Client client) override {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         ++starts_;
         written_ = 0;
         {
-            const std::scoped_lock clock(clockLock_);
+            const std::lock_guard clock(clockLock_);
             heard_ = 0;
         }
         if (isBroken_) {
@@ -34,13 +35,13 @@ class ManualSoundOutput final : public platform::SoundOutput {
     }
 
     void stop() override {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         isRunning_ = false;
         client_ = {};
     }
 
     std::int64_t heardFrames() const override {
-        const std::scoped_lock guard(clockLock_);
+        const std::lock_guard hold(clockLock_);
         return heard_;
     }
 
@@ -50,38 +51,38 @@ class ManualSoundOutput final : public platform::SoundOutput {
         while (frames > 0) {
             const std::int64_t step = std::min<std::int64_t>(frames, 480);
             frames -= step;
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             if (!isRunning_) return;
             ask(heard_ + step + kAheadFrames);
-            const std::scoped_lock clock(clockLock_);
+            const std::lock_guard clock(clockLock_);
             heard_ += step;
         }
     }
 
     /// As when the server goes away.
     void lose() {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         if (!isRunning_) return;
         isRunning_ = false;
         client_.lost(RecorderError("Der Tonserver ist weg."));
     }
     /// From now on there is no server.
     void breakDown() {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         isBroken_ = true;
     }
 
     bool isRunning() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return isRunning_;
     }
     int starts() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return starts_;
     }
     /// Everything asked for so far, of all runs, interleaved.
     std::vector<float> sound() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return sound_;
     }
 

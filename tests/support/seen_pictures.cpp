@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/seen_pictures.h"
 
 #include <gtest/gtest.h>
@@ -12,23 +13,23 @@ void SeenPictures::watch(platform::CaptureSession& session, bool discardsLate) {
         const imaging::BgraPremultipliedBuffer& image = *sample.image;
         const std::uint8_t* const pixel = image.pixel(image.width() / 2, image.height() / 2);
         EXPECT_EQ(pixel[3], 255);
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         pictures_.push_back({sample.hostSeconds, hostClockSeconds(), image.width(), image.height(), pixel[1]});
     }));
     hasSound_ = session.addAudioOutput(queue_, sound_.handler());
     session.onInterruption([this](const std::string& reason) {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         interruptions_.push_back(reason);
     });
 }
 
 std::vector<SeenPictures::Seen> SeenPictures::pictures() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     return pictures_;
 }
 
 std::vector<std::string> SeenPictures::interruptions() const {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     return interruptions_;
 }
 

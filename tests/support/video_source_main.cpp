@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A camera for tests: a PipeWire video source with pictures of one grey, which grows by one from picture to picture.
 //   video_source REMOTE NAME WIDTH HEIGHT [--bare] [--yuv]
 // 30 pictures a second, BGRx or (--yuv) YUY2. --bare: without time stamps and with stride 0, as some sources are.

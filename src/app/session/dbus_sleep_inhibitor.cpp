@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/session/dbus_sleep_inhibitor.h"
 
 #include <QDBusConnection>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The program itself, on a display server, a sound server and a camera of the tests' own, worked with pointer and keys.
 
 #include "app/startup/application.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/journal/journal.h"
 
 #include <fcntl.h>
@@ -83,7 +84,7 @@ void Journal::end() {
 }
 
 void Journal::run() {
-    nameThisThread("lumi.journal");
+    nameThisThread("journal.disk");
     std::unique_lock hold(lock_);
     for (;;) {
         wake_.wait(hold, [this] { return ending_ || !waiting_.empty(); });

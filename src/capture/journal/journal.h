@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <condition_variable>
@@ -11,7 +12,7 @@
 
 namespace lumivastor::capture {
 
-/// Appends lines to the journal of a running recording, on a thread of its own ("lumi.journal"), so that nobody
+/// Appends lines to the journal of a running recording, on a thread of its own ("journal.disk"), so that nobody
 /// who records waits for the disk. A line is with the operating system within a quarter of a second. Failure never
 /// reaches a recorder: what cannot be written waits within a bound for room on the disk, and is left out beyond it.
 /// Any thread, unless a function says otherwise.

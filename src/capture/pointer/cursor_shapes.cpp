@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/pointer/cursor_shapes.h"
 
 #include "base/stable_hash.h"

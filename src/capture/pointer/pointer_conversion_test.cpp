@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/pointer/pointer_conversion.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // What is on the disk when: the documents and all that they name before the journal goes.
 
 #include <gtest/gtest.h>
@@ -39,15 +41,15 @@ class SyncRecord {
         synced.hadJournal = std::filesystem::exists(folder / "journal");
         synced.hadPointer = std::filesystem::exists(folder / "pointer.json");
         synced.hadCapture = std::filesystem::exists(folder / "capture.json");
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         all_.push_back(std::move(synced));
     }
     std::vector<Synced> all() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return all_;
     }
     void clear() {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         all_.clear();
     }
 

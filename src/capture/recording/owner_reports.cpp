@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/owner_reports.h"
 
 #include <utility>
@@ -11,8 +12,8 @@ OwnerReports::OwnerReports(MainLoop& mainLoop, const char* category, const Error
     : mainLoop_(mainLoop), category_(category), onError_(onError), onNotice_(onNotice) {}
 
 void OwnerReports::onMain(std::function<void()> work) {
-    mainLoop_.async([isSilent = isSilent_, work = std::move(work)] {
-        if (!*isSilent) work();
+    mainLoop_.async([alive = watch_, work = std::move(work)] {
+        if (!alive.expired()) work();
     });
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <functional>
@@ -5,6 +6,7 @@
 #include <mutex>
 #include <string>
 
+#include "base/lifetime.h"
 #include "base/main_loop.h"
 #include "base/recorder_error.h"
 
@@ -33,7 +35,7 @@ class OwnerReports {
     /// Main thread: what comes later about giving up is old news.
     void setStopped() { isStopped_ = true; }
     /// Main thread: nothing is told from now on. For owners whose destructor waits for threads that may still tell.
-    void silence() { *isSilent_ = true; }
+    void silence() { lifetime_.end(); }
 
     /// Runs work there, unless this object is gone or silenced by then.
     void onMain(std::function<void()> work);
@@ -47,7 +49,8 @@ class OwnerReports {
     bool gaveUp_ = false;     // guarded by lock_
     bool isStopped_ = false;  // main thread only
     // Main thread only. Shared with work that is on its way there and may come later than this object's end.
-    const std::shared_ptr<bool> isSilent_ = std::make_shared<bool>(false);
+    Lifetime lifetime_;
+    const Lifetime::Watch watch_ = lifetime_.watch();  // any thread
 };
 
 }  // namespace lumivastor::capture

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/owner_reports.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/recorder.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <atomic>
@@ -60,7 +61,7 @@ class WebcamRecorder {
     const RecordingServices services_;
     SerialQueue queue_{"lumivastor.webcam"};
     /// Starting a camera takes a moment, which nobody waits for.
-    SerialQueue sessionQueue_{"lumivastor.camera"};
+    SerialQueue sessionQueue_{"webcam.session"};
     platform::PictureSize size_;
     std::optional<PictureFitter> fitter_;       // set before the session runs; then the queue's
     media::VideoWriterInput* input_ = nullptr;  // set before the session runs

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/window_frame_tracker.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/preview/studio_preview.h"
 
 #include <mutex>
@@ -17,11 +18,11 @@ class StudioPreview::LiveComposition {
         : composition_(std::move(composition)) {}
 
     void set(std::shared_ptr<const edit::Composition> composition) {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         composition_.swap(composition);
     }
     std::shared_ptr<const edit::Composition> current() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return composition_;
     }
     imaging::Picture compose(const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/session/export_job.h"
 
 #include <utility>
@@ -18,13 +19,11 @@ std::unique_ptr<const edit::Composition> onExportCanvas(const edit::Composition&
 
 ExportJob::ExportJob(const edit::Composition& composition, const model::ProjectSettings& settings, MainLoop& loop,
                      Callbacks callbacks)
-    : callbacks_(std::move(callbacks)),
-      composition_(onExportCanvas(composition, settings)),
-      alive_(std::make_shared<const bool>(true)) {
+    : callbacks_(std::move(callbacks)), composition_(onExportCanvas(composition, settings)) {
     render::RenderOptions options;
-    options.postToMain = [&loop, weak = std::weak_ptr(alive_)](std::function<void()> work) {
-        loop.async([weak, work = std::move(work)] {
-            if (const auto alive = weak.lock()) work();
+    options.postToMain = [&loop, alive = lifetime_.watch()](std::function<void()> work) {
+        loop.async([alive, work = std::move(work)] {
+            if (!alive.expired()) work();
         });
     };
     options.progress = [this](double fraction) {

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <functional>
 #include <memory>
 #include <thread>
 
+#include "base/lifetime.h"
 #include "base/main_loop.h"
 #include "edit/composition.h"
 #include "model/project_settings.h"
@@ -41,7 +43,7 @@ class ExportJob {
     std::unique_ptr<const edit::Composition> composition_;
     bool cancelled_ = false;
     // Work that arrives when the job is gone finds this gone, too.
-    std::shared_ptr<const bool> alive_;
+    Lifetime lifetime_;
     std::jthread thread_;  // last: it uses everything above
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "imaging/painting/axis_placement.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "imaging/painting/band_workers.h"
 
 #include <new>
@@ -21,7 +22,7 @@ BandWorkers::BandWorkers(int threads) {
 
 BandWorkers::~BandWorkers() {
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard hold(lock_);
         ending_ = true;
     }
     wake_.notify_all();
@@ -34,7 +35,7 @@ void BandWorkers::run(int bands, const std::function<void(int, int)>& work) {
         return;
     }
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard hold(lock_);
         work_ = &work;
         bands_ = bands;
         next_ = 0;
@@ -45,8 +46,8 @@ void BandWorkers::run(int bands, const std::function<void(int, int)>& work) {
     workOff(work, bands, 0);
     std::exception_ptr failure;
     {
-        std::unique_lock guard(lock_);
-        done_.wait(guard, [this] { return busy_ == 0; });
+        std::unique_lock hold(lock_);
+        done_.wait(hold, [this] { return busy_ == 0; });
         work_ = nullptr;
         failure = std::exchange(failure_, nullptr);
     }
@@ -63,7 +64,7 @@ void BandWorkers::workOff(const std::function<void(int, int)>& work, int bands, 
     // Handed over outside of the `catch`, so that this thread holds nothing of the exception any more.
     if (!failure) return;
     next_ = bands;
-    const std::lock_guard guard(lock_);
+    const std::lock_guard hold(lock_);
     if (!failure_) failure_ = std::move(failure);
 }
 
@@ -73,15 +74,15 @@ void BandWorkers::serve(int thread) {
         const std::function<void(int, int)>* work = nullptr;
         int bands = 0;
         {
-            std::unique_lock guard(lock_);
-            wake_.wait(guard, [&] { return ending_ || round_ != seen; });
+            std::unique_lock hold(lock_);
+            wake_.wait(hold, [&] { return ending_ || round_ != seen; });
             if (ending_) return;
             seen = round_;
             work = work_;
             bands = bands_;
         }
         workOff(*work, bands, thread);
-        const std::lock_guard guard(lock_);
+        const std::lock_guard hold(lock_);
         if (--busy_ == 0) done_.notify_one();
     }
 }

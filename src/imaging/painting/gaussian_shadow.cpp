@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "imaging/painting/gaussian_shadow.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "imaging/painting/prepared_layers.h"
 
 #include <cairo.h>
@@ -177,23 +178,23 @@ BgraPremultipliedBuffer makeRing(const RingStyle& style) {
 template <typename Make>
 PreparedLayers::Layer PreparedLayers::reuseOrMake(Slot& slot, const Inputs& inputs, const Make& make) {
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard hold(lock_);
         if (slot.inputs == inputs) return slot.layer;
     }
     auto layer = std::make_shared<const BgraPremultipliedBuffer>(make());
-    const std::lock_guard guard(lock_);
+    const std::lock_guard hold(lock_);
     slot = {inputs, layer};
     return layer;
 }
 
 std::shared_ptr<const StudioBackground> PreparedLayers::background(int width, int height, const RgbColour& tone) {
     {
-        const std::lock_guard guard(lock_);
+        const std::lock_guard hold(lock_);
         const StudioBackground* const last = background_.get();
         if (last != nullptr && last->width == width && last->height == height && last->tone == tone) return background_;
     }
     auto made = std::make_shared<const StudioBackground>(width, height, tone);
-    const std::lock_guard guard(lock_);
+    const std::lock_guard hold(lock_);
     background_ = made;
     return made;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/reading/asset_reader.h"
 
 #include <utility>
@@ -62,7 +63,7 @@ StoredSampleOutput& AssetReader::addStoredSampleOutput(int trackId) {
 
 bool AssetReader::startReading() {
     {
-        const std::scoped_lock guard(state_->lock);
+        const std::lock_guard hold(state_->lock);
         precondition(state_->status == Status::unknown, "a reader is started once");
         state_->status = Status::reading;
         state_->outputsRunning = static_cast<int>(videoOutputs_.size() + audioOutputs_.size() + storedOutputs_.size());
@@ -89,17 +90,17 @@ bool AssetReader::startReading() {
 }
 
 AssetReader::Status AssetReader::status() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->status;
 }
 
 std::optional<RecorderError> AssetReader::error() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->error;
 }
 
 std::optional<MediaTime> AssetReader::failureTime() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->failureTime;
 }
 

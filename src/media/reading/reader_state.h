@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <mutex>
@@ -20,7 +21,7 @@ struct ReaderState {
     std::optional<MediaTime> failureTime;                       // guarded by lock
 
     void fail(const RecorderError& reason, const MediaTime& time) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         if (status == AssetReader::Status::failed) return;
         status = AssetReader::Status::failed;
         error = reason;
@@ -28,7 +29,7 @@ struct ReaderState {
     }
 
     void outputEnded() {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         if (--outputsRunning == 0 && status == AssetReader::Status::reading) status = AssetReader::Status::completed;
     }
 };

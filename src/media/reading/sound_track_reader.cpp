@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/reading/sound_track_reader.h"
 
 #include <algorithm>

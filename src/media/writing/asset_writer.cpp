@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/writing/asset_writer.h"
 
 #include <algorithm>
@@ -233,7 +234,7 @@ AssetWriter::AssetWriter(std::filesystem::path path, MovieContainer container, s
 
 AssetWriter::~AssetWriter() {
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         if (shared_->status == Status::writing) shared_->status = Status::cancelled;
     }
     waitForEncoders();
@@ -297,14 +298,14 @@ bool AssetWriter::startWriting() {
     } catch (...) {
         return fail(handledError("Der Film konnte nicht angelegt werden"), WriterShared::Part::other);
     }
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     shared_->sink = std::move(sink);
     shared_->status = Status::writing;
     return true;
 }
 
 void AssetWriter::startSession(const MediaTime& start) {
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     precondition(!shared_->sessionStarted && shared_->status != Status::unknown, "one session, after the start");
     shared_->sessionStart = start;
     shared_->sessionStarted = true;
@@ -312,7 +313,7 @@ void AssetWriter::startSession(const MediaTime& start) {
 
 void AssetWriter::endSession(const MediaTime& end) {
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         precondition(shared_->sessionStarted, "a session that has started");
     }
     precondition(end >= shared_->sessionStart, "a session ends after its start");
@@ -338,14 +339,14 @@ bool AssetWriter::finishWriting() {
         shared_->sink->close();
         return false;
     }
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     shared_->status = Status::completed;
     return true;
 }
 
 void AssetWriter::cancelWriting() {
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         precondition(shared_->status != Status::completed, "a finished movie is not cancelled");
         if (shared_->status == Status::unknown) return;
         shared_->status = Status::cancelled;
@@ -360,17 +361,17 @@ void AssetWriter::cancelWriting() {
 }
 
 AssetWriter::Status AssetWriter::status() const {
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     return shared_->status;
 }
 
 std::optional<RecorderError> AssetWriter::error() const {
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     return shared_->error;
 }
 
 bool AssetWriter::encoderFailed() const {
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     return shared_->encoderFailed;
 }
 

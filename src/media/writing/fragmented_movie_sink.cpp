@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/writing/fragmented_movie_sink.h"
 
 #include <sys/file.h>
@@ -98,14 +99,14 @@ void FragmentedMovieSink::begin() {
         tracks_[i].header.sampleDescription = descriptions[i];
         headers.push_back(tracks_[i].header);
     }
-    std::unique_lock held(lock_);
-    store(fragmentedBeginning(headers), held);
+    std::unique_lock hold(lock_);
+    store(fragmentedBeginning(headers), hold);
     throwIfFailed();
     thread_ = std::thread([this] { run(); });
 }
 
 void FragmentedMovieSink::write(int stream, AVPacket& packet) {
-    std::unique_lock held(lock_);
+    std::unique_lock hold(lock_);
     throwIfFailed();
     Track& track = tracks_.at(static_cast<std::size_t>(stream));
     if (!track.pending.samples.empty()) {
@@ -121,7 +122,7 @@ void FragmentedMovieSink::write(int stream, AVPacket& packet) {
         wake_.notify_one();
     }
     hasPending_ = true;
-    room_.wait(held, [this] { return blocks_.size() <= kWaitingBlocks || error_; });
+    room_.wait(hold, [this] { return blocks_.size() <= kWaitingBlocks || error_; });
     throwIfFailed();
 }
 
@@ -170,18 +171,18 @@ void FragmentedMovieSink::cut() {
 
 void FragmentedMovieSink::run() {
     nameThisThread("writer.disk");
-    std::unique_lock held(lock_);
+    std::unique_lock hold(lock_);
     for (;;) {
         if (!blocks_.empty()) {
             const std::vector<std::uint8_t> block = std::move(blocks_.front());
             blocks_.pop_front();
-            store(block, held);
+            store(block, hold);
             room_.notify_all();
         } else if (ending_) {
             return;
         } else if (!hasPending_) {
-            wake_.wait(held);
-        } else if (wake_.wait_until(held, deadline_) == std::cv_status::timeout && hasPending_ &&
+            wake_.wait(hold);
+        } else if (wake_.wait_until(hold, deadline_) == std::cv_status::timeout && hasPending_ &&
                    Clock::now() >= deadline_) {
             cutWhenDue();
         }
@@ -202,9 +203,9 @@ void FragmentedMovieSink::cutWhenDue() {
 
 // Writes a block and waits until it is on the disk, without the lock. A block that does not fit is taken back, so that
 // the file ends with a whole fragment and what little room there is goes to the index.
-void FragmentedMovieSink::store(const std::vector<std::uint8_t>& block, std::unique_lock<std::mutex>& held) {
+void FragmentedMovieSink::store(const std::vector<std::uint8_t>& block, std::unique_lock<std::mutex>& hold) {
     if (error_) return;
-    held.unlock();
+    hold.unlock();
     int failure = 0;
     for (std::size_t done = 0; done < block.size() && failure == 0;) {
         const ssize_t count = ::write(file_.get(), block.data() + done, block.size() - done);
@@ -217,7 +218,7 @@ void FragmentedMovieSink::store(const std::vector<std::uint8_t>& block, std::uni
     // What is no file on a disk, such as a pipe, has nothing to wait for.
     if (failure == 0 && ::fdatasync(file_.get()) != 0 && errno != EINVAL && errno != EROFS) failure = errno;
     if (failure != 0) static_cast<void>(::ftruncate(file_.get(), static_cast<off_t>(fileSize_)) == 0);
-    held.lock();
+    hold.lock();
     if (failure == 0) {
         fileSize_ += block.size();
     } else {
@@ -227,14 +228,14 @@ void FragmentedMovieSink::store(const std::vector<std::uint8_t>& block, std::uni
 }
 
 void FragmentedMovieSink::endAt(const MediaTime& end) {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     end_ = end;
 }
 
 void FragmentedMovieSink::endThread() {
     if (!thread_.joinable()) return;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         cut();
         ending_ = true;
         wake_.notify_one();

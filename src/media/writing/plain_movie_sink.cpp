@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/writing/plain_movie_sink.h"
 
 #include <sys/stat.h>
@@ -186,7 +187,7 @@ void PlainMovieSink::begin() {
 }
 
 void PlainMovieSink::write(int stream, AVPacket& packet) {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     precondition(context_ != nullptr && headerWritten_, "packets come after the header");
     Track& track = tracks_.at(static_cast<std::size_t>(stream));
     packet.stream_index = stream;
@@ -208,7 +209,7 @@ void PlainMovieSink::writeNow(AVPacket& packet) {
 }
 
 void PlainMovieSink::writeHeldBack() {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     for (Track& track : tracks_) {
         if (!track.heldBack) continue;
         AVPacket& packet = *track.heldBack;
@@ -222,7 +223,7 @@ void PlainMovieSink::writeHeldBack() {
 }
 
 void PlainMovieSink::endAt(const MediaTime& end) {
-    const std::scoped_lock guard(lock_);
+    const std::lock_guard hold(lock_);
     end_ = end;
 }
 

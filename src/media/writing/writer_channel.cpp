@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/writing/writer_channel.h"
 
 #include <algorithm>
@@ -21,7 +22,7 @@ bool isOver(AssetWriter::Status status) {
 
 void WriterShared::fail(const RecorderError& reason, Part part) noexcept {
     {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         if (isOver(status)) return;
         status = AssetWriter::Status::failed;
         error = reason;
@@ -47,12 +48,12 @@ WriterChannel::WriterChannel(std::shared_ptr<WriterShared> shared, std::string l
       thread_(std::move(label)) {}
 
 void WriterChannel::setRealTime(bool realTime) {
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     realTime_ = realTime;
 }
 
 bool WriterChannel::isReady() const {
-    const std::scoped_lock guard(shared_->lock);
+    const std::lock_guard hold(shared_->lock);
     return isReadyLocked();
 }
 
@@ -74,7 +75,7 @@ void WriterChannel::request(SerialQueue& queue, std::function<void()> pump) {
         if (const auto self = weak.lock()) self->runPump();
     });
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         precondition(pump_ == nullptr && shared_->sessionStarted, "data is requested once, after the session's start");
         if (finished_) return;
         pumpQueue_ = &queue;
@@ -89,7 +90,7 @@ void WriterChannel::wakePump() noexcept {
     SerialQueue* queue = nullptr;
     std::shared_ptr<SerialQueue::Prepared> call;
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         if (pump_ == nullptr || finished_ || pumpCalled_ || !isReadyLocked()) return;
         pumpCalled_ = true;
         queue = pumpQueue_;
@@ -101,13 +102,13 @@ void WriterChannel::wakePump() noexcept {
 void WriterChannel::runPump() {
     std::shared_ptr<const std::function<void()>> pump;
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         if (!finished_) pump = pump_;
     }
     if (pump) (*pump)();
     pump = nullptr;
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         pumpCalled_ = false;
     }
     wakePump();
@@ -119,13 +120,13 @@ bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
         // What it held is free before the next one is asked for.
         work = nullptr;
         {
-            const std::scoped_lock guard(shared_->lock);
+            const std::lock_guard hold(shared_->lock);
             --waiting_;
         }
         wakePump();
     });
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         if (isOver(shared_->status)) return false;
         precondition(shared_->sessionStarted && !finished_, "samples come between the session's start and the end");
         precondition(waiting_ < (realTime_ ? realTimeCapacity_ : capacity_), "only ready inputs are appended to");
@@ -145,7 +146,7 @@ bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
 void WriterChannel::markAsFinished() noexcept {
     std::shared_ptr<const std::function<void()>> released;  // what the pump holds goes without the lock
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         if (finished_) return;
         finished_ = true;
         released = std::exchange(pump_, nullptr);
@@ -158,7 +159,7 @@ template <typename Work>
 void WriterChannel::runGuarded(const Work& work) noexcept {
     MovieSink* sink = nullptr;
     {
-        const std::scoped_lock guard(shared_->lock);
+        const std::lock_guard hold(shared_->lock);
         if (shared_->status == AssetWriter::Status::writing) sink = shared_->sink.get();
     }
     if (sink == nullptr) return;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/devices/libav_session.h"
 
 #include <algorithm>
@@ -115,7 +116,7 @@ void LibavSession::onInterruption(std::function<void(const std::string&)> handle
 void LibavSession::startRunning() {
     precondition(!thread_.joinable(), "a session runs once");
     thread_ = std::thread([this] {
-        nameThisThread("lumi.device");
+        nameThisThread("device.read");
         std::string trouble;
         try {
             read();
@@ -129,7 +130,7 @@ void LibavSession::startRunning() {
 void LibavSession::stopRunning() {
     if (!thread_.joinable()) return;
     {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         stopping_ = true;
     }
     wake_.notify_all();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pictures/device_outputs.h"
 
 #include <gtest/gtest.h>

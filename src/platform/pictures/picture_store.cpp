@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pictures/picture_store.h"
 
 #include <algorithm>
@@ -56,7 +57,7 @@ PictureStore::PictureStore(PictureSize size, int depth)
 PictureStore::~PictureStore() = default;
 
 bool PictureStore::canTake() const {
-    const std::scoped_lock guard(slots_->lock);
+    const std::lock_guard hold(slots_->lock);
     const auto used = std::count_if(slots_->all.begin(), slots_->all.end(), [](const auto& slot) { return slot.used; });
     // Of a picture of which only we hold a reference. Somebody with a weak one may take it up a moment later: then one
     // more than `depth` is out, for which there is a buffer.
@@ -68,7 +69,7 @@ std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureStore::take(
     const DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint) {
     Slots::Slot* slot = nullptr;
     {
-        const std::scoped_lock guard(slots_->lock);
+        const std::lock_guard hold(slots_->lock);
         const auto free =
             std::find_if(slots_->all.begin(), slots_->all.end(), [](const auto& one) { return !one.used; });
         precondition(free != slots_->all.end(), "a picture is taken although none is free");
@@ -82,7 +83,7 @@ std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureStore::take(
         slot->stale.add({0, 0, size_.width, size_.height});
     }
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture(&slot->buffer, [slots = slots_, slot](const auto*) {
-        const std::scoped_lock guard(slots->lock);
+        const std::lock_guard hold(slots->lock);
         slot->used = false;
     });
     if (last_) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pipewire/pipewire_camera.h"
 
 #include <algorithm>
@@ -79,7 +80,7 @@ void PipeWireCameraSession::onInterruption(std::function<void(const std::string&
 void PipeWireCameraSession::startRunning() {
     precondition(!thread_.joinable(), "a session runs once");
     thread_ = std::thread([this] {
-        nameThisThread("lumi.camera");
+        nameThisThread("pipewire.camera");
         std::string trouble;
         try {
             run();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pipewire/pipewire_connection.h"
 
 #include <pipewire/extensions/metadata.h>

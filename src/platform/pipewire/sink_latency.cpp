@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pipewire/sink_latency.h"
 
 #include <pipewire/pipewire.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/sound/live_sound_source.h"
 
 #include <algorithm>
@@ -41,7 +42,7 @@ void LiveSoundSource::start(Handler handler, EndHandler ended) {
     ended_ = std::move(ended);
     const auto outcome = std::make_shared<std::promise<std::optional<RecorderError>>>();
     thread_ = std::thread([this, outcome] {
-        nameThisThread("lumi.sound");
+        nameThisThread("sound.source");
         listen([&outcome](std::optional<RecorderError> failure) { outcome->set_value(std::move(failure)); });
     });
     const auto failure = outcome->get_future().get();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/sound/live_sound_source.h"
 
 #include <gtest/gtest.h>
@@ -51,11 +52,11 @@ class Server {
 class Told {
   public:
     void add(const std::string& text) {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         all_.push_back(text);
     }
     std::vector<std::string> all() const {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         return all_;
     }
     bool reaches(std::size_t count) const {

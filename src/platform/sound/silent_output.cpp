@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -31,7 +32,7 @@ class SilentOutput final : public SoundOutput {
         precondition(!thread_.joinable(), "started when not running");
         client_ = std::move(client);
         {
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             isStopping_ = false;
             written_ = 0;
             began_ = hostClockSeconds();
@@ -45,7 +46,7 @@ class SilentOutput final : public SoundOutput {
     void stop() override {
         if (!thread_.joinable()) return;
         {
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             stoppedAt_ = heardNow();
             isStopping_ = true;
         }
@@ -55,7 +56,7 @@ class SilentOutput final : public SoundOutput {
     }
 
     std::int64_t heardFrames() const override {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return isStopping_ ? stoppedAt_ : heardNow();
     }
 
@@ -66,7 +67,7 @@ class SilentOutput final : public SoundOutput {
 
     void run() {
         std::vector<float> unheard;
-        std::unique_lock guard(lock_);
+        std::unique_lock hold(lock_);
         while (!isStopping_) {
             // Late: the time that nothing was there to be heard in does not count.
             if (const std::int64_t late = elapsed() - written_; late > 0) {
@@ -75,12 +76,12 @@ class SilentOutput final : public SoundOutput {
             const std::int64_t wanted = elapsed() + kAheadFrames - written_;
             if (wanted > 0) {
                 unheard.resize(static_cast<std::size_t>(wanted * kFormat.channels));
-                guard.unlock();
+                hold.unlock();
                 client_.fill(unheard);
-                guard.lock();
+                hold.lock();
                 written_ += wanted;
             }
-            wake_.wait_for(guard, kPeriod, [this] { return isStopping_; });
+            wake_.wait_for(hold, kPeriod, [this] { return isStopping_; });
         }
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/sound/sound_delivery.h"
 
 #include <deque>
@@ -28,7 +29,7 @@ struct SoundDelivery::State {
         for (;;) {
             SoundBuffer sound;
             {
-                const std::scoped_lock guard(lock);
+                const std::lock_guard hold(lock);
                 if (waiting.empty()) {
                     isScheduled = false;
                     isDropping = false;
@@ -53,7 +54,7 @@ void SoundDelivery::push(const SoundBuffer& sound) {
     bool schedule = false;
     bool tell = false;
     {
-        const std::scoped_lock guard(state_->lock);
+        const std::lock_guard hold(state_->lock);
         state_->waiting.push_back(sound);
         state_->seconds += secondsOf(sound);
         while (state_->seconds > kMostWaiting && state_->waiting.size() > 1) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/synthetic/synthetic_desktop.h"
 
 #include <cstring>
@@ -70,7 +71,7 @@ struct SyntheticDesktop::State {
 
     // What the last stream is set up with, when it runs.
     std::optional<StreamState> running() const {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         if (!stream || !stream->isRunning) return std::nullopt;
         return *stream;
     }
@@ -81,41 +82,41 @@ class SyntheticDesktop::Stream : public platform::CaptureStream {
     Stream(std::shared_ptr<State> desktop, std::shared_ptr<StreamState> own)
         : desktop_(std::move(desktop)), own_(std::move(own)) {}
     ~Stream() override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->isRunning = false;
     }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
     void addScreenOutput(SerialQueue& queue, std::function<void(const platform::ScreenSample&)> handler) override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->screen = {&queue, std::move(handler)};
     }
     void addSystemAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->systemAudio = {&queue, std::move(handler)};
     }
     void addMicrophoneOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->microphone = {&queue, std::move(handler)};
     }
     void onStop(std::function<void(const RecorderError&)> handler) override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->onStop = std::move(handler);
     }
     void onNotice(std::function<void(const std::string&)> handler) override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->onNotice = std::move(handler);
     }
     void onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) override {
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->onDisplayOrigin = std::move(handler);
     }
 
     void start() override {
         std::function<void()> work;
         {
-            const std::scoped_lock guard(desktop_->lock);
+            const std::lock_guard hold(desktop_->lock);
             desktop_->calls.emplace_back("startStream");
             if (desktop_->startError) throw RecorderError(*desktop_->startError);
             own_->isRunning = true;
@@ -127,7 +128,7 @@ class SyntheticDesktop::Stream : public platform::CaptureStream {
     void stop() override {
         std::function<void()> work;
         {
-            const std::scoped_lock guard(desktop_->lock);
+            const std::lock_guard hold(desktop_->lock);
             desktop_->calls.emplace_back("stopStream");
             if (desktop_->stopError) {
                 own_->isRunning = false;
@@ -136,7 +137,7 @@ class SyntheticDesktop::Stream : public platform::CaptureStream {
             if (own_->isRunning) work = desktop_->atStop;
         }
         if (work) work();
-        const std::scoped_lock guard(desktop_->lock);
+        const std::lock_guard hold(desktop_->lock);
         own_->isRunning = false;
     }
 
@@ -151,7 +152,7 @@ class SyntheticDesktop::Monitor : public platform::PointerMonitor {
         : desktop_(std::move(desktop)), watcher_(std::move(watcher)) {}
     ~Monitor() override {
         {
-            const std::scoped_lock guard(desktop_->lock);
+            const std::lock_guard hold(desktop_->lock);
             std::erase(desktop_->watchers, watcher_);
             desktop_->calls.emplace_back("endMonitor");
         }
@@ -170,32 +171,32 @@ SyntheticDesktop::SyntheticDesktop() : state_(std::make_shared<State>()) {}
 SyntheticDesktop::~SyntheticDesktop() = default;
 
 void SyntheticDesktop::setContent(platform::ShareableContent content) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->content = std::move(content);
 }
 
 void SyntheticDesktop::failContent(std::optional<RecorderError> error) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->contentError = std::move(error);
 }
 
 void SyntheticDesktop::setCursor(std::optional<platform::SystemCursor> cursor) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->cursor = std::move(cursor);
 }
 
 void SyntheticDesktop::failCursor(std::optional<RecorderError> error) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->cursorError = std::move(error);
 }
 
 void SyntheticDesktop::setPointerLocation(std::optional<Point> location) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->pointerLocation = location;
 }
 
 void SyntheticDesktop::setWindowFrame(std::uint32_t windowID, std::optional<Rect> frame) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     if (frame) {
         state_->windowFrames[windowID] = *frame;
     } else {
@@ -204,7 +205,7 @@ void SyntheticDesktop::setWindowFrame(std::uint32_t windowID, std::optional<Rect
 }
 
 void SyntheticDesktop::setPointerCanBeWatched(bool can) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->canWatchPointer = can;
 }
 
@@ -223,7 +224,7 @@ void SyntheticDesktop::emitMicrophone(const platform::SoundBuffer& sound) {
 void SyntheticDesktop::emitStop(const RecorderError& error) {
     std::function<void(const RecorderError&)> handler;
     {
-        const std::scoped_lock guard(state_->lock);
+        const std::lock_guard hold(state_->lock);
         if (!state_->stream || !std::exchange(state_->stream->isRunning, false)) return;
         handler = state_->stream->onStop;
     }
@@ -243,7 +244,7 @@ void SyntheticDesktop::emitDisplayOrigin(double hostSeconds, Point pixels) {
 void SyntheticDesktop::emitPointer(const platform::PointerEvent& event) {
     std::vector<std::shared_ptr<Watcher>> watchers;
     {
-        const std::scoped_lock guard(state_->lock);
+        const std::lock_guard hold(state_->lock);
         watchers = state_->watchers;
     }
     for (const auto& watcher : watchers) {
@@ -253,22 +254,22 @@ void SyntheticDesktop::emitPointer(const platform::PointerEvent& event) {
 }
 
 void SyntheticDesktop::failStart(std::optional<RecorderError> error) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->startError = std::move(error);
 }
 
 void SyntheticDesktop::failStop(std::optional<RecorderError> error) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->stopError = std::move(error);
 }
 
 void SyntheticDesktop::atStart(std::function<void()> work) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->atStart = std::move(work);
 }
 
 void SyntheticDesktop::atStop(std::function<void()> work) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->atStop = std::move(work);
 }
 
@@ -277,42 +278,42 @@ bool SyntheticDesktop::isStreamRunning() const {
 }
 
 std::optional<platform::ContentFilter> SyntheticDesktop::filter() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->filter;
 }
 
 std::optional<platform::StreamConfiguration> SyntheticDesktop::configuration() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->configuration;
 }
 
 bool SyntheticDesktop::hasSystemAudioOutput() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->stream && state_->stream->systemAudio.queue != nullptr;
 }
 
 bool SyntheticDesktop::hasMicrophoneOutput() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->stream && state_->stream->microphone.queue != nullptr;
 }
 
 std::optional<platform::PointSpace> SyntheticDesktop::monitorSpace() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->monitorSpace;
 }
 
 int SyntheticDesktop::monitorCount() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return static_cast<int>(state_->watchers.size());
 }
 
 std::vector<std::string> SyntheticDesktop::calls() const {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->calls;
 }
 
 platform::ShareableContent SyntheticDesktop::shareableContent() {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     if (state_->contentError) throw RecorderError(*state_->contentError);
     return state_->content;
 }
@@ -320,7 +321,7 @@ platform::ShareableContent SyntheticDesktop::shareableContent() {
 std::unique_ptr<platform::CaptureStream> SyntheticDesktop::makeCaptureStream(
     const platform::ContentFilter& filter, const platform::StreamConfiguration& configuration) {
     auto own = std::make_shared<StreamState>();
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->stream = own;
     state_->filter = filter;
     state_->configuration = configuration;
@@ -331,7 +332,7 @@ std::unique_ptr<platform::PointerMonitor> SyntheticDesktop::monitorPointer(const
                                                                            platform::PointerEventHandler handler) {
     auto watcher = std::make_shared<Watcher>();
     watcher->handler = std::move(handler);
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->calls.emplace_back("monitorPointer");
     if (!state_->canWatchPointer) return nullptr;
     state_->monitorSpace = space;
@@ -340,12 +341,12 @@ std::unique_ptr<platform::PointerMonitor> SyntheticDesktop::monitorPointer(const
 }
 
 std::optional<Point> SyntheticDesktop::pointerLocation(const platform::PointSpace& /*space*/) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->pointerLocation;
 }
 
 std::optional<platform::SystemCursor> SyntheticDesktop::currentCursor(std::optional<std::uint64_t> knownSerial) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     if (state_->cursorError) throw RecorderError(*state_->cursorError);
     if (!state_->cursor) return std::nullopt;
     const platform::SystemCursor& cursor = *state_->cursor;
@@ -355,7 +356,7 @@ std::optional<platform::SystemCursor> SyntheticDesktop::currentCursor(std::optio
 }
 
 std::optional<Rect> SyntheticDesktop::windowFrame(std::uint32_t windowID, const platform::PointSpace& /*space*/) {
-    const std::scoped_lock guard(state_->lock);
+    const std::lock_guard hold(state_->lock);
     const auto found = state_->windowFrames.find(windowID);
     return found == state_->windowFrames.end() ? std::nullopt : std::optional(found->second);
 }

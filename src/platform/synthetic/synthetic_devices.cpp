@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/synthetic/synthetic_devices.h"
 
 #include <algorithm>
@@ -47,7 +48,7 @@ class SyntheticDevice::Session final : public platform::CaptureSession {
 
     void setPreset(platform::PictureSize size) override {
         precondition(canSetPreset(size), "a preset that the device has");
-        const std::scoped_lock hold(state_->lock);
+        const std::lock_guard hold(state_->lock);
         state_->size = size;
     }
 
@@ -73,7 +74,7 @@ class SyntheticDevice::Session final : public platform::CaptureSession {
             if (interrupted) interrupted(*settings_.startFailure);
             return;
         }
-        const std::scoped_lock hold(state_->lock);
+        const std::lock_guard hold(state_->lock);
         precondition(state_->running == nullptr, "one session of a synthetic device runs at a time");
         state_->running = this;
     }
@@ -86,7 +87,7 @@ class SyntheticDevice::Session final : public platform::CaptureSession {
 
   private:
     void leave() {
-        const std::scoped_lock hold(state_->lock);
+        const std::lock_guard hold(state_->lock);
         if (state_->interrupted == this) state_->interrupted = nullptr;
         if (state_->running != this) return;
         state_->running = nullptr;
@@ -104,53 +105,53 @@ SyntheticDevice::SyntheticDevice(platform::CaptureDevice description) : state_(s
 SyntheticDevice::~SyntheticDevice() = default;
 
 platform::CaptureDevice SyntheticDevice::description() const {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->settings.description;
 }
 
 void SyntheticDevice::setPresets(std::vector<platform::PictureSize> presets) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->settings.presets = std::move(presets);
 }
 
 void SyntheticDevice::setActiveFormat(platform::PictureSize size) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->settings.activeFormat = size;
     state_->size = size;
 }
 
 void SyntheticDevice::setHasVideo(bool hasVideo) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->settings.hasVideo = hasVideo;
 }
 
 void SyntheticDevice::setHasAudio(bool hasAudio) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->settings.hasAudio = hasAudio;
 }
 
 void SyntheticDevice::failOpens(std::optional<std::string> message) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->openFailure = std::move(message);
 }
 
 void SyntheticDevice::failStarts(std::optional<std::string> message) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->settings.startFailure = std::move(message);
 }
 
 bool SyntheticDevice::isRunning() const {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->running != nullptr;
 }
 
 platform::PictureSize SyntheticDevice::size() const {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->size;
 }
 
 bool SyntheticDevice::emitPicture(double hostSeconds, std::shared_ptr<const imaging::BgraPremultipliedBuffer> image) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     if (state_->running == nullptr) return false;
     state_->running->outputs.deliver(platform::DeviceSample{hostSeconds, std::move(image)});
     return true;
@@ -170,7 +171,7 @@ bool SyntheticDevice::emitPicture(double hostSeconds, std::uint8_t grey) {
 }
 
 bool SyntheticDevice::emitSound(const platform::SoundBuffer& buffer) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     if (state_->running == nullptr) return false;
     state_->running->outputs.deliver(buffer);
     return true;
@@ -179,7 +180,7 @@ bool SyntheticDevice::emitSound(const platform::SoundBuffer& buffer) {
 bool SyntheticDevice::interrupt(const std::string& reason) {
     std::function<void(const std::string&)> handler;
     {
-        const std::scoped_lock hold(state_->lock);
+        const std::lock_guard hold(state_->lock);
         if (state_->running == nullptr) return false;
         handler = state_->running->interrupted;
         state_->interrupted = std::exchange(state_->running, nullptr);
@@ -189,24 +190,24 @@ bool SyntheticDevice::interrupt(const std::string& reason) {
 }
 
 void SyntheticDevice::holdOpens(std::shared_future<void> until) {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     state_->heldUntil = std::move(until);
 }
 
 std::vector<std::thread::id> SyntheticDevice::openedOn() const {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->openedOn;
 }
 
 std::vector<std::thread::id> SyntheticDevice::stoppedOn() const {
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     return state_->stoppedOn;
 }
 
 bool SyntheticDevice::comeBack() {
     std::function<void()> handler;
     {
-        const std::scoped_lock hold(state_->lock);
+        const std::lock_guard hold(state_->lock);
         if (state_->interrupted == nullptr) return false;
         handler = state_->interrupted->returned;
         state_->running = std::exchange(state_->interrupted, nullptr);
@@ -218,46 +219,46 @@ bool SyntheticDevice::comeBack() {
 std::unique_ptr<platform::CaptureSession> SyntheticDevice::open() {
     std::shared_future<void> until;
     {
-        const std::scoped_lock hold(state_->lock);
+        const std::lock_guard hold(state_->lock);
         state_->openedOn.push_back(std::this_thread::get_id());
         until = state_->heldUntil;
     }
     if (until.valid()) until.wait();
-    const std::scoped_lock hold(state_->lock);
+    const std::lock_guard hold(state_->lock);
     if (state_->openFailure) throw RecorderError(*state_->openFailure);
     state_->size = state_->settings.activeFormat;
     return std::make_unique<Session>(state_, state_->settings);
 }
 
 void SyntheticCaptureDevices::setDefaultCamera(std::shared_ptr<SyntheticDevice> camera) {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     camera_ = std::move(camera);
 }
 
 void SyntheticCaptureDevices::setDefaultMicrophone(std::shared_ptr<SyntheticDevice> microphone) {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     microphone_ = std::move(microphone);
 }
 
 void SyntheticCaptureDevices::addExternalDevice(std::shared_ptr<SyntheticDevice> device) {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     external_.push_back(std::move(device));
 }
 
 std::optional<platform::CaptureDevice> SyntheticCaptureDevices::defaultCamera() {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     if (!camera_) return std::nullopt;
     return camera_->description();
 }
 
 std::optional<platform::CaptureDevice> SyntheticCaptureDevices::defaultMicrophone() {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     if (!microphone_) return std::nullopt;
     return microphone_->description();
 }
 
 std::vector<platform::CaptureDevice> SyntheticCaptureDevices::externalDevices() {
-    const std::scoped_lock hold(lock_);
+    const std::lock_guard hold(lock_);
     std::vector<platform::CaptureDevice> found;
     for (const auto& device : external_) found.push_back(device->description());
     return found;
@@ -266,7 +267,7 @@ std::vector<platform::CaptureDevice> SyntheticCaptureDevices::externalDevices() 
 std::unique_ptr<platform::CaptureSession> SyntheticCaptureDevices::open(const platform::CaptureDevice& device) {
     std::vector<std::shared_ptr<SyntheticDevice>> all;
     {
-        const std::scoped_lock hold(lock_);
+        const std::lock_guard hold(lock_);
         all = external_;
         all.push_back(camera_);
         all.push_back(microphone_);

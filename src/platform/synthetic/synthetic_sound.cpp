@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/synthetic/synthetic_sound.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ class SyntheticSoundSystem::Hub {
     std::vector<std::pair<Kind, std::weak_ptr<Source>>> running;  // guarded by lock
 
     std::vector<std::shared_ptr<Source>> sources(Kind kind) {
-        const std::scoped_lock hold(lock);
+        const std::lock_guard hold(lock);
         std::vector<std::shared_ptr<Source>> found;
         for (const auto& [itsKind, weak] : running) {
             if (auto source = weak.lock(); source && itsKind == kind) found.push_back(std::move(source));
@@ -37,30 +38,30 @@ class SyntheticSoundSystem::Source {
     int channels() const { return channels_; }
 
     void open(platform::SoundSource::Handler handler, platform::SoundSource::EndHandler ended) {
-        const std::scoped_lock hold(calling_);
+        const std::lock_guard hold(calling_);
         handler_ = std::move(handler);
         ended_ = std::move(ended);
     }
     void close() {
-        const std::scoped_lock hold(calling_);
+        const std::lock_guard hold(calling_);
         handler_ = nullptr;
         ended_ = nullptr;
         returned_ = nullptr;
     }
     void onReturn(platform::SoundSource::ReturnHandler handler) {
-        const std::scoped_lock hold(calling_);
+        const std::lock_guard hold(calling_);
         returned_ = std::move(handler);
     }
     void hear(const platform::SoundBuffer& buffer) {
-        const std::scoped_lock hold(calling_);
+        const std::lock_guard hold(calling_);
         if (handler_) handler_(buffer);
     }
     void end(const std::string& reason) {
-        const std::scoped_lock hold(calling_);
+        const std::lock_guard hold(calling_);
         if (!std::exchange(hasEnded_, true) && ended_) ended_(reason);
     }
     void comeBack() {
-        const std::scoped_lock hold(calling_);
+        const std::lock_guard hold(calling_);
         if (std::exchange(hasEnded_, false) && returned_) returned_();
     }
 
@@ -92,7 +93,7 @@ class SyntheticSource final : public platform::SoundSource {
     void start(Handler handler, EndHandler ended) override {
         precondition(!started_, "a sound source starts once");
         started_ = true;
-        const std::scoped_lock hold(hub_->lock);
+        const std::lock_guard hold(hub_->lock);
         if (const auto& failure = hub_->failures[static_cast<std::size_t>(kind_)]) throw RecorderError(*failure);
         if (kind_ == SyntheticSoundSystem::Kind::microphone && !hub_->microphone) {
             throw RecorderError("Kein Mikrofon gefunden.");
@@ -103,7 +104,7 @@ class SyntheticSource final : public platform::SoundSource {
 
     void stop() override {
         {
-            const std::scoped_lock hold(hub_->lock);
+            const std::lock_guard hold(hub_->lock);
             std::erase_if(hub_->running, [this](const auto& entry) { return entry.second.lock() == source_; });
         }
         source_->close();
@@ -137,17 +138,17 @@ std::unique_ptr<platform::SoundSource> SyntheticSoundSystem::microphone(int samp
 }
 
 std::optional<platform::CaptureDevice> SyntheticSoundSystem::defaultMicrophone() {
-    const std::scoped_lock hold(hub_->lock);
+    const std::lock_guard hold(hub_->lock);
     return hub_->microphone;
 }
 
 void SyntheticSoundSystem::setDefaultMicrophone(std::optional<platform::CaptureDevice> microphone) {
-    const std::scoped_lock hold(hub_->lock);
+    const std::lock_guard hold(hub_->lock);
     hub_->microphone = std::move(microphone);
 }
 
 void SyntheticSoundSystem::failStarts(Kind kind, std::optional<std::string> message) {
-    const std::scoped_lock hold(hub_->lock);
+    const std::lock_guard hold(hub_->lock);
     hub_->failures[static_cast<std::size_t>(kind)] = std::move(message);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/x11/global_shortcut.h"
 
 #include <poll.h>
@@ -96,7 +97,7 @@ class X11Shortcut final : public platform::GlobalShortcut {
     }
 
     void run() {
-        nameThisThread("aufnahme.taste");
+        nameThisThread("x11.shortcut");
         const BrokenPipeGuard guard;
         for (;;) {
             while (const XEvent event = connection_.nextEvent()) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/x11/shortcut_keys.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/x11/x11_capture_stream.h"
 
 #include <chrono>
@@ -99,7 +100,7 @@ void X11CaptureStream::stop() {
 
 void X11CaptureStream::endThread() {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         isStopping_ = true;
     }
     wake_.notify_one();
@@ -107,7 +108,7 @@ void X11CaptureStream::endThread() {
 }
 
 void X11CaptureStream::run() {
-    nameThisThread("aufnahme.x11");
+    nameThisThread("x11.capture");
     const BrokenPipeGuard guard;
     platform::TickSchedule ticks(hostClockSeconds(), configuration_.minimumFrameInterval);
     while (ended_.empty() && waitUntil(ticks.next())) {
@@ -123,8 +124,8 @@ bool X11CaptureStream::waitUntil(double hostSeconds) {
     // The steady clock is the host clock.
     const std::chrono::steady_clock::time_point moment{
         std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(hostSeconds))};
-    std::unique_lock guard(lock_);
-    return !wake_.wait_until(guard, moment, [this] { return isStopping_; });
+    std::unique_lock hold(lock_);
+    return !wake_.wait_until(hold, moment, [this] { return isStopping_; });
 }
 
 // A picture's time is that before its first request: it shows everything that was painted until then.

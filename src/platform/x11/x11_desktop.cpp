@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/x11/x11_desktop.h"
 
 #include <unistd.h>
@@ -137,7 +138,7 @@ class X11Desktop : public platform::Desktop {
 
       private:
         X11Desktop& desktop_;
-        const std::scoped_lock<std::mutex> order_;
+        const std::lock_guard<std::mutex> order_;
         const BrokenPipeGuard guard_;
     };
 

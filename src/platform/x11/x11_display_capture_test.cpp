@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -172,7 +173,7 @@ TEST(X11DisplayCapture, APictureShowsEverythingThatWasPaintedUntilItsTime) {
         if (!sample.image) return;
         int number = 0;
         for (int bit = 0; bit < 16; ++bit) number |= (sample.image->pixel(105 + bit * 20, 150)[0] != 0 ? 1 : 0) << bit;
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         shown.emplace_back(sample.hostSeconds, number);
     });
     window.drawCounter(0);
@@ -185,7 +186,7 @@ TEST(X11DisplayCapture, APictureShowsEverythingThatWasPaintedUntilItsTime) {
         std::this_thread::sleep_for(std::chrono::milliseconds(number % 7));
     }
     ASSERT_TRUE(waitFor([&] {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         return !shown.empty() && shown.back().second == last;
     }));
     stream->stop();
@@ -249,13 +250,13 @@ TEST(X11DisplayCapture, TellsWhereItsDisplayIsAndWhenItMoves) {
     std::mutex lock;
     std::vector<std::pair<double, Point>> origins;  // guarded by lock
     const auto told = [&] {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         return origins;
     };
     const auto stream = desktop->makeCaptureStream(right, recordingOf(right));
     SampleCollector samples(*stream);
     stream->onDisplayOrigin([&](double hostSeconds, Point pixels) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         origins.emplace_back(hostSeconds, pixels);
     });
     stream->start();
@@ -288,14 +289,14 @@ TEST(X11DisplayCapture, TakesNoPictureWhileAllBuffersAreOut) {
     SerialQueue queue("test");
     const auto stream = desktop->makeCaptureStream(filter, recordingOf(filter));
     stream->addScreenOutput(queue, [&](const platform::ScreenSample& sample) {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         const bool isNew =
             std::none_of(kept.begin(), kept.end(), [&](const auto& one) { return one.image == sample.image; });
         if (sample.image && isNew) kept.push_back(sample);
     });
     stream->start();
     const auto count = [&] {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         return kept.size();
     };
     int number = 0;
@@ -307,12 +308,12 @@ TEST(X11DisplayCapture, TakesNoPictureWhileAllBuffersAreOut) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_EQ(count(), 6U);
     {
-        const std::scoped_lock guard(lock);
+        const std::lock_guard hold(lock);
         kept.erase(kept.begin());
     }
     // What was new comes with the next one.
     ASSERT_TRUE(waitFor([&] { return count() == 6; }));
-    const std::scoped_lock guard(lock);
+    const std::lock_guard hold(lock);
     EXPECT_EQ(kept.back().image->pixel(319, 50)[0], 255);
 }
 

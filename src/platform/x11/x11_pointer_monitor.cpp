@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/x11/x11_pointer_monitor.h"
 
 #include <poll.h>
@@ -171,7 +172,7 @@ void X11PointerMonitor::beginState() {
 }
 
 void X11PointerMonitor::run() {
-    nameThisThread("aufnahme.zeiger");
+    nameThisThread("x11.pointer");
     const BrokenPipeGuard guard;
     for (;;) {
         // What the library has read while it waited for something else makes no descriptor readable.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -22,12 +23,12 @@ class Collector {
   public:
     platform::PointerEventHandler handler() {
         return [this](const platform::PointerEvent& event) {
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             events_.push_back(event);
         };
     }
     std::vector<platform::PointerEvent> events() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return events_;
     }
     bool waitForCount(std::size_t count) const {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/x11/x_image_reader.h"
 
 #include <sys/mman.h>

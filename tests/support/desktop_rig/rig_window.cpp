@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/desktop_rig/rig_window.h"
 
 #include <unistd.h>
@@ -106,7 +107,7 @@ void RigWindow::redrawWhenAsked() {
         std::free(event);
         if (type == XCB_CLIENT_MESSAGE) return;
         if (type != XCB_EXPOSE) continue;
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         paint();
     }
 }
@@ -140,7 +141,7 @@ void RigWindow::fill(std::uint32_t color) {
 void RigWindow::fill(std::uint32_t color, int x, int y, int width, int height) {
     const std::uint32_t pixel = color | alpha();
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         for (int row = y; row < y + height; ++row) {
             std::fill_n(pixels_.begin() + static_cast<std::ptrdiff_t>(row) * options_.width + x, width, pixel);
         }
@@ -154,7 +155,7 @@ void RigWindow::fill(std::uint32_t color, int x, int y, int width, int height) {
 
 void RigWindow::drawPattern(int seed) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         std::size_t next = 0;
         for (int y = 0; y < options_.height; ++y) {
             for (int x = 0; x < options_.width; ++x) pixels_[next++] = patternAt(seed, x, y) | alpha();
@@ -166,7 +167,7 @@ void RigWindow::drawPattern(int seed) {
 
 void RigWindow::drawPixels(const std::vector<std::uint32_t>& pixels) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         if (pixels.size() != pixels_.size()) throw std::invalid_argument("a picture of the window's size");
         for (std::size_t i = 0; i < pixels.size(); ++i) pixels_[i] = (pixels[i] & 0xffffff) | alpha();
         paint();
@@ -192,7 +193,7 @@ void RigWindow::paint() {
 void RigWindow::drawCounter(int number) {
     const int block = options_.width / 16;
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         std::size_t next = 0;
         for (int y = 0; y < options_.height; ++y) {
             for (int x = 0; x < options_.width; ++x) {
@@ -213,7 +214,7 @@ void RigWindow::moveTo(int x, int y) {
 
 void RigWindow::resize(int width, int height) {
     {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         options_.width = width;
         options_.height = height;
         pixels_.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), options_.color | alpha());

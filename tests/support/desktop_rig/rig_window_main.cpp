@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A program with one window, for tests that need a window of another process. Lives until it is ended.
 //   rig_window DISPLAY CLASS X Y WIDTH HEIGHT RRGGBB [flash]
 // With "flash" all of it changes its colour 120 times a second.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
 #include <condition_variable>
@@ -29,34 +30,34 @@ class SampleCollector {
     /// Becomes the stream's screen output and its handlers.
     explicit SampleCollector(platform::CaptureStream& stream) {
         stream.addScreenOutput(queue_, [this](const platform::ScreenSample& sample) {
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             seen_.push_back({sample.status, sample.hostSeconds, sample.image != nullptr});
             if (sample.image) last_ = sample.image;
         });
         stream.onStop([this](const RecorderError& error) {
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             stops_.push_back(error.message());
         });
         stream.onNotice([this](const std::string& notice) {
-            const std::scoped_lock guard(lock_);
+            const std::lock_guard hold(lock_);
             notices_.push_back(notice);
         });
     }
 
     std::vector<Seen> seen() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return seen_;
     }
     std::vector<std::string> stops() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return stops_;
     }
     std::vector<std::string> notices() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return notices_;
     }
     Picture picture() const {
-        const std::scoped_lock guard(lock_);
+        const std::lock_guard hold(lock_);
         return last_;
     }
     int count(platform::FrameStatus status) const {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/desktop_rig/xwayland_rig.h"
 
 #include <fcntl.h>
