@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "base/host_clock.h"
+#include "platform/pulse/pulse_output.h"
 #include "platform/pulse/pulse_sound_system.h"
 #include "support/heard_sound.h"
 #include "support/player_fixture.h"
@@ -97,7 +98,7 @@ TEST(SilentOutput, RunsByTheHostClockAgainAndAgain) {
 TEST(PulseOutput, RunsAgainAndAgain) {
     const PulseRig rig;
     Listener listener;
-    const auto output = platform::makePulseOutput(rig.address());
+    const auto output = pulse::makePulseOutput(rig.address());
     EXPECT_EQ(output->heardFrames(), 0);
     output->stop();
     for (int run = 0; run < 3; ++run) expectARun(*output);
@@ -127,7 +128,7 @@ void expectSoonStarts(const std::string& address) {
     constexpr int kRuns = 2;
     std::vector<double> delays;
     for (int i = 0; i < kOutputs; ++i) {
-        const auto output = platform::makePulseOutput(address);
+        const auto output = pulse::makePulseOutput(address);
         for (int run = 0; run < kRuns; ++run) delays.push_back(startDelay(*output));
     }
     std::cout << "runs began to be heard after";
@@ -151,7 +152,7 @@ TEST(PulseOutput, BeginsSoonWithPipeWireToo) {
 
 TEST(PulseOutput, KeepsItsSinkWorkingInShortBlocksBetweenRuns) {
     PulseRig rig;
-    const auto output = platform::makePulseOutput(rig.address());
+    const auto output = pulse::makePulseOutput(rig.address());
     const auto isShort = [&] { return rig.blockLength() < 0.1; };
     EXPECT_TRUE(await(isShort)) << "before the first run";
     for (int run = 0; run < 2; ++run) {
@@ -166,7 +167,7 @@ TEST(PulseOutput, KeepsItsSinkWorkingInShortBlocksBetweenRuns) {
 
 TEST(PulseOutput, AfterABlockOfSilenceTheSinkPlaysWhatIsHeardThen) {
     PulseRig rig;
-    const auto output = platform::makePulseOutput(rig.address());
+    const auto output = pulse::makePulseOutput(rig.address());
     Listener listener;
     output->start(listener.client());
     ASSERT_TRUE(await([&] { return rig.isPlaying(); }));
@@ -183,7 +184,7 @@ TEST(PulseOutput, AfterABlockOfSilenceTheSinkPlaysWhatIsHeardThen) {
 
 TEST(PulseOutput, IsLostAtOnceWhereNoServerIs) {
     const TemporaryFolder folder;
-    const auto output = platform::makePulseOutput(nobodysAddress(folder));
+    const auto output = pulse::makePulseOutput(nobodysAddress(folder));
     for (int run = 0; run < 2; ++run) {
         Listener listener;
         output->start(listener.client());
@@ -197,7 +198,7 @@ TEST(PulseOutput, IsLostAtOnceWhereNoServerIs) {
 TEST(PulseOutput, GivesUpAServerThatDoesNotAnswer) {
     PulseRig rig;
     rig.freeze(true);
-    const auto output = platform::makePulseOutput(rig.address());
+    const auto output = pulse::makePulseOutput(rig.address());
     Listener listener;
     output->start(listener.client());
     ASSERT_TRUE(await([&] { return !listener.lost().empty(); }));
@@ -209,7 +210,7 @@ TEST(PulseOutput, GivesUpAServerThatDoesNotAnswer) {
 
 TEST(PulseOutput, IsLostWhenTheServerFallsSilentOrDies) {
     PulseRig rig;
-    const auto output = platform::makePulseOutput(rig.address());
+    const auto output = pulse::makePulseOutput(rig.address());
     for (const bool isKilled : {false, true}) {
         Listener listener;
         output->start(listener.client());
@@ -259,7 +260,7 @@ class PlayedAloud : public PlayerFixture {
         source->start(heard.handler(), heard.endHandler());
         EXPECT_TRUE(heard.awaitFrames(4800));
 
-        player_ = std::make_unique<Player>(loop_, platform::makePulseOutput(address));
+        player_ = std::make_unique<Player>(loop_, pulse::makePulseOutput(address));
         player_->onPlayedToEnd([this] { ++ends_; });
         player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
         player_->setItem(item());
@@ -311,7 +312,7 @@ TEST_F(PlayedAloud, AServerThatDiesLeavesThePicturesRunning) {
     options_.pictures = 90;
     options_.sounds = {{}};
     makeMovie();
-    player_ = std::make_unique<Player>(loop_, platform::makePulseOutput(rig.address()));
+    player_ = std::make_unique<Player>(loop_, pulse::makePulseOutput(rig.address()));
     player_->onPlayedToEnd([this] { ++ends_; });
     player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
     player_->setItem(item());

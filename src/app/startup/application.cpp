@@ -122,7 +122,7 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     Updates updates(QCoreApplication::applicationDirPath().toStdString());
     AppDelegate* delegate = nullptr;
     editor::EditorWindows editors(loop,
-                                  {.makeSoundOutput = [] { return platform::makePulseOutput(); },
+                                  {.makeSoundOutput = [] { return platform::openSoundOutput(); },
                                    .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
                                    .newRecording = [&] { delegate->newRecording(); },
                                    .keepAwake = [&]() -> std::shared_ptr<void> {

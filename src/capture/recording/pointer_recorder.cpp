@@ -144,7 +144,8 @@ std::optional<std::string> PointerRecorder::shapeOf(const platform::SystemCursor
         if (known != fingerprintToID_.end()) {
             id = known->second;
         } else {
-            id = "c" + std::to_string(fingerprintToID_.size());
+            id = "c";
+            id += std::to_string(fingerprintToID_.size());
             added = cursorImage(id, cursor, scale_);
             fingerprintToID_[fingerprint] = id;
             cursorImages_[id] = added;

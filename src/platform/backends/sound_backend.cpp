@@ -5,6 +5,7 @@
 
 #include "base/recorder_error.h"
 #include "platform/pipewire/pipewire_sound_system.h"
+#include "platform/pulse/pulse_output.h"
 #include "platform/pulse/pulse_sound_system.h"
 
 namespace lumivastor::platform {
@@ -68,6 +69,10 @@ SoundServerKind chooseSoundServer(const FoundSoundServers& found) {
 
 std::unique_ptr<SoundSystem> openSoundSystem(SoundServerAddresses addresses) {
     return std::make_unique<ChosenSoundSystem>(std::move(addresses));
+}
+
+std::unique_ptr<SoundOutput> openSoundOutput() {
+    return pulse::makePulseOutput();
 }
 
 }  // namespace lumivastor::platform

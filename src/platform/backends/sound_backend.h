@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/sound/sound_output.h"
 #include "platform/sound_system.h"
 
 namespace lumivastor::platform {
@@ -32,5 +33,8 @@ SoundServerKind chooseSoundServer(const FoundSoundServers& found);
 /// meanwhile is no trouble; a source stays with the kind of server it was made for. Without any, starting a source says
 /// "Kein Tonserver gefunden.".
 std::unique_ptr<SoundSystem> openSoundSystem(SoundServerAddresses addresses = {});
+
+/// Where this machine plays sound. It may be lost at the first run, when there is no sound server.
+std::unique_ptr<SoundOutput> openSoundOutput();
 
 }  // namespace lumivastor::platform

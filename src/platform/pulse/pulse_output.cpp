@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/pulse/pulse_output.h"
+
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
@@ -13,7 +15,6 @@
 
 #include "base/host_clock.h"
 #include "platform/sound/smooth_clock.h"
-#include "platform/sound/sound_output.h"
 
 namespace lumivastor::pulse {
 

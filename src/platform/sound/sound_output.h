@@ -44,11 +44,6 @@ class SoundOutput {
     virtual std::int64_t heardFrames() const = 0;
 };
 
-/// The sound server at `server` (PulseAudio's spelling), the user's unless named; it is connected to right away, so
-/// that the first run begins soon. Without one, starting loses the output at once; a server that does not answer is
-/// given up after a second. A run whose sink cannot play yet, because it has made much silence ahead, begins unheard.
-std::unique_ptr<SoundOutput> makePulseOutput(std::string server = {});
-
 /// Plays nothing: the host clock says how much would have been heard. When the machine is too busy to ask for sound in
 /// time, this clock waits for it.
 std::unique_ptr<SoundOutput> makeSilentOutput();
