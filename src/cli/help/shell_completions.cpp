@@ -19,7 +19,7 @@ std::string spaced(std::string_view choices) {
 }
 
 // Between single quotes, for any of the shells: an apostrophe closes them, stands alone, and opens them again.
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string made = "'";
     for (const char c : text) made += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return made + "'";
@@ -48,7 +48,7 @@ std::string bashAction(std::string_view value) {
         case Kind::file:
             return "compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- \"$word\")";
         case Kind::choice:
-            return "mapfile -t COMPREPLY < <(compgen -W " + quoted(spaced(kind.choices)) + " -- \"$word\")";
+            return "mapfile -t COMPREPLY < <(compgen -W " + inQuotes(spaced(kind.choices)) + " -- \"$word\")";
         case Kind::none:
         case Kind::free:
             break;
@@ -60,7 +60,7 @@ std::string bashValues(std::string_view verb, std::span<const OptionSpec> option
     std::string text;
     for (const OptionSpec& option : options) {
         if (option.value.empty()) continue;
-        text += "        " + quoted(std::string(verb) + " " + std::string(option.name)) + ")\n            " +
+        text += "        " + inQuotes(std::string(verb) + " " + std::string(option.name)) + ")\n            " +
                 bashAction(option.value) + "\n            return ;;\n";
     }
     return text;
@@ -99,7 +99,7 @@ std::string zshOption(const OptionSpec& option) {
     if (!option.value.empty()) spec += "=";
     spec += "[" + zshText(option.help) + "]";
     if (!option.value.empty()) spec += ":" + zshText(option.value) + ":" + zshAction(option.value);
-    return quoted(spec);
+    return inQuotes(spec);
 }
 
 // fish
@@ -112,7 +112,7 @@ std::string fishAction(std::string_view value) {
         case Kind::file:
             return " -r -F";
         case Kind::choice:
-            return " -x -a " + quoted(spaced(kind.choices));
+            return " -x -a " + inQuotes(spaced(kind.choices));
         case Kind::free:
             return " -x";
         case Kind::none:
@@ -123,7 +123,7 @@ std::string fishAction(std::string_view value) {
 
 std::string fishOption(const std::string& condition, const OptionSpec& option) {
     return "complete -c lumivastor -n " + condition + " -l " + std::string(option.name.substr(2)) +
-           fishAction(option.value) + " -d " + quoted(option.help) + "\n";
+           fishAction(option.value) + " -d " + inQuotes(option.help) + "\n";
 }
 
 }  // namespace
@@ -146,12 +146,12 @@ _lumivastor() {
     text += bashValues("", programOptions());
     for (const Verb* verb : allVerbs()) text += bashValues(verb->name, verb->options);
     text += "    esac\n    if [ \"$COMP_CWORD\" -eq 1 ]; then\n        mapfile -t COMPREPLY < <(compgen -W " +
-            quoted(verbNames() + " " + optionNames(programOptions())) +
+            inQuotes(verbNames() + " " + optionNames(programOptions())) +
             " -- \"$word\")\n        return\n    fi\n    case \"$verb\" in\n";
     for (const Verb* verb : allVerbs()) {
         text += "        " + std::string(verb->name) + ")\n            if [[ $word == -* ]]; then\n" +
                 "                mapfile -t COMPREPLY < <(compgen -W " +
-                quoted(optionNames(verb->options) + " " + std::string(kHelpOption.name)) + " -- \"$word\")\n" +
+                inQuotes(optionNames(verb->options) + " " + std::string(kHelpOption.name)) + " -- \"$word\")\n" +
                 "            else\n                " + bashAction(verb->positional) + "\n            fi ;;\n";
     }
     return text + "    esac\n}\n\ncomplete -F _lumivastor lumivastor\n";
@@ -163,7 +163,7 @@ std::string zshCompletion() {
     for (const OptionSpec& option : programOptions()) text += "    " + zshOption(option) + " \\\n";
     text += "    '1:Befehl:->verb' '*::Angaben:->rest'\n\ncase $state in\nverb)\n    local -a verbs=(\n";
     for (const Verb* verb : allVerbs()) {
-        text += "        " + quoted(std::string(verb->name) + ":" + zshText(verb->summary)) + "\n";
+        text += "        " + inQuotes(std::string(verb->name) + ":" + zshText(verb->summary)) + "\n";
     }
     text += "    )\n    _describe -t commands Befehl verbs ;;\nrest)\n    case $line[1] in\n";
     for (const Verb* verb : allVerbs()) {
@@ -172,7 +172,7 @@ std::string zshCompletion() {
         text += "            " + zshOption(kHelpOption);
         if (!verb->positional.empty()) {
             text +=
-                " \\\n            " + quoted("1:" + std::string(verb->positional) + ":" + zshAction(verb->positional));
+                " \\\n            " + inQuotes("1:" + std::string(verb->positional) + ":" + zshAction(verb->positional));
         }
         text += " ;;\n";
     }
@@ -181,14 +181,14 @@ std::string zshCompletion() {
 
 std::string fishCompletion() {
     std::string text = "# fish completion for lumivastor\n\ncomplete -c lumivastor -f\n";
-    const std::string none = quoted("not __fish_seen_subcommand_from " + verbNames());
+    const std::string none = inQuotes("not __fish_seen_subcommand_from " + verbNames());
     for (const OptionSpec& option : programOptions()) text += fishOption(none, option);
     for (const Verb* verb : allVerbs()) {
         text += "complete -c lumivastor -n " + none + " -a " + std::string(verb->name) + " -d " +
-                quoted(verb->summary) + "\n";
+                inQuotes(verb->summary) + "\n";
     }
     for (const Verb* verb : allVerbs()) {
-        const std::string condition = quoted("__fish_seen_subcommand_from " + std::string(verb->name));
+        const std::string condition = inQuotes("__fish_seen_subcommand_from " + std::string(verb->name));
         text += "\n";
         for (const OptionSpec& option : verb->options) text += fishOption(condition, option);
         text += fishOption(condition, kHelpOption);
