@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "imaging/painting/painter.h"
 #include "media/writing/asset_writer.h"
@@ -51,7 +52,7 @@ double secondsOf(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-media::VideoSettings settingsFor(edit::CanvasSize canvas) {
+media::VideoSettings settingsFor(PixelSize canvas) {
     media::VideoSettings settings;
     settings.width = canvas.width;
     settings.height = canvas.height;
@@ -107,7 +108,7 @@ bool isNewPicture(int frame, bool repeats) {
 // A recording folder. Its movie has a picture only where something moves, as recordings do.
 class SampleRecording {
   public:
-    SampleRecording(edit::CanvasSize canvas, bool repeats, int frames = kFrames)
+    SampleRecording(PixelSize canvas, bool repeats, int frames = kFrames)
         : canvas_(canvas),
           frames_(frames),
           folder_(fs::temp_directory_path() / formatted("render_bench.%d", static_cast<int>(::getpid()))) {
@@ -127,7 +128,7 @@ class SampleRecording {
     SampleRecording& operator=(const SampleRecording&) = delete;
 
     const fs::path& folder() const { return folder_; }
-    edit::CanvasSize canvas() const { return canvas_; }
+    PixelSize canvas() const { return canvas_; }
 
   private:
     void writeMovie(bool repeats) {
@@ -145,7 +146,7 @@ class SampleRecording {
         });
     }
 
-    edit::CanvasSize canvas_;
+    PixelSize canvas_;
     int frames_;
     fs::path folder_;
 };

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "base/pixel_size.h"
 #include "ffmpeg/av_handles.h"
 #include "platform/capture_device.h"
 
@@ -31,7 +32,7 @@ class LibavInput {
 
     bool hasPictures() const { return picture_.stream >= 0; }
     bool hasSound() const { return sound_.stream >= 0; }
-    platform::PictureSize size() const;
+    PixelSize size() const;
 
     /// The next decoded frame. `nothingYet`: ask again a few milliseconds later (a V4L2 device), or a damaged one was
     /// left out. `end`: the device is gone.
