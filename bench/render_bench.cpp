@@ -75,8 +75,8 @@ void paintPage(const imaging::YuvDestination& picture, int scrolled) {
     for (int y = 0; y < picture.height / 2; ++y) {
         for (int x = 0; x < picture.width / 2; ++x) {
             const int patch = (x / 60 + (2 * y + scrolled) / 90) % 7;
-            picture.blueDifference[y * picture.chromaStride + x] = static_cast<std::uint8_t>(120 + patch * 3);
-            picture.redDifference[y * picture.chromaStride + x] = static_cast<std::uint8_t>(136 - patch * 2);
+            picture.cb[y * picture.chromaStride + x] = static_cast<std::uint8_t>(120 + patch * 3);
+            picture.cr[y * picture.chromaStride + x] = static_cast<std::uint8_t>(136 - patch * 2);
         }
     }
 }
@@ -216,8 +216,8 @@ double costOfTranscoding(const render::CutComposition& movie, const SampleRecord
 
 void copyPicture(int /*frame*/, const imaging::YuvPicture& from, const imaging::YuvDestination& to) {
     copyPlane(from.luma, to.luma, to.lumaStride, to.width, to.height);
-    copyPlane(from.blueDifference, to.blueDifference, to.chromaStride, to.width / 2, to.height / 2);
-    copyPlane(from.redDifference, to.redDifference, to.chromaStride, to.width / 2, to.height / 2);
+    copyPlane(from.cb, to.cb, to.chromaStride, to.width / 2, to.height / 2);
+    copyPlane(from.cr, to.cr, to.chromaStride, to.width / 2, to.height / 2);
 }
 
 render::CutComposition wholeMovie(const fs::path& path) {

@@ -49,13 +49,13 @@ bool isRgb(int format) {
     return description != nullptr && (description->flags & AV_PIX_FMT_FLAG_RGB) != 0;
 }
 
-// Where colour samples sit between two columns and two rows, in 256ths of the way from one to the other.
-struct ColourSite {
+// Where chroma samples sit between two columns and two rows, in 256ths of the way from one to the other.
+struct ChromaSite {
     int across = 0;
     int down = 128;
 };
 
-ColourSite colourSite(int location) {
+ChromaSite chromaSite(int location) {
     switch (location) {
         case AVCHROMA_LOC_CENTER:
             return {128, 128};
@@ -72,9 +72,9 @@ ColourSite colourSite(int location) {
     }
 }
 
-// The scaler takes colour samples for centred between two columns unless it is told, and takes nothing about directions
+// The scaler takes chroma samples for centred between two columns unless it is told, and takes nothing about directions
 // in which there are as many of them as of luma.
-void tellColourSite(SwsContext& context, const std::string& side, int format, const ColourSite& site) {
+void setChromaSite(SwsContext& context, const std::string& side, int format, const ChromaSite& site) {
     const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
     if (description == nullptr || (description->flags & AV_PIX_FMT_FLAG_RGB) != 0) return;
     if (description->log2_chroma_w == 1) av_opt_set_int(&context, (side + "_h_chr_pos").c_str(), site.across, 0);
@@ -91,7 +91,7 @@ imaging::YuvEncoding encodingOf(const AVFrame& frame) {
 
 SwsContext& PictureConverter::scaler(const Shape& shape) {
     if (scaler_ && shape == shape_) return *scaler_;
-    // Exact rounding and colour samples at full resolution: flat colours must survive to the nearest value.
+    // Exact rounding and chroma samples at full resolution: flat colours must survive to the nearest value.
     constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
     scaler_.reset(sws_alloc_context());
     if (!scaler_) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
@@ -103,8 +103,8 @@ SwsContext& PictureConverter::scaler(const Shape& shape) {
     tell("dsth", shape.height);
     tell("dst_format", shape.toFormat);
     tell("sws_flags", kFlags);
-    tellColourSite(*scaler_, "src", shape.fromFormat, colourSite(shape.fromSite));
-    tellColourSite(*scaler_, "dst", shape.toFormat, {});
+    setChromaSite(*scaler_, "src", shape.fromFormat, chromaSite(shape.fromSite));
+    setChromaSite(*scaler_, "dst", shape.toFormat, {});
     if (sws_init_context(scaler_.get(), nullptr, nullptr) < 0) {
         scaler_.reset();
         throw RecorderError(std::string(kUnconvertible) + ": Das Format wird nicht unterstützt.");
@@ -140,8 +140,8 @@ imaging::YuvPicture PictureConverter::planar(const AVFrame& frame) {
                 kUnconvertible);
     }
     picture.luma = {held->data[0], held->linesize[0]};
-    picture.blueDifference = {held->data[1], held->linesize[1]};
-    picture.redDifference = {held->data[2], held->linesize[2]};
+    picture.cb = {held->data[1], held->linesize[1]};
+    picture.cr = {held->data[2], held->linesize[2]};
     picture.owner = std::shared_ptr<const AVFrame>(held.release(), FfmpegDelete{});
     return picture;
 }

@@ -9,7 +9,7 @@
 
 namespace lumivastor::ffmpeg {
 
-/// Turns decoded pictures into ours. Colour samples are taken to sit where the picture says, and at the left one of two
+/// Turns decoded pictures into ours. Chroma samples are taken to sit where the picture says, and at the left one of two
 /// columns, between two rows, when it says nothing. Keeps its tables from picture to picture; one thread at a time.
 class PictureConverter {
   public:
@@ -26,7 +26,7 @@ class PictureConverter {
         int height = 0;
         int fromFormat = -1;
         int toFormat = -1;
-        int fromSite = 0;  // of the colour samples, as FFmpeg numbers it
+        int fromSite = 0;  // of the chroma samples, as FFmpeg numbers it
         imaging::YuvEncoding from;
         imaging::YuvEncoding to;
 
