@@ -7,7 +7,7 @@
 #include <string>
 
 #include "base/pixel_size.h"
-#include "ffmpeg/av_handles.h"
+#include "ffmpeg/ffmpeg_handles.h"
 #include "platform/capture_device.h"
 
 namespace lumivastor::devices {
@@ -46,17 +46,17 @@ class LibavInput {
   private:
     struct Track {
         int stream = -1;
-        ffmpeg::AvHandle<AVCodecContext> decoder;
+        ffmpeg::CodecHandle decoder;
     };
 
     void open(Track& track, int stream);
     bool decode(Track& track);
 
-    ffmpeg::AvHandle<AVFormatContext> input_;
+    ffmpeg::InputHandle input_;
     Track picture_;
     Track sound_;
-    ffmpeg::AvHandle<AVPacket> packet_;
-    ffmpeg::AvHandle<AVFrame> frame_;
+    ffmpeg::PacketHandle packet_;
+    ffmpeg::FrameHandle frame_;
     std::optional<double> stamp_;
 };
 
