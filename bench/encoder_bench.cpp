@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "base/pixel_size.h"
 #include "imaging/drawing/bitmap_canvas.h"
 #include "imaging/painting/painter.h"
 #include "imaging/picture.h"
@@ -48,7 +49,7 @@ double processorSeconds(clockid_t clock) {
 }
 
 // Lines of words on a light ground, twice as tall as the canvas.
-std::shared_ptr<const imaging::BgraPremultipliedBuffer> drawPage(edit::CanvasSize canvas) {
+std::shared_ptr<const imaging::BgraPremultipliedBuffer> drawPage(PixelSize canvas) {
     const int width = canvas.width;
     const int height = canvas.height * 2;
     auto page = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
@@ -75,7 +76,7 @@ Motion motionAt(int frame) {
 }
 
 // The studio's picture in small: the page on a plain ground, moved as the frame says.
-imaging::Picture frameAt(const imaging::Picture& page, edit::CanvasSize canvas, int frame) {
+imaging::Picture frameAt(const imaging::Picture& page, PixelSize canvas, int frame) {
     const double scrolled = 3.0 * std::clamp(frame - 60, 0, 60);
     const double zoomed = std::clamp(frame - 120, 0, 60) / 60.0;
     const double eased = zoomed * zoomed * (3 - 2 * zoomed);
@@ -107,7 +108,7 @@ struct Sharpness {
 
 // Arguments: canvas height, the preset's position in `kPresets`, pictures to look ahead.
 void encoding(benchmark::State& state) {
-    const edit::CanvasSize canvas = render::exportCanvas(state.range(0));
+    const PixelSize canvas = render::exportCanvas(state.range(0));
     const imaging::Picture page(drawPage(canvas));
     const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mp4", static_cast<int>(::getpid()));
     for (auto _ : state) {
@@ -185,7 +186,7 @@ void encoding(benchmark::State& state) {
 }
 
 // A desktop's own picture: text on whole pixels, moved by whole pixels.
-imaging::Picture scrolledBy(const imaging::Picture& page, edit::CanvasSize canvas, int pixels) {
+imaging::Picture scrolledBy(const imaging::Picture& page, PixelSize canvas, int pixels) {
     return page.transformed(imaging::AffineTransform::translation(0, pixels - canvas.height));
 }
 
@@ -195,7 +196,7 @@ imaging::Picture scrolledBy(const imaging::Picture& page, edit::CanvasSize canva
 void liveEncoding(benchmark::State& state) {
     constexpr int kScrolled = 60;
     constexpr double kRepeatsAt[] = {0.1, 0.25, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    const edit::CanvasSize canvas = render::exportCanvas(state.range(0));
+    const PixelSize canvas = render::exportCanvas(state.range(0));
     const imaging::Picture page(drawPage(canvas));
     const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mov", static_cast<int>(::getpid()));
     for (auto _ : state) {

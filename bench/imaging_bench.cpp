@@ -37,16 +37,14 @@ struct Planar {
         samples->all.resize(static_cast<std::size_t>(width * height * 3 / 2));
     }
     std::uint8_t* luma() const { return samples->all.data(); }
-    std::uint8_t* blueDifference() const { return luma() + width * height; }
-    std::uint8_t* redDifference() const { return blueDifference() + width * height / 4; }
+    std::uint8_t* cb() const { return luma() + width * height; }
+    std::uint8_t* cr() const { return cb() + width * height / 4; }
 
     imaging::Picture picture() const {
-        return imaging::Picture(imaging::YuvPicture{
-            width, height, {luma(), width}, {blueDifference(), width / 2}, {redDifference(), width / 2}, {}, samples});
+        return imaging::Picture(
+            imaging::YuvPicture{width, height, {luma(), width}, {cb(), width / 2}, {cr(), width / 2}, {}, samples});
     }
-    imaging::YuvDestination destination() const {
-        return {width, height, luma(), width, blueDifference(), redDifference(), width / 2, {}};
-    }
+    imaging::YuvDestination destination() const { return {width, height, luma(), width, cb(), cr(), width / 2, {}}; }
 };
 
 // Something like text: short dark strokes on a light ground, with some colour.
@@ -59,8 +57,8 @@ Planar screenContent(int width, int height) {
         }
     }
     for (int i = 0; i < width * height / 4; ++i) {
-        screen.blueDifference()[i] = static_cast<std::uint8_t>(110 + i % 37);
-        screen.redDifference()[i] = static_cast<std::uint8_t>(140 - i % 29);
+        screen.cb()[i] = static_cast<std::uint8_t>(110 + i % 37);
+        screen.cr()[i] = static_cast<std::uint8_t>(140 - i % 29);
     }
     return screen;
 }

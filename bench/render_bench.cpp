@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "imaging/painting/painter.h"
 #include "media/writing/asset_writer.h"
@@ -51,7 +52,7 @@ double secondsOf(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-media::VideoSettings settingsFor(edit::CanvasSize canvas) {
+media::VideoSettings settingsFor(PixelSize canvas) {
     media::VideoSettings settings;
     settings.width = canvas.width;
     settings.height = canvas.height;
@@ -74,8 +75,8 @@ void paintPage(const imaging::YuvDestination& picture, int scrolled) {
     for (int y = 0; y < picture.height / 2; ++y) {
         for (int x = 0; x < picture.width / 2; ++x) {
             const int patch = (x / 60 + (2 * y + scrolled) / 90) % 7;
-            picture.blueDifference[y * picture.chromaStride + x] = static_cast<std::uint8_t>(120 + patch * 3);
-            picture.redDifference[y * picture.chromaStride + x] = static_cast<std::uint8_t>(136 - patch * 2);
+            picture.cb[y * picture.chromaStride + x] = static_cast<std::uint8_t>(120 + patch * 3);
+            picture.cr[y * picture.chromaStride + x] = static_cast<std::uint8_t>(136 - patch * 2);
         }
     }
 }
@@ -107,7 +108,7 @@ bool isNewPicture(int frame, bool repeats) {
 // A recording folder. Its movie has a picture only where something moves, as recordings do.
 class SampleRecording {
   public:
-    SampleRecording(edit::CanvasSize canvas, bool repeats, int frames = kFrames)
+    SampleRecording(PixelSize canvas, bool repeats, int frames = kFrames)
         : canvas_(canvas),
           frames_(frames),
           folder_(fs::temp_directory_path() / formatted("render_bench.%d", static_cast<int>(::getpid()))) {
@@ -127,7 +128,7 @@ class SampleRecording {
     SampleRecording& operator=(const SampleRecording&) = delete;
 
     const fs::path& folder() const { return folder_; }
-    edit::CanvasSize canvas() const { return canvas_; }
+    PixelSize canvas() const { return canvas_; }
 
   private:
     void writeMovie(bool repeats) {
@@ -145,7 +146,7 @@ class SampleRecording {
         });
     }
 
-    edit::CanvasSize canvas_;
+    PixelSize canvas_;
     int frames_;
     fs::path folder_;
 };
@@ -215,8 +216,8 @@ double costOfTranscoding(const render::CutComposition& movie, const SampleRecord
 
 void copyPicture(int /*frame*/, const imaging::YuvPicture& from, const imaging::YuvDestination& to) {
     copyPlane(from.luma, to.luma, to.lumaStride, to.width, to.height);
-    copyPlane(from.blueDifference, to.blueDifference, to.chromaStride, to.width / 2, to.height / 2);
-    copyPlane(from.redDifference, to.redDifference, to.chromaStride, to.width / 2, to.height / 2);
+    copyPlane(from.cb, to.cb, to.chromaStride, to.width / 2, to.height / 2);
+    copyPlane(from.cr, to.cr, to.chromaStride, to.width / 2, to.height / 2);
 }
 
 render::CutComposition wholeMovie(const fs::path& path) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "media/reading/asset.h"
 #include "model/pointer_track.h"
@@ -29,7 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 using Mode = FailingAllocations::Mode;
 
-constexpr edit::CanvasSize kCanvas{192, 108};
+constexpr PixelSize kCanvas{192, 108};
 constexpr int kPictures = 24;
 
 class Shortage : public ExportFixture {

@@ -22,7 +22,7 @@ constexpr int kQuality = 20;
 constexpr double kKeySecondsAtRest = 10;
 constexpr double kBitsPerPixel = 0.08;
 
-model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, platform::PictureSize size,
+model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, PixelSize size,
                            const platform::ShareableContent& desktop, const Rect& otherwise) {
     return {displayID, content, scale, Size{static_cast<double>(size.width), static_cast<double>(size.height)},
             [&](std::uint32_t id) {
@@ -48,7 +48,7 @@ void planDisplay(const platform::Display& chosen, const std::optional<Rect>& reg
     plan.displayID = display.id;
     plan.sourceKind = region ? "region" : "display";
     const Rect captured = region.value_or(platform::contentRect(plan.filter));
-    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const PixelSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry = geometryOf(display.id, captured, display.scale, size, content, display.frame);
     plan.configuration.sourceRect = region;
 }
@@ -64,7 +64,7 @@ void planWindow(const platform::Window& chosen, const platform::ShareableContent
     plan.initialWindowFrame = window.frame;
     plan.windowTitle = windowTitleForInfo(window);
     const Rect captured = platform::contentRect(plan.filter);
-    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const PixelSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry =
         geometryOf(content.mainDisplayID, {0, 0, captured.width, captured.height}, display.scale, size, content, {});
 }
@@ -103,7 +103,7 @@ CapturePlan planCapture(const CaptureOptions& options, const platform::Shareable
     return plan;
 }
 
-platform::PictureSize evenPixelSize(Size points, double scale) {
+PixelSize evenPixelSize(Size points, double scale) {
     const auto even = [scale](double length) {
         // Beyond any screen; keeps the conversion defined for sizes that make no sense.
         return static_cast<int>(std::clamp(std::round(length * scale), 0.0, 1e6)) & ~1;
@@ -123,7 +123,7 @@ std::int64_t averageBitRate(int width, int height, int fps) {
     return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
 }
 
-media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps) {
+media::EncodingJob screenEncodingJob(PixelSize size, int fps) {
     return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
 }
 
@@ -175,8 +175,7 @@ model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& op
     return info;
 }
 
-model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
-                                     bool microphone) {
+model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, PixelSize size, bool deviceAudio, bool microphone) {
     model::CaptureInfo info;
     info.displayWidth = info.contentWidth = size.width;
     info.displayHeight = info.contentHeight = size.height;
@@ -190,7 +189,7 @@ model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::Pi
     return info;
 }
 
-model::Geometry deviceGeometry(platform::PictureSize size) {
+model::Geometry deviceGeometry(PixelSize size) {
     model::Geometry geometry;
     geometry.pixelSize = {static_cast<double>(size.width), static_cast<double>(size.height)};
     geometry.displayBounds = geometry.contentRect = {0, 0, geometry.pixelSize.width, geometry.pixelSize.height};

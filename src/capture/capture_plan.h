@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "media/encoder_choice/encoder_choice.h"
 #include "media/writing/encoders.h"
 #include "model/capture_geometry.h"
@@ -67,7 +68,7 @@ void requireRecordable(const CaptureSource& source, const platform::ShareableCon
 CapturePlan planCapture(const CaptureOptions& options, const platform::ShareableContent& content);
 
 /// The size of a movie's pictures for a size in points: rounded to whole pixels, then down to even ones.
-platform::PictureSize evenPixelSize(Size points, double scale);
+PixelSize evenPixelSize(Size points, double scale);
 
 /// "Terminal – Sitzung 1", or what is known of it; nothing when nothing is.
 std::optional<std::string> windowTitleForInfo(const platform::Window& window);
@@ -77,7 +78,7 @@ std::int64_t averageBitRate(int width, int height, int fps);
 /// The same at 60 pictures a second for a device, whose pictures move more: at least 8,000,000.
 std::int64_t deviceBitRate(int width, int height);
 /// What encoding a recording of the screen takes.
-media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps);
+media::EncodingJob screenEncodingJob(PixelSize size, int fps);
 
 inline constexpr std::int64_t kWebcamBitRate = 8'000'000;
 
@@ -98,9 +99,8 @@ inline constexpr MediaTime kFragmentInterval{1200, 600};
 model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options);
 
 /// What the capture document of a device says as soon as its first picture has come.
-model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
-                                     bool microphone);
-model::Geometry deviceGeometry(platform::PictureSize size);
+model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, PixelSize size, bool deviceAudio, bool microphone);
+model::Geometry deviceGeometry(PixelSize size);
 
 /// A number as logs show it: always with a fraction ("2.0", "1.25").
 std::string decimalText(double number);

@@ -140,13 +140,13 @@ TEST_F(CapturePlans, WhereOnlyWindowsCanBeRecordedTheRestIsRefused) {
 }
 
 TEST(EvenPixelSize, IsRoundedAndThenMadeEven) {
-    EXPECT_EQ(evenPixelSize({100.4, 100.5}, 1), (platform::PictureSize{100, 100}));
-    EXPECT_EQ(evenPixelSize({101, 99.4}, 1), (platform::PictureSize{100, 98}));
-    EXPECT_EQ(evenPixelSize({683, 384}, 1.25), (platform::PictureSize{854, 480}));
-    EXPECT_EQ(evenPixelSize({0, -4}, 2), (platform::PictureSize{0, 0}));
+    EXPECT_EQ(evenPixelSize({100.4, 100.5}, 1), (PixelSize{100, 100}));
+    EXPECT_EQ(evenPixelSize({101, 99.4}, 1), (PixelSize{100, 98}));
+    EXPECT_EQ(evenPixelSize({683, 384}, 1.25), (PixelSize{854, 480}));
+    EXPECT_EQ(evenPixelSize({0, -4}, 2), (PixelSize{0, 0}));
     for (int points = 1; points < 500; ++points) {
         for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
-            const platform::PictureSize size = evenPixelSize({static_cast<double>(points), 1}, scale);
+            const PixelSize size = evenPixelSize({static_cast<double>(points), 1}, scale);
             EXPECT_EQ(size.width % 2, 0);
             EXPECT_LE(std::abs(size.width - points * scale), 1.5);
         }

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/pixel_size.h"
+
 namespace lumivastor::cli {
 
 /// An option of a verb. `value` names what follows it in the help, empty for a switch.
@@ -49,10 +51,6 @@ class Arguments {
 std::optional<double> parseNumber(std::string_view text);
 
 /// "WxH" with both from 1 to `largest`. Throws `UsageError`.
-struct PixelSize {
-    int width = 0;
-    int height = 0;
-};
 PixelSize parsePixelSize(const std::string& text, int largest);
 
 }  // namespace lumivastor::cli

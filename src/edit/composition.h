@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/geometry.h"
+#include "base/pixel_size.h"
 #include "edit/cursor_assets.h"
 #include "edit/edit_state.h"
 #include "edit/frame_composer.h"
@@ -79,7 +80,7 @@ class Composition {
     std::shared_ptr<Shown> shown() const;
     void rebuild(const model::ProjectSettings& settings, const EditState* previous);
 
-    const CanvasSize canvas_;
+    const PixelSize canvas_;
     const std::shared_ptr<const Recording> recording_;
     const std::map<std::string, CursorAsset> cursorAssets_;
     mutable imaging::PreparedLayers preparedLayers_;

@@ -17,7 +17,7 @@ ZoomEngine::Parameters zoomParameters(const model::ProjectSettings& settings) {
 }
 
 std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const model::ProjectSettings& settings,
-                                                 CanvasSize canvas, const EditState* previous) {
+                                                 PixelSize canvas, const EditState* previous) {
     checkZooms(settings);
     checkMasks(settings);
     const model::CaptureInfo& info = recording.info;

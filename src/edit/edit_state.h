@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "edit/cursor_engine.h"
 #include "edit/recording.h"
 #include "edit/studio_layout.h"
@@ -36,7 +37,7 @@ ZoomEngine::Parameters zoomParameters(const model::ProjectSettings& settings);
 /// the same recording or none, only saves time: what would come out equal is shared with it. Throws `RecorderError`
 /// when the settings, from a damaged file, cannot be drawn; never for what the editor's controls can set.
 std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const model::ProjectSettings& settings,
-                                                 CanvasSize canvas, const EditState* previous = nullptr);
+                                                 PixelSize canvas, const EditState* previous = nullptr);
 
 /// The id of the cursor shape in force at source time `t`: that of the last change up to then, or of the first one
 /// before any. Null when there are no changes.

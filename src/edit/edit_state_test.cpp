@@ -12,7 +12,7 @@
 namespace lumivastor::edit {
 namespace {
 
-constexpr CanvasSize kCanvas{2560, 1440};
+constexpr PixelSize kCanvas{2560, 1440};
 
 model::CaptureInfo capture(double duration = 30) {
     model::CaptureInfo info;

@@ -38,7 +38,7 @@ std::vector<Rect> maskRectangles(const std::vector<model::MaskRect>& masks, doub
     return rects;
 }
 
-Rect bubbleRectangle(const model::ProjectSettings& settings, CanvasSize canvas) {
+Rect bubbleRectangle(const model::ProjectSettings& settings, PixelSize canvas) {
     const double side = settings.webcamSize * canvas.height;
     const double margin = kBubbleMargin * canvas.height;
     const bool left = settings.webcamCorner == 1 || settings.webcamCorner == 3;
@@ -58,7 +58,7 @@ Rect cropRectangle(const model::CaptureInfo& info, const model::ProjectSettings&
     return {std::round(left), std::round(top), std::round(width - left - right), std::round(height - top - bottom)};
 }
 
-StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, CanvasSize canvas,
+StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, PixelSize canvas,
                           bool hasWebcam) {
     const auto width = static_cast<double>(info.pixelWidth);
     const auto height = static_cast<double>(info.pixelHeight);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/geometry.h"
+#include "base/pixel_size.h"
 #include "edit/zoom_engine.h"
 #include "model/capture_info.h"
 #include "model/project_settings.h"
@@ -14,15 +15,8 @@
 
 namespace lumivastor::edit {
 
-struct CanvasSize {
-    int width = 0;
-    int height = 0;
-
-    bool operator==(const CanvasSize&) const = default;
-};
-
 struct StudioLayout {
-    CanvasSize canvas;
+    PixelSize canvas;
     /// Canvas pixels per source pixel, before any zoom.
     double contentScale = 1;
     /// Side of a mask's blocks in source pixels.
@@ -41,7 +35,7 @@ struct StudioLayout {
 
 /// Lays out a frame. `hasWebcam` tells whether the recording has a webcam movie. Throws `RecorderError` when the
 /// settings, from a damaged file, leave no finite layout.
-StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, CanvasSize canvas,
+StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, PixelSize canvas,
                           bool hasWebcam);
 
 /// The shown part of the source by itself: each side loses at most 0.4 of its direction.

@@ -10,7 +10,7 @@
 namespace lumivastor::edit {
 namespace {
 
-constexpr CanvasSize kCanvas{2560, 1440};
+constexpr PixelSize kCanvas{2560, 1440};
 
 model::CaptureInfo capture(std::int64_t width = 1920, std::int64_t height = 1080) {
     model::CaptureInfo info;

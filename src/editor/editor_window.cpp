@@ -24,6 +24,7 @@
 
 #include "base/host_clock.h"
 #include "base/log.h"
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "base/saturated.h"
 #include "editor/preview/mask_draw_view.h"

@@ -20,6 +20,7 @@ namespace lumivastor::ffmpeg {
 struct FfmpegDelete {
     void operator()(AVCodecContext* codec) const;
     void operator()(AVCodecParameters* parameters) const;
+    void operator()(AVFormatContext* input) const;  // one that was opened for reading
     void operator()(AVFrame* frame) const;
     void operator()(AVPacket* packet) const;
     void operator()(SwrContext* resampler) const;
@@ -28,6 +29,7 @@ struct FfmpegDelete {
 
 using CodecHandle = std::unique_ptr<AVCodecContext, FfmpegDelete>;
 using CodecParametersHandle = std::unique_ptr<AVCodecParameters, FfmpegDelete>;
+using InputHandle = std::unique_ptr<AVFormatContext, FfmpegDelete>;
 using FrameHandle = std::unique_ptr<AVFrame, FfmpegDelete>;
 using PacketHandle = std::unique_ptr<AVPacket, FfmpegDelete>;
 using ResamplerHandle = std::unique_ptr<SwrContext, FfmpegDelete>;

@@ -3,13 +3,13 @@
 
 #include <memory>
 
-#include "ffmpeg/ffmpeg_handles.h"
+#include "ffmpeg/picture_scaler.h"
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
 namespace lumivastor::ffmpeg {
 
-/// Turns decoded pictures into ours. Colour samples are taken to sit where the picture says, and at the left one of two
+/// Turns decoded pictures into ours. Chroma samples are taken to sit where the picture says, and at the left one of two
 /// columns, between two rows, when it says nothing. Keeps its tables from picture to picture; one thread at a time.
 class PictureConverter {
   public:
@@ -20,23 +20,9 @@ class PictureConverter {
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> bgra(const AVFrame& frame);
 
   private:
-    /// Size and meaning of the pictures that the tables are made for.
-    struct Shape {
-        int width = 0;
-        int height = 0;
-        int fromFormat = -1;
-        int toFormat = -1;
-        int fromSite = 0;  // of the colour samples, as FFmpeg numbers it
-        imaging::YuvEncoding from;
-        imaging::YuvEncoding to;
+    void convert(const AVFrame& frame, int toFormat, const imaging::YuvEncoding& to, const PicturePlanes& planes);
 
-        bool operator==(const Shape&) const = default;
-    };
-
-    SwsContext& scaler(const Shape& shape);
-
-    ScalerHandle scaler_;
-    Shape shape_;
+    PictureScaler scaler_;
 };
 
 }  // namespace lumivastor::ffmpeg

@@ -7,7 +7,6 @@ extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
-#include <libswscale/swscale.h>
 }
 
 namespace lumivastor::ffmpeg {
@@ -15,27 +14,6 @@ namespace {
 
 // Beyond any camera; keeps sums of pixel positions within an int.
 constexpr int kLargestSide = 16384;
-
-// Formats of their own name for YUV of full range, which the scaler wants to be told instead.
-int withoutRange(int format) {
-    switch (format) {
-        case AV_PIX_FMT_YUVJ420P:
-            return AV_PIX_FMT_YUV420P;
-        case AV_PIX_FMT_YUVJ422P:
-            return AV_PIX_FMT_YUV422P;
-        case AV_PIX_FMT_YUVJ444P:
-            return AV_PIX_FMT_YUV444P;
-        case AV_PIX_FMT_YUVJ440P:
-            return AV_PIX_FMT_YUV440P;
-        default:
-            return format;
-    }
-}
-
-bool isRgb(int format) {
-    const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
-    return description != nullptr && (description->flags & AV_PIX_FMT_FLAG_RGB) != 0;
-}
 
 // Whether the fourth value of a pixel may be anything.
 bool hasFourthValue(int format) {
@@ -123,29 +101,23 @@ DevicePicture pictureIn(const AVFrame& frame) {
 }
 
 std::shared_ptr<const imaging::BgraPremultipliedBuffer> PictureToBgra::convert(const DevicePicture& picture) {
-    Shape shape;
-    shape.format = withoutRange(picture.format);
-    shape.width = picture.width;
-    shape.height = picture.height;
-    shape.isBt709 = picture.isBt709.value_or(meansBt709(isExternal_, picture.height));
-    shape.isFullRange = picture.isFullRange.value_or(shape.format != picture.format || isRgb(picture.format));
-    if (!scaler_ || !(shape == shape_)) {
-        const auto format = static_cast<AVPixelFormat>(shape.format);
-        if (sws_isSupportedInput(format) == 0) return nullptr;
-        scaler_.reset(sws_getContext(shape.width, shape.height, format, shape.width, shape.height, AV_PIX_FMT_BGRA,
-                                     SWS_BILINEAR, nullptr, nullptr, nullptr));
-        if (!scaler_) return nullptr;
-        const int* const matrix = sws_getCoefficients(shape.isBt709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
-        constexpr int kOne = 1 << 16;
-        sws_setColorspaceDetails(scaler_.get(), matrix, shape.isFullRange ? 1 : 0, sws_getCoefficients(SWS_CS_DEFAULT),
-                                 1, 0, kOne, kOne);
-        shape_ = shape;
-    }
+    PictureScaler::Conversion conversion;
+    conversion.width = picture.width;
+    conversion.height = picture.height;
+    conversion.fromFormat = formatWithoutRange(picture.format);
+    conversion.toFormat = AV_PIX_FMT_BGRA;
+    const bool isBt709 = picture.isBt709.value_or(meansBt709(isExternal_, picture.height));
+    const bool isFullRange =
+        picture.isFullRange.value_or(conversion.fromFormat != picture.format || isRgb(picture.format));
+    conversion.from = {isBt709 ? imaging::YuvMatrix::bt709 : imaging::YuvMatrix::bt601,
+                       isFullRange ? imaging::YuvRange::full : imaging::YuvRange::limited};
+    // RGB formats that the scaler takes apart for converting are put together again with this one.
+    conversion.to = {imaging::YuvMatrix::bt601, imaging::YuvRange::full};
+    conversion.precision = PictureScaler::Precision::quick;
+    if (scaler_.prepare(conversion) < 0) return nullptr;
     auto image = std::make_shared<imaging::BgraPremultipliedBuffer>(picture.width, picture.height);
-    const std::array<std::uint8_t*, 4> target{image->row(0)};
-    const std::array<int, 4> stride{static_cast<int>(image->stride())};
-    sws_scale(scaler_.get(), picture.planes.data(), picture.strides.data(), 0, picture.height, target.data(),
-              stride.data());
+    scaler_.convert(picture.planes.data(), picture.strides.data(),
+                    {{image->row(0), nullptr, nullptr, nullptr}, {static_cast<int>(image->stride()), 0, 0, 0}});
     if (hasFourthValue(picture.format)) {
         for (int y = 0; y < picture.height; ++y) {
             std::uint8_t* const row = image->row(y);

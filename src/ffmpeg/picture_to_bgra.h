@@ -8,7 +8,7 @@
 #include <optional>
 #include <span>
 
-#include "ffmpeg/av_handles.h"
+#include "ffmpeg/picture_scaler.h"
 #include "imaging/pixel_buffer.h"
 
 namespace lumivastor::ffmpeg {
@@ -52,19 +52,8 @@ class PictureToBgra {
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> convert(const DevicePicture& picture);
 
   private:
-    struct Shape {
-        int format = -1;
-        int width = 0;
-        int height = 0;
-        bool isBt709 = false;
-        bool isFullRange = false;
-
-        bool operator==(const Shape&) const = default;
-    };
-
     bool isExternal_;
-    Shape shape_;
-    AvHandle<SwsContext> scaler_;
+    PictureScaler scaler_;
 };
 
 /// The picture in a decoded frame.

@@ -69,9 +69,8 @@ struct StepComparison {
         const YuvPicture& one = a.picture;
         const YuvPicture& other = b.picture;
         return one.width == other.width && one.height == other.height && one.luma.samples == other.luma.samples &&
-               one.blueDifference.samples == other.blueDifference.samples &&
-               one.redDifference.samples == other.redDifference.samples && one.luma.stride == other.luma.stride &&
-               one.encoding == other.encoding && one.owner == other.owner;
+               one.cb.samples == other.cb.samples && one.cr.samples == other.cr.samples &&
+               one.luma.stride == other.luma.stride && one.encoding == other.encoding && one.owner == other.owner;
     }
     bool operator()(const TransformNode& a, const TransformNode& b) const {
         return a.transform == b.transform && later(a.input, b.input);

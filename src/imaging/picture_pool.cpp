@@ -36,8 +36,8 @@ PlanarBuffer::PlanarBuffer(int width, int height, const YuvEncoding& encoding) {
     destination_.height = height;
     destination_.luma = bytes_.get();
     destination_.lumaStride = static_cast<std::ptrdiff_t>(lumaStride);
-    destination_.blueDifference = bytes_.get() + lumaBytes;
-    destination_.redDifference = bytes_.get() + lumaBytes + chromaBytes;
+    destination_.cb = bytes_.get() + lumaBytes;
+    destination_.cr = bytes_.get() + lumaBytes + chromaBytes;
     destination_.chromaStride = static_cast<std::ptrdiff_t>(chromaStride);
     destination_.encoding = encoding;
 }

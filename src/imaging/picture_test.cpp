@@ -78,8 +78,8 @@ TEST(Picture, DecodedPicturesAreComparedByTheirSamples) {
     YuvPicture picture;
     picture.width = picture.height = 2;
     picture.luma = {samples, 2};
-    picture.blueDifference = {samples + 4, 1};
-    picture.redDifference = {samples + 5, 1};
+    picture.cb = {samples + 4, 1};
+    picture.cr = {samples + 5, 1};
     YuvPicture other = picture;
     EXPECT_EQ(Picture(picture), Picture(other));
     other.encoding.range = YuvRange::full;

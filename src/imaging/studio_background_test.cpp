@@ -13,7 +13,7 @@
 #include "imaging/painting/background_planes.h"
 #include "imaging/painting/painter.h"
 #include "imaging/painting/prepared_layers.h"
-#include "imaging/painting/resampling.h"
+#include "imaging/yuv_coefficients.h"
 
 namespace lumivastor::imaging {
 namespace {
@@ -85,13 +85,13 @@ TEST(StudioBackground, ThePlanesOfAFilmFollowTheGradientBetweenTheirValues) {
             EXPECT_GE(deviation(banded, kWidth, kHeight, exactLuma).ofBlocks, 0.3);
             const Deviation blue = deviation(planes.blue, kWidth / 2, kHeight / 2, [&](int x, int y) {
                 const RgbColour colour = colourAt(2 * x + 0.5, 2 * y + 1);
-                return yuv.blueDifference(colour.red, colour.green, colour.blue) + 128;
+                return yuv.cb(colour.red, colour.green, colour.blue) + 128;
             });
             EXPECT_LE(blue.ofBlocks, 0.15);
             EXPECT_LE(blue.ofSamples, 1.02);
             const Deviation red = deviation(planes.red, kWidth / 2, kHeight / 2, [&](int x, int y) {
                 const RgbColour colour = colourAt(2 * x + 0.5, 2 * y + 1);
-                return yuv.redDifference(colour.red, colour.green, colour.blue) + 128;
+                return yuv.cr(colour.red, colour.green, colour.blue) + 128;
             });
             EXPECT_LE(red.ofBlocks, 0.15);
             EXPECT_LE(red.ofSamples, 1.02);

@@ -7,10 +7,10 @@
 
 namespace lumivastor::imaging {
 
-/// The matrix that turns luma and colour differences into red, green and blue.
+/// The matrix that turns luma and chroma into red, green and blue.
 enum class YuvMatrix { bt601, bt709 };
 
-/// Limited: luma 16...235, colour differences 16...240. Full: 0...255 for all.
+/// Limited: luma 16...235, chroma 16...240. Full: 0...255 for all.
 enum class YuvRange { limited, full };
 
 struct YuvEncoding {
@@ -26,7 +26,7 @@ struct YuvPlane {
     std::ptrdiff_t stride = 0;
 };
 
-/// A read-only picture of 8-bit 4:2:0 samples in three planes, as video decoders deliver it. The colour planes have
+/// A read-only picture of 8-bit 4:2:0 samples in three planes, as video decoders deliver it. The chroma planes have
 /// half the size in both directions, rounded up; their samples are sited at the left one of two luma columns and
 /// between two luma rows (the MPEG-2 and H.264 default). `owner` keeps the samples alive: copies of the value share
 /// them.
@@ -34,8 +34,8 @@ struct YuvPicture {
     int width = 0;
     int height = 0;
     YuvPlane luma;
-    YuvPlane blueDifference;
-    YuvPlane redDifference;
+    YuvPlane cb;
+    YuvPlane cr;
     YuvEncoding encoding;
     std::shared_ptr<const void> owner;
 
@@ -49,8 +49,8 @@ struct YuvDestination {
     int height = 0;
     std::uint8_t* luma = nullptr;
     std::ptrdiff_t lumaStride = 0;
-    std::uint8_t* blueDifference = nullptr;
-    std::uint8_t* redDifference = nullptr;
+    std::uint8_t* cb = nullptr;
+    std::uint8_t* cr = nullptr;
     std::ptrdiff_t chromaStride = 0;
     YuvEncoding encoding;
 };

@@ -7,18 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "base/serial_queue.h"
 #include "imaging/pixel_buffer.h"
 #include "platform/sound_buffer.h"
 
 namespace lumivastor::platform {
-
-struct PictureSize {
-    int width = 0;
-    int height = 0;
-
-    bool operator==(const PictureSize&) const = default;
-};
 
 /// Something to open that delivers pictures or sound: a camera, a capture card, a microphone.
 struct CaptureDevice {
@@ -43,10 +37,10 @@ class CaptureSession {
     virtual ~CaptureSession() = default;
 
     /// Whether the device can deliver pictures of exactly this size.
-    virtual bool canSetPreset(PictureSize size) const = 0;
-    virtual void setPreset(PictureSize size) = 0;
+    virtual bool canSetPreset(PixelSize size) const = 0;
+    virtual void setPreset(PixelSize size) = 0;
     /// The size that is delivered when no preset is set.
-    virtual PictureSize activeFormat() const = 0;
+    virtual PixelSize activeFormat() const = 0;
 
     /// Handlers run on the queue, which outlives the session. `discardsLate`: a picture that comes while two are still
     /// waiting for the queue is dropped; otherwise up to 30 wait before one is. False when the device has nothing of

@@ -20,8 +20,7 @@ constexpr MediaTime kTick{1, kMomentScale};
 
 std::size_t bytesOf(const imaging::YuvPicture& picture) {
     return static_cast<std::size_t>(picture.luma.stride) * static_cast<std::size_t>(picture.height) +
-           2 * static_cast<std::size_t>(picture.blueDifference.stride) *
-               static_cast<std::size_t>(picture.chromaHeight());
+           2 * static_cast<std::size_t>(picture.cb.stride) * static_cast<std::size_t>(picture.chromaHeight());
 }
 
 }  // namespace

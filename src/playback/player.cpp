@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/pixel_size.h"
 #include "playback/player_pictures.h"
 #include "playback/player_sound.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 constexpr double kTimeInterval = 1.0 / 30;
 // Larger than any screen: nothing has been said about how large frames are shown.
-constexpr FrameSize kAnySize{1 << 20, 1 << 20};
+constexpr PixelSize kAnySize{1 << 20, 1 << 20};
 
 }  // namespace
 
@@ -83,7 +84,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
 
     double duration_ = 0;
     double framesPerSecond_ = 1;
-    FrameSize available_ = kAnySize;
+    PixelSize available_ = kAnySize;
     PlayedRanges ranges_;
     std::unique_ptr<PlayerSound> sound_;  // both: null until there is an item
     std::unique_ptr<PlayerPictures> pictures_;

@@ -55,7 +55,7 @@ std::unique_ptr<PictureSupply> supplyOf(const PlayerItem& item, const std::optio
 
 }  // namespace
 
-PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, FrameSize available, Clock clock,
+PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock,
                                Client client)
     : canvas_{item.canvasWidth, item.canvasHeight},
       clock_(std::move(clock)),
@@ -127,7 +127,7 @@ void PlayerPictures::setRanges(PlayedRanges ranges) {
     tell([made = std::make_shared<const PlayedRanges>(std::move(ranges))](Wish& wish) { wish.ranges = made; });
 }
 
-void PlayerPictures::setAvailable(FrameSize available) {
+void PlayerPictures::setAvailable(PixelSize available) {
     tell([=](Wish& wish) {
         if (wish.available == available) return;
         wish.available = available;
@@ -327,7 +327,7 @@ PlayerPictures::Made PlayerPictures::make(const Wish& wish, const Sources& sourc
 
 Player::Frame PlayerPictures::paint(const Wish& wish, const imaging::Picture& screen,
                                     const std::optional<imaging::Picture>& webcam, double seconds) {
-    const FrameSize size = fittedFrame(canvas_, wish.available);
+    const PixelSize size = fittedFrame(canvas_, wish.available);
     imaging::Picture recipe = (*wish.compositor)(screen, webcam, seconds);
     if (!pool_ || pool_->width() != size.width || pool_->height() != size.height) {
         pool_ = std::make_unique<imaging::PicturePool>(size.width, size.height, imaging::YuvEncoding{});

@@ -11,10 +11,11 @@
 #include <string>
 #include <thread>
 
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "imaging/painting/painter.h"
 #include "imaging/picture_pool.h"
-#include "playback/frame_size.h"
+#include "playback/fitted_frame.h"
 #include "playback/picture_supply.h"
 #include "playback/played_ranges.h"
 #include "playback/player.h"
@@ -47,7 +48,7 @@ class PlayerPictures {
         std::function<void(const RecorderError& error)> failed;
     };
 
-    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, FrameSize available, Clock clock, Client client);
+    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock, Client client);
     /// Waits for the frame that is being made. No callback runs when this has returned.
     ~PlayerPictures();
     PlayerPictures(const PlayerPictures&) = delete;
@@ -60,7 +61,7 @@ class PlayerPictures {
 
     void setCompositor(VideoCompositor compositor);
     void setRanges(PlayedRanges ranges);
-    void setAvailable(FrameSize available);
+    void setAvailable(PixelSize available);
 
     Player::Statistics statistics() const;
 
@@ -72,7 +73,7 @@ class PlayerPictures {
         double still = 0;
         std::shared_ptr<const VideoCompositor> compositor;
         std::shared_ptr<const PlayedRanges> ranges;
-        FrameSize available;
+        PixelSize available;
         std::int64_t change = 0;  // counts whatever makes the same moment look different
     };
     // What the tracks show at a moment.
@@ -106,7 +107,7 @@ class PlayerPictures {
     void fail(const RecorderError& error);
     void reportSupplies();
 
-    const FrameSize canvas_;
+    const PixelSize canvas_;
     const Clock clock_;
     const Client client_;
     std::unique_ptr<PictureSupply> screen_;  // none: no track

@@ -106,8 +106,8 @@ class CheckVideo : public testing::Test {
             }
             for (int y = 0; y < picture.height / 2; ++y) {
                 const auto width = static_cast<std::size_t>(picture.width / 2);
-                std::memset(picture.blueDifference + y * picture.chromaStride, 128, width);
-                std::memset(picture.redDifference + y * picture.chromaStride, 128, width);
+                std::memset(picture.cb + y * picture.chromaStride, 128, width);
+                std::memset(picture.cr + y * picture.chromaStride, 128, width);
             }
         };
         info_.createdAt = "2024-05-01T09:30:12Z";
@@ -252,14 +252,14 @@ TEST_F(CheckVideo, RingsGrowAroundTheClickAndGo) {
     }
 }
 
-// How many colour samples, and parts of one, lie left of the edge between two colours, below all marks.
+// How many chroma samples, and parts of one, lie left of the edge between two colours, below all marks.
 double colourEdgeIn(const fs::path& path) {
     const auto asset = std::make_shared<const Movie>(path);
     media::AssetReader reader(asset);
     auto& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id, media::PictureFormat::planar);
     if (!reader.startReading()) throw *reader.error();
     const auto sample = output.copyNextSample();
-    const imaging::YuvPlane& plane = sample->planar().blueDifference;
+    const imaging::YuvPlane& plane = sample->planar().cb;
     double left = 0;
     constexpr int kFirst = 90;
     constexpr int kLast = 115;
@@ -281,8 +281,8 @@ TEST_F(CheckVideo, LeavesColoursWhereTheRecordingHasThem) {
         for (int y = 0; y < picture.height / 2; ++y) {
             for (int x = 0; x < picture.width / 2; ++x) {
                 const bool isLeft = x < 61;
-                picture.blueDifference[y * picture.chromaStride + x] = isLeft ? 160 : 100;
-                picture.redDifference[y * picture.chromaStride + x] = isLeft ? 110 : 150;
+                picture.cb[y * picture.chromaStride + x] = isLeft ? 160 : 100;
+                picture.cr[y * picture.chromaStride + x] = isLeft ? 110 : 150;
             }
         }
     };

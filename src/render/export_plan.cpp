@@ -23,7 +23,7 @@ constexpr double kHeldAtEnd = 0.05;
 
 }  // namespace
 
-edit::CanvasSize exportCanvas(std::int64_t height) {
+PixelSize exportCanvas(std::int64_t height) {
     if (height < kLeastHeight || height > kLargestHeight) {
         throw RecorderError(formatted("Die Höhe des Videos ist unzulässig: %lld.", static_cast<long long>(height)));
     }
@@ -43,7 +43,7 @@ double frameSeconds(std::int64_t index, std::int64_t fps) {
     return static_cast<double>(index) / static_cast<double>(fps);
 }
 
-std::int64_t exportBitRate(edit::CanvasSize canvas, std::int64_t fps) {
+std::int64_t exportBitRate(PixelSize canvas, std::int64_t fps) {
     constexpr double kBitsPerPixel = 0.1;
     return saturated<std::int64_t>(static_cast<double>(canvas.width) * static_cast<double>(canvas.height) *
                                    static_cast<double>(fps) * kBitsPerPixel);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/media_time.h"
+#include "base/pixel_size.h"
 #include "edit/studio_layout.h"
 #include "media/reading/asset_reader.h"
 
@@ -21,7 +22,7 @@ inline constexpr std::int32_t kExportTimescale = 600;
 
 /// The picture size that belongs to a height: 16:9, the width rounded down. Throws `RecorderError` for heights that no
 /// H.264 movie has.
-edit::CanvasSize exportCanvas(std::int64_t height);
+PixelSize exportCanvas(std::int64_t height);
 
 /// Pictures a second that an export can time on its clock. Throws `RecorderError` for all others: recordings are
 /// untrusted.
@@ -33,7 +34,7 @@ std::int64_t frameCount(double seconds, std::int64_t fps);
 double frameSeconds(std::int64_t index, std::int64_t fps);
 
 /// Bits a second for pictures of this size: 0.1 for each pixel.
-std::int64_t exportBitRate(edit::CanvasSize canvas, std::int64_t fps);
+std::int64_t exportBitRate(PixelSize canvas, std::int64_t fps);
 
 /// What is reported once `done` pictures of `total` are handed over; none when nothing is. 1 is left for the finished
 /// file.

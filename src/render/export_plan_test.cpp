@@ -14,11 +14,11 @@ namespace lumivastor::render {
 namespace {
 
 TEST(ExportPlan, TheCanvasIsSixteenToNineRoundedDown) {
-    EXPECT_EQ(exportCanvas(720), (edit::CanvasSize{1280, 720}));
-    EXPECT_EQ(exportCanvas(1080), (edit::CanvasSize{1920, 1080}));
-    EXPECT_EQ(exportCanvas(1440), (edit::CanvasSize{2560, 1440}));
-    EXPECT_EQ(exportCanvas(2160), (edit::CanvasSize{3840, 2160}));
-    EXPECT_EQ(exportCanvas(101), (edit::CanvasSize{179, 101})) << "not made even";
+    EXPECT_EQ(exportCanvas(720), (PixelSize{1280, 720}));
+    EXPECT_EQ(exportCanvas(1080), (PixelSize{1920, 1080}));
+    EXPECT_EQ(exportCanvas(1440), (PixelSize{2560, 1440}));
+    EXPECT_EQ(exportCanvas(2160), (PixelSize{3840, 2160}));
+    EXPECT_EQ(exportCanvas(101), (PixelSize{179, 101})) << "not made even";
     for (const std::int64_t height : {-1, 0, 1, 4321, 1 << 30}) EXPECT_THROW(exportCanvas(height), RecorderError);
 }
 

@@ -5,13 +5,14 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/pixel_size.h"
 #include "edit/studio_layout.h"
 
 namespace lumivastor::render {
 
 /// What an export says it has written.
 struct FinishedMovie {
-    edit::CanvasSize canvas;
+    PixelSize canvas;
     std::int64_t pictures = 0;
     double seconds = 0;                  // until the end of the last picture
     double secondsPerPicture = 0;        // how exact `seconds` is

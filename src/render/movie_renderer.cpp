@@ -14,6 +14,7 @@
 #include "base/formatted.h"
 #include "base/handled_error.h"
 #include "base/log.h"
+#include "base/pixel_size.h"
 #include "base/serial_queue.h"
 #include "imaging/painting/painter.h"
 #include "media/encoder_choice/encoder_choice.h"
@@ -124,7 +125,7 @@ class Export {
 
     const edit::Recording& recording_;
     const std::shared_ptr<const edit::EditState> state_;
-    const edit::CanvasSize canvas_;
+    const PixelSize canvas_;
     const FrameMaker& makeFrame_;
     const RenderOptions& options_;
     const model::ExportFormat format_;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "media/reading/asset.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"
@@ -58,7 +59,7 @@ TEST_F(ExportedPictures, OtherRatesAndReorderedPicturesAsWell) {
 
 TEST_F(ExportedPictures, OddCanvasesStayOdd) {
     makeRecording(1);
-    constexpr edit::CanvasSize kOdd{179, 101};
+    constexpr PixelSize kOdd{179, 101};
     EXPECT_EQ(renderMovieSync(*open(kOdd), sourceFilling(kOdd)).frames, 30);
     const media::AssetTrack video = media::Asset(folder_ / "studio-output.mp4").tracks().at(0);
     EXPECT_EQ(video.width, kOdd.width);
@@ -224,7 +225,7 @@ TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
     settings_.padding = 0.125;
     settings_.cornerRadius = 0;
     makeRecording(1);
-    constexpr edit::CanvasSize kCanvas{256, 192};
+    constexpr PixelSize kCanvas{256, 192};
     const auto composition = open(kCanvas);
     std::promise<RenderOutcome> done;
     const std::jthread thread =

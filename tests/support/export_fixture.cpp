@@ -12,7 +12,7 @@
 
 namespace lumivastor {
 
-render::FrameMaker sourceFilling(edit::CanvasSize canvas) {
+render::FrameMaker sourceFilling(PixelSize canvas) {
     return [canvas](const imaging::Picture& source, const std::optional<imaging::Picture>&, double) {
         return source.transformed(imaging::AffineTransform::scaling(canvas.width / source.extent().width,
                                                                     canvas.height / source.extent().height));
@@ -53,7 +53,7 @@ void ExportFixture::damage(const std::string& name, double from, double to) {
     folder_.write(name, bytes);
 }
 
-std::unique_ptr<edit::Composition> ExportFixture::open(edit::CanvasSize canvas) {
+std::unique_ptr<edit::Composition> ExportFixture::open(PixelSize canvas) {
     info_.save(folder_.path());
     model::PointerTrack().save(folder_.path());
     settings_.save(folder_.path());

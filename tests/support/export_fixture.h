@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "model/capture_info.h"
 #include "model/project_settings.h"
@@ -19,13 +20,13 @@
 namespace lumivastor {
 
 /// The source picture alone, filling a canvas.
-render::FrameMaker sourceFilling(edit::CanvasSize canvas);
+render::FrameMaker sourceFilling(PixelSize canvas);
 
 /// A small recording folder that tests fill, change, export and look at again.
 class ExportFixture : public testing::Test {
   protected:
     /// The size of the source pictures, and of the canvas unless a test says otherwise.
-    static constexpr edit::CanvasSize kSize{128, 96};
+    static constexpr PixelSize kSize{128, 96};
 
     ExportFixture();
 
@@ -37,7 +38,7 @@ class ExportFixture : public testing::Test {
     void damage(const std::string& name, double from, double to);
 
     /// Saves the documents as they stand and opens the folder.
-    std::unique_ptr<edit::Composition> open(edit::CanvasSize canvas = kSize);
+    std::unique_ptr<edit::Composition> open(PixelSize canvas = kSize);
     render::RenderResult render(const render::RenderOptions& options = {},
                                 const render::FrameMaker& makeFrame = sourceFilling(kSize));
     /// What the export's error says.

@@ -153,8 +153,8 @@ std::vector<std::uint64_t> decodedHashes(const std::filesystem::path& path) {
         };
         const imaging::YuvPicture& picture = decoded.picture;
         add(picture.luma, picture.width, picture.height);
-        add(picture.blueDifference, picture.chromaWidth(), picture.chromaHeight());
-        add(picture.redDifference, picture.chromaWidth(), picture.chromaHeight());
+        add(picture.cb, picture.chromaWidth(), picture.chromaHeight());
+        add(picture.cr, picture.chromaWidth(), picture.chromaHeight());
         hashes.push_back(hash);
     }
     return hashes;

@@ -189,8 +189,8 @@ imaging::YuvDestination destination(AVFrame& frame) {
     picture.height = frame.height;
     picture.luma = frame.data[0];
     picture.lumaStride = frame.linesize[0];
-    picture.blueDifference = frame.data[1];
-    picture.redDifference = frame.data[2];
+    picture.cb = frame.data[1];
+    picture.cr = frame.data[2];
     picture.chromaStride = frame.linesize[1];
     return picture;
 }
@@ -248,8 +248,8 @@ void paintTestPicture(int index, bool flash, const imaging::YuvDestination& pict
         }
     }
     for (int y = 0; y < (picture.height + 1) / 2; ++y) {
-        std::fill_n(picture.blueDifference + y * picture.chromaStride, (picture.width + 1) / 2, std::uint8_t{128});
-        std::fill_n(picture.redDifference + y * picture.chromaStride, (picture.width + 1) / 2, std::uint8_t{128});
+        std::fill_n(picture.cb + y * picture.chromaStride, (picture.width + 1) / 2, std::uint8_t{128});
+        std::fill_n(picture.cr + y * picture.chromaStride, (picture.width + 1) / 2, std::uint8_t{128});
     }
 }
 
@@ -365,8 +365,8 @@ std::vector<DecodedTestPicture> decodeTestMovie(const std::filesystem::path& pat
         picture.width = frame->width;
         picture.height = frame->height;
         picture.luma = {frame->data[0], frame->linesize[0]};
-        picture.blueDifference = {frame->data[1], frame->linesize[1]};
-        picture.redDifference = {frame->data[2], frame->linesize[2]};
+        picture.cb = {frame->data[1], frame->linesize[1]};
+        picture.cr = {frame->data[2], frame->linesize[2]};
         const double seconds = static_cast<double>(frame->pts) * av_q2d(stream.time_base);
         const int width = frame->width;
         const int height = frame->height;

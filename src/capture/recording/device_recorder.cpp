@@ -28,13 +28,13 @@ const char* trueOrFalse(bool value) {
     return value ? "true" : "false";
 }
 
-media::EncodingJob jobFor(platform::PictureSize size) {
+media::EncodingJob jobFor(PixelSize size) {
     return {size.width, size.height, kFrameRate, deviceBitRate(size.width, size.height)};
 }
 
 }  // namespace
 
-platform::PictureSize deviceSize(int pictureWidth, int pictureHeight) {
+PixelSize deviceSize(int pictureWidth, int pictureHeight) {
     return {pictureWidth & ~1, pictureHeight & ~1};
 }
 
@@ -197,7 +197,7 @@ void DeviceRecorder::startWebcam() {
 
 // What the first picture would otherwise wait for. Most devices announce the size that they deliver.
 void DeviceRecorder::chooseExpectedEncoder() {
-    const platform::PictureSize announced = session_->activeFormat();
+    const PixelSize announced = session_->activeFormat();
     expectedSize_ = deviceSize(announced.width, announced.height);
     if (expectedSize_.width > 0 && expectedSize_.height > 0) {
         expectedChoice_ = services_.chooseEncoder(jobFor(expectedSize_));
@@ -254,7 +254,7 @@ bool DeviceRecorder::makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& 
     return true;
 }
 
-void DeviceRecorder::makeWriter(platform::PictureSize size) {
+void DeviceRecorder::makeWriter(PixelSize size) {
     auto writer = std::make_unique<media::AssetWriter>(folder_ / "source.mov", media::MovieContainer::quickTime);
     writer->setMovieFragmentInterval(kFragmentInterval);
     const media::EncodingJob job = jobFor(size);

@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
 #include "capture/capture_plan.h"
@@ -26,7 +27,7 @@
 namespace lumivastor::capture {
 
 /// The size at which a device is recorded: that of its first picture, rounded down to even numbers.
-platform::PictureSize deviceSize(int pictureWidth, int pictureHeight);
+PixelSize deviceSize(int pictureWidth, int pictureHeight);
 
 /// When a device's movie ends: now, because a device that shows nothing new sends nothing; never before its last
 /// sample.
@@ -108,7 +109,7 @@ class DeviceRecorder {
     void onPicture(const platform::DeviceSample& sample);
     void onSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
     bool makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
-    void makeWriter(platform::PictureSize size);
+    void makeWriter(PixelSize size);
     bool hasWriter() const;
     bool beginSessionIfNeeded(const MediaTime& time);
 
@@ -134,11 +135,11 @@ class DeviceRecorder {
     bool stopped_ = false;                   // main thread only
 
     bool hasDeviceAudio_ = false;
-    platform::PictureSize size_;
+    PixelSize size_;
     std::optional<PictureFitter> fitter_;  // the device queue's
     std::optional<media::EncoderChoice>
         expectedChoice_;  // for the format that the device announced; set before it runs
-    platform::PictureSize expectedSize_;
+    PixelSize expectedSize_;
     std::unique_ptr<Journal> journal_;
     std::unique_ptr<media::AssetWriter> writer_;
     media::VideoWriterInput* videoInput_ = nullptr;

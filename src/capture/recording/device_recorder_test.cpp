@@ -517,8 +517,8 @@ TEST_F(DeviceRecorders, OnlyExternalDevicesAreListed) {
 }
 
 TEST(DeviceDecisions, SizesAreRoundedDownToEven) {
-    EXPECT_EQ(deviceSize(1179, 2556), (platform::PictureSize{1178, 2556}));
-    EXPECT_EQ(deviceSize(640, 481), (platform::PictureSize{640, 480}));
+    EXPECT_EQ(deviceSize(1179, 2556), (PixelSize{1178, 2556}));
+    EXPECT_EQ(deviceSize(640, 481), (PixelSize{640, 480}));
 }
 
 TEST(DeviceDecisions, TheMovieEndsNowButNotBeforeItsLastSample) {

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kFrameRate = 30;
 
-media::VideoSettings webcamSettings(platform::PictureSize size) {
+media::VideoSettings webcamSettings(PixelSize size) {
     media::VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, kWebcamBitRate);
     settings.codec = media::VideoCodec::h264;
     // Runs beside the encoder of the screen. At this bit rate a face is sharp at any preset.
@@ -28,8 +28,8 @@ media::VideoSettings webcamSettings(platform::PictureSize size) {
 
 }  // namespace
 
-platform::PictureSize chooseCaptureSize(platform::CaptureSession& session) {
-    for (const platform::PictureSize size : {platform::PictureSize{1920, 1080}, platform::PictureSize{1280, 720}}) {
+PixelSize chooseCaptureSize(platform::CaptureSession& session) {
+    for (const PixelSize size : {PixelSize{1920, 1080}, PixelSize{1280, 720}}) {
         if (!session.canSetPreset(size)) continue;
         session.setPreset(size);
         return size;

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "base/pixel_size.h"
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
 #include "capture/recording/fitted_picture.h"
@@ -20,7 +21,7 @@ namespace lumivastor::capture {
 
 /// The size at which a camera is recorded: 1920 × 1080 where it can, else 1280 × 720, else what it delivers anyway.
 /// Sets the session's preset.
-platform::PictureSize chooseCaptureSize(platform::CaptureSession& session);
+PixelSize chooseCaptureSize(platform::CaptureSession& session);
 
 /// Records the default camera into "webcam.mov" beside another recording, and tells in the end where on the host clock
 /// that movie's time zero lies. One thread at a time, unless a function says otherwise; start and stop once. Opening
@@ -62,7 +63,7 @@ class WebcamRecorder {
     SerialQueue queue_{"lumivastor.webcam"};
     /// Starting a camera takes a moment, which nobody waits for.
     SerialQueue sessionQueue_{"webcam.session"};
-    platform::PictureSize size_;
+    PixelSize size_;
     std::optional<PictureFitter> fitter_;       // set before the session runs; then the queue's
     media::VideoWriterInput* input_ = nullptr;  // set before the session runs
     std::atomic<bool> hasFailed_ = false;

@@ -79,7 +79,7 @@ TEST_F(WebcamRecorders, TellsWhenItsFirstPictureWasTaken) {
 TEST_F(WebcamRecorders, PrefersTheLargestPreset) {
     camera_->setPresets({{1280, 720}, {1920, 1080}});
     EXPECT_EQ(startError(), "no error");
-    EXPECT_EQ(camera_->size(), (platform::PictureSize{1920, 1080}));
+    EXPECT_EQ(camera_->size(), (PixelSize{1920, 1080}));
     EXPECT_TRUE(logged("[Webcam] gestartet: 1920×1080"));
     recorder_->stop();
 }
@@ -87,7 +87,7 @@ TEST_F(WebcamRecorders, PrefersTheLargestPreset) {
 TEST_F(WebcamRecorders, TakesTheSmallerPresetWhereThatIsAll) {
     camera_->setPresets({{1280, 720}});
     EXPECT_EQ(startError(), "no error");
-    EXPECT_EQ(camera_->size(), (platform::PictureSize{1280, 720}));
+    EXPECT_EQ(camera_->size(), (PixelSize{1280, 720}));
     recorder_->stop();
 }
 

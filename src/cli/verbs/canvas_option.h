@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/pixel_size.h"
 #include "cli/arguments.h"
 
 namespace lumivastor::cli {

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "base/formatted.h"
+#include "base/pixel_size.h"
 #include "base/private_folder.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
@@ -49,7 +50,7 @@ std::string describeSystemAudio(platform::SoundSystem& sound) {
 
 // The size that would be recorded: the first display's.
 media::EncodingJob jobFor(const std::vector<platform::Display>& displays) {
-    platform::PictureSize size{1920, 1080};
+    PixelSize size{1920, 1080};
     if (!displays.empty()) {
         size = capture::evenPixelSize({displays.front().frame.width, displays.front().frame.height},
                                       displays.front().scale);

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "base/log.h"
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "cli/verb.h"
 #include "cli/verbs/canvas_option.h"

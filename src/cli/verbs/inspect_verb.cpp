@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <array>
 
+#include "base/pixel_size.h"
 #include "cli/verb.h"
 #include "cli/verbs/canvas_option.h"
 #include "cli/verbs/inspect.h"

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/formatted.h"
+#include "base/pixel_size.h"
 #include "base/saturated.h"
 #include "cli/interruption.h"
 #include "cli/progress_bar.h"
@@ -55,7 +56,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     const std::optional<model::ExportFormat> format = formatFrom(arguments, file);
     const Interruption interruption;
 
-    const edit::CanvasSize canvas =
+    const PixelSize canvas =
         render::exportCanvas(wantedHeight.value_or(model::ProjectSettings::load(folder).exportHeight));
     const edit::Composition composition(folder, canvas.width, canvas.height);
     ProgressBar bar(

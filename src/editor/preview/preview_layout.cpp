@@ -6,7 +6,7 @@
 
 namespace lumivastor::editor {
 
-Rect shownCanvas(PixelSize view, edit::CanvasSize canvas) {
+Rect shownCanvas(PixelSize view, PixelSize canvas) {
     if (view.width < 1 || view.height < 1 || canvas.width < 1 || canvas.height < 1) return {};
     const double scale =
         std::min(static_cast<double>(view.width) / canvas.width, static_cast<double>(view.height) / canvas.height);
@@ -15,7 +15,7 @@ Rect shownCanvas(PixelSize view, edit::CanvasSize canvas) {
     return {std::floor((view.width - width) / 2), std::floor((view.height - height) / 2), width, height};
 }
 
-Rect canvasRect(const Rect& viewRect, const Rect& shown, edit::CanvasSize canvas) {
+Rect canvasRect(const Rect& viewRect, const Rect& shown, PixelSize canvas) {
     if (shown.isEmpty()) return {};
     const double x = canvas.width / shown.width;
     const double y = canvas.height / shown.height;

@@ -2,26 +2,19 @@
 #pragma once
 
 #include "base/geometry.h"
+#include "base/pixel_size.h"
 #include "edit/studio_layout.h"
 
 // Where the canvas lies in the preview, which shows all of it as large as it fits, in the middle.
 
 namespace lumivastor::editor {
 
-/// Whole pixels of the screen.
-struct PixelSize {
-    int width = 0;
-    int height = 0;
-
-    bool operator==(const PixelSize&) const = default;
-};
-
 /// The largest picture of the canvas's shape in a view, in the view's pixels, origin top-left. It begins and ends at
 /// whole pixels, so that a frame of its size is shown pixel by pixel.
-Rect shownCanvas(PixelSize view, edit::CanvasSize canvas);
+Rect shownCanvas(PixelSize view, PixelSize canvas);
 
 /// A rectangle of the view (origin top-left, in the unit of `shown`) in canvas pixels (origin bottom-left). It may
 /// reach beyond the canvas.
-Rect canvasRect(const Rect& viewRect, const Rect& shown, edit::CanvasSize canvas);
+Rect canvasRect(const Rect& viewRect, const Rect& shown, PixelSize canvas);
 
 }  // namespace lumivastor::editor

@@ -8,7 +8,7 @@
 namespace lumivastor::editor {
 namespace {
 
-constexpr edit::CanvasSize kCanvas{2560, 1440};
+constexpr PixelSize kCanvas{2560, 1440};
 
 TEST(PreviewLayout, TheCanvasKeepsItsShapeInAnyViewAndLiesOnWholePixels) {
     for (int width = 1; width < 1000; width += 7) {

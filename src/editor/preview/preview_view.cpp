@@ -24,7 +24,7 @@ PreviewView::PreviewView(QWidget* parent) : QWidget(parent) {
     setAccessibleName("Vorschau");
 }
 
-void PreviewView::setCanvas(edit::CanvasSize canvas) {
+void PreviewView::setCanvas(PixelSize canvas) {
     canvas_ = canvas;
     update();
 }

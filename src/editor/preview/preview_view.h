@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/pixel_size.h"
 #include "edit/studio_layout.h"
 #include "editor/preview/preview_layout.h"
 #include "imaging/pixel_buffer.h"
@@ -17,7 +18,7 @@ class PreviewView final : public QWidget {
     explicit PreviewView(QWidget* parent = nullptr);
 
     /// The shape of what is shown.
-    void setCanvas(edit::CanvasSize canvas);
+    void setCanvas(PixelSize canvas);
     void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame);
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& frame() const { return frame_; }
 
@@ -38,7 +39,7 @@ class PreviewView final : public QWidget {
   private:
     void tellSize();
 
-    edit::CanvasSize canvas_{16, 9};
+    PixelSize canvas_{16, 9};
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame_;
     PixelSize toldSize_;
 };

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "edit/recording.h"
 #include "playback/player_item.h"
@@ -21,7 +22,7 @@ namespace lumivastor::editor {
 class StudioPreview {
   public:
     /// That of the largest export, so that none is blown up.
-    static constexpr edit::CanvasSize kCanvas{3840, 2160};
+    static constexpr PixelSize kCanvas{3840, 2160};
 
     /// The whole screen movie, the webcam at its offset, all sound. Throws `RecorderError` when the recording has no
     /// length or an impossible frame rate.

@@ -26,7 +26,7 @@ constexpr double kLeastCut = 0.01;
 
 }  // namespace
 
-edit::CanvasSize previewCanvas(const model::ProjectSettings& settings) {
+PixelSize previewCanvas(const model::ProjectSettings& settings) {
     try {
         return render::exportCanvas(settings.exportHeight);
     } catch (const RecorderError&) {
@@ -36,7 +36,7 @@ edit::CanvasSize previewCanvas(const model::ProjectSettings& settings) {
 
 EditSession::EditSession(const std::filesystem::path& folder, MainLoop& loop, Options options)
     : options_(std::move(options)), document_(folder), saveTimer_(loop, [this] { save(); }) {
-    const edit::CanvasSize canvas = previewCanvas(document_.settings());
+    const PixelSize canvas = previewCanvas(document_.settings());
     composition_ = std::make_shared<edit::Composition>(folder, canvas.width, canvas.height);
     // It reads the document itself, which another program may have replaced in between.
     composition_->setSettings(document_.settings());
@@ -223,8 +223,8 @@ void EditSession::edit(const model::ProjectSettings& next, bool coalesce) {
 
 bool EditSession::putInForce(const model::ProjectSettings& next) {
     try {
-        const edit::CanvasSize canvas = previewCanvas(next);
-        if (canvas == edit::CanvasSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
+        const PixelSize canvas = previewCanvas(next);
+        if (canvas == PixelSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
             composition_->setSettings(next);
         } else {
             composition_ = std::make_shared<edit::Composition>(*composition_, next, canvas.width, canvas.height);

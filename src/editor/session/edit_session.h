@@ -9,6 +9,7 @@
 
 #include "base/geometry.h"
 #include "base/main_loop.h"
+#include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "editor/session/control_values.h"
 #include "editor/session/save_timer.h"
@@ -108,6 +109,6 @@ class EditSession {
 };
 
 /// The canvas that a preview of these settings has: the export's, or the usual one where no export is possible.
-edit::CanvasSize previewCanvas(const model::ProjectSettings& settings);
+PixelSize previewCanvas(const model::ProjectSettings& settings);
 
 }  // namespace lumivastor::editor

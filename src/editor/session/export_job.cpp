@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "base/pixel_size.h"
 #include "render/export_plan.h"
 
 namespace lumivastor::editor {
@@ -11,7 +12,7 @@ namespace {
 
 std::unique_ptr<const edit::Composition> onExportCanvas(const edit::Composition& composition,
                                                         const model::ProjectSettings& settings) {
-    const edit::CanvasSize canvas = render::exportCanvas(settings.exportHeight);
+    const PixelSize canvas = render::exportCanvas(settings.exportHeight);
     return std::make_unique<const edit::Composition>(composition, settings, canvas.width, canvas.height);
 }
 

@@ -3,7 +3,7 @@
 
 #include "imaging/background_kernels.h"
 #include "imaging/painting/paint_kernels.h"
-#include "imaging/painting/resampling.h"
+#include "imaging/yuv_coefficients.h"
 
 namespace lumivastor::imaging {
 
@@ -47,11 +47,11 @@ SourcePlanes lumaOf(const StudioBackground& background, const YuvEncoding& encod
     return planes;
 }
 
-SourcePlanes colourDifferencesOf(const StudioBackground& background, const YuvEncoding& encoding) {
+SourcePlanes chromaOf(const StudioBackground& background, const YuvEncoding& encoding) {
     const YuvCoefficients yuv(encoding);
     const LevelWeights weights[] = {
-        weightsOf([&](double red, double green, double blue) { return yuv.blueDifference(red, green, blue); }),
-        weightsOf([&](double red, double green, double blue) { return yuv.redDifference(red, green, blue); })};
+        weightsOf([&](double red, double green, double blue) { return yuv.cb(red, green, blue); }),
+        weightsOf([&](double red, double green, double blue) { return yuv.cr(red, green, blue); })};
     SourcePlanes planes = levelPlanes((background.width + 1) / 2, (background.height + 1) / 2);
     for (std::size_t i = 0; i < 2; ++i) {
         resize(planes, planes.levels[i]);

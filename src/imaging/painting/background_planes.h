@@ -7,9 +7,9 @@
 
 namespace lumivastor::imaging {
 
-/// The background's luma or colour differences for a planar destination of its size, as levels: finer than 8 bits, with
+/// The background's luma or chroma for a planar destination of its size, as levels: finer than 8 bits, with
 /// the pattern added, so that whatever is rounded in the end, a shadow over it too, is rounded up or down by it.
 SourcePlanes lumaOf(const StudioBackground& background, const YuvEncoding& encoding);
-SourcePlanes colourDifferencesOf(const StudioBackground& background, const YuvEncoding& encoding);
+SourcePlanes chromaOf(const StudioBackground& background, const YuvEncoding& encoding);
 
 }  // namespace lumivastor::imaging

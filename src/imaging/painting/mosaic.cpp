@@ -7,7 +7,7 @@
 #include <span>
 #include <utility>
 
-#include "imaging/painting/resampling.h"
+#include "imaging/yuv_coefficients.h"
 
 namespace lumivastor::imaging {
 
@@ -207,7 +207,7 @@ std::size_t includeIn(std::vector<PixelRect>& parts, const PixelRect& part) {
     return parts.size() - 1;
 }
 
-// Planes of `shown(mean)`: one value for each of the colour planes that are given, in 255ths.
+// Planes of `shown(mean)`: one value for each of the planes that are given, in 255ths.
 template <std::size_t Planes, typename Shown>
 SourcePlanes planesWith(const Mosaic& mosaic, const std::array<std::vector<std::uint8_t> SourcePlanes::*, Planes>& to,
                         const Shown& shown) {
@@ -253,13 +253,13 @@ SourcePlanes lumaOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
     });
 }
 
-SourcePlanes colourDifferencesOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
+SourcePlanes chromaOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
     const YuvCoefficients yuv(encoding);
     return planesWith<2>(mosaic, {&SourcePlanes::blue, &SourcePlanes::green}, [&](const Mean& mean) {
         const double red = shownOf(mean[2]);
         const double green = shownOf(mean[1]);
         const double blue = shownOf(mean[0]);
-        return std::array{yuv.blueDifference(red, green, blue) + 128, yuv.redDifference(red, green, blue) + 128};
+        return std::array{yuv.cb(red, green, blue) + 128, yuv.cr(red, green, blue) + 128};
     });
 }
 

@@ -30,9 +30,9 @@ struct Mosaic {
 /// The squares as a picture of one pixel each, the top row first.
 SourcePlanes planesOf(const Mosaic& mosaic);
 /// The same as prepared layers are converted for a planar destination: `blue` holds luma without its offset, or `blue`
-/// and `green` hold the colour differences around 128.
+/// and `green` hold cb and cr around 128.
 SourcePlanes lumaOf(const Mosaic& mosaic, const YuvEncoding& encoding);
-SourcePlanes colourDifferencesOf(const Mosaic& mosaic, const YuvEncoding& encoding);
+SourcePlanes chromaOf(const Mosaic& mosaic, const YuvEncoding& encoding);
 
 struct Mosaics {
     int side = 1;

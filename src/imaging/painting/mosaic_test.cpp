@@ -72,15 +72,15 @@ TEST(Mosaic, SquaresAverageEachChannelByItself) {
     EXPECT_TRUE(planes.opaque);
 }
 
-TEST(Mosaic, PlanesOfLumaAndColourDifferencesAreRoundedOnce) {
+TEST(Mosaic, PlanesOfLumaAndChromaAreRoundedOnce) {
     // Two greys whose mean lies between two values of 255.
     Shown shown(2, 1, [](int x, int, int i) { return i == 3 ? 255 : x == 0 ? 100 : 103; });
     const Mosaics mosaics = makeMosaics({shown.bounds(), {{0, 0, 1, 1}}, 2}, shown.show(), oneAfterTheOther);
     const YuvEncoding full{YuvMatrix::bt709, YuvRange::full};
     EXPECT_EQ(lumaOf(mosaics.areas[0], full).blue[0], 102);
     EXPECT_EQ(lumaOf(mosaics.areas[0], {}).blue[0], 87);  // 101.5 * 219 / 255 = 87.2
-    EXPECT_EQ(colourDifferencesOf(mosaics.areas[0], full).blue[0], 128);
-    EXPECT_EQ(colourDifferencesOf(mosaics.areas[0], full).green[0], 128);
+    EXPECT_EQ(chromaOf(mosaics.areas[0], full).blue[0], 128);
+    EXPECT_EQ(chromaOf(mosaics.areas[0], full).green[0], 128);
 }
 
 TEST(Mosaic, SquaresReachBeyondTheirAreaAndThePicturesEdge) {

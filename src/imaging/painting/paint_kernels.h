@@ -9,7 +9,7 @@
 // 16-bit integers, so that every machine paints the same pixels.
 //
 // Levels: samples between reading and storing, 255 is 8160 (5 bits of fraction), premultiplied, luma without its offset
-// and colour differences around 0. Filtered rows, half-way through a resampling, have 6 bits of fraction. Rows of
+// and chroma around 0. Filtered rows, half-way through a resampling, have 6 bits of fraction. Rows of
 // levels may be read and written up to the next multiple of 32 elements past their end unless a function says
 // otherwise.
 

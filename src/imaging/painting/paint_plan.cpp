@@ -185,7 +185,7 @@ struct Planner {
                                 kernelTable(item, view.y, y, down, source.height), zero});
         const AxisTable* columns = differenceTable(item, view.x, x, across, source.width, 0.5);
         const AxisTable* rows = differenceTable(item, view.y, y, down, source.height, 1);
-        for (const YuvPlane& plane : {source.blueDifference, source.redDifference}) {
+        for (const YuvPlane& plane : {source.cb, source.cr}) {
             item.colours.push_back({plane.samples, plane.stride, source.chromaWidth(), columns, rows, 128});
         }
         updateRuns(item);
@@ -241,7 +241,7 @@ struct Planner {
                                               samplesTouching(steps.readable.low, steps.readable.high, count), count));
     }
 
-    // For colour differences, whose first sample sits at `site` luma samples from the edge.
+    // For chroma, whose first sample sits at `site` luma samples from the edge.
     const AxisTable* differenceTable(PlanItem& item, const AxisSteps& steps, const SampledAxis& axis, AxisSpan span,
                                      int lumaCount, double site) const {
         std::vector<double> positions = axis.positions;
@@ -435,10 +435,10 @@ SourcePlanes Planner::planesFor(const Mosaic& mosaic) const {
             return planesOf(mosaic);
         case GridChannels::luma:
             return lumaOf(mosaic, services.encoding);
-        case GridChannels::colourDifferences:
+        case GridChannels::chroma:
             break;
     }
-    return colourDifferencesOf(mosaic, services.encoding);
+    return chromaOf(mosaic, services.encoding);
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ struct BackgroundNode;
 struct MosaicNode;
 
 /// The channels that a grid of samples is painted in.
-enum class GridChannels { bgra, luma, colourDifferences };
+enum class GridChannels { bgra, luma, chroma };
 
 /// One plane of a source with its tables for this grid.
 struct PlanPlane {
@@ -31,14 +31,14 @@ struct PlanPlane {
     int width = 0;  // readable bytes in a row
     const AxisTable* columns = nullptr;
     const AxisTable* rows = nullptr;
-    int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for colour differences
+    int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for chroma
     // Instead of samples and tables: a level for each of the grid's samples.
     const std::int16_t* levels = nullptr;
 };
 
 struct PlanItem {
-    // A layer: its planes are luma and both colour differences (`isYuv`), or blue, green and red, or the channels of
-    // this grid as they are stored (`isConverted`); or no colours at all.
+    // A layer: its planes are luma, cb and cr (`isYuv`), or blue, green and red, or the channels of this grid as they
+    // are stored (`isConverted`); or no colours at all.
     bool isYuv = false;
     bool isConverted = false;
     YuvEncoding encoding;
@@ -77,7 +77,7 @@ struct PaintPlan {
 
 /// What planning needs from its painter.
 struct PlanServices {
-    YuvEncoding encoding;  // of the destination, for luma and colour differences
+    YuvEncoding encoding;  // of the destination, for luma and chroma
     SourcePlanesCache& sources;
     AxisTableCache& tables;
     /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.

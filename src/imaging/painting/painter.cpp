@@ -137,7 +137,7 @@ PaintPlan Painter::State::plan(const Picture& picture, const SampleGrid& grid, G
     const auto backgroundOnce = [&](const BackgroundNode& node) {
         return once(node.pixels(), [&] {
             return channels == GridChannels::luma ? lumaOf(*node.background, encoding)
-                                                  : colourDifferencesOf(*node.background, encoding);
+                                                  : chromaOf(*node.background, encoding);
         });
     };
     const auto mosaicsOnce = [this](const MosaicNode& node) { return mosaicsOf(node); };
@@ -202,8 +202,8 @@ void Painter::State::paintBand(const PaintPlan& some, int band, TilePainter& pai
                 continue;
             }
             const std::ptrdiff_t at = row * destination.chromaStride + tile.left;
-            storePlane(canvas.row(0, y), 128, destination.blueDifference + at, tile.width());
-            storePlane(canvas.row(1, y), 128, destination.redDifference + at, tile.width());
+            storePlane(canvas.row(0, y), 128, destination.cb + at, tile.width());
+            storePlane(canvas.row(1, y), 128, destination.cr + at, tile.width());
         }
     });
 }
@@ -227,9 +227,8 @@ void Painter::paint(const Picture& picture, const YuvDestination& destination) {
     State& state = *state_;
     const PaintPlan luma = state.plan(picture, SampleGrid::full(destination.width, destination.height),
                                       GridChannels::luma, destination.encoding);
-    const PaintPlan differences =
-        state.plan(picture, SampleGrid::colourDifferences(destination.width, destination.height),
-                   GridChannels::colourDifferences, destination.encoding);
+    const PaintPlan differences = state.plan(picture, SampleGrid::chroma(destination.width, destination.height),
+                                             GridChannels::chroma, destination.encoding);
     const int lumaBands = bandsOf(luma.grid);
     state.workers.run(lumaBands + bandsOf(differences.grid), [&](int band, int thread) {
         TilePainter& painter = state.tilePainters[static_cast<std::size_t>(thread)];

@@ -17,7 +17,7 @@ int paintingThreads();
 /// and on every machine.
 ///
 /// A recipe is first turned into layers for each grid of samples of the destination (paint_plan.h); then tiles of it
-/// are painted by vectorised kernels, bands of them at once on several threads. Luma and colour differences are painted
+/// are painted by vectorised kernels, bands of them at once on several threads. Luma and chroma are painted
 /// separately and never pass through red, green and blue when source and destination agree on their encoding, because
 /// stacking and fading mean the same in either. What an opaque layer hides is not touched.
 ///

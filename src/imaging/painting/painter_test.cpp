@@ -148,16 +148,15 @@ class RandomRecipes {
 };
 
 struct YuvSamples {
-    std::vector<std::uint8_t> luma, blueDifference, redDifference;
+    std::vector<std::uint8_t> luma, cb, cr;
 
     void prepare(int width, int height) {
         luma.assign(static_cast<std::size_t>(width * height), 0x55);
-        blueDifference.assign(static_cast<std::size_t>((width + 1) / 2 * ((height + 1) / 2)), 0x55);
-        redDifference = blueDifference;
+        cb.assign(static_cast<std::size_t>((width + 1) / 2 * ((height + 1) / 2)), 0x55);
+        cr = cb;
     }
     YuvDestination destination(int width, int height, YuvEncoding encoding) {
-        return {width,           height,  luma.data(), width, blueDifference.data(), redDifference.data(),
-                (width + 1) / 2, encoding};
+        return {width, height, luma.data(), width, cb.data(), cr.data(), (width + 1) / 2, encoding};
     }
 };
 
@@ -196,10 +195,8 @@ TEST(Painter, RandomRecipesAgreeWithTheReference) {
         painter.paint(picture, fastSamples.destination(width, height, encoding));
         paintReference(picture, referenceSamples.destination(width, height, encoding));
         EXPECT_LE(worst(fastSamples.luma, referenceSamples.luma), kTolerance) << "luma, seed " << seed;
-        EXPECT_LE(worst(fastSamples.blueDifference, referenceSamples.blueDifference), kTolerance)
-            << "blue difference, seed " << seed;
-        EXPECT_LE(worst(fastSamples.redDifference, referenceSamples.redDifference), kTolerance)
-            << "red difference, seed " << seed;
+        EXPECT_LE(worst(fastSamples.cb, referenceSamples.cb), kTolerance) << "blue difference, seed " << seed;
+        EXPECT_LE(worst(fastSamples.cr, referenceSamples.cr), kTolerance) << "red difference, seed " << seed;
     }
 }
 
@@ -253,8 +250,8 @@ TEST(Painter, WholeFramesAgreeWithTheReference) {
         painter.paint(frame, fastSamples.destination(kWidth, kHeight, {}));
         paintReference(frame, referenceSamples.destination(kWidth, kHeight, {}));
         EXPECT_LE(worst(fastSamples.luma, referenceSamples.luma), kTolerance) << zoom;
-        EXPECT_LE(worst(fastSamples.blueDifference, referenceSamples.blueDifference), kTolerance) << zoom;
-        EXPECT_LE(worst(fastSamples.redDifference, referenceSamples.redDifference), kTolerance) << zoom;
+        EXPECT_LE(worst(fastSamples.cb, referenceSamples.cb), kTolerance) << zoom;
+        EXPECT_LE(worst(fastSamples.cr, referenceSamples.cr), kTolerance) << zoom;
     }
 }
 
@@ -291,8 +288,8 @@ TEST(Painter, LayersThatCameFromTheCacheLookTheSame) {
     painter.paint(frame, first.destination(130, 70, {}));
     for (int i = 0; i < 5; ++i) painter.paint(frame, again.destination(130, 70, {}));
     EXPECT_EQ(first.luma, again.luma);
-    EXPECT_EQ(first.blueDifference, again.blueDifference);
-    EXPECT_EQ(first.redDifference, again.redDifference);
+    EXPECT_EQ(first.cb, again.cb);
+    EXPECT_EQ(first.cr, again.cr);
     // Another encoding and another size must not get what was converted for these.
     YuvSamples full;
     YuvSamples reference;
@@ -302,7 +299,7 @@ TEST(Painter, LayersThatCameFromTheCacheLookTheSame) {
     painter.paint(frame, full.destination(130, 70, encoding));
     paintReference(frame, reference.destination(130, 70, encoding));
     EXPECT_LE(worst(full.luma, reference.luma), kTolerance);
-    EXPECT_LE(worst(full.redDifference, reference.redDifference), kTolerance);
+    EXPECT_LE(worst(full.cr, reference.cr), kTolerance);
 }
 
 TEST(Painter, EveryNumberOfThreadsPaintsTheSamePixels) {
@@ -326,8 +323,8 @@ TEST(Painter, EveryNumberOfThreadsPaintsTheSamePixels) {
             painter.paint(frame, samples.destination(kWidth, kHeight, {}));
             ASSERT_EQ(worst(one, many), 0) << threads;
             ASSERT_EQ(samples.luma, oneSamples.luma) << threads;
-            ASSERT_EQ(samples.blueDifference, oneSamples.blueDifference) << threads;
-            ASSERT_EQ(samples.redDifference, oneSamples.redDifference) << threads;
+            ASSERT_EQ(samples.cb, oneSamples.cb) << threads;
+            ASSERT_EQ(samples.cr, oneSamples.cr) << threads;
         }
     }
 }
@@ -360,8 +357,8 @@ TEST(Painter, OverlappingMasksAgreeWithTheReferenceOnEveryNumberOfThreads) {
             painter->paint(picture, samples.destination(45, 43, {}));
             EXPECT_LE(worst(fast, reference), kTolerance) << "seed " << seed;
             EXPECT_LE(worst(samples.luma, referenceSamples.luma), kTolerance) << "luma, seed " << seed;
-            EXPECT_LE(worst(samples.blueDifference, referenceSamples.blueDifference), kTolerance) << "seed " << seed;
-            EXPECT_LE(worst(samples.redDifference, referenceSamples.redDifference), kTolerance) << "seed " << seed;
+            EXPECT_LE(worst(samples.cb, referenceSamples.cb), kTolerance) << "seed " << seed;
+            EXPECT_LE(worst(samples.cr, referenceSamples.cr), kTolerance) << "seed " << seed;
         }
     }
 }

@@ -56,29 +56,23 @@ std::shared_ptr<const Buffer> colourful(int width, int height) {
 }
 
 struct YuvSamples {
-    std::vector<std::uint8_t> luma, blueDifference, redDifference;
+    std::vector<std::uint8_t> luma, cb, cr;
     int width, height;
     YuvEncoding encoding;
 
     YuvSamples(int width_, int height_, YuvEncoding encoding_ = {})
         : width(width_), height(height_), encoding(encoding_) {
         luma.resize(static_cast<std::size_t>(width * height));
-        blueDifference.resize(static_cast<std::size_t>((width + 1) / 2 * ((height + 1) / 2)));
-        redDifference.resize(blueDifference.size());
+        cb.resize(static_cast<std::size_t>((width + 1) / 2 * ((height + 1) / 2)));
+        cr.resize(cb.size());
     }
     YuvDestination destination() {
-        return {width,           height,  luma.data(), width, blueDifference.data(), redDifference.data(),
-                (width + 1) / 2, encoding};
+        return {width, height, luma.data(), width, cb.data(), cr.data(), (width + 1) / 2, encoding};
     }
     Picture picture() const {
         const int half = (width + 1) / 2;
-        return Picture(YuvPicture{width,
-                                  height,
-                                  {luma.data(), width},
-                                  {blueDifference.data(), half},
-                                  {redDifference.data(), half},
-                                  encoding,
-                                  nullptr});
+        return Picture(
+            YuvPicture{width, height, {luma.data(), width}, {cb.data(), half}, {cr.data(), half}, encoding, nullptr});
     }
 };
 
@@ -149,8 +143,8 @@ TEST_P(Painting, TheEmptyPictureIsTransparentAndBlack) {
     expectPixel(paint({}, 3, 3), 1, 1, kClear, 0);
     const YuvSamples samples = paintYuv({}, 3, 3);
     EXPECT_EQ(samples.luma, std::vector<std::uint8_t>(9, 16));
-    EXPECT_EQ(samples.blueDifference, std::vector<std::uint8_t>(4, 128));
-    EXPECT_EQ(samples.redDifference, std::vector<std::uint8_t>(4, 128));
+    EXPECT_EQ(samples.cb, std::vector<std::uint8_t>(4, 128));
+    EXPECT_EQ(samples.cr, std::vector<std::uint8_t>(4, 128));
 }
 
 TEST_P(Painting, EmptyDestinationsAreLeftAlone) {
@@ -330,14 +324,14 @@ TEST_P(Painting, DecodedPicturesAreCopiedSampleBySample) {
     for (const int size : {1, 2, 5, 16, 31, 66}) {
         YuvSamples source(size, size);
         for (std::size_t i = 0; i < source.luma.size(); ++i) source.luma[i] = static_cast<std::uint8_t>(i * 7 % 256);
-        for (std::size_t i = 0; i < source.blueDifference.size(); ++i) {
-            source.blueDifference[i] = static_cast<std::uint8_t>(i * 13 % 256);
-            source.redDifference[i] = static_cast<std::uint8_t>(i * 29 % 256);
+        for (std::size_t i = 0; i < source.cb.size(); ++i) {
+            source.cb[i] = static_cast<std::uint8_t>(i * 13 % 256);
+            source.cr[i] = static_cast<std::uint8_t>(i * 29 % 256);
         }
         const YuvSamples painted = paintYuv(source.picture(), size, size);
         EXPECT_EQ(painted.luma, source.luma) << size;
-        EXPECT_EQ(painted.blueDifference, source.blueDifference) << size;
-        EXPECT_EQ(painted.redDifference, source.redDifference) << size;
+        EXPECT_EQ(painted.cb, source.cb) << size;
+        EXPECT_EQ(painted.cr, source.cr) << size;
     }
 }
 
@@ -364,16 +358,16 @@ TEST_P(Painting, KnownColoursHaveTheirKnownSamples) {
     const auto samplesOf = [&](const Bgra& colour) { return paintYuv(flat(2, 2, colour), 2, 2); };
     const YuvSamples white = samplesOf({255, 255, 255, 255});
     EXPECT_EQ(white.luma[0], 235);
-    EXPECT_EQ(white.blueDifference[0], 128);
-    EXPECT_EQ(white.redDifference[0], 128);
+    EXPECT_EQ(white.cb[0], 128);
+    EXPECT_EQ(white.cr[0], 128);
     const YuvSamples red = samplesOf(kRed);
     EXPECT_NEAR(red.luma[0], 63, 1);
-    EXPECT_NEAR(red.blueDifference[0], 102, 1);
-    EXPECT_NEAR(red.redDifference[0], 240, 1);
+    EXPECT_NEAR(red.cb[0], 102, 1);
+    EXPECT_NEAR(red.cr[0], 240, 1);
     const YuvSamples blue = samplesOf(kBlue);
     EXPECT_NEAR(blue.luma[0], 32, 1);
-    EXPECT_NEAR(blue.blueDifference[0], 240, 1);
-    EXPECT_NEAR(blue.redDifference[0], 118, 1);
+    EXPECT_NEAR(blue.cb[0], 240, 1);
+    EXPECT_NEAR(blue.cr[0], 118, 1);
 }
 
 template <int Threads>

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/precondition.h"
+#include "imaging/yuv_coefficients.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "imaging/painting/planar_kernels.cpp"
@@ -28,8 +29,8 @@ struct PlaneWeights {
 
 struct PlanarWeights {
     PlaneWeights luma;
-    PlaneWeights blueDifference;
-    PlaneWeights redDifference;
+    PlaneWeights cb;
+    PlaneWeights cr;
 };
 
 // Two rows added up, pixel by pixel, blue beside red and green beside alpha, with room for a pixel before the first.
@@ -143,14 +144,14 @@ HWY_INLINE HalfVector spread(const std::uint32_t* sums) {
 }
 
 void convertSums(const std::uint32_t* blueRedSums, const std::uint32_t* greenAlphaSums, int count,
-                 const PlanarWeights& weights, std::uint8_t* blueDifference, std::uint8_t* redDifference) {
-    const PairWeights blue = pairWeights(weights.blueDifference);
-    const PairWeights red = pairWeights(weights.redDifference);
+                 const PlanarWeights& weights, std::uint8_t* cb, std::uint8_t* cr) {
+    const PairWeights blue = pairWeights(weights.cb);
+    const PairWeights red = pairWeights(weights.cr);
     for (int x = 0; x < count; x += kLanes) {
         const auto blueRed = spread(blueRedSums + std::ptrdiff_t{2} * x);
         const auto greenAlpha = spread(greenAlphaSums + std::ptrdiff_t{2} * x);
-        storeUpTo(weighted(blueRed, greenAlpha, blue), blueDifference + x, count - x);
-        storeUpTo(weighted(blueRed, greenAlpha, red), redDifference + x, count - x);
+        storeUpTo(weighted(blueRed, greenAlpha, blue), cb + x, count - x);
+        storeUpTo(weighted(blueRed, greenAlpha, red), cr + x, count - x);
     }
 }
 
@@ -182,7 +183,7 @@ void convertRows(const std::uint8_t* upper, const std::uint8_t* lower, int width
 }
 
 void convertSums(const std::uint32_t* blueRedSums, const std::uint32_t* greenAlphaSums, int count,
-                 const PlanarWeights& weights, std::uint8_t* blueDifference, std::uint8_t* redDifference) {
+                 const PlanarWeights& weights, std::uint8_t* cb, std::uint8_t* cr) {
     for (int x = 0; x < count; ++x, blueRedSums += 2, greenAlphaSums += 2) {
         const auto spread = [](const std::uint32_t* sums, int shift) {
             const auto at = [&](int i) { return static_cast<int>(sums[i] >> shift & 0xffff); };
@@ -192,8 +193,8 @@ void convertSums(const std::uint32_t* blueRedSums, const std::uint32_t* greenAlp
         const int blue = spread(blueRedSums, 0);
         const int red = spread(blueRedSums, 16);
         const int green = spread(greenAlphaSums, 0);
-        blueDifference[x] = weighted(blue, green, red, weights.blueDifference);
-        redDifference[x] = weighted(blue, green, red, weights.redDifference);
+        cb[x] = weighted(blue, green, red, weights.cb);
+        cr[x] = weighted(blue, green, red, weights.cr);
     }
 }
 
@@ -217,12 +218,7 @@ std::int16_t inUnits(double weight) {
 }
 
 PlanarWeights weightsOf(const YuvEncoding& encoding) {
-    const bool isBt709 = encoding.matrix == YuvMatrix::bt709;
-    const bool isLimited = encoding.range == YuvRange::limited;
-    const double red = isBt709 ? 0.2126 : 0.299;
-    const double blue = isBt709 ? 0.0722 : 0.114;
-    const double lumaScale = isLimited ? 219.0 / 255 : 1;
-    const double colourScale = isLimited ? 224.0 / 255 : 1;
+    const YuvCoefficients yuv(encoding);
     // Green takes what the others leave, so that white and greys come out exactly.
     const auto plane = [](double ofBlue, double ofRed, double sum, int offset) {
         PlaneWeights weights;
@@ -233,9 +229,12 @@ PlanarWeights weightsOf(const YuvEncoding& encoding) {
         return weights;
     };
     PlanarWeights weights;
-    weights.luma = plane(blue * lumaScale, red * lumaScale, lumaScale, isLimited ? 16 : 0);
-    weights.blueDifference = plane(0.5 * colourScale, -red / (2 * (1 - blue)) * colourScale, 0, 128);
-    weights.redDifference = plane(-blue / (2 * (1 - red)) * colourScale, 0.5 * colourScale, 0, 128);
+    const double blue = yuv.lumaBlue;
+    const double red = yuv.lumaRed;
+    const double chroma = yuv.chromaScale;
+    weights.luma = plane(blue * yuv.lumaScale, red * yuv.lumaScale, yuv.lumaScale, static_cast<int>(yuv.lumaOffset));
+    weights.cb = plane(0.5 * chroma, -red / (2 * (1 - blue)) * chroma, 0, 128);
+    weights.cr = plane(-blue / (2 * (1 - red)) * chroma, 0.5 * chroma, 0, 128);
     return weights;
 }
 
@@ -246,7 +245,7 @@ void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination
     const PlanarWeights weights = weightsOf(destination.encoding);
     const int width = destination.width;
     const int height = destination.height;
-    const int colourWidth = (width + 1) / 2;
+    const int chromaWidth = (width + 1) / 2;
     RowSums sums;
     sums.blueRed.resize(kSumsBefore + static_cast<std::size_t>(width) + kSumsBehind);
     sums.greenAlpha.resize(sums.blueRed.size());
@@ -264,8 +263,7 @@ void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination
         }
         const std::ptrdiff_t colours = y / 2 * destination.chromaStride;
         HWY_DYNAMIC_DISPATCH(convertSums)
-        (blueRed, greenAlpha, colourWidth, weights, destination.blueDifference + colours,
-         destination.redDifference + colours);
+        (blueRed, greenAlpha, chromaWidth, weights, destination.cb + colours, destination.cr + colours);
     }
 }
 
@@ -298,8 +296,8 @@ void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDest
             const double green = filtered(1);
             const double red = filtered(2);
             const std::ptrdiff_t at = y * destination.chromaStride + x;
-            destination.blueDifference[at] = sample(blue, green, red, weights.blueDifference);
-            destination.redDifference[at] = sample(blue, green, red, weights.redDifference);
+            destination.cb[at] = sample(blue, green, red, weights.cb);
+            destination.cr[at] = sample(blue, green, red, weights.cr);
         }
     }
 }

@@ -7,7 +7,7 @@
 namespace lumivastor::imaging {
 
 /// Turns a picture into planar 4:2:0 of the same size, in the destination's encoding; alpha is taken to be full. A
-/// colour sample is the mean of its two rows, and across columns weighs the seven around the one it is sited at with
+/// chroma sample is the mean of its two rows, and across columns weighs the seven around the one it is sited at with
 /// -1, 0, 9, 16, 9, 0, -1, which keeps thin coloured lines better than a plain mean; pixels beyond the edges are those
 /// at the edges. All in 16-bit integers, so that every machine gives the same picture. Compiled for several instruction
 /// sets and chosen at run time: recording does this for each picture. Any thread.

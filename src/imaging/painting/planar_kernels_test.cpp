@@ -17,19 +17,19 @@ namespace {
 // A planar picture with room around every row, which nobody may touch.
 struct Planes {
     Planes(int width, int height, const YuvEncoding& encoding) {
-        const int colourWidth = (width + 1) / 2;
-        const int colourHeight = (height + 1) / 2;
+        const int chromaWidth = (width + 1) / 2;
+        const int chromaHeight = (height + 1) / 2;
         destination.width = width;
         destination.height = height;
         destination.lumaStride = width + 5;
-        destination.chromaStride = colourWidth + 3;
+        destination.chromaStride = chromaWidth + 3;
         destination.encoding = encoding;
         luma.assign(static_cast<std::size_t>((width + 5) * height), 7);
-        blue.assign(static_cast<std::size_t>((colourWidth + 3) * colourHeight), 7);
+        blue.assign(static_cast<std::size_t>((chromaWidth + 3) * chromaHeight), 7);
         red = blue;
         destination.luma = luma.data();
-        destination.blueDifference = blue.data();
-        destination.redDifference = red.data();
+        destination.cb = blue.data();
+        destination.cr = red.data();
     }
     Planes(const Planes&) = delete;
     Planes& operator=(const Planes&) = delete;
@@ -97,8 +97,8 @@ TEST(PlanarKernels, GreysAreExactlyGreyWhateverTheAlpha) {
     for (int x = 0; x < 256; ++x) {
         EXPECT_NEAR(planes.luma[x], 16 + x * 219.0 / 255, 0.51) << x;
         EXPECT_EQ(planes.luma[3 * planes.lumaStride + x], planes.luma[x]);
-        EXPECT_EQ(planes.blueDifference[x / 2], 128);
-        EXPECT_EQ(planes.redDifference[x / 2], 128);
+        EXPECT_EQ(planes.cb[x / 2], 128);
+        EXPECT_EQ(planes.cr[x / 2], 128);
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include "imaging/painting/resampling.h"
 #include "imaging/picture_node.h"
+#include "imaging/yuv_coefficients.h"
 
 namespace lumivastor::imaging {
 
@@ -199,11 +200,9 @@ struct Evaluator {
                          halfColumns,   halfRows,    source.chromaWidth(), source.chromaHeight()};
         const double luma = resampled<double>(full, sampleOf(source.luma)) - yuv.lumaOffset;
         const auto difference = [&](const YuvPlane& plane) { return resampled<double>(half, sampleOf(plane)) - 128; };
-        const double blueDifference = difference(source.blueDifference);
-        const double redDifference = difference(source.redDifference);
-        return Colour{yuv.red(luma, redDifference), yuv.green(luma, blueDifference, redDifference),
-                      yuv.blue(luma, blueDifference), 255} *
-               coverage;
+        const double cb = difference(source.cb);
+        const double cr = difference(source.cr);
+        return Colour{yuv.red(luma, cr), yuv.green(luma, cb, cr), yuv.blue(luma, cb), 255} * coverage;
     }
 
     Colour operator()(const TransformNode& node) const {
@@ -359,13 +358,13 @@ void paintReference(const Picture& picture, const YuvDestination& destination) {
                 stored(yuv.luma(colour.red, colour.green, colour.blue) + yuv.lumaOffset);
         }
     }
-    const auto half = SampleGrid::colourDifferences(destination.width, destination.height);
+    const auto half = SampleGrid::chroma(destination.width, destination.height);
     for (int y = 0; y < half.rows; ++y) {
         for (int x = 0; x < half.columns; ++x) {
             const Colour colour = evaluateAt(picture, half, x, y, averages);
             const auto at = y * destination.chromaStride + x;
-            destination.blueDifference[at] = stored(yuv.blueDifference(colour.red, colour.green, colour.blue) + 128);
-            destination.redDifference[at] = stored(yuv.redDifference(colour.red, colour.green, colour.blue) + 128);
+            destination.cb[at] = stored(yuv.cb(colour.red, colour.green, colour.blue) + 128);
+            destination.cr[at] = stored(yuv.cr(colour.red, colour.green, colour.blue) + 128);
         }
     }
 }

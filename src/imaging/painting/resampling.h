@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "imaging/yuv_picture.h"
-
-// The arithmetic that every painter agrees on: the kernel, where samples sit, and how luma and colour differences
-// relate to red, green and blue. Distances are in samples of the source.
+// The arithmetic that every painter agrees on: the kernel, and where samples sit. Distances are in samples of the
+// source. The colours are in imaging/yuv_coefficients.h.
 
 namespace lumivastor::imaging {
 
@@ -35,8 +33,8 @@ inline double sharedLength(double firstLow, double firstHigh, double secondLow, 
 
 /// The sample positions of one plane of a destination. Grid coordinates are those of the destination times `scale`,
 /// from the top-left. Sample (i, j) sits at (i + offsetX, j + offsetY) and stands for the square of side 1 around it,
-/// as far as that lies inside the destination. Colour differences of 4:2:0 are a grid of half the scale whose samples
-/// sit at the left one of two luma columns, a quarter of their distance off the middle.
+/// as far as that lies inside the destination. Chroma of 4:2:0 is a grid of half the scale whose samples sit at
+/// the left one of two luma columns, a quarter of their distance off the middle.
 struct SampleGrid {
     int columns = 0;
     int rows = 0;
@@ -49,53 +47,11 @@ struct SampleGrid {
     static SampleGrid full(int width, int height) {
         return {width, height, 1, 0.5, 0.5, static_cast<double>(width), static_cast<double>(height)};
     }
-    static SampleGrid colourDifferences(int width, int height) {
+    static SampleGrid chroma(int width, int height) {
         return {(width + 1) / 2, (height + 1) / 2, 0.5, 0.25, 0.5, width * 0.5, height * 0.5};
     }
 
     bool operator==(const SampleGrid&) const = default;
-};
-
-/// Luma and colour differences as linear functions of red, green and blue, all 0...255. Luma is given without its
-/// offset, colour differences around 0.
-struct YuvCoefficients {
-    double lumaRed = 0, lumaGreen = 0, lumaBlue = 0;
-    double lumaScale = 1;        // what 255 of light becomes, as a part of 255
-    double differenceScale = 1;  // the same for colour differences of -127.5...127.5
-    double lumaOffset = 0;
-
-    explicit YuvCoefficients(const YuvEncoding& encoding) {
-        // ITU-R BT.601 and BT.709, item 3: the luma weights; BT.709 item 6.10: quantisation in 8 bits.
-        lumaRed = encoding.matrix == YuvMatrix::bt601 ? 0.299 : 0.2126;
-        lumaBlue = encoding.matrix == YuvMatrix::bt601 ? 0.114 : 0.0722;
-        lumaGreen = 1 - lumaRed - lumaBlue;
-        if (encoding.range == YuvRange::limited) {
-            lumaScale = 219.0 / 255;
-            differenceScale = 224.0 / 255;
-            lumaOffset = 16;
-        }
-    }
-
-    double luma(double red, double green, double blue) const {
-        return (lumaRed * red + lumaGreen * green + lumaBlue * blue) * lumaScale;
-    }
-    double blueDifference(double red, double green, double blue) const {
-        return (blue - (lumaRed * red + lumaGreen * green + lumaBlue * blue)) / (2 * (1 - lumaBlue)) * differenceScale;
-    }
-    double redDifference(double red, double green, double blue) const {
-        return (red - (lumaRed * red + lumaGreen * green + lumaBlue * blue)) / (2 * (1 - lumaRed)) * differenceScale;
-    }
-
-    double red(double luma, double redDifference) const {
-        return luma / lumaScale + redDifference / differenceScale * 2 * (1 - lumaRed);
-    }
-    double blue(double luma, double blueDifference) const {
-        return luma / lumaScale + blueDifference / differenceScale * 2 * (1 - lumaBlue);
-    }
-    double green(double luma, double blueDifference, double redDifference) const {
-        const double gray = luma / lumaScale;
-        return (gray - lumaRed * red(luma, redDifference) - lumaBlue * blue(luma, blueDifference)) / lumaGreen;
-    }
 };
 
 /// A range of a source's samples along one axis, both ends included.

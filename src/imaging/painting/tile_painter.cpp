@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+#include "imaging/yuv_coefficients.h"
+
 namespace lumivastor::imaging {
 
 namespace {
@@ -62,7 +64,7 @@ TilePainter::Canvas& TilePainter::paint(const PaintPlan& plan, const Tile& tile,
         case GridChannels::luma:
             prepareCanvas(canvas, 1, withAlpha, tile);
             break;
-        case GridChannels::colourDifferences:
+        case GridChannels::chroma:
             prepareCanvas(canvas, 2, withAlpha, tile);
             break;
     }
@@ -209,9 +211,8 @@ int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_
         const YuvCoefficients from(item.encoding);
         const YuvCoefficients to(encoding_);
         const auto mixOf = [&](int channel, auto&& value) {
-            const auto of = [&](double luma, double blueDifference, double redDifference) {
-                return value(from.red(luma, redDifference), from.green(luma, blueDifference, redDifference),
-                             from.blue(luma, blueDifference));
+            const auto of = [&](double luma, double cb, double cr) {
+                return value(from.red(luma, cr), from.green(luma, cb, cr), from.blue(luma, cb));
             };
             mix(channel, of(1, 0, 0), of(0, 1, 0), of(0, 0, 1));
         };
@@ -224,11 +225,11 @@ int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_
             case GridChannels::luma:
                 mixOf(0, [&](double red, double green, double blue) { return to.luma(red, green, blue); });
                 return 1;
-            case GridChannels::colourDifferences:
+            case GridChannels::chroma:
                 break;
         }
-        mixOf(0, [&](double red, double green, double blue) { return to.blueDifference(red, green, blue); });
-        mixOf(1, [&](double red, double green, double blue) { return to.redDifference(red, green, blue); });
+        mixOf(0, [&](double red, double green, double blue) { return to.cb(red, green, blue); });
+        mixOf(1, [&](double red, double green, double blue) { return to.cr(red, green, blue); });
         return 2;
     }
     const YuvCoefficients to(encoding_);
@@ -239,11 +240,11 @@ int TilePainter::convert(const PlanItem& item, Depth& at, int count, std::int16_
         case GridChannels::luma:
             mix(0, to.luma(0, 0, 1), to.luma(0, 1, 0), to.luma(1, 0, 0));
             return 1;
-        case GridChannels::colourDifferences:
+        case GridChannels::chroma:
             break;
     }
-    mix(0, to.blueDifference(0, 0, 1), to.blueDifference(0, 1, 0), to.blueDifference(1, 0, 0));
-    mix(1, to.redDifference(0, 0, 1), to.redDifference(0, 1, 0), to.redDifference(1, 0, 0));
+    mix(0, to.cb(0, 0, 1), to.cb(0, 1, 0), to.cb(1, 0, 0));
+    mix(1, to.cr(0, 0, 1), to.cr(0, 1, 0), to.cr(1, 0, 0));
     return 2;
 }
 
@@ -295,7 +296,7 @@ void TilePainter::paintLayer(const PlanItem& item, const Tile& tile, std::size_t
     layer.isDirect = sameEncoding || item.isConverted;
     layer.colourEnd = item.colours.size();
     if (sameEncoding && plan_->channels == GridChannels::luma) layer.colourEnd = 1;
-    if (sameEncoding && plan_->channels == GridChannels::colourDifferences) layer.firstColour = 1;
+    if (sameEncoding && plan_->channels == GridChannels::chroma) layer.firstColour = 1;
     for (std::size_t i = layer.firstColour; i < layer.colourEnd; ++i) {
         filterPlane(layer.own.planes[i], item.colours[i], item, parts.columns, parts.rows);
     }

@@ -38,7 +38,7 @@ class TilePainter {
         std::int16_t* alphaRow(int y) { return row(channels, y); }
     };
 
-    /// The tile's levels, valid until the next call. `encoding`: of the destination, for luma and colour differences.
+    /// The tile's levels, valid until the next call. `encoding`: of the destination, for luma and chroma.
     /// `withAlpha`: on transparent ground, also where the destination has no alpha.
     Canvas& paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding, bool withAlpha = false);
 

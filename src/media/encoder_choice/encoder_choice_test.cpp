@@ -136,11 +136,11 @@ class StandIn final : public PictureEncoder {
         const bool isSwapped = fault_ == Fault::swappedColours;
         // As if planes began a few rows too far up.
         const std::ptrdiff_t skipped = fault_ == Fault::movedColours ? 16 * from.chromaStride : 0;
-        std::copy_n(from.blueDifference + skipped, bytes - skipped, isSwapped ? to.redDifference : to.blueDifference);
-        std::copy_n(from.redDifference + skipped, bytes - skipped, isSwapped ? to.blueDifference : to.redDifference);
+        std::copy_n(from.cb + skipped, bytes - skipped, isSwapped ? to.cr : to.cb);
+        std::copy_n(from.cr + skipped, bytes - skipped, isSwapped ? to.cb : to.cr);
         if (fault_ == Fault::noColours) {
-            std::fill_n(to.blueDifference, bytes, std::uint8_t{128});
-            std::fill_n(to.redDifference, bytes, std::uint8_t{128});
+            std::fill_n(to.cb, bytes, std::uint8_t{128});
+            std::fill_n(to.cr, bytes, std::uint8_t{128});
         }
         return copy;
     }

@@ -35,9 +35,9 @@ constexpr int kCompared = 3;
 // How far decoded luma may be from what went in, on average, of 255. On these pictures encoders that are starved of
 // bits were seen to come to 16, and a picture of the same page scrolled by one step to 60.
 constexpr double kLargestMeanError = 30;
-// The same for each of the colour differences. Encoders that are starved of bits were seen to come to 2, planes that
-// begin 16 rows off to 9 and 15, planes in each other's place to 26 and 29.
-constexpr double kLargestColourError = 6;
+// The same for each of cb and cr. Encoders that are starved of bits were seen to come to 2, planes that begin 16 rows
+// off to 9 and 15, planes in each other's place to 26 and 29.
+constexpr double kLargestChromaError = 6;
 
 // A screen in motion: lines of something like text in windows of different greys and colours, which scroll.
 class MovingScreen {
@@ -47,7 +47,7 @@ class MovingScreen {
           height_(height),
           pool_(width, height, {}),
           page_(static_cast<std::size_t>(width) * kPage),
-          blue_(static_cast<std::size_t>(colourWidth()) * kPage / 2),
+          blue_(static_cast<std::size_t>(chromaWidth()) * kPage / 2),
           red_(blue_.size()) {
         std::mt19937 random(1);
         for (int line = 0; line < kPage / kLine; ++line) {
@@ -76,11 +76,11 @@ class MovingScreen {
             std::memcpy(planes.luma + y * planes.lumaStride, row((y + number * kScroll) % kPage),
                         static_cast<std::size_t>(width_));
         }
-        const auto bytes = static_cast<std::size_t>(colourWidth());
+        const auto bytes = static_cast<std::size_t>(chromaWidth());
         for (int y = 0; y < (height_ + 1) / 2; ++y) {
             const std::size_t from = static_cast<std::size_t>((y + number * kScroll / 2) % (kPage / 2)) * bytes;
-            std::memcpy(planes.blueDifference + y * planes.chromaStride, blue_.data() + from, bytes);
-            std::memcpy(planes.redDifference + y * planes.chromaStride, red_.data() + from, bytes);
+            std::memcpy(planes.cb + y * planes.chromaStride, blue_.data() + from, bytes);
+            std::memcpy(planes.cr + y * planes.chromaStride, red_.data() + from, bytes);
         }
         return picture;
     }
@@ -89,13 +89,13 @@ class MovingScreen {
     static constexpr int kLine = 20;
     static constexpr int kPage = kLine * 60;
 
-    int colourWidth() const { return (width_ + 1) / 2; }
+    int chromaWidth() const { return (width_ + 1) / 2; }
 
     // Fields of one colour each, large enough to survive a low bit rate.
     void colour() {
         constexpr int kField = 60;
         std::mt19937 random(2);
-        const int columns = colourWidth() / kField + 1;
+        const int columns = chromaWidth() / kField + 1;
         std::vector<std::uint8_t> blues(static_cast<std::size_t>(columns));
         std::vector<std::uint8_t> reds(blues.size());
         for (int y = 0; y < kPage / 2; ++y) {
@@ -105,9 +105,9 @@ class MovingScreen {
                 std::generate(reds.begin(), reds.end(),
                               [&] { return static_cast<std::uint8_t>(random() % 2 == 0 ? 106 : 170); });
             }
-            for (int x = 0; x < colourWidth(); ++x) {
+            for (int x = 0; x < chromaWidth(); ++x) {
                 const auto at =
-                    static_cast<std::size_t>(y) * static_cast<std::size_t>(colourWidth()) + static_cast<std::size_t>(x);
+                    static_cast<std::size_t>(y) * static_cast<std::size_t>(chromaWidth()) + static_cast<std::size_t>(x);
                 const auto field = static_cast<std::size_t>(x / kField);
                 blue_[at] = blues[field];
                 red_[at] = reds[field];
@@ -144,8 +144,8 @@ bool shows(const AVFrame& frame, const imaging::YuvDestination& picture) {
     const int width = (picture.width + 1) / 2;
     const int height = (picture.height + 1) / 2;
     return meanError(frame, 0, picture.luma, picture.lumaStride, picture.width, picture.height) <= kLargestMeanError &&
-           meanError(frame, 1, picture.blueDifference, picture.chromaStride, width, height) <= kLargestColourError &&
-           meanError(frame, 2, picture.redDifference, picture.chromaStride, width, height) <= kLargestColourError;
+           meanError(frame, 1, picture.cb, picture.chromaStride, width, height) <= kLargestChromaError &&
+           meanError(frame, 2, picture.cr, picture.chromaStride, width, height) <= kLargestChromaError;
 }
 
 // Whether the packets decode to these pictures.

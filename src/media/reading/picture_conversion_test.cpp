@@ -38,12 +38,12 @@ std::array<int, 3> yuvOf(const Rgb& colour, const imaging::YuvEncoding& encoding
     const double green = colour.green / 255.0;
     const double blue = colour.blue / 255.0;
     const double luma = redWeight * red + (1 - redWeight - blueWeight) * green + blueWeight * blue;
-    const double blueDifference = (blue - luma) / (2 * (1 - blueWeight));
-    const double redDifference = (red - luma) / (2 * (1 - redWeight));
+    const double cb = (blue - luma) / (2 * (1 - blueWeight));
+    const double cr = (red - luma) / (2 * (1 - redWeight));
     const bool isLimited = encoding.range == imaging::YuvRange::limited;
     const auto code = [](double value) { return std::clamp(static_cast<int>(std::lround(value)), 0, 255); };
-    return {code(isLimited ? 16 + 219 * luma : 255 * luma), code(128 + (isLimited ? 224 : 255) * blueDifference),
-            code(128 + (isLimited ? 224 : 255) * redDifference)};
+    return {code(isLimited ? 16 + 219 * luma : 255 * luma), code(128 + (isLimited ? 224 : 255) * cb),
+            code(128 + (isLimited ? 224 : 255) * cr)};
 }
 
 std::vector<Rgb> colours() {
@@ -69,8 +69,8 @@ void fill(const imaging::YuvDestination& picture, const std::array<int, 3>& yuv)
     }
     for (int y = 0; y < (picture.height + 1) / 2; ++y) {
         const std::ptrdiff_t row = y * picture.chromaStride;
-        std::fill_n(picture.blueDifference + row, (picture.width + 1) / 2, static_cast<std::uint8_t>(yuv[1]));
-        std::fill_n(picture.redDifference + row, (picture.width + 1) / 2, static_cast<std::uint8_t>(yuv[2]));
+        std::fill_n(picture.cb + row, (picture.width + 1) / 2, static_cast<std::uint8_t>(yuv[1]));
+        std::fill_n(picture.cr + row, (picture.width + 1) / 2, static_cast<std::uint8_t>(yuv[2]));
     }
 }
 
@@ -132,8 +132,8 @@ TEST(PictureConversion, PlanarValuesAreWhatTheFormulasSay) {
             for (const int at : {0, 8, 16}) {
                 const std::ptrdiff_t chroma = at / 2 * planes.chromaStride + at / 2;
                 EXPECT_LE(std::abs(planes.luma[at * planes.lumaStride + at] - expected[0]), 1);
-                EXPECT_LE(std::abs(planes.blueDifference[chroma] - expected[1]), 1);
-                EXPECT_LE(std::abs(planes.redDifference[chroma] - expected[2]), 1);
+                EXPECT_LE(std::abs(planes.cb[chroma] - expected[1]), 1);
+                EXPECT_LE(std::abs(planes.cr[chroma] - expected[2]), 1);
             }
         }
     }
@@ -178,8 +178,8 @@ AVFrame viewOf(const imaging::YuvDestination& planes, int location) {
     frame.color_range = AVCOL_RANGE_MPEG;
     frame.chroma_location = static_cast<AVChromaLocation>(location);
     frame.data[0] = planes.luma;
-    frame.data[1] = planes.blueDifference;
-    frame.data[2] = planes.redDifference;
+    frame.data[1] = planes.cb;
+    frame.data[2] = planes.cr;
     frame.linesize[0] = static_cast<int>(planes.lumaStride);
     frame.linesize[1] = frame.linesize[2] = static_cast<int>(planes.chromaStride);
     return frame;
@@ -248,7 +248,7 @@ TEST(PictureConversion, ColoursOfOtherSamplingsAreSitedLikeOurs) {
             const imaging::YuvPicture picture = converter.planar(frame);
             double left = 0;
             for (int i = 0; i < kEdgeSize / 2; ++i) {
-                left += (picture.blueDifference.samples[5 * picture.blueDifference.stride + i] - 60) / 140.0;
+                left += (picture.cb.samples[5 * picture.cb.stride + i] - 60) / 140.0;
             }
             // A sample stands for the two columns around the one that it sits at.
             EXPECT_NEAR(2 * left - 0.5, edge, 0.1) << full;

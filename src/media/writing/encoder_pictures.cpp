@@ -40,8 +40,8 @@ ffmpeg::FrameHandle viewOf(const std::shared_ptr<imaging::PlanarBuffer>& picture
     frame->height = evenUp(planes.height);
     frame->format = AV_PIX_FMT_YUV420P;
     frame->data[0] = planes.luma;
-    frame->data[1] = planes.blueDifference;
-    frame->data[2] = planes.redDifference;
+    frame->data[1] = planes.cb;
+    frame->data[2] = planes.cr;
     frame->linesize[0] = static_cast<int>(planes.lumaStride);
     frame->linesize[1] = frame->linesize[2] = static_cast<int>(planes.chromaStride);
     // All three planes lie in one block, of which the library only needs to know that it is held.
@@ -55,7 +55,7 @@ ffmpeg::FrameHandle viewOf(const std::shared_ptr<imaging::PlanarBuffer>& picture
     return frame;
 }
 
-// A copy whose colour differences lie side by side in one plane.
+// A copy whose cb and cr lie side by side in one plane.
 ffmpeg::FrameHandle interleaved(const imaging::YuvDestination& planes) {
     ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     frame->width = evenUp(planes.width);
@@ -67,8 +67,8 @@ ffmpeg::FrameHandle interleaved(const imaging::YuvDestination& planes) {
                     frame->data[0] + std::ptrdiff_t{y} * frame->linesize[0]);
     }
     for (int y = 0; y < frame->height / 2; ++y) {
-        const std::uint8_t* const blue = planes.blueDifference + y * planes.chromaStride;
-        const std::uint8_t* const red = planes.redDifference + y * planes.chromaStride;
+        const std::uint8_t* const blue = planes.cb + y * planes.chromaStride;
+        const std::uint8_t* const red = planes.cr + y * planes.chromaStride;
         std::uint8_t* const both = frame->data[1] + std::ptrdiff_t{y} * frame->linesize[1];
         for (int x = 0; x < frame->width / 2; ++x) {
             both[2 * x] = blue[x];

@@ -10,9 +10,9 @@ struct AVCodec;
 
 namespace lumivastor::media {
 
-/// Sets the form in which this encoder takes pictures: planar as they are, with both colour differences in one plane,
-/// or in memory of the graphics card. The codec knows its size and is not yet open. Throws a `RecorderError` that
-/// begins with `what` when there is no such card.
+/// Sets the form in which this encoder takes pictures: planar as they are, with cb and cr in one plane, or in memory
+/// of the graphics card. The codec knows its size and is not yet open. Throws a `RecorderError` that begins with `what`
+/// when there is no such card.
 void preparePictureFormat(AVCodecContext& codec, const AVCodec& encoder, const char* what);
 
 /// The picture in that form, with its colours tagged. The planar form is a view that holds the picture until the

@@ -143,9 +143,8 @@ bool samePixels(const imaging::YuvPicture& a, const imaging::YuvPicture& b) {
         }
         return true;
     };
-    return samePlane(a.luma, b.luma, a.width, a.height) &&
-           samePlane(a.blueDifference, b.blueDifference, a.chromaWidth(), a.chromaHeight()) &&
-           samePlane(a.redDifference, b.redDifference, a.chromaWidth(), a.chromaHeight());
+    return samePlane(a.luma, b.luma, a.width, a.height) && samePlane(a.cb, b.cb, a.chromaWidth(), a.chromaHeight()) &&
+           samePlane(a.cr, b.cr, a.chromaWidth(), a.chromaHeight());
 }
 
 VideoSettings repeatSettings() {
@@ -272,8 +271,8 @@ TEST(RepeatedPictures, AStillPictureStaysSharpAcrossKeyPictures) {
                 }
             }
             for (int y = 0; y < 96; ++y) {
-                std::fill_n(planes.blueDifference + y * planes.chromaStride, 160, std::uint8_t{128});
-                std::fill_n(planes.redDifference + y * planes.chromaStride, 160, std::uint8_t{128});
+                std::fill_n(planes.cb + y * planes.chromaStride, 160, std::uint8_t{128});
+                std::fill_n(planes.cr + y * planes.chromaStride, 160, std::uint8_t{128});
             }
             EXPECT_TRUE(input.append(std::move(picture), time));
         }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "platform/devices/libav_session.h"
 #include "platform/devices/microphone_session.h"
@@ -27,13 +28,13 @@ std::optional<std::string> withoutPrefix(const std::string& text, const std::str
     return text.substr(prefix.size());
 }
 
-std::string sizeText(PictureSize size) {
+std::string sizeText(PixelSize size) {
     return std::to_string(size.width) + "x" + std::to_string(size.height);
 }
 
 // The graph for a size, where it leaves the size open.
-std::string graphFor(const std::string& graph, std::optional<PictureSize> size) {
-    constexpr PictureSize kOtherwise{640, 480};
+std::string graphFor(const std::string& graph, std::optional<PixelSize> size) {
+    constexpr PixelSize kOtherwise{640, 480};
     const std::string placeholder = "{size}";
     std::string filled = graph;
     for (auto at = filled.find(placeholder); at != std::string::npos; at = filled.find(placeholder)) {
@@ -47,7 +48,7 @@ std::unique_ptr<CaptureSession> openTestDevice(const CaptureDevice& device, cons
     configuration.name = device.name;
     configuration.isExternal = device.isExternal;
     configuration.needsPacing = true;
-    configuration.source = [graph](std::optional<PictureSize> size) {
+    configuration.source = [graph](std::optional<PixelSize> size) {
         return devices::LibavSource{"lavfi", graphFor(graph, size), {}};
     };
     configuration.open = std::make_unique<devices::LibavInput>(configuration.source(std::nullopt));
@@ -70,9 +71,9 @@ std::unique_ptr<CaptureSession> openV4l2(const devices::V4l2Device& device, bool
     for (const devices::V4l2Format& format : device.formats) {
         if (devices::chooseFormat(device.formats, format.size)) configuration.presets.push_back(format.size);
     }
-    configuration.source = [device](std::optional<PictureSize> size) {
+    configuration.source = [device](std::optional<PixelSize> size) {
         devices::LibavSource source{"v4l2", device.path, {}};
-        const PictureSize wanted = size.value_or(device.activeFormat);
+        const PixelSize wanted = size.value_or(device.activeFormat);
         if (wanted.width > 0) source.options["video_size"] = sizeText(wanted);
         if (const auto format = devices::chooseFormat(device.formats, wanted)) {
             source.options["input_format"] = format->name;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/host_clock.h"
+#include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "platform/synthetic/synthetic_sound.h"
 #include "support/heard_sound.h"
@@ -47,7 +48,7 @@ TEST(DeviceBackend, FlashAndBeepOfADeviceLieTogether) {
     ASSERT_FALSE(found.empty());
     EXPECT_TRUE(found[0].isExternal);
     const auto session = devices->open(found[0]);
-    EXPECT_EQ(session->activeFormat(), (PictureSize{320, 240}));
+    EXPECT_EQ(session->activeFormat(), (PixelSize{320, 240}));
     SeenPictures seen;
     seen.watch(*session);
     EXPECT_TRUE(seen.hasSound());
@@ -99,9 +100,9 @@ TEST(DeviceBackend, TestCameraComesFirstAndHasItsOwnSizeOnly) {
 
 TEST(DeviceBackend, PresetsFillTheSizeThatAGraphLeavesOpen) {
     const auto devices = openCaptureDevices(noSounds(), addresses("testsrc2=size={size}:rate=30"));
-    for (const PictureSize size : {PictureSize{0, 0}, {1280, 720}, {1920, 1080}}) {
+    for (const PixelSize size : {PixelSize{0, 0}, {1280, 720}, {1920, 1080}}) {
         const auto session = devices->open(*devices->defaultCamera());
-        EXPECT_EQ(session->activeFormat(), (PictureSize{640, 480}));
+        EXPECT_EQ(session->activeFormat(), (PixelSize{640, 480}));
         EXPECT_FALSE(session->canSetPreset({640, 360}));
         if (size.width > 0) {
             ASSERT_TRUE(session->canSetPreset(size));

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "ffmpeg/av_handles.h"
+#include "ffmpeg/ffmpeg_handles.h"
 
 namespace lumivastor::devices {
 
@@ -21,7 +21,7 @@ class DeviceSound {
     double delay() const;
 
   private:
-    ffmpeg::AvHandle<SwrContext> resampler_;
+    ffmpeg::ResamplerHandle resampler_;
     int format_ = -1;
     int sampleRate_ = 0;
     int channels_ = 0;

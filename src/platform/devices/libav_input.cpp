@@ -75,7 +75,7 @@ void LibavInput::open(Track& track, int stream) {
     track.stream = stream;
 }
 
-platform::PictureSize LibavInput::size() const {
+PixelSize LibavInput::size() const {
     if (!hasPictures()) return {};
     const AVCodecParameters* const parameters = input_->streams[picture_.stream]->codecpar;
     return {parameters->width, parameters->height};

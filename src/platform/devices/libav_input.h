@@ -6,7 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "ffmpeg/av_handles.h"
+#include "base/pixel_size.h"
+#include "ffmpeg/ffmpeg_handles.h"
 #include "platform/capture_device.h"
 
 namespace lumivastor::devices {
@@ -31,7 +32,7 @@ class LibavInput {
 
     bool hasPictures() const { return picture_.stream >= 0; }
     bool hasSound() const { return sound_.stream >= 0; }
-    platform::PictureSize size() const;
+    PixelSize size() const;
 
     /// The next decoded frame. `nothingYet`: ask again a few milliseconds later (a V4L2 device), or a damaged one was
     /// left out. `end`: the device is gone.
@@ -45,17 +46,17 @@ class LibavInput {
   private:
     struct Track {
         int stream = -1;
-        ffmpeg::AvHandle<AVCodecContext> decoder;
+        ffmpeg::CodecHandle decoder;
     };
 
     void open(Track& track, int stream);
     bool decode(Track& track);
 
-    ffmpeg::AvHandle<AVFormatContext> input_;
+    ffmpeg::InputHandle input_;
     Track picture_;
     Track sound_;
-    ffmpeg::AvHandle<AVPacket> packet_;
-    ffmpeg::AvHandle<AVFrame> frame_;
+    ffmpeg::PacketHandle packet_;
+    ffmpeg::FrameHandle frame_;
     std::optional<double> stamp_;
 };
 

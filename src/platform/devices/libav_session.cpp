@@ -82,17 +82,17 @@ LibavSession::~LibavSession() {
     stopRunning();
 }
 
-bool LibavSession::canSetPreset(platform::PictureSize size) const {
+bool LibavSession::canSetPreset(PixelSize size) const {
     const auto& presets = configuration_.presets;
     return std::find(presets.begin(), presets.end(), size) != presets.end();
 }
 
-void LibavSession::setPreset(platform::PictureSize size) {
+void LibavSession::setPreset(PixelSize size) {
     precondition(canSetPreset(size), "a preset that the device has");
     preset_ = size;
 }
 
-platform::PictureSize LibavSession::activeFormat() const {
+PixelSize LibavSession::activeFormat() const {
     return configuration_.activeFormat;
 }
 

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/devices/libav_input.h"
 #include "platform/pictures/device_outputs.h"
@@ -24,10 +25,10 @@ class LibavSession final : public platform::CaptureSession {
         std::string name;  // in messages
         bool isExternal = false;
         bool hasSound = false;
-        std::vector<platform::PictureSize> presets;
-        platform::PictureSize activeFormat;
+        std::vector<PixelSize> presets;
+        PixelSize activeFormat;
         /// What to open for a preset, or without one. The thread's.
-        std::function<LibavSource(std::optional<platform::PictureSize>)> source;
+        std::function<LibavSource(std::optional<PixelSize>)> source;
         /// Already open, for the first use without a preset; may be null.
         std::unique_ptr<LibavInput> open;
         /// The device delivers as fast as it is read: samples are held until their time.
@@ -39,9 +40,9 @@ class LibavSession final : public platform::CaptureSession {
     LibavSession(const LibavSession&) = delete;
     LibavSession& operator=(const LibavSession&) = delete;
 
-    bool canSetPreset(platform::PictureSize size) const override;
-    void setPreset(platform::PictureSize size) override;
-    platform::PictureSize activeFormat() const override;
+    bool canSetPreset(PixelSize size) const override;
+    void setPreset(PixelSize size) override;
+    PixelSize activeFormat() const override;
     bool addVideoOutput(SerialQueue& queue, bool discardsLate,
                         std::function<void(const platform::DeviceSample&)> handler) override;
     bool addAudioOutput(SerialQueue& queue, std::function<void(const platform::SoundBuffer&)> handler) override;
@@ -57,7 +58,7 @@ class LibavSession final : public platform::CaptureSession {
     bool waitUntil(double hostSeconds);
 
     Configuration configuration_;
-    std::optional<platform::PictureSize> preset_;
+    std::optional<PixelSize> preset_;
     platform::DeviceOutputs outputs_{configuration_.name};
     std::function<void(const std::string&)> interrupted_;
     std::mutex lock_;

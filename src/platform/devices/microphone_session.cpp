@@ -15,7 +15,7 @@ MicrophoneSession::~MicrophoneSession() {
     stopRunning();
 }
 
-void MicrophoneSession::setPreset(platform::PictureSize) {
+void MicrophoneSession::setPreset(PixelSize) {
     precondition(false, "a microphone has no pictures");
 }
 

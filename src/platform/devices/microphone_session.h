@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/pictures/device_outputs.h"
 #include "platform/sound_system.h"
@@ -20,9 +21,9 @@ class MicrophoneSession final : public platform::CaptureSession {
     MicrophoneSession(const MicrophoneSession&) = delete;
     MicrophoneSession& operator=(const MicrophoneSession&) = delete;
 
-    bool canSetPreset(platform::PictureSize) const override { return false; }
-    void setPreset(platform::PictureSize size) override;
-    platform::PictureSize activeFormat() const override { return {}; }
+    bool canSetPreset(PixelSize) const override { return false; }
+    void setPreset(PixelSize size) override;
+    PixelSize activeFormat() const override { return {}; }
     bool addVideoOutput(SerialQueue&, bool, std::function<void(const platform::DeviceSample&)>) override {
         return false;
     }

@@ -21,7 +21,7 @@ namespace {
 constexpr double kEnough = 30;
 constexpr double kTooSlow = 15;
 // Steppedwise sizes are looked at where the recorders ask.
-constexpr std::array<platform::PictureSize, 3> kUsualSizes{{{1920, 1080}, {1280, 720}, {640, 480}}};
+constexpr std::array<PixelSize, 3> kUsualSizes{{{1920, 1080}, {1280, 720}, {640, 480}}};
 
 std::string lowercase(std::string text) {
     for (char& one : text) {
@@ -65,7 +65,7 @@ std::string formatName(std::uint32_t format) {
     }
 }
 
-double fastest(int descriptor, std::uint32_t format, platform::PictureSize size) {
+double fastest(int descriptor, std::uint32_t format, PixelSize size) {
     double best = 0;
     v4l2_frmivalenum interval{};
     interval.pixel_format = format;
@@ -80,8 +80,8 @@ double fastest(int descriptor, std::uint32_t format, platform::PictureSize size)
     return best;
 }
 
-std::vector<platform::PictureSize> sizesOf(int descriptor, std::uint32_t format) {
-    std::vector<platform::PictureSize> sizes;
+std::vector<PixelSize> sizesOf(int descriptor, std::uint32_t format) {
+    std::vector<PixelSize> sizes;
     v4l2_frmsizeenum one{};
     one.pixel_format = format;
     for (; control(descriptor, VIDIOC_ENUM_FRAMESIZES, &one); ++one.index) {
@@ -90,7 +90,7 @@ std::vector<platform::PictureSize> sizesOf(int descriptor, std::uint32_t format)
             continue;
         }
         const v4l2_frmsize_stepwise& steps = one.stepwise;
-        for (const platform::PictureSize size : kUsualSizes) {
+        for (const PixelSize size : kUsualSizes) {
             const auto fits = [](std::uint32_t value, std::uint32_t least, std::uint32_t most, std::uint32_t step) {
                 return value >= least && value <= most && (step == 0 || (value - least) % step == 0);
             };
@@ -129,7 +129,7 @@ std::optional<V4l2Device> describe(const std::string& path) {
     for (; control(device.get(), VIDIOC_ENUM_FMT, &format); ++format.index) {
         const std::string name = formatName(format.pixelformat);
         if (name.empty()) continue;
-        for (const platform::PictureSize size : sizesOf(device.get(), format.pixelformat)) {
+        for (const PixelSize size : sizesOf(device.get(), format.pixelformat)) {
             found.formats.push_back({name, size, fastest(device.get(), format.pixelformat, size)});
         }
     }
@@ -158,7 +158,7 @@ bool isCaptureCard(const std::string& card, const std::string& driver, const std
                        [&](const char* word) { return name.find(word) != std::string::npos; });
 }
 
-std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, platform::PictureSize size) {
+std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, PixelSize size) {
     std::optional<V4l2Format> best;
     // Drivers that do not tell their rates get the benefit of the doubt.
     const auto rate = [](const V4l2Format& format) {

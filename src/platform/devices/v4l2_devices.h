@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 
 namespace lumivastor::devices {
@@ -13,7 +14,7 @@ namespace lumivastor::devices {
 struct V4l2Format {
     /// As libavdevice calls it ("mjpeg", "yuyv422").
     std::string name;
-    platform::PictureSize size;
+    PixelSize size;
     double framesPerSecond = 0;  // the most; 0 when the driver does not say
 
     bool operator==(const V4l2Format&) const = default;
@@ -25,7 +26,7 @@ struct V4l2Device {
     std::string driver;  // of the kernel
     std::string bus;
     std::vector<V4l2Format> formats;
-    platform::PictureSize activeFormat;
+    PixelSize activeFormat;
 };
 
 /// Whether a device delivers the screen of something else, by what its driver says. There is no flag for it. Drivers of
@@ -36,7 +37,7 @@ bool isCaptureCard(const std::string& card, const std::string& driver, const std
 /// The format to ask for to get pictures of this size: the fastest up to 30 pictures a second, uncompressed before
 /// compressed where both are as fast. Nothing when no format has at least 15 in this size: then a smaller picture
 /// serves better.
-std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, platform::PictureSize size);
+std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, PixelSize size);
 
 /// The devices of this machine that deliver pictures, in the order of their numbers. Any thread.
 std::vector<V4l2Device> listV4l2Devices();

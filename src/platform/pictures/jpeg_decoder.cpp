@@ -19,7 +19,7 @@ std::optional<ffmpeg::DevicePicture> JpegDecoder::decode(const std::uint8_t* byt
     if (size == 0 || size > kLargest) return std::nullopt;
     if (!decoder_) {
         const AVCodec* const codec = avcodec_find_decoder(AV_CODEC_ID_MJPEG);
-        ffmpeg::AvHandle<AVCodecContext> decoder(avcodec_alloc_context3(codec));
+        ffmpeg::CodecHandle decoder(avcodec_alloc_context3(codec));
         packet_.reset(av_packet_alloc());
         frame_.reset(av_frame_alloc());
         if (codec == nullptr || !decoder || !packet_ || !frame_) return std::nullopt;

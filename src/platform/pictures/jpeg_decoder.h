@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "ffmpeg/av_handles.h"
+#include "ffmpeg/ffmpeg_handles.h"
 #include "ffmpeg/picture_to_bgra.h"
 
 namespace lumivastor::platform {
@@ -17,9 +17,9 @@ class JpegDecoder {
     std::optional<ffmpeg::DevicePicture> decode(const std::uint8_t* bytes, std::size_t size);
 
   private:
-    ffmpeg::AvHandle<AVCodecContext> decoder_;
-    ffmpeg::AvHandle<AVPacket> packet_;
-    ffmpeg::AvHandle<AVFrame> frame_;
+    ffmpeg::CodecHandle decoder_;
+    ffmpeg::PacketHandle packet_;
+    ffmpeg::FrameHandle frame_;
 };
 
 }  // namespace lumivastor::platform

@@ -15,7 +15,7 @@ namespace {
 
 // A flat red picture, full range as all JPEG is.
 std::vector<std::uint8_t> redJpeg() {
-    const ffmpeg::AvHandle<AVCodecContext> encoder(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
+    const ffmpeg::CodecHandle encoder(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MJPEG)));
     encoder->width = 64;
     encoder->height = 48;
     encoder->pix_fmt = AV_PIX_FMT_YUVJ420P;
@@ -23,7 +23,7 @@ std::vector<std::uint8_t> redJpeg() {
     encoder->flags |= AV_CODEC_FLAG_QSCALE;
     encoder->global_quality = FF_QP2LAMBDA;
     if (avcodec_open2(encoder.get(), encoder->codec, nullptr) < 0) return {};
-    const ffmpeg::AvHandle<AVFrame> frame(av_frame_alloc());
+    const ffmpeg::FrameHandle frame(av_frame_alloc());
     frame->width = 64;
     frame->height = 48;
     frame->format = AV_PIX_FMT_YUVJ420P;
@@ -33,7 +33,7 @@ std::vector<std::uint8_t> redJpeg() {
     for (int plane = 0; plane < 3; ++plane) {
         std::fill_n(frame->data[plane], frame->linesize[plane] * (plane == 0 ? 48 : 24), values[plane]);
     }
-    const ffmpeg::AvHandle<AVPacket> packet(av_packet_alloc());
+    const ffmpeg::PacketHandle packet(av_packet_alloc());
     if (avcodec_send_frame(encoder.get(), frame.get()) < 0) return {};
     if (avcodec_receive_packet(encoder.get(), packet.get()) < 0) return {};
     return {packet->data, packet->data + packet->size};

@@ -49,7 +49,7 @@ bool areEqual(const imaging::BgraPremultipliedBuffer& one, const imaging::BgraPr
 }  // namespace
 
 // One more than may be out: the last picture stays here for being delivered again.
-PictureStore::PictureStore(PictureSize size, int depth)
+PictureStore::PictureStore(PixelSize size, int depth)
     : size_(size), depth_(std::max(1, depth)), slots_(std::make_shared<Slots>()) {
     slots_->all.resize(static_cast<std::size_t>(depth_) + 1);
 }

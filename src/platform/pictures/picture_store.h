@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/pixel_size.h"
 #include "imaging/pixel_buffer.h"
 #include "platform/capture_device.h"
 #include "platform/pictures/damage_area.h"
@@ -16,7 +17,7 @@ namespace lumivastor::platform {
 class PictureStore {
   public:
     /// `depth`: how many pictures may be out at once. All begin opaque and black.
-    PictureStore(PictureSize size, int depth);
+    PictureStore(PixelSize size, int depth);
     ~PictureStore();
     PictureStore(const PictureStore&) = delete;
     PictureStore& operator=(const PictureStore&) = delete;
@@ -35,7 +36,7 @@ class PictureStore {
   private:
     struct Slots;
 
-    const PictureSize size_;
+    const PixelSize size_;
     const int depth_;
     const std::shared_ptr<Slots> slots_;  // shared with the pictures that are out
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> last_;

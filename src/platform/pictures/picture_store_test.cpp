@@ -10,7 +10,7 @@
 namespace lumivastor::platform {
 namespace {
 
-constexpr PictureSize kSize{40, 30};
+constexpr PixelSize kSize{40, 30};
 
 DamageArea everything() {
     DamageArea all;

@@ -31,7 +31,7 @@ const std::vector<std::pair<std::uint32_t, int>>& formats() {
     return kFormats;
 }
 
-platform::PictureSize sizeOf(const spa_rectangle& rectangle) {
+PixelSize sizeOf(const spa_rectangle& rectangle) {
     constexpr std::uint32_t kLargest = 16384;
     return {static_cast<int>(std::min(rectangle.width, kLargest)),
             static_cast<int>(std::min(rectangle.height, kLargest))};

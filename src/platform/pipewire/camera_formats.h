@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/pipewire/pipewire_connection.h"
 
@@ -14,10 +15,10 @@ namespace lumivastor::pipewire {
 
 /// The sizes in which a camera delivers pictures: one, or everything between two.
 struct CameraSizes {
-    platform::PictureSize least;
-    platform::PictureSize most;
+    PixelSize least;
+    PixelSize most;
 
-    bool contains(platform::PictureSize size) const {
+    bool contains(PixelSize size) const {
         return size.width >= least.width && size.width <= most.width && size.height >= least.height &&
                size.height <= most.height;
     }

@@ -28,7 +28,7 @@ constexpr spa_fraction kLeastRate{0, 1};
 constexpr spa_fraction kMostRate{240, 1};
 
 // Size and rate, as every format description here ends.
-void addSizeAndRate(spa_pod_builder* builder, std::optional<platform::PictureSize> size) {
+void addSizeAndRate(spa_pod_builder* builder, std::optional<PixelSize> size) {
     spa_pod_frame choice{};
     spa_pod_builder_prop(builder, SPA_FORMAT_VIDEO_size, 0);
     if (size) {
@@ -49,7 +49,7 @@ void addSizeAndRate(spa_pod_builder* builder, std::optional<platform::PictureSiz
     spa_pod_builder_pop(builder, &choice);
 }
 
-const spa_pod* rawFormat(spa_pod_builder* builder, std::optional<platform::PictureSize> size) {
+const spa_pod* rawFormat(spa_pod_builder* builder, std::optional<PixelSize> size) {
     spa_pod_frame object{};
     spa_pod_frame choice{};
     spa_pod_builder_push_object(builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
@@ -66,7 +66,7 @@ const spa_pod* rawFormat(spa_pod_builder* builder, std::optional<platform::Pictu
     return static_cast<const spa_pod*>(spa_pod_builder_pop(builder, &object));
 }
 
-const spa_pod* jpegFormat(spa_pod_builder* builder, std::optional<platform::PictureSize> size) {
+const spa_pod* jpegFormat(spa_pod_builder* builder, std::optional<PixelSize> size) {
     spa_pod_frame object{};
     spa_pod_builder_push_object(builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
     spa_pod_builder_prop(builder, SPA_FORMAT_mediaType, 0);
@@ -100,8 +100,8 @@ std::array<const spa_pod*, 2> bufferParameters(spa_pod_builder* builder) {
 
 class CameraStream::Impl {
   public:
-    Impl(PipeWireConnection& connection, const PipeWireConnection::Node& node,
-         std::optional<platform::PictureSize> size, std::function<void(platform::DeviceSample)> handler)
+    Impl(PipeWireConnection& connection, const PipeWireConnection::Node& node, std::optional<PixelSize> size,
+         std::function<void(platform::DeviceSample)> handler)
         : handler_(std::move(handler)), toBgra_(false) {
         pw_properties* const properties = pw_properties_new(
             PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Camera", PW_KEY_APP_NAME,
@@ -238,14 +238,13 @@ class CameraStream::Impl {
     bool isBroken_ = false;
     bool isJpeg_ = false;
     std::optional<int> format_;
-    platform::PictureSize size_;
+    PixelSize size_;
     std::optional<bool> isBt709_;
     std::optional<bool> isFullRange_;
 };
 
 CameraStream::CameraStream(PipeWireConnection& connection, const PipeWireConnection::Node& node,
-                           std::optional<platform::PictureSize> size,
-                           std::function<void(platform::DeviceSample)> handler)
+                           std::optional<PixelSize> size, std::function<void(platform::DeviceSample)> handler)
     : impl_(std::make_unique<Impl>(connection, node, size, std::move(handler))) {}
 
 CameraStream::~CameraStream() = default;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/pipewire/pipewire_connection.h"
 
@@ -15,8 +16,8 @@ namespace lumivastor::pipewire {
 class CameraStream {
   public:
     /// `size`: what to ask for; nothing: what the node prefers. Throws `RecorderError` when the node cannot be used.
-    CameraStream(PipeWireConnection& connection, const PipeWireConnection::Node& node,
-                 std::optional<platform::PictureSize> size, std::function<void(platform::DeviceSample)> handler);
+    CameraStream(PipeWireConnection& connection, const PipeWireConnection::Node& node, std::optional<PixelSize> size,
+                 std::function<void(platform::DeviceSample)> handler);
     ~CameraStream();
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;

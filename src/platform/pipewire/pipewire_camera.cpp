@@ -21,7 +21,7 @@ constexpr double kSlice = 0.05;
 // Some cameras take seconds until their first picture.
 constexpr double kSilence = 8;
 // A node that has just come may not have told its formats yet.
-constexpr platform::PictureSize kUnknownSize{1280, 720};
+constexpr PixelSize kUnknownSize{1280, 720};
 
 }  // namespace
 
@@ -54,16 +54,16 @@ PipeWireCameraSession::~PipeWireCameraSession() {
     stopRunning();
 }
 
-bool PipeWireCameraSession::canSetPreset(platform::PictureSize size) const {
+bool PipeWireCameraSession::canSetPreset(PixelSize size) const {
     return std::any_of(sizes_.begin(), sizes_.end(), [size](const CameraSizes& sizes) { return sizes.contains(size); });
 }
 
-void PipeWireCameraSession::setPreset(platform::PictureSize size) {
+void PipeWireCameraSession::setPreset(PixelSize size) {
     precondition(canSetPreset(size), "a preset that the camera has");
     preset_ = size;
 }
 
-platform::PictureSize PipeWireCameraSession::activeFormat() const {
+PixelSize PipeWireCameraSession::activeFormat() const {
     return sizes_.empty() ? kUnknownSize : sizes_.front().most;
 }
 

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/pictures/device_outputs.h"
 #include "platform/pipewire/camera_formats.h"
@@ -29,9 +30,9 @@ class PipeWireCameraSession final : public platform::CaptureSession {
     PipeWireCameraSession(const PipeWireCameraSession&) = delete;
     PipeWireCameraSession& operator=(const PipeWireCameraSession&) = delete;
 
-    bool canSetPreset(platform::PictureSize size) const override;
-    void setPreset(platform::PictureSize size) override;
-    platform::PictureSize activeFormat() const override;
+    bool canSetPreset(PixelSize size) const override;
+    void setPreset(PixelSize size) override;
+    PixelSize activeFormat() const override;
     bool addVideoOutput(SerialQueue& queue, bool discardsLate,
                         std::function<void(const platform::DeviceSample&)> handler) override;
     bool addAudioOutput(SerialQueue&, std::function<void(const platform::SoundBuffer&)>) override { return false; }
@@ -47,7 +48,7 @@ class PipeWireCameraSession final : public platform::CaptureSession {
     std::string node_;
     std::string name_;
     std::vector<CameraSizes> sizes_;
-    std::optional<platform::PictureSize> preset_;
+    std::optional<PixelSize> preset_;
     platform::DeviceOutputs outputs_{name_};
     std::function<void(const std::string&)> interrupted_;
     std::atomic<bool> stopping_ = false;

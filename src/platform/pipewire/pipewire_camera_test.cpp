@@ -67,7 +67,7 @@ TEST_F(PipeWireCamera, DeliversThirtyPicturesASecondOnTheHostClock) {
          {std::vector<std::string>{}, {"--bare"}, {"--yuv"}, {"--yuv", "--bare"}}) {
         const auto camera = plugIn(options);
         const auto session = devices_->open(*devices_->defaultCamera());
-        EXPECT_EQ(session->activeFormat(), (platform::PictureSize{640, 360}));
+        EXPECT_EQ(session->activeFormat(), (PixelSize{640, 360}));
         EXPECT_TRUE(session->canSetPreset({640, 360}));
         EXPECT_FALSE(session->canSetPreset({1280, 720}));
         SeenPictures seen;

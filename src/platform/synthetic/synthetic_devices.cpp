@@ -16,8 +16,8 @@ class SyntheticDevice::State {
   public:
     struct Settings {
         platform::CaptureDevice description;
-        std::vector<platform::PictureSize> presets;
-        platform::PictureSize activeFormat{640, 480};
+        std::vector<PixelSize> presets;
+        PixelSize activeFormat{640, 480};
         bool hasVideo = true;
         bool hasAudio = false;
         std::optional<std::string> startFailure;
@@ -29,7 +29,7 @@ class SyntheticDevice::State {
     std::shared_future<void> heldUntil;
     std::vector<std::thread::id> openedOn;
     std::vector<std::thread::id> stoppedOn;
-    platform::PictureSize size{640, 480};
+    PixelSize size{640, 480};
     Session* running = nullptr;
     Session* interrupted = nullptr;
 };
@@ -42,17 +42,17 @@ class SyntheticDevice::Session final : public platform::CaptureSession {
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    bool canSetPreset(platform::PictureSize size) const override {
+    bool canSetPreset(PixelSize size) const override {
         return std::find(settings_.presets.begin(), settings_.presets.end(), size) != settings_.presets.end();
     }
 
-    void setPreset(platform::PictureSize size) override {
+    void setPreset(PixelSize size) override {
         precondition(canSetPreset(size), "a preset that the device has");
         const std::lock_guard hold(state_->lock);
         state_->size = size;
     }
 
-    platform::PictureSize activeFormat() const override { return settings_.activeFormat; }
+    PixelSize activeFormat() const override { return settings_.activeFormat; }
 
     bool addVideoOutput(SerialQueue& queue, bool discardsLate,
                         std::function<void(const platform::DeviceSample&)> handler) override {
@@ -109,12 +109,12 @@ platform::CaptureDevice SyntheticDevice::description() const {
     return state_->settings.description;
 }
 
-void SyntheticDevice::setPresets(std::vector<platform::PictureSize> presets) {
+void SyntheticDevice::setPresets(std::vector<PixelSize> presets) {
     const std::lock_guard hold(state_->lock);
     state_->settings.presets = std::move(presets);
 }
 
-void SyntheticDevice::setActiveFormat(platform::PictureSize size) {
+void SyntheticDevice::setActiveFormat(PixelSize size) {
     const std::lock_guard hold(state_->lock);
     state_->settings.activeFormat = size;
     state_->size = size;
@@ -145,7 +145,7 @@ bool SyntheticDevice::isRunning() const {
     return state_->running != nullptr;
 }
 
-platform::PictureSize SyntheticDevice::size() const {
+PixelSize SyntheticDevice::size() const {
     const std::lock_guard hold(state_->lock);
     return state_->size;
 }
@@ -158,7 +158,7 @@ bool SyntheticDevice::emitPicture(double hostSeconds, std::shared_ptr<const imag
 }
 
 bool SyntheticDevice::emitPicture(double hostSeconds, std::uint8_t grey) {
-    const platform::PictureSize wanted = size();
+    const PixelSize wanted = size();
     auto image = std::make_shared<imaging::BgraPremultipliedBuffer>(wanted.width, wanted.height);
     for (int y = 0; y < wanted.height; ++y) {
         for (int x = 0; x < wanted.width; ++x) {

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 
 namespace lumivastor::synthetic {
@@ -24,8 +25,8 @@ class SyntheticDevice {
     platform::CaptureDevice description() const;
 
     // What sessions that are opened from now on find.
-    void setPresets(std::vector<platform::PictureSize> presets);
-    void setActiveFormat(platform::PictureSize size);
+    void setPresets(std::vector<PixelSize> presets);
+    void setActiveFormat(PixelSize size);
     void setHasVideo(bool hasVideo);
     void setHasAudio(bool hasAudio);
     /// Opening throws a `RecorderError` that says this; nothing: it works again.
@@ -42,7 +43,7 @@ class SyntheticDevice {
     /// Whether a session of this device is running.
     bool isRunning() const;
     /// What the session opened last delivers: its preset, or else the active format.
-    platform::PictureSize size() const;
+    PixelSize size() const;
 
     // All of these: whether a session was running; otherwise they do nothing.
     bool emitPicture(double hostSeconds, std::shared_ptr<const imaging::BgraPremultipliedBuffer> image);

@@ -23,7 +23,7 @@ TEST(SyntheticDevices, DeliverWhatTheTestEmits) {
     EXPECT_FALSE(session->canSetPreset({1920, 1080}));
     ASSERT_TRUE(session->canSetPreset({1280, 720}));
     session->setPreset({1280, 720});
-    EXPECT_EQ(session->activeFormat(), (platform::PictureSize{640, 480}));
+    EXPECT_EQ(session->activeFormat(), (PixelSize{640, 480}));
 
     std::vector<platform::DeviceSample> seen;
     EXPECT_FALSE(session->addAudioOutput(queue, [](const platform::SoundBuffer&) {}));

@@ -8,7 +8,7 @@ namespace lumivastor::x11 {
 
 // Corner and size are rounded by themselves, as whoever configures the picture's size rounds the size alone.
 platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
-                                platform::PictureSize picture) {
+                                PixelSize picture) {
     const Rect points = sourceRect.value_or(Rect{0, 0, display.frame.width, display.frame.height});
     const auto pixels = [&](double value) { return static_cast<int>(std::lround(value * display.scale)); };
     return {static_cast<int>(std::lround(display.frame.x)) + pixels(points.x),

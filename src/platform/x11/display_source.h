@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/capture_stream.h"
 #include "platform/x11/excluded_windows.h"
@@ -42,7 +43,7 @@ class DisplaySource : public PictureSource {
     const XConnection& connection_;
     const ScreenScales environment_;
     const std::optional<Rect> sourceRect_;
-    const platform::PictureSize size_;
+    const PixelSize size_;
     platform::Display display_;
     platform::PixelRect area_;     // of the desktop; the picture's corner is its corner
     platform::PixelRect visible_;  // the part of the picture that lies on the desktop

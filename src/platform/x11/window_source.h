@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/capture_stream.h"
 #include "platform/x11/picture_source.h"
@@ -44,7 +45,7 @@ class WindowSource : public PictureSource {
 
     const XConnection& connection_;
     const std::uint32_t window_;
-    const platform::PictureSize size_;
+    const PixelSize size_;
     XDamage damage_;
     XImageReader reader_;
     std::vector<std::uint32_t> ancestors_;  // between the window and the desktop

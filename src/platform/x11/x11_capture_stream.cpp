@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/host_clock.h"
+#include "base/pixel_size.h"
 #include "base/precondition.h"
 #include "base/thread_name.h"
 #include "platform/x11/display_source.h"
@@ -78,8 +79,8 @@ void X11CaptureStream::start() {
         throw RecorderError("Der Bildschirm lässt sich nur mit 24 Bit Farbtiefe aufnehmen.");
     }
     source_ = openSource();
-    store_ = std::make_unique<platform::PictureStore>(
-        platform::PictureSize{configuration_.width, configuration_.height}, configuration_.queueDepth);
+    store_ = std::make_unique<platform::PictureStore>(PixelSize{configuration_.width, configuration_.height},
+                                                      configuration_.queueDepth);
     pending_.add({0, 0, configuration_.width, configuration_.height});
     sound_.start();
     thread_ = std::thread([this] { run(); });
