@@ -16,8 +16,8 @@
 #include "editor/editor_window.h"
 #include "editor/preview/preview_view.h"
 #include "model/pointer_track.h"
-#include "ui/look.h"
 #include "ui/qt_main_loop.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     QApplication application(argc, argv);
-    lumivastor::ui::look::apply(application);
+    lumivastor::ui::theme::apply(application);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     std::filesystem::remove_all(lumivastor::folder());

@@ -27,8 +27,8 @@
 #include "editor/preview/mask_draw_view.h"
 #include "editor/preview/preview_view.h"
 #include "editor/session/labels.h"
-#include "ui/look.h"
 #include "ui/qt_main_loop.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
@@ -94,7 +94,7 @@ int run(int argc, char** argv) {
         (option == "--size" ? size : option == "--at" ? at : option == "--font" ? font : state) = argv[i + 1];
     }
     QApplication application(argc, argv);
-    ui::look::apply(application);
+    ui::theme::apply(application);
     if (font) {
         QFont larger = QApplication::font();
         larger.setPointSizeF(std::stod(*font));

@@ -10,8 +10,8 @@
 #include "editor/editor_controls.h"
 #include "editor/session/labels.h"
 #include "ui/colour_well.h"
-#include "ui/look.h"
 #include "ui/segmented_control.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 // The column of settings beside the preview, a card for each kind.
@@ -27,15 +27,15 @@ const model::ProjectSettings kUsual;
 constexpr int kColumnSlider = 120;
 constexpr int kScrollBar = 10;
 int columnWidth() {
-    return ui::look::smallTextWidth("Hintergrund") + ui::look::smallTextWidth("0 % (stumm)") + kColumnSlider +
-           4 * ui::look::kApart + 2 * ui::look::kNear + kScrollBar;
+    return ui::theme::smallTextWidth("Hintergrund") + ui::theme::smallTextWidth("0 % (stumm)") + kColumnSlider +
+           4 * ui::theme::kApart + 2 * ui::theme::kNear + kScrollBar;
 }
 
 ui::SegmentedControl* addSegments(Card& card, const QString& caption, std::span<const std::string_view> titles,
                                   const ControlNames& names, const EditorActions& actions) {
     auto* control = new ui::SegmentedControl(titles, QString::fromUtf8(names.accessible));
     setNames(*control, names);
-    control->selected = actions.settingChanged;
+    control->onSelect = actions.settingChanged;
     card.addRow(caption, control);
     return control;
 }
@@ -46,8 +46,8 @@ QWidget* EditorControls::makeColumn(const Recording& recording, const EditorActi
     auto* content = new QWidget;
     content->setProperty("role", "column");
     auto* cards = new QVBoxLayout(content);
-    cards->setContentsMargins(ui::look::kApart, ui::look::kApart, ui::look::kApart, ui::look::kApart);
-    cards->setSpacing(ui::look::kNear);
+    cards->setContentsMargins(ui::theme::kApart, ui::theme::kApart, ui::theme::kApart, ui::theme::kApart);
+    cards->setSpacing(ui::theme::kNear);
     addCameraCard(*cards, actions);
     addCursorCard(*cards, actions);
     addLookCard(*cards, actions);
@@ -100,7 +100,7 @@ void EditorControls::addLookCard(QLayout& cards, const EditorActions& actions) {
     colourWell = new ui::ColourWell;
     setNames(*colourWell, {"colorWell", "Hintergrund", "Farbe des Hintergrunds wählen"});
     colourWell->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    colourWell->chosen = actions.settingChanged;
+    colourWell->onChoose = actions.settingChanged;
     card.addRow("Hintergrund", colourWell);
     paddingSlider = addSlider(card, "Rand",
                               {{"paddingSlider", "Rand", "Wie viel Hintergrund um das Bild zu sehen ist"},

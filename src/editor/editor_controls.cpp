@@ -21,9 +21,9 @@
 #include "editor/timeline/timeline_strip.h"
 #include "ui/colour_well.h"
 #include "ui/icons.h"
-#include "ui/look.h"
 #include "ui/segmented_control.h"
 #include "ui/text_labels.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor::editor {
@@ -47,8 +47,8 @@ void setProperty(QWidget& widget, const char* name, const QVariant& value) {
 
 EditorControls::EditorControls(QWidget& window, const Recording& recording, const EditorActions& actions) {
     auto* left = new QVBoxLayout;
-    left->setContentsMargins(ui::look::kMargin, ui::look::kMargin, ui::look::kMargin, ui::look::kMargin);
-    left->setSpacing(ui::look::kApart);
+    left->setContentsMargins(ui::theme::kMargin, ui::theme::kMargin, ui::theme::kMargin, ui::theme::kMargin);
+    left->setSpacing(ui::theme::kApart);
     left->addWidget(makePreview(), 1);
     left->addLayout(makeTransport(recording, actions));
     left->addWidget(makeTools(actions));
@@ -92,7 +92,7 @@ QLayout* EditorControls::makeTransport(const Recording& recording, const EditorA
 
     makeTimeline(recording, actions);
     auto* rows = new QVBoxLayout;
-    rows->setSpacing(ui::look::kTight);
+    rows->setSpacing(ui::theme::kTight);
     rows->addLayout(row);
     rows->addWidget(timeSlider);
     rows->addWidget(timelineStrip);
@@ -107,14 +107,14 @@ QLayout* EditorControls::makeTransportButtons(const Recording& recording, const 
     const auto stepper = [&actions](double seconds) { return [step = actions.step, seconds] { step(seconds); }; };
 
     auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(ui::look::kTight);
+    buttons->setSpacing(ui::theme::kTight);
     buttons->addWidget(transportButton(
         "backward-second", {"secondBackButton", "1 Sekunde zurück", "1 Sekunde zurück (Shift+←)"}, stepper(-1)));
     buttons->addWidget(
         transportButton("backward-frame", {"frameBackButton", "1 Bild zurück", "1 Bild zurück (←)"}, stepper(-frame)));
-    buttons->addSpacing(ui::look::kTight);
+    buttons->addSpacing(ui::theme::kTight);
     buttons->addWidget(playButton);
-    buttons->addSpacing(ui::look::kTight);
+    buttons->addSpacing(ui::theme::kTight);
     buttons->addWidget(
         transportButton("forward-frame", {"frameForwardButton", "1 Bild vor", "1 Bild vor (→)"}, stepper(frame)));
     buttons->addWidget(transportButton(
@@ -129,12 +129,12 @@ void EditorControls::makeTimeline(const Recording& recording, const EditorAction
     timeSlider->valueText = [fps = std::llround(1 / recording.frameLength)](double seconds) {
         return labels::time(seconds, fps);
     };
-    timeSlider->moved = [this, scrub = actions.scrub] { scrub(timeSlider->doubleValue()); };
+    timeSlider->onMove = [this, scrub = actions.scrub] { scrub(timeSlider->doubleValue()); };
     timelineStrip = new TimelineStrip(recording.duration, ui::ValueSlider::kHandleInset);
     timelineStrip->setObjectName("timelineStrip");
     timelineStrip->setAccessibleName("Zeitleiste");
     timelineStrip->setToolTip("Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks");
-    timelineStrip->scrubbed = actions.scrub;
+    timelineStrip->onScrub = actions.scrub;
 }
 
 QLayout* EditorControls::makeBottom(const EditorActions& actions) {
@@ -148,16 +148,16 @@ QLayout* EditorControls::makeBottom(const EditorActions& actions) {
     makeRenderButtons(actions);
 
     auto* texts = new QVBoxLayout;
-    texts->setSpacing(ui::look::kTight);
+    texts->setSpacing(ui::theme::kTight);
     texts->addStretch(1);
     texts->addWidget(statusLabel);
     texts->addWidget(progressBar);
     texts->addStretch(1);
 
     auto* row = new QHBoxLayout;
-    row->setSpacing(ui::look::kNear);
+    row->setSpacing(ui::theme::kNear);
     row->addLayout(texts, 1);
-    row->addSpacing(ui::look::kNear);
+    row->addSpacing(ui::theme::kNear);
     row->addWidget(newRecordingButton);
     row->addWidget(revealRenderButton);
     row->addWidget(cancelRenderButton);
@@ -181,7 +181,7 @@ void EditorControls::makeRenderButtons(const EditorActions& actions) {
     renderButton = smallButton(
         "Video rendern", {},
         {"renderButton", "Video rendern", "Das fertige Video in den Ordner der Aufnahme schreiben"}, actions.render);
-    renderButton->setIcon(ui::icon("film", ui::look::kOnAccent));
+    renderButton->setIcon(ui::icon("film", ui::theme::kOnAccent));
     renderButton->setIconSize(iconBeforeText(18));
     renderButton->setProperty("role", "main");
     revealRenderButton->setProperty("role", "bottom");
@@ -193,7 +193,7 @@ EditorControls::SliderRow EditorControls::makeSlider(const SliderSpec& spec, con
     auto* slider = new ui::ValueSlider(spec.range);
     setNames(*slider, spec.names);
     slider->setUsualValue(spec.usual);
-    slider->moved = actions.settingChanged;
+    slider->onMove = actions.settingChanged;
     slider->valueText = spec.text;
     const SliderRow row{slider, valueLabel(QString::fromLatin1(spec.names.name) + "Label"), spec.text};
     sliderRows_.push_back(row);
@@ -286,7 +286,7 @@ void EditorControls::setPlaying(bool playing) {
 void EditorControls::setMaskDrawing(bool drawing) {
     maskDrawView->setDrawing(drawing);
     maskDrawButton->setText(drawing ? "Abbrechen" : "Bereich aufziehen");
-    maskDrawButton->setIcon(drawing ? ui::icon("stop", ui::look::kOnAccent) : ui::icon("draw"));
+    maskDrawButton->setIcon(drawing ? ui::icon("stop", ui::theme::kOnAccent) : ui::icon("draw"));
     setProperty(*maskDrawButton, "active", drawing);
 }
 

@@ -11,8 +11,8 @@
 #include "editor/editor_builders.h"
 #include "editor/editor_controls.h"
 #include "editor/session/labels.h"
-#include "ui/look.h"
 #include "ui/text_labels.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 // The rows of tools below the transport.
@@ -24,10 +24,10 @@ namespace {
 // A row of tools: its controls from the left, its label to the end.
 QHBoxLayout* toolRow(std::initializer_list<QWidget*> controls, QWidget* label) {
     auto* row = new QHBoxLayout;
-    row->setSpacing(ui::look::kTight + 1);
+    row->setSpacing(ui::theme::kTight + 1);
     for (QWidget* control : controls) row->addWidget(control);
     if (label == nullptr) return row;
-    row->addSpacing(ui::look::kNear);
+    row->addSpacing(ui::theme::kNear);
     row->addWidget(label, 1);
     return row;
 }
@@ -60,15 +60,15 @@ QWidget* EditorControls::makeTools(const EditorActions& actions) {
     auto* frame = new QFrame;
     frame->setProperty("role", "tools");
     auto* grid = new QGridLayout(frame);
-    grid->setContentsMargins(ui::look::kApart, ui::look::kNear, ui::look::kApart, ui::look::kNear);
-    grid->setHorizontalSpacing(ui::look::kApart);
-    grid->setVerticalSpacing(ui::look::kTight + 1);
+    grid->setContentsMargins(ui::theme::kApart, ui::theme::kNear, ui::theme::kApart, ui::theme::kNear);
+    grid->setHorizontalSpacing(ui::theme::kApart);
+    grid->setVerticalSpacing(ui::theme::kTight + 1);
     grid->setColumnStretch(1, 1);
 
     zoomModeLabel = secondLabel();
     zoomModeLabel->setObjectName("zoomModeLabel");
     // The row does not move when the mode changes.
-    zoomModeLabel->setMinimumWidth(ui::look::smallTextWidth(QString::fromStdString(labels::zoomMode(true))));
+    zoomModeLabel->setMinimumWidth(ui::theme::smallTextWidth(QString::fromStdString(labels::zoomMode(true))));
 
     addTools(*grid, "TRIM", makeTrimTools(actions));
     addTools(*grid, "SCHNITT", makeCutTools(actions));
@@ -120,7 +120,7 @@ QLayout* EditorControls::makeZoomTools(const EditorActions& actions) {
                              actions.resetZooms)},
                 nullptr);
     QLabel* percent = makeZoomToolSlider(actions);
-    row->addSpacing(ui::look::kTight);
+    row->addSpacing(ui::theme::kTight);
     row->addWidget(zoomToolSlider, 1);
     row->addWidget(percent);
     return row;
@@ -142,11 +142,11 @@ QLabel* EditorControls::makeZoomToolSlider(const EditorActions& actions) {
                                      actions);
     zoomToolSlider = row.slider;
     zoomToolSlider->setMinimumWidth(64);
-    zoomToolSlider->moved = [this, changed = actions.settingChanged] {
+    zoomToolSlider->onMove = [this, changed = actions.settingChanged] {
         zoomSlider->setDoubleValue(zoomToolSlider->doubleValue());
         changed();
     };
-    row.label->setMinimumWidth(ui::look::smallTextWidth("200 %"));
+    row.label->setMinimumWidth(ui::theme::smallTextWidth("200 %"));
     return row.label;
 }
 

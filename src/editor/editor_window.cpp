@@ -32,8 +32,8 @@
 #include "editor/session/labels.h"
 #include "editor/timeline/timeline_strip.h"
 #include "ui/file_viewer.h"
-#include "ui/look.h"
 #include "ui/text_labels.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor::editor {
@@ -117,7 +117,7 @@ void EditorWindow::build() {
     // It has the keyboard itself until the user moves on with the tabulator.
     setFocusPolicy(Qt::ClickFocus);
     setFocus();
-    setStyleSheet(ui::look::styleSheet(font()));
+    setStyleSheet(ui::theme::styleSheet(font()));
     const model::CaptureInfo& info = session_->info();
     controls_ = std::make_unique<EditorControls>(
         *this, EditorControls::Recording{info.duration, frameLength(info.fps), session_->hasWebcam()}, actions());
@@ -207,7 +207,7 @@ void EditorWindow::setUpPlayer() {
         Log::write("Editor", "Vorschau: " + error.message());
         setStatus(error.message());
     });
-    controls_->previewView->resized = [this](PixelSize size) { player_->setOutputSize(size.width, size.height); };
+    controls_->previewView->onResize = [this](PixelSize size) { player_->setOutputSize(size.width, size.height); };
 
     const PixelSize size = controls_->previewView->pixelSize();
     player_->setOutputSize(std::max(size.width, 1), std::max(size.height, 1));

@@ -28,8 +28,8 @@
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
 #include "ui/colour_well.h"
-#include "ui/look.h"
 #include "ui/segmented_control.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor::editor {

@@ -102,7 +102,7 @@ void ValueSlider::wheelEvent(QWheelEvent* event) {
 }
 
 void ValueSlider::tell() {
-    if (moved) moved();
+    if (onMove) onMove();
 }
 
 }  // namespace lumivastor::ui

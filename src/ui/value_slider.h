@@ -28,7 +28,7 @@ class ValueSlider final : public QSlider {
     std::function<std::string(double value)> valueText;
 
     /// The user has moved it.
-    std::function<void()> moved;
+    std::function<void()> onMove;
     /// Moves it as the user does, to a value within its ends.
     void moveTo(double value);
 

@@ -7,13 +7,13 @@
 #include <sstream>
 
 #include "model/pointer_track.h"
-#include "ui/look.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
 
 EditorFixture::EditorFixture() {
-    ui::look::apply(*qApp);
+    ui::theme::apply(*qApp);
 }
 
 EditorFixture::~EditorFixture() = default;
