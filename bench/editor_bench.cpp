@@ -78,12 +78,12 @@ void opensWithItsFirstFrame(benchmark::State& state) {
 BENCHMARK(opensWithItsFirstFrame)->Unit(benchmark::kMillisecond);
 
 // From the slider's movement to the new settings in force, and all that shows them up to date.
-void slider(benchmark::State& state, ui::ValueSlider* EditorControls::*which) {
+void slider(benchmark::State& state, const char* name) {
     ui::QtMainLoop loop;
     editor::EditorWindow window(folder(), loop, {});
     window.show();
     QApplication::processEvents();
-    ui::ValueSlider& moved = *(window.controls().*which);
+    auto& moved = *window.findChild<ui::ValueSlider*>(name);
     int step = 0;
     for (auto _ : state) {
         moved.setValue(100 + ++step % 700);
@@ -94,11 +94,11 @@ void slider(benchmark::State& state, ui::ValueSlider* EditorControls::*which) {
     state.counters["zooms"] = static_cast<double>(window.session().composition()->zoomCount());
     window.close();
 }
-BENCHMARK_CAPTURE(slider, padding, &editor::EditorControls::paddingSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, crop, &editor::EditorControls::cropLeftSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, zoom, &editor::EditorControls::zoomSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, smoothing, &editor::EditorControls::smoothingSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, time, &editor::EditorControls::timeSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, padding, "paddingSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, crop, "cropLeftSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, zoom, "zoomSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, smoothing, "smoothingSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, time, "timeSlider")->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace lumivastor

@@ -13,6 +13,7 @@
 #include "ui/icons.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor::editor {
 
@@ -43,6 +44,19 @@ QPushButton* smallButton(const QString& text, const QString& iconName, const Con
     setNames(*button, names);
     QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
     return button;
+}
+
+void LabelledSlider::setValue(double value) const {
+    slider->setDoubleValue(value);
+    label->setText(QString::fromStdString(text(value)));
+}
+
+LabelledSlider makeSlider(const SliderSpec& spec) {
+    auto* slider = new ui::ValueSlider(spec.range);
+    setNames(*slider, spec.names);
+    slider->setDefaultValue(spec.defaultValue);
+    slider->valueText = spec.text;
+    return {slider, valueLabel(QString::fromLatin1(spec.names.name) + "Label"), spec.text};
 }
 
 QComboBox* popUp(const ControlNames& names) {

@@ -22,7 +22,7 @@ class ValueSlider final : public QSlider {
     /// Tells nobody.
     void setDoubleValue(double value);
     /// Where a double click takes it.
-    void setUsualValue(double value) { usual_ = value; }
+    void setDefaultValue(double value) { default_ = value; }
 
     /// How a value is written for people, for assistive programs; a plain number without it.
     std::function<std::string(double value)> valueText;
@@ -47,7 +47,7 @@ class ValueSlider final : public QSlider {
 
     const ControlRange range_;
     double value_ = 0;
-    std::optional<double> usual_;
+    std::optional<double> default_;
 };
 
 }  // namespace lumivastor::ui
