@@ -16,8 +16,8 @@
 #include "editor/editor_window.h"
 #include "editor/preview/preview_view.h"
 #include "model/pointer_track.h"
-#include "ui/look.h"
 #include "ui/qt_main_loop.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
@@ -78,12 +78,12 @@ void opensWithItsFirstFrame(benchmark::State& state) {
 BENCHMARK(opensWithItsFirstFrame)->Unit(benchmark::kMillisecond);
 
 // From the slider's movement to the new settings in force, and all that shows them up to date.
-void slider(benchmark::State& state, ui::ValueSlider* EditorControls::*which) {
+void slider(benchmark::State& state, const char* name) {
     ui::QtMainLoop loop;
     editor::EditorWindow window(folder(), loop, {});
     window.show();
     QApplication::processEvents();
-    ui::ValueSlider& moved = *(window.controls().*which);
+    auto& moved = *window.findChild<ui::ValueSlider*>(name);
     int step = 0;
     for (auto _ : state) {
         moved.setValue(100 + ++step % 700);
@@ -94,11 +94,11 @@ void slider(benchmark::State& state, ui::ValueSlider* EditorControls::*which) {
     state.counters["zooms"] = static_cast<double>(window.session().composition()->zoomCount());
     window.close();
 }
-BENCHMARK_CAPTURE(slider, padding, &editor::EditorControls::paddingSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, crop, &editor::EditorControls::cropLeftSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, zoom, &editor::EditorControls::zoomSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, smoothing, &editor::EditorControls::smoothingSlider)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(slider, time, &editor::EditorControls::timeSlider)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, padding, "paddingSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, crop, "cropLeftSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, zoom, "zoomSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, smoothing, "smoothingSlider")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(slider, time, "timeSlider")->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace lumivastor
@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     QApplication application(argc, argv);
-    lumivastor::ui::look::apply(application);
+    lumivastor::ui::theme::apply(application);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     std::filesystem::remove_all(lumivastor::folder());

@@ -9,9 +9,11 @@
 #include <regex>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/help/help.h"
+#include "editor/session/control_table.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
@@ -99,14 +101,14 @@ TEST(Manual, QuotesTheProgramWordForWord) {
 }
 
 TEST(Manual, NamesEveryControlOfTheEditor) {
-    const std::string controls =
-        readText(kTree / "src/editor/editor_column.cpp") + readText(kTree / "src/editor/editor_tools.cpp");
-    std::vector<std::string> titles = matches(controls, "(?:Card \\w+\\(cards,|addTools\\(\\*grid,) \"([^\"]+)\"");
-    EXPECT_EQ(titles.size(), 11U) << "cards and rows of tools";
-    for (const std::string& row : matches(controls, "(?:addRow|add)\\(\"([^\"]+)\"")) titles.push_back(row);
-    for (const std::string& row : matches(controls, "add(?:Slider|Segments)\\(\\s*card, \"([^\"]+)\"")) {
-        titles.push_back(row);
+    const std::string tools = readText(kTree / "src/editor/editor_tools.cpp");
+    std::vector<std::string> titles = matches(tools, "addTools\\(\\*grid, \"([^\"]+)\"");
+    std::set<std::string_view> cards;
+    for (const editor::Control& control : editor::controlTable()) {
+        if (cards.insert(control.card).second) titles.emplace_back(control.card);
     }
+    EXPECT_EQ(titles.size(), 11U) << "cards and rows of tools";
+    for (const editor::Control& control : editor::controlTable()) titles.emplace_back(control.caption);
     EXPECT_EQ(titles.size(), 30U);
     for (const std::string& title : titles) {
         EXPECT_NE(manual().find(title), std::string::npos) << "not in the manual: " << title;

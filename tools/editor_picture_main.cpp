@@ -14,7 +14,6 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
-#include <QProgressBar>
 #include <QPushButton>
 #include <cstdio>
 #include <cstdlib>
@@ -27,8 +26,8 @@
 #include "editor/preview/mask_draw_view.h"
 #include "editor/preview/preview_view.h"
 #include "editor/session/labels.h"
-#include "ui/look.h"
 #include "ui/qt_main_loop.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
@@ -68,23 +67,23 @@ void putInto(editor::EditorWindow& window, const std::string& state) {
     editor::EditorControls& controls = window.controls();
     if (state == "edited") edit(window);
     if (state == "mask") {
-        window.controls().maskDrawButton->click();
+        window.findChild<QPushButton*>("maskDrawButton")->click();
         const Rect shown = controls.previewView->shownRect();
         drag(*controls.maskDrawView, {shown.x + shown.width * 0.3, shown.y + shown.height * 0.3},
              {shown.x + shown.width * 0.6, shown.y + shown.height * 0.55});
     }
     if (state == "rendering") {
-        controls.setRendering(true);
-        controls.progressBar->setValue(420);
-        controls.setStatus(editor::labels::rendering(2560, 1440, 83.0));
+        controls.renderBar.setRendering(true);
+        controls.renderBar.setProgress(0.42);
+        controls.renderBar.setStatus(editor::labels::rendering(2560, 1440, 83.0));
     }
     if (state == "rendered") {
-        controls.revealRenderButton->show();
-        controls.setStatus(editor::labels::rendered(12.4, 3, "studio-output.mp4"));
+        controls.renderBar.setRevealable(true);
+        controls.renderBar.setStatus(editor::labels::rendered(12.4, 3, "studio-output.mp4"));
     }
-    if (state == "focus") controls.paddingSlider->setFocus(Qt::TabFocusReason);
-    if (state == "focus-button") controls.showZoomButton->setFocus(Qt::TabFocusReason);
-    if (state == "menu") controls.zoomPopup->showPopup();
+    if (state == "focus") window.findChild<ui::ValueSlider*>("paddingSlider")->setFocus(Qt::TabFocusReason);
+    if (state == "focus-button") window.findChild<QPushButton*>("showZoomButton")->setFocus(Qt::TabFocusReason);
+    if (state == "menu") window.findChild<QComboBox*>("zoomPopup")->showPopup();
 }
 
 int run(int argc, char** argv) {
@@ -94,7 +93,7 @@ int run(int argc, char** argv) {
         (option == "--size" ? size : option == "--at" ? at : option == "--font" ? font : state) = argv[i + 1];
     }
     QApplication application(argc, argv);
-    ui::look::apply(application);
+    ui::theme::apply(application);
     if (font) {
         QFont larger = QApplication::font();
         larger.setPointSizeF(std::stod(*font));

@@ -11,8 +11,9 @@
 #include <utility>
 
 #include "ui/icons.h"
-#include "ui/look.h"
 #include "ui/text_labels.h"
+#include "ui/theme.h"
+#include "ui/value_slider.h"
 
 namespace lumivastor::editor {
 
@@ -45,6 +46,19 @@ QPushButton* smallButton(const QString& text, const QString& iconName, const Con
     return button;
 }
 
+void LabelledSlider::setValue(double value) const {
+    slider->setDoubleValue(value);
+    label->setText(QString::fromStdString(text(value)));
+}
+
+LabelledSlider makeSlider(const SliderSpec& spec) {
+    auto* slider = new ui::ValueSlider(spec.range);
+    setNames(*slider, spec.names);
+    slider->setDefaultValue(spec.defaultValue);
+    slider->valueText = spec.text;
+    return {slider, valueLabel(QString::fromLatin1(spec.names.name) + "Label"), spec.text};
+}
+
 QComboBox* popUp(const ControlNames& names) {
     auto* box = new PopUp;
     box->setFocusPolicy(Qt::TabFocus);
@@ -56,7 +70,7 @@ QComboBox* popUp(const ControlNames& names) {
 QLabel* toolHeading(const QString& text) {
     auto* label = new QLabel(text);
     label->setProperty("role", "tool");
-    ui::look::spaceCapitals(*label);
+    ui::theme::spaceCapitals(*label);
     return label;
 }
 
@@ -77,18 +91,18 @@ QLabel* valueLabel(const QString& name) {
 Card::Card(QLayout& column, const QString& title) : frame_(new QFrame), rows_(new QGridLayout) {
     frame_->setProperty("role", "card");
     auto* layout = new QVBoxLayout(frame_);
-    layout->setContentsMargins(ui::look::kApart, ui::look::kApart - 2, ui::look::kApart, ui::look::kApart - 2);
-    layout->setSpacing(ui::look::kNear - 2);
+    layout->setContentsMargins(ui::theme::kApart, ui::theme::kApart - 2, ui::theme::kApart, ui::theme::kApart - 2);
+    layout->setSpacing(ui::theme::kNear - 2);
     auto* heading = new QLabel(title);
     heading->setProperty("role", "heading");
     layout->addWidget(heading);
     rows_->setContentsMargins(0, 0, 0, 0);
-    rows_->setHorizontalSpacing(ui::look::kNear);
-    rows_->setVerticalSpacing(ui::look::kTight - 1);
+    rows_->setHorizontalSpacing(ui::theme::kNear);
+    rows_->setVerticalSpacing(ui::theme::kTight - 1);
     rows_->setColumnStretch(1, 1);
     // Captions and values are equally wide in all cards, so that sliders begin and end below each other.
-    rows_->setColumnMinimumWidth(0, ui::look::smallTextWidth("Hintergrund"));
-    rows_->setColumnMinimumWidth(2, ui::look::smallTextWidth("0 % (stumm)"));
+    rows_->setColumnMinimumWidth(0, ui::theme::smallTextWidth("Hintergrund"));
+    rows_->setColumnMinimumWidth(2, ui::theme::smallTextWidth("0 % (stumm)"));
     layout->addLayout(rows_);
     column.addWidget(frame_);
 }

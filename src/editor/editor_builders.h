@@ -5,8 +5,9 @@
 #include <QString>
 #include <functional>
 #include <string>
+#include <string_view>
 
-#include "editor/session/control_values.h"
+#include "editor/session/control_table.h"
 
 class QComboBox;
 class QFrame;
@@ -16,29 +17,40 @@ class QLayout;
 class QPushButton;
 class QWidget;
 
-// What the editor's window is put together from: one place for sizes, roles in the style sheet, names for assistive
-// programs and tool tips. Objects belong to the layout or the parent that they are put into.
+namespace lumivastor::ui {
+class ValueSlider;
+}  // namespace lumivastor::ui
+
+// Parts of the editor's window: one place for sizes, roles in the style sheet, names for assistive programs and tool
+// tips. Each object belongs to the layout or the parent that it is added to.
 
 namespace lumivastor::editor {
 
-/// How large the icon before a button's text is, with more room between them than the style leaves.
+inline QString toQString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+/// The size of the icon before a button's text, with more space between them than the style leaves.
 inline QSize iconBeforeText(int side) {
     return {side + 3, side};
 }
 
-/// What a control is called, for tests (`name`), for assistive programs, and in its tool tip.
-struct ControlNames {
-    const char* name;
-    const char* accessible;
-    const char* toolTip;
-};
-
-/// A slider of settings: what it may stand at, where it usually does, and how its value is written.
+/// A slider of settings. A double click takes it to `defaultValue`; `text` writes its value.
 struct SliderSpec {
     ControlNames names;
     ui::ControlRange range;
-    double usual;
+    double defaultValue;
     std::string (*text)(double value);
+};
+
+/// A slider and the label that shows its value.
+struct LabelledSlider {
+    ui::ValueSlider* slider;
+    QLabel* label;
+    std::string (*text)(double value);
+
+    /// Sets both, without an event.
+    void setValue(double value) const;
 };
 
 void setNames(QWidget& control, const ControlNames& names);
@@ -47,25 +59,28 @@ void setNames(QWidget& control, const ControlNames& names);
 QPushButton* smallButton(const QString& text, const QString& iconName, const ControlNames& names,
                          std::function<void()> action);
 
-/// A list to choose from, as wide as its items; the wheel scrolls what it lies in.
+/// A slider without an event yet, and its label, which has the slider's name with "Label" behind it.
+LabelledSlider makeSlider(const SliderSpec& spec);
+
+/// A pop-up menu, as wide as its items. The wheel does not change it, but scrolls what is around it.
 QComboBox* popUp(const ControlNames& names);
 
-/// A heading in capitals at the beginning of a row of tools.
+/// The heading of a row of tools, which is in capitals.
 QLabel* toolHeading(const QString& text);
 
-/// A label in the second colour.
+/// A label in the colour of secondary text.
 QLabel* secondLabel(const QString& text = {});
 
-/// A value at the end of a row.
+/// The value at the end of a row.
 QLabel* valueLabel(const QString& name);
 
-/// A card of settings: rows of a caption, a control, and perhaps a value.
+/// A card of settings. Each row has a caption, a control and, for sliders, a value.
 class Card {
   public:
-    /// Made in `column`.
+    /// Adds the card to `column`.
     Card(QLayout& column, const QString& title);
 
-    /// `value` may be null: the control then reaches to the end.
+    /// If `value` is null, the control reaches to the end of the row.
     void addRow(const QString& caption, QWidget* control, QLabel* value = nullptr);
 
     QFrame* frame() const { return frame_; }

@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "editor/editor_tools.h"
+
 #include <QComboBox>
 #include <QFrame>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalBlocker>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <initializer_list>
 
-#include "editor/editor_builders.h"
-#include "editor/editor_controls.h"
+#include "editor/session/control_table.h"
 #include "editor/session/labels.h"
-#include "ui/look.h"
+#include "ui/icons.h"
 #include "ui/text_labels.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
-
-// The rows of tools below the transport.
 
 namespace lumivastor::editor {
 
@@ -24,10 +26,10 @@ namespace {
 // A row of tools: its controls from the left, its label to the end.
 QHBoxLayout* toolRow(std::initializer_list<QWidget*> controls, QWidget* label) {
     auto* row = new QHBoxLayout;
-    row->setSpacing(ui::look::kTight + 1);
+    row->setSpacing(ui::theme::kTight + 1);
     for (QWidget* control : controls) row->addWidget(control);
     if (label == nullptr) return row;
-    row->addSpacing(ui::look::kNear);
+    row->addSpacing(ui::theme::kNear);
     row->addWidget(label, 1);
     return row;
 }
@@ -56,29 +58,27 @@ void addTools(QGridLayout& grid, const QString& title, QLayout* tools, QLabel* n
 
 }  // namespace
 
-QWidget* EditorControls::makeTools(const EditorActions& actions) {
-    auto* frame = new QFrame;
-    frame->setProperty("role", "tools");
-    auto* grid = new QGridLayout(frame);
-    grid->setContentsMargins(ui::look::kApart, ui::look::kNear, ui::look::kApart, ui::look::kNear);
-    grid->setHorizontalSpacing(ui::look::kApart);
-    grid->setVerticalSpacing(ui::look::kTight + 1);
+EditorTools::EditorTools(const EditorActions& actions) : frame_(new QFrame), zoomModeLabel_(secondLabel()) {
+    frame_->setProperty("role", "tools");
+    auto* grid = new QGridLayout(frame_);
+    grid->setContentsMargins(ui::theme::kApart, ui::theme::kNear, ui::theme::kApart, ui::theme::kNear);
+    grid->setHorizontalSpacing(ui::theme::kApart);
+    grid->setVerticalSpacing(ui::theme::kTight + 1);
     grid->setColumnStretch(1, 1);
 
-    zoomModeLabel = secondLabel();
-    zoomModeLabel->setObjectName("zoomModeLabel");
+    zoomModeLabel_->setObjectName("zoomModeLabel");
     // The row does not move when the mode changes.
-    zoomModeLabel->setMinimumWidth(ui::look::smallTextWidth(QString::fromStdString(labels::zoomMode(true))));
+    zoomModeLabel_->setMinimumWidth(ui::theme::smallTextWidth(QString::fromStdString(labels::zoomMode(true))));
 
     addTools(*grid, "TRIM", makeTrimTools(actions));
     addTools(*grid, "SCHNITT", makeCutTools(actions));
-    addTools(*grid, "ZOOMS", makeZoomTools(actions), zoomModeLabel);
+    addTools(*grid, "ZOOMS", makeZoomTools(actions), zoomModeLabel_);
     addTools(*grid, "VERPIXELN", makeMaskTools(actions));
-    return frame;
+    setMaskDrawing(false);
 }
 
-QLayout* EditorControls::makeTrimTools(const EditorActions& actions) {
-    trimLabel = stateLabel("trimLabel");
+QLayout* EditorTools::makeTrimTools(const EditorActions& actions) {
+    trimLabel_ = stateLabel("trimLabel");
     return toolRow(
         {smallButton("Anfang = hier", "mark-start",
                      {"trimStartButton", "Anfang = hier", "Das Video beginnt an der Abspielposition"},
@@ -87,11 +87,11 @@ QLayout* EditorControls::makeTrimTools(const EditorActions& actions) {
                      {"trimEndButton", "Ende = hier", "Das Video endet an der Abspielposition"}, actions.setTrimEnd),
          smallButton({}, "whole", {"trimResetButton", "Ganze Aufnahme", "Anfang und Ende zurücksetzen"},
                      actions.resetTrim)},
-        trimLabel);
+        trimLabel_);
 }
 
-QLayout* EditorControls::makeCutTools(const EditorActions& actions) {
-    cutLabel = stateLabel("cutLabel");
+QLayout* EditorTools::makeCutTools(const EditorActions& actions) {
+    cutLabel_ = stateLabel("cutLabel");
     return toolRow(
         {smallButton("Von hier", "scissors",
                      {"cutStartButton", "Schnitt von hier", "Der Schnitt beginnt an der Abspielposition"},
@@ -100,69 +100,101 @@ QLayout* EditorControls::makeCutTools(const EditorActions& actions) {
                      {"cutEndButton", "Schnitt bis hier", "Schneidet bis zur Abspielposition heraus"}, actions.addCut),
          smallButton({}, "remove-last", {"removeCutButton", "Letzten Schnitt entfernen", "Letzten Schnitt entfernen"},
                      actions.removeLastCut)},
-        cutLabel);
+        cutLabel_);
 }
 
-QLayout* EditorControls::makeZoomTools(const EditorActions& actions) {
+QLayout* EditorTools::makeZoomTools(const EditorActions& actions) {
     makeZoomPopup(actions);
-    showZoomButton = smallButton("Anzeigen", {}, {"showZoomButton", "Zoom anzeigen", "Zum gewählten Zoom springen"},
-                                 actions.showZoom);
-    deleteZoomButton =
+    showZoomButton_ = smallButton("Anzeigen", {}, {"showZoomButton", "Zoom anzeigen", "Zum gewählten Zoom springen"},
+                                  actions.showZoom);
+    deleteZoomButton_ =
         smallButton({}, "trash", {"deleteZoomButton", "Zoom löschen", "Gewählten Zoom löschen"}, actions.deleteZoom);
     auto* row =
-        toolRow({zoomPopup, showZoomButton,
+        toolRow({zoomPopup_, showZoomButton_,
                  smallButton("Hier hinzufügen", "plus",
                              {"addZoomButton", "Zoom hier hinzufügen", "Zoom an der Abspielposition hinzufügen"},
                              actions.addZoom),
-                 deleteZoomButton,
+                 deleteZoomButton_,
                  smallButton("Automatik", {},
                              {"autoZoomsButton", "Zooms automatisch", "Zooms wieder aus den Klicks vorschlagen"},
                              actions.resetZooms)},
                 nullptr);
-    QLabel* percent = makeZoomToolSlider(actions);
-    row->addSpacing(ui::look::kTight);
-    row->addWidget(zoomToolSlider, 1);
-    row->addWidget(percent);
+    makeZoomSlider(actions);
+    row->addSpacing(ui::theme::kTight);
+    row->addWidget(zoomSlider_.slider, 1);
+    row->addWidget(zoomSlider_.label);
     return row;
 }
 
-void EditorControls::makeZoomPopup(const EditorActions& actions) {
-    zoomPopup = popUp({"zoomPopup", "Zoom", "Zoom auswählen und ansehen"});
-    zoomPopup->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    zoomPopup->setMinimumContentsLength(15);
-    zoomPopup->setPlaceholderText("Keine Zooms");
-    QObject::connect(zoomPopup, &QComboBox::activated, zoomPopup, actions.selectZoom);
+void EditorTools::makeZoomPopup(const EditorActions& actions) {
+    zoomPopup_ = popUp({"zoomPopup", "Zoom", "Zoom auswählen und ansehen"});
+    zoomPopup_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    zoomPopup_->setMinimumContentsLength(15);
+    zoomPopup_->setPlaceholderText("Keine Zooms");
+    QObject::connect(zoomPopup_, &QComboBox::activated, zoomPopup_, actions.selectZoom);
 }
 
-QLabel* EditorControls::makeZoomToolSlider(const EditorActions& actions) {
-    const SliderRow row = makeSlider({{"zoomToolSlider", "Vergrößerung", "Wie stark der gewählte Zoom vergrößert"},
-                                      kZoomRange,
-                                      model::ProjectSettings().zoomScale,
-                                      labels::zoomPercent},
-                                     actions);
-    zoomToolSlider = row.slider;
-    zoomToolSlider->setMinimumWidth(64);
-    zoomToolSlider->moved = [this, changed = actions.settingChanged] {
-        zoomSlider->setDoubleValue(zoomToolSlider->doubleValue());
-        changed();
+void EditorTools::makeZoomSlider(const EditorActions& actions) {
+    const auto& kind = std::get<ZoomControl>(controlTable()[controlIndex(kZoomSlider)].kind);
+    zoomSlider_ = makeSlider({{"zoomToolSlider", "Vergrößerung", "Wie stark der gewählte Zoom vergrößert"},
+                              kind.range,
+                              model::ProjectSettings().zoomScale,
+                              kind.text});
+    zoomSlider_.slider->setMinimumWidth(64);
+    zoomSlider_.slider->onMove = [slider = zoomSlider_.slider, set = actions.setZoomScale] {
+        set(slider->doubleValue());
     };
-    row.label->setMinimumWidth(ui::look::smallTextWidth("200 %"));
-    return row.label;
+    zoomSlider_.label->setMinimumWidth(ui::theme::smallTextWidth("200 %"));
 }
 
-QLayout* EditorControls::makeMaskTools(const EditorActions& actions) {
-    maskLabel = stateLabel("maskLabel");
-    maskDrawButton = smallButton(
+QLayout* EditorTools::makeMaskTools(const EditorActions& actions) {
+    maskLabel_ = stateLabel("maskLabel");
+    maskDrawButton_ = smallButton(
         "Bereich aufziehen", "draw",
         {"maskDrawButton", "Bereich zum Verpixeln aufziehen", "Rechteck zum Verpixeln in der Vorschau aufziehen"},
         actions.toggleMaskDrawing);
     return toolRow(
-        {maskDrawButton,
+        {maskDrawButton_,
          smallButton({}, "remove-last", {"removeMaskButton", "Letzten Bereich entfernen", "Letzten Bereich entfernen"},
                      actions.removeLastMask),
          smallButton("Alle entfernen", {}, {"removeMasksButton", "Alle Bereiche entfernen", "Alle Bereiche entfernen"},
                      actions.removeAllMasks)},
-        maskLabel);
+        maskLabel_);
+}
+
+void EditorTools::setContent(const Content& content) {
+    trimLabel_->setFullText(QString::fromStdString(content.trim));
+    cutLabel_->setFullText(QString::fromStdString(content.cuts));
+    zoomModeLabel_->setText(QString::fromStdString(content.zoomMode));
+    maskLabel_->setFullText(QString::fromStdString(content.masks));
+    setZooms(content.zooms, content.selectedZoom);
+    zoomSlider_.setValue(content.zoomScale);
+}
+
+void EditorTools::setZooms(const std::vector<std::string>& items, int selected) {
+    const QSignalBlocker quiet(zoomPopup_);
+    bool same = static_cast<int>(items.size()) == zoomPopup_->count();
+    for (int i = 0; same && i < zoomPopup_->count(); ++i) {
+        same = zoomPopup_->itemText(i).toStdString() == items[static_cast<std::size_t>(i)];
+    }
+    if (!same) {
+        zoomPopup_->clear();
+        for (const std::string& item : items) zoomPopup_->addItem(QString::fromStdString(item));
+    }
+    zoomPopup_->setCurrentIndex(selected);
+    for (QWidget* each : {static_cast<QWidget*>(zoomPopup_), static_cast<QWidget*>(showZoomButton_),
+                          static_cast<QWidget*>(deleteZoomButton_)}) {
+        each->setEnabled(!items.empty());
+    }
+}
+
+void EditorTools::setMaskDrawing(bool drawing) {
+    maskDrawButton_->setText(drawing ? "Abbrechen" : "Bereich aufziehen");
+    maskDrawButton_->setIcon(drawing ? ui::icon("stop", ui::theme::kOnAccent) : ui::icon("draw"));
+    // A style sheet sees the change of a property only when the style is applied again.
+    maskDrawButton_->setProperty("active", drawing);
+    maskDrawButton_->style()->unpolish(maskDrawButton_);
+    maskDrawButton_->style()->polish(maskDrawButton_);
 }
 
 }  // namespace lumivastor::editor

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/editor_window.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
@@ -9,13 +10,10 @@
 #include <QDropEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QPushButton>
 #include <QTextEdit>
 #include <QUrl>
 #include <algorithm>
@@ -26,16 +24,13 @@
 #include "base/log.h"
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
-#include "base/saturated.h"
 #include "editor/preview/mask_draw_view.h"
 #include "editor/preview/preview_view.h"
 #include "editor/session/frame_time.h"
 #include "editor/session/labels.h"
 #include "editor/timeline/timeline_strip.h"
 #include "ui/file_viewer.h"
-#include "ui/look.h"
-#include "ui/text_labels.h"
-#include "ui/value_slider.h"
+#include "ui/theme.h"
 
 namespace lumivastor::editor {
 
@@ -118,13 +113,12 @@ void EditorWindow::build() {
     // It has the keyboard itself until the user moves on with the tabulator.
     setFocusPolicy(Qt::ClickFocus);
     setFocus();
-    setStyleSheet(ui::look::styleSheet(font()));
+    setStyleSheet(ui::theme::styleSheet(font()));
     const model::CaptureInfo& info = session_->info();
     controls_ = std::make_unique<EditorControls>(
-        *this, EditorControls::Recording{info.duration, frameLength(info.fps), session_->hasWebcam()}, actions());
+        *this, EditorControls::Recording{info.duration, info.fps, session_->hasWebcam()}, actions());
     controls_->previewView->setCanvas(StudioPreview::kCanvas);
     controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
-    controls_->setMaskDrawing(false);
 
     // How much room things need is only known once the style sheet's type is in them.
     for (QWidget* each : findChildren<QWidget*>()) {
@@ -171,12 +165,19 @@ EditorActions EditorWindow::actions() {
     actions.addZoom = [this] { runCommand([this] { addZoom(); }); };
     actions.deleteZoom = plain(&EditSession::deleteSelectedZoom);
     actions.resetZooms = plain(&EditSession::resetZoomsToAuto);
+    actions.setZoomScale = [this](double scale) {
+        ControlValues values = controls_->settingsColumn.values();
+        values[kZoomSlider] = scale;
+        runCommand([&] { session_->applyControls(values); });
+    };
     actions.toggleMaskDrawing = [this] {
         runCommand([this] { setMaskDrawing(!controls_->maskDrawView->isDrawing()); });
     };
     actions.removeLastMask = plain(&EditSession::removeLastMask);
     actions.removeAllMasks = plain(&EditSession::removeAllMasks);
-    actions.settingChanged = [this] { runCommand([this] { session_->applyControls(controls_->values()); }); };
+    actions.applyControls = [this](const ControlValues& values) {
+        runCommand([&] { session_->applyControls(values); });
+    };
     actions.render = [this] { renderMovie(); };
     actions.cancelRender = [this] {
         if (exportJob_) exportJob_->cancel();
@@ -195,7 +196,7 @@ void EditorWindow::runCommand(const std::function<void()>& command) {
 
 void EditorWindow::withdrawHint() {
     const std::string hint = std::exchange(hint_, {});
-    if (!hint.empty() && controls_->statusLabel->text().toStdString() == hint) setStatus({});
+    if (!hint.empty() && controls_->renderBar.status() == hint) setStatus({});
 }
 
 void EditorWindow::setUpPlayer() {
@@ -208,7 +209,7 @@ void EditorWindow::setUpPlayer() {
         Log::write("Editor", "Vorschau: " + error.message());
         setStatus(error.message());
     });
-    controls_->previewView->resized = [this](PixelSize size) { player_->setOutputSize(size.width, size.height); };
+    controls_->previewView->onResize = [this](PixelSize size) { player_->setOutputSize(size.width, size.height); };
 
     const PixelSize size = controls_->previewView->pixelSize();
     player_->setOutputSize(std::max(size.width, 1), std::max(size.height, 1));
@@ -217,24 +218,29 @@ void EditorWindow::setUpPlayer() {
 
 void EditorWindow::refresh() {
     const auto state = session_->composition()->state();
-    controls_->setValues(session_->controls());
-    std::vector<std::string> items;
-    for (const model::ZoomSpec& zoom : state->zoomSpecs) {
-        items.push_back(labels::zoomItem(static_cast<int>(items.size()) + 1, zoom));
-    }
-    controls_->setZoomItems(items, session_->selectedZoom());
-    controls_->zoomModeLabel->setText(QString::fromStdString(labels::zoomMode(session_->hasManualZooms())));
-    controls_->trimLabel->setFullText(QString::fromStdString(labels::trim(state->trim, session_->info().fps)));
-    controls_->cutLabel->setFullText(
-        QString::fromStdString(labels::cuts(state->settings.cuts, session_->pendingCutStart())));
-    controls_->maskLabel->setFullText(
-        QString::fromStdString(labels::masks(state->settings.masks.size(), controls_->maskDrawView->isDrawing())));
-    controls_->lengthLabel->setText(QString::fromStdString(labels::videoLength(state->outputDuration)));
-    controls_->timelineStrip->setContent(state, session_->pendingCutStart(), session_->selectedZoom());
+    const ControlValues values = session_->controls();
+    controls_->settingsColumn.setValues(values);
+    controls_->tools.setContent(toolContent(*state, std::get<double>(values[kZoomSlider])));
+    controls_->transportBar.setLength(labels::videoLength(state->outputDuration));
+    controls_->transportBar.strip().setContent(state, session_->pendingCutStart(), session_->selectedZoom());
     if (state != shownState_) {
         shownState_ = state;
         refreshPlayer();
     }
+}
+
+EditorTools::Content EditorWindow::toolContent(const edit::EditState& state, double zoomScale) const {
+    EditorTools::Content content;
+    content.trim = labels::trim(state.trim, session_->info().fps);
+    content.cuts = labels::cuts(state.settings.cuts, session_->pendingCutStart());
+    content.zoomMode = labels::zoomMode(session_->hasManualZooms());
+    content.masks = labels::masks(state.settings.masks.size(), controls_->maskDrawView->isDrawing());
+    for (const model::ZoomSpec& zoom : state.zoomSpecs) {
+        content.zooms.push_back(labels::zoomItem(static_cast<int>(content.zooms.size()) + 1, zoom));
+    }
+    content.selectedZoom = session_->selectedZoom();
+    content.zoomScale = zoomScale;
+    return content;
 }
 
 void EditorWindow::refreshPlayer() {
@@ -249,15 +255,12 @@ void EditorWindow::refreshPlayer() {
 }
 
 void EditorWindow::refreshTransport() {
-    const double playhead = transport_->playhead();
-    controls_->timeSlider->setDoubleValue(playhead);
-    controls_->timeLabel->setText(QString::fromStdString(labels::time(playhead, session_->info().fps)));
-    controls_->timelineStrip->setPlayhead(playhead);
-    controls_->setPlaying(transport_->isPlaying());
+    controls_->transportBar.setPlayhead(transport_->playhead());
+    controls_->transportBar.setPlaying(transport_->isPlaying());
 }
 
 void EditorWindow::addZoom() {
-    session_->addZoom(transport_->playhead(), controls_->zoomSlider->doubleValue());
+    session_->addZoom(transport_->playhead(), std::get<double>(controls_->settingsColumn.values()[kZoomSlider]));
     showSelectedZoom();
 }
 
@@ -281,11 +284,11 @@ void EditorWindow::finishMask(const Rect& viewRect) {
 void EditorWindow::renderMovie() {
     if (exportJob_) return;
     transport_->pause();
-    controls_->revealRenderButton->hide();
+    controls_->renderBar.setRevealable(false);
     session_->saveNow();
     ExportJob::Callbacks callbacks;
     callbacks.progress = [this](double fraction) {
-        controls_->progressBar->setValue(saturatedRound<int>(fraction * controls_->progressBar->maximum()));
+        controls_->renderBar.setProgress(fraction);
         if (exportJob_->wasCancelled() || closing_.stands(options_.clock())) return;
         setStatus(labels::rendering(exportJob_->width(), exportJob_->height(),
                                     remaining_->update(fraction, options_.clock())));
@@ -301,7 +304,7 @@ void EditorWindow::renderMovie() {
     remaining_.emplace(options_.clock());
     closing_.forget();
     if (options_.keepAwake) awake_ = options_.keepAwake();
-    controls_->setRendering(true);
+    controls_->renderBar.setRendering(true);
     setStatus(labels::rendering(exportJob_->width(), exportJob_->height()));
 }
 
@@ -309,10 +312,10 @@ void EditorWindow::renderCompleted(const render::RenderOutcome& outcome) {
     const bool cancelled = exportJob_->wasCancelled();
     exportJob_.reset();
     awake_.reset();
-    controls_->setRendering(false);
+    controls_->renderBar.setRendering(false);
     if (const auto* result = std::get_if<render::RenderResult>(&outcome)) {
         lastRenderURL_ = result->url;
-        controls_->revealRenderButton->show();
+        controls_->renderBar.setRevealable(true);
         setStatus(labels::rendered(result->seconds, result->zoomCount, result->url.filename().string()));
         return;
     }

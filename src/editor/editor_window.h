@@ -76,6 +76,7 @@ class EditorWindow final : public QWidget {
     EditorActions actions();
     void setUpPlayer();
     void refresh();
+    EditorTools::Content toolContent(const edit::EditState& state, double zoomScale) const;
     void refreshTransport();
     void refreshPlayer();
 
@@ -86,7 +87,7 @@ class EditorWindow final : public QWidget {
     void showSelectedZoom();
     void renderMovie();
     void renderCompleted(const render::RenderOutcome& outcome);
-    void setStatus(const std::string& text) { controls_->setStatus(text); }
+    void setStatus(const std::string& text) { controls_->renderBar.setStatus(text); }
     void runCommand(const std::function<void()>& command);
     void withdrawHint();
     void shutDown();

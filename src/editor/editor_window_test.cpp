@@ -28,8 +28,8 @@
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
 #include "ui/colour_well.h"
-#include "ui/look.h"
 #include "ui/segmented_control.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor::editor {
@@ -57,14 +57,14 @@ TEST_F(EditorWindowTest, ShowsTheRecordingAndItsSettings) {
     settings_.padding = 0.0333;
     openWindow();
     EXPECT_EQ(window().windowTitle().toStdString(), "LumiVastor – " + folder_.path().filename().string());
-    EXPECT_EQ(controls().values(), session().controls());
+    EXPECT_EQ(controls().settingsColumn.values(), session().controls());
     EXPECT_EQ(textOf("trimLabel"), "Bereich: 0.000 – 6.000 s (Bild 0 – 180)");
     EXPECT_EQ(textOf("cutLabel"), "1.00–2.00 s");
     EXPECT_EQ(textOf("timeLabel"), "0.000 s · Bild 0");
     EXPECT_EQ(textOf("zoomModeLabel"), "Automatik");
     EXPECT_EQ(textOf("maskLabel"), "Keine Bereiche");
     EXPECT_EQ(textOf("lengthLabel"), "Video: 5.0 s");
-    EXPECT_EQ(controls().zoomPopup->itemText(0).toStdString(),
+    EXPECT_EQ(find<QComboBox>("zoomPopup")->itemText(0).toStdString(),
               labels::zoomItem(1, session().composition()->zoomSpecs().at(0)));
     EXPECT_TRUE(waitFor([this] { return frame() != nullptr; }));
     EXPECT_EQ(window().findChild<QWidget*>("webcamCornerPopup"), nullptr);
@@ -109,7 +109,7 @@ TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
     drag("timeSlider", 0.6);
     click("addZoomButton");
     EXPECT_EQ(textOf("zoomModeLabel"), "von Hand bearbeitet");
-    EXPECT_EQ(controls().zoomPopup->currentIndex(), session().selectedZoom());
+    EXPECT_EQ(find<QComboBox>("zoomPopup")->currentIndex(), session().selectedZoom());
     EXPECT_EQ(transport().playhead(), session().selectedZoomMoment());
     remember();
     click("maskDrawButton");
@@ -119,7 +119,7 @@ TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
     drawMask({area.x + area.width * 0.3, area.y + area.height * 0.3},
              {area.x + area.width * 0.6, area.y + area.height * 0.6});
     EXPECT_EQ(textOf("maskLabel"), "1 Bereich, gilt fürs ganze Video");
-    EXPECT_EQ(controls().maskDrawButton->text(), "Bereich aufziehen");
+    EXPECT_EQ(find<QPushButton>("maskDrawButton")->text(), "Bereich aufziehen");
     EXPECT_TRUE(waitForFrameAfter(before));
     remember();
 
@@ -153,23 +153,23 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
         ui::ControlRange range;
     };
     const Slider sliders[] = {
-        {"smoothingSlider", 0.3, &model::ProjectSettings::smoothing, kSmoothingRange},
-        {"cursorSlider", 0.9, &model::ProjectSettings::cursorScale, kCursorRange},
-        {"paddingSlider", 0.7, &model::ProjectSettings::padding, kPaddingRange},
-        {"cornerSlider", 0.2, &model::ProjectSettings::cornerRadius, kCornerRange},
-        {"systemVolumeSlider", 0.8, &model::ProjectSettings::systemVolume, kVolumeRange},
-        {"micVolumeSlider", 0.0, &model::ProjectSettings::micVolume, kVolumeRange},
-        {"webcamSizeSlider", 0.7, &model::ProjectSettings::webcamSize, kWebcamSizeRange},
-        {"webcamZoomSlider", 0.4, &model::ProjectSettings::webcamZoom, kWebcamZoomRange},
-        {"cropTopSlider", 0.1, &model::ProjectSettings::cropTop, kCropRange},
-        {"cropBottomSlider", 0.2, &model::ProjectSettings::cropBottom, kCropRange},
-        {"cropLeftSlider", 0.3, &model::ProjectSettings::cropLeft, kCropRange},
-        {"cropRightSlider", 0.4, &model::ProjectSettings::cropRight, kCropRange},
-        {"zoomToolSlider", 0.9, &model::ProjectSettings::zoomScale, kZoomRange},
-        {"zoomSlider", 0.5, &model::ProjectSettings::zoomScale, kZoomRange},
+        {"smoothingSlider", 0.3, &model::ProjectSettings::smoothing, {0.0, 1.0}},
+        {"cursorSlider", 0.9, &model::ProjectSettings::cursorScale, {0.8, 2.6}},
+        {"paddingSlider", 0.7, &model::ProjectSettings::padding, {0.0, 0.14}},
+        {"cornerSlider", 0.2, &model::ProjectSettings::cornerRadius, {0.0, 48.0}},
+        {"systemVolumeSlider", 0.8, &model::ProjectSettings::systemVolume, {0.0, 2.0}},
+        {"micVolumeSlider", 0.0, &model::ProjectSettings::micVolume, {0.0, 2.0}},
+        {"webcamSizeSlider", 0.7, &model::ProjectSettings::webcamSize, {0.14, 0.45}},
+        {"webcamZoomSlider", 0.4, &model::ProjectSettings::webcamZoom, {1.0, 2.2}},
+        {"cropTopSlider", 0.1, &model::ProjectSettings::cropTop, {0.0, 0.4}},
+        {"cropBottomSlider", 0.2, &model::ProjectSettings::cropBottom, {0.0, 0.4}},
+        {"cropLeftSlider", 0.3, &model::ProjectSettings::cropLeft, {0.0, 0.4}},
+        {"cropRightSlider", 0.4, &model::ProjectSettings::cropRight, {0.0, 0.4}},
+        {"zoomToolSlider", 0.9, &model::ProjectSettings::zoomScale, {1.0, 3.0}},
+        {"zoomSlider", 0.5, &model::ProjectSettings::zoomScale, {1.0, 3.0}},
     };
     for (const Slider& slider : sliders) {
-        controls().column->ensureWidgetVisible(find<ui::ValueSlider>(slider.name));
+        controls().settingsColumn.area()->ensureWidgetVisible(find<ui::ValueSlider>(slider.name));
         drag(slider.name, slider.part);
         expected.*slider.field = value(slider.name);
         EXPECT_NEAR(value(slider.name), slider.range.least + slider.part * (slider.range.most - slider.range.least),
@@ -180,16 +180,16 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     EXPECT_EQ(value("zoomToolSlider"), value("zoomSlider"));
     EXPECT_EQ(textOf("micVolumeSliderLabel"), "0 % (stumm)");
 
-    QTest::mouseClick(controls().tempoControl->segment(0), Qt::LeftButton);
+    QTest::mouseClick(find<ui::SegmentedControl>("tempoControl")->segment(0), Qt::LeftButton);
     expected.tempo = model::Tempo::schnell;
-    QTest::mouseClick(controls().exportFormatControl->segment(1), Qt::LeftButton);
+    QTest::mouseClick(find<ui::SegmentedControl>("exportFormatControl")->segment(1), Qt::LeftButton);
     expected.exportFormat = model::ExportFormat::mov;
-    QTest::mouseClick(controls().exportResolutionControl->segment(1), Qt::LeftButton);
+    QTest::mouseClick(find<ui::SegmentedControl>("exportResolutionControl")->segment(1), Qt::LeftButton);
     expected.exportHeight = 1440;
     click("webcamCheckbox");
     expected.webcamEnabled = false;
-    QTest::keyClick(controls().webcamCornerPopup, Qt::Key_Down);
-    QTest::keyClick(controls().webcamCornerPopup, Qt::Key_Down);
+    QTest::keyClick(find<QComboBox>("webcamCornerPopup"), Qt::Key_Down);
+    QTest::keyClick(find<QComboBox>("webcamCornerPopup"), Qt::Key_Down);
     expected.webcamCorner = 2;
     EXPECT_EQ(session().settings().tempo, expected.tempo);
     EXPECT_EQ(session().settings().exportFormat, expected.exportFormat);
@@ -199,7 +199,7 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     EXPECT_EQ(session().settings(), expected);
 
     click("colorWell");
-    QColorDialog* dialog = controls().colourWell->dialog();
+    QColorDialog* dialog = find<ui::ColourWell>("colorWell")->dialog();
     ASSERT_NE(dialog, nullptr);
     dialog->setCurrentColor(QColor(51, 102, 255));
     expected.backgroundRed = 0.2;
@@ -207,7 +207,7 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     expected.backgroundBlue = 1;
     dialog->close();
     EXPECT_EQ(session().settings(), expected);
-    EXPECT_EQ(session().controls(), controls().values());
+    EXPECT_EQ(session().controls(), controls().settingsColumn.values());
 
     // Without anybody closing anything it is saved a little later.
     EXPECT_TRUE(waitFor([&] { return saved() == expected; }));
@@ -219,13 +219,13 @@ TEST_F(EditorWindowTest, ADragIsOneStep) {
     EXPECT_EQ(session().history().undoSteps(), 1u);
     press(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(session().settings(), settings_);
-    EXPECT_EQ(controls().paddingSlider->doubleValue(), settings_.padding);
+    EXPECT_EQ(find<ui::ValueSlider>("paddingSlider")->doubleValue(), settings_.padding);
 }
 
 TEST_F(EditorWindowTest, ADoubleClickTakesASliderBackToItsUsualValue) {
     settings_.padding = 0.01;
     openWindow();
-    QTest::mouseDClick(controls().paddingSlider, Qt::LeftButton);
+    QTest::mouseDClick(find<ui::ValueSlider>("paddingSlider"), Qt::LeftButton);
     EXPECT_EQ(session().settings().padding, model::ProjectSettings().padding);
 }
 
@@ -245,7 +245,7 @@ TEST_F(EditorWindowTest, KeysWorkWhateverHasTheKeyboard) {
     EXPECT_EQ(textOf("timeLabel"), "0.033 s · Bild 1");
     press(Qt::Key_Right, Qt::ShiftModifier);
     EXPECT_DOUBLE_EQ(transport().playhead(), 31.0 / 30);
-    controls().paddingSlider->setFocus();
+    find<ui::ValueSlider>("paddingSlider")->setFocus();
     press(Qt::Key_Left);
     EXPECT_DOUBLE_EQ(transport().playhead(), 30.0 / 30);
     EXPECT_EQ(session().settings(), settings_);
@@ -255,13 +255,13 @@ TEST_F(EditorWindowTest, KeysWorkWhateverHasTheKeyboard) {
     // Up and down are left for the slider.
     press(Qt::Key_Up);
     EXPECT_GT(session().settings().padding, settings_.padding);
-    controls().playButton->setFocus();
+    find<QPushButton>("playButton")->setFocus();
     press(Qt::Key_Space);
     EXPECT_TRUE(transport().isPlaying());
-    EXPECT_EQ(controls().playButton->accessibleName(), "Anhalten");
+    EXPECT_EQ(find<QPushButton>("playButton")->accessibleName(), "Anhalten");
     press(Qt::Key_Space);
     EXPECT_FALSE(transport().isPlaying());
-    EXPECT_EQ(controls().playButton->accessibleName(), "Abspielen");
+    EXPECT_EQ(find<QPushButton>("playButton")->accessibleName(), "Abspielen");
     find<QPushButton>("trimResetButton")->setFocus();
     session().setTrimStart(2);
     press(Qt::Key_Return);
@@ -274,10 +274,10 @@ TEST_F(EditorWindowTest, EscapeEndsDrawingAndIsOtherwisePassedOn) {
     click("maskDrawButton");
     EXPECT_FALSE(transport().isPlaying());
     EXPECT_TRUE(controls().maskDrawView->isDrawing());
-    EXPECT_EQ(controls().maskDrawButton->text(), "Abbrechen");
+    EXPECT_EQ(find<QPushButton>("maskDrawButton")->text(), "Abbrechen");
     press(Qt::Key_Escape);
     EXPECT_FALSE(controls().maskDrawView->isDrawing());
-    EXPECT_EQ(controls().maskDrawButton->text(), "Bereich aufziehen");
+    EXPECT_EQ(find<QPushButton>("maskDrawButton")->text(), "Bereich aufziehen");
     EXPECT_EQ(textOf("maskLabel"), "Keine Bereiche");
     press(Qt::Key_Escape);
     EXPECT_TRUE(window().isVisible());
@@ -333,7 +333,7 @@ TEST_F(EditorWindowTest, PlayingJumpsOverCutsAndBeginsAnewAtTheEnd) {
     }));
     EXPECT_FALSE(insideTheCut);
     EXPECT_NEAR(transport().playhead(), 5, 0.1);
-    EXPECT_EQ(controls().playButton->accessibleName(), "Abspielen");
+    EXPECT_EQ(find<QPushButton>("playButton")->accessibleName(), "Abspielen");
     click("playButton");
     EXPECT_TRUE(transport().isPlaying());
     EXPECT_LT(transport().playhead(), 0.6);
@@ -343,13 +343,13 @@ TEST_F(EditorWindowTest, PlayingJumpsOverCutsAndBeginsAnewAtTheEnd) {
 
 TEST_F(EditorWindowTest, TheStripBelowTheSliderIsTheSlider) {
     openWindow();
-    auto* strip = controls().timelineStrip;
+    auto* strip = find<TimelineStrip>("timelineStrip");
     const auto& layout = strip->layoutShown();
     EXPECT_EQ(layout.clicks.size(), 3u);
     EXPECT_EQ(layout.zooms.size(), session().composition()->zoomSpecs().size());
     QTest::mouseClick(strip, Qt::LeftButton, {}, QPoint(strip->width() / 2, 10));
     EXPECT_NEAR(transport().playhead(), kSeconds / 2, 0.02);
-    EXPECT_NEAR(controls().timeSlider->doubleValue(), kSeconds / 2, 0.02);
+    EXPECT_NEAR(find<ui::ValueSlider>("timeSlider")->doubleValue(), kSeconds / 2, 0.02);
     EXPECT_NEAR(layout.playhead, strip->width() / 2.0, 2);
 }
 
@@ -371,22 +371,22 @@ TEST_F(EditorWindowTest, RefusedCommandsSaySoAndChangeNothing) {
 TEST_F(EditorWindowTest, AnExportShowsItsProgressAndWhereItsFileIs) {
     settings_.cuts = {{1, 5}};
     openWindow();
-    EXPECT_FALSE(controls().progressBar->isVisible());
-    EXPECT_FALSE(controls().revealRenderButton->isVisible());
+    EXPECT_FALSE(find<QProgressBar>("progressBar")->isVisible());
+    EXPECT_FALSE(find<QPushButton>("revealRenderButton")->isVisible());
     click("renderButton");
     EXPECT_EQ(textOf("statusLabel"), "Rendere in 1920×1080 …");
-    EXPECT_TRUE(controls().progressBar->isVisible());
-    EXPECT_TRUE(controls().cancelRenderButton->isVisible());
-    EXPECT_FALSE(controls().renderButton->isEnabled());
+    EXPECT_TRUE(find<QProgressBar>("progressBar")->isVisible());
+    EXPECT_TRUE(find<QPushButton>("cancelRenderButton")->isVisible());
+    EXPECT_FALSE(find<QPushButton>("renderButton")->isEnabled());
     // The editor stays usable.
     drag("paddingSlider", 0.9);
     ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
     EXPECT_EQ(textOf("statusLabel"),
               "Fertig: 2.0 s, " + std::to_string(session().composition()->zoomCount()) + " Zooms – studio-output.mp4");
-    EXPECT_FALSE(controls().progressBar->isVisible());
-    EXPECT_FALSE(controls().cancelRenderButton->isVisible());
-    EXPECT_TRUE(controls().renderButton->isEnabled());
-    ASSERT_TRUE(controls().revealRenderButton->isVisible());
+    EXPECT_FALSE(find<QProgressBar>("progressBar")->isVisible());
+    EXPECT_FALSE(find<QPushButton>("cancelRenderButton")->isVisible());
+    EXPECT_TRUE(find<QPushButton>("renderButton")->isEnabled());
+    ASSERT_TRUE(find<QPushButton>("revealRenderButton")->isVisible());
     click("revealRenderButton");
     EXPECT_EQ(revealed_, folder_ / "studio-output.mp4");
     EXPECT_TRUE(std::filesystem::exists(revealed_));
@@ -399,8 +399,8 @@ TEST_F(EditorWindowTest, AnExportThatCannotBeSaysWhy) {
     ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
     EXPECT_EQ(textOf("statusLabel"), "Fehlgeschlagen: Es bleibt nichts übrig - alles ist weggeschnitten.");
     EXPECT_EQ(count(logText(), "[Editor] Render-Fehler: Es bleibt nichts übrig - alles ist weggeschnitten."), 1);
-    EXPECT_TRUE(controls().renderButton->isEnabled());
-    EXPECT_FALSE(controls().revealRenderButton->isVisible());
+    EXPECT_TRUE(find<QPushButton>("renderButton")->isEnabled());
+    EXPECT_FALSE(find<QPushButton>("revealRenderButton")->isVisible());
 }
 
 TEST_F(EditorWindowTest, ACancelledExportLeavesNothing) {
@@ -456,7 +456,7 @@ TEST_F(EditorWindowTest, AHintGoesWhenTheUserDoesSomethingElse) {
     press(Qt::Key_Right);
     EXPECT_EQ(textOf("statusLabel"), "");
     // What is no hint stays.
-    controls().setStatus("Etwas anderes.");
+    controls().renderBar.setStatus("Etwas anderes.");
     press(Qt::Key_Right);
     EXPECT_EQ(textOf("statusLabel"), "Etwas anderes.");
 }
@@ -474,13 +474,13 @@ TEST_F(EditorWindowTest, WithoutAWayToRecordThereIsNoButtonForIt) {
     window_.reset();
     EditorWindow other(folder_.path(), loop_, {});
     other.show();
-    EXPECT_FALSE(other.controls().newRecordingButton->isVisible());
+    EXPECT_FALSE(other.findChild<QPushButton*>("newRecordingButton")->isVisible());
 }
 
 TEST_F(EditorWindowTest, EverythingThatCanBeSeenHasAName) {
     openWindow(true);
-    controls().setRendering(true);
-    controls().revealRenderButton->show();
+    controls().renderBar.setRendering(true);
+    find<QPushButton>("revealRenderButton")->show();
     EXPECT_GT(expectEverythingIsNamed(window()), 80);
 }
 
@@ -508,10 +508,12 @@ TEST_F(EditorWindowTest, SlidersTellTheirValueToAssistivePrograms) {
     }
     EXPECT_EQ(count, 15);
     // A reader may set it, too.
-    QAccessible::queryAccessibleInterface(controls().paddingSlider)->valueInterface()->setCurrentValue(0.07);
+    QAccessible::queryAccessibleInterface(find<ui::ValueSlider>("paddingSlider"))
+        ->valueInterface()
+        ->setCurrentValue(0.07);
     EXPECT_EQ(session().settings().padding, 0.07);
-    QAccessible::queryAccessibleInterface(controls().paddingSlider)->valueInterface()->setCurrentValue(7);
-    EXPECT_EQ(session().settings().padding, kPaddingRange.most);
+    QAccessible::queryAccessibleInterface(find<ui::ValueSlider>("paddingSlider"))->valueInterface()->setCurrentValue(7);
+    EXPECT_EQ(session().settings().padding, 0.14);
 }
 
 TEST_F(EditorWindowTest, AFolderThatIsDroppedOnItIsOpened) {
@@ -558,7 +560,8 @@ class EditorWindowLook : public EditorFixture, public testing::WithParamInterfac
     void expectNothingIsCutOff() {
         QTest::qWait(50);
         EXPECT_GT(expectTextsFit(window()), 60);
-        EXPECT_FALSE(controls().column->widget()->width() > controls().column->viewport()->width());
+        EXPECT_FALSE(controls().settingsColumn.area()->widget()->width() >
+                     controls().settingsColumn.area()->viewport()->width());
     }
 
     std::vector<QWidget*> allControls() {
@@ -585,8 +588,8 @@ TEST_P(EditorWindowLook, IsAsLargeAsLaidDownAndCutsNothingOff) {
         EXPECT_GE(window().minimumWidth(), 1180);
         EXPECT_GE(window().minimumHeight(), least);
     }
-    controls().setRendering(true);
-    controls().revealRenderButton->show();
+    controls().renderBar.setRendering(true);
+    find<QPushButton>("revealRenderButton")->show();
     window().resize(window().minimumSize());
     expectNothingIsCutOff();
 }
@@ -602,8 +605,8 @@ TEST_P(EditorWindowLook, GivesWayToASmallScreenAndCutsNothingOff) {
     if (GetParam().second <= 10) {
         EXPECT_EQ(window().size(), QSize(1320, 700));
     }
-    controls().setRendering(true);
-    controls().revealRenderButton->show();
+    controls().renderBar.setRendering(true);
+    find<QPushButton>("revealRenderButton")->show();
     expectNothingIsCutOff();
     EXPECT_GE(controls().previewView->height(), 180);
 }

@@ -72,7 +72,7 @@ TEST_F(EditorWindowsTest, AllMayCloseOnceThoseThatExportWereAskedTwice) {
     EXPECT_TRUE(editors.mayClose());
     EditorWindow& editor = editors.open(folder_.path());
     EXPECT_TRUE(editors.mayClose());
-    QTest::mouseClick(editor.controls().renderButton, Qt::LeftButton);
+    QTest::mouseClick(editor.findChild<QPushButton*>("renderButton"), Qt::LeftButton);
     ASSERT_TRUE(editor.isRendering());
     EXPECT_FALSE(editors.mayClose());
     EXPECT_TRUE(editors.mayClose());
@@ -84,7 +84,7 @@ TEST_F(EditorWindowsTest, AllMayCloseOnceThoseThatExportWereAskedTwice) {
 TEST_F(EditorWindowsTest, EndingTheWorkCancelsExportsAndSaves) {
     EditorWindows editors(loop_, {});
     EditorWindow& editor = editors.open(folder_.path());
-    QTest::mouseClick(editor.controls().renderButton, Qt::LeftButton);
+    QTest::mouseClick(editor.findChild<QPushButton*>("renderButton"), Qt::LeftButton);
     editor.session().setTrimStart(2);
     editors.endWork();
     EXPECT_EQ(saved().trimStart, 2);

@@ -4,7 +4,7 @@
 #include <QPainter>
 #include <algorithm>
 
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::ui {
 
@@ -36,8 +36,8 @@ void ColourWell::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF outer = QRectF(rect()).adjusted(1, 1, -1, -1);
-    painter.setPen(QPen(hasFocus() ? look::kFocus : look::kTrack, hasFocus() ? 2 : 1));
-    painter.setBrush(underMouse() ? look::kControlHover : look::kControl);
+    painter.setPen(QPen(hasFocus() ? theme::kFocus : theme::kTrack, hasFocus() ? 2 : 1));
+    painter.setBrush(underMouse() ? theme::kControlHover : theme::kControl);
     painter.drawRoundedRect(outer, 7, 7);
     painter.setPen(QPen(QColor(255, 255, 255, 40), 1));
     painter.setBrush(shown(components_));
@@ -59,7 +59,7 @@ void ColourWell::openDialog() {
         if (!srgb.isValid()) return;
         // Eight bits a component are what the dialog offers.
         setComponents({srgb.red() / 255.0, srgb.green() / 255.0, srgb.blue() / 255.0});
-        if (chosen) chosen();
+        if (onChoose) onChoose();
     });
     dialog_->show();
 }

@@ -26,7 +26,7 @@ class ColourWell final : public QAbstractButton {
     void setComponents(const Components& components);
 
     /// The user has chosen another colour.
-    std::function<void()> chosen;
+    std::function<void()> onChoose;
 
     /// What is chosen from, while it is open.
     QColorDialog* dialog() const { return dialog_; }

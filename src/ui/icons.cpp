@@ -9,7 +9,7 @@
 #include <memory>
 #include <utility>
 
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::ui {
 
@@ -36,7 +36,7 @@ class TintedDrawing final : public QIconEngine {
         const int side = std::min(size.width(), size.height());
         drawing_->render(&painter, QRectF(0, 0, side, side));
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(picture.rect(), mode == QIcon::Disabled ? look::kDisabledText : colour_);
+        painter.fillRect(picture.rect(), mode == QIcon::Disabled ? theme::kDisabledText : colour_);
         return picture;
     }
 
@@ -54,7 +54,7 @@ QIcon icon(const QString& name, const QColor& colour) {
 }
 
 QIcon icon(const QString& name) {
-    return icon(name, look::kText);
+    return icon(name, theme::kText);
 }
 
 }  // namespace lumivastor::ui

@@ -27,7 +27,7 @@ SegmentedControl::SegmentedControl(std::span<const std::string_view> titles, con
         row->addWidget(segment, 1);
     }
     connect(group_, &QButtonGroup::idClicked, this, [this] {
-        if (selected) selected();
+        if (onSelect) onSelect();
     });
 }
 

@@ -26,7 +26,7 @@ class SegmentedControl final : public QFrame {
     QAbstractButton* segment(int index) const { return segments_[static_cast<std::size_t>(index)]; }
 
     /// The user has selected a segment.
-    std::function<void()> selected;
+    std::function<void()> onSelect;
 
   private:
     QButtonGroup* group_;

@@ -92,8 +92,8 @@ void ValueSlider::mousePressEvent(QMouseEvent* event) {
 }
 
 void ValueSlider::mouseDoubleClickEvent(QMouseEvent* event) {
-    if (!usual_ || event->button() != Qt::LeftButton) return QSlider::mouseDoubleClickEvent(event);
-    setDoubleValue(*usual_);
+    if (!default_ || event->button() != Qt::LeftButton) return QSlider::mouseDoubleClickEvent(event);
+    setDoubleValue(*default_);
     tell();
 }
 
@@ -102,7 +102,7 @@ void ValueSlider::wheelEvent(QWheelEvent* event) {
 }
 
 void ValueSlider::tell() {
-    if (moved) moved();
+    if (onMove) onMove();
 }
 
 }  // namespace lumivastor::ui

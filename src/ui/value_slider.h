@@ -22,13 +22,13 @@ class ValueSlider final : public QSlider {
     /// Tells nobody.
     void setDoubleValue(double value);
     /// Where a double click takes it.
-    void setUsualValue(double value) { usual_ = value; }
+    void setDefaultValue(double value) { default_ = value; }
 
     /// How a value is written for people, for assistive programs; a plain number without it.
     std::function<std::string(double value)> valueText;
 
     /// The user has moved it.
-    std::function<void()> moved;
+    std::function<void()> onMove;
     /// Moves it as the user does, to a value within its ends.
     void moveTo(double value);
 
@@ -47,7 +47,7 @@ class ValueSlider final : public QSlider {
 
     const ControlRange range_;
     double value_ = 0;
-    std::optional<double> usual_;
+    std::optional<double> default_;
 };
 
 }  // namespace lumivastor::ui

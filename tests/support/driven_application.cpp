@@ -15,9 +15,9 @@
 #include "editor/editor_window.h"
 #include "media/reading/asset.h"
 #include "support/text_file.h"
-#include "ui/look.h"
 #include "ui/qt_main_loop.h"
 #include "ui/segmented_control.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
@@ -44,7 +44,7 @@ void sleepFor(double seconds) {
 WindowMap::WindowMap() {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     application_ = std::make_unique<QApplication>(count_, words_);
-    ui::look::apply(*application_);
+    ui::theme::apply(*application_);
     window_ = std::make_unique<app::MainWindow>(app::MainWindowActions{});
     window_->setVisible(true);
     QApplication::processEvents();

@@ -5,15 +5,16 @@
 #include <QComboBox>
 #include <QLabel>
 #include <sstream>
+#include <variant>
 
 #include "model/pointer_track.h"
-#include "ui/look.h"
+#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
 
 EditorFixture::EditorFixture() {
-    ui::look::apply(*qApp);
+    ui::theme::apply(*qApp);
 }
 
 EditorFixture::~EditorFixture() = default;
@@ -80,16 +81,20 @@ std::string EditorFixture::textOf(const char* name) {
 }
 
 std::string EditorFixture::everythingShown() {
-    const editor::ControlValues v = controls().values();
     std::ostringstream text;
     text.precision(17);
-    for (const double value :
-         {v.zoom, v.smoothing, v.cursor, v.padding, v.corner, v.red, v.green, v.blue, v.systemVolume, v.micVolume,
-          v.webcamSize, v.webcamZoom, v.cropTop, v.cropBottom, v.cropLeft, v.cropRight}) {
-        text << value << " ";
+    for (const editor::ControlValue& value : controls().settingsColumn.values().all) {
+        if (const auto* colour = std::get_if<editor::ColourValue>(&value)) {
+            text << colour->red << " " << colour->green << " " << colour->blue << " ";
+        } else if (const auto* number = std::get_if<double>(&value)) {
+            text << *number << " ";
+        } else if (const auto* index = std::get_if<int>(&value)) {
+            text << *index << " ";
+        } else {
+            text << std::get<bool>(value) << " ";
+        }
     }
-    for (const int index : {v.tempo, v.exportResolution, v.exportFormat, v.webcamCorner}) text << index << " ";
-    text << v.webcam << "\n";
+    text << "\n";
     for (const QLabel* label : window_->findChildren<QLabel*>()) {
         const QString name = label->objectName();
         // Where the playhead is, and what was said last, is no part of an edit.
@@ -97,9 +102,8 @@ std::string EditorFixture::everythingShown() {
             text << name.toStdString() << ": " << label->text().toStdString() << "\n";
         }
     }
-    for (int i = 0; i < controls().zoomPopup->count(); ++i) {
-        text << controls().zoomPopup->itemText(i).toStdString() << "\n";
-    }
+    const auto* zooms = find<QComboBox>("zoomPopup");
+    for (int i = 0; i < zooms->count(); ++i) text << zooms->itemText(i).toStdString() << "\n";
     return text.str();
 }
 

@@ -30,8 +30,8 @@
 #include "platform/backends/device_backend.h"
 #include "platform/backends/sound_backend.h"
 #include "platform/sound/sound_output.h"
-#include "ui/look.h"
 #include "ui/qt_main_loop.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 
@@ -179,7 +179,7 @@ int runApplication(int argc, char** argv) {
         QGuiApplication::setDesktopFileName("lumivastor");
         QGuiApplication::setWindowIcon(QIcon(":/lumivastor.svg"));
         translate(application);
-        ui::look::apply(application);
+        ui::theme::apply(application);
         return run(switches, signals, machine);
     } catch (const RecorderError& error) {
         std::cerr << error.what() << "\n";

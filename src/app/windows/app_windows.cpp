@@ -19,7 +19,7 @@
 #include <utility>
 
 #include "ui/file_viewer.h"
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 

@@ -15,7 +15,7 @@
 
 #include "model/capture_info.h"
 #include "support/app_rig.h"
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 namespace {
@@ -26,7 +26,7 @@ constexpr const char* kAsked = "Ein Video wird gerendert â€“ noch einmal schlieÃ
 class AppWindowsTest : public AppRig {
   protected:
     AppWindowsTest() {
-        ui::look::apply(application_);
+        ui::theme::apply(application_);
         useSlowCheckVideos();
         windows_.setDelegate(delegate_);
         windows_.showMainWindow();

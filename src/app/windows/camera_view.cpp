@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 
@@ -46,7 +46,7 @@ void CameraView::paintEvent(QPaintEvent*) {
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     QPainterPath frame;
     frame.addRoundedRect(rect(), radius_, radius_);
-    painter.fillPath(frame, ui::look::kControlPressed);
+    painter.fillPath(frame, ui::theme::kControlPressed);
     if (!shown_ || shown_->isEmpty()) return;
     const QImage picture(shown_->row(0), shown_->width(), shown_->height(), static_cast<qsizetype>(shown_->stride()),
                          QImage::Format_ARGB32_Premultiplied);

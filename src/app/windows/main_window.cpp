@@ -22,8 +22,8 @@
 #include <utility>
 
 #include "app/windows/camera_view.h"
-#include "ui/look.h"
 #include "ui/segmented_control.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 
@@ -62,7 +62,7 @@ constexpr const char* kSheet = R"(
 
 // In pixels: grows with the desktop's type, as all else does.
 int grown(double usual, const QFont& font) {
-    return static_cast<int>(std::lround(usual * ui::look::typeScale(font).body / kUsualType));
+    return static_cast<int>(std::lround(usual * ui::theme::typeScale(font).body / kUsualType));
 }
 
 QLabel* caption(const char* text) {
@@ -135,9 +135,9 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
     setFixedSize(kWidth, kHeight);
-    setStyleSheet(ui::look::styleSheet(font()) +
+    setStyleSheet(ui::theme::styleSheet(font()) +
                   QString(kSheet)
-                      .replace("@second", ui::look::kSecondText.name())
+                      .replace("@second", ui::theme::kSecondText.name())
                       .replace("@record-type", QString::number(grown(kRecordType, font())) + "px")
                       .replace("@status-type", QString::number(grown(kStatusType, font())) + "px"));
 
@@ -198,7 +198,7 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     sourceTypeControl_ = new ui::SegmentedControl(kTypes, "Art der Quelle");
     sourceTypeControl_->setObjectName("sourceTypeControl");
     sourceTypeControl_->setMinimumWidth(kRowWidth);
-    sourceTypeControl_->selected = [this] {
+    sourceTypeControl_->onSelect = [this] {
         actions_.sourceTypeChanged(static_cast<SourceType>(sourceTypeControl_->index()));
     };
     column.addWidget(sourceTypeControl_);
@@ -367,7 +367,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         auto* row = new QFrame;
         row->setProperty("role", "notice");
         auto* layout = new QHBoxLayout(row);
-        layout->setContentsMargins(ui::look::kNear, ui::look::kTight, ui::look::kTight, ui::look::kTight);
+        layout->setContentsMargins(ui::theme::kNear, ui::theme::kTight, ui::theme::kTight, ui::theme::kTight);
         auto* text = new QLabel(QString::fromStdString(notice.text));
         text->setObjectName("noticeLabel");
         text->setProperty("role", "second");

@@ -20,7 +20,7 @@
 #include "app/windows/status_item.h"
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 namespace {
@@ -29,7 +29,7 @@ class MainWindowTest : public testing::TestWithParam<double> {
   protected:
     // With type as large as the parameter says, in points.
     MainWindowTest() {
-        ui::look::apply(application_);
+        ui::theme::apply(application_);
         QFont font = QApplication::font();
         font.setPointSizeF(GetParam());
         QApplication::setFont(font);

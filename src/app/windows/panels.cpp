@@ -11,8 +11,8 @@
 
 #include "app/windows/camera_view.h"
 #include "platform/backends/desktop_backend.h"
-#include "ui/look.h"
 #include "ui/text_labels.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 
@@ -66,7 +66,7 @@ FloatingPanel::FloatingPanel(QSize size, const Look& look)
     // The program does not end because a panel closes.
     setAttribute(Qt::WA_QuitOnClose, false);
     setFixedSize(size);
-    setStyleSheet(ui::look::styleSheet(font()));
+    setStyleSheet(ui::theme::styleSheet(font()));
 }
 
 void FloatingPanel::orderFront() {

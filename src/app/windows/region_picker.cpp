@@ -12,7 +12,7 @@
 #include "base/formatted.h"
 #include "base/log.h"
 #include "platform/backends/desktop_backend.h"
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::app {
 
@@ -88,7 +88,7 @@ void PickerView::paintEvent(QPaintEvent*) {
     }
     painter.setRenderHint(QPainter::Antialiasing);
     if (hole) {
-        painter.setPen(QPen(ui::look::kAccent, kLineWidth));
+        painter.setPen(QPen(ui::theme::kAccent, kLineWidth));
         painter.setBrush(Qt::NoBrush);
         painter.drawRect(qRect(*hole));
     }

@@ -7,7 +7,7 @@
 #include <cmath>
 #include <utility>
 
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::editor {
 
@@ -68,11 +68,11 @@ void MaskDrawView::paintEvent(QPaintEvent*) {
     painter.fillRect(rect(), QColor::fromRgbF(0, 0, 0, 0.12F));
     if (!currentRect_) return;
     const QRectF drawn(currentRect_->x, currentRect_->y, currentRect_->width, currentRect_->height);
-    QColor fill = ui::look::kAccent;
+    QColor fill = ui::theme::kAccent;
     fill.setAlphaF(0.22F);
     painter.fillRect(drawn, fill);
     constexpr double kLine = 2;
-    QPen pen(ui::look::kAccent, kLine, Qt::CustomDashLine, Qt::FlatCap);
+    QPen pen(ui::theme::kAccent, kLine, Qt::CustomDashLine, Qt::FlatCap);
     // A pen counts its pattern in its own width.
     pen.setDashPattern({6 / kLine, 4 / kLine});
     painter.setPen(pen);

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::editor {
 
@@ -53,7 +53,7 @@ void PreviewView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ui::look::kStage);
+    painter.setBrush(ui::theme::kStage);
     painter.drawRoundedRect(rect(), kStageRadius, kStageRadius);
     painter.setRenderHint(QPainter::Antialiasing, false);
     const Rect shown = shownRect();
@@ -79,7 +79,7 @@ void PreviewView::tellSize() {
     const PixelSize size = pixelSize();
     if (size == toldSize_ || size.width < 1 || size.height < 1) return;
     toldSize_ = size;
-    if (resized) resized(size);
+    if (onResize) onResize(size);
 }
 
 }  // namespace lumivastor::editor

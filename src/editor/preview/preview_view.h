@@ -28,7 +28,7 @@ class PreviewView final : public QWidget {
     Rect shownRect() const;
 
     /// `pixelSize` is another: the player is to paint for that.
-    std::function<void(PixelSize)> resized;
+    std::function<void(PixelSize size)> onResize;
 
     QSize minimumSizeHint() const override { return {320, 180}; }
 

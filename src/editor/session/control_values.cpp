@@ -2,89 +2,89 @@
 #include "editor/session/control_values.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <cstddef>
 #include <numeric>
 
 namespace lumivastor::editor {
 
 namespace {
 
-constexpr std::array<std::int64_t, kExportResolutionTitles.size()> kExportHeights = {1080, 1440, 2160};
+// How each kind of control reads its fields, and how it sets them.
 
-template <typename Values, typename Value>
-int indexOf(const Values& values, const Value& value) {
-    const auto found = std::find(values.begin(), values.end(), value);
-    return found == values.end() ? -1 : static_cast<int>(found - values.begin());
-}
+struct Reader {
+    const model::ProjectSettings& settings;
+    const std::vector<model::ZoomSpec>& zooms;
+    int selectedZoom;
 
-// The value at a control's index; without a valid one it stays as it is.
-template <typename Values, typename Value>
-Value at(const Values& values, int index, Value otherwise) {
-    return index >= 0 && index < static_cast<int>(values.size()) ? values[static_cast<std::size_t>(index)] : otherwise;
-}
+    ControlValue operator()(const SliderControl& control) const { return settings.*control.field; }
+    ControlValue operator()(const ZoomControl&) const {
+        const bool isSelected = selectedZoom >= 0 && selectedZoom < static_cast<int>(zooms.size());
+        return isSelected ? zooms[static_cast<std::size_t>(selectedZoom)].scale : settings.zoomScale;
+    }
+    ControlValue operator()(const ColourControl& control) const {
+        return ColourValue{settings.*control.red, settings.*control.green, settings.*control.blue};
+    }
+    ControlValue operator()(const SwitchControl& control) const { return settings.*control.field; }
+    ControlValue operator()(const SegmentControl& control) const { return index(control.choices); }
+    ControlValue operator()(const MenuControl& control) const { return index(control.choices); }
+
+    int index(const Choices& choices) const {
+        const auto found =
+            std::find_if(choices.list.begin(), choices.list.end(),
+                         [value = choices.field.get(settings)](const Choice& each) { return each.value == value; });
+        return found == choices.list.end() ? -1 : static_cast<int>(found - choices.list.begin());
+    }
+};
+
+struct Setter {
+    const ControlValue& value;
+    model::ProjectSettings& settings;
+    int selectedZoom;
+
+    void operator()(const SliderControl& control) const { settings.*control.field = std::get<double>(value); }
+    void operator()(const ZoomControl&) const {
+        settings.zoomScale = std::get<double>(value);
+        if (!settings.zooms) return;
+        const int index = indexInList(*settings.zooms, selectedZoom);
+        if (index >= 0) (*settings.zooms)[static_cast<std::size_t>(index)].scale = settings.zoomScale;
+    }
+    void operator()(const ColourControl& control) const {
+        const auto& colour = std::get<ColourValue>(value);
+        settings.*control.red = colour.red;
+        settings.*control.green = colour.green;
+        settings.*control.blue = colour.blue;
+    }
+    void operator()(const SwitchControl& control) const { settings.*control.field = std::get<bool>(value); }
+    void operator()(const SegmentControl& control) const { choose(control.choices); }
+    void operator()(const MenuControl& control) const { choose(control.choices); }
+
+    void choose(const Choices& choices) const {
+        const int selected = std::get<int>(value);
+        const int index = choices.keepsOthers ? selected : std::max(selected, 0);
+        if (index < 0 || index >= static_cast<int>(choices.list.size())) return;
+        choices.field.set(settings, choices.list[static_cast<std::size_t>(index)].value);
+    }
+};
 
 }  // namespace
 
 ControlValues controlValues(const model::ProjectSettings& settings, const std::vector<model::ZoomSpec>& zooms,
                             int selectedZoom) {
-    const bool isSelected = selectedZoom >= 0 && selectedZoom < static_cast<int>(zooms.size());
     ControlValues values;
-    values.zoom = isSelected ? zooms[static_cast<std::size_t>(selectedZoom)].scale : settings.zoomScale;
-    values.tempo = indexOf(model::kAllTempos, settings.tempo);
-    values.smoothing = settings.smoothing;
-    values.cursor = settings.cursorScale;
-    values.padding = settings.padding;
-    values.corner = settings.cornerRadius;
-    values.red = settings.backgroundRed;
-    values.green = settings.backgroundGreen;
-    values.blue = settings.backgroundBlue;
-    values.systemVolume = settings.systemVolume;
-    values.micVolume = settings.micVolume;
-    values.exportResolution = indexOf(kExportHeights, settings.exportHeight);
-    values.exportFormat = indexOf(model::kAllExportFormats, settings.exportFormat);
-    values.webcam = settings.webcamEnabled;
-    values.webcamSize = settings.webcamSize;
-    const bool isCorner =
-        settings.webcamCorner >= 0 && settings.webcamCorner < static_cast<std::int64_t>(kWebcamCornerTitles.size());
-    values.webcamCorner = isCorner ? static_cast<int>(settings.webcamCorner) : -1;
-    values.webcamZoom = settings.webcamZoom;
-    values.cropTop = settings.cropTop;
-    values.cropBottom = settings.cropBottom;
-    values.cropLeft = settings.cropLeft;
-    values.cropRight = settings.cropRight;
+    for (const Control& control : controlTable()) {
+        values.all.push_back(std::visit(Reader{settings, zooms, selectedZoom}, control.kind));
+    }
     return values;
 }
 
 model::ProjectSettings settingsFrom(const ControlValues& values, const model::ProjectSettings& before, int selectedZoom,
                                     bool hasWebcam) {
     model::ProjectSettings settings = before;
-    settings.zoomScale = values.zoom;
-    if (settings.zooms) {
-        const int index = indexInList(*settings.zooms, selectedZoom);
-        if (index >= 0) (*settings.zooms)[static_cast<std::size_t>(index)].scale = values.zoom;
+    const std::span<const Control> table = controlTable();
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (table[i].needsWebcam && !hasWebcam) continue;
+        std::visit(Setter{values.all[i], settings, selectedZoom}, table[i].kind);
     }
-    settings.tempo = at(model::kAllTempos, values.tempo, before.tempo);
-    settings.smoothing = values.smoothing;
-    settings.cursorScale = values.cursor;
-    settings.padding = values.padding;
-    settings.cornerRadius = values.corner;
-    settings.backgroundRed = values.red;
-    settings.backgroundGreen = values.green;
-    settings.backgroundBlue = values.blue;
-    settings.systemVolume = values.systemVolume;
-    settings.micVolume = values.micVolume;
-    settings.exportHeight = at(kExportHeights, std::max(values.exportResolution, 0), before.exportHeight);
-    settings.exportFormat = at(model::kAllExportFormats, values.exportFormat, before.exportFormat);
-    if (hasWebcam) {
-        settings.webcamEnabled = values.webcam;
-        settings.webcamSize = values.webcamSize;
-        settings.webcamCorner = values.webcamCorner >= 0 ? values.webcamCorner : before.webcamCorner;
-        settings.webcamZoom = values.webcamZoom;
-    }
-    settings.cropTop = values.cropTop;
-    settings.cropBottom = values.cropBottom;
-    settings.cropLeft = values.cropLeft;
-    settings.cropRight = values.cropRight;
     return settings;
 }
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
+#include <string_view>
 
 namespace lumivastor::editor {
 namespace {
@@ -49,30 +51,30 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
         std::function<void(model::ProjectSettings&)> change;
     };
     const std::vector<Case> cases = {
-        {[](auto& v) { v.zoom = 3; }, [](auto& s) { s.zoomScale = 3; }},
-        {[](auto& v) { v.tempo = 0; }, [](auto& s) { s.tempo = model::Tempo::schnell; }},
-        {[](auto& v) { v.tempo = 2; }, [](auto& s) { s.tempo = model::Tempo::ruhig; }},
-        {[](auto& v) { v.smoothing = 0.5; }, [](auto& s) { s.smoothing = 0.5; }},
-        {[](auto& v) { v.cursor = 2.6; }, [](auto& s) { s.cursorScale = 2.6; }},
-        {[](auto& v) { v.padding = 0.14; }, [](auto& s) { s.padding = 0.14; }},
-        {[](auto& v) { v.corner = 48; }, [](auto& s) { s.cornerRadius = 48; }},
-        {[](auto& v) { v.red = 1; }, [](auto& s) { s.backgroundRed = 1; }},
-        {[](auto& v) { v.green = 1; }, [](auto& s) { s.backgroundGreen = 1; }},
-        {[](auto& v) { v.blue = 1; }, [](auto& s) { s.backgroundBlue = 1; }},
-        {[](auto& v) { v.systemVolume = 2; }, [](auto& s) { s.systemVolume = 2; }},
-        {[](auto& v) { v.micVolume = 0; }, [](auto& s) { s.micVolume = 0; }},
-        {[](auto& v) { v.exportResolution = 0; }, [](auto& s) { s.exportHeight = 1080; }},
-        {[](auto& v) { v.exportResolution = -1; }, [](auto& s) { s.exportHeight = 1080; }},
-        {[](auto& v) { v.exportResolution = 2; }, [](auto& s) { s.exportHeight = 2160; }},
-        {[](auto& v) { v.exportFormat = 1; }, [](auto& s) { s.exportFormat = model::ExportFormat::mov; }},
-        {[](auto& v) { v.webcam = false; }, [](auto& s) { s.webcamEnabled = false; }},
-        {[](auto& v) { v.webcamSize = 0.45; }, [](auto& s) { s.webcamSize = 0.45; }},
-        {[](auto& v) { v.webcamCorner = 2; }, [](auto& s) { s.webcamCorner = 2; }},
-        {[](auto& v) { v.webcamZoom = 2.2; }, [](auto& s) { s.webcamZoom = 2.2; }},
-        {[](auto& v) { v.cropTop = 0.4; }, [](auto& s) { s.cropTop = 0.4; }},
-        {[](auto& v) { v.cropBottom = 0.4; }, [](auto& s) { s.cropBottom = 0.4; }},
-        {[](auto& v) { v.cropLeft = 0.4; }, [](auto& s) { s.cropLeft = 0.4; }},
-        {[](auto& v) { v.cropRight = 0.4; }, [](auto& s) { s.cropRight = 0.4; }},
+        {[](auto& v) { v["zoomSlider"] = 3.0; }, [](auto& s) { s.zoomScale = 3; }},
+        {[](auto& v) { v["tempoControl"] = 0; }, [](auto& s) { s.tempo = model::Tempo::schnell; }},
+        {[](auto& v) { v["tempoControl"] = 2; }, [](auto& s) { s.tempo = model::Tempo::ruhig; }},
+        {[](auto& v) { v["smoothingSlider"] = 0.5; }, [](auto& s) { s.smoothing = 0.5; }},
+        {[](auto& v) { v["cursorSlider"] = 2.6; }, [](auto& s) { s.cursorScale = 2.6; }},
+        {[](auto& v) { v["paddingSlider"] = 0.14; }, [](auto& s) { s.padding = 0.14; }},
+        {[](auto& v) { v["cornerSlider"] = 48.0; }, [](auto& s) { s.cornerRadius = 48; }},
+        {[](auto& v) { std::get<ColourValue>(v["colorWell"]).red = 1; }, [](auto& s) { s.backgroundRed = 1; }},
+        {[](auto& v) { std::get<ColourValue>(v["colorWell"]).green = 1; }, [](auto& s) { s.backgroundGreen = 1; }},
+        {[](auto& v) { std::get<ColourValue>(v["colorWell"]).blue = 1; }, [](auto& s) { s.backgroundBlue = 1; }},
+        {[](auto& v) { v["systemVolumeSlider"] = 2.0; }, [](auto& s) { s.systemVolume = 2; }},
+        {[](auto& v) { v["micVolumeSlider"] = 0.0; }, [](auto& s) { s.micVolume = 0; }},
+        {[](auto& v) { v["exportResolutionControl"] = 0; }, [](auto& s) { s.exportHeight = 1080; }},
+        {[](auto& v) { v["exportResolutionControl"] = -1; }, [](auto& s) { s.exportHeight = 1080; }},
+        {[](auto& v) { v["exportResolutionControl"] = 2; }, [](auto& s) { s.exportHeight = 2160; }},
+        {[](auto& v) { v["exportFormatControl"] = 1; }, [](auto& s) { s.exportFormat = model::ExportFormat::mov; }},
+        {[](auto& v) { v["webcamCheckbox"] = false; }, [](auto& s) { s.webcamEnabled = false; }},
+        {[](auto& v) { v["webcamSizeSlider"] = 0.45; }, [](auto& s) { s.webcamSize = 0.45; }},
+        {[](auto& v) { v["webcamCornerPopup"] = 2; }, [](auto& s) { s.webcamCorner = 2; }},
+        {[](auto& v) { v["webcamZoomSlider"] = 2.2; }, [](auto& s) { s.webcamZoom = 2.2; }},
+        {[](auto& v) { v["cropTopSlider"] = 0.4; }, [](auto& s) { s.cropTop = 0.4; }},
+        {[](auto& v) { v["cropBottomSlider"] = 0.4; }, [](auto& s) { s.cropBottom = 0.4; }},
+        {[](auto& v) { v["cropLeftSlider"] = 0.4; }, [](auto& s) { s.cropLeft = 0.4; }},
+        {[](auto& v) { v["cropRightSlider"] = 0.4; }, [](auto& s) { s.cropRight = 0.4; }},
     };
     const model::ProjectSettings before;
     for (std::size_t i = 0; i < cases.size(); ++i) {
@@ -85,13 +87,37 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
     }
 }
 
+TEST(ControlValues, EveryFieldButThoseOfTheToolsHasAControl) {
+    // The tools below the preview edit these.
+    model::ProjectSettings tools;
+    tools.trimStart = unusual().trimStart;
+    tools.cuts = unusual().cuts;
+    tools.masks = unusual().masks;
+    EXPECT_EQ(settingsFrom(controlValues(unusual(), {}, -1), tools, -1, true), unusual());
+}
+
+TEST(ControlValues, NamesAreUniqueAndTheControlsOfACardFollowEachOther) {
+    std::set<std::string_view> names;
+    std::set<std::string_view> cards;
+    std::string_view card;
+    for (const Control& control : controlTable()) {
+        EXPECT_TRUE(names.insert(control.names.name).second) << control.names.name;
+        EXPECT_EQ(controlIndex(control.names.name), names.size() - 1);
+        if (control.card == card) continue;
+        card = control.card;
+        EXPECT_TRUE(cards.insert(card).second) << card;
+    }
+    EXPECT_GT(cards.size(), 5u);
+    EXPECT_TRUE(std::holds_alternative<ZoomControl>(controlTable()[controlIndex(kZoomSlider)].kind));
+}
+
 TEST(ControlValues, WithoutAWebcamItsFieldsStay) {
     const model::ProjectSettings before = unusual();
     ControlValues values = controlValues(before, {}, -1);
-    values.webcam = true;
-    values.webcamSize = 0.2;
-    values.webcamCorner = 1;
-    values.webcamZoom = 1;
+    values["webcamCheckbox"] = true;
+    values["webcamSizeSlider"] = 0.2;
+    values["webcamCornerPopup"] = 1;
+    values["webcamZoomSlider"] = 1.0;
     EXPECT_EQ(settingsFrom(values, before, -1, false), before);
 }
 
@@ -101,8 +127,8 @@ TEST(ControlValues, TheZoomSliderShowsAndSetsTheSelectedZoomOfAManualList) {
     settings.zooms = std::vector<model::ZoomSpec>{{8, 9, 2.0, {{8, 0.5, 0.5}}}, {1, 3, 1.4, {{1, 0.5, 0.5}}}};
     const std::vector<model::ZoomSpec> inForce = {settings.zooms->at(1), settings.zooms->at(0)};
     ControlValues values = controlValues(settings, inForce, 1);
-    EXPECT_EQ(values.zoom, 2.0);
-    values.zoom = 2.5;
+    EXPECT_EQ(values["zoomSlider"], ControlValue(2.0));
+    values["zoomSlider"] = 2.5;
     const model::ProjectSettings changed = settingsFrom(values, settings, 1, false);
     EXPECT_EQ(changed.zoomScale, 2.5);
     EXPECT_EQ(changed.zooms->at(0).scale, 2.5);
@@ -112,7 +138,7 @@ TEST(ControlValues, TheZoomSliderShowsAndSetsTheSelectedZoomOfAManualList) {
 TEST(ControlValues, WithAutomaticZoomsTheSliderSetsTheScaleOfAll) {
     const model::ProjectSettings settings;
     ControlValues values = controlValues(settings, {{1, 3, 1.6, {}}}, 0);
-    values.zoom = 2;
+    values["zoomSlider"] = 2.0;
     const model::ProjectSettings changed = settingsFrom(values, settings, 0, false);
     EXPECT_EQ(changed.zoomScale, 2);
     EXPECT_EQ(changed.zooms, std::nullopt);
@@ -123,9 +149,9 @@ TEST(ControlValues, WhatADocumentHoldsThatNoControlCanShowStaysUntilItsControlIs
     settings.webcamCorner = 9;
     settings.exportHeight = 720;
     const ControlValues values = controlValues(settings, {}, 4);
-    EXPECT_EQ(values.webcamCorner, -1);
-    EXPECT_EQ(values.exportResolution, -1);
-    EXPECT_EQ(values.zoom, settings.zoomScale);
+    EXPECT_EQ(values["webcamCornerPopup"], ControlValue(-1));
+    EXPECT_EQ(values["exportResolutionControl"], ControlValue(-1));
+    EXPECT_EQ(values["zoomSlider"], ControlValue(settings.zoomScale));
     const model::ProjectSettings after = settingsFrom(values, settings, 4, true);
     EXPECT_EQ(after.webcamCorner, 9);
     EXPECT_EQ(after.exportHeight, 1080);  // a selection there has to be

@@ -16,9 +16,9 @@ namespace {
 // A zoom that is added by hand.
 constexpr double kLeastScale = 1.4;
 constexpr double kZoomLength = 2.5;
-// When it is focused on, after its start: once the camera is there.
+// The focus key's time after the start: the camera has zoomed in then.
 constexpr double kFocusDelay = 0.7;
-// The moment at which a zoom is looked at, after its start; also where its cursor is looked for.
+// The time after a zoom's start at which it is looked at, and at which its cursor is looked up.
 constexpr double kLookDelay = 1.0;
 
 // Cuts are longer than this, in seconds.
@@ -38,7 +38,7 @@ EditSession::EditSession(const std::filesystem::path& folder, MainLoop& loop, Op
     : options_(std::move(options)), document_(folder), saveTimer_(loop, [this] { save(); }) {
     const PixelSize canvas = previewCanvas(document_.settings());
     composition_ = std::make_shared<edit::Composition>(folder, canvas.width, canvas.height);
-    // It reads the document itself, which another program may have replaced in between.
+    // The composition has read the document itself, and another program may have replaced it in between.
     composition_->setSettings(document_.settings());
     selectedZoom_ = composition_->state()->zoomSpecs.empty() ? -1 : 0;
 }
@@ -121,7 +121,7 @@ void EditSession::addZoom(double playhead, double sliderScale) {
     next.zooms->push_back({t, t + kZoomLength, scale, {{t + kFocusDelay, focus.x, focus.y}}});
 
     const int before = selectedZoom_;
-    // Selected by the time that is shown, before anybody is told.
+    // Selected before `changed` is called, which shows the selection.
     std::vector<model::ZoomSpec> inForce = *next.zooms;
     std::stable_sort(inForce.begin(), inForce.end(),
                      [](const model::ZoomSpec& a, const model::ZoomSpec& b) { return a.start < b.start; });
@@ -192,18 +192,18 @@ void EditSession::save() {
         const model::ProjectDocument::Before before = document_.save(settings());
         isEdited_ = false;
         if (before == model::ProjectDocument::Before::unreadable) {
-            tell("„project.json“ war nicht lesbar und liegt jetzt unverändert in „project.json.alt“.");
+            report("„project.json“ war nicht lesbar und liegt jetzt unverändert in „project.json.alt“.");
         } else if (before == model::ProjectDocument::Before::foreign) {
-            tell(
+            report(
                 "„project.json“ wurde von einem anderen Programm geändert. Dessen Fassung liegt jetzt in "
                 "„project.json.alt“.");
         }
     } catch (const RecorderError& error) {
-        tell("Speichern fehlgeschlagen: " + error.message());
+        report("Speichern fehlgeschlagen: " + error.message());
     }
 }
 
-void EditSession::tell(const std::string& sentence) {
+void EditSession::report(const std::string& sentence) {
     Log::write("Editor", sentence);
     options_.status(sentence);
 }
@@ -211,7 +211,7 @@ void EditSession::tell(const std::string& sentence) {
 void EditSession::edit(const model::ProjectSettings& next, bool coalesce) {
     const model::ProjectSettings before = settings();
     if (next == before) {
-        // A command that leaves everything as it is makes no step, but may have ended a pending cut.
+        // A command without an effect is no step, but it may have ended a pending cut.
         options_.changed();
         return;
     }

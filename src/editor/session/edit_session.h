@@ -19,15 +19,14 @@
 
 namespace lumivastor::editor {
 
-/// The editing of one recording without its window: what each command does to the settings, undo and redo, and when the
-/// settings are saved. Every command either takes effect whole, as one step of the history, or changes nothing. Times
-/// are seconds of source time. Main thread.
+/// The editing of one recording without its window: the commands, undo and redo, and saving. A command takes effect
+/// completely, as one step of the history, or changes nothing. Times are seconds of source time. Main thread.
 class EditSession {
   public:
     struct Options {
         /// Seconds of any clock that never runs backward; the host clock in the program.
         std::function<double()> clock;
-        /// Other settings, or another pending cut, are in force.
+        /// The settings, the selected zoom or the pending cut have changed.
         std::function<void()> changed;
         /// A German sentence for the user.
         std::function<void(const std::string&)> status;
@@ -37,11 +36,11 @@ class EditSession {
 
     /// Opens a recording folder; opens no movie. The loop outlives the session. Throws `RecorderError`.
     EditSession(const std::filesystem::path& folder, MainLoop& loop, Options options);
-    /// What has not been saved yet is lost; see `saveNow`.
+    /// Does not save; see `saveNow`.
     ~EditSession();
 
-    /// The composition in force, on the canvas of the export: radius, shadow and rims are canvas pixels, so that a
-    /// preview on any other canvas would look different. Another one when the export's size changes.
+    /// The composition in force, on the canvas of the export: radius, shadow and rims are in canvas pixels, so the
+    /// preview would look different on another canvas. A change of the export's size makes a new composition.
     std::shared_ptr<const edit::Composition> composition() const { return composition_; }
     model::ProjectSettings settings() const { return composition_->settings(); }
     const model::CaptureInfo& info() const { return composition_->info(); }
@@ -54,37 +53,106 @@ class EditSession {
     /// The zoom that is selected among those in force, -1 for none; kept valid when they change.
     int selectedZoom() const { return selectedZoom_; }
     void selectZoom(int index);
-    /// Where a selected zoom is looked at; none without one.
+    /// The time at which the selected zoom is looked at: one second after its start. nullopt if none is selected.
     std::optional<double> selectedZoomMoment() const;
     ControlValues controls() const;
 
-    /// Any of the controls was moved. Moves that follow each other closely are one step.
+    /// Sets the fields of all controls. Calls that follow each other closely are one step.
     void applyControls(const ControlValues& values);
 
+    // The commands of the tools. In their pictures the line is source time: `=` is in the video, `-` is not. `p` is the
+    // playhead; it counts as the start of the frame that it shows, and that frame is the one right of `p`.
+
+    /// The video starts with the frame at the playhead.
+    ///
+    ///     before  |==========p==========|
+    ///     after   |----------[==========|
+    ///
+    /// At least half a second before the end stays in the video, wherever the playhead is (`effectiveTrim`).
     void setTrimStart(double playhead);
+
+    /// The video ends before the frame at the playhead.
+    ///
+    ///     before  |==========p==========|
+    ///     after   |==========]----------|
+    ///
+    /// At the first frame it removes the end instead: an end of 0.01 s or less means the end of the recording. If the
+    /// video started later than half a second before the new end, it starts there.
     void setTrimEnd(double playhead);
+
+    /// The whole recording is in the video, except for cuts.
+    ///
+    ///     before  |----[===]-cut-[===]--|
+    ///     after   |========]-cut-[======|
     void resetTrim();
 
+    /// Sets the pending start of a cut, which replaces an earlier one. It is no step, and no setting: the video stays.
+    ///
+    ///     before  |======p==============|
+    ///     after   |======<==============|
     void markCutStart(double playhead);
+
+    /// Cuts from the pending start up to the frame at the playhead, which stays in the video.
+    ///
+    ///     before  |======<======p=======|
+    ///     after   |======]-cut--[=======|
+    ///
+    /// Without a pending start, or if the playhead is not more than 0.01 s behind it, there is only a status, and the
+    /// pending start stays. Cuts may overlap; they stay separate, sorted by their starts.
     void addCut(double playhead);
+
+    /// Removes the last cut of the list. `addCut` sorts the list, so this is the cut that starts last, not the one that
+    /// was added last.
+    ///
+    ///     before  |===]-cut-[===]-cut-[===|
+    ///     after   |===]-cut-[=============|
     void removeLastCut();
 
-    /// Adds a zoom at the playhead and selects it. `sliderScale` is what the zoom slider stands at.
+    /// Adds a zoom of 2.5 s that starts at the playhead, and selects it. Its scale is `sliderScale`, at least 1.4. It
+    /// is centred on the place that the cursor has one second after the start, or on the middle of the picture.
+    ///
+    ///     before  |----p-----------[ zoom ]----|
+    ///     after   |----[ new ]-----[ zoom ]----|
+    ///
+    /// Proposed zooms become a list made by hand. Other zooms stay as they are, also where the new one overlaps them;
+    /// it may end after the recording.
     void addZoom(double playhead, double sliderScale);
+
+    /// Removes the selected zoom (`*`) and selects the next one, or the last one if there is no next.
+    ///
+    ///     before  |---[ zoom ]---[*zoom*]---[ zoom ]---|
+    ///     after   |---[ zoom ]--------------[*zoom*]---|
+    ///
+    /// Proposed zooms become a list made by hand. Without a selected zoom nothing changes.
     void deleteSelectedZoom();
+
+    /// Discards the list made by hand; zooms are proposed from the clicks (`x`) again.
+    ///
+    ///     before  |--[ by hand ]----x-------------|
+    ///     after   |---------------[ zoom ]--------|
     void resetZoomsToAuto();
 
-    /// Pixelates the part of the picture that is seen under a canvas rectangle (pixels, origin bottom-left) at
-    /// `playhead`. False when nothing of it is.
+    /// Pixelates a part of the source picture in the whole video: the part that a canvas rectangle (pixels, origin
+    /// bottom-left) covers at `playhead`, with the zoom of that moment.
+    ///
+    ///     canvas    +-----------+    source  +-----------+
+    ///               |  +-----+  |            |           |
+    ///               |  +-----+  |    ->      |   ###     |
+    ///               +-----------+            +-----------+
+    ///
+    /// False, and no change, if the rectangle covers nothing of the picture.
     bool addMask(const Rect& canvasRect, double playhead);
+
+    /// Removes the last mask of the list, which is the one that was added last.
     void removeLastMask();
     void removeAllMasks();
 
     void undo();
     void redo();
 
-    /// Saves at once, and not once more later. A document that is there and was not edited since it was read or saved
-    /// stays as it is. What goes wrong, and what was found in the document's place, is told as a status.
+    /// Saves now instead of later. An existing document is not written if nothing was edited since it was read or
+    /// saved. Failures are reported as a status, and so is a document that another program left or that could not be
+    /// read.
     void saveNow();
 
   private:
@@ -93,7 +161,7 @@ class EditSession {
     void restore(const std::optional<model::ProjectSettings>& settings);
     void scheduleSave();
     void save();
-    void tell(const std::string& sentence);
+    void report(const std::string& sentence);
     // The settings with the zooms as a list that can be edited.
     model::ProjectSettings withManualZooms() const;
     double snapped(double playhead) const;
@@ -108,7 +176,8 @@ class EditSession {
     int selectedZoom_ = -1;
 };
 
-/// The canvas that a preview of these settings has: the export's, or the usual one where no export is possible.
+/// The canvas of the preview for these settings: that of the export, or of an export with default settings if the
+/// export's size is not possible.
 PixelSize previewCanvas(const model::ProjectSettings& settings);
 
 }  // namespace lumivastor::editor

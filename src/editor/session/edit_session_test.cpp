@@ -57,7 +57,7 @@ class EditSessionTest : public testing::Test {
     bool isSaved() const { return std::filesystem::exists(model::ProjectSettings::fileURL(folder_.path())); }
     void movePadding(double value) {
         ControlValues values = session().controls();
-        values.padding = value;
+        values["paddingSlider"] = value;
         session().applyControls(values);
     }
 
@@ -346,7 +346,7 @@ TEST_F(EditSessionTest, AZoomAddedToAutomaticOnesMakesAManualListOfAllOfThem) {
     EXPECT_EQ(labels::zoomMode(session().hasManualZooms()), "von Hand bearbeitet");
     // It is the first one in time, and selected.
     EXPECT_EQ(session().selectedZoom(), 0);
-    EXPECT_EQ(session().controls().zoom, 2.2);
+    EXPECT_EQ(session().controls()["zoomSlider"], ControlValue(2.2));
     EXPECT_EQ(session().selectedZoomMoment(), 2);
     EXPECT_EQ(session().history().undoSteps(), 1u);
 }
@@ -354,7 +354,7 @@ TEST_F(EditSessionTest, AZoomAddedToAutomaticOnesMakesAManualListOfAllOfThem) {
 TEST_F(EditSessionTest, AZoomAddedWithTheSliderAtTheBottomIsVisible) {
     session().addZoom(1, 1.0);
     EXPECT_EQ(session().settings().zooms->back().scale, 1.4);
-    EXPECT_EQ(session().controls().zoom, 1.4);
+    EXPECT_EQ(session().controls()["zoomSlider"], ControlValue(1.4));
 }
 
 TEST_F(EditSessionTest, AZoomWithoutAPointerLooksAtTheMiddle) {
@@ -386,8 +386,8 @@ TEST_F(EditSessionTest, TheZoomSliderOnlyTouchesTheSelectedZoomOfAList) {
     session().selectZoom(2);
     const double others = session().settings().zooms->at(0).scale;
     ControlValues values = session().controls();
-    EXPECT_EQ(values.zoom, 1.6);
-    values.zoom = 2.7;
+    EXPECT_EQ(values["zoomSlider"], ControlValue(1.6));
+    values["zoomSlider"] = 2.7;
     session().applyControls(values);
     const std::vector<model::ZoomSpec> inForce = session().composition()->zoomSpecs();
     EXPECT_EQ(inForce[0].scale, 2);
@@ -427,7 +427,7 @@ TEST_F(EditSessionTest, AMaskBesideThePictureIsNone) {
 TEST_F(EditSessionTest, ThePreviewHasTheCanvasOfTheExport) {
     EXPECT_EQ(session().composition()->canvasWidth(), 2560);
     ControlValues values = session().controls();
-    values.exportResolution = 2;
+    values["exportResolutionControl"] = 2;
     session().applyControls(values);
     EXPECT_EQ(session().composition()->canvasWidth(), 3840);
     EXPECT_EQ(session().settings().exportHeight, 2160);

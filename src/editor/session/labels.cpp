@@ -93,7 +93,8 @@ std::string rendering(int width, int height) {
 }
 
 std::string rendering(int width, int height, const std::optional<double>& remaining) {
-    return rendering(width, height) + (remaining ? " " + remainingTime(*remaining) : "");
+    const std::string text = rendering(width, height);
+    return remaining ? text + " " + remainingTime(*remaining) : text;
 }
 
 std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName) {

@@ -6,7 +6,7 @@
 #include <QPainterPath>
 #include <utility>
 
-#include "ui/look.h"
+#include "ui/theme.h"
 
 namespace lumivastor::editor {
 
@@ -76,36 +76,36 @@ void TimelineStrip::paintEvent(QPaintEvent*) {
     painter.save();
     painter.setClipPath(track);
     // What is left out: dark, with slanted lines.
-    painter.fillPath(track, ui::look::kColumn);
-    painter.setPen(QPen(ui::look::kControl, 1));
+    painter.fillPath(track, ui::theme::kColumn);
+    painter.setPen(QPen(ui::theme::kControl, 1));
     constexpr double kHatch = 7;
     for (double x = layout_.whole.left - kTrackHeight; x < layout_.whole.right; x += kHatch) {
         painter.drawLine(QPointF(x, kTrackTop + kTrackHeight), QPointF(x + kTrackHeight, kTrackTop));
     }
     painter.setPen(Qt::NoPen);
     for (const auto& span : layout_.kept) {
-        painter.fillRect(rectangle(span, kTrackTop, kTrackHeight), ui::look::kControlHover);
+        painter.fillRect(rectangle(span, kTrackTop, kTrackHeight), ui::theme::kControlHover);
     }
     for (std::size_t i = 0; i < layout_.zooms.size(); ++i) {
         const bool selected = static_cast<int>(i) == selectedZoom_;
-        QColor colour = ui::look::kAccent;
+        QColor colour = ui::theme::kAccent;
         if (!selected) colour.setAlphaF(0.55F);
         painter.setBrush(colour);
         // A hair apart, so that neighbours stay two.
         const QRectF zoom = rectangle(layout_.zooms[i], kZoomTop, kZoomHeight).adjusted(0.5, 0, -0.5, 0);
         painter.drawRoundedRect(zoom, 3, 3);
     }
-    painter.setBrush(ui::look::kSecondText);
+    painter.setBrush(ui::theme::kSecondText);
     for (const double x : layout_.clicks) painter.drawEllipse(QPointF(x, kClickMiddle), kClickRadius, kClickRadius);
     if (layout_.pendingCut) {
-        QColor colour = ui::look::kText;
+        QColor colour = ui::theme::kText;
         colour.setAlphaF(0.22F);
         painter.fillRect(rectangle(*layout_.pendingCut, kTrackTop, kTrackHeight), colour);
-        painter.fillRect(QRectF(layout_.pendingCut->left, kTrackTop, 1.5, kTrackHeight), ui::look::kText);
+        painter.fillRect(QRectF(layout_.pendingCut->left, kTrackTop, 1.5, kTrackHeight), ui::theme::kText);
     }
     painter.restore();
 
-    painter.setBrush(ui::look::kText);
+    painter.setBrush(ui::theme::kText);
     painter.drawRoundedRect(QRectF(layout_.playhead - 1, 0, 2, kHeight), 1, 1);
 }
 
@@ -123,7 +123,7 @@ void TimelineStrip::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void TimelineStrip::scrub(double x) {
-    if (scrubbed) scrubbed(timelineSecondsAt(x, duration_, width(), margin_));
+    if (onScrub) onScrub(timelineSecondsAt(x, duration_, width(), margin_));
 }
 
 }  // namespace lumivastor::editor

@@ -22,7 +22,7 @@ class TimelineStrip final : public QWidget {
     void setPlayhead(double seconds);
 
     /// The user goes to a time.
-    std::function<void(double seconds)> scrubbed;
+    std::function<void(double seconds)> onScrub;
 
     const TimelineStripLayout& layoutShown() const { return layout_; }
     QSize sizeHint() const override;

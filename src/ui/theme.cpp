@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ui/look.h"
+#include "ui/theme.h"
 
 #include <QApplication>
 #include <QFile>
@@ -15,7 +15,7 @@ static void initResources() {
     Q_INIT_RESOURCE(ui);
 }
 
-namespace lumivastor::ui::look {
+namespace lumivastor::ui::theme {
 
 namespace {
 
@@ -124,4 +124,4 @@ void spaceCapitals(QWidget& label) {
     label.setFont(font);
 }
 
-}  // namespace lumivastor::ui::look
+}  // namespace lumivastor::ui::theme

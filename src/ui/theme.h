@@ -8,10 +8,10 @@
 class QApplication;
 class QWidget;
 
-// What the windows look like: one set of colours, one scale of type and spacing. The style sheet (editor.qss) and what
-// widgets paint themselves take them from here.
+// The theme of all windows: one set of colours, one scale of type and spacing. The style sheet (theme.qss) and the
+// widgets that paint themselves take them from here.
 
-namespace lumivastor::ui::look {
+namespace lumivastor::ui::theme {
 
 inline constexpr QColor kAccent = QColor(0xFF, 0x6B, 0x1A);  // (1.0, 0.42, 0.10)
 inline constexpr QColor kWindow = QColor(0x15, 0x16, 0x19);
@@ -56,4 +56,4 @@ int smallTextWidth(const QString& text);
 /// Spaces the letters of a heading in capitals.
 void spaceCapitals(QWidget& label);
 
-}  // namespace lumivastor::ui::look
+}  // namespace lumivastor::ui::theme
