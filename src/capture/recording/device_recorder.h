@@ -17,7 +17,7 @@
 #include "capture/capture_services.h"
 #include "capture/journal/journal.h"
 #include "capture/recording/fitted_picture.h"
-#include "capture/recording/owner_reports.h"
+#include "capture/recording/recorder_notifier.h"
 #include "capture/recording/start_watch.h"
 #include "capture/recording/webcam_recorder.h"
 #include "capture/recording_progress.h"
@@ -105,8 +105,8 @@ class DeviceRecorder {
     void stopSessions();
     void watch();
 
-    void onPicture(const platform::DeviceSample& sample);
-    void onSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
+    void handlePicture(const platform::DeviceSample& sample);
+    void handleSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
     bool makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
     void makeWriter(platform::PictureSize size);
     bool hasWriter() const;
@@ -123,7 +123,7 @@ class DeviceRecorder {
     const platform::CaptureDevice device_;
     const Options options_;
     const std::filesystem::path folder_;
-    OwnerReports reports_{services_.mainLoop, "Device", onStreamError, onNotice};
+    RecorderNotifier notifier_{services_.mainLoop, "Device", onStreamError, onNotice};
     StartWatch startWatch_{services_.mainLoop, onSlowStep};
 
     mutable std::mutex lock_;

@@ -15,8 +15,8 @@
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
 #include "capture/journal/journal.h"
-#include "capture/recording/owner_reports.h"
 #include "capture/recording/pointer_recorder.h"
+#include "capture/recording/recorder_notifier.h"
 #include "capture/recording/start_watch.h"
 #include "capture/recording/waiting_picture.h"
 #include "capture/recording/webcam_recorder.h"
@@ -99,14 +99,14 @@ class Recorder {
     void makeStream();
     void watch();
 
-    void onScreen(const platform::ScreenSample& sample);
-    void onSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound);
+    void handleScreen(const platform::ScreenSample& sample);
+    void handleSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound);
     bool beginSessionIfNeeded(const MediaTime& time);
     void appendWaiting(const MediaTime& now);
     void appendRest();
     void append(const WaitingPicture::Picture& picture);
     void countLost(std::int64_t pictures);
-    void onDisplayOrigin(double hostSeconds, Point pixels);
+    void handleDisplayOrigin(double hostSeconds, Point pixels);
     /// Runs a step of the work on samples; what it throws ends the recording with an error for the owner.
     void guarded(const std::function<void()>& step);
 
@@ -120,7 +120,7 @@ class Recorder {
     const CaptureServices services_;
     const Options options_;
     const std::filesystem::path folder_;
-    OwnerReports reports_{services_.mainLoop, "Capture", onStreamError, onNotice};
+    RecorderNotifier notifier_{services_.mainLoop, "Capture", onStreamError, onNotice};
     StartWatch startWatch_{services_.mainLoop, onSlowStep};
 
     mutable std::mutex lock_;

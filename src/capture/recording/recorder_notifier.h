@@ -14,18 +14,18 @@ namespace lumivastor::capture {
 
 /// Brings what happens to a recording to whoever made its recorder, on the main thread, and only as long as this object
 /// lives. Its functions may be called on any thread.
-class OwnerReports {
+class RecorderNotifier {
   public:
     using ErrorCallback = std::function<void(const RecorderError&)>;
     using NoticeCallback = std::function<void(const std::string&)>;
 
     /// `category` is that of notices in the log. The callbacks are the owner's to set and to change, on the main
     /// thread; they may destroy what holds them and this object.
-    OwnerReports(MainLoop& mainLoop, const char* category, const ErrorCallback& onError,
-                 const NoticeCallback& onNotice);
-    ~OwnerReports() { silence(); }
-    OwnerReports(const OwnerReports&) = delete;
-    OwnerReports& operator=(const OwnerReports&) = delete;
+    RecorderNotifier(MainLoop& mainLoop, const char* category, const ErrorCallback& onError,
+                     const NoticeCallback& onNotice);
+    ~RecorderNotifier() { silence(); }
+    RecorderNotifier(const RecorderNotifier&) = delete;
+    RecorderNotifier& operator=(const RecorderNotifier&) = delete;
 
     /// Tells that the recording cannot go on; the first time only, and not once it is being stopped.
     void giveUp(const RecorderError& reason);
@@ -38,7 +38,7 @@ class OwnerReports {
     void silence() { lifetime_.end(); }
 
     /// Runs work there, unless this object is gone or silenced by then.
-    void onMain(std::function<void()> work);
+    void postToMain(std::function<void()> work);
 
   private:
     MainLoop& mainLoop_;

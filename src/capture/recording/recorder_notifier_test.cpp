@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "capture/recording/owner_reports.h"
+#include "capture/recording/recorder_notifier.h"
 
 #include <gtest/gtest.h>
 
@@ -13,58 +13,58 @@ namespace lumivastor::capture {
 namespace {
 
 struct Owner {
-    explicit Owner(MainLoop& mainLoop) : reports(mainLoop, "Test", onError, onNotice) {
+    explicit Owner(MainLoop& mainLoop) : notifier(mainLoop, "Test", onError, onNotice) {
         onError = [this](const RecorderError& reason) { told.push_back(reason.message()); };
         onNotice = [this](const std::string& sentence) { told.push_back(sentence); };
     }
     std::vector<std::string> told;
-    OwnerReports::ErrorCallback onError;
-    OwnerReports::NoticeCallback onNotice;
-    OwnerReports reports;
+    RecorderNotifier::ErrorCallback onError;
+    RecorderNotifier::NoticeCallback onNotice;
+    RecorderNotifier notifier;
 };
 
-TEST(OwnerReports, ArriveOnTheMainThreadInOrder) {
+TEST(RecorderNotifier, ArriveOnTheMainThreadInOrder) {
     ManualMainLoop loop;
     Owner owner(loop);
-    owner.reports.notice("Ohne Kamera.");
-    owner.reports.giveUp(RecorderError("Das Fenster ist zu."));
+    owner.notifier.notice("Ohne Kamera.");
+    owner.notifier.giveUp(RecorderError("Das Fenster ist zu."));
     EXPECT_TRUE(owner.told.empty());
     loop.runPending();
     EXPECT_EQ(owner.told, (std::vector<std::string>{"Ohne Kamera.", "Das Fenster ist zu."}));
 }
 
-TEST(OwnerReports, GivingUpIsToldOnce) {
+TEST(RecorderNotifier, GivingUpIsToldOnce) {
     ManualMainLoop loop;
     Owner owner(loop);
-    owner.reports.giveUp(RecorderError("erstens"));
-    owner.reports.giveUp(RecorderError("zweitens"));
+    owner.notifier.giveUp(RecorderError("erstens"));
+    owner.notifier.giveUp(RecorderError("zweitens"));
     loop.runPending();
     EXPECT_EQ(owner.told, std::vector<std::string>{"erstens"});
 }
 
-TEST(OwnerReports, OnceItIsBeingStoppedOnlyNoticesAreNews) {
+TEST(RecorderNotifier, OnceItIsBeingStoppedOnlyNoticesAreNews) {
     ManualMainLoop loop;
     Owner owner(loop);
-    owner.reports.giveUp(RecorderError("zu spät"));
-    owner.reports.setStopped();
-    owner.reports.notice("Was bis dahin aufgenommen wurde, ist gesichert.");
+    owner.notifier.giveUp(RecorderError("zu spät"));
+    owner.notifier.setStopped();
+    owner.notifier.notice("Was bis dahin aufgenommen wurde, ist gesichert.");
     loop.runPending();
     EXPECT_EQ(owner.told, std::vector<std::string>{"Was bis dahin aufgenommen wurde, ist gesichert."});
 }
 
-TEST(OwnerReports, NothingIsToldBehindTheEnd) {
+TEST(RecorderNotifier, NothingIsToldBehindTheEnd) {
     ManualMainLoop loop;
     std::vector<std::string> told;
-    OwnerReports::ErrorCallback onError;
-    OwnerReports::NoticeCallback onNotice = [&](const std::string& sentence) { told.push_back(sentence); };
-    auto reports = std::make_unique<OwnerReports>(loop, "Test", onError, onNotice);
-    reports->notice("zu spät");
-    reports.reset();
+    RecorderNotifier::ErrorCallback onError;
+    RecorderNotifier::NoticeCallback onNotice = [&](const std::string& sentence) { told.push_back(sentence); };
+    auto notifier = std::make_unique<RecorderNotifier>(loop, "Test", onError, onNotice);
+    notifier->notice("zu spät");
+    notifier.reset();
     loop.runPending();
     EXPECT_TRUE(told.empty());
 }
 
-TEST(OwnerReports, ACallbackMayDestroyWhatHoldsIt) {
+TEST(RecorderNotifier, ACallbackMayDestroyWhatHoldsIt) {
     ManualMainLoop loop;
     auto owner = std::make_unique<Owner>(loop);
     bool isTold = false;
@@ -72,7 +72,7 @@ TEST(OwnerReports, ACallbackMayDestroyWhatHoldsIt) {
         owner.reset();
         isTold = true;
     };
-    owner->reports.giveUp(RecorderError("Ende"));
+    owner->notifier.giveUp(RecorderError("Ende"));
     loop.runPending();
     EXPECT_TRUE(isTold);
     EXPECT_EQ(owner, nullptr);
