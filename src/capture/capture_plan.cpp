@@ -2,25 +2,14 @@
 #include "capture/capture_plan.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <utility>
 
 #include "base/recorder_error.h"
-#include "base/saturated.h"
-#include "imaging/picture_limits.h"
 
 namespace lumivastor::capture {
 
 namespace {
-
-// Keeps a desktop's text sharp; see `VideoSettings::constantQuality`.
-constexpr int kQuality = 20;
-// In motion key pictures come every two seconds by count. At rest there is a picture a second, and the ten of them that
-// a seek then decodes cost next to nothing; more key pictures would have to be coarser ones.
-constexpr double kKeySecondsAtRest = 10;
-constexpr double kBitsPerPixel = 0.08;
 
 model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, platform::PictureSize size,
                            const platform::ShareableContent& desktop, const Rect& otherwise) {
@@ -117,92 +106,6 @@ std::optional<std::string> windowTitleForInfo(const platform::Window& window) {
     if (application.empty() && title.empty()) return std::nullopt;
     if (application.empty()) return title;
     return title.empty() ? application : application + " – " + title;
-}
-
-std::int64_t averageBitRate(int width, int height, int fps) {
-    return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
-}
-
-media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps) {
-    return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
-}
-
-std::int64_t deviceBitRate(int width, int height) {
-    return std::max<std::int64_t>(averageBitRate(width, height, 60), 8'000'000);
-}
-
-bool canAddVideo(const media::VideoSettings& settings) {
-    constexpr int kLeast = 2;
-    return settings.width >= kLeast && settings.height >= kLeast &&
-           imaging::isDecodablePictureSize(settings.width, settings.height);
-}
-
-media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate) {
-    media::VideoSettings settings;
-    settings.width = width;
-    settings.height = height;
-    settings.averageBitRate = bitRate;
-    settings.maxKeyFrameInterval = 2 * fps;
-    settings.maxKeyFrameSeconds = kKeySecondsAtRest;
-    settings.frameRate = fps;
-    settings.timescale = kLiveTimescale;
-    settings.lowLatency = true;
-    settings.constantQuality = kQuality;
-    return settings;
-}
-
-model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options) {
-    model::CaptureInfo info;
-    info.displayID = plan.displayID;
-    const Rect display = plan.windowID ? plan.initialWindowFrame.value_or(Rect{}) : plan.geometry.displayBounds;
-    info.displayX = display.x;
-    info.displayY = display.y;
-    info.displayWidth = display.width;
-    info.displayHeight = display.height;
-    const Rect& content = plan.geometry.contentRect;
-    info.contentX = content.x;
-    info.contentY = content.y;
-    info.contentWidth = content.width;
-    info.contentHeight = content.height;
-    info.pointPixelScale = plan.geometry.pointPixelScale;
-    info.pixelWidth = plan.width();
-    info.pixelHeight = plan.height();
-    info.fps = options.fps;
-    info.systemAudio = options.systemAudio;
-    info.microphone = options.microphone;
-    info.sourceKind = plan.sourceKind;
-    info.windowTitle = plan.windowTitle;
-    return info;
-}
-
-model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
-                                     bool microphone) {
-    model::CaptureInfo info;
-    info.displayWidth = info.contentWidth = size.width;
-    info.displayHeight = info.contentHeight = size.height;
-    info.pixelWidth = size.width;
-    info.pixelHeight = size.height;
-    info.fps = 60;
-    info.systemAudio = deviceAudio;
-    info.microphone = microphone;
-    info.sourceKind = "device";
-    info.windowTitle = deviceName;
-    return info;
-}
-
-model::Geometry deviceGeometry(platform::PictureSize size) {
-    model::Geometry geometry;
-    geometry.pixelSize = {static_cast<double>(size.width), static_cast<double>(size.height)};
-    geometry.displayBounds = geometry.contentRect = {0, 0, geometry.pixelSize.width, geometry.pixelSize.height};
-    return geometry;
-}
-
-std::string decimalText(double number) {
-    std::array<char, 32> text{};
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
-    std::string shortest(text.data(), end);
-    if (error == std::errc() && shortest.find_first_not_of("-0123456789") == std::string::npos) shortest += ".0";
-    return shortest;
 }
 
 }  // namespace lumivastor::capture

@@ -11,6 +11,8 @@
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/journal/recording_documents.h"
+#include "capture/live_video.h"
+#include "capture/planned_info.h"
 #include "capture/recording/recovered_movie.h"
 #include "capture/recording/sound_samples.h"
 #include "capture/recordings_root.h"

@@ -22,6 +22,7 @@
 #include "capture/recording/webcam_recorder.h"
 #include "capture/recording_progress.h"
 #include "media/writing/asset_writer.h"
+#include "model/capture_info.h"
 
 namespace lumivastor::capture {
 

@@ -8,7 +8,7 @@
 #include "base/formatted.h"
 #include "base/handled_error.h"
 #include "base/log.h"
-#include "capture/capture_plan.h"
+#include "capture/live_video.h"
 #include "capture/recording/recovered_movie.h"
 #include "capture/recording_progress.h"
 
