@@ -78,7 +78,7 @@ void DeviceRecorder::start() {
     begin();
 }
 
-void DeviceRecorder::start(std::function<void(std::optional<RecorderError>)> completion) {
+void DeviceRecorder::start(StartCompletion completion) {
     startWatch_.begin();
     workQueue_.async([this, completion = std::move(completion)]() mutable {
         std::optional<RecorderError> error;
@@ -348,7 +348,7 @@ DeviceRecorder::Stats DeviceRecorder::snapshot() const {
 
 // Stopping
 
-void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
+void DeviceRecorder::stop(StopCompletion completion) {
     if (std::exchange(stopped_, true)) return;
     notifier_.setStopped();
     watchTimer_.reset();

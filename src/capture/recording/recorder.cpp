@@ -398,8 +398,13 @@ void Recorder::handleSound(media::AudioWriterInput& input, int channels, const p
 }
 
 void Recorder::watch() {
-    const Stats now = snapshot();
-    journal_->append(journalLine::counts({now.framesSkippedIdle, now.framesDropped, pointer_->missingCursorPolls()}));
+    JournalCounts counts;
+    {
+        const std::lock_guard hold(lock_);
+        counts = {progress_.framesSkippedIdle, progress_.framesDropped, 0};
+    }
+    counts.missingCursorPolls = pointer_->missingCursorPolls();
+    journal_->append(journalLine::counts(counts));
     if (writer_->status() == media::AssetWriter::Status::failed) {
         notifier_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
@@ -411,7 +416,7 @@ void Recorder::watch() {
 SpaceNeed Recorder::spaceNeed() const {
     const Stats now = snapshot();
     const int soundTracks = (options_.systemAudio ? 1 : 0) + (options_.microphone ? 1 : 0);
-    return {bytesPerSecond_, finishingBytes(now.framesWritten, now.duration * soundTracks, now.pointerEvents)};
+    return {bytesPerSecond_, finishingBytes(now.framesWritten, now.duration * soundTracks, pointer_->eventCount())};
 }
 
 Recorder::Stats Recorder::snapshot() const {
@@ -423,7 +428,7 @@ Recorder::Stats Recorder::snapshot() const {
 
 // Stopping
 
-void Recorder::stop(std::function<void(const Outcome&)> completion) {
+void Recorder::stop(StopCompletion completion) {
     if (std::exchange(stopped_, true)) return;
     notifier_.setStopped();
     if (!abandoned_) pointer_->stop();
@@ -517,20 +522,20 @@ void Recorder::writeDocuments(const RecordingProgress& progress, Stats& stats) {
         const std::lock_guard hold(lock_);
         displayTrack = displayTrack_;
     }
-    stats.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack, displayTrack);
+    outcome.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack, displayTrack);
+    stats.pointerEvents = outcome.pointerEvents;
     outcome.t0Host = progress.t0Host;
     outcome.t0Media = progress.t0Media;
     outcome.duration = stats.duration;
     outcome.framesWritten = stats.framesWritten;
-    outcome.counts = {stats.framesSkippedIdle, stats.framesDropped, pointer_->missingCursorPolls()};
-    outcome.pointerEvents = stats.pointerEvents;
+    outcome.counts = {progress.framesSkippedIdle, progress.framesDropped, pointer_->missingCursorPolls()};
     saveCaptureInfo(folder_, plannedInfo(*plan_, options_), outcome);
     journal_->remove();
     Log::write(
         "Capture",
         formatted("fertig: %.1f s, %lld Bilder, %lld leer, %lld verworfen, %lld Zeigerereignisse", stats.duration,
-                  static_cast<long long>(stats.framesWritten), static_cast<long long>(stats.framesSkippedIdle),
-                  static_cast<long long>(stats.framesDropped), static_cast<long long>(stats.pointerEvents)));
+                  static_cast<long long>(stats.framesWritten), static_cast<long long>(progress.framesSkippedIdle),
+                  static_cast<long long>(progress.framesDropped), static_cast<long long>(outcome.pointerEvents)));
 }
 
 }  // namespace lumivastor::capture

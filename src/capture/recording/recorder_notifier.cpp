@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/recorder_notifier.h"
 
-#include <utility>
-
 #include "base/log.h"
 
 namespace lumivastor::capture {
 
-RecorderNotifier::RecorderNotifier(MainLoop& mainLoop, const char* category, const ErrorCallback& onError,
-                                   const NoticeCallback& onNotice)
-    : mainLoop_(mainLoop), category_(category), onError_(onError), onNotice_(onNotice) {}
+RecorderNotifier::RecorderNotifier(MainLoop& mainLoop, const char* category)
+    : mainLoop_(mainLoop), category_(category) {}
 
 void RecorderNotifier::postToMain(std::function<void()> work) {
     mainLoop_.async([alive = watch_, work = std::move(work)] {
@@ -24,18 +21,22 @@ void RecorderNotifier::giveUp(const RecorderError& reason) {
     }
     // With a text of its own: copies of an error share it, and this one goes to another thread.
     postToMain([this, reason = RecorderError(reason.message())] {
-        // A copy: the callback may destroy what holds it.
-        const auto callback = onError_;
-        if (callback && !isStopped_) callback(reason);
+        // A copy: the handler may destroy what holds it.
+        const auto handler = onError_;
+        if (handler && !isStopped_) handler(reason);
     });
 }
 
 void RecorderNotifier::notice(const std::string& sentence) {
-    Log::write(category_, sentence);
+    log(sentence);
     postToMain([this, sentence] {
-        const auto callback = onNotice_;
-        if (callback) callback(sentence);
+        const auto handler = onNotice_;
+        if (handler) handler(sentence);
     });
+}
+
+void RecorderNotifier::log(const std::string& text) {
+    Log::write(category_, text);
 }
 
 }  // namespace lumivastor::capture

@@ -13,13 +13,11 @@ namespace lumivastor::capture {
 namespace {
 
 struct Owner {
-    explicit Owner(MainLoop& mainLoop) : notifier(mainLoop, "Test", onError, onNotice) {
-        onError = [this](const RecorderError& reason) { told.push_back(reason.message()); };
-        onNotice = [this](const std::string& sentence) { told.push_back(sentence); };
+    explicit Owner(MainLoop& mainLoop) : notifier(mainLoop, "Test") {
+        notifier.onError([this](const RecorderError& reason) { told.push_back(reason.message()); });
+        notifier.onNotice([this](const std::string& sentence) { told.push_back(sentence); });
     }
     std::vector<std::string> told;
-    RecorderNotifier::ErrorCallback onError;
-    RecorderNotifier::NoticeCallback onNotice;
     RecorderNotifier notifier;
 };
 
@@ -55,9 +53,8 @@ TEST(RecorderNotifier, OnceItIsBeingStoppedOnlyNoticesAreNews) {
 TEST(RecorderNotifier, NothingIsToldBehindTheEnd) {
     ManualMainLoop loop;
     std::vector<std::string> told;
-    RecorderNotifier::ErrorCallback onError;
-    RecorderNotifier::NoticeCallback onNotice = [&](const std::string& sentence) { told.push_back(sentence); };
-    auto notifier = std::make_unique<RecorderNotifier>(loop, "Test", onError, onNotice);
+    auto notifier = std::make_unique<RecorderNotifier>(loop, "Test");
+    notifier->onNotice([&](const std::string& sentence) { told.push_back(sentence); });
     notifier->notice("zu spät");
     notifier.reset();
     loop.runPending();
@@ -68,10 +65,10 @@ TEST(RecorderNotifier, ACallbackMayDestroyWhatHoldsIt) {
     ManualMainLoop loop;
     auto owner = std::make_unique<Owner>(loop);
     bool isTold = false;
-    owner->onError = [&](const RecorderError&) {
+    owner->notifier.onError([&](const RecorderError&) {
         owner.reset();
         isTold = true;
-    };
+    });
     owner->notifier.giveUp(RecorderError("Ende"));
     loop.runPending();
     EXPECT_TRUE(isTold);

@@ -14,6 +14,7 @@
 #include "capture/journal/recording_documents.h"
 #include "capture/recording/pointer_recorder.h"
 #include "capture/recording/recovered_movie.h"
+#include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "model/recording_folder.h"
 
@@ -22,14 +23,14 @@ namespace lumivastor::capture {
 namespace {
 
 // The documents' figures, when both are there and whole.
-std::optional<Recorder::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
+std::optional<RecordingJob::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
     try {
         const model::CaptureInfo info = model::CaptureInfo::load(folder);
         // The capture document is the last one written; only after a crash is the other looked at as well.
         if (hasJournal) model::PointerTrack::load(folder);
         if (!model::fileInside(folder, "pointer.json")) return std::nullopt;
-        return Recorder::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
-                               info.framesDroppedBackpressure, info.pointerEvents};
+        return RecordingJob::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
+                                   info.framesDroppedBackpressure, info.pointerEvents};
     } catch (const RecorderError&) {
         return std::nullopt;
     }
