@@ -9,6 +9,9 @@
 #include "base/after.h"
 #include "base/log.h"
 #include "base/private_folder.h"
+#include "capture/capture_plan.h"
+#include "capture/live_video.h"
+#include "capture/recording/device_recorder.h"
 
 namespace lumivastor::app {
 

@@ -7,6 +7,7 @@
 
 #include "app/no_view.h"
 #include "capture/journal/journal_records.h"
+#include "capture/live_video.h"
 #include "model/capture_info.h"
 #include "support/app_rig.h"
 

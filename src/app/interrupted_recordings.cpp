@@ -10,6 +10,7 @@
 #include "base/formatted.h"
 #include "base/log.h"
 #include "base/unique_descriptor.h"
+#include "capture/journal/journal.h"
 #include "capture/journal/journal_records.h"
 
 namespace lumivastor::app {

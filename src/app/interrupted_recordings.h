@@ -10,6 +10,7 @@
 
 #include "app/main_window_state.h"
 #include "base/recorder_error.h"
+#include "capture/recording/recording_job.h"
 #include "capture/recovery/recovery.h"
 
 namespace lumivastor::app {
@@ -25,7 +26,7 @@ std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>
 struct CompletionReport {
     /// The folders that are complete now, and what is in the last of them.
     std::vector<std::filesystem::path> completed;
-    capture::Recorder::Stats lastStats;
+    capture::RecordingJob::Stats lastStats;
     struct Failure {
         std::filesystem::path folder;
         std::string message;

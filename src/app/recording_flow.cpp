@@ -145,35 +145,36 @@ void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted g
 
 // Countdown and start
 
-void RecordingFlow::prepare(const Subject& subject) {
+capture::RecordingRequest RecordingFlow::recordingOf(const Subject& subject) const {
     const MainWindowChoices& choices = window_.choices();
-    const auto* request = std::get_if<Request>(&subject);
+    if (const auto* device = std::get_if<platform::CaptureDevice>(&subject)) {
+        return capture::DeviceRecording{*device, {.microphone = choices.microphone, .webcam = choices.webcam}};
+    }
+    const auto& request = std::get<Request>(subject);
+    return capture::DesktopRecording{services_.desktop,
+                                     {request.source, request.excludedApplications, choices.fps(), choices.systemAudio,
+                                      choices.microphone, choices.webcam}};
+}
+
+void RecordingFlow::prepare(const Subject& subject) {
+    display_.reset();
+    deviceName_.reset();
+    if (const auto* device = std::get_if<platform::CaptureDevice>(&subject)) {
+        deviceName_ = device->name;
+    } else {
+        display_ = std::get<Request>(subject).display;
+    }
     folder_.clear();
     try {
         folder_ = capture::makeRecordingFolder(services_.root, services_.wallClock());
     } catch (const RecorderError& error) {
-        startFailed(request != nullptr ? "Capture" : "Device", error.message());
+        startFailed(error.message());
         return;
     }
-    if (request != nullptr) {
-        display_ = request->display;
-        recorder_ = std::make_unique<capture::Recorder>(
-            services_,
-            capture::CaptureOptions{request->source, request->excludedApplications, choices.fps(), choices.systemAudio,
-                                    choices.microphone, choices.webcam},
-            folder_);
-        recorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
-        recorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
-        recorder_->onSlowStep = [this](const std::string& what) { window_.setStatus(what); };
-    } else {
-        display_.reset();
-        deviceRecorder_ = std::make_unique<capture::DeviceRecorder>(
-            services_, std::get<platform::CaptureDevice>(subject),
-            capture::DeviceRecorder::Options{.microphone = choices.microphone, .webcam = choices.webcam}, folder_);
-        deviceRecorder_->onStreamError = [this](const RecorderError& error) { streamFailed(error); };
-        deviceRecorder_->onNotice = [this](const std::string& sentence) { note(sentence); };
-        deviceRecorder_->onSlowStep = [this](const std::string& what) { window_.setStatus(what); };
-    }
+    recorder_ = capture::makeRecorder(services_, recordingOf(subject), folder_);
+    recorder_->onStreamError([this](const RecorderError& error) { streamFailed(error); });
+    recorder_->onNotice([this](const std::string& sentence) { note(sentence); });
+    recorder_->onSlowStep([this](const std::string& what) { window_.setStatus(what); });
     phase_ = Phase::countdown;
     window_.update([](MainWindowState& state) {
         state.recordEnabled = false;
@@ -202,29 +203,23 @@ void RecordingFlow::startRecorder() {
     view_->hideCameraPreview();
     // The recorder opens the camera itself.
     preview_.stop([this] {
-        const auto completion = [this](std::optional<RecorderError> error) { recorderStarted(std::move(error)); };
-        if (recorder_) {
-            recorder_->start(completion);
-        } else {
-            deviceRecorder_->start(completion);
-        }
+        recorder_->start([this](std::optional<RecorderError> error) { recorderStarted(std::move(error)); });
     });
 }
 
 void RecordingFlow::recorderStarted(std::optional<RecorderError> error) {
     if (error) {
-        startFailed(recorder_ ? "Capture" : "Device", error->message());
+        startFailed(error->message());
     } else {
         running();
     }
 }
 
-void RecordingFlow::startFailed(const char* category, const std::string& message) {
+void RecordingFlow::startFailed(const std::string& message) {
     recorder_.reset();
-    deviceRecorder_.reset();
     removeEmptyFolder(folder_);
     const std::string text = "Start fehlgeschlagen: " + message;
-    Log::write(category, text);
+    Log::write(logCategory(), text);
     backToIdle();
     window_.setHint(Hint::start, text);
     if (std::exchange(terminationPending_, false)) {
@@ -251,9 +246,7 @@ void RecordingFlow::running() {
     grabShortcut();
     view_->hideMainWindow();
     view_->installStatusItem("⏺ 0:00");
-    view_->showRecordingPanel(display_,
-                              recorder_ ? recorder_->webcamPreviewLayer() : deviceRecorder_->webcamPreviewLayer(),
-                              stopShortcut_ != nullptr);
+    view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
     tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
 }
 
@@ -266,17 +259,9 @@ void RecordingFlow::grabShortcut() {
 }
 
 void RecordingFlow::tick() {
-    double seconds = 0;
-    if (deviceRecorder_) {
-        const capture::DeviceRecorder::Stats stats = deviceRecorder_->snapshot();
-        window_.setStatus(runningText(stats, deviceRecorder_->deviceName()));
-        seconds = stats.duration;
-    } else {
-        const capture::Recorder::Stats stats = recorder_->snapshot();
-        window_.setStatus(runningText(stats));
-        seconds = stats.duration;
-    }
-    const std::string time = elapsedText(seconds);
+    const capture::RecordingJob::Stats stats = recorder_->snapshot();
+    window_.setStatus(runningText(stats, deviceName_));
+    const std::string time = elapsedText(stats.duration);
     view_->setStatusItemTitle("⏺ " + time);
     view_->setRecordingPanelTime(time);
 }
@@ -309,15 +294,9 @@ void RecordingFlow::stop() {
         state.recordEnabled = false;
         state.status = "Schließe die Datei ab …";
     });
-    if (deviceRecorder_) {
-        deviceRecorder_->stop([this, alive = lifetime_.watch()](const capture::DeviceRecorder::Outcome& outcome) {
-            if (!alive.expired()) finishedDevice(outcome);
-        });
-    } else {
-        recorder_->stop([this, alive = lifetime_.watch()](const capture::Recorder::Outcome& outcome) {
-            if (!alive.expired()) finished(outcome);
-        });
-    }
+    recorder_->stop([this, alive = lifetime_.watch()](const capture::RecordingJob::Outcome& outcome) {
+        if (!alive.expired()) finished(outcome);
+    });
 }
 
 void RecordingFlow::stopAndTerminate() {
@@ -325,26 +304,16 @@ void RecordingFlow::stopAndTerminate() {
     stop();
 }
 
-void RecordingFlow::finished(const capture::Recorder::Outcome& outcome) {
-    if (const auto* stats = std::get_if<capture::Recorder::Stats>(&outcome)) {
+void RecordingFlow::finished(const capture::RecordingJob::Outcome& outcome) {
+    if (const auto* stats = std::get_if<capture::RecordingJob::Stats>(&outcome)) {
         conclude(finishedText(*stats, folder_), true);
     } else {
         conclude("Fehler beim Abschließen: " + std::get<RecorderError>(outcome).message(), false);
     }
 }
 
-void RecordingFlow::finishedDevice(const capture::DeviceRecorder::Outcome& outcome) {
-    if (const auto* stats = std::get_if<capture::DeviceRecorder::Stats>(&outcome)) {
-        conclude(finishedText(*stats), true);
-    } else {
-        conclude("Fehler beim Abschließen: " + std::get<RecorderError>(outcome).message(), false);
-    }
-}
-
 void RecordingFlow::conclude(const std::string& status, bool succeeded) {
-    const char* const category = recorder_ ? "Capture" : "Device";
     recorder_.reset();
-    deviceRecorder_.reset();
     awake_.reset();
     backToIdle();
     if (std::exchange(terminationPending_, false)) {
@@ -353,7 +322,7 @@ void RecordingFlow::conclude(const std::string& status, bool succeeded) {
     }
     window_.setStatus(status);
     if (!succeeded) {
-        Log::write(category, status);
+        Log::write(logCategory(), status);
         return;
     }
     if (!window_.choices().autoZoom) presetZooms();

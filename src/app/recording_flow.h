@@ -15,8 +15,8 @@
 #include "app/main_window_model.h"
 #include "app/view_in_force.h"
 #include "base/lifetime.h"
-#include "capture/recording/device_recorder.h"
-#include "capture/recording/recorder.h"
+#include "capture/recording/recorder_factory.h"
+#include "capture/recording/recording_job.h"
 
 namespace lumivastor::app {
 
@@ -96,20 +96,21 @@ class RecordingFlow {
     void permissionAnswered(Access access, Subject subject, Granted granted, const Refusal& refusal);
     void regionPicked(std::optional<Rect> rect);
 
+    capture::RecordingRequest recordingOf(const Subject& subject) const;
     void prepare(const Subject& subject);
     void runCountdown(int from, std::function<void()> completion);
     void startRecorder();
     void recorderStarted(std::optional<RecorderError> error);
-    void startFailed(const char* category, const std::string& message);
+    void startFailed(const std::string& message);
     void grabShortcut();
     void running();
     void tick();
     void streamFailed(const RecorderError& error);
     void note(const std::string& sentence);
-    void finished(const capture::Recorder::Outcome& outcome);
-    void finishedDevice(const capture::DeviceRecorder::Outcome& outcome);
+    void finished(const capture::RecordingJob::Outcome& outcome);
     void backToIdle();
     void conclude(const std::string& status, bool succeeded);
+    const char* logCategory() const { return deviceName_ ? "Device" : "Capture"; }
     void presetZooms();
     void startPreview(bool tellsWhatFails);
 
@@ -126,9 +127,9 @@ class RecordingFlow {
     std::optional<Request> pendingRegion_;
 
     std::filesystem::path folder_;
-    std::optional<platform::Display> display_;
-    std::unique_ptr<capture::Recorder> recorder_;
-    std::unique_ptr<capture::DeviceRecorder> deviceRecorder_;
+    std::optional<platform::Display> display_;  // where the recording shows, when that is known
+    std::optional<std::string> deviceName_;     // of the device that is recorded, for texts and the log
+    std::unique_ptr<capture::RecordingJob> recorder_;
     std::unique_ptr<MainLoop::Timer> armTimer_;
     std::unique_ptr<MainLoop::Timer> countdownTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;

@@ -20,24 +20,21 @@ std::string elapsedText(double seconds) {
     return formatted("%lld:%02lld", whole / 60, whole % 60);
 }
 
-std::string runningText(const capture::Recorder::Stats& stats) {
-    return formatted("Läuft: %.1f s · %lld Bilder · %lld verworfen · %lld Zeigerereignisse", stats.duration,
-                     figure(stats.framesWritten), figure(stats.framesDropped), figure(stats.pointerEvents));
+std::string runningText(const capture::RecordingJob::Stats& stats, const std::optional<std::string>& deviceName) {
+    std::string text = formatted("Läuft: %.1f s · %lld Bilder", stats.duration, figure(stats.framesWritten));
+    if (stats.framesDropped) text += formatted(" · %lld verworfen", figure(*stats.framesDropped));
+    if (stats.pointerEvents) text += formatted(" · %lld Zeigerereignisse", figure(*stats.pointerEvents));
+    if (deviceName) text += " (" + *deviceName + ")";
+    return text;
 }
 
-std::string runningText(const capture::DeviceRecorder::Stats& stats, const std::string& deviceName) {
-    return formatted("Läuft: %.1f s · %lld Bilder (", stats.duration, figure(stats.framesWritten)) + deviceName + ")";
-}
-
-std::string finishedText(const capture::Recorder::Stats& stats, const std::filesystem::path& folder) {
-    const std::string dropped = stats.framesDropped > 0 ? std::to_string(stats.framesDropped) + " verworfene Bilder"
-                                                        : "keine verworfenen Bilder";
-    return formatted("Fertig: %.1f s, %lld Bilder (", stats.duration, figure(stats.framesWritten)) + dropped +
-           formatted("), %lld Zeigerereignisse\nOrdner: ", figure(stats.pointerEvents)) + folder.string();
-}
-
-std::string finishedText(const capture::DeviceRecorder::Stats& stats) {
-    return formatted("Fertig: %.1f s, %lld Bilder", stats.duration, figure(stats.framesWritten));
+std::string finishedText(const capture::RecordingJob::Stats& stats, const std::filesystem::path& folder) {
+    const std::string text = formatted("Fertig: %.1f s, %lld Bilder", stats.duration, figure(stats.framesWritten));
+    if (!stats.framesDropped || !stats.pointerEvents) return text;
+    const std::string dropped = *stats.framesDropped > 0 ? std::to_string(*stats.framesDropped) + " verworfene Bilder"
+                                                         : "keine verworfenen Bilder";
+    return text + " (" + dropped + formatted("), %lld Zeigerereignisse\nOrdner: ", figure(*stats.pointerEvents)) +
+           folder.string();
 }
 
 std::string checkVideoText(const render::CursorRenderer::Result& result) {

@@ -2,10 +2,11 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
-#include "capture/recording/device_recorder.h"
-#include "capture/recording/recorder.h"
+#include "base/geometry.h"
+#include "capture/recording/recording_job.h"
 #include "render/cursor_renderer.h"
 
 // What the main window's status line says, where that takes figures. Plain functions.
@@ -15,11 +16,12 @@ namespace lumivastor::app {
 /// Whole minutes and seconds, cut off: "0:59", "75:03".
 std::string elapsedText(double seconds);
 
-std::string runningText(const capture::Recorder::Stats& stats);
-std::string runningText(const capture::DeviceRecorder::Stats& stats, const std::string& deviceName);
+/// `deviceName` is that of the device that is recorded; nothing when it is the desktop. Figures that are not counted
+/// are left out.
+std::string runningText(const capture::RecordingJob::Stats& stats, const std::optional<std::string>& deviceName = {});
 
-std::string finishedText(const capture::Recorder::Stats& stats, const std::filesystem::path& folder);
-std::string finishedText(const capture::DeviceRecorder::Stats& stats);
+/// Names the folder behind the figures of the desktop.
+std::string finishedText(const capture::RecordingJob::Stats& stats, const std::filesystem::path& folder);
 
 std::string checkVideoText(const render::CursorRenderer::Result& result);
 

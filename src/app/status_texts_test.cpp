@@ -16,20 +16,20 @@ TEST(ElapsedText, CutsOffToWholeSeconds) {
 }
 
 TEST(RunningText, ShowsFiguresOfAScreen) {
-    EXPECT_EQ(runningText(capture::Recorder::Stats{12.34, 700, 5, 2, 41}),
+    EXPECT_EQ(runningText(capture::RecordingJob::Stats{12.34, 700, 5, 2, 41}),
               "Läuft: 12.3 s · 700 Bilder · 2 verworfen · 41 Zeigerereignisse");
 }
 
 TEST(RunningText, ShowsFiguresAndNameOfADevice) {
-    EXPECT_EQ(runningText(capture::DeviceRecorder::Stats{3.06, 90}, "iPhone"), "Läuft: 3.1 s · 90 Bilder (iPhone)");
+    EXPECT_EQ(runningText(capture::RecordingJob::Stats{3.06, 90}, "iPhone"), "Läuft: 3.1 s · 90 Bilder (iPhone)");
 }
 
 TEST(FinishedText, NamesDroppedPicturesOnlyWhereThereAreSome) {
-    EXPECT_EQ(finishedText(capture::Recorder::Stats{0.4, 24, 0, 0, 3}, "/videos/a"),
+    EXPECT_EQ(finishedText(capture::RecordingJob::Stats{0.4, 24, 0, 0, 3}, "/videos/a"),
               "Fertig: 0.4 s, 24 Bilder (keine verworfenen Bilder), 3 Zeigerereignisse\nOrdner: /videos/a");
-    EXPECT_EQ(finishedText(capture::Recorder::Stats{10, 600, 0, 7, 3}, "/videos/a"),
+    EXPECT_EQ(finishedText(capture::RecordingJob::Stats{10, 600, 0, 7, 3}, "/videos/a"),
               "Fertig: 10.0 s, 600 Bilder (7 verworfene Bilder), 3 Zeigerereignisse\nOrdner: /videos/a");
-    EXPECT_EQ(finishedText(capture::DeviceRecorder::Stats{2.25, 60}), "Fertig: 2.2 s, 60 Bilder");
+    EXPECT_EQ(finishedText(capture::RecordingJob::Stats{2.25, 60}, "/videos/a"), "Fertig: 2.2 s, 60 Bilder");
 }
 
 TEST(CheckVideoText, TellsWhatToLookFor) {

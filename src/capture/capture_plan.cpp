@@ -2,27 +2,16 @@
 #include "capture/capture_plan.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <utility>
 
 #include "base/recorder_error.h"
-#include "base/saturated.h"
-#include "imaging/picture_limits.h"
 
 namespace lumivastor::capture {
 
 namespace {
 
-// Keeps a desktop's text sharp; see `VideoSettings::constantQuality`.
-constexpr int kQuality = 20;
-// In motion key pictures come every two seconds by count. At rest there is a picture a second, and the ten of them that
-// a seek then decodes cost next to nothing; more key pictures would have to be coarser ones.
-constexpr double kKeySecondsAtRest = 10;
-constexpr double kBitsPerPixel = 0.08;
-
-model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, PixelSize size,
+model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, platform::PictureSize size,
                            const platform::ShareableContent& desktop, const Rect& otherwise) {
     return {displayID, content, scale, Size{static_cast<double>(size.width), static_cast<double>(size.height)},
             [&](std::uint32_t id) {
@@ -48,7 +37,7 @@ void planDisplay(const platform::Display& chosen, const std::optional<Rect>& reg
     plan.displayID = display.id;
     plan.sourceKind = region ? "region" : "display";
     const Rect captured = region.value_or(platform::contentRect(plan.filter));
-    const PixelSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry = geometryOf(display.id, captured, display.scale, size, content, display.frame);
     plan.configuration.sourceRect = region;
 }
@@ -64,7 +53,7 @@ void planWindow(const platform::Window& chosen, const platform::ShareableContent
     plan.initialWindowFrame = window.frame;
     plan.windowTitle = windowTitleForInfo(window);
     const Rect captured = platform::contentRect(plan.filter);
-    const PixelSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry =
         geometryOf(content.mainDisplayID, {0, 0, captured.width, captured.height}, display.scale, size, content, {});
 }
@@ -103,7 +92,7 @@ CapturePlan planCapture(const CaptureOptions& options, const platform::Shareable
     return plan;
 }
 
-PixelSize evenPixelSize(Size points, double scale) {
+platform::PictureSize evenPixelSize(Size points, double scale) {
     const auto even = [scale](double length) {
         // Beyond any screen; keeps the conversion defined for sizes that make no sense.
         return static_cast<int>(std::clamp(std::round(length * scale), 0.0, 1e6)) & ~1;
@@ -117,91 +106,6 @@ std::optional<std::string> windowTitleForInfo(const platform::Window& window) {
     if (application.empty() && title.empty()) return std::nullopt;
     if (application.empty()) return title;
     return title.empty() ? application : application + " – " + title;
-}
-
-std::int64_t averageBitRate(int width, int height, int fps) {
-    return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
-}
-
-media::EncodingJob screenEncodingJob(PixelSize size, int fps) {
-    return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
-}
-
-std::int64_t deviceBitRate(int width, int height) {
-    return std::max<std::int64_t>(averageBitRate(width, height, 60), 8'000'000);
-}
-
-bool canAddVideo(const media::VideoSettings& settings) {
-    constexpr int kLeast = 2;
-    return settings.width >= kLeast && settings.height >= kLeast &&
-           imaging::isDecodablePictureSize(settings.width, settings.height);
-}
-
-media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate) {
-    media::VideoSettings settings;
-    settings.width = width;
-    settings.height = height;
-    settings.averageBitRate = bitRate;
-    settings.maxKeyFrameInterval = 2 * fps;
-    settings.maxKeyFrameSeconds = kKeySecondsAtRest;
-    settings.frameRate = fps;
-    settings.timescale = kLiveTimescale;
-    settings.lowLatency = true;
-    settings.constantQuality = kQuality;
-    return settings;
-}
-
-model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options) {
-    model::CaptureInfo info;
-    info.displayID = plan.displayID;
-    const Rect display = plan.windowID ? plan.initialWindowFrame.value_or(Rect{}) : plan.geometry.displayBounds;
-    info.displayX = display.x;
-    info.displayY = display.y;
-    info.displayWidth = display.width;
-    info.displayHeight = display.height;
-    const Rect& content = plan.geometry.contentRect;
-    info.contentX = content.x;
-    info.contentY = content.y;
-    info.contentWidth = content.width;
-    info.contentHeight = content.height;
-    info.pointPixelScale = plan.geometry.pointPixelScale;
-    info.pixelWidth = plan.width();
-    info.pixelHeight = plan.height();
-    info.fps = options.fps;
-    info.systemAudio = options.systemAudio;
-    info.microphone = options.microphone;
-    info.sourceKind = plan.sourceKind;
-    info.windowTitle = plan.windowTitle;
-    return info;
-}
-
-model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, PixelSize size, bool deviceAudio, bool microphone) {
-    model::CaptureInfo info;
-    info.displayWidth = info.contentWidth = size.width;
-    info.displayHeight = info.contentHeight = size.height;
-    info.pixelWidth = size.width;
-    info.pixelHeight = size.height;
-    info.fps = 60;
-    info.systemAudio = deviceAudio;
-    info.microphone = microphone;
-    info.sourceKind = "device";
-    info.windowTitle = deviceName;
-    return info;
-}
-
-model::Geometry deviceGeometry(PixelSize size) {
-    model::Geometry geometry;
-    geometry.pixelSize = {static_cast<double>(size.width), static_cast<double>(size.height)};
-    geometry.displayBounds = geometry.contentRect = {0, 0, geometry.pixelSize.width, geometry.pixelSize.height};
-    return geometry;
-}
-
-std::string decimalText(double number) {
-    std::array<char, 32> text{};
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
-    std::string shortest(text.data(), end);
-    if (error == std::errc() && shortest.find_first_not_of("-0123456789") == std::string::npos) shortest += ".0";
-    return shortest;
 }
 
 }  // namespace lumivastor::capture

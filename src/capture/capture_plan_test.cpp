@@ -104,33 +104,6 @@ TEST_F(CapturePlans, ARegionWithoutPixelsIsRefused) {
     EXPECT_THROW(CapturePlans::plan(RegionSource{mainDisplay(), {10, 10, 100, -3}}), RecorderError);
 }
 
-TEST_F(CapturePlans, TheDocumentHoldsTheDisplayOrTheWindowsFrame) {
-    CaptureOptions wanted = options(DisplaySource{otherDisplay()});
-    wanted.microphone = true;
-    const model::CaptureInfo display = plannedInfo(planCapture(wanted, content()), wanted);
-    EXPECT_EQ(display.displayID, 9u);
-    EXPECT_EQ(display.displayX, 1000);
-    EXPECT_EQ(display.displayHeight, 360);
-    EXPECT_EQ(display.contentWidth, 640);
-    EXPECT_EQ(display.pixelWidth, 1280);
-    EXPECT_EQ(display.fps, 60);
-    EXPECT_FALSE(display.systemAudio);
-    EXPECT_TRUE(display.microphone);
-    EXPECT_EQ(display.sourceKind, "display");
-    EXPECT_FALSE(display.windowTitle.has_value());
-
-    const CaptureOptions windowOptions = options(WindowSource{RecorderRig::window()});
-    CapturePlan plan = planCapture(windowOptions, content());
-    const model::CaptureInfo window = plannedInfo(plan, windowOptions);
-    EXPECT_EQ(window.displayID, 0u);
-    EXPECT_EQ(window.displayX, 1100);
-    EXPECT_EQ(window.displayWidth, 160);
-    EXPECT_EQ(window.sourceKind, "window");
-    EXPECT_EQ(window.windowTitle, "Terminal – Sitzung 1");
-    plan.initialWindowFrame.reset();
-    EXPECT_EQ(plannedInfo(plan, windowOptions).displayWidth, 0);
-}
-
 TEST_F(CapturePlans, WhereOnlyWindowsCanBeRecordedTheRestIsRefused) {
     platform::ShareableContent desktop = content();
     desktop.displayRefusal = "Nur Fenster.";
@@ -162,47 +135,6 @@ TEST(WindowTitleForInfo, JoinsWhatIsKnown) {
     EXPECT_EQ(windowTitleForInfo(window), "Schreiber – Bericht");
     window.title = "";
     EXPECT_EQ(windowTitleForInfo(window), "Schreiber");
-}
-
-TEST(BitRates, AreEightHundredthsOfABitForEachPixel) {
-    EXPECT_EQ(averageBitRate(1920, 1080, 60), 9953280);
-    EXPECT_EQ(averageBitRate(2560, 1440, 30), 8847360);
-    EXPECT_EQ(averageBitRate(2, 2, 30), 9);  // cut off, not rounded
-    EXPECT_EQ(deviceBitRate(1178, 2556), 14452646);
-    EXPECT_EQ(deviceBitRate(640, 480), 8000000);
-}
-
-TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSecondsOfMotionAndEveryTenAtRest) {
-    const media::VideoSettings settings = liveVideoSettings(1280, 720, 30, 5'000'000);
-    EXPECT_EQ(settings.maxKeyFrameInterval, 60);
-    EXPECT_EQ(settings.maxKeyFrameSeconds, 10);
-    EXPECT_EQ(settings.constantQuality, 20);
-    EXPECT_EQ(settings.frameRate, 30);
-    EXPECT_EQ(settings.averageBitRate, 5'000'000);
-    EXPECT_EQ(settings.timescale % 600, 0);
-    EXPECT_TRUE(settings.lowLatency);
-    EXPECT_TRUE(canAddVideo(settings));
-    EXPECT_FALSE(canAddVideo(liveVideoSettings(20000, 720, 30, 1)));
-    EXPECT_FALSE(canAddVideo(liveVideoSettings(1280, 0, 30, 1)));
-}
-
-TEST(DeviceDocuments, SayOnlyWhatADeviceKnows) {
-    const model::CaptureInfo info = plannedDeviceInfo("Telefon", {1178, 2556}, true, false);
-    EXPECT_EQ(info.displayID, 0u);
-    EXPECT_EQ(info.displayWidth, 1178);
-    EXPECT_EQ(info.contentHeight, 2556);
-    EXPECT_EQ(info.pointPixelScale, 1);
-    EXPECT_EQ(info.fps, 60);
-    EXPECT_TRUE(info.systemAudio);
-    EXPECT_FALSE(info.microphone);
-    EXPECT_EQ(info.sourceKind, "device");
-    EXPECT_EQ(info.windowTitle, "Telefon");
-}
-
-TEST(DecimalText, AlwaysHasAFraction) {
-    EXPECT_EQ(decimalText(2), "2.0");
-    EXPECT_EQ(decimalText(1.25), "1.25");
-    EXPECT_EQ(decimalText(-1), "-1.0");
 }
 
 }  // namespace

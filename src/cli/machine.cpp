@@ -39,8 +39,4 @@ capture::RecordingServices Machine::recordingServices() {
             }};
 }
 
-capture::CaptureServices Machine::captureServices() {
-    return {recordingServices(), desktop()};
-}
-
 }  // namespace lumivastor::cli

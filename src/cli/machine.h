@@ -22,7 +22,6 @@ class Machine {
     platform::Desktop& desktop();
 
     capture::RecordingServices recordingServices();
-    capture::CaptureServices captureServices();
 
   private:
     MainLoop& mainLoop_;

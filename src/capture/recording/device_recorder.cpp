@@ -11,7 +11,9 @@
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/journal/recording_documents.h"
-#include "capture/recording/rescued_movie.h"
+#include "capture/live_video.h"
+#include "capture/planned_info.h"
+#include "capture/recording/recovered_movie.h"
 #include "capture/recording/sound_samples.h"
 #include "capture/recordings_root.h"
 
@@ -55,7 +57,7 @@ DeviceRecorder::DeviceRecorder(const RecordingServices& services, platform::Capt
     : services_(services), device_(std::move(device)), options_(options), folder_(std::move(folder)) {}
 
 DeviceRecorder::~DeviceRecorder() {
-    reports_.silence();
+    notifier_.silence();
     watchTimer_.reset();
     workQueue_.drain();
     stopSessions();
@@ -76,7 +78,7 @@ void DeviceRecorder::start() {
     begin();
 }
 
-void DeviceRecorder::start(std::function<void(std::optional<RecorderError>)> completion) {
+void DeviceRecorder::start(StartCompletion completion) {
     startWatch_.begin();
     workQueue_.async([this, completion = std::move(completion)]() mutable {
         std::optional<RecorderError> error;
@@ -85,7 +87,7 @@ void DeviceRecorder::start(std::function<void(std::optional<RecorderError>)> com
         } catch (...) {
             error = handledError("Unerwarteter Fehler");
         }
-        reports_.onMain([this, error = std::move(error), completion = std::move(completion)] {
+        notifier_.postToMain([this, error = std::move(error), completion = std::move(completion)] {
             startWatch_.end();
             if (!error) begin();
             completion(error);
@@ -123,8 +125,8 @@ void DeviceRecorder::begin() {
     Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
                              trueOrFalse(hasDeviceAudio_) + " Mikro=" + trueOrFalse(options_.microphone));
     if (hasDeviceAudio_) return;
-    reports_.notice("„" + device_.name + "“ liefert keinen eigenen Ton. Aufgenommen " +
-                    (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
+    notifier_.notice("„" + device_.name + "“ liefert keinen eigenen Ton. Aufgenommen " +
+                     (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
 }
 
 // Nothing was recorded: what was begun goes, and the folder with it unless somebody else put things there. Not on the
@@ -144,15 +146,15 @@ void DeviceRecorder::openDevice() {
     auto session = services_.devices.open(device_);
     if (!session) throw RecorderError("Das Gerät kann nicht aufgenommen werden.");
     if (!session->addVideoOutput(
-            queue_, false, [this](const platform::DeviceSample& sample) { guarded([&] { onPicture(sample); }); })) {
+            queue_, false, [this](const platform::DeviceSample& sample) { guarded([&] { handlePicture(sample); }); })) {
         throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
     }
     hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const platform::SoundBuffer& sound) {
-        guarded([&] { onSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound); });
+        guarded([&] { handleSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound); });
     });
     session->onInterruption([this](const std::string& reason) {
         Log::write("Device", "unterbrochen: " + reason);
-        reports_.giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
+        notifier_.giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
     });
     session_ = std::move(session);
 }
@@ -164,13 +166,13 @@ void DeviceRecorder::openMicrophone() {
         if (!microphone) return;
         auto session = services_.devices.open(*microphone);
         if (!session || !session->addAudioOutput(micQueue_, [this](const platform::SoundBuffer& sound) {
-                guarded([&] { onSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound); });
+                guarded([&] { handleSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound); });
             })) {
             return;
         }
         session->onInterruption(
-            [this](const std::string& reason) { reports_.notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
-        session->onReturn([this] { reports_.notice("Das Mikrofon liefert wieder Ton."); });
+            [this](const std::string& reason) { notifier_.notice("Das Mikrofon liefert keinen Ton mehr: " + reason); });
+        session->onReturn([this] { notifier_.notice("Das Mikrofon liefert wieder Ton."); });
         micSession_ = std::move(session);
     } catch (const RecorderError& error) {
         Log::write("Device", "ohne Mikrofon: " + error.message());
@@ -185,13 +187,13 @@ void DeviceRecorder::startWebcam() {
         // Before the writer there is no journal; it then begins with this.
         if (writerReady_) journal_->append(journalLine::webcam(seconds));
     };
-    webcam->onNotice = [this](const std::string& sentence) { reports_.notice(sentence); };
+    webcam->onNotice = [this](const std::string& sentence) { notifier_.notice(sentence); };
     try {
         webcam->start(folder_);
         webcamRecorder_ = std::move(webcam);
     } catch (const RecorderError& error) {
         Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
-        reports_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
+        notifier_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
     }
 }
 
@@ -210,7 +212,7 @@ void DeviceRecorder::guarded(const std::function<void()>& step) {
     } catch (...) {
         const RecorderError error = handledError("Unerwarteter Fehler");
         Log::write("Device", "Aufnahme gestört: " + error.message());
-        reports_.giveUp(error);
+        notifier_.giveUp(error);
     }
 }
 
@@ -240,7 +242,7 @@ bool DeviceRecorder::makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& 
         // The rest of the pictures could not be recorded either, so nobody has to wait for the stop to hear of it.
         noWriter_ = handledError("Unerwarteter Fehler");
         Log::write("Device", "Writer-Anlage fehlgeschlagen: " + noWriter_->message());
-        reports_.giveUp(*noWriter_);
+        notifier_.giveUp(*noWriter_);
         return false;
     }
     fitter_.emplace(size_.width, size_.height);
@@ -292,7 +294,7 @@ bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
     return true;
 }
 
-void DeviceRecorder::onPicture(const platform::DeviceSample& sample) {
+void DeviceRecorder::handlePicture(const platform::DeviceSample& sample) {
     if (!sample.image || !std::isfinite(sample.hostSeconds) || !makeWriterIfNeeded(*sample.image)) return;
     MediaTime time = hostTime(sample.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
@@ -308,8 +310,8 @@ void DeviceRecorder::onPicture(const platform::DeviceSample& sample) {
 }
 
 // On the device's or the microphone's queue.
-void DeviceRecorder::onSound(media::AudioWriterInput* DeviceRecorder::*member, int channels,
-                             const platform::SoundBuffer& sound) {
+void DeviceRecorder::handleSound(media::AudioWriterInput* DeviceRecorder::*member, int channels,
+                                 const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || !hasWriter()) return;
     const MediaTime time = hostTime(sound.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
@@ -323,11 +325,11 @@ void DeviceRecorder::onSound(media::AudioWriterInput* DeviceRecorder::*member, i
 void DeviceRecorder::watch() {
     if (!hasWriter()) return;
     if (writer_->status() == media::AssetWriter::Status::failed) {
-        reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
+        notifier_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
     const auto space = services_.freeSpace(folder_);
-    if (space && mustStop(*space, spaceNeed())) reports_.giveUp(diskNearlyFull());
+    if (space && mustStop(*space, spaceNeed())) notifier_.giveUp(diskNearlyFull());
 }
 
 // Once there is a writer.
@@ -346,9 +348,9 @@ DeviceRecorder::Stats DeviceRecorder::snapshot() const {
 
 // Stopping
 
-void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
+void DeviceRecorder::stop(StopCompletion completion) {
     if (std::exchange(stopped_, true)) return;
-    reports_.setStopped();
+    notifier_.setStopped();
     watchTimer_.reset();
     workQueue_.async([this, completion = std::move(completion)] {
         Outcome outcome;
@@ -358,7 +360,7 @@ void DeviceRecorder::stop(std::function<void(const Outcome&)> completion) {
         } catch (...) {
             outcome = unfinished(handledError("Unerwarteter Fehler"));
         }
-        // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
+        // Not `postToMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
     });
 }
@@ -397,13 +399,13 @@ DeviceRecorder::Stats DeviceRecorder::finish() {
 DeviceRecorder::Stats DeviceRecorder::rescue(const RecorderError& reason) {
     Log::write("Device", "Writer fehlgeschlagen: " + reason.message());
     try {
-        const RescuedMovie movie = rescueMovie(writer_->path());
-        reports_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
-                        " Was bis dahin aufgenommen wurde, ist gesichert.");
+        const RecoveredMovie movie = recoverMovie(writer_->path());
+        notifier_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
+                         " Was bis dahin aufgenommen wurde, ist gesichert.");
         return {movie.lastPicture, movie.pictures};
     } catch (const RecorderError& error) {
         Log::write("Device", "nicht zu retten: " + error.message());
-        if (!mayStillBeRescued(writer_->path())) {
+        if (!mayStillBeRecovered(writer_->path())) {
             std::error_code ignored;
             std::filesystem::remove(writer_->path(), ignored);
             std::filesystem::remove(folder_ / "webcam.mov", ignored);

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <variant>
+#include <utility>
 #include <vector>
 
 #include "base/pixel_size.h"
@@ -18,11 +18,13 @@
 #include "capture/capture_services.h"
 #include "capture/journal/journal.h"
 #include "capture/recording/fitted_picture.h"
-#include "capture/recording/owner_reports.h"
+#include "capture/recording/recorder_notifier.h"
+#include "capture/recording/recording_job.h"
 #include "capture/recording/start_watch.h"
 #include "capture/recording/webcam_recorder.h"
 #include "capture/recording_progress.h"
 #include "media/writing/asset_writer.h"
+#include "model/capture_info.h"
 
 namespace lumivastor::capture {
 
@@ -36,19 +38,8 @@ MediaTime deviceEndTime(const MediaTime& now, const MediaTime& lastPTS);
 /// Records the screen of an external device (a capture card) into a recording folder like that of a screen:
 /// "source.mov" with the device's picture, its sound where it has some, and the microphone; an empty pointer track; and
 /// the webcam beside it. The movie is begun when the first picture comes, because only then is its size known.
-///
-/// Main thread, unless a function says otherwise. Completions and callbacks run on the main thread; they may destroy
-/// the recorder. Start and stop once.
-class DeviceRecorder {
+class DeviceRecorder final : public RecordingJob {
   public:
-    struct Stats {
-        double duration = 0;  // seconds
-        std::int64_t framesWritten = 0;
-
-        bool operator==(const Stats&) const = default;
-    };
-    using Outcome = std::variant<Stats, RecorderError>;
-
     struct Options {
         bool microphone = false;
         bool webcam = false;
@@ -62,35 +53,28 @@ class DeviceRecorder {
     DeviceRecorder(const RecordingServices& services, platform::CaptureDevice device, Options options,
                    std::filesystem::path folder);
     /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
-    ~DeviceRecorder();
-    DeviceRecorder(const DeviceRecorder&) = delete;
-    DeviceRecorder& operator=(const DeviceRecorder&) = delete;
+    ~DeviceRecorder() override;
 
-    /// Told once when the recording cannot go on: the device is gone, its movie cannot be made, the disk is full or
-    /// nearly so. The owner stops the recorder then; what was recorded until then is kept.
-    std::function<void(const RecorderError&)> onStreamError;
-    /// Told a German sentence when something is missing from now on and the rest goes on.
-    std::function<void(const std::string&)> onNotice;
-    /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
-    std::function<void(const std::string&)> onSlowStep;
+    void onStreamError(std::function<void(const RecorderError&)> handler) override {
+        notifier_.onError(std::move(handler));
+    }
+    void onNotice(std::function<void(const std::string&)> handler) override { notifier_.onNotice(std::move(handler)); }
+    void onSlowStep(std::function<void(const std::string&)> handler) override {
+        startWatch_.onSlowStep(std::move(handler));
+    }
 
     /// Opens the devices, which may take seconds; they begin to run in the background. Throws `RecorderError`; nothing
     /// is left behind in the folder then.
     void start();
-    /// The same in the background. The completion gets the error, or null.
-    void start(std::function<void(std::optional<RecorderError>)> completion);
+    void start(StartCompletion completion) override;
 
-    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where nothing was
-    /// recorded, the completion gets the reason, and neither folder nor movies are left.
-    void stop(std::function<void(const Outcome&)> completion);
+    /// Where nothing was recorded, the completion gets the reason, and neither folder nor movies are left.
+    void stop(StopCompletion completion) override;
 
-    /// Figures for the display while recording. Any thread.
-    Stats snapshot() const;
-
-    const std::filesystem::path& folder() const { return folder_; }
+    Stats snapshot() const override;
+    const std::filesystem::path& folder() const override { return folder_; }
     const std::string& deviceName() const { return device_.name; }
-    /// Null when no webcam is recorded.
-    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override;
 
   private:
     // The steps of a start; the second belongs to the main thread, the other may run on any.
@@ -106,8 +90,8 @@ class DeviceRecorder {
     void stopSessions();
     void watch();
 
-    void onPicture(const platform::DeviceSample& sample);
-    void onSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
+    void handlePicture(const platform::DeviceSample& sample);
+    void handleSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
     bool makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
     void makeWriter(PixelSize size);
     bool hasWriter() const;
@@ -124,8 +108,8 @@ class DeviceRecorder {
     const platform::CaptureDevice device_;
     const Options options_;
     const std::filesystem::path folder_;
-    OwnerReports reports_{services_.mainLoop, "Device", onStreamError, onNotice};
-    StartWatch startWatch_{services_.mainLoop, onSlowStep};
+    RecorderNotifier notifier_{services_.mainLoop, "Device"};
+    StartWatch startWatch_{services_.mainLoop};
 
     mutable std::mutex lock_;
     RecordingProgress progress_;                // guarded by lock_

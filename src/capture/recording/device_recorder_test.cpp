@@ -30,8 +30,8 @@ class DeviceRecorders : public RecorderRig {
 
     DeviceRecorder& make() {
         recorder_ = std::make_unique<DeviceRecorder>(services_, device_->description(), options_, folder_);
-        recorder_->onStreamError = [this](const RecorderError& error) { streamErrors_.push_back(error.message()); };
-        recorder_->onNotice = [this](const std::string& sentence) { notices_.push_back(sentence); };
+        recorder_->onStreamError([this](const RecorderError& error) { streamErrors_.push_back(error.message()); });
+        recorder_->onNotice([this](const std::string& sentence) { notices_.push_back(sentence); });
         return *recorder_;
     }
     // Until the devices run, which they do in the background.
@@ -396,7 +396,7 @@ TEST_F(DeviceRecorders, WhatIsSlowToOpenIsTold) {
     };
     make();
     std::vector<std::string> told;
-    recorder_->onSlowStep = [&told](const std::string& what) { told.push_back(what); };
+    recorder_->onSlowStep([&told](const std::string& what) { told.push_back(what); });
     bool hasStarted = false;
     recorder_->start([&](const std::optional<RecorderError>& error) { hasStarted = !error; });
     const std::array<std::string, 3> expected{"Öffne „Telefon“ …", "Öffne die Kamera …",

@@ -14,9 +14,12 @@
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/journal/recording_documents.h"
+#include "capture/live_video.h"
+#include "capture/planned_info.h"
 #include "capture/pointer/pointer_conversion.h"
+#include "capture/recording/decimal_text.h"
 #include "capture/recording/fitted_picture.h"
-#include "capture/recording/rescued_movie.h"
+#include "capture/recording/recovered_movie.h"
 #include "capture/recording/sound_samples.h"
 #include "capture/recordings_root.h"
 
@@ -41,7 +44,7 @@ Recorder::Recorder(const CaptureServices& services, Options options, std::filesy
       pointer_(std::make_unique<PointerRecorder>(services_, folder_)) {}
 
 Recorder::~Recorder() {
-    reports_.silence();
+    notifier_.silence();
     workQueue_.drain();
     watchTimer_.reset();
     windowTracker_.reset();
@@ -98,7 +101,7 @@ void Recorder::runStep(std::size_t index, const std::shared_ptr<StartCompletion>
                                        StartStep{true, &Recorder::startPointer, ""},
                                        StartStep{false, &Recorder::startCapture, "Öffne Bildschirm und Ton …"}};
     if (index == kSteps.size()) {
-        reports_.onMain([this, completion] {
+        notifier_.postToMain([this, completion] {
             startWatch_.end();
             (*completion)(std::nullopt);
         });
@@ -112,7 +115,7 @@ void Recorder::runStep(std::size_t index, const std::shared_ptr<StartCompletion>
         } catch (...) {
             workQueue_.async([this, completion, reason = handledError("Unerwarteter Fehler")] {
                 discardWebcam();
-                reports_.onMain([this, completion, reason] {
+                notifier_.postToMain([this, completion, reason] {
                     startWatch_.end();
                     abandon();
                     (*completion)(reason);
@@ -123,7 +126,7 @@ void Recorder::runStep(std::size_t index, const std::shared_ptr<StartCompletion>
         runStep(index + 1, completion);
     };
     if (step.onMain) {
-        reports_.onMain(work);
+        notifier_.postToMain(work);
     } else {
         workQueue_.async(work);
     }
@@ -194,20 +197,20 @@ void Recorder::makeStream() {
     stream_ = services_.desktop.makeCaptureStream(plan_->filter, plan_->configuration);
     stream_->onStop([this](const RecorderError& error) {
         Log::write("Capture", "Stream abgebrochen: " + error.message());
-        reports_.giveUp(error);
+        notifier_.giveUp(error);
     });
-    stream_->onNotice([this](const std::string& sentence) { reports_.notice(sentence); });
-    stream_->onDisplayOrigin([this](double hostSeconds, Point pixels) { onDisplayOrigin(hostSeconds, pixels); });
+    stream_->onNotice([this](const std::string& sentence) { notifier_.notice(sentence); });
+    stream_->onDisplayOrigin([this](double hostSeconds, Point pixels) { handleDisplayOrigin(hostSeconds, pixels); });
     stream_->addScreenOutput(videoQueue_,
-                             [this](const platform::ScreenSample& sample) { guarded([&] { onScreen(sample); }); });
+                             [this](const platform::ScreenSample& sample) { guarded([&] { handleScreen(sample); }); });
     if (systemAudioInput_ != nullptr) {
         stream_->addSystemAudioOutput(systemAudioQueue_, [this](const platform::SoundBuffer& sound) {
-            guarded([&] { onSound(*systemAudioInput_, kSystemChannels, sound); });
+            guarded([&] { handleSound(*systemAudioInput_, kSystemChannels, sound); });
         });
     }
     if (microphoneInput_ != nullptr) {
         stream_->addMicrophoneOutput(microphoneQueue_, [this](const platform::SoundBuffer& sound) {
-            guarded([&] { onSound(*microphoneInput_, microphoneChannels_, sound); });
+            guarded([&] { handleSound(*microphoneInput_, microphoneChannels_, sound); });
         });
     }
 }
@@ -225,13 +228,13 @@ void Recorder::startWebcam() {
     if (!options_.webcam) return;
     auto webcam = std::make_unique<WebcamRecorder>(services_);
     webcam->onFirstPicture = [this](double seconds) { journal_->append(journalLine::webcam(seconds)); };
-    webcam->onNotice = [this](const std::string& sentence) { reports_.notice(sentence); };
+    webcam->onNotice = [this](const std::string& sentence) { notifier_.notice(sentence); };
     try {
         webcam->start(folder_);
         webcamRecorder_ = std::move(webcam);
     } catch (const RecorderError& error) {
         Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
-        reports_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
+        notifier_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
     }
 }
 
@@ -254,7 +257,7 @@ void Recorder::discardWebcam() {
 // Takes everything else back that a failed start has done. Main thread.
 void Recorder::abandon() {
     abandoned_ = true;
-    reports_.setStopped();
+    notifier_.setStopped();
     watchTimer_.reset();
     pointer_->stop();
     windowTracker_.reset();
@@ -279,12 +282,12 @@ void Recorder::guarded(const std::function<void()>& step) {
     } catch (...) {
         const RecorderError error = handledError("Unerwarteter Fehler");
         Log::write("Capture", "Aufnahme gestört: " + error.message());
-        reports_.giveUp(error);
+        notifier_.giveUp(error);
     }
 }
 
 // On the stream's thread.
-void Recorder::onDisplayOrigin(double hostSeconds, Point pixels) {
+void Recorder::handleDisplayOrigin(double hostSeconds, Point pixels) {
     const DisplaySample sample{hostSeconds, plan_->space.pointFromPixel(pixels)};
     const Point atStart{plan_->geometry.displayBounds.x, plan_->geometry.displayBounds.y};
     {
@@ -314,7 +317,7 @@ bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
     return true;
 }
 
-void Recorder::onScreen(const platform::ScreenSample& sample) {
+void Recorder::handleScreen(const platform::ScreenSample& sample) {
     if (!std::isfinite(sample.hostSeconds)) return;
     const MediaTime time = hostTime(sample.hostSeconds);
     appendWaiting(time);
@@ -378,14 +381,14 @@ void Recorder::append(const WaitingPicture::Picture& picture) {
     if (!isTaken) {
         const RecorderError error = writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben."));
         Log::write("Capture", "Videobild abgelehnt: " + error.message());
-        reports_.giveUp(error);
+        notifier_.giveUp(error);
         return;
     }
     const std::lock_guard hold(lock_);
     progress_.pictureWritten(picture.time);
 }
 
-void Recorder::onSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound) {
+void Recorder::handleSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || sound.sampleRate != plan_->configuration.sampleRate) return;
     const MediaTime time = hostTime(sound.hostSeconds);
     if (!beginSessionIfNeeded(time)) return;
@@ -395,20 +398,25 @@ void Recorder::onSound(media::AudioWriterInput& input, int channels, const platf
 }
 
 void Recorder::watch() {
-    const Stats now = snapshot();
-    journal_->append(journalLine::counts({now.framesSkippedIdle, now.framesDropped, pointer_->missingCursorPolls()}));
+    JournalCounts counts;
+    {
+        const std::lock_guard hold(lock_);
+        counts = {progress_.framesSkippedIdle, progress_.framesDropped, 0};
+    }
+    counts.missingCursorPolls = pointer_->missingCursorPolls();
+    journal_->append(journalLine::counts(counts));
     if (writer_->status() == media::AssetWriter::Status::failed) {
-        reports_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
+        notifier_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
         return;
     }
     const auto space = services_.freeSpace(folder_);
-    if (space && mustStop(*space, spaceNeed())) reports_.giveUp(diskNearlyFull());
+    if (space && mustStop(*space, spaceNeed())) notifier_.giveUp(diskNearlyFull());
 }
 
 SpaceNeed Recorder::spaceNeed() const {
     const Stats now = snapshot();
     const int soundTracks = (options_.systemAudio ? 1 : 0) + (options_.microphone ? 1 : 0);
-    return {bytesPerSecond_, finishingBytes(now.framesWritten, now.duration * soundTracks, now.pointerEvents)};
+    return {bytesPerSecond_, finishingBytes(now.framesWritten, now.duration * soundTracks, pointer_->eventCount())};
 }
 
 Recorder::Stats Recorder::snapshot() const {
@@ -420,9 +428,9 @@ Recorder::Stats Recorder::snapshot() const {
 
 // Stopping
 
-void Recorder::stop(std::function<void(const Outcome&)> completion) {
+void Recorder::stop(StopCompletion completion) {
     if (std::exchange(stopped_, true)) return;
-    reports_.setStopped();
+    notifier_.setStopped();
     if (!abandoned_) pointer_->stop();
     if (!stream_) {
         services_.mainLoop.async(
@@ -446,7 +454,7 @@ void Recorder::stop(std::function<void(const Outcome&)> completion) {
         } catch (...) {
             outcome = unfinished(handledError("Unerwarteter Fehler"));
         }
-        // Not `onMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
+        // Not `postToMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
         services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
     });
 }
@@ -484,7 +492,7 @@ Recorder::Stats Recorder::finish() {
 // What the failed writer has left, as a movie. Throws `reason` when that is nothing.
 Recorder::Stats Recorder::rescue(const RecorderError& reason, Stats stats) {
     try {
-        const RescuedMovie movie = rescueMovie(writer_->path());
+        const RecoveredMovie movie = recoverMovie(writer_->path());
         stats.duration = movie.lastPicture;
         stats.framesWritten = movie.pictures;
     } catch (const RecorderError& error) {
@@ -492,8 +500,8 @@ Recorder::Stats Recorder::rescue(const RecorderError& reason, Stats stats) {
         if (webcamRecorder_) webcamRecorder_->stop();
         throw RecorderError(reason);
     }
-    reports_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
-                    " Was bis dahin aufgenommen wurde, ist gesichert.");
+    notifier_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
+                     " Was bis dahin aufgenommen wurde, ist gesichert.");
     return stats;
 }
 
@@ -514,20 +522,20 @@ void Recorder::writeDocuments(const RecordingProgress& progress, Stats& stats) {
         const std::lock_guard hold(lock_);
         displayTrack = displayTrack_;
     }
-    stats.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack, displayTrack);
+    outcome.pointerEvents = pointer_->save(folder_, progress.t0Host, plan_->geometry, windowTrack, displayTrack);
+    stats.pointerEvents = outcome.pointerEvents;
     outcome.t0Host = progress.t0Host;
     outcome.t0Media = progress.t0Media;
     outcome.duration = stats.duration;
     outcome.framesWritten = stats.framesWritten;
-    outcome.counts = {stats.framesSkippedIdle, stats.framesDropped, pointer_->missingCursorPolls()};
-    outcome.pointerEvents = stats.pointerEvents;
+    outcome.counts = {progress.framesSkippedIdle, progress.framesDropped, pointer_->missingCursorPolls()};
     saveCaptureInfo(folder_, plannedInfo(*plan_, options_), outcome);
     journal_->remove();
     Log::write(
         "Capture",
         formatted("fertig: %.1f s, %lld Bilder, %lld leer, %lld verworfen, %lld Zeigerereignisse", stats.duration,
-                  static_cast<long long>(stats.framesWritten), static_cast<long long>(stats.framesSkippedIdle),
-                  static_cast<long long>(stats.framesDropped), static_cast<long long>(stats.pointerEvents)));
+                  static_cast<long long>(stats.framesWritten), static_cast<long long>(progress.framesSkippedIdle),
+                  static_cast<long long>(progress.framesDropped), static_cast<long long>(outcome.pointerEvents)));
 }
 
 }  // namespace lumivastor::capture

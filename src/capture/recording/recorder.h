@@ -8,15 +8,16 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <variant>
+#include <utility>
 
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
 #include "capture/journal/journal.h"
-#include "capture/recording/owner_reports.h"
 #include "capture/recording/pointer_recorder.h"
+#include "capture/recording/recorder_notifier.h"
+#include "capture/recording/recording_job.h"
 #include "capture/recording/start_watch.h"
 #include "capture/recording/waiting_picture.h"
 #include "capture/recording/webcam_recorder.h"
@@ -29,61 +30,38 @@ namespace lumivastor::capture {
 /// Records a display, a region of it or a window into "source.mov" of a recording folder, with system sound and
 /// microphone where asked for, and drives what is recorded beside it: pointer, window frame, webcam. Make it, start it,
 /// stop it; once.
-///
-/// Main thread, unless a function says otherwise. Completions and callbacks run on the main thread; they may destroy
-/// the recorder.
-class Recorder {
+class Recorder final : public RecordingJob {
   public:
     using Source = CaptureSource;
     using Options = CaptureOptions;
 
-    struct Stats {
-        double duration = 0;  // seconds
-        std::int64_t framesWritten = 0;
-        std::int64_t framesSkippedIdle = 0;
-        std::int64_t framesDropped = 0;
-        std::int64_t pointerEvents = 0;
-
-        bool operator==(const Stats&) const = default;
-    };
-    using Outcome = std::variant<Stats, RecorderError>;
-
     Recorder(const CaptureServices& services, Options options, std::filesystem::path folder);
     /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
-    ~Recorder();
-    Recorder(const Recorder&) = delete;
-    Recorder& operator=(const Recorder&) = delete;
+    ~Recorder() override;
 
-    /// Told once when the recording cannot go on: the window was closed, the display server is gone, the disk is full
-    /// or nearly so. The owner stops the recorder then; what was recorded until then is kept.
-    std::function<void(const RecorderError&)> onStreamError;
-    /// Told a German sentence when something is missing from now on and the rest goes on (sound, the camera), or is
-    /// back.
-    std::function<void(const std::string&)> onNotice;
-    /// Told in German what a start in the background is waiting for, when that takes longer than a moment.
-    std::function<void(const std::string&)> onSlowStep;
+    void onStreamError(std::function<void(const RecorderError&)> handler) override {
+        notifier_.onError(std::move(handler));
+    }
+    void onNotice(std::function<void(const std::string&)> handler) override { notifier_.onNotice(std::move(handler)); }
+    void onSlowStep(std::function<void(const std::string&)> handler) override {
+        startWatch_.onSlowStep(std::move(handler));
+    }
 
     /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
     /// Throws `RecorderError`; nothing is left behind in the folder then.
     void start();
-    /// The same in the background. The completion gets the error, or null.
-    void start(std::function<void(std::optional<RecorderError>)> completion);
+    void start(StartCompletion completion) override;
 
-    /// Finishes the movie and writes the documents, in the background. A second call does nothing. Where no start has
-    /// succeeded, the completion gets an error that says so. A recording of sound alone is kept, too. Where the movie's
-    /// writer failed on the way, what it wrote until then is completed and kept, `onNotice` says so, and the completion
-    /// gets `Stats` nevertheless.
-    void stop(std::function<void(const Outcome&)> completion);
+    /// Where no start has succeeded, the completion gets an error that says so. A recording of sound alone is kept,
+    /// too. Where the movie's writer failed on the way, what it wrote until then is completed and kept, `onNotice` says
+    /// so, and the completion gets `Stats` nevertheless.
+    void stop(StopCompletion completion) override;
 
-    /// Figures for the display while recording. Any thread.
-    Stats snapshot() const;
-
-    const std::filesystem::path& folder() const { return folder_; }
-    /// The live picture of the webcam; null when none is recorded.
-    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+    Stats snapshot() const override;
+    const std::filesystem::path& folder() const override { return folder_; }
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override;
 
   private:
-    using StartCompletion = std::function<void(std::optional<RecorderError>)>;
     struct StartStep;
 
     // The steps of a start, in order. Those that wait for devices or encoders may run on any thread.
@@ -99,14 +77,14 @@ class Recorder {
     void makeStream();
     void watch();
 
-    void onScreen(const platform::ScreenSample& sample);
-    void onSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound);
+    void handleScreen(const platform::ScreenSample& sample);
+    void handleSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound);
     bool beginSessionIfNeeded(const MediaTime& time);
     void appendWaiting(const MediaTime& now);
     void appendRest();
     void append(const WaitingPicture::Picture& picture);
     void countLost(std::int64_t pictures);
-    void onDisplayOrigin(double hostSeconds, Point pixels);
+    void handleDisplayOrigin(double hostSeconds, Point pixels);
     /// Runs a step of the work on samples; what it throws ends the recording with an error for the owner.
     void guarded(const std::function<void()>& step);
 
@@ -120,8 +98,8 @@ class Recorder {
     const CaptureServices services_;
     const Options options_;
     const std::filesystem::path folder_;
-    OwnerReports reports_{services_.mainLoop, "Capture", onStreamError, onNotice};
-    StartWatch startWatch_{services_.mainLoop, onSlowStep};
+    RecorderNotifier notifier_{services_.mainLoop, "Capture"};
+    StartWatch startWatch_{services_.mainLoop};
 
     mutable std::mutex lock_;
     RecordingProgress progress_;  // guarded by lock_

@@ -10,6 +10,7 @@
 
 #include "media/reading/asset.h"
 #include "media/reading/still_picture.h"
+#include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "support/await.h"
 #include "support/folder_listing.h"
@@ -24,8 +25,8 @@ class Recorders : public RecorderRig {
 
     Recorder& make() {
         recorder_ = std::make_unique<Recorder>(services_, options_, folder_);
-        recorder_->onStreamError = [this](const RecorderError& error) { streamErrors_.push_back(error.message()); };
-        recorder_->onNotice = [this](const std::string& sentence) { notices_.push_back(sentence); };
+        recorder_->onStreamError([this](const RecorderError& error) { streamErrors_.push_back(error.message()); });
+        recorder_->onNotice([this](const std::string& sentence) { notices_.push_back(sentence); });
         return *recorder_;
     }
     Recorder& start() {
@@ -610,7 +611,7 @@ TEST_F(Recorders, ACameraOrAnEncoderThatIsSlowToOpenIsTold) {
     };
     std::vector<std::string> told;
     bool hasStarted = false;
-    make().onSlowStep = [&told](const std::string& what) { told.push_back(what); };
+    make().onSlowStep([&told](const std::string& what) { told.push_back(what); });
     recorder_->start([&](const std::optional<RecorderError>& error) { hasStarted = !error; });
     const auto untilTold = [&](std::size_t count) {
         return await(30, [&] {
@@ -711,7 +712,7 @@ TEST_F(Recorders, OneThatGoesAwayWithoutAStopLeavesAnUnfinishedFolder) {
 TEST_F(Recorders, CallbacksMayDestroyTheRecorder) {
     start();
     record(1, 320, 240);
-    recorder_->onStreamError = [this](const RecorderError&) { recorder_.reset(); };
+    recorder_->onStreamError([this](const RecorderError&) { recorder_.reset(); });
     desktop_.emitStop(RecorderError("Ende."));
     ASSERT_TRUE(loop_.runUntil([this] { return recorder_ == nullptr; }));
 }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/start_watch.h"
 
-#include <utility>
-
 namespace lumivastor::capture {
 
 void StartWatch::begin() {
@@ -26,9 +24,9 @@ void StartWatch::look() {
     const bool isSlow = number == std::exchange(seen_, number) && number != told_ && !what.empty();
     if (!isSlow) return;
     told_ = number;
-    // A copy: the callback may destroy what holds it.
-    const auto tell = tell_;
-    if (tell) tell(what);
+    // A copy: the handler may destroy what holds it.
+    const auto handler = onSlowStep_;
+    if (handler) handler(what);
 }
 
 }  // namespace lumivastor::capture

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "base/main_loop.h"
 
@@ -17,9 +18,11 @@ class StartWatch {
     /// A step that takes this long is told, or up to as long again; seconds.
     static constexpr double kLook = 0.5;
 
-    /// `tell` gets what is being done, in German ("Öffne die Kamera …"). It is the owner's to set and to change.
-    StartWatch(MainLoop& mainLoop, const std::function<void(const std::string&)>& tell)
-        : mainLoop_(mainLoop), tell_(tell) {}
+    explicit StartWatch(MainLoop& mainLoop) : mainLoop_(mainLoop) {}
+
+    /// `handler` gets what is being done, in German ("Öffne die Kamera …"). It may be changed at any time, and may
+    /// destroy this object.
+    void onSlowStep(std::function<void(const std::string&)> handler) { onSlowStep_ = std::move(handler); }
 
     void begin();
     void end() { timer_.reset(); }
@@ -31,7 +34,7 @@ class StartWatch {
     void look();
 
     MainLoop& mainLoop_;
-    const std::function<void(const std::string&)>& tell_;
+    std::function<void(const std::string&)> onSlowStep_;
     std::unique_ptr<MainLoop::Timer> timer_;
     int seen_ = 0;  // the step at the last look
     int told_ = 0;

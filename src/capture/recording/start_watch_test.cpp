@@ -13,10 +13,13 @@ namespace {
 
 class StartWatches : public testing::Test {
   protected:
+    StartWatches() {
+        watch_.onSlowStep([this](const std::string& what) { told_.push_back(what); });
+    }
+
     ManualMainLoop loop_;
     std::vector<std::string> told_;
-    std::function<void(const std::string&)> tell_ = [this](const std::string& what) { told_.push_back(what); };
-    StartWatch watch_{loop_, tell_};
+    StartWatch watch_{loop_};
 };
 
 TEST_F(StartWatches, AStepThatTakesLongIsToldOnce) {
@@ -54,11 +57,11 @@ TEST_F(StartWatches, NothingIsToldBeforeItBeginsAndAfterItEnds) {
 }
 
 TEST_F(StartWatches, TheCallbackMayEndIt) {
-    tell_ = [this](const std::string& what) {
-        tell_ = nullptr;
+    watch_.onSlowStep([this](const std::string& what) {
+        watch_.onSlowStep(nullptr);
         watch_.end();
         told_.push_back(what);
-    };
+    });
     watch_.begin();
     watch_.step("Öffne die Kamera …");
     loop_.advance(5);

@@ -8,8 +8,8 @@
 #include "base/formatted.h"
 #include "base/handled_error.h"
 #include "base/log.h"
-#include "capture/capture_plan.h"
-#include "capture/recording/rescued_movie.h"
+#include "capture/live_video.h"
+#include "capture/recording/recovered_movie.h"
 #include "capture/recording_progress.h"
 
 namespace lumivastor::capture {
@@ -167,7 +167,7 @@ std::int64_t WebcamRecorder::finish(std::int64_t frames) {
     }
     const bool isWhole = writer_->finishWriting();
     try {
-        const RescuedMovie movie = rescueMovie(writer_->path());
+        const RecoveredMovie movie = recoverMovie(writer_->path());
         if (isWhole && movie.pictures != frames) {
             Log::write("Webcam", formatted("gezählt waren %lld Bilder, im Film sind %lld",
                                            static_cast<long long>(frames), static_cast<long long>(movie.pictures)));

@@ -9,7 +9,7 @@
 #include <new>
 
 #include "base/recorder_error.h"
-#include "capture/recording/rescued_movie.h"
+#include "capture/recording/recovered_movie.h"
 #include "media/reading/asset.h"
 #include "support/await.h"
 #include "support/recorder_rig.h"
@@ -179,7 +179,7 @@ TEST_F(WebcamRecorders, CountsWhatAWriterThatFailedHasLeft) {
     start();
     for (int i = 0; i < kPictures; ++i) emit(7 + i * 1.0);
     // The fragments of the first seconds are on the disk by now; the rest and the index find no room.
-    ASSERT_TRUE(await(30, [this] { return mayStillBeRescued(folder_ / "webcam.mov"); }));
+    ASSERT_TRUE(await(30, [this] { return mayStillBeRecovered(folder_ / "webcam.mov"); }));
     const auto previous = std::signal(SIGXFSZ, SIG_IGN);
     struct rlimit unlimited {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);

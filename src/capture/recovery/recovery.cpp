@@ -13,7 +13,8 @@
 #include "capture/journal/journal_records.h"
 #include "capture/journal/recording_documents.h"
 #include "capture/recording/pointer_recorder.h"
-#include "capture/recording/rescued_movie.h"
+#include "capture/recording/recovered_movie.h"
+#include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "model/recording_folder.h"
 
@@ -22,14 +23,14 @@ namespace lumivastor::capture {
 namespace {
 
 // The documents' figures, when both are there and whole.
-std::optional<Recorder::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
+std::optional<RecordingJob::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
     try {
         const model::CaptureInfo info = model::CaptureInfo::load(folder);
         // The capture document is the last one written; only after a crash is the other looked at as well.
         if (hasJournal) model::PointerTrack::load(folder);
         if (!model::fileInside(folder, "pointer.json")) return std::nullopt;
-        return Recorder::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
-                               info.framesDroppedBackpressure, info.pointerEvents};
+        return RecordingJob::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
+                                   info.framesDroppedBackpressure, info.pointerEvents};
     } catch (const RecorderError&) {
         return std::nullopt;
     }
@@ -44,21 +45,21 @@ UniqueDescriptor lockJournal(const std::filesystem::path& journal) {
     return file;
 }
 
-RescuedMovie rescueSource(const std::filesystem::path& folder) {
+RecoveredMovie recoverSource(const std::filesystem::path& folder) {
     const auto source = model::fileInside(folder, "source.mov");
     if (!source) throw RecorderError("In diesem Ordner liegt keine source.mov.");
     try {
-        return rescueMovie(*source);
+        return recoverMovie(*source);
     } catch (const RecorderError& error) {
         throw RecorderError("Von dieser Aufnahme lässt sich kein Film retten: " + error.message());
     }
 }
 
-std::optional<double> rescueWebcam(const std::filesystem::path& folder, const JournalContent& journal) {
+std::optional<double> recoverWebcam(const std::filesystem::path& folder, const JournalContent& journal) {
     const auto webcam = model::fileInside(folder, "webcam.mov");
     if (!webcam || !journal.webcamFirstPicture) return std::nullopt;
     try {
-        rescueMovie(*webcam);
+        recoverMovie(*webcam);
         return journal.webcamFirstPicture;
     } catch (const RecorderError& error) {
         Log::write("Webcam", "nicht zu retten: " + error.message());
@@ -104,7 +105,7 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
         Log::write("Capture", formatted("Journal: %lld beschädigte Zeilen ausgelassen",
                                         static_cast<long long>(journal.damagedLines)));
     }
-    const RescuedMovie movie = rescueSource(folder);
+    const RecoveredMovie movie = recoverSource(folder);
     const JournalContent::Session session = sessionOf(journal);
 
     RecordingOutcome outcome;
@@ -113,7 +114,7 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
     outcome.duration = movie.lastPicture;
     outcome.framesWritten = movie.pictures;
     outcome.counts = journal.counts;
-    outcome.webcamFirstPicture = rescueWebcam(folder, journal);
+    outcome.webcamFirstPicture = recoverWebcam(folder, journal);
     outcome.pointerEvents = writePointerTrack(folder, journal, outcome.t0Host);
     saveCaptureInfo(folder, journal.info, outcome);
     std::filesystem::remove(*journalFile, ignored);

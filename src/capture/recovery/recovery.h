@@ -3,12 +3,12 @@
 
 #include <filesystem>
 
-#include "capture/recording/recorder.h"
+#include "capture/recording/recording_job.h"
 
 namespace lumivastor::capture {
 
 struct Recovery {
-    Recorder::Stats stats;
+    RecordingJob::Stats stats;
     /// False: the folder was complete already.
     bool recovered = false;
 };

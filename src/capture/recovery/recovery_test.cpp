@@ -6,9 +6,11 @@
 #include "capture/journal/journal.h"
 #include "capture/journal/journal_records.h"
 #include "capture/recording/device_recorder.h"
+#include "capture/recording/recorder.h"
 #include "capture/source_listing.h"
 #include "media/reading/asset.h"
 #include "media/writing/asset_writer.h"
+#include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "support/recorder_rig.h"
 

@@ -14,6 +14,7 @@
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
 #include "capture/capture_plan.h"
+#include "capture/live_video.h"
 #include "model/json_writer.h"
 
 namespace lumivastor::cli {

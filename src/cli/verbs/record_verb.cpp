@@ -6,12 +6,12 @@
 #include <ostream>
 #include <stop_token>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "base/after.h"
 #include "base/main_loop.h"
-#include "capture/recording/device_recorder.h"
-#include "capture/recording/recorder.h"
+#include "capture/recording/recorder_factory.h"
 #include "capture/recordings_root.h"
 #include "cli/interruption.h"
 #include "cli/machine.h"
@@ -38,29 +38,47 @@ std::filesystem::path folderFor(const RecordRequest& request) {
     return *request.out;
 }
 
+capture::RecordingRequest recordingFor(const RecordRequest& request, Machine& machine) {
+    if (request.deviceID) {
+        return capture::DeviceRecording{
+            deviceFor(*request.deviceID, capture::DeviceRecorder::availableDevices(machine.devices())),
+            {request.microphone, request.webcam}};
+    }
+    platform::Desktop& desktop = machine.desktop();
+    const platform::ShareableContent content = desktop.shareableContent();
+    capture::CaptureOptions options;
+    options.source = sourceFor(request, content);
+    if (content.ownApplication) options.excludedApplications = {*content.ownApplication};
+    options.fps = request.fps;
+    options.systemAudio = request.systemAudio;
+    options.microphone = request.microphone;
+    options.webcam = request.webcam;
+    return capture::DesktopRecording{desktop, std::move(options)};
+}
+
 // Starts the recorder and runs the loop until the recording is finished.
-template <class AnyRecorder>
-typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session, const RecordRequest& request,
-                                        RecordingRemarks& remarks) {
-    std::optional<typename AnyRecorder::Outcome> outcome;
+capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Session& session,
+                                         const RecordRequest& request, RecordingRemarks& remarks) {
+    std::optional<capture::RecordingJob::Outcome> outcome;
     std::optional<RecorderError> startError;
     bool isRunning = false;
     bool stopRequested = false;
     const auto stop = [&] {
         stopRequested = true;
         if (!isRunning) return;
-        recorder.stop([&](const typename AnyRecorder::Outcome& given) {
+        recorder.stop([&](const capture::RecordingJob::Outcome& given) {
             outcome = given;
             session.loop.stop();
         });
     };
-    recorder.onNotice = [&](const std::string& sentence) { session.status.say(sentence); };
-    recorder.onSlowStep = recorder.onNotice;
-    recorder.onStreamError = [&](const RecorderError& error) {
+    const auto say = [&](const std::string& sentence) { session.status.say(sentence); };
+    recorder.onNotice(say);
+    recorder.onSlowStep(say);
+    recorder.onStreamError([&](const RecorderError& error) {
         session.status.say("Die Aufnahme wurde beendet: " + error.message());
         remarks.endedEarly = error.message();
         stop();
-    };
+    });
     std::unique_ptr<MainLoop::Timer> showTimer;
     std::unique_ptr<MainLoop::Timer> endTimer;
     recorder.start([&](std::optional<RecorderError> error) {
@@ -78,44 +96,22 @@ typename AnyRecorder::Stats runRecorder(AnyRecorder& recorder, Session& session,
     session.loop.run();
     if (startError) throw RecorderError(*startError);
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);
-    return std::get<typename AnyRecorder::Stats>(*outcome);
-}
-
-template <class AnyRecorder>
-void recordAndTell(AnyRecorder& recorder, Session& session, const RecordRequest& request, bool json,
-                   std::ostream& out) {
-    RecordingRemarks remarks;
-    const auto stats = runRecorder(recorder, session, request, remarks);
-    if (json) {
-        writeRecordingResult(out, stats, recorder.folder(), remarks);
-    } else {
-        out << describeRecording(stats, recorder.folder());
-    }
+    return std::get<capture::RecordingJob::Stats>(*outcome);
 }
 
 void run(const Arguments& arguments, std::ostream& out) {
     const RecordRequest request = parseRecordRequest(arguments);
-    const bool json = arguments.has("--json");
     Session session;
-    if (request.deviceID) {
-        const capture::RecordingServices services = session.machine.recordingServices();
-        const platform::CaptureDevice device =
-            deviceFor(*request.deviceID, capture::DeviceRecorder::availableDevices(services.devices));
-        capture::DeviceRecorder recorder(services, device, {request.microphone, request.webcam}, folderFor(request));
-        recordAndTell(recorder, session, request, json, out);
-        return;
+    const capture::RecordingServices services = session.machine.recordingServices();
+    capture::RecordingRequest recording = recordingFor(request, session.machine);
+    const auto recorder = capture::makeRecorder(services, std::move(recording), folderFor(request));
+    RecordingRemarks remarks;
+    const auto stats = runRecorder(*recorder, session, request, remarks);
+    if (arguments.has("--json")) {
+        writeRecordingResult(out, stats, recorder->folder(), remarks);
+    } else {
+        out << describeRecording(stats, recorder->folder());
     }
-    const capture::CaptureServices services = session.machine.captureServices();
-    const platform::ShareableContent content = services.desktop.shareableContent();
-    capture::Recorder::Options options;
-    options.source = sourceFor(request, content);
-    if (content.ownApplication) options.excludedApplications = {*content.ownApplication};
-    options.fps = request.fps;
-    options.systemAudio = request.systemAudio;
-    options.microphone = request.microphone;
-    options.webcam = request.webcam;
-    capture::Recorder recorder(services, options, folderFor(request));
-    recordAndTell(recorder, session, request, json, out);
 }
 
 }  // namespace

@@ -12,11 +12,6 @@ namespace {
 
 using Wide = long long;
 
-void writeFolder(model::JsonWriter& writer, const std::filesystem::path& folder) {
-    writer.key("folder");
-    writer.text(std::filesystem::absolute(folder).lexically_normal().string());
-}
-
 void writeRemarks(model::JsonWriter& writer, const RecordingRemarks& remarks) {
     if (remarks.recovered) {
         writer.key("recovered");
@@ -30,12 +25,13 @@ void writeRemarks(model::JsonWriter& writer, const RecordingRemarks& remarks) {
 
 }  // namespace
 
-void writeRecordingResult(std::ostream& out, const capture::Recorder::Stats& stats, const std::filesystem::path& folder,
-                          const RecordingRemarks& remarks) {
+void writeRecordingResult(std::ostream& out, const capture::RecordingJob::Stats& stats,
+                          const std::filesystem::path& folder, const RecordingRemarks& remarks) {
     model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
-    const auto integer = [&writer](const char* key, std::int64_t number) {
+    const auto integer = [&writer](const char* key, std::optional<std::int64_t> number) {
+        if (!number) return;
         writer.key(key);
-        writer.integer(number);
+        writer.integer(*number);
     };
     writer.beginObject();
     writer.key("duration");
@@ -44,49 +40,29 @@ void writeRecordingResult(std::ostream& out, const capture::Recorder::Stats& sta
     integer("framesSkippedIdle", stats.framesSkippedIdle);
     integer("framesDropped", stats.framesDropped);
     integer("pointerEvents", stats.pointerEvents);
-    writeFolder(writer, folder);
+    writer.key("folder");
+    writer.text(std::filesystem::absolute(folder).lexically_normal().string());
     writeRemarks(writer, remarks);
     writer.endObject();
     writer.finish();
     out << "\n";
 }
 
-void writeRecordingResult(std::ostream& out, const capture::DeviceRecorder::Stats& stats,
-                          const std::filesystem::path& folder, const RecordingRemarks& remarks) {
-    model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
-    writer.beginObject();
-    writer.key("duration");
-    writer.number(stats.duration);
-    writer.key("framesWritten");
-    writer.integer(stats.framesWritten);
-    writeFolder(writer, folder);
-    writeRemarks(writer, remarks);
-    writer.endObject();
-    writer.finish();
-    out << "\n";
+std::string describeRecording(const capture::RecordingJob::Stats& stats, const std::filesystem::path& folder) {
+    std::string text = formatted("Fertig: %.1f s, %lld Bilder", stats.duration, static_cast<Wide>(stats.framesWritten));
+    if (stats.framesDropped) {
+        text += *stats.framesDropped > 0 ? " (" + std::to_string(*stats.framesDropped) + " verworfene Bilder)"
+                                         : " (keine verworfenen Bilder)";
+    }
+    if (stats.pointerEvents) text += formatted(", %lld Zeigerereignisse", static_cast<Wide>(*stats.pointerEvents));
+    return text + "\nOrdner: " + folder.string() + "\n";
 }
 
-std::string describeRecording(const capture::Recorder::Stats& stats, const std::filesystem::path& folder) {
-    const std::string dropped = stats.framesDropped > 0 ? std::to_string(stats.framesDropped) + " verworfene Bilder"
-                                                        : "keine verworfenen Bilder";
-    return formatted("Fertig: %.1f s, %lld Bilder (%s), %lld Zeigerereignisse\nOrdner: %s\n", stats.duration,
-                     static_cast<Wide>(stats.framesWritten), dropped.c_str(), static_cast<Wide>(stats.pointerEvents),
-                     folder.c_str());
-}
-
-std::string describeRecording(const capture::DeviceRecorder::Stats& stats, const std::filesystem::path& folder) {
-    return formatted("Fertig: %.1f s, %lld Bilder\nOrdner: %s\n", stats.duration,
-                     static_cast<Wide>(stats.framesWritten), folder.c_str());
-}
-
-std::string runningLine(const capture::Recorder::Stats& stats) {
-    return formatted("Läuft: %.1f s · %lld Bilder · %lld verworfen · %lld Zeigerereignisse", stats.duration,
-                     static_cast<Wide>(stats.framesWritten), static_cast<Wide>(stats.framesDropped),
-                     static_cast<Wide>(stats.pointerEvents));
-}
-
-std::string runningLine(const capture::DeviceRecorder::Stats& stats) {
-    return formatted("Läuft: %.1f s · %lld Bilder", stats.duration, static_cast<Wide>(stats.framesWritten));
+std::string runningLine(const capture::RecordingJob::Stats& stats) {
+    std::string text = formatted("Läuft: %.1f s · %lld Bilder", stats.duration, static_cast<Wide>(stats.framesWritten));
+    if (stats.framesDropped) text += formatted(" · %lld verworfen", static_cast<Wide>(*stats.framesDropped));
+    if (stats.pointerEvents) text += formatted(" · %lld Zeigerereignisse", static_cast<Wide>(*stats.pointerEvents));
+    return text;
 }
 
 }  // namespace lumivastor::cli

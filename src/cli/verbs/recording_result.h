@@ -6,8 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "capture/recording/device_recorder.h"
-#include "capture/recording/recorder.h"
+#include "capture/recording/recording_job.h"
 
 namespace lumivastor::cli {
 
@@ -19,18 +18,15 @@ struct RecordingRemarks {
     std::optional<std::string> endedEarly = std::nullopt;
 };
 
-/// The document that tells of a recording: its figures, its absolute folder, and remarks.
-void writeRecordingResult(std::ostream& out, const capture::Recorder::Stats& stats, const std::filesystem::path& folder,
-                          const RecordingRemarks& remarks = {});
-void writeRecordingResult(std::ostream& out, const capture::DeviceRecorder::Stats& stats,
+/// The document that tells of a recording: its figures, its absolute folder, and remarks. Here and below, figures that
+/// are not counted are left out.
+void writeRecordingResult(std::ostream& out, const capture::RecordingJob::Stats& stats,
                           const std::filesystem::path& folder, const RecordingRemarks& remarks = {});
 
 /// The same for people.
-std::string describeRecording(const capture::Recorder::Stats& stats, const std::filesystem::path& folder);
-std::string describeRecording(const capture::DeviceRecorder::Stats& stats, const std::filesystem::path& folder);
+std::string describeRecording(const capture::RecordingJob::Stats& stats, const std::filesystem::path& folder);
 
 /// What a recording that runs is doing, on one line.
-std::string runningLine(const capture::Recorder::Stats& stats);
-std::string runningLine(const capture::DeviceRecorder::Stats& stats);
+std::string runningLine(const capture::RecordingJob::Stats& stats);
 
 }  // namespace lumivastor::cli

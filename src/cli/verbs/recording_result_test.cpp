@@ -12,7 +12,7 @@ namespace {
 
 TEST(RecordingResult, IsTheStatsAndTheFolder) {
     std::ostringstream out;
-    writeRecordingResult(out, capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a/b/../c");
+    writeRecordingResult(out, capture::RecordingJob::Stats{1.5, 90, 3, 2, 7}, "/a/b/../c");
     EXPECT_EQ(out.str(), R"({
   "duration" : 1.5,
   "framesWritten" : 90,
@@ -23,32 +23,31 @@ TEST(RecordingResult, IsTheStatsAndTheFolder) {
 }
 )");
     std::ostringstream recovered;
-    writeRecordingResult(recovered, capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", {.recovered = true});
+    writeRecordingResult(recovered, capture::RecordingJob::Stats{1.5, 90, 3, 2, 7}, "/a", {.recovered = true});
     EXPECT_NE(recovered.str().find("\"recovered\" : true"), std::string::npos);
     std::ostringstream device;
-    writeRecordingResult(device, capture::DeviceRecorder::Stats{2.5, 4}, "/a");
+    writeRecordingResult(device, capture::RecordingJob::Stats{2.5, 4}, "/a");
     EXPECT_EQ(device.str(), "{\n  \"duration\" : 2.5,\n  \"framesWritten\" : 4,\n  \"folder\" : \"/a\"\n}\n");
 }
 
 TEST(RecordingResult, SaysWhyARecordingEndedByItself) {
     const RecordingRemarks remarks{.endedEarly = "Das „Fenster“ wurde geschlossen."};
     std::ostringstream screen;
-    writeRecordingResult(screen, capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a", remarks);
+    writeRecordingResult(screen, capture::RecordingJob::Stats{1.5, 90, 3, 2, 7}, "/a", remarks);
     std::ostringstream device;
-    writeRecordingResult(device, capture::DeviceRecorder::Stats{2.5, 4}, "/a", remarks);
+    writeRecordingResult(device, capture::RecordingJob::Stats{2.5, 4}, "/a", remarks);
     for (const std::string& text : {screen.str(), device.str()}) {
         EXPECT_TRUE(text.ends_with("\"/a\",\n  \"endedEarly\" : \"Das „Fenster“ wurde geschlossen.\"\n}\n")) << text;
     }
 }
 
 TEST(RecordingResult, IsASentenceForPeople) {
-    EXPECT_EQ(describeRecording(capture::Recorder::Stats{1.5, 90, 3, 0, 7}, "/a"),
+    EXPECT_EQ(describeRecording(capture::RecordingJob::Stats{1.5, 90, 3, 0, 7}, "/a"),
               "Fertig: 1.5 s, 90 Bilder (keine verworfenen Bilder), 7 Zeigerereignisse\nOrdner: /a\n");
-    EXPECT_EQ(describeRecording(capture::Recorder::Stats{1.5, 90, 3, 2, 7}, "/a"),
+    EXPECT_EQ(describeRecording(capture::RecordingJob::Stats{1.5, 90, 3, 2, 7}, "/a"),
               "Fertig: 1.5 s, 90 Bilder (2 verworfene Bilder), 7 Zeigerereignisse\nOrdner: /a\n");
-    EXPECT_EQ(describeRecording(capture::DeviceRecorder::Stats{1.5, 90}, "/a"),
-              "Fertig: 1.5 s, 90 Bilder\nOrdner: /a\n");
-    EXPECT_EQ(runningLine(capture::Recorder::Stats{1.5, 90, 3, 2, 7}),
+    EXPECT_EQ(describeRecording(capture::RecordingJob::Stats{1.5, 90}, "/a"), "Fertig: 1.5 s, 90 Bilder\nOrdner: /a\n");
+    EXPECT_EQ(runningLine(capture::RecordingJob::Stats{1.5, 90, 3, 2, 7}),
               "Läuft: 1.5 s · 90 Bilder · 2 verworfen · 7 Zeigerereignisse");
 }
 

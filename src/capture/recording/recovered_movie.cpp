@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "capture/recording/rescued_movie.h"
+#include "capture/recording/recovered_movie.h"
 
 #include <fcntl.h>
 
@@ -34,7 +34,7 @@ double lastPictureOf(const std::shared_ptr<const media::Asset>& asset, const med
 
 }  // namespace
 
-RescuedMovie rescueMovie(const std::filesystem::path& path) {
+RecoveredMovie recoverMovie(const std::filesystem::path& path) {
     const media::MovieRepair repair = media::repairMovie(path);
     const auto asset = std::make_shared<const media::Asset>(path);
     const auto videos = asset->tracks(media::TrackKind::video);
@@ -46,7 +46,7 @@ RescuedMovie rescueMovie(const std::filesystem::path& path) {
     return {lastPictureOf(asset, videos.front()), repair.videoFrames};
 }
 
-bool mayStillBeRescued(const std::filesystem::path& path) {
+bool mayStillBeRecovered(const std::filesystem::path& path) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (error || size == 0) return false;

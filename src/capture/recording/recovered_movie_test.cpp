@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "capture/recording/rescued_movie.h"
+#include "capture/recording/recovered_movie.h"
 
 #include <gtest/gtest.h>
 
@@ -31,21 +31,21 @@ void writeMovie(const std::filesystem::path& path, int pictures, bool isFinished
     ASSERT_TRUE(!isFinished || writer.finishWriting());
 }
 
-TEST(MayStillBeRescued, OnlyWhereSomethingOfTheRecordingIsOnTheDisk) {
+TEST(MayStillBeRecovered, OnlyWhereSomethingOfTheRecordingIsOnTheDisk) {
     const TemporaryFolder folder;
-    EXPECT_FALSE(mayStillBeRescued(folder / "none.mov"));
+    EXPECT_FALSE(mayStillBeRecovered(folder / "none.mov"));
     folder.write("empty.mov", "");
-    EXPECT_FALSE(mayStillBeRescued(folder / "empty.mov"));
+    EXPECT_FALSE(mayStillBeRecovered(folder / "empty.mov"));
     folder.write("other.mov", "something that nobody here has written");
-    EXPECT_TRUE(mayStillBeRescued(folder / "other.mov")) << "not ours to give up";
+    EXPECT_TRUE(mayStillBeRecovered(folder / "other.mov")) << "not ours to give up";
     writeMovie(folder / "begun.mov", 0, false);
-    EXPECT_FALSE(mayStillBeRescued(folder / "begun.mov"));
+    EXPECT_FALSE(mayStillBeRecovered(folder / "begun.mov"));
     writeMovie(folder / "left.mov", 4, false);
-    EXPECT_TRUE(mayStillBeRescued(folder / "left.mov"));
+    EXPECT_TRUE(mayStillBeRecovered(folder / "left.mov"));
     writeMovie(folder / "whole.mov", 4, true);
-    EXPECT_TRUE(mayStillBeRescued(folder / "whole.mov"));
+    EXPECT_TRUE(mayStillBeRecovered(folder / "whole.mov"));
     // Of those left behind, what had not been encoded is lost; only so many wait.
-    EXPECT_GE(rescueMovie(folder / "left.mov").pictures, 1);
+    EXPECT_GE(recoverMovie(folder / "left.mov").pictures, 1);
 }
 
 }  // namespace

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "capture/live_video.h"
+
+#include <algorithm>
+
+#include "base/saturated.h"
+#include "imaging/picture_limits.h"
+
+namespace lumivastor::capture {
+
+namespace {
+
+// Keeps a desktop's text sharp; see `VideoSettings::constantQuality`.
+constexpr int kQuality = 20;
+// In motion key pictures come every two seconds by count. At rest there is a picture a second, and the ten of them that
+// a seek then decodes cost next to nothing; more key pictures would have to be coarser ones.
+constexpr double kKeySecondsAtRest = 10;
+constexpr double kBitsPerPixel = 0.08;
+
+}  // namespace
+
+std::int64_t averageBitRate(int width, int height, int fps) {
+    return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
+}
+
+media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps) {
+    return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
+}
+
+std::int64_t deviceBitRate(int width, int height) {
+    return std::max<std::int64_t>(averageBitRate(width, height, 60), 8'000'000);
+}
+
+bool canAddVideo(const media::VideoSettings& settings) {
+    constexpr int kLeast = 2;
+    return settings.width >= kLeast && settings.height >= kLeast &&
+           imaging::isDecodablePictureSize(settings.width, settings.height);
+}
+
+media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate) {
+    media::VideoSettings settings;
+    settings.width = width;
+    settings.height = height;
+    settings.averageBitRate = bitRate;
+    settings.maxKeyFrameInterval = 2 * fps;
+    settings.maxKeyFrameSeconds = kKeySecondsAtRest;
+    settings.frameRate = fps;
+    settings.timescale = kLiveTimescale;
+    settings.lowLatency = true;
+    settings.constantQuality = kQuality;
+    return settings;
+}
+
+}  // namespace lumivastor::capture

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "base/recorder_error.h"
+#include "capture/recording/webcam_preview.h"
+
+namespace lumivastor::capture {
+
+/// One recording, from its start to its finished folder, whatever is recorded; `makeRecorder` makes it. Start and stop
+/// it once. Destroying one that was not stopped ends the recording and leaves its folder as a crash does, to be
+/// completed by a recovery.
+///
+/// Main thread, unless a function says otherwise. Completions and events run on the main thread; they may destroy the
+/// job.
+class RecordingJob {
+  public:
+    struct Stats {
+        double duration = 0;  // seconds
+        std::int64_t framesWritten = 0;
+        // Of the desktop only: a device has no pointer, and what it sends is not counted.
+        std::optional<std::int64_t> framesSkippedIdle = std::nullopt;
+        std::optional<std::int64_t> framesDropped = std::nullopt;
+        std::optional<std::int64_t> pointerEvents = std::nullopt;
+
+        bool operator==(const Stats&) const = default;
+    };
+    using Outcome = std::variant<Stats, RecorderError>;
+    using StartCompletion = std::function<void(std::optional<RecorderError>)>;
+    using StopCompletion = std::function<void(const Outcome&)>;
+
+    RecordingJob() = default;
+    virtual ~RecordingJob() = default;
+    RecordingJob(const RecordingJob&) = delete;
+    RecordingJob& operator=(const RecordingJob&) = delete;
+
+    /// `handler` is called once when the recording cannot go on: what is recorded is gone, the movie cannot be written,
+    /// the disk is full or nearly so. The owner stops the job then; what was recorded until then is kept.
+    virtual void onStreamError(std::function<void(const RecorderError&)> handler) = 0;
+    /// `handler` gets a German sentence when something is missing from now on and the rest goes on (sound, the camera),
+    /// or is back.
+    virtual void onNotice(std::function<void(const std::string&)> handler) = 0;
+    /// `handler` gets in German what the start is waiting for, when that takes longer than a moment.
+    virtual void onSlowStep(std::function<void(const std::string&)> handler) = 0;
+
+    /// Opens what is recorded and starts, in the background. The completion gets the error, and nothing is left behind
+    /// in the folder then, or null.
+    virtual void start(StartCompletion completion) = 0;
+
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. The completion comes
+    /// even when the job is destroyed meanwhile.
+    virtual void stop(StopCompletion completion) = 0;
+
+    /// Figures for the display while recording. Any thread.
+    virtual Stats snapshot() const = 0;
+
+    virtual const std::filesystem::path& folder() const = 0;
+    /// The live picture of the webcam; null when none is recorded.
+    virtual std::shared_ptr<WebcamPreview> webcamPreviewLayer() const = 0;
+};
+
+}  // namespace lumivastor::capture
