@@ -12,8 +12,8 @@
 
 namespace lumivastor::capture {
 
-/// Brings what happens to a recording to whoever made its recorder, on the main thread, and only as long as this object
-/// lives. Its functions may be called on any thread.
+/// Delivers recorder events to the owner on the main thread; none after destruction. Its functions may be called on any
+/// thread.
 class OwnerReports {
   public:
     using ErrorCallback = std::function<void(const RecorderError&)>;
