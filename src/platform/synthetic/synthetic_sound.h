@@ -38,8 +38,8 @@ class SyntheticSoundSystem final : public platform::SoundSystem {
     /// Ends the sound of every running source of this kind. What is emitted afterwards still arrives, as after a
     /// server's restart. Returns whether there was a source.
     bool end(Kind kind, const std::string& reason);
-    /// Brings the sound back for every running source of this kind for which it has ended. Returns whether there was
-    /// one.
+    /// Brings the sound back for every running source of this kind for which it has ended. Returns whether any source
+    /// of this kind was running.
     bool comeBack(Kind kind);
 
     /// Sources of this kind that are running at this moment.
