@@ -31,7 +31,7 @@ std::uint16_t modifiers(const platform::KeyCombination& keys) {
     return static_cast<std::uint16_t>(mask);
 }
 
-// The group is told beside the modifiers of a press.
+// A press carries the group beside the modifiers.
 int groupOf(std::uint16_t state) {
     return state >> 13 & 3;
 }

@@ -72,7 +72,7 @@ void Recomposer::paintBackground(const platform::PixelRect& part, std::uint32_t 
     std::uint32_t named = 0;
     if (pixmap == 0 && !composited_) {
         makeBackdrop();
-        // Its background is the root's, painted anew: the root's may have changed.
+        // Its background is the root's. Cleared each time, because the root's may have changed.
         xcb_clear_area(connection_, 0, backdrop_, to16(part.x), to16(part.y), toSize(part.width), toSize(part.height));
         named = connection_.makeId();
         xcb_composite_name_window_pixmap(connection_, backdrop_, named);

@@ -90,7 +90,7 @@ std::optional<platform::RunningApplication> applicationFrom(const XProperty& wmC
     return application;
 }
 
-// Takes all answers, whatever they are: each that stays untaken would be kept for ever.
+// Fetches all replies, even useless ones: the library would keep an unfetched reply for ever.
 std::optional<platform::Window> takeAnswer(const XConnection& connection, const WindowQuestion& question,
                                            const MonitorList& monitors, const ClientProcesses& processes) {
     const auto attributes = xReply(connection, xcb_get_window_attributes_reply, question.attributes);

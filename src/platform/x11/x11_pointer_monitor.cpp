@@ -20,7 +20,7 @@
 namespace lumivastor::x11 {
 namespace {
 
-// Seconds for which events are gathered before they are told: making sure that nothing earlier is missing costs the
+// Seconds for which events are gathered before they are reported: making sure that nothing earlier is missing costs the
 // server two answers, which at a thousand events a second should not be asked for each. Times stay what they are.
 constexpr double kGather = 0.005;
 // How long the server may take to begin recording.
