@@ -35,7 +35,7 @@ RecorderError brokenConnection() {
     return RecorderError("Die Verbindung zum Bildschirm ist abgerissen.");
 }
 
-/// One connection for questions; streams and monitors have their own.
+/// The connection serves queries only; streams and monitors have their own.
 class X11Desktop : public platform::Desktop {
   public:
     X11Desktop(std::shared_ptr<platform::SoundSystem> sound, std::string displayName)
