@@ -20,7 +20,7 @@ constexpr double kProbeSeconds = 1;
 constexpr double kSlice = 0.05;
 // Some cameras take seconds until their first picture.
 constexpr double kSilence = 8;
-// A node that has just come may not have told its formats yet.
+// A new node may not have reported its formats yet.
 constexpr platform::PictureSize kUnknownSize{1280, 720};
 
 }  // namespace
@@ -103,7 +103,7 @@ void PipeWireCameraSession::run() {
     const auto node = connection.node(node_);
     if (!node) throw RecorderError(gone);
     double seen = hostClockSeconds();
-    // What it delivers without a preset was promised by `activeFormat`.
+    // Without a preset it must deliver what `activeFormat` promised.
     CameraStream stream(connection, *node, preset_ ? *preset_ : activeFormat(),
                         [this, &seen](platform::DeviceSample sample) {
                             seen = hostClockSeconds();
