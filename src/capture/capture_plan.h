@@ -14,7 +14,7 @@
 #include "platform/capture_device.h"
 #include "platform/desktop.h"
 
-// What follows from the user's choice before anything is started. Plain functions.
+// Everything that follows from the user's choice before capture starts. Pure functions.
 
 namespace lumivastor::capture {
 
@@ -44,7 +44,7 @@ struct CapturePlan {
     platform::ContentFilter filter;
     platform::StreamConfiguration configuration;
     model::Geometry geometry;
-    /// For everything in global points.
+    /// The space of all global points of this recording.
     platform::PointSpace space;
     /// For windows only.
     std::optional<std::uint32_t> windowID;
@@ -59,24 +59,24 @@ struct CapturePlan {
     int height() const { return configuration.height; }
 };
 
-/// Throws `RecorderError` when the desktop does not let such a source be recorded, whatever it is chosen from.
+/// Throws `RecorderError` when the desktop does not allow sources of this kind to be recorded.
 void requireRecordable(const CaptureSource& source, const platform::ShareableContent& content);
 
-/// `content` is what is there now: a window or display may have moved since it was chosen. Throws `RecorderError` when
-/// the source cannot be recorded, there is no display, or nothing to be seen.
+/// `content` is the desktop's present content: a window or display may have moved since it was chosen. Throws
+/// `RecorderError` when the source cannot be recorded, there is no display, or nothing is visible.
 CapturePlan planCapture(const CaptureOptions& options, const platform::ShareableContent& content);
 
 /// The size of a movie's pictures for a size in points: rounded to whole pixels, then down to even ones.
 platform::PictureSize evenPixelSize(Size points, double scale);
 
-/// "Terminal – Sitzung 1", or what is known of it; nothing when nothing is.
+/// "Terminal – Sitzung 1", or the known part of it; nullopt when nothing is known.
 std::optional<std::string> windowTitleForInfo(const platform::Window& window);
 
-/// Bits a second of a movie of the screen: 0.08 for each pixel.
+/// Bits a second of a screen movie: 0.08 bits for each pixel.
 std::int64_t averageBitRate(int width, int height, int fps);
-/// The same at 60 pictures a second for a device, whose pictures move more: at least 8,000,000.
+/// The same for a device at 60 pictures a second; at least 8,000,000, because device pictures have more motion.
 std::int64_t deviceBitRate(int width, int height);
-/// What encoding a recording of the screen takes.
+/// The encoding job of a screen recording.
 media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps);
 
 inline constexpr std::int64_t kWebcamBitRate = 8'000'000;
@@ -84,25 +84,25 @@ inline constexpr std::int64_t kWebcamBitRate = 8'000'000;
 /// Whether such a track can be written, and read again.
 bool canAddVideo(const media::VideoSettings& settings);
 
-/// Settings of a live movie's track, but for the encoder.
+/// Settings of a live movie's track, without the encoder.
 media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate);
 
-/// Pictures of live movies come when the host clock says so. A microsecond would make the movie's tick counts
-/// needlessly large; this is exact for 60 and 30 pictures a second and for the timescale 600, and off by 8 microseconds
-/// at most.
+/// The timescale of live movies, whose pictures have host clock times. It is exact for 60 and 30 pictures a second and
+/// for the timescale 600, and otherwise off by at most 8 microseconds. Microseconds would make tick counts needlessly
+/// large.
 inline constexpr std::int32_t kLiveTimescale = 60'000;
-/// What a killed recording loses at most.
+/// The length of a movie's fragments: the most that a killed recording loses.
 inline constexpr MediaTime kFragmentInterval{1200, 600};
 
-/// What the capture document says as soon as a recording starts.
+/// The capture document as far as it is known when a recording starts.
 model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options);
 
-/// What the capture document of a device says as soon as its first picture has come.
+/// The capture document of a device as far as it is known at its first picture.
 model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
                                      bool microphone);
 model::Geometry deviceGeometry(platform::PictureSize size);
 
-/// A number as logs show it: always with a fraction ("2.0", "1.25").
+/// A number in the log's format, always with a fraction ("2.0", "1.25").
 std::string decimalText(double number);
 
 }  // namespace lumivastor::capture
