@@ -8,11 +8,11 @@
 #include "capture/recording/recorder.h"
 #include "render/cursor_renderer.h"
 
-// What the main window's status line says, where that takes figures. Plain functions.
+// Status texts of the main window that contain numbers. Pure functions.
 
 namespace lumivastor::app {
 
-/// Whole minutes and seconds, cut off: "0:59", "75:03".
+/// Minutes and seconds, rounded down: "0:59", "75:03".
 std::string elapsedText(double seconds);
 
 std::string runningText(const capture::Recorder::Stats& stats);
