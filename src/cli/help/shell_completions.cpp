@@ -18,7 +18,7 @@ std::string spaced(std::string_view choices) {
     return words;
 }
 
-// Between single quotes, for any of the shells: an apostrophe closes them, stands alone, and opens them again.
+// Single-quotes text for all three shells: an apostrophe closes the quotes, is escaped, and opens them again.
 std::string quoted(std::string_view text) {
     std::string made = "'";
     for (const char c : text) made += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -68,7 +68,7 @@ std::string bashValues(std::string_view verb, std::span<const OptionSpec> option
 
 // zsh
 
-// Inside a description of _arguments brackets and colons mean something.
+// Escapes brackets and colons, which are special in descriptions of _arguments.
 std::string zshText(std::string_view text) {
     std::string made;
     for (const char c : text) {

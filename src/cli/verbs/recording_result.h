@@ -11,25 +11,25 @@
 
 namespace lumivastor::cli {
 
-/// What a document says besides a recording's figures and folder. What is not set is left out.
+/// Further fields of the document about a recording. Unset ones are left out.
 struct RecordingRemarks {
-    /// Of a recovery: whether there was anything to do.
+    /// For a recovery: whether anything was recovered.
     std::optional<bool> recovered = std::nullopt;
-    /// Of a recording that ended by itself: the German sentence that says why.
+    /// For a recording that ended by itself: the German sentence with the reason.
     std::optional<std::string> endedEarly = std::nullopt;
 };
 
-/// The document that tells of a recording: its figures, its absolute folder, and remarks.
+/// Writes the JSON document about a recording: its figures, its absolute folder, and remarks.
 void writeRecordingResult(std::ostream& out, const capture::Recorder::Stats& stats, const std::filesystem::path& folder,
                           const RecordingRemarks& remarks = {});
 void writeRecordingResult(std::ostream& out, const capture::DeviceRecorder::Stats& stats,
                           const std::filesystem::path& folder, const RecordingRemarks& remarks = {});
 
-/// The same for people.
+/// The same as text for users.
 std::string describeRecording(const capture::Recorder::Stats& stats, const std::filesystem::path& folder);
 std::string describeRecording(const capture::DeviceRecorder::Stats& stats, const std::filesystem::path& folder);
 
-/// What a recording that runs is doing, on one line.
+/// The state of a running recording on one line.
 std::string runningLine(const capture::Recorder::Stats& stats);
 std::string runningLine(const capture::DeviceRecorder::Stats& stats);
 
