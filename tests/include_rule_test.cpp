@@ -180,6 +180,48 @@ TEST(IncludeRule, TheArchitectureShowsTheTableAsItIs) {
         << table;
 }
 
+// The first drawing of the section on layers, line by line.
+std::vector<std::string> drawnLayers() {
+    const std::string document = readText(fs::path(LUMI_SOURCE_FOLDER) / "docs" / "architecture.md");
+    const std::string fence = "```text\n";
+    const auto begin = document.find(fence, document.find("## Layers\n"));
+    if (begin == std::string::npos) return {};
+    const auto first = begin + fence.size();
+    std::istringstream text(document.substr(first, document.find("```\n", first) - first));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    return lines;
+}
+
+TEST(IncludeRule, TheDrawingNamesEveryFolderOnceAndAboveWhatItIncludes) {
+    static const std::regex word("[a-z0-9_/]+");
+    const Layers layers = readLayers();
+    std::map<std::string, int> floors;  // the line on which a folder stands, from the top
+    std::multiset<std::string> drawn;
+    const auto lines = drawnLayers();
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        for (std::sregex_iterator each(lines[i].begin(), lines[i].end(), word), end; each != end; ++each) {
+            drawn.insert(each->str());
+            if (layers.folders.contains(each->str())) floors[each->str()] = static_cast<int>(i);
+        }
+    }
+
+    std::multiset<std::string> expected;
+    for (const auto& [folder, allowed] : layers.folders) expected.insert(folder);
+    for (const auto& [room, allowed] : layers.rooms) {
+        if (!room.ends_with("/root")) expected.insert(room.substr(room.rfind('/') + 1));
+    }
+    EXPECT_EQ(drawn, expected) << "docs/architecture.md draws other folders and rooms than src/layers.txt lists";
+
+    for (const auto& [folder, allowed] : layers.folders) {
+        for (const auto& lower : allowed) {
+            ASSERT_TRUE(floors.contains(folder) && floors.contains(lower)) << folder << ", " << lower;
+            EXPECT_GT(floors[lower], floors[folder])
+                << folder << " includes " << lower << " and must be drawn above it";
+        }
+    }
+}
+
 // What the editor decides needs no window, so that tests need none either.
 TEST(IncludeRule, TheEditorsSessionKnowsNoWidgets) {
     static const std::regex qt("^Q[A-Z].*|^Qt.*");

@@ -80,7 +80,7 @@ AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate(TerminationC
 }
 
 bool AppDelegate::videosMayEnd() {
-    // All of them say it, also when the first does.
+    // Asks all of them, so that each one with an export shows its message.
     const bool editorsMay = view_->editorsMayClose();
     const bool checkVideoMay = checkVideoMayEnd();
     return editorsMay && checkVideoMay;
@@ -156,7 +156,7 @@ void AppDelegate::applySources(const std::variant<SourceLists, RecorderError>& a
 }
 
 void AppDelegate::tryEncoders() {
-    // Once is enough, and later a recording may run.
+    // Only once, because later a recording may run.
     if (std::exchange(encodersTried_, true) || flow_.isActive()) return;
     encoderQueue_.async([choose = services_.chooseEncoder, displays = lists_.displays] {
         for (const platform::Display& display : displays) {
@@ -178,12 +178,12 @@ void AppDelegate::showPopup(const SourcePopup& popup) {
     window_.update([&](MainWindowState& state) {
         state.sourceItems = popup.items;
         state.choices.sourceIndex = popup.items.empty() ? -1 : 0;
-        // A list that comes late does not talk over the recording.
+        // A late list must not replace the recording's status.
         if (!flow_.isActive()) state.status = popup.status;
     });
 }
 
-// What a program may record of an X desktop is not settled by settings that could be opened.
+// X desktops have no permission settings that could be opened.
 void AppDelegate::openScreenRecordingSettings() {
     Log::write("Permissions", "keine Einstellungen für die Bildschirmaufnahme zum Öffnen");
 }
@@ -384,7 +384,7 @@ void AppDelegate::checkVideoFinished(const render::CursorRenderer::Result& resul
         view_->revealFile(result.url);
         return;
     }
-    // Nothing opens on a screen that is recorded, and the status belongs to the recording.
+    // Opens no window during a recording, which would show it, and leaves the status to the recording.
     checkVideoFile_ = result.url;
     window_.update([](MainWindowState& state) {
         state.notices[NoticeKind::checkVideo] = {"Das Prüfvideo ist fertig.", "Zeigen"};

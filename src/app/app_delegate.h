@@ -22,9 +22,9 @@
 
 namespace lumivastor::app {
 
-/// The application's controller: fills the main window, starts recordings and hands them to the editor, writes check
-/// videos, completes what was interrupted, and says when the program may end. It decides and tells the view; the view
-/// tells it what the user does. Main thread.
+/// The application's controller: fills the main window, starts recordings and opens them in the editor, writes check
+/// videos, completes interrupted recordings, and decides when the program may end. It decides and tells the view what
+/// to show; the view reports what the user does. Main thread.
 class AppDelegate {
   public:
     AppDelegate(AppServices services, AppView& view);
@@ -35,26 +35,26 @@ class AppDelegate {
     void applicationDidFinishLaunching(const CommandSwitches& switches);
 
     enum class TerminateReply { now, later, cancel };
-    /// Who wants the program to end: the user, who can be asked, or the system, which cannot.
+    /// Who requests the end: the user, who can be asked, or the system, which cannot.
     enum class TerminationCause { user, system };
-    /// Every way to the program's end asks here. `later`: the view is told when. `cancel`: videos are being rendered,
-    /// and the user has been told to ask a second time.
+    /// Called by every way to quit. `later`: `AppView::replyToApplicationShouldTerminate` follows. `cancel`: videos are
+    /// being rendered, and the user has been told to quit a second time.
     TerminateReply applicationShouldTerminate(TerminationCause cause = TerminationCause::user);
-    /// Whether nothing is being rendered, or the user asks for the second time to end it.
+    /// Whether no video is being rendered, or the user requests the end for the second time.
     bool videosMayEnd();
-    /// Whether the main window may close: the same for a check video, which closing it cancels.
+    /// Whether the main window may close, which cancels a check video: the same question for that video alone.
     bool mainWindowShouldClose();
-    /// The windows are gone, so that nobody can be asked: ends what runs. `later`: `blind` is told when; it
-    /// outlives this.
+    /// Ends all work after the windows are gone, when no user can be asked. `blind` must outlive this; after `later` it
+    /// gets `replyToApplicationShouldTerminate`.
     TerminateReply endWithoutWindows(AppView& blind);
     bool applicationShouldTerminateAfterLastWindowClosed() const;
-    /// The program was started once more.
+    /// The program was started again.
     void applicationShouldHandleReopen(bool hasVisibleWindows);
-    /// The program was started once more, to edit this folder.
+    /// The program was started again to edit this folder.
     void open(const std::filesystem::path& folder);
-    /// The same, to ask which folder; not while something is recorded.
+    /// Asks for a folder to edit; not during a recording.
     void chooseRecording();
-    /// Shows the main window to begin a recording, unless one is under way.
+    /// Shows the main window for a new recording, unless one is in progress.
     void newRecording();
 
     // What the user sets.
@@ -80,7 +80,7 @@ class AppDelegate {
     /// The button of the notice about a check video.
     void revealCheckVideo();
 
-    /// For whoever else has something to say in the main window.
+    /// Shared with other objects that show something in the main window.
     MainWindowModel& window() { return window_; }
 
   private:
@@ -91,7 +91,7 @@ class AppDelegate {
     void fillSourcePopup();
     void showPopup(const SourcePopup& popup);
     void openScreenRecordingSettings();
-    /// Finds out how fast encoders are here before a recording has to wait for it.
+    /// Measures the encoders in the background, so that no recording has to wait for it.
     void tryEncoders();
     void cameraAnswered(Access access);
     void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen);
@@ -126,7 +126,7 @@ class AppDelegate {
     std::unique_ptr<MainLoop::Timer> closingTimer_;
     bool checkVideoCancelled_ = false;
     std::unique_ptr<SleepInhibitor::Hold> checkVideoAwake_;
-    std::filesystem::path checkVideoFile_;  // finished, and not shown yet
+    std::filesystem::path checkVideoFile_;  // finished, but not revealed yet
     std::jthread checkVideo_;
     Lifetime lifetime_;
     SerialQueue sourceQueue_{"app.sources"};

@@ -16,13 +16,14 @@
 
 namespace lumivastor::app {
 
-/// What the application works with. Whoever makes the application keeps all of it alive longer.
+/// The services that the application uses. They must outlive the application.
 struct AppServices : capture::CaptureServices {
-    /// Where recordings are kept, each in a folder of its own.
+    /// The folder of all recordings; each has its own folder in it.
     std::filesystem::path root;
     Preferences& preferences;
     SleepInhibitor& sleep;
-    /// A key combination that stops the recording; `pressed` may run on any thread. Null when it cannot be had.
+    /// Grabs the key combination that stops the recording; null when it is not available. `pressed` may run on any
+    /// thread.
     std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed)> grabStopShortcut;
 
     std::function<std::time_t()> wallClock = [] { return std::time(nullptr); };

@@ -14,58 +14,57 @@
 
 namespace lumivastor::app {
 
-/// The application's windows, as its controller sees them: they show what they are told and decide nothing. Main
-/// thread.
+/// The application's windows as the controller sees them. They show state and decide nothing. Main thread.
 class AppView {
   public:
     virtual ~AppView() = default;
 
     virtual void show(const MainWindowState& state) = 0;
-    /// To the front, with the keyboard.
+    /// Brings it to the front, with keyboard focus.
     virtual void showMainWindow() = 0;
     virtual void hideMainWindow() = 0;
 
-    /// In the main window, mirrored.
+    /// Shows the preview in the main window, mirrored.
     virtual void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) = 0;
     virtual void hideCameraPreview() = 0;
 
-    /// Large, in the middle of the main screen; again to change the number.
+    /// Shows a large number in the middle of the main screen. Call it again to change the number.
     virtual void showCountdown(int number) = 0;
     virtual void hideCountdown() = 0;
 
-    /// Whether one of the screens that windows can be put on is this display.
+    /// Whether windows can be placed on this display.
     virtual bool hasScreen(const platform::Display& display) = 0;
     virtual void showRegionArmPanel(const platform::Display& display) = 0;
     virtual void closeRegionArmPanel() = 0;
-    /// Lets the user drag a rectangle: points of the display, relative to its top-left corner. Nothing: cancelled. Not
-    /// called within `pickRegion`.
+    /// Lets the user drag a rectangle, in points relative to the display's top-left corner. nullopt if cancelled; never
+    /// called before `pickRegion` returns.
     virtual void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) = 0;
 
     virtual void installStatusItem(const std::string& title) = 0;
     virtual void setStatusItemTitle(const std::string& title) = 0;
     virtual void removeStatusItem() = 0;
 
-    /// On the main screen when none is given. `preview`: of the webcam that is recorded, if one is. `hasShortcut`:
-    /// whether keys stop the recording, too.
+    /// Shows it on the main screen if `display` is nullopt. `preview` is that of the recorded webcam, or null.
+    /// `hasShortcut`: whether a key combination stops the recording.
     virtual void showRecordingPanel(const std::optional<platform::Display>& display,
                                     std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) = 0;
     virtual void setRecordingPanelTime(const std::string& time) = 0;
     virtual void removeRecordingPanel() = 0;
 
-    /// Lets the user choose one folder, starting in `start`. Nothing: cancelled.
+    /// Lets the user choose one folder, starting in `start`. nullopt if cancelled.
     virtual void askForFolder(const std::string& message, const std::filesystem::path& start,
                               std::function<void(std::optional<std::filesystem::path>)> completion) = 0;
-    /// Throws `RecorderError` when the folder holds nothing that can be edited.
+    /// Throws `RecorderError` when the folder holds no editable recording.
     virtual void openEditor(const std::filesystem::path& folder) = 0;
-    /// Whether all editors may close; those that export say in front of everything that they have to be asked a
-    /// second time.
+    /// Whether all editors may close. Editors with an export come to the front and show that a second request is
+    /// needed.
     virtual bool editorsMayClose() = 0;
-    /// In the file viewer. False when there is none.
+    /// Opens it in the file viewer. False without a file viewer.
     virtual bool openFolder(const std::filesystem::path& folder) = 0;
-    /// Shows the folder that holds the file, with the file selected.
+    /// Opens the file's folder in the file viewer, with the file selected.
     virtual void revealFile(const std::filesystem::path& file) = 0;
 
-    /// The answer to a request to quit that had to wait.
+    /// The program may end now: the answer to a quit request that got `later`.
     virtual void replyToApplicationShouldTerminate() = 0;
 };
 

@@ -12,7 +12,7 @@ bool presetZoomsOff(const std::filesystem::path& folder) {
     const auto document = model::ProjectSettings::fileURL(folder);
     std::error_code error;
     if (std::filesystem::exists(std::filesystem::symlink_status(document, error))) return false;
-    // Not through `ProjectSettings`: what is left out here follows the defaults of whoever opens the folder.
+    // Not through `ProjectSettings`: keys that are missing here get the defaults of the version that opens the folder.
     error = replaceFile(document, R"({"zoomScale": 1.0})");
     if (error) throw RecorderError("„project.json“ kann nicht geschrieben werden: " + systemErrorText(error) + ".");
     return true;

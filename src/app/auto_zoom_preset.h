@@ -5,8 +5,8 @@
 
 namespace lumivastor::app {
 
-/// Makes the editor start with zooms switched off: writes a project document that says so. One that is there already is
-/// left alone. Whether it wrote one; throws `RecorderError` when the folder refuses it.
+/// Writes a project document with zooms switched off, unless the folder has one already. Returns whether it wrote one.
+/// Throws `RecorderError` when it cannot be written.
 bool presetZoomsOff(const std::filesystem::path& folder);
 
 }  // namespace lumivastor::app

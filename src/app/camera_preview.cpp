@@ -29,7 +29,7 @@ void CameraPreview::start(std::function<void(const Outcome&)> completion) {
             outcome.error = error.message();
         }
         services_.mainLoop.async([this, completion = std::move(completion), generation, outcome] {
-            // Gone when the preview was stopped meanwhile, or is no more.
+            // Expired when the preview was stopped or destroyed meanwhile.
             if (generation.expired()) return;
             if (!outcome.preview) generation_.reset();
             completion(outcome);

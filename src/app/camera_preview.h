@@ -12,8 +12,8 @@
 
 namespace lumivastor::app {
 
-/// The default camera's live picture while nothing is recorded. The camera is opened and closed in the background.
-/// Main thread; completions run on the main thread, not within the call.
+/// The default camera's live picture outside of recordings. The camera is opened and closed in the background. Main
+/// thread; completions run on the main thread, never before the call returns.
 class CameraPreview {
   public:
     explicit CameraPreview(const capture::RecordingServices& services);
@@ -21,15 +21,15 @@ class CameraPreview {
     CameraPreview(const CameraPreview&) = delete;
     CameraPreview& operator=(const CameraPreview&) = delete;
 
-    /// What is to be shown, or why there is nothing.
+    /// The preview to show, or the reason why there is none.
     struct Outcome {
         std::shared_ptr<capture::WebcamPreview> preview;
         std::string error;
     };
-    /// Does nothing while it is on. The completion does not come when it is stopped before.
+    /// No effect while the preview is on. `completion` is not called if the preview is stopped before.
     void start(std::function<void(const Outcome&)> completion);
 
-    /// The camera is free for others when the completion comes, also where the preview was off already.
+    /// `completion` is called when the camera is free for other programs, also if the preview was off already.
     void stop(std::function<void()> completion = {});
 
     bool isOn() const { return generation_ != nullptr; }

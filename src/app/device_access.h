@@ -13,13 +13,12 @@ namespace lumivastor::app {
 
 enum class Access {
     granted,
-    refused,  // there is one, but it does not let itself be used
-    missing,  // there is none
+    refused,  // present, but cannot be opened
+    missing,  // there is no such device
 };
 
-/// Whether microphone, camera and devices may be used: whether they can be opened. They are opened in the background
-/// and closed again. Main thread; completions run on the main thread, not within the call, and not after this is
-/// destroyed.
+/// Finds out whether microphone, camera and devices can be used, by opening and closing them in the background. Main
+/// thread; completions run on the main thread, never before the call returns and never after destruction.
 class DeviceAccess {
   public:
     explicit DeviceAccess(const capture::RecordingServices& services);
@@ -33,7 +32,7 @@ class DeviceAccess {
     void requestDevice(const platform::CaptureDevice& device, Completion completion);
 
   private:
-    /// `what` is asked for, for the log.
+    /// `what` is the device's name in the log.
     void request(std::string what, std::function<Access()> ask, Completion completion);
 
     const capture::RecordingServices services_;

@@ -15,16 +15,16 @@
 
 namespace lumivastor::app {
 
-/// The folders directly below `root` that hold a recording which was begun and not completed, oldest name first. Those
-/// that are being recorded at this moment are not among them.
+/// The folders directly below `root` with a recording that was begun and not completed, sorted by name, without running
+/// recordings.
 std::vector<std::filesystem::path> interruptedRecordings(const std::filesystem::path& root);
 
-/// What the main window says about them; nothing without any.
+/// The main window's notice about these folders; nullopt without folders.
 std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>& folders);
 
-/// How the completion of some folders went.
+/// The result of `completeRecordings`.
 struct CompletionReport {
-    /// The folders that are complete now, and what is in the last of them.
+    /// The folders that are complete now, and the figures of the last one.
     std::vector<std::filesystem::path> completed;
     capture::RecordingJob::Stats lastStats;
     struct Failure {
@@ -34,11 +34,11 @@ struct CompletionReport {
     std::vector<Failure> failures;
 };
 
-/// Completes one after the other; what fails is reported, not thrown. Takes a moment for each. Any thread.
+/// Completes the folders one after the other; failures are reported, not thrown. Each takes a moment. Any thread.
 CompletionReport completeRecordings(const std::vector<std::filesystem::path>& folders,
                                     const std::function<capture::Recovery(const std::filesystem::path&)>& recover);
 
-/// What the status says in the end.
+/// The status text for the result.
 std::string completionText(const CompletionReport& report);
 
 }  // namespace lumivastor::app

@@ -10,10 +10,10 @@
 
 namespace lumivastor::app {
 
-/// What a hint in the status is about: when that changes, the hint no longer holds.
+/// The subject of a hint in the status. The hint is withdrawn when the subject changes.
 enum class Hint { microphone, camera, source, folder, start };
 
-/// What the main window shows, shared by those who have something to say there. Main thread.
+/// The state of the main window, shared by all objects that show something there. Main thread.
 class MainWindowModel {
   public:
     explicit MainWindowModel(ViewInForce& view) : view_(view) {}
@@ -21,7 +21,7 @@ class MainWindowModel {
     const MainWindowState& state() const { return state_; }
     const MainWindowChoices& choices() const { return state_.choices; }
 
-    /// Changes the state by `change(state)` and shows it.
+    /// Applies `change(state)` and shows the new state.
     template <typename Change>
     void update(const Change& change) {
         change(state_);
@@ -31,12 +31,12 @@ class MainWindowModel {
         update([&](MainWindowState& state) { state.status = std::move(status); });
     }
 
-    /// Says in the status what is missing or has failed.
+    /// Shows in the status what is missing or has failed.
     void setHint(Hint about, std::string sentence) {
         hint_ = {about, sentence};
         setStatus(std::move(sentence));
     }
-    /// A hint about this no longer holds: `instead` takes its place, unless something else was said meanwhile.
+    /// Withdraws a hint about this subject: replaces it with `instead`, unless the status has changed since.
     void withdrawHint(Hint about, const std::string& instead) {
         if (!hint_ || hint_->about != about) return;
         const bool stands = state_.status == hint_->sentence;

@@ -10,12 +10,12 @@
 
 namespace lumivastor::app {
 
-/// What the user has set in the main window.
+/// The user's choices in the main window.
 struct MainWindowChoices {
     SourceType sourceType = SourceType::display;
-    /// In the source pop-up; -1 when it is empty.
+    /// The index in the source pop-up; -1 when the pop-up is empty.
     int sourceIndex = -1;
-    /// 0 is 60 pictures a second, anything else 30.
+    /// 0 means 60 pictures a second, any other value 30.
     int fpsIndex = 0;
     bool systemAudio = false;
     bool autoZoom = true;
@@ -27,13 +27,13 @@ struct MainWindowChoices {
     bool operator==(const MainWindowChoices&) const = default;
 };
 
-/// What a notice is about; there is one of each at most. In the order in which they are shown.
+/// The kind of a notice; at most one of each, shown in this order.
 enum class NoticeKind { recording, checkVideo, interrupted, update };
 
-/// Something that the user should know or may do, above the status.
+/// A message above the status, perhaps with an action.
 struct Notice {
     std::string text;
-    /// Of the button that does something about it; empty: there is none.
+    /// The label of the action's button; empty without an action.
     std::string action;
 
     bool operator==(const Notice&) const = default;
@@ -47,9 +47,9 @@ struct MainWindowState {
     std::map<NoticeKind, Notice> notices;
     std::string recordTitle = "Aufnahme starten";
     bool recordEnabled = true;
-    /// Of all but the auto-zoom box and the record button.
+    /// Enables all controls except the auto-zoom box and the record button.
     bool controlsEnabled = true;
-    /// Of the check video; its button is off meanwhile, too.
+    /// The progress of the check video, 0...1; its button is disabled meanwhile.
     std::optional<double> progress;
 
     bool operator==(const MainWindowState&) const = default;

@@ -11,10 +11,10 @@
 
 namespace lumivastor::app {
 
-/// Takes the windows' place when they are gone with their display server: nothing is shown, and nobody is asked.
+/// Replaces the windows after the display server is gone: shows nothing and asks no questions.
 class NoView final : public AppView {
   public:
-    /// `terminate` is told when what had to be finished first is.
+    /// `terminate` is called when the work that delayed the end is finished.
     explicit NoView(std::function<void()> terminate) : terminate_(std::move(terminate)) {}
 
     void show(const MainWindowState&) override {}

@@ -23,7 +23,7 @@ constexpr const char* kNoCamera = "Ohne Kameraberechtigung keine Facecam. Entwed
 constexpr const char* kNoDevice =
     "Die Geraete-Aufnahme braucht die Kamera-Berechtigung (so meldet sich das iPhone am Mac).";
 
-// A folder for a recording that never began. One in which something lies stays.
+// Deletes the folder of a recording that never began, unless it has content.
 void removeEmptyFolder(const std::filesystem::path& folder) {
     std::error_code ignored;
     if (!folder.empty()) std::filesystem::remove(folder, ignored);
@@ -112,7 +112,7 @@ void RecordingFlow::beginDevice(const platform::CaptureDevice& device) {
 
 void RecordingFlow::askForPermissions(Subject subject, Granted granted) {
     phase_ = Phase::permissions;
-    // Whoever is asked for may be busy with our own preview, which shows that it lets itself be used.
+    // The device may be busy with our own preview, which proves that it can be used.
     if (preview_.isOn()) granted.webcam = true;
     const MainWindowChoices& choices = window_.choices();
     if (!granted.device) {
@@ -270,7 +270,7 @@ void RecordingFlow::streamFailed(const RecorderError& error) {
     if (phase_ != Phase::recording && phase_ != Phase::starting) return;
     const std::string text = "Die Aufnahme wurde vom System beendet: " + error.message();
     window_.setStatus(text);
-    // The status goes on to what the folder holds; why it ended early has to stay.
+    // The status will show the folder's content, but the reason for the early end must stay.
     note(text);
     stop();
 }
@@ -337,7 +337,7 @@ void RecordingFlow::backToIdle() {
         state.recordEnabled = true;
         state.controlsEnabled = true;
     });
-    // Quietly: the status has more important things to say.
+    // Without a hint: the status shows something more important.
     if (window_.choices().webcam && !terminationPending_) startPreview(false);
 }
 

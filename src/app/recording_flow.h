@@ -26,16 +26,16 @@ namespace lumivastor::app {
 ///       └───────────────────────────────────────┴> permissions -> countdown -> starting -> recording -> finishing ->
 ///       idle
 ///
-/// What fails or is cancelled on the way leads back to idle, with the main window showing why. Main thread.
+/// A failure or cancellation returns to idle, and the main window shows why. Main thread.
 class RecordingFlow {
   public:
     enum class Phase { idle, arming, picking, permissions, countdown, starting, recording, finishing };
 
-    /// Told what others have to do about it.
+    /// Callbacks for the owner.
     struct Events {
-        /// A recording runs, into this folder.
+        /// A recording into this folder has begun.
         std::function<void(const std::filesystem::path&)> started;
-        /// A folder is complete.
+        /// The recording in this folder is complete.
         std::function<void(const std::filesystem::path&)> finished;
     };
 
@@ -45,40 +45,41 @@ class RecordingFlow {
     RecordingFlow& operator=(const RecordingFlow&) = delete;
 
     bool isActive() const { return phase_ != Phase::idle; }
-    /// Whether a recorder is being started, runs, or finishes its folder: the program must not end then.
+    /// Whether a recorder starts, runs or finishes its folder. The program must not end then.
     bool hasRecorder() const;
 
-    /// What of the desktop is to be recorded, where that shows, and whose windows are left out.
+    /// A source of the desktop, the display that shows it, and the programs whose windows are left out.
     struct Request {
         capture::CaptureSource source;
         std::optional<platform::Display> display;
         std::vector<platform::RunningApplication> excludedApplications;
     };
 
-    // These begin a recording, as the main window's choices say; only while idle.
+    // The following begin a recording with the main window's choices. Only while idle.
     void begin(Request request);
     void beginDevice(const platform::CaptureDevice& device);
-    /// Lets the user choose a region of `display` first. `provesItself`: goes on to the overlay by itself.
+    /// Lets the user choose a region of `display` first. `provesItself` confirms the panel without the user after a
+    /// moment.
     void beginRegion(const platform::Display& display, std::vector<platform::RunningApplication> excludedApplications,
                      bool provesItself);
 
     void regionArmProceed();
     void regionArmCancel();
 
-    /// Ends the recording that runs; one that is only being started ends as soon as it runs.
+    /// Ends the running recording; one that is being started ends as soon as it runs.
     void stop();
-    /// The same, and answers the pending request to quit instead of opening what was recorded.
+    /// The same, and then answers the pending quit request instead of opening the editor.
     void stopAndTerminate();
 
-    /// Ends a countdown without a recording: its folder goes.
+    /// Ends a countdown without a recording, and deletes its folder.
     void abandonCountdown();
 
-    /// Shows the camera in the main window. Where that fails, the status says why.
+    /// Shows the camera in the main window. On failure the status says why.
     void startCameraPreview() { startPreview(true); }
     void stopCameraPreview();
 
   private:
-    /// What is being begun: a source of the desktop or a device.
+    /// The subject of the recording: a source of the desktop or a device.
     using Subject = std::variant<Request, platform::CaptureDevice>;
     struct Granted {
         bool device = false;
@@ -86,7 +87,7 @@ class RecordingFlow {
         bool webcam = false;
     };
 
-    /// What is said when something is not allowed.
+    /// The messages for a device that cannot be used.
     struct Refusal {
         Hint about;
         const char* sentence;
@@ -135,7 +136,7 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
     Lifetime lifetime_;
-    std::unique_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it calls in until it ends
+    std::unique_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed
 };
 
 }  // namespace lumivastor::app

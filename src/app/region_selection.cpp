@@ -10,7 +10,7 @@ namespace lumivastor::app {
 
 namespace {
 
-/// Below this a drag is taken for a click.
+/// A smaller drag counts as a click.
 constexpr double kSmallestSide = 60;
 /// How far the label's centre lies below the rectangle, and how near to the overlay's bottom it may come.
 constexpr double kLabelDistance = 18;

@@ -16,21 +16,21 @@ struct OverlayLabel {
     Point centre;
 };
 
-/// The dragging of a rectangle on an overlay that covers a screen: what the mouse does goes in, what is to be drawn
-/// comes out. Points of the overlay, origin top-left.
+/// The dragging of a rectangle on an overlay that covers a screen: takes mouse events and returns what to draw.
+/// Coordinates are points of the overlay with a top-left origin.
 class RegionSelection {
   public:
     explicit RegionSelection(Size overlay) : overlay_(overlay) {}
 
-    // A drag that leaves the overlay goes along its edge.
+    // Drags outside the overlay are clamped to its edge.
     void mouseDown(Point point) { start_ = current_ = inside(point); }
     void mouseDragged(Point point);
-    /// The rectangle that was dragged; nothing when it is too small to be meant, or no drag was under way.
+    /// The dragged rectangle; nullopt when it is too small to be intended, or without a drag.
     std::optional<Rect> mouseUp(Point point);
 
-    /// Left bright in the dimmed overlay, with a frame. Nothing before a drag has some width.
+    /// The rectangle to leave bright, with a frame, in the dimmed overlay; nullopt until a drag has an extent.
     std::optional<Rect> hole() const;
-    /// The size of what is being dragged, or what to do.
+    /// The size of the dragged rectangle, or an instruction before a drag.
     std::optional<OverlayLabel> label() const;
 
   private:
@@ -41,8 +41,8 @@ class RegionSelection {
     std::optional<Point> current_;
 };
 
-/// A rectangle on an overlay of the display as the display's own points relative to its top-left corner.
-/// `pixelsPerOverlayPoint`: how many pixels of the desktop a point of the overlay is wide.
+/// Converts a rectangle on a display's overlay to points relative to the display's top-left corner.
+/// `pixelsPerOverlayPoint` is the width of an overlay's point in pixels of the desktop.
 Rect displayRect(const Rect& overlayRect, double pixelsPerOverlayPoint, const platform::Display& display);
 
 }  // namespace lumivastor::app

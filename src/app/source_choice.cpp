@@ -65,7 +65,7 @@ SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
 }
 
 SourcePopup deniedSourcePopup() {
-    // The third line's quotation ends with a plain mark: that is how the text is laid down.
+    // The plain quotation mark at the end of the third line is intended.
     return {{"keine Berechtigung"},
             "Die Bildschirmaufnahme ist noch nicht erlaubt.\n"
             "Systemeinstellungen → Datenschutz & Sicherheit → Bildschirmaufnahme,\n"

@@ -9,29 +9,29 @@
 #include "platform/capture_device.h"
 #include "platform/shareable_content.h"
 
-// What the user can choose from, and what the choice means. Plain functions.
+// The lists from which the user chooses a source. Pure functions.
 
 namespace lumivastor::app {
 
 /// In the order of the control's segments.
 enum class SourceType { display, window, region, device };
 
-/// What can be recorded, as it was when it was last looked up.
+/// A snapshot of what can be recorded.
 struct SourceLists {
     std::vector<platform::Display> displays;  // in the server's order
-    std::vector<platform::Window> windows;    // those worth recording, by program and title
+    std::vector<platform::Window> windows;    // those of `recordableWindows`
     std::vector<platform::CaptureDevice> devices;
     /// Left out of every recording of a display.
     std::optional<platform::RunningApplication> ownApplication;
-    /// Why no display and no region can be recorded.
+    /// The reason why displays and regions cannot be recorded; nullopt if they can.
     std::optional<std::string> displayRefusal = {};
 };
 
-/// The lists for what the desktop and its devices offer. A program without a window of its own at that moment knows
-/// itself by its process all the same: its panels come later.
+/// The lists for the desktop's content and devices. Includes this program as `ownApplication`, by its process, even
+/// while it has no window, because its panels appear later.
 SourceLists sourceLists(const platform::ShareableContent& content, std::vector<platform::CaptureDevice> devices);
 
-/// The source pop-up and the status that goes with it.
+/// The source pop-up and the matching status.
 struct SourcePopup {
     std::vector<std::string> items;
     std::string status;
@@ -39,10 +39,10 @@ struct SourcePopup {
 
 SourcePopup sourcePopup(SourceType type, const SourceLists& lists);
 
-/// What stands in the pop-up when the desktop does not let itself be looked at.
+/// Menu contents when the desktop refuses to list its sources.
 SourcePopup deniedSourcePopup();
 
-/// The display that shows the source. Nothing when it is gone.
+/// The display that shows the source; nullopt when the source is gone.
 std::optional<platform::Display> displayOf(const capture::CaptureSource& source,
                                            const std::vector<platform::Display>& displays);
 

@@ -9,11 +9,11 @@
 #include "capture/recording/recording_job.h"
 #include "render/cursor_renderer.h"
 
-// What the main window's status line says, where that takes figures. Plain functions.
+// Status texts of the main window that contain numbers. Pure functions.
 
 namespace lumivastor::app {
 
-/// Whole minutes and seconds, cut off: "0:59", "75:03".
+/// Minutes and seconds, rounded down: "0:59", "75:03".
 std::string elapsedText(double seconds);
 
 /// `deviceName` is that of the device that is recorded; nothing when it is the desktop. Figures that are not counted

@@ -5,7 +5,7 @@
 
 namespace lumivastor::app {
 
-/// The view that is told what to show; another may take its place. Main thread.
+/// Holds the current view, which can be replaced. Main thread.
 class ViewInForce {
   public:
     explicit ViewInForce(AppView& view) : view_(&view) {}

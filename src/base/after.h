@@ -9,8 +9,8 @@
 
 namespace lumivastor {
 
-/// Runs `work` once, in `seconds`, unless the timer is destroyed before. Once it has run, the loop has no timer of it
-/// any more. The work may destroy it. Main thread.
+/// Runs `work` once, `seconds` from now, unless the returned timer is destroyed before. When `work` runs, the loop's
+/// own timer has ended already. `work` may destroy the returned timer. Main thread.
 [[nodiscard]] inline std::unique_ptr<MainLoop::Timer> after(MainLoop& loop, double seconds,
                                                             std::function<void()> work) {
     class Once final : public MainLoop::Timer {

@@ -26,7 +26,7 @@ constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr std::string_view kEnding = ".tmp";
 constexpr std::size_t kDigits = 16;
-// Names that nobody can foretell are taken once in a lifetime; this only ends what would otherwise go on for ever.
+// Random names practically never collide; the limit only keeps the loop from running for ever.
 constexpr int kTries = 16;
 
 std::error_code systemError(int number) {

@@ -13,31 +13,32 @@
 
 namespace lumivastor {
 
-/// When what was written is on the disk, so that it outlives a loss of power.
+/// When written bytes must be on the disk, where they survive a loss of power.
 enum class Durability {
     now,    // when writing has ended
-    later,  // when the system gets round to it
+    later,  // whenever the system writes its caches
 };
 
-/// Replaces a file as a whole: what is written goes to a new file beside it, which takes its name when everything is
-/// there. Until then, and after any failure, the old file is what it was. A symbolic link of that name is replaced, not
-/// followed; folders, pipes and devices are refused, and so are files that the user may not write.
+/// Replaces a file as a whole: the bytes go to a new file beside it, which takes over the name once it is complete.
+/// Until then, and after any failure, the old file is unchanged. A symbolic link of that name is replaced, not
+/// followed. Folders, pipes, devices and files that the user may not write are refused.
 ///
-/// The file belongs to its owner alone (mode 0600) unless there was one before, whose mode and owner it keeps. What a
-/// crash leaves beside the file goes when the file is next replaced. One thread at a time.
+/// The file belongs to its owner alone (mode 0600) unless there was one before, whose mode and owner it keeps. A file
+/// that a crash left beside it is deleted at the next replacement. One thread at a time.
 class FileReplacement {
   public:
     explicit FileReplacement(std::filesystem::path path, Durability durability = Durability::now);
-    /// Without `commit` nothing has happened.
+    /// Discards the new file unless `commit` has put it in place.
     ~FileReplacement();
     FileReplacement(const FileReplacement&) = delete;
     FileReplacement& operator=(const FileReplacement&) = delete;
 
-    /// Nothing on the disk is touched before the first bytes come.
+    /// The first call creates the new file; before it nothing on the disk changes.
     void write(std::string_view bytes);
 
-    /// Puts the new file in its place. `keepOldAs`: the name in the same folder under which the old one stays, whatever
-    /// it was, replacing a file of that name. The first error of all; none when the file is in place.
+    /// Puts the new file in its place. `keepOldAs` is a name in the same folder: the old file, of whatever kind, is
+    /// moved there and replaces a file of that name. Returns the first error since construction, none when the new file
+    /// is in place.
     std::error_code commit(const std::optional<std::filesystem::path>& keepOldAs = {});
 
   private:
@@ -51,8 +52,8 @@ class FileReplacement {
     const std::filesystem::path path_;
     const Durability durability_;
     std::error_code error_;
-    std::filesystem::path beside_;  // empty before there is such a file, and after it has gone
-    UniqueDescriptor hold_;         // the same file, locked, so that nobody takes it for what a crash has left
+    std::filesystem::path beside_;  // empty unless the new file exists
+    UniqueDescriptor hold_;         // the same file, locked, so that it does not count as a leftover
     std::optional<FileWriter> writer_;
     struct Old {
         mode_t mode = 0;
@@ -62,12 +63,12 @@ class FileReplacement {
     std::optional<Old> old_;  // the file that is replaced, if it is a regular one
 };
 
-/// Replaces a file by these bytes; the first error, none when it is in place.
+/// Replaces a file by these bytes. Returns the first error, none on success. Otherwise as `FileReplacement`.
 std::error_code replaceFile(const std::filesystem::path& path, std::string_view bytes,
                             Durability durability = Durability::now,
                             const std::optional<std::filesystem::path>& keepOldAs = {});
 
-/// Waits until a file, or a folder's list of names, is on the disk. Symbolic links are not followed.
+/// Waits until a file, or a folder's list of names, is on the disk. Does not follow symbolic links. Any thread.
 std::error_code syncToDisk(const std::filesystem::path& path);
 
 }  // namespace lumivastor

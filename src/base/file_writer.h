@@ -10,18 +10,19 @@
 
 namespace lumivastor {
 
-/// Writes a file from its beginning through a small buffer, so that a document of any length takes no more memory than
-/// that. The first error sticks and ends all further writing. One thread at a time.
+/// Writes a file from its beginning through a small buffer, so that memory use does not grow with the document. The
+/// first error sticks: later writes do nothing. One thread at a time.
 class FileWriter {
   public:
-    /// Over what the file held: for files that the user has named. `FileReplacement` is for all others.
+    /// Overwrites the file in place. Only for files that the user has named; `FileReplacement` is for all others.
     explicit FileWriter(const std::filesystem::path& path);
-    /// An empty file that is open for writing.
+    /// Takes an empty file that is open for writing.
     explicit FileWriter(UniqueDescriptor file);
 
     void write(std::string_view bytes);
 
-    /// Writes what is buffered and closes the file; the first error of all, none when every byte was taken.
+    /// Writes the buffer and closes the file. Returns the first error since construction, none when every byte was
+    /// written.
     std::error_code finish();
 
   private:

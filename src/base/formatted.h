@@ -5,7 +5,7 @@
 
 namespace lumivastor {
 
-/// What printf would print, as a string. The program never sets a locale, so a decimal point is always a point.
+/// What printf would print, as a string. The decimal point is always a point, because the numeric locale stays "C".
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
 
 }  // namespace lumivastor

@@ -57,7 +57,7 @@ inline Rect integral(const Rect& rect) {
     return {left, bottom, std::ceil(rect.maxX()) - left, std::ceil(rect.maxY()) - bottom};
 }
 
-/// What both rectangles share; an empty rectangle (all four 0) when that is nothing or only an edge.
+/// The area that both rectangles share; an empty rectangle (all four 0) when they share none or only an edge.
 inline Rect intersection(const Rect& a, const Rect& b) {
     const double left = std::max(a.minX(), b.minX());
     const double bottom = std::max(a.minY(), b.minY());

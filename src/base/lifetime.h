@@ -5,15 +5,15 @@
 
 namespace lumivastor {
 
-/// Tells work that was posted to the main loop whether its owner still exists. The owner holds it as a member, and the
-/// work a watch:
+/// Lets work that was posted to the main loop check whether its owner still exists. The owner holds a `Lifetime` as a
+/// member, the work holds a watch:
 ///
 ///     mainLoop.async([this, alive = lifetime_.watch()] {
 ///         if (!alive.expired()) finished();
 ///     });
 ///
-/// Owner and check both live on the main thread, so no lock is needed. Take a watch on another thread only from a copy
-/// that was made before.
+/// Owner and check both live on the main thread, so no lock is needed. Other threads may only copy a watch that the
+/// main thread took.
 class Lifetime {
   public:
     using Watch = std::weak_ptr<const void>;

@@ -22,7 +22,7 @@ namespace {
 
 // Called once, under the lock of a static's initialization.
 std::filesystem::path homeFolder() {
-    // NOLINTBEGIN(concurrency-mt-unsafe): nobody changes the environment or the user data base while we run
+    // NOLINTBEGIN(concurrency-mt-unsafe): the environment and the user data base do not change while the program runs
     if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') return home;
     if (const passwd* user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
     // NOLINTEND(concurrency-mt-unsafe)
@@ -44,7 +44,7 @@ std::string stamp() {
                      static_cast<int>(now.tv_usec / 1000));
 }
 
-// Opened and closed for each line, so that a log that was moved or deleted simply starts anew. Append mode and one
+// Opened and closed for each line, so that a log that was moved or deleted is simply created again. Append mode and one
 // write keep lines whole even when two processes log.
 void append(const std::string& line) {
     const UniqueDescriptor file(::open(url().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, 0600));

@@ -5,11 +5,12 @@
 #include <string>
 
 /// The one diagnostic channel of the program: one line for each noteworthy event, appended to a single text file in the
-/// user's log folder. No levels, no rotation, no console output; nothing here ever fails towards its caller.
+/// user's log folder. No levels, no rotation, no console output. Failures to log are ignored; no function here throws
+/// them at its caller.
 namespace lumivastor::Log {
 
-/// "Library/Logs/LumiVastor.log" below the user's home folder. The first call finds the home folder and creates the
-/// folders on the way; a failure to create them is swallowed. Any thread.
+/// "Library/Logs/LumiVastor.log" below the user's home folder. The first call looks up the home folder and creates
+/// missing folders; failures to create them are ignored. Any thread.
 const std::filesystem::path& url();
 
 /// Hands one line to the log's queue and returns at once; lines appear whole and in the order of the calls. The line
@@ -18,7 +19,7 @@ const std::filesystem::path& url();
 /// "Region", "Permissions".
 void write(std::string category, std::string message);
 
-/// Returns when every line handed over before is in the file. For the end of the program and for tests.
+/// Returns when every line logged before the call has been written. For the end of the program and for tests.
 void drain() noexcept;
 
 }  // namespace lumivastor::Log

@@ -9,12 +9,12 @@
 
 namespace lumivastor {
 
-/// The main thread's loop, as far as code below the windows needs it: work handed to it from other threads, and timers.
-/// The application puts the window toolkit's loop behind it, the command line a `BlockingMainLoop`, tests one whose
-/// clock they move by hand.
+/// The main thread's loop, as far as code below the windows needs it: work posted from other threads, and timers. The
+/// application implements it on the window toolkit's loop, the command line uses `BlockingMainLoop`, tests use one
+/// whose clock they move by hand.
 class MainLoop {
   public:
-    /// Ends when it is destroyed, on the main thread; its work does not run afterwards.
+    /// Destroy it on the main thread to end it; its work does not run afterwards.
     class Timer {
       public:
         virtual ~Timer() = default;
@@ -22,11 +22,11 @@ class MainLoop {
 
     virtual ~MainLoop() = default;
 
-    /// Runs `work` on the main thread, later, in the order of handing over. Any thread.
+    /// Posts `work` to the main thread and returns at once. Work runs in the order of the calls. Any thread.
     virtual void async(std::function<void()> work) = 0;
 
-    /// Runs `work` on the main thread every `seconds`, the first time one interval from now. A loop that comes late
-    /// runs it once, not as often as it missed. Main thread.
+    /// Runs `work` on the main thread every `seconds`, the first time one interval from now. A loop that is late runs
+    /// it once, not once for each missed interval. Main thread.
     [[nodiscard]] virtual std::unique_ptr<Timer> every(double seconds, std::function<void()> work) = 0;
 };
 
@@ -39,9 +39,9 @@ class BlockingMainLoop final : public MainLoop {
     void async(std::function<void()> work) override;
     [[nodiscard]] std::unique_ptr<Timer> every(double seconds, std::function<void()> work) override;
 
-    /// Runs work and timers until `stop`. Once a loop was stopped it may be run again.
+    /// Runs work and timers until `stop`. May be called again after it has returned.
     void run();
-    /// Makes `run` return after the work item at hand. Any thread.
+    /// Makes `run` return after the current work item. Any thread.
     void stop();
 
   private:

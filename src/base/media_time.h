@@ -6,19 +6,19 @@
 
 namespace lumivastor {
 
-/// A point on a movie's timeline, or a distance between two: `value` / `timescale` seconds. Movies count in whole ticks
-/// of their own clocks, and seconds as `double` would blur which picture is shown at a cut; hence a fraction. Equality
-/// and order compare the moments, not the spelling: 1/2 equals 300/600. The timescale is always positive.
+/// A point on a movie's timeline, or a distance between two: `value` / `timescale` seconds. A fraction, because movies
+/// count whole ticks of their own clocks, and rounded seconds would not say exactly which picture is shown at a cut.
+/// Comparisons use the value, not its form: 1/2 equals 300/600. The timescale is always positive.
 struct MediaTime {
     std::int64_t value = 0;
     std::int32_t timescale = 1;
 
-    /// The tick nearest to `seconds`, halves away from zero; beyond the range of 64 bits, its end. `seconds` is finite.
+    /// The tick nearest to `seconds`, halves away from zero, saturated to 64 bits. `seconds` must be finite.
     static MediaTime fromSeconds(double seconds, std::int32_t timescale);
 
     double seconds() const { return static_cast<double>(value) / timescale; }
 
-    /// The same moment in ticks of another clock: nearest, halves away from zero.
+    /// The same time in ticks of another clock: the nearest tick, halves away from zero.
     MediaTime rescaled(std::int32_t newTimescale) const;
 
     friend std::strong_ordering operator<=>(const MediaTime& a, const MediaTime& b);
@@ -26,7 +26,8 @@ struct MediaTime {
 };
 
 /// Sum and difference are exact: their timescale is the least common multiple of both. Only where that exceeds 32 bits
-/// (two unrelated, very fine clocks) is the result rounded to the finer of the two. Ends of the 64-bit range stick.
+/// (two unrelated, very fine clocks) is the result rounded to the finer of the two. Results saturate at the ends of the
+/// 64-bit range.
 MediaTime operator+(const MediaTime& a, const MediaTime& b);
 MediaTime operator-(const MediaTime& a, const MediaTime& b);
 

@@ -3,7 +3,7 @@
 
 namespace lumivastor {
 
-/// How sound is read, mixed and played: 32-bit floating point, the channels of one moment side by side.
+/// The format in which sound is read, mixed and played: interleaved 32-bit floating point.
 struct PcmFormat {
     int sampleRate = 48000;
     int channels = 2;

@@ -6,8 +6,8 @@
 
 namespace lumivastor {
 
-/// Creates a folder that only its owner may look into, and the folders above it as the user's mask says. Whether it was
-/// created: one that is there already stays as it is, which is no error. Any thread.
+/// Creates a folder with mode 0700, and missing folders above it with the user's umask. Returns whether it was created;
+/// an existing folder is left unchanged and is no error. Any thread.
 bool makePrivateFolder(const std::filesystem::path& path, std::error_code& error);
 
 }  // namespace lumivastor

@@ -6,8 +6,8 @@
 
 namespace lumivastor {
 
-/// The one error of the program: a German sentence that the user reads as it stands. Library and system errors are
-/// turned into one of these where the library is called.
+/// The one error type of the program. Its message is a German sentence that is shown to the user unchanged. Errors of
+/// libraries and the system are converted where the library is called.
 class RecorderError : public std::runtime_error {
   public:
     explicit RecorderError(const std::string& message) : std::runtime_error(message) {}

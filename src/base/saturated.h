@@ -7,18 +7,18 @@
 
 namespace lumivastor {
 
-/// `value` without its fraction; the end of the type's range where it lies beyond that, and 0 where it is no number. A
-/// plain cast is undefined there, and times and sizes from documents may be anything.
+/// `value` without its fraction, clamped to the type's range; 0 for NaN. A plain cast would be undefined for such
+/// values, and times and sizes from documents are untrusted.
 template <std::signed_integral Integer>
 constexpr Integer saturated(double value) {
-    // A power of two, so exact as a double, unlike the largest value.
+    // A power of two, so exact as a double; the largest value is not.
     constexpr auto least = static_cast<double>(std::numeric_limits<Integer>::min());
     if (value >= -least) return std::numeric_limits<Integer>::max();
     if (value <= least) return std::numeric_limits<Integer>::min();
     return value == value ? static_cast<Integer>(value) : Integer{0};
 }
 
-/// The nearest whole number, halves away from zero; saturated like the above.
+/// The nearest whole number, halves away from zero; clamped like `saturated`.
 template <std::signed_integral Integer>
 Integer saturatedRound(double value) {
     return saturated<Integer>(std::round(value));

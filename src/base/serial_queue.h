@@ -12,12 +12,12 @@
 
 namespace lumivastor {
 
-/// Runs work items one after the other, in the order in which they were handed over, on a thread of its own that
-/// carries the queue's label as its name. Unbounded: whoever feeds it from a live source bounds it there.
+/// Runs work items one after the other, in the order of the calls, on its own thread, which is named after the label.
+/// The queue is unbounded; live sources must limit what they put into it.
 class SerialQueue {
   public:
-    /// A work item that has its memory already, so that handing it over cannot fail. It may be handed over again once
-    /// it runs or has run, not while it waits.
+    /// A work item whose memory is allocated already, so that posting it cannot fail. It may be posted again once it
+    /// runs or has run, not while it waits.
     class Prepared {
       public:
         explicit Prepared(std::function<void()> work) : work_(std::move(work)) {}
@@ -30,19 +30,19 @@ class SerialQueue {
 
     /// Throws std::system_error when no thread can be started.
     explicit SerialQueue(std::string label);
-    /// Runs everything still waiting, then ends the thread.
+    /// Runs all waiting items, then ends the thread.
     ~SerialQueue();
     SerialQueue(const SerialQueue&) = delete;
     SerialQueue& operator=(const SerialQueue&) = delete;
 
     const std::string& label() const { return label_; }
 
-    /// Hands over a work item and returns at once. Any thread. A work item must not throw. Throws std::bad_alloc, with
-    /// nothing handed over, when memory is short.
+    /// Posts a work item and returns at once. A work item must not throw. Throws std::bad_alloc, and posts nothing,
+    /// when memory is short. Any thread.
     void async(std::function<void()> work);
     void async(std::shared_ptr<Prepared> work) noexcept;
 
-    /// Returns when everything handed over before has run. Any thread but the queue's own. Takes no memory.
+    /// Returns when all items posted before the call have run. Allocates no memory. Any thread but the queue's own.
     void drain() noexcept;
 
     bool isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
@@ -54,11 +54,11 @@ class SerialQueue {
     std::mutex lock_;
     std::condition_variable wake_;
     std::condition_variable oneDone_;
-    std::shared_ptr<Prepared> first_;  // guarded by lock_; those that wait, each with the next one
+    std::shared_ptr<Prepared> first_;  // guarded by lock_; head of the list of waiting items
     Prepared* last_ = nullptr;         // guarded by lock_
     std::uint64_t handedOver_ = 0;     // guarded by lock_
     std::uint64_t done_ = 0;           // guarded by lock_
-    int drains_ = 0;                   // guarded by lock_; how many wait for oneDone_
+    int drains_ = 0;                   // guarded by lock_; callers that wait for oneDone_
     bool ending_ = false;              // guarded by lock_
     std::thread thread_;               // last: it uses everything above
 };

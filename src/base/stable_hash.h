@@ -6,8 +6,8 @@
 
 namespace lumivastor {
 
-/// FNV-1a in 64 bits: the same for the same bytes on every machine. Finds damage and tells pictures apart; it does not
-/// protect against anybody.
+/// FNV-1a with 64 bits: equal bytes have equal hashes on every machine. Detects damage and distinguishes pictures; it
+/// is no protection against deliberate changes.
 class StableHash {
   public:
     void add(const void* bytes, std::size_t count) {

@@ -7,7 +7,7 @@
 namespace lumivastor {
 
 /// The operating system's error in German, without a full stop ("Der Datenträger ist voll"), for the messages that
-/// users read. Errors that users hardly meet are named by their number.
+/// users read. Rare errors are given as their number.
 std::string systemErrorText(std::error_code error);
 
 }  // namespace lumivastor

@@ -5,12 +5,12 @@
 
 namespace lumivastor {
 
-/// What debuggers and process lists, which keep 15 bytes, are told of a thread's name: of one that is too long its end,
-/// as the end tells threads apart, from the first dot on behind which the rest fits ("aufnahme.capture.video" becomes
-/// "capture.video"), or else the last 15 bytes.
+/// The name of a thread as debuggers and process lists show it, at most 15 bytes. A longer name loses its beginning,
+/// because names differ at the end: it is cut behind the first dot after which the rest fits ("aufnahme.capture.video"
+/// becomes "capture.video"), or else to its last 15 bytes.
 std::string shortThreadName(const std::string& name);
 
-/// Names the calling thread in debuggers and process lists, by `shortThreadName`.
+/// Names the calling thread for debuggers and process lists, shortened by `shortThreadName`.
 void nameThisThread(const std::string& name);
 
 }  // namespace lumivastor

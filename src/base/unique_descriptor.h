@@ -25,7 +25,7 @@ class UniqueDescriptor {
     bool isOpen() const { return descriptor_ >= 0; }
     int get() const { return descriptor_; }
 
-    /// Closes now; the value of close(), or 0 when nothing was open.
+    /// Closes now. Returns the result of close(), or 0 when no descriptor was open.
     int reset() {
         const int descriptor = std::exchange(descriptor_, -1);
         return descriptor >= 0 ? ::close(descriptor) : 0;

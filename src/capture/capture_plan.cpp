@@ -83,7 +83,7 @@ CapturePlan planCapture(const CaptureOptions& options, const platform::Shareable
         throw RecorderError("Der gewählte Bereich ist zu klein für eine Aufnahme.");
     }
     configuration.minimumFrameInterval = 1.0 / options.fps;
-    // More than the writer keeps, so that a slow encoder's pictures are dropped, and counted, where they reach it.
+    // More than the writer holds, so that pictures for a slow encoder are dropped and counted at the writer.
     configuration.queueDepth = 6;
     configuration.capturesAudio = options.systemAudio;
     configuration.sampleRate = 48000;
@@ -94,7 +94,7 @@ CapturePlan planCapture(const CaptureOptions& options, const platform::Shareable
 
 platform::PictureSize evenPixelSize(Size points, double scale) {
     const auto even = [scale](double length) {
-        // Beyond any screen; keeps the conversion defined for sizes that make no sense.
+        // Larger than any screen; keeps the conversion defined for absurd sizes.
         return static_cast<int>(std::clamp(std::round(length * scale), 0.0, 1e6)) & ~1;
     };
     return {even(points.width), even(points.height)};

@@ -41,7 +41,7 @@ struct CapturePlan {
     platform::ContentFilter filter;
     platform::StreamConfiguration configuration;
     model::Geometry geometry;
-    /// For everything in global points.
+    /// The space of all global points of this recording.
     platform::PointSpace space;
     /// For windows only.
     std::optional<std::uint32_t> windowID;
@@ -56,17 +56,17 @@ struct CapturePlan {
     int height() const { return configuration.height; }
 };
 
-/// Throws `RecorderError` when the desktop does not let such a source be recorded, whatever it is chosen from.
+/// Throws `RecorderError` when the desktop does not allow sources of this kind to be recorded.
 void requireRecordable(const CaptureSource& source, const platform::ShareableContent& content);
 
-/// `content` is what is there now: a window or display may have moved since it was chosen. Throws `RecorderError` when
-/// the source cannot be recorded, there is no display, or nothing to be seen.
+/// `content` is the desktop's present content: a window or display may have moved since it was chosen. Throws
+/// `RecorderError` when the source cannot be recorded, there is no display, or nothing is visible.
 CapturePlan planCapture(const CaptureOptions& options, const platform::ShareableContent& content);
 
 /// The size of a movie's pictures for a size in points: rounded to whole pixels, then down to even ones.
 platform::PictureSize evenPixelSize(Size points, double scale);
 
-/// "Terminal – Sitzung 1", or what is known of it; nothing when nothing is.
+/// "Terminal – Sitzung 1", or the known part of it; nullopt when nothing is known.
 std::optional<std::string> windowTitleForInfo(const platform::Window& window);
 
 }  // namespace lumivastor::capture

@@ -15,20 +15,20 @@
 
 namespace lumivastor::capture {
 
-/// What a recorder works with. Whoever makes recorders keeps all of it alive longer than they live; functions are
-/// called on any thread.
+/// The services that a recorder uses. They must outlive every recorder made from them. Functions are called on any
+/// thread.
 struct RecordingServices {
     platform::CaptureDevices& devices;
     platform::SoundSystem& sound;
     MainLoop& mainLoop;
-    /// Finds the encoder of the screen movie; may take seconds.
+    /// Chooses the encoder of the screen movie; may take seconds.
     std::function<media::EncoderChoice(const media::EncodingJob&)> chooseEncoder;
     std::function<double()> hostClock = hostClockSeconds;
-    /// Of the volume that holds a folder; nothing when that is not known.
+    /// The free space of a folder's volume; nullopt when unknown.
     std::function<std::optional<FreeSpace>(const std::filesystem::path&)> freeSpace = freeSpaceOf;
 };
 
-/// The same and the desktop, which recording a camera or a capture card does not need.
+/// The same with the desktop, which recordings of cameras and capture cards do not need.
 struct CaptureServices : RecordingServices {
     platform::Desktop& desktop;
 };

@@ -9,7 +9,7 @@ namespace lumivastor::capture {
 
 namespace {
 
-// As a shell reads it back, whatever it holds.
+// Quoted for a shell.
 std::string shellWord(const std::string& text) {
     std::string word = "'";
     for (const char each : text) word += each == '\'' ? std::string("'\\''") : std::string(1, each);

@@ -9,37 +9,37 @@
 
 namespace lumivastor::capture {
 
-/// Of the volume that holds a folder, in bytes.
+/// The space of a folder's volume, in bytes.
 struct FreeSpace {
     std::uint64_t available = 0;
     std::uint64_t capacity = 0;
 };
 
-/// Nothing when the system does not tell.
+/// nullopt when the system does not report it. Any thread.
 std::optional<FreeSpace> freeSpaceOf(const std::filesystem::path& folder);
 
-/// What a recording writes.
+/// The space that a recording needs.
 struct SpaceNeed {
-    /// While it runs: all tracks together.
+    /// While it runs, for all tracks together.
     double bytesPerSecond = 0;
-    /// At its end: the movie's index and the documents.
+    /// At its end, for the movie's index and the documents.
     std::uint64_t finishingBytes = 0;
 };
 
-/// What finishing takes for so many pictures, seconds of sound (all tracks together) and pointer events.
+/// The bytes that finishing needs for this many pictures, seconds of sound (all tracks together) and pointer events.
 std::uint64_t finishingBytes(std::int64_t pictures, double soundSeconds, std::int64_t pointerEvents);
 
-/// How much has to stay free for a recording to go on.
+/// The bytes that must stay free while a recording continues. `capacity` is the volume's.
 std::uint64_t requiredSpace(const SpaceNeed& need, std::uint64_t capacity);
 
-/// Whether a recording has to end now, so that it can still be finished.
+/// Whether a recording must end now to have room for finishing.
 bool mustStop(const FreeSpace& space, const SpaceNeed& need);
 
-/// What the user is told then.
+/// The message for the user in that case.
 RecorderError diskNearlyFull();
 
-/// What the user is told about a recording in this folder that could not be completed: why, and how that can be made up
-/// for. `isDiskFull`: once there is room.
+/// The message for the user about a recording in this folder that could not be completed: the reason, and how to
+/// complete it. `isDiskFull`: after making room.
 RecorderError notCompleted(const RecorderError& reason, const std::filesystem::path& folder, bool isDiskFull);
 
 }  // namespace lumivastor::capture

@@ -23,7 +23,7 @@ inline bool isNewPicture(platform::FrameStatus status, bool hasImage) {
     return hasImage && (status == platform::FrameStatus::complete || status == platform::FrameStatus::started);
 }
 
-/// How far a recording is: its time base and its counters. Plain; the recorders guard it with their lock.
+/// The progress of a recording: its time base and its counters. A plain value; the recorders guard it with their lock.
 struct RecordingProgress {
     bool sessionStarted = false;
     /// Host clock, seconds: the movie's time zero, and the moment at which that was decided.
@@ -35,11 +35,10 @@ struct RecordingProgress {
     std::int64_t framesSkippedIdle = 0;
     std::int64_t framesDropped = 0;
 
-    /// Refused: there is no session, and none can begin, so the sample is dropped. Begun: this sample's time is the
-    /// movie's zero.
+    /// refused: no session can begin, so the sample is dropped. begun: this sample's time is the movie's zero.
     enum class Session { refused, begun, running };
 
-    /// The first sample of any kind begins the session, provided that the writer takes samples.
+    /// The first sample of any kind begins the session if the writer accepts samples.
     Session beginSessionIfNeeded(bool writerIsWriting, const MediaTime& time, double now) {
         if (sessionStarted) return Session::running;
         if (!writerIsWriting) return Session::refused;
@@ -50,11 +49,11 @@ struct RecordingProgress {
         return Session::begun;
     }
 
-    /// Whether a picture was taken before the session that sound has begun: there is no place for it in the movie.
+    /// Whether a picture is older than a session that sound has begun: such a picture has no place in the movie.
     bool isBeforeSession(const MediaTime& time) const { return sessionStarted && time < hostTime(t0Host); }
 
-    /// The time at which a picture is appended. Sound may have begun the session a little later than the first picture
-    /// was taken; that one is then shown from the movie's zero on, because on a still screen the next is a second away.
+    /// The time at which a picture is appended. If sound began the session a little after the first picture was taken,
+    /// that picture is shown from the movie's zero on, because on a still screen the next one is a second away.
     MediaTime pictureTime(const MediaTime& time) const {
         return framesWritten == 0 ? std::max(time, hostTime(t0Host)) : time;
     }

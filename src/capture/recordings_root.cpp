@@ -18,13 +18,13 @@ namespace lumivastor::capture {
 namespace {
 
 std::string environmentVariable(const char* name) {
-    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): the environment does not change
     return value == nullptr ? "" : value;
 }
 
 std::filesystem::path homeFolder() {
     if (const std::string home = environmentVariable("HOME"); !home.empty()) return home;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the user data base while we run
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the user data base does not change
     if (const passwd* user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
     return "/";
 }
@@ -39,7 +39,7 @@ std::filesystem::path encoderMemoryFile() {
     const std::string cache = environmentVariable("XDG_CACHE_HOME");
     const std::filesystem::path folder =
         (cache.starts_with('/') ? std::filesystem::path(cache) : homeFolder() / ".cache") / "lumivastor";
-    std::error_code ignored;  // then nothing is remembered
+    std::error_code ignored;  // without the folder nothing is remembered
     std::filesystem::create_directories(folder, ignored);
     return folder / "encoders.txt";
 }
@@ -61,7 +61,7 @@ std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std
     makePrivateFolder(root, error);
     for (int i = 1; !error; ++i) {
         std::filesystem::path folder = root / (i == 1 ? name : name + formatted("-%d", i));
-        // False when it is there already, also when another program was faster.
+        // False when the folder exists, also when another program has just created it.
         if (makePrivateFolder(folder, error)) return folder;
     }
     throw RecorderError("Der Ordner für Aufnahmen „" + root.string() +

@@ -6,20 +6,20 @@
 
 namespace lumivastor::capture {
 
-/// Where recordings are kept: "Movies/LumiVastor" in the user's home folder. Not created.
+/// The folder of all recordings: "Movies/LumiVastor" in the user's home folder. Does not create it.
 std::filesystem::path recordingsRoot();
 
-/// Where measurements of encoders are remembered: in the user's cache folder. The folders on the way are created, as
-/// far as that is possible.
+/// The file that remembers measurements of encoders, in the user's cache folder. Creates missing folders; failures are
+/// ignored.
 std::filesystem::path encoderMemoryFile();
 
-/// Creates the folder of a recording, for the user alone, and the folders above it; one that is there stays as it is.
-/// Throws `RecorderError`.
+/// Creates the folder of a recording, accessible to the user alone, and missing folders above it. Leaves an existing
+/// folder unchanged. Throws `RecorderError`.
 void createRecordingFolder(const std::filesystem::path& folder);
 
-/// Creates a folder for a recording that starts at `time`, named by it in local time ("2025-03-14_09-05-33"), and the
-/// folders above it; it and `root`, if that is new, are for the user alone. A second one within the same second gets
-/// "-2" behind its name, and so on. Throws `RecorderError`.
+/// Creates a folder for a recording that starts at `time`, named after the local time ("2025-03-14_09-05-33"), and
+/// missing folders above it. The folder, and a new `root`, are accessible to the user alone. Further folders of the
+/// same second are named with "-2" and so on. Throws `RecorderError`.
 std::filesystem::path makeRecordingFolder(const std::filesystem::path& root, std::time_t time);
 
 }  // namespace lumivastor::capture

@@ -25,7 +25,7 @@ bool isRecordable(const platform::Window& window, const std::optional<std::strin
         return window.frame.width >= width && window.frame.height >= height;
     };
     if (window.layer != 0 || !isAtLeast(200, 150)) return false;
-    // Untitled windows that are small are mostly helpers that nobody sees as a window.
+    // Small untitled windows are mostly helpers that users do not regard as windows.
     if (window.title.value_or("").empty() && !isAtLeast(400, 300)) return false;
     return identifierOf(window) != ownIdentifier;
 }

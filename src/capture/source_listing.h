@@ -8,18 +8,18 @@
 
 #include "platform/shareable_content.h"
 
-// What the user can choose to record, and how the choices are called. Plain functions.
+// The sources that a user can choose to record, and their titles. Pure functions.
 
 namespace lumivastor::capture {
 
-/// What tells this program's windows from others' when it has none of its own at the moment.
+/// Identifies this program's windows while it has none.
 inline constexpr const char* kOwnBundleIdentifier = "lumivastor";
 
 /// The identifier by which this program's own windows are left out of the list.
 std::string ownIdentifier(const platform::ShareableContent& content);
 
-/// The windows to choose from: ordinary ones of other programs that are not too small, by program and title. Windows
-/// of an unknown program are left out when `ownIdentifier` is absent, too.
+/// The windows to choose from: ordinary, not too small windows of other programs, sorted by program and title. Windows
+/// of unknown programs are left out if `ownIdentifier` is nullopt.
 std::vector<platform::Window> recordableWindows(const std::vector<platform::Window>& windows,
                                                 const std::optional<std::string>& ownIdentifier);
 

@@ -13,33 +13,34 @@
 
 namespace lumivastor::cli {
 
-/// An option of a verb. `value` names what follows it in the help, empty for a switch.
+/// An option of a verb. `value` is the placeholder of its value in the help; empty for a switch.
 struct OptionSpec {
     std::string_view name;  // with its dashes
     std::string_view value;
     std::string_view help;
 };
 
-/// The command line was wrong; the message is a short German hint.
+/// A wrong command line; the message is a short German hint.
 class UsageError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// What stands behind a verb, taken apart by the verb's options.
+/// The words behind a verb, parsed by the verb's options.
 class Arguments {
   public:
-    /// Values stand behind their option or after "=". "--" ends the options. Throws `UsageError`.
+    /// A value follows its option as the next word or after "=". "--" ends the options. Throws `UsageError`.
     Arguments(std::span<const std::string> words, std::span<const OptionSpec> options);
 
     const std::vector<std::string>& positional() const { return positional_; }
     bool has(std::string_view option) const { return values_.contains(option); }
-    /// The value given last.
+    /// The last given value of an option; nullopt when not given.
     std::optional<std::string> value(std::string_view option) const;
 
-    /// The only positional argument, or `UsageError` that asks for `what`.
+    /// The only positional argument. Throws `UsageError` without one (the message asks for `what`) and for more than
+    /// one.
     const std::string& single(std::string_view what) const;
-    /// Finite numbers with commas between them; empty when the option is not given. Throws `UsageError`.
+    /// Finite numbers separated by commas; empty when the option is not given. Throws `UsageError`.
     std::vector<double> numbers(std::string_view option) const;
 
   private:
@@ -47,7 +48,7 @@ class Arguments {
     std::map<std::string, std::string, std::less<>> values_;
 };
 
-/// A whole finite number, with a point where it has a fraction; none when `text` is anything else.
+/// Parses all of `text` as a finite number with a decimal point; nullopt for any other text.
 std::optional<double> parseNumber(std::string_view text);
 
 /// "WxH" with both from 1 to `largest`. Throws `UsageError`.

@@ -9,7 +9,7 @@ namespace lumivastor::cli {
 
 namespace {
 
-// What a program is started with so that it outlives its terminal, as by nohup.
+// Whether the program was started with this signal ignored, as by nohup, to outlive its terminal.
 bool isIgnored(int signal) {
     struct sigaction now {};
     return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
@@ -25,7 +25,7 @@ Interruption::Interruption() {
     if (!isIgnored(SIGHUP)) sigaddset(&watched, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &watched, &before_);
     watcher_ = std::jthread([this, watched](const std::stop_token& ending) {
-        // Looks up now and then, because the job's end comes without a signal.
+        // Wakes up regularly, because the job's end raises no signal.
         constexpr timespec kPause{0, 50'000'000};
         while (!ending.stop_requested()) {
             if (sigtimedwait(&watched, nullptr, &kPause) > 0) source_.request_stop();

@@ -8,9 +8,9 @@
 
 namespace lumivastor::cli {
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP no longer end the program but ask its token to stop; a SIGHUP that the
-/// program was started to ignore stays ignored. To be made before the job's own threads are, so that they leave the
-/// signals to it.
+/// While it lives, SIGINT, SIGTERM and SIGHUP request a stop of its token instead of ending the program. SIGHUP stays
+/// ignored if the program was started that way. Construct it before the job's threads, so that they do not receive the
+/// signals.
 class Interruption {
   public:
     Interruption();

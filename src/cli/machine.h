@@ -7,8 +7,8 @@
 
 namespace lumivastor::cli {
 
-/// The services of this machine, each opened when it is first asked for: a job that needs no display works without
-/// one. One thread.
+/// The services of this machine. Each is opened at its first use, so a job that needs no display works without one. One
+/// thread.
 class Machine {
   public:
     explicit Machine(MainLoop& mainLoop);

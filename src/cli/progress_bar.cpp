@@ -29,7 +29,7 @@ std::string progressLine(double fraction, double elapsed, std::int64_t totalFram
     std::string line = "[";
     for (int cell = 0; cell < kCells; ++cell) line += cell < std::lround(done * kCells) ? "█" : "·";
     line += formatted("] %3d %%", static_cast<int>(done * 100));
-    // The first moments say nothing about the rest.
+    // The first moments do not predict the rest.
     if (done > 0 && elapsed >= 0.5) {
         line += formatted("  %.0f Bilder/s  ", done * static_cast<double>(totalFrames) / elapsed) +
                 remainingText(elapsed / done * (1 - done));

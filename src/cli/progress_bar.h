@@ -8,11 +8,12 @@
 
 namespace lumivastor::cli {
 
-/// What the bar shows: percent, pictures per second and remaining time. `fraction` from 0 to 1, `elapsed` in seconds;
-/// rate and rest are left out as long as nothing is known of them.
+/// The text of the bar: percent, pictures per second and remaining time. `fraction` is 0...1, `elapsed` is in seconds.
+/// Rate and remaining time are left out until they are known.
 std::string progressLine(double fraction, double elapsed, std::int64_t totalFrames);
 
-/// Shows the progress of a long job on one line of a terminal, and nothing on anything else. One thread at a time.
+/// Shows the progress of a long job on one line of a terminal; silent if standard error is no terminal. One thread at a
+/// time.
 class ProgressBar {
   public:
     /// Writes to `err` when standard error is a terminal.

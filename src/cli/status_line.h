@@ -6,7 +6,8 @@
 
 namespace lumivastor::cli {
 
-/// One line of a terminal that is written again and again, and nothing on anything else. One thread at a time.
+/// One line of a terminal that is overwritten again and again; silent if standard error is no terminal. One thread at a
+/// time.
 class StatusLine {
   public:
     /// Writes to `err` when standard error is a terminal.
@@ -17,7 +18,7 @@ class StatusLine {
     StatusLine& operator=(const StatusLine&) = delete;
 
     void show(const std::string& text);
-    /// A sentence that stays, above the line; also where there is no terminal.
+    /// Prints a permanent sentence above the line, also without a terminal.
     void say(const std::string& sentence);
 
   private:

@@ -10,7 +10,7 @@
 
 namespace lumivastor::cli {
 
-/// A job that has printed its result and failed nevertheless: exit status 1 and this sentence on the error stream.
+/// A job that has printed its result but failed: exit status 1 and this sentence on the error stream.
 class JobFailed : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -20,7 +20,7 @@ class JobFailed : public std::runtime_error {
 /// `UsageError` for a wrong command line, and `RecorderError` or `JobFailed` when the job fails.
 struct Verb {
     std::string_view name;
-    /// What follows the name in the help, for example "ORDNER".
+    /// The placeholder behind the name in the help, for example "ORDNER".
     std::string_view positional;
     /// One German sentence.
     std::string_view summary;
@@ -34,7 +34,7 @@ extern const Verb kSourcesVerb;
 extern const Verb kRecordVerb;
 /// Completes a recording whose process was ended.
 extern const Verb kRecoverVerb;
-/// Tells which services this machine offers.
+/// Reports which services this machine offers.
 extern const Verb kDoctorVerb;
 /// Prints a composition's derived state; opens no movie.
 extern const Verb kInspectVerb;

@@ -20,23 +20,23 @@ struct Geometry {
     /// Size of the movie's pictures.
     Size pixelSize;
 
-    /// Answers the bounds of a display, in global points, by its id.
+    /// Returns the bounds of a display, in global points, by its id.
     using DisplayBoundsLookup = std::function<Rect(std::uint32_t displayID)>;
 
     Geometry() = default;
-    /// `displayBounds` is looked up here, once.
+    /// Looks up `displayBounds` once, in the constructor.
     Geometry(std::uint32_t displayID, const Rect& contentRect, double pointPixelScale, Size pixelSize,
              const DisplayBoundsLookup& lookUpDisplayBounds);
 
-    /// Where a global point lies in the movie. Not clamped: points outside the captured area give pixels outside the
+    /// The movie pixel of a global point. Not clamped: points outside the captured area give pixels outside the
     /// picture, negative ones included.
     Point sourcePixel(Point fromGlobal) const;
 
     /// A pixel as fractions of the picture's width and height; (0, 0) when the picture has no area.
     Point normalized(Point pixel) const;
 
-    /// A point of a window system with a bottom-left origin as global point. `firstScreenHeight` is the height of the
-    /// first screen in the system's list, none when there is no screen.
+    /// Converts a point of a window system with a bottom-left origin to a global point. `firstScreenHeight` is the
+    /// height, in points, of the first screen in the system's list; nullopt without a screen.
     static Point globalPoint(Point fromBottomLeft, std::optional<double> firstScreenHeight);
 
     bool operator==(const Geometry&) const = default;

@@ -11,8 +11,8 @@
 
 namespace lumivastor::model {
 
-/// "capture.json": what was recorded and how, written once when a recording ends, only read afterwards. The JSON keys
-/// are the field names; the four optional fields are left out when they have no value, all others are required.
+/// "capture.json": what was recorded and how. Written once when a recording ends, only read afterwards. The JSON keys
+/// are the field names. The four optional fields are left out when they have no value; all others are required.
 struct CaptureInfo {
     std::int64_t version = 1;
     /// When the document was written: ISO 8601 in UTC with whole seconds, as `timestamp` makes it.
@@ -58,16 +58,16 @@ struct CaptureInfo {
 
     static std::filesystem::path fileURL(const std::filesystem::path& folder) { return folder / "capture.json"; }
 
-    /// Reads the document of a recording folder. Throws `RecorderError` that says what is wrong with it.
+    /// Reads the document of a recording folder. Throws `RecorderError` that names the file and the reason.
     static CaptureInfo load(const std::filesystem::path& folder);
 
-    /// Reads the document from memory. Throws `RecorderError` with the reason alone.
+    /// Reads the document from memory. Throws `RecorderError` with only the reason.
     static CaptureInfo parse(const FileBytes& document);
 
     /// Replaces the folder's document. Throws `RecorderError` when it cannot be written.
     void save(const std::filesystem::path& folder) const;
 
-    /// A time in the form of `createdAt`: "2024-05-01T09:30:12Z".
+    /// `time` in the format of `createdAt`: "2024-05-01T09:30:12Z".
     static std::string timestamp(std::time_t time);
 };
 

@@ -9,12 +9,12 @@
 
 namespace lumivastor::model {
 
-/// Writes one JSON document piece by piece in the form of all our documents: two spaces of indentation for each level,
-/// `"key" : value`, empty lists as `[]`. Numbers are the shortest that read back as the same double, whole ones
-/// without a fraction. Text that is not valid UTF-8 gets replacement characters. The order of the keys is the caller's.
+/// Writes one JSON document piece by piece in the style of all our documents: two spaces of indentation for each level,
+/// `"key" : value`, empty lists as `[]`. Numbers have the fewest digits that read back as the same double; whole ones
+/// have no fraction. Invalid UTF-8 becomes replacement characters. Keys keep the caller's order.
 class JsonWriter {
   public:
-    /// Called with pieces of the document in order.
+    /// Receives the pieces of the document in order.
     using Sink = std::function<void(std::string_view)>;
 
     explicit JsonWriter(Sink sink);
@@ -31,7 +31,7 @@ class JsonWriter {
     void boolean(bool value);
     void text(std::string_view value);
 
-    /// Hands the rest to the sink. The document must be complete.
+    /// Passes the rest to the sink. The document must be complete.
     void finish();
 
   private:
@@ -43,7 +43,7 @@ class JsonWriter {
 
     Sink sink_;
     std::string pending_;
-    std::vector<bool> hasItems_;  // for each open list or object, whether it holds something yet
+    std::vector<bool> hasItems_;  // for each open list or object, whether it has an item
     bool afterKey_ = false;
 };
 

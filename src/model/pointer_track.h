@@ -20,12 +20,12 @@ struct PointerSample {
     double t = 0;
     /// Pixels of the movie's picture, origin top-left, not clamped to the picture.
     double px = 0, py = 0;
-    /// The same as fractions of the picture's width and height; both 0 when the picture has no area.
+    /// The same position as fractions of the picture's width and height; both 0 when the picture has no area.
     double nx = 0, ny = 0;
     PointerKind kind = PointerKind::move;
     /// For `down`, `up` and `drag` only.
     std::optional<PointerButton> button;
-    /// For `scroll` only: deltas as the window system reports them, sign as delivered.
+    /// For `scroll` only: deltas and signs as the window system reports them.
     std::optional<double> dx, dy;
 
     bool operator==(const PointerSample&) const = default;
@@ -75,10 +75,10 @@ struct PointerTrack {
 
     static std::filesystem::path fileURL(const std::filesystem::path& folder) { return folder / "pointer.json"; }
 
-    /// Reads the document of a recording folder. Throws `RecorderError` that says what is wrong with it.
+    /// Reads the document of a recording folder. Throws `RecorderError` that names the file and the reason.
     static PointerTrack load(const std::filesystem::path& folder);
 
-    /// Reads the document from memory. Throws `RecorderError` with the reason alone.
+    /// Reads the document from memory. Throws `RecorderError` with only the reason.
     static PointerTrack parse(const FileBytes& document);
 
     /// Replaces the folder's document. Throws `RecorderError` when it cannot be written.

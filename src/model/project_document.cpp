@@ -24,7 +24,7 @@ std::optional<ProjectSettings> parsed(const FileBytes& bytes) {
 
 std::string ProjectDocument::encoded(const ProjectSettings& settings) {
     ProjectSettings written = settings;
-    written.version = 1;  // whatever version was read, this is the form that it is written in
+    written.version = 1;  // documents of any version are saved in this one
     return encodedDocument(written);
 }
 

@@ -10,43 +10,42 @@
 
 namespace lumivastor::model {
 
-/// The "project.json" of a recording that is being edited. Other programs may write it meanwhile, and it may be no
-/// document at all: what is there and is not what was read, or could not be read, is kept beside when it is replaced.
-/// One thread.
+/// The "project.json" of a recording that is being edited. If another program has changed the file since it was read,
+/// or if it could not be read, saving keeps the old file under `kKeptName`. One thread.
 class ProjectDocument {
   public:
-    /// What was there when the document was saved.
+    /// What `save` found in the document's place.
     enum class Before : std::uint8_t {
-        expected,    // nothing, or what was read or saved last
-        unreadable,  // not a document; kept beside
-        foreign,     // another program's; kept beside
+        expected,    // no file, or the one read or saved last
+        unreadable,  // not a document; kept under `kKeptName`
+        foreign,     // written by another program; kept under `kKeptName`
     };
 
-    /// The name under which something is kept beside the document, in the same folder. There is one; the next replaces
-    /// it.
+    /// The name of the kept file, in the same folder. There is only one; the next replaces it.
     static constexpr const char* kKeptName = "project.json.alt";
 
-    /// Longer documents are not read. Far above what a real one needs, far below what would hurt.
+    /// Longer documents are not read. Real documents are far shorter, and one of this length still fits in memory
+    /// easily.
     static constexpr std::uint64_t kMaxBytes = 64ull << 20;
 
-    /// A document's text. Throws `RecorderError` when a number cannot be written.
+    /// The document's text. Throws `RecorderError` for infinities and NaN.
     static std::string encoded(const ProjectSettings& settings);
 
-    /// Reads the folder's document. One that is missing or cannot be read counts as a new one; never fails.
+    /// Reads the folder's document. A missing or unreadable one gives the defaults; never throws `RecorderError`.
     explicit ProjectDocument(std::filesystem::path folder);
 
-    /// What was read.
+    /// The settings as they were read; `save` does not change them.
     const ProjectSettings& settings() const { return settings_; }
-    /// Whether there is anything in the document's place now.
+    /// Whether anything exists at the document's path now.
     bool exists() const;
 
-    /// Replaces the document. Throws `RecorderError`, and leaves everything as it was, when that does not work.
+    /// Replaces the document. On failure throws `RecorderError` and leaves the folder unchanged.
     Before save(const ProjectSettings& settings);
 
   private:
     const std::filesystem::path folder_;
     ProjectSettings settings_;
-    std::optional<std::string> known_;  // the document as it was read or saved last
+    std::optional<std::string> known_;  // the text that was read or saved last
 };
 
 }  // namespace lumivastor::model

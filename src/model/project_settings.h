@@ -16,7 +16,7 @@ namespace lumivastor::model {
 enum class Tempo : std::uint8_t { schnell, normal, ruhig };
 inline constexpr std::array kAllTempos = {Tempo::schnell, Tempo::normal, Tempo::ruhig};
 
-/// What multiplies the durations of zoom-in, zoom-out and pan.
+/// The factor for the durations of zoom-in, zoom-out and pan.
 double factor(Tempo tempo);
 
 /// Container of the exported movie.
@@ -58,13 +58,13 @@ struct MaskRect {
 };
 
 /// "project.json": every editing choice about one recording. A default-constructed value is a new document. Values are
-/// never clamped here; who uses them says what it limits.
+/// not clamped here; the code that uses them does that.
 struct ProjectSettings {
     std::int64_t version = 1;
     /// Kept range in source seconds, from 0; `trimEnd` of 0.01 or less, or beyond the recording, means to its end.
     double trimStart = 0, trimEnd = 0;
     std::vector<CutRange> cuts;
-    /// Absent: zooms are proposed from the clicks. Present, even empty: the hand-edited list as it stands.
+    /// Absent: zooms are proposed from the clicks. Present, even if empty: exactly these zooms.
     std::optional<std::vector<ZoomSpec>> zooms;
     /// Magnification of proposed zooms.
     double zoomScale = 1.6;
@@ -79,7 +79,7 @@ struct ProjectSettings {
     double padding = 0.055;
     /// Radius of the video's corners in canvas pixels.
     double cornerRadius = 26;
-    /// Linear gains.
+    /// Linear gain; 1 leaves the sound unchanged.
     double systemVolume = 1, micVolume = 1;
     /// Lines of the exported movie.
     std::int64_t exportHeight = 1440;
@@ -99,10 +99,10 @@ struct ProjectSettings {
 
     static std::filesystem::path fileURL(const std::filesystem::path& folder) { return folder / "project.json"; }
 
-    /// Reads the document of a recording folder; a missing, unreadable or faulty one gives all defaults, silently.
+    /// Reads the document of a recording folder. A missing, unreadable or faulty one silently gives the defaults.
     static ProjectSettings load(const std::filesystem::path& folder);
 
-    /// Reads the document from memory: missing keys keep their defaults. Throws `RecorderError` on any error.
+    /// Reads the document from memory; missing keys keep their defaults. Throws `RecorderError` on any error.
     static ProjectSettings parse(const FileBytes& document);
 
     /// Replaces the folder's document. A failure is only logged.

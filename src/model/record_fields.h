@@ -15,8 +15,8 @@
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 
-// The fields of every record that stands in a document, in declaration order, as one table each. Reading and writing
-// both go by these tables, so that a field cannot be read under one name and written under another.
+// One table for each record of a document: its fields in declaration order. Reading and writing use the same table, so
+// that a field cannot be read under one name and written under another.
 
 namespace lumivastor::model {
 
@@ -36,7 +36,7 @@ constexpr RecordField<Record, Value> field(std::string_view key, Value Record::*
 template <class Record>
 struct RecordFields;
 
-/// Specialised for each enumeration that stands in a document: `list`, its values with their names.
+/// Specialised for each enumeration of a document: `list`, its values with their names.
 template <class Enumeration>
 struct EnumerationNames;
 

@@ -29,7 +29,7 @@ void validateIgnored(json::value value, int depthLeft) {
             break;
         }
         case json::json_type::number: {
-            // As a double: whole numbers of any length are fine where nobody uses them.
+            // As a double, because an unused whole number may have any length.
             [[maybe_unused]] const double number = value.get_double();
             break;
         }

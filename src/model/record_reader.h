@@ -24,7 +24,7 @@ namespace lumivastor::model {
 
 namespace json = simdjson::ondemand;
 
-/// What is wrong with a value, found below the field that `within` adds to it.
+/// Throws the reason why a value cannot be read.
 [[noreturn]] inline void failReading(const std::string& what) {
     throw RecorderError(what);
 }
@@ -33,14 +33,14 @@ namespace json = simdjson::ondemand;
     failReading("Feld „" + std::string(key) + "“ " + what);
 }
 
-/// The text's first bytes betray encodings that the parser would only call malformed. Throws `RecorderError`.
+/// Throws `RecorderError` when the first bytes show another encoding, which the parser would only report as malformed.
 void requirePlainUtf8Start(std::string_view text);
 
-/// The deepest nesting of a value that no field takes; the documents themselves need four levels.
+/// The deepest allowed nesting of unknown values; the documents themselves need four levels.
 inline constexpr int kMaxDepth = 64;
 
-/// Goes through a value that no field takes, so that what is malformed is found there, too. Throws `RecorderError`
-/// when it is nested deeper than `depthLeft`: the parser itself would follow without end.
+/// Parses the value of an unknown key, so that malformed JSON is found there, too. Throws `RecorderError` when it is
+/// nested deeper than `depthLeft`; the parser itself has no limit.
 void validateIgnored(json::value value, int depthLeft = kMaxDepth);
 
 template <class Value>
@@ -123,7 +123,7 @@ void readValue(json::value value, Value& out, std::string_view key) {
     }
 }
 
-/// Reads one document. Throws `RecorderError` with the reason alone.
+/// Reads one document. Throws `RecorderError` with only the reason.
 template <RecordInDocument Record>
 Record readDocument(const FileBytes& bytes) {
     static_assert(FileBytes::kPadding >= simdjson::SIMDJSON_PADDING);

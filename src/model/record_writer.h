@@ -64,7 +64,7 @@ void writeRecord(JsonWriter& writer, const Record& record) {
     writer.endObject();
 }
 
-/// A record as the text of its document. Throws `RecorderError` when a number cannot be written.
+/// A record as the text of its document. Throws `RecorderError` for infinities and NaN.
 template <RecordInDocument Record>
 std::string encodedDocument(const Record& record) {
     std::string text;
@@ -79,8 +79,8 @@ inline RecorderError unwrittenDocument(const std::filesystem::path& path, const 
                          "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");
 }
 
-/// Replaces a document's file; it is on the disk then. Takes little memory, however long the document is. Throws
-/// `RecorderError`, and leaves the old document, when a number cannot be written or the file cannot.
+/// Replaces a document's file and waits until it is on the disk. Needs little memory for documents of any length.
+/// Throws `RecorderError`, and leaves the old document, for infinities and NaN and when the file cannot be written.
 template <RecordInDocument Record>
 void saveDocument(const Record& record, const std::filesystem::path& path) {
     FileReplacement file(path);

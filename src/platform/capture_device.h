@@ -17,10 +17,10 @@ namespace lumivastor::platform {
 /// Something to open that delivers pictures or sound: a camera, a capture card, a microphone.
 struct CaptureDevice {
     std::string id;    // stays the same while the device is plugged in
-    std::string name;  // as people read it
-    /// Delivers the screen of something else (a capture card), with sound where it has some; not a camera.
+    std::string name;  // for users
+    /// A capture card: delivers the screen of another machine, perhaps with sound. False for cameras.
     bool isExternal = false;
-    /// Of the active format; 0 where it is not known or the device has no sound.
+    /// Sound channels of the active format; 0 when unknown or without sound.
     int channels = 0;
 };
 
@@ -31,7 +31,7 @@ struct DeviceSample {
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> image;
 };
 
-/// One device that is being used. Configure, start running, stop running; once. One thread.
+/// An opened device. Configure it, start running and stop running, each once and on one thread.
 class CaptureSession {
   public:
     virtual ~CaptureSession() = default;
@@ -42,21 +42,21 @@ class CaptureSession {
     /// The size that is delivered when no preset is set.
     virtual PixelSize activeFormat() const = 0;
 
-    /// Handlers run on the queue, which outlives the session. `discardsLate`: a picture that comes while two are still
-    /// waiting for the queue is dropped; otherwise up to 30 wait before one is. False when the device has nothing of
-    /// the kind. Before `startRunning`.
+    /// Handlers run on `queue`, which must outlive the session. With `discardsLate` a picture is dropped while two
+    /// others wait for the queue, otherwise while 30 do. Returns false when the device has no such output. Call before
+    /// `startRunning`.
     virtual bool addVideoOutput(SerialQueue& queue, bool discardsLate,
                                 std::function<void(const DeviceSample&)> handler) = 0;
     virtual bool addAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) = 0;
-    /// Told, from any thread, when the device goes away while it is running: once, or each time for those that tell
-    /// `onReturn` that they are back.
+    /// Called on any thread when the device goes away while it is running: once, or each time for devices that come
+    /// back (`onReturn`). The argument is a German sentence.
     virtual void onInterruption(std::function<void(const std::string&)> handler) = 0;
-    /// Told, from any thread, each time the device delivers again after an interruption. Only microphones come back.
+    /// Called on any thread each time the device delivers again after an interruption. Only microphones come back.
     virtual void onReturn(std::function<void()> /*handler*/) {}
 
-    /// May take a moment. Trouble is told to `onInterruption`.
+    /// May block for a moment. Failures go to `onInterruption`.
     virtual void startRunning() = 0;
-    /// When it returns, everything that was taken has been handed to the queue, and nothing follows.
+    /// When it returns, all samples have been posted to the queue, and no more follow.
     virtual void stopRunning() = 0;
 };
 
@@ -68,7 +68,7 @@ class CaptureDevices {
     virtual std::optional<CaptureDevice> defaultCamera() = 0;
     virtual std::optional<CaptureDevice> defaultMicrophone() = 0;
     virtual std::vector<CaptureDevice> externalDevices() = 0;
-    /// Throws `RecorderError` when the device is gone or may not be used.
+    /// Throws `RecorderError` when the device is gone or cannot be opened.
     virtual std::unique_ptr<CaptureSession> open(const CaptureDevice& device) = 0;
 };
 

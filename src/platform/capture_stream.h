@@ -17,18 +17,18 @@
 
 namespace lumivastor::platform {
 
-/// What a picture shows: a display without some programs' windows, or one window wherever it is.
+/// What a stream captures: a display without the windows of some programs, or one window, wherever it is.
 struct DisplayFilter {
     Display display;
     std::vector<RunningApplication> excludedApplications;
 };
 struct WindowFilter {
     Window window;
-    Display display;  // that shows most of the window; its scale is the capture's
+    Display display;  // the one that shows most of the window; the capture uses its scale
 };
 using ContentFilter = std::variant<DisplayFilter, WindowFilter>;
 
-/// The whole content in points: relative to the display's origin for displays, at (0, 0) for windows.
+/// The area of the whole content in points: relative to the display's origin for displays, at (0, 0) for windows.
 Rect contentRect(const ContentFilter& filter);
 
 struct StreamConfiguration {
@@ -36,66 +36,67 @@ struct StreamConfiguration {
     /// scaling: cut off where it is larger, black where it is smaller.
     int width = 0;
     int height = 0;
-    /// Seconds. Pictures are taken at multiples of this, at most one at each: two are closer together only by what the
+    /// Seconds. At most one picture is taken at each multiple of this interval. Two are closer together only when the
     /// first of them was late.
     double minimumFrameInterval = 1.0 / 60;
-    /// How many pictures may be out at once. While they all are, no picture is taken: what was new then comes with the
-    /// next one.
+    /// How many pictures clients may hold at once. While all are held no picture is taken; the next one then includes
+    /// what changed.
     int queueDepth = 6;
-    /// A part of the display, in points relative to its origin; may reach over the display's edge. Displays only.
+    /// The captured part of the display, in points relative to its origin. It may extend beyond the display. Displays
+    /// only.
     std::optional<Rect> sourceRect = {};
     bool capturesAudio = false;
     bool captureMicrophone = false;
-    /// Of both kinds of sound; the microphone keeps its own number of channels.
+    /// For both kinds of sound; the microphone keeps its own number of channels.
     int sampleRate = 48000;
     int channelCount = 2;
 };
 
-/// Why a sample came. Only complete and started ones have a picture.
+/// The kind of a sample. Only complete and started ones have a picture.
 enum class FrameStatus {
-    complete,   // new content, or the last picture once more (see `CaptureStream`)
-    idle,       // nothing new
-    blank,      // nothing to be seen, as with a display that is off
-    suspended,  // no pictures for now, as with a window that is hidden
+    complete,   // new content, or the last picture again (see `CaptureStream`)
+    idle,       // nothing has changed
+    blank,      // nothing visible, as with a display that is off
+    suspended,  // no pictures for now, as with a hidden window
     started,    // the first picture
-    stopped,    // nothing follows
+    stopped,    // the last sample
 };
 
 struct ScreenSample {
     FrameStatus status = FrameStatus::idle;
-    /// Host clock, seconds: when the picture was taken. It shows everything that was painted until then.
+    /// Host clock, seconds: when the picture was taken. It shows everything that was painted before.
     double hostSeconds = 0;
-    /// Opaque, of the configured size; null when there is none.
+    /// Opaque and of the configured size; null in samples without a picture.
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> image;
 };
 
-/// Pictures and sound of the desktop while they happen. A still screen costs next to nothing and yet keeps its length:
-/// besides idle samples the stream delivers the last picture again, as complete, at least every second and when it is
-/// stopped. Content that is painted again without a change is idle. The picture that was delivered last stays alive
-/// until the next one is taken, also when nobody holds it, or until the stream goes.
+/// Live pictures and sound of the desktop. A still screen costs almost nothing but keeps its duration: besides idle
+/// samples the stream delivers the last picture again, as complete, at least every second and when it is stopped.
+/// Content that is repainted without a change is idle. The stream itself holds the last delivered picture until it
+/// takes the next one or is destroyed.
 ///
-/// Add outputs, start, stop; once. These calls belong to one thread.
+/// Add outputs, start and stop, each once and on one thread.
 class CaptureStream {
   public:
     virtual ~CaptureStream() = default;
 
-    /// Each handler runs on its queue, which outlives the stream. Before `start`.
+    /// Each handler runs on its queue, which must outlive the stream. Call before `start`.
     virtual void addScreenOutput(SerialQueue& queue, std::function<void(const ScreenSample&)> handler) = 0;
     virtual void addSystemAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) = 0;
     virtual void addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler) = 0;
 
-    /// Told once when the stream ends by itself (the window was closed, the server is gone), from any thread. Sound
-    /// that ends does not end the stream: it is told to `onNotice` and the rest goes on.
+    /// Called once, on any thread, when the stream ends by itself (the window was closed, the server is gone). A loss
+    /// of sound does not end the stream: `onNotice` gets a German sentence and the pictures continue.
     virtual void onStop(std::function<void(const RecorderError&)> handler) = 0;
     virtual void onNotice(std::function<void(const std::string&)> handler) = 0;
-    /// Told, from any thread, where on the desktop the captured display begins, in pixels: when the stream begins, and
-    /// whenever that changes (a monitor was plugged in to its left). Pictures taken at `hostSeconds` or later show the
-    /// display there. Never told for windows.
+    /// Reports the origin of the captured display on the desktop, in pixels, on any thread: when the stream begins and
+    /// on each change (a monitor was plugged in to its left). Pictures taken at `hostSeconds` or later show the display
+    /// there. Not called for windows.
     virtual void onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) = 0;
 
-    /// Throws `RecorderError` when pictures, or sound that was asked for, cannot be had.
+    /// Throws `RecorderError` when pictures, or the configured sound, are not available.
     virtual void start() = 0;
-    /// When it returns, everything that was taken has been handed to the queues. Throws `RecorderError`.
+    /// When it returns, all samples have been posted to the queues. Throws `RecorderError`.
     virtual void stop() = 0;
 };
 

@@ -3,7 +3,7 @@
 
 namespace lumivastor::platform {
 
-/// A combination of keys that this program hears whichever window has the keyboard. Ends when it is destroyed.
+/// A key combination that reaches this program whichever window has the keyboard focus. Destruction releases it.
 class GlobalShortcut {
   public:
     virtual ~GlobalShortcut() = default;

@@ -5,12 +5,12 @@
 
 namespace lumivastor::platform {
 
-/// How one display's global points relate to the pixels of the whole desktop (both with a top-left origin). A display
-/// begins at the same numbers in both spaces, and a point is `scale` pixels wide; so displays with different scales may
-/// overlap in points, and a position has to say whose points it is given in. A recording uses those of its own display
-/// for everything, also for what lies beyond the display's edge: then a point is the same distance everywhere.
+/// How one display's global points relate to the pixels of the whole desktop (both with a top-left origin). A display's
+/// origin has the same coordinates in both spaces, and a point is `scale` pixels wide. Displays with different scales
+/// may therefore overlap in points, and every position belongs to one display's space. A recording uses the space of
+/// its own display everywhere, also beyond the display's edge, so that a point is the same distance everywhere.
 struct PointSpace {
-    /// Where the display begins, in pixels and in points.
+    /// The display's top-left corner, in pixels and in points.
     Point origin;
     /// Pixels per point, above 0.
     double scale = 1;

@@ -14,7 +14,7 @@ namespace lumivastor::platform {
 /// A screen. `frame` is in its own global points.
 struct Display {
     std::uint32_t id = 0;
-    std::string name;  // of the connector or monitor
+    std::string name;  // the connector's or the monitor's
     Rect frame;
     double scale = 1;  // pixels per point
 
@@ -27,21 +27,22 @@ struct Display {
 /// A program that has windows.
 struct RunningApplication {
     int processId = 0;
-    /// What tells programs apart: the window class where windows have one. Absent where nothing is known.
+    /// Identifies the program: the window class, if its windows have one; nullopt when unknown.
     std::optional<std::string> bundleIdentifier;
-    /// As people read it.
+    /// For users.
     std::optional<std::string> name;
 
     bool operator==(const RunningApplication&) const = default;
 };
 
-/// A window. `frame` is in global points of the display that shows most of it: what the user sees as the window's
-/// content, without title bar and shadow.
+/// A window. `frame` is its visible content without title bar and shadow, in global points of the display that shows
+/// most of it.
 struct Window {
     std::uint32_t id = 0;
     std::optional<std::string> title;
     std::optional<RunningApplication> application;
-    /// 0 for ordinary windows; below 0 desktops, above 0 docks, menus, notifications and whatever else floats.
+    /// 0 for ordinary windows, below 0 for desktops, above 0 for docks, menus, notifications and other floating
+    /// windows.
     int layer = 0;
     Rect frame;
     /// The display that shows most of the window.
@@ -50,7 +51,7 @@ struct Window {
     bool operator==(const Window&) const = default;
 };
 
-/// What can be recorded at this moment. Displays in the server's order; windows from front to back.
+/// What can be recorded now. Displays in the server's order; windows from front to back.
 struct ShareableContent {
     std::vector<Display> displays;
     std::vector<Window> windows;
@@ -58,8 +59,8 @@ struct ShareableContent {
     /// This program itself, when it has windows.
     std::optional<RunningApplication> ownApplication;
     std::uint32_t mainDisplayID = 0;
-    /// Why no display, and no part of one, can be recorded here: a German sentence that says what to do. Windows can be
-    /// all the same.
+    /// Set when displays and regions cannot be recorded here: a German sentence that says what to do. Windows may be
+    /// recordable nevertheless.
     std::optional<std::string> displayRefusal;
 
     /// Null when there is no such display or window.

@@ -6,10 +6,10 @@
 
 namespace lumivastor::platform {
 
-/// A stretch of live sound: 32-bit floating point at full scale -1...1, the channels of one moment side by side.
+/// A piece of live sound: interleaved 32-bit floating point, full scale -1...1.
 struct SoundBuffer {
-    /// Host clock, seconds: when the first frame was heard or said, latencies taken off. Times and frame counts agree:
-    /// a clock that runs fast or slow against the host clock has been corrected by resampling.
+    /// Host clock, seconds: when the first frame was heard or spoken, with latencies subtracted. Times and frame counts
+    /// agree, because drift of the device's clock has been corrected by resampling.
     double hostSeconds = 0;
     int sampleRate = 48000;
     int channels = 2;

@@ -11,7 +11,7 @@
 
 namespace lumivastor::platform {
 
-/// One running stream of sound. Start and stop once, on one thread.
+/// One stream of live sound. Start and stop it once, on one thread.
 class SoundSource {
   public:
     using Handler = std::function<void(const SoundBuffer&)>;
@@ -20,14 +20,13 @@ class SoundSource {
 
     virtual ~SoundSource() = default;
 
-    /// Told each time the sound comes again after `ended` was told, on the thread of `handler`. Before `start`.
+    /// Called each time the sound is back after an `ended`, on the thread of `handler`. Set it before `start`.
     virtual void onReturn(ReturnHandler handler) = 0;
 
-    /// `handler` runs on a thread of the source's own. `ended` is told, once for each outage, when the sound stops
-    /// coming by itself (the server is gone); the source then tries to get it back until it is stopped. Throws
-    /// `RecorderError` when there is no such sound.
+    /// `handler` runs on the source's own thread. `ended` is called once for each outage (the server is gone); the
+    /// source then tries to reconnect until it is stopped. Throws `RecorderError` when there is no such sound.
     virtual void start(Handler handler, EndHandler ended) = 0;
-    /// When it returns, everything that was heard has been handed over, and nothing follows.
+    /// When it returns, all sound has been passed to `handler`, and no more follows.
     virtual void stop() = 0;
 };
 
@@ -36,9 +35,9 @@ class SoundSystem {
   public:
     virtual ~SoundSystem() = default;
 
-    /// What the speakers play.
+    /// Records what the speakers play.
     virtual std::unique_ptr<SoundSource> systemAudio(int sampleRate, int channels) = 0;
-    /// What the default microphone hears, in the device's own number of channels.
+    /// Records the default microphone with the device's own number of channels.
     virtual std::unique_ptr<SoundSource> microphone(int sampleRate) = 0;
     virtual std::optional<CaptureDevice> defaultMicrophone() = 0;
 };

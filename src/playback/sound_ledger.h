@@ -6,8 +6,8 @@
 
 namespace lumivastor::playback {
 
-/// Which moment of the source is heard when so many frames of a run have been: the run's sound jumps over cuts, and it
-/// waits, in silence, where the source cannot be read fast enough. Counts frames at one rate throughout. A plain value.
+/// Maps frames played since the start of a run to source time: a run's sound jumps over cuts, and pauses in silence
+/// where the source cannot be read fast enough. Counts frames at one rate throughout. A plain value.
 class SoundLedger {
   public:
     /// Begins a run at a frame of the source.

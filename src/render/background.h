@@ -13,10 +13,10 @@
 
 namespace lumivastor::render {
 
-/// Does `work` on a thread of its own and gives `completion` what came of it: a result, or a `RecorderError` in its
-/// place, whatever was thrown (`failed` as for `handledError`). `completion` runs there where `postToMain` runs what it
-/// is given, or on the thread itself without it. `Outcome` is a std::variant of the result and RecorderError. Throws
-/// `RecorderError` when no thread can be started; then there is no completion.
+/// Runs `work` on a new thread and passes its outcome to `completion`: the result, or a `RecorderError` for anything
+/// that was thrown (`failed` as for `handledError`). `completion` runs through `postToMain`, or on the new thread
+/// without it. `Outcome` is a std::variant of the result and RecorderError. Throws `RecorderError` when no thread can
+/// be started; `completion` is not called then.
 template <typename Outcome>
 [[nodiscard]] std::jthread runInBackground(const char* failed, std::function<Outcome(const std::stop_token&)> work,
                                            std::function<void(const Outcome&)> completion,
@@ -37,7 +37,7 @@ template <typename Outcome>
                 delivery->outcome = handledError(failed);
             }
             if (!postToMain) return (*delivery)();
-            // The owner waits for this. What the work took is free again, so there will be memory for it soon.
+            // The owner waits for the completion. The work has freed its memory, so an attempt will succeed soon.
             for (;;) {
                 try {
                     return postToMain([delivery] { (*delivery)(); });

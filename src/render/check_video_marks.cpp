@@ -26,7 +26,7 @@ constexpr double kIndicatorEdge = 26;
 constexpr Point kLabelBaseline{48, 34};
 constexpr double kLabelSize = 22;
 
-// Menlo is what the label is meant to look like; DejaVu is the family that it was drawn from.
+// The label should look like Menlo; DejaVu is the family that Menlo was derived from.
 constexpr const char* kLabelFamilies = "Menlo,DejaVu Sans Mono,monospace";
 
 constexpr imaging::RgbaColour kRingColour{1, 0.35, 0, 1};
@@ -35,7 +35,7 @@ constexpr imaging::RgbaColour kLitColour{1, 0.35, 0, 1};
 constexpr imaging::RgbaColour kUnlitColour{0.15, 0.15, 0, 0.55};
 constexpr imaging::RgbaColour kLabelColour{1, 1, 1, 0.9};
 
-// The presses whose age at `t` is at least 0 and below `seconds`. Ages only fall along the presses, rounded or not.
+// The presses whose age at `t` is at least 0 and below `seconds`. Ages never rise along the presses, even when rounded.
 std::span<const model::PointerSample> recentPresses(const std::vector<model::PointerSample>& presses, double t,
                                                     double seconds) {
     const auto first = std::partition_point(presses.begin(), presses.end(),

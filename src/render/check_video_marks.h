@@ -11,8 +11,8 @@
 #include "edit/recording.h"
 #include "imaging/pixel_buffer.h"
 
-// What the check video draws on one picture of a recording: first as a value that tests can ask about, then as pixels.
-// Everything is in pixels of the recording with the origin at the top-left; times are seconds of the source movie.
+// What the check video draws on one picture of a recording: first as a value for tests to examine, then as pixels.
+// Coordinates are pixels of the recording with a top-left origin; times are seconds of the source movie.
 
 namespace lumivastor::render::CursorRenderer {
 
@@ -39,7 +39,7 @@ struct Ring {
 struct Marks {
     std::vector<Ring> rings;
     Point pointer;
-    /// The cursor shape to draw; null for the dot that stands for a shape without a picture. Belongs to the assets.
+    /// The cursor shape to draw, owned by the assets; null for the dot that stands for a shape without a picture.
     const Asset* cursor = nullptr;
     Rect cursorRect;  // where its picture goes
     double dotRadius = 0;
@@ -50,29 +50,28 @@ struct Marks {
     double labelSize = 0;  // pixels
 };
 
-/// How long a click's ring is seen, and how long the indicator is lit. Neither end counts.
+/// How long a click's ring is visible, and how long the indicator is lit, in seconds; the end itself is excluded.
 inline constexpr double kRingSeconds = 0.35;
 inline constexpr double kIndicatorSeconds = 0.12;
 
-/// Where the pointer was at `t`: on the straight line between the events before and after, at the first or last one
-/// outside of them. None without events. They ascend in time.
+/// The pointer's position at `t`: interpolated linearly between the events before and after, clamped to the first and
+/// the last event. nullopt without events. `events` ascend in time.
 std::optional<Point> pointerAt(const std::vector<model::PointerSample>& events, double t);
 
-/// The rings at `t`, for `presses` that ascend in time. `scale` is in pixels per point, as everywhere here.
+/// The rings at `t`. `presses` ascend in time. `scale` is pixels per point, as everywhere in this header.
 std::vector<Ring> ringsAt(const std::vector<model::PointerSample>& presses, double scale, double t);
 
-/// Whether a press is so recent at `t` that the indicator is lit.
+/// Whether the indicator is lit at `t`, because a press is recent enough.
 bool indicatorIsLitAt(const std::vector<model::PointerSample>& presses, double t);
 
-/// The marks at `t`; none for a recording without pointer events.
+/// The marks at `t`; nullopt for a recording without pointer events.
 std::optional<Marks> marksAt(const edit::Recording& recording, const Assets& assets, double t);
 
 /// Draws the marks over a picture of the recording's size.
 void paintMarks(const Marks& marks, imaging::BgraPremultipliedBuffer& picture);
 
-/// Shows `source` in all of `target`: at its own size from the bottom-left corner on, cut off where it is larger, and
-/// opaque black where it does not reach. A recording's pictures have the size that its document says, and are just
-/// copied.
+/// Fills `target` with `source`, unscaled and aligned to the bottom-left corner: cut off where it is larger, opaque
+/// black where it is smaller. Pictures of an intact recording have the document's size and are only copied.
 void placePicture(const imaging::BgraPremultipliedBuffer& source, imaging::BgraPremultipliedBuffer& target);
 
 }  // namespace lumivastor::render::CursorRenderer

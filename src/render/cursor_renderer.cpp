@@ -36,7 +36,7 @@ constexpr const char* kOutputName = "test-output.mov";
 constexpr const char* kCancelled = "Abgebrochen.";
 constexpr const char* kNotWritten = "Das Prüfvideo konnte nicht geschrieben werden";
 
-// Reported often enough to look alive, rarely enough not to fill the main thread's queue.
+// Often enough to look alive, rarely enough not to fill the main thread's queue.
 constexpr std::int64_t kFramesPerReport = 15;
 
 using Movie = media::Asset;
@@ -58,8 +58,7 @@ void report(const Options& options, double part) {
     post(options, [progress = options.progress, part] { progress(part); });
 }
 
-// Damage ends what is read; the video shows what came before, and the log why it is no longer. A shortage of memory is
-// no damage.
+// Damage ends reading: the video ends there, and the log says why. A shortage of memory does not count as damage.
 void logDamage(const media::AssetReader& reader) {
     if (reader.status() != media::AssetReader::Status::failed) return;
     const RecorderError error = reader.error().value_or(RecorderError("unbekannt"));
@@ -77,7 +76,7 @@ struct Pumps {
         if (!error) error = reason;
         hasFailed = true;
     }
-    // Runs a part of a pump; whatever it throws is the render's error.
+    // Runs a part of a pump; any exception becomes the render's error.
     template <typename Part>
     void guard(const Part& part) noexcept {
         try {
@@ -97,10 +96,10 @@ struct Pumps {
     std::mutex lock;
     std::optional<RecorderError> error;  // guarded by lock
     std::atomic<bool> hasFailed = false;
-    std::latch running;  // those that have not ended
+    std::latch running;  // pumps that have not ended
 };
 
-// Copies one sound track as it is stored. Runs on its queue.
+// Copies one sound track without decoding. Runs on its queue.
 struct SoundPump {
     std::unique_ptr<media::AssetReader> reader;
     media::StoredSampleOutput& output;
@@ -165,7 +164,7 @@ struct PicturePump {
     // False when the writer refuses the picture.
     bool append(const media::VideoSample& sample) {
         const std::shared_ptr<imaging::BgraPremultipliedBuffer> picture = input.pool().makeBgra();
-        if (!picture) return true;  // short of memory for now: this one is left out
+        if (!picture) return true;  // short of memory for now: this picture is left out
         const double t = sample.presentationTime.seconds();
         placePicture(sample.bgra(), *picture);
         if (const auto marks = marksAt(recording, assets, t)) paintMarks(*marks, *picture);
@@ -187,7 +186,7 @@ void throwIfCancelled(const Options& options) {
     if (options.stop.stop_requested()) throw RecorderError(kCancelled);
 }
 
-// One render, on the thread that asks for it.
+// One render, on the calling thread.
 class Render {
   public:
     // Reads the documents and opens the movie.
@@ -216,7 +215,7 @@ class Render {
         Result result{file_->target(), pictures_->frames, pictures_->lastTime};
         throwIfCancelled(options_);
         file_->putInPlace();
-        // The video is there: want of memory for saying so is no error.
+        // The video exists: a failure to log that for lack of memory is no error.
         pumps_->guard([&] {
             report(options_, 1);
             Log::write("Render", formatted("%s: %lld Bilder, %.1f s", kOutputName,
@@ -274,7 +273,7 @@ class Render {
         startPump(*pictures_, videoQueue_);
     }
 
-    // Others may run already: one that cannot be started ends like one that failed.
+    // Other pumps may run already: one that cannot be started ends like one that failed.
     template <typename Pump>
     void startPump(Pump& pump, SerialQueue& queue) {
         bool isStarted = false;
@@ -304,7 +303,7 @@ class Render {
 }  // namespace
 
 Assets loadCursorImages(const model::PointerTrack& track, const std::filesystem::path& folder) {
-    // From the back, because of several shapes with one id the first that can be read is taken.
+    // From the back, because the first readable shape of an id is taken, and the last in the document should win.
     std::vector<model::CursorImage> images;
     std::copy_if(track.cursorImages.rbegin(), track.cursorImages.rend(), std::back_inserter(images),
                  [](const model::CursorImage& image) { return image.visible && !image.file.empty(); });

@@ -14,57 +14,57 @@
 #include "model/pointer_track.h"
 #include "render/check_video_marks.h"
 
-// The check video: the raw recording with everything the pointer track says drawn into it, so that one look shows
-// whether pointer, cursor shapes and clicks line up with the picture. Size and picture times are the recording's own;
-// nothing is cut, zoomed or smoothed. Sound is copied as it is stored.
+// The check video: the raw recording with the whole pointer track drawn into it, to see whether pointer, cursor shapes
+// and clicks match the picture. Size and picture times are the recording's own; nothing is cut, zoomed or smoothed.
+// Sound is copied without decoding.
 //
 //     source.mov -> pictures -> marks drawn -> H.264 -> test-output.mov
 //               `-> stored sound, each track --------------^
 //
 // The writer pulls, on "aufnahme.render.video" and, for each sound track, "aufnahme.render.audio0", "...1" and so on.
-// One picture is in work at a time, so memory does not grow with the recording. Nothing is kept between calls.
+// One picture is processed at a time, so memory does not grow with the recording. Calls share no state.
 
 namespace lumivastor::render::CursorRenderer {
 
 struct Result {
     std::filesystem::path url;
     std::int64_t frames = 0;
-    double seconds = 0;  // when the last picture is shown; 0 without any
+    double seconds = 0;  // the time of the last picture; 0 without pictures
 };
 
 struct Options {
-    /// Gets 0...1: now and then up to 0.95 while pictures are written, 1 once the file is finished.
+    /// Called with 0...1: from time to time up to 0.95 while pictures are written, 1 when the file is finished.
     std::function<void(double)> progress;
-    /// Runs calls of `progress` and of the completion on the thread where they belong. Without it they come on the
-    /// render's own threads.
+    /// Posts calls of `progress` and of the completion to the owner's thread. Without it they run on the render's own
+    /// threads.
     std::function<void(std::function<void()>)> postToMain;
-    /// Asked to stop, the render ends within a few pictures.
+    /// On a stop request the render ends within a few pictures.
     std::stop_token stop;
 };
 
 /// Writes "test-output.mov" in the recording folder. The video is made beside its place (pending_movie.h) and replaces
-/// what was there once it is finished; then this returns. Throws `RecorderError`: what failed, or "Abgebrochen." when
-/// asked to stop; what was there is there as before, and nothing else is left. A shortage of memory is such an error. A
-/// source that is damaged from somewhere on gives a video that ends there; the log says so. Any thread.
+/// an earlier one when it is finished; then this returns. Throws `RecorderError` on a failure, including a shortage of
+/// memory, and with "Abgebrochen." after a stop request; the earlier video is then unchanged and no other file is left.
+/// If the source is damaged, the video ends there, which is logged. Any thread.
 Result renderSync(const std::filesystem::path& folder, const Options& options = {});
 
 using Outcome = std::variant<Result, RecorderError>;
 
-/// The same on a thread of its own, `completion` last. The thread's stop token replaces the options': to cancel, ask
-/// the returned thread to stop, or let it go, which waits for its end. Throws `RecorderError`, with no completion to
-/// come, when no thread can be started.
+/// The same on the returned thread; `completion` is its last call. The thread's stop token replaces the options': to
+/// cancel, request a stop of the thread or destroy it, which waits for its end. Throws `RecorderError` when no thread
+/// can be started; `completion` is not called then.
 [[nodiscard]] std::jthread render(std::filesystem::path folder, Options options,
                                   std::function<void(const Outcome&)> completion);
 
-/// The cursor shapes of a track that are visible and whose pictures can be read; of several with one id, the last.
-/// Limits are those of `loadCursorAssets`.
+/// Loads a track's visible cursor shapes with readable pictures; of several with one id, the last. Limits as for
+/// `loadCursorAssets`.
 Assets loadCursorImages(const model::PointerTrack& track, const std::filesystem::path& folder);
 
-/// How a recording's check video is encoded, on the source movie's clock. A tenth of a bit for each pixel, a key
-/// picture every two seconds. Rates that no screen has are taken for the nearest of 1...1000.
+/// The encoder settings of a recording's check video, on the source movie's clock: 0.1 bits for each pixel, a key
+/// picture every two seconds. Frame rates are clamped to 1...1000.
 media::VideoSettings videoSettings(const model::CaptureInfo& info, std::int32_t timescale);
 
-/// What is reported when the picture at `t` has been written, for a recording of `duration` (both in seconds).
+/// The progress to report when the picture at `t` has been written, for a recording of `duration` (both in seconds).
 double progressAt(double t, double duration);
 
 }  // namespace lumivastor::render::CursorRenderer

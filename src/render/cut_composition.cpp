@@ -13,7 +13,7 @@ namespace lumivastor::render {
 namespace {
 
 constexpr std::int32_t kTimescale = 600;
-// Shorter than any tick; what is missing for less long is not missing.
+// Shorter than any tick; shorter gaps do not count.
 constexpr double kSliver = 0.001;
 
 std::optional<media::AssetTrack> firstTrack(const std::shared_ptr<const media::Asset>& asset, media::TrackKind kind) {
@@ -78,7 +78,7 @@ int addWebcam(media::MutableComposition& movie, std::span<const TimeRange> range
     return id;
 }
 
-// Far beyond what the editor's controls can set: documents are untrusted, and sound is to stay finite.
+// Far beyond what the editor's controls can set. Documents are untrusted, and samples must stay finite.
 float volumeOf(double setting) {
     constexpr double kLoudest = 1000;
     return static_cast<float>(std::clamp(setting, 0.0, kLoudest));

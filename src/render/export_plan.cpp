@@ -12,7 +12,7 @@ namespace lumivastor::render {
 
 namespace {
 
-// The largest picture that H.264 knows a level for is 8192 x 4320.
+// The largest picture that an H.264 level allows is 8192 x 4320.
 constexpr std::int64_t kLeastHeight = 2;
 constexpr std::int64_t kLargestHeight = 4320;
 

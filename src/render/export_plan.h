@@ -11,24 +11,22 @@
 #include "edit/studio_layout.h"
 #include "media/reading/asset_reader.h"
 
-// What an export decides without touching a file: how many pictures there are and when, when a broken reader is made
-// again and where, what is reported, how loud everything is. Pure functions and values. Seconds are of the edited video
-// unless said otherwise.
+// The decisions of an export that need no file: number and times of the pictures, when and where a failed reader
+// restarts, progress, volumes. Pure functions and values. Seconds are of the edited video unless stated otherwise.
 
 namespace lumivastor::render {
 
-/// The clock of all times that an export makes up: 600 has whole ticks for 24, 25, 30, 50, 60 and 120 a second.
+/// The clock of an export's own times: 600 has whole ticks for 24, 25, 30, 50, 60 and 120 pictures a second.
 inline constexpr std::int32_t kExportTimescale = 600;
 
 /// The picture size that belongs to a height: 16:9, the width rounded down. Throws `RecorderError` for heights that no
 /// H.264 movie has.
 PixelSize exportCanvas(std::int64_t height);
 
-/// Pictures a second that an export can time on its clock. Throws `RecorderError` for all others: recordings are
-/// untrusted.
+/// Throws `RecorderError` for frame rates that the export's clock cannot express: recordings are untrusted.
 void checkFrameRate(std::int64_t fps);
 
-/// The pictures of a video of `seconds`: at least one, however short it is.
+/// The number of pictures of a video of `seconds`; at least one.
 std::int64_t frameCount(double seconds, std::int64_t fps);
 
 double frameSeconds(std::int64_t index, std::int64_t fps);
@@ -36,12 +34,12 @@ double frameSeconds(std::int64_t index, std::int64_t fps);
 /// Bits a second for pictures of this size: 0.1 for each pixel.
 std::int64_t exportBitRate(PixelSize canvas, std::int64_t fps);
 
-/// What is reported once `done` pictures of `total` are handed over; none when nothing is. 1 is left for the finished
-/// file.
+/// The progress to report after `done` of `total` pictures; nullopt when none is due. Never 1, which means that the
+/// file is finished.
 std::optional<double> progressAfter(std::int64_t done, std::int64_t total);
 
-/// Volumes above 1 as a mix that reduces everything and a gain that raises the sum again, because what is too loud has
-/// to be limited after the sum and not before.
+/// Splits volumes above 1 into a mix that lowers all tracks and a gain that raises the sum again, because limiting must
+/// follow the sum.
 struct SplitMix {
     std::vector<media::AudioMixInput> inputs;
     float gain = 1;  // at least 1
@@ -51,23 +49,24 @@ SplitMix splitMix(std::vector<media::AudioMixInput> inputs);
 /// Multiplies by `gain` and limits to -1...1, in place; a gain of 1 (within 0.001) touches nothing.
 void amplify(std::span<float> values, float gain);
 
-/// When a reader that met damage is made again, a little further on, and when that has been tried often enough. A
-/// damaged stretch usually ends at the next key picture, at most a few seconds later, so the steps grow up to 5 s.
+/// Decides when and where a reader restarts behind damage, and when to give up. Damage usually ends at the next key
+/// picture, at most a few seconds later, so the steps grow up to 5 s.
 class RestartPolicy {
   public:
-    /// Attempts in one export, all damaged places together.
+    /// Attempts for the whole export, over all damaged places.
     static constexpr int kLimit = 12;
 
     struct Attempt {
         int number = 0;  // from 1
-        MediaTime time;  // where to begin reading
+        MediaTime time;  // where reading restarts
     };
 
-    /// Whether a reader that failed matters at `t` of a video of `duration`: at the very end the last picture is held.
+    /// Whether a failed reader must restart at `t` in a video of `duration`: not at the very end, where the last
+    /// picture is held.
     static bool isCalledFor(bool readerFailed, double t, double duration);
 
-    /// Counts one more attempt; none when there have been as many as allowed. `lastSeconds`: the time of the last
-    /// picture that was read; negative when there was none.
+    /// Counts and returns the next attempt; nullopt after `kLimit` attempts. `lastSeconds` is the time of the last
+    /// picture that was read; negative without one.
     std::optional<Attempt> next(double lastSeconds);
 
   private:

@@ -13,10 +13,10 @@ namespace lumivastor::render {
 
 namespace {
 
-// AAC comes in packets of 1024 frames: the last one may be filled up.
+// AAC packets have 1024 frames: the last one may be padded.
 constexpr double kSoundTolerance = 0.05;
 
-// What is wrong, empty when nothing is.
+// The difference as text for the log; empty without one.
 std::string differences(const media::Asset& movie, const FinishedMovie& expected) {
     const auto videos = movie.tracks(media::TrackKind::video);
     const auto sounds = movie.tracks(media::TrackKind::audio);

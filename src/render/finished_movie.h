@@ -10,17 +10,18 @@
 
 namespace lumivastor::render {
 
-/// What an export says it has written.
+/// What an export has written, for comparison with the file.
 struct FinishedMovie {
     PixelSize canvas;
     std::int64_t pictures = 0;
     double seconds = 0;                  // until the end of the last picture
-    double secondsPerPicture = 0;        // how exact `seconds` is
-    std::optional<double> soundSeconds;  // where sound ends; none without sound
+    double secondsPerPicture = 0;        // the tolerance of `seconds`
+    std::optional<double> soundSeconds;  // the end of the sound; nullopt without sound
 };
 
-/// Opens a movie file and compares: one video track of that size, with as many pictures in its index, as long; sound
-/// if there should be, as long. Throws `RecorderError` when anything differs; what it is stands in the log.
+/// Opens a movie file and compares it with `expected`: one video track with that size, duration and number of pictures
+/// in its index; sound of that duration, or none. Throws `RecorderError` when anything differs, and logs the
+/// difference.
 void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& expected);
 
 }  // namespace lumivastor::render

@@ -30,14 +30,14 @@ namespace lumivastor::render {
 
 namespace {
 
-// How long a picture is tried again while there is no memory for it.
+// How long a picture is retried while there is no memory for it.
 constexpr int kMemoryAttempts = 200;
 constexpr std::chrono::milliseconds kMemoryPause{10};
 
 constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.";
 constexpr const char* kNotWritten = "Das Studio-Video konnte nicht geschrieben werden";
 
-// Runs `work`; whatever it throws becomes an error for the user.
+// Runs `work`; any exception becomes an error for the user.
 template <typename Work>
 std::optional<RecorderError> errorOf(const Work& work) noexcept {
     try {
@@ -48,9 +48,9 @@ std::optional<RecorderError> errorOf(const Work& work) noexcept {
     }
 }
 
-// Whether it is one of the recording's own files, which nothing replaces.
+// Whether it is one of the recording's own files, which an export must not replace.
 bool belongsTo(const edit::Recording& recording, const std::filesystem::path& file) {
-    std::error_code ignored;  // a folder that is not there is not the recording's
+    std::error_code ignored;  // a missing folder is not the recording's
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
     if (std::filesystem::equivalent(folder, recording.folder / "cursors", ignored)) return true;
     if (!std::filesystem::equivalent(folder, recording.folder, ignored)) return false;
@@ -85,7 +85,8 @@ class Export {
         return finish();
     }
 
-    /// After `run` has thrown: the hardware that is to blame for it, and not the recording or the disk. None: software.
+    /// After `run` has thrown: the hardware encoder that caused the failure; nullopt when it was another cause
+    /// (software encoder, recording, disk).
     std::optional<std::string> failedHardware() const {
         const bool isToBlame = isRefused_ || (writer_ && writer_->encoderFailed());
         return isToBlame ? hardware_ : std::nullopt;
@@ -116,7 +117,7 @@ class Export {
     std::filesystem::path target() const;
     void report(double progress) const;
 
-    // What ends an export early
+    // Failure and cancellation
     void record(const RecorderError& error) noexcept;
     bool isStopping() const { return hasFailed_ || options_.stop.stop_requested(); }
     void throwIfStopped() const {
@@ -133,7 +134,7 @@ class Export {
     std::vector<ShownSegment> shownSegments_;
     std::int64_t total_ = 0;
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
-    bool isRefused_ = false;               // the finished movie is not what was written
+    bool isRefused_ = false;               // the finished movie differs from what was written
     std::optional<PendingMovie> file_;
 
     std::mutex exportLock_;
@@ -168,7 +169,7 @@ class Export {
 CutComposition Export::openCut() {
     CutComposition cut;
     if (state_->keptSegments.empty()) {
-        // Said before any movie is opened.
+        // Checked before any movie is opened.
         cut = makeCutComposition(state_->keptSegments, {}, 0);
     } else {
         const RecordingAssets assets = openRecordingAssets(recording_);
@@ -236,7 +237,7 @@ void Export::prepareSound(const CutComposition& cut) {
     gain_ = mix.gain;
     audioReader_ = std::make_unique<media::AssetReader>(cut.movie);
     audioOutput_ = &audioReader_->addAudioMixOutput(std::move(mix.inputs));
-    // Started here and not when the writer runs, so that sound that cannot be read leaves no empty track behind.
+    // Started before the writer, so that unreadable sound leaves no empty track.
     if (!audioReader_->startReading()) {
         const RecorderError error = audioReader_->error().value_or(RecorderError("?"));
         if (isOutOfMemory(error)) throw RecorderError(error);
@@ -290,7 +291,7 @@ Export::Pass Export::makePicture() {
         throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
     }
     if (webcam_ && webcamIsReadable_) webcamIsReadable_ = webcam_->advance(t);
-    // Before its time the first picture is shown: one that comes late, or the first that damage has left.
+    // The first picture is also shown before its time: it may come late, or be the first behind damage.
     const imaging::Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
     if (source == nullptr) throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
     std::optional<imaging::Picture> webcam;
@@ -379,7 +380,7 @@ RenderResult Export::finish() {
     RenderResult result{file_->target(), frame_, seconds, zooms};
     throwIfStopped();
     file_->putInPlace();
-    // The film is there: want of memory for saying so is no error.
+    // The film exists: a failure to log that for lack of memory is no error.
     static_cast<void>(errorOf([&] {
         report(1);
         Log::write("Studio",
@@ -400,12 +401,12 @@ FrameMaker framesOf(const edit::Composition& composition) {
                           double sourceTime) { return composition.compose(source, webcam, sourceTime); };
 }
 
-// With the hardware's encoder where there is one, and in software when that fails on the way.
+// With the hardware encoder if there is one; if that fails on the way, again with a software encoder.
 RenderResult renderWithWhatWorks(const edit::Composition& composition, const FrameMaker& makeFrame,
                                  const RenderOptions& options) {
     RenderOptions attempt = options;
     if (options.progress) {
-        // Never falling, also when it begins again. Calls of `progress` follow one another.
+        // Never falls, also when the export starts again. Calls of `progress` never overlap.
         attempt.progress = [report = options.progress, most = std::make_shared<double>(-1)](double progress) {
             if (progress <= *most) return;
             *most = progress;

@@ -46,11 +46,11 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
-// What keeps a file from replacing what is at `target`.
+// Why a file cannot replace what is at `target`.
 std::error_code obstacleAt(const fs::path& target) {
     struct stat status {};
-    if (::lstat(target.c_str(), &status) != 0) return {};  // nothing there, or the making tells why
-    // Replacing what a link to a device stands for would be as bad as replacing the device.
+    if (::lstat(target.c_str(), &status) != 0) return {};  // nothing there, or creating the file reports why
+    // A link to a device is refused like the device itself.
     if (S_ISLNK(status.st_mode) && ::stat(target.c_str(), &status) != 0) return {};
     if (S_ISREG(status.st_mode)) return {};
     return std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory : std::errc::not_supported);
@@ -68,7 +68,7 @@ std::optional<pid_t> makerOf(std::string_view name) {
     return static_cast<pid_t>(maker);
 }
 
-// Whether nobody makes this file any more. Where file systems have no locks, the process tells.
+// Whether no export writes this file any more. On file systems without locks, whether its process still runs.
 bool isAbandoned(int file, pid_t maker) {
     if (::flock(file, LOCK_EX | LOCK_NB) == 0) return true;
     if (errno == EWOULDBLOCK) return false;
@@ -91,18 +91,18 @@ struct CloseFolder {
 void removeAbandoned(const fs::path& path) {
     const std::unique_ptr<DIR, CloseFolder> folder(::opendir(path.c_str()));
     if (!folder) return;  // what cannot be listed cannot be tidied
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else reads from this handle
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread reads from this handle
     while (const dirent* const each = ::readdir(folder.get())) {
         if (const auto maker = makerOf(each->d_name)) removeIfAbandoned(path / each->d_name, *maker);
     }
 }
 
-// An empty file of that name, locked; none when it is somebody else's. The other error is in `errno`.
+// Creates an empty, locked file of that name; none when the name is taken. Other errors are in `errno`.
 std::optional<UniqueDescriptor> makeLocked(const fs::path& path) {
     constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
     UniqueDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kOwnerOnly));
     if (!file.isOpen()) return errno == EEXIST ? std::nullopt : std::optional(std::move(file));
-    // Between the making and the lock another program may take it for abandoned; then it is gone, or about to be.
+    // Between creation and lock another program may take it for abandoned and delete it.
     if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return std::nullopt;
     struct stat status {};
     if (::fstat(file.get(), &status) == 0 && status.st_nlink == 0) return std::nullopt;

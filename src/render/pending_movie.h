@@ -7,29 +7,28 @@
 
 namespace lumivastor::render {
 
-/// A film that is made beside its place and put there once it is whole. Whatever ends the making before that – an
-/// error, a cancellation, the end of the program or of the machine – the earlier film stays as it is. A symbolic link
-/// in the place is replaced, not followed. The film is readable for its owner only, or keeps the mode of the film that
-/// it replaces. One thread at a time.
+/// A film that is made beside its place and put there when it is complete. Until then an error, a cancellation or a
+/// crash leaves the earlier film unchanged. A symbolic link in the place is replaced, not followed. The film is
+/// readable for its owner only, or keeps the mode of the film that it replaces. One thread at a time.
 class PendingMovie {
   public:
-    /// Makes an empty file with a hidden name of its own, ".lumivastor-export-….part", in the folder of `target`. It is
-    /// locked as long as this object lives, and files of such names that nobody has locked are removed here: they are
-    /// what ended programs left. Throws `RecorderError` when no file can be made there, or when there is something in
-    /// the place that a file does not replace: a folder, a device.
+    /// Makes an empty file with a hidden name of its own, ".lumivastor-export-….part", in the folder of `target`. The
+    /// file is locked as long as this object lives. Also deletes unlocked files of such names, which ended programs
+    /// left behind. Throws `RecorderError` when no file can be created there, or when a folder or device is in the
+    /// place.
     explicit PendingMovie(std::filesystem::path target);
     /// Removes the file unless it is in its place.
     ~PendingMovie();
     PendingMovie(const PendingMovie&) = delete;
     PendingMovie& operator=(const PendingMovie&) = delete;
 
-    /// Where it belongs.
+    /// The final path.
     const std::filesystem::path& target() const { return target_; }
-    /// Where it is made. To be written to, not to be exchanged: the lock is the file's.
+    /// The path while it is made. Write into this file and do not replace it, because the lock belongs to the file.
     const std::filesystem::path& path() const { return path_; }
 
-    /// Puts the file in its place, at one stroke. Its bytes are on the disk already. Throws `RecorderError`, with what
-    /// is in the place untouched. Once.
+    /// Puts the file in its place atomically; its bytes must be on the disk already. Throws `RecorderError` and leaves
+    /// the earlier film unchanged. Call it once.
     void putInPlace();
 
   private:

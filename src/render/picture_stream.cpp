@@ -13,7 +13,7 @@ namespace lumivastor::render {
 
 namespace {
 
-// A shortage of memory is no damage: reading on behind it would leave pictures out of a film that is said to be whole.
+// A shortage of memory is no damage: continuing would leave pictures out of a film that is reported as complete.
 void throwIfOutOfMemory(const RecorderError& error) {
     if (isOutOfMemory(error)) throw std::bad_alloc();
 }
@@ -32,7 +32,7 @@ void PictureStream::openAt(const MediaTime& start) {
     auto reader = std::make_unique<media::AssetReader>(movie_);
     media::VideoTrackOutput& output = reader->addVideoOutput(trackId_, media::PictureFormat::planar);
     if (start > MediaTime{}) {
-        // A second more than there is, so that rounding never takes the last picture away.
+        // A second beyond the end, so that rounding never loses the last picture.
         const MediaTime end = MediaTime::fromSeconds(options_.duration + 1, kExportTimescale);
         reader->setTimeRange(TimeRange::between(start, std::max(start, end)));
     }
@@ -73,7 +73,7 @@ void PictureStream::restart(const RestartPolicy::Attempt& attempt) {
         slots_.setPending(readNext());
     } catch (const RecorderError& error) {
         throwIfOutOfMemory(error);
-        // The failed reader stays, so that what is next is another attempt.
+        // The failed reader stays, so that the next step is another attempt.
     }
 }
 

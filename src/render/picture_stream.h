@@ -12,15 +12,15 @@
 
 namespace lumivastor::render {
 
-/// The pictures of one track of an edited movie, asked for by ascending times. Damage does not end it: the reader is
-/// made again a little further on, and until pictures come again the last one is held. Where there is none to hold yet,
-/// reading goes on at once until the first one is there. One thread at a time, which decodes.
+/// The pictures of one track of an edited movie, by ascending times. Damage does not end the stream: a new reader
+/// starts a little further on, and until its first picture the last one is held. Without a picture to hold, restarts
+/// follow at once until there is one. One thread at a time; decoding runs on it.
 class PictureStream {
   public:
     struct Options {
-        std::string logName;     // what the log calls the reader
+        std::string logName;     // the reader's name in the log
         double duration = 0;     // of the edited video, in seconds
-        double lastSeconds = 0;  // what counts as the time of the last picture before there is one
+        double lastSeconds = 0;  // taken as the time of the last picture before the first one
     };
 
     PictureStream(media::MutableComposition movie, int trackId, Options options);
@@ -28,14 +28,14 @@ class PictureStream {
     /// Opens the reader and reads the first picture. Throws `RecorderError`.
     void open();
 
-    /// Moves on to `t` (seconds of the edited video). False when it cannot be read on: the reader failed once more than
-    /// it may be made again.
+    /// Advances to `t` (seconds of the edited video). False when reading cannot continue because all restarts are used
+    /// up.
     bool advance(double t);
 
-    /// The picture at that time: the same value, hence equal in recipes, as long as it is the same. Null before the
-    /// first one's time.
+    /// The picture at that time; null before the first one. While the picture stays the same, so does the value, and
+    /// recipes compare equal.
     const imaging::Picture* current() const { return pictureOf(slots_.current()); }
-    /// The picture that will be next; null at the end.
+    /// The next picture; null at the end.
     const imaging::Picture* pending() const { return pictureOf(slots_.pending()); }
     /// The time of the last picture that was shown.
     double lastSeconds() const { return slots_.lastSeconds(); }

@@ -6,21 +6,21 @@
 
 namespace lumivastor::render {
 
-/// Times closer than this, in seconds, are the same: those of pictures are rounded to their tracks' clocks.
+/// Times closer than this, in seconds, count as equal, because pictures' times are rounded to their tracks' clocks.
 inline constexpr double kSameTime = 0.0001;
 
-/// Which of a track's samples is shown: the last one at or before the moment asked for, found by reading one sample
-/// ahead, because only the next one tells how long a sample lasts. `Sample` has a time `seconds`.
+/// Finds the sample of a track that is shown at a time: the last one at or before it. Reads one sample ahead, because
+/// only the next one ends a sample. `Sample` has a time `seconds`.
 template <typename Sample>
 class ReadAhead {
   public:
-    /// `lastSeconds` as long as nothing has been shown.
+    /// `lastSeconds()` is this until a sample has been shown.
     explicit ReadAhead(double lastSeconds) : lastSeconds_(lastSeconds) {}
 
-    /// Begins with, or goes on with after a gap, what a reader gives first; what is shown stays until its turn.
+    /// Sets the first sample of a reader, at the beginning or after a gap; the shown sample stays until its time.
     void setPending(std::optional<Sample> sample) { pending_ = std::move(sample); }
 
-    /// Moves on to `t`, which never goes back. `readNext()` gives the next sample, none at the end.
+    /// Advances to `t`, which never falls. `readNext()` returns the next sample, nullopt at the end.
     template <typename ReadNext>
     void advance(double t, ReadNext readNext) {
         while (pending_ && pending_->seconds <= t + kSameTime) {
@@ -30,11 +30,11 @@ class ReadAhead {
         }
     }
 
-    /// The sample shown; null before the first one's time.
+    /// The shown sample; null before the first one's time.
     const Sample* current() const { return current_ ? &*current_ : nullptr; }
-    /// The one read ahead; null when the reader gave no more.
+    /// The sample read ahead; null at the end.
     const Sample* pending() const { return pending_ ? &*pending_ : nullptr; }
-    /// The time of the sample shown last.
+    /// The time of the last shown sample.
     double lastSeconds() const { return lastSeconds_; }
 
   private:

@@ -22,14 +22,14 @@ struct Plan {
 };
 
 Plan& plan() {
-    // Never destroyed: the end of the program asks for it.
+    // Never destroyed, because it is used while the program ends.
     static auto* const made = new Plan;
     return *made;
 }
 
 void finishAndEnd() {
     if (std::this_thread::get_id() != plan().mainThread) return;
-    // Only once: what it does may fail in the same way.
+    // Only once, because `finish` may run into the same error.
     const auto finish = std::exchange(plan().finish, nullptr);
     if (!finish) return;
     Log::write("Capture", "Die Verbindung zum Bildschirm ist abgebrochen; das Programm endet");
@@ -38,8 +38,8 @@ void finishAndEnd() {
     std::_Exit(EXIT_FAILURE);
 }
 
-// The toolkit says so right before it ends the program. There nothing has been destroyed yet, which in a handler of
-// `exit` is different: libraries that came later are gone by then, among them drivers that an encoder uses.
+// The toolkit logs this message right before it ends the program. Nothing has been destroyed at that point. In a
+// handler of `exit`, libraries that were loaded later are gone, among them drivers that an encoder uses.
 void watchMessages(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (plan().before != nullptr) plan().before(type, context, message);
     if (message.startsWith("The X11 connection broke")) finishAndEnd();
@@ -51,9 +51,9 @@ AbruptEnd::AbruptEnd(std::function<void()> finish) {
     plan().finish = std::move(finish);
     plan().mainThread = std::this_thread::get_id();
     plan().before = qInstallMessageHandler(watchMessages);
-    // Writing to a server that is gone must not end the program before it can notice.
+    // Writing to a lost server must not end the program before the toolkit notices.
     std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c): cannot fail for this signal
-    // For other ways to the same end, as a library below the toolkit has them.
+    // For libraries below the toolkit that call `exit` themselves.
     static std::once_flag registered;
     std::call_once(registered, [] { std::atexit(finishAndEnd); });
 }

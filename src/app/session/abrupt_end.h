@@ -5,10 +5,10 @@
 
 namespace lumivastor::app {
 
-/// The window toolkit ends the program by `exit`, from within its event loop, when the connection to the display server
-/// breaks. While this lives, `finish` runs first, on the main thread, and the process ends behind it with exit status
-/// 1; nothing else is destroyed then, as everything may still be in use. One at a time; made and destroyed on the main
-/// thread, within the life of the QApplication.
+/// When the connection to the display server breaks, the window toolkit calls `exit` from within its event loop. While
+/// this object lives, `finish` runs first, on the main thread; then the process ends with exit status 1 without further
+/// destructors, because all objects may still be in use. Only one may exist. Construct and destroy it on the main
+/// thread, during the life of the QApplication.
 class AbruptEnd {
   public:
     explicit AbruptEnd(std::function<void()> finish);

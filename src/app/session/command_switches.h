@@ -8,17 +8,17 @@
 
 namespace lumivastor::app {
 
-/// What the application's command line asks for. What it does not know it leaves alone.
+/// The switches of the application's command line. Unknown words are ignored.
 struct CommandSwitches {
-    /// "--open-editor FOLDER": opens this folder in an editor. Nothing follows, nothing is opened.
+    /// "--open-editor FOLDER": opens this folder in an editor. nullopt without FOLDER.
     std::optional<std::filesystem::path> openEditor;
     /// "--choose-recording": asks for a folder to open in an editor.
     bool chooseRecording = false;
-    /// "--test-region": goes through the choice of a region by itself, up to where the mouse is needed.
+    /// "--test-region": performs the choice of a region up to the point where the mouse is needed.
     bool testRegion = false;
 };
 
-/// `words` without the program's name; relative folders are taken from `workingFolder`.
+/// `words` excludes the program's name. Relative folders are resolved against `workingFolder`.
 CommandSwitches commandSwitches(std::span<const std::string> words, const std::filesystem::path& workingFolder);
 
 }  // namespace lumivastor::app

@@ -27,14 +27,14 @@ QDBusMessage call(const char* service, const char* path, const char* interface, 
                   const QVariantList& arguments) {
     QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
     message.setArguments(arguments);
-    // Nobody is to be started for this.
+    // Do not start a service for this.
     message.setAutoStartService(false);
     return message;
 }
 
 }  // namespace
 
-// The answers come later; what was granted ends with this.
+// The replies arrive later; destruction ends the granted inhibitions.
 class DBusSleepInhibitor::Asked final : public Hold {
   public:
     Asked(const QString& reason, std::function<void(const QString&)> missing) : missing_(std::move(missing)) {
@@ -47,7 +47,7 @@ class DBusSleepInhibitor::Asked final : public Hold {
             });
     }
     ~Asked() override {
-        // The login manager's lock ends with its descriptor.
+        // Closing the descriptor releases the login manager's lock.
         if (!cookie_) return;
         QDBusConnection::sessionBus().call(call(kSaver, kSaverPath, kSaver, "UnInhibit", {*cookie_}), QDBus::NoBlock);
     }
@@ -76,7 +76,7 @@ class DBusSleepInhibitor::Asked final : public Hold {
     const std::function<void(const QString&)> missing_;
     std::optional<unsigned> cookie_;
     QDBusUnixFileDescriptor descriptor_;
-    QObject context_;  // last: no answer comes after it
+    QObject context_;  // last: no reply arrives after its destruction
 };
 
 DBusSleepInhibitor::DBusSleepInhibitor() = default;

@@ -8,8 +8,8 @@
 
 namespace lumivastor::app {
 
-/// Asks the session's screen saver and the system's login manager over D-Bus. One of them, or both, may be missing;
-/// that is noted in the log once.
+/// Inhibits the session's screen saver and the system's login manager over D-Bus. Either may be missing, which is
+/// logged once.
 class DBusSleepInhibitor final : public SleepInhibitor {
   public:
     DBusSleepInhibitor();

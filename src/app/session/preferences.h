@@ -5,12 +5,12 @@
 
 namespace lumivastor::app {
 
-/// What is remembered from one run to the next. Main thread.
+/// Settings that survive the end of the program. Main thread.
 class Preferences {
   public:
     virtual ~Preferences() = default;
 
-    /// Key "autoZoomsEnabled"; nothing when it was never set.
+    /// Key "autoZoomsEnabled"; nullopt when it was never set.
     virtual std::optional<bool> autoZoomsEnabled() const = 0;
     virtual void setAutoZoomsEnabled(bool enabled) = 0;
 };

@@ -17,10 +17,10 @@ namespace lumivastor::app {
 
 namespace {
 
-// Longer than any path that can be opened.
+// Longer than any valid path.
 constexpr qint64 kLongestRequest = 8 * 1024;
 constexpr int kAnswerMilliseconds = 5'000;
-// The first word of a request; a path follows the second one, up to the end of the line of a byte that no path has.
+// The requests. A path follows `kEdit`; each request ends with a byte that no path contains.
 constexpr char kShow[] = "show";
 constexpr char kChoose[] = "choose";
 constexpr char kEdit[] = "edit ";
@@ -31,7 +31,7 @@ QString pathOf(const std::filesystem::path& folder, const QString& name, const c
     return QString::fromStdString((folder / (name.toStdString() + ending)).string());
 }
 
-// Nothing when it is no request.
+// nullopt when the bytes are no request.
 std::optional<SingleInstance::Request> parsed(const QByteArray& request) {
     if (request == kShow) return SingleInstance::Request{};
     if (request == kChoose) return SingleInstance::Request{{}, true};
@@ -63,7 +63,7 @@ SingleInstance::SingleInstance(const std::filesystem::path& folder, const QStrin
 SingleInstance::~SingleInstance() = default;
 
 void SingleInstance::listen() {
-    // What one that crashed left behind.
+    // The socket of an instance that crashed.
     QLocalServer::removeServer(socketPath_);
     server_ = std::make_unique<QLocalServer>();
     server_->setSocketOptions(QLocalServer::UserAccessOption);
@@ -77,7 +77,7 @@ void SingleInstance::listen() {
 
 void SingleInstance::serve(QLocalSocket& client) {
     QObject::connect(&client, &QLocalSocket::disconnected, &client, &QObject::deleteLater);
-    // One that says nothing does not stay.
+    // Drops a client that sends nothing.
     QTimer::singleShot(kAnswerMilliseconds, &client, [&client] { client.abort(); });
     const auto read = [this, &client] {
         const QByteArray waiting = client.peek(kLongestRequest);
@@ -120,8 +120,8 @@ std::filesystem::path instanceFolder() {
 
 QString instanceName(const QString& display) {
     static const QRegularExpression kUnusual("[^A-Za-z0-9.]");
-    // The server's first screen is what a name without a screen means, and the socket of this machine what one without
-    // a host means. A host name, also this machine's own, is another way in that may lead to another display.
+    // A name without a screen means the server's first screen, one without a host this machine's socket. A host name,
+    // even this machine's own, uses another connection that may lead to another display.
     static const QRegularExpression kFirstScreen("(:[0-9]+)\\.0+$");
     static const QRegularExpression kThisMachine("^unix/?:");
     QString name = display;

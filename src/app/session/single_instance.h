@@ -14,11 +14,11 @@ class QLocalSocket;
 
 namespace lumivastor::app {
 
-/// Sees to it that a user has this program running once on a display: a second start hands over what it was asked for
-/// to the first and ends. Main thread.
+/// Ensures that a user runs this program only once on a display: a second start passes its request to the first one and
+/// ends. Main thread.
 class SingleInstance {
   public:
-    /// What a later start asks for: a folder to edit, the choice of one, or just to be seen.
+    /// The request of a later start: a folder to edit, a choice of folder, or only to show the main window.
     struct Request {
         std::optional<std::filesystem::path> folder;
         bool choosesFolder = false;
@@ -26,18 +26,18 @@ class SingleInstance {
         bool operator==(const Request&) const = default;
     };
 
-    /// `folder` belongs to the user alone; `name` says which program on which display.
+    /// `folder` must belong to the user alone; `name` identifies the program and the display.
     SingleInstance(const std::filesystem::path& folder, const QString& name);
     ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    /// Whether this is the first; it then listens, and tells here what later ones ask for. Where the folder does not
-    /// let itself be written to, everybody is the first.
+    /// Whether this is the first instance; it then listens for requests of later ones. If the folder is not writable,
+    /// every instance is the first.
     bool isFirst() const { return isFirst_; }
     std::function<void(const Request&)> onRequest;
 
-    /// Hands a request over to the first. False when it does not answer within a few seconds.
+    /// Passes a request to the first instance. False when it does not answer within a few seconds.
     bool handOver(const Request& request) const;
 
   private:
@@ -45,14 +45,14 @@ class SingleInstance {
     void serve(QLocalSocket& client);
 
     const QString socketPath_;
-    UniqueDescriptor lock_;  // locked by the kernel, which forgets it when the process ends, however it ends
+    UniqueDescriptor lock_;  // locked through the kernel, which releases the lock whenever the process ends
     bool isFirst_ = true;
     std::unique_ptr<QLocalServer> server_;
 };
 
-/// Where such files belong: the session's runtime folder, or else the folder for temporary files.
+/// The folder for lock and socket: the session's runtime folder, or else the folder for temporary files.
 std::filesystem::path instanceFolder();
-/// For the program of this user on this display; names that mean the same display give the same one.
+/// The name of this program on this display; different spellings of the same display give the same name.
 QString instanceName(const QString& display);
 
 }  // namespace lumivastor::app

@@ -6,11 +6,10 @@
 
 namespace lumivastor::app {
 
-/// Keeps the machine awake and its screen unlocked. Where the desktop offers no way to ask for that, nothing happens.
-/// Main thread.
+/// Keeps the machine awake and its screen unlocked. No effect on desktops that do not support it. Main thread.
 class SleepInhibitor {
   public:
-    /// Ends when it is destroyed; before its inhibitor.
+    /// Destruction ends the inhibition. Must not outlive its inhibitor.
     class Hold {
       public:
         virtual ~Hold() = default;
@@ -18,7 +17,7 @@ class SleepInhibitor {
 
     virtual ~SleepInhibitor() = default;
 
-    /// `reason` is a German sentence that the desktop may show.
+    /// `reason` is a German sentence that the desktop may display.
     [[nodiscard]] virtual std::unique_ptr<Hold> inhibit(const std::string& reason) = 0;
 };
 

@@ -12,7 +12,7 @@ namespace lumivastor::app {
 
 namespace {
 
-// A hang-up that the program was started to ignore, as by nohup, stays ignored.
+// SIGHUP stays ignored if the program was started that way, as by nohup.
 bool isIgnored(int signal) {
     struct sigaction now {};
     return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;

@@ -9,8 +9,8 @@
 
 namespace lumivastor::app {
 
-/// Turns SIGINT, SIGTERM and SIGHUP into calls on the main thread. Made before any other thread is, so that none of
-/// them is interrupted instead.
+/// Turns SIGINT, SIGTERM and SIGHUP into calls on the main thread. Construct it before any other thread exists, so that
+/// no other thread receives the signals.
 class TerminationSignals {
   public:
     TerminationSignals();
@@ -18,7 +18,7 @@ class TerminationSignals {
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 
-    /// Begins to listen; the event loop runs, or will.
+    /// Begins to listen. `handler` runs in the event loop.
     void listen(std::function<void()> handler);
 
   private:

@@ -39,11 +39,11 @@ namespace {
 
 constexpr platform::KeyCombination kStopKeys{.letter = 'S', .control = true, .alt = true, .shift = true};
 
-/// What of this machine the application works with.
+/// The machine's services that the application uses.
 struct Machine {
     std::shared_ptr<platform::SoundSystem> sound = platform::openSoundSystem();
     std::unique_ptr<platform::CaptureDevices> devices = platform::openCaptureDevices(sound);
-    /// Throws `RecorderError` when there is no display server; Qt would end the program.
+    /// Throws `RecorderError` without a display server, where Qt would end the program.
     std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
 };
 
@@ -56,7 +56,7 @@ std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(std::function<void()>
     }
 }
 
-// Qt's own words, as in the file panel, in the language of all others.
+// Translates Qt's own texts, such as the file panel's.
 void translate(QApplication& application) {
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
     auto* translator = new QTranslator(&application);
@@ -65,7 +65,7 @@ void translate(QApplication& application) {
     }
 }
 
-/// The updater together with what the main window shows of it.
+/// The updater together with its notices in the main window.
 class Updates {
   public:
     explicit Updates(const std::filesystem::path& binaryFolder) {
@@ -74,7 +74,7 @@ class Updates {
 
     bool exist() const { return updater_ != nullptr; }
 
-    /// `quietly`: says something only when there is something new.
+    /// `quietly`: reports only a new version.
     void check(MainWindowModel& window, bool quietly) {
         if (!updater_) return;
         updater_->check([this, &window, quietly](const Updater::Outcome& outcome) {
@@ -99,7 +99,7 @@ class Updates {
     std::optional<Release> newer_;
 };
 
-// What a recording, exports and unsaved edits are owed when the display server takes all windows with it.
+// Finishes the recording, ends exports and saves edits after the display server has taken all windows with it.
 void endWithoutWindows(AppDelegate& app, editor::EditorWindows& editors, ui::QtMainLoop& loop) {
     bool ended = false;
     NoView nobody([&] { ended = true; });
@@ -166,13 +166,13 @@ int runApplication(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     const CommandSwitches switches = commandSwitches(words, std::filesystem::current_path());
     TerminationSignals signals;
-    // Screens, panels and shortcuts are those of the X11 server, also under Wayland.
+    // Uses the X11 server for screens, panels and shortcuts, also under Wayland.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
     try {
         Machine machine;
         QApplication application(argc, argv);
-        // Qt takes the user's locale over; what this program formats and reads has points in its numbers.
-        std::setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe): nobody formats numbers yet
+        // Qt applies the user's locale, but this program formats and parses numbers with a decimal point.
+        std::setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe): no other thread formats numbers yet
         QApplication::setApplicationName("LumiVastor");
         QApplication::setOrganizationName("LumiVastor");
         QApplication::setApplicationVersion(LUMI_VERSION);

@@ -30,7 +30,7 @@ std::optional<std::array<unsigned, kMostParts>> versionParts(std::string_view ve
     return std::nullopt;
 }
 
-// What a browser will be sent to.
+// An address that a browser may open.
 bool isSafe(const QString& address) {
     const QUrl url(address, QUrl::StrictMode);
     return address.size() <= kMostCharacters && url.isValid() && url.scheme() == "https" && !url.host().isEmpty() &&

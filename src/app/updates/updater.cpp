@@ -58,12 +58,12 @@ Updater::~Updater() {
 void Updater::check(std::function<void(const Outcome&)> completion) {
     if (reply_) return;
     QNetworkRequest request(feed_);
-    // Never from https to http, and never to another machine's feed by way of this one.
+    // Follows no redirect from https to http, or from a feed on this machine to another machine.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::SameOriginRedirectPolicy);
     request.setTransferTimeout(kTimeoutMilliseconds);
     reply_ = network_.get(request);
     QNetworkReply* const reply = reply_;
-    // A reader that takes no more lets the network wait, so that this is all that is ever held.
+    // A full read buffer stops the transfer, so memory use is limited to this.
     reply->setReadBufferSize(static_cast<qint64>(kFeedLimit) + 1);
     QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply] {
         if (reply->bytesAvailable() > static_cast<qint64>(kFeedLimit)) reply->abort();

@@ -15,17 +15,17 @@ class QNetworkReply;
 
 namespace lumivastor::app {
 
-/// The address of the update feed that the installed program names: the line `UpdateFeedURL=https://...` of
-/// "lumivastor.conf" beside the binary, or of "../share/lumivastor/lumivastor.conf". Nothing where the program was not
-/// installed with one, or it is no address of a feed: https, or http on this machine itself.
+/// The address of the update feed: the line `UpdateFeedURL=https://...` of "lumivastor.conf" beside the binary, or of
+/// "../share/lumivastor/lumivastor.conf". nullopt without such a line, and for addresses other than https or http on
+/// this machine itself.
 std::optional<QUrl> installedFeed(const std::filesystem::path& binaryFolder);
 
-/// Reads a feed and tells whether it has a newer version. Main thread.
+/// Reads a feed and reports whether it has a newer version. Main thread.
 class Updater {
   public:
     struct Outcome {
         std::optional<Release> newer;
-        /// Why it is not known; empty where it is.
+        /// The reason why the check failed; empty on success.
         std::string error;
     };
 
@@ -34,7 +34,7 @@ class Updater {
     Updater(const Updater&) = delete;
     Updater& operator=(const Updater&) = delete;
 
-    /// In the background; not while a check is under way. The completion runs on the main thread, unless this is
+    /// Checks in the background; no effect during a check. `completion` runs on the main thread, unless this is
     /// destroyed before.
     void check(std::function<void(const Outcome&)> completion);
 

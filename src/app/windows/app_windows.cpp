@@ -26,7 +26,7 @@ namespace lumivastor::app {
 namespace {
 
 constexpr QSize kFolderPanelSize(760, 480);
-// Of the list in Qt's file dialog.
+// Columns of the list in Qt's file dialog.
 constexpr int kNameColumn = 0;
 constexpr int kSizeColumn = 1;
 constexpr int kKindColumn = 2;
@@ -36,7 +36,7 @@ QString text(const std::filesystem::path& path) {
     return QString::fromStdString(path.string());
 }
 
-// The screen that shows a display: both are called like the monitor. Where they are not, both begin at the same pixel.
+// The screen of a display: both have the monitor's name. Where names differ, both have the same origin in pixels.
 QScreen* screenFor(const platform::Display& display) {
     const auto screens = QGuiApplication::screens();
     for (QScreen* screen : screens) {
@@ -48,7 +48,7 @@ QScreen* screenFor(const platform::Display& display) {
     return nullptr;
 }
 
-// One of the user's, not a panel or a menu.
+// A window for the user's work, not a panel or a menu.
 bool isWindow(const QWidget& widget) {
     return widget.isVisible() && widget.windowType() == Qt::Window;
 }
@@ -66,17 +66,18 @@ QScreen& mainScreen() {
 
 AppWindows::AppWindows(Options options)
     : options_(std::move(options)), window_(std::make_unique<MainWindow>(actions())) {
-    // When windows may close without the program ending is for the delegate to say.
+    // The delegate decides whether closing the last window ends the program.
     QGuiApplication::setQuitOnLastWindowClosed(false);
     qApp->installEventFilter(this);
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, window_.get(), [this](QSessionManager& session) {
-        // Without a word to the user there is nothing to decide; the end itself comes as an event of its own.
+        // The session manager allows no question to the user, so nothing is decided here; the quit request follows as
+        // an event.
         if (!session.allowsInteraction()) return;
         if (!delegate_->videosMayEnd()) session.cancel();
         session.release();
     });
     QObject::connect(qApp, &QGuiApplication::lastWindowClosed, window_.get(), [this] {
-        // Not from within the window's own closing, and not when another one has come meanwhile.
+        // Not while the window is still closing, and not if another window has been opened meanwhile.
         QTimer::singleShot(0, window_.get(), [this] {
             if (hasVisibleWindow() || !delegate_->applicationShouldTerminateAfterLastWindowClosed()) return;
             terminate(AppDelegate::TerminationCause::user);
@@ -139,7 +140,7 @@ bool AppWindows::eventFilter(QObject* object, QEvent* event) {
 
 void AppWindows::reopen() {
     const bool hadVisibleWindow = hasVisibleWindow();
-    // While a recording is prepared or runs, nothing comes before what is recorded.
+    // No window comes to the front while a recording is prepared or runs.
     const bool isRecording = !delegate_->applicationShouldTerminateAfterLastWindowClosed();
     for (QWidget* each : QApplication::topLevelWidgets()) {
         if (isRecording || !isWindow(*each)) continue;
@@ -284,7 +285,7 @@ void AppWindows::askForFolder(const std::string& message, const std::filesystem:
     const QString first = exists ? text(start) : text(start.parent_path().parent_path());
     panel->setDirectory(first);
     panel->setSidebarUrls({QUrl::fromLocalFile(first), QUrl::fromLocalFile(QDir::homePath())});
-    // Folders have names and dates that matter, and neither sizes nor kinds.
+    // For folders only name and date matter, not size and kind.
     if (auto* list = panel->findChild<QTreeView*>("treeView")) {
         for (const int column : {kSizeColumn, kKindColumn}) list->hideColumn(column);
         list->header()->setStretchLastSection(false);

@@ -22,21 +22,21 @@ class AppWindows final : public QObject, public AppView {
   public:
     struct Options {
         editor::EditorWindows& editors;
-        /// Without, the menu has no such item.
+        /// Without it the menu has no such item.
         std::function<void()> checkForUpdates;
-        /// The button of the notice about an update.
+        /// The action of the notice about an update.
         std::function<void()> openUpdate;
     };
     explicit AppWindows(Options options);
     ~AppWindows() override;
 
-    /// Whom the windows tell what the user does. Before anything is shown.
+    /// The receiver of the user's actions. Set it before any window is shown.
     void setDelegate(AppDelegate& delegate) { delegate_ = &delegate; }
 
-    /// The program is to end: every way to it, whichever window or menu, goes through here. It ends once nothing is
-    /// being recorded; a user who would lose a video that is being rendered is asked first.
+    /// Ends the program; every way to quit calls this. A recording is finished first. A user who would lose a video
+    /// that is being rendered is asked first.
     void terminate(AppDelegate::TerminationCause cause);
-    /// The program was started once more.
+    /// The program was started again.
     void reopen();
 
     void show(const MainWindowState& state) override;
@@ -66,7 +66,7 @@ class AppWindows final : public QObject, public AppView {
     void replyToApplicationShouldTerminate() override;
 
   protected:
-    /// The keys that end the program, in windows that have no menu, and the desktop's wish that it ends.
+    /// Handles the quit shortcut in windows without a menu, and the desktop's request to quit.
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:

@@ -50,10 +50,10 @@ void CameraView::paintEvent(QPaintEvent*) {
     if (!shown_ || shown_->isEmpty()) return;
     const QImage picture(shown_->row(0), shown_->width(), shown_->height(), static_cast<qsizetype>(shown_->stride()),
                          QImage::Format_ARGB32_Premultiplied);
-    // The part in the middle that has the view's shape.
+    // The centre of the picture, cropped to the view's aspect ratio.
     const QSizeF part = QSizeF(size()).scaled(picture.size(), Qt::KeepAspectRatio);
     const QRectF source(QPointF((picture.width() - part.width()) / 2, (picture.height() - part.height()) / 2), part);
-    // A brush instead of a clip: its edge is smooth.
+    // A brush, because unlike a clip its edge is antialiased.
     QBrush brush(picture);
     QTransform fit;
     fit.translate(width(), 0);

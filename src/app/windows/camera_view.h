@@ -9,13 +9,13 @@
 
 namespace lumivastor::app {
 
-/// A camera's live picture, mirrored, filling the view, in rounded corners.
+/// A camera's live picture, mirrored. It fills the view, which has rounded corners.
 class CameraView final : public QWidget {
   public:
-    /// `radius` in points.
+    /// `radius` of the corners, in points.
     CameraView(QSize size, double radius, QWidget* parent = nullptr);
 
-    /// Null: shows the empty frame.
+    /// Null shows an empty frame.
     void setPreview(std::shared_ptr<capture::WebcamPreview> preview);
 
   protected:

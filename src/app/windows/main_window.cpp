@@ -45,7 +45,7 @@ constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
 constexpr double kCameraRadius = 10;
 
-// What this window has besides the look that all windows share.
+// This window's style in addition to the shared one.
 constexpr const char* kSheet = R"(
     QWidget[role="window"] { background: #1A1C21; }
     QLabel[role="status"] { font-family: monospace; font-size: @status-type; color: @second; }
@@ -60,7 +60,7 @@ constexpr const char* kSheet = R"(
     QPushButton[role="record"]:focus { border-color: #FFD8D3; }
 )";
 
-// In pixels: grows with the desktop's type, as all else does.
+// In pixels: scales with the desktop's font size, like everything else.
 int grown(double usual, const QFont& font) {
     return static_cast<int>(std::lround(usual * ui::theme::typeScale(font).body / kUsualType));
 }
@@ -86,13 +86,13 @@ QPushButton* button(const char* title, const char* name, const std::function<voi
     return made;
 }
 
-// What editing shortcuts of the menu are for: the text field that has the keyboard.
+// The target of the menu's editing shortcuts: the text field with keyboard focus.
 template <typename Edit>
 void inTextField(Edit edit) {
     if (auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget())) (field->*edit)();
 }
 
-// Texts that are only read can be copied, too.
+// Read-only texts can be copied, too.
 QLabel* textWithKeyboard() {
     return qobject_cast<QLabel*>(QApplication::focusWidget());
 }
@@ -115,7 +115,7 @@ void makeCopyable(QLabel& label) {
     label.setFocusPolicy(Qt::StrongFocus);
 }
 
-// A text that stays keeps what is selected in it.
+// An unchanged text keeps its selection.
 void setTextIfOther(QLabel& label, const std::string& text) {
     const QString now = QString::fromStdString(text);
     if (label.text() != now) label.setText(now);
@@ -154,12 +154,12 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     buildButtons(*column);
     buildStatus(*column);
     recordButton_->setFocus();
-    // How much room things need is only known once the style sheet's type is in them.
+    // Size hints are only right after the style sheet's fonts have been applied.
     for (QWidget* each : findChildren<QWidget*>()) each->ensurePolished();
     takeRoom();
 }
 
-// Notices, and type that is larger than usual, may need more room than there is.
+// Notices and large type may need more room than the fixed height.
 void MainWindow::takeRoom() {
     layout()->activate();
     const int width = std::max(kWidth, layout()->totalMinimumSize().width());
@@ -179,7 +179,7 @@ void MainWindow::buildMenus(QVBoxLayout& column) {
     }
     QAction* const quit = application->addAction("LumiVastor beenden", this, [this] { actions_.terminate(); });
     quit->setShortcut(QKeySequence("Ctrl+Q"));
-    // Keys that are held down are one wish, not two.
+    // Ignores auto-repeat: a held key is one press.
     quit->setAutoRepeat(false);
     QMenu* edit = bar->addMenu("Bearbeiten");
     const auto add = [&](const char* title, const char* key, auto action) {
@@ -252,7 +252,7 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->addWidget(webcamBox_);
     boxes->addStretch(1);
 
-    // Beside the boxes, in room that is kept for it: nothing moves when it comes.
+    // Beside the boxes, in reserved room: nothing moves when it appears.
     webcamPreviewContainer_ = new CameraView(kCameraSize, kCameraRadius);
     webcamPreviewContainer_->setObjectName("webcamPreviewContainer");
     webcamPreviewContainer_->hide();
@@ -291,7 +291,7 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     statusLabel_->setTextFormat(Qt::PlainText);
     makeCopyable(*statusLabel_);
     statusLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    // The longest text takes so many lines; nothing moves when it comes.
+    // Room for the longest text, so that nothing moves when it appears.
     statusLabel_->setMinimumHeight(kStatusLines * grown(kStatusLine, font()));
     column.addWidget(statusLabel_);
     progressBar_ = new QProgressBar;
@@ -314,7 +314,7 @@ void MainWindow::show(const MainWindowState& state) {
     keepFocus(focused);
 }
 
-// A control that is off loses the keyboard to whatever comes next; it gets it back when it is on again.
+// A disabled control loses the keyboard focus to the next one; it gets it back when it is enabled again.
 void MainWindow::keepFocus(QWidget* focused) {
     if (focused != nullptr && !focused->isEnabled()) {
         lostFocus_ = focused;
@@ -344,7 +344,7 @@ void MainWindow::showChoices(const MainWindowState& state) {
 
 void MainWindow::showButtons(const MainWindowState& state) {
     recordButton_->setText(QString::fromStdString(state.recordTitle));
-    // Setting the text takes the key away.
+    // Setting the text removes the shortcut.
     recordButton_->setShortcut(Qt::Key_Return);
     recordButton_->setEnabled(state.recordEnabled);
     for (QWidget* each :
@@ -380,7 +380,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
                 button(notice.action.c_str(), "noticeButton", [this, kind = kind] { actions_.noticeAction(kind); }));
         }
         noticeRows_->addWidget(row);
-        // Only what is shown counts when the window takes its room.
+        // Only visible widgets count for the window's size.
         row->show();
         for (QWidget* each : row->findChildren<QWidget*>()) each->ensurePolished();
     }

@@ -25,7 +25,7 @@ namespace lumivastor::app {
 
 class CameraView;
 
-/// What the user does in the main window.
+/// Callbacks for the user's actions in the main window.
 struct MainWindowActions {
     std::function<void(SourceType)> sourceTypeChanged;
     std::function<void(int)> sourceSelected;
@@ -41,21 +41,21 @@ struct MainWindowActions {
     std::function<void()> revealFolder;
     std::function<void(NoticeKind)> noticeAction;
     std::function<void()> about;
-    /// Without, there is no such item in the menu.
+    /// Without it the menu has no such item.
     std::function<void()> checkForUpdates;
     std::function<void()> terminate;
-    /// Whether the window may close now; always without it.
+    /// Whether the window may close now; without it always.
     std::function<bool()> mayClose;
 };
 
-/// The small window from which every recording starts. Shows a state; tells what the user does. As large as it always
-/// is, and higher only where notices or large type need it.
+/// The small window from which every recording starts. Shows a state and reports the user's actions. It has a fixed
+/// size, and is higher only if notices or large type need it.
 class MainWindow final : public QWidget {
   public:
     explicit MainWindow(MainWindowActions actions);
 
     void show(const MainWindowState& state);
-    /// Null hides it.
+    /// Null hides the preview.
     void setCameraPreview(std::shared_ptr<capture::WebcamPreview> preview);
 
   protected:
@@ -90,7 +90,7 @@ class MainWindow final : public QWidget {
     QVBoxLayout* noticeRows_ = nullptr;
     QLabel* statusLabel_ = nullptr;
     QProgressBar* progressBar_ = nullptr;
-    QPointer<QWidget> lostFocus_;  // what was switched off while it had the keyboard
+    QPointer<QWidget> lostFocus_;  // the control that was disabled while it had the keyboard focus
     std::vector<std::string> shownItems_;
     std::map<NoticeKind, Notice> shownNotices_;
 };

@@ -63,7 +63,7 @@ FloatingPanel::FloatingPanel(QSize size, const Look& look)
       isSeeThrough_(platform::canShowTranslucentWindows()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, isSeeThrough_);
-    // The program does not end because a panel closes.
+    // Closing a panel must not end the program.
     setAttribute(Qt::WA_QuitOnClose, false);
     setFixedSize(size);
     setStyleSheet(ui::theme::styleSheet(font()));

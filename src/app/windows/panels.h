@@ -13,8 +13,8 @@
 
 class QScreen;
 
-// The small windows without a title bar that float over everything while the main window is hidden. They never take the
-// keyboard and are no part of any recording.
+// Small windows without a title bar that float above everything while the main window is hidden. They never take the
+// keyboard focus and are left out of recordings.
 
 namespace lumivastor::ui {
 class DigitLabel;
@@ -22,7 +22,7 @@ class DigitLabel;
 
 namespace lumivastor::app {
 
-/// A rounded dark plate that floats. Where nobody composes windows its background is opaque.
+/// A floating panel with a dark rounded background, which is opaque without a compositing manager.
 class FloatingPanel : public QWidget {
   public:
     struct Look {
@@ -31,7 +31,7 @@ class FloatingPanel : public QWidget {
     };
     FloatingPanel(QSize size, const Look& look);
 
-    /// In front of everything, without taking the keyboard.
+    /// Brings it to the front without taking the keyboard focus.
     void orderFront();
 
   protected:
@@ -54,31 +54,30 @@ class CountdownWindow final : public FloatingPanel {
     QLabel* label_;
 };
 
-/// While something is recorded: its time, a button that stops it, and the webcam where that is recorded. Can be
-/// dragged.
+/// Shown during a recording: its time, a stop button, and the webcam if it is recorded. Can be dragged.
 class RecordingPanel final : public FloatingPanel {
   public:
-    /// At the lower right of the screen's free area. `preview` may be null. `hasShortcut`: keys stop the recording,
-    /// too.
+    /// Placed at the lower right of the screen's available area. `preview` may be null. `hasShortcut`: a key
+    /// combination stops the recording, too.
     RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
                    std::function<void()> stop);
 
     void setTime(const QString& time);
 
   protected:
-    // No window manager moves it.
+    // Dragging is implemented here, because no window manager moves this window.
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
     ui::DigitLabel* time_;
-    QPoint grip_;  // where in the panel the mouse holds it
+    QPoint grip_;  // the mouse position in the panel during a drag
 };
 
-/// Before a region is chosen: waits until the user has arranged the windows.
+/// Shown before a region is chosen, so that the user can arrange windows first.
 class RegionArmPanel final : public FloatingPanel {
   public:
-    /// At the top of the screen's free area.
+    /// Placed at the top of the screen's available area.
     RegionArmPanel(const QScreen& screen, std::function<void()> proceed, std::function<void()> cancel);
 };
 

@@ -121,7 +121,7 @@ PickerWindow::PickerWindow(QScreen& screen)
     if (platform::canShowTranslucentWindows()) {
         setAttribute(Qt::WA_TranslucentBackground);
     } else {
-        // Nothing shows through here: the screen as it is now stands in for itself.
+        // Without a compositing manager the view cannot be translucent, so it shows a copy of the screen.
         background = screen.grabWindow(0, 0, 0, screen.geometry().width(), screen.geometry().height());
     }
     setGeometry(screen.geometry());
@@ -141,7 +141,7 @@ void RegionPicker::pick(QScreen& screen, std::function<void(std::optional<Rect>)
     window_ = std::make_unique<PickerWindow>(screen);
     window_->view().onFinish = [this, completion = std::move(completion)](std::optional<Rect> rect) {
         window_->hide();
-        // Not from within the view's own event.
+        // Not within the view's own event handler.
         QTimer::singleShot(0, [window = std::shared_ptr<PickerWindow>(std::move(window_)), completion, rect] {
             window->close();
             completion(rect);

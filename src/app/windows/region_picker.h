@@ -13,13 +13,13 @@ class QScreen;
 
 namespace lumivastor::app {
 
-/// Dims a screen and lets a rectangle be dragged on it. Escape, a click or a rectangle that is too small cancels.
+/// Dims a screen and lets the user drag a rectangle on it. Escape, a click or a too small rectangle cancels.
 class PickerView final : public QWidget {
   public:
-    /// `background` is painted below the dimming; null where the screen shows through.
+    /// `background` is painted below the dimming; null when the view is translucent.
     PickerView(QSize size, QPixmap background, QWidget* parent);
 
-    /// Told once, in points of the view; nothing: cancelled.
+    /// Called once, with a rectangle in points of the view, or nullopt if cancelled.
     std::function<void(std::optional<Rect>)> onFinish;
 
   protected:
@@ -37,7 +37,7 @@ class PickerView final : public QWidget {
     const QPixmap background_;
 };
 
-/// Covers one whole screen, in front of everything, and takes the keyboard without a window manager's help.
+/// Covers a whole screen, in front of everything, and grabs the keyboard itself, without a window manager.
 class PickerWindow final : public QWidget {
   public:
     explicit PickerWindow(QScreen& screen);
@@ -52,8 +52,8 @@ class PickerWindow final : public QWidget {
 /// Lets the user drag a rectangle on a screen.
 class RegionPicker {
   public:
-    /// The rectangle in points of the screen, relative to its top-left corner; nothing: cancelled. Not called within
-    /// `pick`. One at a time: a pick that is under way is cancelled.
+    /// Passes the rectangle in points of the screen, relative to its top-left corner; nullopt if cancelled.
+    /// `completion` is never called before `pick` returns. Cancels a pick in progress.
     void pick(QScreen& screen, std::function<void(std::optional<Rect>)> completion);
 
   private:

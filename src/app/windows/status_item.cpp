@@ -24,7 +24,7 @@ QPixmap drawing(int side, const QString& time) {
     painter.drawEllipse(QRectF((side - dot) / 2, side * 0.06, dot, dot));
     QFont font = QGuiApplication::font();
     font.setWeight(QFont::DemiBold);
-    // As large as the width takes, for whatever number of digits.
+    // The largest font that fits the width for this number of digits.
     font.setPixelSize(side);
     const double width = QFontMetricsF(font).horizontalAdvance(time);
     font.setPixelSize(std::max(1, static_cast<int>(side * std::min(0.5, side / std::max(1.0, width)))));
@@ -34,7 +34,7 @@ QPixmap drawing(int side, const QString& time) {
     return picture;
 }
 
-// What follows the sign in "⏺ 0:00".
+// The part after the sign in "⏺ 0:00".
 QString timeIn(const QString& title) {
     return title.section(' ', 1);
 }

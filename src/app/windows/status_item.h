@@ -11,15 +11,15 @@ class QMenu;
 
 namespace lumivastor::app {
 
-/// The icon of a recording that has lasted `time`: a red dot above the digits. Those panels that show icons alone tell
-/// the time all the same.
+/// The icon of a recording that has lasted `time`: a red dot above the digits, so that panels that show only icons show
+/// the time, too.
 QIcon recordingIcon(const QString& time);
 
-/// In the desktop's panel while something is recorded; where there is no panel, nowhere. A left click stops the
-/// recording; the right button has a menu.
+/// The icon in the desktop's panel during a recording. Without such a panel nothing is shown. A left click stops the
+/// recording; a right click opens a menu.
 class StatusItem {
   public:
-    /// `title` as "⏺ 0:00".
+    /// `title` has the form "⏺ 0:00".
     StatusItem(const QString& title, const std::function<void()>& stop);
     ~StatusItem();
 

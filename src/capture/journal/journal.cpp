@@ -20,10 +20,10 @@ namespace lumivastor::capture {
 namespace {
 
 constexpr std::chrono::milliseconds kFlushInterval{250};
-// A minute of a hand that never rests. A disk that has been full for longer than that ends the recording anyway.
+// A minute of constant pointer movement. A disk that is full for longer ends the recording anyway.
 constexpr std::size_t kMaxWaiting = 4u << 20;
 
-// How many of the bytes the file took, and why not all.
+// The number of bytes written, and the error if it is not all of them.
 std::size_t writeAll(int file, const std::string& bytes, int& error) {
     std::size_t done = 0;
     while (done < bytes.size()) {
@@ -48,7 +48,7 @@ Journal::Journal(const std::filesystem::path& folder)
         Log::write("Capture",
                    "Journal konnte nicht angelegt werden: " + systemErrorText({errno, std::generic_category()}));
     }
-    // Tells whoever wants to complete the recording that it still runs; ends with this process, however that ends.
+    // The lock tells other processes that the recording still runs. It ends with this process in any case.
     if (file_.isOpen()) ::flock(file_.get(), LOCK_EX | LOCK_NB);
     thread_ = std::thread([this] { run(); });
 }
@@ -70,7 +70,7 @@ void Journal::append(const std::string& line) {
 void Journal::remove() {
     end();
     file_.reset();
-    std::error_code ignored;  // a journal that stays behind is taken away by the next recovery
+    std::error_code ignored;  // the next recovery deletes a journal that stays behind
     std::filesystem::remove(path_, ignored);
 }
 
@@ -88,7 +88,7 @@ void Journal::run() {
     std::unique_lock hold(lock_);
     for (;;) {
         wake_.wait(hold, [this] { return ending_ || !waiting_.empty(); });
-        // Lines gather for a moment: writing each by itself would cost more than the recording of the pointer.
+        // Lines are gathered for a moment, because writing each alone would cost more than recording the pointer.
         wake_.wait_for(hold, kFlushInterval, [this] { return ending_; });
         write(hold);
         if (ending_) return;
@@ -112,7 +112,7 @@ void Journal::write(std::unique_lock<std::mutex>& hold) {
         hold.lock();
         return;
     }
-    // A torn line would spoil the one behind it: back to the last whole write, and again later.
+    // A torn line would spoil the next one: truncate to the last whole line and retry later.
     if (::ftruncate(file_.get(), static_cast<off_t>(length_)) != 0) length_ += done;
     if (!hasFailed_) {
         hasFailed_ = true;

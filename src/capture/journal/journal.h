@@ -12,23 +12,23 @@
 
 namespace lumivastor::capture {
 
-/// Appends lines to the journal of a running recording, on a thread of its own ("journal.disk"), so that nobody
-/// who records waits for the disk. A line is with the operating system within a quarter of a second. Failure never
-/// reaches a recorder: what cannot be written waits within a bound for room on the disk, and is left out beyond it.
-/// Any thread, unless a function says otherwise.
+/// Appends lines to the journal of a running recording on its own thread ("journal.disk"), so that no recorder waits
+/// for the disk. A line reaches the operating system within a quarter of a second. Failures never reach a recorder:
+/// lines that cannot be written wait for room on the disk, in a bounded buffer, and are dropped when it is full. Any
+/// thread, unless a function says otherwise.
 class Journal {
   public:
-    /// Creates the folder's journal, replacing an old one, and holds a lock on it.
+    /// Creates the folder's journal, replacing an old one, and locks it.
     explicit Journal(const std::filesystem::path& folder);
-    /// Writes what waits; the file stays.
+    /// Writes the waiting lines. The file stays.
     ~Journal();
     Journal(const Journal&) = delete;
     Journal& operator=(const Journal&) = delete;
 
-    /// A whole line of journal_records.h.
+    /// `line` is a whole line of journal_records.h.
     void append(const std::string& line);
 
-    /// The recording's documents are written: ends the thread and deletes the file. One thread, once.
+    /// Ends the thread and deletes the file. Call it when the recording's documents are written; one thread, once.
     void remove();
 
   private:
@@ -47,7 +47,7 @@ class Journal {
     std::thread thread_;        // last: it uses everything above
 };
 
-/// Whether a recording in this folder was begun and not completed.
+/// Whether this folder holds a recording that was begun and not completed. Any thread.
 bool isUnfinishedRecording(const std::filesystem::path& folder);
 
 }  // namespace lumivastor::capture

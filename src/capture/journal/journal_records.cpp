@@ -25,7 +25,7 @@ namespace lumivastor::capture {
 
 namespace {
 
-// Twenty million pointer events, ten times a long day's. More is no recording of ours.
+// Twenty million pointer events, ten times those of a long day. No recorder of ours writes more.
 constexpr std::uint64_t kMaxJournalBytes = 1ull << 30;
 constexpr std::size_t kChecksumDigits = 8;
 
@@ -241,7 +241,7 @@ void readShape(Words& words, JournalContent& content) {
     content.pointer.cursorImages.push_back(std::move(image));
 }
 
-// Whether the record was one of those that come after the start.
+// Whether the record is a known one that follows the start record.
 bool readRecord(std::string_view kind, Words& words, JournalContent& content) {
     if (kind == "session") {
         content.session = {words.number(), words.number()};
@@ -369,7 +369,7 @@ JournalContent parseJournal(std::string_view text) {
         const std::size_t end = text.find('\n');
         const std::string_view line = text.substr(0, end);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-        // Without its line feed a line was torn, however complete it looks.
+        // A line without its line feed is torn, however complete it looks.
         const auto payload = end == std::string_view::npos ? std::nullopt : checkedPayload(line);
         if (!payload) {
             ++content.damagedLines;

@@ -11,15 +11,15 @@
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
 
-// The journal of a running recording: what its documents will say, written down while it happens, so that a recording
-// whose process was ended can be completed. docs/decisions/0003-journal.md describes the format. This header is its
-// plain half: records as lines, and reading them back.
+// The journal of a running recording has the content of its documents while it arises, so that a recording whose
+// process ended can be completed. docs/decisions/0003-journal.md describes the format. This header formats records as
+// lines and parses them; it opens files only in `loadJournal`.
 
 namespace lumivastor::capture {
 
 inline constexpr const char* kJournalName = "journal";
 
-/// Counters that only the running recorder knows.
+/// Counters that only the running recorder has.
 struct JournalCounts {
     std::int64_t framesSkippedIdle = 0;
     std::int64_t framesDropped = 0;
@@ -28,12 +28,12 @@ struct JournalCounts {
     bool operator==(const JournalCounts&) const = default;
 };
 
-/// One line each, with checksum and line feed.
+/// Each returns one line, with checksum and line feed.
 namespace journalLine {
-/// A line of any content.
+/// A line with any payload.
 std::string checked(std::string_view payload);
 std::string header();
-/// What of the capture document is known when a recording starts, and its geometry.
+/// The part of the capture document that is known at the start, and the geometry.
 std::string start(const model::CaptureInfo& info, const model::Geometry& geometry);
 std::string session(double t0Host, double t0Media);
 std::string webcam(double firstPicture);
@@ -45,9 +45,9 @@ std::string display(const DisplaySample& sample);
 std::string counts(const JournalCounts& counts);
 }  // namespace journalLine
 
-/// What a journal holds.
+/// The parsed content of a journal.
 struct JournalContent {
-    model::CaptureInfo info;  // as far as `start` knew it
+    model::CaptureInfo info;  // the part that `start` recorded
     model::Geometry geometry;
     struct Session {
         double t0Host = 0;
@@ -61,18 +61,17 @@ struct JournalContent {
     WindowTrack windowTrack;
     DisplayTrack displayTrack;
     JournalCounts counts;
-    /// Lines that were torn or damaged and left out.
+    /// The number of torn or damaged lines, which are skipped.
     std::int64_t damagedLines = 0;
 
     bool operator==(const JournalContent&) const = default;
 };
 
-/// Journals are untrusted. Lines whose checksum is wrong are left out: a torn last one is what an ended process leaves.
-/// Throws `RecorderError` when there is no whole header or start record, or when a line that is whole says what no
-/// recorder writes.
+/// Journals are untrusted. Skips lines with a wrong checksum; an ended process leaves a torn last line. Throws
+/// `RecorderError` without an intact header and start record, and for an intact line that no recorder writes.
 JournalContent parseJournal(std::string_view text);
 
-/// Reads a recording folder's journal. Throws `RecorderError`, also when it cannot be read.
+/// Reads and parses a recording folder's journal. Throws as `parseJournal`, and when the file cannot be read.
 JournalContent loadJournal(const std::filesystem::path& folder);
 
 }  // namespace lumivastor::capture

@@ -10,7 +10,7 @@
 
 namespace lumivastor::capture {
 
-/// What is known when a recording has ended, by a stop or by being recovered.
+/// The facts about a recording that has ended, by a stop or by recovery.
 struct RecordingOutcome {
     /// Host clock, seconds.
     double t0Host = 0;
@@ -19,15 +19,15 @@ struct RecordingOutcome {
     std::int64_t framesWritten = 0;
     JournalCounts counts;
     std::int64_t pointerEvents = 0;
-    /// Host clock, seconds: the webcam movie's time zero, when there is such a movie.
+    /// Host clock, seconds: the webcam movie's time zero; nullopt without such a movie.
     std::optional<double> webcamFirstPicture;
 };
 
-/// Writes "capture.json", the document that makes a folder a complete recording; hence the last one. `planned` is what
-/// was known when the recording started. Throws `RecorderError`.
+/// Writes "capture.json". Call it last, because this document makes a folder a complete recording. `planned` is the
+/// document as planned at the start. Throws `RecorderError`.
 void saveCaptureInfo(const std::filesystem::path& folder, model::CaptureInfo planned, const RecordingOutcome& outcome);
 
-/// Writes the pointer track of a recording that has none: a device's. Throws `RecorderError`.
+/// Writes an empty pointer track, for recordings of devices. Throws `RecorderError`.
 void saveEmptyPointerTrack(const std::filesystem::path& folder);
 
 }  // namespace lumivastor::capture

@@ -9,17 +9,17 @@
 
 namespace lumivastor::capture {
 
-/// The shape that stands for polls that found no cursor.
+/// The id of the shape for polls without a visible cursor.
 inline constexpr const char* kHiddenCursorID = "hidden";
 model::CursorImage hiddenCursor();
 
-/// Equal for cursors that look and point the same. Only meaningful within one recording.
+/// Equal for cursors with the same picture and hot spot. Comparable only within one recording.
 std::uint64_t cursorFingerprint(const platform::SystemCursor& cursor);
 
-/// Where the folder keeps the picture of a shape: "cursors/c0.png".
+/// The path of a shape's picture, relative to the folder: "cursors/c0.png".
 std::string cursorFile(const std::string& id);
 
-/// The document's entry for a cursor. `scale` is pixels per point.
+/// The entry for a cursor in the pointer track. `scale` is pixels per point.
 model::CursorImage cursorImage(const std::string& id, const platform::SystemCursor& cursor, double scale);
 
 }  // namespace lumivastor::capture

@@ -9,8 +9,8 @@
 #include "base/geometry.h"
 #include "model/pointer_track.h"
 
-// What the pointer and the recorded window did, as it is collected while a recording runs. Times are seconds of the
-// host clock; points are global, with a top-left origin, in the recording's point space.
+// Raw data of pointer and recorded window, collected while a recording runs. Times are seconds of the host clock;
+// points are global, with a top-left origin, in the recording's point space.
 
 namespace lumivastor::capture {
 
@@ -49,11 +49,11 @@ struct DisplaySample {
 
     bool operator==(const DisplaySample&) const = default;
 };
-/// Where a display was that moved on the desktop while it was recorded; before the first sample it was where it was at
-/// the start. Ascending in time; empty for most recordings, and for all of windows.
+/// The origins of a display that moved during the recording; before the first sample it is the origin at the start.
+/// Ascending in time. Empty for most recordings, and for all recordings of windows.
 using DisplayTrack = std::vector<DisplaySample>;
 
-/// Everything of one recording.
+/// All raw data of one recording.
 struct RawPointerTrack {
     std::vector<RawEvent> events;
     std::vector<RawCursorChange> cursorChanges;

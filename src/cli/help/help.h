@@ -7,15 +7,15 @@
 
 #include "cli/verb.h"
 
-// Everything that the program says about its own use is written down once, in these tables. --help prints them; the
-// manual page and the completions of shells (help_files.h) are made from them.
+// The tables of the program's help: --help prints them, and the manual page and shell completions (help_files.h) are
+// made from them.
 
 namespace lumivastor::cli {
 
-/// What the program is, in a few German words.
+/// A description of the program in a few German words.
 extern const std::string_view kProgramSummary;
 
-/// One line of a list in the help: what stands for itself, and what it means.
+/// One line of a list in the help: a term and its meaning.
 struct HelpEntry {
     std::string_view name;
     std::string_view help;
@@ -23,20 +23,20 @@ struct HelpEntry {
 
 /// All verbs, in the order in which the help lists them.
 std::span<const Verb* const> allVerbs();
-/// What the program takes in place of a verb.
+/// The options that replace a verb.
 std::span<const OptionSpec> programOptions();
-/// What every verb takes besides its own options.
+/// The option that every verb has besides its own.
 extern const OptionSpec kHelpOption;
-/// What the exit status says.
+/// The meanings of the exit statuses.
 std::span<const HelpEntry> exitStatuses();
-/// Where the program keeps what.
+/// The files and folders that the program uses.
 std::span<const HelpEntry> usedFiles();
 
-/// What the values of an option, or what stands behind a verb, can be completed to.
+/// How a shell can complete the value of an option or a verb's positional argument.
 struct ValueKind {
     enum class Kind { none, free, folder, file, choice };
     Kind kind = Kind::none;
-    /// Of a choice, with "|" between them.
+    /// The values of a choice, separated by "|".
     std::string_view choices;
 };
 /// `value` as the tables name it: "ORDNER" is a folder, "DATEI…" a file, words with "|" between them are a choice.

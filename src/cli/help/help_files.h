@@ -4,14 +4,14 @@
 #include <string>
 #include <string_view>
 
-// The help in the forms that a system installs. All of it follows from the tables in help.h.
+// The help as installed files, made from the tables in help.h.
 
 namespace lumivastor::cli {
 
-/// The manual page, as source for man.
+/// The manual page in the source format of man.
 std::string manualPage(std::string_view version);
 
-/// What the shells complete behind "lumivastor": verbs, their options, and values where there is a choice of them.
+/// Shell completions for "lumivastor": verbs, their options, and values of a choice.
 std::string bashCompletion();
 std::string zshCompletion();
 std::string fishCompletion();

@@ -6,7 +6,7 @@ namespace lumivastor::cli {
 
 namespace {
 
-// Text that man sets as it is: hyphens stay hyphens that can be searched and copied, and nothing is a command.
+// Escapes text for man: hyphens stay ASCII, so that they can be searched and copied, and no line becomes a command.
 std::string set(std::string_view text) {
     std::string made;
     if (text.starts_with('.') || text.starts_with('\'')) made += "\\&";
@@ -52,7 +52,7 @@ std::string verbSection(const Verb& verb) {
 
 std::string manualPage(std::string_view version) {
     std::string text = ".TH LUMIVASTOR 1 \"\" \"LumiVastor " + std::string(version) + "\" \"Befehle\"\n";
-    // In German, too, this heading is what the manual's index is made from.
+    // The manual's index is made from this heading, also in German pages.
     text += ".SH NAME\nlumivastor \\- " + set(kProgramSummary) + "\n";
     text +=
         ".SH ÜBERSICHT\n.B lumivastor\n.RI [ OPTIONEN ]\n.br\n.B lumivastor\n.I BEFEHL\n.RI [ ANGABEN ]\n"

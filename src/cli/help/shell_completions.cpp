@@ -68,7 +68,7 @@ std::string bashValues(std::string_view verb, std::span<const OptionSpec> option
 
 // zsh
 
-// Inside a description of _arguments brackets and colons mean something.
+// Escapes brackets and colons, which are special in descriptions of _arguments.
 std::string zshText(std::string_view text) {
     std::string made;
     for (const char c : text) {

@@ -6,10 +6,10 @@
 
 namespace lumivastor::cli {
 
-/// The --canvas that several verbs take.
+/// The option --canvas of several verbs.
 inline constexpr OptionSpec kCanvasOption = {"--canvas", "BREITExHÖHE", "Größe des fertigen Bildes (sonst 2560x1440)"};
 
-/// What it says, or its default. At most 16384 pixels in each direction, which is what the painter takes.
+/// The given canvas size, or the default. At most 16384 pixels in each direction, the painter's limit.
 inline PixelSize canvasFrom(const Arguments& arguments) {
     return parsePixelSize(arguments.value(kCanvasOption.name).value_or("2560x1440"), 16384);
 }

@@ -21,7 +21,7 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
-// Where there is no memory for the document, standard error has the sentence.
+// If memory is too short for the document, only standard error has the sentence.
 void writeError(std::ostream& out, const RecorderError& error) {
     try {
         model::JsonWriter writer([&out](std::string_view piece) { out << piece; });

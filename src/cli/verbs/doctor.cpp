@@ -21,7 +21,7 @@ namespace lumivastor::cli {
 
 namespace {
 
-// Looks at one thing: what `look` returns is the good news, what it throws the bad, with what to do about it behind.
+// Examines one service: `look` returns the finding, or throws the fault, to which the advice is appended.
 Check check(const std::string& name, bool isNeeded, const std::string& advice,
             const std::function<std::string()>& look) {
     try {
@@ -49,7 +49,7 @@ std::string describeSystemAudio(platform::SoundSystem& sound) {
     return "Der Ton des Rechners lässt sich aufnehmen.";
 }
 
-// The size that would be recorded: the first display's.
+// The size that a recording would have: that of the first display.
 media::EncodingJob jobFor(const std::vector<platform::Display>& displays) {
     PixelSize size{1920, 1080};
     if (!displays.empty()) {

@@ -15,12 +15,12 @@ namespace lumivastor::cli {
 struct Check {
     std::string name;
     bool ok = false;
-    std::string detail;  // a German sentence: what was found, or what to do
-    /// Without it no screen can be recorded.
+    std::string detail;  // a German sentence: the finding, or what to do
+    /// Whether screens can be recorded only with it.
     bool isNeeded = false;
 };
 
-/// What is looked at. The functions may throw `RecorderError`, which is then the finding.
+/// The services to examine. A function may throw `RecorderError`, which is then the finding.
 struct Examined {
     std::function<platform::Desktop&()> desktop;
     std::function<platform::SoundSystem&()> sound;
@@ -30,12 +30,12 @@ struct Examined {
     std::filesystem::path recordingsRoot;
 };
 
-/// Looks at everything; never throws on what it finds.
+/// Examines all services. A fault is a finding, not an exception.
 std::vector<Check> examine(const Examined& machine);
 
 bool canRecordScreens(const std::vector<Check>& checks);
 
-/// One JSON document, and the same for people.
+/// Writes the checks as one JSON document, or prints them for users.
 void writeChecks(const std::vector<Check>& checks, std::ostream& out);
 void printChecks(const std::vector<Check>& checks, std::ostream& out);
 

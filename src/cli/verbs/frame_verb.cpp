@@ -45,7 +45,7 @@ imaging::Picture sourcePicture(const edit::Composition& composition, const Argum
     const auto movie = std::make_shared<const media::Asset>(composition.folder() / "source.mov");
     const auto tracks = movie->tracks(media::TrackKind::video);
     if (tracks.empty()) throw RecorderError("Die Aufnahme enthält kein Bild.");
-    // Before its first picture the recording shows that one.
+    // Before its time the first picture is shown.
     const auto picture = media::stillPicture(movie, std::max(t, tracks.front().start.seconds()));
     if (!picture) throw RecorderError("Die Aufnahme enthält kein Bild.");
     return imaging::Picture(*picture);
@@ -61,7 +61,7 @@ std::optional<imaging::Picture> webcamPicture(const edit::Composition& compositi
                                                  t - recording.webcamOffset());
         return picture ? std::optional(imaging::Picture(*picture)) : std::nullopt;
     } catch (const RecorderError& error) {
-        // Like an export: a camera movie that cannot be shown costs the bubble, not the frame.
+        // As in an export, an unusable camera movie only loses the bubble.
         Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
         return std::nullopt;
     }

@@ -6,7 +6,7 @@
 
 #include "edit/composition.h"
 
-// What the edit model derives from a recording, for people and for programs.
+// Reports of what the edit model derives from a recording, for users and for programs.
 
 namespace lumivastor::cli {
 

@@ -23,7 +23,7 @@ void listField(model::JsonWriter& writer, std::string_view key, const Items& ite
     writer.endArray();
 }
 
-// Start and end, as kept segments and zoom events have them.
+// Start and end of a kept segment or zoom event.
 template <class Range>
 void writeRange(model::JsonWriter& writer, const Range& range) {
     writer.beginObject();

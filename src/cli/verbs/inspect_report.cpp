@@ -14,7 +14,7 @@ namespace lumivastor::cli {
 
 namespace {
 
-// Longer tables help nobody on a terminal; programs read the JSON.
+// Longer tables are useless on a terminal; programs read the JSON.
 constexpr std::size_t kMostRows = 30;
 constexpr int kPlotColumns = 72;
 constexpr int kPlotRows = 6;
@@ -108,7 +108,7 @@ void printZooms(const edit::EditState& state, std::ostream& out) {
     }
 }
 
-// One column of the plot: the largest scale within its stretch of time.
+// One column of the plot: the largest scale within its time range.
 double largestScale(const edit::ZoomEngine& zooms, double from, double to) {
     double largest = std::max(zooms.camera(from).scale, zooms.camera(to).scale);
     const auto& keys = zooms.scaleKeys();

@@ -8,8 +8,8 @@
 
 namespace lumivastor::cli {
 
-/// The document that tells of a written movie: its absolute path, its pictures, its length in seconds, and for studio
-/// movies the number of zooms.
+/// Writes the JSON document about a finished movie: absolute path, number of pictures, duration in seconds, and for
+/// studio movies the number of zooms.
 void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::int64_t frames, double seconds,
                       std::optional<std::int64_t> zoomCount = std::nullopt);
 

@@ -92,7 +92,7 @@ capture::CaptureSource sourceFor(const RecordRequest& request, const platform::S
         if (const platform::Window* window = content.window(*request.windowID)) return capture::WindowSource{*window};
         throw RecorderError(formatted("Es gibt kein Fenster mit der Kennung %u.", *request.windowID));
     }
-    // Before the index is looked at: there may be no display to choose from for the same reason.
+    // Checked before the index, because the list of displays may be empty for the same reason.
     if (content.displayRefusal) throw RecorderError(*content.displayRefusal);
     if (request.displayIndex >= content.displays.size()) {
         throw RecorderError(formatted("Es gibt keinen Bildschirm mit der Nummer %zu.", request.displayIndex));

@@ -12,7 +12,7 @@
 
 namespace lumivastor::cli {
 
-/// What the words behind `record` ask for.
+/// The parsed arguments of `record`.
 struct RecordRequest {
     std::size_t displayIndex = 0;
     std::optional<std::uint32_t> windowID;
@@ -31,10 +31,10 @@ extern const std::span<const OptionSpec> kRecordOptions;
 /// Throws `UsageError`.
 RecordRequest parseRecordRequest(const Arguments& arguments);
 
-/// The source that is meant. Throws `RecorderError` when there is no such display or window.
+/// Finds the requested source. Throws `RecorderError` when there is no such display or window.
 capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content);
 
-/// The device that is meant. Throws `RecorderError` when there is no such device.
+/// Finds the requested device. Throws `RecorderError` when there is no such device.
 platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices);
 
 /// Throws `RecorderError` when the folder holds a recording already, finished or not.

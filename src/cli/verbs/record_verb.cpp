@@ -24,7 +24,7 @@ namespace lumivastor::cli {
 
 namespace {
 
-// The job of one recording, from before its threads are made to after they are gone.
+// The job of one recording. It begins before the recording's threads and outlives them.
 struct Session {
     const Interruption interruption;
     BlockingMainLoop loop;

@@ -10,11 +10,11 @@
 
 namespace lumivastor::cli {
 
-/// What a document says besides a recording's figures and folder. What is not set is left out.
+/// Further fields of the document about a recording. Unset ones are left out.
 struct RecordingRemarks {
-    /// Of a recovery: whether there was anything to do.
+    /// For a recovery: whether anything was recovered.
     std::optional<bool> recovered = std::nullopt;
-    /// Of a recording that ended by itself: the German sentence that says why.
+    /// For a recording that ended by itself: the German sentence with the reason.
     std::optional<std::string> endedEarly = std::nullopt;
 };
 

@@ -38,7 +38,7 @@ std::optional<std::int64_t> heightFrom(const Arguments& arguments) {
     throw UsageError("--height ist 1080, 1440 oder 2160.");
 }
 
-// What is asked for, else what the name of the file says.
+// The requested container, or else that of the file's extension.
 std::optional<model::ExportFormat> formatFrom(const Arguments& arguments, const std::filesystem::path& file) {
     const auto text = arguments.value("--format");
     const std::string wanted = text ? "." + *text : file.extension().string();

@@ -11,21 +11,21 @@
 
 namespace lumivastor::cli {
 
-/// What can be recorded, as the application lists it.
+/// The sources that can be recorded, as the application lists them.
 struct Sources {
     std::vector<platform::Display> displays;
     std::vector<platform::Window> windows;
     std::vector<platform::CaptureDevice> devices;
-    /// Why there are no displays, where that has a reason.
+    /// The reason why displays cannot be recorded, if there is one.
     std::optional<std::string> displayRefusal = {};
 };
 
-/// What of the desktop and its devices can be recorded.
+/// The recordable sources among the desktop's content and devices.
 Sources recordableSources(const platform::ShareableContent& content, std::vector<platform::CaptureDevice> devices);
 
-/// One JSON document.
+/// Writes one JSON document.
 void writeSources(const Sources& sources, std::ostream& out);
-/// For people, each with the option that records it.
+/// Prints the sources for users, each with the option that records it.
 void printSources(const Sources& sources, std::ostream& out);
 
 }  // namespace lumivastor::cli

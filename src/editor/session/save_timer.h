@@ -18,7 +18,7 @@ class SaveTimer {
     /// The loop outlives the timer.
     SaveTimer(MainLoop& loop, std::function<void()> save);
 
-    /// Saves a while from now, and not when it was going to.
+    /// Restarts the delay.
     void schedule();
     /// Whatever was going to be saved is not.
     void cancel();

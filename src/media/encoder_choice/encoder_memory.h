@@ -19,7 +19,7 @@ class EncoderMemory {
     EncoderMemory(std::filesystem::path path, std::string machine);
 
     /// What is known of this size; else what follows from the size nearest to it, at the same number of pixels a
-    /// second, when that is at most four times as large or as small. Only this size itself says that nothing works.
+    /// second, when that is at most four times as large or as small. A failure counts only for the exact size tried.
     std::optional<EncoderTrial> find(const EncoderCandidate& candidate, const EncodingJob& job) const;
 
     /// Remembers it, in the file too as far as that can be written.

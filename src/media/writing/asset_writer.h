@@ -25,9 +25,9 @@ struct WriterShared;
 class WriterChannel;
 
 /// One track of a movie that is being written. What is appended waits in a bounded queue for the track's own encoder
-/// thread: appending never waits. Whoever appends asks for readiness first, or lets itself be called when there is
-/// room. An input that is not real-time is also not ready while it is more than a second ahead of the others that are
-/// being fed, so that the file stays interleaved and nothing piles up.
+/// thread: appending never waits. Check isReadyForMoreMediaData(), or register requestMediaDataWhenReady(). An input
+/// that is not real-time is also not ready while it is more than a second ahead of the others that are being fed, so
+/// that the file stays interleaved and nothing piles up.
 ///
 /// After the writer has failed or was cancelled, inputs say that they are ready and refuse what is appended: that is
 /// how a pump learns that it may stop.

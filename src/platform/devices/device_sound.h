@@ -8,7 +8,7 @@
 
 namespace lumivastor::devices {
 
-/// Turns a device's decoded sound, whatever it is, into 48000 Hz stereo in floating point. One thread.
+/// Converts a device's decoded sound of any format to interleaved 48000 Hz stereo in floating point. One thread.
 class DeviceSound {
   public:
     static constexpr int kSampleRate = 48000;
@@ -17,7 +17,7 @@ class DeviceSound {
     /// Empty when the format cannot be converted.
     std::vector<float> convert(const AVFrame& frame);
 
-    /// Seconds of sound that went in and have not come out yet.
+    /// Seconds of sound inside the resampler: put in, but not returned yet.
     double delay() const;
 
   private:

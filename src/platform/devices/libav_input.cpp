@@ -39,7 +39,7 @@ LibavInput::LibavInput(const LibavSource& source) {
     if (format == nullptr) throw RecorderError("Das Gerät konnte nicht geöffnet werden.");
     AVFormatContext* input = avformat_alloc_context();
     if (input == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
-    // A camera that has nothing to say must not hold the thread: stopping would have to wait for it.
+    // Reading must not block on a silent camera, because stopping would have to wait for it.
     input->flags |= AVFMT_FLAG_NONBLOCK;
     AVDictionary* options = nullptr;
     for (const auto& [key, value] : source.options) av_dict_set(&options, key.c_str(), value.c_str(), 0);

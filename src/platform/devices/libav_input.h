@@ -19,7 +19,7 @@ struct LibavSource {
     std::map<std::string, std::string> options;
 };
 
-/// An open device of libavdevice, whose packets are decoded as they come. One thread.
+/// An open device of libavdevice. Packets are decoded as they arrive. One thread.
 class LibavInput {
   public:
     enum class Kind { picture, sound, nothingYet, end };
@@ -34,13 +34,13 @@ class LibavInput {
     bool hasSound() const { return sound_.stream >= 0; }
     PixelSize size() const;
 
-    /// The next decoded frame. `nothingYet`: ask again a few milliseconds later (a V4L2 device), or a damaged one was
-    /// left out. `end`: the device is gone.
+    /// Decodes the next frame. `nothingYet`: call again a few milliseconds later, because no frame is ready (V4L2 only)
+    /// or a damaged one was skipped. `end`: the device is gone.
     Kind read();
 
-    /// What `read` found last.
+    /// The frame of the last `read`.
     const AVFrame& frame() const { return *frame_; }
-    /// Its time stamp in seconds of the device's clock.
+    /// Its time stamp in seconds of the device's clock; nullopt without one.
     std::optional<double> stamp() const { return stamp_; }
 
   private:

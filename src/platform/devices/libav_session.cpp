@@ -19,10 +19,10 @@
 namespace lumivastor::devices {
 namespace {
 
-// A V4L2 device without a picture is asked again after this long: late by a tenth of a picture at most, at next to no
-// cost.
+// How long to wait before reading a V4L2 device again that had no picture: a tenth of a picture late at most, and
+// almost free.
 constexpr double kBetweenQuestions = 0.003;
-// Some cameras take seconds until their first picture. One that is silent for longer will not speak again.
+// Some cameras take seconds until their first picture. One that is silent for longer counts as gone.
 constexpr double kSilence = 8;
 
 }  // namespace

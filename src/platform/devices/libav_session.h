@@ -18,7 +18,7 @@
 namespace lumivastor::devices {
 
 /// A capture session of a device that libavdevice opens: a V4L2 camera or capture card, or a synthetic device that a
-/// filter graph describes. On a thread of its own while it runs.
+/// filter graph describes. While it runs it has its own thread ("device.read").
 class LibavSession final : public platform::CaptureSession {
   public:
     struct Configuration {
@@ -31,7 +31,7 @@ class LibavSession final : public platform::CaptureSession {
         std::function<LibavSource(std::optional<PixelSize>)> source;
         /// Already open, for the first use without a preset; may be null.
         std::unique_ptr<LibavInput> open;
-        /// The device delivers as fast as it is read: samples are held until their time.
+        /// For devices that deliver as fast as they are read: samples are held until their time.
         bool needsPacing = false;
     };
 
@@ -54,7 +54,7 @@ class LibavSession final : public platform::CaptureSession {
     class Reading;
 
     void read();
-    /// Waits until the host clock says `hostSeconds`; false when it was told to stop.
+    /// Waits until the host clock reaches `hostSeconds`; returns false when the session is stopped before.
     bool waitUntil(double hostSeconds);
 
     Configuration configuration_;

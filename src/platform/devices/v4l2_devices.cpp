@@ -38,7 +38,7 @@ bool control(int descriptor, unsigned long request, void* argument) {
     return result >= 0;
 }
 
-// libavdevice's name for a format; empty for what it cannot be asked for or what is of no use.
+// libavdevice's name for a format; empty for unsupported and useless formats.
 std::string formatName(std::uint32_t format) {
     switch (format) {
         case V4L2_PIX_FMT_YUYV:
@@ -115,7 +115,7 @@ std::optional<V4l2Device> describe(const std::string& path) {
     if (!device.isOpen()) return std::nullopt;
     v4l2_capability capability{};
     if (!control(device.get(), VIDIOC_QUERYCAP, &capability)) return std::nullopt;
-    // A camera has further nodes, for its metadata, whose own abilities say so.
+    // A camera has further nodes for its metadata; their own capabilities differ.
     const std::uint32_t abilities =
         (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0 ? capability.device_caps : capability.capabilities;
     if ((abilities & V4L2_CAP_VIDEO_CAPTURE) == 0 || (abilities & V4L2_CAP_STREAMING) == 0) return std::nullopt;
@@ -145,10 +145,10 @@ std::optional<V4l2Device> describe(const std::string& path) {
 
 bool isCaptureCard(const std::string& card, const std::string& driver, const std::string& bus) {
     const std::string name = lowercase(card);
-    // What the user made of a screen or a file with the loopback driver is a camera to its programs.
+    // A loopback device, which users feed from a screen or a file, acts as a camera.
     if (driver == "v4l2 loopback" || driver == "v4l2loopback") return false;
     const bool isInside = bus.rfind("PCI:", 0) == 0;
-    // Cameras of tablets hang on PCI, too.
+    // Cameras of tablets are connected to PCI, too.
     const bool isBuiltInCamera =
         driver.rfind("ipu", 0) == 0 || driver.rfind("intel-ipu", 0) == 0 || driver.rfind("atomisp", 0) == 0;
     if (isInside && !isBuiltInCamera) return true;
@@ -160,7 +160,7 @@ bool isCaptureCard(const std::string& card, const std::string& driver, const std
 
 std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, PixelSize size) {
     std::optional<V4l2Format> best;
-    // Drivers that do not tell their rates get the benefit of the doubt.
+    // Drivers that do not report rates are assumed to be fast enough.
     const auto rate = [](const V4l2Format& format) {
         return format.framesPerSecond == 0 ? kEnough : std::min(format.framesPerSecond, kEnough);
     };

@@ -12,7 +12,7 @@ namespace lumivastor::devices {
 
 /// A size in which a V4L2 device delivers pictures of one format.
 struct V4l2Format {
-    /// As libavdevice calls it ("mjpeg", "yuyv422").
+    /// libavdevice's name ("mjpeg", "yuyv422").
     std::string name;
     PixelSize size;
     double framesPerSecond = 0;  // the most; 0 when the driver does not say
@@ -22,16 +22,16 @@ struct V4l2Format {
 
 struct V4l2Device {
     std::string path;    // "/dev/video0"
-    std::string card;    // as people read it
-    std::string driver;  // of the kernel
+    std::string card;    // for users
+    std::string driver;  // the kernel's driver
     std::string bus;
     std::vector<V4l2Format> formats;
     PixelSize activeFormat;
 };
 
-/// Whether a device delivers the screen of something else, by what its driver says. There is no flag for it. Drivers of
-/// cards in the machine capture HDMI or broadcasts, never a camera's picture; USB ones (uvcvideo) are told apart by
-/// the words that makers of HDMI converters put into names. Everything else is a camera.
+/// Whether a device is a capture card, by its names and bus, because V4L2 has no flag for it. Drivers of internal cards
+/// capture HDMI or broadcasts, never cameras; USB devices (uvcvideo) count as capture cards when their name has a word
+/// that makers of HDMI converters use. All other devices are cameras.
 bool isCaptureCard(const std::string& card, const std::string& driver, const std::string& bus);
 
 /// The format to ask for to get pictures of this size: the fastest up to 30 pictures a second, uncompressed before

@@ -24,13 +24,14 @@ struct CameraSizes {
     }
 };
 
-/// What a format description of a node offers, the preferred size first. Empty for what this program cannot read.
+/// The sizes that a node's format description offers, the preferred one first. Empty for formats that this program
+/// cannot read.
 std::vector<CameraSizes> cameraSizes(const spa_pod* format);
 
-/// Asks a node for its formats. The first is the one that it delivers when nothing is asked for.
+/// Queries a node's formats. The first is the one that it delivers by default.
 std::vector<CameraSizes> askForCameraSizes(PipeWireConnection& connection, std::uint32_t node);
 
-/// FFmpeg's pixel format for one of PipeWire's; nothing for those that are not read here.
+/// FFmpeg's pixel format for one of PipeWire's; nullopt for formats that this program cannot read.
 std::optional<int> pixelFormat(std::uint32_t spaFormat);
 /// All of PipeWire's formats that `pixelFormat` knows, the cheapest to convert first.
 const std::vector<std::uint32_t>& readableFormats();

@@ -11,8 +11,9 @@
 
 namespace lumivastor::pipewire {
 
-/// A stream of pictures from one node of a PipeWire server. Works within the connection's `run`; the connection
-/// outlives it. Pictures bear the host time at which they were taken, by the node's stamps where it has some.
+/// A stream of pictures from one node of a PipeWire server. Its handler runs within the connection's `run`; the
+/// connection must outlive it. A picture's time is the host time of its capture, by the node's stamp if it has one,
+/// else of its arrival.
 class CameraStream {
   public:
     /// `size`: what to ask for; nothing: what the node prefers. Throws `RecorderError` when the node cannot be used.
@@ -22,7 +23,7 @@ class CameraStream {
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;
 
-    /// The node refused, or is gone.
+    /// Whether the node refused, or is gone.
     bool isBroken() const;
 
   private:

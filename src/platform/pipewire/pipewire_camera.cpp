@@ -103,7 +103,7 @@ void PipeWireCameraSession::run() {
     const auto node = connection.node(node_);
     if (!node) throw RecorderError(gone);
     double seen = hostClockSeconds();
-    // What it delivers without a preset was promised by `activeFormat`.
+    // Without a preset it must deliver what `activeFormat` promised.
     CameraStream stream(connection, *node, preset_ ? *preset_ : activeFormat(),
                         [this, &seen](platform::DeviceSample sample) {
                             seen = hostClockSeconds();

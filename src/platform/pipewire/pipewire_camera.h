@@ -16,15 +16,15 @@
 
 namespace lumivastor::pipewire {
 
-/// The default camera of a PipeWire server: the one that the session manager says, or else the first. Nothing when
-/// there is no server or it has none. `isCamera` may refuse some by their descriptions.
+/// The default camera of a PipeWire server: the session manager's default, or else the first. nullopt without a server
+/// or camera. `isCamera` may reject nodes by their descriptions.
 std::optional<platform::CaptureDevice> findPipeWireCamera(
     const std::string& remote, const std::function<bool(const std::string& description)>& isCamera);
 
-/// A capture session of a PipeWire server's video source. On a thread of its own while it runs.
+/// A capture session of a PipeWire server's video source. While it runs it has its own thread ("pipewire.camera").
 class PipeWireCameraSession final : public platform::CaptureSession {
   public:
-    /// `node` by its name. Throws `RecorderError` when it is gone.
+    /// `node` is the node's name. Throws `RecorderError` when it is gone.
     PipeWireCameraSession(std::string remote, std::string node, std::string name);
     ~PipeWireCameraSession() override;
     PipeWireCameraSession(const PipeWireCameraSession&) = delete;
@@ -41,7 +41,7 @@ class PipeWireCameraSession final : public platform::CaptureSession {
     void stopRunning() override;
 
   private:
-    /// Until it is told to stop; throws `RecorderError` when the camera goes away.
+    /// Returns when stopped; throws `RecorderError` when the camera goes away.
     void run();
 
     std::string remote_;

@@ -74,7 +74,7 @@ class PipeWireConnection::Impl {
         pw_loop_iterate(loop.get(), static_cast<int>(std::ceil(std::clamp(seconds, 0.0, 1.0) * 1000)));
     }
     bool runUntil(const std::function<bool()>& done, double timeout);
-    /// Everything that was asked for before has been answered.
+    /// All earlier requests have been answered.
     bool sync(double timeout);
 
     std::unique_ptr<pw_loop, Deleter<pw_loop_destroy>> loop;
@@ -102,9 +102,9 @@ PipeWireConnection::Impl::Impl(const std::string& remote) {
     static std::once_flag once;
     std::call_once(once, [] {
         pw_init(nullptr, nullptr);
-        // It complains on the standard error where there is no PipeWire and so no settings of its own, which is nothing
-        // to the user; what fails is said in German. Who looks for a fault sets the variable.
-        const char* wanted = std::getenv("PIPEWIRE_DEBUG");  // NOLINT(concurrency-mt-unsafe): nobody changes it
+        // The library writes warnings to standard error where PipeWire is not installed. Users need not see them,
+        // because failures are reported in German; developers set the variable.
+        const char* wanted = std::getenv("PIPEWIRE_DEBUG");  // NOLINT(concurrency-mt-unsafe): never set at run time
         if (wanted == nullptr) pw_log_set_level(SPA_LOG_LEVEL_NONE);
     });
     loop.reset(pw_loop_new(nullptr));
@@ -233,7 +233,7 @@ bool PipeWireConnection::Impl::sync(double timeout) {
 
 PipeWireConnection::PipeWireConnection(const std::string& remote, double timeout)
     : impl_(std::make_unique<Impl>(remote)) {
-    // The first answer brings the objects, the second what they say about themselves.
+    // The first round trip brings the objects, the second their properties.
     if (!impl_->sync(timeout) || !impl_->sync(timeout)) {
         throw RecorderError(isAlive() ? "Der PipeWire-Server antwortet nicht." : kNobody);
     }

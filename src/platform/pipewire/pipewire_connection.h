@@ -14,13 +14,13 @@ struct pw_registry;
 
 namespace lumivastor::pipewire {
 
-/// A connection to a PipeWire server that is worked by the thread that owns it: nothing happens but within its calls
-/// (and, for streams that ask for it, on the library's data thread).
+/// A connection to a PipeWire server without a thread of its own: callbacks run only within its functions, on the
+/// thread that owns it (and, for streams that request it, on the library's data thread).
 class PipeWireConnection {
   public:
     struct Node {
         std::uint32_t id = 0;
-        std::uint64_t serial = 0;  // never given again, unlike ids
+        std::uint64_t serial = 0;  // never reused, unlike ids
         std::string name;
         std::string description;
         std::string mediaClass;
@@ -28,8 +28,8 @@ class PipeWireConnection {
         std::optional<std::uint32_t> firstInputPort;
     };
 
-    /// Throws `RecorderError` when nobody answers within `timeout` seconds. Afterwards everything that the server has
-    /// is known.
+    /// Returns when the server has reported all its objects. Throws `RecorderError` when no server answers within
+    /// `timeout` seconds.
     PipeWireConnection(const std::string& remote, double timeout);
     ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
@@ -39,19 +39,19 @@ class PipeWireConnection {
     pw_registry* registry() const;
     bool isAlive() const;
 
-    /// Waits for up to `seconds` for something to happen, and lets it.
+    /// Waits up to `seconds` for events and handles them.
     void run(double seconds);
-    /// Runs until `done`; false when it took longer than `timeout` seconds or the connection broke.
+    /// Handles events until `done` returns true. Returns false after `timeout` seconds, or when the connection is lost.
     bool runUntil(const std::function<bool()>& done, double timeout);
 
-    /// Waits until everything that was asked for has been answered; false as with `runUntil`.
+    /// Waits until the server has answered all requests; false as with `runUntil`.
     bool sync(double timeout);
 
-    /// What there is by now.
+    /// The nodes that exist now.
     std::vector<Node> nodes() const;
     std::optional<Node> node(const std::string& name) const;
     bool hasNode(std::uint32_t id) const;
-    /// The name of the default node of a kind ("audio.source"), as the session manager says it.
+    /// The session manager's default node of a kind ("audio.source"), by name.
     std::optional<std::string> defaultName(const std::string& kind) const;
 
   private:

@@ -17,9 +17,9 @@ namespace lumivastor::pipewire {
 namespace {
 
 constexpr double kConnectSeconds = 3;
-// A stream without a device to listen to waits for one; after this long it counts as gone.
+// A stream without a device waits for one; after this many seconds it counts as gone.
 constexpr double kPatience = 2;
-// What the realtime thread may be ahead: this thread looks at least 30 times a second.
+// Room for what the realtime thread is ahead: this thread takes its sound at least 30 times a second.
 constexpr int kRingSeconds = 2;
 
 bool isMicrophone(const PipeWireConnection::Node& node) {
@@ -102,7 +102,7 @@ class PipeWireLine::Stream {
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, memory.data(), static_cast<std::uint32_t>(memory.size()));
         std::array<const spa_pod*, 1> formats{spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
-        // On the data thread, because only there the time that the stream tells belongs to the buffer at hand.
+        // On the data thread, because only there the stream's time belongs to the current buffer.
         const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
                                                         PW_STREAM_FLAG_RT_PROCESS);
         if (pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY, flags, formats.data(), 1) < 0) {
@@ -116,7 +116,7 @@ class PipeWireLine::Stream {
         const bool wasStreaming = isStreaming_;
         isStreaming_ = state == PW_STREAM_STATE_STREAMING;
         if (!wasStreaming || isStreaming_) return;
-        // What comes next may be another device's.
+        // The next sound may come from another device.
         pausedSince_ = hostClockSeconds();
         handOver();
         steady_.restart();
@@ -138,14 +138,14 @@ class PipeWireLine::Stream {
         if (frames == 0) return;
         pw_time time{};
         if (pw_stream_get_time_n(stream_, &time, sizeof time) < 0 || time.rate.denom == 0) return;
-        // The cycle began at `now`. A microphone's first frame was heard the device's delay before; a sink's monitor
-        // shows what its speakers will play. Some frames are still in the resampler.
+        // The cycle began at `now`. A microphone's first frame was heard earlier, by the device's delay; a sink's
+        // monitor delivers what its speakers will play. Some frames are still in the resampler.
         const double cycle = static_cast<double>(frames) / sampleRate_;
         const double delay = static_cast<double>(time.delay) * time.rate.num / time.rate.denom;
         const double heard = static_cast<double>(time.now) * 1e-9 +
                              (latency_ != nullptr ? latency_->seconds(cycle) : -delay) -
                              static_cast<double>(time.buffered) / sampleRate_;
-        // A full ring drops, and the count goes on: a gap.
+        // A full ring drops the sound, but the frame count goes on, which shows as a gap.
         static_cast<void>(
             ring_.put(frame_, heard,
                       std::span(reinterpret_cast<const float*>(start), frames * static_cast<std::size_t>(channels_))));

@@ -17,7 +17,7 @@ class PipeWireLine final : public platform::SoundLine {
   public:
     enum class Kind { systemAudio, microphone };
 
-    /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
+    /// Blocks for some seconds at most. Throws `RecorderError` when there is no server or no such device.
     PipeWireLine(const std::string& remote, Kind kind, int sampleRate, int channels, platform::SteadySound& steady);
     ~PipeWireLine() override;
     PipeWireLine(const PipeWireLine&) = delete;
@@ -33,9 +33,9 @@ class PipeWireLine final : public platform::SoundLine {
     std::unique_ptr<Stream> stream_;
 };
 
-/// The default microphone among what the server has; nothing when there is none.
+/// The server's default microphone; nullopt when there is none.
 std::optional<PipeWireConnection::Node> defaultMicrophone(const PipeWireConnection& connection);
-/// How many channels sources of it have.
+/// The number of channels with which a microphone is recorded.
 int microphoneChannels(const PipeWireConnection::Node& node);
 
 }  // namespace lumivastor::pipewire

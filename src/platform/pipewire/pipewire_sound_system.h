@@ -9,20 +9,19 @@
 
 namespace lumivastor::pipewire {
 
-/// Sound over PipeWire's own interface. The session manager connects a source to the user's default device, and to
-/// another when that changes; its sound goes on from there after a moment. Microphones with more than two channels are
+/// Sound over PipeWire's own interface. The session manager connects a source to the user's default device, and
+/// reconnects it when that changes; the sound continues after a moment. Microphones with more than two channels are
 /// mixed to two.
 class PipeWireSoundSystem final : public platform::SoundSystem {
   public:
-    /// `remote` as in PIPEWIRE_REMOTE, or a socket's full path; empty: what the environment says. Connects to nothing
-    /// yet.
+    /// `remote` as in PIPEWIRE_REMOTE, or a socket's full path; empty means the environment's. Does not connect yet.
     explicit PipeWireSoundSystem(std::string remote = {});
 
     std::unique_ptr<platform::SoundSource> systemAudio(int sampleRate, int channels) override;
     std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
     std::optional<platform::CaptureDevice> defaultMicrophone() override;
 
-    /// Whether somebody answers there who has sound: PipeWire may run for cameras and screens alone, beside another
+    /// Whether a server answers that handles sound. PipeWire may run for cameras and screens alone, beside another
     /// sound server.
     bool hasSound() const;
 

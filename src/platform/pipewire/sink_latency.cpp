@@ -12,7 +12,7 @@
 namespace lumivastor::pipewire {
 namespace {
 
-// A port tells frames of its node's rate without telling that rate; sound cards run at this one or close to it.
+// A port reports frames at its node's rate but not that rate; sound cards run at this one or close to it.
 constexpr double kUsualRate = 48000;
 
 }  // namespace

@@ -9,9 +9,9 @@
 
 namespace lumivastor::pipewire {
 
-/// How long it takes from a cycle of the server until the default sink's speakers play that cycle's sound. A monitor's
-/// own delay does not say that: it tells the way from the players to the monitor. Follows the default sink. One thread,
-/// unless a function says otherwise.
+/// The time from a cycle of the server until the default sink's speakers play that cycle's sound. A monitor's own delay
+/// does not include it: that is the delay from the players to the monitor. Follows the default sink. One thread, unless
+/// a function says otherwise.
 class SinkLatency {
   public:
     explicit SinkLatency(PipeWireConnection& connection);
@@ -19,11 +19,10 @@ class SinkLatency {
     SinkLatency(const SinkLatency&) = delete;
     SinkLatency& operator=(const SinkLatency&) = delete;
 
-    /// Looks whether the default sink is another one by now. What a sink says of itself arrives within
-    /// `PipeWireConnection::run`.
+    /// Follows a change of the default sink. A sink's properties arrive within `PipeWireConnection::run`.
     void update();
 
-    /// In seconds, when a cycle takes `cycleSeconds`. Any thread, realtime ones too.
+    /// The latency in seconds when a cycle takes `cycleSeconds`. Any thread, including realtime ones.
     double seconds(double cycleSeconds) const { return cycles_ * cycleSeconds + constantSeconds_; }
 
   private:

@@ -11,18 +11,18 @@
 
 namespace lumivastor::pipewire {
 
-/// Carries stretches of sound from a realtime thread to another one, without locks and without memory being asked for.
-/// One thread puts, one takes. When it is full, what comes is dropped; the count of frames then tells of it.
+/// Passes sound from a realtime thread to another thread without locks or allocations. One thread puts, one takes. A
+/// full ring drops new sound; the gap shows in the frame numbers.
 class SoundRing {
   public:
     /// Room for `values` values.
     explicit SoundRing(std::size_t values) : values_(values) {}
 
-    /// False when there was no room. The putting thread.
+    /// Returns false when there is no room. Only the putting thread.
     bool put(std::int64_t frame, double hostSeconds, std::span<const float> values);
 
     using Take = std::function<void(std::int64_t frame, double hostSeconds, std::span<const float> values)>;
-    /// Hands over everything that is there, oldest first. The taking thread.
+    /// Passes all stored sound to `take`, oldest first. Only the taking thread.
     void takeAll(const Take& take);
 
   private:
@@ -34,7 +34,7 @@ class SoundRing {
 
     std::vector<float> values_;
     std::array<Stretch, 512> stretches_;
-    // How many were put and taken since the beginning. Each is written by one thread only.
+    // Totals of what was put and taken. Each is written by one thread only.
     std::atomic<std::size_t> putStretches_ = 0;
     std::atomic<std::size_t> takenStretches_ = 0;
     std::size_t putValues_ = 0;  // the putting thread's

@@ -13,7 +13,7 @@ namespace lumivastor::pulse {
 namespace {
 
 constexpr const char* kSilent = "Der Tonserver antwortet nicht.";
-// A server answers a question within milliseconds; one that is stopped never does.
+// A server answers within milliseconds; one whose process is stopped never does.
 constexpr double kAnswerSeconds = 2;
 
 }  // namespace

@@ -12,7 +12,8 @@ struct pa_operation;
 
 namespace lumivastor::pulse {
 
-/// A connection to a PulseAudio server that is worked by the thread that owns it: nothing happens but within its calls.
+/// A connection to a PulseAudio server without a thread of its own: callbacks run only within its functions, on the
+/// thread that owns it.
 class PulseConnection {
   public:
     struct Server {
@@ -29,7 +30,7 @@ class PulseConnection {
         bool isMonitor = false;
     };
 
-    /// Throws `RecorderError` when nobody answers within `timeout` seconds.
+    /// Throws `RecorderError` when no server answers within `timeout` seconds.
     PulseConnection(const std::string& server, double timeout);
     ~PulseConnection();
     PulseConnection(const PulseConnection&) = delete;
@@ -38,20 +39,20 @@ class PulseConnection {
     pa_context* context() const { return context_.get(); }
     bool isAlive() const;
 
-    /// Waits for up to `seconds` for something to happen, and lets it.
+    /// Waits up to `seconds` for events and handles them.
     void run(double seconds);
-    /// Runs until `done`; false when it took longer than `timeout` seconds or the connection broke.
+    /// Handles events until `done` returns true. Returns false after `timeout` seconds, or when the connection is lost.
     bool runUntil(const std::function<bool()>& done, double timeout);
 
-    /// Ask the server. All throw `RecorderError` when it does not answer.
+    /// The following query the server, and throw `RecorderError` when it does not answer.
     Server server();
-    /// Nothing when there is no such source.
+    /// nullopt when there is no such source.
     std::optional<Source> source(const std::string& name);
 
-    /// The name of the source that shows what a sink plays; nothing when there is no such sink.
+    /// The name of a sink's monitor source; nullopt when there is no such sink.
     std::optional<std::string> monitor(const std::string& sink);
 
-    /// Calls `changed`, within `run`, whenever the server's defaults may have changed.
+    /// From now on `changed` is called, within `run`, whenever the server's defaults may have changed.
     void watchServer(std::function<void()> changed);
 
   private:

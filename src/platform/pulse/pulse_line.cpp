@@ -50,7 +50,7 @@ std::string PulseLine::defaultDevice() {
         return *monitor;
     }
     const auto source = server.defaultSource.empty() ? std::nullopt : connection_.source(server.defaultSource);
-    // Without a microphone the server offers what the speakers play.
+    // Without a microphone the server's default source is a monitor.
     if (!source || source->isMonitor) throw RecorderError("Kein Mikrofon gefunden.");
     return source->name;
 }
@@ -64,7 +64,7 @@ void PulseLine::connect() {
     stream_.reset(pa_stream_new(connection_.context(), name, &format, nullptr));
     if (!stream_) throw RecorderError("Der Ton kann nicht aufgenommen werden.");
 
-    // Another device, or one that slept: latencies are other ones from here on.
+    // Another device, or one that was suspended: its latencies differ from here on.
     const auto begunAnew = [](pa_stream*, void* data) { static_cast<PulseLine*>(data)->steady_.restart(); };
     pa_stream_set_moved_callback(stream_.get(), begunAnew, this);
     pa_stream_set_suspended_callback(stream_.get(), begunAnew, this);
@@ -105,9 +105,10 @@ void PulseLine::takeTiming() {
     const std::int64_t bytes = info->write_index;
     Timing timing;
     timing.frame = bytes / static_cast<std::int64_t>(sizeof(float)) / channels_;
-    // What a microphone has said lies behind by the source's latency; what a sink's monitor shows is still to be heard.
-    // A monitor also holds back what the sink may still take back, without telling: nothing where a sink cannot, up to
-    // its latency where it can. Half of that is the best guess, right for a null sink and at most 10 ms off elsewhere.
+    // A microphone's sound was heard the source's latency ago; a monitor's sound will be heard after the sink's
+    // latency. A monitor also holds back, unreported, what the sink may still rewind: nothing for sinks that cannot
+    // rewind, up to their latency for others. Half of that is the best guess, right for a null sink and at most 10 ms
+    // off elsewhere.
     const double ahead = seconds(info->sink_usec);
     const double heldBack = std::min(ahead, kFragmentSeconds) / 2;
     timing.hostSeconds =
@@ -128,13 +129,13 @@ bool PulseLine::isFollowing() {
     try {
         return defaultDevice() == device_;
     } catch (const RecorderError&) {
-        // No default any more. As long as this stream lives, it is the best there is.
+        // There is no default device any more. The present stream continues as long as it lives.
         return true;
     }
 }
 
 double PulseLine::heardAt(std::int64_t frame, std::int64_t waitingFrames) const {
-    // Behind PipeWire the latency that is told wanders by 20 ms; there, what arrives was heard up to now.
+    // Behind PipeWire the reported latency wanders by 20 ms; there, sound counts as heard when it arrives.
     if (!timing_) return hostClockSeconds() - static_cast<double>(waitingFrames) / sampleRate_;
     return timing_->hostSeconds + static_cast<double>(frame - timing_->frame) / sampleRate_;
 }
@@ -149,7 +150,7 @@ void PulseLine::read() {
         const void* data = nullptr;
         std::size_t bytes = 0;
         if (pa_stream_peek(stream_.get(), &data, &bytes) < 0 || bytes == 0) break;
-        // Without data it is a hole: time that passed without sound, which the count says.
+        // A fragment without data is a hole: time without sound, which the frame count includes.
         if (data != nullptr) {
             steady_.add(frame_, heard, std::span(static_cast<const float*>(data), bytes / sizeof(float)));
         }

@@ -20,7 +20,7 @@ class PulseLine final : public platform::SoundLine {
   public:
     enum class Kind { systemAudio, microphone };
 
-    /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
+    /// Blocks for some seconds at most. Throws `RecorderError` when there is no server or no such device.
     PulseLine(const std::string& server, Kind kind, int sampleRate, int channels, platform::SteadySound& steady);
     ~PulseLine() override;
     PulseLine(const PulseLine&) = delete;
@@ -36,7 +36,7 @@ class PulseLine final : public platform::SoundLine {
     struct QuestionDelete {
         void operator()(pa_operation* question) const;
     };
-    /// When one frame was or will be heard.
+    /// The time at which one frame was or will be heard.
     struct Timing {
         std::int64_t frame = 0;
         double hostSeconds = 0;
@@ -44,13 +44,12 @@ class PulseLine final : public platform::SoundLine {
 
     std::string defaultDevice();
     void connect();
-    /// Asks the server for its latencies; the answer comes within `run`. Interpolating between them, as the library
-    /// offers, takes seconds to get over the change that a new stream brings to a sink's latency; the raw ones are
-    /// exact from the first on.
+    /// Requests the server's latencies; the answer arrives within `run`. The library's interpolated latencies are wrong
+    /// for seconds after a new stream has changed a sink's latency; the raw ones are exact from the first on.
     void askForTiming();
     void takeTiming();
     void read();
-    /// When a frame was heard, of which and its successors `waitingFrames` have arrived.
+    /// The host time at which `frame` was heard; `waitingFrames` frames from it on have arrived.
     double heardAt(std::int64_t frame, std::int64_t waitingFrames) const;
     bool isFollowing();
 
@@ -62,8 +61,8 @@ class PulseLine final : public platform::SoundLine {
     bool isPipeWire_ = false;
     std::string device_;
     std::unique_ptr<pa_stream, StreamDelete> stream_;
-    std::unique_ptr<pa_operation, QuestionDelete> question_;  // that is on its way
-    std::optional<Timing> timing_;                            // the latest
+    std::unique_ptr<pa_operation, QuestionDelete> question_;  // the pending request
+    std::optional<Timing> timing_;                            // the latest answer
     std::int64_t frame_ = 0;
     bool defaultsMayHaveChanged_ = false;
 };

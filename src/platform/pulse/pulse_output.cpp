@@ -23,27 +23,27 @@ namespace {
 constexpr int kRate = platform::SoundOutput::kFormat.sampleRate;
 constexpr auto kFrameBytes = static_cast<std::uint32_t>(sizeof(float) * platform::SoundOutput::kFormat.channels);
 
-// What the server is given ahead, and how much of it it asks for at once. Less makes changes of volume be heard
-// sooner, and a busy machine stutter.
+// How much sound the server buffers, and how much it requests at once. Less makes changes of volume audible sooner, but
+// a busy machine stutters.
 constexpr std::uint32_t kBufferFrames = kRate / 20;
 constexpr std::uint32_t kRequestFrames = kRate / 100;
 
-// A server answers within milliseconds; one that is stopped never does.
+// A server answers within milliseconds; one whose process is stopped never does.
 constexpr double kConnectSeconds = 1;
-// A server that plays asks for more a hundred times a second.
+// A playing server requests more a hundred times a second.
 constexpr double kSilentSeconds = 2;
-// How often a run is looked after. The server is asked then where it is, and in between the host clock goes on. Not
-// when it wants more sound: servers that count in blocks are always right behind a step at that time.
+// How often a run queries the server's position; in between the host clock extrapolates. Not queried when the server
+// requests sound: servers that count in blocks have always just advanced a block at that time.
 constexpr double kWatchSeconds = 0.09;
-// Older than this, an answer was not on its way but waited for us.
+// The largest age that an answer counts with: a longer one is time in which the answer waited for our thread.
 constexpr double kOldestAnswer = 0.1;
 
-// A sink that nobody else uses may have made silence for two seconds ahead, for which it cannot play anything else.
-// When a run would have to wait for longer than this, it begins without being heard. Never for longer than the second:
-// no sink works in longer blocks, so that number is something else.
+// An idle sink may have rendered two seconds of silence ahead, which it will play first. A run that would have to wait
+// longer than the first of these begins unheard. Waits beyond the second are ignored: no sink works in longer blocks,
+// so such a number means something else.
 constexpr double kPatience = 0.06;
 constexpr double kLongestLead = 4;
-// How often sound that is not heard is asked for.
+// How often sound that is not heard is requested.
 constexpr double kLeadPeriod = 0.01;
 
 struct LoopDelete {
@@ -76,7 +76,7 @@ struct StreamDelete {
     }
 };
 
-// Holds the loop: its thread runs no callback meanwhile. Not on that thread.
+// Locks the loop: its thread runs no callback meanwhile. Not on that thread.
 class Hold {
   public:
     explicit Hold(pa_threaded_mainloop* loop) : loop_(loop) { pa_threaded_mainloop_lock(loop_); }
@@ -92,17 +92,17 @@ void forget(pa_operation* operation) {
     if (operation != nullptr) pa_operation_unref(operation);
 }
 
-// The connection stays from run to run; each run is a stream of its own, so that stopping drops what was not heard. In
-// between a stream rests, which is stopped but keeps its sink working in short blocks: in blocks of two seconds, as
-// those without a device work when nobody uses them, the next run would have to wait for the end of one.
+// The connection stays from run to run; each run has its own stream, so that stopping drops what was not heard. Between
+// runs a stopped ("resting") stream keeps its sink in short blocks. An idle sink without a device works in blocks of
+// two seconds, and the next run would have to wait for the end of one.
 //
-// A run goes through these states; what is heard is told in all of them:
+// A run goes through these states, and reports the position in all of them:
 //
 //     opening ── the sink is ready ──────────────────────────────> flowing: the sink plays what is written
 //        │                                                            ^
-//        └── it still has much silence to play ──> lead: the host clock goes on, what is asked for is dropped
+//        └── it still has much silence to play ──> lead: the host clock goes on, requested sound is dropped
 //
-// Everything behind `loop_` is touched only while it is held, or on its thread.
+// All members after `loop_` are used only while it is locked, or on its thread.
 class PulseOutput final : public platform::SoundOutput {
   public:
     explicit PulseOutput(std::string server) : server_(std::move(server)), loop_(pa_threaded_mainloop_new()) {
@@ -152,7 +152,7 @@ class PulseOutput final : public platform::SoundOutput {
 
   private:
     enum class State { stopped, opening, lead, flowing };
-    // Where the device was at a moment of the host clock, in seconds of what it was given. Below 0 before it has begun.
+    // The device's position at a host time, in seconds of the sound written to it. Negative before it has begun.
     struct Reading {
         double host = 0;
         double device = 0;
@@ -226,7 +226,7 @@ class PulseOutput final : public platform::SoundOutput {
         ask();
     }
 
-    // Where the server is; `answered` hears it.
+    // Requests the server's position; `answered` receives it.
     void ask() { forget(pa_stream_update_timing_info(stream_.get(), nullptr, nullptr)); }
 
     void answered() {
@@ -234,7 +234,7 @@ class PulseOutput final : public platform::SoundOutput {
         if (info == nullptr || pa_stream_get_state(stream_.get()) != PA_STREAM_READY) return;
         const auto seconds = [](pa_usec_t time) { return static_cast<double>(time) * 1e-6; };
         if (state_ == State::opening) {
-            // What the sink has made ahead beyond what it is set to now, it made before this stream came.
+            // The sink rendered what exceeds its present latency before this stream existed.
             const double ahead = seconds(info->sink_usec) - seconds(info->configured_sink_usec);
             return ahead > kPatience && ahead < kLongestLead ? beginLead(ahead) : flow();
         }
@@ -259,11 +259,11 @@ class PulseOutput final : public platform::SoundOutput {
         drop();
     }
 
-    // Sound for the time in which none can be heard.
+    // Consumes the sound of the time in which none can be heard.
     void drop() {
         const double now = hostClockSeconds();
         if (now - leadBegun_ >= leadLength_) return flow();
-        // The time that nothing was there to be heard in does not count.
+        // Time in which there was nothing to hear does not count.
         const double late = now - leadBegun_ - static_cast<double>(written_) / kRate;
         if (late > 0) leadBegun_ += late;
         const std::int64_t wanted = std::llround((now - leadBegun_) * kRate) + kBufferFrames - written_;
@@ -311,7 +311,7 @@ class PulseOutput final : public platform::SoundOutput {
         return std::clamp(static_cast<std::int64_t>(heard * kRate), heard_, written_);
     }
 
-    // Calls a function on the loop's thread in a moment. `timer` is null at first, and used again.
+    // Calls a function on the loop's thread in a moment. `timer` is null at first and reused afterwards.
     template <typename Call>
     void again(pa_time_event*& timer, double seconds, Call) {
         const pa_usec_t next = pa_rtclock_now() + static_cast<pa_usec_t>(seconds * 1e6);
@@ -333,7 +333,7 @@ class PulseOutput final : public platform::SoundOutput {
         timer = nullptr;
     }
 
-    // Looks after the run from time to time: whether anybody answers.
+    // Checks regularly whether the server still answers.
     void watch() {
         again(watch_, kWatchSeconds, [](PulseOutput& self) { self.lookAfter(); });
     }
@@ -366,7 +366,7 @@ class PulseOutput final : public platform::SoundOutput {
         endTimer(watch_);
         client_ = {};
         if (!stream_) return;
-        // From now on it rests: what was not heard of it is dropped.
+        // The stream rests from now on: sound that was not heard is dropped.
         silence(stream_.get());
         if (pa_stream_get_state(stream_.get()) == PA_STREAM_READY) {
             forget(pa_stream_cork(stream_.get(), 1, nullptr, nullptr));
@@ -392,7 +392,7 @@ class PulseOutput final : public platform::SoundOutput {
     double leadBegun_ = 0;  // host seconds
     double leadLength_ = 0;
     std::vector<float> unheard_;
-    std::int64_t written_ = 0;  // asked for: written to the server, or dropped
+    std::int64_t written_ = 0;  // requested: written to the server, or dropped
     std::int64_t dropped_ = 0;  // before anything was written
     std::optional<Reading> reading_;
     mutable platform::SmoothClock clock_;

@@ -10,21 +10,20 @@
 namespace lumivastor::pulse {
 
 /// Sound over PulseAudio's protocol, from PulseAudio itself or from PipeWire. A source follows the user's default
-/// device: when that changes, its sound goes on from the new one after a moment. Microphones with more than two
-/// channels are mixed to two by the server.
+/// device: after a change its sound continues from the new one after a moment. The server mixes microphones with more
+/// than two channels to two.
 class PulseSoundSystem final : public platform::SoundSystem {
   public:
-    /// `server` as in PULSE_SERVER; empty: what the environment and PulseAudio's configuration say. Connects to nothing
-    /// yet.
+    /// `server` as in PULSE_SERVER; empty means the environment's or PulseAudio's configuration. Does not connect yet.
     explicit PulseSoundSystem(std::string server = {});
 
     std::unique_ptr<platform::SoundSource> systemAudio(int sampleRate, int channels) override;
     std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
     std::optional<platform::CaptureDevice> defaultMicrophone() override;
 
-    /// What answers there; nothing when nobody does within a second.
+    /// The server that answers; nullopt when none answers within a second.
     struct Server {
-        std::string name;  // with the version, as the server says it
+        std::string name;  // as the server reports it, with the version
         bool isPipeWire = false;
     };
     std::optional<Server> probe() const;

@@ -12,8 +12,8 @@
 
 namespace lumivastor::synthetic {
 
-/// A desktop that does what it is told: what is above the desktop's services is tested with it, without a display
-/// server and without waiting. Whatever happens is emitted by hand, with the times that the test wants.
+/// A desktop that a test drives by hand, without a display server and without waiting. The test emits every event with
+/// the times that it chooses.
 ///
 /// The `emit` functions return when the handlers have run; they must not be called from inside a handler. Any thread.
 class SyntheticDesktop : public platform::Desktop {
@@ -24,13 +24,13 @@ class SyntheticDesktop : public platform::Desktop {
     // What the desktop answers.
 
     void setContent(platform::ShareableContent content);
-    /// Listing the content throws this from now on; nothing makes it answer again.
+    /// Listing the content throws this from now on; nullopt makes it succeed again.
     void failContent(std::optional<RecorderError> error);
-    /// The next cursor that is asked for; nothing hides it.
+    /// The cursor for the next calls; nullopt hides it.
     void setCursor(std::optional<platform::SystemCursor> cursor);
-    /// Asking for the cursor throws this from now on; nothing makes it answer again.
+    /// Asking for the cursor throws this from now on; nullopt makes it succeed again.
     void failCursor(std::optional<RecorderError> error);
-    /// In the points of whatever space is asked for.
+    /// Returned unchanged for every point space.
     void setPointerLocation(std::optional<Point> location);
     void setWindowFrame(std::uint32_t windowID, std::optional<Rect> frame);
     /// Without, `monitorPointer` returns null.
@@ -41,15 +41,15 @@ class SyntheticDesktop : public platform::Desktop {
     void emitScreen(const platform::ScreenSample& sample);
     void emitSystemAudio(const platform::SoundBuffer& sound);
     void emitMicrophone(const platform::SoundBuffer& sound);
-    /// The stream ends by itself. Told while it runs only.
+    /// The stream ends by itself. Without effect unless it runs.
     void emitStop(const RecorderError& error);
     void emitNotice(const std::string& notice);
     /// The captured display begins here from now on, in the desktop's pixels.
     void emitDisplayOrigin(double hostSeconds, Point pixels);
-    /// To every monitor there is, as it stands.
+    /// Goes unchanged to every pointer monitor.
     void emitPointer(const platform::PointerEvent& event);
 
-    /// Starting or stopping a stream throws this from now on; nothing lets it succeed.
+    /// Starting or stopping a stream throws this from now on; nullopt makes it succeed again.
     void failStart(std::optional<RecorderError> error);
     void failStop(std::optional<RecorderError> error);
     /// Run inside `start` and `stop` of a stream while it counts as running, on the caller's thread: the place to emit

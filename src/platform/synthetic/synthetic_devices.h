@@ -15,10 +15,10 @@
 
 namespace lumivastor::synthetic {
 
-/// A camera, capture card or microphone that is worked by hand, for tests of whatever records from one. Any thread.
+/// A camera, capture card or microphone that a test drives by hand. Any thread.
 class SyntheticDevice {
   public:
-    /// A camera of 640 × 480 without presets and without sound; the calls below make something else of it.
+    /// A camera of 640 × 480 without presets and without sound; the calls below change that.
     explicit SyntheticDevice(platform::CaptureDevice description);
     ~SyntheticDevice();
 
@@ -29,14 +29,14 @@ class SyntheticDevice {
     void setActiveFormat(PixelSize size);
     void setHasVideo(bool hasVideo);
     void setHasAudio(bool hasAudio);
-    /// Opening throws a `RecorderError` that says this; nothing: it works again.
+    /// Opening throws a `RecorderError` with this message; nullopt makes it succeed again.
     void failOpens(std::optional<std::string> message);
-    /// Running begins with an interruption that says this; nothing: it works again.
+    /// Running begins with an interruption with this message; nullopt makes it succeed again.
     void failStarts(std::optional<std::string> message);
-    /// Opening waits until then, as with a device that is slow; an invalid future: it does not.
+    /// Opening waits for the future, like a slow device; an invalid future ends the waiting.
     void holdOpens(std::shared_future<void> until);
 
-    /// The threads that opened it, in order, and those that made a session of it stop running.
+    /// The threads that opened the device, and those that stopped a session of it, in order.
     std::vector<std::thread::id> openedOn() const;
     std::vector<std::thread::id> stoppedOn() const;
 
@@ -50,10 +50,10 @@ class SyntheticDevice {
     /// An opaque picture of `size()` in one grey.
     bool emitPicture(double hostSeconds, std::uint8_t grey = 128);
     bool emitSound(const platform::SoundBuffer& buffer);
-    /// As if the device were unplugged: tells the session, which then gets nothing more.
+    /// As if the device were unplugged: the session reports it and delivers nothing more.
     bool interrupt(const std::string& reason);
-    /// As if it were plugged in again: the session that was interrupted runs again, and is told so. Whether one had
-    /// been.
+    /// As if it were plugged in again: the interrupted session reports it and runs again. Returns whether there was
+    /// one.
     bool comeBack();
 
     /// For `SyntheticCaptureDevices`.

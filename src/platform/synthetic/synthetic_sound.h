@@ -26,20 +26,20 @@ class SyntheticSoundSystem final : public platform::SoundSystem {
     std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
     std::optional<platform::CaptureDevice> defaultMicrophone() override;
 
-    /// Nothing: there is no microphone, and starting one fails.
+    /// nullopt: there is no microphone, and starting one fails.
     void setDefaultMicrophone(std::optional<platform::CaptureDevice> microphone);
-    /// From now on starting this kind throws a `RecorderError` that says `message`; nothing: it works again.
+    /// Starting this kind throws a `RecorderError` with this message from now on; nullopt makes it succeed again.
     void failStarts(Kind kind, std::optional<std::string> message);
 
-    /// Hands `buffer` as it stands to every running source of this kind. Whether there was one.
+    /// Passes `buffer` unchanged to every running source of this kind. Returns whether there was one.
     bool emit(Kind kind, const platform::SoundBuffer& buffer);
-    /// The same with `frames` frames of one value, in the rate and the number of channels that each source was asked
-    /// for.
+    /// The same with `frames` frames of one value, with the rate and the channels that each source was made with.
     bool emit(Kind kind, double hostSeconds, std::size_t frames, float value = 0);
-    /// Tells every running source of this kind that its sound has ended. What is emitted afterwards still arrives, as
-    /// after a server's restart. Whether there was one.
+    /// Ends the sound of every running source of this kind. What is emitted afterwards still arrives, as after a
+    /// server's restart. Returns whether there was a source.
     bool end(Kind kind, const std::string& reason);
-    /// Tells every running source of this kind whose sound has ended that it is back. Whether there was a source.
+    /// Brings the sound back for every running source of this kind for which it has ended. Returns whether any source
+    /// of this kind was running.
     bool comeBack(Kind kind);
 
     /// Sources of this kind that are running at this moment.

@@ -6,7 +6,7 @@
 
 namespace lumivastor::x11 {
 
-// Corner and size are rounded by themselves, as whoever configures the picture's size rounds the size alone.
+// Corner and size are rounded separately, because the capture plan rounds the picture's size alone.
 platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
                                 PixelSize picture) {
     const Rect points = sourceRect.value_or(Rect{0, 0, display.frame.width, display.frame.height});

@@ -11,8 +11,9 @@
 
 namespace lumivastor::x11 {
 
-/// The pixels of the whole desktop that a picture of a display, or of a part of it, shows from its top-left corner on:
-/// never more than the picture holds. May reach over the desktop's edge. `sourceRect` as in `StreamConfiguration`.
+/// The rectangle of the whole desktop, in pixels, that a picture of a display or of a part of it shows. Its corner is
+/// the picture's top-left corner; it is never larger than the picture and may extend beyond the desktop. `sourceRect`
+/// as in `StreamConfiguration`.
 platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
                                 PixelSize picture);
 

@@ -53,7 +53,7 @@ void DisplaySource::update(platform::DamageArea& damage) {
     platform::DamageArea painted;
     if (damage_.isNotified()) {
         for (const platform::PixelRect& rect : damage_.collect()) painted.add(platform::intersection(rect, area_));
-        // A window that made some of this damage by appearing has been told about by now.
+        // The server has reported by now any window whose appearance caused some of this damage.
         readEvents();
     }
     excluded_.update(area_, painted);
@@ -100,7 +100,7 @@ void DisplaySource::followDisplay(platform::DamageArea& damage) {
     }
     const Rect before = display_.pixelFrame();
     const Rect now = found->pixelFrame();
-    // The scale stays: it only tells how many points the recording has, and those are settled.
+    // The scale stays: it only determines the recording's size in points, which is fixed.
     display_.frame = {now.x, now.y, now.width / display_.scale, now.height / display_.scale};
     const platform::PixelRect oldArea = area_;
     const platform::PixelRect oldVisible = visible_;
@@ -129,8 +129,8 @@ bool DisplaySource::paintWithoutExcluded(std::span<const XImageReader::Piece> pi
                                          imaging::BgraPremultipliedBuffer& picture) {
     if (!excluded_.isAnyIn(area_)) {
         if (!reader_.read(connection_.root(), pieces, picture)) return false;
-        // The pixels came behind the events of everything that they show. Unless one of those windows may just have
-        // appeared, that was it, and no other program had to wait.
+        // The pixels arrived after the events of everything that they show. So they are right unless an excluded window
+        // may just have appeared, and no server grab was needed, which would have stopped other programs.
         readEvents();
         if (!excluded_.hasChanged()) return true;
     }

@@ -18,11 +18,11 @@
 
 namespace lumivastor::x11 {
 
-/// Pictures of a display or a part of it, without the windows of some programs. When the display changes its place or
-/// size, the pictures follow its origin; they keep their size, so the content is cut off or ends in black.
+/// Pictures of a display or a part of it, without the windows of some programs. When the display moves or changes its
+/// size, pictures follow its origin and keep their size: content is cut off, or missing content is black.
 class DisplaySource : public PictureSource {
   public:
-    /// Throws `RecorderError` when there is no such display. The connection outlives the source.
+    /// Throws `RecorderError` when the display does not exist. The connection must outlive the source.
     DisplaySource(const XConnection& connection, const platform::DisplayFilter& filter,
                   const platform::StreamConfiguration& configuration, const ScreenScales& environment);
 
@@ -45,7 +45,7 @@ class DisplaySource : public PictureSource {
     const std::optional<Rect> sourceRect_;
     const PixelSize size_;
     platform::Display display_;
-    platform::PixelRect area_;     // of the desktop; the picture's corner is its corner
+    platform::PixelRect area_;     // of the desktop; its corner is the picture's corner
     platform::PixelRect visible_;  // the part of the picture that lies on the desktop
     bool layoutChanged_ = false;
     XDamage damage_;

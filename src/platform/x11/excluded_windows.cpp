@@ -23,7 +23,7 @@ std::vector<std::uint32_t> rootChildren(const XConnection& connection) {
     return {first, first + xcb_query_tree_children_length(reply.get())};
 }
 
-// The window directly on the desktop that holds this one: the frame that a window manager puts around it.
+// The top-level window that contains this one: the frame that a window manager puts around it.
 std::uint32_t topLevelOf(const XConnection& connection, std::uint32_t window) {
     for (int depth = 0; depth < 16; ++depth) {
         const auto reply = xReply(connection, xcb_query_tree_reply, xcb_query_tree(connection, window));
@@ -34,21 +34,21 @@ std::uint32_t topLevelOf(const XConnection& connection, std::uint32_t window) {
     return 0;
 }
 
-// The part of a server's ids that tells clients apart is 0 for the server itself, whose own windows (such as the one
-// above all that compositing managers paint on) are no programs'.
+// The client part of a resource id is 0 for the server's own windows, such as the overlay window of compositing
+// managers. They belong to no program.
 bool isServers(const XConnection& connection, std::uint32_t window) {
     return (window & ~xcb_get_setup(connection)->resource_id_mask) == 0;
 }
 
-// The windows directly on the desktop that hold something of these processes a level or two below: the manager's frames
-// around their windows. Window managers list a window only some time after they framed it, and until then this is the
-// only way to know.
+// The top-level windows that contain a window of these processes one or two levels below: the manager's frames around
+// their windows. Window managers list a window only some time after they framed it, and until then this is the only way
+// to know.
 std::set<std::uint32_t> framesAround(const XConnection& connection, const std::vector<std::uint32_t>& windows,
                                      const std::function<bool(std::uint32_t window)>& isWanted) {
-    // More children than this no frame has.
+    // No frame has more children than this.
     constexpr int kMostChildren = 32;
     std::set<std::uint32_t> frames;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> level;  // a window, and the one on the desktop that holds it
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> level;  // a window and its top-level window
     for (const std::uint32_t window : windows) level.emplace_back(window, window);
     for (int depth = 0; depth < 2; ++depth) {
         std::vector<xcb_query_tree_cookie_t> cookies;
@@ -97,7 +97,7 @@ void ExcludedWindows::handleEvent(const XEvent& event) {
             stackChanged_ = true;
             break;
         case XCB_PROPERTY_NOTIFY:
-            // The manager tells which windows are whose only some time after it took them.
+            // The manager lists its windows only some time after it framed them.
             if (event.as<xcb_property_notify_event_t>().atom == connection_.atom(XAtom::netClientListStacking)) {
                 ownersChanged_ = true;
                 stackChanged_ = true;
@@ -226,7 +226,7 @@ bool ExcludedWindows::isAnyIn(const platform::PixelRect& area) const {
 }
 
 void ExcludedWindows::refresh(const platform::PixelRect& area) {
-    // What is found now, the next update still has to tell as a change of the picture.
+    // The next update must still report what is found now as a change of the picture.
     const bool isNews = hasChanged();
     if (ownersChanged_) findOwners();
     readStack();

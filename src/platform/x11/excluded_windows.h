@@ -18,8 +18,8 @@
 
 namespace lumivastor::x11 {
 
-/// The windows of programs that a display's pictures do not show. Costs nothing while none of them is on the screen.
-/// One thread, the one that reads the connection's events.
+/// The windows of the programs that a display's pictures leave out. Costs nothing while none of them is on the screen.
+/// Only the thread that reads the connection's events.
 class ExcludedWindows {
   public:
     ExcludedWindows(const XConnection& connection, std::vector<platform::RunningApplication> applications);
@@ -27,22 +27,22 @@ class ExcludedWindows {
     ExcludedWindows(const ExcludedWindows&) = delete;
     ExcludedWindows& operator=(const ExcludedWindows&) = delete;
 
-    /// Whether there are programs to leave out at all. Otherwise nothing below needs to be told anything.
+    /// Whether any programs are excluded. If not, the other functions need not be called.
     bool isAsked() const { return !applications_.empty(); }
-    /// Of the root window's structure and properties.
+    /// For events about the root window's structure and properties.
     void handleEvent(const XEvent& event);
     void notifyDamage(std::uint32_t damage);
 
-    /// Finds the windows anew where events told that they changed. Adds to `painted` what was painted beneath them,
-    /// where the screen itself did not change; in the desktop's pixels.
+    /// Looks the windows up again if events reported changes. Adds to `painted` what was painted beneath them without
+    /// changing the screen, in the desktop's pixels.
     void update(const platform::PixelRect& area, platform::DamageArea& painted);
     bool isAnyIn(const platform::PixelRect& area) const;
-    /// Events told something that no update has dealt with.
+    /// Whether events reported changes since the last `update`.
     bool hasChanged() const { return ownersChanged_ || stackChanged_; }
-    /// Finds out where the windows are at this moment, for a reading that follows. The server is grabbed from before
-    /// the events were read until after that.
+    /// Looks up the windows' present places for the read that follows. Grab the server before reading the events, and
+    /// release it after that read.
     void refresh(const platform::PixelRect& area);
-    /// Reads the pieces of the root window as they would look without these windows, all of one moment. False when the
+    /// Reads pieces of the root window as they would look without these windows, all at the same moment. False when the
     /// server refuses.
     bool readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
                      imaging::BgraPremultipliedBuffer& picture);
@@ -65,8 +65,8 @@ class ExcludedWindows {
     const std::vector<platform::RunningApplication> applications_;
     bool ownersChanged_ = true;
     bool stackChanged_ = true;
-    std::set<std::uint32_t> excluded_;  // windows directly on the desktop
-    std::vector<StackedWindow> stack_;  // empty while no excluded one can be seen
+    std::set<std::uint32_t> excluded_;  // top-level windows, children of the root
+    std::vector<StackedWindow> stack_;  // empty while no excluded window is visible
     std::map<std::uint32_t, Touching> touching_;
     std::unique_ptr<Recomposer> recomposer_;
 };

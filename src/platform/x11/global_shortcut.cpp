@@ -31,12 +31,12 @@ std::uint16_t modifiers(const platform::KeyCombination& keys) {
     return static_cast<std::uint16_t>(mask);
 }
 
-// The group is told beside the modifiers of a press.
+// A press carries the group beside the modifiers.
 int groupOf(std::uint16_t state) {
     return state >> 13 & 3;
 }
 
-// The server's keyboard as it was when it was asked.
+// A snapshot of the server's keyboard mapping.
 class Keyboard {
   public:
     explicit Keyboard(const XConnection& connection) {
@@ -72,14 +72,14 @@ class X11Shortcut final : public platform::GlobalShortcut {
         if (grabbed.empty()) throw RecorderError("Die Tastatur hat keine Taste für das Tastenkürzel.");
         if (!wake_.isOpen())
             throw RecorderError("Das Tastenkürzel lässt sich nicht anmelden: zu viele offene Dateien.");
-        // Which group is in force while the keys are pressed is not known now.
+        // The group that will be active when the keys are pressed is not known yet.
         for (const std::uint8_t key : grabbed) {
             for (const std::uint16_t locks : kLocks) grab(key, static_cast<std::uint16_t>(modifiers(keys) | locks));
         }
         thread_ = std::thread([this] { run(); });
     }
     ~X11Shortcut() override {
-        // The server lets go of the keys when the connection ends.
+        // The server releases the keys when the connection ends.
         eventfd_write(wake_.get(), 1);
         thread_.join();
     }

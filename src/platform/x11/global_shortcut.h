@@ -9,10 +9,10 @@
 
 namespace lumivastor::x11 {
 
-/// Takes a combination of keys for this program, on the whole X11 server and in every layout of the keyboard that can
-/// be switched to. `pressed` runs on a thread of the shortcut's
-/// own, once for each press; not after the shortcut is destroyed. An empty display name means the one of the
-/// environment. Throws `RecorderError` when another program has the combination, or the keyboard has no such letter.
+/// Grabs a key combination on the whole X11 server, in every keyboard layout that the user can switch to. `pressed`
+/// runs on the shortcut's own thread ("x11.shortcut"), once for each press, and not after destruction. An empty display
+/// name means the server of DISPLAY. Throws `RecorderError` when another program has the combination, or the keyboard
+/// lacks the letter.
 std::unique_ptr<platform::GlobalShortcut> grabX11Shortcut(const platform::KeyCombination& keys,
                                                           std::function<void()> pressed,
                                                           const std::string& displayName = "");

@@ -12,7 +12,7 @@
 namespace lumivastor::x11 {
 namespace {
 
-// Enough for any resource database in use; what lies behind is not looked at.
+// Enough for any resource database in use; the rest of a longer one is ignored.
 constexpr std::uint32_t kResourceBytes = 256 * 1024;
 
 std::string atomName(const XConnection& connection, std::uint32_t atom) {

@@ -14,19 +14,19 @@ namespace lumivastor::x11 {
 
 struct MonitorList {
     std::vector<platform::Display> displays;  // in the server's order
-    std::uint32_t mainID = 0;                 // the primary one, or else the first; 0 when there is none
+    std::uint32_t mainID = 0;                 // the primary display, or else the first; 0 without displays
 };
 
-/// The monitors as displays. A display's id is the server's number for its name: it stays while the server runs, also
-/// when the monitor is plugged out and in again. A server that knows no monitors has one display, its whole screen.
-/// `environment`: the scales from the environment; what the resource database says is read here.
+/// Lists the monitors as displays. A display's id is the atom of its name: it stays while the server runs, also when
+/// the monitor is unplugged and plugged in again. A server without monitors has one display, its whole screen.
+/// `environment` holds the scales from the environment; those of the resource database are read here.
 MonitorList readMonitors(const XConnection& connection, const ScreenScales& environment);
 
-/// The display with the largest share of these pixels; the main one when there is no such.
+/// The display that holds the largest part of these pixels; the main display when none holds any.
 const platform::Display* displayOf(const MonitorList& monitors, const platform::PixelRect& pixels);
 
-/// A window's content on the whole desktop, in pixels: its inside without the shadow that it draws itself. Nothing when
-/// the window is gone.
+/// A window's content on the whole desktop, in pixels: without border and without a shadow that the window draws
+/// itself. nullopt when the window is gone.
 std::optional<platform::PixelRect> contentPixels(const XConnection& connection, std::uint32_t window);
 
 /// The size of the whole desktop in pixels; all 0 when the server is gone.

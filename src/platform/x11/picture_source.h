@@ -10,24 +10,23 @@
 
 namespace lumivastor::x11 {
 
-/// Where the pictures of a stream come from: a display or a window. One thread.
+/// The source of a stream's pictures: a display or a window. One thread.
 class PictureSource {
   public:
     virtual ~PictureSource() = default;
 
-    /// Deals with what the server has told since the last time. What changed is added to `damage`, in pixels of the
-    /// picture.
+    /// Handles the server's events since the last call, and adds what changed to `damage`, in pixels of the picture.
     virtual void update(platform::DamageArea& damage) = 0;
-    /// There is nothing to take a picture of at the moment.
+    /// Whether there is nothing to capture at the moment, as with a hidden window.
     virtual bool isHidden() const = 0;
-    /// Why there will never be a picture again; nothing while there may be.
+    /// Why no picture can follow, as a German sentence; nullopt while pictures are possible.
     virtual std::optional<std::string> ended() const = 0;
-    /// Where the captured display begins, in the desktop's pixels, when that is news since the last time. Nothing for
-    /// windows.
+    /// The origin of the captured display, in the desktop's pixels, if it changed since the last call. Always nullopt
+    /// for windows.
     virtual std::optional<Point> takeOrigin() = 0;
-    /// Something that the user should read; nothing most of the time. Each once.
+    /// A German sentence for the user, each returned once; nullopt most of the time.
     virtual std::optional<std::string> takeNotice() = 0;
-    /// Brings the damaged part of the picture up to date. False when the server refuses.
+    /// Updates the damaged part of the picture. False when the server refuses.
     virtual bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) = 0;
 };
 

@@ -52,7 +52,7 @@ std::optional<platform::PointerEvent> PointerInterpreter::interpret(const RawPoi
     event.location = space_.pointFromPixel(pixel_);
     switch (raw.kind) {
         case RawPointerEvent::Kind::motion:
-            // The first one tells where the pointer is, even when it has not moved since.
+            // The first event gives the position, even when the pointer has not moved since.
             if (!moved && std::exchange(isPlaced_, true)) return std::nullopt;
             isPlaced_ = true;
             event.type = motionType();

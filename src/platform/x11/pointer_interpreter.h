@@ -13,36 +13,36 @@
 
 namespace lumivastor::x11 {
 
-/// What the server tells about the pointer, before it means anything.
+/// What the server reports about the pointer, not yet interpreted.
 struct RawPointerEvent {
     enum class Kind : std::uint8_t { press, release, motion, scroll };
 
     Kind kind = Kind::motion;
     double hostSeconds = 0;
-    int button = 0;              // presses and releases: the physical one, from 1
-    std::optional<Point> pixel;  // on the whole desktop; nothing where the server does not tell
+    int button = 0;              // presses and releases: the physical button, from 1
+    std::optional<Point> pixel;  // on the whole desktop; nullopt when the server does not report it
     /// Scrolling only, in notches; positive is up and left.
     double notchesX = 0;
     double notchesY = 0;
 };
 
-/// Makes pointer events of what the server tells: knows the user's button mapping, which buttons are held, and where
-/// the pointer was last. One thread.
+/// Turns raw events into pointer events. Knows the user's button mapping, the held buttons and the last position. One
+/// thread.
 class PointerInterpreter {
   public:
     explicit PointerInterpreter(const platform::PointSpace& space) : space_(space) {}
 
-    /// What each physical button means, the first one first; 0 for buttons that are switched off. Without, each means
-    /// itself.
+    /// The logical button of each physical button, from the first on; 0 for disabled buttons. Without a mapping they
+    /// are equal.
     void setMapping(std::vector<std::uint8_t> mapping) { mapping_ = std::move(mapping); }
-    /// Where the pointer is and which of the buttons 1 to 3 are held at the beginning (meanings, not physical buttons).
+    /// The initial position, and which of the logical buttons 1 to 3 are held.
     void begin(Point pixel, std::span<const int> held);
 
-    /// Nothing for what is no event: wheels that come as presses of buttons 4 to 7 (see `scroll`), switched-off
-    /// buttons, and motion that does not move.
+    /// nullopt for what is no event of its own: presses of the wheel's buttons 4 to 7 (see `wheelPress`), disabled
+    /// buttons, and motion to the same place.
     std::optional<platform::PointerEvent> interpret(const RawPointerEvent& raw);
 
-    /// A press of the wheel's buttons 4 to 7 as scrolling by one notch; nothing for other buttons.
+    /// A press of the wheel's buttons 4 to 7 as scrolling by one notch; nullopt for other buttons.
     std::optional<RawPointerEvent> wheelPress(int button, double hostSeconds) const;
 
   private:
@@ -51,25 +51,25 @@ class PointerInterpreter {
 
     const platform::PointSpace space_;
     std::vector<std::uint8_t> mapping_;
-    std::vector<int> held_;  // in the order of their presses; the first one drags
+    std::vector<int> held_;  // in the order of their presses; the first one determines the drag
     Point pixel_;
     bool isPlaced_ = false;
 };
 
-/// What the scroll axes of the devices tell.
+/// Turns values of the devices' scroll axes into notches.
 class ScrollAxes {
   public:
     struct Axis {
         int number = 0;  // of the valuator
         bool isHorizontal = false;
-        double increment = 1;  // of one notch; negative where the axis counts the other way
+        double increment = 1;  // of one notch; negative for axes in the other direction
     };
 
     void setDevice(int device, std::vector<Axis> axes) { devices_[device] = std::move(axes); }
     void clear() { devices_.clear(); }
     bool knows(int device) const { return devices_.contains(device); }
 
-    /// How many notches (right, down) the valuators with these numbers and values scroll on a device.
+    /// The notches (right, down) by which a device scrolls with these valuators, given as number and value.
     std::pair<double, double> notches(int device, std::span<const std::pair<int, double>> valuators) const;
 
   private:

@@ -72,7 +72,7 @@ void Recomposer::paintBackground(const platform::PixelRect& part, std::uint32_t 
     std::uint32_t named = 0;
     if (pixmap == 0 && !composited_) {
         makeBackdrop();
-        // Its background is the root's, painted anew: the root's may have changed.
+        // Its background is the root's. Cleared each time, because the root's may have changed.
         xcb_clear_area(connection_, 0, backdrop_, to16(part.x), to16(part.y), toSize(part.width), toSize(part.height));
         named = connection_.makeId();
         xcb_composite_name_window_pixmap(connection_, backdrop_, named);
@@ -97,7 +97,7 @@ void Recomposer::paintBackground(const platform::PixelRect& part, std::uint32_t 
 void Recomposer::paintWindow(const platform::PixelRect& part, const StackedWindow& window, std::uint32_t target) {
     const auto format = formats_.find(window.visual);
     if (format == formats_.end()) return;
-    // The shape counts from the window's inside, its picture from its border's corner.
+    // The shape's origin is the window's inside, the pixmap's origin the corner of its border.
     const std::uint32_t shape = connection_.makeId();
     xcb_xfixes_create_region_from_window(connection_, shape, window.id, XCB_SHAPE_SK_BOUNDING);
     xcb_xfixes_translate_region(connection_, shape, to16(window.outside.x + window.border - part.x),
@@ -119,7 +119,7 @@ void Recomposer::paintWindow(const platform::PixelRect& part, const StackedWindo
     xcb_xfixes_set_picture_clip_region(connection_, target, XCB_NONE, 0, 0);
 }
 
-// The picture that the desktop's background programs leave for others; 0 when there is none.
+// The pixmap that background programs publish for others (_XROOTPMAP_ID); 0 when there is none.
 std::uint32_t Recomposer::rootPixmap() const {
     const auto ids = readProperty(connection_, connection_.root(), connection_.atom(XAtom::rootPixmap)).numbers();
     if (ids.size() != 1) return 0;

@@ -10,9 +10,9 @@
 
 namespace lumivastor::x11 {
 
-/// Paints parts of the desktop from the windows' own pictures, leaving out the excluded ones, as the server itself
-/// would show them. What a window looks like where it is covered, only its redirected picture tells; whoever calls has
-/// seen to that. One thread.
+/// Composes parts of the desktop from the windows' own pixmaps, without the excluded windows, as the server would show
+/// them. The caller must have redirected windows that are covered: only a redirected pixmap has covered pixels. One
+/// thread.
 class Recomposer {
   public:
     explicit Recomposer(const XConnection& connection);
@@ -20,11 +20,11 @@ class Recomposer {
     Recomposer(const Recomposer&) = delete;
     Recomposer& operator=(const Recomposer&) = delete;
 
-    /// A pixmap with the part of the desktop, for the caller to free; its corner is the part's corner. The stack is
-    /// from the back to the front. The server is grabbed meanwhile.
+    /// Returns a pixmap of the part of the desktop; its corner is the part's corner, and the caller frees it. `stack`
+    /// goes from back to front. The caller must hold a server grab.
     std::uint32_t paint(const platform::PixelRect& part, std::span<const StackedWindow> stack);
 
-    /// Our own helper behind all windows, which no stack should hold; 0 while there is none.
+    /// Our own helper window behind all others, which must not be in the stack; 0 while there is none.
     std::uint32_t backdrop() const { return backdrop_; }
 
   private:

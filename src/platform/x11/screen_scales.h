@@ -9,25 +9,25 @@
 
 namespace lumivastor::x11 {
 
-/// How many pixels a point is wide on each monitor: the same that the toolkit of this program's windows works with, or
-/// what users draw on the screen would be recorded somewhere else. The rules are those of Qt 6 without rounding.
+/// Pixels per point for each monitor. They must equal the window toolkit's scales, or a region that a user draws would
+/// be recorded in the wrong place. The rules are those of Qt 6 without rounding.
 struct ScreenScales {
     /// By monitor name, from the environment.
     std::map<std::string, double, std::less<>> byName;
-    /// By the monitors' order, from the environment; 0 for those it leaves out.
+    /// By the monitors' order, from the environment; 0 for monitors without a scale.
     std::vector<double> byOrder;
     /// Multiplied on top of everything, from the environment.
     double factor = 1;
-    /// Of the resource database; nothing where it says nothing.
+    /// From the resource database; nullopt when not set there.
     std::optional<int> dotsPerInch;
 
     double scaleOf(std::string_view monitor, std::size_t index) const;
 };
 
-/// From the values of QT_SCREEN_SCALE_FACTORS and QT_SCALE_FACTOR. What cannot be read counts as not given.
+/// Parses the values of QT_SCREEN_SCALE_FACTORS and QT_SCALE_FACTOR. Malformed parts count as not given.
 ScreenScales parseScales(std::string_view screenFactors, std::string_view factor);
 
-/// The setting Xft.dpi in the text of a resource database; nothing when it is not there or not a sensible number.
+/// The setting Xft.dpi in the text of a resource database; nullopt when missing or not a sensible number.
 std::optional<int> parseDotsPerInch(std::string_view resources);
 
 }  // namespace lumivastor::x11

@@ -7,9 +7,9 @@
 namespace lumivastor::x11 {
 namespace {
 
-constexpr double kRound = 4294967.296;  // seconds until 32 bits of milliseconds begin again
+constexpr double kRound = 4294967.296;  // seconds until 32 bits of milliseconds wrap
 
-// The distance from `near` to the closest moment at which the server's counter shows this.
+// The distance from `near` to the closest time at which the server's counter has this value.
 double distanceFrom(double near, std::uint32_t serverMilliseconds) {
     return std::remainder(serverMilliseconds / 1000.0 - near, kRound);
 }

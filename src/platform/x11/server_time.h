@@ -5,16 +5,16 @@
 
 namespace lumivastor::x11 {
 
-/// Turns the server's times, milliseconds in 32 bits that begin again after 49.7 days, into host clock seconds. On the
-/// usual servers both count from the same moment; others are off by a fixed distance that is measured once.
+/// Converts the server's times, 32-bit milliseconds that wrap after 49.7 days, to host clock seconds. Most servers use
+/// the host clock; for others the offset is measured once.
 class ServerTime {
   public:
-    /// The server said `serverMilliseconds` between these two host times (seconds).
+    /// The server reported `serverMilliseconds` between these two host times (seconds).
     ServerTime(std::uint32_t serverMilliseconds, double hostBefore, double hostAfter);
 
-    /// Of an event that arrived at `hostNow`; never later than that.
+    /// The host time of an event that arrived at `hostNow`; never later than `hostNow`.
     double hostSeconds(std::uint32_t serverMilliseconds, double hostNow) const;
-    /// What the server's clock is ahead, seconds; 0 when it is the host clock itself.
+    /// Seconds by which the server's clock is ahead of the host clock; 0 when they are the same.
     double offset() const { return offset_; }
 
   private:

@@ -7,7 +7,7 @@ namespace lumivastor::x11 {
 
 namespace {
 
-// Only of these is it known which columns are theirs.
+// Only for these groups are the columns known.
 constexpr int kPlainGroups = 2;
 constexpr int kGroupColumns = 2;
 

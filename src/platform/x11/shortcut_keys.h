@@ -10,8 +10,8 @@
 
 namespace lumivastor::x11 {
 
-/// The symbols of each key as the server tells them: `columns` for each, the first key's first. The first two columns
-/// are those of the first group (layout), the next two those of the second; what follows mixes further ones.
+/// The server's symbols of each key: `columns` for each key, starting with the first key. The first two columns belong
+/// to the first group (layout), the next two to the second; the rest mixes further groups.
 struct KeyboardMapping {
     std::span<const std::uint32_t> symbols;
     int columns = 0;
@@ -21,8 +21,8 @@ struct KeyboardMapping {
 /// All keys that type the letter (A...Z) in any group.
 std::vector<std::uint8_t> keysFor(const KeyboardMapping& mapping, char letter);
 
-/// Whether a press of `key`, one of those, means the letter while this group (0 to 3) is in force: where the group has
-/// the letter on another key, that one does; where it has no such letter, as layouts of other scripts, every one of
+/// Whether a press of `key`, one of `keysFor`, means the letter while this group (0 to 3) is active. If the group has
+/// the letter, only the key with that letter does; if it lacks the letter, like layouts of other scripts, every one of
 /// them does.
 bool meansLetter(const KeyboardMapping& mapping, std::uint8_t key, int group, char letter);
 

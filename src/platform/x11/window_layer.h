@@ -7,8 +7,8 @@
 
 namespace lumivastor::x11 {
 
-/// The layer of a window (`Window::layer`) from what it says about itself: its types, the one it would like best first,
-/// and its states.
+/// The layer of a window (`Window::layer`) by its _NET_WM_WINDOW_TYPE list, preferred type first, and its _NET_WM_STATE
+/// list.
 int windowLayer(std::span<const XAtom> types, std::span<const XAtom> states);
 
 }  // namespace lumivastor::x11

@@ -14,13 +14,13 @@
 namespace lumivastor::x11 {
 namespace {
 
-// More windows than any desktop has; what a faulty manager claims beyond is not looked at.
+// More windows than any desktop has; further ones that a faulty manager lists are ignored.
 constexpr std::uint32_t kListBytes = 4 * 4096;
 constexpr std::uint32_t kStateIconic = 3;
 constexpr std::uint32_t kStateWithdrawn = 0;
 
-// Whether the manager that the root window names is still there: a manager's own window can outlive it, and then names
-// itself no longer.
+// Whether the manager that the root window names still runs. Its window can outlive it, but then no longer refers to
+// itself.
 bool hasManager(const XConnection& connection) {
     const auto check = connection.atom(XAtom::netSupportingWmCheck);
     const auto named = readProperty(connection, connection.root(), check).numbers();
@@ -80,7 +80,7 @@ std::optional<platform::RunningApplication> applicationFrom(const XProperty& wmC
     platform::RunningApplication application;
     application.bundleIdentifier = className(wmClass.text());
     application.processId = processOfClient;
-    // What the window claims; it may be anything, and belong to another machine.
+    // The window's own claim: it may be wrong, or mean a process of another machine.
     if (const auto claimed = process.numbers(); application.processId == 0 && claimed.size() == 1) {
         application.processId = static_cast<int>(claimed.front());
     }
@@ -90,7 +90,7 @@ std::optional<platform::RunningApplication> applicationFrom(const XProperty& wmC
     return application;
 }
 
-// Takes all answers, whatever they are: each that stays untaken would be kept for ever.
+// Fetches all replies, even useless ones: the library would keep an unfetched reply for ever.
 std::optional<platform::Window> takeAnswer(const XConnection& connection, const WindowQuestion& question,
                                            const MonitorList& monitors, const ClientProcesses& processes) {
     const auto attributes = xReply(connection, xcb_get_window_attributes_reply, question.attributes);

@@ -14,23 +14,23 @@
 
 namespace lumivastor::x11 {
 
-/// The ids of the programs' windows from front to back: those that the window manager manages, or all that are on the
-/// screen where there is no manager.
+/// The ids of the programs' windows from front to back: those that the window manager lists, or without a manager all
+/// mapped ones.
 std::vector<std::uint32_t> readClientWindows(const XConnection& connection);
 
-/// Windows that can be seen, from front to back, with everything that is known about them.
+/// The visible windows from front to back, with all their properties.
 std::vector<platform::Window> readWindows(const XConnection& connection, const MonitorList& monitors);
 
 /// The programs that own windows, each once, in the order of their first windows.
 std::vector<platform::RunningApplication> applicationsOf(const std::vector<platform::Window>& windows);
 
-/// Which process each of the server's clients belongs to, by the bits that all ids of a client share. Empty where the
-/// server does not tell.
+/// The process of each of the server's clients, by the bits that all resource ids of a client share. Empty when the
+/// server does not support this.
 class ClientProcesses {
   public:
     explicit ClientProcesses(const XConnection& connection);
 
-    /// 0 when it is not known.
+    /// 0 when unknown.
     int processOf(std::uint32_t resource) const;
 
   private:
@@ -38,7 +38,7 @@ class ClientProcesses {
     std::map<std::uint32_t, int> processes_;
 };
 
-/// The class half of a window's WM_CLASS property; nothing when it has none.
+/// The class part of a WM_CLASS property; nullopt when it has none.
 std::optional<std::string> className(std::string_view property);
 
 }  // namespace lumivastor::x11

@@ -8,8 +8,8 @@
 
 namespace lumivastor::x11 {
 
-/// A window's inside without the shadow that it draws around its content itself. `extents`: left, right, top and bottom
-/// as the window tells them; anything that leaves no content counts as no shadow.
+/// A window's inside without the shadow that it draws around its content. `extents` are the window's left, right, top
+/// and bottom, in pixels; values that leave no content count as no shadow.
 platform::PixelRect withoutShadow(const platform::PixelRect& inside, std::span<const std::uint32_t> extents);
 
 }  // namespace lumivastor::x11

@@ -80,7 +80,7 @@ void WindowSource::handleEvent(const XEvent& event) {
             break;
         case XCB_CONFIGURE_NOTIFY: {
             const auto& configure = event.as<xcb_configure_notify_event_t>();
-            // Moving keeps the window's picture.
+            // Moving keeps the window's pixmap.
             const bool isResized = configure.width != inside_.width || configure.height != inside_.height ||
                                    configure.border_width != inside_.x;
             if (configure.window == window_ && isResized) placeChanged_ = true;
@@ -115,8 +115,8 @@ void WindowSource::update(platform::DamageArea& damage) {
     }
 }
 
-// The pixmap is a new one after each change of size and each time the window appears. Naming it fails while the window
-// is not on the screen, and that is how one finds out.
+// The window gets a new pixmap after each change of size and each time it is mapped. Naming the pixmap fails while the
+// window is unmapped; that is how this is detected.
 void WindowSource::takePixmap() {
     dropPixmap();
     const std::uint32_t named = connection_.makeId();

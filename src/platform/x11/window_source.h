@@ -17,12 +17,12 @@
 
 namespace lumivastor::x11 {
 
-/// Pictures of one window's content, also while it is covered or partly off the screen. A window that changes its size
-/// keeps its top-left corner in the picture's; what the picture does not hold is cut off, what the window does not fill
-/// is black.
+/// Pictures of one window's content, also while it is covered or partly off the screen. The window's top-left corner is
+/// always the picture's. After a change of size, content that does not fit is cut off, and the rest of the picture is
+/// black.
 class WindowSource : public PictureSource {
   public:
-    /// Throws `RecorderError` when there is no such window. The connection outlives the source.
+    /// Throws `RecorderError` when the window does not exist. The connection must outlive the source.
     WindowSource(const XConnection& connection, std::uint32_t window,
                  const platform::StreamConfiguration& configuration);
     ~WindowSource() override;
@@ -50,7 +50,7 @@ class WindowSource : public PictureSource {
     XImageReader reader_;
     std::vector<std::uint32_t> ancestors_;  // between the window and the desktop
     std::uint32_t pixmap_ = 0;              // 0 while the window is not on the screen
-    platform::PixelRect content_;           // of the pixmap: what the picture shows, no more than it holds
+    platform::PixelRect content_;           // of the pixmap: what the picture shows, at most its size
     platform::PixelRect inside_;            // of the pixmap: without the border
     bool placeChanged_ = true;
     std::optional<std::string> ended_;

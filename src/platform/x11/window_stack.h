@@ -10,7 +10,7 @@
 
 namespace lumivastor::x11 {
 
-/// A window directly on the desktop as it stands in the stack. Whole desktop's pixels.
+/// A top-level window in stacking order. Coordinates are pixels of the whole desktop.
 struct StackedWindow {
     std::uint32_t id = 0;
     platform::PixelRect outside;  // with its border
@@ -21,13 +21,12 @@ struct StackedWindow {
     bool operator==(const StackedWindow&) const = default;
 };
 
-// The stack is given from the back to the front and holds what can be seen only.
+// Stacks go from back to front and hold only visible windows.
 
-/// Where excluded windows cover a part of `area`.
+/// The parts of `area` that excluded windows cover.
 platform::DamageArea excludedParts(std::span<const StackedWindow> stack, const platform::PixelRect& area);
 
-/// The windows, below and above, that a picture without the excluded ones is put together from where those are, within
-/// `area`; in the stack's order.
+/// The windows, below and above, from which the parts of `area` under excluded windows are composed; in stacking order.
 std::vector<StackedWindow> windowsAtExcluded(std::span<const StackedWindow> stack, const platform::PixelRect& area);
 
 }  // namespace lumivastor::x11

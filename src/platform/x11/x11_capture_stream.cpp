@@ -129,7 +129,7 @@ bool X11CaptureStream::waitUntil(double hostSeconds) {
     return !wake_.wait_until(hold, moment, [this] { return isStopping_; });
 }
 
-// A picture's time is that before its first request: it shows everything that was painted until then.
+// A picture's time is taken before its first request, so it shows everything that was painted before.
 void X11CaptureStream::tick() {
     const double now = hostClockSeconds();
     update(now);
@@ -148,7 +148,7 @@ void X11CaptureStream::update(double now) {
     if (const auto origin = source_->takeOrigin(); origin && origin_) origin_(now, *origin);
 }
 
-// The last picture once more gives the recording its whole length.
+// Repeating the last picture gives the recording its whole length.
 void X11CaptureStream::finish() {
     const double now = hostClockSeconds();
     const bool canTake = ended_.empty() && !connection_->isBroken() && store_->canTake();
@@ -187,11 +187,11 @@ void X11CaptureStream::takePicture(Decision decision, platform::FramePacer::Situ
         return;
     }
     if (picture) {
-        // Painted again, and nothing is different.
+        // Repainted without a change.
         situation.changed = false;
     } else {
-        // A window has gone or the screen has shrunk between update and request. The next update tells; until then the
-        // last picture holds.
+        // A window has gone or the screen has shrunk between update and request. The next update reports it; until then
+        // the last picture stays.
         situation.hidden = true;
     }
     act(decision, situation);

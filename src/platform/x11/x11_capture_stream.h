@@ -20,7 +20,8 @@
 
 namespace lumivastor::x11 {
 
-/// Pictures of an X11 desktop, taken on a thread and over a connection of its own, and sound from the sound system.
+/// Pictures of an X11 desktop, taken on the stream's own thread ("x11.capture") and connection, and sound from the
+/// sound system.
 class X11CaptureStream : public platform::CaptureStream {
   public:
     X11CaptureStream(std::string displayName, const ScreenScales& environment,
@@ -46,7 +47,7 @@ class X11CaptureStream : public platform::CaptureStream {
     void tick();
     void finish();
     void update(double now);
-    /// What the pacer decides: at a tick or at the stop.
+    /// A decision of the pacer: at a tick or at the stop.
     using Decision = platform::FramePacer::Action (platform::FramePacer::*)(const platform::FramePacer::Situation&);
     void act(Decision decision, const platform::FramePacer::Situation& situation);
     void takePicture(Decision decision, platform::FramePacer::Situation situation);
@@ -65,14 +66,14 @@ class X11CaptureStream : public platform::CaptureStream {
     std::function<void(const std::string&)> notice_;
     std::function<void(double, Point)> origin_;
 
-    // Set up by `start`, then the thread's.
+    // Set up by `start`; afterwards only the thread uses them.
     std::unique_ptr<XConnection> connection_;
     std::unique_ptr<PictureSource> source_;
     std::unique_ptr<platform::PictureStore> store_;
     platform::FramePacer pacer_;
     platform::DamageArea pending_;  // what changed since the last picture
     std::string ended_;             // why the stream ended by itself
-    // Samples in the queue. Shared with the work that waits there.
+    // The number of samples in the queue. Shared with the posted work.
     const std::shared_ptr<std::atomic<int>> waiting_ = std::make_shared<std::atomic<int>>(0);
 
     std::mutex lock_;

@@ -35,7 +35,7 @@ RecorderError brokenConnection() {
     return RecorderError("Die Verbindung zum Bildschirm ist abgerissen.");
 }
 
-/// One connection for questions; streams and monitors have their own.
+/// The connection serves queries only; streams and monitors have their own.
 class X11Desktop : public platform::Desktop {
   public:
     X11Desktop(std::shared_ptr<platform::SoundSystem> sound, std::string displayName)
@@ -125,8 +125,8 @@ class X11Desktop : public platform::Desktop {
     }
 
   private:
-    // One question at a time. Afterwards nothing may lie in the queue of events: nobody reads those that the server
-    // sends to everybody.
+    // One request at a time. Empties the event queue afterwards, because the server sends some events to every client
+    // and nothing else reads them here.
     class Question {
       public:
         explicit Question(X11Desktop& desktop) : desktop_(desktop), order_(desktop.lock_) {}

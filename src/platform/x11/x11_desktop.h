@@ -9,9 +9,9 @@
 
 namespace lumivastor::x11 {
 
-/// The desktop of an X11 server. `sound` may be null where no stream will ask for sound; an empty name means the server
-/// that the environment names. Reads scales from the environment, so it is called before other threads change that.
-/// Throws `RecorderError` when there is no such server.
+/// Opens the desktop of an X11 server. `sound` may be null if no stream will record sound; an empty name means the
+/// server of DISPLAY. Reads scales from the environment, so call it while no other thread changes that. Throws
+/// `RecorderError` when the server cannot be reached.
 std::unique_ptr<platform::Desktop> openX11Desktop(std::shared_ptr<platform::SoundSystem> sound,
                                                   std::string displayName = "");
 

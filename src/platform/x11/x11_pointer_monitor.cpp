@@ -20,15 +20,15 @@
 namespace lumivastor::x11 {
 namespace {
 
-// Seconds for which events are gathered before they are told: making sure that nothing earlier is missing costs the
-// server two answers, which at a thousand events a second should not be asked for each. Times stay what they are.
+// Seconds for which events are gathered before they are reported: making sure that nothing earlier is missing takes two
+// replies of the server, too many for each of a thousand events a second. The events' times are not affected.
 constexpr double kGather = 0.005;
 // How long the server may take to begin recording.
 constexpr int kBeginMilliseconds = 5000;
-// The flag of raw events that the server made up of smooth scrolling.
+// The flag of raw events that the server derives from smooth scrolling.
 constexpr std::uint32_t kEmulated = XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED;
 
-// The difference of two times is small, also where the counter begins again.
+// The difference of two times is small, also where the counter wraps.
 bool isEarlier(std::uint32_t a, std::uint32_t b) {
     return static_cast<std::int32_t>(a - b) < 0;
 }
@@ -47,7 +47,7 @@ ServerTime measureTime(const XConnection& connection) {
     const double before = hostClockSeconds();
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, connection.atom(XAtom::timeProbe), XCB_ATOM_INTEGER,
                         8, 0, nullptr);
-    // An answer to a later request: the event lies before it in the queue.
+    // A reply to a later request: the event precedes it in the queue.
     connection.waitForServer();
     const double after = hostClockSeconds();
     std::uint32_t time = 0;
@@ -100,7 +100,7 @@ void X11PointerMonitor::beginRecord() {
     if (error || control_.isBroken()) throw RecorderError("Der Bildschirmserver lässt den Mauszeiger nicht verfolgen.");
     recordSequence_ = xcb_record_enable_context(data_, context_).sequence;
     data_.flush();
-    // The first answer says that recording has begun.
+    // The first reply confirms that recording has begun.
     pollfd readable{xcb_get_file_descriptor(data_), POLLIN, 0};
     void* reply = nullptr;
     xcb_generic_error_t* failure = nullptr;
@@ -127,7 +127,7 @@ void X11PointerMonitor::selectRawEvents() {
     for (const Selection* selection : {&raw, &devices}) {
         const XOwned<xcb_generic_error_t> refused(xcb_request_check(
             control_, xcb_input_xi_select_events_checked(control_, control_.root(), 1, &selection->head)));
-        // Without, wheels are known by their buttons alone.
+        // Without raw events, wheels are known by their buttons alone.
         if (refused) Log::write("Pointer", "Rohereignisse lassen sich nicht verfolgen");
     }
     readScrollAxes();
@@ -175,7 +175,7 @@ void X11PointerMonitor::run() {
     nameThisThread("x11.pointer");
     const BrokenPipeGuard guard;
     for (;;) {
-        // What the library has read while it waited for something else makes no descriptor readable.
+        // Events that the library read while it waited for a reply do not make the descriptor readable.
         const bool isRecording = readRecord();
         readRaw();
         const bool hasWaiting = !waiting_.empty();
@@ -198,9 +198,9 @@ bool X11PointerMonitor::wait(bool hasWaiting) {
     return (sources[0].revents & POLLIN) == 0;
 }
 
-// Tells what has arrived. The server writes to its programs in turn, so an event can have arrived while an earlier one
-// is on its way over the other connection. The first answer comes when both have been made, the second when both have
-// been written.
+// Reports what has arrived. The server writes to its clients in turn, so an event may arrive while an earlier one is
+// still on its way over the other connection. At the first reply both events have been generated, at the second both
+// have been written.
 void X11PointerMonitor::settle() {
     const std::uint32_t last =
         std::max_element(waiting_.begin(), waiting_.end(), [](const Waiting& a, const Waiting& b) {
@@ -222,7 +222,7 @@ bool X11PointerMonitor::readRecord() {
         const XOwned<xcb_record_enable_context_reply_t> reply(static_cast<xcb_record_enable_context_reply_t*>(answer));
         std::free(failure);
         if (!reply) return false;
-        // Category 0 is what came from the devices; the others mark beginning and end.
+        // Category 0 holds the devices' events; the others mark beginning and end.
         if (reply->category != 0) continue;
         takeRecorded(xcb_record_enable_context_data(reply.get()), xcb_record_enable_context_data_length(reply.get()));
     }

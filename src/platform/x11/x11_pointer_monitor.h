@@ -14,14 +14,14 @@
 
 namespace lumivastor::x11 {
 
-/// Watches the pointer on a thread of its own, over two connections: one that the server's record extension fills with
-/// what all devices did, with positions in the whole desktop, and one for the input extension's raw events, which alone
-/// tell smooth scrolling. Both carry the server's times; nothing is told before it is certain that nothing earlier is
-/// still on its way over the other connection.
+/// Watches the pointer on its own thread ("x11.pointer") over two connections: one delivers the record extension's
+/// events of all devices, with positions on the whole desktop; the other delivers the input extension's raw events, the
+/// only ones with smooth scrolling. Both carry server times. An event is reported only when no earlier one can still
+/// arrive over the other connection.
 class X11PointerMonitor : public platform::PointerMonitor {
   public:
-    /// Everything that the pointer does after this returned is told. Throws `RecorderError` when the server does not
-    /// let programs watch the pointer.
+    /// Events from the constructor's return on are reported. Throws `RecorderError` when the server does not allow
+    /// programs to watch the pointer.
     X11PointerMonitor(const std::string& displayName, const platform::PointSpace& space,
                       platform::PointerEventHandler handler);
     ~X11PointerMonitor() override;
@@ -33,11 +33,11 @@ class X11PointerMonitor : public platform::PointerMonitor {
         std::uint32_t serverTime = 0;
         RawPointerEvent event;
     };
-    // What raw events tell about a wheel's button that the record extension tells, too.
+    // A raw event of a wheel's button, which the record extension reports, too.
     struct WheelPress {
         std::uint32_t serverTime = 0;
         int button = 0;
-        bool isEmulated = false;  // made up by the server of smooth scrolling, which comes by itself
+        bool isEmulated = false;  // derived by the server from smooth scrolling, which is reported separately
     };
 
     void beginRecord();
@@ -59,7 +59,7 @@ class X11PointerMonitor : public platform::PointerMonitor {
 
     const platform::PointerEventHandler handler_;
     XConnection control_;  // requests and raw events
-    XConnection data_;     // what is recorded
+    XConnection data_;     // the record extension's events
     const ServerTime time_;
     std::uint32_t context_ = 0;
     unsigned recordSequence_ = 0;

@@ -5,7 +5,7 @@
 
 namespace lumivastor::x11 {
 
-/// The words of the window managers' conventions that this program speaks.
+/// The atoms of the window managers' conventions (EWMH, ICCCM) that this program uses.
 enum class XAtom {
     netSupportingWmCheck,
     netClientListStacking,

@@ -64,7 +64,7 @@ BrokenPipeGuard::BrokenPipeGuard() : wasPending_(isBrokenPipePending()) {
 
 BrokenPipeGuard::~BrokenPipeGuard() {
     const sigset_t set = brokenPipe();
-    // What was raised meanwhile is ours to swallow.
+    // Consumes a SIGPIPE that was raised meanwhile.
     if (!wasPending_ && isBrokenPipePending()) {
         const timespec now{};
         sigtimedwait(&set, nullptr, &now);
@@ -120,7 +120,7 @@ std::uint32_t XConnection::makeId() const {
     return xcb_generate_id(connection_);
 }
 
-// Some extensions answer nothing else before they were told which version is spoken.
+// Some extensions fail all requests until the client has sent its version.
 void XConnection::negotiate() {
     xcb_extension_t* const wanted[] = {&xcb_damage_id, &xcb_composite_id, &xcb_xfixes_id, &xcb_render_id,
                                        &xcb_shm_id,    &xcb_randr_id,     &xcb_res_id,    &xcb_record_id,
@@ -130,7 +130,7 @@ void XConnection::negotiate() {
         const auto* data = xcb_get_extension_data(connection_, &one);
         return data != nullptr && data->present != 0 ? data : nullptr;
     };
-    // The regions of XFIXES are what DAMAGE and RENDER work with, so it comes first.
+    // XFIXES comes first because DAMAGE and RENDER use its regions.
     if (present(xcb_xfixes_id) != nullptr) {
         hasFixes_ =
             xReply(connection_, xcb_xfixes_query_version_reply, xcb_xfixes_query_version(connection_, 4, 0)) != nullptr;

@@ -16,24 +16,24 @@ namespace lumivastor::x11 {
 struct FreeDelete {
     void operator()(void* memory) const { std::free(memory); }
 };
-/// What the server answered or told; freed by the owner.
+/// A reply or event of the server; the owner frees it.
 template <typename T>
 using XOwned = std::unique_ptr<T, FreeDelete>;
 
-/// Waits for the answer to a request: `fetch` is the library's reply function for its cookie. Null on any error, also
+/// Waits for the reply to a request. `fetch` is the library's reply function for its cookie. Null on any error, also
 /// when the server is gone.
 template <typename Reply, typename Cookie, typename Error>
 XOwned<Reply> xReply(xcb_connection_t* connection, Reply* (*fetch)(xcb_connection_t*, Cookie, Error**), Cookie cookie) {
     return XOwned<Reply>(fetch(connection, cookie, nullptr));
 }
 
-/// Something that the server told without being asked.
+/// An event, or the error of a request without reply.
 class XEvent {
   public:
     explicit XEvent(void* memory) : memory_(memory) {}
 
     explicit operator bool() const { return memory_ != nullptr; }
-    /// Without the mark of those that other programs send; 0 for errors.
+    /// Without the bit that marks events sent by other programs; 0 for errors.
     int type() const { return *static_cast<const std::uint8_t*>(memory_.get()) & 0x7f; }
     /// As the library's structure for its type.
     template <typename T>
@@ -45,8 +45,8 @@ class XEvent {
     XOwned<void> memory_;
 };
 
-/// While it lives, a write to a server that has gone is an error and not the end of the process: the library writes to
-/// its socket without asking for that. For one thread, nothing else in the process changes.
+/// While it lives, writing to the socket of a lost server is an error instead of a SIGPIPE that ends the process; the
+/// library itself does not suppress the signal. Affects only the calling thread.
 class BrokenPipeGuard {
   public:
     BrokenPipeGuard();
@@ -59,11 +59,11 @@ class BrokenPipeGuard {
     bool wasPending_ = false;
 };
 
-/// One connection to an X server, with the extensions negotiated and the words interned. The library makes requests
-/// from several threads safe; who reads events says so itself.
+/// One connection to an X server, with extensions negotiated and atoms interned. Any thread may send requests; only one
+/// thread may read events.
 class XConnection {
   public:
-    /// An empty name means the one of the environment. Throws `RecorderError` when there is no such server.
+    /// An empty name means the server of DISPLAY. Throws `RecorderError` when the server cannot be reached.
     explicit XConnection(const std::string& displayName);
     ~XConnection();
     XConnection(const XConnection&) = delete;
@@ -72,12 +72,12 @@ class XConnection {
     // NOLINTNEXTLINE(google-explicit-constructor): every call of the library takes one
     operator xcb_connection_t*() const { return connection_; }
 
-    /// The server is gone. Nothing is answered any more then.
+    /// Whether the server is gone; all requests fail then.
     bool isBroken() const;
     void flush() const;
-    /// The next event that has arrived, if any; never waits. Errors of requests that nobody waits for come here, too.
+    /// The next event that has arrived, if any; never waits. Also returns the errors of requests without reply.
     XEvent nextEvent() const;
-    /// Waits until the server has dealt with everything that was asked. Events that it told before have then arrived.
+    /// Waits until the server has processed all requests. Events that it sent before have then arrived.
     void waitForServer() const;
 
     std::uint32_t root() const { return root_; }
@@ -85,11 +85,11 @@ class XConnection {
     int rootDepth() const { return rootDepth_; }
     std::uint32_t makeId() const;
     std::uint32_t atom(XAtom name) const { return atoms_[static_cast<std::size_t>(name)]; }
-    /// Pictures in the form that this program takes: 32 bits a pixel in the order blue, green, red.
+    /// Whether pictures have the only pixel format that this program reads: 32 bits, blue, green, red in memory order.
     bool hasUsualPixels() const { return hasUsualPixels_; }
 
     bool hasDamage() const { return damageEvent_ != 0; }
-    /// The type of the extension's first event.
+    /// The type of the damage extension's first event.
     std::uint8_t damageEvent() const { return damageEvent_; }
     bool hasComposite() const { return hasComposite_; }
     bool hasFixes() const { return hasFixes_; }
@@ -99,7 +99,7 @@ class XConnection {
     std::uint8_t randrEvent() const { return randrEvent_; }
     bool hasClientIds() const { return hasClientIds_; }
     bool hasRecord() const { return hasRecord_; }
-    /// The opcode that marks the input extension's events; 0 without it.
+    /// The opcode that marks the input extension's events; 0 without that extension.
     std::uint8_t inputOpcode() const { return inputOpcode_; }
 
   private:
@@ -124,7 +124,8 @@ class XConnection {
     bool hasRecord_ = false;
 };
 
-/// While it lives, the server serves nobody else: what is read shows one moment.
+/// Grabs the server while it lives: the server serves no other client, so everything that is read shows the same
+/// moment.
 class XServerGrab {
   public:
     explicit XServerGrab(const XConnection& connection);

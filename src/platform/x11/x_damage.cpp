@@ -12,7 +12,7 @@ XDamage::XDamage(const XConnection& connection, std::uint32_t window)
     xcb_xfixes_create_region(connection_, region_, 0, nullptr);
 }
 
-// The damage of a window that is gone went with it; the error that tells so is nobody's concern.
+// A window's damage object is destroyed with the window; the resulting error is ignored.
 XDamage::~XDamage() {
     xcb_damage_destroy(connection_, damage_);
     xcb_xfixes_destroy_region(connection_, region_);

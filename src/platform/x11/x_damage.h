@@ -9,20 +9,20 @@
 
 namespace lumivastor::x11 {
 
-/// The server's book about what was painted into one window and all inside it. One thread.
+/// A damage object of the server: records what is painted into one window and its children. One thread.
 class XDamage {
   public:
-    /// Nothing counts as painted yet.
+    /// Starts with no damage.
     XDamage(const XConnection& connection, std::uint32_t window);
     ~XDamage();
     XDamage(const XDamage&) = delete;
     XDamage& operator=(const XDamage&) = delete;
 
     std::uint32_t id() const { return damage_; }
-    /// The server told that there is something to collect.
+    /// Call it when the server has reported damage to collect.
     void notify() { isNotified_ = true; }
     bool isNotified() const { return isNotified_; }
-    /// What was painted since the last time, in the window's pixels.
+    /// What was painted since the last call, in the window's pixels.
     std::vector<platform::PixelRect> collect();
 
   private:

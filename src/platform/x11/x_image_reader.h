@@ -12,26 +12,27 @@
 
 namespace lumivastor::x11 {
 
-/// Copies pixels from the server into pictures, through memory that both share where the server offers it (a server on
-/// another machine does not). One thread.
+/// Copies pixels from the server into pictures, through shared memory where the server offers it (a server on another
+/// machine does not). One thread.
 class XImageReader {
   public:
-    /// A rectangle of a window or pixmap, and where its corner goes in the picture.
+    /// A rectangle of a window or pixmap, and the position of its corner in the picture.
     struct Piece {
         platform::PixelRect from;
         int toX = 0;
         int toY = 0;
     };
 
-    /// No picture that is read into is larger than this, in pixels.
+    /// The size, in pixels, of the largest picture that will be read into.
     XImageReader(const XConnection& connection, int width, int height);
     ~XImageReader();
     XImageReader(const XImageReader&) = delete;
     XImageReader& operator=(const XImageReader&) = delete;
 
-    /// All pieces of one moment or, between them, of moments that lie a fraction of a millisecond apart. The pixels
-    /// become opaque. False when the server refuses, as it does for windows that are gone or not on the screen; some
-    /// of the picture may then have been overwritten. Pieces do not overlap and lie inside both sides.
+    /// Copies the pieces into the picture and makes them opaque. The pieces may differ in time by a fraction of a
+    /// millisecond unless the server is grabbed. Pieces must not overlap and must lie inside drawable and picture.
+    /// False when the server refuses, as for windows that are gone or unmapped; part of the picture may then be
+    /// overwritten.
     bool read(std::uint32_t drawable, std::span<const Piece> pieces, imaging::BgraPremultipliedBuffer& picture);
 
   private:

@@ -9,7 +9,7 @@ namespace lumivastor::x11 {
 namespace {
 
 // Length of the well-formed UTF-8 sequence at the beginning; 0 when there is none. Overlong forms and surrogates pass:
-// they harm nobody who shows the text.
+// they are harmless in displayed text.
 std::size_t sequenceLength(std::string_view bytes) {
     const auto first = static_cast<unsigned char>(bytes.front());
     const std::size_t length = first < 0x80         ? 1

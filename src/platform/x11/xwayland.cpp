@@ -11,8 +11,8 @@
 namespace lumivastor::x11 {
 namespace {
 
-// The extension that says it has this name, since version 23.1; outputs are called XWAYLAND0 and so on wherever the
-// desktop does not tell names of its own.
+// Xwayland has an extension of this name since version 23.1; its outputs are called XWAYLAND0 and so on unless the
+// desktop gives them other names.
 constexpr std::string_view kName = "XWAYLAND";
 
 std::vector<std::string> outputNames(const XConnection& connection) {

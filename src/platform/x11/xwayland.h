@@ -8,11 +8,11 @@
 
 namespace lumivastor::x11 {
 
-/// Whether a server with these outputs (by RandR) and extensions is Xwayland, which shows the windows of X11 programs
-/// on a Wayland desktop. The desktop itself is not in it: its screen is black wherever one looks.
+/// Whether a server with these RandR outputs and extensions is Xwayland, which shows windows of X11 programs on a
+/// Wayland desktop. It has no access to the desktop itself, so its screen is black.
 bool isXwayland(std::span<const std::string> outputs, std::span<const std::string> extensions);
 
-/// The same of a server that answers; false of one that does not.
+/// The same for a connected server; false when it does not answer.
 bool isXwayland(const XConnection& connection);
 
 }  // namespace lumivastor::x11
