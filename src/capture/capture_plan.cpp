@@ -11,7 +11,7 @@ namespace lumivastor::capture {
 
 namespace {
 
-model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, platform::PictureSize size,
+model::Geometry geometryOf(std::uint32_t displayID, const Rect& content, double scale, PixelSize size,
                            const platform::ShareableContent& desktop, const Rect& otherwise) {
     return {displayID, content, scale, Size{static_cast<double>(size.width), static_cast<double>(size.height)},
             [&](std::uint32_t id) {
@@ -37,7 +37,7 @@ void planDisplay(const platform::Display& chosen, const std::optional<Rect>& reg
     plan.displayID = display.id;
     plan.sourceKind = region ? "region" : "display";
     const Rect captured = region.value_or(platform::contentRect(plan.filter));
-    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const PixelSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry = geometryOf(display.id, captured, display.scale, size, content, display.frame);
     plan.configuration.sourceRect = region;
 }
@@ -53,7 +53,7 @@ void planWindow(const platform::Window& chosen, const platform::ShareableContent
     plan.initialWindowFrame = window.frame;
     plan.windowTitle = windowTitleForInfo(window);
     const Rect captured = platform::contentRect(plan.filter);
-    const platform::PictureSize size = evenPixelSize({captured.width, captured.height}, display.scale);
+    const PixelSize size = evenPixelSize({captured.width, captured.height}, display.scale);
     plan.geometry =
         geometryOf(content.mainDisplayID, {0, 0, captured.width, captured.height}, display.scale, size, content, {});
 }
@@ -92,7 +92,7 @@ CapturePlan planCapture(const CaptureOptions& options, const platform::Shareable
     return plan;
 }
 
-platform::PictureSize evenPixelSize(Size points, double scale) {
+PixelSize evenPixelSize(Size points, double scale) {
     const auto even = [scale](double length) {
         // Larger than any screen; keeps the conversion defined for absurd sizes.
         return static_cast<int>(std::clamp(std::round(length * scale), 0.0, 1e6)) & ~1;

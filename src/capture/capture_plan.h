@@ -64,7 +64,7 @@ void requireRecordable(const CaptureSource& source, const platform::ShareableCon
 CapturePlan planCapture(const CaptureOptions& options, const platform::ShareableContent& content);
 
 /// The size of a movie's pictures for a size in points: rounded to whole pixels, then down to even ones.
-platform::PictureSize evenPixelSize(Size points, double scale);
+PixelSize evenPixelSize(Size points, double scale);
 
 /// "Terminal – Sitzung 1", or the known part of it; nullopt when nothing is known.
 std::optional<std::string> windowTitleForInfo(const platform::Window& window);

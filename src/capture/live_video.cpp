@@ -23,7 +23,7 @@ std::int64_t averageBitRate(int width, int height, int fps) {
     return saturated<std::int64_t>(static_cast<double>(width) * height * fps * kBitsPerPixel);
 }
 
-media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps) {
+media::EncodingJob screenEncodingJob(PixelSize size, int fps) {
     return {size.width, size.height, fps, averageBitRate(size.width, size.height, fps)};
 }
 

@@ -17,7 +17,7 @@ std::int64_t averageBitRate(int width, int height, int fps);
 /// The same at 60 pictures a second for a device, whose pictures move more: at least 8,000,000.
 std::int64_t deviceBitRate(int width, int height);
 /// What encoding a recording of the screen takes.
-media::EncodingJob screenEncodingJob(platform::PictureSize size, int fps);
+media::EncodingJob screenEncodingJob(PixelSize size, int fps);
 
 inline constexpr std::int64_t kWebcamBitRate = 8'000'000;
 

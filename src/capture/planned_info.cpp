@@ -27,8 +27,7 @@ model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& op
     return info;
 }
 
-model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
-                                     bool microphone) {
+model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, PixelSize size, bool deviceAudio, bool microphone) {
     model::CaptureInfo info;
     info.displayWidth = info.contentWidth = size.width;
     info.displayHeight = info.contentHeight = size.height;
@@ -42,7 +41,7 @@ model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::Pi
     return info;
 }
 
-model::Geometry deviceGeometry(platform::PictureSize size) {
+model::Geometry deviceGeometry(PixelSize size) {
     model::Geometry geometry;
     geometry.pixelSize = {static_cast<double>(size.width), static_cast<double>(size.height)};
     geometry.displayBounds = geometry.contentRect = {0, 0, geometry.pixelSize.width, geometry.pixelSize.height};

@@ -15,8 +15,7 @@ namespace lumivastor::capture {
 model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options);
 
 /// What the capture document of a device says as soon as its first picture has come.
-model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, platform::PictureSize size, bool deviceAudio,
-                                     bool microphone);
-model::Geometry deviceGeometry(platform::PictureSize size);
+model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, PixelSize size, bool deviceAudio, bool microphone);
+model::Geometry deviceGeometry(PixelSize size);
 
 }  // namespace lumivastor::capture

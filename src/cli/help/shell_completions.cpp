@@ -171,8 +171,8 @@ std::string zshCompletion() {
         for (const OptionSpec& option : verb->options) text += "            " + zshOption(option) + " \\\n";
         text += "            " + zshOption(kHelpOption);
         if (!verb->positional.empty()) {
-            text +=
-                " \\\n            " + inQuotes("1:" + std::string(verb->positional) + ":" + zshAction(verb->positional));
+            text += " \\\n            " +
+                    inQuotes("1:" + std::string(verb->positional) + ":" + zshAction(verb->positional));
         }
         text += " ;;\n";
     }
