@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "base/interval.h"
 #include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "imaging/painting/painter.h"
@@ -221,7 +222,7 @@ void copyPicture(int /*frame*/, const imaging::YuvPicture& from, const imaging::
 }
 
 render::CutComposition wholeMovie(const fs::path& path) {
-    const std::vector<edit::KeptSegment> all = {{0, static_cast<double>(kFrames) / kFps}};
+    const std::vector<Interval> all = {{0, static_cast<double>(kFrames) / kFps}};
     return render::makeCutComposition(all, {std::make_shared<const media::Asset>(path), nullptr}, 0);
 }
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/descriptor_io.h"
 #include "base/unique_descriptor.h"
 
 namespace lumivastor {
@@ -39,14 +40,9 @@ FileBytes readFile(const std::filesystem::path& path, std::uint64_t limit, std::
     if (static_cast<std::uint64_t>(status.st_size) > limit) return failed(EFBIG);
 
     FileBytes content(static_cast<std::size_t>(status.st_size));
-    std::size_t done = 0;
-    while (done < content.size_) {
-        const ssize_t count = ::read(file.get(), content.bytes_.get() + done, content.size_ - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return failed(errno);
-        if (count == 0) break;  // it was shortened meanwhile
-        done += static_cast<std::size_t>(count);
-    }
+    // Less than all where it was shortened meanwhile.
+    const auto [done, failure] = readAll(file.get(), content.bytes_.get(), content.size_);
+    if (failure) return failed(failure.value());
     std::memset(content.bytes_.get() + done, 0, content.size_ - done);
     content.size_ = done;
     return content;

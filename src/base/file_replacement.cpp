@@ -2,7 +2,6 @@
 #include "base/file_replacement.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include <utility>
 
 #include "base/formatted.h"
+#include "base/locked_file.h"
 #include "base/unique_descriptor.h"
 
 namespace lumivastor {
@@ -22,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr std::string_view kEnding = ".tmp";
 constexpr std::size_t kDigits = 16;
@@ -60,24 +59,12 @@ bool isLeftover(std::string_view name, std::string_view beginning) {
     return digits.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
-// Files beside `path` that a crash has left. One that somebody is writing is locked by them.
+// Files beside `path` that a crash has left.
 void removeLeftovers(const fs::path& path) {
     const std::string beginning = beginningFor(path);
-    std::error_code error;
-    for (fs::directory_iterator entry(folderOf(path), error), end; !error && entry != end; entry.increment(error)) {
-        if (!isLeftover(entry->path().filename().string(), beginning)) continue;
-        const UniqueDescriptor file(
-            ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-        if (!file.isOpen() || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) continue;
-        static_cast<void>(::unlink(entry->path().c_str()));
-    }
-}
-
-// A lock tells other processes that this is no leftover. False when one has taken it for one already.
-bool holdAgainstRemoval(int file) {
-    if (::flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
-    struct stat status {};
-    return ::fstat(file, &status) == 0 && status.st_nlink > 0;
+    removeAbandoned(folderOf(path), [&](std::string_view name) {
+        return isLeftover(name, beginning) ? std::optional<pid_t>(0) : std::nullopt;
+    });
 }
 
 // Some network file systems have nothing to wait for, and say so.
@@ -133,17 +120,12 @@ void FileReplacement::examineOld() {
 }
 
 void FileReplacement::createBeside() {
-    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
     for (int i = 0; i < kTries; ++i) {
         fs::path name = folderOf(path_) / (beginningFor(path_) + randomDigits() + std::string(kEnding));
-        UniqueDescriptor file(::open(name.c_str(), kFlags, kOwnerOnly));
-        if (!file.isOpen()) {
-            error_ = systemError(errno);
-            if (errno == EEXIST) continue;
-            return;
-        }
-        if (!holdAgainstRemoval(file.get())) continue;
-        error_.clear();
+        UniqueDescriptor file;
+        error_ = makeLocked(name, file);
+        if (error_ == std::errc::file_exists) continue;
+        if (error_) return;
         beside_ = std::move(name);
         hold_ = UniqueDescriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0));
         if (!hold_.isOpen()) error_ = systemError(errno);

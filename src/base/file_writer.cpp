@@ -2,10 +2,11 @@
 #include "base/file_writer.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
+
+#include "base/descriptor_io.h"
 
 namespace lumivastor {
 
@@ -37,12 +38,9 @@ std::error_code FileWriter::finish() {
 }
 
 void FileWriter::flush() {
-    std::string_view rest = buffer_;
-    while (!rest.empty()) {
-        const ssize_t count = ::write(file_.get(), rest.data(), rest.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return fail(errno);
-        rest.remove_prefix(static_cast<std::size_t>(count));
+    if (const std::error_code error = writeAll(file_.get(), buffer_.data(), buffer_.size()).error) {
+        error_ = error;
+        return;
     }
     buffer_.clear();
 }

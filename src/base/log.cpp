@@ -6,12 +6,12 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <system_error>
 #include <utility>
 
+#include "base/descriptor_io.h"
 #include "base/formatted.h"
 #include "base/serial_queue.h"
 #include "base/unique_descriptor.h"
@@ -48,16 +48,7 @@ std::string stamp() {
 // write keep lines whole even when two processes log.
 void append(const std::string& line) {
     const UniqueDescriptor file(::open(url().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, 0600));
-    if (!file.isOpen()) return;
-    const char* rest = line.data();
-    std::size_t left = line.size();
-    while (left > 0) {
-        const ssize_t count = ::write(file.get(), rest, left);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return;
-        rest += count;
-        left -= static_cast<std::size_t>(count);
-    }
+    if (file.isOpen()) static_cast<void>(writeAll(file.get(), line.data(), line.size()));
 }
 
 }  // namespace

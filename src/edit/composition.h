@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/geometry.h"
+#include "base/interval.h"
 #include "base/pixel_size.h"
 #include "edit/cursor_assets.h"
 #include "edit/edit_state.h"
@@ -49,7 +50,7 @@ class Composition {
     /// Throws `RecorderError`, and changes nothing, when they cannot be drawn.
     void setSettings(const model::ProjectSettings& settings);
 
-    std::vector<KeptSegment> keptSegments() const { return state()->keptSegments; }
+    std::vector<Interval> keptSegments() const { return state()->keptSegments; }
     /// Seconds.
     double outputDuration() const { return state()->outputDuration; }
     double sourceTime(double forOutput) const;

@@ -59,7 +59,7 @@ TEST_F(CompositionTest, OpensAFolderWithItsSettings) {
     EXPECT_EQ(composition.info(), info_);
     EXPECT_EQ(composition.track(), track_);
     EXPECT_EQ(composition.settings(), settings);
-    EXPECT_EQ(composition.keptSegments(), (std::vector<KeptSegment>{{0, 2}, {4, 20}}));
+    EXPECT_EQ(composition.keptSegments(), (std::vector<Interval>{{0, 2}, {4, 20}}));
     EXPECT_EQ(composition.outputDuration(), 18);
     EXPECT_EQ(composition.sourceTime(2), 4);
     EXPECT_EQ(composition.zoomCount(), 3);

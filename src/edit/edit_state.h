@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/interval.h"
 #include "base/pixel_size.h"
 #include "edit/cursor_engine.h"
 #include "edit/recording.h"
@@ -18,7 +19,7 @@ namespace lumivastor::edit {
 struct EditState {
     model::ProjectSettings settings;
     TrimRange trim;
-    std::vector<KeptSegment> keptSegments;
+    std::vector<Interval> keptSegments;
     /// Length of the edited video in seconds.
     double outputDuration = 0;
     /// The zooms in force, proposed or made by hand, sorted by start.

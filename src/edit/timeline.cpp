@@ -21,35 +21,33 @@ TrimRange effectiveTrim(const model::ProjectSettings& settings, double duration)
     return {std::clamp(settings.trimStart, 0.0, std::max(end - kLeastKept, 0.0)), end};
 }
 
-std::vector<KeptSegment> keptSegments(const TrimRange& trim, std::vector<model::CutRange> cuts) {
+std::vector<Interval> keptSegments(const TrimRange& trim, std::vector<model::CutRange> cuts) {
     std::stable_sort(cuts.begin(), cuts.end(),
                      [](const model::CutRange& a, const model::CutRange& b) { return a.start < b.start; });
-    std::vector<KeptSegment> segments;
+    std::vector<Interval> segments;
     double cursor = trim.start;
     for (const model::CutRange& cut : cuts) {
-        const double start = std::max(cut.start, trim.start);
-        const double end = std::min(cut.end, trim.end);
-        if (!(start < end)) continue;
-        if (cursor + kSliver < start) segments.push_back({cursor, start});
-        cursor = std::max(cursor, end);
+        const Interval removed = intersection({cut.start, cut.end}, {trim.start, trim.end});
+        if (removed.isEmpty()) continue;
+        if (cursor + kSliver < removed.start) segments.push_back({cursor, removed.start});
+        cursor = std::max(cursor, removed.end);
     }
     if (cursor + kSliver < trim.end) segments.push_back({cursor, trim.end});
     return segments;
 }
 
-double outputDuration(std::span<const KeptSegment> segments) {
+double outputDuration(std::span<const Interval> segments) {
     double sum = 0;
-    for (const KeptSegment& segment : segments) sum += segment.end - segment.start;
+    for (const Interval& segment : segments) sum += segment.length();
     return sum;
 }
 
-double sourceTime(std::span<const KeptSegment> segments, double t) {
+double sourceTime(std::span<const Interval> segments, double t) {
     if (segments.empty()) return t;
     double remaining = t;
-    for (const KeptSegment& segment : segments) {
-        const double length = segment.end - segment.start;
-        if (remaining < length) return segment.start + remaining;
-        remaining -= length;
+    for (const Interval& segment : segments) {
+        if (remaining < segment.length()) return segment.start + remaining;
+        remaining -= segment.length();
     }
     return segments.back().end;
 }

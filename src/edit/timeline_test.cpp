@@ -8,15 +8,15 @@
 namespace lumivastor::edit {
 namespace {
 
-std::vector<KeptSegment> kept(double duration, const std::vector<model::CutRange>& cuts, double trimStart = 0,
-                              double trimEnd = 0) {
+std::vector<Interval> kept(double duration, const std::vector<model::CutRange>& cuts, double trimStart = 0,
+                           double trimEnd = 0) {
     model::ProjectSettings settings;
     settings.trimStart = trimStart;
     settings.trimEnd = trimEnd;
     return keptSegments(effectiveTrim(settings, duration), cuts);
 }
 
-using Segments = std::vector<KeptSegment>;
+using Segments = std::vector<Interval>;
 
 TEST(Timeline, WithoutCutsAndTrimEverythingIsKept) {
     EXPECT_EQ(kept(12.5, {}), (Segments{{0, 12.5}}));

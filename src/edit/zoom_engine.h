@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/geometry.h"
+#include "base/interval.h"
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 
@@ -24,11 +25,7 @@ class ZoomEngine {
     };
 
     /// One zoom: from its start to the moment its zoom-out begins.
-    struct Event {
-        double start = 0, end = 0;
-
-        bool operator==(const Event&) const = default;
-    };
+    using Event = Interval;
 
     struct Camera {
         /// 1 is the whole picture.

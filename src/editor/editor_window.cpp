@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "base/host_clock.h"
+#include "base/interval.h"
 #include "base/log.h"
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
@@ -244,7 +245,7 @@ EditorTools::Content EditorWindow::toolContent(const edit::EditState& state, dou
 }
 
 void EditorWindow::refreshPlayer() {
-    const std::vector<edit::KeptSegment>& kept = shownState_->keptSegments;
+    const std::vector<Interval>& kept = shownState_->keptSegments;
     transport_->setPlayed(shownState_->trim, kept.empty() ? shownState_->trim.start : kept.back().end);
     preview_->setComposition(session_->composition());
     player_->setPlayedRanges(preview_->playedRanges());

@@ -17,12 +17,11 @@ constexpr double kSoundFrame = 1.0 / 48000;
 
 }  // namespace
 
-PlayedRanges::PlayedRanges(std::vector<PlayedRange> ranges, double duration, double framesPerSecond)
+PlayedRanges::PlayedRanges(std::vector<Interval> ranges, double duration, double framesPerSecond)
     : framesPerSecond_(framesPerSecond) {
     precondition(framesPerSecond > 0, "frames have a length");
-    std::sort(ranges.begin(), ranges.end(),
-              [](const PlayedRange& a, const PlayedRange& b) { return a.start < b.start; });
-    for (PlayedRange range : ranges) {
+    std::sort(ranges.begin(), ranges.end(), [](const Interval& a, const Interval& b) { return a.start < b.start; });
+    for (Interval range : ranges) {
         range.start = std::max(range.start, 0.0);
         range.end = std::min(range.end, duration);
         if (!(range.start + kSliver < range.end)) continue;
@@ -35,44 +34,44 @@ PlayedRanges::PlayedRanges(std::vector<PlayedRange> ranges, double duration, dou
 }
 
 // The last range that begins at or before a moment, if the moment lies in it.
-const PlayedRange* PlayedRanges::rangeAt(double seconds) const {
+const Interval* PlayedRanges::rangeAt(double seconds) const {
     const auto after = std::upper_bound(ranges_.begin(), ranges_.end(), seconds + kSliver,
-                                        [](double value, const PlayedRange& range) { return value < range.start; });
+                                        [](double value, const Interval& range) { return value < range.start; });
     if (after == ranges_.begin()) return nullptr;
-    const PlayedRange& range = *std::prev(after);
+    const Interval& range = *std::prev(after);
     return seconds + kSliver < range.end ? &range : nullptr;
 }
 
 std::optional<double> PlayedRanges::playableFrom(double seconds) const {
     if (rangeAt(seconds) != nullptr) return seconds;
-    for (const PlayedRange& range : ranges_) {
+    for (const Interval& range : ranges_) {
         if (range.start >= seconds) return range.start;
     }
     return std::nullopt;
 }
 
 double PlayedRanges::runsUntil(double seconds) const {
-    const PlayedRange* const range = rangeAt(seconds);
+    const Interval* const range = rangeAt(seconds);
     return range == nullptr ? seconds : range->end;
 }
 
 double PlayedRanges::runsSince(double seconds) const {
-    const PlayedRange* const range = rangeAt(seconds);
+    const Interval* const range = rangeAt(seconds);
     return range == nullptr ? seconds : range->start;
 }
 
 bool PlayedRanges::isJumpedTo(double seconds) const {
-    const PlayedRange* const range = rangeAt(seconds);
+    const Interval* const range = rangeAt(seconds);
     return range != nullptr && range != &ranges_.front();
 }
 
 bool PlayedRanges::isJumpedFrom(double seconds) const {
-    const PlayedRange* const range = rangeAt(seconds);
+    const Interval* const range = rangeAt(seconds);
     return range != nullptr && range != &ranges_.back();
 }
 
-std::vector<PlayedRange> PlayedRanges::ahead(double seconds, double length) const {
-    std::vector<PlayedRange> stretches;
+std::vector<Interval> PlayedRanges::ahead(double seconds, double length) const {
+    std::vector<Interval> stretches;
     std::optional<double> from = playableFrom(seconds);
     while (from && length > kSliver) {
         const double end = std::min(runsUntil(*from), *from + length);
@@ -85,20 +84,20 @@ std::vector<PlayedRange> PlayedRanges::ahead(double seconds, double length) cons
 
 double PlayedRanges::frameAt(double seconds) const {
     const double onGrid = std::floor((seconds + kSliver) * framesPerSecond_) / framesPerSecond_;
-    const PlayedRange* const range = rangeAt(seconds);
+    const Interval* const range = rangeAt(seconds);
     return range == nullptr ? onGrid : std::max(onGrid, range->start);
 }
 
 std::optional<double> PlayedRanges::frameAfter(double frame) const {
     const double next = (std::floor((frame + kSliver) * framesPerSecond_) + 1) / framesPerSecond_;
-    const PlayedRange* const range = rangeAt(frame);
+    const Interval* const range = rangeAt(frame);
     if (range == nullptr) return playableFrom(frame);
     return next + kSliver < range->end ? next : playableFrom(range->end);
 }
 
 double PlayedRanges::standingFrame(double seconds) const {
     if (rangeAt(seconds) != nullptr) return frameAt(seconds);
-    for (const PlayedRange& range : ranges_) {
+    for (const Interval& range : ranges_) {
         if (std::abs(seconds - range.start) < kSoundFrame) return frameAt(range.start);
         if (std::abs(seconds - range.end) < kSoundFrame) return frameAt(range.end - 2 * kSliver);
     }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/interval.h"
 #include "playback/player_item.h"
 
 namespace lumivastor::playback {
@@ -20,7 +21,7 @@ class PlayedRanges {
     /// Nothing is played.
     PlayedRanges() = default;
     /// Ranges in any order, cut off at 0 and at `duration`; those that touch become one. `framesPerSecond` above 0.
-    PlayedRanges(std::vector<PlayedRange> ranges, double duration, double framesPerSecond);
+    PlayedRanges(std::vector<Interval> ranges, double duration, double framesPerSecond);
 
     /// Where playing goes on from `seconds`: there, or at the next range's start. None behind the last range.
     std::optional<double> playableFrom(double seconds) const;
@@ -33,7 +34,7 @@ class PlayedRanges {
     bool isJumpedTo(double seconds) const;
     bool isJumpedFrom(double seconds) const;
     /// What is played next from a moment, `length` seconds altogether or as much as there is.
-    std::vector<PlayedRange> ahead(double seconds, double length) const;
+    std::vector<Interval> ahead(double seconds, double length) const;
 
     /// The moment of the frame that is shown at `seconds`: in gaps too, whose frames lie on the same grid.
     double frameAt(double seconds) const;
@@ -46,9 +47,9 @@ class PlayedRanges {
     bool operator==(const PlayedRanges&) const = default;
 
   private:
-    const PlayedRange* rangeAt(double seconds) const;
+    const Interval* rangeAt(double seconds) const;
 
-    std::vector<PlayedRange> ranges_;  // ascending, with gaps between them
+    std::vector<Interval> ranges_;  // ascending, with gaps between them
     double framesPerSecond_ = 1;
 };
 

@@ -8,7 +8,7 @@
 namespace lumivastor::playback {
 namespace {
 
-using Ranges = std::vector<PlayedRange>;
+using Ranges = std::vector<Interval>;
 
 TEST(PlayedRanges, SortsMergesAndCutsOffWhatItIsGiven) {
     const PlayedRanges ranges({{6, 99}, {-3, 1}, {4, 5}, {0.5, 2}, {5, 5.5}, {7, 7}, {9, 8}}, 10, 30);

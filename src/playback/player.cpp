@@ -34,7 +34,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     void setItem(PlayerItem item);
     void setCompositor(VideoCompositor compositor);
     void setMix(const std::vector<media::AudioMixInput>& mix);
-    void setRanges(std::vector<PlayedRange> ranges);
+    void setRanges(std::vector<Interval> ranges);
     void setOutputSize(int width, int height);
 
     void play();
@@ -65,7 +65,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     template <typename Work>
     void post(Work work);
     void close();
-    PlayedRanges rangesOf(std::vector<PlayedRange> ranges) const;
+    PlayedRanges rangesOf(std::vector<Interval> ranges) const;
     void startSound(platform::SoundOutput& output);
     void stopPlaying();
     void stand();
@@ -114,7 +114,7 @@ void Player::Core::close() {
     sound_.reset();
 }
 
-PlayedRanges Player::Core::rangesOf(std::vector<PlayedRange> ranges) const {
+PlayedRanges Player::Core::rangesOf(std::vector<Interval> ranges) const {
     return {std::move(ranges), duration_, framesPerSecond_};
 }
 
@@ -150,7 +150,7 @@ void Player::Core::setMix(const std::vector<media::AudioMixInput>& mix) {
     if (sound_) sound_->setMix(mix);
 }
 
-void Player::Core::setRanges(std::vector<PlayedRange> ranges) {
+void Player::Core::setRanges(std::vector<Interval> ranges) {
     if (!sound_) return;
     PlayedRanges changed = rangesOf(std::move(ranges));
     // Every edit says them again; sound that is decoded already would have to be decoded twice, and would be late.
@@ -283,7 +283,7 @@ void Player::setAudioMix(const std::vector<media::AudioMixInput>& audioMix) {
     core_->setMix(audioMix);
 }
 
-void Player::setPlayedRanges(std::vector<PlayedRange> ranges) {
+void Player::setPlayedRanges(std::vector<Interval> ranges) {
     core_->setRanges(std::move(ranges));
 }
 

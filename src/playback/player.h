@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/interval.h"
 #include "base/main_loop.h"
 #include "base/recorder_error.h"
 #include "imaging/pixel_buffer.h"
@@ -42,7 +43,7 @@ class Player {
     /// Heard within a tenth of a second.
     void setAudioMix(const std::vector<media::AudioMixInput>& audioMix);
     /// Playing that is in what is left out now jumps ahead within a tenth of a second. Equal ranges change nothing.
-    void setPlayedRanges(std::vector<PlayedRange> ranges);
+    void setPlayedRanges(std::vector<Interval> ranges);
 
     /// How large the frame is shown, in the screen's pixels: frames have the largest size of the canvas's shape that
     /// fits into this, and never more than the canvas's own. The canvas's own until set. At least 1.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/interval.h"
 #include "imaging/picture.h"
 #include "media/reading/asset_reader.h"
 #include "media/reading/composition.h"
@@ -17,14 +18,6 @@ namespace lumivastor::playback {
 /// pictures, so that it need not be painted again.
 using VideoCompositor = std::function<imaging::Picture(const imaging::Picture& screen,
                                                        const std::optional<imaging::Picture>& webcam, double seconds)>;
-
-/// A stretch of the timeline that is played, in seconds.
-struct PlayedRange {
-    double start = 0;
-    double end = 0;
-
-    bool operator==(const PlayedRange&) const = default;
-};
 
 /// What a player shows. A value; the settings among it can be replaced in the player one by one.
 struct PlayerItem {
@@ -46,7 +39,7 @@ struct PlayerItem {
     /// Of the timeline, in seconds. Nothing is shown or reached beyond.
     double duration = 0;
     /// What playing shows, jumping over the rest. Seeking reaches everything. Overlaps and order do not matter.
-    std::vector<PlayedRange> playedRanges;
+    std::vector<Interval> playedRanges;
 };
 
 }  // namespace lumivastor::playback

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/host_clock.h"
+#include "base/interval.h"
 #include "base/log.h"
 #include "base/precondition.h"
 #include "base/thread_name.h"
@@ -264,7 +265,7 @@ bool PlayerPictures::prepare(const Wish& wish, double frame, double heard) {
 void PlayerPictures::aimAt(const Wish& wish, double frame, double heard) {
     std::vector<TimeRange> goals;
     const double from = std::max(std::min(frame, heard), shown_.value_or(0));
-    for (const PlayedRange& stretch : wish.ranges->ahead(from, kAhead)) {
+    for (const Interval& stretch : wish.ranges->ahead(from, kAhead)) {
         goals.push_back(between(stretch.start, stretch.end));
     }
     setGoals(goals, momentOf(from));

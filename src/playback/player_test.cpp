@@ -30,9 +30,9 @@ class PlayerPlaying : public PlayerFixture {
     }
 
     // The sound of the movie's stretches back to back, as a reader gives it, softened where they are joined.
-    std::vector<float> soundOf(const std::vector<PlayedRange>& ranges) const {
+    std::vector<float> soundOf(const std::vector<Interval>& ranges) const {
         std::vector<float> all;
-        for (const PlayedRange& range : ranges) {
+        for (const Interval& range : ranges) {
             media::AssetReader reader(std::make_shared<const media::Asset>(folder_ / "a.mov"));
             reader.setTimeRange(TimeRange::between(MediaTime::fromSeconds(range.start, 48000),
                                                    MediaTime::fromSeconds(range.end, 48000)));

@@ -22,9 +22,9 @@ std::optional<media::AssetTrack> firstTrack(const std::shared_ptr<const media::A
     return tracks.empty() ? std::nullopt : std::optional(tracks.front());
 }
 
-std::vector<TimeRange> onTicks(std::span<const edit::KeptSegment> segments) {
+std::vector<TimeRange> onTicks(std::span<const Interval> segments) {
     std::vector<TimeRange> ranges;
-    for (const edit::KeptSegment& segment : segments) {
+    for (const Interval& segment : segments) {
         ranges.push_back(TimeRange::between(MediaTime::fromSeconds(segment.start, kTimescale),
                                             MediaTime::fromSeconds(segment.end, kTimescale)));
     }
@@ -104,7 +104,7 @@ RecordingAssets openRecordingAssets(const edit::Recording& recording) {
     return assets;
 }
 
-CutComposition makeCutComposition(std::span<const edit::KeptSegment> segments, const RecordingAssets& assets,
+CutComposition makeCutComposition(std::span<const Interval> segments, const RecordingAssets& assets,
                                   double webcamOffset) {
     if (segments.empty()) throw RecorderError("Es bleibt nichts übrig - alles ist weggeschnitten.");
     const std::vector<TimeRange> ranges = onTicks(segments);

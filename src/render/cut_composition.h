@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "base/interval.h"
 #include "edit/recording.h"
 #include "edit/timeline.h"
 #include "media/reading/asset.h"
@@ -54,7 +55,7 @@ struct CutComposition {
 ///     webcam       |===============|                         |   |=A=|==B|     |
 ///
 /// Throws `RecorderError` when there are no segments.
-CutComposition makeCutComposition(std::span<const edit::KeptSegment> segments, const RecordingAssets& assets,
+CutComposition makeCutComposition(std::span<const Interval> segments, const RecordingAssets& assets,
                                   double webcamOffset);
 
 /// The source time whose picture such a movie shows at output time `t`. Use it instead of `sourceTime` for everything

@@ -67,7 +67,7 @@ class CutCompositionTest : public testing::Test {
 TEST_F(CutCompositionTest, KeptSegmentsLieBackToBackInAllTracks) {
     makeScreen();
     const RecordingAssets assets = open();
-    const std::vector<edit::KeptSegment> segments = {{0.5, 1.25}, {2, 3.0001}, {4, 5}};
+    const std::vector<Interval> segments = {{0.5, 1.25}, {2, 3.0001}, {4, 5}};
     const CutComposition cut = makeCutComposition(segments, assets, 0);
     ASSERT_TRUE(cut.screenTrackId);
     EXPECT_FALSE(cut.webcamTrackId);
@@ -91,7 +91,7 @@ TEST_F(CutCompositionTest, KeptSegmentsLieBackToBackInAllTracks) {
 TEST_F(CutCompositionTest, SoundTracksKeepTheSourcesOrder) {
     makeScreen();
     const RecordingAssets assets = open();
-    const CutComposition cut = makeCutComposition(std::vector<edit::KeptSegment>{{0, 5}}, assets, 0);
+    const CutComposition cut = makeCutComposition(std::vector<Interval>{{0, 5}}, assets, 0);
     const auto sounds = assets.screen->tracks(media::TrackKind::audio);
     for (std::size_t i = 0; i < 2; ++i) {
         EXPECT_EQ(cut.movie.track(cut.audioTrackIds[i])->segments.at(0).sourceTrackId, sounds[i].id);
@@ -104,7 +104,7 @@ TEST_F(CutCompositionTest, TheWebcamStaysInStepWhereItStartsLateAndEndsEarly) {
     const RecordingAssets assets = open();
     ASSERT_TRUE(assets.webcam);
     const CutComposition cut =
-        makeCutComposition(std::vector<edit::KeptSegment>{{0, 1}, {1.25, 2}, {2.5, 3}, {3.25, 5}}, assets, 1.5);
+        makeCutComposition(std::vector<Interval>{{0, 1}, {1.25, 2}, {2.5, 3}, {3.25, 5}}, assets, 1.5);
     ASSERT_TRUE(cut.webcamTrackId);
     const media::CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
     // What is shown from where (seconds of the webcam movie, -1 for nothing), and until when on the output's line.
@@ -127,7 +127,7 @@ TEST_F(CutCompositionTest, TheWebcamStaysInStepWhereItStartsLateAndEndsEarly) {
 TEST_F(CutCompositionTest, AWebcamThatStartsBeforeTheScreenIsShiftedTheOtherWay) {
     makeScreen(0);
     makeWebcam(60);
-    const CutComposition cut = makeCutComposition(std::vector<edit::KeptSegment>{{0, 5}}, open(), -0.5);
+    const CutComposition cut = makeCutComposition(std::vector<Interval>{{0, 5}}, open(), -0.5);
     const media::CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
     ASSERT_EQ(webcam.segments.size(), 2u);
     EXPECT_EQ(webcam.segments[0].sourceStart, ticks(kSecond / 2));
@@ -154,7 +154,7 @@ TEST_F(CutCompositionTest, AMovieWithoutPicturesGivesNoScreenTrack) {
     options.sounds = {{}};
     makeTestMovie(folder_ / "source.mov", options);
     makeWebcam(30);
-    const CutComposition cut = makeCutComposition(std::vector<edit::KeptSegment>{{0, 2}}, open(), 0);
+    const CutComposition cut = makeCutComposition(std::vector<Interval>{{0, 2}}, open(), 0);
     EXPECT_FALSE(cut.screenTrackId);
     EXPECT_FALSE(cut.webcamTrackId);
     EXPECT_EQ(cut.audioTrackIds.size(), 1u);
@@ -209,7 +209,7 @@ TEST(AudioMix, VolumesGoToTheTracksThatWereRecorded) {
 TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
     makeScreen(0);
     // Each piece begins just above a tick and ends just below one, or the other way round: rounding adds up.
-    std::vector<edit::KeptSegment> kept;
+    std::vector<Interval> kept;
     for (int i = 0; i <= 1000; ++i) {
         const double grid = i * 5 / 600.0 * 12;
         kept.push_back({grid + 0.4 / 600, grid + (50 + i % 7 + 0.6) / 600});
@@ -238,8 +238,7 @@ TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
 
 TEST_F(CutCompositionTest, SegmentsThatRoundingTakesAwayAreNotShown) {
     makeScreen(0);
-    const CutComposition cut =
-        makeCutComposition(std::vector<edit::KeptSegment>{{0, 1}, {1.5009, 1.50195}, {2, 3}}, open(), 0);
+    const CutComposition cut = makeCutComposition(std::vector<Interval>{{0, 1}, {1.5009, 1.50195}, {2, 3}}, open(), 0);
     ASSERT_EQ(cut.movie.track(*cut.screenTrackId)->segments.size(), 2u);
     ASSERT_EQ(cut.shownSegments.size(), 2u);
     EXPECT_EQ(shownSourceTime(cut.shownSegments, 1), 2);

@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/pending_movie.h"
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +14,7 @@
 #include <utility>
 
 #include "base/formatted.h"
+#include "base/locked_file.h"
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
@@ -68,59 +65,17 @@ std::optional<pid_t> makerOf(std::string_view name) {
     return static_cast<pid_t>(maker);
 }
 
-// Whether no export writes this file any more. On file systems without locks, whether its process still runs.
-bool isAbandoned(int file, pid_t maker) {
-    if (::flock(file, LOCK_EX | LOCK_NB) == 0) return true;
-    if (errno == EWOULDBLOCK) return false;
-    return ::kill(maker, 0) != 0 && errno == ESRCH;
-}
-
-void removeIfAbandoned(const fs::path& path, pid_t maker) {
-    const UniqueDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return;
-    if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return;
-    if (isAbandoned(file.get(), maker)) ::unlink(path.c_str());
-}
-
-struct CloseFolder {
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
-// By the system's own calls, because libstdc++'s iterator ends the program when memory is short.
-void removeAbandoned(const fs::path& path) {
-    const std::unique_ptr<DIR, CloseFolder> folder(::opendir(path.c_str()));
-    if (!folder) return;  // what cannot be listed cannot be tidied
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread reads from this handle
-    while (const dirent* const each = ::readdir(folder.get())) {
-        if (const auto maker = makerOf(each->d_name)) removeIfAbandoned(path / each->d_name, *maker);
-    }
-}
-
-// Creates an empty, locked file of that name; none when the name is taken. Other errors are in `errno`.
-std::optional<UniqueDescriptor> makeLocked(const fs::path& path) {
-    constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
-    UniqueDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kOwnerOnly));
-    if (!file.isOpen()) return errno == EEXIST ? std::nullopt : std::optional(std::move(file));
-    // Between creation and lock another program may take it for abandoned and delete it.
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return std::nullopt;
-    struct stat status {};
-    if (::fstat(file.get(), &status) == 0 && status.st_nlink == 0) return std::nullopt;
-    return file;
-}
-
 }  // namespace
 
 PendingMovie::PendingMovie(fs::path target) : target_(std::move(target)), folder_(folderOf(target_)) {
     if (const std::error_code obstacle = obstacleAt(target_)) fail(target_, "kann nicht ersetzt werden", obstacle);
-    removeAbandoned(folder_);
+    removeAbandoned(folder_, makerOf);
     for (int number = 0; number < kMostNames; ++number) {
         fs::path path =
             folder_ / formatted("%s%ld-%d%s", kBeginning.data(), static_cast<long>(::getpid()), number, kEnding.data());
-        std::optional<UniqueDescriptor> made = makeLocked(path);
-        if (!made) continue;
-        if (!made->isOpen()) fail(target_, "konnte nicht angelegt werden", lastError());
-        lock_ = std::move(*made);
+        const std::error_code error = makeLocked(path, lock_);
+        if (error == std::errc::file_exists) continue;
+        if (error) fail(target_, "konnte nicht angelegt werden", error);
         path_ = std::move(path);
         return;
     }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/formatted.h"
+#include "base/interval.h"
 #include "base/saturated.h"
 #include "cli/verbs/inspect.h"
 
@@ -82,9 +83,9 @@ void printSegments(const edit::EditState& state, std::ostream& out) {
     }
     out << "   Nr.        von            bis          Länge\n";
     for (std::size_t i = 0; i < std::min(state.keptSegments.size(), kMostRows); ++i) {
-        const edit::KeptSegment& each = state.keptSegments[i];
+        const Interval& each = state.keptSegments[i];
         out << formatted("  %4zu  %13s  %13s  %10.3f s\n", i + 1, clockTime(each.start).c_str(),
-                         clockTime(each.end).c_str(), each.end - each.start);
+                         clockTime(each.end).c_str(), each.length());
     }
     if (state.keptSegments.size() > kMostRows) {
         out << formatted("  … und %zu weitere\n", state.keptSegments.size() - kMostRows);
@@ -118,9 +119,8 @@ double largestScale(const edit::ZoomEngine& zooms, double from, double to) {
     return largest;
 }
 
-bool isKept(const std::vector<edit::KeptSegment>& segments, double t) {
-    return std::any_of(segments.begin(), segments.end(),
-                       [t](const edit::KeptSegment& each) { return t >= each.start && t < each.end; });
+bool isKept(const std::vector<Interval>& segments, double t) {
+    return std::any_of(segments.begin(), segments.end(), [t](const Interval& each) { return each.contains(t); });
 }
 
 void printCurve(const edit::EditState& state, double duration, std::ostream& out) {

@@ -44,7 +44,7 @@ StudioPreview::StudioPreview(std::shared_ptr<const edit::Composition> compositio
     const model::CaptureInfo& info = composition->info();
     if (!(info.duration > 0)) throw RecorderError("Die Aufnahme hat keine Länge.");
     render::checkFrameRate(info.fps);
-    const edit::KeptSegment whole{0, info.duration};
+    const Interval whole{0, info.duration};
     uncut_ = render::makeCutComposition({&whole, 1}, assets, composition->recording().webcamOffset());
     live_ = std::make_shared<LiveComposition>(std::move(composition));
 }
@@ -79,11 +79,8 @@ std::vector<media::AudioMixInput> StudioPreview::audioMix() const {
     return render::makeAudioMix(composition->info(), composition->settings(), uncut_.audioTrackIds);
 }
 
-std::vector<playback::PlayedRange> StudioPreview::playedRanges() const {
-    std::vector<playback::PlayedRange> ranges;
-    for (const edit::KeptSegment& segment : live_->current()->keptSegments())
-        ranges.push_back({segment.start, segment.end});
-    return ranges;
+std::vector<Interval> StudioPreview::playedRanges() const {
+    return live_->current()->keptSegments();
 }
 
 }  // namespace lumivastor::editor

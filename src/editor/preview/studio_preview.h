@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/interval.h"
 #include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "edit/recording.h"
@@ -42,7 +43,7 @@ class StudioPreview {
     /// The volumes that the settings ask for.
     std::vector<media::AudioMixInput> audioMix() const;
     /// The kept segments, which is what playing goes through.
-    std::vector<playback::PlayedRange> playedRanges() const;
+    std::vector<Interval> playedRanges() const;
 
   private:
     class LiveComposition;

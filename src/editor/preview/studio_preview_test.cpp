@@ -78,7 +78,7 @@ TEST_F(StudioPreviews, ItsTimesAreThoseOfTheRecordingAndWhatIsCutAwayIsThere) {
     EXPECT_EQ(item.canvasHeight, 2160);
     EXPECT_EQ(item.framesPerSecond, 30);
     EXPECT_EQ(item.duration, 5);
-    EXPECT_EQ(item.playedRanges, (std::vector<playback::PlayedRange>{{0.5, 2}, {3, 5}}));
+    EXPECT_EQ(item.playedRanges, (std::vector<Interval>{{0.5, 2}, {3, 5}}));
     playback::PictureFinder screen(*item.movie.track(item.screenTrackId.value()),
                                    playback::PictureFinder::Before::firstPicture);
     playback::PictureFinder webcam(*item.movie.track(item.webcamTrackId.value()),
@@ -140,12 +140,12 @@ TEST_F(StudioPreviews, ItsSoundHasTheVolumesOfTheSettings) {
 
 TEST_F(StudioPreviews, PlaysWhatTheSettingsKeep) {
     open();
-    EXPECT_EQ(preview_->playedRanges(), (std::vector<playback::PlayedRange>{{0, 5}}));
+    EXPECT_EQ(preview_->playedRanges(), (std::vector<Interval>{{0, 5}}));
     model::ProjectSettings settings = composition_->settings();
     settings.trimEnd = 4;
     settings.cuts = {{1, 1.5}};
     composition_->setSettings(settings);
-    EXPECT_EQ(preview_->playedRanges(), (std::vector<playback::PlayedRange>{{0, 1}, {1.5, 4}}));
+    EXPECT_EQ(preview_->playedRanges(), (std::vector<Interval>{{0, 1}, {1.5, 4}}));
 }
 
 TEST_F(StudioPreviews, ImpossibleRecordingsAreErrors) {

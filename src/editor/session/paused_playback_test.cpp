@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/interval.h"
 #include "editor/session/frame_time.h"
 #include "editor/session/transport.h"
 #include "support/player_fixture.h"
@@ -28,7 +29,7 @@ class PausedPlayback : public PlayerFixture {
         options_.sounds = {{}};
     }
 
-    void openEditor(const std::vector<playback::PlayedRange>& played) {
+    void openEditor(const std::vector<Interval>& played) {
         playback::PlayerItem edited = item();
         edited.playedRanges = played;
         open(edited);

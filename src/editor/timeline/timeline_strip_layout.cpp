@@ -38,7 +38,7 @@ TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, dou
     TimelineStripLayout layout;
     layout.whole = {scale.at(0), scale.at(content.duration)};
     layout.playhead = scale.at(content.playhead);
-    for (const edit::KeptSegment& segment : content.kept) layout.kept.push_back(scale.span(segment.start, segment.end));
+    for (const Interval& segment : content.kept) layout.kept.push_back(scale.span(segment.start, segment.end));
     for (const model::ZoomSpec& zoom : content.zooms) layout.zooms.push_back(scale.span(zoom.start, zoom.end));
     for (const model::PointerSample& click : content.clicks) {
         const double x = scale.at(click.t);

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "base/interval.h"
 #include "edit/timeline.h"
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
@@ -32,7 +33,7 @@ struct TimelineStripLayout {
 
 struct TimelineStripContent {
     double duration = 0;
-    std::span<const edit::KeptSegment> kept;
+    std::span<const Interval> kept;
     std::span<const model::ZoomSpec> zooms;
     std::span<const model::PointerSample> clicks;  // in the order of time
     std::optional<double> pendingCutStart;

@@ -16,7 +16,7 @@ model::PointerSample pressAt(double t) {
 }
 
 TEST(TimelineStripLayout, EverythingLiesAtItsTimeBetweenTheMargins) {
-    const std::vector<edit::KeptSegment> kept = {{0, 2}, {4, 10}};
+    const std::vector<Interval> kept = {{0, 2}, {4, 10}};
     const std::vector<model::ZoomSpec> zooms = {{5, 7.5, 2, {}}};
     const std::vector<model::PointerSample> clicks = {pressAt(1), pressAt(6)};
     const auto layout = layOutTimelineStrip({10, kept, zooms, clicks, {}, 5}, 120, 10);

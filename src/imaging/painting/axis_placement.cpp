@@ -8,8 +8,8 @@
 namespace lumivastor::imaging {
 
 void AxisSteps::turnOver(double gridLength, double sourceLength) {
-    const auto turned = [](const Interval& interval, double length) {
-        return Interval{length - interval.high, length - interval.low};
+    const auto turned = [](const AxisInterval& interval, double length) {
+        return AxisInterval{length - interval.high, length - interval.low};
     };
     for (Clamp& step : clamps) {
         step.visible = turned(step.visible, gridLength);
@@ -46,7 +46,7 @@ SampledAxis sampled(const AxisSteps& steps, int count, double offset, double len
     return axis;
 }
 
-AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown) {
+AxisCoverage coverageOf(const SampledAxis& samples, const AxisInterval& shown) {
     // No square reaches further than half a sample; looking at one more costs nothing and forgives rounding.
     const auto begin = samples.positions.begin();
     const auto firstAt = [&](double position) {

@@ -15,13 +15,13 @@ namespace lumivastor::imaging {
 inline constexpr double kEndless = std::numeric_limits<double>::infinity();
 
 /// A stretch of an axis; endless unless said otherwise.
-struct Interval {
+struct AxisInterval {
     double low = -kEndless;
     double high = kEndless;
 };
 
 /// What both have in common; `high` is below `low` when that is nothing.
-inline Interval shared(const Interval& a, const Interval& b) {
+inline AxisInterval shared(const AxisInterval& a, const AxisInterval& b) {
     return {std::max(a.low, b.low), std::min(a.high, b.high)};
 }
 
@@ -29,16 +29,16 @@ inline Interval shared(const Interval& a, const Interval& b) {
 /// axis counts from the bottom until the layer at its end turns it over.
 struct AxisSteps {
     struct Clamp {
-        Interval visible;  // what the crops before it leave
-        Interval extent;
+        AxisInterval visible;  // what the crops before it leave
+        AxisInterval extent;
     };
     std::vector<Clamp> clamps;
-    Interval visible;   // what the crops since the last clamp leave
-    Interval readable;  // in the current step's own coordinates
-    double scale = 1;   // from the step's space to the grid
+    AxisInterval visible;   // what the crops since the last clamp leave
+    AxisInterval readable;  // in the current step's own coordinates
+    double scale = 1;       // from the step's space to the grid
     double translate = 0;
 
-    Interval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
+    AxisInterval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
 
     void transform(double stepScale, double stepTranslate) {
         translate += stepTranslate * scale;
@@ -76,6 +76,6 @@ struct SampledAxis {
 SampledAxis sampled(const AxisSteps& steps, int count, double offset, double length);
 
 /// How much of every sample lies in `shown`: what the crops since the last clamp leave of a layer.
-AxisCoverage coverageOf(const SampledAxis& samples, const Interval& shown);
+AxisCoverage coverageOf(const SampledAxis& samples, const AxisInterval& shown);
 
 }  // namespace lumivastor::imaging

@@ -212,13 +212,13 @@ struct Planner {
     }
 
     // What shows of a stretch of a step's own space.
-    static Interval shown(const AxisSteps& steps, double low, double high) {
+    static AxisInterval shown(const AxisSteps& steps, double low, double high) {
         return shared(steps.visible, steps.toGrid(low, high));
     }
 
     struct Place {
         const SampledAxis& samples;
-        Interval shown;
+        AxisInterval shown;
     };
 
     static bool place(PlanItem& item, const Place& x, const Place& y) {

@@ -37,12 +37,12 @@ Colour limited(const Colour& colour) {
 
 constexpr double kEndless = std::numeric_limits<double>::infinity();
 
-struct Interval {
+struct AxisInterval {
     double low = -kEndless;
     double high = kEndless;
 };
 
-Interval shared(const Interval& a, const Interval& b) {
+AxisInterval shared(const AxisInterval& a, const AxisInterval& b) {
     return {std::max(a.low, b.low), std::min(a.high, b.high)};
 }
 
@@ -52,20 +52,20 @@ struct AxisView {
     double position = 0;
     double before = 0.5;  // how far the sample's square reaches to either side
     double after = 0.5;
-    Interval visible;
+    AxisInterval visible;
     double coverage = 1;  // of the crops above the last clamp
-    Interval readable;
+    AxisInterval readable;
     double scale = 1;  // from the step's space to the grid
     double translate = 0;
 
-    double coverageBy(const Interval& interval) const {
-        const Interval seen = shared(visible, interval);
+    double coverageBy(const AxisInterval& interval) const {
+        const AxisInterval seen = shared(visible, interval);
         const double low = position - before;
         const double high = position + after;
         return coverage * sharedLength(low, high, seen.low, seen.high) / (high - low);
     }
     double sourcePosition() const { return (position - translate) / scale; }
-    Interval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
+    AxisInterval toGrid(double low, double high) const { return {low * scale + translate, high * scale + translate}; }
 
     void transform(double stepScale, double stepTranslate) {
         translate += stepTranslate * scale;
@@ -80,7 +80,7 @@ struct AxisView {
     void clamp(double low, double high) {
         coverage = coverageBy({});
         visible = {};
-        const Interval grid = toGrid(low, high);
+        const AxisInterval grid = toGrid(low, high);
         const double from = grid.low + before;
         const double to = grid.high - after;
         position = from < to ? std::clamp(position, from, to) : (from + to) / 2;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <limits>
 
+#include "base/descriptor_io.h"
 #include "media/isobmff/movie_boxes.h"
 
 namespace lumivastor::media {
@@ -164,18 +165,6 @@ std::error_code systemError() {
     return {errno, std::generic_category()};
 }
 
-std::error_code writeAt(int file, std::uint64_t offset, std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return systemError();
-        if (count == 0) return std::make_error_code(std::errc::io_error);
-        offset += static_cast<std::uint64_t>(count);
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
-    }
-    return {};
-}
-
 std::error_code cutOff(int file, std::uint64_t size) {
     while (::ftruncate(file, static_cast<off_t>(size)) != 0) {
         if (errno != EINTR) return systemError();
@@ -249,7 +238,7 @@ std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit) {
 std::error_code finishInPlace(int file, const FragmentedMovie& movie) {
     const std::vector<std::uint8_t> index = finishedHeader(movie.tracks);
     if (const auto error = cutOff(file, movie.wholeEnd)) return error;
-    std::error_code error = writeAt(file, movie.wholeEnd, index);
+    std::error_code error = writeAllAt(file, movie.wholeEnd, index.data(), index.size()).error;
     if (!error) error = waitForDisk(file);
     if (error) {
         static_cast<void>(cutOff(file, movie.wholeEnd));  // whole fragments and nothing else, as far as possible
@@ -262,7 +251,8 @@ std::error_code finishInPlace(int file, const FragmentedMovie& movie) {
     data.u32(kLongSizeFollows);
     data.u32(boxKind("mdat"));
     data.u64(movie.wholeEnd - movie.headerOffset);
-    if (const auto failed = writeAt(file, movie.headerOffset, data.take())) return failed;
+    const std::vector<std::uint8_t> bytes = data.take();
+    if (const auto failed = writeAllAt(file, movie.headerOffset, bytes.data(), bytes.size()).error) return failed;
     return waitForDisk(file);
 }
 

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/isobmff/movie_boxes.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <limits>
 
+#include "base/descriptor_io.h"
 #include "base/precondition.h"
 
 namespace lumivastor::media {
@@ -105,15 +103,7 @@ std::optional<Box> findBox(std::span<const std::uint8_t> bytes, std::uint32_t ki
 }
 
 bool readExactly(int file, std::uint64_t offset, std::span<std::uint8_t> bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count =
-            ::pread(file, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        done += static_cast<std::size_t>(count);
-    }
-    return true;
+    return readAllAt(file, offset, bytes.data(), bytes.size()).count == bytes.size();
 }
 
 std::optional<FileBox> fileBoxAt(int file, std::uint64_t offset, std::uint64_t fileSize) {

@@ -12,6 +12,7 @@
 #include <string>
 #include <system_error>
 
+#include "base/descriptor_io.h"
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
@@ -53,12 +54,9 @@ struct MovieFile::ByteSource {
 
     static int read(void* opaque, std::uint8_t* buffer, int size) {
         const auto* self = static_cast<ByteSource*>(opaque);
-        for (;;) {
-            const ssize_t count = ::read(self->file.get(), buffer, static_cast<std::size_t>(size));
-            if (count > 0) return static_cast<int>(count);
-            if (count == 0) return AVERROR_EOF;
-            if (errno != EINTR) return AVERROR(errno);
-        }
+        const auto [count, failure] = readAll(self->file.get(), buffer, static_cast<std::size_t>(size));
+        if (count > 0) return static_cast<int>(count);
+        return failure ? AVERROR(failure.value()) : AVERROR_EOF;
     }
 
     static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {

@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include "base/descriptor_io.h"
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
@@ -206,23 +207,17 @@ void FragmentedMovieSink::cutWhenDue() {
 void FragmentedMovieSink::store(const std::vector<std::uint8_t>& block, std::unique_lock<std::mutex>& hold) {
     if (error_) return;
     hold.unlock();
-    int failure = 0;
-    for (std::size_t done = 0; done < block.size() && failure == 0;) {
-        const ssize_t count = ::write(file_.get(), block.data() + done, block.size() - done);
-        if (count >= 0) {
-            done += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
-            failure = errno;
-        }
-    }
+    std::error_code failure = writeAll(file_.get(), block.data(), block.size()).error;
     // What is no file on a disk, such as a pipe, has nothing to wait for.
-    if (failure == 0 && ::fdatasync(file_.get()) != 0 && errno != EINVAL && errno != EROFS) failure = errno;
-    if (failure != 0) static_cast<void>(::ftruncate(file_.get(), static_cast<off_t>(fileSize_)) == 0);
+    if (!failure && ::fdatasync(file_.get()) != 0 && errno != EINVAL && errno != EROFS) {
+        failure = {errno, std::generic_category()};
+    }
+    if (failure) static_cast<void>(::ftruncate(file_.get(), static_cast<off_t>(fileSize_)) == 0);
     hold.lock();
-    if (failure == 0) {
+    if (!failure) {
         fileSize_ += block.size();
     } else {
-        error_ = {failure, std::generic_category()};
+        error_ = failure;
         blocks_.clear();
     }
 }

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/descriptor_io.h"
 #include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "base/system_error_text.h"
@@ -65,17 +66,10 @@ struct PlainMovieSink::ByteTarget {
 
     static int write(void* opaque, WrittenByte* bytes, int size) {
         auto* const self = static_cast<ByteTarget*>(opaque);
-        int done = 0;
-        while (done < size) {
-            const ssize_t count = ::write(self->file.get(), bytes + done, static_cast<std::size_t>(size - done));
-            if (count < 0 && errno == EINTR) continue;
-            if (count <= 0) {
-                if (self->error == 0) self->error = count < 0 ? errno : EIO;
-                return AVERROR(self->error);
-            }
-            done += static_cast<int>(count);
-        }
-        return size;
+        const std::error_code failure = writeAll(self->file.get(), bytes, static_cast<std::size_t>(size)).error;
+        if (!failure) return size;
+        if (self->error == 0) self->error = failure.value();
+        return AVERROR(self->error);
     }
 
     static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
@@ -87,18 +81,15 @@ struct PlainMovieSink::ByteTarget {
 
     static int read(void* opaque, std::uint8_t* bytes, int size) {
         auto* const self = static_cast<ByteTarget*>(opaque);
-        for (;;) {
-            const ssize_t count = ::pread(self->file.get(), bytes, static_cast<std::size_t>(size), self->readPosition);
-            if (count < 0 && errno == EINTR) continue;
-            if (count == 0) return AVERROR_EOF;
-            if (count < 0) {
-                // FFmpeg takes this for the file's end.
-                if (self->error == 0) self->error = errno;
-                return AVERROR(self->error);
-            }
-            self->readPosition += count;
-            return static_cast<int>(count);
+        const auto [count, failure] = readAllAt(self->file.get(), static_cast<std::uint64_t>(self->readPosition), bytes,
+                                                static_cast<std::size_t>(size));
+        if (count == 0 && failure) {
+            // FFmpeg takes this for the file's end.
+            if (self->error == 0) self->error = failure.value();
+            return AVERROR(self->error);
         }
+        self->readPosition += static_cast<std::int64_t>(count);
+        return count == 0 ? AVERROR_EOF : static_cast<int>(count);
     }
 
     static std::int64_t seekToRead(void* opaque, std::int64_t offset, int whence) {
