@@ -10,12 +10,10 @@
 #include "base/handled_error.h"
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
-#include "capture/journal/recording_documents.h"
 #include "capture/live_video.h"
 #include "capture/planned_info.h"
 #include "capture/recording/recovered_movie.h"
 #include "capture/recording/sound_samples.h"
-#include "capture/recordings_root.h"
 
 namespace lumivastor::capture {
 
@@ -24,7 +22,6 @@ namespace {
 constexpr int kFrameRate = 60;
 constexpr int kDeviceChannels = 2;
 constexpr int kMicrophoneChannels = 1;
-constexpr double kWatchSeconds = 1.0;
 
 const char* trueOrFalse(bool value) {
     return value ? "true" : "false";
@@ -54,103 +51,49 @@ std::vector<platform::CaptureDevice> DeviceRecorder::availableDevices(platform::
 
 DeviceRecorder::DeviceRecorder(const RecordingServices& services, platform::CaptureDevice device, Options options,
                                std::filesystem::path folder)
-    : services_(services), device_(std::move(device)), options_(options), folder_(std::move(folder)) {}
+    : services_(services),
+      device_(std::move(device)),
+      options_(options),
+      files_(services_, notifier_, std::move(folder)),
+      movie_(notifier_, files_.folder() / "source.mov") {}
 
 DeviceRecorder::~DeviceRecorder() {
-    notifier_.silence();
-    watchTimer_.reset();
-    workQueue_.drain();
+    run_.end();
     stopSessions();
-}
-
-std::shared_ptr<WebcamPreview> DeviceRecorder::webcamPreviewLayer() const {
-    return webcamRecorder_ ? webcamRecorder_->previewLayer() : nullptr;
 }
 
 // Starting
 
 void DeviceRecorder::start() {
-    try {
-        prepare();
-    } catch (...) {
-        throw handledError("Unerwarteter Fehler");
-    }
-    begin();
+    run_.start(startSteps());
 }
 
 void DeviceRecorder::start(StartCompletion completion) {
-    startWatch_.begin();
-    workQueue_.async([this, completion = std::move(completion)]() mutable {
-        std::optional<RecorderError> error;
-        try {
-            prepare();
-        } catch (...) {
-            error = handledError("Unerwarteter Fehler");
-        }
-        notifier_.postToMain([this, error = std::move(error), completion = std::move(completion)] {
-            startWatch_.end();
-            if (!error) begin();
-            completion(error);
-        });
-    });
+    run_.start(startSteps(), std::move(completion));
 }
 
-void DeviceRecorder::prepare() {
-    createRecordingFolder(folder_);
-    try {
-        startWatch_.step("Öffne „" + device_.name + "“ …");
-        openDevice();
-        startWatch_.step("Öffne das Mikrofon …");
-        if (options_.microphone) openMicrophone();
-        startWatch_.step("Öffne die Kamera …");
-        if (options_.webcam) startWebcam();
-        startWatch_.step("Suche einen passenden Encoder …");
-        chooseExpectedEncoder();
-    } catch (...) {
-        discard();
-        throw;
-    }
-}
-
-// The devices run from here on, and what they need is there.
-void DeviceRecorder::begin() {
-    running_ = true;
-    workQueue_.async([this] {
-        guarded([this] {
-            session_->startRunning();
-            if (micSession_) micSession_->startRunning();
-        });
-    });
-    watchTimer_ = services_.mainLoop.every(kWatchSeconds, [this] { watch(); });
-    Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
-                             trueOrFalse(hasDeviceAudio_) + " Mikro=" + trueOrFalse(options_.microphone));
-    if (hasDeviceAudio_) return;
-    notifier_.notice("„" + device_.name + "“ liefert keinen eigenen Ton. Aufgenommen " +
-                     (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
-}
-
-// Nothing was recorded: what was begun goes, and the folder with it unless somebody else put things there. Not on the
-// main thread, unless that started in the foreground.
-void DeviceRecorder::discard() {
-    if (writer_) writer_->cancelWriting();
-    if (journal_) journal_->remove();
-    std::error_code ignored;
-    if (webcamRecorder_) {
-        webcamRecorder_->stop();
-        std::filesystem::remove(folder_ / "webcam.mov", ignored);
-    }
-    std::filesystem::remove(folder_, ignored);
+RecorderRun::Start DeviceRecorder::startSteps() {
+    using enum RecorderRun::Step::Thread;
+    return {{{any, "Öffne „" + device_.name + "“ …", [this] { openDevice(); }},
+             {any, "Öffne das Mikrofon …", [this] { openMicrophone(); }},
+             {any, "Öffne die Kamera …", [this] { startWebcam(); }},
+             {any, "Suche einen passenden Encoder …", [this] { chooseExpectedEncoder(); }},
+             {main, "", [this] { begin(); }}},
+            [this] { discard(); },
+            [] {}};
 }
 
 void DeviceRecorder::openDevice() {
+    files_.createFolder();
     auto session = services_.devices.open(device_);
     if (!session) throw RecorderError("Das Gerät kann nicht aufgenommen werden.");
-    if (!session->addVideoOutput(
-            queue_, false, [this](const platform::DeviceSample& sample) { guarded([&] { handlePicture(sample); }); })) {
+    if (!session->addVideoOutput(queue_, false, [this](const platform::DeviceSample& sample) {
+            notifier_.guard([&] { handlePicture(sample); });
+        })) {
         throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
     }
     hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const platform::SoundBuffer& sound) {
-        guarded([&] { handleSound(&DeviceRecorder::deviceAudioInput_, kDeviceChannels, sound); });
+        notifier_.guard([&] { handleSound(SourceMovie::SoundTrack::source, sound); });
     });
     session->onInterruption([this](const std::string& reason) {
         Log::write("Device", "unterbrochen: " + reason);
@@ -161,12 +104,13 @@ void DeviceRecorder::openDevice() {
 
 // Without a microphone the recording goes on.
 void DeviceRecorder::openMicrophone() {
+    if (!options_.microphone) return;
     try {
         const auto microphone = services_.devices.defaultMicrophone();
         if (!microphone) return;
         auto session = services_.devices.open(*microphone);
         if (!session || !session->addAudioOutput(micQueue_, [this](const platform::SoundBuffer& sound) {
-                guarded([&] { handleSound(&DeviceRecorder::micInput_, kMicrophoneChannels, sound); });
+                notifier_.guard([&] { handleSound(SourceMovie::SoundTrack::microphone, sound); });
             })) {
             return;
         }
@@ -180,21 +124,7 @@ void DeviceRecorder::openMicrophone() {
 }
 
 void DeviceRecorder::startWebcam() {
-    auto webcam = std::make_unique<WebcamRecorder>(services_);
-    webcam->onFirstPicture = [this](double seconds) {
-        const std::lock_guard hold(lock_);
-        webcamFirstPicture_ = seconds;
-        // Before the writer there is no journal; it then begins with this.
-        if (writerReady_) journal_->append(journalLine::webcam(seconds));
-    };
-    webcam->onNotice = [this](const std::string& sentence) { notifier_.notice(sentence); };
-    try {
-        webcam->start(folder_);
-        webcamRecorder_ = std::move(webcam);
-    } catch (const RecorderError& error) {
-        Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
-        notifier_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
-    }
+    if (options_.webcam) files_.startWebcam();
 }
 
 // What the first picture would otherwise wait for. Most devices announce the size that they deliver.
@@ -206,14 +136,125 @@ void DeviceRecorder::chooseExpectedEncoder() {
     }
 }
 
-void DeviceRecorder::guarded(const std::function<void()>& step) {
+// The devices run from here on, and what they need is there.
+void DeviceRecorder::begin() {
+    running_ = true;
+    run_.inBackground([this] {
+        notifier_.guard([this] {
+            session_->startRunning();
+            if (micSession_) micSession_->startRunning();
+        });
+    });
+    run_.checkEverySecond([this] { check(); });
+    Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
+                             trueOrFalse(hasDeviceAudio_) + " Mikro=" + trueOrFalse(options_.microphone));
+    if (hasDeviceAudio_) return;
+    notifier_.notice("„" + device_.name + "“ liefert keinen eigenen Ton. Aufgenommen " +
+                     (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
+}
+
+// Nothing was recorded: what was begun goes, and the folder with it unless somebody else put things there. Not on the
+// main thread, unless that started in the foreground.
+void DeviceRecorder::discard() {
+    movie_.cancel();
+    files_.discardWebcam();
+    files_.discard();
+}
+
+// While it runs
+
+// On the device's queue, which alone opens the movie.
+bool DeviceRecorder::openMovieIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture) {
+    if (noMovie_) return false;
+    if (isMovieOpen()) return true;
+    size_ = deviceSize(firstPicture.width(), firstPicture.height());
     try {
-        step();
+        openMovie();
     } catch (...) {
-        const RecorderError error = handledError("Unerwarteter Fehler");
-        Log::write("Device", "Aufnahme gestört: " + error.message());
-        notifier_.giveUp(error);
+        // The rest of the pictures could not be recorded either, so the owner gets the error before the stop.
+        noMovie_ = handledError("Unerwarteter Fehler");
+        Log::write("Device", "Writer-Anlage fehlgeschlagen: " + noMovie_->message());
+        notifier_.giveUp(*noMovie_);
+        return false;
     }
+    fitter_.emplace(size_.width, size_.height);
+    Log::write("Device", formatted("Writer angelegt: %d×%d", size_.width, size_.height));
+    files_.beginJournal(info(), deviceGeometry(size_));
+    const std::lock_guard hold(lock_);
+    isMovieOpen_ = true;
+    return true;
+}
+
+void DeviceRecorder::openMovie() {
+    const media::EncodingJob job = jobFor(size_);
+    SourceMovie::Tracks tracks;
+    tracks.video = liveVideoSettings(size_.width, size_.height, kFrameRate, job.averageBitRate);
+    if (!canAddVideo(tracks.video)) throw RecorderError("Die Videospur konnte nicht angelegt werden.");
+    const media::EncoderChoice choice =
+        expectedChoice_ && expectedSize_ == size_ ? *expectedChoice_ : services_.chooseEncoder(job);
+    choice.applyTo(tracks.video);
+    if (hasDeviceAudio_) tracks.source = liveSoundSettings(kDeviceChannels);
+    if (options_.microphone) tracks.microphone = liveSoundSettings(kMicrophoneChannels);
+    movie_.open(tracks);
+}
+
+bool DeviceRecorder::isMovieOpen() const {
+    const std::lock_guard hold(lock_);
+    return isMovieOpen_;
+}
+
+bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
+    const auto session = movie_.beginSessionIfNeeded(time, time.seconds());
+    if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
+    const RecordingProgress begun = movie_.progress();
+    files_.note(journalLine::session(begun.t0Host, begun.t0Media));
+    Log::write("Device", formatted("Zeitbasis: Host-Uhr %.3f s", begun.t0Host));
+    return true;
+}
+
+void DeviceRecorder::handlePicture(const platform::DeviceSample& sample) {
+    if (!sample.image || !std::isfinite(sample.hostSeconds) || !openMovieIfNeeded(*sample.image)) return;
+    const MediaTime taken = hostTime(sample.hostSeconds);
+    if (!beginSessionIfNeeded(taken)) return;
+    const RecordingProgress progress = movie_.progress();
+    const MediaTime time = progress.pictureTime(taken);
+    if (progress.isBeforeSession(time)) return;
+    if (!movie_.video().isReadyForMoreMediaData()) return;
+    if (movie_.video().append(fitter_->fit(sample.image), time)) movie_.pictureWritten(time);
+}
+
+// On the device's or the microphone's queue.
+void DeviceRecorder::handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound) {
+    if (!std::isfinite(sound.hostSeconds) || !isMovieOpen()) return;
+    const MediaTime time = hostTime(sound.hostSeconds);
+    if (beginSessionIfNeeded(time)) movie_.append(track, sound, time);
+}
+
+void DeviceRecorder::check() {
+    if (isMovieOpen()) files_.watch(movie_, spaceNeed());
+}
+
+// Once the movie is open.
+SpaceNeed DeviceRecorder::spaceNeed() const {
+    const Stats now = snapshot();
+    const int soundTracks = movie_.soundTracks();
+    double bits = static_cast<double>(deviceBitRate(size_.width, size_.height)) + soundTracks * 192000.0;
+    if (options_.webcam) bits += static_cast<double>(kWebcamBitRate);
+    return {bits / 8, finishingBytes(now.framesWritten, now.duration * soundTracks, 0)};
+}
+
+RecordingJob::Stats DeviceRecorder::snapshot() const {
+    const RecordingProgress progress = movie_.progress();
+    return {progress.elapsed(services_.hostClock()), progress.framesWritten};
+}
+
+// Stopping
+
+void DeviceRecorder::stop(StopCompletion completion) {
+    if (!run_.beginStop()) return;
+    run_.finish([this] { return finish(); },
+                [this](const RecorderError& reason) { return files_.unfinished(reason, spaceNeed()); },
+                std::move(completion));
 }
 
 void DeviceRecorder::stopSessions() {
@@ -224,218 +265,48 @@ void DeviceRecorder::stopSessions() {
     micQueue_.drain();
 }
 
-// While it runs
-
-bool DeviceRecorder::hasWriter() const {
-    const std::lock_guard hold(lock_);
-    return writerReady_;
-}
-
-// On the device's queue, which alone makes the writer.
-bool DeviceRecorder::makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture) {
-    if (noWriter_) return false;
-    if (hasWriter()) return true;
-    size_ = deviceSize(firstPicture.width(), firstPicture.height());
-    try {
-        makeWriter(size_);
-    } catch (...) {
-        // The rest of the pictures could not be recorded either, so nobody has to wait for the stop to hear of it.
-        noWriter_ = handledError("Unerwarteter Fehler");
-        Log::write("Device", "Writer-Anlage fehlgeschlagen: " + noWriter_->message());
-        notifier_.giveUp(*noWriter_);
-        return false;
-    }
-    fitter_.emplace(size_.width, size_.height);
-    Log::write("Device", formatted("Writer angelegt: %d×%d", size_.width, size_.height));
-    auto journal = std::make_unique<Journal>(folder_);
-    journal->append(journalLine::start(info(), deviceGeometry(size_)));
-    const std::lock_guard hold(lock_);
-    if (webcamFirstPicture_) journal->append(journalLine::webcam(*webcamFirstPicture_));
-    journal_ = std::move(journal);
-    writerReady_ = true;
-    return true;
-}
-
-void DeviceRecorder::makeWriter(PixelSize size) {
-    auto writer = std::make_unique<media::AssetWriter>(folder_ / "source.mov", media::MovieContainer::quickTime);
-    writer->setMovieFragmentInterval(kFragmentInterval);
-    const media::EncodingJob job = jobFor(size);
-    media::VideoSettings settings = liveVideoSettings(size.width, size.height, kFrameRate, job.averageBitRate);
-    if (!canAddVideo(settings)) throw RecorderError("Die Videospur konnte nicht angelegt werden.");
-    const media::EncoderChoice choice =
-        expectedChoice_ && expectedSize_ == size ? *expectedChoice_ : services_.chooseEncoder(job);
-    choice.applyTo(settings);
-    media::VideoWriterInput& video = writer->addVideoInput(settings);
-    video.setExpectsMediaDataInRealTime(true);
-    const auto addSound = [&writer](int channels) {
-        media::AudioWriterInput& input = writer->addAudioInput(liveSoundSettings(channels));
-        input.setExpectsMediaDataInRealTime(true);
-        return &input;
-    };
-    media::AudioWriterInput* deviceAudio = hasDeviceAudio_ ? addSound(kDeviceChannels) : nullptr;
-    media::AudioWriterInput* microphone = options_.microphone ? addSound(kMicrophoneChannels) : nullptr;
-    if (!writer->startWriting()) {
-        throw writer->error().value_or(RecorderError("Die Aufnahmedatei konnte nicht geöffnet werden."));
-    }
-    writer_ = std::move(writer);
-    videoInput_ = &video;
-    deviceAudioInput_ = deviceAudio;
-    micInput_ = microphone;
-}
-
-bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
-    const std::lock_guard hold(lock_);
-    const bool writing = writer_->status() == media::AssetWriter::Status::writing;
-    const auto session = progress_.beginSessionIfNeeded(writing, time, time.seconds());
-    if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
-    writer_->startSession(time);
-    journal_->append(journalLine::session(progress_.t0Host, progress_.t0Media));
-    Log::write("Device", formatted("Zeitbasis: Host-Uhr %.3f s", progress_.t0Host));
-    return true;
-}
-
-void DeviceRecorder::handlePicture(const platform::DeviceSample& sample) {
-    if (!sample.image || !std::isfinite(sample.hostSeconds) || !makeWriterIfNeeded(*sample.image)) return;
-    MediaTime time = hostTime(sample.hostSeconds);
-    if (!beginSessionIfNeeded(time)) return;
-    {
-        const std::lock_guard hold(lock_);
-        time = progress_.pictureTime(time);
-        if (progress_.isBeforeSession(time)) return;
-    }
-    if (!videoInput_->isReadyForMoreMediaData()) return;
-    if (!videoInput_->append(fitter_->fit(sample.image), time)) return;
-    const std::lock_guard hold(lock_);
-    progress_.pictureWritten(time);
-}
-
-// On the device's or the microphone's queue.
-void DeviceRecorder::handleSound(media::AudioWriterInput* DeviceRecorder::*member, int channels,
-                                 const platform::SoundBuffer& sound) {
-    if (!std::isfinite(sound.hostSeconds) || !hasWriter()) return;
-    const MediaTime time = hostTime(sound.hostSeconds);
-    if (!beginSessionIfNeeded(time)) return;
-    media::AudioWriterInput* const input = this->*member;
-    if (input == nullptr || sound.sampleRate != liveSoundSettings(channels).sampleRate) return;
-    if (!input->isReadyForMoreMediaData() || !input->append(pcmSample(sound, channels))) return;
-    const std::lock_guard hold(lock_);
-    progress_.sampleWritten(time);
-}
-
-void DeviceRecorder::watch() {
-    if (!hasWriter()) return;
-    if (writer_->status() == media::AssetWriter::Status::failed) {
-        notifier_.giveUp(writer_->error().value_or(RecorderError("Der Film wird nicht mehr geschrieben.")));
-        return;
-    }
-    const auto space = services_.freeSpace(folder_);
-    if (space && mustStop(*space, spaceNeed())) notifier_.giveUp(diskNearlyFull());
-}
-
-// Once there is a writer.
-SpaceNeed DeviceRecorder::spaceNeed() const {
-    const Stats now = snapshot();
-    const int soundTracks = (deviceAudioInput_ != nullptr ? 1 : 0) + (micInput_ != nullptr ? 1 : 0);
-    double bits = static_cast<double>(deviceBitRate(size_.width, size_.height)) + soundTracks * 192000.0;
-    if (options_.webcam) bits += static_cast<double>(kWebcamBitRate);
-    return {bits / 8, finishingBytes(now.framesWritten, now.duration * soundTracks, 0)};
-}
-
-DeviceRecorder::Stats DeviceRecorder::snapshot() const {
-    const std::lock_guard hold(lock_);
-    return {progress_.elapsed(services_.hostClock()), progress_.framesWritten};
-}
-
-// Stopping
-
-void DeviceRecorder::stop(StopCompletion completion) {
-    if (std::exchange(stopped_, true)) return;
-    notifier_.setStopped();
-    watchTimer_.reset();
-    workQueue_.async([this, completion = std::move(completion)] {
-        Outcome outcome;
-        try {
-            stopSessions();
-            outcome = finish();
-        } catch (...) {
-            outcome = unfinished(handledError("Unerwarteter Fehler"));
-        }
-        // Not `postToMain`: who stops a recording hears of it, also when the recorder has gone meanwhile.
-        services_.mainLoop.async([completion, outcome = std::move(outcome)] { completion(outcome); });
-    });
-}
-
-DeviceRecorder::Stats DeviceRecorder::finish() {
-    RecordingProgress progress;
-    {
-        const std::lock_guard hold(lock_);
-        progress = progress_;
-    }
+RecordingJob::Stats DeviceRecorder::finish() {
+    stopSessions();
+    const RecordingProgress progress = movie_.progress();
     if (progress.framesWritten == 0) {
         // In this order: pictures that came and could not be written are another thing than none.
-        if (!noWriter_ && writer_) noWriter_ = writer_->error();
+        if (!noMovie_) noMovie_ = movie_.error();
         discard();
-        if (noWriter_) throw RecorderError(noWriter_->message());
+        if (noMovie_) throw RecorderError(noMovie_->message());
         throw RecorderError("Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
     }
     const MediaTime end = deviceEndTime(hostTime(services_.hostClock()), progress.lastPTS);
-    videoInput_->markAsFinished();
-    if (deviceAudioInput_ != nullptr) deviceAudioInput_->markAsFinished();
-    if (micInput_ != nullptr) micInput_->markAsFinished();
-    writer_->endSession(end);
-    std::optional<double> webcamFirstPicture;
-    if (webcamRecorder_) webcamFirstPicture = webcamRecorder_->stop();
-    Stats stats{end.seconds() - progress.t0Host, progress.framesWritten};
-    if (!writer_->finishWriting()) {
-        stats = rescue(writer_->error().value_or(RecorderError("Die Aufnahme konnte nicht abgeschlossen werden.")));
-    }
-    writeMetadata(stats, progress.t0Host, webcamFirstPicture);
-    Log::write("Device",
-               formatted("fertig: %.1f s, %lld Bilder", stats.duration, static_cast<long long>(stats.framesWritten)));
-    return stats;
-}
-
-// What the failed writer has left, as a movie. Throws `reason` when that is nothing.
-DeviceRecorder::Stats DeviceRecorder::rescue(const RecorderError& reason) {
-    Log::write("Device", "Writer fehlgeschlagen: " + reason.message());
+    RecordingOutcome outcome;
+    outcome.webcamFirstPicture = files_.stopWebcam();
+    SourceMovie::Content content;
     try {
-        const RecoveredMovie movie = recoverMovie(writer_->path());
-        notifier_.notice("Die Aufnahme endete vorzeitig: " + reason.message() +
-                         " Was bis dahin aufgenommen wurde, ist gesichert.");
-        return {movie.lastPicture, movie.pictures};
-    } catch (const RecorderError& error) {
-        Log::write("Device", "nicht zu retten: " + error.message());
-        if (!mayStillBeRecovered(writer_->path())) {
-            std::error_code ignored;
-            std::filesystem::remove(writer_->path(), ignored);
-            std::filesystem::remove(folder_ / "webcam.mov", ignored);
-            journal_->remove();
-            std::filesystem::remove(folder_, ignored);
-        }
-        throw RecorderError(reason);
+        content = movie_.finish(end);
+    } catch (...) {
+        discardUnlessRecoverable();
+        throw;
     }
+    saveEmptyPointerTrack(files_.folder());
+    outcome.t0Host = outcome.t0Media = progress.t0Host;
+    outcome.duration = content.duration;
+    outcome.framesWritten = content.pictures;
+    files_.complete(info(), outcome);
+    Log::write("Device",
+               formatted("fertig: %.1f s, %lld Bilder", content.duration, static_cast<long long>(content.pictures)));
+    return {content.duration, content.pictures};
 }
 
-// Why the recording could not be finished, with what can be done about it where something can.
-RecorderError DeviceRecorder::unfinished(const RecorderError& reason) const {
-    if (!isUnfinishedRecording(folder_)) return RecorderError(reason.message());
-    const auto space = services_.freeSpace(folder_);
-    return notCompleted(reason, folder_, space && mustStop(*space, spaceNeed()));
+// Where a later attempt could not do better either, nothing of the recording stays.
+void DeviceRecorder::discardUnlessRecoverable() {
+    const std::filesystem::path movie = files_.folder() / "source.mov";
+    if (mayStillBeRecovered(movie)) return;
+    std::error_code ignored;
+    std::filesystem::remove(movie, ignored);
+    std::filesystem::remove(files_.folder() / "webcam.mov", ignored);
+    files_.discard();
 }
 
 model::CaptureInfo DeviceRecorder::info() const {
-    return plannedDeviceInfo(device_.name, size_, deviceAudioInput_ != nullptr, micInput_ != nullptr);
-}
-
-void DeviceRecorder::writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture) {
-    saveEmptyPointerTrack(folder_);
-    RecordingOutcome outcome;
-    outcome.t0Host = outcome.t0Media = t0Host;
-    outcome.duration = stats.duration;
-    outcome.framesWritten = stats.framesWritten;
-    outcome.webcamFirstPicture = webcamFirstPicture;
-    saveCaptureInfo(folder_, info(), outcome);
-    journal_->remove();
+    return plannedDeviceInfo(device_.name, size_, hasDeviceAudio_, options_.microphone);
 }
 
 }  // namespace lumivastor::capture

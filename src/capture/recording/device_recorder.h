@@ -14,16 +14,13 @@
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
-#include "capture/capture_plan.h"
 #include "capture/capture_services.h"
-#include "capture/journal/journal.h"
 #include "capture/recording/fitted_picture.h"
 #include "capture/recording/recorder_notifier.h"
+#include "capture/recording/recorder_run.h"
+#include "capture/recording/recording_files.h"
 #include "capture/recording/recording_job.h"
-#include "capture/recording/start_watch.h"
-#include "capture/recording/webcam_recorder.h"
-#include "capture/recording_progress.h"
-#include "media/writing/asset_writer.h"
+#include "capture/recording/source_movie.h"
 #include "model/capture_info.h"
 
 namespace lumivastor::capture {
@@ -59,9 +56,7 @@ class DeviceRecorder final : public RecordingJob {
         notifier_.onError(std::move(handler));
     }
     void onNotice(std::function<void(const std::string&)> handler) override { notifier_.onNotice(std::move(handler)); }
-    void onSlowStep(std::function<void(const std::string&)> handler) override {
-        startWatch_.onSlowStep(std::move(handler));
-    }
+    void onSlowStep(std::function<void(const std::string&)> handler) override { run_.onSlowStep(std::move(handler)); }
 
     /// Opens the devices, which may take seconds; they begin to run in the background. Throws `RecorderError`; nothing
     /// is left behind in the folder then.
@@ -72,51 +67,45 @@ class DeviceRecorder final : public RecordingJob {
     void stop(StopCompletion completion) override;
 
     Stats snapshot() const override;
-    const std::filesystem::path& folder() const override { return folder_; }
+    const std::filesystem::path& folder() const override { return files_.folder(); }
     const std::string& deviceName() const { return device_.name; }
-    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override;
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }
 
   private:
-    // The steps of a start; the second belongs to the main thread, the other may run on any.
-    void prepare();
-    void begin();
-    void discard();
+    // The steps of a start, in order; the last belongs to the main thread, the others may run on any.
+    RecorderRun::Start startSteps();
     void openDevice();
     void openMicrophone();
     void startWebcam();
     void chooseExpectedEncoder();
-    /// Runs a step of a queue's work; what it throws ends the recording with an error for the owner.
-    void guarded(const std::function<void()>& step);
-    void stopSessions();
-    void watch();
+    void begin();
+    void discard();
 
     void handlePicture(const platform::DeviceSample& sample);
-    void handleSound(media::AudioWriterInput* DeviceRecorder::*input, int channels, const platform::SoundBuffer& sound);
-    bool makeWriterIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
-    void makeWriter(PixelSize size);
-    bool hasWriter() const;
+    void handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound);
+    bool openMovieIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
+    void openMovie();
+    bool isMovieOpen() const;
     bool beginSessionIfNeeded(const MediaTime& time);
 
-    Stats finish();
-    Stats rescue(const RecorderError& reason);
-    RecorderError unfinished(const RecorderError& reason) const;
+    void check();
     SpaceNeed spaceNeed() const;
-    void writeMetadata(const Stats& stats, double t0Host, std::optional<double> webcamFirstPicture);
+
+    void stopSessions();
+    Stats finish();
+    void discardUnlessRecoverable();
     model::CaptureInfo info() const;
 
     const RecordingServices services_;
     const platform::CaptureDevice device_;
     const Options options_;
-    const std::filesystem::path folder_;
     RecorderNotifier notifier_{services_.mainLoop, "Device"};
-    StartWatch startWatch_{services_.mainLoop};
+    RecordingFiles files_;
+    SourceMovie movie_;
 
     mutable std::mutex lock_;
-    RecordingProgress progress_;                // guarded by lock_
-    bool writerReady_ = false;                  // guarded by lock_; from then on the writer and its inputs stay
-    std::optional<double> webcamFirstPicture_;  // guarded by lock_
-    std::optional<RecorderError> noWriter_;  // why there is none; the device queue's, and after it has ended `finish`'s
-    bool stopped_ = false;                   // main thread only
+    bool isMovieOpen_ = false;              // guarded by lock_; from then on the movie and the journal are there
+    std::optional<RecorderError> noMovie_;  // why there is none; the device queue's, and after it has ended `finish`'s
 
     bool hasDeviceAudio_ = false;
     PixelSize size_;
@@ -124,22 +113,15 @@ class DeviceRecorder final : public RecordingJob {
     std::optional<media::EncoderChoice>
         expectedChoice_;  // for the format that the device announced; set before it runs
     PixelSize expectedSize_;
-    std::unique_ptr<Journal> journal_;
-    std::unique_ptr<media::AssetWriter> writer_;
-    media::VideoWriterInput* videoInput_ = nullptr;
-    media::AudioWriterInput* deviceAudioInput_ = nullptr;
-    media::AudioWriterInput* micInput_ = nullptr;
-    std::unique_ptr<WebcamRecorder> webcamRecorder_;
 
     std::unique_ptr<platform::CaptureSession> session_;
     std::unique_ptr<platform::CaptureSession> micSession_;
     bool running_ = false;
-    std::unique_ptr<MainLoop::Timer> watchTimer_;
 
     // The queues end before what their work uses.
     SerialQueue queue_{"lumivastor.device"};
     SerialQueue micQueue_{"lumivastor.device.mic"};
-    SerialQueue workQueue_{"lumivastor.device.work"};
+    RecorderRun run_{services_.mainLoop, notifier_, "lumivastor.device.work"};
 };
 
 }  // namespace lumivastor::capture

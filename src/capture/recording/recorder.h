@@ -10,20 +10,17 @@
 #include <string>
 #include <utility>
 
-#include "base/recorder_error.h"
 #include "base/serial_queue.h"
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
-#include "capture/journal/journal.h"
 #include "capture/recording/pointer_recorder.h"
 #include "capture/recording/recorder_notifier.h"
+#include "capture/recording/recorder_run.h"
+#include "capture/recording/recording_files.h"
 #include "capture/recording/recording_job.h"
-#include "capture/recording/start_watch.h"
+#include "capture/recording/source_movie.h"
 #include "capture/recording/waiting_picture.h"
-#include "capture/recording/webcam_recorder.h"
 #include "capture/recording/window_frame_tracker.h"
-#include "capture/recording_progress.h"
-#include "media/writing/asset_writer.h"
 
 namespace lumivastor::capture {
 
@@ -43,9 +40,7 @@ class Recorder final : public RecordingJob {
         notifier_.onError(std::move(handler));
     }
     void onNotice(std::function<void(const std::string&)> handler) override { notifier_.onNotice(std::move(handler)); }
-    void onSlowStep(std::function<void(const std::string&)> handler) override {
-        startWatch_.onSlowStep(std::move(handler));
-    }
+    void onSlowStep(std::function<void(const std::string&)> handler) override { run_.onSlowStep(std::move(handler)); }
 
     /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
     /// Throws `RecorderError`; nothing is left behind in the folder then.
@@ -58,78 +53,60 @@ class Recorder final : public RecordingJob {
     void stop(StopCompletion completion) override;
 
     Stats snapshot() const override;
-    const std::filesystem::path& folder() const override { return folder_; }
-    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override;
+    const std::filesystem::path& folder() const override { return files_.folder(); }
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }
 
   private:
-    struct StartStep;
-
     // The steps of a start, in order. Those that wait for devices or encoders may run on any thread.
+    RecorderRun::Start startSteps();
     void prepare();
     void startTracker();
     void startWebcam();
     void startPointer();
     void startCapture();
-    void runStep(std::size_t index, const std::shared_ptr<StartCompletion>& completion);
     void abandon();
-    void discardWebcam();
-    void makeWriter();
+    void openMovie();
     void makeStream();
-    void watch();
 
     void handleScreen(const platform::ScreenSample& sample);
-    void handleSound(media::AudioWriterInput& input, int channels, const platform::SoundBuffer& sound);
+    void handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound);
+    void handleDisplayOrigin(double hostSeconds, Point pixels);
     bool beginSessionIfNeeded(const MediaTime& time);
     void appendWaiting(const MediaTime& now);
     void appendRest();
     void append(const WaitingPicture::Picture& picture);
-    void countLost(std::int64_t pictures);
-    void handleDisplayOrigin(double hostSeconds, Point pixels);
-    /// Runs a step of the work on samples; what it throws ends the recording with an error for the owner.
-    void guarded(const std::function<void()>& step);
 
-    Stats finish();
-    Stats rescue(const RecorderError& reason, Stats stats);
-    RecorderError unfinished(const RecorderError& reason) const;
-    void writeDocuments(const RecordingProgress& progress, Stats& stats);
-    void discardFolder();
+    void check();
+    JournalCounts counts() const;
     SpaceNeed spaceNeed() const;
+
+    void stopCapture();
+    Stats finish();
+    void discardFolder();
 
     const CaptureServices services_;
     const Options options_;
-    const std::filesystem::path folder_;
     RecorderNotifier notifier_{services_.mainLoop, "Capture"};
-    StartWatch startWatch_{services_.mainLoop};
-
-    mutable std::mutex lock_;
-    RecordingProgress progress_;  // guarded by lock_
-    DisplayTrack displayTrack_;   // guarded by lock_
-    bool stopped_ = false;        // main thread only
-    bool abandoned_ = false;      // main thread only: the start has failed
-
-    std::unique_ptr<Journal> journal_;
+    RecordingFiles files_;
     const std::unique_ptr<PointerRecorder> pointer_;
     std::unique_ptr<WindowFrameTracker> windowTracker_;
-    std::unique_ptr<WebcamRecorder> webcamRecorder_;
     std::optional<CapturePlan> plan_;
     double bytesPerSecond_ = 0;
+    bool abandoned_ = false;  // main thread only: the start has failed
 
-    std::unique_ptr<media::AssetWriter> writer_;
-    media::VideoWriterInput* videoInput_ = nullptr;
-    media::AudioWriterInput* systemAudioInput_ = nullptr;
-    media::AudioWriterInput* microphoneInput_ = nullptr;
-    int microphoneChannels_ = 1;
+    mutable std::mutex lock_;
+    DisplayTrack displayTrack_;  // guarded by lock_
+
+    SourceMovie movie_;
     WaitingPicture::Image lastPicture_;  // the video queue's
     WaitingPicture waiting_;             // the video queue's
-
     std::unique_ptr<platform::CaptureStream> stream_;
-    std::unique_ptr<MainLoop::Timer> watchTimer_;
 
     // The queues end before what their work uses.
     SerialQueue videoQueue_{"aufnahme.capture.video"};
     SerialQueue systemAudioQueue_{"aufnahme.capture.systemaudio"};
     SerialQueue microphoneQueue_{"aufnahme.capture.microphone"};
-    SerialQueue workQueue_{"aufnahme.capture.work"};
+    RecorderRun run_{services_.mainLoop, notifier_, "aufnahme.capture.work"};
 };
 
 }  // namespace lumivastor::capture

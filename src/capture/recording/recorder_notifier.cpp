@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/recorder_notifier.h"
 
+#include "base/handled_error.h"
 #include "base/log.h"
 
 namespace lumivastor::capture {
@@ -25,6 +26,16 @@ void RecorderNotifier::giveUp(const RecorderError& reason) {
         const auto handler = onError_;
         if (handler && !isStopped_) handler(reason);
     });
+}
+
+void RecorderNotifier::guard(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (...) {
+        const RecorderError error = handledError("Unerwarteter Fehler");
+        log("Aufnahme gestört: " + error.message());
+        giveUp(error);
+    }
 }
 
 void RecorderNotifier::notice(const std::string& sentence) {

@@ -34,6 +34,8 @@ class RecorderNotifier {
     /// Tells a German sentence about something that is missing from now on, or is back. Logs it, too.
     void notice(const std::string& sentence);
     void log(const std::string& text);
+    /// Runs work on a sample; what it throws is logged and ends the recording.
+    void guard(const std::function<void()>& work);
 
     /// Main thread: giving up is of no interest from now on.
     void setStopped() { isStopped_ = true; }

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "capture/recording/recording_files.h"
+
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+#include "capture/journal/journal_records.h"
+#include "capture/recordings_root.h"
+
+namespace lumivastor::capture {
+
+RecordingFiles::RecordingFiles(const RecordingServices& services, RecorderNotifier& notifier,
+                               std::filesystem::path folder)
+    : services_(services), notifier_(notifier), folder_(std::move(folder)) {}
+
+void RecordingFiles::createFolder() {
+    createRecordingFolder(folder_);
+    hasFolder_ = true;
+}
+
+void RecordingFiles::beginJournal(const model::CaptureInfo& planned, const model::Geometry& geometry) {
+    auto journal = std::make_unique<Journal>(folder_);
+    journal->append(journalLine::start(planned, geometry));
+    std::optional<double> firstPicture;
+    {
+        const std::lock_guard hold(lock_);
+        journal_ = std::move(journal);
+        firstPicture = webcamFirstPicture_;
+    }
+    if (firstPicture) note(journalLine::webcam(*firstPicture));
+}
+
+// On the webcam's thread. The journal may begin later.
+void RecordingFiles::noteWebcam(double firstPicture) {
+    bool hasJournal = false;
+    {
+        const std::lock_guard hold(lock_);
+        webcamFirstPicture_ = firstPicture;
+        hasJournal = journal_ != nullptr;
+    }
+    if (hasJournal) note(journalLine::webcam(firstPicture));
+}
+
+void RecordingFiles::startWebcam() {
+    auto webcam = std::make_unique<WebcamRecorder>(services_);
+    webcam->onFirstPicture = [this](double seconds) { noteWebcam(seconds); };
+    webcam->onNotice = [this](const std::string& sentence) { notifier_.notice(sentence); };
+    try {
+        webcam->start(folder_);
+        webcam_ = std::move(webcam);
+    } catch (const RecorderError& error) {
+        Log::write("Webcam", "Start fehlgeschlagen: " + error.message());
+        notifier_.notice("Die Kamera wird nicht aufgenommen: " + error.message());
+    }
+}
+
+std::shared_ptr<WebcamPreview> RecordingFiles::webcamPreviewLayer() const {
+    return webcam_ ? webcam_->previewLayer() : nullptr;
+}
+
+std::optional<double> RecordingFiles::stopWebcam() {
+    return webcam_ ? webcam_->stop() : std::nullopt;
+}
+
+void RecordingFiles::discardWebcam() {
+    if (!webcam_) return;
+    webcam_->stop();
+    std::error_code ignored;
+    std::filesystem::remove(folder_ / "webcam.mov", ignored);
+}
+
+bool RecordingFiles::isDiskNearlyFull(const SpaceNeed& need) const {
+    const auto space = services_.freeSpace(folder_);
+    return space && mustStop(*space, need);
+}
+
+void RecordingFiles::watch(const SourceMovie& movie, const SpaceNeed& need) {
+    if (movie.hasFailed()) {
+        notifier_.giveUp(movie.refusal());
+    } else if (isDiskNearlyFull(need)) {
+        notifier_.giveUp(diskNearlyFull());
+    }
+}
+
+void RecordingFiles::complete(const model::CaptureInfo& planned, const RecordingOutcome& outcome) {
+    saveCaptureInfo(folder_, planned, outcome);
+    journal_->remove();
+}
+
+RecorderError RecordingFiles::unfinished(const RecorderError& reason, const SpaceNeed& need) const {
+    if (!isUnfinishedRecording(folder_)) return RecorderError(reason.message());
+    return notCompleted(reason, folder_, isDiskNearlyFull(need));
+}
+
+void RecordingFiles::discard() {
+    if (journal_) journal_->remove();
+    std::error_code ignored;
+    if (hasFolder_) std::filesystem::remove(folder_, ignored);
+}
+
+}  // namespace lumivastor::capture

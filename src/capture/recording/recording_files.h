@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "base/recorder_error.h"
+#include "capture/capture_services.h"
+#include "capture/journal/journal.h"
+#include "capture/journal/recording_documents.h"
+#include "capture/recording/recorder_notifier.h"
+#include "capture/recording/source_movie.h"
+#include "capture/recording/webcam_recorder.h"
+#include "model/capture_geometry.h"
+#include "model/capture_info.h"
+
+namespace lumivastor::capture {
+
+/// What a recorder of any kind keeps in its folder beside "source.mov": the journal while it runs, the webcam's movie,
+/// and in the end "capture.json". One thread at a time, unless a function says otherwise.
+class RecordingFiles {
+  public:
+    RecordingFiles(const RecordingServices& services, RecorderNotifier& notifier, std::filesystem::path folder);
+
+    const std::filesystem::path& folder() const { return folder_; }
+    /// Makes the folder, if it is not there. Throws `RecorderError`.
+    void createFolder();
+
+    /// Begins the journal with what the documents will say. A first picture of the webcam that came before is noted,
+    /// too.
+    void beginJournal(const model::CaptureInfo& planned, const model::Geometry& geometry);
+    /// Appends a line of journal_records.h. After `beginJournal`; any thread.
+    void note(const std::string& line) { journal_->append(line); }
+    Journal* journal() { return journal_.get(); }
+
+    /// Records the camera. The recording goes on without one, and a notice says so. May take seconds.
+    void startWebcam();
+    /// Null when no webcam is recorded.
+    std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+    /// See `WebcamRecorder::stop`; nothing without a webcam.
+    std::optional<double> stopWebcam();
+    /// Stops the camera and removes its movie. May take seconds.
+    void discardWebcam();
+
+    bool isDiskNearlyFull(const SpaceNeed& need) const;
+    /// Gives the recording up when its movie is no longer written, or the disk is nearly full.
+    void watch(const SourceMovie& movie, const SpaceNeed& need);
+
+    /// Writes "capture.json" and removes the journal: the folder is complete. Throws `RecorderError`.
+    void complete(const model::CaptureInfo& planned, const RecordingOutcome& outcome);
+    /// Why the recording could not be completed, with what can be done about it where something can.
+    RecorderError unfinished(const RecorderError& reason, const SpaceNeed& need) const;
+    /// Nothing was recorded: removes the journal, and the folder if `createFolder` succeeded and nothing else is in it.
+    void discard();
+
+  private:
+    void noteWebcam(double firstPicture);
+
+    const RecordingServices services_;
+    RecorderNotifier& notifier_;
+    const std::filesystem::path folder_;
+    bool hasFolder_ = false;
+
+    std::mutex lock_;
+    std::optional<double> webcamFirstPicture_;  // guarded by lock_
+    std::unique_ptr<Journal> journal_;          // set once, under lock_
+    std::unique_ptr<WebcamRecorder> webcam_;    // last: it notes in the journal until it ends
+};
+
+}  // namespace lumivastor::capture
