@@ -3,13 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "model/record_fields.h"
 #include "support/temporary_folder.h"
+#include "support/text_file.h"
 
 namespace lumivastor::model {
 namespace {
@@ -198,8 +201,16 @@ TEST(ProjectSettings, EveryFieldTakesPartInEquality) {
     }
 }
 
-TEST(ProjectSettings, SavingIntoAFolderThatIsGoneIsSilent) {
-    editedSettings().save("/nowhere/at/all");
+TEST(ProjectSettings, SavingIntoAFolderThatIsGoneOnlyWritesALineIntoTheLog) {
+    const TemporaryFolder folder;
+    Log::drain();
+    std::filesystem::remove(Log::url());
+    EXPECT_NO_THROW(editedSettings().save(folder / "gone"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "it makes no folder";
+    Log::drain();
+    const std::string log = readText(Log::url());
+    EXPECT_NE(log.find("Speichern fehlgeschlagen: "), std::string::npos) << log;
+    EXPECT_NE(log.find("project.json"), std::string::npos) << log;
 }
 
 TEST(ProjectSettings, TemposAndFormatsComeInTheOrderOfTheMenus) {

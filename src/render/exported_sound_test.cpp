@@ -61,12 +61,24 @@ class ExportedSound : public ExportFixture {
         return flashes;
     }
 
-    static std::vector<double> beepsIn(const Sound& sound) {
+    // Exports eight seconds with two cuts of system sound and microphone.
+    Sound exportedWithCuts(const TestSound& system, const TestSound& microphone,
+                           const std::vector<model::CutRange>& cuts) {
+        options_.sounds = {system, microphone};
+        info_.systemAudio = info_.microphone = true;
+        settings_.cuts = cuts;
+        makeRecording(8);
+        render();
+        return exportedSound();
+    }
+
+    // What is as loud as `loud` counts.
+    static std::vector<double> beepsIn(const Sound& sound, float loud = 0.2F) {
         std::vector<double> beeps;
         constexpr std::size_t kQuiet = 24000;  // between two beeps
         std::size_t last = 0;
         for (std::size_t i = 0; i < sound.left.size(); ++i) {
-            if (std::abs(sound.left[i]) < 0.2F) continue;
+            if (std::abs(sound.left[i]) < loud) continue;
             if (beeps.empty() || i - last > kQuiet) beeps.push_back(static_cast<double>(i) / 48000);
             last = i;
         }
@@ -77,13 +89,8 @@ class ExportedSound : public ExportFixture {
 };
 
 TEST_F(ExportedSound, FlashesAndBeepsStayTogether) {
-    options_.sounds = {{}, {1, 44100, 2000}};
-    info_.systemAudio = info_.microphone = true;
-    settings_.cuts = {{1.5, 2.25}, {5.5, 5.8}};
-    makeRecording(8);
-    render();
+    const Sound sound = exportedWithCuts({}, {1, 44100, 2000}, {{1.5, 2.25}, {5.5, 5.8}});
     const std::vector<double> flashes = exportedFlashes();
-    const Sound sound = exportedSound();
     const std::vector<double> beeps = beepsIn(sound);
     ASSERT_EQ(flashes.size(), 6u);  // those at 1, 3, 4, 5, 6 and 7 s
     ASSERT_EQ(beeps.size(), 6u);
@@ -99,12 +106,8 @@ TEST_F(ExportedSound, FlashesAndBeepsStayTogether) {
 
 TEST_F(ExportedSound, CutsDoNotClickAndMoveNothing) {
     // A hum, and beeps at whole seconds. Each cut turns the hum over at its crest.
-    options_.sounds = {{2, 48000, 50, 0.25, true}, {1, 48000, 2000}};
-    info_.systemAudio = info_.microphone = true;
-    settings_.cuts = {{1.505, 2.255}, {5.505, 5.815}};
-    makeRecording(8);
-    render();
-    const Sound sound = exportedSound();
+    const Sound sound =
+        exportedWithCuts({2, 48000, 50, 0.25, true}, {1, 48000, 2000}, {{1.505, 2.255}, {5.505, 5.815}});
     EXPECT_NEAR(sound.seconds(), 6.94, 0.001);
     const double first = 1.505;
     const double second = 5.505 - 0.75;
@@ -117,14 +120,7 @@ TEST_F(ExportedSound, CutsDoNotClickAndMoveNothing) {
         // The hum takes steps of 0.0016; joined as it is, it would take one of 0.5.
         EXPECT_LT(steepest, 0.02F) << join;
     }
-    std::vector<double> beeps;
-    constexpr std::size_t kQuiet = 24000;  // between two beeps
-    std::size_t last = 0;
-    for (std::size_t i = 0; i < sound.left.size(); ++i) {
-        if (std::abs(sound.left[i]) < 0.4F) continue;
-        if (beeps.empty() || i - last > kQuiet) beeps.push_back(static_cast<double>(i) / 48000);
-        last = i;
-    }
+    const std::vector<double> beeps = beepsIn(sound, 0.4F);  // louder than the hum
     const std::vector<double> expected{1, 3 - 0.75, 4 - 0.75, 5 - 0.75, 6 - 1.06, 7 - 1.06};
     ASSERT_EQ(beeps.size(), expected.size());
     for (std::size_t i = 0; i < beeps.size(); ++i) EXPECT_NEAR(beeps[i], expected[i], 0.0005) << i;

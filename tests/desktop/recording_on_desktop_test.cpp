@@ -25,6 +25,7 @@
 #include "media/reading/asset_reader.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
+#include "support/await.h"
 #include "support/beeper.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
@@ -74,7 +75,7 @@ class RecordingOnDesktop : public testing::Test {
     }
     std::unique_ptr<ProgramRun> startProgram(const std::vector<std::string>& words) {
         auto run = std::make_unique<ProgramRun>(words, environment());
-        const bool began = waitFor([&] {
+        const bool began = await([&] {
             return !run->isRunning() || (std::filesystem::exists(folder_ / "journal") &&
                                          temporary_.read("recording/journal").find(" session ") != std::string::npos);
         });
@@ -258,7 +259,7 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     window.moveTo(100, 50);
     const RigWindow cover(desktop_.displayName(), {.x = 0, .y = 0, .width = 800, .height = 600, .color = 0xffffff});
     // Until the window's new place was noted.
-    EXPECT_TRUE(waitFor([this] {
+    EXPECT_TRUE(await([this] {
         const auto track = capture::loadJournal(folder_).windowTrack;
         return !track.empty() && track.back().rect.x == 100;
     }));
@@ -329,7 +330,7 @@ TEST_F(RecordingOnDesktop, ASoundServerThatGoesAwayIsSaidAndTheRestGoesOn) {
     const auto run = startRecording({"--system-audio", "--microphone"});
     sleepFor(3);  // the sound's clock takes a second to be known
     sound_.kill();
-    EXPECT_TRUE(waitFor([&run] { return run->err().find("Systemton") != std::string::npos; })) << run->err();
+    EXPECT_TRUE(await([&run] { return run->err().find("Systemton") != std::string::npos; })) << run->err();
     {
         const Motion motion(window);
         sleepFor(2);

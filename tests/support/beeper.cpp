@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/host_clock.h"
+#include "support/await.h"
 
 namespace lumivastor {
 namespace {
@@ -97,14 +98,13 @@ class Beeper::Player {
 
     template <typename Done>
     bool await(Done done) {
-        const double until = hostClockSeconds() + 20;
-        while (!done()) {
-            const bool isBroken = PA_CONTEXT_IS_GOOD(pa_context_get_state(context_)) == 0 ||
-                                  (stream_ != nullptr && PA_STREAM_IS_GOOD(pa_stream_get_state(stream_)) == 0);
-            if (isBroken || hostClockSeconds() > until) return false;
-            run(0.1);
-        }
-        return true;
+        const auto isBroken = [this] {
+            return PA_CONTEXT_IS_GOOD(pa_context_get_state(context_)) == 0 ||
+                   (stream_ != nullptr && PA_STREAM_IS_GOOD(pa_stream_get_state(stream_)) == 0);
+        };
+        lumivastor::await(
+            kPatience, [&] { return done() || isBroken(); }, [this] { run(0.1); });
+        return done();
     }
 
     // Interpolated latencies, as the library offers them, are ten milliseconds off for a while after each change; the

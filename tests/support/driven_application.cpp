@@ -14,6 +14,7 @@
 #include "base/recorder_error.h"
 #include "editor/editor_window.h"
 #include "media/reading/asset.h"
+#include "support/await.h"
 #include "support/text_file.h"
 #include "ui/qt_main_loop.h"
 #include "ui/segmented_control.h"
@@ -144,11 +145,11 @@ std::optional<ShownWindow> DrivenApplication::shown(const std::string& title) co
 }
 
 bool DrivenApplication::waitForWindow(const std::string& title) const {
-    return waitFor([&] { return isShown(title) || !program_->isRunning(); }) && isShown(title);
+    return await([&] { return isShown(title) || !program_->isRunning(); }) && isShown(title);
 }
 
 bool DrivenApplication::waitForNoWindow(const std::string& title) const {
-    return waitFor([&] { return !isShown(title); });
+    return await([&] { return !isShown(title); });
 }
 
 bool DrivenApplication::moveTo(const std::string& title, QPoint at) {
@@ -186,7 +187,7 @@ bool DrivenApplication::waitUntilRecording() {
         if (folders.empty() || !std::filesystem::exists(folders.back() / "journal")) return false;
         return readText(folders.back() / "journal").find(" session ") != std::string::npos;
     };
-    if (!waitFor(hasBegun)) return false;
+    if (!await(hasBegun)) return false;
     sleepFor(1.5);
     return true;
 }
@@ -226,12 +227,8 @@ bool DrivenApplication::waitForVideo() const {
             return false;
         }
     };
-    // Longer than others wait: exports take long where many tests run.
-    constexpr int kPatience = 10;
-    for (int i = 0; i < kPatience; ++i) {
-        if (waitFor(isWhole)) return true;
-    }
-    return false;
+    // Exports take long where many tests run.
+    return await(5 * kPatience, isWhole);
 }
 
 std::vector<std::filesystem::path> DrivenApplication::recordings() const {

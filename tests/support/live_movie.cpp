@@ -5,12 +5,12 @@
 #include <deque>
 #include <numbers>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 #include "media/reading/asset_reader.h"
 #include "media/writing/encoders.h"
 #include "media/writing/fragmented_movie_sink.h"
+#include "support/await.h"
 #include "support/test_movie.h"
 
 namespace lumivastor {
@@ -18,7 +18,7 @@ namespace lumivastor {
 namespace {
 
 void waitForRoom(const media::WriterInput& input) {
-    while (!input.isReadyForMoreMediaData()) std::this_thread::sleep_for(std::chrono::microseconds(200));
+    if (!await([&] { return input.isReadyForMoreMediaData(); })) throw std::runtime_error("the writer takes no more");
 }
 
 media::VideoSettings settingsOf(const LiveMovieOptions& options) {

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <utility>
 
+#include "support/await.h"
+
 namespace lumivastor {
 
 struct ManualMainLoop::Schedule {
@@ -95,15 +97,15 @@ void ManualMainLoop::runPending() {
 }
 
 bool ManualMainLoop::runUntil(const std::function<bool()>& done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    for (;;) {
+    runPending();
+    return await(kPatience, done, [this] {
+        {
+            std::unique_lock hold(lock_);
+            // Looks up now and then: what `done` asks for may happen without work for this loop.
+            wake_.wait_for(hold, std::chrono::milliseconds(10), [this] { return !waiting_.empty(); });
+        }
         runPending();
-        if (done()) return true;
-        std::unique_lock hold(lock_);
-        // Looks up now and then: what `done` asks for may happen without work for this loop.
-        wake_.wait_for(hold, std::chrono::milliseconds(10), [this] { return !waiting_.empty(); });
-        if (std::chrono::steady_clock::now() > deadline) return false;
-    }
+    });
 }
 
 }  // namespace lumivastor

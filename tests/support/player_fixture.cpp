@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/player_fixture.h"
 
-#include <chrono>
 #include <utility>
 
 #include "imaging/painting/painter.h"
 #include "playback/played_ranges.h"
+#include "support/await.h"
 
 namespace lumivastor {
-
-namespace {
-
-constexpr std::chrono::seconds kPatience{60};
-
-}  // namespace
 
 int pictureNumber(const imaging::Picture& picture) {
     imaging::BgraPremultipliedBuffer pixels(static_cast<int>(picture.extent().width),
@@ -74,15 +68,8 @@ void PlayerFixture::listen() {
 }
 
 bool PlayerFixture::await(const std::function<bool()>& isSo) {
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    bool result = isSo();
-    if (result) return true;
-    const auto timer = loop_.every(0.001, [&] {
-        result = isSo();
-        if (result || std::chrono::steady_clock::now() > until) loop_.stop();
-    });
-    loop_.run();
-    return result;
+    const auto timer = loop_.every(0.001, [this] { loop_.stop(); });
+    return lumivastor::await(kPatience, isSo, [this] { loop_.run(); });
 }
 
 void PlayerFixture::settle() {
@@ -99,7 +86,6 @@ bool PlayerFixture::seek(double seconds) {
 }
 
 void PlayerFixture::playUntil(double seconds, const std::function<void()>& check) {
-    constexpr double kStep = 1.0 / 120;
     const double frameLength = 1.0 / options_.frameRate;
     double excusedUntil = 0;
     std::int64_t dropped = player_->statistics().framesDropped;

@@ -6,10 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <stdexcept>
-#include <thread>
+
+#include "support/await.h"
 
 namespace lumivastor {
 
@@ -71,11 +71,8 @@ bool ProgramRun::isRunning() {
 }
 
 int ProgramRun::wait() {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(20);
-    while (isRunning()) {
-        if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("the program does not end");
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    // Some export whole films.
+    if (!await(20 * kPatience, [this] { return !isRunning(); })) throw std::runtime_error("the program does not end");
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
 }
 

@@ -5,19 +5,16 @@
 #include <sys/un.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
-#include <thread>
 
 #include "base/unique_descriptor.h"
+#include "support/await.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
 namespace {
-
-constexpr std::chrono::seconds kStartTimeout{30};
 
 bool answers(const std::filesystem::path& socketPath) {
     const UniqueDescriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -30,13 +27,12 @@ bool answers(const std::filesystem::path& socketPath) {
 }
 
 void awaitSocket(ChildProcess& server, const std::filesystem::path& socketPath, const std::filesystem::path& log) {
-    const auto until = std::chrono::steady_clock::now() + kStartTimeout;
-    while (!answers(socketPath)) {
-        if (!server.isRunning() || std::chrono::steady_clock::now() > until) {
-            throw std::runtime_error("no server at " + socketPath.string() + ": " + readText(log));
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    bool isThere = false;
+    await([&] {
+        isThere = answers(socketPath);
+        return isThere || !server.isRunning();
+    });
+    if (!isThere) throw std::runtime_error("no server at " + socketPath.string() + ": " + readText(log));
 }
 
 }  // namespace
@@ -170,12 +166,11 @@ void PipeWireRig::start() {
     pulse_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire-pulse"}, environment(), log);
     awaitSocket(*pulse_, folder_ / "pulse/native", log);
     // The session manager has chosen the default devices when it has seen them all.
-    const auto until = std::chrono::steady_clock::now() + kStartTimeout;
-    for (std::string known; known.find("sysout") == std::string::npos || known.find("testmic") == std::string::npos;
-         known = metadata()) {
-        if (std::chrono::steady_clock::now() > until) throw std::runtime_error("no default devices: " + readText(log));
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    const bool hasChosen = await([this] {
+        const std::string known = metadata();
+        return known.find("sysout") != std::string::npos && known.find("testmic") != std::string::npos;
+    });
+    if (!hasChosen) throw std::runtime_error("no default devices: " + readText(log));
 }
 
 std::string PipeWireRig::metadata() {

@@ -17,6 +17,7 @@
 #include "media/reading/asset_reader.h"
 #include "model/capture_info.h"
 #include "model/project_settings.h"
+#include "support/await.h"
 #include "support/desktop_rig/rig_window.h"
 #include "support/driven_application.h"
 #include "support/sound_rig.h"
@@ -72,7 +73,7 @@ class ApplicationOnDesktop : public testing::Test {
         ASSERT_TRUE(app().clickInEditor("renderButton"));
         ASSERT_TRUE(app().waitForVideo());
         // Until then the file is being checked, and the window would ask before it closes.
-        ASSERT_TRUE(waitFor([this] { return app().logged("[Studio] fertig: "); }));
+        ASSERT_TRUE(await([this] { return app().logged("[Studio] fertig: "); }));
         const media::Asset movie(app().recordings().back() / "studio-output.mp4");
         ASSERT_EQ(movie.tracks(media::TrackKind::video).size(), 1U);
         const model::ProjectSettings settings = project();
@@ -84,7 +85,7 @@ class ApplicationOnDesktop : public testing::Test {
     }
     void closeEditor() {
         // Where the window has not learned of an export's end yet, the first time is answered by a question.
-        EXPECT_TRUE(waitFor([this] {
+        EXPECT_TRUE(await([this] {
             app().keyboard().press({ScriptedKeyboard::kControl, 'w'});
             sleepFor(0.3);
             return !app().isShown(app().editorTitle());
@@ -93,7 +94,7 @@ class ApplicationOnDesktop : public testing::Test {
     model::ProjectSettings project() const { return model::ProjectSettings::load(app_->recordings().back()); }
     // What is edited is saved a moment later.
     bool waitForProject(const std::function<bool(const model::ProjectSettings&)>& isSo) const {
-        return waitFor([&] { return isSo(project()); });
+        return await([&] { return isSo(project()); });
     }
 
     model::CaptureInfo info() const { return model::CaptureInfo::load(app_->recordings().at(0)); }
@@ -396,7 +397,7 @@ TEST_F(ApplicationOnDesktop, TestRegionGoesToTheOverlayByItself) {
          {"[Region] Testmodus: löse Ausschnitt-Fluss aus", "[Region] Fluss gestartet: Fenster weg, App tritt zurück",
           "[Region] Bereit-Feld angezeigt", "[Region] Nutzer bereit, zeige Overlay",
           "[Region] Overlay angezeigt: sichtbar=true, Schirm=1280×800"}) {
-        EXPECT_TRUE(waitFor([&] { return app().logged(line); })) << line;
+        EXPECT_TRUE(await([&] { return app().logged(line); })) << line;
     }
     sleepFor(0.5);
     app().keyboard().press({ScriptedKeyboard::kEscape});
@@ -433,7 +434,7 @@ TEST_F(ApplicationOnDesktop, WithoutASoundServerTheMicrophoneIsRefused) {
     start();
     ASSERT_TRUE(app().click("microphoneBox"));
     app().pressRecord();
-    EXPECT_TRUE(waitFor([this] { return app().logged("[Permissions] Mikrofon: nicht gefunden"); }));
+    EXPECT_TRUE(await([this] { return app().logged("[Permissions] Mikrofon: nicht gefunden"); }));
     sleepFor(1);
     EXPECT_TRUE(app().recordings().empty()) << "a countdown has its folder already";
     EXPECT_TRUE(app().isShown(kMainTitle));
@@ -443,7 +444,7 @@ TEST_F(ApplicationOnDesktop, WithoutASoundServerTheMicrophoneIsRefused) {
 TEST_F(ApplicationOnDesktop, AnInterruptedRecordingIsCompletedWithOneClick) {
     start();
     startRecording();
-    ASSERT_TRUE(waitFor([this] {
+    ASSERT_TRUE(await([this] {
         try {
             return media::Asset(app().recordings().at(0) / "source.mov")
                        .tracks(media::TrackKind::video)
@@ -461,7 +462,7 @@ TEST_F(ApplicationOnDesktop, AnInterruptedRecordingIsCompletedWithOneClick) {
     start();
     const std::string text = "Eine Aufnahme wurde unterbrochen: " + app().recordings()[0].filename().string();
     // The notice comes when the folder has been looked through.
-    EXPECT_TRUE(waitFor([&] {
+    EXPECT_TRUE(await([&] {
         EXPECT_TRUE(app().clickAt(kMainTitle, map_.noticeButton(text, "Abschließen")));
         return !std::filesystem::exists(app().recordings()[0] / "journal");
     }));

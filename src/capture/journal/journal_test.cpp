@@ -5,14 +5,19 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <string>
 #include <thread>
 #include <vector>
 
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "base/unique_descriptor.h"
 #include "capture/journal/journal_records.h"
 #include "support/await.h"
 #include "support/temporary_folder.h"
+#include "support/text_file.h"
 
 namespace lumivastor::capture {
 namespace {
@@ -104,9 +109,17 @@ TEST(Journal, IsLockedWhileTheRecordingRuns) {
 }
 
 TEST(Journal, AFolderThatTakesNoneIsNobodysProblem) {
-    Journal journal("/nirgends/gar/nicht");
+    const TemporaryFolder folder;
+    Log::drain();
+    std::filesystem::remove(Log::url());
+    Journal journal(folder / "fehlt");
     journal.append(begin());
     journal.remove();
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "it makes no folder";
+    Log::drain();
+    const std::string log = readText(Log::url());
+    EXPECT_NE(log.find("Journal konnte nicht angelegt werden: "), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << "one line for all that is not written: " << log;
 }
 
 }  // namespace

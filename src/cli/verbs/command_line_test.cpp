@@ -5,24 +5,23 @@
 #include <simdjson.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cli/arguments.h"
 #include "edit/composition.h"
 #include "imaging/png_file.h"
 #include "media/reading/asset.h"
+#include "support/await.h"
 #include "support/one_click_recording.h"
 #include "support/outcome.h"
 #include "support/program_run.h"
+#include "support/small_recording.h"
 #include "support/temporary_folder.h"
-#include "support/test_movie.h"
 
 namespace lumivastor::cli {
 namespace {
@@ -236,26 +235,7 @@ TEST_F(FrameVerb, WrongUsageIsStatusTwo) {
 
 class RenderVerb : public testing::Test {
   protected:
-    RenderVerb() {
-        TestMovieOptions options;
-        options.pictures = 30;
-        options.sounds.emplace_back();
-        makeTestMovie(folder_ / "source.mov", options);
-        model::CaptureInfo info;
-        info.createdAt = "2024-05-01T09:30:12Z";
-        info.pixelWidth = options.width;
-        info.pixelHeight = options.height;
-        info.fps = options.frameRate;
-        info.systemAudio = true;
-        info.duration = 1;
-        info.save(folder_.path());
-        model::PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, model::PointerKind::move, {}, {}, {}}};
-        track.save(folder_.path());
-        model::ProjectSettings settings;
-        settings.exportHeight = 72;
-        settings.save(folder_.path());
-    }
+    RenderVerb() { makeSmallRecording(folder_.path(), 30, 72); }
 
     TemporaryFolder folder_;
 };
@@ -311,7 +291,7 @@ TEST_F(RenderVerb, HoweverItEndsOnTheWayTheEarlierFilmStays) {
     const std::vector<std::string> words = {LUMI_PROGRAM, "render", folder_.path().string(), "--height", "2160"};
     for (const int signal : {SIGTERM, SIGKILL}) {
         ProgramRun program(words, {});
-        while (hiddenFiles() == 0 && program.isRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_TRUE(await([&] { return hiddenFiles() > 0 || !program.isRunning(); }));
         program.signal(signal);
         EXPECT_EQ(program.wait(), signal == SIGTERM ? 1 : -SIGKILL);
         EXPECT_EQ(program.err(), signal == SIGTERM ? "Abgebrochen.\n" : "");

@@ -6,12 +6,9 @@
 #include <vector>
 
 #include "media/reading/asset.h"
-#include "model/capture_info.h"
-#include "model/pointer_track.h"
-#include "model/project_settings.h"
 #include "support/program_run.h"
+#include "support/small_recording.h"
 #include "support/temporary_folder.h"
-#include "support/test_movie.h"
 
 // The whole program with little memory, libraries included: limits of its address space, as `ulimit -v` sets them. The
 // sanitizers need terabytes of it; their builds have tests/shortage_test.cpp alone, which fails our own allocations.
@@ -42,26 +39,7 @@ int leastForAnything() {
 
 class ShortMemory : public testing::Test {
   protected:
-    ShortMemory() {
-        TestMovieOptions options;
-        options.pictures = kPictures;
-        options.sounds.emplace_back();
-        makeTestMovie(folder_ / "source.mov", options);
-        model::CaptureInfo info;
-        info.createdAt = "2024-05-01T09:30:12Z";
-        info.pixelWidth = options.width;
-        info.pixelHeight = options.height;
-        info.fps = options.frameRate;
-        info.systemAudio = true;
-        info.duration = kPictures / 30.0;
-        info.save(folder_.path());
-        model::PointerTrack track;
-        track.events = {{0, 10, 20, 0, 0, model::PointerKind::move, {}, {}, {}}};
-        track.save(folder_.path());
-        model::ProjectSettings settings;
-        settings.exportHeight = 360;
-        settings.save(folder_.path());
-    }
+    ShortMemory() { makeSmallRecording(folder_.path(), kPictures, 360); }
 
     // How many of these limits gave a film.
     int filmsWithin(const std::vector<int>& limits, const std::string& verb, const std::string& film) {

@@ -21,6 +21,7 @@
 #include "base/unique_descriptor.h"
 #include "media/isobmff/movie_boxes.h"
 #include "media/reading/asset_reader.h"
+#include "support/await.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
@@ -344,7 +345,7 @@ TEST(AssetWriter, GapsInSoundBecomeSilence) {
     writer.startSession({});
     for (const std::int64_t start : {std::int64_t{4800}, std::int64_t{48000}, std::int64_t{48000 + 4800 + 100}}) {
         PcmSample sample{{start, 48000}, {}, std::vector<float>(9600, 0.5F)};
-        while (!audio.isReadyForMoreMediaData()) usleep(1000);
+        ASSERT_TRUE(await([&] { return audio.isReadyForMoreMediaData(); }));
         EXPECT_TRUE(audio.append(std::move(sample)));
     }
     ASSERT_TRUE(writer.finishWriting()) << messageOf(writer);
@@ -641,7 +642,7 @@ TEST(AssetWriter, PicturesBeforeTheSessionAreLeftOutAndEqualTimesMoveOn) {
     for (const std::int64_t tick : {580, 600, 600, 640}) {
         auto picture = input.pool().makePlanar();
         paintTestPicture(number++, false, picture->destination());
-        while (!input.isReadyForMoreMediaData()) usleep(1000);
+        ASSERT_TRUE(await([&] { return input.isReadyForMoreMediaData(); }));
         EXPECT_TRUE(input.append(std::move(picture), MediaTime{tick, 600}));
     }
     ASSERT_TRUE(writer.finishWriting());

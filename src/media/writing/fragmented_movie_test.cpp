@@ -13,6 +13,7 @@
 
 #include "base/unique_descriptor.h"
 #include "media/reading/asset_reader.h"
+#include "support/await.h"
 #include "support/live_movie.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
@@ -287,7 +288,7 @@ TEST(FragmentedMovie, ADiskThatStandsStillHoldsNoCallerUp) {
             if (::read(outlet.get(), bytes.data(), bytes.size()) <= 0) ::usleep(1000);
         }
     });
-    while (!movie.video().isReadyForMoreMediaData()) ::usleep(1000);
+    EXPECT_TRUE(await([&] { return movie.video().isReadyForMoreMediaData(); }));
     movie.writer().cancelWriting();
     ending = true;
     emptying.join();

@@ -7,13 +7,13 @@
 #include <cmath>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
 #include "platform/backends/device_backend.h"
 #include "platform/synthetic/synthetic_sound.h"
+#include "support/await.h"
 #include "support/child_process.h"
 #include "support/seen_pictures.h"
 #include "support/sound_rig.h"
@@ -28,11 +28,8 @@ class PipeWireCamera : public testing::Test {
         std::vector<std::string> arguments{LUMI_VIDEO_SOURCE, rig_.remote(), "kamera", "640", "360"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         auto camera = std::make_unique<ChildProcess>(arguments, rig_.environment(), rig_.folder() / "camera.log");
-        const double until = hostClockSeconds() + 30;
-        while (!devices_->defaultCamera()) {
-            if (!camera->isRunning() || hostClockSeconds() > until) throw std::runtime_error("no camera came");
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
+        await([&] { return devices_->defaultCamera() || !camera->isRunning(); });
+        if (!devices_->defaultCamera()) throw std::runtime_error("no camera came");
         return camera;
     }
 

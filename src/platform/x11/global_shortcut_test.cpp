@@ -12,9 +12,11 @@
 
 #include "base/recorder_error.h"
 #include "platform/x11/compositing.h"
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/scripted_keyboard.h"
+#include "support/running_threads.h"
 
 namespace lumivastor::x11 {
 namespace {
@@ -32,7 +34,7 @@ class GlobalShortcutTest : public testing::Test {
         keyboard_.press({ScriptedKeyboard::kControl, ScriptedKeyboard::kAlt, ScriptedKeyboard::kShift, 's'});
     }
     bool waitForPresses(int count) {
-        return waitFor([&] { return pressed_ == count; });
+        return await([&] { return pressed_ == count; });
     }
 
     // Gives the key that types `symbol` other symbols.
@@ -105,9 +107,16 @@ TEST_F(GlobalShortcutTest, BelongsToOneProgramAtATime) {
     EXPECT_TRUE(waitForPresses(1));
 }
 
-TEST_F(GlobalShortcutTest, AServerThatGoesAwayIsHarmless) {
-    const auto shortcut = grab();
+TEST_F(GlobalShortcutTest, AServerThatGoesAwayEndsItsThreadAndIsNoPress) {
+    auto shortcut = grab();
+    pressAll();
+    ASSERT_TRUE(waitForPresses(1));
+    ASSERT_EQ(runningThreads("x11.shortcut"), 1);
     desktop_.killServer();
+    EXPECT_TRUE(await([] { return runningThreads("x11.shortcut") == 0; })) << "it spins on a dead connection";
+    EXPECT_EQ(pressed_, 1);
+    shortcut.reset();
+    EXPECT_THROW(grab(), RecorderError);
 }
 
 TEST(GlobalShortcut, NeedsAServer) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "platform/x11/x11_desktop.h"
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 
@@ -96,7 +97,7 @@ TEST(X11Content, ListsWindowsFromFrontToBackWithTheirPrograms) {
         front.raise();
         const auto desktop = openX11Desktop(nullptr, rig.displayName());
         platform::ShareableContent content;
-        ASSERT_TRUE(waitFor([&] {
+        ASSERT_TRUE(await([&] {
             content = desktop->shareableContent();
             return content.windows.size() == 3;
         }));
@@ -120,7 +121,7 @@ TEST(X11Content, OtherProgramsAreNotThisOne) {
     const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "10", "20", "300", "200", "808080"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     platform::ShareableContent content;
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(await([&] {
         content = desktop->shareableContent();
         return content.windows.size() == 1;
     }));
@@ -136,7 +137,7 @@ TEST(X11Content, DocksAndDesktopsAreNotAtLayerZero) {
     const RigWindow plain(rig.displayName(), {.title = "Fenster", .type = "DIALOG"});
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     platform::ShareableContent content;
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(await([&] {
         content = desktop->shareableContent();
         return content.windows.size() == 3;
     }));
@@ -152,7 +153,7 @@ TEST(X11Content, LeavesOutWindowsThatCannotBeSeen) {
     const RigWindow never(rig.displayName(), {.title = "nie gezeigt", .isMapped = false});
     icon.iconify();
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
-    EXPECT_TRUE(waitFor([&] { return titles(desktop->shareableContent()) == std::vector<std::string>{"sichtbar"}; }));
+    EXPECT_TRUE(await([&] { return titles(desktop->shareableContent()) == std::vector<std::string>{"sichtbar"}; }));
 }
 
 TEST(X11Content, FramesLeaveOutShadowsThatWindowsDraw) {
@@ -176,7 +177,7 @@ TEST(X11Content, WindowFramesFollowTheWindow) {
     EXPECT_EQ(desktop->windowFrame(window.id(), space), expected());
     const int before = window.screenX();
     window.moveTo(500, 300);
-    ASSERT_TRUE(waitFor([&] { return window.screenX() != before; }));
+    ASSERT_TRUE(await([&] { return window.screenX() != before; }));
     EXPECT_EQ(desktop->windowFrame(window.id(), space), expected());
     window.close();
     EXPECT_EQ(desktop->windowFrame(window.id(), space), std::nullopt);

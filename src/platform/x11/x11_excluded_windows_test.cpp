@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "platform/x11/x11_desktop.h"
+#include "support/await.h"
 #include "support/desktop_rig/capture_setup.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
@@ -80,7 +81,7 @@ TEST_P(X11ExcludedWindows, WhatIsPaintedAgainBeneathAndInThemIsIdle) {
         cover.fill(static_cast<std::uint32_t>(i));  // changes, and is not to be seen
     }
     const int idle = samples.count(platform::FrameStatus::idle);
-    ASSERT_TRUE(waitFor([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }));
+    ASSERT_TRUE(await([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }));
     EXPECT_EQ(samples.picture(), before);
     // Beneath the panel.
     const int x = window.screenX() + 100;
@@ -125,7 +126,7 @@ TEST_P(X11ExcludedWindows, NeverFlashWhenTheyAppear) {
         if (pixel[0] == 0xff && pixel[1] == 0 && pixel[2] == 0xff) ++flashes;
     });
     stream->start();
-    ASSERT_TRUE(waitFor([&] { return pictures > 0; }));
+    ASSERT_TRUE(await([&] { return pictures > 0; }));
     RigWindow::Options options = panel();
     options.isMapped = false;
     for (const bool isOverride : {true, false}) {
@@ -135,7 +136,7 @@ TEST_P(X11ExcludedWindows, NeverFlashWhenTheyAppear) {
             cover.map();
             const int before = pictures;
             window.fill(static_cast<std::uint32_t>(round), 0, 0, 5, 5);
-            ASSERT_TRUE(waitFor([&] { return pictures > before; }));
+            ASSERT_TRUE(await([&] { return pictures > before; }));
             cover.unmap();
         }
     }
@@ -199,7 +200,7 @@ TEST(X11ExcludedPrograms, AreToldByTheirProcess) {
     const RigProgram other({LUMI_RIG_WINDOW, rig.displayName(), "Fremd", "100", "100", "300", "200", "00ff00"}, "");
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     platform::ShareableContent content;
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(await([&] {
         content = desktop->shareableContent();
         return content.windows.size() == 2;
     }));

@@ -3,13 +3,14 @@
 
 #include <chrono>
 #include <mutex>
-#include <thread>
 
 #include "base/host_clock.h"
 #include "platform/x11/x11_desktop.h"
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/scripted_pointer.h"
+#include "support/running_threads.h"
 
 namespace lumivastor::x11 {
 namespace {
@@ -32,7 +33,7 @@ class Collector {
         return events_;
     }
     bool waitForCount(std::size_t count) const {
-        return waitFor([&] { return events().size() >= count; });
+        return await([&] { return events().size() >= count; });
     }
 
   private:
@@ -153,7 +154,7 @@ TEST(X11Pointer, AppliesTheUsersButtonMappingAlsoWhenItChanges) {
     for (char button = 4; button <= 10; ++button) mapping += button;
     pointer.setMapping(mapping);
     // The monitor is told of the change over another connection than of what follows.
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(await([&] {
         const std::size_t before = collector.events().size();
         pointer.click(1);
         return collector.waitForCount(before + 2) && collector.events().back().type == Type::rightMouseUp;
@@ -207,8 +208,10 @@ TEST(X11Pointer, SurvivesTheServersDeath) {
     Collector collector;
     auto monitor = desktop->monitorPointer({}, collector.handler());
     ASSERT_NE(monitor, nullptr);
+    ASSERT_TRUE(await([] { return runningThreads("x11.pointer") == 1; }));
     rig.killServer();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(await([] { return runningThreads("x11.pointer") == 0; })) << "it spins on a dead connection";
+    EXPECT_TRUE(collector.events().empty());
     monitor.reset();
 }
 
@@ -245,7 +248,7 @@ TEST(X11Cursor, OfAServerThatDiedIsAnErrorAndNotHidden) {
     const auto desktop = openX11Desktop(nullptr, rig.displayName());
     EXPECT_NO_THROW(desktop->currentCursor(std::nullopt));
     rig.killServer();
-    EXPECT_TRUE(waitFor([&] {
+    EXPECT_TRUE(await([&] {
         try {
             desktop->currentCursor(std::nullopt);
             return false;

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "platform/x11/x11_desktop.h"
+#include "support/await.h"
 #include "support/desktop_rig/capture_setup.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
@@ -53,7 +54,7 @@ TEST_P(X11WindowCapture, WhatIsPaintedAgainWithoutAChangeIsIdle) {
     const auto before = samples.picture();
     for (int i = 0; i < 20; ++i) window.drawPattern(1);
     const int idle = samples.count(platform::FrameStatus::idle);
-    ASSERT_TRUE(waitFor([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }));
+    ASSERT_TRUE(await([&] { return samples.count(platform::FrameStatus::idle) > idle + 2; }));
     EXPECT_EQ(samples.picture(), before);
     window.fill(patternAt(1, 319, 239) ^ 1, 319, 239, 1, 1);
     EXPECT_TRUE(samples.waitForColor(319, 239, patternAt(1, 319, 239) ^ 1));
@@ -111,11 +112,11 @@ TEST_P(X11WindowCapture, IsSuspendedWhileTheWindowIsHidden) {
     } else {
         window.unmap();
     }
-    ASSERT_TRUE(waitFor([&] { return capture.samples().count(platform::FrameStatus::suspended) > 3; }));
+    ASSERT_TRUE(await([&] { return capture.samples().count(platform::FrameStatus::suspended) > 3; }));
     EXPECT_TRUE(showsPattern(capture.samples(), 1, 320, 240));
     // The last picture holds, and keeps coming.
     const int before = capture.samples().count(platform::FrameStatus::complete);
-    EXPECT_TRUE(waitFor([&] { return capture.samples().count(platform::FrameStatus::complete) > before; }));
+    EXPECT_TRUE(await([&] { return capture.samples().count(platform::FrameStatus::complete) > before; }));
     window.map();
     window.drawPattern(2);
     EXPECT_TRUE(showsPattern(capture.samples(), 2, 320, 240));
@@ -129,7 +130,7 @@ TEST_P(X11WindowCapture, EndsWhenTheWindowIsClosed) {
     RunningCapture capture(*desktop_, filter);
     ASSERT_TRUE(showsPattern(capture.samples(), 1, 320, 240));
     window.close();
-    ASSERT_TRUE(waitFor([&] { return !capture.samples().stops().empty(); }));
+    ASSERT_TRUE(await([&] { return !capture.samples().stops().empty(); }));
     capture.stop();
     EXPECT_EQ(capture.samples().stops(), std::vector<std::string>{"Das aufgenommene Fenster wurde geschlossen."});
     const auto seen = capture.samples().seen();
@@ -176,7 +177,7 @@ TEST(X11WindowCaptureServer, DeathEndsTheStream) {
     RunningCapture capture(*desktop, windowFilter(*desktop, window.id()));
     ASSERT_TRUE(capture.samples().waitForColor(0, 0, 0x336699));
     rig.killServer();
-    ASSERT_TRUE(waitFor([&] { return !capture.samples().stops().empty(); }));
+    ASSERT_TRUE(await([&] { return !capture.samples().stops().empty(); }));
     EXPECT_EQ(capture.samples().stops(), std::vector<std::string>{"Die Verbindung zum Bildschirm ist abgerissen."});
 }
 

@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "platform/desktop.h"
+#include "support/await.h"
 #include "support/desktop_rig/sample_collector.h"
 
 namespace lumivastor {
@@ -72,7 +73,7 @@ inline platform::Display mainDisplay(platform::Desktop& desktop) {
 /// What records this window; waits until the desktop lists it.
 inline platform::WindowFilter windowFilter(platform::Desktop& desktop, std::uint32_t id) {
     platform::ShareableContent content;
-    const bool isListed = waitFor([&] {
+    const bool isListed = await([&] {
         content = desktop.shareableContent();
         return content.window(id) != nullptr;
     });

@@ -8,21 +8,17 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <stdexcept>
-#include <thread>
+
+#include "support/await.h"
 
 namespace lumivastor {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto kPatience = 30s;
 
 std::uint32_t atom(xcb_connection_t* connection, const std::string& name) {
     auto* const reply = xcb_intern_atom_reply(
@@ -79,15 +75,6 @@ std::string lockFile(int number) {
 
 }  // namespace
 
-bool waitFor(const std::function<bool()>& isSo) {
-    const auto until = std::chrono::steady_clock::now() + kPatience;
-    while (!isSo()) {
-        if (std::chrono::steady_clock::now() > until) return false;
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
-
 DesktopRig::DesktopRig(const Options& options) {
     startServer(options);
     if (options.hasWindowManager) startManager();
@@ -132,7 +119,7 @@ void DesktopRig::startManager() {
     xcb_create_window(connection_, XCB_COPY_FROM_PARENT, probe, root_, 0, 0, 10, 10, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
     const std::uint32_t state = atom(connection_, "WM_STATE");
-    const bool isManaging = waitFor([&] {
+    const bool isManaging = await([&] {
         xcb_map_window(connection_, probe);
         return hasProperty(connection_, probe, state);
     });

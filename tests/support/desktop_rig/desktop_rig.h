@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -75,8 +74,5 @@ class DesktopRig {
     xcb_connection_t* connection_ = nullptr;
     std::uint32_t root_ = 0;
 };
-
-/// Waits until something is so; false when it does not become so within a time that only a broken machine needs.
-bool waitFor(const std::function<bool()>& isSo);
 
 }  // namespace lumivastor

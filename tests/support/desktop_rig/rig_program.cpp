@@ -8,15 +8,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <stdexcept>
-#include <thread>
+
+#include "support/await.h"
 
 namespace lumivastor {
 namespace {
-
-using namespace std::chrono_literals;
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
     std::vector<char*> all;
@@ -77,7 +75,7 @@ bool RigProgram::isRunning() {
 void RigProgram::end() {
     if (!isRunning()) return;
     ::kill(id_, SIGTERM);
-    for (int i = 0; i < 500 && isRunning(); ++i) std::this_thread::sleep_for(10ms);
+    await(5, [this] { return !isRunning(); });
     kill();
 }
 
@@ -89,12 +87,11 @@ void RigProgram::kill() {
 }
 
 int awaitNumber(int descriptor, const std::string& program) {
-    constexpr int kPatience = 30000;  // milliseconds
     std::string text;
     pollfd readable{descriptor, POLLIN, 0};
     while (text.find('\n') == std::string::npos) {
         char byte = 0;
-        if (poll(&readable, 1, kPatience) <= 0 || read(descriptor, &byte, 1) != 1) {
+        if (poll(&readable, 1, static_cast<int>(kPatience * 1000)) <= 0 || read(descriptor, &byte, 1) != 1) {
             throw std::runtime_error(program + " did not start");
         }
         text += byte;

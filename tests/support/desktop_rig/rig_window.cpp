@@ -10,6 +10,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 
 namespace lumivastor {
@@ -221,7 +222,7 @@ void RigWindow::resize(int width, int height) {
     }
     const std::uint32_t values[] = {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
     xcb_configure_window(connection_, window_, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
-    const bool isThere = waitFor([&] {
+    const bool isThere = await([&] {
         auto* const reply = xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window_), nullptr);
         const bool isDone = reply == nullptr || (reply->width == width && reply->height == height);
         std::free(reply);
@@ -244,7 +245,7 @@ void RigWindow::lower() {
 
 void RigWindow::map() {
     xcb_map_window(connection_, window_);
-    const bool isThere = waitFor([&] {
+    const bool isThere = await([&] {
         auto* const reply =
             xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window_), nullptr);
         const bool isDone = reply == nullptr || reply->map_state == XCB_MAP_STATE_VIEWABLE;
@@ -268,7 +269,7 @@ void RigWindow::iconify() {
     message.data.data32[0] = 3;  // iconic
     xcb_send_event(connection_, 0, root_, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    reinterpret_cast<const char*>(&message));
-    const bool isThere = waitFor([&] {
+    const bool isThere = await([&] {
         auto* const reply =
             xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window_), nullptr);
         const bool isDone = reply == nullptr || reply->map_state != XCB_MAP_STATE_VIEWABLE;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/capture_stream.h"
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 
 namespace lumivastor {
@@ -69,7 +70,7 @@ class SampleCollector {
 
     /// Waits for a picture of which this is so.
     bool waitForPicture(const std::function<bool(const imaging::BgraPremultipliedBuffer&)>& isSo) const {
-        return waitFor([&] {
+        return await([&] {
             const Picture newest = picture();
             return newest && isSo(*newest);
         });

@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 
 namespace lumivastor {
@@ -66,7 +67,7 @@ void XwaylandRig::startCompositor() {
                                  "--shell=kiosk-shell.so", std::string("--socket=") + kSocket, "--idle-time=0",
                                  "--width=800", "--height=600", "--log=" + folder_ + "/weston.log"},
         "weston", -1, std::vector<std::string>{"XDG_RUNTIME_DIR=" + folder_});
-    if (!waitFor([&] { return !compositor_->isRunning() || answers(folder_ + "/" + kSocket); }) ||
+    if (!await([&] { return !compositor_->isRunning() || answers(folder_ + "/" + kSocket); }) ||
         !compositor_->isRunning()) {
         throw std::runtime_error("weston did not start");
     }
