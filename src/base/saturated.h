@@ -12,9 +12,9 @@ namespace lumivastor {
 template <std::signed_integral Integer>
 constexpr Integer saturated(double value) {
     // A power of two, so exact as a double, unlike the largest value.
-    constexpr auto least = static_cast<double>(std::numeric_limits<Integer>::min());
-    if (value >= -least) return std::numeric_limits<Integer>::max();
-    if (value <= least) return std::numeric_limits<Integer>::min();
+    constexpr auto minimum = static_cast<double>(std::numeric_limits<Integer>::min());
+    if (value >= -minimum) return std::numeric_limits<Integer>::max();
+    if (value <= minimum) return std::numeric_limits<Integer>::min();
     return value == value ? static_cast<Integer>(value) : Integer{0};
 }
 

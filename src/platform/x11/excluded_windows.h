@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/shareable_content.h"
-#include "platform/x11/recomposer.h"
+#include "platform/x11/excluded_window_compositor.h"
 #include "platform/x11/window_stack.h"
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
@@ -68,7 +68,7 @@ class ExcludedWindows {
     std::set<std::uint32_t> excluded_;  // windows directly on the desktop
     std::vector<StackedWindow> stack_;  // empty while no excluded one can be seen
     std::map<std::uint32_t, Touching> touching_;
-    std::unique_ptr<Recomposer> recomposer_;
+    std::unique_ptr<ExcludedWindowCompositor> compositor_;
 };
 
 }  // namespace lumivastor::x11
