@@ -166,7 +166,7 @@ void copyPlane(const imaging::YuvPlane& from, std::uint8_t* to, std::ptrdiff_t s
 // One picture track, asked for frame by frame.
 class Frames {
   public:
-    Frames(media::MutableComposition movie, int trackId) : reader_(std::move(movie)) {
+    Frames(media::SegmentedMovie movie, int trackId) : reader_(std::move(movie)) {
         output_ = &reader_.addVideoOutput(trackId, media::PictureFormat::planar);
         if (!reader_.startReading()) throw reader_.error().value_or(RecorderError("?"));
         slots_.setPending(readNext());

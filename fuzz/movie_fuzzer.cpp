@@ -62,7 +62,7 @@ void repair(const UniqueDescriptor& file, std::uint64_t size) {
     // File type, samples, index, and nothing else.
     const auto repairedSize = static_cast<std::uint64_t>(::lseek(file.get(), 0, SEEK_END));
     std::uint64_t offset = 0;
-    for (const std::uint32_t kind : {media::boxKind("ftyp"), media::boxKind("mdat"), media::boxKind("moov")}) {
+    for (const std::uint32_t kind : {media::fourCC("ftyp"), media::fourCC("mdat"), media::fourCC("moov")}) {
         const auto box = media::fileBoxAt(file.get(), offset, repairedSize);
         if (!box || box->kind != kind) std::abort();
         offset = box->end();

@@ -11,10 +11,10 @@ namespace lumivastor {
 /// values, and times and sizes from documents are untrusted.
 template <std::signed_integral Integer>
 constexpr Integer saturated(double value) {
-    // A power of two, so exact as a double; the largest value is not.
-    constexpr auto least = static_cast<double>(std::numeric_limits<Integer>::min());
-    if (value >= -least) return std::numeric_limits<Integer>::max();
-    if (value <= least) return std::numeric_limits<Integer>::min();
+    // A power of two, so exact as a double, unlike the largest value.
+    constexpr auto minimum = static_cast<double>(std::numeric_limits<Integer>::min());
+    if (value >= -minimum) return std::numeric_limits<Integer>::max();
+    if (value <= minimum) return std::numeric_limits<Integer>::min();
     return value == value ? static_cast<Integer>(value) : Integer{0};
 }
 

@@ -18,7 +18,7 @@ namespace {
 constexpr double kStep = 1 / CursorEngine::kRate;
 // A smoothing of 1 is a time constant of this many seconds.
 constexpr double kTimeConstant = 0.16;
-constexpr double kLeastSmoothing = 0.01;
+constexpr double kMinimumSmoothing = 0.01;
 // Reach of the correction around a press, in grid points on each side: 0.35 s.
 constexpr std::ptrdiff_t kReach = 42;
 // A press this close to the path, in pixels, needs no correction.
@@ -47,7 +47,7 @@ CursorEngine::CursorEngine(std::span<const model::PointerSample> events, double 
     precondition(duration <= kMaxDuration, "a recording is no longer than its path may be");
     resample(events, duration);
     if (times_.empty()) return;
-    if (smoothing > kLeastSmoothing) {
+    if (smoothing > kMinimumSmoothing) {
         const double alpha = kStep / (smoothing * kTimeConstant + kStep);
         smoothPass(xs_, ys_, alpha);
     }

@@ -122,8 +122,8 @@ TEST(EditState, AZoomWithoutFocusOrWithImpossibleValuesIsAnError) {
 TEST(EditState, MoreMasksThanCanBeDrawnAreAnError) {
     const Recording recording = recordingOf({});
     model::ProjectSettings settings;
-    settings.masks.assign(kMostMasks, {0.2, 0.3, 0.4, 0.5});
-    EXPECT_EQ(deriveEditState(recording, settings, kCanvas)->layout.maskRects.size(), kMostMasks);
+    settings.masks.assign(kMaximumMasks, {0.2, 0.3, 0.4, 0.5});
+    EXPECT_EQ(deriveEditState(recording, settings, kCanvas)->layout.maskRects.size(), kMaximumMasks);
     settings.masks.push_back({0.2, 0.3, 0.4, 0.5});
     try {
         deriveEditState(recording, settings, kCanvas);

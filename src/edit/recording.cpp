@@ -97,9 +97,9 @@ void checkZooms(const model::ProjectSettings& settings) {
 }
 
 void checkMasks(const model::ProjectSettings& settings) {
-    if (settings.masks.size() <= kMostMasks) return;
+    if (settings.masks.size() <= kMaximumMasks) return;
     throw RecorderError(formatted("Das Projekt verpixelt %zu Bereiche; mehr als %zu können nicht gezeichnet werden.",
-                                  settings.masks.size(), kMostMasks));
+                                  settings.masks.size(), kMaximumMasks));
 }
 
 }  // namespace lumivastor::edit

@@ -39,9 +39,9 @@ struct Recording {
 void checkZooms(const model::ProjectSettings& settings);
 
 /// The most masks of a project: nobody draws more, and each of them costs time and memory in every frame.
-inline constexpr std::size_t kMostMasks = 1000;
+inline constexpr std::size_t kMaximumMasks = 1000;
 
-/// Throws `RecorderError` when a project document has more masks than `kMostMasks`.
+/// Throws `RecorderError` when a project document has more masks than `kMaximumMasks`.
 void checkMasks(const model::ProjectSettings& settings);
 
 }  // namespace lumivastor::edit

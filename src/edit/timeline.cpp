@@ -11,14 +11,14 @@ namespace {
 constexpr double kSliver = 0.001;
 // A trim end up to here means that none was set.
 constexpr double kNoTrimEnd = 0.01;
-constexpr double kLeastKept = 0.5;
+constexpr double kMinimumKept = 0.5;
 
 }  // namespace
 
 TrimRange effectiveTrim(const model::ProjectSettings& settings, double duration) {
     const bool endIsSet = settings.trimEnd > kNoTrimEnd && settings.trimEnd <= duration;
     const double end = endIsSet ? settings.trimEnd : duration;
-    return {std::clamp(settings.trimStart, 0.0, std::max(end - kLeastKept, 0.0)), end};
+    return {std::clamp(settings.trimStart, 0.0, std::max(end - kMinimumKept, 0.0)), end};
 }
 
 std::vector<Interval> keptSegments(const TrimRange& trim, std::vector<model::CutRange> cuts) {

@@ -103,7 +103,7 @@ TEST(PictureCache, SaysWhichMomentIsMissingMostUrgently) {
 
 TEST(PictureCache, NeverExceedsItsBudgetAndNeverGivesUpAGoalForLess) {
     std::mt19937 random(11);
-    const auto upTo = [&random](int most) { return static_cast<int>(random() % static_cast<unsigned>(most)); };
+    const auto upTo = [&random](int maximum) { return static_cast<int>(random() % static_cast<unsigned>(maximum)); };
     PictureCache cache(12 * kBytes);
     for (int step = 0; step < 3000; ++step) {
         const int playhead = upTo(100);

@@ -8,7 +8,7 @@
 #include "base/interval.h"
 #include "imaging/picture.h"
 #include "media/reading/asset_reader.h"
-#include "media/reading/composition.h"
+#include "media/reading/segmented_movie.h"
 
 namespace lumivastor::playback {
 
@@ -22,7 +22,7 @@ using VideoCompositor = std::function<imaging::Picture(const imaging::Picture& s
 /// What a player shows. A value; the settings among it can be replaced in the player one by one.
 struct PlayerItem {
     /// The whole source: its times are the times that the player, the compositor and the ranges count in.
-    media::MutableComposition movie;
+    media::SegmentedMovie movie;
     /// The picture tracks of the movie. Without a screen track there is only sound.
     std::optional<int> screenTrackId;
     std::optional<int> webcamTrackId;

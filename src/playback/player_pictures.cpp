@@ -47,11 +47,11 @@ TimeRange at(const MediaTime& moment) {
     return {moment, {1, 1'000'000}};
 }
 
-std::unique_ptr<PictureSupply> supplyOf(const PlayerItem& item, const std::optional<int>& trackId,
-                                        const PictureSupply::Options& options, std::function<void()> changed) {
-    const media::CompositionTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
+std::unique_ptr<FramePrefetcher> prefetcherOf(const PlayerItem& item, const std::optional<int>& trackId,
+                                              const FramePrefetcher::Options& options, std::function<void()> changed) {
+    const media::SegmentedTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
     if (track == nullptr) return nullptr;
-    return std::make_unique<PictureSupply>(*track, options, std::move(changed));
+    return std::make_unique<FramePrefetcher>(*track, options, std::move(changed));
 }
 
 }  // namespace
@@ -67,10 +67,10 @@ PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, Pixe
     wish_.compositor = std::make_shared<const VideoCompositor>(item.compositor);
     wish_.ranges = std::make_shared<const PlayedRanges>(std::move(ranges));
     wish_.available = available;
-    screen_ = supplyOf(item, item.screenTrackId, {"player.screen", PictureFinder::Before::firstPicture, kScreenBudget},
-                       [this] { wake(); });
-    webcam_ = supplyOf(item, item.webcamTrackId, {"player.webcam", PictureFinder::Before::nothing, kWebcamBudget},
-                       [this] { wake(); });
+    screen_ = prefetcherOf(item, item.screenTrackId,
+                           {"player.screen", FrameSeeker::Before::firstPicture, kScreenBudget}, [this] { wake(); });
+    webcam_ = prefetcherOf(item, item.webcamTrackId, {"player.webcam", FrameSeeker::Before::nothing, kWebcamBudget},
+                           [this] { wake(); });
     thread_ = std::thread([this] {
         nameThisThread("player.pictures");
         run();
@@ -295,8 +295,8 @@ std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime
 std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& wish, double frame) const {
     const MediaTime moment = momentOf(frame);
     const MediaTime since = momentOf(wish.ranges->runsSince(frame));
-    const auto latest = [&](const PictureSupply& supply) {
-        std::optional<ShownPicture> found = supply.findBefore(moment);
+    const auto latest = [&](const FramePrefetcher& prefetcher) {
+        std::optional<ShownPicture> found = prefetcher.findBefore(moment);
         return found && found->shown.end() > since ? found : std::nullopt;
     };
     std::optional<ShownPicture> screen = latest(*screen_);

@@ -16,14 +16,14 @@
 #include "imaging/painting/painter.h"
 #include "imaging/picture_pool.h"
 #include "playback/fitted_frame.h"
-#include "playback/picture_supply.h"
+#include "playback/frame_prefetcher.h"
 #include "playback/played_ranges.h"
 #include "playback/player.h"
 #include "playback/player_item.h"
 
 namespace lumivastor::playback {
 
-/// The pictures of a player: takes decoded ones from a supply for each track, lets the compositor make the recipe,
+/// The pictures of a player: takes decoded ones from a prefetcher for each track, lets the compositor make the recipe,
 /// paints it and hands it over when the clock says so, all on a thread of its own. While playing it makes one frame
 /// ahead. When frames keep taking longer to make than they last, it aims as far ahead as that takes and leaves out what
 /// lies between.
@@ -110,8 +110,8 @@ class PlayerPictures {
     const PixelSize canvas_;
     const Clock clock_;
     const Client client_;
-    std::unique_ptr<PictureSupply> screen_;  // none: no track
-    std::unique_ptr<PictureSupply> webcam_;
+    std::unique_ptr<FramePrefetcher> screen_;  // none: no track
+    std::unique_ptr<FramePrefetcher> webcam_;
 
     std::mutex lock_;
     std::condition_variable wake_;

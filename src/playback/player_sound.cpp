@@ -21,7 +21,7 @@ constexpr std::size_t kChannels = platform::SoundOutput::kFormat.channels;
 constexpr std::int64_t kBlockFrames = 1024;
 // How long a volume takes to become another, 5 ms: a jump would click.
 constexpr std::size_t kGlideFrames = 240;
-constexpr auto kMostAhead = static_cast<std::int64_t>(PlayerSound::kAhead * kRate);
+constexpr auto kMaximumAhead = static_cast<std::int64_t>(PlayerSound::kAhead * kRate);
 
 std::int64_t frameOf(double seconds) {
     return saturatedRound<std::int64_t>(seconds * kRate);
@@ -33,10 +33,10 @@ double secondsOf(std::int64_t frame) {
 
 }  // namespace
 
-PlayerSound::PlayerSound(const media::MutableComposition& movie, const std::vector<media::AudioMixInput>& mix,
+PlayerSound::PlayerSound(const media::SegmentedMovie& movie, const std::vector<media::AudioMixInput>& mix,
                          PlayedRanges ranges)
     : movie_(movie), ranges_(std::move(ranges)) {
-    for (const media::CompositionTrack& track : movie_.tracks(media::TrackKind::audio)) trackIds_.push_back(track.id);
+    for (const media::SegmentedTrack& track : movie_.tracks(media::TrackKind::audio)) trackIds_.push_back(track.id);
     for (const float volume : volumesOf(mix)) volumes_.push_back({volume, volume});
     decodeFrom(0);
     thread_ = std::thread([this] {
@@ -79,7 +79,7 @@ void PlayerSound::cue(double seconds) {
 // Everything anew from a source frame, or from where playing goes on behind it. Under lock_.
 void PlayerSound::decodeFrom(std::int64_t source) {
     cued_ = source;
-    ledger_.start(source);
+    positions_.start(source);
     decodeAgain(source);
 }
 
@@ -155,7 +155,7 @@ std::int64_t PlayerSound::heard(platform::SoundOutput*& output) const {
     // Outside of the lock: the output may be asking for sound at this moment.
     const std::int64_t frames = output->heardFrames();
     const std::lock_guard hold(lock_);
-    return output_ == nullptr || run != run_ ? cued_ : ledger_.sourceAt(frames);
+    return output_ == nullptr || run != run_ ? cued_ : positions_.sourceAt(frames);
 }
 
 double PlayerSound::position() const {
@@ -184,7 +184,7 @@ bool PlayerSound::isFinished() const {
     const std::int64_t frames = output->heardFrames();
     const std::lock_guard hold(lock_);
     const bool isSame = output_ != nullptr && run == run_;
-    return isSame && isDecoded_ && blocks_.empty() && frames >= ledger_.soundEnd();
+    return isSame && isDecoded_ && blocks_.empty() && frames >= positions_.soundEnd();
 }
 
 // On the output's thread.
@@ -194,7 +194,7 @@ void PlayerSound::fill(std::span<float> values) {
         while (!values.empty() && !blocks_.empty()) {
             Block& block = blocks_.front();
             const std::size_t count = std::min(values.size() / kChannels, block.frames - block.used);
-            ledger_.wrote(static_cast<std::int64_t>(count), block.source + static_cast<std::int64_t>(block.used));
+            positions_.wrote(static_cast<std::int64_t>(count), block.source + static_cast<std::int64_t>(block.used));
             mix(block, values.first(count * kChannels));
             framesAhead_ -= static_cast<std::int64_t>(count);
             if (block.used == block.frames) blocks_.pop_front();
@@ -202,7 +202,7 @@ void PlayerSound::fill(std::span<float> values) {
         }
         // The end, or a disk that is too slow: then everything waits for it, the pictures too.
         std::fill(values.begin(), values.end(), 0.0F);
-        ledger_.waited(static_cast<std::int64_t>(values.size() / kChannels));
+        positions_.waited(static_cast<std::int64_t>(values.size() / kChannels));
     }
     wake_.notify_one();
 }
@@ -238,7 +238,7 @@ void PlayerSound::decode() {
     std::int64_t at = 0;  // where the readers stand
     std::unique_lock hold(lock_);
     for (;;) {
-        wake_.wait(hold, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMostAhead); });
+        wake_.wait(hold, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMaximumAhead); });
         if (isEnding_) return;
         const std::optional<double> from = ranges_.playableFrom(secondsOf(decodeFrom_));
         if (!from) {

@@ -10,12 +10,12 @@
 #include <thread>
 #include <vector>
 
-#include "media/reading/composition.h"
+#include "media/reading/segmented_movie.h"
 #include "media/reading/sound_joins.h"
 #include "media/reading/sound_track_reader.h"
 #include "platform/sound/sound_output.h"
+#include "playback/playback_position_map.h"
 #include "playback/played_ranges.h"
-#include "playback/sound_ledger.h"
 
 namespace lumivastor::playback {
 
@@ -29,8 +29,7 @@ class PlayerSound {
     /// How much sound is decoded ahead, in seconds: what the disk may take for one read without being heard.
     static constexpr double kAhead = 0.5;
 
-    PlayerSound(const media::MutableComposition& movie, const std::vector<media::AudioMixInput>& mix,
-                PlayedRanges ranges);
+    PlayerSound(const media::SegmentedMovie& movie, const std::vector<media::AudioMixInput>& mix, PlayedRanges ranges);
     /// Not while running.
     ~PlayerSound();
     PlayerSound(const PlayerSound&) = delete;
@@ -79,7 +78,7 @@ class PlayerSound {
     void decodeAgain(std::int64_t source);
     std::int64_t heard(platform::SoundOutput*& output) const;
 
-    const media::MutableComposition movie_;
+    const media::SegmentedMovie movie_;
     std::vector<int> trackIds_;
 
     mutable std::mutex lock_;
@@ -92,7 +91,7 @@ class PlayerSound {
     std::int64_t decodeFrom_ = 0;   // the source frame to be decoded next
     std::int64_t decodeRound_ = 0;  // counts changes of that from outside
     bool isDecoded_ = false;        // up to the end of what is played
-    mutable SoundLedger ledger_;
+    mutable PlaybackPositionMap positions_;
     platform::SoundOutput* output_ = nullptr;  // while running
     std::int64_t run_ = 0;                     // counts runs
     std::int64_t cued_ = 0;                    // the source frame that is heard when not running

@@ -85,11 +85,12 @@ bool isNear(const Colour& a, const Colour& b, int tolerance = 12) {
 constexpr Colour kPlain{kGrey, kGrey, kGrey};
 
 int brightest(const Shown& shown, const Rect& rect) {
-    int most = 0;
+    int maximum = 0;
     for (int y = static_cast<int>(rect.minY()); y < rect.maxY(); ++y) {
-        for (int x = static_cast<int>(rect.minX()); x < rect.maxX(); ++x) most = std::max(most, at(shown, x, y).green);
+        for (int x = static_cast<int>(rect.minX()); x < rect.maxX(); ++x)
+            maximum = std::max(maximum, at(shown, x, y).green);
     }
-    return most;
+    return maximum;
 }
 
 // A recording of a plain grey screen, 45 pictures at 30 a second. The pointer rests and clicks once, after half a

@@ -42,7 +42,7 @@ std::vector<ShownSegment> shownSegments(std::span<const TimeRange> ranges) {
     return segments;
 }
 
-int addBackToBack(media::MutableComposition& movie, std::span<const TimeRange> ranges,
+int addBackToBack(media::SegmentedMovie& movie, std::span<const TimeRange> ranges,
                   const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track) {
     const int id = movie.addTrack(track.kind);
     MediaTime at;
@@ -54,7 +54,7 @@ int addBackToBack(media::MutableComposition& movie, std::span<const TimeRange> r
 }
 
 // One segment of the webcam's track: nothing, the camera's stretch, nothing; any of the three may be missing.
-void addWebcamSegment(media::MutableComposition& movie, int id, const std::shared_ptr<const media::Asset>& asset,
+void addWebcamSegment(media::SegmentedMovie& movie, int id, const std::shared_ptr<const media::Asset>& asset,
                       const media::AssetTrack& track, const TimeRange& wanted, const MediaTime& at) {
     const MediaTime first = std::clamp(track.start.rescaled(kTimescale), wanted.start, wanted.end());
     const MediaTime last = std::clamp(track.end.rescaled(kTimescale), first, wanted.end());
@@ -66,7 +66,7 @@ void addWebcamSegment(media::MutableComposition& movie, int id, const std::share
     if (isMissing(after)) movie.insertEmpty(id, {at + before + (last - first), after});
 }
 
-int addWebcam(media::MutableComposition& movie, std::span<const TimeRange> ranges,
+int addWebcam(media::SegmentedMovie& movie, std::span<const TimeRange> ranges,
               const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track, double webcamOffset) {
     const MediaTime offset = MediaTime::fromSeconds(webcamOffset, kTimescale);
     const int id = movie.addTrack(media::TrackKind::video);

@@ -11,7 +11,7 @@
 #include "edit/timeline.h"
 #include "media/reading/asset.h"
 #include "media/reading/asset_reader.h"
-#include "media/reading/composition.h"
+#include "media/reading/segmented_movie.h"
 #include "model/capture_info.h"
 #include "model/project_settings.h"
 
@@ -39,8 +39,8 @@ struct ShownSegment {
 
 /// An edited movie and the roles of its tracks.
 struct CutComposition {
-    media::MutableComposition movie;
-    std::vector<ShownSegment> shownSegments;  // back to back from zero, without segments shorter than a tick
+    media::SegmentedMovie movie;
+    std::vector<ShownSegment> shownSegments;  // back to back from zero; those that are shorter than a tick are left out
     std::optional<int> screenTrackId;         // none when the screen movie has no pictures
     std::optional<int> webcamTrackId;
     std::vector<int> audioTrackIds;  // in the source's order: system sound, then microphone

@@ -73,11 +73,11 @@ TEST_F(CutCompositionTest, KeptSegmentsLieBackToBackInAllTracks) {
     EXPECT_FALSE(cut.webcamTrackId);
     ASSERT_EQ(cut.audioTrackIds.size(), 2u);
     ASSERT_EQ(cut.movie.tracks().size(), 3u);
-    for (const media::CompositionTrack& track : cut.movie.tracks()) {
+    for (const media::SegmentedTrack& track : cut.movie.tracks()) {
         ASSERT_EQ(track.segments.size(), 3u);
         MediaTime at;
         for (std::size_t i = 0; i < segments.size(); ++i) {
-            const media::CompositionSegment& segment = track.segments[i];
+            const media::MovieSegment& segment = track.segments[i];
             EXPECT_EQ(segment.asset, assets.screen);
             EXPECT_EQ(segment.sourceStart, MediaTime::fromSeconds(segments[i].start, 600));
             EXPECT_EQ(segment.target.start, at);
@@ -106,13 +106,13 @@ TEST_F(CutCompositionTest, TheWebcamStaysInStepWhereItStartsLateAndEndsEarly) {
     const CutComposition cut =
         makeCutComposition(std::vector<Interval>{{0, 1}, {1.25, 2}, {2.5, 3}, {3.25, 5}}, assets, 1.5);
     ASSERT_TRUE(cut.webcamTrackId);
-    const media::CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
+    const media::SegmentedTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
     // What is shown from where (seconds of the webcam movie, -1 for nothing), and until when on the output's line.
     struct Expected {
         double source, until;
     };
     std::vector<Expected> found;
-    for (const media::CompositionSegment& segment : webcam.segments) {
+    for (const media::MovieSegment& segment : webcam.segments) {
         found.push_back({segment.isEmpty() ? -1 : segment.sourceStart.seconds(), segment.target.end().seconds()});
     }
     const std::vector<Expected> expected = {{-1, 1}, {-1, 1.25}, {0, 1.75}, {1, 2.25}, {1.75, 2.5}, {-1, 4}};
@@ -128,7 +128,7 @@ TEST_F(CutCompositionTest, AWebcamThatStartsBeforeTheScreenIsShiftedTheOtherWay)
     makeScreen(0);
     makeWebcam(60);
     const CutComposition cut = makeCutComposition(std::vector<Interval>{{0, 5}}, open(), -0.5);
-    const media::CompositionTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
+    const media::SegmentedTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
     ASSERT_EQ(webcam.segments.size(), 2u);
     EXPECT_EQ(webcam.segments[0].sourceStart, ticks(kSecond / 2));
     EXPECT_EQ(webcam.segments[0].target, (TimeRange{{}, ticks(kSecond * 3 / 2)}));
@@ -215,10 +215,10 @@ TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
         kept.push_back({grid + 0.4 / 600, grid + (50 + i % 7 + 0.6) / 600});
     }
     const CutComposition cut = makeCutComposition(kept, open(), 0);
-    const std::vector<media::CompositionSegment>& shown = cut.movie.track(*cut.screenTrackId)->segments;
+    const std::vector<media::MovieSegment>& shown = cut.movie.track(*cut.screenTrackId)->segments;
     ASSERT_EQ(shown.size(), 1001u);
     double furthest = 0;
-    for (const media::CompositionSegment& segment : shown) {
+    for (const media::MovieSegment& segment : shown) {
         const double start = segment.target.start.seconds();
         const double length = segment.target.duration.seconds();
         const double source = segment.sourceStart.seconds();
@@ -231,7 +231,7 @@ TEST_F(CutCompositionTest, AfterAThousandCutsTheSourceTimeIsStillThePictures) {
         EXPECT_NEAR(shownSourceTime(cut.shownSegments, start - 1e-9), source, 1e-8) << start;
     }
     EXPECT_GT(furthest, 1) << "the segments before rounding are another matter";
-    const media::CompositionSegment& last = shown.back();
+    const media::MovieSegment& last = shown.back();
     const double end = (last.sourceStart + last.target.duration).seconds();
     EXPECT_NEAR(shownSourceTime(cut.shownSegments, 1e6), end, 1e-9);
 }

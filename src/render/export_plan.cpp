@@ -12,8 +12,8 @@ namespace lumivastor::render {
 
 namespace {
 
-// The largest picture that an H.264 level allows is 8192 x 4320.
-constexpr std::int64_t kLeastHeight = 2;
+// The largest picture that H.264 knows a level for is 8192 x 4320.
+constexpr std::int64_t kMinimumHeight = 2;
 constexpr std::int64_t kLargestHeight = 4320;
 
 constexpr std::int64_t kFramesPerReport = 30;
@@ -24,7 +24,7 @@ constexpr double kHeldAtEnd = 0.05;
 }  // namespace
 
 PixelSize exportCanvas(std::int64_t height) {
-    if (height < kLeastHeight || height > kLargestHeight) {
+    if (height < kMinimumHeight || height > kLargestHeight) {
         throw RecorderError(formatted("Die Höhe des Videos ist unzulässig: %lld.", static_cast<long long>(height)));
     }
     return {static_cast<int>(height * 16 / 9), static_cast<int>(height)};

@@ -406,10 +406,10 @@ RenderResult renderWithWhatWorks(const edit::Composition& composition, const Fra
                                  const RenderOptions& options) {
     RenderOptions attempt = options;
     if (options.progress) {
-        // Never falls, also when the export starts again. Calls of `progress` never overlap.
-        attempt.progress = [report = options.progress, most = std::make_shared<double>(-1)](double progress) {
-            if (progress <= *most) return;
-            *most = progress;
+        // Never falling, also when it begins again. Calls of `progress` follow one another.
+        attempt.progress = [report = options.progress, maximum = std::make_shared<double>(-1)](double progress) {
+            if (progress <= *maximum) return;
+            *maximum = progress;
             report(progress);
         };
     }

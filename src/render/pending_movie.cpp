@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kBeginning = ".lumivastor-export-";
 constexpr std::string_view kEnding = ".part";
 // Of one process in one folder; each name that is taken is an export at work, or what another user left.
-constexpr int kMostNames = 1000;
+constexpr int kMaximumNames = 1000;
 
 fs::path folderOf(const fs::path& target) {
     return target.has_parent_path() ? target.parent_path() : fs::path(".");
@@ -70,7 +70,7 @@ std::optional<pid_t> makerOf(std::string_view name) {
 PendingMovie::PendingMovie(fs::path target) : target_(std::move(target)), folder_(folderOf(target_)) {
     if (const std::error_code obstacle = obstacleAt(target_)) fail(target_, "kann nicht ersetzt werden", obstacle);
     removeAbandoned(folder_, makerOf);
-    for (int number = 0; number < kMostNames; ++number) {
+    for (int number = 0; number < kMaximumNames; ++number) {
         fs::path path =
             folder_ / formatted("%s%ld-%d%s", kBeginning.data(), static_cast<long>(::getpid()), number, kEnding.data());
         const std::error_code error = makeLocked(path, lock_);

@@ -20,7 +20,7 @@ void throwIfOutOfMemory(const RecorderError& error) {
 
 }  // namespace
 
-PictureStream::PictureStream(media::MutableComposition movie, int trackId, Options options)
+PictureStream::PictureStream(media::SegmentedMovie movie, int trackId, Options options)
     : movie_(std::move(movie)), trackId_(trackId), options_(std::move(options)), slots_(options_.lastSeconds) {}
 
 void PictureStream::open() {

@@ -6,7 +6,7 @@
 
 #include "imaging/picture.h"
 #include "media/reading/asset_reader.h"
-#include "media/reading/composition.h"
+#include "media/reading/segmented_movie.h"
 #include "render/export_plan.h"
 #include "render/read_ahead.h"
 
@@ -23,7 +23,7 @@ class PictureStream {
         double lastSeconds = 0;  // taken as the time of the last picture before the first one
     };
 
-    PictureStream(media::MutableComposition movie, int trackId, Options options);
+    PictureStream(media::SegmentedMovie movie, int trackId, Options options);
 
     /// Opens the reader and reads the first picture. Throws `RecorderError`.
     void open();
@@ -53,7 +53,7 @@ class PictureStream {
     std::optional<Sample> readNext();
     void restart(const RestartPolicy::Attempt& attempt);
 
-    const media::MutableComposition movie_;
+    const media::SegmentedMovie movie_;
     const int trackId_;
     const Options options_;
     std::unique_ptr<media::AssetReader> reader_;

@@ -27,7 +27,7 @@ void PlayerFixture::makeMovie() {
 playback::PlayerItem PlayerFixture::item() const {
     const auto asset = std::make_shared<const media::Asset>(folder_ / "a.mov");
     playback::PlayerItem item;
-    item.movie = media::MutableComposition::showing(asset);
+    item.movie = media::SegmentedMovie::showing(asset);
     for (const auto& track : item.movie.tracks(media::TrackKind::video)) item.screenTrackId = track.id;
     for (const auto& track : item.movie.tracks(media::TrackKind::audio)) item.audioMix.push_back({track.id, 1.0F});
     item.compositor = [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) {

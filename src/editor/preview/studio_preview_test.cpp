@@ -12,7 +12,7 @@
 #include "edit/composition.h"
 #include "imaging/painting/painter.h"
 #include "model/pointer_track.h"
-#include "playback/picture_finder.h"
+#include "playback/frame_seeker.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
@@ -79,10 +79,9 @@ TEST_F(StudioPreviews, ItsTimesAreThoseOfTheRecordingAndWhatIsCutAwayIsThere) {
     EXPECT_EQ(item.framesPerSecond, 30);
     EXPECT_EQ(item.duration, 5);
     EXPECT_EQ(item.playedRanges, (std::vector<Interval>{{0.5, 2}, {3, 5}}));
-    playback::PictureFinder screen(*item.movie.track(item.screenTrackId.value()),
-                                   playback::PictureFinder::Before::firstPicture);
-    playback::PictureFinder webcam(*item.movie.track(item.webcamTrackId.value()),
-                                   playback::PictureFinder::Before::nothing);
+    playback::FrameSeeker screen(*item.movie.track(item.screenTrackId.value()),
+                                 playback::FrameSeeker::Before::firstPicture);
+    playback::FrameSeeker webcam(*item.movie.track(item.webcamTrackId.value()), playback::FrameSeeker::Before::nothing);
     for (int frame = 0; frame < 150; ++frame) {
         const MediaTime moment = playback::momentOf(frame / 30.0);
         EXPECT_EQ(numberIn(*screen.find(moment)->picture), frame);

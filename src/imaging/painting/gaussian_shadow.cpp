@@ -147,8 +147,8 @@ void fillGaussianShadow(const ConvexShape& shape, double sigma, double alpha, Bg
     // What the blurred shape reaches, as far as it is visible.
     const double reach = kReachInSigmas * sigma + 1;
     PixelRange range;
-    const auto limited = [](double value, int most) {
-        return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(most)));
+    const auto limited = [](double value, int maximum) {
+        return static_cast<int>(std::clamp(value, 0.0, static_cast<double>(maximum)));
     };
     range.left = limited(std::floor(shape.left - reach), destination.width());
     range.right = limited(std::ceil(shape.right + reach), destination.width());

@@ -36,10 +36,10 @@ struct Ground {
 
     static void addRow(Sums& sums, const std::uint8_t* pixel, int count) {
         // Two channels at a time; a half holds the sum of 257 bytes.
-        constexpr int kMost = 257;
+        constexpr int kMaximum = 257;
         constexpr std::uint32_t kHalves = 0x00ff00ffU;
         while (count > 0) {
-            const int some = std::min(count, kMost);
+            const int some = std::min(count, kMaximum);
             std::uint32_t blueRed = 0;
             std::uint32_t greenAlpha = 0;
             for (int x = 0; x < some; ++x) {
@@ -86,8 +86,8 @@ struct MaskedPicture {
     // Averages the first squares of a row that lie on nothing but squares of the topmost area; returns how many these
     // are. All of them share the same four corners of their four squares below.
     int averageOnTopmost(int left, int bottom, int columns, Mean* means) const {
-        constexpr int kMostSide = 256;  // whose sums fit 32 bits
-        if (mosaics.empty() || side > kMostSide || !mosaics.front()->isOpaque) return 0;
+        constexpr int kMaximumSide = 256;  // whose sums fit 32 bits
+        if (mosaics.empty() || side > kMaximumSide || !mosaics.front()->isOpaque) return 0;
         const Mosaic& below = *mosaics.front();
         const int across = left - below.area.left;
         const int up = bottom - below.area.bottom;

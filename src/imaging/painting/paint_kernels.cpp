@@ -178,10 +178,10 @@ void limitPremultiplied(std::int16_t* blue, std::int16_t* green, std::int16_t* r
     const auto zero = hn::Zero(kLevels);
     const auto full = hn::Set(kLevels, static_cast<std::int16_t>(kFullLevel));
     for (int at = 0; at < count; at += kLanes) {
-        const auto most = hn::Min(hn::Max(hn::LoadU(kLevels, alpha + at), zero), full);
-        hn::StoreU(most, kLevels, alpha + at);
+        const auto maximum = hn::Min(hn::Max(hn::LoadU(kLevels, alpha + at), zero), full);
+        hn::StoreU(maximum, kLevels, alpha + at);
         for (std::int16_t* colour : {blue, green, red}) {
-            hn::StoreU(hn::Min(hn::Max(hn::LoadU(kLevels, colour + at), zero), most), kLevels, colour + at);
+            hn::StoreU(hn::Min(hn::Max(hn::LoadU(kLevels, colour + at), zero), maximum), kLevels, colour + at);
         }
     }
 }

@@ -20,8 +20,8 @@ namespace lumivastor::imaging {
 
 int paintingThreads() {
     // Bands of a picture gain little beyond this, and decoders and encoders have threads as well.
-    constexpr unsigned kMost = 8;
-    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMost));
+    constexpr unsigned kMaximum = 8;
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMaximum));
 }
 
 struct Painter::State {
@@ -101,8 +101,8 @@ std::shared_ptr<const Mosaics> Painter::State::mosaicsOf(const MosaicNode& node)
     const auto known = mosaics.find(&node);
     if (known != mosaics.end()) return known->second;
     const auto showGround = [&](const PixelRect& part) {
-        constexpr double kMostPixels = 1e9;
-        precondition(static_cast<double>(part.width()) * part.height() < kMostPixels, "a picture fits into memory");
+        constexpr double kMaximumPixels = 1e9;
+        precondition(static_cast<double>(part.width()) * part.height() < kMaximumPixels, "a picture fits into memory");
         BgraPremultipliedBuffer pixels(part.width(), part.height());
         paintBgra(node.input.transformed(AffineTransform::translation(-part.left, -part.bottom)), pixels);
         return pixels;

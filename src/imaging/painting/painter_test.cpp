@@ -161,17 +161,17 @@ struct YuvSamples {
 };
 
 int worst(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
-    int most = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) most = std::max(most, std::abs(a[i] - b[i]));
-    return most;
+    int maximum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) maximum = std::max(maximum, std::abs(a[i] - b[i]));
+    return maximum;
 }
 
 int worst(const Buffer& a, const Buffer& b) {
-    int most = 0;
+    int maximum = 0;
     for (int y = 0; y < a.height(); ++y) {
-        for (int i = 0; i < a.width() * 4; ++i) most = std::max(most, std::abs(a.row(y)[i] - b.row(y)[i]));
+        for (int i = 0; i < a.width() * 4; ++i) maximum = std::max(maximum, std::abs(a.row(y)[i] - b.row(y)[i]));
     }
-    return most;
+    return maximum;
 }
 
 TEST(Painter, RandomRecipesAgreeWithTheReference) {

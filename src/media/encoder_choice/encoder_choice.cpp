@@ -8,7 +8,7 @@
 
 #include "base/formatted.h"
 #include "ffmpeg/ffmpeg_support.h"
-#include "media/encoder_choice/encoder_memory.h"
+#include "media/encoder_choice/encoder_trial_cache.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -94,7 +94,7 @@ EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesyst
     // Two trials at once would both look slow.
     static std::mutex one;
     const std::lock_guard hold(one);
-    EncoderMemory remembered(memory, formatted("%u-%u", avcodec_version(), std::thread::hardware_concurrency()));
+    EncoderTrialCache remembered(memory, formatted("%u-%u", avcodec_version(), std::thread::hardware_concurrency()));
     return decideRecordingEncoder(job, listedHardwareEncoders(VideoCodec::hevc),
                                   [&remembered](const EncoderCandidate& candidate, const EncodingJob& wanted) {
                                       if (candidate.isHardware()) return tryEncoder(candidate, wanted);

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "media/encoder_choice/encoder_memory.h"
+#include "media/encoder_choice/encoder_trial_cache.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor::media {
@@ -228,67 +228,67 @@ TEST(EncoderChoice, GoesIntoTheSettings) {
     EXPECT_EQ(settings.encoder, "h264_vaapi");
 }
 
-TEST(EncoderMemory, KeepsWhatWasMeasuredForThisMachineAndSize) {
+TEST(EncoderTrialCache, KeepsWhatWasMeasuredForThisMachineAndSize) {
     const TemporaryFolder folder;
     const EncoderCandidate candidate{VideoCodec::hevc, "libx265", "ultrafast"};
     EncodingJob other = kJob;
     other.height = 1440;
     {
-        EncoderMemory memory(folder / "encoders", "here");
-        EXPECT_FALSE(memory.find(candidate, kJob));
-        memory.add(candidate, kJob, {true, 24.5});
-        memory.add(candidate, other, {false, 0});
-        memory.add(candidate, kJob, {true, 25.25});
-        EXPECT_EQ(memory.find(candidate, kJob)->picturesPerSecond, 25.25);
+        EncoderTrialCache cache(folder / "encoders", "here");
+        EXPECT_FALSE(cache.find(candidate, kJob));
+        cache.add(candidate, kJob, {true, 24.5});
+        cache.add(candidate, other, {false, 0});
+        cache.add(candidate, kJob, {true, 25.25});
+        EXPECT_EQ(cache.find(candidate, kJob)->picturesPerSecond, 25.25);
     }
-    const EncoderMemory again(folder / "encoders", "here");
+    const EncoderTrialCache again(folder / "encoders", "here");
     ASSERT_TRUE(again.find(candidate, kJob));
     EXPECT_TRUE(again.find(candidate, kJob)->works);
     EXPECT_EQ(again.find(candidate, kJob)->picturesPerSecond, 25.25);
     ASSERT_TRUE(again.find(candidate, other));
     EXPECT_FALSE(again.find(candidate, other)->works);
     EXPECT_FALSE(again.find({VideoCodec::h264, "libx264", "ultrafast"}, kJob));
-    EXPECT_FALSE(EncoderMemory(folder / "encoders", "elsewhere").find(candidate, kJob));
+    EXPECT_FALSE(EncoderTrialCache(folder / "encoders", "elsewhere").find(candidate, kJob));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }
 
-TEST(EncoderMemory, SizesAlikeNeedNoTrialOfTheirOwn) {
-    EncoderMemory memory({}, "here");
+TEST(EncoderTrialCache, SizesAlikeNeedNoTrialOfTheirOwn) {
+    EncoderTrialCache cache({}, "here");
     const EncoderCandidate candidate{VideoCodec::hevc, "libx265", "ultrafast"};
     const auto rate = [&](int width, int height) {
-        const auto found = memory.find(candidate, {width, height, 60, 0});
+        const auto found = cache.find(candidate, {width, height, 60, 0});
         return found ? found->picturesPerSecond : -1;
     };
-    memory.add(candidate, {1920, 1080, 60, 0}, {true, 40});
+    cache.add(candidate, {1920, 1080, 60, 0}, {true, 40});
     EXPECT_EQ(rate(1920, 540), 80);
     EXPECT_EQ(rate(960, 540), 160) << "four times smaller";
     EXPECT_EQ(rate(3840, 2160), 10);
     EXPECT_EQ(rate(958, 540), -1);
     EXPECT_EQ(rate(3842, 2160), -1);
-    EXPECT_FALSE(memory.find({VideoCodec::hevc, "libx265", "medium"}, {1920, 540, 60, 0}));
+    EXPECT_FALSE(cache.find({VideoCodec::hevc, "libx265", "medium"}, {1920, 540, 60, 0}));
     // The nearest size counts, and its own before any other.
-    memory.add(candidate, {960, 540, 60, 0}, {true, 100});
+    cache.add(candidate, {960, 540, 60, 0}, {true, 100});
     EXPECT_EQ(rate(960, 540), 100);
     EXPECT_EQ(rate(480, 540), 200);
     EXPECT_EQ(rate(1920, 1000), 40 * 1.08);
     // That one size does not work says nothing of others.
-    memory.add(candidate, {480, 270, 60, 0}, {false, 0});
-    EXPECT_FALSE(memory.find(candidate, {480, 270, 60, 0})->works);
+    cache.add(candidate, {480, 270, 60, 0}, {false, 0});
+    EXPECT_FALSE(cache.find(candidate, {480, 270, 60, 0})->works);
     EXPECT_EQ(rate(480, 272), 100.0 * 960 * 540 / (480 * 272));
     EXPECT_EQ(rate(240, 136), -1);
 }
 
-TEST(EncoderMemory, NonsenseCountsAsNothingAndNoFileDoesNoHarm) {
+TEST(EncoderTrialCache, NonsenseCountsAsNothingAndNoFileDoesNoHarm) {
     const TemporaryFolder folder;
     const EncoderCandidate candidate{VideoCodec::hevc, "libx265", "ultrafast"};
     folder.write("encoders", "\n\t\nnan\tlibx265 ultrafast 1920x1080 here\n-3\tx\n1e999\ty\n12 \tz\nno tab\n" +
                                  std::string(1000, '\t'));
-    EncoderMemory memory(folder / "encoders", "here");
-    EXPECT_FALSE(memory.find(candidate, kJob));
-    memory.add(candidate, kJob, {true, 3});
-    EXPECT_TRUE(EncoderMemory(folder / "encoders", "here").find(candidate, kJob));
+    EncoderTrialCache cache(folder / "encoders", "here");
+    EXPECT_FALSE(cache.find(candidate, kJob));
+    cache.add(candidate, kJob, {true, 3});
+    EXPECT_TRUE(EncoderTrialCache(folder / "encoders", "here").find(candidate, kJob));
     for (const auto& path : {std::filesystem::path(), folder / "none" / "encoders", folder.path()}) {
-        EncoderMemory nowhere(path, "here");
+        EncoderTrialCache nowhere(path, "here");
         nowhere.add(candidate, kJob, {true, 3});
         EXPECT_TRUE(nowhere.find(candidate, kJob));
     }

@@ -19,9 +19,9 @@ namespace {
 // Flags of a track's part of a fragment: what it says once for all samples, and that places count from the fragment.
 constexpr std::uint32_t kCommonDuration = 0x8;
 constexpr std::uint32_t kCommonFlags = 0x20;
-constexpr std::uint32_t kPlacesFromFragment = 0x20000;
+constexpr std::uint32_t kDefaultBaseIsMoof = 0x20000;
 // Flags of its list of samples: what it says of each.
-constexpr std::uint32_t kHasPlace = 0x1;
+constexpr std::uint32_t kDataOffsetPresent = 0x1;
 constexpr std::uint32_t kHasDurations = 0x100;
 constexpr std::uint32_t kHasSizes = 0x200;
 constexpr std::uint32_t kHasFlags = 0x400;
@@ -47,18 +47,18 @@ std::size_t writeTrack(BoxWriter& boxes, const FragmentTrack& track) {
     const auto allLike = [&track](auto same) { return std::all_of(track.samples.begin(), track.samples.end(), same); };
     const bool sameDuration = allLike([&first](const TrackSample& s) { return s.duration == first.duration; });
     const bool sameFlags = allLike([&first](const TrackSample& s) { return s.isKey == first.isKey; });
-    boxes.begin(boxKind("traf"));
-    boxes.begin(boxKind("tfhd"), 0,
-                kPlacesFromFragment | (sameDuration ? kCommonDuration : 0) | (sameFlags ? kCommonFlags : 0));
+    boxes.begin(fourCC("traf"));
+    boxes.begin(fourCC("tfhd"), 0,
+                kDefaultBaseIsMoof | (sameDuration ? kCommonDuration : 0) | (sameFlags ? kCommonFlags : 0));
     boxes.u32(track.id);
     if (sameDuration) boxes.u32(first.duration);
     if (sameFlags) boxes.u32(flagsOf(first));
     boxes.end();
-    boxes.begin(boxKind("tfdt"), 1, 0);
+    boxes.begin(fourCC("tfdt"), 1, 0);
     boxes.u64(static_cast<std::uint64_t>(track.start));
     boxes.end();
-    boxes.begin(boxKind("trun"), 0,
-                kHasPlace | kHasSizes | (sameDuration ? 0 : kHasDurations) | (sameFlags ? 0 : kHasFlags));
+    boxes.begin(fourCC("trun"), 0,
+                kDataOffsetPresent | kHasSizes | (sameDuration ? 0 : kHasDurations) | (sameFlags ? 0 : kHasFlags));
     boxes.u32(static_cast<std::uint32_t>(track.samples.size()));
     const std::size_t place = boxes.size();
     boxes.u32(0);
@@ -73,15 +73,15 @@ std::size_t writeTrack(BoxWriter& boxes, const FragmentTrack& track) {
 }
 
 std::optional<FragmentRun> parseTrack(std::span<const std::uint8_t> content, std::uint64_t fragmentOffset) {
-    const auto header = findBox(content, boxKind("tfhd"));
-    const auto time = findBox(content, boxKind("tfdt"));
-    const auto list = findBox(content, boxKind("trun"));
+    const auto header = findBox(content, fourCC("tfhd"));
+    const auto time = findBox(content, fourCC("tfdt"));
+    const auto list = findBox(content, fourCC("trun"));
     if (!header || !time || !list) return std::nullopt;
 
     FragmentRun run;
     ByteReader headerReader(header->content);
     const std::uint32_t common = headerReader.u32();
-    if ((common & ~(kCommonDuration | kCommonFlags)) != kPlacesFromFragment) return std::nullopt;
+    if ((common & ~(kCommonDuration | kCommonFlags)) != kDefaultBaseIsMoof) return std::nullopt;
     run.id = headerReader.u32();
     TrackSample sample;
     if ((common & kCommonDuration) != 0) sample.duration = headerReader.u32();
@@ -96,7 +96,7 @@ std::optional<FragmentRun> parseTrack(std::span<const std::uint8_t> content, std
 
     ByteReader reader(list->content);
     const std::uint32_t given = reader.u32();
-    constexpr std::uint32_t kAlways = kHasPlace | kHasSizes;
+    constexpr std::uint32_t kAlways = kDataOffsetPresent | kHasSizes;
     if ((given & ~(kHasDurations | kHasFlags)) != kAlways) return std::nullopt;
     const bool hasDurations = (given & kHasDurations) != 0;
     const bool hasFlags = (given & kHasFlags) != 0;
@@ -137,9 +137,9 @@ TrackIndex* trackWith(std::vector<TrackIndex>& tracks, std::uint32_t id) {
 // Adds the fragment at `offset`. False when there is no whole one, or it does not go on where the others ended.
 bool addFragment(int file, std::uint64_t offset, std::uint64_t limit, FragmentedMovie& movie) {
     const auto index = fileBoxAt(file, offset, limit);
-    if (!index || index->kind != boxKind("moof") || index->size > kMaxFragmentIndex) return false;
+    if (!index || index->kind != fourCC("moof") || index->size > kMaxFragmentIndex) return false;
     const auto data = fileBoxAt(file, index->end(), limit);
-    if (!data || data->kind != boxKind("mdat")) return false;
+    if (!data || data->kind != fourCC("mdat")) return false;
     std::vector<std::uint8_t> content(static_cast<std::size_t>(index->size - index->headerSize));
     if (!readExactly(file, offset + index->headerSize, content)) return false;
     const auto runs = parseFragment(content, offset);
@@ -181,15 +181,15 @@ std::error_code waitForDisk(int file) {
 std::vector<std::uint8_t> fragmentBytes(std::uint32_t number, std::span<const FragmentTrack> tracks) {
     BoxWriter boxes;
     std::vector<std::size_t> places;
-    boxes.begin(boxKind("moof"));
-    boxes.begin(boxKind("mfhd"), 0, 0);
+    boxes.begin(fourCC("moof"));
+    boxes.begin(fourCC("mfhd"), 0, 0);
     boxes.u32(number);
     boxes.end();
     for (const FragmentTrack& track : tracks) {
         places.push_back(track.samples.empty() ? 0 : writeTrack(boxes, track));
     }
     boxes.end();
-    boxes.begin(boxKind("mdat"));
+    boxes.begin(fourCC("mdat"));
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         if (tracks[i].samples.empty()) continue;
         boxes.patch(places[i], static_cast<std::uint32_t>(boxes.size()));
@@ -203,7 +203,7 @@ std::optional<std::vector<FragmentRun>> parseFragment(std::span<const std::uint8
     std::vector<FragmentRun> runs;
     BoxReader reader(content);
     while (const auto box = reader.next()) {
-        if (box->kind != boxKind("traf")) continue;
+        if (box->kind != fourCC("traf")) continue;
         auto run = parseTrack(box->content, offset);
         if (!run) return std::nullopt;
         const bool isTwice =
@@ -217,9 +217,9 @@ std::optional<std::vector<FragmentRun>> parseFragment(std::span<const std::uint8
 
 std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit) {
     const auto type = fileBoxAt(file, 0, limit);
-    if (!type || type->kind != boxKind("ftyp") || type->size > kMaxHeader) return std::nullopt;
+    if (!type || type->kind != fourCC("ftyp") || type->size > kMaxHeader) return std::nullopt;
     const auto header = fileBoxAt(file, type->end(), limit);
-    if (!header || header->kind != boxKind("moov") || header->size > kMaxHeader || header->headerSize != 8) {
+    if (!header || header->kind != fourCC("moov") || header->size > kMaxHeader || header->headerSize != 8) {
         return std::nullopt;
     }
     std::vector<std::uint8_t> content(static_cast<std::size_t>(header->size - header->headerSize));
@@ -249,7 +249,7 @@ std::error_code finishInPlace(int file, const FragmentedMovie& movie) {
     constexpr std::uint32_t kLongSizeFollows = 1;
     BoxWriter data;
     data.u32(kLongSizeFollows);
-    data.u32(boxKind("mdat"));
+    data.u32(fourCC("mdat"));
     data.u64(movie.wholeEnd - movie.headerOffset);
     const std::vector<std::uint8_t> bytes = data.take();
     if (const auto failed = writeAllAt(file, movie.headerOffset, bytes.data(), bytes.size()).error) return failed;

@@ -13,7 +13,7 @@ namespace lumivastor::media {
 // The grammar of QuickTime files: boxes within boxes, each with its length and a kind of four letters, all numbers with
 // their highest byte first.
 
-constexpr std::uint32_t boxKind(const char (&letters)[5]) {
+constexpr std::uint32_t fourCC(const char (&letters)[5]) {
     std::uint32_t kind = 0;
     for (int i = 0; i < 4; ++i) kind = kind << 8 | static_cast<std::uint8_t>(letters[i]);
     return kind;

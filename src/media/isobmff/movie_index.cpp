@@ -26,11 +26,11 @@ constexpr std::int64_t kMaxTicks = std::int64_t{1} << 60;
 
 // A clock on which every track's times are whole, so that edits cut where they should; 48 kHz when there is none.
 std::uint32_t movieTimescale(std::span<const TrackHeader> tracks) {
-    constexpr std::uint64_t kUsual = 48000;
-    std::uint64_t common = kUsual;
+    constexpr std::uint64_t kDefault = 48000;
+    std::uint64_t common = kDefault;
     for (const TrackHeader& track : tracks) {
         common = std::lcm(common, std::uint64_t{track.timescale});
-        if (common > std::numeric_limits<std::int32_t>::max()) return kUsual;
+        if (common > std::numeric_limits<std::int32_t>::max()) return kDefault;
     }
     return static_cast<std::uint32_t>(common);
 }
@@ -46,7 +46,7 @@ void writeMatrix(BoxWriter& boxes) {
 }
 
 void writeMovieHeader(BoxWriter& boxes, std::uint32_t timescale, std::uint64_t duration, std::uint32_t nextTrack) {
-    boxes.begin(boxKind("mvhd"), 1, 0);
+    boxes.begin(fourCC("mvhd"), 1, 0);
     boxes.u64(0);  // created and changed: not told
     boxes.u64(0);
     boxes.u32(timescale);
@@ -62,7 +62,7 @@ void writeMovieHeader(BoxWriter& boxes, std::uint32_t timescale, std::uint64_t d
 
 void writeTrackHeader(BoxWriter& boxes, const TrackHeader& track, std::uint64_t duration) {
     constexpr std::uint32_t kEnabledInMovie = 3;
-    boxes.begin(boxKind("tkhd"), 1, kEnabledInMovie);
+    boxes.begin(fourCC("tkhd"), 1, kEnabledInMovie);
     boxes.u64(0);
     boxes.u64(0);
     boxes.u32(track.id);
@@ -80,9 +80,9 @@ void writeTrackHeader(BoxWriter& boxes, const TrackHeader& track, std::uint64_t 
 }
 
 void writeHandler(BoxWriter& boxes, const char (&type)[5], const char (&subtype)[5], std::string_view name) {
-    boxes.begin(boxKind("hdlr"), 0, 0);
-    boxes.u32(boxKind(type));
-    boxes.u32(boxKind(subtype));
+    boxes.begin(fourCC("hdlr"), 0, 0);
+    boxes.u32(fourCC(type));
+    boxes.u32(fourCC(subtype));
     boxes.zeros(12);
     boxes.u8(static_cast<std::uint32_t>(name.size()));
     boxes.append(name);
@@ -95,8 +95,8 @@ struct Edit {
 };
 
 void writeEdits(BoxWriter& boxes, std::span<const Edit> edits) {
-    boxes.begin(boxKind("edts"));
-    boxes.begin(boxKind("elst"), 1, 0);
+    boxes.begin(fourCC("edts"));
+    boxes.begin(fourCC("elst"), 1, 0);
     boxes.u32(static_cast<std::uint32_t>(edits.size()));
     for (const Edit& edit : edits) {
         boxes.u64(edit.duration);
@@ -110,18 +110,18 @@ void writeEdits(BoxWriter& boxes, std::span<const Edit> edits) {
 // The part of "minf" that says what the track is and that its samples lie in this file.
 void writeMediaKind(BoxWriter& boxes, bool isVideo) {
     if (isVideo) {
-        boxes.begin(boxKind("vmhd"), 0, 1);
+        boxes.begin(fourCC("vmhd"), 0, 1);
         boxes.zeros(8);
     } else {
-        boxes.begin(boxKind("smhd"), 0, 0);
+        boxes.begin(fourCC("smhd"), 0, 0);
         boxes.zeros(4);
     }
     boxes.end();
     writeHandler(boxes, "dhlr", "url ", "DataHandler");
-    boxes.begin(boxKind("dinf"));
-    boxes.begin(boxKind("dref"), 0, 0);
+    boxes.begin(fourCC("dinf"));
+    boxes.begin(fourCC("dref"), 0, 0);
     boxes.u32(1);
-    boxes.begin(boxKind("url "), 0, 1);
+    boxes.begin(fourCC("url "), 0, 1);
     boxes.end();
     boxes.end();
     boxes.end();
@@ -160,7 +160,7 @@ void TrackIndex::append(std::int64_t start, std::uint64_t offset, std::span<cons
 
 void TrackIndex::endAt(const MediaTime& end) {
     if (samples_.empty()) return;
-    const std::int64_t ticks = end.rescaled(static_cast<std::int32_t>(header_.timescale)).value + header_.lead;
+    const std::int64_t ticks = end.rescaled(static_cast<std::int32_t>(header_.timescale)).value + header_.encoderDelay;
     std::int64_t lastStart = end_ - samples_.back().duration;
     if (!header_.isVideo) {
         if (ticks >= end_) return;
@@ -178,7 +178,7 @@ void TrackIndex::endAt(const MediaTime& end) {
 }
 
 double TrackIndex::endSeconds() const {
-    return static_cast<double>(end_ - header_.lead) / header_.timescale;
+    return static_cast<double>(end_ - header_.encoderDelay) / header_.timescale;
 }
 
 // Writes the boxes of one track, with or without its index.
@@ -188,16 +188,16 @@ class TrackBoxes {
         : boxes_(boxes), track_(track), index_(index), movieTimescale_(movieTimescale) {}
 
     void write() {
-        boxes_.begin(boxKind("trak"));
+        boxes_.begin(fourCC("trak"));
         writeTrackHeader(boxes_, track_, index_ != nullptr ? movieDuration(*index_, movieTimescale_) : 0);
         writeTrackEdits();
-        boxes_.begin(boxKind("mdia"));
+        boxes_.begin(fourCC("mdia"));
         writeMediaHeader();
         const char(&kind)[5] = track_.isVideo ? "vide" : "soun";
         writeHandler(boxes_, "mhlr", kind, track_.isVideo ? "VideoHandler" : "SoundHandler");
-        boxes_.begin(boxKind("minf"));
+        boxes_.begin(fourCC("minf"));
         writeMediaKind(boxes_, track_.isVideo);
-        boxes_.begin(boxKind("stbl"));
+        boxes_.begin(fourCC("stbl"));
         boxes_.append(track_.sampleDescription);
         writeDurations();
         writeKeys();
@@ -210,25 +210,25 @@ class TrackBoxes {
     }
 
     static std::uint64_t movieDuration(const TrackIndex& index, std::uint32_t movieTimescale) {
-        return rescaled(index.end_ - index.header_.lead, index.header_.timescale, movieTimescale);
+        return rescaled(index.end_ - index.header_.encoderDelay, index.header_.timescale, movieTimescale);
     }
 
   private:
-    // What comes before the first sample shows nothing; the lead is never heard.
+    // What comes before the first sample shows nothing; the encoder delay is never heard.
     void writeTrackEdits() {
         std::vector<Edit> edits;
         if (index_ != nullptr) {
             const std::uint64_t gap = rescaled(index_->first_, track_.timescale, movieTimescale_);
             if (gap > 0) edits.push_back({gap, -1});
-            edits.push_back({movieDuration(*index_, movieTimescale_) - gap, track_.lead});
-        } else if (track_.lead > 0) {
-            edits.push_back({0, track_.lead});  // as long as there are fragments
+            edits.push_back({movieDuration(*index_, movieTimescale_) - gap, track_.encoderDelay});
+        } else if (track_.encoderDelay > 0) {
+            edits.push_back({0, track_.encoderDelay});  // as long as there are fragments
         }
         if (!edits.empty()) writeEdits(boxes_, edits);
     }
 
     void writeMediaHeader() {
-        boxes_.begin(boxKind("mdhd"), 1, 0);
+        boxes_.begin(fourCC("mdhd"), 1, 0);
         boxes_.u64(0);
         boxes_.u64(0);
         boxes_.u32(track_.timescale);
@@ -240,7 +240,7 @@ class TrackBoxes {
 
     // Runs of samples that last equally long.
     void writeDurations() {
-        boxes_.begin(boxKind("stts"), 0, 0);
+        boxes_.begin(fourCC("stts"), 0, 0);
         const std::size_t count = boxes_.size();
         std::uint32_t runs = 0;
         boxes_.u32(0);
@@ -258,14 +258,14 @@ class TrackBoxes {
 
     void writeKeys() {
         if (index_ == nullptr || index_->keys_.size() == index_->samples_.size()) return;  // absent: all are
-        boxes_.begin(boxKind("stss"), 0, 0);
+        boxes_.begin(fourCC("stss"), 0, 0);
         boxes_.u32(static_cast<std::uint32_t>(index_->keys_.size()));
         for (const std::uint32_t key : index_->keys_) boxes_.u32(key + 1);
         boxes_.end();
     }
 
     void writeChunks() {
-        boxes_.begin(boxKind("stsc"), 0, 0);
+        boxes_.begin(fourCC("stsc"), 0, 0);
         const std::size_t count = boxes_.size();
         std::uint32_t runs = 0;
         boxes_.u32(0);
@@ -283,14 +283,14 @@ class TrackBoxes {
         }
         boxes_.patch(count, runs);
         boxes_.end();
-        boxes_.begin(boxKind("co64"), 0, 0);
+        boxes_.begin(fourCC("co64"), 0, 0);
         boxes_.u32(static_cast<std::uint32_t>(chunks));
         for (std::size_t i = 0; i < chunks; ++i) boxes_.u64(index_->chunks_[i].offset);
         boxes_.end();
     }
 
     void writeSizes() {
-        boxes_.begin(boxKind("stsz"), 0, 0);
+        boxes_.begin(fourCC("stsz"), 0, 0);
         boxes_.u32(0);  // each has its own
         boxes_.u32(index_ != nullptr ? static_cast<std::uint32_t>(index_->samples_.size()) : 0);
         if (index_ != nullptr) {
@@ -308,18 +308,18 @@ class TrackBoxes {
 std::vector<std::uint8_t> fragmentedBeginning(std::span<const TrackHeader> tracks) {
     precondition(!tracks.empty() && tracks.size() <= kMaxTracks, "a movie of some tracks");
     BoxWriter boxes;
-    boxes.begin(boxKind("ftyp"));
-    boxes.u32(boxKind("qt  "));
+    boxes.begin(fourCC("ftyp"));
+    boxes.u32(fourCC("qt  "));
     boxes.u32(0x200);
-    boxes.u32(boxKind("qt  "));
+    boxes.u32(fourCC("qt  "));
     boxes.end();
-    boxes.begin(boxKind("moov"));
+    boxes.begin(fourCC("moov"));
     const std::uint32_t timescale = movieTimescale(tracks);
     writeMovieHeader(boxes, timescale, 0, tracks.back().id + 1);
     for (const TrackHeader& track : tracks) TrackBoxes(boxes, track, nullptr, timescale).write();
-    boxes.begin(boxKind("mvex"));
+    boxes.begin(fourCC("mvex"));
     for (const TrackHeader& track : tracks) {
-        boxes.begin(boxKind("trex"), 0, 0);
+        boxes.begin(fourCC("trex"), 0, 0);
         boxes.u32(track.id);
         boxes.u32(1);     // the one sample description
         boxes.zeros(12);  // fragments say everything themselves
@@ -333,16 +333,16 @@ std::vector<std::uint8_t> fragmentedBeginning(std::span<const TrackHeader> track
 namespace {
 
 std::optional<TrackHeader> parseTrack(std::span<const std::uint8_t> content) {
-    const auto header = findBox(content, boxKind("tkhd"));
-    const auto media = findBox(content, boxKind("mdia"));
+    const auto header = findBox(content, fourCC("tkhd"));
+    const auto media = findBox(content, fourCC("mdia"));
     if (!header || !media) return std::nullopt;
-    const auto mediaHeader = findBox(media->content, boxKind("mdhd"));
-    const auto handler = findBox(media->content, boxKind("hdlr"));
-    const auto information = findBox(media->content, boxKind("minf"));
+    const auto mediaHeader = findBox(media->content, fourCC("mdhd"));
+    const auto handler = findBox(media->content, fourCC("hdlr"));
+    const auto information = findBox(media->content, fourCC("minf"));
     if (!mediaHeader || !handler || !information) return std::nullopt;
-    const auto table = findBox(information->content, boxKind("stbl"));
+    const auto table = findBox(information->content, fourCC("stbl"));
     if (!table) return std::nullopt;
-    const auto description = findBox(table->content, boxKind("stsd"));
+    const auto description = findBox(table->content, fourCC("stsd"));
     if (!description || description->whole.size() > kMaxDescription) return std::nullopt;
 
     TrackHeader track;
@@ -361,21 +361,21 @@ std::optional<TrackHeader> parseTrack(std::span<const std::uint8_t> content) {
     ByteReader handlerReader(handler->content);
     handlerReader.skip(8);
     const std::uint32_t kind = handlerReader.u32();
-    track.isVideo = kind == boxKind("vide");
-    if (reader.overran() || mediaReader.overran() || (!track.isVideo && kind != boxKind("soun"))) return std::nullopt;
+    track.isVideo = kind == fourCC("vide");
+    if (reader.overran() || mediaReader.overran() || (!track.isVideo && kind != fourCC("soun"))) return std::nullopt;
     if (track.timescale == 0 || track.timescale > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
-    if (const auto edits = findBox(content, boxKind("edts"))) {
-        const auto list = findBox(edits->content, boxKind("elst"));
+    if (const auto edits = findBox(content, fourCC("edts"))) {
+        const auto list = findBox(edits->content, fourCC("elst"));
         if (!list) return std::nullopt;
         ByteReader editReader(list->content);
         const bool isLong = editReader.u32() >> 24 == kLongTimes;
         const bool isOne = editReader.u32() == 1;
         editReader.skip(8);
-        const std::uint64_t lead = editReader.u64();
-        if (!isLong || !isOne || lead > std::numeric_limits<std::int32_t>::max() || editReader.overran()) {
+        const std::uint64_t delay = editReader.u64();
+        if (!isLong || !isOne || delay > std::numeric_limits<std::int32_t>::max() || editReader.overran()) {
             return std::nullopt;
         }
-        track.lead = static_cast<std::uint32_t>(lead);
+        track.encoderDelay = static_cast<std::uint32_t>(delay);
     }
     track.sampleDescription.assign(description->whole.begin(), description->whole.end());
     return track;
@@ -384,11 +384,11 @@ std::optional<TrackHeader> parseTrack(std::span<const std::uint8_t> content) {
 }  // namespace
 
 std::optional<std::vector<TrackHeader>> parseFragmentedHeader(std::span<const std::uint8_t> content) {
-    if (!findBox(content, boxKind("mvex"))) return std::nullopt;
+    if (!findBox(content, fourCC("mvex"))) return std::nullopt;
     std::vector<TrackHeader> tracks;
     BoxReader reader(content);
     while (const auto box = reader.next()) {
-        if (box->kind != boxKind("trak")) continue;
+        if (box->kind != fourCC("trak")) continue;
         auto track = parseTrack(box->content);
         if (!track || tracks.size() == kMaxTracks) return std::nullopt;
         const bool isKnown = std::any_of(tracks.begin(), tracks.end(),
@@ -411,7 +411,7 @@ std::vector<std::uint8_t> finishedHeader(std::span<const TrackIndex> tracks) {
         if (!track.isEmpty()) duration = std::max(duration, TrackBoxes::movieDuration(track, timescale));
     }
     BoxWriter boxes;
-    boxes.begin(boxKind("moov"));
+    boxes.begin(fourCC("moov"));
     writeMovieHeader(boxes, timescale, duration, nextTrack);
     for (const TrackIndex& track : tracks) {
         if (!track.isEmpty()) TrackBoxes(boxes, track.header(), &track, timescale).write();

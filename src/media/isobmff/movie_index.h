@@ -20,7 +20,7 @@ struct TrackHeader {
     std::uint32_t timescale = 0;
     /// How much of the track's own time lies before the movie's zero: what an encoder of sound needs to begin. The
     /// edit list leaves it out.
-    std::uint32_t lead = 0;
+    std::uint32_t encoderDelay = 0;
     int width = 0;  // in pixels; 0 for sound
     int height = 0;
     std::vector<std::uint8_t> sampleDescription;  // the whole box
@@ -50,7 +50,7 @@ class TrackIndex {
     void endAt(const MediaTime& end);
 
     /// Whether there is anything to be seen or heard.
-    bool isEmpty() const { return end_ <= first_ + header_.lead; }
+    bool isEmpty() const { return end_ <= first_ + header_.encoderDelay; }
     std::size_t sampleCount() const { return samples_.size(); }
     /// When its last sample ends, in seconds of the movie.
     double endSeconds() const;

@@ -12,10 +12,9 @@
 
 namespace lumivastor::media {
 
-AssetReader::AssetReader(std::shared_ptr<const Asset> asset)
-    : AssetReader(MutableComposition::showing(std::move(asset))) {}
+AssetReader::AssetReader(std::shared_ptr<const Asset> asset) : AssetReader(SegmentedMovie::showing(std::move(asset))) {}
 
-AssetReader::AssetReader(MutableComposition composition)
+AssetReader::AssetReader(SegmentedMovie composition)
     : composition_(std::move(composition)), state_(std::make_shared<ReaderState>()) {}
 
 AssetReader::~AssetReader() = default;
@@ -28,7 +27,7 @@ void AssetReader::setTimeRange(const TimeRange& range) {
 
 VideoTrackOutput& AssetReader::addVideoOutput(int trackId, PictureFormat format) {
     precondition(status() == Status::unknown, "outputs are added before reading starts");
-    const CompositionTrack* const track = composition_.track(trackId);
+    const SegmentedTrack* const track = composition_.track(trackId);
     precondition(track != nullptr && track->kind == TrackKind::video, "a video track of what is read");
     videoOutputs_.emplace_back(new VideoTrackOutput(state_, *track, format));
     return *videoOutputs_.back();
@@ -36,9 +35,9 @@ VideoTrackOutput& AssetReader::addVideoOutput(int trackId, PictureFormat format)
 
 AudioMixOutput& AssetReader::addAudioMixOutput(std::vector<AudioMixInput> inputs, const PcmFormat& format) {
     precondition(status() == Status::unknown, "outputs are added before reading starts");
-    std::vector<CompositionTrack> tracks;
+    std::vector<SegmentedTrack> tracks;
     for (const AudioMixInput& input : inputs) {
-        const CompositionTrack* const track = composition_.track(input.trackId);
+        const SegmentedTrack* const track = composition_.track(input.trackId);
         precondition(track != nullptr && track->kind == TrackKind::audio, "an audio track of what is read");
         tracks.push_back(*track);
     }
@@ -52,11 +51,11 @@ AudioMixOutput& AssetReader::addAudioOutput(int trackId, const PcmFormat& format
 
 StoredSampleOutput& AssetReader::addStoredSampleOutput(int trackId) {
     precondition(status() == Status::unknown, "outputs are added before reading starts");
-    const CompositionTrack* const track = composition_.track(trackId);
+    const SegmentedTrack* const track = composition_.track(trackId);
     precondition(track != nullptr && track->segments.size() == 1 && !track->segments[0].isEmpty() &&
                      track->segments[0].sourceStart == MediaTime{} && track->segments[0].target.start == MediaTime{},
                  "stored samples are read from whole movies");
-    const CompositionSegment& whole = track->segments[0];
+    const MovieSegment& whole = track->segments[0];
     storedOutputs_.emplace_back(new StoredSampleOutput(state_, whole.asset, whole.sourceTrackId));
     return *storedOutputs_.back();
 }
@@ -74,7 +73,7 @@ bool AssetReader::startReading() {
         for (const auto& output : audioOutputs_) output->start();
         // Opened now rather than with the first sample, so that a missing file shows here.
         for (const auto& output : videoOutputs_) {
-            for (const CompositionSegment& segment : output->track_.segments) {
+            for (const MovieSegment& segment : output->track_.segments) {
                 if (segment.isEmpty()) continue;
                 output->decoder_ = std::make_unique<PictureDecoder>(segment.asset, segment.sourceTrackId);
                 output->decoderAsset_ = segment.asset.get();

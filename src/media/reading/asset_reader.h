@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "base/recorder_error.h"
-#include "media/reading/composition.h"
 #include "media/reading/samples.h"
+#include "media/reading/segmented_movie.h"
 
 namespace lumivastor::ffmpeg {
 class PictureConverter;
@@ -39,13 +39,13 @@ class VideoTrackOutput {
 
   private:
     friend class AssetReader;
-    VideoTrackOutput(std::shared_ptr<ReaderState> state, CompositionTrack track, PictureFormat format);
+    VideoTrackOutput(std::shared_ptr<ReaderState> state, SegmentedTrack track, PictureFormat format);
 
-    bool enterSegment(const CompositionSegment& segment);
+    bool enterSegment(const MovieSegment& segment);
     std::optional<VideoSample> next();
 
     std::shared_ptr<ReaderState> state_;
-    CompositionTrack track_;
+    SegmentedTrack track_;
     PictureFormat format_;
     std::size_t segment_ = 0;
     bool entered_ = false;
@@ -82,7 +82,7 @@ class AudioMixOutput {
   private:
     friend class AssetReader;
     struct Voice;
-    AudioMixOutput(std::shared_ptr<ReaderState> state, std::vector<CompositionTrack> tracks,
+    AudioMixOutput(std::shared_ptr<ReaderState> state, std::vector<SegmentedTrack> tracks,
                    std::vector<AudioMixInput> inputs, const PcmFormat& format);
 
     void start();
@@ -140,7 +140,7 @@ class AssetReader {
     };
 
     explicit AssetReader(std::shared_ptr<const Asset> asset);
-    explicit AssetReader(MutableComposition composition);
+    explicit AssetReader(SegmentedMovie composition);
     ~AssetReader();
     AssetReader(const AssetReader&) = delete;
     AssetReader& operator=(const AssetReader&) = delete;
@@ -166,7 +166,7 @@ class AssetReader {
     std::optional<MediaTime> failureTime() const;
 
   private:
-    MutableComposition composition_;
+    SegmentedMovie composition_;
     std::shared_ptr<ReaderState> state_;
     std::vector<std::unique_ptr<VideoTrackOutput>> videoOutputs_;
     std::vector<std::unique_ptr<AudioMixOutput>> audioOutputs_;

@@ -148,7 +148,7 @@ TEST_P(EveryKind, CutsAreExactAcrossGroups) {
     const TestMovieOptions& options = GetParam().options;
     makeTestMovie(folder / "a.mov", options);
     const auto asset = open(folder / "a.mov");
-    MutableComposition composition;
+    SegmentedMovie composition;
     const int track = composition.addTrack(TrackKind::video);
     // Forward within a group, across groups, back, and directly on.
     const std::vector<std::pair<double, double>> cuts = {{0.1, 0.5}, {0.62, 0.81}, {1.9, 2.4}, {0.9, 1.3}, {1.3, 1.42}};
@@ -166,7 +166,7 @@ TEST_P(EveryKind, CutsAreExactAcrossGroups) {
     for (const Seen& one : seen) {
         EXPECT_EQ(one.time, expectedNext);
         expectedNext = one.time + one.duration;
-        for (const CompositionSegment& segment : composition.track(track)->segments) {
+        for (const MovieSegment& segment : composition.track(track)->segments) {
             if (!segment.target.contains(one.time)) continue;
             EXPECT_EQ(one.number, shownAt(options, segment.sourceStart + (one.time - segment.target.start)));
         }

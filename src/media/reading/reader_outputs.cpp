@@ -21,7 +21,7 @@ namespace lumivastor::media {
 
 // Pictures
 
-VideoTrackOutput::VideoTrackOutput(std::shared_ptr<ReaderState> state, CompositionTrack track, PictureFormat format)
+VideoTrackOutput::VideoTrackOutput(std::shared_ptr<ReaderState> state, SegmentedTrack track, PictureFormat format)
     : state_(std::move(state)),
       track_(std::move(track)),
       format_(format),
@@ -46,7 +46,7 @@ std::optional<VideoSample> VideoTrackOutput::copyNextSample() {
 }
 
 // Clips the segment to the reader's range and finds its first picture. False when nothing of it is to be read.
-bool VideoTrackOutput::enterSegment(const CompositionSegment& segment) {
+bool VideoTrackOutput::enterSegment(const MovieSegment& segment) {
     if (segment.isEmpty()) return false;
     MediaTime start = segment.target.start;
     MediaTime end = segment.target.end();
@@ -68,7 +68,7 @@ bool VideoTrackOutput::enterSegment(const CompositionSegment& segment) {
 
 std::optional<VideoSample> VideoTrackOutput::next() {
     for (; segment_ < track_.segments.size(); ++segment_, entered_ = false) {
-        const CompositionSegment& segment = track_.segments[segment_];
+        const MovieSegment& segment = track_.segments[segment_];
         const auto onTimeline = [&segment](const MediaTime& source) {
             return segment.target.start + (source - segment.sourceStart);
         };
@@ -99,12 +99,12 @@ std::optional<VideoSample> VideoTrackOutput::next() {
 // Sound
 
 struct AudioMixOutput::Voice {
-    CompositionTrack track;
+    SegmentedTrack track;
     float volume;
     std::unique_ptr<SoundTrackReader> reader;
 };
 
-AudioMixOutput::AudioMixOutput(std::shared_ptr<ReaderState> state, std::vector<CompositionTrack> tracks,
+AudioMixOutput::AudioMixOutput(std::shared_ptr<ReaderState> state, std::vector<SegmentedTrack> tracks,
                                std::vector<AudioMixInput> inputs, const PcmFormat& format)
     : state_(std::move(state)), format_(format) {
     for (std::size_t i = 0; i < tracks.size(); ++i) {
@@ -123,7 +123,7 @@ void AudioMixOutput::start() {
     }
     end_ = end.rescaled(format_.sampleRate).value;
     for (Voice& voice : voices_) {
-        for (const CompositionSegment& segment : voice.track.segments) {
+        for (const MovieSegment& segment : voice.track.segments) {
             // Opened once for nothing, so that a missing file shows when reading starts.
             if (!segment.isEmpty()) {
                 const SoundDecoder probe(segment.asset, segment.sourceTrackId, format_.channels);

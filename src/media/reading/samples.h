@@ -50,7 +50,7 @@ struct StoredFormat {
 
 /// One sample as it lies in the file: encoded. Copies share the bytes.
 struct StoredSample {
-    MediaTime presentationTime;  // before zero for the lead-in that an encoder of sound needs
+    MediaTime presentationTime;  // before zero for the encoder delay of sound
     MediaTime decodeTime;
     MediaTime duration;
     bool isKey = false;

@@ -98,7 +98,7 @@ void SoundDecoder::read(std::span<float> values) {
             count = std::min(left, chunkEnd - position_);
             const float* const from = chunk_.data() + static_cast<std::size_t>(position_ - chunkStart_) * channels;
             std::copy_n(from, static_cast<std::size_t>(count) * channels, target);
-            // What was encoded before the movie begins is lead-in, not sound.
+            // What was encoded before the movie begins is encoder delay, not sound.
             const std::int64_t early = std::clamp<std::int64_t>(-position_, 0, count);
             std::fill_n(target, static_cast<std::size_t>(early) * channels, 0.0F);
         } else if (ended_ || (!chunk_.empty() && position_ < chunkStart_)) {

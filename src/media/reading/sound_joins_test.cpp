@@ -35,18 +35,18 @@ TEST(SoundJoins, ShortStretchesRiseAndFallWithoutAStep) {
         const SoundStretch stretch{50, 50 + length, true, true};
         const double steepest = M_PI / 2 / static_cast<double>(std::min<std::int64_t>(120, (length + 1) / 2)) + 1e-6;
         double last = 0;
-        double most = 0;
+        double maximum = 0;
         for (std::int64_t frame = stretch.start; frame < stretch.end; ++frame) {
             const double gain = joinGain(stretch, frame, kRate);
             ASSERT_LE(std::abs(gain - last), steepest) << length << " " << frame;
             ASSERT_NEAR(gain, joinGain(stretch, stretch.end - 1 - (frame - stretch.start), kRate), 1e-6);
-            most = std::max(most, gain);
+            maximum = std::max(maximum, gain);
             last = gain;
         }
         ASSERT_LE(last, steepest) << length;
-        ASSERT_LE(most, 1);
+        ASSERT_LE(maximum, 1);
         if (length >= 240) {
-            ASSERT_GT(most, 0.999) << length;
+            ASSERT_GT(maximum, 0.999) << length;
         }
     }
 }

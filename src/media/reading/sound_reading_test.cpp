@@ -120,7 +120,7 @@ TEST(SoundReading, AnyStartGivesTheSameSoundAsReadingFromTheBeginning) {
             ASSERT_NEAR(part.left[i], all.left.at(at), 1e-5) << tick << " " << i;
         }
     }
-    // The phase of the tone says that nothing of the encoder's lead-in is left.
+    // The phase of the tone says that nothing of the encoder delay is left.
     for (std::size_t i = 9600; i < 96000; ++i) {
         const double expected = 0.5 * std::sin(2 * M_PI * 441 * static_cast<double>(i) / 48000);
         ASSERT_NEAR(all.left[i], expected, 0.02) << i;
@@ -181,7 +181,7 @@ TEST(SoundReading, CutsAndEmptyRangesFallOnTheirFrames) {
     makeTestMovie(folder / "a.mov", options);
     const auto asset = open(folder / "a.mov");
     for (const AssetTrack& source : asset->tracks(TrackKind::audio)) {
-        MutableComposition composition;
+        SegmentedMovie composition;
         const int track = composition.addTrack(TrackKind::audio);
         // Beeps stand at 1, 2, 3 and 4 s. Kept: 0.5...1.5 and 2.9...3.4 s, with half a second of nothing between.
         composition.insert(track, asset, source.id, {{300, 600}, {600, 600}}, {});
@@ -220,7 +220,7 @@ TEST(SoundReading, CutsAreJoinedWithoutAClickAndNothingElseChanges) {
                                           {{1507, 1200}, {300, 1200}},
                                           {{1807, 1200}, {6, 1200}},
                                           {{2707, 1200}, {600, 1200}}};
-        MutableComposition composition;
+        SegmentedMovie composition;
         const int track = composition.addTrack(TrackKind::audio);
         MediaTime at;
         std::vector<float> expected;

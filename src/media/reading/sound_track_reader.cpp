@@ -26,7 +26,7 @@ constexpr std::size_t kBlockFrames = 2048;
 
 }  // namespace
 
-SoundTrackReader::SoundTrackReader(CompositionTrack track, const PcmFormat& format, std::int64_t position)
+SoundTrackReader::SoundTrackReader(SegmentedTrack track, const PcmFormat& format, std::int64_t position)
     : track_(std::move(track)), format_(format), position_(position) {
     precondition(format.sampleRate > 0, "a sample rate");
 }
@@ -75,8 +75,8 @@ void SoundTrackReader::read(std::span<float> values) {
 // Whether a cut joins a segment with the one before it.
 bool SoundTrackReader::isJoin(std::size_t segment) const {
     if (segment == 0 || segment >= track_.segments.size()) return false;
-    const CompositionSegment& before = track_.segments[segment - 1];
-    const CompositionSegment& behind = track_.segments[segment];
+    const MovieSegment& before = track_.segments[segment - 1];
+    const MovieSegment& behind = track_.segments[segment];
     if (before.isEmpty() || behind.isEmpty()) return false;
     const bool goesOn = before.asset == behind.asset && before.sourceTrackId == behind.sourceTrackId &&
                         before.sourceStart + before.target.duration == behind.sourceStart;
@@ -88,7 +88,7 @@ SoundStretch SoundTrackReader::stretchOf(std::size_t segment) const {
     return {frameAt(target.start), frameAt(target.end()), isJoin(segment), isJoin(segment + 1)};
 }
 
-void SoundTrackReader::enter(const CompositionSegment& segment) {
+void SoundTrackReader::enter(const MovieSegment& segment) {
     if (decoder_ == nullptr || decoderAsset_ != segment.asset.get() || decoderTrack_ != segment.sourceTrackId) {
         decoder_ = std::make_unique<SoundDecoder>(segment.asset, segment.sourceTrackId, format_.channels);
         decoderAsset_ = segment.asset.get();

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "ffmpeg/ffmpeg_handles.h"
-#include "media/reading/composition.h"
 #include "media/reading/samples.h"
+#include "media/reading/segmented_movie.h"
 #include "media/reading/sound_decoder.h"
 #include "media/reading/sound_joins.h"
 
@@ -20,7 +20,7 @@ namespace lumivastor::media {
 class SoundTrackReader {
   public:
     /// Begins at frame `position` of the timeline.
-    SoundTrackReader(CompositionTrack track, const PcmFormat& format, std::int64_t position);
+    SoundTrackReader(SegmentedTrack track, const PcmFormat& format, std::int64_t position);
     ~SoundTrackReader();
 
     /// The next `read` begins with this frame of the timeline. The file stays open.
@@ -33,10 +33,10 @@ class SoundTrackReader {
     std::int64_t frameAt(const MediaTime& time) const;
     bool isJoin(std::size_t segment) const;
     SoundStretch stretchOf(std::size_t segment) const;
-    void enter(const CompositionSegment& segment);
+    void enter(const MovieSegment& segment);
     void readSegment(std::span<float> values);
 
-    CompositionTrack track_;
+    SegmentedTrack track_;
     PcmFormat format_;
     std::int64_t position_;
     std::size_t segment_ = 0;

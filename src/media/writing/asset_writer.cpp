@@ -160,7 +160,7 @@ void WriterInput::markAsFinished() {
 }
 
 VideoWriterInput::VideoWriterInput(std::shared_ptr<WriterShared> shared, const VideoSettings& settings)
-    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.video", kPictures, kMostLivePictures,
+    : WriterInput(std::make_shared<WriterChannel>(std::move(shared), "writer.video", kPictures, kMaximumLivePictures,
                                                   std::make_unique<VideoTrackEncoder>(settings))),
       settings_(settings),
       pool_(settings.width, settings.height, {}) {}

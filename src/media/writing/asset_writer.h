@@ -69,7 +69,7 @@ class VideoWriterInput : public WriterInput {
 
     /// As many pictures from a live source wait for their encoder, or are in it, until the input is no longer ready: a
     /// sixth of a second at 30 a second to bridge a slow moment.
-    static constexpr int kMostLivePictures = 5;
+    static constexpr int kMaximumLivePictures = 5;
 
     /// Where pictures to be painted come from.
     imaging::PicturePool& pool() { return pool_; }

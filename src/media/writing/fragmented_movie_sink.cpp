@@ -76,7 +76,7 @@ int FragmentedMovieSink::addStream(const AVCodecParameters& parameters, int time
         track.header.width = parameters.width;
         track.header.height = parameters.height;
     } else {
-        track.header.lead = static_cast<std::uint32_t>(
+        track.header.encoderDelay = static_cast<std::uint32_t>(
             av_rescale(parameters.initial_padding, timescale, std::max(parameters.sample_rate, 1)));
     }
     track.hasStartCodes = track.header.isVideo && beginsWithStartCode(parameters);
@@ -112,7 +112,7 @@ void FragmentedMovieSink::write(int stream, AVPacket& packet) {
     Track& track = tracks_.at(static_cast<std::size_t>(stream));
     if (!track.pending.samples.empty()) {
         // By each track alone: one that lags behind the others would have a fragment cut for each of its packets.
-        const std::int64_t ticks = packet.pts + track.header.lead - track.pending.start;
+        const std::int64_t ticks = packet.pts + track.header.encoderDelay - track.pending.start;
         const bool isFull = static_cast<double>(ticks) / track.header.timescale >= interval_;
         if (isFull || pendingBytes_ >= kMaxPendingBytes) cut();
     }
@@ -128,7 +128,7 @@ void FragmentedMovieSink::write(int stream, AVPacket& packet) {
 }
 
 void FragmentedMovieSink::append(Track& track, const AVPacket& packet) {
-    const std::int64_t time = packet.pts + track.header.lead;
+    const std::int64_t time = packet.pts + track.header.encoderDelay;
     if (packet.pts == AV_NOPTS_VALUE || packet.size <= 0 || time <= track.lastTime) {
         throw RecorderError(path_.filename().string() +
                             " konnte nicht geschrieben werden: Der Encoder liefert ungeordnete Zeiten.");

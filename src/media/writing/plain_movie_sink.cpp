@@ -50,8 +50,8 @@ bool isWholeAndBeginsWithIndex(int file) {
     bool hasIndex = false;
     std::uint64_t offset = 0;
     while (const auto box = fileBoxAt(file, offset, size)) {
-        if (box->kind == boxKind("moov")) hasIndex = true;
-        if (box->kind == boxKind("mdat") && !hasIndex) return false;
+        if (box->kind == fourCC("moov")) hasIndex = true;
+        if (box->kind == fourCC("mdat") && !hasIndex) return false;
         offset = box->end();
     }
     return hasIndex && offset == size;
@@ -140,7 +140,7 @@ PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer
     context_->opaque = target_.get();
     context_->io_open = ByteTarget::openToRead;
     context_->io_close2 = ByteTarget::closeRead;
-    // Times before zero stay: they are the lead-in of sound, which the edit list takes away again.
+    // Times before zero stay: they are the encoder delay of sound, which the edit list takes away again.
     context_->avoid_negative_ts = 0;
 }
 

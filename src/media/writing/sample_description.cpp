@@ -54,16 +54,16 @@ std::vector<std::vector<std::uint8_t>> sampleDescriptions(std::span<const Descri
     ffmpeg::prepareFfmpeg();
     const std::vector<std::uint8_t> movie = emptyMovie(streams);
     std::vector<std::vector<std::uint8_t>> descriptions;
-    if (const auto header = findBox(movie, boxKind("moov"))) {
+    if (const auto header = findBox(movie, fourCC("moov"))) {
         BoxReader reader(header->content);
         while (const auto box = reader.next()) {
-            if (box->kind != boxKind("trak")) continue;
+            if (box->kind != fourCC("trak")) continue;
             std::span<const std::uint8_t> inside = box->content;
-            for (const std::uint32_t kind : {boxKind("mdia"), boxKind("minf"), boxKind("stbl")}) {
+            for (const std::uint32_t kind : {fourCC("mdia"), fourCC("minf"), fourCC("stbl")}) {
                 const auto found = findBox(inside, kind);
                 inside = found ? found->content : std::span<const std::uint8_t>{};
             }
-            if (const auto found = findBox(inside, boxKind("stsd"))) {
+            if (const auto found = findBox(inside, fourCC("stsd"))) {
                 descriptions.emplace_back(found->whole.begin(), found->whole.end());
             }
         }

@@ -46,11 +46,11 @@ std::vector<float> DeviceSound::convert(const AVFrame& frame) {
         sampleRate_ = frame.sample_rate;
         channels_ = channels;
     }
-    const int most = swr_get_out_samples(resampler_.get(), frame.nb_samples);
-    if (most <= 0) return {};
-    std::vector<float> values(static_cast<std::size_t>(most) * kChannels);
+    const int maximum = swr_get_out_samples(resampler_.get(), frame.nb_samples);
+    if (maximum <= 0) return {};
+    std::vector<float> values(static_cast<std::size_t>(maximum) * kChannels);
     std::array<std::uint8_t*, 1> target{reinterpret_cast<std::uint8_t*>(values.data())};
-    const int frames = swr_convert(resampler_.get(), target.data(), most,
+    const int frames = swr_convert(resampler_.get(), target.data(), maximum,
                                    const_cast<const std::uint8_t**>(frame.extended_data), frame.nb_samples);
     values.resize(static_cast<std::size_t>(frames > 0 ? frames : 0) * kChannels);
     return values;

@@ -14,7 +14,7 @@
 #include "ffmpeg/picture_to_bgra.h"
 #include "platform/devices/device_sound.h"
 #include "platform/pictures/device_clock.h"
-#include "platform/sound/steady_sound.h"
+#include "platform/sound/clock_drift_corrector.h"
 
 namespace lumivastor::devices {
 namespace {
@@ -33,7 +33,8 @@ class LibavSession::Reading {
     Reading(platform::DeviceOutputs& outputs, bool isExternal)
         : outputs_(outputs),
           toBgra_(isExternal),
-          steady_(soundOptions(), [&outputs](platform::SoundBuffer buffer) { outputs.deliver(std::move(buffer)); }) {}
+          corrector_(soundOptions(), [&outputs](platform::SoundBuffer buffer) { outputs.deliver(std::move(buffer)); }) {
+    }
 
     /// When a sample with this stamp was taken.
     double hostSeconds(std::optional<double> stamp) { return clock_.hostSeconds(stamp, platform::ClockReading::now()); }
@@ -48,11 +49,11 @@ class LibavSession::Reading {
             takeSound(frame, hostSeconds);
         }
     }
-    void finish() { steady_.finish(); }
+    void finish() { corrector_.finish(); }
 
   private:
-    static platform::SteadySound::Options soundOptions() {
-        platform::SteadySound::Options options;
+    static platform::ClockDriftCorrector::Options soundOptions() {
+        platform::ClockDriftCorrector::Options options;
         options.sampleRate = DeviceSound::kSampleRate;
         options.channels = DeviceSound::kChannels;
         // The stamps are the device's own, or paced by this thread.
@@ -64,7 +65,7 @@ class LibavSession::Reading {
     void takeSound(const AVFrame& frame, double hostSeconds) {
         const double late = sound_.delay();
         const std::vector<float> values = sound_.convert(frame);
-        steady_.add(soundFrame_, hostSeconds - late, values);
+        corrector_.add(soundFrame_, hostSeconds - late, values);
         soundFrame_ += static_cast<std::int64_t>(values.size()) / DeviceSound::kChannels;
     }
 
@@ -72,7 +73,7 @@ class LibavSession::Reading {
     platform::DeviceClock clock_;
     ffmpeg::PictureToBgra toBgra_;
     DeviceSound sound_;
-    platform::SteadySound steady_;
+    platform::ClockDriftCorrector corrector_;
     std::int64_t soundFrame_ = 0;
 };
 

@@ -21,7 +21,7 @@ namespace {
 constexpr double kEnough = 30;
 constexpr double kTooSlow = 15;
 // Steppedwise sizes are looked at where the recorders ask.
-constexpr std::array<PixelSize, 3> kUsualSizes{{{1920, 1080}, {1280, 720}, {640, 480}}};
+constexpr std::array<PixelSize, 3> kDefaultSizes{{{1920, 1080}, {1280, 720}, {640, 480}}};
 
 std::string lowercase(std::string text) {
     for (char& one : text) {
@@ -90,9 +90,10 @@ std::vector<PixelSize> sizesOf(int descriptor, std::uint32_t format) {
             continue;
         }
         const v4l2_frmsize_stepwise& steps = one.stepwise;
-        for (const PixelSize size : kUsualSizes) {
-            const auto fits = [](std::uint32_t value, std::uint32_t least, std::uint32_t most, std::uint32_t step) {
-                return value >= least && value <= most && (step == 0 || (value - least) % step == 0);
+        for (const PixelSize size : kDefaultSizes) {
+            const auto fits = [](std::uint32_t value, std::uint32_t minimum, std::uint32_t maximum,
+                                 std::uint32_t step) {
+                return value >= minimum && value <= maximum && (step == 0 || (value - minimum) % step == 0);
             };
             if (fits(static_cast<std::uint32_t>(size.width), steps.min_width, steps.max_width, steps.step_width) &&
                 fits(static_cast<std::uint32_t>(size.height), steps.min_height, steps.max_height, steps.step_height)) {
@@ -174,9 +175,9 @@ std::optional<V4l2Format> chooseFormat(const std::vector<V4l2Format>& formats, P
 }
 
 std::vector<V4l2Device> listV4l2Devices() {
-    constexpr int kMost = 64;
+    constexpr int kMaximum = 64;
     std::vector<V4l2Device> found;
-    for (int number = 0; number < kMost; ++number) {
+    for (int number = 0; number < kMaximum; ++number) {
         const std::string path = "/dev/video" + std::to_string(number);
         std::error_code ignored;
         if (!std::filesystem::exists(path, ignored)) continue;

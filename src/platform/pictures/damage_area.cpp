@@ -21,7 +21,7 @@ void DamageArea::add(const PixelRect& rect) {
         rects_.erase(met);
     }
     rects_.push_back(grown);
-    if (rects_.size() > kMostRects) mergeTwo();
+    if (rects_.size() > kMaximumRects) mergeTwo();
 }
 
 void DamageArea::add(const DamageArea& other) {
@@ -32,12 +32,12 @@ void DamageArea::add(const DamageArea& other) {
 void DamageArea::mergeTwo() {
     std::size_t first = 0;
     std::size_t second = 1;
-    auto least = std::numeric_limits<std::int64_t>::max();
+    auto minimum = std::numeric_limits<std::int64_t>::max();
     for (std::size_t i = 0; i < rects_.size(); ++i) {
         for (std::size_t k = i + 1; k < rects_.size(); ++k) {
             const auto waste = united(rects_[i], rects_[k]).area() - rects_[i].area() - rects_[k].area();
-            if (waste < least) {
-                least = waste;
+            if (waste < minimum) {
+                minimum = waste;
                 first = i;
                 second = k;
             }

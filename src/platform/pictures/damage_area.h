@@ -14,7 +14,7 @@ class DamageArea {
   public:
     /// More pieces cost more in requests than they spare in pixels: one request takes as long as copying about 50,000
     /// pixels.
-    static constexpr std::size_t kMostRects = 4;
+    static constexpr std::size_t kMaximumRects = 4;
 
     void add(const PixelRect& rect);
     void add(const DamageArea& other);

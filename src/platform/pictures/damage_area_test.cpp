@@ -38,7 +38,7 @@ TEST(DamageArea, JoinsWhatOverlapsAndWhatIsNearest) {
     area.add({0, 500, 10, 10});
     area.add({500, 500, 10, 10});
     area.add({512, 500, 10, 10});
-    ASSERT_EQ(area.rects().size(), DamageArea::kMostRects);
+    ASSERT_EQ(area.rects().size(), DamageArea::kMaximumRects);
     EXPECT_TRUE(covers(area, 515, 505));
     EXPECT_FALSE(covers(area, 250, 250));
 }
@@ -49,10 +49,10 @@ TEST(DamageArea, NeverLacksAPixelAndNeverOverlapsItself) {
         DamageArea area;
         std::vector<PixelRect> added;
         for (int i = 0; i < 12; ++i) {
-            const auto pick = [&](int most) { return static_cast<int>(random() % static_cast<unsigned>(most)); };
+            const auto pick = [&](int maximum) { return static_cast<int>(random() % static_cast<unsigned>(maximum)); };
             added.push_back({pick(60), pick(60), 1 + pick(15), 1 + pick(15)});
             area.add(added.back());
-            ASSERT_LE(area.rects().size(), DamageArea::kMostRects);
+            ASSERT_LE(area.rects().size(), DamageArea::kMaximumRects);
         }
         for (const PixelRect& rect : added) {
             for (int y = rect.y; y < rect.maxY(); ++y) {

@@ -15,12 +15,12 @@ namespace lumivastor::pipewire {
 
 /// The sizes in which a camera delivers pictures: one, or everything between two.
 struct CameraSizes {
-    PixelSize least;
-    PixelSize most;
+    PixelSize minimum;
+    PixelSize maximum;
 
     bool contains(PixelSize size) const {
-        return size.width >= least.width && size.width <= most.width && size.height >= least.height &&
-               size.height <= most.height;
+        return size.width >= minimum.width && size.width <= maximum.width && size.height >= minimum.height &&
+               size.height <= maximum.height;
     }
 };
 

@@ -22,10 +22,10 @@ namespace lumivastor::pipewire {
 namespace {
 
 constexpr spa_rectangle kLargest{16384, 16384};
-constexpr spa_rectangle kUsual{1280, 720};
-constexpr spa_fraction kUsualRate{30, 1};
-constexpr spa_fraction kLeastRate{0, 1};
-constexpr spa_fraction kMostRate{240, 1};
+constexpr spa_rectangle kDefault{1280, 720};
+constexpr spa_fraction kDefaultRate{30, 1};
+constexpr spa_fraction kMinimumRate{0, 1};
+constexpr spa_fraction kMaximumRate{240, 1};
 
 // Size and rate, as every format description here ends.
 void addSizeAndRate(spa_pod_builder* builder, std::optional<PixelSize> size) {
@@ -36,14 +36,14 @@ void addSizeAndRate(spa_pod_builder* builder, std::optional<PixelSize> size) {
                                   static_cast<std::uint32_t>(size->height));
     } else {
         spa_pod_builder_push_choice(builder, &choice, SPA_CHOICE_Range, 0);
-        for (const spa_rectangle one : {kUsual, spa_rectangle{1, 1}, kLargest}) {
+        for (const spa_rectangle one : {kDefault, spa_rectangle{1, 1}, kLargest}) {
             spa_pod_builder_rectangle(builder, one.width, one.height);
         }
         spa_pod_builder_pop(builder, &choice);
     }
     spa_pod_builder_prop(builder, SPA_FORMAT_VIDEO_framerate, 0);
     spa_pod_builder_push_choice(builder, &choice, SPA_CHOICE_Range, 0);
-    for (const spa_fraction one : {kUsualRate, kLeastRate, kMostRate}) {
+    for (const spa_fraction one : {kDefaultRate, kMinimumRate, kMaximumRate}) {
         spa_pod_builder_fraction(builder, one.num, one.denom);
     }
     spa_pod_builder_pop(builder, &choice);

@@ -64,7 +64,7 @@ void PipeWireCameraSession::setPreset(PixelSize size) {
 }
 
 PixelSize PipeWireCameraSession::activeFormat() const {
-    return sizes_.empty() ? kUnknownSize : sizes_.front().most;
+    return sizes_.empty() ? kUnknownSize : sizes_.front().maximum;
 }
 
 bool PipeWireCameraSession::addVideoOutput(SerialQueue& queue, bool discardsLate,

@@ -86,9 +86,9 @@ TEST_F(PipeWireCamera, DeliversThirtyPicturesASecondOnTheHostClock) {
             EXPECT_GE(sent, 1);
             EXPECT_LT(sent, 200);
         }
-        const auto [least, most] = std::minmax_element(pictures.begin(), pictures.end(),
-                                                       [](const auto& a, const auto& b) { return a.grey < b.grey; });
-        EXPECT_GT(most->grey - least->grey, 30);
+        const auto [minimum, maximum] = std::minmax_element(
+            pictures.begin(), pictures.end(), [](const auto& a, const auto& b) { return a.grey < b.grey; });
+        EXPECT_GT(maximum->grey - minimum->grey, 30);
     }
 }
 

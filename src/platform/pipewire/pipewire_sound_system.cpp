@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "platform/pipewire/pipewire_audio_input_stream.h"
 #include "platform/pipewire/pipewire_connection.h"
-#include "platform/pipewire/pipewire_line.h"
 #include "platform/sound/live_sound_source.h"
 
 namespace lumivastor::pipewire {
@@ -15,9 +15,9 @@ namespace {
 constexpr double kConnectSeconds = 3;
 constexpr double kProbeSeconds = 1;
 
-std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, PipeWireLine::Kind kind, int sampleRate,
-                                                  int channels) {
-    platform::SteadySound::Options options;
+std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, PipeWireAudioInputStream::Kind kind,
+                                                  int sampleRate, int channels) {
+    platform::ClockDriftCorrector::Options options;
     options.sampleRate = sampleRate;
     options.channels = channels;
     // Times are those of the server's cycles and stray by microseconds.
@@ -30,8 +30,8 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, Pip
         if (!found) throw RecorderError("Kein Mikrofon gefunden.");
         return microphoneChannels(*found);
     };
-    const auto open = [remote, kind, sampleRate](platform::SteadySound& steady) {
-        return std::make_unique<PipeWireLine>(remote, kind, sampleRate, steady.channels(), steady);
+    const auto open = [remote, kind, sampleRate](platform::ClockDriftCorrector& corrector) {
+        return std::make_unique<PipeWireAudioInputStream>(remote, kind, sampleRate, corrector.channels(), corrector);
     };
     return std::make_unique<platform::LiveSoundSource>(options, open, channelsAtStart);
 }
@@ -41,11 +41,11 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, Pip
 PipeWireSoundSystem::PipeWireSoundSystem(std::string remote) : remote_(std::move(remote)) {}
 
 std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::systemAudio(int sampleRate, int channels) {
-    return makeSource(remote_, PipeWireLine::Kind::systemAudio, sampleRate, channels);
+    return makeSource(remote_, PipeWireAudioInputStream::Kind::systemAudio, sampleRate, channels);
 }
 
 std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::microphone(int sampleRate) {
-    return makeSource(remote_, PipeWireLine::Kind::microphone, sampleRate, 0);
+    return makeSource(remote_, PipeWireAudioInputStream::Kind::microphone, sampleRate, 0);
 }
 
 std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() {

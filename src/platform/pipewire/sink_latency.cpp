@@ -12,8 +12,8 @@
 namespace lumivastor::pipewire {
 namespace {
 
-// A port reports frames at its node's rate but not that rate; sound cards run at this one or close to it.
-constexpr double kUsualRate = 48000;
+// A port tells frames of its node's rate without telling that rate; sound cards run at this one or close to it.
+constexpr double kDefaultRate = 48000;
 
 }  // namespace
 
@@ -49,7 +49,7 @@ class SinkLatency::Watch {
         if (param == nullptr || spa_latency_parse(param, &info) < 0 || info.direction != SPA_DIRECTION_INPUT) return;
         owner_.cycles_ = static_cast<double>(info.min_quantum);
         owner_.constantSeconds_ =
-            static_cast<double>(info.min_rate) / kUsualRate + static_cast<double>(info.min_ns) * 1e-9;
+            static_cast<double>(info.min_rate) / kDefaultRate + static_cast<double>(info.min_ns) * 1e-9;
     }
 
     SinkLatency& owner_;

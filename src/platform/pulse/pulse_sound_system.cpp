@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "platform/pulse/pulse_audio_input_stream.h"
 #include "platform/pulse/pulse_connection.h"
-#include "platform/pulse/pulse_line.h"
 #include "platform/sound/live_sound_source.h"
 
 namespace lumivastor::pulse {
@@ -24,9 +24,9 @@ std::optional<platform::CaptureDevice> findMicrophone(PulseConnection& connectio
     return platform::CaptureDevice{source->name, source->description, false, std::clamp(source->channels, 1, 2)};
 }
 
-std::unique_ptr<platform::SoundSource> makeSource(const std::string& server, PulseLine::Kind kind, int sampleRate,
-                                                  int channels) {
-    platform::SteadySound::Options options;
+std::unique_ptr<platform::SoundSource> makeSource(const std::string& server, PulseAudioInputStream::Kind kind,
+                                                  int sampleRate, int channels) {
+    platform::ClockDriftCorrector::Options options;
     options.sampleRate = sampleRate;
     options.channels = channels;
     const auto microphoneChannels = [server] {
@@ -35,8 +35,8 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& server, Pul
         if (!found) throw RecorderError("Kein Mikrofon gefunden.");
         return found->channels;
     };
-    const auto open = [server, kind, sampleRate](platform::SteadySound& steady) {
-        return std::make_unique<PulseLine>(server, kind, sampleRate, steady.channels(), steady);
+    const auto open = [server, kind, sampleRate](platform::ClockDriftCorrector& corrector) {
+        return std::make_unique<PulseAudioInputStream>(server, kind, sampleRate, corrector.channels(), corrector);
     };
     return std::make_unique<platform::LiveSoundSource>(options, open, microphoneChannels);
 }
@@ -46,11 +46,11 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& server, Pul
 PulseSoundSystem::PulseSoundSystem(std::string server) : server_(std::move(server)) {}
 
 std::unique_ptr<platform::SoundSource> PulseSoundSystem::systemAudio(int sampleRate, int channels) {
-    return makeSource(server_, PulseLine::Kind::systemAudio, sampleRate, channels);
+    return makeSource(server_, PulseAudioInputStream::Kind::systemAudio, sampleRate, channels);
 }
 
 std::unique_ptr<platform::SoundSource> PulseSoundSystem::microphone(int sampleRate) {
-    return makeSource(server_, PulseLine::Kind::microphone, sampleRate, 0);
+    return makeSource(server_, PulseAudioInputStream::Kind::microphone, sampleRate, 0);
 }
 
 std::optional<platform::CaptureDevice> PulseSoundSystem::defaultMicrophone() {

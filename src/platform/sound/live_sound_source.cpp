@@ -25,7 +25,7 @@ constexpr double kLastSound = 0.1;
 
 }  // namespace
 
-LiveSoundSource::LiveSoundSource(const SteadySound::Options& options, Open open, std::function<int()> channels)
+LiveSoundSource::LiveSoundSource(const ClockDriftCorrector::Options& options, Open open, std::function<int()> channels)
     : options_(options), open_(std::move(open)), channels_(std::move(channels)), stopAt_(kNever) {}
 
 LiveSoundSource::~LiveSoundSource() {
@@ -58,40 +58,40 @@ void LiveSoundSource::stop() {
 }
 
 void LiveSoundSource::listen(const std::function<void(std::optional<RecorderError>)>& started) {
-    std::optional<SteadySound> steady;
-    std::unique_ptr<SoundLine> line;
+    std::optional<ClockDriftCorrector> corrector;
+    std::unique_ptr<AudioInputStream> stream;
     double heardTo = 0;
     try {
         if (options_.channels == 0) options_.channels = channels_();
-        steady.emplace(options_, [this, &heardTo](const SoundBuffer& buffer) {
+        corrector.emplace(options_, [this, &heardTo](const SoundBuffer& buffer) {
             heardTo = buffer.hostSeconds + static_cast<double>(buffer.frames()) / buffer.sampleRate;
             handler_(buffer);
         });
-        line = open_(*steady);
+        stream = open_(*corrector);
     } catch (const RecorderError& error) {
         started(error);
         return;
     }
     started(std::nullopt);
-    while (line && hostClockSeconds() < stopAt_ + kLastSound && heardTo < stopAt_) {
-        const SoundLine::State state = line->run(kSlice);
-        if (state == SoundLine::State::running) continue;
-        line.reset();
-        steady->restart();
+    while (stream && hostClockSeconds() < stopAt_ + kLastSound && heardTo < stopAt_) {
+        const AudioInputStream::State state = stream->run(kSlice);
+        if (state == AudioInputStream::State::running) continue;
+        stream.reset();
+        corrector->restart();
         if (stopAt_ != kNever) break;
-        line = reopen(*steady);
+        stream = reopen(*corrector);
     }
-    line.reset();
-    steady->finish();
+    stream.reset();
+    corrector->finish();
 }
 
-std::unique_ptr<SoundLine> LiveSoundSource::reopen(SteadySound& steady) {
+std::unique_ptr<AudioInputStream> LiveSoundSource::reopen(ClockDriftCorrector& corrector) {
     // The first attempt is silent: a server that only closed this one stream gives another at once.
     for (bool isTold = false; stopAt_ == kNever; isTold = true) {
         try {
-            auto line = open_(steady);
+            auto stream = open_(corrector);
             if (isTold && returned_) returned_();
-            return line;
+            return stream;
         } catch (const RecorderError& error) {
             if (!isTold && ended_) ended_(error.message());
             pause(kBetweenAttempts);

@@ -9,13 +9,13 @@
 #include <thread>
 
 #include "base/recorder_error.h"
-#include "platform/sound/steady_sound.h"
+#include "platform/sound/clock_drift_corrector.h"
 #include "platform/sound_system.h"
 
 namespace lumivastor::platform {
 
 /// One connection to a sound server with one stream of sound coming in. All calls on one thread.
-class SoundLine {
+class AudioInputStream {
   public:
     enum class State {
         running,
@@ -23,7 +23,7 @@ class SoundLine {
         gone,     // nothing comes any more
     };
 
-    virtual ~SoundLine() = default;
+    virtual ~AudioInputStream() = default;
 
     /// Waits for up to `seconds`, and hands over what came.
     virtual State run(double seconds) = 0;
@@ -34,11 +34,11 @@ class SoundLine {
 class LiveSoundSource final : public SoundSource {
   public:
     /// Opens a line that hands its sound to `steady`. Throws `RecorderError` within seconds when there is none.
-    using Open = std::function<std::unique_ptr<SoundLine>(SteadySound& steady)>;
+    using Open = std::function<std::unique_ptr<AudioInputStream>(ClockDriftCorrector& corrector)>;
 
     /// `options.channels` of 0: `channels` tells them when the source starts, on the source's thread; it throws
     /// `RecorderError` when there is nothing to be heard.
-    LiveSoundSource(const SteadySound::Options& options, Open open, std::function<int()> channels = nullptr);
+    LiveSoundSource(const ClockDriftCorrector::Options& options, Open open, std::function<int()> channels = nullptr);
     ~LiveSoundSource() override;
     LiveSoundSource(const LiveSoundSource&) = delete;
     LiveSoundSource& operator=(const LiveSoundSource&) = delete;
@@ -50,10 +50,10 @@ class LiveSoundSource final : public SoundSource {
   private:
     void listen(const std::function<void(std::optional<RecorderError>)>& started);
     /// Opens lines until one runs; null when it was told to stop.
-    std::unique_ptr<SoundLine> reopen(SteadySound& steady);
+    std::unique_ptr<AudioInputStream> reopen(ClockDriftCorrector& corrector);
     void pause(double seconds) const;
 
-    SteadySound::Options options_;
+    ClockDriftCorrector::Options options_;
     Open open_;
     std::function<int()> channels_;
     Handler handler_;

@@ -19,7 +19,7 @@ namespace {
 /// A server that a test switches on and off. Any thread.
 class Server {
   public:
-    std::unique_ptr<SoundLine> open() {
+    std::unique_ptr<AudioInputStream> open() {
         const int attempt = ++attempts_;
         if (!isOn_) throw RecorderError("Kein Tonserver gefunden (" + std::to_string(attempt) + ").");
         return std::make_unique<Line>(*this);
@@ -30,7 +30,7 @@ class Server {
     int attempts() const { return attempts_; }
 
   private:
-    class Line final : public SoundLine {
+    class Line final : public AudioInputStream {
       public:
         explicit Line(Server& server) : server_(server), drops_(server.drops_) {}
         State run(double /*seconds*/) override {
@@ -71,7 +71,7 @@ class Told {
 TEST(LiveSoundSource, TellsEveryOutageAndEveryReturn) {
     Server server;
     Told told;
-    LiveSoundSource source({}, [&](SteadySound&) { return server.open(); });
+    LiveSoundSource source({}, [&](ClockDriftCorrector&) { return server.open(); });
     source.onReturn([&] { told.add("wieder da"); });
     source.start([](const SoundBuffer&) {}, [&](const std::string& reason) { told.add(reason); });
     server.switchOn(false);
@@ -92,7 +92,7 @@ TEST(LiveSoundSource, TellsEveryOutageAndEveryReturn) {
 TEST(LiveSoundSource, ALineThatIsReplacedAtOnceIsNoNews) {
     Server server;
     Told told;
-    LiveSoundSource source({}, [&](SteadySound&) { return server.open(); });
+    LiveSoundSource source({}, [&](ClockDriftCorrector&) { return server.open(); });
     source.onReturn([&] { told.add("wieder da"); });
     source.start([](const SoundBuffer&) {}, [&](const std::string& reason) { told.add(reason); });
     server.dropLine();

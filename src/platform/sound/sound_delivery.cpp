@@ -57,7 +57,7 @@ void SoundDelivery::push(const SoundBuffer& sound) {
         const std::lock_guard hold(state_->lock);
         state_->waiting.push_back(sound);
         state_->seconds += secondsOf(sound);
-        while (state_->seconds > kMostWaiting && state_->waiting.size() > 1) {
+        while (state_->seconds > kMaximumWaiting && state_->waiting.size() > 1) {
             state_->seconds -= secondsOf(state_->waiting.front());
             state_->waiting.pop_front();
             tell = !std::exchange(state_->isDropping, true) || tell;

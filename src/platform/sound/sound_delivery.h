@@ -14,7 +14,7 @@ namespace lumivastor::platform {
 class SoundDelivery {
   public:
     /// Seconds of sound that may wait. Writing a movie stalls for less, a disk that is slower than that stays so.
-    static constexpr double kMostWaiting = 2.0;
+    static constexpr double kMaximumWaiting = 2.0;
 
     /// `dropping` is told, on the thread that pushes, when sound begins to be dropped; again only after the handler
     /// has caught up. The queue outlives the delivery.

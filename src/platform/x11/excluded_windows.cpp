@@ -45,8 +45,8 @@ bool isServers(const XConnection& connection, std::uint32_t window) {
 // to know.
 std::set<std::uint32_t> framesAround(const XConnection& connection, const std::vector<std::uint32_t>& windows,
                                      const std::function<bool(std::uint32_t window)>& isWanted) {
-    // No frame has more children than this.
-    constexpr int kMostChildren = 32;
+    // More children than this no frame has.
+    constexpr int kMaximumChildren = 32;
     std::set<std::uint32_t> frames;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> level;  // a window and its top-level window
     for (const std::uint32_t window : windows) level.emplace_back(window, window);
@@ -57,7 +57,7 @@ std::set<std::uint32_t> framesAround(const XConnection& connection, const std::v
         for (std::size_t i = 0; i < cookies.size(); ++i) {
             const auto reply = xReply(connection, xcb_query_tree_reply, cookies[i]);
             const int count = reply ? xcb_query_tree_children_length(reply.get()) : 0;
-            if (count > kMostChildren) continue;
+            if (count > kMaximumChildren) continue;
             for (int k = 0; k < count; ++k) {
                 const std::uint32_t child = xcb_query_tree_children(reply.get())[k];
                 if (isWanted(child)) frames.insert(level[i].second);
@@ -145,7 +145,7 @@ void ExcludedWindows::findOwners() {
         const auto claimed = processIds[i].fetch().numbers();
         int process = processes.processOf(windows[i]);
         if (process == 0 && claimed.size() == 1) process = static_cast<int>(claimed.front());
-        if (windows[i] == (recomposer_ ? recomposer_->backdrop() : 0) || !isExcluded(process, name)) continue;
+        if (windows[i] == (compositor_ ? compositor_->backdrop() : 0) || !isExcluded(process, name)) continue;
         const std::uint32_t top = i < onTop ? windows[i] : topLevelOf(connection_, windows[i]);
         if (top != 0) excluded_.insert(top);
     }
@@ -168,7 +168,7 @@ void ExcludedWindows::readStack() {
         const auto geometry = xReply(connection_, xcb_get_geometry_reply, geometries[i]);
         if (!attribute || !geometry || attribute->map_state != XCB_MAP_STATE_VIEWABLE ||
             attribute->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT || isServers(connection_, windows[i]) ||
-            (recomposer_ && windows[i] == recomposer_->backdrop())) {
+            (compositor_ && windows[i] == compositor_->backdrop())) {
             continue;
         }
         const int border = geometry->border_width;
@@ -236,7 +236,7 @@ void ExcludedWindows::refresh(const platform::PixelRect& area) {
 
 bool ExcludedWindows::readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
                                   imaging::BgraPremultipliedBuffer& picture) {
-    if (!recomposer_) recomposer_ = std::make_unique<Recomposer>(connection_);
+    if (!compositor_) compositor_ = std::make_unique<ExcludedWindowCompositor>(connection_);
     return reader.read(connection_.root(), pieces, picture) && cover(reader, pieces, picture);
 }
 
@@ -245,7 +245,7 @@ bool ExcludedWindows::cover(XImageReader& reader, std::span<const XImageReader::
     for (const XImageReader::Piece& piece : pieces) {
         const platform::DamageArea covered = excludedParts(stack_, piece.from);
         for (const platform::PixelRect& part : covered.rects()) {
-            const std::uint32_t pixmap = recomposer_->paint(part, stack_);
+            const std::uint32_t pixmap = compositor_->paint(part, stack_);
             const XImageReader::Piece whole{
                 {0, 0, part.width, part.height}, piece.toX + part.x - piece.from.x, piece.toY + part.y - piece.from.y};
             const bool isRead = reader.read(pixmap, {&whole, 1}, picture);

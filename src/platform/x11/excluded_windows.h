@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/shareable_content.h"
-#include "platform/x11/recomposer.h"
+#include "platform/x11/excluded_window_compositor.h"
 #include "platform/x11/window_stack.h"
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
@@ -68,7 +68,7 @@ class ExcludedWindows {
     std::set<std::uint32_t> excluded_;  // top-level windows, children of the root
     std::vector<StackedWindow> stack_;  // empty while no excluded window is visible
     std::map<std::uint32_t, Touching> touching_;
-    std::unique_ptr<Recomposer> recomposer_;
+    std::unique_ptr<ExcludedWindowCompositor> compositor_;
 };
 
 }  // namespace lumivastor::x11

@@ -72,13 +72,13 @@ const platform::Display* displayOf(const MonitorList& monitors, const platform::
     const Rect rect{static_cast<double>(pixels.x), static_cast<double>(pixels.y), static_cast<double>(pixels.width),
                     static_cast<double>(pixels.height)};
     const platform::Display* best = nullptr;
-    double most = 0;
+    double maximum = 0;
     for (const platform::Display& display : monitors.displays) {
         const Rect shared = intersection(display.pixelFrame(), rect);
         const bool isMain = best == nullptr && display.id == monitors.mainID;
-        if (shared.width * shared.height > most || (isMain && most == 0)) {
+        if (shared.width * shared.height > maximum || (isMain && maximum == 0)) {
             best = &display;
-            most = shared.width * shared.height;
+            maximum = shared.width * shared.height;
         }
     }
     return best;

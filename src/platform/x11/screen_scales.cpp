@@ -7,8 +7,8 @@ namespace lumivastor::x11 {
 namespace {
 
 // Beyond these no desktop can be used; a slip in the environment must not make a recording of no pixels.
-constexpr double kLeast = 0.25;
-constexpr double kMost = 8;
+constexpr double kMinimum = 0.25;
+constexpr double kMaximum = 8;
 
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
@@ -20,7 +20,7 @@ std::optional<double> parseScale(std::string_view text) {
     text = trimmed(text);
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !(value >= kLeast && value <= kMost)) {
+    if (error != std::errc() || end != text.data() + text.size() || !(value >= kMinimum && value <= kMaximum)) {
         return std::nullopt;
     }
     return value;
@@ -69,8 +69,8 @@ std::optional<int> parseDotsPerInch(std::string_view resources) {
         const std::string_view value = trimmed(line.substr(colon + 1));
         int number = 0;
         const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-        if (error == std::errc() && end == value.data() + value.size() && number >= 96 * kLeast &&
-            number <= 96 * kMost) {
+        if (error == std::errc() && end == value.data() + value.size() && number >= 96 * kMinimum &&
+            number <= 96 * kMaximum) {
             found = number;
         }
     });

@@ -15,7 +15,7 @@ namespace lumivastor::x11 {
 namespace {
 
 // Samples without a picture that may wait for the queue, about a second of them. Pictures are bounded by their buffers.
-constexpr int kMostWaiting = 64;
+constexpr int kMaximumWaiting = 64;
 
 }  // namespace
 
@@ -79,8 +79,8 @@ void X11CaptureStream::start() {
         throw RecorderError("Der Bildschirm lässt sich nur mit 24 Bit Farbtiefe aufnehmen.");
     }
     source_ = openSource();
-    store_ = std::make_unique<platform::PictureStore>(PixelSize{configuration_.width, configuration_.height},
-                                                      configuration_.queueDepth);
+    pool_ = std::make_unique<platform::CaptureBufferPool>(PixelSize{configuration_.width, configuration_.height},
+                                                          configuration_.queueDepth);
     pending_.add({0, 0, configuration_.width, configuration_.height});
     sound_.start();
     thread_ = std::thread([this] { run(); });
@@ -139,7 +139,7 @@ void X11CaptureStream::tick() {
     } else if (auto reason = source_->ended()) {
         ended_ = std::move(*reason);
     } else {
-        act(&platform::FramePacer::atTick, {now, !pending_.isEmpty(), source_->isHidden(), store_->canTake()});
+        act(&platform::FramePacer::atTick, {now, !pending_.isEmpty(), source_->isHidden(), pool_->canTake()});
     }
 }
 
@@ -151,7 +151,7 @@ void X11CaptureStream::update(double now) {
 // Repeating the last picture gives the recording its whole length.
 void X11CaptureStream::finish() {
     const double now = hostClockSeconds();
-    const bool canTake = ended_.empty() && !connection_->isBroken() && store_->canTake();
+    const bool canTake = ended_.empty() && !connection_->isBroken() && pool_->canTake();
     if (canTake) update(now);
     act(&platform::FramePacer::atStop, {now, !pending_.isEmpty(), source_->isHidden(), canTake});
     deliver(platform::FrameStatus::stopped, hostClockSeconds(), nullptr);
@@ -164,7 +164,7 @@ void X11CaptureStream::act(Decision decision, const platform::FramePacer::Situat
             takePicture(decision, situation);
             break;
         case platform::FramePacer::Action::repeatLast:
-            deliver(platform::FrameStatus::complete, now, store_->last());
+            deliver(platform::FrameStatus::complete, now, pool_->last());
             break;
         case platform::FramePacer::Action::tellIdle:
             deliver(platform::FrameStatus::idle, now, nullptr);
@@ -178,8 +178,8 @@ void X11CaptureStream::act(Decision decision, const platform::FramePacer::Situat
 }
 
 void X11CaptureStream::takePicture(Decision decision, platform::FramePacer::Situation situation) {
-    const auto before = store_->last();
-    auto picture = store_->take(
+    const auto before = pool_->last();
+    auto picture = pool_->take(
         pending_, [this](imaging::BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
     if (picture) pending_.clear();
     if (picture && picture != before) {
@@ -200,7 +200,7 @@ void X11CaptureStream::takePicture(Decision decision, platform::FramePacer::Situ
 void X11CaptureStream::deliver(platform::FrameStatus status, double hostSeconds,
                                std::shared_ptr<const imaging::BgraPremultipliedBuffer> image) {
     if (queue_ == nullptr) return;
-    if (!image && status != platform::FrameStatus::stopped && *waiting_ >= kMostWaiting) return;
+    if (!image && status != platform::FrameStatus::stopped && *waiting_ >= kMaximumWaiting) return;
     ++*waiting_;
     queue_->async([handler = handler_, waiting = waiting_,
                    sample = platform::ScreenSample{status, hostSeconds, std::move(image)}] {

@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "platform/capture_stream.h"
+#include "platform/pictures/capture_buffer_pool.h"
 #include "platform/pictures/frame_pacer.h"
-#include "platform/pictures/picture_store.h"
 #include "platform/sound/stream_sound.h"
 #include "platform/sound_system.h"
 #include "platform/x11/picture_source.h"
@@ -69,7 +69,7 @@ class X11CaptureStream : public platform::CaptureStream {
     // Set up by `start`; afterwards only the thread uses them.
     std::unique_ptr<XConnection> connection_;
     std::unique_ptr<PictureSource> source_;
-    std::unique_ptr<platform::PictureStore> store_;
+    std::unique_ptr<platform::CaptureBufferPool> pool_;
     platform::FramePacer pacer_;
     platform::DamageArea pending_;  // what changed since the last picture
     std::string ended_;             // why the stream ended by itself

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/recorder_error.h"
+#include "playback/frame_seeker.h"
+#include "playback/picture_cache.h"
+
+namespace lumivastor::playback {
+
+/// Decodes one track's pictures ahead, on a thread of its own, into a cache of a fixed size. Whoever shows them says
+/// which stretches come next; what a newer wish no longer needs is given up after the picture being decoded. Any
+/// thread.
+class FramePrefetcher {
+  public:
+    struct Options {
+        std::string threadName;
+        FrameSeeker::Before before = FrameSeeker::Before::nothing;
+        std::size_t budget = 0;  // bytes of decoded pictures
+    };
+
+    /// `changed` is called on the prefetcher's thread whenever something of the goals can be found; it must not call
+    /// the prefetcher.
+    FramePrefetcher(const media::SegmentedTrack& track, const Options& options, std::function<void()> changed);
+    /// Waits for the picture that is being decoded.
+    ~FramePrefetcher();
+    FramePrefetcher(const FramePrefetcher&) = delete;
+    FramePrefetcher& operator=(const FramePrefetcher&) = delete;
+
+    /// The stretches to have ready, the most urgent first (see `PictureCache`). Where they do not fit, decoding rests.
+    void setGoals(std::vector<TimeRange> goals, const MediaTime& playhead);
+
+    /// What is shown at a moment; nothing as long as that is not decoded.
+    std::optional<ShownPicture> find(const MediaTime& time) const;
+    /// The last picture at or before a moment that is decoded.
+    std::optional<ShownPicture> findBefore(const MediaTime& time) const;
+
+    /// Why there are no pictures at all; `find` then answers that there is none to show.
+    std::optional<RecorderError> error() const;
+    /// How many pictures have been decoded.
+    std::int64_t decodedCount() const;
+
+  private:
+    void run();
+    std::optional<MediaTime> nextGap() const;
+    bool take(const ShownPicture& picture, const MediaTime& target);
+    ShownPicture findOrGiveUp(const MediaTime& target, bool& isEnded);
+
+    const std::function<void()> changed_;
+    FrameSeeker seeker_;  // the thread's
+
+    mutable std::mutex lock_;
+    std::condition_variable wake_;
+    PictureCache cache_;                  // guarded by lock_
+    std::size_t typicalBytes_ = 0;        // guarded by lock_; of the picture decoded last
+    std::optional<RecorderError> error_;  // guarded by lock_
+    std::int64_t decodedCount_ = 0;       // guarded by lock_
+    bool isResting_ = false;              // guarded by lock_; until there are other goals
+    std::int64_t goalsRound_ = 0;         // guarded by lock_; counts changes of them
+    bool isEnding_ = false;               // guarded by lock_
+    std::thread thread_;                  // last: it uses everything above
+};
+
+}  // namespace lumivastor::playback
