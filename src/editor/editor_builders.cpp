@@ -19,7 +19,7 @@ namespace lumivastor::editor {
 
 namespace {
 
-// The wheel scrolls the column, not the menu under the pointer.
+// The wheel scrolls the column and does not change the menu under the pointer.
 class PopUp final : public QComboBox {
   protected:
     void wheelEvent(QWheelEvent* event) override { event->ignore(); }
@@ -39,7 +39,7 @@ QPushButton* smallButton(const QString& text, const QString& iconName, const Con
     if (!iconName.isEmpty()) button->setIcon(ui::icon(iconName));
     button->setIconSize(text.isEmpty() ? QSize(16, 16) : iconBeforeText(16));
     if (text.isEmpty()) button->setProperty("role", "icon");
-    // The pointer does not take the keyboard away from where it is.
+    // A click does not move the keyboard focus.
     button->setFocusPolicy(Qt::TabFocus);
     setNames(*button, names);
     QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
@@ -100,7 +100,7 @@ Card::Card(QLayout& column, const QString& title) : frame_(new QFrame), rows_(ne
     rows_->setHorizontalSpacing(ui::theme::kNear);
     rows_->setVerticalSpacing(ui::theme::kTight - 1);
     rows_->setColumnStretch(1, 1);
-    // Captions and values are equally wide in all cards, so that sliders begin and end below each other.
+    // Captions and values have the same width in all cards, so that the sliders are aligned.
     rows_->setColumnMinimumWidth(0, ui::theme::smallTextWidth("Hintergrund"));
     rows_->setColumnMinimumWidth(2, ui::theme::smallTextWidth("0 % (stumm)"));
     layout->addLayout(rows_);

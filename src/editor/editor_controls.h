@@ -18,12 +18,12 @@ class PreviewView;
 
 /// Everything in the editor's window. It is built once, calls the actions, and decides nothing.
 ///
-///     +-----------------------------+----------------+
-///     | preview, maskDrawView on it | settingsColumn |
-///     | transportBar                |                |
-///     | tools                       |                |
-///     | renderBar                   | (scrolls)      |
-///     +-----------------------------+----------------+
+///     +---------------------------------+----------------+
+///     | previewView, maskDrawView on it | settingsColumn |
+///     | transportBar                    | (scrolls)      |
+///     | tools                           |                |
+///     | renderBar                       |                |
+///     +---------------------------------+----------------+
 struct EditorControls {
     struct Recording {
         double duration = 0;  // in seconds

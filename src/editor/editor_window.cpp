@@ -38,9 +38,9 @@ namespace lumivastor::editor {
 namespace {
 
 constexpr int kWidth = 1320;
-constexpr int kLeastWidth = 1180;
-constexpr int kLeastHeight = 800;
-constexpr int kLeastHeightWithWebcam = 930;
+constexpr int kMinimumWidth = 1180;
+constexpr int kMinimumHeight = 800;
+constexpr int kMinimumHeightWithWebcam = 930;
 // The window opens this much higher than it has to be.
 constexpr int kAir = 20;
 
@@ -111,7 +111,7 @@ void EditorWindow::build() {
     setProperty("role", "window");
     setAttribute(Qt::WA_StyledBackground);
     setAcceptDrops(true);
-    // It has the keyboard itself until the user moves on with the tabulator.
+    // The window itself has the focus until the user presses the tabulator key.
     setFocusPolicy(Qt::ClickFocus);
     setFocus();
     setStyleSheet(ui::theme::styleSheet(font()));
@@ -121,14 +121,14 @@ void EditorWindow::build() {
     controls_->previewView->setCanvas(StudioPreview::kCanvas);
     controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
 
-    // How much room things need is only known once the style sheet's type is in them.
+    // The sizes of the widgets are only known after the style sheet has set their fonts.
     for (QWidget* each : findChildren<QWidget*>()) {
         each->ensurePolished();
         each->updateGeometry();
     }
-    const int height = session_->hasWebcam() ? kLeastHeightWithWebcam : kLeastHeight;
-    // With larger type everything still has its room.
-    const QSize least = layout()->minimumSize().expandedTo({kLeastWidth, height});
+    const int height = session_->hasWebcam() ? kMinimumHeightWithWebcam : kMinimumHeight;
+    // Larger type needs a larger minimum.
+    const QSize least = layout()->minimumSize().expandedTo({kMinimumWidth, height});
     setMinimumSize(least);
     resize(least.expandedTo({kWidth, height + kAir}));
 }
@@ -250,7 +250,7 @@ void EditorWindow::refreshPlayer() {
     preview_->setComposition(session_->composition());
     player_->setPlayedRanges(preview_->playedRanges());
     player_->setAudioMix(preview_->audioMix());
-    // What plays asks for its frames anyway; only a frame that stands has to be made anew.
+    // While playing, the player requests frames anyway; only a still frame must be composed again.
     if (transport_->isPlaying()) return;
     player_->setVideoCompositor(preview_->compositor());
 }
@@ -366,7 +366,7 @@ bool EditorWindow::handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRe
             return true;
         case Qt::Key_W:
             if (modifiers != Qt::ControlModifier) return false;
-            // Keys that are held down are one wish, not two.
+            // A key that is held down counts once.
             if (!isRepeated) close();
             return true;
         case Qt::Key_N:
@@ -375,7 +375,7 @@ bool EditorWindow::handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRe
             return true;
         case Qt::Key_Return:
         case Qt::Key_Enter:
-            // The space bar plays, so that this presses what has the keyboard.
+            // The space bar plays, so the return key presses the focused button.
             if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); button != nullptr && plain) {
                 button->click();
                 return true;
@@ -427,7 +427,7 @@ void EditorWindow::shutDown() {
     if (std::exchange(closed_, true)) return;
     qApp->removeEventFilter(this);
     transport_->pause();
-    // Waits for a running export: no half-written file is left.
+    // Waits for a running export, so that no half-written file is left.
     endWork();
     awake_.reset();
 }

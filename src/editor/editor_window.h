@@ -20,20 +20,20 @@
 
 namespace lumivastor::editor {
 
-/// The editor's window: the preview of one recording, its time line, and the controls of everything that can be edited.
-/// Wires them together; what they do is decided in `EditSession`, `Transport` and `ExportJob`. Main thread.
+/// The editor's window for one recording. It connects the widgets of `EditorControls` with `EditSession`, `Transport`
+/// and `ExportJob`, which decide what happens. Main thread.
 class EditorWindow final : public QWidget {
   public:
     struct Options {
-        /// Where the preview's sound goes; without it nothing is heard.
+        /// The output of the preview's sound; if empty, the preview is silent.
         std::function<std::unique_ptr<platform::SoundOutput>()> makeSoundOutput;
         /// Shows a rendered movie to the user; the desktop's file viewer unless set.
         std::function<void(const std::filesystem::path& file)> reveal;
         /// A folder was dropped on the window.
         std::function<void(const std::filesystem::path& folder)> openFolder;
-        /// The user wants to record something else; without it there is no such button.
+        /// The user wants to make another recording; if empty, there is no such button.
         std::function<void()> newRecording;
-        /// Keeps the machine awake for as long as the result lives: asked for when an export begins.
+        /// Called when an export begins. Keeps the machine awake while the result lives.
         std::function<std::shared_ptr<void>()> keepAwake;
         /// The window has closed, and everything is saved.
         std::function<void()> closed;
@@ -43,7 +43,7 @@ class EditorWindow final : public QWidget {
 
     /// Opens a recording folder; `show` shows the window. The loop outlives the window. Throws `RecorderError`.
     EditorWindow(const std::filesystem::path& folder, MainLoop& loop, Options options);
-    /// Closes it, where it is still open.
+    /// Closes the window if it is still open.
     ~EditorWindow() override;
 
     const std::filesystem::path& folder() const { return session_->composition()->folder(); }
@@ -52,22 +52,22 @@ class EditorWindow final : public QWidget {
     EditorControls& controls() { return *controls_; }
     bool isRendering() const { return exportJob_ != nullptr; }
 
-    /// Whether the window may close: not while an export runs, until that is asked for a second time. The status then
-    /// says so.
+    /// Whether the window may close. During an export the first call returns false and shows a status that says so; a
+    /// second call soon after returns true.
     bool mayClose();
-    /// Cancels an export, waits for its end, and saves. Touches no widget: for the end of a program whose windows are
-    /// gone.
+    /// Cancels an export, waits for its end, and saves. Uses no widget, because at the end of a program the windows may
+    /// be gone.
     void endWork();
 
-    /// Makes the window smaller than it usually may be, as far as its contents go, where a screen has no more room than
-    /// this, in points. The preview gives way.
+    /// On a screen with no more space than `room`, in points, makes the window smaller than its usual minimum, down to
+    /// the minimum of its contents. The preview shrinks.
     void fitInto(QSize room);
 
   protected:
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
-    /// Sees the keys before the control that has the keyboard does.
+    /// Handles keys before the focused control does.
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
@@ -108,7 +108,7 @@ class EditorWindow final : public QWidget {
     std::filesystem::path lastRenderURL_;
     bool closed_ = false;
 
-    // What a command said about itself: it goes when the user does something else.
+    // The status that a command has set. The next command removes it.
     bool isRunningCommand_ = false;
     std::string hint_;
 };

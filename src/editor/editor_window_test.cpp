@@ -172,8 +172,9 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
         controls().settingsColumn.area()->ensureWidgetVisible(find<ui::ValueSlider>(slider.name));
         drag(slider.name, slider.part);
         expected.*slider.field = value(slider.name);
-        EXPECT_NEAR(value(slider.name), slider.range.least + slider.part * (slider.range.most - slider.range.least),
-                    0.02 * (slider.range.most - slider.range.least))
+        EXPECT_NEAR(value(slider.name),
+                    slider.range.minimum + slider.part * (slider.range.maximum - slider.range.minimum),
+                    0.02 * (slider.range.maximum - slider.range.minimum))
             << slider.name;
         EXPECT_EQ(session().settings(), expected) << slider.name;
     }

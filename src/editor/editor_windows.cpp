@@ -10,9 +10,9 @@ namespace lumivastor::editor {
 
 namespace {
 
-// After closing: what still refers to the window has long run by then.
+// After closing: by then, events that refer to the window have run.
 constexpr double kRemovalDelay = 1.0;
-// What a window manager puts round a window, about.
+// The approximate size of the frame that a window manager adds.
 constexpr QSize kFrame(8, 40);
 
 void bringToFront(QWidget& window) {

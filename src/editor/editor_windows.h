@@ -13,36 +13,36 @@ namespace lumivastor::editor {
 
 class EditorWindow;
 
-/// The editors that are open, each on a folder of its own. Main thread.
+/// The open editors, one for each folder. Main thread.
 class EditorWindows {
   public:
     struct Options {
         std::function<std::unique_ptr<platform::SoundOutput>()> makeSoundOutput;
         /// A folder was dropped on an editor.
         std::function<void(const std::filesystem::path& folder)> dropped;
-        /// The user wants to record something else; without it editors offer nothing like that.
+        /// The user wants to make another recording; if empty, editors have no button for it.
         std::function<void()> newRecording;
-        /// Keeps the machine awake for as long as the result lives: asked for when an export begins.
+        /// Called when an export begins. Keeps the machine awake while the result lives.
         std::function<std::shared_ptr<void>()> keepAwake;
     };
 
-    /// The loop outlives this.
+    /// The loop outlives this object.
     EditorWindows(MainLoop& loop, Options options);
-    /// Closes all of them; everything is saved.
+    /// Closes all editors and saves.
     ~EditorWindows();
 
-    /// Shows the editor of a recording folder: the one that is open, or a new one. Throws `RecorderError` when the
-    /// folder holds nothing that can be edited.
+    /// Shows the editor of a recording folder: the open one, or a new one. Throws `RecorderError` if the folder cannot
+    /// be edited.
     EditorWindow& open(const std::filesystem::path& folder);
 
-    /// Whether all of them may close. Those that export say that they need to be asked a second time, and come to the
-    /// front.
+    /// Whether all editors may close. An editor that exports comes to the front and shows that it takes a second
+    /// attempt.
     bool mayClose();
-    /// Cancels all exports, waits for their end, and saves. Touches no widget: for the end of a program whose windows
-    /// are gone.
+    /// Cancels all exports, waits for their end, and saves. Uses no widget, because at the end of a program the windows
+    /// may be gone.
     void endWork();
 
-    /// How many there are, those counted that have closed a moment ago.
+    /// The number of editors, including those that closed a moment ago.
     std::size_t count() const { return editors_.size(); }
 
   private:

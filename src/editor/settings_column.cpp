@@ -21,8 +21,8 @@ namespace {
 
 const model::ProjectSettings kDefaults;
 
-// The column's width, in points: captions and values as wide as the type makes them, and between them sliders that a
-// hundredth can be set with. The bar takes its room when there is one.
+// The column's width, in points: captions and values as wide as their text, between them sliders that are long enough
+// to set a hundredth, and space for the scroll bar.
 constexpr int kColumnSlider = 120;
 constexpr int kScrollBar = 10;
 int columnWidth() {

@@ -57,7 +57,7 @@ void ColourWell::openDialog() {
     connect(dialog_, &QColorDialog::currentColorChanged, this, [this](const QColor& colour) {
         const QColor srgb = colour.toRgb();
         if (!srgb.isValid()) return;
-        // Eight bits a component are what the dialog offers.
+        // The dialog has eight bits for each component.
         setComponents({srgb.red() / 255.0, srgb.green() / 255.0, srgb.blue() / 255.0});
         if (onChoose) onChoose();
     });

@@ -8,8 +8,8 @@
 
 namespace lumivastor::ui {
 
-/// A button that shows a colour and lets the user choose another, which takes effect while it is being chosen. Keeps
-/// the components that it is given exactly until then.
+/// A button that shows a colour and opens a dialog to choose another, which takes effect while the dialog is open. It
+/// keeps the exact components that are set until the user chooses a colour.
 class ColourWell final : public QAbstractButton {
   public:
     /// sRGB, 0 to 1 each.
@@ -22,13 +22,13 @@ class ColourWell final : public QAbstractButton {
     explicit ColourWell(QWidget* parent = nullptr);
 
     const Components& components() const { return components_; }
-    /// Tells nobody.
+    /// Does not call `onChoose`.
     void setComponents(const Components& components);
 
     /// The user has chosen another colour.
     std::function<void()> onChoose;
 
-    /// What is chosen from, while it is open.
+    /// The dialog while it is open, otherwise null.
     QColorDialog* dialog() const { return dialog_; }
 
     QSize sizeHint() const override;

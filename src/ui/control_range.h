@@ -3,9 +3,9 @@
 
 namespace lumivastor::ui {
 
-/// Where a slider begins and ends.
+/// The ends of a slider.
 struct ControlRange {
-    double least, most;
+    double minimum, maximum;
 };
 
 }  // namespace lumivastor::ui

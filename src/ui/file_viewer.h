@@ -5,8 +5,8 @@
 
 namespace lumivastor::ui {
 
-/// Shows a file in the desktop's file viewer, selected in its folder; where the viewer cannot select, or does not
-/// answer, its folder is opened. Returns at once. Main thread.
+/// Shows a file, selected in its folder, in the desktop's file viewer. If the viewer cannot select or does not answer,
+/// opens the folder. Returns at once. Main thread.
 void revealInFileViewer(const std::filesystem::path& file);
 
 }  // namespace lumivastor::ui

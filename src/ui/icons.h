@@ -7,11 +7,10 @@
 
 namespace lumivastor::ui {
 
-/// One of the drawings in icons/, by its file's name without the ending, in one colour; paler where it is disabled.
-/// Drawn anew for every size and screen, so that it is sharp on all of them. A size that is wider than high has room
-/// behind the drawing.
+/// The drawing icons/`name`.svg in one colour; disabled icons have the colour of disabled text. It is drawn for each
+/// size and screen, so it is sharp everywhere. If a size is wider than high, the drawing is at its left.
 QIcon icon(const QString& name, const QColor& colour);
-/// In the colour of text.
+/// The same in the colour of text.
 QIcon icon(const QString& name);
 
 }  // namespace lumivastor::ui

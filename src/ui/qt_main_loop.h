@@ -9,19 +9,19 @@
 
 namespace lumivastor::ui {
 
-/// The main loop with Qt's event loop behind it. Made and destroyed on the thread of the QApplication; whoever hands
-/// work over from other threads has stopped doing so by then.
+/// The main loop on Qt's event loop. Created and destroyed on the thread of the QApplication. Other threads must not
+/// call it any more when it is destroyed.
 class QtMainLoop final : public MainLoop {
   public:
     QtMainLoop();
     ~QtMainLoop() override;
 
-    /// What is still waiting when the loop is destroyed does not run.
+    /// Work that still waits when the loop is destroyed does not run.
     void async(std::function<void()> work) override;
     [[nodiscard]] std::unique_ptr<Timer> every(double seconds, std::function<void()> work) override;
 
-    /// Runs what is handed over until `done` says so, and nothing else of Qt's: no timers, and no events of windows.
-    /// For the end of a program whose windows are gone, also from within an event. The thread of the QApplication.
+    /// Runs the work of `async` until `done` returns true, but neither timers nor events of windows. For the end of a
+    /// program whose windows are gone; may be called within an event. The thread of the QApplication.
     void runDetached(const std::function<bool()>& done);
 
   private:

@@ -41,7 +41,7 @@ void SegmentedControl::setIndex(int index) {
     if (isSegment) {
         segment(index)->setChecked(true);
     } else if (auto* checked = group_->checkedButton()) {
-        // An exclusive group does not let go of its last button.
+        // An exclusive group refuses to uncheck its checked button.
         group_->setExclusive(false);
         checked->setChecked(false);
         group_->setExclusive(true);

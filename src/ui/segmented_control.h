@@ -12,16 +12,16 @@ class QButtonGroup;
 
 namespace lumivastor::ui {
 
-/// A row of segments of which one is selected. Up and down move the selection with the keyboard.
+/// A row of segments of which one is selected. The up and down keys move the selection.
 class SegmentedControl final : public QFrame {
   public:
-    /// `accessibleName` is what is being chosen.
+    /// `accessibleName` names what the user chooses here.
     SegmentedControl(std::span<const std::string_view> titles, const QString& accessibleName,
                      QWidget* parent = nullptr);
 
     /// -1 when none is selected.
     int index() const;
-    /// Tells nobody. Anything but an index selects none.
+    /// Does not call `onSelect`. An index out of range selects none.
     void setIndex(int index);
     QAbstractButton* segment(int index) const { return segments_[static_cast<std::size_t>(index)]; }
 

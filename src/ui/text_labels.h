@@ -3,11 +3,11 @@
 
 #include <QLabel>
 
-// Labels for text that changes while the window stays as it is.
+// Labels whose text changes without a change of the layout.
 
 namespace lumivastor::ui {
 
-/// One line that ends in dots where it does not fit; the tool tip then has all of it.
+/// One line. Text that does not fit ends in dots, and the tool tip shows all of it.
 class ElidedLabel final : public QLabel {
   public:
     explicit ElidedLabel(QWidget* parent = nullptr);
@@ -25,12 +25,12 @@ class ElidedLabel final : public QLabel {
     void updateToolTip();
 };
 
-/// One line whose digits all take the same room, so that a running time stands still.
+/// One line whose digits all have the same width, so that a running time does not jitter.
 class DigitLabel final : public QLabel {
   public:
     explicit DigitLabel(QWidget* parent = nullptr);
 
-    /// Wide enough for this text, whatever digits it has.
+    /// Makes the label wide enough for this text with any digits.
     void reserveFor(const QString& text);
 
     QSize minimumSizeHint() const override;

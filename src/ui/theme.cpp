@@ -10,7 +10,7 @@
 #include <QWidget>
 #include <algorithm>
 
-// Resources of a static library have to be asked for; the function that does is outside of all namespaces.
+// Resources of a static library must be initialised, by a function outside of all namespaces.
 static void initResources() {
     Q_INIT_RESOURCE(ui);
 }
@@ -19,12 +19,12 @@ namespace lumivastor::ui::theme {
 
 namespace {
 
-constexpr double kLeastBody = 10;
+constexpr double kMinimumBody = 10;
 constexpr double kSmall = 0.9;
 constexpr double kLarge = 1.15;
-// Heights of what stands in controls, in points.
-constexpr int kLeastControl = 20;
-constexpr int kLeastSegment = 18;
+// Heights of the content of controls, in points.
+constexpr int kMinimumControl = 20;
+constexpr int kMinimumSegment = 18;
 
 QString points(double size) {
     return QString::number(size, 'f', 2) + "pt";
@@ -60,7 +60,7 @@ QPalette palette() {
 }  // namespace
 
 TypeScale typeScale(const QFont& base) {
-    const double body = std::max(base.pointSizeF(), kLeastBody);
+    const double body = std::max(base.pointSizeF(), kMinimumBody);
     return {body * kSmall, body, body * kLarge};
 }
 
@@ -81,13 +81,13 @@ QString styleSheet(const QFont& base) {
     if (!file.open(QIODevice::ReadOnly)) return {};
     QString text = QString::fromUtf8(file.readAll());
     const TypeScale type = typeScale(base);
-    // A height that a style sheet names is the least there is, whatever the text needs.
+    // A height in a style sheet replaces the minimum that the text needs.
     QFont small = base;
     small.setPointSizeF(type.small);
     const int line = QFontMetrics(small).height();
     const std::pair<const char*, QString> values[] = {
-        {"@control-height", QString::number(std::max(kLeastControl, line + 3)) + "px"},
-        {"@segment-height", QString::number(std::max(kLeastSegment, line + 1)) + "px"},
+        {"@control-height", QString::number(std::max(kMinimumControl, line + 3)) + "px"},
+        {"@segment-height", QString::number(std::max(kMinimumSegment, line + 1)) + "px"},
         {"@accent-hover", kAccent.lighter(112).name()},
         {"@accent-pressed", kAccent.darker(112).name()},
         {"@accent", kAccent.name()},

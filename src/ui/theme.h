@@ -15,7 +15,7 @@ namespace lumivastor::ui::theme {
 
 inline constexpr QColor kAccent = QColor(0xFF, 0x6B, 0x1A);  // (1.0, 0.42, 0.10)
 inline constexpr QColor kWindow = QColor(0x15, 0x16, 0x19);
-/// Round the preview, where it does not fill its place.
+/// Around the preview, where it does not fill its area.
 inline constexpr QColor kStage = QColor(0x0E, 0x0F, 0x11);
 inline constexpr QColor kColumn = QColor(0x1B, 0x1C, 0x20);
 inline constexpr QColor kCard = QColor(0x23, 0x24, 0x29);
@@ -27,9 +27,9 @@ inline constexpr QColor kTrack = QColor(0x45, 0x47, 0x50);
 inline constexpr QColor kText = QColor(0xF1, 0xF1, 0xF3);
 inline constexpr QColor kSecondText = QColor(0xA9, 0xAB, 0xB4);
 inline constexpr QColor kDisabledText = QColor(0x6C, 0x6E, 0x77);
-/// What is written on the accent colour.
+/// Text on the accent colour.
 inline constexpr QColor kOnAccent = QColor(0x1E, 0x0D, 0x03);
-/// Round what has the keyboard.
+/// The ring around the widget that has the keyboard focus.
 inline constexpr QColor kFocus = QColor(0xFF, 0xB0, 0x85);
 
 // Spacing, in points; everything is a multiple of the smallest.
@@ -38,19 +38,19 @@ inline constexpr int kNear = 8;
 inline constexpr int kApart = 12;
 inline constexpr int kMargin = 16;
 
-/// The point sizes of type, from the size that the desktop asks for.
+/// The point sizes of type, derived from the desktop's size.
 struct TypeScale {
     double small, body, large;
 };
 TypeScale typeScale(const QFont& base);
 
-/// Puts the colours and the style that everything is drawn with in force for all windows.
+/// Sets the colours and the style of all windows.
 void apply(QApplication& application);
 
-/// The style sheet of a window, with the sizes of type that belong to `base`.
+/// The style sheet of a window, with the type sizes for the font `base`.
 QString styleSheet(const QFont& base);
 
-/// How wide a text in the small type is, in points; a little generous, as digits differ.
+/// The width of a text in the small type, in points, with a small reserve because digits differ in width.
 int smallTextWidth(const QString& text);
 
 /// Spaces the letters of a heading in capitals.

@@ -12,7 +12,7 @@ namespace lumivastor::ui {
 
 namespace {
 
-/// Tells screen readers a slider's value and its text, instead of a count of steps.
+/// Gives screen readers the value of a slider and its text, not the count of steps.
 class AccessibleValueSlider final : public QAccessibleWidget, public QAccessibleValueInterface {
   public:
     explicit AccessibleValueSlider(ValueSlider& slider)
@@ -26,17 +26,17 @@ class AccessibleValueSlider final : public QAccessibleWidget, public QAccessible
         const QString written = slider_.valueText ? QString::fromStdString(slider_.valueText(slider_.doubleValue()))
                                                   : QString::number(slider_.doubleValue());
         if (which == QAccessible::Value) return written;
-        // Few readers ask for the written value, and all of them for the description.
+        // Few screen readers read the value as text; all of them read the description.
         if (which == QAccessible::Description) return written + ". " + QAccessibleWidget::text(which);
         return QAccessibleWidget::text(which);
     }
 
     QVariant currentValue() const override { return slider_.doubleValue(); }
     void setCurrentValue(const QVariant& value) override { slider_.moveTo(value.toDouble()); }
-    QVariant maximumValue() const override { return slider_.range().most; }
-    QVariant minimumValue() const override { return slider_.range().least; }
+    QVariant maximumValue() const override { return slider_.range().maximum; }
+    QVariant minimumValue() const override { return slider_.range().minimum; }
     QVariant minimumStepSize() const override {
-        return (slider_.range().most - slider_.range().least) * slider_.singleStep() / slider_.maximum();
+        return (slider_.range().maximum - slider_.range().minimum) * slider_.singleStep() / slider_.maximum();
     }
 
   private:
@@ -51,7 +51,7 @@ QAccessibleInterface* accessibleOf(const QString&, QObject* object) {
 }  // namespace
 
 ValueSlider::ValueSlider(ControlRange range, int steps, QWidget* parent)
-    : QSlider(Qt::Horizontal, parent), range_(range), value_(range.least) {
+    : QSlider(Qt::Horizontal, parent), range_(range), value_(range.minimum) {
     static const bool isInstalled = (QAccessible::installFactory(accessibleOf), true);
     static_cast<void>(isInstalled);
     setRange(0, std::max(steps, 1));
@@ -59,30 +59,30 @@ ValueSlider::ValueSlider(ControlRange range, int steps, QWidget* parent)
     setSingleStep(std::max(maximum() / 50, 1));
     setFocusPolicy(Qt::TabFocus);
     connect(this, &QSlider::valueChanged, this, [this](int step) {
-        value_ = range_.least + (range_.most - range_.least) * step / maximum();
-        tell();
+        value_ = range_.minimum + (range_.maximum - range_.minimum) * step / maximum();
+        notify();
     });
 }
 
 void ValueSlider::setDoubleValue(double value) {
     value_ = value;
-    const double fraction = std::clamp((value - range_.least) / (range_.most - range_.least), 0.0, 1.0);
+    const double fraction = std::clamp((value - range_.minimum) / (range_.maximum - range_.minimum), 0.0, 1.0);
     const QSignalBlocker quiet(this);
     setValue(std::isfinite(fraction) ? static_cast<int>(std::lround(fraction * maximum())) : 0);
 }
 
 void ValueSlider::moveTo(double value) {
     if (!std::isfinite(value)) return;
-    setDoubleValue(std::clamp(value, range_.least, range_.most));
-    tell();
+    setDoubleValue(std::clamp(value, range_.minimum, range_.maximum));
+    notify();
 }
 
 void ValueSlider::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
-        // The handle comes to the pointer, which then has hold of it.
+        // The handle jumps to the pointer, which then drags it.
         const double length = std::max(width() - 2 * kHandleInset, 1);
         const double fraction = std::clamp((event->position().x() - kHandleInset) / length, 0.0, 1.0);
-        // On the handle itself nothing jumps.
+        // A press on the handle itself does not move it.
         const double handle = kHandleInset + length * value() / maximum();
         if (std::abs(event->position().x() - handle) > kHandleInset) {
             setValue(static_cast<int>(std::lround(fraction * maximum())));
@@ -94,14 +94,14 @@ void ValueSlider::mousePressEvent(QMouseEvent* event) {
 void ValueSlider::mouseDoubleClickEvent(QMouseEvent* event) {
     if (!default_ || event->button() != Qt::LeftButton) return QSlider::mouseDoubleClickEvent(event);
     setDoubleValue(*default_);
-    tell();
+    notify();
 }
 
 void ValueSlider::wheelEvent(QWheelEvent* event) {
     event->ignore();
 }
 
-void ValueSlider::tell() {
+void ValueSlider::notify() {
     if (onMove) onMove();
 }
 

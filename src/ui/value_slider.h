@@ -10,31 +10,31 @@
 
 namespace lumivastor::ui {
 
-/// A horizontal slider for a number with fractions. It keeps a value that it is given exactly, also one that lies
-/// between its steps or beyond its ends, until it is moved: what a document holds does not change because a control
-/// shows it. A click takes the handle there, a double click back to where it stands in a new document; the wheel
-/// scrolls what the slider lies in. Assistive programs are told the value, not the step.
+/// A horizontal slider for a number with fractions. It keeps the exact value that is set, even between its steps or
+/// beyond its ends, until the user moves it: a document does not change because a control shows it. A click moves the
+/// handle there, a double click moves it to the default; the wheel scrolls what is around the slider. Assistive
+/// programs read the value, not the step.
 class ValueSlider final : public QSlider {
   public:
     explicit ValueSlider(ControlRange range, int steps = 1000, QWidget* parent = nullptr);
 
     double doubleValue() const { return value_; }
-    /// Tells nobody.
+    /// Does not call `onMove`.
     void setDoubleValue(double value);
-    /// Where a double click takes it.
+    /// A double click sets this value. Without it, a double click is two clicks.
     void setDefaultValue(double value) { default_ = value; }
 
-    /// How a value is written for people, for assistive programs; a plain number without it.
+    /// Writes a value for assistive programs; if empty, the value is a plain number.
     std::function<std::string(double value)> valueText;
 
-    /// The user has moved it.
+    /// The user has moved the slider.
     std::function<void()> onMove;
-    /// Moves it as the user does, to a value within its ends.
+    /// Moves the slider as the user does, to the nearest value between its ends.
     void moveTo(double value);
 
     const ControlRange& range() const { return range_; }
 
-    /// From the slider's edge to where its handle has its middle at either end.
+    /// The distance from the widget's edge to the middle of the handle at either end.
     static constexpr int kHandleInset = 8;
 
   protected:
@@ -43,7 +43,7 @@ class ValueSlider final : public QSlider {
     void wheelEvent(QWheelEvent* event) override;
 
   private:
-    void tell();
+    void notify();
 
     const ControlRange range_;
     double value_ = 0;

@@ -97,7 +97,7 @@ std::string EditorFixture::everythingShown() {
     text << "\n";
     for (const QLabel* label : window_->findChildren<QLabel*>()) {
         const QString name = label->objectName();
-        // Where the playhead is, and what was said last, is no part of an edit.
+        // The playhead and the status are no part of an edit.
         if (!name.isEmpty() && name != "timeLabel" && name != "statusLabel") {
             text << name.toStdString() << ": " << label->text().toStdString() << "\n";
         }

@@ -18,7 +18,7 @@
 
 namespace lumivastor {
 
-/// An editor's window on a small recording with three clicks, worked with pointer and keys.
+/// An editor's window on a small recording with three clicks, operated with pointer and keys.
 class EditorFixture : public ExportFixture {
   protected:
     static constexpr double kSeconds = 6;
@@ -34,7 +34,7 @@ class EditorFixture : public ExportFixture {
     editor::Transport& transport() { return window_->transport(); }
     model::ProjectSettings saved() const { return model::ProjectSettings::load(folder_.path()); }
 
-    /// Runs the main loop until `done`, for five minutes at most: some wait for whole exports.
+    /// Runs the main loop until `done`, at most five minutes, because some tests wait for whole exports.
     static bool waitFor(const std::function<bool()>& done) { return QTest::qWaitFor(done, 300'000); }
 
     /// A control by its name.
@@ -46,10 +46,10 @@ class EditorFixture : public ExportFixture {
     }
     void click(const char* name);
     void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    /// Drags a slider's handle to a part of its way, with some stops.
+    /// Drags a slider's handle to a fraction of its way, in several steps.
     void drag(const char* slider, double part);
     std::string textOf(const char* label);
-    /// What a control stands at, the window's labels, and what is selected: all that undo has to bring back.
+    /// The values of the controls, the window's labels and the list of zooms: everything that undo restores.
     std::string everythingShown();
 
     ui::QtMainLoop loop_;

@@ -10,8 +10,8 @@
 
 namespace lumivastor {
 
-/// Expects every text that a window shows, on buttons, labels and selections, to have the room that it needs and to lie
-/// within its parent. Returns how many there were.
+/// Expects every visible button, label and pop-up menu of a window to have the size that its text needs and to lie
+/// within its parent. Returns their number.
 inline int expectTextsFit(const QWidget& window) {
     int seen = 0;
     for (const QWidget* each : window.findChildren<QWidget*>()) {

@@ -18,20 +18,20 @@
 
 namespace lumivastor {
 
-/// Whether assistive programs have something to say about a widget: not about plain containers, what Qt makes for
-/// itself, and labels without a text.
+/// Whether assistive programs read a widget. They do not read plain containers, Qt's internal widgets, and labels
+/// without a text.
 inline bool isForPeople(const QWidget& widget) {
     if (widget.objectName().startsWith("qt_") || !widget.isVisible()) return false;
     if (const auto* label = dynamic_cast<const QLabel*>(&widget)) return !label->text().isEmpty();
     const bool isContainer = (typeid(widget) == typeid(QWidget) || typeid(widget) == typeid(QFrame)) &&
                              !widget.isWindow() && widget.focusPolicy() == Qt::NoFocus;
-    // The bar itself is known by its menus, and a view's parts by the view.
+    // Assistive programs read the menus instead of their bar, and the view instead of its scroll bars.
     return !isContainer && dynamic_cast<const QMenuBar*>(&widget) == nullptr &&
            dynamic_cast<const QScrollBar*>(&widget) == nullptr;
 }
 
-/// Holds every widget of a window that is shown, and the window itself, to having a name for assistive programs. How
-/// many there are.
+/// Expects a name for assistive programs of every visible widget of a window, and of the window itself. Returns their
+/// number.
 inline int expectEverythingIsNamed(const QWidget& window) {
     int count = 0;
     auto all = window.findChildren<QWidget*>();

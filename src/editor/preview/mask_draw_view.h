@@ -9,7 +9,7 @@
 
 namespace lumivastor::editor {
 
-/// Lies over the preview and lets a rectangle be drawn on it; when it does not, the pointer goes through it.
+/// A layer on the preview on which the user draws a rectangle. While drawing is off, pointer events go through it.
 class MaskDrawView final : public QWidget {
   public:
     explicit MaskDrawView(QWidget* parent = nullptr);
@@ -17,7 +17,7 @@ class MaskDrawView final : public QWidget {
     bool isDrawing() const { return isDrawing_; }
     void setDrawing(bool drawing);
 
-    /// A rectangle was drawn: points of the view, origin top-left, wider and higher than 4.
+    /// The user has drawn a rectangle: points of the view, origin top-left, more than 4 wide and high.
     std::function<void(const Rect& rect)> onFinish;
 
   protected:

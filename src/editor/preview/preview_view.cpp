@@ -13,7 +13,7 @@ namespace lumivastor::editor {
 namespace {
 
 constexpr double kStageRadius = 6;
-// Smaller, nobody sees what a click hits.
+// In a smaller view the user could not see what a click hits.
 constexpr QSize kLeastSize(320, 180);
 
 }  // namespace
@@ -48,8 +48,8 @@ Rect PreviewView::shownRect() const {
 }
 
 void PreviewView::paintEvent(QPaintEvent*) {
-    // Moved to a screen with other pixels, the view only learns of it here.
-    tellSize();
+    // The only place where the view sees that it moved to a screen with another scale.
+    reportSize();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
@@ -72,13 +72,13 @@ void PreviewView::paintEvent(QPaintEvent*) {
 
 void PreviewView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    tellSize();
+    reportSize();
 }
 
-void PreviewView::tellSize() {
+void PreviewView::reportSize() {
     const PixelSize size = pixelSize();
-    if (size == toldSize_ || size.width < 1 || size.height < 1) return;
-    toldSize_ = size;
+    if (size == reportedSize_ || size.width < 1 || size.height < 1) return;
+    reportedSize_ = size;
     if (onResize) onResize(size);
 }
 

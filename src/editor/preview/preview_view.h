@@ -12,22 +12,22 @@
 
 namespace lumivastor::editor {
 
-/// Shows the player's frames, as large as they fit, pixel by pixel of the screen where they have that size.
+/// Shows the player's frames as large as they fit. A frame of the shown size is not resampled.
 class PreviewView final : public QWidget {
   public:
     explicit PreviewView(QWidget* parent = nullptr);
 
-    /// The shape of what is shown.
-    void setCanvas(PixelSize canvas);
+    /// The canvas gives the aspect ratio of the shown area.
+    void setCanvas(edit::CanvasSize canvas);
     void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame);
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& frame() const { return frame_; }
 
-    /// The view in pixels of the screen.
+    /// The size of the view in pixels of the screen.
     PixelSize pixelSize() const;
-    /// Where the canvas is shown, in the view's points, origin top-left.
+    /// The area of the canvas, in points of the view, origin top-left.
     Rect shownRect() const;
 
-    /// `pixelSize` is another: the player is to paint for that.
+    /// `pixelSize` has changed; the player paints for this size.
     std::function<void(PixelSize size)> onResize;
 
     QSize minimumSizeHint() const override { return {320, 180}; }
@@ -37,11 +37,11 @@ class PreviewView final : public QWidget {
     void resizeEvent(QResizeEvent* event) override;
 
   private:
-    void tellSize();
+    void reportSize();
 
     PixelSize canvas_{16, 9};
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame_;
-    PixelSize toldSize_;
+    PixelSize reportedSize_;
 };
 
 }  // namespace lumivastor::editor

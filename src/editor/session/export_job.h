@@ -13,25 +13,25 @@
 
 namespace lumivastor::editor {
 
-/// One export on threads of its own, while the editor stays usable: it has a composition of its own. Destroying it
-/// cancels it, waits for its end, which takes a few pictures, and leaves no half-written file. Main thread.
+/// One export, on its own threads and with its own composition, so that the editor stays usable. The destructor cancels
+/// the export, waits for its end, which takes a few pictures, and leaves no half-written file. Main thread.
 class ExportJob {
   public:
     struct Callbacks {
         std::function<void(double fraction)> progress;  // 0 to 1, never falling
-        /// Last of all, unless the job is destroyed before. May destroy the job.
+        /// The last call; none if the job is destroyed before. May destroy the job.
         std::function<void(const render::RenderOutcome& outcome)> completion;
     };
 
-    /// Begins the export of `composition` under `settings`, at the size that they name. The loop outlives the job.
-    /// Throws `RecorderError` when there is no such size.
+    /// Starts the export of `composition` with `settings`, at their size. The loop outlives the job. Throws
+    /// `RecorderError` if a film of that size is not possible.
     ExportJob(const edit::Composition& composition, const model::ProjectSettings& settings, MainLoop& loop,
               Callbacks callbacks);
     ~ExportJob();
     ExportJob(const ExportJob&) = delete;
     ExportJob& operator=(const ExportJob&) = delete;
 
-    /// The completion follows soon, with the error "Abgebrochen." unless the export was through already.
+    /// The completion follows soon, with the error "Abgebrochen." unless the export had already finished.
     void cancel();
     bool wasCancelled() const { return cancelled_; }
 
@@ -42,7 +42,7 @@ class ExportJob {
     const Callbacks callbacks_;
     std::unique_ptr<const edit::Composition> composition_;
     bool cancelled_ = false;
-    // Work that arrives when the job is gone finds this gone, too.
+    // Work that arrives after the job finds the token expired.
     Lifetime lifetime_;
     std::jthread thread_;  // last: it uses everything above
 };

@@ -3,18 +3,18 @@
 
 #include <cstdint>
 
-// Frames of a recording. All times in seconds; the frame rate is the capture document's, at least 1 wherever it counts.
+// Frames of a recording. Times are seconds. `fps` is the frame rate of the capture document; less than 1 counts as 1.
 
 namespace lumivastor::editor {
 
-/// The number of the frame that is on at `t`. A hair before a frame counts as that frame: sums of frame lengths are
-/// rounded, and without it stepping would now and then stay where it is.
+/// The number of the frame shown at `t`. A time just before a frame counts as that frame: sums of frame lengths are
+/// rounded, and a step would otherwise sometimes stay at the same frame.
 std::int64_t frameNumber(double t, std::int64_t fps);
 
-/// The beginning of the frame that is on at `t`.
+/// The start of the frame shown at `t`.
 double snappedToFrame(double t, std::int64_t fps);
 
-/// How long a frame is on.
+/// The duration of a frame.
 double frameLength(std::int64_t fps);
 
 }  // namespace lumivastor::editor

@@ -9,23 +9,23 @@
 #include "edit/timeline.h"
 #include "model/project_settings.h"
 
-// What the window's labels say. Times in seconds of source time; German, UTF-8.
+// The texts of the window's labels: German, UTF-8. Times are seconds of source time.
 
 namespace lumivastor::editor::labels {
 
 /// "Bereich: 0.000 – 12.500 s (Bild 0 – 750)".
 std::string trim(const edit::TrimRange& range, std::int64_t fps);
 
-/// The cuts, or what to do next once a cut's start is set.
+/// The cuts; while a start is pending, what the user does next.
 std::string cuts(const std::vector<model::CutRange>& cuts, const std::optional<double>& pendingStart);
 
 /// "3.250 s · Bild 195".
 std::string time(double seconds, std::int64_t fps);
 
-/// By how much a zoom enlarges: "60 %" for 1.6.
+/// The enlargement by a zoom: "60 %" for 1.6.
 std::string zoomPercent(double scale);
 
-/// "100 %", and " (stumm)" behind it where nothing is heard.
+/// "100 %"; "0 % (stumm)" for silence.
 std::string volume(double value);
 
 /// "12.5 %".
@@ -50,13 +50,14 @@ std::string masks(std::size_t count, bool isDrawing);
 
 /// "Rendere in 1920×1080 …".
 std::string rendering(int width, int height);
-/// The same with what is known of the remaining seconds.
+/// The same with the remaining seconds, if known.
 std::string rendering(int width, int height, const std::optional<double>& remaining);
 
 /// "Fertig: 12.5 s, 3 Zooms – studio-output.mp4".
 std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName);
 
-/// "noch 42 s", "noch 3 min 20 s", "noch 1 h 5 min"; rounded up, coarser the longer it is, so that it does not flicker.
+/// "noch 42 s", "noch 3 min 20 s", "noch 1 h 5 min". Rounded up, and the longer the coarser, so that it does not
+/// flicker.
 std::string remainingTime(double seconds);
 
 }  // namespace lumivastor::editor::labels

@@ -5,7 +5,7 @@ namespace lumivastor::editor {
 
 namespace {
 
-// The first seconds go into opening files and filling queues; what they promise is wrong.
+// The first seconds go into opening files and filling queues; an estimate from them is wrong.
 constexpr double kFirstEstimate = 1.5;
 constexpr double kLeastFraction = 0.01;
 constexpr double kInterval = 1.0;

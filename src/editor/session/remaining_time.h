@@ -5,14 +5,14 @@
 
 namespace lumivastor::editor {
 
-/// How long a job will still take, from how fast it has been so far. Times in seconds of any clock that never runs
+/// Estimates how long a job still takes, from its speed so far. Times are seconds of any clock that never runs
 /// backward.
 class RemainingTime {
   public:
     explicit RemainingTime(double now) : start_(now) {}
 
-    /// `fraction` of the job is done, 0 to 1. The estimate changes once a second at most, so that it can be read; none
-    /// as long as too little is known.
+    /// `fraction` of the job is done, 0 to 1. The estimate changes at most once a second, so that it can be read;
+    /// nullopt while too little is known.
     std::optional<double> update(double fraction, double now);
 
   private:

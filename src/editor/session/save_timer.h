@@ -8,19 +8,19 @@
 
 namespace lumivastor::editor {
 
-/// Puts off a job until things have been quiet for a while: a burst of edits is saved once, after the last of them.
+/// Delays saving until no edit came for a while: a burst of edits is saved once, after its last edit.
 /// Main thread.
 class SaveTimer {
   public:
-    /// Seconds without another edit after which is saved.
+    /// Seconds from the last edit to saving.
     static constexpr double kDelay = 0.8;
 
     /// The loop outlives the timer.
     SaveTimer(MainLoop& loop, std::function<void()> save);
 
-    /// Restarts the delay.
+    /// Saves after `kDelay`. Restarts a delay that is running.
     void schedule();
-    /// Whatever was going to be saved is not.
+    /// Stops a running delay without saving.
     void cancel();
     bool isPending() const { return timer_ != nullptr; }
 

@@ -6,25 +6,25 @@
 
 namespace lumivastor::editor {
 
-/// Keeps scrubbing smooth: at most one seek is under way, and of what is asked for meanwhile only the last counts.
-/// Times in seconds. Main thread.
+/// Keeps scrubbing smooth: at most one seek is under way, and of the requests meanwhile only the last is kept. Times
+/// are seconds. Main thread.
 class SeekQueue {
   public:
-    /// Begins a seek to a time and calls the second parameter once, on the main thread, when it has ended, reached or
-    /// not; at once or later, even when the queue is gone.
+    /// Begins a seek and calls `ended` once, on the main thread, when the seek has ended, successfully or not. The call
+    /// may come at once, later, or after the queue is destroyed.
     using Seek = std::function<void(double seconds, std::function<void()> ended)>;
 
     explicit SeekQueue(Seek seek);
 
     void request(double seconds);
 
-    /// Begins what was asked for last although a seek is still under way, which then counts no more: playing is about
-    /// to go on from there.
+    /// Begins the waiting request now and ignores the end of the seek that is under way, because playing is about to
+    /// continue from the requested time.
     void hurry();
 
     /// Whether a seek is under way.
     bool isBusy() const;
-    /// Whether another one waits for it.
+    /// Whether a request waits for the end of that seek.
     bool isWaiting() const;
 
   private:

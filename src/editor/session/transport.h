@@ -9,23 +9,23 @@
 
 namespace lumivastor::editor {
 
-/// What plays: the part of a player that the transport needs.
+/// The functions of a player that the transport needs.
 struct PlayerControls {
     std::function<void()> play;
-    /// Stops, and says at which moment of the recording: that of the frame that stands now.
+    /// Pauses and returns the time of the frame that is shown now.
     std::function<double()> pause;
     SeekQueue::Seek seek;
 };
 
-/// The playhead: what play, stepping and scrubbing do with it. Its times are the recording's own, in seconds; what
-/// trims and cuts leave out can be reached but is not played. While nothing plays and no seek is under way, it is the
-/// moment of the frame that is shown. Main thread.
+/// Moves the playhead: play, steps, scrubbing. Times are seconds of the recording. The playhead can go to parts that
+/// trims and cuts leave out, but they are not played. While paused and without a seek under way, the playhead is the
+/// time of the frame that is shown. Main thread.
 class Transport {
   public:
     struct Options {
         double duration = 0;  // of the recording
         std::int64_t fps = 60;
-        /// The playhead or what plays has changed.
+        /// The playhead has moved, or playing has started or ended.
         std::function<void()> changed;
     };
 
@@ -35,22 +35,22 @@ class Transport {
     bool isPlaying() const { return playing_; }
     double duration() const { return options_.duration; }
 
-    /// What is played: from `trim.start` on, up to `lastKept`, the end of what trims and cuts leave.
+    /// Sets the part that is played: from `trim.start` to `lastKept`, the end of the last kept segment.
     void setPlayed(const edit::TrimRange& trim, double lastKept);
 
-    /// The play button. At the end, or with nothing left to be played, it begins again at the start of what is played.
+    /// The play button. At the end of the played part, or behind it, playing starts again at its beginning.
     void toggle();
     void pause();
-    /// One frame or one second on, or back where negative.
+    /// Moves by one frame or one second; back if negative.
     void step(double seconds);
     /// The time slider is dragged.
     void scrub(double seconds);
-    /// Goes where an edit wants to be looked at; what plays goes on from there.
+    /// Goes to the time of an edit. Playing continues from there.
     void jump(double seconds);
 
-    /// The player says where it is while it plays.
+    /// The player's time while it plays.
     void timePassed(double seconds);
-    /// The player has come to the end of what is played, and stands on the frame of a moment.
+    /// The player has played to the end, and shows the frame of this time.
     void ended(double seconds);
 
   private:

@@ -8,21 +8,20 @@
 
 namespace lumivastor::editor {
 
-/// The snapshots that undo and redo go back and forth between. Times are seconds of any clock that never runs backward,
-/// passed in. One thread.
+/// The settings that undo and redo return to. Times are seconds of any clock that never runs backward. One thread.
 class UndoHistory {
   public:
-    /// At most this many steps are kept.
+    /// The maximum number of steps.
     static constexpr std::size_t kLimit = 50;
-    /// A run of changes that follow each other more closely than this, in seconds, is one step.
+    /// Changes with shorter pauses between them, in seconds, are one step.
     static constexpr double kPause = 1.0;
 
-    /// Remembers `before`, the settings before a change, and forgets what was undone. With `coalesce` a change that
-    /// follows the last one closely joins its step, however long the run becomes.
+    /// Adds a step to `before`, the settings before a change, and drops the steps of redo. With `coalesce`, a change
+    /// within `kPause` after the last one joins its step; such a run may be of any length.
     void push(const model::ProjectSettings& before, bool coalesce, double now);
 
-    /// The settings to go back to, none when there are none; `current` is what redo comes back to. The next change is a
-    /// step of its own.
+    /// The settings to go back to; nullopt if there are none. Redo returns to `current`. The next change is a step of
+    /// its own.
     std::optional<model::ProjectSettings> undo(const model::ProjectSettings& current);
     /// The same in the other direction.
     std::optional<model::ProjectSettings> redo(const model::ProjectSettings& current);

@@ -11,7 +11,7 @@
 
 namespace lumivastor::editor {
 
-/// The small picture below the time slider. Pressed or dragged on, it is the time slider.
+/// The small picture below the time slider. A press or drag on it scrubs like the slider.
 class TimelineStrip final : public QWidget {
   public:
     /// `margin` as in `layOutTimelineStrip`.
@@ -21,7 +21,7 @@ class TimelineStrip final : public QWidget {
                     int selectedZoom);
     void setPlayhead(double seconds);
 
-    /// The user goes to a time.
+    /// The user scrubs to a time.
     std::function<void(double seconds)> onScrub;
 
     const TimelineStripLayout& layoutShown() const { return layout_; }

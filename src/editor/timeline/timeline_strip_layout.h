@@ -12,8 +12,8 @@
 
 namespace lumivastor::editor {
 
-/// The small picture below the time slider: what of the recording is in the video, where it zooms, where the pointer
-/// was pressed. Positions in the widget's own unit, from its left edge.
+/// The strip below the time slider: the kept segments, the zooms, the clicks. Positions are in the widget's unit, from
+/// its left edge.
 struct TimelineStripLayout {
     struct Span {
         double left = 0, right = 0;
@@ -24,9 +24,9 @@ struct TimelineStripLayout {
     Span whole;
     std::vector<Span> kept;
     std::vector<Span> zooms;  // in the order of the zooms in force
-    /// Presses; those that would lie upon each other are one.
+    /// Clicks that would overlap are one.
     std::vector<double> clicks;
-    /// From the pending start of a cut to the playhead, when that lies behind it; otherwise a mere mark.
+    /// From the pending start of a cut to the playhead; only a mark at the start if the playhead is before it.
     std::optional<Span> pendingCut;
     double playhead = 0;
 };
@@ -40,8 +40,8 @@ struct TimelineStripContent {
     double playhead = 0;
 };
 
-/// Lays the content out between `margin` and `width - margin`, where the slider's handle has its ends. What is too
-/// short to be seen gets a little width of its own.
+/// Lays the content out between `margin` and `width - margin`, the ends of the slider's handle. Spans that would be too
+/// narrow to see get a minimum width.
 TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, double width, double margin);
 
 /// The time at a position, limited to the recording.
