@@ -61,12 +61,22 @@ function(lumi_test_binary name)
   lumi_test_options(${name})
   lumi_precompiled(${name} lumi_test_support)
   target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})
+  set(lists ${name}_tests)
   if(ARG_ALONE)
     gtest_discover_tests(${name} TEST_FILTER "${ARG_ALONE}" TEST_LIST ${name}_alone
       DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 1500 RUN_SERIAL TRUE)
     set(others TEST_FILTER "-${ARG_ALONE}")
+    list(APPEND lists ${name}_alone)
   endif()
-  gtest_discover_tests(${name} ${others} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 1500)
+  gtest_discover_tests(${name} ${others} TEST_LIST ${name}_tests DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 1500)
+  # Behind the tests' names, which ctest asks the program for.
+  set(labels ${CMAKE_CURRENT_BINARY_DIR}/${name}_labels.cmake)
+  file(CONFIGURE OUTPUT ${labels} @ONLY CONTENT [[
+set(LUMI_TEST_LABELS "@PROJECT_SOURCE_DIR@/tests/labels.txt")
+set(LUMI_TEST_LISTS "@lists@")
+include("@PROJECT_SOURCE_DIR@/cmake/TestLabels.cmake")
+]])
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${labels})
 endfunction()
 
 # What src/layers.txt lets a folder include, as a list of library targets.
