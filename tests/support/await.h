@@ -6,7 +6,7 @@
 
 namespace lumivastor {
 
-/// Waits until something is so; false when that takes longer than `timeout` seconds.
+/// Waits until the condition is true; returns false after `timeout` seconds.
 template <typename Done>
 bool await(double timeout, Done done) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
