@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 
-# The libraries that the program stands on. Which folder may see which of them, a test holds (tests/include_rule_test.cpp).
+# The libraries that the program uses. A test (tests/include_rule_test.cpp) checks which folder includes which.
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(PNG REQUIRED)

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Makes pictures of everything that the application shows, for looking at: the program itself is worked with a pointer
-// and keys on a display server of its own, from the first start to an exported video. Takes about two minutes.
+// Makes pictures of all windows and states of the application, for review. Drives the program itself with pointer and
+// keys on its own display server, from the first start to an exported video. Takes about two minutes.
 //
 //   app_pictures FOLDER SUFFIX SCALE composed|plain
 //
-// SCALE is how many pixels a point has, 1 or 2. "composed" has a compositing manager, so that panels are seen through
-// where they are meant to be. Every picture is FOLDER/NAME@SUFFIX.png.
+// SCALE is the number of pixels per point, 1 or 2. "composed" runs a compositing manager, so that panels are
+// translucent. Every picture is FOLDER/NAME@SUFFIX.png.
 
 #include <xcb/xcb.h>
 
@@ -39,7 +39,7 @@ constexpr unsigned kTab = 0xff09;
 constexpr unsigned kDown = 0xff54;
 constexpr int kWidth = 1600;
 constexpr int kHeight = 1000;
-// Of what is shown round a window: its title bar, and a little of what lies below.
+// The margins around a window: its title bar, and a little of the desktop.
 constexpr int kTitleBar = 30;
 constexpr int kRound = 10;
 
@@ -105,7 +105,7 @@ class Story {
         need(picture.save(QString::fromStdString(file(name))), "pictures can be written");
         std::printf("%s\n", file(name).c_str());
     }
-    // The whole screen, or a window with what is round it.
+    // The whole screen, or a window with its margins.
     void picture(const std::string& name) {
         sleepFor(0.5);
         save(screen(), name);

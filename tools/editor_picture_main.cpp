@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Makes a picture of the editor's window, for looking at: without a display, at any scale.
+// Makes a picture of the editor's window for review, without a display and at any scale.
 //
 //   editor_picture FOLDER OUT.png [--size WxH] [--at T] [--font POINTS] [--state STATE]
 //

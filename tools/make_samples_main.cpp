@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Makes recording folders to try things on: documents and cursor pictures of the sort that the recorders write, the
-// same ones at every run, with movies to go with them. A simulated user moves, clicks, drags and scrolls.
+// Makes sample recording folders: documents and cursor pictures like those of the recorders, the same at every run,
+// with matching movies. A simulated user moves, clicks, drags and scrolls.
 //
 //   make_samples [--documents] FOLDER [NAME...]
 //
@@ -49,7 +49,7 @@ class SimulatedUser {
 
     Point anywhere() { return {unit() * geometry_.contentRect.width, unit() * geometry_.contentRect.height}; }
 
-    // Reaches for a point the way hands do: slowly away, fast in the middle, slowly there, and a little shaky.
+    // Moves to a point like a hand: slow at both ends, fast in the middle, and a little shaky.
     void moveTo(Point target, double seconds, model::PointerKind kind = model::PointerKind::move) {
         const Point from = position_;
         const double start = t_;
@@ -213,7 +213,7 @@ model::CaptureInfo describe(const model::Geometry& geometry, const std::string& 
     return info;
 }
 
-// Nothing but moves in the last second, as the recorder leaves it.
+// Only moves in the last second, because the recorder leaves out everything else there.
 void endAt(model::PointerTrack& track, double duration) {
     std::erase_if(track.events, [duration](const model::PointerSample& each) {
         return each.t > duration || (each.t > duration - 1 && each.kind != model::PointerKind::move);
@@ -297,7 +297,7 @@ void makeRegion(const fs::path& folder) {
     const model::Geometry geometry(64, {300, 200, 960, 540}, 1.25, {1200, 676}, [](std::uint32_t) {
         return Rect{-1536, 0, 1536, 864};
     });
-    // The pointer was recorded almost two seconds before the first picture came.
+    // The pointer was recorded from almost two seconds before the first picture on.
     SimulatedUser user(geometry, -1.8, 3);
     user.showCursor("c0");
     user.moveTo({-60, -40}, 0.5);  // outside of the region

@@ -88,7 +88,7 @@ class Canvas {
     imaging::BgraPremultipliedBuffer& buffer_;
 };
 
-// What never changes: a window with a title bar, a side bar and lines that look like text.
+// The static part: a window with a title bar, a side bar and lines that look like text.
 imaging::BgraPremultipliedBuffer drawDesktop(int width, int height) {
     imaging::BgraPremultipliedBuffer desktop(width, height);
     Canvas canvas(desktop);
@@ -124,7 +124,7 @@ void drawMoment(imaging::BgraPremultipliedBuffer& picture, const std::vector<mod
     const double h = picture.height();
     const double t = static_cast<double>(index) / kFrameRate;
     for (const model::PointerSample& press : presses) {
-        // Each click has a button that waits for it and shows that it was hit.
+        // Each click has a button that shows when it was hit.
         if (t < press.t - 3 || t > press.t + 1.5) continue;
         const Rect button{press.px - h * 0.06, press.py - h * 0.022, h * 0.12, h * 0.044};
         canvas.fill(button.grownBy(h * 0.003), {24, 90, 190});

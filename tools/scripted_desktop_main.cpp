@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// A desktop without a screen, on which a hand that is not there shows a small program: something to record where no
-// display is. Runs a command on that desktop and plays the script meanwhile, which takes about sixteen seconds. The
-// exit status is the command's.
+// A desktop without a screen on which a scripted pointer uses a small program: something to record on machines without
+// a display. Runs a command on that desktop and plays the script meanwhile, which takes about sixteen seconds. The exit
+// status is the command's.
 //
 //   scripted_desktop COMMAND [ARGUMENTS...]
 
@@ -27,7 +27,7 @@
 namespace lumivastor {
 namespace {
 
-// The pointer goes to a place as a hand moves it: faster in the middle, on a slight arc.
+// Moves the pointer like a hand: faster in the middle, on a slight arc.
 class Hand {
   public:
     explicit Hand(const std::string& displayName) : pointer_(displayName) { pointer_.moveTo(at(x_), at(y_)); }
@@ -100,7 +100,7 @@ void play(DemoWindow& window, Hand& hand) {
     hand.glideTo(window.onScreen(centre(DemoWindow::saveButton())), 0.6);
     hand.click();
     window.setSaved(true);
-    // Clicks in the last second before the pointer rests are taken for those that end a recording.
+    // Clicks in the last second before the pointer rests count as those that end the recording.
     hand.pause(1.2);
     hand.glideTo(window.onScreen({900, 560}), 1.0);
     hand.pause(1.5);

@@ -30,7 +30,7 @@ FileBytes readFile(const std::filesystem::path& path, std::uint64_t limit, std::
         error = std::error_code(number, std::generic_category());
         return FileBytes();
     };
-    // Opening a pipe for reading would otherwise wait for somebody to write into it.
+    // Otherwise opening a pipe for reading would wait for a writer.
     const UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file.isOpen()) return failed(errno);
     struct stat status {};

@@ -30,8 +30,8 @@ class Composition {
     /// Opens a folder: reads its documents and cursor pictures and derives the first state. Canvas sizes in pixels, at
     /// least 1. Throws `RecorderError`.
     Composition(const std::filesystem::path& folder, int canvasWidth, int canvasHeight);
-    /// The same recording on another canvas. Reads nothing anew: the documents, and the cursor path where the settings
-    /// leave it as it is, are shared. Throws `RecorderError` when the settings cannot be drawn.
+    /// The same recording on another canvas. Reads no files: shares the documents, and the cursor path if the settings
+    /// do not change it. Throws `RecorderError` when the settings cannot be drawn.
     Composition(const Composition& other, const model::ProjectSettings& settings, int canvasWidth, int canvasHeight);
 
     int canvasWidth() const { return canvas_.width; }

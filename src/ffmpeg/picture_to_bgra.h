@@ -25,13 +25,13 @@ struct DevicePicture {
     std::optional<bool> isFullRange;
 };
 
-/// Which matrix a picture means that does not say so: cameras mean BT.601 whatever their size (the UVC standard's
-/// default), what comes over HDMI means BT.709 from 720 lines on.
+/// Whether an untagged picture is in BT.709. Cameras use BT.601 at every size (the UVC standard's default); HDMI uses
+/// BT.709 from 720 lines on.
 bool meansBt709(bool isExternal, int height);
 
 /// A picture whose planes follow each other in one block of `size` bytes, as drivers and PipeWire hand them over.
-/// `stride` is that of the first plane; 0: rows follow each other without a gap. Nothing when the block is too small
-/// for that, the sizes make no sense or FFmpeg does not know the format.
+/// `stride` is that of the first plane, in bytes; 0 means rows without gaps. nullopt when the block is too small, a
+/// size is invalid, or FFmpeg does not know the format.
 std::optional<DevicePicture> pictureInBlock(int format, int width, int height, const std::uint8_t* block,
                                             std::size_t size, int stride);
 

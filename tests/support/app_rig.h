@@ -14,17 +14,17 @@
 
 namespace lumivastor {
 
-/// Windows that nobody sees: what they were told is kept, and what a user would do is done by the test.
+/// A view without windows: records the controller's calls, and the test plays the user.
 class RecordedView final : public app::AppView {
   public:
     app::MainWindowState state;
-    /// What was asked for besides, in order: "showMainWindow", "countdown 3", "panel links", ...
+    /// The other calls, in order: "showMainWindow", "countdown 3", "panel links", ...
     std::vector<std::string> calls;
     std::shared_ptr<capture::WebcamPreview> cameraPreview;
     std::shared_ptr<capture::WebcamPreview> panelPreview;
     std::vector<std::string> statuses;  // each new one
 
-    // What the view answers.
+    // The view's answers.
     std::vector<std::string> screens = {"links", "rechts"};
     std::optional<std::filesystem::path> folderToChoose;
     std::filesystem::path folderAskedFrom;
@@ -33,11 +33,11 @@ class RecordedView final : public app::AppView {
     std::optional<std::string> editorError;
     bool editorsMay = true;
     bool canOpenFolders = true;
-    std::optional<bool> panelHasShortcut;  // once there was a panel
-    /// Run when an editor is to be opened.
+    std::optional<bool> panelHasShortcut;  // nullopt until there was a panel
+    /// Called when an editor should open.
     std::function<void(const std::filesystem::path&)> onOpenEditor;
 
-    /// How often `call` came.
+    /// The number of times that `call` was made.
     int count(const std::string& call) const;
 
     void show(const app::MainWindowState& newState) override;
@@ -81,7 +81,7 @@ class MemoryPreferences final : public app::Preferences {
     void setAutoZoomsEnabled(bool enabled) override { autoZooms = enabled; }
 };
 
-/// Counts who wants the machine to stay awake.
+/// Counts the holds that keep the machine awake.
 class CountedInhibitor final : public app::SleepInhibitor {
   public:
     int holds = 0;
@@ -89,7 +89,7 @@ class CountedInhibitor final : public app::SleepInhibitor {
     std::unique_ptr<Hold> inhibit(const std::string& reason) override;
 };
 
-/// The whole application on a desktop, sound server, devices and clock that are moved by hand, and without windows.
+/// The whole application without windows, on a desktop, sound server, devices and clock that a test drives by hand.
 class AppRig : public RecorderRig {
   protected:
     AppRig();
@@ -98,9 +98,9 @@ class AppRig : public RecorderRig {
     /// Two displays and three windows of other programs, two of them worth recording.
     static platform::ShareableContent appContent();
 
-    /// Makes the controller and launches it, until its sources are listed.
+    /// Makes the controller, launches it, and waits until its sources are listed.
     void launch(const app::CommandSwitches& switches = {});
-    /// What the controller works with, here.
+    /// The services of this rig.
     app::AppServices appServices();
     /// From the next launch on, check videos go on until they are asked to stop, or `checkVideoEnds_` is called; the
     /// folder for them is chosen.
@@ -112,7 +112,7 @@ class AppRig : public RecorderRig {
     void startRecording();
     /// One picture of what is recorded, now.
     void emitPicture();
-    /// Stops it, until the folder is finished.
+    /// Stops the recording and waits until its folder is finished.
     void stopRecording();
 
     std::filesystem::path root_ = temporary_ / "Movies";

@@ -7,18 +7,18 @@
 
 namespace lumivastor {
 
-/// Plays a beep twice a second to a sink of a sound server that speaks PulseAudio's protocol, and knows when each was
-/// to be heard: by the server's own word on its latency, with a line fitted through. On a thread of its own until it is
+/// Plays a beep twice a second to a sink of a server that speaks PulseAudio's protocol, and knows when each was heard:
+/// by the latencies that the server reports, with a line fitted through them. Runs on its own thread until it is
 /// destroyed. Each beep is 20 ms of 1 kHz in both channels; between them is silence.
 class Beeper {
   public:
     static constexpr double kBetweenBeeps = 0.5;
 
-    /// Throws std::runtime_error when the server or the sink is not there.
+    /// Throws std::runtime_error without the server or the sink.
     Beeper(const std::string& server, const std::string& sink);
     ~Beeper();
 
-    /// Host seconds of the beginning of every beep that was heard up to now, ascending.
+    /// Host seconds of the beginning of every beep heard until now, ascending.
     std::vector<double> beeps() const;
 
   private:

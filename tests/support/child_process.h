@@ -10,12 +10,12 @@
 
 namespace lumivastor {
 
-/// A program that runs beside a test, and no longer: it is killed with this object, and by the kernel when the test
-/// dies or the thread that started it ends.
+/// A program that runs beside a test. It is killed when this object is destroyed, and by the kernel when the test dies
+/// or the thread that started it ends.
 class ChildProcess {
   public:
-    /// `program` is looked for along PATH; `environment` is put over the test's own. Standard output and error go to
-    /// the file `log`. Throws std::runtime_error, naming the program, when it cannot be run.
+    /// `program` is searched in PATH; `environment` overrides the test's own. Standard output and error go to the file
+    /// `log`. Throws std::runtime_error that names the program when it cannot be run.
     ChildProcess(const std::vector<std::string>& programAndArguments,
                  const std::map<std::string, std::string>& environment, const std::filesystem::path& log);
     ~ChildProcess();
@@ -23,9 +23,9 @@ class ChildProcess {
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool isRunning();
-    /// Waits until it has ended by itself; whether it said that all went well.
+    /// Waits until it has ended by itself. Returns whether its exit status was 0.
     bool wait();
-    /// Ends it hard and waits until it is gone.
+    /// Kills it and waits until it is gone.
     void kill();
     void signal(int number);
 

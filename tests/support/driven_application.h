@@ -38,8 +38,8 @@ inline constexpr const char* kArmTitle = "LumiVastor – Ausschnitt vorbereiten"
 inline constexpr const char* kPickerTitle = "LumiVastor – Ausschnitt wählen";
 inline constexpr const char* kCountdownTitle = "LumiVastor – Countdown";
 
-/// Where windows have their controls, in points of the window: asked of windows that nobody sees. Makes the process's
-/// one QApplication. Throws std::runtime_error for names that there are not.
+/// The positions of the windows' controls, in points of the window, measured on windows that are not shown. Makes the
+/// process's one QApplication. Throws std::runtime_error for unknown names.
 class WindowMap {
   public:
     WindowMap();
@@ -53,9 +53,8 @@ class WindowMap {
     /// The button of the notice when there is one.
     QPoint noticeButton(const std::string& text, const std::string& action);
 
-    /// A place in a control of a recording's editor that has this size: (0, 0) is the control's top left, (1, 1) its
-    /// bottom right; of a slider, (0, 0.5) is the one end of the handle's way and (1, 0.5) the other. Nothing is
-    /// written into the folder.
+    /// A point in a control of a recording's editor of this size: (0, 0) is the control's top left, (1, 1) its bottom
+    /// right; for a slider, (0, 0.5) and (1, 0.5) are the ends of the handle's way. Does not write into the folder.
     QPoint editorControl(const std::filesystem::path& recording, QSize size, const std::string& name, QPointF place);
 
   private:
@@ -72,16 +71,16 @@ class WindowMap {
     std::unique_ptr<editor::EditorWindow> editor_;
 };
 
-/// The program itself on a display server of its own, worked with pointer and keys. Its home is a folder that goes with
-/// this object, and so does the program. One thread.
+/// The program itself on its own display server, driven with pointer and keys. Destruction ends the program and deletes
+/// its home folder. One thread.
 class DrivenApplication {
   public:
     struct Options {
-        /// Empty for the one that the program finds by itself, which in this home is none.
+        /// Empty for the one that the program finds by itself; in this home there is none.
         std::string pulseServer = {};
-        /// Pixels of a point.
+        /// Pixels per point.
         int scale = 1;
-        /// Put over what the program is given otherwise.
+        /// Overrides the program's environment.
         std::map<std::string, std::string> environment = {};
     };
     /// Of the desktop nothing is changed.
@@ -90,7 +89,7 @@ class DrivenApplication {
 
     std::map<std::string, std::string> environment() const;
 
-    /// Starts the program and waits for its window, and until sources are listed. False when it does not come.
+    /// Starts the program and waits until its window is shown and sources are listed. False when that takes too long.
     [[nodiscard]] bool start(const std::vector<std::string>& switches = {});
     ProgramRun& program() { return *program_; }
     const TemporaryFolder& home() const { return home_; }
@@ -117,7 +116,7 @@ class DrivenApplication {
     std::string editorTitle() const;
     [[nodiscard]] bool clickInEditor(const std::string& control, QPointF place = {0.5, 0.5});
     [[nodiscard]] bool dragInEditor(const std::string& control, QPointF from, QPointF to);
-    /// Until the newest recording's video is there, whole.
+    /// Waits until the newest recording's video is complete.
     [[nodiscard]] bool waitForVideo() const;
 
     /// The oldest first.

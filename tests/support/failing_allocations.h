@@ -5,9 +5,9 @@
 
 namespace lumivastor {
 
-/// While one of these lives, `new` fails in this program on all threads, as it does when memory is short. Only for
-/// programs that are linked with failing_allocations.cpp, which replaces `new` and `delete`; FFmpeg and other libraries
-/// in C are not touched. One at a time.
+/// While it lives, `new` fails in this program on all threads, like a shortage of memory. Only for programs that are
+/// linked with failing_allocations.cpp, which replaces `new` and `delete`; FFmpeg and other C libraries are not
+/// affected. One at a time.
 class FailingAllocations {
   public:
     enum class Mode { one, all };
@@ -18,7 +18,7 @@ class FailingAllocations {
     FailingAllocations(const FailingAllocations&) = delete;
     FailingAllocations& operator=(const FailingAllocations&) = delete;
 
-    /// How many there have been so far, those that failed among them.
+    /// The number of allocations so far, including failed ones.
     std::int64_t count() const;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // What sanitizers are told about the libraries behind sound and cameras, which are not built with them. Part of the
-// test binaries that use these; without sanitizers nobody calls it.
+// test binaries that use these; without sanitizers it is never called.
 
 extern "C" {
 

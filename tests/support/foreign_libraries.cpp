@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // What sanitizers are told about libraries that are not built with them. Part of every test binary that uses media
-// libraries; without sanitizers nobody calls these.
+// libraries; without sanitizers these are never called.
 
 extern "C" {
 

@@ -5,10 +5,10 @@
 
 #include "imaging/pixel_buffer.h"
 
-// Pictures in the tree that say what painted results look like.
+// Golden pictures: PNG files in the tree to which painted results are compared.
 //
-// To make them anew after an intended change, run the tests once with LUMI_UPDATE_GOLDEN=1 in the environment, look at
-// what `git status` then lists, and commit it.
+// To renew them after an intended change, run the tests once with LUMI_UPDATE_GOLDEN=1 in the environment, examine the
+// files that `git status` lists, and commit them.
 
 namespace lumivastor {
 

@@ -25,17 +25,17 @@ class ManualMainLoop final : public MainLoop {
     /// Seconds. Any thread.
     double now() const;
 
-    /// How many timers run.
+    /// The number of running timers.
     std::size_t timers() const;
 
-    /// Moves the clock on, running timers at the moments at which they are due, and work that was handed over.
+    /// Moves the clock forward, and runs due timers and posted work.
     void advance(double seconds);
 
-    /// Runs what was handed over, and what comes of it.
+    /// Runs posted work, and the work that this posts.
     void runPending();
 
-    /// Runs handed-over work as it comes from other threads until `done` says so; the clock stands still. False when
-    /// that takes longer than a minute of real time.
+    /// Runs posted work of other threads until `done` returns true, without moving the clock. False after a minute of
+    /// real time.
     bool runUntil(const std::function<bool()>& done);
 
   private:

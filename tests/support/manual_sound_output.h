@@ -12,8 +12,8 @@
 
 namespace lumivastor {
 
-/// A sound device whose time a test moves by hand. It holds 50 ms that it has asked for and not yet played, as real
-/// ones do. Starting and stopping belong to the player's thread; the test's calls come from any one thread.
+/// A sound device whose time a test moves by hand. Like real devices it buffers 50 ms that it has requested but not yet
+/// played. The player's thread starts and stops it; the test calls it from any one thread.
 class ManualSoundOutput final : public platform::SoundOutput {
   public:
     static constexpr std::int64_t kAheadFrames = 2400;
@@ -45,7 +45,7 @@ class ManualSoundOutput final : public platform::SoundOutput {
         return heard_;
     }
 
-    /// Lets time go on, as a device does: by at most 10 ms at once, asking for sound in between. Nothing when stopped.
+    /// Advances time like a device, in steps of at most 10 ms, and requests sound in between. No effect when stopped.
     void advance(double seconds) {
         auto frames = static_cast<std::int64_t>(seconds * kFormat.sampleRate + 0.5);
         while (frames > 0) {
@@ -59,7 +59,7 @@ class ManualSoundOutput final : public platform::SoundOutput {
         }
     }
 
-    /// As when the server goes away.
+    /// Simulates the loss of the server.
     void lose() {
         const std::lock_guard hold(lock_);
         if (!isRunning_) return;
@@ -80,7 +80,7 @@ class ManualSoundOutput final : public platform::SoundOutput {
         const std::lock_guard hold(lock_);
         return starts_;
     }
-    /// Everything asked for so far, of all runs, interleaved.
+    /// All sound requested so far, in all runs, interleaved.
     std::vector<float> sound() const {
         const std::lock_guard hold(lock_);
         return sound_;
@@ -95,7 +95,7 @@ class ManualSoundOutput final : public platform::SoundOutput {
         written_ = until;
     }
 
-    mutable std::mutex lock_;  // held while sound is asked for
+    mutable std::mutex lock_;  // held while sound is requested
     Client client_;            // guarded by lock_, like all below but heard_
     bool isRunning_ = false;
     bool isBroken_ = false;

@@ -5,7 +5,7 @@
 
 namespace lumivastor {
 
-/// What a command line comes to.
+/// The outcome of a command line.
 struct Outcome {
     int status = 0;
     std::string out;

@@ -7,15 +7,15 @@
 
 namespace lumivastor {
 
-/// As `Beeper`, over PipeWire's own interface, where the time of every frame is known exactly (what the server tells
-/// over PulseAudio's protocol is two of its cycles too early). On threads of its own until it is destroyed.
+/// Like `Beeper`, over PipeWire's own interface, where the time of every frame is known exactly (over PulseAudio's
+/// protocol it is reported two cycles too early). Runs on its own threads until it is destroyed.
 class PipeWireBeeper {
   public:
-    /// Throws std::runtime_error when the server is not there.
+    /// Throws std::runtime_error without the server.
     PipeWireBeeper(const std::string& remote, const std::string& sink);
     ~PipeWireBeeper();
 
-    /// Host seconds of the beginning of every beep that was heard up to now, ascending.
+    /// Host seconds of the beginning of every beep heard until now, ascending.
     std::vector<double> beeps() const;
 
   private:

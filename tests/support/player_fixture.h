@@ -17,15 +17,14 @@
 
 namespace lumivastor {
 
-/// A player of a small movie with numbered pictures, on a main loop and with a sound device that the test works by
-/// hand.
+/// A player of a small movie with numbered pictures. The test drives its main loop and its sound device by hand.
 class PlayerFixture : public testing::Test {
   protected:
-    /// A frame that the player handed over.
+    /// A frame that the player delivered.
     struct Shown {
         int number = -1;  // of the screen picture in it
         double seconds = 0;
-        double clock = 0;  // what the player said the time was
+        double clock = 0;  // the player's time
         playback::Player::Frame frame;
     };
 
@@ -39,11 +38,11 @@ class PlayerFixture : public testing::Test {
     void open(playback::PlayerItem item);
     void openSilently(playback::PlayerItem item);
 
-    /// Runs the main loop until something is so; false when that takes longer than a minute.
+    /// Runs the main loop until the condition is true; returns false after a minute.
     bool await(const std::function<bool()>& isSo);
-    /// Runs it until everything that is on its way has arrived.
+    /// Runs the main loop until no more work arrives.
     void settle();
-    /// Seeks and waits; whether the seek finished.
+    /// Seeks and waits. Returns whether the seek finished.
     bool seek(double seconds);
     /// How far `playUntil` moves the sound device's time at once, in seconds.
     static constexpr double kStep = 1.0 / 120;

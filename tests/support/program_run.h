@@ -13,10 +13,10 @@
 
 namespace lumivastor {
 
-/// A program that a test runs beside itself, with what it prints. Killed with this object.
+/// A program that a test runs, and its output. Killed when this object is destroyed.
 class ProgramRun {
   public:
-    /// `environment` is put over the test's own; an empty value takes a variable away. Throws std::runtime_error.
+    /// `environment` overrides the test's own; an empty value removes a variable. Throws std::runtime_error.
     ProgramRun(const std::vector<std::string>& programAndArguments,
                const std::map<std::string, std::string>& environment);
     ~ProgramRun();
@@ -25,7 +25,7 @@ class ProgramRun {
 
     pid_t process() const { return pid_; }
     void signal(int number) const;
-    /// Waits until it ends; its exit status, or the negative number of the signal that ended it. Throws
+    /// Waits until it ends. Returns its exit status, or the negative number of the signal that ended it. Throws
     /// std::runtime_error after twenty minutes.
     int wait();
     bool isRunning();

@@ -18,7 +18,7 @@
 
 namespace lumivastor {
 
-/// What recorders work with, all of it moved by hand, and a folder to record into.
+/// The services of a recorder, all driven by hand, and a folder to record into.
 class RecorderRig : public testing::Test {
   protected:
     RecorderRig();
@@ -35,8 +35,8 @@ class RecorderRig : public testing::Test {
     static platform::SystemCursor cursor(std::uint64_t serial, int width, int height, int grey = 0,
                                          double hotspotX = 1);
 
-    /// Emits two pictures a second for `seconds`, moving the clock along, as fast as a writer takes them: none is
-    /// dropped however slow the machine is.
+    /// Emits two pictures a second for `seconds` and moves the clock accordingly, as fast as the writer accepts them:
+    /// none is dropped even on a slow machine.
     void record(double seconds, int width, int height);
 
     /// The log's lines, without their time stamps, since the rig was made.
@@ -52,7 +52,7 @@ class RecorderRig : public testing::Test {
     std::optional<capture::FreeSpace> freeSpace_ = capture::FreeSpace{1'000'000'000'000, 2'000'000'000'000};
     capture::CaptureServices services_;
 
-    /// What encoders were asked for so far.
+    /// The encoding jobs requested so far.
     std::vector<media::EncodingJob> encodingJobs() const;
 
   private:

@@ -11,7 +11,7 @@
 
 namespace lumivastor {
 
-/// Takes what a capture session delivers. Any thread. Outlives the session's run.
+/// Collects a capture session's samples. Must outlive the session's run. Any thread.
 class SeenPictures {
   public:
     struct Seen {
@@ -29,10 +29,10 @@ class SeenPictures {
     std::vector<std::string> interruptions() const;
     const HeardSound& sound() const { return sound_; }
     bool hasSound() const { return hasSound_; }
-    /// Waits; false when it takes longer than `timeout` seconds.
+    /// Waits; returns false after `timeout` seconds.
     bool awaitPictures(std::size_t count, double timeout = 60) const;
     bool awaitInterruption(double timeout = 60) const;
-    /// Everything that waits in the queue has been taken.
+    /// Returns when all waiting samples have been handled.
     void drain() { queue_.drain(); }
 
   private:

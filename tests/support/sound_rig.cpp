@@ -39,7 +39,7 @@ void awaitSocket(ChildProcess& server, const std::filesystem::path& socketPath, 
 
 PulseRig::PulseRig() {
     requireProgram("pulseaudio", "pulseaudio");
-    // The socket comes last: whoever can connect finds everything in place.
+    // The socket is created last, so a client that can connect finds everything in place.
     folder_.write("server.pa",
                   "load-module module-null-sink sink_name=sysout rate=48000\n"
                   "load-module module-null-sink sink_name=headset rate=48000\n"

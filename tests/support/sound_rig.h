@@ -12,28 +12,28 @@
 
 namespace lumivastor {
 
-/// A PulseAudio server of the test's own, without hardware: what is played to the sink "sysout", the default, is system
-/// sound; what is played to the sink "micfeed" is heard by the default source "testmic", a mono microphone. In a
-/// temporary folder, so that any number of them run beside each other and beside the user's.
+/// A PulseAudio server for one test, without hardware. Sound played to the default sink "sysout" is system sound; sound
+/// played to the sink "micfeed" is heard by the default source "testmic", a mono microphone. It runs in a temporary
+/// folder, so any number of them can run at once, beside the user's.
 class PulseRig {
   public:
-    /// Started and ready. Throws std::runtime_error that says what is missing.
+    /// Returns when it is ready. Throws std::runtime_error that says what is missing.
     PulseRig();
 
-    /// For PULSE_SERVER, and for whatever takes a server's address.
+    /// The server's address, as for PULSE_SERVER.
     std::string address() const;
 
-    /// As when the server crashes.
+    /// Kills the server, like a crash.
     void kill();
     /// Starts it again at the same address.
     void start();
-    /// As when somebody stops it in the debugger: it is there and says nothing.
+    /// Stops its process, so that it exists but does not answer.
     void freeze(bool isFrozen);
-    /// Makes another device the default, as when a headset is plugged in.
+    /// Makes another device the default, like plugging in a headset.
     void setDefaultSink(const std::string& name);
-    /// How far ahead the sink "sysout" makes sound, in seconds.
+    /// The length of the blocks in which the sink "sysout" works, in seconds.
     double blockLength();
-    /// Whether a stream is being played, not merely there.
+    /// Whether a stream exists and is not corked.
     bool isPlaying();
 
   private:
@@ -43,18 +43,18 @@ class PulseRig {
     std::unique_ptr<ChildProcess> server_;
 };
 
-/// A PipeWire server of the test's own with a session manager and PulseAudio's protocol, and the same devices.
+/// A PipeWire server for one test with a session manager, PulseAudio's protocol, and the same devices.
 class PipeWireRig {
   public:
-    /// Started and ready. Throws std::runtime_error that says what is missing.
+    /// Returns when it is ready. Throws std::runtime_error that says what is missing.
     PipeWireRig();
 
     /// The socket of PipeWire itself, and that of PulseAudio's protocol.
     std::string remote() const;
     std::string pulseAddress() const;
-    /// For programs that are to find the server: XDG_RUNTIME_DIR and what goes with it.
+    /// The environment in which programs find the server: XDG_RUNTIME_DIR and others.
     std::map<std::string, std::string> environment() const;
-    /// For what such programs leave behind.
+    /// The folder for files that such programs leave behind.
     const TemporaryFolder& folder() const { return folder_; }
     void setDefaultSink(const std::string& name);
 
@@ -70,7 +70,7 @@ class PipeWireRig {
     std::unique_ptr<ChildProcess> pulse_;
 };
 
-/// An address where no server is.
+/// An address without a server.
 std::string nobodysAddress(const TemporaryFolder& folder);
 
 }  // namespace lumivastor

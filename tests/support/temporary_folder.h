@@ -7,7 +7,7 @@
 
 namespace lumivastor {
 
-/// A new empty folder that goes, with all it holds, when the object does.
+/// A new empty folder that is deleted with its content when the object is destroyed.
 class TemporaryFolder {
   public:
     TemporaryFolder();
@@ -18,7 +18,7 @@ class TemporaryFolder {
     const std::filesystem::path& path() const { return path_; }
     std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
 
-    /// Writes a file, creating the folders on its way.
+    /// Writes a file and creates missing folders.
     void write(const std::filesystem::path& name, std::string_view content) const;
     std::string read(const std::filesystem::path& name) const;
 

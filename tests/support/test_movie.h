@@ -23,7 +23,7 @@ struct TestSound {
 
 /// A synthetic movie: pictures that carry their number in a code that survives encoding, a grey that drifts so that no
 /// two pictures are equal, and once a second a white flash for one picture, with a beep that begins with it. Made with
-/// FFmpeg directly, so that readers and writers are tested against somebody else's files.
+/// FFmpeg directly, so that readers are tested on files that our writer did not make.
 struct TestMovieOptions {
     int width = 128;
     int height = 96;
@@ -31,12 +31,12 @@ struct TestMovieOptions {
     int pictures = 60;
     int frameRate = 30;
     std::int32_t timescale = 600;
-    /// When each picture is shown, in ticks of the timescale, ascending; for variable frame rates. Empty: by frameRate.
+    /// The time of each picture, in ticks of the timescale, ascending; for variable frame rates. Empty: by frameRate.
     std::vector<std::int64_t> pictureTicks;
     int keyFrameInterval = 250;
     int slices = 0;             // of each H.264 picture; 0: as the encoder likes
     int reorderedPictures = 0;  // B pictures in a row
-    bool openGroups = false;    // key pictures that pictures before them lean on
+    bool openGroups = false;    // key pictures that earlier pictures refer to
     std::vector<TestSound> sounds;
     double soundSeconds = 0;  // 0: as long as the pictures
     std::string container = "mov";

@@ -7,10 +7,10 @@
 
 namespace lumivastor {
 
-/// A file's whole content, or an exception that names it.
+/// Reads a whole file. Throws an exception that names it.
 std::string readText(const std::filesystem::path& path);
 
-/// Replaces a file's content, or throws an exception that names it.
+/// Replaces a file's content. Throws an exception that names it.
 void writeText(const std::filesystem::path& path, std::string_view content);
 
 }  // namespace lumivastor

@@ -34,8 +34,8 @@ struct FragmentRun {
     std::vector<TrackSample> samples;
 };
 
-/// What a fragment's index ("moof", without its own header) says, if it begins at `offset` in the file. Nothing when it
-/// is not one that `fragmentBytes` makes.
+/// Parses a fragment's index ("moof", without its own header) that begins at `offset` in the file. nullopt unless
+/// `fragmentBytes` could have made it.
 std::optional<std::vector<FragmentRun>> parseFragment(std::span<const std::uint8_t> content, std::uint64_t offset);
 
 /// What an open file in fragments holds.
@@ -47,8 +47,8 @@ struct FragmentedMovie {
     std::vector<TrackIndex> tracks;
 };
 
-/// Walks the fragments from the first to the last whole one, not beyond `limit` bytes. Stops at whatever is not a
-/// fragment of ours. Nothing when the file does not begin as one in fragments.
+/// Walks the fragments from the first to the last whole one, not beyond `limit` bytes. Stops at the first box that is
+/// no fragment of ours. nullopt when the file does not begin like one in fragments.
 std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit);
 
 /// Makes a plain movie of a file in fragments where it lies: cuts off what follows the last whole fragment, appends the

@@ -100,7 +100,7 @@ struct FileBox {
     std::uint64_t end() const { return offset + size; }
 };
 
-/// The box at `offset` of an open file of `fileSize` bytes; nothing when no whole box is there.
+/// The box at `offset` of an open file of `fileSize` bytes; nullopt when there is no whole box.
 std::optional<FileBox> fileBoxAt(int file, std::uint64_t offset, std::uint64_t fileSize);
 
 /// Reads exactly this part of a file; false when that is not possible. Does not move the file's position.

@@ -79,8 +79,7 @@ class TrackIndex {
 /// The beginning of a movie in fragments: file type, and a header of tracks without samples.
 std::vector<std::uint8_t> fragmentedBeginning(std::span<const TrackHeader> tracks);
 
-/// What such a header box ("moov", without its own header) says. Nothing when it is not one that `fragmentedBeginning`
-/// makes.
+/// Parses such a header box ("moov", without its own header). nullopt unless `fragmentedBeginning` could have made it.
 std::optional<std::vector<TrackHeader>> parseFragmentedHeader(std::span<const std::uint8_t> content);
 
 /// The header box of a finished movie, with the index. Empty tracks are left out.

@@ -26,8 +26,8 @@ class MovieFile;
 /// At the beginning of every segment, and of the reader's time range, stands the picture that is shown there: the last
 /// one of the source whose presentation time is at or before that moment, handed out with the moment as its
 /// presentation time. All others keep their distance from the segment's start exactly. A picture's duration reaches to
-/// the next one or to the segment's end. Empty ranges, and what a source does not cover, give no pictures: whoever
-/// shows them holds the last one. A source whose first picture comes late gives nothing before it.
+/// the next one or to the segment's end. Empty ranges, and what a source does not cover, give no pictures; the client
+/// holds the last one there. A source whose first picture comes late gives nothing before it.
 class VideoTrackOutput {
   public:
     ~VideoTrackOutput();

@@ -93,7 +93,7 @@ struct MovieFile::ByteSource {
 MovieFile::MovieFile(const std::filesystem::path& path) : source_(std::make_unique<ByteSource>()) {
     ffmpeg::prepareFfmpeg();
     source_->path = path;
-    // Not blocking, so that opening a pipe that nobody writes to cannot hang before it is turned away.
+    // Non-blocking, so that opening a pipe without a writer cannot hang before the pipe is refused.
     source_->file = UniqueDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!source_->file.isOpen()) throwUnreadable(path, {errno, std::generic_category()});
     struct stat status {};

@@ -74,7 +74,7 @@ class VideoWriterInput : public WriterInput {
     /// Where pictures to be painted come from.
     imaging::PicturePool& pool() { return pool_; }
 
-    /// Takes a picture of the input's size; nobody writes to it afterwards. The planar form is encoded without a
+    /// Takes a picture of the input's size, which must not be modified afterwards. The planar form is encoded without a
     /// further copy; the other is converted on the encoder's thread. False when the writer has failed.
     bool append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time);
     bool append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time);

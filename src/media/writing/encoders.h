@@ -148,7 +148,8 @@ class VideoEncoder final : public PictureEncoder {
 /// one line; a longer gap becomes silence, and what overlaps is cut off. One thread at a time. Throws `RecorderError`.
 class AudioEncoder {
   public:
-    /// Time stamps of live sound tremble by a fraction of a buffer; below this nobody sees a shift against the picture.
+    /// Time stamps of live sound jitter by a fraction of a buffer; a shift below this against the picture is not
+    /// visible.
     static constexpr double kJitterSeconds = 0.005;
 
     explicit AudioEncoder(const AudioSettings& settings);

@@ -190,7 +190,7 @@ void FragmentedMovieSink::run() {
     }
 }
 
-// Nobody catches what this thread throws: a fragment for which there is no memory fails the movie instead.
+// This thread must not throw: a fragment for which there is no memory fails the movie instead.
 void FragmentedMovieSink::cutWhenDue() {
     try {
         cut();

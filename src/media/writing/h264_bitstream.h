@@ -86,14 +86,14 @@ struct PictureParameters {
     bool oneSliceGroup = true;
 };
 
-/// The profile that all sequence parameter sets in these parameter sets name, by its number in the standard. Nothing
+/// The profile that all sequence parameter sets in these parameter sets name, by its number in the standard. nullopt
 /// when there is none, or they disagree.
 std::optional<int> profileOf(std::span<const std::uint8_t> parameterSets);
 
 /// The number of the profile High.
 inline constexpr int kH264High = 100;
 
-/// Nothing when the unit ends too early or holds what no stream of ours does.
+/// nullopt when the unit ends too early or has features that our streams never have.
 std::optional<SequenceParameters> parseSequenceParameters(std::span<const std::uint8_t> unit);
 std::optional<PictureParameters> parsePictureParameters(std::span<const std::uint8_t> unit);
 

@@ -41,7 +41,7 @@ UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path, const 
     }
     // Pipes and devices are written to as they are; a directory refuses that.
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (!exists ? O_EXCL : isFile ? O_TRUNC : 0);
-    // A film of somebody's screen is theirs alone.
+    // A film of a user's screen is private to that user.
     constexpr mode_t kOwnerOnly = 0600;
     UniqueDescriptor file(::open(path.c_str(), flags, kOwnerOnly));
     if (!file.isOpen()) refuse(errno);

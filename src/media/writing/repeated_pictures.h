@@ -12,7 +12,7 @@ namespace lumivastor::media {
 
 /// Writes pictures that repeat the one before into an H.264 stream, behind the encoder and without its knowing: a slice
 /// whose macroblocks are all skipped, a dozen bytes, instead of tens of milliseconds of encoding. Such a picture is a
-/// reference like every other, so it takes a number, and all that follow up to the next refresh are numbered anew.
+/// reference like every other, so it takes a number, and all that follow up to the next refresh are renumbered.
 ///
 /// It holds only where every picture leans on just the one before: one reference picture, shown in the order of
 /// decoding, no weighted prediction, whole frames. `make` looks that up in the stream's parameter sets. The skip
@@ -22,14 +22,14 @@ namespace lumivastor::media {
 /// Streams are units behind start codes, as encoders give them. One thread at a time.
 class RepeatedPictures {
   public:
-    /// Nothing when the stream with these parameter sets does not meet the conditions.
+    /// nullopt when a stream with these parameter sets does not meet the conditions.
     static std::optional<RepeatedPictures> make(std::span<const std::uint8_t> parameterSets);
 
     /// The parameter sets with the one for skip slices added: what the movie's header has to hold.
     const std::vector<std::uint8_t>& parameterSets() const { return parameterSets_; }
 
-    /// The next picture from the encoder, numbered anew. Nothing when it holds what the conditions rule out, such as a
-    /// picture that nothing may lean on; the stream cannot be continued then.
+    /// Renumbers the next picture from the encoder. nullopt when it violates the conditions, as a picture does that is
+    /// no reference; the stream cannot be continued then.
     std::optional<std::vector<std::uint8_t>> rewritten(std::span<const std::uint8_t> picture);
 
     /// A picture that equals the one before. There has been one.

@@ -49,8 +49,8 @@ class TrackEncoder {
     virtual void finish(MovieSink& sink) = 0;
 };
 
-/// The inner side of an input: its queue, its encoder thread, its pump. Shared, because a pump's call may still lie in
-/// somebody's queue when the writer has gone.
+/// The inner side of an input: its queue, its encoder thread, its pump. Shared, because a call of the pump may still
+/// wait in the client's queue after the writer's destruction.
 ///
 /// What ends a track, or tells a pump of an error, takes no memory: a writer that fails for lack of it ends as any
 /// other. Where memory is taken, std::bad_alloc comes before anything has changed.

@@ -11,17 +11,17 @@
 
 namespace lumivastor::platform {
 
-/// The desktop of this session: that of the X11 server which the environment names. `sound` may be null where no stream
-/// will ask for sound. Reads scales from the environment, so call it before other threads change that. Throws
-/// `RecorderError` when there is no display server.
+/// Opens the desktop of this session, that of the X11 server in DISPLAY. `sound` may be null if no stream will record
+/// sound. Reads scales from the environment, so call it while no other thread changes that. Throws `RecorderError`
+/// without a display server.
 std::unique_ptr<Desktop> openDesktop(std::shared_ptr<SoundSystem> sound);
 
-/// Takes a combination of keys for this program, on the whole desktop. `pressed` runs on a thread of the shortcut's
-/// own, once for each press; not after the shortcut is destroyed. Throws `RecorderError` when another program has the
-/// combination, or the keyboard has no such letter.
+/// Grabs a key combination on the whole desktop. `pressed` runs on the shortcut's own thread, once for each press, and
+/// not after destruction. Throws `RecorderError` when another program has the combination, or the keyboard lacks the
+/// letter.
 std::unique_ptr<GlobalShortcut> grabShortcut(const KeyCombination& keys, std::function<void()> pressed);
 
-/// Whether windows may be see-through. Without a compositing manager they show black. False when the display server
+/// Whether windows can be translucent; without a compositing manager they show black. False when the display server
 /// does not answer.
 bool canShowTranslucentWindows();
 

@@ -151,7 +151,7 @@ class MachineDevices final : public CaptureDevices {
 };
 
 std::string environment(const char* name) {
-    const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody sets the environment
+    const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): the environment does not change
     return value == nullptr ? "" : value;
 }
 

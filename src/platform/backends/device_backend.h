@@ -9,9 +9,9 @@
 
 namespace lumivastor::platform {
 
-/// Where to look for devices.
+/// Where devices are searched.
 struct DeviceAddresses {
-    /// As in PIPEWIRE_REMOTE, or a socket's full path; empty: where the environment says.
+    /// As in PIPEWIRE_REMOTE, or a socket's full path; empty means the environment's.
     std::string pipeWire;
     /// Filter graphs of FFmpeg that stand in for a camera and for a capture card; empty: none. A graph with more than
     /// one output labels them [out0], [out1]...; it runs at its own rate, without a `realtime` filter. Where a graph
@@ -26,7 +26,7 @@ DeviceAddresses deviceAddressesFromEnvironment();
 
 /// The cameras and capture cards of this machine, from PipeWire and V4L2, and the default microphone of `sounds`. The
 /// default camera is, in this order: the test camera, PipeWire's default, the first V4L2 camera. Sound of a capture
-/// card or a test device comes in 48000 Hz stereo.
+/// card or a test device has 48000 Hz and two channels.
 std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> sounds,
                                                    DeviceAddresses addresses = deviceAddressesFromEnvironment());
 

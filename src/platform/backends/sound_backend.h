@@ -15,7 +15,7 @@ struct SoundServerAddresses {
     std::string pipeWire;  // as in PIPEWIRE_REMOTE, or a socket's full path
 };
 
-/// What answered when somebody looked.
+/// The servers that answered.
 struct FoundSoundServers {
     bool pulse = false;
     bool pulseIsPipeWire = false;  // PipeWire speaks PulseAudio's protocol
@@ -24,14 +24,13 @@ struct FoundSoundServers {
 
 enum class SoundServerKind { none, pulse, pipeWire };
 
-/// Which server to listen to: a PulseAudio of its own right is where programs play, even when a PipeWire runs beside it
-/// for cameras and screens; otherwise PipeWire by its own interface, whose times are exact; otherwise PulseAudio's
-/// protocol, from whomever.
+/// Chooses the server to record from. A genuine PulseAudio comes first, because programs play there even if PipeWire
+/// runs beside it for cameras and screens; then PipeWire by its own interface, whose times are exact; then any server
+/// with PulseAudio's protocol.
 SoundServerKind chooseSoundServer(const FoundSoundServers& found);
 
-/// The sound of this machine. Looks for servers each time that something is asked for, so a server that comes or goes
-/// meanwhile is no trouble; a source stays with the kind of server it was made for. Without any, starting a source says
-/// "Kein Tonserver gefunden.".
+/// The sound of this machine. Looks for servers at each call, so servers may come and go; a source stays with the kind
+/// of server it was made for. Without a server, starting a source throws "Kein Tonserver gefunden.".
 std::unique_ptr<SoundSystem> openSoundSystem(SoundServerAddresses addresses = {});
 
 /// Where this machine plays sound. It may be lost at the first run, when there is no sound server.

@@ -59,7 +59,7 @@ CaptureBufferPool::~CaptureBufferPool() = default;
 bool CaptureBufferPool::canTake() const {
     const std::lock_guard hold(slots_->lock);
     const auto used = std::count_if(slots_->all.begin(), slots_->all.end(), [](const auto& slot) { return slot.used; });
-    // Of a picture of which only we hold a reference. Somebody with a weak one may take it up a moment later: then one
+    // Of a picture to which only we hold a reference. The holder of a weak one may lock it a moment later: then one
     // more than `depth` is out, for which there is a buffer.
     const int ours = last_ && last_.use_count() == 1 ? 1 : 0;
     return used - ours < depth_;

@@ -5,7 +5,7 @@
 
 namespace lumivastor::platform {
 
-/// What a moment is called by the two clocks that devices stamp with.
+/// One moment on the two clocks that devices use for stamps.
 struct ClockReading {
     double hostSeconds = 0;  // CLOCK_MONOTONIC
     double wallSeconds = 0;  // CLOCK_REALTIME
@@ -13,15 +13,14 @@ struct ClockReading {
     static ClockReading now();
 };
 
-/// Maps one device's time stamps to the host clock. By the first stamp it tells which clock the device uses: the
-/// host's, the wall's, or one of its own, which is then taken to run at the host's pace. Stamps that cannot be true are
-/// replaced by the time of arrival. Plain value; one thread.
+/// Maps one device's time stamps to the host clock. Detects by the first stamp which clock the device uses: the host
+/// clock, the wall clock, or its own, which is assumed to run at the host clock's pace. Impossible stamps are replaced
+/// by the time of arrival. Plain value; one thread.
 class DeviceClock {
   public:
     enum class Kind { unknown, host, wall, own };
 
-    /// When the sample was taken that arrived at `arrival` and bears `stamp`, in seconds; absent stamps count as the
-    /// arrival.
+    /// The host time of a sample with this `stamp` (seconds) that arrived at `arrival`; without a stamp the arrival.
     double hostSeconds(std::optional<double> stamp, const ClockReading& arrival);
 
     Kind kind() const { return kind_; }

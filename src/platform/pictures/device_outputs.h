@@ -13,15 +13,15 @@
 
 namespace lumivastor::platform {
 
-/// Where a capture session's samples go: at most one output for pictures and one for sound, each bounded. What every
-/// kind of session has in common behind its own way of getting them.
+/// The outputs that all kinds of capture sessions share: at most one for pictures and one for sound, each bounded.
 ///
-/// Set outputs first; then samples are handed over by one thread a kind. May end while work still waits in a queue.
+/// Set outputs first; then one thread for each kind delivers samples. May be destroyed while work still waits in a
+/// queue.
 class DeviceOutputs {
   public:
-    /// `device`: its name, for the log.
+    /// `device` is its name in the log.
     explicit DeviceOutputs(std::string device);
-    /// Writes into the log how many samples were dropped because too much waited, if any were.
+    /// Logs the number of samples dropped because the queue was full, if any.
     ~DeviceOutputs();
     DeviceOutputs(const DeviceOutputs&) = delete;
     DeviceOutputs& operator=(const DeviceOutputs&) = delete;
@@ -32,7 +32,7 @@ class DeviceOutputs {
     /// Pictures that may wait for the queue: with late ones dropped, and otherwise.
     static constexpr int kWaitingPicturesWhenDiscarding = 2;
     static constexpr int kWaitingPictures = 30;
-    /// Some ten seconds of sound at the usual 10 ms a buffer.
+    /// Some ten seconds of sound at the common 10 ms a buffer.
     static constexpr int kWaitingSounds = 1000;
 
     void setVideo(SerialQueue& queue, bool discardsLate, PictureHandler handler);
@@ -40,14 +40,14 @@ class DeviceOutputs {
     bool hasVideo() const { return video_.queue != nullptr; }
     bool hasAudio() const { return audio_.queue != nullptr; }
 
-    /// Hands the sample to its output's queue; drops it when there is no such output or too much waits there.
+    /// Posts the sample to its output's queue; drops it when there is no such output or the queue is full.
     void deliver(DeviceSample sample);
     void deliver(SoundBuffer buffer);
 
   private:
     template <typename Sample>
     struct Output {
-        /// Lives on in work that waits when the session has gone.
+        /// Outlives the session in waiting work.
         struct Shared {
             std::function<void(const Sample&)> handler;
             std::atomic<int> waiting = 0;

@@ -7,15 +7,15 @@
 
 namespace lumivastor::platform {
 
-/// The moments at which a stream looks for a new picture: multiples of the interval from a start, so that a tick that
-/// comes late does not delay those behind it. Ticks that were missed are left out.
+/// The times at which a stream looks for a new picture: multiples of the interval from a start, so that a late tick
+/// does not delay later ones. Missed ticks are skipped.
 class TickSchedule {
   public:
     /// Both in seconds; `interval` is above 0.
     TickSchedule(double start, double interval) : next_(start), interval_(interval) {}
 
     double next() const { return next_; }
-    /// The tick at `next()` has been dealt with, and now it is `now`.
+    /// The tick at `next()` has been handled; the time is `now`.
     void advance(double now);
 
   private:
@@ -23,11 +23,11 @@ class TickSchedule {
     const double interval_;
 };
 
-/// Decides at each tick of a stream what it delivers. Backends ask; they take the pictures and tell the server's news.
+/// Decides at each tick what a stream delivers. Backends call it, take the pictures, and report the server's events.
 /// One thread.
 class FramePacer {
   public:
-    /// Seconds after which a picture that still holds is delivered again.
+    /// Seconds after which an unchanged picture is delivered again.
     static constexpr double kRepeatAfter = 1.0;
 
     struct Situation {
@@ -42,16 +42,16 @@ class FramePacer {
     };
     enum class Action {
         takePicture,    // and call `taken`
-        repeatLast,     // the last picture once more, as complete
+        repeatLast,     // the last picture again, as complete
         tellIdle,       // a sample without a picture
         tellSuspended,  // the same
-        nothing,        // new content that has to wait for a buffer
+        nothing,        // new content that must wait for a buffer
     };
 
     Action atTick(const Situation& situation);
-    /// The last thing before the stream is stopped.
+    /// The last action before the stream is stopped.
     Action atStop(const Situation& situation);
-    /// A picture was taken at this time: what its sample's status is.
+    /// A picture was taken at this time. Returns its sample's status.
     FrameStatus taken(double hostSeconds);
 
   private:

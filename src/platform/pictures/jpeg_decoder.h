@@ -13,7 +13,7 @@ namespace lumivastor::platform {
 /// Decodes the single JPEG pictures that cameras deliver. One thread at a time.
 class JpegDecoder {
   public:
-    /// The picture stays valid until the next call. Nothing when the bytes are none.
+    /// The picture stays valid until the next call. nullopt when the bytes are no JPEG.
     std::optional<ffmpeg::DevicePicture> decode(const std::uint8_t* bytes, std::size_t size);
 
   private:

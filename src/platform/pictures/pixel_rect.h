@@ -6,7 +6,7 @@
 
 namespace lumivastor::platform {
 
-/// A rectangle of whole pixels, top-left origin. Its user says of which picture.
+/// A rectangle of whole pixels, top-left origin. The name of a variable says of which picture.
 struct PixelRect {
     int x = 0;
     int y = 0;
@@ -25,7 +25,7 @@ struct PixelRect {
     bool operator==(const PixelRect&) const = default;
 };
 
-/// What both share; all 0 when that is nothing.
+/// The area that both share; all 0 when they share none.
 inline PixelRect intersection(const PixelRect& a, const PixelRect& b) {
     const int left = std::max(a.x, b.x);
     const int top = std::max(a.y, b.y);

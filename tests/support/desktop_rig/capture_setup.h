@@ -29,7 +29,7 @@ inline platform::StreamConfiguration recordingOf(const platform::ContentFilter& 
     return configuration;
 }
 
-/// A capture that runs from here to the end of the object.
+/// A capture that runs while the object lives.
 class RunningCapture {
   public:
     RunningCapture(platform::Desktop& desktop, const platform::ContentFilter& filter,
@@ -47,7 +47,7 @@ class RunningCapture {
 
     SampleCollector& samples() { return samples_; }
     platform::CaptureStream& stream() { return *stream_; }
-    /// Stops, and waits for what has been delivered.
+    /// Stops, and waits until all delivered samples have been handled.
     void stop() {
         stream_->stop();
         samples_.drain();
@@ -70,7 +70,7 @@ inline platform::Display mainDisplay(platform::Desktop& desktop) {
     return *content.display(content.mainDisplayID);
 }
 
-/// What records this window; waits until the desktop lists it.
+/// The filter for this window; waits until the desktop lists it.
 inline platform::WindowFilter windowFilter(platform::Desktop& desktop, std::uint32_t id) {
     platform::ShareableContent content;
     const bool isListed = await([&] {

@@ -7,7 +7,7 @@
 
 namespace lumivastor {
 
-/// A program that runs while the object lives, and ends with this process in any case. What it prints is thrown away.
+/// A program that runs while the object lives, and ends with this process in any case. Its output is discarded.
 class RigProgram {
   public:
     /// `descriptor`, when not -1, stays open in the program under its own number. Throws std::runtime_error that names
@@ -20,7 +20,7 @@ class RigProgram {
 
     pid_t id() const { return id_; }
     bool isRunning();
-    /// Asks it to end, waits, and insists after a while.
+    /// Terminates it, waits, and kills it after a while.
     void end();
     /// Ends it at once, without a chance to clean up.
     void kill();

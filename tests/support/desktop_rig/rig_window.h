@@ -11,9 +11,9 @@ struct xcb_connection_t;
 
 namespace lumivastor {
 
-/// A window of a small program on a test's desktop: a client of its own with its own connection. What it draws is
-/// known to the pixel, and drawn again on a thread of its own when the server asks for it. Every function returns when
-/// the server has done it, and what a window manager does about it within a moment. One thread.
+/// A window of a small program on a test's desktop, a client with its own connection. Its content is known to the
+/// pixel, and redrawn on its own thread when the server requests it. Every function returns when the server has
+/// processed it; a window manager's reaction follows within a moment. One thread.
 class RigWindow {
   public:
     struct Options {
@@ -25,13 +25,13 @@ class RigWindow {
         int height = 240;
         std::uint32_t color = 0x336699;  // 0xRRGGBB
         int border = 0;
-        /// The window manager leaves it alone, as menus and panels want it.
+        /// The window manager ignores it, as for menus and panels.
         bool isOverride = false;
         /// With an alpha channel, fully opaque.
         bool hasAlpha = false;
         /// "DOCK", "DIALOG"...; empty for none.
         std::string type = {};
-        /// Left, right, top, bottom: the window tells that it draws a shadow of this width itself.
+        /// Left, right, top, bottom: the window announces a shadow of this width that it draws itself.
         std::vector<std::uint32_t> shadow = {};
         bool isMapped = true;
     };
@@ -61,7 +61,7 @@ class RigWindow {
     void lower();
     void map();
     void unmap();
-    /// Asks the window manager, as the button in the title bar does.
+    /// Requests it from the window manager, like the button in the title bar.
     void iconify();
     void close();
     void setTitle(const std::string& title);

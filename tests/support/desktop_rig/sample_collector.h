@@ -18,7 +18,7 @@
 
 namespace lumivastor {
 
-/// Takes what a capture stream delivers: the status and time of every sample, and the newest picture. Any thread.
+/// Collects a capture stream's samples: status and time of each, and the newest picture. Any thread.
 class SampleCollector {
   public:
     struct Seen {
@@ -68,7 +68,7 @@ class SampleCollector {
     }
     void drain() { queue_.drain(); }
 
-    /// Waits for a picture of which this is so.
+    /// Waits for a picture that fulfils the condition.
     bool waitForPicture(const std::function<bool(const imaging::BgraPremultipliedBuffer&)>& isSo) const {
         return await([&] {
             const Picture newest = picture();
@@ -93,7 +93,7 @@ class SampleCollector {
     SerialQueue queue_{"test.samples"};  // last: its work uses everything above
 };
 
-/// How many pixels of a picture's rectangle differ from what `colorAt` says (0xRRGGBB, coordinates within the
+/// The number of pixels in a picture's rectangle that differ from `colorAt` (0xRRGGBB, coordinates within the
 /// rectangle), or are not opaque.
 template <typename ColorAt>
 int differingPixels(const imaging::BgraPremultipliedBuffer& picture, int x, int y, int width, int height,

@@ -8,8 +8,8 @@ struct xcb_connection_t;
 
 namespace lumivastor {
 
-/// Presses a test desktop's keys, as fingers do: whatever has the keyboard sees it. Throws std::runtime_error for keys
-/// that the keyboard does not have. One thread.
+/// Presses a test desktop's keys: the window with keyboard focus gets them. Throws std::runtime_error for keys that the
+/// keyboard does not have. One thread.
 class ScriptedKeyboard {
   public:
     explicit ScriptedKeyboard(const std::string& displayName);
@@ -23,8 +23,8 @@ class ScriptedKeyboard {
     static constexpr unsigned kControl = 0xffe3;
     static constexpr unsigned kAlt = 0xffe9;
 
-    /// Presses the keys with these symbols one after the other, and lets them go in the opposite order. Letters are
-    /// their small ones' ASCII codes. Returns when the server has done it.
+    /// Presses the keys with these symbols one after the other, and releases them in the opposite order. Letters are
+    /// given as lower-case ASCII codes. Returns when the server has processed it.
     void press(const std::vector<unsigned>& symbols);
 
   private:

@@ -7,8 +7,8 @@ struct xcb_connection_t;
 
 namespace lumivastor {
 
-/// Moves a test desktop's pointer and presses its buttons, as a hand at a mouse does: every program on the desktop sees
-/// it. Each function returns when the server has done it. One thread.
+/// Moves a test desktop's pointer and presses its buttons; every program on the desktop sees it. Each function returns
+/// when the server has processed it. One thread.
 class ScriptedPointer {
   public:
     explicit ScriptedPointer(const std::string& displayName);
@@ -16,8 +16,7 @@ class ScriptedPointer {
     ScriptedPointer(const ScriptedPointer&) = delete;
     ScriptedPointer& operator=(const ScriptedPointer&) = delete;
 
-    /// In pixels of the whole desktop. Each returns the host clock (seconds) at a moment when the server had not yet
-    /// been asked.
+    /// In pixels of the whole desktop. Each returns the host clock (seconds) from before its request.
     double moveTo(int x, int y);
     /// 1 left, 2 middle, 3 right, 4 to 7 a wheel's notches up, down, left and right.
     double press(int button);
@@ -25,7 +24,7 @@ class ScriptedPointer {
     /// Press and release.
     double click(int button);
 
-    /// What the buttons mean, the first one first.
+    /// Sets the logical button of each physical button, from the first on.
     void setMapping(const std::string& mapping);
 
   private:

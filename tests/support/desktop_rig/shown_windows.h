@@ -14,7 +14,7 @@ struct ShownWindow {
     int height = 0;
 };
 
-/// The window with this title, if one can be seen: with a window manager's frame around it or without.
+/// The visible window with this title, if there is one, with or without a window manager's frame.
 std::optional<ShownWindow> shownWindow(const std::string& displayName, const std::string& title);
 
 }  // namespace lumivastor

@@ -9,20 +9,20 @@
 
 namespace lumivastor {
 
-/// A Wayland desktop of the test's own that nobody sees, and the X server for X11 programs on it: Weston without a
-/// screen, and Xwayland. With sockets in a temporary folder and the next free display number, so that any number of
-/// them run beside each other. Everything ends with the object. One thread.
+/// A Wayland desktop for one test (Weston without a screen) and the X server for X11 programs on it (Xwayland). Its
+/// sockets are in a temporary folder and it takes the next free display number, so any number of rigs can run at once.
+/// Destruction ends everything. One thread.
 class XwaylandRig {
   public:
-    /// Started and ready. Throws std::runtime_error that says what is missing.
+    /// Returns when it is ready. Throws std::runtime_error that says what is missing.
     XwaylandRig();
     ~XwaylandRig();
     XwaylandRig(const XwaylandRig&) = delete;
     XwaylandRig& operator=(const XwaylandRig&) = delete;
 
-    /// Of the X server, as for DISPLAY.
+    /// The X server's name for DISPLAY.
     const std::string& displayName() const { return displayName_; }
-    /// What programs of such a session find.
+    /// The environment of a program in such a session.
     std::map<std::string, std::string> environment() const;
 
   private:
