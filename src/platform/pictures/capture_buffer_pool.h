@@ -14,13 +14,13 @@ namespace lumivastor::platform {
 /// The pictures of a capture stream: a fixed number of buffers that are used again and again. Each remembers what has
 /// changed since it was last brought up to date, so that a small change costs little however large the picture is. One
 /// thread, except that pictures may be released on any, also after the store's destruction.
-class PictureStore {
+class CaptureBufferPool {
   public:
     /// `depth` is the number of pictures that clients may hold at once. All begin opaque and black.
-    PictureStore(PictureSize size, int depth);
-    ~PictureStore();
-    PictureStore(const PictureStore&) = delete;
-    PictureStore& operator=(const PictureStore&) = delete;
+    CaptureBufferPool(PictureSize size, int depth);
+    ~CaptureBufferPool();
+    CaptureBufferPool(const CaptureBufferPool&) = delete;
+    CaptureBufferPool& operator=(const CaptureBufferPool&) = delete;
 
     /// False while clients hold `depth` pictures.
     bool canTake() const;
