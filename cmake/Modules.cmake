@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 
-# One static library for each folder below src, with the tests beside its code.
+# One static library for each folder below src, with the tests that stand beside its code.
 
 # Flags that all of our own code is built with.
 add_library(lumi_options INTERFACE)
@@ -8,9 +8,10 @@ target_compile_features(lumi_options INTERFACE cxx_std_20)
 target_include_directories(lumi_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(lumi_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
-  # GCC 12 warns of overlaps in std::string's operator+ that do not exist (GCC bug 105651).
-  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
-  # Some libraries require it, and precompiled headers need the same flags everywhere.
+  # GCC 12 sees overlaps in std::string's operator+ that are not there (GCC bug 105651), and behind precompiled headers
+  # it no longer keeps two more findings in the same place to itself.
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict$<SEMICOLON>-Wno-stringop-overflow$<SEMICOLON>-Wno-array-bounds>
+  # Some libraries ask for it, and precompiled headers want the same flags everywhere.
   -pthread
   # Fused multiply-add would make results depend on the machine.
   -ffp-contract=off)
@@ -18,7 +19,7 @@ target_link_libraries(lumi_options INTERFACE Threads::Threads)
 if(LUMI_SANITIZE)
   target_compile_options(lumi_options INTERFACE -fsanitize=${LUMI_SANITIZE} -fno-omit-frame-pointer
     -fno-sanitize-recover=all
-    # With sanitizers GCC 12 reports std::regex as uninitialized (GCC bug 105562). The release build keeps the warning.
+    # Sanitized, GCC 12 takes std::regex for uninitialized (GCC bug 105562). The release build keeps the warning.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(lumi_options INTERFACE -fsanitize=${LUMI_SANITIZE})
 endif()
@@ -26,13 +27,12 @@ if(LUMI_FUZZERS)
   target_compile_options(lumi_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# Headers that most sources include, compiled once. Sources still include what they need, because the debug preset does
-# not precompile.
+# What most sources include, compiled once. Sources include what they need nevertheless: the debug preset builds without.
 option(LUMI_PRECOMPILED_HEADERS "Compile the headers that most sources include once" ON)
 set(LUMI_COMMON_HEADERS <algorithm> <array> <atomic> <chrono> <cmath> <condition_variable> <cstddef> <cstdint> <deque>
   <exception> <filesystem> <functional> <map> <memory> <mutex> <new> <optional> <set> <span> <stop_token> <string>
   <string_view> <thread> <utility> <variant> <vector>)
-# Precompiles the headers that other targets reuse with lumi_precompiled.
+# Makes the headers that other targets take over with lumi_precompiled.
 function(lumi_precompile target)
   if(LUMI_PRECOMPILED_HEADERS)
     target_precompile_headers(${target} PRIVATE ${LUMI_COMMON_HEADERS} ${ARGN})
@@ -45,16 +45,16 @@ function(lumi_precompiled target from)
   endif()
 endfunction()
 
-# Options of all targets for tests. Tests' own code is quick, and optimizing it fully would take a third of its compile
-# time. All targets are position-independent in the same way, because precompiled headers require that.
+# Options of everything that is built for tests. What tests themselves do is quick; optimizing it fully is a third of the
+# time that compiling them takes. All of it is position-independent in the same way, as precompiled headers ask for.
 function(lumi_test_options target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1> -fPIC)
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 endfunction()
 
-# Test binaries use our own main (tests/support), which gives each of them its own home folder.
-# ALONE names tests, in Google Test's filter form, that run without others beside them: those that check real servers'
-# deliveries to the millisecond, and those that drive the program at a person's pace.
+# Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
+# ALONE names tests, in Google Test's filter form, beside which no others run: those that hold what real servers handed
+# over to the milliseconds at which it was shown, and those that work the program by hand, at a person's pace.
 function(lumi_test_binary name)
   cmake_parse_arguments(ARG "" "ALONE" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -94,15 +94,15 @@ function(lumi_layer_links folder result)
 endfunction()
 
 # lumi_module(name PRIVATE libraries... PUBLIC libraries... ALONE tests)
-# Adds the library of the calling folder, with its tests. Sources, headers and tests are found by name: *_test.cpp is a
-# test, *_main.cpp a program's, everything else belongs to the library.
-# PRIVATE libraries are used by its sources only, PUBLIC ones also by its headers. src/layers.txt lists the other
-# folders that it links. ALONE as above.
+# The library of the folder where this stands, with its tests. Sources, headers and tests are found by their names:
+# *_test.cpp is a test, *_main.cpp a program's, everything else belongs to the library.
+# PRIVATE is what only its sources use, PUBLIC what its headers show. What other folders it links, src/layers.txt says.
+# ALONE as above.
 function(lumi_module name)
   cmake_parse_arguments(ARG "" "ALONE" "PUBLIC;PRIVATE" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS *.h)
-  # A subfolder with its own CMakeLists.txt is a module of its own.
+  # A folder below with a list of its own is a module of its own.
   file(GLOB_RECURSE nested RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} */CMakeLists.txt)
   foreach(list IN LISTS nested)
     get_filename_component(folder ${list} DIRECTORY)

@@ -59,7 +59,7 @@ bool isLeftover(std::string_view name, std::string_view beginning) {
     return digits.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
-// Deletes files beside `path` that a crash has left. One that is being written is locked.
+// Files beside `path` that a crash has left.
 void removeLeftovers(const fs::path& path) {
     const std::string beginning = beginningFor(path);
     removeAbandoned(folderOf(path), [&](std::string_view name) {
@@ -137,7 +137,7 @@ void FileReplacement::createBeside() {
 // Everything is written, and on the disk if that is asked for.
 std::error_code FileReplacement::complete() {
     if (old_) {
-        // Only the superuser may change a file's owner, and only then the owner differs.
+        // Only the superuser may give files away, and only then there is somebody else to give it to.
         static_cast<void>(::fchown(hold_.get(), old_->owner, old_->group) == 0);
         if (::fchmod(hold_.get(), old_->mode) != 0) return systemError(errno);
     }

@@ -39,7 +39,7 @@ TEST_F(CapturePlans, ADisplayIsCapturedWholeInItsPixels) {
     EXPECT_EQ(configuration.height, 720);
     EXPECT_EQ(configuration.minimumFrameInterval, 1.0 / 30);
     EXPECT_EQ(configuration.queueDepth, 6);
-    EXPECT_LT(media::VideoWriterInput::kMostLivePictures, configuration.queueDepth)
+    EXPECT_LT(media::VideoWriterInput::kMaximumLivePictures, configuration.queueDepth)
         << "a slow encoder's pictures are counted";
     EXPECT_FALSE(configuration.sourceRect.has_value());
     EXPECT_TRUE(configuration.capturesAudio);

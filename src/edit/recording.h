@@ -38,8 +38,8 @@ struct Recording {
 /// focus key, or times, positions or scales that are no such thing.
 void checkZooms(const model::ProjectSettings& settings);
 
-/// The maximum number of masks of a project, far above real use: each mask costs time and memory in every frame.
-inline constexpr std::size_t kMostMasks = 1000;
+/// The most masks of a project: nobody draws more, and each of them costs time and memory in every frame.
+inline constexpr std::size_t kMaximumMasks = 1000;
 
 /// Throws `RecorderError` when a project document has more masks than `kMaximumMasks`.
 void checkMasks(const model::ProjectSettings& settings);

@@ -7,9 +7,13 @@
 
 namespace lumivastor {
 
-/// Waits until the condition is true; returns false after `timeout` seconds.
-template <typename Done>
-bool await(double timeout, Done done) {
+/// How long tests wait for what a machine that works does soon, in seconds. Long, so that a busy one passes, too.
+inline constexpr double kPatience = 60;
+
+/// Waits until `done()` is true; false when that takes longer than `timeout` seconds. `turn` runs between two looks: it
+/// rests for a moment, or runs an event loop that long.
+template <typename Done, typename Turn>
+bool await(double timeout, Done done, Turn turn) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
     while (!done()) {
         if (std::chrono::steady_clock::now() > until) return false;

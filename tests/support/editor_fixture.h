@@ -18,7 +18,7 @@
 
 namespace lumivastor {
 
-/// An editor's window on a small recording with three clicks, driven with pointer and keys.
+/// An editor's window on a small recording with three clicks, operated with pointer and keys.
 class EditorFixture : public ExportFixture {
   protected:
     static constexpr double kSeconds = 6;
@@ -49,7 +49,7 @@ class EditorFixture : public ExportFixture {
     /// Drags a slider's handle to a fraction of its way, in several steps.
     void drag(const char* slider, double part);
     std::string textOf(const char* label);
-    /// The values of the controls, the window's labels and the selection: all that undo must restore.
+    /// The values of the controls, the window's labels and the list of zooms: everything that undo restores.
     std::string everythingShown();
 
     ui::QtMainLoop loop_;
@@ -58,7 +58,7 @@ class EditorFixture : public ExportFixture {
     std::filesystem::path opened_;
     int closed_ = 0;
     int newRecordings_ = 0;
-    std::weak_ptr<void> awake_;  // alive while the window keeps the machine awake
+    std::weak_ptr<void> awake_;  // while the window wants the machine to stay awake
 };
 
 }  // namespace lumivastor

@@ -22,7 +22,7 @@ namespace lumivastor {
 /// The source picture alone, filling a canvas.
 render::FrameMaker sourceFilling(PixelSize canvas);
 
-/// A small recording folder that tests fill, change, export and examine.
+/// A small recording folder that tests fill, change, export and look at again.
 class ExportFixture : public testing::Test {
   protected:
     /// The size of the source pictures, and of the canvas unless a test says otherwise.
@@ -34,14 +34,14 @@ class ExportFixture : public testing::Test {
     void makeRecording(double seconds);
     /// The webcam movie: numbered pictures at 30 a second, from source time `offset` on.
     void makeWebcam(int pictures, double offset, bool indexFirst = false);
-    /// Overwrites a part of a file, given as fractions of its length, with noise.
+    /// Noise over a part of a file, given as fractions of its length.
     void damage(const std::string& name, double from, double to);
 
-    /// Saves the present documents and opens the folder.
-    std::unique_ptr<edit::Composition> open(edit::CanvasSize canvas = kSize);
+    /// Saves the documents as they stand and opens the folder.
+    std::unique_ptr<edit::Composition> open(PixelSize canvas = kSize);
     render::RenderResult render(const render::RenderOptions& options = {},
                                 const render::FrameMaker& makeFrame = sourceFilling(kSize));
-    /// The message of the export's error.
+    /// What the export's error says.
     std::string messageOf(const render::RenderOptions& options = {},
                           const render::FrameMaker& makeFrame = sourceFilling(kSize));
 
@@ -52,7 +52,7 @@ class ExportFixture : public testing::Test {
     /// Every frame of the export shows what the cut timeline says.
     void expectCutTimeline(std::size_t frames) const;
 
-    /// The log lines of this test.
+    /// What this test has logged.
     std::string logText() const;
     static int count(const std::string& text, const std::string& part);
 

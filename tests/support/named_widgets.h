@@ -18,8 +18,8 @@
 
 namespace lumivastor {
 
-/// Whether a widget needs a name for assistive programs: not plain containers, Qt's internal widgets, and labels
-/// without text.
+/// Whether assistive programs read a widget. They do not read plain containers, Qt's internal widgets, and labels
+/// without a text.
 inline bool isForPeople(const QWidget& widget) {
     if (widget.objectName().startsWith("qt_") || !widget.isVisible()) return false;
     if (const auto* label = dynamic_cast<const QLabel*>(&widget)) return !label->text().isEmpty();
@@ -30,7 +30,8 @@ inline bool isForPeople(const QWidget& widget) {
            dynamic_cast<const QScrollBar*>(&widget) == nullptr;
 }
 
-/// Checks that a window and all its visible widgets have names for assistive programs. Returns the number of widgets.
+/// Expects a name for assistive programs of every visible widget of a window, and of the window itself. Returns their
+/// number.
 inline int expectEverythingIsNamed(const QWidget& window) {
     int count = 0;
     auto all = window.findChildren<QWidget*>();

@@ -83,7 +83,7 @@ void RecorderRig::record(double seconds, int width, int height) {
         desktop_.emitScreen({status, loop_.now(), emitted.back()});
         loop_.advance(kInterval);
         // The picture has been encoded when no other reference is left; its place is free a moment later.
-        if (static_cast<int>(emitted.size()) < media::VideoWriterInput::kMostLivePictures - 1) continue;
+        if (static_cast<int>(emitted.size()) < media::VideoWriterInput::kMaximumLivePictures - 1) continue;
         ASSERT_TRUE(await(30, [&] { return emitted.front().use_count() == 1; }));
         emitted.pop_front();
     }

@@ -20,7 +20,7 @@ namespace {
 class WebcamRecorders : public RecorderRig {
   protected:
     // As many as the writer keeps: they come at once here, and what an encoder is not done with in time is dropped.
-    static constexpr int kPictures = media::VideoWriterInput::kMostLivePictures;
+    static constexpr int kPictures = media::VideoWriterInput::kMaximumLivePictures;
 
     WebcamRecorders() {
         std::filesystem::create_directories(folder_);

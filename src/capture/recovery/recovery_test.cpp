@@ -184,7 +184,7 @@ TEST_F(Recoveries, ADevicesRecordingComesBack) {
         DeviceRecorder recorder(services_, device->description(), {}, folder_);
         recorder.start();
         ASSERT_TRUE(loop_.runUntil([&device] { return device->isRunning(); }));
-        for (int i = 0; i < media::VideoWriterInput::kMostLivePictures; ++i) {
+        for (int i = 0; i < media::VideoWriterInput::kMaximumLivePictures; ++i) {
             device->emitPicture(1000.25 + i, picture(160, 120, 20 + i));
             ASSERT_TRUE(loop_.runUntil([&] { return recorder.snapshot().framesWritten > i; }));
         }

@@ -19,7 +19,7 @@ struct PixelSize {
 
 /// The largest rectangle with the canvas's aspect ratio in a view, in pixels of the view, origin top-left. Its edges
 /// are whole pixels, so that a frame of its size is shown pixel by pixel.
-Rect shownCanvas(PixelSize view, edit::CanvasSize canvas);
+Rect shownCanvas(PixelSize view, PixelSize canvas);
 
 /// A rectangle of the view (origin top-left, in the unit of `shown`) in canvas pixels (origin bottom-left). It may
 /// reach beyond the canvas.

@@ -18,7 +18,7 @@ class PreviewView final : public QWidget {
     explicit PreviewView(QWidget* parent = nullptr);
 
     /// The canvas gives the aspect ratio of the shown area.
-    void setCanvas(edit::CanvasSize canvas);
+    void setCanvas(PixelSize canvas);
     void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame);
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& frame() const { return frame_; }
 

@@ -23,7 +23,7 @@ namespace lumivastor::editor {
 class StudioPreview {
   public:
     /// The canvas of the largest export, so that no preview is enlarged.
-    static constexpr edit::CanvasSize kCanvas{3840, 2160};
+    static constexpr PixelSize kCanvas{3840, 2160};
 
     /// The whole screen movie, the webcam at its offset, all sound. Throws `RecorderError` when the recording has no
     /// length or an impossible frame rate.

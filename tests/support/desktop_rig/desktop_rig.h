@@ -22,8 +22,8 @@ struct RigMonitor {
     bool isPrimary = false;
 };
 
-/// A display server for one test, with a window manager on request. Destruction ends all of it. It has one connection
-/// for what tests do to the whole desktop. One thread.
+/// A display server of a test's own, with a window manager if wanted; all of it goes with the object. It keeps one
+/// connection for what tests do to the desktop as a whole. One thread.
 class DesktopRig {
   public:
     struct Options {
@@ -37,7 +37,7 @@ class DesktopRig {
     DesktopRig(const DesktopRig&) = delete;
     DesktopRig& operator=(const DesktopRig&) = delete;
 
-    /// The server's name for DISPLAY.
+    /// As DISPLAY takes it.
     const std::string& displayName() const { return displayName_; }
     xcb_connection_t* connection() const { return connection_; }
     std::uint32_t root() const { return root_; }
@@ -46,19 +46,19 @@ class DesktopRig {
     /// Splits the screen into these monitors; the first of them takes over the screen's own.
     void setMonitors(const std::vector<RigMonitor>& monitors);
     void removeMonitor(const std::string& name);
-    /// Gives a monitor, but not the first one, another place or size. Clients never see the desktop without it.
+    /// Gives a monitor another place or size; nobody sees the desktop without it. Not for the first of them.
     void moveMonitor(const RigMonitor& monitor);
-    /// Sets Xft.dpi in the resource database, as desktops do.
+    /// What desktops write into the resource database as Xft.dpi.
     void setDotsPerInch(int dotsPerInch);
-    /// Changes the size of the screen like a change of resolution. Not larger than at the start.
+    /// Another size of the screen, as a change of resolution makes it. Not larger than at the start.
     void setScreenSize(int width, int height);
     /// Paints the background in one colour, 0xRRGGBB. With `leavesPixmap` as programs for backgrounds do, which leave
     /// the picture for others.
     void paintRoot(std::uint32_t color, bool leavesPixmap = false);
-    /// Ends the server at once, like a crash. No other server gets its number while the rig lives.
+    /// Ends the server at once, as a crash does. No other server gets its number while the rig lives.
     void killServer();
 
-    /// Returns when the server has processed all requests of this connection.
+    /// Returns when the server has dealt with everything that was asked of it over this connection.
     void sync() const;
 
   private:
@@ -74,8 +74,5 @@ class DesktopRig {
     xcb_connection_t* connection_ = nullptr;
     std::uint32_t root_ = 0;
 };
-
-/// Waits until the condition is true; returns false after a time that only a broken machine needs.
-bool waitFor(const std::function<bool()>& isSo);
 
 }  // namespace lumivastor
