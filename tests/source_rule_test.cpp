@@ -42,20 +42,29 @@ TEST(SourceRule, EverySourceSaysItsLicence) {
 // without a name belongs to its source alone.
 std::map<std::string, std::vector<std::string>> definedTypes() {
     static const std::regex opens("^(?:inline )?namespace ?([\\w:]*) \\{$");
+    static const std::regex declares("^(?:class|struct|enum class) [\\w: ]+;$");
     static const std::regex closes("^\\}  // namespace.*");
     static const std::regex defines("^(?:class|struct|union|enum|enum class) (\\w+)(?: final)?(?: ?:[^:].*)? ?\\{.*");
     std::map<std::string, std::vector<std::string>> types;
     for (const auto& source : sourcesBelow({"src"})) {
         std::vector<std::string> namespaces;
+        // A block of forward declarations, which ends without saying so.
+        bool onlyDeclares = false;
         std::istringstream text(readText(source));
         for (std::string line; std::getline(text, line);) {
             std::smatch match;
             if (std::regex_match(line, match, opens)) {
                 namespaces.push_back(match[1]);
-            } else if (std::regex_match(line, match, closes)) {
+                onlyDeclares = true;
+            } else if (onlyDeclares && std::regex_match(line, declares)) {
+                continue;
+            } else if (std::regex_match(line, match, closes) || (onlyDeclares && line == "}")) {
+                onlyDeclares = false;
                 EXPECT_FALSE(namespaces.empty()) << source << ": " << line;
                 if (!namespaces.empty()) namespaces.pop_back();
-            } else if (std::regex_match(line, match, defines)) {
+            } else {
+                onlyDeclares = onlyDeclares && line.empty();
+                if (!std::regex_match(line, match, defines)) continue;
                 std::string name;
                 bool isPrivate = false;
                 for (const auto& each : namespaces) {

@@ -9,7 +9,7 @@
 namespace lumivastor {
 namespace {
 using Clock = std::chrono::steady_clock;
-}
+}  // namespace
 
 /// The timers in force. Outlives the loop as long as a timer does.
 struct BlockingMainLoop::Schedule {
