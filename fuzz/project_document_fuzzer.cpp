@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             last = key.t;
         }
         if (!(state->zoomEngine->camera(1.5).scale >= 1)) std::abort();
-        for (const edit::KeptSegment& segment : state->keptSegments) {
+        for (const Interval& segment : state->keptSegments) {
             if (!(segment.start >= 0 && segment.start < segment.end && segment.end <= info.duration)) std::abort();
         }
         if (!(state->outputDuration >= 0 && state->outputDuration <= info.duration * 1.0001)) std::abort();

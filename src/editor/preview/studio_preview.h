@@ -13,37 +13,37 @@
 
 namespace lumivastor::editor {
 
-/// The studio preview of a recording: the item that a player shows, and its parts that change with edits. Its timeline
-/// is the whole recording: seeks reach parts that are cut away, but playing jumps over them.
+/// The studio preview of a recording: what a player shows of it, and what changes in that with every edit. Its timeline
+/// is the recording's own: what is cut away is there and can be sought, but playing jumps over it.
 ///
-/// All frames have one canvas. So the player's item stays when the export's size, and with it the composition's canvas,
-/// changes.
+/// All frames have one canvas, so that the player's item stays when the export's size, and with it the composition's
+/// canvas, changes.
 ///
-/// One thread. The compositors may be called on any thread, and may outlive the preview.
+/// One thread; the compositors that it gives out may be called on any, and outlive it.
 class StudioPreview {
   public:
-    /// The canvas of the largest export, so that no preview is enlarged.
+    /// That of the largest export, so that none is blown up.
     static constexpr PixelSize kCanvas{3840, 2160};
 
     /// The whole screen movie, the webcam at its offset, all sound. Throws `RecorderError` when the recording has no
     /// length or an impossible frame rate.
     StudioPreview(std::shared_ptr<const edit::Composition> composition, const render::RecordingAssets& assets);
 
-    /// Sets another composition of the same recording. Frames requested from now on show it.
+    /// Another composition of the same recording is in force. Frames that are asked for from now on are its own.
     void setComposition(std::shared_ptr<const edit::Composition> composition);
 
-    /// Everything that a player needs, with the settings now in force.
+    /// Everything that a player needs, with the settings in force.
     playback::PlayerItem item() const;
 
-    // The parts of the item that depend on settings. The owner passes them to the player after each edit.
+    // What settings change, to be given to the player anew.
 
-    /// Composes each frame with the settings in force at that moment. A player that gets a new compositor shows the
-    /// current frame with the new settings at once.
+    /// Composes frames with whatever is in force at that moment. Giving the player another of these makes it show new
+    /// settings at once.
     playback::VideoCompositor compositor() const;
-    /// The volumes of the settings.
+    /// The volumes that the settings ask for.
     std::vector<media::AudioMixInput> audioMix() const;
-    /// The kept segments, which are what is played.
-    std::vector<playback::PlayedRange> playedRanges() const;
+    /// The kept segments, which is what playing goes through.
+    std::vector<Interval> playedRanges() const;
 
   private:
     class LiveComposition;
