@@ -14,12 +14,12 @@
 #include "media/reading/asset_reader.h"
 #include "model/pointer_track.h"
 #include "support/await.h"
-#include "support/recorder_rig.h"
+#include "support/recording_rig.h"
 
 namespace lumivastor::capture {
 namespace {
 
-class DeviceRecorders : public RecorderRig {
+class DeviceRecorders : public RecordingRig {
   protected:
     DeviceRecorders() {
         device_->setActiveFormat({160, 120});
@@ -30,8 +30,7 @@ class DeviceRecorders : public RecorderRig {
 
     DeviceRecorder& make() {
         recorder_ = std::make_unique<DeviceRecorder>(services_, device_->description(), options_, folder_);
-        recorder_->onStreamError([this](const RecorderError& error) { streamErrors_.push_back(error.message()); });
-        recorder_->onNotice([this](const std::string& sentence) { notices_.push_back(sentence); });
+        listenTo(*recorder_);
         return *recorder_;
     }
     // Until the devices run, which they do in the background.
@@ -40,35 +39,11 @@ class DeviceRecorders : public RecorderRig {
         ASSERT_TRUE(loop_.runUntil([this] { return device_->isRunning(); }));
     }
 
-    DeviceRecorder::Outcome stopped() {
-        std::optional<DeviceRecorder::Outcome> outcome;
-        recorder_->stop([&outcome](const DeviceRecorder::Outcome& given) { outcome = given; });
-        EXPECT_TRUE(loop_.runUntil([&outcome] { return outcome.has_value(); }));
-        return outcome.value_or(RecorderError("never completed"));
-    }
-    DeviceRecorder::Stats statsOf(const DeviceRecorder::Outcome& outcome) {
-        if (const auto* error = std::get_if<RecorderError>(&outcome)) ADD_FAILURE() << error->message();
-        const auto* stats = std::get_if<DeviceRecorder::Stats>(&outcome);
-        return stats == nullptr ? DeviceRecorder::Stats{} : *stats;
-    }
-    std::string errorOf(const DeviceRecorder::Outcome& outcome) {
-        const auto* error = std::get_if<RecorderError>(&outcome);
-        return error == nullptr ? "no error" : error->message();
-    }
-
+    RecordingJob::Outcome stopped() { return RecordingRig::stopped(*recorder_); }
+    std::string backgroundStartError() { return RecordingRig::backgroundStartError(*recorder_); }
     std::shared_ptr<synthetic::SyntheticDevice> useCamera() {
-        auto camera = std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
-        devices_.setDefaultCamera(camera);
         options_.webcam = true;
-        return camera;
-    }
-
-    // What the start in the background told, once it has.
-    std::string backgroundStartError() {
-        std::optional<std::optional<RecorderError>> told;
-        recorder_->start([&told](const std::optional<RecorderError>& error) { told = error; });
-        EXPECT_TRUE(loop_.runUntil([&told] { return told.has_value(); }));
-        return told && *told ? (*told)->message() : "no error";
+        return plugInCamera();
     }
 
     // Until the recorder has written it.
@@ -84,8 +59,6 @@ class DeviceRecorders : public RecorderRig {
         std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"mic", "Mikrofon", false, 1});
     DeviceRecorder::Options options_;
     std::unique_ptr<DeviceRecorder> recorder_;
-    std::vector<std::string> streamErrors_;
-    std::vector<std::string> notices_;
 };
 
 TEST_F(DeviceRecorders, ADeviceBecomesARecordingLikeAnyOther) {
@@ -117,7 +90,7 @@ TEST_F(DeviceRecorders, ADeviceBecomesARecordingLikeAnyOther) {
     EXPECT_FALSE(info.webcamOffset.has_value());
     const model::PointerTrack track = model::PointerTrack::load(folder_);
     EXPECT_EQ(track, model::PointerTrack());
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
+    EXPECT_FALSE(exists("journal"));
 }
 
 TEST_F(DeviceRecorders, TheMovieLastsUntilTheStopAlthoughNothingNewCame) {
@@ -186,8 +159,8 @@ TEST_F(DeviceRecorders, WithoutAnyPictureThereIsNoRecording) {
     camera->emitPicture(998.75);
     device_->emitSound({1000, 48000, 2, std::vector<float>(960)});
     EXPECT_EQ(errorOf(stopped()), "Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "capture.json"));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "pointer.json"));
+    EXPECT_FALSE(exists("capture.json"));
+    EXPECT_FALSE(exists("pointer.json"));
     EXPECT_FALSE(std::filesystem::exists(folder_)) << "neither its folder nor the camera's movie";
     EXPECT_FALSE(camera->isRunning());
 }
@@ -196,7 +169,7 @@ TEST_F(DeviceRecorders, WhatSomebodyElsePutThereStays) {
     temporary_.write("recording/notizen.txt", "x");
     start();
     EXPECT_NE(errorOf(stopped()), "no error");
-    EXPECT_TRUE(std::filesystem::exists(folder_ / "notizen.txt"));
+    EXPECT_TRUE(exists("notizen.txt"));
 }
 
 TEST_F(DeviceRecorders, ADeviceWithoutSoundIsSaidAtTheStart) {
@@ -257,10 +230,8 @@ TEST_F(DeviceRecorders, WithoutAMicrophoneTheRestIsRecorded) {
 
 TEST_F(DeviceRecorders, WhatABackgroundStartThrowsIsAnErrorForTheOwner) {
     services_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice { throw std::bad_alloc(); };
-    std::optional<RecorderError> error;
-    make().start([&error](std::optional<RecorderError> given) { error = std::move(given); });
-    ASSERT_TRUE(loop_.runUntil([&error] { return error.has_value(); }));
-    EXPECT_EQ(error->message(), "Der Arbeitsspeicher reicht nicht.");
+    make();
+    EXPECT_EQ(backgroundStartError(), "Der Arbeitsspeicher reicht nicht.");
     EXPECT_NE(errorOf(stopped()), "no error");
 }
 
@@ -428,8 +399,8 @@ TEST_F(DeviceRecorders, AMovieThatCannotBeMadeEndsTheRecordingAtOnceWithItsReaso
     EXPECT_TRUE(streamErrors_[0].starts_with("source.mov konnte nicht angelegt werden: ")) << streamErrors_[0];
     EXPECT_EQ(errorOf(stopped()), streamErrors_[0]);
     EXPECT_EQ(streamErrors_.size(), 1u);
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "webcam.mov"));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
+    EXPECT_FALSE(exists("webcam.mov"));
+    EXPECT_FALSE(exists("journal"));
     const auto lines = log();
     EXPECT_EQ(std::count_if(
                   lines.begin(), lines.end(),
@@ -504,7 +475,7 @@ TEST_F(DeviceRecorders, OneThatIsNotStoppedEndsItsDevice) {
     emit(1000);
     recorder_.reset();
     EXPECT_FALSE(device_->isRunning());
-    EXPECT_TRUE(std::filesystem::exists(folder_ / "journal"));
+    EXPECT_TRUE(exists("journal"));
 }
 
 TEST_F(DeviceRecorders, OnlyExternalDevicesAreListed) {
