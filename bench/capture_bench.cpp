@@ -23,6 +23,7 @@
 
 #include "platform/x11/x11_desktop.h"
 #include "process_time.h"
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_program.h"
 #include "support/desktop_rig/rig_window.h"
@@ -54,7 +55,7 @@ void capture(benchmark::State& state, Scene scene) {
                                      std::to_string(isCorner ? 400 : width), std::to_string(isCorner ? 200 : height),
                                      "808080", "flash"},
             "");
-        waitFor([&] { return !desktop->shareableContent().windows.empty(); });
+        await([&] { return !desktop->shareableContent().windows.empty(); });
     }
     platform::DisplayFilter filter{desktop->shareableContent().displays.front(), {}};
     if (scene == Scene::motionWithExcluded) {
