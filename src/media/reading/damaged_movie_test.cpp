@@ -189,6 +189,35 @@ void expectRefused(const std::filesystem::path& path, const std::string& reason 
     }
 }
 
+TEST(DamagedMovie, ATrackWithoutANumberIsRefused) {
+    const TemporaryFolder folder;
+    TestMovieOptions options = movingOptions("libx264");
+    options.indexFirst = false;
+    options.fragmented = true;
+    makeTestMovie(folder / "a.mov", options);
+    const std::string whole = folder.read("a.mov");
+    const std::size_t header = whole.find("tkhd");
+    ASSERT_NE(header, std::string::npos);
+
+    std::string headless = whole;
+    headless.replace(header, 4, "free");
+    folder.write("headless.mov", headless);
+    expectRefused(folder / "headless.mov", "Eine Spur hat keine Nummer");
+
+    // The number stands behind the version, the flags and two times of four bytes.
+    std::string negative = whole;
+    ASSERT_EQ(negative[header + 4], 0);
+    negative[header + 4 + 4 + 8] = static_cast<char>(0xFF);
+    folder.write("negative.mov", negative);
+    expectRefused(folder / "negative.mov", "Eine Spur hat keine Nummer");
+
+    // A fragment inside the track, before FFmpeg has seen the track's number.
+    std::string nested = whole;
+    nested.replace(whole.find("edts"), 4, "moof");
+    folder.write("nested.mov", nested);
+    expectRefused(folder / "nested.mov", "Eine Spur hat keine Nummer");
+}
+
 TEST(DamagedMovie, WhatIsNoMovieIsRefused) {
     const TemporaryFolder folder;
     folder.write("empty.mov", "");

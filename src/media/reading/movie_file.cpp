@@ -18,6 +18,7 @@
 #include "base/system_error_text.h"
 #include "base/unique_descriptor.h"
 #include "ffmpeg/ffmpeg_support.h"
+#include "media/isobmff/track_numbers.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -101,6 +102,9 @@ MovieFile::MovieFile(const std::filesystem::path& path) : source_(std::make_uniq
     if (S_ISDIR(status.st_mode)) throwUnreadable(path, std::make_error_code(std::errc::is_a_directory));
     if (!S_ISREG(status.st_mode)) throwUnreadable(path, std::make_error_code(std::errc::not_supported));
     source_->size = status.st_size;
+    if (!tracksAreNumbered(source_->file.get(), static_cast<std::uint64_t>(status.st_size))) {
+        throw RecorderError(unreadable(path, "Eine Spur hat keine Nummer"));
+    }
     fragmented_ = source_->hasFragments();
 
     try {
