@@ -45,6 +45,9 @@ std::vector<double> beepErrors(const std::vector<double>& heard, const std::vect
 /// A flash and a beep of the same moment have to lie this close, in seconds.
 inline constexpr double kInPlace = 0.020;
 
+/// Whether the beeps of the median error were heard when they were played.
+bool areInPlace(const std::vector<double>& errors);
+
 /// Expects that beeps were heard when they were played, and that no time ran backward; prints how far off they were.
 void expectInPlace(const HeardSound& heard, const std::vector<double>& played, const char* what);
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 #include "platform/pulse/pulse_sound_system.h"
 #include "support/heard_sound.h"
 #include "support/pipewire_beeper.h"
@@ -20,13 +22,22 @@ TEST(PipeWireSound, IsHeardInPlaceOverPulseAudiosProtocolToo) {
     EXPECT_TRUE(server->isPipeWire);
     for (const bool isMicrophone : {false, true}) {
         const PipeWireBeeper beeper(rig.remote(), isMicrophone ? "micfeed" : "sysout");
-        HeardSound heard;
-        const auto source = isMicrophone ? sounds.microphone(48000) : sounds.systemAudio(48000, 2);
-        source->start(heard.handler(), heard.endHandler());
-        EXPECT_TRUE(heard.awaitBeeps(10));
-        source->stop();
-        expectInPlace(heard, beeper.beeps(),
-                      isMicrophone ? "microphone, PulseAudio's protocol" : "monitor, PulseAudio's protocol");
+        // Without priority the server loses a cycle now and then on a busy machine, here unseen: what follows then lies
+        // 11 ms beside its place until the line is found anew. A wrong clock is wrong in each try.
+        constexpr int kTries = 3;
+        bool inPlace = false;
+        for (int tries = 0; tries < kTries && !inPlace; ++tries) {
+            HeardSound heard;
+            const auto source = isMicrophone ? sounds.microphone(48000) : sounds.systemAudio(48000, 2);
+            source->start(heard.handler(), heard.endHandler());
+            EXPECT_TRUE(heard.awaitBeeps(10));
+            source->stop();
+            EXPECT_FALSE(heard.ranBackward());
+            const auto errors = beepErrors(heard.beeps(), beeper.beeps());
+            std::cout << (isMicrophone ? "microphone" : "monitor") << ": " << describeErrors(errors) << "\n";
+            inPlace = areInPlace(errors);
+        }
+        EXPECT_TRUE(inPlace) << (isMicrophone ? "microphone" : "monitor");
     }
 }
 
