@@ -19,18 +19,6 @@ constexpr double kFragmentSeconds = 0.02;
 
 }  // namespace
 
-void PulseAudioInputStream::QuestionDelete::operator()(pa_operation* question) const {
-    pa_operation_cancel(question);
-    pa_operation_unref(question);
-}
-
-void PulseAudioInputStream::StreamDelete::operator()(pa_stream* stream) const {
-    pa_stream_set_moved_callback(stream, nullptr, nullptr);
-    pa_stream_set_suspended_callback(stream, nullptr, nullptr);
-    pa_stream_disconnect(stream);
-    pa_stream_unref(stream);
-}
-
 PulseAudioInputStream::PulseAudioInputStream(const std::string& server, Kind kind, int sampleRate, int channels,
                                              platform::ClockDriftCorrector& corrector)
     : connection_(server, kConnectSeconds),
@@ -61,12 +49,8 @@ std::string PulseAudioInputStream::defaultDevice() {
 }
 
 void PulseAudioInputStream::connect() {
-    pa_sample_spec format{};
-    format.format = PA_SAMPLE_FLOAT32NE;
-    format.rate = static_cast<std::uint32_t>(sampleRate_);
-    format.channels = static_cast<std::uint8_t>(channels_);
     const char* const name = kind_ == Kind::systemAudio ? "Systemton" : "Mikrofon";
-    stream_.reset(pa_stream_new(connection_.context(), name, &format, nullptr));
+    stream_ = makeStream(connection_.context(), name, sampleRate_, channels_);
     if (!stream_) throw RecorderError("Der Ton kann nicht aufgenommen werden.");
 
     // Another device, or one that slept: latencies are other ones from here on.

@@ -7,11 +7,9 @@
 #include <string>
 
 #include "platform/pulse/pulse_connection.h"
+#include "platform/pulse/pulse_handles.h"
 #include "platform/sound/clock_drift_corrector.h"
 #include "platform/sound/live_sound_source.h"
-
-struct pa_operation;
-struct pa_stream;
 
 namespace lumivastor::pulse {
 
@@ -30,13 +28,6 @@ class PulseAudioInputStream final : public platform::AudioInputStream {
     State run(double seconds) override;
 
   private:
-    struct StreamDelete {
-        void operator()(pa_stream* stream) const;
-    };
-
-    struct QuestionDelete {
-        void operator()(pa_operation* question) const;
-    };
     /// The time at which one frame was or will be heard.
     struct Timing {
         std::int64_t frame = 0;
@@ -61,9 +52,9 @@ class PulseAudioInputStream final : public platform::AudioInputStream {
     platform::ClockDriftCorrector& corrector_;
     bool isPipeWire_ = false;
     std::string device_;
-    std::unique_ptr<pa_stream, StreamDelete> stream_;
-    std::unique_ptr<pa_operation, QuestionDelete> question_;  // the pending request
-    std::optional<Timing> timing_;                            // the latest answer
+    StreamHandle stream_;
+    OperationHandle question_;      // the pending request
+    std::optional<Timing> timing_;  // the latest answer
     std::int64_t frame_ = 0;
     bool defaultsMayHaveChanged_ = false;
 };

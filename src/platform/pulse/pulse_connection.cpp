@@ -22,19 +22,9 @@ void PulseConnection::LoopDelete::operator()(pa_mainloop* loop) const {
     pa_mainloop_free(loop);
 }
 
-void PulseConnection::ContextDelete::operator()(pa_context* context) const {
-    pa_context_set_subscribe_callback(context, nullptr, nullptr);
-    pa_context_disconnect(context);
-    pa_context_unref(context);
-}
-
 PulseConnection::PulseConnection(const std::string& server, double timeout) : loop_(pa_mainloop_new()) {
-    context_.reset(pa_context_new(pa_mainloop_get_api(loop_.get()), "LumiVastor"));
-    // Starting a server behind the user's back is not a recorder's business, and would take processes of its own.
-    if (pa_context_connect(context_.get(), server.empty() ? nullptr : server.c_str(), PA_CONTEXT_NOAUTOSPAWN, nullptr) <
-        0) {
-        throw RecorderError("Kein Tonserver gefunden.");
-    }
+    context_ = makeContext(pa_mainloop_get_api(loop_.get()));
+    if (!connectContext(context_.get(), server)) throw RecorderError("Kein Tonserver gefunden.");
     const bool done = runUntil([this] { return pa_context_get_state(context_.get()) == PA_CONTEXT_READY; }, timeout);
     if (done) return;
     throw RecorderError(isAlive() ? kSilent : "Kein Tonserver gefunden.");
@@ -63,14 +53,11 @@ bool PulseConnection::runUntil(const std::function<bool()>& done, double timeout
     return true;
 }
 
-void PulseConnection::await(pa_operation* operation) {
-    if (operation == nullptr) throw RecorderError(kSilent);
-    const bool done =
-        runUntil([&] { return pa_operation_get_state(operation) != PA_OPERATION_RUNNING; }, kAnswerSeconds);
-    // Its callback writes to the caller's variables.
-    if (!done) pa_operation_cancel(operation);
-    pa_operation_unref(operation);
-    if (!done) throw RecorderError(kSilent);
+void PulseConnection::await(pa_operation* started) {
+    // Cancelled when it is late: its callback writes to the caller's variables.
+    const OperationHandle operation(started);
+    const auto isDone = [&] { return pa_operation_get_state(operation.get()) != PA_OPERATION_RUNNING; };
+    if (!operation || !runUntil(isDone, kAnswerSeconds)) throw RecorderError(kSilent);
 }
 
 PulseConnection::Server PulseConnection::server() {

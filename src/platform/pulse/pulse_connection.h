@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-struct pa_context;
+#include "platform/pulse/pulse_handles.h"
+
 struct pa_mainloop;
-struct pa_operation;
 
 namespace lumivastor::pulse {
 
@@ -59,14 +59,11 @@ class PulseConnection {
     struct LoopDelete {
         void operator()(pa_mainloop* loop) const;
     };
-    struct ContextDelete {
-        void operator()(pa_context* context) const;
-    };
 
-    void await(pa_operation* operation);
+    void await(pa_operation* started);
 
     std::unique_ptr<pa_mainloop, LoopDelete> loop_;
-    std::unique_ptr<pa_context, ContextDelete> context_;
+    ContextHandle context_;
     std::function<void()> serverChanged_;
 };
 

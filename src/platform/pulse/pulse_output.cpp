@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "base/host_clock.h"
+#include "platform/pulse/pulse_handles.h"
 #include "platform/sound/smooth_clock.h"
 
 namespace lumivastor::pulse {
@@ -53,29 +54,6 @@ struct LoopDelete {
     }
 };
 
-struct ContextDelete {
-    void operator()(pa_context* context) const {
-        pa_context_set_state_callback(context, nullptr, nullptr);
-        pa_context_disconnect(context);
-        pa_context_unref(context);
-    }
-};
-
-void silence(pa_stream* stream) {
-    pa_stream_set_state_callback(stream, nullptr, nullptr);
-    pa_stream_set_write_callback(stream, nullptr, nullptr);
-    pa_stream_set_started_callback(stream, nullptr, nullptr);
-    pa_stream_set_latency_update_callback(stream, nullptr, nullptr);
-}
-
-struct StreamDelete {
-    void operator()(pa_stream* stream) const {
-        silence(stream);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
-    }
-};
-
 // Locks the loop: its thread runs no callback meanwhile. Not on that thread.
 class Hold {
   public:
@@ -87,10 +65,6 @@ class Hold {
   private:
     pa_threaded_mainloop* const loop_;
 };
-
-void forget(pa_operation* operation) {
-    if (operation != nullptr) pa_operation_unref(operation);
-}
 
 // The connection stays from run to run; each run has its own stream, so that stopping drops what was not heard. Between
 // runs a stopped ("resting") stream keeps its sink in short blocks. An idle sink without a device works in blocks of
@@ -157,19 +131,14 @@ class PulseOutput final : public platform::SoundOutput {
         double host = 0;
         double device = 0;
     };
-    using Stream = std::unique_ptr<pa_stream, StreamDelete>;
 
     bool isRunning() const { return state_ != State::stopped; }
 
     void connect() {
-        context_.reset(pa_context_new(pa_threaded_mainloop_get_api(loop_.get()), "LumiVastor"));
+        context_ = makeContext(pa_threaded_mainloop_get_api(loop_.get()));
         pa_context_set_state_callback(
             context_.get(), [](pa_context*, void* self) { static_cast<PulseOutput*>(self)->contextChanged(); }, this);
-        // Starting a server behind the user's back is not a player's business.
-        const char* const server = server_.empty() ? nullptr : server_.c_str();
-        if (pa_context_connect(context_.get(), server, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
-            lose("Kein Tonserver gefunden.");
-        }
+        if (!connectContext(context_.get(), server_)) lose("Kein Tonserver gefunden.");
     }
 
     void contextChanged() {
@@ -178,7 +147,7 @@ class PulseOutput final : public platform::SoundOutput {
             if (isRunning()) {
                 openStream();
             } else {
-                resting_ = makeStream();
+                resting_ = makePlaybackStream();
                 if (resting_ && !connectStream(resting_.get())) resting_.reset();
             }
         }
@@ -187,12 +156,8 @@ class PulseOutput final : public platform::SoundOutput {
         }
     }
 
-    Stream makeStream() {
-        pa_sample_spec format{};
-        format.format = PA_SAMPLE_FLOAT32NE;
-        format.rate = kRate;
-        format.channels = kFormat.channels;
-        return Stream(pa_stream_new(context_.get(), "Vorschau", &format, nullptr));
+    StreamHandle makePlaybackStream() {
+        return makeStream(context_.get(), "Vorschau", kRate, static_cast<int>(kFormat.channels));
     }
 
     static bool connectStream(pa_stream* stream) {
@@ -204,7 +169,7 @@ class PulseOutput final : public platform::SoundOutput {
     }
 
     void openStream() {
-        stream_ = makeStream();
+        stream_ = makePlaybackStream();
         if (!stream_) return lose(kUnplayable);
         pa_stream_set_state_callback(
             stream_.get(), [](pa_stream*, void* self) { static_cast<PulseOutput*>(self)->streamChanged(); }, this);
@@ -227,7 +192,7 @@ class PulseOutput final : public platform::SoundOutput {
     }
 
     // Requests the server's position; `answered` receives it.
-    void ask() { forget(pa_stream_update_timing_info(stream_.get(), nullptr, nullptr)); }
+    void ask() { release(pa_stream_update_timing_info(stream_.get(), nullptr, nullptr)); }
 
     void answered() {
         const pa_timing_info* const info = pa_stream_get_timing_info(stream_.get());
@@ -249,7 +214,7 @@ class PulseOutput final : public platform::SoundOutput {
         state_ = State::flowing;
         dropped_ = written_;
         write(pa_stream_writable_size(stream_.get()));
-        forget(pa_stream_cork(stream_.get(), 0, nullptr, nullptr));
+        release(pa_stream_cork(stream_.get(), 0, nullptr, nullptr));
     }
 
     void beginLead(double length) {
@@ -367,10 +332,10 @@ class PulseOutput final : public platform::SoundOutput {
         client_ = {};
         if (!stream_) return;
         // The stream rests from now on: sound that was not heard is dropped.
-        silence(stream_.get());
+        removeCallbacks(stream_.get());
         if (pa_stream_get_state(stream_.get()) == PA_STREAM_READY) {
-            forget(pa_stream_cork(stream_.get(), 1, nullptr, nullptr));
-            forget(pa_stream_flush(stream_.get(), nullptr, nullptr));
+            release(pa_stream_cork(stream_.get(), 1, nullptr, nullptr));
+            release(pa_stream_flush(stream_.get(), nullptr, nullptr));
             resting_ = std::move(stream_);
         }
         stream_.reset();
@@ -380,11 +345,11 @@ class PulseOutput final : public platform::SoundOutput {
 
     const std::string server_;
     const std::unique_ptr<pa_threaded_mainloop, LoopDelete> loop_;
-    std::unique_ptr<pa_context, ContextDelete> context_;  // null: not connected
-    Stream stream_;                                       // null: not playing
-    Stream resting_;                                      // null: playing, or not connected
-    pa_time_event* watch_ = nullptr;                      // while running
-    pa_time_event* leadTimer_ = nullptr;                  // in the lead
+    ContextHandle context_;               // null: not connected
+    StreamHandle stream_;                 // null: not playing
+    StreamHandle resting_;                // null: playing, or not connected
+    pa_time_event* watch_ = nullptr;      // while running
+    pa_time_event* leadTimer_ = nullptr;  // in the lead
     Client client_;
     State state_ = State::stopped;
     double begun_ = 0;      // host seconds
