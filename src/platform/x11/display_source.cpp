@@ -117,7 +117,7 @@ void DisplaySource::followDisplay(platform::DamageArea& damage) {
 bool DisplaySource::paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
     std::vector<XImageReader::Piece> pieces;
     for (const platform::PixelRect& rect : damage.rects()) {
-        if (!visible_.contains(rect)) fillBlack(picture, rect);
+        if (!visible_.contains(rect)) platform::fillBlack(picture, rect);
         const platform::PixelRect seen = platform::intersection(rect, visible_);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(area_.x, area_.y), seen.x, seen.y});
     }

@@ -10,8 +10,8 @@
 #include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/capture_stream.h"
+#include "platform/pictures/picture_source.h"
 #include "platform/x11/excluded_windows.h"
-#include "platform/x11/picture_source.h"
 #include "platform/x11/screen_scales.h"
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
@@ -20,7 +20,7 @@ namespace lumivastor::x11 {
 
 /// Pictures of a display or a part of it, without the windows of some programs. When the display moves or changes its
 /// size, pictures follow its origin and keep their size: content is cut off, or missing content is black.
-class DisplaySource : public PictureSource {
+class DisplaySource : public platform::PictureSource {
   public:
     /// Throws `RecorderError` when the display does not exist. The connection must outlive the source.
     DisplaySource(const XConnection& connection, const platform::DisplayFilter& filter,

@@ -142,7 +142,7 @@ bool WindowSource::paint(const platform::DamageArea& damage, imaging::BgraPremul
     const platform::PixelRect filled{0, 0, content_.width, content_.height};
     std::vector<XImageReader::Piece> pieces;
     for (const platform::PixelRect& rect : damage.rects()) {
-        if (!filled.contains(rect)) fillBlack(picture, rect);
+        if (!filled.contains(rect)) platform::fillBlack(picture, rect);
         const platform::PixelRect seen = platform::intersection(rect, filled);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(content_.x, content_.y), seen.x, seen.y});
     }

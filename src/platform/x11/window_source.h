@@ -11,7 +11,7 @@
 #include "base/pixel_size.h"
 #include "platform/capture_device.h"
 #include "platform/capture_stream.h"
-#include "platform/x11/picture_source.h"
+#include "platform/pictures/picture_source.h"
 #include "platform/x11/x_damage.h"
 #include "platform/x11/x_image_reader.h"
 
@@ -20,7 +20,7 @@ namespace lumivastor::x11 {
 /// Pictures of one window's content, also while it is covered or partly off the screen. The window's top-left corner is
 /// always the picture's. After a change of size, content that does not fit is cut off, and the rest of the picture is
 /// black.
-class WindowSource : public PictureSource {
+class WindowSource : public platform::PictureSource {
   public:
     /// Throws `RecorderError` when the window does not exist. The connection must outlive the source.
     WindowSource(const XConnection& connection, std::uint32_t window,

@@ -70,7 +70,7 @@ class X11Desktop : public platform::Desktop {
 
     std::unique_ptr<platform::CaptureStream> makeCaptureStream(
         const platform::ContentFilter& filter, const platform::StreamConfiguration& configuration) override {
-        return std::make_unique<X11CaptureStream>(displayName_, environment_, sound_, filter, configuration);
+        return makeX11CaptureStream(displayName_, environment_, sound_, filter, configuration);
     }
 
     std::unique_ptr<platform::PointerMonitor> monitorPointer(const platform::PointSpace& space,

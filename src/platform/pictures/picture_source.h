@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -8,7 +9,7 @@
 #include "imaging/pixel_buffer.h"
 #include "platform/pictures/damage_area.h"
 
-namespace lumivastor::x11 {
+namespace lumivastor::platform {
 
 /// The source of a stream's pictures: a display or a window. One thread.
 class PictureSource {
@@ -16,7 +17,7 @@ class PictureSource {
     virtual ~PictureSource() = default;
 
     /// Handles the server's events since the last call, and adds what changed to `damage`, in pixels of the picture.
-    virtual void update(platform::DamageArea& damage) = 0;
+    virtual void update(DamageArea& damage) = 0;
     /// Whether there is nothing to capture at the moment, as with a hidden window.
     virtual bool isHidden() const = 0;
     /// Why no picture can follow, as a German sentence; nullopt while pictures are possible.
@@ -27,10 +28,16 @@ class PictureSource {
     /// A German sentence for the user, each returned once; nullopt most of the time.
     virtual std::optional<std::string> takeNotice() = 0;
     /// Updates the damaged part of the picture. False when the server refuses.
-    virtual bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) = 0;
+    virtual bool paint(const DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) = 0;
+
+    /// When the server showed the present content, in host seconds; nullopt where only the time of `update` is known.
+    virtual std::optional<double> contentSeconds() const { return std::nullopt; }
+    /// `wake` may be called on any thread when content has arrived by itself, so that it is taken before the next tick.
+    /// Not called by sources that have to be looked at. Before the first `update`; not called after destruction.
+    virtual void onArrival([[maybe_unused]] std::function<void()> wake) {}
 };
 
 /// Makes a part of a picture opaque black.
-void fillBlack(imaging::BgraPremultipliedBuffer& picture, const platform::PixelRect& rect);
+void fillBlack(imaging::BgraPremultipliedBuffer& picture, const PixelRect& rect);
 
-}  // namespace lumivastor::x11
+}  // namespace lumivastor::platform
