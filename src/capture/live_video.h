@@ -5,7 +5,7 @@
 
 #include "base/media_time.h"
 #include "media/encoder_choice/encoder_choice.h"
-#include "media/writing/encoders.h"
+#include "media/writing/video_encoder.h"
 #include "platform/capture_device.h"
 
 // How pictures are encoded while they are recorded. Plain functions; the sound's settings are in sound_samples.h.

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "media/reading/samples.h"
-#include "media/writing/encoders.h"
+#include "media/writing/audio_encoder.h"
 #include "platform/sound_buffer.h"
 
 namespace lumivastor::capture {

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/encoder_choice/encoder_trial.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -12,7 +14,6 @@
 #include "base/recorder_error.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "imaging/picture_pool.h"
-#include "media/encoder_choice/encoder_choice.h"
 #include "media/writing/h264_bitstream.h"
 
 extern "C" {
@@ -229,6 +230,12 @@ EncoderTrial attempt(const VideoSettings& settings) {
 }
 
 }  // namespace
+
+void EncoderCandidate::applyTo(VideoSettings& settings) const {
+    settings.codec = codec;
+    settings.encoder = encoder;
+    if (!isHardware()) settings.preset = preset;
+}
 
 EncoderTrial tryEncoder(const VideoSettings& settings) {
     try {

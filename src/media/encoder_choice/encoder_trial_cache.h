@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "media/encoder_choice/encoder_choice.h"
+#include "media/encoder_choice/encoder_trial.h"
 
 namespace lumivastor::media {
 

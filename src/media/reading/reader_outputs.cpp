@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/reading/reader_outputs.h"
+
 #include <algorithm>
 #include <span>
 #include <utility>
@@ -6,7 +8,6 @@
 #include "base/precondition.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "ffmpeg/picture_conversion.h"
-#include "media/reading/asset_reader.h"
 #include "media/reading/movie_file.h"
 #include "media/reading/picture_decoder.h"
 #include "media/reading/reader_state.h"

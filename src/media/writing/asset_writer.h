@@ -15,8 +15,9 @@
 #include "imaging/picture_pool.h"
 #include "imaging/pixel_buffer.h"
 #include "media/reading/samples.h"
-#include "media/writing/encoders.h"
+#include "media/writing/audio_encoder.h"
 #include "media/writing/movie_sink.h"
+#include "media/writing/video_encoder.h"
 
 namespace lumivastor::media {
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/writing/audio_encoder.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -6,7 +8,6 @@
 #include "base/precondition.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "media/writing/codec_support.h"
-#include "media/writing/encoders.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ffmpeg/ffmpeg_handles.h"
-#include "media/writing/encoders.h"
+#include "media/writing/packet_consumer.h"
 
 struct AVCodec;
 

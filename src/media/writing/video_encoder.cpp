@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/writing/video_encoder.h"
+
 #include <algorithm>
 #include <string>
 #include <thread>
@@ -9,7 +11,6 @@
 #include "ffmpeg/ffmpeg_support.h"
 #include "media/writing/codec_support.h"
 #include "media/writing/encoder_pictures.h"
-#include "media/writing/encoders.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

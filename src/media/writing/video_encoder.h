@@ -7,11 +7,10 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "ffmpeg/ffmpeg_handles.h"
 #include "imaging/picture_pool.h"
-#include "media/reading/samples.h"
+#include "media/writing/packet_consumer.h"
 #include "media/writing/repeated_pictures.h"
 
 namespace lumivastor::media {
@@ -73,16 +72,6 @@ struct VideoSettings {
     PictureEncoderMaker make;
 };
 
-/// How sound is encoded: AAC.
-struct AudioSettings {
-    int sampleRate = 48000;
-    int channels = 2;
-    int bitRate = 192000;
-};
-
-/// Where encoded packets go; times are in the encoder's own timescale.
-using PacketConsumer = std::function<void(AVPacket&)>;
-
 /// Turns pictures into packets. One thread at a time. Everything throws `RecorderError`.
 class PictureEncoder {
   public:
@@ -142,34 +131,6 @@ class VideoEncoder final : public PictureEncoder {
     int sinceKey_ = 0;           // pictures since the key picture asked for last, that one included
     std::int64_t keyTicks_ = 0;  // at most so far from one to the next; 0: any
     std::int64_t lastKeyTicks_ = 0;
-};
-
-/// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` are taken as
-/// one line; a longer gap becomes silence, and what overlaps is cut off. One thread at a time. Throws `RecorderError`.
-class AudioEncoder {
-  public:
-    /// Time stamps of live sound jitter by a fraction of a buffer; a shift below this against the picture is not
-    /// visible.
-    static constexpr double kJitterSeconds = 0.005;
-
-    explicit AudioEncoder(const AudioSettings& settings);
-
-    ffmpeg::CodecParametersHandle parameters() const;
-
-    /// `startFrame` counts from the session's start; what lies before it is cut off.
-    void encode(const PcmSample& sample, std::int64_t startFrame, const PacketConsumer& consume);
-    void finish(const PacketConsumer& consume);
-
-  private:
-    void send(std::size_t frames, const PacketConsumer& consume);
-    void receive(const PacketConsumer& consume);
-
-    AudioSettings settings_;
-    ffmpeg::CodecHandle codec_;
-    ffmpeg::PacketHandle packet_;
-    std::vector<float> waiting_;     // interleaved, not yet encoded
-    std::int64_t waitingStart_ = 0;  // the frame with which waiting_ begins
-    bool begun_ = false;
 };
 
 }  // namespace lumivastor::media
