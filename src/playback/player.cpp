@@ -8,6 +8,7 @@
 
 #include "base/log.h"
 #include "base/pixel_size.h"
+#include "platform/sound/silent_output.h"
 #include "playback/player_pictures.h"
 #include "playback/player_sound.h"
 

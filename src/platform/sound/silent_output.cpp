@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/sound/silent_output.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -11,7 +13,6 @@
 #include "base/host_clock.h"
 #include "base/precondition.h"
 #include "base/thread_name.h"
-#include "platform/sound/sound_output.h"
 
 namespace lumivastor::platform {
 

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 
@@ -43,9 +42,5 @@ class SoundOutput {
     /// `fill` has given.
     virtual std::int64_t heardFrames() const = 0;
 };
-
-/// Plays nothing: the host clock says how much would have been heard. When the machine is too busy to ask for sound in
-/// time, this clock waits for it.
-std::unique_ptr<SoundOutput> makeSilentOutput();
 
 }  // namespace lumivastor::platform
