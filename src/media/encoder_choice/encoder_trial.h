@@ -8,7 +8,7 @@
 
 namespace lumivastor::media {
 
-/// An encoder that may do a job: what goes into `VideoSettings`.
+/// An encoder that may do a job, as `VideoSettings` names it.
 struct EncoderCandidate {
     VideoCodec codec = VideoCodec::h264;
     std::string encoder;  // FFmpeg's name
@@ -31,15 +31,15 @@ struct EncodingJob {
 
 /// How a test encode went.
 struct EncoderTrial {
-    bool works = false;            // opened, encoded, and decoded again to what was put in
-    double picturesPerSecond = 0;  // of pictures in motion, wall-clock, everything else at rest; when it works
+    bool works = false;            // it opened, encoded, and its output decodes to the input
+    double picturesPerSecond = 0;  // of moving pictures, by the wall clock on an otherwise idle machine; if it works
 };
 
-/// Encodes a few pictures of a moving screen with exactly these settings, decodes them again and compares luma and
-/// colours; looks at the stream's profile where the settings want High. Takes between a millisecond (a listed encoder
-/// whose hardware is missing) and two seconds. Never throws.
+/// Encodes a few pictures of a moving screen with exactly these settings, decodes them and compares luma and colours;
+/// checks the stream's profile if the settings require High. Takes from a millisecond (a listed encoder whose hardware
+/// is missing) to two seconds. Never throws.
 EncoderTrial tryEncoder(const VideoSettings& settings);
-/// The same with this candidate, without delay as live pictures are encoded, at the job's size and pace.
+/// The same with this candidate, at the job's size and rate, with low latency as for live pictures.
 EncoderTrial tryEncoder(const EncoderCandidate& candidate, const EncodingJob& job);
 
 }  // namespace lumivastor::media

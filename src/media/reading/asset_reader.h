@@ -14,10 +14,10 @@ namespace lumivastor::media {
 
 struct ReaderState;
 
-/// Reads a movie or a composition once from front to back: make it, add outputs, set a range if need be, start, then
-/// copy samples from every output until it gives none. Each output has its own decoder and may be used on a thread of
-/// its own (one at a time); status and errors may be asked for on any thread. Everything else belongs to the thread
-/// that makes the reader. Outputs live as long as the reader.
+/// Reads a movie or a composition once from beginning to end: construct it, add outputs, optionally set a range, start,
+/// then copy samples from every output until it returns none. Each output has its own decoder and may be used on its
+/// own thread (one at a time); status and errors may be read on any thread. Everything else belongs to the thread that
+/// constructs the reader. Outputs live as long as the reader.
 class AssetReader {
   public:
     enum class Status {
@@ -33,17 +33,17 @@ class AssetReader {
     AssetReader(const AssetReader&) = delete;
     AssetReader& operator=(const AssetReader&) = delete;
 
-    /// What part of the timeline is read; all of it unless set. Before `startReading`.
+    /// The part of the timeline to read; all of it by default. Call before `startReading`.
     void setTimeRange(const TimeRange& range);
 
     /// Adds outputs, before `startReading`. The tracks exist and are of the right kind.
     VideoTrackOutput& addVideoOutput(int trackId, PictureFormat format);
     AudioMixOutput& addAudioMixOutput(std::vector<AudioMixInput> inputs, const PcmFormat& format = {});
-    /// One track's sound, as it is.
+    /// One track's sound at its original volume.
     AudioMixOutput& addAudioOutput(int trackId, const PcmFormat& format = {});
     StoredSampleOutput& addStoredSampleOutput(int trackId);
 
-    /// Opens files and decoders. False, with `status` failed and `error` set, when one of them cannot be.
+    /// Opens files and decoders. False, with `status` failed and `error` set, when one of them cannot be opened.
     bool startReading();
 
     Status status() const;

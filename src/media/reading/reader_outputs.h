@@ -15,7 +15,7 @@ namespace lumivastor::ffmpeg {
 class PictureConverter;
 }
 
-// What an `AssetReader` gives; it makes the outputs.
+// The outputs of an `AssetReader`, which creates them.
 
 namespace lumivastor::media {
 
@@ -26,18 +26,18 @@ struct ReaderState;
 
 /// The pictures of one video track, in presentation order.
 ///
-/// At the beginning of every segment, and of the reader's time range, stands the picture that is shown there: the last
-/// one of the source whose presentation time is at or before that moment, handed out with the moment as its
-/// presentation time. All others keep their distance from the segment's start exactly. A picture's duration reaches to
-/// the next one or to the segment's end. Empty ranges, and what a source does not cover, give no pictures; the client
-/// holds the last one there. A source whose first picture comes late gives nothing before it.
+/// Every segment, and the reader's time range, begins with the picture that is shown there: the last one of the source
+/// with a presentation time at or before that moment. Its presentation time becomes that moment; all other pictures
+/// keep their exact distance from the segment's start. A picture's duration reaches to the next one or to the segment's
+/// end. Empty ranges and ranges that a source does not cover have no pictures; the client holds the last one there.
+/// Before the first picture of a source there are none.
 class VideoTrackOutput {
   public:
     ~VideoTrackOutput();
     VideoTrackOutput(const VideoTrackOutput&) = delete;
     VideoTrackOutput& operator=(const VideoTrackOutput&) = delete;
 
-    /// The next picture; nothing at the end and after a failure, which the reader's status tells apart.
+    /// The next picture; nullopt at the end and after a failure; the reader's status says which.
     std::optional<VideoSample> copyNextSample();
 
   private:
@@ -61,25 +61,25 @@ class VideoTrackOutput {
     MediaTime reached_;  // the end of the last picture handed out
 };
 
-/// A track of a mix and how loud it is in it: a factor on its values.
+/// A track of a mix, and its volume as a factor.
 struct AudioMixInput {
     int trackId = 0;
     float volume = 1.0F;
 };
 
-/// The sum of several tracks' sound in one format, without gaps: silence where no track has any. It reaches from the
-/// start of the reader's range to its end or to the end of the longest of these tracks, whichever comes first. A mono
-/// track keeps its level in both channels. Values are not limited to full scale.
+/// The mix of several tracks' sound in one format, without gaps: silence where no track has sound. It begins with the
+/// reader's range and ends with it or with the longest of these tracks, whichever is earlier. A mono track keeps its
+/// level in both channels. Values are not limited to full scale.
 class AudioMixOutput {
   public:
-    /// Frames in a sample, but for the last: 0.1 s at 48 kHz, small against what a writer interleaves by.
+    /// Frames in a sample except the last: 0.1 s at 48 kHz, short compared with a writer's interleaving.
     static constexpr int kFramesPerSample = 4800;
 
     ~AudioMixOutput();
     AudioMixOutput(const AudioMixOutput&) = delete;
     AudioMixOutput& operator=(const AudioMixOutput&) = delete;
 
-    /// The next stretch of sound; nothing at the end and after a failure, which the reader's status tells apart.
+    /// The next piece of sound; nullopt at the end and after a failure; the reader's status says which.
     std::optional<PcmSample> copyNextSample();
 
   private:
@@ -101,14 +101,15 @@ class AudioMixOutput {
 };
 
 /// A track's samples as they are stored, in the file's order. With a time range it begins at the key sample at or
-/// before the range's start and ends with the last sample that begins in it. Only on whole movies, not on edits.
+/// before the range's start and ends with the last sample that begins in it. For whole movies only, not for
+/// compositions.
 class StoredSampleOutput {
   public:
     ~StoredSampleOutput();
     StoredSampleOutput(const StoredSampleOutput&) = delete;
     StoredSampleOutput& operator=(const StoredSampleOutput&) = delete;
 
-    /// The next sample; nothing at the end and after a failure, which the reader's status tells apart.
+    /// The next sample; nullopt at the end and after a failure; the reader's status says which.
     std::optional<StoredSample> copyNextSample();
 
   private:
@@ -125,8 +126,8 @@ class StoredSampleOutput {
     bool ended_ = false;
 };
 
-/// What a track's samples are, without reading any: for making a writer's input before the reader is started. Throws
-/// `RecorderError` when the file cannot be opened.
+/// The format of a track's samples, without reading any: needed to make a writer's input before the reader is started.
+/// Throws `RecorderError` when the file cannot be opened.
 StoredFormat storedFormatOf(const Asset& asset, int trackId);
 
 }  // namespace lumivastor::media

@@ -18,19 +18,19 @@ struct AudioSettings {
     int bitRate = 192000;
 };
 
-/// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` are taken as
-/// one line; a longer gap becomes silence, and what overlaps is cut off. One thread at a time. Throws `RecorderError`.
+/// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` count as
+/// continuous; a longer gap becomes silence, and an overlap is cut off. One thread at a time. Throws `RecorderError`.
 class AudioEncoder {
   public:
-    /// Time stamps of live sound jitter by a fraction of a buffer; a shift below this against the picture is not
-    /// visible.
+    /// Time stamps of live sound jitter by a fraction of a buffer; a smaller shift against the picture is not
+    /// noticeable.
     static constexpr double kJitterSeconds = 0.005;
 
     explicit AudioEncoder(const AudioSettings& settings);
 
     ffmpeg::CodecParametersHandle parameters() const;
 
-    /// `startFrame` counts from the session's start; what lies before it is cut off.
+    /// `startFrame` counts from the session's start; sound before that is cut off.
     void encode(const PcmSample& sample, std::int64_t startFrame, const PacketConsumer& consume);
     void finish(const PacketConsumer& consume);
 

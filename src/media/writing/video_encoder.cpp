@@ -67,7 +67,7 @@ void setUpX265(AVCodecContext& codec, const VideoSettings& settings) {
     // FFmpeg before 6.1 tells it the clock's rate for that of the pictures, and it would share out the bits by that.
     // Its own key pictures must be such that decoding can begin there, too.
     std::string parameters = "log-level=none:open-gop=0:info=0:fps=" + std::to_string(settings.frameRate);
-    // FFmpeg passes its number of threads on as that of pictures in the making, each of which is one more to wait for.
+    // FFmpeg passes on its number of threads as the number of pictures in progress, each of which adds delay.
     if (settings.lowLatency) parameters += ":frame-threads=1";
     set(codec, "x265-params", parameters);
 }

@@ -15,7 +15,7 @@
 
 namespace lumivastor::media {
 
-/// The stream that pictures become: H.264, or HEVC Main, which QuickTime files hold as "hvc1".
+/// The codec of pictures: H.264, or HEVC Main, which is "hvc1" in QuickTime files.
 enum class VideoCodec { h264, hevc };
 
 class PictureEncoder;
@@ -24,55 +24,56 @@ struct VideoSettings;
 /// Opens an encoder for these settings. Throws `RecorderError`.
 using PictureEncoderMaker = std::function<std::unique_ptr<PictureEncoder>(const VideoSettings&)>;
 
-/// How pictures are encoded: 4:2:0, BT.709 limited range and tagged so, never reordered.
+/// How pictures are encoded: always as 4:2:0, BT.709 limited range, tagged as such and never reordered.
 struct VideoSettings {
     int width = 0;
     int height = 0;
     std::int64_t averageBitRate = 0;  // bits a second
     int maxKeyFrameInterval = 120;    // pictures from one key picture to the next, at most
-    /// Seconds of the movie from one key picture to the next, at most; 0 leaves it to the count of pictures. For live
-    /// pictures, of which a screen at rest gives one a second: seeking decodes everything from the key picture on, and
-    /// what it may cost is laid down in seconds.
+    /// Seconds of the movie from one key picture to the next, at most; with 0 only the number of pictures counts. For
+    /// live pictures, of which a still screen has one a second: seeking decodes everything from the key picture on, and
+    /// this limits its cost.
     double maxKeyFrameSeconds = 0;
-    int frameRate = 60;            // expected; also how long the last picture is shown unless the session has an end
+    int frameRate = 60;            // expected; also the duration of the last picture unless the session has an end
     std::int32_t timescale = 600;  // of the track: picture times are rounded to it
     VideoCodec codec = VideoCodec::h264;
     /// FFmpeg's name of the encoder, one for `codec`; empty: libx264 or libx265. encoder_choice.h finds one that works.
     std::string encoder;
-    /// The software encoders' trade of time against quality, by their own name for it. Hardware encoders have their own
-    /// and ignore it.
+    /// The software encoders' trade-off between time and quality, by their own name for it. Hardware encoders ignore
+    /// it.
     std::string preset = "superfast";
-    /// How many pictures libx264's rate control looks ahead to see what stays on the screen and is worth its bits.
-    /// Presets this fast do without, and then a picture at rest keeps the coarseness of the motion before it: 29 dB of
-    /// luma PSNR on text at the export's bit rate instead of 48, for 3 ms of 29 at 2560 x 1440. With it `superfast` is
-    /// the fastest that is above 45 dB and no worse in motion; `ultrafast` loses 7 dB there, `veryfast` gains none and
-    /// costs 1.6 times as much (bench/encoder_bench.cpp). Not with `lowLatency`.
+    /// How many pictures libx264's rate control looks ahead, to spend bits on what stays on the screen. Presets this
+    /// fast have no lookahead by default; a still picture then keeps the coarseness of the motion before it: 29 dB of
+    /// luma PSNR on text at the export's bit rate instead of 48, while lookahead takes 3 ms of 29 at 2560 x 1440. With
+    /// it, `superfast` is the fastest preset above 45 dB that is no worse in motion; `ultrafast` loses 7 dB there,
+    /// `veryfast` gains nothing and costs 1.6 times as much (bench/encoder_bench.cpp). Not used with `lowLatency`.
     int lookahead = 10;
-    /// Whether every picture leaves the encoder as soon as it is encoded, without looking ahead. A recording that is
-    /// killed loses what its encoder still holds, and at one picture a second a dozen pictures are a dozen seconds.
-    /// Fragmented movies are always written so.
+    /// Whether every picture leaves the encoder as soon as it is encoded, without lookahead. A killed recording loses
+    /// what its encoder still holds, and at one picture a second a dozen pictures are a dozen seconds. Always so for
+    /// fragmented movies.
     bool lowLatency = false;
-    /// For libx264: pictures are encoded as well as this rate factor says, and `averageBitRate` is what any two seconds
-    /// may take on average. For recordings: an average that is to be met starves the first pictures and whatever comes
-    /// after them. 20 keeps a desktop's text at 48 dB of luma PSNR while it is scrolled and at 50 at rest, an average
-    /// rate at 39 and 45 (bench/encoder_bench.cpp). Without delay the encoder takes all pictures for equally long, so
-    /// that on a screen at rest key pictures must be several pictures apart, or they exceed what is allowed and pulse.
+    /// For libx264: the rate factor, which sets a constant quality; `averageBitRate` then limits the average of any two
+    /// seconds. For recordings, because a target average starves the first pictures and those after them. 20 keeps a
+    /// desktop's text at 48 dB of luma PSNR while it scrolls and at 50 while it is still, an average rate at 39 and 45
+    /// (bench/encoder_bench.cpp). With low latency the encoder assumes that all pictures have the same duration, so on
+    /// a still screen key pictures must be several pictures apart; otherwise they exceed the limit and the quality
+    /// pulses.
     std::optional<int> constantQuality;
     /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`), which libx264's streams
-    /// allow. Off, and with other encoders, they are encoded like all others.
+    /// allow. If not, and with other encoders, they are encoded like all others.
     bool skipRepeatedPictures = true;
-    /// So many repeats of a picture, and of a key picture, still go through the encoder, so that what stands still
-    /// gains its full sharpness. Measured on text at 1280 x 720: without any it stays at 40 dB of luma PSNR, with two
-    /// at 46, with three at 53, and more than four gain nothing.
+    /// This many repeats of a picture, and of a key picture, still go through the encoder, so that a still picture
+    /// reaches full sharpness. Measured on text at 1280 x 720: with none it stays at 40 dB of luma PSNR, with two at
+    /// 46, with three at 53; more than four gain nothing.
     int settlingRepeats = 3;
-    /// H.264 has to be of profile High: hardware is asked for it, and a trial refuses an encoder whose stream says
-    /// otherwise. libx264 makes it with every preset but `ultrafast`, which leaves out what High adds.
+    /// H.264 must have profile High: it is requested from hardware, and a trial rejects an encoder whose stream has
+    /// another. libx264 produces it with every preset except `ultrafast`, which does not use what High adds.
     bool highProfile = false;
-    /// Opens the encoder instead of `VideoEncoder`; empty: does not. Tests stand in for hardware with it.
+    /// Opens an encoder in place of `VideoEncoder`, unless empty. Tests simulate hardware with it.
     PictureEncoderMaker make;
 };
 
-/// Turns pictures into packets. One thread at a time. Everything throws `RecorderError`.
+/// Encodes pictures into packets. One thread at a time. All functions throw `RecorderError`.
 class PictureEncoder {
   public:
     PictureEncoder() = default;
@@ -80,24 +81,24 @@ class PictureEncoder {
     PictureEncoder(const PictureEncoder&) = delete;
     PictureEncoder& operator=(const PictureEncoder&) = delete;
 
-    /// What the movie's header says about the stream.
+    /// The stream's parameters for the movie's header.
     virtual ffmpeg::CodecParametersHandle parameters() const = 0;
 
-    /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next one comes.
+    /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next call.
     virtual void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
                         const PacketConsumer& consume) = 0;
-    /// The picture encoded last is shown at `ticks` as well. There has been one.
+    /// Shows the last encoded picture, which must exist, at `ticks` as well.
     virtual void repeat(std::int64_t ticks, const PacketConsumer& consume) = 0;
-    /// Gives what the encoder still holds.
+    /// Passes on what the encoder still holds.
     virtual void finish(const PacketConsumer& consume) = 0;
 };
 
-/// The encoder that the settings ask for: that of their `make`, else a `VideoEncoder`.
+/// The encoder for these settings: that of their `make`, or else a `VideoEncoder`.
 std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings);
 
-/// Encodes pictures with FFmpeg's encoders. H.264 in 4:2:0 has even sizes only, in its cropping too: for an odd width
-/// or height the stream has one column or row more, a repetition of the last, and the movie's header names the true
-/// size, which players that honour it (FFmpeg's among them) cut to.
+/// Encodes pictures with FFmpeg's encoders. H.264 in 4:2:0 has only even sizes, even with cropping. For an odd width or
+/// height the stream has one more column or row, which repeats the last, and the movie's header has the true size, to
+/// which players that honour it (FFmpeg's among them) crop.
 class VideoEncoder final : public PictureEncoder {
   public:
     explicit VideoEncoder(const VideoSettings& settings);
@@ -109,7 +110,7 @@ class VideoEncoder final : public PictureEncoder {
     void finish(const PacketConsumer& consume) override;
 
   private:
-    /// What has been handed over and has not come out yet, in the order of showing.
+    /// What was passed to the encoder and has not come out yet, in presentation order.
     struct Pending {
         std::int64_t ticks;
         bool isRepeat;
@@ -128,8 +129,8 @@ class VideoEncoder final : public PictureEncoder {
     std::deque<Pending> pending_;              // only with repeats_
     std::shared_ptr<imaging::PlanarBuffer> last_;
     int repeatsOfLast_ = 0;
-    int sinceKey_ = 0;           // pictures since the key picture asked for last, that one included
-    std::int64_t keyTicks_ = 0;  // at most so far from one to the next; 0: any
+    int sinceKey_ = 0;           // pictures since the last requested key picture, including it
+    std::int64_t keyTicks_ = 0;  // the most from one to the next; 0: any
     std::int64_t lastKeyTicks_ = 0;
 };
 
