@@ -76,7 +76,7 @@ void PlayerSound::cue(double seconds) {
     wake_.notify_one();
 }
 
-// Everything anew from a source frame, or from where playing goes on behind it. Under lock_.
+// Starts over at a source frame, or where playing continues behind it. Under lock_.
 void PlayerSound::decodeFrom(std::int64_t source) {
     cued_ = source;
     positions_.start(source);
