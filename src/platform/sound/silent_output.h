@@ -7,8 +7,8 @@
 
 namespace lumivastor::platform {
 
-/// Plays nothing: the host clock says how much would have been heard. When the machine is too busy to ask for sound in
-/// time, this clock waits for it.
+/// An output that plays nothing: the host clock says how much would have been heard. When the machine is too busy to
+/// request sound in time, this clock waits.
 std::unique_ptr<SoundOutput> makeSilentOutput();
 
 }  // namespace lumivastor::platform
