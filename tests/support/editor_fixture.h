@@ -58,7 +58,7 @@ class EditorFixture : public ExportFixture {
     std::filesystem::path opened_;
     int closed_ = 0;
     int newRecordings_ = 0;
-    std::weak_ptr<void> awake_;  // while the window wants the machine to stay awake
+    std::weak_ptr<void> awake_;  // while the window keeps the machine awake
 };
 
 }  // namespace lumivastor

@@ -103,14 +103,14 @@ class DeviceRecorder final : public RecordingJob {
     SourceMovie movie_;
 
     mutable std::mutex lock_;
-    bool isMovieOpen_ = false;              // guarded by lock_; from then on the movie and the journal exist
-    std::optional<RecorderError> noMovie_;  // why there is no movie; the device queue's, and `finish`'s after that queue has ended
+    bool isMovieOpen_ = false;  // guarded by lock_; from then on the movie and the journal exist
+    std::optional<RecorderError>
+        noMovie_;  // why there is no movie; the device queue's, and `finish`'s after that queue has ended
 
     bool hasDeviceAudio_ = false;
     PixelSize size_;
-    std::optional<PictureFitter> fitter_;  // the device queue's
-    std::optional<media::EncoderChoice>
-        expectedChoice_;  // for the format that the device reported; set before it runs
+    std::optional<PictureFitter> fitter_;                 // the device queue's
+    std::optional<media::EncoderChoice> expectedChoice_;  // for the format that the device reported; set before it runs
     PixelSize expectedSize_;
 
     std::unique_ptr<platform::CaptureSession> session_;
