@@ -130,15 +130,17 @@ void Player::Core::setItem(PlayerItem item) {
     PlayerPictures::Clock clock{[sound = sound_.get()] { return sound->position(); },
                                 [sound = sound_.get()] { return sound->elapsed(); },
                                 [sound = sound_.get()] { return sound->isFinished(); }};
-    PlayerPictures::Client client;
-    client.show = [this](std::int64_t order, const Frame& frame, double seconds) { deliver({order, frame, seconds}); };
-    client.ended = [this](std::int64_t order) { post([order](Core& core) { core.playedToEnd(order); }); };
-    client.failed = [this](const RecorderError& error) {
+    PlayerPictures::Callbacks callbacks;
+    callbacks.show = [this](std::int64_t order, const Frame& frame, double seconds) {
+        deliver({order, frame, seconds});
+    };
+    callbacks.ended = [this](std::int64_t order) { post([order](Core& core) { core.playedToEnd(order); }); };
+    callbacks.failed = [this](const RecorderError& error) {
         post([error](Core& core) {
             if (core.onError) core.onError(error);
         });
     };
-    pictures_ = std::make_unique<PlayerPictures>(item, ranges_, available_, std::move(clock), std::move(client));
+    pictures_ = std::make_unique<PlayerPictures>(item, ranges_, available_, std::move(clock), std::move(callbacks));
     time_ = 0;
     stand();
 }
@@ -312,20 +314,20 @@ void Player::seek(double seconds, std::function<void(bool finished)> completion)
     core_->seek(seconds, std::move(completion));
 }
 
-void Player::onFrame(std::function<void(const Frame& frame, double seconds)> callback) {
-    core_->onFrame = std::move(callback);
+void Player::onFrame(std::function<void(const Frame& frame, double seconds)> handler) {
+    core_->onFrame = std::move(handler);
 }
 
-void Player::onTimeChanged(std::function<void(double seconds)> callback) {
-    core_->onTimeChanged = std::move(callback);
+void Player::onTimeChanged(std::function<void(double seconds)> handler) {
+    core_->onTimeChanged = std::move(handler);
 }
 
-void Player::onPlayedToEnd(std::function<void()> callback) {
-    core_->onPlayedToEnd = std::move(callback);
+void Player::onPlayedToEnd(std::function<void()> handler) {
+    core_->onPlayedToEnd = std::move(handler);
 }
 
-void Player::onError(std::function<void(const RecorderError& error)> callback) {
-    core_->onError = std::move(callback);
+void Player::onError(std::function<void(const RecorderError& error)> handler) {
+    core_->onError = std::move(handler);
 }
 
 Player::Statistics Player::statistics() const {

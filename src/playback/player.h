@@ -71,14 +71,14 @@ class Player {
 
     /// A frame to be shown now, and its moment. A frame that looks like the one before is the same buffer. When the
     /// main thread is late, it gets only the latest.
-    void onFrame(std::function<void(const Frame& frame, double seconds)> callback);
+    void onFrame(std::function<void(const Frame& frame, double seconds)> handler);
     /// Every 1/30 s while playing.
-    void onTimeChanged(std::function<void(double seconds)> callback);
+    void onTimeChanged(std::function<void(double seconds)> handler);
     /// Playing has reached the end of the played ranges; it is paused on their last frame.
-    void onPlayedToEnd(std::function<void()> callback);
+    void onPlayedToEnd(std::function<void()> handler);
     /// Something that the user should know: there is no sound, or frames cannot be made. The player continues without
     /// them.
-    void onError(std::function<void(const RecorderError& error)> callback);
+    void onError(std::function<void(const RecorderError& error)> handler);
 
     /// Counters since the item was set, for tests.
     struct Statistics {

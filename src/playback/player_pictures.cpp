@@ -57,10 +57,10 @@ std::unique_ptr<FramePrefetcher> prefetcherOf(const PlayerItem& item, const std:
 }  // namespace
 
 PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock,
-                               Client client)
+                               Callbacks callbacks)
     : canvas_{item.canvasWidth, item.canvasHeight},
       clock_(std::move(clock)),
-      client_(std::move(client)),
+      callbacks_(std::move(callbacks)),
       painter_(imaging::paintingThreads()) {
     precondition(canvas_.width >= 1 && canvas_.height >= 1, "a canvas has a size");
     precondition(item.compositor != nullptr, "an item has a compositor");
@@ -201,7 +201,7 @@ PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
     const std::optional<Sources> sources = sourcesAt(moment);
     if (!sources) return std::nullopt;
     made_ = make(wish, *sources, wish.still);
-    client_.show(wish.order, made_.frame, wish.still);
+    callbacks_.show(wish.order, made_.frame, wish.still);
     stoodAt_ = hostClockSeconds();
     return 0;
 }
@@ -210,14 +210,14 @@ PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
 PlayerPictures::Seconds PlayerPictures::playOn(const Wish& wish) {
     const double heard = clock_.position();
     if (clock_.isFinished()) {
-        if (!std::exchange(isEndTold_, true)) client_.ended(wish.order);
+        if (!std::exchange(isEndTold_, true)) callbacks_.ended(wish.order);
         return std::nullopt;
     }
     const Seconds frame = screen_ ? frameToMake(wish, heard) : std::nullopt;
     if (!frame || !prepare(wish, *frame, heard)) return kLongestSleep;
     const double left = *frame - kPictureTolerance - clock_.position();
     if (left > 0) return std::clamp(left, kShortestSleep, kLongestSleep);
-    client_.show(wish.order, made_.frame, *frame);
+    callbacks_.show(wish.order, made_.frame, *frame);
     shown_ = frame;
     shownScreen_ = made_.screenStart;
     ++framesShown_;
@@ -346,14 +346,14 @@ Player::Frame PlayerPictures::paint(const Wish& wish, const imaging::Picture& sc
 }
 
 void PlayerPictures::fail(const RecorderError& error) {
-    if (std::exchange(lastFailure_, error.message()) != error.message()) client_.failed(error);
+    if (std::exchange(lastFailure_, error.message()) != error.message()) callbacks_.failed(error);
 }
 
 void PlayerPictures::reportSupplies() {
     if (screen_ && !isScreenReported_) {
         if (const auto error = screen_->error()) {
             isScreenReported_ = true;
-            client_.failed(*error);
+            callbacks_.failed(*error);
         }
     }
     if (webcam_ && !isWebcamReported_) {

@@ -39,7 +39,7 @@ class PlayerPictures {
         std::function<bool()> isFinished;
     };
     /// Called on the pictures' thread; must not call this object, nor block.
-    struct Client {
+    struct Callbacks {
         /// A frame, or null when there is none.
         std::function<void(std::int64_t order, const Player::Frame& frame, double seconds)> show;
         /// Playing reached the end of the played ranges.
@@ -48,7 +48,7 @@ class PlayerPictures {
         std::function<void(const RecorderError& error)> failed;
     };
 
-    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock, Client client);
+    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock, Callbacks callbacks);
     /// Waits for the frame in progress. No callback runs after this has returned.
     ~PlayerPictures();
     PlayerPictures(const PlayerPictures&) = delete;
@@ -109,7 +109,7 @@ class PlayerPictures {
 
     const PixelSize canvas_;
     const Clock clock_;
-    const Client client_;
+    const Callbacks callbacks_;
     std::unique_ptr<FramePrefetcher> screen_;  // none: no track
     std::unique_ptr<FramePrefetcher> webcam_;
 
