@@ -311,7 +311,7 @@ TEST_F(EditorWindowTest, AMaskLiesWhereItWasDrawn) {
     drawMask({left, top}, {left + layout.screenRect.width / 2 * scale, top + layout.screenRect.height / 2 * scale});
     ASSERT_EQ(session().settings().masks.size(), 1u);
     const model::MaskRect mask = session().settings().masks[0];
-    // The pointer goes by whole points.
+    // The pointer moves by whole points.
     const double tolerance = 1.5 / (layout.screenRect.height * scale);
     EXPECT_NEAR(mask.x, 0.5, tolerance);
     EXPECT_NEAR(mask.y, 0.5, tolerance);
@@ -548,7 +548,7 @@ TEST_F(EditorWindowTest, AFolderWithoutAMovieIsRefused) {
     EXPECT_THROW(EditorWindow(folder_.path(), loop_, {}), RecorderError);
 }
 
-// What every control is held to, in windows of all kinds.
+// Rules for every control, in windows of all kinds.
 class EditorWindowLook : public EditorFixture, public testing::WithParamInterface<std::pair<bool, double>> {
   protected:
     EditorWindowLook() {

@@ -42,7 +42,7 @@ constexpr double kMostPadding = 0.14;  // where its slider ends
 class Desktop {
   public:
     Desktop() : rig_({.width = 1600, .height = 1000, .hasWindowManager = false}) {
-        // NOLINTBEGIN(concurrency-mt-unsafe): whoever else runs reads no environment
+        // NOLINTBEGIN(concurrency-mt-unsafe): no other thread reads the environment
         setenv("QT_QPA_PLATFORM", "xcb", 1);
         setenv("DISPLAY", rig_.displayName().c_str(), 1);
         setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
@@ -72,7 +72,7 @@ class EditorOnX11 : public HasDesktop, public EditorFixture {
 
     void show() {
         openWindow();
-        // Nobody manages windows here, so nobody gives this one the keyboard.
+        // Without a window manager, this window does not get the keyboard by itself.
         xcb_set_input_focus(desktop.rig().connection(), XCB_INPUT_FOCUS_PARENT,
                             static_cast<xcb_window_t>(window().winId()), XCB_CURRENT_TIME);
         desktop.rig().sync();
