@@ -17,13 +17,13 @@ namespace lumivastor::playback {
 namespace {
 
 constexpr double kTimeInterval = 1.0 / 30;
-// Larger than any screen: nothing has been said about how large frames are shown.
+// Larger than any screen, until the size at which frames are shown is set.
 constexpr PixelSize kAnySize{1 << 20, 1 << 20};
 
 }  // namespace
 
-/// Lives on the main thread. What other threads post to the main loop holds it weakly, so that nothing arrives after
-/// the player has gone.
+/// Lives on the main thread. Work that other threads post to the main loop holds it weakly, so that none runs after the
+/// player's destruction.
 class Player::Core : public std::enable_shared_from_this<Core> {
   public:
     Core(MainLoop& mainLoop, std::unique_ptr<platform::SoundOutput> output)
@@ -91,7 +91,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     std::unique_ptr<PlayerPictures> pictures_;
 
     bool isPlaying_ = false;
-    double time_ = 0;         // of the frame that stands or is sought; while playing, where that began
+    double time_ = 0;         // of the frame that is shown or sought; while playing, where playing began
     std::int64_t order_ = 0;  // the latest, for pictures and sound
     std::optional<Seek> seek_;
     std::unique_ptr<MainLoop::Timer> timer_;  // while playing
@@ -156,7 +156,8 @@ void Player::Core::setMix(const std::vector<media::AudioMixInput>& mix) {
 void Player::Core::setRanges(std::vector<Interval> ranges) {
     if (!sound_) return;
     PlayedRanges changed = rangesOf(std::move(ranges));
-    // Every edit says them again; sound that is decoded already would have to be decoded twice, and would be late.
+    // Every edit sets them again; unchanged ranges must not discard decoded sound, which would be late after decoding
+    // it again.
     if (changed == ranges_) return;
     ranges_ = std::move(changed);
     sound_->setRanges(ranges_);
@@ -177,7 +178,7 @@ void Player::Core::play() {
     isPlaying_ = true;
     sound_->cue(time_);
     pictures_->play(++order_);
-    // A seek that is under way ends with the first frame that is shown.
+    // A seek in progress ends with the first frame that is shown.
     startSound(output_ && sound_->hasTracks() ? *output_ : *silent_);
     timer_ = mainLoop_.every(kTimeInterval, [this] {
         if (onTimeChanged) onTimeChanged(currentTime());
@@ -215,7 +216,7 @@ void Player::Core::playedToEnd(std::int64_t order) {
     if (!isPlaying_ || order != order_) return;
     stopPlaying();
     const double end = sound_->position();
-    // The last frame that was to be played may not have been shown in time. Where nothing was played, the frame stays.
+    // The last frame may not have been shown in time. If nothing was played, the frame stays.
     if (end > time_ + kPictureTolerance) time_ = ranges_.standingFrame(end);
     stand();
     if (onPlayedToEnd) onPlayedToEnd();
@@ -263,7 +264,7 @@ void Player::Core::takeDelivery() {
     const bool endsSeek = seek_ && seek_->order <= delivery->order;
     const std::int64_t sought = endsSeek ? seek_->order : 0;
     if (delivery->frame && onFrame) onFrame(delivery->frame, delivery->seconds);
-    // Unless the callback has begun another.
+    // Unless the callback has begun another seek.
     if (endsSeek && seek_ && seek_->order == sought) endSeek(true);
 }
 
