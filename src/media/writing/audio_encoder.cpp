@@ -53,7 +53,7 @@ void AudioEncoder::encode(const PcmSample& sample, std::int64_t startFrame, cons
     const auto jitter = static_cast<std::int64_t>(kJitterSeconds * settings_.sampleRate);
     std::size_t skip = 0;
     if (std::abs(startFrame - reached) > jitter) {
-        // Silence goes in piece by piece, so that a gap of hours takes no memory.
+        // Silence is added in pieces, so that a gap of hours takes no memory.
         while (reached < startFrame) {
             const auto piece = std::min<std::int64_t>(startFrame - reached, codec_->frame_size);
             waiting_.insert(waiting_.end(), static_cast<std::size_t>(piece) * channels, 0.0F);
