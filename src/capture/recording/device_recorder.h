@@ -103,9 +103,8 @@ class DeviceRecorder final : public RecordingJob {
     SourceMovie movie_;
 
     mutable std::mutex lock_;
-    bool isMovieOpen_ = false;  // guarded by lock_; from then on the movie and the journal exist
-    std::optional<RecorderError>
-        noMovie_;  // why there is no movie; the device queue's, and `finish`'s after that queue has ended
+    bool isMovieOpen_ = false;              // guarded by lock_; from then on the movie and the journal exist
+    std::optional<RecorderError> noMovie_;  // why there is none; the device queue's, `finish`'s after that queue's end
 
     bool hasDeviceAudio_ = false;
     PixelSize size_;

@@ -257,8 +257,7 @@ class TrackBoxes {
     }
 
     void writeKeys() {
-        if (index_ == nullptr || index_->keys_.size() == index_->samples_.size())
-            return;  // absent: all are key samples
+        if (index_ == nullptr || index_->keys_.size() == index_->samples_.size()) return;  // absent: all are keys
         boxes_.begin(fourCC("stss"), 0, 0);
         boxes_.u32(static_cast<std::uint32_t>(index_->keys_.size()));
         for (const std::uint32_t key : index_->keys_) boxes_.u32(key + 1);
