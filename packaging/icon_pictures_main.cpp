@@ -5,7 +5,7 @@
 #include <QSvgRenderer>
 #include <iostream>
 
-// Draws the application's icon in the sizes that desktops ask for: FOLDER/SIZE.png for each.
+// Draws the application's icon in the sizes that desktops use: FOLDER/SIZE.png for each.
 
 int main(int argc, char** argv) {
     if (argc < 4) {

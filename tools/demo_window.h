@@ -8,8 +8,8 @@
 
 namespace lumivastor {
 
-/// The window of a small text editor that demonstrations are recorded of: a list of documents, a page, a field for
-/// words to look for and two buttons. It looks as told; what a click means is up to the script. One thread.
+/// The window of a small text editor for recorded demonstrations: a list of documents, a page, a search field and two
+/// buttons. The script decides what it shows and what a click does. One thread.
 class DemoWindow {
   public:
     static constexpr int kWidth = 1280;
@@ -17,7 +17,7 @@ class DemoWindow {
 
     explicit DemoWindow(const std::string& displayName);
 
-    /// What there is to click at, in pixels of the window.
+    /// The places to click, in pixels of the window.
     static Rect saveButton();
     static Rect markButton();
     static Rect searchField();

@@ -31,11 +31,12 @@ void removeEmptyFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-RecordingFlow::RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window, Events events)
+RecordingFlow::RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window,
+                             Callbacks callbacks)
     : services_(services),
       view_(view),
       window_(window),
-      events_(std::move(events)),
+      callbacks_(std::move(callbacks)),
       access_(services),
       preview_(services) {}
 
@@ -233,7 +234,7 @@ void RecordingFlow::startFailed(const std::string& message) {
 
 void RecordingFlow::running() {
     phase_ = Phase::recording;
-    events_.started(folder_);
+    callbacks_.started(folder_);
     window_.update([](MainWindowState& state) {
         state.recordTitle = "Aufnahme stoppen";
         state.recordEnabled = true;
@@ -326,7 +327,7 @@ void RecordingFlow::conclude(const std::string& status, bool succeeded) {
         return;
     }
     if (!window_.choices().autoZoom) presetZooms();
-    events_.finished(folder_);
+    callbacks_.finished(folder_);
 }
 
 void RecordingFlow::backToIdle() {

@@ -31,15 +31,14 @@ class RecordingFlow {
   public:
     enum class Phase { idle, arming, picking, permissions, countdown, starting, recording, finishing };
 
-    /// Callbacks for the owner.
-    struct Events {
+    struct Callbacks {
         /// A recording into this folder has begun.
         std::function<void(const std::filesystem::path&)> started;
         /// The recording in this folder is complete.
         std::function<void(const std::filesystem::path&)> finished;
     };
 
-    RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window, Events events);
+    RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window, Callbacks callbacks);
     ~RecordingFlow();
     RecordingFlow(const RecordingFlow&) = delete;
     RecordingFlow& operator=(const RecordingFlow&) = delete;
@@ -118,7 +117,7 @@ class RecordingFlow {
     const AppServices& services_;
     ViewInForce& view_;
     MainWindowModel& window_;
-    const Events events_;
+    const Callbacks callbacks_;
     DeviceAccess access_;
     CameraPreview preview_;
 

@@ -31,7 +31,7 @@ const RecorderError& outOfMemory() noexcept {
 }
 
 bool isOutOfMemory(const RecorderError& error) noexcept {
-    // It stands in every sentence on a shortage, ours and the system's, and in no other.
+    // Every sentence about a shortage has it, ours and the system's, and no other sentence.
     return std::string_view(error.what()).find("Arbeitsspeicher") != std::string_view::npos;
 }
 

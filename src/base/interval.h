@@ -19,7 +19,7 @@ struct Interval {
     constexpr bool operator==(const Interval&) const = default;
 };
 
-/// What both have in common; empty when that is nothing.
+/// The intersection; empty when there is none.
 constexpr Interval intersection(const Interval& a, const Interval& b) {
     return {std::max(a.start, b.start), std::min(a.end, b.end)};
 }

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whether nobody writes this file any more.
+// Whether this file has no writer any more.
 bool isAbandoned(int file, pid_t maker) {
     if (::flock(file, LOCK_EX | LOCK_NB) == 0) return true;
     if (errno == EWOULDBLOCK || maker <= 0) return false;
@@ -58,7 +58,7 @@ void removeAbandoned(const fs::path& folder,
                      const std::function<std::optional<pid_t>(std::string_view name)>& makerOf) {
     const std::unique_ptr<DIR, CloseFolder> listing(::opendir(folder.c_str()));
     if (!listing) return;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else reads from this handle
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread reads from this handle
     while (const dirent* const each = ::readdir(listing.get())) {
         if (const auto maker = makerOf(each->d_name)) removeIfAbandoned(folder / each->d_name, *maker);
     }

@@ -21,9 +21,9 @@ namespace lumivastor {
 /// for one that was left; a further name is to be tried.
 std::error_code makeLocked(const std::filesystem::path& path, UniqueDescriptor& file);
 
-/// Removes the user's own files that nobody has locked any more. `makerOf` says for each name in the folder whether a
-/// file of that name may go at all, and which process made it, 0 when the name does not tell: where file systems have
-/// no locks, a file goes when its maker has ended. A folder that cannot be listed stays as it is.
+/// Removes the user's own files that are no longer locked. `makerOf` says for each name in the folder whether a file of
+/// that name may go at all, and which process made it, 0 when the name does not tell: where file systems have no locks,
+/// a file goes when its maker has ended. A folder that cannot be listed stays as it is.
 void removeAbandoned(const std::filesystem::path& folder,
                      const std::function<std::optional<pid_t>(std::string_view name)>& makerOf);
 

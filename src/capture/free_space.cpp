@@ -27,7 +27,7 @@ std::optional<FreeSpace> freeSpaceOf(const std::filesystem::path& folder) {
 
 std::uint64_t finishingBytes(std::int64_t pictures, double soundSeconds, std::int64_t pointerEvents) {
     // The index has about 20 bytes for a picture and 8 for a packet of sound (47 a second); an event of the pointer
-    // track takes about 200 bytes of indented text. Twice that, for what was estimated badly.
+    // track takes about 200 bytes of indented text. Twice that, because this is an estimate.
     const double bytes =
         static_cast<double>(pictures) * 20 + soundSeconds * 47 * 8 + static_cast<double>(pointerEvents) * 200;
     return static_cast<std::uint64_t>(2 * bytes);
@@ -37,8 +37,8 @@ std::uint64_t requiredSpace(const SpaceNeed& need, std::uint64_t capacity) {
     // Up to two seconds of movie are still in memory, the watch looks once a second, and an encoder may exceed its bit
     // rate for a moment: four seconds are needed in any case.
     const double onItsWay = 4 * need.bytesPerSecond;
-    // A comfortable rest beyond that, so that other programs do not meet a full disk because of us: 20 seconds of the
-    // recording, at least 64 MB. On small volumes a tenth has to do.
+    // A margin beyond that, so that other programs do not find a full disk because of us: 20 seconds of the recording,
+    // at least 64 MB. On small volumes a tenth.
     const double comfortable = std::max(64e6, 20 * need.bytesPerSecond);
     return need.finishingBytes +
            static_cast<std::uint64_t>(onItsWay + std::min(comfortable, static_cast<double>(capacity) / 10));

@@ -12,8 +12,8 @@ namespace {
 
 // Keeps a desktop's text sharp; see `VideoSettings::constantQuality`.
 constexpr int kQuality = 20;
-// In motion key pictures come every two seconds by count. At rest there is a picture a second, and the ten of them that
-// a seek then decodes cost next to nothing; more key pictures would have to be coarser ones.
+// In motion the count makes a key picture every two seconds. A still screen has a picture a second, and the ten of them
+// that a seek then decodes cost almost nothing; more key pictures would have to be coarser.
 constexpr double kKeySecondsAtRest = 10;
 constexpr double kBitsPerPixel = 0.08;
 

@@ -7,14 +7,14 @@
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
 
-// What the capture document says before anything is recorded. Plain functions.
+// The capture document before anything is recorded. Plain functions.
 
 namespace lumivastor::capture {
 
-/// What the capture document says as soon as a recording starts.
+/// The capture document of a recording that starts.
 model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options);
 
-/// What the capture document of a device says as soon as its first picture has come.
+/// The capture document of a device, once its first picture has come.
 model::CaptureInfo plannedDeviceInfo(const std::string& deviceName, PixelSize size, bool deviceAudio, bool microphone);
 model::Geometry deviceGeometry(PixelSize size);
 

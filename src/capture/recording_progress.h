@@ -9,16 +9,16 @@
 
 namespace lumivastor::capture {
 
-/// Times of live samples in the writers' fractions. A microsecond is a twentieth of a frame of sound at 48 kHz, so
-/// rounding is never heard, and sums with the clocks of sound and pictures (48000, 44100, 600) stay exact in 32 bits,
-/// which nanoseconds would not.
+/// Times of live samples in the writers' unit. A microsecond is a twentieth of a frame of sound at 48 kHz, so rounding
+/// is inaudible, and sums with the clocks of sound and pictures (48000, 44100, 600) stay exact in 32 bits, which
+/// nanoseconds would not.
 inline constexpr std::int32_t kHostTimescale = 1'000'000;
 
 inline MediaTime hostTime(double hostSeconds) {
     return MediaTime::fromSeconds(hostSeconds, kHostTimescale);
 }
 
-/// Whether a screen sample is recorded: only what is new, and only with a picture.
+/// Whether a screen sample is recorded: only new content, and only with a picture.
 inline bool isNewPicture(platform::FrameStatus status, bool hasImage) {
     return hasImage && (status == platform::FrameStatus::complete || status == platform::FrameStatus::started);
 }
@@ -26,7 +26,7 @@ inline bool isNewPicture(platform::FrameStatus status, bool hasImage) {
 /// The progress of a recording: its time base and its counters. A plain value; the recorders guard it with their lock.
 struct RecordingProgress {
     bool sessionStarted = false;
-    /// Host clock, seconds: the movie's time zero, and the moment at which that was decided.
+    /// Host clock, seconds: the movie's time zero, and the time at which it was set.
     double t0Host = 0;
     double t0Media = 0;
     /// The latest presentation time that was appended, of any kind.

@@ -41,7 +41,7 @@ void Composition::rebuild(const model::ProjectSettings& settings, const EditStat
     auto next = std::make_shared<Shown>();
     next->state = deriveEditState(*recording_, settings, canvas_, previous);
     const std::lock_guard hold(stateLock_);
-    // The old state goes after the lock.
+    // The old state is destroyed after the lock.
     shown_.swap(next);
 }
 

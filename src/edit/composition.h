@@ -24,7 +24,7 @@ namespace lumivastor::edit {
 
 /// The edit model of one opened recording: its documents, the current settings and everything derived from them, for
 /// one canvas size. The editor's thread assigns settings; any thread may ask for the state, which is an immutable
-/// snapshot: one that is being drawn stays whole while the next is put in force.
+/// snapshot: a state that is being drawn stays intact when the next one takes effect.
 class Composition {
   public:
     /// Opens a folder: reads its documents and cursor pictures and derives the first state. Canvas sizes in pixels, at
@@ -42,12 +42,12 @@ class Composition {
     const Recording& recording() const { return *recording_; }
     const std::map<std::string, CursorAsset>& cursorAssets() const { return cursorAssets_; }
 
-    /// Everything in force, the settings included.
+    /// The current state, with its settings.
     std::shared_ptr<const EditState> state() const;
 
     model::ProjectSettings settings() const { return state()->settings; }
-    /// Puts new settings in force by rebuilding the whole state; equal ones change nothing. One thread at a time.
-    /// Throws `RecorderError`, and changes nothing, when they cannot be drawn.
+    /// Applies new settings by rebuilding the whole state; equal ones change nothing. One thread at a time. Throws
+    /// `RecorderError`, and changes nothing, when they cannot be drawn.
     void setSettings(const model::ProjectSettings& settings);
 
     std::vector<Interval> keptSegments() const { return state()->keptSegments; }
@@ -55,14 +55,15 @@ class Composition {
     double outputDuration() const { return state()->outputDuration; }
     double sourceTime(double forOutput) const;
     std::vector<model::ZoomSpec> zoomSpecs() const { return state()->zoomSpecs; }
-    /// Number of zooms in force.
+    /// The number of zooms in effect.
     int zoomCount() const;
 
-    /// The drawn cursor at a source time, as fractions of the source picture from its top-left; none without a path.
+    /// The position of the drawn cursor at a source time, as fractions of the source picture from its top-left; nullopt
+    /// without a path.
     std::optional<Point> cursorNormalized(double t) const;
 
     /// The part of the source that lies under a canvas rectangle (pixels, origin bottom-left) at source time `t`, as
-    /// fractions of the source picture from its top-left; none when nothing of the picture lies there.
+    /// fractions of the source picture from its top-left; nullopt when no part of the picture is there.
     std::optional<model::MaskRect> sourceNormalized(const Rect& fromCanvas, double t) const;
 
     /// The recipe of the studio frame at source time `t`; see `composeFrame`. Any thread.
@@ -70,8 +71,8 @@ class Composition {
                              double t) const;
 
   private:
-    // A state and its layers, which are drawn when the first frame asks for them: listing what follows from a recording
-    // needs none, and a slider that is dragged passes values that are never shown.
+    // A state and its layers, which are drawn when the first frame needs them: a report about a recording needs none,
+    // and a slider passes many values that are never shown while it is dragged.
     struct Shown {
         std::shared_ptr<const EditState> state;
         std::once_flag drawn;

@@ -19,8 +19,8 @@ struct CursorAsset {
 };
 
 /// Loads the pictures of a recording's cursor shapes, by id. A shape that is not visible, lies outside the folder,
-/// cannot be decoded or is larger than any cursor is simply not there: it draws nothing. All pictures together take
-/// at most 256 MB; what comes after that is not there either. Any thread.
+/// cannot be decoded or is larger than any cursor is left out and not drawn. All pictures together take at most 256 MB;
+/// further ones are left out, too. Any thread.
 std::map<std::string, CursorAsset> loadCursorAssets(const std::filesystem::path& folder,
                                                     const std::vector<model::CursorImage>& images);
 

@@ -25,7 +25,7 @@ class CursorEngine {
     CursorEngine() = default;
 
     /// `events` in time order; `duration` in seconds, at most `kMaxDuration`; `smoothing` from 0 (none) to 1. No path
-    /// when the duration is not positive or no event but scrolls is left. Times of presses must fit the grid's
+    /// when the duration is not positive or there are no events except scrolls. Times of presses must fit the grid's
     /// integers (preconditions, both: files are checked before).
     CursorEngine(std::span<const model::PointerSample> events, double duration, double smoothing);
 
@@ -37,7 +37,7 @@ class CursorEngine {
     const std::vector<double>& ys() const { return ys_; }
 
     /// Source pixels, origin top-left, at a source time in seconds; before the beginning and after the end the path's
-    /// first and last point. None when there is no path.
+    /// first and last point. nullopt when there is no path.
     std::optional<Point> position(double t) const;
 
     bool operator==(const CursorEngine&) const = default;

@@ -15,7 +15,7 @@
 
 namespace lumivastor::edit {
 
-/// Everything that follows from a recording, its project document and a canvas size. Immutable: threads share it.
+/// Everything that is derived from a recording, its project document and a canvas size. Immutable: threads share it.
 struct EditState {
     model::ProjectSettings settings;
     TrimRange trim;
@@ -26,7 +26,7 @@ struct EditState {
     std::vector<model::ZoomSpec> zoomSpecs;
     std::shared_ptr<const ZoomEngine> zoomEngine;
     std::shared_ptr<const CursorEngine> cursorEngine;
-    /// The presses inside the crop rectangle, in order: the ones that get a ring.
+    /// The presses inside the crop rectangle, in order, which get a ring.
     std::vector<model::PointerSample> clicks;
     StudioLayout layout;
 };
@@ -35,13 +35,13 @@ struct EditState {
 ZoomEngine::Parameters zoomParameters(const model::ProjectSettings& settings);
 
 /// Derives the whole edit state: a pure function of the recording, the settings and the canvas. `previous`, a state of
-/// the same recording or none, only saves time: what would come out equal is shared with it. Throws `RecorderError`
-/// when the settings, from a damaged file, cannot be drawn; never for what the editor's controls can set.
+/// the same recording or none, only saves time: equal parts are shared with it. Throws `RecorderError` when the
+/// settings, from a damaged file, cannot be drawn; never for what the editor's controls can set.
 std::shared_ptr<const EditState> deriveEditState(const Recording& recording, const model::ProjectSettings& settings,
                                                  PixelSize canvas, const EditState* previous = nullptr);
 
-/// The id of the cursor shape in force at source time `t`: that of the last change up to then, or of the first one
-/// before any. Null when there are no changes.
+/// The id of the cursor shape at source time `t`: that of the last change up to then, or of the first change if all are
+/// later. Null when there are no changes.
 const std::string* cursorShapeAt(const std::vector<model::CursorChange>& changes, double t);
 
 }  // namespace lumivastor::edit

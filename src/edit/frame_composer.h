@@ -13,7 +13,7 @@
 
 namespace lumivastor::edit {
 
-/// What a frame is composed from; all of it outlives the call only.
+/// What a frame is composed from. The references must be valid only during the call.
 struct FrameIngredients {
     const Recording& recording;
     const EditState& state;

@@ -10,13 +10,13 @@
 
 namespace lumivastor::edit {
 
-/// What the documents of one recording folder say, read once and never changed, with what every edit needs of it
-/// drawn out beforehand.
+/// The content of the documents of one recording folder, read once and never changed, with extracts that every edit
+/// needs.
 struct Recording {
     std::filesystem::path folder;
     model::CaptureInfo info;
     model::PointerTrack track;
-    /// The presses of `track.events`, in order: an edit then never walks a million moves.
+    /// The presses of `track.events`, in order, so that an edit need not walk a million moves.
     std::vector<model::PointerSample> presses;
     /// The webcam movie that the capture document names, when the folder has it; empty otherwise.
     std::filesystem::path webcamFile;
@@ -26,19 +26,19 @@ struct Recording {
     double webcamOffset() const { return info.webcamOffset.value_or(0); }
 
     /// Reads a folder's capture and pointer documents. Throws `RecorderError` when one cannot be read or holds values
-    /// that nothing can be built from: a picture without area, a length that no cursor path can hold, positions and
-    /// times far outside of any screen and any recording.
+    /// that cannot be used: a picture without area, a length that no cursor path can hold, positions and times far
+    /// outside of any screen and any recording.
     static Recording load(const std::filesystem::path& folder);
 
-    /// The same from documents that are there already; `folder` may be any, for example none.
+    /// The same from documents in memory; `folder` may be any, or empty.
     Recording(std::filesystem::path folder, model::CaptureInfo info, model::PointerTrack track);
 };
 
-/// Throws `RecorderError` when the zooms of a project document cannot be turned into a camera path: one without a
-/// focus key, or times, positions or scales that are no such thing.
+/// Throws `RecorderError` when the zooms of a project document cannot be turned into a camera path: one without a focus
+/// key, or with impossible times, positions or scales.
 void checkZooms(const model::ProjectSettings& settings);
 
-/// The most masks of a project: nobody draws more, and each of them costs time and memory in every frame.
+/// The most masks of a project: users do not draw more, and each of them costs time and memory in every frame.
 inline constexpr std::size_t kMaximumMasks = 1000;
 
 /// Throws `RecorderError` when a project document has more masks than `kMaximumMasks`.

@@ -10,8 +10,8 @@
 
 namespace lumivastor::edit {
 
-/// The pictures of a studio frame that depend on the settings alone, all of the canvas's size but the ring. Empty
-/// pictures where there is nothing to show: no screen, no bubble.
+/// The pictures of a studio frame that depend on the settings alone, all of the canvas's size except the ring. A
+/// picture is empty if there is nothing to show: no screen, no bubble.
 struct StudioLayers {
     imaging::Picture background;
     /// Rounded matte of the screen rectangle.
@@ -25,7 +25,7 @@ struct StudioLayers {
     imaging::Picture bubbleBorder;
 };
 
-/// Draws the layers; `cache` returns those that the last call drew alike.
+/// Draws the layers; `cache` returns those that are equal to the last call's.
 StudioLayers makeStudioLayers(const StudioLayout& layout, const model::ProjectSettings& settings,
                               imaging::PreparedLayers& cache);
 

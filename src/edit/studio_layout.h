@@ -10,8 +10,8 @@
 #include "model/capture_info.h"
 #include "model/project_settings.h"
 
-// Where everything lies in a studio frame. Source pixels have their origin at the top-left like the pointer's
-// coordinates; canvas pixels have it at the bottom-left like everything that is painted.
+// The layout of a studio frame. Source pixels have their origin at the top-left like the pointer's coordinates; canvas
+// pixels have it at the bottom-left like everything that is painted.
 
 namespace lumivastor::edit {
 
@@ -21,9 +21,9 @@ struct StudioLayout {
     double contentScale = 1;
     /// Side of a mask's blocks in source pixels.
     double pixelBlock = 12;
-    /// The part of the source that is shown: source pixels, origin top-left.
+    /// The visible part of the source: source pixels, origin top-left.
     Rect cropRect;
-    /// Where that part lies: canvas pixels, origin bottom-left.
+    /// The place of that part: canvas pixels, origin bottom-left.
     Rect screenRect;
     /// Pixelated areas, clipped to the picture: source pixels, origin bottom-left.
     std::vector<Rect> maskRects;
@@ -38,7 +38,7 @@ struct StudioLayout {
 StudioLayout layOutStudio(const model::CaptureInfo& info, const model::ProjectSettings& settings, PixelSize canvas,
                           bool hasWebcam);
 
-/// The shown part of the source by itself: each side loses at most 0.4 of its direction.
+/// The visible part of the source alone: cropping takes at most 0.4 of its direction from each side.
 Rect cropRectangle(const model::CaptureInfo& info, const model::ProjectSettings& settings);
 
 /// A magnification followed by a shift, both in canvas pixels, origin bottom-left.

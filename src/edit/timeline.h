@@ -7,7 +7,7 @@
 #include "base/interval.h"
 #include "model/project_settings.h"
 
-// Which source time survives the edit, and how a time of the edited video maps to it. All times in seconds.
+// Which source times the edit keeps, and how times of the edited video map to them. All times in seconds.
 //
 //   source   |---trimmed---|#######|--cut--|####|--cut--|##########|---trimmed---|
 //   output                 |#######|####|##########|
@@ -22,7 +22,7 @@ struct TrimRange {
 };
 
 /// The trimming in force on a recording of `duration` seconds, never before its beginning. At least half a second
-/// before the end stays, whatever the settings say (all of it where the recording is shorter).
+/// before the end is kept, whatever the settings say (or everything if the recording is shorter).
 TrimRange effectiveTrim(const model::ProjectSettings& settings, double duration);
 
 /// What cuts leave of the trimmed range, in time order, disjoint and not empty. Pieces of 0.001 s or
@@ -32,9 +32,8 @@ std::vector<Interval> keptSegments(const TrimRange& trim, std::vector<model::Cut
 /// Length of the edited video.
 double outputDuration(std::span<const Interval> segments);
 
-/// The source time at output time `t`. Past the end the last segment's end; `t` itself without segments. A movie that
-/// shows the segments rounds their bounds to its clock: what it shows at `t` is told by `shownSourceTime` of
-/// render/cut_composition.h.
+/// The source time at output time `t`. Past the end the last segment's end; `t` itself without segments. A movie of the
+/// segments rounds their bounds to its clock; `shownSourceTime` of render/cut_composition.h says what it shows at `t`.
 double sourceTime(std::span<const Interval> segments, double t);
 
 }  // namespace lumivastor::edit

@@ -12,7 +12,7 @@
 namespace lumivastor::edit {
 
 /// The virtual camera of the studio video. `autoSpecs` proposes zooms from recorded clicks; an engine turns a list of
-/// zooms, proposed or made by hand, into eased curves of scale and focus and answers the camera for any source time.
+/// zooms, proposed or made by hand, into eased curves of scale and focus and returns the camera at any source time.
 /// Immutable; queries may come from any thread and allocate nothing. All times are source seconds.
 class ZoomEngine {
   public:

@@ -97,8 +97,8 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
         player_->pause();
         return player_->currentTime();
     };
-    player.seek = [this](double seconds, std::function<void()> ended) {
-        player_->seek(seconds, [ended = std::move(ended)](bool) { ended(); });
+    player.seek = [this](double seconds, std::function<void()> completion) {
+        player_->seek(seconds, [completion = std::move(completion)](bool) { completion(); });
     };
     transport_ = std::make_unique<Transport>(
         std::move(player), Transport::Options{info.duration, info.fps, [this] { refreshTransport(); }});

@@ -39,8 +39,8 @@ class EditorWindowTest : public EditorFixture {
   protected:
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame() { return controls().previewView->frame(); }
     // Waits for the frame that a change leads to.
-    bool waitForFrameAfter(const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& before) {
-        return waitFor([&] { return frame() != nullptr && frame() != before; });
+    bool awaitFrameAfter(const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& before) {
+        return awaitInLoop([&] { return frame() != nullptr && frame() != before; });
     }
     void drawMask(QPointF from, QPointF to) {
         auto* view = controls().maskDrawView;
@@ -66,7 +66,7 @@ TEST_F(EditorWindowTest, ShowsTheRecordingAndItsSettings) {
     EXPECT_EQ(textOf("lengthLabel"), "Video: 5.0 s");
     EXPECT_EQ(find<QComboBox>("zoomPopup")->itemText(0).toStdString(),
               labels::zoomItem(1, session().composition()->zoomSpecs().at(0)));
-    EXPECT_TRUE(waitFor([this] { return frame() != nullptr; }));
+    EXPECT_TRUE(awaitInLoop([this] { return frame() != nullptr; }));
     EXPECT_EQ(window().findChild<QWidget*>("webcamCornerPopup"), nullptr);
 }
 
@@ -79,14 +79,14 @@ TEST_F(EditorWindowTest, TheFrameHasThePixelsOfThePlaceWhereItIsShown) {
         return frame()->width() == std::lround(shown.width * ratio) &&
                frame()->height() == std::lround(shown.height * ratio);
     };
-    EXPECT_TRUE(waitFor(fits));
+    EXPECT_TRUE(awaitInLoop(fits));
     window().resize(1500, 1000);
-    EXPECT_TRUE(waitFor(fits));
+    EXPECT_TRUE(awaitInLoop(fits));
 }
 
 TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
     openWindow();
-    ASSERT_TRUE(waitFor([this] { return frame() != nullptr; }));
+    ASSERT_TRUE(awaitInLoop([this] { return frame() != nullptr; }));
     std::vector<model::ProjectSettings> states = {session().settings()};
     std::vector<std::string> shown = {everythingShown()};
     const auto remember = [&] {
@@ -120,7 +120,7 @@ TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
              {area.x + area.width * 0.6, area.y + area.height * 0.6});
     EXPECT_EQ(textOf("maskLabel"), "1 Bereich, gilt fürs ganze Video");
     EXPECT_EQ(find<QPushButton>("maskDrawButton")->text(), "Bereich aufziehen");
-    EXPECT_TRUE(waitForFrameAfter(before));
+    EXPECT_TRUE(awaitFrameAfter(before));
     remember();
 
     before = frame();
@@ -129,14 +129,14 @@ TEST_F(EditorWindowTest, ASessionIsUndoneAndRedoneStepByStep) {
         EXPECT_EQ(session().settings(), states[i]) << i;
         EXPECT_EQ(everythingShown(), shown[i]) << i;
     }
-    EXPECT_TRUE(waitForFrameAfter(before));
+    EXPECT_TRUE(awaitFrameAfter(before));
     before = frame();
     for (std::size_t i = 1; i < states.size(); ++i) {
         press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
         EXPECT_EQ(session().settings(), states[i]) << i;
         EXPECT_EQ(everythingShown(), shown[i]) << i;
     }
-    EXPECT_TRUE(waitForFrameAfter(before));
+    EXPECT_TRUE(awaitFrameAfter(before));
     window().close();
     EXPECT_EQ(saved(), states.back());
     EXPECT_EQ(closed_, 1);
@@ -211,7 +211,7 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
     EXPECT_EQ(session().controls(), controls().settingsColumn.values());
 
     // Without anybody closing anything it is saved a little later.
-    EXPECT_TRUE(waitFor([&] { return saved() == expected; }));
+    EXPECT_TRUE(awaitInLoop([&] { return saved() == expected; }));
 }
 
 TEST_F(EditorWindowTest, ADragIsOneStep) {
@@ -311,7 +311,7 @@ TEST_F(EditorWindowTest, AMaskLiesWhereItWasDrawn) {
     drawMask({left, top}, {left + layout.screenRect.width / 2 * scale, top + layout.screenRect.height / 2 * scale});
     ASSERT_EQ(session().settings().masks.size(), 1u);
     const model::MaskRect mask = session().settings().masks[0];
-    // The pointer goes by whole points.
+    // The pointer moves by whole points.
     const double tolerance = 1.5 / (layout.screenRect.height * scale);
     EXPECT_NEAR(mask.x, 0.5, tolerance);
     EXPECT_NEAR(mask.y, 0.5, tolerance);
@@ -327,7 +327,7 @@ TEST_F(EditorWindowTest, PlayingJumpsOverCutsAndBeginsAnewAtTheEnd) {
     transport().jump(0.8);
     click("playButton");
     bool insideTheCut = false;
-    EXPECT_TRUE(waitFor([&] {
+    EXPECT_TRUE(awaitInLoop([&] {
         const double now = transport().playhead();
         insideTheCut = insideTheCut || (now > 1.1 && now < 4.4);
         return !transport().isPlaying();
@@ -338,7 +338,7 @@ TEST_F(EditorWindowTest, PlayingJumpsOverCutsAndBeginsAnewAtTheEnd) {
     click("playButton");
     EXPECT_TRUE(transport().isPlaying());
     EXPECT_LT(transport().playhead(), 0.6);
-    EXPECT_TRUE(waitFor([&] { return transport().playhead() > 0.7; }));
+    EXPECT_TRUE(awaitInLoop([&] { return transport().playhead() > 0.7; }));
     click("playButton");
 }
 
@@ -381,7 +381,7 @@ TEST_F(EditorWindowTest, AnExportShowsItsProgressAndWhereItsFileIs) {
     EXPECT_FALSE(find<QPushButton>("renderButton")->isEnabled());
     // The editor stays usable.
     drag("paddingSlider", 0.9);
-    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    ASSERT_TRUE(awaitExport());
     EXPECT_EQ(textOf("statusLabel"),
               "Fertig: 2.0 s, " + std::to_string(session().composition()->zoomCount()) + " Zooms – studio-output.mp4");
     EXPECT_FALSE(find<QProgressBar>("progressBar")->isVisible());
@@ -397,7 +397,7 @@ TEST_F(EditorWindowTest, AnExportThatCannotBeSaysWhy) {
     settings_.cuts = {{0, 99}};
     openWindow();
     click("renderButton");
-    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    ASSERT_TRUE(awaitExport());
     EXPECT_EQ(textOf("statusLabel"), "Fehlgeschlagen: Es bleibt nichts übrig - alles ist weggeschnitten.");
     EXPECT_EQ(count(logText(), "[Editor] Render-Fehler: Es bleibt nichts übrig - alles ist weggeschnitten."), 1);
     EXPECT_TRUE(find<QPushButton>("renderButton")->isEnabled());
@@ -408,7 +408,7 @@ TEST_F(EditorWindowTest, ACancelledExportLeavesNothing) {
     openWindow();
     click("renderButton");
     click("cancelRenderButton");
-    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    ASSERT_TRUE(awaitExport());
     EXPECT_EQ(textOf("statusLabel"), "Rendern abgebrochen.");
     EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
 }
@@ -423,7 +423,8 @@ TEST_F(EditorWindowTest, ClosingCancelsAnExportWhenItIsAskedForASecondTime) {
     EXPECT_TRUE(window().close());
     EXPECT_FALSE(window().isRendering());
     EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
-    QTest::qWait(50);
+    EXPECT_TRUE(awaitInLoop([this] { return closed_ > 0; }));
+    QCoreApplication::processEvents();
     EXPECT_EQ(closed_, 1);
 }
 
@@ -433,7 +434,7 @@ TEST_F(EditorWindowTest, TheMachineIsKeptAwakeFromTheFirstMomentOfAnExport) {
     click("renderButton");
     EXPECT_FALSE(awake_.expired());
     click("cancelRenderButton");
-    ASSERT_TRUE(waitFor([this] { return !window().isRendering(); }));
+    ASSERT_TRUE(awaitExport());
     EXPECT_TRUE(awake_.expired());
 }
 
@@ -526,7 +527,7 @@ TEST_F(EditorWindowTest, AFolderThatIsDroppedOnItIsOpened) {
     EXPECT_TRUE(enter.isAccepted());
     QDropEvent drop({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&window(), &drop);
-    EXPECT_TRUE(waitFor([this] { return opened_ == folder_.path(); }));
+    EXPECT_TRUE(awaitInLoop([this] { return opened_ == folder_.path(); }));
 }
 
 TEST_F(EditorWindowTest, AFileThatIsDroppedOnItIsNot) {
@@ -547,7 +548,7 @@ TEST_F(EditorWindowTest, AFolderWithoutAMovieIsRefused) {
     EXPECT_THROW(EditorWindow(folder_.path(), loop_, {}), RecorderError);
 }
 
-// What every control is held to, in windows of all kinds.
+// Rules for every control, in windows of all kinds.
 class EditorWindowLook : public EditorFixture, public testing::WithParamInterface<std::pair<bool, double>> {
   protected:
     EditorWindowLook() {
@@ -559,7 +560,7 @@ class EditorWindowLook : public EditorFixture, public testing::WithParamInterfac
 
     // At the size that the window has.
     void expectNothingIsCutOff() {
-        QTest::qWait(50);
+        QCoreApplication::processEvents();
         EXPECT_GT(expectTextsFit(window()), 60);
         EXPECT_FALSE(controls().settingsColumn.area()->widget()->width() >
                      controls().settingsColumn.area()->viewport()->width());

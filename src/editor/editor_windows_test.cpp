@@ -39,7 +39,7 @@ TEST_F(EditorWindowsTest, AClosedEditorGoesAWhileLaterAndItsFolderCanBeOpenedAga
     EXPECT_EQ(editors.count(), 1u);
     EditorWindow& second = editors.open(folder_.path());
     EXPECT_NE(&second, &first);
-    EXPECT_TRUE(waitFor([&] { return editors.count() == 1; }));
+    EXPECT_TRUE(awaitInLoop([&] { return editors.count() == 1; }));
     EXPECT_TRUE(second.isVisible());
 }
 
@@ -64,7 +64,7 @@ TEST_F(EditorWindowsTest, AFolderThatIsDroppedIsHandedOn) {
     QDropEvent drop({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&editor, &drop);
     EXPECT_TRUE(drop.isAccepted());
-    EXPECT_TRUE(waitFor([&] { return dropped == folder_.path(); }));
+    EXPECT_TRUE(awaitInLoop([&] { return dropped == folder_.path(); }));
 }
 
 TEST_F(EditorWindowsTest, AllMayCloseOnceThoseThatExportWereAskedTwice) {

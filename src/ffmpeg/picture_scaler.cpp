@@ -46,8 +46,8 @@ ChromaSite chromaSite(int location) {
     }
 }
 
-// The scaler takes chroma samples for centred between two columns unless it is told, and takes nothing about directions
-// in which there are as many of them as of luma.
+// The scaler assumes chroma samples centred between two columns unless they are set, and assumes nothing about
+// directions in which there are as many of them as of luma.
 void setChromaSite(SwsContext& context, const std::string& side, int format, const ChromaSite& site) {
     const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
     if (description == nullptr || (description->flags & AV_PIX_FMT_FLAG_RGB) != 0) return;

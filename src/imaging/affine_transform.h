@@ -5,7 +5,7 @@
 
 namespace lumivastor::imaging {
 
-/// A scaling followed by a movement, each axis by its own: x' = scaleX * x + translateX. Cameras, placements and cursor
+/// A scaling followed by a translation, for each axis: x' = scaleX * x + translateX. Cameras, placements and cursor
 /// shapes need no more, and without rotation every resampling stays separable. Scales are positive.
 struct AffineTransform {
     double scaleX = 1;

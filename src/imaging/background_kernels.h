@@ -20,11 +20,10 @@ struct BackgroundRow {
 };
 
 /// Fills a row of opaque BGRA pixels; vectorised for the machine it runs on. `number` says which row of the dither
-/// pattern rounds it. The row's memory must go on to the next multiple of 64 bytes, as that of a
-/// `BgraPremultipliedBuffer` does.
+/// pattern rounds it. The row's memory must extend to the next multiple of 64 bytes, as in a `BgraPremultipliedBuffer`.
 void fillBackgroundRow(const BackgroundRow& row, int number, std::uint8_t* pixels, int width);
 
-/// How much of each colour goes into a plane.
+/// The weight of each colour in a plane.
 struct LevelWeights {
     float blue = 0;
     float green = 0;
@@ -32,7 +31,7 @@ struct LevelWeights {
 };
 
 /// The same as levels of one plane (paint_kernels.h), with the pattern added instead of rounding. The row's memory must
-/// go on to the next multiple of 32 levels.
+/// extend to the next multiple of 32 levels.
 void fillBackgroundLevels(const BackgroundRow& row, const LevelWeights& weights, int number, std::int16_t* levels,
                           int width);
 

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <vector>
 
-// Which areas of a picture are shown in large squares. Coordinates are pixels of the picture with the origin at the
+// The areas of a picture that are shown as large squares. Coordinates are pixels of the picture with the origin at the
 // bottom-left.
 
 namespace lumivastor::imaging {
 
-/// Whole pixels; `right` and `top` are the first ones beyond.
+/// Whole pixels; `right` and `top` are exclusive.
 struct PixelRect {
     int left = 0;
     int bottom = 0;
@@ -22,7 +22,7 @@ struct PixelRect {
     bool operator==(const PixelRect&) const = default;
 };
 
-/// What both have in common; empty when that is nothing.
+/// The intersection; empty when there is none.
 inline PixelRect shared(const PixelRect& a, const PixelRect& b) {
     return {std::max(a.left, b.left), std::max(a.bottom, b.bottom), std::min(a.right, b.right), std::min(a.top, b.top)};
 }
@@ -32,9 +32,9 @@ inline int squaresAlong(int length, int side) {
     return (length + side - 1) / side;
 }
 
-/// Areas that are put in squares one after the other: a later one averages what the earlier ones leave.
+/// Areas that become squares one after the other: a later one averages the result of the earlier ones.
 struct MosaicPlan {
-    /// The picture: squares that reach over its edge count the pixels at the edge for those beyond. Contains the areas.
+    /// The picture, which contains the areas. Squares that reach beyond its edge repeat the pixels at the edge.
     PixelRect bounds;
     /// None is empty.
     std::vector<PixelRect> areas;

@@ -103,7 +103,7 @@ struct StepComparison {
 }  // namespace
 
 PictureNode::~PictureNode() {
-    // What nobody else holds any more is lined up here and released in turn.
+    // Nodes without other owners are queued here and released in turn.
     std::shared_ptr<PictureNode> line;
     giveUpInputs(line);
     while (line) {

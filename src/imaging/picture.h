@@ -16,7 +16,7 @@ struct StudioBackground;
 
 /// A picture as a recipe: what it is made of, not yet its pixels. The frame compositor stacks pictures; a painter
 /// (painter.h, or reference_painter.h for the plain one) turns the finished recipe into pixels once. A cheap immutable
-/// value, to be copied and shared between threads freely.
+/// value that threads may copy and share.
 ///
 /// Pictures live in a pixel space with the origin at the bottom-left: pixel (0, 0) of a source covers the square from
 /// (0, 0) to (1, 1) and is the leftmost one of its bottom row. Outside its extent a picture is transparent.
@@ -49,13 +49,14 @@ class Picture {
     Picture over(const Picture& background) const;
     /// The pixels at the extent's edges repeated endlessly outward.
     Picture clampedToExtent() const;
-    /// With areas in squares of `side` pixels (at least 1), the first of which begins at its area's bottom-left corner;
-    /// the areas lie on whole pixels, and so do the picture's edges. One area after the other: a later one averages
-    /// what the earlier ones leave. What of an area lies outside of the picture is left out first. Squares end at their
-    /// area's edges but average all pixels that they would hold; beyond the picture's edge these are those at the edge.
+    /// With areas shown as squares of `side` pixels (at least 1), the first of which begins at its area's bottom-left
+    /// corner; the areas lie on whole pixels, and so do the picture's edges. Areas are applied one after the other: a
+    /// later one averages the result of the earlier ones. First they are clipped to the picture. Squares end at their
+    /// area's edges but average all pixels of a whole square; beyond the picture's edge the pixels at the edge are
+    /// repeated.
     ///
-    /// Each square shows the average of all the pixels it holds: unlike the pixel in a square's middle the average does
-    /// not flicker when text below it scrolls, and it never shows an original pixel.
+    /// Each square shows the average of all its pixels: unlike the pixel in a square's middle, the average does not
+    /// flicker when text below it scrolls, and it never shows an original pixel.
     Picture pixellated(const std::vector<Rect>& areas, int side) const;
     /// Multiplied by the alpha of `matte`; transparent where the matte is.
     Picture blendedWithMatte(const Picture& matte) const;
@@ -63,9 +64,9 @@ class Picture {
     Picture faded(double alpha) const;
 
     /// True when both recipes are the same: equal steps with equal numbers on the same buffers, which are compared by
-    /// identity. Pictures that are equal paint equal pixels as long as nobody writes to their buffers. Both pictures'
-    /// sources must still be held (they are, by the values themselves). However often a recipe uses a part of itself,
-    /// that is compared once, and however deep it is, the stack does not grow with it.
+    /// identity. Equal pictures paint equal pixels as long as their buffers are not modified. Both pictures' sources
+    /// must still be held (they are, by the values themselves). A part that a recipe uses several times is compared
+    /// once, and the depth of the recipe does not grow the stack.
     bool operator==(const Picture& other) const;
 
     const PictureNode& node() const { return *node_; }

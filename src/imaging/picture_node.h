@@ -10,7 +10,7 @@
 #include "imaging/picture.h"
 #include "imaging/studio_background.h"
 
-// What a recipe consists of, for painters.
+// The nodes of a recipe, for painters.
 
 namespace lumivastor::imaging {
 
@@ -59,7 +59,7 @@ struct PictureNode {
                               ClampNode, MosaicNode, MatteNode, FadeNode>;
 
     PictureNode(Step step_, const Rect& extent_) : step(std::move(step_)), extent(extent_) {}
-    /// Releases what it is made of without a call for each step: recipes may be deeper than the stack.
+    /// Releases its parts without recursion: recipes may be deeper than the stack.
     ~PictureNode();
     PictureNode(const PictureNode&) = delete;
     PictureNode& operator=(const PictureNode&) = delete;
@@ -73,7 +73,7 @@ struct PictureNode {
     std::shared_ptr<PictureNode> behind_;  // while its release waits for that of others
 };
 
-/// What `Picture::operator==` says, counting the pairs of steps that it looks at.
+/// The result of `Picture::operator==`; counts the pairs of steps that it compares.
 bool areEqual(const Picture& a, const Picture& b, std::size_t& comparisons);
 
 }  // namespace lumivastor::imaging

@@ -66,8 +66,8 @@ struct PicturePool::Free {
     std::vector<std::unique_ptr<BgraPremultipliedBuffer>> bgra;  // guarded by lock
     std::size_t made = 0;                                        // guarded by lock; of both kinds
 
-    // One taken from the list, or made. Goes back to it when the last reference goes, or to nobody when the pool has
-    // gone.
+    // A buffer from the list, or a new one. It returns to the list with its last reference, or is deleted when the pool
+    // is gone.
     template <typename Buffer, typename Make>
     static std::shared_ptr<Buffer> take(const std::shared_ptr<Free>& self,
                                         std::vector<std::unique_ptr<Buffer>> Free::*list, Make make) {
@@ -80,7 +80,7 @@ struct PicturePool::Free {
                     buffer = std::move(free.back());
                     free.pop_back();
                 } else {
-                    free.reserve(++self->made);  // coming back takes no memory
+                    free.reserve(++self->made);  // returning a buffer allocates no memory
                 }
             }
             if (!buffer) buffer = make();

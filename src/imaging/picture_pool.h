@@ -10,7 +10,7 @@
 
 namespace lumivastor::imaging {
 
-/// A planar 4:2:0 picture in memory of its own, to be painted and then given to a writer. Rows start at multiples of 64
+/// A planar 4:2:0 picture that owns its memory, to be painted and then given to a writer. Rows start at multiples of 64
 /// bytes. For odd sizes one more column and row of luma can be written, which the encoder needs.
 class PlanarBuffer {
   public:
@@ -31,8 +31,8 @@ class PlanarBuffer {
 };
 
 /// Hands out pictures of one size and takes their memory back when the last reference goes, so that an export does not
-/// allocate for every picture. How many there are is up to how many are held at once. What a picture shows at first is
-/// unspecified. Any thread.
+/// allocate for every picture. There are as many as are held at once. The initial content of a picture is unspecified.
+/// Any thread.
 class PicturePool {
   public:
     PicturePool(int width, int height, const YuvEncoding& encoding);

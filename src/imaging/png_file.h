@@ -10,7 +10,7 @@
 
 namespace lumivastor::imaging {
 
-/// What a PNG from somewhere else may cost at most; both are checked against its header, before pixels are allocated.
+/// Limits for PNG files of unknown origin; both are checked against the header before pixels are allocated.
 struct PngLimits {
     int maxWidth = 16384;
     int maxHeight = 16384;

@@ -6,9 +6,9 @@
 #include "imaging/background_kernels.h"
 #include "imaging/pixel_buffer.h"
 
-// The studio background: a gradient so gentle that 8 bits would show it in bands many pixels wide. So its steps are
-// broken up: each pixel is rounded up or down by an ordered pattern that repeats every 8 pixels, and 8 x 8 of them have
-// the mean that was meant. The pattern stays where it is from frame to frame.
+// The studio background: a gradient so gentle that 8 bits would show it as bands many pixels wide. It is therefore
+// dithered: an ordered pattern that repeats every 8 pixels rounds each pixel up or down, and 8 x 8 pixels have the
+// exact mean. The pattern does not move from frame to frame.
 
 namespace lumivastor::imaging {
 
@@ -33,7 +33,7 @@ struct StudioBackground {
     /// Sizes in pixels, at least 0.
     StudioBackground(int width, int height, const RgbColour& tone);
 
-    /// The colour that is meant at a point, in pixels from the top-left corner.
+    /// The exact colour at a point, in pixels from the top-left corner.
     RgbColour colourAt(double x, double y) const;
 };
 

@@ -10,7 +10,7 @@ namespace lumivastor::playback {
 /// at least 1 by 1.
 PixelSize fittedFrame(PixelSize canvas, PixelSize available);
 
-/// From canvas coordinates to those of such a frame.
+/// Transforms canvas coordinates to those of such a frame.
 imaging::AffineTransform scalingTo(PixelSize canvas, PixelSize frame);
 
 }  // namespace lumivastor::playback

@@ -68,8 +68,8 @@ std::int64_t FramePrefetcher::decodedCount() const {
     return decodedCount_;
 }
 
-// What to decode next; nothing when everything is there, or what is missing would push out what matters more. Under
-// lock_.
+// The next moment to decode; nullopt when everything is decoded, or the missing pictures would replace more important
+// ones. Under lock_.
 std::optional<MediaTime> FramePrefetcher::nextGap() const {
     if (isResting_) return std::nullopt;
     const std::optional<PictureCache::Gap> gap = cache_.firstGap();
@@ -92,7 +92,7 @@ void FramePrefetcher::run() {
         const ShownPicture found = findOrGiveUp(*gap, isEnded);
         if (!isEnded) take(found, *gap);
         hold.lock();
-        // Decoded and yet not there: to try again at once would be to try forever.
+        // Decoded, but not stored: another attempt would repeat this forever.
         isResting_ = !isEnded && round == goalsRound_ && cache_.find(*gap) == nullptr;
     }
 }
@@ -111,11 +111,11 @@ ShownPicture FramePrefetcher::findOrGiveUp(const MediaTime& target, bool& isEnde
     }
     const std::lock_guard hold(lock_);
     error_ = RecorderError(reason);
-    // What cannot even be opened is not tried again for every frame.
+    // A track that cannot be opened is not tried again for every frame.
     return {std::nullopt, decodedCount_ == 0 ? kAlways : TimeRange{target, kTick}, 0};
 }
 
-// Keeps a decoded picture. Whether the way to `target` is still the one to go.
+// Stores a decoded picture. Returns whether `target` is still wanted.
 bool FramePrefetcher::take(const ShownPicture& picture, const MediaTime& target) {
     bool goesOn = false;
     bool isWanted = false;
@@ -129,7 +129,7 @@ bool FramePrefetcher::take(const ShownPicture& picture, const MediaTime& target)
         const std::optional<PictureCache::Gap> gap = cache_.firstGap();
         const std::vector<TimeRange>& goals = cache_.goals();
         goesOn = !isEnding_ && gap && goals[gap->goal].contains(target);
-        // What is only passed is nobody's news.
+        // Pictures on the way to the target are not reported.
         isWanted = std::any_of(goals.begin(), goals.end(), [&](const TimeRange& goal) {
             return picture.shown.start < goal.end() && goal.start < picture.shown.end();
         });

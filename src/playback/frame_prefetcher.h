@@ -17,9 +17,8 @@
 
 namespace lumivastor::playback {
 
-/// Decodes one track's pictures ahead, on a thread of its own, into a cache of a fixed size. Whoever shows them says
-/// which stretches come next; what a newer wish no longer needs is given up after the picture being decoded. Any
-/// thread.
+/// Decodes one track's pictures ahead, on its own thread, into a cache of a fixed size. The caller sets as goals which
+/// stretches come next; new goals take effect after the picture that is being decoded. Any thread.
 class FramePrefetcher {
   public:
     struct Options {
@@ -28,25 +27,26 @@ class FramePrefetcher {
         std::size_t budget = 0;  // bytes of decoded pictures
     };
 
-    /// `changed` is called on the prefetcher's thread whenever something of the goals can be found; it must not call
-    /// the prefetcher.
+    /// `changed` is called on the prefetcher's thread whenever another picture of the goals is available; it must not
+    /// call the prefetcher.
     FramePrefetcher(const media::SegmentedTrack& track, const Options& options, std::function<void()> changed);
     /// Waits for the picture that is being decoded.
     ~FramePrefetcher();
     FramePrefetcher(const FramePrefetcher&) = delete;
     FramePrefetcher& operator=(const FramePrefetcher&) = delete;
 
-    /// The stretches to have ready, the most urgent first (see `PictureCache`). Where they do not fit, decoding rests.
+    /// The stretches to have ready, the most urgent first (see `PictureCache`). When no more of them fits, decoding
+    /// pauses.
     void setGoals(std::vector<TimeRange> goals, const MediaTime& playhead);
 
-    /// What is shown at a moment; nothing as long as that is not decoded.
+    /// The picture shown at a moment; nullopt as long as it is not decoded.
     std::optional<ShownPicture> find(const MediaTime& time) const;
-    /// The last picture at or before a moment that is decoded.
+    /// The last decoded picture at or before a moment.
     std::optional<ShownPicture> findBefore(const MediaTime& time) const;
 
-    /// Why there are no pictures at all; `find` then answers that there is none to show.
+    /// The reason why there are no pictures at all; `find` then returns that none is shown.
     std::optional<RecorderError> error() const;
-    /// How many pictures have been decoded.
+    /// The number of pictures decoded so far.
     std::int64_t decodedCount() const;
 
   private:

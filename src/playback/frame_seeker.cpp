@@ -14,7 +14,7 @@ namespace {
 
 // Clock of the moments that are looked up: fine enough that rounding to it stays far below the tolerance.
 constexpr std::int32_t kMomentScale = 1'000'000;
-// Beyond every movie: what is shown there is shown for good.
+// Beyond the end of every movie.
 constexpr MediaTime kForever{std::int64_t{1} << 32, 1};
 constexpr MediaTime kTick{1, kMomentScale};
 
@@ -33,7 +33,7 @@ MediaTime FrameSeeker::Stretch::onTimeline(const MediaTime& source) const {
     return segment.target.start + (source - segment.sourceStart);
 }
 
-// Before the segment what it begins with, behind it what it ends with.
+// Before the segment its first picture, behind it its last.
 MediaTime FrameSeeker::Stretch::inSource(const MediaTime& time) const {
     const MediaTime last = std::max(segment.target.start, segment.target.end() - kTick);
     return segment.sourceStart + (std::clamp(time, segment.target.start, last) - segment.target.start);
@@ -134,7 +134,7 @@ ShownPicture FrameSeeker::beyondDamage(const Stretch& stretch, const MediaTime& 
     MediaTime end = key ? stretch.onTimeline(*key) : stretch.shown.end();
     if (end >= stretch.segment.target.end()) end = stretch.shown.end();
     held.shown = TimeRange::between(std::max(start, stretch.shown.start), std::max(end, time + kTick));
-    // One line for each damaged group, however often it is come upon.
+    // One line for each damaged group, even if it is met again.
     const bool isKnown = std::any_of(holes_.begin(), holes_.end(),
                                      [&](const Hole& hole) { return hole.shown.end() == held.shown.end(); });
     if (!isKnown) {
@@ -152,7 +152,7 @@ bool FrameSeeker::canSeek(const MediaTime& source) {
     try {
         decoder_->seek(source);
     } catch (const RecorderError&) {
-        // What was decoded before it failed is still there.
+        // The picture decoded before the failure is still available.
     }
     return decoder_->hasCurrent();
 }

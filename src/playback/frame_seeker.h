@@ -14,28 +14,28 @@
 
 namespace lumivastor::playback {
 
-/// Times that differ by less than this are the same where pictures are looked up: those of pictures are rounded to
-/// their tracks' clocks, and frames count in others. An export looks them up with the same tolerance.
+/// Lookups of pictures treat times that differ by less than this as equal: times of pictures are rounded to their
+/// tracks' clocks, those of frames to another. An export has the same tolerance.
 inline constexpr double kPictureTolerance = 0.0001;
 
-/// The moment at which to look for the pictures of a frame: `seconds`, and the tolerance.
+/// The moment for looking up the pictures of a frame: `seconds` plus the tolerance.
 MediaTime momentOf(double seconds);
 
-/// Finds the picture that a track of a composition shows at any moment, with the rules of an export: empty ranges and
-/// whatever a source no longer covers hold the last picture, and so does damage, until the next key picture that can be
-/// decoded. Opens the files when they are first needed. One thread at a time.
+/// Finds the picture that a track of a composition shows at any moment, by the rules of an export: the last picture is
+/// held in empty ranges, in ranges that a source does not cover, and over damage until the next key picture that can be
+/// decoded. Opens the files on first use. One thread at a time.
 class FrameSeeker {
   public:
-    /// What a track shows before its first picture.
+    /// The result before a track's first picture.
     enum class Before { nothing, firstPicture };
 
     FrameSeeker(const media::SegmentedTrack& track, Before before);
     ~FrameSeeker();
 
-    /// Called for each picture that is decoded on the way; says whether to go on.
+    /// Called for each picture that is decoded on the way; returns whether to go on.
     using Passing = std::function<bool(const ShownPicture&)>;
 
-    /// The picture shown at `time` and when it is; nothing when `passing` ended the search. Jumps to a key picture or
+    /// The picture shown at `time`, and its range; nullopt when `passing` ended the search. Jumps to a key picture or
     /// decodes on, whichever is quicker. Throws `RecorderError` when a file cannot be opened at all.
     std::optional<ShownPicture> find(const MediaTime& time, const Passing& passing = {});
 

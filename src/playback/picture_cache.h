@@ -19,26 +19,26 @@ struct ShownPicture {
     std::size_t bytes = 0;
 };
 
-/// Decoded pictures of one track within a fixed number of bytes. What is kept when they do not all fit is said by
-/// goals: stretches of the timeline that will be shown soon, the most urgent first. Pictures in an earlier goal push
-/// out those in a later one, those in any goal all others, and of equals the one nearer to the playhead stays. A
-/// picture that is larger than the budget is kept alone.
+/// Decoded pictures of one track within a fixed number of bytes. When they do not all fit, goals decide which are kept:
+/// stretches of the timeline that will be shown soon, the most urgent first. Pictures in an earlier goal replace those
+/// in a later one, and pictures in any goal replace all others; among equals the one nearer to the playhead stays. A
+/// picture larger than the budget is kept alone.
 ///
 /// One thread at a time.
 class PictureCache {
   public:
     explicit PictureCache(std::size_t budget) : budget_(budget) {}
 
-    /// The playhead is where the first goal begins unless there is none.
+    /// The playhead is the beginning of the first goal, if there is one.
     void setGoals(std::vector<TimeRange> goals, const MediaTime& playhead);
     const std::vector<TimeRange>& goals() const { return goals_; }
 
-    /// What is shown at a moment; nothing when that is not known (yet).
+    /// The picture shown at a moment; nullopt when that is not known (yet).
     const ShownPicture* find(const MediaTime& time) const;
     /// The last picture that is known to be shown at or before a moment.
     const ShownPicture* findBefore(const MediaTime& time) const;
 
-    /// The first moment of the most urgent goal that is not covered, and which goal that is.
+    /// The first uncovered moment of the most urgent incomplete goal, and which goal that is.
     struct Gap {
         MediaTime time;
         std::size_t goal = 0;
@@ -47,15 +47,16 @@ class PictureCache {
 
     /// Whether `insert` would take a picture of this size that is shown at `time`.
     bool hasRoomFor(const MediaTime& time, std::size_t bytes) const;
-    /// Takes a picture and drops others for it, or drops it when all others matter more. A picture that is there
-    /// already stays the very same, so that recipes made of it stay equal. Whether what was given is now covered.
+    /// Takes a picture and drops others for it, or drops it when all others matter more. A picture that is already
+    /// there is not replaced, so that recipes made from it stay equal. Returns whether the range of the picture is now
+    /// covered.
     bool insert(ShownPicture picture);
 
     std::size_t bytes() const { return bytes_; }
     std::size_t count() const { return pictures_.size(); }
 
   private:
-    // How little a picture matters: the goal it serves, then its distance from the playhead.
+    // The rank of a picture; low ranks matter most: the goal that it belongs to, then its distance from the playhead.
     struct Rank {
         std::size_t goal = 0;
         MediaTime distance;

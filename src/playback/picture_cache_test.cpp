@@ -133,8 +133,8 @@ TEST(PictureCache, APictureLargerThanTheBudgetIsKeptAlone) {
     EXPECT_EQ(kept(cache), std::set<int>{7});
 }
 
-// Whoever fills goals decodes as long as there is a gap with room for it. That has to come to an end also when the
-// goals are larger than the budget, without decoding anything twice.
+// The prefetcher decodes as long as there is a gap with room for it. That must end also when the goals are larger than
+// the budget, without decoding anything twice.
 TEST(PictureCache, FillingGoalsThatDoNotFitComesToAnEnd) {
     PictureCache cache(12 * kBytes);
     cache.setGoals({stretch(50, 51), stretch(50, 58), stretch(20, 50)}, {50, 10});

@@ -6,8 +6,8 @@
 
 namespace lumivastor::playback {
 
-/// Which moment of the source is heard when so many frames of a run have been: the run's sound jumps over cuts, and it
-/// waits, in silence, where the source cannot be read fast enough. Counts frames at one rate throughout. A plain value.
+/// Maps the number of frames heard in a run to a moment of the source: the run's sound jumps over cuts, and it is
+/// silent while the source cannot be read fast enough. Counts all frames at one rate. A plain value.
 class PlaybackPositionMap {
   public:
     /// Begins a run at a frame of the source.
@@ -15,18 +15,18 @@ class PlaybackPositionMap {
 
     /// `count` frames of the source from `sourceFrame` on were given to the output.
     void wrote(std::int64_t count, std::int64_t sourceFrame);
-    /// `count` frames of silence were given to it that stand for nothing.
+    /// `count` frames of silence were given to it that are no part of the source.
     void waited(std::int64_t count);
 
-    /// The source frame that is heard when `heard` frames of the run have been: at a jump, the one jumped to. Behind
-    /// everything written, the one that follows the last. Forgets what came before, so `heard` never goes back.
+    /// The source frame that is heard when `heard` frames of the run have been heard: at a jump, its target; behind
+    /// everything written, the frame that follows the last. Forgets what came before, so `heard` must not decrease.
     std::int64_t sourceAt(std::int64_t heard);
 
     /// Frames of the run up to the end of the last sound that was given.
     std::int64_t soundEnd() const { return soundEnd_; }
 
   private:
-    // `count` frames of the run from `runStart` on: either of the source, or silence for as long.
+    // `count` frames of the run from `runStart` on: either from the source, or silence of that length.
     struct Piece {
         std::int64_t runStart = 0;
         std::int64_t count = 0;
@@ -42,7 +42,7 @@ class PlaybackPositionMap {
     std::deque<Piece> pieces_;
     std::int64_t written_ = 0;
     std::int64_t soundEnd_ = 0;
-    std::int64_t source_ = 0;  // follows what has been forgotten
+    std::int64_t source_ = 0;  // the frame behind what has been forgotten
 };
 
 }  // namespace lumivastor::playback

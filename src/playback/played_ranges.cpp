@@ -10,9 +10,10 @@ namespace lumivastor::playback {
 
 namespace {
 
-// Far below any frame's length, far above what doubles lose: a moment this little before a frame is that frame's.
+// Far below any frame's length, far above the rounding of doubles: a moment this close before a frame belongs to it.
 constexpr double kSliver = 1e-6;
-// Sound counts in frames of its own: what is heard at the end of a range, or at its start, is off by up to half of one.
+// Sound has its own frames: the moment heard at the end of a range, or at its start, is off by up to half a sound
+// frame.
 constexpr double kSoundFrame = 1.0 / 48000;
 
 }  // namespace

@@ -10,7 +10,8 @@
 
 namespace lumivastor::playback {
 
-/// What playing goes through, and which frames it shows on its way. An immutable value; seconds of the item's timeline.
+/// The ranges that playing goes through, and the frames that it shows. An immutable value; seconds of the item's
+/// timeline.
 ///
 ///     timeline   0----|=====A=====|------|===B===|----     playing jumps from A's end to B's start
 ///     frames          a  a  a  a         b  b  b           whole multiples of the frame's length, and each start
@@ -18,30 +19,30 @@ namespace lumivastor::playback {
 /// A range includes its start and excludes its end.
 class PlayedRanges {
   public:
-    /// Nothing is played.
+    /// Without ranges: nothing is played.
     PlayedRanges() = default;
     /// Ranges in any order, cut off at 0 and at `duration`; those that touch become one. `framesPerSecond` above 0.
     PlayedRanges(std::vector<Interval> ranges, double duration, double framesPerSecond);
 
-    /// Where playing goes on from `seconds`: there, or at the next range's start. None behind the last range.
+    /// Where playing from `seconds` begins: there, or at the next range's start. nullopt behind the last range.
     std::optional<double> playableFrom(double seconds) const;
-    /// How far playing runs from a moment without a jump; the moment itself when it is in no range.
+    /// Up to when playing runs from a moment without a jump; the moment itself when it is in no range.
     double runsUntil(double seconds) const;
-    /// Since when playing that has come to a moment has run without a jump; the moment itself when it is in no range.
+    /// Since when playing that reaches a moment has run without a jump; the moment itself when it is in no range.
     double runsSince(double seconds) const;
-    /// Whether playing comes to the range that a moment is in by a jump, and whether it leaves it by one. False for
-    /// both when it is in none.
+    /// Whether playing enters the range that contains a moment by a jump, and whether it leaves it by one. Both false
+    /// when no range contains it.
     bool isJumpedTo(double seconds) const;
     bool isJumpedFrom(double seconds) const;
-    /// What is played next from a moment, `length` seconds altogether or as much as there is.
+    /// The ranges that are played next from a moment, `length` seconds in total or as much as there is.
     std::vector<Interval> ahead(double seconds, double length) const;
 
-    /// The moment of the frame that is shown at `seconds`: in gaps too, whose frames lie on the same grid.
+    /// The moment of the frame that is shown at `seconds`, also in gaps, whose frames are on the same grid.
     double frameAt(double seconds) const;
     /// The moment of the frame that follows one, if playing shows another.
     std::optional<double> frameAfter(double frame) const;
-    /// The moment of the frame on which playing stands that has come to `seconds`: the one shown there, and at the end
-    /// of a range its last one, because what lies behind it is not played.
+    /// The moment of the frame that playing shows when it stops at `seconds`: the one shown there, or at the end of a
+    /// range its last one, because what is behind it is not played.
     double standingFrame(double seconds) const;
 
     bool operator==(const PlayedRanges&) const = default;

@@ -8,6 +8,7 @@
 
 #include "base/log.h"
 #include "base/pixel_size.h"
+#include "platform/sound/silent_output.h"
 #include "playback/player_pictures.h"
 #include "playback/player_sound.h"
 
@@ -16,13 +17,13 @@ namespace lumivastor::playback {
 namespace {
 
 constexpr double kTimeInterval = 1.0 / 30;
-// Larger than any screen: nothing has been said about how large frames are shown.
+// Larger than any screen, until the size at which frames are shown is set.
 constexpr PixelSize kAnySize{1 << 20, 1 << 20};
 
 }  // namespace
 
-/// Lives on the main thread. What other threads post to the main loop holds it weakly, so that nothing arrives after
-/// the player has gone.
+/// Lives on the main thread. Work that other threads post to the main loop holds it weakly, so that none runs after the
+/// player's destruction.
 class Player::Core : public std::enable_shared_from_this<Core> {
   public:
     Core(MainLoop& mainLoop, std::unique_ptr<platform::SoundOutput> output)
@@ -90,7 +91,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     std::unique_ptr<PlayerPictures> pictures_;
 
     bool isPlaying_ = false;
-    double time_ = 0;         // of the frame that stands or is sought; while playing, where that began
+    double time_ = 0;         // of the frame that is shown or sought; while playing, where playing began
     std::int64_t order_ = 0;  // the latest, for pictures and sound
     std::optional<Seek> seek_;
     std::unique_ptr<MainLoop::Timer> timer_;  // while playing
@@ -129,15 +130,17 @@ void Player::Core::setItem(PlayerItem item) {
     PlayerPictures::Clock clock{[sound = sound_.get()] { return sound->position(); },
                                 [sound = sound_.get()] { return sound->elapsed(); },
                                 [sound = sound_.get()] { return sound->isFinished(); }};
-    PlayerPictures::Client client;
-    client.show = [this](std::int64_t order, const Frame& frame, double seconds) { deliver({order, frame, seconds}); };
-    client.ended = [this](std::int64_t order) { post([order](Core& core) { core.playedToEnd(order); }); };
-    client.failed = [this](const RecorderError& error) {
+    PlayerPictures::Callbacks callbacks;
+    callbacks.show = [this](std::int64_t order, const Frame& frame, double seconds) {
+        deliver({order, frame, seconds});
+    };
+    callbacks.ended = [this](std::int64_t order) { post([order](Core& core) { core.playedToEnd(order); }); };
+    callbacks.failed = [this](const RecorderError& error) {
         post([error](Core& core) {
             if (core.onError) core.onError(error);
         });
     };
-    pictures_ = std::make_unique<PlayerPictures>(item, ranges_, available_, std::move(clock), std::move(client));
+    pictures_ = std::make_unique<PlayerPictures>(item, ranges_, available_, std::move(clock), std::move(callbacks));
     time_ = 0;
     stand();
 }
@@ -153,7 +156,8 @@ void Player::Core::setMix(const std::vector<media::AudioMixInput>& mix) {
 void Player::Core::setRanges(std::vector<Interval> ranges) {
     if (!sound_) return;
     PlayedRanges changed = rangesOf(std::move(ranges));
-    // Every edit says them again; sound that is decoded already would have to be decoded twice, and would be late.
+    // Every edit sets them again; unchanged ranges must not discard decoded sound, which would be late after decoding
+    // it again.
     if (changed == ranges_) return;
     ranges_ = std::move(changed);
     sound_->setRanges(ranges_);
@@ -174,7 +178,7 @@ void Player::Core::play() {
     isPlaying_ = true;
     sound_->cue(time_);
     pictures_->play(++order_);
-    // A seek that is under way ends with the first frame that is shown.
+    // A seek in progress ends with the first frame that is shown.
     startSound(output_ && sound_->hasTracks() ? *output_ : *silent_);
     timer_ = mainLoop_.every(kTimeInterval, [this] {
         if (onTimeChanged) onTimeChanged(currentTime());
@@ -212,7 +216,7 @@ void Player::Core::playedToEnd(std::int64_t order) {
     if (!isPlaying_ || order != order_) return;
     stopPlaying();
     const double end = sound_->position();
-    // The last frame that was to be played may not have been shown in time. Where nothing was played, the frame stays.
+    // The last frame may not have been shown in time. If nothing was played, the frame stays.
     if (end > time_ + kPictureTolerance) time_ = ranges_.standingFrame(end);
     stand();
     if (onPlayedToEnd) onPlayedToEnd();
@@ -260,7 +264,7 @@ void Player::Core::takeDelivery() {
     const bool endsSeek = seek_ && seek_->order <= delivery->order;
     const std::int64_t sought = endsSeek ? seek_->order : 0;
     if (delivery->frame && onFrame) onFrame(delivery->frame, delivery->seconds);
-    // Unless the callback has begun another.
+    // Unless the callback has begun another seek.
     if (endsSeek && seek_ && seek_->order == sought) endSeek(true);
 }
 
@@ -311,20 +315,20 @@ void Player::seek(double seconds, std::function<void(bool finished)> completion)
     core_->seek(seconds, std::move(completion));
 }
 
-void Player::onFrame(std::function<void(const Frame& frame, double seconds)> callback) {
-    core_->onFrame = std::move(callback);
+void Player::onFrame(std::function<void(const Frame& frame, double seconds)> handler) {
+    core_->onFrame = std::move(handler);
 }
 
-void Player::onTimeChanged(std::function<void(double seconds)> callback) {
-    core_->onTimeChanged = std::move(callback);
+void Player::onTimeChanged(std::function<void(double seconds)> handler) {
+    core_->onTimeChanged = std::move(handler);
 }
 
-void Player::onPlayedToEnd(std::function<void()> callback) {
-    core_->onPlayedToEnd = std::move(callback);
+void Player::onPlayedToEnd(std::function<void()> handler) {
+    core_->onPlayedToEnd = std::move(handler);
 }
 
-void Player::onError(std::function<void(const RecorderError& error)> callback) {
-    core_->onError = std::move(callback);
+void Player::onError(std::function<void(const RecorderError& error)> handler) {
+    core_->onError = std::move(handler);
 }
 
 Player::Statistics Player::statistics() const {

@@ -19,21 +19,22 @@ namespace lumivastor::playback {
 namespace {
 
 constexpr std::size_t kMegabyte = std::size_t{1} << 20;
-// Of decoded pictures: 70 of 2560x1440, 31 of 3840x2160. What lies ahead while playing, and the way back from a still
+// For decoded pictures: 70 of 2560x1440, 31 of 3840x2160. The pictures ahead while playing, and those from a still back
 // to the key picture before it, mostly fit.
 constexpr std::size_t kScreenBudget = 384 * kMegabyte;
 constexpr std::size_t kWebcamBudget = 96 * kMegabyte;
 
-// What is decoded ahead while playing, seconds: more than a jump over a cut takes to find its first picture.
+// How far pictures are decoded ahead while playing, in seconds: longer than finding the first picture after a cut
+// takes.
 constexpr double kAhead = 0.5;
-// Around a still, when it has stood for a moment: some frames ahead, and the way back in nearing steps, so that what
-// is nearest is there first.
+// Around a still, once it has been shown for a moment: some frames ahead, and frames back in growing distances, so that
+// the nearest are decoded first.
 constexpr double kStillAhead = 0.2;
 constexpr double kStillBack[] = {0.1, 0.4, 1.0};
 constexpr double kPrefetchDelay = 0.1;
-// How long the clock is not looked at, at most: sound devices may correct it.
+// The longest time between two reads of the clock, because sound devices may correct it.
 constexpr double kLongestSleep = 0.01;
-// Finer is not felt.
+// A finer resolution is not noticeable.
 constexpr double kShortestSleep = 0.0005;
 // How far ahead frames are made on a slow machine, at most.
 constexpr double kLongestLead = 0.25;
@@ -42,7 +43,7 @@ TimeRange between(double start, double end) {
     return TimeRange::between(momentOf(start), momentOf(end));
 }
 
-// What is shown at this very moment.
+// The range of a single moment.
 TimeRange at(const MediaTime& moment) {
     return {moment, {1, 1'000'000}};
 }
@@ -57,10 +58,10 @@ std::unique_ptr<FramePrefetcher> prefetcherOf(const PlayerItem& item, const std:
 }  // namespace
 
 PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock,
-                               Client client)
+                               Callbacks callbacks)
     : canvas_{item.canvasWidth, item.canvasHeight},
       clock_(std::move(clock)),
-      client_(std::move(client)),
+      callbacks_(std::move(callbacks)),
       painter_(imaging::paintingThreads()) {
     precondition(canvas_.width >= 1 && canvas_.height >= 1, "a canvas has a size");
     precondition(item.compositor != nullptr, "an item has a compositor");
@@ -179,7 +180,8 @@ void PlayerPictures::run() {
     }
 }
 
-// Shows the still, then has what is around it decoded. How long to rest; without end when there is nothing to do.
+// Shows the still, then requests decoding of the frames around it. Returns how long to wait; infinite when there is
+// nothing to do.
 PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
     const MediaTime moment = momentOf(wish.still);
     if (made_.order == wish.order && made_.change == wish.change) {
@@ -201,33 +203,33 @@ PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
     const std::optional<Sources> sources = sourcesAt(moment);
     if (!sources) return std::nullopt;
     made_ = make(wish, *sources, wish.still);
-    client_.show(wish.order, made_.frame, wish.still);
+    callbacks_.show(wish.order, made_.frame, wish.still);
     stoodAt_ = hostClockSeconds();
     return 0;
 }
 
-// Makes the next frame, shows it when it is time.
+// Makes the next frame and shows it when it is due.
 PlayerPictures::Seconds PlayerPictures::playOn(const Wish& wish) {
     const double heard = clock_.position();
     if (clock_.isFinished()) {
-        if (!std::exchange(isEndTold_, true)) client_.ended(wish.order);
+        if (!std::exchange(isEndTold_, true)) callbacks_.ended(wish.order);
         return std::nullopt;
     }
     const Seconds frame = screen_ ? frameToMake(wish, heard) : std::nullopt;
     if (!frame || !prepare(wish, *frame, heard)) return kLongestSleep;
     const double left = *frame - kPictureTolerance - clock_.position();
     if (left > 0) return std::clamp(left, kShortestSleep, kLongestSleep);
-    client_.show(wish.order, made_.frame, *frame);
+    callbacks_.show(wish.order, made_.frame, *frame);
     shown_ = frame;
     shownScreen_ = made_.screenStart;
     ++framesShown_;
     return 0;
 }
 
-// The frame after the one shown last, or the one that it is time for already.
+// The frame after the one shown last, or the one that is due already.
 PlayerPictures::Seconds PlayerPictures::frameToMake(const Wish& wish, double heard) {
     const PlayedRanges& ranges = *wish.ranges;
-    // A single slow one, as after a change of settings, says nothing about the next.
+    // A single slow frame, as after a change of settings, does not predict the next.
     const double reached = heard + (shown_ ? std::min(making_, makingBefore_) : 0);
     const Seconds from = ranges.playableFrom(reached);
     const bool isGap = !from || *from > reached;
@@ -235,7 +237,7 @@ PlayerPictures::Seconds PlayerPictures::frameToMake(const Wish& wish, double hea
     Seconds next = ranges.frameAfter(*shown_);
     const double current = isGap ? *shown_ : ranges.frameAt(reached);
     while (next && *next + kPictureTolerance < current) {
-        // Made but not shown in time, or not even begun.
+        // Made but not shown in time, or not begun.
         ++framesDropped_;
         shown_ = next;
         next = ranges.frameAfter(*next);
@@ -243,8 +245,8 @@ PlayerPictures::Seconds PlayerPictures::frameToMake(const Wish& wish, double hea
     return next;
 }
 
-// Has the frame made as far as its pictures are there. When they come too late, what has come so far will do, as long
-// as it is newer than what is shown.
+// Makes the frame if its pictures are decoded. If they are late, uses the latest decoded ones that are newer than those
+// shown.
 bool PlayerPictures::prepare(const Wish& wish, double frame, double heard) {
     if (made_.order == wish.order && made_.change == wish.change && made_.seconds == frame) return true;
     aimAt(wish, frame, heard);
@@ -291,7 +293,7 @@ std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime
     return sources;
 }
 
-// Never from before the stretch that is played: what was cut away is not shown, however late its pictures are.
+// Never from before the played stretch: pictures that are cut away are not shown, however late the others are.
 std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& wish, double frame) const {
     const MediaTime moment = momentOf(frame);
     const MediaTime since = momentOf(wish.ranges->runsSince(frame));
@@ -304,7 +306,7 @@ std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& 
     Sources sources{*std::move(screen), std::nullopt};
     if (webcam_) {
         const std::optional<ShownPicture> webcam = latest(*webcam_);
-        // A face that vanishes for a frame is worse than a frame that stands.
+        // A webcam bubble that vanishes for a frame is worse than one that freezes.
         if (!webcam) return std::nullopt;
         sources.webcam = webcam->picture;
     }
@@ -346,14 +348,14 @@ Player::Frame PlayerPictures::paint(const Wish& wish, const imaging::Picture& sc
 }
 
 void PlayerPictures::fail(const RecorderError& error) {
-    if (std::exchange(lastFailure_, error.message()) != error.message()) client_.failed(error);
+    if (std::exchange(lastFailure_, error.message()) != error.message()) callbacks_.failed(error);
 }
 
 void PlayerPictures::reportSupplies() {
     if (screen_ && !isScreenReported_) {
         if (const auto error = screen_->error()) {
             isScreenReported_ = true;
-            client_.failed(*error);
+            callbacks_.failed(*error);
         }
     }
     if (webcam_ && !isWebcamReported_) {

@@ -23,38 +23,38 @@
 
 namespace lumivastor::playback {
 
-/// The pictures of a player: takes decoded ones from a prefetcher for each track, lets the compositor make the recipe,
-/// paints it and hands it over when the clock says so, all on a thread of its own. While playing it makes one frame
-/// ahead. When frames keep taking longer to make than they last, it aims as far ahead as that takes and leaves out what
-/// lies between.
+/// The pictures of a player: takes decoded ones from a prefetcher for each track, has the compositor make the recipe,
+/// paints it and delivers it when it is due, all on its own thread. While playing, it makes one frame ahead. If making
+/// frames keeps taking longer than showing them, it makes a frame as far ahead as that takes and skips those in
+/// between.
 ///
-/// What it is to do comes as orders, numbered by the caller in ascending order: a newer one replaces the one that is
-/// under way. Everything but the callbacks belongs to the player's thread.
+/// It is controlled by orders, which the caller numbers in ascending order: a newer one replaces the one in progress.
+/// Everything but the callbacks belongs to the player's thread.
 class PlayerPictures {
   public:
-    /// What the time is while playing. Called on the thread of the pictures.
+    /// The clock while playing. Called on the pictures' thread.
     struct Clock {
         std::function<double()> position;
-        std::function<double()> elapsed;  // since playing began, without what was jumped over
+        std::function<double()> elapsed;  // since playing began, without the parts that were jumped over
         std::function<bool()> isFinished;
     };
-    /// Called on the thread of the pictures; must not call back, nor block.
-    struct Client {
-        /// A frame, or null when there is none to be had.
+    /// Called on the pictures' thread; must not call this object, nor block.
+    struct Callbacks {
+        /// A frame, or null when there is none.
         std::function<void(std::int64_t order, const Player::Frame& frame, double seconds)> show;
-        /// Playing came to the end of what is played.
+        /// Playing reached the end of the played ranges.
         std::function<void(std::int64_t order)> ended;
-        /// Frames cannot be made; the same reason is not told twice in a row.
+        /// Frames cannot be made; the same reason is not reported twice in a row.
         std::function<void(const RecorderError& error)> failed;
     };
 
-    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock, Client client);
-    /// Waits for the frame that is being made. No callback runs when this has returned.
+    PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock, Callbacks callbacks);
+    /// Waits for the frame in progress. No callback runs after this has returned.
     ~PlayerPictures();
     PlayerPictures(const PlayerPictures&) = delete;
     PlayerPictures& operator=(const PlayerPictures&) = delete;
 
-    /// Shows the exact frame of a moment, and shows it again when something about it changes.
+    /// Shows the exact frame of a moment, and shows it again when it changes.
     void stand(std::int64_t order, double seconds);
     /// Shows frames by the clock.
     void play(std::int64_t order);
@@ -74,9 +74,9 @@ class PlayerPictures {
         std::shared_ptr<const VideoCompositor> compositor;
         std::shared_ptr<const PlayedRanges> ranges;
         PixelSize available;
-        std::int64_t change = 0;  // counts whatever makes the same moment look different
+        std::int64_t change = 0;  // counts changes that make the same moment look different
     };
-    // What the tracks show at a moment.
+    // The pictures of the tracks at a moment.
     struct Sources {
         ShownPicture screen;
         std::optional<imaging::Picture> webcam;
@@ -109,7 +109,7 @@ class PlayerPictures {
 
     const PixelSize canvas_;
     const Clock clock_;
-    const Client client_;
+    const Callbacks callbacks_;
     std::unique_ptr<FramePrefetcher> screen_;  // none: no track
     std::unique_ptr<FramePrefetcher> webcam_;
 
@@ -130,12 +130,12 @@ class PlayerPictures {
     Player::Frame painted_;
     double making_ = 0;        // how long the last frame took to make, by the clock
     double makingBefore_ = 0;  // and the one before it
-    Made made_;                // the frame that stands or comes next
+    Made made_;                // the frame that is shown or comes next
     std::int64_t begun_ = -1;  // the order that the rest is about
     Seconds shown_;            // the frame shown last while playing
     MediaTime shownScreen_;    // where its screen picture begins
     bool isEndTold_ = false;
-    double stoodAt_ = 0;  // host seconds when the still was shown
+    double stoodAt_ = 0;  // host seconds when the still frame was shown
     bool isPrefetching_ = false;
     std::string lastFailure_;
     bool isScreenReported_ = false;

@@ -17,9 +17,9 @@ namespace {
 
 constexpr int kRate = platform::SoundOutput::kFormat.sampleRate;
 constexpr std::size_t kChannels = platform::SoundOutput::kFormat.channels;
-// What is decoded at a time: short, so that a jump is not kept waiting.
+// How much is decoded at once: little, so that a jump need not wait.
 constexpr std::int64_t kBlockFrames = 1024;
-// How long a volume takes to become another, 5 ms: a jump would click.
+// The duration of a change of volume, 5 ms: a jump would click.
 constexpr std::size_t kGlideFrames = 240;
 constexpr auto kMaximumAhead = static_cast<std::int64_t>(PlayerSound::kAhead * kRate);
 
@@ -76,7 +76,7 @@ void PlayerSound::cue(double seconds) {
     wake_.notify_one();
 }
 
-// Everything anew from a source frame, or from where playing goes on behind it. Under lock_.
+// Starts over at a source frame, or where playing continues behind it. Under lock_.
 void PlayerSound::decodeFrom(std::int64_t source) {
     cued_ = source;
     positions_.start(source);
@@ -99,7 +99,7 @@ void PlayerSound::start(platform::SoundOutput& output, std::function<void(const 
         for (Volume& volume : volumes_) volume.now = volume.target;
     }
     output.start({[this](std::span<float> values) { fill(values); }, std::move(lost)});
-    // Only now: before, the output would still tell how much was heard of its last run.
+    // Only now: before, the output would still report how much of its last run was heard.
     const std::lock_guard hold(lock_);
     output_ = &output;
     ++run_;
@@ -135,7 +135,7 @@ void PlayerSound::setRanges(PlayedRanges ranges) {
         if (output_ == nullptr) {
             decodeFrom(cued_);
         } else {
-            // What was decoded but not given away is decoded again, or not.
+            // Sound that the output did not get is decoded again, if the new ranges contain it.
             decodeAgain(blocks_.empty() ? decodeFrom_
                                         : blocks_.front().source + static_cast<std::int64_t>(blocks_.front().used));
         }
@@ -143,7 +143,7 @@ void PlayerSound::setRanges(PlayedRanges ranges) {
     wake_.notify_one();
 }
 
-// The source frame that is heard, and where; no output when not running.
+// The source frame that is heard, and the output; null when not running.
 std::int64_t PlayerSound::heard(platform::SoundOutput*& output) const {
     std::int64_t run = 0;
     {
@@ -152,7 +152,7 @@ std::int64_t PlayerSound::heard(platform::SoundOutput*& output) const {
         run = run_;
         if (output == nullptr) return cued_;
     }
-    // Outside of the lock: the output may be asking for sound at this moment.
+    // Outside of the lock: the output may be requesting sound at this moment.
     const std::int64_t frames = output->heardFrames();
     const std::lock_guard hold(lock_);
     return output_ == nullptr || run != run_ ? cued_ : positions_.sourceAt(frames);
@@ -200,7 +200,7 @@ void PlayerSound::fill(std::span<float> values) {
             if (block.used == block.frames) blocks_.pop_front();
             values = values.subspan(count * kChannels);
         }
-        // The end, or a disk that is too slow: then everything waits for it, the pictures too.
+        // The end, or a disk that is too slow: then everything waits for it, also the pictures.
         std::fill(values.begin(), values.end(), 0.0F);
         positions_.waited(static_cast<std::int64_t>(values.size() / kChannels));
     }
@@ -228,14 +228,14 @@ void PlayerSound::mix(Block& block, std::span<float> values) {
     block.used += frames;
 }
 
-// The thread's whole life.
+// The thread's main function.
 void PlayerSound::decode() {
     std::vector<std::unique_ptr<media::SoundTrackReader>> readers;
     for (const int id : trackIds_) {
         readers.push_back(
             std::make_unique<media::SoundTrackReader>(*movie_.track(id), platform::SoundOutput::kFormat, 0));
     }
-    std::int64_t at = 0;  // where the readers stand
+    std::int64_t at = 0;  // the position of the readers
     std::unique_lock hold(lock_);
     for (;;) {
         wake_.wait(hold, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMaximumAhead); });
@@ -268,7 +268,7 @@ void PlayerSound::decode() {
     }
 }
 
-// Without lock_. A track that cannot be read falls silent.
+// Without lock_. A track that cannot be read is silent from then on.
 void PlayerSound::read(Block& block, std::vector<std::unique_ptr<media::SoundTrackReader>>& readers) {
     for (auto& reader : readers) {
         std::vector<float>& values = block.tracks.emplace_back(block.frames * kChannels);

@@ -19,14 +19,14 @@
 
 namespace lumivastor::playback {
 
-/// The sound of a player, and thereby its clock: decodes ahead along the played ranges, on a thread of its own, mixes
-/// when the output asks, and says which moment is heard. Tracks are mixed as late as that so that a change of volume
-/// waits for nothing but the output's own few hundredths of a second. Without sound tracks it plays silence.
+/// The sound of a player, which is also its clock: decodes ahead along the played ranges, on its own thread, mixes when
+/// the output requests sound, and reports which moment is heard. Tracks are mixed that late so that a change of volume
+/// is delayed only by the output's few hundredths of a second. Without sound tracks it plays silence.
 ///
-/// `position`, `elapsed` and `isFinished` may be asked on any thread; everything else belongs to the player's.
+/// `position`, `elapsed` and `isFinished` may be called on any thread; everything else belongs to the player's.
 class PlayerSound {
   public:
-    /// How much sound is decoded ahead, in seconds: what the disk may take for one read without being heard.
+    /// How much sound is decoded ahead, in seconds: one read may take the disk this long without a gap in the sound.
     static constexpr double kAhead = 0.5;
 
     PlayerSound(const media::SegmentedMovie& movie, const std::vector<media::AudioMixInput>& mix, PlayedRanges ranges);
@@ -37,22 +37,22 @@ class PlayerSound {
 
     bool hasTracks() const { return !trackIds_.empty(); }
 
-    /// Gets ready to play from a moment, or from the next that is played. Not while running.
+    /// Prepares to play from a moment, or from the next that is played. Not while running.
     void cue(double seconds);
-    /// Plays from the moment cued. `lost` as in `SoundOutput::Client`. The output outlives this object.
+    /// Plays from the cued moment. `lost` as in `SoundOutput::Client`. The output outlives this object.
     void start(platform::SoundOutput& output, std::function<void(const RecorderError&)> lost);
-    /// Stops; what is heard last is cued.
+    /// Stops and cues the moment heard last.
     void stop();
 
     void setMix(const std::vector<media::AudioMixInput>& mix);
-    /// While running: what has not been given to the output yet follows the new ranges.
+    /// While running: sound that was not yet given to the output follows the new ranges.
     void setRanges(PlayedRanges ranges);
 
-    /// What is heard, seconds of the timeline; when not running, what is cued.
+    /// The moment that is heard, in seconds of the timeline; when not running, the cued one.
     double position() const;
     /// For how many seconds the output has been heard; when not running, 0.
     double elapsed() const;
-    /// Whether everything that is to be played has been heard. False when not running.
+    /// Whether everything has been heard to the end. False when not running.
     bool isFinished() const;
 
   private:
@@ -65,8 +65,8 @@ class PlayerSound {
         std::vector<std::vector<float>> tracks;
     };
     struct Volume {
-        float now = 0;     // as it was applied last
-        float target = 0;  // as it is set
+        float now = 0;     // the volume that was applied last
+        float target = 0;  // the volume that is set
     };
 
     std::vector<float> volumesOf(const std::vector<media::AudioMixInput>& mix) const;
@@ -90,7 +90,7 @@ class PlayerSound {
     std::int64_t framesAhead_ = 0;
     std::int64_t decodeFrom_ = 0;   // the source frame to be decoded next
     std::int64_t decodeRound_ = 0;  // counts changes of that from outside
-    bool isDecoded_ = false;        // up to the end of what is played
+    bool isDecoded_ = false;        // up to the end of the played ranges
     mutable PlaybackPositionMap positions_;
     platform::SoundOutput* output_ = nullptr;  // while running
     std::int64_t run_ = 0;                     // counts runs

@@ -2,7 +2,7 @@
 
 // What the player plays is heard again with the sound capture. This is the lowest folder that may use both.
 
-#include "platform/sound/sound_output.h"
+#include "platform/sound/silent_output.h"
 
 #include <gtest/gtest.h>
 

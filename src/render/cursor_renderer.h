@@ -9,7 +9,7 @@
 #include <variant>
 
 #include "base/recorder_error.h"
-#include "media/writing/encoders.h"
+#include "media/writing/video_encoder.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "render/check_video_marks.h"

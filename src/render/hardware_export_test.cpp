@@ -13,7 +13,7 @@
 #include "support/export_fixture.h"
 #include "support/test_movie.h"
 
-// Exports with hardware that works, and with hardware that does not go on working. Software stands in for it.
+// Exports with hardware that works, and with hardware that does not go on working. Software replaces it.
 
 namespace lumivastor::render {
 namespace {

@@ -3,15 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include <QTest>
+#include <QCoreApplication>
 #include <algorithm>
 #include <thread>
 #include <vector>
 
+#include "support/qt_await.h"
+
 namespace lumivastor::ui {
 namespace {
-
-constexpr int kPatience = 60'000;
 
 TEST(QtMainLoop, RunsDetachedOnlyWhatIsHandedOver) {
     QtMainLoop loop;
@@ -41,7 +41,7 @@ TEST(QtMainLoop, RunsWorkOfOtherThreadsInOrderOnTheMainThread) {
     });
     other.join();
     EXPECT_TRUE(order.empty());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return where != std::thread::id(); }, kPatience));
+    EXPECT_TRUE(awaitInLoop([&] { return where != std::thread::id(); }));
     EXPECT_EQ(order.size(), 100u);
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
     EXPECT_EQ(where, std::this_thread::get_id());
@@ -52,7 +52,7 @@ TEST(QtMainLoop, WorkThatIsStillWaitingGoesWithTheLoop) {
         QtMainLoop loop;
         loop.async([] { FAIL(); });
     }
-    QTest::qWait(10);
+    QCoreApplication::processEvents();
 }
 
 TEST(QtMainLoop, TimersRepeatUntilTheyAreDestroyedEvenByTheirOwnWork) {
@@ -64,7 +64,7 @@ TEST(QtMainLoop, TimersRepeatUntilTheyAreDestroyedEvenByTheirOwnWork) {
     });
     int slow = 0;
     const auto slowTimer = loop.every(0.05, [&] { ++slow; });
-    EXPECT_TRUE(QTest::qWaitFor([&] { return slow >= 2 && quick >= 3; }, kPatience));
+    EXPECT_TRUE(awaitInLoop([&] { return slow >= 2 && quick >= 3; }));
     EXPECT_EQ(quick, 3);
 }
 

@@ -42,7 +42,7 @@ constexpr double kMostPadding = 0.14;  // where its slider ends
 class Desktop {
   public:
     Desktop() : rig_({.width = 1600, .height = 1000, .hasWindowManager = false}) {
-        // NOLINTBEGIN(concurrency-mt-unsafe): whoever else runs reads no environment
+        // NOLINTBEGIN(concurrency-mt-unsafe): no other thread reads the environment
         setenv("QT_QPA_PLATFORM", "xcb", 1);
         setenv("DISPLAY", rig_.displayName().c_str(), 1);
         setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
@@ -72,12 +72,12 @@ class EditorOnX11 : public HasDesktop, public EditorFixture {
 
     void show() {
         openWindow();
-        // Nobody manages windows here, so nobody gives this one the keyboard.
+        // Without a window manager, this window does not get the keyboard by itself.
         xcb_set_input_focus(desktop.rig().connection(), XCB_INPUT_FOCUS_PARENT,
                             static_cast<xcb_window_t>(window().winId()), XCB_CURRENT_TIME);
         desktop.rig().sync();
-        ASSERT_TRUE(EditorFixture::waitFor([this] { return window().isActiveWindow(); }));
-        ASSERT_TRUE(EditorFixture::waitFor([this] { return controls().previewView->frame() != nullptr; }));
+        ASSERT_TRUE(awaitInLoop([this] { return window().isActiveWindow(); }));
+        ASSERT_TRUE(awaitInLoop([this] { return controls().previewView->frame() != nullptr; }));
     }
 
     void moveTo(const QWidget& widget, QPointF at) {
@@ -142,36 +142,36 @@ TEST_F(EditorOnX11, ASessionWithPointerAndKeys) {
     show();
     auto* time = find<ui::ValueSlider>("timeSlider");
     dragOn(*time, handleAt(*time, 0), handleAt(*time, 0.5));
-    ASSERT_TRUE(EditorFixture::waitFor([this] { return std::abs(transport().playhead() - kSeconds / 2) < 0.05; }));
+    ASSERT_TRUE(awaitInLoop([this] { return std::abs(transport().playhead() - kSeconds / 2) < 0.05; }));
     clickOn("trimStartButton");
-    ASSERT_TRUE(EditorFixture::waitFor([this] { return session().settings().trimStart > 0; }));
+    ASSERT_TRUE(awaitInLoop([this] { return session().settings().trimStart > 0; }));
     EXPECT_EQ(session().settings().trimStart, editor::snappedToFrame(transport().playhead(), session().info().fps));
 
     auto* padding = find<ui::ValueSlider>("paddingSlider");
     const double usual = session().settings().padding;
     dragOn(*padding, handleAt(*padding, usual / kMostPadding), handleAt(*padding, 0.9));
-    ASSERT_TRUE(EditorFixture::waitFor([&] { return session().settings().padding > 0.12; }));
+    ASSERT_TRUE(awaitInLoop([&] { return session().settings().padding > 0.12; }));
 
     const double before = transport().playhead();
     key(kRight);
-    ASSERT_TRUE(EditorFixture::waitFor([&] { return transport().playhead() > before; }));
+    ASSERT_TRUE(awaitInLoop([&] { return transport().playhead() > before; }));
     key(kRight, {kShift});
-    ASSERT_TRUE(EditorFixture::waitFor([&] { return transport().playhead() > before + 1; }));
+    ASSERT_TRUE(awaitInLoop([&] { return transport().playhead() > before + 1; }));
     key(kZ, {kControl});
-    ASSERT_TRUE(EditorFixture::waitFor([&] { return session().settings().padding == usual; }));
+    ASSERT_TRUE(awaitInLoop([&] { return session().settings().padding == usual; }));
     key(kZ, {kControl, kShift});
-    ASSERT_TRUE(EditorFixture::waitFor([&] { return session().settings().padding > 0.12; }));
+    ASSERT_TRUE(awaitInLoop([&] { return session().settings().padding > 0.12; }));
     key(kSpace);
-    ASSERT_TRUE(EditorFixture::waitFor([this] { return transport().isPlaying(); }));
+    ASSERT_TRUE(awaitInLoop([this] { return transport().isPlaying(); }));
     key(kSpace);
-    ASSERT_TRUE(EditorFixture::waitFor([this] { return !transport().isPlaying(); }));
+    ASSERT_TRUE(awaitInLoop([this] { return !transport().isPlaying(); }));
 
     clickOn("maskDrawButton");
-    ASSERT_TRUE(EditorFixture::waitFor([this] { return controls().maskDrawView->isDrawing(); }));
+    ASSERT_TRUE(awaitInLoop([this] { return controls().maskDrawView->isDrawing(); }));
     const Rect area = controls().previewView->shownRect();
     dragOn(*controls().maskDrawView, {area.x + area.width * 0.4, area.y + area.height * 0.4},
            {area.x + area.width * 0.6, area.y + area.height * 0.6});
-    ASSERT_TRUE(EditorFixture::waitFor([this] { return session().settings().masks.size() == 1; }));
+    ASSERT_TRUE(awaitInLoop([this] { return session().settings().masks.size() == 1; }));
     EXPECT_FALSE(controls().maskDrawView->isDrawing());
     const model::ProjectSettings expected = session().settings();
     window().close();
@@ -200,7 +200,7 @@ TEST_F(EditorOnX11, TheScreenShowsThePixelsOfTheFrame) {
         }
         return count;
     };
-    EXPECT_TRUE(EditorFixture::waitFor([&] { return differing() == 0; })) << differing() << " pixels differ";
+    EXPECT_TRUE(awaitInLoop([&] { return differing() == 0; })) << differing() << " pixels differ";
 }
 
 TEST_F(EditorOnX11, AnEditSurvivesTheProgramBeingKilled) {

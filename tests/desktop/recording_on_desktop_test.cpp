@@ -41,7 +41,7 @@ namespace {
 
 // How long and how often: a little in every test run, more where somebody wants figures.
 int setting(const char* name, int otherwise) {
-    const char* text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    const char* text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): no thread changes it
     return text == nullptr ? otherwise : std::atoi(text);
 }
 
@@ -450,7 +450,7 @@ TEST_F(RecordingOnDesktop, ADiskThatFillsUpEndsTheRecordingInTime) {
 TEST_F(RecordingOnDesktop, ADeviceAndACameraAreRecorded) {
     auto variables = environment();
     // Which library asked for memory that leaks stands further up than frame pointers lead.
-    const char* given = std::getenv("ASAN_OPTIONS");  // NOLINT(concurrency-mt-unsafe): nobody changes the environment
+    const char* given = std::getenv("ASAN_OPTIONS");  // NOLINT(concurrency-mt-unsafe): no thread changes it
     variables["ASAN_OPTIONS"] = (given == nullptr ? "" : std::string(given) + ":") + "fast_unwind_on_malloc=0";
     variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=321x241:rate=30[out0];sine=frequency=440[out1]";
     variables["LUMIVASTOR_TEST_CAMERA"] = "testsrc2=size={size}:rate=30";

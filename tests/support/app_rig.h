@@ -14,7 +14,7 @@
 
 namespace lumivastor {
 
-/// A view without windows: records the controller's calls, and the test plays the user.
+/// A view without windows: records the controller's calls; the test takes the user's part.
 class RecordedView final : public app::AppView {
   public:
     app::MainWindowState state;

@@ -7,11 +7,12 @@
 
 namespace lumivastor {
 
-/// How long tests wait for what a machine that works does soon, in seconds. Long, so that a busy one passes, too.
+/// How long tests wait for something that a working machine does soon, in seconds. Long, so that a busy machine passes,
+/// too.
 inline constexpr double kPatience = 60;
 
-/// Waits until `done()` is true; false when that takes longer than `timeout` seconds. `turn` runs between two looks: it
-/// rests for a moment, or runs an event loop that long.
+/// Waits until `done()` is true; false when that takes longer than `timeout` seconds. `turn` runs between two checks:
+/// it sleeps for a moment, or runs an event loop for as long.
 template <typename Done, typename Turn>
 bool await(double timeout, Done done, Turn turn) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);

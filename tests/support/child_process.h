@@ -10,8 +10,8 @@
 
 namespace lumivastor {
 
-/// A program that runs beside a test. It is killed when this object is destroyed, and by the kernel when the test dies
-/// or the thread that started it ends.
+/// A program that runs beside a test. It is killed when this object is destroyed, and by the kernel when the test's
+/// process or the thread that started it ends.
 class ChildProcess {
   public:
     /// `program` is searched in PATH; `environment` overrides the test's own. Standard output and error go to the file

@@ -76,14 +76,14 @@ class WindowMap {
 class DrivenApplication {
   public:
     struct Options {
-        /// Empty for the one that the program finds by itself; in this home there is none.
+        /// Empty for the one that the program finds by itself; its home has none.
         std::string pulseServer = {};
         /// Pixels per point.
         int scale = 1;
         /// Overrides the program's environment.
         std::map<std::string, std::string> environment = {};
     };
-    /// Of the desktop nothing is changed.
+    /// Does not change the desktop.
     DrivenApplication(DesktopRig& desktop, WindowMap& map, Options options);
     ~DrivenApplication();
 
@@ -109,7 +109,7 @@ class DrivenApplication {
     [[nodiscard]] bool choose(app::SourceType type) { return clickAt(kMainTitle, map_.segment(type)); }
     /// The record button's key.
     void pressRecord() { keyboard_.press({ScriptedKeyboard::kReturn}); }
-    /// From the countdown until the first pictures are in the newest recording's movie, and a little longer.
+    /// Waits from the countdown until the first pictures are in the newest recording's movie, and a little longer.
     [[nodiscard]] bool waitUntilRecording();
     [[nodiscard]] bool clickPanelStop();
     /// The newest recording's editor.

@@ -5,7 +5,6 @@
 
 #include <QString>
 #include <QTest>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +13,7 @@
 #include "editor/editor_window.h"
 #include "editor/preview/preview_view.h"
 #include "support/export_fixture.h"
+#include "support/qt_await.h"
 #include "ui/qt_main_loop.h"
 
 namespace lumivastor {
@@ -34,8 +34,10 @@ class EditorFixture : public ExportFixture {
     editor::Transport& transport() { return window_->transport(); }
     model::ProjectSettings saved() const { return model::ProjectSettings::load(folder_.path()); }
 
-    /// Runs the main loop until `done`, at most five minutes, because some tests wait for whole exports.
-    static bool waitFor(const std::function<bool()>& done) { return QTest::qWaitFor(done, 300'000); }
+    /// Waits for the end of an export, at most five minutes.
+    bool awaitExport() {
+        return awaitInLoop([this] { return !window_->isRendering(); }, 300);
+    }
 
     /// A control by its name.
     template <typename Widget = QWidget>
@@ -58,7 +60,7 @@ class EditorFixture : public ExportFixture {
     std::filesystem::path opened_;
     int closed_ = 0;
     int newRecordings_ = 0;
-    std::weak_ptr<void> awake_;  // while the window wants the machine to stay awake
+    std::weak_ptr<void> awake_;  // while the window keeps the machine awake
 };
 
 }  // namespace lumivastor

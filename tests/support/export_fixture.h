@@ -22,7 +22,7 @@ namespace lumivastor {
 /// The source picture alone, filling a canvas.
 render::FrameMaker sourceFilling(PixelSize canvas);
 
-/// A small recording folder that tests fill, change, export and look at again.
+/// A small recording folder that tests fill, change, export and examine.
 class ExportFixture : public testing::Test {
   protected:
     /// The size of the source pictures, and of the canvas unless a test says otherwise.
@@ -37,22 +37,22 @@ class ExportFixture : public testing::Test {
     /// Noise over a part of a file, given as fractions of its length.
     void damage(const std::string& name, double from, double to);
 
-    /// Saves the documents as they stand and opens the folder.
+    /// Saves the documents and opens the folder.
     std::unique_ptr<edit::Composition> open(PixelSize canvas = kSize);
     render::RenderResult render(const render::RenderOptions& options = {},
                                 const render::FrameMaker& makeFrame = sourceFilling(kSize));
-    /// What the export's error says.
+    /// The message of the export's error.
     std::string messageOf(const render::RenderOptions& options = {},
                           const render::FrameMaker& makeFrame = sourceFilling(kSize));
 
-    /// The number of the source picture that is to be shown at an output time.
+    /// The number of the source picture that must be shown at an output time.
     int expectedNumber(double outputSeconds) const;
-    /// The numbers that the export shows; their times have to be those of the frames from `firstFrame` on.
+    /// The numbers that the export shows; expects the times of the frames from `firstFrame` on.
     std::vector<int> exportedNumbers(int firstFrame = 0) const;
-    /// Every frame of the export shows what the cut timeline says.
+    /// Expects every frame of the export to show the picture of the cut timeline.
     void expectCutTimeline(std::size_t frames) const;
 
-    /// What this test has logged.
+    /// This test's lines in the log.
     std::string logText() const;
     static int count(const std::string& text, const std::string& part);
 

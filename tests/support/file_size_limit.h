@@ -9,8 +9,8 @@
 
 namespace lumivastor {
 
-/// While it lives, this process can write no file beyond so many bytes, as on a disk that is full: writing fails with
-/// std::errc::file_too_large. Pipes are not concerned. One at a time.
+/// While it lives, this process cannot write a file beyond this many bytes, as on a full disk: writing fails with
+/// std::errc::file_too_large. Pipes are not affected. One at a time.
 class FileSizeLimit {
   public:
     explicit FileSizeLimit(std::uint64_t bytes) {

@@ -9,14 +9,14 @@
 
 namespace lumivastor {
 
-/// Takes what a sound source hands over, and finds beeps in it. Any thread. Outlives the source's run.
+/// Collects the sound of a source, and finds beeps in it. Any thread. Must outlive the source's run.
 class HeardSound {
   public:
-    /// What to start a source with.
+    /// The handlers to start a source with.
     platform::SoundSource::Handler handler();
     platform::SoundSource::EndHandler endHandler();
 
-    /// Host seconds of the beginning of each beep (see `Beeper`) in what was heard, ascending.
+    /// Host seconds of the beginning of each beep (see `Beeper`) in the collected sound, ascending.
     std::vector<double> beeps() const;
     std::vector<std::string> ends() const;
     std::vector<platform::SoundBuffer> buffers() const;
@@ -38,11 +38,11 @@ class HeardSound {
     std::vector<std::string> ends_;               // guarded by lock_
 };
 
-/// For each beep that was heard, how much later it is than the nearest that was played, in seconds. Leaves out those
-/// heard before the first or behind the last that was played.
+/// For each beep that was heard, how much later it is than the nearest one played, in seconds. Leaves out those before
+/// the first and behind the last one played.
 std::vector<double> beepErrors(const std::vector<double>& heard, const std::vector<double>& played);
 
-/// A flash and a beep of the same moment have to lie this close, in seconds.
+/// The largest distance between a flash and a beep of the same moment, in seconds.
 inline constexpr double kInPlace = 0.020;
 
 /// Whether the beeps of the median error were heard when they were played.
@@ -51,7 +51,7 @@ bool areInPlace(const std::vector<double>& errors);
 /// Expects that beeps were heard when they were played, and that no time ran backward; prints how far off they were.
 void expectInPlace(const HeardSound& heard, const std::vector<double>& played, const char* what);
 
-/// What the start of a source says that fails.
+/// The message of a source's failed start.
 std::string startFailure(platform::SoundSource& source);
 
 /// The errors' range and mean in milliseconds, for a test's output.

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "media/reading/asset_reader.h"
-#include "media/writing/encoders.h"
 #include "media/writing/fragmented_movie_sink.h"
+#include "media/writing/video_encoder.h"
 #include "support/await.h"
 #include "support/test_movie.h"
 

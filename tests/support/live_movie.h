@@ -12,7 +12,7 @@
 
 namespace lumivastor {
 
-/// A movie as a recorder writes it: numbered pictures at times of its own, sound beside them, in fragments.
+/// A movie as a recorder writes it: numbered pictures at any times, sound beside them, in fragments.
 struct LiveMovieOptions {
     media::VideoCodec codec = media::VideoCodec::h264;
     int width = 128;
@@ -37,7 +37,7 @@ class LiveMovie {
 
     /// Appends everything, waiting for room; false when the writer failed on the way.
     bool appendAll();
-    /// Ends the session if the options say so, and finishes. An empty text when that worked, else why not.
+    /// Ends the session if the options say so, and finishes. Returns the error, or an empty text.
     std::string finish();
 
     media::AssetWriter& writer() { return writer_; }
@@ -53,10 +53,10 @@ class LiveMovie {
     std::int64_t soundPosition_ = 0;
 };
 
-/// The same tracks, every sample of them, in a file that is left in fragments.
+/// The same tracks with all their samples in a file that stays fragmented.
 void leaveUnfinished(const std::filesystem::path& path, const LiveMovieOptions& options);
 
-/// A number for the pixels of each picture, decoded by FFmpeg directly.
+/// A hash of the pixels of each picture, decoded by FFmpeg directly.
 std::vector<std::uint64_t> decodedHashes(const std::filesystem::path& path);
 
 /// The first channel of a whole sound track.

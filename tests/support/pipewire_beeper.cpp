@@ -95,7 +95,7 @@ class PipeWireBeeper::Player {
         pw_time time{};
         pw_stream_get_time_n(stream_, &time, sizeof time);
         const double rate = time.rate.denom == 0 ? kRate : static_cast<double>(time.rate.denom) / time.rate.num;
-        // The cycle at hand has its sound already: what is asked for here belongs to the next one.
+        // The current cycle has its sound already: the sound requested here belongs to the next one.
         const double heard = static_cast<double>(time.now) * 1e-9 + static_cast<double>(frames) / kRate +
                              static_cast<double>(time.delay) / rate +
                              static_cast<double>(time.buffered + time.queued) / kRate;

@@ -46,8 +46,8 @@ class PlayerFixture : public testing::Test {
     bool seek(double seconds);
     /// How far `playUntil` moves the sound device's time at once, in seconds.
     static constexpr double kStep = 1.0 / 120;
-    /// Moves the sound device's time by as much as it takes to get to a moment and waits at each step for the frame
-    /// that is due. `check` is called in between.
+    /// Moves the sound device's time until playing reaches a moment, and waits at each step for the frame that is due.
+    /// `check` is called in between.
     void playUntil(double seconds, const std::function<void()>& check = {});
 
     /// The number of the movie's picture that is shown at a moment.

@@ -11,13 +11,13 @@
 
 namespace lumivastor {
 
-/// Recording jobs of any kind: what they tell their owner is kept.
+/// Recording jobs of any kind; keeps what they report.
 class RecordingRig : public RecorderRig {
   protected:
     void listenTo(capture::RecordingJob& job);
-    /// What it tells in the end.
+    /// The job's final result.
     capture::RecordingJob::Outcome stopped(capture::RecordingJob& job);
-    /// What the start in the background tells; "no error".
+    /// The error of the start in the background, or "no error".
     std::string backgroundStartError(capture::RecordingJob& job);
 
     /// Fails the test when it is an error.
@@ -41,17 +41,17 @@ class DesktopRecordingRig : public RecordingRig {
 
     capture::Recorder& make();
     capture::Recorder& start();
-    /// Starts with a display that is so large that no encoder keeps up with it.
+    /// Starts with a display so large that no encoder keeps up with it.
     void startLarge();
     capture::RecordingJob::Outcome stopped() { return RecordingRig::stopped(*recorder_); }
-    /// What a start tells, of a recorder that is made for it; "no error".
+    /// Makes a recorder and starts it; returns the error, or "no error".
     std::string startError();
     std::string backgroundStartError() { return RecordingRig::backgroundStartError(make()); }
 
     /// The camera is recorded, too.
     std::shared_ptr<synthetic::SyntheticDevice> useCamera();
-    /// Pictures of the large display, faster than any encoder, until one finds no room; how many that were, the last of
-    /// which waits.
+    /// Emits pictures of the large display, faster than any encoder, until there is no room for one. Returns their
+    /// number; the last one waits.
     int emitUntilOneWaits();
     /// The same until one is dropped.
     int emitUntilOneIsDropped();

@@ -8,10 +8,10 @@
 
 namespace lumivastor {
 
-/// How many threads of this process have a name, which is at most 15 bytes long (base/thread_name.h).
+/// The number of threads of this process with this name, which has at most 15 bytes (base/thread_name.h).
 inline int runningThreads(const std::string& name) {
     int count = 0;
-    std::error_code ignored;  // a thread may end while it is looked at
+    std::error_code ignored;  // a thread may end meanwhile
     for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task", ignored)) {
         std::ifstream comm(thread.path() / "comm");
         std::string found;

@@ -10,8 +10,8 @@
 
 namespace lumivastor {
 
-/// Makes a folder a whole recording, for tests that export it: `pictures` numbered ones, a thirtieth of a second each,
-/// with system sound. The film is `exportHeight` pixels high.
+/// Writes a whole recording into a folder, for tests that export it: `pictures` numbered ones, a thirtieth of a second
+/// each, with system sound. The film is `exportHeight` pixels high.
 inline void makeSmallRecording(const std::filesystem::path& folder, int pictures, int exportHeight) {
     TestMovieOptions options;
     options.pictures = pictures;

@@ -34,7 +34,7 @@ struct TestMovieOptions {
     /// The time of each picture, in ticks of the timescale, ascending; for variable frame rates. Empty: by frameRate.
     std::vector<std::int64_t> pictureTicks;
     int keyFrameInterval = 250;
-    int slices = 0;             // of each H.264 picture; 0: as the encoder likes
+    int slices = 0;             // of each H.264 picture; 0: the encoder's default
     int reorderedPictures = 0;  // B pictures in a row
     bool openGroups = false;    // key pictures that earlier pictures refer to
     std::vector<TestSound> sounds;
@@ -43,8 +43,8 @@ struct TestMovieOptions {
     bool fragmented = false;
     bool indexFirst = false;  // the index before the samples, as streaming wants it
     int bitRate = 800000;
-    imaging::YuvEncoding encoding;  // what the pictures are tagged with; `paint` has to match it
-    /// Paints picture `index` instead of what is described above.
+    imaging::YuvEncoding encoding;  // the tag of the pictures; `paint` must match it
+    /// Paints picture `index` instead of the pictures described above.
     std::function<void(int index, const imaging::YuvDestination& picture)> paint;
 };
 
@@ -66,8 +66,8 @@ int testPictureNumber(const imaging::BgraPremultipliedBuffer& picture);
 bool isTestFlash(const imaging::YuvPicture& picture);
 bool isTestFlash(const imaging::BgraPremultipliedBuffer& picture);
 
-/// The pictures of a whole movie file in the order they are shown, decoded by FFmpeg directly: a second opinion on
-/// what our own reader says. Throws std::runtime_error for any error of the decoder.
+/// The pictures of a whole movie file in presentation order, decoded by FFmpeg directly, to check our own reader.
+/// Throws std::runtime_error for any error of the decoder.
 struct DecodedTestPicture {
     double seconds;
     int width;

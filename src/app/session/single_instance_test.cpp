@@ -29,7 +29,7 @@ class SingleInstanceTest : public testing::Test {
         QCoreApplication::processEvents();
     }
 
-    // What a stranger says to the first instance.
+    // Sends bytes of another program to the first instance.
     void send(const QByteArray& bytes) {
         QLocalSocket socket;
         socket.connectToServer(QString::fromStdString((folder_ / "lumivastor-test.socket").string()));
@@ -69,7 +69,7 @@ TEST_F(SingleInstanceTest, TheNextIsFirstWhenTheFirstHasGone) {
 }
 
 TEST_F(SingleInstanceTest, WhatACrashedProgramLeftBehindIsNoObstacle) {
-    // A lock that nobody holds, and a socket that nobody listens to.
+    // A lock without a holder, and a socket without a listener.
     folder_.write("lumivastor-test.lock", "");
     folder_.write("lumivastor-test.socket", "");
     const SingleInstance first(folder_.path(), "lumivastor-test");
@@ -115,7 +115,7 @@ TEST_F(SingleInstanceTest, WhatIsNoRequestIsIgnored) {
 TEST_F(SingleInstanceTest, AFirstThatDoesNotAnswerIsNotWaitedForForever) {
     const SingleInstance first(folder_.path(), "lumivastor-test");
     const SingleInstance second(folder_.path(), "lumivastor-test");
-    // Nobody runs the first one's loop here.
+    // The first one's loop does not run here.
     EXPECT_FALSE(second.handOver({}));
 }
 

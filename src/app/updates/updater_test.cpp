@@ -8,7 +8,7 @@
 #include <QTcpSocket>
 #include <functional>
 
-#include "support/await.h"
+#include "support/qt_await.h"
 #include "support/temporary_folder.h"
 
 namespace lumivastor::app {
@@ -43,14 +43,11 @@ class UpdaterTest : public testing::Test {
         answer_ = "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) +
                   "\r\nConnection: close\r\n\r\n" + body;
     }
-    static bool awaitHere(const std::function<bool()>& isSo) {
-        return await(kPatience, isSo, [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 10); });
-    }
     Updater::Outcome check(const std::string& current = "1.0") {
         Updater updater(address(), current);
         std::optional<Updater::Outcome> told;
         updater.check([&](const Updater::Outcome& outcome) { told = outcome; });
-        EXPECT_TRUE(awaitHere([&] { return told.has_value(); }));
+        EXPECT_TRUE(awaitInLoop([&] { return told.has_value(); }));
         return told.value_or(Updater::Outcome{});
     }
 
@@ -111,7 +108,7 @@ TEST_F(UpdaterTest, EndsInTheMiddleWithoutAWord) {
     {
         Updater updater(address(), "1.0");
         updater.check([](const Updater::Outcome&) { FAIL(); });
-        EXPECT_TRUE(awaitHere([&] { return asked_ > 0; }));
+        EXPECT_TRUE(awaitInLoop([&] { return asked_ > 0; }));
     }
     QCoreApplication::processEvents();
 }

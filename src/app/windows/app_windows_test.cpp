@@ -15,6 +15,7 @@
 
 #include "model/capture_info.h"
 #include "support/app_rig.h"
+#include "support/offscreen_application.h"
 #include "ui/theme.h"
 
 namespace lumivastor::app {
@@ -26,7 +27,7 @@ constexpr const char* kAsked = "Ein Video wird gerendert â€“ noch einmal schlieÃ
 class AppWindowsTest : public AppRig {
   protected:
     AppWindowsTest() {
-        ui::theme::apply(application_);
+        ui::theme::apply(*application_);
         useSlowCheckVideos();
         windows_.setDelegate(delegate_);
         windows_.showMainWindow();
@@ -72,11 +73,7 @@ class AppWindowsTest : public AppRig {
     static void pressQuit(QWidget& window) { QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier); }
 
   private:
-    int count_ = 1;
-    char name_[5] = "test";
-    char* words_[2] = {name_, nullptr};
-    const bool offscreen_ = qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application_{count_, words_};
+    OffscreenApplication application_;
 
   protected:
     editor::EditorWindows editors_{loop_, {}};

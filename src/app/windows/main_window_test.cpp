@@ -20,6 +20,7 @@
 #include "app/windows/status_item.h"
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
+#include "support/offscreen_application.h"
 #include "ui/theme.h"
 
 namespace lumivastor::app {
@@ -29,7 +30,7 @@ class MainWindowTest : public testing::TestWithParam<double> {
   protected:
     // With type as large as the parameter says, in points.
     MainWindowTest() {
-        ui::theme::apply(application_);
+        ui::theme::apply(*application_);
         QFont font = QApplication::font();
         font.setPointSizeF(GetParam());
         QApplication::setFont(font);
@@ -50,11 +51,7 @@ class MainWindowTest : public testing::TestWithParam<double> {
     }
 
   private:
-    int count_ = 1;
-    char name_[5] = "test";
-    char* words_[2] = {name_, nullptr};
-    const bool offscreen_ = qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application_{count_, words_};
+    OffscreenApplication application_;
 };
 
 TEST_P(MainWindowTest, IsAsLargeAsLaidDown) {

@@ -11,7 +11,7 @@
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
 
-// The journal of a running recording has the content of its documents while it arises, so that a recording whose
+// The journal of a running recording stores the content of its documents as it is produced, so that a recording whose
 // process ended can be completed. docs/decisions/0003-journal.md describes the format. This header formats records as
 // lines and parses them; it opens files only in `loadJournal`.
 

@@ -74,7 +74,7 @@ TEST(Journal, IsGoneWhenItIsNotNeededAnyMore) {
     journal.append(begin());
     journal.remove();
     EXPECT_FALSE(std::filesystem::exists(folder / "journal"));
-    journal.append(begin());  // too late, and nobody's problem
+    journal.append(begin());  // too late, and harmless
 }
 
 TEST(Journal, LinesOfManyThreadsStayWhole) {

@@ -102,7 +102,7 @@ void DeviceRecorder::openDevice() {
     session_ = std::move(session);
 }
 
-// Without a microphone the recording goes on.
+// Without a microphone the recording continues.
 void DeviceRecorder::openMicrophone() {
     if (!options_.microphone) return;
     try {
@@ -127,7 +127,7 @@ void DeviceRecorder::startWebcam() {
     if (options_.webcam) files_.startWebcam();
 }
 
-// What the first picture would otherwise wait for. Most devices announce the size that they deliver.
+// Chosen now, so that the first picture need not wait for it. Most devices report the size that they deliver.
 void DeviceRecorder::chooseExpectedEncoder() {
     const PixelSize announced = session_->activeFormat();
     expectedSize_ = deviceSize(announced.width, announced.height);
@@ -136,7 +136,7 @@ void DeviceRecorder::chooseExpectedEncoder() {
     }
 }
 
-// The devices run from here on, and what they need is there.
+// The devices run from here on; everything that they need must exist.
 void DeviceRecorder::begin() {
     running_ = true;
     run_.inBackground([this] {
@@ -153,8 +153,8 @@ void DeviceRecorder::begin() {
                      (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
 }
 
-// Nothing was recorded: what was begun goes, and the folder with it unless somebody else put things there. Not on the
-// main thread, unless that started in the foreground.
+// Nothing was recorded: removes what was begun, and the folder too unless it has other files. Not on the main thread,
+// unless that started in the foreground.
 void DeviceRecorder::discard() {
     movie_.cancel();
     files_.discardWebcam();
@@ -171,7 +171,7 @@ bool DeviceRecorder::openMovieIfNeeded(const imaging::BgraPremultipliedBuffer& f
     try {
         openMovie();
     } catch (...) {
-        // The rest of the pictures could not be recorded either, so the owner gets the error before the stop.
+        // Later pictures could not be recorded either, so the owner gets the error before the stop.
         noMovie_ = handledError("Unerwarteter Fehler");
         Log::write("Device", "Writer-Anlage fehlgeschlagen: " + noMovie_->message());
         notifier_.giveUp(*noMovie_);
@@ -269,7 +269,7 @@ RecordingJob::Stats DeviceRecorder::finish() {
     stopSessions();
     const RecordingProgress progress = movie_.progress();
     if (progress.framesWritten == 0) {
-        // In this order: pictures that came and could not be written are another thing than none.
+        // In this order: pictures that could not be written are a different error than none.
         if (!noMovie_) noMovie_ = movie_.error();
         discard();
         if (noMovie_) throw RecorderError(noMovie_->message());
@@ -295,7 +295,7 @@ RecordingJob::Stats DeviceRecorder::finish() {
     return {content.duration, content.pictures};
 }
 
-// Where a later attempt could not do better either, nothing of the recording stays.
+// If a later attempt could not succeed either, nothing of the recording stays.
 void DeviceRecorder::discardUnlessRecoverable() {
     const std::filesystem::path movie = files_.folder() / "source.mov";
     if (mayStillBeRecovered(movie)) return;

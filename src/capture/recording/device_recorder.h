@@ -28,13 +28,12 @@ namespace lumivastor::capture {
 /// The size at which a device is recorded: that of its first picture, rounded down to even numbers.
 PixelSize deviceSize(int pictureWidth, int pictureHeight);
 
-/// When a device's movie ends: now, because a device that shows nothing new sends nothing; never before its last
-/// sample.
+/// The end of a device's movie: now, because a device without new content sends nothing; never before its last sample.
 MediaTime deviceEndTime(const MediaTime& now, const MediaTime& lastPTS);
 
 /// Records the screen of an external device (a capture card) into a recording folder like that of a screen:
-/// "source.mov" with the device's picture, its sound where it has some, and the microphone; an empty pointer track; and
-/// the webcam beside it. The movie is begun when the first picture comes, because only then is its size known.
+/// "source.mov" with the device's picture, its sound if it has any, and the microphone; an empty pointer track; and the
+/// webcam beside it. The movie begins with the first picture, because its size is not known before.
 class DeviceRecorder final : public RecordingJob {
   public:
     struct Options {
@@ -42,14 +41,14 @@ class DeviceRecorder final : public RecordingJob {
         bool webcam = false;
     };
 
-    /// Where a desktop hides external devices from programs until they ask, this asks; here it does nothing.
+    /// Requests access on desktops that hide external devices from programs until they request it; no effect here.
     static void enableScreenCaptureDevices();
-    /// The devices that deliver the screen of something else, in the system's order.
+    /// The devices that deliver the screen of another machine, in the system's order.
     static std::vector<platform::CaptureDevice> availableDevices(platform::CaptureDevices& devices);
 
     DeviceRecorder(const RecordingServices& services, platform::CaptureDevice device, Options options,
                    std::filesystem::path folder);
-    /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
+    /// Ends a recording that was not stopped; its folder is then as after a crash, and a recovery can complete it.
     ~DeviceRecorder() override;
 
     void onStreamError(std::function<void(const RecorderError&)> handler) override {
@@ -58,12 +57,12 @@ class DeviceRecorder final : public RecordingJob {
     void onNotice(std::function<void(const std::string&)> handler) override { notifier_.onNotice(std::move(handler)); }
     void onSlowStep(std::function<void(const std::string&)> handler) override { run_.onSlowStep(std::move(handler)); }
 
-    /// Opens the devices, which may take seconds; they begin to run in the background. Throws `RecorderError`; nothing
-    /// is left behind in the folder then.
+    /// Opens the devices, which may take seconds; they start in the background. Throws `RecorderError`; nothing is left
+    /// in the folder then.
     void start();
     void start(StartCompletion completion) override;
 
-    /// Where nothing was recorded, the completion gets the reason, and neither folder nor movies are left.
+    /// If nothing was recorded, the completion gets the reason, and neither folder nor movies are left.
     void stop(StopCompletion completion) override;
 
     Stats snapshot() const override;
@@ -104,14 +103,13 @@ class DeviceRecorder final : public RecordingJob {
     SourceMovie movie_;
 
     mutable std::mutex lock_;
-    bool isMovieOpen_ = false;              // guarded by lock_; from then on the movie and the journal are there
-    std::optional<RecorderError> noMovie_;  // why there is none; the device queue's, and after it has ended `finish`'s
+    bool isMovieOpen_ = false;              // guarded by lock_; from then on the movie and the journal exist
+    std::optional<RecorderError> noMovie_;  // why there is none; the device queue's, `finish`'s after that queue's end
 
     bool hasDeviceAudio_ = false;
     PixelSize size_;
-    std::optional<PictureFitter> fitter_;  // the device queue's
-    std::optional<media::EncoderChoice>
-        expectedChoice_;  // for the format that the device announced; set before it runs
+    std::optional<PictureFitter> fitter_;                 // the device queue's
+    std::optional<media::EncoderChoice> expectedChoice_;  // for the format that the device reported; set before it runs
     PixelSize expectedSize_;
 
     std::unique_ptr<platform::CaptureSession> session_;

@@ -373,7 +373,7 @@ TEST_F(DeviceRecorders, WhatIsSlowToOpenIsTold) {
     const std::array<std::string, 3> expected{"Öffne „Telefon“ …", "Öffne die Kamera …",
                                               "Suche einen passenden Encoder …"};
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        // The clock goes on until it is told; how far depends on when the step begins.
+        // The clock goes on until the step is reported; how far depends on when the step begins.
         ASSERT_TRUE(await(30, [&] {
             loop_.advance(StartWatch::kLook);
             return told.size() > i;

@@ -8,9 +8,9 @@
 
 namespace lumivastor::capture {
 
-/// The picture itself when it has this size. Otherwise a copy at the top-left corner, cut off where the picture is
-/// larger and black where it is smaller: a track of pictures keeps the size that it began with, which for devices is
-/// also rounded down to even numbers.
+/// The picture itself if it has this size. Otherwise a copy at the top-left corner, cut off where the picture is larger
+/// and black where it is smaller: a picture track keeps its initial size, which for devices is also rounded down to
+/// even numbers.
 std::shared_ptr<const imaging::BgraPremultipliedBuffer> fittedPicture(
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, int width, int height);
 
@@ -24,13 +24,13 @@ struct PicturePlace {
     bool operator==(const PicturePlace&) const = default;
 };
 
-/// Where a picture of one shape lies in a movie of another: whole, as large as it fits, in the middle. All sizes are
-/// more than 0.
+/// The place of a picture in a movie of another shape: whole, as large as it fits, in the middle. All sizes are above
+/// 0.
 PicturePlace containedPlace(int pictureWidth, int pictureHeight, int movieWidth, int movieHeight);
 
-/// Brings the pictures of a device to the size with which its movie began. One that is larger by the odd row or column
-/// loses it, because that keeps the others sharp. One of another size, as from a phone that is turned, is scaled into
-/// the movie whole, with black around it. Keeps its working memory from picture to picture; one thread at a time.
+/// Fits a device's pictures to the initial size of its movie. A picture that is larger by an odd row or column loses
+/// it, which keeps the rest sharp. A picture of another size, as from a phone that is turned, is scaled to fit whole,
+/// with black around it. Keeps its working memory from picture to picture. One thread at a time.
 class PictureFitter {
   public:
     PictureFitter(int width, int height) : width_(width), height_(height) {}
@@ -44,7 +44,7 @@ class PictureFitter {
 
     int width_;
     int height_;
-    std::unique_ptr<imaging::Painter> painter_;  // from the first picture on that is scaled
+    std::unique_ptr<imaging::Painter> painter_;  // from the first scaled picture on
 };
 
 }  // namespace lumivastor::capture

@@ -34,14 +34,14 @@ void writeCursor(const std::filesystem::path& folder, const std::string& id,
                  const imaging::BgraPremultipliedBuffer& picture) {
     makeCursorFolder(folder);
     const std::filesystem::path file = folder / cursorFile(id);
-    // Not waiting for the disk: pictures come while the screen is recorded. `savePointerTrack` waits for all of them.
+    // Without waiting for the disk, because the screen is being recorded. `savePointerTrack` waits for all of them.
     if (const std::error_code error = replaceFile(file, imaging::encodedPng(picture), Durability::later)) {
         throw RecorderError("„" + file.filename().string() +
                             "“ konnte nicht geschrieben werden: " + systemErrorText(error) + ".");
     }
 }
 
-// The pictures are on the disk before the document that names them.
+// The pictures must be on the disk before the document that names them.
 void syncCursors(const std::filesystem::path& folder, const model::PointerTrack& track) {
     const auto sync = [&folder](const std::filesystem::path& name) {
         const std::error_code error = syncToDisk(folder / name);
@@ -104,8 +104,8 @@ void PointerRecorder::sampleCursor() {
     try {
         cursor = services_.desktop.currentCursor(lastSerial_);
     } catch (const RecorderError&) {
-        // A server that does not answer shows no cursor and hides none: there is nothing to note. The stream tells the
-        // owner what is wrong.
+        // A server that does not answer neither shows nor hides a cursor: there is nothing to record. The stream
+        // reports the error to the owner.
         return;
     }
     std::string id = kHiddenCursorID;
@@ -131,7 +131,7 @@ void PointerRecorder::sampleCursor() {
     if (journal_ != nullptr) journal_->append(journalLine::cursorChange({now, id}));
 }
 
-// The id of a cursor's shape, which is registered when it is new. Nothing when there is no picture to keep.
+// The id of a cursor's shape, which is registered if it is new. nullopt when it has no picture.
 std::optional<std::string> PointerRecorder::shapeOf(const platform::SystemCursor& cursor) {
     if (lastSerial_ == cursor.serial) return shapeOfLastSerial_;
     if (cursor.image.isEmpty()) return std::nullopt;
@@ -153,7 +153,7 @@ std::optional<std::string> PointerRecorder::shapeOf(const platform::SystemCursor
     }
     if (!added.id.empty()) {
         writePicture(id, cursor.image);
-        // Behind its picture, so that a journal never names one that is not there.
+        // After its picture, so that a journal never names a missing one.
         if (journal_ != nullptr) journal_->append(journalLine::shape(added));
     }
     lastSerial_ = cursor.serial;
@@ -161,7 +161,7 @@ std::optional<std::string> PointerRecorder::shapeOf(const platform::SystemCursor
     return id;
 }
 
-// At once, so that the shape outlives this process; what the disk refuses is tried again when the track is saved.
+// At once, so that the shape outlives this process; a failed write is repeated when the track is saved.
 void PointerRecorder::writePicture(const std::string& id, const imaging::BgraPremultipliedBuffer& picture) {
     try {
         writeCursor(folder_, id, picture);

@@ -18,9 +18,9 @@ namespace lumivastor::capture {
 
 class Journal;
 
-/// Records what the mouse does anywhere on the desktop and, 30 times a second, the shape of the cursor; in the end
-/// makes the pointer track of it. Everything is also noted in the recording's journal, and shapes are written to the
-/// folder as soon as they are seen.
+/// Records pointer events anywhere on the desktop and, 30 times a second, the shape of the cursor, and finally makes
+/// the pointer track. Everything is also written to the recording's journal, and shapes are written to the folder as
+/// soon as they appear.
 class PointerRecorder {
   public:
     static constexpr double cursorPollInterval = 1.0 / 30;
@@ -38,15 +38,15 @@ class PointerRecorder {
     /// Main thread.
     void stop();
 
-    /// Writes "pointer.json" and those cursor pictures that are not there yet. `t0` is the host clock at the movie's
-    /// time zero; `windowTrack` is absent unless a window is recorded, `displayTrack` empty unless the display moved.
-    /// The number of samples saved. Throws `RecorderError`. Any thread, after `stop`.
+    /// Writes "pointer.json" and the cursor pictures that are not written yet. `t0` is the host clock at the movie's
+    /// time zero; `windowTrack` is nullopt unless a window is recorded, `displayTrack` empty unless the display moved.
+    /// Returns the number of samples saved. Throws `RecorderError`. Any thread, after `stop`.
     std::int64_t save(const std::filesystem::path& folder, double t0, const model::Geometry& geometry,
                       const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
 
     /// Raw events so far. Any thread.
     std::int64_t eventCount() const;
-    /// Polls that found no cursor; those that the desktop did not answer do not count. Any thread.
+    /// Polls that found no cursor, without those that the desktop did not answer. Any thread.
     std::int64_t missingCursorPolls() const;
 
   private:
@@ -57,7 +57,7 @@ class PointerRecorder {
 
     const CaptureServices services_;
     const std::filesystem::path folder_;
-    Journal* journal_ = nullptr;  // set once by `start`, before anybody else uses it
+    Journal* journal_ = nullptr;  // set once by `start`, before other threads use it
 
     mutable std::mutex lock_;
     // All of these are guarded by lock_.
@@ -65,7 +65,7 @@ class PointerRecorder {
     std::vector<RawCursorChange> cursorChanges_;
     std::map<std::string, model::CursorImage> cursorImages_;
     std::map<std::string, imaging::BgraPremultipliedBuffer>
-        unwrittenPictures_;  // by shape; those that the disk refused
+        unwrittenPictures_;  // by shape; those that could not be written
     std::map<std::uint64_t, std::string> fingerprintToID_;
     std::optional<std::string> lastCursorID_;
     std::int64_t missingCursorPolls_ = 0;
@@ -78,7 +78,7 @@ class PointerRecorder {
     std::unique_ptr<MainLoop::Timer> cursorTimer_;
 };
 
-/// Writes "pointer.json" from what was collected, here or by a process that was ended. The number of samples saved.
+/// Writes "pointer.json" from data that was collected here or by an ended process. Returns the number of samples saved.
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
                               const model::Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
                               const DisplayTrack& displayTrack);

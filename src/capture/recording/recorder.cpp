@@ -172,7 +172,7 @@ void Recorder::startCapture() {
                    decimalText(plan_->geometry.pointPixelScale));
 }
 
-// Takes everything but the webcam back that a failed start has done. Main thread.
+// Undoes everything but the webcam of a failed start. Main thread.
 void Recorder::abandon() {
     abandoned_ = true;
     notifier_.setStopped();
@@ -183,7 +183,7 @@ void Recorder::abandon() {
     discardFolder();
 }
 
-// Nothing was recorded: what the companions wrote goes, and the folder with it unless somebody else put things there.
+// Nothing was recorded: removes what the companions wrote, and the folder too unless it has other files.
 void Recorder::discardFolder() {
     std::error_code ignored;
     std::filesystem::remove_all(files_.folder() / "cursors", ignored);
@@ -247,7 +247,7 @@ void Recorder::appendWaiting(const MediaTime& now) {
     }
 }
 
-// Nothing follows: what still waits has the time that the encoder takes anyway.
+// Nothing follows: the waiting picture has the time that the encoder takes anyway.
 void Recorder::appendRest() {
     const MediaTime end = waiting_.lastTime().value_or(MediaTime{});
     while (!waiting_.isEmpty()) {
@@ -262,7 +262,7 @@ void Recorder::appendRest() {
     movie_.picturesDropped(waiting_.giveUp());
 }
 
-// A still screen delivers the same picture again and again, which the writer stores for next to nothing.
+// A still screen delivers the same picture repeatedly; storing a repeat costs the writer almost nothing.
 void Recorder::append(const WaitingPicture::Picture& picture) {
     const bool isRepeat = picture.image == lastPicture_;
     lastPicture_ = picture.image;

@@ -25,15 +25,15 @@
 namespace lumivastor::capture {
 
 /// Records a display, a region of it or a window into "source.mov" of a recording folder, with system sound and
-/// microphone where asked for, and drives what is recorded beside it: pointer, window frame, webcam. Make it, start it,
-/// stop it; once.
+/// microphone if requested, and controls what is recorded beside it: pointer, window frame, webcam. Start and stop it
+/// once.
 class Recorder final : public RecordingJob {
   public:
     using Source = CaptureSource;
     using Options = CaptureOptions;
 
     Recorder(const CaptureServices& services, Options options, std::filesystem::path folder);
-    /// Ends a recording that was not stopped; its folder is then as after a crash, to be completed by a recovery.
+    /// Ends a recording that was not stopped; its folder is then as after a crash, and a recovery can complete it.
     ~Recorder() override;
 
     void onStreamError(std::function<void(const RecorderError&)> handler) override {
@@ -42,14 +42,14 @@ class Recorder final : public RecordingJob {
     void onNotice(std::function<void(const std::string&)> handler) override { notifier_.onNotice(std::move(handler)); }
     void onSlowStep(std::function<void(const std::string&)> handler) override { run_.onSlowStep(std::move(handler)); }
 
-    /// Prepares everything and starts capture. Waits for it: for a second or two when the encoder is yet to be chosen.
-    /// Throws `RecorderError`; nothing is left behind in the folder then.
+    /// Prepares everything and starts capture. Blocks, for a second or two if the encoder is not chosen yet. Throws
+    /// `RecorderError`; nothing is left in the folder then.
     void start();
     void start(StartCompletion completion) override;
 
-    /// Where no start has succeeded, the completion gets an error that says so. A recording of sound alone is kept,
-    /// too. Where the movie's writer failed on the way, what it wrote until then is completed and kept, `onNotice` says
-    /// so, and the completion gets `Stats` nevertheless.
+    /// If no start has succeeded, the completion gets an error that says so. A recording of sound alone is kept, too.
+    /// If the movie's writer failed, what it had written is completed and kept, `onNotice` reports that, and the
+    /// completion still gets `Stats`.
     void stop(StopCompletion completion) override;
 
     Stats snapshot() const override;
@@ -57,7 +57,7 @@ class Recorder final : public RecordingJob {
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }
 
   private:
-    // The steps of a start, in order. Those that wait for devices or encoders may run on any thread.
+    // The steps of a start, in order. Steps that wait for devices or encoders may run on any thread.
     RecorderRun::Start startSteps();
     void prepare();
     void startTracker();

@@ -14,19 +14,19 @@
 
 namespace lumivastor::capture {
 
-/// What is to be recorded of a desktop, and what beside it. The desktop outlives the recorder.
+/// What to record of a desktop, and what beside it. The desktop must outlive the recorder.
 struct DesktopRecording {
     platform::Desktop& desktop;
     CaptureOptions options;
 };
-/// The external device that is to be recorded, and what beside it.
+/// The external device to record, and what beside it.
 struct DeviceRecording {
     platform::CaptureDevice device;
     DeviceRecorder::Options options;
 };
 using RecordingRequest = std::variant<DesktopRecording, DeviceRecording>;
 
-/// Makes the recorder of what is requested: a `Recorder` or a `DeviceRecorder`. `folder` becomes the recording's.
+/// Makes the recorder for a request: a `Recorder` or a `DeviceRecorder`. `folder` becomes the recording's.
 std::unique_ptr<RecordingJob> makeRecorder(const RecordingServices& services, RecordingRequest request,
                                            std::filesystem::path folder);
 

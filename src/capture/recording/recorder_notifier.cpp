@@ -20,9 +20,9 @@ void RecorderNotifier::giveUp(const RecorderError& reason) {
         const std::lock_guard hold(lock_);
         if (std::exchange(gaveUp_, true)) return;
     }
-    // With a text of its own: copies of an error share it, and this one goes to another thread.
+    // With its own text: copies of an error share theirs, and this one goes to another thread.
     postToMain([this, reason = RecorderError(reason.message())] {
-        // A copy: the handler may destroy what holds it.
+        // A copy: the handler may destroy its owner.
         const auto handler = onError_;
         if (handler && !isStopped_) handler(reason);
     });

@@ -12,7 +12,7 @@
 
 namespace lumivastor::capture {
 
-/// Tells a recorder's owner what happens to the recording, on the main thread, and only as long as this object lives.
+/// Reports events of a recording to the recorder's owner, on the main thread, and only as long as this object lives.
 /// Any thread, unless a function says otherwise.
 class RecorderNotifier {
   public:
@@ -29,20 +29,20 @@ class RecorderNotifier {
     void onError(ErrorHandler handler) { onError_ = std::move(handler); }
     void onNotice(NoticeHandler handler) { onNotice_ = std::move(handler); }
 
-    /// Tells that the recording cannot go on; the first time only, and not once it is being stopped.
+    /// Reports that the recording cannot go on; only the first time, and not when it is being stopped.
     void giveUp(const RecorderError& reason);
-    /// Tells a German sentence about something that is missing from now on, or is back. Logs it, too.
+    /// Reports a German sentence about something that is missing from now on, or is back. Logs it, too.
     void notice(const std::string& sentence);
     void log(const std::string& text);
-    /// Runs work on a sample; what it throws is logged and ends the recording.
+    /// Runs work on a sample; an exception is logged and ends the recording.
     void guard(const std::function<void()>& work);
 
-    /// Main thread: giving up is of no interest from now on.
+    /// Main thread: ignores `giveUp` from now on.
     void setStopped() { isStopped_ = true; }
-    /// Main thread: nothing is told from now on. For owners whose destructor waits for threads that may still tell.
+    /// Main thread: reports nothing from now on. For owners whose destructor waits for threads that may still report.
     void silence() { lifetime_.end(); }
 
-    /// Runs work on the main thread, unless this object is gone or silenced by then.
+    /// Runs work on the main thread, unless this object is destroyed or silenced by then.
     void postToMain(std::function<void()> work);
 
   private:
@@ -53,7 +53,7 @@ class RecorderNotifier {
     std::mutex lock_;
     bool gaveUp_ = false;     // guarded by lock_
     bool isStopped_ = false;  // main thread only
-    // Main thread only. Shared with work that is on its way there and may come later than this object's end.
+    // Main thread only. Shared with posted work, which may run after this object's end.
     Lifetime lifetime_;
     const Lifetime::Watch watch_ = lifetime_.watch();  // any thread
 };

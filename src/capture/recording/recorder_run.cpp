@@ -7,7 +7,7 @@ namespace lumivastor::capture {
 
 namespace {
 
-// Space runs out, and a writer fails, seldom enough for that.
+// Running out of space and a failing writer are rare enough for this interval.
 constexpr double kCheckSeconds = 1.0;
 constexpr const char* kUnexpected = "Unerwarteter Fehler";
 
@@ -41,7 +41,7 @@ void RecorderRun::start(Start start, RecordingJob::StartCompletion completion) {
     post(0, std::make_shared<const Starting>(Starting{std::move(start), std::move(completion)}));
 }
 
-// Hands a step, and those behind it that belong to the same thread, over to that.
+// Passes a step, and the following steps of the same thread, to that thread.
 void RecorderRun::post(std::size_t index, const std::shared_ptr<const Starting>& starting) {
     const auto work = [this, index, starting] { run(index, starting); };
     if (starting->start.steps[index].thread == Step::Thread::main) {
@@ -126,7 +126,7 @@ void RecorderRun::finish(std::function<RecordingJob::Stats()> work,
         } catch (...) {
             outcome = explain(handledError(kUnexpected));
         }
-        // Not `postToMain`: the owner gets the outcome even when the recorder has gone meanwhile.
+        // Not `postToMain`: the owner gets the outcome even if the recorder is destroyed meanwhile.
         mainLoop_.async([completion, outcome = std::move(outcome)] { completion(outcome); });
     });
 }

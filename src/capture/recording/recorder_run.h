@@ -16,22 +16,22 @@
 
 namespace lumivastor::capture {
 
-/// Leads a recorder through its start, its checks while it runs, and its stop. What waits for devices, encoders or the
-/// disk is done on a queue of its own, so that the main thread does not wait.
+/// Runs a recorder's start, its periodic checks, and its stop. Everything that waits for devices, encoders or the disk
+/// runs on a separate queue, so that the main thread does not block.
 ///
-/// Main thread, unless a function says otherwise. The last member of its recorder, because its work uses the others;
-/// `end` comes first in the recorder's destructor.
+/// Main thread, unless a function says otherwise. It must be the last member of its recorder, because its work uses the
+/// others; the recorder's destructor calls `end` first.
 class RecorderRun {
   public:
     struct Step {
         enum class Thread { any, main };
         Thread thread = Thread::any;
-        std::string what;  // in German, for `RecordingJob::onSlowStep`; empty when it takes no time
+        std::string what;  // in German, for `RecordingJob::onSlowStep`; empty for a quick step
         std::function<void()> work;
     };
     struct Start {
         std::vector<Step> steps;
-        /// These undo a start that failed: first what may take long, on the queue, then the rest, on the main thread.
+        /// These undo a failed start: first the slow part, on the queue, then the rest, on the main thread.
         std::function<void()> undo;
         std::function<void()> undoOnMain;
     };
@@ -42,11 +42,11 @@ class RecorderRun {
 
     void onSlowStep(std::function<void(const std::string&)> handler) { startWatch_.onSlowStep(std::move(handler)); }
 
-    /// Runs the steps in their order, all on this thread. Throws `RecorderError`, with everything undone.
+    /// Runs the steps in order, all on this thread. Throws `RecorderError` after everything is undone.
     void start(const Start& start);
-    /// The same with each step on its thread; see `RecordingJob::start`.
+    /// The same with each step on its own thread; see `RecordingJob::start`.
     void start(Start start, RecordingJob::StartCompletion completion);
-    /// What the step that runs is doing from now on, in German. Any thread.
+    /// Sets what the current step is doing from now on, in German. Any thread.
     void nowDoing(std::string what) { startWatch_.step(std::move(what)); }
 
     /// Calls `check` once a second, until the recording is stopped or its start undone.
@@ -54,14 +54,14 @@ class RecorderRun {
     /// Runs work on the queue.
     void inBackground(std::function<void()> work) { queue_.async(std::move(work)); }
 
-    /// False when the recorder has been stopped before. From now on nothing is checked and giving up is not told.
+    /// False when the recorder has been stopped before. From now on there are no checks, and giving up is not reported.
     bool beginStop();
     bool isStopped() const { return isStopped_; }
-    /// Runs `work` on the queue and gives its result to the completion; what it throws goes through `explain` first.
+    /// Runs `work` on the queue and passes its result to the completion; an error passes through `explain` first.
     void finish(std::function<RecordingJob::Stats()> work, std::function<RecorderError(const RecorderError&)> explain,
                 RecordingJob::StopCompletion completion);
 
-    /// Tells nothing from now on, and waits for the work on the queue.
+    /// Reports nothing from now on, and waits for the work on the queue.
     void end();
 
   private:

@@ -19,41 +19,41 @@
 
 namespace lumivastor::capture {
 
-/// What a recorder of any kind keeps in its folder beside "source.mov": the journal while it runs, the webcam's movie,
-/// and in the end "capture.json". One thread at a time, unless a function says otherwise.
+/// The files that every kind of recorder keeps beside "source.mov": the journal while it runs, the webcam's movie, and
+/// finally "capture.json". One thread at a time, unless a function says otherwise.
 class RecordingFiles {
   public:
     RecordingFiles(const RecordingServices& services, RecorderNotifier& notifier, std::filesystem::path folder);
 
     const std::filesystem::path& folder() const { return folder_; }
-    /// Makes the folder, if it is not there. Throws `RecorderError`.
+    /// Creates the folder if it does not exist. Throws `RecorderError`.
     void createFolder();
 
-    /// Begins the journal with what the documents will say. A first picture of the webcam that came before is noted,
-    /// too.
+    /// Begins the journal with the planned document. If the webcam's first picture came earlier, that is written, too.
     void beginJournal(const model::CaptureInfo& planned, const model::Geometry& geometry);
     /// Appends a line of journal_records.h. After `beginJournal`; any thread.
     void note(const std::string& line) { journal_->append(line); }
     Journal* journal() { return journal_.get(); }
 
-    /// Records the camera. The recording goes on without one, and a notice says so. May take seconds.
+    /// Starts recording the camera. Without one the recording continues, and a notice says so. May take seconds.
     void startWebcam();
     /// Null when no webcam is recorded.
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
-    /// See `WebcamRecorder::stop`; nothing without a webcam.
+    /// See `WebcamRecorder::stop`; nullopt without a webcam.
     std::optional<double> stopWebcam();
     /// Stops the camera and removes its movie. May take seconds.
     void discardWebcam();
 
     bool isDiskNearlyFull(const SpaceNeed& need) const;
-    /// Gives the recording up when its movie is no longer written, or the disk is nearly full.
+    /// Gives up the recording when its movie is no longer written, or the disk is nearly full.
     void watch(const SourceMovie& movie, const SpaceNeed& need);
 
     /// Writes "capture.json" and removes the journal: the folder is complete. Throws `RecorderError`.
     void complete(const model::CaptureInfo& planned, const RecordingOutcome& outcome);
-    /// Why the recording could not be completed, with what can be done about it where something can.
+    /// The error of a recording that could not be completed, with advice if there is any.
     RecorderError unfinished(const RecorderError& reason, const SpaceNeed& need) const;
-    /// Nothing was recorded: removes the journal, and the folder if `createFolder` succeeded and nothing else is in it.
+    /// For a recording without content: removes the journal, and the folder if `createFolder` succeeded and nothing
+    /// else is in it.
     void discard();
 
   private:
@@ -67,7 +67,7 @@ class RecordingFiles {
     std::mutex lock_;
     std::optional<double> webcamFirstPicture_;  // guarded by lock_
     std::unique_ptr<Journal> journal_;          // set once, under lock_
-    std::unique_ptr<WebcamRecorder> webcam_;    // last: it notes in the journal until it ends
+    std::unique_ptr<WebcamRecorder> webcam_;    // last: it writes to the journal until it ends
 };
 
 }  // namespace lumivastor::capture

@@ -14,9 +14,9 @@
 
 namespace lumivastor::capture {
 
-/// One recording, from its start to its finished folder, whatever is recorded; `makeRecorder` makes it. Start and stop
-/// it once. Destroying one that was not stopped ends the recording and leaves its folder as a crash does, to be
-/// completed by a recovery.
+/// One recording of any kind, from its start to its finished folder; `makeRecorder` makes it. Start and stop it once.
+/// Destroying one that was not stopped ends the recording and leaves its folder as after a crash; a recovery can
+/// complete it.
 ///
 /// Main thread, unless a function says otherwise. Completions and events run on the main thread; they may destroy the
 /// job.
@@ -25,7 +25,7 @@ class RecordingJob {
     struct Stats {
         double duration = 0;  // seconds
         std::int64_t framesWritten = 0;
-        // Of the desktop only: a device has no pointer, and what it sends is not counted.
+        // Desktop only: a device has no pointer, and its pictures are not counted.
         std::optional<std::int64_t> framesSkippedIdle = std::nullopt;
         std::optional<std::int64_t> framesDropped = std::nullopt;
         std::optional<std::int64_t> pointerEvents = std::nullopt;
@@ -41,21 +41,21 @@ class RecordingJob {
     RecordingJob(const RecordingJob&) = delete;
     RecordingJob& operator=(const RecordingJob&) = delete;
 
-    /// `handler` is called once when the recording cannot go on: what is recorded is gone, the movie cannot be written,
-    /// the disk is full or nearly so. The owner stops the job then; what was recorded until then is kept.
+    /// `handler` is called once when the recording cannot go on: its source is gone, the movie cannot be written, the
+    /// disk is full or nearly full. The owner then stops the job; everything recorded so far is kept.
     virtual void onStreamError(std::function<void(const RecorderError&)> handler) = 0;
-    /// `handler` gets a German sentence when something is missing from now on and the rest goes on (sound, the camera),
-    /// or is back.
+    /// `handler` gets a German sentence when a part (sound, the camera) is lost and the rest goes on, or when it is
+    /// back.
     virtual void onNotice(std::function<void(const std::string&)> handler) = 0;
-    /// `handler` gets in German what the start is waiting for, when that takes longer than a moment.
+    /// `handler` gets a German text about what the start is waiting for, if that takes longer than a moment.
     virtual void onSlowStep(std::function<void(const std::string&)> handler) = 0;
 
-    /// Opens what is recorded and starts, in the background. The completion gets the error, and nothing is left behind
-    /// in the folder then, or null.
+    /// Opens the source and starts, in the background. The completion gets null, or the error; nothing is left in the
+    /// folder then.
     virtual void start(StartCompletion completion) = 0;
 
-    /// Finishes the movie and writes the documents, in the background. A second call does nothing. The completion comes
-    /// even when the job is destroyed meanwhile.
+    /// Finishes the movie and writes the documents, in the background. A second call does nothing. The completion is
+    /// called even if the job is destroyed meanwhile.
     virtual void stop(StopCompletion completion) = 0;
 
     /// Figures for the display while recording. Any thread.

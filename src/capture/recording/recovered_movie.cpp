@@ -39,7 +39,7 @@ RecoveredMovie recoverMovie(const std::filesystem::path& path) {
     const auto asset = std::make_shared<const media::Asset>(path);
     const auto videos = asset->tracks(media::TrackKind::video);
     if (videos.empty() || repair.videoFrames == 0) {
-        // Of a minimised window only the sound comes, which is worth keeping.
+        // A minimised window delivers only sound, which is worth keeping.
         if (asset->tracks(media::TrackKind::audio).empty()) throw RecorderError("Der Film enthält kein Bild.");
         return {asset->duration().seconds(), 0};
     }

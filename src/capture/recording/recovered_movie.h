@@ -6,18 +6,18 @@
 
 namespace lumivastor::capture {
 
-/// What a movie that was not finished by its writer holds after all.
+/// The content of a movie that its writer did not finish.
 struct RecoveredMovie {
-    /// Seconds of the movie at which its last picture is shown; of sound alone, at which that ends.
+    /// The time of the movie's last picture, in seconds; for sound alone, the end of the sound.
     double lastPicture = 0;
     std::int64_t pictures = 0;
 };
 
-/// Makes a plain movie of one that was left in fragments, and looks at what is in it; a plain one is only looked at.
-/// Throws `RecorderError` when nothing can be made of it, or it holds neither picture nor sound. Any thread.
+/// Makes a plain movie of a fragmented one and examines its content; a plain one is only examined. Throws
+/// `RecorderError` when it cannot be repaired, or has neither pictures nor sound. Any thread.
 RecoveredMovie recoverMovie(const std::filesystem::path& path);
 
-/// Whether a later attempt could do better than one that has just failed, as once there is room on the disk: false when
+/// Whether another attempt could succeed after one has failed, for example when there is room on the disk: false when
 /// there is no such file, or nothing of the recording has reached it.
 bool mayStillBeRecovered(const std::filesystem::path& path);
 

@@ -43,7 +43,7 @@ media::AudioSettings liveSoundSettings(int channels) {
 
 int microphoneChannels(int reported) {
     if (reported < 1) return 1;
-    // Interfaces with more channels than the encoder takes carry unrelated inputs; the first two are kept.
+    // Interfaces with more channels than the encoder accepts have unrelated inputs; the first two are kept.
     return canAddSound(liveSoundSettings(reported)) ? reported : 2;
 }
 

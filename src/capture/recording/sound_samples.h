@@ -2,23 +2,23 @@
 #pragma once
 
 #include "media/reading/samples.h"
-#include "media/writing/encoders.h"
+#include "media/writing/audio_encoder.h"
 #include "platform/sound_buffer.h"
 
 namespace lumivastor::capture {
 
-/// Live sound as the writers take it, in so many channels: one channel is given to all, all are averaged into one, and
-/// otherwise surplus ones are left out and missing ones silent. A track keeps the number of channels that it began
-/// with, whatever device takes over.
+/// Converts live sound for the writers, to this number of channels: one channel is copied to all, several are averaged
+/// into one; otherwise surplus channels are left out and missing ones are silent. A track keeps its initial number of
+/// channels, whatever device takes over.
 media::PcmSample pcmSample(const platform::SoundBuffer& sound, int channels);
 
-/// Whether the encoder takes such sound.
+/// Whether the encoder accepts such sound.
 bool canAddSound(const media::AudioSettings& settings);
 
 /// 48 kHz with 192,000 bits a second, 128,000 for one channel.
 media::AudioSettings liveSoundSettings(int channels);
 
-/// How many channels a microphone's track gets. `reported` is 0 where nothing is known.
+/// The number of channels of a microphone's track. `reported` is 0 when unknown.
 int microphoneChannels(int reported);
 
 }  // namespace lumivastor::capture

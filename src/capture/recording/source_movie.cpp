@@ -102,7 +102,7 @@ SourceMovie::Content SourceMovie::finish(const MediaTime& end) {
     return recovered(error().value_or(RecorderError("Die Aufnahme konnte nicht abgeschlossen werden.")));
 }
 
-// What the failed writer has left. Throws `reason` when that is nothing.
+// Recovers what the failed writer has left. Throws `reason` when that is nothing.
 SourceMovie::Content SourceMovie::recovered(const RecorderError& reason) {
     notifier_.log("Writer fehlgeschlagen: " + reason.message());
     try {

@@ -17,12 +17,12 @@
 
 namespace lumivastor::capture {
 
-/// "source.mov" while it is recorded: its writer, its time base and its counters. The recorder opens it before any
-/// sample comes to it, and finishes it behind the last one, on one thread at a time. In between its queues share it:
+/// "source.mov" while it is recorded: its writer, its time base and its counters. The recorder opens it before the
+/// first sample and finishes it after the last one, on one thread at a time. In between the recorder's queues share it:
 /// each track is for one thread, everything else for any.
 class SourceMovie {
   public:
-    /// The two kinds of sound: that of what is recorded, and the microphone's.
+    /// The two kinds of sound: the source's and the microphone's.
     enum class SoundTrack { source, microphone };
     struct Tracks {
         media::VideoSettings video;
@@ -36,16 +36,16 @@ class SourceMovie {
 
     SourceMovie(RecorderNotifier& notifier, std::filesystem::path path);
 
-    /// Makes the file. Throws `RecorderError`; there is no file then, and this is as before.
+    /// Creates the file. Throws `RecorderError`; there is no file then, and this object is unchanged.
     void open(const Tracks& tracks);
     bool has(SoundTrack track) const { return soundOf(track).input != nullptr; }
     int soundTracks() const;
     media::VideoWriterInput& video() { return *video_; }
 
-    /// The first sample of any kind begins the session, at its time; `now` is the host clock's. Refused while nothing
+    /// The first sample of any kind begins the session, at its time; `now` is the host clock's. `refused` while nothing
     /// is written: the sample is dropped.
     RecordingProgress::Session beginSessionIfNeeded(const MediaTime& time, double now);
-    /// Appends sound at a time within the session, where there is such a track with room for it.
+    /// Appends sound at a time within the session, if there is such a track and it has room.
     void append(SoundTrack track, const platform::SoundBuffer& sound, const MediaTime& time);
     void pictureWritten(const MediaTime& time);
     void pictureSkipped();
@@ -53,16 +53,15 @@ class SourceMovie {
     RecordingProgress progress() const;
 
     bool hasFailed() const;
-    /// The writer's error; nothing while there is none, or no writer.
+    /// The writer's error; nullopt without an error or a writer.
     std::optional<RecorderError> error() const;
-    /// Why no sample is taken any more.
+    /// The reason why no more samples are accepted.
     RecorderError refusal() const;
 
     /// Removes the file.
     void cancel();
-    /// Finishes the movie, which lasts until `end`. Where its writer failed on the way, what it wrote until then is
-    /// made a plain movie, and a notice says so. Throws `RecorderError` with the writer's reason when nothing can be
-    /// made of it.
+    /// Finishes the movie, which lasts until `end`. If its writer failed, what it had written becomes a plain movie,
+    /// and a notice says so. Throws `RecorderError` with the writer's reason when that is not possible.
     Content finish(const MediaTime& end);
 
   private:

@@ -24,7 +24,7 @@ void StartWatch::look() {
     const bool isSlow = number == std::exchange(seen_, number) && number != told_ && !what.empty();
     if (!isSlow) return;
     told_ = number;
-    // A copy: the handler may destroy what holds it.
+    // A copy: the handler may destroy its owner.
     const auto handler = onSlowStep_;
     if (handler) handler(what);
 }

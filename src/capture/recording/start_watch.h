@@ -11,23 +11,23 @@
 
 namespace lumivastor::capture {
 
-/// Tells what a start is waiting for once that takes longer than a moment: a device or an encoder that is slow to open.
+/// Reports what a start is waiting for if that takes longer than a moment: a device or an encoder that is slow to open.
 /// Main thread, unless a function says otherwise.
 class StartWatch {
   public:
-    /// A step that takes this long is told, or up to as long again; seconds.
+    /// A step is reported after this time, or up to twice as long; seconds.
     static constexpr double kLook = 0.5;
 
     explicit StartWatch(MainLoop& mainLoop) : mainLoop_(mainLoop) {}
 
-    /// `handler` gets what is being done, in German ("Öffne die Kamera …"). It may be changed at any time, and may
-    /// destroy this object.
+    /// `handler` gets a German text about what is being done ("Öffne die Kamera …"). It may be changed at any time, and
+    /// may destroy this object.
     void onSlowStep(std::function<void(const std::string&)> handler) { onSlowStep_ = std::move(handler); }
 
     void begin();
     void end() { timer_.reset(); }
 
-    /// What is being done from now on; empty: nothing that could take long. Any thread.
+    /// Sets what is being done from now on; empty for quick steps. Any thread.
     void step(std::string what);
 
   private:

@@ -9,10 +9,10 @@
 
 namespace lumivastor::capture {
 
-/// The camera's picture while it is being recorded, for whoever wants to show it. Any thread.
+/// The camera's live picture while it is recorded, for display. Any thread.
 class WebcamPreview {
   public:
-    /// As the camera sees it; whoever shows it mirrors it. Null before the first picture.
+    /// Not mirrored; the view mirrors it. Null before the first picture.
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> latest() const {
         const std::lock_guard hold(lock_);
         return latest_;

@@ -103,7 +103,7 @@ void WebcamRecorder::captureOutput(const platform::DeviceSample& sample) {
             writer_->startSession(time);
             isFirst = true;
         }
-        // The movie has no place for it, and so it is not counted.
+        // The movie has no place for it, so it is not counted.
         if (time < *firstPTS_) return;
     }
     if (isFirst) {
@@ -159,7 +159,7 @@ std::int64_t WebcamRecorder::framesWritten() const {
     return frames_;
 }
 
-// The pictures of the movie, 0 when there is none in the end. What a writer that failed has written until then is kept.
+// The pictures of the movie, 0 without a movie. What a failed writer has written is kept.
 std::int64_t WebcamRecorder::finish(std::int64_t frames) {
     if (frames == 0) {
         writer_->cancelWriting();

@@ -19,34 +19,35 @@
 
 namespace lumivastor::capture {
 
-/// The size at which a camera is recorded: 1920 × 1080 where it can, else 1280 × 720, else what it delivers anyway.
-/// Sets the session's preset.
+/// The size at which a camera is recorded: 1920 × 1080 if it can, else 1280 × 720, else its default. Sets the session's
+/// preset.
 PixelSize chooseCaptureSize(platform::CaptureSession& session);
 
-/// Records the default camera into "webcam.mov" beside another recording, and tells in the end where on the host clock
-/// that movie's time zero lies. One thread at a time, unless a function says otherwise; start and stop once. Opening
-/// and stopping a camera may take seconds, so that thread is not the main one.
+/// Records the default camera into "webcam.mov" beside another recording, and finally returns the host clock at that
+/// movie's time zero. One thread at a time, unless a function says otherwise; start and stop once. Opening and stopping
+/// a camera may take seconds, so do not use the main thread.
 class WebcamRecorder {
   public:
-    /// No camera is touched.
+    /// Does not open a camera.
     explicit WebcamRecorder(const RecordingServices& services);
-    /// Ends the camera if `stop` did not; the file then stays as it is.
+    /// Stops the camera if `stop` did not; the file then stays as it is.
     ~WebcamRecorder();
     WebcamRecorder(const WebcamRecorder&) = delete;
     WebcamRecorder& operator=(const WebcamRecorder&) = delete;
 
-    /// Told the host clock's seconds of the first picture, once, and a German sentence when the camera goes away while
-    /// it is recorded. On threads of the recorder's and the camera's. Before `start`.
+    /// Handlers for the host time in seconds of the first picture, once, and for a German sentence when the camera is
+    /// lost during the recording. They run on the recorder's and the camera's threads. Set them before `start`.
     std::function<void(double)> onFirstPicture;
     std::function<void(const std::string&)> onNotice;
 
-    /// The camera begins to run in the background. Throws `RecorderError`; the recorder is then of no further use.
+    /// The camera starts in the background. Throws `RecorderError`; the recorder cannot be used after that.
     void start(const std::filesystem::path& folder);
 
-    /// Finishes the file. Host clock seconds of the first picture; nothing when there was none or the file is no movie.
+    /// Finishes the file. Returns the host time in seconds of the first picture; nullopt when there was none or the
+    /// file is not a movie.
     std::optional<double> stop();
 
-    /// The pictures that the writer took so far; after `stop` those that the movie holds. Any thread.
+    /// The number of pictures that the writer has accepted; after `stop` those in the movie. Any thread.
     std::int64_t framesWritten() const;
 
     /// Null before `start`.
@@ -54,14 +55,14 @@ class WebcamRecorder {
 
   private:
     void captureOutput(const platform::DeviceSample& sample);
-    /// Runs a step of a queue's work; what it throws ends the camera, and is told.
+    /// Runs a step of a queue's work; an exception stops the camera and is reported.
     void guarded(const std::function<void()>& step);
     void stopSession();
     std::int64_t finish(std::int64_t frames);
 
     const RecordingServices services_;
     SerialQueue queue_{"lumivastor.webcam"};
-    /// Starting a camera takes a moment, which nobody waits for.
+    /// Starting a camera takes a moment, so it runs in the background.
     SerialQueue sessionQueue_{"webcam.session"};
     PixelSize size_;
     std::optional<PictureFitter> fitter_;       // set before the session runs; then the queue's

@@ -12,8 +12,8 @@ namespace lumivastor::capture {
 
 class Journal;
 
-/// Notes, 30 times a second, where the recorded window is: one sample for each change of its frame, the first being
-/// its frame at the start. A window that is gone gives no more.
+/// Polls the recorded window's frame 30 times a second: one sample for each change, the first being the frame at the
+/// start. A window that is gone has no more samples.
 class WindowFrameTracker {
   public:
     static constexpr double kInterval = 1.0 / 30;
@@ -24,7 +24,7 @@ class WindowFrameTracker {
     WindowFrameTracker(const WindowFrameTracker&) = delete;
     WindowFrameTracker& operator=(const WindowFrameTracker&) = delete;
 
-    /// Main thread. The tracker ends on it, too.
+    /// Main thread, also for destruction.
     void start();
     void stop();
 

@@ -22,11 +22,11 @@ namespace lumivastor::capture {
 
 namespace {
 
-// The documents' figures, when both are there and whole.
+// The documents' figures, when both exist and are whole.
 std::optional<RecordingJob::Stats> completeStats(const std::filesystem::path& folder, bool hasJournal) {
     try {
         const model::CaptureInfo info = model::CaptureInfo::load(folder);
-        // The capture document is the last one written; only after a crash is the other looked at as well.
+        // The capture document is the last one written; the other is read only after a crash.
         if (hasJournal) model::PointerTrack::load(folder);
         if (!model::fileInside(folder, "pointer.json")) return std::nullopt;
         return RecordingJob::Stats{info.duration, info.framesWritten, info.framesSkippedIdle,
@@ -67,8 +67,8 @@ std::optional<double> recoverWebcam(const std::filesystem::path& folder, const J
     }
 }
 
-// Without a record of its begin, which only a full disk can have kept away, the session began about when the pointer
-// recorder did.
+// Without a record of its beginning, which only a full disk can have prevented, the session began at about the same
+// time as the pointer recorder.
 JournalContent::Session sessionOf(const JournalContent& journal) {
     if (journal.session) return *journal.session;
     Log::write("Capture", "Journal ohne Zeitbasis: geschätzt");
@@ -92,7 +92,7 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
     const auto journalFile = model::fileInside(folder, kJournalName);
     UniqueDescriptor lock;
     if (journalFile) lock = lockJournal(*journalFile);
-    std::error_code ignored;  // a journal that stays behind makes the next recovery look again
+    std::error_code ignored;  // if the journal remains, the next recovery examines the folder again
     if (const auto stats = completeStats(folder, journalFile.has_value())) {
         if (journalFile) std::filesystem::remove(*journalFile, ignored);
         return {*stats, false};

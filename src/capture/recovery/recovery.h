@@ -13,9 +13,9 @@ struct Recovery {
     bool recovered = false;
 };
 
-/// Completes a recording whose process was ended in the middle: makes plain movies of the fragments, and of the journal
-/// the same documents that a stop writes. Lost is what was not on the disk: of the movie the last fragment, of the
-/// pointer a quarter of a second. A complete folder is left alone. May itself be interrupted and run again.
+/// Completes a recording whose process was ended: makes plain movies of the fragments, and from the journal the same
+/// documents that a stop writes. What was not on the disk is lost: the last fragment of the movie and a quarter of a
+/// second of pointer events. A complete folder does not change. It may itself be interrupted and run again.
 ///
 /// The folder is untrusted: nothing outside it is read or written. Throws `RecorderError` when the recording still
 /// runs, or when there is nothing to complete. Any thread.

@@ -7,8 +7,8 @@
 
 #include "cli/verb.h"
 
-// The tables of the program's help: --help prints them, and the manual page and shell completions (help_files.h) are
-// made from them.
+// The tables of the program's help. --help prints them; the manual page (manual_page.h) and the shell completions
+// (shell_completions.h) are made from them.
 
 namespace lumivastor::cli {
 

@@ -7,7 +7,8 @@
 #include <sstream>
 #include <string>
 
-#include "cli/help/help_files.h"
+#include "cli/help/manual_page.h"
+#include "cli/help/shell_completions.h"
 #include "cli/verbs/command_line.h"
 
 namespace lumivastor::cli {

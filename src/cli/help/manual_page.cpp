@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/help/manual_page.h"
+
 #include "cli/help/help.h"
-#include "cli/help/help_files.h"
 
 namespace lumivastor::cli {
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/help/shell_completions.h"
+
 #include <algorithm>
 #include <string>
 
 #include "cli/help/help.h"
-#include "cli/help/help_files.h"
 
 namespace lumivastor::cli {
 

@@ -5,7 +5,8 @@
 #include <string>
 
 #include "base/file_writer.h"
-#include "cli/help/help_files.h"
+#include "cli/help/manual_page.h"
+#include "cli/help/shell_completions.h"
 
 // Writes the manual page and the completions of shells into a folder, for the package.
 

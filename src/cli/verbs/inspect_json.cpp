@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/verbs/inspect_json.h"
+
 #include <ostream>
 #include <string_view>
 
-#include "cli/verbs/inspect.h"
 #include "model/json_writer.h"
 #include "model/record_writer.h"
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/verbs/inspect_report.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,7 +11,6 @@
 #include "base/formatted.h"
 #include "base/interval.h"
 #include "base/saturated.h"
-#include "cli/verbs/inspect.h"
 
 namespace lumivastor::cli {
 

@@ -4,7 +4,8 @@
 #include "base/pixel_size.h"
 #include "cli/verb.h"
 #include "cli/verbs/canvas_option.h"
-#include "cli/verbs/inspect.h"
+#include "cli/verbs/inspect_json.h"
+#include "cli/verbs/inspect_report.h"
 
 namespace lumivastor::cli {
 

@@ -13,36 +13,36 @@
 
 namespace lumivastor::editor {
 
-/// The studio preview of a recording: what a player shows of it, and what changes in that with every edit. Its timeline
-/// is the recording's own: what is cut away is there and can be sought, but playing jumps over it.
+/// The studio preview of a recording: the player's item, and how it changes with every edit. Its timeline is the
+/// recording's own: parts that are cut away can be sought, but playing jumps over them.
 ///
 /// All frames have one canvas, so that the player's item stays when the export's size, and with it the composition's
 /// canvas, changes.
 ///
-/// One thread; the compositors that it gives out may be called on any, and outlive it.
+/// One thread; its compositors may be called on any thread, and may outlive it.
 class StudioPreview {
   public:
-    /// That of the largest export, so that none is blown up.
+    /// The canvas of the largest export, so that none is enlarged.
     static constexpr PixelSize kCanvas{3840, 2160};
 
     /// The whole screen movie, the webcam at its offset, all sound. Throws `RecorderError` when the recording has no
     /// length or an impossible frame rate.
     StudioPreview(std::shared_ptr<const edit::Composition> composition, const render::RecordingAssets& assets);
 
-    /// Another composition of the same recording is in force. Frames that are asked for from now on are its own.
+    /// Switches to another composition of the same recording. Frames requested from now on show it.
     void setComposition(std::shared_ptr<const edit::Composition> composition);
 
     /// Everything that a player needs, with the settings in force.
     playback::PlayerItem item() const;
 
-    // What settings change, to be given to the player anew.
+    // The parts that settings change, for the player.
 
-    /// Composes frames with whatever is in force at that moment. Giving the player another of these makes it show new
-    /// settings at once.
+    /// Composes frames with the current settings. Giving the player another compositor makes it show new settings at
+    /// once.
     playback::VideoCompositor compositor() const;
-    /// The volumes that the settings ask for.
+    /// The volumes by the settings.
     std::vector<media::AudioMixInput> audioMix() const;
-    /// The kept segments, which is what playing goes through.
+    /// The kept segments, through which playing goes.
     std::vector<Interval> playedRanges() const;
 
   private:

@@ -39,8 +39,8 @@ class PausedPlayback : public PlayerFixture {
             player_->pause();
             return player_->currentTime();
         };
-        controls.seek = [this](double seconds, std::function<void()> ended) {
-            player_->seek(seconds, [ended = std::move(ended)](bool) { ended(); });
+        controls.seek = [this](double seconds, std::function<void()> completion) {
+            player_->seek(seconds, [completion = std::move(completion)](bool) { completion(); });
         };
         transport_ = std::make_unique<Transport>(std::move(controls), Transport::Options{edited.duration, kFps, [] {}});
         transport_->setPlayed({played.front().start, played.back().end}, played.back().end);

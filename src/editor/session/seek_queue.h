@@ -10,9 +10,9 @@ namespace lumivastor::editor {
 /// are seconds. Main thread.
 class SeekQueue {
   public:
-    /// Begins a seek and calls `ended` once, on the main thread, when the seek has ended, successfully or not. The call
-    /// may come at once, later, or after the queue is destroyed.
-    using Seek = std::function<void(double seconds, std::function<void()> ended)>;
+    /// Begins a seek and calls `completion` once, on the main thread, when the seek has ended, successfully or not. The
+    /// call may come at once, later, or after the queue is destroyed.
+    using Seek = std::function<void(double seconds, std::function<void()> completion)>;
 
     explicit SeekQueue(Seek seek);
 

@@ -13,9 +13,9 @@ struct SlowPlayer {
     std::vector<std::function<void()>> endings;
 
     SeekQueue::Seek seek() {
-        return [this](double seconds, std::function<void()> ended) {
+        return [this](double seconds, std::function<void()> completion) {
             seeks.push_back(seconds);
-            endings.push_back(std::move(ended));
+            endings.push_back(std::move(completion));
         };
     }
     void end() {

@@ -10,7 +10,7 @@
 namespace lumivastor::editor {
 namespace {
 
-// A player that notes what it is told and seeks only when the test says so.
+// A player that records its calls and seeks only when the test says so.
 class TransportTest : public testing::Test {
   protected:
     static constexpr double kDuration = 10;

@@ -18,7 +18,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// Cairo's coordinates end at some 8 million pixels; far before that nothing sensible is meant any more.
+// Cairo's coordinates end at some 8 million pixels; sensible values are far below.
 constexpr double kFarthest = 1e6;
 // Cairo's grid; what is smaller has no inverse scale that could be drawn with.
 constexpr double kThinnest = 1.0 / 256;
@@ -141,7 +141,7 @@ void BitmapCanvas::drawPicture(const BgraPremultipliedBuffer& picture, const Rec
     cairo_rectangle(context, rect.x, rect.y, rect.width, rect.height);
     cairo_set_source(context, pattern.get());
     cairo_fill(context);
-    setColour(context, {});  // lets go of the pattern, which points to pixels of somebody else's
+    setColour(context, {});  // releases the pattern, which points to pixels that the canvas does not own
 }
 
 void BitmapCanvas::drawText(const std::string& text, Point baseline, const std::string& families, double size,

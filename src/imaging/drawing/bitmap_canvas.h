@@ -19,14 +19,14 @@ struct RgbaColour {
     bool operator==(const RgbaColour&) const = default;
 };
 
-/// Draws plain shapes, pictures and text over what a buffer shows: for the few marks of a check video, not for what
-/// every pixel of a studio frame needs (that is painter.h's). Smooth edges. Pixels, with the origin at the buffer's
-/// top-left corner; what lies outside is cut off.
+/// Draws simple shapes, pictures and text over a buffer's content, with smooth edges: for the few marks of a check
+/// video; painter.h paints studio frames. Coordinates are pixels with the origin at the buffer's top-left corner; what
+/// lies outside is clipped.
 ///
-/// Numbers come from recordings and may be anything: what is not finite, has no area or reaches more than a million
-/// pixels from the origin is not drawn. Neither is anything in a buffer that is empty or more than 32767 pixels wide or
-/// high. The buffer outlives the canvas; one thread at a time. Throws std::bad_alloc, or std::system_error where no
-/// thread can be started for the fonts.
+/// Numbers come from recordings and may have any value: a shape that is not finite, has no area or reaches more than a
+/// million pixels from the origin is not drawn. Nothing is drawn into a buffer that is empty or more than 32767 pixels
+/// wide or high. The buffer must outlive the canvas. One thread at a time. Throws std::bad_alloc, or std::system_error
+/// where no thread can be started for the fonts.
 class BitmapCanvas {
   public:
     explicit BitmapCanvas(BgraPremultipliedBuffer& buffer);
@@ -34,7 +34,7 @@ class BitmapCanvas {
     BitmapCanvas(const BitmapCanvas&) = delete;
     BitmapCanvas& operator=(const BitmapCanvas&) = delete;
 
-    /// The line lies half inside and half outside of the circle.
+    /// Half of the line's width lies inside the circle, half outside.
     void strokeCircle(Point centre, double radius, double lineWidth, const RgbaColour& colour);
     void fillCircle(Point centre, double radius, const RgbaColour& colour);
     void fillRect(const Rect& rect, const RgbaColour& colour);

@@ -8,25 +8,25 @@
 
 #include "imaging/painting/axis_table.h"
 
-// Where the samples of one axis of a grid come to lie in a picture, after all transforms, crops and clamps above it.
+// Where the samples of one axis of a grid lie in a picture, after all transforms, crops and clamps above it.
 
 namespace lumivastor::imaging {
 
 inline constexpr double kEndless = std::numeric_limits<double>::infinity();
 
-/// A stretch of an axis; endless unless said otherwise.
+/// An interval on an axis; endless by default.
 struct AxisInterval {
     double low = -kEndless;
     double high = kEndless;
 };
 
-/// What both have in common; `high` is below `low` when that is nothing.
+/// The intersection; `high` is below `low` when there is none.
 inline AxisInterval shared(const AxisInterval& a, const AxisInterval& b) {
     return {std::max(a.low, b.low), std::min(a.high, b.high)};
 }
 
-/// What the steps above the current one do to an axis. Everything but `readable` is in grid coordinates; the vertical
-/// axis counts from the bottom until the layer at its end turns it over.
+/// The combined effect of the steps above the current one on an axis. All but `readable` is in grid coordinates. The
+/// vertical axis counts from the bottom until the layer at the end flips it.
 struct AxisSteps {
     struct Clamp {
         AxisInterval visible;  // what the crops before it leave
@@ -53,14 +53,14 @@ struct AxisSteps {
         clamps.push_back({visible, toGrid(low, high)});
         visible = {};
     }
-    /// The same, counted from the other end of a grid of this length and a source of that one.
+    /// The same, counted from the opposite ends of a grid and a source of these lengths.
     void turnOver(double gridLength, double sourceLength);
 };
 
-/// How much of every sample of an axis lies inside a layer.
+/// How much of each sample of an axis a layer covers.
 struct AxisCoverage {
-    AxisSpan span;                     // where it is more than nothing
-    AxisSpan full;                     // where it is everything
+    AxisSpan span;                     // where it is above 0
+    AxisSpan full;                     // where it is full
     std::vector<std::int16_t> levels;  // for the span
 };
 
@@ -68,14 +68,14 @@ struct AxisCoverage {
 struct SampledAxis {
     std::vector<double> positions;
     std::vector<double> befores, afters;  // how far each sample's square reaches to either side, at most 0.5
-    std::vector<double> parts;            // of each square, what the crops above the last clamp leave
+    std::vector<double> parts;            // the part of each square that the crops above the last clamp leave
 };
 
 /// The `count` samples of a grid's axis, the first of which lies at `offset`; the grid is `length` long. All in grid
 /// coordinates.
 SampledAxis sampled(const AxisSteps& steps, int count, double offset, double length);
 
-/// How much of every sample lies in `shown`: what the crops since the last clamp leave of a layer.
+/// How much of each sample lies in `shown`, the part of a layer that the crops since the last clamp leave.
 AxisCoverage coverageOf(const SampledAxis& samples, const AxisInterval& shown);
 
 }  // namespace lumivastor::imaging

@@ -11,7 +11,7 @@
 
 namespace lumivastor::imaging {
 
-/// The samples `begin`...`end` of a destination axis that a source shows at all.
+/// The samples `begin`...`end` of a destination axis that a source covers.
 struct AxisSpan {
     int begin = 0;
     int end = 0;
@@ -19,20 +19,20 @@ struct AxisSpan {
     bool operator==(const AxisSpan&) const = default;
 };
 
-/// The table for filtering with the kernel. `positions[i]` is where sample i lies, in units of the source's samples,
-/// ascending; only those of `span` count, the others repeat their neighbours. `scale` is the grid distance of
-/// neighbouring source samples, `readable` the samples that may be used out of `count`. Exact to a 16384th: nothing is
-/// rounded to phases, so that what glides moves evenly.
+/// The table for filtering with the kernel. `positions[i]` is the position of sample i in samples of the source,
+/// ascending; only those in `span` count, the others repeat their neighbours. `scale` is the grid distance between
+/// neighbouring source samples, `readable` the samples out of `count` that may be used. Exact to 1/16384: positions are
+/// not rounded to phases, so that gliding content moves evenly.
 AxisTable makeKernelTable(std::span<const double> positions, AxisSpan span, double scale, SampleRange readable,
                           int count);
 
-/// Keeps kernel tables of the frame before: layers that move together share theirs, and those of layers that do not
+/// Keeps kernel tables from frame to frame: layers that move together share a table, and tables of layers that do not
 /// move are made once. One thread at a time.
 class AxisTableCache {
   public:
     std::shared_ptr<const AxisTable> kernelTable(std::span<const double> positions, AxisSpan span, double scale,
                                                  SampleRange readable, int count);
-    /// Forgets what the last two frames did not need. To be called once a frame.
+    /// Drops the tables that the last two frames did not use. Call it once a frame.
     void tidy();
 
   private:
@@ -50,8 +50,8 @@ class AxisTableCache {
     std::uint64_t frame_ = 0;
 };
 
-/// The table for squares that are shown by area: the span's samples cover the source from `lows` to `highs`, the first
-/// of which are those of its first sample. Goes no further than the span.
+/// The table for averaging by area: the span's samples cover the source from `lows` to `highs`, whose first elements
+/// belong to the span's first sample. Contains only the span.
 AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> highs, AxisSpan span, int count);
 
 }  // namespace lumivastor::imaging

@@ -7,8 +7,8 @@
 
 namespace lumivastor::imaging {
 
-/// The background's luma or chroma for a planar destination of its size, as levels: finer than 8 bits, with
-/// the pattern added, so that whatever is rounded in the end, a shadow over it too, is rounded up or down by it.
+/// The background's luma or chroma for a planar destination of its size, as levels: finer than 8 bits, with the dither
+/// pattern added, so that the pattern also rounds what is painted over the background, such as a shadow.
 SourcePlanes lumaOf(const StudioBackground& background, const YuvEncoding& encoding);
 SourcePlanes chromaOf(const StudioBackground& background, const YuvEncoding& encoding);
 

@@ -12,7 +12,7 @@ namespace lumivastor::imaging {
 BandWorkers::BandWorkers(int threads) {
     precondition(threads >= 1, "somebody has to do the work");
     workers_.reserve(static_cast<std::size_t>(threads - 1));
-    // Too little memory for a stack, or too many threads already: the picture is the same with fewer, only later.
+    // Too little memory for a stack, or too many threads: with fewer the picture is the same, only later.
     try {
         for (int thread = 1; thread < threads; ++thread) workers_.emplace_back([this, thread] { serve(thread); });
     } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch)
@@ -61,7 +61,7 @@ void BandWorkers::workOff(const std::function<void(int, int)>& work, int bands, 
     } catch (...) {
         failure = std::current_exception();
     }
-    // Handed over outside of the `catch`, so that this thread holds nothing of the exception any more.
+    // Passed on outside of the `catch`, so that this thread no longer holds the exception.
     if (!failure) return;
     next_ = bands;
     const std::lock_guard hold(lock_);

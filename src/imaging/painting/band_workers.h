@@ -11,18 +11,18 @@
 
 namespace lumivastor::imaging {
 
-/// A few threads that share out the numbers from 0 to n - 1 among them, whoever is free taking the next.
+/// A few threads that share the numbers from 0 to n - 1: each free thread takes the next one.
 class BandWorkers {
   public:
-    /// `threads` counts the caller's own; at least 1. Where the system gives fewer, the work is shared by fewer.
+    /// `threads` includes the caller's own; at least 1. If the system starts fewer, fewer share the work.
     explicit BandWorkers(int threads);
     ~BandWorkers();
     BandWorkers(const BandWorkers&) = delete;
     BandWorkers& operator=(const BandWorkers&) = delete;
 
     /// Calls `work(band, thread)` once for each band, on the caller's thread (number 0) and the workers', and returns
-    /// when all are done. When a call throws, no further band is begun, and once no thread works any more, the first
-    /// exception is thrown here. One caller at a time, and not from inside `work`.
+    /// when all calls have returned. After an exception no further band begins; when all threads are idle, the first
+    /// exception is thrown here. One caller at a time; `work` must not call this.
     void run(int bands, const std::function<void(int band, int thread)>& work);
 
   private:

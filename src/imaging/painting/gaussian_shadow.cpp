@@ -144,7 +144,7 @@ void fillGaussianShadow(const ConvexShape& shape, double sigma, double alpha, Bg
     int step = 1;
     while (step < 16 && step * 2 <= sigma / 4) step *= 2;
 
-    // What the blurred shape reaches, as far as it is visible.
+    // The visible part of the blurred shape's extent.
     const double reach = kReachInSigmas * sigma + 1;
     PixelRange range;
     const auto limited = [](double value, int maximum) {
@@ -159,7 +159,7 @@ void fillGaussianShadow(const ConvexShape& shape, double sigma, double alpha, Bg
     // Cells average the shape over their squares, which is a blur of its own with the variance step^2 / 12.
     const double cellSigma = std::sqrt(std::max(sigma * sigma / (step * step) - 1.0 / 12, 0.01));
     const auto weights = gaussianWeights(cellSigma);
-    // Around the visible part lies what is blurred into it, and two cells more that the interpolation reads.
+    // The margin around the visible part is blurred into it; two more cells are read by the interpolation.
     const int margin = (static_cast<int>(weights.size()) / 2 + 3) * step;
     Cells cells;
     cells.step = step;

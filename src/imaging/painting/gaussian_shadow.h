@@ -15,16 +15,16 @@ struct RowSpan {
 };
 struct ConvexShape {
     std::function<RowSpan(double y)> spanAt;
-    // Where spans can be found at all.
+    // Spans are found only between these.
     double left = 0, right = 0, top = 0, bottom = 0;
 };
 
 /// Fills `destination`, which must be transparent, with black of `alpha` in the shape blurred with a Gaussian of
 /// standard deviation `sigma` (pixels).
 ///
-/// The blurred shape is computed exactly on a grid as coarse as a quarter of sigma and interpolated from there: a
-/// Gaussian holds nothing finer than that, and the result is within 1 of 255 of the one computed for every pixel
-/// (gaussian_shadow_test.cpp), at a small part of the time. That holds from a sigma of 2 on; smaller ones come out
+/// The blurred shape is computed exactly on a grid with a spacing of a quarter of sigma and interpolated between its
+/// points. A Gaussian has no finer detail, so the result is within 1 of 255 of the one computed for every pixel
+/// (gaussian_shadow_test.cpp), in a fraction of the time. This holds for a sigma of 2 and above; below, shadows are
 /// slightly too soft.
 void fillGaussianShadow(const ConvexShape& shape, double sigma, double alpha, BgraPremultipliedBuffer& destination);
 

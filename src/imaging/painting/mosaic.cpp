@@ -18,12 +18,12 @@ using Mean = std::array<std::uint16_t, 4>;
 
 constexpr std::uint16_t kOpaque = 255 << 8;
 
-// Waking other threads takes as long as adding up some thousands of pixels.
+// Waking other threads takes as long as summing some thousands of pixels.
 constexpr std::int64_t kPixelsWorthSharing = 1 << 15;
-// What a square costs that lies on other squares alone, in pixels.
+// The cost of a square that covers only other squares, in pixels.
 constexpr std::int64_t kPixelsPerSquare = 15;
 
-// The picture where no area has put it in squares.
+// The part of the picture without squares.
 struct Ground {
     PixelRect rect;
     BgraPremultipliedBuffer pixels;
@@ -58,7 +58,7 @@ struct Ground {
     }
 };
 
-// The picture as all areas before a certain one leave it.
+// The picture after all areas before a certain one.
 struct MaskedPicture {
     const Ground& ground;
     int side = 1;
@@ -133,7 +133,7 @@ struct MaskedPicture {
         const auto count = static_cast<std::uint64_t>(part.width()) * static_cast<std::uint64_t>(part.height());
         for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += count * mean[i];
         if (mean[3] == kOpaque) return;
-        // What is below shines through. Screens are opaque: this need not be quick.
+        // What is below is visible. Screens are opaque, so this need not be fast.
         Sums below{};
         addTo(below, part, number + 1);
         for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += below[i] * (kOpaque - mean[3]) / kOpaque;

@@ -12,7 +12,7 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-// Areas of a picture in large squares, each of which shows the mean of what it holds. Coordinates are pixels of the
+// Areas of a picture as large squares, each of which shows the mean of its pixels. Coordinates are pixels of the
 // picture with the origin at the bottom-left.
 
 namespace lumivastor::imaging {
@@ -41,17 +41,17 @@ struct Mosaics {
     std::size_t squares() const;
 };
 
-/// Calls its second argument for each number below the first, perhaps on several threads at once.
+/// Calls its second argument for each number below the first, possibly on several threads at once.
 using ShareOut = std::function<void(int count, const std::function<void(int number)>& work)>;
 
-/// Shows a part of the picture without any squares.
+/// Paints a part of the picture without squares.
 using ShowGround = std::function<BgraPremultipliedBuffer(const PixelRect& part)>;
 
-/// Averages all squares. All in whole numbers: every machine and every number of threads gives the same.
+/// Averages all squares, in integers: every machine and every number of threads gives the same result.
 ///
-/// No pixel under several areas is read for each of them. What a square shares with an earlier area is added up from
-/// that area's squares, and only what no area covers from pixels, which are asked for once for areas that lie over or
-/// beside each other. So the time follows from the number of squares and from the pixels under all areas together.
+/// A pixel under several areas is not read for each of them. The part of a square that an earlier area covers is summed
+/// from that area's squares; only the rest is summed from pixels, which are requested once for areas that overlap or
+/// adjoin. The time therefore depends on the number of squares and on the pixels under all areas together.
 Mosaics makeMosaics(const MosaicPlan& plan, const ShowGround& showGround, const ShareOut& shareOut);
 
 }  // namespace lumivastor::imaging

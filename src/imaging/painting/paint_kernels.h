@@ -18,12 +18,12 @@ namespace lumivastor::imaging {
 inline constexpr int kFullLevel = 255 * 32;
 inline constexpr int kKernelWeightOne = 1 << 14;
 
-/// Which source samples every sample of an axis is made of. `count` destination samples in blocks of 16; a sample's
-/// taps lie side by side from `first` on.
+/// The source samples that each sample of an axis is computed from. `count` destination samples in blocks of 16; a
+/// sample's taps are contiguous from `first` on.
 struct AxisTable {
     int count = 0;
     int taps = 0;
-    bool contiguous = false;       // one tap of weight 1 each, side by side: a copy (see widenRow)
+    bool contiguous = false;       // one tap of weight 1 each, contiguous: a copy (see widenRow)
     std::vector<int> first;        // per sample
     std::vector<int16_t> weights;  // per block, tap and sample of the block; their sum is kKernelWeightOne
 
@@ -47,7 +47,7 @@ inline constexpr int kMaxQuickTaps = 24;
 /// bytes past the last tap, into `filtered` (its first element is sample `begin`).
 void filterRow(const AxisTable& table, int begin, int end, const std::uint8_t* source, std::int16_t* filtered);
 
-/// The same for a contiguous table: `count` bytes taken over as they are. Reads up to 16 bytes past them.
+/// The same for a contiguous table: copies `count` bytes. Reads up to 16 bytes past them.
 void widenRow(const std::uint8_t* source, int count, std::int16_t* filtered);
 
 /// Levels as the weighted sum of filtered rows.
@@ -57,7 +57,7 @@ void combineRows(const std::int16_t* const* rows, const std::int16_t* weights, i
 /// Adds `amount` to every level.
 void addToLevels(std::int16_t* levels, int amount, int count);
 
-/// Limits alpha to what is possible, and colours to their alpha.
+/// Clamps alpha to its range, and colours to their alpha.
 void limitPremultiplied(std::int16_t* blue, std::int16_t* green, std::int16_t* red, std::int16_t* alpha, int count);
 
 /// result = (a * ka + b * kb + c * kc) * 2^shift, the factors in units of 1/32768. `result` may be one of the inputs.

@@ -82,7 +82,7 @@ struct Planner {
 
     void add(std::vector<PlanItem>& items, const BufferNode& node, View view) const {
         view.y.turnOver(grid.height, node.buffer->height());
-        // Layers as large as the canvas that lie on it as they are, background, mattes and borders, are converted once.
+        // Layers of the canvas's size without a transform (background, mattes and borders) are converted once.
         const bool isWhole = channels != GridChannels::bgra && isUntouched(view.x, grid.width, node.buffer->width()) &&
                              isUntouched(view.y, grid.height, node.buffer->height());
         PlanItem item;
@@ -135,7 +135,7 @@ struct Planner {
                steps.readable.low <= 0 && steps.readable.high >= count;
     }
 
-    // The layer as it is; without runs when nothing of it shows.
+    // The layer itself; without runs when no part of it is visible.
     PlanItem bufferItem(const BufferNode& node, const View& view) const {
         const auto& buffer = *node.buffer;
         PlanItem item;
@@ -194,7 +194,7 @@ struct Planner {
 
     void add(std::vector<PlanItem>& items, const MosaicNode& node, const View& view) const;
 
-    // One item that stands for all.
+    // One item that replaces all.
     PlanItem single(std::vector<PlanItem> items) const {
         if (items.size() == 1) return std::move(items.front());
         PlanItem group;
@@ -287,7 +287,7 @@ struct Planner {
     SourcePlanes planesFor(const Mosaic& mosaic) const;
 
     static void updateRuns(PlanItem& item);
-    // What rows of a source last became, for the next row, which usually has the same.
+    // The last result for rows of a source, because the next row usually has the same.
     struct RunsMemo {
         RowRuns source{-1, -1, -1, -1};
         RowRuns columns;
@@ -325,7 +325,7 @@ RowRuns Planner::layerRuns(const PlanItem& item, int row, RunsMemo& memo) {
         runs.opaqueEnd = item.across.full.end;
     }
     if (!item.alpha) return runs;
-    // What the source's rows under the kernel have in common.
+    // The common part of the source's rows under the kernel.
     const AxisTable& rows = *item.alpha->rows;
     const auto firstRow = static_cast<std::size_t>(rows.first[static_cast<std::size_t>(row)]);
     const auto& sourceRuns = item.planes->runs;
@@ -376,7 +376,7 @@ void Planner::updateRuns(PlanItem& item) {
     }
 }
 
-// What hides, with one more opaque stretch: where the two are parted, only the wider one is remembered.
+// The hidden part with one more opaque stretch: if the two are apart, only the wider one is kept.
 AxisSpan hiddenWith(const AxisSpan& hidden, int opaqueBegin, int opaqueEnd) {
     const AxisSpan more{opaqueBegin, opaqueEnd};
     if (more.begin >= more.end) return hidden;

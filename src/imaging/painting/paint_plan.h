@@ -13,8 +13,8 @@
 #include "imaging/painting/source_planes.h"
 #include "imaging/picture.h"
 
-// A recipe turned into what a painter does for one grid of samples: layers from the bottom up, each with tables that
-// say where its samples come from and, for every row, where it shows and where it hides what lies below.
+// A recipe compiled for one grid of samples: layers from the bottom up, each with tables that say where its samples
+// come from and, for every row, where it is visible and where it hides what is below.
 
 namespace lumivastor::imaging {
 
@@ -31,7 +31,7 @@ struct PlanPlane {
     int width = 0;  // readable bytes in a row
     const AxisTable* columns = nullptr;
     const AxisTable* rows = nullptr;
-    int zero = 0;  // the sample value that means nothing: 16 for limited luma, 128 for chroma
+    int zero = 0;  // the sample value of zero: 16 for limited luma, 128 for chroma
     // Instead of samples and tables: a level for each of the grid's samples.
     const std::int16_t* levels = nullptr;
 };
@@ -51,7 +51,7 @@ struct PlanItem {
     int fade = kFullLevel;
     std::vector<std::vector<PlanItem>> mattes;
 
-    // For the grid's rows from `firstRow` on; in those above and below them there is nothing.
+    // For the grid's rows from `firstRow` on; the rows above and below them are empty.
     int firstRow = 0;
     std::vector<RowRuns> runs;
     std::vector<AxisSpan> hidden;  // by items above
@@ -63,7 +63,7 @@ struct PlanItem {
     int endRow() const { return firstRow + static_cast<int>(runs.size()); }
     bool isInRows(int row) const { return row >= firstRow && row < endRow(); }
 
-    // What the pointers above point into.
+    // The memory that the pointers above point into.
     std::shared_ptr<const SourcePlanes> planes;
     YuvPicture yuv;
     std::vector<std::shared_ptr<const AxisTable>> tables;
@@ -80,12 +80,12 @@ struct PlanServices {
     YuvEncoding encoding;  // of the destination, for luma and chroma
     SourcePlanesCache& sources;
     AxisTableCache& tables;
-    /// The buffer's samples on this grid, converted now or some time before: blue and green hold the grid's channels.
-    /// `plan` makes the plan that paints the buffer alone.
+    /// The buffer's samples on this grid, converted now or earlier: blue and green hold the grid's channels. `plan`
+    /// makes the plan that paints the buffer alone.
     std::function<std::shared_ptr<const SourcePlanes>(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer,
                                                       const std::function<PaintPlan()>& plan)>
         converted;
-    /// A background's levels on this planar grid, made now or some time before.
+    /// A background's levels on this planar grid, made now or earlier.
     std::function<std::shared_ptr<const SourcePlanes>(const BackgroundNode& node)> background;
     /// The squares of a pixellated picture, made now or for another grid of the same frame.
     std::function<std::shared_ptr<const Mosaics>(const MosaicNode& node)> mosaics;

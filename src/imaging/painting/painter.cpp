@@ -87,7 +87,7 @@ void Painter::State::begin() {
     mosaics.clear();
     work = {};
 
-    // As for the split channels: what has not been needed for two seconds is not in use any more.
+    // As for the split channels: unused for two seconds means no longer in use.
     constexpr std::uint64_t kKeptFrames = 120;
     ++frame;
     std::erase_if(converted, [&](const Converted& layer) {

@@ -10,16 +10,16 @@
 
 namespace lumivastor::imaging {
 
-/// How many threads a painter of film frames works with on this machine: one for each processor, up to a limit.
+/// The number of threads that paint film frames on this machine: one for each processor, up to a limit.
 int paintingThreads();
 
-/// Paints pictures quickly: what reference_painter.h says within 2 of 255, the same pixels for every number of threads
-/// and on every machine.
+/// The fast painter: within 2 of 255 of reference_painter.h, with the same pixels for every number of threads and on
+/// every machine.
 ///
-/// A recipe is first turned into layers for each grid of samples of the destination (paint_plan.h); then tiles of it
-/// are painted by vectorised kernels, bands of them at once on several threads. Luma and chroma are painted
-/// separately and never pass through red, green and blue when source and destination agree on their encoding, because
-/// stacking and fading mean the same in either. What an opaque layer hides is not touched.
+/// A recipe is first compiled into layers for each grid of samples of the destination (paint_plan.h); then vectorised
+/// kernels paint it in tiles, several bands of tiles in parallel. Luma and chroma are painted separately and never pass
+/// through red, green and blue when source and destination agree on their encoding, because stacking and fading have
+/// the same result in both. What an opaque layer hides is not painted.
 ///
 /// Keeps the split channels of prepared layers and its working memory from frame to frame, so a painter should live as
 /// long as its stream of frames. One call at a time.
@@ -37,7 +37,7 @@ class Painter {
     /// The same as 4:2:0 samples in the destination's encoding; what is transparent becomes black.
     void paint(const Picture& picture, const YuvDestination& destination);
 
-    /// What the last call took: its time follows from these and from the size of what shows.
+    /// The work of the last call: its time depends on these and on the visible area.
     struct Work {
         /// Layers of all plans, those for parts of the picture included.
         std::size_t layers = 0;

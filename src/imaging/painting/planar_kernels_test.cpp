@@ -14,7 +14,7 @@
 namespace lumivastor::imaging {
 namespace {
 
-// A planar picture with room around every row, which nobody may touch.
+// A planar picture with room around every row, which must not be touched.
 struct Planes {
     Planes(int width, int height, const YuvEncoding& encoding) {
         const int chromaWidth = (width + 1) / 2;

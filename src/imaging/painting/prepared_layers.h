@@ -15,8 +15,8 @@
 
 namespace lumivastor::imaging {
 
-/// A soft shadow as drawing programs describe it. The blurring is a true Gaussian whose standard deviation is half of
-/// `blur`, which is what drawing systems mean by that number.
+/// A soft shadow in the terms of drawing programs. The blur is a true Gaussian with a standard deviation of half of
+/// `blur`, as in such programs.
 struct ShadowStyle {
     double alpha = 0;  // of black
     double blur = 0;   // pixels, at least 0
@@ -56,7 +56,7 @@ struct RingStyle {
 
 BgraPremultipliedBuffer makeRing(const RingStyle& style = {});
 
-/// Makes prepared layers and remembers the last of each sort, so that an edit that changes one setting draws only the
+/// Makes prepared layers and remembers the last of each kind, so that an edit that changes one setting draws only the
 /// layers which depend on it. Any thread; concurrent callers wait for each other only while storing.
 class PreparedLayers {
   public:

@@ -5,9 +5,9 @@
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
-// The painter that says what a picture's pixels are: one destination sample after the other, in double precision,
-// straight down the recipe, without any shortcut. Far too slow for frames; tests hold the fast painter (painter.h)
-// against it. Any thread.
+// The painter that defines a picture's pixels: it computes one destination sample after the other, in double precision,
+// directly from the recipe, without shortcuts. It is far too slow for frames; tests compare the fast painter
+// (painter.h) with it. Any thread.
 
 namespace lumivastor::imaging {
 

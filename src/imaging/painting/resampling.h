@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <cmath>
 
-// The arithmetic that every painter agrees on: the kernel, and where samples sit. Distances are in samples of the
-// source. The colours are in imaging/yuv_coefficients.h.
+// The arithmetic that all painters share: the kernel, and where samples sit. Distances are in samples of the source.
+// The colours are in imaging/yuv_coefficients.h.
 
 namespace lumivastor::imaging {
 
 /// Catmull-Rom: interpolates (1 at 0, 0 at all other whole numbers, so that an unscaled picture is copied exactly),
-/// reaches over 2 samples, and keeps text crisp without the visible ringing of longer kernels.
+/// reaches 2 samples to each side, and keeps text crisp without the visible ringing of longer kernels.
 inline constexpr double kKernelReach = 2;
 
 inline double kernelAt(double distance) {
@@ -20,13 +20,13 @@ inline double kernelAt(double distance) {
     return 0;
 }
 
-/// How much wider than in a magnification the kernel is: a picture scaled down by s is averaged over 1/s samples. Wider
-/// than the whole source (`count` samples) it never needs to be.
+/// The factor by which the kernel is wider than in a magnification: a picture scaled down by s is averaged over 1/s
+/// samples. It is never wider than the whole source (`count` samples).
 inline double kernelWidening(double scale, int count) {
     return std::clamp(1 / scale, 1.0, std::max(1.0, static_cast<double>(count)));
 }
 
-/// What two intervals share, never negative.
+/// The length that two intervals share, never negative.
 inline double sharedLength(double firstLow, double firstHigh, double secondLow, double secondHigh) {
     return std::max(0.0, std::min(firstHigh, secondHigh) - std::max(firstLow, secondLow));
 }
@@ -63,7 +63,7 @@ struct SampleRange {
 };
 
 /// The samples of `count` that touch the interval from `low` to `high` (source coordinates); at least one, the nearest.
-/// A millionth of a sample is taken for rounding.
+/// Differences below a millionth of a sample count as rounding errors.
 inline SampleRange samplesTouching(double low, double high, int count) {
     const double last = count - 1;
     const double from = std::clamp(std::floor(low + 1e-6), 0.0, last);

@@ -10,7 +10,7 @@
 
 namespace lumivastor::imaging {
 
-/// Which columns of a row hold anything, and one stretch of them that is opaque.
+/// The columns of a row that are not transparent, and one run of them that is opaque.
 struct RowRuns {
     int hullBegin = 0;
     int hullEnd = 0;
@@ -20,15 +20,15 @@ struct RowRuns {
     bool operator==(const RowRuns&) const = default;
 };
 
-/// A buffer as painters like it: each channel by itself, and known where it is transparent and where it is opaque.
+/// A buffer prepared for painters: each channel in its own plane, with its transparent and its opaque parts known.
 struct SourcePlanes {
     int width = 0;
     int height = 0;
     std::ptrdiff_t stride = 0;
     // Colours are left out when all of them are 0 (`black`), alpha when all of it is 255 (`opaque`).
     std::vector<std::uint8_t> blue, green, red, alpha;
-    // Or what is finer than bytes: the channels of a planar grid as levels (paint_kernels.h). Then there is no colour
-    // above.
+    // Or, finer than bytes: the channels of a planar grid as levels (paint_kernels.h). The colours above are then
+    // empty.
     std::vector<std::int16_t> levels[2];
     bool opaque = false;
     bool black = false;
@@ -37,14 +37,14 @@ struct SourcePlanes {
 
 SourcePlanes makeSourcePlanes(const BgraPremultipliedBuffer& buffer);
 
-/// Finds out, for planes whose alpha is filled in, whether and where they are opaque.
+/// Determines whether and where planes are opaque. Their alpha must be filled in.
 void describeAlpha(SourcePlanes& planes);
 
-/// The planes of the buffers that were asked for lately and still exist. One thread at a time.
+/// The planes of recently used buffers that still exist. One thread at a time.
 class SourcePlanesCache {
   public:
     std::shared_ptr<const SourcePlanes> planesOf(const std::shared_ptr<const BgraPremultipliedBuffer>& buffer);
-    /// Forgets buffers that no longer exist, and all but the last few used. To be called once a frame.
+    /// Drops buffers that no longer exist, and all but the last few used. Call it once a frame.
     void tidy();
 
   private:

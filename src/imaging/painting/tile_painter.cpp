@@ -133,7 +133,7 @@ void TilePainter::filterPlane(FilteredPlane& to, const PlanPlane& plane, const P
     if (plane.levels != nullptr) return;
     const AxisTable& across = *plane.columns;
     const AxisTable& down = *plane.rows;
-    // Copies are taken as they are wanted; filters work in blocks.
+    // Copies have any length; filters work in blocks.
     const AxisSpan span = item.across.span;
     const int begin = across.contiguous ? std::max(columns.begin, span.begin) : columns.begin / 16 * 16;
     const int end = across.contiguous ? std::min(columns.end, span.end) : (columns.end + 15) / 16 * 16;

@@ -10,7 +10,7 @@
 
 namespace lumivastor::imaging {
 
-/// A rectangle of a grid that is painted in one go; small enough that all rows at work stay in the second-level cache.
+/// A rectangle of a grid that is painted at once; small enough that all rows in use stay in the second-level cache.
 struct Tile {
     int left = 0, right = 0, top = 0, bottom = 0;
 
@@ -21,15 +21,14 @@ struct Tile {
 inline constexpr int kTileWidth = 512;
 inline constexpr int kTileHeight = 64;
 
-/// Paints the tiles of a plan into levels. Owns the memory that this takes and keeps it from tile to tile; one for each
-/// thread.
+/// Paints the tiles of a plan into levels. Keeps its working memory from tile to tile; one for each thread.
 class TilePainter {
   public:
     /// The painted rows of one tile; each channel's rows lie kTileWidth + 32 levels apart.
     struct Canvas {
         static constexpr int kStride = kTileWidth + 32;
         int channels = 0;       // colours; alpha comes after them
-        bool hasAlpha = false;  // otherwise the ground is black and opaque
+        bool hasAlpha = false;  // otherwise the canvas begins black and opaque
         std::vector<std::int16_t> levels;
 
         std::int16_t* row(int channel, int y) {
@@ -38,8 +37,8 @@ class TilePainter {
         std::int16_t* alphaRow(int y) { return row(channels, y); }
     };
 
-    /// The tile's levels, valid until the next call. `encoding`: of the destination, for luma and chroma.
-    /// `withAlpha`: on transparent ground, also where the destination has no alpha.
+    /// The tile's levels, valid until the next call. `encoding`: of the destination, for luma and chroma. `withAlpha`:
+    /// on a transparent canvas, even if the destination has no alpha.
     Canvas& paint(const PaintPlan& plan, const Tile& tile, const YuvEncoding& encoding, bool withAlpha = false);
 
   private:
@@ -62,9 +61,9 @@ class TilePainter {
         std::array<std::array<std::int16_t, Canvas::kStride>, 6> rows;
     };
 
-    // What a layer has to paint of a tile: in each row up to two parts, beside what hides it.
+    // The part of a tile that a layer paints: in each row up to two parts, beside what hides it.
     struct LayerParts {
-        Part columns, rows;  // round all parts
+        Part columns, rows;  // around all parts
         std::array<std::array<Part, 2>, kTileHeight> parts;
         std::array<int, kTileHeight> counts{};
     };
@@ -87,13 +86,12 @@ class TilePainter {
                     bool mayHide);
     void paintLayer(const PlanItem& item, const Tile& tile, std::size_t level, Canvas& canvas, bool mayHide);
     static LayerParts partsToPaint(const PlanItem& item, const Tile& tile, bool mayHide);
-    // Each paints a part of row `y`: any, an opaque one where it belongs, an opaque one, one that lets through.
+    // Each paints a part of row `y`: any; an opaque one, in place; an opaque one, copied; one that is not opaque.
     void paintPart(const Layer& layer, int y, const Part& part);
     void makeInPlace(const Layer& layer, int y, const Part& part);
     void coverPart(const Layer& layer, int y, const Part& part);
     void blendPart(const Layer& layer, int y, const Part& part);
-    // The part's colours in the canvas's channels; those that are 0 stay null. Without colours, `alpha` is limited all
-    // the same.
+    // The part's colours in the canvas's channels; those that are 0 stay null. `alpha` is limited even without colours.
     void coloursOf(const Layer& layer, int y, const Part& part, std::int16_t* alpha, std::int16_t** colours);
     // Coverage, fade and mattes in one row of factors.
     void factorLevels(const Layer& layer, int y, const Part& part, std::int16_t* factors);

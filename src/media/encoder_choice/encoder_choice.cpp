@@ -33,12 +33,6 @@ std::string rateText(const EncoderTrial& trial) {
 
 }  // namespace
 
-void EncoderCandidate::applyTo(VideoSettings& settings) const {
-    settings.codec = codec;
-    settings.encoder = encoder;
-    if (!isHardware()) settings.preset = preset;
-}
-
 void EncoderChoice::applyTo(VideoSettings& settings) const {
     candidate.applyTo(settings);
     if (make) settings.make = make;

@@ -1,54 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "media/writing/encoders.h"
+#include "media/encoder_choice/encoder_trial.h"
+#include "media/writing/video_encoder.h"
 
 namespace lumivastor::media {
 
-/// An encoder that may do a job: what goes into `VideoSettings`.
-struct EncoderCandidate {
-    VideoCodec codec = VideoCodec::h264;
-    std::string encoder;  // FFmpeg's name
-    std::string preset;   // empty for hardware, which has no such names
-
-    bool isHardware() const { return preset.empty(); }
-    /// Puts the candidate into settings.
-    void applyTo(VideoSettings& settings) const;
-
-    bool operator==(const EncoderCandidate&) const = default;
-};
-
-/// The size and pace at which pictures have to be encoded.
-struct EncodingJob {
-    int width = 0;
-    int height = 0;
-    int frameRate = 60;               // pictures a second that must be kept up with
-    std::int64_t averageBitRate = 0;  // bits a second
-};
-
-/// How a test encode went.
-struct EncoderTrial {
-    bool works = false;            // opened, encoded, and decoded again to what was put in
-    double picturesPerSecond = 0;  // of pictures in motion, wall-clock, everything else at rest; when it works
-};
-
-/// Encodes a few pictures of a moving screen with exactly these settings, decodes them again and compares luma and
-/// colours; looks at the stream's profile where the settings want High. Takes between a millisecond (a listed encoder
-/// whose hardware is missing) and two seconds. Never throws.
-EncoderTrial tryEncoder(const VideoSettings& settings);
-/// The same with this candidate, without delay as live pictures are encoded, at the job's size and pace.
-EncoderTrial tryEncoder(const EncoderCandidate& candidate, const EncodingJob& job);
-
-/// What the choice for recordings asks trials of; `tryEncoder` unless a test has other plans.
+/// Tries an encoder for `decideRecordingEncoder`: `tryEncoder`, or a test's replacement.
 using EncoderTrials = std::function<EncoderTrial(const EncoderCandidate&, const EncodingJob&)>;
 
-/// The candidate chosen, and why in a German sentence for log and diagnosis.
+/// The chosen candidate, with the reason as a German sentence for the log and for diagnosis.
 struct EncoderChoice {
     EncoderCandidate candidate;
     std::string reason;
@@ -59,13 +25,13 @@ struct EncoderChoice {
 };
 
 /// Software HEVC is chosen when its trial is this many times faster than the job needs. The trial has the machine to
-/// itself; a recording shares it with the capture of pictures, their conversion, the encoder of sound, and above all
-/// with whatever is being shown on the screen, and must not fall behind for hours. Half the machine is left to those.
+/// itself. A recording shares it with capture, colour conversion, the sound encoder, and above all with the programs on
+/// the screen, and must keep up for hours. Half the machine is left to those.
 inline constexpr double kSoftwareHevcHeadroom = 2.0;
 
 /// The rule for recordings: the first hardware HEVC encoder of `hardware` that works and keeps up, else software HEVC
-/// when it keeps up with headroom, else H.264 at its fastest. A pure function of the trials' results; asks no more of
-/// them than it needs.
+/// when it keeps up with headroom, else H.264 at its fastest. A pure function of the trials' results; makes no more
+/// trials than it needs.
 EncoderChoice decideRecordingEncoder(const EncodingJob& job, const std::vector<EncoderCandidate>& hardware,
                                      const EncoderTrials& trials);
 
@@ -77,18 +43,18 @@ EncoderChoice decideExportEncoder(const std::vector<EncoderCandidate>& hardware,
 /// Software, without a trial; `why` there is no hardware, as a German clause.
 EncoderChoice softwareExportEncoder(const std::string& why);
 
-/// The hardware encoders for a codec that FFmpeg lists on this machine, the likeliest first. A listed encoder is not a
-/// working one.
+/// The hardware encoders for a codec that FFmpeg lists on this machine, the most likely to work first. A listed encoder
+/// need not work.
 std::vector<EncoderCandidate> listedHardwareEncoders(VideoCodec codec);
 
-/// The decision for this machine, on real trials. How fast software encodes is measured once for sizes alike and
-/// remembered in the text file at `memory`, as long as library and processors stay the same; an empty path, or one that
-/// cannot be written, measures again. Hardware is tried every time. May take three seconds; not on a thread that must
-/// not wait. Any threads: one waits for the other.
+/// The decision for this machine, from real trials. The speed of software is measured once for similar sizes and
+/// remembered in the text file at `memory` as long as library and processors stay the same; with an empty path, or one
+/// that cannot be written, it is measured again. Hardware is tried every time. Blocks for up to three seconds. Any
+/// thread; calls run one after the other.
 EncoderChoice chooseRecordingEncoder(const EncodingJob& job, const std::filesystem::path& memory);
 
-/// The decision for an export with these settings; a trial encodes with them as they are, but for the encoder. May take
-/// two seconds for each encoder tried.
+/// The decision for an export with these settings; a trial uses them unchanged except for the encoder. May take two
+/// seconds for each encoder tried.
 EncoderChoice chooseExportEncoder(const VideoSettings& settings, const std::vector<EncoderCandidate>& hardware =
                                                                      listedHardwareEncoders(VideoCodec::h264));
 

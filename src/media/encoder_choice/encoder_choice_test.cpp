@@ -174,7 +174,7 @@ TEST(ExportTrials, HardwareWhoseStreamIsNotHighIsPassedOver) {
     const std::vector<EncoderCandidate> hardware{{VideoCodec::h264, "h264_first", ""}};
     EXPECT_EQ(chooseExportEncoder(standingIn(StandIn::Fault::none), hardware).candidate, hardware[0]);
     EXPECT_EQ(chooseExportEncoder(standingIn(StandIn::Fault::baseline), hardware).candidate.encoder, "libx264");
-    // Where nobody asked for High, it is as good as any.
+    // If High is not requested, it is as good as any.
     VideoSettings anyProfile = standingIn(StandIn::Fault::baseline);
     anyProfile.highProfile = false;
     EXPECT_TRUE(tryEncoder(anyProfile).works);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/encoder_choice/encoder_trial.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -12,7 +14,6 @@
 #include "base/recorder_error.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "imaging/picture_pool.h"
-#include "media/encoder_choice/encoder_choice.h"
 #include "media/writing/h264_bitstream.h"
 
 extern "C" {
@@ -25,21 +26,21 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Enough pictures for an encoder's threads and rate control to run in, unless it is so slow that the answer is clear
-// before.
+// Enough pictures to warm up an encoder's threads and rate control, unless it is so slow that the result is clear
+// earlier.
 constexpr int kPictures = 48;
 constexpr int kWarmUp = 4;
 constexpr std::chrono::milliseconds kLongest{1200};
 // Pictures that are kept to be decoded and compared.
 constexpr int kCompared = 3;
-// How far decoded luma may be from what went in, on average, of 255. On these pictures encoders that are starved of
-// bits were seen to come to 16, and a picture of the same page scrolled by one step to 60.
+// The largest mean error of decoded luma, of 255. On these pictures encoders with far too few bits were measured at 16,
+// and a picture of the same page scrolled by one step at 60.
 constexpr double kLargestMeanError = 30;
-// The same for each of cb and cr. Encoders that are starved of bits were seen to come to 2, planes that begin 16 rows
-// off to 9 and 15, planes in each other's place to 26 and 29.
+// The same for each of cb and cr. Encoders with far too few bits were measured at 2, planes that begin 16 rows off at 9
+// and 15, swapped planes at 26 and 29.
 constexpr double kLargestChromaError = 6;
 
-// A screen in motion: lines of something like text in windows of different greys and colours, which scroll.
+// A moving screen: scrolling lines that look like text, in windows of different greys and colours.
 class MovingScreen {
   public:
     MovingScreen(int width, int height)
@@ -125,7 +126,7 @@ class MovingScreen {
     std::vector<std::uint8_t> red_;
 };
 
-// The mean distance of the decoded plane from what went in.
+// The mean difference between the decoded plane and the input.
 double meanError(const AVFrame& frame, int plane, const std::uint8_t* original, std::ptrdiff_t stride, int width,
                  int height) {
     double sum = 0;
@@ -158,7 +159,7 @@ bool decodesTo(const AVCodecParameters& parameters, const std::vector<ffmpeg::Pa
     const ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     std::size_t compared = 0;
     for (std::size_t i = 0; i <= packets.size(); ++i) {
-        // Nothing at the end: what the decoder still holds.
+        // nullptr at the end: gets what the decoder still holds.
         if (avcodec_send_packet(codec.get(), i < packets.size() ? packets[i].get() : nullptr) < 0) return false;
         while (avcodec_receive_frame(codec.get(), frame.get()) >= 0) {
             if (compared == pictures.size()) return false;
@@ -168,7 +169,8 @@ bool decodesTo(const AVCodecParameters& parameters, const std::vector<ffmpeg::Pa
     return compared == pictures.size();
 }
 
-// Whether the stream is what the settings want, by the parameter sets in its header and, where there are some, in it.
+// Whether the stream is as the settings require, by the parameter sets in its header and, if it has some, in the stream
+// itself.
 bool isAsWanted(const VideoSettings& settings, const AVCodecParameters& parameters,
                 const std::vector<ffmpeg::PacketHandle>& packets) {
     if (!settings.highProfile || settings.codec != VideoCodec::h264) return true;
@@ -200,7 +202,7 @@ VideoSettings settingsOf(const EncoderCandidate& candidate, const EncodingJob& j
 EncoderTrial attempt(const VideoSettings& settings) {
     const std::unique_ptr<PictureEncoder> encoder = makePictureEncoder(settings);
     const ffmpeg::CodecParametersHandle parameters = encoder->parameters();
-    // Without its parameter sets beforehand no movie can be begun.
+    // A movie cannot begin without the parameter sets.
     if (parameters->extradata_size <= 0) return {};
     MovingScreen screen(settings.width, settings.height);
     std::vector<std::shared_ptr<imaging::PlanarBuffer>> pictures;
@@ -230,12 +232,18 @@ EncoderTrial attempt(const VideoSettings& settings) {
 
 }  // namespace
 
+void EncoderCandidate::applyTo(VideoSettings& settings) const {
+    settings.codec = codec;
+    settings.encoder = encoder;
+    if (!isHardware()) settings.preset = preset;
+}
+
 EncoderTrial tryEncoder(const VideoSettings& settings) {
     try {
         ffmpeg::prepareFfmpeg();
         return attempt(settings);
     } catch (const std::exception&) {
-        // Among them a shortage of memory: an encoder for which there is none does not work.
+        // Also a shortage of memory: an encoder that lacks memory does not work.
         return {};
     }
 }

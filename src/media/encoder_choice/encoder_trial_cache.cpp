@@ -17,11 +17,11 @@ namespace lumivastor::media {
 
 namespace {
 
-// Sizes of pictures that one machine records; older ones make room.
+// The number of picture sizes that one machine records; older ones are dropped.
 constexpr std::size_t kMaxLines = 64;
 constexpr std::uint64_t kMaxBytes = 1 << 16;
 
-// How much larger or smaller a picture may be for its pixels to take as long.
+// How much larger or smaller a picture may be to take the same time for a pixel.
 constexpr double kComparable = 4;
 
 struct TriedSize {
@@ -37,7 +37,7 @@ std::optional<TriedSize> sizeIn(const std::string& key) {
     return size;
 }
 
-// What stands before the first tab. A rate of 0 is that of an encoder that does not work.
+// The text before the first tab. A rate of 0 means that the encoder does not work.
 std::optional<EncoderTrial> parseTrial(std::string_view text) {
     double rate = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate);
@@ -76,7 +76,7 @@ std::optional<EncoderTrial> EncoderTrialCache::find(const EncoderCandidate& cand
     const auto pixels = [](const TriedSize& size) { return static_cast<double>(size.width) * size.height; };
     const double wanted = pixels({job.width, job.height});
     const Line* nearest = nullptr;
-    double ratio = 1;  // of the nearest one's pixels to those wanted
+    double ratio = 1;  // ratio of the nearest one's pixels to the requested ones
     for (const Line& line : lines_) {
         const auto size = sizeIn(line.key);
         if (!size || line.key != keyOf(candidate, size->width, size->height)) continue;

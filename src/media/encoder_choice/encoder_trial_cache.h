@@ -6,23 +6,23 @@
 #include <string>
 #include <vector>
 
-#include "media/encoder_choice/encoder_choice.h"
+#include "media/encoder_choice/encoder_trial.h"
 
 namespace lumivastor::media {
 
-/// How fast encoders were when they were tried, in a small text file: a line for each encoder, preset and size. A line
-/// of another machine, or one that makes no sense, counts as none. One thread at a time; two programs that write it at
-/// once may lose a line, which is then measured again.
+/// How fast encoders were when they were tried, in a small text file: a line for each encoder, preset and size. Lines
+/// of another machine and malformed lines are ignored. One thread at a time; two programs that write it at once may
+/// lose a line, which is then measured again.
 class EncoderTrialCache {
   public:
-    /// Reads the file. `machine` is one word for everything that a measurement depends on.
+    /// Reads the file. `machine` is one word that identifies everything a measurement depends on.
     EncoderTrialCache(std::filesystem::path path, std::string machine);
 
-    /// What is known of this size; else what follows from the size nearest to it, at the same number of pixels a
-    /// second, when that is at most four times as large or as small. A failure counts only for the exact size tried.
+    /// The result for this size, or else one derived from the nearest size, at the same number of pixels a second, if
+    /// that is at most four times as large or as small. A failure counts only for the exact size tried.
     std::optional<EncoderTrial> find(const EncoderCandidate& candidate, const EncodingJob& job) const;
 
-    /// Remembers it, in the file too as far as that can be written.
+    /// Remembers it, also in the file if that can be written.
     void add(const EncoderCandidate& candidate, const EncodingJob& job, const EncoderTrial& trial);
 
   private:
@@ -31,7 +31,7 @@ class EncoderTrialCache {
         EncoderTrial trial;
     };
 
-    /// Encoder and preset at a size, on this machine.
+    /// The key of encoder, preset and size on this machine.
     std::string keyOf(const EncoderCandidate& candidate, int width, int height) const;
 
     std::filesystem::path path_;

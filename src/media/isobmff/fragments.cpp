@@ -16,11 +16,12 @@ namespace lumivastor::media {
 
 namespace {
 
-// Flags of a track's part of a fragment: what it says once for all samples, and that places count from the fragment.
+// Flags of a track's part of a fragment: the values that hold for all samples, and that offsets count from the
+// fragment.
 constexpr std::uint32_t kCommonDuration = 0x8;
 constexpr std::uint32_t kCommonFlags = 0x20;
 constexpr std::uint32_t kDefaultBaseIsMoof = 0x20000;
-// Flags of its list of samples: what it says of each.
+// Flags of its list of samples: the values of each sample.
 constexpr std::uint32_t kDataOffsetPresent = 0x1;
 constexpr std::uint32_t kHasDurations = 0x100;
 constexpr std::uint32_t kHasSizes = 0x200;
@@ -30,18 +31,18 @@ constexpr std::uint32_t kIsKey = 0x02000000;
 constexpr std::uint32_t kIsNoKey = 0x01010000;
 constexpr std::uint32_t kIsNotSync = 0x00010000;
 
-// A fragment's index takes a dozen bytes a sample. A larger one is none of ours.
+// A fragment's index takes a dozen bytes a sample. A larger one is not ours.
 constexpr std::uint64_t kMaxFragmentIndex = 16 << 20;
 constexpr std::uint64_t kMaxHeader = 1 << 20;
-// The numbers that one file may hold, over a day of two sound tracks and pictures, so that memory stays bounded
-// whatever a file pretends.
+// The limits for one file, more than a day of two sound tracks and pictures, so that memory stays bounded whatever a
+// file claims.
 constexpr std::size_t kMaxSamples = 32'000'000;
 
 std::uint32_t flagsOf(const TrackSample& sample) {
     return sample.isKey ? kIsKey : kIsNoKey;
 }
 
-// Writes one track's part; the position of the number that will say where its samples begin.
+// Writes one track's part; returns the position of the number for the offset of its samples, to be filled in later.
 std::size_t writeTrack(BoxWriter& boxes, const FragmentTrack& track) {
     const TrackSample& first = track.samples.front();
     const auto allLike = [&track](auto same) { return std::all_of(track.samples.begin(), track.samples.end(), same); };
@@ -121,7 +122,7 @@ std::optional<FragmentRun> parseTrack(std::span<const std::uint8_t> content, std
     return run;
 }
 
-// Whether the samples that the fragment names lie in its own box.
+// Whether the fragment's samples are in its own box.
 bool liesIn(const FragmentRun& run, const FileBox& data) {
     std::uint64_t bytes = 0;
     for (const TrackSample& sample : run.samples) bytes += sample.size;
@@ -134,7 +135,7 @@ TrackIndex* trackWith(std::vector<TrackIndex>& tracks, std::uint32_t id) {
     return found == tracks.end() ? nullptr : &*found;
 }
 
-// Adds the fragment at `offset`. False when there is no whole one, or it does not go on where the others ended.
+// Adds the fragment at `offset`. False when there is no whole one, or it does not continue where the others ended.
 bool addFragment(int file, std::uint64_t offset, std::uint64_t limit, FragmentedMovie& movie) {
     const auto index = fileBoxAt(file, offset, limit);
     if (!index || index->kind != fourCC("moof") || index->size > kMaxFragmentIndex) return false;
@@ -241,7 +242,7 @@ std::error_code finishInPlace(int file, const FragmentedMovie& movie) {
     std::error_code error = writeAllAt(file, movie.wholeEnd, index.data(), index.size()).error;
     if (!error) error = waitForDisk(file);
     if (error) {
-        static_cast<void>(cutOff(file, movie.wholeEnd));  // whole fragments and nothing else, as far as possible
+        static_cast<void>(cutOff(file, movie.wholeEnd));  // only whole fragments, as many as there are
         return error;
     }
     // The header box and the fragments become one box of sample data. Its length takes 64 bits: the header of the first

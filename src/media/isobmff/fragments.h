@@ -10,9 +10,9 @@
 #include "base/media_time.h"
 #include "media/isobmff/movie_index.h"
 
-// Movies in fragments: a header without samples, then again and again a small index ("moof") with the samples it is
-// about ("mdat"). A file that ends in the middle of one is readable up to there. This is our own, strict form of it:
-// every sample's size is listed, and samples lie in the fragment's own box.
+// Fragmented movies: a header without samples, then fragments, each a small index ("moof") followed by its samples
+// ("mdat"). A file that ends in the middle of a fragment is readable up to there. This is our own strict form: every
+// sample's size is listed, and samples lie in the fragment's own box.
 namespace lumivastor::media {
 
 /// One track's part of a fragment.
@@ -26,7 +26,7 @@ struct FragmentTrack {
 /// A fragment as it goes into the file. Tracks without samples are left out; at least one has some.
 std::vector<std::uint8_t> fragmentBytes(std::uint32_t number, std::span<const FragmentTrack> tracks);
 
-/// The same track's part as its index tells it, and where in the file its samples begin.
+/// The same track's part as its index describes it, and where in the file its samples begin.
 struct FragmentRun {
     std::uint32_t id = 0;
     std::int64_t start = 0;
@@ -48,13 +48,13 @@ struct FragmentedMovie {
 };
 
 /// Walks the fragments from the first to the last whole one, not beyond `limit` bytes. Stops at the first box that is
-/// no fragment of ours. nullopt when the file does not begin like one in fragments.
+/// not a fragment of ours. nullopt when the file does not begin like a fragmented movie.
 std::optional<FragmentedMovie> scanFragments(int file, std::uint64_t limit);
 
-/// Makes a plain movie of a file in fragments where it lies: cuts off what follows the last whole fragment, appends the
+/// Makes a plain movie of a fragmented file in place: cuts off everything behind the last whole fragment, appends the
 /// index, waits until both are on the disk, and then turns the header box into the beginning of one box of sample data
-/// that spans all fragments. Up to that last step, which changes 16 bytes at once, the file is still one in fragments;
-/// whatever interrupts this leaves one or the other.
+/// that spans all fragments. The last step changes 16 bytes at once; until then the file is still a fragmented movie.
+/// An interruption leaves one or the other.
 std::error_code finishInPlace(int file, const FragmentedMovie& movie);
 
 }  // namespace lumivastor::media

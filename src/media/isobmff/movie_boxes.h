@@ -10,8 +10,8 @@
 
 namespace lumivastor::media {
 
-// The grammar of QuickTime files: boxes within boxes, each with its length and a kind of four letters, all numbers with
-// their highest byte first.
+// The structure of QuickTime files: nested boxes, each with its length and a four-letter kind; all numbers are
+// big-endian.
 
 constexpr std::uint32_t fourCC(const char (&letters)[5]) {
     std::uint32_t kind = 0;
@@ -24,7 +24,7 @@ class BoxWriter {
   public:
     /// Opens a box inside the one that is open.
     void begin(std::uint32_t kind);
-    /// One whose content starts with a version and 24 flags.
+    /// A box whose content starts with a version and 24 flags.
     void begin(std::uint32_t kind, std::uint8_t version, std::uint32_t flags);
     /// Closes the box opened last.
     void end();
@@ -48,7 +48,7 @@ class BoxWriter {
     std::vector<std::size_t> open_;  // where the boxes begin that are not closed yet
 };
 
-/// Reads numbers one after the other. Beyond the end it gives zeros and says so.
+/// Reads numbers one after the other. Beyond the end it returns zeros and reports that.
 class ByteReader {
   public:
     explicit ByteReader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
@@ -80,7 +80,7 @@ class BoxReader {
   public:
     explicit BoxReader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
-    /// Nothing at the end, and at a box that reaches beyond it.
+    /// nullopt at the end, and at a box that reaches beyond it.
     std::optional<Box> next();
 
   private:
@@ -90,7 +90,7 @@ class BoxReader {
 /// The first box of a kind among those in `bytes`.
 std::optional<Box> findBox(std::span<const std::uint8_t> bytes, std::uint32_t kind);
 
-/// Where an outermost box of a file lies.
+/// The position of a top-level box in a file.
 struct FileBox {
     std::uint32_t kind = 0;
     std::uint64_t offset = 0;
@@ -103,7 +103,7 @@ struct FileBox {
 /// The box at `offset` of an open file of `fileSize` bytes; nullopt when there is no whole box.
 std::optional<FileBox> fileBoxAt(int file, std::uint64_t offset, std::uint64_t fileSize);
 
-/// Reads exactly this part of a file; false when that is not possible. Does not move the file's position.
+/// Reads exactly this part of a file; false on failure. Does not move the file's position.
 bool readExactly(int file, std::uint64_t offset, std::span<std::uint8_t> bytes);
 
 }  // namespace lumivastor::media

@@ -13,18 +13,18 @@ namespace lumivastor::media {
 
 namespace {
 
-// Numbers of QuickTime's that mean "one": of rates, scales and the volume.
+// QuickTime's fixed-point representations of one: for rates, scales and the volume.
 constexpr std::uint32_t kOne = 1 << 16;
 constexpr std::uint32_t kOneShort = 1 << 8;
 constexpr std::uint32_t kUnspecifiedLanguage = 0x7fff;
 
-// More tracks or a longer description than this are none of ours.
+// Movies with more tracks or a longer description are not ours.
 constexpr std::size_t kMaxTracks = 16;
 constexpr std::size_t kMaxDescription = 1 << 16;
-// Times beyond this (a million years) would not leave room to calculate in.
+// Times beyond this (a million years) could overflow in calculations.
 constexpr std::int64_t kMaxTicks = std::int64_t{1} << 60;
 
-// A clock on which every track's times are whole, so that edits cut where they should; 48 kHz when there is none.
+// A clock on which every track's times are whole numbers, so that edit lists are exact; 48 kHz when there is none.
 std::uint32_t movieTimescale(std::span<const TrackHeader> tracks) {
     constexpr std::uint64_t kDefault = 48000;
     std::uint64_t common = kDefault;
@@ -47,7 +47,7 @@ void writeMatrix(BoxWriter& boxes) {
 
 void writeMovieHeader(BoxWriter& boxes, std::uint32_t timescale, std::uint64_t duration, std::uint32_t nextTrack) {
     boxes.begin(fourCC("mvhd"), 1, 0);
-    boxes.u64(0);  // created and changed: not told
+    boxes.u64(0);  // created and changed: not stated
     boxes.u64(0);
     boxes.u32(timescale);
     boxes.u64(duration);
@@ -107,7 +107,7 @@ void writeEdits(BoxWriter& boxes, std::span<const Edit> edits) {
     boxes.end();
 }
 
-// The part of "minf" that says what the track is and that its samples lie in this file.
+// The part of "minf" with the kind of the track, and the statement that its samples are in this file.
 void writeMediaKind(BoxWriter& boxes, bool isVideo) {
     if (isVideo) {
         boxes.begin(fourCC("vmhd"), 0, 1);
@@ -214,7 +214,7 @@ class TrackBoxes {
     }
 
   private:
-    // What comes before the first sample shows nothing; the encoder delay is never heard.
+    // The time before the first sample is empty; the encoder delay is not played.
     void writeTrackEdits() {
         std::vector<Edit> edits;
         if (index_ != nullptr) {
@@ -257,7 +257,7 @@ class TrackBoxes {
     }
 
     void writeKeys() {
-        if (index_ == nullptr || index_->keys_.size() == index_->samples_.size()) return;  // absent: all are
+        if (index_ == nullptr || index_->keys_.size() == index_->samples_.size()) return;  // absent: all are keys
         boxes_.begin(fourCC("stss"), 0, 0);
         boxes_.u32(static_cast<std::uint32_t>(index_->keys_.size()));
         for (const std::uint32_t key : index_->keys_) boxes_.u32(key + 1);

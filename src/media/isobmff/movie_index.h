@@ -9,8 +9,8 @@
 
 #include "base/media_time.h"
 
-// What a movie's header says about its tracks, and the index of their samples: written into a movie's first box while
-// it is in fragments, and into its last one when it is finished.
+// A movie's header: the description of its tracks, and the index of their samples. A fragmented movie has the
+// description in its first box, a finished one has both in its last box.
 namespace lumivastor::media {
 
 /// One track without its samples. Times of a track count in 1 / `timescale` seconds.
@@ -18,22 +18,22 @@ struct TrackHeader {
     std::uint32_t id = 0;
     bool isVideo = true;
     std::uint32_t timescale = 0;
-    /// How much of the track's own time lies before the movie's zero: what an encoder of sound needs to begin. The
-    /// edit list leaves it out.
+    /// The part of the track's own time before the movie's zero: the priming of a sound encoder. The edit list removes
+    /// it.
     std::uint32_t encoderDelay = 0;
     int width = 0;  // in pixels; 0 for sound
     int height = 0;
     std::vector<std::uint8_t> sampleDescription;  // the whole box
 };
 
-/// One sample of a track: how many bytes, and how long it is shown or heard.
+/// One sample of a track: its size in bytes, and how long it is shown or heard.
 struct TrackSample {
     std::uint32_t size = 0;
     std::uint32_t duration = 0;
     bool isKey = true;
 };
 
-/// The samples of one track in the order of time, a dozen bytes for each.
+/// The samples of one track in the order of time; takes a dozen bytes for each.
 class TrackIndex {
   public:
     explicit TrackIndex(TrackHeader header) : header_(std::move(header)) {}
@@ -42,14 +42,14 @@ class TrackIndex {
 
     /// Whether `count` samples can follow that begin at `start`, in the track's own time.
     bool canAppend(std::int64_t start, std::size_t count) const;
-    /// Samples that lie side by side in the file from `offset` on. What lies between `start` and the sample before is
-    /// added to its duration. They can be appended.
+    /// Appends samples that are contiguous in the file from `offset` on. A gap between the sample before and `start` is
+    /// added to the duration of that sample. `canAppend` must hold.
     void append(std::int64_t start, std::uint64_t offset, std::span<const TrackSample> samples);
 
     /// The last sample lasts until `end`, a time of the movie; see `MovieSink::endAt`.
     void endAt(const MediaTime& end);
 
-    /// Whether there is anything to be seen or heard.
+    /// Whether the track shows or plays anything.
     bool isEmpty() const { return end_ <= first_ + header_.encoderDelay; }
     std::size_t sampleCount() const { return samples_.size(); }
     /// When its last sample ends, in seconds of the movie.

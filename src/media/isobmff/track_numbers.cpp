@@ -12,10 +12,10 @@
 namespace lumivastor::media {
 namespace {
 
-// FFmpeg refuses what is nested deeper.
+// FFmpeg refuses deeper nesting.
 constexpr int kDeepest = 10;
 
-// The boxes of a header that hold boxes and nothing else.
+// The boxes of a header that contain only boxes.
 constexpr std::array kContainers{fourCC("moov"), fourCC("trak"), fourCC("mdia"), fourCC("minf"), fourCC("stbl"),
                                  fourCC("edts"), fourCC("dinf"), fourCC("mvex"), fourCC("udta"), fourCC("tref"),
                                  fourCC("wave"), fourCC("sinf"), fourCC("schi"), fourCC("ipro")};
@@ -65,7 +65,7 @@ class Walk {
     Extent extent_;
 };
 
-// Nothing in a header of a track that cannot be read.
+// nullopt in a track header that cannot be read.
 std::optional<std::uint32_t> numberIn(int file, Extent trackHeader) {
     constexpr std::size_t kFlags = 4;
     std::array<std::uint8_t, kFlags + 8 + 8 + 4> bytes{};

@@ -5,10 +5,10 @@
 
 namespace lumivastor::media {
 
-/// Whether each track of an open file says its number, and no fragment lies where only a track may lie. FFmpeg must not
-/// see other files: for each run of samples in a fragment it counts from an error's number up to zero when a track has
-/// no number, which takes a second each. Reads the headers of the boxes as leniently as FFmpeg does: what claims to
-/// reach beyond its parent ends with it. Does not move the file's position.
+/// Whether each track of an open file states its number, and no fragment is where only a track may be. Other files must
+/// not reach FFmpeg: if a track has no number, it counts from an error code up to zero for each run of samples in a
+/// fragment, which takes a second each. Reads box headers as leniently as FFmpeg does: a box that claims to reach
+/// beyond its parent ends with it. Does not move the file's position.
 bool tracksAreNumbered(int file, std::uint64_t fileSize);
 
 }  // namespace lumivastor::media

@@ -19,7 +19,7 @@ namespace lumivastor::media {
 
 namespace {
 
-// How far into the file FFmpeg may look for what the header leaves open. Our own movies need one picture.
+// How far into the file FFmpeg may look for properties that the header lacks. Our own movies need one picture.
 constexpr std::int64_t kProbeBytes = 32 << 20;
 
 void fillVideo(const AVCodecParameters& parameters, AssetTrack& track) {

@@ -13,19 +13,19 @@ namespace lumivastor::media {
 
 enum class TrackKind { video, audio };
 
-/// What a movie says about one of its tracks. Times count from the movie's zero; edit lists are applied.
+/// The description of one track in a movie. Times count from the movie's zero; edit lists are applied.
 struct AssetTrack {
     int id = 0;  // of the track in its file, unique there
     TrackKind kind = TrackKind::video;
     std::string codec;             // FFmpeg's short name: "hevc", "h264", "aac"
     MediaTime start;               // of its first sample
     MediaTime end;                 // of its last sample
-    std::int64_t sampleCount = 0;  // in the file's index; of pictures, each is one
+    std::int64_t sampleCount = 0;  // in the file's index; each picture is one
 
     // Video only. The size is in pixels, before any rotation that the file may ask for.
     int width = 0;
     int height = 0;
-    imaging::YuvEncoding encoding;  // as tagged; untagged pictures of HD size and above count as BT.709
+    imaging::YuvEncoding encoding;  // as tagged; without a tag BT.709 from HD size on
     bool colourTagged = false;      // whether file or stream name the matrix. For tests.
 
     // Audio only.
@@ -37,8 +37,8 @@ struct AssetTrack {
     int streamIndex = 0;  // position in the file; for this folder's readers
 };
 
-/// A movie file on disk, opened once to learn its tracks. Immutable afterwards: share it between threads as
-/// `shared_ptr<const Asset>`. The file stays closed; every reader opens it for itself.
+/// A movie file on disk, opened once to read its track descriptions. Immutable afterwards: share it between threads as
+/// `shared_ptr<const Asset>`. The file does not stay open; every reader opens it again.
 class Asset {
   public:
     /// Opens a local QuickTime or MP4 file. Throws `RecorderError` when it cannot be read, is no such movie, is damaged

@@ -71,7 +71,7 @@ bool AssetReader::startReading() {
     try {
         for (const auto& output : storedOutputs_) output->start();
         for (const auto& output : audioOutputs_) output->start();
-        // Opened now rather than with the first sample, so that a missing file shows here.
+        // Opened now rather than with the first sample, so that a missing file is detected here.
         for (const auto& output : videoOutputs_) {
             for (const MovieSegment& segment : output->track_.segments) {
                 if (segment.isEmpty()) continue;

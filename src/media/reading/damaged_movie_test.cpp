@@ -89,7 +89,7 @@ TEST_P(EitherCodec, DamageFailsThereAndTheNextGroupIsReadAgain) {
     EXPECT_EQ(reading.message, "Das Video konnte nicht dekodiert werden: Die Daten sind beschädigt.");
     ASSERT_GT(reading.numbers.size(), 30u);
     ASSERT_LT(reading.numbers.size(), 120u);
-    // The last one may hold the first noise, behind what makes out its number or before it.
+    // The last one may contain the first noise, before or behind the marks that encode its number.
     for (std::size_t i = 0; i + 1 < reading.numbers.size(); ++i) EXPECT_EQ(reading.numbers[i], static_cast<int>(i));
     EXPECT_NEAR(reading.failureSeconds, static_cast<double>(reading.numbers.size()) / 30, 0.001);
     // From behind the damage, but within its group, nothing can be shown; from the next group on everything.

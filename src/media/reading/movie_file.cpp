@@ -29,7 +29,7 @@ namespace lumivastor::media {
 
 namespace {
 
-// What one read from the file fetches; large enough that a key picture takes few system calls.
+// The size of one read; large enough that a key picture takes few system calls.
 constexpr int kReadBytes = 1 << 16;
 
 std::string unreadable(const std::filesystem::path& path, const std::string& reason) {
@@ -40,7 +40,7 @@ std::string unreadable(const std::filesystem::path& path, const std::string& rea
     throw RecorderError(unreadable(path, systemErrorText(error)));
 }
 
-// FFmpeg asks for further files when a movie names them. We never follow.
+// FFmpeg requests other files when a movie names them. They are never opened.
 int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
     return AVERROR(EACCES);
 }
@@ -67,8 +67,8 @@ struct MovieFile::ByteSource {
         return position < 0 ? AVERROR(errno) : position;
     }
 
-    // Whether a fragment stands among the outermost boxes. Fragments follow the header directly, so the first few
-    // boxes tell; a finished movie has not more than a handful altogether.
+    // Whether a fragment is among the top-level boxes. Fragments follow the header directly, so the first few boxes
+    // suffice; a finished movie has only a handful in total.
     bool hasFragments() const {
         constexpr int kBoxesToLookAt = 16;
         std::int64_t offset = 0;
@@ -138,7 +138,7 @@ void MovieFile::close() {
     avio_context_free(&io_);
 }
 
-// Fragments become known only as their headers are reached. With every stream discarded, reading to the end visits all
+// Fragments are indexed only when their headers are read. With every stream discarded, reading to the end visits all
 // headers and no sample.
 void MovieFile::walkFragments() {
     for (unsigned i = 0; i < context_->nb_streams; ++i) context_->streams[i]->discard = AVDISCARD_ALL;
@@ -212,7 +212,7 @@ std::optional<std::int64_t> MovieFile::keyTimeAfter(int index, std::int64_t deco
     const int entry = av_index_search_timestamp(movieStream, decodeTime + 1, 0);
     if (entry < 0) return std::nullopt;
     const std::int64_t found = avformat_index_get_entry(movieStream, entry)->timestamp;
-    // Where there is none behind, the search may answer with the last one before.
+    // If there is none behind, the search may return the last one before.
     return found > decodeTime ? std::optional(found) : std::nullopt;
 }
 
@@ -224,7 +224,7 @@ MediaTime MovieFile::indexEnd(int index) {
     if (count == 0) return ffmpeg::mediaTime(0, base.num, base.den);
     const std::int64_t last = avformat_index_get_entry(movieStream, count - 1)->timestamp;
     if (count == 1) return ffmpeg::mediaTime(last, base.num, base.den);
-    // The index gives no durations: the last sample is taken to be as long as the one before.
+    // The index has no durations: the last sample is assumed to be as long as the one before.
     const std::int64_t before = avformat_index_get_entry(movieStream, count - 2)->timestamp;
     return ffmpeg::mediaTime(last + (last - before), base.num, base.den);
 }

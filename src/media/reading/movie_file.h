@@ -11,13 +11,13 @@
 
 namespace lumivastor::media {
 
-/// One open QuickTime or MP4 file, positioned for reading packets: the ground under `Asset` and the decoders. Only
-/// local regular files, only this family of containers, and nothing that the file refers to elsewhere is ever opened.
-/// Still-fragmented files are walked through once when opened, so that their whole index is known as with finished
-/// ones. Movies are untrusted: what is wrong with them ends in a `RecorderError`. One thread at a time.
+/// One open QuickTime or MP4 file with a position for reading packets, which `Asset` and the decoders use. Opens only
+/// local regular files of this family of containers, and never another file that one refers to. A file that is still
+/// fragmented is walked once when opened, so that its whole index is known as with finished ones. Movies are untrusted:
+/// any defect ends in a `RecorderError`. One thread at a time.
 class MovieFile {
   public:
-    /// A movie of our own has at most four tracks. More than this is no movie to us.
+    /// Our own movies have at most four tracks. Files with more than this are refused.
     static constexpr int kMaxTracks = 64;
 
     explicit MovieFile(const std::filesystem::path& path);
@@ -34,8 +34,8 @@ class MovieFile {
     /// From now on `readPacket` gives only this stream's packets and skips the others' bytes.
     void selectOnly(int index);
 
-    /// The next packet of the selected streams, false at the end. Throws where the file ends before what its index
-    /// promises, or cannot be read.
+    /// The next packet of the selected streams, false at the end. Throws when the file ends before its index says, or
+    /// cannot be read.
     bool readPacket(AVPacket& packet);
 
     /// Positions at the last key sample whose decode time, in the stream's ticks, is at or before `decodeTime`; at the
@@ -49,7 +49,7 @@ class MovieFile {
     /// The decode time of the first key sample behind `decodeTime`, in the stream's ticks.
     std::optional<std::int64_t> keyTimeAfter(int index, std::int64_t decodeTime);
 
-    /// Where the stream's last sample ends by the index, and where its first begins.
+    /// The end of the stream's last sample by the index, and the start of its first.
     MediaTime indexEnd(int index);
 
   private:

@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* kUndecodable = "Das Video konnte nicht dekodiert werden";
 
-// Each thread holds a whole picture in work. Beyond this, more of them cost memory and gain nothing measurable.
+// Each thread holds a whole picture. More threads than this cost memory and gain nothing measurable.
 constexpr int kMaxDecoderThreads = 8;
 
 std::int64_t frameDuration(const AVFrame& frame) {
@@ -33,8 +33,8 @@ std::int64_t frameDuration(const AVFrame& frame) {
 #endif
 }
 
-// Whether this packet begins an H.264 group that earlier pictures may be leaned on in: a key picture that is not an
-// instantaneous refresh. Packets in movies are units behind lengths of four bytes (other sizes are not in use).
+// Whether this packet begins an open H.264 group, whose pictures may refer to earlier ones: a key picture that is not
+// an instantaneous refresh. Packets in movies are units behind lengths of four bytes (other sizes are not in use).
 bool isOpenH264Key(const AVCodecContext& codec, const AVPacket& packet) {
     if (codec.codec_id != AV_CODEC_ID_H264) return false;
     constexpr int kRefresh = 5;
@@ -127,7 +127,7 @@ void PictureDecoder::seek(const MediaTime& time, const std::function<bool()>& pa
         next_ = {};
         fetchNext();
     }
-    // Damage between the last good picture and the moment asked for: what is shown then is not known.
+    // Damage between the last good picture and the requested moment: the picture shown then is unknown.
     if (failure_ && (!hasCurrent() || current_.time + current_.duration <= time)) std::rethrow_exception(failure_);
 }
 
@@ -139,7 +139,7 @@ void PictureDecoder::advance() {
 }
 
 // Positions the file at a key picture that is shown at or before `time`. The index knows decode times only; where the
-// pictures are reordered, the key picture found by them can be shown too late, and an earlier one has to do.
+// pictures are reordered, the key picture found by them can be shown too late, and an earlier one is used.
 void PictureDecoder::jump(const MediaTime& time) {
     const int index = track_.streamIndex;
     const std::int64_t target = ticks(time);
@@ -211,7 +211,7 @@ bool PictureDecoder::sendNextPacket() {
     }
     const std::int64_t decodeTicks = packet_->dts;
     const int result = avcodec_send_packet(codec_.get(), packet_.get());
-    if (result == AVERROR(EAGAIN)) return true;  // the decoder wants to give pictures first
+    if (result == AVERROR(EAGAIN)) return true;  // the decoder must return pictures first
     av_packet_unref(packet_.get());
     packetWaiting_ = false;
     if (decodeTicks != AV_NOPTS_VALUE) lastDecodeTicks_ = decodeTicks;

@@ -17,39 +17,39 @@ namespace lumivastor::media {
 /// Decodes one video track in presentation order and finds the picture that is shown at any moment: the last one whose
 /// presentation time is at or before it. Decodes on several threads. One thread at a time calls it.
 ///
-/// Damage is not papered over: where the decoder reports an error, decoding ends with a `RecorderError`. Pictures that
-/// merely lead a key picture which was jumped to (open groups) are left out. H.264 decoders take the references that
-/// are missing at such a jump for damage, so after one they only report what they cannot conceal.
+/// Damage is not concealed: where the decoder reports an error, decoding ends with a `RecorderError`. After a jump to a
+/// key picture, its leading pictures (open groups) are left out. H.264 decoders treat the references that are missing
+/// after such a jump as damage, so from then on they report only what they cannot conceal.
 class PictureDecoder {
   public:
     /// Throws when the file cannot be opened or its codec is not known.
     PictureDecoder(std::shared_ptr<const Asset> asset, int trackId);
     ~PictureDecoder();
 
-    /// Makes the picture shown at `time` the current one; the track's first picture when all come later; none when the
-    /// track is empty. Jumps to a key picture where that is quicker than decoding on. Throws when damage keeps it from
+    /// Makes the picture shown at `time` the current one: the track's first picture if all are later, none if the track
+    /// is empty. Jumps to a key picture where that is quicker than decoding on. Throws when damage prevents it from
     /// finding the picture.
     ///
-    /// `passing`, if given, is called for every picture that is decoded on the way and is not the one sought, while it
-    /// is the current one. When it says false, the seek ends there: a later one can go on from that picture.
+    /// `passing`, if given, is called for every other picture decoded on the way, while that is the current one. If it
+    /// returns false, the seek ends there; a later seek can continue from that picture.
     void seek(const MediaTime& time, const std::function<bool()>& passing = {});
 
     bool hasCurrent() const { return current_.frame != nullptr; }
     const AVFrame& current() const { return *current_.frame; }
     MediaTime currentTime() const { return current_.time; }
-    /// When the next picture is shown; nothing at the track's end, or where damage follows.
+    /// The time of the next picture; nullopt at the track's end, or where damage follows.
     std::optional<MediaTime> nextTime() const;
-    /// When the current picture ends: at the next one's time or, where none is known, by the file's own word.
+    /// The end of the current picture: the next one's time or, if none is known, the end that the file states.
     MediaTime currentEnd() const;
 
     /// Makes the next picture the current one; none at the end. Throws where damage follows.
     void advance();
 
-    /// When the first key picture behind `time` is shown, where decoding can be taken up again after damage; nothing
-    /// when there is none, or the file ends before it. The next `seek` jumps.
+    /// The time of the first key picture behind `time`, where decoding can resume after damage; nullopt when there is
+    /// none, or the file ends before it. The next `seek` jumps.
     std::optional<MediaTime> keyTimeAfter(const MediaTime& time);
 
-    /// Where decoding failed, after something was thrown: as far as known, the first moment without picture.
+    /// After an exception: the time at which decoding failed. As far as known, the first moment without a picture.
     MediaTime failureTime() const { return failureTime_; }
 
   private:

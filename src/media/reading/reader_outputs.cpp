@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/reading/reader_outputs.h"
+
 #include <algorithm>
 #include <span>
 #include <utility>
@@ -6,7 +8,6 @@
 #include "base/precondition.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "ffmpeg/picture_conversion.h"
-#include "media/reading/asset_reader.h"
 #include "media/reading/movie_file.h"
 #include "media/reading/picture_decoder.h"
 #include "media/reading/reader_state.h"
@@ -45,7 +46,7 @@ std::optional<VideoSample> VideoTrackOutput::copyNextSample() {
     return std::nullopt;
 }
 
-// Clips the segment to the reader's range and finds its first picture. False when nothing of it is to be read.
+// Clips the segment to the reader's range and finds its first picture. False when no part of it is in the range.
 bool VideoTrackOutput::enterSegment(const MovieSegment& segment) {
     if (segment.isEmpty()) return false;
     MediaTime start = segment.target.start;
@@ -124,7 +125,7 @@ void AudioMixOutput::start() {
     end_ = end.rescaled(format_.sampleRate).value;
     for (Voice& voice : voices_) {
         for (const MovieSegment& segment : voice.track.segments) {
-            // Opened once for nothing, so that a missing file shows when reading starts.
+            // Opened once only to detect a missing file when reading starts.
             if (!segment.isEmpty()) {
                 const SoundDecoder probe(segment.asset, segment.sourceTrackId, format_.channels);
                 break;

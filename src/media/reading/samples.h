@@ -14,7 +14,7 @@
 
 namespace lumivastor::media {
 
-/// How a reader hands out pictures.
+/// The format in which a reader returns pictures.
 enum class PictureFormat {
     bgraPremultiplied,  // sRGB-encoded, opaque
     planar,             // as decoded; without a copy where the decoder works in 8-bit 4:2:0
@@ -32,7 +32,7 @@ struct VideoSample {
     }
 };
 
-/// A stretch of sound. Full scale is -1...1; a mix may lie beyond it.
+/// A piece of sound. Full scale is -1...1; a mix may exceed it.
 struct PcmSample {
     MediaTime presentationTime;
     PcmFormat format;
@@ -42,13 +42,13 @@ struct PcmSample {
     MediaTime duration() const { return {static_cast<std::int64_t>(frames()), format.sampleRate}; }
 };
 
-/// What the samples of a track are, for writing them into another movie as they are. Copies share it.
+/// The format of a track's samples, for writing them unchanged into another movie. Copies share it.
 struct StoredFormat {
     std::shared_ptr<const AVCodecParameters> parameters;
     int timescale = 1;
 };
 
-/// One sample as it lies in the file: encoded. Copies share the bytes.
+/// One encoded sample, as stored in the file. Copies share the bytes.
 struct StoredSample {
     MediaTime presentationTime;  // before zero for the encoder delay of sound
     MediaTime decodeTime;

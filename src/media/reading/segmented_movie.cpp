@@ -59,7 +59,7 @@ void SegmentedMovie::insertSegment(int trackId, MovieSegment segment) {
 
     auto position = std::find_if(segments.begin(), segments.end(),
                                  [&at](const MovieSegment& other) { return other.target.end() > at; });
-    if (position != segments.end() && position->target.start < at) {  // cut the one in the way in two
+    if (position != segments.end() && position->target.start < at) {  // split the segment at this place
         MovieSegment rest = *position;
         rest.target = TimeRange::between(at, position->target.end());
         if (!rest.isEmpty()) rest.sourceStart = rest.sourceStart + (at - position->target.start);

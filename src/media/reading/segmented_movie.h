@@ -9,7 +9,7 @@
 
 namespace lumivastor::media {
 
-/// One stretch of a composition track: `source` of a movie's track is shown during `target`, at the same speed. A
+/// One segment of a composition track: `source` of a movie's track is shown during `target`, at the same speed. A
 /// segment without asset is an empty range.
 struct MovieSegment {
     std::shared_ptr<const Asset> asset;
@@ -20,7 +20,7 @@ struct MovieSegment {
     bool isEmpty() const { return asset == nullptr; }
 };
 
-/// A track of a composition. Its segments lie back to back from zero.
+/// A track of a composition. Its segments are contiguous from zero.
 struct SegmentedTrack {
     int id = 0;
     TrackKind kind = TrackKind::video;
@@ -29,24 +29,24 @@ struct SegmentedTrack {
     MediaTime end() const { return segments.empty() ? MediaTime{} : segments.back().target.end(); }
 };
 
-/// An edited movie: tracks that show stretches of other movies' tracks. A value, copied when a reader is made on it, so
-/// that edits never reach a running reader. Times are kept exactly as they are given.
+/// An edited movie: tracks that show parts of other movies' tracks. A value; a reader copies it, so edits never affect
+/// a running reader. Times are kept exactly as given.
 class SegmentedMovie {
   public:
-    /// Every track of the movie, whole, under the id it has there: the composition that shows just that movie. Pictures
-    /// are shown to the very last, also where they reach beyond the length that the track states.
+    /// The composition that shows just this movie: every track, whole, with the same id. All pictures are shown, also
+    /// those beyond the length that the track states.
     static SegmentedMovie showing(std::shared_ptr<const Asset> asset);
 
     /// A new empty track; its id.
     int addTrack(TrackKind kind);
 
-    /// Shows `source` of a track of `asset` from `at` on; what the track shows from there on moves back. `at` may lie
-    /// beyond the track's end: the gap becomes an empty range. A range of no length changes nothing. `source` may reach
-    /// beyond its track, which then has nothing to show there. The tracks exist and are of the same kind.
+    /// Inserts `source` of a track of `asset` at `at`; everything from there on moves back. `at` may be beyond the
+    /// track's end: the gap becomes an empty range. An empty `source` changes nothing. `source` may reach beyond its
+    /// track, which then shows nothing there. The tracks must exist and be of the same kind.
     void insert(int trackId, std::shared_ptr<const Asset> asset, int sourceTrackId, const TimeRange& source,
                 const MediaTime& at);
 
-    /// Inserts a stretch that shows nothing, in the same way.
+    /// Inserts an empty range in the same way.
     void insertEmpty(int trackId, const TimeRange& target);
 
     const std::vector<SegmentedTrack>& tracks() const { return tracks_; }

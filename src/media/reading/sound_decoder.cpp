@@ -29,7 +29,7 @@ constexpr const char* kUndecodable = "Der Ton konnte nicht dekodiert werden";
 constexpr double kPrerollSeconds = 0.1;
 
 // Time stamps may be coarser than frames (movies with clocks of 600 or 1000 ticks): up to here a chunk counts as the
-// continuation of the one before. Well below what is heard as a shift.
+// continuation of the one before. Well below an audible shift.
 constexpr double kStampToleranceSeconds = 0.002;
 
 }  // namespace
@@ -52,7 +52,7 @@ SoundDecoder::SoundDecoder(std::shared_ptr<const Asset> asset, int trackId, int 
     if (!codec_) ffmpeg::checked(AVERROR(ENOMEM), kUndecodable);
     ffmpeg::checked(avcodec_parameters_to_context(codec_.get(), stream->codecpar), kUndecodable);
     codec_->pkt_timebase = stream->time_base;
-    // Lead-in is cut off here, by time; the decoder must not cut it as well.
+    // Priming is cut off here, by time; the decoder must not cut it, too.
     codec_->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
     ffmpeg::checked(avcodec_open2(codec_.get(), decoder, nullptr), kUndecodable);
     packet_ = ffmpeg::makePacket();
@@ -64,7 +64,7 @@ SoundDecoder::~SoundDecoder() = default;
 void SoundDecoder::seek(std::int64_t frame) {
     const auto chunkFrames = static_cast<std::int64_t>(chunk_.size()) / channels_;
     const std::int64_t reached = chunkStart_ + chunkFrames;
-    // Decoding on is cheaper than jumping as long as it is about what a jump would decode as well.
+    // Decoding on is cheaper than jumping if the distance is about what a jump would decode anyway.
     const auto near = static_cast<std::int64_t>(2 * kPrerollSeconds * track_.sampleRate);
     if (!positioned_ || frame < chunkStart_ || frame > reached + near) jump(frame);
     position_ = frame;
@@ -98,7 +98,7 @@ void SoundDecoder::read(std::span<float> values) {
             count = std::min(left, chunkEnd - position_);
             const float* const from = chunk_.data() + static_cast<std::size_t>(position_ - chunkStart_) * channels;
             std::copy_n(from, static_cast<std::size_t>(count) * channels, target);
-            // What was encoded before the movie begins is encoder delay, not sound.
+            // Frames before the movie's beginning are encoder delay, not sound.
             const std::int64_t early = std::clamp<std::int64_t>(-position_, 0, count);
             std::fill_n(target, static_cast<std::size_t>(early) * channels, 0.0F);
         } else if (ended_ || (!chunk_.empty() && position_ < chunkStart_)) {
@@ -124,7 +124,7 @@ bool SoundDecoder::decodeChunk() {
         if (result == AVERROR(ENOMEM)) ffmpeg::checked(result, kUndecodable);
         if (result == AVERROR_EOF || draining_) return false;
         if (file_->readPacket(*packet_)) {
-            // A packet that the decoder refuses is left out: its place stays silent, what follows keeps its time.
+            // A packet that the decoder refuses is left out: its place is silent, and what follows keeps its time.
             const int sent = avcodec_send_packet(codec_.get(), packet_.get());
             av_packet_unref(packet_.get());
             if (sent == AVERROR(ENOMEM)) ffmpeg::checked(sent, kUndecodable);

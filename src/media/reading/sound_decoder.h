@@ -13,15 +13,15 @@
 
 namespace lumivastor::media {
 
-/// Decodes one audio track into an endless line of frames (one value for each channel) at the track's own rate: frame
-/// 0 is the movie's time zero, and where the track has no sound there is silence. What an encoder put before zero to
-/// get going (priming) falls away by its time stamps, so sound and picture keep their places. One thread at a time.
+/// Decodes one audio track into an endless sequence of frames (one value for each channel) at the track's own rate:
+/// frame 0 is the movie's time zero, and where the track has no sound there is silence. An encoder's priming has time
+/// stamps before zero and is dropped, so sound and picture stay in sync. One thread at a time.
 ///
-/// A damaged packet becomes as much silence as it was long; a file that ends too early throws.
+/// A damaged packet becomes silence of its length; a file that ends too early throws.
 class SoundDecoder {
   public:
-    /// `channels` is what `read` gives. A mono track keeps its level in both channels of stereo; other layouts are
-    /// mixed by the usual coefficients. Throws when the file cannot be opened or its codec is not known.
+    /// `channels` is the number that `read` returns. A mono track keeps its level in both channels of stereo; other
+    /// layouts are mixed with the usual coefficients. Throws when the file cannot be opened or its codec is not known.
     SoundDecoder(std::shared_ptr<const Asset> asset, int trackId, int channels);
     ~SoundDecoder();
 
@@ -30,7 +30,7 @@ class SoundDecoder {
     /// The next `read` begins with this frame. Positions before zero are silent.
     void seek(std::int64_t frame);
 
-    /// Fills `values` (whole frames) and moves on by that many. Throws `RecorderError`.
+    /// Fills `values` (whole frames) and advances by that many. Throws `RecorderError`.
     void read(std::span<float> values);
 
     std::int64_t position() const { return position_; }

@@ -10,7 +10,7 @@ namespace lumivastor::media {
 
 namespace {
 
-// Half a wave of a cosine, without a corner at either end; `distance` frames from the join, the next one being 0.
+// Half a period of a cosine, smooth at both ends; `distance` frames from the join, the nearest being 0.
 double slope(std::int64_t distance, std::int64_t length) {
     if (distance >= length) return 1;
     const double part = (static_cast<double>(distance) + 0.5) / static_cast<double>(length);

@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kUnconvertible = "Der Ton konnte nicht umgewandelt werden";
 
-// What is handed to the resampler at a time, in frames.
+// How much the resampler gets at once, in frames.
 constexpr std::size_t kBlockFrames = 2048;
 
 }  // namespace
@@ -128,7 +128,7 @@ void SoundTrackReader::readSegment(std::span<float> values) {
         block_.resize(kBlockFrames * channels);
         std::array<const std::uint8_t*, 1> source{reinterpret_cast<const std::uint8_t*>(block_.data())};
         if (!drained) {
-            // An input of no frames; no input at all would end the stream.
+            // An input of zero frames; null would end the stream.
             made =
                 ffmpeg::checked(swr_convert(resampler_.get(), target.data(), left, source.data(), 0), kUnconvertible);
             drained = made < left;

@@ -14,9 +14,9 @@
 
 namespace lumivastor::media {
 
-/// Plays one composition track's sound from front to back at a chosen rate. Every segment begins at the frame nearest
-/// to its place on the timeline, counted from zero, so that rounding never adds up. Where a cut joins two of them,
-/// sound is softened so that it does not click. One thread at a time.
+/// Reads one composition track's sound from beginning to end at a chosen rate. Every segment begins at the frame
+/// nearest to its place on the timeline, counted from zero, so that rounding errors never accumulate. Where a cut joins
+/// two segments, sound is faded so that it does not click. One thread at a time.
 class SoundTrackReader {
   public:
     /// Begins at frame `position` of the timeline.
@@ -26,7 +26,7 @@ class SoundTrackReader {
     /// The next `read` begins with this frame of the timeline. The file stays open.
     void seek(std::int64_t position);
 
-    /// Fills whole frames; silence where the track has nothing. Throws `RecorderError`.
+    /// Fills whole frames; silence where the track has no sound. Throws `RecorderError`.
     void read(std::span<float> values);
 
   private:

@@ -45,7 +45,7 @@ class VideoTrackEncoder final : public TrackEncoder {
     }
 
     void encode(MovieSink& sink, const std::shared_ptr<imaging::PlanarBuffer>& picture, const MediaTime& time) {
-        // Two pictures on one tick would end the movie; a tick later is nothing that anyone sees.
+        // Two pictures on one tick would make the movie fail; a tick later is not visible.
         lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
         guarded(sink, [&](const PacketConsumer& consume) { encoder_->encode(picture, lastTick_, consume); });
     }
@@ -67,7 +67,7 @@ class VideoTrackEncoder final : public TrackEncoder {
     }
 
   private:
-    // Runs the encoder and tells its failures from those of the file, which come up through it.
+    // Runs the encoder and distinguishes its failures from those of the file, which pass through it.
     template <typename Work>
     void guarded(MovieSink& sink, const Work& work) {
         bool isWriting = false;
@@ -277,7 +277,7 @@ bool AssetWriter::startWriting() {
     const auto fail = [&](const RecorderError& error, WriterShared::Part part) {
         if (sink) {
             sink->close();
-            // A pipe or a device is not ours to remove.
+            // A pipe or a device must not be removed.
             std::error_code ignored;
             if (std::filesystem::is_regular_file(path_, ignored)) std::filesystem::remove(path_, ignored);
         }
@@ -351,12 +351,12 @@ void AssetWriter::cancelWriting() {
         if (shared_->status == Status::unknown) return;
         shared_->status = Status::cancelled;
     }
-    // Inputs are not marked finished here: their pumps are still to be called, to learn that it is over.
+    // Inputs are not marked finished here: their pumps must still be called, to notice the end.
     shared_->wakePumps();
     for (const auto& input : inputs_) input->channel_->drain();
-    if (!shared_->sink) return;  // the file could not be created: whatever lies there is not ours
+    if (!shared_->sink) return;  // the file could not be created: any file there is not ours
     shared_->sink->close();
-    std::error_code ignored;  // gone already, or not to be removed: there is nothing further to do about it
+    std::error_code ignored;  // already removed, or cannot be: nothing else can be done
     std::filesystem::remove(path_, ignored);
 }
 

@@ -15,8 +15,9 @@
 #include "imaging/picture_pool.h"
 #include "imaging/pixel_buffer.h"
 #include "media/reading/samples.h"
-#include "media/writing/encoders.h"
+#include "media/writing/audio_encoder.h"
 #include "media/writing/movie_sink.h"
+#include "media/writing/video_encoder.h"
 
 namespace lumivastor::media {
 
@@ -24,13 +25,13 @@ class AssetWriter;
 struct WriterShared;
 class WriterChannel;
 
-/// One track of a movie that is being written. What is appended waits in a bounded queue for the track's own encoder
-/// thread: appending never waits. Check isReadyForMoreMediaData(), or register requestMediaDataWhenReady(). An input
-/// that is not real-time is also not ready while it is more than a second ahead of the others that are being fed, so
-/// that the file stays interleaved and nothing piles up.
+/// One track of a movie that is being written. Appended samples wait in a bounded queue for the track's own encoder
+/// thread: appending never blocks. Check isReadyForMoreMediaData(), or register requestMediaDataWhenReady(). An input
+/// that is not real-time is also not ready while it is more than a second ahead of the other inputs in use, so that the
+/// file stays interleaved and memory stays bounded.
 ///
-/// After the writer has failed or was cancelled, inputs say that they are ready and refuse what is appended: that is
-/// how a pump learns that it may stop.
+/// After the writer has failed or was cancelled, inputs report that they are ready and refuse every sample; this tells
+/// a pump to stop.
 class WriterInput {
   public:
     virtual ~WriterInput();
@@ -44,9 +45,9 @@ class WriterInput {
     /// Whether a sample may be appended now. Any thread; stays true until this input is appended to.
     bool isReadyForMoreMediaData() const;
 
-    /// Calls `pump` on `queue` whenever there is room, again and again, until `markAsFinished`. The pump appends while
-    /// the input is ready. One that returns although the input is still ready is called again at once. Any thread,
-    /// once, after `startSession`. The queue outlives the writer.
+    /// Calls `pump` on `queue` whenever there is room, until `markAsFinished`. The pump appends while the input is
+    /// ready; if it returns earlier, it is called again at once. Any thread, once, after `startSession`. The queue must
+    /// outlive the writer.
     void requestMediaDataWhenReady(SerialQueue& queue, std::function<void()> pump);
 
     /// Nothing more will be appended. Any thread; a second time does nothing.
@@ -61,25 +62,25 @@ class WriterInput {
     friend class AssetWriter;
 };
 
-/// A track of pictures. Appending is for one thread at a time, ascending in time; pictures that would fall on the same
-/// tick of the track's clock move to the next. Pictures before the session's start are left out.
+/// A track of pictures. One thread at a time appends them, in ascending order of time; a picture on the same tick of
+/// the track's clock as the one before moves to the next tick. Pictures before the session's start are left out.
 class VideoWriterInput : public WriterInput {
   public:
     ~VideoWriterInput() override;
 
-    /// As many pictures from a live source wait for their encoder, or are in it, until the input is no longer ready: a
-    /// sixth of a second at 30 a second to bridge a slow moment.
+    /// The input of a live source is not ready while this many pictures wait for their encoder or are in it: a sixth of
+    /// a second at 30 a second, to bridge a slow moment.
     static constexpr int kMaximumLivePictures = 5;
 
-    /// Where pictures to be painted come from.
+    /// The pool of pictures to paint into.
     imaging::PicturePool& pool() { return pool_; }
 
-    /// Takes a picture of the input's size, which must not be modified afterwards. The planar form is encoded without a
-    /// further copy; the other is converted on the encoder's thread. False when the writer has failed.
+    /// Takes a picture of the input's size, which must not be modified afterwards. A planar picture is encoded without
+    /// another copy; the other kind is converted on the encoder's thread. False when the writer has failed.
     bool append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time);
     bool append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time);
-    /// The picture appended last is shown at `time` as well. Costs next to nothing where the stream allows it, as it
-    /// does unless the settings say otherwise. One has been appended within the session.
+    /// Shows the last appended picture at `time` as well. Costs almost nothing where the stream allows it, as it does
+    /// unless the settings say otherwise. A picture must have been appended within the session.
     bool appendRepeat(const MediaTime& time);
 
   private:
@@ -103,7 +104,7 @@ class AudioWriterInput : public WriterInput {
     AudioWriterInput(std::shared_ptr<WriterShared> shared, const AudioSettings& settings);
 };
 
-/// A track of samples that are stored as they are. Appended in the order of decoding.
+/// A track of samples that are stored unchanged. Append them in decoding order.
 class StoredWriterInput : public WriterInput {
   public:
     ~StoredWriterInput() override;
@@ -116,12 +117,12 @@ class StoredWriterInput : public WriterInput {
     StoredWriterInput(std::shared_ptr<WriterShared> shared, StoredFormat format);
 };
 
-/// Writes one movie file: make it, add inputs, start, start the session, append to the inputs, mark them finished,
-/// finish. Inputs are fed on any threads, one at a time each; the rest belongs to the thread that makes the writer.
-/// Status and errors may be asked for on any thread. Inputs live as long as the writer.
+/// Writes one movie file: construct it, add inputs, start, start the session, append to the inputs, mark them finished,
+/// finish. Each input may be fed on any thread, one at a time; the rest belongs to the thread that constructs the
+/// writer. Status and errors may be read on any thread. Inputs live as long as the writer.
 ///
-/// A writer that goes away without having finished leaves the file as far as it was written. So does one that failed;
-/// when it wrote in fragments, `repairMovie` makes a plain movie of what is there.
+/// A writer that is destroyed before it has finished leaves the file as far as it was written. So does one that failed;
+/// if it wrote fragments, `repairMovie` makes a plain movie of them.
 class AssetWriter {
   public:
     enum class Status {
@@ -132,7 +133,7 @@ class AssetWriter {
         cancelled,
     };
 
-    /// `shownName` is what errors call the file where its own name says nothing to the user; empty: its own.
+    /// `shownName` replaces the file's name in errors if that means nothing to the user; empty: its own name.
     AssetWriter(std::filesystem::path path, MovieContainer container, std::string shownName = {});
     ~AssetWriter();
     AssetWriter(const AssetWriter&) = delete;
@@ -145,44 +146,44 @@ class AssetWriter {
     AudioWriterInput& addAudioInput(const AudioSettings& settings);
     StoredWriterInput& addStoredInput(const StoredFormat& format);
 
-    /// Whether the container can hold samples of this format as they are.
+    /// Whether the container can hold unchanged samples of this format.
     bool canAddStoredInput(const StoredFormat& format) const;
 
-    /// Writes the movie in fragments of about this length, each of which is handed to the system when it is whole:
-    /// whatever ends this process, the file holds everything but the last fragment (see movie_repair.h).
-    /// `finishWriting` then turns it into a plain movie where it lies, without copying it. Needs the QuickTime
-    /// container and takes no stored inputs. Before `startWriting`; 0, as at first, writes a plain movie, of which
-    /// nothing is readable before it is finished.
+    /// Writes the movie in fragments of about this length, each of which is passed to the system when it is whole:
+    /// however this process ends, the file has everything but the last fragment (see movie_repair.h). `finishWriting`
+    /// then turns it into a plain movie in place, without copying it. Needs the QuickTime container and takes no stored
+    /// inputs. Before `startWriting`; 0, the default, writes a plain movie, which is not readable before it is
+    /// finished.
     ///
-    /// Fragments are written by a thread of their own, so that a slow disk holds the encoders up only once several
-    /// fragments wait for it; live inputs are then no longer ready. A disk that refuses one fails the writer, and the
-    /// file ends with the last whole fragment.
+    /// A separate thread writes the fragments, so that a slow disk delays the encoders only when several fragments
+    /// wait; live inputs are then no longer ready. If a fragment cannot be written, the writer fails, and the file ends
+    /// with the last whole fragment.
     void setMovieFragmentInterval(const MediaTime& interval);
 
     /// Creates the file, replacing one of that name, and opens the encoders. False, with `status` failed and `error`
-    /// set, when either does not work; no file is left then.
+    /// set, when either fails; no file is left then.
     bool startWriting();
 
-    /// The moment of the samples' clock that becomes the movie's zero. Once, after `startWriting`.
+    /// The time of the samples' clock that becomes the movie's zero. Once, after `startWriting`.
     void startSession(const MediaTime& start);
 
-    /// The moment of the samples' clock at which the movie ends: the last picture is shown until then, and sound beyond
-    /// it is left out, as far as it is not in a plain movie's file already. A picture at or after `end` is kept and
-    /// shown for one tick. Once, after `startSession` and before `finishWriting`; without it every track ends with its
-    /// last sample.
+    /// The time of the samples' clock at which the movie ends: the last picture is shown until then, and sound beyond
+    /// it is left out unless it is already in the file of a plain movie. A picture at or after `end` is kept and shown
+    /// for one tick. Once, after `startSession` and before `finishWriting`; without it every track ends with its last
+    /// sample.
     void endSession(const MediaTime& end);
 
-    /// Marks all inputs finished, waits for the encoders and completes the file. Whether the movie is whole: false,
-    /// with `error` set, when anything failed since the start.
+    /// Marks all inputs finished, waits for the encoders and completes the file. Returns whether the movie is whole:
+    /// false, with `error` set, when anything failed since the start.
     bool finishWriting();
 
-    /// Stops the encoders, drops what waits and removes the file.
+    /// Stops the encoders, drops waiting samples and removes the file.
     void cancelWriting();
 
     Status status() const;
     /// Why the writer failed.
     std::optional<RecorderError> error() const;
-    /// Whether it was an encoder of pictures that failed the writer, and not the file: another encoder may do better.
+    /// Whether a picture encoder made the writer fail, and not the file: another encoder may work.
     bool encoderFailed() const;
 
   private:

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/writing/audio_encoder.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -6,7 +8,6 @@
 #include "base/precondition.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "media/writing/codec_support.h"
-#include "media/writing/encoders.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -52,7 +53,7 @@ void AudioEncoder::encode(const PcmSample& sample, std::int64_t startFrame, cons
     const auto jitter = static_cast<std::int64_t>(kJitterSeconds * settings_.sampleRate);
     std::size_t skip = 0;
     if (std::abs(startFrame - reached) > jitter) {
-        // Silence goes in piece by piece, so that a gap of hours takes no memory.
+        // Silence is added in pieces, so that a gap of hours takes no memory.
         while (reached < startFrame) {
             const auto piece = std::min<std::int64_t>(startFrame - reached, codec_->frame_size);
             waiting_.insert(waiting_.end(), static_cast<std::size_t>(piece) * channels, 0.0F);

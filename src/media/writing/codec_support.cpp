@@ -22,7 +22,7 @@ ffmpeg::CodecHandle makeEncoder(const AVCodec* encoder, const char* what) {
 }
 
 void askForHighProfile(AVCodecContext& codec) {
-    // Some look at the context, others at an option of their own, whose default is Main.
+    // Some encoders read the context, others an option of their own, whose default is Main.
     codec.profile = kH264High;
     av_opt_set(codec.priv_data, "profile", "high", 0);
 }

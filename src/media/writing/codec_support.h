@@ -2,22 +2,23 @@
 #pragma once
 
 #include "ffmpeg/ffmpeg_handles.h"
-#include "media/writing/encoders.h"
+#include "media/writing/packet_consumer.h"
 
 struct AVCodec;
 
-// What the encoders of pictures and of sound share.
+// Functions that the encoders of pictures and of sound share.
 namespace lumivastor::media {
 
 /// A context for this encoder, not yet opened. Throws a `RecorderError` that begins with `what` when there is none.
 ffmpeg::CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
 
-/// Before a hardware encoder of H.264 is opened. One that knows no profiles is opened as it is.
+/// Requests profile High of a hardware encoder of H.264. Call it before opening the encoder. No effect on an encoder
+/// without profiles.
 void askForHighProfile(AVCodecContext& codec);
 
 ffmpeg::CodecParametersHandle parametersOf(const AVCodecContext& codec);
 
-/// Gives all packets that the encoder has ready. `packet` is working memory.
+/// Passes on all packets that the encoder has ready. `packet` is working memory.
 void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume);
 
 }  // namespace lumivastor::media

@@ -13,7 +13,7 @@ inline const char* formatName(MovieContainer container) {
     return container == MovieContainer::mp4 ? "mp4" : "mov";
 }
 
-/// Gives a stream its parameters, and the tag under which QuickTime files and MP4 hold it.
+/// Sets a stream's parameters, and its tag in QuickTime and MP4 files.
 void describeStream(AVStream& stream, const AVCodecParameters& parameters, int timescale);
 
 }  // namespace lumivastor::media

@@ -55,7 +55,7 @@ ffmpeg::FrameHandle viewOf(const std::shared_ptr<imaging::PlanarBuffer>& picture
     return frame;
 }
 
-// A copy whose cb and cr lie side by side in one plane.
+// A copy with cb and cr interleaved in one plane.
 ffmpeg::FrameHandle interleaved(const imaging::YuvDestination& planes) {
     ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     frame->width = evenUp(planes.width);
@@ -78,7 +78,7 @@ ffmpeg::FrameHandle interleaved(const imaging::YuvDestination& planes) {
     return frame;
 }
 
-// Owns a reference for as long as the library has not taken one of its own.
+// Owns a reference until the library has taken its own.
 struct ReferenceDelete {
     void operator()(AVBufferRef* reference) const { av_buffer_unref(&reference); }
 };

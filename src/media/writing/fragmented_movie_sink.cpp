@@ -27,9 +27,9 @@ namespace lumivastor::media {
 
 namespace {
 
-// Fragments that wait for the disk before encoders do: half a dozen seconds at the usual interval.
+// The fragments that may wait for the disk before encoders wait: half a dozen seconds at the usual interval.
 constexpr std::size_t kWaitingBlocks = 3;
-// A fragment of so many bytes is cut before its time. Two seconds of 4K at 60 take 10 MB.
+// A fragment of this many bytes is cut early. Two seconds of 4K at 60 take 10 MB.
 constexpr std::size_t kMaxPendingBytes = 32 << 20;
 
 bool beginsWithStartCode(const AVCodecParameters& parameters) {
@@ -38,7 +38,7 @@ bool beginsWithStartCode(const AVCodecParameters& parameters) {
     return bytes[2] == 1 || (bytes[2] == 0 && bytes[3] == 1);
 }
 
-// The packet's units, each behind its length instead of a start code. How many bytes.
+// Appends the packet's units, each with its length instead of a start code. Returns the number of bytes.
 std::size_t appendUnits(std::span<const std::uint8_t> packet, std::vector<std::uint8_t>& bytes) {
     const std::size_t before = bytes.size();
     for (const auto unit : unitsOf(packet)) {
@@ -57,8 +57,8 @@ FragmentedMovieSink::FragmentedMovieSink(std::filesystem::path path, const Media
       interval_(interval.seconds()),
       file_(createFile(path_, path_.filename().string(), Existing::removed)) {
     precondition(interval_ > 0, "fragments have a length");
-    // A lock that does not hold because the file system knows none does no harm: it only keeps a second program from
-    // repairing what is still being written.
+    // It does not matter if the file system has no locks: the lock only prevents a second program from repairing a
+    // movie that is being written.
     static_cast<void>(::flock(file_.get(), LOCK_EX | LOCK_NB));
 }
 
@@ -111,7 +111,8 @@ void FragmentedMovieSink::write(int stream, AVPacket& packet) {
     throwIfFailed();
     Track& track = tracks_.at(static_cast<std::size_t>(stream));
     if (!track.pending.samples.empty()) {
-        // By each track alone: one that lags behind the others would have a fragment cut for each of its packets.
+        // For each track separately: otherwise a track that lags behind the others would cause a fragment for each of
+        // its packets.
         const std::int64_t ticks = packet.pts + track.header.encoderDelay - track.pending.start;
         const bool isFull = static_cast<double>(ticks) / track.header.timescale >= interval_;
         if (isFull || pendingBytes_ >= kMaxPendingBytes) cut();
@@ -149,14 +150,14 @@ void FragmentedMovieSink::append(Track& track, const AVPacket& packet) {
         pending.bytes.insert(pending.bytes.end(), bytes.begin(), bytes.end());
         sample.size = static_cast<std::uint32_t>(bytes.size());
     }
-    // Until the next sample tells.
+    // Until the next sample determines it.
     sample.duration = static_cast<std::uint32_t>(std::clamp<std::int64_t>(packet.duration, 1, kLongest));
     sample.isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
     pending.samples.push_back(sample);
     pendingBytes_ += sample.size;
 }
 
-// Hands what is pending to the thread.
+// Passes pending packets to the thread.
 void FragmentedMovieSink::cut() {
     if (!hasPending_) return;
     std::vector<FragmentTrack> parts;
@@ -190,7 +191,7 @@ void FragmentedMovieSink::run() {
     }
 }
 
-// This thread must not throw: a fragment for which there is no memory fails the movie instead.
+// This thread must not throw: if there is no memory for a fragment, the movie fails instead.
 void FragmentedMovieSink::cutWhenDue() {
     try {
         cut();
@@ -202,13 +203,13 @@ void FragmentedMovieSink::cutWhenDue() {
     }
 }
 
-// Writes a block and waits until it is on the disk, without the lock. A block that does not fit is taken back, so that
-// the file ends with a whole fragment and what little room there is goes to the index.
+// Writes a block and waits until it is on the disk, without the lock. A block that does not fit is removed again, so
+// that the file ends with a whole fragment and the remaining space is left for the index.
 void FragmentedMovieSink::store(const std::vector<std::uint8_t>& block, std::unique_lock<std::mutex>& hold) {
     if (error_) return;
     hold.unlock();
     std::error_code failure = writeAll(file_.get(), block.data(), block.size()).error;
-    // What is no file on a disk, such as a pipe, has nothing to wait for.
+    // Anything but a file on a disk, such as a pipe, needs no waiting.
     if (!failure && ::fdatasync(file_.get()) != 0 && errno != EINVAL && errno != EROFS) {
         failure = {errno, std::generic_category()};
     }

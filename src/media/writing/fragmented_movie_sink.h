@@ -17,10 +17,10 @@
 
 namespace lumivastor::media {
 
-/// A QuickTime movie that is readable while it is written (see fragments.h). Packets gather in memory; a fragment is
-/// cut when those of a track reach further than the interval, or when the oldest has waited that long by the clock,
-/// which is what keeps a screen at rest, with its rare pictures, from being lost. A thread of its own writes fragments
-/// and waits for the disk, so encoders wait only while several fragments do.
+/// A QuickTime movie that is readable while it is written (see fragments.h). Packets are collected in memory; a
+/// fragment ends when a track's packets span more than the interval, or when the oldest has waited that long by the
+/// clock, so that the rare pictures of a still screen are not lost. A separate thread writes fragments and waits for
+/// the disk, so encoders wait only while several fragments do.
 ///
 /// Pictures are never reordered here. The file is locked against `repairMovie` while it is open.
 class FragmentedMovieSink final : public MovieSink {
@@ -42,7 +42,7 @@ class FragmentedMovieSink final : public MovieSink {
     struct Track {
         TrackHeader header;
         ffmpeg::CodecParametersHandle parameters;
-        bool hasStartCodes = false;  // its packets come as a byte stream; files hold lengths instead
+        bool hasStartCodes = false;  // its packets are a byte stream; files have lengths instead
         std::int64_t lastTime = -1;  // of its last sample, in its own time
         FragmentTrack pending;
     };
@@ -68,7 +68,7 @@ class FragmentedMovieSink final : public MovieSink {
     std::uint32_t nextNumber_ = 1;
     std::size_t pendingBytes_ = 0;
     bool hasPending_ = false;
-    Clock::time_point deadline_;  // when what is pending is cut at the latest
+    Clock::time_point deadline_;  // the latest time to cut what is pending
     std::deque<std::vector<std::uint8_t>> blocks_;
     bool ending_ = false;
     std::error_code error_;

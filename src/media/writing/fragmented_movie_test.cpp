@@ -247,7 +247,7 @@ TEST(FragmentedMovie, WhatHasNothingInItIsSaid) {
     EXPECT_EQ(movie.writer().status(), AssetWriter::Status::failed);
 }
 
-// A pipe that nobody empties stands for a disk that has stopped.
+// A pipe without a reader simulates a disk that has stopped.
 TEST(FragmentedMovie, ADiskThatStandsStillHoldsNoCallerUp) {
     const TemporaryFolder folder;
     const auto path = folder / "pipe.mov";

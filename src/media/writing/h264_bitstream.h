@@ -9,11 +9,11 @@
 
 namespace lumivastor::media {
 
-// The little of H.264's syntax that writing skip pictures and looking at a stream's profile take: units between start
-// codes, parameter sets, and the beginnings of slice headers. Works on what our own encoder writes; anything else is
-// turned away, never misread.
+// The part of H.264's syntax that is needed to write skip pictures and to find a stream's profile: NAL units between
+// start codes, parameter sets, and the beginnings of slice headers. Handles the output of our own encoder; anything
+// else is rejected, never misread.
 
-/// Reads bits from the first byte's highest on. Beyond the end it gives zeros and says so.
+/// Reads bits, the highest of each byte first. Beyond the end it returns zeros and reports that.
 class BitReader {
   public:
     explicit BitReader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
@@ -30,7 +30,7 @@ class BitReader {
     std::size_t position_ = 0;
 };
 
-/// Writes bits from the first byte's highest on.
+/// Writes bits, the highest of each byte first.
 class BitWriter {
   public:
     void bits(std::uint32_t value, int count);
@@ -54,15 +54,15 @@ enum class H264Unit : std::uint8_t { slice = 1, refreshSlice = 5, sequenceParame
 inline H264Unit unitKind(std::span<const std::uint8_t> unit) {
     return static_cast<H264Unit>(unit[0] & 0x1f);
 }
-/// Whether later pictures may lean on this one.
+/// Whether later pictures may refer to this one.
 inline bool isReference(std::span<const std::uint8_t> unit) {
     return (unit[0] & 0x60) != 0;
 }
 
-/// The units of a stream with start codes, without these; none is empty. The views point into `stream`.
+/// The units of a stream with start codes, without the codes; none is empty. The views point into `stream`.
 std::vector<std::span<const std::uint8_t>> unitsOf(std::span<const std::uint8_t> stream);
 
-/// A unit's content with the bytes taken out that keep it from looking like a start code, and put in again.
+/// Removes the emulation prevention bytes from a unit's content, and inserts them again.
 std::vector<std::uint8_t> unescaped(std::span<const std::uint8_t> unit);
 std::vector<std::uint8_t> escaped(std::span<const std::uint8_t> content);
 
@@ -86,14 +86,14 @@ struct PictureParameters {
     bool oneSliceGroup = true;
 };
 
-/// The profile that all sequence parameter sets in these parameter sets name, by its number in the standard. nullopt
-/// when there is none, or they disagree.
+/// The number of the profile that all sequence parameter sets among these state, as in the standard. nullopt when there
+/// is none, or they disagree.
 std::optional<int> profileOf(std::span<const std::uint8_t> parameterSets);
 
 /// The number of the profile High.
 inline constexpr int kH264High = 100;
 
-/// nullopt when the unit ends too early or has features that our streams never have.
+/// nullopt when the unit is truncated or has features that our streams never have.
 std::optional<SequenceParameters> parseSequenceParameters(std::span<const std::uint8_t> unit);
 std::optional<PictureParameters> parsePictureParameters(std::span<const std::uint8_t> unit);
 

@@ -35,12 +35,12 @@ std::error_code lastError() {
 struct OpenMovie {
     UniqueDescriptor file;
     std::uint64_t size = 0;
-    std::error_code notWritable;  // why it could be opened for reading only
+    std::error_code notWritable;  // the reason why it could only be opened for reading
 };
 
 OpenMovie openForRepair(const std::filesystem::path& path) {
     OpenMovie movie;
-    // Not blocking, so that a pipe cannot hang this; and never through a symbolic link, which may lead anywhere.
+    // Non-blocking, so that a pipe cannot hang this; and never through a symbolic link, which may lead anywhere.
     constexpr int kFlags = O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
     movie.file = UniqueDescriptor(::open(path.c_str(), O_RDWR | kFlags));
     if (!movie.file.isOpen() && (errno == EACCES || errno == EROFS)) {

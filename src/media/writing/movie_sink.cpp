@@ -33,13 +33,13 @@ UniqueDescriptor MovieSink::createFile(const std::filesystem::path& path, const 
     struct stat found {};
     bool exists = ::lstat(path.c_str(), &found) == 0;
     const bool isFile = exists && S_ISREG(found.st_mode);
-    // Emptying a file of that name would empty whatever else it is a link to.
+    // Emptying a file of that name would also empty the target of a link.
     const bool isLink = exists && (S_ISLNK(found.st_mode) || (isFile && found.st_nlink > 1));
     if (isLink || (isFile && existing == Existing::removed)) {
         if (::unlink(path.c_str()) != 0 && errno != ENOENT) refuse(errno);
         exists = false;
     }
-    // Pipes and devices are written to as they are; a directory refuses that.
+    // Pipes and devices are opened unchanged; opening a directory fails.
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (!exists ? O_EXCL : isFile ? O_TRUNC : 0);
     // A film of a user's screen is private to that user.
     constexpr mode_t kOwnerOnly = 0600;

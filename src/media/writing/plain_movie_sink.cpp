@@ -35,14 +35,14 @@ constexpr int kBufferBytes = 1 << 18;
 // six-hundredths round.
 constexpr int kMovieTimescale = 48000;
 
-// What FFmpeg hands over to be written, which newer versions promise not to change.
+// The type of the data that FFmpeg passes for writing, which is const in newer versions.
 #if LIBAVFORMAT_VERSION_MAJOR >= 61
 using WrittenByte = const std::uint8_t;
 #else
 using WrittenByte = std::uint8_t;
 #endif
 
-// Whether the file's outermost boxes fill it to its last byte, with the index before the samples.
+// Whether the file's top-level boxes fill it to its last byte, with the index before the samples.
 bool isWholeAndBeginsWithIndex(int file) {
     struct stat status {};
     if (::fstat(file, &status) != 0) return false;
@@ -84,7 +84,7 @@ struct PlainMovieSink::ByteTarget {
         const auto [count, failure] = readAllAt(self->file.get(), static_cast<std::uint64_t>(self->readPosition), bytes,
                                                 static_cast<std::size_t>(size));
         if (count == 0 && failure) {
-            // FFmpeg takes this for the file's end.
+            // FFmpeg treats this as the end of the file.
             if (self->error == 0) self->error = failure.value();
             return AVERROR(self->error);
         }
@@ -119,7 +119,7 @@ struct PlainMovieSink::ByteTarget {
 struct PlainMovieSink::Track {
     int timescale = 1;  // of the packets that come in
     bool isVideo = false;
-    ffmpeg::PacketHandle heldBack;  // the last picture: how long it is shown tells the next one, or the end
+    ffmpeg::PacketHandle heldBack;  // the last picture: its duration depends on the next one, or the end
     std::int64_t latestShown = 0;   // of all packets
 };
 
@@ -140,7 +140,7 @@ PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer
     context_->opaque = target_.get();
     context_->io_open = ByteTarget::openToRead;
     context_->io_close2 = ByteTarget::closeRead;
-    // Times before zero stay: they are the encoder delay of sound, which the edit list takes away again.
+    // Times before zero stay: they are the encoder delay of sound, which the edit list removes.
     context_->avoid_negative_ts = 0;
 }
 
@@ -166,10 +166,10 @@ void PlainMovieSink::begin() {
     AVDictionary* settings = nullptr;
     av_dict_set_int(&settings, "movie_timescale", kMovieTimescale, 0);
     if (videoTimescale_ > 0) av_dict_set_int(&settings, "video_track_timescale", videoTimescale_, 0);
-    // How long the index is shows only at the end. Then the samples move up by that much, in pieces of the index's
-    // length: 2 s for 2 GB on a machine at work, and one index in memory. Room kept free from the beginning would save
-    // that time. But it would have to be guessed, a guess that is too low spoils an export of an hour, and one that is
-    // safe (some 40 bytes a sample) leaves a hole as long as the index in front of everything that is downloaded.
+    // The length of the index is known only at the end. Then the samples move up by that much, in pieces of the index's
+    // length: 2 s for 2 GB on a busy machine, with one index in memory. Reserving space at the beginning would save
+    // that time. But its size would be a guess: one that is too small spoils an export of an hour, and a safe one (some
+    // 40 bytes a sample) leaves a hole as long as the index before the samples, which every download contains.
     av_dict_set(&settings, "movflags", "+write_colr+faststart", 0);
     const int result = avformat_write_header(context_, &settings);
     av_dict_free(&settings);
@@ -204,7 +204,7 @@ void PlainMovieSink::writeHeldBack() {
     for (Track& track : tracks_) {
         if (!track.heldBack) continue;
         AVPacket& packet = *track.heldBack;
-        // Where pictures are reordered, the last one decoded need not be the one that is on the screen at the end.
+        // With reordered pictures, the last one decoded need not be the last one shown.
         if (end_ && packet.pts == track.latestShown) {
             packet.duration = std::max<std::int64_t>(end_->rescaled(track.timescale).value - packet.pts, 1);
         }
@@ -241,7 +241,7 @@ void PlainMovieSink::close() {
     target_->file.reset();
 }
 
-// The file's own error says more than what FFmpeg makes of it, and some of its calls swallow it.
+// The file's own error is more precise than FFmpeg's, and some calls of FFmpeg discard it.
 void PlainMovieSink::check(int result) {
     if (target_->error == 0 && result >= 0) return;
     const std::string reason = target_->error != 0 ? systemErrorText({target_->error, std::generic_category()})

@@ -11,9 +11,9 @@
 
 namespace lumivastor::media {
 
-/// A movie whose index is written when it is finished: nothing of it is readable before. The index then stands before
-/// the samples, so that a finished movie plays while it is still being downloaded; finishing rewrites the file for that
-/// once, where it lies, with memory and room for the index alone. Packets are interleaved by time.
+/// A movie whose index is written at the end: it is not readable before. The index is then placed before the samples,
+/// so that a finished movie plays while it is being downloaded. Finishing rewrites the file once for that, in place;
+/// memory and disk space are needed only for the index. Packets are interleaved by time.
 class PlainMovieSink final : public MovieSink {
   public:
     /// Errors call the file `shownName`.
@@ -42,7 +42,7 @@ class PlainMovieSink final : public MovieSink {
     int videoTimescale_ = 0;
     std::vector<Track> tracks_;
     bool headerWritten_ = false;
-    std::mutex lock_;               // guards context_ and what hangs on it, and the tracks, while packets are written
+    std::mutex lock_;               // guards context_ and its members, and the tracks, while packets are written
     std::optional<MediaTime> end_;  // guarded by lock_
 };
 

@@ -22,7 +22,7 @@ struct ContextDelete {
     void operator()(AVFormatContext* context) const { avformat_free_context(context); }
 };
 
-// What FFmpeg writes as the header of a movie of these streams that has no samples.
+// The header that FFmpeg writes for a movie of these streams without samples.
 std::vector<std::uint8_t> emptyMovie(std::span<const DescribedStream> streams) {
     AVFormatContext* made = nullptr;
     ffmpeg::checked(avformat_alloc_output_context2(&made, nullptr, formatName(MovieContainer::quickTime), nullptr),

@@ -9,7 +9,7 @@
 
 namespace lumivastor::media {
 
-/// A stream as a QuickTime movie describes it.
+/// A stream and its description in a QuickTime movie.
 struct DescribedStream {
     const AVCodecParameters* parameters = nullptr;
     int timescale = 1;

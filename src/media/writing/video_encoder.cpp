@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/writing/video_encoder.h"
+
 #include <algorithm>
 #include <string>
 #include <thread>
@@ -9,7 +11,6 @@
 #include "ffmpeg/ffmpeg_support.h"
 #include "media/writing/codec_support.h"
 #include "media/writing/encoder_pictures.h"
-#include "media/writing/encoders.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -53,7 +54,7 @@ void setUpX264(AVCodecContext& codec, const VideoSettings& settings, bool mayRep
         codec.bit_rate = 0;
     }
     if (mayRepeat) {
-        // What writing repeats behind the encoder takes; see there.
+        // Required for repeats behind the encoder; see `RepeatedPictures`.
         codec.refs = 1;
         set(codec, "weightp", "none");
     }
@@ -63,15 +64,15 @@ void setUpX265(AVCodecContext& codec, const VideoSettings& settings) {
     set(codec, "preset", settings.preset);
     set(codec, "forced-idr", "1");
     if (settings.lowLatency) set(codec, "tune", "zerolatency");
-    // FFmpeg before 6.1 tells it the clock's rate for that of the pictures, and it would share out the bits by that.
-    // Its own key pictures must be such that decoding can begin there, too.
+    // FFmpeg before 6.1 passes the clock's rate as that of the pictures, by which the encoder would distribute the
+    // bits. Its own key pictures must be such that decoding can begin there, too.
     std::string parameters = "log-level=none:open-gop=0:info=0:fps=" + std::to_string(settings.frameRate);
-    // FFmpeg passes its number of threads on as that of pictures in the making, each of which is one more to wait for.
+    // FFmpeg passes on its number of threads as the number of pictures in progress, each of which adds delay.
     if (settings.lowLatency) parameters += ":frame-threads=1";
     set(codec, "x265-params", parameters);
 }
 
-// Hardware encoders share no names: each takes what it knows.
+// Hardware encoders have no common option names: each takes those that it knows.
 void setUpHardware(AVCodecContext& codec, const VideoSettings& settings) {
     if (settings.highProfile && settings.codec == VideoCodec::h264) askForHighProfile(codec);
     struct Option {
@@ -167,7 +168,7 @@ bool VideoEncoder::isKeyDue(std::int64_t ticks) const {
 
 void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
     precondition(last_ != nullptr, "a picture to repeat");
-    // A key picture starts from nothing, and has to settle like a new one.
+    // A key picture starts from nothing, and must settle like a new one.
     if (isKeyDue(ticks)) repeatsOfLast_ = -1;
     if (!repeats_ || repeatsOfLast_ < settings_.settlingRepeats) {
         ++repeatsOfLast_;
@@ -182,8 +183,8 @@ void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
 void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
     const ffmpeg::FrameHandle frame = encoderPicture(*codec_, last_);
     frame->pts = ticks;
-    // Where the encoder does not see all pictures, or knows nothing of time, key pictures are asked for by our own
-    // count.
+    // If the encoder does not get all pictures, or there is a limit in seconds, which it does not know, key pictures
+    // are requested by our own count.
     if (repeats_ || keyTicks_ > 0) {
         if (isKeyDue(ticks)) {
             frame->pict_type = AV_PICTURE_TYPE_I;
@@ -232,7 +233,7 @@ void VideoEncoder::giveRewritten(const AVPacket& packet, const PacketConsumer& c
     consume(*rewritten);
 }
 
-// Repeats can be written as soon as all before them is out.
+// Repeats can be written as soon as everything before them has come out.
 void VideoEncoder::giveRepeats(const PacketConsumer& consume) {
     for (; !pending_.empty() && pending_.front().isRepeat; pending_.pop_front()) {
         const std::vector<std::uint8_t> stream = repeats_->repetition();

@@ -117,7 +117,7 @@ void WriterChannel::runPump() {
 bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
     auto item = std::make_shared<SerialQueue::Prepared>([this, work = std::move(work)]() mutable {
         runGuarded(work);
-        // What it held is free before the next one is asked for.
+        // Its memory is free before the next one is requested.
         work = nullptr;
         {
             const std::lock_guard hold(shared_->lock);
@@ -144,7 +144,7 @@ bool WriterChannel::enqueue(double time, std::function<void(MovieSink&)> work) {
 }
 
 void WriterChannel::markAsFinished() noexcept {
-    std::shared_ptr<const std::function<void()>> released;  // what the pump holds goes without the lock
+    std::shared_ptr<const std::function<void()>> released;  // the pump's captures are destroyed without the lock
     {
         const std::lock_guard hold(shared_->lock);
         if (finished_) return;

@@ -15,32 +15,32 @@ namespace lumivastor::media {
 
 class WriterChannel;
 
-/// What an encoder of pictures refuses to do.
+/// The error of a picture encoder.
 class EncoderFailure : public RecorderError {
   public:
     using RecorderError::RecorderError;
 };
 
-/// What a writer and its inputs share.
+/// The state that a writer and its inputs share.
 struct WriterShared {
     enum class Part { encoder, other };
 
     std::mutex lock;
     AssetWriter::Status status = AssetWriter::Status::unknown;  // guarded by lock
     std::optional<RecorderError> error;                         // guarded by lock; the first one
-    bool encoderFailed = false;                                 // guarded by lock; what that error is of
+    bool encoderFailed = false;                                 // guarded by lock; the cause of that error
     bool sessionStarted = false;                                // guarded by lock
     MediaTime sessionStart;                                     // set once before sessionStarted
     std::vector<std::weak_ptr<WriterChannel>> channels;         // complete before writing starts, then only read
     std::unique_ptr<MovieSink> sink;                            // likewise
 
-    /// Keeps the first error and lets every pump run, so that it notices.
+    /// Keeps the first error and calls every pump, so that it notices.
     void fail(const RecorderError& reason, Part part = Part::other) noexcept;
     /// Calls the pumps of all channels that have become ready.
     void wakePumps() noexcept;
 };
 
-/// What turns a track's samples into packets of the movie. Everything but `open` runs on the channel's thread.
+/// Turns a track's samples into packets of the movie. Everything but `open` runs on the channel's thread.
 class TrackEncoder {
   public:
     virtual ~TrackEncoder() = default;
@@ -49,11 +49,11 @@ class TrackEncoder {
     virtual void finish(MovieSink& sink) = 0;
 };
 
-/// The inner side of an input: its queue, its encoder thread, its pump. Shared, because a call of the pump may still
-/// wait in the client's queue after the writer's destruction.
+/// The implementation of an input: its queue, its encoder thread, its pump. Shared, because a call of the pump may
+/// still wait in the client's queue after the writer's destruction.
 ///
-/// What ends a track, or tells a pump of an error, takes no memory: a writer that fails for lack of it ends as any
-/// other. Where memory is taken, std::bad_alloc comes before anything has changed.
+/// Ending a track, or telling a pump of an error, allocates no memory, so a writer that fails for lack of memory ends
+/// like any other. Functions that allocate throw std::bad_alloc before they change anything.
 class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
   public:
     WriterChannel(std::shared_ptr<WriterShared> shared, std::string label, int capacity, int realTimeCapacity,
@@ -67,14 +67,14 @@ class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
     void request(SerialQueue& queue, std::function<void()> pump);
     void markAsFinished() noexcept;
 
-    /// Lets `work` run on the channel's thread after what was handed over before. `time` is the sample's, in seconds of
-    /// the movie. False when the writer has failed.
+    /// Runs `work` on the channel's thread after earlier work. `time` is the sample's, in seconds of the movie. False
+    /// when the writer has failed.
     bool enqueue(double time, std::function<void(MovieSink&)> work);
 
-    /// Calls the pump if there is one, it is not being called already, and there is room.
+    /// Calls the pump if there is one, no call is under way, and there is room.
     void wakePump() noexcept;
 
-    /// Returns when all that was handed over is done.
+    /// Returns when all earlier work is done.
     void drain() noexcept { thread_.drain(); }
 
   private:
@@ -96,7 +96,7 @@ class WriterChannel : public std::enable_shared_from_this<WriterChannel> {
     SerialQueue* pumpQueue_ = nullptr;
     std::shared_ptr<const std::function<void()>> pump_;
     std::shared_ptr<SerialQueue::Prepared> pumpCall_;       // of pump_, for its queue
-    bool pumpCalled_ = false;                               // lies in its queue, or runs
+    bool pumpCalled_ = false;                               // waits in its queue, or runs
     std::shared_ptr<SerialQueue::Prepared> encoderFinish_;  // handed over once
     SerialQueue thread_;                                    // last: it uses everything above
 };

@@ -11,26 +11,25 @@
 
 namespace lumivastor::platform {
 
-/// The pictures of a capture stream: a fixed number of buffers that are used again and again. Each remembers what has
-/// changed since it was last brought up to date, so that a small change costs little however large the picture is.
-/// One thread, except that pictures may be let go on any, also after the store is gone.
+/// The pictures of a capture stream: a fixed number of reused buffers. Each remembers what has changed since its last
+/// update, so that a small change costs little in a large picture. One thread, except that pictures may be released on
+/// any, also after the pool is destroyed.
 class CaptureBufferPool {
   public:
-    /// `depth`: how many pictures may be out at once. All begin opaque and black.
+    /// `depth`: how many pictures clients may hold at once. All begin opaque and black.
     CaptureBufferPool(PixelSize size, int depth);
     ~CaptureBufferPool();
     CaptureBufferPool(const CaptureBufferPool&) = delete;
     CaptureBufferPool& operator=(const CaptureBufferPool&) = delete;
 
-    /// False while `depth` pictures are still being used.
+    /// False while clients hold `depth` pictures.
     bool canTake() const;
-    /// Brings a free buffer up to date and makes it the last picture: `paint` fills in the damaged part, everything
-    /// else is as in the last picture. Programs often paint again what is there already: when the damaged part turns
-    /// out to be equal, the last picture stays, and is what is returned. Null when `paint` returns false. In both
-    /// cases the buffer is free again. `canTake` must hold.
+    /// Updates a free buffer and makes it the last picture: `paint` fills in the damaged part, the rest is as in the
+    /// last picture. Programs often repaint equal content: if the damaged part is equal, the last picture stays and is
+    /// returned. Null when `paint` returns false. In both cases the buffer is free again. `canTake` must hold.
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> take(
         const DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint);
-    /// Null before the first. Lives at least until the next one is taken, or until the store goes.
+    /// Null before the first. Lives at least until the next one is taken, or until the pool is destroyed.
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& last() const { return last_; }
 
   private:
@@ -38,7 +37,7 @@ class CaptureBufferPool {
 
     const PixelSize size_;
     const int depth_;
-    const std::shared_ptr<Slots> slots_;  // shared with the pictures that are out
+    const std::shared_ptr<Slots> slots_;  // shared with the pictures that clients hold
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> last_;
 };
 

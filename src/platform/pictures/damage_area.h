@@ -8,12 +8,12 @@
 
 namespace lumivastor::platform {
 
-/// The part of a picture that changed, as few rectangles that do not overlap. It may grow a little beyond what was
-/// added, never lacks any of it.
+/// The part of a picture that changed, as a few rectangles that do not overlap. It may be a little larger than what was
+/// added, but always contains it.
 class DamageArea {
   public:
-    /// More pieces cost more in requests than they spare in pixels: one request takes as long as copying about 50,000
-    /// pixels.
+    /// More pieces would cost more in requests than they save in pixels: one request takes as long as copying about
+    /// 50,000 pixels.
     static constexpr std::size_t kMaximumRects = 4;
 
     void add(const PixelRect& rect);

@@ -23,7 +23,7 @@ TEST(PipeWireSound, IsHeardInPlaceOverPulseAudiosProtocolToo) {
     for (const bool isMicrophone : {false, true}) {
         const PipeWireBeeper beeper(rig.remote(), isMicrophone ? "micfeed" : "sysout");
         // Without priority the server loses a cycle now and then on a busy machine, here unseen: what follows then lies
-        // 11 ms beside its place until the line is found anew. A wrong clock is wrong in each try.
+        // 11 ms off until a new line is found. A wrong clock is wrong in each try.
         constexpr int kTries = 3;
         bool inPlace = false;
         for (int tries = 0; tries < kTries && !inPlace; ++tries) {

@@ -10,13 +10,13 @@
 namespace lumivastor::platform {
 namespace {
 
-// Half a second without a single arrival near the line cannot be jitter, and is soon enough to hold sound back.
+// Half a second without a single arrival near the line cannot be jitter, and is short enough to hold sound back.
 constexpr double kDoubtSeconds = 0.5;
 
-// A busy machine makes arrivals late, but some of a second's arrive in time; only lost sound moves them all.
+// A busy machine delays arrivals, but in each second some are on time; only lost sound moves them all.
 constexpr double kShiftedSeconds = 1;
 
-// Where the sound is off its place it gets there in about this time, at most this much faster or slower. Half a
+// A deviation of the sound is corrected in about this time, by playing at most this much faster or slower. Half a
 // thousandth is below a hundredth of a semitone.
 constexpr double kCorrectionSeconds = 1;
 constexpr double kLargestCorrection = 500e-6;
@@ -146,7 +146,8 @@ void ClockDriftCorrector::beginRun(std::int64_t frame) {
     runFrames_ = 0;
     sound_.restart(frame);
     if (handedOverTo_ && runStart_ < *handedOverTo_) {
-        // The new line lies before the old one's end: what was handed over stays, what it covers is left out.
+        // The new line begins before the old one's end: sound that was passed on stays, and what overlaps it is left
+        // out.
         position_ = fit_.frame(*handedOverTo_);
         runStart_ = *handedOverTo_;
     }

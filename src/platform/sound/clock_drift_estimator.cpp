@@ -9,13 +9,13 @@
 namespace lumivastor::platform {
 namespace {
 
-// Sound cards stay within 300 millionths of their nominal rate, most within 100.
+// Sound cards stay within 300 ppm of their nominal rate, most within 100.
 constexpr double kDefaultDrift = 200e-6;
 constexpr double kLargestDrift = 1000e-6;
 
-// How fast the truth may move away from what was learned, as variances a second. The first lets height follow what is
-// no line (a buffer that was lost unseen): with a jitter of 10 ms it has settled after some ten seconds, at a third of
-// a millisecond of noise. The second is a crystal that warms up: 5 millionths in a minute.
+// How fast the true values may move away from the estimate, as variances a second. The first lets the height follow
+// deviations from a line (an unnoticed lost buffer): with a jitter of 10 ms it settles in some ten seconds, with a
+// third of a millisecond of noise. The second is a crystal that warms up: 5 ppm in a minute.
 constexpr double kHeightWander = 1e-8;
 constexpr double kDriftWander = 25e-12 / 60;
 

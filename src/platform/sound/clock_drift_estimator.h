@@ -5,30 +5,30 @@
 
 namespace lumivastor::platform {
 
-/// The line that relates a sound device's count of frames to the host clock, fitted through arrival times of which each
-/// is off by some jitter. A device's own clock runs up to some hundred millionths fast or slow; how much is learned.
+/// The line that relates a sound device's frame count to the host clock, fitted through arrival times with jitter. A
+/// device's own clock runs up to some hundred ppm fast or slow; the estimator learns how much.
 ///
-/// Recursive least squares over the line's height and slope (a Kalman filter): at the beginning the slope is taken to
-/// be the nominal one and gives way slowly, later old arrivals are forgotten over some ten seconds, so that no single
-/// arrival moves the line by more than it deserves. Plain value; one thread.
+/// Recursive least squares for the line's height and slope (a Kalman filter): at the beginning the slope is assumed to
+/// be nominal and changes slowly; later, old arrivals are forgotten over some ten seconds. No single arrival therefore
+/// moves the line by more than its weight. Plain value; one thread.
 class ClockDriftEstimator {
   public:
     /// `jitterSeconds`: how far arrival times stray, as a standard deviation, above 0.
     ClockDriftEstimator(double sampleRate, double jitterSeconds);
 
-    /// The device's frame `frame` was heard at about `hostSeconds`. Ascending frames. Stray arrivals count less.
+    /// The device's frame `frame` was heard at about `hostSeconds`. Ascending frames. Outliers count less.
     void add(std::int64_t frame, double hostSeconds);
 
     bool isEmpty() const { return isEmpty_; }
-    /// When a frame was or will be heard. Once an arrival was added.
+    /// When a frame was or will be heard. Needs at least one arrival.
     double hostSeconds(double frame) const;
-    /// The same the other way round.
+    /// The inverse.
     double frame(double hostSeconds) const;
-    /// How many host seconds a nominal second of the device takes, less one: below 0 for a clock that runs fast.
+    /// The host seconds of a nominal second of the device, minus one: below 0 for a clock that runs fast.
     double drift() const { return drift_; }
 
   private:
-    /// Lets the uncertainty grow over the device's `seconds`.
+    /// Increases the uncertainty for `seconds` of the device.
     void moveOn(double seconds);
 
     double sampleRate_;

@@ -16,11 +16,11 @@ namespace {
 
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
-// How long the thread waits for a server before it looks whether it is to stop.
+// How long the thread waits for a server before it checks whether it must stop.
 constexpr double kSlice = 0.03;
 constexpr double kBetweenAttempts = 0.5;
-// Sound that was heard before the stop is still on its way for about a server's period. A source that is silent
-// (suspended) must not hold the stop up for longer.
+// Sound that was heard before the stop arrives within about a server's period. A silent (suspended) source must not
+// delay the stop any longer.
 constexpr double kLastSound = 0.1;
 
 }  // namespace
@@ -86,7 +86,7 @@ void LiveSoundSource::listen(const std::function<void(std::optional<RecorderErro
 }
 
 std::unique_ptr<AudioInputStream> LiveSoundSource::reopen(ClockDriftCorrector& corrector) {
-    // The first attempt is silent: a server that only closed this one stream gives another at once.
+    // The first attempt is not reported: a server that only closed this stream opens another at once.
     for (bool isTold = false; stopAt_ == kNever; isTold = true) {
         try {
             auto stream = open_(corrector);

@@ -14,30 +14,30 @@
 
 namespace lumivastor::platform {
 
-/// One connection to a sound server with one stream of sound coming in. All calls on one thread.
+/// One connection to a sound server with one stream that records. All calls on one thread.
 class AudioInputStream {
   public:
     enum class State {
         running,
-        changed,  // something else is to be heard now (the user plugged in a headset): open a new line
-        gone,     // nothing comes any more
+        changed,  // the device is another one now (the user plugged in a headset): open a new line
+        gone,     // no more sound comes
     };
 
     virtual ~AudioInputStream() = default;
 
-    /// Waits for up to `seconds`, and hands over what came.
+    /// Waits for up to `seconds`, and passes on what came.
     virtual State run(double seconds) = 0;
 };
 
-/// What sources of every sound server have in common: a thread of their own that opens a line, runs it, tells when it
-/// is gone and when there is one again, and opens another until it is stopped.
+/// The common part of sources of every sound server: a thread that opens a line, runs it, reports when it is gone and
+/// when there is one again, and opens another until it is stopped.
 class LiveSoundSource final : public SoundSource {
   public:
-    /// Opens a line that hands its sound to `steady`. Throws `RecorderError` within seconds when there is none.
+    /// Opens a line that passes its sound to `steady`. Throws `RecorderError` within seconds when there is none.
     using Open = std::function<std::unique_ptr<AudioInputStream>(ClockDriftCorrector& corrector)>;
 
-    /// `options.channels` of 0: `channels` tells them when the source starts, on the source's thread; it throws
-    /// `RecorderError` when there is nothing to be heard.
+    /// `options.channels` of 0: `channels` returns the number when the source starts, on the source's thread; it throws
+    /// `RecorderError` when there is no such sound.
     LiveSoundSource(const ClockDriftCorrector::Options& options, Open open, std::function<int()> channels = nullptr);
     ~LiveSoundSource() override;
     LiveSoundSource(const LiveSoundSource&) = delete;
@@ -49,7 +49,7 @@ class LiveSoundSource final : public SoundSource {
 
   private:
     void listen(const std::function<void(std::optional<RecorderError>)>& started);
-    /// Opens lines until one runs; null when it was told to stop.
+    /// Opens lines until one runs; null when the source was stopped.
     std::unique_ptr<AudioInputStream> reopen(ClockDriftCorrector& corrector);
     void pause(double seconds) const;
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/sound/silent_output.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -11,13 +13,12 @@
 #include "base/host_clock.h"
 #include "base/precondition.h"
 #include "base/thread_name.h"
-#include "platform/sound/sound_output.h"
 
 namespace lumivastor::platform {
 
 namespace {
 
-// As far ahead as a device that plays would ask, and as often.
+// As far ahead, and as often, as a real device requests sound.
 constexpr std::int64_t kAheadFrames = 2400;
 constexpr std::chrono::milliseconds kPeriod{10};
 
@@ -69,7 +70,7 @@ class SilentOutput final : public SoundOutput {
         std::vector<float> unheard;
         std::unique_lock hold(lock_);
         while (!isStopping_) {
-            // Late: the time that nothing was there to be heard in does not count.
+            // Late: time without sound does not count.
             if (const std::int64_t late = elapsed() - written_; late > 0) {
                 began_ += static_cast<double>(late) / kFormat.sampleRate;
             }

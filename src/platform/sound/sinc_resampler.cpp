@@ -44,7 +44,7 @@ Weights makeWeights() {
             row[static_cast<std::size_t>(tap)] = window * (x == 0 ? 1 : std::sin(angle) / angle);
             sum += row[static_cast<std::size_t>(tap)];
         }
-        // Every phase passes a constant as it is, or a steady signal would hum.
+        // Every phase must pass a constant unchanged, or a steady signal would hum.
         for (int tap = 0; tap < kTaps; ++tap) {
             weights[static_cast<std::size_t>(phase)][static_cast<std::size_t>(tap)] =
                 static_cast<float>(row[static_cast<std::size_t>(tap)] / sum);

@@ -5,17 +5,17 @@
 
 namespace lumivastor::platform {
 
-/// A device's clock without its jitter: sound servers tell how much has been heard in steps, and some are off by 20 ms
-/// from one moment to the next, which would show as uneven pictures. Runs at the host clock's pace and is drawn towards
-/// what the device says. Never runs backward. A plain value; seconds.
+/// A device's clock without its jitter: sound servers report how much has been heard in steps, and some reports are off
+/// by 20 ms, which would show as uneven pictures. Runs at the host clock's pace and is corrected towards the device's
+/// reports. Never runs backward. A plain value; seconds.
 class SmoothClock {
   public:
-    /// How quickly a difference is made up for: two thirds of it within this time.
+    /// How quickly a difference is corrected: two thirds of it within this time.
     static constexpr double kSettling = 0.5;
-    /// A difference of more than this is no jitter, and is jumped over.
+    /// A larger difference is not jitter; the clock jumps over it.
     static constexpr double kJump = 0.1;
 
-    /// The time at `host`, given what the device says then. Host times ascend.
+    /// The time at `host`; `device` is the time that the device reports then. Host times ascend.
     double at(double host, double device);
 
   private:

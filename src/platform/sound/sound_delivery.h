@@ -9,21 +9,22 @@
 
 namespace lumivastor::platform {
 
-/// Carries live sound to a handler on a queue. Bounded: when the handler does not keep up, what waits longest is
+/// Passes live sound to a handler on a queue. Bounded: when the handler does not keep up, the oldest waiting sound is
 /// dropped. Any thread.
 class SoundDelivery {
   public:
-    /// Seconds of sound that may wait. Writing a movie stalls for less, a disk that is slower than that stays so.
+    /// Seconds of sound that may wait. Writing a movie stalls for less than that; a disk that stalls longer does not
+    /// recover.
     static constexpr double kMaximumWaiting = 2.0;
 
-    /// `dropping` is told, on the thread that pushes, when sound begins to be dropped; again only after the handler
-    /// has caught up. The queue outlives the delivery.
+    /// `dropping` is called on the pushing thread when sound begins to be dropped; again only after the handler has
+    /// caught up. The queue outlives the delivery.
     SoundDelivery(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler, std::function<void()> dropping);
     ~SoundDelivery();
     SoundDelivery(const SoundDelivery&) = delete;
     SoundDelivery& operator=(const SoundDelivery&) = delete;
 
-    /// Returns at once. Whoever drains the queue afterwards has this buffer handled.
+    /// Returns at once. After the queue is drained, this buffer has been handled.
     void push(const SoundBuffer& sound);
 
   private:

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 
@@ -12,40 +11,36 @@
 
 namespace lumivastor::platform {
 
-/// Where a player's sound goes, and the clock that goes with it: how much of it has been heard so far. Sound is asked
-/// for a few hundredths of a second before it is heard, so that a change of volume is heard soon.
+/// The output for a player's sound, and its clock: how much of the sound has been heard so far. It requests sound a few
+/// hundredths of a second before that is heard, so that a change of volume takes effect soon.
 ///
-/// `start`, `stop` and the destructor belong to one thread at a time; `heardFrames` may be asked on any thread.
+/// `start`, `stop` and the destructor belong to one thread at a time; `heardFrames` may be called on any thread.
 class SoundOutput {
   public:
-    /// What is played: 48 kHz, stereo.
+    /// The format that is played: 48 kHz, stereo.
     static constexpr PcmFormat kFormat{};
 
     struct Client {
-        /// Fills whole frames of `kFormat` with the sound that comes next. Called on a thread of the output's; must be
-        /// quick and must not call the output.
+        /// Fills whole frames of `kFormat` with the next sound. Called on one of the output's threads; must be quick
+        /// and must not call the output.
         std::function<void(std::span<float> values)> fill;
-        /// Nothing more will be heard, because there is no device or it went away: once, after which nothing is asked
-        /// for and `heardFrames` stands still. Called on a thread of the output's, possibly within `start`; must not
-        /// call the output.
+        /// Called once when nothing more will be heard, because there is no device or it was removed. Afterwards no
+        /// sound is requested and `heardFrames` does not change. Called on one of the output's threads, possibly within
+        /// `start`; must not call the output.
         std::function<void(const RecorderError& reason)> lost;
     };
 
     virtual ~SoundOutput() = default;
 
-    /// Begins a run. Returns at once; the device may take its time, or be lost, later. Not while running.
+    /// Begins a run. Returns at once; the device may start, or be lost, later. Not while running.
     virtual void start(Client client) = 0;
-    /// Ends the run at once: what has not been heard yet never will be. No callback runs when this has returned.
-    /// Nothing happens when not running.
+    /// Ends the run at once and discards sound that was not heard yet. No callback runs after this has returned. No
+    /// effect when not running.
     virtual void stop() = 0;
 
-    /// Frames of this run, or of the last one, that have been heard. Never goes back within a run, never exceeds what
-    /// `fill` has given.
+    /// Frames of this run, or of the last one, that have been heard. Never decreases within a run, and never exceeds
+    /// what `fill` has supplied.
     virtual std::int64_t heardFrames() const = 0;
 };
-
-/// Plays nothing: the host clock says how much would have been heard. When the machine is too busy to ask for sound in
-/// time, this clock waits for it.
-std::unique_ptr<SoundOutput> makeSilentOutput();
 
 }  // namespace lumivastor::platform

@@ -12,12 +12,12 @@
 
 namespace lumivastor::platform {
 
-/// The sound side of a capture stream, the same for every kind of desktop: takes system sound and microphone from the
-/// sound system and delivers them to the stream's outputs. Used like the stream itself: add outputs, start, stop;
-/// once, on one thread.
+/// The sound of a capture stream, the same for every kind of desktop: takes system sound and microphone from the sound
+/// system and delivers them to the stream's outputs. Used like the stream itself: add outputs, start, stop; once, on
+/// one thread.
 class StreamSound {
   public:
-    /// `system` may be null; then starting fails when sound is asked for.
+    /// `system` may be null; starting then fails if sound is configured.
     StreamSound(std::shared_ptr<SoundSystem> system, const StreamConfiguration& configuration);
     ~StreamSound();
     StreamSound(const StreamSound&) = delete;
@@ -25,12 +25,12 @@ class StreamSound {
 
     void addSystemAudioOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler);
     void addMicrophoneOutput(SerialQueue& queue, std::function<void(const SoundBuffer&)> handler);
-    /// Told from any thread, in German sentences.
+    /// Called on any thread with a German sentence.
     void onNotice(std::function<void(const std::string&)> handler);
 
-    /// Starts what the configuration asks for and an output was added for. Throws `RecorderError`; nothing runs then.
+    /// Starts the kinds of sound that are configured and have an output. Throws `RecorderError`; nothing runs then.
     void start();
-    /// When it returns, everything that was heard has been handed to the queues. Harmless when nothing runs.
+    /// When it returns, everything that was heard has been posted to the queues. No effect when nothing runs.
     void stop();
 
   private:

@@ -10,9 +10,8 @@
 
 namespace lumivastor::synthetic {
 
-/// A sound server whose sound is made by hand, for tests of whatever listens. Sources that it has made stay usable for
-/// as long as they live, also without it. Any thread; handlers run on the thread that emits, so a source is not to be
-/// stopped out of its own handler.
+/// A sound server that a test drives by hand. Its sources may outlive it. Any thread; handlers run on the thread that
+/// emits, so a handler must not stop its own source.
 class SyntheticSoundSystem final : public platform::SoundSystem {
   public:
     enum class Kind { systemAudio, microphone };

@@ -11,8 +11,8 @@
 namespace lumivastor::x11 {
 
 /// Paints parts of the desktop from the windows' own pictures, leaving out the excluded ones, as the server itself
-/// would show them. What a window looks like where it is covered, only its redirected picture tells; whoever calls has
-/// seen to that. One thread.
+/// would show them. Only a window's redirected picture has its covered parts; the caller must have redirected the
+/// windows. One thread.
 class ExcludedWindowCompositor {
   public:
     explicit ExcludedWindowCompositor(const XConnection& connection);

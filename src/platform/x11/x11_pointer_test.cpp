@@ -153,7 +153,7 @@ TEST(X11Pointer, AppliesTheUsersButtonMappingAlsoWhenItChanges) {
     std::string mapping = "\x03\x02\x01";
     for (char button = 4; button <= 10; ++button) mapping += button;
     pointer.setMapping(mapping);
-    // The monitor is told of the change over another connection than of what follows.
+    // The change reaches the monitor over another connection than the events that follow.
     ASSERT_TRUE(await([&] {
         const std::size_t before = collector.events().size();
         pointer.click(1);

@@ -22,8 +22,8 @@ struct RigMonitor {
     bool isPrimary = false;
 };
 
-/// A display server of a test's own, with a window manager if wanted; all of it goes with the object. It keeps one
-/// connection for what tests do to the desktop as a whole. One thread.
+/// A test's own display server, with a window manager if requested; both end with the object. It keeps one connection
+/// for changes to the whole desktop. One thread.
 class DesktopRig {
   public:
     struct Options {
@@ -37,28 +37,28 @@ class DesktopRig {
     DesktopRig(const DesktopRig&) = delete;
     DesktopRig& operator=(const DesktopRig&) = delete;
 
-    /// As DISPLAY takes it.
+    /// The value for DISPLAY.
     const std::string& displayName() const { return displayName_; }
     xcb_connection_t* connection() const { return connection_; }
     std::uint32_t root() const { return root_; }
     pid_t serverProcess() const { return server_->id(); }
 
-    /// Splits the screen into these monitors; the first of them takes over the screen's own.
+    /// Splits the screen into these monitors; the first of them takes the place of the screen's own.
     void setMonitors(const std::vector<RigMonitor>& monitors);
     void removeMonitor(const std::string& name);
-    /// Gives a monitor another place or size; nobody sees the desktop without it. Not for the first of them.
+    /// Gives a monitor another place or size, without a moment in which the desktop lacks it. Not for the first one.
     void moveMonitor(const RigMonitor& monitor);
-    /// What desktops write into the resource database as Xft.dpi.
+    /// Sets Xft.dpi in the resource database, as desktops do.
     void setDotsPerInch(int dotsPerInch);
-    /// Another size of the screen, as a change of resolution makes it. Not larger than at the start.
+    /// Changes the size of the screen, as a change of resolution does. Not larger than at the start.
     void setScreenSize(int width, int height);
-    /// Paints the background in one colour, 0xRRGGBB. With `leavesPixmap` as programs for backgrounds do, which leave
-    /// the picture for others.
+    /// Paints the background in one colour, 0xRRGGBB. With `leavesPixmap` it leaves the pixmap for other programs, as
+    /// programs for backgrounds do.
     void paintRoot(std::uint32_t color, bool leavesPixmap = false);
-    /// Ends the server at once, as a crash does. No other server gets its number while the rig lives.
+    /// Kills the server, like a crash. No other server gets its number while the rig lives.
     void killServer();
 
-    /// Returns when the server has dealt with everything that was asked of it over this connection.
+    /// Returns when the server has processed all requests of this connection.
     void sync() const;
 
   private:
@@ -69,7 +69,7 @@ class DesktopRig {
     std::unique_ptr<RigProgram> server_;
     std::unique_ptr<RigProgram> manager_;
     int number_ = -1;
-    bool holdsNumber_ = false;  // of a server that was killed
+    bool holdsNumber_ = false;  // of a killed server
     std::string displayName_;
     xcb_connection_t* connection_ = nullptr;
     std::uint32_t root_ = 0;

@@ -7,7 +7,7 @@
 
 namespace lumivastor {
 
-/// A program that runs while the object lives, and ends with this process in any case. Its output is discarded.
+/// A program that runs while the object lives, and in any case ends with this process. Its output is discarded.
 class RigProgram {
   public:
     /// `descriptor`, when not -1, stays open in the program under its own number. Throws std::runtime_error that names
@@ -22,15 +22,15 @@ class RigProgram {
     bool isRunning();
     /// Terminates it, waits, and kills it after a while.
     void end();
-    /// Ends it at once, without a chance to clean up.
+    /// Kills it, so that it cannot clean up.
     void kill();
 
   private:
     pid_t id_ = -1;
 };
 
-/// The number that a program writes into a pipe when it is ready, as display servers do. Throws std::runtime_error that
-/// names the program when none comes.
+/// Reads the number that a program writes into a pipe when it is ready, as display servers do. Throws
+/// std::runtime_error that names the program when there is none.
 int awaitNumber(int descriptor, const std::string& program);
 
 }  // namespace lumivastor

@@ -47,7 +47,7 @@ class RigWindow {
     /// Paints a rectangle, by default all of it, in one colour.
     void fill(std::uint32_t color);
     void fill(std::uint32_t color, int x, int y, int width, int height);
-    /// Paints a picture of which every pixel has another colour: see `patternAt`.
+    /// Paints a picture in which every pixel has a different colour: see `patternAt`.
     void drawPattern(int seed);
     /// Paints a picture of the window's size: 0xRRGGBB for each pixel, the top row first.
     void drawPixels(const std::vector<std::uint32_t>& pixels);

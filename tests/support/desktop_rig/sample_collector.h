@@ -28,7 +28,7 @@ class SampleCollector {
     };
     using Picture = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
 
-    /// Becomes the stream's screen output and its handlers.
+    /// Adds itself as the stream's screen output and sets its handlers.
     explicit SampleCollector(platform::CaptureStream& stream) {
         stream.addScreenOutput(queue_, [this](const platform::ScreenSample& sample) {
             const std::lock_guard hold(lock_);
@@ -75,7 +75,7 @@ class SampleCollector {
             return newest && isSo(*newest);
         });
     }
-    /// Waits for a picture with this colour, 0xRRGGBB, at a place.
+    /// Waits for a picture with this colour, 0xRRGGBB, at a position.
     bool waitForColor(int x, int y, std::uint32_t color) const {
         return waitForPicture([=](const imaging::BgraPremultipliedBuffer& one) {
             std::uint32_t pixel = 0;
