@@ -19,7 +19,7 @@ namespace lumivastor::pipewire {
 /// of the connection, which must outlive the stream.
 class ScreenStream {
   public:
-    /// Called within the connection's `run`. They must not destroy the stream. Empty ones are ignored.
+    /// Called within the connection's `run`. They must neither throw nor destroy the stream. Empty ones are ignored.
     struct Callbacks {
         /// The size of the buffers in pixels, before the first picture and whenever the format is agreed on again. It
         /// may come twice with the same size, and while pictures flow.
@@ -38,8 +38,6 @@ class ScreenStream {
     struct Options {
         /// Pictures a second that the producer is asked not to exceed.
         int maximumRate = 60;
-        /// Whether pictures may come at once; else after `setActive(true)`. The format comes in both cases.
-        bool isActive = true;
     };
 
     /// Throws `RecorderError` when the node cannot be used.
@@ -48,10 +46,11 @@ class ScreenStream {
     ScreenStream(const ScreenStream&) = delete;
     ScreenStream& operator=(const ScreenStream&) = delete;
 
-    /// Whether the producer may send pictures. The format stays agreed on.
+    /// Whether the producer may send pictures; it may at first, because there is no format before. The format stays. At
+    /// a still screen the picture that came before may be the only one.
     void setActive(bool isActive);
 
-    /// The size of the buffers in pixels; nullopt until the format is agreed on.
+    /// The size of the buffers in pixels; nullopt until the format is agreed on, and while it is agreed on again.
     std::optional<PixelSize> bufferSize() const;
     bool isStreaming() const;
     bool hasEnded() const;
