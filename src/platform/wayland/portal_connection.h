@@ -100,5 +100,7 @@ class PortalConnection {
 /// The sentence for a desktop without a portal that shares screens. `currentDesktop` is XDG_CURRENT_DESKTOP; the Debian
 /// package that the sentence names is the one for this desktop.
 std::string missingPortalMessage(const std::string& currentDesktop);
+/// Throws that sentence for the desktop of this session.
+[[noreturn]] void throwMissingPortal();
 
 }  // namespace lumivastor::wayland

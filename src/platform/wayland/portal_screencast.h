@@ -78,9 +78,9 @@ class PortalSession {
     /// The connected socket of a PipeWire server on which the node is. The first call has it, later ones have none.
     UniqueDescriptor takeServer() { return std::move(server_); }
 
-    /// Whether the desktop has taken the permission back (the user stopped sharing), or is gone. Changes within the
-    /// connection's `run`.
-    bool isClosed() const;
+    /// Whether the desktop has taken the permission back: the user stopped sharing. Changes within the connection's
+    /// `run`. A portal that dies says nothing (`PortalConnection::isAlive`), and the stream may go on without it.
+    bool isClosed() const { return isClosed_; }
 
   private:
     explicit PortalSession(PortalConnection& connection) : connection_(connection) {}
@@ -88,7 +88,8 @@ class PortalSession {
     bool create();
     bool selectSources(const Options& options, const ScreenCastOffer& offer, const std::string& token);
     bool start(const Options& options);
-    void openServer();
+    bool readStreams(sd_bus_message* message);
+    bool openServer();
 
     PortalConnection& connection_;
     std::string path_;
@@ -98,7 +99,7 @@ class PortalSession {
     CursorMode cursorMode_ = CursorMode::hidden;
     std::string restoreToken_;
     UniqueDescriptor server_;
-    bool wasClosed_ = false;
+    bool isClosed_ = false;
 };
 
 }  // namespace lumivastor::wayland

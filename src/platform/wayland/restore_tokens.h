@@ -13,7 +13,7 @@ namespace lumivastor::wayland {
 class RestoreTokens {
   public:
     /// `folder`: where the file is, or will be; it is created when it is needed.
-    explicit RestoreTokens(std::filesystem::path folder);
+    explicit RestoreTokens(const std::filesystem::path& folder);
 
     /// Empty when there is none.
     std::string token(SharedSource source) const;
