@@ -13,6 +13,7 @@ pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libavut
 pkg_check_modules(FFMPEG_DEVICES REQUIRED IMPORTED_TARGET libavdevice)
 pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-damage xcb-randr xcb-record xcb-render xcb-res
   xcb-shape xcb-shm xcb-xfixes xcb-xinput)
 if(LUMI_TESTS)

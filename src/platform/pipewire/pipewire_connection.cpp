@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pipewire/pipewire_connection.h"
 
+#include <fcntl.h>
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/pipewire.h>
 #include <spa/utils/json.h>
@@ -65,7 +66,9 @@ class PipeWireConnection::Impl {
         bool isOutput = false;
     };
 
-    explicit Impl(const std::string& remote);
+    using Connect = std::function<pw_core*(pw_context*)>;
+
+    explicit Impl(const Connect& connect);
     ~Impl();
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
@@ -98,7 +101,7 @@ class PipeWireConnection::Impl {
     void bindMetadata(std::uint32_t id, const char* type, std::uint32_t version);
 };
 
-PipeWireConnection::Impl::Impl(const std::string& remote) {
+PipeWireConnection::Impl::Impl(const Connect& connect) {
     static std::once_flag once;
     std::call_once(once, [] {
         pw_init(nullptr, nullptr);
@@ -111,11 +114,7 @@ PipeWireConnection::Impl::Impl(const std::string& remote) {
     if (!loop) throw RecorderError(kNobody);
     pw_loop_enter(loop.get());
     context.reset(pw_context_new(loop.get(), nullptr, 0));
-    if (context) {
-        pw_properties* const properties = pw_properties_new(nullptr, nullptr);
-        if (!remote.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote.c_str());
-        core = pw_context_connect(context.get(), properties, 0);
-    }
+    if (context) core = connect(context.get());
     if (core == nullptr) {
         context.reset();
         pw_loop_leave(loop.get());
@@ -232,12 +231,23 @@ bool PipeWireConnection::Impl::sync(double timeout) {
 }
 
 PipeWireConnection::PipeWireConnection(const std::string& remote, double timeout)
-    : impl_(std::make_unique<Impl>(remote)) {
+    : impl_(std::make_unique<Impl>([&](pw_context* context) {
+          pw_properties* const properties = pw_properties_new(nullptr, nullptr);
+          if (!remote.empty()) pw_properties_set(properties, PW_KEY_REMOTE_NAME, remote.c_str());
+          return pw_context_connect(context, properties, 0);
+      })) {
     // The first round trip brings the objects, the second their properties.
     if (!impl_->sync(timeout) || !impl_->sync(timeout)) {
         throw RecorderError(isAlive() ? "Der PipeWire-Server antwortet nicht." : kNobody);
     }
 }
+
+PipeWireConnection::PipeWireConnection(UniqueDescriptor server)
+    : impl_(std::make_unique<Impl>([&](pw_context* context) {
+          // The library closes the copy that it is given.
+          const int copy = fcntl(server.get(), F_DUPFD_CLOEXEC, 0);
+          return copy < 0 ? nullptr : pw_context_connect_fd(context, copy, nullptr, 0);
+      })) {}
 
 PipeWireConnection::~PipeWireConnection() = default;
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "base/unique_descriptor.h"
+
 struct pw_core;
 struct pw_registry;
 
@@ -31,6 +33,9 @@ class PipeWireConnection {
     /// Returns when the server has reported all its objects. Throws `RecorderError` when no server answers within
     /// `timeout` seconds.
     PipeWireConnection(const std::string& remote, double timeout);
+    /// Over a socket that is connected to a server already, such as a portal's. Does not wait for the server: its
+    /// objects, of which a portal shows only some, appear while events are handled. Throws `RecorderError`.
+    explicit PipeWireConnection(UniqueDescriptor server);
     ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
     PipeWireConnection& operator=(const PipeWireConnection&) = delete;
