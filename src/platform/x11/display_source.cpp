@@ -9,7 +9,7 @@
 
 #include "base/formatted.h"
 #include "base/recorder_error.h"
-#include "platform/x11/capture_area.h"
+#include "platform/pictures/capture_area.h"
 #include "platform/x11/monitors.h"
 
 namespace lumivastor::x11 {
@@ -43,7 +43,7 @@ DisplaySource::DisplaySource(const XConnection& connection, const platform::Disp
 }
 
 void DisplaySource::layOut() {
-    area_ = captureArea(display_, sourceRect_, size_);
+    area_ = platform::captureArea(display_, sourceRect_, size_);
     visible_ = platform::intersection(area_, readRootBounds(connection_)).movedBy(-area_.x, -area_.y);
     if (visible_.isEmpty()) visible_ = {};
 }

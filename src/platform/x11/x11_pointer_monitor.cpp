@@ -242,13 +242,13 @@ void X11PointerMonitor::takeRecorded(const std::uint8_t* data, int size) {
         waiting.event.button = event.detail;
         switch (event.response_type & 0x7f) {
             case XCB_BUTTON_PRESS:
-                waiting.event.kind = RawPointerEvent::Kind::press;
+                waiting.event.kind = platform::RawPointerEvent::Kind::press;
                 break;
             case XCB_BUTTON_RELEASE:
-                waiting.event.kind = RawPointerEvent::Kind::release;
+                waiting.event.kind = platform::RawPointerEvent::Kind::release;
                 break;
             case XCB_MOTION_NOTIFY:
-                waiting.event.kind = RawPointerEvent::Kind::motion;
+                waiting.event.kind = platform::RawPointerEvent::Kind::motion;
                 break;
             default:
                 continue;
@@ -297,7 +297,7 @@ void X11PointerMonitor::handleRaw(const XEvent& event) {
     }
     const auto [right, down] = axes_.notches(raw.sourceid, valuators);
     if (right == 0 && down == 0) return;
-    waiting.event.kind = RawPointerEvent::Kind::scroll;
+    waiting.event.kind = platform::RawPointerEvent::Kind::scroll;
     waiting.event.notchesX = -right;
     waiting.event.notchesY = -down;
     await(waiting, now);
@@ -320,7 +320,7 @@ void X11PointerMonitor::tellUntil(std::uint32_t serverTime) {
 }
 
 void X11PointerMonitor::tell(const Waiting& waiting) {
-    if (waiting.event.kind == RawPointerEvent::Kind::press) {
+    if (waiting.event.kind == platform::RawPointerEvent::Kind::press) {
         if (auto wheel = interpreter_.wheelPress(waiting.event.button, waiting.event.hostSeconds)) {
             if (isEmulated(waiting)) return;
             wheel->pixel = waiting.event.pixel;

@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "base/unique_descriptor.h"
+#include "platform/input/pointer_interpreter.h"
 #include "platform/pointer_monitor.h"
-#include "platform/x11/pointer_interpreter.h"
+#include "platform/x11/scroll_axes.h"
 #include "platform/x11/server_time.h"
 #include "platform/x11/x_connection.h"
 
@@ -31,7 +32,7 @@ class X11PointerMonitor : public platform::PointerMonitor {
   private:
     struct Waiting {
         std::uint32_t serverTime = 0;
-        RawPointerEvent event;
+        platform::RawPointerEvent event;
     };
     // A raw event of a wheel's button, which the record extension reports, too.
     struct WheelPress {
@@ -65,7 +66,7 @@ class X11PointerMonitor : public platform::PointerMonitor {
     unsigned recordSequence_ = 0;
     bool mappingChanged_ = false;
     ScrollAxes axes_;
-    PointerInterpreter interpreter_;
+    platform::PointerInterpreter interpreter_;
     std::vector<Waiting> waiting_;  // in the order in which they arrived
     std::vector<WheelPress> wheelPresses_;
     double waitingSince_ = 0;  // host clock, seconds: when the first of them arrived

@@ -2,16 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <span>
-#include <utility>
 #include <vector>
 
 #include "platform/point_space.h"
 #include "platform/pointer_monitor.h"
 
-namespace lumivastor::x11 {
+namespace lumivastor::platform {
 
 /// What the server reports about the pointer, not yet interpreted.
 struct RawPointerEvent {
@@ -30,7 +28,7 @@ struct RawPointerEvent {
 /// thread.
 class PointerInterpreter {
   public:
-    explicit PointerInterpreter(const platform::PointSpace& space) : space_(space) {}
+    explicit PointerInterpreter(const PointSpace& space) : space_(space) {}
 
     /// The logical button of each physical button, from the first on; 0 for disabled buttons. Without a mapping they
     /// are equal.
@@ -40,40 +38,20 @@ class PointerInterpreter {
 
     /// nullopt for what is no event of its own: presses of the wheel's buttons 4 to 7 (see `wheelPress`), disabled
     /// buttons, and motion to the same place.
-    std::optional<platform::PointerEvent> interpret(const RawPointerEvent& raw);
+    std::optional<PointerEvent> interpret(const RawPointerEvent& raw);
 
     /// A press of the wheel's buttons 4 to 7 as scrolling by one notch; nullopt for other buttons.
     std::optional<RawPointerEvent> wheelPress(int button, double hostSeconds) const;
 
   private:
     int meaningOf(int button) const;
-    platform::PointerEventType motionType() const;
+    PointerEventType motionType() const;
 
-    const platform::PointSpace space_;
+    const PointSpace space_;
     std::vector<std::uint8_t> mapping_;
     std::vector<int> held_;  // in the order of their presses; the first one determines the drag
     Point pixel_;
     bool isPlaced_ = false;
 };
 
-/// Turns values of the devices' scroll axes into notches.
-class ScrollAxes {
-  public:
-    struct Axis {
-        int number = 0;  // of the valuator
-        bool isHorizontal = false;
-        double increment = 1;  // of one notch; negative for axes in the other direction
-    };
-
-    void setDevice(int device, std::vector<Axis> axes) { devices_[device] = std::move(axes); }
-    void clear() { devices_.clear(); }
-    bool knows(int device) const { return devices_.contains(device); }
-
-    /// The notches (right, down) by which a device scrolls with these valuators, given as number and value.
-    std::pair<double, double> notches(int device, std::span<const std::pair<int, double>> valuators) const;
-
-  private:
-    std::map<int, std::vector<Axis>> devices_;
-};
-
-}  // namespace lumivastor::x11
+}  // namespace lumivastor::platform

@@ -9,12 +9,11 @@
 #include "platform/pictures/pixel_rect.h"
 #include "platform/shareable_content.h"
 
-namespace lumivastor::x11 {
+namespace lumivastor::platform {
 
 /// The rectangle of the whole desktop, in pixels, that a picture of a display or of a part of it shows. Its corner is
 /// the picture's top-left corner; it is never larger than the picture and may extend beyond the desktop. `sourceRect`
 /// as in `StreamConfiguration`.
-platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
-                                PixelSize picture);
+PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceRect, PixelSize picture);
 
-}  // namespace lumivastor::x11
+}  // namespace lumivastor::platform

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/x11/pointer_interpreter.h"
+#include "platform/input/pointer_interpreter.h"
 
 #include <gtest/gtest.h>
 
-namespace lumivastor::x11 {
+namespace lumivastor::platform {
 namespace {
 
 using Kind = RawPointerEvent::Kind;
-using Type = platform::PointerEventType;
+using Type = PointerEventType;
 
 std::optional<Type> typeOf(PointerInterpreter& interpreter, Kind kind, int button, Point pixel) {
     const auto event = interpreter.interpret({kind, 0, button, pixel});
@@ -15,7 +15,7 @@ std::optional<Type> typeOf(PointerInterpreter& interpreter, Kind kind, int butto
 }
 
 TEST(PointerInterpreter, TellsButtonsApart) {
-    PointerInterpreter interpreter{platform::PointSpace{}};
+    PointerInterpreter interpreter{PointSpace{}};
     const Point here{5, 5};
     EXPECT_EQ(typeOf(interpreter, Kind::press, 1, here), Type::leftMouseDown);
     EXPECT_EQ(typeOf(interpreter, Kind::release, 1, here), Type::leftMouseUp);
@@ -29,7 +29,7 @@ TEST(PointerInterpreter, TellsButtonsApart) {
 }
 
 TEST(PointerInterpreter, MotionDragsWithTheButtonThatWasPressedFirst) {
-    PointerInterpreter interpreter{platform::PointSpace{}};
+    PointerInterpreter interpreter{PointSpace{}};
     double x = 0;
     const auto move = [&] { return typeOf(interpreter, Kind::motion, 0, {++x, 0}); };
     EXPECT_EQ(move(), Type::mouseMoved);
@@ -46,7 +46,7 @@ TEST(PointerInterpreter, MotionDragsWithTheButtonThatWasPressedFirst) {
 }
 
 TEST(PointerInterpreter, KnowsButtonsThatWereHeldBefore) {
-    PointerInterpreter interpreter{platform::PointSpace{}};
+    PointerInterpreter interpreter{PointSpace{}};
     const int held[] = {1};
     interpreter.begin({3, 3}, held);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {4, 3}), Type::leftMouseDragged);
@@ -55,7 +55,7 @@ TEST(PointerInterpreter, KnowsButtonsThatWereHeldBefore) {
 }
 
 TEST(PointerInterpreter, AppliesTheButtonMapping) {
-    PointerInterpreter interpreter{platform::PointSpace{}};
+    PointerInterpreter interpreter{PointSpace{}};
     interpreter.setMapping({3, 2, 1, 5, 4, 0});
     EXPECT_EQ(typeOf(interpreter, Kind::press, 1, {}), Type::rightMouseDown);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {9, 9}), Type::rightMouseDragged);
@@ -88,21 +88,11 @@ TEST(PointerInterpreter, ScrollsByNotchesWhereThePointerIs) {
 }
 
 TEST(PointerInterpreter, LeavesOutMotionThatDoesNotMove) {
-    PointerInterpreter interpreter{platform::PointSpace{}};
+    PointerInterpreter interpreter{PointSpace{}};
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {1, 1}), Type::mouseMoved);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {1, 1}), std::nullopt);
     EXPECT_EQ(typeOf(interpreter, Kind::motion, 0, {2, 1}), Type::mouseMoved);
 }
 
-TEST(ScrollAxes, DivideByTheIncrementOfEachAxis) {
-    ScrollAxes axes;
-    axes.setDevice(9, {{2, true, 30}, {3, false, -15}});
-    EXPECT_TRUE(axes.knows(9));
-    EXPECT_FALSE(axes.knows(8));
-    const std::pair<int, double> moved[] = {{0, 5}, {2, 15}, {3, 30}};
-    EXPECT_EQ(axes.notches(9, moved), (std::pair{0.5, -2.0}));
-    EXPECT_EQ(axes.notches(8, moved), (std::pair{0.0, 0.0}));
-}
-
 }  // namespace
-}  // namespace lumivastor::x11
+}  // namespace lumivastor::platform

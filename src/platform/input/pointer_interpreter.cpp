@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/x11/pointer_interpreter.h"
+#include "platform/input/pointer_interpreter.h"
 
 #include <algorithm>
 
-namespace lumivastor::x11 {
+namespace lumivastor::platform {
 namespace {
 
 constexpr int kLeft = 1;
@@ -13,14 +13,14 @@ bool isWheel(int meaning) {
     return meaning >= 4 && meaning <= 7;
 }
 
-platform::PointerEventType pressType(int meaning) {
-    if (meaning == kLeft) return platform::PointerEventType::leftMouseDown;
-    return meaning == kRight ? platform::PointerEventType::rightMouseDown : platform::PointerEventType::otherMouseDown;
+PointerEventType pressType(int meaning) {
+    if (meaning == kLeft) return PointerEventType::leftMouseDown;
+    return meaning == kRight ? PointerEventType::rightMouseDown : PointerEventType::otherMouseDown;
 }
 
-platform::PointerEventType releaseType(int meaning) {
-    if (meaning == kLeft) return platform::PointerEventType::leftMouseUp;
-    return meaning == kRight ? platform::PointerEventType::rightMouseUp : platform::PointerEventType::otherMouseUp;
+PointerEventType releaseType(int meaning) {
+    if (meaning == kLeft) return PointerEventType::leftMouseUp;
+    return meaning == kRight ? PointerEventType::rightMouseUp : PointerEventType::otherMouseUp;
 }
 
 }  // namespace
@@ -37,17 +37,16 @@ int PointerInterpreter::meaningOf(int button) const {
     return button;
 }
 
-platform::PointerEventType PointerInterpreter::motionType() const {
-    if (held_.empty()) return platform::PointerEventType::mouseMoved;
-    if (held_.front() == kLeft) return platform::PointerEventType::leftMouseDragged;
-    return held_.front() == kRight ? platform::PointerEventType::rightMouseDragged
-                                   : platform::PointerEventType::otherMouseDragged;
+PointerEventType PointerInterpreter::motionType() const {
+    if (held_.empty()) return PointerEventType::mouseMoved;
+    if (held_.front() == kLeft) return PointerEventType::leftMouseDragged;
+    return held_.front() == kRight ? PointerEventType::rightMouseDragged : PointerEventType::otherMouseDragged;
 }
 
-std::optional<platform::PointerEvent> PointerInterpreter::interpret(const RawPointerEvent& raw) {
+std::optional<PointerEvent> PointerInterpreter::interpret(const RawPointerEvent& raw) {
     const bool moved = raw.pixel && *raw.pixel != pixel_;
     if (raw.pixel) pixel_ = *raw.pixel;
-    platform::PointerEvent event;
+    PointerEvent event;
     event.hostSeconds = raw.hostSeconds;
     event.location = space_.pointFromPixel(pixel_);
     switch (raw.kind) {
@@ -59,7 +58,7 @@ std::optional<platform::PointerEvent> PointerInterpreter::interpret(const RawPoi
             return event;
         case RawPointerEvent::Kind::scroll:
             if (raw.notchesX == 0 && raw.notchesY == 0) return std::nullopt;
-            event.type = platform::PointerEventType::scrollWheel;
+            event.type = PointerEventType::scrollWheel;
             event.scrollingDeltaX = raw.notchesX;
             event.scrollingDeltaY = raw.notchesY;
             return event;
@@ -101,18 +100,4 @@ std::optional<RawPointerEvent> PointerInterpreter::wheelPress(int button, double
     }
 }
 
-std::pair<double, double> ScrollAxes::notches(int device, std::span<const std::pair<int, double>> valuators) const {
-    const auto found = devices_.find(device);
-    if (found == devices_.end()) return {0, 0};
-    double right = 0;
-    double down = 0;
-    for (const auto& [number, value] : valuators) {
-        for (const Axis& axis : found->second) {
-            if (axis.number != number || axis.increment == 0) continue;
-            (axis.isHorizontal ? right : down) += value / axis.increment;
-        }
-    }
-    return {right, down};
-}
-
-}  // namespace lumivastor::x11
+}  // namespace lumivastor::platform

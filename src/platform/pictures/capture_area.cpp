@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/x11/capture_area.h"
+#include "platform/pictures/capture_area.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace lumivastor::x11 {
+namespace lumivastor::platform {
 
 // Corner and size are rounded separately, because the capture plan rounds the picture's size alone.
-platform::PixelRect captureArea(const platform::Display& display, const std::optional<Rect>& sourceRect,
-                                PixelSize picture) {
+PixelRect captureArea(const Display& display, const std::optional<Rect>& sourceRect, PixelSize picture) {
     const Rect points = sourceRect.value_or(Rect{0, 0, display.frame.width, display.frame.height});
     const auto pixels = [&](double value) { return static_cast<int>(std::lround(value * display.scale)); };
     return {static_cast<int>(std::lround(display.frame.x)) + pixels(points.x),
@@ -16,4 +15,4 @@ platform::PixelRect captureArea(const platform::Display& display, const std::opt
             std::min(pixels(points.width), picture.width), std::min(pixels(points.height), picture.height)};
 }
 
-}  // namespace lumivastor::x11
+}  // namespace lumivastor::platform
