@@ -245,7 +245,7 @@ TEST(IncludeRule, WrappedLibrariesStayWhereTheyAreWrapped) {
         {std::regex("^(xcb|X11)/.*"), {"platform/x11/"}, false},
         {std::regex("^(pipewire|spa)/.*"), {"platform/pipewire/"}, false},
         {std::regex("^pulse/.*"), {"platform/pulse/"}, false},
-        {std::regex("^systemd/.*"), {"platform/wayland/"}, false},
+        {std::regex("^systemd/.*|^wayland-.*|.*-client-protocol\\.h$"), {"platform/wayland/"}, false},
         {std::regex("^linux/.*"), {"platform/devices/"}, false},
         {std::regex("^simdjson.*"), {"model/"}, true},
         {std::regex("^(png|cairo|hwy)[/.].*|^(cairo|pango)\\w*/.*"), {"imaging/"}, false},

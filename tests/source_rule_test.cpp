@@ -99,7 +99,7 @@ TEST(SourceRule, EveryLayerHasItsNamespace) {
         if (layer != "base") expected += "::" + layer;
         const std::string room = std::next(inside.begin())->string();
         if (layer == "platform" && inside.has_parent_path() && room.find('.') == std::string::npos && room != "sound" &&
-            room != "pictures" && room != "backends") {
+            room != "pictures" && room != "input" && room != "backends") {
             expected = "lumivastor::" + room;
         }
         const std::string text = readText(source);

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "platform/capture_stream.h"
+#include "platform/content_picker.h"
 #include "platform/pointer_monitor.h"
 #include "platform/shareable_content.h"
 
@@ -33,6 +34,9 @@ class Desktop {
 
     /// The present frame of a window, in points of `space`; nullopt when the window is gone.
     virtual std::optional<Rect> windowFrame(std::uint32_t windowID, const PointSpace& space) = 0;
+
+    /// The desktop's own dialog, which belongs to the desktop; null where this program lists what can be recorded.
+    virtual ContentPicker* contentPicker() { return nullptr; }
 };
 
 }  // namespace lumivastor::platform

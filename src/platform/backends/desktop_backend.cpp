@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "platform/backends/desktop_choice.h"
+#include "platform/wayland/wayland_desktop.h"
 #include "platform/x11/compositing.h"
 #include "platform/x11/global_shortcut.h"
 #include "platform/x11/x11_desktop.h"
@@ -10,6 +12,16 @@
 namespace lumivastor::platform {
 
 std::unique_ptr<Desktop> openDesktop(std::shared_ptr<SoundSystem> sound) {
+    const SessionEnvironment environment = SessionEnvironment::read();
+    if (chooseDesktop(environment, [] { return wayland::canShareScreens(); }) == DesktopBackend::x11) {
+        return x11::openX11Desktop(std::move(sound));
+    }
+    wayland::WaylandDesktopOptions options;
+    options.tokenFolder = preferencesFolder(environment);
+    return wayland::openWaylandDesktop(std::move(sound), std::move(options));
+}
+
+std::unique_ptr<Desktop> openListedDesktop(std::shared_ptr<SoundSystem> sound) {
     return x11::openX11Desktop(std::move(sound));
 }
 

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/wayland/canvas_source.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "base/host_clock.h"
+
+namespace lumivastor::wayland {
+namespace {
+
+using platform::DamageArea;
+using platform::PixelRect;
+
+// A picture of a stream in one grey.
+struct Shown {
+    Shown(int width, int height, std::uint8_t grey)
+        : bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4, grey) {
+        picture.pixels = bytes.data();
+        picture.stride = static_cast<std::size_t>(width) * 4;
+        picture.crop = {0, 0, width, height};
+        picture.hostSeconds = hostClockSeconds();
+    }
+    std::vector<std::uint8_t> bytes;
+    pipewire::ScreenPicture picture;
+};
+
+void show(ScreenCanvas& canvas, int width, int height, std::uint8_t grey,
+          std::optional<std::vector<PixelRect>> damage = {}) {
+    Shown shown(width, height, grey);
+    shown.picture.damage = std::move(damage);
+    canvas.show(shown.picture);
+}
+
+CanvasSource sourceOn(ScreenCanvas& canvas, int x, int y, PixelSize size) {
+    return CanvasSource(canvas, {.x = x, .y = y, .size = size}, [] { return std::nullopt; });
+}
+
+int greyAt(const imaging::BgraPremultipliedBuffer& picture, int x, int y) {
+    return picture.pixel(x, y)[1];
+}
+
+TEST(CanvasSource, ShowsNothingBeforeTheFirstPicture) {
+    ScreenCanvas canvas;
+    CanvasSource source = sourceOn(canvas, 0, 0, {8, 8});
+    DamageArea damage;
+    source.update(damage);
+    EXPECT_TRUE(source.isHidden());
+    show(canvas, 8, 8, 100);
+    source.update(damage);
+    EXPECT_TRUE(source.isHidden()) << "the producer rests";
+    canvas.setStreaming(true);
+    source.update(damage);
+    EXPECT_FALSE(source.isHidden());
+    ASSERT_EQ(damage.rects().size(), 1u);
+    EXPECT_EQ(damage.rects()[0], (PixelRect{0, 0, 8, 8}));
+}
+
+TEST(CanvasSource, KeepsEveryChangeBetweenTwoUpdates) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 0, 0, {16, 8});
+    show(canvas, 16, 8, 10);
+    DamageArea damage;
+    source.update(damage);
+    imaging::BgraPremultipliedBuffer picture(16, 8);
+    ASSERT_TRUE(source.paint(damage, picture));
+    damage.clear();
+
+    show(canvas, 16, 8, 20, std::vector{PixelRect{1, 1, 2, 2}});
+    show(canvas, 16, 8, 30, std::vector{PixelRect{10, 4, 3, 3}});
+    source.update(damage);
+    ASSERT_TRUE(source.paint(damage, picture));
+    EXPECT_EQ(greyAt(picture, 0, 0), 10);
+    EXPECT_EQ(greyAt(picture, 1, 1), 20);
+    EXPECT_EQ(greyAt(picture, 12, 6), 30);
+    EXPECT_EQ(greyAt(picture, 13, 6), 10);
+    damage.clear();
+    source.update(damage);
+    EXPECT_TRUE(damage.isEmpty());
+}
+
+TEST(CanvasSource, CutsItsPartOut) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 4, 2, {6, 4});
+    show(canvas, 16, 8, 10);
+    DamageArea damage;
+    source.update(damage);
+    imaging::BgraPremultipliedBuffer picture(6, 4);
+    source.paint(damage, picture);
+    damage.clear();
+    // Half in the part, and wholly beside it.
+    show(canvas, 16, 8, 20, std::vector{PixelRect{0, 0, 5, 3}, PixelRect{12, 6, 2, 2}});
+    source.update(damage);
+    ASSERT_EQ(damage.rects().size(), 1u);
+    EXPECT_EQ(damage.rects()[0], (PixelRect{0, 0, 1, 1}));
+    source.paint(damage, picture);
+    EXPECT_EQ(greyAt(picture, 0, 0), 20);
+    EXPECT_EQ(greyAt(picture, 1, 0), 10);
+}
+
+TEST(CanvasSource, IsBlackBeyondTheContentAndKeepsItsSize) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, -2, 0, {10, 6});
+    show(canvas, 16, 8, 50);
+    DamageArea damage;
+    source.update(damage);
+    imaging::BgraPremultipliedBuffer picture(10, 6);
+    source.paint(damage, picture);
+    EXPECT_EQ(greyAt(picture, 1, 3), 0);
+    EXPECT_EQ(picture.pixel(1, 3)[3], 255);
+    EXPECT_EQ(greyAt(picture, 2, 3), 50);
+    damage.clear();
+    EXPECT_FALSE(source.takeNotice());
+
+    show(canvas, 4, 4, 60, std::vector{PixelRect{0, 0, 1, 1}});
+    source.update(damage);
+    source.paint(damage, picture);
+    EXPECT_EQ(greyAt(picture, 5, 3), 60);
+    EXPECT_EQ(greyAt(picture, 6, 3), 0);
+    EXPECT_EQ(greyAt(picture, 5, 4), 0);
+    EXPECT_EQ(source.takeNotice(),
+              "Der aufgenommene Bildschirm ist jetzt 4 × 4 Pixel groß; die Aufnahme behält ihre Größe.");
+    EXPECT_FALSE(source.takeNotice());
+}
+
+TEST(CanvasSource, SaysOnceThatNothingHasComeYet) {
+    ScreenCanvas canvas;
+    CanvasSource source(canvas, {.size = {8, 8}, .patience = 0}, [] { return std::nullopt; });
+    EXPECT_EQ(source.takeNotice(), "Der Bildschirm steht still; die Aufnahme beginnt mit der ersten Änderung.");
+    EXPECT_FALSE(source.takeNotice());
+}
+
+TEST(CanvasSource, IsWokenUntilItGoes) {
+    ScreenCanvas canvas;
+    int woken = 0;
+    {
+        CanvasSource source = sourceOn(canvas, 0, 0, {8, 8});
+        source.onArrival([&] { ++woken; });
+        show(canvas, 8, 8, 1);
+        EXPECT_EQ(woken, 1);
+    }
+    show(canvas, 8, 8, 2);
+    EXPECT_EQ(woken, 1);
+}
+
+TEST(ScreenCanvas, CopiesItself) {
+    ScreenCanvas canvas;
+    EXPECT_TRUE(canvas.snapshot().isEmpty());
+    show(canvas, 8, 4, 77);
+    const auto copy = canvas.snapshot();
+    EXPECT_EQ(copy.width(), 8);
+    EXPECT_EQ(copy.height(), 4);
+    EXPECT_EQ(greyAt(copy, 7, 3), 77);
+}
+
+}  // namespace
+}  // namespace lumivastor::wayland
