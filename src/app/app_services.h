@@ -10,6 +10,7 @@
 #include "app/session/preferences.h"
 #include "app/session/sleep_inhibitor.h"
 #include "capture/capture_services.h"
+#include "capture/recording_control.h"
 #include "capture/recovery/recovery.h"
 #include "platform/global_shortcut.h"
 #include "render/cursor_renderer.h"
@@ -25,6 +26,11 @@ struct AppServices : capture::CaptureServices {
     /// Grabs the key combination that stops the recording; null when it is not available. `pressed` may run on any
     /// thread.
     std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed)> grabStopShortcut;
+
+    /// Lets other processes of the user stop the recording while the result lives. `stop` may run on any thread.
+    std::function<std::shared_ptr<void>(std::function<void()> stop)> offerStop = [](std::function<void()> stop) {
+        return std::make_shared<capture::RecordingControl>(capture::recordingControlFolder(), std::move(stop));
+    };
 
     std::function<std::time_t()> wallClock = [] { return std::time(nullptr); };
     std::function<std::jthread(std::filesystem::path, render::CursorRenderer::Options,

@@ -244,19 +244,21 @@ void RecordingFlow::running() {
         return;
     }
     awake_ = services_.sleep.inhibit("Eine Bildschirmaufnahme läuft.");
-    grabShortcut();
+    offerStop();
     view_->hideMainWindow();
     view_->installStatusItem("⏺ 0:00");
     view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
     tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
 }
 
-void RecordingFlow::grabShortcut() {
-    stopShortcut_ = services_.grabStopShortcut([this, alive = lifetime_.watch()] {
+void RecordingFlow::offerStop() {
+    const auto stopFromAnyThread = [this, alive = lifetime_.watch()] {
         services_.mainLoop.async([this, alive] {
             if (!alive.expired()) stop();
         });
-    });
+    };
+    stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread);
+    stopOffer_ = services_.offerStop(stopFromAnyThread);
 }
 
 void RecordingFlow::tick() {
@@ -288,6 +290,7 @@ void RecordingFlow::stop() {
     phase_ = Phase::finishing;
     tickTimer_.reset();
     stopShortcut_.reset();
+    stopOffer_.reset();
     view_->removeStatusItem();
     view_->removeRecordingPanel();
     view_->showMainWindow();

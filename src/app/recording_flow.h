@@ -102,7 +102,7 @@ class RecordingFlow {
     void startRecorder();
     void recorderStarted(std::optional<RecorderError> error);
     void startFailed(const std::string& message);
-    void grabShortcut();
+    void offerStop();
     void running();
     void tick();
     void streamFailed(const RecorderError& error);
@@ -136,6 +136,7 @@ class RecordingFlow {
     std::unique_ptr<SleepInhibitor::Hold> awake_;
     Lifetime lifetime_;
     std::unique_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed
+    std::shared_ptr<void> stopOffer_;                         // while recording
 };
 
 }  // namespace lumivastor::app

@@ -32,6 +32,8 @@ struct Verb {
 extern const Verb kSourcesVerb;
 /// Records into a new folder.
 extern const Verb kRecordVerb;
+/// Stops the recording that is running.
+extern const Verb kStopVerb;
 /// Completes a recording whose process was ended.
 extern const Verb kRecoverVerb;
 /// Reports which services this machine offers.

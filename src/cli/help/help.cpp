@@ -10,7 +10,7 @@ namespace lumivastor::cli {
 
 namespace {
 
-constexpr std::array kVerbs = {&kSourcesVerb, &kRecordVerb, &kRecoverVerb, &kRenderVerb,
+constexpr std::array kVerbs = {&kSourcesVerb, &kRecordVerb, &kStopVerb,    &kRecoverVerb, &kRenderVerb,
                                &kCheckVerb,   &kFrameVerb,  &kInspectVerb, &kDoctorVerb};
 
 constexpr std::array kProgramOptions = {
