@@ -44,7 +44,7 @@ struct Machine {
     std::shared_ptr<platform::SoundSystem> sound = platform::openSoundSystem();
     std::unique_ptr<platform::CaptureDevices> devices = platform::openCaptureDevices(sound);
     /// Throws `RecorderError` without a display server, where Qt would end the program.
-    std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
+    std::unique_ptr<platform::Desktop> desktop = platform::openListedDesktop(sound);
 };
 
 std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(std::function<void()> pressed) {

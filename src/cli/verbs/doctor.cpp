@@ -81,23 +81,78 @@ std::string describeSpace(const std::optional<capture::FreeSpace>& space, const 
                      static_cast<double>(usable) / need.bytesPerSecond / 60);
 }
 
+std::string describeOffer(const platform::ContentPicker::Offer& offer) {
+    std::string text = "Der Desktop gibt über seinen eigenen Dialog ";
+    if (offer.displays && offer.windows) {
+        text += "Bildschirme und Fenster";
+    } else if (offer.displays) {
+        text += "Bildschirme";
+    } else if (offer.windows) {
+        text += "Fenster";
+    } else {
+        throw RecorderError("Der Desktop gibt weder Bildschirme noch Fenster frei.");
+    }
+    return text + (offer.restores ? " frei und merkt sich die Auswahl." : " frei.");
+}
+
+std::string describePointer(platform::PointerKnowledge pointer) {
+    switch (pointer) {
+        case platform::PointerKnowledge::positions:
+            return "Der Desktop meldet, wo der Mauszeiger ist und wie er aussieht.";
+        case platform::PointerKnowledge::embedded:
+            throw RecorderError("Der Desktop verrät nicht, wo der Mauszeiger ist; er ist fest im Bild.");
+        case platform::PointerKnowledge::none:
+            break;
+    }
+    throw RecorderError("Der Desktop verrät nicht, wo der Mauszeiger ist; er fehlt in Aufnahmen.");
+}
+
+// What a desktop whose own dialog chooses can tell.
+void examinePicker(platform::ContentPicker& picker, std::vector<Check>& checks) {
+    platform::ContentPicker::Offer offer;
+    checks.back() = check("display", true, "", [&] {
+        offer = picker.offer();
+        return describeOffer(offer);
+    });
+    if (!checks.back().ok) return;
+    checks.push_back(check("pointer", false, "Zooms lassen sich im Editor von Hand setzen.",
+                           [&] { return describePointer(offer.pointer); }));
+    checks.push_back({"clicks", false,
+                      "Klicks lassen sich auf diesem Desktop nicht sehen; die Aufnahme enthält nur Mausbewegungen.",
+                      false});
+    checks.push_back({"shortcut", false,
+                      "Dieser Desktop gibt Programmen keine Tastenkürzel. Richte in seinen Einstellungen eines für "
+                      "„lumivastor stop“ ein.",
+                      false});
+}
+
 }  // namespace
 
 std::vector<Check> examine(const Examined& machine) {
     std::vector<Check> checks;
     std::vector<platform::Display> displays;
     std::optional<platform::ShareableContent> content;
-    checks.push_back(check("display", true,
-                           "LumiVastor braucht einen X11-Bildschirm; die Umgebungsvariable DISPLAY nennt ihn.", [&] {
-                               content = machine.desktop().shareableContent();
-                               return std::string("Der Bildschirmdienst antwortet.");
-                           }));
+    platform::ContentPicker* picker = nullptr;
+    checks.push_back(
+        check("display", true,
+              "LumiVastor braucht einen X11-Bildschirm, den die Umgebungsvariable DISPLAY nennt, oder einen "
+              "Wayland-Desktop mit Portal.",
+              [&] {
+                  platform::Desktop& desktop = machine.desktop();
+                  content = desktop.shareableContent();
+                  picker = desktop.contentPicker();
+                  return std::string("Der Bildschirmdienst antwortet.");
+              }));
     if (content && content->displayRefusal) checks.back() = {"display", false, *content->displayRefusal, true};
-    checks.push_back(check("screens", true, "Ohne Bildschirm gibt es nichts aufzunehmen.", [&] {
-        if (content) displays = content->displays;
-        if (displays.empty()) throw RecorderError("Kein Bildschirm gefunden.");
-        return describeDisplays(displays);
-    }));
+    if (content && picker != nullptr) {
+        examinePicker(*picker, checks);
+    } else {
+        checks.push_back(check("screens", true, "Ohne Bildschirm gibt es nichts aufzunehmen.", [&] {
+            if (content) displays = content->displays;
+            if (displays.empty()) throw RecorderError("Kein Bildschirm gefunden.");
+            return describeDisplays(displays);
+        }));
+    }
     checks.push_back(check("sound", false, "Ohne Tondienst (PipeWire oder PulseAudio) bleibt die Aufnahme stumm.",
                            [&] { return describeSystemAudio(machine.sound()); }));
     checks.push_back(check("microphone", false, "Schließ eines an, um mitzusprechen.", [&] {

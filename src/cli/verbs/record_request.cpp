@@ -25,6 +25,7 @@ constexpr std::array kOptions = {
     OptionSpec{"--system-audio", "", "mit dem Ton des Rechners"},
     OptionSpec{"--microphone", "", "mit dem Mikrofon"},
     OptionSpec{"--webcam", "", "mit der Kamera"},
+    OptionSpec{"--ask", "", "zeigt den Dialog des Desktops auch dann, wenn eine frühere Auswahl noch gilt"},
     OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
 };
 
@@ -84,10 +85,15 @@ RecordRequest parseRecordRequest(const Arguments& arguments) {
     request.systemAudio = arguments.has("--system-audio");
     request.microphone = arguments.has("--microphone");
     request.webcam = arguments.has("--webcam");
+    request.asksAgain = arguments.has("--ask");
     return request;
 }
 
-capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content) {
+capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content,
+                                 bool isPicked) {
+    if (request.windowID && isPicked && !content.windows.empty()) {
+        return capture::WindowSource{content.windows.front()};
+    }
     if (request.windowID) {
         if (const platform::Window* window = content.window(*request.windowID)) return capture::WindowSource{*window};
         throw RecorderError(formatted("Es gibt kein Fenster mit der Kennung %u.", *request.windowID));
@@ -100,6 +106,36 @@ capture::CaptureSource sourceFor(const RecordRequest& request, const platform::S
     const platform::Display& display = content.displays[request.displayIndex];
     if (request.region) return capture::RegionSource{display, *request.region};
     return capture::DisplaySource{display};
+}
+
+platform::ContentPicker::Request pickFor(const RecordRequest& request, const platform::ContentPicker::Offer& offer) {
+    using Kind = platform::ContentPicker::Kind;
+    if (request.displayIndex != 0 || request.windowID.value_or(0) != 0) {
+        throw RecorderError(
+            "Bildschirme und Fenster wählt auf diesem Desktop sein eigener Dialog: Es gibt nur „--display 0“ und "
+            "„--window 0“.");
+    }
+    const Kind kind = request.windowID ? Kind::window : Kind::display;
+    if (kind == Kind::window && !offer.windows) {
+        throw RecorderError("Dieser Desktop gibt nur ganze Bildschirme frei, keine einzelnen Fenster.");
+    }
+    if (kind == Kind::display && !offer.displays) {
+        throw RecorderError("Dieser Desktop gibt nur einzelne Fenster frei, keine ganzen Bildschirme.");
+    }
+    return {kind, request.asksAgain, request.fps, ""};
+}
+
+std::optional<std::string> pointerRemark(platform::PointerKnowledge pointer) {
+    switch (pointer) {
+        case platform::PointerKnowledge::positions:
+            return "Klicks lassen sich hier nicht sehen; die Aufnahme enthält nur Mausbewegungen. Siehe „lumivastor "
+                   "doctor“.";
+        case platform::PointerKnowledge::embedded:
+            return "Dieser Desktop verrät nicht, wo der Mauszeiger ist; er ist fest im Bild.";
+        case platform::PointerKnowledge::none:
+            break;
+    }
+    return "Dieser Desktop verrät nicht, wo der Mauszeiger ist; er fehlt in der Aufnahme.";
 }
 
 platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices) {

@@ -9,6 +9,7 @@
 
 #include "capture/capture_plan.h"
 #include "cli/arguments.h"
+#include "platform/content_picker.h"
 
 namespace lumivastor::cli {
 
@@ -24,6 +25,7 @@ struct RecordRequest {
     bool systemAudio = false;
     bool microphone = false;
     bool webcam = false;
+    bool asksAgain = false;  // where the desktop's dialog chooses
 };
 
 extern const std::span<const OptionSpec> kRecordOptions;
@@ -31,8 +33,17 @@ extern const std::span<const OptionSpec> kRecordOptions;
 /// Throws `UsageError`.
 RecordRequest parseRecordRequest(const Arguments& arguments);
 
-/// Finds the requested source. Throws `RecorderError` when there is no such display or window.
-capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content);
+/// Finds the requested source. `isPicked`: `content` is what the desktop's dialog granted, whatever its numbers. Throws
+/// `RecorderError` when there is no such display or window.
+capture::CaptureSource sourceFor(const RecordRequest& request, const platform::ShareableContent& content,
+                                 bool isPicked = false);
+
+/// What the desktop's dialog is to be asked for. Throws `RecorderError` when the request names a display or window by
+/// another number than 0, or the dialog does not offer its kind.
+platform::ContentPicker::Request pickFor(const RecordRequest& request, const platform::ContentPicker::Offer& offer);
+
+/// One line about what such a recording will not know of the pointer; nullopt when it knows everything.
+std::optional<std::string> pointerRemark(platform::PointerKnowledge pointer);
 
 /// Finds the requested device. Throws `RecorderError` when there is no such device.
 platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices);

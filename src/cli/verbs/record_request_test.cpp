@@ -109,5 +109,50 @@ TEST(RecordFolders, ThatHoldARecordingAreNotRecordedInto) {
     }
 }
 
+TEST(RecordRequest, WhereADialogChoosesOnlyTheFirstNumbersExist) {
+    const platform::ContentPicker::Offer both{true, true, platform::PointerKnowledge::positions, true};
+    RecordRequest request;
+    request.fps = 30;
+    request.asksAgain = true;
+    const auto display = pickFor(request, both);
+    EXPECT_EQ(display.kind, platform::ContentPicker::Kind::display);
+    EXPECT_EQ(display.maximumRate, 30);
+    EXPECT_TRUE(display.asksAgain);
+    request.windowID = 0;
+    EXPECT_EQ(pickFor(request, both).kind, platform::ContentPicker::Kind::window);
+
+    const auto refusal = [](const RecordRequest& asked, const platform::ContentPicker::Offer& offer) {
+        try {
+            pickFor(asked, offer);
+        } catch (const RecorderError& error) {
+            return error.message();
+        }
+        return std::string();
+    };
+    const platform::ContentPicker::Offer displaysOnly{true, false, platform::PointerKnowledge::embedded, true};
+    EXPECT_EQ(refusal(request, displaysOnly),
+              "Dieser Desktop gibt nur ganze Bildschirme frei, keine einzelnen Fenster.");
+    request.windowID = 7;
+    EXPECT_NE(refusal(request, both).find("wählt auf diesem Desktop sein eigener Dialog"), std::string::npos);
+    request.windowID = std::nullopt;
+    EXPECT_EQ(refusal(request, {false, true, platform::PointerKnowledge::none, false}),
+              "Dieser Desktop gibt nur einzelne Fenster frei, keine ganzen Bildschirme.");
+    request.displayIndex = 1;
+    EXPECT_NE(refusal(request, both).find("wählt auf diesem Desktop sein eigener Dialog"), std::string::npos);
+}
+
+TEST(RecordRequest, TakesWhatTheDialogGranted) {
+    platform::ShareableContent content;
+    content.displays = {{7, "DP-1", {0, 0, 1920, 1080}, 1}};
+    platform::Window window;
+    window.id = 7;
+    content.windows = {window};
+    RecordRequest request;
+    request.windowID = 0;
+    EXPECT_EQ(std::get<capture::WindowSource>(sourceFor(request, content, true)).window.id, 7u);
+    request.windowID = std::nullopt;
+    EXPECT_EQ(std::get<capture::DisplaySource>(sourceFor(request, content, true)).display.id, 7u);
+}
+
 }  // namespace
 }  // namespace lumivastor::cli

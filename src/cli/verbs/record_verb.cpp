@@ -12,6 +12,7 @@
 #include "base/after.h"
 #include "base/main_loop.h"
 #include "capture/recording/recorder_factory.h"
+#include "capture/recording_control.h"
 #include "capture/recordings_root.h"
 #include "cli/interruption.h"
 #include "cli/machine.h"
@@ -38,16 +39,29 @@ std::filesystem::path folderFor(const RecordRequest& request) {
     return *request.out;
 }
 
-capture::RecordingRequest recordingFor(const RecordRequest& request, Machine& machine) {
+// Waits for the desktop's own dialog. A signal closes it.
+void pickContent(platform::ContentPicker& picker, const RecordRequest& request, Session& session) {
+    const platform::ContentPicker::Offer offer = picker.offer();
+    const auto pick = pickFor(request, offer);
+    if (const auto remark = pointerRemark(offer.pointer)) session.status.say(*remark);
+    session.status.show("Warte auf den Dialog des Desktops …");
+    const std::stop_callback onSignal(session.interruption.token(), [&picker] { picker.cancel(); });
+    const bool isInterrupted = session.interruption.token().stop_requested();
+    if (isInterrupted || !picker.pick(pick)) throw RecorderError("Die Aufnahme wurde abgebrochen.");
+}
+
+capture::RecordingRequest recordingFor(const RecordRequest& request, Session& session) {
+    Machine& machine = session.machine;
     if (request.deviceID) {
         return capture::DeviceRecording{
             deviceFor(*request.deviceID, capture::DeviceRecorder::availableDevices(machine.devices())),
             {request.microphone, request.webcam}};
     }
     platform::Desktop& desktop = machine.desktop();
+    if (platform::ContentPicker* const picker = desktop.contentPicker()) pickContent(*picker, request, session);
     const platform::ShareableContent content = desktop.shareableContent();
     capture::CaptureOptions options;
-    options.source = sourceFor(request, content);
+    options.source = sourceFor(request, content, desktop.contentPicker() != nullptr);
     if (content.ownApplication) options.excludedApplications = {*content.ownApplication};
     options.fps = request.fps;
     options.systemAudio = request.systemAudio;
@@ -93,6 +107,7 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
         if (stopRequested) stop();
     });
     const std::stop_callback onSignal(session.interruption.token(), [&] { session.loop.async(stop); });
+    const capture::RecordingControl control(capture::recordingControlFolder(), [&] { session.loop.async(stop); });
     session.loop.run();
     if (startError) throw RecorderError(*startError);
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);
@@ -103,7 +118,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     const RecordRequest request = parseRecordRequest(arguments);
     Session session;
     const capture::RecordingServices services = session.machine.recordingServices();
-    capture::RecordingRequest recording = recordingFor(request, session.machine);
+    capture::RecordingRequest recording = recordingFor(request, session);
     const auto recorder = capture::makeRecorder(services, std::move(recording), folderFor(request));
     RecordingRemarks remarks;
     const auto stats = runRecorder(*recorder, session, request, remarks);

@@ -3,6 +3,7 @@
 
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -60,6 +61,24 @@ void writeWindows(model::JsonWriter& writer, const std::vector<platform::Window>
     writer.endArray();
 }
 
+// One entry for each kind that the desktop's dialog offers; what it will be is not known before.
+void writePicked(model::JsonWriter& writer, std::string_view numberKey, bool isOffered, std::string_view name) {
+    writer.beginArray();
+    if (isOffered) {
+        writer.beginObject();
+        writer.key(numberKey);
+        writer.integer(0);
+        if (!name.empty()) {
+            writer.key("name");
+            writer.text(name);
+        }
+        writer.key("chosenBy");
+        writer.text("portal");
+        writer.endObject();
+    }
+    writer.endArray();
+}
+
 void writeDevices(model::JsonWriter& writer, const std::vector<platform::CaptureDevice>& devices) {
     writer.beginArray();
     for (const platform::CaptureDevice& device : devices) {
@@ -85,9 +104,17 @@ void writeSources(const Sources& sources, std::ostream& out) {
     model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("displays");
-    writeDisplays(writer, sources.displays);
+    if (sources.picker) {
+        writePicked(writer, "index", sources.picker->displays, "Bildschirm");
+    } else {
+        writeDisplays(writer, sources.displays);
+    }
     writer.key("windows");
-    writeWindows(writer, sources.windows);
+    if (sources.picker) {
+        writePicked(writer, "id", sources.picker->windows, "");
+    } else {
+        writeWindows(writer, sources.windows);
+    }
     writer.key("devices");
     writeDevices(writer, sources.devices);
     writer.endObject();
@@ -95,7 +122,15 @@ void writeSources(const Sources& sources, std::ostream& out) {
     out << "\n";
 }
 
-void printSources(const Sources& sources, std::ostream& out) {
+namespace {
+
+void printPicked(const platform::ContentPicker::Offer& offer, std::ostream& out) {
+    out << "Bildschirme und Fenster wählt auf diesem Desktop sein eigener Dialog.\n";
+    if (offer.displays) out << "  --display 0  Bildschirm – im Dialog zu wählen\n";
+    if (offer.windows) out << "  --window 0  Fenster – im Dialog zu wählen\n";
+}
+
+void printListed(const Sources& sources, std::ostream& out) {
     out << "Bildschirme\n";
     for (std::size_t i = 0; i < sources.displays.size(); ++i) {
         out << formatted("  --display %zu  ", i) << capture::displayTitle(sources.displays[i], i) << " ("
@@ -107,6 +142,16 @@ void printSources(const Sources& sources, std::ostream& out) {
         out << formatted("  --window %u  ", window.id) << capture::windowTitle(window) << "\n";
     }
     if (sources.windows.empty()) out << "  keine\n";
+}
+
+}  // namespace
+
+void printSources(const Sources& sources, std::ostream& out) {
+    if (sources.picker) {
+        printPicked(*sources.picker, out);
+    } else {
+        printListed(sources, out);
+    }
     out << "\nGeräte\n";
     for (const platform::CaptureDevice& device : sources.devices)
         out << "  --device " << device.id << "  " << device.name << "\n";

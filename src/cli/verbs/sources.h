@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/capture_device.h"
+#include "platform/content_picker.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor::cli {
@@ -18,6 +19,8 @@ struct Sources {
     std::vector<platform::CaptureDevice> devices;
     /// The reason why displays cannot be recorded, if there is one.
     std::optional<std::string> displayRefusal = {};
+    /// What the desktop's own dialog offers, where that chooses; then there are no displays and windows to list.
+    std::optional<platform::ContentPicker::Offer> picker = {};
 };
 
 /// The recordable sources among the desktop's content and devices.

@@ -19,8 +19,10 @@ void run(const Arguments& arguments, std::ostream& out) {
     if (!arguments.positional().empty()) throw UsageError("Zu viele Angaben: " + arguments.positional().front());
     BlockingMainLoop loop;
     Machine machine(loop);
-    const Sources sources = recordableSources(machine.desktop().shareableContent(),
-                                              capture::DeviceRecorder::availableDevices(machine.devices()));
+    platform::Desktop& desktop = machine.desktop();
+    Sources sources =
+        recordableSources(desktop.shareableContent(), capture::DeviceRecorder::availableDevices(machine.devices()));
+    if (platform::ContentPicker* const picker = desktop.contentPicker()) sources.picker = picker->offer();
     if (arguments.has("--json")) {
         writeSources(sources, out);
     } else {
