@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "base/geometry.h"
-#include "platform/pipewire/cursor_meta.h"
 #include "platform/input/pointer_interpreter.h"
+#include "platform/pipewire/cursor_meta.h"
 #include "platform/pointer_monitor.h"
 #include "platform/wayland/pointer_timeline.h"
 
