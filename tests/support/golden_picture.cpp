@@ -46,7 +46,7 @@ void expectGolden(const imaging::BgraPremultipliedBuffer& actual, const fs::path
     if (update != nullptr && *update == '1') {
         fs::create_directories(golden.parent_path());
         imaging::writePng(golden, actual);
-        ADD_FAILURE() << golden << " was made anew, and compared with nothing";
+        ADD_FAILURE() << golden << " was written again and compared with nothing";
         return;
     }
     const std::string name = golden.stem().string();

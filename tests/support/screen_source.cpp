@@ -83,7 +83,7 @@ class ScreenSource::Impl {
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
-    // Whoever works on what follows holds the loop, so that its thread does not.
+    // Everything below runs with the loop locked, so that its thread waits.
     class Hold {
       public:
         explicit Hold(const Impl& impl) : loop_(impl.loop_) { pw_thread_loop_lock(loop_); }
