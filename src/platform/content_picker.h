@@ -3,19 +3,13 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <variant>
 
-#include "base/recorder_error.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor::platform {
-
-/// The user said no in the desktop's dialog.
-class ContentRefused : public RecorderError {
-  public:
-    using RecorderError::RecorderError;
-};
 
 /// How a recording knows the pointer.
 enum class PointerKnowledge {
@@ -56,11 +50,9 @@ class ContentPicker {
 
     /// Waits until the user has chosen, which has no limit of time. From then on `Desktop::shareableContent` lists what
     /// was granted and nothing else, until `release` or the end of the stream that records it. Returns the display or
-    /// window; nullopt when `cancel` was called. Throws `ContentRefused` when the user says no, and `RecorderError`.
-    virtual std::optional<std::variant<Display, Window>> pick(const Request& request) = 0;
-
-    /// Ends a `pick` that waits, and its dialog. Does nothing otherwise.
-    virtual void cancel() = 0;
+    /// window; nullopt when `stop` was requested, which closes the dialog. Throws `RecorderError`, also when the user
+    /// says no.
+    virtual std::optional<std::variant<Display, Window>> pick(const Request& request, std::stop_token stop) = 0;
 
     /// Gives a grant back that no stream has taken over. Does nothing otherwise.
     virtual void release() = 0;

@@ -45,9 +45,7 @@ void pickContent(platform::ContentPicker& picker, const RecordRequest& request, 
     const auto pick = pickFor(request, offer);
     if (const auto remark = pointerRemark(offer.pointer)) session.status.say(*remark);
     session.status.show("Warte auf den Dialog des Desktops …");
-    const std::stop_callback onSignal(session.interruption.token(), [&picker] { picker.cancel(); });
-    const bool isInterrupted = session.interruption.token().stop_requested();
-    if (isInterrupted || !picker.pick(pick)) throw RecorderError("Die Aufnahme wurde abgebrochen.");
+    if (!picker.pick(pick, session.interruption.token())) throw RecorderError("Die Aufnahme wurde abgebrochen.");
 }
 
 capture::RecordingRequest recordingFor(const RecordRequest& request, Session& session) {

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/precondition.h"
 #include "base/recorder_error.h"
 #include "platform/content_picker.h"
 #include "platform/pictures/capture_area.h"
@@ -145,29 +144,23 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
                 knowledgeOf(bestCursorMode(offered)), offered.canRestore()};
     }
 
-    std::optional<std::variant<platform::Display, platform::Window>> pick(const Request& request) override {
+    std::optional<std::variant<platform::Display, platform::Window>> pick(const Request& request,
+                                                                          std::stop_token stop) override {
         release();
         const auto portal = std::make_shared<PortalConnection>(options_.busAddress);
+        std::shared_ptr<Grant> grant;
         {
-            const std::lock_guard hold(lock_);
-            precondition(!asking_, "one pick at a time");
-            asking_ = portal;
+            const std::stop_callback onStop(std::move(stop), [&portal] { portal->cancel(); });
+            grant = ask(portal, request);
         }
-        const auto grant = ask(portal, request);
         {
             const std::lock_guard hold(lock_);
-            asking_ = nullptr;
             pending_ = grant;
             current_ = grant;
         }
         if (!grant) return std::nullopt;
         if (grant->window) return *grant->window;
         return grant->display;
-    }
-
-    void cancel() override {
-        const std::lock_guard hold(lock_);
-        if (asking_) asking_->cancel();
     }
 
     void release() override {
@@ -192,16 +185,10 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         options.session.parentWindow = request.parentWindow;
         options.maximumRate = request.maximumRate;
         if (!request.asksAgain && !options_.tokenFolder.empty()) options.session.restoreToken = tokens_.token(source);
-        try {
-            auto screen = GrantedScreen::open(portal, options);
-            if (!screen) return nullptr;
-            if (!options_.tokenFolder.empty()) tokens_.store(source, screen->session().restoreToken());
-            return makeGrant(std::move(screen), request.kind);
-        } catch (...) {
-            const std::lock_guard hold(lock_);
-            asking_ = nullptr;
-            throw;
-        }
+        auto screen = GrantedScreen::open(portal, options);
+        if (!screen) return nullptr;
+        if (!options_.tokenFolder.empty()) tokens_.store(source, screen->session().restoreToken());
+        return makeGrant(std::move(screen), request.kind);
     }
 
     std::shared_ptr<Grant> makeGrant(std::unique_ptr<GrantedScreen> screen, Kind kind) {
@@ -235,10 +222,9 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
     const RestoreTokens tokens_;
 
     mutable std::mutex lock_;
-    std::shared_ptr<PortalConnection> asking_;  // guarded by lock_; while a pick waits
-    std::shared_ptr<Grant> pending_;            // guarded by lock_; granted, and no stream has taken it over
-    std::weak_ptr<Grant> current_;              // guarded by lock_
-    std::uint32_t lastID_ = 0;                  // one pick at a time
+    std::shared_ptr<Grant> pending_;  // guarded by lock_; granted, and no stream has taken it over
+    std::weak_ptr<Grant> current_;    // guarded by lock_
+    std::uint32_t lastID_ = 0;        // one pick at a time
 };
 
 }  // namespace

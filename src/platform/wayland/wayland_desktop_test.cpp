@@ -27,7 +27,7 @@ std::unique_ptr<platform::Desktop> openOn(const SwayRig& rig) {
 }
 
 platform::Display pickDisplay(platform::Desktop& desktop) {
-    const auto picked = desktop.contentPicker()->pick({});
+    const auto picked = desktop.contentPicker()->pick({}, {});
     return std::get<platform::Display>(picked.value());
 }
 
