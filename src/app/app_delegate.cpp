@@ -134,7 +134,10 @@ void AppDelegate::reloadDisplays() {
         std::variant<SourceLists, RecorderError> answer;
         try {
             const platform::ShareableContent content = services_.desktop.shareableContent();
-            answer = sourceLists(content, capture::DeviceRecorder::availableDevices(services_.devices));
+            SourceLists lists = sourceLists(content, capture::DeviceRecorder::availableDevices(services_.devices));
+            if (platform::ContentPicker* const picker = services_.desktop.contentPicker())
+                lists.picker = picker->offer();
+            answer = std::move(lists);
         } catch (const RecorderError& error) {
             answer = error;
         }
@@ -252,6 +255,8 @@ void AppDelegate::cameraAnswered(Access access) {
 void AppDelegate::toggleRecording() {
     if (flow_.hasRecorder()) {
         flow_.stop();
+    } else if (flow_.isGranting()) {
+        flow_.cancelGrant();
     } else if (!flow_.isActive()) {
         startRecording();
     }
@@ -268,6 +273,10 @@ void AppDelegate::startRecording() {
         window_.withdrawHint(about, readyText());
     }
     const MainWindowChoices& choices = window_.choices();
+    if (lists_.picker && choices.sourceType != SourceType::device) {
+        startGrant(choices.sourceType);
+        return;
+    }
     const auto display = chosen(lists_.displays, choices.sourceIndex);
     switch (choices.sourceType) {
         case SourceType::device:
@@ -298,6 +307,15 @@ void AppDelegate::startRecording() {
             }
             return;
     }
+}
+
+void AppDelegate::startGrant(SourceType type) {
+    if (const auto refusal = pickerRefusal(type, *lists_.picker)) {
+        window_.setHint(Hint::source, *refusal);
+        return;
+    }
+    using Kind = platform::ContentPicker::Kind;
+    flow_.beginGrant(type == SourceType::window ? Kind::window : Kind::display);
 }
 
 // Folders, editor, check video

@@ -86,6 +86,7 @@ class AppDelegate {
   private:
     void setChoice(const std::function<void(MainWindowChoices&)>& set);
     void startRecording();
+    void startGrant(SourceType type);
     void reloadDisplays();
     void applySources(const std::variant<SourceLists, RecorderError>& answer);
     void fillSourcePopup();

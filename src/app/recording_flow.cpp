@@ -38,7 +38,8 @@ RecordingFlow::RecordingFlow(const AppServices& services, ViewInForce& view, Mai
       window_(window),
       callbacks_(std::move(callbacks)),
       access_(services),
-      preview_(services) {}
+      preview_(services),
+      grant_(services) {}
 
 RecordingFlow::~RecordingFlow() {
     abandonCountdown();
@@ -49,6 +50,7 @@ void RecordingFlow::abandonCountdown() {
     countdownTimer_.reset();
     phase_ = Phase::idle;
     removeEmptyFolder(folder_);
+    grant_.release();
 }
 
 bool RecordingFlow::hasRecorder() const {
@@ -101,6 +103,45 @@ void RecordingFlow::regionPicked(std::optional<Rect> rect) {
     begin(std::move(request));
 }
 
+// The desktop's dialog
+
+void RecordingFlow::beginGrant(platform::ContentPicker::Kind kind) {
+    if (isActive()) return;
+    phase_ = Phase::granting;
+    window_.update([](MainWindowState& state) {
+        state.recordTitle = "Auswahl abbrechen";
+        state.controlsEnabled = false;
+        state.status = "Warte auf den Dialog des Desktops …";
+    });
+    grant_.ask({kind, false, window_.choices().fps(), ""},
+               [this](const ContentGrant::Outcome& outcome) { granted(outcome); });
+}
+
+void RecordingFlow::cancelGrant() {
+    if (isGranting()) grant_.cancel();
+}
+
+void RecordingFlow::granted(const ContentGrant::Outcome& outcome) {
+    backToIdle();
+    if (const auto* error = std::get_if<RecorderError>(&outcome)) {
+        window_.setHint(Hint::source, error->message());
+        return;
+    }
+    const auto& content = std::get<std::optional<ContentGrant::Content>>(outcome);
+    if (!content) {
+        window_.setStatus("Auswahl abgebrochen.");
+        return;
+    }
+    Request request;
+    if (const auto* display = std::get_if<platform::Display>(&*content)) {
+        request.source = capture::DisplaySource{*display};
+        request.display = *display;
+    } else {
+        request.source = capture::WindowSource{std::get<platform::Window>(*content)};
+    }
+    begin(std::move(request));
+}
+
 // Permissions
 
 void RecordingFlow::begin(Request request) {
@@ -140,6 +181,7 @@ void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted g
         return;
     }
     phase_ = Phase::idle;
+    grant_.release();
     window_.setHint(refusal.about, refusal.sentence);
     view_->showMainWindow();
 }
@@ -219,6 +261,7 @@ void RecordingFlow::recorderStarted(std::optional<RecorderError> error) {
 void RecordingFlow::startFailed(const std::string& message) {
     recorder_.reset();
     removeEmptyFolder(folder_);
+    grant_.release();
     const std::string text = "Start fehlgeschlagen: " + message;
     Log::write(logCategory(), text);
     backToIdle();

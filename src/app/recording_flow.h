@@ -11,6 +11,7 @@
 
 #include "app/app_services.h"
 #include "app/camera_preview.h"
+#include "app/content_grant.h"
 #include "app/device_access.h"
 #include "app/main_window_model.h"
 #include "app/view_in_force.h"
@@ -22,14 +23,15 @@ namespace lumivastor::app {
 
 /// One recording after the other, from the click on "Aufnahme starten" until its folder is finished:
 ///
-///     idle -> arming -> picking (regions only) ─┐
-///       └───────────────────────────────────────┴> permissions -> countdown -> starting -> recording -> finishing ->
-///       idle
+///     idle -> arming -> picking (regions only) ──────────────┐
+///       ├───> granting (where the desktop's dialog chooses) ──┤
+///       └─────────────────────────────────────────────────────┴> permissions -> countdown -> starting -> recording
+///            -> finishing -> idle
 ///
 /// A failure or cancellation returns to idle, and the main window shows why. Main thread.
 class RecordingFlow {
   public:
-    enum class Phase { idle, arming, picking, permissions, countdown, starting, recording, finishing };
+    enum class Phase { idle, arming, picking, granting, permissions, countdown, starting, recording, finishing };
 
     struct Callbacks {
         /// A recording into this folder has begun.
@@ -61,6 +63,12 @@ class RecordingFlow {
     /// moment.
     void beginRegion(const platform::Display& display, std::vector<platform::RunningApplication> excludedApplications,
                      bool provesItself);
+
+    /// Lets the user choose in the desktop's own dialog first.
+    void beginGrant(platform::ContentPicker::Kind kind);
+    /// Whether that dialog is open, and closes it.
+    bool isGranting() const { return phase_ == Phase::granting; }
+    void cancelGrant();
 
     void regionArmProceed();
     void regionArmCancel();
@@ -95,6 +103,7 @@ class RecordingFlow {
     void askForPermissions(Subject subject, Granted granted);
     void permissionAnswered(Access access, Subject subject, Granted granted, const Refusal& refusal);
     void regionPicked(std::optional<Rect> rect);
+    void granted(const ContentGrant::Outcome& outcome);
 
     capture::RecordingRequest recordingOf(const Subject& subject) const;
     void prepare(const Subject& subject);
@@ -120,6 +129,7 @@ class RecordingFlow {
     const Callbacks callbacks_;
     DeviceAccess access_;
     CameraPreview preview_;
+    ContentGrant grant_;
 
     Phase phase_ = Phase::idle;
     bool terminationPending_ = false;

@@ -35,6 +35,13 @@ SourcePopup displayPopup(const SourceLists& lists, const std::string& readyStatu
     return popup;
 }
 
+// What the user clicks on is decided in the desktop's dialog.
+SourcePopup pickerPopup(SourceType type, const platform::ContentPicker::Offer& offer) {
+    if (auto refusal = pickerRefusal(type, offer)) return {{}, *std::move(refusal)};
+    return {{type == SourceType::window ? "Fenster wählen …" : "Bildschirm wählen …"},
+            "Bereit. Nach dem Start wählst du im Dialog des Desktops."};
+}
+
 SourcePopup devicePopup(const std::vector<platform::CaptureDevice>& devices) {
     SourcePopup popup;
     for (const platform::CaptureDevice& device : devices) popup.items.push_back(device.name);
@@ -51,6 +58,7 @@ SourceLists sourceLists(const platform::ShareableContent& content, std::vector<p
 }
 
 SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
+    if (lists.picker && type != SourceType::device) return pickerPopup(type, *lists.picker);
     switch (type) {
         case SourceType::window:
             return windowPopup(lists.windows);
@@ -62,6 +70,20 @@ SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
             return devicePopup(lists.devices);
     }
     return {};
+}
+
+std::optional<std::string> pickerRefusal(SourceType type, const platform::ContentPicker::Offer& offer) {
+    if (type == SourceType::region) {
+        return "Einen Ausschnitt nimmt auf diesem Desktop bisher nur die Kommandozeile auf: „lumivastor record "
+               "--region“.";
+    }
+    if (type == SourceType::window && !offer.windows) {
+        return "Dieser Desktop gibt nur ganze Bildschirme frei, keine einzelnen Fenster.";
+    }
+    if (type == SourceType::display && !offer.displays) {
+        return "Dieser Desktop gibt nur einzelne Fenster frei, keine ganzen Bildschirme.";
+    }
+    return std::nullopt;
 }
 
 SourcePopup deniedSourcePopup() {

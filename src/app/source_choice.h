@@ -7,6 +7,7 @@
 
 #include "capture/capture_plan.h"
 #include "platform/capture_device.h"
+#include "platform/content_picker.h"
 #include "platform/shareable_content.h"
 
 // The lists from which the user chooses a source. Pure functions.
@@ -25,6 +26,8 @@ struct SourceLists {
     std::optional<platform::RunningApplication> ownApplication;
     /// The reason why displays and regions cannot be recorded; nullopt if they can.
     std::optional<std::string> displayRefusal = {};
+    /// What the desktop's own dialog offers, where that chooses; then there are no displays and windows to list.
+    std::optional<platform::ContentPicker::Offer> picker = {};
 };
 
 /// The lists for the desktop's content and devices. Includes this program as `ownApplication`, by its process, even
@@ -38,6 +41,9 @@ struct SourcePopup {
 };
 
 SourcePopup sourcePopup(SourceType type, const SourceLists& lists);
+
+/// Why the desktop's dialog cannot choose a source of this type; nullopt when it can. Not for devices.
+std::optional<std::string> pickerRefusal(SourceType type, const platform::ContentPicker::Offer& offer);
 
 /// Menu contents when the desktop refuses to list its sources.
 SourcePopup deniedSourcePopup();

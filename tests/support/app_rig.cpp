@@ -110,6 +110,10 @@ app::AppServices AppRig::appServices() {
         services_, root_, preferences_, sleep_, [this](std::function<void()> pressed) {
             return shortcutIsTaken_ ? nullptr : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
         }};
+    services.offerStop = [this](std::function<void()> stop) {
+        stopFromOutside_ = std::move(stop);
+        return std::shared_ptr<void>(this, [this](void*) { stopFromOutside_ = nullptr; });
+    };
     // A quarter past nine on 2025-03-14, local time.
     std::tm time{};
     time.tm_year = 125;

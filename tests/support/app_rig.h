@@ -120,7 +120,8 @@ class AppRig : public RecorderRig {
     MemoryPreferences preferences_;
     CountedInhibitor sleep_;
     bool shortcutIsTaken_ = false;
-    std::function<void()> pressShortcut_;  // while one is grabbed
+    std::function<void()> pressShortcut_;    // while one is grabbed
+    std::function<void()> stopFromOutside_;  // while other processes may stop the recording
     std::function<void(app::AppServices&)> beforeLaunch_;
     std::function<void(const render::CursorRenderer::Outcome&)> checkVideoEnds_;
     std::atomic<bool> checkVideoWasStopped_ = false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/synthetic/synthetic_desktop.h"
 
+#include <condition_variable>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -57,6 +58,10 @@ struct SyntheticDesktop::State {
     std::optional<RecorderError> stopError;
     std::optional<platform::SystemCursor> cursor;
     std::optional<RecorderError> cursorError;
+    std::optional<platform::ContentPicker::Request> openPick;
+    std::optional<PickAnswer> pickAnswer;
+    std::condition_variable_any pickAnswered;
+    int releaseCount = 0;
     std::optional<Point> pointerLocation;
     std::map<std::uint32_t, Rect> windowFrames;
     bool canWatchPointer = true;
@@ -168,11 +173,75 @@ class SyntheticDesktop::Monitor : public platform::PointerMonitor {
 
 SyntheticDesktop::SyntheticDesktop() : state_(std::make_shared<State>()) {}
 
-SyntheticDesktop::~SyntheticDesktop() = default;
-
 void SyntheticDesktop::setContent(platform::ShareableContent content) {
     const std::lock_guard hold(state_->lock);
     state_->content = std::move(content);
+}
+
+class SyntheticDesktop::Picker final : public platform::ContentPicker {
+  public:
+    Picker(std::shared_ptr<State> desktop, const Offer& offer) : desktop_(std::move(desktop)), offer_(offer) {}
+
+    Offer offer() override { return offer_; }
+
+    std::optional<std::variant<platform::Display, platform::Window>> pick(const Request& request,
+                                                                          std::stop_token stop) override {
+        std::unique_lock hold(desktop_->lock);
+        desktop_->openPick = request;
+        desktop_->pickAnswer.reset();
+        const bool isAnswered =
+            desktop_->pickAnswered.wait(hold, stop, [this] { return desktop_->pickAnswer.has_value(); });
+        desktop_->openPick.reset();
+        if (!isAnswered) return std::nullopt;
+        const PickAnswer answer = *std::exchange(desktop_->pickAnswer, std::nullopt);
+        if (const auto* error = std::get_if<RecorderError>(&answer)) throw RecorderError(*error);
+        desktop_->content = {};
+        if (const auto* display = std::get_if<platform::Display>(&answer)) {
+            desktop_->content.displays = {*display};
+            desktop_->content.mainDisplayID = display->id;
+            return *display;
+        }
+        const auto& window = std::get<platform::Window>(answer);
+        desktop_->content.displays = {{window.displayID, "", window.frame, 1}};
+        desktop_->content.mainDisplayID = window.displayID;
+        desktop_->content.windows = {window};
+        return window;
+    }
+
+    void release() override {
+        const std::lock_guard hold(desktop_->lock);
+        ++desktop_->releaseCount;
+    }
+
+  private:
+    const std::shared_ptr<State> desktop_;
+    const Offer offer_;
+};
+
+SyntheticDesktop::~SyntheticDesktop() = default;
+
+void SyntheticDesktop::setPicker(const platform::ContentPicker::Offer& offer) {
+    picker_ = std::make_unique<Picker>(state_, offer);
+}
+
+void SyntheticDesktop::answerPick(PickAnswer answer) {
+    const std::lock_guard hold(state_->lock);
+    state_->pickAnswer = std::move(answer);
+    state_->pickAnswered.notify_all();
+}
+
+std::optional<platform::ContentPicker::Request> SyntheticDesktop::openPick() const {
+    const std::lock_guard hold(state_->lock);
+    return state_->openPick;
+}
+
+int SyntheticDesktop::releaseCount() const {
+    const std::lock_guard hold(state_->lock);
+    return state_->releaseCount;
+}
+
+platform::ContentPicker* SyntheticDesktop::contentPicker() {
+    return picker_.get();
 }
 
 void SyntheticDesktop::failContent(std::optional<RecorderError> error) {

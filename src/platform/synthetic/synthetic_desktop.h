@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "platform/desktop.h"
@@ -36,6 +37,9 @@ class SyntheticDesktop : public platform::Desktop {
     /// Without, `monitorPointer` returns null.
     void setPointerCanBeWatched(bool can);
 
+    /// The desktop has a dialog of its own from now on; what `pick` asks waits for `answerPick`.
+    void setPicker(const platform::ContentPicker::Offer& offer);
+
     // What happens. Samples and sound go to the stream that was made last, while it runs and has an output for them.
 
     void emitScreen(const platform::ScreenSample& sample);
@@ -48,6 +52,11 @@ class SyntheticDesktop : public platform::Desktop {
     void emitDisplayOrigin(double hostSeconds, Point pixels);
     /// Goes unchanged to every pointer monitor.
     void emitPointer(const platform::PointerEvent& event);
+
+    /// The user's answer to the open dialog: a display or window, which is all that the desktop lists then, or an
+    /// error.
+    using PickAnswer = std::variant<platform::Display, platform::Window, RecorderError>;
+    void answerPick(PickAnswer answer);
 
     /// Starting or stopping a stream throws this from now on; nullopt makes it succeed again.
     void failStart(std::optional<RecorderError> error);
@@ -65,6 +74,10 @@ class SyntheticDesktop : public platform::Desktop {
     std::optional<platform::StreamConfiguration> configuration() const;
     bool hasSystemAudioOutput() const;
     bool hasMicrophoneOutput() const;
+    /// What the open dialog was asked for; nullopt when none is open.
+    std::optional<platform::ContentPicker::Request> openPick() const;
+    /// How often a grant was given back.
+    int releaseCount() const;
     /// Of the monitor that was made last.
     std::optional<platform::PointSpace> monitorSpace() const;
     int monitorCount() const;
@@ -79,13 +92,16 @@ class SyntheticDesktop : public platform::Desktop {
     std::optional<Point> pointerLocation(const platform::PointSpace& space) override;
     std::optional<platform::SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override;
     std::optional<Rect> windowFrame(std::uint32_t windowID, const platform::PointSpace& space) override;
+    platform::ContentPicker* contentPicker() override;
 
   private:
     struct State;
+    class Picker;
     class Stream;
     class Monitor;
 
     const std::shared_ptr<State> state_;  // streams and monitors may outlive the desktop
+    std::unique_ptr<Picker> picker_;      // null: lists
 };
 
 }  // namespace lumivastor::synthetic
