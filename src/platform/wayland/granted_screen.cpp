@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "base/handled_error.h"
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
 #include "base/thread_name.h"
@@ -16,8 +17,11 @@ constexpr double kFormatSeconds = 5;
 // How late the thread may notice that it is to stop, or that the portal has said something.
 constexpr double kTurnSeconds = 0.05;
 
-// How often the screen is copied until the stream sends its first picture. A change in between is in the next copy.
+// How often the screen is copied until the stream sends its first picture: often while a recording begins, then as
+// rarely as a still screen deserves. A change in between is in the next copy.
 constexpr double kCopySeconds = 0.2;
+constexpr double kRareCopySeconds = 1;
+constexpr double kBeginningSeconds = 2;
 // How long the portal gets to say why a stream has ended.
 constexpr double kLastWordSeconds = 0.2;
 
@@ -54,7 +58,13 @@ void GrantedScreen::run(int maximumRate, std::promise<void> opened) {
         opened.set_exception(std::current_exception());
         isStopping_ = true;
     }
-    while (!isStopping_ && !ended()) turn();
+    while (!isStopping_ && !ended()) {
+        try {
+            turn();
+        } catch (...) {
+            end(handledError("Die Aufnahme des Bildschirms ist abgebrochen").message());
+        }
+    }
     stream_.reset();
     connection_.reset();
 }
@@ -96,7 +106,10 @@ void GrantedScreen::useCopier(std::unique_ptr<ScreenCopier> copier) {
 void GrantedScreen::copyFirstPicture() {
     const double now = hostClockSeconds();
     const std::lock_guard hold(lock_);
-    if (!copier_ || now - copiedAt_ < kCopySeconds) return;
+    if (!copier_) return;
+    if (copiedFrom_ == 0) copiedFrom_ = now;
+    const double pause = now - copiedFrom_ < kBeginningSeconds ? kCopySeconds : kRareCopySeconds;
+    if (now - copiedAt_ < pause) return;
     copiedAt_ = now;
     const auto copy = copier_->copy(session_->cursorMode() == CursorMode::embedded);
     // Another size: the screen has just changed, and the stream will say so.

@@ -71,7 +71,8 @@ class GrantedScreen {
     std::unique_ptr<pipewire::PipeWireConnection> connection_;
     std::unique_ptr<pipewire::ScreenStream> stream_;
     std::optional<std::string> streamEnd_;  // why the stream ended
-    double copiedAt_ = 0;                   // host seconds of the last copy
+    double copiedFrom_ = 0;                 // host seconds of the first copy
+    double copiedAt_ = 0;                   // and of the last one
 
     mutable std::mutex lock_;
     std::unique_ptr<ScreenCopier> copier_;  // guarded by lock_; null once it is not needed any more
