@@ -46,7 +46,8 @@ std::optional<std::string> CanvasSource::takeNotice() {
 }
 
 bool CanvasSource::paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
-    for (const platform::PixelRect& rect : damage.rects()) canvas_.copy(rect, options_.x, options_.y, picture);
+    // Newer content may have come since `update`; then this is its time.
+    state_.shownAt = canvas_.copy(damage.rects(), options_.x, options_.y, picture);
     return true;
 }
 

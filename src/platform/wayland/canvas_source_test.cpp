@@ -82,6 +82,25 @@ TEST(CanvasSource, KeepsEveryChangeBetweenTwoUpdates) {
     EXPECT_TRUE(damage.isEmpty());
 }
 
+TEST(CanvasSource, ContentThatComesBeforeItIsPaintedHasItsOwnTime) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 0, 0, {8, 8});
+    Shown first(8, 8, 10);
+    first.picture.hostSeconds = 5;
+    canvas.show(first.picture);
+    DamageArea damage;
+    source.update(damage);
+    EXPECT_EQ(source.contentSeconds(), 5);
+    Shown second(8, 8, 20);
+    second.picture.hostSeconds = 6;
+    canvas.show(second.picture);
+    imaging::BgraPremultipliedBuffer picture(8, 8);
+    source.paint(damage, picture);
+    EXPECT_EQ(greyAt(picture, 4, 4), 20);
+    EXPECT_EQ(source.contentSeconds(), 6);
+}
+
 TEST(CanvasSource, CutsItsPartOut) {
     ScreenCanvas canvas;
     canvas.setStreaming(true);

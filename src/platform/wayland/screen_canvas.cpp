@@ -74,13 +74,16 @@ ScreenCanvas::State ScreenCanvas::state() const {
     return state_;
 }
 
-void ScreenCanvas::copy(const platform::PixelRect& part, int dx, int dy,
-                        imaging::BgraPremultipliedBuffer& target) const {
+double ScreenCanvas::copy(std::span<const platform::PixelRect> parts, int dx, int dy,
+                          imaging::BgraPremultipliedBuffer& target) const {
     const std::lock_guard hold(lock_);
     const platform::PixelRect content{-dx, -dy, content_.width(), content_.height()};
-    const platform::PixelRect shown = platform::intersection(part, content);
-    if (shown != part) platform::fillBlack(target, part);
-    if (!shown.isEmpty()) copyRect(content_, shown, dx, dy, target);
+    for (const platform::PixelRect& part : parts) {
+        const platform::PixelRect shown = platform::intersection(part, content);
+        if (shown != part) platform::fillBlack(target, part);
+        if (!shown.isEmpty()) copyRect(content_, shown, dx, dy, target);
+    }
+    return state_.shownAt;
 }
 
 imaging::BgraPremultipliedBuffer ScreenCanvas::snapshot() const {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <span>
 
 #include "base/pixel_size.h"
 #include "imaging/pixel_buffer.h"
@@ -35,9 +36,11 @@ class ScreenCanvas {
     State take(platform::DamageArea& damage);
     State state() const;
 
-    /// Copies `part` of `target` from the content; the content's pixel (x + dx, y + dy) goes to the target's (x, y).
-    /// Where there is no content, black. `part` lies within `target`.
-    void copy(const platform::PixelRect& part, int dx, int dy, imaging::BgraPremultipliedBuffer& target) const;
+    /// Copies `parts` of `target` from the content, all of one moment; the content's pixel (x + dx, y + dy) goes to the
+    /// target's (x, y). Where there is no content, black. The parts lie within `target`. Returns when that content was
+    /// shown, which may be later than the last `take`.
+    double copy(std::span<const platform::PixelRect> parts, int dx, int dy,
+                imaging::BgraPremultipliedBuffer& target) const;
 
     /// A copy of the whole content; empty before the first picture.
     imaging::BgraPremultipliedBuffer snapshot() const;
