@@ -2,6 +2,7 @@
 #include "platform/input/pointer_interpreter.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace lumivastor::platform {
 namespace {
