@@ -18,7 +18,7 @@ struct RecordingRemarks {
     std::optional<std::string> endedEarly = std::nullopt;
 };
 
-/// The document that tells of a recording: its figures, its absolute folder, and remarks. Here and below, figures that
+/// The document about a recording: its figures, its absolute folder, and remarks. Here and below, figures that
 /// are not counted are left out.
 void writeRecordingResult(std::ostream& out, const capture::RecordingJob::Stats& stats,
                           const std::filesystem::path& folder, const RecordingRemarks& remarks = {});

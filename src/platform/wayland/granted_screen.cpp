@@ -135,8 +135,8 @@ std::optional<std::string> GrantedScreen::ended() const {
     return ended_;
 }
 
-platform::PointerKnowledge GrantedScreen::pointer() const {
-    switch (session_->cursorMode()) {
+platform::PointerKnowledge knowledgeOf(CursorMode mode) {
+    switch (mode) {
         case CursorMode::metadata:
             return platform::PointerKnowledge::positions;
         case CursorMode::embedded:

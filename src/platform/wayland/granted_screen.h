@@ -21,6 +21,9 @@
 
 namespace lumivastor::wayland {
 
+/// How a recording knows the pointer when its stream has it in this mode.
+platform::PointerKnowledge knowledgeOf(CursorMode mode);
+
 /// A display or window that the user has allowed to record, and its live stream, read by a thread of its own
 /// ("wayland.stream"). The permission ends with this object. Any thread.
 class GrantedScreen {
@@ -42,7 +45,6 @@ class GrantedScreen {
     const PortalSession& session() const { return *session_; }
     /// The size in pixels that the stream had when it was granted.
     PixelSize size() const { return size_; }
-    platform::PointerKnowledge pointer() const;
 
     ScreenCanvas& canvas() { return canvas_; }
     PointerHub& pointerHub() { return pointer_; }

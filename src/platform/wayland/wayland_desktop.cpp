@@ -26,18 +26,6 @@ SharedSource sourceOf(platform::ContentPicker::Kind kind) {
     return kind == platform::ContentPicker::Kind::display ? SharedSource::display : SharedSource::window;
 }
 
-platform::PointerKnowledge knowledgeOf(CursorMode mode) {
-    switch (mode) {
-        case CursorMode::metadata:
-            return platform::PointerKnowledge::positions;
-        case CursorMode::embedded:
-            return platform::PointerKnowledge::embedded;
-        case CursorMode::hidden:
-            break;
-    }
-    return platform::PointerKnowledge::none;
-}
-
 // What was granted, as the rest of the program knows it. A window has a display of its own size, whose corner is the
 // window's: where it is on the desktop is not told.
 struct Grant {
@@ -73,10 +61,7 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         if (!grant) return content;
         content.displays = {grant->display};
         content.mainDisplayID = grant->display.id;
-        if (grant->window) {
-            content.windows = {*grant->window};
-            content.displays.front().frame = grant->window->frame;
-        }
+        if (grant->window) content.windows = {*grant->window};
         return content;
     }
 
@@ -108,7 +93,8 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
     std::unique_ptr<platform::PointerMonitor> monitorPointer(const platform::PointSpace& space,
                                                              platform::PointerEventHandler handler) override {
         auto grant = current();
-        if (!grant || grant->screen->pointer() != platform::PointerKnowledge::positions) return nullptr;
+        if (!grant || knowledgeOf(grant->screen->session().cursorMode()) != platform::PointerKnowledge::positions)
+            return nullptr;
         return std::make_unique<GrantedPointer>(std::move(grant), space, std::move(handler));
     }
 
@@ -150,9 +136,11 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         const auto portal = std::make_shared<PortalConnection>(options_.busAddress);
         std::shared_ptr<Grant> grant;
         {
-            const std::stop_callback onStop(std::move(stop), [&portal] { portal->cancel(); });
+            const std::stop_callback onStop(stop, [&portal] { portal->cancel(); });
             grant = ask(portal, request);
         }
+        // The user may have chosen and stopped at once.
+        if (stop.stop_requested()) grant = nullptr;
         {
             const std::lock_guard hold(lock_);
             pending_ = grant;
