@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -71,8 +72,12 @@ TEST(SerialQueue, PreparedWorkMayBeHandedOverAgainFromWithin) {
         order.push_back(round);
         if (round < 99) queue.async(again);
     });
+    // Both are handed over before either runs.
+    std::promise<void> bothWait;
+    queue.async([&] { bothWait.get_future().wait(); });
     queue.async(again);
     queue.async([&] { order.push_back(-1); });
+    bothWait.set_value();
     for (int round = 0; round < 100; ++round) queue.drain();
     ASSERT_EQ(order.size(), 100u);
     EXPECT_EQ(order[0], 0);

@@ -11,8 +11,15 @@
 
 namespace lumivastor::model {
 
+/// What a recording knows of the pointer when it does not know everything.
+enum class KnownPointer {
+    positions,  // where it was and how it looked, but no clicks and no scrolling
+    embedded,   // nothing; it is painted into the pictures
+    none,       // nothing, and it is not in the pictures either
+};
+
 /// "capture.json": what was recorded and how. Written once when a recording ends, only read afterwards. The JSON keys
-/// are the field names. The four optional fields are left out when they have no value; all others are required.
+/// are the field names. The optional fields are left out when they have no value; all others are required.
 struct CaptureInfo {
     std::int64_t version = 1;
     /// When the document was written: ISO 8601 in UTC with whole seconds, as `timestamp` makes it.
@@ -53,6 +60,11 @@ struct CaptureInfo {
     /// "display", "window", "region", or the device recorder's own value.
     std::optional<std::string> sourceKind;
     std::optional<std::string> windowTitle;
+    /// Absent: everything is known, or a device was recorded, which has no pointer.
+    std::optional<KnownPointer> pointerKnown;
+
+    bool knowsPositions() const { return !pointerKnown || *pointerKnown == KnownPointer::positions; }
+    bool knowsClicks() const { return !pointerKnown; }
 
     bool operator==(const CaptureInfo&) const = default;
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "base/recorder_error.h"
 #include "model/record_fields.h"
@@ -121,6 +122,26 @@ TEST(CaptureInfo, WithoutWebcamNeitherWebcamKeyIsWritten) {
     const TemporaryFolder folder;
     displayCapture().save(folder.path());
     EXPECT_EQ(folder.read("capture.json").find("webcam"), std::string::npos);
+}
+
+TEST(CaptureInfo, SaysWhatIsKnownOfThePointerUnlessItIsEverything) {
+    CaptureInfo info = displayCapture();
+    EXPECT_TRUE(info.knowsPositions());
+    EXPECT_TRUE(info.knowsClicks());
+    const std::pair<KnownPointer, const char*> names[] = {{KnownPointer::positions, "\"positions\""},
+                                                          {KnownPointer::embedded, "\"embedded\""},
+                                                          {KnownPointer::none, "\"none\""}};
+    for (const auto& [known, name] : names) {
+        info.pointerKnown = known;
+        EXPECT_EQ(info.knowsPositions(), known == KnownPointer::positions);
+        EXPECT_FALSE(info.knowsClicks());
+        const TemporaryFolder folder;
+        info.save(folder.path());
+        EXPECT_NE(folder.read("capture.json").find("\"pointerKnown\" : " + std::string(name) + ","), std::string::npos);
+        EXPECT_EQ(CaptureInfo::load(folder.path()), info);
+    }
+    EXPECT_EQ(errorOf(replaced(kDisplayText, "{\n", "{\"pointerKnown\": \"clicks\",")),
+              "Feld „pointerKnown“ hat einen unbekannten Wert");
 }
 
 TEST(CaptureInfo, OptionalFieldsMayBeNullOrMissing) {

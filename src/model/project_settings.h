@@ -64,7 +64,7 @@ struct ProjectSettings {
     /// Kept range in source seconds, from 0; `trimEnd` of 0.01 or less, or beyond the recording, means to its end.
     double trimStart = 0, trimEnd = 0;
     std::vector<CutRange> cuts;
-    /// Absent: zooms are proposed from the clicks. Present, even if empty: exactly these zooms.
+    /// Absent: zooms are proposed. Present, even if empty: exactly these zooms.
     std::optional<std::vector<ZoomSpec>> zooms;
     /// Magnification of proposed zooms.
     double zoomScale = 1.6;
@@ -81,6 +81,9 @@ struct ProjectSettings {
     double cornerRadius = 26;
     /// Linear gain; 1 leaves the sound unchanged.
     double systemVolume = 1, micVolume = 1;
+    /// Whether the film's sound is brought to one loudness. Absent means off, so that documents without it stay as they
+    /// are.
+    std::optional<bool> levelLoudness;
     /// Lines of the exported movie.
     std::int64_t exportHeight = 1440;
     ExportFormat exportFormat = ExportFormat::mp4;
@@ -94,6 +97,8 @@ struct ProjectSettings {
     /// Shares of the source picture that are cut off.
     double cropTop = 0, cropBottom = 0, cropLeft = 0, cropRight = 0;
     std::vector<MaskRect> masks;
+
+    bool levelsLoudness() const { return levelLoudness.value_or(false); }
 
     bool operator==(const ProjectSettings&) const = default;
 

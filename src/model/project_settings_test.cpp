@@ -71,8 +71,8 @@ ProjectSettings editedSettings() {
     return settings;
 }
 
-TEST(ProjectSettings, HaveTwentySevenFieldsWithTheirDefaults) {
-    EXPECT_EQ(kFieldCount<ProjectSettings>, 27u);
+TEST(ProjectSettings, HaveTheirDefaultsAndLeaveOutWhatIsOff) {
+    EXPECT_EQ(kFieldCount<ProjectSettings>, 28u);
     const TemporaryFolder folder;
     ProjectSettings().save(folder.path());
     EXPECT_EQ(folder.read("project.json"), kDefaultText);
@@ -113,6 +113,19 @@ TEST(ProjectSettings, AnEmptyZoomListIsNotAnAbsentOne) {
     EXPECT_NE(folder.read("project.json").find("\"zooms\" : []"), std::string::npos);
     ProjectSettings().save(folder.path());
     EXPECT_EQ(folder.read("project.json").find("zooms"), std::string::npos);
+}
+
+TEST(ProjectSettings, LoudnessIsLevelledOnlyWhereTheDocumentSaysSo) {
+    EXPECT_FALSE(ProjectSettings().levelsLoudness());
+    EXPECT_FALSE(parsed(R"({"levelLoudness": null})").levelsLoudness());
+    EXPECT_FALSE(parsed(R"({"levelLoudness": false})").levelsLoudness());
+    ProjectSettings settings = parsed(R"({"levelLoudness": true})");
+    EXPECT_TRUE(settings.levelsLoudness());
+    const TemporaryFolder folder;
+    settings.save(folder.path());
+    EXPECT_NE(folder.read("project.json").find("\"levelLoudness\" : true"), std::string::npos);
+    EXPECT_EQ(ProjectSettings::load(folder.path()), settings);
+    EXPECT_EQ(loadedFrom(R"({"levelLoudness": 1, "padding": 0.1})"), ProjectSettings());
 }
 
 TEST(ProjectSettings, AnyErrorGivesTheWholeDefaultDocument) {

@@ -14,6 +14,7 @@
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
+#include "model/recording_quality.h"
 
 // One table for each record of a document: its fields in declaration order. Reading and writing use the same table, so
 // that a field cannot be read under one name and written under another.
@@ -76,7 +77,17 @@ struct RecordFields<CaptureInfo> {
         LUMI_FIELD(R, webcamOffset),
         LUMI_FIELD(R, sourceKind),
         LUMI_FIELD(R, windowTitle),
+        LUMI_FIELD(R, pointerKnown),
     };
+};
+
+template <>
+struct EnumerationNames<KnownPointer> {
+    static constexpr std::array<std::pair<KnownPointer, std::string_view>, 3> list = {{
+        {KnownPointer::positions, "positions"},
+        {KnownPointer::embedded, "embedded"},
+        {KnownPointer::none, "none"},
+    }};
 };
 
 template <>
@@ -197,10 +208,69 @@ struct RecordFields<ProjectSettings> {
         LUMI_FIELD(R, tempo),         LUMI_FIELD(R, smoothing),       LUMI_FIELD(R, cursorScale),
         LUMI_FIELD(R, backgroundRed), LUMI_FIELD(R, backgroundGreen), LUMI_FIELD(R, backgroundBlue),
         LUMI_FIELD(R, padding),       LUMI_FIELD(R, cornerRadius),    LUMI_FIELD(R, systemVolume),
-        LUMI_FIELD(R, micVolume),     LUMI_FIELD(R, exportHeight),    LUMI_FIELD(R, exportFormat),
-        LUMI_FIELD(R, webcamEnabled), LUMI_FIELD(R, webcamSize),      LUMI_FIELD(R, webcamCorner),
-        LUMI_FIELD(R, webcamZoom),    LUMI_FIELD(R, cropTop),         LUMI_FIELD(R, cropBottom),
-        LUMI_FIELD(R, cropLeft),      LUMI_FIELD(R, cropRight),       LUMI_FIELD(R, masks),
+        LUMI_FIELD(R, micVolume),     LUMI_FIELD(R, levelLoudness),   LUMI_FIELD(R, exportHeight),
+        LUMI_FIELD(R, exportFormat),  LUMI_FIELD(R, webcamEnabled),   LUMI_FIELD(R, webcamSize),
+        LUMI_FIELD(R, webcamCorner),  LUMI_FIELD(R, webcamZoom),      LUMI_FIELD(R, cropTop),
+        LUMI_FIELD(R, cropBottom),    LUMI_FIELD(R, cropLeft),        LUMI_FIELD(R, cropRight),
+        LUMI_FIELD(R, masks),
+    };
+};
+
+template <>
+struct RecordFields<QualityCheck> {
+    using R = QualityCheck;
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{LUMI_FIELD(R, name), LUMI_FIELD(R, ok), LUMI_FIELD(R, detail)};
+};
+
+template <>
+struct RecordFields<SoundQuality> {
+    using R = SoundQuality;
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{
+        LUMI_FIELD(R, source),
+        LUMI_FIELD(R, start),
+        LUMI_FIELD(R, end),
+        LUMI_FIELD(R, drift),
+        LUMI_FIELD(R, longestGap),
+        LUMI_FIELD(R, longestSilence),
+        LUMI_FIELD(R, damagedPackets),
+        LUMI_FIELD(R, integratedLoudness),
+    };
+};
+
+template <>
+struct RecordFields<WebcamQuality> {
+    using R = WebcamQuality;
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list =
+        std::tuple{LUMI_FIELD(R, pictures), LUMI_FIELD(R, start), LUMI_FIELD(R, end), LUMI_FIELD(R, longestGap)};
+};
+
+template <>
+struct RecordFields<RecordingQuality> {
+    using R = RecordingQuality;
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{
+        LUMI_FIELD(R, version),
+        LUMI_FIELD(R, checkedAt),
+        LUMI_FIELD(R, ok),
+        LUMI_FIELD(R, summary),
+        LUMI_FIELD(R, checks),
+        LUMI_FIELD(R, duration),
+        LUMI_FIELD(R, pictures),
+        LUMI_FIELD(R, picturesCounted),
+        LUMI_FIELD(R, picturesLost),
+        LUMI_FIELD(R, pictureStart),
+        LUMI_FIELD(R, pictureEnd),
+        LUMI_FIELD(R, longestGap),
+        LUMI_FIELD(R, longestGapStart),
+        LUMI_FIELD(R, picturesDecoded),
+        LUMI_FIELD(R, sounds),
+        LUMI_FIELD(R, webcam),
+        LUMI_FIELD(R, integratedLoudness),
+        LUMI_FIELD(R, loudnessRange),
+        LUMI_FIELD(R, truePeak),
     };
 };
 
