@@ -50,53 +50,56 @@ using Floats = hn::CappedTag<float, 16>;
 constexpr Floats kFloats;
 using FloatVector = hn::Vec<Floats>;
 
-struct Colours {
-    FloatVector blue, green, red;
+// A channel, or a weighted sum of channels, which the gradient changes evenly.
+struct Tone {
+    FloatVector light, change, white;
+
+    HWY_INLINE FloatVector at(FloatVector gradient, FloatVector highlight) const {
+        const auto tone = hn::Add(hn::Mul(gradient, change), light);
+        return hn::Add(tone, hn::Mul(hn::Sub(white, tone), highlight));
+    }
 };
 
-// Calls `store(x, colours, pattern)` for all of a row, vector by vector.
+HWY_INLINE Tone toneOf(float light, float change, float white) {
+    return {hn::Set(kFloats, light), hn::Set(kFloats, change), hn::Set(kFloats, white)};
+}
+
+// Calls `store(x, gradient, highlight, pattern)` for all of a row, vector by vector.
 template <typename Store>
 HWY_INLINE void forRow(const BackgroundRow& row, int number, int width, const Store& store) {
-    const hn::RebindToSigned<Floats> ints;
     const PatternRow patternRow(number);
+    const auto columns = hn::Iota(kFloats, 0);  // made once: compilers build it element by element
     const auto lanes = static_cast<int>(hn::Lanes(kFloats));
     const auto zero = hn::Zero(kFloats);
     const auto alpha = hn::Set(kFloats, row.highlightAlpha);
     const auto perReach = hn::Set(kFloats, -row.highlightAlpha / row.highlightReach);
-    const auto white = hn::Set(kFloats, 255.0F);
     const auto squareY = hn::Set(kFloats, row.highlightY * row.highlightY);
     const auto start = hn::Set(kFloats, row.gradientStart);
     const auto step = hn::Set(kFloats, row.gradientStep);
     const auto spacing = hn::Set(kFloats, row.spacing);
     const auto middle = hn::Set(kFloats, row.highlightX);
-    const auto blue = hn::Set(kFloats, row.light[0]);
-    const auto green = hn::Set(kFloats, row.light[1]);
-    const auto red = hn::Set(kFloats, row.light[2]);
-    const auto blueChange = hn::Set(kFloats, row.change[0]);
-    const auto greenChange = hn::Set(kFloats, row.change[1]);
-    const auto redChange = hn::Set(kFloats, row.change[2]);
     for (int x = 0; x < width; x += lanes) {
-        const auto position = hn::ConvertTo(kFloats, hn::Iota(ints, x));
+        const auto position = hn::Add(columns, hn::Set(kFloats, static_cast<float>(x)));
         const auto gradient = hn::Add(hn::Mul(position, step), start);
         const auto across = hn::Sub(hn::Mul(position, spacing), middle);
         const auto distance = hn::Sqrt(hn::Add(hn::Mul(across, across), squareY));
         const auto highlight = hn::Max(hn::Add(hn::Mul(distance, perReach), alpha), zero);
-        const auto shown = [&](FloatVector light, FloatVector change) HWY_ATTR {
-            const auto tone = hn::Add(hn::Mul(gradient, change), light);
-            return hn::Add(tone, hn::Mul(hn::Sub(white, tone), highlight));
-        };
-        const auto pattern = hn::LoadU(kFloats, patternRow.values.data() + x % kPattern);
-        store(x, Colours{shown(blue, blueChange), shown(green, greenChange), shown(red, redChange)}, pattern);
+        store(x, gradient, highlight, hn::LoadU(kFloats, patternRow.values.data() + x % kPattern));
     }
 }
 
 void fillBackgroundRow(const BackgroundRow& row, int number, std::uint8_t* pixels, int width) {
     const hn::RebindToSigned<Floats> ints;
     const auto opaque = hn::Set(ints, static_cast<std::int32_t>(0xff000000U));
-    forRow(row, number, width, [&](int x, const Colours& colours, FloatVector pattern) HWY_ATTR {
-        const auto rounded = [&](FloatVector value) HWY_ATTR { return hn::ConvertTo(ints, hn::Add(value, pattern)); };
-        const auto low = hn::Or(rounded(colours.blue), hn::ShiftLeft<8>(rounded(colours.green)));
-        const auto high = hn::Or(opaque, hn::ShiftLeft<16>(rounded(colours.red)));
+    const Tone blue = toneOf(row.light[0], row.change[0], 255);
+    const Tone green = toneOf(row.light[1], row.change[1], 255);
+    const Tone red = toneOf(row.light[2], row.change[2], 255);
+    forRow(row, number, width, [&](int x, FloatVector gradient, FloatVector highlight, FloatVector pattern) HWY_ATTR {
+        const auto rounded = [&](const Tone& tone) HWY_ATTR {
+            return hn::ConvertTo(ints, hn::Add(tone.at(gradient, highlight), pattern));
+        };
+        const auto low = hn::Or(rounded(blue), hn::ShiftLeft<8>(rounded(green)));
+        const auto high = hn::Or(opaque, hn::ShiftLeft<16>(rounded(red)));
         hn::StoreU(hn::Or(low, high), ints,
                    reinterpret_cast<std::int32_t*>(pixels + static_cast<std::ptrdiff_t>(x) * 4));
     });
@@ -106,14 +109,15 @@ void fillBackgroundLevels(const BackgroundRow& row, const LevelWeights& weights,
                           int width) {
     const hn::RebindToSigned<Floats> ints;
     const hn::Rebind<std::int16_t, Floats> halves;
-    const auto blue = hn::Set(kFloats, weights.blue);
-    const auto green = hn::Set(kFloats, weights.green);
-    const auto red = hn::Set(kFloats, weights.red);
+    const auto summed = [&](const float* channels) {
+        return channels[0] * weights.blue + channels[1] * weights.green + channels[2] * weights.red;
+    };
+    const float white[] = {255, 255, 255};
+    const Tone sum = toneOf(summed(row.light), summed(row.change), summed(white));
     const auto unit = hn::Set(kFloats, 32.0F);
     const auto half = hn::Set(ints, 16);
-    forRow(row, number, width, [&](int x, const Colours& colours, FloatVector pattern) HWY_ATTR {
-        const auto value =
-            hn::Add(hn::Add(hn::Mul(colours.blue, blue), hn::Mul(colours.green, green)), hn::Mul(colours.red, red));
+    forRow(row, number, width, [&](int x, FloatVector gradient, FloatVector highlight, FloatVector pattern) HWY_ATTR {
+        const auto value = sum.at(gradient, highlight);
         // Storing adds a half and cuts the fraction off.
         const auto level = hn::ConvertTo(ints, hn::Floor(hn::Mul(hn::Add(value, pattern), unit)));
         hn::StoreU(hn::DemoteTo(halves, hn::Sub(level, half)), halves, levels + x);

@@ -10,7 +10,7 @@
 namespace lumivastor::imaging {
 
 /// Whole pixels; `right` and `top` are exclusive.
-struct PixelRect {
+struct MosaicRect {
     int left = 0;
     int bottom = 0;
     int right = 0;
@@ -19,11 +19,11 @@ struct PixelRect {
     int width() const { return right - left; }
     int height() const { return top - bottom; }
     bool isEmpty() const { return right <= left || top <= bottom; }
-    bool operator==(const PixelRect&) const = default;
+    bool operator==(const MosaicRect&) const = default;
 };
 
 /// The intersection; empty when there is none.
-inline PixelRect shared(const PixelRect& a, const PixelRect& b) {
+inline MosaicRect shared(const MosaicRect& a, const MosaicRect& b) {
     return {std::max(a.left, b.left), std::max(a.bottom, b.bottom), std::min(a.right, b.right), std::min(a.top, b.top)};
 }
 
@@ -35,14 +35,14 @@ inline int squaresAlong(int length, int side) {
 /// Areas that become squares one after the other: a later one averages the result of the earlier ones.
 struct MosaicPlan {
     /// The picture, which contains the areas. Squares that reach beyond its edge repeat the pixels at the edge.
-    PixelRect bounds;
+    MosaicRect bounds;
     /// None is empty.
-    std::vector<PixelRect> areas;
+    std::vector<MosaicRect> areas;
     /// Of each square in pixels, at least 1; the first one begins at its area's bottom-left corner.
     int side = 1;
 
     /// All pixels that the area's squares hold.
-    PixelRect pixelsUnder(const PixelRect& area) const {
+    MosaicRect pixelsUnder(const MosaicRect& area) const {
         return shared({area.left, area.bottom, area.left + squaresAlong(area.width(), side) * side,
                        area.bottom + squaresAlong(area.height(), side) * side},
                       bounds);

@@ -44,7 +44,7 @@ Rect unionOf(const Rect& a, const Rect& b) {
 }
 
 // The rectangle whose edges are off by no more than the rounding of a scaled picture's size.
-std::optional<PixelRect> onWholePixels(const Rect& rect) {
+std::optional<MosaicRect> onWholePixels(const Rect& rect) {
     const Rect rounded{std::round(rect.x), std::round(rect.y), std::round(rect.maxX()) - std::round(rect.x),
                        std::round(rect.maxY()) - std::round(rect.y)};
     const auto differ = [](double a, double b) { return !(std::abs(a - b) < 1e-6); };
@@ -52,8 +52,8 @@ std::optional<PixelRect> onWholePixels(const Rect& rect) {
         differ(rounded.minY(), rect.minY()) || differ(rounded.maxY(), rect.maxY())) {
         return std::nullopt;
     }
-    return PixelRect{static_cast<int>(rounded.minX()), static_cast<int>(rounded.minY()),
-                     static_cast<int>(rounded.maxX()), static_cast<int>(rounded.maxY())};
+    return MosaicRect{static_cast<int>(rounded.minX()), static_cast<int>(rounded.minY()),
+                      static_cast<int>(rounded.maxX()), static_cast<int>(rounded.maxY())};
 }
 
 using NodePair = std::pair<const PictureNode*, const PictureNode*>;
@@ -151,7 +151,7 @@ Picture::Picture(YuvPicture picture) : node_(emptyNode()) {
 }
 
 Picture::Picture(std::shared_ptr<const StudioBackground> background) : node_(emptyNode()) {
-    if (background == nullptr || background->pixels.isEmpty()) return;
+    if (background == nullptr || background->isEmpty()) return;
     const Rect extent{0, 0, static_cast<double>(background->width), static_cast<double>(background->height)};
     node_ = makeNode(BackgroundNode{std::move(background)}, extent);
 }
@@ -193,11 +193,11 @@ Picture Picture::clampedToExtent() const {
 Picture Picture::pixellated(const std::vector<Rect>& areas, int side) const {
     precondition(side >= 1, "the squares of a pixellated picture have a size");
     if (isEmpty()) return {};
-    const std::optional<PixelRect> bounds = onWholePixels(extent());
+    const std::optional<MosaicRect> bounds = onWholePixels(extent());
     precondition(bounds.has_value(), "pixellated pictures end at whole pixels");
     MosaicPlan plan{*bounds, {}, side};
     for (const Rect& area : areas) {
-        const std::optional<PixelRect> pixels = onWholePixels(intersection(area, extent()));
+        const std::optional<MosaicRect> pixels = onWholePixels(intersection(area, extent()));
         precondition(pixels.has_value(), "pixellated areas lie on whole pixels");
         if (!pixels->isEmpty()) plan.areas.push_back(*pixels);
     }

@@ -21,7 +21,7 @@ struct BufferNode {
 struct BackgroundNode {
     std::shared_ptr<const StudioBackground> background;
 
-    std::shared_ptr<const BgraPremultipliedBuffer> pixels() const { return {background, &background->pixels}; }
+    std::shared_ptr<const BgraPremultipliedBuffer> pixels() const { return {background, &background->pixels()}; }
 };
 struct YuvNode {
     YuvPicture picture;

@@ -18,6 +18,10 @@ class PlanarBuffer {
 
     const YuvDestination& destination() const { return destination_; }
 
+    /// Which picture of its stream the buffer holds, for those who bring it up to date by differences
+    /// (`DamageHistory`); 0: none.
+    std::uint64_t number = 0;
+
     /// Copies the last column and row into the ones beyond an odd size.
     void repeatOddEdges();
 

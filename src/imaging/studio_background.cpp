@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumivastor::imaging {
 
@@ -45,8 +46,16 @@ BackgroundRow backgroundRow(const StudioBackground& background, double x, double
 }
 
 StudioBackground::StudioBackground(int width_, int height_, const RgbColour& tone_)
-    : width(width_), height(height_), tone(tone_), pixels(width_, height_) {
-    for (int y = 0; y < height; ++y) fillBackgroundRow(backgroundRow(*this, 0.5, y + 0.5, 1), y, pixels.row(y), width);
+    : width(width_), height(height_), tone(tone_) {}
+
+const BgraPremultipliedBuffer& StudioBackground::pixels() const {
+    std::call_once(made_, [this] {
+        BgraPremultipliedBuffer made(width, height);
+        for (int y = 0; y < height; ++y)
+            fillBackgroundRow(backgroundRow(*this, 0.5, y + 0.5, 1), y, made.row(y), width);
+        pixels_ = std::move(made);
+    });
+    return pixels_;
 }
 
 RgbColour StudioBackground::colourAt(double x, double y) const {

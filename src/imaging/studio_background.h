@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <memory>
+#include <mutex>
 
 #include "imaging/background_kernels.h"
 #include "imaging/pixel_buffer.h"
@@ -28,13 +28,21 @@ struct StudioBackground {
     int width = 0;
     int height = 0;
     RgbColour tone;
-    BgraPremultipliedBuffer pixels;
 
     /// Sizes in pixels, at least 0.
     StudioBackground(int width, int height, const RgbColour& tone);
 
+    bool isEmpty() const { return width == 0 || height == 0; }
+
+    /// Made when first asked for, because planar frames do without them. Any thread.
+    const BgraPremultipliedBuffer& pixels() const;
+
     /// The exact colour at a point, in pixels from the top-left corner.
     RgbColour colourAt(double x, double y) const;
+
+  private:
+    mutable std::once_flag made_;
+    mutable BgraPremultipliedBuffer pixels_;
 };
 
 /// A row of samples for the kernels, the first of which lies at (x, y) in pixels from the top-left corner, `spacing`

@@ -122,7 +122,7 @@ TEST(StudioBackground, ItsPixelsFollowTheGradientToo) {
     std::vector<std::uint8_t> green(kWidth * kHeight);
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x)
-            green[static_cast<std::size_t>(y * kWidth + x)] = background.pixels.pixel(x, y)[1];
+            green[static_cast<std::size_t>(y * kWidth + x)] = background.pixels().pixel(x, y)[1];
     }
     const Deviation deviationOfGreen = deviation(
         green, kWidth, kHeight, [&](int x, int y) { return background.colourAt(x + 0.5, y + 0.5).green * 255; });
@@ -151,7 +151,7 @@ TEST(StudioBackground, WhereTheGradientIsLimitedItIsFlat) {
         for (int x = 0; x < 64; ++x) {
             const int level = luma.levels[0][static_cast<std::size_t>(y * luma.stride + x)];
             ASSERT_EQ((level + 16) >> 5, 219) << x << ", " << y;
-            ASSERT_EQ(background.pixels.pixel(x, y)[2], 255);
+            ASSERT_EQ(background.pixels().pixel(x, y)[2], 255);
         }
     }
 }

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "imaging/damage_area.h"
+
 namespace lumivastor::imaging {
 
 /// The matrix that turns luma and chroma into red, green and blue.
@@ -26,6 +28,14 @@ struct YuvPlane {
     std::ptrdiff_t stride = 0;
 };
 
+/// Where a decoded picture differs from an earlier one of the same size and encoding.
+struct YuvChange {
+    /// The owner of that picture's samples, by which it is recognised; of no other picture's.
+    std::weak_ptr<const void> earlier;
+    /// Pixels of either picture; where a chroma sample differs, its four pixels.
+    DamageArea area;
+};
+
 /// A read-only picture of 8-bit 4:2:0 samples in three planes, as video decoders deliver it. The chroma planes have
 /// half the size in both directions, rounded up; their samples are sited at the left one of two luma columns and
 /// between two luma rows (the MPEG-2 and H.264 default). `owner` keeps the samples alive: copies of the value share
@@ -38,6 +48,8 @@ struct YuvPicture {
     YuvPlane cr;
     YuvEncoding encoding;
     std::shared_ptr<const void> owner;
+    /// Null: not known. Says nothing about the picture itself, so recipes are equal with any.
+    std::shared_ptr<const YuvChange> change = nullptr;
 
     int chromaWidth() const { return (width + 1) / 2; }
     int chromaHeight() const { return (height + 1) / 2; }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "imaging/painting/axis_placement.h"
 
-#include <cmath>
-
 #include "imaging/painting/resampling.h"
 
 namespace lumivastor::imaging {
@@ -22,6 +20,7 @@ void AxisSteps::turnOver(double gridLength, double sourceLength) {
 
 SampledAxis sampled(const AxisSteps& steps, int count, double offset, double length) {
     SampledAxis axis;
+    axis.isPlain = steps.clamps.empty();
     for (auto* values : {&axis.positions, &axis.befores, &axis.afters, &axis.parts}) {
         values->resize(static_cast<std::size_t>(count));
     }
@@ -53,15 +52,33 @@ AxisCoverage coverageOf(const SampledAxis& samples, const AxisInterval& shown) {
         return static_cast<std::size_t>(std::lower_bound(begin, samples.positions.end(), position) - begin);
     };
     const std::size_t first = firstAt(shown.low - 1);
-    const std::size_t last = firstAt(shown.high + 1);
+    const std::size_t last = std::max(firstAt(shown.high + 1), first);  // crops may leave nothing
     AxisCoverage coverage;
+    coverage.levels.reserve(last - first);
+    // Without clamps no sample further inside than half of one is cut.
+    const std::size_t firstInside = std::min(firstAt(shown.low + 1), last);
+    const std::size_t lastInside = std::max(std::min(firstAt(shown.high - 1), last), firstInside);
     for (std::size_t at = first; at < last; ++at) {
+        if (samples.isPlain && at == firstInside && at < lastInside) {
+            // All of them are full.
+            if (coverage.levels.empty()) coverage.span.begin = static_cast<int>(at);
+            if (coverage.full.begin == coverage.full.end) coverage.full = {static_cast<int>(at), static_cast<int>(at)};
+            coverage.full.end = coverage.span.end = static_cast<int>(lastInside);
+            coverage.levels.resize(coverage.levels.size() + lastInside - at, static_cast<std::int16_t>(kFullLevel));
+            at = lastInside;
+            if (at == last) break;
+        }
         const double low = samples.positions[at] - samples.befores[at];
         const double high = samples.positions[at] + samples.afters[at];
-        const double part = samples.parts[at] * (sharedLength(low, high, shown.low, shown.high) /
-                                                 (samples.befores[at] + samples.afters[at]));
-        // A part that no 8-bit sample can show counts as nothing, or as everything.
-        const auto level = static_cast<std::int16_t>(std::lround(part * kFullLevel));
+        // Most samples lie inside.
+        auto level = static_cast<std::int16_t>(kFullLevel);
+        if (low < shown.low || high > shown.high || samples.parts[at] < 1) {
+            const double part = samples.parts[at] * (sharedLength(low, high, shown.low, shown.high) /
+                                                     (samples.befores[at] + samples.afters[at]));
+            // A part that no 8-bit sample can show counts as nothing, or as everything.
+            // Not negative, so this rounds; std::lround would be a call for each sample.
+            level = static_cast<std::int16_t>(part * kFullLevel + 0.5);  // NOLINT(bugprone-incorrect-roundings)
+        }
         const auto i = static_cast<int>(at);
         if (level == 0 && coverage.levels.empty()) continue;
         if (coverage.levels.empty()) coverage.span = {i, i};

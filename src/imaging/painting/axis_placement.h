@@ -53,6 +53,12 @@ struct AxisSteps {
         clamps.push_back({visible, toGrid(low, high)});
         visible = {};
     }
+    /// Where no crop cuts through a sample that lies further inside than it reaches; in grid coordinates.
+    AxisInterval uncut() const {
+        AxisInterval interval = visible;
+        for (const Clamp& step : clamps) interval = shared(interval, shared(step.visible, step.extent));
+        return interval;
+    }
     /// The same, counted from the opposite ends of a grid and a source of these lengths.
     void turnOver(double gridLength, double sourceLength);
 };
@@ -69,6 +75,7 @@ struct SampledAxis {
     std::vector<double> positions;
     std::vector<double> befores, afters;  // how far each sample's square reaches to either side, at most 0.5
     std::vector<double> parts;            // the part of each square that the crops above the last clamp leave
+    bool isPlain = false;                 // there are no clamps: all of these parts are 1
 };
 
 /// The `count` samples of a grid's axis, the first of which lies at `offset`; the grid is `length` long. All in grid

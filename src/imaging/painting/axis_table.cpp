@@ -8,12 +8,22 @@ namespace lumivastor::imaging {
 
 namespace {
 
+// The weight of a sample's first tap; those of the others follow 16 further each.
+std::int16_t* weightsOf(AxisTable& table, int sample) {
+    return table.weights.data() + static_cast<std::size_t>(sample / 16 * table.taps) * 16 +
+           static_cast<std::size_t>(sample % 16);
+}
+
+// One tap has all the weight.
+void storeOne(AxisTable& table, int sample, int tap) {
+    weightsOf(table, sample)[static_cast<std::ptrdiff_t>(tap) * 16] = kKernelWeightOne;
+}
+
 // Stores the weights of one sample so that they sum up to one exactly: what rounding takes from one tap the next gets.
 void storeWeights(AxisTable& table, int sample, const double* weights, double sum) {
     double exact = 0;
     int stored = 0;
-    std::int16_t* to = table.weights.data() + static_cast<std::size_t>(sample / 16 * table.taps) * 16 +
-                       static_cast<std::size_t>(sample % 16);
+    std::int16_t* to = weightsOf(table, sample);
     for (int tap = 0; tap < table.taps; ++tap) {
         exact += weights[tap] / sum * kKernelWeightOne;
         // Rounded to nearest; the sums never leave -4...5 times one.
@@ -33,36 +43,38 @@ void repeatEnds(AxisTable& table, AxisSpan span) {
         table.first[static_cast<std::size_t>(i)] = table.first[static_cast<std::size_t>(span.end - 1)];
 }
 
-// Picks for the blocks that the span touches: as few runs of 16 bytes a block as all of them get along with.
+// Picks for the blocks that the span touches: as few runs of 16 bytes a half as all of them get along with.
 void preparePicks(AxisTable& table, AxisSpan span) {
     const auto firstOf = [&](int sample) {
-        return table.first[static_cast<std::size_t>(std::min(sample, table.count - 1))];
+        return table.first[static_cast<std::size_t>(std::min(sample, span.end - 1))];
     };
     const int from = span.begin / 16;
     const int to = (span.end + 15) / 16;
-    const auto fits = [&](int parts) {
-        const int group = 16 / parts;
+    const auto furthest = [&](int group) {
+        int distance = 0;
         for (int sample = from * 16; sample < to * 16; sample += group) {
-            const int last = std::min({sample + group, span.end, table.count}) - 1;
-            if (last > sample && firstOf(last) - firstOf(sample) > 15) return false;
+            distance = std::max(distance, firstOf(sample + group - 1) - firstOf(sample));
         }
-        return true;
+        return distance;
     };
-    table.parts = 1;
-    while (table.parts < 16 && !fits(table.parts)) table.parts *= 2;
-    const auto size = static_cast<std::size_t>((table.count + 15) / 16 * table.parts);
-    table.partStart.assign(size, 0);
-    table.partPicks.assign(size * 16, 128);
-    const int group = 16 / table.parts;
+    table.runs = 1;
+    while (table.runs < 8 && furthest(8 / table.runs) > 15) table.runs *= 2;
+    table.isCompact = table.runs == 1 && furthest(8) + table.taps <= 16;
+    const int blocks = (table.count + 15) / 16;
+    table.runStart.assign(static_cast<std::size_t>(blocks * table.runs * 2), 0);
+    table.picks.assign(static_cast<std::size_t>(blocks * table.runs * 32), 128);
+    const int group = 8 / table.runs;
     for (int block = from; block < to; ++block) {
-        for (int part = 0; part < table.parts; ++part) {
-            const auto at = static_cast<std::size_t>(block * table.parts + part);
-            const int sample = block * 16 + part * group;
-            table.partStart[at] = firstOf(std::min(sample, span.end - 1));
-            for (int i = 0; i < group; ++i) {
-                const int distance = firstOf(std::min(sample + i, span.end - 1)) - table.partStart[at];
-                table.partPicks[at * 16 + static_cast<std::size_t>(part * group + i)] =
-                    static_cast<std::uint8_t>(distance);
+        for (int run = 0; run < table.runs; ++run) {
+            for (int half = 0; half < 2; ++half) {
+                const auto at = static_cast<std::size_t>((block * table.runs + run) * 2 + half);
+                const int sample = block * 16 + half * 8 + run * group;
+                const int start = firstOf(sample);
+                table.runStart[at] = start;
+                std::uint8_t* picks = table.picks.data() + at * 16 + static_cast<std::ptrdiff_t>(run) * group * 2;
+                for (int i = 0; i < group; ++i) {
+                    picks[i * 2 + 1] = static_cast<std::uint8_t>(firstOf(sample + i) - start);
+                }
             }
         }
     }
@@ -86,6 +98,48 @@ AxisTable sized(std::size_t count, int taps) {
     return table;
 }
 
+// Stores the four taps of a magnification for the samples in `span` whose taps are all readable; returns which those
+// are. It does for many samples at once what makeKernelTable does for each: camera moves need new tables for each
+// frame.
+AxisSpan storeInnerSamples(AxisTable& table, std::span<const double> positions, AxisSpan span, SampleRange readable) {
+    const auto isInside = [&](int i) {
+        const double position = positions[static_cast<std::size_t>(i)];
+        return position >= readable.first + 1 && position < readable.last - 1;
+    };
+    while (span.begin < span.end && !isInside(span.begin)) ++span.begin;
+    while (span.end > span.begin && !isInside(span.end - 1)) --span.end;
+    for (int begin = span.begin / 16 * 16; begin < span.end; begin += 16) {
+        const int from = std::max(begin, span.begin);
+        const int end = std::min(begin + 16, span.end);
+        float fractions[16] = {};
+        for (int i = from; i < end; ++i) {
+            const double position = positions[static_cast<std::size_t>(i)];
+            const int cell = static_cast<int>(position);
+            table.first[static_cast<std::size_t>(i)] = cell - 1;
+            fractions[i - begin] = static_cast<float>(position - cell);
+        }
+        constexpr float kOne = kKernelWeightOne;
+        constexpr int kShift = 2048;  // makes what is rounded positive
+        constexpr float kRounding = kShift + 0.5F;
+        std::int16_t* to = table.weights.data() + static_cast<std::ptrdiff_t>(begin) * 4;
+        for (int i = 0; i < 16; ++i) {
+            // The kernel at 1 + f, f and 2 - f, as polynomials of f. Sums of weights are rounded, not the weights.
+            const float f = fractions[i];
+            const float first = f * (-0.5F + f * (1 - 0.5F * f));
+            const float second = (1.5F * f - 2.5F) * f * f + 1;
+            const float last = 0.5F * f * f * (f - 1);
+            const int upToFirst = static_cast<int>(first * kOne + kRounding) - kShift;
+            const int upToSecond = static_cast<int>((first + second) * kOne + kRounding) - kShift;
+            const int upToThird = static_cast<int>((1 - last) * kOne + kRounding) - kShift;
+            to[i] = static_cast<std::int16_t>(upToFirst);
+            to[i + 16] = static_cast<std::int16_t>(upToSecond - upToFirst);
+            to[i + 32] = static_cast<std::int16_t>(upToThird - upToSecond);
+            to[i + 48] = static_cast<std::int16_t>(kKernelWeightOne - upToThird);
+        }
+    }
+    return span;
+}
+
 }  // namespace
 
 AxisTable makeKernelTable(std::span<const double> positions, AxisSpan span, double scale, SampleRange readable,
@@ -98,7 +152,11 @@ AxisTable makeKernelTable(std::span<const double> positions, AxisSpan span, doub
     const int taps = copies ? 1 : std::min(static_cast<int>(std::ceil(2 * kKernelReach * wide)), length);
     AxisTable table = sized(positions.size(), taps);
     std::vector<double> weights(static_cast<std::size_t>(taps));
+    AxisSpan done{span.begin, span.begin};
+    if (wide == 1 && taps == 4) done = storeInnerSamples(table, positions, span, readable);
     for (int i = span.begin; i < span.end; ++i) {
+        if (i == done.begin) i = done.end;
+        if (i == span.end) break;
         const double reach = kKernelReach * wide;
         const double position =
             std::clamp(positions[static_cast<std::size_t>(i)], readable.first - reach - 1, readable.last + reach + 1);
@@ -146,17 +204,35 @@ void AxisTableCache::tidy() {
 }
 
 AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> highs, AxisSpan span, int count) {
-    std::vector<int> firsts(lows.size());
-    int taps = 1;
-    for (std::size_t at = 0; at < firsts.size(); ++at) {
-        firsts[at] = std::clamp(static_cast<int>(std::floor(lows[at] + 1e-9)), 0, count - 1);
-        const int last = std::clamp(static_cast<int>(std::ceil(highs[at] - 1e-9)) - 1, firsts[at], count - 1);
-        taps = std::max(taps, last - firsts[at] + 1);
+    const std::size_t size = lows.size();
+    std::vector<int> firsts(size);
+    std::vector<int> lasts(size);
+    // Rounded down to a sample: by casts, which compilers make several of at once, because tables are made for each
+    // area and frame.
+    const double end = count - 1;
+    const auto inside = [end](double position) {
+        position = position > 0 ? position : 0;
+        return position < end ? position : end;
+    };
+    for (std::size_t at = 0; at < size; ++at) firsts[at] = static_cast<int>(inside(lows[at] + 1e-9));
+    for (std::size_t at = 0; at < size; ++at) {
+        const double high = highs[at] - 1e-9;
+        const int beyond = static_cast<int>(inside(high));
+        // A whole position is the end of the sample before it.
+        lasts[at] = std::max(high > beyond ? beyond : beyond - 1, firsts[at]);
     }
+    int taps = 1;
+    for (std::size_t at = 0; at < size; ++at) taps = std::max(taps, lasts[at] - firsts[at] + 1);
     AxisTable table = sized(static_cast<std::size_t>(span.end), taps);
     std::vector<double> weights(static_cast<std::size_t>(taps));
-    for (std::size_t at = 0; at < firsts.size(); ++at) {
+    for (std::size_t at = 0; at < size; ++at) {
         const int first = std::clamp(firsts[at], 0, count - taps);
+        const int sample = span.begin + static_cast<int>(at);
+        table.first[static_cast<std::size_t>(sample)] = first;
+        if (firsts[at] == lasts[at]) {
+            storeOne(table, sample, firsts[at] - first);
+            continue;
+        }
         double sum = 0;
         for (int tap = 0; tap < taps; ++tap) {
             const double low = first + tap;
@@ -164,8 +240,6 @@ AxisTable makeAreaTable(std::span<const double> lows, std::span<const double> hi
             sum += weights[static_cast<std::size_t>(tap)];
         }
         if (!(sum > 0)) weights[static_cast<std::size_t>(firsts[at] - first)] = sum = 1;
-        const int sample = span.begin + static_cast<int>(at);
-        table.first[static_cast<std::size_t>(sample)] = first;
         storeWeights(table, sample, weights.data(), sum);
     }
     finish(table, span);

@@ -28,7 +28,8 @@ SourcePlanes levelPlanes(int width, int height) {
     return planes;
 }
 
-void resize(const SourcePlanes& planes, std::vector<std::int16_t>& levels) {
+template <typename Levels>
+void resize(const SourcePlanes& planes, Levels& levels) {
     levels.resize(static_cast<std::size_t>(planes.stride) * static_cast<std::size_t>(planes.height));
 }
 

@@ -40,9 +40,13 @@ void addCoverage(Cells& cells, const ConvexShape& shape) {
             const double right = (span.right - cells.left) / cells.step;
             const int first = std::clamp(static_cast<int>(std::floor(left)), 0, cells.columns);
             const int last = std::clamp(static_cast<int>(std::ceil(right)), 0, cells.columns);
-            for (int x = first; x < last; ++x) {
+            const auto add = [&](int x) {
                 row[x] += static_cast<float>(sharedLength(x, x + 1, left, right) / kRowsPerCell);
-            }
+            };
+            // Only those at the ends are covered in part.
+            if (first < last) add(first);
+            for (int x = first + 1; x < last - 1; ++x) row[x] += 1.0F / kRowsPerCell;
+            if (first + 1 < last) add(last - 1);
         }
     }
 }
@@ -59,13 +63,19 @@ std::vector<float> gaussianWeights(double sigma) {
     return weights;
 }
 
-// Both directions; what lies outside of the cells counts as empty.
+// Both directions; what lies outside of the cells counts as empty. Rows that come out like the one before are copied:
+// most of a large shape's are.
 void blur(Cells& cells, const std::vector<float>& weights) {
     const int taps = static_cast<int>(weights.size());
     const int reach = taps / 2;
+    const auto rowBytes = static_cast<std::size_t>(cells.columns) * sizeof(float);
     std::vector<float> padded(static_cast<std::size_t>(cells.columns + 2 * reach), 0.0F);
     for (int y = 0; y < cells.rows; ++y) {
         float* row = cells.row(y);
+        if (y > 0 && std::memcmp(row, padded.data() + reach, rowBytes) == 0) {
+            std::memcpy(row, cells.row(y - 1), rowBytes);
+            continue;
+        }
         std::copy(row, row + cells.columns, padded.begin() + reach);
         std::fill(row, row + cells.columns, 0.0F);
         for (int tap = 0; tap < taps; ++tap) {
@@ -75,12 +85,21 @@ void blur(Cells& cells, const std::vector<float>& weights) {
         }
     }
     const std::vector<float> across = cells.values;
+    const auto acrossRow = [&](int y) { return across.data() + static_cast<std::ptrdiff_t>(y) * cells.columns; };
     std::fill(cells.values.begin(), cells.values.end(), 0.0F);
-    for (int y = 0; y < cells.rows; ++y) {
+    int alike = 0;  // rows up to the next one to be read that are the same
+    for (int y = 0, next = 0; y < cells.rows; ++y) {
+        for (; next <= std::min(cells.rows - 1, y + reach); ++next) {
+            alike = next > 0 && std::memcmp(acrossRow(next), acrossRow(next - 1), rowBytes) == 0 ? alike + 1 : 1;
+        }
         float* row = cells.row(y);
+        if (y > 0 && y + reach < cells.rows && alike > taps) {
+            std::memcpy(row, cells.row(y - 1), rowBytes);
+            continue;
+        }
         for (int from = std::max(0, y - reach); from <= std::min(cells.rows - 1, y + reach); ++from) {
             const float weight = weights[static_cast<std::size_t>(from - y + reach)];
-            const float* source = across.data() + static_cast<std::ptrdiff_t>(from) * cells.columns;
+            const float* source = acrossRow(from);
             for (int x = 0; x < cells.columns; ++x) row[x] += weight * source[x];
         }
     }
@@ -105,6 +124,25 @@ struct PixelRange {
     int left = 0, right = 0, top = 0, bottom = 0;
 };
 
+// Whether the cells' rows that rows of pixels in `cellRow` are made of are all the same.
+bool isFlatDown(const Cells& cells, int cellRow) {
+    const auto bytes = static_cast<std::size_t>(cells.columns) * sizeof(float);
+    for (int tap = -1; tap <= 2; ++tap) {
+        if (std::memcmp(cells.row(cellRow - 2), cells.row(cellRow + tap), bytes) != 0) return false;
+    }
+    return true;
+}
+
+// The same across, for a row of values.
+bool isFlatAcross(const float* at) {
+    return at[0] == at[1] && at[0] == at[2] && at[0] == at[3] && at[0] == at[4];
+}
+
+std::uint32_t blackOf(float value, float full) {
+    const float limited = std::min(std::max(value + 0.5F, 0.0F), full + 0.5F);
+    return static_cast<std::uint32_t>(static_cast<std::int32_t>(limited)) << 24;
+}
+
 template <int Step>
 void fillInterpolated(const Cells& cells, const PixelRange& range, double alpha, BgraPremultipliedBuffer& destination) {
     const auto weights = interpolationWeights<Step>();
@@ -113,24 +151,32 @@ void fillInterpolated(const Cells& cells, const PixelRange& range, double alpha,
     std::vector<float> between(static_cast<std::size_t>(cells.columns));
     std::vector<std::uint32_t> pixels(static_cast<std::size_t>((lastCell - firstCell) * Step));
     const float full = static_cast<float>(255 * alpha);
+    bool isFlat = false;  // the last row was: those of its cells, and of the same cells below, are like it
     for (int y = range.top; y < range.bottom; ++y) {
         const int cellRow = (y - cells.top) / Step;
         const auto phase = static_cast<std::size_t>((y - cells.top) % Step);
-        std::fill(between.begin(), between.end(), 0.0F);
-        for (int tap = 0; tap < 5; ++tap) {
-            const float weight = full * weights[static_cast<std::size_t>(tap)][phase];
-            const float* row = cells.row(cellRow + tap - 2);
-            for (std::size_t x = 0; x < between.size(); ++x) between[x] += weight * row[x];
-        }
-        std::uint32_t* out = pixels.data();
-        for (int cell = firstCell; cell < lastCell; ++cell, out += Step) {
-            const float* at = between.data() + cell - 2;
-            for (int i = 0; i < Step; ++i) {
-                const auto p = static_cast<std::size_t>(i);
-                const float value = at[0] * weights[0][p] + at[1] * weights[1][p] + at[2] * weights[2][p] +
-                                    at[3] * weights[3][p] + at[4] * weights[4][p];
-                const float limited = std::min(std::max(value + 0.5F, 0.0F), full + 0.5F);
-                out[i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(limited)) << 24;
+        const bool isSame = isFlat && (phase != 0 || isFlatDown(cells, cellRow));
+        if (!isSame) {
+            isFlat = (phase == 0 || y == range.top) && isFlatDown(cells, cellRow);
+            std::fill(between.begin(), between.end(), 0.0F);
+            for (int tap = 0; tap < 5; ++tap) {
+                const float weight = full * weights[static_cast<std::size_t>(tap)][phase];
+                const float* row = cells.row(cellRow + tap - 2);
+                for (std::size_t x = 0; x < between.size(); ++x) between[x] += weight * row[x];
+            }
+            std::uint32_t* out = pixels.data();
+            for (int cell = firstCell; cell < lastCell; ++cell, out += Step) {
+                const float* at = between.data() + cell - 2;
+                if (isFlatAcross(at)) {
+                    std::fill_n(out, Step, blackOf(at[0], full));
+                    continue;
+                }
+                for (int i = 0; i < Step; ++i) {
+                    const auto p = static_cast<std::size_t>(i);
+                    out[i] = blackOf(at[0] * weights[0][p] + at[1] * weights[1][p] + at[2] * weights[2][p] +
+                                         at[3] * weights[3][p] + at[4] * weights[4][p],
+                                     full);
+                }
             }
         }
         std::memcpy(destination.pixel(range.left, y), pixels.data() + (range.left - cells.left - firstCell * Step),

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <span>
 #include <utility>
 
+#include "imaging/painting/paint_kernels.h"
 #include "imaging/yuv_coefficients.h"
 
 namespace lumivastor::imaging {
@@ -25,35 +25,18 @@ constexpr std::int64_t kPixelsPerSquare = 15;
 
 // The part of the picture without squares.
 struct Ground {
-    PixelRect rect;
+    MosaicRect rect;
     BgraPremultipliedBuffer pixels;
 
-    void addTo(Sums& sums, const PixelRect& part) const {
-        for (int y = part.bottom; y < part.top; ++y) {
-            addRow(sums, pixels.pixel(part.left - rect.left, rect.top - 1 - y), part.width());
-        }
-    }
-
-    static void addRow(Sums& sums, const std::uint8_t* pixel, int count) {
-        // Two channels at a time; a half holds the sum of 257 bytes.
-        constexpr int kMaximum = 257;
-        constexpr std::uint32_t kHalves = 0x00ff00ffU;
-        while (count > 0) {
-            const int some = std::min(count, kMaximum);
-            std::uint32_t blueRed = 0;
-            std::uint32_t greenAlpha = 0;
-            for (int x = 0; x < some; ++x) {
-                std::uint32_t four = 0;
-                std::memcpy(&four, pixel + static_cast<std::ptrdiff_t>(x) * 4, sizeof four);
-                blueRed += four & kHalves;
-                greenAlpha += four >> 8 & kHalves;
+    void addTo(Sums& sums, const MosaicRect& part) const {
+        for (int bottom = part.bottom; bottom < part.top; bottom += kMaximumSummed) {
+            const int top = std::min(bottom + kMaximumSummed, part.top);
+            for (int left = part.left; left < part.right; left += kMaximumSummed) {
+                std::array<std::uint32_t, 4> some{};
+                sumBgra(pixels.pixel(left - rect.left, rect.top - top), static_cast<std::ptrdiff_t>(pixels.stride()),
+                        std::min(kMaximumSummed, part.right - left), top - bottom, some.data());
+                for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += std::uint64_t{some[i]} << 8;
             }
-            sums[0] += std::uint64_t{blueRed & 0xffff} << 8;
-            sums[1] += std::uint64_t{greenAlpha & 0xffff} << 8;
-            sums[2] += std::uint64_t{blueRed >> 16} << 8;
-            sums[3] += std::uint64_t{greenAlpha >> 16} << 8;
-            pixel += static_cast<std::ptrdiff_t>(some) * 4;
-            count -= some;
         }
     }
 };
@@ -66,16 +49,16 @@ struct MaskedPicture {
 
     // The area that shows on top comes first, and what it leaves free is shared out among the others. Each step deeper
     // is at least a row or a column smaller.
-    void addTo(Sums& sums, const PixelRect& part, std::size_t from = 0) const {
+    void addTo(Sums& sums, const MosaicRect& part, std::size_t from = 0) const {
         for (std::size_t i = from; i < mosaics.size(); ++i) {
-            const PixelRect common = shared(part, mosaics[i]->area);
+            const MosaicRect common = shared(part, mosaics[i]->area);
             if (common.isEmpty()) continue;
             addSquares(sums, common, i);
-            const PixelRect rests[] = {{part.left, part.bottom, part.right, common.bottom},
-                                       {part.left, common.top, part.right, part.top},
-                                       {part.left, common.bottom, common.left, common.top},
-                                       {common.right, common.bottom, part.right, common.top}};
-            for (const PixelRect& rest : rests) {
+            const MosaicRect rests[] = {{part.left, part.bottom, part.right, common.bottom},
+                                        {part.left, common.top, part.right, part.top},
+                                        {part.left, common.bottom, common.left, common.top},
+                                        {common.right, common.bottom, part.right, common.top}};
+            for (const MosaicRect& rest : rests) {
                 if (!rest.isEmpty()) addTo(sums, rest, i + 1);
             }
             return;
@@ -86,33 +69,25 @@ struct MaskedPicture {
     // Averages the first squares of a row that lie on nothing but squares of the topmost area; returns how many these
     // are. All of them share the same four corners of their four squares below.
     int averageOnTopmost(int left, int bottom, int columns, Mean* means) const {
-        constexpr int kMaximumSide = 256;  // whose sums fit 32 bits
-        if (mosaics.empty() || side > kMaximumSide || !mosaics.front()->isOpaque) return 0;
+        if (mosaics.empty() || side > SquareParts::kMaximumSide || !mosaics.front()->isOpaque) return 0;
         const Mosaic& below = *mosaics.front();
         const int across = left - below.area.left;
         const int up = bottom - below.area.bottom;
         if (across < 0 || up < 0 || bottom + side > below.area.top) return 0;
         const int count = std::clamp((below.area.right - left) / side, 0, columns);
-        const auto right = static_cast<std::uint32_t>(across % side);
-        const auto upper = static_cast<std::uint32_t>(up % side);
-        const auto length = static_cast<std::uint32_t>(side);
-        const std::uint32_t pixels = length * length;
+        if (count == 0) return 0;
+        const int right = across % side;
+        const int upper = up % side;
+        const SquareParts parts{(side - right) * (side - upper), right * (side - upper), (side - right) * upper,
+                                right * upper};
         const Mean* lowerRow = below.means.data() + std::ptrdiff_t{up / side} * below.columns + across / side;
         const Mean* upperRow = lowerRow + (upper > 0 ? below.columns : 0);
-        const int next = right > 0 ? 1 : 0;
-        for (int column = 0; column < count; ++column, ++lowerRow, ++upperRow) {
-            for (std::size_t i = 0; i < means->size(); ++i) {
-                const std::uint32_t lower = (length - right) * lowerRow[0][i] + right * lowerRow[next][i];
-                const std::uint32_t higher = (length - right) * upperRow[0][i] + right * upperRow[next][i];
-                const std::uint32_t sum = (length - upper) * lower + upper * higher;
-                means[column][i] = static_cast<std::uint16_t>((sum + pixels / 2) / pixels);
-            }
-        }
+        averageSquares(lowerRow->data(), upperRow->data(), parts, count, means->data());
         return count;
     }
 
     // A part of an area that is in squares already.
-    void addSquares(Sums& sums, const PixelRect& part, std::size_t number) const {
+    void addSquares(Sums& sums, const MosaicRect& part, std::size_t number) const {
         const Mosaic& mosaic = *mosaics[number];
         const int firstColumn = (part.left - mosaic.area.left) / side;
         int row = (part.bottom - mosaic.area.bottom) / side;
@@ -129,7 +104,7 @@ struct MaskedPicture {
         }
     }
 
-    void addSquare(Sums& sums, const Mean& mean, const PixelRect& part, std::size_t number) const {
+    void addSquare(Sums& sums, const Mean& mean, const MosaicRect& part, std::size_t number) const {
         const auto count = static_cast<std::uint64_t>(part.width()) * static_cast<std::uint64_t>(part.height());
         for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += count * mean[i];
         if (mean[3] == kOpaque) return;
@@ -152,7 +127,7 @@ std::array<Stretch, 2> stretchesOf(int begin, int side, int last) {
     return {Stretch{begin, std::min(begin + side, last), 1}, Stretch{last - 1, last, std::max(begin + side - last, 0)}};
 }
 
-Mean meanOf(const MaskedPicture& picture, const PixelRect& bounds, int left, int bottom, int side) {
+Mean meanOf(const MaskedPicture& picture, const MosaicRect& bounds, int left, int bottom, int side) {
     Sums sums{};
     for (const Stretch& rows : stretchesOf(bottom, side, bounds.top)) {
         for (const Stretch& columns : stretchesOf(left, side, bounds.right)) {
@@ -172,22 +147,22 @@ Mean meanOf(const MaskedPicture& picture, const PixelRect& bounds, int left, int
 }
 
 // What of the earlier mosaics lies under `part`, the latest first, down to one that hides all others.
-std::vector<const Mosaic*> mosaicsUnder(const PixelRect& part, std::span<const Mosaic> earlier) {
+std::vector<const Mosaic*> mosaicsUnder(const MosaicRect& part, std::span<const Mosaic> earlier) {
     std::vector<const Mosaic*> under;
     for (std::size_t i = earlier.size(); i > 0; --i) {
-        const PixelRect common = shared(part, earlier[i - 1].area);
+        const MosaicRect common = shared(part, earlier[i - 1].area);
         if (!common.isEmpty()) under.push_back(&earlier[i - 1]);
         if (common == part && earlier[i - 1].isOpaque) break;
     }
     return under;
 }
 
-std::int64_t pixelsIn(const PixelRect& rect) {
+std::int64_t pixelsIn(const MosaicRect& rect) {
     return std::int64_t{rect.width()} * rect.height();
 }
 
 // In pixels that are added up, roughly.
-std::int64_t workFor(const MaskedPicture& picture, const PixelRect& part, const Mosaic& mosaic) {
+std::int64_t workFor(const MaskedPicture& picture, const MosaicRect& part, const Mosaic& mosaic) {
     const bool isOnSquares = !picture.mosaics.empty() && shared(part, picture.mosaics.back()->area) == part;
     if (isOnSquares) return static_cast<std::int64_t>(mosaic.means.size()) * kPixelsPerSquare;
     return pixelsIn(part);
@@ -195,10 +170,10 @@ std::int64_t workFor(const MaskedPicture& picture, const PixelRect& part, const 
 
 // Makes `part` a part of one of `parts`: of the first that grows by no more than it, or of a new one. Returns its
 // place.
-std::size_t includeIn(std::vector<PixelRect>& parts, const PixelRect& part) {
+std::size_t includeIn(std::vector<MosaicRect>& parts, const MosaicRect& part) {
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        const PixelRect both{std::min(parts[i].left, part.left), std::min(parts[i].bottom, part.bottom),
-                             std::max(parts[i].right, part.right), std::max(parts[i].top, part.top)};
+        const MosaicRect both{std::min(parts[i].left, part.left), std::min(parts[i].bottom, part.bottom),
+                              std::max(parts[i].right, part.right), std::max(parts[i].top, part.top)};
         if (pixelsIn(both) > pixelsIn(parts[i]) + pixelsIn(part)) continue;
         parts[i] = both;
         return i;
@@ -209,8 +184,8 @@ std::size_t includeIn(std::vector<PixelRect>& parts, const PixelRect& part) {
 
 // Planes of `shown(mean)`: one value for each of the planes that are given, in 255ths.
 template <std::size_t Planes, typename Shown>
-SourcePlanes planesWith(const Mosaic& mosaic, const std::array<std::vector<std::uint8_t> SourcePlanes::*, Planes>& to,
-                        const Shown& shown) {
+SourcePlanes planesWith(const Mosaic& mosaic, const MosaicRect& hidden,
+                        const std::array<PlaneSamples SourcePlanes::*, Planes>& to, const Shown& shown) {
     SourcePlanes planes;
     planes.width = mosaic.columns;
     planes.height = mosaic.rows;
@@ -218,16 +193,24 @@ SourcePlanes planesWith(const Mosaic& mosaic, const std::array<std::vector<std::
     const std::size_t size = static_cast<std::size_t>(planes.stride) * static_cast<std::size_t>(planes.height);
     for (const auto plane : to) (planes.*plane).resize(size);
     if (!mosaic.isOpaque) planes.alpha.resize(size);
-    const Mean* mean = mosaic.means.data();
-    for (int row = planes.height - 1; row >= 0; --row) {
-        std::size_t at = static_cast<std::size_t>(row) * static_cast<std::size_t>(planes.stride);
-        for (int column = 0; column < planes.width; ++column, ++at, ++mean) {
+    const auto store = [&](int row, int begin, int end) {
+        const Mean* mean = mosaic.means.data() + static_cast<std::ptrdiff_t>(row) * mosaic.columns + begin;
+        std::size_t at = static_cast<std::size_t>(planes.height - 1 - row) * static_cast<std::size_t>(planes.stride) +
+                         static_cast<std::size_t>(begin);
+        for (int column = begin; column < end; ++column, ++at, ++mean) {
             const std::array<double, Planes> values = shown(*mean);
             for (std::size_t i = 0; i < Planes; ++i) {
-                (planes.*to[i])[at] = static_cast<std::uint8_t>(std::lround(std::clamp(values[i], 0.0, 255.0)));
+                // Not negative, so this rounds; std::lround would be a call for each sample.
+                const double value = std::clamp(values[i], 0.0, 255.0);
+                (planes.*to[i])[at] = static_cast<std::uint8_t>(value + 0.5);  // NOLINT(bugprone-incorrect-roundings)
             }
             if (!mosaic.isOpaque) planes.alpha[at] = static_cast<std::uint8_t>(((*mean)[3] + 128) >> 8);
         }
+    };
+    for (int row = 0; row < mosaic.rows; ++row) {
+        const bool hasHidden = !hidden.isEmpty() && row >= hidden.bottom && row < hidden.top;
+        store(row, 0, hasHidden ? hidden.left : mosaic.columns);
+        if (hasHidden) store(row, hidden.right, mosaic.columns);
     }
     planes.opaque = mosaic.isOpaque;
     if (!planes.opaque) describeAlpha(planes);
@@ -240,22 +223,23 @@ double shownOf(std::uint16_t value) {
 
 }  // namespace
 
-SourcePlanes planesOf(const Mosaic& mosaic) {
-    return planesWith<3>(mosaic, {&SourcePlanes::blue, &SourcePlanes::green, &SourcePlanes::red}, [](const Mean& mean) {
-        return std::array{shownOf(mean[0]), shownOf(mean[1]), shownOf(mean[2])};
-    });
+SourcePlanes planesOf(const Mosaic& mosaic, const MosaicRect& hidden) {
+    return planesWith<3>(mosaic, hidden, {&SourcePlanes::blue, &SourcePlanes::green, &SourcePlanes::red},
+                         [](const Mean& mean) {
+                             return std::array{shownOf(mean[0]), shownOf(mean[1]), shownOf(mean[2])};
+                         });
 }
 
-SourcePlanes lumaOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
+SourcePlanes lumaOf(const Mosaic& mosaic, const YuvEncoding& encoding, const MosaicRect& hidden) {
     const YuvCoefficients yuv(encoding);
-    return planesWith<1>(mosaic, {&SourcePlanes::blue}, [&](const Mean& mean) {
+    return planesWith<1>(mosaic, hidden, {&SourcePlanes::blue}, [&](const Mean& mean) {
         return std::array{yuv.luma(shownOf(mean[2]), shownOf(mean[1]), shownOf(mean[0]))};
     });
 }
 
-SourcePlanes chromaOf(const Mosaic& mosaic, const YuvEncoding& encoding) {
+SourcePlanes chromaOf(const Mosaic& mosaic, const YuvEncoding& encoding, const MosaicRect& hidden) {
     const YuvCoefficients yuv(encoding);
-    return planesWith<2>(mosaic, {&SourcePlanes::blue, &SourcePlanes::green}, [&](const Mean& mean) {
+    return planesWith<2>(mosaic, hidden, {&SourcePlanes::blue, &SourcePlanes::green}, [&](const Mean& mean) {
         const double red = shownOf(mean[2]);
         const double green = shownOf(mean[1]);
         const double blue = shownOf(mean[0]);
@@ -269,24 +253,44 @@ std::size_t Mosaics::squares() const {
     return count;
 }
 
+MosaicRect Mosaics::hiddenSquares(std::size_t number, const MosaicRect& uncut, int reach) const {
+    const MosaicRect& area = areas[number].area;
+    // The squares of one axis that lie between two pixels.
+    const auto squaresWithin = [this, reach](int start, int count, int begin, int end) {
+        const int first = begin + reach <= start ? 0 : squaresAlong(begin + reach - start, side);
+        return std::pair{first, end - reach <= start ? 0 : std::min((end - reach - start) / side, count)};
+    };
+    MosaicRect most;
+    for (std::size_t i = number + 1; i < areas.size(); ++i) {
+        if (!areas[i].isOpaque) continue;
+        const MosaicRect above = shared(areas[i].area, uncut);
+        if (above.isEmpty()) continue;
+        const auto [left, right] = squaresWithin(area.left, areas[number].columns, above.left, above.right);
+        const auto [bottom, top] = squaresWithin(area.bottom, areas[number].rows, above.bottom, above.top);
+        const MosaicRect hidden{left, bottom, right, top};
+        if (!hidden.isEmpty() && (most.isEmpty() || pixelsIn(hidden) > pixelsIn(most))) most = hidden;
+    }
+    return most;
+}
+
 Mosaics makeMosaics(const MosaicPlan& plan, const ShowGround& showGround, const ShareOut& shareOut) {
-    std::vector<PixelRect> parts;
+    std::vector<MosaicRect> parts;
     std::vector<std::size_t> partOf;
-    for (const PixelRect& area : plan.areas) partOf.push_back(includeIn(parts, plan.pixelsUnder(area)));
+    for (const MosaicRect& area : plan.areas) partOf.push_back(includeIn(parts, plan.pixelsUnder(area)));
     std::vector<Ground> grounds;
-    for (const PixelRect& part : parts) grounds.push_back({part, showGround(part)});
+    for (const MosaicRect& part : parts) grounds.push_back({part, showGround(part)});
 
     Mosaics mosaics;
     mosaics.side = plan.side;
     mosaics.areas.reserve(plan.areas.size());
     for (std::size_t i = 0; i < plan.areas.size(); ++i) {
-        const PixelRect& area = plan.areas[i];
+        const MosaicRect& area = plan.areas[i];
         Mosaic mosaic;
         mosaic.area = area;
         mosaic.columns = squaresAlong(area.width(), plan.side);
         mosaic.rows = squaresAlong(area.height(), plan.side);
         mosaic.means.resize(static_cast<std::size_t>(mosaic.columns) * static_cast<std::size_t>(mosaic.rows));
-        const PixelRect under = plan.pixelsUnder(area);
+        const MosaicRect under = plan.pixelsUnder(area);
         const MaskedPicture picture{grounds[partOf[i]], plan.side, mosaicsUnder(under, mosaics.areas)};
         const auto makeRow = [&](int row) {
             auto* mean = mosaic.means.data() + static_cast<std::ptrdiff_t>(row) * mosaic.columns;

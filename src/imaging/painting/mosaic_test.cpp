@@ -22,7 +22,7 @@ void oneAfterTheOther(int count, const std::function<void(int)>& work) {
 // Shows parts of a picture and remembers them.
 struct Shown {
     Buffer picture;
-    std::vector<PixelRect> parts;
+    std::vector<MosaicRect> parts;
 
     template <typename Value>
     Shown(int width, int height, Value value) : picture(width, height) {
@@ -34,10 +34,10 @@ struct Shown {
     }
     // From the bottom.
     std::uint8_t* at(int x, int y) { return picture.pixel(x, picture.height() - 1 - y); }
-    PixelRect bounds() const { return {0, 0, picture.width(), picture.height()}; }
+    MosaicRect bounds() const { return {0, 0, picture.width(), picture.height()}; }
 
     ShowGround show() {
-        return [this](const PixelRect& part) {
+        return [this](const MosaicRect& part) {
             parts.push_back(part);
             Buffer pixels(part.width(), part.height());
             for (int y = 0; y < part.height(); ++y) {
@@ -107,7 +107,7 @@ std::vector<std::vector<Mean>> replacing(const MosaicPlan& plan, Shown& shown) {
         return static_cast<std::size_t>(std::min(y, height - 1) * width + std::min(x, width - 1));
     };
     std::vector<std::vector<Mean>> all;
-    for (const PixelRect& area : plan.areas) {
+    for (const MosaicRect& area : plan.areas) {
         const std::vector<Mean> before = pixels;
         all.emplace_back();
         for (int bottom = area.bottom; bottom < area.top; bottom += plan.side) {
@@ -159,9 +159,9 @@ TEST(Mosaic, ALaterAreaAveragesWhatTheEarlierOnesLeave) {
     }
 }
 
-std::int64_t pixelsIn(const std::vector<PixelRect>& parts) {
+std::int64_t pixelsIn(const std::vector<MosaicRect>& parts) {
     std::int64_t count = 0;
-    for (const PixelRect& part : parts) count += std::int64_t{part.width()} * part.height();
+    for (const MosaicRect& part : parts) count += std::int64_t{part.width()} * part.height();
     return count;
 }
 
@@ -178,6 +178,34 @@ TEST(Mosaic, WhatLiesBetweenFarAreasIsNotShown) {
     Shown shown(300, 200, [](int x, int y, int) { return (x + y) % 256; });
     makeMosaics({shown.bounds(), {{0, 0, 24, 12}, {276, 188, 300, 200}}, 12}, shown.show(), oneAfterTheOther);
     EXPECT_EQ(pixelsIn(shown.parts), 2 * 24 * 12);
+}
+
+TEST(Mosaic, SquaresThatALaterAreaHidesAreNotConverted) {
+    // Half of the picture is transparent.
+    Shown shown(100, 60, [](int x, int, int i) { return i == 3 ? (x < 50 ? 255 : 0) : x < 50 ? 100 : 0; });
+    const MosaicPlan plan{shown.bounds(), {{0, 0, 100, 60}, {3, 2, 48, 55}, {10, 10, 20, 20}, {40, 0, 100, 60}}, 5};
+    const Mosaics mosaics = makeMosaics(plan, shown.show(), oneAfterTheOther);
+    ASSERT_TRUE(mosaics.areas[1].isOpaque && !mosaics.areas[3].isOpaque);
+    const MosaicRect all = shown.bounds();
+    EXPECT_EQ(mosaics.hiddenSquares(0, all, 0), (MosaicRect{1, 1, 9, 11}));
+    EXPECT_EQ(mosaics.hiddenSquares(0, all, 4), (MosaicRect{2, 2, 8, 10}));
+    EXPECT_TRUE(mosaics.hiddenSquares(0, all, 30).isEmpty()) << "a sample reaches across the whole area";
+    EXPECT_EQ(mosaics.hiddenSquares(1, all, 0), (MosaicRect{2, 2, 3, 3}))
+        << "what is above counts, what is below does not";
+    EXPECT_EQ(mosaics.hiddenSquares(0, {0, 0, 100, 50}, 0), (MosaicRect{1, 1, 9, 10})) << "cut off above";
+    EXPECT_TRUE(mosaics.hiddenSquares(2, all, 0).isEmpty()) << "of what is not opaque everything shows through";
+
+    const MosaicRect hidden = mosaics.hiddenSquares(0, all, 0);
+    const SourcePlanes whole = lumaOf(mosaics.areas[0], {});
+    const SourcePlanes some = lumaOf(mosaics.areas[0], {}, hidden);
+    for (int row = 0; row < 12; ++row) {
+        for (int column = 0; column < 20; ++column) {
+            const auto at = static_cast<std::size_t>((11 - row) * some.stride + column);
+            const bool isHidden =
+                column >= hidden.left && column < hidden.right && row >= hidden.bottom && row < hidden.top;
+            EXPECT_EQ(some.blue[at], isHidden ? 0 : whole.blue[at]) << column << ", " << row;
+        }
+    }
 }
 
 TEST(Mosaic, LargeAreasAreSharedOutByTheirRows) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -36,6 +37,9 @@ struct PlanPlane {
     const std::int16_t* levels = nullptr;
 };
 
+/// Layers know for each band of this many rows where they show.
+inline constexpr int kTileHeight = 64;
+
 struct PlanItem {
     // A layer: its planes are luma, cb and cr (`isYuv`), or blue, green and red, or the channels of this grid as they
     // are stored (`isConverted`); or no colours at all.
@@ -55,10 +59,18 @@ struct PlanItem {
     int firstRow = 0;
     std::vector<RowRuns> runs;
     std::vector<AxisSpan> hidden;  // by items above
+    // For each of the grid's bands: the columns around all that items above leave. Empty like `hidden`.
+    std::vector<AxisSpan> shownInBands;
 
     RowRuns runsAt(int row) const { return isInRows(row) ? runs[static_cast<std::size_t>(row - firstRow)] : RowRuns{}; }
     AxisSpan hiddenAt(int row) const {
         return isInRows(row) && !hidden.empty() ? hidden[static_cast<std::size_t>(row - firstRow)] : AxisSpan{};
+    }
+    /// Whether items above hide all of a tile's columns, which begins in this row and ends in the same band.
+    bool isHiddenIn(int row, AxisSpan columns) const {
+        if (shownInBands.empty()) return false;
+        const AxisSpan& shown = shownInBands[static_cast<std::size_t>(row / kTileHeight)];
+        return std::max(shown.begin, columns.begin) >= std::min(shown.end, columns.end);
     }
     int endRow() const { return firstRow + static_cast<int>(runs.size()); }
     bool isInRows(int row) const { return row >= firstRow && row < endRow(); }
@@ -73,6 +85,13 @@ struct PaintPlan {
     SampleGrid grid;
     GridChannels channels = GridChannels::bgra;
     std::vector<PlanItem> items;
+
+    /// A picture of the recipe's stack and how many items it made. All items together are those of all layers in turn.
+    struct Layer {
+        Picture picture;
+        std::size_t items = 0;
+    };
+    std::vector<Layer> layers;
 };
 
 /// What planning needs from its painter.
@@ -91,8 +110,10 @@ struct PlanServices {
     std::function<std::shared_ptr<const Mosaics>(const MosaicNode& node)> mosaics;
 };
 
-/// Makes no more than one item for each layer of the recipe and each pixellated area.
+/// Makes no more than one item for each layer of the recipe and each pixellated area. `earlier`, a plan of the same
+/// grid, channels and services or an empty one, only saves time: items of layers that are the same, or
+/// differ in the samples of a decoded picture alone, are taken from it.
 PaintPlan makePaintPlan(const Picture& picture, const SampleGrid& grid, GridChannels channels,
-                        const PlanServices& services);
+                        const PlanServices& services, PaintPlan earlier = {});
 
 }  // namespace lumivastor::imaging

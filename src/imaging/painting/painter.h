@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "imaging/damage_area.h"
 #include "imaging/picture.h"
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
@@ -36,6 +37,10 @@ class Painter {
 
     /// The same as 4:2:0 samples in the destination's encoding; what is transparent becomes black.
     void paint(const Picture& picture, const YuvDestination& destination);
+
+    /// The same only where `damage` is, in the destination's pixels (top-left origin), and in the chroma samples of
+    /// these pixels; all other samples stay. The painted ones are bit for bit what painting the whole picture gives.
+    void paint(const Picture& picture, const YuvDestination& destination, const DamageArea& damage);
 
     /// The work of the last call: its time depends on these and on the visible area.
     struct Work {

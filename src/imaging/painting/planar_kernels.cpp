@@ -241,29 +241,51 @@ PlanarWeights weightsOf(const YuvEncoding& encoding) {
 }  // namespace
 
 void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination) {
+    convertToPlanar(source, destination, {0, 0, destination.width, destination.height});
+}
+
+PixelRect convertedArea(const PixelRect& changed, int width, int height) {
+    const PixelRect inside = intersection(changed, {0, 0, width, height});
+    if (inside.isEmpty()) return {};
+    // The chroma sample at column x takes the pixels 2x - kReach to 2x + kReach.
+    const int left = std::max(0, (inside.x - kReach + 1) & ~1);
+    const int right = std::min(width, ((inside.maxX() - 1 + kReach) & ~1) + 2);
+    const int top = inside.y & ~1;
+    const int bottom = std::min(height, (inside.maxY() + 1) & ~1);
+    return {left, top, right - left, bottom - top};
+}
+
+void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination, const PixelRect& area) {
     precondition(source.width() == destination.width && source.height() == destination.height, "pictures of one size");
+    precondition(area.x % 2 == 0 && area.y % 2 == 0, "an area of whole chroma samples");
     const PlanarWeights weights = weightsOf(destination.encoding);
     const int width = destination.width;
     const int height = destination.height;
-    const int chromaWidth = (width + 1) / 2;
+    // What the chroma samples need, in whole vectors: those may be read within a row.
+    constexpr int kVector = 16;
+    const int left = std::max(0, area.x - kReach) / kVector * kVector;
+    const int right = std::min(width, (area.maxX() + kReach + kVector - 1) / kVector * kVector);
+    const int chromaLeft = area.x / 2;
+    const int chromaCount = (area.maxX() + 1) / 2 - chromaLeft;
     RowSums sums;
     sums.blueRed.resize(kSumsBefore + static_cast<std::size_t>(width) + kSumsBehind);
     sums.greenAlpha.resize(sums.blueRed.size());
     std::uint32_t* const blueRed = sums.blueRed.data() + kSumsBefore;
     std::uint32_t* const greenAlpha = sums.greenAlpha.data() + kSumsBefore;
-    for (int y = 0; y < height; y += 2) {
+    for (int y = area.y; y < area.maxY(); y += 2) {
         const int below = std::min(y + 1, height - 1);
-        std::uint8_t* const luma = destination.luma + y * destination.lumaStride;
+        std::uint8_t* const luma = destination.luma + y * destination.lumaStride + left;
         HWY_DYNAMIC_DISPATCH(convertRows)
-        (source.row(y), source.row(below), width, weights, luma, luma + (below - y) * destination.lumaStride, blueRed,
-         greenAlpha);
+        (source.pixel(left, y), source.pixel(left, below), right - left, weights, luma,
+         luma + (below - y) * destination.lumaStride, blueRed + left, greenAlpha + left);
         for (std::uint32_t* const row : {blueRed, greenAlpha}) {
             std::fill_n(row - kReach, kReach, row[0]);
             std::fill_n(row + width, kReach, row[width - 1]);
         }
-        const std::ptrdiff_t colours = y / 2 * destination.chromaStride;
+        const std::ptrdiff_t colours = y / 2 * destination.chromaStride + chromaLeft;
         HWY_DYNAMIC_DISPATCH(convertSums)
-        (blueRed, greenAlpha, chromaWidth, weights, destination.cb + colours, destination.cr + colours);
+        (blueRed + area.x, greenAlpha + area.x, chromaCount, weights, destination.cb + colours,
+         destination.cr + colours);
     }
 }
 

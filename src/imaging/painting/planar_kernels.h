@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/pixel_rect.h"
 #include "imaging/pixel_buffer.h"
 #include "imaging/yuv_picture.h"
 
@@ -12,6 +13,14 @@ namespace lumivastor::imaging {
 /// All arithmetic is on 16-bit integers, so that every machine gives the same picture. Compiled for several instruction
 /// sets and chosen at run time: recording does this for each picture. Any thread.
 void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination);
+
+/// The same for the samples of `area` alone, which `convertedArea` made. Samples beside it may be written, too, and get
+/// what the whole conversion gives them.
+void convertToPlanar(const BgraPremultipliedBuffer& source, const YuvDestination& destination, const PixelRect& area);
+
+/// The samples that pixels of `changed` have a part in, of a picture of this size: whole chroma samples, and those that
+/// the filter across columns reaches.
+PixelRect convertedArea(const PixelRect& changed, int width, int height);
 
 /// The same as plain scalar code, for tests to compare with.
 void convertToPlanarPlainly(const BgraPremultipliedBuffer& source, const YuvDestination& destination);

@@ -102,5 +102,40 @@ TEST(PlanarKernels, GreysAreExactlyGreyWhateverTheAlpha) {
     }
 }
 
+TEST(PlanarKernels, AnAreaIsExactlyAsInTheWhole) {
+    std::mt19937 random(23);
+    const auto pick = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
+    for (int round = 0; round < 300; ++round) {
+        const int width = 1 + pick(150);
+        const int height = 1 + pick(12);
+        BgraPremultipliedBuffer source(width, height);
+        for (int y = 0; y < height; ++y) {
+            for (int i = 0; i < width * 4; ++i) source.row(y)[i] = static_cast<std::uint8_t>(pick(256));
+        }
+        const std::vector<int64_t> targets = hwy::SupportedAndGeneratedTargets();
+        hwy::SetSupportedTargetsForTest(targets[static_cast<std::size_t>(pick(static_cast<int>(targets.size())))]);
+        const Planes planes(width, height, {});
+        convertToPlanar(source, planes.destination);
+        for (int step = 0; step < 5; ++step) {
+            // Partly beyond the edges.
+            const PixelRect changed{pick(width + 4) - 2, pick(height + 4) - 2, 1 + pick(20), 1 + pick(4)};
+            const PixelRect seen = intersection(changed, {0, 0, width, height});
+            for (int y = seen.y; y < seen.maxY(); ++y) {
+                for (int i = seen.x * 4; i < seen.maxX() * 4; ++i)
+                    source.row(y)[i] = static_cast<std::uint8_t>(pick(256));
+            }
+            const PixelRect area = convertedArea(changed, width, height);
+            ASSERT_EQ(area.isEmpty(), seen.isEmpty());
+            if (!area.isEmpty()) convertToPlanar(source, planes.destination, area);
+            const Planes whole(width, height, {});
+            convertToPlanar(source, whole.destination);
+            ASSERT_EQ(planes.luma, whole.luma) << width << " x " << height;
+            ASSERT_EQ(planes.blue, whole.blue) << width << " x " << height;
+            ASSERT_EQ(planes.red, whole.red) << width << " x " << height;
+        }
+        hwy::SetSupportedTargetsForTest(0);
+    }
+}
+
 }  // namespace
 }  // namespace lumivastor::imaging

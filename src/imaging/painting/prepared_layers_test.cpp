@@ -28,7 +28,7 @@ void expectPixel(const BgraPremultipliedBuffer& picture, int x, int y, int blue,
 TEST(PreparedLayers, TheBackgroundRunsFromLightToDarkAndIsOpaque) {
     const RgbColour tone{0.2, 0.4, 0.8};
     const StudioBackground background(400, 300, tone);
-    const auto& picture = background.pixels;
+    const auto& picture = background.pixels();
     // Top-left corner: 0.29, 0.58, 1 (limited); bottom-right: 0.11, 0.22, 0.44. The corners lie 250 pixels from the
     // middle, beyond the highlight's 240.
     expectPixel(picture, 0, 0, 255, 148, 74, 255);
@@ -89,7 +89,7 @@ TEST(PreparedLayers, TheRingIsALineOfItsColour) {
 }
 
 TEST(PreparedLayers, GoldenPictures) {
-    expectGolden(StudioBackground(160, 90, {0.25, 0.35, 0.55}).pixels, golden("background"));
+    expectGolden(StudioBackground(160, 90, {0.25, 0.35, 0.55}).pixels(), golden("background"));
     expectGolden(makeRoundedMatte(160, 90, {20.25, 12, 119.5, 66}, 9), golden("rounded_matte"));
     expectGolden(makeRoundedShadow(160, 90, {20.25, 22, 119.5, 56}, 9, {0.55, 12, 0, -6}), golden("rounded_shadow"));
     expectGolden(makeRing({64, 4, 5, {1, 0.42, 0.1}}), golden("ring"));
@@ -98,7 +98,7 @@ TEST(PreparedLayers, GoldenPictures) {
 }
 
 TEST(PreparedLayers, EmptySizesAndRectanglesMakeEmptyPictures) {
-    EXPECT_TRUE(StudioBackground(0, 0, {}).pixels.isEmpty());
+    EXPECT_TRUE(StudioBackground(0, 0, {}).pixels().isEmpty());
     EXPECT_TRUE(makeRoundedMatte(0, 5, {0, 0, 1, 1}, 1).isEmpty());
     for (const auto& picture :
          {makeRoundedMatte(3, 3, {}, 4).pixel(1, 1)[3], makeEllipseMatte(3, 3, {}).pixel(1, 1)[3],

@@ -246,7 +246,7 @@ struct Evaluator {
     }
 
     Colour squares(const MosaicNode& node, std::size_t area) const {
-        const PixelRect& rect = node.plan.areas[area];
+        const MosaicRect& rect = node.plan.areas[area];
         const int side = node.plan.side;
         View inner = view;
         inner.x.crop(rect.left, rect.right);
