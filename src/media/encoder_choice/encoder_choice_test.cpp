@@ -112,9 +112,9 @@ class StandIn final : public PictureEncoder {
         : fault_(fault), pool_(settings.width, settings.height, {}), encoder_(software(std::move(settings), fault)) {}
 
     ffmpeg::CodecParametersHandle parameters() const override { return encoder_.parameters(); }
-    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
-                const PacketConsumer& consume) override {
-        encoder_.encode(spoilt(picture), ticks, consume);
+    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
+                std::int64_t ticks, const PacketConsumer& consume) override {
+        encoder_.encode(spoilt(picture), damage, ticks, consume);
     }
     void repeat(std::int64_t ticks, const PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
     void finish(const PacketConsumer& consume) override { encoder_.finish(consume); }

@@ -219,7 +219,7 @@ EncoderTrial attempt(const VideoSettings& settings) {
         const auto picture = screen.picture(i);
         if (i < kCompared) pictures.push_back(picture);
         const auto begin = Clock::now();
-        encoder->encode(picture, i * ticks, consume);
+        encoder->encode(picture, std::nullopt, i * ticks, consume);
         if (i < kWarmUp) continue;
         encoding += Clock::now() - begin;
         ++timed;

@@ -128,6 +128,7 @@ bool SoundDecoder::decodeChunk() {
             const int sent = avcodec_send_packet(codec_.get(), packet_.get());
             av_packet_unref(packet_.get());
             if (sent == AVERROR(ENOMEM)) ffmpeg::checked(sent, kUndecodable);
+            if (sent < 0) ++refusedPackets_;
         } else {
             draining_ = true;
             static_cast<void>(avcodec_send_packet(codec_.get(), nullptr));

@@ -35,6 +35,9 @@ class SoundDecoder {
 
     std::int64_t position() const { return position_; }
 
+    /// How many packets the decoder has refused so far.
+    std::int64_t refusedPackets() const { return refusedPackets_; }
+
   private:
     void jump(std::int64_t frame);
     bool decodeChunk();
@@ -58,6 +61,7 @@ class SoundDecoder {
     std::int64_t chunkStart_ = 0;  // of chunk_, in frames
     std::vector<float> chunk_;
     bool chunkFollows_ = false;  // the next chunk continues the last one
+    std::int64_t refusedPackets_ = 0;
 };
 
 }  // namespace lumivastor::media

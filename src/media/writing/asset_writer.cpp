@@ -8,6 +8,7 @@
 #include "base/handled_error.h"
 #include "base/precondition.h"
 #include "ffmpeg/ffmpeg_support.h"
+#include "imaging/damage_history.h"
 #include "imaging/painting/planar_kernels.h"
 #include "media/writing/fragmented_movie_sink.h"
 #include "media/writing/plain_movie_sink.h"
@@ -41,20 +42,37 @@ class VideoTrackEncoder final : public TrackEncoder {
         } catch (const RecorderError& error) {
             throw EncoderFailure(error.message());
         }
-        stream_ = sink.addStream(*encoder_->parameters(), settings_.timescale);
+        stream_ = sink.addStream(*encoder_->parameters(), settings_.timescale, settings_.frameRate);
     }
 
-    void encode(MovieSink& sink, const std::shared_ptr<imaging::PlanarBuffer>& picture, const MediaTime& time) {
-        // Two pictures on one tick would make the movie fail; a tick later is not visible.
-        lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
-        guarded(sink, [&](const PacketConsumer& consume) { encoder_->encode(picture, lastTick_, consume); });
+    void encode(MovieSink& sink, const std::shared_ptr<imaging::PlanarBuffer>& picture,
+                const imaging::KnownDamage& damage, const MediaTime& time) {
+        history_.add(std::nullopt);  // not ours to continue
+        give(sink, picture, damage, time);
     }
 
-    void encode(MovieSink& sink, const imaging::BgraPremultipliedBuffer& picture, const MediaTime& time) {
+    // Only what changed is converted, into a buffer that holds an earlier picture: the encoder keeps a few of them.
+    void encode(MovieSink& sink, const imaging::BgraPremultipliedBuffer& picture, const imaging::KnownDamage& damage,
+                const MediaTime& time) {
         const std::shared_ptr<imaging::PlanarBuffer> converted = planes_.makePlanar();
         if (!converted) throw RecorderError("Kein Speicher für die Ausgabebilder.");
-        imaging::convertToPlanar(picture, converted->destination());
-        encode(sink, converted, time);
+        imaging::KnownDamage touched;
+        if (damage) {
+            touched.emplace();
+            for (const PixelRect& rect : damage->rects()) {
+                touched->add(imaging::convertedArea(rect, picture.width(), picture.height()));
+            }
+        }
+        const std::uint64_t number = history_.add(touched);
+        if (const imaging::KnownDamage missing = history_.since(converted->number)) {
+            for (const PixelRect& area : missing->rects()) {
+                imaging::convertToPlanar(picture, converted->destination(), area);
+            }
+        } else {
+            imaging::convertToPlanar(picture, converted->destination());
+        }
+        converted->number = number;
+        give(sink, converted, touched, time);
     }
 
     void repeat(MovieSink& sink, const MediaTime& time) {
@@ -67,6 +85,13 @@ class VideoTrackEncoder final : public TrackEncoder {
     }
 
   private:
+    void give(MovieSink& sink, const std::shared_ptr<imaging::PlanarBuffer>& picture,
+              const imaging::KnownDamage& damage, const MediaTime& time) {
+        // Two pictures on one tick would make the movie fail; a tick later is not visible.
+        lastTick_ = std::max(time.rescaled(settings_.timescale).value, lastTick_ + 1);
+        guarded(sink, [&](const PacketConsumer& consume) { encoder_->encode(picture, damage, lastTick_, consume); });
+    }
+
     // Runs the encoder and distinguishes its failures from those of the file, which pass through it.
     template <typename Work>
     void guarded(MovieSink& sink, const Work& work) {
@@ -86,6 +111,7 @@ class VideoTrackEncoder final : public TrackEncoder {
 
     VideoSettings settings_;
     imaging::PicturePool planes_;
+    imaging::DamageHistory history_;  // of what is encoded
     std::unique_ptr<PictureEncoder> encoder_;
     int stream_ = 0;
     std::int64_t lastTick_ = -1;
@@ -97,7 +123,7 @@ class AudioTrackEncoder final : public TrackEncoder {
 
     void open(MovieSink& sink) override {
         encoder_.emplace(settings_);
-        stream_ = sink.addStream(*encoder_->parameters(), settings_.sampleRate);
+        stream_ = sink.addStream(*encoder_->parameters(), settings_.sampleRate, 0);
     }
 
     void encode(MovieSink& sink, const PcmSample& sample, const MediaTime& time) {
@@ -121,7 +147,7 @@ class StoredTrackCopier final : public TrackEncoder {
 
     void open(MovieSink& sink) override {
         precondition(!sink.isFragmented(), "fragments are made of what is encoded here");
-        stream_ = sink.addStream(*format_.parameters, format_.timescale);
+        stream_ = sink.addStream(*format_.parameters, format_.timescale, 0);
     }
 
     void copy(MovieSink& sink, const StoredSample& sample, const MediaTime& sessionStart) const {
@@ -166,25 +192,33 @@ VideoWriterInput::VideoWriterInput(std::shared_ptr<WriterShared> shared, const V
       pool_(settings.width, settings.height, {}) {}
 VideoWriterInput::~VideoWriterInput() = default;
 
-bool VideoWriterInput::append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time) {
-    precondition(picture != nullptr, "a picture to append");
-    const MediaTime inMovie = time - channel_->shared().sessionStart;
-    if (inMovie < MediaTime{}) return true;
-    auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
-    return channel_->enqueue(inMovie.seconds(), [&encoder, inMovie, picture = std::move(picture)](MovieSink& sink) {
-        encoder.encode(sink, picture, inMovie);
-    });
+// With a picture goes what it changed.
+bool VideoWriterInput::isBeforeSession(const MediaTime& inMovie, imaging::KnownDamage& damage) {
+    if (std::exchange(hasLeftOut_, inMovie < MediaTime{})) damage.reset();
+    return hasLeftOut_;
 }
 
-bool VideoWriterInput::append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time) {
+bool VideoWriterInput::append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time,
+                              imaging::KnownDamage damage) {
+    precondition(picture != nullptr, "a picture to append");
+    const MediaTime inMovie = time - channel_->shared().sessionStart;
+    if (isBeforeSession(inMovie, damage)) return true;
+    auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
+    return channel_->enqueue(inMovie.seconds(),
+                             [&encoder, inMovie, picture = std::move(picture), damage = std::move(damage)](
+                                 MovieSink& sink) { encoder.encode(sink, picture, damage, inMovie); });
+}
+
+bool VideoWriterInput::append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time,
+                              imaging::KnownDamage damage) {
     precondition(picture != nullptr && picture->width() == settings_.width && picture->height() == settings_.height,
                  "a picture of the input's size");
     const MediaTime inMovie = time - channel_->shared().sessionStart;
-    if (inMovie < MediaTime{}) return true;
+    if (isBeforeSession(inMovie, damage)) return true;
     auto& encoder = static_cast<VideoTrackEncoder&>(channel_->encoder());
-    return channel_->enqueue(inMovie.seconds(), [&encoder, inMovie, picture = std::move(picture)](MovieSink& sink) {
-        encoder.encode(sink, *picture, inMovie);
-    });
+    return channel_->enqueue(inMovie.seconds(),
+                             [&encoder, inMovie, picture = std::move(picture), damage = std::move(damage)](
+                                 MovieSink& sink) { encoder.encode(sink, *picture, damage, inMovie); });
 }
 
 bool VideoWriterInput::appendRepeat(const MediaTime& time) {

@@ -12,6 +12,7 @@
 #include "base/media_time.h"
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
+#include "imaging/damage_area.h"
 #include "imaging/picture_pool.h"
 #include "imaging/pixel_buffer.h"
 #include "media/reading/samples.h"
@@ -76,9 +77,12 @@ class VideoWriterInput : public WriterInput {
     imaging::PicturePool& pool() { return pool_; }
 
     /// Takes a picture of the input's size, which must not be modified afterwards. A planar picture is encoded without
-    /// another copy; the other kind is converted on the encoder's thread. False when the writer has failed.
-    bool append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time);
-    bool append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time);
+    /// another copy; the other kind is converted on the encoder's thread. `damage` tells where the picture may differ
+    /// from the one that was appended before it. False when the writer has failed.
+    bool append(std::shared_ptr<imaging::PlanarBuffer> picture, const MediaTime& time,
+                imaging::KnownDamage damage = std::nullopt);
+    bool append(std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture, const MediaTime& time,
+                imaging::KnownDamage damage = std::nullopt);
     /// Shows the last appended picture at `time` as well. Costs almost nothing where the stream allows it, as it does
     /// unless the settings say otherwise. A picture must have been appended within the session.
     bool appendRepeat(const MediaTime& time);
@@ -87,8 +91,12 @@ class VideoWriterInput : public WriterInput {
     friend class AssetWriter;
     VideoWriterInput(std::shared_ptr<WriterShared> shared, const VideoSettings& settings);
 
+    /// Whether a picture at this time is left out.
+    bool isBeforeSession(const MediaTime& inMovie, imaging::KnownDamage& damage);
+
     VideoSettings settings_;
     imaging::PicturePool pool_;
+    bool hasLeftOut_ = false;  // since the last picture that was not
 };
 
 /// A track of sound, encoded from PCM of the settings' rate and channels; see `AudioEncoder` for gaps and overlaps.

@@ -21,14 +21,19 @@ namespace {
 constexpr const char* kNoAudioEncoder = "Der Ton-Encoder konnte nicht geöffnet werden";
 constexpr const char* kSoundRefused = "Der Ton konnte nicht kodiert werden";
 
+const AVCodec* encoderFor(AudioCodec codec) {
+    // FFmpeg's own Opus encoder is an experiment.
+    return codec == AudioCodec::opus ? avcodec_find_encoder_by_name("libopus") : avcodec_find_encoder(AV_CODEC_ID_AAC);
+}
+
 }  // namespace
 
 AudioEncoder::AudioEncoder(const AudioSettings& settings) : settings_(settings) {
     precondition(settings.sampleRate > 0 && settings.channels > 0 && settings.bitRate > 0, "sound settings are given");
-    const AVCodec* const encoder = avcodec_find_encoder(AV_CODEC_ID_AAC);
+    const AVCodec* const encoder = encoderFor(settings.codec);
     codec_ = makeEncoder(encoder, kNoAudioEncoder);
     codec_->sample_rate = settings.sampleRate;
-    codec_->sample_fmt = AV_SAMPLE_FMT_FLTP;
+    codec_->sample_fmt = settings.codec == AudioCodec::opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
     av_channel_layout_default(&codec_->ch_layout, settings.channels);
     codec_->bit_rate = settings.bitRate;
     codec_->time_base = {1, settings.sampleRate};
@@ -80,14 +85,18 @@ void AudioEncoder::send(std::size_t frames, const PacketConsumer& consume) {
     const auto channels = static_cast<std::size_t>(settings_.channels);
     const ffmpeg::FrameHandle frame = ffmpeg::makeFrame();
     frame->nb_samples = static_cast<int>(frames);
-    frame->format = AV_SAMPLE_FMT_FLTP;
+    frame->format = codec_->sample_fmt;
     frame->sample_rate = settings_.sampleRate;
     ffmpeg::checked(av_channel_layout_copy(&frame->ch_layout, &codec_->ch_layout), kSoundRefused);
     ffmpeg::checked(av_frame_get_buffer(frame.get(), 0), kSoundRefused);
     frame->pts = waitingStart_;
-    for (std::size_t c = 0; c < channels; ++c) {
-        auto* const plane = reinterpret_cast<float*>(frame->extended_data[c]);
-        for (std::size_t i = 0; i < frames; ++i) plane[i] = waiting_[i * channels + c];
+    if (codec_->sample_fmt == AV_SAMPLE_FMT_FLT) {
+        std::copy_n(waiting_.begin(), frames * channels, reinterpret_cast<float*>(frame->extended_data[0]));
+    } else {
+        for (std::size_t c = 0; c < channels; ++c) {
+            auto* const plane = reinterpret_cast<float*>(frame->extended_data[c]);
+            for (std::size_t i = 0; i < frames; ++i) plane[i] = waiting_[i * channels + c];
+        }
     }
     waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(frames * channels));
     waitingStart_ += static_cast<std::int64_t>(frames);

@@ -11,11 +11,15 @@
 
 namespace lumivastor::media {
 
-/// How sound is encoded: AAC.
+/// The codec of sound: AAC, or Opus for WebM files.
+enum class AudioCodec { aac, opus };
+
+/// How sound is encoded.
 struct AudioSettings {
     int sampleRate = 48000;
     int channels = 2;
     int bitRate = 192000;
+    AudioCodec codec = AudioCodec::aac;
 };
 
 /// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` count as

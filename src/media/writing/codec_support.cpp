@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media/writing/codec_support.h"
 
+#include <algorithm>
+
 #include "base/recorder_error.h"
 #include "ffmpeg/ffmpeg_support.h"
 #include "media/writing/h264_bitstream.h"
@@ -33,6 +35,26 @@ ffmpeg::CodecParametersHandle parametersOf(const AVCodecContext& codec) {
     ffmpeg::checked(avcodec_parameters_from_context(parameters.get(), &codec),
                     "Eine Spur konnte nicht angelegt werden");
     return parameters;
+}
+
+void replaceParameterSets(AVCodecParameters& parameters, std::span<const std::uint8_t> sets) {
+    av_freep(&parameters.extradata);
+    parameters.extradata_size = 0;
+    parameters.extradata = static_cast<std::uint8_t*>(av_mallocz(sets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (parameters.extradata == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
+    std::copy(sets.begin(), sets.end(), parameters.extradata);
+    parameters.extradata_size = static_cast<int>(sets.size());
+}
+
+ffmpeg::PacketHandle packetOf(std::span<const std::uint8_t> bytes, const AVPacket& like, const char* what) {
+    ffmpeg::PacketHandle packet = ffmpeg::makePacket();
+    ffmpeg::checked(av_new_packet(packet.get(), static_cast<int>(bytes.size())), what);
+    std::copy(bytes.begin(), bytes.end(), packet->data);
+    packet->pts = like.pts;
+    packet->dts = like.dts;
+    packet->duration = like.duration;
+    packet->flags = like.flags;
+    return packet;
 }
 
 void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
+#include <span>
+
 #include "ffmpeg/ffmpeg_handles.h"
 #include "media/writing/packet_consumer.h"
 
@@ -17,6 +20,12 @@ ffmpeg::CodecHandle makeEncoder(const AVCodec* encoder, const char* what);
 void askForHighProfile(AVCodecContext& codec);
 
 ffmpeg::CodecParametersHandle parametersOf(const AVCodecContext& codec);
+
+/// Replaces the parameter sets of a stream, which its movie's header will have.
+void replaceParameterSets(AVCodecParameters& parameters, std::span<const std::uint8_t> sets);
+
+/// A packet with these bytes, and with the times and flags of `like`.
+ffmpeg::PacketHandle packetOf(std::span<const std::uint8_t> bytes, const AVPacket& like, const char* what);
 
 /// Passes on all packets that the encoder has ready. `packet` is working memory.
 void drainEncoder(AVCodecContext& codec, AVPacket& packet, const char* what, const PacketConsumer& consume);

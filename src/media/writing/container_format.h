@@ -10,7 +10,14 @@ namespace lumivastor::media {
 
 /// FFmpeg's name of the container.
 inline const char* formatName(MovieContainer container) {
-    return container == MovieContainer::mp4 ? "mp4" : "mov";
+    switch (container) {
+        case MovieContainer::mp4:
+            return "mp4";
+        case MovieContainer::webM:
+            return "webm";
+        default:
+            return "mov";
+    }
 }
 
 /// Sets a stream's parameters, and its tag in QuickTime and MP4 files.

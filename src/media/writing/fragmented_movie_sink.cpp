@@ -66,7 +66,7 @@ FragmentedMovieSink::~FragmentedMovieSink() {
     close();
 }
 
-int FragmentedMovieSink::addStream(const AVCodecParameters& parameters, int timescale) {
+int FragmentedMovieSink::addStream(const AVCodecParameters& parameters, int timescale, int) {
     precondition(nextNumber_ == 1 && !thread_.joinable() && timescale > 0, "streams come before the header");
     Track track;
     track.header.id = static_cast<std::uint32_t>(tracks_.size() + 1);

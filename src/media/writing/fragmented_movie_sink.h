@@ -30,7 +30,7 @@ class FragmentedMovieSink final : public MovieSink {
     ~FragmentedMovieSink() override;
 
     bool isFragmented() const override { return true; }
-    int addStream(const AVCodecParameters& parameters, int timescale) override;
+    int addStream(const AVCodecParameters& parameters, int timescale, int frameRate) override;
     void begin() override;
     void write(int stream, AVPacket& packet) override;
     void endAt(const MediaTime& end) override;

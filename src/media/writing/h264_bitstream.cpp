@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 
 #include "base/precondition.h"
 
@@ -28,42 +30,86 @@ std::uint32_t BitReader::unsignedGolomb() {
     return (1U << zeros) - 1 + bits(zeros);
 }
 
-void BitWriter::bits(std::uint32_t value, int count) {
-    for (int i = count - 1; i >= 0; --i) {
-        if (used_ == 0) bytes_.push_back(0);
-        const auto bit = static_cast<std::uint8_t>(value >> i & 1U);
-        bytes_.back() = static_cast<std::uint8_t>(bytes_.back() | bit << (7 - used_));
-        used_ = (used_ + 1) % 8;
-    }
+std::int32_t BitReader::signedGolomb() {
+    const std::uint32_t code = unsignedGolomb();  // 9.1.1: 0, 1, -1, 2, -2, ...
+    const auto magnitude = static_cast<std::int32_t>(code / 2 + code % 2);
+    return code % 2 == 1 ? magnitude : -magnitude;
+}
+
+void BitWriter::flushWord() {
+    constexpr std::size_t kWord = 4;
+    if (size_ + kWord > bytes_.size()) bytes_.resize(std::max<std::size_t>(1024, 2 * bytes_.size()));
+    waitingBits_ -= 32;
+    const std::uint64_t word = waiting_ >> waitingBits_;
+    for (std::size_t i = 0; i < kWord; ++i) bytes_[size_ + i] = static_cast<std::uint8_t>(word >> (24 - 8 * i));
+    size_ += kWord;
 }
 
 void BitWriter::unsignedGolomb(std::uint32_t value) {
     precondition(value < 0xffffffffU, "a number that can be coded");
-    int length = 0;
-    while ((value + 1) >> length > 1) ++length;
-    bits(0, length);
-    bits(value + 1, length + 1);
+    const auto length = static_cast<int>(std::bit_width(value + 1));
+    if (length <= 16) {
+        bits(value + 1, 2 * length - 1);
+    } else {
+        bits(0, length - 1);
+        bits(value + 1, length);
+    }
 }
 
 void BitWriter::signedGolomb(std::int32_t value) {
     unsignedGolomb(value > 0 ? static_cast<std::uint32_t>(value) * 2 - 1 : static_cast<std::uint32_t>(-value) * 2);
 }
 
+void BitWriter::append(std::span<const std::uint8_t> bytes, std::size_t from, std::size_t to) {
+    precondition(from <= to && to <= bytes.size() * 8, "bits that are there");
+    const auto bitAt = [bytes](std::size_t at) { return bytes[at / 8] >> (7 - at % 8) & 1U; };
+    for (; from < to && from % 8 != 0; ++from) bits(bitAt(from), 1);
+    for (; from + 32 <= to; from += 32) {
+        std::uint32_t word = 0;
+        for (std::size_t i = 0; i < 4; ++i) word = word << 8 | bytes[from / 8 + i];
+        bits(word, 32);
+    }
+    for (; from < to; ++from) bits(bitAt(from), 1);
+}
+
+void BitWriter::align(bool value) {
+    while (waitingBits_ % 8 != 0) flag(value);
+}
+
 void BitWriter::finish() {
     flag(true);
-    while (used_ != 0) flag(false);
+    align(false);
+}
+
+std::span<const std::uint8_t> BitWriter::bytes() {
+    constexpr std::size_t kLongestRest = 4;
+    if (size_ + kLongestRest > bytes_.size()) bytes_.resize(size_ + kLongestRest);
+    std::size_t size = size_;
+    int rest = waitingBits_;
+    for (; rest >= 8; rest -= 8) bytes_[size++] = static_cast<std::uint8_t>(waiting_ >> (rest - 8));
+    if (rest > 0) bytes_[size++] = static_cast<std::uint8_t>(waiting_ << (8 - rest));
+    return {bytes_.data(), size};
 }
 
 std::vector<std::span<const std::uint8_t>> unitsOf(std::span<const std::uint8_t> stream) {
-    constexpr std::array<std::uint8_t, 3> kStart{0, 0, 1};
+    // The next start code from `at` on; the end if there is none. Looks for its rarest byte.
+    const auto startCode = [stream](std::size_t at) {
+        while (at + 3 <= stream.size()) {
+            const void* const one = std::memchr(stream.data() + at + 2, 1, stream.size() - at - 2);
+            if (one == nullptr) break;
+            at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(one) - stream.data()) - 2;
+            if (stream[at] == 0 && stream[at + 1] == 0) return at;
+            ++at;
+        }
+        return stream.size();
+    };
     std::vector<std::span<const std::uint8_t>> units;
-    auto start = std::search(stream.begin(), stream.end(), kStart.begin(), kStart.end());
-    while (start != stream.end()) {
-        const auto begin = start + 3;
-        const auto next = std::search(begin, stream.end(), kStart.begin(), kStart.end());
-        auto end = next;
-        while (end != begin && *(end - 1) == 0) --end;  // the next start code's leading zeros
-        if (begin != end) units.emplace_back(begin, end);
+    for (std::size_t start = startCode(0); start < stream.size();) {
+        const std::size_t begin = start + 3;
+        const std::size_t next = startCode(begin);
+        std::size_t end = next;
+        while (end > begin && stream[end - 1] == 0) --end;  // the next start code's leading zeros
+        if (begin < end) units.push_back(stream.subspan(begin, end - begin));
         start = next;
     }
     return units;
@@ -72,30 +118,40 @@ std::vector<std::span<const std::uint8_t>> unitsOf(std::span<const std::uint8_t>
 std::vector<std::uint8_t> unescaped(std::span<const std::uint8_t> unit) {
     std::vector<std::uint8_t> content;
     content.reserve(unit.size());
-    int zeros = 0;
-    for (const std::uint8_t byte : unit) {
-        if (zeros >= 2 && byte == 3) {
-            zeros = 0;
-            continue;
-        }
-        zeros = byte == 0 ? zeros + 1 : 0;
-        content.push_back(byte);
+    std::size_t copied = 0;
+    for (std::size_t at = 2; at < unit.size(); ++at) {
+        const void* const three = std::memchr(unit.data() + at, 3, unit.size() - at);
+        if (three == nullptr) break;
+        at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(three) - unit.data());
+        if (at < copied + 2 || unit[at - 1] != 0 || unit[at - 2] != 0) continue;
+        content.insert(content.end(), unit.begin() + static_cast<std::ptrdiff_t>(copied),
+                       unit.begin() + static_cast<std::ptrdiff_t>(at));
+        copied = at + 1;
     }
+    content.insert(content.end(), unit.begin() + static_cast<std::ptrdiff_t>(copied), unit.end());
     return content;
 }
 
 std::vector<std::uint8_t> escaped(std::span<const std::uint8_t> content) {
     std::vector<std::uint8_t> unit;
     unit.reserve(content.size() + content.size() / 64 + 4);
-    int zeros = 0;
-    for (const std::uint8_t byte : content) {
-        if (zeros >= 2 && byte <= 3) {
-            unit.push_back(3);
-            zeros = 0;
+    std::size_t copied = 0;
+    for (std::size_t at = 0; at + 2 < content.size();) {
+        const void* const zero = std::memchr(content.data() + at, 0, content.size() - at);
+        if (zero == nullptr) break;
+        at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(zero) - content.data());
+        if (at + 2 >= content.size()) break;
+        if (content[at + 1] != 0 || content[at + 2] > 3) {
+            ++at;
+            continue;
         }
-        zeros = byte == 0 ? zeros + 1 : 0;
-        unit.push_back(byte);
+        at += 2;
+        unit.insert(unit.end(), content.begin() + static_cast<std::ptrdiff_t>(copied),
+                    content.begin() + static_cast<std::ptrdiff_t>(at));
+        unit.push_back(3);
+        copied = at;
     }
+    unit.insert(unit.end(), content.begin() + static_cast<std::ptrdiff_t>(copied), content.end());
     return unit;
 }
 

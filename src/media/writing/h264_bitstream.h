@@ -9,9 +9,9 @@
 
 namespace lumivastor::media {
 
-// The part of H.264's syntax that is needed to write skip pictures and to find a stream's profile: NAL units between
-// start codes, parameter sets, and the beginnings of slice headers. Handles the output of our own encoder; anything
-// else is rejected, never misread.
+// The part of H.264's syntax that is needed to write skip pictures and to find a stream's profile: bits, NAL units
+// between start codes, parameter sets, and the beginnings of slice headers. Handles the output of our own encoder;
+// anything else is rejected, never misread. What region pictures need beyond this is in `media/region`.
 
 /// Reads bits, the highest of each byte first. Beyond the end it returns zeros and reports that.
 class BitReader {
@@ -21,6 +21,7 @@ class BitReader {
     std::uint32_t bits(int count);  // at most 32
     bool flag() { return bits(1) != 0; }
     std::uint32_t unsignedGolomb();
+    std::int32_t signedGolomb();
 
     std::size_t position() const { return position_; }  // in bits
     bool overran() const { return position_ > bytes_.size() * 8; }
@@ -33,18 +34,48 @@ class BitReader {
 /// Writes bits, the highest of each byte first.
 class BitWriter {
   public:
-    void bits(std::uint32_t value, int count);
+    /// The lowest `count` bits of `value`, 0 to 32; those above are zero.
+    void bits(std::uint32_t value, int count) {
+        waiting_ = waiting_ << count | value;
+        waitingBits_ += count;
+        if (waitingBits_ >= 32) flushWord();
+    }
     void flag(bool value) { bits(value ? 1 : 0, 1); }
     void unsignedGolomb(std::uint32_t value);
     void signedGolomb(std::int32_t value);
+    /// The bits [from, to) of `bytes`.
+    void append(std::span<const std::uint8_t> bytes, std::size_t from, std::size_t to);
+    /// Bits of this value up to a whole byte, none if there is one already.
+    void align(bool value);
     /// The stop bit and zeros up to a whole byte.
     void finish();
+    /// Forgets everything, but keeps the memory.
+    void clear() { rewind({}); }
 
-    const std::vector<std::uint8_t>& bytes() const { return bytes_; }
+    std::size_t position() const { return size_ * 8 + static_cast<std::size_t>(waitingBits_); }  // in bits
+    /// What was written. A last byte that is not whole is filled with zeros. The view ends with the next call.
+    std::span<const std::uint8_t> bytes();
+
+    /// A place to which the writer can return while it is not cleared.
+    struct Mark {
+        std::size_t size = 0;
+        std::uint64_t waiting = 0;
+        int waitingBits = 0;
+    };
+    Mark mark() const { return {size_, waiting_, waitingBits_}; }
+    void rewind(const Mark& mark) {
+        size_ = mark.size;
+        waiting_ = mark.waiting;
+        waitingBits_ = mark.waitingBits;
+    }
 
   private:
-    std::vector<std::uint8_t> bytes_;
-    int used_ = 0;  // bits of the last byte
+    void flushWord();
+
+    std::vector<std::uint8_t> bytes_;  // longer than what is written
+    std::size_t size_ = 0;             // bytes that are written
+    std::uint64_t waiting_ = 0;        // its lowest bits follow these
+    int waitingBits_ = 0;              // fewer than 32
 };
 
 /// The kinds of units that matter here, by their numbers in the stream.

@@ -10,7 +10,8 @@
 
 namespace lumivastor::media {
 
-enum class MovieContainer { mp4, quickTime };
+/// WebM holds VP9 and Opus, the others what `VideoCodec` and `AudioCodec` have besides.
+enum class MovieContainer { mp4, quickTime, webM };
 
 /// The movie file that a writer fills: first its streams are added, then the encoded packets of all streams are
 /// written, each stream's in decoding order. `write` and `endAt` may be called on any thread; the rest belongs to one.
@@ -29,8 +30,9 @@ class MovieSink {
     virtual bool isFragmented() const { return false; }
 
     /// Adds a stream whose packets' times count in 1 / `timescale` seconds, and returns its position. A picture track
-    /// has the same clock in the file.
-    virtual int addStream(const AVCodecParameters& parameters, int timescale) = 0;
+    /// has the same clock in the file, except in WebM files, which count milliseconds. `frameRate` is that of pictures,
+    /// if it is constant; 0 otherwise.
+    virtual int addStream(const AVCodecParameters& parameters, int timescale, int frameRate) = 0;
 
     /// Writes the header. No streams after that.
     virtual void begin() = 0;

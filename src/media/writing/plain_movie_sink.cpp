@@ -124,7 +124,7 @@ struct PlainMovieSink::Track {
 };
 
 PlainMovieSink::PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName)
-    : shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
+    : container_(container), shownName_(std::move(shownName)), target_(std::make_unique<ByteTarget>()) {
     ffmpeg::prepareFfmpeg();
     target_->file = createFile(path, shownName_, Existing::emptied);
     ffmpeg::checked(avformat_alloc_output_context2(&context_, nullptr, formatName(container), nullptr),
@@ -148,11 +148,13 @@ PlainMovieSink::~PlainMovieSink() {
     close();
 }
 
-int PlainMovieSink::addStream(const AVCodecParameters& parameters, int timescale) {
+int PlainMovieSink::addStream(const AVCodecParameters& parameters, int timescale, int frameRate) {
     precondition(context_ != nullptr && !headerWritten_ && timescale > 0, "streams come before the header");
     AVStream* const stream = avformat_new_stream(context_, nullptr);
     if (stream == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
     describeStream(*stream, parameters, timescale);
+    if (container_ == MovieContainer::webM && frameRate > 0)
+        stream->avg_frame_rate = stream->r_frame_rate = {frameRate, 1};
     Track track;
     track.timescale = timescale;
     track.isVideo = parameters.codec_type == AVMEDIA_TYPE_VIDEO;
@@ -164,6 +166,14 @@ int PlainMovieSink::addStream(const AVCodecParameters& parameters, int timescale
 void PlainMovieSink::begin() {
     precondition(context_ != nullptr && !headerWritten_, "a movie begins once");
     AVDictionary* settings = nullptr;
+    if (container_ != MovieContainer::webM) setUpIndex(settings);
+    const int result = avformat_write_header(context_, &settings);
+    av_dict_free(&settings);
+    check(result);
+    headerWritten_ = true;
+}
+
+void PlainMovieSink::setUpIndex(AVDictionary*& settings) const {
     av_dict_set_int(&settings, "movie_timescale", kMovieTimescale, 0);
     if (videoTimescale_ > 0) av_dict_set_int(&settings, "video_track_timescale", videoTimescale_, 0);
     // The length of the index is known only at the end. Then the samples move up by that much, in pieces of the index's
@@ -171,10 +181,6 @@ void PlainMovieSink::begin() {
     // that time. But its size would be a guess: one that is too small spoils an export of an hour, and a safe one (some
     // 40 bytes a sample) leaves a hole as long as the index before the samples, which every download contains.
     av_dict_set(&settings, "movflags", "+write_colr+faststart", 0);
-    const int result = avformat_write_header(context_, &settings);
-    av_dict_free(&settings);
-    check(result);
-    headerWritten_ = true;
 }
 
 void PlainMovieSink::write(int stream, AVPacket& packet) {
@@ -223,7 +229,7 @@ void PlainMovieSink::finish() {
     check(av_write_trailer(context_));
     avio_flush(io_);
     check(0);
-    if (!isWholeAndBeginsWithIndex(target_->file.get())) {
+    if (container_ != MovieContainer::webM && !isWholeAndBeginsWithIndex(target_->file.get())) {
         throw RecorderError(shownName_ + " konnte nicht geschrieben werden: Die Datei ist unvollständig.");
     }
     if (::fsync(target_->file.get()) != 0 && errno != EINVAL && target_->error == 0) target_->error = errno;

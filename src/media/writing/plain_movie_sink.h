@@ -9,18 +9,21 @@
 
 #include "media/writing/movie_sink.h"
 
+struct AVDictionary;
+
 namespace lumivastor::media {
 
 /// A movie whose index is written at the end: it is not readable before. The index is then placed before the samples,
 /// so that a finished movie plays while it is being downloaded. Finishing rewrites the file once for that, in place;
-/// memory and disk space are needed only for the index. Packets are interleaved by time.
+/// memory and disk space are needed only for the index. WebM files keep theirs at the end. Packets are interleaved by
+/// time.
 class PlainMovieSink final : public MovieSink {
   public:
     /// Errors call the file `shownName`.
     PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName);
     ~PlainMovieSink() override;
 
-    int addStream(const AVCodecParameters& parameters, int timescale) override;
+    int addStream(const AVCodecParameters& parameters, int timescale, int frameRate) override;
     void begin() override;
     void write(int stream, AVPacket& packet) override;
     void endAt(const MediaTime& end) override;
@@ -31,10 +34,12 @@ class PlainMovieSink final : public MovieSink {
     struct ByteTarget;
     struct Track;
 
+    void setUpIndex(AVDictionary*& settings) const;
     void writeHeldBack();
     void writeNow(AVPacket& packet);
     void check(int result);
 
+    const MovieContainer container_;
     const std::string shownName_;
     std::unique_ptr<ByteTarget> target_;
     AVIOContext* io_ = nullptr;

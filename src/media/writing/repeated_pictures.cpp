@@ -14,9 +14,10 @@ std::uint8_t unitHeader(H264Unit kind) {
     return static_cast<std::uint8_t>(0x40 | static_cast<std::uint8_t>(kind));
 }
 
-std::vector<std::uint8_t> unitOf(H264Unit kind, const BitWriter& content) {
+std::vector<std::uint8_t> unitOf(H264Unit kind, BitWriter& content) {
     std::vector<std::uint8_t> raw{unitHeader(kind)};
-    raw.insert(raw.end(), content.bytes().begin(), content.bytes().end());
+    const auto bytes = content.bytes();
+    raw.insert(raw.end(), bytes.begin(), bytes.end());
     return escaped(raw);
 }
 

@@ -38,14 +38,54 @@ TEST(H264Bits, WhatIsWrittenIsReadBack) {
         BitReader reader(writer.bytes());
         for (std::size_t i = 0; i < values.size(); ++i) {
             ASSERT_EQ(reader.unsignedGolomb(), values[i]);
-            // Positive numbers have the odd codes.
-            const std::uint32_t number = values[i] >> 2;
-            ASSERT_EQ(reader.unsignedGolomb(), i % 2 == 0 && number > 0 ? 2 * number - 1 : 2 * number);
+            ASSERT_EQ(reader.signedGolomb(), static_cast<std::int32_t>(values[i] >> 2) * (i % 2 == 0 ? 1 : -1));
             ASSERT_EQ(reader.bits(7), values[i] & 0x7f);
         }
         EXPECT_FALSE(reader.overran());
         reader.bits(32);
         EXPECT_TRUE(reader.overran());
+    }
+}
+
+TEST(H264Bits, WhatIsTakenBackIsAsIfNeverWritten) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 200; ++round) {
+        BitWriter kept;
+        BitWriter wavering;
+        for (int i = 0; i < 50; ++i) {
+            const BitWriter::Mark mark = wavering.mark();
+            for (unsigned wrong = static_cast<unsigned>(random()) % 20; wrong > 0; --wrong) wavering.bits(0x1b, 5);
+            wavering.rewind(mark);
+            const int count = static_cast<int>(random() % 33);
+            const auto value = static_cast<std::uint32_t>((std::uint64_t{random()} << 1 & 0xffffffffU) >> (32 - count));
+            kept.bits(value, count);
+            wavering.bits(value, count);
+            ASSERT_EQ(kept.position(), wavering.position());
+        }
+        const auto a = kept.bytes();
+        const auto b = wavering.bytes();
+        EXPECT_TRUE(std::equal(a.begin(), a.end(), b.begin(), b.end()));
+        EXPECT_EQ(a.size(), (kept.position() + 7) / 8);
+    }
+}
+
+TEST(H264Bits, AnyRangeOfBitsCanBeAppendedAnywhere) {
+    std::mt19937 random(8);
+    std::vector<std::uint8_t> source(40);
+    for (auto& byte : source) byte = static_cast<std::uint8_t>(random());
+    for (std::size_t before = 0; before < 40; before += 3) {
+        for (std::size_t from = 0; from < 70; ++from) {
+            const std::size_t to = from + random() % (source.size() * 8 - from + 1);
+            BitWriter writer;
+            for (std::size_t i = 0; i < before; ++i) writer.flag(true);
+            writer.append(source, from, to);
+            ASSERT_EQ(writer.position(), before + to - from);
+            BitReader written(writer.bytes());
+            BitReader expected(source);
+            for (std::size_t i = 0; i < before; ++i) ASSERT_TRUE(written.flag());
+            for (std::size_t i = 0; i < from; ++i) expected.flag();
+            for (std::size_t i = from; i < to; ++i) ASSERT_EQ(written.flag(), expected.flag()) << from << " " << i;
+        }
     }
 }
 

@@ -2,6 +2,9 @@
 #include "media/writing/video_encoder.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
@@ -14,6 +17,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavutil/frame.h>
 #include <libavutil/opt.h>
 }
 
@@ -30,14 +34,32 @@ int evenUp(int size) {
 
 std::string encoderName(const VideoSettings& settings) {
     if (!settings.encoder.empty()) return settings.encoder;
-    return settings.codec == VideoCodec::hevc ? "libx265" : "libx264";
+    switch (settings.codec) {
+        case VideoCodec::hevc:
+            return "libx265";
+        case VideoCodec::vp9:
+            return "libvpx-vp9";
+        default:
+            return "libx264";
+    }
+}
+
+AVCodecID codecId(VideoCodec codec) {
+    switch (codec) {
+        case VideoCodec::hevc:
+            return AV_CODEC_ID_HEVC;
+        case VideoCodec::vp9:
+            return AV_CODEC_ID_VP9;
+        default:
+            return AV_CODEC_ID_H264;
+    }
 }
 
 void set(AVCodecContext& codec, const char* option, const std::string& value) {
     ffmpeg::checked(av_opt_set(codec.priv_data, option, value.c_str(), 0), kNoVideoEncoder);
 }
 
-void setUpX264(AVCodecContext& codec, const VideoSettings& settings, bool mayRepeat) {
+void setUpX264(AVCodecContext& codec, const VideoSettings& settings) {
     set(codec, "preset", settings.preset);
     set(codec, "profile", "high");
     set(codec, "forced-idr", "1");
@@ -49,11 +71,20 @@ void setUpX264(AVCodecContext& codec, const VideoSettings& settings, bool mayRep
     }
     if (settings.constantQuality) {
         set(codec, "crf", std::to_string(*settings.constantQuality));
-        codec.rc_max_rate = codec.bit_rate;
-        codec.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(2 * codec.bit_rate, INT32_MAX));
+        if (settings.limitsQuality) {
+            codec.rc_max_rate = codec.bit_rate;
+            codec.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(2 * codec.bit_rate, INT32_MAX));
+        } else {
+            // The factor is the QP then. Otherwise a picture behind motion or behind a key picture would be coarser,
+            // because libx264 expects more of the same.
+            codec.qcompress = 1;
+            // `setCoarseness` needs adaptive quantisation, which not all presets have. Its strength is libx264's own:
+            // with less, large dark areas show bands (`LargeDarkAreasShowNoBands`).
+            set(codec, "aq-mode", "1");
+        }
         codec.bit_rate = 0;
     }
-    if (mayRepeat) {
+    if (settings.skipRepeatedPictures || settings.refersToLastOnly) {
         // Required for repeats behind the encoder; see `RepeatedPictures`.
         codec.refs = 1;
         set(codec, "weightp", "none");
@@ -70,6 +101,23 @@ void setUpX265(AVCodecContext& codec, const VideoSettings& settings) {
     // FFmpeg passes on its number of threads as the number of pictures in progress, each of which adds delay.
     if (settings.lowLatency) parameters += ":frame-threads=1";
     set(codec, "x265-params", parameters);
+}
+
+// Measured settings: docs/decisions/0017-forms-of-films.md.
+void setUpVpx(AVCodecContext& codec, const VideoSettings& settings) {
+    set(codec, "deadline", "realtime");
+    set(codec, "cpu-used", "7");
+    set(codec, "tune-content", "screen");
+    set(codec, "row-mt", "1");
+    set(codec, "tile-columns", "2");
+    // No picture waits, and none is coded that is not shown: packets and pictures correspond.
+    set(codec, "lag-in-frames", "0");
+    set(codec, "auto-alt-ref", "0");
+    if (settings.constantQuality) {
+        set(codec, "crf", std::to_string(*settings.constantQuality));
+        // Without a rate the factor alone decides.
+        if (!settings.limitsQuality) codec.bit_rate = 0;
+    }
 }
 
 // Hardware encoders have no common option names: each takes those that it knows.
@@ -102,8 +150,7 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     const std::string name = encoderName(settings);
     const AVCodec* const encoder = avcodec_find_encoder_by_name(name.c_str());
     codec_ = makeEncoder(encoder, kNoVideoEncoder);
-    precondition(encoder->id == (settings.codec == VideoCodec::hevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264),
-                 "the encoder is one for the codec");
+    precondition(encoder->id == codecId(settings.codec), "the encoder is one for the codec");
     codec_->width = evenUp(settings.width);
     codec_->height = evenUp(settings.height);
     codec_->time_base = {1, settings.timescale};
@@ -121,9 +168,11 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     keyTicks_ = static_cast<std::int64_t>(settings.maxKeyFrameSeconds * settings.timescale);
     const bool mayRepeat = settings.skipRepeatedPictures && name == "libx264";
     if (name == "libx264") {
-        setUpX264(*codec_, settings, mayRepeat);
+        setUpX264(*codec_, settings);
     } else if (name == "libx265") {
         setUpX265(*codec_, settings);
+    } else if (name == "libvpx-vp9") {
+        setUpVpx(*codec_, settings);
     } else {
         setUpHardware(*codec_, settings);
     }
@@ -136,22 +185,14 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
 
 ffmpeg::CodecParametersHandle VideoEncoder::parameters() const {
     ffmpeg::CodecParametersHandle parameters = parametersOf(*codec_);
-    if (repeats_) {
-        const std::vector<std::uint8_t>& sets = repeats_->parameterSets();
-        av_freep(&parameters->extradata);
-        parameters->extradata_size = 0;
-        parameters->extradata = static_cast<std::uint8_t*>(av_mallocz(sets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-        if (parameters->extradata == nullptr) throw RecorderError("Der Arbeitsspeicher reicht nicht.");
-        std::copy(sets.begin(), sets.end(), parameters->extradata);
-        parameters->extradata_size = static_cast<int>(sets.size());
-    }
+    if (repeats_) replaceParameterSets(*parameters, repeats_->parameterSets());
     parameters->width = settings_.width;
     parameters->height = settings_.height;
     return parameters;
 }
 
-void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
-                          const PacketConsumer& consume) {
+void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage&,
+                          std::int64_t ticks, const PacketConsumer& consume) {
     const imaging::YuvDestination& planes = picture->destination();
     precondition(planes.width == settings_.width && planes.height == settings_.height, "a picture of the input's size");
     precondition(planes.encoding == imaging::YuvEncoding{}, "pictures are written in BT.709, limited range");
@@ -159,6 +200,22 @@ void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture,
     last_ = picture;
     repeatsOfLast_ = 0;
     submit(ticks, consume);
+}
+
+void VideoEncoder::addCoarseness(AVFrame& frame) const {
+    if (coarseness_ == 0) return;
+    AVFrameSideData* const data =
+        av_frame_new_side_data(&frame, AV_FRAME_DATA_REGIONS_OF_INTEREST, sizeof(AVRegionOfInterest));
+    if (data == nullptr) throw std::bad_alloc();
+    AVRegionOfInterest all{};
+    all.self_size = sizeof(all);
+    all.bottom = frame.height;
+    all.right = frame.width;
+    // As a share of all QPs.
+    constexpr int kQps = 51;
+    constexpr int kSteps = 1000;
+    all.qoffset = {static_cast<int>(std::lround(coarseness_ * kSteps)), kQps * kSteps};
+    std::memcpy(data->data, &all, sizeof(all));
 }
 
 bool VideoEncoder::isKeyDue(std::int64_t ticks) const {
@@ -183,6 +240,7 @@ void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
 void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
     const ffmpeg::FrameHandle frame = encoderPicture(*codec_, last_);
     frame->pts = ticks;
+    addCoarseness(*frame);
     // If the encoder does not get all pictures, or there is a limit in seconds, which it does not know, key pictures
     // are requested by our own count.
     if (repeats_ || keyTicks_ > 0) {
@@ -193,6 +251,8 @@ void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
         if (sinceKey_ == 0) lastKeyTicks_ = ticks;
         ++sinceKey_;
     }
+    if (isKeyRequested_) frame->pict_type = AV_PICTURE_TYPE_I;
+    isKeyRequested_ = false;
     if (repeats_) pending_.push_back({ticks, false});
     ffmpeg::checked(avcodec_send_frame(codec_.get(), frame.get()), kPictureRefused);
     receive(consume);
@@ -223,13 +283,7 @@ void VideoEncoder::giveRewritten(const AVPacket& packet, const PacketConsumer& c
         throw RecorderError(std::string(kPictureRefused) + ": Der Encoder liefert einen unerwarteten Bildstrom.");
     }
     pending_.pop_front();
-    const ffmpeg::PacketHandle rewritten = ffmpeg::makePacket();
-    ffmpeg::checked(av_new_packet(rewritten.get(), static_cast<int>(stream->size())), kPictureRefused);
-    std::copy(stream->begin(), stream->end(), rewritten->data);
-    rewritten->pts = packet.pts;
-    rewritten->dts = packet.dts;
-    rewritten->duration = packet.duration;
-    rewritten->flags = packet.flags;
+    const ffmpeg::PacketHandle rewritten = packetOf(*stream, packet, kPictureRefused);
     consume(*rewritten);
 }
 

@@ -9,14 +9,15 @@
 #include <string>
 
 #include "ffmpeg/ffmpeg_handles.h"
+#include "imaging/damage_area.h"
 #include "imaging/picture_pool.h"
 #include "media/writing/packet_consumer.h"
 #include "media/writing/repeated_pictures.h"
 
 namespace lumivastor::media {
 
-/// The codec of pictures: H.264, or HEVC Main, which is "hvc1" in QuickTime files.
-enum class VideoCodec { h264, hevc };
+/// The codec of pictures: H.264, HEVC Main, which is "hvc1" in QuickTime files, or VP9 for WebM files.
+enum class VideoCodec { h264, hevc, vp9 };
 
 class PictureEncoder;
 struct VideoSettings;
@@ -37,7 +38,8 @@ struct VideoSettings {
     int frameRate = 60;            // expected; also the duration of the last picture unless the session has an end
     std::int32_t timescale = 600;  // of the track: picture times are rounded to it
     VideoCodec codec = VideoCodec::h264;
-    /// FFmpeg's name of the encoder, one for `codec`; empty: libx264 or libx265. encoder_choice.h finds one that works.
+    /// FFmpeg's name of the encoder, one for `codec`; empty: libx264, libx265 or libvpx-vp9. encoder_choice.h finds one
+    /// that works.
     std::string encoder;
     /// The software encoders' trade-off between time and quality, by their own name for it. Hardware encoders ignore
     /// it.
@@ -59,6 +61,8 @@ struct VideoSettings {
     /// a still screen key pictures must be several pictures apart; otherwise they exceed the limit and the quality
     /// pulses.
     std::optional<int> constantQuality;
+    /// Whether `averageBitRate` limits that. Not for those who choose each picture's quality by `setQuality`.
+    bool limitsQuality = true;
     /// Whether repeated pictures are written without the encoder (see `RepeatedPictures`), which libx264's streams
     /// allow. If not, and with other encoders, they are encoded like all others.
     bool skipRepeatedPictures = true;
@@ -66,6 +70,9 @@ struct VideoSettings {
     /// reaches full sharpness. Measured on text at 1280 x 720: with none it stays at 40 dB of luma PSNR, with two at
     /// 46, with three at 53; more than four gain nothing.
     int settlingRepeats = 3;
+    /// For libx264: each picture refers to no other than the one before, as `RegionVideoEncoder` needs it. Repeats
+    /// behind the encoder need the same and set it themselves.
+    bool refersToLastOnly = false;
     /// H.264 must have profile High: it is requested from hardware, and a trial rejects an encoder whose stream has
     /// another. libx264 produces it with every preset except `ultrafast`, which does not use what High adds.
     bool highProfile = false;
@@ -84,9 +91,10 @@ class PictureEncoder {
     /// The stream's parameters for the movie's header.
     virtual ffmpeg::CodecParametersHandle parameters() const = 0;
 
-    /// `ticks` in the settings' timescale, ascending. The encoder keeps the picture until the next call.
-    virtual void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
-                        const PacketConsumer& consume) = 0;
+    /// `ticks` in the settings' timescale, ascending. `damage` tells where the picture may differ from the one that was
+    /// encoded before it. The encoder keeps the picture until the next call.
+    virtual void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
+                        std::int64_t ticks, const PacketConsumer& consume) = 0;
     /// Shows the last encoded picture, which must exist, at `ticks` as well.
     virtual void repeat(std::int64_t ticks, const PacketConsumer& consume) = 0;
     /// Passes on what the encoder still holds.
@@ -104,10 +112,17 @@ class VideoEncoder final : public PictureEncoder {
     explicit VideoEncoder(const VideoSettings& settings);
 
     ffmpeg::CodecParametersHandle parameters() const override;
-    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
-                const PacketConsumer& consume) override;
+    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
+                std::int64_t ticks, const PacketConsumer& consume) override;
     void repeat(std::int64_t ticks, const PacketConsumer& consume) override;
     void finish(const PacketConsumer& consume) override;
+
+    /// The next picture is a key picture, besides those that the settings ask for.
+    void requestKey() { isKeyRequested_ = true; }
+
+    /// For libx264 with a constant quality that nothing limits: steps of QP by which the pictures from the next one on
+    /// are coarser. The factor itself stays, because libx264 gives a key picture the mean of those before it.
+    void setCoarseness(double steps) { coarseness_ = steps; }
 
   private:
     /// What was passed to the encoder and has not come out yet, in presentation order.
@@ -117,6 +132,7 @@ class VideoEncoder final : public PictureEncoder {
     };
 
     bool isKeyDue(std::int64_t ticks) const;
+    void addCoarseness(AVFrame& frame) const;
     void submit(std::int64_t ticks, const PacketConsumer& consume);
     void receive(const PacketConsumer& consume);
     void giveRewritten(const AVPacket& packet, const PacketConsumer& consume);
@@ -129,6 +145,8 @@ class VideoEncoder final : public PictureEncoder {
     std::deque<Pending> pending_;              // only with repeats_
     std::shared_ptr<imaging::PlanarBuffer> last_;
     int repeatsOfLast_ = 0;
+    bool isKeyRequested_ = false;
+    double coarseness_ = 0;
     int sinceKey_ = 0;           // pictures since the last requested key picture, including it
     std::int64_t keyTicks_ = 0;  // the most from one to the next; 0: any
     std::int64_t lastKeyTicks_ = 0;

@@ -90,7 +90,7 @@ TEST_P(EitherStream, WithoutDelayEveryPictureComesOutAtOnce) {
     imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
     for (int i = 0; i < 20; ++i) {
-        encoder.encode(numbered(pool, i), i * 600, packets.consumer());
+        encoder.encode(numbered(pool, i), std::nullopt, i * 600, packets.consumer());
         ASSERT_EQ(packets.all.size(), static_cast<std::size_t>(i) + 1);
         EXPECT_EQ(packets.all.back().ticks, i * 600);
     }
@@ -109,7 +109,7 @@ TEST_P(EitherStream, KeyPicturesComeByTheClockWherePicturesAreRare) {
     for (int i = 0; i < 10; ++i) ticks.push_back(3000 + i * 600);
     ticks.push_back(60000);
     for (std::size_t i = 0; i < ticks.size(); ++i) {
-        encoder.encode(numbered(pool, static_cast<int>(i)), ticks[i], packets.consumer());
+        encoder.encode(numbered(pool, static_cast<int>(i)), std::nullopt, ticks[i], packets.consumer());
     }
     encoder.finish(packets.consumer());
     ASSERT_EQ(packets.all.size(), ticks.size());
@@ -128,7 +128,7 @@ TEST_P(EitherStream, RepeatsAreKeyPicturesByTheClockToo) {
     VideoEncoder encoder(made);
     imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
-    encoder.encode(numbered(pool, 7), 0, packets.consumer());
+    encoder.encode(numbered(pool, 7), std::nullopt, 0, packets.consumer());
     for (int i = 1; i < 30; ++i) encoder.repeat(i * 120, packets.consumer());
     encoder.finish(packets.consumer());
     ASSERT_EQ(packets.all.size(), 30u);
@@ -156,7 +156,7 @@ TEST_P(EitherStream, TheBitRateIsForPicturesASecondNotTicks) {
                 planes.luma[y * planes.lumaStride + x] = static_cast<std::uint8_t>(random() % 200 + 20);
             }
         }
-        encoder.encode(picture, i * 20, packets.consumer());
+        encoder.encode(picture, std::nullopt, i * 20, packets.consumer());
     }
     encoder.finish(packets.consumer());
     double bits = 0;

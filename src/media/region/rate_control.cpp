@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "media/region/rate_control.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumivastor::media {
+
+namespace {
+
+// A change of the rate factor by this much doubles the size, or halves it.
+constexpr double kDoubling = 6;
+// H.264 ends at 51. libx264 takes more as a request to leave out detail, which noise needs.
+constexpr double kCoarsestFactor = 60;
+// Motion may use up what was saved in the time that it is likely to last, except for this share, which is for the
+// picture at its end, because that one stays. A zoom takes about that long in all; nobody knows what is left of a
+// longer motion.
+constexpr double kZoomSeconds = 0.8;
+constexpr double kMostLeft = 0.5;
+constexpr double kLeastLeft = 0.2;
+constexpr double kKeptShare = 0.25;
+// At least this share of the rate's, also when too much was spent: nothing would be seen for seconds otherwise.
+constexpr double kLeastShare = 0.25;
+// As far as a picture may be finer than the one before it in a motion. A leap could be seen.
+constexpr double kLargestStep = 3;
+// What a picture that stays may take of all that is saved, and at least, in seconds of the rate.
+constexpr double kRestShare = 0.5;
+constexpr double kRestSeconds = 0.25;
+
+}  // namespace
+
+RateControl::RateControl(const RateControlSettings& settings)
+    : settings_(settings), saved_(settings.bytesPerSecond * settings.windowSeconds) {}
+
+void RateControl::advance(double seconds) {
+    saved_ = std::min(capacity(), saved_ + settings_.bytesPerSecond * seconds);
+    if (motion_) motionSeconds_ += seconds;
+}
+
+void RateControl::wrote(std::size_t bytes) {
+    saved_ -= static_cast<double>(bytes);
+}
+
+double RateControl::factorFor(Kind kind, double picturesPerSecond) const {
+    if (kind == Kind::rest) return restFactor();
+    const double kept = kKeptShare * capacity();
+    const std::optional<Learned>& like = motion_ ? motion_ : key_;
+    if (!like || capacity() <= 0) return settings_.motionFactor;
+    const double left = std::clamp(kZoomSeconds - motionSeconds_, kLeastLeft, kMostLeft);
+    const double budget = settings_.bytesPerSecond + (saved_ - kept) / left;
+    const double each = std::max(budget, kLeastShare * settings_.bytesPerSecond) / picturesPerSecond;
+    const double fitting = like->factor + kDoubling * std::log2(like->bytes / each);
+    const double finest = motion_ ? motion_->factor - kLargestStep : 0;
+    return std::min(kCoarsestFactor, std::max({settings_.motionFactor, fitting, finest}));
+}
+
+// At worst it has to be coded from nothing, or as much of it as in the last picture of a motion.
+double RateControl::restFactor() const {
+    if (capacity() <= 0) return settings_.restFactor;
+    const double each = std::max(kRestShare * saved_, kRestSeconds * settings_.bytesPerSecond);
+    double factor = settings_.restFactor;
+    for (const auto& like : {key_, rest_, motion_}) {
+        if (like) factor = std::max(factor, like->factor + kDoubling * std::log2(like->bytes / each));
+    }
+    return std::min(kCoarsestFactor, factor);
+}
+
+void RateControl::endMotion() {
+    motion_.reset();
+    motionSeconds_ = 0;
+}
+
+void RateControl::learnMotion(double factor, std::size_t bytes) {
+    motion_ = {factor, std::max(1.0, static_cast<double>(bytes))};
+}
+
+void RateControl::learnRest(double factor, std::size_t bytes) {
+    rest_ = {factor, std::max(1.0, static_cast<double>(bytes))};
+}
+
+void RateControl::learnKey(double factor, std::size_t bytes) {
+    key_ = {factor, std::max(1.0, static_cast<double>(bytes))};
+}
+
+}  // namespace lumivastor::media
