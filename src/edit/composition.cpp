@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "base/formatted.h"
+#include "base/log.h"
 #include "base/precondition.h"
 #include "edit/timeline.h"
 
@@ -14,6 +16,13 @@ Composition::Composition(const std::filesystem::path& folder, int canvasWidth, i
       cursorAssets_(loadCursorAssets(folder, recording_->track.cursorImages)) {
     precondition(canvasWidth >= 1 && canvasHeight >= 1, "a canvas has an area");
     rebuild(model::ProjectSettings::load(folder), nullptr);
+    if (!info().knowsPositions() && !settings().zooms) {
+        Log::write("Studio", "Keine Zooms vorgeschlagen: Wo der Zeiger war, ist nicht bekannt");
+    } else if (!info().knowsClicks() && !settings().zooms) {
+        Log::write(
+            "Studio",
+            formatted("%d Zooms nach Haltepunkten des Zeigers vorgeschlagen: Klicks sind nicht bekannt", zoomCount()));
+    }
 }
 
 Composition::Composition(const Composition& other, const model::ProjectSettings& settings, int canvasWidth,

@@ -2,9 +2,32 @@
 #include "edit/edit_state.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace lumivastor::edit {
+
+namespace {
+
+std::vector<model::PointerSample> insideCrop(const std::vector<model::PointerSample>& samples,
+                                             const StudioLayout& layout) {
+    std::vector<model::PointerSample> inside;
+    std::copy_if(samples.begin(), samples.end(), std::back_inserter(inside), [&](const model::PointerSample& sample) {
+        return layout.cropRect.containsOrTouches({sample.px, sample.py});
+    });
+    return inside;
+}
+
+// Some clicks may be known although others are not: those of one of two devices.
+std::vector<model::PointerSample> restsAndPresses(const Recording& recording) {
+    std::vector<model::PointerSample> all;
+    std::merge(recording.rests.begin(), recording.rests.end(), recording.presses.begin(), recording.presses.end(),
+               std::back_inserter(all),
+               [](const model::PointerSample& a, const model::PointerSample& b) { return a.t < b.t; });
+    return all;
+}
+
+}  // namespace
 
 ZoomEngine::Parameters zoomParameters(const model::ProjectSettings& settings) {
     const double pace = model::factor(settings.tempo);
@@ -34,18 +57,22 @@ std::shared_ptr<const EditState> deriveEditState(const Recording& recording, con
     if (previous != nullptr && previous->settings.smoothing == settings.smoothing) {
         state->cursorEngine = previous->cursorEngine;
     } else {
-        state->cursorEngine =
-            std::make_shared<const CursorEngine>(recording.track.events, info.duration, settings.smoothing);
+        static const std::vector<model::PointerSample> kNowhere;
+        state->cursorEngine = std::make_shared<const CursorEngine>(
+            recording.knowsPositions() ? recording.track.events : kNowhere, info.duration, settings.smoothing);
     }
 
-    std::copy_if(recording.presses.begin(), recording.presses.end(), std::back_inserter(state->clicks),
-                 [&](const model::PointerSample& press) {
-                     return state->layout.cropRect.containsOrTouches({press.px, press.py});
-                 });
+    state->clicks = insideCrop(recording.presses, state->layout);
 
     const ZoomEngine::Parameters parameters = zoomParameters(settings);
-    state->zoomSpecs =
-        settings.zooms ? *settings.zooms : ZoomEngine::autoSpecs(state->clicks, width, height, parameters);
+    if (settings.zooms) {
+        state->zoomSpecs = *settings.zooms;
+    } else if (info.knowsClicks()) {
+        state->zoomSpecs = ZoomEngine::autoSpecs(state->clicks, width, height, parameters);
+    } else {
+        const auto places = insideCrop(restsAndPresses(recording), state->layout);
+        state->zoomSpecs = ZoomEngine::specsAround(places, width, height, parameters);
+    }
     std::stable_sort(state->zoomSpecs.begin(), state->zoomSpecs.end(),
                      [](const model::ZoomSpec& a, const model::ZoomSpec& b) { return a.start < b.start; });
     state->zoomEngine = std::make_shared<const ZoomEngine>(state->zoomSpecs, width, height, parameters);

@@ -22,7 +22,8 @@ struct EditState {
     std::vector<Interval> keptSegments;
     /// Length of the edited video in seconds.
     double outputDuration = 0;
-    /// The zooms in force, proposed or made by hand, sorted by start.
+    /// The zooms in force, proposed or made by hand, sorted by start. They are proposed from clicks, or from where the
+    /// pointer came to rest when clicks are not known.
     std::vector<model::ZoomSpec> zoomSpecs;
     std::shared_ptr<const ZoomEngine> zoomEngine;
     std::shared_ptr<const CursorEngine> cursorEngine;

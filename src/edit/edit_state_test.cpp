@@ -5,6 +5,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/recorder_error.h"
 #include "support/pointer_events.h"
@@ -26,6 +27,57 @@ Recording recordingOf(std::vector<model::PointerSample> events, const model::Cap
     model::PointerTrack track;
     track.events = std::move(events);
     return {"", info, std::move(track)};
+}
+
+// A move to (1000, 500), where the pointer stays from 4 s to 12 s.
+std::vector<model::PointerSample> moveAndRest() {
+    return {event(0, 100, 100), event(3.9, 700, 400), event(4, 1000, 500), event(12, 1010, 900)};
+}
+
+TEST(EditState, WithoutClicksZoomsAreProposedWhereThePointerRests) {
+    model::CaptureInfo info = capture();
+    const model::ProjectSettings settings;
+    EXPECT_TRUE(deriveEditState(recordingOf(moveAndRest(), info), settings, kCanvas)->zoomSpecs.empty())
+        << "with clicks known, resting means nothing";
+    info.pointerKnown = model::KnownPointer::positions;
+    const auto state = deriveEditState(recordingOf(moveAndRest(), info), settings, kCanvas);
+    ASSERT_EQ(state->zoomSpecs.size(), 2u);
+    EXPECT_DOUBLE_EQ(state->zoomSpecs[0].start, 4 + 0.15 - 0.7);
+    EXPECT_DOUBLE_EQ(state->zoomSpecs[0].end, 6);
+    EXPECT_DOUBLE_EQ(state->zoomSpecs[0].focus[0].x, 1000.0 / 1920);
+    EXPECT_DOUBLE_EQ(state->zoomSpecs[1].focus[0].y, 900.0 / 1080);
+    EXPECT_TRUE(state->clicks.empty()) << "no rings";
+
+    model::ProjectSettings cropped;
+    cropped.cropBottom = 0.3;  // down to y = 756
+    EXPECT_EQ(deriveEditState(recordingOf(moveAndRest(), info), cropped, kCanvas)->zoomSpecs.size(), 1u);
+    cropped.zooms.emplace();
+    EXPECT_TRUE(deriveEditState(recordingOf(moveAndRest(), info), cropped, kCanvas)->zoomSpecs.empty());
+}
+
+TEST(EditState, ClicksThatAreKnownAllTheSameCountBesideRests) {
+    model::CaptureInfo info = capture();
+    info.pointerKnown = model::KnownPointer::positions;
+    std::vector<model::PointerSample> events = moveAndRest();
+    events.insert(events.begin() + 3, press(7, 1000, 500));
+    const auto state = deriveEditState(recordingOf(events, info), {}, kCanvas);
+    ASSERT_EQ(state->zoomSpecs.size(), 2u);
+    EXPECT_DOUBLE_EQ(state->zoomSpecs[0].start, 4 + 0.15 - 0.7);
+    EXPECT_DOUBLE_EQ(state->zoomSpecs[0].end, 9) << "the click prolongs the zoom";
+    EXPECT_EQ(state->clicks.size(), 1u);
+}
+
+TEST(EditState, WithoutPositionsThereIsNoCursorNoClickAndNoZoom) {
+    for (const auto known : {model::KnownPointer::embedded, model::KnownPointer::none}) {
+        model::CaptureInfo info = capture();
+        info.pointerKnown = known;
+        std::vector<model::PointerSample> events = moveAndRest();
+        events.push_back(press(13, 1000, 500));
+        const auto state = deriveEditState(recordingOf(events, info), {}, kCanvas);
+        EXPECT_TRUE(state->zoomSpecs.empty());
+        EXPECT_TRUE(state->clicks.empty());
+        EXPECT_FALSE(state->cursorEngine->position(5));
+    }
 }
 
 TEST(EditState, ProposesZoomsOnlyForClicksInsideTheCrop) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "edit/quantised.h"
 #include "imaging/affine_transform.h"
 
 namespace lumivastor::edit {
@@ -15,6 +16,21 @@ constexpr double kRingSeconds = 0.4;
 constexpr double kCursorMargin = 2;
 // A cursor or camera picture enlarged beyond this comes from a damaged document.
 constexpr double kMaxEnlargement = 1000;
+
+// What of the camera and of the small layers above the screen is rounded; the screen follows its camera, and the
+// bubble does not move.
+struct Rounding {
+    bool isExact = false;
+
+    double length(double pixels) const { return isExact ? pixels : quantised(pixels); }
+    Point place(Point point, const ZoomTransform& zoom) const {
+        return isExact ? point : quantisedPlace(point, zoom.scale);
+    }
+    double opacity(double opacity) const { return isExact ? opacity : quantisedOpacity(opacity); }
+    ZoomTransform camera(const ZoomTransform& zoom, PixelSize canvas) const {
+        return isExact ? zoom : quantised(zoom, canvas);
+    }
+};
 
 imaging::AffineTransform transformOf(const ZoomTransform& zoom) {
     return {zoom.scale, zoom.scale, zoom.dx, zoom.dy};
@@ -49,25 +65,26 @@ imaging::Picture screenLayer(const FrameIngredients& in, const imaging::Picture&
         .blendedWithMatte(in.layers.maskImage.transformed(zoom));
 }
 
-imaging::Picture withRings(imaging::Picture picture, const FrameIngredients& in, const ZoomTransform& zoom, double t) {
+imaging::Picture withRings(imaging::Picture picture, const FrameIngredients& in, const ZoomTransform& zoom, double t,
+                           Rounding rounding) {
     const auto& clicks = in.state.clicks;
     auto click = std::lower_bound(clicks.begin(), clicks.end(), t - 2 * kRingSeconds,
                                   [](const model::PointerSample& each, double time) { return each.t < time; });
     for (; click != clicks.end() && click->t <= t; ++click) {
         const auto look = ringLook(t - click->t);
         if (!look) continue;
-        const Point centre = zoom.apply(canvasPoint(in.state.layout, {click->px, click->py}));
-        const double diameter = look->diameter * in.state.layout.contentScale * zoom.scale;
+        const Point centre = zoom.apply(rounding.place(canvasPoint(in.state.layout, {click->px, click->py}), zoom));
+        const double diameter = rounding.length(look->diameter * in.state.layout.contentScale * zoom.scale);
         const double scale = diameter / in.layers.ringSize;
         picture = in.layers.ringImage.transformed({scale, scale, centre.x - diameter / 2, centre.y - diameter / 2})
-                      .faded(look->opacity)
+                      .faded(rounding.opacity(look->opacity))
                       .over(picture);
     }
     return picture;
 }
 
 imaging::Picture withCursor(const imaging::Picture& picture, const FrameIngredients& in, const ZoomTransform& zoom,
-                            double t) {
+                            double t, Rounding rounding) {
     const StudioLayout& layout = in.state.layout;
     const auto position = in.state.cursorEngine->position(t);
     if (!position || !layout.cropRect.grownBy(kCursorMargin).containsOrTouches(*position)) return picture;
@@ -81,7 +98,7 @@ imaging::Picture withCursor(const imaging::Picture& picture, const FrameIngredie
     const double k =
         layout.contentScale * in.state.settings.cursorScale * zoom.scale * in.recording.info.pointPixelScale;
     const double scale = shape.width * k / asset->second.picture->width();
-    const Point tip = zoom.apply(canvasPoint(layout, *position));
+    const Point tip = zoom.apply(rounding.place(canvasPoint(layout, *position), zoom));
     const double x = tip.x - k * shape.hotspotX;
     const double y = tip.y - k * shape.height + k * shape.hotspotY;
     const bool drawable = scale > 0 && scale <= kMaxEnlargement && std::abs(x) < 1e6 && std::abs(y) < 1e6;
@@ -96,9 +113,26 @@ imaging::Picture withBubble(const imaging::Picture& picture, const FrameIngredie
     if (bubble.width <= 1 || camera.isEmpty() || in.layers.bubbleMask.isEmpty()) return picture;
     const double cover = std::max(bubble.width / camera.width, bubble.height / camera.height);
     const double z = std::min(std::max(in.state.settings.webcamZoom, 1.0), kMaxEnlargement) * cover;
+    // The camera's picture is wider than the bubble. Cut off out of the kernels' reach, a new one changes no more of
+    // the frame than it shows.
+    const Rect around = integral(bubble.grownBy(8 + 4 * z));
     const imaging::Picture face =
-        webcam.transformed({z, z, bubble.midX() - camera.width * z * 0.5, bubble.midY() - camera.height * z * 0.5});
+        webcam.transformed({z, z, bubble.midX() - camera.width * z * 0.5, bubble.midY() - camera.height * z * 0.5})
+            .cropped(around);
     return in.layers.bubbleBorder.over(face.blendedWithMatte(in.layers.bubbleMask).over(picture));
+}
+
+imaging::Picture compose(const FrameIngredients& in, const imaging::Picture& source,
+                         const std::optional<imaging::Picture>& webcam, double t, Rounding rounding) {
+    const StudioLayout& layout = in.state.layout;
+    const ZoomTransform zoom = rounding.camera(zoomTransform(layout, in.state.zoomEngine->camera(t)), layout.canvas);
+    const imaging::AffineTransform zoomed = transformOf(zoom);
+    imaging::Picture base = in.layers.shadowImage.transformed(zoomed).over(in.layers.background);
+    if (layout.screenRect.isEmpty()) return base;
+    imaging::Picture picture = screenLayer(in, source, zoomed).over(base);
+    picture = withRings(picture, in, zoom, t, rounding);
+    picture = withCursor(picture, in, zoom, t, rounding);
+    return webcam ? withBubble(picture, in, *webcam) : picture;
 }
 
 }  // namespace
@@ -111,14 +145,12 @@ std::optional<RingLook> ringLook(double age) {
 
 imaging::Picture composeFrame(const FrameIngredients& in, const imaging::Picture& source,
                               const std::optional<imaging::Picture>& webcam, double t) {
-    const ZoomTransform zoom = zoomTransform(in.state.layout, in.state.zoomEngine->camera(t));
-    const imaging::AffineTransform zoomed = transformOf(zoom);
-    imaging::Picture base = in.layers.shadowImage.transformed(zoomed).over(in.layers.background);
-    if (in.state.layout.screenRect.isEmpty()) return base;
-    imaging::Picture picture = screenLayer(in, source, zoomed).over(base);
-    picture = withRings(picture, in, zoom, t);
-    picture = withCursor(picture, in, zoom, t);
-    return webcam ? withBubble(picture, in, *webcam) : picture;
+    return compose(in, source, webcam, t, {});
+}
+
+imaging::Picture composeExactFrame(const FrameIngredients& in, const imaging::Picture& source,
+                                   const std::optional<imaging::Picture>& webcam, double t) {
+    return compose(in, source, webcam, t, {.isExact = true});
 }
 
 }  // namespace lumivastor::edit

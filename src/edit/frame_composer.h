@@ -25,10 +25,17 @@ struct FrameIngredients {
 /// the bottom: background, shadow, the screen picture with its masks in its rounded matte, click rings, cursor, webcam
 /// bubble. Screen, shadow, rings and cursor go with the camera; background and bubble stay.
 ///
+/// Places, sizes, opacities and the camera are rounded to steps that no eye can see (quantised.h), so that frames which
+/// look the same have equal recipes.
+///
 /// `source` is the screen picture, stretched to the recording's picture size where it has another; `webcam` the
 /// camera's picture, none before its first; `t` the source time in seconds. Pure; any thread.
 imaging::Picture composeFrame(const FrameIngredients& ingredients, const imaging::Picture& source,
                               const std::optional<imaging::Picture>& webcam, double t);
+
+/// The same without rounding; only tests need it, to see what rounding costs.
+imaging::Picture composeExactFrame(const FrameIngredients& ingredients, const imaging::Picture& source,
+                                   const std::optional<imaging::Picture>& webcam, double t);
 
 /// How a click's ring looks at an age in seconds since the press: its diameter in source pixels, and its opacity. None
 /// before the press and once it has faded.

@@ -7,6 +7,7 @@
 #include "base/formatted.h"
 #include "base/recorder_error.h"
 #include "edit/cursor_engine.h"
+#include "edit/pointer_rests.h"
 #include "imaging/picture_limits.h"
 #include "model/recording_folder.h"
 
@@ -66,8 +67,11 @@ Recording::Recording(std::filesystem::path recordingFolder, model::CaptureInfo c
     : folder(std::move(recordingFolder)), info(std::move(captureInfo)), track(std::move(pointerTrack)) {
     checkCapture(info);
     checkTrack(track);
-    for (const model::PointerSample& event : track.events) {
-        if (event.kind == model::PointerKind::down) presses.push_back(event);
+    if (knowsPositions()) {
+        for (const model::PointerSample& event : track.events) {
+            if (event.kind == model::PointerKind::down) presses.push_back(event);
+        }
+        if (!info.knowsClicks()) rests = pointerRests(track, info.duration, static_cast<double>(info.pixelWidth));
     }
     if (info.webcamFile) webcamFile = model::fileInside(folder, *info.webcamFile).value_or(std::filesystem::path());
 }

@@ -18,9 +18,12 @@ struct Recording {
     model::PointerTrack track;
     /// The presses of `track.events`, in order, so that an edit need not walk a million moves.
     std::vector<model::PointerSample> presses;
+    /// Where the pointer came to rest, when clicks are not known; see `pointerRests`.
+    std::vector<model::PointerSample> rests;
     /// The webcam movie that the capture document names, when the folder has it; empty otherwise.
     std::filesystem::path webcamFile;
 
+    bool knowsPositions() const { return info.knowsPositions(); }
     bool hasWebcam() const { return !webcamFile.empty(); }
     /// Seconds from the screen movie's time zero to the webcam movie's; 0 when the document gives none.
     double webcamOffset() const { return info.webcamOffset.value_or(0); }

@@ -116,4 +116,24 @@ std::optional<model::MaskRect> sourceNormalized(const StudioLayout& layout, cons
     return model::MaskRect{shown.x / width, shown.y / height, shown.width / width, shown.height / height};
 }
 
+Rect canvasRectangle(const StudioLayout& layout, const ZoomTransform& zoom, const model::CaptureInfo& info,
+                     const model::MaskRect& part) {
+    const auto width = static_cast<double>(info.pixelWidth);
+    const auto height = static_cast<double>(info.pixelHeight);
+    const Point topLeft = zoom.apply(canvasPoint(layout, {part.x * width, part.y * height}));
+    const Point bottomRight =
+        zoom.apply(canvasPoint(layout, {(part.x + part.width) * width, (part.y + part.height) * height}));
+    return {topLeft.x, bottomRight.y, bottomRight.x - topLeft.x, topLeft.y - bottomRight.y};
+}
+
+Rect visibleCanvas(const StudioLayout& layout, const ZoomTransform& zoom) {
+    const Point corner = zoom.undo({0, 0});
+    return {corner.x, corner.y, layout.canvas.width / zoom.scale, layout.canvas.height / zoom.scale};
+}
+
+ZoomEngine::Camera cameraShowing(const StudioLayout& layout, const Rect& canvasRect) {
+    const Point focus = sourcePoint(layout, {canvasRect.midX(), canvasRect.midY()});
+    return {layout.canvas.width / canvasRect.width, focus.x, focus.y};
+}
+
 }  // namespace lumivastor::edit

@@ -68,4 +68,15 @@ ZoomTransform zoomTransform(const StudioLayout& layout, const ZoomEngine::Camera
 std::optional<model::MaskRect> sourceNormalized(const StudioLayout& layout, const ZoomTransform& zoom,
                                                 const model::CaptureInfo& info, const Rect& canvasRect);
 
+/// The inverse: where a part of the source lies on the canvas while the camera does `zoom`. It may reach beyond what is
+/// shown.
+Rect canvasRectangle(const StudioLayout& layout, const ZoomTransform& zoom, const model::CaptureInfo& info,
+                     const model::MaskRect& part);
+
+/// The part of the unzoomed canvas that fills the frame while the camera does `zoom`.
+Rect visibleCanvas(const StudioLayout& layout, const ZoomTransform& zoom);
+
+/// The camera that shows this part of the unzoomed canvas, which has the canvas's shape.
+ZoomEngine::Camera cameraShowing(const StudioLayout& layout, const Rect& canvasRect);
+
 }  // namespace lumivastor::edit

@@ -219,5 +219,43 @@ TEST(SourceNormalized, IsClippedToWhatIsShownAndNoneBesideIt) {
     EXPECT_FALSE(sourceNormalized(layout, {}, capture(), {1000, 700, 0, 50}));
 }
 
+TEST(CanvasRectangle, IsWhereTheSourceIsShownAndItsInverse) {
+    model::ProjectSettings settings;
+    settings.cropLeft = 0.1;
+    settings.cropBottom = 0.25;
+    const StudioLayout layout = laidOut(settings);
+    for (const double scale : {1.0, 1.6, 3.0}) {
+        const ZoomTransform zoom = zoomTransform(layout, {scale, 700, 400});
+        for (double x = 0.1; x < 0.8; x += 0.09) {
+            for (double y = 0; y < 0.5; y += 0.07) {
+                const model::MaskRect mask{x, y, 0.2, 0.15};
+                const auto again =
+                    sourceNormalized(layout, zoom, capture(), canvasRectangle(layout, zoom, capture(), mask));
+                ASSERT_TRUE(again);
+                expectNear({again->x, again->y, again->width, again->height}, {x, y, 0.2, 0.15});
+            }
+        }
+    }
+}
+
+TEST(VisibleCanvas, IsWhatTheCameraThatShowsItFillsTheFrameWith) {
+    const StudioLayout layout = laidOut({});
+    expectNear(visibleCanvas(layout, {}), {0, 0, 2560, 1440});
+    for (const double scale : {1.2, 1.6, 3.0}) {
+        for (double x = 0; x <= 1920; x += 160) {
+            for (double y = 0; y <= 1080; y += 120) {
+                const Rect visible = visibleCanvas(layout, zoomTransform(layout, {scale, x, y}));
+                EXPECT_GE(visible.minX(), -1e-9);
+                EXPECT_GE(visible.minY(), -1e-9);
+                EXPECT_LE(visible.maxX(), 2560 + 1e-9);
+                EXPECT_LE(visible.maxY(), 1440 + 1e-9);
+                const ZoomEngine::Camera camera = cameraShowing(layout, visible);
+                EXPECT_NEAR(camera.scale, scale, 1e-9);
+                expectNear(visibleCanvas(layout, zoomTransform(layout, camera)), visible);
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace lumivastor::edit

@@ -11,7 +11,6 @@ namespace {
 constexpr double kSliver = 0.001;
 // A trim end up to here means that none was set.
 constexpr double kNoTrimEnd = 0.01;
-constexpr double kMinimumKept = 0.5;
 
 }  // namespace
 

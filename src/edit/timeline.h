@@ -21,6 +21,9 @@ struct TrimRange {
     bool operator==(const TrimRange&) const = default;
 };
 
+/// Trimming keeps at least this many seconds before its end.
+inline constexpr double kMinimumKept = 0.5;
+
 /// The trimming in force on a recording of `duration` seconds, never before its beginning. At least half a second
 /// before the end is kept, whatever the settings say (or everything if the recording is shorter).
 TrimRange effectiveTrim(const model::ProjectSettings& settings, double duration);

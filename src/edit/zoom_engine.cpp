@@ -50,31 +50,34 @@ std::vector<model::FocusKey> focusUntil(std::vector<model::FocusKey> focus, doub
 
 std::vector<model::ZoomSpec> ZoomEngine::autoSpecs(std::span<const model::PointerSample> clicks, double sourceWidth,
                                                    double sourceHeight, const Parameters& parameters) {
-    if (sourceWidth <= 0 || sourceHeight <= 0) return {};
-    const std::vector<model::PointerSample> presses = pressesInside(clicks, sourceWidth, sourceHeight);
+    return specsAround(pressesInside(clicks, sourceWidth, sourceHeight), sourceWidth, sourceHeight, parameters);
+}
 
+std::vector<model::ZoomSpec> ZoomEngine::specsAround(std::span<const model::PointerSample> places, double sourceWidth,
+                                                     double sourceHeight, const Parameters& parameters) {
+    if (sourceWidth <= 0 || sourceHeight <= 0) return {};
     std::vector<model::ZoomSpec> specs;
     double previousEnd = 0;
-    for (std::size_t first = 0; first < presses.size();) {
+    for (std::size_t first = 0; first < places.size();) {
         std::size_t end = first + 1;
-        while (end < presses.size() && presses[end].t - presses[end - 1].t <= parameters.groupGap) ++end;
+        while (end < places.size() && places[end].t - places[end - 1].t <= parameters.groupGap) ++end;
 
         model::ZoomSpec spec;
         spec.start =
-            std::max(previousEnd + kSpecSpacing, presses[first].t + parameters.arrival - parameters.zoomInDuration);
-        spec.end = presses[end - 1].t + parameters.hold;
+            std::max(previousEnd + kSpecSpacing, places[first].t + parameters.arrival - parameters.zoomInDuration);
+        spec.end = places[end - 1].t + parameters.hold;
         spec.scale = parameters.scale;
-        const auto keyAt = [&](double t, const model::PointerSample& press) {
-            spec.focus.push_back({t, press.px / sourceWidth, press.py / sourceHeight});
+        const auto keyAt = [&](double t, const model::PointerSample& place) {
+            spec.focus.push_back({t, place.px / sourceWidth, place.py / sourceHeight});
         };
-        keyAt(spec.start + parameters.zoomInDuration, presses[first]);
-        const model::PointerSample* anchor = &presses[first];
+        keyAt(spec.start + parameters.zoomInDuration, places[first]);
+        const model::PointerSample* anchor = &places[first];
         for (std::size_t i = first + 1; i < end; ++i) {
-            const model::PointerSample& press = presses[i];
-            if (std::hypot(press.px - anchor->px, press.py - anchor->py) > sourceWidth * parameters.panThreshold) {
-                keyAt(press.t + parameters.arrival - parameters.panDuration, *anchor);
-                keyAt(press.t + parameters.arrival, press);
-                anchor = &press;
+            const model::PointerSample& place = places[i];
+            if (std::hypot(place.px - anchor->px, place.py - anchor->py) > sourceWidth * parameters.panThreshold) {
+                keyAt(place.t + parameters.arrival - parameters.panDuration, *anchor);
+                keyAt(place.t + parameters.arrival, place);
+                anchor = &place;
             }
         }
         previousEnd = spec.end + parameters.zoomOutDuration;

@@ -55,6 +55,10 @@ class ZoomEngine {
     static std::vector<model::ZoomSpec> autoSpecs(std::span<const model::PointerSample> clicks, double sourceWidth,
                                                   double sourceHeight, const Parameters& parameters);
 
+    /// The same around places of any kind, in time order and inside the picture.
+    static std::vector<model::ZoomSpec> specsAround(std::span<const model::PointerSample> places, double sourceWidth,
+                                                    double sourceHeight, const Parameters& parameters);
+
     /// Builds the curves. Every spec must have a focus key (a precondition: files are checked before).
     ZoomEngine(std::vector<model::ZoomSpec> specs, double sourceWidth, double sourceHeight,
                const Parameters& parameters);
