@@ -316,12 +316,8 @@ Assets loadCursorImages(const model::PointerTrack& track, const std::filesystem:
 media::VideoSettings videoSettings(const model::CaptureInfo& info, std::int32_t timescale) {
     constexpr std::int64_t kFastest = 1000;
     const std::int64_t fps = std::clamp<std::int64_t>(info.fps, 1, kFastest);
-    media::VideoSettings settings;
-    settings.width = static_cast<int>(info.pixelWidth);
-    settings.height = static_cast<int>(info.pixelHeight);
-    settings.averageBitRate = exportBitRate({settings.width, settings.height}, fps);
-    settings.maxKeyFrameInterval = static_cast<int>(fps * 2);
-    settings.frameRate = static_cast<int>(fps);
+    const PixelSize size{static_cast<int>(info.pixelWidth), static_cast<int>(info.pixelHeight)};
+    media::VideoSettings settings = exportVideoSettings(size, fps, std::nullopt);
     settings.timescale = timescale;
     settings.skipRepeatedPictures = false;  // the time in the label differs from picture to picture
     return settings;

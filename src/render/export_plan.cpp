@@ -7,6 +7,7 @@
 #include "base/formatted.h"
 #include "base/recorder_error.h"
 #include "base/saturated.h"
+#include "media/region/region_video_encoder.h"
 
 namespace lumivastor::render {
 
@@ -15,6 +16,12 @@ namespace {
 // The largest picture that H.264 knows a level for is 8192 x 4320.
 constexpr std::int64_t kMinimumHeight = 2;
 constexpr std::int64_t kLargestHeight = 4320;
+
+// Within a zoom nobody looks for scrolls but at these intervals.
+constexpr int kMotionPictures = 6;
+
+// Of libvpx, from 0 to 63: docs/decisions/0017-forms-of-films.md.
+constexpr int kWebMQuality = 32;
 
 constexpr std::int64_t kFramesPerReport = 30;
 constexpr double kUnfinished = 0.97;
@@ -47,6 +54,51 @@ std::int64_t exportBitRate(PixelSize canvas, std::int64_t fps) {
     constexpr double kBitsPerPixel = 0.1;
     return saturated<std::int64_t>(static_cast<double>(canvas.width) * static_cast<double>(canvas.height) *
                                    static_cast<double>(fps) * kBitsPerPixel);
+}
+
+media::VideoSettings exportVideoSettings(PixelSize canvas, std::int64_t fps, const std::optional<PixelRect>& camera) {
+    media::VideoSettings settings;
+    settings.width = canvas.width;
+    settings.height = canvas.height;
+    settings.averageBitRate = exportBitRate(canvas, fps);
+    settings.maxKeyFrameInterval = static_cast<int>(fps * 2);
+    settings.frameRate = static_cast<int>(fps);
+    media::RegionVideoSettings regions;
+    regions.policy.averageBytes = static_cast<double>(settings.averageBitRate) / 8 / static_cast<double>(fps) / 2;
+    regions.policy.motionPictures = kMotionPictures;
+    regions.planner.camera = camera;
+    settings.make = media::regionEncoderMaker(regions);
+    return settings;
+}
+
+media::VideoSettings webMVideoSettings(PixelSize canvas, std::int64_t fps) {
+    media::VideoSettings settings;
+    settings.codec = media::VideoCodec::vp9;
+    settings.width = canvas.width;
+    settings.height = canvas.height;
+    settings.averageBitRate = exportBitRate(canvas, fps);
+    settings.maxKeyFrameInterval = static_cast<int>(fps * 2);
+    settings.frameRate = static_cast<int>(fps);
+    settings.timescale = kExportTimescale;
+    settings.constantQuality = kWebMQuality;
+    settings.limitsQuality = false;
+    return settings;
+}
+
+media::AudioSettings webMAudioSettings() {
+    media::AudioSettings settings;
+    settings.codec = media::AudioCodec::opus;
+    settings.bitRate = 128000;  // what AAC at 192 kbit/s sounds like
+    return settings;
+}
+
+PixelRect pixelsTouchedBy(const Rect& rect, PixelSize canvas) {
+    const double height = canvas.height;
+    const int left = saturated<int>(std::floor(rect.minX()));
+    const int top = saturated<int>(std::floor(height - rect.maxY()));
+    const PixelRect touched{left, top, saturated<int>(std::ceil(rect.maxX())) - left,
+                            saturated<int>(std::ceil(height - rect.minY())) - top};
+    return intersection(touched, {0, 0, canvas.width, canvas.height});
 }
 
 std::optional<double> progressAfter(std::int64_t done, std::int64_t total) {

@@ -7,9 +7,12 @@
 #include <vector>
 
 #include "base/media_time.h"
+#include "base/pixel_rect.h"
 #include "base/pixel_size.h"
 #include "edit/studio_layout.h"
 #include "media/reading/asset_reader.h"
+#include "media/writing/audio_encoder.h"
+#include "media/writing/video_encoder.h"
 
 // The decisions of an export that need no file: number and times of the pictures, when and where a failed reader
 // restarts, progress, volumes. Pure functions and values. Seconds are of the edited video unless stated otherwise.
@@ -33,6 +36,18 @@ double frameSeconds(std::int64_t index, std::int64_t fps);
 
 /// Bits a second for pictures of this size: 0.1 for each pixel.
 std::int64_t exportBitRate(PixelSize canvas, std::int64_t fps);
+
+/// How a film's pictures are encoded, except container and encoder: a constant quality that keeps text sharp, limited
+/// by `exportBitRate`; pictures in which little changed by ourselves where the encoder allows it. `camera`: where a
+/// camera's picture lies on the canvas (pixels, top-left origin), whose noise is not worth the bits of text.
+media::VideoSettings exportVideoSettings(PixelSize canvas, std::int64_t fps, const std::optional<PixelRect>& camera);
+
+/// The same for a WebM film, whose encoder codes all pictures.
+media::VideoSettings webMVideoSettings(PixelSize canvas, std::int64_t fps);
+media::AudioSettings webMAudioSettings();
+
+/// The whole pixels of a canvas of that height that a rectangle touches, which has a bottom-left origin.
+PixelRect pixelsTouchedBy(const Rect& rect, PixelSize canvas);
 
 /// The progress to report after `done` of `total` pictures; nullopt when none is due. Never 1, which means that the
 /// file is finished.

@@ -56,6 +56,24 @@ TEST(ExportPlan, BitsFollowPixels) {
     EXPECT_EQ(exportBitRate({179, 101}, 30), 54237);
 }
 
+TEST(ExportPlan, AFilmsPictures) {
+    const media::VideoSettings settings = exportVideoSettings({2560, 1440}, 60, std::nullopt);
+    EXPECT_EQ(settings.width, 2560);
+    EXPECT_EQ(settings.height, 1440);
+    EXPECT_EQ(settings.averageBitRate, 22118400);
+    EXPECT_EQ(settings.maxKeyFrameInterval, 120);
+    EXPECT_EQ(settings.frameRate, 60);
+    EXPECT_TRUE(settings.make);
+}
+
+TEST(ExportPlan, ARectanglesPixelsBeginAtTheTop) {
+    const PixelSize canvas{100, 60};
+    EXPECT_EQ(pixelsTouchedBy({10, 20, 30, 15}, canvas), (PixelRect{10, 25, 30, 15}));
+    EXPECT_EQ(pixelsTouchedBy({10.5, 20.5, 30, 15}, canvas), (PixelRect{10, 24, 31, 16}));
+    EXPECT_EQ(pixelsTouchedBy({-5, -5, 20, 20}, canvas), (PixelRect{0, 45, 15, 15}));
+    EXPECT_TRUE(pixelsTouchedBy({200, 0, 20, 20}, canvas).isEmpty());
+}
+
 TEST(ExportPlan, ProgressComesEveryThirtyFramesAndStaysBelowTheEnd) {
     double last = 0;
     for (std::int64_t done = 1; done <= 1000; ++done) {

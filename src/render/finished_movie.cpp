@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/finished_movie.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "base/formatted.h"
 #include "base/log.h"
 #include "base/recorder_error.h"
 #include "media/reading/asset.h"
+#include "media/reading/webm_tracks.h"
 
 namespace lumivastor::render {
 
@@ -16,10 +20,17 @@ namespace {
 // AAC packets have 1024 frames: the last one may be padded.
 constexpr double kSoundTolerance = 0.05;
 
+std::vector<media::AssetTrack> ofKind(const std::vector<media::AssetTrack>& tracks, media::TrackKind kind) {
+    std::vector<media::AssetTrack> found;
+    std::copy_if(tracks.begin(), tracks.end(), std::back_inserter(found),
+                 [kind](const media::AssetTrack& track) { return track.kind == kind; });
+    return found;
+}
+
 // The difference as text for the log; empty without one.
-std::string differences(const media::Asset& movie, const FinishedMovie& expected) {
-    const auto videos = movie.tracks(media::TrackKind::video);
-    const auto sounds = movie.tracks(media::TrackKind::audio);
+std::string differences(const std::vector<media::AssetTrack>& tracks, const FinishedMovie& expected) {
+    const auto videos = ofKind(tracks, media::TrackKind::video);
+    const auto sounds = ofKind(tracks, media::TrackKind::audio);
     if (videos.size() != 1) return formatted("%zu Bildspuren", videos.size());
     const media::AssetTrack& video = videos.front();
     if (video.width != expected.canvas.width || video.height != expected.canvas.height) {
@@ -43,10 +54,10 @@ std::string differences(const media::Asset& movie, const FinishedMovie& expected
 
 }  // namespace
 
-void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& expected) {
+void checkFinishedMovie(const std::filesystem::path& path, FilmForm form, const FinishedMovie& expected) {
     std::string wrong;
     try {
-        wrong = differences(media::Asset(path), expected);
+        wrong = differences(form == FilmForm::webm ? media::webMTracks(path) : media::Asset(path).tracks(), expected);
     } catch (const RecorderError& error) {
         wrong = error.message();
     }

@@ -7,6 +7,7 @@
 
 #include "base/pixel_size.h"
 #include "edit/studio_layout.h"
+#include "render/film_form.h"
 
 namespace lumivastor::render {
 
@@ -20,8 +21,8 @@ struct FinishedMovie {
 };
 
 /// Opens a movie file and compares it with `expected`: one video track with that size, duration and number of pictures
-/// in its index; sound of that duration, or none. Throws `RecorderError` when anything differs, and logs the
-/// difference.
-void checkFinishedMovie(const std::filesystem::path& path, const FinishedMovie& expected);
+/// in its index; sound of that duration, or none. A WebM file, whose index names key pictures only, is read to its end
+/// for that. Throws `RecorderError` when anything differs, and logs the difference.
+void checkFinishedMovie(const std::filesystem::path& path, FilmForm form, const FinishedMovie& expected);
 
 }  // namespace lumivastor::render

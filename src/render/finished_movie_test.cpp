@@ -16,12 +16,12 @@ TEST(FinishedMovieCheck, WhatDiffersIsAnError) {
     options.sounds = {{}};
     makeTestMovie(folder / "a.mov", options);  // 60 pictures in 2 s
     const FinishedMovie right{{128, 96}, 60, 2, 1.0 / 30, 2};
-    EXPECT_NO_THROW(checkFinishedMovie(folder / "a.mov", right));
+    EXPECT_NO_THROW(checkFinishedMovie(folder / "a.mov", FilmForm::mov, right));
     const auto isRefused = [&](auto change) {
         FinishedMovie expected = right;
         change(expected);
         try {
-            checkFinishedMovie(folder / "a.mov", expected);
+            checkFinishedMovie(folder / "a.mov", FilmForm::mov, expected);
         } catch (const RecorderError& error) {
             return error.message() == "Das Studio-Video konnte nicht geschrieben werden.";
         }
@@ -33,9 +33,9 @@ TEST(FinishedMovieCheck, WhatDiffersIsAnError) {
     EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.seconds = 2.1; }));
     EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.soundSeconds.reset(); }));
     EXPECT_TRUE(isRefused([](FinishedMovie& movie) { movie.soundSeconds = 1.9; }));
-    EXPECT_THROW(checkFinishedMovie(folder / "missing.mov", right), RecorderError);
+    EXPECT_THROW(checkFinishedMovie(folder / "missing.mov", FilmForm::mov, right), RecorderError);
     folder.write("broken.mov", folder.read("a.mov").substr(0, 5000));
-    EXPECT_THROW(checkFinishedMovie(folder / "broken.mov", right), RecorderError);
+    EXPECT_THROW(checkFinishedMovie(folder / "broken.mov", FilmForm::mov, right), RecorderError);
 }
 
 }  // namespace

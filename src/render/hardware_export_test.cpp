@@ -26,11 +26,11 @@ class StandInHardware final : public media::PictureEncoder {
         : fault_(fault), left_(goodPictures), encoder_(software(std::move(settings))) {}
 
     ffmpeg::CodecParametersHandle parameters() const override { return encoder_.parameters(); }
-    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
-                const media::PacketConsumer& consume) override {
+    void encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
+                std::int64_t ticks, const media::PacketConsumer& consume) override {
         if (--left_ < 0 && fault_ == Fault::fails) throw RecorderError("Die Karte antwortet nicht.");
         if (left_ < 0 && fault_ == Fault::losesPictures) return;
-        encoder_.encode(picture, ticks, consume);
+        encoder_.encode(picture, damage, ticks, consume);
     }
     void repeat(std::int64_t ticks, const media::PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
     void finish(const media::PacketConsumer& consume) override { encoder_.finish(consume); }

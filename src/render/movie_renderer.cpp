@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <memory>
 #include <mutex>
 #include <semaphore>
@@ -16,15 +17,18 @@
 #include "base/log.h"
 #include "base/pixel_size.h"
 #include "base/serial_queue.h"
-#include "imaging/painting/painter.h"
 #include "media/encoder_choice/encoder_choice.h"
 #include "media/writing/asset_writer.h"
+#include "render/animation_renderer.h"
 #include "render/background.h"
+#include "render/composed_frames.h"
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
+#include "render/film_loudness.h"
+#include "render/film_target.h"
 #include "render/finished_movie.h"
+#include "render/frame_painter.h"
 #include "render/pending_movie.h"
-#include "render/picture_stream.h"
 
 namespace lumivastor::render {
 
@@ -34,7 +38,6 @@ namespace {
 constexpr int kMemoryAttempts = 200;
 constexpr std::chrono::milliseconds kMemoryPause{10};
 
-constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nicht mehr dekodieren.";
 constexpr const char* kNotWritten = "Das Studio-Video konnte nicht geschrieben werden";
 
 // Runs `work`; any exception becomes an error for the user.
@@ -48,17 +51,15 @@ std::optional<RecorderError> errorOf(const Work& work) noexcept {
     }
 }
 
-// Whether it is one of the recording's own files, which an export must not replace.
-bool belongsTo(const edit::Recording& recording, const std::filesystem::path& file) {
-    std::error_code ignored;  // a missing folder is not the recording's
-    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
-    if (std::filesystem::equivalent(folder, recording.folder / "cursors", ignored)) return true;
-    if (!std::filesystem::equivalent(folder, recording.folder, ignored)) return false;
-    const std::filesystem::path name = file.filename();
-    for (const char* own : {"source.mov", "capture.json", "pointer.json", "project.json", "journal"}) {
-        if (name == own) return true;
+media::MovieContainer containerOf(FilmForm form) {
+    switch (form) {
+        case FilmForm::mp4:
+            return media::MovieContainer::mp4;
+        case FilmForm::webm:
+            return media::MovieContainer::webM;
+        default:
+            return media::MovieContainer::quickTime;
     }
-    return recording.hasWebcam() && std::filesystem::equivalent(file, recording.webcamFile, ignored);
 }
 
 // One export. Made, run and destroyed on the calling thread.
@@ -66,20 +67,19 @@ class Export {
   public:
     Export(const edit::Composition& composition, const FrameMaker& makeFrame, const RenderOptions& options)
         : recording_(composition.recording()),
-          state_(composition.state()),
+          source_(composition, makeFrame),
           canvas_{composition.canvasWidth(), composition.canvasHeight()},
-          makeFrame_(makeFrame),
           options_(options),
-          format_(options.format.value_or(state_->settings.exportFormat)),
+          form_(options.form.value_or(filmForm(source_.state().settings.exportFormat))),
           fps_(recording_.info.fps) {}
 
     RenderResult run() {
         checkFrameRate(fps_);
         throwIfStopped();
-        const CutComposition cut = openCut();
-        openStreams(cut);
+        source_.open();
+        total_ = frameCount(source_.state().outputDuration, fps_);
         prepareWriter();
-        prepareSound(cut);
+        prepareSound(source_.cut());
         startWriting();
         pumpToTheEnd();
         return finish();
@@ -96,10 +96,10 @@ class Export {
     enum class Pass { done, again, end };
 
     // Set-up
-    CutComposition openCut();
-    void openStreams(const CutComposition& cut);
+    std::optional<PixelRect> cameraPlace() const;
     void prepareWriter();
     void prepareSound(const CutComposition& cut);
+    void prepareLoudness(const CutComposition& cut, const SplitMix& mix);
     void startWriting();
 
     // Pumps
@@ -107,14 +107,14 @@ class Export {
     void startPump(media::WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)());
     void pumpVideo();
     Pass makePicture();
-    Pass paint(const imaging::Picture& picture, const MediaTime& time);
+    Pass paint(imaging::Picture picture, const MediaTime& time);
     Pass pictureDone(bool isTaken);
     void pumpAudio();
     bool copySound();
+    std::optional<media::PcmSample> nextSound();
 
     // End
     RenderResult finish();
-    std::filesystem::path target() const;
     void report(double progress) const;
 
     // Failure and cancellation
@@ -125,13 +125,11 @@ class Export {
     }
 
     const edit::Recording& recording_;
-    const std::shared_ptr<const edit::EditState> state_;
+    ComposedFrames source_;  // the video pump's while it runs
     const PixelSize canvas_;
-    const FrameMaker& makeFrame_;
     const RenderOptions& options_;
-    const model::ExportFormat format_;
+    const FilmForm form_;
     const std::int64_t fps_;
-    std::vector<ShownSegment> shownSegments_;
     std::int64_t total_ = 0;
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
     bool isRefused_ = false;               // the finished movie differs from what was written
@@ -144,19 +142,16 @@ class Export {
     std::binary_semaphore audioEnded_{0};
 
     // The video pump's while it runs.
-    std::optional<PictureStream> screen_;
-    std::optional<PictureStream> webcam_;
-    bool webcamIsReadable_ = true;
-    imaging::Painter painter_{imaging::paintingThreads()};
-    std::optional<imaging::Picture> last_;  // the recipe appended last
-    std::int64_t frame_ = 0;                // appended so far: the index of the next
+    FramePainter frames_{canvas_};
+    std::int64_t frame_ = 0;  // appended so far: the index of the next
     int memoryAttempts_ = 0;
 
     // The audio pump's while it runs.
     std::unique_ptr<media::AssetReader> audioReader_;
     media::AudioMixOutput* audioOutput_ = nullptr;
     float gain_ = 1;
-    std::optional<double> soundSeconds_;  // where the sound that was appended ends
+    std::optional<LevelledSound> levelled_;  // none: the mix as it is
+    std::optional<double> soundSeconds_;     // where the sound that was appended ends
 
     // The queues outlive the writer, and everything above outlives what runs on them.
     SerialQueue videoQueue_{"compose.video"};
@@ -166,60 +161,22 @@ class Export {
     media::AudioWriterInput* audio_ = nullptr;  // none: no sound
 };
 
-CutComposition Export::openCut() {
-    CutComposition cut;
-    if (state_->keptSegments.empty()) {
-        // Checked before any movie is opened.
-        cut = makeCutComposition(state_->keptSegments, {}, 0);
-    } else {
-        const RecordingAssets assets = openRecordingAssets(recording_);
-        cut = makeCutComposition(state_->keptSegments, assets, recording_.webcamOffset());
-    }
-    shownSegments_ = cut.shownSegments;
-    total_ = frameCount(state_->outputDuration, fps_);
-    if (!cut.screenTrackId) throw RecorderError("Die Schnittfassung hat keine Videospur.");
-    return cut;
-}
-
-// The two tracks have a reader each: damage in the camera's movie then costs its own pictures only.
-void Export::openStreams(const CutComposition& cut) {
-    constexpr double kNoWebcamYet = -1;
-    screen_.emplace(cut.movie, *cut.screenTrackId, PictureStream::Options{"Videoleser", state_->outputDuration, 0});
-    screen_->open();
-    if (!cut.webcamTrackId) return;
-    webcam_.emplace(cut.movie, *cut.webcamTrackId,
-                    PictureStream::Options{"Webcamleser", state_->outputDuration, kNoWebcamYet});
-    try {
-        webcam_->open();
-    } catch (const RecorderError& error) {
-        if (isOutOfMemory(error)) throw;
-        Log::write("Studio", "Webcam-Film wird weggelassen: " + error.message());
-        webcam_.reset();
-    }
-}
-
-std::filesystem::path Export::target() const {
-    if (options_.file.empty())
-        return recording_.folder / ("studio-output." + std::string(model::fileExtension(format_)));
-    if (belongsTo(recording_, options_.file)) {
-        throw RecorderError(options_.file.filename().string() +
-                            " gehört zur Aufnahme und wird nicht durch das Video ersetzt.");
-    }
-    return options_.file;
+// Where the camera's picture lies in the film.
+std::optional<PixelRect> Export::cameraPlace() const {
+    const Rect& bubble = source_.state().layout.bubbleRect;
+    if (!source_.hasCamera() || bubble.isEmpty()) return std::nullopt;
+    return pixelsTouchedBy(bubble, canvas_);
 }
 
 void Export::prepareWriter() {
-    file_.emplace(target());
-    const bool isMp4 = format_ == model::ExportFormat::mp4;
-    writer_ = std::make_unique<media::AssetWriter>(
-        file_->path(), isMp4 ? media::MovieContainer::mp4 : media::MovieContainer::quickTime,
-        file_->target().filename().string());
-    media::VideoSettings settings;
-    settings.width = canvas_.width;
-    settings.height = canvas_.height;
-    settings.averageBitRate = exportBitRate(canvas_, fps_);
-    settings.maxKeyFrameInterval = static_cast<int>(fps_ * 2);
-    settings.frameRate = static_cast<int>(fps_);
+    file_.emplace(filmTarget(recording_, form_, options_.file));
+    writer_ =
+        std::make_unique<media::AssetWriter>(file_->path(), containerOf(form_), file_->target().filename().string());
+    if (form_ == FilmForm::webm) {
+        video_ = &writer_->addVideoInput(webMVideoSettings(canvas_, fps_));
+        return;
+    }
+    media::VideoSettings settings = exportVideoSettings(canvas_, fps_, cameraPlace());
     settings.timescale = kExportTimescale;
     settings.highProfile = true;
     const media::EncoderChoice choice = options_.chooseEncoder(settings);
@@ -233,8 +190,9 @@ void Export::prepareWriter() {
 
 void Export::prepareSound(const CutComposition& cut) {
     if (cut.audioTrackIds.empty()) return;
-    SplitMix mix = splitMix(makeAudioMix(recording_.info, state_->settings, cut.audioTrackIds));
+    SplitMix mix = splitMix(makeAudioMix(recording_.info, source_.state().settings, cut.audioTrackIds));
     gain_ = mix.gain;
+    prepareLoudness(cut, mix);
     audioReader_ = std::make_unique<media::AssetReader>(cut.movie);
     audioOutput_ = &audioReader_->addAudioMixOutput(std::move(mix.inputs));
     // Started before the writer, so that unreadable sound leaves no empty track.
@@ -244,7 +202,22 @@ void Export::prepareSound(const CutComposition& cut) {
         Log::write("Studio", "Ton wird weggelassen: " + error.message());
         return;
     }
-    audio_ = &writer_->addAudioInput({});
+    media::AudioSettings settings;
+    if (form_ == FilmForm::webm) settings = webMAudioSettings();
+    audio_ = &writer_->addAudioInput(settings);
+}
+
+// The first pass over the sound.
+void Export::prepareLoudness(const CutComposition& cut, const SplitMix& mix) {
+    if (!options_.levelsLoudness.value_or(source_.state().settings.levelsLoudness())) return;
+    const std::optional<double> loudness = mixLoudness(cut.movie, mix, options_.stop);
+    const std::optional<double> factor = levellingFactor(loudness);
+    if (!factor) {
+        Log::write("Studio", "Lautheit bleibt: Der Ton ist still oder fast still");
+        return;
+    }
+    levelled_.emplace(*factor * mix.gain, PcmFormat{});
+    Log::write("Studio", formatted("Lautheit: %.1f LUFS, Verstärkung %.1f dB", *loudness, 20 * std::log10(*factor)));
 }
 
 void Export::startWriting() {
@@ -287,33 +260,24 @@ void Export::pumpVideo() {
 Export::Pass Export::makePicture() {
     if (frame_ >= total_ || isStopping()) return Pass::end;
     const double t = frameSeconds(frame_, fps_);
-    if (!screen_->advance(t)) {
-        throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
-    }
-    if (webcam_ && webcamIsReadable_) webcamIsReadable_ = webcam_->advance(t);
-    // The first picture is also shown before its time: it may come late, or be the first behind damage.
-    const imaging::Picture* const source = screen_->current() != nullptr ? screen_->current() : screen_->pending();
-    if (source == nullptr) throw RecorderError(formatted(kUndecodable, screen_->lastSeconds()));
-    std::optional<imaging::Picture> webcam;
-    if (webcam_ && webcam_->current() != nullptr) webcam = *webcam_->current();
-    imaging::Picture picture = makeFrame_(*source, webcam, shownSourceTime(shownSegments_, t));
-    const MediaTime time = MediaTime::fromSeconds(t, kExportTimescale);
-    if (last_ && picture == *last_) return pictureDone(video_->appendRepeat(time));
-    const Pass pass = paint(picture, time);
-    if (pass == Pass::done) last_ = std::move(picture);
-    return pass;
+    imaging::Picture picture = source_.at(t);
+    return paint(std::move(picture), MediaTime::fromSeconds(t, kExportTimescale));
 }
 
-Export::Pass Export::paint(const imaging::Picture& picture, const MediaTime& time) {
-    std::shared_ptr<imaging::PlanarBuffer> buffer = video_->pool().makePlanar();
+Export::Pass Export::paint(imaging::Picture picture, const MediaTime& time) {
+    const imaging::KnownDamage damage = frames_.differenceFromLast(picture);
+    if (damage && damage->isEmpty()) {
+        frames_.repeat(std::move(picture));
+        return pictureDone(video_->appendRepeat(time));
+    }
+    std::shared_ptr<imaging::PlanarBuffer> buffer = frames_.paint(std::move(picture), damage, video_->pool());
     if (!buffer) {
         if (++memoryAttempts_ == kMemoryAttempts) throw RecorderError("Kein Speicher für die Ausgabebilder.");
         std::this_thread::sleep_for(kMemoryPause);
         return Pass::again;
     }
     memoryAttempts_ = 0;
-    painter_.paint(picture, buffer->destination());
-    return pictureDone(video_->append(std::move(buffer), time));
+    return pictureDone(video_->append(std::move(buffer), time, damage));
 }
 
 Export::Pass Export::pictureDone(bool isTaken) {
@@ -334,9 +298,16 @@ void Export::pumpAudio() {
     }
 }
 
+std::optional<media::PcmSample> Export::nextSound() {
+    if (levelled_) return levelled_->next([this] { return audioOutput_->copyNextSample(); });
+    std::optional<media::PcmSample> sample = audioOutput_->copyNextSample();
+    if (sample) amplify(sample->values, gain_);
+    return sample;
+}
+
 bool Export::copySound() {
     if (isStopping()) return false;
-    std::optional<media::PcmSample> sample = audioOutput_->copyNextSample();
+    std::optional<media::PcmSample> sample = nextSound();
     if (!sample) {
         if (const auto error = audioReader_->error()) {
             if (isOutOfMemory(*error)) throw RecorderError(*error);
@@ -345,7 +316,6 @@ bool Export::copySound() {
         }
         return false;
     }
-    amplify(sample->values, gain_);
     const double end = (sample->presentationTime + sample->duration()).seconds();
     if (!audio_->append(std::move(*sample))) {
         throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
@@ -374,9 +344,9 @@ RenderResult Export::finish() {
     }
     const double seconds = frameSeconds(frame_, fps_);
     isRefused_ = true;
-    checkFinishedMovie(file_->path(), {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    checkFinishedMovie(file_->path(), form_, {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
     isRefused_ = false;
-    const auto zooms = static_cast<std::int64_t>(state_->zoomEngine->events().size());
+    const auto zooms = static_cast<std::int64_t>(source_.state().zoomEngine->events().size());
     RenderResult result{file_->target(), frame_, seconds, zooms};
     throwIfStopped();
     file_->putInPlace();
@@ -385,7 +355,7 @@ RenderResult Export::finish() {
         report(1);
         Log::write("Studio",
                    formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
-                             state_->settings.cuts.size(), static_cast<long long>(zooms)));
+                             source_.state().settings.cuts.size(), static_cast<long long>(zooms)));
     }));
     return result;
 }
@@ -436,6 +406,7 @@ RenderResult renderWithWhatWorks(const edit::Composition& composition, const Fra
 RenderResult renderMovieSync(const edit::Composition& composition, const FrameMaker& makeFrame,
                              const RenderOptions& options) {
     try {
+        if (options.form && isAnimation(*options.form)) return renderAnimation(composition, makeFrame, options);
         return renderWithWhatWorks(composition, makeFrame, options);
     } catch (...) {
         throw handledError(kNotWritten);

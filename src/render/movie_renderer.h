@@ -11,9 +11,9 @@
 
 #include "base/recorder_error.h"
 #include "edit/composition.h"
-#include "imaging/picture.h"
 #include "media/encoder_choice/encoder_choice.h"
-#include "model/project_settings.h"
+#include "render/composed_frames.h"
+#include "render/film_form.h"
 
 // The export of the finished studio video.
 //
@@ -26,15 +26,10 @@
 
 namespace lumivastor::render {
 
-/// Makes the recipe of a frame, in canvas pixels, from the pictures of screen and webcam (null before its first) at a
-/// source time in seconds. Called on one thread, which is not the caller's. May throw `RecorderError`.
-using FrameMaker = std::function<imaging::Picture(const imaging::Picture& source,
-                                                  const std::optional<imaging::Picture>& webcam, double sourceTime)>;
-
 struct RenderResult {
     std::filesystem::path url;
-    std::int64_t frames = 0;  // the number of pictures
-    double seconds = 0;       // the duration: `frames` divided by the recording's rate
+    std::int64_t frames = 0;  // the number of pictures; of an animated picture, those that differ
+    double seconds = 0;       // the duration; of a movie, `frames` divided by the recording's rate
     std::int64_t zoomCount = 0;
 };
 
@@ -46,10 +41,14 @@ struct RenderOptions {
     std::function<void(std::function<void()>)> postToMain;
     /// On a stop request the export ends within a few pictures.
     std::stop_token stop;
-    /// The container; nullopt means the settings'.
-    std::optional<model::ExportFormat> format;
-    /// The film's path, whose extension does not choose the container; empty means the recording's folder.
+    /// nullopt means the settings'.
+    std::optional<FilmForm> form;
+    /// The film's path, whose extension does not choose the form; empty means the recording's folder.
     std::filesystem::path file;
+    /// Whether the sound is brought to one loudness (film_loudness.h); nullopt means as the settings say.
+    std::optional<bool> levelsLoudness;
+    /// How an animated picture is made.
+    AnimationOptions animation;
     /// Chooses the encoder for these settings. If a hardware encoder fails during the export, the export starts again
     /// with a software encoder.
     std::function<media::EncoderChoice(const media::VideoSettings&)> chooseEncoder =

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "base/pixel_size.h"
+#include "imaging/studio_background.h"
+#include "imaging/yuv_coefficients.h"
 #include "media/reading/asset.h"
 #include "support/export_fixture.h"
 #include "support/test_movie.h"
@@ -121,7 +123,7 @@ TEST_F(ExportedPictures, TheMovieHasTheFormOfAnExport) {
     EXPECT_EQ(audio.channels, 2);
     // The container may be another than the settings', and only the file of that name is replaced.
     RenderOptions options;
-    options.format = model::ExportFormat::mp4;
+    options.form = FilmForm::mp4;
     EXPECT_EQ(render(options).url, folder_ / "studio-output.mp4");
     EXPECT_TRUE(fs::exists(folder_ / "studio-output.mov"));
     EXPECT_EQ(model::ProjectSettings::load(folder_.path()).exportFormat, model::ExportFormat::mov);
@@ -249,6 +251,57 @@ TEST_F(ExportedPictures, TheCompositionsOwnFramesHaveTheScreenOnItsBackground) {
         }
         EXPECT_NEAR(luma(picture, 8, 8), luma(pictures[0].picture, 8, 8), 3) << i;
         EXPECT_LT(luma(picture, 8, 8), 100) << i;
+    }
+}
+
+TEST_F(ExportedPictures, LargeDarkAreasShowNoBands) {
+    constexpr PixelSize kCanvas{1280, 720};
+    settings_.padding = 0.14;
+    makeRecording(1);
+    const auto composition = open(kCanvas);
+    std::promise<RenderOutcome> done;
+    const std::jthread thread =
+        renderMovie(*composition, {}, [&](const RenderOutcome& outcome) { done.set_value(outcome); });
+    ASSERT_TRUE(std::holds_alternative<RenderResult>(done.get_future().get()));
+    const auto pictures = decodeTestMovie(folder_ / "studio-output.mp4");
+    ASSERT_EQ(pictures.size(), 30u);
+
+    const imaging::StudioBackground background(
+        kCanvas.width, kCanvas.height, {settings_.backgroundRed, settings_.backgroundGreen, settings_.backgroundBlue});
+    const imaging::YuvCoefficients yuv{imaging::YuvEncoding{}};
+    const auto exact = [&](int x, int y) {
+        const imaging::RgbColour colour = background.colourAt(x + 0.5, y + 0.5);
+        return yuv.luma(colour.red * 255, colour.green * 255, colour.blue * 255) + yuv.lumaOffset;
+    };
+    // Left of the screen and of its shadow.
+    const Rect screen = composition->state()->layout.screenRect;
+    // The encoder refines a film's first pictures for a third of a second.
+    for (std::size_t i = 14; i < pictures.size(); ++i) {
+        const imaging::YuvPicture& picture = pictures[i].picture;
+        double squares = 0;
+        double bandedSquares = 0;
+        double worst = 0;
+        int blocks = 0;
+        for (int top = 0; top + 8 <= kCanvas.height; top += 8) {
+            for (int left = 0; left + 8 <= screen.minX() - 120; left += 8) {
+                double off = 0;
+                double banded = 0;
+                for (int y = top; y < top + 8; ++y) {
+                    for (int x = left; x < left + 8; ++x) {
+                        const double is = int{picture.luma.samples[y * picture.luma.stride + x]};
+                        worst = std::max(worst, std::abs(is - exact(x, y)));
+                        off += is - exact(x, y);
+                        banded += std::round(exact(x, y)) - exact(x, y);
+                    }
+                }
+                squares += off * off / (64 * 64);
+                bandedSquares += banded * banded / (64 * 64);
+                ++blocks;
+            }
+        }
+        EXPECT_LE(worst, 2) << i;
+        // Rounded to the nearest value, each band is off by up to half a value throughout.
+        EXPECT_LT(std::sqrt(squares / blocks), 0.6 * std::sqrt(bandedSquares / blocks)) << i;
     }
 }
 

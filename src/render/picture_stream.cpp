@@ -8,6 +8,7 @@
 #include "base/handled_error.h"
 #include "base/log.h"
 #include "base/recorder_error.h"
+#include "imaging/changed_area.h"
 
 namespace lumivastor::render {
 
@@ -23,8 +24,8 @@ void throwIfOutOfMemory(const RecorderError& error) {
 PictureStream::PictureStream(media::SegmentedMovie movie, int trackId, Options options)
     : movie_(std::move(movie)), trackId_(trackId), options_(std::move(options)), slots_(options_.lastSeconds) {}
 
-void PictureStream::open() {
-    openAt({});
+void PictureStream::open(double start) {
+    openAt(MediaTime::fromSeconds(start, kExportTimescale));
     slots_.setPending(readNext());
 }
 
@@ -46,10 +47,30 @@ void PictureStream::openAt(const MediaTime& start) {
 std::optional<PictureStream::Sample> PictureStream::readNext() {
     const std::optional<media::VideoSample> sample = output_->copyNextSample();
     if (!sample) return std::nullopt;
-    return Sample{sample->presentationTime.seconds(), imaging::Picture(sample->planar())};
+    return Sample{sample->presentationTime.seconds(), sample->planar()};
 }
 
 bool PictureStream::advance(double t) {
+    const bool goesOn = advanceSlots(t);
+    updateCurrent();
+    return goesOn;
+}
+
+// Pictures that were never shown are not compared.
+void PictureStream::updateCurrent() {
+    if (slots_.current() == nullptr || slots_.current()->samples.owner == shown_.owner) return;
+    imaging::YuvPicture next = slots_.current()->samples;
+    if (options_.findsChanges && shown_.owner) {
+        if (imaging::KnownDamage damage = imaging::changedArea(shown_, next)) {
+            next.change =
+                std::make_shared<const imaging::YuvChange>(imaging::YuvChange{shown_.owner, std::move(*damage)});
+        }
+    }
+    current_ = imaging::Picture(next);
+    shown_ = std::move(next);
+}
+
+bool PictureStream::advanceSlots(double t) {
     do {
         slots_.advance(t, [this] { return readNext(); });
         if (slots_.pending() != nullptr) return true;

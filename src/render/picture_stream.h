@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "imaging/picture.h"
@@ -21,34 +22,40 @@ class PictureStream {
         std::string logName;     // the reader's name in the log
         double duration = 0;     // of the edited video, in seconds
         double lastSeconds = 0;  // taken as the time of the last picture before the first one
+        // Whether pictures are compared with the one that was shown before them.
+        bool findsChanges = true;
     };
 
     PictureStream(media::SegmentedMovie movie, int trackId, Options options);
 
-    /// Opens the reader and reads the first picture. Throws `RecorderError`.
-    void open();
+    /// Opens the reader and reads the picture that is shown at `start` (seconds of the edited video). Throws
+    /// `RecorderError`.
+    void open(double start = 0);
 
     /// Advances to `t` (seconds of the edited video). False when reading cannot continue because all restarts are used
     /// up.
     bool advance(double t);
 
     /// The picture at that time; null before the first one. While the picture stays the same, so does the value, and
-    /// recipes compare equal.
-    const imaging::Picture* current() const { return pictureOf(slots_.current()); }
+    /// recipes compare equal. It says where it differs from the current picture before it, unless it does nearly
+    /// everywhere.
+    const imaging::Picture* current() const { return current_ ? &*current_ : nullptr; }
     /// The next picture; null at the end.
-    const imaging::Picture* pending() const { return pictureOf(slots_.pending()); }
+    const imaging::Picture* pending() const {
+        return slots_.pending() == nullptr ? nullptr : &slots_.pending()->picture;
+    }
     /// The time of the last picture that was shown.
     double lastSeconds() const { return slots_.lastSeconds(); }
 
   private:
     struct Sample {
         double seconds;
-        imaging::Picture picture;
+        imaging::YuvPicture samples;
+        imaging::Picture picture{samples};
     };
 
-    static const imaging::Picture* pictureOf(const Sample* sample) {
-        return sample == nullptr ? nullptr : &sample->picture;
-    }
+    bool advanceSlots(double t);
+    void updateCurrent();
     void openAt(const MediaTime& start);
     std::optional<Sample> readNext();
     void restart(const RestartPolicy::Attempt& attempt);
@@ -59,6 +66,8 @@ class PictureStream {
     std::unique_ptr<media::AssetReader> reader_;
     media::VideoTrackOutput* output_ = nullptr;  // of reader_
     ReadAhead<Sample> slots_;
+    imaging::YuvPicture shown_;  // the current picture's samples; without an owner before the first
+    std::optional<imaging::Picture> current_;
     RestartPolicy restarts_;
 };
 
