@@ -11,6 +11,7 @@
 #include "base/geometry.h"
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
+#include "imaging/damage_area.h"
 #include "imaging/pixel_buffer.h"
 #include "platform/shareable_content.h"
 #include "platform/sound_buffer.h"
@@ -68,6 +69,9 @@ struct ScreenSample {
     double hostSeconds = 0;
     /// Opaque and of the configured size; null in samples without a picture.
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> image;
+    /// Where the picture may differ from that of the last sample that had one, in its pixels; nullopt: anywhere. Known
+    /// only between pictures of one size.
+    imaging::KnownDamage damage = {};
 };
 
 /// Live pictures and sound of the desktop. A still screen costs almost nothing but keeps its duration: besides idle

@@ -7,6 +7,7 @@
 #include <string>
 #include <variant>
 
+#include "imaging/pixel_buffer.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor::platform {
@@ -15,7 +16,8 @@ namespace lumivastor::platform {
 enum class PointerKnowledge {
     none,       // it is neither in the pictures nor reported
     embedded,   // painted into the pictures
-    positions,  // reported: positions and shapes
+    positions,  // reported: positions and shapes, but not clicks and scrolling
+    complete,   // all of it is reported
 };
 
 /// Where the desktop's own dialog chooses what is recorded, instead of lists that this program shows. Any thread; one
@@ -23,6 +25,8 @@ enum class PointerKnowledge {
 class ContentPicker {
   public:
     enum class Kind { display, window };
+    /// What was granted.
+    using Content = std::variant<Display, Window>;
 
     /// What the dialog can offer.
     struct Offer {
@@ -31,6 +35,8 @@ class ContentPicker {
         PointerKnowledge pointer = PointerKnowledge::none;
         /// Whether the last choice can be granted again without a dialog.
         bool restores = false;
+        /// With `PointerKnowledge::positions`: why clicks cannot be seen, as a German sentence.
+        std::string clickRefusal = {};
     };
 
     struct Request {
@@ -52,7 +58,14 @@ class ContentPicker {
     /// was granted and nothing else, until `release` or the end of the stream that records it. Returns the display or
     /// window; nullopt when `stop` was requested, which closes the dialog. Throws `RecorderError`, also when the user
     /// says no.
-    virtual std::optional<std::variant<Display, Window>> pick(const Request& request, std::stop_token stop) = 0;
+    virtual std::optional<Content> pick(const Request& request, std::stop_token stop) = 0;
+
+    /// Whether a grant waits for a stream that records it. False also when the user has ended the sharing meanwhile.
+    virtual bool holdsGrant() = 0;
+
+    /// What the granted display or window shows, in its pixels. Waits up to `seconds` for its first picture; nullopt
+    /// when none comes, and without a grant that waits.
+    virtual std::optional<imaging::BgraPremultipliedBuffer> stillPicture(double seconds) = 0;
 
     /// Gives a grant back that no stream has taken over. Does nothing otherwise.
     virtual void release() = 0;

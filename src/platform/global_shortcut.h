@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <string>
+
 namespace lumivastor::platform {
 
 /// A key combination that reaches this program whichever window has the keyboard focus. Destruction releases it.
 class GlobalShortcut {
   public:
     virtual ~GlobalShortcut() = default;
+
+    /// The keys as the user knows them. They may be others than those requested, and change. Empty while there are
+    /// none: the desktop has bound none or taken them back, so none may be promised. Any thread.
+    virtual std::string keys() const = 0;
 };
 
 /// A letter together with modifiers.
@@ -15,6 +21,18 @@ struct KeyCombination {
     bool control = false;
     bool alt = false;
     bool shift = false;
+};
+
+/// As users read it: "Strg+Alt+Umschalt+S".
+std::string keyText(const KeyCombination& keys);
+
+/// What a program wants from `Desktop::grabShortcut`.
+struct ShortcutRequest {
+    KeyCombination keys = {};
+    /// What the keys do, for dialogs and settings of the desktop.
+    std::string purpose = "Aufnahme stoppen";
+    /// The window to which a dialog belongs, as the desktop's portal names it; empty: none.
+    std::string parentWindow = {};
 };
 
 }  // namespace lumivastor::platform

@@ -4,9 +4,10 @@
 #include <utility>
 
 #include "platform/backends/desktop_choice.h"
+#include "platform/input/event_pipe.h"
+#include "platform/input/libinput_devices.h"
 #include "platform/wayland/wayland_desktop.h"
 #include "platform/x11/compositing.h"
-#include "platform/x11/global_shortcut.h"
 #include "platform/x11/x11_desktop.h"
 
 namespace lumivastor::platform {
@@ -18,15 +19,9 @@ std::unique_ptr<Desktop> openDesktop(std::shared_ptr<SoundSystem> sound) {
     }
     wayland::WaylandDesktopOptions options;
     options.tokenFolder = preferencesFolder(environment);
+    options.pointerDevices =
+        environment.testPointer.empty() ? openPointerDevices() : openEventPipe(environment.testPointer);
     return wayland::openWaylandDesktop(std::move(sound), std::move(options));
-}
-
-std::unique_ptr<Desktop> openListedDesktop(std::shared_ptr<SoundSystem> sound) {
-    return x11::openX11Desktop(std::move(sound));
-}
-
-std::unique_ptr<GlobalShortcut> grabShortcut(const KeyCombination& keys, std::function<void()> pressed) {
-    return x11::grabX11Shortcut(keys, std::move(pressed));
 }
 
 bool canShowTranslucentWindows() {

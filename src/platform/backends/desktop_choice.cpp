@@ -12,9 +12,10 @@ SessionEnvironment SessionEnvironment::read() {
         const char* const text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): said in the header
         return std::string(text == nullptr ? "" : text);
     };
-    return {value("LUMIVASTOR_DESKTOP"), value("WAYLAND_DISPLAY"),
-            value("XDG_SESSION_TYPE"),   value("DISPLAY"),
-            value("XDG_CONFIG_HOME"),    value("HOME")};
+    return {value("LUMIVASTOR_DESKTOP"),     value("WAYLAND_DISPLAY"),
+            value("XDG_SESSION_TYPE"),       value("DISPLAY"),
+            value("XDG_CONFIG_HOME"),        value("HOME"),
+            value("LUMIVASTOR_TEST_POINTER")};
 }
 
 DesktopBackend chooseDesktop(const SessionEnvironment& environment, const std::function<bool()>& portalShares) {

@@ -17,6 +17,7 @@ struct SessionEnvironment {
     std::string x11Display;      // DISPLAY
     std::string configHome;      // XDG_CONFIG_HOME
     std::string home;            // HOME
+    std::string testPointer;     // LUMIVASTOR_TEST_POINTER
 
     /// Reads the environment; call it while no other thread changes that.
     static SessionEnvironment read();

@@ -4,9 +4,9 @@
 #include <optional>
 
 #include "base/geometry.h"
+#include "base/pixel_rect.h"
 #include "base/pixel_size.h"
 #include "platform/capture_device.h"
-#include "platform/pictures/pixel_rect.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor::platform {

@@ -13,8 +13,8 @@ namespace lumivastor::platform {
 struct CaptureBufferPool::Slots {
     struct Slot {
         imaging::BgraPremultipliedBuffer buffer;
-        DamageArea stale;   // used by the store's thread only
-        bool used = false;  // guarded by lock
+        imaging::DamageArea stale;  // used by the store's thread only
+        bool used = false;          // guarded by lock
     };
     std::mutex lock;
     std::vector<Slot> all;  // never changes its size
@@ -66,7 +66,7 @@ bool CaptureBufferPool::canTake() const {
 }
 
 std::shared_ptr<const imaging::BgraPremultipliedBuffer> CaptureBufferPool::take(
-    const DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint) {
+    const imaging::DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint) {
     Slots::Slot* slot = nullptr;
     {
         const std::lock_guard hold(slots_->lock);

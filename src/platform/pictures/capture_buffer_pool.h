@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "base/pixel_size.h"
+#include "imaging/damage_area.h"
 #include "imaging/pixel_buffer.h"
 #include "platform/capture_device.h"
-#include "platform/pictures/damage_area.h"
 
 namespace lumivastor::platform {
 
@@ -25,10 +25,11 @@ class CaptureBufferPool {
     /// False while clients hold `depth` pictures.
     bool canTake() const;
     /// Updates a free buffer and makes it the last picture: `paint` fills in the damaged part, the rest is as in the
-    /// last picture. Programs often repaint equal content: if the damaged part is equal, the last picture stays and is
-    /// returned. Null when `paint` returns false. In both cases the buffer is free again. `canTake` must hold.
+    /// last picture. It may add to `damage` what else it painted. Programs often repaint equal content: if the damaged
+    /// part is equal, the last picture stays and is returned. Null when `paint` returns false. In both cases the buffer
+    /// is free again. `canTake` must hold.
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> take(
-        const DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint);
+        const imaging::DamageArea& damage, const std::function<bool(imaging::BgraPremultipliedBuffer&)>& paint);
     /// Null before the first. Lives at least until the next one is taken, or until the pool is destroyed.
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& last() const { return last_; }
 

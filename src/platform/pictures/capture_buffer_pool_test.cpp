@@ -12,8 +12,8 @@ namespace {
 
 constexpr PixelSize kSize{40, 30};
 
-DamageArea everything() {
-    DamageArea all;
+imaging::DamageArea everything() {
+    imaging::DamageArea all;
     all.add({0, 0, kSize.width, kSize.height});
     return all;
 }
@@ -98,11 +98,11 @@ TEST(CaptureBufferPool, OnlyThePaintedPartIsCompared) {
     };
     const PixelRect left{0, 0, 10, 30};
     const PixelRect right{30, 0, 10, 30};
-    DamageArea both;
+    imaging::DamageArea both;
     both.add(left);
     both.add(right);
     const auto first = pool.take(everything(), paint({0, 0, 40, 30}, 0xff000001));
-    DamageArea one;
+    imaging::DamageArea one;
     one.add(left);
     const auto second = pool.take(one, paint(left, 0xff000002));
     EXPECT_EQ(pool.take(one, paint(left, 0xff000002)), second);
@@ -140,7 +140,7 @@ TEST(CaptureBufferPool, EveryPictureIsWholeHoweverLongBuffersStayOut) {
     imaging::BgraPremultipliedBuffer screen(kSize.width, kSize.height);
     fill(screen, {0, 0, kSize.width, kSize.height}, 0xff000000);
     std::deque<std::shared_ptr<const imaging::BgraPremultipliedBuffer>> out;
-    DamageArea damage = everything();
+    imaging::DamageArea damage = everything();
     for (std::uint32_t step = 1; step < 500; ++step) {
         const auto pick = [&](int maximum) { return static_cast<int>(random() % static_cast<unsigned>(maximum)); };
         for (int i = pick(3); i >= 0; --i) {

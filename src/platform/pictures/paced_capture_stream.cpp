@@ -16,6 +16,10 @@ namespace {
 // Samples without a picture that may wait for the queue, about a second of them. Pictures are bounded by their buffers.
 constexpr int kMaximumWaiting = 64;
 
+// How long the end waits for an encoder that is behind, in seconds, and how often it looks.
+constexpr double kPatience = 1.0;
+constexpr std::chrono::milliseconds kLook{5};
+
 }  // namespace
 
 PacedCaptureStream::PacedCaptureStream(const char* threadName, OpenSource openSource,
@@ -138,13 +142,23 @@ void PacedCaptureStream::update(double now) {
     if (const auto origin = source_->takeOrigin(); origin && origin_) origin_(now, *origin);
 }
 
-// Repeating the last picture gives the recording its whole length.
+// The last change is still taken. Repeating the last picture gives the recording its whole length.
 void PacedCaptureStream::finish() {
     const double now = hostClockSeconds();
-    const bool canTake = ended_.empty() && !source_->ended() && pool_->canTake();
-    if (canTake) update(now);
+    const bool canPaint = (ended_.empty() && !source_->ended()) || source_->outlastsItsEnd();
+    if (canPaint) {
+        update(now);
+        if (!pending_.isEmpty()) awaitRoom();
+    }
+    const bool canTake = canPaint && pool_->canTake();
     act(&FramePacer::atStop, {now, !pending_.isEmpty(), source_->isHidden(), canTake});
-    deliver(FrameStatus::stopped, hostClockSeconds(), nullptr);
+    deliver({FrameStatus::stopped, hostClockSeconds(), nullptr});
+}
+
+// While all pictures are with clients, a change has no room. They give one back with each that is encoded.
+void PacedCaptureStream::awaitRoom() {
+    const double deadline = hostClockSeconds() + kPatience;
+    while (!pool_->canTake() && hostClockSeconds() < deadline) std::this_thread::sleep_for(kLook);
 }
 
 void PacedCaptureStream::act(Decision decision, const FramePacer::Situation& situation) {
@@ -155,13 +169,13 @@ void PacedCaptureStream::act(Decision decision, const FramePacer::Situation& sit
             break;
         case FramePacer::Action::repeatLast:
             lastSeconds_ = now;
-            deliver(FrameStatus::complete, now, pool_->last());
+            deliver({FrameStatus::complete, now, pool_->last(), imaging::DamageArea()});
             break;
         case FramePacer::Action::tellIdle:
-            deliver(FrameStatus::idle, now, nullptr);
+            deliver({FrameStatus::idle, now, nullptr});
             break;
         case FramePacer::Action::tellSuspended:
-            deliver(FrameStatus::suspended, now, nullptr);
+            deliver({FrameStatus::suspended, now, nullptr});
             break;
         case FramePacer::Action::nothing:
             break;
@@ -172,11 +186,15 @@ void PacedCaptureStream::takePicture(Decision decision, FramePacer::Situation si
     const auto before = pool_->last();
     auto picture = pool_->take(
         pending_, [this](imaging::BgraPremultipliedBuffer& buffer) { return source_->paint(pending_, buffer); });
-    if (picture) pending_.clear();
+    imaging::KnownDamage damage;
+    if (picture) {
+        if (before) damage = pending_;
+        pending_.clear();
+    }
     if (picture && picture != before) {
         lastTakenAt_ = situation.now;
         lastSeconds_ = pictureSeconds(situation.now);
-        deliver(pacer_.taken(lastSeconds_), lastSeconds_, std::move(picture));
+        deliver({pacer_.taken(lastSeconds_), lastSeconds_, std::move(picture), std::move(damage)});
         return;
     }
     if (picture) {
@@ -192,20 +210,19 @@ void PacedCaptureStream::takePicture(Decision decision, FramePacer::Situation si
 
 double PacedCaptureStream::pictureSeconds(double now) const {
     const auto shown = source_->contentSeconds();
-    // Times ascend: the last picture may have been repeated since.
-    return shown && *shown > lastSeconds_ && *shown <= now ? *shown : now;
+    // Times ascend: the last picture may have been repeated since. Content may be newer than the tick that it was
+    // painted for, on a busy machine by a tenth of a second.
+    return shown && *shown > lastSeconds_ && *shown <= hostClockSeconds() ? *shown : now;
 }
 
-void PacedCaptureStream::deliver(FrameStatus status, double hostSeconds,
-                                 std::shared_ptr<const imaging::BgraPremultipliedBuffer> image) {
+void PacedCaptureStream::deliver(ScreenSample sample) {
     if (queue_ == nullptr) return;
-    if (!image && status != FrameStatus::stopped && *waiting_ >= kMaximumWaiting) return;
+    if (!sample.image && sample.status != FrameStatus::stopped && *waiting_ >= kMaximumWaiting) return;
     ++*waiting_;
-    queue_->async(
-        [handler = handler_, waiting = waiting_, sample = ScreenSample{status, hostSeconds, std::move(image)}] {
-            handler(sample);
-            --*waiting;
-        });
+    queue_->async([handler = handler_, waiting = waiting_, sample = std::move(sample)] {
+        handler(sample);
+        --*waiting;
+    });
 }
 
 }  // namespace lumivastor::platform

@@ -52,11 +52,12 @@ class PacedCaptureStream : public CaptureStream {
     void contentArrived();
     void tick();
     void finish();
+    void awaitRoom();
     void update(double now);
     void act(Decision decision, const FramePacer::Situation& situation);
     void takePicture(Decision decision, FramePacer::Situation situation);
     double pictureSeconds(double now) const;
-    void deliver(FrameStatus status, double hostSeconds, std::shared_ptr<const imaging::BgraPremultipliedBuffer> image);
+    void deliver(ScreenSample sample);
     void endThread();
 
     const char* const threadName_;
@@ -73,10 +74,10 @@ class PacedCaptureStream : public CaptureStream {
     std::unique_ptr<PictureSource> source_;
     std::unique_ptr<CaptureBufferPool> pool_;
     FramePacer pacer_;
-    DamageArea pending_;      // what changed since the last picture
-    double lastSeconds_ = 0;  // the time of the last sample with a picture
-    double lastTakenAt_ = 0;  // when the last picture was taken
-    std::string ended_;       // why the stream ended by itself
+    imaging::DamageArea pending_;  // what changed since the last picture
+    double lastSeconds_ = 0;       // the time of the last sample with a picture
+    double lastTakenAt_ = 0;       // when the last picture was taken
+    std::string ended_;            // why the stream ended by itself
     // The number of samples in the queue. Shared with the posted work.
     const std::shared_ptr<std::atomic<int>> waiting_ = std::make_shared<std::atomic<int>>(0);
 

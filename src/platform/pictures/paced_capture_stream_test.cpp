@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,11 @@ struct ArrivingContent {
     std::uint8_t value = 0;
     double shownAt = 0;
     bool changed = false;
+    PixelRect damage{0, 0, kEdge, kEdge};
+    PixelRect added;  // what painting updates besides
+    std::optional<std::string> ended;
+    bool outlastsItsEnd = false;
+    std::function<void()> beforePainting;
 
     void show(std::uint8_t newValue, double hostSeconds) {
         std::function<void()> call;
@@ -52,17 +58,27 @@ class ArrivingSource final : public PictureSource {
     ArrivingSource(const ArrivingSource&) = delete;
     ArrivingSource& operator=(const ArrivingSource&) = delete;
 
-    void update(DamageArea& damage) override {
+    void update(imaging::DamageArea& damage) override {
         const std::lock_guard hold(content_.lock);
-        if (std::exchange(content_.changed, false)) damage.add({0, 0, kEdge, kEdge});
+        if (std::exchange(content_.changed, false)) damage.add(content_.damage);
         shownAt_ = content_.shownAt;
     }
     bool isHidden() const override { return shownAt_ == 0; }
-    std::optional<std::string> ended() const override { return std::nullopt; }
+    std::optional<std::string> ended() const override {
+        const std::lock_guard hold(content_.lock);
+        return content_.ended;
+    }
+    bool outlastsItsEnd() const override {
+        const std::lock_guard hold(content_.lock);
+        return content_.outlastsItsEnd;
+    }
     std::optional<Point> takeOrigin() override { return std::nullopt; }
     std::optional<std::string> takeNotice() override { return std::nullopt; }
-    bool paint(const DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override {
+    bool paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override {
+        if (content_.beforePainting) content_.beforePainting();
         const std::lock_guard hold(content_.lock);
+        shownAt_ = content_.shownAt;
+        damage.add(content_.added);
         for (const PixelRect& rect : damage.rects()) {
             for (int y = rect.y; y < rect.maxY(); ++y) {
                 std::memset(picture.pixel(rect.x, y), content_.value, static_cast<std::size_t>(rect.width) * 4);
@@ -85,27 +101,38 @@ struct Seen {
     int value = 0;
     double hostSeconds = 0;
     double arrivedAt = 0;
+    imaging::KnownDamage damage;
 };
 
 // A stream at a frame interval, and the pictures it delivered.
 class Recorded {
   public:
-    Recorded(ArrivingContent& content, double interval)
+    Recorded(ArrivingContent& content, double interval, int queueDepth = 8)
         : stream_("test.paced", [&content] { return std::make_unique<ArrivingSource>(content); }, nullptr,
-                  {.width = kEdge, .height = kEdge, .minimumFrameInterval = interval}) {
+                  {.width = kEdge, .height = kEdge, .minimumFrameInterval = interval, .queueDepth = queueDepth}) {
         stream_.addScreenOutput(queue_, [this](const ScreenSample& sample) {
             if (!sample.image) return;
             const std::lock_guard hold(lock_);
-            seen_.push_back({*sample.image->pixel(0, 0), sample.hostSeconds, hostClockSeconds()});
+            seen_.push_back({*sample.image->pixel(0, 0), sample.hostSeconds, hostClockSeconds(), sample.damage});
+            held_.push_back(sample.image);
+            if (!holds_) held_.clear();
         });
         stream_.start();
     }
-    ~Recorded() {
+    ~Recorded() { stop(); }
+    Recorded(const Recorded&) = delete;
+    Recorded& operator=(const Recorded&) = delete;
+
+    void stop() {
         stream_.stop();
         queue_.drain();
     }
-    Recorded(const Recorded&) = delete;
-    Recorded& operator=(const Recorded&) = delete;
+    // A client that keeps its pictures, as an encoder does that is behind.
+    void hold(bool holds) {
+        const std::lock_guard hold(lock_);
+        holds_ = holds;
+        if (!holds) held_.clear();
+    }
 
     std::vector<Seen> seen() const {
         const std::lock_guard hold(lock_);
@@ -120,7 +147,10 @@ class Recorded {
 
   private:
     mutable std::mutex lock_;
-    std::vector<Seen> seen_;  // guarded by lock_
+    // Guarded by lock_.
+    std::vector<Seen> seen_;
+    std::vector<std::shared_ptr<const imaging::BgraPremultipliedBuffer>> held_;
+    bool holds_ = false;
     SerialQueue queue_{"test.paced"};
     PacedCaptureStream stream_;
 };
@@ -135,6 +165,50 @@ TEST(PacedCaptureStream, TakesContentThatArrivesBeforeTheNextTick) {
     EXPECT_EQ(recorded.seen().front().hostSeconds, shownAt);
 }
 
+TEST(PacedCaptureStream, TheLastChangeWaitsForAnEncoderThatIsBehind) {
+    ArrivingContent content;
+    Recorded recorded(content, 0.01, 2);
+    recorded.hold(true);
+    for (std::uint8_t value = 1; value <= 2; ++value) {
+        content.show(value, hostClockSeconds());
+        ASSERT_TRUE(recorded.awaitValue(value));
+    }
+    // No buffer is free for it.
+    content.show(3, hostClockSeconds());
+    await(0.1, [] { return false; });
+    ASSERT_EQ(recorded.seen().back().value, 2);
+    std::thread encoder([&] {
+        await(0.1, [] { return false; });
+        recorded.hold(false);
+    });
+    recorded.stop();
+    encoder.join();
+    EXPECT_EQ(recorded.seen().back().value, 3);
+}
+
+TEST(PacedCaptureStream, WhatCameBeforeTheEndIsTakenWhereItCanBePainted) {
+    for (const bool outlasts : {true, false}) {
+        ArrivingContent content;
+        Recorded recorded(content, 0.01, 2);
+        recorded.hold(true);
+        for (std::uint8_t value = 1; value <= 2; ++value) {
+            content.show(value, hostClockSeconds());
+            ASSERT_TRUE(recorded.awaitValue(value));
+        }
+        content.show(3, hostClockSeconds());
+        {
+            const std::lock_guard hold(content.lock);
+            content.outlastsItsEnd = outlasts;
+            content.ended = "Der Desktop ist weg.";
+        }
+        // A tick that looked before sees no room.
+        await(0.1, [] { return false; });
+        recorded.hold(false);
+        recorded.stop();
+        EXPECT_EQ(recorded.seen().back().value, outlasts ? 3 : 2);
+    }
+}
+
 TEST(PacedCaptureStream, ASecondArrivalInAnIntervalWaitsForTheNextTick) {
     constexpr double kInterval = 0.5;
     ArrivingContent content;
@@ -147,6 +221,43 @@ TEST(PacedCaptureStream, ASecondArrivalInAnIntervalWaitsForTheNextTick) {
     EXPECT_LE(recorded.seen().size(), 3u);
 }
 
+TEST(PacedCaptureStream, TellsWhereAPictureDiffersFromTheOneBefore) {
+    ArrivingContent content;
+    const Recorded recorded(content, 0.02);
+    const double begun = hostClockSeconds();
+    content.show(1, begun);
+    ASSERT_TRUE(recorded.awaitValue(1));
+    EXPECT_FALSE(recorded.seen().back().damage) << "there is none before it";
+    content.show(2, hostClockSeconds());
+    ASSERT_TRUE(recorded.awaitValue(2));
+    const auto damage = recorded.seen().back().damage;
+    ASSERT_TRUE(damage);
+    ASSERT_EQ(damage->rects().size(), 1u);
+    EXPECT_EQ(damage->rects()[0], (PixelRect{0, 0, kEdge, kEdge}));
+    ASSERT_TRUE(await([&] { return recorded.seen().size() >= 3; }));
+    const auto repeated = recorded.seen()[2].damage;
+    ASSERT_TRUE(repeated);
+    EXPECT_TRUE(repeated->isEmpty()) << "the same picture again";
+}
+
+TEST(PacedCaptureStream, DamageHasWhatThePainterAdded) {
+    ArrivingContent content;
+    content.damage = {2, 2, 4, 4};
+    const Recorded recorded(content, 0.02);
+    content.show(1, hostClockSeconds());
+    ASSERT_TRUE(recorded.awaitValue(1));
+    {
+        const std::lock_guard hold(content.lock);
+        content.added = {0, 0, 3, 3};
+    }
+    content.show(2, hostClockSeconds());
+    ASSERT_TRUE(recorded.awaitValue(2));
+    const auto damage = recorded.seen().back().damage;
+    ASSERT_TRUE(damage);
+    ASSERT_EQ(damage->rects().size(), 1u);
+    EXPECT_EQ(damage->rects()[0], (PixelRect{0, 0, 6, 6}));
+}
+
 TEST(PacedCaptureStream, KeepsTheContentsOwnTimes) {
     ArrivingContent content;
     const Recorded recorded(content, 0.05);
@@ -156,6 +267,21 @@ TEST(PacedCaptureStream, KeepsTheContentsOwnTimes) {
         ASSERT_TRUE(recorded.awaitValue(value));
         EXPECT_EQ(recorded.seen().back().hostSeconds, shownAt);
     }
+}
+
+TEST(PacedCaptureStream, ContentThatArrivesBeforeItIsPaintedIsNotShownEarly) {
+    ArrivingContent content;
+    double newerAt = 0;
+    content.beforePainting = [&] {
+        if (std::exchange(content.beforePainting, nullptr) == nullptr) return;
+        newerAt = hostClockSeconds();
+        content.show(8, newerAt);
+    };
+    const Recorded recorded(content, 0.01);
+    content.show(7, hostClockSeconds());
+    ASSERT_TRUE(recorded.awaitValue(8));
+    EXPECT_EQ(recorded.seen().front().value, 8);
+    EXPECT_EQ(recorded.seen().front().hostSeconds, newerAt);
 }
 
 TEST(PacedCaptureStream, TimesAscendEvenWhenContentIsOlderThanTheLastPicture) {

@@ -40,6 +40,24 @@ std::optional<T> valueAt(std::span<const std::byte> bytes, std::size_t offset) {
     return value;
 }
 
+// By how much a premultiplied colour may exceed its alpha after another program has rounded both.
+constexpr int kRounding = 2;
+
+// No text says whether colours are premultiplied. Desktops send them so; a shape with one colour that is too bright for
+// that is straight as a whole. Painters rely on no colour being brighter than its alpha.
+void premultiply(imaging::BgraPremultipliedBuffer& shape, bool isStraight) {
+    for (int y = 0; y < shape.height(); ++y) {
+        std::uint8_t* const row = shape.row(y);
+        for (std::size_t x = 0; x < static_cast<std::size_t>(shape.width()) * 4; x += 4) {
+            const int alpha = row[x + 3];
+            for (std::size_t i = x; i < x + 3; ++i) {
+                row[i] =
+                    static_cast<std::uint8_t>(isStraight ? (row[i] * alpha + 127) / 255 : std::min<int>(row[i], alpha));
+            }
+        }
+    }
+}
+
 // Null unless the bitmap is of a known format and lies within the bytes.
 std::shared_ptr<const imaging::BgraPremultipliedBuffer> shapeIn(std::span<const std::byte> bytes,
                                                                 const spa_meta_bitmap& bitmap) {
@@ -57,15 +75,16 @@ std::shared_ptr<const imaging::BgraPremultipliedBuffer> shapeIn(std::span<const 
     const auto height = static_cast<int>(bitmap.size.height);
     auto shape = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
     const auto* source = reinterpret_cast<const std::uint8_t*>(bytes.data()) + bitmap.offset;
+    bool isStraight = false;
     for (int y = 0; y < height; ++y, source += stride) {
         std::uint8_t* target = shape->row(y);
         for (std::size_t x = 0; x < rowBytes; x += 4) {
-            const std::uint8_t alpha = source[x + (*order)[3]];
-            // Desktops send premultiplied colours. One brighter than its alpha is none; painters rely on that.
-            for (std::size_t i = 0; i < 3; ++i) target[x + i] = std::min(source[x + (*order)[i]], alpha);
-            target[x + 3] = alpha;
+            for (std::size_t i = 0; i < 4; ++i) target[x + i] = source[x + (*order)[i]];
+            const int brightest = std::max({target[x], target[x + 1], target[x + 2]});
+            isStraight = isStraight || brightest > target[x + 3] + kRounding;
         }
     }
+    premultiply(*shape, isStraight);
     return shape;
 }
 

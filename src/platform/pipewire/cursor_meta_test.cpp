@@ -130,11 +130,21 @@ TEST(CursorMeta, ReadsFourByteOrdersAsPremultipliedBgra) {
     }
 }
 
-TEST(CursorMeta, NoColourIsBrighterThanItsAlpha) {
+std::vector<int> pixelsOf(const std::vector<std::uint8_t>& pixels) {
     CursorMetaReader reader;
-    const auto report = reader.read(meta(cursorAt(0, 0), bitmap(SPA_VIDEO_FORMAT_BGRA, 1, 1), {255, 100, 0, 100}), 0);
-    const std::uint8_t* found = report->newShape->pixel(0, 0);
-    EXPECT_EQ((std::vector<int>(found, found + 4)), (std::vector<int>{100, 100, 0, 100}));
+    const auto count = static_cast<std::uint32_t>(pixels.size() / 4);
+    const auto report = reader.read(meta(cursorAt(0, 0), bitmap(SPA_VIDEO_FORMAT_BGRA, count, 1), pixels), 0);
+    if (!report || !report->newShape) return {};
+    return {report->newShape->pixel(0, 0), report->newShape->pixel(0, 0) + pixels.size()};
+}
+
+TEST(CursorMeta, NoColourIsBrighterThanItsAlpha) {
+    EXPECT_EQ(pixelsOf({102, 101, 100, 100, 50, 50, 50, 60}), (std::vector<int>{100, 100, 100, 100, 50, 50, 50, 60}));
+}
+
+TEST(CursorMeta, AShapeWithAColourThatIsTooBrightIsNotPremultiplied) {
+    EXPECT_EQ(pixelsOf({255, 100, 0, 100, 200, 200, 200, 255, 80, 80, 80, 128, 9, 9, 9, 0}),
+              (std::vector<int>{100, 39, 0, 100, 200, 200, 200, 255, 40, 40, 40, 128, 0, 0, 0, 0}));
 }
 
 TEST(CursorMeta, RowsMayHaveGapsAndTheLastNeedsNone) {

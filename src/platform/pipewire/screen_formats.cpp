@@ -131,6 +131,7 @@ std::vector<const spa_pod*> screenBufferParameters(spa_pod_builder* builder) {
     all.push_back(buffers(builder));
     all.push_back(meta(builder, SPA_META_Header, sizeof(spa_meta_header)));
     all.push_back(meta(builder, SPA_META_VideoCrop, sizeof(spa_meta_region)));
+    all.push_back(meta(builder, SPA_META_VideoTransform, sizeof(spa_meta_videotransform)));
     all.push_back(meta(builder, SPA_META_VideoDamage, [&] {
         constexpr int kOne = sizeof(spa_meta_region);
         addRange(builder, SPA_PARAM_META_size, kDamageRects * kOne, kOne, kDamageRects * kOne);

@@ -68,7 +68,7 @@ TEST(ScreenFormats, TheOfferHasARateAtMostAndNoModifier) {
 TEST(ScreenFormats, TheBuffersParametersFitTheirMemory) {
     Builder memory;
     const auto all = screenBufferParameters(&memory.builder);
-    EXPECT_EQ(all.size(), 5U);
+    EXPECT_EQ(all.size(), 6U);
     for (const spa_pod* const one : all) EXPECT_TRUE(one);
     EXPECT_LE(memory.builder.state.offset, kScreenBufferBytes);
 }

@@ -38,11 +38,30 @@ class ScreenPictureCopy : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(BlueOrRedFirst, ScreenPictureCopy, testing::Bool());
 
+TEST_P(ScreenPictureCopy, TurnsWhatIsNotUpright) {
+    for (std::uint32_t number = 0; number < 8; ++number) {
+        picture_.turn = platform::pictureTurn(number);
+        const auto [width, height] = picture_.size();
+        const auto at = platform::placeInBuffer({5, 4}, picture_.turn);
+        const PixelRect part{1, 0, width - 1, height - 1};
+        imaging::BgraPremultipliedBuffer target(width, height);
+        copyOpaque(picture_, part, target);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                const bool isCopied = x >= 1 && y < height - 1;
+                const auto source = expected(at.x0 + x * at.xx + y * at.xy, at.y0 + x * at.yx + y * at.yy);
+                const std::uint8_t* found = target.pixel(x, y);
+                EXPECT_EQ(std::vector<int>(found, found + 4), isCopied ? source : std::vector<int>(4, 0))
+                    << x << ", " << y << " turned by " << number;
+            }
+        }
+    }
+}
+
 TEST_P(ScreenPictureCopy, CopiesAPartOpaqueAndNothingElse) {
     // Parts that lie within, reach over each edge, or lie outside.
-    for (const platform::PixelRect part :
-         {platform::PixelRect{0, 0, 5, 4}, platform::PixelRect{1, 2, 3, 1}, platform::PixelRect{-2, -2, 4, 4},
-          platform::PixelRect{3, 2, 100, 100}, platform::PixelRect{9, 9, 1, 1}, platform::PixelRect{}}) {
+    for (const PixelRect part : {PixelRect{0, 0, 5, 4}, PixelRect{1, 2, 3, 1}, PixelRect{-2, -2, 4, 4},
+                                 PixelRect{3, 2, 100, 100}, PixelRect{9, 9, 1, 1}, PixelRect{}}) {
         for (const PixelSize size : {PixelSize{5, 4}, PixelSize{3, 2}, PixelSize{8, 8}}) {
             imaging::BgraPremultipliedBuffer target(size.width, size.height);
             copyOpaque(picture_, part, target);

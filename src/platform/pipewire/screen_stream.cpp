@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/pipewire/screen_stream.h"
 
+#include <fcntl.h>
 #include <pipewire/pipewire.h>
 #include <spa/buffer/meta.h>
 #include <spa/pod/builder.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <span>
@@ -48,7 +52,7 @@ std::optional<T> metaValue(const spa_buffer& buffer, std::uint32_t type) {
 }
 
 // The part of a producer's region that lies in `bounds`; empty when there is none.
-platform::PixelRect clipped(const spa_region& region, const platform::PixelRect& bounds) {
+PixelRect clipped(const spa_region& region, const PixelRect& bounds) {
     const auto clip = [](std::int64_t start, std::uint32_t length, int low, int high) {
         const std::int64_t end = start + length;
         return std::pair(static_cast<int>(std::clamp<std::int64_t>(start, low, high)),
@@ -56,32 +60,50 @@ platform::PixelRect clipped(const spa_region& region, const platform::PixelRect&
     };
     const auto [left, right] = clip(region.position.x, region.size.width, bounds.x, bounds.maxX());
     const auto [top, bottom] = clip(region.position.y, region.size.height, bounds.y, bounds.maxY());
-    const platform::PixelRect rect{left, top, right - left, bottom - top};
-    return rect.isEmpty() ? platform::PixelRect{} : rect;
+    const PixelRect rect{left, top, right - left, bottom - top};
+    return rect.isEmpty() ? PixelRect{} : rect;
 }
 
 // The pixels' part of a buffer that is the picture.
-platform::PixelRect cropOf(const spa_buffer& buffer, PixelSize size) {
-    const platform::PixelRect all{0, 0, size.width, size.height};
+PixelRect cropOf(const spa_buffer& buffer, PixelSize size) {
+    const PixelRect all{0, 0, size.width, size.height};
     const auto crop = metaValue<spa_meta_region>(buffer, SPA_META_VideoCrop);
     if (!crop) return all;
-    const platform::PixelRect part = clipped(crop->region, all);
+    const PixelRect part = clipped(crop->region, all);
     return part.isEmpty() ? all : part;
 }
 
-// In the crop's pixels. nullopt when the producer does not tell.
-std::optional<std::vector<platform::PixelRect>> damageOf(const spa_buffer& buffer, const platform::PixelRect& crop) {
+// In pixels of the upright picture. nullopt when the producer does not tell.
+std::optional<std::vector<PixelRect>> damageOf(const spa_buffer& buffer, const PixelRect& crop,
+                                               platform::PictureTurn turn) {
     const auto bytes = metaBytes(buffer, SPA_META_VideoDamage);
-    std::optional<std::vector<platform::PixelRect>> damage;
+    std::optional<std::vector<PixelRect>> damage;
     for (std::size_t at = 0; bytes.size() - at >= sizeof(spa_meta_region); at += sizeof(spa_meta_region)) {
         spa_meta_region one{};
         std::memcpy(&one, bytes.data() + at, sizeof one);
         if (!spa_meta_region_is_valid(&one)) break;
         if (!damage) damage.emplace();
-        const platform::PixelRect rect = clipped(one.region, crop);
-        if (!rect.isEmpty()) damage->push_back(rect.movedBy(-crop.x, -crop.y));
+        const PixelRect rect = clipped(one.region, crop);
+        if (rect.isEmpty()) continue;
+        damage->push_back(platform::uprightRect(rect.movedBy(-crop.x, -crop.y), {crop.width, crop.height}, turn));
     }
     return damage;
+}
+
+// In bytes from the buffer's first pixel.
+std::size_t startOfCrop(std::size_t stride, const PixelRect& crop) {
+    return static_cast<std::size_t>(crop.y) * stride + static_cast<std::size_t>(crop.x) * 4;
+}
+
+// Whether the buffer's memory cannot shrink below what is mapped. Reading mapped memory whose file was made smaller
+// ends the program. Memory of the server itself (MemPtr) is always sealed.
+bool staysMapped(const spa_data& data) {
+    if (data.type != SPA_DATA_MemFd) return true;
+    const auto file = static_cast<int>(data.fd);
+    const int seals = ::fcntl(file, F_GET_SEALS);
+    struct stat state {};
+    return seals >= 0 && (seals & F_SEAL_SHRINK) != 0 && ::fstat(file, &state) == 0 &&
+           state.st_size >= static_cast<off_t>(data.mapoffset) + static_cast<off_t>(data.maxsize);
 }
 
 }  // namespace
@@ -93,7 +115,6 @@ class ScreenStream::Impl {
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
-    void setActive(bool isActive) { pw_stream_set_active(stream_, isActive); }
     std::optional<PixelSize> bufferSize() const {
         return format_ ? std::optional<PixelSize>(format_->size) : std::nullopt;
     }
@@ -104,9 +125,16 @@ class ScreenStream::Impl {
   private:
     // What a buffer holds besides metadata.
     enum class Content { picture, nothing, corrupt, unreadable };
+    // Where a picture's pixels are in memory that its producer can shrink.
+    struct Loose {
+        int file = -1;
+        off_t offset = 0;       // of the buffer's first row
+        std::size_t bytes = 0;  // of all rows
+    };
     struct Read {
         Content content = Content::nothing;
         ScreenPicture picture;  // only of a picture
+        std::optional<Loose> loose;
     };
 
     // Without its events: its end is the owner's wish and no news.
@@ -119,7 +147,8 @@ class ScreenStream::Impl {
     void process();
     Read read(const spa_buffer& buffer, double arrival) const;
     void addDamage(const ScreenPicture& picture);
-    void handOver(ScreenPicture& picture);
+    void handOver(Read& read);
+    bool copyLoose(const Loose& loose, ScreenPicture& picture);
     void end(const char* reason);
 
     const PipeWireConnection& connection_;
@@ -130,9 +159,12 @@ class ScreenStream::Impl {
     bool isStreaming_ = false;
     bool hasEnded_ = false;
     CursorMetaReader cursors_;
-    // Since the last picture that was handed over, in pixels of the crop below; nullopt: everything.
-    std::optional<std::vector<platform::PixelRect>> damage_;
-    platform::PixelRect crop_;
+    // Since the last picture that was handed over, in pixels of the picture that the two below describe; nullopt:
+    // everything.
+    std::optional<std::vector<PixelRect>> damage_;
+    PixelRect crop_;
+    platform::PictureTurn turn_ = platform::PictureTurn::none;
+    std::vector<std::uint8_t> copy_;  // of the last picture in memory that can shrink: the rows that were needed
     Counts counts_;
 };
 
@@ -211,7 +243,7 @@ void ScreenStream::Impl::takeFormat(const spa_pod* param) {
 void ScreenStream::Impl::process() {
     const double arrival = hostClockSeconds();
     pw_buffer* newest = nullptr;
-    ScreenPicture newestPicture;
+    Read newestRead;
     while (pw_buffer* const buffer = pw_stream_dequeue_buffer(stream_)) {
         Read found = read(*buffer->buffer, arrival);
         if (found.content == Content::nothing) ++counts_.cursorOnly;
@@ -231,7 +263,7 @@ void ScreenStream::Impl::process() {
                 pw_stream_queue_buffer(stream_, newest);
             }
             newest = buffer;
-            newestPicture = std::move(found.picture);
+            newestRead = std::move(found);
         } else {
             // Pixels were drawn that could not be read; what they changed is in no later damage.
             if (found.content != Content::nothing) damage_.reset();
@@ -239,7 +271,7 @@ void ScreenStream::Impl::process() {
         }
     }
     if (newest == nullptr) return;
-    handOver(newestPicture);
+    handOver(newestRead);
     pw_stream_queue_buffer(stream_, newest);
 }
 
@@ -253,42 +285,89 @@ ScreenStream::Impl::Read ScreenStream::Impl::read(const spa_buffer& buffer, doub
     if (chunk.size == 0) return {};
     const bool isCorrupt = (static_cast<std::uint32_t>(chunk.flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0 ||
                            (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0);
-    if (isCorrupt) return {Content::corrupt, {}};
+    if (isCorrupt) return {Content::corrupt, {}, {}};
 
     const bool isMapped = (data.type == SPA_DATA_MemFd || data.type == SPA_DATA_MemPtr) && data.data != nullptr;
-    if (!format_ || !isMapped || chunk.offset > data.maxsize || chunk.stride <= 0) return {Content::unreadable, {}};
+    if (!format_ || !isMapped || chunk.offset > data.maxsize || chunk.stride <= 0) return {Content::unreadable, {}, {}};
     const auto stride = static_cast<std::size_t>(chunk.stride);
     const std::size_t rowBytes = static_cast<std::size_t>(format_->size.width) * 4;
     const std::size_t present = std::min(chunk.size, data.maxsize - chunk.offset);
     const std::size_t needed = stride * static_cast<std::size_t>(format_->size.height - 1) + rowBytes;
-    if (stride < rowBytes || present < needed) return {Content::unreadable, {}};
+    if (stride < rowBytes || present < needed) return {Content::unreadable, {}, {}};
 
     ScreenPicture picture;
     picture.stride = stride;
     picture.isRedFirst = format_->isRedFirst;
     picture.crop = cropOf(buffer, format_->size);
-    picture.pixels = static_cast<const std::uint8_t*>(data.data) + chunk.offset +
-                     static_cast<std::size_t>(picture.crop.y) * stride + static_cast<std::size_t>(picture.crop.x) * 4;
-    picture.damage = damageOf(buffer, picture.crop);
+    picture.pixels = static_cast<const std::uint8_t*>(data.data) + chunk.offset + startOfCrop(stride, picture.crop);
+    if (const auto turned = metaValue<spa_meta_videotransform>(buffer, SPA_META_VideoTransform)) {
+        picture.turn = platform::pictureTurn(turned->transform);
+    }
+    picture.damage = damageOf(buffer, picture.crop, picture.turn);
     if (header && (header->flags & SPA_META_HEADER_FLAG_DISCONT) != 0) picture.damage.reset();
     const double stamp = header ? static_cast<double>(header->pts) * 1e-9 : 0;
     picture.hostSeconds = stamp >= arrival - kOldestStamp && stamp <= arrival ? stamp : arrival;
-    return {Content::picture, std::move(picture)};
+    Read found{Content::picture, std::move(picture), std::nullopt};
+    if (!staysMapped(data)) {
+        found.loose = Loose{static_cast<int>(data.fd), static_cast<off_t>(data.mapoffset) + chunk.offset, needed};
+    }
+    return found;
 }
 
 void ScreenStream::Impl::addDamage(const ScreenPicture& picture) {
-    if (damage_ && picture.damage && picture.crop == crop_) {
+    if (damage_ && picture.damage && picture.crop == crop_ && picture.turn == turn_) {
         damage_->insert(damage_->end(), picture.damage->begin(), picture.damage->end());
     } else {
         damage_.reset();
     }
     crop_ = picture.crop;
+    turn_ = picture.turn;
 }
 
-void ScreenStream::Impl::handOver(ScreenPicture& picture) {
+void ScreenStream::Impl::handOver(Read& read) {
+    ScreenPicture& picture = read.picture;
+    picture.damage = std::exchange(damage_, std::vector<PixelRect>());
+    if (read.loose && !copyLoose(*read.loose, picture)) {
+        ++counts_.unreadable;
+        damage_.reset();
+        return;
+    }
     ++counts_.pictures;
-    picture.damage = std::exchange(damage_, std::vector<platform::PixelRect>());
     if (callbacks_.picture && !hasEnded_) callbacks_.picture(picture);
+}
+
+// The kernel copies what is still there, where touching mapped memory that is gone would end the program. Only the rows
+// that anybody will read: those of the damage.
+bool ScreenStream::Impl::copyLoose(const Loose& loose, ScreenPicture& picture) {
+    if (copy_.size() != loose.bytes) {
+        copy_.assign(loose.bytes, 0);
+        picture.damage.reset();
+    }
+    int top = 0;
+    int bottom = picture.crop.height;
+    if (picture.damage) {
+        std::swap(top, bottom);
+        for (const PixelRect& rect : *picture.damage) {
+            const PixelRect rows =
+                platform::rectInBuffer(rect, {picture.crop.width, picture.crop.height}, picture.turn);
+            top = std::min(top, rows.y);
+            bottom = std::max(bottom, rows.maxY());
+        }
+    }
+    const std::size_t start = startOfCrop(picture.stride, picture.crop);
+    picture.pixels = copy_.data() + start;
+    if (top >= bottom) return true;
+    const std::size_t first = start + static_cast<std::size_t>(top) * picture.stride;
+    std::size_t left =
+        static_cast<std::size_t>(bottom - top - 1) * picture.stride + static_cast<std::size_t>(picture.crop.width) * 4;
+    for (std::size_t at = first; left > 0;) {
+        const ssize_t got = ::pread(loose.file, copy_.data() + at, left, loose.offset + static_cast<off_t>(at));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        at += static_cast<std::size_t>(got);
+        left -= static_cast<std::size_t>(got);
+    }
+    return true;
 }
 
 ScreenStream::ScreenStream(PipeWireConnection& connection, std::uint32_t node, const Options& options,
@@ -296,10 +375,6 @@ ScreenStream::ScreenStream(PipeWireConnection& connection, std::uint32_t node, c
     : impl_(std::make_unique<Impl>(connection, node, options, std::move(callbacks))) {}
 
 ScreenStream::~ScreenStream() = default;
-
-void ScreenStream::setActive(bool isActive) {
-    impl_->setActive(isActive);
-}
 
 std::optional<PixelSize> ScreenStream::bufferSize() const {
     return impl_->bufferSize();

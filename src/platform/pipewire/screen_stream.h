@@ -15,8 +15,9 @@
 namespace lumivastor::pipewire {
 
 /// A stream of a screen's or window's pictures from one node of a PipeWire server. Producers send a picture only when
-/// something changed, at a still screen perhaps none at all, and the pointer's moves between pictures. One thread: that
-/// of the connection, which must outlive the stream.
+/// something changed, at a still screen perhaps one in all, and the pointer's moves between pictures. So a stream that
+/// is to be recorded later is read from the beginning. One thread: that of the connection, which must outlive the
+/// stream.
 class ScreenStream {
   public:
     /// Called within the connection's `run`. They must neither throw nor destroy the stream. Empty ones are ignored.
@@ -28,8 +29,7 @@ class ScreenStream {
         std::function<void(const ScreenPicture&)> picture;
         /// The pointer, from every buffer in order, before the picture that arrived with it.
         std::function<void(const CursorReport&)> cursor;
-        /// Whether pictures may come: false while the producer rests (a locked or switched-off screen) or the stream is
-        /// not active.
+        /// Whether pictures may come: false while the producer rests (a locked or switched-off screen).
         std::function<void(bool)> streamingChanged;
         /// Once: the node, the server or the permission is gone. `reason` is a German sentence. Nothing follows.
         std::function<void(const std::string& reason)> ended;
@@ -45,10 +45,6 @@ class ScreenStream {
     ~ScreenStream();
     ScreenStream(const ScreenStream&) = delete;
     ScreenStream& operator=(const ScreenStream&) = delete;
-
-    /// Whether the producer may send pictures; it may at first, because there is no format before. The format stays. At
-    /// a still screen the picture that came before may be the only one.
-    void setActive(bool isActive);
 
     /// The size of the buffers in pixels; nullopt until the format is agreed on, and while it is agreed on again.
     std::optional<PixelSize> bufferSize() const;

@@ -19,8 +19,6 @@
 namespace lumivastor::pipewire {
 namespace {
 
-using platform::PixelRect;
-
 // How long a stream may take to notice that its node or server is gone.
 constexpr double kSoon = 2;
 
@@ -444,20 +442,49 @@ TEST_F(ScreenStreamTest, AsksForNoMorePicturesThanItsRate) {
     EXPECT_EQ(source_->maximumRate(), 24);
 }
 
-TEST_F(ScreenStreamTest, RestsWhileItIsNotActive) {
-    open();
+TEST_F(ScreenStreamTest, MemoryThatItsProducerShrinksIsNoPicture) {
+    ScreenSource::Options screen;
+    screen.ownsMemory = true;
+    open(screen);
     deliver(picture(0x111111));
-    watched_->stream().setActive(false);
-    ASSERT_TRUE(watched_->runUntil([&] { return !watched_->stream().isStreaming(); }));
-    EXPECT_EQ(watched_->stream().bufferSize(), (PixelSize{320, 200}));
-    source_->send(picture(0x333333));
-    EXPECT_FALSE(watched_->runUntil([&] { return watched_->pictures.size() > 1; }, 0.2));
-    watched_->stream().setActive(true);
-    ASSERT_TRUE(watched_->runUntil([&] { return watched_->stream().isStreaming(); }));
-    const auto next = deliverAtLast(picture(0x333333, std::vector<PixelRect>{{0, 0, 1, 1}}));
-    EXPECT_FALSE(next.damage);
-    EXPECT_EQ(next.firstColour, 0x333333U);
-    EXPECT_TRUE(watched_->ended.empty());
+    ASSERT_EQ(watched_->pictures.size(), 1U);
+    EXPECT_EQ(watched_->pictures[0].lastColour, 0x111111U);
+    ScreenSource::Picture shrunk = picture(0x222222);
+    shrunk.keptBytes = 320 * 4 * 100;
+    deliver(shrunk);
+    EXPECT_EQ(watched_->stream().counts().unreadable, 1U);
+    EXPECT_EQ(watched_->pictures.size(), 1U);
+    // What the lost picture changed is in the next one, although that tells little.
+    deliver(picture(0x333333, std::vector<PixelRect>{{0, 150, 10, 10}}));
+    ASSERT_EQ(watched_->pictures.size(), 2U);
+    EXPECT_FALSE(watched_->pictures[1].damage);
+    EXPECT_EQ(watched_->copied(0, 0), 0x222222U);
+    EXPECT_EQ(watched_->copied(5, 155), 0x333333U);
+    // Half of the memory is there, and so is all that changed.
+    shrunk = picture(0x444444, std::vector<PixelRect>{{0, 0, 320, 50}, {10, 60, 5, 5}});
+    shrunk.keptBytes = 320 * 4 * 100;
+    deliver(shrunk);
+    EXPECT_EQ(watched_->stream().counts().unreadable, 1U);
+    EXPECT_EQ(watched_->copied(319, 49), 0x444444U);
+    EXPECT_EQ(watched_->copied(0, 50), 0x222222U);
+}
+
+TEST_F(ScreenStreamTest, MemoryThatCanShrinkIsReadLikeAnyOther) {
+    ScreenSource::Options screen;
+    screen.ownsMemory = true;
+    open(screen);
+    deliver(picture(0x102030));
+    for (int i = 0; i < 20; ++i) {
+        deliver(picture(static_cast<std::uint32_t>(0x405060 + i), std::vector<PixelRect>{{i * 10, i * 7, 40, 13}}));
+    }
+    for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 320; ++x) ASSERT_EQ(watched_->copied(x, y), source_->pixel(x, y)) << x << ", " << y;
+    }
+    ScreenSource::Picture window = picture(0x0000ff);
+    window.crop = PixelRect{100, 50, 60, 40};
+    deliver(window);
+    EXPECT_EQ(watched_->pictures.back().lastColour, 0x0000ffU);
+    EXPECT_EQ(watched_->pictures.back().size, (PixelSize{60, 40}));
 }
 
 TEST(PipeWireConnectionFromDescriptor, OfNothingIsAnErrorOrLost) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/synthetic/synthetic_desktop.h"
 
+#include <algorithm>
 #include <condition_variable>
-#include <cstring>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -15,14 +15,6 @@ struct Output {
     SerialQueue* queue = nullptr;
     std::function<void(const T&)> handler;
 };
-
-imaging::BgraPremultipliedBuffer copyOf(const imaging::BgraPremultipliedBuffer& image) {
-    imaging::BgraPremultipliedBuffer copy(image.width(), image.height());
-    for (int y = 0; y < image.height(); ++y) {
-        std::memcpy(copy.row(y), image.row(y), static_cast<std::size_t>(image.width()) * 4);
-    }
-    return copy;
-}
 
 // One monitor's handler and its thread. Shared, because it may end while an event is on its way.
 struct Watcher {
@@ -53,18 +45,21 @@ struct SyntheticDesktop::State {
     mutable std::mutex lock;
     // Everything below is guarded by the lock, which is never held while a handler runs.
     platform::ShareableContent content;
-    std::optional<RecorderError> contentError;
+    std::exception_ptr contentError;
     std::optional<RecorderError> startError;
     std::optional<RecorderError> stopError;
     std::optional<platform::SystemCursor> cursor;
     std::optional<RecorderError> cursorError;
     std::optional<platform::ContentPicker::Request> openPick;
     std::optional<PickAnswer> pickAnswer;
+    bool isGrantHeld = false;
+    std::optional<imaging::BgraPremultipliedBuffer> stillPicture;
     std::condition_variable_any pickAnswered;
     int releaseCount = 0;
     std::optional<Point> pointerLocation;
     std::map<std::uint32_t, Rect> windowFrames;
     bool canWatchPointer = true;
+    platform::PointerKnowledge pointerKnowledge = platform::PointerKnowledge::complete;
     std::function<void()> atStart;
     std::function<void()> atStop;
     std::shared_ptr<StreamState> stream;  // the one that was made last
@@ -184,8 +179,7 @@ class SyntheticDesktop::Picker final : public platform::ContentPicker {
 
     Offer offer() override { return offer_; }
 
-    std::optional<std::variant<platform::Display, platform::Window>> pick(const Request& request,
-                                                                          std::stop_token stop) override {
+    std::optional<Content> pick(const Request& request, std::stop_token stop) override {
         std::unique_lock hold(desktop_->lock);
         desktop_->openPick = request;
         desktop_->pickAnswer.reset();
@@ -195,7 +189,9 @@ class SyntheticDesktop::Picker final : public platform::ContentPicker {
         if (!isAnswered) return std::nullopt;
         const PickAnswer answer = *std::exchange(desktop_->pickAnswer, std::nullopt);
         if (const auto* error = std::get_if<RecorderError>(&answer)) throw RecorderError(*error);
+        if (const auto* error = std::get_if<std::exception_ptr>(&answer)) std::rethrow_exception(*error);
         desktop_->content = {};
+        desktop_->isGrantHeld = true;
         if (const auto* display = std::get_if<platform::Display>(&answer)) {
             desktop_->content.displays = {*display};
             desktop_->content.mainDisplayID = display->id;
@@ -208,8 +204,24 @@ class SyntheticDesktop::Picker final : public platform::ContentPicker {
         return window;
     }
 
+    bool holdsGrant() override {
+        const std::lock_guard hold(desktop_->lock);
+        return desktop_->isGrantHeld;
+    }
+
+    std::optional<imaging::BgraPremultipliedBuffer> stillPicture(double) override {
+        const std::lock_guard hold(desktop_->lock);
+        if (!desktop_->stillPicture) return std::nullopt;
+        imaging::BgraPremultipliedBuffer copy(desktop_->stillPicture->width(), desktop_->stillPicture->height());
+        for (int y = 0; y < copy.height(); ++y) {
+            std::copy_n(desktop_->stillPicture->row(y), static_cast<std::size_t>(copy.width()) * 4, copy.row(y));
+        }
+        return copy;
+    }
+
     void release() override {
         const std::lock_guard hold(desktop_->lock);
+        desktop_->isGrantHeld = false;
         ++desktop_->releaseCount;
     }
 
@@ -230,6 +242,16 @@ void SyntheticDesktop::answerPick(PickAnswer answer) {
     state_->pickAnswered.notify_all();
 }
 
+void SyntheticDesktop::setStillPicture(std::optional<imaging::BgraPremultipliedBuffer> picture) {
+    const std::lock_guard hold(state_->lock);
+    state_->stillPicture = std::move(picture);
+}
+
+void SyntheticDesktop::endSharing() {
+    const std::lock_guard hold(state_->lock);
+    state_->isGrantHeld = false;
+}
+
 std::optional<platform::ContentPicker::Request> SyntheticDesktop::openPick() const {
     const std::lock_guard hold(state_->lock);
     return state_->openPick;
@@ -244,7 +266,11 @@ platform::ContentPicker* SyntheticDesktop::contentPicker() {
     return picker_.get();
 }
 
-void SyntheticDesktop::failContent(std::optional<RecorderError> error) {
+void SyntheticDesktop::failContent(const std::optional<RecorderError>& error) {
+    failContent(error ? std::make_exception_ptr(*error) : std::exception_ptr());
+}
+
+void SyntheticDesktop::failContent(std::exception_ptr error) {
     const std::lock_guard hold(state_->lock);
     state_->contentError = std::move(error);
 }
@@ -271,6 +297,11 @@ void SyntheticDesktop::setWindowFrame(std::uint32_t windowID, std::optional<Rect
     } else {
         state_->windowFrames.erase(windowID);
     }
+}
+
+void SyntheticDesktop::setPointerKnowledge(platform::PointerKnowledge knowledge) {
+    const std::lock_guard hold(state_->lock);
+    state_->pointerKnowledge = knowledge;
 }
 
 void SyntheticDesktop::setPointerCanBeWatched(bool can) {
@@ -383,7 +414,7 @@ std::vector<std::string> SyntheticDesktop::calls() const {
 
 platform::ShareableContent SyntheticDesktop::shareableContent() {
     const std::lock_guard hold(state_->lock);
-    if (state_->contentError) throw RecorderError(*state_->contentError);
+    if (state_->contentError) std::rethrow_exception(state_->contentError);
     return state_->content;
 }
 
@@ -394,6 +425,7 @@ std::unique_ptr<platform::CaptureStream> SyntheticDesktop::makeCaptureStream(
     state_->stream = own;
     state_->filter = filter;
     state_->configuration = configuration;
+    state_->isGrantHeld = false;
     return std::make_unique<Stream>(state_, std::move(own));
 }
 
@@ -409,6 +441,11 @@ std::unique_ptr<platform::PointerMonitor> SyntheticDesktop::monitorPointer(const
     return std::make_unique<Monitor>(state_, std::move(watcher));
 }
 
+platform::PointerKnowledge SyntheticDesktop::pointerKnowledge() {
+    const std::lock_guard hold(state_->lock);
+    return state_->pointerKnowledge;
+}
+
 std::optional<Point> SyntheticDesktop::pointerLocation(const platform::PointSpace& /*space*/) {
     const std::lock_guard hold(state_->lock);
     return state_->pointerLocation;
@@ -420,7 +457,7 @@ std::optional<platform::SystemCursor> SyntheticDesktop::currentCursor(std::optio
     if (!state_->cursor) return std::nullopt;
     const platform::SystemCursor& cursor = *state_->cursor;
     return platform::SystemCursor{
-        cursor.serial, knownSerial == cursor.serial ? imaging::BgraPremultipliedBuffer() : copyOf(cursor.image),
+        cursor.serial, knownSerial == cursor.serial ? imaging::BgraPremultipliedBuffer() : cursor.image.copy(),
         cursor.hotspotX, cursor.hotspotY};
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -26,7 +27,9 @@ class SyntheticDesktop : public platform::Desktop {
 
     void setContent(platform::ShareableContent content);
     /// Listing the content throws this from now on; nullopt makes it succeed again.
-    void failContent(std::optional<RecorderError> error);
+    void failContent(const std::optional<RecorderError>& error);
+    /// The same with something else that a library throws.
+    void failContent(std::exception_ptr error);
     /// The cursor for the next calls; nullopt hides it.
     void setCursor(std::optional<platform::SystemCursor> cursor);
     /// Asking for the cursor throws this from now on; nullopt makes it succeed again.
@@ -34,6 +37,8 @@ class SyntheticDesktop : public platform::Desktop {
     /// Returned unchanged for every point space.
     void setPointerLocation(std::optional<Point> location);
     void setWindowFrame(std::uint32_t windowID, std::optional<Rect> frame);
+    /// Everything unless set.
+    void setPointerKnowledge(platform::PointerKnowledge knowledge);
     /// Without, `monitorPointer` returns null.
     void setPointerCanBeWatched(bool can);
 
@@ -55,8 +60,12 @@ class SyntheticDesktop : public platform::Desktop {
 
     /// The user's answer to the open dialog: a display or window, which is all that the desktop lists then, or an
     /// error.
-    using PickAnswer = std::variant<platform::Display, platform::Window, RecorderError>;
+    using PickAnswer = std::variant<platform::Display, platform::Window, RecorderError, std::exception_ptr>;
     void answerPick(PickAnswer answer);
+    /// What a granted display shows before it is recorded; nullopt: nothing comes.
+    void setStillPicture(std::optional<imaging::BgraPremultipliedBuffer> picture);
+    /// The user takes a grant back that is not recorded yet.
+    void endSharing();
 
     /// Starting or stopping a stream throws this from now on; nullopt makes it succeed again.
     void failStart(std::optional<RecorderError> error);
@@ -90,6 +99,7 @@ class SyntheticDesktop : public platform::Desktop {
     std::unique_ptr<platform::PointerMonitor> monitorPointer(const platform::PointSpace& space,
                                                              platform::PointerEventHandler handler) override;
     std::optional<Point> pointerLocation(const platform::PointSpace& space) override;
+    platform::PointerKnowledge pointerKnowledge() override;
     std::optional<platform::SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override;
     std::optional<Rect> windowFrame(std::uint32_t windowID, const platform::PointSpace& space) override;
     platform::ContentPicker* contentPicker() override;

@@ -223,7 +223,7 @@ std::unique_ptr<platform::CaptureSession> SyntheticDevice::open() {
         state_->openedOn.push_back(std::this_thread::get_id());
         until = state_->heldUntil;
     }
-    if (until.valid()) until.wait();
+    if (until.valid()) until.get();
     const std::lock_guard hold(state_->lock);
     if (state_->openFailure) throw RecorderError(*state_->openFailure);
     state_->size = state_->settings.activeFormat;

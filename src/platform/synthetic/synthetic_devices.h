@@ -33,7 +33,8 @@ class SyntheticDevice {
     void failOpens(std::optional<std::string> message);
     /// Running begins with an interruption with this message; nullopt makes it succeed again.
     void failStarts(std::optional<std::string> message);
-    /// Opening waits for the future, like a slow device; an invalid future ends the waiting.
+    /// Opening waits for the future, like a slow device, and throws its exception if it has one; an invalid future ends
+    /// the waiting.
     void holdOpens(std::shared_future<void> until);
 
     /// The threads that opened the device, and those that stopped a session of it, in order.

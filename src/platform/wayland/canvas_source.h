@@ -21,8 +21,12 @@ class CanvasSource final : public platform::PictureSource {
         int x = 0;
         int y = 0;
         PixelSize size;  // of the picture
+        /// Whether a notice says that the content has another size. Windows change theirs in many steps.
+        bool tellsSize = true;
         /// Seconds without a first picture after which the user is told why.
         double patience = 0.3;
+        /// Seconds without a stream after which the user is told.
+        double restPatience = 1;
     };
 
     /// `ended` says why no picture can follow, as `PictureSource::ended` does. The canvas must outlive the source.
@@ -31,23 +35,30 @@ class CanvasSource final : public platform::PictureSource {
     CanvasSource(const CanvasSource&) = delete;
     CanvasSource& operator=(const CanvasSource&) = delete;
 
-    void update(platform::DamageArea& damage) override;
-    bool isHidden() const override { return !state_.isStreaming || state_.size == PixelSize{}; }
+    void update(imaging::DamageArea& damage) override;
+    bool isHidden() const override;
     std::optional<std::string> ended() const override { return ended_(); }
+    bool outlastsItsEnd() const override { return true; }
     std::optional<Point> takeOrigin() override { return std::nullopt; }
     std::optional<std::string> takeNotice() override;
-    bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
+    bool paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
     std::optional<double> contentSeconds() const override { return state_.shownAt; }
     void onArrival(std::function<void()> wake) override { canvas_.onChange(std::move(wake)); }
 
   private:
+    std::optional<std::string> restNotice();
+
     ScreenCanvas& canvas_;
     const Options options_;
     const std::function<std::optional<std::string>()> ended_;
     const double begun_;  // host seconds
     ScreenCanvas::State state_;
+    bool hasStreamed_ = false;
+    bool hasUntaken_ = false;  // content that no picture shows yet
     std::optional<std::string> notice_;
     bool hasToldOfWaiting_ = false;
+    std::optional<double> restsSince_;  // host seconds
+    bool hasToldOfRest_ = false;        // the present one
 };
 
 }  // namespace lumivastor::wayland

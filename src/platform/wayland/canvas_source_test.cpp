@@ -11,8 +11,7 @@
 namespace lumivastor::wayland {
 namespace {
 
-using platform::DamageArea;
-using platform::PixelRect;
+using imaging::DamageArea;
 
 // A picture of a stream in one grey.
 struct Shown {
@@ -45,7 +44,7 @@ int greyAt(const imaging::BgraPremultipliedBuffer& picture, int x, int y) {
 TEST(CanvasSource, ShowsNothingBeforeTheFirstPicture) {
     ScreenCanvas canvas;
     CanvasSource source = sourceOn(canvas, 0, 0, {8, 8});
-    DamageArea damage;
+    imaging::DamageArea damage;
     source.update(damage);
     EXPECT_TRUE(source.isHidden());
     show(canvas, 8, 8, 100);
@@ -58,12 +57,44 @@ TEST(CanvasSource, ShowsNothingBeforeTheFirstPicture) {
     EXPECT_EQ(damage.rects()[0], (PixelRect{0, 0, 8, 8}));
 }
 
+TEST(CanvasSource, WhatCameJustBeforeARestIsStillShown) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 0, 0, {8, 8});
+    imaging::DamageArea damage;
+    source.update(damage);
+    show(canvas, 8, 8, 100);
+    canvas.setStreaming(false);
+    source.update(damage);
+    EXPECT_FALSE(source.isHidden());
+    imaging::BgraPremultipliedBuffer picture(8, 8);
+    ASSERT_TRUE(source.paint(damage, picture));
+    EXPECT_EQ(greyAt(picture, 0, 0), 100);
+    source.update(damage);
+    EXPECT_TRUE(source.isHidden());
+}
+
+TEST(CanvasSource, AChangeBesideItsPartIsNotWaitedForInARest) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 0, 0, {8, 8});
+    show(canvas, 16, 8, 100);
+    imaging::DamageArea damage;
+    source.update(damage);
+    imaging::BgraPremultipliedBuffer picture(8, 8);
+    ASSERT_TRUE(source.paint(damage, picture));
+    show(canvas, 16, 8, 50, std::vector{PixelRect{12, 2, 2, 2}});
+    canvas.setStreaming(false);
+    source.update(damage);
+    EXPECT_TRUE(source.isHidden());
+}
+
 TEST(CanvasSource, KeepsEveryChangeBetweenTwoUpdates) {
     ScreenCanvas canvas;
     canvas.setStreaming(true);
     CanvasSource source = sourceOn(canvas, 0, 0, {16, 8});
     show(canvas, 16, 8, 10);
-    DamageArea damage;
+    imaging::DamageArea damage;
     source.update(damage);
     imaging::BgraPremultipliedBuffer picture(16, 8);
     ASSERT_TRUE(source.paint(damage, picture));
@@ -89,7 +120,7 @@ TEST(CanvasSource, ContentThatComesBeforeItIsPaintedHasItsOwnTime) {
     Shown first(8, 8, 10);
     first.picture.hostSeconds = 5;
     canvas.show(first.picture);
-    DamageArea damage;
+    imaging::DamageArea damage;
     source.update(damage);
     EXPECT_EQ(source.contentSeconds(), 5);
     Shown second(8, 8, 20);
@@ -101,12 +132,60 @@ TEST(CanvasSource, ContentThatComesBeforeItIsPaintedHasItsOwnTime) {
     EXPECT_EQ(source.contentSeconds(), 6);
 }
 
+TEST(CanvasSource, APictureShowsOneMoment) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 2, 0, {14, 8});
+    show(canvas, 16, 8, 10);
+    imaging::DamageArea damage;
+    source.update(damage);
+    imaging::BgraPremultipliedBuffer picture(14, 8);
+    ASSERT_TRUE(source.paint(damage, picture));
+    damage.clear();
+    show(canvas, 16, 8, 20, std::vector{PixelRect{4, 0, 4, 8}});
+    source.update(damage);
+    // After the update, partly where the last change was and partly beside it.
+    show(canvas, 16, 8, 30, std::vector{PixelRect{6, 0, 6, 8}, PixelRect{0, 0, 3, 1}});
+    ASSERT_TRUE(source.paint(damage, picture));
+    EXPECT_EQ(greyAt(picture, 2, 4), 20);
+    EXPECT_EQ(greyAt(picture, 5, 4), 30);
+    EXPECT_EQ(greyAt(picture, 9, 4), 30);
+    EXPECT_EQ(greyAt(picture, 0, 0), 30);
+    EXPECT_EQ(greyAt(picture, 1, 0), 10);
+    ASSERT_EQ(damage.rects().size(), 2u) << "also what came after the update";
+    EXPECT_EQ(damage.rects()[0], (PixelRect{2, 0, 8, 8}));
+    EXPECT_EQ(damage.rects()[1], (PixelRect{0, 0, 1, 1}));
+    // It is still in the next update, because other buffers lack it.
+    damage.clear();
+    source.update(damage);
+    ASSERT_EQ(damage.rects().size(), 2u);
+    EXPECT_EQ(damage.rects()[0], (PixelRect{4, 0, 6, 8}));
+    EXPECT_EQ(damage.rects()[1], (PixelRect{0, 0, 1, 1}));
+}
+
+TEST(CanvasSource, PaintsNothingOfAnotherSizeThanTheUpdates) {
+    ScreenCanvas canvas;
+    canvas.setStreaming(true);
+    CanvasSource source = sourceOn(canvas, 0, 0, {16, 8});
+    show(canvas, 16, 8, 10);
+    imaging::DamageArea damage;
+    source.update(damage);
+    show(canvas, 8, 8, 20);
+    imaging::BgraPremultipliedBuffer picture(16, 8);
+    EXPECT_FALSE(source.paint(damage, picture));
+    EXPECT_EQ(greyAt(picture, 0, 0), 0);
+    source.update(damage);
+    ASSERT_TRUE(source.paint(damage, picture));
+    EXPECT_EQ(greyAt(picture, 7, 7), 20);
+    EXPECT_EQ(greyAt(picture, 8, 7), 0);
+}
+
 TEST(CanvasSource, CutsItsPartOut) {
     ScreenCanvas canvas;
     canvas.setStreaming(true);
     CanvasSource source = sourceOn(canvas, 4, 2, {6, 4});
     show(canvas, 16, 8, 10);
-    DamageArea damage;
+    imaging::DamageArea damage;
     source.update(damage);
     imaging::BgraPremultipliedBuffer picture(6, 4);
     source.paint(damage, picture);
@@ -126,7 +205,7 @@ TEST(CanvasSource, IsBlackBeyondTheContentAndKeepsItsSize) {
     canvas.setStreaming(true);
     CanvasSource source = sourceOn(canvas, -2, 0, {10, 6});
     show(canvas, 16, 8, 50);
-    DamageArea damage;
+    imaging::DamageArea damage;
     source.update(damage);
     imaging::BgraPremultipliedBuffer picture(10, 6);
     source.paint(damage, picture);
@@ -152,6 +231,35 @@ TEST(CanvasSource, SaysOnceThatNothingHasComeYet) {
     CanvasSource source(canvas, {.size = {8, 8}, .patience = 0}, [] { return std::nullopt; });
     EXPECT_EQ(source.takeNotice(), "Der Bildschirm steht still; die Aufnahme beginnt mit der ersten Änderung.");
     EXPECT_FALSE(source.takeNotice());
+}
+
+TEST(CanvasSource, AProducerThatRestsAfterAPictureIsNoStillScreen) {
+    ScreenCanvas canvas;
+    CanvasSource source(canvas, {.size = {8, 8}, .patience = 0}, [] { return std::nullopt; });
+    show(canvas, 8, 8, 1);
+    canvas.setStreaming(false);
+    imaging::DamageArea damage;
+    source.update(damage);
+    EXPECT_TRUE(source.isHidden());
+    EXPECT_FALSE(source.takeNotice());
+}
+
+TEST(CanvasSource, AProducerThatRestsIsSaidOnceAndThatItIsBackToo) {
+    ScreenCanvas canvas;
+    CanvasSource source(canvas, {.size = {8, 8}, .restPatience = -1}, [] { return std::nullopt; });
+    imaging::DamageArea damage;
+    const auto noticeWhile = [&](bool isStreaming) {
+        canvas.setStreaming(isStreaming);
+        source.update(damage);
+        return source.takeNotice();
+    };
+    show(canvas, 8, 8, 1);
+    EXPECT_FALSE(noticeWhile(true));
+    EXPECT_EQ(noticeWhile(false),
+              "Der Desktop schickt keine Bilder mehr; bis wieder welche kommen, zeigt die Aufnahme das letzte.");
+    EXPECT_FALSE(noticeWhile(false));
+    EXPECT_EQ(noticeWhile(true), "Der Desktop schickt wieder Bilder.");
+    EXPECT_FALSE(noticeWhile(true));
 }
 
 TEST(CanvasSource, IsWokenUntilItGoes) {

@@ -4,8 +4,10 @@
 #include <exception>
 #include <utility>
 
+#include "base/formatted.h"
 #include "base/handled_error.h"
 #include "base/host_clock.h"
+#include "base/log.h"
 #include "base/recorder_error.h"
 #include "base/thread_name.h"
 
@@ -14,6 +16,9 @@ namespace {
 
 // The format came within a tenth of a second on every desktop that was tried.
 constexpr double kFormatSeconds = 5;
+// A window's stream has buffers of the whole screen's size; how large the window is, its first picture says. That comes
+// at once, but from a minimised window never.
+constexpr double kCropSeconds = 1;
 // How late the thread may notice that it is to stop, or that the portal has said something.
 constexpr double kTurnSeconds = 0.05;
 
@@ -28,6 +33,17 @@ constexpr double kLastWordSeconds = 0.2;
 constexpr const char* kClosed = "Die Freigabe des Bildschirms wurde beendet.";
 constexpr const char* kPortalGone = "Die Bildschirmfreigabe des Desktops ist nicht mehr da.";
 
+using Wide = unsigned long long;
+
+void logCounts(const pipewire::ScreenStream::Counts& counts) {
+    Log::write("Portal",
+               formatted("Freigabe beendet: %llu Bilder, %llu ersetzt, %llu fehlerhaft, %llu unlesbar, %llu ohne Bild, "
+                         "%llu Zeigermeldungen",
+                         static_cast<Wide>(counts.pictures), static_cast<Wide>(counts.leftOut),
+                         static_cast<Wide>(counts.corrupt), static_cast<Wide>(counts.unreadable),
+                         static_cast<Wide>(counts.cursorOnly), static_cast<Wide>(counts.cursors)));
+}
+
 }  // namespace
 
 std::unique_ptr<GrantedScreen> GrantedScreen::open(std::shared_ptr<PortalConnection> portal, const Options& options) {
@@ -36,8 +52,9 @@ std::unique_ptr<GrantedScreen> GrantedScreen::open(std::shared_ptr<PortalConnect
     if (!screen->session_) return nullptr;
     std::promise<void> promise;
     std::future<void> opened = promise.get_future();
-    screen->thread_ = std::thread([own = screen.get(), rate = options.maximumRate,
-                                   promise = std::move(promise)]() mutable { own->run(rate, std::move(promise)); });
+    screen->thread_ = std::thread([own = screen.get(), options, promise = std::move(promise)]() mutable {
+        own->run(options, std::move(promise));
+    });
     opened.get();
     return screen;
 }
@@ -49,10 +66,10 @@ GrantedScreen::~GrantedScreen() {
 }
 
 // PipeWire's objects stay on the thread that made them.
-void GrantedScreen::run(int maximumRate, std::promise<void> opened) {
+void GrantedScreen::run(const Options& options, std::promise<void> opened) {
     nameThisThread("wayland.stream");
     try {
-        openStream(maximumRate);
+        openStream(options);
         opened.set_value();
     } catch (...) {
         opened.set_exception(std::current_exception());
@@ -65,11 +82,12 @@ void GrantedScreen::run(int maximumRate, std::promise<void> opened) {
             end(handledError("Die Aufnahme des Bildschirms ist abgebrochen").message());
         }
     }
+    if (stream_) logCounts(stream_->counts());
     stream_.reset();
     connection_.reset();
 }
 
-void GrantedScreen::openStream(int maximumRate) {
+void GrantedScreen::openStream(const Options& options) {
     connection_ = std::make_unique<pipewire::PipeWireConnection>(session_->takeServer());
     pipewire::ScreenStream::Callbacks callbacks;
     callbacks.picture = [this](const pipewire::ScreenPicture& picture) {
@@ -80,10 +98,13 @@ void GrantedScreen::openStream(int maximumRate) {
     callbacks.streamingChanged = [this](bool isStreaming) { canvas_.setStreaming(isStreaming); };
     callbacks.ended = [this](const std::string& reason) { streamEnd_ = reason; };
     stream_ = std::make_unique<pipewire::ScreenStream>(*connection_, session_->node(),
-                                                       pipewire::ScreenStream::Options{maximumRate}, callbacks);
+                                                       pipewire::ScreenStream::Options{options.maximumRate}, callbacks);
     connection_->runUntil([this] { return stream_->bufferSize() || stream_->hasEnded(); }, kFormatSeconds);
     if (!stream_->bufferSize()) throw RecorderError(streamEnd_.value_or("Der Desktop liefert kein Bild."));
     size_ = *stream_->bufferSize();
+    if (options.session.source == SharedSource::display) return;
+    // Some desktops send windows in buffers of the screen's size; only a picture's crop tells the window's.
+    connection_->runUntil([this] { return canvas_.state().size != PixelSize{} || stream_->hasEnded(); }, kCropSeconds);
 }
 
 void GrantedScreen::turn() {
@@ -118,7 +139,9 @@ void GrantedScreen::copyFirstPicture() {
     picture.pixels = copy->pixel(0, 0);
     picture.stride = copy->stride();
     picture.crop = {0, 0, copy->width(), copy->height()};
-    picture.hostSeconds = now;
+    picture.turn = copier_->turn();
+    // Not that of the question: a busy compositor answers later, with what it shows then.
+    picture.hostSeconds = copier_->hostSeconds();
     canvas_.show(picture);
 }
 

@@ -43,7 +43,8 @@ class GrantedScreen {
     GrantedScreen& operator=(const GrantedScreen&) = delete;
 
     const PortalSession& session() const { return *session_; }
-    /// The size in pixels that the stream had when it was granted.
+    /// The size in pixels that the stream's buffers had when it was granted. The pictures in them may be smaller, or
+    /// turned; the canvas has the first one, if it has come.
     PixelSize size() const { return size_; }
 
     ScreenCanvas& canvas() { return canvas_; }
@@ -58,8 +59,8 @@ class GrantedScreen {
   private:
     explicit GrantedScreen(std::shared_ptr<PortalConnection> portal) : portal_(std::move(portal)) {}
 
-    void run(int maximumRate, std::promise<void> opened);
-    void openStream(int maximumRate);
+    void run(const Options& options, std::promise<void> opened);
+    void openStream(const Options& options);
     void turn();
     void copyFirstPicture();
     void end(const std::string& reason);

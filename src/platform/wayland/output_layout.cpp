@@ -34,7 +34,7 @@ const Output* outputOf(PixelSize pixels, const PortalSession::Place& place, cons
     if (const auto* same = find([&](const Output& output) { return hasCorner(output, place) && hasPixels(output); })) {
         return same;
     }
-    if (std::count_if(outputs.begin(), outputs.end(), hasPixels) == 1) return find(hasPixels);
+    if (isTheOnlyOne(pixels, outputs)) return find(hasPixels);
     return find([&](const Output& output) { return hasFrame(output, place); });
 }
 
@@ -45,6 +45,18 @@ double toldScale(PixelSize pixels, const PortalSession::Place& place) {
 }
 
 }  // namespace
+
+PixelSize uprightSize(PixelSize buffer, const std::vector<Output>& outputs) {
+    const auto has = [&](PixelSize size) {
+        return std::any_of(outputs.begin(), outputs.end(), [&](const Output& one) { return one.pixels == size; });
+    };
+    const PixelSize turned{buffer.height, buffer.width};
+    return !has(buffer) && has(turned) ? turned : buffer;
+}
+
+bool isTheOnlyOne(PixelSize pixels, const std::vector<Output>& outputs) {
+    return std::count_if(outputs.begin(), outputs.end(), [&](const Output& one) { return one.pixels == pixels; }) == 1;
+}
 
 platform::Display displayOf(std::uint32_t id, PixelSize pixels, const PortalSession::Place& place,
                             const std::vector<Output>& outputs) {

@@ -22,6 +22,13 @@ struct Output {
     double scale() const { return frame.width > 0 ? pixels.width / frame.width : 1; }
 };
 
+/// The size of a stream's upright pictures, whose buffers have the size `buffer`. Compositors built on wlroots send a
+/// turned screen as it lies in its memory; what a picture itself says about that comes later.
+PixelSize uprightSize(PixelSize buffer, const std::vector<Output>& outputs);
+
+/// Whether only one screen can be the one with such pictures, whatever the portal tells about its place.
+bool isTheOnlyOne(PixelSize pixels, const std::vector<Output>& outputs);
+
 /// The display whose stream has `pixels`, at `id`. Portals of different desktops tell different things about it: its
 /// logical place, its size in pixels in place of the logical one, or nothing. So a screen with the same logical frame
 /// counts first, then one with the same size in pixels, then the ratio to the size that was told.

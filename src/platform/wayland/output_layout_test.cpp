@@ -31,6 +31,9 @@ TEST(OutputLayout, TwoScreensOfOneSizeAreToldApartByTheirCorners) {
     const Output other{"DP-3", {1920, 1080}, {1920, 0, 1920, 1080}};
     EXPECT_EQ(displayOf(1, {1920, 1080}, {1920, 0, 1920, 1080}, {kLeft, other}).name, "DP-3");
     EXPECT_EQ(displayOf(1, {1920, 1080}, {0, 0, 1920, 1080}, {kLeft, other}).name, "DP-1");
+    EXPECT_FALSE(isTheOnlyOne({1920, 1080}, {kLeft, other, kRight}));
+    EXPECT_TRUE(isTheOnlyOne({3840, 2160}, {kLeft, other, kRight}));
+    EXPECT_FALSE(isTheOnlyOne({1, 1}, {kLeft, other, kRight}));
     // Nothing told: neither is certain, so none is named.
     const auto unknown = displayOf(1, {1920, 1080}, {}, {kLeft, other});
     EXPECT_EQ(unknown.name, "");
@@ -43,6 +46,15 @@ TEST(OutputLayout, WithoutScreensTheToldSizeGivesTheScale) {
     EXPECT_EQ(displayOf(1, {1920, 1080}, {0, 0, 3840, 2160}, {}).scale, 1);
     EXPECT_EQ(displayOf(1, {1920, 1080}, {0, 0, 0, 0}, {}).scale, 1);
     EXPECT_EQ(displayOf(1, {1920, 1080}, {0, 0, -1, 5}, {}).scale, 1);
+}
+
+TEST(OutputLayout, ATurnedScreenMayComeAsItLiesInMemory) {
+    const Output upright{"DP-1", {1080, 1920}, {0, 0, 540, 960}};
+    EXPECT_EQ(uprightSize({1920, 1080}, {upright}), (PixelSize{1080, 1920}));
+    EXPECT_EQ(uprightSize({1080, 1920}, {upright}), (PixelSize{1080, 1920}));
+    EXPECT_EQ(uprightSize({1920, 1080}, {upright, kLeft}), (PixelSize{1920, 1080}));
+    EXPECT_EQ(uprightSize({800, 600}, {upright}), (PixelSize{800, 600}));
+    EXPECT_EQ(uprightSize({800, 600}, {}), (PixelSize{800, 600}));
 }
 
 TEST(OutputLayout, WindowsHaveTheScreensCommonScale) {

@@ -1,25 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/wayland/pointer_hub.h"
 
-#include <cstring>
 #include <utility>
 
 #include "base/host_clock.h"
 #include "base/precondition.h"
 
 namespace lumivastor::wayland {
-namespace {
-
-imaging::BgraPremultipliedBuffer copyOf(const imaging::BgraPremultipliedBuffer& picture) {
-    imaging::BgraPremultipliedBuffer copy(picture.width(), picture.height());
-    for (int y = 0; y < picture.height(); ++y) {
-        std::memcpy(copy.row(y), picture.row(y), static_cast<std::size_t>(picture.width()) * 4);
-    }
-    return copy;
-}
-
-}  // namespace
-
 class PointerHub::Monitor final : public platform::PointerMonitor {
   public:
     Monitor(PointerHub& hub, const platform::PointSpace& space, platform::PointerEventHandler handler)
@@ -63,6 +50,11 @@ void PointerHub::report(const pipewire::CursorReport& report) {
     deliver(hostClockSeconds());
 }
 
+void PointerHub::expectActions() {
+    const std::lock_guard hold(lock_);
+    timeline_.expectActions();
+}
+
 void PointerHub::act(const platform::RawPointerEvent& event) {
     const std::lock_guard hold(lock_);
     timeline_.acted(event);
@@ -100,7 +92,7 @@ std::optional<platform::SystemCursor> PointerHub::cursor(std::optional<std::uint
         cursor.hotspotX = hotSpotX_;
         cursor.hotspotY = hotSpotY_;
     }
-    if (knownSerial != cursor.serial) cursor.image = copyOf(*shape);
+    if (knownSerial != cursor.serial) cursor.image = shape->copy();
     return cursor;
 }
 

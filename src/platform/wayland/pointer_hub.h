@@ -23,6 +23,8 @@ class PointerHub {
     void setOrigin(Point pixels) { origin_ = pixels; }
 
     void report(const pipewire::CursorReport& report);
+    /// Input devices report from now on.
+    void expectActions();
     /// A press, release or scroll of an input device.
     void act(const platform::RawPointerEvent& event);
     /// Hands on what is old enough to be in order. To be called every few hundredths of a second.

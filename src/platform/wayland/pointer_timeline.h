@@ -20,12 +20,13 @@ class PointerTimeline {
 
     /// The pointer was at `pixel` from `hostSeconds` on.
     void moved(double hostSeconds, Point pixel);
+    /// Devices report from now on, so that moves are held, too.
+    void expectActions() { hasDevices_ = true; }
     /// A press, release or scroll. Its `pixel` is ignored.
     void acted(platform::RawPointerEvent event);
 
     /// Removes and returns what is older than `kHold`, in order of time. Presses, releases and scrolls have the latest
-    /// position at or before their time; those before any position are left out. Without any report from devices so
-    /// far, moves are not held.
+    /// position at or before their time; those before any position are left out. Without devices, moves are not held.
     std::vector<platform::RawPointerEvent> take(double now);
 
     /// The latest position, held or not; nullopt before the first.

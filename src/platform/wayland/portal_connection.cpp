@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <deque>
 #include <limits>
 #include <map>
 #include <optional>
@@ -73,6 +74,10 @@ bool isInvalidArgument(std::string_view error) {
     return isAnyOf(error, {SD_BUS_ERROR_INVALID_ARGS, "org.freedesktop.portal.Error.InvalidArgument"});
 }
 
+std::string signalRule(const std::string& interface, const std::string& name) {
+    return std::string("type='signal',sender='") + kPortal + "',interface='" + interface + "',member='" + name + "'";
+}
+
 // `isAlive`: whether the portal is still there. An answer that does not come in time, and one that can no longer come,
 // have the same error.
 [[noreturn]] void throwError(const sd_bus_error& error, bool isAlive) {
@@ -102,11 +107,13 @@ class PortalConnection::Impl {
     void call(const Question& question);
     void closeSession(const std::string& path) { closeObject(path, kSession); }
     void watchSession(const std::string& path, std::function<void()> closed);
+    void watchSignal(const std::string& interface, const std::string& name,
+                     std::function<void(sd_bus_message*)> handler);
     std::string pathName() const;
 
   private:
     void open(const std::string& address);
-    void watch(const std::string& rule, sd_bus_message_handler_t handler);
+    void watch(const std::string& rule, sd_bus_message_handler_t handler, void* data);
     bool process();
     void wait(double seconds);
 
@@ -127,6 +134,7 @@ class PortalConnection::Impl {
     bool isBusLost_ = false;
     bool isPortalGone_ = false;
     std::map<std::string, std::function<void()>> closedHandlers_;
+    std::deque<std::function<void(sd_bus_message*)>> signalHandlers_;  // the bus holds pointers to them
     std::map<std::string, Message> responses_;  // since the running question began, by their paths
 };
 
@@ -135,11 +143,10 @@ PortalConnection::Impl::Impl(const std::string& address) : wake_(eventfd(0, EFD_
     open(address);
     if (!runUntil([this] { return sd_bus_is_ready(bus_.get()) > 0; }, kCallTimeout)) throw RecorderError(kNoBus);
     // One rule for the answers to all questions, before any is asked, so that no answer is missed.
-    const std::string fromPortal = std::string("type='signal',sender='") + kPortal + "',";
-    watch(fromPortal + "interface='" + kRequest + "',member='Response'", takeResponse);
-    watch(fromPortal + "interface='" + kSession + "',member='Closed'", takeClosed);
+    watch(signalRule(kRequest, "Response"), takeResponse, this);
+    watch(signalRule(kSession, "Closed"), takeClosed, this);
     watch(std::string("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") + kPortal + "'",
-          takeOwner);
+          takeOwner, this);
 }
 
 void PortalConnection::Impl::open(const std::string& address) {
@@ -160,8 +167,8 @@ void PortalConnection::Impl::open(const std::string& address) {
     if (result < 0) throw RecorderError(kNoBus);
 }
 
-void PortalConnection::Impl::watch(const std::string& rule, sd_bus_message_handler_t handler) {
-    if (sd_bus_add_match_async(bus_.get(), nullptr, rule.c_str(), handler, nullptr, this) < 0) {
+void PortalConnection::Impl::watch(const std::string& rule, sd_bus_message_handler_t handler, void* data) {
+    if (sd_bus_add_match_async(bus_.get(), nullptr, rule.c_str(), handler, nullptr, data) < 0) {
         throw RecorderError(kNoBus);
     }
 }
@@ -322,7 +329,7 @@ Message PortalConnection::Impl::response(const std::string& path, bool mayShowDi
     const bool came =
         runUntil([&] { return responses_.contains(path); }, mayShowDialog ? kForever : PortalConnection::kCallTimeout);
     if (came) return std::move(responses_[path]);
-    // Takes the dialog away. A portal of GNOME 43 crashes when its client just goes.
+    // Takes the dialog away. The portal of GNOME 43 crashes by it, as it does when its client just goes.
     closeObject(path, kRequest);
     if (isCancelled_) return nullptr;
     throw RecorderError(isAlive() ? kSilent : kGone);
@@ -346,6 +353,15 @@ void PortalConnection::Impl::watchSession(const std::string& path, std::function
     } else {
         closedHandlers_.erase(path);
     }
+}
+
+void PortalConnection::Impl::watchSignal(const std::string& interface, const std::string& name,
+                                         std::function<void(sd_bus_message*)> handler) {
+    const auto take = [](sd_bus_message* message, void* data, sd_bus_error*) {
+        (*static_cast<std::function<void(sd_bus_message*)>*>(data))(message);
+        return 0;
+    };
+    watch(signalRule(interface, name), take, &signalHandlers_.emplace_back(std::move(handler)));
 }
 
 std::string PortalConnection::Impl::pathName() const {
@@ -402,6 +418,11 @@ void PortalConnection::closeSession(const std::string& path) {
 
 void PortalConnection::watchSession(const std::string& path, std::function<void()> closed) {
     impl_->watchSession(path, std::move(closed));
+}
+
+void PortalConnection::watchSignal(const std::string& interface, const std::string& name,
+                                   std::function<void(sd_bus_message*)> handler) {
+    impl_->watchSignal(interface, name, std::move(handler));
 }
 
 std::string PortalConnection::pathName() const {

@@ -86,6 +86,10 @@ class PortalConnection {
     void closeSession(const std::string& path);
     /// Calls `closed` within `run` when the portal ends the session. Empty: no longer.
     void watchSession(const std::string& path, std::function<void()> closed);
+    /// Calls `handler` within `run` for each signal of the portal with this name. For good: whatever the handler uses
+    /// must live as long as the connection.
+    void watchSignal(const std::string& interface, const std::string& name,
+                     std::function<void(sd_bus_message*)> handler);
 
     /// The name under which the portal's object paths mention this connection.
     std::string pathName() const;

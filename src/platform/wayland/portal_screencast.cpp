@@ -6,6 +6,8 @@
 
 #include <string_view>
 
+#include "platform/wayland/portal_values.h"
+
 namespace lumivastor::wayland {
 namespace {
 
@@ -13,33 +15,6 @@ constexpr const char* kScreenCast = "org.freedesktop.portal.ScreenCast";
 // Until the user revokes it, not only while the program runs.
 constexpr std::uint32_t kPersistForGood = 2;
 constexpr std::uint32_t kFirstWithCursorModes = 2;
-
-// Calls `read` for each entry of an array "a{sv}", with the message in the variant. It reads all of it or returns
-// false, then the entry is skipped.
-template <typename Read>
-bool readEntries(sd_bus_message* message, Read read) {
-    if (sd_bus_message_enter_container(message, 'a', "{sv}") < 0) return false;
-    int entry = 0;
-    while ((entry = sd_bus_message_enter_container(message, 'e', "sv")) > 0) {
-        const char* key = nullptr;
-        const char* type = nullptr;
-        if (sd_bus_message_read(message, "s", &key) < 0) return false;
-        if (sd_bus_message_peek_type(message, nullptr, &type) < 0) return false;
-        if (!read(std::string_view(key), std::string_view(type)) && sd_bus_message_skip(message, "v") < 0) return false;
-        if (sd_bus_message_exit_container(message) < 0) return false;
-    }
-    return entry == 0 && sd_bus_message_exit_container(message) >= 0;
-}
-
-bool readText(sd_bus_message* message, std::string_view type, std::string& text) {
-    const char* value = nullptr;
-    if (type == "s" ? sd_bus_message_read(message, "v", "s", &value) < 0
-                    : type != "o" || sd_bus_message_read(message, "v", "o", &value) < 0) {
-        return false;
-    }
-    text = value;
-    return true;
-}
 
 bool readPair(sd_bus_message* message, std::string_view type, std::optional<int>& first, std::optional<int>& second) {
     std::int32_t a = 0;
@@ -100,20 +75,8 @@ PortalSession::~PortalSession() {
 }
 
 bool PortalSession::create() {
-    PortalConnection::Question question;
-    question.interface = kScreenCast;
-    question.method = "CreateSession";
-    const std::string token = PortalConnection::newToken();
-    question.options = [&](sd_bus_message* message) {
-        sd_bus_message_append(message, "{sv}", "session_handle_token", "s", token.c_str());
-    };
-    question.answer = [&](sd_bus_message* message) {
-        const auto read = [&](std::string_view key, std::string_view type) {
-            return key == "session_handle" && readText(message, type, path_);
-        };
-        return readEntries(message, read) && sd_bus_object_path_is_valid(path_.c_str()) > 0;
-    };
-    if (!connection_.ask(question)) return false;
+    path_ = createPortalSession(connection_, kScreenCast);
+    if (path_.empty()) return false;
     connection_.watchSession(path_, [this] { isClosed_ = true; });
     return true;
 }

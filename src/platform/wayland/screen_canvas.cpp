@@ -10,7 +10,7 @@
 namespace lumivastor::wayland {
 namespace {
 
-void copyRect(const imaging::BgraPremultipliedBuffer& source, const platform::PixelRect& part, int dx, int dy,
+void copyRect(const imaging::BgraPremultipliedBuffer& source, const PixelRect& part, int dx, int dy,
               imaging::BgraPremultipliedBuffer& target) {
     const std::size_t bytes = static_cast<std::size_t>(part.width) * 4;
     for (int y = part.y; y < part.maxY(); ++y) {
@@ -24,7 +24,7 @@ void ScreenCanvas::show(const pipewire::ScreenPicture& picture) {
     {
         const std::lock_guard hold(lock_);
         const PixelSize size = picture.size();
-        const platform::PixelRect all{0, 0, size.width, size.height};
+        const PixelRect all{0, 0, size.width, size.height};
         const bool isNewSize = size != state_.size;
         if (isNewSize) {
             content_ = imaging::BgraPremultipliedBuffer(size.width, size.height);
@@ -34,8 +34,8 @@ void ScreenCanvas::show(const pipewire::ScreenPicture& picture) {
             pipewire::copyOpaque(picture, all, content_);
             damage_.add(all);
         } else {
-            for (const platform::PixelRect& rect : *picture.damage) {
-                const platform::PixelRect part = platform::intersection(rect, all);
+            for (const PixelRect& rect : *picture.damage) {
+                const PixelRect part = intersection(rect, all);
                 if (part.isEmpty()) continue;
                 pipewire::copyOpaque(picture, part, content_);
                 damage_.add(part);
@@ -62,10 +62,11 @@ void ScreenCanvas::onChange(std::function<void()> wake) {
     wake_ = std::move(wake);
 }
 
-ScreenCanvas::State ScreenCanvas::take(platform::DamageArea& damage) {
+ScreenCanvas::State ScreenCanvas::take(imaging::DamageArea& damage) {
     const std::lock_guard hold(lock_);
     damage.add(damage_);
     damage_.clear();
+    takenSize_ = state_.size;
     return state_;
 }
 
@@ -74,23 +75,26 @@ ScreenCanvas::State ScreenCanvas::state() const {
     return state_;
 }
 
-double ScreenCanvas::copy(std::span<const platform::PixelRect> parts, int dx, int dy,
-                          imaging::BgraPremultipliedBuffer& target) const {
+std::optional<double> ScreenCanvas::copy(imaging::DamageArea& parts, int dx, int dy,
+                                         imaging::BgraPremultipliedBuffer& target) const {
     const std::lock_guard hold(lock_);
-    const platform::PixelRect content{-dx, -dy, content_.width(), content_.height()};
-    for (const platform::PixelRect& part : parts) {
-        const platform::PixelRect shown = platform::intersection(part, content);
+    if (state_.size != takenSize_) return std::nullopt;
+    const PixelRect content{-dx, -dy, content_.width(), content_.height()};
+    const auto copyPart = [&](const PixelRect& part) {
+        const PixelRect shown = intersection(part, content);
         if (shown != part) platform::fillBlack(target, part);
         if (!shown.isEmpty()) copyRect(content_, shown, dx, dy, target);
+    };
+    for (const PixelRect& rect : damage_.rects()) {
+        parts.add(intersection(rect.movedBy(-dx, -dy), {0, 0, target.width(), target.height()}));
     }
+    for (const PixelRect& part : parts.rects()) copyPart(part);
     return state_.shownAt;
 }
 
 imaging::BgraPremultipliedBuffer ScreenCanvas::snapshot() const {
     const std::lock_guard hold(lock_);
-    imaging::BgraPremultipliedBuffer picture(content_.width(), content_.height());
-    copyRect(content_, {0, 0, content_.width(), content_.height()}, 0, 0, picture);
-    return picture;
+    return content_.copy();
 }
 
 }  // namespace lumivastor::wayland

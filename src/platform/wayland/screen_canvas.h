@@ -4,11 +4,10 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <span>
 
 #include "base/pixel_size.h"
+#include "imaging/damage_area.h"
 #include "imaging/pixel_buffer.h"
-#include "platform/pictures/damage_area.h"
 #include "platform/pipewire/screen_picture.h"
 
 namespace lumivastor::wayland {
@@ -33,14 +32,15 @@ class ScreenCanvas {
     };
     /// The state, and what has changed since the last call, in pixels of the content. The first call, and the first
     /// after a change of size, gives everything.
-    State take(platform::DamageArea& damage);
+    State take(imaging::DamageArea& damage);
     State state() const;
 
-    /// Copies `parts` of `target` from the content, all of one moment; the content's pixel (x + dx, y + dy) goes to the
-    /// target's (x, y). Where there is no content, black. The parts lie within `target`. Returns when that content was
-    /// shown, which may be later than the last `take`.
-    double copy(std::span<const platform::PixelRect> parts, int dx, int dy,
-                imaging::BgraPremultipliedBuffer& target) const;
+    /// Copies `parts` of `target` from the content; the content's pixel (x + dx, y + dy) goes to the target's (x, y).
+    /// Where there is no content, black. The parts lie within `target`. What has changed since the last `take` is
+    /// copied and added to `parts`, too, so that the target shows one moment; the next `take` still gives it. Returns
+    /// when that moment was shown; nullopt, and nothing is copied, when the size has changed since the last `take`.
+    std::optional<double> copy(imaging::DamageArea& parts, int dx, int dy,
+                               imaging::BgraPremultipliedBuffer& target) const;
 
     /// A copy of the whole content; empty before the first picture.
     imaging::BgraPremultipliedBuffer snapshot() const;
@@ -48,8 +48,9 @@ class ScreenCanvas {
   private:
     mutable std::mutex lock_;
     imaging::BgraPremultipliedBuffer content_;
-    platform::DamageArea damage_;
+    imaging::DamageArea damage_;
     State state_;
+    PixelSize takenSize_;  // of the last `take`
     std::mutex wakeLock_;  // held while `wake_` runs; taken without `lock_`
     std::function<void()> wake_;
 };

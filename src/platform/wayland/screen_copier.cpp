@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/wayland/screen_copier.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <wayland-client.h>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <deque>
@@ -63,10 +65,6 @@ struct FrameListener {
     void (*failed)(void* data, wl_proxy*);
 };
 
-struct DisplayDelete {
-    void operator()(wl_display* display) const { wl_display_disconnect(display); }
-};
-
 // What a frame has said so far.
 struct FrameState {
     std::uint32_t format = 0;
@@ -76,6 +74,7 @@ struct FrameState {
     std::uint32_t flags = 0;
     bool isDescribed = false;
     bool isReady = false;
+    double hostSeconds = 0;  // of the content; the compositor's clock is the host clock
     bool hasFailed = false;
 };
 
@@ -91,16 +90,24 @@ const FrameListener kFrameListener{
             own.isDescribed = true;
         },
     .flags = [](void* data, wl_proxy*, std::uint32_t flags) { static_cast<FrameState*>(data)->flags = flags; },
-    .ready = [](void* data, wl_proxy*, std::uint32_t, std::uint32_t,
-                std::uint32_t) { static_cast<FrameState*>(data)->isReady = true; },
+    .ready =
+        [](void* data, wl_proxy*, std::uint32_t secondsHigh, std::uint32_t secondsLow, std::uint32_t nanoseconds) {
+            auto& own = *static_cast<FrameState*>(data);
+            own.isReady = true;
+            own.hostSeconds =
+                std::ldexp(static_cast<double>(secondsHigh), 32) + static_cast<double>(secondsLow) + nanoseconds * 1e-9;
+        },
     .failed = [](void* data, wl_proxy*) { static_cast<FrameState*>(data)->hasFailed = true; },
 };
 
 // Memory that the compositor writes to.
 class SharedMemory {
   public:
-    explicit SharedMemory(std::size_t size) : size_(size), file_(::memfd_create("screen-copy", MFD_CLOEXEC)) {
+    explicit SharedMemory(std::size_t size)
+        : size_(size), file_(::memfd_create("screen-copy", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
         if (!file_.isOpen() || ::ftruncate(file_.get(), static_cast<off_t>(size)) != 0) return;
+        // Reading mapped memory whose file was made smaller would end the program.
+        if (::fcntl(file_.get(), F_ADD_SEALS, F_SEAL_SHRINK) != 0) return;
         void* const memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file_.get(), 0);
         if (memory != MAP_FAILED) bytes_ = static_cast<std::uint8_t*>(memory);
     }
@@ -149,8 +156,7 @@ imaging::BgraPremultipliedBuffer pictureOf(const FrameState& state, const std::u
 
 class ScreenCopier::Impl {
   public:
-    explicit Impl(const std::string& display)
-        : display_(wl_display_connect(display.empty() ? nullptr : display.c_str())) {}
+    explicit Impl(const std::string& display) : display_(connectWayland(display)) {}
     ~Impl() {
         for (const Screen& screen : screens_) wl_output_destroy(screen.output);
         if (manager_ != nullptr) {
@@ -176,14 +182,17 @@ class ScreenCopier::Impl {
         const auto found =
             std::find_if(screens_.begin(), screens_.end(), [&](const Screen& screen) { return screen.name == output; });
         if (found == screens_.end()) return false;
-        output_ = found->output;
+        screen_ = &*found;
         return true;
     }
+
+    platform::PictureTurn turn() const { return screen_->turn; }
+    double hostSeconds() const { return hostSeconds_; }
 
     std::optional<imaging::BgraPremultipliedBuffer> copy(bool withPointer) {
         FrameState state;
         wl_proxy* const frame = wl_proxy_marshal_flags(manager_, kManagerCaptureOutput, &kFrameInterface, 1, 0, nullptr,
-                                                       withPointer ? 1 : 0, output_);
+                                                       withPointer ? 1 : 0, screen_->output);
         if (frame == nullptr) return std::nullopt;
         // The library takes a listener as a list of functions.
         auto* const functions = reinterpret_cast<void (**)()>(const_cast<FrameListener*>(&kFrameListener));
@@ -198,6 +207,7 @@ class ScreenCopier::Impl {
     struct Screen {
         wl_output* output = nullptr;
         std::string name;
+        platform::PictureTurn turn = platform::PictureTurn::none;
     };
 
     void bind(std::uint32_t name, const char* interface, std::uint32_t version) {
@@ -212,8 +222,11 @@ class ScreenCopier::Impl {
             screen.output =
                 static_cast<wl_output*>(wl_registry_bind(registry_, name, &wl_output_interface, kVersionWithNames));
             static constexpr wl_output_listener kEvents{
-                .geometry = [](void*, wl_output*, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
-                               const char*, const char*, std::int32_t) {},
+                .geometry =
+                    [](void* data, wl_output*, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
+                       const char*, const char*, std::int32_t transform) {
+                        static_cast<Screen*>(data)->turn = platform::pictureTurn(static_cast<std::uint32_t>(transform));
+                    },
                 .mode = [](void*, wl_output*, std::uint32_t, std::int32_t, std::int32_t, std::int32_t) {},
                 .done = [](void*, wl_output*) {},
                 .scale = [](void*, wl_output*, std::int32_t) {},
@@ -224,7 +237,8 @@ class ScreenCopier::Impl {
     }
 
     std::optional<imaging::BgraPremultipliedBuffer> copyFrame(wl_proxy* frame, const FrameState& state) {
-        const double until = hostClockSeconds() + kAnswerSeconds;
+        const double asked = hostClockSeconds();
+        const double until = asked + kAnswerSeconds;
         const auto isDescribed = [&] { return state.isDescribed || state.hasFailed; };
         if (!handleEventsUntil(display_.get(), isDescribed, until) || !isReadable(state)) return std::nullopt;
         const std::size_t size = state.stride * static_cast<std::size_t>(state.height);
@@ -239,15 +253,19 @@ class ScreenCopier::Impl {
         const bool isCopied = handleEventsUntil(display_.get(), isDone, until) && state.isReady;
         wl_buffer_destroy(buffer);
         if (!isCopied) return std::nullopt;
+        // A stamp that cannot be is replaced by a time that is late at most.
+        const double answered = hostClockSeconds();
+        hostSeconds_ = state.hostSeconds >= asked && state.hostSeconds <= answered ? state.hostSeconds : answered;
         return pictureOf(state, shared.bytes());
     }
 
-    const std::unique_ptr<wl_display, DisplayDelete> display_;
+    const WaylandConnection display_;
     wl_registry* registry_ = nullptr;
     wl_proxy* manager_ = nullptr;
     wl_shm* memory_ = nullptr;
-    std::deque<Screen> screens_;  // listeners hold pointers to them
-    wl_output* output_ = nullptr;
+    std::deque<Screen> screens_;      // listeners hold pointers to them
+    const Screen* screen_ = nullptr;  // the one that is copied
+    double hostSeconds_ = 0;
 };
 
 std::unique_ptr<ScreenCopier> ScreenCopier::open(const std::string& display, const std::string& output) {
@@ -262,6 +280,14 @@ ScreenCopier::~ScreenCopier() = default;
 
 std::optional<imaging::BgraPremultipliedBuffer> ScreenCopier::copy(bool withPointer) {
     return impl_->copy(withPointer);
+}
+
+double ScreenCopier::hostSeconds() const {
+    return impl_->hostSeconds();
+}
+
+platform::PictureTurn ScreenCopier::turn() const {
+    return impl_->turn();
 }
 
 }  // namespace lumivastor::wayland

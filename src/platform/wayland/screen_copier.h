@@ -6,6 +6,7 @@
 #include <string>
 
 #include "imaging/pixel_buffer.h"
+#include "platform/pictures/picture_turn.h"
 
 namespace lumivastor::wayland {
 
@@ -20,9 +21,13 @@ class ScreenCopier {
     ScreenCopier(const ScreenCopier&) = delete;
     ScreenCopier& operator=(const ScreenCopier&) = delete;
 
-    /// The screen as it is now, opaque, in its own pixels; nullopt when the compositor refuses or does not answer
-    /// within half a second.
+    /// The screen as it is now, opaque, in its own pixels as they lie in memory (`turn`); nullopt when the compositor
+    /// refuses or does not answer within half a second.
     std::optional<imaging::BgraPremultipliedBuffer> copy(bool withPointer);
+    /// Of the last copy.
+    platform::PictureTurn turn() const;
+    /// When the compositor showed what the last copy shows, on the host clock.
+    double hostSeconds() const;
 
   private:
     class Impl;

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/wayland/wayland_desktop.h"
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include "base/log.h"
@@ -13,6 +16,7 @@
 #include "platform/wayland/canvas_source.h"
 #include "platform/wayland/granted_screen.h"
 #include "platform/wayland/output_layout.h"
+#include "platform/wayland/portal_shortcut.h"
 #include "platform/wayland/restore_tokens.h"
 #include "platform/wayland/screen_copier.h"
 #include "platform/wayland/wayland_outputs.h"
@@ -21,6 +25,10 @@ namespace lumivastor::wayland {
 namespace {
 
 constexpr const char* kLogArea = "Portal";
+/// How often a wait for the first picture looks.
+constexpr std::chrono::milliseconds kLook{10};
+constexpr const char* kPointerLogArea = "Pointer";
+const std::string kNoClicks = "Klicks lassen sich auf diesem Desktop nicht sehen.";
 
 SharedSource sourceOf(platform::ContentPicker::Kind kind) {
     return kind == platform::ContentPicker::Kind::display ? SharedSource::display : SharedSource::window;
@@ -32,17 +40,28 @@ struct Grant {
     std::unique_ptr<GrantedScreen> screen;
     platform::Display display;
     std::optional<platform::Window> window;
+    std::atomic<bool> seesClicks = false;  // of the monitor that was made last
 };
 
 class GrantedPointer final : public platform::PointerMonitor {
   public:
-    GrantedPointer(std::shared_ptr<Grant> grant, const platform::PointSpace& space,
+    // `devices` may be null.
+    GrantedPointer(std::shared_ptr<Grant> grant, platform::PointerDevices* devices, const platform::PointSpace& space,
                    platform::PointerEventHandler handler)
-        : grant_(std::move(grant)), monitor_(grant_->screen->pointerHub().monitor(space, std::move(handler))) {}
+        : grant_(std::move(grant)), monitor_(grant_->screen->pointerHub().monitor(space, std::move(handler))) {
+        if (devices == nullptr) return;
+        PointerHub& hub = grant_->screen->pointerHub();
+        const auto refusal = devices->why();
+        if (refusal) Log::write(kPointerLogArea, *refusal);
+        hub.expectActions();
+        actions_ = devices->watch([&hub](const platform::RawPointerEvent& event) { hub.act(event); });
+        grant_->seesClicks = actions_ && !refusal;
+    }
 
   private:
     const std::shared_ptr<Grant> grant_;
     const std::unique_ptr<PointerMonitor> monitor_;
+    std::unique_ptr<platform::PointerActions> actions_;  // last: it ends before what it reports to
 };
 
 class WaylandDesktop final : public platform::Desktop, public platform::ContentPicker {
@@ -76,9 +95,9 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         if (!grant) throw RecorderError("Der Bildschirm wurde noch nicht freigegeben.");
         CanvasSource::Options options;
         options.size = {configuration.width, configuration.height};
+        options.tellsSize = !grant->window;
         if (std::holds_alternative<platform::DisplayFilter>(filter)) {
-            const platform::PixelRect area =
-                platform::captureArea(grant->display, configuration.sourceRect, options.size);
+            const PixelRect area = platform::captureArea(grant->display, configuration.sourceRect, options.size);
             options.x = area.x - static_cast<int>(std::lround(grant->display.frame.x));
             options.y = area.y - static_cast<int>(std::lround(grant->display.frame.y));
         }
@@ -95,7 +114,8 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         auto grant = current();
         if (!grant || knowledgeOf(grant->screen->session().cursorMode()) != platform::PointerKnowledge::positions)
             return nullptr;
-        return std::make_unique<GrantedPointer>(std::move(grant), space, std::move(handler));
+        return std::make_unique<GrantedPointer>(std::move(grant), options_.pointerDevices.get(), space,
+                                                std::move(handler));
     }
 
     std::optional<Point> pointerLocation(const platform::PointSpace& space) override {
@@ -103,6 +123,14 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         if (!grant) return std::nullopt;
         const auto pixel = grant->screen->pointerHub().location();
         return pixel ? std::optional(space.pointFromPixel(*pixel)) : std::nullopt;
+    }
+
+    platform::PointerKnowledge pointerKnowledge() override {
+        const auto grant = current();
+        if (!grant) return platform::PointerKnowledge::none;
+        const auto knowledge = knowledgeOf(grant->screen->session().cursorMode());
+        const bool isComplete = knowledge == platform::PointerKnowledge::positions && grant->seesClicks;
+        return isComplete ? platform::PointerKnowledge::complete : knowledge;
     }
 
     std::optional<platform::SystemCursor> currentCursor(std::optional<std::uint64_t> knownSerial) override {
@@ -121,17 +149,29 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
 
     platform::ContentPicker* contentPicker() override { return this; }
 
+    bool offersShortcuts() override { return offersPortalShortcuts(options_.busAddress); }
+
+    std::unique_ptr<platform::GlobalShortcut> grabShortcut(const platform::ShortcutRequest& request,
+                                                           std::function<void()> pressed,
+                                                           std::stop_token stop) override {
+        return grabPortalShortcut(options_.busAddress, request, std::move(pressed), std::move(stop));
+    }
+
     // ContentPicker
 
     Offer offer() override {
         PortalConnection portal(options_.busAddress);
         const ScreenCastOffer offered = screenCastOffer(portal);
-        return {offered.has(SharedSource::display), offered.has(SharedSource::window),
-                knowledgeOf(bestCursorMode(offered)), offered.canRestore()};
+        Offer offer{offered.has(SharedSource::display), offered.has(SharedSource::window),
+                    knowledgeOf(bestCursorMode(offered)), offered.canRestore()};
+        if (offer.pointer != platform::PointerKnowledge::positions) return offer;
+        const auto refusal = options_.pointerDevices ? options_.pointerDevices->why() : std::optional(kNoClicks);
+        offer.clickRefusal = refusal.value_or("");
+        if (!refusal) offer.pointer = platform::PointerKnowledge::complete;
+        return offer;
     }
 
-    std::optional<std::variant<platform::Display, platform::Window>> pick(const Request& request,
-                                                                          std::stop_token stop) override {
+    std::optional<Content> pick(const Request& request, std::stop_token stop) override {
         release();
         const auto portal = std::make_shared<PortalConnection>(options_.busAddress);
         std::shared_ptr<Grant> grant;
@@ -151,6 +191,22 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         return grant->display;
     }
 
+    bool holdsGrant() override {
+        const auto grant = pending();
+        return grant && !grant->screen->ended();
+    }
+
+    std::optional<imaging::BgraPremultipliedBuffer> stillPicture(double seconds) override {
+        const auto grant = pending();
+        if (!grant) return std::nullopt;
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (grant->screen->canvas().state().size == PixelSize{}) {
+            if (grant->screen->ended() || std::chrono::steady_clock::now() > limit) return std::nullopt;
+            std::this_thread::sleep_for(kLook);
+        }
+        return grant->screen->canvas().snapshot();
+    }
+
     void release() override {
         std::shared_ptr<Grant> ended;  // outside of the lock: it waits for its thread
         {
@@ -163,6 +219,11 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
     std::shared_ptr<Grant> current() const {
         const std::lock_guard hold(lock_);
         return current_.lock();
+    }
+
+    std::shared_ptr<Grant> pending() const {
+        const std::lock_guard hold(lock_);
+        return pending_;
     }
 
     // Null when it was cancelled.
@@ -181,7 +242,9 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
 
     std::shared_ptr<Grant> makeGrant(std::unique_ptr<GrantedScreen> screen, Kind kind) {
         const auto outputs = readOutputs(options_.display);
-        const PixelSize size = screen->size();
+        // A picture knows better.
+        const PixelSize shown = screen->canvas().state().size;
+        const PixelSize size = shown != PixelSize{} ? shown : uprightSize(screen->size(), outputs);
         const PortalSession::Place place = screen->session().place();
         auto grant = std::make_shared<Grant>();
         const std::uint32_t id = ++lastID_;
@@ -200,7 +263,10 @@ class WaylandDesktop final : public platform::Desktop, public platform::ContentP
         screen->pointerHub().setOrigin({grant->display.frame.x, grant->display.frame.y});
         Log::write(kLogArea, "freigegeben: " + std::to_string(size.width) + "×" + std::to_string(size.height) +
                                  (grant->display.name.empty() ? "" : " (" + grant->display.name + ")"));
-        if (kind == Kind::display) screen->useCopier(ScreenCopier::open(options_.display, grant->display.name));
+        // Some portals tell a wrong place. Copies of a screen that was not granted must not be recorded.
+        if (kind == Kind::display && isTheOnlyOne(size, outputs)) {
+            screen->useCopier(ScreenCopier::open(options_.display, grant->display.name));
+        }
         grant->screen = std::move(screen);
         return grant;
     }

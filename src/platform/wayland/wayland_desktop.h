@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/desktop.h"
+#include "platform/input/pointer_devices.h"
 #include "platform/sound_system.h"
 
 namespace lumivastor::wayland {
@@ -17,6 +18,8 @@ struct WaylandDesktopOptions {
     std::string display;
     /// Where the permissions that can be restored are kept; empty: nowhere.
     std::filesystem::path tokenFolder;
+    /// Where clicks and scrolling come from; null: they are not seen.
+    std::shared_ptr<platform::PointerDevices> pointerDevices = nullptr;
 };
 
 /// Whether this session's portal can share screens. False also without a message bus, or when the portal does not

@@ -10,6 +10,14 @@
 
 namespace lumivastor::wayland {
 
+void DisplayDelete::operator()(wl_display* display) const {
+    wl_display_disconnect(display);
+}
+
+WaylandConnection connectWayland(const std::string& display) {
+    return WaylandConnection(wl_display_connect(display.empty() ? nullptr : display.c_str()));
+}
+
 bool handleEventsUntil(wl_display* display, const std::function<bool()>& done, double until) {
     for (;;) {
         if (wl_display_dispatch_pending(display) < 0) return false;

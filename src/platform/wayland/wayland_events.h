@@ -2,10 +2,21 @@
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <string>
 
 struct wl_display;
 
 namespace lumivastor::wayland {
+
+struct DisplayDelete {
+    void operator()(wl_display* display) const;
+};
+/// A connection to a compositor; null without one.
+using WaylandConnection = std::unique_ptr<wl_display, DisplayDelete>;
+
+/// Connects to this compositor; an empty name: as the environment says.
+WaylandConnection connectWayland(const std::string& display);
 
 /// Sends requests and handles events until `done` returns true. Returns false at the host time `until`, or when the
 /// compositor is gone; the library's own functions wait for ever for a compositor that has stopped.

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
-#include <memory>
 
 #include "base/host_clock.h"
 #include "platform/wayland/wayland_events.h"
@@ -20,10 +19,6 @@ constexpr double kAnswerSeconds = 1;
 // Names came with these versions.
 constexpr std::uint32_t kOutputVersion = 4;
 constexpr std::uint32_t kManagerVersion = 2;
-
-struct DisplayDelete {
-    void operator()(wl_display* display) const { wl_display_disconnect(display); }
-};
 
 // A screen as its events describe it.
 struct Described {
@@ -114,8 +109,7 @@ const wl_registry_listener kRegistryEvents{
 }  // namespace
 
 std::vector<Output> readOutputs(const std::string& display) {
-    const std::unique_ptr<wl_display, DisplayDelete> connection(
-        wl_display_connect(display.empty() ? nullptr : display.c_str()));
+    const WaylandConnection connection = connectWayland(display);
     if (!connection) return {};
     const double until = hostClockSeconds() + kAnswerSeconds;
     Globals globals;

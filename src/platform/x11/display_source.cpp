@@ -44,21 +44,21 @@ DisplaySource::DisplaySource(const XConnection& connection, const platform::Disp
 
 void DisplaySource::layOut() {
     area_ = platform::captureArea(display_, sourceRect_, size_);
-    visible_ = platform::intersection(area_, readRootBounds(connection_)).movedBy(-area_.x, -area_.y);
+    visible_ = intersection(area_, readRootBounds(connection_)).movedBy(-area_.x, -area_.y);
     if (visible_.isEmpty()) visible_ = {};
 }
 
-void DisplaySource::update(platform::DamageArea& damage) {
+void DisplaySource::update(imaging::DamageArea& damage) {
     readEvents();
-    platform::DamageArea painted;
+    imaging::DamageArea painted;
     if (damage_.isNotified()) {
-        for (const platform::PixelRect& rect : damage_.collect()) painted.add(platform::intersection(rect, area_));
+        for (const PixelRect& rect : damage_.collect()) painted.add(intersection(rect, area_));
         // The server has reported by now any window whose appearance caused some of this damage.
         readEvents();
     }
     excluded_.update(area_, painted);
-    for (const platform::PixelRect& rect : painted.rects()) {
-        damage.add(platform::intersection(rect.movedBy(-area_.x, -area_.y), visible_));
+    for (const PixelRect& rect : painted.rects()) {
+        damage.add(intersection(rect.movedBy(-area_.x, -area_.y), visible_));
     }
     if (layoutChanged_) followDisplay(damage);
 }
@@ -88,7 +88,7 @@ bool DisplaySource::tellsLayout(const XEvent& event) const {
     return randr != 0 && (type == randr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == randr + XCB_RANDR_NOTIFY);
 }
 
-void DisplaySource::followDisplay(platform::DamageArea& damage) {
+void DisplaySource::followDisplay(imaging::DamageArea& damage) {
     layoutChanged_ = false;
     const MonitorList monitors = readMonitors(connection_, environment_);
     if (connection_.isBroken()) return;
@@ -102,8 +102,8 @@ void DisplaySource::followDisplay(platform::DamageArea& damage) {
     const Rect now = found->pixelFrame();
     // The scale stays: it only determines the recording's size in points, which is fixed.
     display_.frame = {now.x, now.y, now.width / display_.scale, now.height / display_.scale};
-    const platform::PixelRect oldArea = area_;
-    const platform::PixelRect oldVisible = visible_;
+    const PixelRect oldArea = area_;
+    const PixelRect oldVisible = visible_;
     layOut();
     if (area_ != oldArea || visible_ != oldVisible) damage.add({0, 0, size_.width, size_.height});
     if (now.x != before.x || now.y != before.y) origin_ = Point{now.x, now.y};
@@ -114,11 +114,11 @@ void DisplaySource::followDisplay(platform::DamageArea& damage) {
     }
 }
 
-bool DisplaySource::paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
+bool DisplaySource::paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
     std::vector<XImageReader::Piece> pieces;
-    for (const platform::PixelRect& rect : damage.rects()) {
+    for (const PixelRect& rect : damage.rects()) {
         if (!visible_.contains(rect)) platform::fillBlack(picture, rect);
-        const platform::PixelRect seen = platform::intersection(rect, visible_);
+        const PixelRect seen = intersection(rect, visible_);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(area_.x, area_.y), seen.x, seen.y});
     }
     if (!excluded_.isAsked()) return reader_.read(connection_.root(), pieces, picture);

@@ -26,27 +26,27 @@ class DisplaySource : public platform::PictureSource {
     DisplaySource(const XConnection& connection, const platform::DisplayFilter& filter,
                   const platform::StreamConfiguration& configuration, const ScreenScales& environment);
 
-    void update(platform::DamageArea& damage) override;
+    void update(imaging::DamageArea& damage) override;
     bool isHidden() const override { return visible_.isEmpty(); }
     std::optional<std::string> ended() const override { return ended_; }
     std::optional<Point> takeOrigin() override { return std::exchange(origin_, std::nullopt); }
     std::optional<std::string> takeNotice() override { return std::exchange(notice_, std::nullopt); }
-    bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
+    bool paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
 
   private:
     bool paintWithoutExcluded(std::span<const XImageReader::Piece> pieces, imaging::BgraPremultipliedBuffer& picture);
     void layOut();
     void readEvents();
     bool tellsLayout(const XEvent& event) const;
-    void followDisplay(platform::DamageArea& damage);
+    void followDisplay(imaging::DamageArea& damage);
 
     const XConnection& connection_;
     const ScreenScales environment_;
     const std::optional<Rect> sourceRect_;
     const PixelSize size_;
     platform::Display display_;
-    platform::PixelRect area_;     // of the desktop; its corner is the picture's corner
-    platform::PixelRect visible_;  // the part of the picture that lies on the desktop
+    PixelRect area_;     // of the desktop; its corner is the picture's corner
+    PixelRect visible_;  // the part of the picture that lies on the desktop
     bool layoutChanged_ = false;
     XDamage damage_;
     XImageReader reader_;

@@ -51,7 +51,7 @@ void ExcludedWindowCompositor::readFormats() {
     }
 }
 
-std::uint32_t ExcludedWindowCompositor::paint(const platform::PixelRect& part, std::span<const StackedWindow> stack) {
+std::uint32_t ExcludedWindowCompositor::paint(const PixelRect& part, std::span<const StackedWindow> stack) {
     composited_ = isComposited();
     const std::uint32_t pixmap = connection_.makeId();
     xcb_create_pixmap(connection_, static_cast<std::uint8_t>(connection_.rootDepth()), pixmap, connection_.root(),
@@ -60,14 +60,13 @@ std::uint32_t ExcludedWindowCompositor::paint(const platform::PixelRect& part, s
     xcb_render_create_picture(connection_, target, pixmap, formats_[connection_.rootVisual()].id, 0, nullptr);
     paintBackground(part, target);
     for (const StackedWindow& window : stack) {
-        if (!window.isExcluded && !platform::intersection(window.outside, part).isEmpty())
-            paintWindow(part, window, target);
+        if (!window.isExcluded && !intersection(window.outside, part).isEmpty()) paintWindow(part, window, target);
     }
     xcb_render_free_picture(connection_, target);
     return pixmap;
 }
 
-void ExcludedWindowCompositor::paintBackground(const platform::PixelRect& part, std::uint32_t target) {
+void ExcludedWindowCompositor::paintBackground(const PixelRect& part, std::uint32_t target) {
     std::uint32_t pixmap = rootPixmap();
     std::uint32_t named = 0;
     if (pixmap == 0 && !composited_) {
@@ -94,8 +93,7 @@ void ExcludedWindowCompositor::paintBackground(const platform::PixelRect& part, 
     if (named != 0) xcb_free_pixmap(connection_, named);
 }
 
-void ExcludedWindowCompositor::paintWindow(const platform::PixelRect& part, const StackedWindow& window,
-                                           std::uint32_t target) {
+void ExcludedWindowCompositor::paintWindow(const PixelRect& part, const StackedWindow& window, std::uint32_t target) {
     const auto format = formats_.find(window.visual);
     if (format == formats_.end()) return;
     // The shape's origin is the window's inside, the pixmap's origin the corner of its border.
@@ -111,7 +109,7 @@ void ExcludedWindowCompositor::paintWindow(const platform::PixelRect& part, cons
     const std::uint32_t source = connection_.makeId();
     xcb_render_create_picture(connection_, source, pixmap, format->second.id, 0, nullptr);
     const bool blends = format->second.hasAlpha && composited_;
-    const platform::PixelRect seen = platform::intersection(window.outside, part);
+    const PixelRect seen = intersection(window.outside, part);
     xcb_render_composite(connection_, blends ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC, source, XCB_NONE,
                          target, to16(seen.x - window.outside.x), to16(seen.y - window.outside.y), 0, 0,
                          to16(seen.x - part.x), to16(seen.y - part.y), toSize(seen.width), toSize(seen.height));
@@ -136,7 +134,7 @@ bool ExcludedWindowCompositor::isComposited() const {
 
 // A window behind all others that shows the root's background, is never shown itself, and lets the pointer through.
 void ExcludedWindowCompositor::makeBackdrop() {
-    const platform::PixelRect root = readRootBounds(connection_);
+    const PixelRect root = readRootBounds(connection_);
     if (backdrop_ == 0) {
         backdrop_ = connection_.makeId();
         const std::uint32_t values[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE, 1};

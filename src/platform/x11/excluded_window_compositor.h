@@ -22,15 +22,15 @@ class ExcludedWindowCompositor {
 
     /// Returns a pixmap of the part of the desktop; its corner is the part's corner, and the caller frees it. `stack`
     /// goes from back to front. The caller must hold a server grab.
-    std::uint32_t paint(const platform::PixelRect& part, std::span<const StackedWindow> stack);
+    std::uint32_t paint(const PixelRect& part, std::span<const StackedWindow> stack);
 
     /// Our own helper window behind all others, which must not be in the stack; 0 while there is none.
     std::uint32_t backdrop() const { return backdrop_; }
 
   private:
     void readFormats();
-    void paintBackground(const platform::PixelRect& part, std::uint32_t target);
-    void paintWindow(const platform::PixelRect& part, const StackedWindow& window, std::uint32_t target);
+    void paintBackground(const PixelRect& part, std::uint32_t target);
+    void paintWindow(const PixelRect& part, const StackedWindow& window, std::uint32_t target);
     std::uint32_t rootPixmap() const;
     bool isComposited() const;
     void makeBackdrop();

@@ -183,7 +183,7 @@ void ExcludedWindows::readStack() {
 }
 
 // Windows that are covered have no pixels of their own unless they are redirected.
-void ExcludedWindows::redirectTouching(const platform::PixelRect& area) {
+void ExcludedWindows::redirectTouching(const PixelRect& area) {
     const auto wanted = windowsAtExcluded(stack_, area);
     std::erase_if(touching_, [&](const auto& entry) {
         const bool stays =
@@ -203,7 +203,7 @@ void ExcludedWindows::redirectTouching(const platform::PixelRect& area) {
     }
 }
 
-void ExcludedWindows::update(const platform::PixelRect& area, platform::DamageArea& painted) {
+void ExcludedWindows::update(const PixelRect& area, imaging::DamageArea& painted) {
     if (!isAsked()) return;
     if (ownersChanged_ || stackChanged_) {
         if (ownersChanged_) findOwners();
@@ -214,18 +214,18 @@ void ExcludedWindows::update(const platform::PixelRect& area, platform::DamageAr
     }
     for (auto& [id, touching] : touching_) {
         if (!touching.damage->isNotified()) continue;
-        const platform::PixelRect inside = touching.outside.movedBy(touching.border, touching.border);
-        for (const platform::PixelRect& rect : touching.damage->collect()) {
-            painted.add(platform::intersection(rect.movedBy(inside.x, inside.y), area));
+        const PixelRect inside = touching.outside.movedBy(touching.border, touching.border);
+        for (const PixelRect& rect : touching.damage->collect()) {
+            painted.add(intersection(rect.movedBy(inside.x, inside.y), area));
         }
     }
 }
 
-bool ExcludedWindows::isAnyIn(const platform::PixelRect& area) const {
+bool ExcludedWindows::isAnyIn(const PixelRect& area) const {
     return !excludedParts(stack_, area).isEmpty();
 }
 
-void ExcludedWindows::refresh(const platform::PixelRect& area) {
+void ExcludedWindows::refresh(const PixelRect& area) {
     // The next update must still report what is found now as a change of the picture.
     const bool isNews = hasChanged();
     if (ownersChanged_) findOwners();
@@ -243,8 +243,8 @@ bool ExcludedWindows::readWithout(XImageReader& reader, std::span<const XImageRe
 bool ExcludedWindows::cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
                             imaging::BgraPremultipliedBuffer& picture) {
     for (const XImageReader::Piece& piece : pieces) {
-        const platform::DamageArea covered = excludedParts(stack_, piece.from);
-        for (const platform::PixelRect& part : covered.rects()) {
+        const imaging::DamageArea covered = excludedParts(stack_, piece.from);
+        for (const PixelRect& part : covered.rects()) {
             const std::uint32_t pixmap = compositor_->paint(part, stack_);
             const XImageReader::Piece whole{
                 {0, 0, part.width, part.height}, piece.toX + part.x - piece.from.x, piece.toY + part.y - piece.from.y};

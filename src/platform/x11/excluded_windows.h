@@ -35,13 +35,13 @@ class ExcludedWindows {
 
     /// Looks the windows up again if events reported changes. Adds to `painted` what was painted beneath them without
     /// changing the screen, in the desktop's pixels.
-    void update(const platform::PixelRect& area, platform::DamageArea& painted);
-    bool isAnyIn(const platform::PixelRect& area) const;
+    void update(const PixelRect& area, imaging::DamageArea& painted);
+    bool isAnyIn(const PixelRect& area) const;
     /// Whether events reported changes since the last `update`.
     bool hasChanged() const { return ownersChanged_ || stackChanged_; }
     /// Looks up the windows' present places for the read that follows. Grab the server before reading the events, and
     /// release it after that read.
-    void refresh(const platform::PixelRect& area);
+    void refresh(const PixelRect& area);
     /// Reads pieces of the root window as they would look without these windows, all at the same moment. False when the
     /// server refuses.
     bool readWithout(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
@@ -51,12 +51,12 @@ class ExcludedWindows {
     bool isExcluded(int process, const std::optional<std::string>& name) const;
     void findOwners();
     void readStack();
-    void redirectTouching(const platform::PixelRect& area);
+    void redirectTouching(const PixelRect& area);
     bool cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
                imaging::BgraPremultipliedBuffer& picture);
 
     struct Touching {
-        platform::PixelRect outside;
+        PixelRect outside;
         int border = 0;
         std::unique_ptr<XDamage> damage;
     };

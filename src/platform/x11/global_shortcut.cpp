@@ -65,6 +65,7 @@ class X11Shortcut final : public platform::GlobalShortcut {
     X11Shortcut(const platform::KeyCombination& keys, std::function<void()> pressed, const std::string& displayName)
         : pressed_(std::move(pressed)),
           letter_(keys.letter),
+          text_(platform::keyText(keys)),
           connection_(displayName),
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
         const BrokenPipeGuard guard;
@@ -85,6 +86,8 @@ class X11Shortcut final : public platform::GlobalShortcut {
     }
     X11Shortcut(const X11Shortcut&) = delete;
     X11Shortcut& operator=(const X11Shortcut&) = delete;
+
+    std::string keys() const override { return text_; }
 
   private:
     void grab(std::uint8_t key, std::uint16_t mask) const {
@@ -113,6 +116,7 @@ class X11Shortcut final : public platform::GlobalShortcut {
 
     const std::function<void()> pressed_;
     const char letter_;
+    const std::string text_;
     XConnection connection_;
     Keyboard keyboard_{connection_};
     UniqueDescriptor wake_;

@@ -22,7 +22,7 @@ std::string atomName(const XConnection& connection, std::uint32_t atom) {
         {xcb_get_atom_name_name(reply.get()), static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()))});
 }
 
-platform::Display displayFrom(std::uint32_t id, std::string name, const platform::PixelRect& pixels, double scale) {
+platform::Display displayFrom(std::uint32_t id, std::string name, const PixelRect& pixels, double scale) {
     const platform::PointSpace space{{static_cast<double>(pixels.x), static_cast<double>(pixels.y)}, scale};
     return {id, std::move(name),
             space.rectFromPixels({static_cast<double>(pixels.x), static_cast<double>(pixels.y),
@@ -32,9 +32,9 @@ platform::Display displayFrom(std::uint32_t id, std::string name, const platform
 
 }  // namespace
 
-platform::PixelRect readRootBounds(const XConnection& connection) {
+PixelRect readRootBounds(const XConnection& connection) {
     const auto reply = xReply(connection, xcb_get_geometry_reply, xcb_get_geometry(connection, connection.root()));
-    return reply ? platform::PixelRect{0, 0, reply->width, reply->height} : platform::PixelRect{};
+    return reply ? PixelRect{0, 0, reply->width, reply->height} : PixelRect{};
 }
 
 MonitorList readMonitors(const XConnection& connection, const ScreenScales& environment) {
@@ -49,7 +49,7 @@ MonitorList readMonitors(const XConnection& connection, const ScreenScales& envi
         if (reply) {
             for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem > 0;
                  xcb_randr_monitor_info_next(&it)) {
-                const platform::PixelRect pixels{it.data->x, it.data->y, it.data->width, it.data->height};
+                const PixelRect pixels{it.data->x, it.data->y, it.data->width, it.data->height};
                 if (pixels.isEmpty()) continue;
                 std::string name = atomName(connection, it.data->name);
                 const double scale = scales.scaleOf(name, list.displays.size());
@@ -59,7 +59,7 @@ MonitorList readMonitors(const XConnection& connection, const ScreenScales& envi
         }
     }
     if (list.displays.empty()) {
-        const platform::PixelRect root = readRootBounds(connection);
+        const PixelRect root = readRootBounds(connection);
         if (!root.isEmpty()) {
             list.displays.push_back(displayFrom(connection.root(), "screen", root, scales.scaleOf("screen", 0)));
         }
@@ -68,7 +68,7 @@ MonitorList readMonitors(const XConnection& connection, const ScreenScales& envi
     return list;
 }
 
-const platform::Display* displayOf(const MonitorList& monitors, const platform::PixelRect& pixels) {
+const platform::Display* displayOf(const MonitorList& monitors, const PixelRect& pixels) {
     const Rect rect{static_cast<double>(pixels.x), static_cast<double>(pixels.y), static_cast<double>(pixels.width),
                     static_cast<double>(pixels.height)};
     const platform::Display* best = nullptr;
@@ -84,7 +84,7 @@ const platform::Display* displayOf(const MonitorList& monitors, const platform::
     return best;
 }
 
-std::optional<platform::PixelRect> contentPixels(const XConnection& connection, std::uint32_t window) {
+std::optional<PixelRect> contentPixels(const XConnection& connection, std::uint32_t window) {
     const auto geometryCookie = xcb_get_geometry(connection, window);
     const auto placeCookie = xcb_translate_coordinates(connection, window, connection.root(), 0, 0);
     const XPropertyRequest extents(connection, window, connection.atom(XAtom::gtkFrameExtents));

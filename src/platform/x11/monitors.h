@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/pictures/pixel_rect.h"
+#include "base/pixel_rect.h"
 #include "platform/shareable_content.h"
 #include "platform/x11/screen_scales.h"
 #include "platform/x11/x_connection.h"
@@ -23,13 +23,13 @@ struct MonitorList {
 MonitorList readMonitors(const XConnection& connection, const ScreenScales& environment);
 
 /// The display that holds the largest part of these pixels; the main display when none holds any.
-const platform::Display* displayOf(const MonitorList& monitors, const platform::PixelRect& pixels);
+const platform::Display* displayOf(const MonitorList& monitors, const PixelRect& pixels);
 
 /// A window's content on the whole desktop, in pixels: without border and without a shadow that the window draws
 /// itself. nullopt when the window is gone.
-std::optional<platform::PixelRect> contentPixels(const XConnection& connection, std::uint32_t window);
+std::optional<PixelRect> contentPixels(const XConnection& connection, std::uint32_t window);
 
 /// The size of the whole desktop in pixels; all 0 when the server is gone.
-platform::PixelRect readRootBounds(const XConnection& connection);
+PixelRect readRootBounds(const XConnection& connection);
 
 }  // namespace lumivastor::x11

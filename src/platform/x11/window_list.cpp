@@ -114,8 +114,7 @@ std::optional<platform::Window> takeAnswer(const XConnection& connection, const 
     }
     if (std::find(states.begin(), states.end(), XAtom::netWmStateHidden) != states.end()) return std::nullopt;
 
-    const platform::PixelRect pixels =
-        withoutShadow({place->dst_x, place->dst_y, geometry->width, geometry->height}, shadow);
+    const PixelRect pixels = withoutShadow({place->dst_x, place->dst_y, geometry->width, geometry->height}, shadow);
     const platform::Display* display = displayOf(monitors, pixels);
     if (display == nullptr) return std::nullopt;
     platform::Window window;

@@ -3,7 +3,7 @@
 
 namespace lumivastor::x11 {
 
-platform::PixelRect withoutShadow(const platform::PixelRect& inside, std::span<const std::uint32_t> extents) {
+PixelRect withoutShadow(const PixelRect& inside, std::span<const std::uint32_t> extents) {
     if (extents.size() != 4) return inside;
     const auto width = static_cast<std::uint64_t>(inside.width);
     const auto height = static_cast<std::uint64_t>(inside.height);

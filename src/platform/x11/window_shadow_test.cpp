@@ -8,14 +8,14 @@
 namespace lumivastor::x11 {
 namespace {
 
-constexpr platform::PixelRect kInside{100, 50, 400, 300};
+constexpr PixelRect kInside{100, 50, 400, 300};
 
-platform::PixelRect without(const std::vector<std::uint32_t>& extents) {
+PixelRect without(const std::vector<std::uint32_t>& extents) {
     return withoutShadow(kInside, extents);
 }
 
 TEST(WindowShadow, IsTakenOffEachSide) {
-    EXPECT_EQ(without({10, 20, 5, 15}), (platform::PixelRect{110, 55, 370, 280}));
+    EXPECT_EQ(without({10, 20, 5, 15}), (PixelRect{110, 55, 370, 280}));
     EXPECT_EQ(without({0, 0, 0, 0}), kInside);
 }
 

@@ -100,7 +100,7 @@ void WindowSource::handleEvent(const XEvent& event) {
     }
 }
 
-void WindowSource::update(platform::DamageArea& damage) {
+void WindowSource::update(imaging::DamageArea& damage) {
     readEvents();
     if (ended_) return;
     if (placeChanged_) {
@@ -109,8 +109,8 @@ void WindowSource::update(platform::DamageArea& damage) {
         if (pixmap_ != 0) damage.add({0, 0, size_.width, size_.height});
     }
     if (!damage_.isNotified()) return;
-    for (const platform::PixelRect& rect : damage_.collect()) {
-        const platform::PixelRect painted = platform::intersection(rect.movedBy(inside_.x, inside_.y), content_);
+    for (const PixelRect& rect : damage_.collect()) {
+        const PixelRect painted = intersection(rect.movedBy(inside_.x, inside_.y), content_);
         if (!painted.isEmpty()) damage.add(painted.movedBy(-content_.x, -content_.y));
     }
 }
@@ -138,12 +138,12 @@ void WindowSource::dropPixmap() {
     if (pixmap_ != 0) xcb_free_pixmap(connection_, std::exchange(pixmap_, 0));
 }
 
-bool WindowSource::paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
-    const platform::PixelRect filled{0, 0, content_.width, content_.height};
+bool WindowSource::paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) {
+    const PixelRect filled{0, 0, content_.width, content_.height};
     std::vector<XImageReader::Piece> pieces;
-    for (const platform::PixelRect& rect : damage.rects()) {
+    for (const PixelRect& rect : damage.rects()) {
         if (!filled.contains(rect)) platform::fillBlack(picture, rect);
-        const platform::PixelRect seen = platform::intersection(rect, filled);
+        const PixelRect seen = intersection(rect, filled);
         if (!seen.isEmpty()) pieces.push_back({seen.movedBy(content_.x, content_.y), seen.x, seen.y});
     }
     return reader_.read(pixmap_, pieces, picture);

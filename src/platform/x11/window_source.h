@@ -29,12 +29,12 @@ class WindowSource : public platform::PictureSource {
     WindowSource(const WindowSource&) = delete;
     WindowSource& operator=(const WindowSource&) = delete;
 
-    void update(platform::DamageArea& damage) override;
+    void update(imaging::DamageArea& damage) override;
     bool isHidden() const override { return pixmap_ == 0; }
     std::optional<std::string> ended() const override { return ended_; }
     std::optional<Point> takeOrigin() override { return std::nullopt; }
     std::optional<std::string> takeNotice() override { return std::nullopt; }
-    bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
+    bool paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override;
 
   private:
     void watchAncestors();
@@ -50,8 +50,8 @@ class WindowSource : public platform::PictureSource {
     XImageReader reader_;
     std::vector<std::uint32_t> ancestors_;  // between the window and the desktop
     std::uint32_t pixmap_ = 0;              // 0 while the window is not on the screen
-    platform::PixelRect content_;           // of the pixmap: what the picture shows, at most its size
-    platform::PixelRect inside_;            // of the pixmap: without the border
+    PixelRect content_;                     // of the pixmap: what the picture shows, at most its size
+    PixelRect inside_;                      // of the pixmap: without the border
     bool placeChanged_ = true;
     std::optional<std::string> ended_;
 };

@@ -6,7 +6,7 @@
 namespace lumivastor::x11 {
 namespace {
 
-constexpr platform::PixelRect kArea{0, 0, 1000, 800};
+constexpr PixelRect kArea{0, 0, 1000, 800};
 
 std::vector<std::uint32_t> idsAtExcluded(const std::vector<StackedWindow>& stack) {
     std::vector<std::uint32_t> ids;
@@ -17,9 +17,9 @@ std::vector<std::uint32_t> idsAtExcluded(const std::vector<StackedWindow>& stack
 TEST(WindowStack, FindsWhatExcludedWindowsCover) {
     const std::vector<StackedWindow> stack{
         {1, {0, 0, 500, 500}}, {2, {900, 700, 300, 300}, 0, 0, true}, {3, {-10, -10, 5, 5}, 0, 0, true}};
-    const platform::DamageArea parts = excludedParts(stack, kArea);
+    const imaging::DamageArea parts = excludedParts(stack, kArea);
     ASSERT_EQ(parts.rects().size(), 1U);
-    EXPECT_EQ(parts.rects()[0], (platform::PixelRect{900, 700, 100, 100}));
+    EXPECT_EQ(parts.rects()[0], (PixelRect{900, 700, 100, 100}));
 }
 
 TEST(WindowStack, OnlyWindowsThatTouchAnExcludedOneAreNeeded) {

@@ -49,7 +49,7 @@ class ConnectedSource final : public platform::PictureSource {
     ConnectedSource(const ConnectedSource&) = delete;
     ConnectedSource& operator=(const ConnectedSource&) = delete;
 
-    void update(platform::DamageArea& damage) override {
+    void update(imaging::DamageArea& damage) override {
         const BrokenPipeGuard guard;
         source_->update(damage);
     }
@@ -60,7 +60,7 @@ class ConnectedSource final : public platform::PictureSource {
     }
     std::optional<Point> takeOrigin() override { return source_->takeOrigin(); }
     std::optional<std::string> takeNotice() override { return source_->takeNotice(); }
-    bool paint(const platform::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override {
+    bool paint(imaging::DamageArea& damage, imaging::BgraPremultipliedBuffer& picture) override {
         const BrokenPipeGuard guard;
         return source_->paint(damage, picture);
     }

@@ -12,6 +12,7 @@
 
 #include "base/log.h"
 #include "base/recorder_error.h"
+#include "platform/x11/global_shortcut.h"
 #include "platform/x11/monitors.h"
 #include "platform/x11/window_list.h"
 #include "platform/x11/x11_capture_stream.h"
@@ -122,6 +123,14 @@ class X11Desktop : public platform::Desktop {
         if (!pixels) return std::nullopt;
         return space.rectFromPixels({static_cast<double>(pixels->x), static_cast<double>(pixels->y),
                                      static_cast<double>(pixels->width), static_cast<double>(pixels->height)});
+    }
+
+    // Xwayland hears keys only while one of its own windows has the focus.
+    bool offersShortcuts() override { return !isXwayland_; }
+
+    std::unique_ptr<platform::GlobalShortcut> grabShortcut(const platform::ShortcutRequest& request,
+                                                           std::function<void()> pressed, std::stop_token) override {
+        return grabX11Shortcut(request.keys, std::move(pressed), displayName_);
     }
 
   private:

@@ -18,12 +18,12 @@ XDamage::~XDamage() {
     xcb_xfixes_destroy_region(connection_, region_);
 }
 
-std::vector<platform::PixelRect> XDamage::collect() {
+std::vector<PixelRect> XDamage::collect() {
     isNotified_ = false;
     xcb_damage_subtract(connection_, damage_, XCB_NONE, region_);
     const auto reply =
         xReply(connection_, xcb_xfixes_fetch_region_reply, xcb_xfixes_fetch_region(connection_, region_));
-    std::vector<platform::PixelRect> rects;
+    std::vector<PixelRect> rects;
     if (!reply) return rects;
     const auto* first = xcb_xfixes_fetch_region_rectangles(reply.get());
     const int count = xcb_xfixes_fetch_region_rectangles_length(reply.get());

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/pictures/pixel_rect.h"
+#include "base/pixel_rect.h"
 #include "platform/x11/x_connection.h"
 
 namespace lumivastor::x11 {
@@ -23,7 +23,7 @@ class XDamage {
     void notify() { isNotified_ = true; }
     bool isNotified() const { return isNotified_; }
     /// What was painted since the last call, in the window's pixels.
-    std::vector<platform::PixelRect> collect();
+    std::vector<PixelRect> collect();
 
   private:
     const XConnection& connection_;

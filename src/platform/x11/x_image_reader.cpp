@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t kAllPlanes = ~0U;
 
-std::size_t bytesOf(const platform::PixelRect& rect) {
+std::size_t bytesOf(const PixelRect& rect) {
     return static_cast<std::size_t>(rect.area()) * 4;
 }
 
@@ -26,8 +26,8 @@ void place(const std::uint8_t* pixels, const XImageReader::Piece& piece, imaging
     }
 }
 
-xcb_shm_get_image_cookie_t askShared(const XConnection& connection, std::uint32_t drawable,
-                                     const platform::PixelRect& from, std::uint32_t segment, std::size_t offset) {
+xcb_shm_get_image_cookie_t askShared(const XConnection& connection, std::uint32_t drawable, const PixelRect& from,
+                                     std::uint32_t segment, std::size_t offset) {
     return xcb_shm_get_image(connection, drawable, static_cast<std::int16_t>(from.x), static_cast<std::int16_t>(from.y),
                              static_cast<std::uint16_t>(from.width), static_cast<std::uint16_t>(from.height),
                              kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment, static_cast<std::uint32_t>(offset));
@@ -99,7 +99,7 @@ bool XImageReader::readShared(std::uint32_t drawable, std::span<const Piece> pie
 }
 
 bool XImageReader::readPlain(std::uint32_t drawable, const Piece& piece, imaging::BgraPremultipliedBuffer& picture) {
-    const platform::PixelRect& from = piece.from;
+    const PixelRect& from = piece.from;
     const auto reply =
         xReply(connection_, xcb_get_image_reply,
                xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, static_cast<std::int16_t>(from.x),

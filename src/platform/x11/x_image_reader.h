@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "base/pixel_rect.h"
 #include "imaging/pixel_buffer.h"
-#include "platform/pictures/pixel_rect.h"
 #include "platform/x11/x_connection.h"
 
 namespace lumivastor::x11 {
@@ -18,7 +18,7 @@ class XImageReader {
   public:
     /// A rectangle of a window or pixmap, and the position of its corner in the picture.
     struct Piece {
-        platform::PixelRect from;
+        PixelRect from;
         int toX = 0;
         int toY = 0;
     };
