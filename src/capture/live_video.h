@@ -26,6 +26,9 @@ bool canAddVideo(const media::VideoSettings& settings);
 
 /// The settings of a live movie's track, except the encoder.
 media::VideoSettings liveVideoSettings(int width, int height, int fps, std::int64_t bitRate);
+/// The same for a movie of the screen, where mostly little changes: region pictures take it from libx264. Not for
+/// cameras, whose noise changes everything.
+media::VideoSettings screenVideoSettings(int width, int height, int fps, std::int64_t bitRate);
 
 /// Pictures of live movies have times of the host clock. Microseconds would make the movie's tick counts needlessly
 /// large; this clock is exact for 60 and 30 pictures a second and for the timescale 600, and off by 8 microseconds at

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "media/region/region_video_encoder.h"
+
 namespace lumivastor::capture {
 namespace {
 
@@ -26,6 +28,20 @@ TEST(LiveVideoSettings, HaveAKeyPictureEveryTwoSecondsOfMotionAndEveryTenAtRest)
     EXPECT_TRUE(canAddVideo(settings));
     EXPECT_FALSE(canAddVideo(liveVideoSettings(20000, 720, 30, 1)));
     EXPECT_FALSE(canAddVideo(liveVideoSettings(1280, 0, 30, 1)));
+}
+
+TEST(LiveVideoSettings, OfAScreenLetSmallChangesBeRegionPictures) {
+    media::VideoSettings settings = screenVideoSettings(320, 240, 30, 5'000'000);
+    media::EncodingJob job = screenEncodingJob({320, 240}, 30);
+    const auto slow = [](const media::EncoderCandidate&, const media::EncodingJob&) {
+        return media::EncoderTrial{true, 1};
+    };
+    media::decideRecordingEncoder(job, {}, slow).applyTo(settings);
+    const auto encoder = media::makePictureEncoder(settings);
+    const auto* const region = dynamic_cast<const media::RegionVideoEncoder*>(encoder.get());
+    ASSERT_NE(region, nullptr);
+    EXPECT_EQ(region->obstacle(), "");
+    EXPECT_FALSE(liveVideoSettings(320, 240, 30, 5'000'000).make) << "a camera's noise changes everything";
 }
 
 }  // namespace

@@ -3,6 +3,20 @@
 
 namespace lumivastor::capture {
 
+std::optional<model::KnownPointer> knownPointer(platform::PointerKnowledge knowledge) {
+    switch (knowledge) {
+        case platform::PointerKnowledge::complete:
+            return std::nullopt;
+        case platform::PointerKnowledge::positions:
+            return model::KnownPointer::positions;
+        case platform::PointerKnowledge::embedded:
+            return model::KnownPointer::embedded;
+        case platform::PointerKnowledge::none:
+            break;
+    }
+    return model::KnownPointer::none;
+}
+
 model::CaptureInfo plannedInfo(const CapturePlan& plan, const CaptureOptions& options) {
     model::CaptureInfo info;
     info.displayID = plan.displayID;

@@ -29,6 +29,11 @@ std::filesystem::path homeFolder() {
     return "/";
 }
 
+std::filesystem::path cacheFolder() {
+    const std::string cache = environmentVariable("XDG_CACHE_HOME");
+    return (cache.starts_with('/') ? std::filesystem::path(cache) : homeFolder() / ".cache") / "lumivastor";
+}
+
 }  // namespace
 
 std::filesystem::path recordingsRoot() {
@@ -36,12 +41,14 @@ std::filesystem::path recordingsRoot() {
 }
 
 std::filesystem::path encoderMemoryFile() {
-    const std::string cache = environmentVariable("XDG_CACHE_HOME");
-    const std::filesystem::path folder =
-        (cache.starts_with('/') ? std::filesystem::path(cache) : homeFolder() / ".cache") / "lumivastor";
+    const std::filesystem::path folder = cacheFolder();
     std::error_code ignored;  // without the folder nothing is remembered
     std::filesystem::create_directories(folder, ignored);
     return folder / "encoders.txt";
+}
+
+std::filesystem::path overviewCacheFolder() {
+    return cacheFolder() / "overview";
 }
 
 void createRecordingFolder(const std::filesystem::path& folder) {

@@ -13,6 +13,9 @@ std::filesystem::path recordingsRoot();
 /// ignored.
 std::filesystem::path encoderMemoryFile();
 
+/// The folder that keeps overviews of recordings, in the user's cache folder. Does not create it.
+std::filesystem::path overviewCacheFolder();
+
 /// Creates the folder of a recording, accessible to the user alone, and missing folders above it. Leaves an existing
 /// folder unchanged. Throws `RecorderError`.
 void createRecordingFolder(const std::filesystem::path& folder);

@@ -5,6 +5,9 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
 
 #include "base/recorder_error.h"
 #include "support/folder_listing.h"
@@ -17,6 +20,21 @@ TEST(RecordingsRoot, LiesInTheHomeFolder) {
     const char* home = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe): no other thread is running
     EXPECT_EQ(recordingsRoot(), std::filesystem::path(home) / "Movies/LumiVastor");
 }
+
+// NOLINTBEGIN(concurrency-mt-unsafe): no other thread is running
+TEST(OverviewCacheFolder, LiesInTheUsersCacheFolder) {
+    const char* const set = std::getenv("XDG_CACHE_HOME");
+    const std::optional<std::string> before = set != nullptr ? std::optional<std::string>(set) : std::nullopt;
+    ::setenv("XDG_CACHE_HOME", "/somewhere", 1);
+    EXPECT_EQ(overviewCacheFolder(), "/somewhere/lumivastor/overview");
+    const std::filesystem::path usual = std::filesystem::path(std::getenv("HOME")) / ".cache/lumivastor/overview";
+    ::setenv("XDG_CACHE_HOME", "not/absolute", 1);
+    EXPECT_EQ(overviewCacheFolder(), usual);
+    ::unsetenv("XDG_CACHE_HOME");
+    EXPECT_EQ(overviewCacheFolder(), usual);
+    if (before) ::setenv("XDG_CACHE_HOME", before->c_str(), 1);
+}
+// NOLINTEND(concurrency-mt-unsafe)
 
 TEST(RecordingFolders, AreNamedByLocalTime) {
     const TemporaryFolder root;

@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/content_picker.h"
 #include "platform/shareable_content.h"
 
-// The sources that a user can choose to record, and their titles. Pure functions.
+// The sources that a user can choose to record, their titles, and what will not be known. Pure functions.
 
 namespace lumivastor::capture {
 

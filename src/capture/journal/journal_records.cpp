@@ -247,6 +247,8 @@ bool readRecord(std::string_view kind, Words& words, JournalContent& content) {
         content.session = {words.number(), words.number()};
     } else if (kind == "webcam") {
         content.webcamFirstPicture = words.number();
+    } else if (kind == "pointer") {
+        content.info.pointerKnown = words.enumeration<model::KnownPointer>();
     } else if (kind == "e") {
         readEvent(words, content);
     } else if (kind == "shape") {
@@ -319,6 +321,10 @@ std::string session(double t0Host, double t0Media) {
 
 std::string webcam(double firstPicture) {
     return Line("webcam").number(firstPicture).finished();
+}
+
+std::string pointer(model::KnownPointer known) {
+    return Line("pointer").word(nameOf(known)).finished();
 }
 
 std::string event(const RawEvent& event) {

@@ -37,6 +37,7 @@ std::string header();
 std::string start(const model::CaptureInfo& info, const model::Geometry& geometry);
 std::string session(double t0Host, double t0Media);
 std::string webcam(double firstPicture);
+std::string pointer(model::KnownPointer known);
 std::string event(const RawEvent& event);
 std::string shape(const model::CursorImage& image);
 std::string cursorChange(const RawCursorChange& change);
@@ -47,7 +48,7 @@ std::string counts(const JournalCounts& counts);
 
 /// The parsed content of a journal.
 struct JournalContent {
-    model::CaptureInfo info;  // the part that `start` recorded
+    model::CaptureInfo info;  // the part that `start` and `pointer` recorded
     model::Geometry geometry;
     struct Session {
         double t0Host = 0;

@@ -29,6 +29,7 @@ JournalContent written() {
     info.pixelHeight = 750;
     info.fps = 30;
     info.systemAudio = true;
+    info.pointerKnown = model::KnownPointer::positions;
     info.windowTitle = "Größe – 100 % \n\t\x7f\"x\" ";
     content.geometry.displayBounds = {-1, 2, 3, 4};
     content.geometry.contentRect = {0, 0, 800, 600.5};
@@ -58,6 +59,7 @@ std::vector<std::string> linesOf(const JournalContent& content) {
     for (const auto& each : content.pointer.cursorChanges) lines.push_back(journalLine::cursorChange(each));
     for (const auto& each : content.windowTrack) lines.push_back(journalLine::window(each));
     for (const auto& each : content.displayTrack) lines.push_back(journalLine::display(each));
+    lines.push_back(journalLine::pointer(*content.info.pointerKnown));
     lines.push_back(journalLine::counts({0, 0, 1}));
     lines.push_back(journalLine::counts(content.counts));
     return lines;

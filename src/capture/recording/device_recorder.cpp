@@ -252,6 +252,10 @@ RecordingJob::Stats DeviceRecorder::snapshot() const {
 
 void DeviceRecorder::stop(StopCompletion completion) {
     if (!run_.beginStop()) return;
+    if (!running_) {
+        run_.finishNothing(std::move(completion));
+        return;
+    }
     run_.finish([this] { return finish(); },
                 [this](const RecorderError& reason) { return files_.unfinished(reason, spaceNeed()); },
                 std::move(completion));

@@ -232,7 +232,18 @@ TEST_F(DeviceRecorders, WhatABackgroundStartThrowsIsAnErrorForTheOwner) {
     services_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice { throw std::bad_alloc(); };
     make();
     EXPECT_EQ(backgroundStartError(), "Der Arbeitsspeicher reicht nicht.");
-    EXPECT_NE(errorOf(stopped()), "no error");
+}
+
+TEST_F(DeviceRecorders, StoppingWhatDidNotStartIsAnError) {
+    make();
+    EXPECT_EQ(errorOf(stopped()), "Es lief keine Aufnahme.");
+    device_->failOpens("Das Gerät ist belegt.");
+    make();
+    EXPECT_EQ(backgroundStartError(), "Das Gerät ist belegt.");
+    EXPECT_EQ(errorOf(stopped()), "Es lief keine Aufnahme.");
+    EXPECT_THROW(make().start(), RecorderError);
+    EXPECT_EQ(errorOf(stopped()), "Es lief keine Aufnahme.");
+    EXPECT_FALSE(std::filesystem::exists(folder_));
 }
 
 TEST_F(DeviceRecorders, WhatAPictureThrowsIsAnErrorForTheOwner) {

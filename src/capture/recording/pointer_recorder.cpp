@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/pointer_recorder.h"
 
-#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -12,6 +11,7 @@
 #include "base/system_error_text.h"
 #include "capture/journal/journal.h"
 #include "capture/journal/journal_records.h"
+#include "capture/planned_info.h"
 #include "capture/pointer/cursor_shapes.h"
 #include "capture/pointer/pointer_conversion.h"
 #include "imaging/png_file.h"
@@ -67,8 +67,12 @@ void PointerRecorder::start(const platform::PointSpace& space, Journal* journal)
     monitor_ = services_.desktop.monitorPointer(
         space, [this](const platform::PointerEvent& event) { record(rawEvent(event)); });
     if (!monitor_) Log::write("Pointer", "Globaler Monitor konnte nicht angelegt werden");
-    const Point location = services_.desktop.pointerLocation(space).value_or(Point{space.origin});
-    record({services_.hostClock(), location, model::PointerKind::move, {}, {}, {}});
+    known_ = knownPointer(services_.desktop.pointerKnowledge());
+    if (known_ && journal_ != nullptr) journal_->append(journalLine::pointer(*known_));
+    if (!known_ || known_ == model::KnownPointer::positions) {
+        const Point location = services_.desktop.pointerLocation(space).value_or(Point{space.origin});
+        record({services_.hostClock(), location, model::PointerKind::move, {}, {}, {}});
+    }
     sampleCursor();
     cursorTimer_ = services_.mainLoop.every(cursorPollInterval, [this] { sampleCursor(); });
     Log::write("Pointer", "Aufzeichnung gestartet");
@@ -167,12 +171,8 @@ void PointerRecorder::writePicture(const std::string& id, const imaging::BgraPre
         writeCursor(folder_, id, picture);
     } catch (const RecorderError& error) {
         Log::write("Pointer", error.message());
-        imaging::BgraPremultipliedBuffer copy(picture.width(), picture.height());
-        for (int y = 0; y < copy.height(); ++y) {
-            std::copy_n(picture.row(y), static_cast<std::size_t>(copy.width()) * 4, copy.row(y));
-        }
         const std::lock_guard hold(lock_);
-        unwrittenPictures_[id] = std::move(copy);
+        unwrittenPictures_[id] = picture.copy();
     }
 }
 

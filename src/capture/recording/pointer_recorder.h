@@ -13,6 +13,7 @@
 #include "capture/capture_services.h"
 #include "capture/pointer/pointer_records.h"
 #include "model/capture_geometry.h"
+#include "model/capture_info.h"
 
 namespace lumivastor::capture {
 
@@ -44,6 +45,9 @@ class PointerRecorder {
     std::int64_t save(const std::filesystem::path& folder, double t0, const model::Geometry& geometry,
                       const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
 
+    /// What is known of the pointer; nullopt when everything is. Any thread, after `start`.
+    std::optional<model::KnownPointer> known() const { return known_; }
+
     /// Raw events so far. Any thread.
     std::int64_t eventCount() const;
     /// Polls that found no cursor, without those that the desktop did not answer. Any thread.
@@ -57,7 +61,9 @@ class PointerRecorder {
 
     const CaptureServices services_;
     const std::filesystem::path folder_;
-    Journal* journal_ = nullptr;  // set once by `start`, before other threads use it
+    // Set once by `start`, before other threads use them.
+    Journal* journal_ = nullptr;
+    std::optional<model::KnownPointer> known_;
 
     mutable std::mutex lock_;
     // All of these are guarded by lock_.

@@ -96,7 +96,7 @@ void Recorder::openMovie() {
     const int height = plan_->height();
     const media::EncodingJob job = screenEncodingJob({width, height}, options_.fps);
     SourceMovie::Tracks tracks;
-    tracks.video = liveVideoSettings(width, height, options_.fps, job.averageBitRate);
+    tracks.video = screenVideoSettings(width, height, options_.fps, job.averageBitRate);
     if (!canAddVideo(tracks.video)) throw RecorderError("Videospur konnte nicht angelegt werden.");
     run_.nowDoing("Suche einen passenden Encoder …");
     const media::EncoderChoice choice = services_.chooseEncoder(job);
@@ -217,6 +217,7 @@ bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
 }
 
 void Recorder::handleScreen(const platform::ScreenSample& sample) {
+    const std::uint64_t number = sample.image ? damage_.delivered(sample.damage) : 0;
     if (!std::isfinite(sample.hostSeconds)) return;
     const MediaTime time = hostTime(sample.hostSeconds);
     appendWaiting(time);
@@ -227,15 +228,15 @@ void Recorder::handleScreen(const platform::ScreenSample& sample) {
     if (!beginSessionIfNeeded(time)) return;
     const RecordingProgress progress = movie_.progress();
     if (progress.isBeforeSession(time)) {
-        waiting_.keepForStart(sample.image, hostTime(progress.t0Host));
+        waiting_.keepForStart(sample.image, hostTime(progress.t0Host), number);
         return;
     }
     if (!movie_.video().isReadyForMoreMediaData()) {
-        movie_.picturesDropped(waiting_.keep(sample.image, time));
+        movie_.picturesDropped(waiting_.keep(sample.image, time, number));
         return;
     }
     movie_.picturesDropped(waiting_.giveUp());
-    append({sample.image, time});
+    append({sample.image, time, number});
 }
 
 // On every sample, also idle ones, which a still screen delivers at each tick.
@@ -267,9 +268,15 @@ void Recorder::append(const WaitingPicture::Picture& picture) {
     const bool isRepeat = picture.image == lastPicture_;
     lastPicture_ = picture.image;
     media::VideoWriterInput& video = movie_.video();
-    const bool isTaken =
-        isRepeat ? video.appendRepeat(picture.time)
-                 : video.append(fittedPicture(picture.image, plan_->width(), plan_->height()), picture.time);
+    imaging::KnownDamage damage = damage_.appended(picture.number);
+    bool isTaken = false;
+    if (isRepeat) {
+        isTaken = video.appendRepeat(picture.time);
+    } else {
+        auto fitted = fittedPicture(picture.image, plan_->width(), plan_->height());
+        if (fitted != picture.image) damage.reset();
+        isTaken = video.append(std::move(fitted), picture.time, std::move(damage));
+    }
     if (!isTaken) {
         const RecorderError error = movie_.refusal();
         Log::write("Capture", "Videobild abgelehnt: " + error.message());
@@ -314,8 +321,7 @@ void Recorder::stop(StopCompletion completion) {
     if (!run_.beginStop()) return;
     if (!abandoned_) pointer_->stop();
     if (!stream_) {
-        services_.mainLoop.async(
-            [completion = std::move(completion)] { completion(RecorderError("Es lief keine Aufnahme.")); });
+        run_.finishNothing(std::move(completion));
         return;
     }
     if (windowTracker_) windowTracker_->stop();
@@ -371,7 +377,9 @@ RecordingJob::Stats Recorder::finish() {
     outcome.counts = counts();
     outcome.pointerEvents =
         pointer_->save(files_.folder(), progress.t0Host, plan_->geometry, windowTrack, displayTrack);
-    files_.complete(plannedInfo(*plan_, options_), outcome);
+    model::CaptureInfo info = plannedInfo(*plan_, options_);
+    info.pointerKnown = pointer_->known();
+    files_.complete(info, outcome);
     const Stats stats{outcome.duration, outcome.framesWritten, outcome.counts.framesSkippedIdle,
                       outcome.counts.framesDropped, outcome.pointerEvents};
     Log::write("Capture", formatted("fertig: %.1f s, %lld Bilder, %lld leer, %lld verworfen, %lld Zeigerereignisse",

@@ -13,6 +13,7 @@
 #include "base/serial_queue.h"
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
+#include "capture/recording/appended_damage.h"
 #include "capture/recording/pointer_recorder.h"
 #include "capture/recording/recorder_notifier.h"
 #include "capture/recording/recorder_run.h"
@@ -100,6 +101,7 @@ class Recorder final : public RecordingJob {
     SourceMovie movie_;
     WaitingPicture::Image lastPicture_;  // the video queue's
     WaitingPicture waiting_;             // the video queue's
+    AppendedDamage damage_;              // the video queue's
     std::unique_ptr<platform::CaptureStream> stream_;
 
     // The queues end before what their work uses.

@@ -131,4 +131,8 @@ void RecorderRun::finish(std::function<RecordingJob::Stats()> work,
     });
 }
 
+void RecorderRun::finishNothing(RecordingJob::StopCompletion completion) {
+    mainLoop_.async([completion = std::move(completion)] { completion(RecorderError("Es lief keine Aufnahme.")); });
+}
+
 }  // namespace lumivastor::capture

@@ -60,6 +60,8 @@ class RecorderRun {
     /// Runs `work` on the queue and passes its result to the completion; an error passes through `explain` first.
     void finish(std::function<RecordingJob::Stats()> work, std::function<RecorderError(const RecorderError&)> explain,
                 RecordingJob::StopCompletion completion);
+    /// Instead of `finish`, for a recording that never started or whose start failed.
+    void finishNothing(RecordingJob::StopCompletion completion);
 
     /// Reports nothing from now on, and waits for the work on the queue.
     void end();

@@ -50,12 +50,34 @@ TEST_F(Recorders, ADisplayBecomesAMovieAndItsDocuments) {
     EXPECT_FALSE(info.webcamFile.has_value());
     EXPECT_FALSE(info.webcamOffset.has_value());
     EXPECT_FALSE(info.windowTitle.has_value());
+    EXPECT_FALSE(info.pointerKnown.has_value());
 
     const model::PointerTrack track = model::PointerTrack::load(folder_);
     EXPECT_EQ(track.events.at(0).px, 30);
     EXPECT_EQ(track.cursorImages.at(0).id, "c0");
     EXPECT_FALSE(track.windowFrames.has_value());
     EXPECT_FALSE(exists("journal"));
+}
+
+TEST_F(Recorders, TheDocumentSaysWhatIsNotKnownOfThePointer) {
+    desktop_.setPointerKnowledge(platform::PointerKnowledge::positions);
+    desktop_.setPointerLocation(Point{30, 40});
+    start();
+    record(1, 320, 240);
+    stopped();
+    const model::CaptureInfo info = model::CaptureInfo::load(folder_);
+    EXPECT_EQ(info.pointerKnown, model::KnownPointer::positions);
+    EXPECT_EQ(info.pointerEvents, 1);
+}
+
+TEST_F(Recorders, WithoutPositionsNoneIsWritten) {
+    desktop_.setPointerKnowledge(platform::PointerKnowledge::embedded);
+    desktop_.setPointerCanBeWatched(false);
+    start();
+    record(1, 320, 240);
+    stopped();
+    EXPECT_EQ(model::CaptureInfo::load(folder_).pointerKnown, model::KnownPointer::embedded);
+    EXPECT_TRUE(model::PointerTrack::load(folder_).events.empty());
 }
 
 TEST_F(Recorders, StartsAndStopsItsPartsInOrder) {

@@ -19,17 +19,18 @@ class WaitingPicture {
     struct Picture {
         Image image;
         MediaTime time;
+        std::uint64_t number = 0;  // see `AppendedDamage`
     };
 
     /// Keeps a picture from before the session's start: the movie begins with the newest of them. A replaced one was
     /// never in the session, and is not counted.
-    void keepForStart(Image image, const MediaTime& sessionStart);
+    void keepForStart(Image image, const MediaTime& sessionStart, std::uint64_t number);
 
     /// Keeps a picture for which there is no room, without owning it: see `CaptureStream`, which keeps it alive while
     /// it is the newest. It therefore occupies none of the stream's buffers, and the stream goes on delivering. Returns
     /// how many pictures are lost by that. A repeat of the same picture is not a new one: the first time is kept, and
     /// the last is remembered, because it may determine the movie's length.
-    std::int64_t keep(const Image& image, const MediaTime& time);
+    std::int64_t keep(const Image& image, const MediaTime& time, std::uint64_t number);
 
     /// The next picture to append when the samples have reached `now` and there is room; call it until it returns
     /// nullopt: when nothing waits, it is not yet time, or the stream has taken a newer picture, which will arrive
@@ -48,6 +49,7 @@ class WaitingPicture {
 
     Image early_;                                                 // from before the session's start
     std::weak_ptr<const imaging::BgraPremultipliedBuffer> late_;  // while there was no room
+    std::uint64_t number_ = 0;                                    // of the one that waits
     std::optional<MediaTime> first_;                              // when it is shown first; nullopt once it is appended
     std::optional<MediaTime> again_;                              // when it was delivered last, if more than once
 };

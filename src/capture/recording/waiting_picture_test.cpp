@@ -17,7 +17,7 @@ TEST(WaitingPicture, IsGivenOnceWithItsOwnTime) {
     WaitingPicture waiting;
     EXPECT_TRUE(waiting.isEmpty());
     EXPECT_FALSE(waiting.next(hostTime(5)));
-    EXPECT_EQ(waiting.keep(one, hostTime(5)), 0);
+    EXPECT_EQ(waiting.keep(one, hostTime(5), 1), 0);
     EXPECT_FALSE(waiting.isEmpty());
     const auto given = waiting.next(hostTime(5.5));
     ASSERT_TRUE(given);
@@ -32,10 +32,10 @@ TEST(WaitingPicture, OnlyTheNewestWaitsAndTheOthersAreLost) {
     const auto one = image();
     const auto other = image();
     WaitingPicture waiting;
-    EXPECT_EQ(waiting.keep(one, hostTime(5)), 0);
-    EXPECT_EQ(waiting.keep(other, hostTime(6)), 1);
+    EXPECT_EQ(waiting.keep(one, hostTime(5), 1), 0);
+    EXPECT_EQ(waiting.keep(other, hostTime(6), 1), 1);
     EXPECT_EQ(waiting.next(hostTime(7))->image, other);
-    EXPECT_EQ(waiting.keep(one, hostTime(8)), 0);
+    EXPECT_EQ(waiting.keep(one, hostTime(8), 1), 0);
     EXPECT_EQ(waiting.giveUp(), 1);
     EXPECT_TRUE(waiting.isEmpty());
 }
@@ -44,19 +44,19 @@ TEST(WaitingPicture, IsNotKeptFromTheStream) {
     auto one = image();
     const auto other = image();
     WaitingPicture waiting;
-    waiting.keep(one, hostTime(5));
+    waiting.keep(one, hostTime(5), 1);
     one.reset();  // the stream has taken a newer one
     EXPECT_FALSE(waiting.next(hostTime(6)));
-    EXPECT_EQ(waiting.keep(other, hostTime(6)), 1) << "counted when the newer one comes";
+    EXPECT_EQ(waiting.keep(other, hostTime(6), 1), 1) << "counted when the newer one comes";
     EXPECT_EQ(waiting.next(hostTime(6))->image, other);
 }
 
 TEST(WaitingPicture, ShownOnceMoreIsGivenAtItsFirstAndItsLastTime) {
     const auto one = image();
     WaitingPicture waiting;
-    EXPECT_EQ(waiting.keep(one, hostTime(5)), 0);
-    EXPECT_EQ(waiting.keep(one, hostTime(6)), 0);
-    EXPECT_EQ(waiting.keep(one, hostTime(7)), 1) << "the showing at 6";
+    EXPECT_EQ(waiting.keep(one, hostTime(5), 1), 0);
+    EXPECT_EQ(waiting.keep(one, hostTime(6), 1), 0);
+    EXPECT_EQ(waiting.keep(one, hostTime(7), 1), 1) << "the showing at 6";
     EXPECT_EQ(waiting.lastTime(), hostTime(7));
     EXPECT_EQ(waiting.next(hostTime(8))->time, hostTime(5));
     const auto again = waiting.next(hostTime(8));
@@ -70,8 +70,8 @@ TEST(WaitingPicture, FromBeforeTheStartWaitsForItAndTheNewestWins) {
     auto one = image();
     const std::weak_ptr<const imaging::BgraPremultipliedBuffer> held = one;
     WaitingPicture waiting;
-    waiting.keepForStart(image(), hostTime(10));
-    waiting.keepForStart(std::move(one), hostTime(10));
+    waiting.keepForStart(image(), hostTime(10), 1);
+    waiting.keepForStart(std::move(one), hostTime(10), 1);
     EXPECT_FALSE(held.expired()) << "the stream may go on to newer pictures";
     EXPECT_FALSE(waiting.next(hostTime(9.99)));
     const auto given = waiting.next(hostTime(10));

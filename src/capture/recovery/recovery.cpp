@@ -72,7 +72,9 @@ std::optional<double> recoverWebcam(const std::filesystem::path& folder, const J
 JournalContent::Session sessionOf(const JournalContent& journal) {
     if (journal.session) return *journal.session;
     Log::write("Capture", "Journal ohne Zeitbasis: geschätzt");
-    const double start = journal.pointer.events.empty() ? 0 : journal.pointer.events.front().t;
+    double start = 0;
+    if (!journal.pointer.cursorChanges.empty()) start = journal.pointer.cursorChanges.front().t;
+    if (!journal.pointer.events.empty()) start = journal.pointer.events.front().t;
     return {start, start};
 }
 

@@ -94,6 +94,13 @@ TEST_F(Recoveries, GiveTheDocumentsThatAStopWouldHaveWritten) {
     EXPECT_FALSE(track.windowFrames.has_value());
 }
 
+TEST_F(Recoveries, KeepWhatIsKnownOfThePointer) {
+    desktop_.setPointerKnowledge(platform::PointerKnowledge::positions);
+    recordAndEnd();
+    recoverRecording(folder_);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).pointerKnown, model::KnownPointer::positions);
+}
+
 TEST_F(Recoveries, PositionsFollowADisplayThatMoved) {
     {
         Recorder recorder(services_, options_, folder_);
