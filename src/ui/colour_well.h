@@ -25,6 +25,8 @@ class ColourWell final : public QAbstractButton {
     /// Does not call `onChoose`.
     void setComponents(const Components& components);
 
+    /// Sets a colour as the user does.
+    void choose(const QColor& colour);
     /// The user has chosen another colour.
     std::function<void()> onChoose;
 

@@ -35,4 +35,8 @@ void revealInFileViewer(const std::filesystem::path& file) {
     });
 }
 
+void playFile(const std::filesystem::path& file) {
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(std::filesystem::absolute(file).string())));
+}
+
 }  // namespace lumivastor::ui

@@ -9,4 +9,7 @@ namespace lumivastor::ui {
 /// opens the folder. Returns at once. Main thread.
 void revealInFileViewer(const std::filesystem::path& file);
 
+/// Opens a file with the desktop's program for it. Returns at once. Main thread.
+void playFile(const std::filesystem::path& file);
+
 }  // namespace lumivastor::ui

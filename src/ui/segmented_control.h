@@ -12,7 +12,8 @@ class QButtonGroup;
 
 namespace lumivastor::ui {
 
-/// A row of segments of which one is selected. The up and down keys move the selection.
+/// A row of segments of which one is selected. The tabulator key goes to the selected one, the up and down keys move
+/// the selection.
 class SegmentedControl final : public QFrame {
   public:
     /// `accessibleName` names what the user chooses here.
@@ -28,7 +29,13 @@ class SegmentedControl final : public QFrame {
     /// The user has selected a segment.
     std::function<void()> onSelect;
 
+  protected:
+    /// Keys that the segments do not use.
+    void keyPressEvent(QKeyEvent* event) override;
+
   private:
+    void offerSelected();
+
     QButtonGroup* group_;
     std::vector<QAbstractButton*> segments_;
 };

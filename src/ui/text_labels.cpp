@@ -14,6 +14,7 @@ ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
 }
 
 void ElidedLabel::setFullText(const QString& text) {
+    if (text == this->text()) return;
     setText(text);
     updateToolTip();
 }

@@ -5,7 +5,9 @@
 #include <QFile>
 #include <QFontDatabase>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QPalette>
+#include <QScreen>
 #include <QStyleFactory>
 #include <QWidget>
 #include <algorithm>
@@ -20,6 +22,7 @@ namespace lumivastor::ui::theme {
 namespace {
 
 constexpr double kMinimumBody = 10;
+constexpr double kUsualDotsPerInch = 96;
 constexpr double kSmall = 0.9;
 constexpr double kLarge = 1.15;
 // Heights of the content of controls, in points.
@@ -64,6 +67,13 @@ TypeScale typeScale(const QFont& base) {
     return {body * kSmall, body, body * kLarge};
 }
 
+double typeFactor(const QFont& base) {
+    // Desktops enlarge type by its size or by the dots of an inch.
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const double dots = screen == nullptr ? kUsualDotsPerInch : screen->logicalDotsPerInchY();
+    return std::max(typeScale(base).body / kMinimumBody * dots / kUsualDotsPerInch, 1.0);
+}
+
 void apply(QApplication& application) {
     initResources();
     application.setStyle(QStyleFactory::create("Fusion"));
@@ -90,6 +100,7 @@ QString styleSheet(const QFont& base) {
         {"@segment-height", QString::number(std::max(kMinimumSegment, line + 1)) + "px"},
         {"@accent-hover", kAccent.lighter(112).name()},
         {"@accent-pressed", kAccent.darker(112).name()},
+        {"@accent-focus", kAccent.darker(118).name()},
         {"@accent", kAccent.name()},
         {"@on-accent", kOnAccent.name()},
         {"@window", kWindow.name()},
@@ -100,6 +111,7 @@ QString styleSheet(const QFont& base) {
         {"@control-pressed", kControlPressed.name()},
         {"@control", kControl.name()},
         {"@track", kTrack.name()},
+        {"@outline", kOutline.name()},
         {"@text", kText.name()},
         {"@second-text", kSecondText.name()},
         {"@disabled-text", kDisabledText.name()},

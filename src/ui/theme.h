@@ -24,13 +24,17 @@ inline constexpr QColor kControl = QColor(0x32, 0x34, 0x3B);
 inline constexpr QColor kControlHover = QColor(0x3C, 0x3E, 0x47);
 inline constexpr QColor kControlPressed = QColor(0x2B, 0x2C, 0x32);
 inline constexpr QColor kTrack = QColor(0x45, 0x47, 0x50);
+/// The outline of what is seen by its outline only: a box that is not checked, a text field, the selected segment.
+inline constexpr QColor kOutline = QColor(0x80, 0x82, 0x8B);
 inline constexpr QColor kText = QColor(0xF1, 0xF1, 0xF3);
 inline constexpr QColor kSecondText = QColor(0xA9, 0xAB, 0xB4);
-inline constexpr QColor kDisabledText = QColor(0x6C, 0x6E, 0x77);
+inline constexpr QColor kDisabledText = QColor(0x80, 0x82, 0x8B);
 /// Text on the accent colour.
 inline constexpr QColor kOnAccent = QColor(0x1E, 0x0D, 0x03);
 /// The ring around the widget that has the keyboard focus.
 inline constexpr QColor kFocus = QColor(0xFF, 0xB0, 0x85);
+/// The wider dark line under lines on pictures, which may have any colour.
+inline constexpr QColor kUnder = QColor(0, 0, 0, 205);
 
 // Spacing, in points; everything is a multiple of the smallest.
 inline constexpr int kTight = 4;
@@ -43,6 +47,10 @@ struct TypeScale {
     double small, body, large;
 };
 TypeScale typeScale(const QFont& base);
+
+/// How many times larger type is on the screen than the usual type, at least 1. What is laid down in points for the
+/// usual type grows with it.
+double typeFactor(const QFont& base);
 
 /// Sets the colours and the style of all windows.
 void apply(QApplication& application);
