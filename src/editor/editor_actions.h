@@ -14,6 +14,7 @@ struct EditorActions {
     std::function<void(double seconds)> scrub;
     std::function<void()> setTrimStart, setTrimEnd, resetTrim;
     std::function<void()> markCutStart, addCut, removeLastCut;
+    std::function<void()> showIdleProposals;
     std::function<void(int index)> selectZoom;
     std::function<void()> showZoom, addZoom, deleteZoom, resetZooms;
     /// The zoom slider among the tools was moved.

@@ -118,6 +118,13 @@ void Card::addRow(const QString& caption, QWidget* control, QLabel* value) {
     if (value) rows_->addWidget(value, row, 2);
 }
 
+void Card::addNote(const QString& name, const QString& text) {
+    auto* label = secondLabel(text);
+    label->setObjectName(name);
+    label->setWordWrap(true);
+    rows_->addWidget(label, rows_->rowCount(), 0, 1, 3);
+}
+
 QFrame* separator() {
     auto* line = new QFrame;
     line->setProperty("role", "line");

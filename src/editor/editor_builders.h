@@ -83,6 +83,9 @@ class Card {
     /// If `value` is null, the control reaches to the end of the row.
     void addRow(const QString& caption, QWidget* control, QLabel* value = nullptr);
 
+    /// A sentence over the whole width, on as many lines as it needs.
+    void addNote(const QString& name, const QString& text);
+
     QFrame* frame() const { return frame_; }
 
   private:

@@ -14,6 +14,7 @@
 
 #include "editor/session/control_table.h"
 #include "editor/session/labels.h"
+#include "ui/flow_layout.h"
 #include "ui/icons.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
@@ -23,15 +24,17 @@ namespace lumivastor::editor {
 
 namespace {
 
-// A row of tools: its controls from the left, its label to the end.
-QHBoxLayout* toolRow(std::initializer_list<QWidget*> controls, QWidget* label) {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(ui::theme::kTight + 1);
+// A row of tools: its controls from the left, and what fills the row. With large type it has more lines.
+QLayout* toolRow(std::initializer_list<QWidget*> controls, QWidget* filling, int least) {
+    auto* row = new ui::FlowLayout(ui::theme::kTight + 1);
     for (QWidget* control : controls) row->addWidget(control);
-    if (label == nullptr) return row;
-    row->addSpacing(ui::theme::kNear);
-    row->addWidget(label, 1);
+    row->addFilling(filling, least);
     return row;
+}
+
+// Shorter, the label of a row's state goes to a line of its own. Longer texts end in dots.
+int leastLabel() {
+    return ui::theme::smallTextWidth("Bereich: 0.000 – 0.000 s");
 }
 
 ui::ElidedLabel* stateLabel(const char* name) {
@@ -42,18 +45,20 @@ ui::ElidedLabel* stateLabel(const char* name) {
     return label;
 }
 
-// A row with its heading before it, a note below the heading, and a line above.
-void addTools(QGridLayout& grid, const QString& title, QLayout* tools, QLabel* note = nullptr) {
+// A row with its heading before it, a note below the heading, and a line above. Returns the heading.
+QLabel* addTools(QGridLayout& grid, const QString& title, QLayout* tools, QLabel* note = nullptr) {
     auto* heading = new QVBoxLayout;
     heading->setSpacing(0);
     heading->addStretch(1);
-    heading->addWidget(toolHeading(title));
+    auto* label = toolHeading(title);
+    heading->addWidget(label);
     if (note != nullptr) heading->addWidget(note);
     heading->addStretch(1);
     const int line = grid.count() == 0 ? -1 : grid.rowCount();
     grid.addLayout(heading, line + 1, 0);
     grid.addLayout(tools, line + 1, 1);
     if (line >= 0) grid.addWidget(separator(), line, 0, 1, 2);
+    return label;
 }
 
 }  // namespace
@@ -61,9 +66,10 @@ void addTools(QGridLayout& grid, const QString& title, QLayout* tools, QLabel* n
 EditorTools::EditorTools(const EditorActions& actions) : frame_(new QFrame), zoomModeLabel_(secondLabel()) {
     frame_->setProperty("role", "tools");
     auto* grid = new QGridLayout(frame_);
-    grid->setContentsMargins(ui::theme::kApart, ui::theme::kNear, ui::theme::kApart, ui::theme::kNear);
+    grid->setContentsMargins(ui::theme::kApart, ui::theme::kTight, ui::theme::kApart, ui::theme::kTight);
     grid->setHorizontalSpacing(ui::theme::kApart);
-    grid->setVerticalSpacing(ui::theme::kTight + 1);
+    // Close together: what they do not need belongs to the preview.
+    grid->setVerticalSpacing(ui::theme::kTight / 2);
     grid->setColumnStretch(1, 1);
 
     zoomModeLabel_->setObjectName("zoomModeLabel");
@@ -72,7 +78,8 @@ EditorTools::EditorTools(const EditorActions& actions) : frame_(new QFrame), zoo
 
     addTools(*grid, "TRIM", makeTrimTools(actions));
     addTools(*grid, "SCHNITT", makeCutTools(actions));
-    addTools(*grid, "ZOOMS", makeZoomTools(actions), zoomModeLabel_);
+    // Assistive programs find the name of a list in its label.
+    addTools(*grid, "ZOOMS", makeZoomTools(actions), zoomModeLabel_)->setBuddy(zoomPopup_);
     addTools(*grid, "VERPIXELN", makeMaskTools(actions));
     setMaskDrawing(false);
 }
@@ -87,7 +94,7 @@ QLayout* EditorTools::makeTrimTools(const EditorActions& actions) {
                      {"trimEndButton", "Ende = hier", "Das Video endet an der Abspielposition"}, actions.setTrimEnd),
          smallButton({}, "whole", {"trimResetButton", "Ganze Aufnahme", "Anfang und Ende zurücksetzen"},
                      actions.resetTrim)},
-        trimLabel_);
+        trimLabel_, leastLabel());
 }
 
 QLayout* EditorTools::makeCutTools(const EditorActions& actions) {
@@ -99,8 +106,11 @@ QLayout* EditorTools::makeCutTools(const EditorActions& actions) {
          smallButton("Bis hier", "scissors",
                      {"cutEndButton", "Schnitt bis hier", "Schneidet bis zur Abspielposition heraus"}, actions.addCut),
          smallButton({}, "remove-last", {"removeCutButton", "Letzten Schnitt entfernen", "Letzten Schnitt entfernen"},
-                     actions.removeLastCut)},
-        cutLabel_);
+                     actions.removeLastCut),
+         smallButton("Leerlauf …", {},
+                     {"idleButton", "Leerlauf kürzen", "Stellen vorschlagen, an denen nichts passiert"},
+                     actions.showIdleProposals)},
+        cutLabel_, leastLabel());
 }
 
 QLayout* EditorTools::makeZoomTools(const EditorActions& actions) {
@@ -109,21 +119,22 @@ QLayout* EditorTools::makeZoomTools(const EditorActions& actions) {
                                   actions.showZoom);
     deleteZoomButton_ =
         smallButton({}, "trash", {"deleteZoomButton", "Zoom löschen", "Gewählten Zoom löschen"}, actions.deleteZoom);
-    auto* row =
-        toolRow({zoomPopup_, showZoomButton_,
-                 smallButton("Hier hinzufügen", "plus",
-                             {"addZoomButton", "Zoom hier hinzufügen", "Zoom an der Abspielposition hinzufügen"},
-                             actions.addZoom),
-                 deleteZoomButton_,
-                 smallButton("Automatik", {},
-                             {"autoZoomsButton", "Zooms automatisch", "Zooms wieder aus den Klicks vorschlagen"},
-                             actions.resetZooms)},
-                nullptr);
     makeZoomSlider(actions);
-    row->addSpacing(ui::theme::kTight);
+    auto* scale = new QWidget;
+    auto* row = new QHBoxLayout(scale);
+    row->setContentsMargins(ui::theme::kTight, 0, 0, 0);
+    row->setSpacing(ui::theme::kTight + 1);
     row->addWidget(zoomSlider_.slider, 1);
     row->addWidget(zoomSlider_.label);
-    return row;
+    return toolRow({zoomPopup_, showZoomButton_,
+                    smallButton("Hier hinzufügen", "plus",
+                                {"addZoomButton", "Zoom hier hinzufügen", "Zoom an der Abspielposition hinzufügen"},
+                                actions.addZoom),
+                    deleteZoomButton_,
+                    smallButton("Automatik", {},
+                                {"autoZoomsButton", "Zooms automatisch", "Zooms wieder aus den Klicks vorschlagen"},
+                                actions.resetZooms)},
+                   scale, 0);
 }
 
 void EditorTools::makeZoomPopup(const EditorActions& actions) {
@@ -159,7 +170,7 @@ QLayout* EditorTools::makeMaskTools(const EditorActions& actions) {
                      actions.removeLastMask),
          smallButton("Alle entfernen", {}, {"removeMasksButton", "Alle Bereiche entfernen", "Alle Bereiche entfernen"},
                      actions.removeAllMasks)},
-        maskLabel_);
+        maskLabel_, leastLabel());
 }
 
 void EditorTools::setContent(const Content& content) {
@@ -173,13 +184,14 @@ void EditorTools::setContent(const Content& content) {
 
 void EditorTools::setZooms(const std::vector<std::string>& items, int selected) {
     const QSignalBlocker quiet(zoomPopup_);
-    bool same = static_cast<int>(items.size()) == zoomPopup_->count();
-    for (int i = 0; same && i < zoomPopup_->count(); ++i) {
-        same = zoomPopup_->itemText(i).toStdString() == items[static_cast<std::size_t>(i)];
-    }
-    if (!same) {
+    if (static_cast<int>(items.size()) != zoomPopup_->count()) {
         zoomPopup_->clear();
         for (const std::string& item : items) zoomPopup_->addItem(QString::fromStdString(item));
+    }
+    // While a zoom is dragged, only its own item changes.
+    for (int i = 0; i < zoomPopup_->count(); ++i) {
+        const QString item = QString::fromStdString(items[static_cast<std::size_t>(i)]);
+        if (zoomPopup_->itemText(i) != item) zoomPopup_->setItemText(i, item);
     }
     zoomPopup_->setCurrentIndex(selected);
     for (QWidget* each : {static_cast<QWidget*>(zoomPopup_), static_cast<QWidget*>(showZoomButton_),

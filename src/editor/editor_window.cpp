@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/editor_window.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QComboBox>
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileInfo>
-#include <QKeyEvent>
 #include <QLayout>
-#include <QLineEdit>
+#include <QMenuBar>
 #include <QMimeData>
-#include <QPlainTextEdit>
-#include <QTextEdit>
 #include <QUrl>
 #include <algorithm>
 #include <cmath>
@@ -44,11 +39,6 @@ constexpr int kMinimumHeightWithWebcam = 930;
 // The window opens this much higher than it has to be.
 constexpr int kAir = 20;
 
-bool isText(const QWidget* widget) {
-    return qobject_cast<const QLineEdit*>(widget) != nullptr || qobject_cast<const QTextEdit*>(widget) != nullptr ||
-           qobject_cast<const QPlainTextEdit*>(widget) != nullptr;
-}
-
 std::filesystem::path droppedFolder(const QMimeData& data) {
     for (const QUrl& url : data.urls()) {
         if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir()) return url.toLocalFile().toStdString();
@@ -67,8 +57,10 @@ EditorWindow::EditorWindow(const std::filesystem::path& folder, MainLoop& loop, 
     openSession(folder);
     build();
     setUpPlayer();
+    setUpOverview();
     refresh();
     refreshTransport();
+    if (!lookFault_.empty()) setStatus(lookFault_);
     qApp->installEventFilter(this);
 }
 
@@ -80,16 +72,24 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
     EditSession::Options options;
     options.clock = options_.clock;
     options.changed = [this] { refresh(); };
-    options.status = [this](const std::string& text) {
-        setStatus(text);
-        if (isRunningCommand_) hint_ = text;
-    };
+    options.status = [this](const std::string& text) { report(text); };
     options.beep = [] { QApplication::beep(); };
+    // Only a new recording needs the look, and is worth a word if it is damaged.
+    std::error_code ignored;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(model::ProjectSettings::fileURL(folder), ignored))) {
+        try {
+            options.newLook = model::LookFolder(options_.looks).load(model::LookFolder::kStandard);
+        } catch (const RecorderError& error) {
+            lookFault_ = error.message();
+            Log::write("Editor", lookFault_);
+        }
+    }
     session_ = std::make_unique<EditSession>(folder, loop_, std::move(options));
 
     const std::shared_ptr<const edit::Composition> composition = session_->composition();
     const model::CaptureInfo& info = composition->info();
-    preview_ = std::make_unique<StudioPreview>(composition, render::openRecordingAssets(composition->recording()));
+    assets_ = render::openRecordingAssets(composition->recording());
+    preview_ = std::make_unique<StudioPreview>(composition, assets_);
 
     PlayerControls player;
     player.play = [this] { player_->play(); };
@@ -116,10 +116,47 @@ void EditorWindow::build() {
     setFocus();
     setStyleSheet(ui::theme::styleSheet(font()));
     const model::CaptureInfo& info = session_->info();
+    const EditorActions controlActions = actions();
     controls_ = std::make_unique<EditorControls>(
-        *this, EditorControls::Recording{info.duration, info.fps, session_->hasWebcam()}, actions());
+        *this,
+        EditorControls::Recording{
+            info.duration, info.fps, {session_->hasWebcam(), info.knowsPositions(), labels::pointerNote(info)}},
+        controlActions);
     controls_->previewView->setCanvas(StudioPreview::kCanvas);
     controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
+    timelineTools_ = std::make_unique<TimelineTools>(
+        *session_, controls_->transportBar.strip(),
+        TimelineTools::Callbacks{[this](const std::function<void()>& command) { runCommand(command); },
+                                 [this] { showSelectedZoom(); }, [this] { refresh(); },
+                                 [this] { return std::get<double>(controls_->settingsColumn.values()[kZoomSlider]); }});
+    previewTools_ = std::make_unique<PreviewTools>(*session_, *transport_, *controls_->previewView,
+                                                   *controls_->previewHandlesView, [this] {
+                                                       refreshPlayer();
+                                                       refreshMenus();
+                                                   });
+    shuttle_ = std::make_unique<Shuttle>(
+        *transport_, loop_,
+        Shuttle::Options{options_.clock, [this] { return preview_->playedRanges(); }, [this] { refreshShuttle(); }});
+    lookTools_ = std::make_unique<LookTools>(
+        *this, *session_, model::LookFolder(options_.looks),
+        LookTools::Callbacks{[this](const std::function<void()>& command) { runCommand(command); },
+                             [this](const std::string& sentence) { report(sentence); }});
+    exportTools_ = std::make_unique<ExportTools>(
+        *this, *session_, controls_->renderBar,
+        options_.exports ? options_.exports
+                         : std::make_shared<ExportQueue>(loop_, ExportQueue::Options{{}, options_.clock}),
+        ExportTools::Callbacks{[this](const std::string& text) { setStatus(text); }, [this] { refreshMenus(); },
+                               options_.exportFolder});
+    commands_ = commands(controlActions);
+    menus_.emplace(commands_,
+                   CommandSubmenus{{Command::applyLook, [this](QMenu& menu) { lookTools_->fillMenu(menu); }}});
+    // Other editors save and delete looks, too.
+    menus_->onOpen = [this] {
+        hasLooks_ = lookTools_->hasLooks();
+        refreshMenus();
+    };
+    hasLooks_ = lookTools_->hasLooks();
+    layout()->setMenuBar(menus_->bar());
 
     // The sizes of the widgets are only known after the style sheet has set their fonts.
     for (QWidget* each : findChildren<QWidget*>()) {
@@ -127,15 +164,19 @@ void EditorWindow::build() {
         each->updateGeometry();
     }
     const int height = session_->hasWebcam() ? kMinimumHeightWithWebcam : kMinimumHeight;
-    // Larger type needs a larger minimum.
-    const QSize least = layout()->minimumSize().expandedTo({kMinimumWidth, height});
-    setMinimumSize(least);
-    resize(least.expandedTo({kWidth, height + kAir}));
+    // Larger type needs more.
+    const auto sized = [this](int width, int least) {
+        const QSize needed = controls_->sizeFor(width);
+        return QSize(std::max(width, needed.width()),
+                     std::max(least, needed.height() + menus_->bar()->sizeHint().height()));
+    };
+    setMinimumSize(sized(kMinimumWidth, height));
+    resize(sized(std::max(kWidth, controls_->wideEnough()), height + kAir).expandedTo(minimumSize()));
 }
 
 void EditorWindow::fitInto(QSize room) {
-    const QSize contents = layout()->minimumSize();
-    setMinimumSize(minimumSize().boundedTo(room.expandedTo(contents)));
+    // What has no room is scrolled.
+    setMinimumSize(minimumSize().boundedTo(room.expandedTo(layout()->totalMinimumSize())));
     resize(size().boundedTo(room.expandedTo(minimumSize())));
 }
 
@@ -147,7 +188,7 @@ EditorActions EditorWindow::actions() {
     const auto plain = [this](void (EditSession::*command)()) {
         return [this, command] { runCommand([&] { (session_.get()->*command)(); }); };
     };
-    actions.togglePlayback = [this] { runCommand([this] { transport_->toggle(); }); };
+    actions.togglePlayback = [this] { runCommand([this] { togglePlayback(); }); };
     actions.step = [this](double seconds) { runCommand([&] { transport_->step(seconds); }); };
     actions.scrub = [this](double seconds) { runCommand([&] { transport_->scrub(seconds); }); };
     actions.setTrimStart = atPlayhead(&EditSession::setTrimStart);
@@ -156,6 +197,7 @@ EditorActions EditorWindow::actions() {
     actions.markCutStart = atPlayhead(&EditSession::markCutStart);
     actions.addCut = atPlayhead(&EditSession::addCut);
     actions.removeLastCut = plain(&EditSession::removeLastCut);
+    actions.showIdleProposals = [this] { showIdleProposals(); };
     actions.selectZoom = [this](int index) {
         runCommand([&] {
             session_->selectZoom(index);
@@ -180,10 +222,8 @@ EditorActions EditorWindow::actions() {
         runCommand([&] { session_->applyControls(values); });
     };
     actions.render = [this] { renderMovie(); };
-    actions.cancelRender = [this] {
-        if (exportJob_) exportJob_->cancel();
-    };
-    actions.reveal = [this] { options_.reveal(lastRenderURL_); };
+    actions.cancelRender = [this] { exportTools_->cancel(); };
+    actions.reveal = [this] { options_.reveal(exportTools_->film()); };
     actions.newRecording = options_.newRecording;
     return actions;
 }
@@ -193,6 +233,15 @@ void EditorWindow::runCommand(const std::function<void()>& command) {
     isRunningCommand_ = true;
     command();
     isRunningCommand_ = false;
+}
+
+void EditorWindow::report(const std::string& sentence) {
+    if (!controls_) {
+        lookFault_ = sentence;  // the session opens before the widgets are made
+        return;
+    }
+    setStatus(sentence);
+    if (isRunningCommand_) hint_ = sentence;
 }
 
 void EditorWindow::withdrawHint() {
@@ -217,6 +266,26 @@ void EditorWindow::setUpPlayer() {
     player_->setItem(preview_->item());
 }
 
+void EditorWindow::setUpOverview() {
+    OverviewTools::Callbacks callbacks;
+    callbacks.arrived = [this](std::shared_ptr<const render::RecordingOverview> overview) {
+        controls_->transportBar.strip().setOverview(std::move(overview));
+    };
+    callbacks.run = [this](const std::function<void()>& command) { runCommand(command); };
+    callbacks.playFrom = [this](double seconds) {
+        runCommand([&] {
+            transport_->jump(seconds);
+            if (!transport_->isPlaying()) transport_->toggle();
+        });
+    };
+    overviewTools_ =
+        std::make_unique<OverviewTools>(*this, *session_, loop_, options_.overviews, assets_, std::move(callbacks));
+}
+
+void EditorWindow::showIdleProposals() {
+    overviewTools_->showIdleProposals();
+}
+
 void EditorWindow::refresh() {
     const auto state = session_->composition()->state();
     const ControlValues values = session_->controls();
@@ -224,10 +293,14 @@ void EditorWindow::refresh() {
     controls_->tools.setContent(toolContent(*state, std::get<double>(values[kZoomSlider])));
     controls_->transportBar.setLength(labels::videoLength(state->outputDuration));
     controls_->transportBar.strip().setContent(state, session_->pendingCutStart(), session_->selectedZoom());
+    previewTools_->refresh();
     if (state != shownState_) {
         shownState_ = state;
         refreshPlayer();
     }
+    exportTools_->refresh();
+    refreshMenus();
+    overviewTools_->refresh();
 }
 
 EditorTools::Content EditorWindow::toolContent(const edit::EditState& state, double zoomScale) const {
@@ -247,7 +320,7 @@ EditorTools::Content EditorWindow::toolContent(const edit::EditState& state, dou
 void EditorWindow::refreshPlayer() {
     const std::vector<Interval>& kept = shownState_->keptSegments;
     transport_->setPlayed(shownState_->trim, kept.empty() ? shownState_->trim.start : kept.back().end);
-    preview_->setComposition(session_->composition());
+    preview_->setComposition(previewTools_->composition());
     player_->setPlayedRanges(preview_->playedRanges());
     player_->setAudioMix(preview_->audioMix());
     // While playing, the player requests frames anyway; only a still frame must be composed again.
@@ -257,7 +330,9 @@ void EditorWindow::refreshPlayer() {
 
 void EditorWindow::refreshTransport() {
     controls_->transportBar.setPlayhead(transport_->playhead());
-    controls_->transportBar.setPlaying(transport_->isPlaying());
+    controls_->transportBar.setPlaying(shuttle_->rate() != 0);
+    previewTools_->refresh();
+    refreshMenus();
 }
 
 void EditorWindow::addZoom() {
@@ -270,7 +345,11 @@ void EditorWindow::showSelectedZoom() {
 }
 
 void EditorWindow::setMaskDrawing(bool drawing) {
-    if (drawing) transport_->pause();
+    if (drawing) {
+        transport_->pause();
+        // The rectangle is drawn on the picture as the video shows it.
+        previewTools_->clearSelection();
+    }
     controls_->setMaskDrawing(drawing);
     refresh();
 }
@@ -283,111 +362,9 @@ void EditorWindow::finishMask(const Rect& viewRect) {
 }
 
 void EditorWindow::renderMovie() {
-    if (exportJob_) return;
+    if (!exportTools_->mayRender()) return;
     transport_->pause();
-    controls_->renderBar.setRevealable(false);
-    session_->saveNow();
-    ExportJob::Callbacks callbacks;
-    callbacks.progress = [this](double fraction) {
-        controls_->renderBar.setProgress(fraction);
-        if (exportJob_->wasCancelled() || closing_.stands(options_.clock())) return;
-        setStatus(labels::rendering(exportJob_->width(), exportJob_->height(),
-                                    remaining_->update(fraction, options_.clock())));
-    };
-    callbacks.completion = [this](const render::RenderOutcome& outcome) { renderCompleted(outcome); };
-    try {
-        exportJob_ =
-            std::make_unique<ExportJob>(*session_->composition(), session_->settings(), loop_, std::move(callbacks));
-    } catch (const RecorderError& error) {
-        setStatus("Export fehlgeschlagen: " + error.message());
-        return;
-    }
-    remaining_.emplace(options_.clock());
-    closing_.forget();
-    if (options_.keepAwake) awake_ = options_.keepAwake();
-    controls_->renderBar.setRendering(true);
-    setStatus(labels::rendering(exportJob_->width(), exportJob_->height()));
-}
-
-void EditorWindow::renderCompleted(const render::RenderOutcome& outcome) {
-    const bool cancelled = exportJob_->wasCancelled();
-    exportJob_.reset();
-    awake_.reset();
-    controls_->renderBar.setRendering(false);
-    if (const auto* result = std::get_if<render::RenderResult>(&outcome)) {
-        lastRenderURL_ = result->url;
-        controls_->renderBar.setRevealable(true);
-        setStatus(labels::rendered(result->seconds, result->zoomCount, result->url.filename().string()));
-        return;
-    }
-    const std::string message = std::get<RecorderError>(outcome).message();
-    if (cancelled) {
-        setStatus("Rendern abgebrochen.");
-        return;
-    }
-    Log::write("Editor", "Render-Fehler: " + message);
-    setStatus("Fehlgeschlagen: " + message);
-}
-
-bool EditorWindow::eventFilter(QObject* object, QEvent* event) {
-    if (event->type() != QEvent::KeyPress || closed_) return false;
-    auto* widget = qobject_cast<QWidget*>(object);
-    if (widget == nullptr || widget->window() != this || isText(QApplication::focusWidget())) return false;
-    const auto* press = static_cast<QKeyEvent*>(event);
-    return handleKey(press->key(), press->modifiers() & ~Qt::KeypadModifier, press->isAutoRepeat());
-}
-
-bool EditorWindow::handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRepeated) {
-    const bool shift = modifiers == Qt::ShiftModifier;
-    const double step = shift ? 1.0 : frameLength(session_->info().fps);
-    const bool plain = modifiers == Qt::NoModifier;
-    switch (key) {
-        case Qt::Key_Space:
-            if (!plain) return false;
-            if (!isRepeated) runCommand([this] { transport_->toggle(); });
-            return true;
-        case Qt::Key_Escape:
-            if (!controls_->maskDrawView->isDrawing()) return false;
-            setMaskDrawing(false);
-            return true;
-        case Qt::Key_Left:
-        case Qt::Key_Right:
-            if (!plain && !shift) return false;
-            runCommand([&] { transport_->step(key == Qt::Key_Left ? -step : step); });
-            return true;
-        case Qt::Key_Z:
-            if (modifiers == Qt::ControlModifier) {
-                runCommand([this] { session_->undo(); });
-            } else if (modifiers == (Qt::ControlModifier | Qt::ShiftModifier)) {
-                runCommand([this] { session_->redo(); });
-            } else {
-                return false;
-            }
-            return true;
-        case Qt::Key_W:
-            if (modifiers != Qt::ControlModifier) return false;
-            // A key that is held down counts once.
-            if (!isRepeated) close();
-            return true;
-        case Qt::Key_N:
-            if (modifiers != Qt::ControlModifier || !options_.newRecording) return false;
-            options_.newRecording();
-            return true;
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            // The space bar plays, so the return key presses the focused button.
-            if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); button != nullptr && plain) {
-                button->click();
-                return true;
-            }
-            if (auto* menu = qobject_cast<QComboBox*>(focusWidget()); menu != nullptr && plain) {
-                menu->showPopup();
-                return true;
-            }
-            return false;
-        default:
-            return false;
-    }
+    exportTools_->render();
 }
 
 void EditorWindow::dragEnterEvent(QDragEnterEvent* event) {
@@ -402,22 +379,12 @@ void EditorWindow::dropEvent(QDropEvent* event) {
     loop_.async([open = options_.openFolder, folder] { open(folder); });
 }
 
-bool EditorWindow::mayClose() {
-    if (!exportJob_ || exportJob_->wasCancelled() || closing_.attempt(options_.clock())) return true;
-    setStatus(kCloseWhileRendering);
-    return false;
-}
-
 void EditorWindow::endWork() {
-    exportJob_.reset();
+    exportTools_->end();
     session_->saveNow();
 }
 
 void EditorWindow::closeEvent(QCloseEvent* event) {
-    if (!closed_ && !mayClose()) {
-        event->ignore();
-        return;
-    }
     shutDown();
     event->accept();
     if (options_.closed) options_.closed();
@@ -426,10 +393,9 @@ void EditorWindow::closeEvent(QCloseEvent* event) {
 void EditorWindow::shutDown() {
     if (std::exchange(closed_, true)) return;
     qApp->removeEventFilter(this);
-    transport_->pause();
-    // Waits for a running export, so that no half-written file is left.
+    overviewTools_->end();
+    shuttle_->stop();
     endWork();
-    awake_.reset();
 }
 
 }  // namespace lumivastor::editor

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 #include <filesystem>
 #include <functional>
@@ -10,18 +11,24 @@
 
 #include "base/main_loop.h"
 #include "editor/editor_controls.h"
+#include "editor/export_tools.h"
+#include "editor/exports/export_queue.h"
+#include "editor/key_page.h"
+#include "editor/look_tools.h"
+#include "editor/menu_bar.h"
+#include "editor/overview_tools.h"
 #include "editor/preview/studio_preview.h"
+#include "editor/preview_tools.h"
 #include "editor/session/edit_session.h"
-#include "editor/session/export_job.h"
-#include "editor/session/remaining_time.h"
-#include "editor/session/second_attempt.h"
+#include "editor/session/shuttle.h"
 #include "editor/session/transport.h"
+#include "editor/timeline_tools.h"
 #include "playback/player.h"
 
 namespace lumivastor::editor {
 
 /// The editor's window for one recording. It connects the widgets of `EditorControls` with `EditSession`, `Transport`
-/// and `ExportJob`, which decide what happens. Main thread.
+/// and `ExportTools`, which decide what happens. Main thread.
 class EditorWindow final : public QWidget {
   public:
     struct Options {
@@ -33,8 +40,16 @@ class EditorWindow final : public QWidget {
         std::function<void(const std::filesystem::path& folder)> openFolder;
         /// The user wants to make another recording; if empty, there is no such button.
         std::function<void()> newRecording;
-        /// Called when an export begins. Keeps the machine awake while the result lives.
-        std::function<std::shared_ptr<void>()> keepAwake;
+        /// Makes the overview of the recording; if null, the window makes it without a cache.
+        std::shared_ptr<render::OverviewMaker> overviews;
+        /// Runs the exports. If null, the window makes a queue, whose exports end with the window.
+        std::shared_ptr<ExportQueue> exports;
+        /// The user wants to see the list of exports; if empty, there is no such command.
+        std::function<void()> showExports;
+        /// The folder that the dialog of an export began with last, and the next one.
+        ExportTools::FolderMemory exportFolder;
+        /// The folder of saved looks; if empty, there are none.
+        std::filesystem::path looks;
         /// The window has closed, and everything is saved.
         std::function<void()> closed;
         /// Seconds of any clock that never runs backward; the host clock unless set.
@@ -50,20 +65,29 @@ class EditorWindow final : public QWidget {
     EditSession& session() { return *session_; }
     Transport& transport() { return *transport_; }
     EditorControls& controls() { return *controls_; }
-    bool isRendering() const { return exportJob_ != nullptr; }
+    PreviewTools& previewTools() { return *previewTools_; }
+    Shuttle& shuttle() { return *shuttle_; }
+    const CommandActions& commandActions() const { return commands_; }
+    OverviewTools& overviewTools() { return *overviewTools_; }
+    ExportTools& exportTools() { return *exportTools_; }
+    bool isRendering() const { return exportTools_->isRendering(); }
 
-    /// Whether the window may close. During an export the first call returns false and shows a status that says so; a
-    /// second call soon after returns true.
-    bool mayClose();
-    /// Cancels an export, waits for its end, and saves. Uses no widget, because at the end of a program the windows may
-    /// be gone.
+    /// "Video rendern".
+    void render() { renderMovie(); }
+
+    /// Shows the dialog "Leerlauf kürzen".
+    void showIdleProposals();
+
+    /// Saves. Exports go on where others have their queue, and are cancelled and awaited where not. Uses no widget,
+    /// because at the end of a program the windows may be gone.
     void endWork();
 
-    /// On a screen with no more space than `room`, in points, makes the window smaller than its usual minimum, down to
-    /// the minimum of its contents. The preview shrinks.
+    /// On a screen with no more space than `room`, in points, makes the window smaller than its usual minimum. The
+    /// preview shrinks; where type is too large for that, everything beside the column of settings scrolls.
     void fitInto(QSize room);
 
   protected:
+    void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -74,19 +98,34 @@ class EditorWindow final : public QWidget {
     void openSession(const std::filesystem::path& folder);
     void build();
     EditorActions actions();
+    CommandActions commands(const EditorActions& actions);
+    void report(const std::string& sentence);
     void setUpPlayer();
+    void setUpOverview();
     void refresh();
     EditorTools::Content toolContent(const edit::EditState& state, double zoomScale) const;
     void refreshTransport();
     void refreshPlayer();
 
-    bool handleKey(int key, Qt::KeyboardModifiers modifiers, bool isRepeated);
+    void refreshMenus();
+    void refreshShuttle();
+
+    bool handleKey(const QKeyEvent& press, const QWidget& receiver);
+    bool handlePreviewKey(const std::string& key);
+    bool pressFocusedControl(const std::string& key);
+    bool leaveMode();
+    bool placeMask();
+    void togglePlayback();
+    void markCut();
+    void goTo(std::optional<double> seconds);
+    void deleteSelected();
+    void setFullScreen(bool isFull);
+    void showKeys();
     void setMaskDrawing(bool drawing);
     void finishMask(const Rect& viewRect);
     void addZoom();
     void showSelectedZoom();
     void renderMovie();
-    void renderCompleted(const render::RenderOutcome& outcome);
     void setStatus(const std::string& text) { controls_->renderBar.setStatus(text); }
     void runCommand(const std::function<void()>& command);
     void withdrawHint();
@@ -96,16 +135,24 @@ class EditorWindow final : public QWidget {
     const Options options_;
     std::unique_ptr<EditSession> session_;
     std::unique_ptr<StudioPreview> preview_;
+    render::RecordingAssets assets_;
     std::unique_ptr<Transport> transport_;
     std::unique_ptr<EditorControls> controls_;
+    std::unique_ptr<TimelineTools> timelineTools_;
+    std::unique_ptr<PreviewTools> previewTools_;
+    std::unique_ptr<Shuttle> shuttle_;
+    std::unique_ptr<LookTools> lookTools_;
+    std::string lookFault_;  // why a new recording does not have the standard look
+    CommandActions commands_;
+    std::optional<MenuBar> menus_;
+    CommandState commandState_;  // that the menus show
+    bool hasLooks_ = false;      // when a menu was opened last
+    QPointer<KeyPage> keyPage_;
     std::shared_ptr<const edit::EditState> shownState_;
     std::unique_ptr<playback::Player> player_;
+    std::unique_ptr<OverviewTools> overviewTools_;
 
-    std::unique_ptr<ExportJob> exportJob_;
-    std::optional<RemainingTime> remaining_;
-    SecondAttempt closing_;
-    std::shared_ptr<void> awake_;  // while exporting
-    std::filesystem::path lastRenderURL_;
+    std::unique_ptr<ExportTools> exportTools_;
     bool closed_ = false;
 
     // The status that a command has set. The next command removes it.

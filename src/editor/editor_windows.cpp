@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/editor_windows.h"
 
+#include <QApplication>
 #include <QScreen>
+#include <algorithm>
 #include <utility>
 
+#include "base/host_clock.h"
 #include "editor/editor_window.h"
+#include "editor/exports/export_notices.h"
+#include "editor/exports/exports_window.h"
+#include "ui/file_viewer.h"
 
 namespace lumivastor::editor {
 
@@ -28,23 +34,46 @@ struct EditorWindows::Editor {
     std::unique_ptr<MainLoop::Timer> removal;  // once closed
 };
 
-EditorWindows::EditorWindows(MainLoop& loop, Options options) : loop_(loop), options_(std::move(options)) {}
+EditorWindows::EditorWindows(MainLoop& loop, Options options)
+    : loop_(loop),
+      options_(std::move(options)),
+      overviews_(std::make_shared<render::OverviewMaker>(loop, options_.overviewCache)),
+      exports_(std::make_shared<ExportQueue>(loop, ExportQueue::Options{options_.keepAwake, {}})),
+      notices_(std::make_unique<ExportNotices>(
+          loop, *exports_, ExportNotices::Options{options_.bus, [this](const ExportEntry& entry) {
+                                                      return (!options_.mayNotify || options_.mayNotify()) &&
+                                                             !isShown(entry);
+                                                  }})) {}
 EditorWindows::~EditorWindows() = default;
 
-EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
+EditorWindow* EditorWindows::openedOn(const std::filesystem::path& folder) {
     std::error_code ignored;
     for (const auto& editor : editors_) {
-        if (editor->removal || !std::filesystem::equivalent(editor->window->folder(), folder, ignored)) continue;
-        bringToFront(*editor->window);
-        return *editor->window;
+        if (!editor->removal && std::filesystem::equivalent(editor->window->folder(), folder, ignored)) {
+            return editor->window.get();
+        }
+    }
+    return nullptr;
+}
+
+EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
+    if (EditorWindow* const opened = openedOn(folder)) {
+        bringToFront(*opened);
+        return *opened;
     }
     auto editor = std::make_unique<Editor>();
     EditorWindow::Options options;
     options.makeSoundOutput = options_.makeSoundOutput;
     options.openFolder = options_.dropped;
     options.newRecording = options_.newRecording;
-    options.keepAwake = options_.keepAwake;
+    options.exports = exports_;
+    options.showExports = [this] { showExports(); };
+    options.exportFolder = options_.exportFolder;
+    options.overviews = overviews_;
+    options.looks = options_.looks;
     options.closed = [this, raw = editor.get()] {
+        // What goes on without the editor is seen there.
+        if (exports_->list().shownFor(raw->window->folder()) != nullptr) showExports();
         raw->removal = loop_.every(kRemovalDelay, [this, raw] {
             std::erase_if(editors_, [raw](const auto& each) { return each.get() == raw; });
         });
@@ -56,17 +85,50 @@ EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
     return *editors_.back()->window;
 }
 
-bool EditorWindows::mayClose() {
-    bool all = true;
-    for (const auto& editor : editors_) {
-        if (editor->removal || editor->window->mayClose()) continue;
-        bringToFront(*editor->window);
-        all = false;
+bool EditorWindows::isOpen(const std::filesystem::path& folder) const {
+    std::error_code ignored;
+    return std::any_of(editors_.begin(), editors_.end(), [&](const auto& editor) {
+        return !editor->removal && std::filesystem::equivalent(editor->window->folder(), folder, ignored);
+    });
+}
+
+void EditorWindows::render(const std::filesystem::path& folder) {
+    if (EditorWindow* const opened = openedOn(folder)) {
+        opened->render();
+    } else {
+        exports_->addRecording(folder);
     }
-    return all;
+}
+
+void EditorWindows::showExports() {
+    if (!exportsWindow_) {
+        exportsWindow_ =
+            std::make_unique<ExportsWindow>(*exports_, ExportsWindow::Callbacks{ui::playFile, ui::revealInFileViewer});
+    }
+    exportsWindow_->show();
+    bringToFront(*exportsWindow_);
+}
+
+// Whether the user sees what became of it anyway.
+bool EditorWindows::isShown(const ExportEntry& entry) const {
+    const QWidget* const active = QApplication::activeWindow();
+    if (active == nullptr) return false;
+    if (active == exportsWindow_.get()) return true;
+    return std::any_of(editors_.begin(), editors_.end(), [&](const auto& editor) {
+        return editor->window.get() == active && editor->window->folder() == entry.folder;
+    });
+}
+
+bool EditorWindows::mayClose() {
+    if (!exports_->list().isBusy() || closing_.attempt(hostClockSeconds())) return true;
+    showExports();
+    exportsWindow_->setStatus(kCloseWhileRendering);
+    return false;
 }
 
 void EditorWindows::endWork() {
+    exports_->end();
+    notices_.reset();
     for (const auto& editor : editors_) {
         if (!editor->removal) editor->window->endWork();
     }

@@ -6,9 +6,11 @@
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QLabel>
 #include <QMimeData>
 #include <QPushButton>
 #include <QUrl>
+#include <algorithm>
 
 #include "editor/editor_window.h"
 #include "support/editor_fixture.h"
@@ -67,18 +69,54 @@ TEST_F(EditorWindowsTest, AFolderThatIsDroppedIsHandedOn) {
     EXPECT_TRUE(awaitInLoop([&] { return dropped == folder_.path(); }));
 }
 
-TEST_F(EditorWindowsTest, AllMayCloseOnceThoseThatExportWereAskedTwice) {
+TEST_F(EditorWindowsTest, WhileThereAreExportsEndingTakesTwoAttempts) {
     EditorWindows editors(loop_, {});
     EXPECT_TRUE(editors.mayClose());
     EditorWindow& editor = editors.open(folder_.path());
     EXPECT_TRUE(editors.mayClose());
     QTest::mouseClick(editor.findChild<QPushButton*>("renderButton"), Qt::LeftButton);
     ASSERT_TRUE(editor.isRendering());
-    EXPECT_FALSE(editors.mayClose());
-    EXPECT_TRUE(editors.mayClose());
-    // The question is one, whichever way it is asked: the window closes now, too.
+    // Closing the window loses nothing: its export goes on, and is seen in the list.
     EXPECT_TRUE(editor.close());
+    const auto list = [] {
+        const QWidgetList all = QApplication::topLevelWidgets();
+        const auto found = std::find_if(all.begin(), all.end(),
+                                        [](const QWidget* each) { return each->objectName() == "exportsWindow"; });
+        return found == all.end() ? nullptr : *found;
+    };
+    ASSERT_NE(list(), nullptr);
+    EXPECT_TRUE(list()->isVisible());
+    const auto* status = list()->findChild<QLabel*>("exportsStatus");
+    EXPECT_EQ(status->text(), "");
+    EXPECT_FALSE(editors.mayClose());
+    EXPECT_EQ(status->text(), "Ein Video wird gerendert – noch einmal schließen bricht ab.");
+    EXPECT_TRUE(editors.mayClose());
+    editors.endWork();
     EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+}
+
+TEST_F(EditorWindowsTest, RecordingsAreRenderedWithoutAnEditor) {
+    settings_.cuts = {{1, 5.5}};
+    settings_.save(folder_.path());
+    EditorWindows editors(loop_, {});
+    editors.render(folder_.path());
+    editors.render(folder_.path());
+    EXPECT_EQ(editors.count(), 0u);
+    ASSERT_EQ(editors.exports().list().entries().size(), 1u);
+    ASSERT_TRUE(awaitInLoop([&] { return !editors.exports().list().isBusy(); }, 300));
+    const ExportEntry& entry = editors.exports().list().entries().front();
+    EXPECT_EQ(entry.state, ExportState::done);
+    EXPECT_NEAR(entry.seconds, 1.5, 0.04);
+    EXPECT_TRUE(std::filesystem::exists(folder_ / "studio-output.mp4"));
+}
+
+TEST_F(EditorWindowsTest, ARecordingThatCannotBeRenderedIsListedWithTheReason) {
+    EditorWindows editors(loop_, {});
+    const TemporaryFolder empty;
+    editors.render(empty.path());
+    ASSERT_EQ(editors.exports().list().entries().size(), 1u);
+    EXPECT_EQ(editors.exports().list().entries().front().state, ExportState::failed);
+    EXPECT_FALSE(editors.exports().list().entries().front().reason.empty());
 }
 
 TEST_F(EditorWindowsTest, EndingTheWorkCancelsExportsAndSaves) {

@@ -1,38 +1,45 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/render_bar.h"
 
-#include <QHBoxLayout>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 #include "base/saturated.h"
 #include "editor/editor_builders.h"
+#include "ui/accessible.h"
+#include "ui/flow_layout.h"
 #include "ui/icons.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
 
 namespace lumivastor::editor {
 
+namespace {
+
+// The least width of the status, in points; shorter, it has a line of its own.
+constexpr int kLeastStatus = 160;
+
+}  // namespace
+
 RenderBar::RenderBar(const EditorActions& actions) : statusLabel_(new ui::ElidedLabel), progressBar_(new QProgressBar) {
     statusLabel_->setObjectName("statusLabel");
+    ui::makeStatusLine(*statusLabel_);
     progressBar_->setObjectName("progressBar");
     progressBar_->setAccessibleName("Fortschritt");
     progressBar_->setRange(0, 1000);
     progressBar_->setTextVisible(false);
     makeButtons(actions);
 
-    auto* texts = new QVBoxLayout;
+    auto* holder = new QWidget;
+    auto* texts = new QVBoxLayout(holder);
+    texts->setContentsMargins(0, 0, ui::theme::kNear, 0);
     texts->setSpacing(ui::theme::kTight);
-    texts->addStretch(1);
     texts->addWidget(statusLabel_);
     texts->addWidget(progressBar_);
-    texts->addStretch(1);
 
-    auto* row = new QHBoxLayout;
-    row->setSpacing(ui::theme::kNear);
-    row->addLayout(texts, 1);
-    row->addSpacing(ui::theme::kNear);
+    auto* row = new ui::FlowLayout(ui::theme::kNear);
+    row->addFilling(holder, kLeastStatus);
     row->addWidget(newRecordingButton_);
     row->addWidget(revealButton_);
     row->addWidget(cancelButton_);
@@ -65,7 +72,11 @@ void RenderBar::makeButtons(const EditorActions& actions) {
 }
 
 void RenderBar::setStatus(const std::string& text) {
-    statusLabel_->setFullText(QString::fromStdString(text));
+    const QString now = QString::fromStdString(text);
+    if (now == statusLabel_->text()) return;
+    statusLabel_->setFullText(now);
+    // The remaining time of an export changes every second.
+    if (!progressBar_->isVisible() || progressBar_->value() == 0) ui::announce(*statusLabel_);
 }
 
 std::string RenderBar::status() const {
@@ -73,10 +84,13 @@ std::string RenderBar::status() const {
 }
 
 void RenderBar::setRendering(bool rendering) {
-    renderButton_->setEnabled(!rendering);
     cancelButton_->setVisible(rendering);
     progressBar_->setVisible(rendering);
     if (rendering) progressBar_->setValue(0);
+}
+
+void RenderBar::setRenderable(bool renderable) {
+    renderButton_->setEnabled(renderable);
 }
 
 void RenderBar::setProgress(double fraction) {

@@ -28,6 +28,8 @@ class RenderBar {
     std::string status() const;
     /// During an export there are a progress bar, which starts at 0, and a button that cancels.
     void setRendering(bool rendering);
+    /// Whether the button that renders can be used.
+    void setRenderable(bool renderable);
     /// 0 to 1.
     void setProgress(double fraction);
     /// Whether there is a button that shows the rendered file.

@@ -3,6 +3,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QScrollArea>
 #include <QVBoxLayout>
 #include <memory>
@@ -35,8 +36,8 @@ int columnWidth() {
 // Adds the row of one control to its card.
 class SettingsColumn::RowBuilder {
   public:
-    RowBuilder(Card& card, std::size_t index, const std::function<void()>& changed)
-        : card_(card), index_(index), control_(controlTable()[index]), changed_(changed) {}
+    RowBuilder(Card& card, std::size_t index, bool isEnabled, const std::function<void()>& changed)
+        : card_(card), index_(index), isEnabled_(isEnabled), control_(controlTable()[index]), changed_(changed) {}
 
     Row operator()(const SliderControl& kind) const {
         return sliderRow({control_.names, kind.range, kDefaults.*kind.field, kind.text});
@@ -95,6 +96,8 @@ class SettingsColumn::RowBuilder {
     Row sliderRow(const SliderSpec& spec) const {
         const LabelledSlider row = makeSlider(spec);
         row.slider->onMove = changed_;
+        row.slider->setEnabled(isEnabled_);
+        row.label->setEnabled(isEnabled_);
         card_.addRow(toQString(control_.caption), row.slider, row.label);
         return {index_, [row] { return row.slider->doubleValue(); },
                 [row](const ControlValue& value) { row.setValue(std::get<double>(value)); }};
@@ -102,18 +105,20 @@ class SettingsColumn::RowBuilder {
 
     void addRow(QWidget* widget) const {
         setNames(*widget, control_.names);
+        widget->setEnabled(isEnabled_);
         card_.addRow(toQString(control_.caption), widget);
     }
 
     Card& card_;
     const std::size_t index_;
+    const bool isEnabled_;
     const Control& control_;
     const std::function<void()>& changed_;
 };
 
-SettingsColumn::SettingsColumn(bool hasWebcam, const EditorActions& actions)
+SettingsColumn::SettingsColumn(const Recording& recording, const EditorActions& actions)
     : lastSet_(controlValues(kDefaults, {}, -1)), area_(new QScrollArea) {
-    area_->setWidget(makeCards(hasWebcam, [this, apply = actions.applyControls] { apply(values()); }));
+    area_->setWidget(makeCards(recording, [this, apply = actions.applyControls] { apply(values()); }));
     area_->setWidgetResizable(true);
     area_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -123,7 +128,7 @@ SettingsColumn::SettingsColumn(bool hasWebcam, const EditorActions& actions)
     area_->setFixedWidth(columnWidth());
 }
 
-QWidget* SettingsColumn::makeCards(bool hasWebcam, const std::function<void()>& changed) {
+QWidget* SettingsColumn::makeCards(const Recording& recording, const std::function<void()>& changed) {
     auto* content = new QWidget;
     content->setProperty("role", "column");
     auto* cards = new QVBoxLayout(content);
@@ -133,12 +138,16 @@ QWidget* SettingsColumn::makeCards(bool hasWebcam, const std::function<void()>& 
     std::unique_ptr<Card> card;
     std::string_view title;
     for (std::size_t i = 0; i < table.size(); ++i) {
-        if (table[i].needsWebcam && !hasWebcam) continue;
+        if (table[i].needsWebcam && !recording.hasWebcam) continue;
         if (card == nullptr || table[i].card != title) {
             title = table[i].card;
             card = std::make_unique<Card>(*cards, toQString(title));
+            if (title == kPointerCard && !recording.pointerNote.empty()) {
+                card->addNote("pointerNote", toQString(recording.pointerNote));
+            }
         }
-        rows_.push_back(std::visit(RowBuilder(*card, i, changed), table[i].kind));
+        const bool isEnabled = !table[i].needsPointer || recording.knowsPositions;
+        rows_.push_back(std::visit(RowBuilder(*card, i, isEnabled, changed), table[i].kind));
     }
     cards->addStretch(1);
     return content;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "editor/editor_actions.h"
@@ -17,8 +18,15 @@ namespace lumivastor::editor {
 /// The column of settings beside the preview: the controls of `controlTable`, on a card for each kind. Main thread.
 class SettingsColumn {
   public:
+    /// What a recording has and knows.
+    struct Recording {
+        bool hasWebcam = false;
+        bool knowsPositions = true;
+        std::string pointerNote = {};  // on the cursor's card; empty: none
+    };
+
     /// Calls `actions.applyControls` after each movement of a control.
-    SettingsColumn(bool hasWebcam, const EditorActions& actions);
+    SettingsColumn(const Recording& recording, const EditorActions& actions);
     SettingsColumn(const SettingsColumn&) = delete;
     SettingsColumn& operator=(const SettingsColumn&) = delete;
 
@@ -38,7 +46,7 @@ class SettingsColumn {
     };
     class RowBuilder;
 
-    QWidget* makeCards(bool hasWebcam, const std::function<void()>& changed);
+    QWidget* makeCards(const Recording& recording, const std::function<void()>& changed);
 
     std::vector<Row> rows_;
     ControlValues lastSet_;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/transport_bar.h"
 
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -13,6 +12,7 @@
 #include "editor/session/frame_time.h"
 #include "editor/session/labels.h"
 #include "editor/timeline/timeline_strip.h"
+#include "ui/flow_layout.h"
 #include "ui/icons.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
@@ -21,6 +21,9 @@
 namespace lumivastor::editor {
 
 namespace {
+
+// The least length of the time slider, in points.
+constexpr int kLeastSlider = 120;
 
 QPushButton* transportButton(const QString& iconName, const ControlNames& names, std::function<void()> action) {
     auto* button = smallButton({}, iconName, names, std::move(action));
@@ -39,31 +42,29 @@ TransportBar::TransportBar(double duration, std::int64_t fps, const EditorAction
     lengthLabel_->setObjectName("lengthLabel");
     lengthLabel_->setToolTip("Länge des fertigen Videos");
 
-    auto* row = new QGridLayout;
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(timeLabel_, 0, 0, Qt::AlignLeft | Qt::AlignVCenter);
-    row->addLayout(makeButtons(actions), 0, 1);
-    row->addWidget(lengthLabel_, 0, 2, Qt::AlignRight | Qt::AlignVCenter);
-    row->setColumnStretch(0, 1);
-    row->setColumnStretch(2, 1);
-
+    auto* row = new ui::FlowLayout(ui::theme::kApart);
+    row->addWidget(makeButtons(actions));
+    row->addWidget(timeLabel_);
     makeTimeline(duration, actions);
+    row->addFilling(timeSlider_, kLeastSlider);
+    row->addWidget(lengthLabel_);
     auto* rows = new QVBoxLayout;
     rows->setSpacing(ui::theme::kTight);
     rows->addLayout(row);
-    rows->addWidget(timeSlider_);
     rows->addWidget(strip_);
     layout_ = rows;
 }
 
-QLayout* TransportBar::makeButtons(const EditorActions& actions) {
+QWidget* TransportBar::makeButtons(const EditorActions& actions) {
     playButton_ = transportButton("play", {"playButton", "Abspielen", "Abspielen (Leertaste)"}, actions.togglePlayback);
     playButton_->setProperty("role", "play");
     playButton_->setIconSize({26, 26});
     const double frame = frameLength(fps_);
     const auto stepper = [&actions](double seconds) { return [step = actions.step, seconds] { step(seconds); }; };
 
-    auto* buttons = new QHBoxLayout;
+    auto* holder = new QWidget;
+    auto* buttons = new QHBoxLayout(holder);
+    buttons->setContentsMargins(0, 0, 0, 0);
     buttons->setSpacing(ui::theme::kTight);
     buttons->addWidget(transportButton(
         "backward-second", {"secondBackButton", "1 Sekunde zurück", "1 Sekunde zurück (Shift+←)"}, stepper(-1)));
@@ -76,7 +77,7 @@ QLayout* TransportBar::makeButtons(const EditorActions& actions) {
         transportButton("forward-frame", {"frameForwardButton", "1 Bild vor", "1 Bild vor (→)"}, stepper(frame)));
     buttons->addWidget(transportButton(
         "forward-second", {"secondForwardButton", "1 Sekunde vor", "1 Sekunde vor (Shift+→)"}, stepper(1)));
-    return buttons;
+    return holder;
 }
 
 void TransportBar::makeTimeline(double duration, const EditorActions& actions) {
@@ -84,7 +85,7 @@ void TransportBar::makeTimeline(double duration, const EditorActions& actions) {
     setNames(*timeSlider_, {"timeSlider", "Zeit", "Zeit in der Aufnahme"});
     timeSlider_->valueText = [fps = fps_](double seconds) { return labels::time(seconds, fps); };
     timeSlider_->onMove = [slider = timeSlider_, scrub = actions.scrub] { scrub(slider->doubleValue()); };
-    strip_ = new TimelineStrip(duration, ui::ValueSlider::kHandleInset);
+    strip_ = new TimelineStrip(duration, fps_, ui::ValueSlider::kHandleInset);
     strip_->setObjectName("timelineStrip");
     strip_->setAccessibleName("Zeitleiste");
     strip_->setToolTip("Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks");
@@ -98,6 +99,7 @@ void TransportBar::setPlayhead(double seconds) {
 }
 
 void TransportBar::setPlaying(bool playing) {
+    strip_->setPlaying(playing);
     playButton_->setIcon(ui::icon(playing ? "pause" : "play"));
     playButton_->setAccessibleName(playing ? "Anhalten" : "Abspielen");
     playButton_->setToolTip(playing ? "Anhalten (Leertaste)" : "Abspielen (Leertaste)");

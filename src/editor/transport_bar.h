@@ -9,6 +9,7 @@
 class QLabel;
 class QLayout;
 class QPushButton;
+class QWidget;
 
 namespace lumivastor::ui {
 class DigitLabel;
@@ -19,8 +20,8 @@ namespace lumivastor::editor {
 
 class TimelineStrip;
 
-/// The transport below the preview: play and step buttons between the playhead's time and the video's length, then the
-/// time slider and the strip. Times are seconds of the recording. Main thread.
+/// The transport below the preview: play and step buttons, the playhead's time, the time slider and the video's length
+/// in one row, then the strip. Times are seconds of the recording. Main thread.
 class TransportBar {
   public:
     /// `duration` in seconds.
@@ -38,7 +39,7 @@ class TransportBar {
     TimelineStrip& strip() { return *strip_; }
 
   private:
-    QLayout* makeButtons(const EditorActions& actions);
+    QWidget* makeButtons(const EditorActions& actions);
     void makeTimeline(double duration, const EditorActions& actions);
 
     const std::int64_t fps_;

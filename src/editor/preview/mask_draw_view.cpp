@@ -72,6 +72,9 @@ void MaskDrawView::paintEvent(QPaintEvent*) {
     fill.setAlphaF(0.22F);
     painter.fillRect(drawn, fill);
     constexpr double kLine = 2;
+    // Between the dashes, so that they are seen on every picture.
+    painter.setPen(QPen(ui::theme::kUnder, kLine));
+    painter.drawRect(drawn.adjusted(1, 1, -1, -1));
     QPen pen(ui::theme::kAccent, kLine, Qt::CustomDashLine, Qt::FlatCap);
     // A pen counts its pattern in its own width.
     pen.setDashPattern({6 / kLine, 4 / kLine});

@@ -22,4 +22,12 @@ Rect canvasRect(const Rect& viewRect, const Rect& shown, PixelSize canvas) {
     return {(viewRect.x - shown.x) * x, (shown.maxY() - viewRect.maxY()) * y, viewRect.width * x, viewRect.height * y};
 }
 
+Rect viewRect(const Rect& canvasRect, const Rect& shown, PixelSize canvas) {
+    if (canvas.width < 1 || canvas.height < 1) return {};
+    const double x = shown.width / canvas.width;
+    const double y = shown.height / canvas.height;
+    return {shown.x + canvasRect.x * x, shown.maxY() - canvasRect.maxY() * y, canvasRect.width * x,
+            canvasRect.height * y};
+}
+
 }  // namespace lumivastor::editor

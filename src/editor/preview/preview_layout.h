@@ -17,4 +17,7 @@ Rect shownCanvas(PixelSize view, PixelSize canvas);
 /// reach beyond the canvas.
 Rect canvasRect(const Rect& viewRect, const Rect& shown, PixelSize canvas);
 
+/// The inverse.
+Rect viewRect(const Rect& canvasRect, const Rect& shown, PixelSize canvas);
+
 }  // namespace lumivastor::editor

@@ -41,5 +41,20 @@ TEST(PreviewLayout, ViewRectanglesAreTurnedOverOntoTheCanvas) {
     EXPECT_EQ(canvasRect({100, 460, 10, 20}, shown, kCanvas), (Rect{320, -32, 32, 64}));
 }
 
+TEST(PreviewLayout, CanvasRectanglesComeBackToTheView) {
+    const Rect shown = shownCanvas({800, 490}, kCanvas);
+    EXPECT_EQ(viewRect({0, 0, 2560, 1440}, shown, kCanvas), shown);
+    for (double x = -100; x < 900; x += 37) {
+        for (double y = -50; y < 600; y += 41) {
+            const Rect there{x, y, 120, 33};
+            const Rect back = viewRect(canvasRect(there, shown, kCanvas), shown, kCanvas);
+            EXPECT_NEAR(back.x, there.x, 1e-9);
+            EXPECT_NEAR(back.y, there.y, 1e-9);
+            EXPECT_NEAR(back.width, there.width, 1e-9);
+            EXPECT_NEAR(back.height, there.height, 1e-9);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace lumivastor::editor

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -45,9 +46,33 @@ struct ColourControl {
     double model::ProjectSettings::*blue;
 };
 
+/// A field that is on or off.
+struct SwitchField {
+    bool (*get)(const model::ProjectSettings& settings);
+    void (*set)(model::ProjectSettings& settings, bool isOn);
+};
+
+/// An optional field is absent while it is off.
+template <auto Field>
+inline constexpr SwitchField kSwitchField = {
+    [](const model::ProjectSettings& settings) {
+        if constexpr (std::is_same_v<std::remove_cvref_t<decltype(settings.*Field)>, bool>) {
+            return settings.*Field;
+        } else {
+            return (settings.*Field).value_or(false);
+        }
+    },
+    [](model::ProjectSettings& settings, bool isOn) {
+        if constexpr (std::is_same_v<std::remove_cvref_t<decltype(settings.*Field)>, bool>) {
+            settings.*Field = isOn;
+        } else if (isOn != (settings.*Field).value_or(false)) {
+            settings.*Field = isOn ? std::optional(true) : std::nullopt;
+        }
+    }};
+
 /// A check box; `text` is beside the box.
 struct SwitchControl {
-    bool model::ProjectSettings::*field;
+    SwitchField field;
     std::string_view text;
 };
 
@@ -95,6 +120,8 @@ struct Control {
     std::variant<SliderControl, ZoomControl, ColourControl, SwitchControl, SegmentControl, MenuControl> kind;
     /// Without a webcam there is no such control, and its fields stay as they are.
     bool needsWebcam = false;
+    /// Without the pointer's positions the control is disabled: nothing that it changes is drawn.
+    bool needsPointer = false;
 };
 
 /// All controls, in the order in which they are shown.
@@ -102,6 +129,9 @@ std::span<const Control> controlTable();
 
 /// The place in the table of the control with this name, which must exist.
 std::size_t controlIndex(std::string_view name);
+
+/// The card that says what is not known of the pointer.
+inline constexpr std::string_view kPointerCard = "Cursor";
 
 /// The name of the one `ZoomControl`. The tools below the preview have a second slider for it.
 inline constexpr const char* kZoomSlider = "zoomSlider";

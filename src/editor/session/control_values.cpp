@@ -24,7 +24,7 @@ struct Reader {
     ControlValue operator()(const ColourControl& control) const {
         return ColourValue{settings.*control.red, settings.*control.green, settings.*control.blue};
     }
-    ControlValue operator()(const SwitchControl& control) const { return settings.*control.field; }
+    ControlValue operator()(const SwitchControl& control) const { return control.field.get(settings); }
     ControlValue operator()(const SegmentControl& control) const { return index(control.choices); }
     ControlValue operator()(const MenuControl& control) const { return index(control.choices); }
 
@@ -54,7 +54,7 @@ struct Setter {
         settings.*control.green = colour.green;
         settings.*control.blue = colour.blue;
     }
-    void operator()(const SwitchControl& control) const { settings.*control.field = std::get<bool>(value); }
+    void operator()(const SwitchControl& control) const { control.field.set(settings, std::get<bool>(value)); }
     void operator()(const SegmentControl& control) const { choose(control.choices); }
     void operator()(const MenuControl& control) const { choose(control.choices); }
 
@@ -86,6 +86,17 @@ model::ProjectSettings settingsFrom(const ControlValues& values, const model::Pr
         std::visit(Setter{values.all[i], settings, selectedZoom}, table[i].kind);
     }
     return settings;
+}
+
+std::string changeName(const ControlValues& before, const ControlValues& after) {
+    const std::span<const Control> table = controlTable();
+    const Control* changed = nullptr;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (before.all[i] == after.all[i]) continue;
+        if (changed != nullptr) return "Einstellung";
+        changed = &table[i];
+    }
+    return changed == nullptr ? "Einstellung" : changed->names.accessible;
 }
 
 int indexInList(const std::vector<model::ZoomSpec>& list, int indexInForce) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
@@ -41,6 +42,10 @@ ControlValues controlValues(const model::ProjectSettings& settings, const std::v
 /// `selectedZoom` counts the zooms in force, which are sorted by their start.
 model::ProjectSettings settingsFrom(const ControlValues& values, const model::ProjectSettings& before, int selectedZoom,
                                     bool hasWebcam);
+
+/// The German name of the step from one set of values to another: the control that differs, by its name for assistive
+/// programs, or "Einstellung" if several do, or none.
+std::string changeName(const ControlValues& before, const ControlValues& after);
 
 /// The index in the list made by hand of the zoom with this index among the zooms in force; -1 when there is none. A
 /// document may hold the list in any order.

@@ -25,6 +25,7 @@ model::ProjectSettings unusual() {
     settings.cornerRadius = 17.3;
     settings.systemVolume = 1.7;
     settings.micVolume = 0;
+    settings.levelLoudness = true;
     settings.exportHeight = 2160;
     settings.exportFormat = model::ExportFormat::mov;
     settings.webcamEnabled = false;
@@ -63,6 +64,7 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
         {[](auto& v) { std::get<ColourValue>(v["colorWell"]).blue = 1; }, [](auto& s) { s.backgroundBlue = 1; }},
         {[](auto& v) { v["systemVolumeSlider"] = 2.0; }, [](auto& s) { s.systemVolume = 2; }},
         {[](auto& v) { v["micVolumeSlider"] = 0.0; }, [](auto& s) { s.micVolume = 0; }},
+        {[](auto& v) { v["loudnessCheckbox"] = true; }, [](auto& s) { s.levelLoudness = true; }},
         {[](auto& v) { v["exportResolutionControl"] = 0; }, [](auto& s) { s.exportHeight = 1080; }},
         {[](auto& v) { v["exportResolutionControl"] = -1; }, [](auto& s) { s.exportHeight = 1080; }},
         {[](auto& v) { v["exportResolutionControl"] = 2; }, [](auto& s) { s.exportHeight = 2160; }},
@@ -85,6 +87,20 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
         EXPECT_NE(expected, before) << i;
         EXPECT_EQ(settingsFrom(values, before, -1, true), expected) << i;
     }
+}
+
+TEST(ControlValues, ASwitchThatIsOffLeavesAnOptionalFieldAsItWas) {
+    model::ProjectSettings settings;
+    ControlValues values = controlValues(settings, {}, -1);
+    EXPECT_EQ(values["loudnessCheckbox"], ControlValue(false));
+    values["loudnessCheckbox"] = true;
+    settings = settingsFrom(values, settings, -1, true);
+    EXPECT_EQ(settings.levelLoudness, true);
+    values["loudnessCheckbox"] = false;
+    EXPECT_EQ(settingsFrom(values, settings, -1, true), model::ProjectSettings());
+    // A document that says so keeps its key.
+    settings.levelLoudness = false;
+    EXPECT_EQ(settingsFrom(controlValues(settings, {}, -1), settings, -1, true), settings);
 }
 
 TEST(ControlValues, EveryFieldButThoseOfTheToolsHasAControl) {
@@ -155,6 +171,28 @@ TEST(ControlValues, WhatADocumentHoldsThatNoControlCanShowStaysUntilItsControlIs
     const model::ProjectSettings after = settingsFrom(values, settings, 4, true);
     EXPECT_EQ(after.webcamCorner, 9);
     EXPECT_EQ(after.exportHeight, 1080);  // a selection there has to be
+}
+
+TEST(ControlValues, AStepIsNamedAfterTheControlThatChanged) {
+    const ControlValues before = controlValues({}, {}, -1);
+    EXPECT_EQ(changeName(before, before), "Einstellung");
+    for (std::size_t i = 0; i < controlTable().size(); ++i) {
+        ControlValues after = before;
+        if (auto* number = std::get_if<double>(&after.all[i])) {
+            *number += 0.01;
+        } else if (auto* index = std::get_if<int>(&after.all[i])) {
+            ++*index;
+        } else if (auto* isOn = std::get_if<bool>(&after.all[i])) {
+            *isOn = !*isOn;
+        } else {
+            std::get<ColourValue>(after.all[i]).red += 0.1;
+        }
+        EXPECT_EQ(changeName(before, after), controlTable()[i].names.accessible);
+        ControlValues both = after;
+        both["paddingSlider"] = 0.123;
+        both["cornerSlider"] = 12.3;
+        EXPECT_EQ(changeName(before, both), "Einstellung");
+    }
 }
 
 TEST(ControlValues, ZoomsOfEqualStartKeepTheirOrder) {

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/recorder_error.h"
 #include "editor/session/frame_time.h"
+#include "model/look.h"
 #include "render/export_plan.h"
 
 namespace lumivastor::editor {
@@ -39,7 +40,9 @@ EditSession::EditSession(const std::filesystem::path& folder, MainLoop& loop, Op
     const PixelSize canvas = previewCanvas(document_.settings());
     composition_ = std::make_shared<edit::Composition>(folder, canvas.width, canvas.height);
     // The composition has read the document itself, and another program may have replaced it in between.
-    composition_->setSettings(document_.settings());
+    compose(document_.settings());
+    // A look that nothing can be drawn with is reported; the recording opens without it.
+    if (!document_.exists()) putInForce(model::withLook(document_.settings(), options_.newLook, hasWebcam()));
     selectedZoom_ = composition_->state()->zoomSpecs.empty() ? -1 : 0;
 }
 
@@ -61,26 +64,62 @@ ControlValues EditSession::controls() const {
 }
 
 void EditSession::applyControls(const ControlValues& values) {
-    edit(settingsFrom(values, settings(), selectedZoom_, hasWebcam()), true);
+    edit(settingsFrom(values, settings(), selectedZoom_, hasWebcam()), changeName(controls(), values), true);
+}
+
+void EditSession::beginDrag(const std::string& name) {
+    endDrag();
+    drag_ = Drag{settings(), selectedZoom_, name};
+}
+
+void EditSession::dragTo(const model::ProjectSettings& next) {
+    if (!drag_ || next == settings() || !putInForce(next)) return;
+    options_.changed();
+}
+
+void EditSession::endDrag() {
+    if (!drag_) return;
+    const Drag drag = *std::exchange(drag_, std::nullopt);
+    if (settings() == drag.origin) return;
+    history_.push(drag.origin, drag.name, false, options_.clock());
+    history_.endRun();
+    scheduleSave();
+    options_.changed();
+}
+
+void EditSession::cancelDrag() {
+    if (!drag_) return;
+    const Drag drag = *std::exchange(drag_, std::nullopt);
+    if (settings() != drag.origin) putInForce(drag.origin);
+    selectedZoom_ = drag.selectedZoom;
+    options_.changed();
+}
+
+void EditSession::change(const model::ProjectSettings& next, const std::string& name, bool coalesce) {
+    edit(next, name, coalesce);
+}
+
+void EditSession::applyLook(const model::ProjectSettings& look, const std::string& name) {
+    change(model::withLook(settings(), look, hasWebcam()), name);
 }
 
 void EditSession::setTrimStart(double playhead) {
     model::ProjectSettings next = settings();
     next.trimStart = snapped(playhead);
-    edit(next, false);
+    edit(next, "Anfang setzen");
 }
 
 void EditSession::setTrimEnd(double playhead) {
     model::ProjectSettings next = settings();
     next.trimEnd = snapped(playhead);
-    edit(next, false);
+    edit(next, "Ende setzen");
 }
 
 void EditSession::resetTrim() {
     model::ProjectSettings next = settings();
     next.trimStart = 0;
     next.trimEnd = 0;
-    edit(next, false);
+    edit(next, "Ganze Aufnahme");
 }
 
 void EditSession::markCutStart(double playhead) {
@@ -103,14 +142,14 @@ void EditSession::addCut(double playhead) {
     std::stable_sort(next.cuts.begin(), next.cuts.end(),
                      [](const model::CutRange& a, const model::CutRange& b) { return a.start < b.start; });
     pendingCutStart_.reset();
-    edit(next, false);
+    edit(next, "Schnitt");
 }
 
 void EditSession::removeLastCut() {
     model::ProjectSettings next = settings();
     if (next.cuts.empty()) return;
     next.cuts.pop_back();
-    edit(next, false);
+    edit(next, "Schnitt entfernen");
 }
 
 void EditSession::addZoom(double playhead, double sliderScale) {
@@ -128,7 +167,7 @@ void EditSession::addZoom(double playhead, double sliderScale) {
     for (std::size_t i = 0; i < inForce.size(); ++i) {
         if (inForce[i].start <= t && t <= inForce[i].end) selectedZoom_ = static_cast<int>(i);
     }
-    edit(next, false);
+    edit(next, "Zoom hinzufügen");
     if (settings() != next) selectedZoom_ = before;
 }
 
@@ -138,13 +177,13 @@ void EditSession::deleteSelectedZoom() {
     const int index = indexInList(*next.zooms, selectedZoom_);
     if (index < 0) return;
     next.zooms->erase(next.zooms->begin() + index);
-    edit(next, false);
+    edit(next, "Zoom löschen");
 }
 
 void EditSession::resetZoomsToAuto() {
     model::ProjectSettings next = settings();
     next.zooms.reset();
-    edit(next, false);
+    edit(next, "Automatische Zooms");
 }
 
 bool EditSession::addMask(const Rect& canvasRect, double playhead) {
@@ -152,7 +191,7 @@ bool EditSession::addMask(const Rect& canvasRect, double playhead) {
     if (!mask) return false;
     model::ProjectSettings next = settings();
     next.masks.push_back(*mask);
-    edit(next, false);
+    edit(next, "Bereich verpixeln");
     return true;
 }
 
@@ -160,24 +199,27 @@ void EditSession::removeLastMask() {
     model::ProjectSettings next = settings();
     if (next.masks.empty()) return;
     next.masks.pop_back();
-    edit(next, false);
+    edit(next, "Bereich entfernen");
 }
 
 void EditSession::removeAllMasks() {
     model::ProjectSettings next = settings();
     next.masks.clear();
-    edit(next, false);
+    edit(next, "Alle Bereiche entfernen");
 }
 
 void EditSession::undo() {
+    if (isDragging()) return cancelDrag();
     restore(history_.undo(settings()));
 }
 
 void EditSession::redo() {
+    if (isDragging()) return cancelDrag();
     restore(history_.redo(settings()));
 }
 
 void EditSession::saveNow() {
+    endDrag();
     saveTimer_.cancel();
     if (isEdited_ || !document_.exists()) save();
 }
@@ -208,7 +250,8 @@ void EditSession::report(const std::string& sentence) {
     options_.status(sentence);
 }
 
-void EditSession::edit(const model::ProjectSettings& next, bool coalesce) {
+void EditSession::edit(const model::ProjectSettings& next, const std::string& name, bool coalesce) {
+    endDrag();
     const model::ProjectSettings before = settings();
     if (next == before) {
         // A command without an effect is no step, but it may have ended a pending cut.
@@ -216,19 +259,23 @@ void EditSession::edit(const model::ProjectSettings& next, bool coalesce) {
         return;
     }
     if (!putInForce(next)) return;
-    history_.push(before, coalesce, options_.clock());
+    history_.push(before, name, coalesce, options_.clock());
     scheduleSave();
     options_.changed();
 }
 
+void EditSession::compose(const model::ProjectSettings& next) {
+    const PixelSize canvas = previewCanvas(next);
+    if (canvas == PixelSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
+        composition_->setSettings(next);
+    } else {
+        composition_ = std::make_shared<edit::Composition>(*composition_, next, canvas.width, canvas.height);
+    }
+}
+
 bool EditSession::putInForce(const model::ProjectSettings& next) {
     try {
-        const PixelSize canvas = previewCanvas(next);
-        if (canvas == PixelSize{composition_->canvasWidth(), composition_->canvasHeight()}) {
-            composition_->setSettings(next);
-        } else {
-            composition_ = std::make_shared<edit::Composition>(*composition_, next, canvas.width, canvas.height);
-        }
+        compose(next);
     } catch (const RecorderError& error) {
         options_.status(error.message());
         return false;

@@ -32,9 +32,12 @@ class EditSession {
         std::function<void(const std::string&)> status;
         /// There is nothing to undo or to redo.
         std::function<void()> beep;
+        /// The look of a recording that has no document yet.
+        model::ProjectSettings newLook = {};
     };
 
-    /// Opens a recording folder; opens no movie. The loop outlives the session. Throws `RecorderError`.
+    /// Opens a recording folder; opens no movie and writes nothing. The loop outlives the session. Throws
+    /// `RecorderError`.
     EditSession(const std::filesystem::path& folder, MainLoop& loop, Options options);
     /// Does not save; see `saveNow`.
     ~EditSession();
@@ -59,6 +62,28 @@ class EditSession {
 
     /// Sets the fields of all controls. Calls that follow each other closely are one step.
     void applyControls(const ControlValues& values);
+
+    /// Begins a drag: the user holds a part of the timeline or of the picture. All settings that follow with `dragTo`
+    /// are one step of the history, which has this German name, and are in force at once. Every other command ends the
+    /// drag first; undo and redo take it back.
+    void beginDrag(const std::string& name);
+    /// Puts settings in force, usually those of the drag's beginning with one part moved (`dragOrigin`). Nothing
+    /// happens without a drag.
+    void dragTo(const model::ProjectSettings& settings);
+    /// Keeps what was dragged. If nothing has changed, there is no step.
+    void endDrag();
+    /// Takes back what was dragged; the history is as before the drag.
+    void cancelDrag();
+    bool isDragging() const { return drag_.has_value(); }
+    /// The settings with which the drag began; of `isDragging` only.
+    const model::ProjectSettings& dragOrigin() const { return drag_->origin; }
+    /// Makes one change that no command below makes, as a step with this German name. With `coalesce`, calls that
+    /// follow each other closely are one step.
+    void change(const model::ProjectSettings& settings, const std::string& name, bool coalesce = false);
+    /// Takes all fields of a look from `look` (model/look.h), as a step with this German name.
+    void applyLook(const model::ProjectSettings& look, const std::string& name);
+    /// The settings with the zooms as a list that can be edited: those in force, if they are proposed.
+    model::ProjectSettings withManualZooms() const;
 
     // The commands of the tools. In their pictures the line is source time: `=` is in the video, `-` is not. `p` is the
     // playhead; it counts as the start of the frame that it shows, and that frame is the one right of `p`.
@@ -156,14 +181,19 @@ class EditSession {
     void saveNow();
 
   private:
-    void edit(const model::ProjectSettings& settings, bool coalesce);
+    struct Drag {
+        model::ProjectSettings origin;
+        int selectedZoom = -1;
+        std::string name;
+    };
+
+    void edit(const model::ProjectSettings& settings, const std::string& name, bool coalesce = false);
+    void compose(const model::ProjectSettings& settings);
     bool putInForce(const model::ProjectSettings& settings);
     void restore(const std::optional<model::ProjectSettings>& settings);
     void scheduleSave();
     void save();
     void report(const std::string& sentence);
-    // The settings with the zooms as a list that can be edited.
-    model::ProjectSettings withManualZooms() const;
     double snapped(double playhead) const;
 
     const Options options_;
@@ -174,6 +204,7 @@ class EditSession {
     SaveTimer saveTimer_;
     std::optional<double> pendingCutStart_;
     int selectedZoom_ = -1;
+    std::optional<Drag> drag_;
 };
 
 /// The canvas of the preview for these settings: that of the export, or of an export with default settings if the

@@ -48,7 +48,8 @@ class EditSessionTest : public testing::Test {
             session_ = std::make_unique<EditSession>(
                 folder_.path(), loop_,
                 EditSession::Options{[this] { return loop_.now(); }, [this] { ++changes_; },
-                                     [this](const std::string& text) { status_ = text; }, [this] { ++beeps_; }});
+                                     [this](const std::string& text) { status_ = text; }, [this] { ++beeps_; },
+                                     newLook_});
         }
         return *session_;
     }
@@ -67,6 +68,7 @@ class EditSessionTest : public testing::Test {
     int changes_ = 0;
     int beeps_ = 0;
     std::string status_;
+    model::ProjectSettings newLook_;
     std::unique_ptr<EditSession> session_;
 };
 
@@ -447,6 +449,131 @@ TEST_F(EditSessionTest, AnExportHeightThatNoMovieHasStillHasAPreview) {
 TEST_F(EditSessionTest, AFolderWithoutDocumentsIsRefused) {
     const TemporaryFolder empty;
     EXPECT_THROW(EditSession(empty.path(), loop_, {}), RecorderError);
+}
+
+TEST_F(EditSessionTest, ADragIsOneStepThatIsInForceAtOnce) {
+    const model::ProjectSettings before = session().settings();
+    model::ProjectSettings next = before;
+    session().beginDrag("Bereich verschieben");
+    for (int i = 1; i <= 5; ++i) {
+        next.trimStart = i;
+        session().dragTo(next);
+        EXPECT_EQ(session().settings().trimStart, i);
+        EXPECT_EQ(session().history().undoSteps(), 0u);
+        loop_.advance(2 * kSecond);
+    }
+    EXPECT_EQ(session().dragOrigin(), before);
+    session().endDrag();
+    EXPECT_FALSE(session().isDragging());
+    EXPECT_EQ(session().history().undoSteps(), 1u);
+    EXPECT_EQ(session().history().undoName(), "Bereich verschieben");
+    // No slider joins it.
+    movePadding(0.05);
+    EXPECT_EQ(session().history().undoSteps(), 2u);
+    session().undo();
+    session().undo();
+    EXPECT_EQ(session().settings(), before);
+}
+
+TEST_F(EditSessionTest, ADragThatIsTakenBackLeavesNothing) {
+    movePadding(0.05);
+    session().undo();
+    const model::ProjectSettings before = session().settings();
+    for (const bool byUndo : {false, true}) {
+        session().beginDrag("Bereich verschieben");
+        model::ProjectSettings next = before;
+        next.trimStart = 3;
+        session().dragTo(next);
+        if (byUndo)
+            session().undo();
+        else
+            session().cancelDrag();
+        EXPECT_FALSE(session().isDragging());
+        EXPECT_EQ(session().settings(), before);
+        EXPECT_EQ(session().history().undoSteps(), 0u);
+        EXPECT_EQ(session().history().redoSteps(), 1u);
+    }
+    session().beginDrag("Bereich verschieben");
+    session().endDrag();
+    EXPECT_EQ(session().history().undoSteps(), 0u);
+    EXPECT_EQ(session().history().redoSteps(), 1u);
+}
+
+TEST_F(EditSessionTest, ACommandKeepsWhatWasDraggedBefore) {
+    session().beginDrag("Bereich verschieben");
+    model::ProjectSettings next = session().settings();
+    next.trimStart = 3;
+    session().dragTo(next);
+    session().setTrimEnd(10);
+    EXPECT_FALSE(session().isDragging());
+    EXPECT_EQ(session().history().undoSteps(), 2u);
+    EXPECT_EQ(session().settings().trimStart, 3);
+    session().undo();
+    EXPECT_EQ(session().settings(), next);
+}
+
+TEST_F(EditSessionTest, ALookIsOneStepAndKeepsWhatBelongsToTheRecording) {
+    session().setTrimStart(2);
+    session().addZoom(5, 2);
+    const model::ProjectSettings before = session().settings();
+    model::ProjectSettings look;
+    look.padding = 0.1;
+    look.exportHeight = 720;
+    look.webcamSize = 0.4;
+    look.trimStart = 9;
+    look.cropTop = 0.2;
+    session().applyLook(look, "Look anwenden");
+    model::ProjectSettings expected = before;
+    expected.padding = 0.1;
+    expected.exportHeight = 720;
+    EXPECT_EQ(session().settings(), expected) << "there is no webcam";
+    EXPECT_EQ(session().composition()->canvasHeight(), 720);
+    EXPECT_EQ(session().history().undoName(), "Look anwenden");
+    const std::size_t steps = session().history().undoSteps();
+    session().applyLook(look, "Look anwenden");
+    EXPECT_EQ(session().history().undoSteps(), steps) << "it changes nothing";
+    loop_.advance(0.8);
+    EXPECT_EQ(saved(), expected);
+    session().undo();
+    EXPECT_EQ(session().settings(), before);
+}
+
+TEST_F(EditSessionTest, ANewRecordingHasTheLookOfNewOnes) {
+    newLook_.padding = 0.1;
+    newLook_.exportHeight = 720;
+    newLook_.webcamEnabled = false;
+    newLook_.trimStart = 9;
+    model::ProjectSettings expected;
+    expected.padding = 0.1;
+    expected.exportHeight = 720;
+    EXPECT_EQ(session().settings(), expected);
+    EXPECT_EQ(session().composition()->canvasHeight(), 720);
+    EXPECT_EQ(session().history().undoSteps(), 0u);
+    loop_.advance(10);
+    EXPECT_FALSE(isSaved()) << "opening writes nothing";
+    session().saveNow();
+    EXPECT_EQ(saved(), expected);
+}
+
+TEST_F(EditSessionTest, ANewRecordingOpensWithoutALookThatCannotBeDrawn) {
+    newLook_.cornerRadius = 1e300;
+    newLook_.padding = 1e300;
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
+    EXPECT_NE(status_, "");
+    status_.clear();
+    session().applyLook(newLook_, "Look anwenden");
+    EXPECT_EQ(session().settings(), model::ProjectSettings());
+    EXPECT_NE(status_, "");
+    EXPECT_EQ(session().history().undoSteps(), 0u);
+}
+
+TEST_F(EditSessionTest, ARecordingWithADocumentKeepsItsOwnLook) {
+    newLook_.padding = 0.1;
+    for (const char* text : {"{}", "{\"padding\": "}) {
+        folder_.write("project.json", text);
+        EXPECT_EQ(session().settings(), model::ProjectSettings());
+        session_.reset();
+    }
 }
 
 }  // namespace

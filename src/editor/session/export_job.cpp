@@ -8,20 +8,41 @@
 
 namespace lumivastor::editor {
 
-namespace {
-
-std::unique_ptr<const edit::Composition> onExportCanvas(const edit::Composition& composition,
-                                                        const model::ProjectSettings& settings) {
+ExportRequest exportRequest(const edit::Composition& composition, const model::ProjectSettings& settings) {
     const PixelSize canvas = render::exportCanvas(settings.exportHeight);
-    return std::make_unique<const edit::Composition>(composition, settings, canvas.width, canvas.height);
+    ExportRequest request;
+    request.composition = std::make_shared<const edit::Composition>(composition, settings, canvas.width, canvas.height);
+    request.form = render::filmForm(settings.exportFormat);
+    request.file = composition.folder() / render::usualName(request.form);
+    return request;
 }
 
-}  // namespace
+ExportRequest exportRequest(const std::filesystem::path& folder) {
+    const model::ProjectSettings settings = model::ProjectSettings::load(folder);
+    const PixelSize canvas = render::exportCanvas(settings.exportHeight);
+    ExportRequest request;
+    request.composition = std::make_shared<const edit::Composition>(folder, canvas.width, canvas.height);
+    request.form = render::filmForm(settings.exportFormat);
+    request.file = folder / render::usualName(request.form);
+    return request;
+}
 
-ExportJob::ExportJob(const edit::Composition& composition, const model::ProjectSettings& settings, MainLoop& loop,
-                     Callbacks callbacks)
-    : callbacks_(std::move(callbacks)), composition_(onExportCanvas(composition, settings)) {
+PixelSize filmSize(const ExportRequest& request) {
+    const PixelSize canvas{request.composition->canvasWidth(), request.composition->canvasHeight()};
+    if (!render::isAnimation(request.form)) return canvas;
+    try {
+        return render::animationSize(request.animation, canvas);
+    } catch (const RecorderError&) {
+        return canvas;
+    }
+}
+
+ExportJob::ExportJob(const ExportRequest& request, MainLoop& loop, Callbacks callbacks)
+    : callbacks_(std::move(callbacks)), composition_(request.composition) {
     render::RenderOptions options;
+    options.form = request.form;
+    options.file = request.file;
+    options.animation = request.animation;
     options.postToMain = [&loop, alive = lifetime_.watch()](std::function<void()> work) {
         loop.async([alive, work = std::move(work)] {
             if (!alive.expired()) work();

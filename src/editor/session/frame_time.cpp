@@ -26,6 +26,10 @@ double snappedToFrame(double t, std::int64_t fps) {
     return static_cast<double>(frameNumber(t, fps)) / rate(fps);
 }
 
+double nearestFrame(double t, std::int64_t fps) {
+    return static_cast<double>(saturatedRound<std::int64_t>(t * rate(fps))) / rate(fps);
+}
+
 double frameLength(std::int64_t fps) {
     return 1 / rate(fps);
 }

@@ -14,6 +14,9 @@ std::int64_t frameNumber(double t, std::int64_t fps);
 /// The start of the frame shown at `t`.
 double snappedToFrame(double t, std::int64_t fps);
 
+/// The start of the frame that begins nearest to `t`: for what is dragged, which follows the pointer on both sides.
+double nearestFrame(double t, std::int64_t fps);
+
 /// The duration of a frame.
 double frameLength(std::int64_t fps);
 

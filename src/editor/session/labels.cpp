@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "base/formatted.h"
 #include "base/saturated.h"
@@ -81,6 +82,19 @@ std::string zoomMode(bool byHand) {
     return byHand ? "von Hand bearbeitet" : "Automatik";
 }
 
+std::string pointerNote(const model::CaptureInfo& info) {
+    if (!info.pointerKnown) return {};
+    switch (*info.pointerKnown) {
+        case model::KnownPointer::positions:
+            return "Klicks sind nicht bekannt; Zooms folgen den Haltepunkten.";
+        case model::KnownPointer::embedded:
+            return "Der Mauszeiger ist fest im Bild; Zooms setzt du von Hand.";
+        case model::KnownPointer::none:
+            break;
+    }
+    return "Der Mauszeiger fehlt im Bild; Zooms setzt du von Hand.";
+}
+
 std::string masks(std::size_t count, bool isDrawing) {
     if (isDrawing) return "Rechteck in der Vorschau aufziehen (Esc bricht ab)";
     if (count == 0) return "Keine Bereiche";
@@ -99,6 +113,11 @@ std::string rendering(int width, int height, const std::optional<double>& remain
 
 std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName) {
     return formatted("Fertig: %.1f s, %lld Zooms – ", seconds, number(zooms)) + fileName;
+}
+
+std::string shuttle(int rate) {
+    if (rate == 0 || rate == 1) return {};
+    return formatted("%s %d×", rate > 0 ? "Vorlauf" : "Rücklauf", std::abs(rate));
 }
 
 std::string remainingTime(double seconds) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "edit/timeline.h"
+#include "model/capture_info.h"
 #include "model/project_settings.h"
 
 // The texts of the window's labels: German, UTF-8. Times are seconds of source time.
@@ -46,6 +47,9 @@ std::string zoomItem(int number, const model::ZoomSpec& zoom);
 
 std::string zoomMode(bool byHand);
 
+/// One line about what is not known of the pointer; empty when everything is.
+std::string pointerNote(const model::CaptureInfo& info);
+
 std::string masks(std::size_t count, bool isDrawing);
 
 /// "Rendere in 1920×1080 …".
@@ -55,6 +59,9 @@ std::string rendering(int width, int height, const std::optional<double>& remain
 
 /// "Fertig: 12.5 s, 3 Zooms – studio-output.mp4".
 std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName);
+
+/// "Vorlauf 2×", "Rücklauf 4×"; empty while the player plays or nothing moves (rates 1 and 0).
+std::string shuttle(int rate);
 
 /// "noch 42 s", "noch 3 min 20 s", "noch 1 h 5 min". Rounded up, and the longer the coarser, so that it does not
 /// flicker.

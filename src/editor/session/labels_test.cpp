@@ -70,6 +70,7 @@ TEST(Labels, ValuesOfSliders) {
 TEST(Labels, Zooms) {
     EXPECT_EQ(labels::zoomItem(1, {4.45, 7, 1.6, {}}), "Zoom 1: 4.5 – 7.0 s");
     EXPECT_EQ(labels::zoomMode(false), "Automatik");
+    EXPECT_EQ(labels::pointerNote({}), "");
     EXPECT_EQ(labels::zoomMode(true), "von Hand bearbeitet");
 }
 
@@ -97,6 +98,14 @@ TEST(Labels, RemainingTimeIsCoarserTheLongerItIs) {
     EXPECT_EQ(labels::remainingTime(601), "noch 11 min");
     EXPECT_EQ(labels::remainingTime(3600), "noch 1 h 0 min");
     EXPECT_EQ(labels::remainingTime(3901), "noch 1 h 6 min");
+}
+
+TEST(Labels, TheShuttleSaysWhereItRunsAndHowFast) {
+    EXPECT_EQ(labels::shuttle(0), "");
+    EXPECT_EQ(labels::shuttle(1), "");
+    EXPECT_EQ(labels::shuttle(2), "Vorlauf 2×");
+    EXPECT_EQ(labels::shuttle(-1), "Rücklauf 1×");
+    EXPECT_EQ(labels::shuttle(-8), "Rücklauf 8×");
 }
 
 }  // namespace

@@ -5,11 +5,11 @@
 
 namespace lumivastor::editor {
 
-void UndoHistory::push(const model::ProjectSettings& before, bool coalesce, double now) {
+void UndoHistory::push(const model::ProjectSettings& before, const std::string& name, bool coalesce, double now) {
     const bool joins = coalesce && lastPush_ && now - *lastPush_ < kPause;
     lastPush_ = now;
     if (joins) return;
-    undoStack_.push_back(before);
+    undoStack_.push_back({before, name});
     if (undoStack_.size() > kLimit) undoStack_.pop_front();
     redoStack_.clear();
 }
@@ -24,12 +24,12 @@ std::optional<model::ProjectSettings> UndoHistory::redo(const model::ProjectSett
 
 std::optional<model::ProjectSettings> UndoHistory::move(Stack& from, Stack& to, const model::ProjectSettings& current) {
     if (from.empty()) return std::nullopt;
-    model::ProjectSettings settings = std::move(from.back());
+    Step step = std::move(from.back());
     from.pop_back();
-    to.push_back(current);
+    to.push_back({current, step.name});
     // What was just undone is no run that a change could still join.
-    lastPush_.reset();
-    return settings;
+    endRun();
+    return std::move(step.settings);
 }
 
 }  // namespace lumivastor::editor

@@ -7,52 +7,93 @@ namespace lumivastor::editor {
 
 namespace {
 
+using Span = TimelineStripLayout::Span;
+using Item = TimelineStripLayout::Item;
+
 // Narrower spans cannot be seen, closer clicks not be told apart.
 constexpr double kLeastWidth = 3;
 constexpr double kLeastDistance = 4;
+// Spans reach this far out of the visible part, so that their rounded ends are not seen there.
+constexpr double kOver = 12;
 
-class Scale {
+class Shown {
   public:
-    Scale(double duration, double width, double margin)
-        : duration_(duration), left_(margin), length_(std::max(width - 2 * margin, 0.0)) {}
+    Shown(const TimeScale& scale, double duration) : scale_(scale), duration_(duration) {}
 
-    double at(double seconds) const {
-        return left_ + (duration_ > 0 ? std::clamp(seconds / duration_, 0.0, 1.0) : 0.0) * length_;
+    bool isVisible(double seconds) const {
+        return scale_.visible().start <= seconds && seconds <= scale_.visible().end;
     }
-    TimelineStripLayout::Span span(double start, double end) const {
-        const double left = at(start);
-        const double right = std::max(at(end), left + kLeastWidth);
-        // At the very end the little width reaches back.
-        const double over = std::max(right - (left_ + length_), 0.0);
-        return {std::max(left - over, left_), right - over};
+    /// nullopt if nothing of it is visible.
+    std::optional<Item> item(double start, double end, int index) const {
+        const double from = std::clamp(start, 0.0, duration_);
+        const double to = std::clamp(end, from, duration_);
+        if (to < scale_.visible().start || from > scale_.visible().end) return std::nullopt;
+        return Item{span(from, to), index, isVisible(from), isVisible(to)};
+    }
+    std::optional<double> position(double seconds) const {
+        return isVisible(seconds) ? std::optional(scale_.at(seconds)) : std::nullopt;
     }
 
   private:
-    double duration_, left_, length_;
+    Span span(double start, double end) const {
+        const double left = std::max(scale_.at(start), scale_.left() - kOver);
+        const double right = std::min(std::max(scale_.at(end), left + kLeastWidth), scale_.right() + kOver);
+        // At the very end of the recording the minimum width reaches back.
+        const double over = end >= duration_ ? std::max(right - scale_.at(duration_), 0.0) : 0.0;
+        return {std::max(left - over, std::min(left, scale_.left())), right - over};
+    }
+
+    const TimeScale& scale_;
+    double duration_;
 };
+
+std::vector<TimelineStripLayout::Click> layOutClicks(std::span<const model::PointerSample> clicks,
+                                                     const TimeScale& scale) {
+    std::vector<TimelineStripLayout::Click> shown;
+    const auto earlier = [](const model::PointerSample& click, double seconds) { return click.t < seconds; };
+    auto next = std::lower_bound(clicks.begin(), clicks.end(), scale.visible().start, earlier);
+    while (next != clicks.end() && next->t <= scale.visible().end) {
+        shown.push_back({scale.at(next->t), next->t});
+        // At least one further: a length that is nothing in seconds, or clicks at one time.
+        const double least = next->t + scale.seconds(kLeastDistance);
+        next = std::max(next + 1, std::lower_bound(next, clicks.end(), least, earlier));
+    }
+    return shown;
+}
 
 }  // namespace
 
-TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, double width, double margin) {
-    const Scale scale(content.duration, width, margin);
+TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, const TimeScale& scale,
+                                        double labelDistance) {
+    const Shown shown(scale, content.duration);
     TimelineStripLayout layout;
-    layout.whole = {scale.at(0), scale.at(content.duration)};
-    layout.playhead = scale.at(content.playhead);
-    for (const Interval& segment : content.kept) layout.kept.push_back(scale.span(segment.start, segment.end));
-    for (const model::ZoomSpec& zoom : content.zooms) layout.zooms.push_back(scale.span(zoom.start, zoom.end));
-    for (const model::PointerSample& click : content.clicks) {
-        const double x = scale.at(click.t);
-        if (layout.clicks.empty() || x - layout.clicks.back() >= kLeastDistance) layout.clicks.push_back(x);
+    layout.whole = {std::max(scale.at(0), scale.left()), std::min(scale.at(content.duration), scale.right())};
+    layout.ticks = rulerTicks(scale, content.duration, content.fps, labelDistance);
+    for (const Interval& segment : content.kept) {
+        if (const auto item = shown.item(segment.start, segment.end, 0)) layout.kept.push_back(item->span);
     }
+    int index = 0;
+    for (const model::ZoomSpec& zoom : content.zooms) {
+        // Those behind the recording are shown at its end.
+        if (zoom.start > scale.visible().end && scale.visible().end < content.duration) break;
+        if (const auto item = shown.item(zoom.start, zoom.end, index)) layout.zooms.push_back(*item);
+        ++index;
+    }
+    index = 0;
+    for (const model::CutRange& cut : content.cuts) {
+        const auto item = shown.item(cut.start, cut.end, index);
+        if (item && cut.start < cut.end) layout.cuts.push_back(*item);
+        ++index;
+    }
+    layout.clicks = layOutClicks(content.clicks, scale);
     if (content.pendingCutStart) {
-        layout.pendingCut = scale.span(*content.pendingCutStart, std::max(*content.pendingCutStart, content.playhead));
+        const double start = *content.pendingCutStart;
+        if (const auto item = shown.item(start, std::max(start, content.playhead), 0)) layout.pendingCut = item->span;
     }
+    layout.trimStart = shown.position(content.trim.start);
+    layout.trimEnd = shown.position(content.trim.end);
+    layout.playhead = shown.position(std::clamp(content.playhead, 0.0, std::max(content.duration, 0.0)));
     return layout;
-}
-
-double timelineSecondsAt(double x, double duration, double width, double margin) {
-    const double length = width - 2 * margin;
-    return length > 0 ? std::clamp((x - margin) / length, 0.0, 1.0) * duration : 0.0;
 }
 
 }  // namespace lumivastor::editor
