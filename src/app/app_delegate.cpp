@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/app_delegate.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 #include <variant>
 
 #include "app/status_texts.h"
 #include "base/after.h"
+#include "base/handled_error.h"
 #include "base/log.h"
 #include "base/private_folder.h"
 #include "capture/capture_plan.h"
+#include "capture/desktop_dialog.h"
 #include "capture/live_video.h"
 #include "capture/recording/device_recorder.h"
 
@@ -38,7 +41,12 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
       access_(services_),
       flow_(services_, view_, window_,
             {.started = [this](const std::filesystem::path& folder) { lastFolder_ = folder; },
-             .finished = [this](const std::filesystem::path& folder) { openEditor(folder); }}) {
+             .finished =
+                 [this](const std::filesystem::path& folder) {
+                     ended_.check(folder);
+                     openEditor(folder);
+                 },
+             .grantChanged = [this] { grantChanged(); }}) {
     window_.update([&](MainWindowState& state) {
         state.choices.autoZoom = services_.preferences.autoZoomsEnabled().value_or(true);
     });
@@ -89,6 +97,8 @@ bool AppDelegate::videosMayEnd() {
 bool AppDelegate::mainWindowShouldClose() {
     if (!checkVideoMayEnd()) return false;
     cancelCheckVideo();
+    // Without this window nobody would know that the screen is still shared.
+    if (!flow_.isActive()) flow_.releaseGrant();
     return true;
 }
 
@@ -106,19 +116,21 @@ bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() const {
 }
 
 void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
-    if (!flow_.isActive() && !hasVisibleWindows) view_->showMainWindow();
+    // Where a recording has no panel, this is the way back to the button that stops it.
+    const bool wantsToStop = flow_.runsWithoutPanel();
+    if (wantsToStop || (!flow_.isActive() && !hasVisibleWindows)) view_->showMainWindow();
 }
 
 void AppDelegate::newRecording() {
     if (!flow_.isActive()) view_->showMainWindow();
 }
 
-void AppDelegate::open(const std::filesystem::path& folder) {
-    openEditor(folder);
+std::optional<std::string> AppDelegate::open(const std::filesystem::path& folder) {
+    return openEditor(folder);
 }
 
 void AppDelegate::chooseRecording() {
-    // A panel would end up in the recording.
+    // A window would end up in the recording.
     if (!flow_.isActive()) renderStudioVideo();
 }
 
@@ -138,8 +150,8 @@ void AppDelegate::reloadDisplays() {
             if (platform::ContentPicker* const picker = services_.desktop.contentPicker())
                 lists.picker = picker->offer();
             answer = std::move(lists);
-        } catch (const RecorderError& error) {
-            answer = error;
+        } catch (...) {
+            answer = handledError("Unerwarteter Fehler");
         }
         onMain([this, answer] { applySources(answer); });
     });
@@ -149,37 +161,66 @@ void AppDelegate::applySources(const std::variant<SourceLists, RecorderError>& a
     if (const auto* lists = std::get_if<SourceLists>(&answer)) {
         lists_ = *lists;
         fillSourcePopup();
-        tryEncoders();
+        tryEncoders(lists_.displays);
         return;
     }
     lists_ = {};
+    const std::string reason = std::get<RecorderError>(answer).message();
+    Log::write("Permissions", "SCShareableContent: " + reason);
+    if (services_.desktop.contentPicker() != nullptr) {
+        showPopup(missingDialogPopup(reason));
+        return;
+    }
     showPopup(deniedSourcePopup());
-    Log::write("Permissions", "SCShareableContent: " + std::get<RecorderError>(answer).message());
     openScreenRecordingSettings();
 }
 
-void AppDelegate::tryEncoders() {
+void AppDelegate::tryEncoders(const std::vector<platform::Display>& displays) {
     // Only once, because later a recording may run.
-    if (std::exchange(encodersTried_, true) || flow_.isActive()) return;
-    encoderQueue_.async([choose = services_.chooseEncoder, displays = lists_.displays] {
-        for (const platform::Display& display : displays) {
-            choose(capture::screenEncodingJob(
-                capture::evenPixelSize({display.frame.width, display.frame.height}, display.scale), kFastestPace));
+    if (displays.empty() || encodersTried_ || flow_.isActive()) return;
+    encodersTried_ = true;
+    encoderQueue_.async([choose = services_.chooseEncoder, displays] {
+        try {
+            for (const platform::Display& display : displays) {
+                choose(capture::screenEncodingJob(
+                    capture::evenPixelSize({display.frame.width, display.frame.height}, display.scale), kFastestPace));
+            }
+        } catch (...) {
+            // The recording chooses its encoder itself and reports what prevents that.
+            Log::write("Capture", "Encoder nicht erprobt: " + handledError("Unerwarteter Fehler").message());
         }
     });
 }
 
+SourcePopup AppDelegate::presentPopup() const {
+    return sourcePopup(window_.choices().sourceType, lists_, flow_.granted());
+}
+
 void AppDelegate::fillSourcePopup() {
-    showPopup(sourcePopup(window_.choices().sourceType, lists_));
+    showPopup(presentPopup());
 }
 
 std::string AppDelegate::readyText() const {
-    return sourcePopup(window_.choices().sourceType, lists_).status;
+    return presentPopup().status;
+}
+
+void AppDelegate::grantChanged() {
+    if (const auto& granted = flow_.granted()) {
+        if (const auto* display = std::get_if<platform::Display>(&*granted)) tryEncoders({*display});
+    }
+    fillSourcePopup();
+}
+
+void AppDelegate::chooseContent() {
+    if (!lists_.picker) return;
+    window_.withdrawHint(Hint::source, readyText());
+    withPicker([this](SourceType type) { flow_.chooseGrant(type); });
 }
 
 void AppDelegate::showPopup(const SourcePopup& popup) {
     window_.update([&](MainWindowState& state) {
         state.sourceItems = popup.items;
+        state.chooseTitle = popup.chooseTitle;
         state.choices.sourceIndex = popup.items.empty() ? -1 : 0;
         // A late list must not replace the recording's status.
         if (!flow_.isActive()) state.status = popup.status;
@@ -199,6 +240,10 @@ void AppDelegate::setChoice(const std::function<void(MainWindowChoices&)>& set) 
 
 void AppDelegate::sourceTypeChanged(SourceType type) {
     setChoice([&](MainWindowChoices& choices) { choices.sourceType = type; });
+    // What was chosen is shared until then, so it is given back when it is of no use any more.
+    if (type == SourceType::device || (flow_.granted() && !isOfKind(*flow_.granted(), pickedKind(type)))) {
+        flow_.releaseGrant();
+    }
     fillSourcePopup();
 }
 
@@ -228,14 +273,17 @@ void AppDelegate::autoZoomToggled(bool on) {
 void AppDelegate::webcamToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.webcam = on; });
     window_.withdrawHint(Hint::camera, readyText());
+    opening_.end();
     if (!on) {
         flow_.stopCameraPreview();
         return;
     }
+    if (!flow_.isActive()) opening_.begin(kOpeningCamera);
     access_.requestCamera([this](Access access) { cameraAnswered(access); });
 }
 
 void AppDelegate::cameraAnswered(Access access) {
+    opening_.end();
     if (!window_.choices().webcam || flow_.hasRecorder()) return;
     if (access != Access::refused) {
         cameraWasRefused_ = false;
@@ -268,13 +316,13 @@ std::vector<platform::RunningApplication> AppDelegate::excludedApplications() co
 }
 
 void AppDelegate::startRecording() {
-    if (completing_) return;
+    if (!completing_.empty()) return;
     for (const Hint about : {Hint::microphone, Hint::camera, Hint::source, Hint::folder, Hint::start}) {
         window_.withdrawHint(about, readyText());
     }
     const MainWindowChoices& choices = window_.choices();
     if (lists_.picker && choices.sourceType != SourceType::device) {
-        startGrant(choices.sourceType);
+        withPicker([this](SourceType type) { flow_.beginGrant(type); });
         return;
     }
     const auto display = chosen(lists_.displays, choices.sourceIndex);
@@ -309,43 +357,60 @@ void AppDelegate::startRecording() {
     }
 }
 
-void AppDelegate::startGrant(SourceType type) {
-    if (const auto refusal = pickerRefusal(type, *lists_.picker)) {
+void AppDelegate::withPicker(const std::function<void(SourceType)>& action) {
+    const SourceType type = window_.choices().sourceType;
+    if (const auto refusal = capture::dialogRefusal(pickedKind(type), *lists_.picker)) {
         window_.setHint(Hint::source, *refusal);
-        return;
+    } else {
+        action(type);
     }
-    using Kind = platform::ContentPicker::Kind;
-    flow_.beginGrant(type == SourceType::window ? Kind::window : Kind::display);
 }
 
 // Folders, editor, check video
 
-void AppDelegate::openEditor(const std::filesystem::path& folder) {
+std::optional<std::string> AppDelegate::openEditor(const std::filesystem::path& folder) {
     try {
         view_->openEditor(folder);
         window_.withdrawHint(Hint::folder, readyText());
+        services_.recordingOpened(folder);
+        return std::nullopt;
     } catch (const RecorderError& error) {
-        window_.setHint(Hint::folder, "Editor konnte nicht geöffnet werden: " + error.message());
+        std::string sentence = "Editor konnte nicht geöffnet werden: " + error.message();
+        window_.setHint(Hint::folder, sentence);
         Log::write("Editor", "Öffnen fehlgeschlagen: " + error.message());
+        return sentence;
     }
 }
 
 void AppDelegate::renderStudioVideo() {
-    askForRecordingFolder([this](const std::filesystem::path& folder) { openEditor(folder); });
+    window_.withdrawHint(Hint::folder, readyText());
+    view_->showRecordings();
 }
 
-void AppDelegate::askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosenFolder) {
+void AppDelegate::chooseFolder(std::function<void(const std::string&)> refused) {
+    askForRecordingFolder(
+        [this, refused](const std::filesystem::path& folder) {
+            if (const auto refusal = openEditor(folder)) refused(*refusal);
+        },
+        refused);
+}
+
+void AppDelegate::askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosenFolder,
+                                        std::function<void(const std::string&)> refused) {
     window_.withdrawHint(Hint::folder, readyText());
     view_->askForFolder("Aufnahmeordner auswählen (enthält source.mov und pointer.json)",
                         lastFolder_ ? lastFolder_->parent_path() : services_.root,
-                        [this, chosenFolder = std::move(chosenFolder)](std::optional<std::filesystem::path> folder) {
+                        [this, chosenFolder = std::move(chosenFolder),
+                         refused = std::move(refused)](std::optional<std::filesystem::path> folder) {
                             if (!folder) return;
                             std::error_code ignored;
                             if (std::filesystem::exists(*folder / "source.mov", ignored)) {
                                 chosenFolder(*folder);
-                            } else {
-                                window_.setHint(Hint::folder, "In diesem Ordner liegt keine source.mov.");
+                                return;
                             }
+                            const std::string sentence = "In diesem Ordner liegt keine source.mov.";
+                            window_.setHint(Hint::folder, sentence);
+                            if (refused) refused(sentence);
                         });
 }
 
@@ -447,10 +512,15 @@ void AppDelegate::revealFolder() {
 
 void AppDelegate::lookForInterrupted() {
     workQueue_.async([this] {
-        onMain([this, found = interruptedRecordings(services_.root)] {
-            interrupted_ = found;
-            showInterrupted();
-        });
+        try {
+            onMain([this, found = interruptedRecordings(services_.root)] {
+                interrupted_ = found;
+                showInterrupted();
+            });
+        } catch (...) {
+            Log::write("Capture",
+                       "Unterbrochene Aufnahmen nicht gesucht: " + handledError("Unerwarteter Fehler").message());
+        }
     });
 }
 
@@ -462,22 +532,35 @@ void AppDelegate::showInterrupted() {
 }
 
 void AppDelegate::completeInterrupted() {
-    if (interrupted_.empty() || completing_ || flow_.isActive()) return;
-    completing_ = true;
-    const auto folders = std::exchange(interrupted_, {});
+    if (interrupted_.empty() || !completing_.empty() || flow_.isActive()) return;
+    beginCompletion(std::exchange(interrupted_, {}));
+}
+
+void AppDelegate::complete(const std::filesystem::path& folder) {
+    if (!completing_.empty() || flow_.isActive()) return;
+    std::erase(interrupted_, folder);
+    beginCompletion({folder});
+}
+
+bool AppDelegate::isCompleting(const std::filesystem::path& folder) const {
+    return std::find(completing_.begin(), completing_.end(), folder) != completing_.end();
+}
+
+void AppDelegate::beginCompletion(std::vector<std::filesystem::path> folders) {
+    completing_ = folders;
     showInterrupted();
     window_.update([](MainWindowState& state) {
         state.recordEnabled = false;
         state.controlsEnabled = false;
         state.status = "Schließe die unterbrochene Aufnahme ab …";
     });
-    workQueue_.async([this, folders] {
+    workQueue_.async([this, folders = std::move(folders)] {
         onMain([this, report = completeRecordings(folders, services_.recover)] { completionEnded(report); });
     });
 }
 
 void AppDelegate::completionEnded(const CompletionReport& report) {
-    completing_ = false;
+    completing_.clear();
     if (!report.completed.empty()) lastFolder_ = report.completed.back();
     window_.update([&](MainWindowState& state) {
         state.recordEnabled = true;

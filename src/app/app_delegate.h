@@ -5,14 +5,17 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <variant>
 #include <vector>
 
 #include "app/app_services.h"
 #include "app/app_view.h"
+#include "app/ended_recording.h"
 #include "app/interrupted_recordings.h"
 #include "app/main_window_model.h"
+#include "app/opening_status.h"
 #include "app/recording_flow.h"
 #include "app/session/command_switches.h"
 #include "app/view_in_force.h"
@@ -50,10 +53,12 @@ class AppDelegate {
     bool applicationShouldTerminateAfterLastWindowClosed() const;
     /// The program was started again.
     void applicationShouldHandleReopen(bool hasVisibleWindows);
-    /// The program was started again to edit this folder.
-    void open(const std::filesystem::path& folder);
-    /// Asks for a folder to edit; not during a recording.
+    /// Opens this folder in an editor. A German sentence when that is not possible; the main window says it, too.
+    std::optional<std::string> open(const std::filesystem::path& folder);
+    /// Shows the list of recordings; not during a recording.
     void chooseRecording();
+    /// Asks for any folder to edit. `refused` gets the sentence when it cannot be edited; the main window says it, too.
+    void chooseFolder(std::function<void(const std::string&)> refused);
     /// Shows the main window for a new recording, unless one is in progress.
     void newRecording();
 
@@ -70,13 +75,19 @@ class AppDelegate {
     void toggleRecording();
     void stopFromStatusItem() { flow_.stop(); }
     void refreshSources();
+    /// The button that opens the desktop's own dialog.
+    void chooseContent();
     void renderCheckVideo();
+    /// The button that shows the list of recordings.
     void renderStudioVideo();
     void revealFolder();
     void regionArmProceed() { flow_.regionArmProceed(); }
     void regionArmCancel() { flow_.regionArmCancel(); }
     /// The button of the notice about interrupted recordings.
     void completeInterrupted();
+    /// Completes one interrupted recording, unless a recording or another completion is at work.
+    void complete(const std::filesystem::path& folder);
+    bool isCompleting(const std::filesystem::path& folder) const;
     /// The button of the notice about a check video.
     void revealCheckVideo();
 
@@ -86,26 +97,31 @@ class AppDelegate {
   private:
     void setChoice(const std::function<void(MainWindowChoices&)>& set);
     void startRecording();
-    void startGrant(SourceType type);
+    /// Runs `action` for the chosen type, or says why the desktop's dialog does not offer it.
+    void withPicker(const std::function<void(SourceType)>& action);
+    void grantChanged();
+    SourcePopup presentPopup() const;
     void reloadDisplays();
     void applySources(const std::variant<SourceLists, RecorderError>& answer);
     void fillSourcePopup();
     void showPopup(const SourcePopup& popup);
     void openScreenRecordingSettings();
     /// Measures the encoders in the background, so that no recording has to wait for it.
-    void tryEncoders();
+    void tryEncoders(const std::vector<platform::Display>& displays);
     void cameraAnswered(Access access);
-    void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen);
+    void askForRecordingFolder(std::function<void(const std::filesystem::path&)> chosen,
+                               std::function<void(const std::string&)> refused = {});
     void startCheckVideo(const std::filesystem::path& folder);
     void checkVideoEnded(const render::CursorRenderer::Outcome& outcome);
     void checkVideoFinished(const render::CursorRenderer::Result& result);
     bool checkVideoMayEnd();
     void cancelCheckVideo();
     std::string readyText() const;
-    void openEditor(const std::filesystem::path& folder);
+    std::optional<std::string> openEditor(const std::filesystem::path& folder);
     void startTestRegion();
     void lookForInterrupted();
     void showInterrupted();
+    void beginCompletion(std::vector<std::filesystem::path> folders);
     void completionEnded(const CompletionReport& report);
     std::vector<platform::RunningApplication> excludedApplications() const;
     void onMain(std::function<void()> work);
@@ -116,11 +132,13 @@ class AppDelegate {
     SourceLists lists_;
     std::optional<std::filesystem::path> lastFolder_;
     std::vector<std::filesystem::path> interrupted_;
-    bool completing_ = false;
+    std::vector<std::filesystem::path> completing_;  // in the background
     bool cameraWasRefused_ = false;
     bool testRegion_ = false;
     bool encodersTried_ = false;
+    OpeningStatus opening_{services_.mainLoop, window_};
     DeviceAccess access_;
+    EndedRecording ended_{services_, window_};
     RecordingFlow flow_;
     std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
     editor::SecondAttempt closing_;  // while a check video is written

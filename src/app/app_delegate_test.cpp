@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
+#include <new>
 
 #include "app/no_view.h"
 #include "capture/journal/journal_records.h"
@@ -83,6 +85,28 @@ TEST_F(AppDelegateTest, ADesktopThatCannotBeLookedAtIsTold) {
     untilStatus("Bereit. 2 Bildschirm(e)");
 }
 
+TEST_F(AppDelegateTest, WhateverThrowsInTheBackgroundDoesNotEndTheProgram) {
+    const std::string reason = "Der Arbeitsspeicher reicht nicht.";
+    services_.chooseEncoder = [](const media::EncodingJob&) -> media::EncoderChoice { throw std::bad_alloc(); };
+    const auto camera =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
+    std::promise<void> opening;
+    opening.set_exception(std::make_exception_ptr(std::bad_alloc()));
+    camera->holdOpens(opening.get_future().share());
+    devices_.setDefaultCamera(camera);
+    desktop_.failContent(std::make_exception_ptr(std::bad_alloc()));
+    launch();
+    EXPECT_TRUE(logged("[Permissions] SCShareableContent: " + reason));
+    desktop_.failContent(std::nullopt);
+    app_->refreshSources();
+    untilStatus("Bereit. 2 Bildschirm(e)");
+    app_->webcamToggled(true);
+    untilStatus("Ohne Kameraberechtigung keine Facecam.");
+    EXPECT_TRUE(logged("[Permissions] Kamera: " + reason));
+    app_.reset();
+    EXPECT_TRUE(logged("[Capture] Encoder nicht erprobt: " + reason));
+}
+
 TEST_F(AppDelegateTest, WithoutASourceEveryTypeSaysWhatToDo) {
     desktop_.setContent({});
     launch();
@@ -125,14 +149,12 @@ TEST_F(AppDelegateTest, OpenEditorOpensASecondLater) {
     EXPECT_EQ(view_.count("editor /videos/a"), 1);
 }
 
-TEST_F(AppDelegateTest, ChooseRecordingAsksASecondLater) {
+TEST_F(AppDelegateTest, ChooseRecordingShowsTheListASecondLater) {
     launch({.openEditor = {}, .chooseRecording = true});
     loop_.advance(0.9);
-    EXPECT_EQ(view_.folderMessage, "");
-    temporary_.write("source.mov", "");
-    view_.folderToChoose = temporary_.path();
+    EXPECT_EQ(view_.count("showRecordings"), 0);
     loop_.advance(0.2);
-    EXPECT_EQ(view_.count("editor " + temporary_.path().string()), 1);
+    EXPECT_EQ(view_.count("showRecordings"), 1);
 }
 
 TEST_F(AppDelegateTest, AnEditorThatDoesNotOpenIsTold) {
@@ -218,6 +240,9 @@ TEST_F(AppDelegateTest, WithoutACameraTheStatusSaysSo) {
 TEST_F(AppDelegateTest, FoldersAreAskedForWhereRecordingsAre) {
     launch();
     app_->renderStudioVideo();
+    EXPECT_EQ(view_.count("showRecordings"), 1);
+    EXPECT_EQ(view_.folderMessage, "") << "the list comes first";
+    app_->chooseFolder([](const std::string&) { FAIL(); });
     EXPECT_EQ(view_.folderMessage, "Aufnahmeordner auswählen (enthält source.mov und pointer.json)");
     EXPECT_EQ(view_.folderAskedFrom, root_);
     EXPECT_TRUE(view_.state.status.starts_with("Bereit.")) << "cancelled";
@@ -226,11 +251,31 @@ TEST_F(AppDelegateTest, FoldersAreAskedForWhereRecordingsAre) {
 TEST_F(AppDelegateTest, AFolderWithoutAMovieIsNotOpened) {
     launch();
     view_.folderToChoose = temporary_.path();
-    app_->renderStudioVideo();
+    std::string refusal;
+    const auto choose = [&] { app_->chooseFolder([&](const std::string& sentence) { refusal = sentence; }); };
+    choose();
     EXPECT_EQ(view_.state.status, "In diesem Ordner liegt keine source.mov.");
+    EXPECT_EQ(refusal, "In diesem Ordner liegt keine source.mov.");
     temporary_.write("source.mov", "");
-    app_->renderStudioVideo();
+    view_.editorError = "Keine Aufnahme.";
+    choose();
+    EXPECT_EQ(refusal, "Editor konnte nicht geöffnet werden: Keine Aufnahme.");
+    view_.editorError.reset();
+    choose();
     EXPECT_EQ(view_.count("editor " + temporary_.path().string()), 1);
+}
+
+TEST_F(AppDelegateTest, WhatIsOpenedIsTold) {
+    std::vector<std::filesystem::path> opened;
+    beforeLaunch_ = [&](AppServices& services) {
+        services.recordingOpened = [&](const std::filesystem::path& folder) { opened.push_back(folder); };
+    };
+    launch();
+    EXPECT_EQ(app_->open("/videos/a"), std::nullopt);
+    EXPECT_EQ(opened, std::vector<std::filesystem::path>{"/videos/a"});
+    view_.editorError = "Keine Aufnahme.";
+    EXPECT_EQ(app_->open("/videos/b"), "Editor konnte nicht geöffnet werden: Keine Aufnahme.");
+    EXPECT_EQ(opened.size(), 1U);
 }
 
 TEST_F(AppDelegateTest, TheCheckVideoShowsItsProgressAndTheFile) {
@@ -334,10 +379,10 @@ TEST_F(AppDelegateTest, AHintGoesWithWhatItIsAbout) {
     launch();
     const std::string ready = view_.state.status;
     view_.folderToChoose = temporary_.path();
-    app_->renderStudioVideo();
+    app_->chooseFolder([](const std::string&) {});
     ASSERT_EQ(view_.state.status, "In diesem Ordner liegt keine source.mov.");
     temporary_.write("source.mov", "");
-    app_->renderStudioVideo();
+    app_->chooseFolder([](const std::string&) {});
     EXPECT_EQ(view_.state.status, ready);
 
     view_.editorError = "Keine Aufnahme.";
@@ -376,6 +421,30 @@ TEST_F(AppDelegateTest, WhatKeptARecordingFromStartingGoesWhenItIsMended) {
 }
 
 // Interrupted recordings
+
+TEST_F(AppDelegateTest, TheListCompletesOneOfThem) {
+    for (const char* name : {"eins", "zwei"}) {
+        temporary_.write(std::filesystem::path("Movies") / name / "source.mov", "");
+        temporary_.write(std::filesystem::path("Movies") / name / capture::kJournalName, "");
+    }
+    std::vector<std::filesystem::path> recovered;
+    beforeLaunch_ = [&](AppServices& services) {
+        services.recover = [&](const std::filesystem::path& folder) {
+            recovered.push_back(folder);
+            return capture::Recovery{{.duration = 3, .framesWritten = 90}, true};
+        };
+    };
+    launch();
+    ASSERT_TRUE(loop_.runUntil([this] { return !view_.state.notices.empty(); }));
+    app_->complete(root_ / "zwei");
+    EXPECT_TRUE(app_->isCompleting(root_ / "zwei"));
+    EXPECT_FALSE(app_->isCompleting(root_ / "eins"));
+    app_->complete(root_ / "eins");
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.recordEnabled; }));
+    EXPECT_EQ(recovered, std::vector<std::filesystem::path>{root_ / "zwei"}) << "one at a time";
+    EXPECT_FALSE(app_->isCompleting(root_ / "zwei"));
+    EXPECT_EQ(view_.state.notices.at(NoticeKind::interrupted).text, "Eine Aufnahme wurde unterbrochen: eins");
+}
 
 TEST_F(AppDelegateTest, InterruptedRecordingsAreCompletedWithOneClick) {
     temporary_.write("Movies/eins/source.mov", "");

@@ -5,11 +5,13 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <thread>
 
 #include "app/session/preferences.h"
 #include "app/session/sleep_inhibitor.h"
 #include "capture/capture_services.h"
+#include "capture/proof/recording_proof.h"
 #include "capture/recording_control.h"
 #include "capture/recovery/recovery.h"
 #include "platform/global_shortcut.h"
@@ -24,8 +26,10 @@ struct AppServices : capture::CaptureServices {
     Preferences& preferences;
     SleepInhibitor& sleep;
     /// Grabs the key combination that stops the recording; null when it is not available. `pressed` may run on any
-    /// thread.
-    std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed)> grabStopShortcut;
+    /// thread. Where the desktop has a `contentPicker`, this may wait for the user's answer, and is called on a thread
+    /// of its own; null when `stop` was requested.
+    std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed, std::stop_token stop)>
+        grabStopShortcut;
 
     /// Lets other processes of the user stop the recording while the result lives. `stop` may run on any thread.
     std::function<std::shared_ptr<void>(std::function<void()> stop)> offerStop = [](std::function<void()> stop) {
@@ -37,6 +41,11 @@ struct AppServices : capture::CaptureServices {
                                std::function<void(const render::CursorRenderer::Outcome&)>)>
         renderCheckVideo = render::CursorRenderer::render;
     std::function<capture::Recovery(const std::filesystem::path&)> recover = capture::recoverRecording;
+    /// Checks a recording that has ended, on a thread of its own.
+    std::function<model::RecordingQuality(const std::filesystem::path&, std::stop_token)> prove =
+        capture::proveRecording;
+    /// A recording was opened in an editor.
+    std::function<void(const std::filesystem::path& folder)> recordingOpened = [](const std::filesystem::path&) {};
 };
 
 }  // namespace lumivastor::app

@@ -10,6 +10,7 @@
 #include "app/main_window_state.h"
 #include "base/geometry.h"
 #include "capture/recording/webcam_preview.h"
+#include "imaging/pixel_buffer.h"
 #include "platform/shareable_content.h"
 
 namespace lumivastor::app {
@@ -23,6 +24,10 @@ class AppView {
     /// Brings it to the front, with keyboard focus.
     virtual void showMainWindow() = 0;
     virtual void hideMainWindow() = 0;
+    /// Hides every window of the program, for desktops that cannot leave them out of a recording.
+    virtual void hideAllWindows() = 0;
+    /// Shows the main window and what `hideAllWindows` has hidden.
+    virtual void showAllWindows() = 0;
 
     /// Shows the preview in the main window, mirrored.
     virtual void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) = 0;
@@ -40,6 +45,13 @@ class AppView {
     /// called before `pickRegion` returns.
     virtual void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) = 0;
 
+    /// The same on a picture of the display, for desktops where no window can lie over the screen.
+    virtual void pickRegionOnPicture(const platform::Display& display,
+                                     std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture,
+                                     std::function<void(std::optional<Rect>)> completion) = 0;
+
+    /// Whether the desktop shows status items.
+    virtual bool hasStatusItems() = 0;
     virtual void installStatusItem(const std::string& title) = 0;
     virtual void setStatusItemTitle(const std::string& title) = 0;
     virtual void removeStatusItem() = 0;
@@ -54,6 +66,8 @@ class AppView {
     /// Lets the user choose one folder, starting in `start`. nullopt if cancelled.
     virtual void askForFolder(const std::string& message, const std::filesystem::path& start,
                               std::function<void(std::optional<std::filesystem::path>)> completion) = 0;
+    /// Shows the list of recordings.
+    virtual void showRecordings() = 0;
     /// Throws `RecorderError` when the folder holds no editable recording.
     virtual void openEditor(const std::filesystem::path& folder) = 0;
     /// Whether all editors may close. Editors with an export come to the front and show that a second request is

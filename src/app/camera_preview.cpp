@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "base/handled_error.h"
 #include "base/log.h"
 #include "base/recorder_error.h"
 
@@ -24,9 +25,9 @@ void CameraPreview::start(std::function<void(const Outcome&)> completion) {
         Outcome outcome;
         try {
             outcome.preview = open();
-        } catch (const RecorderError& error) {
-            Log::write("Webcam", "Vorschau: " + error.message());
-            outcome.error = error.message();
+        } catch (...) {
+            outcome.error = handledError("Unerwarteter Fehler").message();
+            Log::write("Webcam", "Vorschau: " + outcome.error);
         }
         services_.mainLoop.async([this, completion = std::move(completion), generation, outcome] {
             // Expired when the preview was stopped or destroyed meanwhile.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <new>
 
 #include "support/recorder_rig.h"
 
@@ -88,6 +89,17 @@ TEST_F(CameraPreviewTest, SaysWhatIsMissing) {
     start();
     ASSERT_TRUE(loop_.runUntil([this] { return outcomes_.size() == 2; }));
     EXPECT_EQ(outcomes_[1].error, "Die Kamera ist belegt.");
+}
+
+TEST_F(CameraPreviewTest, WhateverOpeningThrowsIsSaid) {
+    std::promise<void> opening;
+    opening.set_exception(std::make_exception_ptr(std::bad_alloc()));
+    camera_->holdOpens(opening.get_future().share());
+    devices_.setDefaultCamera(camera_);
+    start();
+    ASSERT_TRUE(loop_.runUntil([this] { return !outcomes_.empty(); }));
+    EXPECT_EQ(outcomes_[0].error, "Der Arbeitsspeicher reicht nicht.");
+    EXPECT_FALSE(preview_.isOn());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stop_token>
 #include <variant>
@@ -10,6 +11,7 @@
 #include "base/lifetime.h"
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
+#include "imaging/pixel_buffer.h"
 #include "platform/content_picker.h"
 
 namespace lumivastor::app {
@@ -18,9 +20,12 @@ namespace lumivastor::app {
 /// minutes. Main thread.
 class ContentGrant {
   public:
-    using Content = std::variant<platform::Display, platform::Window>;
+    using Content = platform::ContentPicker::Content;
+    using Kind = platform::ContentPicker::Kind;
     /// What the user chose; nullopt after `cancel`; an error also when the user said no.
     using Outcome = std::variant<std::optional<Content>, RecorderError>;
+    /// What a granted display shows; null when it sends no picture.
+    using Picture = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
 
     explicit ContentGrant(const AppServices& services) : services_(services) {}
     /// Cancels.
@@ -29,16 +34,31 @@ class ContentGrant {
     ContentGrant& operator=(const ContentGrant&) = delete;
 
     /// `completion` runs on the main thread, later, and not after destruction. One question at a time; only on a
-    /// desktop with a picker.
+    /// desktop with a picker. What was held is given back.
     void ask(const platform::ContentPicker::Request& request, std::function<void(const Outcome&)> completion);
     /// Closes the dialog. Does nothing when there is none.
     void cancel();
+
+    /// Asks for the shortcut that stops recordings, which may open a dialog as well; null when there is none, or after
+    /// `cancel`. `completion` runs as that of `ask`.
+    void askForShortcut(std::function<void()> pressed,
+                        std::function<void(std::shared_ptr<platform::GlobalShortcut>)> completion);
+
+    /// What was granted, is of this kind, and can still be recorded.
+    std::optional<Content> held(Kind kind) const;
+    /// What was granted last and not given back; the user may have ended the sharing meanwhile.
+    const std::optional<Content>& last() const { return held_; }
+    /// A picture of what is held; `completion` runs as that of `ask`.
+    void takePicture(std::function<void(Picture)> completion);
     /// Gives back what was granted and not recorded.
     void release();
+    /// A recording has taken over what was granted.
+    void handedOver() { held_.reset(); }
 
   private:
     const AppServices& services_;
     std::stop_source stop_;  // of the last question
+    std::optional<Content> held_;
     Lifetime lifetime_;
     SerialQueue queue_{"app.grant"};  // last: waits for a question that is being cancelled
 };

@@ -3,8 +3,8 @@
 
 #include <utility>
 
+#include "base/handled_error.h"
 #include "base/log.h"
-#include "base/recorder_error.h"
 
 namespace lumivastor::app {
 
@@ -58,8 +58,8 @@ void DeviceAccess::request(std::string what, std::function<Access()> ask, Comple
         try {
             access = ask();
             if (access == Access::missing) Log::write("Permissions", what + ": nicht gefunden");
-        } catch (const RecorderError& error) {
-            Log::write("Permissions", what + ": " + error.message());
+        } catch (...) {
+            Log::write("Permissions", what + ": " + handledError("Unerwarteter Fehler").message());
         }
         services_.mainLoop.async([alive = lifetime_.watch(), completion, access] {
             if (!alive.expired()) completion(access);

@@ -1,30 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/interrupted_recordings.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-
 #include <algorithm>
 #include <system_error>
 
+#include "app/library/recording_scan.h"
 #include "base/formatted.h"
+#include "base/handled_error.h"
 #include "base/log.h"
-#include "base/unique_descriptor.h"
 #include "capture/journal/journal.h"
-#include "capture/journal/journal_records.h"
 
 namespace lumivastor::app {
-
-namespace {
-
-// A recorder, or a recovery, holds its journal while it runs: in this program or, on the command line, in another.
-bool isInWork(const std::filesystem::path& folder) {
-    const UniqueDescriptor journal(
-        ::open((folder / capture::kJournalName).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    return journal.isOpen() && ::flock(journal.get(), LOCK_SH | LOCK_NB) != 0;
-}
-
-}  // namespace
 
 std::vector<std::filesystem::path> interruptedRecordings(const std::filesystem::path& root) {
     std::vector<std::filesystem::path> found;
@@ -54,9 +40,10 @@ CompletionReport completeRecordings(const std::vector<std::filesystem::path>& fo
         try {
             report.lastStats = recover(folder).stats;
             report.completed.push_back(folder);
-        } catch (const std::exception& error) {
-            Log::write("Capture", "nicht zu vervollständigen: " + folder.string() + ": " + error.what());
-            report.failures.push_back({folder, error.what()});
+        } catch (...) {
+            const std::string reason = handledError("Unerwarteter Fehler").message();
+            Log::write("Capture", "nicht zu vervollständigen: " + folder.string() + ": " + reason);
+            report.failures.push_back({folder, reason});
         }
     }
     return report;

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
+#include <new>
+
 #include "base/unique_descriptor.h"
 #include "capture/journal/journal_records.h"
 #include "support/temporary_folder.h"
@@ -52,12 +54,14 @@ TEST(InterruptedNotice, NamesTheOneOrTheNewest) {
 TEST(CompleteRecordings, GoesOnBehindOneThatFails) {
     const auto recover = [](const std::filesystem::path& folder) -> capture::Recovery {
         if (folder == "/m/b") throw RecorderError("Nicht zu retten.");
+        if (folder == "/m/d") throw std::bad_alloc();
         return {{.duration = 2.5, .framesWritten = 150}, true};
     };
     const CompletionReport report = completeRecordings({"/m/a", "/m/b", "/m/c"}, recover);
     EXPECT_EQ(report.completed, (std::vector<std::filesystem::path>{"/m/a", "/m/c"}));
     EXPECT_EQ(completionText(report), "2 Aufnahmen abgeschlossen.\nb: Nicht zu retten.");
     EXPECT_EQ(completionText(completeRecordings({"/m/b"}, recover)), "b: Nicht zu retten.");
+    EXPECT_EQ(completionText(completeRecordings({"/m/d"}, recover)), "d: Der Arbeitsspeicher reicht nicht.");
     EXPECT_EQ(completionText(completeRecordings({"/m/a"}, recover)), "Abgeschlossen: 2.5 s, 150 Bilder\nOrdner: /m/a");
 }
 

@@ -39,10 +39,21 @@ struct Notice {
     bool operator==(const Notice&) const = default;
 };
 
+/// The countdown before a recording, where it is shown in the main window.
+struct Countdown {
+    int number = 0;
+    /// How the recording will be stopped, because this window will not be there.
+    std::string note;
+
+    bool operator==(const Countdown&) const = default;
+};
+
 /// Everything that the main window shows.
 struct MainWindowState {
     MainWindowChoices choices;
     std::vector<std::string> sourceItems;
+    /// Where the desktop's own dialog chooses: the label of the button that opens it, in place of the pop-up.
+    std::optional<std::string> chooseTitle;
     std::string status = "Bereit.";
     std::map<NoticeKind, Notice> notices;
     std::string recordTitle = "Aufnahme starten";
@@ -51,6 +62,8 @@ struct MainWindowState {
     bool controlsEnabled = true;
     /// The progress of the check video, 0...1; its button is disabled meanwhile.
     std::optional<double> progress;
+    /// Covers everything else.
+    std::optional<Countdown> countdown;
 
     bool operator==(const MainWindowState&) const = default;
 };

@@ -20,6 +20,8 @@ class NoView final : public AppView {
     void show(const MainWindowState&) override {}
     void showMainWindow() override {}
     void hideMainWindow() override {}
+    void hideAllWindows() override {}
+    void showAllWindows() override {}
     void showCameraPreview(std::shared_ptr<capture::WebcamPreview>) override {}
     void hideCameraPreview() override {}
     void showCountdown(int) override {}
@@ -28,6 +30,9 @@ class NoView final : public AppView {
     void showRegionArmPanel(const platform::Display&) override {}
     void closeRegionArmPanel() override {}
     void pickRegion(const platform::Display&, std::function<void(std::optional<Rect>)>) override {}
+    void pickRegionOnPicture(const platform::Display&, std::shared_ptr<const imaging::BgraPremultipliedBuffer>,
+                             std::function<void(std::optional<Rect>)>) override {}
+    bool hasStatusItems() override { return false; }
     void installStatusItem(const std::string&) override {}
     void setStatusItemTitle(const std::string&) override {}
     void removeStatusItem() override {}
@@ -37,6 +42,7 @@ class NoView final : public AppView {
     void removeRecordingPanel() override {}
     void askForFolder(const std::string&, const std::filesystem::path&,
                       std::function<void(std::optional<std::filesystem::path>)>) override {}
+    void showRecordings() override {}
     void openEditor(const std::filesystem::path&) override {}
     bool editorsMayClose() override { return true; }
     bool openFolder(const std::filesystem::path&) override { return false; }

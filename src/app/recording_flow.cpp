@@ -17,6 +17,8 @@ namespace {
 constexpr int kCountdownFrom = 3;
 constexpr double kTickSeconds = 0.5;
 constexpr double kTestRegionSeconds = 1.5;
+/// Until a compositor has faded hidden windows out.
+constexpr double kClearScreenSeconds = 0.4;
 constexpr const char* kNoMicrophone =
     "Ohne Mikrofonberechtigung geht das nicht. Entweder erlauben oder den Haken entfernen.";
 constexpr const char* kNoCamera = "Ohne Kameraberechtigung keine Facecam. Entweder erlauben oder den Haken entfernen.";
@@ -93,7 +95,9 @@ void RecordingFlow::regionPicked(std::optional<Rect> rect) {
     armTimer_.reset();
     phase_ = Phase::idle;
     Request request = *std::exchange(pendingRegion_, std::nullopt);
+    showWindowsAgain();
     if (!rect) {
+        releaseGrant();
         window_.setStatus("Ausschnitt-Auswahl abgebrochen.");
         view_->showMainWindow();
         return;
@@ -105,41 +109,118 @@ void RecordingFlow::regionPicked(std::optional<Rect> rect) {
 
 // The desktop's dialog
 
-void RecordingFlow::beginGrant(platform::ContentPicker::Kind kind) {
+void RecordingFlow::beginGrant(SourceType type) {
     if (isActive()) return;
+    const GrantUse then = type == SourceType::region ? GrantUse::pickRegion : GrantUse::record;
+    if (const auto content = grant_.held(pickedKind(type))) {
+        use(*content, then);
+    } else {
+        ask(type, then);
+    }
+}
+
+void RecordingFlow::chooseGrant(SourceType type) {
+    if (!isActive()) ask(type, GrantUse::keep);
+}
+
+void RecordingFlow::showDialogIsOpen() {
     phase_ = Phase::granting;
     window_.update([](MainWindowState& state) {
         state.recordTitle = "Auswahl abbrechen";
         state.controlsEnabled = false;
         state.status = "Warte auf den Dialog des Desktops …";
     });
-    grant_.ask({kind, false, window_.choices().fps(), ""},
-               [this](const ContentGrant::Outcome& outcome) { granted(outcome); });
+}
+
+void RecordingFlow::ask(SourceType type, GrantUse use) {
+    showDialogIsOpen();
+    grant_.ask({pickedKind(type), use == GrantUse::keep, window_.choices().fps(), ""},
+               [this, use](const ContentGrant::Outcome& outcome) { answered(outcome, use); });
 }
 
 void RecordingFlow::cancelGrant() {
-    if (isGranting()) grant_.cancel();
+    if (!isGranting()) return;
+    grantIsCancelled_ = true;
+    grant_.cancel();
 }
 
-void RecordingFlow::granted(const ContentGrant::Outcome& outcome) {
+void RecordingFlow::releaseGrant() {
+    if (!grant_.last()) return;
+    grant_.release();
+    callbacks_.grantChanged();
+}
+
+void RecordingFlow::answered(const ContentGrant::Outcome& outcome, GrantUse then) {
     backToIdle();
+    callbacks_.grantChanged();
     if (const auto* error = std::get_if<RecorderError>(&outcome)) {
         window_.setHint(Hint::source, error->message());
-        return;
-    }
-    const auto& content = std::get<std::optional<ContentGrant::Content>>(outcome);
-    if (!content) {
-        window_.setStatus("Auswahl abgebrochen.");
-        return;
-    }
-    Request request;
-    if (const auto* display = std::get_if<platform::Display>(&*content)) {
-        request.source = capture::DisplaySource{*display};
-        request.display = *display;
+    } else if (const auto& content = std::get<std::optional<ContentGrant::Content>>(outcome)) {
+        use(*content, then);
     } else {
-        request.source = capture::WindowSource{std::get<platform::Window>(*content)};
+        window_.setStatus("Auswahl abgebrochen.");
     }
-    begin(std::move(request));
+}
+
+void RecordingFlow::use(const ContentGrant::Content& content, GrantUse then) {
+    if (then == GrantUse::keep) return;
+    const auto* display = std::get_if<platform::Display>(&content);
+    if (display == nullptr) {
+        begin({capture::WindowSource{std::get<platform::Window>(content)}, std::nullopt, {}});
+    } else if (then == GrantUse::record) {
+        begin({capture::DisplaySource{*display}, *display, {}});
+    } else {
+        pickRegionOf(*display);
+    }
+}
+
+void RecordingFlow::pickRegionOf(const platform::Display& display) {
+    phase_ = Phase::picking;
+    pendingRegion_ = Request{capture::RegionSource{display, {}}, display, {}};
+    window_.setStatus("Hole ein Bild des Bildschirms …");
+    // The picture must not show this program's windows.
+    view_->hideAllWindows();
+    windowsAreHidden_ = true;
+    armTimer_ = after(services_.mainLoop, kClearScreenSeconds, [this] {
+        grant_.takePicture([this](const ContentGrant::Picture& picture) { regionPictureTaken(picture); });
+    });
+}
+
+void RecordingFlow::regionPictureTaken(const ContentGrant::Picture& picture) {
+    if (phase_ != Phase::picking) return;
+    if (picture) {
+        view_->pickRegionOnPicture(*pendingRegion_->display, picture,
+                                   [this](std::optional<Rect> rect) { regionPicked(rect); });
+        return;
+    }
+    regionPicked(std::nullopt);
+    window_.setHint(Hint::source, "Der Desktop schickt kein Bild des Bildschirms. Versuch es noch einmal.");
+}
+
+// The program's own windows
+
+void RecordingFlow::showWindowsAgain() {
+    if (std::exchange(windowsAreHidden_, false)) view_->showAllWindows();
+}
+
+void RecordingFlow::showCountdown(int number) {
+    if (leavesOwnWindowsOut()) {
+        view_->showCountdown(number);
+        return;
+    }
+    const std::string bound = stopShortcut_ ? stopShortcut_->keys() : "";
+    const auto keys = bound.empty() ? std::nullopt : std::optional(bound);
+    window_.update([&](MainWindowState& state) {
+        state.countdown = {number, clearsScreen() ? stopWaysText(view_->hasStatusItems(), keys) : ""};
+    });
+}
+
+void RecordingFlow::hideCountdown() {
+    if (leavesOwnWindowsOut()) {
+        view_->hideCountdown();
+    } else {
+        window_.update([](MainWindowState& state) { state.countdown.reset(); });
+    }
 }
 
 // Permissions
@@ -158,15 +239,19 @@ void RecordingFlow::askForPermissions(Subject subject, Granted granted) {
     if (preview_.isOn()) granted.webcam = true;
     const MainWindowChoices& choices = window_.choices();
     if (!granted.device) {
-        access_.requestDevice(std::get<platform::CaptureDevice>(subject), [=, this](Access access) {
+        const auto& device = std::get<platform::CaptureDevice>(subject);
+        opening_.begin("Öffne „" + device.name + "“ …");
+        access_.requestDevice(device, [=, this](Access access) {
             permissionAnswered(access, subject, {true, granted.microphone, granted.webcam}, {Hint::source, kNoDevice});
         });
     } else if (choices.microphone && !granted.microphone) {
+        opening_.begin("Öffne das Mikrofon …");
         access_.requestMicrophone([=, this](Access access) {
             permissionAnswered(access, subject, {granted.device, true, granted.webcam},
                                {Hint::microphone, kNoMicrophone});
         });
     } else if (choices.webcam && !granted.webcam) {
+        opening_.begin(kOpeningCamera);
         access_.requestCamera([=, this](Access access) {
             permissionAnswered(access, subject, {granted.device, granted.microphone, true}, {Hint::camera, kNoCamera});
         });
@@ -176,12 +261,13 @@ void RecordingFlow::askForPermissions(Subject subject, Granted granted) {
 }
 
 void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted granted, const Refusal& refusal) {
+    opening_.end();
     if (access == Access::granted) {
         askForPermissions(std::move(subject), granted);
         return;
     }
     phase_ = Phase::idle;
-    grant_.release();
+    releaseGrant();
     window_.setHint(refusal.about, refusal.sentence);
     view_->showMainWindow();
 }
@@ -200,6 +286,11 @@ capture::RecordingRequest RecordingFlow::recordingOf(const Subject& subject) con
 }
 
 void RecordingFlow::prepare(const Subject& subject) {
+    // Before the countdown, which says how to stop, and before a recording that would show the desktop's dialog.
+    if (!leavesOwnWindowsOut() && !std::exchange(shortcutIsSettled_, true)) {
+        askForShortcut(subject);
+        return;
+    }
     display_.reset();
     deviceName_.reset();
     if (const auto* device = std::get_if<platform::CaptureDevice>(&subject)) {
@@ -227,16 +318,44 @@ void RecordingFlow::prepare(const Subject& subject) {
     runCountdown(kCountdownFrom, [this] { startRecorder(); });
 }
 
+void RecordingFlow::askForShortcut(const Subject& subject) {
+    showDialogIsOpen();
+    grantIsCancelled_ = false;
+    grant_.askForShortcut(stopFromAnyThread(),
+                          [this, subject](const std::shared_ptr<platform::GlobalShortcut>& shortcut) {
+                              stopShortcut_ = shortcut;
+                              backToIdle();
+                              if (!std::exchange(grantIsCancelled_, false)) {
+                                  prepare(subject);
+                                  return;
+                              }
+                              shortcutIsSettled_ = false;
+                              releaseGrant();
+                              window_.setStatus("Auswahl abgebrochen.");
+                          });
+}
+
 void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
-    view_->showCountdown(from);
+    // It shows the countdown here.
+    if (!leavesOwnWindowsOut()) view_->showMainWindow();
+    showCountdown(from);
     countdownTimer_ = services_.mainLoop.every(1.0, [this, left = from, completion = std::move(completion)]() mutable {
         if (--left >= 1) {
-            view_->showCountdown(left);
+            showCountdown(left);
             return;
         }
-        view_->hideCountdown();
+        hideCountdown();
         const auto ended = std::exchange(countdownTimer_, nullptr);
-        completion();
+        if (!clearsScreen()) {
+            completion();
+            return;
+        }
+        view_->hideAllWindows();
+        windowsAreHidden_ = true;
+        countdownTimer_ = after(services_.mainLoop, kClearScreenSeconds, [this, completion] {
+            const auto cleared = std::exchange(countdownTimer_, nullptr);
+            completion();
+        });
     });
 }
 
@@ -261,7 +380,8 @@ void RecordingFlow::recorderStarted(std::optional<RecorderError> error) {
 void RecordingFlow::startFailed(const std::string& message) {
     recorder_.reset();
     removeEmptyFolder(folder_);
-    grant_.release();
+    releaseGrant();
+    showWindowsAgain();
     const std::string text = "Start fehlgeschlagen: " + message;
     Log::write(logCategory(), text);
     backToIdle();
@@ -278,6 +398,8 @@ void RecordingFlow::startFailed(const std::string& message) {
 void RecordingFlow::running() {
     phase_ = Phase::recording;
     callbacks_.started(folder_);
+    if (!deviceName_) grant_.handedOver();
+    callbacks_.grantChanged();
     window_.update([](MainWindowState& state) {
         state.recordTitle = "Aufnahme stoppen";
         state.recordEnabled = true;
@@ -288,20 +410,30 @@ void RecordingFlow::running() {
     }
     awake_ = services_.sleep.inhibit("Eine Bildschirmaufnahme läuft.");
     offerStop();
-    view_->hideMainWindow();
+    if (leavesOwnWindowsOut()) view_->hideMainWindow();
     view_->installStatusItem("⏺ 0:00");
-    view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
+    if (leavesOwnWindowsOut()) {
+        view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
+    }
     tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
 }
 
-void RecordingFlow::offerStop() {
-    const auto stopFromAnyThread = [this, alive = lifetime_.watch()] {
+std::function<void()> RecordingFlow::stopFromAnyThread() {
+    return [this, alive = lifetime_.watch()] {
         services_.mainLoop.async([this, alive] {
             if (!alive.expired()) stop();
         });
     };
-    stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread);
-    stopOffer_ = services_.offerStop(stopFromAnyThread);
+}
+
+void RecordingFlow::releaseShortcut() {
+    // A desktop with dialogs would ask again.
+    if (leavesOwnWindowsOut()) stopShortcut_.reset();
+}
+
+void RecordingFlow::offerStop() {
+    if (leavesOwnWindowsOut()) stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread(), {});
+    stopOffer_ = services_.offerStop(stopFromAnyThread());
 }
 
 void RecordingFlow::tick() {
@@ -332,10 +464,11 @@ void RecordingFlow::stop() {
     if (phase_ != Phase::recording) return;
     phase_ = Phase::finishing;
     tickTimer_.reset();
-    stopShortcut_.reset();
+    releaseShortcut();
     stopOffer_.reset();
     view_->removeStatusItem();
-    view_->removeRecordingPanel();
+    if (leavesOwnWindowsOut()) view_->removeRecordingPanel();
+    showWindowsAgain();
     view_->showMainWindow();
     window_.update([](MainWindowState& state) {
         state.recordEnabled = false;
@@ -400,7 +533,9 @@ void RecordingFlow::presetZooms() {
 
 void RecordingFlow::startPreview(bool tellsWhatFails) {
     if (hasRecorder()) return;
+    if (tellsWhatFails && !isActive()) opening_.begin(kOpeningCamera);
     preview_.start([this, tellsWhatFails](const CameraPreview::Outcome& outcome) {
+        if (!isActive()) opening_.end();
         if (outcome.preview) {
             view_->showCameraPreview(outcome.preview);
         } else if (tellsWhatFails && !isActive()) {
@@ -410,6 +545,7 @@ void RecordingFlow::startPreview(bool tellsWhatFails) {
 }
 
 void RecordingFlow::stopCameraPreview() {
+    if (!isActive()) opening_.end();
     preview_.stop();
     view_->hideCameraPreview();
 }

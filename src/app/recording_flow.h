@@ -14,6 +14,8 @@
 #include "app/content_grant.h"
 #include "app/device_access.h"
 #include "app/main_window_model.h"
+#include "app/opening_status.h"
+#include "app/source_choice.h"
 #include "app/view_in_force.h"
 #include "base/lifetime.h"
 #include "capture/recording/recorder_factory.h"
@@ -23,8 +25,8 @@ namespace lumivastor::app {
 
 /// One recording after the other, from the click on "Aufnahme starten" until its folder is finished:
 ///
-///     idle -> arming -> picking (regions only) ──────────────┐
-///       ├───> granting (where the desktop's dialog chooses) ──┤
+///     idle -> arming ──────────────────────────────> picking ─┐  (regions only)
+///       ├───> granting (the desktop's dialog chooses) ──┴─────┤
 ///       └─────────────────────────────────────────────────────┴> permissions -> countdown -> starting -> recording
 ///            -> finishing -> idle
 ///
@@ -38,6 +40,8 @@ class RecordingFlow {
         std::function<void(const std::filesystem::path&)> started;
         /// The recording in this folder is complete.
         std::function<void(const std::filesystem::path&)> finished;
+        /// What the desktop's dialog has granted and no recording has taken over has changed; see `granted`.
+        std::function<void()> grantChanged;
     };
 
     RecordingFlow(const AppServices& services, ViewInForce& view, MainWindowModel& window, Callbacks callbacks);
@@ -64,11 +68,21 @@ class RecordingFlow {
     void beginRegion(const platform::Display& display, std::vector<platform::RunningApplication> excludedApplications,
                      bool provesItself);
 
-    /// Lets the user choose in the desktop's own dialog first.
-    void beginGrant(platform::ContentPicker::Kind kind);
-    /// Whether that dialog is open, and closes it.
+    // Where the desktop's own dialog chooses. Not for devices.
+
+    /// Begins a recording with what is granted, or else lets the user choose first.
+    void beginGrant(SourceType type);
+    /// Lets the user choose, and keeps that for the next recording. Only while idle.
+    void chooseGrant(SourceType type);
+    /// What was chosen and not recorded yet.
+    const std::optional<ContentGrant::Content>& granted() const { return grant_.last(); }
+    /// Gives that back.
+    void releaseGrant();
+    /// Whether the dialog is open, and closes it.
     bool isGranting() const { return phase_ == Phase::granting; }
     void cancelGrant();
+    /// Whether a recording runs on a desktop that cannot leave this program's windows out, so that there is no panel.
+    bool runsWithoutPanel() const { return phase_ == Phase::recording && !leavesOwnWindowsOut(); }
 
     void regionArmProceed();
     void regionArmCancel();
@@ -103,14 +117,32 @@ class RecordingFlow {
     void askForPermissions(Subject subject, Granted granted);
     void permissionAnswered(Access access, Subject subject, Granted granted, const Refusal& refusal);
     void regionPicked(std::optional<Rect> rect);
-    void granted(const ContentGrant::Outcome& outcome);
+    /// What happens to the desktop's choice.
+    enum class GrantUse { record, pickRegion, keep };
+    void ask(SourceType type, GrantUse use);
+    void showDialogIsOpen();
+    void answered(const ContentGrant::Outcome& outcome, GrantUse use);
+    void use(const ContentGrant::Content& content, GrantUse use);
+    void pickRegionOf(const platform::Display& display);
+    void regionPictureTaken(const ContentGrant::Picture& picture);
+
+    /// False where everything on the screen is recorded.
+    bool leavesOwnWindowsOut() const { return services_.desktop.contentPicker() == nullptr; }
+    /// Whether the program's windows must be away while the present subject is recorded.
+    bool clearsScreen() const { return !leavesOwnWindowsOut() && !deviceName_; }
+    void showWindowsAgain();
+    void showCountdown(int number);
+    void hideCountdown();
 
     capture::RecordingRequest recordingOf(const Subject& subject) const;
     void prepare(const Subject& subject);
+    void askForShortcut(const Subject& subject);
     void runCountdown(int from, std::function<void()> completion);
     void startRecorder();
     void recorderStarted(std::optional<RecorderError> error);
     void startFailed(const std::string& message);
+    std::function<void()> stopFromAnyThread();
+    void releaseShortcut();
     void offerStop();
     void running();
     void tick();
@@ -127,6 +159,7 @@ class RecordingFlow {
     ViewInForce& view_;
     MainWindowModel& window_;
     const Callbacks callbacks_;
+    OpeningStatus opening_{services_.mainLoop, window_};
     DeviceAccess access_;
     CameraPreview preview_;
     ContentGrant grant_;
@@ -135,6 +168,8 @@ class RecordingFlow {
     bool terminationPending_ = false;
     bool stopRequested_ = false;  // while starting
     std::optional<Request> pendingRegion_;
+    bool grantIsCancelled_ = false;  // while granting
+    bool windowsAreHidden_ = false;  // all of them, by `hideAllWindows`
 
     std::filesystem::path folder_;
     std::optional<platform::Display> display_;  // where the recording shows, when that is known
@@ -145,7 +180,8 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
     Lifetime lifetime_;
-    std::unique_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed
+    bool shortcutIsSettled_ = false;  // the desktop was asked for one; not on desktops that list what can be recorded
+    std::shared_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed
     std::shared_ptr<void> stopOffer_;                         // while recording
 };
 

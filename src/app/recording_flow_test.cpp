@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <future>
+#include <new>
 #include <thread>
 
 #include "model/capture_info.h"
@@ -333,6 +334,45 @@ TEST_F(RecordingFlowTest, ACameraThatIsSlowToOpenIsShown) {
     for (const auto thread : camera->stoppedOn()) EXPECT_NE(thread, std::this_thread::get_id());
 }
 
+TEST_F(RecordingFlowTest, WhatIsSlowToOpenBeforeTheCountdownIsShown) {
+    const auto phone =
+        std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"iphone", "iPhone von Ada", true, 0});
+    devices_.addExternalDevice(phone);
+    launch();
+    app_->sourceTypeChanged(SourceType::device);
+    const std::string before = view_.state.status;
+    std::promise<void> release;
+    phone->holdOpens(release.get_future().share());
+    app_->toggleRecording();
+    EXPECT_EQ(view_.state.status, before) << "not yet";
+    loop_.advance(0.6);
+    EXPECT_EQ(view_.state.status, "Öffne „iPhone von Ada“ …");
+    release.set_value();
+    untilCalled("countdown 3");
+    EXPECT_EQ(view_.state.status, before);
+}
+
+TEST_F(RecordingFlowTest, APreviewThatIsSlowToOpenIsShown) {
+    const auto camera = useCamera();
+    launch();
+    const std::string before = view_.state.status;
+    for (const bool opens : {true, false}) {
+        std::promise<void> release;
+        camera->holdOpens(release.get_future().share());
+        app_->webcamToggled(true);
+        loop_.advance(0.6);
+        EXPECT_EQ(view_.state.status, "Öffne die Kamera …");
+        if (opens) {
+            release.set_value();
+            untilCalled("showCamera");
+        }
+        app_->webcamToggled(false);
+        EXPECT_EQ(view_.state.status, before);
+        if (!opens) release.set_value();
+    }
+    EXPECT_EQ(loop_.timers(), 0U);
+}
+
 TEST_F(RecordingFlowTest, AFailedStartBringsEverythingBack) {
     desktop_.failStart(RecorderError("Kein Bild zu bekommen."));
     launch();
@@ -512,104 +552,6 @@ TEST_F(RecordingFlowTest, AListThatComesLateDoesNotTalkOverTheCountdown) {
     loop_.advance(3);
     ASSERT_TRUE(loop_.runUntil([this] { return view_.state.recordTitle == "Aufnahme stoppen"; }));
     EXPECT_FALSE(view_.state.status.starts_with("Bereit."));
-}
-
-// Where the desktop's own dialog chooses
-
-class RecordingFlowOfGrants : public RecordingFlowTest {
-  protected:
-    RecordingFlowOfGrants() {
-        desktop_.setContent({});
-        desktop_.setPicker({true, true, platform::PointerKnowledge::positions, true});
-    }
-    void launchAndAsk() {
-        launch();
-        app_->toggleRecording();
-        ASSERT_TRUE(loop_.runUntil([this] { return desktop_.openPick().has_value(); }));
-    }
-    // The main window as it was before.
-    void expectIdle() const {
-        EXPECT_EQ(view_.state.recordTitle, "Aufnahme starten");
-        EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
-        EXPECT_FALSE(std::filesystem::exists(recording_));
-    }
-};
-
-TEST_F(RecordingFlowOfGrants, AsksFirstAndCountsDownAfterwards) {
-    launchAndAsk();
-    EXPECT_EQ(desktop_.openPick()->kind, platform::ContentPicker::Kind::display);
-    EXPECT_EQ(desktop_.openPick()->maximumRate, 60);
-    EXPECT_EQ(view_.state.status, "Warte auf den Dialog des Desktops …");
-    EXPECT_EQ(view_.state.recordTitle, "Auswahl abbrechen");
-    EXPECT_FALSE(view_.state.controlsEnabled);
-    // The user takes a minute.
-    loop_.advance(60);
-    EXPECT_EQ(view_.count("countdown 3"), 0);
-
-    desktop_.answerPick(platform::Display{5, "HEADLESS-1", {0, 0, 640, 400}, 1});
-    ASSERT_TRUE(loop_.runUntil([this] { return view_.count("countdown 3") == 1; }));
-    loop_.advance(3);
-    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.recordTitle == "Aufnahme stoppen"; }));
-    emitPicture();
-    stopRecording();
-    EXPECT_TRUE(view_.state.status.starts_with("Fertig: ")) << view_.state.status;
-    EXPECT_EQ(std::get<platform::DisplayFilter>(*desktop_.filter()).display.name, "HEADLESS-1");
-    EXPECT_EQ(model::CaptureInfo::load(recording_).sourceKind, "display");
-}
-
-TEST_F(RecordingFlowOfGrants, AWindowIsAskedForAsOne) {
-    launch();
-    app_->sourceTypeChanged(SourceType::window);
-    EXPECT_EQ(view_.state.sourceItems, std::vector<std::string>{"Fenster wählen …"});
-    app_->toggleRecording();
-    ASSERT_TRUE(loop_.runUntil([this] { return desktop_.openPick().has_value(); }));
-    EXPECT_EQ(desktop_.openPick()->kind, platform::ContentPicker::Kind::window);
-    platform::Window window;
-    window.id = 6;
-    window.displayID = 6;
-    window.frame = {0, 0, 320, 200};
-    desktop_.answerPick(window);
-    ASSERT_TRUE(loop_.runUntil([this] { return view_.count("countdown 3") == 1; }));
-}
-
-TEST_F(RecordingFlowOfGrants, RefusalIsSaidAndLeavesNothing) {
-    launchAndAsk();
-    desktop_.answerPick(RecorderError("Die Aufnahme wurde im Dialog abgelehnt."));
-    untilStatus("Die Aufnahme wurde im Dialog abgelehnt.");
-    expectIdle();
-}
-
-TEST_F(RecordingFlowOfGrants, TheRecordButtonClosesTheDialog) {
-    launchAndAsk();
-    app_->toggleRecording();
-    untilStatus("Auswahl abgebrochen.");
-    EXPECT_FALSE(desktop_.openPick());
-    expectIdle();
-    // And again.
-    app_->toggleRecording();
-    ASSERT_TRUE(loop_.runUntil([this] { return desktop_.openPick().has_value(); }));
-}
-
-TEST_F(RecordingFlowOfGrants, QuittingClosesTheDialog) {
-    launchAndAsk();
-    app_.reset();
-    EXPECT_FALSE(desktop_.openPick());
-}
-
-TEST_F(RecordingFlowOfGrants, AGrantThatIsNotRecordedIsGivenBack) {
-    launchAndAsk();
-    desktop_.answerPick(platform::Display{5, "HEADLESS-1", {0, 0, 640, 400}, 1});
-    ASSERT_TRUE(loop_.runUntil([this] { return view_.count("countdown 3") == 1; }));
-    app_.reset();
-    EXPECT_EQ(desktop_.releaseCount(), 1);
-}
-
-TEST_F(RecordingFlowOfGrants, RegionsAreLeftToTheCommandLine) {
-    launch();
-    app_->sourceTypeChanged(SourceType::region);
-    app_->toggleRecording();
-    EXPECT_NE(view_.state.status.find("lumivastor record --region"), std::string::npos) << view_.state.status;
-    EXPECT_FALSE(desktop_.openPick());
 }
 
 }  // namespace

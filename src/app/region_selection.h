@@ -23,10 +23,20 @@ class RegionSelection {
     explicit RegionSelection(Size overlay) : overlay_(overlay) {}
 
     // Drags outside the overlay are clamped to its edge.
-    void mouseDown(Point point) { start_ = current_ = inside(point); }
+    void mouseDown(Point point) {
+        start_ = current_ = inside(point);
+        isByKeys_ = false;
+    }
     void mouseDragged(Point point);
     /// The dragged rectangle; nullopt when it is too small to be intended, or without a drag.
     std::optional<Rect> mouseUp(Point point);
+
+    // For those who cannot drag. The first key shows a rectangle of half the overlay in its middle; the next ones move
+    // it by points, or its right and lower edges. It stays inside the overlay and large enough.
+    void moveByKey(Point by);
+    void sizeByKey(Point by);
+    /// The rectangle that keys have made; nullopt if they have made none.
+    std::optional<Rect> madeByKeys() const;
 
     /// The rectangle to leave bright, with a frame, in the dimmed overlay; nullopt until a drag has an extent.
     std::optional<Rect> hole() const;
@@ -35,14 +45,23 @@ class RegionSelection {
 
   private:
     Point inside(Point point) const;
+    // Whether there is one now that was not there before.
+    bool beginByKeys();
 
-    const Size overlay_;
+    Size overlay_;
     std::optional<Point> start_;
     std::optional<Point> current_;
+    bool isByKeys_ = false;
 };
 
 /// Converts a rectangle on a display's overlay to points relative to the display's top-left corner.
 /// `pixelsPerOverlayPoint` is the width of an overlay's point in pixels of the desktop.
 Rect displayRect(const Rect& overlayRect, double pixelsPerOverlayPoint, const platform::Display& display);
+
+/// The same for an overlay that shows the whole display in its own size.
+Rect displayRect(const Rect& overlayRect, const Size& overlay, const platform::Display& display);
+
+/// The largest rectangle of a picture's shape within a window, in its middle.
+Rect fittedInto(const Size& window, const Size& picture);
 
 }  // namespace lumivastor::app

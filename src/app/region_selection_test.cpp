@@ -98,5 +98,46 @@ TEST(DisplayRect, CountsInTheDisplaysPointsWhereTheOverlayHasOthers) {
     EXPECT_EQ(displayRect({10, 20, 200, 100}, 1, fine), (Rect{5, 10, 100, 50}));
 }
 
+TEST(DisplayRect, CountsInPartsOfAnOverlayThatShowsTheWholeDisplay) {
+    const platform::Display display{1, "links", {100, 50, 1280, 800}, 2};
+    EXPECT_EQ(displayRect({64, 40, 320, 200}, Size{640, 400}, display), (Rect{128, 80, 640, 400}));
+}
+
+TEST(FittedInto, KeepsThePicturesShapeInTheMiddle) {
+    EXPECT_EQ(fittedInto({1280, 800}, {1280, 800}), (Rect{0, 0, 1280, 800}));
+    EXPECT_EQ(fittedInto({1280, 800}, {800, 800}), (Rect{240, 0, 800, 800}));
+    EXPECT_EQ(fittedInto({1280, 800}, {2560, 800}), (Rect{0, 200, 1280, 400}));
+}
+
+TEST(RegionSelectionKeys, MakeARectangleThatStaysInside) {
+    RegionSelection selection({800, 600});
+    EXPECT_EQ(selection.madeByKeys(), std::nullopt);
+    selection.moveByKey({10, 0});
+    EXPECT_EQ(selection.madeByKeys(), (Rect{200, 150, 400, 300})) << "the first key only shows it";
+    EXPECT_EQ(selection.hole(), selection.madeByKeys());
+    EXPECT_EQ(selection.label()->text, "400 × 300");
+    selection.moveByKey({10, -20});
+    EXPECT_EQ(selection.madeByKeys(), (Rect{210, 130, 400, 300}));
+    selection.moveByKey({1000, -1000});
+    EXPECT_EQ(selection.madeByKeys(), (Rect{400, 0, 400, 300}));
+    selection.sizeByKey({100, 100});
+    EXPECT_EQ(selection.madeByKeys(), (Rect{400, 0, 400, 400}));
+    selection.sizeByKey({-1000, -1000});
+    EXPECT_EQ(selection.madeByKeys(), (Rect{400, 0, 60, 60})) << "as small as a drag may be";
+}
+
+TEST(RegionSelectionKeys, LeaveADragAlone) {
+    RegionSelection selection({800, 600});
+    selection.mouseDown({10, 10});
+    selection.mouseDragged({110, 110});
+    selection.moveByKey({10, 10});
+    selection.sizeByKey({10, 10});
+    EXPECT_EQ(selection.madeByKeys(), std::nullopt);
+    EXPECT_EQ(selection.mouseUp({110, 110}), (Rect{10, 10, 100, 100}));
+    selection.moveByKey({10, 10});
+    selection.mouseDown({20, 20});
+    EXPECT_EQ(selection.madeByKeys(), std::nullopt) << "the pointer begins again";
+}
+
 }  // namespace
 }  // namespace lumivastor::app

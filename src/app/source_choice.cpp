@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/formatted.h"
+#include "capture/desktop_dialog.h"
 #include "capture/source_listing.h"
 
 namespace lumivastor::app {
@@ -35,11 +37,35 @@ SourcePopup displayPopup(const SourceLists& lists, const std::string& readyStatu
     return popup;
 }
 
-// What the user clicks on is decided in the desktop's dialog.
-SourcePopup pickerPopup(SourceType type, const platform::ContentPicker::Offer& offer) {
-    if (auto refusal = pickerRefusal(type, offer)) return {{}, *std::move(refusal)};
-    return {{type == SourceType::window ? "Fenster wählen …" : "Bildschirm wählen …"},
-            "Bereit. Nach dem Start wählst du im Dialog des Desktops."};
+std::string chosenTitle(const platform::ContentPicker::Content& content) {
+    const auto* display = std::get_if<platform::Display>(&content);
+    if (display == nullptr) return "Fenster gewählt – ändern …";
+    const Rect pixels = display->pixelFrame();
+    const std::string name = display->name.empty() ? "" : display->name + ", ";
+    return "Gewählt: " + name + formatted("%.0f×%.0f px", pixels.width, pixels.height) + " – ändern …";
+}
+
+SourcePopup pickerPopup(SourceType type, const platform::ContentPicker::Offer& offer,
+                        const std::optional<platform::ContentPicker::Content>& chosen) {
+    SourcePopup popup;
+    popup.chooseTitle = type == SourceType::window ? "Fenster wählen …" : "Bildschirm wählen …";
+    if (auto refusal = capture::dialogRefusal(pickedKind(type), offer)) {
+        popup.status = *std::move(refusal);
+        return popup;
+    }
+    const bool isChosen = chosen && isOfKind(*chosen, pickedKind(type));
+    if (isChosen) popup.chooseTitle = chosenTitle(*chosen);
+    if (type == SourceType::region) {
+        popup.status = "Bereit. Nach dem Start ziehst du den Ausschnitt auf einem Bild des Bildschirms auf.";
+    } else if (isChosen) {
+        popup.status = "Bereit.";
+    } else if (offer.restores) {
+        popup.status = "Bereit. Beim ersten Mal fragt der Desktop, danach gilt die letzte Wahl.";
+    } else {
+        popup.status = "Bereit. Nach dem Start fragt der Desktop, was aufgenommen wird.";
+    }
+    if (const auto remark = capture::pointerRemark(offer.pointer)) popup.status += "\n" + *remark;
+    return popup;
 }
 
 SourcePopup devicePopup(const std::vector<platform::CaptureDevice>& devices) {
@@ -57,8 +83,17 @@ SourceLists sourceLists(const platform::ShareableContent& content, std::vector<p
             std::move(devices), content.ownApplication.value_or(self), content.displayRefusal};
 }
 
-SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
-    if (lists.picker && type != SourceType::device) return pickerPopup(type, *lists.picker);
+platform::ContentPicker::Kind pickedKind(SourceType type) {
+    return type == SourceType::window ? platform::ContentPicker::Kind::window : platform::ContentPicker::Kind::display;
+}
+
+bool isOfKind(const platform::ContentPicker::Content& content, platform::ContentPicker::Kind kind) {
+    return std::holds_alternative<platform::Display>(content) == (kind == platform::ContentPicker::Kind::display);
+}
+
+SourcePopup sourcePopup(SourceType type, const SourceLists& lists,
+                        const std::optional<platform::ContentPicker::Content>& chosen) {
+    if (lists.picker && type != SourceType::device) return pickerPopup(type, *lists.picker, chosen);
     switch (type) {
         case SourceType::window:
             return windowPopup(lists.windows);
@@ -72,26 +107,16 @@ SourcePopup sourcePopup(SourceType type, const SourceLists& lists) {
     return {};
 }
 
-std::optional<std::string> pickerRefusal(SourceType type, const platform::ContentPicker::Offer& offer) {
-    if (type == SourceType::region) {
-        return "Einen Ausschnitt nimmt auf diesem Desktop bisher nur die Kommandozeile auf: „lumivastor record "
-               "--region“.";
-    }
-    if (type == SourceType::window && !offer.windows) {
-        return "Dieser Desktop gibt nur ganze Bildschirme frei, keine einzelnen Fenster.";
-    }
-    if (type == SourceType::display && !offer.displays) {
-        return "Dieser Desktop gibt nur einzelne Fenster frei, keine ganzen Bildschirme.";
-    }
-    return std::nullopt;
-}
-
 SourcePopup deniedSourcePopup() {
     // The plain quotation mark at the end of the third line is intended.
     return {{"keine Berechtigung"},
             "Die Bildschirmaufnahme ist noch nicht erlaubt.\n"
             "Systemeinstellungen → Datenschutz & Sicherheit → Bildschirmaufnahme,\n"
             "dort „LumiVastor\" aktivieren und die App neu starten."};
+}
+
+SourcePopup missingDialogPopup(const std::string& reason) {
+    return {{"nicht möglich"}, reason};
 }
 
 std::optional<platform::Display> displayOf(const capture::CaptureSource& source,

@@ -38,15 +38,22 @@ SourceLists sourceLists(const platform::ShareableContent& content, std::vector<p
 struct SourcePopup {
     std::vector<std::string> items;
     std::string status;
+    /// Set where the desktop's own dialog chooses: the label of the button that opens it, in place of the pop-up.
+    std::optional<std::string> chooseTitle = {};
 };
 
-SourcePopup sourcePopup(SourceType type, const SourceLists& lists);
+/// `chosen` is what the user has chosen in the desktop's dialog and not recorded yet.
+SourcePopup sourcePopup(SourceType type, const SourceLists& lists,
+                        const std::optional<platform::ContentPicker::Content>& chosen = {});
 
-/// Why the desktop's dialog cannot choose a source of this type; nullopt when it can. Not for devices.
-std::optional<std::string> pickerRefusal(SourceType type, const platform::ContentPicker::Offer& offer);
+/// The kind of content that the desktop's dialog grants for a source; a region is a part of a display. Not for devices.
+platform::ContentPicker::Kind pickedKind(SourceType type);
+bool isOfKind(const platform::ContentPicker::Content& content, platform::ContentPicker::Kind kind);
 
 /// Menu contents when the desktop refuses to list its sources.
 SourcePopup deniedSourcePopup();
+/// The same where the desktop has a dialog of its own and `reason` is why that cannot be asked.
+SourcePopup missingDialogPopup(const std::string& reason);
 
 /// The display that shows the source; nullopt when the source is gone.
 std::optional<platform::Display> displayOf(const capture::CaptureSource& source,

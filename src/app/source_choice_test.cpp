@@ -93,5 +93,52 @@ TEST(DisplayOf, FindsTheDisplayOfEverySource) {
     EXPECT_FALSE(displayOf(capture::WindowSource{lists().windows[0]}, {displays[0]}));
 }
 
+SourceLists pickedLists(platform::PointerKnowledge pointer = platform::PointerKnowledge::positions) {
+    SourceLists lists;
+    lists.picker = {true, true, pointer, true};
+    return lists;
+}
+
+TEST(SourcePopup, IsAButtonWhereTheDesktopsDialogChooses) {
+    const SourcePopup display = sourcePopup(SourceType::display, pickedLists());
+    EXPECT_TRUE(display.items.empty());
+    EXPECT_EQ(display.chooseTitle, "Bildschirm wählen …");
+    EXPECT_EQ(sourcePopup(SourceType::region, pickedLists()).chooseTitle, "Bildschirm wählen …");
+    EXPECT_EQ(sourcePopup(SourceType::window, pickedLists()).chooseTitle, "Fenster wählen …");
+    EXPECT_FALSE(sourcePopup(SourceType::device, pickedLists()).chooseTitle);
+}
+
+TEST(SourcePopup, NamesWhatWasChosenInTheDialogForSourcesOfItsKind) {
+    const platform::ContentPicker::Content display = platform::Display{1, "DP-1", {0, 0, 1280, 720}, 1.5};
+    EXPECT_EQ(sourcePopup(SourceType::display, pickedLists(), display).chooseTitle,
+              "Gewählt: DP-1, 1920×1080 px – ändern …");
+    EXPECT_EQ(sourcePopup(SourceType::region, pickedLists(), display).chooseTitle,
+              "Gewählt: DP-1, 1920×1080 px – ändern …");
+    EXPECT_EQ(sourcePopup(SourceType::window, pickedLists(), display).chooseTitle, "Fenster wählen …");
+    const platform::ContentPicker::Content window = platform::Window{};
+    EXPECT_EQ(sourcePopup(SourceType::window, pickedLists(), window).chooseTitle, "Fenster gewählt – ändern …");
+}
+
+TEST(SourcePopup, SaysBeforeTheRecordingWhatItWillLackOfThePointer) {
+    const SourcePopup popup = sourcePopup(SourceType::display, pickedLists(platform::PointerKnowledge::embedded));
+    EXPECT_NE(popup.status.find("Dieser Desktop verrät nicht, wo der Mauszeiger ist; er ist fest im Bild."),
+              std::string::npos);
+}
+
+TEST(SourcePopup, SaysNothingOfAPointerThatIsKnown) {
+    EXPECT_EQ(sourcePopup(SourceType::display, pickedLists(platform::PointerKnowledge::complete)).status,
+              "Bereit. Beim ersten Mal fragt der Desktop, danach gilt die letzte Wahl.");
+}
+
+TEST(SourcePopup, SaysWhatTheDialogDoesNotOffer) {
+    SourceLists lists = pickedLists();
+    lists.picker->windows = false;
+    EXPECT_EQ(sourcePopup(SourceType::window, lists).status,
+              "Dieser Desktop gibt nur ganze Bildschirme frei, keine einzelnen Fenster.");
+    lists.picker = {false, true, platform::PointerKnowledge::positions, true};
+    EXPECT_EQ(sourcePopup(SourceType::region, lists).status,
+              "Dieser Desktop gibt nur einzelne Fenster frei, keine ganzen Bildschirme.");
+}
+
 }  // namespace
 }  // namespace lumivastor::app

@@ -44,6 +44,13 @@ std::string checkVideoText(const render::CursorRenderer::Result& result) {
            "Knopf, und knackt der Klick im Ton im selben Moment?";
 }
 
+std::string stopWaysText(bool hasStatusItem, const std::optional<std::string>& keys) {
+    std::string text = "Während der Aufnahme ist dieses Fenster weg. So stoppst du sie:";
+    if (hasStatusItem) text += "\n•  Symbol in der Leiste";
+    if (keys) text += "\n•  " + *keys;
+    return text + "\n•  Freigabe-Anzeige des Desktops\n•  LumiVastor noch einmal starten, oder „lumivastor stop“";
+}
+
 std::string regionText(const Size& points) {
     return formatted("Ausschnitt: %.0f × %.0f Punkte", points.width, points.height);
 }

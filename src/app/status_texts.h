@@ -25,6 +25,10 @@ std::string finishedText(const capture::RecordingJob::Stats& stats, const std::f
 
 std::string checkVideoText(const render::CursorRenderer::Result& result);
 
+/// How a recording is stopped while no window of the program is on the screen. `keys`: those of the shortcut; nullopt
+/// without one.
+std::string stopWaysText(bool hasStatusItem, const std::optional<std::string>& keys);
+
 /// "Ausschnitt: 640 × 360 Punkte"
 std::string regionText(const Size& points);
 

@@ -43,5 +43,16 @@ TEST(RegionText, RoundsToWholePoints) {
     EXPECT_EQ(regionText({640.4, 359.6}), "Ausschnitt: 640 × 360 Punkte");
 }
 
+TEST(StopWaysText, NamesOnlyWhatIsThere) {
+    const std::string all = stopWaysText(true, "Strg+S");
+    EXPECT_EQ(all,
+              "Während der Aufnahme ist dieses Fenster weg. So stoppst du sie:\n•  Symbol in der Leiste\n•  Strg+S\n•  "
+              "Freigabe-Anzeige des Desktops\n•  LumiVastor noch einmal starten, oder „lumivastor stop“");
+    const std::string least = stopWaysText(false, std::nullopt);
+    EXPECT_EQ(least.find("Leiste"), std::string::npos);
+    EXPECT_EQ(least.find("Strg"), std::string::npos);
+    EXPECT_NE(least.find("„lumivastor stop“"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace lumivastor::app

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/session/abrupt_end.h"
 
+#include <QCoreApplication>
+#include <QMetaObject>
 #include <QString>
 #include <QtGlobal>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <mutex>
@@ -17,6 +21,7 @@ namespace {
 
 struct Plan {
     std::function<void()> finish;
+    std::atomic<bool> isArmed = false;  // `finish` is to run
     std::thread::id mainThread;
     QtMessageHandler before = nullptr;
 };
@@ -38,11 +43,27 @@ void finishAndEnd() {
     std::_Exit(EXIT_FAILURE);
 }
 
+// The toolkit's own thread for a Wayland connection ends the program as well. It waits here, so that the main thread
+// can finish first.
+void finishOnMainThread() {
+    if (!plan().isArmed) return;
+    QMetaObject::invokeMethod(QCoreApplication::instance(), finishAndEnd, Qt::QueuedConnection);
+    for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
 // The toolkit logs this message right before it ends the program. Nothing has been destroyed at that point. In a
 // handler of `exit`, libraries that were loaded later are gone, among them drivers that an encoder uses.
 void watchMessages(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (plan().before != nullptr) plan().before(type, context, message);
-    if (message.startsWith("The X11 connection broke")) finishAndEnd();
+    for (const char* lost : {"The X11 connection broke", "The Wayland connection broke",
+                             "The Wayland connection experienced a fatal error"}) {
+        if (!message.startsWith(lost)) continue;
+        if (std::this_thread::get_id() == plan().mainThread) {
+            finishAndEnd();
+        } else {
+            finishOnMainThread();
+        }
+    }
 }
 
 }  // namespace
@@ -50,6 +71,7 @@ void watchMessages(QtMsgType type, const QMessageLogContext& context, const QStr
 AbruptEnd::AbruptEnd(std::function<void()> finish) {
     plan().finish = std::move(finish);
     plan().mainThread = std::this_thread::get_id();
+    plan().isArmed = true;
     plan().before = qInstallMessageHandler(watchMessages);
     // Writing to a lost server must not end the program before the toolkit notices.
     std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c): cannot fail for this signal
@@ -59,6 +81,7 @@ AbruptEnd::AbruptEnd(std::function<void()> finish) {
 }
 
 AbruptEnd::~AbruptEnd() {
+    plan().isArmed = false;
     plan().finish = nullptr;
     qInstallMessageHandler(plan().before);
 }

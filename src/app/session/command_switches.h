@@ -12,7 +12,7 @@ namespace lumivastor::app {
 struct CommandSwitches {
     /// "--open-editor FOLDER": opens this folder in an editor. nullopt without FOLDER.
     std::optional<std::filesystem::path> openEditor;
-    /// "--choose-recording": asks for a folder to open in an editor.
+    /// "--choose-recording": shows the list of recordings.
     bool chooseRecording = false;
     /// "--test-region": performs the choice of a region up to the point where the mouse is needed.
     bool testRegion = false;

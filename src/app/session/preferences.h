@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <filesystem>
 #include <optional>
+#include <vector>
 
 namespace lumivastor::app {
 
@@ -13,6 +15,10 @@ class Preferences {
     /// Key "autoZoomsEnabled"; nullopt when it was never set.
     virtual std::optional<bool> autoZoomsEnabled() const = 0;
     virtual void setAutoZoomsEnabled(bool enabled) = 0;
+
+    /// Key "recordingPlaces": recordings, and folders of them, elsewhere than in the root; the oldest first.
+    virtual std::vector<std::filesystem::path> recordingPlaces() const = 0;
+    virtual void setRecordingPlaces(const std::vector<std::filesystem::path>& places) = 0;
 };
 
 }  // namespace lumivastor::app

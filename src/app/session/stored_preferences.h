@@ -2,6 +2,11 @@
 #pragma once
 
 #include <QSettings>
+#include <QString>
+#include <QStringList>
+#include <filesystem>
+#include <optional>
+#include <vector>
 
 #include "app/session/preferences.h"
 
@@ -17,6 +22,19 @@ class StoredPreferences final : public Preferences {
         return value.isValid() ? std::optional(value.toBool()) : std::nullopt;
     }
     void setAutoZoomsEnabled(bool enabled) override { settings_.setValue("autoZoomsEnabled", enabled); }
+
+    std::vector<std::filesystem::path> recordingPlaces() const override {
+        std::vector<std::filesystem::path> places;
+        for (const QString& place : settings_.value("recordingPlaces").toStringList()) {
+            places.emplace_back(place.toStdString());
+        }
+        return places;
+    }
+    void setRecordingPlaces(const std::vector<std::filesystem::path>& places) override {
+        QStringList texts;
+        for (const std::filesystem::path& place : places) texts << QString::fromStdString(place.string());
+        settings_.setValue("recordingPlaces", texts);
+    }
 
   private:
     QSettings settings_;

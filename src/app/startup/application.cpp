@@ -6,14 +6,18 @@
 #include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QSettings>
 #include <QTranslator>
 #include <clocale>
 #include <iostream>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <vector>
 
 #include "app/app_delegate.h"
+#include "app/library/recording_library.h"
+#include "app/library/trash.h"
 #include "app/no_view.h"
 #include "app/session/abrupt_end.h"
 #include "app/session/dbus_sleep_inhibitor.h"
@@ -25,8 +29,10 @@
 #include "base/log.h"
 #include "capture/recordings_root.h"
 #include "editor/editor_windows.h"
+#include "editor/exports/export_queue.h"
 #include "media/encoder_choice/encoder_choice.h"
 #include "platform/backends/desktop_backend.h"
+#include "platform/backends/desktop_choice.h"
 #include "platform/backends/device_backend.h"
 #include "platform/backends/sound_backend.h"
 #include "platform/sound/sound_output.h"
@@ -44,17 +50,38 @@ struct Machine {
     std::shared_ptr<platform::SoundSystem> sound = platform::openSoundSystem();
     std::unique_ptr<platform::CaptureDevices> devices = platform::openCaptureDevices(sound);
     /// Throws `RecorderError` without a display server, where Qt would end the program.
-    std::unique_ptr<platform::Desktop> desktop = platform::openListedDesktop(sound);
+    std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
+
+    bool isWayland() const { return desktop->contentPicker() != nullptr; }
 };
 
-std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(std::function<void()> pressed) {
+std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(platform::Desktop& desktop, std::function<void()> pressed,
+                                                           std::stop_token stop) {
+    platform::ShortcutRequest request;
+    request.keys = kStopKeys;
     try {
-        return platform::grabShortcut(kStopKeys, std::move(pressed));
+        return desktop.grabShortcut(request, std::move(pressed), std::move(stop));
     } catch (const RecorderError& error) {
         Log::write("Capture", error.message());
         return nullptr;
     }
 }
+
+/// The command line for the toolkit: its windows go where the recordings come from. Outlives the QApplication.
+struct ToolkitArguments {
+    ToolkitArguments(char* program, bool isWayland) : words{program} {
+        if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return;
+        words[1] = option;
+        words[2] = isWayland ? waylandFirst : x11;
+        count = 3;
+    }
+
+    char option[10] = "-platform";
+    char waylandFirst[12] = "wayland;xcb";
+    char x11[4] = "xcb";
+    char* words[4];
+    int count = 1;
+};
 
 // Translates Qt's own texts, such as the file panel's.
 void translate(QApplication& application) {
@@ -99,6 +126,18 @@ class Updates {
     std::optional<Release> newer_;
 };
 
+constexpr const char* kExportFolder = "exportFolder";
+
+std::filesystem::path loadExportFolder() {
+    const QSettings settings(QSettings::IniFormat, QSettings::UserScope, "LumiVastor", "LumiVastor");
+    return settings.value(kExportFolder).toString().toStdString();
+}
+
+void keepExportFolder(const std::filesystem::path& folder) {
+    QSettings(QSettings::IniFormat, QSettings::UserScope, "LumiVastor", "LumiVastor")
+        .setValue(kExportFolder, QString::fromStdString(folder.string()));
+}
+
 // Finishes the recording, ends exports and saves edits after the display server has taken all windows with it.
 void endWithoutWindows(AppDelegate& app, editor::EditorWindows& editors, ui::QtMainLoop& loop) {
     bool ended = false;
@@ -109,7 +148,8 @@ void endWithoutWindows(AppDelegate& app, editor::EditorWindows& editors, ui::QtM
 }
 
 int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& machine) {
-    SingleInstance instance(instanceFolder(), instanceName(qEnvironmentVariable("DISPLAY")));
+    const char* const display = machine.isWayland() ? "WAYLAND_DISPLAY" : "DISPLAY";
+    SingleInstance instance(instanceFolder(), instanceName(qEnvironmentVariable(display)));
     if (!instance.isFirst()) {
         if (instance.handOver({switches.openEditor, switches.chooseRecording})) return 0;
         std::cerr << "LumiVastor läuft schon, antwortet aber nicht.\n";
@@ -121,28 +161,51 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     DBusSleepInhibitor sleep;
     Updates updates(QCoreApplication::applicationDirPath().toStdString());
     AppDelegate* delegate = nullptr;
-    editor::EditorWindows editors(loop,
-                                  {.makeSoundOutput = [] { return platform::openSoundOutput(); },
-                                   .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
-                                   .newRecording = [&] { delegate->newRecording(); },
-                                   .keepAwake = [&]() -> std::shared_ptr<void> {
-                                       return std::shared_ptr(sleep.inhibit("Ein Video wird ausgegeben."));
-                                   }});
+    editor::EditorWindows editors(
+        loop, {.makeSoundOutput = [] { return platform::openSoundOutput(); },
+               .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
+               .newRecording = [&] { delegate->newRecording(); },
+               .keepAwake = [&]() -> std::shared_ptr<void> {
+                   return std::shared_ptr(sleep.inhibit("Ein Video wird ausgegeben."));
+               },
+               .overviewCache = capture::overviewCacheFolder(),
+               .exportFolder = {loadExportFolder, keepExportFolder},
+               .mayNotify = [&] { return delegate->applicationShouldTerminateAfterLastWindowClosed(); },
+               .looks = platform::preferencesFolder(platform::SessionEnvironment::read()) / "looks"});
+    RecordingLibrary library(loop,
+                             {.root = capture::recordingsRoot(),
+                              .pictureCache = capture::overviewCacheFolder(),
+                              .homeTrash = homeTrash(),
+                              .useOf =
+                                  [&](const std::filesystem::path& folder) {
+                                      if (delegate->isCompleting(folder)) return RecordingUse::completed;
+                                      if (editors.exports().list().shownFor(folder) != nullptr) {
+                                          return RecordingUse::rendered;
+                                      }
+                                      return editors.isOpen(folder) ? RecordingUse::edited : RecordingUse::none;
+                                  },
+                              .places = preferences.recordingPlaces(),
+                              .placesChanged = [&](const auto& places) { preferences.setRecordingPlaces(places); }});
     AppWindows windows(
         {.editors = editors,
+         .library = library,
+         .render = [&](const std::filesystem::path& folder) { editors.render(folder); },
          .checkForUpdates =
              updates.exist() ? std::function<void()>([&] { updates.check(delegate->window(), false); }) : nullptr,
          .openUpdate = [&] { updates.open(); }});
-    AppDelegate app({{{*machine.devices, *machine.sound, loop,
-                       [](const media::EncodingJob& job) {
-                           return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
-                       }},
-                      *machine.desktop},
-                     capture::recordingsRoot(),
-                     preferences,
-                     sleep,
-                     grabStopShortcut},
-                    windows);
+    AppServices services{{{*machine.devices, *machine.sound, loop,
+                           [](const media::EncodingJob& job) {
+                               return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
+                           }},
+                          *machine.desktop},
+                         capture::recordingsRoot(),
+                         preferences,
+                         sleep,
+                         [&](std::function<void()> pressed, std::stop_token stop) {
+                             return grabStopShortcut(*machine.desktop, std::move(pressed), std::move(stop));
+                         }};
+    services.recordingOpened = [&](const std::filesystem::path& folder) { library.remember(folder); };
+    AppDelegate app(std::move(services), windows);
     delegate = &app;
     windows.setDelegate(app);
     instance.onRequest = [&](const SingleInstance::Request& request) {
@@ -166,11 +229,10 @@ int runApplication(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     const CommandSwitches switches = commandSwitches(words, std::filesystem::current_path());
     TerminationSignals signals;
-    // Uses the X11 server for screens, panels and shortcuts, also under Wayland.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
     try {
         Machine machine;
-        QApplication application(argc, argv);
+        ToolkitArguments arguments(argv[0], machine.isWayland());
+        QApplication application(arguments.count, arguments.words);
         // Qt applies the user's locale, but this program formats and parses numbers with a decimal point.
         std::setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe): no other thread formats numbers yet
         QApplication::setApplicationName("LumiVastor");

@@ -72,7 +72,7 @@ class ApplicationOnDesktop : public testing::Test {
     void exportMovie() {
         ASSERT_TRUE(app().clickInEditor("renderButton"));
         ASSERT_TRUE(app().waitForVideo());
-        // Until then the file is being checked, and the window would ask before it closes.
+        // Until then the file is being checked, and closing the editor would show the list of exports.
         ASSERT_TRUE(await([this] { return app().logged("[Studio] fertig: "); }));
         const media::Asset movie(app().recordings().back() / "studio-output.mp4");
         ASSERT_EQ(movie.tracks(media::TrackKind::video).size(), 1U);
@@ -84,7 +84,6 @@ class ApplicationOnDesktop : public testing::Test {
         EXPECT_NEAR(movie.duration().seconds(), whole - cut, 0.1);
     }
     void closeEditor() {
-        // Where the window has not learned of an export's end yet, the first time is answered by a question.
         EXPECT_TRUE(await([this] {
             app().keyboard().press({ScriptedKeyboard::kControl, 'w'});
             sleepFor(0.3);
@@ -350,9 +349,14 @@ TEST_F(ApplicationOnDesktop, ADisplayServerThatGoesAwayEndsTheProgramAndTheRecor
 }
 
 TEST_F(ApplicationOnDesktop, AVideoThatIsRenderedLeavesNoHalfFileHoweverTheProgramEnds) {
+    // What changes all over takes long to render.
+    RigWindow restless(desktop_.displayName(), {.x = 20, .y = 40, .width = 640, .height = 640});
     start();
     startRecording();
-    sleepFor(1.5);
+    for (int seed = 0; seed < 60; ++seed) {
+        restless.drawPattern(seed);
+        sleepFor(0.04);
+    }
     stopByPanel();
     const auto video = app().recordings()[0] / "studio-output.mp4";
     const auto startAgain = [this] {

@@ -63,10 +63,12 @@ void Updater::check(std::function<void(const Outcome&)> completion) {
     request.setTransferTimeout(kTimeoutMilliseconds);
     reply_ = network_.get(request);
     QNetworkReply* const reply = reply_;
-    // A full read buffer stops the transfer, so memory use is limited to this.
-    reply->setReadBufferSize(static_cast<qint64>(kFeedLimit) + 1);
-    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply] {
-        if (reply->bytesAvailable() > static_cast<qint64>(kFeedLimit)) reply->abort();
+    // What arrives is taken at once: a read buffer that is full stops the transfer until its time is over.
+    reply->setReadBufferSize(static_cast<qint64>(kFeedLimit));
+    received_.clear();
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [this, reply] {
+        received_ += reply->readAll();
+        if (received_.size() > static_cast<qsizetype>(kFeedLimit)) reply->abort();
     });
     QObject::connect(reply, &QNetworkReply::finished, reply, [this, reply, completion = std::move(completion)] {
         reply_ = nullptr;
@@ -76,12 +78,12 @@ void Updater::check(std::function<void(const Outcome&)> completion) {
     });
 }
 
-Updater::Outcome Updater::read(QNetworkReply& reply) const {
+Updater::Outcome Updater::read(QNetworkReply& reply) {
     if (reply.error() != QNetworkReply::NoError) {
         return {{}, "Die Liste der Updates konnte nicht gelesen werden."};
     }
-    const QByteArray bytes = reply.read(static_cast<qint64>(kFeedLimit) + 1);
-    const auto newest = newestRelease({bytes.constData(), static_cast<std::size_t>(bytes.size())});
+    received_ += reply.readAll();
+    const auto newest = newestRelease({received_.constData(), static_cast<std::size_t>(received_.size())});
     if (!newest) return {{}, "Die Liste der Updates konnte nicht gelesen werden."};
     if (!isNewer(newest->version, currentVersion_)) return {};
     return {newest, {}};

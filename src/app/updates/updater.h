@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArray>
 #include <QNetworkAccessManager>
 #include <QPointer>
 #include <QUrl>
@@ -39,12 +40,13 @@ class Updater {
     void check(std::function<void(const Outcome&)> completion);
 
   private:
-    Outcome read(QNetworkReply& reply) const;
+    Outcome read(QNetworkReply& reply);
 
     const QUrl feed_;
     const std::string currentVersion_;
     QNetworkAccessManager network_;
     QPointer<QNetworkReply> reply_;
+    QByteArray received_;  // of the reply
 };
 
 }  // namespace lumivastor::app

@@ -7,6 +7,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QIcon>
+#include <QImage>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QScreen>
@@ -26,6 +27,8 @@ namespace lumivastor::app {
 namespace {
 
 constexpr QSize kFolderPanelSize(760, 480);
+// The approximate height that a window manager adds.
+constexpr int kTitleBar = 40;
 // Columns of the list in Qt's file dialog.
 constexpr int kNameColumn = 0;
 constexpr int kSizeColumn = 1;
@@ -94,6 +97,7 @@ MainWindowActions AppWindows::actions() {
     actions.sourceTypeChanged = [this](SourceType type) { delegate_->sourceTypeChanged(type); };
     actions.sourceSelected = [this](int index) { delegate_->sourceSelected(index); };
     actions.refreshSources = [this] { delegate_->refreshSources(); };
+    actions.chooseContent = [this] { delegate_->chooseContent(); };
     actions.fpsSelected = [this](int index) { delegate_->fpsSelected(index); };
     actions.autoZoomToggled = [this](bool on) { delegate_->autoZoomToggled(on); };
     actions.systemAudioToggled = [this](bool on) { delegate_->systemAudioToggled(on); };
@@ -183,6 +187,22 @@ void AppWindows::hideMainWindow() {
     window_->hide();
 }
 
+void AppWindows::hideAllWindows() {
+    hidden_.clear();
+    for (QWidget* each : QApplication::topLevelWidgets()) {
+        if (!each->isVisible()) continue;
+        if (isWindow(*each) && each != window_.get()) hidden_.emplace_back(each);
+        each->hide();
+    }
+}
+
+void AppWindows::showAllWindows() {
+    for (const QPointer<QWidget>& each : std::exchange(hidden_, {})) {
+        if (each) each->show();
+    }
+    showMainWindow();
+}
+
 void AppWindows::showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) {
     window_->setCameraPreview(std::move(preview));
 }
@@ -234,6 +254,20 @@ void AppWindows::pickRegion(const platform::Display& display, std::function<void
     });
 }
 
+void AppWindows::pickRegionOnPicture(const platform::Display& display,
+                                     std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture,
+                                     std::function<void(std::optional<Rect>)> completion) {
+    QScreen* const screen = screenFor(display);
+    // A copy of its own: the pixels' owner may go first.
+    const QImage image = QImage(picture->row(0), picture->width(), picture->height(),
+                                static_cast<qsizetype>(picture->stride()), QImage::Format_RGB32)
+                             .copy();
+    picker_.pickOnPicture(screen != nullptr ? *screen : mainScreen(), QPixmap::fromImage(image),
+                          [display, completion = std::move(completion)](std::optional<Rect> rect, const Size& shown) {
+                              completion(rect ? std::optional(displayRect(*rect, shown, display)) : std::nullopt);
+                          });
+}
+
 void AppWindows::installStatusItem(const std::string& title) {
     statusItem_ =
         std::make_unique<StatusItem>(QString::fromStdString(title), [this] { delegate_->stopFromStatusItem(); });
@@ -271,7 +305,9 @@ void AppWindows::removeRecordingPanel() {
 
 void AppWindows::askForFolder(const std::string& message, const std::filesystem::path& start,
                               std::function<void(std::optional<std::filesystem::path>)> completion) {
-    auto* panel = new QFileDialog(window_.get(), QString::fromStdString(message));
+    QWidget* const asking = recordings_ && recordings_->isActiveWindow() ? static_cast<QWidget*>(recordings_.get())
+                                                                         : static_cast<QWidget*>(window_.get());
+    auto* panel = new QFileDialog(asking, QString::fromStdString(message));
     panel->setAttribute(Qt::WA_DeleteOnClose);
     panel->setFileMode(QFileDialog::Directory);
     panel->setOption(QFileDialog::ShowDirsOnly);
@@ -302,6 +338,31 @@ void AppWindows::askForFolder(const std::string& message, const std::filesystem:
         }
     });
     panel->open();
+}
+
+void AppWindows::showRecordings() {
+    if (!recordings_) {
+        recordings_ = std::make_unique<RecordingsWindow>(options_.library, recordingsActions());
+        // Smaller on a screen that has no room for it.
+        const QRect room = window_->screen()->availableGeometry();
+        recordings_->resize(recordings_->size().boundedTo(room.size() - QSize(0, kTitleBar)));
+        QRect frame = recordings_->rect();
+        frame.moveCenter(room.center());
+        recordings_->move(frame.topLeft());
+    }
+    recordings_->orderFront();
+}
+
+RecordingsActions AppWindows::recordingsActions() {
+    RecordingsActions actions;
+    actions.open = [this](const std::filesystem::path& folder) { return delegate_->open(folder); };
+    actions.render = options_.render;
+    actions.complete = [this](const std::filesystem::path& folder) { delegate_->complete(folder); };
+    actions.reveal = [](const std::filesystem::path& folder) { ui::revealInFileViewer(folder); };
+    actions.chooseFolder = [this](std::function<void(const std::string&)> refused) {
+        delegate_->chooseFolder(std::move(refused));
+    };
+    return actions;
 }
 
 void AppWindows::openEditor(const std::filesystem::path& folder) {

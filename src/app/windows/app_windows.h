@@ -2,13 +2,16 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "app/app_delegate.h"
 #include "app/app_view.h"
 #include "app/windows/main_window.h"
 #include "app/windows/panels.h"
+#include "app/windows/recordings_window.h"
 #include "app/windows/region_picker.h"
 #include "app/windows/status_item.h"
 #include "editor/editor_windows.h"
@@ -22,6 +25,10 @@ class AppWindows final : public QObject, public AppView {
   public:
     struct Options {
         editor::EditorWindows& editors;
+        /// What the list of recordings shows.
+        RecordingLibrary& library;
+        /// Exports a recording with its own settings.
+        std::function<void(const std::filesystem::path& folder)> render;
         /// Without it the menu has no such item.
         std::function<void()> checkForUpdates;
         /// The action of the notice about an update.
@@ -42,6 +49,8 @@ class AppWindows final : public QObject, public AppView {
     void show(const MainWindowState& state) override;
     void showMainWindow() override;
     void hideMainWindow() override;
+    void hideAllWindows() override;
+    void showAllWindows() override;
     void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) override;
     void hideCameraPreview() override;
     void showCountdown(int number) override;
@@ -50,6 +59,10 @@ class AppWindows final : public QObject, public AppView {
     void showRegionArmPanel(const platform::Display& display) override;
     void closeRegionArmPanel() override;
     void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) override;
+    void pickRegionOnPicture(const platform::Display& display,
+                             std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture,
+                             std::function<void(std::optional<Rect>)> completion) override;
+    bool hasStatusItems() override { return StatusItem::areShown(); }
     void installStatusItem(const std::string& title) override;
     void setStatusItemTitle(const std::string& title) override;
     void removeStatusItem() override;
@@ -59,6 +72,7 @@ class AppWindows final : public QObject, public AppView {
     void removeRecordingPanel() override;
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;
+    void showRecordings() override;
     void openEditor(const std::filesystem::path& folder) override;
     bool editorsMayClose() override { return options_.editors.mayClose(); }
     bool openFolder(const std::filesystem::path& folder) override;
@@ -72,16 +86,19 @@ class AppWindows final : public QObject, public AppView {
   private:
     MainWindowActions actions();
     void noticeAction(NoticeKind kind);
+    RecordingsActions recordingsActions();
     void showAbout();
 
     const Options options_;
     AppDelegate* delegate_ = nullptr;
     std::unique_ptr<MainWindow> window_;
+    std::unique_ptr<RecordingsWindow> recordings_;  // once it was shown
     std::unique_ptr<CountdownWindow> countdown_;
     std::unique_ptr<RegionArmPanel> armPanel_;
     std::unique_ptr<RecordingPanel> recordingPanel_;
     std::unique_ptr<StatusItem> statusItem_;
     RegionPicker picker_;
+    std::vector<QPointer<QWidget>> hidden_;  // by `hideAllWindows`, besides the main window
 };
 
 }  // namespace lumivastor::app

@@ -77,7 +77,12 @@ class AppWindowsTest : public AppRig {
 
   protected:
     editor::EditorWindows editors_{loop_, {}};
-    AppWindows windows_{{.editors = editors_, .checkForUpdates = nullptr, .openUpdate = [] {}}};
+    RecordingLibrary library_{loop_, {.root = root_}};
+    AppWindows windows_{{.editors = editors_,
+                         .library = library_,
+                         .render = [](const std::filesystem::path&) {},
+                         .checkForUpdates = nullptr,
+                         .openUpdate = [] {}}};
     AppDelegate delegate_{[this] {
                               useSlowCheckVideos();
                               return appServices();

@@ -14,6 +14,9 @@
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -22,6 +25,8 @@
 #include <utility>
 
 #include "app/windows/camera_view.h"
+#include "app/windows/countdown_cover.h"
+#include "ui/accessible.h"
 #include "ui/segmented_control.h"
 #include "ui/theme.h"
 
@@ -38,8 +43,8 @@ constexpr int kSpacing = 6;
 constexpr int kGroupSpace = 8;
 // At the usual size of type.
 constexpr double kRecordType = 14;
+constexpr double kRecordHeight = 28;
 constexpr double kStatusType = 11;
-constexpr double kUsualType = 10;  // in points
 constexpr int kStatusLines = 5;
 constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
@@ -51,18 +56,21 @@ constexpr const char* kSheet = R"(
     QLabel[role="status"] { font-family: monospace; font-size: @status-type; color: @second; }
     QFrame[role="notice"] { background: #2B2622; border: 1px solid #5A4636; border-radius: 7px; }
     QPushButton[role="record"] {
-        background: #D94033; border: 2px solid #D94033; border-radius: 8px; color: white;
-        font-size: @record-type; font-weight: 600; min-height: 28px;
+        background: #CC382B; border: 2px solid #CC382B; border-radius: 8px; color: white;
+        font-size: @record-type; font-weight: 600; min-height: @record-height;
     }
-    QPushButton[role="record"]:hover { background: #E5564A; border-color: #E5564A; }
+    QPushButton[role="record"]:hover { background: #D63C2F; border-color: #D63C2F; }
     QPushButton[role="record"]:pressed { background: #BC3529; border-color: #BC3529; }
     QPushButton[role="record"]:disabled { background: #4A302D; border-color: #4A302D; color: #A9918E; }
     QPushButton[role="record"]:focus { border-color: #FFD8D3; }
 )";
 
+// The approximate size of the frame that a window manager adds.
+constexpr QSize kFrame(8, 40);
+
 // In pixels: scales with the desktop's font size, like everything else.
 int grown(double usual, const QFont& font) {
-    return static_cast<int>(std::lround(usual * ui::theme::typeScale(font).body / kUsualType));
+    return static_cast<int>(std::lround(usual * ui::theme::typeFactor(font)));
 }
 
 QLabel* caption(const char* text) {
@@ -115,10 +123,12 @@ void makeCopyable(QLabel& label) {
     label.setFocusPolicy(Qt::StrongFocus);
 }
 
-// An unchanged text keeps its selection.
-void setTextIfOther(QLabel& label, const std::string& text) {
+// An unchanged text keeps its selection. Returns whether it has changed.
+bool setTextIfOther(QLabel& label, const std::string& text) {
     const QString now = QString::fromStdString(text);
-    if (label.text() != now) label.setText(now);
+    if (label.text() == now) return false;
+    label.setText(now);
+    return true;
 }
 
 void select(QComboBox& popup, int index) {
@@ -139,33 +149,48 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
                   QString(kSheet)
                       .replace("@second", ui::theme::kSecondText.name())
                       .replace("@record-type", QString::number(grown(kRecordType, font())) + "px")
+                      .replace("@record-height", QString::number(grown(kRecordHeight, font())) + "px")
                       .replace("@status-type", QString::number(grown(kStatusType, font())) + "px"));
 
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->setSpacing(0);
     buildMenus(*whole);
-    auto* column = new QVBoxLayout;
+    content_ = new QWidget;
+    area_ = new QScrollArea;
+    area_->setProperty("role", "plain");
+    area_->setFrameShape(QFrame::NoFrame);
+    area_->setWidgetResizable(true);
+    area_->setFocusPolicy(Qt::NoFocus);
+    area_->setAccessibleName("Aufnahme");
+    auto* column = new QVBoxLayout(content_);
     column->setContentsMargins(kEdge + kSpacing - 1, kSpacing, kEdge + kSpacing - 1, kEdge);
     column->setSpacing(kSpacing);
-    whole->addLayout(column);
     buildSource(*column);
     buildBoxes(*column);
     buildButtons(*column);
     buildStatus(*column);
+    area_->setWidget(content_);
+    whole->addWidget(area_);
     recordButton_->setFocus();
+    countdown_ = new CountdownCover(this);
     // Size hints are only right after the style sheet's fonts have been applied.
     for (QWidget* each : findChildren<QWidget*>()) each->ensurePolished();
     takeRoom();
 }
 
-// Notices and large type may need more room than the fixed height.
+// Notices and large type may need more room than the fixed height. What the screen has no room for is scrolled.
 void MainWindow::takeRoom() {
-    layout()->activate();
-    const int width = std::max(kWidth, layout()->totalMinimumSize().width());
-    const int needed =
-        layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width) : layout()->totalMinimumSize().height();
-    setFixedSize(width, std::max(kHeight, needed));
+    QLayout& contents = *content_->layout();
+    contents.activate();
+    const int menus = layout()->totalMinimumSize().height() - layout()->minimumSize().height();
+    int width = std::max(kWidth, contents.totalMinimumSize().width());
+    const int needed = menus + (contents.hasHeightForWidth() ? contents.totalHeightForWidth(width)
+                                                             : contents.totalMinimumSize().height());
+    const QSize room = screen()->availableSize() - kFrame;
+    if (needed > std::max(kHeight, room.height())) width += area_->verticalScrollBar()->sizeHint().width();
+    setFixedSize(std::min(width, std::max(kWidth, room.width())),
+                 std::min(std::max(kHeight, needed), std::max(kHeight, room.height())));
 }
 
 void MainWindow::buildMenus(QVBoxLayout& column) {
@@ -209,21 +234,33 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     displayPopup_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     connect(displayPopup_, &QComboBox::activated, this, actions_.sourceSelected);
     refreshButton_ = button("↻", "refreshButton", actions_.refreshSources);
+    chooseButton_ = button("", "chooseButton", actions_.chooseContent);
+    chooseButton_->setToolTip("Öffnet den Auswahldialog des Desktops");
+    chooseButton_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    chooseButton_->hide();
     refreshButton_->setToolTip("Liste aktualisieren");
     refreshButton_->setAccessibleName("Liste aktualisieren");
     auto* row = new QHBoxLayout;
     row->setSpacing(kSpacing);
     row->addWidget(displayPopup_, 1);
+    row->addWidget(chooseButton_, 1);
     row->addWidget(refreshButton_);
-    auto* rowWidget = new QWidget;
-    rowWidget->setFixedWidth(kSourceWidth);
+    sourceRow_ = new QWidget;
+    sourceRow_->setFixedWidth(kSourceWidth);
     row->setContentsMargins(0, 0, 0, 0);
-    rowWidget->setLayout(row);
-    column.addWidget(rowWidget);
+    sourceRow_->setLayout(row);
+    // Assistive programs find the name of a list in its label, if both have the same parent; what they call its name is
+    // what is chosen. The label that is seen stands above all of this.
+    auto* name = new QLabel("Quelle", sourceRow_);
+    name->setBuddy(displayPopup_);
+    name->hide();
+    column.addWidget(sourceRow_);
     column.addSpacing(kGroupSpace);
 
-    column.addWidget(caption("Bildrate"));
+    auto* rate = caption("Bildrate");
+    column.addWidget(rate);
     fpsPopup_ = new QComboBox;
+    rate->setBuddy(fpsPopup_);
     fpsPopup_->setObjectName("fpsPopup");
     fpsPopup_->setAccessibleName("Bildrate");
     fpsPopup_->addItems({"60 Bilder/s", "30 Bilder/s"});
@@ -286,6 +323,7 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     column.addLayout(noticeRows_);
     statusLabel_ = new QLabel;
     statusLabel_->setObjectName("statusLabel");
+    ui::makeStatusLine(*statusLabel_);
     statusLabel_->setProperty("role", "status");
     statusLabel_->setWordWrap(true);
     statusLabel_->setTextFormat(Qt::PlainText);
@@ -307,10 +345,11 @@ void MainWindow::show(const MainWindowState& state) {
     QWidget* const focused = focusWidget();
     showChoices(state);
     showButtons(state);
-    setTextIfOther(*statusLabel_, state.status);
+    if (setTextIfOther(*statusLabel_, state.status)) ui::announce(*statusLabel_);
     progressBar_->setVisible(state.progress.has_value());
     progressBar_->setValue(static_cast<int>(std::lround(state.progress.value_or(0) * progressBar_->maximum())));
     showNotices(state.notices);
+    countdown_->show(state.countdown);
     keepFocus(focused);
 }
 
@@ -335,6 +374,14 @@ void MainWindow::showChoices(const MainWindowState& state) {
         for (const std::string& item : shownItems_) displayPopup_->addItem(QString::fromStdString(item));
     }
     select(*displayPopup_, choices.sourceIndex);
+    for (QWidget* each : std::initializer_list<QWidget*>{displayPopup_, refreshButton_}) {
+        each->setVisible(!state.chooseTitle);
+    }
+    chooseButton_->setVisible(state.chooseTitle.has_value());
+    chooseButton_->setText(QString::fromStdString(state.chooseTitle.value_or("")));
+    sourceRow_->setFixedWidth(state.chooseTitle ? std::max(kRowWidth, chooseButton_->minimumSizeHint().width())
+                                                : kSourceWidth);
+    takeRoom();
     select(*fpsPopup_, choices.fpsIndex);
     autoZoomBox_->setChecked(choices.autoZoom);
     systemAudioBox_->setChecked(choices.systemAudio);
@@ -348,8 +395,8 @@ void MainWindow::showButtons(const MainWindowState& state) {
     recordButton_->setShortcut(Qt::Key_Return);
     recordButton_->setEnabled(state.recordEnabled);
     for (QWidget* each :
-         std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, fpsPopup_, systemAudioBox_,
-                                         microphoneBox_, webcamBox_, studioButton_, revealButton_}) {
+         std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, chooseButton_, fpsPopup_,
+                                         systemAudioBox_, microphoneBox_, webcamBox_, studioButton_, revealButton_}) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);
@@ -384,11 +431,31 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         row->show();
         for (QWidget* each : row->findChildren<QWidget*>()) each->ensurePolished();
     }
+    orderNotices();
     takeRoom();
+}
+
+// The keyboard goes to them where they are: above the status.
+void MainWindow::orderNotices() {
+    QWidget* before = revealButton_;
+    for (int i = 0; i < noticeRows_->count(); ++i) {
+        QWidget* const row = noticeRows_->itemAt(i)->widget();
+        for (const char* name : {"noticeLabel", "noticeButton"}) {
+            auto* const next = row->findChild<QWidget*>(name);
+            if (next == nullptr) continue;
+            setTabOrder(before, next);
+            before = next;
+        }
+    }
+    setTabOrder(before, statusLabel_);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     event->setAccepted(!actions_.mayClose || actions_.mayClose());
+}
+
+void MainWindow::resizeEvent(QResizeEvent*) {
+    countdown_->setGeometry(rect());
 }
 
 void MainWindow::setCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) {

@@ -15,6 +15,7 @@ class QComboBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class QScrollArea;
 class QVBoxLayout;
 
 namespace lumivastor::ui {
@@ -24,12 +25,14 @@ class SegmentedControl;
 namespace lumivastor::app {
 
 class CameraView;
+class CountdownCover;
 
 /// Callbacks for the user's actions in the main window.
 struct MainWindowActions {
     std::function<void(SourceType)> sourceTypeChanged;
     std::function<void(int)> sourceSelected;
     std::function<void()> refreshSources;
+    std::function<void()> chooseContent;
     std::function<void(int)> fpsSelected;
     std::function<void(bool)> autoZoomToggled;
     std::function<void(bool)> systemAudioToggled;
@@ -60,6 +63,7 @@ class MainWindow final : public QWidget {
 
   protected:
     void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
     void buildMenus(QVBoxLayout& column);
@@ -71,12 +75,17 @@ class MainWindow final : public QWidget {
     void showChoices(const MainWindowState& state);
     void showButtons(const MainWindowState& state);
     void keepFocus(QWidget* focused);
+    void orderNotices();
     void showNotices(const std::map<NoticeKind, Notice>& notices);
 
     const MainWindowActions actions_;
+    QScrollArea* area_ = nullptr;  // of everything below the menus
+    QWidget* content_ = nullptr;
     ui::SegmentedControl* sourceTypeControl_ = nullptr;
+    QWidget* sourceRow_ = nullptr;
     QComboBox* displayPopup_ = nullptr;
     QPushButton* refreshButton_ = nullptr;
+    QPushButton* chooseButton_ = nullptr;
     QComboBox* fpsPopup_ = nullptr;
     QCheckBox* autoZoomBox_ = nullptr;
     QCheckBox* systemAudioBox_ = nullptr;
@@ -93,6 +102,7 @@ class MainWindow final : public QWidget {
     QPointer<QWidget> lostFocus_;  // the control that was disabled while it had the keyboard focus
     std::vector<std::string> shownItems_;
     std::map<NoticeKind, Notice> shownNotices_;
+    CountdownCover* countdown_ = nullptr;
 };
 
 }  // namespace lumivastor::app

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -13,14 +14,19 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QTest>
+#include <algorithm>
+#include <cmath>
 #include <string>
 
+#include "app/status_texts.h"
 #include "app/windows/panels.h"
 #include "app/windows/region_picker.h"
 #include "app/windows/status_item.h"
 #include "support/fitting_texts.h"
 #include "support/named_widgets.h"
 #include "support/offscreen_application.h"
+#include "support/style_colours.h"
+#include "support/tab_order.h"
 #include "ui/theme.h"
 
 namespace lumivastor::app {
@@ -53,6 +59,50 @@ class MainWindowTest : public testing::TestWithParam<double> {
   private:
     OffscreenApplication application_;
 };
+
+TEST_P(MainWindowTest, OpensTheDesktopsDialogByAButtonInPlaceOfTheList) {
+    int chosen = 0;
+    MainWindowActions actions;
+    actions.chooseContent = [&chosen] { ++chosen; };
+    MainWindow window(actions);
+    window.setVisible(true);
+    MainWindowState state = fullState();
+    state.chooseTitle = "Gewählt: HEADLESS-1, 1920×1080 px – ändern …";
+    window.show(state);
+    auto* const button = window.findChild<QPushButton*>("chooseButton");
+    EXPECT_TRUE(button->isVisible());
+    EXPECT_FALSE(window.findChild<QComboBox*>("displayPopup")->isVisible());
+    EXPECT_FALSE(window.findChild<QPushButton*>("refreshButton")->isVisible());
+    button->click();
+    EXPECT_EQ(chosen, 1);
+    expectNothingIsCutOff(window);
+
+    state.chooseTitle.reset();
+    window.show(state);
+    EXPECT_FALSE(button->isVisible());
+    EXPECT_TRUE(window.findChild<QComboBox*>("displayPopup")->isVisible());
+}
+
+TEST_P(MainWindowTest, CountsDownOverEverythingElse) {
+    MainWindow window({});
+    window.setVisible(true);
+    MainWindowState state = fullState();
+    state.countdown = {3, stopWaysText(true, "Strg+Alt+Umschalt+S")};
+    window.show(state);
+    auto* const cover = window.findChild<QWidget*>("countdownCover");
+    ASSERT_TRUE(cover->isVisible());
+    EXPECT_EQ(cover->geometry(), window.rect());
+    EXPECT_EQ(cover->accessibleName(), "Aufnahme beginnt in 3");
+    const QWidget* const under = window.childAt(window.findChild<QWidget*>("recordButton")->geometry().center());
+    EXPECT_TRUE(under == cover || under->parentWidget() == cover);
+    for (const char* each : {"countdownNumber", "countdownNote"}) {
+        auto* const label = window.findChild<QLabel*>(each);
+        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << each;
+    }
+    state.countdown.reset();
+    window.show(state);
+    EXPECT_FALSE(cover->isVisible());
+}
 
 TEST_P(MainWindowTest, IsAsLargeAsLaidDown) {
     MainWindow window({});
@@ -96,16 +146,20 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     RegionArmPanel arm(
         screen, [] {}, [] {});
     arm.setVisible(true);
-    EXPECT_EQ(arm.size(), QSize(430, 56));
+    const double factor = std::max(GetParam() / 10, 1.0);
+    const auto grown = [factor](int width, int height) {
+        return QSize(static_cast<int>(std::lround(width * factor)), static_cast<int>(std::lround(height * factor)));
+    };
+    EXPECT_EQ(arm.size(), grown(430, 56));
     expectNothingIsCutOff(arm);
     RecordingPanel panel(screen, nullptr, true, [] {});
     panel.setTime("125:00");
     panel.setVisible(true);
-    EXPECT_EQ(panel.size(), QSize(190, 44));
+    EXPECT_EQ(panel.size(), grown(190, 44));
     expectNothingIsCutOff(panel);
     RecordingPanel withCamera(screen, std::make_shared<capture::WebcamPreview>(), true, [] {});
     withCamera.setVisible(true);
-    EXPECT_EQ(withCamera.size(), QSize(254, 60));
+    EXPECT_EQ(withCamera.size(), grown(254, 60));
     expectNothingIsCutOff(withCamera);
 }
 
@@ -199,6 +253,98 @@ TEST_P(MainWindowTest, EverythingThatCanBeSeenHasAName) {
     EXPECT_GE(expectEverythingIsNamed(picker), 2);
 }
 
+TEST_P(MainWindowTest, TheTabulatorKeyGoesThroughItInReadingOrder) {
+    constexpr const char* kOrder = R"(
+Art der Quelle: Bildschirm
+Quelle
+Liste aktualisieren
+Bildrate
+Automatische Zooms (Kamera fährt zu deinen Klicks)
+Systemton aufnehmen
+Mikrofon aufnehmen
+Kamera aufnehmen (Facecam)
+Aufnahme starten
+Aufnahme bearbeiten …
+Prüfvideo erzeugen …
+Aufnahmeordner öffnen
+LumiVastor 1.2.0 ist verfügbar.
+Herunterladen
+Bereit.
+)";
+    MainWindow window({});
+    window.setVisible(true);
+    QApplication::setActiveWindow(&window);
+    MainWindowState state = fullState();
+    state.recordTitle = "Aufnahme starten";
+    state.status = "Bereit.";
+    state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+    window.show(state);
+    EXPECT_EQ(asLines(tabOrder(window)), kOrder);
+    EXPECT_EQ(asLines(tabOrder(window, true)), kOrder);
+}
+
+TEST_P(MainWindowTest, ScrollsWhatAScreenHasNoRoomFor) {
+    MainWindow window({});
+    window.setVisible(true);
+    MainWindowState state = fullState();
+    state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+    state.notices[NoticeKind::interrupted] = {"Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33", "Abschließen"};
+    window.show(state);
+    const QSize room = window.screen()->availableSize();
+    EXPECT_LE(window.height(), room.height());
+    EXPECT_LE(window.width(), room.width());
+    expectNothingIsCutOff(window);
+}
+
+TEST_P(MainWindowTest, ColoursOfEveryStateCanBeToldApart) {
+    const MainWindow window({});
+    const StyleColours colours(window.styleSheet());
+    std::vector<QColor> surfaces = windowSurfaces();
+    surfaces.push_back(QColor(0x1A, 0x1C, 0x21));
+    EXPECT_GT(colours.expectReadableText(surfaces), 60);
+    EXPECT_GT(colours.expectVisibleFocus(surfaces), 12);
+}
+
+TEST_P(MainWindowTest, TheStatusIsReadWhenItChanges) {
+    MainWindow window({});
+    window.setVisible(true);
+    window.show(fullState());
+    auto* const label = window.findChild<QLabel*>("statusLabel");
+    label->setProperty("announced", "");
+    MainWindowState state = fullState();
+    window.show(state);
+    EXPECT_EQ(label->property("announced").toString(), "") << "nothing has changed";
+    state.status = "Bereit.";
+    window.show(state);
+    EXPECT_EQ(label->property("announced").toString(), "Bereit.");
+    QAccessibleInterface* const status = QAccessible::queryAccessibleInterface(label);
+    EXPECT_EQ(status->role(), QAccessible::StatusBar);
+    EXPECT_EQ(status->text(QAccessible::Name), "Bereit.");
+}
+
+TEST_P(MainWindowTest, ARegionIsMadeByKeys) {
+    PickerWindow picker(*QGuiApplication::primaryScreen());
+    picker.setVisible(true);
+    std::optional<Rect> made;
+    int finished = 0;
+    picker.view().onFinish = [&](std::optional<Rect> rect) {
+        ++finished;
+        made = rect;
+    };
+    QTest::keyClick(&picker.view(), Qt::Key_Return);
+    QTest::keyClick(&picker.view(), Qt::Key_A);
+    EXPECT_EQ(finished, 0) << "there is nothing yet";
+    QTest::keyClick(&picker.view(), Qt::Key_Right);
+    QTest::keyClick(&picker.view(), Qt::Key_Right);
+    QTest::keyClick(&picker.view(), Qt::Key_Down, Qt::ControlModifier);
+    const QSizeF screen = picker.view().size();
+    const Rect expected{screen.width() / 4 + 10, screen.height() / 4, screen.width() / 2, screen.height() / 2 + 10};
+    EXPECT_TRUE(picker.view().accessibleDescription().startsWith("links "));
+    QTest::keyClick(&picker.view(), Qt::Key_Return);
+    EXPECT_EQ(finished, 1);
+    EXPECT_EQ(made, expected);
+}
+
 TEST_P(MainWindowTest, ItClosesWhenItMay) {
     bool may = false;
     MainWindowActions actions;
@@ -228,7 +374,7 @@ TEST_P(MainWindowTest, TheStatusItemStopsByALeftClickAndByItsMenu) {
     EXPECT_EQ(stops, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(TypeSizes, MainWindowTest, testing::Values(9.0, 10.0, 14.0));
+INSTANTIATE_TEST_SUITE_P(TypeSizes, MainWindowTest, testing::Values(9.0, 10.0, 15.0, 20.0));
 
 }  // namespace
 }  // namespace lumivastor::app

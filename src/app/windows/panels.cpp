@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <cmath>
 #include <utility>
 
 #include "app/windows/camera_view.h"
@@ -19,6 +20,7 @@ namespace lumivastor::app {
 namespace {
 
 constexpr double kScreenMargin = 24;
+constexpr int kButtonType = 12;  // in pixels
 
 QColor night(double alpha) {
     return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
@@ -34,7 +36,7 @@ class RedDot final : public QWidget {
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
         painter.setBrush(QColor(0xFF, 0x45, 0x3A));
-        const double side = 12;
+        const double side = 0.6 * height();
         painter.drawEllipse(QRectF((width() - side) / 2, (height() - side) / 2, side, side));
     }
 };
@@ -46,6 +48,20 @@ QPushButton* panelButton(const QString& text, const char* name, QWidget* parent,
     button->setFocusPolicy(Qt::NoFocus);
     QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
     return button;
+}
+
+// Laid down for the usual type; larger type makes panels larger as a whole.
+int grown(double points) {
+    return static_cast<int>(std::lround(points * ui::theme::typeFactor(QGuiApplication::font())));
+}
+QSize grown(QSize size) {
+    return {grown(size.width()), grown(size.height())};
+}
+QRect grown(const QRect& rect) {
+    return {grown(rect.x()), grown(rect.y()), grown(rect.width()), grown(rect.height())};
+}
+QString pixelType(int usual) {
+    return "font-size: " + QString::number(grown(usual)) + "px;";
 }
 
 QPainterPath plate(const QRectF& rect, double radius) {
@@ -66,7 +82,7 @@ FloatingPanel::FloatingPanel(QSize size, const Look& look)
     // Closing a panel must not end the program.
     setAttribute(Qt::WA_QuitOnClose, false);
     setFixedSize(size);
-    setStyleSheet(ui::theme::styleSheet(font()));
+    setStyleSheet(ui::theme::styleSheet(font()) + "QPushButton[role=\"panel\"] { " + pixelType(kButtonType) + " }");
 }
 
 void FloatingPanel::orderFront() {
@@ -111,26 +127,27 @@ void CountdownWindow::setNumber(int number) {
 
 RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
                                std::function<void()> stop)
-    : FloatingPanel(preview ? QSize(254, 60) : QSize(190, 44), {.background = night(0.92), .radius = 12}),
+    : FloatingPanel(grown(preview ? QSize(254, 60) : QSize(190, 44)), {.background = night(0.92), .radius = 12}),
       time_(new ui::DigitLabel(this)) {
     setObjectName("recordingPanel");
     setWindowTitle("LumiVastor – Aufnahme läuft");
-    const int middle = height() / 2;
+    const int middle = preview ? 30 : 22;
     const int dotX = preview ? 66 : 12;
+    const int right = preview ? 254 : 190;
     if (preview) {
-        auto* camera = new CameraView({44, 44}, 22, this);
-        camera->move(12, middle - 22);
+        auto* camera = new CameraView(grown(QSize(44, 44)), grown(22), this);
+        camera->move(grown(12), grown(middle - 22));
         camera->setPreview(std::move(preview));
     }
     auto* dot = new RedDot(this);
-    dot->setGeometry(dotX, middle - 10, 20, 20);
+    dot->setGeometry(grown(QRect(dotX, middle - 10, 20, 20)));
     time_->setObjectName("recordingTime");
-    time_->setStyleSheet("font-size: 15px; font-weight: 500;");
+    time_->setStyleSheet(pixelType(15) + " font-weight: 500;");
     setTime("0:00");
-    time_->setGeometry(dotX + 24, middle - 10, 60, 20);
+    time_->setGeometry(grown(QRect(dotX + 24, middle - 10, 60, 20)));
     auto* button = panelButton("Stopp", "panelStopButton", this, std::move(stop));
     button->setToolTip(hasShortcut ? "Aufnahme stoppen (Strg+Alt+Umschalt+S)" : "Aufnahme stoppen");
-    button->setGeometry(width() - 84, middle - 14, 72, 28);
+    button->setGeometry(grown(QRect(right - 84, middle - 14, 72, 28)));
     const QRect free = screen.availableGeometry();
     move(free.x() + free.width() - width() - static_cast<int>(kScreenMargin),
          free.y() + free.height() - height() - static_cast<int>(kScreenMargin));
@@ -149,19 +166,19 @@ void RecordingPanel::mouseMoveEvent(QMouseEvent* event) {
 }
 
 RegionArmPanel::RegionArmPanel(const QScreen& screen, std::function<void()> proceed, std::function<void()> cancel)
-    : FloatingPanel({430, 56}, {.background = night(0.92), .radius = 12}) {
+    : FloatingPanel(grown(QSize(430, 56)), {.background = night(0.92), .radius = 12}) {
     setObjectName("regionArmPanel");
     setWindowTitle("LumiVastor – Ausschnitt vorbereiten");
     auto* label = new QLabel("Fenster zurechtlegen, dann:", this);
-    label->setStyleSheet("font-size: 13px;");
-    label->setGeometry(16, 19, 190, 18);
+    label->setStyleSheet(pixelType(13));
+    label->setGeometry(grown(QRect(16, 19, 190, 18)));
     auto* choose = panelButton("Ausschnitt wählen", "armProceedButton", this, std::move(proceed));
     choose->setProperty("active", true);
-    choose->setGeometry(210, 14, 132, 28);
+    choose->setGeometry(grown(QRect(210, 14, 132, 28)));
     auto* abandon = panelButton("Abbrechen", "armCancelButton", this, std::move(cancel));
-    abandon->setGeometry(350, 14, 72, 28);
+    abandon->setGeometry(grown(QRect(350, 14, 72, 28)));
     const QRect free = screen.availableGeometry();
-    move(free.x() + free.width() / 2 - 215, free.y() + static_cast<int>(kScreenMargin));
+    move(free.x() + (free.width() - width()) / 2, free.y() + static_cast<int>(kScreenMargin));
 }
 
 }  // namespace lumivastor::app

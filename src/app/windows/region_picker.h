@@ -14,6 +14,7 @@ class QScreen;
 namespace lumivastor::app {
 
 /// Dims a screen and lets the user drag a rectangle on it. Escape, a click or a too small rectangle cancels.
+/// The arrow keys make a rectangle, too: alone they move it, with Ctrl they size it, and the return key takes it.
 class PickerView final : public QWidget {
   public:
     /// `background` is painted below the dimming; null when the view is translucent.
@@ -28,10 +29,11 @@ class PickerView final : public QWidget {
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
     void finish(std::optional<Rect> rect);
-    static void drawCenteredText(QPainter& painter, const OverlayLabel& label);
+    void drawCenteredText(QPainter& painter, const OverlayLabel& label) const;
 
     RegionSelection selection_;
     const QPixmap background_;
@@ -49,6 +51,25 @@ class PickerWindow final : public QWidget {
     PickerView* view_;
 };
 
+/// Fills a screen with a picture of it, for desktops where no window can lie over the screen. The picture keeps its
+/// shape, whatever size the desktop gives the window.
+class PicturePickerWindow final : public QWidget {
+  public:
+    /// `screen`: where the picture is shown.
+    PicturePickerWindow(QScreen& screen, const QPixmap& picture);
+
+    PickerView& view() { return *view_; }
+    void orderFront();
+
+  protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    const QSize picture_;
+    PickerView* view_;
+};
+
 /// Lets the user drag a rectangle on a screen.
 class RegionPicker {
   public:
@@ -56,8 +77,16 @@ class RegionPicker {
     /// `completion` is never called before `pick` returns. Cancels a pick in progress.
     void pick(QScreen& screen, std::function<void(std::optional<Rect>)> completion);
 
+    /// The same on a picture of a screen. Passes the size of the shown picture as well, in points.
+    void pickOnPicture(QScreen& screen, const QPixmap& picture,
+                       std::function<void(std::optional<Rect>, const Size&)> completion);
+
   private:
-    std::unique_ptr<PickerWindow> window_;
+    template <typename Window>
+    void run(std::unique_ptr<Window> window, std::function<void(std::optional<Rect>)> completion);
+
+    std::unique_ptr<QWidget> window_;
+    PickerView* view_ = nullptr;  // of the window
 };
 
 }  // namespace lumivastor::app

@@ -19,6 +19,9 @@ QIcon recordingIcon(const QString& time);
 /// recording; a right click opens a menu.
 class StatusItem {
   public:
+    /// Whether the desktop has such a panel.
+    static bool areShown() { return QSystemTrayIcon::isSystemTrayAvailable(); }
+
     /// `title` has the form "⏺ 0:00".
     StatusItem(const QString& title, const std::function<void()>& stop);
     ~StatusItem();

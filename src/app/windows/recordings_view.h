@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QTreeView>
+
+#include "app/library/recording_texts.h"
+
+namespace lumivastor::app {
+
+class RecordingsModel;
+
+/// The list of recordings: a row each, with its picture, its facts in columns, and its state as badges. Knows how rows
+/// look, not what happens with them.
+class RecordingsView final : public QTreeView {
+  public:
+    /// The model outlives the view.
+    explicit RecordingsView(RecordingsModel& model, QWidget* parent = nullptr);
+
+    bool isRenaming() const { return state() == QAbstractItemView::EditingState; }
+    /// Widens the columns to what they show in the font that is in force.
+    void fitColumns();
+
+  protected:
+    void drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void changeEvent(QEvent* event) override;
+
+  private:
+    const RecordingsModel& model_;
+};
+
+}  // namespace lumivastor::app
