@@ -34,6 +34,8 @@ extern const Verb kSourcesVerb;
 extern const Verb kRecordVerb;
 /// Stops the recording that is running.
 extern const Verb kStopVerb;
+/// Checks a recording.
+extern const Verb kVerifyVerb;
 /// Completes a recording whose process was ended.
 extern const Verb kRecoverVerb;
 /// Reports which services this machine offers.

@@ -10,12 +10,12 @@ namespace lumivastor::cli {
 
 namespace {
 
-constexpr std::array kVerbs = {&kSourcesVerb, &kRecordVerb, &kStopVerb,    &kRecoverVerb, &kRenderVerb,
-                               &kCheckVerb,   &kFrameVerb,  &kInspectVerb, &kDoctorVerb};
+constexpr std::array kVerbs = {&kSourcesVerb, &kRecordVerb, &kStopVerb,  &kVerifyVerb,  &kRecoverVerb,
+                               &kRenderVerb,  &kCheckVerb,  &kFrameVerb, &kInspectVerb, &kDoctorVerb};
 
 constexpr std::array kProgramOptions = {
     OptionSpec{"--open-editor", "ORDNER", "startet die Anwendung und öffnet diese Aufnahme im Editor"},
-    OptionSpec{"--choose-recording", "", "startet die Anwendung und fragt, welche Aufnahme geöffnet werden soll"},
+    OptionSpec{"--choose-recording", "", "startet die Anwendung und zeigt die Liste der Aufnahmen"},
     OptionSpec{"--help", "", "diese Erklärung"},
     OptionSpec{"--version", "", "die Version"},
 };

@@ -335,6 +335,53 @@ TEST_F(RenderVerb, WrongUsageIsStatusTwo) {
     EXPECT_EQ(run({"render"}).status, 2);
     EXPECT_EQ(run({"render", folder_.path().string(), "--height", "720"}).status, 2);
     EXPECT_EQ(run({"render", folder_.path().string(), "--format", "avi"}).status, 2);
+    const std::vector<std::vector<std::string>> wrong = {
+        {"--as", "avi"},
+        {"--as", "mp4"},
+        {"--as", "webm", "--format", "mp4"},
+        {"--as", "webm", "--width", "640"},
+        {"--width", "640"},
+        {"--rate", "15", "--out", "film.mp4"},
+        {"--as", "gif", "--width", "63"},
+        {"--as", "gif", "--width", "640.5"},
+        {"--as", "gif", "--width", "breit"},
+        {"--as", "gif", "--rate", "0"},
+        {"--as", "gif", "--rate", "51"},
+        {"--as", "gif", "--from", "-1"},
+        {"--as", "gif", "--from", "nan"},
+        {"--as", "gif", "--from", "2", "--to", "2"},
+        {"--as", "webp", "--from", "2", "--to", "33"},
+    };
+    for (const std::vector<std::string>& options : wrong) {
+        std::vector<std::string> words{"render", folder_.path().string()};
+        words.insert(words.end(), options.begin(), options.end());
+        EXPECT_EQ(run(words).status, 2) << options.back();
+    }
+    const Outcome hint = run({"render", folder_.path().string(), "--as", "mp4"});
+    EXPECT_NE(hint.err.find("--as ist webm, webp oder gif; für mp4 und mov gibt es --format."), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "studio-output.gif"));
+}
+
+TEST_F(RenderVerb, OtherFormsGoBesideTheFilmOrWhereTheyAreAskedFor) {
+    const std::string before = folder_.read("project.json");
+    const Outcome webm = run({"render", folder_.path().string(), "--as", "webm", "--json"});
+    ASSERT_EQ(webm.status, 0) << webm.err;
+    EXPECT_EQ(Json(webm.out).text("/url"), (folder_ / "studio-output.webm").string());
+    EXPECT_EQ(Json(webm.out).number("/frames"), 30);
+    EXPECT_EQ(Json(webm.out).number("/zoomCount"), 0);
+    EXPECT_EQ(folder_.read("studio-output.webm").substr(0, 4), "\x1A\x45\xDF\xA3");
+    const TemporaryFolder elsewhere;
+    const std::string gif = (elsewhere / "film.gif").string();
+    const Outcome named = run(
+        {"render", folder_.path().string(), "--out", gif, "--width", "96", "--rate", "10", "--to", "0.5", "--json"});
+    ASSERT_EQ(named.status, 0) << named.err;
+    EXPECT_EQ(Json(named.out).text("/url"), gif);
+    EXPECT_EQ(Json(named.out).number("/seconds"), 0.5);
+    EXPECT_EQ(elsewhere.read("film.gif").substr(0, 6), "GIF89a");
+    const Outcome webp = run({"render", folder_.path().string(), "--as", "webp", "--width", "96"});
+    ASSERT_EQ(webp.status, 0) << webp.err;
+    EXPECT_EQ(folder_.read("studio-output.webp").substr(8, 4), "WEBP");
+    EXPECT_EQ(folder_.read("project.json"), before);
 }
 
 TEST(Arguments, ADoubleDashEndsTheOptions) {

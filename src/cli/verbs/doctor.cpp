@@ -27,7 +27,7 @@ Check check(const std::string& name, bool isNeeded, const std::string& advice,
     try {
         return {name, true, look(), isNeeded};
     } catch (const std::exception& error) {
-        return {name, false, error.what() + std::string(" ") + advice, isNeeded};
+        return {name, false, advice.empty() ? error.what() : error.what() + (" " + advice), isNeeded};
     }
 }
 
@@ -97,6 +97,7 @@ std::string describeOffer(const platform::ContentPicker::Offer& offer) {
 
 std::string describePointer(platform::PointerKnowledge pointer) {
     switch (pointer) {
+        case platform::PointerKnowledge::complete:
         case platform::PointerKnowledge::positions:
             return "Der Desktop meldet, wo der Mauszeiger ist und wie er aussieht.";
         case platform::PointerKnowledge::embedded:
@@ -107,8 +108,21 @@ std::string describePointer(platform::PointerKnowledge pointer) {
     throw RecorderError("Der Desktop verrät nicht, wo der Mauszeiger ist; er fehlt in Aufnahmen.");
 }
 
+std::string describeClicks(const platform::ContentPicker::Offer& offer) {
+    switch (offer.pointer) {
+        case platform::PointerKnowledge::complete:
+            return "Klicks und Mausrad lassen sich sehen.";
+        case platform::PointerKnowledge::positions:
+            throw RecorderError(offer.clickRefusal);
+        case platform::PointerKnowledge::embedded:
+        case platform::PointerKnowledge::none:
+            break;
+    }
+    throw RecorderError("Ohne zu wissen, wo der Mauszeiger ist, lassen sich auch Klicks nicht aufzeichnen.");
+}
+
 // What a desktop whose own dialog chooses can tell.
-void examinePicker(platform::ContentPicker& picker, std::vector<Check>& checks) {
+void examinePicker(platform::Desktop& desktop, platform::ContentPicker& picker, std::vector<Check>& checks) {
     platform::ContentPicker::Offer offer;
     checks.back() = check("display", true, "", [&] {
         offer = picker.offer();
@@ -117,13 +131,11 @@ void examinePicker(platform::ContentPicker& picker, std::vector<Check>& checks) 
     if (!checks.back().ok) return;
     checks.push_back(check("pointer", false, "Zooms lassen sich im Editor von Hand setzen.",
                            [&] { return describePointer(offer.pointer); }));
-    checks.push_back({"clicks", false,
-                      "Klicks lassen sich auf diesem Desktop nicht sehen; die Aufnahme enthält nur Mausbewegungen.",
-                      false});
-    checks.push_back({"shortcut", false,
-                      "Dieser Desktop gibt Programmen keine Tastenkürzel. Richte in seinen Einstellungen eines für "
-                      "„lumivastor stop“ ein.",
-                      false});
+    checks.push_back(check("clicks", false, "", [&] { return describeClicks(offer); }));
+    checks.push_back(check("shortcut", false, "Richte in seinen Einstellungen eines für „lumivastor stop“ ein.", [&] {
+        if (!desktop.offersShortcuts()) throw RecorderError(platform::kNoShortcuts);
+        return std::string("Der Desktop gibt Programmen Tastenkürzel; die Tasten legt sein eigener Dialog fest.");
+    }));
 }
 
 }  // namespace
@@ -132,6 +144,7 @@ std::vector<Check> examine(const Examined& machine) {
     std::vector<Check> checks;
     std::vector<platform::Display> displays;
     std::optional<platform::ShareableContent> content;
+    platform::Desktop* answering = nullptr;
     platform::ContentPicker* picker = nullptr;
     checks.push_back(
         check("display", true,
@@ -140,12 +153,13 @@ std::vector<Check> examine(const Examined& machine) {
               [&] {
                   platform::Desktop& desktop = machine.desktop();
                   content = desktop.shareableContent();
+                  answering = &desktop;
                   picker = desktop.contentPicker();
                   return std::string("Der Bildschirmdienst antwortet.");
               }));
     if (content && content->displayRefusal) checks.back() = {"display", false, *content->displayRefusal, true};
     if (content && picker != nullptr) {
-        examinePicker(*picker, checks);
+        examinePicker(*answering, *picker, checks);
     } else {
         checks.push_back(check("screens", true, "Ohne Bildschirm gibt es nichts aufzunehmen.", [&] {
             if (content) displays = content->displays;

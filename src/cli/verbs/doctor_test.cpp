@@ -69,6 +69,31 @@ TEST_F(Doctor, WhereOnlyWindowsCanBeRecordedTheDisplayIsMissing) {
     EXPECT_FALSE(canRecord());
 }
 
+TEST_F(Doctor, WhereTheDesktopsDialogChoosesItSaysWhatIsKnownOfThePointer) {
+    platform::ContentPicker::Offer offer{true, true, platform::PointerKnowledge::complete, true};
+    desktop_.setPicker(offer);
+    EXPECT_TRUE(find("pointer").ok);
+    EXPECT_TRUE(find("clicks").ok);
+    EXPECT_EQ(find("clicks").detail, "Klicks und Mausrad lassen sich sehen.");
+
+    offer.pointer = platform::PointerKnowledge::positions;
+    offer.clickRefusal = "Klicks lassen sich nicht sehen, weil es so ist.";
+    desktop_.setPicker(offer);
+    EXPECT_TRUE(find("pointer").ok);
+    EXPECT_FALSE(find("clicks").ok);
+    EXPECT_EQ(find("clicks").detail, offer.clickRefusal);
+
+    for (const auto pointer : {platform::PointerKnowledge::embedded, platform::PointerKnowledge::none}) {
+        offer.pointer = pointer;
+        desktop_.setPicker(offer);
+        EXPECT_FALSE(find("pointer").ok);
+        EXPECT_FALSE(find("clicks").ok);
+        EXPECT_EQ(find("clicks").detail,
+                  "Ohne zu wissen, wo der Mauszeiger ist, lassen sich auch Klicks nicht aufzeichnen.");
+    }
+    EXPECT_TRUE(canRecord());
+}
+
 TEST_F(Doctor, WithoutSoundOrCameraScreensAreRecordedAllTheSame) {
     sound_.setDefaultMicrophone(std::nullopt);
     sound_.failStarts(synthetic::SyntheticSoundSystem::Kind::systemAudio, "Kein Tondienst.");

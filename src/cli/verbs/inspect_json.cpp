@@ -105,6 +105,10 @@ void writeInspection(const edit::Composition& composition, const InspectOptions&
     writeRecord(writer, composition.info());
     writer.key("settings");
     writeRecord(writer, state->settings);
+    if (options.quality) {
+        writer.key("quality");
+        writeRecord(writer, *options.quality);
+    }
     numberField(writer, "effectiveStart", state->trim.start);
     numberField(writer, "effectiveEnd", state->trim.end);
     listField(writer, "keptSegments", state->keptSegments, [&](const auto& each) { writeRange(writer, each); });

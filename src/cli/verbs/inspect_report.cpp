@@ -63,7 +63,11 @@ void printOverview(const edit::Composition& composition, const edit::EditState& 
         << "\n"
         << "Maus         " << counted(track.events.size(), "Ereignis", "Ereignisse") << ", "
         << counted(state.clicks.size(), "Klick", "Klicks") << " im Bild, "
-        << counted(track.cursorImages.size(), "Cursorform", "Cursorformen") << "\n";
+        << counted(track.cursorImages.size(), "Cursorform", "Cursorformen")
+        << (info.knowsClicks()      ? ""
+            : info.knowsPositions() ? "; Klicks sind nicht bekannt"
+                                    : "; wo sie war, ist nicht bekannt")
+        << "\n";
 }
 
 void printLayout(const edit::StudioLayout& layout, std::ostream& out) {
@@ -93,8 +97,9 @@ void printSegments(const edit::EditState& state, std::ostream& out) {
     }
 }
 
-void printZooms(const edit::EditState& state, std::ostream& out) {
-    out << "\nZooms (" << (state.settings.zooms ? "von Hand bearbeitet" : "Automatik") << ")\n";
+void printZooms(const edit::EditState& state, bool knowsClicks, std::ostream& out) {
+    const char* const proposed = knowsClicks ? "Automatik" : "Automatik nach Haltepunkten des Zeigers";
+    out << "\nZooms (" << (state.settings.zooms ? "von Hand bearbeitet" : proposed) << ")\n";
     if (state.zoomSpecs.empty()) {
         out << "  keine\n";
         return;
@@ -181,9 +186,10 @@ void printInspection(const edit::Composition& composition, const InspectOptions&
     printOverview(composition, *state, out);
     printLayout(state->layout, out);
     printSegments(*state, out);
-    printZooms(*state, out);
+    printZooms(*state, composition.info().knowsClicks(), out);
     printCurve(*state, composition.info().duration, out);
     printTimes(composition, *state, options, out);
+    if (options.quality) out << "\n" << options.quality->summary << "\n";
 }
 
 }  // namespace lumivastor::cli

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <array>
+#include <filesystem>
+#include <optional>
 
+#include "base/log.h"
 #include "base/pixel_size.h"
+#include "base/recorder_error.h"
 #include "cli/verb.h"
 #include "cli/verbs/canvas_option.h"
 #include "cli/verbs/inspect_json.h"
@@ -18,11 +22,22 @@ constexpr std::array kOptions = {
     OptionSpec{"--json", "", "ein JSON-Dokument statt des Berichts"},
 };
 
+// A document that nothing depends on: a faulty one counts as none.
+std::optional<model::RecordingQuality> qualityOf(const std::filesystem::path& folder) {
+    try {
+        return model::RecordingQuality::find(folder);
+    } catch (const RecorderError& error) {
+        Log::write("Capture", error.message());
+        return std::nullopt;
+    }
+}
+
 void run(const Arguments& arguments, std::ostream& out) {
     const std::string& folder = arguments.single("ORDNER einer Aufnahme");
     const PixelSize canvas = canvasFrom(arguments);
-    const InspectOptions options{arguments.numbers("--at"), arguments.numbers("--output-at")};
+    InspectOptions options{arguments.numbers("--at"), arguments.numbers("--output-at")};
     const edit::Composition composition(folder, canvas.width, canvas.height);
+    options.quality = qualityOf(folder);
     if (arguments.has("--json")) {
         writeInspection(composition, options, out);
     } else {

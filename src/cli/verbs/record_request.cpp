@@ -8,6 +8,7 @@
 
 #include "base/formatted.h"
 #include "base/recorder_error.h"
+#include "capture/desktop_dialog.h"
 #include "capture/journal/journal_records.h"
 
 namespace lumivastor::cli {
@@ -116,26 +117,8 @@ platform::ContentPicker::Request pickFor(const RecordRequest& request, const pla
             "„--window 0“.");
     }
     const Kind kind = request.windowID ? Kind::window : Kind::display;
-    if (kind == Kind::window && !offer.windows) {
-        throw RecorderError("Dieser Desktop gibt nur ganze Bildschirme frei, keine einzelnen Fenster.");
-    }
-    if (kind == Kind::display && !offer.displays) {
-        throw RecorderError("Dieser Desktop gibt nur einzelne Fenster frei, keine ganzen Bildschirme.");
-    }
+    if (const auto refusal = capture::dialogRefusal(kind, offer)) throw RecorderError(*refusal);
     return {kind, request.asksAgain, request.fps, ""};
-}
-
-std::optional<std::string> pointerRemark(platform::PointerKnowledge pointer) {
-    switch (pointer) {
-        case platform::PointerKnowledge::positions:
-            return "Klicks lassen sich hier nicht sehen; die Aufnahme enthält nur Mausbewegungen. Siehe „lumivastor "
-                   "doctor“.";
-        case platform::PointerKnowledge::embedded:
-            return "Dieser Desktop verrät nicht, wo der Mauszeiger ist; er ist fest im Bild.";
-        case platform::PointerKnowledge::none:
-            break;
-    }
-    return "Dieser Desktop verrät nicht, wo der Mauszeiger ist; er fehlt in der Aufnahme.";
 }
 
 platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices) {

@@ -42,9 +42,6 @@ capture::CaptureSource sourceFor(const RecordRequest& request, const platform::S
 /// another number than 0, or the dialog does not offer its kind.
 platform::ContentPicker::Request pickFor(const RecordRequest& request, const platform::ContentPicker::Offer& offer);
 
-/// One line about what such a recording will not know of the pointer; nullopt when it knows everything.
-std::optional<std::string> pointerRemark(platform::PointerKnowledge pointer);
-
 /// Finds the requested device. Throws `RecorderError` when there is no such device.
 platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices);
 

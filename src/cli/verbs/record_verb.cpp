@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ctime>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -10,7 +11,11 @@
 #include <variant>
 
 #include "base/after.h"
+#include "base/handled_error.h"
+#include "base/log.h"
 #include "base/main_loop.h"
+#include "capture/desktop_dialog.h"
+#include "capture/proof/recording_proof.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording_control.h"
 #include "capture/recordings_root.h"
@@ -43,9 +48,9 @@ std::filesystem::path folderFor(const RecordRequest& request) {
 void pickContent(platform::ContentPicker& picker, const RecordRequest& request, Session& session) {
     const platform::ContentPicker::Offer offer = picker.offer();
     const auto pick = pickFor(request, offer);
-    if (const auto remark = pointerRemark(offer.pointer)) session.status.say(*remark);
     session.status.show("Warte auf den Dialog des Desktops …");
     if (!picker.pick(pick, session.interruption.token())) throw RecorderError("Die Aufnahme wurde abgebrochen.");
+    if (const auto remark = capture::pointerRemark(offer.pointer)) session.status.say(*remark);
 }
 
 capture::RecordingRequest recordingFor(const RecordRequest& request, Session& session) {
@@ -112,7 +117,8 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
     return std::get<capture::RecordingJob::Stats>(*outcome);
 }
 
-void run(const Arguments& arguments, std::ostream& out) {
+// Records and prints the result. The recording's folder.
+std::filesystem::path record(const Arguments& arguments, std::ostream& out) {
     const RecordRequest request = parseRecordRequest(arguments);
     Session session;
     const capture::RecordingServices services = session.machine.recordingServices();
@@ -125,6 +131,25 @@ void run(const Arguments& arguments, std::ostream& out) {
     } else {
         out << describeRecording(stats, recorder->folder());
     }
+    out << std::flush;
+    return recorder->folder();
+}
+
+// The recording is complete: what the check finds changes neither its result nor the exit status. Programs find it in
+// the folder's quality document.
+void prove(const std::filesystem::path& folder, bool isForPeople, std::ostream& out) {
+    try {
+        const model::RecordingQuality quality = capture::proveRecording(folder);
+        if (isForPeople) out << quality.summary << "\n";
+    } catch (...) {
+        Log::write("Capture", "Prüfung: " + handledError("Unerwarteter Fehler").message());
+    }
+}
+
+void run(const Arguments& arguments, std::ostream& out) {
+    const std::filesystem::path folder = record(arguments, out);
+    // Without the session, so that a signal ends the program.
+    prove(folder, !arguments.has("--json"), out);
 }
 
 }  // namespace
