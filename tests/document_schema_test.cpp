@@ -114,6 +114,10 @@ TEST_F(DocumentSchema, DescribesEveryCaptureDocument) {
     info.webcamOffset = -0.125;
     info.systemAudio = info.microphone = true;
     save(info);
+    for (const auto& [known, name] : model::EnumerationNames<model::KnownPointer>::list) {
+        info.pointerKnown = known;
+        save(info);
+    }
     expectWrittenAsDescribed("capture");
 }
 
@@ -160,7 +164,27 @@ TEST_F(DocumentSchema, DescribesEveryProjectDocument) {
     settings.cuts = {{2, 3}};
     settings.masks = {{0.1, 0.2, 0.3, 0.4}};
     save(settings);
+    settings.levelLoudness = true;
+    save(settings);
     expectWrittenAsDescribed("project", files_.front());
+}
+
+TEST_F(DocumentSchema, DescribesEveryQualityDocument) {
+    model::RecordingQuality quality;
+    quality.checkedAt = model::CaptureInfo::timestamp(1714555812);
+    save(quality);
+    quality.ok = false;
+    quality.summary = "Die Prüfung fand Fehler: Das Mikrofon war durchgehend stumm.";
+    quality.checks = {{"microphone", false, "Das Mikrofon war durchgehend stumm."}};
+    quality.picturesCounted = quality.picturesLost = quality.pictures = 12;
+    quality.sounds = {{"system", 0.02, 12.5, 0.01, 0, 0.5, 0, -18.25},
+                      {"microphone", 0, 12.5, -0.01, 0.2, 12.5, 3, {}}};
+    quality.webcam = model::WebcamQuality{10, -0.2, 12.5, 0.1};
+    quality.integratedLoudness = -18.25;
+    quality.loudnessRange = 6;
+    quality.truePeak = 0.5;
+    save(quality);
+    expectWrittenAsDescribed("quality");
 }
 
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
@@ -183,10 +207,12 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
         replaced(text, "\"sourceKind\" : \"display\"", "\"sourceKind\" : 1"),
         replaced(text, "\"webcamFile\" : \"webcam.mov\"", "\"webcamFile\" : []"),
         replaced(text, "\"webcamOffset\" : 0.5", "\"webcamOffset\" : \"0.5\""),
+        replaced(text, "{\n", "{ \"pointerKnown\" : \"clicks\","),
     };
     // Every field that is not optional, missing.
     for (const std::string_view key : model::fieldKeys<model::CaptureInfo>()) {
         if (key == "sourceKind" || key == "webcamFile" || key == "webcamOffset" || key == "windowTitle") continue;
+        if (key == "pointerKnown") continue;
         broken.push_back(replaced(text, "\"" + std::string(key) + "\"", "\"x\""));
     }
     expectRefused("capture", broken, [](const FileBytes& bytes) { model::CaptureInfo::parse(bytes); });
@@ -215,10 +241,29 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfPointerTracks) {
     expectRefused("pointer", broken, [](const FileBytes& bytes) { model::PointerTrack::parse(bytes); });
 }
 
+TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfQualityDocuments) {
+    const TemporaryFolder folder;
+    model::RecordingQuality quality;
+    quality.checkedAt = model::CaptureInfo::timestamp(1714555812);
+    quality.checks = {{"lost", true, "Keine verlorenen Bilder."}};
+    quality.sounds.emplace_back().source = "system";
+    quality.save(folder.path());
+    const std::string text = folder.read("quality.json");
+    expectRefused(
+        "quality",
+        {"[]", "{}", replaced(text, "\"pictures\" : 0", "\"pictures\" : 0.5"),
+         replaced(text, "\"duration\" : 0", "\"duration\" : null"),
+         replaced(text, "\"source\" : \"system\"", "\"source\" : 1"), replaced(text, "\"detail\" : ", "\"details\" : "),
+         replaced(text, "\"drift\"", "\"drifts\""), replaced(text, "\"ok\" : true", "\"ok\" : 1"),
+         replaced(text, "{\n", "{ \"webcam\" : {},"), replaced(text, "{\n", "{ \"truePeak\" : \"loud\",")},
+        [](const FileBytes& bytes) { model::RecordingQuality::parse(bytes); });
+}
+
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfProjectDocuments) {
     expectRefused("project",
                   {
                       "[]",
+                      R"({"levelLoudness": 1})",
                       R"({"tempo": "gemütlich"})",
                       R"({"exportFormat": "avi"})",
                       R"({"trimStart": "1"})",
@@ -249,6 +294,10 @@ void expectFieldsNamed() {
 
 TEST(FormatsPage, NamesEveryField) {
     expectFieldsNamed<model::CaptureInfo>();
+    expectFieldsNamed<model::RecordingQuality>();
+    expectFieldsNamed<model::QualityCheck>();
+    expectFieldsNamed<model::SoundQuality>();
+    expectFieldsNamed<model::WebcamQuality>();
     expectFieldsNamed<model::PointerTrack>();
     expectFieldsNamed<model::PointerSample>();
     expectFieldsNamed<model::CursorChange>();
@@ -268,13 +317,14 @@ TEST_F(DocumentSchema, TakesTheExamplesOfTheFormatsPage) {
         at += fence.size();
         examples.push_back(formatsPage().substr(at, formatsPage().find("```", at) - at));
     }
-    ASSERT_EQ(examples.size(), 3U);
+    ASSERT_EQ(examples.size(), 4U);
     // What the program makes of an example is the example.
     const TemporaryFolder folder;
     model::CaptureInfo::parse(FileBytes::copyOf(examples[0])).save(folder.path());
     model::PointerTrack::parse(FileBytes::copyOf(examples[1])).save(folder.path());
     model::ProjectSettings::parse(FileBytes::copyOf(examples[2])).save(folder.path());
-    const char* const names[] = {"capture", "pointer", "project"};
+    model::RecordingQuality::parse(FileBytes::copyOf(examples[3])).save(folder.path());
+    const char* const names[] = {"capture", "pointer", "project", "quality"};
     for (std::size_t i = 0; i < examples.size(); ++i) {
         EXPECT_EQ(folder.read(std::string(names[i]) + ".json") + "\n", examples[i]);
         const std::string file = (folder.path() / (std::string(names[i]) + ".json")).string();

@@ -242,12 +242,16 @@ TEST(IncludeRule, WrappedLibrariesStayWhereTheyAreWrapped) {
     };
     const std::vector<Rule> rules = {
         {std::regex("^lib(av\\w+|sw\\w+)/.*"), {"ffmpeg/", "media/", "platform/", "playback/"}, false},
+        {std::regex("^webp/.*"), {"media/"}, false},
         {std::regex("^(xcb|X11)/.*"), {"platform/x11/"}, false},
         {std::regex("^(pipewire|spa)/.*"), {"platform/pipewire/"}, false},
         {std::regex("^pulse/.*"), {"platform/pulse/"}, false},
-        {std::regex("^systemd/.*|^wayland-.*|.*-client-protocol\\.h$"), {"platform/wayland/"}, false},
-        {std::regex("^linux/.*"), {"platform/devices/"}, false},
+        {std::regex("^systemd/.*"), {"platform/wayland/", "platform/notices/"}, false},
+        {std::regex("^wayland-.*|.*-client-protocol\\.h$"), {"platform/wayland/"}, false},
+        {std::regex("^lib(input|udev)\\.h$"), {"platform/input/"}, false},
+        {std::regex("^linux/.*"), {"platform/devices/", "platform/input/"}, false},
         {std::regex("^simdjson.*"), {"model/"}, true},
+        {std::regex("^ebur128\\.h$"), {"media/loudness/"}, false},
         {std::regex("^(png|cairo|hwy)[/.].*|^(cairo|pango)\\w*/.*"), {"imaging/"}, false},
         {std::regex("^Q[A-Z].*|^Qt.*"), {"ui/", "editor/", "app/"}, true},
     };

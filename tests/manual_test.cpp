@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "cli/help/help.h"
+#include "editor/session/command_table.h"
 #include "editor/session/control_table.h"
+#include "platform/input/input_device.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
@@ -109,10 +111,33 @@ TEST(Manual, NamesEveryControlOfTheEditor) {
     }
     EXPECT_EQ(titles.size(), 11U) << "cards and rows of tools";
     for (const editor::Control& control : editor::controlTable()) titles.emplace_back(control.caption);
-    EXPECT_EQ(titles.size(), 30U);
+    EXPECT_EQ(titles.size(), 31U);
     for (const std::string& title : titles) {
         EXPECT_NE(manual().find(title), std::string::npos) << "not in the manual: " << title;
     }
+}
+
+// Each key stands in the first column of the table, and what it does in the second.
+TEST(Manual, ListsEveryKeyOfTheEditor) {
+    const std::size_t from = manual().find("### Alle Tasten");
+    ASSERT_NE(from, std::string::npos);
+    const std::string table = manual().substr(from, manual().find("\n## ", from) - from);
+    std::size_t keys = 0;
+    for (const editor::CommandEntry& entry : editor::commandTable()) {
+        if (entry.keys[0].empty()) continue;
+        std::string row = editor::keyText(entry.keys[0]);
+        if (!entry.keys[1].empty()) row += ", " + editor::keyText(entry.keys[1]);
+        row = "| " + row + " | „" + std::string(entry.title) + "“";
+        EXPECT_NE(table.find("\n" + row), std::string::npos) << "not in the manual: " << row;
+        ++keys;
+    }
+    for (const editor::OtherKey& key : editor::otherKeys()) {
+        EXPECT_NE(table.find("\n| " + std::string(key.keys) + " |"), std::string::npos) << key.keys;
+        ++keys;
+    }
+    std::size_t rows = 0;
+    for (std::size_t at = table.find("\n| "); at != std::string::npos; at = table.find("\n| ", at + 1)) ++rows;
+    EXPECT_EQ(rows, keys + 1) << "no key is listed that there is not";
 }
 
 TEST(Manual, ShowsCommandsThatAreTaken) {
@@ -136,6 +161,23 @@ TEST(Manual, ShowsCommandsThatAreTaken) {
             EXPECT_TRUE(isTaken) << line;
         }
     }
+}
+
+TEST(Manual, NamesTheRuleForPointerDevicesThatThePackageHas) {
+    const std::string rule = platform::kPointerRule;
+    EXPECT_NE(manual().find("sudo cp " + rule + " " + platform::kRuleFolder), std::string::npos);
+    const std::string name = rule.substr(rule.rfind('/') + 1);
+    // Behind the rules that say what a device is, before those that open devices to users.
+    EXPECT_GT(name, "60-input-id.rules");
+    EXPECT_LT(name, "73-seat-late.rules");
+    const std::string text = readText(kTree / "packaging" / name);
+    for (const char* kind : {"MOUSE", "TOUCHPAD", "POINTINGSTICK"}) {
+        EXPECT_NE(text.find("\nENV{ID_INPUT_" + std::string(kind) + R"(}=="1", TAG+="uaccess")"), std::string::npos);
+    }
+    const auto keyboards = text.find(R"(ENV{ID_INPUT_KEYBOARD}=="1", GOTO="lumivastor_pointer_end")");
+    EXPECT_LT(keyboards, text.find("\nENV{ID_INPUT_MOUSE}")) << "keyboards leave first";
+    EXPECT_NE(readText(kTree / "packaging/CMakeLists.txt").find("install(FILES " + name + " DESTINATION"),
+              std::string::npos);
 }
 
 TEST(Manual, HasItsPicturesAndNoOthersAndTheyAreSmall) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <memory>
@@ -25,6 +26,7 @@
 #include "media/reading/asset_reader.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
+#include "model/recording_quality.h"
 #include "support/await.h"
 #include "support/beeper.h"
 #include "support/desktop_rig/desktop_rig.h"
@@ -108,6 +110,20 @@ class RecordingOnDesktop : public testing::Test {
             << reader.error().value_or(RecorderError("")).message() << " at "
             << reader.failureTime().value_or(MediaTime{}).seconds();
         return seen;
+    }
+
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> lastPicture() const {
+        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
+        media::AssetReader reader(asset);
+        media::VideoTrackOutput& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id,
+                                                                media::PictureFormat::bgraPremultiplied);
+        EXPECT_TRUE(reader.startReading());
+        std::shared_ptr<const imaging::BgraPremultipliedBuffer> last;
+        while (const auto sample = output.copyNextSample()) {
+            last = std::make_shared<const imaging::BgraPremultipliedBuffer>(sample->bgra().copy());
+        }
+        EXPECT_EQ(reader.status(), media::AssetReader::Status::completed);
+        return last;
     }
 
     // Pictures that can be decoded, all from front to back.
@@ -212,6 +228,11 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
     run->signal(SIGINT);
     ASSERT_EQ(run->wait(), 0) << run->err();
     expectCompleteFolder();
+    const auto quality = model::RecordingQuality::find(folder_);
+    ASSERT_TRUE(quality);
+    EXPECT_TRUE(quality->ok) << quality->summary;
+    EXPECT_EQ(quality->sounds.size(), 2U);
+    EXPECT_EQ(quality->picturesCounted, quality->pictures);
 
     const auto pictures = picturesAt(100, 100);
     std::vector<double> late;
@@ -282,6 +303,55 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     EXPECT_EQ(track.events.front().py, 20);
     EXPECT_EQ(track.events.back().px, 20);
     EXPECT_EQ(track.events.back().py, 40);
+}
+
+// Most pictures of such a recording are not the encoder's.
+TEST_F(RecordingOnDesktop, ADesktopOnWhichLittleChangesDecodesWithoutErrorsAndIsSharp) {
+    constexpr int kWidth = 480;
+    constexpr int kHeight = 320;
+    RigWindow still(desktop_.displayName(), {.x = 40, .y = 40, .width = kWidth, .height = kHeight});
+    // Every other pixel of a text differs from its neighbours, but not like noise.
+    const auto marks = [](int x, int y) { return (x / 3 * 7 + y / 5 * 13) % 4 == 0 ? 0x202030U : 0xf0f0e8U; };
+    std::vector<std::uint32_t> page;
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) page.push_back(marks(x, y));
+    }
+    RigWindow counter(desktop_.displayName(), {.x = 200, .y = 500, .width = 160, .height = 30});
+    RigWindow traveller(desktop_.displayName(), {.x = 60, .y = 60, .width = 40, .height = 60, .color = 0xc03020});
+    const auto run = startRecording({"--fps", "60"});
+    still.drawPixels(page);
+    {
+        const Motion motion(counter);
+        for (int step = 0; step < 150; ++step) {
+            traveller.moveTo(60 + 5 * step, 60 + step % 40);
+            sleepFor(0.02);
+        }
+        traveller.moveTo(700, 400);
+    }
+    counter.drawCounter(0xffff);
+    sleepFor(1.5);
+    run->signal(SIGINT);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    expectCompleteFolder();
+
+    // In the movie's own time base: in that of the rate, two pictures of a busy machine may have one number.
+    ProgramRun decoder({"ffmpeg", "-nostdin", "-v", "warning", "-err_detect", "explode", "-i", folder_ / "source.mov",
+                        "-fps_mode", "passthrough", "-enc_time_base", "-1", "-f", "null", "-"},
+                       environment());
+    EXPECT_EQ(decoder.wait(), 0);
+    EXPECT_EQ(decoder.err(), "");
+
+    const auto last = lastPicture();
+    ASSERT_TRUE(last);
+    double squares = 0;
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            squares += std::pow(last->pixel(40 + x, 40 + y)[1] - static_cast<int>(marks(x, y) >> 8 & 0xff), 2);
+        }
+    }
+    EXPECT_GT(10 * std::log10(255.0 * 255.0 * kWidth * kHeight / squares), 38) << "where the traveller was";
+    EXPECT_GT(last->pixel(205, 515)[1], 240) << "the counter's last number";
+    EXPECT_LT(last->pixel(720, 430)[1], 70) << "the traveller";
 }
 
 TEST_F(RecordingOnDesktop, ARegionShowsWhatLiesThere) {

@@ -27,6 +27,8 @@ class HandShortcut final : public platform::GlobalShortcut {
     }
     ~HandShortcut() override { slot_ = nullptr; }
 
+    std::string keys() const override { return "Strg+Alt+Umschalt+S"; }
+
   private:
     std::function<void()>& slot_;
 };
@@ -54,6 +56,14 @@ void RecordedView::hideCameraPreview() {
 
 bool RecordedView::hasScreen(const platform::Display& display) {
     return std::find(screens.begin(), screens.end(), display.name) != screens.end();
+}
+
+void RecordedView::pickRegionOnPicture(const platform::Display& display,
+                                       std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture,
+                                       std::function<void(std::optional<Rect>)> completion) {
+    calls.push_back("pickOnPicture " + display.name);
+    regionPicture = std::move(picture);
+    regionCompletion = std::move(completion);
 }
 
 void RecordedView::pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) {
@@ -89,7 +99,11 @@ AppRig::AppRig() {
     desktop_.setContent(appContent());
 }
 
-AppRig::~AppRig() = default;
+AppRig::~AppRig() {
+    app_.reset();
+    // Work that comes too late holds a shortcut, which refers to this object.
+    loop_.runPending();
+}
 
 platform::ShareableContent AppRig::appContent() {
     platform::ShareableContent content = RecorderRig::content();
@@ -107,8 +121,11 @@ platform::ShareableContent AppRig::appContent() {
 
 app::AppServices AppRig::appServices() {
     app::AppServices services{
-        services_, root_, preferences_, sleep_, [this](std::function<void()> pressed) {
-            return shortcutIsTaken_ ? nullptr : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
+        services_, root_, preferences_, sleep_, [this](std::function<void()> pressed, const std::stop_token& stop) {
+            while (grabWaits_ && !stop.stop_requested()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            if (stop.stop_requested()) return std::unique_ptr<HandShortcut>();
+            return shortcutIsTaken_ ? std::unique_ptr<HandShortcut>()
+                                    : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
         }};
     services.offerStop = [this](std::function<void()> stop) {
         stopFromOutside_ = std::move(stop);
@@ -123,6 +140,10 @@ app::AppServices AppRig::appServices() {
     time.tm_min = 5;
     time.tm_sec = 33;
     time.tm_isdst = -1;
+    // Most tests are about what the window says before.
+    services.prove = [](const std::filesystem::path&, const std::stop_token&) -> model::RecordingQuality {
+        throw RecorderError("Hier wird nicht geprüft.");
+    };
     services.wallClock = [seconds = std::mktime(&time)] { return seconds; };
     if (beforeLaunch_) beforeLaunch_(services);
     return services;

@@ -33,6 +33,9 @@ class RecordedView final : public app::AppView {
     std::optional<std::string> editorError;
     bool editorsMay = true;
     bool canOpenFolders = true;
+    bool hasTray = true;
+    /// The picture for the last region.
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> regionPicture;
     std::optional<bool> panelHasShortcut;  // nullopt until there was a panel
     /// Called when an editor should open.
     std::function<void(const std::filesystem::path&)> onOpenEditor;
@@ -43,6 +46,8 @@ class RecordedView final : public app::AppView {
     void show(const app::MainWindowState& newState) override;
     void showMainWindow() override { calls.emplace_back("showMainWindow"); }
     void hideMainWindow() override { calls.emplace_back("hideMainWindow"); }
+    void hideAllWindows() override { calls.emplace_back("hideAllWindows"); }
+    void showAllWindows() override { calls.emplace_back("showAllWindows"); }
     void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) override;
     void hideCameraPreview() override;
     void showCountdown(int number) override { calls.push_back("countdown " + std::to_string(number)); }
@@ -51,6 +56,10 @@ class RecordedView final : public app::AppView {
     void showRegionArmPanel(const platform::Display& display) override { calls.push_back("arm " + display.name); }
     void closeRegionArmPanel() override { calls.emplace_back("closeArm"); }
     void pickRegion(const platform::Display& display, std::function<void(std::optional<Rect>)> completion) override;
+    void pickRegionOnPicture(const platform::Display& display,
+                             std::shared_ptr<const imaging::BgraPremultipliedBuffer> picture,
+                             std::function<void(std::optional<Rect>)> completion) override;
+    bool hasStatusItems() override { return hasTray; }
     void installStatusItem(const std::string& title) override { calls.push_back("install " + title); }
     void setStatusItemTitle(const std::string& title) override { calls.push_back("title " + title); }
     void removeStatusItem() override { calls.emplace_back("removeStatusItem"); }
@@ -60,6 +69,7 @@ class RecordedView final : public app::AppView {
     void removeRecordingPanel() override { calls.emplace_back("removePanel"); }
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;
+    void showRecordings() override { calls.emplace_back("showRecordings"); }
     void openEditor(const std::filesystem::path& folder) override;
     bool editorsMayClose() override {
         calls.emplace_back("editorsMayClose");
@@ -79,6 +89,11 @@ class MemoryPreferences final : public app::Preferences {
 
     std::optional<bool> autoZoomsEnabled() const override { return autoZooms; }
     void setAutoZoomsEnabled(bool enabled) override { autoZooms = enabled; }
+
+    std::vector<std::filesystem::path> places;
+
+    std::vector<std::filesystem::path> recordingPlaces() const override { return places; }
+    void setRecordingPlaces(const std::vector<std::filesystem::path>& now) override { places = now; }
 };
 
 /// Counts the holds that keep the machine awake.
@@ -120,6 +135,7 @@ class AppRig : public RecorderRig {
     MemoryPreferences preferences_;
     CountedInhibitor sleep_;
     bool shortcutIsTaken_ = false;
+    std::atomic<bool> grabWaits_ = false;    // the desktop's dialog for the shortcut is open
     std::function<void()> pressShortcut_;    // while one is grabbed
     std::function<void()> stopFromOutside_;  // while other processes may stop the recording
     std::function<void(app::AppServices&)> beforeLaunch_;

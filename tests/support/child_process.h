@@ -22,6 +22,8 @@ class ChildProcess {
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    /// Its number; negative once it has ended.
+    pid_t process() const { return pid_; }
     bool isRunning();
     /// Waits until it has ended by itself. Returns whether its exit status was 0.
     bool wait();

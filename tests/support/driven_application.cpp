@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/driven_application.h"
 
-#include <sys/stat.h>
-
 #include <QApplication>
 #include <QPushButton>
+#include <QTreeView>
 #include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <thread>
 
+#include "app/library/recording_library.h"
 #include "app/windows/main_window.h"
+#include "app/windows/recordings_window.h"
 #include "base/recorder_error.h"
 #include "editor/editor_window.h"
 #include "media/reading/asset.h"
 #include "support/await.h"
-#include "support/text_file.h"
 #include "ui/qt_main_loop.h"
 #include "ui/segmented_control.h"
 #include "ui/theme.h"
@@ -93,6 +93,39 @@ editor::EditorWindow& WindowMap::editor(const std::filesystem::path& recording, 
     return *editor_;
 }
 
+// Reads the folder and writes nothing into it.
+template <typename Place>
+QPoint WindowMap::inRecordings(const std::filesystem::path& root, QSize size, Place place) {
+    if (!loop_) loop_ = std::make_unique<ui::QtMainLoop>();
+    app::RecordingLibrary library(*loop_, {.root = root});
+    app::RecordingsWindow window(library, {});
+    window.orderFront();
+    window.resize(size);
+    await(
+        kPatience, [&] { return library.isRead(); }, [] { QApplication::processEvents(QEventLoop::AllEvents, 1); });
+    QApplication::processEvents();
+    return place(window);
+}
+
+QPoint WindowMap::recordingsControl(const std::filesystem::path& root, QSize size, const std::string& name) {
+    return inRecordings(root, size, [&](app::RecordingsWindow& window) {
+        const QWidget& widget = find(window, name);
+        return widget.mapTo(&window, widget.rect().center());
+    });
+}
+
+QPoint WindowMap::recordingsRow(const std::filesystem::path& root, QSize size, const std::string& recording) {
+    return inRecordings(root, size, [&](app::RecordingsWindow& window) {
+        const auto& list = static_cast<const QTreeView&>(find(window, "recordingsList"));
+        for (int row = 0; row < list.model()->rowCount(); ++row) {
+            const QModelIndex index = list.model()->index(row, 0);
+            if (index.data().toString().toStdString() != recording) continue;
+            return list.viewport()->mapTo(&window, list.visualRect(index).center());
+        }
+        throw std::runtime_error("no recording is called " + recording);
+    });
+}
+
 QPoint WindowMap::editorControl(const std::filesystem::path& recording, QSize size, const std::string& name,
                                 QPointF place) {
     editor::EditorWindow& window = editor(recording, size);
@@ -105,10 +138,7 @@ QPoint WindowMap::editorControl(const std::filesystem::path& recording, QSize si
 // The program
 
 DrivenApplication::DrivenApplication(DesktopRig& desktop, WindowMap& map, Options options)
-    : options_(std::move(options)), desktop_(desktop), map_(map) {
-    std::filesystem::create_directory(home_ / "run");
-    ::chmod((home_ / "run").c_str(), 0700);
-}
+    : options_(std::move(options)), desktop_(desktop), map_(map) {}
 
 DrivenApplication::~DrivenApplication() = default;
 
@@ -182,12 +212,7 @@ bool DrivenApplication::drag(const std::string& title, QPoint from, QPoint to) {
 
 bool DrivenApplication::waitUntilRecording() {
     if (!waitForWindow(kPanelTitle)) return false;
-    const auto hasBegun = [this] {
-        const auto folders = recordings();
-        if (folders.empty() || !std::filesystem::exists(folders.back() / "journal")) return false;
-        return readText(folders.back() / "journal").find(" session ") != std::string::npos;
-    };
-    if (!await(hasBegun)) return false;
+    if (!await([this] { return home_.isRecording(); })) return false;
     sleepFor(1.5);
     return true;
 }
@@ -218,6 +243,20 @@ bool DrivenApplication::dragInEditor(const std::string& control, QPointF from, Q
                 map_.editorControl(recordings().back(), size, control, to));
 }
 
+bool DrivenApplication::clickInRecordings(const std::string& control) {
+    const auto window = shown(kRecordingsTitle);
+    if (!window) return false;
+    const QSize size(window->width / options_.scale, window->height / options_.scale);
+    return clickAt(kRecordingsTitle, map_.recordingsControl(home_ / "Movies/LumiVastor", size, control));
+}
+
+bool DrivenApplication::clickRecording(const std::string& name) {
+    const auto window = shown(kRecordingsTitle);
+    if (!window) return false;
+    const QSize size(window->width / options_.scale, window->height / options_.scale);
+    return clickAt(kRecordingsTitle, map_.recordingsRow(home_ / "Movies/LumiVastor", size, name));
+}
+
 bool DrivenApplication::waitForVideo() const {
     // It has its name from the beginning, and can be read from its end on.
     const auto isWhole = [file = recordings().back() / "studio-output.mp4"] {
@@ -229,20 +268,6 @@ bool DrivenApplication::waitForVideo() const {
     };
     // Exports take long where many tests run.
     return await(5 * kPatience, isWhole);
-}
-
-std::vector<std::filesystem::path> DrivenApplication::recordings() const {
-    std::vector<std::filesystem::path> found;
-    const auto root = home_ / "Movies/LumiVastor";
-    if (!std::filesystem::exists(root)) return found;
-    for (const auto& entry : std::filesystem::directory_iterator(root)) found.push_back(entry.path());
-    std::sort(found.begin(), found.end());
-    return found;
-}
-
-std::string DrivenApplication::log() const {
-    const auto file = home_ / "Library/Logs/LumiVastor.log";
-    return std::filesystem::exists(file) ? readText(file) : "";
 }
 
 }  // namespace lumivastor

@@ -15,6 +15,7 @@
 #include "support/desktop_rig/scripted_keyboard.h"
 #include "support/desktop_rig/scripted_pointer.h"
 #include "support/desktop_rig/shown_windows.h"
+#include "support/program_home.h"
 #include "support/program_run.h"
 #include "support/temporary_folder.h"
 
@@ -33,6 +34,7 @@ class QtMainLoop;
 namespace lumivastor {
 
 inline constexpr const char* kMainTitle = "LumiVastor";
+inline constexpr const char* kRecordingsTitle = "LumiVastor – Aufnahmen";
 inline constexpr const char* kPanelTitle = "LumiVastor – Aufnahme läuft";
 inline constexpr const char* kArmTitle = "LumiVastor – Ausschnitt vorbereiten";
 inline constexpr const char* kPickerTitle = "LumiVastor – Ausschnitt wählen";
@@ -53,12 +55,19 @@ class WindowMap {
     /// The button of the notice when there is one.
     QPoint noticeButton(const std::string& text, const std::string& action);
 
+    /// The middle of a control of the list of recordings, which has this size and shows the recordings of a folder; and
+    /// of one of its rows, by the recording's name.
+    QPoint recordingsControl(const std::filesystem::path& root, QSize size, const std::string& name);
+    QPoint recordingsRow(const std::filesystem::path& root, QSize size, const std::string& recording);
+
     /// A point in a control of a recording's editor of this size: (0, 0) is the control's top left, (1, 1) its bottom
     /// right; for a slider, (0, 0.5) and (1, 0.5) are the ends of the handle's way. Does not write into the folder.
     QPoint editorControl(const std::filesystem::path& recording, QSize size, const std::string& name, QPointF place);
 
   private:
     editor::EditorWindow& editor(const std::filesystem::path& recording, QSize size);
+    template <typename Place>
+    QPoint inRecordings(const std::filesystem::path& root, QSize size, Place place);
 
     int count_ = 1;
     char name_[5] = "test";
@@ -92,7 +101,7 @@ class DrivenApplication {
     /// Starts the program and waits until its window is shown and sources are listed. False when that takes too long.
     [[nodiscard]] bool start(const std::vector<std::string>& switches = {});
     ProgramRun& program() { return *program_; }
-    const TemporaryFolder& home() const { return home_; }
+    const ProgramHome& home() const { return home_; }
     ScriptedPointer& pointer() { return pointer_; }
     ScriptedKeyboard& keyboard() { return keyboard_; }
 
@@ -116,19 +125,22 @@ class DrivenApplication {
     std::string editorTitle() const;
     [[nodiscard]] bool clickInEditor(const std::string& control, QPointF place = {0.5, 0.5});
     [[nodiscard]] bool dragInEditor(const std::string& control, QPointF from, QPointF to);
+    /// In the list of recordings.
+    [[nodiscard]] bool clickInRecordings(const std::string& control);
+    [[nodiscard]] bool clickRecording(const std::string& name);
     /// Waits until the newest recording's video is complete.
     [[nodiscard]] bool waitForVideo() const;
 
     /// The oldest first.
-    std::vector<std::filesystem::path> recordings() const;
-    std::string log() const;
+    std::vector<std::filesystem::path> recordings() const { return home_.recordings(); }
+    std::string log() const { return home_.log(); }
     bool logged(const std::string& text) const { return log().find(text) != std::string::npos; }
 
   private:
     const Options options_;
     DesktopRig& desktop_;
     WindowMap& map_;
-    TemporaryFolder home_;
+    ProgramHome home_;
     ScriptedPointer pointer_{desktop_.displayName()};
     ScriptedKeyboard keyboard_{desktop_.displayName()};
     std::unique_ptr<ProgramRun> program_;

@@ -42,12 +42,15 @@ void EditorFixture::openWindow(bool webcam) {
     options.reveal = [this](const std::filesystem::path& file) { revealed_ = file; };
     options.openFolder = [this](const std::filesystem::path& folder) { opened_ = folder; };
     options.closed = [this] { ++closed_; };
+    options.looks = looks_.path();
     options.newRecording = [this] { ++newRecordings_; };
-    options.keepAwake = [this] {
-        const auto hold = std::make_shared<int>(0);
-        awake_ = hold;
-        return hold;
-    };
+    exports_ = std::make_shared<editor::ExportQueue>(loop_, editor::ExportQueue::Options{[this] {
+                                                         const auto hold = std::make_shared<int>(0);
+                                                         awake_ = hold;
+                                                         return hold;
+                                                     }});
+    options.exports = exports_;
+    options.showExports = [] {};
     window_ = std::make_unique<editor::EditorWindow>(folder_.path(), loop_, std::move(options));
     window_->show();
     window_->activateWindow();

@@ -14,6 +14,7 @@
 #include "editor/preview/preview_view.h"
 #include "support/export_fixture.h"
 #include "support/qt_await.h"
+#include "support/temporary_folder.h"
 #include "ui/qt_main_loop.h"
 
 namespace lumivastor {
@@ -55,12 +56,14 @@ class EditorFixture : public ExportFixture {
     std::string everythingShown();
 
     ui::QtMainLoop loop_;
+    std::shared_ptr<editor::ExportQueue> exports_;
     std::unique_ptr<editor::EditorWindow> window_;
+    const TemporaryFolder looks_;  // the folder of saved looks
     std::filesystem::path revealed_;
     std::filesystem::path opened_;
     int closed_ = 0;
     int newRecordings_ = 0;
-    std::weak_ptr<void> awake_;  // while the window keeps the machine awake
+    std::weak_ptr<void> awake_;  // while an export keeps the machine awake
 };
 
 }  // namespace lumivastor

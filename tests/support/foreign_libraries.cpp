@@ -29,11 +29,14 @@ const char* __tsan_default_suppressions() {
 
 // The HEVC encoder does not free all that it allocates when it is opened: some kilobytes for each recording. Fontconfig
 // keeps what it read of the configuration to the end. When a filter graph with two outputs is closed, as a test device
-// is, libavdevice 5.1 forgets the frame that it has looked at to see which output is next.
+// is, libavdevice 5.1 forgets the frame that it has looked at to see which output is next. Qt's windows on Wayland do
+// not destroy every object of the connection when they end; the tests of the platform hold this program's own use of
+// that library.
 const char* __lsan_default_suppressions() {
     return "leak:libx265.so\n"
            "leak:libfontconfig.so\n"
-           "leak:libavdevice.so\n";
+           "leak:libavdevice.so\n"
+           "leak:libwayland-client.so\n";
 }
 
 // Nothing about that on the standard error, which tests look at.

@@ -109,12 +109,12 @@ void leaveUnfinished(const std::filesystem::path& path, const LiveMovieOptions& 
     media::VideoSettings settings = settingsOf(options);
     settings.lowLatency = true;
     media::VideoEncoder video(settings);
-    const int videoStream = sink.addStream(*video.parameters(), settings.timescale);
+    const int videoStream = sink.addStream(*video.parameters(), settings.timescale, settings.frameRate);
     std::deque<media::AudioEncoder> sounds;
     std::vector<int> soundStreams;
     for (int i = 0; i < options.soundTracks; ++i) {
         sounds.emplace_back(media::AudioSettings{});
-        soundStreams.push_back(sink.addStream(*sounds.back().parameters(), 48000));
+        soundStreams.push_back(sink.addStream(*sounds.back().parameters(), 48000, 0));
     }
     sink.begin();
     std::int64_t position = std::llround(options.soundStartSeconds * 48000);
@@ -131,7 +131,8 @@ void leaveUnfinished(const std::filesystem::path& path, const LiveMovieOptions& 
         encodeSound(static_cast<double>(options.pictureTicks[i]) / 600);
         auto picture = pool.makePlanar();
         paintTestPicture(static_cast<int>(i), false, picture->destination());
-        video.encode(picture, options.pictureTicks[i], [&](AVPacket& packet) { sink.write(videoStream, packet); });
+        video.encode(picture, std::nullopt, options.pictureTicks[i],
+                     [&](AVPacket& packet) { sink.write(videoStream, packet); });
     }
     encodeSound(lengthOfSound(options));
     for (std::size_t track = 0; track < sounds.size(); ++track) {

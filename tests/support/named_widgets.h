@@ -7,6 +7,7 @@
 #include <QAbstractSlider>
 #include <QAccessible>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QFrame>
 #include <QLabel>
 #include <QMenuBar>
@@ -27,6 +28,7 @@ inline bool isForPeople(const QWidget& widget) {
                              !widget.isWindow() && widget.focusPolicy() == Qt::NoFocus;
     // Assistive programs read the menus instead of their bar, and the view instead of its scroll bars.
     return !isContainer && dynamic_cast<const QMenuBar*>(&widget) == nullptr &&
+           dynamic_cast<const QDialogButtonBox*>(&widget) == nullptr &&
            dynamic_cast<const QScrollBar*>(&widget) == nullptr;
 }
 

@@ -24,6 +24,7 @@ namespace {
 
 constexpr const char* kName = "org.freedesktop.portal.Desktop";
 constexpr const char* kPath = "/org/freedesktop/portal/desktop";
+constexpr const char* kShortcuts = "org.freedesktop.portal.GlobalShortcuts";
 constexpr const char* kInvalid = "org.freedesktop.portal.Error.InvalidArgument";
 
 // The part of an object path that names a client.
@@ -67,6 +68,8 @@ class PortalStandin::Impl {
 
     void answer(Answer answer);
     void stopSharing();
+    void pressShortcut(const std::string& id);
+    void bindOtherKeys(const std::string& id, const std::string& keys);
     void vanish();
 
     const std::string pipeWire_;
@@ -86,22 +89,27 @@ class PortalStandin::Impl {
     };
     struct Dialog {
         std::string session;
+        std::optional<std::string> shortcut;  // its id, in a dialog about keys
     };
 
     void run();
     void addInterfaces();
+    static void readOptions(sd_bus_message* message, Call& call);
     Call note(sd_bus_message* message, const std::string& method);
     int reject(sd_bus_error* error, const std::string& why);
     std::string requestPath(sd_bus_message* message, const Call& call);
     int respond(sd_bus_message* message, const Call& call, const std::function<void(sd_bus_message*)>& results);
     void sendResponse(const std::string& path, std::uint32_t code, const std::function<void(sd_bus_message*)>& results);
     void end(const std::string& session);
-    void finish(const std::string& request, const std::string& session);
+    int openDialog(sd_bus_message* message, const Call& call, const Dialog& dialog);
+    void finish(const std::string& request, const Dialog& dialog);
+    void finishShortcut(const std::string& request, const std::string& id);
 
     int create(sd_bus_message* message, sd_bus_error* error);
     int select(sd_bus_message* message, sd_bus_error* error);
     int start(sd_bus_message* message, sd_bus_error* error);
     int open(sd_bus_message* message, sd_bus_error* error);
+    int bind(sd_bus_message* message, sd_bus_error* error);
     int closeRequest(sd_bus_message* message, sd_bus_error* error);
     int closeSession(sd_bus_message* message, sd_bus_error* error);
     int clientLeft(sd_bus_message* message, sd_bus_error* error);
@@ -114,12 +122,17 @@ class PortalStandin::Impl {
     }
     static int getProperty(sd_bus*, const char*, const char*, const char* name, sd_bus_message* reply, void* data,
                            sd_bus_error*);
+    static int getShortcutsVersion(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* data,
+                                   sd_bus_error*) {
+        return sd_bus_message_append(reply, "u", static_cast<Impl*>(data)->options_.shortcutsVersion);
+    }
 
     Options options_;
     sd_bus* bus_ = nullptr;
     std::map<std::string, Session> sessions_;
     std::map<std::string, Dialog> dialogs_;
     std::vector<std::string> tokens_;
+    std::string shortcutSession_;  // the last that bound a shortcut
     UniqueDescriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     std::vector<std::packaged_task<void()>> jobs_;  // guarded by lock_
     bool isStopping_ = false;                       // guarded by lock_
@@ -158,6 +171,14 @@ void PortalStandin::Impl::addInterfaces() {
         SD_BUS_PROPERTY("AvailableSourceTypes", "u", getProperty, 0, 0),
         SD_BUS_PROPERTY("AvailableCursorModes", "u", getProperty, 0, 0),
         SD_BUS_VTABLE_END};
+    static const sd_bus_vtable kKeys[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD("CreateSession", "a{sv}", "o", handle<&Impl::create>, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD("BindShortcuts", "oa(sa{sv})sa{sv}", "o", handle<&Impl::bind>, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_SIGNAL("Activated", "osta{sv}", 0),
+        SD_BUS_SIGNAL("ShortcutsChanged", "oa(sa{sv})", 0),
+        SD_BUS_PROPERTY("version", "u", getShortcutsVersion, 0, 0),
+        SD_BUS_VTABLE_END};
     static const sd_bus_vtable kRequest[] = {
         SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Close", "", "", handle<&Impl::closeRequest>, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
@@ -173,6 +194,9 @@ void PortalStandin::Impl::addInterfaces() {
     int result = 0;
     if (options_.version > 0) {
         result = sd_bus_add_object_vtable(bus_, nullptr, kPath, "org.freedesktop.portal.ScreenCast", kScreenCast, this);
+    }
+    if (result >= 0 && options_.shortcutsVersion > 0) {
+        result = sd_bus_add_object_vtable(bus_, nullptr, kPath, kShortcuts, kKeys, this);
     }
     for (const auto& [folder, interface, table] :
          {std::tuple{"/request", "org.freedesktop.portal.Request", kRequest},
@@ -228,12 +252,9 @@ int PortalStandin::Impl::getProperty(sd_bus*, const char*, const char*, const ch
     return sd_bus_message_append(reply, "u", options.cursorModes);
 }
 
-// Reads the options, which come last, and keeps the call.
-PortalStandin::Call PortalStandin::Impl::note(sd_bus_message* message, const std::string& method) {
-    Call call;
-    call.method = method;
+// Reads an array of options.
+void PortalStandin::Impl::readOptions(sd_bus_message* message, Call& call) {
     const char* text = nullptr;
-    if (method == "Start" && sd_bus_message_read(message, "s", &text) >= 0) call.parentWindow = text;
     sd_bus_message_enter_container(message, 'a', "{sv}");
     while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
         const char* key = nullptr;
@@ -261,6 +282,25 @@ PortalStandin::Call PortalStandin::Impl::note(sd_bus_message* message, const std
         sd_bus_message_exit_container(message);
     }
     sd_bus_message_exit_container(message);
+}
+
+// Reads the options, which come last, and keeps the call.
+PortalStandin::Call PortalStandin::Impl::note(sd_bus_message* message, const std::string& method) {
+    Call call;
+    call.method = method;
+    const char* text = nullptr;
+    if (method == "BindShortcuts") {
+        sd_bus_message_enter_container(message, 'a', "(sa{sv})");
+        sd_bus_message_enter_container(message, 'r', "sa{sv}");
+        sd_bus_message_read(message, "s", &text);
+        call.options["id"] = text;
+        readOptions(message, call);
+        sd_bus_message_exit_container(message);
+        sd_bus_message_exit_container(message);
+    }
+    const bool hasWindow = method == "Start" || method == "BindShortcuts";
+    if (hasWindow && sd_bus_message_read(message, "s", &text) >= 0) call.parentWindow = text;
+    readOptions(message, call);
     const std::lock_guard hold(lock_);
     calls_.push_back(call);
     return call;
@@ -344,20 +384,61 @@ int PortalStandin::Impl::start(sd_bus_message* message, sd_bus_error* error) {
     const std::string path = session;
     const Call call = note(message, "Start");
     if (!sessions_.contains(path)) return reject(error, "no such session");
+    return openDialog(message, call, {path, std::nullopt});
+}
+
+int PortalStandin::Impl::bind(sd_bus_message* message, sd_bus_error* error) {
+    const char* session = nullptr;
+    sd_bus_message_read(message, "o", &session);
+    const std::string path = session;
+    const Call call = note(message, "BindShortcuts");
+    if (!sessions_.contains(path)) return reject(error, "no such session");
+    shortcutSession_ = path;
+    return openDialog(message, call, {path, call.options.at("id")});
+}
+
+int PortalStandin::Impl::openDialog(sd_bus_message* message, const Call& call, const Dialog& dialog) {
     const std::string request = requestPath(message, call);
     sd_bus_reply_method_return(message, "o", request.c_str());
-    dialogs_[request] = {path};
+    dialogs_[request] = dialog;
     {
         const std::lock_guard hold(lock_);
         ++openDialogs_;
     }
-    if (options_.answer != Answer::none) finish(request, path);
+    if (options_.answer != Answer::none) finish(request, dialog);
     return 1;
 }
 
+void PortalStandin::Impl::finishShortcut(const std::string& request, const std::string& id) {
+    {
+        const std::lock_guard hold(lock_);
+        --openDialogs_;
+    }
+    sendResponse(request, static_cast<std::uint32_t>(options_.answer), [&](sd_bus_message* results) {
+        if (options_.answer != Answer::grant) return;
+        sd_bus_message_open_container(results, 'e', "sv");
+        sd_bus_message_append(results, "s", "shortcuts");
+        sd_bus_message_open_container(results, 'v', "a(sa{sv})");
+        if (options_.boundKeys) {
+            sd_bus_message_append(results, "a(sa{sv})", 2, "another", 0, id.c_str(), 2, "description", "s", "as asked",
+                                  "trigger_description", "s", options_.boundKeys->c_str());
+        } else {
+            sd_bus_message_append(results, "a(sa{sv})", 0);
+        }
+        sd_bus_message_close_container(results);
+        sd_bus_message_close_container(results);
+    });
+}
+
 // The dialog ends with the answer that holds now.
-void PortalStandin::Impl::finish(const std::string& request, const std::string& session) {
+void PortalStandin::Impl::finish(const std::string& request, const Dialog& dialog) {
+    const std::string session = dialog.session;
+    const auto shortcut = dialog.shortcut;
     dialogs_.erase(request);
+    if (shortcut) {
+        finishShortcut(request, *shortcut);
+        return;
+    }
     std::shared_ptr<ScreenSource> screen;
     const std::string token = "00000000-0000-4000-8000-" + std::to_string(100000000000 + tokens_.size());
     const bool isGranted = options_.answer == Answer::grant;
@@ -437,7 +518,7 @@ void PortalStandin::Impl::end(const std::string& session) {
 void PortalStandin::Impl::answer(Answer answer) {
     options_.answer = answer;
     const auto open = dialogs_;
-    for (const auto& [request, dialog] : open) finish(request, dialog.session);
+    for (const auto& [request, dialog] : open) finish(request, dialog);
 }
 
 void PortalStandin::Impl::stopSharing() {
@@ -446,6 +527,16 @@ void PortalStandin::Impl::stopSharing() {
         sd_bus_emit_signal(bus_, path.c_str(), "org.freedesktop.portal.Session", "Closed", "");
         end(path);
     }
+}
+
+void PortalStandin::Impl::pressShortcut(const std::string& id) {
+    sd_bus_emit_signal(bus_, kPath, kShortcuts, "Activated", "osta{sv}", shortcutSession_.c_str(), id.c_str(),
+                       std::uint64_t{0}, 0);
+}
+
+void PortalStandin::Impl::bindOtherKeys(const std::string& id, const std::string& keys) {
+    sd_bus_emit_signal(bus_, kPath, kShortcuts, "ShortcutsChanged", "oa(sa{sv})", shortcutSession_.c_str(), 1,
+                       id.c_str(), 1, "trigger_description", "s", keys.c_str());
 }
 
 void PortalStandin::Impl::vanish() {
@@ -501,6 +592,14 @@ void PortalStandin::answer(Answer answer) {
 
 void PortalStandin::stopSharing() {
     impl_->post([&] { impl_->stopSharing(); });
+}
+
+void PortalStandin::pressShortcut(const std::string& id) {
+    impl_->post([&] { impl_->pressShortcut(id); });
+}
+
+void PortalStandin::bindOtherKeys(const std::string& id, const std::string& keys) {
+    impl_->post([&] { impl_->bindOtherKeys(id, keys); });
 }
 
 void PortalStandin::vanish() {

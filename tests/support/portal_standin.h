@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,10 @@ class PortalStandin {
         Answer answer = Answer::grant;
         /// The only token that the portal knows besides those that it gave itself.
         std::string knownToken;
+        /// Of the interface for key combinations; 0: none. Their dialog gets `answer`, too.
+        std::uint32_t shortcutsVersion = 1;
+        /// The keys that the user binds; nullopt: the user takes the shortcut out of the dialog's list.
+        std::optional<std::string> boundKeys = "Meta+F9";
         /// Whether it keeps silent instead of answering calls at all.
         bool isSilent = false;
         ScreenSource::Options screen;
@@ -51,7 +56,7 @@ class PortalStandin {
     struct Call {
         std::string method;
         std::map<std::string, std::string> options;  // numbers as text
-        std::string parentWindow;                    // of Start
+        std::string parentWindow;                    // of Start and BindShortcuts
     };
 
     /// Returns when it is on the bus. `pipeWire`: the socket of the server on which screens are shared. Throws
@@ -79,6 +84,9 @@ class PortalStandin {
     void answer(Answer answer);
     /// The user stops sharing: the session is closed and its screen ends.
     void stopSharing();
+    /// The user presses the keys of a shortcut that was bound last, or binds other ones; `id` as the client named it.
+    void pressShortcut(const std::string& id);
+    void bindOtherKeys(const std::string& id, const std::string& keys);
     /// The portal dies.
     void vanish();
 

@@ -4,8 +4,10 @@
 #include <pipewire/pipewire.h>
 #include <spa/buffer/meta.h>
 #include <spa/param/video/format-utils.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -40,7 +42,7 @@ void addMeta(std::vector<const spa_pod*>& all, spa_pod_builder* builder, std::ui
     all.push_back(static_cast<const spa_pod*>(spa_pod_builder_pop(builder, &object)));
 }
 
-spa_region region(const platform::PixelRect& rect) {
+spa_region region(const PixelRect& rect) {
     return {{rect.x, rect.y}, {static_cast<std::uint32_t>(rect.width), static_cast<std::uint32_t>(rect.height)}};
 }
 
@@ -144,6 +146,8 @@ class ScreenSource::Impl {
     void fill(spa_buffer* buffer, const Picture& picture);
     void tellPointer(spa_buffer* buffer);
     void playOne();
+    void addMemory(spa_data& data) const;
+    static void removeMemory(spa_data& data);
     bool queue(pw_buffer* buffer);
     void push();
 
@@ -171,6 +175,13 @@ void ScreenSource::Impl::connect() {
         events.param_changed = [](void* data, std::uint32_t id, const spa_pod* param) {
             if (id == SPA_PARAM_Format) static_cast<Impl*>(data)->takeFormat(param);
         };
+        events.add_buffer = [](void* data, pw_buffer* buffer) {
+            const auto* const self = static_cast<Impl*>(data);
+            if (self->options_.ownsMemory) self->addMemory(buffer->buffer->datas[0]);
+        };
+        events.remove_buffer = [](void* data, pw_buffer* buffer) {
+            if (static_cast<Impl*>(data)->options_.ownsMemory) removeMemory(buffer->buffer->datas[0]);
+        };
         return events;
     }();
     pw_stream_add_listener(stream_, &hook_, &kEvents, this);
@@ -178,8 +189,32 @@ void ScreenSource::Impl::connect() {
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), static_cast<std::uint32_t>(memory.size()));
     const spa_pod* offer = format(&builder);
+    const int allocation = options_.ownsMemory ? PW_STREAM_FLAG_ALLOC_BUFFERS : PW_STREAM_FLAG_MAP_BUFFERS;
     pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY,
-                      static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS), &offer, 1);
+                      static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | allocation), &offer, 1);
+}
+
+// Without seals, as some compositors do it.
+void ScreenSource::Impl::addMemory(spa_data& data) const {
+    const std::size_t bytes = pixels() * 4;
+    const int file = ::memfd_create("screen", MFD_CLOEXEC);
+    void* memory = MAP_FAILED;
+    if (file >= 0 && ::ftruncate(file, static_cast<off_t>(bytes)) == 0) {
+        memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    }
+    data.type = SPA_DATA_MemFd;
+    data.flags = SPA_DATA_FLAG_READWRITE;
+    data.fd = file;
+    data.mapoffset = 0;
+    data.maxsize = static_cast<std::uint32_t>(bytes);
+    data.data = memory == MAP_FAILED ? nullptr : memory;
+}
+
+void ScreenSource::Impl::removeMemory(spa_data& data) {
+    if (data.data != nullptr) ::munmap(data.data, data.maxsize);
+    if (data.fd >= 0) ::close(static_cast<int>(data.fd));
+    data.data = nullptr;
+    data.fd = -1;
 }
 
 const spa_pod* ScreenSource::Impl::format(spa_pod_builder* builder) const {
@@ -240,9 +275,9 @@ void ScreenSource::Impl::takeFormat(const spa_pod* param) {
 }
 
 void ScreenSource::Impl::paint(const Picture& picture) {
-    const platform::PixelRect all{0, 0, options_.size.width, options_.size.height};
-    const auto fill = [&](const platform::PixelRect& rect) {
-        const platform::PixelRect part = intersection(rect, all);
+    const PixelRect all{0, 0, options_.size.width, options_.size.height};
+    const auto fill = [&](const PixelRect& rect) {
+        const PixelRect part = intersection(rect, all);
         for (int y = part.y; y < part.maxY(); ++y) {
             const auto row = screen_.begin() + static_cast<std::ptrdiff_t>(y) * all.width + part.x;
             std::fill(row, row + part.width, picture.colour);
@@ -261,6 +296,9 @@ bool ScreenSource::Impl::send(const Picture& picture) {
         pw_stream_queue_buffer(stream_, taken);
         return false;
     }
+    // What was cut off last time comes back empty.
+    const auto file = static_cast<int>(buffer->datas[0].fd);
+    if (options_.ownsMemory && ::ftruncate(file, static_cast<off_t>(pixels() * 4)) != 0) return false;
     if (!picture.isCorrupt) paint(picture);
     if (picture.pointerTo) {
         pointer_.isThere = true;
@@ -268,6 +306,7 @@ bool ScreenSource::Impl::send(const Picture& picture) {
         pointer_.y = picture.pointerTo->y;
     }
     fill(buffer, picture);
+    if (picture.keptBytes && ::ftruncate(file, static_cast<off_t>(*picture.keptBytes)) != 0) return false;
     tellPointer(buffer);
     const double now = hostClockSeconds();
     if (auto* const header = metaOf<spa_meta_header>(buffer, SPA_META_Header)) {
@@ -300,13 +339,13 @@ void ScreenSource::Impl::fill(spa_buffer* buffer, const Picture& picture) {
     data.chunk->stride = picture.stride.value_or(options_.size.width * 4);
     data.chunk->flags = picture.isCorrupt ? SPA_CHUNK_FLAG_CORRUPTED : 0;
     if (auto* const crop = metaOf<spa_meta_region>(buffer, SPA_META_VideoCrop)) {
-        crop->region = region(picture.crop.value_or(platform::PixelRect{}));
+        crop->region = region(picture.crop.value_or(PixelRect{}));
     }
     if (spa_meta* const damage = spa_buffer_find_meta(buffer, SPA_META_VideoDamage)) {
         auto* rects = static_cast<spa_meta_region*>(damage->data);
         for (std::size_t i = 0; i < kDamageRects; ++i) {
             const bool isTold = picture.damage && i < picture.damage->size();
-            rects[i].region = region(isTold ? (*picture.damage)[i] : platform::PixelRect{});
+            rects[i].region = region(isTold ? (*picture.damage)[i] : PixelRect{});
         }
     }
 }

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/pixel_rect.h"
 #include "base/pixel_size.h"
 #include "base/unique_descriptor.h"
-#include "platform/pictures/pixel_rect.h"
 
 namespace lumivastor {
 
@@ -23,6 +23,8 @@ class ScreenSource {
         bool hasDamage = true;
         bool hasCrop = true;
         bool hasCursor = true;
+        /// Whether pixels are in memory of its own, which it can shrink, in place of the server's.
+        bool ownsMemory = false;
     };
 
     /// What a buffer is to hold. The screen behind it keeps its content from picture to picture.
@@ -30,8 +32,8 @@ class ScreenSource {
         std::uint32_t colour = 0;  // 0xRRGGBB
         /// Where the colour is painted, in the buffer's pixels, and what is told as damage. nullopt: everywhere, and
         /// nothing is told.
-        std::optional<std::vector<platform::PixelRect>> damage;
-        std::optional<platform::PixelRect> crop;
+        std::optional<std::vector<PixelRect>> damage;
+        std::optional<PixelRect> crop;
         /// The stamp, in seconds before the moment at which it is sent. nullopt: no stamp.
         std::optional<double> age = 0;
         bool isCorrupt = false;
@@ -39,8 +41,10 @@ class ScreenSource {
         std::optional<std::uint32_t> chunkOffset;
         std::optional<std::uint32_t> chunkSize;
         std::optional<std::int32_t> stride;
+        /// The buffer's own memory is cut to this many bytes before it is sent, until it is sent again.
+        std::optional<std::size_t> keptBytes;
         /// Moves the pointer with the picture, in place of a buffer of its own.
-        std::optional<platform::PixelRect> pointerTo;  // only its corner counts
+        std::optional<PixelRect> pointerTo;  // only its corner counts
     };
 
     /// What was sent, on the host clock.

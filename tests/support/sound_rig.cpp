@@ -189,6 +189,10 @@ void PipeWireRig::setDefaultSink(const std::string& name) {
     if (!metadata.wait()) throw std::runtime_error("no default sink " + name + ": " + readText(log));
 }
 
+void PipeWireRig::killSessionManager() {
+    manager_->kill();
+}
+
 void PipeWireRig::kill() {
     for (ChildProcess* one : {pulse_.get(), manager_.get(), server_.get()}) one->kill();
 }

@@ -58,6 +58,8 @@ class PipeWireRig {
     const TemporaryFolder& folder() const { return folder_; }
     void setDefaultSink(const std::string& name);
 
+    /// WirePlumber alone.
+    void killSessionManager();
     void kill();
     void start();
 

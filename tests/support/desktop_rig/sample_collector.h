@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <cstring>
@@ -18,7 +21,24 @@
 
 namespace lumivastor {
 
-/// Collects a capture stream's samples: status and time of each, and the newest picture. Any thread.
+/// The number of pixels in which two pictures of one size differ although no damage was told there.
+inline int undamagedDifferences(const imaging::BgraPremultipliedBuffer& picture,
+                                const imaging::BgraPremultipliedBuffer& before, const imaging::DamageArea& damage) {
+    int different = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        if (std::memcmp(picture.row(y), before.row(y), static_cast<std::size_t>(picture.width()) * 4) == 0) continue;
+        for (int x = 0; x < picture.width(); ++x) {
+            const bool isTold = std::any_of(damage.rects().begin(), damage.rects().end(), [&](const PixelRect& rect) {
+                return rect.contains({x, y, 1, 1});
+            });
+            if (!isTold && std::memcmp(picture.pixel(x, y), before.pixel(x, y), 4) != 0) ++different;
+        }
+    }
+    return different;
+}
+
+/// Collects a capture stream's samples: status and time of each, and the newest picture. Fails the test when a picture
+/// differs from the one before where no damage was told. Any thread.
 class SampleCollector {
   public:
     struct Seen {
@@ -33,6 +53,9 @@ class SampleCollector {
         stream.addScreenOutput(queue_, [this](const platform::ScreenSample& sample) {
             const std::lock_guard hold(lock_);
             seen_.push_back({sample.status, sample.hostSeconds, sample.image != nullptr});
+            if (sample.image && last_ && sample.damage) {
+                EXPECT_EQ(undamagedDifferences(*sample.image, *last_, *sample.damage), 0);
+            }
             if (sample.image) last_ = sample.image;
         });
         stream.onStop([this](const RecorderError& error) {

@@ -40,7 +40,7 @@ class Canvas {
         static constexpr wl_buffer_listener kEvents{
             .release = [](void* data, wl_buffer*) { static_cast<Canvas*>(data)->isBusy = false; }};
         wl_buffer_add_listener(buffer_, &kEvents, this);
-        std::fill_n(pixels_, static_cast<std::size_t>(width) * static_cast<std::size_t>(height), kGround);
+        fill(kGround);
     }
     ~Canvas() {
         wl_buffer_destroy(buffer_);
@@ -62,6 +62,10 @@ class Canvas {
         }
     }
 
+    void fill(std::uint32_t color) {
+        std::fill_n(pixels_, static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_), color);
+    }
+
     wl_buffer* buffer() const { return buffer_; }
     int width() const { return width_; }
     int height() const { return height_; }
@@ -81,7 +85,8 @@ class Canvas {
 
 class CodedWindow::Impl {
   public:
-    explicit Impl(const std::string& display) : display_(wl_display_connect(display.c_str())) {
+    Impl(const std::string& display, int ownWidth, int ownHeight)
+        : width(ownWidth), height(ownHeight), display_(wl_display_connect(display.c_str())) {
         if (display_ == nullptr) throw std::runtime_error("no compositor at " + display);
         static constexpr wl_registry_listener kRegistry{
             .global = [](void* data, wl_registry* registry, std::uint32_t name, const char* interface,
@@ -90,13 +95,19 @@ class CodedWindow::Impl {
         registry_ = wl_display_get_registry(display_);
         wl_registry_add_listener(registry_, &kRegistry, this);
         wl_display_roundtrip(display_);
+        wl_display_roundtrip(display_);  // whether the seat has a pointer
         if (compositor_ == nullptr || memory_ == nullptr || shell_ == nullptr) {
             throw std::runtime_error("the compositor has no windows");
         }
         open();
     }
     ~Impl() {
+        endFrame();
         for (auto& canvas : canvases_) canvas.reset();
+        pointerCanvas_.reset();
+        if (pointerSurface_ != nullptr) wl_surface_destroy(pointerSurface_);
+        if (pointer_ != nullptr) wl_pointer_destroy(pointer_);
+        if (seat_ != nullptr) wl_seat_destroy(seat_);
         xdg_toplevel_destroy(toplevel_);
         xdg_surface_destroy(shellSurface_);
         wl_surface_destroy(surface_);
@@ -118,6 +129,18 @@ class CodedWindow::Impl {
         return now;
     }
 
+    void setPointer(const std::optional<Pointer>& pointer) {
+        pointerShape_ = pointer;
+        hasPointerShape_ = true;
+        applyPointer();
+    }
+
+    bool isShown() {
+        if (frame_ == nullptr) return true;
+        wl_display_roundtrip(display_);
+        return frame_ == nullptr;
+    }
+
     int width = 0;
     int height = 0;
 
@@ -130,7 +153,54 @@ class CodedWindow::Impl {
             memory_ = static_cast<wl_shm*>(wl_registry_bind(registry, name, &wl_shm_interface, 1));
         } else if (is(xdg_wm_base_interface)) {
             shell_ = static_cast<xdg_wm_base*>(wl_registry_bind(registry, name, &xdg_wm_base_interface, 1));
+        } else if (is(wl_seat_interface)) {
+            seat_ = static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
+            static constexpr wl_seat_listener kSeat{
+                .capabilities = [](void* data, wl_seat*,
+                                   std::uint32_t has) { static_cast<Impl*>(data)->findPointer(has); },
+                .name = [](void*, wl_seat*, const char*) {}};
+            wl_seat_add_listener(seat_, &kSeat, this);
         }
+    }
+
+    void findPointer(std::uint32_t capabilities) {
+        if ((capabilities & WL_SEAT_CAPABILITY_POINTER) == 0 || pointer_ != nullptr) return;
+        pointer_ = wl_seat_get_pointer(seat_);
+        static constexpr wl_pointer_listener kPointer{
+            .enter =
+                [](void* data, wl_pointer*, std::uint32_t serial, wl_surface*, wl_fixed_t, wl_fixed_t) {
+                    auto& own = *static_cast<Impl*>(data);
+                    own.enterSerial_ = serial;
+                    own.applyPointer();
+                },
+            .leave = [](void* data, wl_pointer*, std::uint32_t,
+                        wl_surface*) { static_cast<Impl*>(data)->enterSerial_ = std::nullopt; },
+            .motion = [](void*, wl_pointer*, std::uint32_t, wl_fixed_t, wl_fixed_t) {},
+            .button = [](void*, wl_pointer*, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t) {},
+            .axis = [](void*, wl_pointer*, std::uint32_t, std::uint32_t, wl_fixed_t) {},
+            .frame = [](void*, wl_pointer*) {},
+            .axis_source = [](void*, wl_pointer*, std::uint32_t) {},
+            .axis_stop = [](void*, wl_pointer*, std::uint32_t, std::uint32_t) {},
+            .axis_discrete = [](void*, wl_pointer*, std::uint32_t, std::int32_t) {},
+            .axis_value120 = [](void*, wl_pointer*, std::uint32_t, std::int32_t) {}};
+        wl_pointer_add_listener(pointer_, &kPointer, this);
+    }
+
+    // Only while the pointer is over the window.
+    void applyPointer() {
+        if (!hasPointerShape_ || !enterSerial_) return;
+        if (!pointerShape_) {
+            wl_pointer_set_cursor(pointer_, *enterSerial_, nullptr, 0, 0);
+            return;
+        }
+        const Pointer& shape = *pointerShape_;
+        if (pointerSurface_ == nullptr) pointerSurface_ = wl_compositor_create_surface(compositor_);
+        pointerCanvas_ = std::make_unique<Canvas>(memory_, shape.side, shape.side);
+        pointerCanvas_->fill(kBlack | shape.color);
+        wl_pointer_set_cursor(pointer_, *enterSerial_, pointerSurface_, shape.hotSpotX, shape.hotSpotY);
+        wl_surface_attach(pointerSurface_, pointerCanvas_->buffer(), 0, 0);
+        wl_surface_damage_buffer(pointerSurface_, 0, 0, shape.side, shape.side);
+        wl_surface_commit(pointerSurface_);
     }
 
     void open() {
@@ -157,8 +227,9 @@ class CodedWindow::Impl {
             .configure_bounds = [](void*, xdg_toplevel*, std::int32_t, std::int32_t) {},
             .wm_capabilities = [](void*, xdg_toplevel*, wl_array*) {}};
         xdg_toplevel_add_listener(toplevel_, &kToplevel, this);
-        xdg_toplevel_set_title(toplevel_, "Zahlen");
-        xdg_toplevel_set_fullscreen(toplevel_, nullptr);
+        xdg_toplevel_set_title(toplevel_, kTitle);
+        const bool isFullscreen = width == 0;
+        if (isFullscreen) xdg_toplevel_set_fullscreen(toplevel_, nullptr);
         wl_surface_commit(surface_);
         awaitEvent([this] { return isConfigured_; });
         if (width != 0) return;
@@ -171,10 +242,20 @@ class CodedWindow::Impl {
     }
 
     void commit(Canvas& canvas) {
+        endFrame();
+        frame_ = wl_surface_frame(surface_);
+        static constexpr wl_callback_listener kFrame{
+            .done = [](void* data, wl_callback*, std::uint32_t) { static_cast<Impl*>(data)->endFrame(); }};
+        wl_callback_add_listener(frame_, &kFrame, this);
         wl_surface_damage_buffer(surface_, 0, 0, canvas.width(), canvas.height());
         wl_surface_attach(surface_, canvas.buffer(), 0, 0);
         canvas.isBusy = true;
         wl_surface_commit(surface_);
+    }
+
+    void endFrame() {
+        if (frame_ != nullptr) wl_callback_destroy(frame_);
+        frame_ = nullptr;
     }
 
     // Handles events until `done` holds.
@@ -215,16 +296,33 @@ class CodedWindow::Impl {
     wl_surface* surface_ = nullptr;
     xdg_surface* shellSurface_ = nullptr;
     xdg_toplevel* toplevel_ = nullptr;
+    wl_callback* frame_ = nullptr;  // until the compositor has painted what was committed last
     bool isConfigured_ = false;
+    wl_seat* seat_ = nullptr;
+    wl_pointer* pointer_ = nullptr;
+    wl_surface* pointerSurface_ = nullptr;
+    std::optional<std::uint32_t> enterSerial_;  // while the pointer is over the window
+    std::optional<Pointer> pointerShape_;
+    bool hasPointerShape_ = false;
+    std::unique_ptr<Canvas> pointerCanvas_;
     std::array<std::unique_ptr<Canvas>, 3> canvases_;
 };
 
-CodedWindow::CodedWindow(const std::string& display) : impl_(std::make_unique<Impl>(display)) {}
+CodedWindow::CodedWindow(const std::string& display, int width, int height)
+    : impl_(std::make_unique<Impl>(display, width, height)) {}
 
 CodedWindow::~CodedWindow() = default;
 
 double CodedWindow::show(std::uint16_t number) {
     return impl_->show(number);
+}
+
+bool CodedWindow::isShown() {
+    return impl_->isShown();
+}
+
+void CodedWindow::setPointer(const std::optional<Pointer>& pointer) {
+    impl_->setPointer(pointer);
 }
 
 int CodedWindow::width() const {

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/wayland_rig/sway_rig.h"
 
+#include <gtest/gtest.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <stdexcept>
 
@@ -54,10 +58,17 @@ SwayRig::SwayRig(const Options& options) {
     requireProgram("sway", "sway");
     requireProgram("swaymsg", "sway");
     startCompositor(options);
-    startPortal();
+    startPortal(options);
 }
 
-SwayRig::~SwayRig() = default;
+// What the portal said tells why a test failed.
+SwayRig::~SwayRig() {
+    if (std::uncaught_exceptions() == 0 && !testing::Test::HasFailure()) return;
+    for (const char* log : {"sway.log", "backend.log", "portal.log"}) {
+        const std::string text = readText(folder_ / log);
+        std::printf("%s: ...%s\n", log, text.substr(text.size() - std::min<std::size_t>(text.size(), 1500)).c_str());
+    }
+}
 
 std::map<std::string, std::string> SwayRig::environment() const {
     auto environment = pipeWire_.environment();
@@ -79,12 +90,13 @@ void SwayRig::startCompositor(const Options& options) {
     folder_.write("sway.conf", "output HEADLESS-1 mode --custom " + std::to_string(options.width) + "x" +
                                    std::to_string(options.height) + "@60Hz\noutput HEADLESS-1 scale " +
                                    std::to_string(options.scale) +
-                                   "\noutput * bg #305070 solid_color\ndefault_border none\nxwayland disable\n");
+                                   "\noutput * bg #305070 solid_color\ndefault_border none\nxwayland disable\n" +
+                                   options.more + "\n");
     auto environment = pipeWire_.environment();
     environment["WLR_BACKENDS"] = "headless";
     environment["WLR_RENDERER"] = "pixman";
     environment["WLR_LIBINPUT_NO_DEVICES"] = "1";
-    environment["WLR_HEADLESS_OUTPUTS"] = "1";
+    environment["WLR_HEADLESS_OUTPUTS"] = std::to_string(options.screens);
     environment["WAYLAND_DISPLAY"] = "";
     environment["DISPLAY"] = "";
     std::vector<std::string> command{"sway", "-c", (folder_ / "sway.conf").string()};
@@ -109,8 +121,9 @@ void SwayRig::startCompositor(const Options& options) {
     }
 }
 
-void SwayRig::startPortal() {
-    folder_.write("portal.conf", "[screencast]\noutput_name=HEADLESS-1\nmax_fps=0\nchooser_type=none\n");
+void SwayRig::startPortal(const Options& options) {
+    folder_.write("portal.conf",
+                  "[screencast]\nmax_fps=0\nchooser_type=simple\nchooser_cmd=echo " + options.granted + "\n");
     auto environment = this->environment();
     // With this the portal's tokens really restore a choice.
     environment["XDPW_PERSIST_MODE"] = "permanent";
@@ -130,13 +143,34 @@ void SwayRig::startPortal() {
     await("org.freedesktop.portal.Desktop", *portal_, "portal.log");
 }
 
-void SwayRig::command(const std::string& text) {
-    const auto socket = findIn(pipeWire_.folder().path(), "sway-ipc.", ".sock");
+std::string SwayRig::ask(const std::vector<std::string>& words) const {
+    std::vector<std::string> command{"swaymsg", "-s", findIn(pipeWire_.folder().path(), "sway-ipc.", ".sock").string()};
+    command.insert(command.end(), words.begin(), words.end());
     const auto log = folder_ / "swaymsg.log";
     std::error_code ignored;
     std::filesystem::remove(log, ignored);
-    ChildProcess message({"swaymsg", "-s", socket.string(), text}, {}, log);
-    if (!message.wait()) throw std::runtime_error("sway refuses: " + text + ": " + readText(log));
+    ChildProcess message(command, {}, log);
+    if (!message.wait()) throw std::runtime_error("sway refuses: " + words.back() + ": " + readText(log));
+    return readText(log);
+}
+
+void SwayRig::command(const std::string& text) {
+    ask({text});
+}
+
+std::optional<Rect> SwayRig::windowRect(const std::string& title) const {
+    const std::string tree = ask({"-r", "-t", "get_tree"});
+    const std::size_t name = tree.find("\"name\": \"" + title + "\"");
+    if (name == std::string::npos) return std::nullopt;
+    // Each node tells its place before its name.
+    const std::size_t place = tree.rfind("\"rect\":", name);
+    Rect rect;
+    if (place == std::string::npos ||
+        std::sscanf(tree.c_str() + place, "\"rect\": { \"x\": %lf, \"y\": %lf, \"width\": %lf, \"height\": %lf",
+                    &rect.x, &rect.y, &rect.width, &rect.height) != 4) {
+        throw std::runtime_error("sway tells no place: " + tree);
+    }
+    return rect;
 }
 
 void SwayRig::killPortal() {
