@@ -9,15 +9,15 @@
 
 #include <QApplication>
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
+#include <system_error>
 
 #include "../tools/sample_movies.h"
 #include "editor/editor_window.h"
 #include "editor/preview/preview_view.h"
+#include "editor/timeline/timeline_strip.h"
 #include "model/pointer_track.h"
 #include "ui/qt_main_loop.h"
-#include "ui/theme.h"
 #include "ui/value_slider.h"
 
 namespace lumivastor {
@@ -28,8 +28,20 @@ constexpr double kEventsPerSecond = 92;
 // The movie itself is short: only the documents make edits longer.
 constexpr double kMovieSeconds = 4;
 
-const std::filesystem::path& folder() {
-    static const std::filesystem::path path = [] {
+// The recording, for as long as the program runs.
+class SampleFolder {
+  public:
+    SampleFolder() : path_(make()) {}
+    SampleFolder(const SampleFolder&) = delete;
+    SampleFolder& operator=(const SampleFolder&) = delete;
+    ~SampleFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    const std::filesystem::path& path() const { return path_; }
+
+  private:
+    static std::filesystem::path make() {
         auto made = std::filesystem::temp_directory_path() / "lumivastor-editor-bench";
         std::filesystem::create_directories(made);
         model::CaptureInfo info;
@@ -59,8 +71,14 @@ const std::filesystem::path& folder() {
         }
         track.save(made);
         return made;
-    }();
-    return path;
+    }
+
+    std::filesystem::path path_;
+};
+
+const std::filesystem::path& folder() {
+    static const SampleFolder sample;
+    return sample.path();
 }
 
 void opensWithItsFirstFrame(benchmark::State& state) {
@@ -100,16 +118,27 @@ BENCHMARK_CAPTURE(slider, zoom, "zoomSlider")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(slider, smoothing, "smoothingSlider")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(slider, time, "timeSlider")->Unit(benchmark::kMillisecond);
 
+// From the pointer's movement on the timeline to the zoom that follows it.
+void dragsAZoom(benchmark::State& state) {
+    ui::QtMainLoop loop;
+    editor::EditorWindow window(folder(), loop, {});
+    window.show();
+    QApplication::processEvents();
+    editor::TimelineStrip& strip = window.controls().transportBar.strip();
+    const double start = window.session().composition()->zoomSpecs().at(1).start;
+    strip.onDragBegin({editor::StripPart::Kind::zoom, 1});
+    int step = 0;
+    for (auto _ : state) {
+        strip.onDrag(start + 0.1 * (++step % 5));
+        state.PauseTiming();
+        QApplication::processEvents();
+        state.ResumeTiming();
+    }
+    strip.onDragEnd(false);
+    state.counters["zooms"] = static_cast<double>(window.session().composition()->zoomCount());
+    window.close();
+}
+BENCHMARK(dragsAZoom)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace lumivastor
-
-int main(int argc, char** argv) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    QApplication application(argc, argv);
-    lumivastor::ui::theme::apply(application);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    std::filesystem::remove_all(lumivastor::folder());
-    return 0;
-}

@@ -7,7 +7,6 @@
 // painting, and the luma PSNR of the decoded pictures against the painted ones. "RestDb" is the mean over pictures at
 // rest, "MovingDb" over those in motion, "WorstDb" that of the worst picture. The export uses the fastest preset that
 // keeps 45 dB.
-//
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -26,12 +25,12 @@
 
 #include "base/formatted.h"
 #include "base/pixel_size.h"
-#include "imaging/drawing/bitmap_canvas.h"
 #include "imaging/painting/painter.h"
 #include "imaging/picture.h"
 #include "media/reading/asset_reader.h"
 #include "media/writing/asset_writer.h"
 #include "render/export_plan.h"
+#include "screen_page.h"
 
 namespace lumivastor {
 namespace {
@@ -48,24 +47,9 @@ double processorSeconds(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-// Lines of words on a light ground, twice as tall as the canvas.
-std::shared_ptr<const imaging::BgraPremultipliedBuffer> drawPage(PixelSize canvas) {
-    const int width = canvas.width;
-    const int height = canvas.height * 2;
-    auto page = std::make_shared<imaging::BgraPremultipliedBuffer>(width, height);
-    imaging::BitmapCanvas drawing(*page);
-    drawing.fillRect({0, 0, static_cast<double>(width), static_cast<double>(height)}, {0.97, 0.97, 0.96, 1});
-    const std::vector<std::string> words = {"Aufnahme", "void",  "return",  "schneiden", "const", "Zeiger", "{",
-                                            "Fenster",  "0x7f3", "Ausgabe", "über",      "=>",    "x += 1;"};
-    std::size_t word = 0;
-    for (int y = 30; y < height; y += 24) {
-        std::string line;
-        while (line.size() < static_cast<std::size_t>(width) / 9) line += words[word++ * 7 % words.size()] + " ";
-        const bool isHeading = y / 24 % 12 == 0;
-        drawing.drawText(line, {24, static_cast<double>(y)}, "DejaVu Sans Mono, monospace", 15,
-                         isHeading ? imaging::RgbaColour{0.75, 0.2, 0.1, 1} : imaging::RgbaColour{0.1, 0.12, 0.16, 1});
-    }
-    return page;
+// Twice as tall as the canvas.
+imaging::Picture pageFor(PixelSize canvas) {
+    return imaging::Picture(drawPage(canvas.width, canvas.height * 2, PageText::dense));
 }
 
 enum class Motion { resting, scrolling, zooming };
@@ -109,7 +93,7 @@ struct Sharpness {
 // Arguments: canvas height, the preset's position in `kPresets`, pictures to look ahead.
 void encoding(benchmark::State& state) {
     const PixelSize canvas = render::exportCanvas(state.range(0));
-    const imaging::Picture page(drawPage(canvas));
+    const imaging::Picture page = pageFor(canvas);
     const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mp4", static_cast<int>(::getpid()));
     for (auto _ : state) {
         double painting = 0;
@@ -197,7 +181,7 @@ void liveEncoding(benchmark::State& state) {
     constexpr int kScrolled = 60;
     constexpr double kRepeatsAt[] = {0.1, 0.25, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     const PixelSize canvas = render::exportCanvas(state.range(0));
-    const imaging::Picture page(drawPage(canvas));
+    const imaging::Picture page = pageFor(canvas);
     const fs::path path = fs::temp_directory_path() / formatted("encoder_bench.%d.mov", static_cast<int>(::getpid()));
     for (auto _ : state) {
         double painting = 0;
