@@ -60,9 +60,24 @@ endfunction()
 # Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
 # ALONE names tests, in Google Test's filter form, beside which no others run: those that hold what real servers handed
 # over to the milliseconds at which it was shown, and those that work the program by hand, at a person's pace.
+# Tests that compute for seconds themselves: unoptimized, their own loops would be most of a sanitized run.
+set(LUMI_COMPUTING_TESTS
+  cavlc clock_drift_corrector damage_painting frame_rounding include_rule live_region painter picture_changes
+  region_pictures region_video_encoder source_rule strip_parts studio_background zoom_engine)
+list(TRANSFORM LUMI_COMPUTING_TESTS APPEND _test.cpp)
+
 function(lumi_test_binary name)
   cmake_parse_arguments(ARG "" "ALONE" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
+  if(LUMI_SANITIZE)
+    foreach(source IN LISTS ARG_SOURCES)
+      get_filename_component(file ${source} NAME)
+      if(file IN_LIST LUMI_COMPUTING_TESTS)
+        # Behind the target's options, so this level holds; a precompiled header has the target's.
+        set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -O1 SKIP_PRECOMPILE_HEADERS ON)
+      endif()
+    endforeach()
+  endif()
   lumi_test_options(${name})
   lumi_precompiled(${name} lumi_test_support)
   target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})

@@ -12,25 +12,38 @@
 
 #include <QApplication>
 #include <QImage>
+#include <QLineEdit>
 #include <QPainter>
 #include <QScreen>
+#include <QTreeView>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "app/library/recording_library.h"
 #include "app/windows/main_window.h"
 #include "app/windows/panels.h"
+#include "app/windows/recordings_window.h"
 #include "app/windows/status_item.h"
+#include "capture/journal/journal.h"
 #include "demo_window.h"
+#include "model/capture_info.h"
+#include "support/await.h"
 #include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_program.h"
 #include "support/driven_application.h"
 #include "support/sound_rig.h"
+#include "support/temporary_folder.h"
+#include "support/test_movie.h"
+#include "ui/qt_main_loop.h"
 
 namespace lumivastor {
 namespace {
@@ -67,6 +80,7 @@ class Story {
     }
 
     void tell() {
+        recordingsWindow();
         statesThatAreHardToReach();
         statusIcon();
         need(app_->start(), "the program starts");
@@ -134,7 +148,7 @@ class Story {
         showStates("main");
         const QFont usual = QApplication::font();
         QFont larger = usual;
-        larger.setPointSizeF(14);
+        larger.setPointSizeF(20);  // twice as large as usual
         QApplication::setFont(larger);
         showStates("main-large-type");
         app::RegionArmPanel arm(
@@ -142,6 +156,103 @@ class Story {
         saveWidget(arm, "region-ready-large-type");
         app::RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
         saveWidget(panel, "recording-panel-large-type");
+        QApplication::setFont(usual);
+    }
+
+    // A picture of a screen with a window on it, different for each recording.
+    static void paintScreen(int hue, const imaging::YuvDestination& picture, const TestMovieOptions& options) {
+        for (int y = 0; y < options.height; ++y) {
+            for (int x = 0; x < options.width; ++x) {
+                const bool inWindow = x > 60 && x < options.width - 90 && y > 40 && y < options.height - 30;
+                const bool inBar = inWindow && y < 64;
+                const bool inText = inWindow && y > 84 && y % 18 < 7 && x > 84 && x < 380 + (y / 18 * 97 + hue) % 160;
+                const int light = inBar ? 90 : inText ? 70 : inWindow ? 225 : 60 + y / 6;
+                picture.luma[y * picture.lumaStride + x] = static_cast<std::uint8_t>(light);
+            }
+        }
+        for (int y = 0; y < options.height / 2; ++y) {
+            for (int x = 0; x < options.width / 2; ++x) {
+                const bool inWindow = x > 30 && x < options.width / 2 - 45 && y > 20 && y < options.height / 2 - 15;
+                picture.cb[y * picture.chromaStride + x] = static_cast<std::uint8_t>(inWindow ? 128 : 120 + hue % 40);
+                picture.cr[y * picture.chromaStride + x] = static_cast<std::uint8_t>(inWindow ? 128 : 135 - hue % 50);
+            }
+        }
+    }
+
+    static void makeRecording(const std::filesystem::path& folder, int hue, double seconds, const char* createdAt) {
+        std::filesystem::create_directories(folder);
+        TestMovieOptions options;
+        options.width = 640;
+        options.height = 360;
+        options.pictures = 2;
+        options.paint = [&](int, const imaging::YuvDestination& picture) { paintScreen(hue, picture, options); };
+        makeTestMovie(folder / "source.mov", options);
+        model::CaptureInfo info;
+        info.createdAt = createdAt;
+        info.duration = seconds;
+        info.sourceKind = hue % 2 == 0 ? "display" : "window";
+        if (hue % 2 != 0) info.windowTitle = "Terminal – Sitzung " + std::to_string(hue);
+        info.save(folder);
+    }
+
+    void recordingsWindow() const {
+        const TemporaryFolder home;
+        const std::filesystem::path root = home / "Movies/LumiVastor";
+        ui::QtMainLoop loop;
+        const auto show = [&](const char* name, const QString& query) {
+            app::RecordingLibrary library(loop, {.root = root, .places = {home / "Kurse/Gastvortrag"}});
+            app::RecordingsActions actions;
+            actions.open = [](const std::filesystem::path&) -> std::optional<std::string> { return std::nullopt; };
+            app::RecordingsWindow window(library, actions);
+            window.orderFront();
+            const auto isDone = [&] {
+                const auto& entries = library.entries();
+                return library.isRead() && std::all_of(entries.begin(), entries.end(),
+                                                       [](const auto& entry) { return entry.bytes.has_value(); });
+            };
+            await(kPatience, isDone, [] { QApplication::processEvents(QEventLoop::AllEvents, 5); });
+            for (int i = 0; i < 200; ++i) {
+                QApplication::processEvents(QEventLoop::AllEvents, 5);
+                sleepFor(0.01);
+            }
+            window.findChild<QLineEdit*>("searchField")->setText(query);
+            saveWidget(window, name);
+            if (std::string(name) != "recordings") return;
+            auto* const list = window.findChild<QTreeView*>("recordingsList");
+            list->setFocus();
+            QApplication::processEvents();
+            saveWidget(window, "recordings-focus");
+            list->edit(list->model()->index(0, 0));
+            QApplication::processEvents();
+            saveWidget(window, "recordings-rename");
+        };
+        show("recordings-empty", "");
+        makeRecording(root / "2026-03-14_09-05-33", 4, 83, "2026-03-14T08:07:00Z");
+        makeRecording(root / "Übung 7 – Schnitt und Zoom", 17, 754, "2026-03-12T15:00:00Z");
+        makeRecording(root / "Einführung in die Tabellenkalkulation mit vielen Beispielen und einem sehr langen Namen",
+                      30, 3723, "2026-03-10T12:30:00Z");
+        makeRecording(root / "Installation", 8, 41, "2026-03-09T12:30:00Z");
+        makeRecording(home / "Kurse/Gastvortrag", 22, 2765, "2026-03-03T12:30:00Z");
+        makeRecording(root / "Ohne Film", 3, 20, "2026-03-02T12:30:00Z");
+        std::filesystem::remove(root / "Ohne Film/source.mov");
+        const auto write = [](const std::filesystem::path& file) { std::ofstream(file) << "{}"; };
+        for (const char* name : {"2026-03-14_09-05-33", "Übung 7 – Schnitt und Zoom"}) {
+            write(root / name / "project.json");
+        }
+        write(root / "Übung 7 – Schnitt und Zoom/studio-output.mp4");
+        std::filesystem::create_directories(root / "2026-03-15_10-00-00");
+        write(root / "2026-03-15_10-00-00/source.mov");
+        std::filesystem::create_directories(root / "2026-03-13_17-20-00");
+        write(root / "2026-03-13_17-20-00/source.mov");
+        write(root / "2026-03-13_17-20-00/journal");
+        const capture::Journal recorder(root / "2026-03-15_10-00-00");
+        show("recordings", "");
+        show("recordings-no-hit", "Klavier");
+        const QFont usual = QApplication::font();
+        QFont larger = usual;
+        larger.setPointSizeF(14);
+        QApplication::setFont(larger);
+        show("recordings-large-type", "");
         QApplication::setFont(usual);
     }
 
@@ -239,9 +350,15 @@ class Story {
 
     void folders() {
         need(app_->click("studioButton"), "a control is there");
+        need(app_->waitForWindow(kRecordingsTitle), "the list opens");
+        picture("recordings-first");
+        press({ScriptedKeyboard::kControl, 'o'});
         sleepFor(1);
         picture("open-folder");
         press({ScriptedKeyboard::kReturn});
+        picture("recordings-refusal", kRecordingsTitle);
+        press({ScriptedKeyboard::kControl, 'w'});
+        need(app_->waitForNoWindow(kRecordingsTitle), "the list closes");
         picture("main-no-movie", kMainTitle);
     }
 

@@ -5,27 +5,39 @@
 //   editor_picture FOLDER OUT.png [--size WxH] [--at T] [--font POINTS] [--state STATE]
 //
 // STATE: "edited" (trim, cuts, zooms by hand, masks), "mask" (a rectangle is being drawn), "rendering", "focus" (the
-// keyboard is on a control), "menu" (the list of zooms is open). QT_SCALE_FACTOR=2 in the environment doubles the
+// keyboard is on a control), "menu" (the list of zooms is open), "timeline" (enlarged, the end of a zoom is dragged),
+// "frames" (frames of it, a cut is selected), "timeline-menu", "timeline-focus", "idle" (cuts are proposed), "export",
+// "export-gif" (the dialog of an export), "exports" (the list). QT_SCALE_FACTOR=2 in the environment doubles the
 // pixels. The folder's project document is not changed.
 
 #include <QApplication>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QElapsedTimer>
+#include <QMenuBar>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
+#include <QScrollArea>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "base/recorder_error.h"
 #include "editor/editor_window.h"
+#include "editor/exports/export_dialog.h"
+#include "editor/exports/exports_window.h"
+#include "editor/idle_dialog.h"
 #include "editor/preview/mask_draw_view.h"
 #include "editor/preview/preview_view.h"
 #include "editor/session/labels.h"
+#include "editor/timeline/timeline_strip.h"
+#include "render/cut_composition.h"
+#include "render/overview/overview_maker.h"
 #include "ui/qt_main_loop.h"
 #include "ui/theme.h"
 #include "ui/value_slider.h"
@@ -49,6 +61,17 @@ void settle(int milliseconds) {
     while (timer.elapsed() < milliseconds) QApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
+// What the recording looks and sounds like, all at once.
+void showOverview(editor::EditorWindow& window) {
+    const auto composition = window.session().composition();
+    render::makeOverview(
+        render::openRecordingAssets(composition->recording()).screen, composition->info(), [] { return false; },
+        [&window](const render::RecordingOverview& overview) {
+            window.controls().transportBar.strip().setOverview(
+                std::make_shared<const render::RecordingOverview>(overview));
+        });
+}
+
 void edit(editor::EditorWindow& window) {
     editor::EditSession& session = window.session();
     const double length = session.info().duration;
@@ -61,6 +84,33 @@ void edit(editor::EditorWindow& window) {
     session.addZoom(length * 0.75, 2.0);
     session.addMask({300, 300, 500, 200}, 0);
     session.addMask({1500, 900, 400, 120}, 0);
+}
+
+// The timeline's part around the end of a zoom that `edit` has added.
+void putTimelineInto(editor::EditorWindow& window, const std::string& state) {
+    edit(window);
+    editor::TimelineStrip& strip = window.controls().transportBar.strip();
+    const auto zooms = window.session().composition()->zoomSpecs();
+    const double end = zooms.at(zooms.size() - 2).end;
+    const auto at = [&strip](double seconds, const editor::Lane& lane) {
+        const double inset = ui::ValueSlider::kHandleInset;
+        return QPointF(editor::TimeScale(strip.visible(), inset, strip.width() - inset).at(seconds), lane.middle());
+    };
+    if (state == "timeline") {
+        window.transport().jump(end - 1);
+        strip.zoomBy(4);
+        drag(strip, at(end, strip.lanes().zooms), at(end + 0.4, strip.lanes().zooms));
+    } else if (state == "frames") {
+        strip.selectCut(0);
+        window.transport().jump(window.session().settings().cuts.at(0).end);
+        strip.zoomBy(100);
+    } else if (state == "timeline-menu") {
+        const QPoint place = at(end - 0.5, strip.lanes().zooms).toPoint();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, place, strip.mapToGlobal(place));
+        QApplication::sendEvent(&strip, &event);
+    } else {
+        strip.setFocus(Qt::TabFocusReason);
+    }
 }
 
 void putInto(editor::EditorWindow& window, const std::string& state) {
@@ -83,7 +133,63 @@ void putInto(editor::EditorWindow& window, const std::string& state) {
     }
     if (state == "focus") window.findChild<ui::ValueSlider*>("paddingSlider")->setFocus(Qt::TabFocusReason);
     if (state == "focus-button") window.findChild<QPushButton*>("showZoomButton")->setFocus(Qt::TabFocusReason);
+    if (state.starts_with("timeline") || state == "frames") putTimelineInto(window, state);
+    if (state == "edit-menu" || state == "playback-menu") {
+        edit(window);
+        const auto* bar = window.findChild<QMenuBar*>("menuBar");
+        QAction* menu = bar->actions().at(state == "edit-menu" ? 1 : 3);
+        menu->menu()->popup(bar->mapToGlobal(bar->actionGeometry(menu).bottomLeft()));
+    }
+    if (state == "keys") window.commandActions().at(editor::Command::showKeys)();
+    if (state == "frame") window.previewTools().toggleFocus();
+    if (state == "handles" || state == "bubble") {
+        window.session().addMask({1100, 500, 600, 160}, window.transport().playhead());
+        const auto wanted = state == "bubble" ? editor::PreviewItem::Kind::bubble : editor::PreviewItem::Kind::mask;
+        do {
+            window.previewTools().selectNext();
+        } while (window.previewTools().selection() && window.previewTools().selection()->kind != wanted);
+    }
+    if (state == "full") window.commandActions().at(editor::Command::fullScreen)();
     if (state == "menu") window.findChild<QComboBox*>("zoomPopup")->showPopup();
+    if (state == "idle") window.showIdleProposals();
+    if (state == "export" || state == "export-gif") {
+        window.exportTools().showDialog();
+        auto* form = window.findChild<QComboBox*>("exportFormBox");
+        if (state == "export-gif") form->setCurrentIndex(form->findData(static_cast<int>(render::FilmForm::gif)));
+    }
+}
+
+// The list of exports, with one in each state. Nothing is written to the recording.
+QPixmap exportsPicture(const std::filesystem::path& folder, MainLoop& loop) {
+    double now = 0;
+    editor::ExportQueue queue(loop, {{}, [&now] { return now += 20; }});
+    editor::ExportsWindow list(queue, {});
+    const std::filesystem::path films = std::filesystem::temp_directory_path() / "lumivastor-pictures";
+    std::filesystem::create_directories(films);
+    const auto add = [&](const char* name, render::FilmForm form) {
+        editor::ExportRequest request = editor::exportRequest(folder);
+        request.form = form;
+        request.file = films / name;
+        request.animation.to = 0.5;
+        return queue.add(std::move(request));
+    };
+    add("Vorschau.gif", render::FilmForm::gif);
+    while (queue.list().isBusy()) settle(50);
+    editor::ExportRequest nowhere = editor::exportRequest(folder);
+    nowhere.file = films / "fehlt" / "Kurzfassung.webm";
+    queue.add(std::move(nowhere));
+    while (queue.list().isBusy()) settle(50);
+    add("Einführung.mp4", render::FilmForm::mp4);
+    add("Einführung.webm", render::FilmForm::webm);
+    queue.cancel(add("Einführung.webp", render::FilmForm::webp));
+    add("Kapitel 2.mp4", render::FilmForm::mp4);
+    list.show();
+    while (queue.list().running() != nullptr && queue.list().running()->fraction < 0.1) settle(50);
+    settle(300);
+    const QPixmap picture = list.grab();
+    queue.end();
+    std::filesystem::remove_all(films);
+    return picture;
 }
 
 int run(int argc, char** argv) {
@@ -111,14 +217,32 @@ int run(int argc, char** argv) {
         }
         window.show();
         settle(300);
+        showOverview(window);
         if (at) window.transport().jump(std::stod(*at));
         if (state) putInto(window, *state);
         settle(1500);
+        // The window makes its own meanwhile, which may not be complete yet.
+        showOverview(window);
         QPixmap picture = window.grab();
         if (QWidget* popup = QApplication::activePopupWidget()) {
             QPainter painter(&picture);
             painter.drawPixmap(popup->mapToGlobal(QPoint()) - window.mapToGlobal(QPoint()), popup->grab());
         }
+        if (auto* dialog = window.findChild<editor::IdleDialog*>("idleDialog");
+            dialog != nullptr && dialog->isVisible()) {
+            QPainter painter(&picture);
+            painter.drawPixmap(dialog->pos() - window.pos(), dialog->grab());
+        }
+        if (auto* page = window.findChild<editor::KeyPage*>("keyPage")) {
+            // The screen of this platform is smaller than the page.
+            page->resize(page->findChild<QScrollArea*>()->widget()->sizeHint() + QSize(4, 4));
+            settle(100);
+            picture = page->grab();
+        }
+        if (auto* dialog = window.findChild<editor::ExportDialog*>(); dialog != nullptr && dialog->isVisible()) {
+            picture = dialog->grab();
+        }
+        if (state == "exports") picture = exportsPicture(folder, loop);
         if (!picture.save(argv[2])) throw RecorderError("cannot write the picture");
         std::printf("%s: %d×%d points\n", argv[2], window.width(), window.height());
         window.close();

@@ -377,7 +377,7 @@ const std::map<std::string, void (*)(const fs::path&)> kSamples = {
 
 int run(std::vector<std::string> words) {
     documentsOnly = std::erase(words, "--documents") > 0;
-    if (words.empty()) {
+    if (words.empty() || words[0].starts_with('-')) {
         std::fputs("usage: make_samples [--documents] FOLDER [NAME...]\n", stderr);
         return 2;
     }
