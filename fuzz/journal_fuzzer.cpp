@@ -21,6 +21,7 @@ std::string rewritten(const capture::JournalContent& content) {
     std::string text = capture::journalLine::header() + capture::journalLine::start(content.info, content.geometry);
     if (content.session) text += capture::journalLine::session(content.session->t0Host, content.session->t0Media);
     if (content.webcamFirstPicture) text += capture::journalLine::webcam(*content.webcamFirstPicture);
+    if (content.info.pointerKnown) text += capture::journalLine::pointer(*content.info.pointerKnown);
     for (const auto& each : content.pointer.events) text += capture::journalLine::event(each);
     for (const auto& each : content.pointer.cursorImages) text += capture::journalLine::shape(each);
     for (const auto& each : content.pointer.cursorChanges) text += capture::journalLine::cursorChange(each);
