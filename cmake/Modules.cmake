@@ -2,6 +2,9 @@
 
 # One static library for each folder below src, with the tests that stand beside its code.
 
+# Half of the time that sanitized builds take.
+option(LUMI_UNITY "Compile the sources of a folder as one" OFF)
+
 # Flags that all of our own code is built with.
 add_library(lumi_options INTERFACE)
 target_compile_features(lumi_options INTERFACE cxx_std_20)
@@ -11,6 +14,8 @@ target_compile_options(lumi_options INTERFACE
   # GCC 12 sees overlaps in std::string's operator+ that are not there (GCC bug 105651), and behind precompiled headers
   # it no longer keeps two more findings in the same place to itself.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict$<SEMICOLON>-Wno-stringop-overflow$<SEMICOLON>-Wno-array-bounds>
+  # What the macros of PipeWire's and systemd's headers are made of.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-statement-expression$<SEMICOLON>-Wno-c99-extensions>
   # Some libraries ask for it, and precompiled headers want the same flags everywhere.
   -pthread
   # Fused multiply-add would make results depend on the machine.
@@ -23,9 +28,41 @@ if(LUMI_SANITIZE)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(lumi_options INTERFACE -fsanitize=${LUMI_SANITIZE})
 endif()
+if(LUMI_UNITY)
+  # A local may have the name of another source's own.
+  target_compile_options(lumi_options INTERFACE -Wno-shadow)
+endif()
 if(LUMI_FUZZERS)
   target_compile_options(lumi_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+
+# A source whose own names others of its folder have, too, is compiled alone.
+set(LUMI_SOURCES_APART
+  app/app_delegate app/windows/recordings_window capture/recording/recorder capture/recording/webcam_recorder
+  cli/verbs/.*_verb editor/idle_dialog editor/session/edit_session imaging/painting/painter imaging/painting/.*kernels
+  imaging/pixel_buffer media/reading/picture_decoder media/reading/sound_decoder media/region/region_coder media/region/region_planner
+  media/writing/video_encoder platform/pipewire/.* platform/pulse/.* platform/wayland/portal_shortcut
+  playback/frame_seeker render/overview/small_pictures ui/colour_well ui/segmented_control ui/value_slider
+  base/interval_test edit/frame_rounding_test edit/pointer_rests_test edit/studio_layout_test editor/preview/preview_layout_test
+  editor/timeline/strip_selection_test editor/timeline/timeline_strip_layout_test imaging/painting/painting_test
+  imaging/picture_test media/loudness/true_peak_limiter_test media/reading/sound_reading_test
+  media/region/rate_control_test media/region/region_planner_test media/writing/fragmented_movie_test model/look_test model/pointer_track_test
+  model/project_document_test model/project_settings_test platform/x11/x11_excluded_windows_test render/partly_painted_export_test)
+list(JOIN LUMI_SOURCES_APART "|" LUMI_SOURCES_APART)
+function(lumi_unity target sources)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ${LUMI_UNITY} UNITY_BUILD_MODE GROUP)
+  set(count 0)
+  foreach(source IN LISTS sources)
+    if(source MATCHES "^${PROJECT_SOURCE_DIR}/src/" AND NOT source MATCHES "/src/(${LUMI_SOURCES_APART})[.]cpp$")
+      # More in one would leave a processor without work at the end.
+      math(EXPR part "${count} / 12")
+      math(EXPR count "${count} + 1")
+      get_filename_component(folder ${source} DIRECTORY)
+      string(MAKE_C_IDENTIFIER "${folder}_${part}" group)
+      set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${group})
+    endif()
+  endforeach()
+endfunction()
 
 # What most sources include, compiled once. Sources include what they need nevertheless: the debug preset builds without.
 option(LUMI_PRECOMPILED_HEADERS "Compile the headers that most sources include once" ON)
@@ -79,6 +116,7 @@ function(lumi_test_binary name)
     endforeach()
   endif()
   lumi_test_options(${name})
+  lumi_unity(${name} "${ARG_SOURCES}")
   lumi_precompiled(${name} lumi_test_support)
   target_link_libraries(${name} PRIVATE lumi_options lumi_test_support ${ARG_LINKS})
   set(lists ${name}_tests)
@@ -133,6 +171,7 @@ function(lumi_module name)
   list(FILTER test_sources INCLUDE REGEX "_test\\.cpp$")
   list(FILTER sources EXCLUDE REGEX "_(test|bench|main)\\.cpp$")
   add_library(lumi_${name} STATIC ${sources})
+  lumi_unity(lumi_${name} "${sources}")
   target_sources(lumi_${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
   lumi_layer_links(${folder} links)

@@ -26,7 +26,7 @@ std::vector<Interval> keptSegments(const TrimRange& trim, std::vector<model::Cut
     std::vector<Interval> segments;
     double cursor = trim.start;
     for (const model::CutRange& cut : cuts) {
-        const Interval removed = intersection({cut.start, cut.end}, {trim.start, trim.end});
+        const Interval removed = intersection(Interval{cut.start, cut.end}, {trim.start, trim.end});
         if (removed.isEmpty()) continue;
         if (cursor + kSliver < removed.start) segments.push_back({cursor, removed.start});
         cursor = std::max(cursor, removed.end);

@@ -186,7 +186,7 @@ class RowPainter final : public QStyledItemDelegate {
 
 }  // namespace
 
-RecordingsView::RecordingsView(RecordingsModel& model, QWidget* parent) : QTreeView(parent), model_(model) {
+RecordingsView::RecordingsView(RecordingsModel& model, QWidget* parent) : QTreeView(parent) {
     setObjectName("recordingsList");
     setAccessibleName("Aufnahmen");
     setModel(&model);

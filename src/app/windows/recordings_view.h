@@ -23,9 +23,6 @@ class RecordingsView final : public QTreeView {
   protected:
     void drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void changeEvent(QEvent* event) override;
-
-  private:
-    const RecordingsModel& model_;
 };
 
 }  // namespace lumivastor::app

@@ -66,7 +66,7 @@ class RandomRecipes {
         samples->all.resize(static_cast<std::size_t>(width * height + 2 * half * halfHeight));
         const bool noise = between(0, 1) == 0;
         for (std::size_t i = 0; i < samples->all.size(); ++i) {
-            samples->all[i] = static_cast<std::uint8_t>(noise ? between(16, 235) : 60 + i % 7 * 20);
+            samples->all[i] = static_cast<std::uint8_t>(noise ? between(16, 235) : 60 + static_cast<int>(i % 7) * 20);
         }
         std::uint8_t* at = samples->all.data();
         const YuvEncoding encoding{between(0, 2) == 0 ? YuvMatrix::bt601 : YuvMatrix::bt709,

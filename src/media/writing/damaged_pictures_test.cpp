@@ -35,7 +35,7 @@ class KeepingEncoder final : public PictureEncoder {
                 std::int64_t ticks, const PacketConsumer& consume) override {
         check_({picture, damage});
         kept_.push_back(picture);
-        while (random_() % 3 != 0 && !kept_.empty()) kept_.erase(kept_.begin() + random_() % kept_.size());
+        while (random_() % 3 != 0 && !kept_.empty()) kept_.erase(kept_.begin() + static_cast<int>(random_() % kept_.size()));
         encoder_.encode(picture, damage, ticks, consume);
     }
     void repeat(std::int64_t ticks, const PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
@@ -89,7 +89,8 @@ struct Size {
 class DamagedPictures : public testing::TestWithParam<Size> {};
 
 TEST_P(DamagedPictures, AreConvertedAsIfWhole) {
-    const auto [width, height] = GetParam();
+    const int width = GetParam().width;
+    const int height = GetParam().height;
     const TemporaryFolder folder;
     std::mt19937 random(7);
     const auto pick = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };

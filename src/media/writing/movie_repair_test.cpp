@@ -286,7 +286,7 @@ class FileSizeLimit {
 };
 
 TEST_P(EitherRecording, WhereNoMoreFitsTheWriterSaysSoAndTheFileEndsWhole) {
-    for (const rlim_t limit : {150000, 170000, 190000, 200000, 210000}) {
+    for (const rlim_t limit : {150000U, 170000U, 190000U, 200000U, 210000U}) {
         const TemporaryFolder folder;
         LiveMovieOptions made = options();
         made.pictureTicks = steadyTicks(600, 30);

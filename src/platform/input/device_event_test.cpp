@@ -32,9 +32,9 @@ TEST(DeviceEvent, ButtonsHaveTheirNumbersAndTimes) {
 }
 
 TEST(DeviceEvent, KeysOfAMouseAreNoButtons) {
-    for (const std::uint32_t code : {KEY_A, KEY_LEFTCTRL, KEY_VOLUMEUP, BTN_0, BTN_TOUCH, BTN_TOOL_FINGER}) {
+    for (const int code : {KEY_A, KEY_LEFTCTRL, KEY_VOLUMEUP, BTN_0, BTN_TOUCH, BTN_TOOL_FINGER}) {
         DeviceEvent event;
-        event.code = code;
+        event.code = static_cast<std::uint32_t>(code);
         event.isPressed = true;
         EXPECT_EQ(rawEvent(event), std::nullopt) << code;
     }
