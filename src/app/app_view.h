@@ -61,6 +61,9 @@ class AppView {
     virtual void showRecordingPanel(const std::optional<platform::Display>& display,
                                     std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) = 0;
     virtual void setRecordingPanelTime(const std::string& time) = 0;
+    /// Shows a sentence of warning while recording, in the panel and at the status item; empty for none. It is gone
+    /// with them.
+    virtual void setRecordingHint(const std::string& sentence) = 0;
     virtual void removeRecordingPanel() = 0;
 
     /// Lets the user choose one folder, starting in `start`. nullopt if cancelled.

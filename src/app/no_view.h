@@ -39,6 +39,7 @@ class NoView final : public AppView {
     void showRecordingPanel(const std::optional<platform::Display>&, std::shared_ptr<capture::WebcamPreview>,
                             bool) override {}
     void setRecordingPanelTime(const std::string&) override {}
+    void setRecordingHint(const std::string&) override {}
     void removeRecordingPanel() override {}
     void askForFolder(const std::string&, const std::filesystem::path&,
                       std::function<void(std::optional<std::filesystem::path>)>) override {}

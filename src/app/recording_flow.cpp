@@ -411,6 +411,7 @@ void RecordingFlow::running() {
     awake_ = services_.sleep.inhibit("Eine Bildschirmaufnahme läuft.");
     offerStop();
     if (leavesOwnWindowsOut()) view_->hideMainWindow();
+    hints_.clear();
     view_->installStatusItem("⏺ 0:00");
     if (leavesOwnWindowsOut()) {
         view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
@@ -442,6 +443,16 @@ void RecordingFlow::tick() {
     const std::string time = elapsedText(stats.duration);
     view_->setStatusItemTitle("⏺ " + time);
     view_->setRecordingPanelTime(time);
+    // What is wrong while it can still be helped; the most urgent first, empty sentences for what is fine.
+    showHints({});
+}
+
+void RecordingFlow::showHints(const std::vector<std::string>& sentences) {
+    std::string hints;
+    for (const std::string& sentence : sentences) {
+        if (!sentence.empty()) hints += (hints.empty() ? "" : "\n") + sentence;
+    }
+    if (std::exchange(hints_, hints) != hints) view_->setRecordingHint(hints);
 }
 
 void RecordingFlow::streamFailed(const RecorderError& error) {

@@ -146,6 +146,7 @@ class RecordingFlow {
     void offerStop();
     void running();
     void tick();
+    void showHints(const std::vector<std::string>& sentences);
     void streamFailed(const RecorderError& error);
     void note(const std::string& sentence);
     void finished(const capture::RecordingJob::Outcome& outcome);
@@ -179,6 +180,7 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> countdownTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
+    std::string hints_;  // shown while recording
     Lifetime lifetime_;
     bool shortcutIsSettled_ = false;  // the desktop was asked for one; not on desktops that list what can be recorded
     std::shared_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed

@@ -66,6 +66,7 @@ class RecordedView final : public app::AppView {
     void showRecordingPanel(const std::optional<platform::Display>& display,
                             std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
     void setRecordingPanelTime(const std::string& time) override { calls.push_back("time " + time); }
+    void setRecordingHint(const std::string& sentence) override { calls.push_back("hint " + sentence); }
     void removeRecordingPanel() override { calls.emplace_back("removePanel"); }
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;

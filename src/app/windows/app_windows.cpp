@@ -295,6 +295,11 @@ void AppWindows::setRecordingPanelTime(const std::string& time) {
     if (recordingPanel_) recordingPanel_->setTime(QString::fromStdString(time));
 }
 
+void AppWindows::setRecordingHint(const std::string& sentence) {
+    if (recordingPanel_) recordingPanel_->setHint(QString::fromStdString(sentence));
+    if (statusItem_) statusItem_->setHint(QString::fromStdString(sentence));
+}
+
 void AppWindows::removeRecordingPanel() {
     if (!recordingPanel_) return;
     recordingPanel_->hide();

@@ -69,6 +69,7 @@ class AppWindows final : public QObject, public AppView {
     void showRecordingPanel(const std::optional<platform::Display>& display,
                             std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
     void setRecordingPanelTime(const std::string& time) override;
+    void setRecordingHint(const std::string& sentence) override;
     void removeRecordingPanel() override;
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;

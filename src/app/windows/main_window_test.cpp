@@ -163,6 +163,32 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     expectNothingIsCutOff(withCamera);
 }
 
+TEST_P(MainWindowTest, ThePanelGrowsForAWarningAndItsButtonStaysWhereItIs) {
+    RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
+    panel.setVisible(true);
+    const auto* const stop = panel.findChild<QPushButton*>("panelStopButton");
+    const auto* const hint = panel.findChild<QLabel*>("recordingHint");
+    const QRect bare = panel.geometry();
+    const QPoint place = stop->mapToGlobal(QPoint());
+    EXPECT_FALSE(hint->isVisible());
+    for (const char* sentence : {"Noch Platz für 12 Minuten.",
+                                 "Bilder gehen verloren (8 %): der Encoder kommt nicht nach. 30 Bilder pro Sekunde "
+                                 "oder ein Ausschnitt helfen."}) {
+        panel.setHint(sentence);
+        EXPECT_EQ(hint->text(), sentence);
+        EXPECT_EQ(hint->property("announced"), sentence);
+        EXPECT_TRUE(hint->isVisible());
+        expectNothingIsCutOff(panel);
+        EXPECT_EQ(panel.geometry().bottomRight(), bare.bottomRight());
+        EXPECT_EQ(stop->mapToGlobal(QPoint()), place);
+        EXPECT_FALSE(hint->geometry().intersects(stop->geometry()));
+    }
+    panel.setHint("");
+    EXPECT_FALSE(hint->isVisible());
+    EXPECT_EQ(panel.geometry(), bare);
+    EXPECT_EQ(stop->mapToGlobal(QPoint()), place);
+}
+
 TEST_P(MainWindowTest, ThePanelPromisesTheShortcutOnlyWhereThereIsOne) {
     QScreen& screen = *QGuiApplication::primaryScreen();
     const auto promise = [&](bool hasShortcut) {

@@ -7,11 +7,13 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "app/windows/camera_view.h"
 #include "platform/backends/desktop_backend.h"
+#include "ui/accessible.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
 
@@ -21,6 +23,8 @@ namespace {
 
 constexpr double kScreenMargin = 24;
 constexpr int kButtonType = 12;  // in pixels
+constexpr int kHintWidth = 280;
+constexpr int kHintMargin = 12;
 
 QColor night(double alpha) {
     return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
@@ -128,7 +132,8 @@ void CountdownWindow::setNumber(int number) {
 RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
                                std::function<void()> stop)
     : FloatingPanel(grown(preview ? QSize(254, 60) : QSize(190, 44)), {.background = night(0.92), .radius = 12}),
-      time_(new ui::DigitLabel(this)) {
+      time_(new ui::DigitLabel(this)),
+      hint_(new QLabel(this)) {
     setObjectName("recordingPanel");
     setWindowTitle("LumiVastor – Aufnahme läuft");
     const int middle = preview ? 30 : 22;
@@ -148,6 +153,11 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::W
     auto* button = panelButton("Stopp", "panelStopButton", this, std::move(stop));
     button->setToolTip(hasShortcut ? "Aufnahme stoppen (Strg+Alt+Umschalt+S)" : "Aufnahme stoppen");
     button->setGeometry(grown(QRect(right - 84, middle - 14, 72, 28)));
+    hint_->setObjectName("recordingHint");
+    hint_->setStyleSheet(pixelType(12) + " color: #FFB454;");
+    hint_->setWordWrap(true);
+    hint_->hide();
+    ui::makeStatusLine(*hint_);
     const QRect free = screen.availableGeometry();
     move(free.x() + free.width() - width() - static_cast<int>(kScreenMargin),
          free.y() + free.height() - height() - static_cast<int>(kScreenMargin));
@@ -155,6 +165,30 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::W
 
 void RecordingPanel::setTime(const QString& time) {
     time_->setText(time);
+}
+
+void RecordingPanel::setHint(const QString& sentence) {
+    if (hint_->text() == sentence) return;
+    hint_->setText(sentence);
+    hint_->setVisible(!sentence.isEmpty());
+    const QSize bare = size() - hintRoom_;
+    QSize room{0, 0};
+    if (!sentence.isEmpty()) {
+        const int margin = grown(kHintMargin);
+        const int width = std::max(bare.width(), grown(kHintWidth) + 2 * margin);
+        const int height = hint_->heightForWidth(width - 2 * margin);
+        hint_->setGeometry(margin, margin, width - 2 * margin, height);
+        room = {width - bare.width(), margin + height};
+    }
+    const QPoint by(room.width() - hintRoom_.width(), room.height() - hintRoom_.height());
+    for (QWidget* const part : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (part != hint_) part->move(part->pos() + by);
+    }
+    hintRoom_ = room;
+    grip_ += by;
+    setFixedSize(bare + room);
+    move(pos() - by);
+    ui::announce(*hint_);
 }
 
 void RecordingPanel::mousePressEvent(QMouseEvent* event) {

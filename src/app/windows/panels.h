@@ -54,7 +54,8 @@ class CountdownWindow final : public FloatingPanel {
     QLabel* label_;
 };
 
-/// Shown during a recording: its time, a stop button, and the webcam if it is recorded. Can be dragged.
+/// Shown during a recording: its time, a stop button, the webcam if it is recorded, and above them a sentence of
+/// warning. Can be dragged.
 class RecordingPanel final : public FloatingPanel {
   public:
     /// Placed at the lower right of the screen's available area. `preview` may be null. `hasShortcut`: a key
@@ -63,6 +64,9 @@ class RecordingPanel final : public FloatingPanel {
                    std::function<void()> stop);
 
     void setTime(const QString& time);
+    /// Grows up and to the left for a sentence of warning, so that everything else stays where it is on the screen.
+    /// Empty for none.
+    void setHint(const QString& sentence);
 
   protected:
     // Dragging is implemented here, because no window manager moves this window.
@@ -71,7 +75,9 @@ class RecordingPanel final : public FloatingPanel {
 
   private:
     ui::DigitLabel* time_;
-    QPoint grip_;  // the mouse position in the panel during a drag
+    QLabel* hint_;
+    QSize hintRoom_{0, 0};  // what the panel is larger by
+    QPoint grip_;           // the mouse position in the panel during a drag
 };
 
 /// Shown before a region is chosen, so that the user can arrange windows first.

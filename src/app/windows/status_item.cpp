@@ -12,6 +12,7 @@ namespace lumivastor::app {
 namespace {
 
 const QColor kRed(0xFF, 0x45, 0x3A);
+constexpr const char* kToolTip = "Aufnahme stoppen";
 
 QPixmap drawing(int side, const QString& time) {
     QPixmap picture(side, side);
@@ -49,7 +50,7 @@ QIcon recordingIcon(const QString& time) {
 
 StatusItem::StatusItem(const QString& title, const std::function<void()>& stop) : menu_(std::make_unique<QMenu>()) {
     setTitle(title);
-    icon_.setToolTip("Aufnahme stoppen");
+    icon_.setToolTip(kToolTip);
     QObject::connect(menu_->addAction("Aufnahme stoppen"), &QAction::triggered, &icon_, [stop] { stop(); });
     icon_.setContextMenu(menu_.get());
     QObject::connect(&icon_, &QSystemTrayIcon::activated, &icon_, [stop](QSystemTrayIcon::ActivationReason reason) {
@@ -62,6 +63,10 @@ StatusItem::~StatusItem() = default;
 
 void StatusItem::setTitle(const QString& title) {
     icon_.setIcon(recordingIcon(timeIn(title)));
+}
+
+void StatusItem::setHint(const QString& sentence) {
+    icon_.setToolTip(sentence.isEmpty() ? QString(kToolTip) : sentence + "\n" + kToolTip);
 }
 
 }  // namespace lumivastor::app

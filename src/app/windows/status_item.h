@@ -27,6 +27,8 @@ class StatusItem {
     ~StatusItem();
 
     void setTitle(const QString& title);
+    /// Adds a sentence of warning to the tool tip; empty for none.
+    void setHint(const QString& sentence);
     QSystemTrayIcon& icon() { return icon_; }
 
   private:
