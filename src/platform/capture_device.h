@@ -22,6 +22,13 @@ struct CaptureDevice {
     bool isExternal = false;
     /// Sound channels of the active format; 0 when unknown or without sound.
     int channels = 0;
+    /// The hardware behind it: a path below /sys/devices; empty when unknown.
+    std::string place = {};
+    /// For preferences: stays the same when the device is plugged in again. Empty: the id does.
+    std::string lasting = {};
+
+    const std::string& lastingId() const { return lasting.empty() ? id : lasting; }
+    bool operator==(const CaptureDevice&) const = default;
 };
 
 /// A picture from a device.

@@ -16,7 +16,7 @@ constexpr double kConnectSeconds = 3;
 constexpr double kProbeSeconds = 1;
 
 std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, PipeWireAudioInputStream::Kind kind,
-                                                  int sampleRate, int channels) {
+                                                  const platform::InputChoice& choice, int sampleRate, int channels) {
     platform::ClockDriftCorrector::Options options;
     options.sampleRate = sampleRate;
     options.channels = channels;
@@ -24,14 +24,15 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, Pip
     options.jitterSeconds = 0.0005;
     options.gapSeconds = 0.01;
     options.settleSeconds = 0.1;
-    const auto channelsAtStart = [remote] {
+    const auto channelsAtStart = [remote, choice] {
         const PipeWireConnection connection(remote, kConnectSeconds);
-        const auto found = defaultMicrophone(connection);
+        const auto found = chosenMicrophone(connection, choice);
         if (!found) throw RecorderError("Kein Mikrofon gefunden.");
         return microphoneChannels(*found);
     };
-    const auto open = [remote, kind, sampleRate](platform::ClockDriftCorrector& corrector) {
-        return std::make_unique<PipeWireAudioInputStream>(remote, kind, sampleRate, corrector.channels(), corrector);
+    const auto open = [remote, kind, choice, sampleRate](platform::ClockDriftCorrector& corrector) {
+        return std::make_unique<PipeWireAudioInputStream>(remote, kind, choice, sampleRate, corrector.channels(),
+                                                          corrector);
     };
     return std::make_unique<platform::LiveSoundSource>(options, open, channelsAtStart);
 }
@@ -41,11 +42,16 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, Pip
 PipeWireSoundSystem::PipeWireSoundSystem(std::string remote) : remote_(std::move(remote)) {}
 
 std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::systemAudio(int sampleRate, int channels) {
-    return makeSource(remote_, PipeWireAudioInputStream::Kind::systemAudio, sampleRate, channels);
+    return makeSource(remote_, PipeWireAudioInputStream::Kind::systemAudio, {}, sampleRate, channels);
 }
 
 std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::microphone(int sampleRate) {
-    return makeSource(remote_, PipeWireAudioInputStream::Kind::microphone, sampleRate, 0);
+    return input(sampleRate, {});
+}
+
+std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::input(int sampleRate,
+                                                                  const platform::InputChoice& choice) {
+    return makeSource(remote_, PipeWireAudioInputStream::Kind::microphone, choice, sampleRate, 0);
 }
 
 std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() {
@@ -57,6 +63,19 @@ std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() 
     } catch (const RecorderError&) {
         return std::nullopt;
     }
+}
+
+std::vector<platform::CaptureDevice> PipeWireSoundSystem::microphones() {
+    std::vector<platform::CaptureDevice> found;
+    try {
+        const PipeWireConnection connection(remote_, kConnectSeconds);
+        for (const PipeWireConnection::Node& node : connection.nodes()) {
+            if (isMicrophone(node)) found.push_back({node.name, node.description, false, microphoneChannels(node)});
+        }
+    } catch (const RecorderError&) {
+        // Without a server there are none.
+    }
+    return found;
 }
 
 bool PipeWireSoundSystem::hasSound() const {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
@@ -19,28 +20,35 @@ constexpr double kFragmentSeconds = 0.02;
 
 }  // namespace
 
-PulseAudioInputStream::PulseAudioInputStream(const std::string& server, Kind kind, int sampleRate, int channels,
-                                             platform::ClockDriftCorrector& corrector)
+PulseAudioInputStream::PulseAudioInputStream(const std::string& server, Kind kind, platform::InputChoice choice,
+                                             int sampleRate, int channels, platform::ClockDriftCorrector& corrector)
     : connection_(server, kConnectSeconds),
       kind_(kind),
+      choice_(std::move(choice)),
       sampleRate_(sampleRate),
       channels_(channels),
       corrector_(corrector) {
     isPipeWire_ = connection_.server().isPipeWire;
-    connection_.watchServer([this] { defaultsMayHaveChanged_ = true; });
-    device_ = defaultDevice();
+    connection_.watchServer([this] { sourcesMayHaveChanged_ = true; });
+    device_ = wantedDevice();
     connect();
+    updateState();
 }
 
 PulseAudioInputStream::~PulseAudioInputStream() = default;
 
-std::string PulseAudioInputStream::defaultDevice() {
+std::string PulseAudioInputStream::wantedDevice() {
     const PulseConnection::Server server = connection_.server();
     if (kind_ == Kind::systemAudio) {
         // By its name: PipeWire 0.3.65 takes @DEFAULT_MONITOR@ for the microphone.
         const auto monitor = server.defaultSink.empty() ? std::nullopt : connection_.monitor(server.defaultSink);
         if (!monitor) throw RecorderError("Es gibt keine Tonausgabe, die aufgenommen werden könnte.");
         return *monitor;
+    }
+    if (!choice_.id.empty()) {
+        const auto chosen = connection_.source(choice_.id);
+        if (chosen) return chosen->name;
+        if (choice_.only) throw RecorderError("Der Toneingang ist nicht mehr angeschlossen.");
     }
     const auto source = server.defaultSource.empty() ? std::nullopt : connection_.source(server.defaultSource);
     // Without a microphone the server's default source is a monitor.
@@ -55,7 +63,9 @@ void PulseAudioInputStream::connect() {
 
     // Another device, or one that slept: latencies are other ones from here on.
     const auto begunAnew = [](pa_stream*, void* data) {
-        static_cast<PulseAudioInputStream*>(data)->corrector_.restart();
+        auto& self = *static_cast<PulseAudioInputStream*>(data);
+        self.corrector_.restart();
+        self.sourcesMayHaveChanged_ = true;
     };
     pa_stream_set_moved_callback(stream_.get(), begunAnew, this);
     pa_stream_set_suspended_callback(stream_.get(), begunAnew, this);
@@ -111,14 +121,28 @@ platform::AudioInputStream::State PulseAudioInputStream::run(double seconds) {
     connection_.run(seconds);
     if (!connection_.isAlive() || PA_STREAM_IS_GOOD(pa_stream_get_state(stream_.get())) == 0) return State::gone;
     read();
-    if (!defaultsMayHaveChanged_) return State::running;
-    defaultsMayHaveChanged_ = false;
-    return isFollowing() ? State::running : State::changed;
+    if (!std::exchange(sourcesMayHaveChanged_, false)) return State::running;
+    if (!isFollowing()) return State::changed;
+    updateState();
+    return State::running;
+}
+
+void PulseAudioInputStream::updateState() {
+    if (kind_ != Kind::microphone) return;
+    const char* const present = pa_stream_get_device_name(stream_.get());
+    if (present == nullptr) return;
+    try {
+        if (const auto source = connection_.source(present)) {
+            state_ = {source->name, source->description, source->isMuted, source->isMonitor};
+        }
+    } catch (const RecorderError&) {
+        // The server is about to go, which the next `run` finds out.
+    }
 }
 
 bool PulseAudioInputStream::isFollowing() {
     try {
-        return defaultDevice() == device_;
+        return wantedDevice() == device_;
     } catch (const RecorderError&) {
         // There is no default device any more. The present stream continues as long as it lives.
         return true;
