@@ -46,7 +46,12 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
                      ended_.check(folder);
                      openEditor(folder);
                  },
-             .grantChanged = [this] { grantChanged(); }}) {
+             .grantChanged = [this] { grantChanged(); }}),
+      inputs_(services_, window_,
+              {.cameraChanged = [this] { cameraChanged(); },
+               .devicesChanged = [this] { reloadDevices(); },
+               .isRecording = [this] { return flow_.hasRecorder(); },
+               .readyText = [this] { return readyText(); }}) {
     window_.update([&](MainWindowState& state) {
         state.choices.autoZoom = services_.preferences.autoZoomsEnabled().value_or(true);
     });
@@ -61,6 +66,7 @@ void AppDelegate::applicationDidFinishLaunching(const CommandSwitches& switches)
     capture::DeviceRecorder::enableScreenCaptureDevices();
     view_->showMainWindow();
     refreshSources();
+    inputs_.begin();
     lookForInterrupted();
     if (switches.openEditor) {
         launchTimers_.push_back(after(services_.mainLoop, kOpenEditorSeconds,
@@ -175,6 +181,24 @@ void AppDelegate::applySources(const std::variant<SourceLists, RecorderError>& a
     openScreenRecordingSettings();
 }
 
+// A capture card that comes or goes. What is chosen stays chosen.
+void AppDelegate::reloadDevices() {
+    sourceQueue_.async([this] {
+        onMain([this, devices = capture::DeviceRecorder::availableDevices(services_.devices)] {
+            if (devices == lists_.devices) return;
+            const bool isShown = window_.choices().sourceType == SourceType::device;
+            const auto before = chosen(lists_.devices, window_.choices().sourceIndex);
+            lists_.devices = devices;
+            if (!isShown || flow_.isActive()) return;
+            fillSourcePopup();
+            const auto found = before ? std::find(devices.begin(), devices.end(), *before) : devices.end();
+            if (found == devices.end()) return;
+            setChoice(
+                [&](MainWindowChoices& choices) { choices.sourceIndex = static_cast<int>(found - devices.begin()); });
+        });
+    });
+}
+
 void AppDelegate::tryEncoders(const std::vector<platform::Display>& displays) {
     // Only once, because later a recording may run.
     if (displays.empty() || encodersTried_ || flow_.isActive()) return;
@@ -258,11 +282,13 @@ void AppDelegate::fpsSelected(int index) {
 
 void AppDelegate::systemAudioToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.systemAudio = on; });
+    inputs_.boxToggled();
 }
 
 void AppDelegate::microphoneToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.microphone = on; });
     window_.withdrawHint(Hint::microphone, readyText());
+    inputs_.boxToggled();
 }
 
 void AppDelegate::autoZoomToggled(bool on) {
@@ -280,6 +306,12 @@ void AppDelegate::webcamToggled(bool on) {
     }
     if (!flow_.isActive()) opening_.begin(kOpeningCamera);
     access_.requestCamera([this](Access access) { cameraAnswered(access); });
+}
+
+void AppDelegate::cameraChanged() {
+    if (!window_.choices().webcam || flow_.isActive()) return;
+    flow_.stopCameraPreview();
+    flow_.startCameraPreview();
 }
 
 void AppDelegate::cameraAnswered(Access access) {

@@ -13,6 +13,7 @@
 #include "app/app_services.h"
 #include "app/app_view.h"
 #include "app/ended_recording.h"
+#include "app/input_devices.h"
 #include "app/interrupted_recordings.h"
 #include "app/main_window_model.h"
 #include "app/opening_status.h"
@@ -70,6 +71,10 @@ class AppDelegate {
     void microphoneToggled(bool on);
     void autoZoomToggled(bool on);
     void webcamToggled(bool on);
+    void microphoneSelected(int index) { inputs_.microphoneSelected(index); }
+    void cameraSelected(int index) { inputs_.cameraSelected(index); }
+    /// Whether the user can see the main window.
+    void mainWindowShown(bool isShown) { inputs_.windowShown(isShown); }
 
     // What the user does.
     void toggleRecording();
@@ -102,6 +107,8 @@ class AppDelegate {
     void grantChanged();
     SourcePopup presentPopup() const;
     void reloadDisplays();
+    void cameraChanged();
+    void reloadDevices();
     void applySources(const std::variant<SourceLists, RecorderError>& answer);
     void fillSourcePopup();
     void showPopup(const SourcePopup& popup);
@@ -140,6 +147,7 @@ class AppDelegate {
     DeviceAccess access_;
     EndedRecording ended_{services_, window_};
     RecordingFlow flow_;
+    InputDevices inputs_;
     std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
     editor::SecondAttempt closing_;  // while a check video is written
     std::unique_ptr<MainLoop::Timer> closingTimer_;

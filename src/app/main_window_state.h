@@ -28,7 +28,7 @@ struct MainWindowChoices {
 };
 
 /// The kind of a notice; at most one of each, shown in this order.
-enum class NoticeKind { recording, checkVideo, interrupted, update };
+enum class NoticeKind { recording, microphone, checkVideo, interrupted, update };
 
 /// A message above the status, perhaps with an action.
 struct Notice {
@@ -48,12 +48,22 @@ struct Countdown {
     bool operator==(const Countdown&) const = default;
 };
 
+/// The devices beside a box.
+struct DevicePopup {
+    std::vector<std::string> items;
+    int index = 0;
+
+    bool operator==(const DevicePopup&) const = default;
+};
+
 /// Everything that the main window shows.
 struct MainWindowState {
     MainWindowChoices choices;
     std::vector<std::string> sourceItems;
     /// Where the desktop's own dialog chooses: the label of the button that opens it, in place of the pop-up.
     std::optional<std::string> chooseTitle;
+    DevicePopup microphones;
+    DevicePopup cameras;
     std::string status = "Bereit.";
     std::map<NoticeKind, Notice> notices;
     std::string recordTitle = "Aufnahme starten";

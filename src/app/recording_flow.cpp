@@ -314,7 +314,9 @@ void RecordingFlow::prepare(const Subject& subject) {
         state.recordEnabled = false;
         state.controlsEnabled = false;
         state.notices.erase(NoticeKind::recording);
+        state.notices.erase(NoticeKind::microphone);
     });
+    microphone_ = {};
     runCountdown(kCountdownFrom, [this] { startRecorder(); });
 }
 
@@ -444,7 +446,22 @@ void RecordingFlow::tick() {
     view_->setStatusItemTitle("⏺ " + time);
     view_->setRecordingPanelTime(time);
     // What is wrong while it can still be helped; the most urgent first, empty sentences for what is fine.
-    showHints({});
+    showHints({microphoneLine(stats.duration)});
+}
+
+std::string RecordingFlow::microphoneLine(double elapsed) {
+    if (!window_.choices().microphone) return {};
+    if (const auto news = microphone_.take(services_.soundBoard->microphone(services_.hostClock()), elapsed)) {
+        Log::write(logCategory(), *news);
+        noteMicrophone();
+    }
+    return microphone_.hint();
+}
+
+void RecordingFlow::noteMicrophone() {
+    const std::string summary = microphone_.summary();
+    if (summary.empty()) return;
+    window_.update([&](MainWindowState& state) { state.notices[NoticeKind::microphone] = {summary, ""}; });
 }
 
 void RecordingFlow::showHints(const std::vector<std::string>& sentences) {
@@ -475,6 +492,8 @@ void RecordingFlow::stop() {
     if (phase_ != Phase::recording) return;
     phase_ = Phase::finishing;
     tickTimer_.reset();
+    microphoneLine(recorder_->snapshot().duration);
+    noteMicrophone();
     releaseShortcut();
     stopOffer_.reset();
     view_->removeStatusItem();

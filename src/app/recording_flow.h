@@ -18,6 +18,7 @@
 #include "app/source_choice.h"
 #include "app/view_in_force.h"
 #include "base/lifetime.h"
+#include "capture/microphone_remarks.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording/recording_job.h"
 
@@ -146,6 +147,9 @@ class RecordingFlow {
     void offerStop();
     void running();
     void tick();
+    /// What the microphone's line says now; notes what it has not said before.
+    std::string microphoneLine(double elapsed);
+    void noteMicrophone();
     void showHints(const std::vector<std::string>& sentences);
     void streamFailed(const RecorderError& error);
     void note(const std::string& sentence);
@@ -180,7 +184,8 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> countdownTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
-    std::string hints_;  // shown while recording
+    capture::MicrophoneRemarks microphone_;  // of the running recording
+    std::string hints_;                      // shown while recording
     Lifetime lifetime_;
     bool shortcutIsSettled_ = false;  // the desktop was asked for one; not on desktops that list what can be recorded
     std::shared_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed

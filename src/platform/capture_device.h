@@ -26,6 +26,8 @@ struct CaptureDevice {
     std::string place = {};
     /// For preferences: stays the same when the device is plugged in again. Empty: the id does.
     std::string lasting = {};
+    /// In lists: what the desktop has set as its default.
+    bool isDefault = false;
 
     const std::string& lastingId() const { return lasting.empty() ? id : lasting; }
     bool operator==(const CaptureDevice&) const = default;
@@ -73,6 +75,11 @@ class CaptureDevices {
     virtual ~CaptureDevices() = default;
 
     virtual std::optional<CaptureDevice> defaultCamera() = 0;
+    /// All cameras, the default among them; no capture cards.
+    virtual std::vector<CaptureDevice> cameras() {
+        const auto only = defaultCamera();
+        return only ? std::vector<CaptureDevice>{*only} : std::vector<CaptureDevice>{};
+    }
     virtual std::optional<CaptureDevice> defaultMicrophone() = 0;
     virtual std::vector<CaptureDevice> externalDevices() = 0;
     /// Throws `RecorderError` when the device is gone or cannot be opened.

@@ -95,6 +95,14 @@ class MemoryPreferences final : public app::Preferences {
 
     std::vector<std::filesystem::path> recordingPlaces() const override { return places; }
     void setRecordingPlaces(const std::vector<std::filesystem::path>& now) override { places = now; }
+
+    app::ChosenDevice chosenMicrophone;
+    app::ChosenDevice chosenCamera;
+
+    app::ChosenDevice microphone() const override { return chosenMicrophone; }
+    void setMicrophone(const app::ChosenDevice& device) override { chosenMicrophone = device; }
+    app::ChosenDevice camera() const override { return chosenCamera; }
+    void setCamera(const app::ChosenDevice& device) override { chosenCamera = device; }
 };
 
 /// Counts the holds that keep the machine awake.

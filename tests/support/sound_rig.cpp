@@ -208,10 +208,11 @@ void PluggedMicrophone::plugIn() {
         while (!answer.empty() && answer.back() == '\n') answer.pop_back();
         return answer;
     };
-    if (sink_.empty()) sink_ = number(askSoundServer(address_, {"load-module", "module-null-sink", "sink_name=usbfeed"}));
-    source_ = number(askSoundServer(address_, {"load-module", "module-remap-source", "master=usbfeed.monitor",
-                                               "source_name=usbmic", "channels=1",
-                                               "source_properties=device.description=Funkmikrofon"}));
+    if (sink_.empty())
+        sink_ = number(askSoundServer(address_, {"load-module", "module-null-sink", "sink_name=usbfeed"}));
+    source_ = number(
+        askSoundServer(address_, {"load-module", "module-remap-source", "master=usbfeed.monitor", "source_name=usbmic",
+                                  "channels=1", "source_properties=device.description=Funkmikrofon"}));
 }
 
 void PluggedMicrophone::plugOut() {

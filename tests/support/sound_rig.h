@@ -89,7 +89,7 @@ class PluggedMicrophone {
 
   private:
     std::string address_;
-    std::string sink_;    // the numbers of the server's modules
+    std::string sink_;  // the numbers of the server's modules
     std::string source_;
 };
 

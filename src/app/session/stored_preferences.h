@@ -36,7 +36,20 @@ class StoredPreferences final : public Preferences {
         settings_.setValue("recordingPlaces", texts);
     }
 
+    ChosenDevice microphone() const override { return device("microphone"); }
+    void setMicrophone(const ChosenDevice& device) override { setDevice("microphone", device); }
+    ChosenDevice camera() const override { return device("camera"); }
+    void setCamera(const ChosenDevice& device) override { setDevice("camera", device); }
+
   private:
+    ChosenDevice device(const QString& key) const {
+        return {settings_.value(key).toString().toStdString(), settings_.value(key + "Name").toString().toStdString()};
+    }
+    void setDevice(const QString& key, const ChosenDevice& device) {
+        settings_.setValue(key, QString::fromStdString(device.id));
+        settings_.setValue(key + "Name", QString::fromStdString(device.name));
+    }
+
     QSettings settings_;
 };
 

@@ -103,6 +103,12 @@ MainWindowActions AppWindows::actions() {
     actions.systemAudioToggled = [this](bool on) { delegate_->systemAudioToggled(on); };
     actions.microphoneToggled = [this](bool on) { delegate_->microphoneToggled(on); };
     actions.webcamToggled = [this](bool on) { delegate_->webcamToggled(on); };
+    actions.microphoneSelected = [this](int index) { delegate_->microphoneSelected(index); };
+    actions.cameraSelected = [this](int index) { delegate_->cameraSelected(index); };
+    actions.shown = [this](bool isShown) {
+        if (delegate_ != nullptr) delegate_->mainWindowShown(isShown);
+    };
+    actions.level = options_.level;
     actions.toggleRecording = [this] { delegate_->toggleRecording(); };
     actions.renderCheckVideo = [this] { delegate_->renderCheckVideo(); };
     actions.renderStudioVideo = [this] { delegate_->renderStudioVideo(); };
@@ -288,6 +294,7 @@ void AppWindows::showRecordingPanel(const std::optional<platform::Display>& disp
     QScreen* const screen = display ? screenFor(*display) : nullptr;
     recordingPanel_ = std::make_unique<RecordingPanel>(screen != nullptr ? *screen : mainScreen(), std::move(preview),
                                                        hasShortcut, [this] { delegate_->stopFromStatusItem(); });
+    recordingPanel_->showLevels(options_.level);
     recordingPanel_->orderFront();
 }
 

@@ -33,6 +33,8 @@ class AppWindows final : public QObject, public AppView {
         std::function<void()> checkForUpdates;
         /// The action of the notice about an update.
         std::function<void()> openUpdate;
+        /// What the level meters show.
+        LevelReader level = nullptr;
     };
     explicit AppWindows(Options options);
     ~AppWindows() override;

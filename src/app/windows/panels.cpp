@@ -25,6 +25,10 @@ constexpr double kScreenMargin = 24;
 constexpr int kButtonType = 12;  // in pixels
 constexpr int kHintWidth = 280;
 constexpr int kHintMargin = 12;
+// Of the level meters at the lower edge.
+constexpr int kLevelsRoom = 12;
+constexpr int kLevelStep = 5;
+constexpr int kLevelHeight = 3;
 
 QColor night(double alpha) {
     return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
@@ -165,6 +169,21 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::W
 
 void RecordingPanel::setTime(const QString& time) {
     time_->setText(time);
+}
+
+void RecordingPanel::showLevels(const LevelReader& read) {
+    using Kind = platform::SoundBoard::Kind;
+    const int below = height();
+    setFixedSize(width(), below + grown(kLevelsRoom));
+    move(x(), y() - grown(kLevelsRoom));
+    int row = 0;
+    for (const auto& [kind, name] :
+         {std::pair(Kind::systemAudio, "Pegel des Systemtons"), std::pair(Kind::microphone, "Pegel des Mikrofons")}) {
+        auto* const level = new LevelView(name, kind, read, this);
+        level->setGeometry(grown(kHintMargin), below + grown(kLevelStep) * row++, width() - 2 * grown(kHintMargin),
+                           grown(kLevelHeight));
+        level->show();
+    }
 }
 
 void RecordingPanel::setHint(const QString& sentence) {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 
+#include "app/windows/level_view.h"
 #include "capture/recording/webcam_preview.h"
 
 class QScreen;
@@ -64,6 +65,8 @@ class RecordingPanel final : public FloatingPanel {
                    std::function<void()> stop);
 
     void setTime(const QString& time);
+    /// Shows the levels of what is recorded, along the lower edge: system sound above the microphone.
+    void showLevels(const LevelReader& read);
     /// Grows up and to the left for a sentence of warning, so that everything else stays where it is on the screen.
     /// Empty for none.
     void setHint(const QString& sentence);

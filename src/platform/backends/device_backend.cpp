@@ -91,18 +91,29 @@ class MachineDevices final : public CaptureDevices {
         : sounds_(std::move(sounds)), addresses_(std::move(addresses)) {}
 
     std::optional<CaptureDevice> defaultCamera() override {
-        if (!addresses_.testCamera.empty()) return CaptureDevice{kTestCamera, "Testkamera"};
+        std::vector<CaptureDevice> all = cameras();
+        return all.empty() ? std::nullopt : std::optional(std::move(all.front()));
+    }
+
+    std::vector<CaptureDevice> cameras() override {
+        std::vector<CaptureDevice> found;
+        if (!addresses_.testCamera.empty()) found.push_back({kTestCamera, "Testkamera"});
         const auto isCamera = [](const std::string& description) {
             return !devices::isCaptureCard(description, {}, {});
         };
-        if (auto camera = pipewire::findPipeWireCamera(addresses_.pipeWire, isCamera)) {
-            camera->id = kPipeWire + camera->id;
-            return camera;
+        for (CaptureDevice& camera : pipewire::findPipeWireCameras(addresses_.pipeWire, isCamera)) {
+            camera.id = kPipeWire + camera.id;
+            found.push_back(std::move(camera));
         }
-        for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
-            if (!isExternal(device)) return CaptureDevice{kV4l2 + device.path, device.card};
+        // A camera that PipeWire has is the same one here.
+        const bool hasPipeWire = found.size() > (addresses_.testCamera.empty() ? 0U : 1U);
+        if (!hasPipeWire) {
+            for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
+                if (!isExternal(device)) found.push_back(described(device, false));
+            }
         }
-        return std::nullopt;
+        for (CaptureDevice& each : found) each.isDefault = &each == &found.front();
+        return found;
     }
 
     std::optional<CaptureDevice> defaultMicrophone() override {
@@ -115,7 +126,7 @@ class MachineDevices final : public CaptureDevices {
         std::vector<CaptureDevice> found;
         if (!addresses_.testDevice.empty()) found.push_back({kTestDevice, "Testgerät", true});
         for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
-            if (isExternal(device)) found.push_back({kV4l2 + device.path, device.card, true});
+            if (isExternal(device)) found.push_back(described(device, true));
         }
         return found;
     }
@@ -142,6 +153,13 @@ class MachineDevices final : public CaptureDevices {
     }
 
   private:
+    // Paths are numbered in the order of plugging in; the bus and the name stay.
+    static CaptureDevice described(const devices::V4l2Device& device, bool isExternal) {
+        CaptureDevice found{kV4l2 + device.path, device.card, isExternal};
+        found.lasting = kV4l2 + device.bus + ":" + device.card;
+        return found;
+    }
+
     static bool isExternal(const devices::V4l2Device& device) {
         return devices::isCaptureCard(device.card, device.driver, device.bus);
     }

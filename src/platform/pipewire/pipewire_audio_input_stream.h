@@ -39,8 +39,8 @@ class PipeWireAudioInputStream final : public platform::AudioInputStream {
     PipeWireConnection connection_;
     const platform::InputChoice choice_;
     std::optional<std::uint64_t> chosenSerial_;  // of the chosen device when this stream was opened
-    std::unique_ptr<SinkLatency> latency_;  // system audio only
-    std::unique_ptr<SourceMute> mute_;      // microphones only
+    std::unique_ptr<SinkLatency> latency_;       // system audio only
+    std::unique_ptr<SourceMute> mute_;           // microphones only
     std::unique_ptr<Stream> stream_;
 };
 

@@ -42,6 +42,11 @@ std::uint64_t number(const spa_dict* properties, const char* key) {
     return std::strtoull(text(properties, key).c_str(), nullptr, 10);
 }
 
+// Whether something can be recorded from a node: a microphone or a camera.
+bool isSource(const PipeWireConnection::Node& node) {
+    return node.mediaClass.find("/Source") != std::string::npos || node.mediaClass == "Audio/Duplex";
+}
+
 // The name in {"name":"..."}.
 std::optional<std::string> nameIn(const char* value) {
     spa_json outer{};
@@ -183,7 +188,7 @@ void PipeWireConnection::Impl::add(std::uint32_t id, const char* type, std::uint
             node.device = static_cast<std::uint32_t>(number(properties, PW_KEY_DEVICE_ID));
         }
         nodes[id] = node;
-        ++changes;
+        if (isSource(node)) ++changes;
     } else if (kind == PW_TYPE_INTERFACE_Port) {
         ports[id] = {static_cast<std::uint32_t>(number(properties, PW_KEY_NODE_ID)),
                      text(properties, PW_KEY_PORT_DIRECTION) == "out"};
@@ -221,7 +226,11 @@ void PipeWireConnection::Impl::bindMetadata(std::uint32_t id, const char* type, 
 }
 
 void PipeWireConnection::Impl::remove(std::uint32_t id) {
-    if (nodes.erase(id) > 0) ++changes;
+    const auto node = nodes.find(id);
+    if (node != nodes.end()) {
+        if (isSource(node->second)) ++changes;
+        nodes.erase(node);
+    }
     ports.erase(id);
     links.erase(id);
     if (metadata == nullptr || id != metadataId) return;

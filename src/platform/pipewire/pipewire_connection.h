@@ -59,7 +59,7 @@ class PipeWireConnection {
     bool hasNode(std::uint32_t id) const;
     /// The node whose output flows into this one; nullopt when nothing is connected.
     std::optional<Node> sourceOf(std::uint32_t id) const;
-    /// Counts changes of nodes and of defaults, to see whether there was one.
+    /// Counts microphones and cameras that come and go, and changes of defaults, to see whether there was one.
     std::uint64_t changes() const;
     /// The session manager's default node of a kind ("audio.source"), by name.
     std::optional<std::string> defaultName(const std::string& kind) const;

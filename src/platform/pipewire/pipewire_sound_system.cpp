@@ -49,8 +49,7 @@ std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::microphone(int sampl
     return input(sampleRate, {});
 }
 
-std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::input(int sampleRate,
-                                                                  const platform::InputChoice& choice) {
+std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::input(int sampleRate, const platform::InputChoice& choice) {
     return makeSource(remote_, PipeWireAudioInputStream::Kind::microphone, choice, sampleRate, 0);
 }
 
@@ -69,8 +68,11 @@ std::vector<platform::CaptureDevice> PipeWireSoundSystem::microphones() {
     std::vector<platform::CaptureDevice> found;
     try {
         const PipeWireConnection connection(remote_, kConnectSeconds);
+        const auto standard = connection.defaultName("audio.source");
         for (const PipeWireConnection::Node& node : connection.nodes()) {
-            if (isMicrophone(node)) found.push_back({node.name, node.description, false, microphoneChannels(node)});
+            if (!isMicrophone(node)) continue;
+            found.push_back({node.name, node.description, false, microphoneChannels(node)});
+            found.back().isDefault = node.name == standard;
         }
     } catch (const RecorderError&) {
         // Without a server there are none.

@@ -128,8 +128,7 @@ void PulseConnection::watchServer(std::function<void()> changed) {
     };
     pa_context_set_subscribe_callback(context_.get(), tell, this);
     const auto ignore = [](pa_context*, int, void*) {};
-    const auto kinds =
-        static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE);
+    const auto kinds = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE);
     await(pa_context_subscribe(context_.get(), kinds, ignore, nullptr));
 }
 

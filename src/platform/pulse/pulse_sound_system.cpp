@@ -80,8 +80,11 @@ std::vector<platform::CaptureDevice> PulseSoundSystem::microphones() {
     std::vector<platform::CaptureDevice> found;
     try {
         PulseConnection connection(server_, kConnectSeconds);
+        const std::string standard = connection.server().defaultSource;
         for (const PulseConnection::Source& source : connection.sources()) {
-            if (!source.isMonitor) found.push_back(device(source));
+            if (source.isMonitor) continue;
+            found.push_back(device(source));
+            found.back().isDefault = source.name == standard;
         }
     } catch (const RecorderError&) {
         // Without a server there are none.
