@@ -345,6 +345,8 @@ void MainWindow::showDevices(const MainWindowState& state) {
         }
         shown = now;
         select(popup, now.index);
+        // Long names are cut off at their end.
+        popup.setToolTip(popup.currentText());
         popup.setVisible(isOn && !now.items.empty());
     };
     show(*microphonePopup_, shownMicrophones_, state.microphones, state.choices.microphone);

@@ -60,6 +60,34 @@ class MainWindowTest : public testing::TestWithParam<double> {
     OffscreenApplication application_;
 };
 
+TEST_P(MainWindowTest, DevicesAndLevelsAreBesideTickedBoxesOnly) {
+    std::vector<int> selected;
+    std::vector<bool> shown;
+    MainWindowActions actions;
+    actions.microphoneSelected = [&](int index) { selected.push_back(index); };
+    actions.shown = [&](bool isShown) { shown.push_back(isShown); };
+    actions.level = [](platform::SoundBoard::Kind) { return platform::LevelMeter::Reading{-20, -9, -3, true}; };
+    MainWindow window(actions);
+    MainWindowState state = fullState();
+    state.microphones = {{"Standard", "Headset"}, 1};
+    state.cameras = {{"Standard"}, 0};
+    window.show(state);
+    static_cast<QWidget&>(window).show();
+    const auto* const popup = window.findChild<QComboBox*>("microphonePopup");
+    const auto* const camera = window.findChild<QComboBox*>("cameraPopup");
+    const auto* const level = window.findChild<QWidget*>("microphoneLevel");
+    EXPECT_FALSE(popup->isVisible() || camera->isVisible() || level->isVisible());
+    state.choices.microphone = state.choices.webcam = state.choices.systemAudio = true;
+    window.show(state);
+    EXPECT_TRUE(popup->isVisible() && camera->isVisible() && level->isVisible());
+    EXPECT_EQ(popup->currentText(), "Headset");
+    expectNothingIsCutOff(window);
+    emit window.findChild<QComboBox*>("microphonePopup")->activated(0);
+    EXPECT_EQ(selected, std::vector<int>{0});
+    window.hide();
+    EXPECT_EQ(shown, (std::vector<bool>{true, false}));
+}
+
 TEST_P(MainWindowTest, OpensTheDesktopsDialogByAButtonInPlaceOfTheList) {
     int chosen = 0;
     MainWindowActions actions;

@@ -12,9 +12,11 @@
 
 #include "base/after.h"
 #include "base/handled_error.h"
+#include "base/host_clock.h"
 #include "base/log.h"
 #include "base/main_loop.h"
 #include "capture/desktop_dialog.h"
+#include "capture/microphone_remarks.h"
 #include "capture/proof/recording_proof.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording_control.h"
@@ -73,9 +75,20 @@ capture::RecordingRequest recordingFor(const RecordRequest& request, Session& se
     return capture::DesktopRecording{desktop, std::move(options)};
 }
 
+void chooseDevices(const RecordRequest& request, Machine& machine) {
+    if (request.microphoneName) {
+        machine.selection().setMicrophone(
+            namedDevice(*request.microphoneName, "das Mikrofon", machine.sound().microphones()));
+    }
+    if (request.webcamName) {
+        machine.selection().setCamera(namedDevice(*request.webcamName, "die Kamera", machine.devices().cameras()));
+    }
+}
+
 // Starts the recorder and runs the loop until the recording is finished.
 capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Session& session,
-                                         const RecordRequest& request, RecordingRemarks& remarks) {
+                                         const RecordRequest& request, RecordingRemarks& remarks,
+                                         capture::MicrophoneRemarks& microphone) {
     std::optional<capture::RecordingJob::Outcome> outcome;
     std::optional<RecorderError> startError;
     bool isRunning = false;
@@ -105,7 +118,15 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
             return;
         }
         isRunning = true;
-        showTimer = session.loop.every(0.5, [&] { session.status.show(runningLine(recorder.snapshot())); });
+        showTimer = session.loop.every(0.5, [&] {
+            const capture::RecordingJob::Stats stats = recorder.snapshot();
+            session.status.show(runningLine(stats));
+            if (const auto news =
+                    microphone.take(session.machine.soundBoard().microphone(hostClockSeconds()), stats.duration)) {
+                Log::write("Capture", *news);
+                session.status.say(*news);
+            }
+        });
         if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
         if (stopRequested) stop();
     });
@@ -121,15 +142,18 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
 std::filesystem::path record(const Arguments& arguments, std::ostream& out) {
     const RecordRequest request = parseRecordRequest(arguments);
     Session session;
+    chooseDevices(request, session.machine);
     const capture::RecordingServices services = session.machine.recordingServices();
     capture::RecordingRequest recording = recordingFor(request, session);
     const auto recorder = capture::makeRecorder(services, std::move(recording), folderFor(request));
     RecordingRemarks remarks;
-    const auto stats = runRecorder(*recorder, session, request, remarks);
+    capture::MicrophoneRemarks microphone;
+    const auto stats = runRecorder(*recorder, session, request, remarks, microphone);
     if (arguments.has("--json")) {
         writeRecordingResult(out, stats, recorder->folder(), remarks);
     } else {
         out << describeRecording(stats, recorder->folder());
+        if (const std::string troubles = microphone.summary(); !troubles.empty()) out << troubles << "\n";
     }
     out << std::flush;
     return recorder->folder();
