@@ -42,6 +42,7 @@ void MeterSources::adjust(std::unique_ptr<platform::SoundSource>& source, bool i
     }
     try {
         auto opened = isMicrophone ? sound_.microphone(kSampleRate) : sound_.systemAudio(kSampleRate, kSystemChannels);
+        opened->onlyForLevels();
         opened->start([](const platform::SoundBuffer&) {}, [](const std::string&) {});
         source = std::move(opened);
     } catch (...) {

@@ -48,6 +48,10 @@ class SoundSource {
     /// sound has no such state.
     virtual void onState(StateHandler /*handler*/) {}
 
+    /// The sound is only measured: its times may be off by tenths of a second, which saves most of the work. Call it
+    /// before `start`.
+    virtual void onlyForLevels() {}
+
     /// `handler` runs on the source's own thread. `ended` is called once for each outage (the server is gone); the
     /// source then tries to reconnect until it is stopped. Throws `RecorderError` when there is no such sound.
     virtual void start(Handler handler, EndHandler ended) = 0;

@@ -43,37 +43,51 @@ void LevelView::showEvent(QShowEvent*) {
 void LevelView::hideEvent(QHideEvent*) {
     timer_.stop();
     shown_.reset();
+    setAttribute(Qt::WA_OpaquePaintEvent, false);
 }
 
-// What has not changed is not painted again.
-void LevelView::update() {
+int LevelView::wide() const {
+    return static_cast<int>(width() * (1 - kClipField));
+}
+
+std::optional<LevelView::Bars> LevelView::bars() const {
     const auto now = read_ ? read_(kind_) : std::nullopt;
-    if (std::exchange(shown_, now) != now) QWidget::update();
+    if (!now) return std::nullopt;
+    const auto place = [this](double level) { return static_cast<int>(std::lround(wide() * levelPlace(level))); };
+    return Bars{place(now->rms), place(now->peak), place(now->hold), now->isClipped};
+}
+
+// What looks the same is not painted again.
+void LevelView::update() {
+    const auto now = bars();
+    if (std::exchange(shown_, now) == now) return;
+    // What is behind it need not be painted, which is most of the work.
+    setAttribute(Qt::WA_OpaquePaintEvent, shown_.has_value());
+    QWidget::update();
 }
 
 void LevelView::paintEvent(QPaintEvent*) {
     if (!shown_) return;
     QPainter painter(this);
-    const double wide = width() * (1 - kClipField);
     painter.fillRect(rect(), QColor(0x3A, 0x3E, 0x46));
-    const auto bar = [&](double level, double opacity) {
+    const auto bar = [&](int length, double opacity) {
         painter.setOpacity(opacity);
-        double from = 0;
+        int from = 0;
         for (const double end : {kLoud, kVeryLoud, 0.0}) {
-            const double to = wide * levelPlace(std::min(level, end));
-            // The colour of a stretch is that of its lower end.
-            if (to > from) painter.fillRect(QRectF(from, 0, to - from, height()), colourAt(std::nextafter(end, -100)));
+            const int to = std::min(length, static_cast<int>(std::lround(wide() * levelPlace(end))));
+            // The colour of a stretch is that of its levels, which end below its upper end.
+            if (to > from) painter.fillRect(from, 0, to - from, height(), colourAt(end - 1));
             from = std::max(from, to);
         }
         painter.setOpacity(1);
     };
     bar(shown_->peak, 0.45);
     bar(shown_->rms, 1);
-    if (shown_->hold > kLowest) {
-        painter.fillRect(QRectF(std::max(0.0, wide * levelPlace(shown_->hold) - 2), 0, 2, height()),
-                         colourAt(shown_->hold));
+    if (shown_->hold > 0) {
+        const double level = kLowest * (1 - static_cast<double>(shown_->hold) / std::max(1, wide()));
+        painter.fillRect(std::max(0, shown_->hold - 2), 0, 2, height(), colourAt(level));
     }
-    if (shown_->isClipped) painter.fillRect(QRectF(wide, 0, width() - wide, height()), QColor(0xFF, 0x45, 0x3A));
+    if (shown_->isClipped) painter.fillRect(wide(), 0, width() - wide(), height(), colourAt(0));
 }
 
 }  // namespace lumivastor::app

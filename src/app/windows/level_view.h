@@ -33,7 +33,19 @@ class LevelView final : public QWidget {
 
     const platform::SoundBoard::Kind kind_;
     const LevelReader read_;
-    std::optional<platform::LevelMeter::Reading> shown_;
+    /// Pixels; nothing while nothing is heard.
+    struct Bars {
+        int rms = 0;
+        int peak = 0;
+        int hold = 0;
+        bool isClipped = false;
+
+        bool operator==(const Bars&) const = default;
+    };
+    std::optional<Bars> bars() const;
+    int wide() const;
+
+    std::optional<Bars> shown_;
     QTimer timer_;
 };
 

@@ -49,7 +49,7 @@ constexpr int kStatusLines = 5;
 constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
 constexpr double kCameraRadius = 10;
-constexpr QSize kLevelSize(120, 8);
+constexpr QSize kLevelSize(110, 8);
 // Beside the camera's picture.
 constexpr int kDeviceWidth = kRowWidth - kCameraSize.width() - 2 * kSpacing;
 
@@ -97,8 +97,10 @@ QHBoxLayout* withLevel(QCheckBox* made, LevelView* level, const char* name) {
     auto* row = new QHBoxLayout;
     row->setSpacing(2 * kSpacing);
     row->addWidget(made);
-    row->addWidget(level);
     row->addStretch(1);
+    row->addWidget(level);
+    // Up to where the pop-ups end, beside the camera's picture.
+    row->addSpacing(kRowWidth - kDeviceWidth - 2 * kSpacing);
     return row;
 }
 

@@ -17,6 +17,8 @@ namespace {
 constexpr double kConnectSeconds = 3;
 // How much sound comes at once. Small enough for a level meter, large enough to cost nothing.
 constexpr double kFragmentSeconds = 0.02;
+// The same where only the level matters, which is shown 30 times a second.
+constexpr double kLevelSeconds = 0.03;
 
 }  // namespace
 
@@ -73,7 +75,8 @@ void PulseAudioInputStream::connect() {
     pa_buffer_attr attributes{};
     attributes.maxlength = UINT32_MAX;
     const auto frameBytes = static_cast<std::uint32_t>(channels_) * static_cast<std::uint32_t>(sizeof(float));
-    attributes.fragsize = static_cast<std::uint32_t>(kFragmentSeconds * sampleRate_) * frameBytes;
+    const double fragment = corrector_.needsTimes() ? kFragmentSeconds : kLevelSeconds;
+    attributes.fragsize = static_cast<std::uint32_t>(fragment * sampleRate_) * frameBytes;
     const bool asked =
         pa_stream_connect_record(stream_.get(), device_.c_str(), &attributes, PA_STREAM_ADJUST_LATENCY) >= 0;
     const bool ready = asked && connection_.runUntil(
@@ -173,7 +176,7 @@ void PulseAudioInputStream::read() {
         pa_stream_drop(stream_.get());
         hasRead = true;
     }
-    if (hasRead && !isPipeWire_) askForTiming();
+    if (hasRead && !isPipeWire_ && corrector_.needsTimes()) askForTiming();
 }
 
 }  // namespace lumivastor::pulse

@@ -48,6 +48,7 @@ class LiveSoundSource final : public SoundSource {
 
     void onReturn(ReturnHandler handler) override;
     void onState(StateHandler handler) override;
+    void onlyForLevels() override { options_.isOnlyForLevels = true; }
     void start(Handler handler, EndHandler ended) override;
     void stop() override;
 

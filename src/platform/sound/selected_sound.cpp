@@ -32,6 +32,8 @@ class ReportedSource final : public SoundSource {
         });
     }
 
+    void onlyForLevels() override { source_->onlyForLevels(); }
+
     void start(Handler handler, EndHandler ended) override {
         board_->begin(kind_, wanted_, hostClockSeconds());
         isOnBoard_ = true;
