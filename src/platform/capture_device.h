@@ -63,6 +63,9 @@ class CaptureSession {
     /// Called on any thread each time the device delivers again after an interruption. Only microphones come back.
     virtual void onReturn(std::function<void()> /*handler*/) {}
 
+    /// Called on any thread with a German sentence about something that is missing or back while the device goes on.
+    virtual void onNotice(std::function<void(const std::string&)> /*handler*/) {}
+
     /// May block for a moment. Failures go to `onInterruption`.
     virtual void startRunning() = 0;
     /// When it returns, all samples have been posted to the queue, and no more follow.

@@ -99,6 +99,7 @@ void DeviceRecorder::openDevice() {
         Log::write("Device", "unterbrochen: " + reason);
         notifier_.giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
     });
+    session->onNotice([this](const std::string& sentence) { notifier_.notice(sentence); });
     session_ = std::move(session);
 }
 

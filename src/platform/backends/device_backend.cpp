@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <utility>
 
+#include "base/log.h"
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
+#include "platform/devices/card_sound.h"
 #include "platform/devices/libav_session.h"
 #include "platform/devices/microphone_session.h"
 #include "platform/devices/v4l2_devices.h"
@@ -146,7 +148,7 @@ class MachineDevices final : public CaptureDevices {
         }
         if (const auto path = withoutPrefix(device.id, kV4l2)) {
             for (const devices::V4l2Device& one : devices::listV4l2Devices()) {
-                if (one.path == *path && one.card == device.name) return openV4l2(one, isExternal(one));
+                if (one.path == *path && one.card == device.name) return openWithSound(one);
             }
         }
         throw RecorderError("Das Gerät „" + device.name + "“ ist nicht mehr angeschlossen.");
@@ -158,6 +160,20 @@ class MachineDevices final : public CaptureDevices {
         CaptureDevice found{kV4l2 + device.path, device.card, isExternal};
         found.lasting = kV4l2 + device.bus + ":" + device.card;
         return found;
+    }
+
+    // A capture card's sound is an input of the sound server.
+    std::unique_ptr<CaptureSession> openWithSound(const devices::V4l2Device& device) {
+        auto pictures = openV4l2(device, isExternal(device));
+        if (!isExternal(device)) return pictures;
+        const auto sound = devices::soundOf(device.place, sounds_->microphones());
+        if (!sound) {
+            Log::write("Device", "kein Toneingang an derselben Hardware wie „" + device.card + "“");
+            return pictures;
+        }
+        Log::write("Device", "Ton von „" + device.card + "“: „" + sound->name + "“");
+        return std::make_unique<devices::CardSession>(device.card, std::move(pictures),
+                                                      sounds_->input(kSampleRate, {sound->id, true}));
     }
 
     static bool isExternal(const devices::V4l2Device& device) {

@@ -2,9 +2,12 @@
 #include "platform/pipewire/pipewire_sound_system.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <set>
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "platform/pipewire/device_places.h"
 #include "platform/pipewire/pipewire_audio_input_stream.h"
 #include "platform/pipewire/pipewire_connection.h"
 #include "platform/sound/live_sound_source.h"
@@ -67,12 +70,20 @@ std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() 
 std::vector<platform::CaptureDevice> PipeWireSoundSystem::microphones() {
     std::vector<platform::CaptureDevice> found;
     try {
-        const PipeWireConnection connection(remote_, kConnectSeconds);
+        PipeWireConnection connection(remote_, kConnectSeconds);
         const auto standard = connection.defaultName("audio.source");
-        for (const PipeWireConnection::Node& node : connection.nodes()) {
+        const std::vector<PipeWireConnection::Node> nodes = connection.nodes();
+        std::set<std::uint32_t> hardware;
+        for (const PipeWireConnection::Node& node : nodes) {
+            if (isMicrophone(node) && node.device) hardware.insert(*node.device);
+        }
+        const auto places = devicePlaces(connection, hardware);
+        for (const PipeWireConnection::Node& node : nodes) {
             if (!isMicrophone(node)) continue;
             found.push_back({node.name, node.description, false, microphoneChannels(node)});
             found.back().isDefault = node.name == standard;
+            const auto place = node.device ? places.find(*node.device) : places.end();
+            if (place != places.end()) found.back().place = place->second;
         }
     } catch (const RecorderError&) {
         // Without a server there are none.

@@ -23,10 +23,11 @@ PulseConnection::Source described(const pa_source_info& info) {
     source.channels = info.sample_spec.channels;
     source.isMonitor = info.monitor_of_sink != PA_INVALID_INDEX;
     source.isMuted = info.mute != 0 || pa_cvolume_is_muted(&info.volume) != 0;
-    // The first is what udev reports, relative to /sys; the second has another spelling behind PipeWire.
+    // The first is relative to /sys; the second is PipeWire's, and is not.
     for (const char* const key : {"sysfs.path", "device.sysfs.path"}) {
         const char* const path = pa_proplist_gets(info.proplist, key);
-        if (path != nullptr && source.place.empty()) source.place = std::string("/sys") + path;
+        if (path == nullptr || !source.place.empty()) continue;
+        source.place = std::string(path).starts_with("/sys/") ? path : std::string("/sys") + path;
     }
     return source;
 }
