@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include "support/await.h"
 #include "support/sound_rig.h"
@@ -33,10 +35,12 @@ class DeviceWatchTest : public testing::Test {
 TEST_F(DeviceWatchTest, ACameraThatIsPluggedInIsReported) {
     const auto watch = watchDevices(counting(), nowhere(), folder_.path().string());
     // The watch may begin after the first of them.
-    EXPECT_TRUE(await([this, i = 0]() mutable {
+    const auto plugOneIn = [this, i = 0]() mutable {
         folder_.write("video" + std::to_string(i++), "");
-        return reports_ > 0;
-    }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    };
+    EXPECT_TRUE(await(
+        kPatience, [this] { return reports_ > 0; }, plugOneIn));
 }
 
 TEST_F(DeviceWatchTest, MicrophonesOfPulseAudioAreReported) {
