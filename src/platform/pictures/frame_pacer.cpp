@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/saturated.h"
 
@@ -20,12 +21,14 @@ std::int64_t MissedIntervals::interval(double seconds) const {
 }
 
 void MissedIntervals::begin(double now, std::optional<double> due) {
-    lookedAt_ = interval(now);
+    lookedBefore_ = std::exchange(lookedAt_, interval(now));
     if (due) missed_ += std::max<std::int64_t>(0, lookedAt_ - std::max(interval(*due), endedIn_));
 }
 
 void MissedIntervals::end(double now, bool isNew) {
-    if (isNew) count_ += missed_;
+    // One interval apart: where content arrives by itself, the tick behind it finds nothing new.
+    if (isNew && lastNew_ && lookedBefore_ - *lastNew_ <= 1) count_ += missed_;
+    if (isNew) lastNew_ = lookedAt_;
     endedIn_ = interval(now);
     missed_ = std::max<std::int64_t>(0, endedIn_ - lookedAt_ - 1);
 }

@@ -32,8 +32,8 @@ class MissedIntervals {
 
     /// A look begins at `now`. `due` is its tick; nullopt when content has arrived by itself.
     void begin(double now, std::optional<double> due);
-    /// The look has ended. What was missed before it counts if it found a new picture: what stands still misses
-    /// nothing.
+    /// The look has ended. What was missed before it counts if it found a new picture and there was another one just
+    /// before the gap: what changes now and then misses nothing.
     void end(double now, bool isNew);
     std::int64_t count() const { return count_; }
 
@@ -43,6 +43,8 @@ class MissedIntervals {
     const double start_;
     const double interval_;
     std::int64_t lookedAt_ = 0;
+    std::int64_t lookedBefore_ = 0;
+    std::optional<std::int64_t> lastNew_;
     std::int64_t endedIn_ = 0;
     std::int64_t missed_ = 0;  // before the present look
     std::int64_t count_ = 0;

@@ -56,6 +56,21 @@ TEST(MissedIntervals, WhatStandsStillMissesNothing) {
     EXPECT_EQ(missed.count(), 0);
 }
 
+TEST(MissedIntervals, WhatChangesNowAndThenMissesNothing) {
+    MissedIntervals missed(100, 0.1);
+    for (int i = 0; i < 20; ++i) {
+        const double due = 100 + i;
+        // A change once a second, found late and painted slowly.
+        missed.begin(due + 0.35, due);
+        missed.end(due + 0.65, true);
+        missed.begin(due + 0.7, due + 0.7);
+        missed.end(due + 0.71, false);
+        missed.begin(due + 0.9, due + 0.8);
+        missed.end(due + 0.91, false);
+    }
+    EXPECT_EQ(missed.count(), 0);
+}
+
 TEST(MissedIntervals, NothingIsMissedWhereNothingArrived) {
     MissedIntervals missed(100, 0.1);
     missed.begin(100.05, std::nullopt);
