@@ -165,6 +165,7 @@ TEST_F(DocumentSchema, DescribesEveryProjectDocument) {
     settings.masks = {{0.1, 0.2, 0.3, 0.4}};
     save(settings);
     settings.levelLoudness = true;
+    settings.webcamShift = -0.125;
     save(settings);
     expectWrittenAsDescribed("project", files_.front());
 }
@@ -179,7 +180,7 @@ TEST_F(DocumentSchema, DescribesEveryQualityDocument) {
     quality.picturesCounted = quality.picturesLost = quality.pictures = 12;
     quality.sounds = {{"system", 0.02, 12.5, 0.01, 0, 0.5, 0, -18.25},
                       {"microphone", 0, 12.5, -0.01, 0.2, 12.5, 3, {}}};
-    quality.webcam = model::WebcamQuality{10, -0.2, 12.5, 0.1};
+    quality.webcam = model::WebcamQuality{10, -0.2, 12.5, 0.1, 0.033, 0.001, 0.02};
     quality.integratedLoudness = -18.25;
     quality.loudnessRange = 6;
     quality.truePeak = 0.5;
@@ -269,6 +270,7 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfProjectDocuments) {
                       R"({"trimStart": "1"})",
                       R"({"webcamEnabled": 1})",
                       R"({"webcamCorner": 1.5})",
+                      R"({"webcamShift": "0.1"})",
                       R"({"cuts": [{"start": 1}]})",
                       R"({"cuts": {}})",
                       R"({"zooms": [{"start": 1, "end": 2, "scale": 2}]})",

@@ -15,6 +15,7 @@
 #include "capture/desktop_dialog.h"
 #include "capture/live_video.h"
 #include "capture/recording/device_recorder.h"
+#include "capture/recovery/recovery_space.h"
 
 namespace lumivastor::app {
 
@@ -40,7 +41,11 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
       window_(view_),
       access_(services_),
       flow_(services_, view_, window_,
-            {.started = [this](const std::filesystem::path& folder) { lastFolder_ = folder; },
+            {.started =
+                 [this](const std::filesystem::path& folder) {
+                     lastFolder_ = folder;
+                     ended_.pause();
+                 },
              .finished =
                  [this](const std::filesystem::path& folder) {
                      ended_.check(folder);
@@ -57,7 +62,9 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
     });
 }
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate() {
+    stop_.request_stop();
+}
 
 // Launch and end
 
@@ -348,7 +355,7 @@ std::vector<platform::RunningApplication> AppDelegate::excludedApplications() co
 }
 
 void AppDelegate::startRecording() {
-    if (!completing_.empty()) return;
+    if (!completing_.empty() && !completesInSilence_) return;
     for (const Hint about : {Hint::microphone, Hint::camera, Hint::source, Hint::folder, Hint::start}) {
         window_.withdrawHint(about, readyText());
     }
@@ -545,10 +552,7 @@ void AppDelegate::revealFolder() {
 void AppDelegate::lookForInterrupted() {
     workQueue_.async([this] {
         try {
-            onMain([this, found = interruptedRecordings(services_.root)] {
-                interrupted_ = found;
-                showInterrupted();
-            });
+            onMain([this, found = interruptedRecordings(services_.root)] { interruptedFound(found); });
         } catch (...) {
             Log::write("Capture",
                        "Unterbrochene Aufnahmen nicht gesucht: " + handledError("Unerwarteter Fehler").message());
@@ -556,21 +560,64 @@ void AppDelegate::lookForInterrupted() {
     });
 }
 
-void AppDelegate::showInterrupted() {
+// They are completed without being asked: nothing is lost by it, and nothing waits for it.
+void AppDelegate::interruptedFound(const std::vector<std::filesystem::path>& folders) {
+    if (folders.empty()) {
+        ended_.makeUpForMissed();
+        return;
+    }
+    completing_ = folders;
+    completesInSilence_ = true;
+    tellInterrupted(completingNotice(folders));
+    workQueue_.async(
+        [this, folders] { onMain([this, report = completed(folders)] { silentCompletionEnded(report); }); });
+}
+
+// On `workQueue_`.
+CompletionReport AppDelegate::completed(const std::vector<std::filesystem::path>& folders) const {
+    return completeRecordings(
+        folders,
+        [this](const std::filesystem::path& folder) {
+            const auto lack = capture::lackOfRecoverySpace(folder, services_.freeSpace(folder));
+            if (lack) throw RecorderError(*lack);
+            return services_.recover(folder);
+        },
+        stop_.get_token());
+}
+
+void AppDelegate::silentCompletionEnded(const CompletionReport& report) {
+    completing_.clear();
+    completesInSilence_ = false;
+    for (const auto& failure : report.failures) interrupted_.push_back(failure.folder);
+    tellInterrupted(completionNotice(report));
+    checkCompleted(report);
+    ended_.makeUpForMissed();
+}
+
+void AppDelegate::checkCompleted(const CompletionReport& report) {
+    for (const auto& folder : report.completed) ended_.makeUpFor(folder);
+}
+
+void AppDelegate::tellInterrupted(const std::optional<Notice>& notice) {
     window_.update([&](MainWindowState& state) {
         state.notices.erase(NoticeKind::interrupted);
-        if (const auto notice = interruptedNotice(interrupted_)) state.notices[NoticeKind::interrupted] = *notice;
+        if (notice) state.notices[NoticeKind::interrupted] = *notice;
     });
 }
 
 void AppDelegate::completeInterrupted() {
-    if (interrupted_.empty() || !completing_.empty() || flow_.isActive()) return;
-    beginCompletion(std::exchange(interrupted_, {}));
+    if (!completing_.empty() || flow_.isActive()) return;
+    tellInterrupted({});
+    if (interrupted_.empty()) {
+        chooseRecording();
+    } else {
+        beginCompletion(std::exchange(interrupted_, {}));
+    }
 }
 
 void AppDelegate::complete(const std::filesystem::path& folder) {
     if (!completing_.empty() || flow_.isActive()) return;
-    std::erase(interrupted_, folder);
+    if (std::erase(interrupted_, folder) > 0 && interrupted_.empty()) tellInterrupted({});
     beginCompletion({folder});
 }
 
@@ -580,14 +627,13 @@ bool AppDelegate::isCompleting(const std::filesystem::path& folder) const {
 
 void AppDelegate::beginCompletion(std::vector<std::filesystem::path> folders) {
     completing_ = folders;
-    showInterrupted();
     window_.update([](MainWindowState& state) {
         state.recordEnabled = false;
         state.controlsEnabled = false;
         state.status = "Schließe die unterbrochene Aufnahme ab …";
     });
     workQueue_.async([this, folders = std::move(folders)] {
-        onMain([this, report = completeRecordings(folders, services_.recover)] { completionEnded(report); });
+        onMain([this, report = completed(folders)] { completionEnded(report); });
     });
 }
 
@@ -599,6 +645,11 @@ void AppDelegate::completionEnded(const CompletionReport& report) {
         state.controlsEnabled = true;
         state.status = completionText(report);
     });
+    CompletionReport rest;
+    rest.failures = report.failures;
+    for (const auto& failure : report.failures) interrupted_.push_back(failure.folder);
+    if (!rest.failures.empty()) tellInterrupted(completionNotice(rest));
+    checkCompleted(report);
 }
 
 void AppDelegate::onMain(std::function<void()> work) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <variant>
@@ -88,7 +89,8 @@ class AppDelegate {
     void revealFolder();
     void regionArmProceed() { flow_.regionArmProceed(); }
     void regionArmCancel() { flow_.regionArmCancel(); }
-    /// The button of the notice about interrupted recordings.
+    /// The button of the notice about interrupted recordings: tries again what could not be completed, or else shows
+    /// the list.
     void completeInterrupted();
     /// Completes one interrupted recording, unless a recording or another completion is at work.
     void complete(const std::filesystem::path& folder);
@@ -127,9 +129,13 @@ class AppDelegate {
     std::optional<std::string> openEditor(const std::filesystem::path& folder);
     void startTestRegion();
     void lookForInterrupted();
-    void showInterrupted();
+    void interruptedFound(const std::vector<std::filesystem::path>& folders);
+    CompletionReport completed(const std::vector<std::filesystem::path>& folders) const;
+    void tellInterrupted(const std::optional<Notice>& notice);
     void beginCompletion(std::vector<std::filesystem::path> folders);
     void completionEnded(const CompletionReport& report);
+    void silentCompletionEnded(const CompletionReport& report);
+    void checkCompleted(const CompletionReport& report);
     std::vector<platform::RunningApplication> excludedApplications() const;
     void onMain(std::function<void()> work);
 
@@ -140,6 +146,8 @@ class AppDelegate {
     std::optional<std::filesystem::path> lastFolder_;
     std::vector<std::filesystem::path> interrupted_;
     std::vector<std::filesystem::path> completing_;  // in the background
+    bool completesInSilence_ = false;                // those, and recordings may begin meanwhile
+    std::stop_source stop_;
     bool cameraWasRefused_ = false;
     bool testRegion_ = false;
     bool encodersTried_ = false;

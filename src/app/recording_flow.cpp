@@ -414,6 +414,8 @@ void RecordingFlow::running() {
     offerStop();
     if (leavesOwnWindowsOut()) view_->hideMainWindow();
     hints_.clear();
+    losses_ = {};
+    space_ = {};
     view_->installStatusItem("⏺ 0:00");
     if (leavesOwnWindowsOut()) {
         view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
@@ -446,7 +448,10 @@ void RecordingFlow::tick() {
     view_->setStatusItemTitle("⏺ " + time);
     view_->setRecordingPanelTime(time);
     // What is wrong while it can still be helped; the most urgent first, empty sentences for what is fine.
-    showHints({microphoneLine(stats.duration)});
+    const capture::RecordingHealth health = recorder_->health();
+    losses_.update(health);
+    space_.update(health);
+    showHints({microphoneLine(stats.duration), losses_.screenSentence(), losses_.webcamSentence(), space_.sentence()});
 }
 
 std::string RecordingFlow::microphoneLine(double elapsed) {
@@ -469,7 +474,10 @@ void RecordingFlow::showHints(const std::vector<std::string>& sentences) {
     for (const std::string& sentence : sentences) {
         if (!sentence.empty()) hints += (hints.empty() ? "" : "\n") + sentence;
     }
-    if (std::exchange(hints_, hints) != hints) view_->setRecordingHint(hints);
+    if (hints == hints_) return;
+    hints_ = hints;
+    view_->setRecordingHint(hints);
+    Log::write(logCategory(), hints.empty() ? "Hinweis erledigt" : "Hinweis: " + hints);
 }
 
 void RecordingFlow::streamFailed(const RecorderError& error) {
@@ -483,6 +491,15 @@ void RecordingFlow::streamFailed(const RecorderError& error) {
 
 void RecordingFlow::note(const std::string& sentence) {
     window_.update([&](MainWindowState& state) { state.notices[NoticeKind::recording] = {sentence, ""}; });
+}
+
+// Behind what is said already.
+void RecordingFlow::addNote(const std::string& sentence) {
+    window_.update([&](MainWindowState& state) {
+        std::string& text = state.notices[NoticeKind::recording].text;
+        text += (text.empty() ? "" : "\n") + sentence;
+    });
+    Log::write(logCategory(), sentence);
 }
 
 // The end
@@ -515,6 +532,7 @@ void RecordingFlow::stopAndTerminate() {
 }
 
 void RecordingFlow::finished(const capture::RecordingJob::Outcome& outcome) {
+    if (const std::string lost = losses_.summary(); !lost.empty()) addNote(lost);
     if (const auto* stats = std::get_if<capture::RecordingJob::Stats>(&outcome)) {
         conclude(finishedText(*stats, folder_), true);
     } else {

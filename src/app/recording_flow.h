@@ -18,9 +18,11 @@
 #include "app/source_choice.h"
 #include "app/view_in_force.h"
 #include "base/lifetime.h"
+#include "capture/loss_watch.h"
 #include "capture/microphone_remarks.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording/recording_job.h"
+#include "capture/space_watch.h"
 
 namespace lumivastor::app {
 
@@ -153,6 +155,7 @@ class RecordingFlow {
     void showHints(const std::vector<std::string>& sentences);
     void streamFailed(const RecorderError& error);
     void note(const std::string& sentence);
+    void addNote(const std::string& sentence);
     void finished(const capture::RecordingJob::Outcome& outcome);
     void backToIdle();
     void conclude(const std::string& status, bool succeeded);
@@ -185,7 +188,9 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
     capture::MicrophoneRemarks microphone_;  // of the running recording
-    std::string hints_;                      // shown while recording
+    capture::LossWatch losses_;
+    capture::SpaceWatch space_;
+    std::string hints_;  // shown while recording
     Lifetime lifetime_;
     bool shortcutIsSettled_ = false;  // the desktop was asked for one; not on desktops that list what can be recorded
     std::shared_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed

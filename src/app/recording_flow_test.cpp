@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <new>
 #include <thread>
@@ -78,6 +80,48 @@ TEST_F(RecordingFlowTest, ARecordingOfLessThanASecondShowsNoughtAndFinishes) {
     EXPECT_EQ(view_.count("title ⏺ 0:00"), 1);
     stopRecording();
     EXPECT_TRUE(view_.state.status.starts_with("Fertig: ")) << view_.state.status;
+}
+
+TEST_F(RecordingFlowTest, LostPicturesAreSaidWhileTheyAreLostAndAfterwards) {
+    launch();
+    startRecording();
+    loop_.advance(8);
+    EXPECT_EQ(view_.count("hint "), 0);
+    for (int lost = 2; lost <= 8; lost += 2) {
+        desktop_.setPicturesMissed(lost);
+        loop_.advance(0.5);
+    }
+    const std::string sentence =
+        "Über 50 % der Bilder gehen verloren: der Desktop liefert sie zu langsam. Es hilft, anderes zu beenden oder "
+        "mit "
+        "30 Bildern pro Sekunde aufzunehmen.";
+    EXPECT_EQ(view_.count("hint " + sentence), 1);
+    EXPECT_TRUE(logged("[Capture] Hinweis: " + sentence));
+    loop_.advance(6);
+    EXPECT_EQ(view_.count("hint "), 1) << "all is well again";
+    EXPECT_EQ(view_.state.notices.count(NoticeKind::recording), 0U);
+    stopRecording();
+    EXPECT_EQ(view_.state.notices.at(NoticeKind::recording).text,
+              "Ab 0:08 gingen 2 s lang Bilder verloren, zeitweise über 50 %: der Desktop liefert sie zu langsam.");
+}
+
+TEST_F(RecordingFlowTest, TheSpaceThatIsLeftIsSaidInMinutes) {
+    launch();
+    startRecording();
+    // Ten megabytes a second; the file has no content and takes no space here.
+    std::ofstream(recording_ / "webcam.mov");
+    std::filesystem::resize_file(recording_ / "webcam.mov", 100'000'000);
+    loop_.advance(10);
+    EXPECT_EQ(view_.count("hint Noch Platz für etwa 2 Minuten."), 0);
+    freeSpace_ = capture::FreeSpace{1'500'000'000, 2'000'000'000};
+    loop_.advance(0.5);
+    EXPECT_EQ(view_.count("hint Noch Platz für etwa 2 Minuten."), 1);
+    freeSpace_ = capture::FreeSpace{1'500'000'000'000, 2'000'000'000'000};
+    loop_.advance(0.5);
+    EXPECT_EQ(view_.calls.back(), "hint ");
+    EXPECT_EQ(view_.count("hint "), 1);
+    stopRecording();
+    EXPECT_EQ(view_.state.notices.count(NoticeKind::recording), 0U);
 }
 
 TEST_F(RecordingFlowTest, RecordsAWindow) {

@@ -220,7 +220,10 @@ void DeviceRecorder::handlePicture(const platform::DeviceSample& sample) {
     const RecordingProgress progress = movie_.progress();
     const MediaTime time = progress.pictureTime(taken);
     if (progress.isBeforeSession(time)) return;
-    if (!movie_.video().isReadyForMoreMediaData()) return;
+    if (!movie_.video().isReadyForMoreMediaData()) {
+        movie_.picturesDropped(1);
+        return;
+    }
     if (movie_.video().append(fitter_->fit(sample.image), time)) movie_.pictureWritten(time);
 }
 
@@ -247,6 +250,14 @@ SpaceNeed DeviceRecorder::spaceNeed() const {
 RecordingJob::Stats DeviceRecorder::snapshot() const {
     const RecordingProgress progress = movie_.progress();
     return {progress.elapsed(services_.hostClock()), progress.framesWritten};
+}
+
+RecordingHealth DeviceRecorder::health() const {
+    if (!isMovieOpen()) return {};
+    RecordingHealth health = files_.health(spaceNeed());
+    health.seconds = snapshot().duration;
+    health.screen = movie_.health();
+    return health;
 }
 
 // Stopping

@@ -66,6 +66,7 @@ class DeviceRecorder final : public RecordingJob {
     void stop(StopCompletion completion) override;
 
     Stats snapshot() const override;
+    RecordingHealth health() const override;
     const std::filesystem::path& folder() const override { return files_.folder(); }
     const std::string& deviceName() const { return device_.name; }
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }

@@ -315,6 +315,15 @@ RecordingJob::Stats Recorder::snapshot() const {
             progress.framesDropped, events};
 }
 
+RecordingHealth Recorder::health() const {
+    RecordingHealth health = files_.health(spaceNeed());
+    health.seconds = snapshot().duration;
+    health.fps = options_.fps;
+    health.screen = movie_.health();
+    health.missed = stream_ ? stream_->picturesMissed() : 0;
+    return health;
+}
+
 // Stopping
 
 void Recorder::stop(StopCompletion completion) {

@@ -54,6 +54,7 @@ class Recorder final : public RecordingJob {
     void stop(StopCompletion completion) override;
 
     Stats snapshot() const override;
+    RecordingHealth health() const override;
     const std::filesystem::path& folder() const override { return files_.folder(); }
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }
 

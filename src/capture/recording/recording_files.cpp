@@ -63,6 +63,21 @@ std::optional<double> RecordingFiles::stopWebcam() {
     return webcam_ ? webcam_->stop() : std::nullopt;
 }
 
+RecordingHealth RecordingFiles::health(const SpaceNeed& need) const {
+    RecordingHealth health;
+    if (webcam_) health.webcam = webcam_->health();
+    for (const char* name : {"source.mov", "webcam.mov"}) {
+        std::error_code error;
+        const auto size = std::filesystem::file_size(folder_ / name, error);
+        if (!error) health.bytes += size;
+    }
+    if (const auto space = services_.freeSpace(folder_)) {
+        const std::uint64_t reserve = requiredSpace(need, space->capacity);
+        health.usableBytes = space->available > reserve ? space->available - reserve : 0;
+    }
+    return health;
+}
+
 void RecordingFiles::discardWebcam() {
     if (!webcam_) return;
     webcam_->stop();

@@ -14,6 +14,7 @@
 #include "capture/recording/recorder_notifier.h"
 #include "capture/recording/source_movie.h"
 #include "capture/recording/webcam_recorder.h"
+#include "capture/recording_health.h"
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
 
@@ -39,6 +40,8 @@ class RecordingFiles {
     void startWebcam();
     /// Null when no webcam is recorded.
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const;
+    /// What the webcam has counted, the size of the movies, and the space that is left; the rest is the recorder's.
+    RecordingHealth health(const SpaceNeed& need) const;
     /// See `WebcamRecorder::stop`; nullopt without a webcam.
     std::optional<double> stopWebcam();
     /// Stops the camera and removes its movie. May take seconds.

@@ -11,6 +11,7 @@
 
 #include "base/recorder_error.h"
 #include "capture/recording/webcam_preview.h"
+#include "capture/recording_health.h"
 
 namespace lumivastor::capture {
 
@@ -60,6 +61,8 @@ class RecordingJob {
 
     /// Figures for the display while recording. Any thread.
     virtual Stats snapshot() const = 0;
+    /// What the recording may lose at the moment. While it runs; main thread.
+    virtual RecordingHealth health() const = 0;
 
     virtual const std::filesystem::path& folder() const = 0;
     /// The live picture of the webcam; null when none is recorded.

@@ -95,9 +95,12 @@ void WebcamRecorder::captureOutput(const platform::DeviceSample& sample) {
     if (input_ == nullptr || !sample.image || !std::isfinite(sample.hostSeconds)) return;
     const auto picture = fitter_->fit(sample.image);
     const MediaTime time = hostTime(sample.hostSeconds);
+    const bool isNew = change_.isNew(*picture, sample.hostSeconds);
     bool isFirst = false;
     {
         const std::lock_guard hold(lock_);
+        ++delivered_;
+        if (isNew) ++changed_;
         if (!firstPTS_) {
             firstPTS_ = time;
             writer_->startSession(time);
@@ -111,10 +114,9 @@ void WebcamRecorder::captureOutput(const platform::DeviceSample& sample) {
         if (onFirstPicture) onFirstPicture(time.seconds());
     }
     previewLayer_->show(picture);
-    if (!input_->isReadyForMoreMediaData()) return;
-    if (!input_->append(picture, time)) return;
+    const bool isTaken = input_->isReadyForMoreMediaData() && input_->append(picture, time);
     const std::lock_guard hold(lock_);
-    ++frames_;
+    ++(isTaken ? frames_ : lost_);
 }
 
 void WebcamRecorder::stopSession() {
@@ -157,6 +159,11 @@ std::optional<double> WebcamRecorder::stop() {
 std::int64_t WebcamRecorder::framesWritten() const {
     const std::lock_guard hold(lock_);
     return frames_;
+}
+
+RecordingHealth::Webcam WebcamRecorder::health() const {
+    const std::lock_guard hold(lock_);
+    return {{frames_, lost_, writer_ ? writer_->diskWaits() : 0}, delivered_, changed_};
 }
 
 // The pictures of the movie, 0 without a movie. What a failed writer has written is kept.

@@ -14,7 +14,9 @@
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
 #include "capture/recording/fitted_picture.h"
+#include "capture/recording/picture_change.h"
 #include "capture/recording/webcam_preview.h"
+#include "capture/recording_health.h"
 #include "media/writing/asset_writer.h"
 
 namespace lumivastor::capture {
@@ -50,6 +52,9 @@ class WebcamRecorder {
     /// The number of pictures that the writer has accepted; after `stop` those in the movie. Any thread.
     std::int64_t framesWritten() const;
 
+    /// What was counted so far. Any thread.
+    RecordingHealth::Webcam health() const;
+
     /// Null before `start`.
     std::shared_ptr<WebcamPreview> previewLayer() const { return previewLayer_; }
 
@@ -72,6 +77,10 @@ class WebcamRecorder {
     mutable std::mutex lock_;
     std::optional<MediaTime> firstPTS_;  // guarded by lock_
     std::int64_t frames_ = 0;            // guarded by lock_
+    std::int64_t delivered_ = 0;         // guarded by lock_
+    std::int64_t lost_ = 0;              // guarded by lock_
+    std::int64_t changed_ = 0;           // guarded by lock_
+    PictureChange change_;               // the queue's
 
     std::shared_ptr<WebcamPreview> previewLayer_;
     std::unique_ptr<media::AssetWriter> writer_;

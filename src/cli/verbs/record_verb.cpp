@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
 #include <ctime>
 #include <filesystem>
 #include <iostream>
@@ -9,6 +10,7 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "base/after.h"
 #include "base/handled_error.h"
@@ -16,11 +18,13 @@
 #include "base/log.h"
 #include "base/main_loop.h"
 #include "capture/desktop_dialog.h"
+#include "capture/loss_watch.h"
 #include "capture/microphone_remarks.h"
 #include "capture/proof/recording_proof.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording_control.h"
 #include "capture/recordings_root.h"
+#include "capture/space_watch.h"
 #include "cli/interruption.h"
 #include "cli/machine.h"
 #include "cli/status_line.h"
@@ -85,6 +89,30 @@ void chooseDevices(const RecordRequest& request, Machine& machine) {
     }
 }
 
+// Says what the recording loses, once for each sentence in a row.
+class Hints {
+  public:
+    explicit Hints(StatusLine& status) : status_(status) {}
+
+    void update(const capture::RecordingHealth& health) {
+        losses_.update(health);
+        space_.update(health);
+        const std::vector<std::string> now{losses_.screenSentence(), losses_.webcamSentence(), space_.sentence()};
+        said_.resize(now.size());
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            if (now[i] != said_[i] && !now[i].empty()) status_.say(now[i]);
+        }
+        said_ = now;
+    }
+    std::string summary() const { return losses_.summary(); }
+
+  private:
+    StatusLine& status_;
+    capture::LossWatch losses_;
+    capture::SpaceWatch space_;
+    std::vector<std::string> said_;
+};
+
 // Starts the recorder and runs the loop until the recording is finished.
 capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Session& session,
                                          const RecordRequest& request, RecordingRemarks& remarks,
@@ -109,6 +137,7 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
         remarks.endedEarly = error.message();
         stop();
     });
+    Hints hints(session.status);
     std::unique_ptr<MainLoop::Timer> showTimer;
     std::unique_ptr<MainLoop::Timer> endTimer;
     recorder.start([&](std::optional<RecorderError> error) {
@@ -126,6 +155,7 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
                 Log::write("Capture", *news);
                 session.status.say(*news);
             }
+            hints.update(recorder.health());
         });
         if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
         if (stopRequested) stop();
@@ -133,6 +163,7 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
     const std::stop_callback onSignal(session.interruption.token(), [&] { session.loop.async(stop); });
     const capture::RecordingControl control(capture::recordingControlFolder(), [&] { session.loop.async(stop); });
     session.loop.run();
+    if (const std::string lost = hints.summary(); !lost.empty()) remarks.losses = lost;
     if (startError) throw RecorderError(*startError);
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);
     return std::get<capture::RecordingJob::Stats>(*outcome);
@@ -154,6 +185,7 @@ std::filesystem::path record(const Arguments& arguments, std::ostream& out) {
     } else {
         out << describeRecording(stats, recorder->folder());
         if (const std::string troubles = microphone.summary(); !troubles.empty()) out << troubles << "\n";
+        if (remarks.losses) out << *remarks.losses << "\n";
     }
     out << std::flush;
     return recorder->folder();

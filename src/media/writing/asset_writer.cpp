@@ -399,6 +399,11 @@ AssetWriter::Status AssetWriter::status() const {
     return shared_->status;
 }
 
+std::int64_t AssetWriter::diskWaits() const {
+    const std::lock_guard hold(shared_->lock);
+    return shared_->sink ? shared_->sink->diskWaits() : 0;
+}
+
 std::optional<RecorderError> AssetWriter::error() const {
     const std::lock_guard hold(shared_->lock);
     return shared_->error;

@@ -189,6 +189,9 @@ class AssetWriter {
     void cancelWriting();
 
     Status status() const;
+    /// How often an encoder had to wait for the disk so far: a writer whose inputs are not ready has a slow disk if
+    /// this grows, else a slow encoder. Any thread.
+    std::int64_t diskWaits() const;
     /// Why the writer failed.
     std::optional<RecorderError> error() const;
     /// Whether a picture encoder made the writer fail, and not the file: another encoder may work.
