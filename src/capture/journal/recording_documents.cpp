@@ -21,7 +21,8 @@ void saveCaptureInfo(const std::filesystem::path& folder, model::CaptureInfo pla
     info.cursorPollsWithoutCursor = outcome.counts.missingCursorPolls;
     if (outcome.webcamFirstPicture) {
         info.webcamFile = "webcam.mov";
-        info.webcamOffset = *outcome.webcamFirstPicture - outcome.t0Host;
+        info.webcamOffset = outcome.pauses.nearestMovieTime(*outcome.webcamFirstPicture) -
+                            outcome.pauses.nearestMovieTime(outcome.t0Host);
     }
     info.save(folder);
 }

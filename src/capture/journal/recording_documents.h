@@ -18,6 +18,7 @@ struct RecordingOutcome {
     double duration = 0;
     std::int64_t framesWritten = 0;
     JournalCounts counts;
+    Pauses pauses = {};
     std::int64_t pointerEvents = 0;
     /// Host clock, seconds: the webcam movie's time zero; nullopt without such a movie.
     std::optional<double> webcamFirstPicture;

@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/formatted.h"
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/recordings_root.h"
@@ -29,6 +30,8 @@ void RecordingFiles::beginJournal(const model::CaptureInfo& planned, const model
         firstPicture = webcamFirstPicture_;
     }
     if (firstPicture) note(journalLine::webcam(*firstPicture));
+    // One that begins or ends meanwhile is written twice, which changes nothing.
+    for (const Pause& each : pauses()->list()) note(journalLine::pause(each));
 }
 
 // On the webcam's thread. The journal may begin later.
@@ -42,8 +45,31 @@ void RecordingFiles::noteWebcam(double firstPicture) {
     if (hasJournal) note(journalLine::webcam(firstPicture));
 }
 
+void RecordingFiles::pause(bool isByPointer) {
+    if (!pauseClock_.pause(isByPointer)) return;
+    notifier_.log("Pause");
+    notePause();
+}
+
+void RecordingFiles::resume() {
+    if (!pauseClock_.resume()) return;
+    const Pause& ended = pauses()->list().back();
+    notifier_.log(formatted("weiter nach %.3f s Pause", *ended.to - ended.from));
+    notePause();
+}
+
+// The journal may begin later.
+void RecordingFiles::notePause() {
+    bool hasJournal = false;
+    {
+        const std::lock_guard hold(lock_);
+        hasJournal = journal_ != nullptr;
+    }
+    if (hasJournal) note(journalLine::pause(pauses()->list().back()));
+}
+
 void RecordingFiles::startWebcam() {
-    auto webcam = std::make_unique<WebcamRecorder>(services_);
+    auto webcam = std::make_unique<WebcamRecorder>(services_, pauseClock_);
     webcam->onFirstPicture = [this](double seconds) { noteWebcam(seconds); };
     webcam->onNotice = [this](const std::string& sentence) { notifier_.notice(sentence); };
     try {

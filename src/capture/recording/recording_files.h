@@ -11,6 +11,7 @@
 #include "capture/capture_services.h"
 #include "capture/journal/journal.h"
 #include "capture/journal/recording_documents.h"
+#include "capture/pauses/pause_clock.h"
 #include "capture/recording/recorder_notifier.h"
 #include "capture/recording/source_movie.h"
 #include "capture/recording/webcam_recorder.h"
@@ -35,6 +36,12 @@ class RecordingFiles {
     void note(const std::string& line) { journal_->append(line); }
     Journal* journal() { return journal_.get(); }
 
+    /// A pause begins or ends now. Main thread.
+    void pause(bool isByPointer);
+    void resume();
+    /// The pauses so far. Any thread.
+    std::shared_ptr<const Pauses> pauses() const { return pauseClock_.pauses(); }
+
     /// Starts recording the camera. Without one the recording continues, and a notice says so. May take seconds.
     void startWebcam();
     /// Null when no webcam is recorded.
@@ -58,11 +65,13 @@ class RecordingFiles {
 
   private:
     void noteWebcam(double firstPicture);
+    void notePause();
 
     const RecordingServices services_;
     RecorderNotifier& notifier_;
     const std::filesystem::path folder_;
     bool hasFolder_ = false;
+    PauseClock pauseClock_{services_.hostClock};
 
     std::mutex lock_;
     std::optional<double> webcamFirstPicture_;  // guarded by lock_
