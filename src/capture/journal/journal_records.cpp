@@ -278,6 +278,8 @@ bool readRecord(std::string_view kind, Words& words, JournalContent& content) {
         content.counts.missingCursorPolls = words.integer<std::int64_t>(0, INT64_MAX);
     } else if (kind == "pause") {
         readPause(words, content);
+    } else if (kind == "mark") {
+        content.marks.push_back(words.number());
     } else {
         return false;
     }
@@ -375,6 +377,10 @@ std::string counts(const JournalCounts& counts) {
         .integer(counts.framesDropped)
         .integer(counts.missingCursorPolls)
         .finished();
+}
+
+std::string mark(double hostSeconds) {
+    return Line("mark").number(hostSeconds).finished();
 }
 
 std::string pause(const Pause& pause) {

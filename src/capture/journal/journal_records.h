@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "capture/pauses/pauses.h"
 #include "capture/pointer/pointer_records.h"
@@ -47,6 +48,7 @@ std::string display(const DisplaySample& sample);
 std::string counts(const JournalCounts& counts);
 /// A pause begins, or, if the pause tells its end, has ended.
 std::string pause(const Pause& pause);
+std::string mark(double hostSeconds);
 }  // namespace journalLine
 
 /// The parsed content of a journal.
@@ -66,6 +68,7 @@ struct JournalContent {
     DisplayTrack displayTrack;
     JournalCounts counts;
     Pauses pauses;
+    std::vector<double> marks;  // host seconds
     /// The number of torn or damaged lines, which are skipped.
     std::int64_t damagedLines = 0;
 

@@ -47,6 +47,7 @@ JournalContent written() {
     content.windowTrack = {{1, {1, 2, 3, 4}}, {2, {5, 6, 7, 8}}};
     content.displayTrack = {{1.5, {-800, 0.5}}, {2, {5, 6}}};
     content.counts = {3, 4, 5};
+    content.marks = {4, 5.5};
     content.pauses.begin(2.25, true);
     content.pauses.end(2.5);
     content.pauses.begin(81234.75, false);
@@ -65,6 +66,7 @@ std::vector<std::string> linesOf(const JournalContent& content) {
     lines.push_back(journalLine::pointer(*content.info.pointerKnown));
     lines.push_back(journalLine::counts({0, 0, 1}));
     lines.push_back(journalLine::counts(content.counts));
+    for (const double each : content.marks) lines.push_back(journalLine::mark(each));
     const std::vector<Pause>& pauses = content.pauses.list();
     lines.push_back(journalLine::pause({pauses[0].from, std::nullopt, pauses[0].isByPointer}));
     for (const Pause& each : pauses) lines.push_back(journalLine::pause(each));

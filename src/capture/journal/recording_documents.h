@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 #include "capture/journal/journal_records.h"
 #include "model/capture_info.h"
@@ -27,6 +28,10 @@ struct RecordingOutcome {
 /// Writes "capture.json". Call it last, because this document makes a folder a complete recording. `planned` is the
 /// document as planned at the start. Throws `RecorderError`.
 void saveCaptureInfo(const std::filesystem::path& folder, model::CaptureInfo planned, const RecordingOutcome& outcome);
+
+/// Writes "marks.json" from host times, if there are any that the movie has. Throws `RecorderError`.
+void saveMarks(const std::filesystem::path& folder, const std::vector<double>& hostTimes,
+               const RecordingOutcome& outcome);
 
 /// Writes an empty pointer track, for recordings of devices. Throws `RecorderError`.
 void saveEmptyPointerTrack(const std::filesystem::path& folder);

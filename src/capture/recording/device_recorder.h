@@ -69,6 +69,8 @@ class DeviceRecorder final : public RecordingJob {
     void resume() override;
     bool isPaused() const override { return files_.pauses()->isPaused(); }
 
+    int mark() override { return running_ && !run_.isStopped() ? files_.mark() : 0; }
+
     Stats snapshot() const override;
     const std::filesystem::path& folder() const override { return files_.folder(); }
     const std::string& deviceName() const { return device_.name; }

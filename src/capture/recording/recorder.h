@@ -57,6 +57,8 @@ class Recorder final : public RecordingJob {
     void resume() override { files_.resume(); }
     bool isPaused() const override { return files_.pauses()->isPaused(); }
 
+    int mark() override { return stream_ && !run_.isStopped() ? files_.mark() : 0; }
+
     Stats snapshot() const override;
     const std::filesystem::path& folder() const override { return files_.folder(); }
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }

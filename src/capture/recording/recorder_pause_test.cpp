@@ -11,6 +11,7 @@
 #include "media/reading/asset_reader.h"
 #include "media/reading/still_picture.h"
 #include "model/capture_info.h"
+#include "model/marks.h"
 #include "model/pointer_track.h"
 #include "support/await.h"
 #include "support/recording_rig.h"
@@ -292,6 +293,36 @@ TEST_F(RecorderPauses, APictureThatWaitedKeepsItsTimeFromBefore) {
     }));
     statsOf(stopped());
     EXPECT_NEAR(video().duration().seconds(), (sent - 1) / 1000.0, 0.1);
+}
+
+TEST_F(RecorderPauses, MarksLieInTheMoviesTime) {
+    EXPECT_EQ(make().mark(), 0) << "nothing runs";
+    start();
+    emitPicture(20);
+    loop_.advance(0.5);
+    EXPECT_EQ(recorder_->mark(), 1);
+    loop_.advance(0.5);
+    recorder_->pause(Cause::other);
+    loop_.advance(3);
+    EXPECT_EQ(recorder_->mark(), 2);
+    loop_.advance(3);
+    recorder_->resume();
+    loop_.advance(1);
+    EXPECT_EQ(recorder_->mark(), 3);
+    loop_.advance(1);
+    emitPicture(90);
+    loop_.advance(0.5);
+    EXPECT_EQ(recorder_->mark(), 4) << "behind the last picture";
+    statsOf(stopped());
+    EXPECT_EQ(recorder_->mark(), 0);
+    EXPECT_EQ(model::Marks::timesIn(folder_), (std::vector<double>{0.5, 1, 2, 3}));
+}
+
+TEST_F(RecorderPauses, WithoutMarksThereIsNoDocumentOfThem) {
+    start();
+    emitPicture(20);
+    statsOf(stopped());
+    EXPECT_FALSE(exists("marks.json"));
 }
 
 TEST_F(RecorderPauses, TheJournalHasThem) {

@@ -36,13 +36,12 @@ void RecordingFiles::beginJournal(const model::CaptureInfo& planned, const model
 
 // On the webcam's thread. The journal may begin later.
 void RecordingFiles::noteWebcam(double firstPicture) {
-    bool hasJournal = false;
     {
         const std::lock_guard hold(lock_);
         webcamFirstPicture_ = firstPicture;
-        hasJournal = journal_ != nullptr;
+        if (!journal_) return;
     }
-    if (hasJournal) note(journalLine::webcam(firstPicture));
+    note(journalLine::webcam(firstPicture));
 }
 
 void RecordingFiles::pause(bool isByPointer) {
@@ -59,13 +58,22 @@ void RecordingFiles::resume() {
 }
 
 // The journal may begin later.
+bool RecordingFiles::hasJournal() {
+    const std::lock_guard hold(lock_);
+    return journal_ != nullptr;
+}
+
 void RecordingFiles::notePause() {
-    bool hasJournal = false;
-    {
-        const std::lock_guard hold(lock_);
-        hasJournal = journal_ != nullptr;
+    if (hasJournal()) note(journalLine::pause(pauses()->list().back()));
+}
+
+// Before the first picture of a device there is nothing to mark.
+int RecordingFiles::mark() {
+    if (hasJournal()) {
+        marks_.push_back(services_.hostClock());
+        note(journalLine::mark(marks_.back()));
     }
-    if (hasJournal) note(journalLine::pause(pauses()->list().back()));
+    return static_cast<int>(marks_.size());
 }
 
 void RecordingFiles::startWebcam() {
@@ -110,6 +118,7 @@ void RecordingFiles::watch(const SourceMovie& movie, const SpaceNeed& need) {
 }
 
 void RecordingFiles::complete(const model::CaptureInfo& planned, const RecordingOutcome& outcome) {
+    saveMarks(folder_, marks_, outcome);
     saveCaptureInfo(folder_, planned, outcome);
     journal_->remove();
 }

@@ -63,6 +63,10 @@ class RecordingJob {
     virtual void resume() = 0;
     virtual bool isPaused() const = 0;
 
+    /// Marks this moment for the editor; in a pause, the moment at which it began. Returns how many marks there are. No
+    /// effect unless the recording runs.
+    virtual int mark() = 0;
+
     /// Finishes the movie and writes the documents, in the background. A second call does nothing. The completion is
     /// called even if the job is destroyed meanwhile.
     virtual void stop(StopCompletion completion) = 0;

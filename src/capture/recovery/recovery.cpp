@@ -120,6 +120,7 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
     outcome.pauses = journal.pauses;
     outcome.webcamFirstPicture = recoverWebcam(folder, journal);
     outcome.pointerEvents = writePointerTrack(folder, journal, outcome.t0Host);
+    saveMarks(folder, journal.marks, outcome);
     saveCaptureInfo(folder, journal.info, outcome);
     std::filesystem::remove(*journalFile, ignored);
     Log::write("Capture", "vervollständigt: " + folder.string());

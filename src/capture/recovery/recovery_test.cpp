@@ -11,6 +11,7 @@
 #include "media/reading/asset.h"
 #include "media/writing/asset_writer.h"
 #include "model/capture_info.h"
+#include "model/marks.h"
 #include "model/pointer_track.h"
 #include "support/recorder_rig.h"
 
@@ -197,6 +198,7 @@ TEST_F(Recoveries, APauseIsLeftOutAsAStopWouldHaveLeftItOut) {
             desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {90, 30}, 0, 0});
             loop_.advance(1);
             recorder.resume();
+            EXPECT_EQ(recorder.mark(), 1);
             record(4, 320, 240);
             desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {40, 30}, 0, 0});
             loop_.advance(0.5);
@@ -216,6 +218,7 @@ TEST_F(Recoveries, APauseIsLeftOutAsAStopWouldHaveLeftItOut) {
         EXPECT_EQ(track.events[2].t, 1);
         EXPECT_EQ(track.events[2].px, 90);
         EXPECT_EQ(track.events[3].t, 5);
+        EXPECT_EQ(model::Marks::timesIn(folder_), std::vector<double>{1});
     }
 }
 
