@@ -49,6 +49,7 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
              .grantChanged = [this] { grantChanged(); }}) {
     window_.update([&](MainWindowState& state) {
         state.choices.autoZoom = services_.preferences.autoZoomsEnabled().value_or(true);
+        state.choices.countdownIndex = countdownIndexOf(services_.preferences.countdownSeconds());
     });
 }
 
@@ -254,6 +255,11 @@ void AppDelegate::sourceSelected(int index) {
 
 void AppDelegate::fpsSelected(int index) {
     setChoice([&](MainWindowChoices& choices) { choices.fpsIndex = index; });
+}
+
+void AppDelegate::countdownSelected(int index) {
+    setChoice([&](MainWindowChoices& choices) { choices.countdownIndex = index; });
+    services_.preferences.setCountdownSeconds(window_.choices().countdownSeconds());
 }
 
 void AppDelegate::systemAudioToggled(bool on) {

@@ -55,10 +55,9 @@ struct Machine {
     bool isWayland() const { return desktop->contentPicker() != nullptr; }
 };
 
-std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(platform::Desktop& desktop, std::function<void()> pressed,
-                                                           std::stop_token stop) {
-    platform::ShortcutRequest request;
-    request.keys = kStopKeys;
+std::unique_ptr<platform::GlobalShortcut> grabShortcut(platform::Desktop& desktop,
+                                                       const platform::ShortcutRequest& request,
+                                                       std::function<void()> pressed, std::stop_token stop) {
     try {
         return desktop.grabShortcut(request, std::move(pressed), std::move(stop));
     } catch (const RecorderError& error) {
@@ -202,8 +201,12 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
                          preferences,
                          sleep,
                          [&](std::function<void()> pressed, std::stop_token stop) {
-                             return grabStopShortcut(*machine.desktop, std::move(pressed), std::move(stop));
+                             return grabShortcut(*machine.desktop, {.keys = kStopKeys}, std::move(pressed),
+                                                 std::move(stop));
                          }};
+    services.grabShortcut = [&](const platform::ShortcutRequest& request, std::function<void()> pressed) {
+        return grabShortcut(*machine.desktop, request, std::move(pressed), {});
+    };
     services.recordingOpened = [&](const std::filesystem::path& folder) { library.remember(folder); };
     AppDelegate app(std::move(services), windows);
     delegate = &app;
