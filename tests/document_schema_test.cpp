@@ -188,6 +188,21 @@ TEST_F(DocumentSchema, DescribesEveryQualityDocument) {
     expectWrittenAsDescribed("quality");
 }
 
+TEST_F(DocumentSchema, DescribesEveryMarksDocument) {
+    model::Marks marks;
+    save(marks);
+    marks.list = {{0}, {12.25}};
+    save(marks);
+    expectWrittenAsDescribed("marks");
+}
+
+TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfMarksDocuments) {
+    expectRefused("marks",
+                  {"[]", "{}", R"({"version":1})", R"({"version":1,"marks":[{}]})",
+                   R"({"version":1,"marks":[{"t":"1"}]})", R"({"version":1,"marks":[1]})"},
+                  [](const FileBytes& bytes) { model::Marks::parse(bytes); });
+}
+
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
     const TemporaryFolder folder;
     model::CaptureInfo info = someCapture();
@@ -319,14 +334,15 @@ TEST_F(DocumentSchema, TakesTheExamplesOfTheFormatsPage) {
         at += fence.size();
         examples.push_back(formatsPage().substr(at, formatsPage().find("```", at) - at));
     }
-    ASSERT_EQ(examples.size(), 4U);
+    ASSERT_EQ(examples.size(), 5U);
     // What the program makes of an example is the example.
     const TemporaryFolder folder;
     model::CaptureInfo::parse(FileBytes::copyOf(examples[0])).save(folder.path());
     model::PointerTrack::parse(FileBytes::copyOf(examples[1])).save(folder.path());
     model::ProjectSettings::parse(FileBytes::copyOf(examples[2])).save(folder.path());
-    model::RecordingQuality::parse(FileBytes::copyOf(examples[3])).save(folder.path());
-    const char* const names[] = {"capture", "pointer", "project", "quality"};
+    model::Marks::parse(FileBytes::copyOf(examples[3])).save(folder.path());
+    model::RecordingQuality::parse(FileBytes::copyOf(examples[4])).save(folder.path());
+    const char* const names[] = {"capture", "pointer", "project", "marks", "quality"};
     for (std::size_t i = 0; i < examples.size(); ++i) {
         EXPECT_EQ(folder.read(std::string(names[i]) + ".json") + "\n", examples[i]);
         const std::string file = (folder.path() / (std::string(names[i]) + ".json")).string();

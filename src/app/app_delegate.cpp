@@ -59,6 +59,7 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
                .readyText = [this] { return readyText(); }}) {
     window_.update([&](MainWindowState& state) {
         state.choices.autoZoom = services_.preferences.autoZoomsEnabled().value_or(true);
+        state.choices.countdownIndex = countdownIndexOf(services_.preferences.countdownSeconds());
     });
 }
 
@@ -285,6 +286,11 @@ void AppDelegate::sourceSelected(int index) {
 
 void AppDelegate::fpsSelected(int index) {
     setChoice([&](MainWindowChoices& choices) { choices.fpsIndex = index; });
+}
+
+void AppDelegate::countdownSelected(int index) {
+    setChoice([&](MainWindowChoices& choices) { choices.countdownIndex = index; });
+    services_.preferences.setCountdownSeconds(window_.choices().countdownSeconds());
 }
 
 void AppDelegate::systemAudioToggled(bool on) {

@@ -68,6 +68,7 @@ class AppDelegate {
     void sourceTypeChanged(SourceType type);
     void sourceSelected(int index);
     void fpsSelected(int index);
+    void countdownSelected(int index);
     void systemAudioToggled(bool on);
     void microphoneToggled(bool on);
     void autoZoomToggled(bool on);
@@ -80,6 +81,10 @@ class AppDelegate {
     // What the user does.
     void toggleRecording();
     void stopFromStatusItem() { flow_.stop(); }
+    void togglePause() { flow_.togglePause(capture::RecordingJob::PauseCause::pointer); }
+    void setMark() { flow_.setMark(); }
+    bool isCountingDown() const { return flow_.isCountingDown(); }
+    void cancelCountdown() { flow_.cancelCountdown(); }
     void refreshSources();
     /// The button that opens the desktop's own dialog.
     void chooseContent();

@@ -33,6 +33,13 @@ struct AppServices : capture::CaptureServices {
     std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed, std::stop_token stop)>
         grabStopShortcut;
 
+    /// Grabs another key combination while a recording runs; null when it is not available. `pressed` may run on any
+    /// thread. Not where the desktop has a `contentPicker`, whose dialogs would be in the recording.
+    std::function<std::unique_ptr<platform::GlobalShortcut>(const platform::ShortcutRequest&, std::function<void()>)>
+        grabShortcut = [](const platform::ShortcutRequest&, const std::function<void()>&) {
+            return std::unique_ptr<platform::GlobalShortcut>();
+        };
+
     /// Lets other processes of the user stop the recording while the result lives. `stop` may run on any thread.
     std::function<std::shared_ptr<void>(std::function<void()> stop)> offerStop = [](std::function<void()> stop) {
         return std::make_shared<capture::RecordingControl>(capture::recordingControlFolder(), std::move(stop));

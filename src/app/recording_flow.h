@@ -95,8 +95,17 @@ class RecordingFlow {
     /// The same, and then answers the pending quit request instead of opening the editor.
     void stopAndTerminate();
 
-    /// Ends a countdown without a recording, and deletes its folder.
+    /// Whether the numbers before a recording are shown.
+    bool isCountingDown() const { return phase_ == Phase::countdown; }
+    /// The user does not want the recording after all: ends the countdown and deletes its folder.
+    void cancelCountdown();
+    /// The same at the end of the program.
     void abandonCountdown();
+
+    /// Pauses the running recording, or lets it go on.
+    void togglePause(capture::RecordingJob::PauseCause cause);
+    /// Marks this moment of the running recording.
+    void setMark();
 
     /// Shows the camera in the main window. On failure the status says why.
     void startCameraPreview() { startPreview(true); }
@@ -141,10 +150,13 @@ class RecordingFlow {
     void prepare(const Subject& subject);
     void askForShortcut(const Subject& subject);
     void runCountdown(int from, std::function<void()> completion);
+    void clearScreen(const std::function<void()>& completion);
     void startRecorder();
     void recorderStarted(std::optional<RecorderError> error);
     void startFailed(const std::string& message);
+    std::function<void()> fromAnyThread(std::function<void()> action);
     std::function<void()> stopFromAnyThread();
+    std::unique_ptr<platform::GlobalShortcut> grabKeys(char letter, const char* purpose, std::function<void()> action);
     void releaseShortcut();
     void offerStop();
     void running();
@@ -193,8 +205,12 @@ class RecordingFlow {
     std::string hints_;  // shown while recording
     Lifetime lifetime_;
     bool shortcutIsSettled_ = false;  // the desktop was asked for one; not on desktops that list what can be recorded
-    std::shared_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed
-    std::shared_ptr<void> stopOffer_;                         // while recording
+    // Last: they may call back until they are destroyed.
+    std::shared_ptr<platform::GlobalShortcut> stopShortcut_;
+    std::unique_ptr<platform::GlobalShortcut> escapeKey_;      // during the countdown
+    std::unique_ptr<platform::GlobalShortcut> pauseShortcut_;  // while recording
+    std::unique_ptr<platform::GlobalShortcut> markShortcut_;   // while recording
+    std::shared_ptr<void> stopOffer_;                          // while recording
 };
 
 }  // namespace lumivastor::app

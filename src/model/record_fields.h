@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "model/capture_info.h"
+#include "model/marks.h"
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 #include "model/recording_quality.h"
@@ -214,6 +215,18 @@ struct RecordFields<ProjectSettings> {
         LUMI_FIELD(R, cropTop),       LUMI_FIELD(R, cropBottom),      LUMI_FIELD(R, cropLeft),
         LUMI_FIELD(R, cropRight),     LUMI_FIELD(R, masks),
     };
+};
+
+template <>
+struct RecordFields<Mark> {
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{LUMI_FIELD(Mark, t)};
+};
+
+template <>
+struct RecordFields<Marks> {
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{LUMI_FIELD(Marks, version), field("marks", &Marks::list)};
 };
 
 template <>

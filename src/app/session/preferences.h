@@ -25,6 +25,10 @@ class Preferences {
     virtual std::optional<bool> autoZoomsEnabled() const = 0;
     virtual void setAutoZoomsEnabled(bool enabled) = 0;
 
+    /// Key "countdownSeconds"; nullopt when it was never set.
+    virtual std::optional<int> countdownSeconds() const = 0;
+    virtual void setCountdownSeconds(int seconds) = 0;
+
     /// Key "recordingPlaces": recordings, and folders of them, elsewhere than in the root; the oldest first.
     virtual std::vector<std::filesystem::path> recordingPlaces() const = 0;
     virtual void setRecordingPlaces(const std::vector<std::filesystem::path>& places) = 0;

@@ -23,6 +23,12 @@ class StoredPreferences final : public Preferences {
     }
     void setAutoZoomsEnabled(bool enabled) override { settings_.setValue("autoZoomsEnabled", enabled); }
 
+    std::optional<int> countdownSeconds() const override {
+        const QVariant value = settings_.value("countdownSeconds");
+        return value.isValid() ? std::optional(value.toInt()) : std::nullopt;
+    }
+    void setCountdownSeconds(int seconds) override { settings_.setValue("countdownSeconds", seconds); }
+
     std::vector<std::filesystem::path> recordingPlaces() const override {
         std::vector<std::filesystem::path> places;
         for (const QString& place : settings_.value("recordingPlaces").toStringList()) {

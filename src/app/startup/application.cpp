@@ -63,10 +63,9 @@ struct Machine {
     bool isWayland() const { return desktop->contentPicker() != nullptr; }
 };
 
-std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(platform::Desktop& desktop, std::function<void()> pressed,
-                                                           std::stop_token stop) {
-    platform::ShortcutRequest request;
-    request.keys = kStopKeys;
+std::unique_ptr<platform::GlobalShortcut> grabShortcut(platform::Desktop& desktop,
+                                                       const platform::ShortcutRequest& request,
+                                                       std::function<void()> pressed, std::stop_token stop) {
     try {
         return desktop.grabShortcut(request, std::move(pressed), std::move(stop));
     } catch (const RecorderError& error) {
@@ -212,11 +211,15 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
                          preferences,
                          sleep,
                          [&](std::function<void()> pressed, std::stop_token stop) {
-                             return grabStopShortcut(*machine.desktop, std::move(pressed), std::move(stop));
+                             return grabShortcut(*machine.desktop, {.keys = kStopKeys}, std::move(pressed),
+                                                 std::move(stop));
                          }};
     services.soundBoard = machine.soundBoard;
     services.selection = machine.selection;
     services.watchDevices = [](std::function<void()> changed) { return platform::watchDevices(std::move(changed)); };
+    services.grabShortcut = [&](const platform::ShortcutRequest& request, std::function<void()> pressed) {
+        return grabShortcut(*machine.desktop, request, std::move(pressed), {});
+    };
     services.recordingOpened = [&](const std::filesystem::path& folder) { library.remember(folder); };
     AppDelegate app(std::move(services), windows);
     delegate = &app;

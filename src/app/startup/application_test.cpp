@@ -142,9 +142,9 @@ TEST_F(ApplicationOnDesktop, RecordsADisplayWithEverythingOnAndOpensTheEditor) {
     startRecording();
     const auto panel = app().shown(kPanelTitle);
     ASSERT_TRUE(panel);
-    EXPECT_EQ(panel->width, 254);
+    EXPECT_EQ(panel->width, 414);
     EXPECT_EQ(panel->height, 60);
-    EXPECT_EQ(panel->x, 1280 - 254 - 24);
+    EXPECT_EQ(panel->x, 1280 - 414 - 24);
     EXPECT_EQ(panel->y, 800 - 60 - 24);
     // Two moves, as those to the panel may come too late to be recorded.
     app().pointer().moveTo(60, 120);

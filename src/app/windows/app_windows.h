@@ -69,7 +69,9 @@ class AppWindows final : public QObject, public AppView {
     void setStatusItemTitle(const std::string& title) override;
     void removeStatusItem() override;
     void showRecordingPanel(const std::optional<platform::Display>& display,
-                            std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
+                            std::shared_ptr<capture::WebcamPreview> preview, const RecordingKeys& keys) override;
+    void setRecordingPaused(bool paused) override;
+    void setRecordingMarks(int count) override;
     void setRecordingPanelTime(const std::string& time) override;
     void setRecordingHint(const std::string& sentence) override;
     void removeRecordingPanel() override;
@@ -88,6 +90,7 @@ class AppWindows final : public QObject, public AppView {
 
   private:
     MainWindowActions actions();
+    RecordingActions recordingActions();
     void noticeAction(NoticeKind kind);
     RecordingsActions recordingsActions();
     void showAbout();

@@ -191,7 +191,7 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     area_->setWidget(content_);
     whole->addWidget(area_);
     recordButton_->setFocus();
-    countdown_ = new CountdownCover(this);
+    countdown_ = new CountdownCover(this, actions_.cancelCountdown);
     // Size hints are only right after the style sheet's fonts have been applied.
     for (QWidget* each : findChildren<QWidget*>()) each->ensurePolished();
     takeRoom();
@@ -276,14 +276,30 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     column.addSpacing(kGroupSpace);
 
     auto* rate = caption("Bildrate");
-    column.addWidget(rate);
     fpsPopup_ = new QComboBox;
     rate->setBuddy(fpsPopup_);
     fpsPopup_->setObjectName("fpsPopup");
     fpsPopup_->setAccessibleName("Bildrate");
     fpsPopup_->addItems({"60 Bilder/s", "30 Bilder/s"});
     connect(fpsPopup_, &QComboBox::activated, this, actions_.fpsSelected);
-    column.addWidget(fpsPopup_, 0, Qt::AlignLeft);
+    auto* countdown = caption("Countdown");
+    countdownPopup_ = new QComboBox;
+    countdown->setBuddy(countdownPopup_);
+    countdownPopup_->setObjectName("countdownPopup");
+    countdownPopup_->setAccessibleName("Countdown");
+    for (const int seconds : kCountdowns) {
+        countdownPopup_->addItem(seconds == 0 ? QString("ohne") : QString::number(seconds) + " Sekunden");
+    }
+    connect(countdownPopup_, &QComboBox::activated, this, actions_.countdownSelected);
+    auto* pair = new QGridLayout;
+    pair->setHorizontalSpacing(2 * kSpacing);
+    pair->setVerticalSpacing(kSpacing);
+    pair->addWidget(rate, 0, 0);
+    pair->addWidget(countdown, 0, 1);
+    pair->addWidget(fpsPopup_, 1, 0, Qt::AlignLeft);
+    pair->addWidget(countdownPopup_, 1, 1, Qt::AlignLeft);
+    pair->setColumnStretch(2, 1);
+    column.addLayout(pair);
     column.addSpacing(kGroupSpace);
 }
 
@@ -439,6 +455,7 @@ void MainWindow::showChoices(const MainWindowState& state) {
     showDevices(state);
     takeRoom();
     select(*fpsPopup_, choices.fpsIndex);
+    select(*countdownPopup_, choices.countdownIndex);
     autoZoomBox_->setChecked(choices.autoZoom);
     systemAudioBox_->setChecked(choices.systemAudio);
     microphoneBox_->setChecked(choices.microphone);
@@ -450,9 +467,10 @@ void MainWindow::showButtons(const MainWindowState& state) {
     // Setting the text removes the shortcut.
     recordButton_->setShortcut(Qt::Key_Return);
     recordButton_->setEnabled(state.recordEnabled);
-    for (QWidget* each : std::initializer_list<QWidget*>{
-             sourceTypeControl_, displayPopup_, refreshButton_, chooseButton_, fpsPopup_, systemAudioBox_,
-             microphoneBox_, webcamBox_, microphonePopup_, cameraPopup_, studioButton_, revealButton_}) {
+    for (QWidget* each :
+         std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, chooseButton_, fpsPopup_,
+                                         countdownPopup_, systemAudioBox_, microphoneBox_, webcamBox_, microphonePopup_,
+                                         cameraPopup_, studioButton_, revealButton_}) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);

@@ -35,6 +35,9 @@ struct MainWindowActions {
     std::function<void()> refreshSources;
     std::function<void()> chooseContent;
     std::function<void(int)> fpsSelected;
+    std::function<void(int)> countdownSelected;
+    /// A click on the countdown in the window.
+    std::function<void()> cancelCountdown;
     std::function<void(bool)> autoZoomToggled;
     std::function<void(bool)> systemAudioToggled;
     std::function<void(bool)> microphoneToggled;
@@ -100,6 +103,7 @@ class MainWindow final : public QWidget {
     QPushButton* refreshButton_ = nullptr;
     QPushButton* chooseButton_ = nullptr;
     QComboBox* fpsPopup_ = nullptr;
+    QComboBox* countdownPopup_ = nullptr;
     QCheckBox* autoZoomBox_ = nullptr;
     QCheckBox* systemAudioBox_ = nullptr;
     QCheckBox* microphoneBox_ = nullptr;

@@ -13,6 +13,7 @@
 #include "base/pixel_size.h"
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
+#include "capture/pauses/pause_clock.h"
 #include "capture/recording/fitted_picture.h"
 #include "capture/recording/picture_change.h"
 #include "capture/recording/webcam_preview.h"
@@ -30,8 +31,8 @@ PixelSize chooseCaptureSize(platform::CaptureSession& session);
 /// a camera may take seconds, so do not use the main thread.
 class WebcamRecorder {
   public:
-    /// Does not open a camera.
-    explicit WebcamRecorder(const RecordingServices& services);
+    /// Does not open a camera. What `pauses` leaves out is not recorded; it outlives this.
+    WebcamRecorder(const RecordingServices& services, const PauseClock& pauses);
     /// Stops the camera if `stop` did not; the file then stays as it is.
     ~WebcamRecorder();
     WebcamRecorder(const WebcamRecorder&) = delete;
@@ -66,6 +67,7 @@ class WebcamRecorder {
     std::int64_t finish(std::int64_t frames);
 
     const RecordingServices services_;
+    const PauseClock& pauses_;
     SerialQueue queue_{"lumivastor.webcam"};
     /// Starting a camera takes a moment, so it runs in the background.
     SerialQueue sessionQueue_{"webcam.session"};
@@ -75,8 +77,9 @@ class WebcamRecorder {
     std::atomic<bool> hasFailed_ = false;
 
     mutable std::mutex lock_;
-    std::optional<MediaTime> firstPTS_;  // guarded by lock_
+    std::optional<MediaTime> firstPTS_;  // guarded by lock_; movie time
     std::int64_t frames_ = 0;            // guarded by lock_
+    double firstHost_ = 0;               // the queue's, then `stop`'s; the host time of that first picture
     std::int64_t delivered_ = 0;         // guarded by lock_
     std::int64_t lost_ = 0;              // guarded by lock_
     std::int64_t changed_ = 0;           // guarded by lock_

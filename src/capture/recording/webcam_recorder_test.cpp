@@ -51,7 +51,8 @@ class WebcamRecorders : public RecorderRig {
 
     std::shared_ptr<synthetic::SyntheticDevice> camera_ =
         std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
-    std::unique_ptr<WebcamRecorder> recorder_ = std::make_unique<WebcamRecorder>(services_);
+    PauseClock pauses_{services_.hostClock};
+    std::unique_ptr<WebcamRecorder> recorder_ = std::make_unique<WebcamRecorder>(services_, pauses_);
 };
 
 TEST_F(WebcamRecorders, TellsWhenItsFirstPictureWasTaken) {

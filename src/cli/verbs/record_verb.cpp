@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <cstddef>
 #include <ctime>
 #include <filesystem>
@@ -38,7 +39,7 @@ namespace {
 
 // The job of one recording. It begins before the recording's threads and outlives them.
 struct Session {
-    const Interruption interruption;
+    Interruption interruption{Interruption::Toggle::yes};
     BlockingMainLoop loop;
     Machine machine{loop};
     StatusLine status{std::cerr};
@@ -140,6 +141,21 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
     Hints hints(session.status);
     std::unique_ptr<MainLoop::Timer> showTimer;
     std::unique_ptr<MainLoop::Timer> endTimer;
+    const auto endAfter = [&](double recorded) {
+        if (request.seconds) endTimer = after(session.loop, std::max(0.0, *request.seconds - recorded), stop);
+    };
+    const auto togglePause = [&] {
+        if (!isRunning || stopRequested) return;
+        if (recorder.isPaused()) {
+            recorder.resume();
+            endAfter(recorder.snapshot().duration);
+            say("Die Aufnahme läuft weiter.");
+        } else {
+            recorder.pause(capture::RecordingJob::PauseCause::other);
+            endTimer.reset();
+            say("Pause. Ein weiteres SIGUSR1 setzt die Aufnahme fort.");
+        }
+    };
     recorder.start([&](std::optional<RecorderError> error) {
         if (error) {
             startError = std::move(error);
@@ -157,12 +173,14 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
             }
             hints.update(recorder.health());
         });
-        if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
+        endAfter(0);
         if (stopRequested) stop();
     });
     const std::stop_callback onSignal(session.interruption.token(), [&] { session.loop.async(stop); });
+    session.interruption.onToggle([&] { session.loop.async(togglePause); });
     const capture::RecordingControl control(capture::recordingControlFolder(), [&] { session.loop.async(stop); });
     session.loop.run();
+    session.interruption.onToggle({});
     if (const std::string lost = hints.summary(); !lost.empty()) remarks.losses = lost;
     if (startError) throw RecorderError(*startError);
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);

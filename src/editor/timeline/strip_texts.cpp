@@ -51,7 +51,7 @@ std::string stripToolTip(const StripPart& part, const TimelineStripContent& cont
     if (part.kind == Kind::trimEnd) {
         return "Ende des Videos: " + exactTime(content.trim.end) + "\nZiehen verschiebt es";
     }
-    return "Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks";
+    return "Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks, Fähnchen sind Marken";
 }
 
 std::string stripLaneName(const StripLanes& lanes, double y) {
