@@ -154,7 +154,7 @@ class Story {
         app::RegionArmPanel arm(
             *QGuiApplication::primaryScreen(), [] {}, [] {});
         saveWidget(arm, "region-ready-large-type");
-        app::RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
+        app::RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, {}, {});
         saveWidget(panel, "recording-panel-large-type");
         QApplication::setFont(usual);
     }

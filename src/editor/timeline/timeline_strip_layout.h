@@ -65,9 +65,9 @@ struct TimelineStripContent {
     std::span<const model::ZoomSpec> zooms;  // in the order of their starts
     std::span<const model::CutRange> cuts;
     std::span<const model::PointerSample> clicks;  // in the order of time
-    std::span<const double> marks;                 // in the order of time
     std::optional<double> pendingCutStart;
     double playhead = 0;
+    std::span<const double> marks = {};  // in the order of time
 };
 
 /// Lays out the visible part of the content. Spans that would be too narrow to see get a minimum width. The costs
