@@ -164,6 +164,9 @@ TEST_F(SelectedDevicesTest, RunningSourcesReportTheirLevels) {
     source->stop();
     EXPECT_FALSE(board_->level(kind, 0));
     EXPECT_EQ(board_->microphone(10).trouble, platform::MicrophoneTrouble::none);
+    board_->begin(kind, "", 20);
+    EXPECT_EQ(board_->microphone(21).trouble, platform::MicrophoneTrouble::none) << "another device, perhaps";
+    board_->end(kind);
 }
 
 TEST_F(SelectedDevicesTest, ASourceThatDoesNotStartReportsNothing) {

@@ -5,8 +5,12 @@ namespace lumivastor::platform {
 
 void SoundBoard::begin(Kind kind, const std::string& wanted, double now) {
     const std::lock_guard hold(lock_);
-    if (row(kind).running++ == 0) row(kind).meter = {};
-    if (kind == Kind::microphone) watch_.begin(wanted, now);
+    const bool isFirst = row(kind).running++ == 0;
+    if (isFirst) row(kind).meter = {};
+    if (kind != Kind::microphone) return;
+    // What was told of an earlier source's device does not hold for this one.
+    if (isFirst) watch_ = {};
+    watch_.begin(wanted, now);
 }
 
 void SoundBoard::end(Kind kind) {
