@@ -25,6 +25,8 @@ std::string rewritten(const capture::JournalContent& content) {
     for (const auto& each : content.pointer.events) text += capture::journalLine::event(each);
     for (const auto& each : content.pointer.cursorImages) text += capture::journalLine::shape(each);
     for (const auto& each : content.pointer.cursorChanges) text += capture::journalLine::cursorChange(each);
+    for (const auto& each : content.pauses.list()) text += capture::journalLine::pause(each);
+    for (const double each : content.marks) text += capture::journalLine::mark(each);
     for (const auto& each : content.windowTrack) text += capture::journalLine::window(each);
     for (const auto& each : content.displayTrack) text += capture::journalLine::display(each);
     return text + capture::journalLine::counts(content.counts);
@@ -54,9 +56,11 @@ void tryToRead(std::string_view text) {
         if (image.file.find("..") != std::string::npos || image.file.starts_with('/')) std::abort();
     }
     const double t0 = content.session ? content.session->t0Host : 0;
-    const model::PointerTrack track =
-        capture::pointerTrack(content.pointer, t0, content.geometry, content.windowTrack, content.displayTrack);
-    if (track.events.size() > content.pointer.events.size()) std::abort();
+    const model::PointerTrack track = capture::pointerTrack(content.pointer, t0, content.geometry, content.windowTrack,
+                                                            content.displayTrack, content.pauses);
+    // Two more for each pause: where the pointer was, and where it then is.
+    const std::size_t most = content.pointer.events.size() + 2 * content.pauses.list().size();
+    if (track.events.size() > most) std::abort();
 }
 
 }  // namespace

@@ -165,6 +165,7 @@ TEST_F(DocumentSchema, DescribesEveryProjectDocument) {
     settings.masks = {{0.1, 0.2, 0.3, 0.4}};
     save(settings);
     settings.levelLoudness = true;
+    settings.webcamShift = -0.125;
     save(settings);
     expectWrittenAsDescribed("project", files_.front());
 }
@@ -179,12 +180,27 @@ TEST_F(DocumentSchema, DescribesEveryQualityDocument) {
     quality.picturesCounted = quality.picturesLost = quality.pictures = 12;
     quality.sounds = {{"system", 0.02, 12.5, 0.01, 0, 0.5, 0, -18.25},
                       {"microphone", 0, 12.5, -0.01, 0.2, 12.5, 3, {}}};
-    quality.webcam = model::WebcamQuality{10, -0.2, 12.5, 0.1};
+    quality.webcam = model::WebcamQuality{10, -0.2, 12.5, 0.1, 0.033, 0.001, 0.02};
     quality.integratedLoudness = -18.25;
     quality.loudnessRange = 6;
     quality.truePeak = 0.5;
     save(quality);
     expectWrittenAsDescribed("quality");
+}
+
+TEST_F(DocumentSchema, DescribesEveryMarksDocument) {
+    model::Marks marks;
+    save(marks);
+    marks.list = {{0}, {12.25}};
+    save(marks);
+    expectWrittenAsDescribed("marks");
+}
+
+TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfMarksDocuments) {
+    expectRefused("marks",
+                  {"[]", "{}", R"({"version":1})", R"({"version":1,"marks":[{}]})",
+                   R"({"version":1,"marks":[{"t":"1"}]})", R"({"version":1,"marks":[1]})"},
+                  [](const FileBytes& bytes) { model::Marks::parse(bytes); });
 }
 
 TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfCaptureDocuments) {
@@ -269,6 +285,7 @@ TEST_F(DocumentSchema, RefusesWhatTheProgramRefusesOfProjectDocuments) {
                       R"({"trimStart": "1"})",
                       R"({"webcamEnabled": 1})",
                       R"({"webcamCorner": 1.5})",
+                      R"({"webcamShift": "0.1"})",
                       R"({"cuts": [{"start": 1}]})",
                       R"({"cuts": {}})",
                       R"({"zooms": [{"start": 1, "end": 2, "scale": 2}]})",
@@ -317,14 +334,15 @@ TEST_F(DocumentSchema, TakesTheExamplesOfTheFormatsPage) {
         at += fence.size();
         examples.push_back(formatsPage().substr(at, formatsPage().find("```", at) - at));
     }
-    ASSERT_EQ(examples.size(), 4U);
+    ASSERT_EQ(examples.size(), 5U);
     // What the program makes of an example is the example.
     const TemporaryFolder folder;
     model::CaptureInfo::parse(FileBytes::copyOf(examples[0])).save(folder.path());
     model::PointerTrack::parse(FileBytes::copyOf(examples[1])).save(folder.path());
     model::ProjectSettings::parse(FileBytes::copyOf(examples[2])).save(folder.path());
-    model::RecordingQuality::parse(FileBytes::copyOf(examples[3])).save(folder.path());
-    const char* const names[] = {"capture", "pointer", "project", "quality"};
+    model::Marks::parse(FileBytes::copyOf(examples[3])).save(folder.path());
+    model::RecordingQuality::parse(FileBytes::copyOf(examples[4])).save(folder.path());
+    const char* const names[] = {"capture", "pointer", "project", "marks", "quality"};
     for (std::size_t i = 0; i < examples.size(); ++i) {
         EXPECT_EQ(folder.read(std::string(names[i]) + ".json") + "\n", examples[i]);
         const std::string file = (folder.path() / (std::string(names[i]) + ".json")).string();

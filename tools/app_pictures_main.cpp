@@ -154,7 +154,7 @@ class Story {
         app::RegionArmPanel arm(
             *QGuiApplication::primaryScreen(), [] {}, [] {});
         saveWidget(arm, "region-ready-large-type");
-        app::RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, true, [] {});
+        app::RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, {}, {});
         saveWidget(panel, "recording-panel-large-type");
         QApplication::setFont(usual);
     }
@@ -418,11 +418,9 @@ class Story {
         app_->program().wait();
         need(app_->waitForNoWindow(kMainTitle), "the killed program's window goes");
         need(app_->start(), "the program starts again");
+        // It is completed without being asked.
+        sleepFor(3);
         picture("main-interrupted", kMainTitle);
-        const std::string text = "Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33";
-        need(app_->clickAt(kMainTitle, map_.noticeButton(text, "Abschließen")), "a control is there");
-        sleepFor(2);
-        picture("main-completed", kMainTitle);
     }
 
     void region() {

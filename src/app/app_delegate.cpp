@@ -15,6 +15,7 @@
 #include "capture/desktop_dialog.h"
 #include "capture/live_video.h"
 #include "capture/recording/device_recorder.h"
+#include "capture/recovery/recovery_space.h"
 
 namespace lumivastor::app {
 
@@ -40,19 +41,31 @@ AppDelegate::AppDelegate(AppServices services, AppView& view)
       window_(view_),
       access_(services_),
       flow_(services_, view_, window_,
-            {.started = [this](const std::filesystem::path& folder) { lastFolder_ = folder; },
+            {.started =
+                 [this](const std::filesystem::path& folder) {
+                     lastFolder_ = folder;
+                     ended_.pause();
+                 },
              .finished =
                  [this](const std::filesystem::path& folder) {
                      ended_.check(folder);
                      openEditor(folder);
                  },
-             .grantChanged = [this] { grantChanged(); }}) {
+             .grantChanged = [this] { grantChanged(); }}),
+      inputs_(services_, window_,
+              {.cameraChanged = [this] { cameraChanged(); },
+               .devicesChanged = [this] { reloadDevices(); },
+               .isRecording = [this] { return flow_.hasRecorder(); },
+               .readyText = [this] { return readyText(); }}) {
     window_.update([&](MainWindowState& state) {
         state.choices.autoZoom = services_.preferences.autoZoomsEnabled().value_or(true);
+        state.choices.countdownIndex = countdownIndexOf(services_.preferences.countdownSeconds());
     });
 }
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate() {
+    stop_.request_stop();
+}
 
 // Launch and end
 
@@ -61,6 +74,7 @@ void AppDelegate::applicationDidFinishLaunching(const CommandSwitches& switches)
     capture::DeviceRecorder::enableScreenCaptureDevices();
     view_->showMainWindow();
     refreshSources();
+    inputs_.begin();
     lookForInterrupted();
     if (switches.openEditor) {
         launchTimers_.push_back(after(services_.mainLoop, kOpenEditorSeconds,
@@ -175,6 +189,24 @@ void AppDelegate::applySources(const std::variant<SourceLists, RecorderError>& a
     openScreenRecordingSettings();
 }
 
+// A capture card that comes or goes. What is chosen stays chosen.
+void AppDelegate::reloadDevices() {
+    sourceQueue_.async([this] {
+        onMain([this, devices = capture::DeviceRecorder::availableDevices(services_.devices)] {
+            if (devices == lists_.devices) return;
+            const bool isShown = window_.choices().sourceType == SourceType::device;
+            const auto before = chosen(lists_.devices, window_.choices().sourceIndex);
+            lists_.devices = devices;
+            if (!isShown || flow_.isActive()) return;
+            fillSourcePopup();
+            const auto found = before ? std::find(devices.begin(), devices.end(), *before) : devices.end();
+            if (found == devices.end()) return;
+            setChoice(
+                [&](MainWindowChoices& choices) { choices.sourceIndex = static_cast<int>(found - devices.begin()); });
+        });
+    });
+}
+
 void AppDelegate::tryEncoders(const std::vector<platform::Display>& displays) {
     // Only once, because later a recording may run.
     if (displays.empty() || encodersTried_ || flow_.isActive()) return;
@@ -256,13 +288,20 @@ void AppDelegate::fpsSelected(int index) {
     setChoice([&](MainWindowChoices& choices) { choices.fpsIndex = index; });
 }
 
+void AppDelegate::countdownSelected(int index) {
+    setChoice([&](MainWindowChoices& choices) { choices.countdownIndex = index; });
+    services_.preferences.setCountdownSeconds(window_.choices().countdownSeconds());
+}
+
 void AppDelegate::systemAudioToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.systemAudio = on; });
+    inputs_.boxToggled();
 }
 
 void AppDelegate::microphoneToggled(bool on) {
     setChoice([&](MainWindowChoices& choices) { choices.microphone = on; });
     window_.withdrawHint(Hint::microphone, readyText());
+    inputs_.boxToggled();
 }
 
 void AppDelegate::autoZoomToggled(bool on) {
@@ -280,6 +319,12 @@ void AppDelegate::webcamToggled(bool on) {
     }
     if (!flow_.isActive()) opening_.begin(kOpeningCamera);
     access_.requestCamera([this](Access access) { cameraAnswered(access); });
+}
+
+void AppDelegate::cameraChanged() {
+    if (!window_.choices().webcam || flow_.isActive()) return;
+    flow_.stopCameraPreview();
+    flow_.startCameraPreview();
 }
 
 void AppDelegate::cameraAnswered(Access access) {
@@ -316,7 +361,7 @@ std::vector<platform::RunningApplication> AppDelegate::excludedApplications() co
 }
 
 void AppDelegate::startRecording() {
-    if (!completing_.empty()) return;
+    if (!completing_.empty() && !completesInSilence_) return;
     for (const Hint about : {Hint::microphone, Hint::camera, Hint::source, Hint::folder, Hint::start}) {
         window_.withdrawHint(about, readyText());
     }
@@ -513,10 +558,7 @@ void AppDelegate::revealFolder() {
 void AppDelegate::lookForInterrupted() {
     workQueue_.async([this] {
         try {
-            onMain([this, found = interruptedRecordings(services_.root)] {
-                interrupted_ = found;
-                showInterrupted();
-            });
+            onMain([this, found = interruptedRecordings(services_.root)] { interruptedFound(found); });
         } catch (...) {
             Log::write("Capture",
                        "Unterbrochene Aufnahmen nicht gesucht: " + handledError("Unerwarteter Fehler").message());
@@ -524,21 +566,64 @@ void AppDelegate::lookForInterrupted() {
     });
 }
 
-void AppDelegate::showInterrupted() {
+// They are completed without being asked: nothing is lost by it, and nothing waits for it.
+void AppDelegate::interruptedFound(const std::vector<std::filesystem::path>& folders) {
+    if (folders.empty()) {
+        ended_.makeUpForMissed();
+        return;
+    }
+    completing_ = folders;
+    completesInSilence_ = true;
+    tellInterrupted(completingNotice(folders));
+    workQueue_.async(
+        [this, folders] { onMain([this, report = completed(folders)] { silentCompletionEnded(report); }); });
+}
+
+// On `workQueue_`.
+CompletionReport AppDelegate::completed(const std::vector<std::filesystem::path>& folders) const {
+    return completeRecordings(
+        folders,
+        [this](const std::filesystem::path& folder) {
+            const auto lack = capture::lackOfRecoverySpace(folder, services_.freeSpace(folder));
+            if (lack) throw RecorderError(*lack);
+            return services_.recover(folder);
+        },
+        stop_.get_token());
+}
+
+void AppDelegate::silentCompletionEnded(const CompletionReport& report) {
+    completing_.clear();
+    completesInSilence_ = false;
+    for (const auto& failure : report.failures) interrupted_.push_back(failure.folder);
+    tellInterrupted(completionNotice(report));
+    checkCompleted(report);
+    ended_.makeUpForMissed();
+}
+
+void AppDelegate::checkCompleted(const CompletionReport& report) {
+    for (const auto& folder : report.completed) ended_.makeUpFor(folder);
+}
+
+void AppDelegate::tellInterrupted(const std::optional<Notice>& notice) {
     window_.update([&](MainWindowState& state) {
         state.notices.erase(NoticeKind::interrupted);
-        if (const auto notice = interruptedNotice(interrupted_)) state.notices[NoticeKind::interrupted] = *notice;
+        if (notice) state.notices[NoticeKind::interrupted] = *notice;
     });
 }
 
 void AppDelegate::completeInterrupted() {
-    if (interrupted_.empty() || !completing_.empty() || flow_.isActive()) return;
-    beginCompletion(std::exchange(interrupted_, {}));
+    if (!completing_.empty() || flow_.isActive()) return;
+    tellInterrupted({});
+    if (interrupted_.empty()) {
+        chooseRecording();
+    } else {
+        beginCompletion(std::exchange(interrupted_, {}));
+    }
 }
 
 void AppDelegate::complete(const std::filesystem::path& folder) {
     if (!completing_.empty() || flow_.isActive()) return;
-    std::erase(interrupted_, folder);
+    if (std::erase(interrupted_, folder) > 0 && interrupted_.empty()) tellInterrupted({});
     beginCompletion({folder});
 }
 
@@ -548,14 +633,13 @@ bool AppDelegate::isCompleting(const std::filesystem::path& folder) const {
 
 void AppDelegate::beginCompletion(std::vector<std::filesystem::path> folders) {
     completing_ = folders;
-    showInterrupted();
     window_.update([](MainWindowState& state) {
         state.recordEnabled = false;
         state.controlsEnabled = false;
         state.status = "Schließe die unterbrochene Aufnahme ab …";
     });
     workQueue_.async([this, folders = std::move(folders)] {
-        onMain([this, report = completeRecordings(folders, services_.recover)] { completionEnded(report); });
+        onMain([this, report = completed(folders)] { completionEnded(report); });
     });
 }
 
@@ -567,6 +651,11 @@ void AppDelegate::completionEnded(const CompletionReport& report) {
         state.controlsEnabled = true;
         state.status = completionText(report);
     });
+    CompletionReport rest;
+    rest.failures = report.failures;
+    for (const auto& failure : report.failures) interrupted_.push_back(failure.folder);
+    if (!rest.failures.empty()) tellInterrupted(completionNotice(rest));
+    checkCompleted(report);
 }
 
 void AppDelegate::onMain(std::function<void()> work) {

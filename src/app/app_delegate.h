@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <variant>
@@ -13,6 +14,7 @@
 #include "app/app_services.h"
 #include "app/app_view.h"
 #include "app/ended_recording.h"
+#include "app/input_devices.h"
 #include "app/interrupted_recordings.h"
 #include "app/main_window_model.h"
 #include "app/opening_status.h"
@@ -66,14 +68,23 @@ class AppDelegate {
     void sourceTypeChanged(SourceType type);
     void sourceSelected(int index);
     void fpsSelected(int index);
+    void countdownSelected(int index);
     void systemAudioToggled(bool on);
     void microphoneToggled(bool on);
     void autoZoomToggled(bool on);
     void webcamToggled(bool on);
+    void microphoneSelected(int index) { inputs_.microphoneSelected(index); }
+    void cameraSelected(int index) { inputs_.cameraSelected(index); }
+    /// Whether the user can see the main window.
+    void mainWindowShown(bool isShown) { inputs_.windowShown(isShown); }
 
     // What the user does.
     void toggleRecording();
     void stopFromStatusItem() { flow_.stop(); }
+    void togglePause() { flow_.togglePause(capture::RecordingJob::PauseCause::pointer); }
+    void setMark() { flow_.setMark(); }
+    bool isCountingDown() const { return flow_.isCountingDown(); }
+    void cancelCountdown() { flow_.cancelCountdown(); }
     void refreshSources();
     /// The button that opens the desktop's own dialog.
     void chooseContent();
@@ -83,7 +94,8 @@ class AppDelegate {
     void revealFolder();
     void regionArmProceed() { flow_.regionArmProceed(); }
     void regionArmCancel() { flow_.regionArmCancel(); }
-    /// The button of the notice about interrupted recordings.
+    /// The button of the notice about interrupted recordings: tries again what could not be completed, or else shows
+    /// the list.
     void completeInterrupted();
     /// Completes one interrupted recording, unless a recording or another completion is at work.
     void complete(const std::filesystem::path& folder);
@@ -102,6 +114,8 @@ class AppDelegate {
     void grantChanged();
     SourcePopup presentPopup() const;
     void reloadDisplays();
+    void cameraChanged();
+    void reloadDevices();
     void applySources(const std::variant<SourceLists, RecorderError>& answer);
     void fillSourcePopup();
     void showPopup(const SourcePopup& popup);
@@ -120,9 +134,13 @@ class AppDelegate {
     std::optional<std::string> openEditor(const std::filesystem::path& folder);
     void startTestRegion();
     void lookForInterrupted();
-    void showInterrupted();
+    void interruptedFound(const std::vector<std::filesystem::path>& folders);
+    CompletionReport completed(const std::vector<std::filesystem::path>& folders) const;
+    void tellInterrupted(const std::optional<Notice>& notice);
     void beginCompletion(std::vector<std::filesystem::path> folders);
     void completionEnded(const CompletionReport& report);
+    void silentCompletionEnded(const CompletionReport& report);
+    void checkCompleted(const CompletionReport& report);
     std::vector<platform::RunningApplication> excludedApplications() const;
     void onMain(std::function<void()> work);
 
@@ -133,6 +151,8 @@ class AppDelegate {
     std::optional<std::filesystem::path> lastFolder_;
     std::vector<std::filesystem::path> interrupted_;
     std::vector<std::filesystem::path> completing_;  // in the background
+    bool completesInSilence_ = false;                // those, and recordings may begin meanwhile
+    std::stop_source stop_;
     bool cameraWasRefused_ = false;
     bool testRegion_ = false;
     bool encodersTried_ = false;
@@ -140,6 +160,7 @@ class AppDelegate {
     DeviceAccess access_;
     EndedRecording ended_{services_, window_};
     RecordingFlow flow_;
+    InputDevices inputs_;
     std::vector<std::unique_ptr<MainLoop::Timer>> launchTimers_;
     editor::SecondAttempt closing_;  // while a check video is written
     std::unique_ptr<MainLoop::Timer> closingTimer_;

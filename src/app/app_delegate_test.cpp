@@ -4,8 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <future>
+#include <mutex>
 #include <new>
+#include <thread>
 
 #include "app/no_view.h"
 #include "capture/journal/journal_records.h"
@@ -422,54 +426,112 @@ TEST_F(AppDelegateTest, WhatKeptARecordingFromStartingGoesWhenItIsMended) {
 
 // Interrupted recordings
 
-TEST_F(AppDelegateTest, TheListCompletesOneOfThem) {
-    for (const char* name : {"eins", "zwei"}) {
-        temporary_.write(std::filesystem::path("Movies") / name / "source.mov", "");
-        temporary_.write(std::filesystem::path("Movies") / name / capture::kJournalName, "");
-    }
-    std::vector<std::filesystem::path> recovered;
-    beforeLaunch_ = [&](AppServices& services) {
-        services.recover = [&](const std::filesystem::path& folder) {
-            recovered.push_back(folder);
-            return capture::Recovery{{.duration = 3, .framesWritten = 90}, true};
+// A root with two recordings that were interrupted; what recovers them, and what is proved then.
+class InterruptedAtLaunch : public AppDelegateTest {
+  protected:
+    void SetUp() override {
+        for (const char* name : {"eins", "zwei"}) {
+            temporary_.write(std::filesystem::path("Movies") / name / "source.mov", "");
+            temporary_.write(std::filesystem::path("Movies") / name / capture::kJournalName, "");
+        }
+        beforeLaunch_ = [this](AppServices& services) {
+            services.recover = [this](const std::filesystem::path& folder) {
+                while (isHeld_) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                if (folder == refused_) throw RecorderError("Nicht zu retten.");
+                std::filesystem::remove(folder / capture::kJournalName);
+                return capture::Recovery{{.duration = 3, .framesWritten = 90}, true};
+            };
+            services.prove = [this](const std::filesystem::path& folder, const std::stop_token&) {
+                const std::lock_guard hold(lock_);
+                proved_.push_back(folder.filename().string());
+                return model::RecordingQuality{};
+            };
         };
-    };
+    }
+    // Its threads use this fixture.
+    void TearDown() override {
+        isHeld_ = false;
+        app_.reset();
+    }
+    std::string notice() const {
+        const auto found = view_.state.notices.find(NoticeKind::interrupted);
+        return found == view_.state.notices.end() ? "" : found->second.text + " [" + found->second.action + "]";
+    }
+    bool untilNotice(const std::string& text) {
+        return loop_.runUntil([&] { return notice() == text; });
+    }
+    std::vector<std::string> proved() {
+        const std::lock_guard hold(lock_);
+        return proved_;
+    }
+
+    std::atomic<bool> isHeld_ = false;
+    std::filesystem::path refused_;
+
+  private:
+    std::mutex lock_;
+    std::vector<std::string> proved_;
+};
+
+TEST_F(InterruptedAtLaunch, IsCompletedWithoutBeingAskedAndProved) {
+    isHeld_ = true;
     launch();
-    ASSERT_TRUE(loop_.runUntil([this] { return !view_.state.notices.empty(); }));
-    app_->complete(root_ / "zwei");
+    ASSERT_TRUE(untilNotice("2 unterbrochene Aufnahmen werden abgeschlossen, zuletzt zwei []"));
     EXPECT_TRUE(app_->isCompleting(root_ / "zwei"));
-    EXPECT_FALSE(app_->isCompleting(root_ / "eins"));
+    EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled) << "nobody waits for it";
+    app_->completeInterrupted();
     app_->complete(root_ / "eins");
-    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.recordEnabled; }));
-    EXPECT_EQ(recovered, std::vector<std::filesystem::path>{root_ / "zwei"}) << "one at a time";
+    EXPECT_TRUE(view_.state.recordEnabled) << "one at a time";
+    isHeld_ = false;
+    ASSERT_TRUE(untilNotice("2 unterbrochene Aufnahmen wurden abgeschlossen. [Zeigen]"));
     EXPECT_FALSE(app_->isCompleting(root_ / "zwei"));
-    EXPECT_EQ(view_.state.notices.at(NoticeKind::interrupted).text, "Eine Aufnahme wurde unterbrochen: eins");
+    ASSERT_TRUE(loop_.runUntil([this] { return proved().size() == 2; }));
+    EXPECT_EQ(proved(), (std::vector<std::string>{"eins", "zwei"}));
+    app_->completeInterrupted();
+    EXPECT_EQ(notice(), "");
+    EXPECT_EQ(view_.count("showRecordings"), 1);
 }
 
-TEST_F(AppDelegateTest, InterruptedRecordingsAreCompletedWithOneClick) {
-    temporary_.write("Movies/eins/source.mov", "");
-    temporary_.write(std::filesystem::path("Movies/eins") / capture::kJournalName, "");
-    std::vector<std::filesystem::path> recovered;
-    beforeLaunch_ = [&](AppServices& services) {
-        services.recover = [&](const std::filesystem::path& folder) {
-            recovered.push_back(folder);
-            return capture::Recovery{{.duration = 3, .framesWritten = 90}, true};
-        };
-    };
+TEST_F(InterruptedAtLaunch, ARecordingMayBeginMeanwhile) {
+    isHeld_ = true;
     launch();
-    ASSERT_TRUE(loop_.runUntil([this] { return !view_.state.notices.empty(); }));
-    EXPECT_EQ(view_.state.notices.at(NoticeKind::interrupted).text, "Eine Aufnahme wurde unterbrochen: eins");
+    ASSERT_TRUE(untilNotice("2 unterbrochene Aufnahmen werden abgeschlossen, zuletzt zwei []"));
+    app_->toggleRecording();
+    EXPECT_EQ(view_.count("countdown 3"), 1);
+    isHeld_ = false;
+}
+
+TEST_F(InterruptedAtLaunch, WhatCannotBeCompletedIsTriedAgainWithOneClick) {
+    refused_ = root_ / "zwei";
+    launch();
+    ASSERT_TRUE(
+        untilNotice("Eine unterbrochene Aufnahme wurde abgeschlossen: eins\n"
+                    "Eine Aufnahme wurde unterbrochen: zwei. Nicht zu retten. [Abschließen]"));
+    refused_.clear();
     app_->completeInterrupted();
     EXPECT_EQ(view_.state.status, "Schließe die unterbrochene Aufnahme ab …");
     EXPECT_FALSE(view_.state.recordEnabled);
     app_->toggleRecording();
     EXPECT_EQ(view_.count("countdown 3"), 0) << "one thing at a time";
     untilStatus("Abgeschlossen: 3.0 s, 90 Bilder\nOrdner: ");
-    EXPECT_EQ(recovered, (std::vector{root_ / "eins"}));
-    EXPECT_TRUE(view_.state.notices.empty());
+    EXPECT_EQ(notice(), "");
     EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
     app_->revealFolder();
-    EXPECT_EQ(view_.count("openFolder " + (root_ / "eins").string()), 1);
+    EXPECT_EQ(view_.count("openFolder " + (root_ / "zwei").string()), 1);
+}
+
+TEST_F(InterruptedAtLaunch, AFullDiskSaysHowMuchRoomIsMissing) {
+    freeSpace_ = capture::FreeSpace{1000, 1'000'000};
+    std::filesystem::remove_all(root_ / "zwei");
+    launch();
+    ASSERT_TRUE(
+        untilNotice("Eine Aufnahme wurde unterbrochen: eins. "
+                    "Zum Abschließen fehlen auf dem Datenträger noch 1 MB. [Abschließen]"));
+    EXPECT_TRUE(std::filesystem::exists(root_ / "eins" / capture::kJournalName)) << "nothing was touched";
+    freeSpace_ = capture::FreeSpace{1'000'000, 1'000'000'000};
+    app_->complete(root_ / "eins");
+    untilStatus("Abgeschlossen: 3.0 s, 90 Bilder\nOrdner: ");
+    EXPECT_EQ(notice(), "");
 }
 
 // End

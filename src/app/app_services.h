@@ -14,7 +14,9 @@
 #include "capture/proof/recording_proof.h"
 #include "capture/recording_control.h"
 #include "capture/recovery/recovery.h"
+#include "platform/device_selection.h"
 #include "platform/global_shortcut.h"
+#include "platform/sound/sound_board.h"
 #include "render/cursor_renderer.h"
 
 namespace lumivastor::app {
@@ -31,10 +33,25 @@ struct AppServices : capture::CaptureServices {
     std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed, std::stop_token stop)>
         grabStopShortcut;
 
+    /// Grabs another key combination while a recording runs; null when it is not available. `pressed` may run on any
+    /// thread. Not where the desktop has a `contentPicker`, whose dialogs would be in the recording.
+    std::function<std::unique_ptr<platform::GlobalShortcut>(const platform::ShortcutRequest&, std::function<void()>)>
+        grabShortcut = [](const platform::ShortcutRequest&, const std::function<void()>&) {
+            return std::unique_ptr<platform::GlobalShortcut>();
+        };
+
     /// Lets other processes of the user stop the recording while the result lives. `stop` may run on any thread.
     std::function<std::shared_ptr<void>(std::function<void()> stop)> offerStop = [](std::function<void()> stop) {
         return std::make_shared<capture::RecordingControl>(capture::recordingControlFolder(), std::move(stop));
     };
+
+    /// How loud the sound sources are that run at this moment; they report to it.
+    std::shared_ptr<platform::SoundBoard> soundBoard = std::make_shared<platform::SoundBoard>();
+    /// What the user has chosen; `sound` and `devices` follow it.
+    std::shared_ptr<platform::DeviceSelection> selection = std::make_shared<platform::DeviceSelection>();
+    /// Calls `changed` on any thread whenever microphones or cameras may have come or gone, while the result lives.
+    std::function<std::shared_ptr<void>(std::function<void()> changed)> watchDevices =
+        [](const std::function<void()>&) { return nullptr; };
 
     std::function<std::time_t()> wallClock = [] { return std::time(nullptr); };
     std::function<std::jthread(std::filesystem::path, render::CursorRenderer::Options,

@@ -15,6 +15,13 @@
 
 namespace lumivastor::app {
 
+/// The key combinations of a recording, as users read them; empty where there is none.
+struct RecordingKeys {
+    std::string stop;
+    std::string pause;
+    std::string mark;
+};
+
 /// The application's windows as the controller sees them. They show state and decide nothing. Main thread.
 class AppView {
   public:
@@ -33,7 +40,8 @@ class AppView {
     virtual void showCameraPreview(std::shared_ptr<capture::WebcamPreview> preview) = 0;
     virtual void hideCameraPreview() = 0;
 
-    /// Shows a large number in the middle of the main screen. Call it again to change the number.
+    /// Shows a large number in the middle of the main screen; a click on it cancels. Call it again to change the
+    /// number.
     virtual void showCountdown(int number) = 0;
     virtual void hideCountdown() = 0;
 
@@ -57,10 +65,16 @@ class AppView {
     virtual void removeStatusItem() = 0;
 
     /// Shows it on the main screen if `display` is nullopt. `preview` is that of the recorded webcam, or null.
-    /// `hasShortcut`: whether a key combination stops the recording.
     virtual void showRecordingPanel(const std::optional<platform::Display>& display,
-                                    std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) = 0;
+                                    std::shared_ptr<capture::WebcamPreview> preview, const RecordingKeys& keys) = 0;
+    /// In the panel and the status item, as far as they are shown.
+    virtual void setRecordingPaused(bool paused) = 0;
+    /// The number of marks so far, in the panel.
+    virtual void setRecordingMarks(int count) = 0;
     virtual void setRecordingPanelTime(const std::string& time) = 0;
+    /// Shows a sentence of warning while recording, in the panel and at the status item; empty for none. It is gone
+    /// with them.
+    virtual void setRecordingHint(const std::string& sentence) = 0;
     virtual void removeRecordingPanel() = 0;
 
     /// Lets the user choose one folder, starting in `start`. nullopt if cancelled.

@@ -42,6 +42,56 @@ class EndedRecordingTest : public AppRig {
     std::atomic<int> checks_ = 0;
 };
 
+TEST_F(EndedRecordingTest, WhatWasNeverCheckedIsTheNewestComplete) {
+    for (const char* name : {"2025-01-01", "2025-01-02", "2025-01-03", "2025-01-04", "laeuft", "leer"}) {
+        temporary_.write(std::filesystem::path("Movies") / name / "source.mov", "");
+        if (name[0] != 'l') temporary_.write(std::filesystem::path("Movies") / name / "capture.json", "{}");
+    }
+    temporary_.write("Movies/2025-01-03/quality.json", "{}");
+    temporary_.write("Movies/2025-01-04/journal", "");
+    EXPECT_EQ(uncheckedRecordings(root_, 5), (std::vector{root_ / "2025-01-02", root_ / "2025-01-01"}));
+    EXPECT_EQ(uncheckedRecordings(root_, 1), std::vector{root_ / "2025-01-02"});
+    EXPECT_TRUE(uncheckedRecordings(root_ / "fehlt", 5).empty());
+}
+
+TEST_F(EndedRecordingTest, ACheckThatWasMissedIsMadeUpForInSilence) {
+    find(false, "Die Prüfung fand Fehler.");
+    temporary_.write("Movies/2025-01-01/source.mov", "");
+    temporary_.write("Movies/2025-01-01/capture.json", "{}");
+    launch();
+    const std::string status = view_.state.status;
+    ASSERT_TRUE(loop_.runUntil([this] { return checks_ == 1; }));
+    EXPECT_EQ(checkedFolder_, root_ / "2025-01-01");
+    EXPECT_EQ(view_.state.status, status);
+    EXPECT_FALSE(hasNotice());
+}
+
+TEST_F(EndedRecordingTest, NothingIsCheckedInSilenceWhileARecordingRuns) {
+    std::atomic<int> begun = 0;
+    std::atomic<int> ended = 0;
+    beforeLaunch_ = [&](AppServices& services) {
+        services.prove = [&](const std::filesystem::path& folder, const std::stop_token& stop) {
+            if (folder.filename() == "2025-01-01" && ++begun == 1) {
+                while (!stop.stop_requested()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                throw RecorderError("Abgebrochen.");
+            }
+            ++ended;
+            return model::RecordingQuality{};
+        };
+    };
+    temporary_.write("Movies/2025-01-01/source.mov", "");
+    temporary_.write("Movies/2025-01-01/capture.json", "{}");
+    launch();
+    ASSERT_TRUE(loop_.runUntil([&] { return begun == 1; }));
+    startRecording();
+    ASSERT_TRUE(loop_.runUntil([this] { return logged("[Capture] Prüfung: Abgebrochen."); }));
+    EXPECT_EQ(begun, 1);
+    stopRecording();
+    ASSERT_TRUE(loop_.runUntil([&] { return ended == 2; })) << "the recording, and then what was cut short";
+    EXPECT_EQ(begun, 2);
+    app_.reset();
+}
+
 TEST_F(EndedRecordingTest, WhatWasFoundFollowsTheResult) {
     find(true, "Geprüft: 0:01 min, 1 Bild, ohne Ton.");
     launch();

@@ -26,17 +26,18 @@ std::vector<std::filesystem::path> interruptedRecordings(const std::filesystem::
     return found;
 }
 
-std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>& folders) {
-    if (folders.empty()) return std::nullopt;
-    const std::string last = folders.back().filename().string();
-    if (folders.size() == 1) return Notice{"Eine Aufnahme wurde unterbrochen: " + last, "Abschließen"};
-    return Notice{std::to_string(folders.size()) + " Aufnahmen wurden unterbrochen, zuletzt " + last, "Abschließen"};
+Notice completingNotice(const std::vector<std::filesystem::path>& folders) {
+    const std::string last = folders.empty() ? std::string() : folders.back().filename().string();
+    if (folders.size() == 1) return {"Eine unterbrochene Aufnahme wird abgeschlossen: " + last, ""};
+    return {std::to_string(folders.size()) + " unterbrochene Aufnahmen werden abgeschlossen, zuletzt " + last, ""};
 }
 
 CompletionReport completeRecordings(const std::vector<std::filesystem::path>& folders,
-                                    const std::function<capture::Recovery(const std::filesystem::path&)>& recover) {
+                                    const std::function<capture::Recovery(const std::filesystem::path&)>& recover,
+                                    const std::stop_token& stop) {
     CompletionReport report;
     for (const auto& folder : folders) {
+        if (stop.stop_requested()) break;
         try {
             report.lastStats = recover(folder).stats;
             report.completed.push_back(folder);
@@ -47,6 +48,21 @@ CompletionReport completeRecordings(const std::vector<std::filesystem::path>& fo
         }
     }
     return report;
+}
+
+std::optional<Notice> completionNotice(const CompletionReport& report) {
+    std::string text;
+    if (report.completed.size() == 1) {
+        text = "Eine unterbrochene Aufnahme wurde abgeschlossen: " + report.completed.front().filename().string();
+    } else if (report.completed.size() > 1) {
+        text = std::to_string(report.completed.size()) + " unterbrochene Aufnahmen wurden abgeschlossen.";
+    }
+    for (const auto& failure : report.failures) {
+        if (!text.empty()) text += "\n";
+        text += "Eine Aufnahme wurde unterbrochen: " + failure.folder.filename().string() + ". " + failure.message;
+    }
+    if (text.empty()) return std::nullopt;
+    return Notice{text, report.failures.empty() ? "Zeigen" : "Abschließen"};
 }
 
 std::string completionText(const CompletionReport& report) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,8 @@ namespace lumivastor::app {
 /// recordings.
 std::vector<std::filesystem::path> interruptedRecordings(const std::filesystem::path& root);
 
-/// The main window's notice about these folders; nullopt without folders.
-std::optional<Notice> interruptedNotice(const std::vector<std::filesystem::path>& folders);
+/// The main window's notice about folders that are being completed; without an action.
+Notice completingNotice(const std::vector<std::filesystem::path>& folders);
 
 /// The result of `completeRecordings`.
 struct CompletionReport {
@@ -34,9 +35,15 @@ struct CompletionReport {
     std::vector<Failure> failures;
 };
 
-/// Completes the folders one after the other; failures are reported, not thrown. Each takes a moment. Any thread.
+/// Completes the folders one after the other; failures are reported, not thrown. Each takes a moment. After a stop
+/// request the rest is left as it is. Any thread.
 CompletionReport completeRecordings(const std::vector<std::filesystem::path>& folders,
-                                    const std::function<capture::Recovery(const std::filesystem::path&)>& recover);
+                                    const std::function<capture::Recovery(const std::filesystem::path&)>& recover,
+                                    const std::stop_token& stop = {});
+
+/// The main window's notice about what was completed without being asked, and what could not be: its action tries that
+/// again, or else shows the list. nullopt when nothing was done.
+std::optional<Notice> completionNotice(const CompletionReport& report);
 
 /// The status text for the result.
 std::string completionText(const CompletionReport& report);

@@ -43,12 +43,23 @@ TEST(InterruptedRecordings, OneThatIsStillBeingRecordedIsNotInterrupted) {
     EXPECT_EQ(interruptedRecordings(root.path()).size(), 1U);
 }
 
-TEST(InterruptedNotice, NamesTheOneOrTheNewest) {
-    EXPECT_FALSE(interruptedNotice({}));
-    EXPECT_EQ(interruptedNotice({"/m/2025-03-14_09-05-33"}),
-              (Notice{"Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33", "Abschließen"}));
-    EXPECT_EQ(interruptedNotice({"/m/alt", "/m/neu"}),
-              (Notice{"2 Aufnahmen wurden unterbrochen, zuletzt neu", "Abschließen"}));
+TEST(InterruptedNotices, NameTheOneOrTheNewest) {
+    EXPECT_EQ(completingNotice({"/m/2025-03-14_09-05-33"}),
+              (Notice{"Eine unterbrochene Aufnahme wird abgeschlossen: 2025-03-14_09-05-33", ""}));
+    EXPECT_EQ(completingNotice({"/m/alt", "/m/neu"}),
+              (Notice{"2 unterbrochene Aufnahmen werden abgeschlossen, zuletzt neu", ""}));
+}
+
+TEST(InterruptedNotices, OfferWhatIsLeftToDo) {
+    CompletionReport report;
+    EXPECT_FALSE(completionNotice(report));
+    report.completed = {"/m/a"};
+    EXPECT_EQ(completionNotice(report), (Notice{"Eine unterbrochene Aufnahme wurde abgeschlossen: a", "Zeigen"}));
+    report.completed.emplace_back("/m/b");
+    report.failures.push_back({"/m/c", "Nicht zu retten."});
+    EXPECT_EQ(completionNotice(report), (Notice{"2 unterbrochene Aufnahmen wurden abgeschlossen.\n"
+                                                "Eine Aufnahme wurde unterbrochen: c. Nicht zu retten.",
+                                                "Abschließen"}));
 }
 
 TEST(CompleteRecordings, GoesOnBehindOneThatFails) {
@@ -60,6 +71,9 @@ TEST(CompleteRecordings, GoesOnBehindOneThatFails) {
     const CompletionReport report = completeRecordings({"/m/a", "/m/b", "/m/c"}, recover);
     EXPECT_EQ(report.completed, (std::vector<std::filesystem::path>{"/m/a", "/m/c"}));
     EXPECT_EQ(completionText(report), "2 Aufnahmen abgeschlossen.\nb: Nicht zu retten.");
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_TRUE(completeRecordings({"/m/a", "/m/b"}, recover, stop.get_token()).completed.empty());
     EXPECT_EQ(completionText(completeRecordings({"/m/b"}, recover)), "b: Nicht zu retten.");
     EXPECT_EQ(completionText(completeRecordings({"/m/d"}, recover)), "d: Der Arbeitsspeicher reicht nicht.");
     EXPECT_EQ(completionText(completeRecordings({"/m/a"}, recover)), "Abgeschlossen: 2.5 s, 150 Bilder\nOrdner: /m/a");

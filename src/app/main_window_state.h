@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -9,6 +11,18 @@
 #include "app/source_choice.h"
 
 namespace lumivastor::app {
+
+/// The lengths of a countdown, in seconds.
+inline constexpr std::array<int, 4> kCountdowns = {0, 3, 5, 10};
+inline constexpr int kUsualCountdown = 1;
+
+/// The index of a length that was stored; the usual one for any other number.
+inline int countdownIndexOf(std::optional<int> seconds) {
+    for (std::size_t i = 0; i < kCountdowns.size(); ++i) {
+        if (seconds == kCountdowns.at(i)) return static_cast<int>(i);
+    }
+    return kUsualCountdown;
+}
 
 /// The user's choices in the main window.
 struct MainWindowChoices {
@@ -22,13 +36,17 @@ struct MainWindowChoices {
     bool microphone = false;
     bool webcam = false;
 
+    /// The index in `kCountdowns`.
+    int countdownIndex = kUsualCountdown;
+
     int fps() const { return fpsIndex == 0 ? 60 : 30; }
+    int countdownSeconds() const { return kCountdowns.at(static_cast<std::size_t>(countdownIndex)); }
 
     bool operator==(const MainWindowChoices&) const = default;
 };
 
 /// The kind of a notice; at most one of each, shown in this order.
-enum class NoticeKind { recording, checkVideo, interrupted, update };
+enum class NoticeKind { recording, microphone, checkVideo, interrupted, update };
 
 /// A message above the status, perhaps with an action.
 struct Notice {
@@ -48,12 +66,22 @@ struct Countdown {
     bool operator==(const Countdown&) const = default;
 };
 
+/// The devices beside a box.
+struct DevicePopup {
+    std::vector<std::string> items;
+    int index = 0;
+
+    bool operator==(const DevicePopup&) const = default;
+};
+
 /// Everything that the main window shows.
 struct MainWindowState {
     MainWindowChoices choices;
     std::vector<std::string> sourceItems;
     /// Where the desktop's own dialog chooses: the label of the button that opens it, in place of the pop-up.
     std::optional<std::string> chooseTitle;
+    DevicePopup microphones;
+    DevicePopup cameras;
     std::string status = "Bereit.";
     std::map<NoticeKind, Notice> notices;
     std::string recordTitle = "Aufnahme starten";

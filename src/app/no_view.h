@@ -37,8 +37,11 @@ class NoView final : public AppView {
     void setStatusItemTitle(const std::string&) override {}
     void removeStatusItem() override {}
     void showRecordingPanel(const std::optional<platform::Display>&, std::shared_ptr<capture::WebcamPreview>,
-                            bool) override {}
+                            const RecordingKeys&) override {}
+    void setRecordingPaused(bool) override {}
+    void setRecordingMarks(int) override {}
     void setRecordingPanelTime(const std::string&) override {}
+    void setRecordingHint(const std::string&) override {}
     void removeRecordingPanel() override {}
     void askForFolder(const std::string&, const std::filesystem::path&,
                       std::function<void(std::optional<std::filesystem::path>)>) override {}

@@ -14,7 +14,6 @@ namespace lumivastor::app {
 
 namespace {
 
-constexpr int kCountdownFrom = 3;
 constexpr double kTickSeconds = 0.5;
 constexpr double kTestRegionSeconds = 1.5;
 /// Until a compositor has faded hidden windows out.
@@ -50,9 +49,23 @@ RecordingFlow::~RecordingFlow() {
 void RecordingFlow::abandonCountdown() {
     if (phase_ != Phase::countdown) return;
     countdownTimer_.reset();
+    escapeKey_.reset();
     phase_ = Phase::idle;
     removeEmptyFolder(folder_);
     grant_.release();
+}
+
+void RecordingFlow::cancelCountdown() {
+    if (phase_ != Phase::countdown) return;
+    countdownTimer_.reset();
+    hideCountdown();
+    recorder_.reset();
+    removeEmptyFolder(folder_);
+    releaseGrant();
+    showWindowsAgain();
+    backToIdle();
+    window_.setStatus("Aufnahme abgebrochen.");
+    view_->showMainWindow();
 }
 
 bool RecordingFlow::hasRecorder() const {
@@ -216,6 +229,7 @@ void RecordingFlow::showCountdown(int number) {
 }
 
 void RecordingFlow::hideCountdown() {
+    escapeKey_.reset();
     if (leavesOwnWindowsOut()) {
         view_->hideCountdown();
     } else {
@@ -314,8 +328,10 @@ void RecordingFlow::prepare(const Subject& subject) {
         state.recordEnabled = false;
         state.controlsEnabled = false;
         state.notices.erase(NoticeKind::recording);
+        state.notices.erase(NoticeKind::microphone);
     });
-    runCountdown(kCountdownFrom, [this] { startRecorder(); });
+    microphone_ = {};
+    runCountdown(window_.choices().countdownSeconds(), [this] { startRecorder(); });
 }
 
 void RecordingFlow::askForShortcut(const Subject& subject) {
@@ -338,6 +354,16 @@ void RecordingFlow::askForShortcut(const Subject& subject) {
 void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
     // It shows the countdown here.
     if (!leavesOwnWindowsOut()) view_->showMainWindow();
+    if (from < 1) {
+        clearScreen(completion);
+        return;
+    }
+    // Whatever window has the keyboard focus. Elsewhere the main window has it.
+    if (leavesOwnWindowsOut()) {
+        escapeKey_ =
+            services_.grabShortcut({.keys = {.letter = platform::kEscapeKey}, .purpose = "Countdown abbrechen"},
+                                   fromAnyThread([this] { cancelCountdown(); }));
+    }
     showCountdown(from);
     countdownTimer_ = services_.mainLoop.every(1.0, [this, left = from, completion = std::move(completion)]() mutable {
         if (--left >= 1) {
@@ -346,16 +372,20 @@ void RecordingFlow::runCountdown(int from, std::function<void()> completion) {
         }
         hideCountdown();
         const auto ended = std::exchange(countdownTimer_, nullptr);
-        if (!clearsScreen()) {
-            completion();
-            return;
-        }
-        view_->hideAllWindows();
-        windowsAreHidden_ = true;
-        countdownTimer_ = after(services_.mainLoop, kClearScreenSeconds, [this, completion] {
-            const auto cleared = std::exchange(countdownTimer_, nullptr);
-            completion();
-        });
+        clearScreen(completion);
+    });
+}
+
+void RecordingFlow::clearScreen(const std::function<void()>& completion) {
+    if (!clearsScreen()) {
+        completion();
+        return;
+    }
+    view_->hideAllWindows();
+    windowsAreHidden_ = true;
+    countdownTimer_ = after(services_.mainLoop, kClearScreenSeconds, [this, completion] {
+        const auto cleared = std::exchange(countdownTimer_, nullptr);
+        completion();
     });
 }
 
@@ -411,37 +441,107 @@ void RecordingFlow::running() {
     awake_ = services_.sleep.inhibit("Eine Bildschirmaufnahme läuft.");
     offerStop();
     if (leavesOwnWindowsOut()) view_->hideMainWindow();
+    hints_.clear();
+    losses_ = {};
+    space_ = {};
     view_->installStatusItem("⏺ 0:00");
     if (leavesOwnWindowsOut()) {
-        view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(), stopShortcut_ != nullptr);
+        const auto keysOf = [](const auto& shortcut) { return shortcut ? shortcut->keys() : std::string(); };
+        view_->showRecordingPanel(display_, recorder_->webcamPreviewLayer(),
+                                  {keysOf(stopShortcut_), keysOf(pauseShortcut_), keysOf(markShortcut_)});
     }
     tickTimer_ = services_.mainLoop.every(kTickSeconds, [this] { tick(); });
 }
 
-std::function<void()> RecordingFlow::stopFromAnyThread() {
-    return [this, alive = lifetime_.watch()] {
-        services_.mainLoop.async([this, alive] {
-            if (!alive.expired()) stop();
+std::function<void()> RecordingFlow::fromAnyThread(std::function<void()> action) {
+    return [this, alive = lifetime_.watch(), action = std::move(action)] {
+        services_.mainLoop.async([alive, action] {
+            if (!alive.expired()) action();
         });
     };
 }
 
+std::function<void()> RecordingFlow::stopFromAnyThread() {
+    return fromAnyThread([this] { stop(); });
+}
+
+std::unique_ptr<platform::GlobalShortcut> RecordingFlow::grabKeys(char letter, const char* purpose,
+                                                                  std::function<void()> action) {
+    return services_.grabShortcut(
+        {.keys = {.letter = letter, .control = true, .alt = true, .shift = true}, .purpose = purpose},
+        fromAnyThread(std::move(action)));
+}
+
 void RecordingFlow::releaseShortcut() {
+    pauseShortcut_.reset();
+    markShortcut_.reset();
     // A desktop with dialogs would ask again.
     if (leavesOwnWindowsOut()) stopShortcut_.reset();
 }
 
 void RecordingFlow::offerStop() {
-    if (leavesOwnWindowsOut()) stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread(), {});
+    if (leavesOwnWindowsOut()) {
+        stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread(), {});
+        pauseShortcut_ = grabKeys('P', "Aufnahme pausieren oder fortsetzen",
+                                  [this] { togglePause(capture::RecordingJob::PauseCause::other); });
+        markShortcut_ = grabKeys('M', "Marke setzen", [this] { setMark(); });
+    }
     stopOffer_ = services_.offerStop(stopFromAnyThread());
 }
 
 void RecordingFlow::tick() {
     const capture::RecordingJob::Stats stats = recorder_->snapshot();
-    window_.setStatus(runningText(stats, deviceName_));
+    const bool isPaused = recorder_->isPaused();
+    window_.setStatus(isPaused ? pausedText(stats) : runningText(stats, deviceName_));
     const std::string time = elapsedText(stats.duration);
-    view_->setStatusItemTitle("⏺ " + time);
+    view_->setStatusItemTitle((isPaused ? "⏸ " : "⏺ ") + time);
     view_->setRecordingPanelTime(time);
+    // What is wrong while it can still be helped; the most urgent first, empty sentences for what is fine.
+    const capture::RecordingHealth health = recorder_->health();
+    losses_.update(health);
+    space_.update(health);
+    showHints({microphoneLine(stats.duration), losses_.screenSentence(), losses_.webcamSentence(), space_.sentence()});
+}
+
+std::string RecordingFlow::microphoneLine(double elapsed) {
+    if (!window_.choices().microphone) return {};
+    if (const auto news = microphone_.take(services_.soundBoard->microphone(services_.hostClock()), elapsed)) {
+        Log::write(logCategory(), *news);
+        noteMicrophone();
+    }
+    return microphone_.hint();
+}
+
+void RecordingFlow::noteMicrophone() {
+    const std::string summary = microphone_.summary();
+    if (summary.empty()) return;
+    window_.update([&](MainWindowState& state) { state.notices[NoticeKind::microphone] = {summary, ""}; });
+}
+
+void RecordingFlow::showHints(const std::vector<std::string>& sentences) {
+    std::string hints;
+    for (const std::string& sentence : sentences) {
+        if (!sentence.empty()) hints += (hints.empty() ? "" : "\n") + sentence;
+    }
+    if (hints == hints_) return;
+    hints_ = hints;
+    view_->setRecordingHint(hints);
+    Log::write(logCategory(), hints.empty() ? "Hinweis erledigt" : "Hinweis: " + hints);
+}
+
+void RecordingFlow::togglePause(capture::RecordingJob::PauseCause cause) {
+    if (phase_ != Phase::recording) return;
+    if (recorder_->isPaused()) {
+        recorder_->resume();
+    } else {
+        recorder_->pause(cause);
+    }
+    view_->setRecordingPaused(recorder_->isPaused());
+    tick();
+}
+
+void RecordingFlow::setMark() {
+    if (phase_ == Phase::recording) view_->setRecordingMarks(recorder_->mark());
 }
 
 void RecordingFlow::streamFailed(const RecorderError& error) {
@@ -457,6 +557,15 @@ void RecordingFlow::note(const std::string& sentence) {
     window_.update([&](MainWindowState& state) { state.notices[NoticeKind::recording] = {sentence, ""}; });
 }
 
+// Behind what is said already.
+void RecordingFlow::addNote(const std::string& sentence) {
+    window_.update([&](MainWindowState& state) {
+        std::string& text = state.notices[NoticeKind::recording].text;
+        text += (text.empty() ? "" : "\n") + sentence;
+    });
+    Log::write(logCategory(), sentence);
+}
+
 // The end
 
 void RecordingFlow::stop() {
@@ -464,6 +573,8 @@ void RecordingFlow::stop() {
     if (phase_ != Phase::recording) return;
     phase_ = Phase::finishing;
     tickTimer_.reset();
+    microphoneLine(recorder_->snapshot().duration);
+    noteMicrophone();
     releaseShortcut();
     stopOffer_.reset();
     view_->removeStatusItem();
@@ -485,6 +596,7 @@ void RecordingFlow::stopAndTerminate() {
 }
 
 void RecordingFlow::finished(const capture::RecordingJob::Outcome& outcome) {
+    if (const std::string lost = losses_.summary(); !lost.empty()) addNote(lost);
     if (const auto* stats = std::get_if<capture::RecordingJob::Stats>(&outcome)) {
         conclude(finishedText(*stats, folder_), true);
     } else {

@@ -18,8 +18,11 @@
 #include "app/source_choice.h"
 #include "app/view_in_force.h"
 #include "base/lifetime.h"
+#include "capture/loss_watch.h"
+#include "capture/microphone_remarks.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording/recording_job.h"
+#include "capture/space_watch.h"
 
 namespace lumivastor::app {
 
@@ -92,8 +95,17 @@ class RecordingFlow {
     /// The same, and then answers the pending quit request instead of opening the editor.
     void stopAndTerminate();
 
-    /// Ends a countdown without a recording, and deletes its folder.
+    /// Whether the numbers before a recording are shown.
+    bool isCountingDown() const { return phase_ == Phase::countdown; }
+    /// The user does not want the recording after all: ends the countdown and deletes its folder.
+    void cancelCountdown();
+    /// The same at the end of the program.
     void abandonCountdown();
+
+    /// Pauses the running recording, or lets it go on.
+    void togglePause(capture::RecordingJob::PauseCause cause);
+    /// Marks this moment of the running recording.
+    void setMark();
 
     /// Shows the camera in the main window. On failure the status says why.
     void startCameraPreview() { startPreview(true); }
@@ -138,16 +150,24 @@ class RecordingFlow {
     void prepare(const Subject& subject);
     void askForShortcut(const Subject& subject);
     void runCountdown(int from, std::function<void()> completion);
+    void clearScreen(const std::function<void()>& completion);
     void startRecorder();
     void recorderStarted(std::optional<RecorderError> error);
     void startFailed(const std::string& message);
+    std::function<void()> fromAnyThread(std::function<void()> action);
     std::function<void()> stopFromAnyThread();
+    std::unique_ptr<platform::GlobalShortcut> grabKeys(char letter, const char* purpose, std::function<void()> action);
     void releaseShortcut();
     void offerStop();
     void running();
     void tick();
+    /// What the microphone's line says now; notes what it has not said before.
+    std::string microphoneLine(double elapsed);
+    void noteMicrophone();
+    void showHints(const std::vector<std::string>& sentences);
     void streamFailed(const RecorderError& error);
     void note(const std::string& sentence);
+    void addNote(const std::string& sentence);
     void finished(const capture::RecordingJob::Outcome& outcome);
     void backToIdle();
     void conclude(const std::string& status, bool succeeded);
@@ -179,10 +199,18 @@ class RecordingFlow {
     std::unique_ptr<MainLoop::Timer> countdownTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
     std::unique_ptr<SleepInhibitor::Hold> awake_;
+    capture::MicrophoneRemarks microphone_;  // of the running recording
+    capture::LossWatch losses_;
+    capture::SpaceWatch space_;
+    std::string hints_;  // shown while recording
     Lifetime lifetime_;
     bool shortcutIsSettled_ = false;  // the desktop was asked for one; not on desktops that list what can be recorded
-    std::shared_ptr<platform::GlobalShortcut> stopShortcut_;  // last: it may call back until it is destroyed
-    std::shared_ptr<void> stopOffer_;                         // while recording
+    // Last: they may call back until they are destroyed.
+    std::shared_ptr<platform::GlobalShortcut> stopShortcut_;
+    std::unique_ptr<platform::GlobalShortcut> escapeKey_;      // during the countdown
+    std::unique_ptr<platform::GlobalShortcut> pauseShortcut_;  // while recording
+    std::unique_ptr<platform::GlobalShortcut> markShortcut_;   // while recording
+    std::shared_ptr<void> stopOffer_;                          // while recording
 };
 
 }  // namespace lumivastor::app

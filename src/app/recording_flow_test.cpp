@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <new>
 #include <thread>
 
 #include "model/capture_info.h"
+#include "model/marks.h"
 #include "model/pointer_track.h"
 #include "support/app_rig.h"
 #include "support/await.h"
@@ -80,6 +83,48 @@ TEST_F(RecordingFlowTest, ARecordingOfLessThanASecondShowsNoughtAndFinishes) {
     EXPECT_TRUE(view_.state.status.starts_with("Fertig: ")) << view_.state.status;
 }
 
+TEST_F(RecordingFlowTest, LostPicturesAreSaidWhileTheyAreLostAndAfterwards) {
+    launch();
+    startRecording();
+    loop_.advance(8);
+    EXPECT_EQ(view_.count("hint "), 0);
+    for (int lost = 2; lost <= 8; lost += 2) {
+        desktop_.setPicturesMissed(lost);
+        loop_.advance(0.5);
+    }
+    const std::string sentence =
+        "Über 50 % der Bilder gehen verloren: der Desktop liefert sie zu langsam. Es hilft, anderes zu beenden oder "
+        "mit "
+        "30 Bildern pro Sekunde aufzunehmen.";
+    EXPECT_EQ(view_.count("hint " + sentence), 1);
+    EXPECT_TRUE(logged("[Capture] Hinweis: " + sentence));
+    loop_.advance(6);
+    EXPECT_EQ(view_.count("hint "), 1) << "all is well again";
+    EXPECT_EQ(view_.state.notices.count(NoticeKind::recording), 0U);
+    stopRecording();
+    EXPECT_EQ(view_.state.notices.at(NoticeKind::recording).text,
+              "Ab 0:08 gingen 2 s lang Bilder verloren, zeitweise über 50 %: der Desktop liefert sie zu langsam.");
+}
+
+TEST_F(RecordingFlowTest, TheSpaceThatIsLeftIsSaidInMinutes) {
+    launch();
+    startRecording();
+    // Ten megabytes a second; the file has no content and takes no space here.
+    std::ofstream(recording_ / "webcam.mov");
+    std::filesystem::resize_file(recording_ / "webcam.mov", 100'000'000);
+    loop_.advance(10);
+    EXPECT_EQ(view_.count("hint Noch Platz für etwa 2 Minuten."), 0);
+    freeSpace_ = capture::FreeSpace{1'500'000'000, 2'000'000'000};
+    loop_.advance(0.5);
+    EXPECT_EQ(view_.count("hint Noch Platz für etwa 2 Minuten."), 1);
+    freeSpace_ = capture::FreeSpace{1'500'000'000'000, 2'000'000'000'000};
+    loop_.advance(0.5);
+    EXPECT_EQ(view_.calls.back(), "hint ");
+    EXPECT_EQ(view_.count("hint "), 1);
+    stopRecording();
+    EXPECT_EQ(view_.state.notices.count(NoticeKind::recording), 0U);
+}
+
 TEST_F(RecordingFlowTest, RecordsAWindow) {
     launch();
     app_->sourceTypeChanged(SourceType::window);
@@ -111,6 +156,100 @@ TEST_F(RecordingFlowTest, TheSecondsOfTheCountdownAreCounted) {
 }
 
 // Auto-zoom box
+
+TEST_F(RecordingFlowTest, ACountdownCanBeCancelled) {
+    launch();
+    for (const bool isByKey : {true, false}) {
+        app_->toggleRecording();
+        untilCalled("countdown 3");
+        ASSERT_TRUE(pressKeys_[platform::kEscapeKey]);
+        if (isByKey) {
+            pressKeys_[platform::kEscapeKey]();
+            loop_.runPending();
+        } else {
+            app_->cancelCountdown();
+        }
+        EXPECT_EQ(view_.count("hideCountdown"), 1);
+        EXPECT_EQ(view_.state.status, "Aufnahme abgebrochen.");
+        EXPECT_TRUE(view_.state.recordEnabled && view_.state.controlsEnabled);
+        EXPECT_FALSE(pressKeys_[platform::kEscapeKey]) << "the key is free again";
+        loop_.advance(5);
+        EXPECT_EQ(view_.state.status, "Aufnahme abgebrochen.") << "nothing starts";
+        EXPECT_TRUE(std::filesystem::is_empty(root_));
+        view_.calls.clear();
+    }
+    app_->cancelCountdown();
+    startRecording();
+    stopRecording();
+}
+
+TEST_F(RecordingFlowTest, TheCountdownIsAsLongAsChosenAndRemembered) {
+    launch();
+    EXPECT_EQ(view_.state.choices.countdownSeconds(), 3);
+    app_->countdownSelected(2);
+    EXPECT_EQ(preferences_.countdown, 5);
+    app_->toggleRecording();
+    untilCalled("countdown 5");
+    app_->cancelCountdown();
+    preferences_.countdown = 10;
+    launch();
+    EXPECT_EQ(view_.state.choices.countdownSeconds(), 10);
+    preferences_.countdown = 7;
+    launch();
+    EXPECT_EQ(view_.state.choices.countdownSeconds(), 3) << "no length that is offered";
+    app_->countdownSelected(0);
+    view_.calls.clear();
+    app_->toggleRecording();
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.recordTitle == "Aufnahme stoppen"; }));
+    EXPECT_EQ(view_.count("hideCountdown"), 0);
+    emitPicture();
+    stopRecording();
+}
+
+TEST_F(RecordingFlowTest, ARecordingIsPausedAndGoesOn) {
+    launch();
+    startRecording();
+    loop_.advance(1);
+    EXPECT_TRUE(view_.state.status.starts_with("Läuft: 1.0 s")) << view_.state.status;
+    app_->togglePause();
+    EXPECT_EQ(view_.count("paused"), 1);
+    loop_.advance(10);
+    EXPECT_EQ(view_.state.status, "Pause bei 1.0 s");
+    EXPECT_EQ(view_.calls.back(), "time 0:01");
+    EXPECT_EQ(view_.count("title ⏸ 0:01") > 0, true);
+    pressKeys_['P']();
+    loop_.runPending();
+    EXPECT_EQ(view_.count("resumed"), 1);
+    loop_.advance(1);
+    EXPECT_TRUE(view_.state.status.starts_with("Läuft: 2.0 s")) << view_.state.status;
+    emitPicture();
+    pressKeys_['P']();
+    loop_.runPending();
+    EXPECT_EQ(view_.count("paused"), 2);
+    stopRecording();
+    EXPECT_TRUE(view_.state.status.starts_with("Fertig: 2.0 s")) << view_.state.status;
+    EXPECT_FALSE(pressKeys_['P']);
+    app_->togglePause();
+    EXPECT_EQ(view_.count("paused"), 2) << "nothing runs";
+}
+
+TEST_F(RecordingFlowTest, MarksAreSetByButtonAndKey) {
+    launch();
+    app_->setMark();
+    startRecording();
+    loop_.advance(1);
+    app_->setMark();
+    loop_.advance(1);
+    pressKeys_['M']();
+    loop_.runPending();
+    EXPECT_EQ(view_.count("marks 1"), 1);
+    EXPECT_EQ(view_.count("marks 2"), 1);
+    loop_.advance(1);
+    emitPicture();
+    stopRecording();
+    const auto folder = std::filesystem::directory_iterator(root_)->path();
+    EXPECT_EQ(model::Marks::timesIn(folder), (std::vector<double>{1, 2}));
+}
 
 TEST_F(RecordingFlowTest, WithoutAutomaticZoomsTheEditorFindsThemSwitchedOff) {
     launch();

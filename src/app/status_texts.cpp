@@ -28,6 +28,10 @@ std::string runningText(const capture::RecordingJob::Stats& stats, const std::op
     return text;
 }
 
+std::string pausedText(const capture::RecordingJob::Stats& stats) {
+    return formatted("Pause bei %.1f s", stats.duration);
+}
+
 std::string finishedText(const capture::RecordingJob::Stats& stats, const std::filesystem::path& folder) {
     const std::string text = formatted("Fertig: %.1f s, %lld Bilder", stats.duration, figure(stats.framesWritten));
     if (!stats.framesDropped || !stats.pointerEvents) return text;

@@ -20,6 +20,9 @@ std::string elapsedText(double seconds);
 /// are left out.
 std::string runningText(const capture::RecordingJob::Stats& stats, const std::optional<std::string>& deviceName = {});
 
+/// Instead of `runningText` in a pause.
+std::string pausedText(const capture::RecordingJob::Stats& stats);
+
 /// Names the folder behind the figures of the desktop.
 std::string finishedText(const capture::RecordingJob::Stats& stats, const std::filesystem::path& folder);
 

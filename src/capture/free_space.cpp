@@ -56,7 +56,7 @@ RecorderError notCompleted(const RecorderError& reason, const std::filesystem::p
     const std::string when = isDiskFull ? "Sobald auf dem Datenträger wieder Platz ist, lässt sich die Aufnahme"
                                         : "Die Aufnahme lässt sich noch";
     return RecorderError(reason.message() + " " + when +
-                         " vervollständigen: LumiVastor bietet es beim nächsten Start an, oder mit dem Befehl "
+                         " vervollständigen: beim nächsten Start von LumiVastor von selbst, oder mit dem Befehl "
                          "lumivastor recover " +
                          shellWord(folder.string()));
 }

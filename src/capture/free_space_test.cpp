@@ -48,11 +48,11 @@ TEST(NotCompleted, SaysHowToCompleteTheRecording) {
     EXPECT_EQ(
         notCompleted(reason, "/a/b c", true).message(),
         "capture.json konnte nicht geschrieben werden: Der Datenträger ist voll. Sobald auf dem Datenträger wieder "
-        "Platz ist, lässt sich die Aufnahme vervollständigen: LumiVastor bietet es beim nächsten Start an, oder mit "
+        "Platz ist, lässt sich die Aufnahme vervollständigen: beim nächsten Start von LumiVastor von selbst, oder mit "
         "dem Befehl lumivastor recover '/a/b c'");
     EXPECT_EQ(
         notCompleted(RecorderError("Nein."), "/it's", false).message(),
-        "Nein. Die Aufnahme lässt sich noch vervollständigen: LumiVastor bietet es beim nächsten Start an, oder mit "
+        "Nein. Die Aufnahme lässt sich noch vervollständigen: beim nächsten Start von LumiVastor von selbst, oder mit "
         "dem Befehl lumivastor recover '/it'\\''s'");
 }
 

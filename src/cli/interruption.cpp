@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <ctime>
+#include <utility>
 
 namespace lumivastor::cli {
 
@@ -17,20 +18,32 @@ bool isIgnored(int signal) {
 
 }  // namespace
 
-Interruption::Interruption() {
+Interruption::Interruption(Toggle toggle) {
     sigset_t watched;
     sigemptyset(&watched);
     sigaddset(&watched, SIGINT);
     sigaddset(&watched, SIGTERM);
     if (!isIgnored(SIGHUP)) sigaddset(&watched, SIGHUP);
+    if (toggle == Toggle::yes) sigaddset(&watched, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &watched, &before_);
     watcher_ = std::jthread([this, watched](const std::stop_token& ending) {
         // Wakes up regularly, because the job's end raises no signal.
         constexpr timespec kPause{0, 50'000'000};
         while (!ending.stop_requested()) {
-            if (sigtimedwait(&watched, nullptr, &kPause) > 0) source_.request_stop();
+            const int signal = sigtimedwait(&watched, nullptr, &kPause);
+            if (signal == SIGUSR1) {
+                const std::lock_guard hold(lock_);
+                if (toggle_) toggle_();
+            } else if (signal > 0) {
+                source_.request_stop();
+            }
         }
     });
+}
+
+void Interruption::onToggle(std::function<void()> handler) {
+    const std::lock_guard hold(lock_);
+    toggle_ = std::move(handler);
 }
 
 Interruption::~Interruption() {

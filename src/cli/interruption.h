@@ -3,6 +3,8 @@
 
 #include <csignal>
 
+#include <functional>
+#include <mutex>
 #include <stop_token>
 #include <thread>
 
@@ -13,16 +15,24 @@ namespace lumivastor::cli {
 /// signals.
 class Interruption {
   public:
-    Interruption();
+    /// Whether SIGUSR1 goes to `onToggle` instead of ending the program.
+    enum class Toggle { no, yes };
+    explicit Interruption(Toggle toggle = Toggle::no);
     ~Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
 
     std::stop_token token() const { return source_.get_token(); }
 
+    /// Calls `handler` at each SIGUSR1, on the interruption's own thread; null: ignores them, as until the first call.
+    /// The old handler does not run any more when this returns. Any other thread.
+    void onToggle(std::function<void()> handler);
+
   private:
     sigset_t before_{};
     std::stop_source source_;
+    std::mutex lock_;
+    std::function<void()> toggle_;  // guarded by lock_, also while it runs
     std::jthread watcher_;
 };
 

@@ -4,9 +4,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+
+#include "support/await.h"
 
 namespace lumivastor::cli {
 namespace {
@@ -42,6 +45,18 @@ TEST(Interruption, AHangUpThatIsIgnoredStaysIgnored) {
         EXPECT_FALSE(interruption.token().stop_requested());
     }
     std::signal(SIGHUP, before);
+}
+
+TEST(Interruption, ASignalOfTheUsersTogglesWhereItIsWatched) {
+    Interruption interruption(Interruption::Toggle::yes);
+    kill(getpid(), SIGUSR1);  // nobody listens yet
+    std::atomic<int> count = 0;
+    interruption.onToggle([&count] { ++count; });
+    const int before = count;
+    kill(getpid(), SIGUSR1);
+    EXPECT_TRUE(await([&] { return count > before; }));
+    interruption.onToggle({});
+    EXPECT_FALSE(interruption.token().stop_requested());
 }
 
 TEST(InterruptionDeathTest, AfterwardsSignalsEndTheProgramAgain) {

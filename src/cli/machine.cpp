@@ -6,6 +6,8 @@
 #include "platform/backends/desktop_backend.h"
 #include "platform/backends/device_backend.h"
 #include "platform/backends/sound_backend.h"
+#include "platform/selected_camera.h"
+#include "platform/sound/selected_sound.h"
 
 namespace lumivastor::cli {
 
@@ -13,14 +15,16 @@ Machine::Machine(MainLoop& mainLoop) : mainLoop_(mainLoop) {}
 Machine::~Machine() = default;
 
 platform::SoundSystem& Machine::sound() {
-    if (!sound_) sound_ = platform::openSoundSystem();
+    if (!sound_) {
+        sound_ = std::make_shared<platform::SelectedSound>(platform::openSoundSystem(), selection_, soundBoard_);
+    }
     return *sound_;
 }
 
 platform::CaptureDevices& Machine::devices() {
     if (!devices_) {
         sound();
-        devices_ = platform::openCaptureDevices(sound_);
+        devices_ = std::make_unique<platform::SelectedCamera>(platform::openCaptureDevices(sound_), selection_);
     }
     return *devices_;
 }

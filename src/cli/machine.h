@@ -4,6 +4,8 @@
 #include <memory>
 
 #include "capture/capture_services.h"
+#include "platform/device_selection.h"
+#include "platform/sound/sound_board.h"
 
 namespace lumivastor::cli {
 
@@ -23,8 +25,15 @@ class Machine {
 
     capture::RecordingServices recordingServices();
 
+    /// What sound and devices follow; set it before they are opened.
+    platform::DeviceSelection& selection() { return *selection_; }
+    /// The levels of the sources that run.
+    platform::SoundBoard& soundBoard() { return *soundBoard_; }
+
   private:
     MainLoop& mainLoop_;
+    const std::shared_ptr<platform::DeviceSelection> selection_ = std::make_shared<platform::DeviceSelection>();
+    const std::shared_ptr<platform::SoundBoard> soundBoard_ = std::make_shared<platform::SoundBoard>();
     std::shared_ptr<platform::SoundSystem> sound_;
     std::unique_ptr<platform::CaptureDevices> devices_;
     std::unique_ptr<platform::Desktop> desktop_;

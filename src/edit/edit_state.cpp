@@ -63,6 +63,8 @@ std::shared_ptr<const EditState> deriveEditState(const Recording& recording, con
     }
 
     state->clicks = insideCrop(recording.presses, state->layout);
+    std::copy_if(recording.marks.begin(), recording.marks.end(), std::back_inserter(state->marks),
+                 [&](double t) { return outputTime(state->keptSegments, t).has_value(); });
 
     const ZoomEngine::Parameters parameters = zoomParameters(settings);
     if (settings.zooms) {

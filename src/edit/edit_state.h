@@ -29,6 +29,8 @@ struct EditState {
     std::shared_ptr<const CursorEngine> cursorEngine;
     /// The presses inside the crop rectangle, in order, which get a ring.
     std::vector<model::PointerSample> clicks;
+    /// Source times of the marks that are in the video, in order.
+    std::vector<double> marks;
     StudioLayout layout;
 };
 

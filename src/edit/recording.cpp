@@ -9,6 +9,7 @@
 #include "edit/cursor_engine.h"
 #include "edit/pointer_rests.h"
 #include "imaging/picture_limits.h"
+#include "model/marks.h"
 #include "model/recording_folder.h"
 
 namespace lumivastor::edit {
@@ -79,7 +80,9 @@ Recording::Recording(std::filesystem::path recordingFolder, model::CaptureInfo c
 Recording Recording::load(const std::filesystem::path& folder) {
     model::CaptureInfo info = model::CaptureInfo::load(folder);
     model::PointerTrack track = model::PointerTrack::load(folder);
-    return {folder, std::move(info), std::move(track)};
+    Recording recording(folder, std::move(info), std::move(track));
+    recording.marks = model::Marks::timesIn(folder);
+    return recording;
 }
 
 void checkZooms(const model::ProjectSettings& settings) {

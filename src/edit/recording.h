@@ -20,6 +20,8 @@ struct Recording {
     std::vector<model::PointerSample> presses;
     /// Where the pointer came to rest, when clicks are not known; see `pointerRests`.
     std::vector<model::PointerSample> rests;
+    /// Source times that the user marked while recording, in order.
+    std::vector<double> marks;
     /// The webcam movie that the capture document names, when the folder has it; empty otherwise.
     std::filesystem::path webcamFile;
 

@@ -51,4 +51,15 @@ double sourceTime(std::span<const Interval> segments, double t) {
     return segments.back().end;
 }
 
+std::optional<double> outputTime(std::span<const Interval> segments, double t) {
+    double before = 0;
+    for (const Interval& segment : segments) {
+        if (t < segment.start) return std::nullopt;
+        if (t < segment.end) return before + t - segment.start;
+        before += segment.length();
+    }
+    if (segments.empty() || t > segments.back().end) return std::nullopt;
+    return before;
+}
+
 }  // namespace lumivastor::edit

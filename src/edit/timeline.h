@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -38,5 +39,9 @@ double outputDuration(std::span<const Interval> segments);
 /// The source time at output time `t`. Past the end the last segment's end; `t` itself without segments. A movie of the
 /// segments rounds their bounds to its clock; `shownSourceTime` of render/cut_composition.h says what it shows at `t`.
 double sourceTime(std::span<const Interval> segments, double t);
+
+/// The output time of source time `t`; nullopt where the video leaves it out. The end of a segment is in the video only
+/// if it is the end of the last one.
+std::optional<double> outputTime(std::span<const Interval> segments, double t);
 
 }  // namespace lumivastor::edit

@@ -146,5 +146,15 @@ TEST(TimelineProperty, TheMappingNeverRunsBackwardAndStaysInsideTheSegments) {
     }
 }
 
+TEST(Timeline, OutputTimesAreTheReverseOfSourceTimes) {
+    const std::vector<Interval> segments = {{1, 3}, {5, 5.5}, {7, 10}};
+    for (double t = 0; t < outputDuration(segments); t += 0.125) {
+        EXPECT_EQ(outputTime(segments, sourceTime(segments, t)), t);
+    }
+    for (const double t : {0.0, 0.99, 3.0, 4.0, 5.5, 6.9, 10.1}) EXPECT_EQ(outputTime(segments, t), std::nullopt) << t;
+    EXPECT_EQ(outputTime(segments, 10), 5.5);
+    EXPECT_EQ(outputTime({}, 1), std::nullopt);
+}
+
 }  // namespace
 }  // namespace lumivastor::edit

@@ -323,6 +323,7 @@ void EditorWindow::refreshPlayer() {
     preview_->setComposition(previewTools_->composition());
     player_->setPlayedRanges(preview_->playedRanges());
     player_->setAudioMix(preview_->audioMix());
+    player_->setWebcamShift(preview_->webcamShift());
     // While playing, the player requests frames anyway; only a still frame must be composed again.
     if (transport_->isPlaying()) return;
     player_->setVideoCompositor(preview_->compositor());

@@ -202,6 +202,11 @@ TEST_F(EditorWindowTest, EveryControlReachesTheProjectDocument) {
             << slider.name;
         EXPECT_EQ(session().settings(), expected) << slider.name;
     }
+    controls().settingsColumn.area()->ensureWidgetVisible(find<ui::ValueSlider>("webcamShiftSlider"));
+    drag("webcamShiftSlider", 0.7);
+    EXPECT_NEAR(value("webcamShiftSlider"), 0.2, 0.02);
+    expected.webcamShift = value("webcamShiftSlider");
+    EXPECT_EQ(session().settings(), expected);
     EXPECT_EQ(value("zoomToolSlider"), value("zoomSlider"));
     EXPECT_EQ(textOf("micVolumeSliderLabel"), "0 % (stumm)");
 
@@ -530,7 +535,7 @@ TEST_F(EditorWindowTest, SlidersTellTheirValueToAssistivePrograms) {
         }
         EXPECT_TRUE(accessible->text(QAccessible::Description).startsWith(written + ". ")) << name;
     }
-    EXPECT_EQ(count, 15);
+    EXPECT_EQ(count, 16);
     // A reader may set it, too.
     QAccessible::queryAccessibleInterface(find<ui::ValueSlider>("paddingSlider"))
         ->valueInterface()

@@ -41,7 +41,8 @@ void ExportTools::showDialog() {
         return;
     }
     const auto composition = session_.composition();
-    const FilmFacts film{composition->folder(), composition->outputDuration(), session_.settings().exportHeight};
+    const FilmFacts film{composition->folder(), composition->outputDuration(), session_.settings().exportHeight,
+                         !composition->state()->marks.empty()};
     const std::filesystem::path last = callbacks_.folder.load ? callbacks_.folder.load() : std::filesystem::path();
     ExportDialog::Callbacks callbacks;
     callbacks.obstacle = [this, film, composition](const ExportChoice& choice) -> std::string {

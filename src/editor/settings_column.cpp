@@ -43,6 +43,8 @@ class SettingsColumn::RowBuilder {
         return sliderRow({control_.names, kind.range, kDefaults.*kind.field, kind.text});
     }
 
+    Row operator()(const OffsetControl& kind) const { return sliderRow({control_.names, kind.range, 0, kind.text}); }
+
     Row operator()(const ZoomControl& kind) const {
         return sliderRow({control_.names, kind.range, kDefaults.zoomScale, kind.text});
     }

@@ -33,16 +33,16 @@ struct Decision {
 };
 
 constexpr auto kDecisions = std::to_array<Decision>({
-    {"version", Share::recording},    {"trimStart", Share::recording},  {"trimEnd", Share::recording},
-    {"cuts", Share::recording},       {"zooms", Share::recording},      {"zoomScale", Share::look},
-    {"tempo", Share::look},           {"smoothing", Share::look},       {"cursorScale", Share::look},
-    {"backgroundRed", Share::look},   {"backgroundGreen", Share::look}, {"backgroundBlue", Share::look},
-    {"padding", Share::look},         {"cornerRadius", Share::look},    {"systemVolume", Share::look},
-    {"micVolume", Share::look},       {"levelLoudness", Share::look},   {"exportHeight", Share::look},
-    {"exportFormat", Share::look},    {"webcamEnabled", Share::bubble}, {"webcamSize", Share::bubble},
-    {"webcamCorner", Share::bubble},  {"webcamZoom", Share::bubble},    {"cropTop", Share::recording},
-    {"cropBottom", Share::recording}, {"cropLeft", Share::recording},   {"cropRight", Share::recording},
-    {"masks", Share::recording},
+    {"version", Share::recording},   {"trimStart", Share::recording},  {"trimEnd", Share::recording},
+    {"cuts", Share::recording},      {"zooms", Share::recording},      {"zoomScale", Share::look},
+    {"tempo", Share::look},          {"smoothing", Share::look},       {"cursorScale", Share::look},
+    {"backgroundRed", Share::look},  {"backgroundGreen", Share::look}, {"backgroundBlue", Share::look},
+    {"padding", Share::look},        {"cornerRadius", Share::look},    {"systemVolume", Share::look},
+    {"micVolume", Share::look},      {"levelLoudness", Share::look},   {"exportHeight", Share::look},
+    {"exportFormat", Share::look},   {"webcamEnabled", Share::bubble}, {"webcamSize", Share::bubble},
+    {"webcamCorner", Share::bubble}, {"webcamZoom", Share::bubble},    {"webcamShift", Share::recording},
+    {"cropTop", Share::recording},   {"cropBottom", Share::recording}, {"cropLeft", Share::recording},
+    {"cropRight", Share::recording}, {"masks", Share::recording},
 });
 
 constexpr const Decision* decision(std::string_view key) {

@@ -21,8 +21,8 @@ const std::set<std::string_view> kLook = {
     "zoomScale", "tempo",        "smoothing",    "cursorScale", "backgroundRed", "backgroundGreen", "backgroundBlue",
     "padding",   "cornerRadius", "systemVolume", "micVolume",   "levelLoudness", "exportHeight",    "exportFormat"};
 const std::set<std::string_view> kBubble = {"webcamEnabled", "webcamSize", "webcamCorner", "webcamZoom"};
-const std::set<std::string_view> kRecording = {"version", "trimStart",  "trimEnd",  "cuts",      "zooms",
-                                               "cropTop", "cropBottom", "cropLeft", "cropRight", "masks"};
+const std::set<std::string_view> kRecording = {"version",    "trimStart", "trimEnd",   "cuts",  "zooms",      "cropTop",
+                                               "cropBottom", "cropLeft",  "cropRight", "masks", "webcamShift"};
 
 // Settings in which every field differs from its default.
 ProjectSettings unusual() {
@@ -50,6 +50,7 @@ ProjectSettings unusual() {
     settings.webcamSize = 0.4;
     settings.webcamCorner = 3;
     settings.webcamZoom = 2;
+    settings.webcamShift = 0.1;
     settings.cropTop = settings.cropBottom = settings.cropLeft = settings.cropRight = 0.1;
     settings.masks = {{0.1, 0.1, 0.2, 0.2}};
     return settings;

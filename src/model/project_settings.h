@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -94,11 +95,18 @@ struct ProjectSettings {
     std::int64_t webcamCorner = 0;
     /// Magnification of the camera's picture inside the bubble.
     double webcamZoom = 1;
+    /// Seconds by which the camera's picture is shown later than it was recorded; below 0 earlier. Absent means 0, so
+    /// that documents without it stay as they are.
+    std::optional<double> webcamShift;
     /// Shares of the source picture that are cut off.
     double cropTop = 0, cropBottom = 0, cropLeft = 0, cropRight = 0;
     std::vector<MaskRect> masks;
 
     bool levelsLoudness() const { return levelLoudness.value_or(false); }
+
+    /// At most so many seconds in either direction.
+    static constexpr double kMaxWebcamShift = 0.5;
+    double webcamShiftInForce() const { return std::clamp(webcamShift.value_or(0), -kMaxWebcamShift, kMaxWebcamShift); }
 
     bool operator==(const ProjectSettings&) const = default;
 

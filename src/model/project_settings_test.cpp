@@ -72,7 +72,7 @@ ProjectSettings editedSettings() {
 }
 
 TEST(ProjectSettings, HaveTheirDefaultsAndLeaveOutWhatIsOff) {
-    EXPECT_EQ(kFieldCount<ProjectSettings>, 28u);
+    EXPECT_EQ(kFieldCount<ProjectSettings>, 29u);
     const TemporaryFolder folder;
     ProjectSettings().save(folder.path());
     EXPECT_EQ(folder.read("project.json"), kDefaultText);
@@ -126,6 +126,19 @@ TEST(ProjectSettings, LoudnessIsLevelledOnlyWhereTheDocumentSaysSo) {
     EXPECT_NE(folder.read("project.json").find("\"levelLoudness\" : true"), std::string::npos);
     EXPECT_EQ(ProjectSettings::load(folder.path()), settings);
     EXPECT_EQ(loadedFrom(R"({"levelLoudness": 1, "padding": 0.1})"), ProjectSettings());
+}
+
+TEST(ProjectSettings, TheCameraIsShiftedOnlyWhereTheDocumentSaysSo) {
+    EXPECT_EQ(ProjectSettings().webcamShiftInForce(), 0);
+    const TemporaryFolder folder;
+    ProjectSettings().save(folder.path());
+    EXPECT_EQ(folder.read("project.json").find("webcamShift"), std::string::npos);
+    const ProjectSettings settings = parsed(R"({"webcamShift": -0.12})");
+    EXPECT_EQ(settings.webcamShiftInForce(), -0.12);
+    settings.save(folder.path());
+    EXPECT_NE(folder.read("project.json").find("\"webcamShift\" : -0.12"), std::string::npos);
+    EXPECT_EQ(parsed(R"({"webcamShift": 1e300})").webcamShiftInForce(), 0.5);
+    EXPECT_EQ(parsed(R"({"webcamShift": -7})").webcamShiftInForce(), -0.5);
 }
 
 TEST(ProjectSettings, AnyErrorGivesTheWholeDefaultDocument) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "model/capture_info.h"
+#include "model/marks.h"
 #include "model/pointer_track.h"
 #include "model/project_settings.h"
 #include "model/recording_quality.h"
@@ -210,10 +211,22 @@ struct RecordFields<ProjectSettings> {
         LUMI_FIELD(R, padding),       LUMI_FIELD(R, cornerRadius),    LUMI_FIELD(R, systemVolume),
         LUMI_FIELD(R, micVolume),     LUMI_FIELD(R, levelLoudness),   LUMI_FIELD(R, exportHeight),
         LUMI_FIELD(R, exportFormat),  LUMI_FIELD(R, webcamEnabled),   LUMI_FIELD(R, webcamSize),
-        LUMI_FIELD(R, webcamCorner),  LUMI_FIELD(R, webcamZoom),      LUMI_FIELD(R, cropTop),
-        LUMI_FIELD(R, cropBottom),    LUMI_FIELD(R, cropLeft),        LUMI_FIELD(R, cropRight),
-        LUMI_FIELD(R, masks),
+        LUMI_FIELD(R, webcamCorner),  LUMI_FIELD(R, webcamZoom),      LUMI_FIELD(R, webcamShift),
+        LUMI_FIELD(R, cropTop),       LUMI_FIELD(R, cropBottom),      LUMI_FIELD(R, cropLeft),
+        LUMI_FIELD(R, cropRight),     LUMI_FIELD(R, masks),
     };
+};
+
+template <>
+struct RecordFields<Mark> {
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{LUMI_FIELD(Mark, t)};
+};
+
+template <>
+struct RecordFields<Marks> {
+    static constexpr bool keepsDefaults = false;
+    static constexpr auto list = std::tuple{LUMI_FIELD(Marks, version), field("marks", &Marks::list)};
 };
 
 template <>
@@ -243,8 +256,9 @@ template <>
 struct RecordFields<WebcamQuality> {
     using R = WebcamQuality;
     static constexpr bool keepsDefaults = false;
-    static constexpr auto list =
-        std::tuple{LUMI_FIELD(R, pictures), LUMI_FIELD(R, start), LUMI_FIELD(R, end), LUMI_FIELD(R, longestGap)};
+    static constexpr auto list = std::tuple{
+        LUMI_FIELD(R, pictures), LUMI_FIELD(R, start),  LUMI_FIELD(R, end),           LUMI_FIELD(R, longestGap),
+        LUMI_FIELD(R, interval), LUMI_FIELD(R, jitter), LUMI_FIELD(R, soundTolerance)};
 };
 
 template <>

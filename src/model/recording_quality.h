@@ -46,6 +46,11 @@ struct WebcamQuality {
     std::int64_t pictures = 0;
     double start = 0, end = 0;
     double longestGap = 0;
+    /// Seconds from one picture to the next, typically, and how far its time stamps are from that; absent in documents
+    /// of earlier versions.
+    std::optional<double> interval = {}, jitter = {};
+    /// The seconds by which camera and microphone may be apart by the clocks of both devices; absent without either.
+    std::optional<double> soundTolerance = {};
 
     bool operator==(const WebcamQuality&) const = default;
 };

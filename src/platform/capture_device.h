@@ -22,6 +22,15 @@ struct CaptureDevice {
     bool isExternal = false;
     /// Sound channels of the active format; 0 when unknown or without sound.
     int channels = 0;
+    /// The hardware behind it: a path below /sys/devices; empty when unknown.
+    std::string place = {};
+    /// For preferences: stays the same when the device is plugged in again. Empty: the id does.
+    std::string lasting = {};
+    /// In lists: what the desktop has set as its default.
+    bool isDefault = false;
+
+    const std::string& lastingId() const { return lasting.empty() ? id : lasting; }
+    bool operator==(const CaptureDevice&) const = default;
 };
 
 /// A picture from a device.
@@ -54,6 +63,9 @@ class CaptureSession {
     /// Called on any thread each time the device delivers again after an interruption. Only microphones come back.
     virtual void onReturn(std::function<void()> /*handler*/) {}
 
+    /// Called on any thread with a German sentence about something that is missing or back while the device goes on.
+    virtual void onNotice(std::function<void(const std::string&)> /*handler*/) {}
+
     /// May block for a moment. Failures go to `onInterruption`.
     virtual void startRunning() = 0;
     /// When it returns, all samples have been posted to the queue, and no more follow.
@@ -66,6 +78,11 @@ class CaptureDevices {
     virtual ~CaptureDevices() = default;
 
     virtual std::optional<CaptureDevice> defaultCamera() = 0;
+    /// All cameras, the default among them; no capture cards.
+    virtual std::vector<CaptureDevice> cameras() {
+        const auto only = defaultCamera();
+        return only ? std::vector<CaptureDevice>{*only} : std::vector<CaptureDevice>{};
+    }
     virtual std::optional<CaptureDevice> defaultMicrophone() = 0;
     virtual std::vector<CaptureDevice> externalDevices() = 0;
     /// Throws `RecorderError` when the device is gone or cannot be opened.

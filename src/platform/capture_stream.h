@@ -100,6 +100,10 @@ class CaptureStream {
 
     /// Throws `RecorderError` when pictures, or the configured sound, are not available.
     virtual void start() = 0;
+    /// How many pictures of moving content were not taken in time, because the desktop or this machine was too slow.
+    /// Grows only. Any thread.
+    virtual std::int64_t picturesMissed() const { return 0; }
+
     /// When it returns, all samples have been posted to the queues. Throws `RecorderError`.
     virtual void stop() = 0;
 };

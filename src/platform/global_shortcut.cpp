@@ -8,7 +8,7 @@ std::string keyText(const KeyCombination& keys) {
     if (keys.control) text += "Strg+";
     if (keys.alt) text += "Alt+";
     if (keys.shift) text += "Umschalt+";
-    return text + keys.letter;
+    return keys.letter == kEscapeKey ? text + "Esc" : text + keys.letter;
 }
 
 }  // namespace lumivastor::platform

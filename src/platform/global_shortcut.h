@@ -15,9 +15,12 @@ class GlobalShortcut {
     virtual std::string keys() const = 0;
 };
 
+/// In place of a letter: the Escape key. X11 only.
+inline constexpr char kEscapeKey = '\x1b';
+
 /// A letter together with modifiers.
 struct KeyCombination {
-    char letter = 'S';  // A...Z
+    char letter = 'S';  // A...Z, or kEscapeKey
     bool control = false;
     bool alt = false;
     bool shift = false;

@@ -34,6 +34,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
 
     void setItem(PlayerItem item);
     void setCompositor(VideoCompositor compositor);
+    void setWebcamShift(double seconds);
     void setMix(const std::vector<media::AudioMixInput>& mix);
     void setRanges(std::vector<Interval> ranges);
     void setOutputSize(int width, int height);
@@ -147,6 +148,10 @@ void Player::Core::setItem(PlayerItem item) {
 
 void Player::Core::setCompositor(VideoCompositor compositor) {
     if (pictures_) pictures_->setCompositor(std::move(compositor));
+}
+
+void Player::Core::setWebcamShift(double seconds) {
+    if (pictures_) pictures_->setWebcamShift(seconds);
 }
 
 void Player::Core::setMix(const std::vector<media::AudioMixInput>& mix) {
@@ -281,6 +286,10 @@ void Player::setItem(PlayerItem item) {
 
 void Player::setVideoCompositor(VideoCompositor compositor) {
     core_->setCompositor(std::move(compositor));
+}
+
+void Player::setWebcamShift(double seconds) {
+    core_->setWebcamShift(seconds);
 }
 
 void Player::setAudioMix(const std::vector<media::AudioMixInput>& audioMix) {

@@ -40,6 +40,8 @@ class Player {
 
     /// The next frame is made with this one; while paused, the shown frame is made again at once.
     void setVideoCompositor(VideoCompositor compositor);
+    /// Shows the webcam's pictures so many seconds later than the movie has them; a still frame is made again at once.
+    void setWebcamShift(double seconds);
     /// Heard within a tenth of a second.
     void setAudioMix(const std::vector<media::AudioMixInput>& audioMix);
     /// If the playhead is now outside of the ranges, playing jumps ahead within a tenth of a second. Equal ranges

@@ -27,6 +27,9 @@ struct PlayerItem {
     std::optional<int> screenTrackId;
     std::optional<int> webcamTrackId;
 
+    /// Seconds by which the webcam's pictures are shown later than in the movie; see `shiftedMoment`.
+    double webcamShift = 0;
+
     /// The volume of each sound track; tracks that are not listed are silent. Volumes above 1 amplify; the sum is
     /// limited to full scale.
     std::vector<media::AudioMixInput> audioMix;

@@ -12,6 +12,7 @@
 #include "base/interval.h"
 #include "base/log.h"
 #include "base/precondition.h"
+#include "base/shifted_moment.h"
 #include "base/thread_name.h"
 
 namespace lumivastor::playback {
@@ -55,6 +56,17 @@ std::unique_ptr<FramePrefetcher> prefetcherOf(const PlayerItem& item, const std:
     return std::make_unique<FramePrefetcher>(*track, options, std::move(changed));
 }
 
+// Where a track has pictures; between the first and the last it has them everywhere.
+Interval picturesOf(const media::SegmentedTrack& track) {
+    std::optional<Interval> pictures;
+    for (const media::MovieSegment& segment : track.segments) {
+        if (segment.isEmpty()) continue;
+        if (!pictures) pictures = Interval{segment.target.start.seconds(), 0};
+        pictures->end = segment.target.end().seconds();
+    }
+    return pictures.value_or(Interval{});
+}
+
 }  // namespace
 
 PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, PixelSize available, Clock clock,
@@ -72,6 +84,8 @@ PlayerPictures::PlayerPictures(const PlayerItem& item, PlayedRanges ranges, Pixe
                            {"player.screen", FrameSeeker::Before::firstPicture, kScreenBudget}, [this] { wake(); });
     webcam_ = prefetcherOf(item, item.webcamTrackId, {"player.webcam", FrameSeeker::Before::nothing, kWebcamBudget},
                            [this] { wake(); });
+    if (webcam_) webcamPictures_ = picturesOf(*item.movie.track(*item.webcamTrackId));
+    wish_.webcamShift = item.webcamShift;
     thread_ = std::thread([this] {
         nameThisThread("player.pictures");
         run();
@@ -125,6 +139,14 @@ void PlayerPictures::setCompositor(VideoCompositor compositor) {
     });
 }
 
+void PlayerPictures::setWebcamShift(double seconds) {
+    tell([=](Wish& wish) {
+        if (wish.webcamShift == seconds) return;
+        wish.webcamShift = seconds;
+        ++wish.change;
+    });
+}
+
 void PlayerPictures::setRanges(PlayedRanges ranges) {
     tell([made = std::make_shared<const PlayedRanges>(std::move(ranges))](Wish& wish) { wish.ranges = made; });
 }
@@ -167,7 +189,7 @@ void PlayerPictures::run() {
             made_ = {};
             isEndTold_ = false;
             isPrefetching_ = false;
-            if (!wish.isPlaying && sourcesAt(momentOf(wish.still))) ++seeksFromCache_;
+            if (!wish.isPlaying && sourcesAt(wish, momentOf(wish.still))) ++seeksFromCache_;
         }
         const Seconds rest = wish.isPlaying ? playOn(wish) : stand(wish);
         reportSupplies();
@@ -196,11 +218,11 @@ PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
             goals.push_back(between(start, from));
             from = start;
         }
-        setGoals(goals, moment);
+        setGoals(wish, goals, moment);
         return std::nullopt;
     }
-    if (!isPrefetching_) setGoals({at(moment)}, moment);
-    const std::optional<Sources> sources = sourcesAt(moment);
+    if (!isPrefetching_) setGoals(wish, {at(moment)}, moment);
+    const std::optional<Sources> sources = sourcesAt(wish, moment);
     if (!sources) return std::nullopt;
     made_ = make(wish, *sources, wish.still);
     callbacks_.show(wish.order, made_.frame, wish.still);
@@ -251,7 +273,7 @@ bool PlayerPictures::prepare(const Wish& wish, double frame, double heard) {
     if (made_.order == wish.order && made_.change == wish.change && made_.seconds == frame) return true;
     aimAt(wish, frame, heard);
     const MediaTime moment = momentOf(frame);
-    std::optional<Sources> sources = sourcesAt(moment);
+    std::optional<Sources> sources = sourcesAt(wish, moment);
     const bool isLate = shown_ && heard > frame + kPictureTolerance;
     if (!sources && isLate) {
         sources = staleSources(wish, frame);
@@ -270,15 +292,24 @@ void PlayerPictures::aimAt(const Wish& wish, double frame, double heard) {
     for (const Interval& stretch : wish.ranges->ahead(from, kAhead)) {
         goals.push_back(between(stretch.start, stretch.end));
     }
-    setGoals(goals, momentOf(from));
+    setGoals(wish, goals, momentOf(from));
 }
 
-void PlayerPictures::setGoals(const std::vector<TimeRange>& goals, const MediaTime& playhead) {
+void PlayerPictures::setGoals(const Wish& wish, const std::vector<TimeRange>& goals, const MediaTime& playhead) {
     if (screen_) screen_->setGoals(goals, playhead);
-    if (webcam_) webcam_->setGoals(goals, playhead);
+    if (!webcam_) return;
+    std::vector<TimeRange> shifted;
+    for (const TimeRange& goal : goals) shifted.push_back({inWebcam(wish, goal.start), goal.duration});
+    webcam_->setGoals(shifted, inWebcam(wish, playhead));
 }
 
-std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime& moment) const {
+// The moment whose picture the webcam shows at this one.
+MediaTime PlayerPictures::inWebcam(const Wish& wish, const MediaTime& moment) const {
+    if (wish.webcamShift == 0) return moment;
+    return momentOf(shiftedMoment(moment.seconds(), wish.webcamShift, webcamPictures_));
+}
+
+std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const Wish& wish, const MediaTime& moment) const {
     Sources sources;
     if (screen_) {
         std::optional<ShownPicture> screen = screen_->find(moment);
@@ -286,7 +317,7 @@ std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime
         sources.screen = *std::move(screen);
     }
     if (webcam_) {
-        const std::optional<ShownPicture> webcam = webcam_->find(moment);
+        const std::optional<ShownPicture> webcam = webcam_->find(inWebcam(wish, moment));
         if (!webcam) return std::nullopt;
         sources.webcam = webcam->picture;
     }
@@ -297,15 +328,15 @@ std::optional<PlayerPictures::Sources> PlayerPictures::sourcesAt(const MediaTime
 std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& wish, double frame) const {
     const MediaTime moment = momentOf(frame);
     const MediaTime since = momentOf(wish.ranges->runsSince(frame));
-    const auto latest = [&](const FramePrefetcher& prefetcher) {
-        std::optional<ShownPicture> found = prefetcher.findBefore(moment);
-        return found && found->shown.end() > since ? found : std::nullopt;
+    const auto latest = [](const FramePrefetcher& prefetcher, const MediaTime& until, const MediaTime& from) {
+        std::optional<ShownPicture> found = prefetcher.findBefore(until);
+        return found && found->shown.end() > from ? found : std::nullopt;
     };
-    std::optional<ShownPicture> screen = latest(*screen_);
+    std::optional<ShownPicture> screen = latest(*screen_, moment, since);
     if (!screen || !screen->picture) return std::nullopt;
     Sources sources{*std::move(screen), std::nullopt};
     if (webcam_) {
-        const std::optional<ShownPicture> webcam = latest(*webcam_);
+        const std::optional<ShownPicture> webcam = latest(*webcam_, inWebcam(wish, moment), inWebcam(wish, since));
         // A webcam bubble that vanishes for a frame is worse than one that freezes.
         if (!webcam) return std::nullopt;
         sources.webcam = webcam->picture;

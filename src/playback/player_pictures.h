@@ -11,6 +11,8 @@
 #include <string>
 #include <thread>
 
+#include "base/interval.h"
+#include "base/media_time.h"
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
 #include "imaging/painting/painter.h"
@@ -60,6 +62,7 @@ class PlayerPictures {
     void play(std::int64_t order);
 
     void setCompositor(VideoCompositor compositor);
+    void setWebcamShift(double seconds);
     void setRanges(PlayedRanges ranges);
     void setAvailable(PixelSize available);
 
@@ -74,6 +77,7 @@ class PlayerPictures {
         std::shared_ptr<const VideoCompositor> compositor;
         std::shared_ptr<const PlayedRanges> ranges;
         PixelSize available;
+        double webcamShift = 0;
         std::int64_t change = 0;  // counts changes that make the same moment look different
     };
     // The pictures of the tracks at a moment.
@@ -97,9 +101,10 @@ class PlayerPictures {
     Seconds playOn(const Wish& wish);
     Seconds frameToMake(const Wish& wish, double heard);
     bool prepare(const Wish& wish, double frame, double heard);
-    void setGoals(const std::vector<TimeRange>& goals, const MediaTime& playhead);
+    void setGoals(const Wish& wish, const std::vector<TimeRange>& goals, const MediaTime& playhead);
+    MediaTime inWebcam(const Wish& wish, const MediaTime& moment) const;
     void aimAt(const Wish& wish, double frame, double heard);
-    std::optional<Sources> sourcesAt(const MediaTime& moment) const;
+    std::optional<Sources> sourcesAt(const Wish& wish, const MediaTime& moment) const;
     std::optional<Sources> staleSources(const Wish& wish, double frame) const;
     Made make(const Wish& wish, const Sources& sources, double seconds);
     Player::Frame paint(const Wish& wish, const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
@@ -112,6 +117,7 @@ class PlayerPictures {
     const Callbacks callbacks_;
     std::unique_ptr<FramePrefetcher> screen_;  // none: no track
     std::unique_ptr<FramePrefetcher> webcam_;
+    Interval webcamPictures_;  // where the timeline has some
 
     std::mutex lock_;
     std::condition_variable wake_;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <mutex>
@@ -152,6 +153,44 @@ TEST_F(PlayerSeeking, WhileTheFrameStandsANewCompositorMakesItAgain) {
     EXPECT_LE(player_->statistics().picturesDecoded, decoded + 60) << "at most what was being decoded around it";
     player_.reset();
     EXPECT_EQ(moments, std::vector<double>{1});
+}
+
+TEST_F(PlayerSeeking, AShiftedWebcamShowsEarlierOrLaterPictures) {
+    options_.pictures = 90;
+    makeMovie();
+    TestMovieOptions webcam;
+    webcam.pictures = 45;
+    webcam.keyFrameInterval = 15;
+    makeTestMovie(folder_ / "w.mov", webcam);
+    PlayerItem both = item();
+    const auto asset = std::make_shared<const media::Asset>(folder_ / "w.mov");
+    const int track = both.movie.addTrack(media::TrackKind::video);
+    both.movie.insertEmpty(track, {{}, {1, 1}});
+    both.movie.insert(track, asset, asset->tracks(media::TrackKind::video).front().id, {{}, {45, 30}}, {1, 1});
+    both.webcamTrackId = track;
+    std::atomic<int> number = -2;
+    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face, double) {
+        number = face ? pictureNumber(*face) : -1;
+        return screen;
+    };
+    both.webcamShift = 0.2;
+    open(both);
+    const auto shownAt = [&](double seconds) {
+        number = -2;
+        EXPECT_TRUE(seek(seconds));
+        return number.load();
+    };
+    EXPECT_EQ(shownAt(0.99), -1);
+    EXPECT_EQ(shownAt(1.01), 0) << "it begins where it did";
+    EXPECT_EQ(shownAt(2.01), 24);
+    // A still frame is made again at once.
+    number = -2;
+    player_->setWebcamShift(-0.2);
+    EXPECT_TRUE(await([&] { return number == 36; })) << number;
+    EXPECT_EQ(shownAt(2.45), 44);
+    player_->setWebcamShift(0);
+    EXPECT_EQ(shownAt(2.01), 30);
+    player_.reset();
 }
 
 TEST_F(PlayerSeeking, AFrameThatLooksTheSameIsTheSameBuffer) {

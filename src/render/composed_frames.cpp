@@ -24,7 +24,8 @@ void ComposedFrames::open(double start) {
         cut_ = makeCutComposition(state_->keptSegments, {}, 0);
     } else {
         const RecordingAssets assets = openRecordingAssets(recording_);
-        cut_ = makeCutComposition(state_->keptSegments, assets, recording_.webcamOffset());
+        cut_ = makeCutComposition(state_->keptSegments, assets, recording_.webcamOffset(),
+                                  state_->settings.webcamShiftInForce());
     }
     if (!cut_.screenTrackId) throw RecorderError("Die Schnittfassung hat keine Videospur.");
     constexpr double kNoWebcamYet = -1;

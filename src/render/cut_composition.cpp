@@ -53,26 +53,61 @@ int addBackToBack(media::SegmentedMovie& movie, std::span<const TimeRange> range
     return id;
 }
 
+// The one picture of `still` again and again: a segmented movie has no segment that stands still.
+void addStill(media::SegmentedMovie& movie, int id, const std::shared_ptr<const media::Asset>& asset,
+              const media::AssetTrack& track, const TimeRange& still, TimeRange target) {
+    while (target.duration > MediaTime{}) {
+        const MediaTime length = std::min(still.duration, target.duration);
+        movie.insert(id, asset, track.id, {still.start, length}, target.start);
+        target = {target.start + length, target.duration - length};
+    }
+}
+
+// The camera from `stretch.start` on, shown later by `shift`: what `shiftedMoment` says of each of its moments. Behind
+// its last picture there is nothing, so that this one stays.
+void addShifted(media::SegmentedMovie& movie, int id, const std::shared_ptr<const media::Asset>& asset,
+                const media::AssetTrack& track, const TimeRange& stretch, const MediaTime& shift, const MediaTime& at) {
+    const MediaTime kStill{10, kTimescale};  // shorter than a camera's picture
+    const MediaTime start = track.start.rescaled(kTimescale);
+    const MediaTime end = track.end.rescaled(kTimescale);
+    const MediaTime from = std::clamp(start + shift, stretch.start, stretch.end());
+    const MediaTime to = std::clamp(end + shift, from, stretch.end());
+    const auto target = [&](const MediaTime& moment) { return at + (moment - stretch.start); };
+    const MediaTime still = std::min(kStill, end - start);
+    if (still > MediaTime{}) {
+        addStill(movie, id, asset, track, {start, still}, {target(stretch.start), from - stretch.start});
+    }
+    movie.insert(id, asset, track.id, TimeRange::between(from - shift, to - shift), target(from));
+    if ((stretch.end() - to).seconds() > kSliver) movie.insertEmpty(id, {target(to), stretch.end() - to});
+}
+
 // One segment of the webcam's track: nothing, the camera's stretch, nothing; any of the three may be missing.
 void addWebcamSegment(media::SegmentedMovie& movie, int id, const std::shared_ptr<const media::Asset>& asset,
-                      const media::AssetTrack& track, const TimeRange& wanted, const MediaTime& at) {
+                      const media::AssetTrack& track, const TimeRange& wanted, const MediaTime& shift,
+                      const MediaTime& at) {
     const MediaTime first = std::clamp(track.start.rescaled(kTimescale), wanted.start, wanted.end());
     const MediaTime last = std::clamp(track.end.rescaled(kTimescale), first, wanted.end());
     const auto isMissing = [](const MediaTime& length) { return length.seconds() > kSliver; };
     const MediaTime before = first - wanted.start;
     const MediaTime after = wanted.end() - last;
     if (isMissing(before)) movie.insertEmpty(id, {at, before});
+    if (shift != MediaTime{}) {
+        addShifted(movie, id, asset, track, TimeRange::between(first, wanted.end()), shift, at + before);
+        return;
+    }
     movie.insert(id, asset, track.id, TimeRange::between(first, last), at + before);
     if (isMissing(after)) movie.insertEmpty(id, {at + before + (last - first), after});
 }
 
 int addWebcam(media::SegmentedMovie& movie, std::span<const TimeRange> ranges,
-              const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track, double webcamOffset) {
+              const std::shared_ptr<const media::Asset>& asset, const media::AssetTrack& track, double webcamOffset,
+              double webcamShift) {
     const MediaTime offset = MediaTime::fromSeconds(webcamOffset, kTimescale);
+    const MediaTime shift = MediaTime::fromSeconds(webcamShift, kTimescale);
     const int id = movie.addTrack(media::TrackKind::video);
     MediaTime at;
     for (const TimeRange& range : ranges) {
-        addWebcamSegment(movie, id, asset, track, {range.start - offset, range.duration}, at);
+        addWebcamSegment(movie, id, asset, track, {range.start - offset, range.duration}, shift, at);
         at = at + range.duration;
     }
     return id;
@@ -105,7 +140,7 @@ RecordingAssets openRecordingAssets(const edit::Recording& recording) {
 }
 
 CutComposition makeCutComposition(std::span<const Interval> segments, const RecordingAssets& assets,
-                                  double webcamOffset) {
+                                  double webcamOffset, double webcamShift) {
     if (segments.empty()) throw RecorderError("Es bleibt nichts übrig - alles ist weggeschnitten.");
     const std::vector<TimeRange> ranges = onTicks(segments);
     CutComposition cut;
@@ -113,7 +148,7 @@ CutComposition makeCutComposition(std::span<const Interval> segments, const Reco
     const std::optional<media::AssetTrack> screen = firstTrack(assets.screen, media::TrackKind::video);
     if (screen) cut.screenTrackId = addBackToBack(cut.movie, ranges, assets.screen, *screen);
     if (const auto webcam = firstTrack(assets.webcam, media::TrackKind::video); screen && webcam) {
-        cut.webcamTrackId = addWebcam(cut.movie, ranges, assets.webcam, *webcam, webcamOffset);
+        cut.webcamTrackId = addWebcam(cut.movie, ranges, assets.webcam, *webcam, webcamOffset, webcamShift);
     }
     for (const media::AssetTrack& audio : assets.screen->tracks(media::TrackKind::audio)) {
         cut.audioTrackIds.push_back(addBackToBack(cut.movie, ranges, assets.screen, audio));

@@ -56,7 +56,7 @@ struct CutComposition {
 ///
 /// Throws `RecorderError` when there are no segments.
 CutComposition makeCutComposition(std::span<const Interval> segments, const RecordingAssets& assets,
-                                  double webcamOffset);
+                                  double webcamOffset, double webcamShift = 0);
 
 /// The source time whose picture such a movie shows at output time `t`. Use it instead of `sourceTime` for everything
 /// drawn over the movie's pictures. As for pictures, a segment begins 0.1 ms early, so that quotients fall on the right

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 #include <vector>
+#include "base/shifted_moment.h"
 
 #include "base/log.h"
 #include "base/recorder_error.h"
@@ -122,6 +123,37 @@ TEST_F(CutCompositionTest, TheWebcamStaysInStepWhereItStartsLateAndEndsEarly) {
         EXPECT_NEAR(found[i].until, expected[i].until, 1e-9) << i;
     }
     EXPECT_EQ(webcam.end(), cut.movie.track(*cut.screenTrackId)->end());
+}
+
+TEST_F(CutCompositionTest, TheWebcamsPictureIsShiftedAcrossCutsAndBeginsWhereItDid) {
+    makeScreen(0);
+    makeWebcam(60);  // 2 s, from source time 1.5 to 3.5
+    const RecordingAssets assets = open();
+    const std::vector<Interval> kept{{0, 2}, {2.5, 3}, {3.25, 5}};
+    for (const double shift : {0.3, -0.3}) {
+        const CutComposition cut = makeCutComposition(kept, assets, 1.5, shift);
+        const media::SegmentedTrack& webcam = *cut.movie.track(*cut.webcamTrackId);
+        EXPECT_EQ(webcam.end(), cut.movie.track(*cut.screenTrackId)->end());
+        const auto shownAt = [&](double output) {
+            for (const media::MovieSegment& segment : webcam.segments) {
+                const double in = output - segment.target.start.seconds();
+                if (in < 0 || output >= segment.target.end().seconds()) continue;
+                return segment.isEmpty() ? -1 : segment.sourceStart.seconds() + in;
+            }
+            return -2.0;
+        };
+        for (double output = 0.01; output < 4.2; output += 0.02) {
+            const double source = shownSourceTime(cut.shownSegments, output);
+            const double expected = shiftedMoment(source - 1.5, shift, {0, 2});
+            const double shown = shownAt(output);
+            if (source < 1.5 || source - 1.5 - shift >= 2) {
+                EXPECT_EQ(shown, -1) << "before it, and behind its last picture, which stays: " << output;
+            } else {
+                // The still at its beginning consists of pieces of a sixtieth.
+                EXPECT_NEAR(shown, expected, expected == 0 ? 1.0 / 60 : 1e-6) << output << " by " << shift;
+            }
+        }
+    }
 }
 
 TEST_F(CutCompositionTest, AWebcamThatStartsBeforeTheScreenIsShiftedTheOtherWay) {

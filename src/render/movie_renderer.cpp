@@ -24,6 +24,7 @@
 #include "render/composed_frames.h"
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
+#include "render/film_chapters.h"
 #include "render/film_loudness.h"
 #include "render/film_target.h"
 #include "render/finished_movie.h"
@@ -222,6 +223,10 @@ void Export::prepareLoudness(const CutComposition& cut, const SplitMix& mix) {
 
 void Export::startWriting() {
     throwIfStopped();
+    if (options_.chapters && form_ != FilmForm::webm) {
+        const edit::EditState& state = source_.state();
+        writer_->setChapters(filmChapters(state), state.outputDuration);
+    }
     if (!writer_->startWriting()) {
         throw writer_->error().value_or(RecorderError("studio-output.mov konnte nicht angelegt werden."));
     }

@@ -47,6 +47,8 @@ struct RenderOptions {
     std::filesystem::path file;
     /// Whether the sound is brought to one loudness (film_loudness.h); nullopt means as the settings say.
     std::optional<bool> levelsLoudness;
+    /// Whether the marks become chapters. Only in MP4 and MOV films, the others have none.
+    bool chapters = false;
     /// How an animated picture is made.
     AnimationOptions animation;
     /// Chooses the encoder for these settings. If a hardware encoder fails during the export, the export starts again

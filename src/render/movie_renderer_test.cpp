@@ -177,6 +177,26 @@ TEST_F(ExportedPictures, TheWebcamAppearsWithItsFirstPictureAndIsHeldAfterItsLas
     }
 }
 
+TEST_F(ExportedPictures, AShiftedWebcamBeginsWhereItDidAndShowsEarlierOrLaterPictures) {
+    makeRecording(4);
+    makeWebcam(30, 1.5);  // source time 1.5 to 2.5
+    settings_.cuts = {{0.5, 1}, {2, 2.2}};
+    const FrameMaker webcamOnly = [&](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
+                                      double t) {
+        EXPECT_EQ(webcam.has_value(), t >= 1.5) << t;
+        return sourceFilling(kSize)(webcam ? *webcam : source, {}, t);
+    };
+    for (const int frames : {6, -6}) {
+        settings_.webcamShift = frames / 30.0;
+        ASSERT_EQ(render({}, webcamOnly).frames, 99);
+        const std::vector<int> numbers = exportedNumbers();
+        for (int i = 30; i < 99; ++i) {
+            const int source = (i < 45 ? i + 15 : i + 21) - 45;
+            EXPECT_EQ(numbers.at(static_cast<std::size_t>(i)), std::clamp(source - frames, 0, 29)) << i;
+        }
+    }
+}
+
 TEST_F(ExportedPictures, EqualRecipesAreRepeatedAndStillCounted) {
     makeRecording(2);
     std::optional<imaging::Picture> first;

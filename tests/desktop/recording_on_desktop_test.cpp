@@ -271,6 +271,111 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
     EXPECT_LT(std::abs(middle(microphoneErrors)), 0.05);
 }
 
+// Flashes, beeps and presses go on while the recording is paused again and again. Those that are recorded keep the
+// distances that they have without pauses.
+TEST_F(RecordingOnDesktop, PausesLeavePictureSoundAndPointerInStep) {
+    const int count = setting("LUMI_PAUSES", 2);
+    RigWindow window(desktop_.displayName(), {.x = 0, .y = 0, .width = 200, .height = 200, .color = 0});
+    ScriptedPointer pointer(desktop_.displayName());
+    pointer.moveTo(600, 600);
+    const Beeper system(sound_.address(), "sysout");
+    const auto run = startRecording({"--system-audio", "--fps", "60"});
+    std::vector<double> flashes;
+    std::vector<double> clicks;
+    const auto flash = [&] {
+        flashes.push_back(hostClockSeconds());
+        window.fill(0xffffff);
+        clicks.push_back(pointer.press(1));
+        pointer.release(1);
+        sleepFor(0.15);
+        window.fill(0x000000);
+        sleepFor(0.25);
+    };
+    const auto toggle = [&](std::size_t pauses, bool isPaused) {
+        run->signal(SIGUSR1);
+        ASSERT_TRUE(await([&] {
+            const capture::Pauses& now = capture::loadJournal(folder_).pauses;
+            return now.list().size() == pauses && now.isPaused() == isPaused;
+        })) << run->err();
+    };
+    flash();
+    flash();
+    for (int i = 1; i <= count; ++i) {
+        toggle(static_cast<std::size_t>(i), true);
+        flash();
+        toggle(static_cast<std::size_t>(i), false);
+        sleepFor(0.1);
+        flash();
+        flash();
+    }
+    sleepFor(1.2);
+    pointer.moveTo(610, 600);  // the clicks are older than the last second
+    const capture::Pauses pauses = capture::loadJournal(folder_).pauses;
+    run->signal(SIGINT);
+    ASSERT_EQ(run->wait(), 0) << run->err();
+    expectCompleteFolder();
+    const auto quality = model::RecordingQuality::find(folder_);
+    ASSERT_TRUE(quality);
+    EXPECT_TRUE(quality->ok) << quality->summary;
+
+    const auto recorded = [&](const std::vector<double>& hostTimes) {
+        std::vector<double> times;
+        for (const double t : hostTimes) {
+            if (const auto movieTime = pauses.movieTime(t)) times.push_back(*movieTime);
+        }
+        return times;
+    };
+    // Movie times, like those that the movie and the documents have behind the host time of their zero.
+    flashes = recorded(flashes);
+    clicks = recorded(clicks);
+    ASSERT_EQ(flashes.size(), static_cast<std::size_t>(2 * count + 2));
+    const auto pictures = picturesAt(100, 100);
+    std::vector<double> late;
+    for (const double each : flashes) {
+        const auto seen = std::find_if(pictures.begin(), pictures.end(), [each](const SeenPicture& picture) {
+            return picture.hostSeconds >= each - 0.05 && picture.brightness > 200;
+        });
+        ASSERT_NE(seen, pictures.end());
+        late.push_back(seen->hostSeconds - each);
+    }
+    std::vector<double> presses;
+    for (const model::PointerSample& each : model::PointerTrack::load(folder_).events) {
+        if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
+    }
+    ASSERT_EQ(presses.size(), clicks.size());
+    std::vector<double> pointerLate;
+    for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
+    // Those that a pause cut are no beeps of the movie.
+    std::vector<double> played;
+    for (const double t : system.beeps()) {
+        if (pauses.movieTime(t) && pauses.nearestMovieTime(t + 0.03) - pauses.nearestMovieTime(t - 0.03) > 0.059) {
+            played.push_back(pauses.nearestMovieTime(t));
+        }
+    }
+    const std::vector<double> heard = beepsIn(0);
+    std::vector<double> soundErrors;
+    for (const double t : played) {
+        for (const double each : heard) {
+            if (std::abs(each - t) < 0.03) soundErrors.push_back(each - t);
+        }
+    }
+    std::printf("flashes     %s\nsystem      %s\npresses     %s\n", describeErrors(late).c_str(),
+                describeErrors(soundErrors).c_str(), describeErrors(pointerLate).c_str());
+    const auto middle = [](std::vector<double> errors, std::size_t from, std::size_t end) {
+        std::sort(errors.begin() + static_cast<std::ptrdiff_t>(from),
+                  errors.begin() + static_cast<std::ptrdiff_t>(end));
+        return errors.at((from + end) / 2);
+    };
+    for (const double error : pointerLate) EXPECT_GT(error, -0.02);
+    EXPECT_LT(middle(pointerLate, 0, pointerLate.size()), 0.5);
+    EXPECT_LT(middle(late, 0, late.size()), 0.5);
+    ASSERT_GE(soundErrors.size(), static_cast<std::size_t>(2 * count));
+    // What pauses shift, they shift more with each of them: half a buffer of the server is more than this already. The
+    // fit of arrival times moves sound by some milliseconds in the first seconds, with pauses and without.
+    const std::size_t half = soundErrors.size() / 2;
+    EXPECT_LT(std::abs(middle(soundErrors, 0, half) - middle(soundErrors, half, soundErrors.size())), 0.01);
+}
+
 TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     RigWindow window(desktop_.displayName(), {.x = 300, .y = 200, .width = 400, .height = 300, .color = 0xff0000});
     ScriptedPointer pointer(desktop_.displayName());

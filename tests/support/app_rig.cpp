@@ -72,8 +72,8 @@ void RecordedView::pickRegion(const platform::Display& display, std::function<vo
 }
 
 void RecordedView::showRecordingPanel(const std::optional<platform::Display>& display,
-                                      std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) {
-    panelHasShortcut = hasShortcut;
+                                      std::shared_ptr<capture::WebcamPreview> preview, const app::RecordingKeys& keys) {
+    panelHasShortcut = !keys.stop.empty();
     calls.push_back("panel " + (display ? display->name : std::string("main screen")));
     panelPreview = std::move(preview);
 }
@@ -127,6 +127,9 @@ app::AppServices AppRig::appServices() {
             return shortcutIsTaken_ ? std::unique_ptr<HandShortcut>()
                                     : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
         }};
+    services.grabShortcut = [this](const platform::ShortcutRequest& request, std::function<void()> pressed) {
+        return std::make_unique<HandShortcut>(pressKeys_[request.keys.letter], std::move(pressed));
+    };
     services.offerStop = [this](std::function<void()> stop) {
         stopFromOutside_ = std::move(stop);
         return std::shared_ptr<void>(this, [this](void*) { stopFromOutside_ = nullptr; });

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -64,8 +65,11 @@ class RecordedView final : public app::AppView {
     void setStatusItemTitle(const std::string& title) override { calls.push_back("title " + title); }
     void removeStatusItem() override { calls.emplace_back("removeStatusItem"); }
     void showRecordingPanel(const std::optional<platform::Display>& display,
-                            std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
+                            std::shared_ptr<capture::WebcamPreview> preview, const app::RecordingKeys& keys) override;
+    void setRecordingPaused(bool paused) override { calls.emplace_back(paused ? "paused" : "resumed"); }
+    void setRecordingMarks(int count) override { calls.push_back("marks " + std::to_string(count)); }
     void setRecordingPanelTime(const std::string& time) override { calls.push_back("time " + time); }
+    void setRecordingHint(const std::string& sentence) override { calls.push_back("hint " + sentence); }
     void removeRecordingPanel() override { calls.emplace_back("removePanel"); }
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;
@@ -90,10 +94,23 @@ class MemoryPreferences final : public app::Preferences {
     std::optional<bool> autoZoomsEnabled() const override { return autoZooms; }
     void setAutoZoomsEnabled(bool enabled) override { autoZooms = enabled; }
 
+    std::optional<int> countdown;
+
+    std::optional<int> countdownSeconds() const override { return countdown; }
+    void setCountdownSeconds(int seconds) override { countdown = seconds; }
+
     std::vector<std::filesystem::path> places;
 
     std::vector<std::filesystem::path> recordingPlaces() const override { return places; }
     void setRecordingPlaces(const std::vector<std::filesystem::path>& now) override { places = now; }
+
+    app::ChosenDevice chosenMicrophone;
+    app::ChosenDevice chosenCamera;
+
+    app::ChosenDevice microphone() const override { return chosenMicrophone; }
+    void setMicrophone(const app::ChosenDevice& device) override { chosenMicrophone = device; }
+    app::ChosenDevice camera() const override { return chosenCamera; }
+    void setCamera(const app::ChosenDevice& device) override { chosenCamera = device; }
 };
 
 /// Counts the holds that keep the machine awake.
@@ -135,9 +152,10 @@ class AppRig : public RecorderRig {
     MemoryPreferences preferences_;
     CountedInhibitor sleep_;
     bool shortcutIsTaken_ = false;
-    std::atomic<bool> grabWaits_ = false;    // the desktop's dialog for the shortcut is open
-    std::function<void()> pressShortcut_;    // while one is grabbed
-    std::function<void()> stopFromOutside_;  // while other processes may stop the recording
+    std::atomic<bool> grabWaits_ = false;              // the desktop's dialog for the shortcut is open
+    std::function<void()> pressShortcut_;              // while one is grabbed
+    std::map<char, std::function<void()>> pressKeys_;  // by letter: the other shortcuts, while they are grabbed
+    std::function<void()> stopFromOutside_;            // while other processes may stop the recording
     std::function<void(app::AppServices&)> beforeLaunch_;
     std::function<void(const render::CursorRenderer::Outcome&)> checkVideoEnds_;
     std::atomic<bool> checkVideoWasStopped_ = false;

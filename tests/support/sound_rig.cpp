@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "base/unique_descriptor.h"
 #include "support/await.h"
@@ -83,15 +84,7 @@ void PulseRig::freeze(bool isFrozen) {
 }
 
 std::string PulseRig::askServer(const std::vector<std::string>& question) {
-    requireProgram("pactl", "pulseaudio-utils");
-    const auto log = folder_ / "pactl.log";
-    std::error_code ignored;
-    std::filesystem::remove(log, ignored);
-    std::vector<std::string> command{"pactl"};
-    command.insert(command.end(), question.begin(), question.end());
-    ChildProcess pactl(command, {{"PULSE_SERVER", address()}, {"LC_ALL", "C"}}, log);
-    if (!pactl.wait()) throw std::runtime_error("pactl " + question.front() + ": " + readText(log));
-    return readText(log);
+    return askSoundServer(address(), question);
 }
 
 void PulseRig::setDefaultSink(const std::string& name) {
@@ -195,6 +188,35 @@ void PipeWireRig::killSessionManager() {
 
 void PipeWireRig::kill() {
     for (ChildProcess* one : {pulse_.get(), manager_.get(), server_.get()}) one->kill();
+}
+
+std::string askSoundServer(const std::string& address, const std::vector<std::string>& question) {
+    requireProgram("pactl", "pulseaudio-utils");
+    const TemporaryFolder folder;
+    const auto log = folder / "pactl.log";
+    std::vector<std::string> command{"pactl"};
+    command.insert(command.end(), question.begin(), question.end());
+    ChildProcess pactl(command, {{"PULSE_SERVER", address}, {"LC_ALL", "C"}}, log);
+    if (!pactl.wait()) throw std::runtime_error("pactl " + question.front() + ": " + readText(log));
+    return readText(log);
+}
+
+PluggedMicrophone::PluggedMicrophone(std::string address) : address_(std::move(address)) {}
+
+void PluggedMicrophone::plugIn() {
+    const auto number = [](std::string answer) {
+        while (!answer.empty() && answer.back() == '\n') answer.pop_back();
+        return answer;
+    };
+    if (sink_.empty())
+        sink_ = number(askSoundServer(address_, {"load-module", "module-null-sink", "sink_name=usbfeed"}));
+    source_ = number(
+        askSoundServer(address_, {"load-module", "module-remap-source", "master=usbfeed.monitor", "source_name=usbmic",
+                                  "channels=1", "source_properties=device.description=Funkmikrofon"}));
+}
+
+void PluggedMicrophone::plugOut() {
+    askSoundServer(address_, {"unload-module", source_});
 }
 
 std::string nobodysAddress(const TemporaryFolder& folder) {

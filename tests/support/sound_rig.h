@@ -72,6 +72,27 @@ class PipeWireRig {
     std::unique_ptr<ChildProcess> pulse_;
 };
 
+/// Asks a server that speaks PulseAudio's protocol, with the words of its tool "pactl"; the answer's text. Throws
+/// std::runtime_error when it fails.
+std::string askSoundServer(const std::string& address, const std::vector<std::string>& question);
+
+/// A microphone that can be plugged in and out of a server that speaks PulseAudio's protocol: the source "usbmic",
+/// "Funkmikrofon" for users, hears what is played to the sink "usbfeed".
+class PluggedMicrophone {
+  public:
+    explicit PluggedMicrophone(std::string address);
+    /// It stays plugged in.
+    ~PluggedMicrophone() = default;
+
+    void plugIn();
+    void plugOut();
+
+  private:
+    std::string address_;
+    std::string sink_;  // the numbers of the server's modules
+    std::string source_;
+};
+
 /// An address without a server.
 std::string nobodysAddress(const TemporaryFolder& folder);
 

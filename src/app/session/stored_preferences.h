@@ -23,6 +23,12 @@ class StoredPreferences final : public Preferences {
     }
     void setAutoZoomsEnabled(bool enabled) override { settings_.setValue("autoZoomsEnabled", enabled); }
 
+    std::optional<int> countdownSeconds() const override {
+        const QVariant value = settings_.value("countdownSeconds");
+        return value.isValid() ? std::optional(value.toInt()) : std::nullopt;
+    }
+    void setCountdownSeconds(int seconds) override { settings_.setValue("countdownSeconds", seconds); }
+
     std::vector<std::filesystem::path> recordingPlaces() const override {
         std::vector<std::filesystem::path> places;
         for (const QString& place : settings_.value("recordingPlaces").toStringList()) {
@@ -36,7 +42,20 @@ class StoredPreferences final : public Preferences {
         settings_.setValue("recordingPlaces", texts);
     }
 
+    ChosenDevice microphone() const override { return device("microphone"); }
+    void setMicrophone(const ChosenDevice& device) override { setDevice("microphone", device); }
+    ChosenDevice camera() const override { return device("camera"); }
+    void setCamera(const ChosenDevice& device) override { setDevice("camera", device); }
+
   private:
+    ChosenDevice device(const QString& key) const {
+        return {settings_.value(key).toString().toStdString(), settings_.value(key + "Name").toString().toStdString()};
+    }
+    void setDevice(const QString& key, const ChosenDevice& device) {
+        settings_.setValue(key, QString::fromStdString(device.id));
+        settings_.setValue(key + "Name", QString::fromStdString(device.name));
+    }
+
     QSettings settings_;
 };
 

@@ -26,6 +26,7 @@
 #include "app/session/termination_signals.h"
 #include "app/updates/updater.h"
 #include "app/windows/app_windows.h"
+#include "base/host_clock.h"
 #include "base/log.h"
 #include "capture/recordings_root.h"
 #include "editor/editor_windows.h"
@@ -34,7 +35,10 @@
 #include "platform/backends/desktop_backend.h"
 #include "platform/backends/desktop_choice.h"
 #include "platform/backends/device_backend.h"
+#include "platform/backends/device_watch.h"
 #include "platform/backends/sound_backend.h"
+#include "platform/selected_camera.h"
+#include "platform/sound/selected_sound.h"
 #include "platform/sound/sound_output.h"
 #include "ui/qt_main_loop.h"
 #include "ui/theme.h"
@@ -47,18 +51,21 @@ constexpr platform::KeyCombination kStopKeys{.letter = 'S', .control = true, .al
 
 /// The machine's services that the application uses.
 struct Machine {
-    std::shared_ptr<platform::SoundSystem> sound = platform::openSoundSystem();
-    std::unique_ptr<platform::CaptureDevices> devices = platform::openCaptureDevices(sound);
+    std::shared_ptr<platform::DeviceSelection> selection = std::make_shared<platform::DeviceSelection>();
+    std::shared_ptr<platform::SoundBoard> soundBoard = std::make_shared<platform::SoundBoard>();
+    std::shared_ptr<platform::SoundSystem> sound =
+        std::make_shared<platform::SelectedSound>(platform::openSoundSystem(), selection, soundBoard);
+    std::unique_ptr<platform::CaptureDevices> devices =
+        std::make_unique<platform::SelectedCamera>(platform::openCaptureDevices(sound), selection);
     /// Throws `RecorderError` without a display server, where Qt would end the program.
     std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
 
     bool isWayland() const { return desktop->contentPicker() != nullptr; }
 };
 
-std::unique_ptr<platform::GlobalShortcut> grabStopShortcut(platform::Desktop& desktop, std::function<void()> pressed,
-                                                           std::stop_token stop) {
-    platform::ShortcutRequest request;
-    request.keys = kStopKeys;
+std::unique_ptr<platform::GlobalShortcut> grabShortcut(platform::Desktop& desktop,
+                                                       const platform::ShortcutRequest& request,
+                                                       std::function<void()> pressed, std::stop_token stop) {
     try {
         return desktop.grabShortcut(request, std::move(pressed), std::move(stop));
     } catch (const RecorderError& error) {
@@ -192,7 +199,9 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
          .render = [&](const std::filesystem::path& folder) { editors.render(folder); },
          .checkForUpdates =
              updates.exist() ? std::function<void()>([&] { updates.check(delegate->window(), false); }) : nullptr,
-         .openUpdate = [&] { updates.open(); }});
+         .openUpdate = [&] { updates.open(); },
+         .level = [board = machine.soundBoard](
+                      platform::SoundBoard::Kind kind) { return board->level(kind, hostClockSeconds()); }});
     AppServices services{{{*machine.devices, *machine.sound, loop,
                            [](const media::EncodingJob& job) {
                                return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
@@ -202,8 +211,15 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
                          preferences,
                          sleep,
                          [&](std::function<void()> pressed, std::stop_token stop) {
-                             return grabStopShortcut(*machine.desktop, std::move(pressed), std::move(stop));
+                             return grabShortcut(*machine.desktop, {.keys = kStopKeys}, std::move(pressed),
+                                                 std::move(stop));
                          }};
+    services.soundBoard = machine.soundBoard;
+    services.selection = machine.selection;
+    services.watchDevices = [](std::function<void()> changed) { return platform::watchDevices(std::move(changed)); };
+    services.grabShortcut = [&](const platform::ShortcutRequest& request, std::function<void()> pressed) {
+        return grabShortcut(*machine.desktop, request, std::move(pressed), {});
+    };
     services.recordingOpened = [&](const std::filesystem::path& folder) { library.remember(folder); };
     AppDelegate app(std::move(services), windows);
     delegate = &app;

@@ -99,10 +99,18 @@ MainWindowActions AppWindows::actions() {
     actions.refreshSources = [this] { delegate_->refreshSources(); };
     actions.chooseContent = [this] { delegate_->chooseContent(); };
     actions.fpsSelected = [this](int index) { delegate_->fpsSelected(index); };
+    actions.cancelCountdown = [this] { delegate_->cancelCountdown(); };
+    actions.countdownSelected = [this](int index) { delegate_->countdownSelected(index); };
     actions.autoZoomToggled = [this](bool on) { delegate_->autoZoomToggled(on); };
     actions.systemAudioToggled = [this](bool on) { delegate_->systemAudioToggled(on); };
     actions.microphoneToggled = [this](bool on) { delegate_->microphoneToggled(on); };
     actions.webcamToggled = [this](bool on) { delegate_->webcamToggled(on); };
+    actions.microphoneSelected = [this](int index) { delegate_->microphoneSelected(index); };
+    actions.cameraSelected = [this](int index) { delegate_->cameraSelected(index); };
+    actions.shown = [this](bool isShown) {
+        if (delegate_ != nullptr) delegate_->mainWindowShown(isShown);
+    };
+    actions.level = options_.level;
     actions.toggleRecording = [this] { delegate_->toggleRecording(); };
     actions.renderCheckVideo = [this] { delegate_->renderCheckVideo(); };
     actions.renderStudioVideo = [this] { delegate_->renderStudioVideo(); };
@@ -137,6 +145,11 @@ bool AppWindows::eventFilter(QObject* object, QEvent* event) {
     }
     if (event->type() != QEvent::KeyPress) return false;
     const auto* press = static_cast<QKeyEvent*>(event);
+    if (press->key() == Qt::Key_Escape && press->modifiers() == Qt::NoModifier && window_->isActiveWindow() &&
+        delegate_->isCountingDown()) {
+        delegate_->cancelCountdown();
+        return true;
+    }
     if (press->key() != Qt::Key_Q || press->modifiers() != Qt::ControlModifier) return false;
     if (!press->isAutoRepeat()) terminate(AppDelegate::TerminationCause::user);
     return true;
@@ -214,13 +227,18 @@ void AppWindows::hideCameraPreview() {
 // Panels
 
 void AppWindows::showCountdown(int number) {
-    if (!countdown_) countdown_ = std::make_unique<CountdownWindow>(mainScreen());
+    if (!countdown_) {
+        countdown_ = std::make_unique<CountdownWindow>(mainScreen(), [this] { delegate_->cancelCountdown(); });
+    }
     countdown_->setNumber(number);
     countdown_->orderFront();
 }
 
 void AppWindows::hideCountdown() {
-    countdown_.reset();
+    if (!countdown_) return;
+    countdown_->hide();
+    // It may be what was clicked.
+    countdown_.release()->deleteLater();
 }
 
 bool AppWindows::hasScreen(const platform::Display& display) {
@@ -269,8 +287,7 @@ void AppWindows::pickRegionOnPicture(const platform::Display& display,
 }
 
 void AppWindows::installStatusItem(const std::string& title) {
-    statusItem_ =
-        std::make_unique<StatusItem>(QString::fromStdString(title), [this] { delegate_->stopFromStatusItem(); });
+    statusItem_ = std::make_unique<StatusItem>(QString::fromStdString(title), recordingActions());
 }
 
 void AppWindows::setStatusItemTitle(const std::string& title) {
@@ -284,15 +301,36 @@ void AppWindows::removeStatusItem() {
 }
 
 void AppWindows::showRecordingPanel(const std::optional<platform::Display>& display,
-                                    std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) {
+                                    std::shared_ptr<capture::WebcamPreview> preview, const RecordingKeys& keys) {
     QScreen* const screen = display ? screenFor(*display) : nullptr;
     recordingPanel_ = std::make_unique<RecordingPanel>(screen != nullptr ? *screen : mainScreen(), std::move(preview),
-                                                       hasShortcut, [this] { delegate_->stopFromStatusItem(); });
+                                                       keys, recordingActions());
+    recordingPanel_->showLevels(options_.level);
     recordingPanel_->orderFront();
 }
 
 void AppWindows::setRecordingPanelTime(const std::string& time) {
     if (recordingPanel_) recordingPanel_->setTime(QString::fromStdString(time));
+}
+
+void AppWindows::setRecordingHint(const std::string& sentence) {
+    if (recordingPanel_) recordingPanel_->setHint(QString::fromStdString(sentence));
+    if (statusItem_) statusItem_->setHint(QString::fromStdString(sentence));
+}
+
+RecordingActions AppWindows::recordingActions() {
+    return {.stop = [this] { delegate_->stopFromStatusItem(); },
+            .togglePause = [this] { delegate_->togglePause(); },
+            .mark = [this] { delegate_->setMark(); }};
+}
+
+void AppWindows::setRecordingPaused(bool paused) {
+    if (recordingPanel_) recordingPanel_->setPaused(paused);
+    if (statusItem_) statusItem_->setPaused(paused);
+}
+
+void AppWindows::setRecordingMarks(int count) {
+    if (recordingPanel_) recordingPanel_->setMarks(count);
 }
 
 void AppWindows::removeRecordingPanel() {

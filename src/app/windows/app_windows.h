@@ -33,6 +33,8 @@ class AppWindows final : public QObject, public AppView {
         std::function<void()> checkForUpdates;
         /// The action of the notice about an update.
         std::function<void()> openUpdate;
+        /// What the level meters show.
+        LevelReader level = nullptr;
     };
     explicit AppWindows(Options options);
     ~AppWindows() override;
@@ -67,8 +69,11 @@ class AppWindows final : public QObject, public AppView {
     void setStatusItemTitle(const std::string& title) override;
     void removeStatusItem() override;
     void showRecordingPanel(const std::optional<platform::Display>& display,
-                            std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut) override;
+                            std::shared_ptr<capture::WebcamPreview> preview, const RecordingKeys& keys) override;
+    void setRecordingPaused(bool paused) override;
+    void setRecordingMarks(int count) override;
     void setRecordingPanelTime(const std::string& time) override;
+    void setRecordingHint(const std::string& sentence) override;
     void removeRecordingPanel() override;
     void askForFolder(const std::string& message, const std::filesystem::path& start,
                       std::function<void(std::optional<std::filesystem::path>)> completion) override;
@@ -85,6 +90,7 @@ class AppWindows final : public QObject, public AppView {
 
   private:
     MainWindowActions actions();
+    RecordingActions recordingActions();
     void noticeAction(NoticeKind kind);
     RecordingsActions recordingsActions();
     void showAbout();

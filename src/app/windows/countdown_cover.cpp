@@ -17,7 +17,8 @@ constexpr int kMargin = 40;
 
 }  // namespace
 
-CountdownCover::CountdownCover(QWidget* window) : QWidget(window), number_(new QLabel), note_(new QLabel) {
+CountdownCover::CountdownCover(QWidget* window, std::function<void()> cancel)
+    : QWidget(window), cancel_(std::move(cancel)), number_(new QLabel), note_(new QLabel) {
     setObjectName("countdownCover");
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
@@ -32,6 +33,10 @@ CountdownCover::CountdownCover(QWidget* window) : QWidget(window), number_(new Q
     note_->setTextFormat(Qt::PlainText);
     note_->setWordWrap(true);
     column->addWidget(note_, 0, Qt::AlignHCenter);
+    auto* way = new QLabel("Abbrechen: Esc oder Klick");
+    way->setProperty("role", "second");
+    column->addSpacing(ui::theme::kNear);
+    column->addWidget(way, 0, Qt::AlignHCenter);
     column->addStretch(3);
     hide();
 }
@@ -48,6 +53,10 @@ void CountdownCover::show(const std::optional<Countdown>& countdown) {
         raise();
     }
     setVisible(countdown.has_value());
+}
+
+void CountdownCover::mousePressEvent(QMouseEvent*) {
+    cancel_();
 }
 
 void CountdownCover::paintEvent(QPaintEvent*) {

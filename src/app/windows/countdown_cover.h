@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QWidget>
+#include <functional>
 #include <optional>
 
 #include "app/main_window_state.h"
@@ -11,18 +12,20 @@ class QLabel;
 namespace lumivastor::app {
 
 /// The countdown in the main window, for desktops where no panel can lie in the middle of the screen. Covers the whole
-/// window and takes its clicks.
+/// window and takes its clicks, which cancel.
 class CountdownCover final : public QWidget {
   public:
-    explicit CountdownCover(QWidget* window);
+    CountdownCover(QWidget* window, std::function<void()> cancel);
 
     /// nullopt hides it.
     void show(const std::optional<Countdown>& countdown);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
   private:
+    const std::function<void()> cancel_;
     QLabel* number_;
     QLabel* note_;
 };

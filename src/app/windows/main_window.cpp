@@ -49,6 +49,9 @@ constexpr int kStatusLines = 5;
 constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
 constexpr double kCameraRadius = 10;
+constexpr QSize kLevelSize(110, 8);
+// Beside the camera's picture.
+constexpr int kDeviceWidth = kRowWidth - kCameraSize.width() - 2 * kSpacing;
 
 // This window's style in addition to the shared one.
 constexpr const char* kSheet = R"(
@@ -84,6 +87,21 @@ QCheckBox* box(const char* title, const char* name, const std::function<void(boo
     made->setObjectName(name);
     QObject::connect(made, &QCheckBox::clicked, made, toggled);
     return made;
+}
+
+// A box with the meter of its sound beside it.
+QHBoxLayout* withLevel(QCheckBox* made, LevelView* level, const char* name) {
+    level->setObjectName(name);
+    level->setFixedSize(kLevelSize);
+    level->hide();
+    auto* row = new QHBoxLayout;
+    row->setSpacing(2 * kSpacing);
+    row->addWidget(made);
+    row->addStretch(1);
+    row->addWidget(level);
+    // Up to where the pop-ups end, beside the camera's picture.
+    row->addSpacing(kRowWidth - kDeviceWidth - 2 * kSpacing);
+    return row;
 }
 
 QPushButton* button(const char* title, const char* name, const std::function<void()>& clicked) {
@@ -173,7 +191,7 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     area_->setWidget(content_);
     whole->addWidget(area_);
     recordButton_->setFocus();
-    countdown_ = new CountdownCover(this);
+    countdown_ = new CountdownCover(this, actions_.cancelCountdown);
     // Size hints are only right after the style sheet's fonts have been applied.
     for (QWidget* each : findChildren<QWidget*>()) each->ensurePolished();
     takeRoom();
@@ -258,14 +276,30 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     column.addSpacing(kGroupSpace);
 
     auto* rate = caption("Bildrate");
-    column.addWidget(rate);
     fpsPopup_ = new QComboBox;
     rate->setBuddy(fpsPopup_);
     fpsPopup_->setObjectName("fpsPopup");
     fpsPopup_->setAccessibleName("Bildrate");
     fpsPopup_->addItems({"60 Bilder/s", "30 Bilder/s"});
     connect(fpsPopup_, &QComboBox::activated, this, actions_.fpsSelected);
-    column.addWidget(fpsPopup_, 0, Qt::AlignLeft);
+    auto* countdown = caption("Countdown");
+    countdownPopup_ = new QComboBox;
+    countdown->setBuddy(countdownPopup_);
+    countdownPopup_->setObjectName("countdownPopup");
+    countdownPopup_->setAccessibleName("Countdown");
+    for (const int seconds : kCountdowns) {
+        countdownPopup_->addItem(seconds == 0 ? QString("ohne") : QString::number(seconds) + " Sekunden");
+    }
+    connect(countdownPopup_, &QComboBox::activated, this, actions_.countdownSelected);
+    auto* pair = new QGridLayout;
+    pair->setHorizontalSpacing(2 * kSpacing);
+    pair->setVerticalSpacing(kSpacing);
+    pair->addWidget(rate, 0, 0);
+    pair->addWidget(countdown, 0, 1);
+    pair->addWidget(fpsPopup_, 1, 0, Qt::AlignLeft);
+    pair->addWidget(countdownPopup_, 1, 1, Qt::AlignLeft);
+    pair->setColumnStretch(2, 1);
+    column.addLayout(pair);
     column.addSpacing(kGroupSpace);
 }
 
@@ -279,14 +313,20 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->setSpacing(kSpacing);
     boxes->addWidget(caption("Ton"));
     systemAudioBox_ = box("Systemton aufnehmen", "systemAudioBox", actions_.systemAudioToggled);
-    boxes->addWidget(systemAudioBox_);
+    systemAudioLevel_ = new LevelView("Pegel des Systemtons", platform::SoundBoard::Kind::systemAudio, actions_.level);
+    boxes->addLayout(withLevel(systemAudioBox_, systemAudioLevel_, "systemAudioLevel"));
     microphoneBox_ = box("Mikrofon aufnehmen", "microphoneBox", actions_.microphoneToggled);
-    boxes->addWidget(microphoneBox_);
+    microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
+    boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
+    microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
+    boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
     boxes->addWidget(caption("Kamera"));
     webcamBox_ = box("Kamera aufnehmen (Facecam)", "webcamBox", actions_.webcamToggled);
     boxes->addWidget(webcamBox_);
+    cameraPopup_ = devicePopup("Kamera", "cameraPopup", actions_.cameraSelected);
+    boxes->addWidget(cameraPopup_);
     boxes->addStretch(1);
 
     // Beside the boxes, in reserved room: nothing moves when it appears.
@@ -300,6 +340,37 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     row->addWidget(webcamPreviewContainer_, 0, 0, Qt::AlignRight | Qt::AlignTop);
     column.addLayout(row);
     column.addStretch(1);
+}
+
+QComboBox* MainWindow::devicePopup(const char* title, const char* name, const std::function<void(int)>& selected) {
+    auto* popup = new QComboBox;
+    popup->setObjectName(name);
+    popup->setAccessibleName(title);
+    popup->setFixedWidth(kDeviceWidth);
+    popup->hide();
+    connect(popup, &QComboBox::activated, this, [selected](int index) {
+        if (selected) selected(index);
+    });
+    return popup;
+}
+
+void MainWindow::showDevices(const MainWindowState& state) {
+    const auto show = [](QComboBox& popup, DevicePopup& shown, const DevicePopup& now, bool isOn) {
+        if (shown.items != now.items) {
+            const QSignalBlocker quiet(popup);
+            popup.clear();
+            for (const std::string& item : now.items) popup.addItem(QString::fromStdString(item));
+        }
+        shown = now;
+        select(popup, now.index);
+        // Long names are cut off at their end.
+        popup.setToolTip(popup.currentText());
+        popup.setVisible(isOn && !now.items.empty());
+    };
+    show(*microphonePopup_, shownMicrophones_, state.microphones, state.choices.microphone);
+    show(*cameraPopup_, shownCameras_, state.cameras, state.choices.webcam);
+    systemAudioLevel_->setVisible(state.choices.systemAudio);
+    microphoneLevel_->setVisible(state.choices.microphone);
 }
 
 void MainWindow::buildButtons(QVBoxLayout& column) {
@@ -381,8 +452,10 @@ void MainWindow::showChoices(const MainWindowState& state) {
     chooseButton_->setText(QString::fromStdString(state.chooseTitle.value_or("")));
     sourceRow_->setFixedWidth(state.chooseTitle ? std::max(kRowWidth, chooseButton_->minimumSizeHint().width())
                                                 : kSourceWidth);
+    showDevices(state);
     takeRoom();
     select(*fpsPopup_, choices.fpsIndex);
+    select(*countdownPopup_, choices.countdownIndex);
     autoZoomBox_->setChecked(choices.autoZoom);
     systemAudioBox_->setChecked(choices.systemAudio);
     microphoneBox_->setChecked(choices.microphone);
@@ -396,7 +469,8 @@ void MainWindow::showButtons(const MainWindowState& state) {
     recordButton_->setEnabled(state.recordEnabled);
     for (QWidget* each :
          std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, chooseButton_, fpsPopup_,
-                                         systemAudioBox_, microphoneBox_, webcamBox_, studioButton_, revealButton_}) {
+                                         countdownPopup_, systemAudioBox_, microphoneBox_, webcamBox_, microphonePopup_,
+                                         cameraPopup_, studioButton_, revealButton_}) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);
@@ -452,6 +526,25 @@ void MainWindow::orderNotices() {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     event->setAccepted(!actions_.mayClose || actions_.mayClose());
+}
+
+// A minimised window is not seen.
+void MainWindow::tellShown() {
+    const bool isShown = isVisible() && !isMinimized();
+    if (std::exchange(toldShown_, isShown) != isShown && actions_.shown) actions_.shown(isShown);
+}
+
+void MainWindow::showEvent(QShowEvent*) {
+    tellShown();
+}
+
+void MainWindow::hideEvent(QHideEvent*) {
+    tellShown();
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange) tellShown();
 }
 
 void MainWindow::resizeEvent(QResizeEvent*) {

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "app/main_window_state.h"
+#include "app/windows/level_view.h"
 #include "capture/recording/webcam_preview.h"
 
 class QAction;
@@ -34,10 +35,19 @@ struct MainWindowActions {
     std::function<void()> refreshSources;
     std::function<void()> chooseContent;
     std::function<void(int)> fpsSelected;
+    std::function<void(int)> countdownSelected;
+    /// A click on the countdown in the window.
+    std::function<void()> cancelCountdown;
     std::function<void(bool)> autoZoomToggled;
     std::function<void(bool)> systemAudioToggled;
     std::function<void(bool)> microphoneToggled;
     std::function<void(bool)> webcamToggled;
+    std::function<void(int)> microphoneSelected;
+    std::function<void(int)> cameraSelected;
+    /// Whether the user can see the window.
+    std::function<void(bool)> shown;
+    /// What the level meters show; without it they are empty.
+    LevelReader level;
     std::function<void()> toggleRecording;
     std::function<void()> renderCheckVideo;
     std::function<void()> renderStudioVideo;
@@ -64,6 +74,9 @@ class MainWindow final : public QWidget {
   protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
   private:
     void buildMenus(QVBoxLayout& column);
@@ -72,6 +85,9 @@ class MainWindow final : public QWidget {
     void buildButtons(QVBoxLayout& column);
     void buildStatus(QVBoxLayout& column);
     void takeRoom();
+    void tellShown();
+    QComboBox* devicePopup(const char* title, const char* name, const std::function<void(int)>& selected);
+    void showDevices(const MainWindowState& state);
     void showChoices(const MainWindowState& state);
     void showButtons(const MainWindowState& state);
     void keepFocus(QWidget* focused);
@@ -87,10 +103,18 @@ class MainWindow final : public QWidget {
     QPushButton* refreshButton_ = nullptr;
     QPushButton* chooseButton_ = nullptr;
     QComboBox* fpsPopup_ = nullptr;
+    QComboBox* countdownPopup_ = nullptr;
     QCheckBox* autoZoomBox_ = nullptr;
     QCheckBox* systemAudioBox_ = nullptr;
     QCheckBox* microphoneBox_ = nullptr;
     QCheckBox* webcamBox_ = nullptr;
+    LevelView* systemAudioLevel_ = nullptr;
+    LevelView* microphoneLevel_ = nullptr;
+    QComboBox* microphonePopup_ = nullptr;
+    QComboBox* cameraPopup_ = nullptr;
+    DevicePopup shownMicrophones_;
+    DevicePopup shownCameras_;
+    bool toldShown_ = false;
     CameraView* webcamPreviewContainer_ = nullptr;
     QPushButton* recordButton_ = nullptr;
     QPushButton* renderButton_ = nullptr;

@@ -60,6 +60,34 @@ class MainWindowTest : public testing::TestWithParam<double> {
     OffscreenApplication application_;
 };
 
+TEST_P(MainWindowTest, DevicesAndLevelsAreBesideTickedBoxesOnly) {
+    std::vector<int> selected;
+    std::vector<bool> shown;
+    MainWindowActions actions;
+    actions.microphoneSelected = [&](int index) { selected.push_back(index); };
+    actions.shown = [&](bool isShown) { shown.push_back(isShown); };
+    actions.level = [](platform::SoundBoard::Kind) { return platform::LevelMeter::Reading{-20, -9, -3, true}; };
+    MainWindow window(actions);
+    MainWindowState state = fullState();
+    state.microphones = {{"Standard", "Headset"}, 1};
+    state.cameras = {{"Standard"}, 0};
+    window.show(state);
+    static_cast<QWidget&>(window).show();
+    const auto* const popup = window.findChild<QComboBox*>("microphonePopup");
+    const auto* const camera = window.findChild<QComboBox*>("cameraPopup");
+    const auto* const level = window.findChild<QWidget*>("microphoneLevel");
+    EXPECT_FALSE(popup->isVisible() || camera->isVisible() || level->isVisible());
+    state.choices.microphone = state.choices.webcam = state.choices.systemAudio = true;
+    window.show(state);
+    EXPECT_TRUE(popup->isVisible() && camera->isVisible() && level->isVisible());
+    EXPECT_EQ(popup->currentText(), "Headset");
+    expectNothingIsCutOff(window);
+    emit window.findChild<QComboBox*>("microphonePopup")->activated(0);
+    EXPECT_EQ(selected, std::vector<int>{0});
+    window.hide();
+    EXPECT_EQ(shown, (std::vector<bool>{true, false}));
+}
+
 TEST_P(MainWindowTest, OpensTheDesktopsDialogByAButtonInPlaceOfTheList) {
     int chosen = 0;
     MainWindowActions actions;
@@ -152,25 +180,96 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     };
     EXPECT_EQ(arm.size(), grown(430, 56));
     expectNothingIsCutOff(arm);
-    RecordingPanel panel(screen, nullptr, true, [] {});
+    RecordingPanel panel(screen, nullptr, {}, {});
     panel.setTime("125:00");
     panel.setVisible(true);
-    EXPECT_EQ(panel.size(), grown(190, 44));
+    EXPECT_EQ(panel.size(), grown(350, 44));
     expectNothingIsCutOff(panel);
-    RecordingPanel withCamera(screen, std::make_shared<capture::WebcamPreview>(), true, [] {});
+    panel.setPaused(true);
+    panel.setMarks(99);
+    expectNothingIsCutOff(panel);
+    RecordingPanel withCamera(screen, std::make_shared<capture::WebcamPreview>(), {}, {});
     withCamera.setVisible(true);
-    EXPECT_EQ(withCamera.size(), grown(254, 60));
+    EXPECT_EQ(withCamera.size(), grown(414, 60));
     expectNothingIsCutOff(withCamera);
 }
 
-TEST_P(MainWindowTest, ThePanelPromisesTheShortcutOnlyWhereThereIsOne) {
+TEST_P(MainWindowTest, ThePanelGrowsForAWarningAndItsButtonStaysWhereItIs) {
+    RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, {}, {});
+    panel.setVisible(true);
+    const auto* const stop = panel.findChild<QPushButton*>("panelStopButton");
+    const auto* const hint = panel.findChild<QLabel*>("recordingHint");
+    const QRect bare = panel.geometry();
+    const QPoint place = stop->mapToGlobal(QPoint());
+    EXPECT_FALSE(hint->isVisible());
+    for (const char* sentence : {"Noch Platz für 12 Minuten.",
+                                 "Bilder gehen verloren (8 %): der Encoder kommt nicht nach. 30 Bilder pro Sekunde "
+                                 "oder ein Ausschnitt helfen."}) {
+        panel.setHint(sentence);
+        EXPECT_EQ(hint->text(), sentence);
+        EXPECT_EQ(hint->property("announced"), sentence);
+        EXPECT_TRUE(hint->isVisible());
+        expectNothingIsCutOff(panel);
+        EXPECT_EQ(panel.geometry().bottomRight(), bare.bottomRight());
+        EXPECT_EQ(stop->mapToGlobal(QPoint()), place);
+        EXPECT_FALSE(hint->geometry().intersects(stop->geometry()));
+    }
+    panel.setHint("");
+    EXPECT_FALSE(hint->isVisible());
+    EXPECT_EQ(panel.geometry(), bare);
+    EXPECT_EQ(stop->mapToGlobal(QPoint()), place);
+}
+
+TEST_P(MainWindowTest, ThePanelPromisesTheShortcutsOnlyWhereThereAreSome) {
     QScreen& screen = *QGuiApplication::primaryScreen();
-    const auto promise = [&](bool hasShortcut) {
-        const RecordingPanel panel(screen, nullptr, hasShortcut, [] {});
-        return panel.findChild<QPushButton*>("panelStopButton")->toolTip();
+    const auto tip = [](const RecordingPanel& panel, const char* button) {
+        return panel.findChild<QPushButton*>(button)->toolTip();
     };
-    EXPECT_EQ(promise(true), "Aufnahme stoppen (Strg+Alt+Umschalt+S)");
-    EXPECT_EQ(promise(false), "Aufnahme stoppen");
+    const RecordingPanel with(screen, nullptr, {"Strg+S", "Strg+P", "Strg+M"}, {});
+    EXPECT_EQ(tip(with, "panelStopButton"), "Aufnahme stoppen (Strg+S)");
+    EXPECT_EQ(tip(with, "panelPauseButton"), "Aufnahme pausieren (Strg+P)");
+    EXPECT_EQ(tip(with, "panelMarkButton"), "Marke setzen (Strg+M)");
+    const RecordingPanel without(screen, nullptr, {}, {});
+    EXPECT_EQ(tip(without, "panelStopButton"), "Aufnahme stoppen");
+    EXPECT_EQ(tip(without, "panelPauseButton"), "Aufnahme pausieren");
+    EXPECT_EQ(tip(without, "panelMarkButton"), "Marke setzen");
+}
+
+TEST_P(MainWindowTest, ThePanelShowsAPauseAndMarks) {
+    std::string done;
+    RecordingPanel panel(
+        *QGuiApplication::primaryScreen(), nullptr, {"", "Strg+P", ""},
+        {.stop = [&] { done += "stop "; }, .togglePause = [&] { done += "pause "; }, .mark = [&] { done += "mark "; }});
+    auto* const pause = panel.findChild<QPushButton*>("panelPauseButton");
+    auto* const mark = panel.findChild<QPushButton*>("panelMarkButton");
+    EXPECT_EQ(pause->text(), "Pause");
+    panel.setPaused(true);
+    EXPECT_EQ(pause->text(), "Weiter");
+    EXPECT_EQ(pause->toolTip(), "Aufnahme fortsetzen (Strg+P)");
+    panel.setPaused(false);
+    EXPECT_EQ(pause->text(), "Pause");
+    EXPECT_EQ(mark->text(), "Marke");
+    panel.setMarks(2);
+    EXPECT_EQ(mark->text(), "Marke · 2");
+    for (QPushButton* each : {mark, pause, panel.findChild<QPushButton*>("panelStopButton")}) each->click();
+    EXPECT_EQ(done, "mark pause stop ");
+}
+
+TEST_P(MainWindowTest, AClickOnTheCountdownCancels) {
+    int cancelled = 0;
+    CountdownWindow countdown(*QGuiApplication::primaryScreen(), [&] { ++cancelled; });
+    countdown.setVisible(true);
+    QTest::mouseClick(&countdown, Qt::LeftButton);
+    EXPECT_EQ(cancelled, 1);
+    MainWindowActions actions;
+    actions.cancelCountdown = [&] { ++cancelled; };
+    MainWindow window(std::move(actions));
+    window.setVisible(true);
+    MainWindowState state = fullState();
+    state.countdown = {3, ""};
+    window.show(state);
+    QTest::mouseClick(window.findChild<QWidget*>("countdownCover"), Qt::LeftButton);
+    EXPECT_EQ(cancelled, 2);
 }
 
 TEST_P(MainWindowTest, TextsCanBeCopiedByTheMenuAndByKeys) {
@@ -241,10 +340,10 @@ TEST_P(MainWindowTest, EverythingThatCanBeSeenHasAName) {
         screen, [] {}, [] {});
     arm.setVisible(true);
     EXPECT_GE(expectEverythingIsNamed(arm), 4);
-    RecordingPanel panel(screen, std::make_shared<capture::WebcamPreview>(), true, [] {});
+    RecordingPanel panel(screen, std::make_shared<capture::WebcamPreview>(), {}, {});
     panel.setVisible(true);
-    EXPECT_GE(expectEverythingIsNamed(panel), 5);
-    CountdownWindow countdown(screen);
+    EXPECT_GE(expectEverythingIsNamed(panel), 7);
+    CountdownWindow countdown(screen, [] {});
     countdown.setNumber(3);
     countdown.setVisible(true);
     EXPECT_GE(expectEverythingIsNamed(countdown), 2);
@@ -259,6 +358,7 @@ Art der Quelle: Bildschirm
 Quelle
 Liste aktualisieren
 Bildrate
+Countdown
 Automatische Zooms (Kamera fährt zu deinen Klicks)
 Systemton aufnehmen
 Mikrofon aufnehmen
@@ -359,7 +459,9 @@ TEST_P(MainWindowTest, ItClosesWhenItMay) {
 
 TEST_P(MainWindowTest, TheStatusItemStopsByALeftClickAndByItsMenu) {
     int stops = 0;
-    StatusItem item("⏺ 0:00", [&] { ++stops; });
+    int pauses = 0;
+    int marks = 0;
+    StatusItem item("⏺ 0:00", {.stop = [&] { ++stops; }, .togglePause = [&] { ++pauses; }, .mark = [&] { ++marks; }});
     for (const auto reason : {QSystemTrayIcon::Context, QSystemTrayIcon::MiddleClick, QSystemTrayIcon::Unknown}) {
         Q_EMIT item.icon().activated(reason);
     }
@@ -367,11 +469,20 @@ TEST_P(MainWindowTest, TheStatusItemStopsByALeftClickAndByItsMenu) {
     Q_EMIT item.icon().activated(QSystemTrayIcon::Trigger);
     EXPECT_EQ(stops, 1);
     ASSERT_NE(item.icon().contextMenu(), nullptr);
-    ASSERT_EQ(item.icon().contextMenu()->actions().size(), 1);
+    const QList<QAction*> menu = item.icon().contextMenu()->actions();
+    ASSERT_EQ(menu.size(), 3);
     QAction* const stop = item.icon().contextMenu()->actions()[0];
     EXPECT_EQ(stop->text(), "Aufnahme stoppen");
     stop->trigger();
     EXPECT_EQ(stops, 2);
+    EXPECT_EQ(menu[1]->text(), "Aufnahme pausieren");
+    item.setPaused(true);
+    EXPECT_EQ(menu[1]->text(), "Aufnahme fortsetzen");
+    menu[1]->trigger();
+    EXPECT_EQ(pauses, 1);
+    EXPECT_EQ(menu[2]->text(), "Marke setzen");
+    menu[2]->trigger();
+    EXPECT_EQ(marks, 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(TypeSizes, MainWindowTest, testing::Values(9.0, 10.0, 15.0, 20.0));

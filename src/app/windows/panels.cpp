@@ -7,11 +7,13 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "app/windows/camera_view.h"
 #include "platform/backends/desktop_backend.h"
+#include "ui/accessible.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
 
@@ -21,25 +23,16 @@ namespace {
 
 constexpr double kScreenMargin = 24;
 constexpr int kButtonType = 12;  // in pixels
+constexpr int kHintWidth = 280;
+constexpr int kHintMargin = 12;
+// Of the level meters at the lower edge.
+constexpr int kLevelsRoom = 12;
+constexpr int kLevelStep = 5;
+constexpr int kLevelHeight = 3;
 
 QColor night(double alpha) {
     return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
 }
-
-class RedDot final : public QWidget {
-  public:
-    explicit RedDot(QWidget* parent) : QWidget(parent) { setAccessibleName("Aufnahme läuft"); }
-
-  protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(QColor(0xFF, 0x45, 0x3A));
-        const double side = 0.6 * height();
-        painter.drawEllipse(QRectF((width() - side) / 2, (height() - side) / 2, side, side));
-    }
-};
 
 QPushButton* panelButton(const QString& text, const char* name, QWidget* parent, std::function<void()> action) {
     auto* button = new QPushButton(text, parent);
@@ -48,6 +41,10 @@ QPushButton* panelButton(const QString& text, const char* name, QWidget* parent,
     button->setFocusPolicy(Qt::NoFocus);
     QObject::connect(button, &QPushButton::clicked, button, [action = std::move(action)] { action(); });
     return button;
+}
+
+QString withKeys(const QString& what, const QString& keys) {
+    return keys.isEmpty() ? what : what + " (" + keys + ")";
 }
 
 // Laid down for the usual type; larger type makes panels larger as a whole.
@@ -108,13 +105,22 @@ void FloatingPanel::resizeEvent(QResizeEvent*) {
     setMask(mask);
 }
 
-CountdownWindow::CountdownWindow(const QScreen& screen)
-    : FloatingPanel({220, 220}, {.background = night(0.85), .radius = 36}), label_(new QLabel(this)) {
+CountdownWindow::CountdownWindow(const QScreen& screen, std::function<void()> cancel)
+    : FloatingPanel({220, 220}, {.background = night(0.85), .radius = 36}),
+      cancel_(std::move(cancel)),
+      label_(new QLabel(this)) {
     setObjectName("countdownWindow");
     setWindowTitle("LumiVastor – Countdown");
     label_->setStyleSheet("color: white; font-size: 120px; font-weight: bold;");
     label_->setAlignment(Qt::AlignCenter);
-    label_->setGeometry(0, 40, 220, 150);
+    label_->setGeometry(0, 30, 220, 150);
+    auto* note = new QLabel("Abbrechen: Esc oder Klick", this);
+    note->setObjectName("countdownNote");
+    note->setStyleSheet("color: rgba(255, 255, 255, 200); font-size: 13px;");
+    note->setAlignment(Qt::AlignCenter);
+    note->setGeometry(0, 182, 220, 20);
+    for (QLabel* each : {label_, note}) each->setAttribute(Qt::WA_TransparentForMouseEvents);
+    setCursor(Qt::PointingHandCursor);
     QRect frame = rect();
     frame.moveCenter(screen.geometry().center());
     move(frame.topLeft());
@@ -123,31 +129,83 @@ CountdownWindow::CountdownWindow(const QScreen& screen)
 void CountdownWindow::setNumber(int number) {
     label_->setNum(number);
     setAccessibleName("Aufnahme beginnt in " + QString::number(number));
+    setAccessibleDescription("Esc oder ein Klick bricht ab");
 }
 
-RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
-                               std::function<void()> stop)
-    : FloatingPanel(grown(preview ? QSize(254, 60) : QSize(190, 44)), {.background = night(0.92), .radius = 12}),
-      time_(new ui::DigitLabel(this)) {
+void CountdownWindow::mousePressEvent(QMouseEvent*) {
+    cancel_();
+}
+
+// A dot while the recording runs, two bars in a pause.
+class RecordingPanel::Sign final : public QWidget {
+  public:
+    explicit Sign(QWidget* parent) : QWidget(parent) { setPaused(false); }
+
+    void setPaused(bool paused) {
+        isPaused_ = paused;
+        setAccessibleName(paused ? "Pause" : "Aufnahme läuft");
+        update();
+    }
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        const double side = 0.6 * height();
+        const QRectF square((width() - side) / 2, (height() - side) / 2, side, side);
+        if (!isPaused_) {
+            painter.setBrush(QColor(0xFF, 0x45, 0x3A));
+            painter.drawEllipse(square);
+            return;
+        }
+        painter.setBrush(QColor(0xFF, 0xD6, 0x0A));
+        for (const double x : {square.left(), square.right() - 0.36 * side}) {
+            painter.drawRoundedRect(QRectF(x, square.top(), 0.36 * side, side), 1, 1);
+        }
+    }
+
+  private:
+    bool isPaused_ = false;
+};
+
+RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview,
+                               const RecordingKeys& keys, const RecordingActions& actions)
+    : FloatingPanel(grown(preview ? QSize(414, 60) : QSize(350, 44)), {.background = night(0.92), .radius = 12}),
+      pauseKeys_(QString::fromStdString(keys.pause)),
+      sign_(new Sign(this)),
+      time_(new ui::DigitLabel(this)),
+      hint_(new QLabel(this)) {
     setObjectName("recordingPanel");
     setWindowTitle("LumiVastor – Aufnahme läuft");
     const int middle = preview ? 30 : 22;
     const int dotX = preview ? 66 : 12;
-    const int right = preview ? 254 : 190;
+    const int right = preview ? 414 : 350;
     if (preview) {
         auto* camera = new CameraView(grown(QSize(44, 44)), grown(22), this);
         camera->move(grown(12), grown(middle - 22));
         camera->setPreview(std::move(preview));
     }
-    auto* dot = new RedDot(this);
-    dot->setGeometry(grown(QRect(dotX, middle - 10, 20, 20)));
+    sign_->setGeometry(grown(QRect(dotX, middle - 10, 20, 20)));
     time_->setObjectName("recordingTime");
     time_->setStyleSheet(pixelType(15) + " font-weight: 500;");
     setTime("0:00");
     time_->setGeometry(grown(QRect(dotX + 24, middle - 10, 60, 20)));
-    auto* button = panelButton("Stopp", "panelStopButton", this, std::move(stop));
-    button->setToolTip(hasShortcut ? "Aufnahme stoppen (Strg+Alt+Umschalt+S)" : "Aufnahme stoppen");
-    button->setGeometry(grown(QRect(right - 84, middle - 14, 72, 28)));
+    markButton_ = panelButton("", "panelMarkButton", this, actions.mark);
+    markButton_->setToolTip(withKeys("Marke setzen", QString::fromStdString(keys.mark)));
+    pauseButton_ = panelButton("", "panelPauseButton", this, actions.togglePause);
+    auto* stop = panelButton("Stopp", "panelStopButton", this, actions.stop);
+    stop->setToolTip(withKeys("Aufnahme stoppen", QString::fromStdString(keys.stop)));
+    for (int place = 3; QPushButton * each : {markButton_, pauseButton_, stop}) {
+        each->setGeometry(grown(QRect(right - 4 - 80 * place--, middle - 14, 72, 28)));
+    }
+    setMarks(0);
+    setPaused(false);
+    hint_->setObjectName("recordingHint");
+    hint_->setStyleSheet(pixelType(12) + " color: #FFB454;");
+    hint_->setWordWrap(true);
+    hint_->hide();
+    ui::makeStatusLine(*hint_);
     const QRect free = screen.availableGeometry();
     move(free.x() + free.width() - width() - static_cast<int>(kScreenMargin),
          free.y() + free.height() - height() - static_cast<int>(kScreenMargin));
@@ -155,6 +213,59 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::W
 
 void RecordingPanel::setTime(const QString& time) {
     time_->setText(time);
+}
+
+void RecordingPanel::showLevels(const LevelReader& read) {
+    using Kind = platform::SoundBoard::Kind;
+    const int below = height();
+    setFixedSize(width(), below + grown(kLevelsRoom));
+    move(x(), y() - grown(kLevelsRoom));
+    int row = 0;
+    for (const auto& [kind, name] :
+         {std::pair(Kind::systemAudio, "Pegel des Systemtons"), std::pair(Kind::microphone, "Pegel des Mikrofons")}) {
+        auto* const level = new LevelView(name, kind, read, this);
+        level->setGeometry(grown(kHintMargin), below + grown(kLevelStep) * row++, width() - 2 * grown(kHintMargin),
+                           grown(kLevelHeight));
+        level->show();
+    }
+}
+
+void RecordingPanel::setHint(const QString& sentence) {
+    if (hint_->text() == sentence) return;
+    hint_->setText(sentence);
+    hint_->setVisible(!sentence.isEmpty());
+    const QSize bare = size() - hintRoom_;
+    QSize room{0, 0};
+    if (!sentence.isEmpty()) {
+        const int margin = grown(kHintMargin);
+        const int width = std::max(bare.width(), grown(kHintWidth) + 2 * margin);
+        const int height = hint_->heightForWidth(width - 2 * margin);
+        hint_->setGeometry(margin, margin, width - 2 * margin, height);
+        room = {width - bare.width(), margin + height};
+    }
+    const QPoint by(room.width() - hintRoom_.width(), room.height() - hintRoom_.height());
+    for (QWidget* const part : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (part != hint_) part->move(part->pos() + by);
+    }
+    hintRoom_ = room;
+    grip_ += by;
+    setFixedSize(bare + room);
+    move(pos() - by);
+    ui::announce(*hint_);
+}
+
+QString RecordingPanel::pauseTip() const {
+    return withKeys(pauseButton_->text() == "Pause" ? "Aufnahme pausieren" : "Aufnahme fortsetzen", pauseKeys_);
+}
+
+void RecordingPanel::setPaused(bool paused) {
+    sign_->setPaused(paused);
+    pauseButton_->setText(paused ? "Weiter" : "Pause");
+    pauseButton_->setToolTip(pauseTip());
+}
+
+void RecordingPanel::setMarks(int count) {
+    markButton_->setText(count == 0 ? QString("Marke") : "Marke · " + QString::number(count));
 }
 
 void RecordingPanel::mousePressEvent(QMouseEvent* event) {

@@ -9,6 +9,8 @@
 #include <functional>
 #include <memory>
 
+#include "app/app_view.h"
+#include "app/windows/level_view.h"
 #include "capture/recording/webcam_preview.h"
 
 class QScreen;
@@ -43,26 +45,44 @@ class FloatingPanel : public QWidget {
     const bool isSeeThrough_;
 };
 
-/// The number before a recording, in the middle of a screen.
+/// The number before a recording, in the middle of a screen. A click on it cancels.
 class CountdownWindow final : public FloatingPanel {
   public:
-    explicit CountdownWindow(const QScreen& screen);
+    CountdownWindow(const QScreen& screen, std::function<void()> cancel);
 
     void setNumber(int number);
 
+  protected:
+    void mousePressEvent(QMouseEvent* event) override;
+
   private:
+    const std::function<void()> cancel_;
     QLabel* label_;
 };
 
-/// Shown during a recording: its time, a stop button, and the webcam if it is recorded. Can be dragged.
+/// What the user can do during a recording.
+struct RecordingActions {
+    std::function<void()> stop;
+    std::function<void()> togglePause;
+    std::function<void()> mark;
+};
+
+/// Shown during a recording: its time, buttons for a mark, a pause and the stop, the webcam if it is recorded, and
+/// above them a sentence of warning. Can be dragged.
 class RecordingPanel final : public FloatingPanel {
   public:
-    /// Placed at the lower right of the screen's available area. `preview` may be null. `hasShortcut`: a key
-    /// combination stops the recording, too.
-    RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, bool hasShortcut,
-                   std::function<void()> stop);
+    /// Placed at the lower right of the screen's available area. `preview` may be null. The buttons name the keys.
+    RecordingPanel(const QScreen& screen, std::shared_ptr<capture::WebcamPreview> preview, const RecordingKeys& keys,
+                   const RecordingActions& actions);
 
     void setTime(const QString& time);
+    void setPaused(bool paused);
+    void setMarks(int count);
+    /// Shows the levels of what is recorded, along the lower edge: system sound above the microphone.
+    void showLevels(const LevelReader& read);
+    /// Grows up and to the left for a sentence of warning, so that everything else stays where it is on the screen.
+    /// Empty for none.
+    void setHint(const QString& sentence);
 
   protected:
     // Dragging is implemented here, because no window manager moves this window.
@@ -70,8 +90,18 @@ class RecordingPanel final : public FloatingPanel {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
+    class Sign;
+
+    QString pauseTip() const;
+
+    const QString pauseKeys_;
+    Sign* sign_;
     ui::DigitLabel* time_;
-    QPoint grip_;  // the mouse position in the panel during a drag
+    QPushButton* pauseButton_ = nullptr;
+    QPushButton* markButton_ = nullptr;
+    QLabel* hint_;
+    QSize hintRoom_{0, 0};  // what the panel is larger by
+    QPoint grip_;           // the mouse position in the panel during a drag
 };
 
 /// Shown before a region is chosen, so that the user can arrange windows first.

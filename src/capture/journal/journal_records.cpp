@@ -241,6 +241,15 @@ void readShape(Words& words, JournalContent& content) {
     content.pointer.cursorImages.push_back(std::move(image));
 }
 
+// The second line of a pause, with its end, repeats its beginning: where the first line was lost, nothing is.
+void readPause(Words& words, JournalContent& content) {
+    const double from = words.number();
+    const bool isByPointer = words.flag();
+    const std::vector<Pause>& known = content.pauses.list();
+    if (known.empty() || known.back().from < from) content.pauses.begin(from, isByPointer);
+    if (!words.atEnd()) content.pauses.end(words.number());
+}
+
 // Whether the record is a known one that follows the start record.
 bool readRecord(std::string_view kind, Words& words, JournalContent& content) {
     if (kind == "session") {
@@ -267,6 +276,10 @@ bool readRecord(std::string_view kind, Words& words, JournalContent& content) {
         content.counts.framesSkippedIdle = words.integer<std::int64_t>(0, INT64_MAX);
         content.counts.framesDropped = words.integer<std::int64_t>(0, INT64_MAX);
         content.counts.missingCursorPolls = words.integer<std::int64_t>(0, INT64_MAX);
+    } else if (kind == "pause") {
+        readPause(words, content);
+    } else if (kind == "mark") {
+        content.marks.push_back(words.number());
     } else {
         return false;
     }
@@ -364,6 +377,17 @@ std::string counts(const JournalCounts& counts) {
         .integer(counts.framesDropped)
         .integer(counts.missingCursorPolls)
         .finished();
+}
+
+std::string mark(double hostSeconds) {
+    return Line("mark").number(hostSeconds).finished();
+}
+
+std::string pause(const Pause& pause) {
+    Line line("pause");
+    line.number(pause.from).integer(pause.isByPointer ? 1 : 0);
+    if (pause.to) line.number(*pause.to);
+    return line.finished();
 }
 
 }  // namespace journalLine

@@ -6,7 +6,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "capture/pauses/pauses.h"
 #include "capture/pointer/pointer_records.h"
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
@@ -44,6 +46,9 @@ std::string cursorChange(const RawCursorChange& change);
 std::string window(const WindowSample& sample);
 std::string display(const DisplaySample& sample);
 std::string counts(const JournalCounts& counts);
+/// A pause begins, or, if the pause tells its end, has ended.
+std::string pause(const Pause& pause);
+std::string mark(double hostSeconds);
 }  // namespace journalLine
 
 /// The parsed content of a journal.
@@ -62,6 +67,8 @@ struct JournalContent {
     WindowTrack windowTrack;
     DisplayTrack displayTrack;
     JournalCounts counts;
+    Pauses pauses;
+    std::vector<double> marks;  // host seconds
     /// The number of torn or damaged lines, which are skipped.
     std::int64_t damagedLines = 0;
 

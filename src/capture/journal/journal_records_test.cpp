@@ -47,6 +47,10 @@ JournalContent written() {
     content.windowTrack = {{1, {1, 2, 3, 4}}, {2, {5, 6, 7, 8}}};
     content.displayTrack = {{1.5, {-800, 0.5}}, {2, {5, 6}}};
     content.counts = {3, 4, 5};
+    content.marks = {4, 5.5};
+    content.pauses.begin(2.25, true);
+    content.pauses.end(2.5);
+    content.pauses.begin(81234.75, false);
     return content;
 }
 
@@ -62,6 +66,10 @@ std::vector<std::string> linesOf(const JournalContent& content) {
     lines.push_back(journalLine::pointer(*content.info.pointerKnown));
     lines.push_back(journalLine::counts({0, 0, 1}));
     lines.push_back(journalLine::counts(content.counts));
+    for (const double each : content.marks) lines.push_back(journalLine::mark(each));
+    const std::vector<Pause>& pauses = content.pauses.list();
+    lines.push_back(journalLine::pause({pauses[0].from, std::nullopt, pauses[0].isByPointer}));
+    for (const Pause& each : pauses) lines.push_back(journalLine::pause(each));
     return lines;
 }
 
@@ -86,6 +94,15 @@ std::string errorOf(const std::string& text) {
 
 TEST(JournalRecords, ReadBackWhatWasWritten) {
     EXPECT_EQ(parseJournal(joined(linesOf(written()))), written());
+}
+
+TEST(JournalRecords, APauseIsKnownByItsEndAlone) {
+    const std::string first = journalLine::pause({5, std::nullopt, true});
+    const std::string second = journalLine::pause({5, 7, true});
+    for (const std::string& text : {first + second, second, second + second, second + first}) {
+        EXPECT_EQ(parseJournal(start() + text).pauses.list(), (std::vector<Pause>{{5, 7, true}}));
+    }
+    EXPECT_TRUE(parseJournal(start() + first).pauses.isPaused());
 }
 
 TEST(JournalRecords, EveryTruncationIsReadUpToTheLastWholeLine) {

@@ -22,6 +22,54 @@ auto sampleAt(const std::vector<Sample>& track, double t) {
     return after == track.begin() ? track.end() : std::prev(after);
 }
 
+// The position that the events up to index `end` lead to, as a move at `t`; nullopt without positions. Those of presses
+// do not count, because some desktops report presses without positions.
+std::optional<RawEvent> arrivalAt(double t, const std::vector<RawEvent>& events, std::size_t begin, std::size_t end) {
+    for (std::size_t i = end; i-- > begin;) {
+        if (events[i].kind != model::PointerKind::move && events[i].kind != model::PointerKind::drag) continue;
+        return RawEvent{t, events[i].point, model::PointerKind::move, {}, {}, {}};
+    }
+    return std::nullopt;
+}
+
+// The events outside of the pauses. Between a pause's beginning and its end the pointer jumps: a move at each keeps it
+// from gliding there from the event before.
+std::vector<RawEvent> eventsOutsideOf(const Pauses& pauses, std::vector<RawEvent> events) {
+    if (pauses.list().empty()) return events;
+    sortByTime(events);
+    std::vector<RawEvent> kept;
+    std::size_t next = 0;
+    const auto isBefore = [](const RawEvent& event, double t) { return event.t < t; };
+    const auto indexOf = [&](double t) {
+        return static_cast<std::size_t>(std::lower_bound(events.begin(), events.end(), t, isBefore) - events.begin());
+    };
+    for (const Pause& pause : pauses.list()) {
+        const std::size_t first = indexOf(pause.from);
+        for (; next < first; ++next) {
+            const bool isOfThePause = pause.isByPointer && events[next].kind != model::PointerKind::move &&
+                                      events[next].t > pause.from - kStoppingSeconds;
+            if (!isOfThePause) kept.push_back(events[next]);
+        }
+        next = pause.to ? indexOf(*pause.to) : events.size();
+        if (!pause.to) break;
+        if (const auto arrival = arrivalAt(*pause.to, events, first, next)) {
+            if (const auto before = arrivalAt(pause.from, kept, 0, kept.size())) kept.push_back(*before);
+            kept.push_back(*arrival);
+        }
+    }
+    kept.insert(kept.end(), events.begin() + static_cast<std::ptrdiff_t>(next), events.end());
+    return kept;
+}
+
+// Of the states that the pauses bring to one time, the last one holds.
+template <class Item>
+void keepLastOfEachTime(std::vector<Item>& items, const Pauses& pauses) {
+    if (pauses.list().empty()) return;
+    const auto last =
+        std::unique(items.rbegin(), items.rend(), [](const Item& a, const Item& b) { return a.t == b.t; });
+    items.erase(items.begin(), last.base());
+}
+
 }  // namespace
 
 RawEvent rawEvent(const platform::PointerEvent& event) {
@@ -79,12 +127,15 @@ Point displayOriginAt(const DisplayTrack& track, double t, Point atStart) {
 }
 
 model::PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const model::Geometry& geometry,
-                                 const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
+                                 const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack,
+                                 const Pauses& pauses) {
+    const double zero = pauses.nearestMovieTime(t0);
+    const auto time = [&](double hostSeconds) { return pauses.nearestMovieTime(hostSeconds) - zero; };
     const Point atStart{geometry.displayBounds.x, geometry.displayBounds.y};
     model::Geometry now = geometry;
     model::PointerTrack track;
     const double cutoff = clickCutoff(raw.events);
-    for (const RawEvent& event : raw.events) {
+    for (const RawEvent& event : eventsOutsideOf(pauses, raw.events)) {
         if (event.kind != model::PointerKind::move && event.t > cutoff) continue;
         const Rect* frame = windowTrack ? windowFrameAt(*windowTrack, event.t) : nullptr;
         const Point origin = displayOriginAt(displayTrack, event.t, atStart);
@@ -95,11 +146,12 @@ model::PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const mo
                                                      (event.point.y - frame->minY()) * geometry.pointPixelScale};
         const Point fraction = geometry.normalized(pixel);
         track.events.push_back(
-            {event.t - t0, pixel.x, pixel.y, fraction.x, fraction.y, event.kind, event.button, event.dx, event.dy});
+            {time(event.t), pixel.x, pixel.y, fraction.x, fraction.y, event.kind, event.button, event.dx, event.dy});
     }
     sortByTime(track.events);
-    for (const RawCursorChange& change : raw.cursorChanges) track.cursorChanges.push_back({change.t - t0, change.id});
+    for (const RawCursorChange& change : raw.cursorChanges) track.cursorChanges.push_back({time(change.t), change.id});
     sortByTime(track.cursorChanges);
+    keepLastOfEachTime(track.cursorChanges, pauses);
     track.cursorImages = raw.cursorImages;
     std::sort(track.cursorImages.begin(), track.cursorImages.end(),
               [](const model::CursorImage& a, const model::CursorImage& b) { return a.id < b.id; });
@@ -107,8 +159,9 @@ model::PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const mo
         track.windowFrames.emplace();
         for (const WindowSample& sample : *windowTrack) {
             const Rect& rect = sample.rect;
-            track.windowFrames->push_back({sample.t - t0, rect.x, rect.y, rect.width, rect.height});
+            track.windowFrames->push_back({time(sample.t), rect.x, rect.y, rect.width, rect.height});
         }
+        keepLastOfEachTime(*track.windowFrames, pauses);
     }
     return track;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "capture/pauses/pauses.h"
 #include "capture/pointer/pointer_records.h"
 #include "model/capture_geometry.h"
 #include "platform/pointer_monitor.h"
@@ -27,8 +28,11 @@ Point displayOriginAt(const DisplayTrack& track, double t, Point atStart);
 
 /// Builds the document. `t0` is the host clock at the movie's time zero. With window samples, positions are relative to
 /// the window's frame at that time; otherwise to the area captured by `geometry`, on a display that moves as
-/// `displayTrack` says. `windowTrack` is nullopt when no window was recorded.
+/// `displayTrack` says. `windowTrack` is nullopt when no window was recorded. Times become movie times: what happened
+/// within a pause is left out, but what it led to (the pointer's place, the cursor's shape, the window's frame) holds
+/// from where the pause lies.
 model::PointerTrack pointerTrack(const RawPointerTrack& raw, double t0, const model::Geometry& geometry,
-                                 const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
+                                 const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {},
+                                 const Pauses& pauses = {});
 
 }  // namespace lumivastor::capture

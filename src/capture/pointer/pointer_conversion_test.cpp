@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace lumivastor::capture {
@@ -185,6 +186,64 @@ TEST(WindowFrameAt, IsTheLastSampleAtOrBeforeTheTime) {
     }
     EXPECT_EQ(windowFrameAt(track, -100)->x, 0);
     EXPECT_EQ(windowFrameAt(track, 1e9)->x, 49);
+}
+
+// 10 to 20; movie times behind it are ten seconds less.
+Pauses paused(bool isByPointer = false) {
+    Pauses pauses;
+    pauses.begin(10, isByPointer);
+    pauses.end(20);
+    return pauses;
+}
+
+RawEvent move(double t, double x) {
+    return {t, {x, 0}, model::PointerKind::move, {}, {}, {}};
+}
+RawEvent press(double t, double x) {
+    return {t, {x, 0}, model::PointerKind::down, model::PointerButton::left, {}, {}};
+}
+
+std::vector<std::pair<double, double>> placesOf(const model::PointerTrack& track) {
+    std::vector<std::pair<double, double>> places;
+    for (const model::PointerSample& each : track.events) places.emplace_back(each.t, each.px);
+    return places;
+}
+
+TEST(PausedPointer, JumpsToWhereItIsAfterwards) {
+    RawPointerTrack raw;
+    raw.events = {move(5, 1), press(12, 2), move(15, 3), move(18, 4), press(19, 4), move(25, 6), move(40, 7)};
+    const model::PointerTrack track = pointerTrack(raw, 5, {}, std::nullopt, {}, paused());
+    // It rests until the pause, instead of gliding; nothing of the pause is left but where it led.
+    EXPECT_EQ(placesOf(track), (std::vector<std::pair<double, double>>{{0, 1}, {5, 1}, {5, 4}, {10, 6}, {25, 7}}));
+    for (const model::PointerSample& each : track.events) EXPECT_EQ(each.kind, model::PointerKind::move);
+}
+
+TEST(PausedPointer, ThePressThatPausesIsNotRecorded) {
+    RawPointerTrack raw;
+    raw.events = {press(8.5, 1), press(9.5, 2), press(25, 3), move(40, 4)};
+    EXPECT_EQ(pointerTrack(raw, 0, {}, std::nullopt, {}, paused(true)).events.size(), 3U);
+    EXPECT_EQ(pointerTrack(raw, 0, {}, std::nullopt, {}, paused(false)).events.size(), 4U);
+}
+
+TEST(PausedPointer, NothingIsRecordedOfAPauseThatLasted) {
+    RawPointerTrack raw;
+    raw.events = {move(5, 1), move(12, 2), move(15, 3)};
+    Pauses pauses;
+    pauses.begin(10, false);
+    EXPECT_EQ(pointerTrack(raw, 5, {}, std::nullopt, {}, pauses).events.size(), 1U);
+}
+
+TEST(PausedPointer, ShapesAndWindowsChangeWhereThePauseLies) {
+    RawPointerTrack raw;
+    raw.events = {move(5, 1)};
+    raw.cursorChanges = {{5, "c0"}, {11, "c1"}, {19, "c2"}, {22, "c0"}};
+    const WindowTrack window = {{5, {0, 0, 10, 10}}, {12, {1, 0, 10, 10}}, {13, {2, 0, 10, 10}}, {30, {3, 0, 10, 10}}};
+    const model::PointerTrack track = pointerTrack(raw, 5, {}, window, {}, paused());
+    EXPECT_EQ(track.cursorChanges, (std::vector<model::CursorChange>{{0, "c0"}, {5, "c2"}, {7, "c0"}}));
+    ASSERT_EQ(track.windowFrames->size(), 3U);
+    EXPECT_EQ(track.windowFrames->at(1).t, 5);
+    EXPECT_EQ(track.windowFrames->at(1).x, 2);
+    EXPECT_EQ(track.windowFrames->at(2).t, 15);
 }
 
 }  // namespace

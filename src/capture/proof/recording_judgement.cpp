@@ -231,7 +231,12 @@ class Judgement {
             return add("webcam", false, "Im Film der Kamera fehlen die Bilder.");
         }
         const media::VideoExamination& video = measured_.webcam->videos.front();
-        const model::WebcamQuality webcam{video.pictures, offset + video.start, offset + video.end, video.longestGap};
+        model::WebcamQuality webcam{video.pictures, offset + video.start, offset + video.end, video.longestGap};
+        if (video.typicalInterval > 0) {
+            webcam.interval = video.typicalInterval;
+            webcam.jitter = video.intervalJitter;
+            webcam.soundTolerance = soundTolerance(video);
+        }
         quality_.webcam = webcam;
         std::string wrong;
         if (video.brokenPictures + video.undecodable > 0) {
@@ -243,6 +248,28 @@ class Judgement {
                     clockText(video.longestGapStart + offset) + ".";
         }
         add("webcam", wrong.empty(), wrong.empty() ? "Kamera: " + pictureCount(video.pictures) + "." : wrong);
+        judgeCameraSync(webcam);
+    }
+
+    // Both devices stamp on one clock, so by their stamps they agree. What remains: a moment lies anywhere within a
+    // picture's time, stamps of the camera vary, and the microphone's sound may run away from its stamps.
+    std::optional<double> soundTolerance(const media::VideoExamination& camera) const {
+        for (const model::SoundQuality& sound : quality_.sounds) {
+            if (sound.source != "microphone") continue;
+            return camera.typicalInterval / 2 + camera.intervalJitter +
+                   std::max(std::abs(sound.drift), sound.longestGap);
+        }
+        return std::nullopt;
+    }
+
+    void judgeCameraSync(const model::WebcamQuality& webcam) {
+        if (!webcam.soundTolerance) {
+            return add("cameraSync", true, "Kamera und Mikrofon: Abstand nicht messbar.");
+        }
+        add("cameraSync", true,
+            "Kamera und Mikrofon: nach den Uhren der Geräte auf ±" + commaText(*webcam.soundTolerance * 1000, 0) +
+                " ms gleich. Was die Kamera selbst verzögert, ist nicht messbar; der Versatz im Editor gleicht es "
+                "aus.");
     }
 
     std::string praise() const {

@@ -232,5 +232,27 @@ TEST(RecordingJudgement, TheCameraIsMeasuredOnTheRecordingsTime) {
     EXPECT_NEAR(quality.webcam->end, 603, 1e-9);
 }
 
+TEST(RecordingJudgement, SaysHowWellCameraAndMicrophoneAgreeByTheirClocks) {
+    const auto sentenceOf = [](const model::RecordingQuality& quality) {
+        for (const model::QualityCheck& check : quality.checks) {
+            if (check.name == "cameraSync") return check.detail;
+        }
+        return std::string();
+    };
+    Judged judged;
+    EXPECT_EQ(sentenceOf(judged.quality()), "");
+    judged.camera().typicalInterval = 1.0 / 30;
+    judged.camera().intervalJitter = 0.003;
+    for (media::SoundExamination& sound : judged.measured.movie->sounds) sound.drift = -0.01;
+    const model::RecordingQuality quality = judged.quality();
+    EXPECT_TRUE(quality.ok) << quality.summary;
+    EXPECT_EQ(sentenceOf(quality),
+              "Kamera und Mikrofon: nach den Uhren der Geräte auf ±30 ms gleich. Was die Kamera selbst verzögert, ist "
+              "nicht messbar; der Versatz im Editor gleicht es aus.");
+    EXPECT_NEAR(quality.webcam->soundTolerance.value_or(0), 0.0297, 1e-4);
+    judged.info.microphone = false;
+    EXPECT_EQ(sentenceOf(judged.quality()), "Kamera und Mikrofon: Abstand nicht messbar.");
+}
+
 }  // namespace
 }  // namespace lumivastor::capture

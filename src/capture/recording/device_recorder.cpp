@@ -11,6 +11,7 @@
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/live_video.h"
+#include "capture/pauses/sound_pieces.h"
 #include "capture/planned_info.h"
 #include "capture/recording/recovered_movie.h"
 #include "capture/recording/sound_samples.h"
@@ -99,6 +100,7 @@ void DeviceRecorder::openDevice() {
         Log::write("Device", "unterbrochen: " + reason);
         notifier_.giveUp(RecorderError("Das Gerät liefert kein Bild mehr: " + reason));
     });
+    session->onNotice([this](const std::string& sentence) { notifier_.notice(sentence); });
     session_ = std::move(session);
 }
 
@@ -204,30 +206,67 @@ bool DeviceRecorder::isMovieOpen() const {
 }
 
 bool DeviceRecorder::beginSessionIfNeeded(const MediaTime& time) {
-    const auto session = movie_.beginSessionIfNeeded(time, time.seconds());
+    const double t0Host = files_.pauses()->hostTime(time.seconds());
+    const auto session = movie_.beginSessionIfNeeded(time, t0Host);
     if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
-    const RecordingProgress begun = movie_.progress();
-    files_.note(journalLine::session(begun.t0Host, begun.t0Media));
-    Log::write("Device", formatted("Zeitbasis: Host-Uhr %.3f s", begun.t0Host));
+    files_.note(journalLine::session(t0Host, t0Host));
+    Log::write("Device", formatted("Zeitbasis: Host-Uhr %.3f s", t0Host));
     return true;
 }
 
 void DeviceRecorder::handlePicture(const platform::DeviceSample& sample) {
-    if (!sample.image || !std::isfinite(sample.hostSeconds) || !openMovieIfNeeded(*sample.image)) return;
-    const MediaTime taken = hostTime(sample.hostSeconds);
-    if (!beginSessionIfNeeded(taken)) return;
+    if (!sample.image || !std::isfinite(sample.hostSeconds)) return;
+    const auto pauses = files_.pauses();
+    const MediaTime time = hostTime(pauses->nearestMovieTime(sample.hostSeconds));
+    if (!pauses->movieTime(sample.hostSeconds)) {
+        unseen_ = {sample.image, time};
+        // It arrived late: a device that shows nothing new sends no other.
+        if (!pauses->isPaused()) takeUnseen();
+        return;
+    }
+    takeUnseen();
+    take(sample.image, time);
+}
+
+void DeviceRecorder::take(const UnseenPicture::Image& image, MediaTime taken) {
+    if (!openMovieIfNeeded(*image) || !beginSessionIfNeeded(taken)) return;
     const RecordingProgress progress = movie_.progress();
-    const MediaTime time = progress.pictureTime(taken);
+    const MediaTime time = std::max(lastPictureTime_, progress.pictureTime(taken));
     if (progress.isBeforeSession(time)) return;
-    if (!movie_.video().isReadyForMoreMediaData()) return;
-    if (movie_.video().append(fitter_->fit(sample.image), time)) movie_.pictureWritten(time);
+    if (!movie_.video().isReadyForMoreMediaData()) {
+        movie_.picturesDropped(1);
+        return;
+    }
+    if (!movie_.video().append(fitter_->fit(image), time)) return;
+    lastPictureTime_ = time;
+    movie_.pictureWritten(time);
+}
+
+// After a pause; see `Recorder`.
+void DeviceRecorder::takeUnseen() {
+    if (const auto unseen = std::exchange(unseen_, std::nullopt)) take(unseen->image, unseen->time);
+}
+
+void DeviceRecorder::pause(PauseCause cause) {
+    if (running_ && !run_.isStopped()) files_.pause(cause == PauseCause::pointer);
+}
+
+void DeviceRecorder::resume() {
+    files_.resume();
+    queue_.async([this] {
+        notifier_.guard([this] {
+            if (!isPaused()) takeUnseen();
+        });
+    });
 }
 
 // On the device's or the microphone's queue.
 void DeviceRecorder::handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || !isMovieOpen()) return;
-    const MediaTime time = hostTime(sound.hostSeconds);
-    if (beginSessionIfNeeded(time)) movie_.append(track, sound, time);
+    for (const platform::SoundBuffer& piece : piecesOutsideOf(*files_.pauses(), sound)) {
+        const MediaTime time = hostTime(piece.hostSeconds);
+        if (beginSessionIfNeeded(time)) movie_.append(track, piece, time);
+    }
 }
 
 void DeviceRecorder::check() {
@@ -245,7 +284,15 @@ SpaceNeed DeviceRecorder::spaceNeed() const {
 
 RecordingJob::Stats DeviceRecorder::snapshot() const {
     const RecordingProgress progress = movie_.progress();
-    return {progress.elapsed(services_.hostClock()), progress.framesWritten};
+    return {progress.elapsed(files_.pauses()->nearestMovieTime(services_.hostClock())), progress.framesWritten};
+}
+
+RecordingHealth DeviceRecorder::health() const {
+    if (!isMovieOpen()) return {};
+    RecordingHealth health = files_.health(spaceNeed());
+    health.seconds = snapshot().duration;
+    health.screen = movie_.health();
+    return health;
 }
 
 // Stopping
@@ -279,8 +326,11 @@ RecordingJob::Stats DeviceRecorder::finish() {
         if (noMovie_) throw RecorderError(noMovie_->message());
         throw RecorderError("Vom Gerät kam kein einziges Bild. Ist es entsperrt und hat es diesem Mac vertraut?");
     }
-    const MediaTime end = deviceEndTime(hostTime(services_.hostClock()), progress.lastPTS);
+    const std::shared_ptr<const Pauses> pauses = files_.pauses();
+    const MediaTime now = hostTime(pauses->nearestMovieTime(services_.hostClock()));
+    const MediaTime end = deviceEndTime(now, progress.lastPTS);
     RecordingOutcome outcome;
+    outcome.pauses = *pauses;
     outcome.webcamFirstPicture = files_.stopWebcam();
     SourceMovie::Content content;
     try {
@@ -290,7 +340,7 @@ RecordingJob::Stats DeviceRecorder::finish() {
         throw;
     }
     saveEmptyPointerTrack(files_.folder());
-    outcome.t0Host = outcome.t0Media = progress.t0Host;
+    outcome.t0Host = outcome.t0Media = pauses->hostTime(progress.t0Host);
     outcome.duration = content.duration;
     outcome.framesWritten = content.pictures;
     files_.complete(info(), outcome);

@@ -65,12 +65,26 @@ class DeviceRecorder final : public RecordingJob {
     /// If nothing was recorded, the completion gets the reason, and neither folder nor movies are left.
     void stop(StopCompletion completion) override;
 
+    void pause(PauseCause cause) override;
+    void resume() override;
+    bool isPaused() const override { return files_.pauses()->isPaused(); }
+
+    int mark() override { return running_ && !run_.isStopped() ? files_.mark() : 0; }
+
     Stats snapshot() const override;
+    RecordingHealth health() const override;
     const std::filesystem::path& folder() const override { return files_.folder(); }
     const std::string& deviceName() const { return device_.name; }
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }
 
   private:
+    /// The newest picture of a pause, for the time where the pause lies.
+    struct UnseenPicture {
+        using Image = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
+        Image image;
+        MediaTime time;
+    };
+
     // The steps of a start, in order; the last belongs to the main thread, the others may run on any.
     RecorderRun::Start startSteps();
     void openDevice();
@@ -82,6 +96,8 @@ class DeviceRecorder final : public RecordingJob {
 
     void handlePicture(const platform::DeviceSample& sample);
     void handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound);
+    void take(const UnseenPicture::Image& image, MediaTime time);
+    void takeUnseen();
     bool openMovieIfNeeded(const imaging::BgraPremultipliedBuffer& firstPicture);
     void openMovie();
     bool isMovieOpen() const;
@@ -109,6 +125,8 @@ class DeviceRecorder final : public RecordingJob {
     bool hasDeviceAudio_ = false;
     PixelSize size_;
     std::optional<PictureFitter> fitter_;                 // the device queue's
+    std::optional<UnseenPicture> unseen_;                 // the device queue's; delivered in a pause
+    MediaTime lastPictureTime_;                           // the device queue's
     std::optional<media::EncoderChoice> expectedChoice_;  // for the format that the device reported; set before it runs
     PixelSize expectedSize_;
 

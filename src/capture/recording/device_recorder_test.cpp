@@ -93,6 +93,33 @@ TEST_F(DeviceRecorders, ADeviceBecomesARecordingLikeAnyOther) {
     EXPECT_FALSE(exists("journal"));
 }
 
+TEST_F(DeviceRecorders, APauseIsLeftOutAndEndsWithWhatTheDeviceShows) {
+    useCamera();
+    start();
+    emit(1000);
+    loop_.advance(2);
+    recorder_->pause(RecordingJob::PauseCause::other);
+    device_->emitPicture(1002.5, picture(160, 120, 220));
+    loop_.advance(3);
+    EXPECT_EQ(recorder_->snapshot(), (DeviceRecorder::Stats{2, 1}));
+    // The device shows nothing new, so nothing else tells that the pause is over.
+    recorder_->resume();
+    ASSERT_TRUE(loop_.runUntil([&] { return recorder_->snapshot().framesWritten == 2; }));
+    // This one was taken in the pause, and comes late.
+    device_->emitPicture(1004.99, picture(160, 120, 120));
+    ASSERT_TRUE(loop_.runUntil([&] { return recorder_->snapshot().framesWritten == 3; }));
+    loop_.advance(1);
+    emit(1006);
+    loop_.advance(1);
+    recorder_->pause(RecordingJob::PauseCause::other);
+    loop_.advance(100);
+    EXPECT_NEAR(statsOf(stopped()).duration, 4, 1e-6);
+    const media::Asset movie(folder_ / "source.mov");
+    EXPECT_NEAR(movie.duration().seconds(), 4, 0.02);
+    EXPECT_EQ(movie.tracks().at(0).sampleCount, 4);
+    EXPECT_EQ(model::CaptureInfo::load(folder_).t0HostClock, 1000);
+}
+
 TEST_F(DeviceRecorders, TheMovieLastsUntilTheStopAlthoughNothingNewCame) {
     start();
     emit(1000);

@@ -177,7 +177,8 @@ void PointerRecorder::writePicture(const std::string& id, const imaging::BgraPre
 }
 
 std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t0, const model::Geometry& geometry,
-                                   const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack) {
+                                   const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack,
+                                   const Pauses& pauses) {
     RawPointerTrack raw;
     std::map<std::string, imaging::BgraPremultipliedBuffer> pictures;
     {
@@ -188,14 +189,14 @@ std::int64_t PointerRecorder::save(const std::filesystem::path& folder, double t
         pictures = std::move(unwrittenPictures_);
     }
     for (const auto& [id, picture] : pictures) writeCursor(folder, id, picture);
-    return savePointerTrack(folder, raw, t0, geometry, windowTrack, displayTrack);
+    return savePointerTrack(folder, raw, t0, geometry, windowTrack, displayTrack, pauses);
 }
 
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
                               const model::Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
-                              const DisplayTrack& displayTrack) {
+                              const DisplayTrack& displayTrack, const Pauses& pauses) {
     makeCursorFolder(folder);
-    const model::PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack, displayTrack);
+    const model::PointerTrack track = pointerTrack(raw, t0, geometry, windowTrack, displayTrack, pauses);
     syncCursors(folder, track);
     track.save(folder);
     Log::write("Pointer", "gesichert: " + std::to_string(track.events.size()) + " Ereignisse, " +

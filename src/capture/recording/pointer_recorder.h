@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "capture/capture_services.h"
+#include "capture/pauses/pauses.h"
 #include "capture/pointer/pointer_records.h"
 #include "model/capture_geometry.h"
 #include "model/capture_info.h"
@@ -43,7 +44,8 @@ class PointerRecorder {
     /// time zero; `windowTrack` is nullopt unless a window is recorded, `displayTrack` empty unless the display moved.
     /// Returns the number of samples saved. Throws `RecorderError`. Any thread, after `stop`.
     std::int64_t save(const std::filesystem::path& folder, double t0, const model::Geometry& geometry,
-                      const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {});
+                      const std::optional<WindowTrack>& windowTrack, const DisplayTrack& displayTrack = {},
+                      const Pauses& pauses = {});
 
     /// What is known of the pointer; nullopt when everything is. Any thread, after `start`.
     std::optional<model::KnownPointer> known() const { return known_; }
@@ -87,6 +89,6 @@ class PointerRecorder {
 /// Writes "pointer.json" from data that was collected here or by an ended process. Returns the number of samples saved.
 std::int64_t savePointerTrack(const std::filesystem::path& folder, const RawPointerTrack& raw, double t0,
                               const model::Geometry& geometry, const std::optional<WindowTrack>& windowTrack,
-                              const DisplayTrack& displayTrack);
+                              const DisplayTrack& displayTrack, const Pauses& pauses = {});
 
 }  // namespace lumivastor::capture

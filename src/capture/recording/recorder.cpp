@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "capture/recording/recorder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -13,6 +14,7 @@
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/live_video.h"
+#include "capture/pauses/sound_pieces.h"
 #include "capture/planned_info.h"
 #include "capture/pointer/pointer_conversion.h"
 #include "capture/recording/decimal_text.h"
@@ -210,33 +212,53 @@ bool Recorder::beginSessionIfNeeded(const MediaTime& time) {
     const auto session = movie_.beginSessionIfNeeded(time, services_.hostClock());
     if (session != RecordingProgress::Session::begun) return session == RecordingProgress::Session::running;
     const RecordingProgress begun = movie_.progress();
-    files_.note(journalLine::session(begun.t0Host, begun.t0Media));
-    Log::write("Capture", formatted("Zeitbasis: Host-Uhr %.3f s, Medienzeit %.3f s, Abstand %.1f ms", begun.t0Host,
-                                    begun.t0Media, (begun.t0Media - begun.t0Host) * 1000));
+    const double t0Host = files_.pauses()->hostTime(begun.t0Host);
+    files_.note(journalLine::session(t0Host, begun.t0Media));
+    Log::write("Capture", formatted("Zeitbasis: Host-Uhr %.3f s, Medienzeit %.3f s, Abstand %.1f ms", t0Host,
+                                    begun.t0Media, (begun.t0Media - t0Host) * 1000));
     return true;
 }
 
 void Recorder::handleScreen(const platform::ScreenSample& sample) {
     const std::uint64_t number = sample.image ? damage_.delivered(sample.damage) : 0;
     if (!std::isfinite(sample.hostSeconds)) return;
-    const MediaTime time = hostTime(sample.hostSeconds);
+    const auto pauses = files_.pauses();
+    const MediaTime time = hostTime(pauses->nearestMovieTime(sample.hostSeconds));
+    const bool isNew = isNewPicture(sample.status, sample.image != nullptr);
     appendWaiting(time);
-    if (!isNewPicture(sample.status, sample.image != nullptr)) {
-        movie_.pictureSkipped();
+    if (!pauses->movieTime(sample.hostSeconds)) {
+        if (isNew) unseen_ = {sample.image, time, number};
         return;
     }
-    if (!beginSessionIfNeeded(time)) return;
+    takeUnseen();
+    if (isNew) {
+        take({sample.image, time, number});
+    } else {
+        movie_.pictureSkipped();
+    }
+}
+
+void Recorder::take(const WaitingPicture::Picture& picture) {
+    if (!beginSessionIfNeeded(picture.time)) return;
     const RecordingProgress progress = movie_.progress();
-    if (progress.isBeforeSession(time)) {
-        waiting_.keepForStart(sample.image, hostTime(progress.t0Host), number);
+    if (progress.isBeforeSession(picture.time)) {
+        waiting_.keepForStart(picture.image, hostTime(progress.t0Host), picture.number);
         return;
     }
     if (!movie_.video().isReadyForMoreMediaData()) {
-        movie_.picturesDropped(waiting_.keep(sample.image, time, number));
+        movie_.picturesDropped(waiting_.keep(picture.image, picture.time, picture.number));
         return;
     }
     movie_.picturesDropped(waiting_.giveUp());
-    append({sample.image, time, number});
+    append(picture);
+}
+
+// After a pause. What the screen came to show meanwhile may stay for long; the picture from before must not.
+void Recorder::takeUnseen() {
+    const auto unseen = std::exchange(unseen_, std::nullopt);
+    if (!unseen) return;
+    // The stream has taken a newer picture if this one is gone. That one will arrive soon.
+    if (const auto image = unseen->image.lock()) take({image, unseen->time, unseen->number});
 }
 
 // On every sample, also idle ones, which a still screen delivers at each tick.
@@ -265,17 +287,19 @@ void Recorder::appendRest() {
 
 // A still screen delivers the same picture repeatedly; storing a repeat costs the writer almost nothing.
 void Recorder::append(const WaitingPicture::Picture& picture) {
+    // A stream may tell a time that is yet to come. If a pause begins before it, the next picture's is earlier.
+    const MediaTime time = lastPictureTime_ = std::max(lastPictureTime_, picture.time);
     const bool isRepeat = picture.image == lastPicture_;
     lastPicture_ = picture.image;
     media::VideoWriterInput& video = movie_.video();
     imaging::KnownDamage damage = damage_.appended(picture.number);
     bool isTaken = false;
     if (isRepeat) {
-        isTaken = video.appendRepeat(picture.time);
+        isTaken = video.appendRepeat(time);
     } else {
         auto fitted = fittedPicture(picture.image, plan_->width(), plan_->height());
         if (fitted != picture.image) damage.reset();
-        isTaken = video.append(std::move(fitted), picture.time, std::move(damage));
+        isTaken = video.append(std::move(fitted), time, std::move(damage));
     }
     if (!isTaken) {
         const RecorderError error = movie_.refusal();
@@ -283,13 +307,19 @@ void Recorder::append(const WaitingPicture::Picture& picture) {
         notifier_.giveUp(error);
         return;
     }
-    movie_.pictureWritten(picture.time);
+    movie_.pictureWritten(time);
 }
 
 void Recorder::handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || sound.sampleRate != plan_->configuration.sampleRate) return;
-    const MediaTime time = hostTime(sound.hostSeconds);
-    if (beginSessionIfNeeded(time)) movie_.append(track, sound, time);
+    for (const platform::SoundBuffer& piece : piecesOutsideOf(*files_.pauses(), sound)) {
+        const MediaTime time = hostTime(piece.hostSeconds);
+        if (beginSessionIfNeeded(time)) movie_.append(track, piece, time);
+    }
+}
+
+void Recorder::pause(PauseCause cause) {
+    if (stream_ && !run_.isStopped()) files_.pause(cause == PauseCause::pointer);
 }
 
 void Recorder::check() {
@@ -311,8 +341,17 @@ SpaceNeed Recorder::spaceNeed() const {
 RecordingJob::Stats Recorder::snapshot() const {
     const std::int64_t events = pointer_->eventCount();
     const RecordingProgress progress = movie_.progress();
-    return {progress.elapsed(services_.hostClock()), progress.framesWritten, progress.framesSkippedIdle,
-            progress.framesDropped, events};
+    const double now = files_.pauses()->nearestMovieTime(services_.hostClock());
+    return {progress.elapsed(now), progress.framesWritten, progress.framesSkippedIdle, progress.framesDropped, events};
+}
+
+RecordingHealth Recorder::health() const {
+    RecordingHealth health = files_.health(spaceNeed());
+    health.seconds = snapshot().duration;
+    health.fps = options_.fps;
+    health.screen = movie_.health();
+    health.missed = stream_ ? stream_->picturesMissed() : 0;
+    return health;
 }
 
 // Stopping
@@ -343,6 +382,8 @@ void Recorder::stopCapture() {
 
 RecordingJob::Stats Recorder::finish() {
     stopCapture();
+    const std::shared_ptr<const Pauses> pauses = files_.pauses();
+    if (!pauses->isPaused()) takeUnseen();
     appendRest();
     lastPicture_.reset();
     const RecordingProgress progress = movie_.progress();
@@ -370,13 +411,14 @@ RecordingJob::Stats Recorder::finish() {
         const std::lock_guard hold(lock_);
         displayTrack = displayTrack_;
     }
-    outcome.t0Host = progress.t0Host;
+    outcome.t0Host = pauses->hostTime(progress.t0Host);
     outcome.t0Media = progress.t0Media;
     outcome.duration = content.duration;
     outcome.framesWritten = content.pictures;
     outcome.counts = counts();
+    outcome.pauses = *pauses;
     outcome.pointerEvents =
-        pointer_->save(files_.folder(), progress.t0Host, plan_->geometry, windowTrack, displayTrack);
+        pointer_->save(files_.folder(), outcome.t0Host, plan_->geometry, windowTrack, displayTrack, *pauses);
     model::CaptureInfo info = plannedInfo(*plan_, options_);
     info.pointerKnown = pointer_->known();
     files_.complete(info, outcome);

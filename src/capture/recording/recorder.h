@@ -53,11 +53,25 @@ class Recorder final : public RecordingJob {
     /// completion still gets `Stats`.
     void stop(StopCompletion completion) override;
 
+    void pause(PauseCause cause) override;
+    void resume() override { files_.resume(); }
+    bool isPaused() const override { return files_.pauses()->isPaused(); }
+
+    int mark() override { return stream_ && !run_.isStopped() ? files_.mark() : 0; }
+
     Stats snapshot() const override;
+    RecordingHealth health() const override;
     const std::filesystem::path& folder() const override { return files_.folder(); }
     std::shared_ptr<WebcamPreview> webcamPreviewLayer() const override { return files_.webcamPreviewLayer(); }
 
   private:
+    /// The newest picture of a pause, for the time where the pause lies. Like a waiting one it is not owned.
+    struct UnseenPicture {
+        std::weak_ptr<const imaging::BgraPremultipliedBuffer> image;
+        MediaTime time;
+        std::uint64_t number = 0;
+    };
+
     // The steps of a start, in order. Steps that wait for devices or encoders may run on any thread.
     RecorderRun::Start startSteps();
     void prepare();
@@ -73,6 +87,8 @@ class Recorder final : public RecordingJob {
     void handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound);
     void handleDisplayOrigin(double hostSeconds, Point pixels);
     bool beginSessionIfNeeded(const MediaTime& time);
+    void take(const WaitingPicture::Picture& picture);
+    void takeUnseen();
     void appendWaiting(const MediaTime& now);
     void appendRest();
     void append(const WaitingPicture::Picture& picture);
@@ -99,9 +115,11 @@ class Recorder final : public RecordingJob {
     DisplayTrack displayTrack_;  // guarded by lock_
 
     SourceMovie movie_;
-    WaitingPicture::Image lastPicture_;  // the video queue's
-    WaitingPicture waiting_;             // the video queue's
-    AppendedDamage damage_;              // the video queue's
+    WaitingPicture::Image lastPicture_;    // the video queue's
+    WaitingPicture waiting_;               // the video queue's
+    std::optional<UnseenPicture> unseen_;  // the video queue's; delivered in a pause
+    MediaTime lastPictureTime_;            // the video queue's
+    AppendedDamage damage_;                // the video queue's
     std::unique_ptr<platform::CaptureStream> stream_;
 
     // The queues end before what their work uses.

@@ -149,6 +149,14 @@ TEST_F(RecorderSamples, PicturesThatTheWriterHasNoRoomForAreCounted) {
     startLarge();
     // Until the queue is full and one waits that another replaces.
     const int sent = emitUntilOneIsDropped();
+    desktop_.setPicturesMissed(3);
+    const RecordingHealth health = recorder_->health();
+    EXPECT_EQ(health.screen.lost, 1);
+    EXPECT_EQ(health.screen.diskWaits, 0);
+    EXPECT_EQ(health.missed, 3);
+    EXPECT_EQ(health.fps, options_.fps);
+    EXPECT_GT(health.bytes, 0U);
+    EXPECT_LT(health.usableBytes, freeSpace_->available);
     const Recorder::Stats stats = statsOf(stopped());
     EXPECT_EQ(stats.framesDropped, 1);
     EXPECT_EQ(stats.framesWritten, sent - 1);

@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/formatted.h"
 #include "base/log.h"
 #include "capture/journal/journal_records.h"
 #include "capture/recordings_root.h"
@@ -29,21 +30,54 @@ void RecordingFiles::beginJournal(const model::CaptureInfo& planned, const model
         firstPicture = webcamFirstPicture_;
     }
     if (firstPicture) note(journalLine::webcam(*firstPicture));
+    // One that begins or ends meanwhile is written twice, which changes nothing.
+    for (const Pause& each : pauses()->list()) note(journalLine::pause(each));
 }
 
 // On the webcam's thread. The journal may begin later.
 void RecordingFiles::noteWebcam(double firstPicture) {
-    bool hasJournal = false;
     {
         const std::lock_guard hold(lock_);
         webcamFirstPicture_ = firstPicture;
-        hasJournal = journal_ != nullptr;
+        if (!journal_) return;
     }
-    if (hasJournal) note(journalLine::webcam(firstPicture));
+    note(journalLine::webcam(firstPicture));
+}
+
+void RecordingFiles::pause(bool isByPointer) {
+    if (!pauseClock_.pause(isByPointer)) return;
+    notifier_.log("Pause");
+    notePause();
+}
+
+void RecordingFiles::resume() {
+    if (!pauseClock_.resume()) return;
+    const Pause& ended = pauses()->list().back();
+    notifier_.log(formatted("weiter nach %.3f s Pause", *ended.to - ended.from));
+    notePause();
+}
+
+// The journal may begin later.
+bool RecordingFiles::hasJournal() {
+    const std::lock_guard hold(lock_);
+    return journal_ != nullptr;
+}
+
+void RecordingFiles::notePause() {
+    if (hasJournal()) note(journalLine::pause(pauses()->list().back()));
+}
+
+// Before the first picture of a device there is nothing to mark.
+int RecordingFiles::mark() {
+    if (hasJournal()) {
+        marks_.push_back(services_.hostClock());
+        note(journalLine::mark(marks_.back()));
+    }
+    return static_cast<int>(marks_.size());
 }
 
 void RecordingFiles::startWebcam() {
-    auto webcam = std::make_unique<WebcamRecorder>(services_);
+    auto webcam = std::make_unique<WebcamRecorder>(services_, pauseClock_);
     webcam->onFirstPicture = [this](double seconds) { noteWebcam(seconds); };
     webcam->onNotice = [this](const std::string& sentence) { notifier_.notice(sentence); };
     try {
@@ -61,6 +95,21 @@ std::shared_ptr<WebcamPreview> RecordingFiles::webcamPreviewLayer() const {
 
 std::optional<double> RecordingFiles::stopWebcam() {
     return webcam_ ? webcam_->stop() : std::nullopt;
+}
+
+RecordingHealth RecordingFiles::health(const SpaceNeed& need) const {
+    RecordingHealth health;
+    if (webcam_) health.webcam = webcam_->health();
+    for (const char* name : {"source.mov", "webcam.mov"}) {
+        std::error_code error;
+        const auto size = std::filesystem::file_size(folder_ / name, error);
+        if (!error) health.bytes += size;
+    }
+    if (const auto space = services_.freeSpace(folder_)) {
+        const std::uint64_t reserve = requiredSpace(need, space->capacity);
+        health.usableBytes = space->available > reserve ? space->available - reserve : 0;
+    }
+    return health;
 }
 
 void RecordingFiles::discardWebcam() {
@@ -84,6 +133,7 @@ void RecordingFiles::watch(const SourceMovie& movie, const SpaceNeed& need) {
 }
 
 void RecordingFiles::complete(const model::CaptureInfo& planned, const RecordingOutcome& outcome) {
+    saveMarks(folder_, marks_, outcome);
     saveCaptureInfo(folder_, planned, outcome);
     journal_->remove();
 }

@@ -11,6 +11,7 @@
 
 #include "base/recorder_error.h"
 #include "capture/recording/webcam_preview.h"
+#include "capture/recording_health.h"
 
 namespace lumivastor::capture {
 
@@ -54,12 +55,27 @@ class RecordingJob {
     /// folder then.
     virtual void start(StartCompletion completion) = 0;
 
+    /// What leads to a pause. A press of a pointer button is left out of the recording, like one that stops it.
+    enum class PauseCause { pointer, other };
+    /// From now on nothing is recorded, until `resume`: in the movie, and in all times of the documents, what comes
+    /// after it follows at once what was before. Devices stay open. No effect unless the recording runs.
+    virtual void pause(PauseCause cause) = 0;
+    /// Goes on, with the picture that the source shows now. No effect unless paused.
+    virtual void resume() = 0;
+    virtual bool isPaused() const = 0;
+
+    /// Marks this moment for the editor; in a pause, the moment at which it began. Returns how many marks there are. No
+    /// effect unless the recording runs.
+    virtual int mark() = 0;
+
     /// Finishes the movie and writes the documents, in the background. A second call does nothing. The completion is
     /// called even if the job is destroyed meanwhile.
     virtual void stop(StopCompletion completion) = 0;
 
-    /// Figures for the display while recording. Any thread.
+    /// Figures for the display while recording; the duration stands still in a pause. Any thread.
     virtual Stats snapshot() const = 0;
+    /// What the recording may lose at the moment. While it runs; main thread.
+    virtual RecordingHealth health() const = 0;
 
     virtual const std::filesystem::path& folder() const = 0;
     /// The live picture of the webcam; null when none is recorded.

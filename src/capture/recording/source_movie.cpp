@@ -75,6 +75,11 @@ RecordingProgress SourceMovie::progress() const {
     return progress_;
 }
 
+RecordingHealth::Movie SourceMovie::health() const {
+    const RecordingProgress counted = progress();
+    return {counted.framesWritten, counted.framesDropped, writer_ ? writer_->diskWaits() : 0};
+}
+
 bool SourceMovie::hasFailed() const {
     return writer_ && writer_->status() == media::AssetWriter::Status::failed;
 }

@@ -11,6 +11,7 @@
 #include "base/media_time.h"
 #include "base/recorder_error.h"
 #include "capture/recording/recorder_notifier.h"
+#include "capture/recording_health.h"
 #include "capture/recording_progress.h"
 #include "media/writing/asset_writer.h"
 #include "platform/sound_buffer.h"
@@ -51,6 +52,8 @@ class SourceMovie {
     void pictureSkipped();
     void picturesDropped(std::int64_t count);
     RecordingProgress progress() const;
+    /// The counters for `RecordingHealth`.
+    RecordingHealth::Movie health() const;
 
     bool hasFailed() const;
     /// The writer's error; nullopt without an error or a writer.

@@ -37,7 +37,8 @@ PixelSize chooseCaptureSize(platform::CaptureSession& session) {
     return session.activeFormat();
 }
 
-WebcamRecorder::WebcamRecorder(const RecordingServices& services) : services_(services) {}
+WebcamRecorder::WebcamRecorder(const RecordingServices& services, const PauseClock& pauses)
+    : services_(services), pauses_(pauses) {}
 
 WebcamRecorder::~WebcamRecorder() {
     stopSession();
@@ -94,12 +95,21 @@ void WebcamRecorder::guarded(const std::function<void()>& step) {
 void WebcamRecorder::captureOutput(const platform::DeviceSample& sample) {
     if (input_ == nullptr || !sample.image || !std::isfinite(sample.hostSeconds)) return;
     const auto picture = fitter_->fit(sample.image);
-    const MediaTime time = hostTime(sample.hostSeconds);
+    const auto movieSeconds = pauses_.pauses()->movieTime(sample.hostSeconds);
+    if (!movieSeconds) {
+        previewLayer_->show(picture);
+        return;
+    }
+    const MediaTime time = hostTime(*movieSeconds);
+    const bool isNew = change_.isNew(*picture, sample.hostSeconds);
     bool isFirst = false;
     {
         const std::lock_guard hold(lock_);
+        ++delivered_;
+        if (isNew) ++changed_;
         if (!firstPTS_) {
             firstPTS_ = time;
+            firstHost_ = hostTime(sample.hostSeconds).seconds();
             writer_->startSession(time);
             isFirst = true;
         }
@@ -107,14 +117,13 @@ void WebcamRecorder::captureOutput(const platform::DeviceSample& sample) {
         if (time < *firstPTS_) return;
     }
     if (isFirst) {
-        Log::write("Webcam", formatted("erstes Bild bei Host-Uhr %.3f s", time.seconds()));
-        if (onFirstPicture) onFirstPicture(time.seconds());
+        Log::write("Webcam", formatted("erstes Bild bei Host-Uhr %.3f s", firstHost_));
+        if (onFirstPicture) onFirstPicture(firstHost_);
     }
     previewLayer_->show(picture);
-    if (!input_->isReadyForMoreMediaData()) return;
-    if (!input_->append(picture, time)) return;
+    const bool isTaken = input_->isReadyForMoreMediaData() && input_->append(picture, time);
     const std::lock_guard hold(lock_);
-    ++frames_;
+    ++(isTaken ? frames_ : lost_);
 }
 
 void WebcamRecorder::stopSession() {
@@ -132,14 +141,14 @@ void WebcamRecorder::stopSession() {
 
 std::optional<double> WebcamRecorder::stop() {
     stopSession();
-    std::optional<MediaTime> firstPTS;
+    bool hasPicture = false;
     std::int64_t frames = 0;
     {
         const std::lock_guard hold(lock_);
-        firstPTS = firstPTS_;
+        hasPicture = firstPTS_.has_value();
         frames = frames_;
     }
-    if (!writer_ || !firstPTS) {
+    if (!writer_ || !hasPicture) {
         if (writer_) writer_->cancelWriting();
         Log::write("Webcam", "beendet ohne ein einziges Bild");
         return std::nullopt;
@@ -151,12 +160,17 @@ std::optional<double> WebcamRecorder::stop() {
     }
     Log::write("Webcam", formatted("fertig: %lld Bilder, Status %d", static_cast<long long>(frames),
                                    static_cast<int>(writer_->status())));
-    return frames > 0 ? std::optional(firstPTS->seconds()) : std::nullopt;
+    return frames > 0 ? std::optional(firstHost_) : std::nullopt;
 }
 
 std::int64_t WebcamRecorder::framesWritten() const {
     const std::lock_guard hold(lock_);
     return frames_;
+}
+
+RecordingHealth::Webcam WebcamRecorder::health() const {
+    const std::lock_guard hold(lock_);
+    return {{frames_, lost_, writer_ ? writer_->diskWaits() : 0}, delivered_, changed_};
 }
 
 // The pictures of the movie, 0 without a movie. What a failed writer has written is kept.

@@ -13,8 +13,11 @@
 #include "base/pixel_size.h"
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
+#include "capture/pauses/pause_clock.h"
 #include "capture/recording/fitted_picture.h"
+#include "capture/recording/picture_change.h"
 #include "capture/recording/webcam_preview.h"
+#include "capture/recording_health.h"
 #include "media/writing/asset_writer.h"
 
 namespace lumivastor::capture {
@@ -28,8 +31,8 @@ PixelSize chooseCaptureSize(platform::CaptureSession& session);
 /// a camera may take seconds, so do not use the main thread.
 class WebcamRecorder {
   public:
-    /// Does not open a camera.
-    explicit WebcamRecorder(const RecordingServices& services);
+    /// Does not open a camera. What `pauses` leaves out is not recorded; it outlives this.
+    WebcamRecorder(const RecordingServices& services, const PauseClock& pauses);
     /// Stops the camera if `stop` did not; the file then stays as it is.
     ~WebcamRecorder();
     WebcamRecorder(const WebcamRecorder&) = delete;
@@ -50,6 +53,9 @@ class WebcamRecorder {
     /// The number of pictures that the writer has accepted; after `stop` those in the movie. Any thread.
     std::int64_t framesWritten() const;
 
+    /// What was counted so far. Any thread.
+    RecordingHealth::Webcam health() const;
+
     /// Null before `start`.
     std::shared_ptr<WebcamPreview> previewLayer() const { return previewLayer_; }
 
@@ -61,6 +67,7 @@ class WebcamRecorder {
     std::int64_t finish(std::int64_t frames);
 
     const RecordingServices services_;
+    const PauseClock& pauses_;
     SerialQueue queue_{"lumivastor.webcam"};
     /// Starting a camera takes a moment, so it runs in the background.
     SerialQueue sessionQueue_{"webcam.session"};
@@ -70,8 +77,13 @@ class WebcamRecorder {
     std::atomic<bool> hasFailed_ = false;
 
     mutable std::mutex lock_;
-    std::optional<MediaTime> firstPTS_;  // guarded by lock_
+    std::optional<MediaTime> firstPTS_;  // guarded by lock_; movie time
     std::int64_t frames_ = 0;            // guarded by lock_
+    double firstHost_ = 0;               // the queue's, then `stop`'s; the host time of that first picture
+    std::int64_t delivered_ = 0;         // guarded by lock_
+    std::int64_t lost_ = 0;              // guarded by lock_
+    std::int64_t changed_ = 0;           // guarded by lock_
+    PictureChange change_;               // the queue's
 
     std::shared_ptr<WebcamPreview> previewLayer_;
     std::unique_ptr<media::AssetWriter> writer_;

@@ -51,7 +51,8 @@ class WebcamRecorders : public RecorderRig {
 
     std::shared_ptr<synthetic::SyntheticDevice> camera_ =
         std::make_shared<synthetic::SyntheticDevice>(platform::CaptureDevice{"cam", "Kamera", false, 0});
-    std::unique_ptr<WebcamRecorder> recorder_ = std::make_unique<WebcamRecorder>(services_);
+    PauseClock pauses_{services_.hostClock};
+    std::unique_ptr<WebcamRecorder> recorder_ = std::make_unique<WebcamRecorder>(services_, pauses_);
 };
 
 TEST_F(WebcamRecorders, TellsWhenItsFirstPictureWasTaken) {
@@ -173,6 +174,20 @@ TEST_F(WebcamRecorders, CountsThePicturesThatAreInItsMovie) {
     EXPECT_EQ(media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0).sampleCount, kPictures);
     EXPECT_EQ(log().back(), "[Webcam] fertig: 5 Bilder, Status 2");
     EXPECT_EQ(log().size(), 3u) << "nothing to say about the count";
+}
+
+TEST_F(WebcamRecorders, CountsWhichPicturesAreNew) {
+    EXPECT_EQ(recorder_->health(), RecordingHealth::Webcam{});
+    start();
+    for (const auto& [seconds, grey] : {std::pair{7.0, 10}, {7.2, 20}, {7.5, 20}, {8.0, 20}, {8.5, 30}}) {
+        const auto image = picture(640, 480, grey);
+        ASSERT_TRUE(camera_->emitPicture(seconds, image));
+        ASSERT_TRUE(loop_.runUntil([&] { return recorder_->previewLayer()->latest() == image; }));
+    }
+    EXPECT_TRUE(await(10, [this] { return recorder_->framesWritten() == kPictures; }));
+    // The first, the one at 7.5 s, and the last; that at 7.2 s is not compared.
+    EXPECT_EQ(recorder_->health(), (RecordingHealth::Webcam{{kPictures, 0, 0}, 5, 3}));
+    recorder_->stop();
 }
 
 TEST_F(WebcamRecorders, CountsWhatAWriterThatFailedHasLeft) {

@@ -85,7 +85,8 @@ std::int64_t writePointerTrack(const std::filesystem::path& folder, const Journa
     }
     std::optional<WindowTrack> windowTrack;
     if (journal.info.sourceKind == "window") windowTrack = journal.windowTrack;
-    return savePointerTrack(folder, journal.pointer, t0, journal.geometry, windowTrack, journal.displayTrack);
+    return savePointerTrack(folder, journal.pointer, t0, journal.geometry, windowTrack, journal.displayTrack,
+                            journal.pauses);
 }
 
 }  // namespace
@@ -116,8 +117,10 @@ Recovery recoverRecording(const std::filesystem::path& folder) {
     outcome.duration = movie.lastPicture;
     outcome.framesWritten = movie.pictures;
     outcome.counts = journal.counts;
+    outcome.pauses = journal.pauses;
     outcome.webcamFirstPicture = recoverWebcam(folder, journal);
     outcome.pointerEvents = writePointerTrack(folder, journal, outcome.t0Host);
+    saveMarks(folder, journal.marks, outcome);
     saveCaptureInfo(folder, journal.info, outcome);
     std::filesystem::remove(*journalFile, ignored);
     Log::write("Capture", "vervollständigt: " + folder.string());

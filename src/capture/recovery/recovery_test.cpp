@@ -11,6 +11,7 @@
 #include "media/reading/asset.h"
 #include "media/writing/asset_writer.h"
 #include "model/capture_info.h"
+#include "model/marks.h"
 #include "model/pointer_track.h"
 #include "support/recorder_rig.h"
 
@@ -181,6 +182,44 @@ TEST_F(Recoveries, TheWebcamComesBack) {
     EXPECT_EQ(info.webcamFile, "webcam.mov");
     EXPECT_EQ(info.webcamOffset, 0.5);
     EXPECT_FALSE(media::Asset(folder_ / "webcam.mov").isFragmented());
+}
+
+TEST_F(Recoveries, APauseIsLeftOutAsAStopWouldHaveLeftItOut) {
+    for (const bool isWithin : {false, true}) {
+        std::filesystem::remove_all(folder_);
+        double began = 0;
+        {
+            Recorder recorder(services_, options_, folder_);
+            recorder.start();
+            began = loop_.now();
+            record(1, 320, 240);
+            recorder.pause(RecordingJob::PauseCause::other);
+            loop_.advance(30);
+            desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {90, 30}, 0, 0});
+            loop_.advance(1);
+            recorder.resume();
+            EXPECT_EQ(recorder.mark(), 1);
+            record(4, 320, 240);
+            desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {40, 30}, 0, 0});
+            loop_.advance(0.5);
+            if (isWithin) recorder.pause(RecordingJob::PauseCause::other);
+            loop_.advance(30);
+            desktop_.emitPointer({platform::PointerEventType::mouseMoved, loop_.now(), {50, 30}, 0, 0});
+            EXPECT_TRUE(waitForPictures("source.mov", 6));
+        }
+        const Recovery recovery = recoverRecording(folder_);
+        const model::CaptureInfo info = model::CaptureInfo::load(folder_);
+        EXPECT_EQ(info.t0HostClock, began);
+        EXPECT_NEAR(info.duration, static_cast<double>(info.framesWritten - 1) / 2, 0.001) << "no time of the pause";
+        EXPECT_GE(recovery.stats.framesWritten, 6);
+        const model::PointerTrack track = model::PointerTrack::load(folder_);
+        ASSERT_EQ(track.events.size(), isWithin ? 4U : 5U);
+        EXPECT_EQ(track.events[1].t, 1);
+        EXPECT_EQ(track.events[2].t, 1);
+        EXPECT_EQ(track.events[2].px, 90);
+        EXPECT_EQ(track.events[3].t, 5);
+        EXPECT_EQ(model::Marks::timesIn(folder_), std::vector<double>{1});
+    }
 }
 
 TEST_F(Recoveries, ADevicesRecordingComesBack) {

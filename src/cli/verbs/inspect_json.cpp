@@ -125,6 +125,14 @@ void writeInspection(const edit::Composition& composition, const InspectOptions&
         numberField(writer, "py", click.py);
         writer.endObject();
     });
+    if (const std::vector<double>& marks = composition.recording().marks; !marks.empty()) {
+        listField(writer, "marks", marks, [&](double t) {
+            writer.beginObject();
+            numberField(writer, "t", t);
+            if (const auto output = edit::outputTime(state->keptSegments, t)) numberField(writer, "output", *output);
+            writer.endObject();
+        });
+    }
     listField(writer, "samples", options.sampleTimes,
               [&](double t) { writeSample(writer, *state, composition.track(), t); });
     listField(writer, "outputTimes", options.outputTimes, [&](double t) {

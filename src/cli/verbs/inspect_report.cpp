@@ -68,6 +68,13 @@ void printOverview(const edit::Composition& composition, const edit::EditState& 
             : info.knowsPositions() ? "; Klicks sind nicht bekannt"
                                     : "; wo sie war, ist nicht bekannt")
         << "\n";
+    const std::vector<double>& marks = composition.recording().marks;
+    if (marks.empty()) return;
+    out << "Marken      ";
+    for (const double t : marks) {
+        out << " " << clockTime(t) << (edit::outputTime(state.keptSegments, t) ? "" : " (nicht im Video)");
+    }
+    out << "\n";
 }
 
 void printLayout(const edit::StudioLayout& layout, std::ostream& out) {

@@ -25,7 +25,9 @@ constexpr std::array kOptions = {
     OptionSpec{"--fps", "60|30", "Bilder in der Sekunde (sonst 60)"},
     OptionSpec{"--system-audio", "", "mit dem Ton des Rechners"},
     OptionSpec{"--microphone", "", "mit dem Mikrofon"},
+    OptionSpec{"--microphone-name", "NAME", "mit diesem Mikrofon statt des Standards"},
     OptionSpec{"--webcam", "", "mit der Kamera"},
+    OptionSpec{"--webcam-name", "NAME", "mit dieser Kamera statt des Standards"},
     OptionSpec{"--ask", "", "zeigt den Dialog des Desktops auch dann, wenn eine frühere Auswahl noch gilt"},
     OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
 };
@@ -84,8 +86,10 @@ RecordRequest parseRecordRequest(const Arguments& arguments) {
     }
     request.fps = fpsFrom(arguments);
     request.systemAudio = arguments.has("--system-audio");
-    request.microphone = arguments.has("--microphone");
-    request.webcam = arguments.has("--webcam");
+    request.microphoneName = arguments.value("--microphone-name");
+    request.webcamName = arguments.value("--webcam-name");
+    request.microphone = arguments.has("--microphone") || request.microphoneName;
+    request.webcam = arguments.has("--webcam") || request.webcamName;
     request.asksAgain = arguments.has("--ask");
     return request;
 }
@@ -126,6 +130,17 @@ platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platf
                                     [&id](const platform::CaptureDevice& each) { return each.id == id; });
     if (found == devices.end()) throw RecorderError("Es gibt kein Gerät mit der Kennung „" + id + "“.");
     return *found;
+}
+
+std::string namedDevice(const std::string& name, const std::string& kind,
+                        const std::vector<platform::CaptureDevice>& devices) {
+    std::string all;
+    for (const platform::CaptureDevice& each : devices) {
+        if (each.name == name || each.lastingId() == name || each.id == name) return each.lastingId();
+        all += (all.empty() ? "" : ", ") + ("„" + each.name + "“");
+    }
+    throw RecorderError("Es gibt " + kind + " „" + name + "“ nicht. " +
+                        (all.empty() ? "Angeschlossen ist nichts." : "Angeschlossen: " + all + "."));
 }
 
 void requireNoRecording(const std::filesystem::path& folder) {

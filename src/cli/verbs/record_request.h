@@ -25,7 +25,9 @@ struct RecordRequest {
     bool systemAudio = false;
     bool microphone = false;
     bool webcam = false;
-    bool asksAgain = false;  // where the desktop's dialog chooses
+    std::optional<std::string> microphoneName;  // with `microphone`; the default's otherwise
+    std::optional<std::string> webcamName;      // with `webcam`
+    bool asksAgain = false;                     // where the desktop's dialog chooses
 };
 
 extern const std::span<const OptionSpec> kRecordOptions;
@@ -44,6 +46,11 @@ platform::ContentPicker::Request pickFor(const RecordRequest& request, const pla
 
 /// Finds the requested device. Throws `RecorderError` when there is no such device.
 platform::CaptureDevice deviceFor(const std::string& id, const std::vector<platform::CaptureDevice>& devices);
+
+/// The lasting id of the device with this name or id; the first one of that name. Throws `RecorderError`, which lists
+/// what there is, when there is none. `kind` with its article: "das Mikrofon".
+std::string namedDevice(const std::string& name, const std::string& kind,
+                        const std::vector<platform::CaptureDevice>& devices);
 
 /// Throws `RecorderError` when the folder holds a recording already, finished or not.
 void requireNoRecording(const std::filesystem::path& folder);

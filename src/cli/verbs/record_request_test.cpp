@@ -42,6 +42,22 @@ TEST(RecordRequests, TakeEveryOption) {
     EXPECT_EQ(parsed({"--device", "v4l2:/dev/video0"}).deviceID, "v4l2:/dev/video0");
 }
 
+TEST(RecordRequests, ANamedDeviceIsRecorded) {
+    const RecordRequest request = parsed({"--microphone-name", "Headset", "--webcam-name=Kamera"});
+    EXPECT_TRUE(request.microphone && request.webcam);
+    EXPECT_EQ(request.microphoneName, "Headset");
+    EXPECT_EQ(request.webcamName, "Kamera");
+    const std::vector<platform::CaptureDevice> devices = {{"a", "Eingebaut"}, {"b", "Headset"}};
+    EXPECT_EQ(namedDevice("Headset", "das Mikrofon", devices), "b");
+    EXPECT_EQ(namedDevice("a", "das Mikrofon", devices), "a");
+    try {
+        namedDevice("Funk", "das Mikrofon", devices);
+        ADD_FAILURE() << "no error";
+    } catch (const RecorderError& error) {
+        EXPECT_EQ(error.message(), "Es gibt das Mikrofon „Funk“ nicht. Angeschlossen: „Eingebaut“, „Headset“.");
+    }
+}
+
 TEST(RecordRequests, WrongOnesAreRefused) {
     for (const std::vector<std::string>& words :
          std::vector<std::vector<std::string>>{{"ordner"},

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
+#include <cstddef>
 #include <ctime>
 #include <filesystem>
 #include <iostream>
@@ -9,16 +11,21 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "base/after.h"
 #include "base/handled_error.h"
+#include "base/host_clock.h"
 #include "base/log.h"
 #include "base/main_loop.h"
 #include "capture/desktop_dialog.h"
+#include "capture/loss_watch.h"
+#include "capture/microphone_remarks.h"
 #include "capture/proof/recording_proof.h"
 #include "capture/recording/recorder_factory.h"
 #include "capture/recording_control.h"
 #include "capture/recordings_root.h"
+#include "capture/space_watch.h"
 #include "cli/interruption.h"
 #include "cli/machine.h"
 #include "cli/status_line.h"
@@ -32,7 +39,7 @@ namespace {
 
 // The job of one recording. It begins before the recording's threads and outlives them.
 struct Session {
-    const Interruption interruption;
+    Interruption interruption{Interruption::Toggle::yes};
     BlockingMainLoop loop;
     Machine machine{loop};
     StatusLine status{std::cerr};
@@ -73,9 +80,44 @@ capture::RecordingRequest recordingFor(const RecordRequest& request, Session& se
     return capture::DesktopRecording{desktop, std::move(options)};
 }
 
+void chooseDevices(const RecordRequest& request, Machine& machine) {
+    if (request.microphoneName) {
+        machine.selection().setMicrophone(
+            namedDevice(*request.microphoneName, "das Mikrofon", machine.sound().microphones()));
+    }
+    if (request.webcamName) {
+        machine.selection().setCamera(namedDevice(*request.webcamName, "die Kamera", machine.devices().cameras()));
+    }
+}
+
+// Says what the recording loses, once for each sentence in a row.
+class Hints {
+  public:
+    explicit Hints(StatusLine& status) : status_(status) {}
+
+    void update(const capture::RecordingHealth& health) {
+        losses_.update(health);
+        space_.update(health);
+        const std::vector<std::string> now{losses_.screenSentence(), losses_.webcamSentence(), space_.sentence()};
+        said_.resize(now.size());
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            if (now[i] != said_[i] && !now[i].empty()) status_.say(now[i]);
+        }
+        said_ = now;
+    }
+    std::string summary() const { return losses_.summary(); }
+
+  private:
+    StatusLine& status_;
+    capture::LossWatch losses_;
+    capture::SpaceWatch space_;
+    std::vector<std::string> said_;
+};
+
 // Starts the recorder and runs the loop until the recording is finished.
 capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Session& session,
-                                         const RecordRequest& request, RecordingRemarks& remarks) {
+                                         const RecordRequest& request, RecordingRemarks& remarks,
+                                         capture::MicrophoneRemarks& microphone) {
     std::optional<capture::RecordingJob::Outcome> outcome;
     std::optional<RecorderError> startError;
     bool isRunning = false;
@@ -96,8 +138,24 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
         remarks.endedEarly = error.message();
         stop();
     });
+    Hints hints(session.status);
     std::unique_ptr<MainLoop::Timer> showTimer;
     std::unique_ptr<MainLoop::Timer> endTimer;
+    const auto endAfter = [&](double recorded) {
+        if (request.seconds) endTimer = after(session.loop, std::max(0.0, *request.seconds - recorded), stop);
+    };
+    const auto togglePause = [&] {
+        if (!isRunning || stopRequested) return;
+        if (recorder.isPaused()) {
+            recorder.resume();
+            endAfter(recorder.snapshot().duration);
+            say("Die Aufnahme läuft weiter.");
+        } else {
+            recorder.pause(capture::RecordingJob::PauseCause::other);
+            endTimer.reset();
+            say("Pause. Ein weiteres SIGUSR1 setzt die Aufnahme fort.");
+        }
+    };
     recorder.start([&](std::optional<RecorderError> error) {
         if (error) {
             startError = std::move(error);
@@ -105,13 +163,25 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
             return;
         }
         isRunning = true;
-        showTimer = session.loop.every(0.5, [&] { session.status.show(runningLine(recorder.snapshot())); });
-        if (request.seconds) endTimer = after(session.loop, *request.seconds, stop);
+        showTimer = session.loop.every(0.5, [&] {
+            const capture::RecordingJob::Stats stats = recorder.snapshot();
+            session.status.show(runningLine(stats));
+            if (const auto news =
+                    microphone.take(session.machine.soundBoard().microphone(hostClockSeconds()), stats.duration)) {
+                Log::write("Capture", *news);
+                session.status.say(*news);
+            }
+            hints.update(recorder.health());
+        });
+        endAfter(0);
         if (stopRequested) stop();
     });
     const std::stop_callback onSignal(session.interruption.token(), [&] { session.loop.async(stop); });
+    session.interruption.onToggle([&] { session.loop.async(togglePause); });
     const capture::RecordingControl control(capture::recordingControlFolder(), [&] { session.loop.async(stop); });
     session.loop.run();
+    session.interruption.onToggle({});
+    if (const std::string lost = hints.summary(); !lost.empty()) remarks.losses = lost;
     if (startError) throw RecorderError(*startError);
     if (const auto* error = std::get_if<RecorderError>(&*outcome)) throw RecorderError(*error);
     return std::get<capture::RecordingJob::Stats>(*outcome);
@@ -121,15 +191,19 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
 std::filesystem::path record(const Arguments& arguments, std::ostream& out) {
     const RecordRequest request = parseRecordRequest(arguments);
     Session session;
+    chooseDevices(request, session.machine);
     const capture::RecordingServices services = session.machine.recordingServices();
     capture::RecordingRequest recording = recordingFor(request, session);
     const auto recorder = capture::makeRecorder(services, std::move(recording), folderFor(request));
     RecordingRemarks remarks;
-    const auto stats = runRecorder(*recorder, session, request, remarks);
+    capture::MicrophoneRemarks microphone;
+    const auto stats = runRecorder(*recorder, session, request, remarks, microphone);
     if (arguments.has("--json")) {
         writeRecordingResult(out, stats, recorder->folder(), remarks);
     } else {
         out << describeRecording(stats, recorder->folder());
+        if (const std::string troubles = microphone.summary(); !troubles.empty()) out << troubles << "\n";
+        if (remarks.losses) out << *remarks.losses << "\n";
     }
     out << std::flush;
     return recorder->folder();

@@ -21,6 +21,10 @@ void writeRemarks(model::JsonWriter& writer, const RecordingRemarks& remarks) {
         writer.key("endedEarly");
         writer.text(*remarks.endedEarly);
     }
+    if (remarks.losses) {
+        writer.key("losses");
+        writer.text(*remarks.losses);
+    }
 }
 
 }  // namespace

@@ -16,6 +16,8 @@ struct RecordingRemarks {
     std::optional<bool> recovered = std::nullopt;
     /// For a recording that ended by itself: the German sentence with the reason.
     std::optional<std::string> endedEarly = std::nullopt;
+    /// For a recording that lost pictures: German sentences about when and why.
+    std::optional<std::string> losses = std::nullopt;
 };
 
 /// The document about a recording: its figures, its absolute folder, and remarks. Here and below, figures that

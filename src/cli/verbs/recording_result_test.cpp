@@ -41,6 +41,13 @@ TEST(RecordingResult, SaysWhyARecordingEndedByItself) {
     }
 }
 
+TEST(RecordingResult, SaysWhatWasLost) {
+    std::ostringstream out;
+    writeRecordingResult(out, capture::RecordingJob::Stats{2.5, 4}, "/a",
+                         {.losses = "Ab 0:12 gingen Bilder verloren."});
+    EXPECT_TRUE(out.str().ends_with("\"/a\",\n  \"losses\" : \"Ab 0:12 gingen Bilder verloren.\"\n}\n")) << out.str();
+}
+
 TEST(RecordingResult, IsASentenceForPeople) {
     EXPECT_EQ(describeRecording(capture::RecordingJob::Stats{1.5, 90, 3, 0, 7}, "/a"),
               "Fertig: 1.5 s, 90 Bilder (keine verworfenen Bilder), 7 Zeigerereignisse\nOrdner: /a\n");

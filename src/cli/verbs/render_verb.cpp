@@ -34,6 +34,7 @@ constexpr std::array kOptions = {
     OptionSpec{"--from", "SEKUNDEN", "wo im Film das bewegte Bild beginnt (sonst 0)"},
     OptionSpec{"--to", "SEKUNDEN", "wo im Film das bewegte Bild endet (sonst 30 s später)"},
     OptionSpec{"--loudness", "", "gleicht die Lautheit des Tons an, auch wenn das Projekt es nicht tut"},
+    OptionSpec{"--chapters", "", "die Marken der Aufnahme als Kapitel (MP4 und MOV)"},
     OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
 };
 
@@ -122,6 +123,7 @@ void run(const Arguments& arguments, std::ostream& out) {
     options.animation = animation;
     options.file = file;
     if (arguments.has("--loudness")) options.levelsLoudness = true;
+    options.chapters = arguments.has("--chapters");
     const render::RenderResult result = render::renderMovieSync(composition, options);
     if (arguments.has("--json")) {
         writeMovieResult(out, result.url, result.frames, result.seconds, result.zoomCount);

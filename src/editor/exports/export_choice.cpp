@@ -49,8 +49,13 @@ ExportChoice firstChoice(const model::ProjectSettings& settings, const FilmFacts
     std::error_code ignored;
     const bool hasLast = !lastFolder.empty() && std::filesystem::is_directory(lastFolder, ignored);
     choice.file = withExtension((hasLast ? lastFolder : film.folder) / recordingName(film.folder), choice.form);
+    choice.chapters = film.hasMarks;
     choice.animation.to = std::min(film.seconds, render::AnimationOptions::kMaximumSeconds);
     return choice;
+}
+
+bool offersChapters(const ExportChoice& choice, const FilmFacts& film) {
+    return film.hasMarks && (choice.form == render::FilmForm::mp4 || choice.form == render::FilmForm::mov);
 }
 
 ExportChoice withForm(ExportChoice choice, FilmForm form) {
@@ -122,6 +127,7 @@ ExportRequest exportRequest(const edit::Composition& composition, const model::P
     // Refused now, not when its turn comes.
     request.file = render::filmTarget(composition.recording(), choice.form, choice.file);
     request.animation = choice.animation;
+    request.chapters = choice.chapters;
     return request;
 }
 

@@ -23,6 +23,7 @@ struct ExportChoice {
     std::int64_t height = 1440;  // of a movie
     std::filesystem::path file;
     render::AnimationOptions animation{};
+    bool chapters = false;  // the marks of an MP4 or MOV film become chapters
 
     bool operator==(const ExportChoice&) const = default;
 };
@@ -32,6 +33,7 @@ struct FilmFacts {
     std::filesystem::path folder;  // of the recording
     double seconds = 0;
     std::int64_t height = 1440;  // of the recording's own film
+    bool hasMarks = false;       // in the video
 };
 
 struct FormName {
@@ -47,6 +49,9 @@ inline constexpr std::array<int, 3> kAnimationRates = {10, 15, 20};
 /// used last, or else in the recording's.
 ExportChoice firstChoice(const model::ProjectSettings& settings, const FilmFacts& film,
                          const std::filesystem::path& lastFolder);
+
+/// Whether the film can have chapters: in this form, with these marks.
+bool offersChapters(const ExportChoice& choice, const FilmFacts& film);
 
 /// The same in another form: the name gets its extension, if it had the old one.
 ExportChoice withForm(ExportChoice choice, render::FilmForm form);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/exports/export_dialog.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
@@ -52,6 +53,7 @@ ExportDialog::ExportDialog(QWidget& window, const FilmFacts& film, const ExportC
       rows_(new QFormLayout),
       form_(box("exportFormBox", "Form", "In welcher Form das Video geschrieben wird")),
       height_(box("exportHeightBox", "Höhe", "Zeilen des Videos")),
+      chapters_(new QCheckBox("Marken als Kapitel")),
       width_(box("exportWidthBox", "Breite", "Breite des bewegten Bildes in Pixeln")),
       rate_(box("exportRateBox", "Bilder je Sekunde", "Mehr Bilder bewegen sich ruhiger und brauchen mehr Platz")),
       from_(secondsBox("exportFromBox", "Ab", "Wo im Film das bewegte Bild beginnt")),
@@ -131,6 +133,11 @@ void ExportDialog::build() {
     rows_->setVerticalSpacing(ui::theme::kNear);
     addRow("Form", form_);
     addRow("Höhe", height_);
+    chapters_->setObjectName("exportChaptersBox");
+    chapters_->setToolTip("Abspielprogramme springen dann zu den Stellen, die beim Aufnehmen markiert wurden");
+    chapters_->setChecked(choice_.chapters);
+    connect(chapters_, &QCheckBox::toggled, this, [this] { changed(); });
+    rows_->addRow("", chapters_);
     addRow("Breite", width_);
     addRow("Bilder je Sekunde", rate_);
     addRow("Ab", from_);
@@ -174,6 +181,7 @@ void ExportDialog::formChanged() {
     choice_ = withForm(choice_, static_cast<render::FilmForm>(form_->currentData().toInt()));
     const bool isAnimation = render::isAnimation(choice_.form);
     rows_->setRowVisible(height_, !isAnimation);
+    rows_->setRowVisible(chapters_, offersChapters(choice_, film_));
     for (QWidget* each : {static_cast<QWidget*>(width_), static_cast<QWidget*>(rate_), static_cast<QWidget*>(from_),
                           static_cast<QWidget*>(to_)}) {
         rows_->setRowVisible(each, isAnimation);
@@ -187,6 +195,7 @@ void ExportDialog::formChanged() {
 void ExportDialog::changed() {
     if (!isBuilt_) return;
     choice_.height = height_->currentData().toInt();
+    choice_.chapters = chapters_->isChecked() && offersChapters(choice_, film_);
     choice_.animation.width = width_->currentData().toInt();
     choice_.animation.rate = rate_->currentData().toInt();
     choice_.animation.from = from_->value();

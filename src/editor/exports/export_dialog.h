@@ -7,6 +7,7 @@
 
 #include "editor/exports/export_choice.h"
 
+class QCheckBox;
 class QComboBox;
 class QDoubleSpinBox;
 class QLabel;
@@ -53,6 +54,7 @@ class ExportDialog final : public QDialog {
     QFormLayout* rows_;
     QComboBox* form_;
     QComboBox* height_;
+    QCheckBox* chapters_;
     QComboBox* width_;
     QComboBox* rate_;
     QDoubleSpinBox* from_;

@@ -59,6 +59,7 @@ playback::PlayerItem StudioPreview::item() const {
     item.movie = uncut_.movie;
     item.screenTrackId = uncut_.screenTrackId;
     item.webcamTrackId = uncut_.webcamTrackId;
+    item.webcamShift = webcamShift();
     item.audioMix = audioMix();
     item.compositor = compositor();
     item.canvasWidth = kCanvas.width;
@@ -77,6 +78,10 @@ playback::VideoCompositor StudioPreview::compositor() const {
 std::vector<media::AudioMixInput> StudioPreview::audioMix() const {
     const std::shared_ptr<const edit::Composition> composition = live_->current();
     return render::makeAudioMix(composition->info(), composition->settings(), uncut_.audioTrackIds);
+}
+
+double StudioPreview::webcamShift() const {
+    return live_->current()->settings().webcamShiftInForce();
 }
 
 std::vector<Interval> StudioPreview::playedRanges() const {

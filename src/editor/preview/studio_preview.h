@@ -42,6 +42,8 @@ class StudioPreview {
     playback::VideoCompositor compositor() const;
     /// The volumes by the settings.
     std::vector<media::AudioMixInput> audioMix() const;
+    /// Seconds by which the webcam's picture is shown later.
+    double webcamShift() const;
     /// The kept segments, through which playing goes.
     std::vector<Interval> playedRanges() const;
 

@@ -112,6 +112,12 @@ constexpr auto kControls = std::to_array<Control>({
      .names = {"webcamCornerPopup", "Ecke des Kamera-Bilds", "In welcher Ecke das Kamera-Bild liegt"},
      .kind = MenuControl{{kChoiceField<&S::webcamCorner>, kCorners}},
      .needsWebcam = true},
+    {.card = "Facecam",
+     .caption = "Versatz",
+     .names = {"webcamShiftSlider", "Kamera-Versatz",
+               "Um wie viel das Kamera-Bild später kommt, wenn die Lippen dem Ton voraus sind; unter 0 früher"},
+     .kind = OffsetControl{&S::webcamShift, {-S::kMaxWebcamShift, S::kMaxWebcamShift}, labels::milliseconds},
+     .needsWebcam = true},
 
     {"Export",
      "Format",

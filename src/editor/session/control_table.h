@@ -32,6 +32,13 @@ struct SliderControl {
     std::string (*text)(double value);
 };
 
+/// A slider of an optional field, which is 0 while it is absent, and absent again at 0. A double click takes it there.
+struct OffsetControl {
+    std::optional<double> model::ProjectSettings::*field;
+    ui::ControlRange range;
+    std::string (*text)(double value);
+};
+
 /// The slider of the magnification: of the selected zoom in a list made by hand, and always of `zoomScale`, which is
 /// the magnification of proposed zooms.
 struct ZoomControl {
@@ -117,7 +124,8 @@ struct Control {
     std::string_view card;
     std::string_view caption;
     ControlNames names;
-    std::variant<SliderControl, ZoomControl, ColourControl, SwitchControl, SegmentControl, MenuControl> kind;
+    std::variant<SliderControl, OffsetControl, ZoomControl, ColourControl, SwitchControl, SegmentControl, MenuControl>
+        kind;
     /// Without a webcam there is no such control, and its fields stay as they are.
     bool needsWebcam = false;
     /// Without the pointer's positions the control is disabled: nothing that it changes is drawn.

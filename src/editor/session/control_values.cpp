@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
+#include <optional>
 
 namespace lumivastor::editor {
 
@@ -17,6 +18,7 @@ struct Reader {
     int selectedZoom;
 
     ControlValue operator()(const SliderControl& control) const { return settings.*control.field; }
+    ControlValue operator()(const OffsetControl& control) const { return (settings.*control.field).value_or(0); }
     ControlValue operator()(const ZoomControl&) const {
         const bool isSelected = selectedZoom >= 0 && selectedZoom < static_cast<int>(zooms.size());
         return isSelected ? zooms[static_cast<std::size_t>(selectedZoom)].scale : settings.zoomScale;
@@ -42,6 +44,12 @@ struct Setter {
     int selectedZoom;
 
     void operator()(const SliderControl& control) const { settings.*control.field = std::get<double>(value); }
+    void operator()(const OffsetControl& control) const {
+        const auto offset = std::get<double>(value);
+        auto& field = settings.*control.field;
+        if (offset == field.value_or(0)) return;
+        field = offset == 0 ? std::nullopt : std::optional(offset);
+    }
     void operator()(const ZoomControl&) const {
         settings.zoomScale = std::get<double>(value);
         if (!settings.zooms) return;

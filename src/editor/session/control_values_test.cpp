@@ -32,6 +32,7 @@ model::ProjectSettings unusual() {
     settings.webcamSize = 0.3;
     settings.webcamCorner = 3;
     settings.webcamZoom = 1.9;
+    settings.webcamShift = -0.12;
     settings.cropTop = 0.1;
     settings.cropBottom = 0.2;
     settings.cropLeft = 0.3;
@@ -73,6 +74,7 @@ TEST(ControlValues, EachControlChangesItsFieldAndNoOther) {
         {[](auto& v) { v["webcamSizeSlider"] = 0.45; }, [](auto& s) { s.webcamSize = 0.45; }},
         {[](auto& v) { v["webcamCornerPopup"] = 2; }, [](auto& s) { s.webcamCorner = 2; }},
         {[](auto& v) { v["webcamZoomSlider"] = 2.2; }, [](auto& s) { s.webcamZoom = 2.2; }},
+        {[](auto& v) { v["webcamShiftSlider"] = 0.25; }, [](auto& s) { s.webcamShift = 0.25; }},
         {[](auto& v) { v["cropTopSlider"] = 0.4; }, [](auto& s) { s.cropTop = 0.4; }},
         {[](auto& v) { v["cropBottomSlider"] = 0.4; }, [](auto& s) { s.cropBottom = 0.4; }},
         {[](auto& v) { v["cropLeftSlider"] = 0.4; }, [](auto& s) { s.cropLeft = 0.4; }},
@@ -100,6 +102,20 @@ TEST(ControlValues, ASwitchThatIsOffLeavesAnOptionalFieldAsItWas) {
     EXPECT_EQ(settingsFrom(values, settings, -1, true), model::ProjectSettings());
     // A document that says so keeps its key.
     settings.levelLoudness = false;
+    EXPECT_EQ(settingsFrom(controlValues(settings, {}, -1), settings, -1, true), settings);
+}
+
+TEST(ControlValues, AnOffsetOfNoughtLeavesAnOptionalFieldAsItWas) {
+    model::ProjectSettings settings;
+    ControlValues values = controlValues(settings, {}, -1);
+    EXPECT_EQ(values["webcamShiftSlider"], ControlValue(0.0));
+    values["webcamShiftSlider"] = -0.1;
+    settings = settingsFrom(values, settings, -1, true);
+    EXPECT_EQ(settings.webcamShift, -0.1);
+    values["webcamShiftSlider"] = 0.0;
+    EXPECT_EQ(settingsFrom(values, settings, -1, true), model::ProjectSettings());
+    // A document that says so keeps its key.
+    settings.webcamShift = 0;
     EXPECT_EQ(settingsFrom(controlValues(settings, {}, -1), settings, -1, true), settings);
 }
 
@@ -134,6 +150,7 @@ TEST(ControlValues, WithoutAWebcamItsFieldsStay) {
     values["webcamSizeSlider"] = 0.2;
     values["webcamCornerPopup"] = 1;
     values["webcamZoomSlider"] = 1.0;
+    values["webcamShiftSlider"] = 0.5;
     EXPECT_EQ(settingsFrom(values, before, -1, false), before);
 }
 

@@ -43,6 +43,7 @@ ExportJob::ExportJob(const ExportRequest& request, MainLoop& loop, Callbacks cal
     options.form = request.form;
     options.file = request.file;
     options.animation = request.animation;
+    options.chapters = request.chapters;
     options.postToMain = [&loop, alive = lifetime_.watch()](std::function<void()> work) {
         loop.async([alive, work = std::move(work)] {
             if (!alive.expired()) work();

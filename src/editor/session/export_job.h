@@ -22,6 +22,7 @@ struct ExportRequest {
     render::FilmForm form = render::FilmForm::mp4;
     std::filesystem::path file;  // the film's place
     render::AnimationOptions animation{};
+    bool chapters = false;  // the marks become chapters
 };
 
 /// The export of `composition` with `settings`, at their size, in their form, to the recording's folder. Throws

@@ -23,6 +23,7 @@ void forEachPlace(const edit::EditState& state, const Visit& visit) {
         visit(zoom.end);
     }
     for (const model::PointerSample& click : state.clicks) visit(click.t);
+    for (const double mark : state.marks) visit(mark);
 }
 
 std::int64_t lastFrame(double end, std::int64_t fps) {

@@ -6,13 +6,13 @@
 
 #include "edit/edit_state.h"
 
-// Where keys move the playhead to: the next place where something begins, ends or was clicked. Times are seconds of
-// source time.
+// Where keys move the playhead to: the next place where something begins, ends, was clicked or was marked. Times are
+// seconds of source time.
 
 namespace lumivastor::editor {
 
 /// The first frame after that of `t` at which a zoom or a cut starts or ends, the video starts or ends, or a click
-/// lies; nullopt behind the last one.
+/// or a mark lies; nullopt behind the last one.
 std::optional<double> nextPlace(const edit::EditState& state, double t, std::int64_t fps);
 
 /// The last such frame before that of `t`.

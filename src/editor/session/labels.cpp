@@ -70,6 +70,12 @@ std::string magnification(double factor) {
     return formatted("%.1f×", factor);
 }
 
+std::string milliseconds(double seconds) {
+    const auto count = saturatedRound<long long>(seconds * 1000);
+    if (count == 0) return "0 ms";
+    return formatted("%s%lld ms", count < 0 ? "−" : "+", std::llabs(count));
+}
+
 std::string pixels(double count) {
     return formatted("%lld px", rounded(count));
 }

@@ -42,6 +42,9 @@ std::string magnification(double factor);
 /// "26 px".
 std::string pixels(double count);
 
+/// "+120 ms", "−35 ms", "0 ms" for 0.12, -0.035 and 0.
+std::string milliseconds(double seconds);
+
 /// An item of the list of zooms; `number` from 1.
 std::string zoomItem(int number, const model::ZoomSpec& zoom);
 

@@ -64,6 +64,9 @@ TEST(Labels, WhatADocumentMayHoldIsShownSomehow) {
 TEST(Labels, ValuesOfSliders) {
     EXPECT_EQ(labels::percent(0.884), "88 %");
     EXPECT_EQ(labels::magnification(1.7), "1.7×");
+    EXPECT_EQ(labels::milliseconds(0.12), "+120 ms");
+    EXPECT_EQ(labels::milliseconds(-0.0354), "−35 ms");
+    EXPECT_EQ(labels::milliseconds(-0.0004), "0 ms");
     EXPECT_EQ(labels::pixels(25.6), "26 px");
 }
 

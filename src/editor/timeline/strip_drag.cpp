@@ -48,6 +48,7 @@ std::vector<double> snapTimes(const StripPart& part, const TimelineStripContent&
     times.reserve(times.size() + content.clicks.size() + 2 * (content.zooms.size() + content.cuts.size()) + 5);
     times.push_back(content.playhead);
     for (const model::PointerSample& click : content.clicks) times.push_back(click.t);
+    times.insert(times.end(), content.marks.begin(), content.marks.end());
     for (std::size_t i = 0; i < content.zooms.size(); ++i) {
         if (part.isOfZoom() && static_cast<int>(i) == part.index) continue;
         times.push_back(content.zooms[i].start);

@@ -226,6 +226,7 @@ void StripPainter::paint(QPainter& painter, const StripPicture& picture, const Q
     }
     painter.restore();
 
+    paintMarks(painter, picture, dirty);
     if (picture.snappedAt) {
         painter.fillRect(QRectF(*picture.snappedAt - 0.5, lanes.ruler.top, 1, lanes.track.bottom()), theme::kFocus);
     }
@@ -321,6 +322,22 @@ void StripPainter::paintWave(QPainter& painter, const StripPicture& picture, con
         }
     }
     painter.drawImage(QPointF(left, lane.top), wave_);
+}
+
+// A flag at the ruler's lower end, on a line through the track.
+void StripPainter::paintMarks(QPainter& painter, const StripPicture& picture, const QRectF& dirty) const {
+    constexpr double kFlag = 7;
+    const double foot = picture.lanes.track.top;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(strip_colours::kMark);
+    for (const double x : picture.layout.marks) {
+        if (x + kFlag < dirty.left() || x - 1 > dirty.right()) continue;
+        painter.drawRect(QRectF(x - 0.5, foot - kFlag, 1, kFlag + picture.lanes.track.height));
+        painter.drawPolygon(QPolygonF({{x, foot - kFlag}, {x + kFlag, foot - kFlag / 2}, {x, foot}}));
+    }
+    painter.restore();
 }
 
 void StripPainter::paintClicks(QPainter& painter, const StripPicture& picture, const QRectF& dirty) {

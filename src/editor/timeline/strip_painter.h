@@ -33,6 +33,8 @@ inline constexpr QColor kZoomText = ui::theme::kText;
 inline constexpr QColor kSelectedZoom = ui::theme::kAccent;
 inline constexpr QColor kSelectedZoomText = ui::theme::kOnAccent;
 inline constexpr QColor kClick = ui::theme::kText;
+/// A mark that was set while recording.
+inline constexpr QColor kMark = QColor(0x5A, 0xC8, 0xFA);
 inline constexpr QColor kWave = ui::theme::kSecondText;
 /// The line of a track that is muted.
 inline constexpr QColor kMutedWave = ui::theme::kOutline;
@@ -74,6 +76,7 @@ class StripPainter {
     void paintPictures(QPainter& painter, const StripPicture& picture, const QRectF& dirty);
     void paintWave(QPainter& painter, const StripPicture& picture, const Lane& lane, const render::Waveform& wave,
                    double volume, const QRectF& dirty);
+    void paintMarks(QPainter& painter, const StripPicture& picture, const QRectF& dirty) const;
     void paintClicks(QPainter& painter, const StripPicture& picture, const QRectF& dirty);
     void paintLeftOut(QPainter& painter, const StripPicture& picture, const QRectF& dirty);
     const QPixmap& pixmap(const render::SmallPicture& picture, double height, double ratio);

@@ -51,7 +51,8 @@ std::string stripToolTip(const StripPart& part, const TimelineStripContent& cont
     if (part.kind == Kind::trimEnd) {
         return "Ende des Videos: " + exactTime(content.trim.end) + "\nZiehen verschiebt es";
     }
-    return "Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks";
+    const std::string legend = "Helle Abschnitte sind im Video, orange sind Zooms, Punkte sind Klicks";
+    return content.marks.empty() ? legend : legend + ", Fähnchen sind Marken";
 }
 
 std::string stripLaneName(const StripLanes& lanes, double y) {

@@ -188,6 +188,7 @@ TimelineStripContent TimelineStrip::content() const {
         content.zooms = state_->zoomSpecs;
         content.cuts = state_->settings.cuts;
         content.clicks = state_->clicks;
+        content.marks = state_->marks;
     }
     return content;
 }

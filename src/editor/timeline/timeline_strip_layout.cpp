@@ -61,6 +61,17 @@ std::vector<TimelineStripLayout::Click> layOutClicks(std::span<const model::Poin
     return shown;
 }
 
+std::vector<double> layOutMarks(std::span<const double> marks, const TimeScale& scale) {
+    std::vector<double> shown;
+    auto next = std::lower_bound(marks.begin(), marks.end(), scale.visible().start);
+    while (next != marks.end() && *next <= scale.visible().end) {
+        shown.push_back(scale.at(*next));
+        const double least = *next + scale.seconds(kLeastDistance);
+        next = std::max(next + 1, std::lower_bound(next, marks.end(), least));
+    }
+    return shown;
+}
+
 }  // namespace
 
 TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, const TimeScale& scale,
@@ -86,6 +97,7 @@ TimelineStripLayout layOutTimelineStrip(const TimelineStripContent& content, con
         ++index;
     }
     layout.clicks = layOutClicks(content.clicks, scale);
+    layout.marks = layOutMarks(content.marks, scale);
     if (content.pendingCutStart) {
         const double start = *content.pendingCutStart;
         if (const auto item = shown.item(start, std::max(start, content.playhead), 0)) layout.pendingCut = item->span;

@@ -48,6 +48,8 @@ struct TimelineStripLayout {
     std::vector<Item> cuts;   // in the order of the settings
     /// Clicks that would overlap are one.
     std::vector<Click> clicks;
+    /// Marks that would overlap are one.
+    std::vector<double> marks;
     /// From the pending start of a cut to the playhead; only a mark at the start if the playhead is before it.
     std::optional<Span> pendingCut;
     /// The ends of what trimming keeps, where they are visible.
@@ -65,6 +67,7 @@ struct TimelineStripContent {
     std::span<const model::PointerSample> clicks;  // in the order of time
     std::optional<double> pendingCutStart;
     double playhead = 0;
+    std::span<const double> marks = {};  // in the order of time
 };
 
 /// Lays out the visible part of the content. Spans that would be too narrow to see get a minimum width. The costs

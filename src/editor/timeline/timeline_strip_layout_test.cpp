@@ -96,5 +96,14 @@ TEST(TimelineStripLayout, ARecordingWithoutLengthIsHarmless) {
     EXPECT_EQ(layout.playhead, 10);
 }
 
+TEST(TimelineStripLayout, ShowsMarksThatCanBeToldApart) {
+    const std::vector<double> marks = {1, 1.001, 5, 50};
+    TimelineStripContent content;
+    content.duration = 100;
+    content.marks = marks;
+    const TimeScale scale({0, 10}, 0, 100);
+    EXPECT_EQ(layOutTimelineStrip(content, scale, 60).marks, (std::vector<double>{10, 50}));
+}
+
 }  // namespace
 }  // namespace lumivastor::editor

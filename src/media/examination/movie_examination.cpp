@@ -133,8 +133,28 @@ class Examination {
             video.longestGap = gap;
             video.longestGapStart = packets[i].seconds;
         }
+        measureIntervals(packets, video);
         examineStructure(track, packets, video);
         return video;
+    }
+
+    static void measureIntervals(const std::vector<Packet>& packets, VideoExamination& video) {
+        std::vector<double> intervals;
+        for (std::size_t i = 1; i < packets.size(); ++i) {
+            intervals.push_back(packets[i].seconds - packets[i - 1].seconds);
+        }
+        if (intervals.size() < 2) return;
+        std::vector<double> sorted = intervals;
+        const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+        std::nth_element(sorted.begin(), middle, sorted.end());
+        const double median = *middle;
+        if (!(median > 0)) return;
+        double sum = 0;
+        for (const double interval : intervals) {
+            sum += std::abs(interval - median * std::max(std::round(interval / median), 1.0));
+        }
+        video.typicalInterval = median;
+        video.intervalJitter = sum / static_cast<double>(intervals.size());
     }
 
     void examineStructure(const AssetTrack& track, const std::vector<Packet>& packets, VideoExamination& video) {

@@ -29,6 +29,9 @@ struct VideoExamination {
     std::int64_t decoded = 0, undecodable = 0;
     /// The time of the first of all these.
     std::optional<double> firstDamage;
+    /// The median time from one picture to the next, and how far these times are from whole multiples of it, on
+    /// average. 0 for fewer than three pictures.
+    double typicalInterval = 0, intervalJitter = 0;
 };
 
 /// Of one sound track. Times are seconds of the movie.

@@ -305,6 +305,12 @@ void AssetWriter::setMovieFragmentInterval(const MediaTime& interval) {
     fragmentInterval_ = interval;
 }
 
+void AssetWriter::setChapters(std::vector<MovieChapter> chapters, double end) {
+    precondition(container_ != MovieContainer::webM && fragmentInterval_.value == 0, "a plain movie has chapters");
+    chapters_ = std::move(chapters);
+    chaptersEnd_ = end;
+}
+
 bool AssetWriter::startWriting() {
     precondition(status() == Status::unknown && !inputs_.empty(), "a writer starts once, with inputs");
     std::unique_ptr<MovieSink> sink;
@@ -323,7 +329,13 @@ bool AssetWriter::startWriting() {
             precondition(container_ == MovieContainer::quickTime, "fragments are for QuickTime movies");
             sink = std::make_unique<FragmentedMovieSink>(path_, fragmentInterval_);
         } else {
-            sink = std::make_unique<PlainMovieSink>(path_, container_, shownName_);
+            auto plain = std::make_unique<PlainMovieSink>(path_, container_, shownName_);
+            for (std::size_t i = 0; i < chapters_.size(); ++i) {
+                const bool isLast = i + 1 == chapters_.size();
+                plain->addChapter(chapters_[i].start, isLast ? chaptersEnd_ : chapters_[i + 1].start,
+                                  chapters_[i].title);
+            }
+            sink = std::move(plain);
         }
         for (const auto& input : inputs_) input->channel_->encoder().open(*sink);
         sink->begin();
@@ -397,6 +409,11 @@ void AssetWriter::cancelWriting() {
 AssetWriter::Status AssetWriter::status() const {
     const std::lock_guard hold(shared_->lock);
     return shared_->status;
+}
+
+std::int64_t AssetWriter::diskWaits() const {
+    const std::lock_guard hold(shared_->lock);
+    return shared_->sink ? shared_->sink->diskWaits() : 0;
 }
 
 std::optional<RecorderError> AssetWriter::error() const {

@@ -125,6 +125,14 @@ class StoredWriterInput : public WriterInput {
     StoredWriterInput(std::shared_ptr<WriterShared> shared, StoredFormat format);
 };
 
+/// Where a player can jump to.
+struct MovieChapter {
+    double start = 0;  // movie time in seconds
+    std::string title;
+
+    bool operator==(const MovieChapter&) const = default;
+};
+
 /// Writes one movie file: construct it, add inputs, start, start the session, append to the inputs, mark them finished,
 /// finish. Each input may be fed on any thread, one at a time; the rest belongs to the thread that constructs the
 /// writer. Status and errors may be read on any thread. Inputs live as long as the writer.
@@ -168,6 +176,10 @@ class AssetWriter {
     /// with the last whole fragment.
     void setMovieFragmentInterval(const MediaTime& interval);
 
+    /// The movie's chapters, ascending; each lasts until the next one, the last until `end` seconds. Before
+    /// `startWriting`; not for fragments, nor WebM.
+    void setChapters(std::vector<MovieChapter> chapters, double end);
+
     /// Creates the file, replacing one of that name, and opens the encoders. False, with `status` failed and `error`
     /// set, when either fails; no file is left then.
     bool startWriting();
@@ -189,6 +201,9 @@ class AssetWriter {
     void cancelWriting();
 
     Status status() const;
+    /// How often an encoder had to wait for the disk so far: a writer whose inputs are not ready has a slow disk if
+    /// this grows, else a slow encoder. Any thread.
+    std::int64_t diskWaits() const;
     /// Why the writer failed.
     std::optional<RecorderError> error() const;
     /// Whether a picture encoder made the writer fail, and not the file: another encoder may work.
@@ -203,6 +218,8 @@ class AssetWriter {
     std::string shownName_;
     MovieContainer container_;
     MediaTime fragmentInterval_;
+    std::vector<MovieChapter> chapters_;
+    double chaptersEnd_ = 0;
     std::shared_ptr<WriterShared> shared_;
     std::vector<std::unique_ptr<WriterInput>> inputs_;
 };

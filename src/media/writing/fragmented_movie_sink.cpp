@@ -124,6 +124,7 @@ void FragmentedMovieSink::write(int stream, AVPacket& packet) {
         wake_.notify_one();
     }
     hasPending_ = true;
+    if (blocks_.size() > kWaitingBlocks && !error_) ++diskWaits_;
     room_.wait(hold, [this] { return blocks_.size() <= kWaitingBlocks || error_; });
     throwIfFailed();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -30,6 +31,7 @@ class FragmentedMovieSink final : public MovieSink {
     ~FragmentedMovieSink() override;
 
     bool isFragmented() const override { return true; }
+    std::int64_t diskWaits() const override { return diskWaits_; }
     int addStream(const AVCodecParameters& parameters, int timescale, int frameRate) override;
     void begin() override;
     void write(int stream, AVPacket& packet) override;
@@ -73,6 +75,7 @@ class FragmentedMovieSink final : public MovieSink {
     bool ending_ = false;
     std::error_code error_;
     std::optional<MediaTime> end_;
+    std::atomic<std::int64_t> diskWaits_ = 0;
     std::thread thread_;
 };
 

@@ -280,6 +280,7 @@ TEST(FragmentedMovie, ADiskThatStandsStillHoldsNoCallerUp) {
         ASSERT_LT(appended, 10000);
     }
     EXPECT_EQ(movie.writer().status(), AssetWriter::Status::writing);
+    EXPECT_EQ(movie.writer().diskWaits(), 1);
     // Now the disk goes on, and so does everything else.
     std::atomic<bool> ending = false;
     std::thread emptying([&] {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -28,6 +29,9 @@ class MovieSink {
 
     /// Whether the movie is readable while it is written; then no packet should wait in an encoder.
     virtual bool isFragmented() const { return false; }
+
+    /// How often `write` had to wait for the disk so far. Any thread.
+    virtual std::int64_t diskWaits() const { return 0; }
 
     /// Adds a stream whose packets' times count in 1 / `timescale` seconds, and returns its position. A picture track
     /// has the same clock in the file, except in WebM files, which count milliseconds. `frameRate` is that of pictures,

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -161,6 +162,24 @@ int PlainMovieSink::addStream(const AVCodecParameters& parameters, int timescale
     if (track.isVideo) videoTimescale_ = timescale;
     tracks_.push_back(std::move(track));
     return stream->index;
+}
+
+// FFmpeg frees them with the context.
+void PlainMovieSink::addChapter(double start, double end, const std::string& title) {
+    precondition(context_ != nullptr && !headerWritten_ && start <= end, "chapters come before the header");
+    const RecorderError noMemory("Der Arbeitsspeicher reicht nicht.");
+    auto** const list =
+        static_cast<AVChapter**>(av_realloc_array(context_->chapters, context_->nb_chapters + 1, sizeof(AVChapter*)));
+    if (list == nullptr) throw RecorderError(noMemory);
+    context_->chapters = list;
+    auto* const chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+    if (chapter == nullptr) throw RecorderError(noMemory);
+    list[context_->nb_chapters++] = chapter;
+    chapter->id = context_->nb_chapters;
+    chapter->time_base = {1, kMovieTimescale};
+    chapter->start = std::llround(start * kMovieTimescale);
+    chapter->end = std::llround(end * kMovieTimescale);
+    if (av_dict_set(&chapter->metadata, "title", title.c_str(), 0) < 0) throw RecorderError(noMemory);
 }
 
 void PlainMovieSink::begin() {

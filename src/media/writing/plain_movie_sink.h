@@ -23,6 +23,8 @@ class PlainMovieSink final : public MovieSink {
     PlainMovieSink(const std::filesystem::path& path, MovieContainer container, std::string shownName);
     ~PlainMovieSink() override;
 
+    /// Times in seconds. Before `begin`.
+    void addChapter(double start, double end, const std::string& title);
     int addStream(const AVCodecParameters& parameters, int timescale, int frameRate) override;
     void begin() override;
     void write(int stream, AVPacket& packet) override;

@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <utility>
 
+#include "base/log.h"
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
+#include "platform/devices/card_sound.h"
 #include "platform/devices/libav_session.h"
 #include "platform/devices/microphone_session.h"
 #include "platform/devices/v4l2_devices.h"
@@ -91,18 +93,29 @@ class MachineDevices final : public CaptureDevices {
         : sounds_(std::move(sounds)), addresses_(std::move(addresses)) {}
 
     std::optional<CaptureDevice> defaultCamera() override {
-        if (!addresses_.testCamera.empty()) return CaptureDevice{kTestCamera, "Testkamera"};
+        std::vector<CaptureDevice> all = cameras();
+        return all.empty() ? std::nullopt : std::optional(std::move(all.front()));
+    }
+
+    std::vector<CaptureDevice> cameras() override {
+        std::vector<CaptureDevice> found;
+        if (!addresses_.testCamera.empty()) found.push_back({kTestCamera, "Testkamera"});
         const auto isCamera = [](const std::string& description) {
             return !devices::isCaptureCard(description, {}, {});
         };
-        if (auto camera = pipewire::findPipeWireCamera(addresses_.pipeWire, isCamera)) {
-            camera->id = kPipeWire + camera->id;
-            return camera;
+        for (CaptureDevice& camera : pipewire::findPipeWireCameras(addresses_.pipeWire, isCamera)) {
+            camera.id = kPipeWire + camera.id;
+            found.push_back(std::move(camera));
         }
-        for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
-            if (!isExternal(device)) return CaptureDevice{kV4l2 + device.path, device.card};
+        // A camera that PipeWire has is the same one here.
+        const bool hasPipeWire = found.size() > (addresses_.testCamera.empty() ? 0U : 1U);
+        if (!hasPipeWire) {
+            for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
+                if (!isExternal(device)) found.push_back(described(device, false));
+            }
         }
-        return std::nullopt;
+        for (CaptureDevice& each : found) each.isDefault = &each == &found.front();
+        return found;
     }
 
     std::optional<CaptureDevice> defaultMicrophone() override {
@@ -115,7 +128,7 @@ class MachineDevices final : public CaptureDevices {
         std::vector<CaptureDevice> found;
         if (!addresses_.testDevice.empty()) found.push_back({kTestDevice, "Testgerät", true});
         for (const devices::V4l2Device& device : devices::listV4l2Devices()) {
-            if (isExternal(device)) found.push_back({kV4l2 + device.path, device.card, true});
+            if (isExternal(device)) found.push_back(described(device, true));
         }
         return found;
     }
@@ -135,13 +148,34 @@ class MachineDevices final : public CaptureDevices {
         }
         if (const auto path = withoutPrefix(device.id, kV4l2)) {
             for (const devices::V4l2Device& one : devices::listV4l2Devices()) {
-                if (one.path == *path && one.card == device.name) return openV4l2(one, isExternal(one));
+                if (one.path == *path && one.card == device.name) return openWithSound(one);
             }
         }
         throw RecorderError("Das Gerät „" + device.name + "“ ist nicht mehr angeschlossen.");
     }
 
   private:
+    // Paths are numbered in the order of plugging in; the bus and the name stay.
+    static CaptureDevice described(const devices::V4l2Device& device, bool isExternal) {
+        CaptureDevice found{kV4l2 + device.path, device.card, isExternal};
+        found.lasting = kV4l2 + device.bus + ":" + device.card;
+        return found;
+    }
+
+    // A capture card's sound is an input of the sound server.
+    std::unique_ptr<CaptureSession> openWithSound(const devices::V4l2Device& device) {
+        auto pictures = openV4l2(device, isExternal(device));
+        if (!isExternal(device)) return pictures;
+        const auto sound = devices::soundOf(device.place, sounds_->microphones());
+        if (!sound) {
+            Log::write("Device", "kein Toneingang an derselben Hardware wie „" + device.card + "“");
+            return pictures;
+        }
+        Log::write("Device", "Ton von „" + device.card + "“: „" + sound->name + "“");
+        return std::make_unique<devices::CardSession>(device.card, std::move(pictures),
+                                                      sounds_->input(kSampleRate, {sound->id, true}));
+    }
+
     static bool isExternal(const devices::V4l2Device& device) {
         return devices::isCaptureCard(device.card, device.driver, device.bus);
     }

@@ -36,6 +36,14 @@ class ChosenSoundSystem final : public SoundSystem {
         SoundSystem* const system = choose();
         return system == nullptr ? std::nullopt : system->defaultMicrophone();
     }
+    std::vector<CaptureDevice> microphones() override {
+        SoundSystem* const system = choose();
+        return system == nullptr ? std::vector<CaptureDevice>{} : system->microphones();
+    }
+    std::unique_ptr<SoundSource> input(int sampleRate, const InputChoice& choice) override {
+        SoundSystem* const system = choose();
+        return system == nullptr ? std::make_unique<NoSoundSource>() : system->input(sampleRate, choice);
+    }
 
   private:
     SoundSystem* choose() {

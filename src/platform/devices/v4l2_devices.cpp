@@ -125,6 +125,9 @@ std::optional<V4l2Device> describe(const std::string& path) {
     found.card = text(capability.card);
     found.driver = text(capability.driver);
     found.bus = text(capability.bus_info);
+    std::error_code unknown;
+    const auto node = std::filesystem::path("/sys/class/video4linux") / std::filesystem::path(path).filename();
+    found.place = std::filesystem::canonical(node, unknown).string();
     v4l2_fmtdesc format{};
     format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     for (; control(device.get(), VIDIOC_ENUM_FMT, &format); ++format.index) {

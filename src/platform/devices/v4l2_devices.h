@@ -25,6 +25,7 @@ struct V4l2Device {
     std::string card;    // for users
     std::string driver;  // the kernel's driver
     std::string bus;
+    std::string place;  // the hardware: a path below /sys/devices; empty when unknown
     std::vector<V4l2Format> formats;
     PixelSize activeFormat;
 };

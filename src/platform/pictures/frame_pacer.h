@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "platform/capture_stream.h"
@@ -21,6 +22,32 @@ class TickSchedule {
   private:
     double next_;
     const double interval_;
+};
+
+/// Counts the intervals of a schedule in which a stream did not look for a picture although the content was moving: its
+/// looks took too long, or its thread did not run. One thread.
+class MissedIntervals {
+  public:
+    MissedIntervals(double start, double interval) : start_(start), interval_(interval) {}
+
+    /// A look begins at `now`. `due` is its tick; nullopt when content has arrived by itself.
+    void begin(double now, std::optional<double> due);
+    /// The look has ended. What was missed before it counts if it found a new picture and there was another one just
+    /// before the gap: what changes now and then misses nothing.
+    void end(double now, bool isNew);
+    std::int64_t count() const { return count_; }
+
+  private:
+    std::int64_t interval(double seconds) const;
+
+    const double start_;
+    const double interval_;
+    std::int64_t lookedAt_ = 0;
+    std::int64_t lookedBefore_ = 0;
+    std::optional<std::int64_t> lastNew_;
+    std::int64_t endedIn_ = 0;
+    std::int64_t missed_ = 0;  // before the present look
+    std::int64_t count_ = 0;
 };
 
 /// Decides at each tick what a stream delivers. Backends call it, take the pictures, and report the server's events.

@@ -25,6 +25,69 @@ TEST(TickSchedule, LeavesOutMissedTicks) {
     EXPECT_DOUBLE_EQ(ticks.next(), 103.5);
 }
 
+TEST(MissedIntervals, AreThoseThatALongLookTook) {
+    MissedIntervals missed(100, 0.1);
+    for (int i = 0; i < 50; ++i) {
+        const double due = 100 + i * 0.1;
+        missed.begin(due, due);
+        missed.end(due + 0.09, true);
+    }
+    EXPECT_EQ(missed.count(), 0);
+    // Three and a half intervals: two passed, and the next look is in the one after them.
+    missed.begin(105, 105);
+    missed.end(105.35, true);
+    missed.begin(105.36, 105.3);
+    missed.end(105.37, true);
+    EXPECT_EQ(missed.count(), 2);
+    // The thread did not run.
+    missed.begin(105.71, 105.4);
+    missed.end(105.72, true);
+    EXPECT_EQ(missed.count(), 5);
+}
+
+TEST(MissedIntervals, WhatStandsStillMissesNothing) {
+    MissedIntervals missed(100, 0.1);
+    missed.begin(100, 100);
+    missed.end(100.5, true);
+    missed.begin(100.5, 100.1);
+    missed.end(100.51, false);
+    missed.begin(100.6, 100.6);
+    missed.end(100.61, true);
+    EXPECT_EQ(missed.count(), 0);
+}
+
+TEST(MissedIntervals, WhatChangesNowAndThenMissesNothing) {
+    MissedIntervals missed(100, 0.1);
+    for (int i = 0; i < 20; ++i) {
+        const double due = 100 + i;
+        // A change once a second, found late and painted slowly.
+        missed.begin(due + 0.35, due);
+        missed.end(due + 0.65, true);
+        missed.begin(due + 0.7, due + 0.7);
+        missed.end(due + 0.71, false);
+        missed.begin(due + 0.9, due + 0.8);
+        missed.end(due + 0.91, false);
+    }
+    EXPECT_EQ(missed.count(), 0);
+}
+
+TEST(MissedIntervals, NothingIsMissedWhereNothingArrived) {
+    MissedIntervals missed(100, 0.1);
+    missed.begin(100.05, std::nullopt);
+    missed.end(100.06, true);
+    missed.begin(100.1, 100.1);
+    missed.end(100.11, false);
+    missed.begin(100.95, std::nullopt);
+    missed.end(100.96, true);
+    EXPECT_EQ(missed.count(), 0);
+    // Content that arrives faster than it is painted.
+    missed.begin(100.96, std::nullopt);
+    missed.end(101.26, true);
+    missed.begin(101.26, std::nullopt);
+    missed.end(101.5, true);
+    EXPECT_EQ(missed.count(), 2);
+}
+
 TEST(FramePacer, FirstPictureIsStartedAndLaterOnesAreComplete) {
     FramePacer pacer;
     EXPECT_EQ(pacer.atTick({10, true, false, true}), Action::takePicture);

@@ -92,6 +92,7 @@ void PacedCaptureStream::run() {
     nameThisThread(threadName_);
     const double start = hostClockSeconds();
     TickSchedule ticks(start, configuration_.minimumFrameInterval);
+    MissedIntervals missed(start, configuration_.minimumFrameInterval);
     const auto slot = [&](double now) { return std::floor((now - start) / configuration_.minimumFrameInterval); };
     while (ended_.empty()) {
         const Wake wake = waitUntil(ticks.next());
@@ -99,8 +100,13 @@ void PacedCaptureStream::run() {
         const double now = hostClockSeconds();
         // What arrives in an interval that has a picture waits for the next tick, where the newest is taken.
         if (wake == Wake::arrival && pool_->last() && slot(now) <= slot(lastTakenAt_)) continue;
+        const double taken = lastTakenAt_;
+        missed.begin(now, wake == Wake::tick ? std::optional(ticks.next()) : std::nullopt);
         tick();
-        if (wake == Wake::tick) ticks.advance(hostClockSeconds());
+        const double end = hostClockSeconds();
+        missed.end(end, taken > 0 && lastTakenAt_ != taken);
+        picturesMissed_ = missed.count();
+        if (wake == Wake::tick) ticks.advance(end);
     }
     finish();
     if (!ended_.empty() && stopped_) stopped_(RecorderError(ended_));

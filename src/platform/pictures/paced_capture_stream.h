@@ -41,6 +41,7 @@ class PacedCaptureStream : public CaptureStream {
     void onDisplayOrigin(std::function<void(double hostSeconds, Point pixels)> handler) override;
     void start() override;
     void stop() override;
+    std::int64_t picturesMissed() const override { return picturesMissed_; }
 
   private:
     enum class Wake { tick, arrival, stop };
@@ -78,6 +79,7 @@ class PacedCaptureStream : public CaptureStream {
     double lastSeconds_ = 0;       // the time of the last sample with a picture
     double lastTakenAt_ = 0;       // when the last picture was taken
     std::string ended_;            // why the stream ended by itself
+    std::atomic<std::int64_t> picturesMissed_ = 0;
     // The number of samples in the queue. Shared with the posted work.
     const std::shared_ptr<std::atomic<int>> waiting_ = std::make_shared<std::atomic<int>>(0);
 

@@ -138,6 +138,7 @@ class Recorded {
         const std::lock_guard hold(lock_);
         return seen_;
     }
+    std::int64_t missed() const { return stream_.picturesMissed(); }
     bool awaitValue(int value) const {
         return await([&] {
             const auto all = seen();
@@ -282,6 +283,29 @@ TEST(PacedCaptureStream, ContentThatArrivesBeforeItIsPaintedIsNotShownEarly) {
     ASSERT_TRUE(recorded.awaitValue(8));
     EXPECT_EQ(recorded.seen().front().value, 8);
     EXPECT_EQ(recorded.seen().front().hostSeconds, newerAt);
+}
+
+TEST(PacedCaptureStream, CountsWhatASlowScreenMakesItMiss) {
+    ArrivingContent content;
+    std::uint8_t value = 1;
+    content.beforePainting = [&] {
+        await(0.03, [] { return false; });  // three intervals
+        if (value < 4) content.show(++value, hostClockSeconds());
+    };
+    const Recorded recorded(content, 0.01);
+    content.show(value, hostClockSeconds());
+    ASSERT_TRUE(recorded.awaitValue(4));
+    EXPECT_TRUE(await([&] { return recorded.missed() >= 1; }));
+}
+
+TEST(PacedCaptureStream, WhatStandsStillMissesNothing) {
+    ArrivingContent content;
+    content.beforePainting = [] { await(0.03, [] { return false; }); };
+    Recorded recorded(content, 0.01);
+    content.show(1, hostClockSeconds());
+    ASSERT_TRUE(recorded.awaitValue(1));
+    recorded.stop();
+    EXPECT_EQ(recorded.missed(), 0);
 }
 
 TEST(PacedCaptureStream, TimesAscendEvenWhenContentIsOlderThanTheLastPicture) {

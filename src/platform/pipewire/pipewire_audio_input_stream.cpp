@@ -22,12 +22,12 @@ constexpr double kPatience = 2;
 // Room for what the realtime thread is ahead: this thread takes its sound at least 30 times a second.
 constexpr int kRingSeconds = 2;
 
+}  // namespace
+
 bool isMicrophone(const PipeWireConnection::Node& node) {
     return node.mediaClass == "Audio/Source" || node.mediaClass == "Audio/Source/Virtual" ||
            node.mediaClass == "Audio/Duplex";
 }
-
-}  // namespace
 
 std::optional<PipeWireConnection::Node> defaultMicrophone(const PipeWireConnection& connection) {
     const auto name = connection.defaultName("audio.source");
@@ -37,6 +37,15 @@ std::optional<PipeWireConnection::Node> defaultMicrophone(const PipeWireConnecti
     return node;
 }
 
+std::optional<PipeWireConnection::Node> chosenMicrophone(const PipeWireConnection& connection,
+                                                         const platform::InputChoice& choice) {
+    if (!choice.id.empty()) {
+        if (auto node = connection.node(choice.id)) return node;
+        if (choice.only) return std::nullopt;
+    }
+    return defaultMicrophone(connection);
+}
+
 int microphoneChannels(const PipeWireConnection::Node& node) {
     return std::clamp(node.outputPorts, 1, 2);
 }
@@ -44,9 +53,9 @@ int microphoneChannels(const PipeWireConnection::Node& node) {
 /// The stream and what it shares with the library's data thread.
 class PipeWireAudioInputStream::Stream {
   public:
-    /// `latency` is the sink's; null for a microphone.
-    Stream(PipeWireConnection& connection, const SinkLatency* latency, int sampleRate, int channels,
-           platform::ClockDriftCorrector& corrector)
+    /// `latency` is the sink's; null for a microphone, of which `choice` is.
+    Stream(PipeWireConnection& connection, const SinkLatency* latency, const platform::InputChoice& choice,
+           int sampleRate, int channels, platform::ClockDriftCorrector& corrector)
         : latency_(latency),
           sampleRate_(sampleRate),
           channels_(channels),
@@ -57,6 +66,9 @@ class PipeWireAudioInputStream::Stream {
             pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE,
                               "Production", PW_KEY_APP_NAME, "LumiVastor", PW_KEY_NODE_NAME, "lumivastor", nullptr);
         if (!isMicrophone) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+        // The session manager connects the default while the chosen device is away, unless only that will do.
+        if (!choice.id.empty()) pw_properties_set(properties, "target.object", choice.id.c_str());
+        if (choice.only) pw_properties_set(properties, "node.dont-fallback", "true");
         stream_ = pw_stream_new(connection.core(), isMicrophone ? "Mikrofon" : "Systemton", properties);
         if (stream_ == nullptr) throw RecorderError("Der Ton kann nicht aufgenommen werden.");
         listen();
@@ -66,6 +78,8 @@ class PipeWireAudioInputStream::Stream {
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
+    /// The stream's own node.
+    std::uint32_t node() const { return pw_stream_get_node_id(stream_); }
     bool isStreaming() const { return isStreaming_; }
     bool isBroken() const { return isBroken_; }
     /// Since when nothing flows; only while it does not.
@@ -165,15 +179,20 @@ class PipeWireAudioInputStream::Stream {
     double pausedSince_ = hostClockSeconds();
 };
 
-PipeWireAudioInputStream::PipeWireAudioInputStream(const std::string& remote, Kind kind, int sampleRate, int channels,
+PipeWireAudioInputStream::PipeWireAudioInputStream(const std::string& remote, Kind kind,
+                                                   const platform::InputChoice& choice, int sampleRate, int channels,
                                                    platform::ClockDriftCorrector& corrector)
-    : connection_(remote, kConnectSeconds) {
-    if (kind == Kind::microphone && !defaultMicrophone(connection_)) throw RecorderError("Kein Mikrofon gefunden.");
+    : connection_(remote, kConnectSeconds), choice_(choice) {
+    if (const auto chosen = connection_.node(choice_.id)) chosenSerial_ = chosen->serial;
+    if (kind == Kind::microphone && !chosenMicrophone(connection_, choice)) {
+        throw RecorderError(choice.only ? "Der Toneingang ist nicht mehr angeschlossen." : "Kein Mikrofon gefunden.");
+    }
     if (kind == Kind::systemAudio && !connection_.defaultName("audio.sink")) {
         throw RecorderError("Es gibt keine Tonausgabe, die aufgenommen werden könnte.");
     }
     if (kind == Kind::systemAudio) latency_ = std::make_unique<SinkLatency>(connection_);
-    stream_ = std::make_unique<Stream>(connection_, latency_.get(), sampleRate, channels, corrector);
+    if (kind == Kind::microphone) mute_ = std::make_unique<SourceMute>(connection_);
+    stream_ = std::make_unique<Stream>(connection_, latency_.get(), choice, sampleRate, channels, corrector);
     const bool flows =
         connection_.runUntil([this] { return stream_->isStreaming() || stream_->isBroken(); }, kConnectSeconds);
     if (!flows || stream_->isBroken()) throw RecorderError("Der Ton kann nicht aufgenommen werden.");
@@ -187,7 +206,25 @@ platform::AudioInputStream::State PipeWireAudioInputStream::run(double seconds) 
     stream_->handOver();
     if (!connection_.isAlive() || stream_->isBroken()) return State::gone;
     const bool flows = stream_->isStreaming() || hostClockSeconds() < stream_->pausedSince() + kPatience;
-    return flows ? State::running : State::gone;
+    if (!flows) return State::gone;
+    return hasChosenCome() ? State::changed : State::running;
+}
+
+bool PipeWireAudioInputStream::hasChosenCome() const {
+    if (choice_.id.empty()) return false;
+    const auto chosen = connection_.node(choice_.id);
+    // Its ports come after it; without them nothing can be connected.
+    if (!chosen || chosen->outputPorts == 0 || chosen->serial == chosenSerial_) return false;
+    const auto source = connection_.sourceOf(stream_->node());
+    return !source || source->serial != chosen->serial;
+}
+
+std::optional<platform::InputState> PipeWireAudioInputStream::state() {
+    if (!mute_) return std::nullopt;
+    const auto source = connection_.sourceOf(stream_->node());
+    if (!source) return std::nullopt;
+    mute_->watch(source->id);
+    return platform::InputState{source->name, source->description, mute_->isMuted(), !isMicrophone(*source)};
 }
 
 }  // namespace lumivastor::pipewire

@@ -25,21 +25,22 @@ constexpr PixelSize kUnknownSize{1280, 720};
 
 }  // namespace
 
-std::optional<platform::CaptureDevice> findPipeWireCamera(
+std::vector<platform::CaptureDevice> findPipeWireCameras(
     const std::string& remote, const std::function<bool(const std::string& description)>& isCamera) {
+    std::vector<platform::CaptureDevice> found;
     try {
         const PipeWireConnection connection(remote, kProbeSeconds);
         const auto preferred = connection.defaultName("video.source");
-        std::optional<platform::CaptureDevice> found;
         for (const PipeWireConnection::Node& node : connection.nodes()) {
             if (node.mediaClass != "Video/Source" || !isCamera(node.description)) continue;
-            if (!found || (preferred && node.name == *preferred))
-                found = platform::CaptureDevice{node.name, node.description};
+            platform::CaptureDevice camera{node.name, node.description};
+            camera.isDefault = node.name == preferred;
+            found.insert(camera.isDefault ? found.begin() : found.end(), std::move(camera));
         }
-        return found;
     } catch (const RecorderError&) {
-        return std::nullopt;
+        // Without a server there are none.
     }
+    return found;
 }
 
 PipeWireCameraSession::PipeWireCameraSession(std::string remote, std::string node, std::string name)

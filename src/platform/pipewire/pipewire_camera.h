@@ -16,9 +16,9 @@
 
 namespace lumivastor::pipewire {
 
-/// The default camera of a PipeWire server: the session manager's default, or else the first. nullopt without a server
-/// or camera. `isCamera` may reject nodes by their descriptions.
-std::optional<platform::CaptureDevice> findPipeWireCamera(
+/// The cameras of a PipeWire server, the session manager's default marked and first. Empty without a server or camera.
+/// `isCamera` may reject nodes by their descriptions.
+std::vector<platform::CaptureDevice> findPipeWireCameras(
     const std::string& remote, const std::function<bool(const std::string& description)>& isCamera);
 
 /// A capture session of a PipeWire server's video source. While it runs it has its own thread ("pipewire.camera").

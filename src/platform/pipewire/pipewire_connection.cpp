@@ -42,6 +42,11 @@ std::uint64_t number(const spa_dict* properties, const char* key) {
     return std::strtoull(text(properties, key).c_str(), nullptr, 10);
 }
 
+// Whether something can be recorded from a node: a microphone or a camera.
+bool isSource(const PipeWireConnection::Node& node) {
+    return node.mediaClass.find("/Source") != std::string::npos || node.mediaClass == "Audio/Duplex";
+}
+
 // The name in {"name":"..."}.
 std::optional<std::string> nameIn(const char* value) {
     spa_json outer{};
@@ -64,6 +69,11 @@ class PipeWireConnection::Impl {
     struct Port {
         std::uint32_t node = 0;
         bool isOutput = false;
+    };
+
+    struct Link {
+        std::uint32_t from = 0;  // nodes
+        std::uint32_t to = 0;
     };
 
     using Connect = std::function<pw_core*(pw_context*)>;
@@ -93,6 +103,8 @@ class PipeWireConnection::Impl {
     int reached = 0;
     std::map<std::uint32_t, Node> nodes;
     std::map<std::uint32_t, Port> ports;
+    std::map<std::uint32_t, Link> links;
+    std::uint64_t changes = 0;
     std::map<std::string, std::string> defaults;
 
   private:
@@ -172,10 +184,17 @@ void PipeWireConnection::Impl::add(std::uint32_t id, const char* type, std::uint
         node.description = text(properties, PW_KEY_NODE_DESCRIPTION);
         if (node.description.empty()) node.description = node.name;
         node.mediaClass = text(properties, PW_KEY_MEDIA_CLASS);
+        if (!text(properties, PW_KEY_DEVICE_ID).empty()) {
+            node.device = static_cast<std::uint32_t>(number(properties, PW_KEY_DEVICE_ID));
+        }
         nodes[id] = node;
+        if (isSource(node)) ++changes;
     } else if (kind == PW_TYPE_INTERFACE_Port) {
         ports[id] = {static_cast<std::uint32_t>(number(properties, PW_KEY_NODE_ID)),
                      text(properties, PW_KEY_PORT_DIRECTION) == "out"};
+    } else if (kind == PW_TYPE_INTERFACE_Link) {
+        links[id] = {static_cast<std::uint32_t>(number(properties, PW_KEY_LINK_OUTPUT_NODE)),
+                     static_cast<std::uint32_t>(number(properties, PW_KEY_LINK_INPUT_NODE))};
     } else if (kind == PW_TYPE_INTERFACE_Metadata && text(properties, PW_KEY_METADATA_NAME) == "default") {
         if (metadata == nullptr) bindMetadata(id, type, version);
     }
@@ -191,6 +210,7 @@ void PipeWireConnection::Impl::bindMetadata(std::uint32_t id, const char* type, 
         events.version = PW_VERSION_METADATA_EVENTS;
         events.property = [](void* data, std::uint32_t, const char* key, const char*, const char* value) {
             auto& all = static_cast<Impl*>(data)->defaults;
+            ++static_cast<Impl*>(data)->changes;
             if (key == nullptr) {
                 all.clear();
             } else if (const auto name = value == nullptr ? std::nullopt : nameIn(value)) {
@@ -206,13 +226,19 @@ void PipeWireConnection::Impl::bindMetadata(std::uint32_t id, const char* type, 
 }
 
 void PipeWireConnection::Impl::remove(std::uint32_t id) {
-    nodes.erase(id);
+    const auto node = nodes.find(id);
+    if (node != nodes.end()) {
+        if (isSource(node->second)) ++changes;
+        nodes.erase(node);
+    }
     ports.erase(id);
+    links.erase(id);
     if (metadata == nullptr || id != metadataId) return;
     spa_hook_remove(&metadataHook);
     pw_proxy_destroy(reinterpret_cast<pw_proxy*>(metadata));
     metadata = nullptr;
     defaults.clear();
+    ++changes;
 }
 
 bool PipeWireConnection::Impl::runUntil(const std::function<bool()>& done, double timeout) {
@@ -300,6 +326,18 @@ std::optional<PipeWireConnection::Node> PipeWireConnection::node(const std::stri
 
 bool PipeWireConnection::hasNode(std::uint32_t id) const {
     return impl_->nodes.count(id) > 0;
+}
+
+std::optional<PipeWireConnection::Node> PipeWireConnection::sourceOf(std::uint32_t id) const {
+    for (const auto& [linkId, link] : impl_->links) {
+        const auto found = impl_->nodes.find(link.from);
+        if (link.to == id && found != impl_->nodes.end()) return found->second;
+    }
+    return std::nullopt;
+}
+
+std::uint64_t PipeWireConnection::changes() const {
+    return impl_->changes;
 }
 
 std::optional<std::string> PipeWireConnection::defaultName(const std::string& kind) const {

@@ -28,6 +28,7 @@ class PipeWireConnection {
         std::string mediaClass;
         int outputPorts = 0;
         std::optional<std::uint32_t> firstInputPort;
+        std::optional<std::uint32_t> device;  // the object that the node belongs to
     };
 
     /// Returns when the server has reported all its objects. Throws `RecorderError` when no server answers within
@@ -56,6 +57,10 @@ class PipeWireConnection {
     std::vector<Node> nodes() const;
     std::optional<Node> node(const std::string& name) const;
     bool hasNode(std::uint32_t id) const;
+    /// The node whose output flows into this one; nullopt when nothing is connected.
+    std::optional<Node> sourceOf(std::uint32_t id) const;
+    /// Counts microphones and cameras that come and go, and changes of defaults, to see whether there was one.
+    std::uint64_t changes() const;
     /// The session manager's default node of a kind ("audio.source"), by name.
     std::optional<std::string> defaultName(const std::string& kind) const;
 

@@ -2,9 +2,12 @@
 #include "platform/pipewire/pipewire_sound_system.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <set>
 #include <utility>
 
 #include "base/recorder_error.h"
+#include "platform/pipewire/device_places.h"
 #include "platform/pipewire/pipewire_audio_input_stream.h"
 #include "platform/pipewire/pipewire_connection.h"
 #include "platform/sound/live_sound_source.h"
@@ -16,7 +19,7 @@ constexpr double kConnectSeconds = 3;
 constexpr double kProbeSeconds = 1;
 
 std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, PipeWireAudioInputStream::Kind kind,
-                                                  int sampleRate, int channels) {
+                                                  const platform::InputChoice& choice, int sampleRate, int channels) {
     platform::ClockDriftCorrector::Options options;
     options.sampleRate = sampleRate;
     options.channels = channels;
@@ -24,14 +27,15 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, Pip
     options.jitterSeconds = 0.0005;
     options.gapSeconds = 0.01;
     options.settleSeconds = 0.1;
-    const auto channelsAtStart = [remote] {
+    const auto channelsAtStart = [remote, choice] {
         const PipeWireConnection connection(remote, kConnectSeconds);
-        const auto found = defaultMicrophone(connection);
+        const auto found = chosenMicrophone(connection, choice);
         if (!found) throw RecorderError("Kein Mikrofon gefunden.");
         return microphoneChannels(*found);
     };
-    const auto open = [remote, kind, sampleRate](platform::ClockDriftCorrector& corrector) {
-        return std::make_unique<PipeWireAudioInputStream>(remote, kind, sampleRate, corrector.channels(), corrector);
+    const auto open = [remote, kind, choice, sampleRate](platform::ClockDriftCorrector& corrector) {
+        return std::make_unique<PipeWireAudioInputStream>(remote, kind, choice, sampleRate, corrector.channels(),
+                                                          corrector);
     };
     return std::make_unique<platform::LiveSoundSource>(options, open, channelsAtStart);
 }
@@ -41,11 +45,15 @@ std::unique_ptr<platform::SoundSource> makeSource(const std::string& remote, Pip
 PipeWireSoundSystem::PipeWireSoundSystem(std::string remote) : remote_(std::move(remote)) {}
 
 std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::systemAudio(int sampleRate, int channels) {
-    return makeSource(remote_, PipeWireAudioInputStream::Kind::systemAudio, sampleRate, channels);
+    return makeSource(remote_, PipeWireAudioInputStream::Kind::systemAudio, {}, sampleRate, channels);
 }
 
 std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::microphone(int sampleRate) {
-    return makeSource(remote_, PipeWireAudioInputStream::Kind::microphone, sampleRate, 0);
+    return input(sampleRate, {});
+}
+
+std::unique_ptr<platform::SoundSource> PipeWireSoundSystem::input(int sampleRate, const platform::InputChoice& choice) {
+    return makeSource(remote_, PipeWireAudioInputStream::Kind::microphone, choice, sampleRate, 0);
 }
 
 std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() {
@@ -57,6 +65,30 @@ std::optional<platform::CaptureDevice> PipeWireSoundSystem::defaultMicrophone() 
     } catch (const RecorderError&) {
         return std::nullopt;
     }
+}
+
+std::vector<platform::CaptureDevice> PipeWireSoundSystem::microphones() {
+    std::vector<platform::CaptureDevice> found;
+    try {
+        PipeWireConnection connection(remote_, kConnectSeconds);
+        const auto standard = connection.defaultName("audio.source");
+        const std::vector<PipeWireConnection::Node> nodes = connection.nodes();
+        std::set<std::uint32_t> hardware;
+        for (const PipeWireConnection::Node& node : nodes) {
+            if (isMicrophone(node) && node.device) hardware.insert(*node.device);
+        }
+        const auto places = devicePlaces(connection, hardware);
+        for (const PipeWireConnection::Node& node : nodes) {
+            if (!isMicrophone(node)) continue;
+            found.push_back({node.name, node.description, false, microphoneChannels(node)});
+            found.back().isDefault = node.name == standard;
+            const auto place = node.device ? places.find(*node.device) : places.end();
+            if (place != places.end()) found.back().place = place->second;
+        }
+    } catch (const RecorderError&) {
+        // Without a server there are none.
+    }
+    return found;
 }
 
 bool PipeWireSoundSystem::hasSound() const {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/sound_system.h"
 
@@ -20,6 +21,8 @@ class PipeWireSoundSystem final : public platform::SoundSystem {
     std::unique_ptr<platform::SoundSource> systemAudio(int sampleRate, int channels) override;
     std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
     std::optional<platform::CaptureDevice> defaultMicrophone() override;
+    std::vector<platform::CaptureDevice> microphones() override;
+    std::unique_ptr<platform::SoundSource> input(int sampleRate, const platform::InputChoice& choice) override;
 
     /// Whether a server answers that handles sound. PipeWire may run for cameras and screens alone, beside another
     /// sound server.

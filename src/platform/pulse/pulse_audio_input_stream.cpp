@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "base/host_clock.h"
 #include "base/recorder_error.h"
@@ -16,31 +17,40 @@ namespace {
 constexpr double kConnectSeconds = 3;
 // How much sound comes at once. Small enough for a level meter, large enough to cost nothing.
 constexpr double kFragmentSeconds = 0.02;
+// The same where only the level matters, which is shown 30 times a second.
+constexpr double kLevelSeconds = 0.03;
 
 }  // namespace
 
-PulseAudioInputStream::PulseAudioInputStream(const std::string& server, Kind kind, int sampleRate, int channels,
-                                             platform::ClockDriftCorrector& corrector)
+PulseAudioInputStream::PulseAudioInputStream(const std::string& server, Kind kind, platform::InputChoice choice,
+                                             int sampleRate, int channels, platform::ClockDriftCorrector& corrector)
     : connection_(server, kConnectSeconds),
       kind_(kind),
+      choice_(std::move(choice)),
       sampleRate_(sampleRate),
       channels_(channels),
       corrector_(corrector) {
     isPipeWire_ = connection_.server().isPipeWire;
-    connection_.watchServer([this] { defaultsMayHaveChanged_ = true; });
-    device_ = defaultDevice();
+    connection_.watchServer([this] { sourcesMayHaveChanged_ = true; });
+    device_ = wantedDevice();
     connect();
+    updateState();
 }
 
 PulseAudioInputStream::~PulseAudioInputStream() = default;
 
-std::string PulseAudioInputStream::defaultDevice() {
+std::string PulseAudioInputStream::wantedDevice() {
     const PulseConnection::Server server = connection_.server();
     if (kind_ == Kind::systemAudio) {
         // By its name: PipeWire 0.3.65 takes @DEFAULT_MONITOR@ for the microphone.
         const auto monitor = server.defaultSink.empty() ? std::nullopt : connection_.monitor(server.defaultSink);
         if (!monitor) throw RecorderError("Es gibt keine Tonausgabe, die aufgenommen werden könnte.");
         return *monitor;
+    }
+    if (!choice_.id.empty()) {
+        const auto chosen = connection_.source(choice_.id);
+        if (chosen) return chosen->name;
+        if (choice_.only) throw RecorderError("Der Toneingang ist nicht mehr angeschlossen.");
     }
     const auto source = server.defaultSource.empty() ? std::nullopt : connection_.source(server.defaultSource);
     // Without a microphone the server's default source is a monitor.
@@ -55,7 +65,9 @@ void PulseAudioInputStream::connect() {
 
     // Another device, or one that slept: latencies are other ones from here on.
     const auto begunAnew = [](pa_stream*, void* data) {
-        static_cast<PulseAudioInputStream*>(data)->corrector_.restart();
+        auto& self = *static_cast<PulseAudioInputStream*>(data);
+        self.corrector_.restart();
+        self.sourcesMayHaveChanged_ = true;
     };
     pa_stream_set_moved_callback(stream_.get(), begunAnew, this);
     pa_stream_set_suspended_callback(stream_.get(), begunAnew, this);
@@ -63,7 +75,8 @@ void PulseAudioInputStream::connect() {
     pa_buffer_attr attributes{};
     attributes.maxlength = UINT32_MAX;
     const auto frameBytes = static_cast<std::uint32_t>(channels_) * static_cast<std::uint32_t>(sizeof(float));
-    attributes.fragsize = static_cast<std::uint32_t>(kFragmentSeconds * sampleRate_) * frameBytes;
+    const double fragment = corrector_.needsTimes() ? kFragmentSeconds : kLevelSeconds;
+    attributes.fragsize = static_cast<std::uint32_t>(fragment * sampleRate_) * frameBytes;
     const bool asked =
         pa_stream_connect_record(stream_.get(), device_.c_str(), &attributes, PA_STREAM_ADJUST_LATENCY) >= 0;
     const bool ready = asked && connection_.runUntil(
@@ -111,14 +124,28 @@ platform::AudioInputStream::State PulseAudioInputStream::run(double seconds) {
     connection_.run(seconds);
     if (!connection_.isAlive() || PA_STREAM_IS_GOOD(pa_stream_get_state(stream_.get())) == 0) return State::gone;
     read();
-    if (!defaultsMayHaveChanged_) return State::running;
-    defaultsMayHaveChanged_ = false;
-    return isFollowing() ? State::running : State::changed;
+    if (!std::exchange(sourcesMayHaveChanged_, false)) return State::running;
+    if (!isFollowing()) return State::changed;
+    updateState();
+    return State::running;
+}
+
+void PulseAudioInputStream::updateState() {
+    if (kind_ != Kind::microphone) return;
+    const char* const present = pa_stream_get_device_name(stream_.get());
+    if (present == nullptr) return;
+    try {
+        if (const auto source = connection_.source(present)) {
+            state_ = {source->name, source->description, source->isMuted, source->isMonitor};
+        }
+    } catch (const RecorderError&) {
+        // The server is about to go, which the next `run` finds out.
+    }
 }
 
 bool PulseAudioInputStream::isFollowing() {
     try {
-        return defaultDevice() == device_;
+        return wantedDevice() == device_;
     } catch (const RecorderError&) {
         // There is no default device any more. The present stream continues as long as it lives.
         return true;
@@ -149,7 +176,7 @@ void PulseAudioInputStream::read() {
         pa_stream_drop(stream_.get());
         hasRead = true;
     }
-    if (hasRead && !isPipeWire_) askForTiming();
+    if (hasRead && !isPipeWire_ && corrector_.needsTimes()) askForTiming();
 }
 
 }  // namespace lumivastor::pulse

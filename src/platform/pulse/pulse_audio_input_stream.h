@@ -13,19 +13,21 @@
 
 namespace lumivastor::pulse {
 
-/// A stream that records the default sink's monitor or the default source.
+/// A stream that records the default sink's monitor, or a chosen source or the default one.
 class PulseAudioInputStream final : public platform::AudioInputStream {
   public:
     enum class Kind { systemAudio, microphone };
 
-    /// Throws `RecorderError` when there is no server or no such device, after some seconds at most.
-    PulseAudioInputStream(const std::string& server, Kind kind, int sampleRate, int channels,
-                          platform::ClockDriftCorrector& corrector);
+    /// Throws `RecorderError` when there is no server or no such device, after some seconds at most. `choice` is that
+    /// of a microphone.
+    PulseAudioInputStream(const std::string& server, Kind kind, platform::InputChoice choice, int sampleRate,
+                          int channels, platform::ClockDriftCorrector& corrector);
     ~PulseAudioInputStream() override;
     PulseAudioInputStream(const PulseAudioInputStream&) = delete;
     PulseAudioInputStream& operator=(const PulseAudioInputStream&) = delete;
 
     State run(double seconds) override;
+    std::optional<platform::InputState> state() override { return state_; }
 
   private:
     /// The time at which one frame was or will be heard.
@@ -34,7 +36,9 @@ class PulseAudioInputStream final : public platform::AudioInputStream {
         double hostSeconds = 0;
     };
 
-    std::string defaultDevice();
+    std::string wantedDevice();
+    /// Asks what the recorded source is now: the server may have moved the stream.
+    void updateState();
     void connect();
     /// Requests the server's latencies; the answer arrives within `run`. The library's interpolated latencies are wrong
     /// for seconds after a new stream has changed a sink's latency; the raw ones are exact from the first on.
@@ -47,6 +51,7 @@ class PulseAudioInputStream final : public platform::AudioInputStream {
 
     PulseConnection connection_;
     Kind kind_;
+    platform::InputChoice choice_;
     int sampleRate_;
     int channels_;
     platform::ClockDriftCorrector& corrector_;
@@ -56,7 +61,8 @@ class PulseAudioInputStream final : public platform::AudioInputStream {
     OperationHandle question_;      // the pending request
     std::optional<Timing> timing_;  // the latest answer
     std::int64_t frame_ = 0;
-    bool defaultsMayHaveChanged_ = false;
+    bool sourcesMayHaveChanged_ = false;
+    std::optional<platform::InputState> state_;  // of a microphone
 };
 
 }  // namespace lumivastor::pulse

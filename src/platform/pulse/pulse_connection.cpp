@@ -16,6 +16,22 @@ constexpr const char* kSilent = "Der Tonserver antwortet nicht.";
 // A server answers within milliseconds; one whose process is stopped never does.
 constexpr double kAnswerSeconds = 2;
 
+PulseConnection::Source described(const pa_source_info& info) {
+    PulseConnection::Source source;
+    source.name = info.name;
+    source.description = info.description == nullptr ? info.name : info.description;
+    source.channels = info.sample_spec.channels;
+    source.isMonitor = info.monitor_of_sink != PA_INVALID_INDEX;
+    source.isMuted = info.mute != 0 || pa_cvolume_is_muted(&info.volume) != 0;
+    // The first is relative to /sys; the second is PipeWire's, and is not.
+    for (const char* const key : {"sysfs.path", "device.sysfs.path"}) {
+        const char* const path = pa_proplist_gets(info.proplist, key);
+        if (path == nullptr || !source.place.empty()) continue;
+        source.place = std::string(path).starts_with("/sys/") ? path : std::string("/sys") + path;
+    }
+    return source;
+}
+
 }  // namespace
 
 void PulseConnection::LoopDelete::operator()(pa_mainloop* loop) const {
@@ -80,11 +96,19 @@ std::optional<PulseConnection::Source> PulseConnection::source(const std::string
     std::optional<Source> found;
     const auto take = [](pa_context*, const pa_source_info* info, int end, void* data) {
         if (info == nullptr || end != 0) return;
-        auto& source = *static_cast<std::optional<Source>*>(data);
-        source = Source{info->name, info->description == nullptr ? info->name : info->description,
-                        info->sample_spec.channels, info->monitor_of_sink != PA_INVALID_INDEX};
+        *static_cast<std::optional<Source>*>(data) = described(*info);
     };
     await(pa_context_get_source_info_by_name(context_.get(), name.c_str(), take, &found));
+    return found;
+}
+
+std::vector<PulseConnection::Source> PulseConnection::sources() {
+    std::vector<Source> found;
+    const auto take = [](pa_context*, const pa_source_info* info, int end, void* data) {
+        if (info == nullptr || end != 0) return;
+        static_cast<std::vector<Source>*>(data)->push_back(described(*info));
+    };
+    await(pa_context_get_source_info_list(context_.get(), take, &found));
     return found;
 }
 
@@ -105,7 +129,8 @@ void PulseConnection::watchServer(std::function<void()> changed) {
     };
     pa_context_set_subscribe_callback(context_.get(), tell, this);
     const auto ignore = [](pa_context*, int, void*) {};
-    await(pa_context_subscribe(context_.get(), PA_SUBSCRIPTION_MASK_SERVER, ignore, nullptr));
+    const auto kinds = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE);
+    await(pa_context_subscribe(context_.get(), kinds, ignore, nullptr));
 }
 
 }  // namespace lumivastor::pulse

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/pulse/pulse_handles.h"
 
@@ -28,6 +29,9 @@ class PulseConnection {
         std::string description;
         int channels = 0;
         bool isMonitor = false;
+        bool isMuted = false;  // or its volume is zero
+        /// The hardware behind it: a path below /sys/devices; empty when the server does not tell.
+        std::string place;
     };
 
     /// Throws `RecorderError` when no server answers within `timeout` seconds.
@@ -48,11 +52,12 @@ class PulseConnection {
     Server server();
     /// nullopt when there is no such source.
     std::optional<Source> source(const std::string& name);
+    std::vector<Source> sources();
 
     /// The name of a sink's monitor source; nullopt when there is no such sink.
     std::optional<std::string> monitor(const std::string& sink);
 
-    /// From now on `changed` is called, within `run`, whenever the server's defaults may have changed.
+    /// From now on `changed` is called, within `run`, whenever the server's defaults or sources may have changed.
     void watchServer(std::function<void()> changed);
 
   private:

@@ -28,5 +28,17 @@ TEST(PulseSound, WithoutAServerSaysSo) {
     EXPECT_EQ(startFailure(*sounds.microphone(48000)), "Kein Tonserver gefunden.");
 }
 
+TEST(PulseSound, TellsWhereTheHardwareOfAnInputIs) {
+    const PulseRig rig;
+    askSoundServer(rig.address(), {"load-module", "module-remap-source", "master=micfeed.monitor", "source_name=card",
+                                   "source_properties=sysfs.path=/devices/usb2/2-1/2-1:1.3/sound/card1"});
+    PulseSoundSystem sounds(rig.address());
+    const auto all = sounds.microphones();
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[0].place, "");
+    EXPECT_TRUE(all[0].isDefault);
+    EXPECT_EQ(all[1].place, "/sys/devices/usb2/2-1/2-1:1.3/sound/card1");
+}
+
 }  // namespace
 }  // namespace lumivastor::pulse

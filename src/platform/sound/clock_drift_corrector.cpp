@@ -39,6 +39,10 @@ double ClockDriftCorrector::heldSeconds() const {
 }
 
 void ClockDriftCorrector::add(std::int64_t frame, double hostSeconds, std::span<const float> values) {
+    if (options_.isOnlyForLevels) {
+        output_({hostSeconds, options_.sampleRate, options_.channels, {values.begin(), values.end()}});
+        return;
+    }
     precondition(values.size() % static_cast<std::size_t>(options_.channels) == 0, "whole frames");
     if (values.empty()) return;
     const std::int64_t expected = held_.empty() ? nextFrame_ : held_.back().frame + framesOf(held_.back());

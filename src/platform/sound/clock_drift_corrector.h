@@ -35,12 +35,16 @@ class ClockDriftCorrector {
         /// If all arrivals of a second are on the same side of the line, and by this much on average, the line is
         /// wrong: less than `gapSeconds` was lost, and the loss was not reported.
         double shiftSeconds = 0.006;
+        /// Passes the sound on as it comes, with the times of its arrival: for level meters.
+        bool isOnlyForLevels = false;
     };
     using Output = std::function<void(SoundBuffer)>;
 
     ClockDriftCorrector(const Options& options, Output output);
 
     int channels() const { return options_.channels; }
+    /// Whether the times of what comes in matter.
+    bool needsTimes() const { return !options_.isOnlyForLevels; }
 
     /// Adds sound whose first frame has number `frame` by the device's count and was heard at about `hostSeconds`.
     /// Skipped numbers mean that sound was lost; decreasing numbers, that the device restarted.

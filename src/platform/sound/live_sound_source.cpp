@@ -36,6 +36,10 @@ void LiveSoundSource::onReturn(ReturnHandler handler) {
     returned_ = std::move(handler);
 }
 
+void LiveSoundSource::onState(StateHandler handler) {
+    stateChanged_ = std::move(handler);
+}
+
 void LiveSoundSource::start(Handler handler, EndHandler ended) {
     precondition(!handler_, "a sound source starts once");
     handler_ = std::move(handler);
@@ -73,9 +77,13 @@ void LiveSoundSource::listen(const std::function<void(std::optional<RecorderErro
         return;
     }
     started(std::nullopt);
+    tellState(*stream);
     while (stream && hostClockSeconds() < stopAt_ + kLastSound && heardTo < stopAt_) {
         const AudioInputStream::State state = stream->run(kSlice);
-        if (state == AudioInputStream::State::running) continue;
+        if (state == AudioInputStream::State::running) {
+            tellState(*stream);
+            continue;
+        }
         stream.reset();
         corrector->restart();
         if (stopAt_ != kNever) break;
@@ -83,6 +91,14 @@ void LiveSoundSource::listen(const std::function<void(std::optional<RecorderErro
     }
     stream.reset();
     corrector->finish();
+}
+
+void LiveSoundSource::tellState(AudioInputStream& stream) {
+    if (!stateChanged_) return;
+    const auto state = stream.state();
+    if (!state || state == toldState_) return;
+    toldState_ = state;
+    stateChanged_(*state);
 }
 
 std::unique_ptr<AudioInputStream> LiveSoundSource::reopen(ClockDriftCorrector& corrector) {

@@ -27,6 +27,9 @@ class AudioInputStream {
 
     /// Waits for up to `seconds`, and passes on what came.
     virtual State run(double seconds) = 0;
+
+    /// What the server says of the device that is recorded; nullopt when that is not known.
+    virtual std::optional<InputState> state() { return std::nullopt; }
 };
 
 /// The common part of sources of every sound server: a thread that opens a line, runs it, reports when it is gone and
@@ -44,6 +47,8 @@ class LiveSoundSource final : public SoundSource {
     LiveSoundSource& operator=(const LiveSoundSource&) = delete;
 
     void onReturn(ReturnHandler handler) override;
+    void onState(StateHandler handler) override;
+    void onlyForLevels() override { options_.isOnlyForLevels = true; }
     void start(Handler handler, EndHandler ended) override;
     void stop() override;
 
@@ -52,6 +57,7 @@ class LiveSoundSource final : public SoundSource {
     /// Opens lines until one runs; null when the source was stopped.
     std::unique_ptr<AudioInputStream> reopen(ClockDriftCorrector& corrector);
     void pause(double seconds) const;
+    void tellState(AudioInputStream& stream);
 
     ClockDriftCorrector::Options options_;
     Open open_;
@@ -59,6 +65,8 @@ class LiveSoundSource final : public SoundSource {
     Handler handler_;
     EndHandler ended_;
     ReturnHandler returned_;
+    StateHandler stateChanged_;
+    std::optional<InputState> toldState_;  // the thread's
     std::atomic<double> stopAt_;
     std::thread thread_;
 };

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <initializer_list>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "base/host_clock.h"
+#include "base/recorder_error.h"
 #include "platform/pipewire/pipewire_sound_system.h"
 #include "platform/pulse/pulse_sound_system.h"
 #include "support/await.h"
@@ -26,6 +30,7 @@ struct OverPulseAudio {
     static constexpr const char* kName = "PulseAudio";
     static constexpr const char* kNobody = "Kein Tonserver gefunden.";
     static std::string address(const Rig& rig) { return rig.address(); }
+    static std::string pulseAddress(const Rig& rig) { return rig.address(); }
 };
 
 struct OverPipeWire {
@@ -35,6 +40,7 @@ struct OverPipeWire {
     static constexpr const char* kName = "PipeWire";
     static constexpr const char* kNobody = "Kein PipeWire-Server gefunden.";
     static std::string address(const Rig& rig) { return rig.remote(); }
+    static std::string pulseAddress(const Rig& rig) { return rig.pulseAddress(); }
 };
 
 struct BackendNames {
@@ -43,6 +49,30 @@ struct BackendNames {
         return Backend::kName;
     }
 };
+
+/// The latest state that a source has told.
+class ToldState {
+  public:
+    SoundSource::StateHandler handler() {
+        return [this](const InputState& state) {
+            const std::lock_guard hold(lock_);
+            latest_ = state;
+        };
+    }
+    /// False when that state does not come.
+    bool await(const InputState& expected) {
+        return lumivastor::await([&] {
+            const std::lock_guard hold(lock_);
+            return latest_ == expected;
+        });
+    }
+
+  private:
+    std::mutex lock_;
+    InputState latest_;  // guarded by lock_
+};
+
+const InputState kTestMicrophone{"testmic", "Testmikrofon", false, false};
 
 template <typename Backend>
 class SoundSystems : public testing::Test {};
@@ -84,6 +114,65 @@ TYPED_TEST(SoundSystems, MicrophoneIsHeardWhenItIsSpokenInto) {
     source->stop();
     expectInPlace(heard, beeper.beeps(), "microphone");
     for (const SoundBuffer& buffer : heard.buffers()) ASSERT_EQ(buffer.channels, 1);
+}
+
+TYPED_TEST(SoundSystems, AMutedMicrophoneIsTold) {
+    const typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    HeardSound heard;
+    ToldState told;
+    const auto source = sounds.microphone(48000);
+    source->onState(told.handler());
+    source->start(heard.handler(), heard.endHandler());
+    EXPECT_TRUE(told.await(kTestMicrophone));
+    const auto ask = [&](std::initializer_list<std::string> question) {
+        askSoundServer(TypeParam::pulseAddress(rig), question);
+    };
+    InputState muted = kTestMicrophone;
+    muted.isMuted = true;
+    ask({"set-source-mute", "testmic", "1"});
+    EXPECT_TRUE(told.await(muted));
+    ask({"set-source-mute", "testmic", "0"});
+    EXPECT_TRUE(told.await(kTestMicrophone));
+    ask({"set-source-volume", "testmic", "0"});
+    EXPECT_TRUE(told.await(muted)) << "it does not matter by which control";
+    source->stop();
+}
+
+TYPED_TEST(SoundSystems, AChosenMicrophoneIsRecordedWhileItIsThere) {
+    const typename TypeParam::Rig rig;
+    PluggedMicrophone plugged(TypeParam::pulseAddress(rig));
+    plugged.plugIn();
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    ASSERT_TRUE(await([&] {
+        const auto all = sounds.microphones();
+        return std::any_of(all.begin(), all.end(), [](const auto& each) { return each.id == "usbmic"; });
+    }));
+    const auto all = sounds.microphones();
+    EXPECT_EQ(all.size(), 2u) << "monitors are none";
+    for (const CaptureDevice& each : all) {
+        EXPECT_EQ(each.name, each.id == "usbmic" ? "Funkmikrofon" : "Testmikrofon");
+        EXPECT_EQ(each.channels, 1) << each.id;
+    }
+    const InputState usb{"usbmic", "Funkmikrofon", false, false};
+    HeardSound heard;
+    ToldState told;
+    const auto source = sounds.input(48000, {"usbmic", false});
+    source->onState(told.handler());
+    source->start(heard.handler(), heard.endHandler());
+    EXPECT_TRUE(told.await(usb));
+    plugged.plugOut();
+    EXPECT_TRUE(told.await(kTestMicrophone)) << "the default takes over";
+    plugged.plugIn();
+    EXPECT_TRUE(told.await(usb)) << "it is followed when it is back";
+    source->stop();
+}
+
+TYPED_TEST(SoundSystems, OnlyTheChosenInputIsRecordedWhereNoOtherWillDo) {
+    const typename TypeParam::Rig rig;
+    typename TypeParam::System sounds(TypeParam::address(rig));
+    const auto source = sounds.input(48000, {"usbmic", true});
+    EXPECT_THROW(source->start([](const SoundBuffer&) {}, nullptr), RecorderError);
 }
 
 TYPED_TEST(SoundSystems, OtherRatesAndChannelsAreTheServersWork) {

@@ -60,6 +60,7 @@ struct SyntheticDesktop::State {
     std::map<std::uint32_t, Rect> windowFrames;
     bool canWatchPointer = true;
     platform::PointerKnowledge pointerKnowledge = platform::PointerKnowledge::complete;
+    std::int64_t picturesMissed = 0;
     std::function<void()> atStart;
     std::function<void()> atStop;
     std::shared_ptr<StreamState> stream;  // the one that was made last
@@ -139,6 +140,11 @@ class SyntheticDesktop::Stream : public platform::CaptureStream {
         if (work) work();
         const std::lock_guard hold(desktop_->lock);
         own_->isRunning = false;
+    }
+
+    std::int64_t picturesMissed() const override {
+        const std::lock_guard hold(desktop_->lock);
+        return desktop_->picturesMissed;
     }
 
   private:
@@ -319,6 +325,11 @@ void SyntheticDesktop::emitSystemAudio(const platform::SoundBuffer& sound) {
 
 void SyntheticDesktop::emitMicrophone(const platform::SoundBuffer& sound) {
     if (const auto stream = state_->running()) deliver(stream->microphone, sound);
+}
+
+void SyntheticDesktop::setPicturesMissed(std::int64_t count) {
+    const std::lock_guard hold(state_->lock);
+    state_->picturesMissed = count;
 }
 
 void SyntheticDesktop::emitStop(const RecorderError& error) {

@@ -52,6 +52,8 @@ class SyntheticDesktop : public platform::Desktop {
     void emitMicrophone(const platform::SoundBuffer& sound);
     /// The stream ends by itself. Without effect unless it runs.
     void emitStop(const RecorderError& error);
+    /// So many pictures of moving content could not be taken so far.
+    void setPicturesMissed(std::int64_t count);
     void emitNotice(const std::string& notice);
     /// The captured display begins here from now on, in the desktop's pixels.
     void emitDisplayOrigin(double hostSeconds, Point pixels);

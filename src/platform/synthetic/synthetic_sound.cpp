@@ -16,6 +16,8 @@ class SyntheticSoundSystem::Hub {
   public:
     std::mutex lock;
     std::optional<platform::CaptureDevice> microphone;            // guarded by lock
+    std::vector<platform::CaptureDevice> others;                  // guarded by lock
+    platform::InputChoice lastChoice;                             // guarded by lock
     std::optional<std::string> failures[2];                       // guarded by lock; by kind
     std::vector<std::pair<Kind, std::weak_ptr<Source>>> running;  // guarded by lock
 
@@ -47,6 +49,15 @@ class SyntheticSoundSystem::Source {
         handler_ = nullptr;
         ended_ = nullptr;
         returned_ = nullptr;
+        stateChanged_ = nullptr;
+    }
+    void onState(platform::SoundSource::StateHandler handler) {
+        const std::lock_guard hold(calling_);
+        stateChanged_ = std::move(handler);
+    }
+    void tell(const platform::InputState& state) {
+        const std::lock_guard hold(calling_);
+        if (stateChanged_) stateChanged_(state);
     }
     void onReturn(platform::SoundSource::ReturnHandler handler) {
         const std::lock_guard hold(calling_);
@@ -74,6 +85,7 @@ class SyntheticSoundSystem::Source {
     platform::SoundSource::Handler handler_;
     platform::SoundSource::EndHandler ended_;
     platform::SoundSource::ReturnHandler returned_;
+    platform::SoundSource::StateHandler stateChanged_;
     bool hasEnded_ = false;
 };
 
@@ -89,6 +101,7 @@ class SyntheticSource final : public platform::SoundSource {
     SyntheticSource& operator=(const SyntheticSource&) = delete;
 
     void onReturn(ReturnHandler handler) override { source_->onReturn(std::move(handler)); }
+    void onState(StateHandler handler) override { source_->onState(std::move(handler)); }
 
     void start(Handler handler, EndHandler ended) override {
         precondition(!started_, "a sound source starts once");
@@ -140,6 +153,38 @@ std::unique_ptr<platform::SoundSource> SyntheticSoundSystem::microphone(int samp
 std::optional<platform::CaptureDevice> SyntheticSoundSystem::defaultMicrophone() {
     const std::lock_guard hold(hub_->lock);
     return hub_->microphone;
+}
+
+std::vector<platform::CaptureDevice> SyntheticSoundSystem::microphones() {
+    const std::lock_guard hold(hub_->lock);
+    std::vector<platform::CaptureDevice> all = hub_->others;
+    if (hub_->microphone) all.insert(all.begin(), *hub_->microphone);
+    return all;
+}
+
+std::unique_ptr<platform::SoundSource> SyntheticSoundSystem::input(int sampleRate,
+                                                                   const platform::InputChoice& choice) {
+    {
+        const std::lock_guard hold(hub_->lock);
+        hub_->lastChoice = choice;
+    }
+    return microphone(sampleRate);
+}
+
+void SyntheticSoundSystem::setOtherMicrophones(std::vector<platform::CaptureDevice> microphones) {
+    const std::lock_guard hold(hub_->lock);
+    hub_->others = std::move(microphones);
+}
+
+platform::InputChoice SyntheticSoundSystem::lastChoice() const {
+    const std::lock_guard hold(hub_->lock);
+    return hub_->lastChoice;
+}
+
+bool SyntheticSoundSystem::tell(const platform::InputState& state) {
+    const auto sources = hub_->sources(Kind::microphone);
+    for (const auto& source : sources) source->tell(state);
+    return !sources.empty();
 }
 
 void SyntheticSoundSystem::setDefaultMicrophone(std::optional<platform::CaptureDevice> microphone) {

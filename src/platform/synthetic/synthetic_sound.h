@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/sound_system.h"
 
@@ -24,6 +25,16 @@ class SyntheticSoundSystem final : public platform::SoundSystem {
     std::unique_ptr<platform::SoundSource> systemAudio(int sampleRate, int channels) override;
     std::unique_ptr<platform::SoundSource> microphone(int sampleRate) override;
     std::optional<platform::CaptureDevice> defaultMicrophone() override;
+    std::vector<platform::CaptureDevice> microphones() override;
+    /// Remembers the choice for `lastChoice`.
+    std::unique_ptr<platform::SoundSource> input(int sampleRate, const platform::InputChoice& choice) override;
+
+    /// Those besides the default one.
+    void setOtherMicrophones(std::vector<platform::CaptureDevice> microphones);
+    /// What the last source was made for by `input`.
+    platform::InputChoice lastChoice() const;
+    /// What the server says of the device of every running microphone. Returns whether there was one.
+    bool tell(const platform::InputState& state);
 
     /// nullopt: there is no microphone, and starting one fails.
     void setDefaultMicrophone(std::optional<platform::CaptureDevice> microphone);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/global_shortcut.h"
+
 namespace lumivastor::x11 {
 
 namespace {
@@ -11,9 +13,12 @@ namespace {
 constexpr int kPlainGroups = 2;
 constexpr int kGroupColumns = 2;
 
+constexpr std::uint32_t kEscapeSymbol = 0xff1b;
+
 // The symbols of letters are their ASCII codes; a key's first symbol is the small letter, or on some servers the
 // capital one.
 bool types(std::uint32_t symbol, char letter) {
+    if (letter == platform::kEscapeKey) return symbol == kEscapeSymbol;
     const auto capital = static_cast<std::uint32_t>(static_cast<unsigned char>(letter));
     return symbol == capital || symbol == capital + ('a' - 'A');
 }
