@@ -99,8 +99,9 @@ endfunction()
 # over to the milliseconds at which it was shown, and those that work the program by hand, at a person's pace.
 # Tests that compute for seconds themselves: unoptimized, their own loops would be most of a sanitized run.
 set(LUMI_COMPUTING_TESTS
-  cavlc clock_drift_corrector damage_painting frame_rounding include_rule live_region painter picture_changes
-  region_pictures region_video_encoder source_rule strip_parts studio_background zoom_engine)
+  cavlc clock_drift_corrector damage_painting frame_rounding include_rule live_region loudness_meter painter painting
+  picture_changes region_pictures region_video_encoder source_rule strip_parts studio_background true_peak_limiter
+  zoom_engine)
 list(TRANSFORM LUMI_COMPUTING_TESTS APPEND _test.cpp)
 
 function(lumi_test_binary name)

@@ -35,7 +35,8 @@ class KeepingEncoder final : public PictureEncoder {
                 std::int64_t ticks, const PacketConsumer& consume) override {
         check_({picture, damage});
         kept_.push_back(picture);
-        while (random_() % 3 != 0 && !kept_.empty()) kept_.erase(kept_.begin() + static_cast<int>(random_() % kept_.size()));
+        while (random_() % 3 != 0 && !kept_.empty())
+            kept_.erase(kept_.begin() + static_cast<int>(random_() % kept_.size()));
         encoder_.encode(picture, damage, ticks, consume);
     }
     void repeat(std::int64_t ticks, const PacketConsumer& consume) override { encoder_.repeat(ticks, consume); }
