@@ -303,6 +303,10 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
+    // The camera's box below it does not move when it appears.
+    QSizePolicy reserved = microphonePopup_->sizePolicy();
+    reserved.setRetainSizeWhenHidden(true);
+    microphonePopup_->setSizePolicy(reserved);
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
