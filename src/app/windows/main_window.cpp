@@ -50,6 +50,7 @@ constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
 constexpr double kCameraRadius = 10;
 constexpr QSize kLevelSize(110, 8);
+constexpr double kLargeType = 1.6;
 // Beside the camera's picture.
 constexpr int kDeviceWidth = kRowWidth - kCameraSize.width() - 2 * kSpacing;
 
@@ -319,6 +320,10 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
+    // The camera's box below it does not move when it appears, unless large type needs the room.
+    QSizePolicy reserved = microphonePopup_->sizePolicy();
+    reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
+    microphonePopup_->setSizePolicy(reserved);
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 

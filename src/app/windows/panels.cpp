@@ -26,9 +26,9 @@ constexpr int kButtonType = 12;  // in pixels
 constexpr int kHintWidth = 280;
 constexpr int kHintMargin = 12;
 // Of the level meters at the lower edge.
-constexpr int kLevelsRoom = 12;
-constexpr int kLevelStep = 5;
-constexpr int kLevelHeight = 3;
+constexpr int kLevelsRoom = 7;
+constexpr int kLevelStep = 3;
+constexpr int kLevelHeight = 2;
 
 QColor night(double alpha) {
     return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
@@ -217,9 +217,7 @@ void RecordingPanel::setTime(const QString& time) {
 
 void RecordingPanel::showLevels(const LevelReader& read) {
     using Kind = platform::SoundBoard::Kind;
-    const int below = height();
-    setFixedSize(width(), below + grown(kLevelsRoom));
-    move(x(), y() - grown(kLevelsRoom));
+    const int below = height() - grown(kLevelsRoom);
     int row = 0;
     for (const auto& [kind, name] :
          {std::pair(Kind::systemAudio, "Pegel des Systemtons"), std::pair(Kind::microphone, "Pegel des Mikrofons")}) {
