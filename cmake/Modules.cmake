@@ -39,15 +39,17 @@ endif()
 # A source whose own names others of its folder have, too, is compiled alone.
 set(LUMI_SOURCES_APART
   app/app_delegate app/windows/recordings_window capture/recording/recorder capture/recording/webcam_recorder
-  cli/verbs/.*_verb editor/idle_dialog editor/session/edit_session imaging/painting/painter imaging/painting/.*kernels
-  imaging/pixel_buffer media/reading/picture_decoder media/reading/sound_decoder media/region/region_coder media/region/region_planner
-  media/writing/video_encoder platform/pipewire/.* platform/pulse/.* platform/wayland/portal_shortcut
-  playback/frame_seeker render/overview/small_pictures ui/colour_well ui/segmented_control ui/value_slider
-  base/interval_test edit/frame_rounding_test edit/pointer_rests_test edit/studio_layout_test editor/preview/preview_layout_test
-  editor/timeline/strip_selection_test editor/timeline/timeline_strip_layout_test imaging/painting/painting_test
-  imaging/picture_test media/loudness/true_peak_limiter_test media/reading/sound_reading_test
-  media/region/rate_control_test media/region/region_planner_test media/writing/fragmented_movie_test model/look_test model/pointer_track_test
-  model/project_document_test model/project_settings_test platform/x11/x11_excluded_windows_test render/partly_painted_export_test)
+  cli/verbs/.*_verb editor/idle_dialog editor/session/edit_session imaging/painting/.*kernels
+  imaging/painting/painter imaging/pixel_buffer media/reading/picture_decoder media/reading/sound_decoder
+  media/region/region_coder media/region/region_planner media/writing/video_encoder platform/pipewire/.*
+  platform/pulse/.* platform/wayland/portal_shortcut playback/frame_seeker render/overview/small_pictures
+  ui/colour_well ui/segmented_control ui/value_slider
+  base/interval_test edit/frame_rounding_test edit/pointer_rests_test edit/studio_layout_test
+  editor/preview/preview_layout_test editor/timeline/strip_selection_test editor/timeline/timeline_strip_layout_test
+  imaging/painting/painting_test imaging/picture_test media/loudness/true_peak_limiter_test
+  media/reading/sound_reading_test media/region/rate_control_test media/region/region_planner_test
+  media/writing/fragmented_movie_test model/look_test model/pointer_track_test model/project_document_test
+  model/project_settings_test platform/x11/x11_excluded_windows_test render/partly_painted_export_test)
 list(JOIN LUMI_SOURCES_APART "|" LUMI_SOURCES_APART)
 function(lumi_unity target sources)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${LUMI_UNITY} UNITY_BUILD_MODE GROUP)

@@ -95,6 +95,7 @@ Facecam anzeigen
 Größe des Kamera-Bilds
 Zoom des Kamera-Bilds
 Ecke
+Kamera-Versatz
 Format: MP4
 Auflösung: 1080p
 )";

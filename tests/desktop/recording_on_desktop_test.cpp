@@ -222,8 +222,13 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
         pointer.release(1);
         sleepFor(0.2);
     }
+    // Clicks of the last second before the last event are taken for those that stop a recording.
     sleepFor(1.2);
-    pointer.moveTo(610, 600);  // the clicks are older than the last second
+    pointer.moveTo(610, 600);
+    ASSERT_TRUE(await([&] {
+        const auto events = capture::loadJournal(folder_).pointer.events;
+        return !events.empty() && events.back().t > clicks.back() + 1;
+    }));
     sleepFor(0.3);
     run->signal(SIGINT);
     ASSERT_EQ(run->wait(), 0) << run->err();
@@ -248,7 +253,9 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
     for (const model::PointerSample& each : track.events) {
         if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
     }
-    ASSERT_EQ(presses.size(), clicks.size());
+    ASSERT_EQ(presses.size(), clicks.size())
+        << "recorded " << testing::PrintToString(presses) << ", done " << testing::PrintToString(clicks) << ", zero "
+        << info().t0HostClock;
     std::vector<double> pointerLate;
     for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
     const auto systemErrors = beepErrors(beepsIn(0), system.beeps());
@@ -308,8 +315,13 @@ TEST_F(RecordingOnDesktop, PausesLeavePictureSoundAndPointerInStep) {
         flash();
         flash();
     }
+    // Clicks of the last second before the last event are taken for those that stop a recording.
     sleepFor(1.2);
-    pointer.moveTo(610, 600);  // the clicks are older than the last second
+    pointer.moveTo(610, 600);
+    ASSERT_TRUE(await([&] {
+        const auto events = capture::loadJournal(folder_).pointer.events;
+        return !events.empty() && events.back().t > clicks.back() + 1;
+    }));
     const capture::Pauses pauses = capture::loadJournal(folder_).pauses;
     run->signal(SIGINT);
     ASSERT_EQ(run->wait(), 0) << run->err();
@@ -342,7 +354,9 @@ TEST_F(RecordingOnDesktop, PausesLeavePictureSoundAndPointerInStep) {
     for (const model::PointerSample& each : model::PointerTrack::load(folder_).events) {
         if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
     }
-    ASSERT_EQ(presses.size(), clicks.size());
+    ASSERT_EQ(presses.size(), clicks.size())
+        << "recorded " << testing::PrintToString(presses) << ", done " << testing::PrintToString(clicks) << ", zero "
+        << info().t0HostClock;
     std::vector<double> pointerLate;
     for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
     // Those that a pause cut are no beeps of the movie.
