@@ -42,8 +42,9 @@ set(LUMI_SOURCES_APART
   cli/verbs/.*_verb editor/idle_dialog editor/session/edit_session imaging/painting/.*kernels
   imaging/painting/painter imaging/pixel_buffer media/reading/picture_decoder media/reading/sound_decoder
   media/region/region_coder media/region/region_planner media/writing/video_encoder platform/pipewire/.*
-  platform/pulse/.* platform/wayland/portal_shortcut playback/frame_seeker render/overview/small_pictures
-  ui/colour_well ui/segmented_control ui/value_slider
+  platform/pulse/.* platform/sound/microphone_watch platform/wayland/portal_shortcut
+  platform/wayland/wayland_outputs playback/frame_seeker render/overview/small_pictures ui/colour_well
+  ui/segmented_control ui/value_slider
   base/interval_test edit/frame_rounding_test edit/pointer_rests_test edit/studio_layout_test
   editor/preview/preview_layout_test editor/timeline/strip_selection_test editor/timeline/timeline_strip_layout_test
   imaging/painting/painting_test imaging/picture_test media/loudness/true_peak_limiter_test

@@ -34,7 +34,7 @@ class Watched {
 
 TEST(LossWatch, SaysNothingWhileAllIsWell) {
     Watched watched;
-    watched.health.webcam.emplace();
+    watched.health.webcam = RecordingHealth::Webcam();
     watched.pass(60);
     EXPECT_EQ(watched.watch.screenSentence(), "");
     EXPECT_EQ(watched.watch.webcamSentence(), "");
@@ -110,7 +110,7 @@ TEST(LossWatch, AStartIsNoMeasure) {
 
 TEST(LossWatch, ARecordingThatStandsStillChangesNothing) {
     Watched watched;
-    watched.health.webcam.emplace();
+    watched.health.webcam = RecordingHealth::Webcam();
     watched.pass(10, 3);
     const std::string sentence = watched.watch.screenSentence();
     ASSERT_NE(sentence, "");
@@ -121,7 +121,7 @@ TEST(LossWatch, ARecordingThatStandsStillChangesNothing) {
 
 TEST(LossWatch, ACameraThatSendsNothingOrTheSameIsSaid) {
     Watched watched;
-    watched.health.webcam.emplace();
+    watched.health.webcam = RecordingHealth::Webcam();
     watched.delivered = watched.changed = 0;
     watched.pass(9.5);
     EXPECT_EQ(watched.watch.webcamSentence(), "");
@@ -147,7 +147,7 @@ TEST(LossWatch, ACameraThatSendsNothingOrTheSameIsSaid) {
 
 TEST(LossWatch, ACameraLosesPicturesToo) {
     Watched watched;
-    watched.health.webcam.emplace();
+    watched.health.webcam = RecordingHealth::Webcam();
     watched.pass(6);
     watched.cameraLost = 15;
     watched.pass(6);
@@ -158,7 +158,7 @@ TEST(LossWatch, ACameraLosesPicturesToo) {
 
 TEST(LossWatch, SumsUpAtTheEnd) {
     Watched watched;
-    watched.health.webcam.emplace();
+    watched.health.webcam = RecordingHealth::Webcam();
     watched.pass(65);
     watched.pass(10, 4);
     watched.pass(20);

@@ -320,10 +320,6 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
-    // The camera's box below it does not move when it appears, unless large type needs the room.
-    QSizePolicy reserved = microphonePopup_->sizePolicy();
-    reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
-    microphonePopup_->setSizePolicy(reserved);
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
@@ -360,7 +356,9 @@ QComboBox* MainWindow::devicePopup(const char* title, const char* name, const st
 }
 
 void MainWindow::showDevices(const MainWindowState& state) {
-    const auto show = [](QComboBox& popup, DevicePopup& shown, const DevicePopup& now, bool isOn) {
+    // Always there, so that nothing moves with the boxes; only large type needs the room.
+    const bool isLarge = ui::theme::typeFactor(font()) >= kLargeType;
+    const auto show = [isLarge](QComboBox& popup, DevicePopup& shown, const DevicePopup& now, bool isOn) {
         if (shown.items != now.items) {
             const QSignalBlocker quiet(popup);
             popup.clear();
@@ -370,7 +368,7 @@ void MainWindow::showDevices(const MainWindowState& state) {
         select(popup, now.index);
         // Long names are cut off at their end.
         popup.setToolTip(popup.currentText());
-        popup.setVisible(isOn && !now.items.empty());
+        popup.setVisible(!now.items.empty() && (isOn || !isLarge));
     };
     show(*microphonePopup_, shownMicrophones_, state.microphones, state.choices.microphone);
     show(*cameraPopup_, shownCameras_, state.cameras, state.choices.webcam);
