@@ -12,6 +12,10 @@ namespace lumivastor {
 ProgramHome::ProgramHome() {
     std::filesystem::create_directory(folder_ / "run");
     ::chmod((folder_ / "run").c_str(), 0700);
+    // Two connections that begin at once would make the sound server's key at once, and one of them complains of it.
+    const auto keys = folder_ / ".config/pulse";
+    std::filesystem::create_directories(keys);
+    writeText(keys / "cookie", std::string(256, '0'));
 }
 
 std::vector<std::filesystem::path> ProgramHome::recordings() const {

@@ -52,7 +52,7 @@ void RecordingFiles::pause(bool isByPointer) {
 
 void RecordingFiles::resume() {
     if (!pauseClock_.resume()) return;
-    const Pause& ended = pauses()->list().back();
+    const Pause ended = pauses()->list().back();
     notifier_.log(formatted("weiter nach %.3f s Pause", *ended.to - ended.from));
     notePause();
 }
