@@ -253,9 +253,8 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
     for (const model::PointerSample& each : track.events) {
         if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
     }
-    ASSERT_EQ(presses.size(), clicks.size())
-        << "recorded " << testing::PrintToString(presses) << ", done " << testing::PrintToString(clicks) << ", zero "
-        << info().t0HostClock;
+    ASSERT_EQ(presses.size(), clicks.size()) << "recorded " << testing::PrintToString(presses) << ", done "
+                                             << testing::PrintToString(clicks) << ", zero " << info().t0HostClock;
     std::vector<double> pointerLate;
     for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
     const auto systemErrors = beepErrors(beepsIn(0), system.beeps());
@@ -354,9 +353,8 @@ TEST_F(RecordingOnDesktop, PausesLeavePictureSoundAndPointerInStep) {
     for (const model::PointerSample& each : model::PointerTrack::load(folder_).events) {
         if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
     }
-    ASSERT_EQ(presses.size(), clicks.size())
-        << "recorded " << testing::PrintToString(presses) << ", done " << testing::PrintToString(clicks) << ", zero "
-        << info().t0HostClock;
+    ASSERT_EQ(presses.size(), clicks.size()) << "recorded " << testing::PrintToString(presses) << ", done "
+                                             << testing::PrintToString(clicks) << ", zero " << info().t0HostClock;
     std::vector<double> pointerLate;
     for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
     // Those that a pause cut are no beeps of the movie.

@@ -10,8 +10,8 @@
 #include "support/small_recording.h"
 #include "support/temporary_folder.h"
 
-// The whole program with little memory, libraries included: limits of its address space, as `ulimit -v` sets them. Not in
-// sanitized builds.
+// The whole program with little memory, libraries included: limits of its address space, as `ulimit -v` sets them. Not
+// in sanitized builds.
 
 namespace lumivastor::cli {
 namespace {
