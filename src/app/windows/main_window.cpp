@@ -320,6 +320,10 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
+    // Its room is kept until the devices are listed, unless large type needs it.
+    QSizePolicy reserved = microphonePopup_->sizePolicy();
+    reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
+    microphonePopup_->setSizePolicy(reserved);
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
@@ -356,7 +360,7 @@ QComboBox* MainWindow::devicePopup(const char* title, const char* name, const st
 }
 
 void MainWindow::showDevices(const MainWindowState& state) {
-    // Always there, so that nothing moves with the boxes; only large type needs the room.
+    // Shown from the start, so that nothing moves with the boxes; only large type needs the room.
     const bool isLarge = ui::theme::typeFactor(font()) >= kLargeType;
     const auto show = [isLarge](QComboBox& popup, DevicePopup& shown, const DevicePopup& now, bool isOn) {
         if (shown.items != now.items) {
