@@ -97,9 +97,6 @@ function(lumi_test_options target)
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 endfunction()
 
-# Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
-# ALONE names tests, in Google Test's filter form, beside which no others run: those that hold what real servers handed
-# over to the milliseconds at which it was shown, and those that work the program by hand, at a person's pace.
 # Tests that compute for seconds themselves: unoptimized, their own loops would be most of a sanitized run.
 set(LUMI_COMPUTING_TESTS
   cavlc clock_drift_corrector damage_painting frame_rounding include_rule live_region loudness_meter painter painting
@@ -107,6 +104,9 @@ set(LUMI_COMPUTING_TESTS
   zoom_engine)
 list(TRANSFORM LUMI_COMPUTING_TESTS APPEND _test.cpp)
 
+# Test binaries get a main of our own (tests/support), which gives each of them a home folder of its own.
+# ALONE names tests, in Google Test's filter form, beside which no others run: those that hold what real servers handed
+# over to the milliseconds at which it was shown, and those that work the program by hand, at a person's pace.
 function(lumi_test_binary name)
   cmake_parse_arguments(ARG "" "ALONE" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
