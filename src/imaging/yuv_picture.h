@@ -50,6 +50,9 @@ struct YuvPicture {
     std::shared_ptr<const void> owner;
     /// Null: not known. Says nothing about the picture itself, so recipes are equal with any.
     std::shared_ptr<const YuvChange> change = nullptr;
+    /// Stands for the samples' content beyond one run of the program, for example for a movie and a time in it; 0: not
+    /// known. Says nothing more about the picture either.
+    std::uint64_t source = 0;
 
     int chromaWidth() const { return (width + 1) / 2; }
     int chromaHeight() const { return (height + 1) / 2; }
