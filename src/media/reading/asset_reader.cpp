@@ -6,7 +6,6 @@
 #include "base/precondition.h"
 #include "ffmpeg/picture_conversion.h"
 #include "media/reading/movie_file.h"
-#include "media/reading/picture_decoder.h"
 #include "media/reading/reader_state.h"
 #include "media/reading/sound_track_reader.h"
 
@@ -71,16 +70,7 @@ bool AssetReader::startReading() {
     try {
         for (const auto& output : storedOutputs_) output->start();
         for (const auto& output : audioOutputs_) output->start();
-        // Opened now rather than with the first sample, so that a missing file is detected here.
-        for (const auto& output : videoOutputs_) {
-            for (const MovieSegment& segment : output->track_.segments) {
-                if (segment.isEmpty()) continue;
-                output->decoder_ = std::make_unique<PictureDecoder>(segment.asset, segment.sourceTrackId);
-                output->decoderAsset_ = segment.asset.get();
-                output->decoderTrack_ = segment.sourceTrackId;
-                break;
-            }
-        }
+        for (const auto& output : videoOutputs_) output->start();
     } catch (const RecorderError& error) {
         state_->fail(error, state_->range ? state_->range->start : MediaTime{});
         return false;

@@ -27,6 +27,20 @@ int streamIndexOf(const Asset& asset, int trackId) {
     return track->streamIndex;
 }
 
+std::vector<IndexedSample> indexOf(MovieFile& file, int streamIndex) {
+    AVStream* const stream = file.stream(streamIndex);
+    const int count = avformat_index_get_entries_count(stream);
+    std::vector<IndexedSample> samples;
+    samples.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        const AVIndexEntry* const entry = avformat_index_get_entry(stream, i);
+        if (entry == nullptr) break;
+        samples.push_back({ffmpeg::mediaTime(entry->timestamp, stream->time_base.num, stream->time_base.den),
+                           entry->size, (entry->flags & AVINDEX_KEYFRAME) != 0, entry->pos});
+    }
+    return samples;
+}
+
 }  // namespace
 
 KeyPictures::KeyPictures(std::shared_ptr<const Asset> asset, int trackId)
@@ -44,17 +58,17 @@ KeyPictures::KeyPictures(std::shared_ptr<const Asset> asset, int trackId)
 KeyPictures::~KeyPictures() = default;
 
 std::vector<IndexedSample> KeyPictures::index() const {
-    AVStream* const stream = file_->stream(streamIndex_);
-    const int count = avformat_index_get_entries_count(stream);
-    std::vector<IndexedSample> samples;
-    samples.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        const AVIndexEntry* const entry = avformat_index_get_entry(stream, i);
-        if (entry == nullptr) break;
-        samples.push_back({ffmpeg::mediaTime(entry->timestamp, stream->time_base.num, stream->time_base.den),
-                           entry->size, (entry->flags & AVINDEX_KEYFRAME) != 0});
+    return indexOf(*file_, streamIndex_);
+}
+
+std::vector<IndexedSample> sampleIndex(const Asset& asset, int trackId) {
+    const AssetTrack* const track = asset.track(trackId);
+    precondition(track != nullptr, "a track of the movie");
+    MovieFile file(asset.path());
+    if (file.stream(track->streamIndex) == nullptr) {
+        throw RecorderError(asset.path().filename().string() + " wurde verändert.");
     }
-    return samples;
+    return indexOf(file, track->streamIndex);
 }
 
 // One thread: several would wait for further pictures before they return the first.

@@ -22,7 +22,12 @@ struct IndexedSample {
     MediaTime decodeTime;  // for movies without reordered pictures the time of its presentation, too
     int bytes = 0;
     bool isKey = false;
+    std::int64_t offset = 0;  // of its bytes in the file
 };
+
+/// All samples of a track in the order of the index. Reads none of them. Throws `RecorderError` when the file cannot be
+/// opened.
+std::vector<IndexedSample> sampleIndex(const Asset& asset, int trackId);
 
 /// What can be learned about a video track without decoding it from beginning to end: its index, and its key pictures
 /// one by one, for a row of small pictures. Decodes on the caller's thread alone. One thread at a time.

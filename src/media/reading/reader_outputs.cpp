@@ -10,6 +10,7 @@
 #include "ffmpeg/picture_conversion.h"
 #include "media/reading/movie_file.h"
 #include "media/reading/picture_decoder.h"
+#include "media/reading/picture_times.h"
 #include "media/reading/reader_state.h"
 #include "media/reading/sound_track_reader.h"
 
@@ -33,7 +34,8 @@ VideoTrackOutput::~VideoTrackOutput() = default;
 std::optional<VideoSample> VideoTrackOutput::copyNextSample() {
     if (ended_) return std::nullopt;
     try {
-        if (std::optional<VideoSample> sample = next()) {
+        auto sample = format_ == PictureFormat::timesOnly ? next(times_) : next(decoder_);
+        if (sample) {
             reached_ = sample->presentationTime + sample->duration;
             return sample;
         }
@@ -46,8 +48,30 @@ std::optional<VideoSample> VideoTrackOutput::copyNextSample() {
     return std::nullopt;
 }
 
+// The first segment's movie is opened now rather than with the first sample, so that a missing file is detected here.
+void VideoTrackOutput::start() {
+    for (const MovieSegment& segment : track_.segments) {
+        if (segment.isEmpty()) continue;
+        if (format_ == PictureFormat::timesOnly) {
+            walk(segment, times_);
+        } else {
+            walk(segment, decoder_);
+        }
+        return;
+    }
+}
+
+template <typename Walker>
+void VideoTrackOutput::walk(const MovieSegment& segment, std::unique_ptr<Walker>& walker) {
+    if (walker && walkedAsset_ == segment.asset.get() && walkedTrack_ == segment.sourceTrackId) return;
+    walker = std::make_unique<Walker>(segment.asset, segment.sourceTrackId);
+    walkedAsset_ = segment.asset.get();
+    walkedTrack_ = segment.sourceTrackId;
+}
+
 // Clips the segment to the reader's range and finds its first picture. False when no part of it is in the range.
-bool VideoTrackOutput::enterSegment(const MovieSegment& segment) {
+template <typename Walker>
+bool VideoTrackOutput::enterSegment(const MovieSegment& segment, std::unique_ptr<Walker>& walker) {
     if (segment.isEmpty()) return false;
     MediaTime start = segment.target.start;
     MediaTime end = segment.target.end();
@@ -58,43 +82,48 @@ bool VideoTrackOutput::enterSegment(const MovieSegment& segment) {
     if (start >= end) return false;
     visible_ = TimeRange::between(start, end);
     reached_ = start;
-    if (decoder_ == nullptr || decoderAsset_ != segment.asset.get() || decoderTrack_ != segment.sourceTrackId) {
-        decoder_ = std::make_unique<PictureDecoder>(segment.asset, segment.sourceTrackId);
-        decoderAsset_ = segment.asset.get();
-        decoderTrack_ = segment.sourceTrackId;
-    }
-    decoder_->seek(segment.sourceStart + (start - segment.target.start));
-    return decoder_->hasCurrent();
+    walk(segment, walker);
+    walker->seek(segment.sourceStart + (start - segment.target.start));
+    return walker->hasCurrent();
 }
 
-std::optional<VideoSample> VideoTrackOutput::next() {
+template <typename Walker>
+std::optional<VideoSample> VideoTrackOutput::next(std::unique_ptr<Walker>& walker) {
     for (; segment_ < track_.segments.size(); ++segment_, entered_ = false) {
         const MovieSegment& segment = track_.segments[segment_];
         const auto onTimeline = [&segment](const MediaTime& source) {
             return segment.target.start + (source - segment.sourceStart);
         };
         if (!entered_) {
-            if (!enterSegment(segment)) continue;
+            if (!enterSegment(segment, walker)) continue;
             entered_ = true;
         } else {
-            const std::optional<MediaTime> following = decoder_->nextTime();
+            const std::optional<MediaTime> following = walker->nextTime();
             if (following && onTimeline(*following) >= visible_.end()) continue;
             if (!following && reached_ >= visible_.end()) continue;
-            decoder_->advance();
-            if (!decoder_->hasCurrent()) continue;
+            walker->advance();
+            if (!walker->hasCurrent()) continue;
         }
-        const MediaTime start = std::max(onTimeline(decoder_->currentTime()), visible_.start);
+        const MediaTime start = std::max(onTimeline(walker->currentTime()), visible_.start);
         if (start >= visible_.end()) continue;
-        const MediaTime end = std::clamp(onTimeline(decoder_->currentEnd()), start, visible_.end());
-        VideoSample sample{start, end - start, {}};
-        if (format_ == PictureFormat::planar) {
-            sample.picture = converter_->planar(decoder_->current());
-        } else {
-            sample.picture = converter_->bgra(decoder_->current());
-        }
+        const MediaTime end = std::clamp(onTimeline(walker->currentEnd()), start, visible_.end());
+        VideoSample sample{start, end - start, {}, walker->currentTime()};
+        give(*walker, sample);
         return sample;
     }
     return std::nullopt;
+}
+
+void VideoTrackOutput::give(const PictureDecoder& decoder, VideoSample& sample) {
+    if (format_ == PictureFormat::planar) {
+        sample.picture = converter_->planar(decoder.current());
+    } else {
+        sample.picture = converter_->bgra(decoder.current());
+    }
+}
+
+void VideoTrackOutput::give(const PictureTimes& times, VideoSample& sample) {
+    sample.picture = times.picture();
 }
 
 // Sound

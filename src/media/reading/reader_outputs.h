@@ -22,6 +22,7 @@ namespace lumivastor::media {
 class AssetReader;
 class MovieFile;
 class PictureDecoder;
+class PictureTimes;
 struct ReaderState;
 
 /// The pictures of one video track, in presentation order.
@@ -44,8 +45,16 @@ class VideoTrackOutput {
     friend class AssetReader;
     VideoTrackOutput(std::shared_ptr<ReaderState> state, SegmentedTrack track, PictureFormat format);
 
-    bool enterSegment(const MovieSegment& segment);
-    std::optional<VideoSample> next();
+    void start();
+    /// `Walker`: a `PictureDecoder`, or the `PictureTimes` that stand for one.
+    template <typename Walker>
+    void walk(const MovieSegment& segment, std::unique_ptr<Walker>& walker);
+    template <typename Walker>
+    bool enterSegment(const MovieSegment& segment, std::unique_ptr<Walker>& walker);
+    template <typename Walker>
+    std::optional<VideoSample> next(std::unique_ptr<Walker>& walker);
+    void give(const PictureDecoder& decoder, VideoSample& sample);
+    void give(const PictureTimes& times, VideoSample& sample);
 
     std::shared_ptr<ReaderState> state_;
     SegmentedTrack track_;
@@ -55,8 +64,9 @@ class VideoTrackOutput {
     bool ended_ = false;
     TimeRange visible_;  // of the current segment, on the timeline
     std::unique_ptr<PictureDecoder> decoder_;
-    const Asset* decoderAsset_ = nullptr;
-    int decoderTrack_ = 0;
+    std::unique_ptr<PictureTimes> times_;  // in place of it, with `PictureFormat::timesOnly`
+    const Asset* walkedAsset_ = nullptr;   // of the one in use
+    int walkedTrack_ = 0;
     std::unique_ptr<ffmpeg::PictureConverter> converter_;
     MediaTime reached_;  // the end of the last picture handed out
 };

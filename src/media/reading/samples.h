@@ -18,6 +18,7 @@ namespace lumivastor::media {
 enum class PictureFormat {
     bgraPremultiplied,  // sRGB-encoded, opaque
     planar,             // as decoded; without a copy where the decoder works in 8-bit 4:2:0
+    timesOnly,          // planar pictures of the track's size without samples: nothing is decoded
 };
 
 /// One picture and when it is shown. Copies share the pixels.
@@ -25,6 +26,8 @@ struct VideoSample {
     MediaTime presentationTime;
     MediaTime duration;
     std::variant<imaging::YuvPicture, std::shared_ptr<const imaging::BgraPremultipliedBuffer>> picture;
+    /// The picture's own time in its movie, which may be before what a segment shows of it.
+    MediaTime sourceTime{};
 
     const imaging::YuvPicture& planar() const { return std::get<imaging::YuvPicture>(picture); }
     const imaging::BgraPremultipliedBuffer& bgra() const {
