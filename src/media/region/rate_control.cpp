@@ -26,11 +26,63 @@ constexpr double kLargestStep = 3;
 // What a picture that stays may take of all that is saved, and at least, in seconds of the rate.
 constexpr double kRestShare = 0.5;
 constexpr double kRestSeconds = 0.25;
+// Of what a group tells the next one about sizes.
+constexpr double kStepsPerDoubling = 4;
+constexpr double kTenths = 10;
+constexpr double kNearlyAll = 0.25;  // of a step
+
+// In steps, rounded up: a picture that is taken for larger than it is keeps to the limit.
+int sizeInSteps(double bytes) {
+    return std::max(1, static_cast<int>(std::ceil(kStepsPerDoubling * std::log2(std::max(1.0, bytes)))));
+}
+
+double sizeOf(int steps) {
+    return std::exp2(steps / kStepsPerDoubling);
+}
 
 }  // namespace
 
-RateControl::RateControl(const RateControlSettings& settings)
-    : settings_(settings), saved_(settings.bytesPerSecond * settings.windowSeconds) {}
+bool isPossible(const RateCarry& carry) {
+    // A picture of 4 GB at the coarsest factor.
+    constexpr int kLargest = static_cast<int>(kStepsPerDoubling * (32 + kCoarsestFactor / kDoubling));
+    const auto isWithin = [](int value, int least, double most) { return value >= least && value <= most; };
+    return isWithin(carry.saved, -RateCarry::kSteps, RateCarry::kSteps) &&
+           isWithin(carry.motionTenths, 0, kTenths * kZoomSeconds) &&
+           isWithin(carry.motionFactor, 0, kCoarsestFactor) && isWithin(carry.motionSize, 0, kLargest) &&
+           isWithin(carry.largestSize, 0, kLargest);
+}
+
+RateControl::RateControl(const RateControlSettings& settings, const RateCarry& carry)
+    : settings_(settings), saved_(capacity() * carry.saved / RateCarry::kSteps) {
+    if (carry.motionSize > 0) motion_ = {static_cast<double>(carry.motionFactor), sizeOf(carry.motionSize)};
+    motionSeconds_ = carry.motionTenths / kTenths;
+    if (carry.largestSize > 0) key_ = {0, sizeOf(carry.largestSize)};
+}
+
+RateCarry RateControl::carry(bool isInMotion) const {
+    RateCarry carry;
+    if (capacity() > 0) {
+        // Nearly all is all: a group that ends at rest has just written a few bytes.
+        const double steps = RateCarry::kSteps * saved_ / capacity();
+        const double whole = steps >= RateCarry::kSteps - kNearlyAll ? RateCarry::kSteps : std::floor(steps);
+        carry.saved = static_cast<int>(std::clamp<double>(whole, -RateCarry::kSteps, RateCarry::kSteps));
+    }
+    carry.isInMotion = isInMotion;
+    if (isInMotion && motion_) {
+        // Longer makes no difference.
+        carry.motionTenths = static_cast<int>(kTenths * std::min(motionSeconds_, kZoomSeconds));
+        carry.motionFactor = static_cast<int>(std::lround(motion_->factor));
+        carry.motionSize = sizeInSteps(motion_->bytes);
+    }
+    if (isInMotion || restFactor() > settings_.restFactor) {
+        double largest = 0;
+        for (const auto& like : {key_, rest_, motion_}) {
+            if (like) largest = std::max(largest, like->bytes * std::exp2(like->factor / kDoubling));
+        }
+        if (largest > 0) carry.largestSize = sizeInSteps(largest);
+    }
+    return carry;
+}
 
 void RateControl::advance(double seconds) {
     saved_ = std::min(capacity(), saved_ + settings_.bytesPerSecond * seconds);

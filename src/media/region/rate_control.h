@@ -16,6 +16,25 @@ struct RateControlSettings {
     double windowSeconds = 2;
 };
 
+/// What a group of pictures takes over from the one before it, in steps so coarse that after an edit elsewhere most
+/// groups begin as they did before. The default is a beginning without a past, and what every group ends with whose
+/// pictures are far from the limit.
+struct RateCarry {
+    static constexpr int kSteps = 8;
+
+    int saved = kSteps;       // parts of `kSteps` of what can be saved up; negative: spent ahead
+    bool isInMotion = false;  // the last picture of the encoder's was in motion
+    int motionTenths = 0;     // of a second, how long that has lasted
+    int motionFactor = 0;     // of that picture
+    int motionSize = 0;       // of that picture, in quarters of a doubling from 1 byte; 0: not known
+    int largestSize = 0;      // of a picture of any kind at factor 0, likewise, where the limit depends on it
+
+    bool operator==(const RateCarry&) const = default;
+};
+
+/// Whether a group can end with it: what was read from a file may be anything.
+bool isPossible(const RateCarry& carry);
+
 /// Chooses how finely the encoder writes each of its pictures, so that all pictures together, the region pictures
 /// included, keep to a limit. libx264's own limit cannot serve: it knows neither the region pictures nor, without
 /// lookahead, how long a picture is shown, and with lookahead it starved a key picture behind a zoom (11 KB and 18 dB
@@ -24,7 +43,10 @@ class RateControl {
   public:
     enum class Kind { rest, motion };
 
-    explicit RateControl(const RateControlSettings& settings);
+    explicit RateControl(const RateControlSettings& settings, const RateCarry& carry = {});
+
+    /// For the next group. `isInMotion`: of what kind the encoder's last picture was.
+    RateCarry carry(bool isInMotion) const;
 
     /// The next picture comes this long after the one before.
     void advance(double seconds);

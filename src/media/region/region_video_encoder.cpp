@@ -84,7 +84,8 @@ RegionVideoEncoder::RegionVideoEncoder(const VideoSettings& settings, const Regi
       coder_(settings.width, settings.height, regionSettings.chromaQpIndexOffset),
       planner_(settings.width, settings.height, regionSettings.planner),
       policy_(regionSettings.policy),
-      rate_(rateOf(settings, regionSettings.rate)) {
+      rate_(rateOf(settings, regionSettings.rate), regionSettings.carry),
+      isInMotion_(regionSettings.carry.isInMotion) {
     const ffmpeg::CodecParametersHandle parameters = encoder_.parameters();
     auto made = StreamWeaver::make({parameters->extradata, static_cast<std::size_t>(parameters->extradata_size)},
                                    regionSettings.chromaQpIndexOffset);

@@ -28,6 +28,8 @@ struct RegionVideoSettings {
     RegionPlannerSettings planner;
     /// Of all pictures. Its limit is the `averageBitRate` of the `VideoSettings`.
     RateControlSettings rate;
+    /// From the group of pictures before, for an encoder that makes one group of several.
+    RateCarry carry;
     int chromaQpIndexOffset = 0;
 };
 
@@ -50,6 +52,9 @@ class RegionVideoEncoder final : public PictureEncoder {
 
     /// Why there are no region pictures; empty if there can be.
     std::string_view obstacle() const { return obstacle_; }
+
+    /// For the encoder of the next group of pictures; behind `finish`.
+    RateCarry carry() const { return rate_.carry(isInMotion_); }
 
     struct Counts {
         int encoderPictures = 0;
