@@ -51,6 +51,10 @@ std::filesystem::path overviewCacheFolder() {
     return cacheFolder() / "overview";
 }
 
+std::filesystem::path filmCacheFolder() {
+    return cacheFolder() / "films";
+}
+
 void createRecordingFolder(const std::filesystem::path& folder) {
     std::error_code error;
     makePrivateFolder(folder, error);

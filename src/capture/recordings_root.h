@@ -16,6 +16,9 @@ std::filesystem::path encoderMemoryFile();
 /// The folder that keeps overviews of recordings, in the user's cache folder. Does not create it.
 std::filesystem::path overviewCacheFolder();
 
+/// The folder that remembers what films are made of and keeps parts of unfinished ones, likewise.
+std::filesystem::path filmCacheFolder();
+
 /// Creates the folder of a recording, accessible to the user alone, and missing folders above it. Leaves an existing
 /// folder unchanged. Throws `RecorderError`.
 void createRecordingFolder(const std::filesystem::path& folder);

@@ -27,6 +27,7 @@ TEST(OverviewCacheFolder, LiesInTheUsersCacheFolder) {
     const std::optional<std::string> before = set != nullptr ? std::optional<std::string>(set) : std::nullopt;
     ::setenv("XDG_CACHE_HOME", "/somewhere", 1);
     EXPECT_EQ(overviewCacheFolder(), "/somewhere/lumivastor/overview");
+    EXPECT_EQ(filmCacheFolder(), "/somewhere/lumivastor/films");
     const std::filesystem::path usual = std::filesystem::path(std::getenv("HOME")) / ".cache/lumivastor/overview";
     ::setenv("XDG_CACHE_HOME", "not/absolute", 1);
     EXPECT_EQ(overviewCacheFolder(), usual);

@@ -5,6 +5,7 @@
 #include "base/handled_error.h"
 #include "base/log.h"
 #include "base/recorder_error.h"
+#include "render/overview/overview_cache.h"
 
 namespace lumivastor::render {
 
@@ -14,8 +15,8 @@ constexpr const char* kUndecodable = "Das Video lässt sich ab Sekunde %.0f nich
 
 }  // namespace
 
-ComposedFrames::ComposedFrames(const edit::Composition& composition, const FrameMaker& makeFrame)
-    : recording_(composition.recording()), state_(composition.state()), makeFrame_(makeFrame) {}
+ComposedFrames::ComposedFrames(const edit::Composition& composition, const FrameMaker& makeFrame, Content content)
+    : recording_(composition.recording()), state_(composition.state()), makeFrame_(makeFrame), content_(content) {}
 
 // The two tracks have a reader each: damage in the camera's movie then costs its own pictures only.
 void ComposedFrames::open(double start) {
@@ -29,12 +30,20 @@ void ComposedFrames::open(double start) {
     }
     if (!cut_.screenTrackId) throw RecorderError("Die Schnittfassung hat keine Videospur.");
     constexpr double kNoWebcamYet = -1;
-    screen_.emplace(cut_.movie, *cut_.screenTrackId, PictureStream::Options{"Videoleser", state_->outputDuration, 0});
+    PictureStream::Options options;
+    options.logName = "Videoleser";
+    options.duration = state_->outputDuration;
+    options.movie = movieIdentity(recording_.folder / "source.mov");
+    options.timesOnly = content_ == Content::recipes;
+    screen_.emplace(cut_.movie, *cut_.screenTrackId, options);
     screen_->open(start);
     if (!cut_.webcamTrackId) return;
+    options.logName = "Webcamleser";
+    options.lastSeconds = kNoWebcamYet;
     // A camera's pictures change everywhere.
-    webcam_.emplace(cut_.movie, *cut_.webcamTrackId,
-                    PictureStream::Options{"Webcamleser", state_->outputDuration, kNoWebcamYet, false});
+    options.findsChanges = false;
+    options.movie = movieIdentity(recording_.webcamFile);
+    webcam_.emplace(cut_.movie, *cut_.webcamTrackId, options);
     try {
         webcam_->open(start);
     } catch (const RecorderError& error) {

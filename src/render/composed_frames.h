@@ -23,8 +23,13 @@ using FrameMaker = std::function<imaging::Picture(const imaging::Picture& source
 /// a time; decoding runs on it.
 class ComposedFrames {
   public:
+    /// With `recipes` nothing is decoded: frames are recipes that tell which pictures they are made of, but cannot be
+    /// painted. Damage is not noticed then.
+    enum class Content { pictures, recipes };
+
     /// Composition and maker outlive the frames. The state is taken now.
-    ComposedFrames(const edit::Composition& composition, const FrameMaker& makeFrame);
+    ComposedFrames(const edit::Composition& composition, const FrameMaker& makeFrame,
+                   Content content = Content::pictures);
 
     /// Opens the movies; frames from `start` on (seconds of the edited video) can follow. Once. Throws `RecorderError`.
     void open(double start = 0);
@@ -40,6 +45,7 @@ class ComposedFrames {
     const edit::Recording& recording_;
     const std::shared_ptr<const edit::EditState> state_;
     const FrameMaker& makeFrame_;
+    const Content content_;
     CutComposition cut_;
     std::optional<PictureStream> screen_;
     std::optional<PictureStream> webcam_;

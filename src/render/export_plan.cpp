@@ -7,7 +7,6 @@
 #include "base/formatted.h"
 #include "base/recorder_error.h"
 #include "base/saturated.h"
-#include "media/region/region_video_encoder.h"
 
 namespace lumivastor::render {
 
@@ -63,12 +62,17 @@ media::VideoSettings exportVideoSettings(PixelSize canvas, std::int64_t fps, con
     settings.averageBitRate = exportBitRate(canvas, fps);
     settings.maxKeyFrameInterval = static_cast<int>(fps * 2);
     settings.frameRate = static_cast<int>(fps);
+    settings.make = media::regionEncoderMaker(exportRegionSettings(canvas, fps, camera));
+    return settings;
+}
+
+media::RegionVideoSettings exportRegionSettings(PixelSize canvas, std::int64_t fps,
+                                                const std::optional<PixelRect>& camera) {
     media::RegionVideoSettings regions;
-    regions.policy.averageBytes = static_cast<double>(settings.averageBitRate) / 8 / static_cast<double>(fps) / 2;
+    regions.policy.averageBytes = static_cast<double>(exportBitRate(canvas, fps)) / 8 / static_cast<double>(fps) / 2;
     regions.policy.motionPictures = kMotionPictures;
     regions.planner.camera = camera;
-    settings.make = media::regionEncoderMaker(regions);
-    return settings;
+    return regions;
 }
 
 media::VideoSettings webMVideoSettings(PixelSize canvas, std::int64_t fps) {

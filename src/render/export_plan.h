@@ -11,6 +11,7 @@
 #include "base/pixel_size.h"
 #include "edit/studio_layout.h"
 #include "media/reading/asset_reader.h"
+#include "media/region/region_video_encoder.h"
 #include "media/writing/audio_encoder.h"
 #include "media/writing/video_encoder.h"
 
@@ -38,9 +39,14 @@ double frameSeconds(std::int64_t index, std::int64_t fps);
 std::int64_t exportBitRate(PixelSize canvas, std::int64_t fps);
 
 /// How a film's pictures are encoded, except container and encoder: a constant quality that keeps text sharp, limited
-/// by `exportBitRate`; pictures in which little changed by ourselves where the encoder allows it. `camera`: where a
-/// camera's picture lies on the canvas (pixels, top-left origin), whose noise is not worth the bits of text.
+/// by `exportBitRate`; pictures in which little changed by ourselves where the encoder allows it, as
+/// `exportRegionSettings` say.
 media::VideoSettings exportVideoSettings(PixelSize canvas, std::int64_t fps, const std::optional<PixelRect>& camera);
+
+/// `camera`: where a camera's picture lies on the canvas (pixels, top-left origin), whose noise is not worth the bits
+/// of text.
+media::RegionVideoSettings exportRegionSettings(PixelSize canvas, std::int64_t fps,
+                                                const std::optional<PixelRect>& camera);
 
 /// The same for a WebM film, whose encoder codes all pictures.
 media::VideoSettings webMVideoSettings(PixelSize canvas, std::int64_t fps);

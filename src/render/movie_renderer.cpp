@@ -2,7 +2,6 @@
 #include "render/movie_renderer.h"
 
 #include <atomic>
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -25,19 +24,17 @@
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
 #include "render/film_chapters.h"
-#include "render/film_loudness.h"
+#include "render/film_pictures.h"
+#include "render/film_sound.h"
 #include "render/film_target.h"
 #include "render/finished_movie.h"
-#include "render/frame_painter.h"
+#include "render/group_producer.h"
 #include "render/pending_movie.h"
+#include "render/reuse/group_store.h"
 
 namespace lumivastor::render {
 
 namespace {
-
-// How long a picture is retried while there is no memory for it.
-constexpr int kMemoryAttempts = 200;
-constexpr std::chrono::milliseconds kMemoryPause{10};
 
 constexpr const char* kNotWritten = "Das Studio-Video konnte nicht geschrieben werden";
 
@@ -67,7 +64,9 @@ media::MovieContainer containerOf(FilmForm form) {
 class Export {
   public:
     Export(const edit::Composition& composition, const FrameMaker& makeFrame, const RenderOptions& options)
-        : recording_(composition.recording()),
+        : composition_(composition),
+          makeFrame_(makeFrame),
+          recording_(composition.recording()),
           source_(composition, makeFrame),
           canvas_{composition.canvasWidth(), composition.canvasHeight()},
           options_(options),
@@ -94,28 +93,24 @@ class Export {
     }
 
   private:
-    enum class Pass { done, again, end };
-
     // Set-up
     std::optional<PixelRect> cameraPlace() const;
+    void openStore();
     void prepareWriter();
+    void prepareSoftware(media::VideoSettings settings);
     void prepareSound(const CutComposition& cut);
-    void prepareLoudness(const CutComposition& cut, const SplitMix& mix);
     void startWriting();
+    std::function<void(std::int64_t)> pictureProgress();
 
     // Pumps
     void pumpToTheEnd();
     void startPump(media::WriterInput& input, SerialQueue& queue, std::binary_semaphore& ended, void (Export::*pump)());
     void pumpVideo();
-    Pass makePicture();
-    Pass paint(imaging::Picture picture, const MediaTime& time);
-    Pass pictureDone(bool isTaken);
     void pumpAudio();
-    bool copySound();
-    std::optional<media::PcmSample> nextSound();
 
     // End
     RenderResult finish();
+    void remember(const std::filesystem::path& film);
     void report(double progress) const;
 
     // Failure and cancellation
@@ -125,6 +120,8 @@ class Export {
         if (options_.stop.stop_requested()) throw RecorderError("Abgebrochen.");
     }
 
+    const edit::Composition& composition_;
+    const FrameMaker& makeFrame_;
     const edit::Recording& recording_;
     ComposedFrames source_;  // the video pump's while it runs
     const PixelSize canvas_;
@@ -135,6 +132,8 @@ class Export {
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
     bool isRefused_ = false;               // the finished movie differs from what was written
     std::optional<PendingMovie> file_;
+    std::optional<GroupStore> store_;
+    std::optional<imaging::ContentHash> soundContent_;  // where the film has sound
 
     std::mutex exportLock_;
     std::optional<RecorderError> error_;  // guarded by exportLock_; the first one
@@ -142,24 +141,13 @@ class Export {
     std::binary_semaphore videoEnded_{0};
     std::binary_semaphore audioEnded_{0};
 
-    // The video pump's while it runs.
-    FramePainter frames_{canvas_};
-    std::int64_t frame_ = 0;  // appended so far: the index of the next
-    int memoryAttempts_ = 0;
-
-    // The audio pump's while it runs.
-    std::unique_ptr<media::AssetReader> audioReader_;
-    media::AudioMixOutput* audioOutput_ = nullptr;
-    float gain_ = 1;
-    std::optional<LevelledSound> levelled_;  // none: the mix as it is
-    std::optional<double> soundSeconds_;     // where the sound that was appended ends
-
     // The queues outlive the writer, and everything above outlives what runs on them.
     SerialQueue videoQueue_{"compose.video"};
     SerialQueue audioQueue_{"compose.audio0"};
     std::unique_ptr<media::AssetWriter> writer_;
-    media::VideoWriterInput* video_ = nullptr;
-    media::AudioWriterInput* audio_ = nullptr;  // none: no sound
+    std::unique_ptr<FilmPictures> pictures_;   // the video pump's while it runs
+    const GroupedPictures* groups_ = nullptr;  // pictures_, if they come in groups
+    std::unique_ptr<FilmSound> sound_;         // the audio pump's while it runs; null: no sound
 };
 
 // Where the camera's picture lies in the film.
@@ -169,12 +157,26 @@ std::optional<PixelRect> Export::cameraPlace() const {
     return pixelsTouchedBy(bubble, canvas_);
 }
 
+// The film in its place and those in the usual ones.
+void Export::openStore() {
+    GroupStore::Options options;
+    options.folder = options_.cacheFolder;
+    options.recording = movieIdentity(recording_.folder / "source.mov");
+    options.films = {file_->target()};
+    for (const FilmForm form : {FilmForm::mp4, FilmForm::mov}) {
+        const std::filesystem::path usual = filmTarget(recording_, form, {});
+        if (usual != options.films.front()) options.films.push_back(usual);
+    }
+    store_.emplace(std::move(options));
+}
+
 void Export::prepareWriter() {
     file_.emplace(filmTarget(recording_, form_, options_.file));
     writer_ =
         std::make_unique<media::AssetWriter>(file_->path(), containerOf(form_), file_->target().filename().string());
     if (form_ == FilmForm::webm) {
-        video_ = &writer_->addVideoInput(webMVideoSettings(canvas_, fps_));
+        pictures_ = std::make_unique<PaintedPictures>(*writer_, webMVideoSettings(canvas_, fps_), source_,
+                                                      PaintedPictures::Options{fps_, total_, pictureProgress()});
         return;
     }
     media::VideoSettings settings = exportVideoSettings(canvas_, fps_, cameraPlace());
@@ -186,39 +188,47 @@ void Export::prepareWriter() {
     Log::write("Studio", "Encoder: " + choice.candidate.encoder + " (" + reason + ")");
     choice.applyTo(settings);
     if (choice.candidate.isHardware()) hardware_ = choice.candidate.encoder;
-    video_ = &writer_->addVideoInput(settings);
+    // Whoever brings an encoder of their own has no groups.
+    if (!hardware_ && !choice.make && media::regionPicturesAreOn()) prepareSoftware(settings);
+    if (pictures_) return;
+    pictures_ = std::make_unique<PaintedPictures>(*writer_, settings, source_,
+                                                  PaintedPictures::Options{fps_, total_, pictureProgress()});
+}
+
+void Export::prepareSoftware(media::VideoSettings settings) {
+    openStore();
+    GroupProducer::Options options;
+    options.fps = fps_;
+    options.total = total_;
+    options.video = std::move(settings);
+    options.regions = exportRegionSettings(canvas_, fps_, cameraPlace());
+    options.store = &*store_;
+    options.isFresh = options_.isFresh;
+    options.progress = pictureProgress();
+    options.stop = options_.stop;
+    auto producer = std::make_unique<GroupProducer>(composition_, makeFrame_, std::move(options));
+    if (!producer->isPossible()) return;
+    producer->open(source_);
+    auto grouped = std::make_unique<GroupedPictures>(*writer_, std::move(producer), fps_);
+    groups_ = grouped.get();
+    pictures_ = std::move(grouped);
 }
 
 void Export::prepareSound(const CutComposition& cut) {
     if (cut.audioTrackIds.empty()) return;
     SplitMix mix = splitMix(makeAudioMix(recording_.info, source_.state().settings, cut.audioTrackIds));
-    gain_ = mix.gain;
-    prepareLoudness(cut, mix);
-    audioReader_ = std::make_unique<media::AssetReader>(cut.movie);
-    audioOutput_ = &audioReader_->addAudioMixOutput(std::move(mix.inputs));
-    // Started before the writer, so that unreadable sound leaves no empty track.
-    if (!audioReader_->startReading()) {
-        const RecorderError error = audioReader_->error().value_or(RecorderError("?"));
-        if (isOutOfMemory(error)) throw RecorderError(error);
-        Log::write("Studio", "Ton wird weggelassen: " + error.message());
-        return;
+    MixedSound::Options options;
+    if (form_ == FilmForm::webm) options.encoder = webMAudioSettings();
+    options.isLevelled = options_.levelsLoudness.value_or(source_.state().settings.levelsLoudness());
+    options.stop = options_.stop;
+    if (store_) {
+        if (const auto movie = movieIdentity(recording_.folder / "source.mov")) {
+            soundContent_ = soundContent(*movie, cut, mix, options);
+            const auto earlier = options_.isFresh ? std::nullopt : store_->findSound(*soundContent_);
+            if (earlier) sound_ = CopiedSound::open(*writer_, *earlier);
+        }
     }
-    media::AudioSettings settings;
-    if (form_ == FilmForm::webm) settings = webMAudioSettings();
-    audio_ = &writer_->addAudioInput(settings);
-}
-
-// The first pass over the sound.
-void Export::prepareLoudness(const CutComposition& cut, const SplitMix& mix) {
-    if (!options_.levelsLoudness.value_or(source_.state().settings.levelsLoudness())) return;
-    const std::optional<double> loudness = mixLoudness(cut.movie, mix, options_.stop);
-    const std::optional<double> factor = levellingFactor(loudness);
-    if (!factor) {
-        Log::write("Studio", "Lautheit bleibt: Der Ton ist still oder fast still");
-        return;
-    }
-    levelled_.emplace(*factor * mix.gain, PcmFormat{});
-    Log::write("Studio", formatted("Lautheit: %.1f LUFS, Verstärkung %.1f dB", *loudness, 20 * std::log10(*factor)));
+    if (!sound_) sound_ = MixedSound::open(*writer_, cut, std::move(mix), options);
 }
 
 void Export::startWriting() {
@@ -234,10 +244,10 @@ void Export::startWriting() {
 }
 
 void Export::pumpToTheEnd() {
-    if (audio_ != nullptr) startPump(*audio_, audioQueue_, audioEnded_, &Export::pumpAudio);
-    startPump(*video_, videoQueue_, videoEnded_, &Export::pumpVideo);
+    if (sound_) startPump(sound_->input(), audioQueue_, audioEnded_, &Export::pumpAudio);
+    startPump(pictures_->input(), videoQueue_, videoEnded_, &Export::pumpVideo);
     videoEnded_.acquire();
-    if (audio_ != nullptr) audioEnded_.acquire();
+    if (sound_) audioEnded_.acquire();
 }
 
 // The other pump may run already: one that cannot be started ends like one that failed.
@@ -251,82 +261,33 @@ void Export::startPump(media::WriterInput& input, SerialQueue& queue, std::binar
 }
 
 void Export::pumpVideo() {
-    while (video_->isReadyForMoreMediaData()) {
+    using Pass = FilmPictures::Pass;
+    while (pictures_->input().isReadyForMoreMediaData()) {
         Pass pass = Pass::end;
-        if (const auto error = errorOf([&] { pass = makePicture(); })) record(*error);
+        if (const auto error = errorOf([&] { pass = isStopping() ? Pass::end : pictures_->append(); })) record(*error);
         if (pass == Pass::again) return;  // called again at once
         if (pass == Pass::done && !isStopping()) continue;
-        video_->markAsFinished();
+        pictures_->input().markAsFinished();
         videoEnded_.release();
         return;
     }
 }
 
-Export::Pass Export::makePicture() {
-    if (frame_ >= total_ || isStopping()) return Pass::end;
-    const double t = frameSeconds(frame_, fps_);
-    imaging::Picture picture = source_.at(t);
-    return paint(std::move(picture), MediaTime::fromSeconds(t, kExportTimescale));
-}
-
-Export::Pass Export::paint(imaging::Picture picture, const MediaTime& time) {
-    const imaging::KnownDamage damage = frames_.differenceFromLast(picture);
-    if (damage && damage->isEmpty()) {
-        frames_.repeat(std::move(picture));
-        return pictureDone(video_->appendRepeat(time));
-    }
-    std::shared_ptr<imaging::PlanarBuffer> buffer = frames_.paint(std::move(picture), damage, video_->pool());
-    if (!buffer) {
-        if (++memoryAttempts_ == kMemoryAttempts) throw RecorderError("Kein Speicher für die Ausgabebilder.");
-        std::this_thread::sleep_for(kMemoryPause);
-        return Pass::again;
-    }
-    memoryAttempts_ = 0;
-    return pictureDone(video_->append(std::move(buffer), time, damage));
-}
-
-Export::Pass Export::pictureDone(bool isTaken) {
-    if (!isTaken) throw writer_->error().value_or(RecorderError("Ein Bild konnte nicht geschrieben werden."));
-    ++frame_;
-    if (const auto progress = progressAfter(frame_, total_)) report(*progress);
-    return Pass::done;
+std::function<void(std::int64_t)> Export::pictureProgress() {
+    return [this](std::int64_t done) {
+        if (const auto progress = progressAfter(done, total_)) report(*progress);
+    };
 }
 
 void Export::pumpAudio() {
-    while (audio_->isReadyForMoreMediaData()) {
+    while (sound_->input().isReadyForMoreMediaData()) {
         bool goesOn = false;
-        if (const auto error = errorOf([&] { goesOn = copySound(); })) record(*error);
+        if (const auto error = errorOf([&] { goesOn = !isStopping() && sound_->append(); })) record(*error);
         if (goesOn) continue;
-        audio_->markAsFinished();
+        sound_->input().markAsFinished();
         audioEnded_.release();
         return;
     }
-}
-
-std::optional<media::PcmSample> Export::nextSound() {
-    if (levelled_) return levelled_->next([this] { return audioOutput_->copyNextSample(); });
-    std::optional<media::PcmSample> sample = audioOutput_->copyNextSample();
-    if (sample) amplify(sample->values, gain_);
-    return sample;
-}
-
-bool Export::copySound() {
-    if (isStopping()) return false;
-    std::optional<media::PcmSample> sample = nextSound();
-    if (!sample) {
-        if (const auto error = audioReader_->error()) {
-            if (isOutOfMemory(*error)) throw RecorderError(*error);
-            Log::write("Studio", formatted("Der Ton endet bei %.2f s - Grund: %s", soundSeconds_.value_or(0),
-                                           error->message().c_str()));
-        }
-        return false;
-    }
-    const double end = (sample->presentationTime + sample->duration()).seconds();
-    if (!audio_->append(std::move(*sample))) {
-        throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
-    }
-    soundSeconds_ = end;
-    return true;
 }
 
 void Export::record(const RecorderError& error) noexcept {
@@ -347,22 +308,35 @@ RenderResult Export::finish() {
     if (!writer_->finishWriting()) {
         throw writer_->error().value_or(RecorderError("Das Studio-Video konnte nicht geschrieben werden."));
     }
-    const double seconds = frameSeconds(frame_, fps_);
+    const std::int64_t pictures = pictures_->count();
+    const double seconds = frameSeconds(pictures, fps_);
     isRefused_ = true;
-    checkFinishedMovie(file_->path(), form_, {canvas_, frame_, seconds, frameSeconds(1, fps_), soundSeconds_});
+    checkFinishedMovie(file_->path(), form_,
+                       {canvas_, pictures, seconds, frameSeconds(1, fps_), sound_ ? sound_->seconds() : std::nullopt});
     isRefused_ = false;
     const auto zooms = static_cast<std::int64_t>(source_.state().zoomEngine->events().size());
-    RenderResult result{file_->target(), frame_, seconds, zooms};
+    RenderResult result{file_->target(), pictures, seconds, zooms};
+    if (groups_ != nullptr) result.reusedFrames = groups_->producer().reusedPictures();
     throwIfStopped();
     file_->putInPlace();
     // The film exists: a failure to log that for lack of memory is no error.
     static_cast<void>(errorOf([&] {
         report(1);
+        if (result.reusedFrames > 0) {
+            Log::write("Studio", formatted("%lld Bilder übernommen", static_cast<long long>(result.reusedFrames)));
+        }
         Log::write("Studio",
-                   formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(frame_),
+                   formatted("fertig: %lld Bilder, %zu Schnitte, %lld Auto-Zooms", static_cast<long long>(pictures),
                              source_.state().settings.cuts.size(), static_cast<long long>(zooms)));
+        remember(result.url);
     }));
     return result;
+}
+
+void Export::remember(const std::filesystem::path& film) {
+    if (groups_ == nullptr) return;
+    const bool hasSound = sound_ && sound_->seconds();
+    store_->filmIsFinished(film, groups_->producer().records(), hasSound ? soundContent_ : std::nullopt);
 }
 
 void Export::report(double progress) const {

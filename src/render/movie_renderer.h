@@ -17,12 +17,13 @@
 
 // The export of the finished studio video.
 //
-//     cut timeline -> PictureStream (decoder) -> frame maker -> Painter -> writer -> studio-output.mp4
-//                  `-> audio mix ----------------> gain ------------------^
+//     cut timeline -> PictureStream (decoder) -> frame maker -> Painter -> encoder -> writer -> studio-output.mp4
+//                  `-> audio mix ----------------> gain -> encoder ----------^
 //
-// The writer pulls: pictures are made on the queue "compose.video" when its encoder has room, sound in parallel on
+// The writer pulls: pictures are made on the queue "compose.video" when it has room, sound in parallel on
 // "compose.audio0". Painter and decoder have their own threads. One source picture and one read ahead are held at most,
-// so memory does not grow with the recording.
+// and two seconds of coded pictures, so memory does not grow with the recording. What an earlier film has already is
+// not made again (group_producer.h).
 
 namespace lumivastor::render {
 
@@ -31,6 +32,7 @@ struct RenderResult {
     std::int64_t frames = 0;  // the number of pictures; of an animated picture, those that differ
     double seconds = 0;       // the duration; of a movie, `frames` divided by the recording's rate
     std::int64_t zoomCount = 0;
+    std::int64_t reusedFrames = 0;  // of them, those that were taken from an earlier film or export
 };
 
 struct RenderOptions {
@@ -51,6 +53,11 @@ struct RenderOptions {
     bool chapters = false;
     /// How an animated picture is made.
     AnimationOptions animation;
+    /// Where it is remembered what films are made of, and parts of unfinished ones are kept, so that the next export
+    /// makes only what has changed. Empty: everything is made, and nothing remembered.
+    std::filesystem::path cacheFolder;
+    /// Everything is made.
+    bool isFresh = false;
     /// Chooses the encoder for these settings. If a hardware encoder fails during the export, the export starts again
     /// with a software encoder.
     std::function<media::EncoderChoice(const media::VideoSettings&)> chooseEncoder =

@@ -8,6 +8,7 @@
 #include "base/handled_error.h"
 #include "base/log.h"
 #include "base/recorder_error.h"
+#include "base/stable_hash.h"
 #include "imaging/changed_area.h"
 
 namespace lumivastor::render {
@@ -17,6 +18,15 @@ namespace {
 // A shortage of memory is no damage: continuing would leave pictures out of a film that is reported as complete.
 void throwIfOutOfMemory(const RecorderError& error) {
     if (isOutOfMemory(error)) throw std::bad_alloc();
+}
+
+// Never 0, which means that a picture's source is not known.
+std::uint64_t pictureSource(std::uint64_t movie, const MediaTime& time) {
+    StableHash hash;
+    hash.add(&movie, sizeof movie);
+    hash.add(&time.value, sizeof time.value);
+    hash.add(&time.timescale, sizeof time.timescale);
+    return hash.value() | 1;
 }
 
 }  // namespace
@@ -31,7 +41,8 @@ void PictureStream::open(double start) {
 
 void PictureStream::openAt(const MediaTime& start) {
     auto reader = std::make_unique<media::AssetReader>(movie_);
-    media::VideoTrackOutput& output = reader->addVideoOutput(trackId_, media::PictureFormat::planar);
+    const auto format = options_.timesOnly ? media::PictureFormat::timesOnly : media::PictureFormat::planar;
+    media::VideoTrackOutput& output = reader->addVideoOutput(trackId_, format);
     if (start > MediaTime{}) {
         // A second beyond the end, so that rounding never loses the last picture.
         const MediaTime end = MediaTime::fromSeconds(options_.duration + 1, kExportTimescale);
@@ -47,7 +58,9 @@ void PictureStream::openAt(const MediaTime& start) {
 std::optional<PictureStream::Sample> PictureStream::readNext() {
     const std::optional<media::VideoSample> sample = output_->copyNextSample();
     if (!sample) return std::nullopt;
-    return Sample{sample->presentationTime.seconds(), sample->planar()};
+    imaging::YuvPicture samples = sample->planar();
+    if (options_.movie) samples.source = pictureSource(*options_.movie, sample->sourceTime);
+    return Sample{sample->presentationTime.seconds(), samples};
 }
 
 bool PictureStream::advance(double t) {
@@ -60,7 +73,7 @@ bool PictureStream::advance(double t) {
 void PictureStream::updateCurrent() {
     if (slots_.current() == nullptr || slots_.current()->samples.owner == shown_.owner) return;
     imaging::YuvPicture next = slots_.current()->samples;
-    if (options_.findsChanges && shown_.owner) {
+    if (options_.findsChanges && !options_.timesOnly && shown_.owner) {
         if (imaging::KnownDamage damage = imaging::changedArea(shown_, next)) {
             next.change =
                 std::make_shared<const imaging::YuvChange>(imaging::YuvChange{shown_.owner, std::move(*damage)});

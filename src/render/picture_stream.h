@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +25,10 @@ class PictureStream {
         double lastSeconds = 0;  // taken as the time of the last picture before the first one
         // Whether pictures are compared with the one that was shown before them.
         bool findsChanges = true;
+        /// What identifies the movie, for `YuvPicture::source`; nullopt: not known, and neither are the pictures.
+        std::optional<std::uint64_t> movie = std::nullopt;
+        /// Whether pictures have no samples: nothing is decoded, and only damage is not noticed.
+        bool timesOnly = false;
     };
 
     PictureStream(media::SegmentedMovie movie, int trackId, Options options);

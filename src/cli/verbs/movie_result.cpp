@@ -9,7 +9,7 @@
 namespace lumivastor::cli {
 
 void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::int64_t frames, double seconds,
-                      std::optional<std::int64_t> zoomCount) {
+                      const std::optional<StudioFacts>& studio) {
     model::JsonWriter writer([&out](std::string_view piece) { out << piece; });
     writer.beginObject();
     writer.key("url");
@@ -18,9 +18,11 @@ void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::
     writer.integer(frames);
     writer.key("seconds");
     writer.number(seconds);
-    if (zoomCount) {
+    if (studio) {
         writer.key("zoomCount");
-        writer.integer(*zoomCount);
+        writer.integer(studio->zoomCount);
+        writer.key("reusedFrames");
+        writer.integer(studio->reusedFrames);
     }
     writer.endObject();
     writer.finish();

@@ -8,9 +8,15 @@
 
 namespace lumivastor::cli {
 
-/// Writes the JSON document about a finished movie: absolute path, number of pictures, duration in seconds, and for
-/// studio movies the number of zooms.
+/// What is told of studio movies only.
+struct StudioFacts {
+    std::int64_t zoomCount = 0;
+    std::int64_t reusedFrames = 0;
+};
+
+/// Writes the JSON document about a finished movie: absolute path, number of pictures, duration in seconds, and more of
+/// studio movies.
 void writeMovieResult(std::ostream& out, const std::filesystem::path& url, std::int64_t frames, double seconds,
-                      std::optional<std::int64_t> zoomCount = std::nullopt);
+                      const std::optional<StudioFacts>& studio = std::nullopt);
 
 }  // namespace lumivastor::cli

@@ -12,6 +12,7 @@
 #include "base/formatted.h"
 #include "base/pixel_size.h"
 #include "base/saturated.h"
+#include "capture/recordings_root.h"
 #include "cli/interruption.h"
 #include "cli/progress_bar.h"
 #include "cli/verb.h"
@@ -33,6 +34,7 @@ constexpr std::array kOptions = {
     OptionSpec{"--rate", "BILDER", "Bilder je Sekunde des bewegten Bildes, 1 bis 50 (sonst 15)"},
     OptionSpec{"--from", "SEKUNDEN", "wo im Film das bewegte Bild beginnt (sonst 0)"},
     OptionSpec{"--to", "SEKUNDEN", "wo im Film das bewegte Bild endet (sonst 30 s später)"},
+    OptionSpec{"--fresh", "", "macht alles neu, statt gleiche Teile eines früheren Videos zu übernehmen"},
     OptionSpec{"--loudness", "", "gleicht die Lautheit des Tons an, auch wenn das Projekt es nicht tut"},
     OptionSpec{"--chapters", "", "die Marken der Aufnahme als Kapitel (MP4 und MOV)"},
     OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
@@ -122,11 +124,14 @@ void run(const Arguments& arguments, std::ostream& out) {
     options.form = form;
     options.animation = animation;
     options.file = file;
+    options.cacheFolder = capture::filmCacheFolder();
+    options.isFresh = arguments.has("--fresh");
     if (arguments.has("--loudness")) options.levelsLoudness = true;
     options.chapters = arguments.has("--chapters");
     const render::RenderResult result = render::renderMovieSync(composition, options);
     if (arguments.has("--json")) {
-        writeMovieResult(out, result.url, result.frames, result.seconds, result.zoomCount);
+        writeMovieResult(out, result.url, result.frames, result.seconds,
+                         StudioFacts{result.zoomCount, result.reusedFrames});
     } else {
         out << formatted("Fertig: %.1f s, %lld Zooms – %s\n", result.seconds, static_cast<long long>(result.zoomCount),
                          result.url.c_str());

@@ -132,21 +132,24 @@ void OverviewCache::storeBytes(const fs::path& path, const std::function<std::st
 }
 
 void OverviewCache::keepLimits() const {
+    keepWithinLimits(folder_, std::array<std::string, 2>{kExtension, kPictureExtension}, limits_);
+}
+
+void keepWithinLimits(const fs::path& folder, std::span<const std::string> extensions, const CacheLimits& limits) {
     std::error_code error;
     const auto now = fs::file_time_type::clock::now();
     std::vector<CachedFile> files;
-    for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
         // Only what is ours, and never what a link leads to.
         std::error_code ignored;
-        const fs::path extension = entry->path().extension();
-        const bool isOurs = extension == kExtension || extension == kPictureExtension;
+        const bool isOurs = std::ranges::count(extensions, entry->path().extension().string()) > 0;
         if (!isOurs || !fs::is_regular_file(entry->symlink_status(ignored))) continue;
         const std::uint64_t bytes = entry->file_size(ignored);
         const auto time = ignored ? now : entry->last_write_time(ignored);
         if (ignored) continue;
         files.push_back({entry->path().filename().string(), bytes, std::chrono::duration<double>(now - time).count()});
     }
-    for (const std::string& name : filesToDelete(std::move(files), limits_)) fs::remove(folder_ / name, error);
+    for (const std::string& name : filesToDelete(std::move(files), limits)) fs::remove(folder / name, error);
 }
 
 }  // namespace lumivastor::render

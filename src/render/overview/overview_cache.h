@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,11 @@ struct CacheLimits {
 /// The names of the files to delete: all beyond the age, then, of the others, those used longest ago until the rest
 /// fits.
 std::vector<std::string> filesToDelete(std::vector<CachedFile> files, const CacheLimits& limits);
+
+/// Deletes the regular files with these extensions that `filesToDelete` names. A folder that cannot be listed stays as
+/// it is. Any thread.
+void keepWithinLimits(const std::filesystem::path& folder, std::span<const std::string> extensions,
+                      const CacheLimits& limits);
 
 /// The overviews of recordings in one folder, one file each, named after the movie's identity, and beside them the
 /// pictures of a list of recordings. Deleting any of them costs only the time to make it again. Several programs may
