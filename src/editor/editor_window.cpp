@@ -144,7 +144,7 @@ void EditorWindow::build() {
     exportTools_ = std::make_unique<ExportTools>(
         *this, *session_, controls_->renderBar,
         options_.exports ? options_.exports
-                         : std::make_shared<ExportQueue>(loop_, ExportQueue::Options{{}, options_.clock}),
+                         : std::make_shared<ExportQueue>(loop_, ExportQueue::Options{.clock = options_.clock}),
         ExportTools::Callbacks{[this](const std::string& text) { setStatus(text); }, [this] { refreshMenus(); },
                                options_.exportFolder});
     commands_ = commands(controlActions);

@@ -38,7 +38,7 @@ EditorWindows::EditorWindows(MainLoop& loop, Options options)
     : loop_(loop),
       options_(std::move(options)),
       overviews_(std::make_shared<render::OverviewMaker>(loop, options_.overviewCache)),
-      exports_(std::make_shared<ExportQueue>(loop, ExportQueue::Options{options_.keepAwake, {}})),
+      exports_(std::make_shared<ExportQueue>(loop, ExportQueue::Options{options_.keepAwake, {}, options_.filmCache})),
       notices_(std::make_unique<ExportNotices>(
           loop, *exports_, ExportNotices::Options{options_.bus, [this](const ExportEntry& entry) {
                                                       return (!options_.mayNotify || options_.mayNotify()) &&

@@ -33,6 +33,9 @@ class EditorWindows {
         std::function<std::shared_ptr<void>()> keepAwake;
         /// The folder that keeps overviews of recordings; if empty, they are made again for each editor.
         std::filesystem::path overviewCache = {};
+        /// The folder that remembers what films are made of and keeps parts of unfinished ones; if empty, every export
+        /// makes everything.
+        std::filesystem::path filmCache = {};
         /// Where the folder of the last export is kept.
         ExportTools::FolderMemory exportFolder = {};
         /// Whether a notification may be shown now; empty: always. It would be in the picture of a recording.

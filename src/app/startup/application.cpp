@@ -176,6 +176,7 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
                    return std::shared_ptr(sleep.inhibit("Ein Video wird ausgegeben."));
                },
                .overviewCache = capture::overviewCacheFolder(),
+               .filmCache = capture::filmCacheFolder(),
                .exportFolder = {loadExportFolder, keepExportFolder},
                .mayNotify = [&] { return delegate->applicationShouldTerminateAfterLastWindowClosed(); },
                .looks = platform::preferencesFolder(platform::SessionEnvironment::read()) / "looks"});

@@ -41,6 +41,7 @@ std::shared_ptr<void> ExportQueue::observe(Observer observer) {
 }
 
 int ExportQueue::add(ExportRequest request) {
+    request.cacheFolder = options_.filmCache;
     if (list_.writing(request.file) != nullptr) {
         throw RecorderError(request.file.filename().string() + " wird gerade schon gerendert.");
     }

@@ -25,6 +25,8 @@ class ExportQueue {
         std::function<std::shared_ptr<void>()> keepAwake{};
         /// Seconds of any clock that never runs backward; the host clock unless set.
         std::function<double()> clock{};
+        /// What exports take from earlier ones; see `render::RenderOptions`. Empty: nothing.
+        std::filesystem::path filmCache{};
     };
     /// What an observer wants to know. It may call every function of the queue.
     struct Observer {

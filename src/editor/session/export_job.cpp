@@ -44,6 +44,7 @@ ExportJob::ExportJob(const ExportRequest& request, MainLoop& loop, Callbacks cal
     options.file = request.file;
     options.animation = request.animation;
     options.chapters = request.chapters;
+    options.cacheFolder = request.cacheFolder;
     options.postToMain = [&loop, alive = lifetime_.watch()](std::function<void()> work) {
         loop.async([alive, work = std::move(work)] {
             if (!alive.expired()) work();

@@ -23,6 +23,8 @@ struct ExportRequest {
     std::filesystem::path file;  // the film's place
     render::AnimationOptions animation{};
     bool chapters = false;  // the marks become chapters
+    /// See `render::RenderOptions`.
+    std::filesystem::path cacheFolder{};
 };
 
 /// The export of `composition` with `settings`, at their size, in their form, to the recording's folder. Throws
