@@ -48,9 +48,10 @@ set(LUMI_SOURCES_APART
   base/interval_test edit/frame_rounding_test edit/pointer_rests_test edit/studio_layout_test
   editor/preview/preview_layout_test editor/timeline/strip_selection_test editor/timeline/timeline_strip_layout_test
   imaging/painting/painting_test imaging/picture_test media/loudness/true_peak_limiter_test
-  media/reading/sound_reading_test media/region/rate_control_test media/region/region_planner_test
+  media/reading/sound_reading_test media/region/group_encoder_test media/region/rate_control_test media/region/region_planner_test
   media/writing/fragmented_movie_test model/look_test model/pointer_track_test model/project_document_test
-  model/project_settings_test platform/x11/x11_excluded_windows_test render/partly_painted_export_test)
+  model/project_settings_test platform/x11/x11_excluded_windows_test render/partly_painted_export_test
+  render/reuse/group_store_test render/reused_export_test)
 list(JOIN LUMI_SOURCES_APART "|" LUMI_SOURCES_APART)
 function(lumi_unity target sources)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${LUMI_UNITY} UNITY_BUILD_MODE GROUP)

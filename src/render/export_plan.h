@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -19,6 +20,10 @@
 // restarts, progress, volumes. Pure functions and values. Seconds are of the edited video unless stated otherwise.
 
 namespace lumivastor::render {
+
+/// How often a picture for which there is no memory is tried again, and the pause before each attempt.
+inline constexpr int kMemoryAttempts = 200;
+inline constexpr std::chrono::milliseconds kMemoryPause{10};
 
 /// The clock of an export's own times: 600 has whole ticks for 24, 25, 30, 50, 60 and 120 pictures a second.
 inline constexpr std::int32_t kExportTimescale = 600;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/film_pictures.h"
 
-#include <chrono>
 #include <cstddef>
 #include <thread>
 #include <utility>
@@ -14,10 +13,6 @@
 namespace lumivastor::render {
 
 namespace {
-
-// How long a picture is retried while there is no memory for it.
-constexpr int kMemoryAttempts = 200;
-constexpr std::chrono::milliseconds kMemoryPause{10};
 
 MediaTime pictureTime(std::int64_t number, std::int64_t fps) {
     return MediaTime::fromSeconds(frameSeconds(number, fps), kExportTimescale);

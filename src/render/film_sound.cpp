@@ -15,7 +15,7 @@ namespace lumivastor::render {
 
 namespace {
 
-constexpr const char* kNotWritten = "Das Studio-Video konnte nicht geschrieben werden.";
+constexpr const char* kSoundNotWritten = "Das Studio-Video konnte nicht geschrieben werden.";
 
 // The first pass over the sound.
 std::optional<LevelledSound> levelled(const CutComposition& cut, const SplitMix& mix, const std::stop_token& stop) {
@@ -75,7 +75,7 @@ bool MixedSound::append() {
         return false;
     }
     const double end = (sample->presentationTime + sample->duration()).seconds();
-    if (!input_.append(std::move(*sample))) throw writer_.error().value_or(RecorderError(kNotWritten));
+    if (!input_.append(std::move(*sample))) throw writer_.error().value_or(RecorderError(kSoundNotWritten));
     seconds_ = end;
     return true;
 }
@@ -101,7 +101,7 @@ bool CopiedSound::append() {
         return false;
     }
     const double end = (sample->presentationTime + sample->duration).seconds();
-    if (!input_.append(std::move(*sample))) throw writer_.error().value_or(RecorderError(kNotWritten));
+    if (!input_.append(std::move(*sample))) throw writer_.error().value_or(RecorderError(kSoundNotWritten));
     seconds_ = end;
     return true;
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/group_producer.h"
 
-#include <chrono>
 #include <cstddef>
 #include <thread>
 #include <utility>
@@ -13,10 +12,6 @@
 namespace lumivastor::render {
 
 namespace {
-
-// How long a picture is retried while there is no memory for it.
-constexpr int kMemoryAttempts = 200;
-constexpr std::chrono::milliseconds kMemoryPause{10};
 
 // Films of one version may be continued by it alone. The number grows when recipes are painted or coded otherwise
 // within a version.

@@ -26,7 +26,7 @@ class PictureTimes {
     bool hasCurrent() const { return current_ < times_.size(); }
     MediaTime currentTime() const { return times_[current_]; }
     std::optional<MediaTime> nextTime() const;
-    /// The next picture's time; of the last one the end that the file states.
+    /// The next picture's time; of the last one the track's end, which decoders may know otherwise.
     MediaTime currentEnd() const;
 
     /// Makes the next picture the current one; none at the end.

@@ -20,7 +20,7 @@ namespace lumivastor::media {
 
 namespace {
 
-constexpr const char* kPictureRefused = "Ein Bild konnte nicht kodiert werden";
+constexpr const char* kGroupRefused = "Ein Bild konnte nicht kodiert werden";
 constexpr std::size_t kLengthBytes = 4;
 constexpr std::uint8_t kStartCode[kLengthBytes] = {0, 0, 0, 1};
 
@@ -64,7 +64,7 @@ StoredSample storedPicture(const CodedGroup& group, std::size_t picture, const M
     for (std::size_t i = 0; i < picture; ++i) at += group.sizes[i];
     const std::uint32_t size = group.sizes[picture];
     ffmpeg::PacketHandle packet = ffmpeg::makePacket();
-    ffmpeg::checked(av_new_packet(packet.get(), static_cast<int>(size)), kPictureRefused);
+    ffmpeg::checked(av_new_packet(packet.get(), static_cast<int>(size)), kGroupRefused);
     std::memcpy(packet->data, group.bytes.data() + at, size);
     StoredSample sample;
     sample.presentationTime = sample.decodeTime = time;
@@ -122,7 +122,7 @@ void GroupEncoder::repeat() {
 
 void GroupEncoder::take(AVPacket& packet) {
     if (group_.sizes.empty() && (packet.flags & AV_PKT_FLAG_KEY) == 0) {
-        throw RecorderError(std::string(kPictureRefused) + ": Der Encoder beginnt ohne Schlüsselbild.");
+        throw RecorderError(std::string(kGroupRefused) + ": Der Encoder beginnt ohne Schlüsselbild.");
     }
     const std::size_t before = group_.bytes.size();
     for (const auto unit : unitsOf({packet.data, static_cast<std::size_t>(packet.size)})) {
@@ -134,12 +134,12 @@ void GroupEncoder::take(AVPacket& packet) {
 CodedGroup GroupEncoder::end() {
     encoder_->finish([this](AVPacket& packet) { take(packet); });
     if (static_cast<std::int64_t>(group_.sizes.size()) != given_ || given_ == 0) {
-        throw RecorderError(std::string(kPictureRefused) + ": Der Encoder liefert nicht alle Bilder.");
+        throw RecorderError(std::string(kGroupRefused) + ": Der Encoder liefert nicht alle Bilder.");
     }
     const ffmpeg::CodecParametersHandle parameters = encoder_->parameters();
     if (!std::ranges::equal(parameterSets_,
                             std::span(parameters->extradata, static_cast<std::size_t>(parameters->extradata_size)))) {
-        throw RecorderError(std::string(kPictureRefused) + ": Der Encoder ändert seine Einstellungen.");
+        throw RecorderError(std::string(kGroupRefused) + ": Der Encoder ändert seine Einstellungen.");
     }
     group_.carry = encoder_->carry();
     given_ = 0;

@@ -137,5 +137,59 @@ TEST(RateControl, WithoutARateItLimitsNothing) {
     EXPECT_EQ(rate.factorFor(Kind::rest, kFps), 16);
 }
 
+TEST(RateControl, AGroupFarFromTheLimitLeavesNothingToTheNext) {
+    RateControl rate(settings());
+    rate.learnKey(16, 400'000);
+    rate.wrote(400'000);
+    rate.advance(2);
+    rate.wrote(12);
+    EXPECT_EQ(rate.carry(false), RateCarry{});
+}
+
+TEST(RateControl, AGroupAtTheLimitTellsTheNextWhatItKnows) {
+    RateControl rate(settings());
+    rate.wrote(4'000'000);
+    rate.learnKey(16, 2'400'000);
+    const RateCarry carry = rate.carry(false);
+    EXPECT_TRUE(isPossible(carry));
+    EXPECT_LT(carry.saved, RateCarry::kSteps / 4);
+    const RateControl next(settings(), carry);
+    EXPECT_LE(next.saved(), rate.saved());
+    // No finer than it would have been, and not much coarser.
+    EXPECT_GE(next.factorFor(Kind::rest, kFps), rate.factorFor(Kind::rest, kFps));
+    EXPECT_LE(next.factorFor(Kind::rest, kFps), rate.factorFor(Kind::rest, kFps) + 8);
+}
+
+TEST(RateControl, MotionGoesOnInTheNextGroup) {
+    RateControl rate(settings());
+    rate.wrote(4'300'000);
+    rate.learnKey(22, 500'000);
+    rate.learnMotion(34, 60'000);
+    rate.advance(0.5);
+    const RateCarry carry = rate.carry(true);
+    EXPECT_TRUE(isPossible(carry));
+    EXPECT_TRUE(carry.isInMotion);
+    const RateControl next(settings(), carry);
+    EXPECT_NEAR(next.factorFor(Kind::motion, kFps), rate.factorFor(Kind::motion, kFps), 6);
+    // At rest it would be another beginning.
+    EXPECT_FALSE(rate.carry(false).isInMotion);
+}
+
+TEST(RateControl, WhatWasSpentAheadIsKnownToTheNextGroup) {
+    RateControl rate(settings());
+    rate.wrote(100'000'000);
+    EXPECT_EQ(rate.carry(false).saved, -RateCarry::kSteps);
+    EXPECT_LT(RateControl(settings(), rate.carry(false)).saved(), 0);
+}
+
+TEST(RateControl, ImpossibleCarriesAreSeen) {
+    EXPECT_TRUE(isPossible({}));
+    EXPECT_FALSE(isPossible({.saved = RateCarry::kSteps + 1}));
+    EXPECT_FALSE(isPossible({.motionTenths = -1}));
+    EXPECT_FALSE(isPossible({.motionFactor = 90}));
+    EXPECT_FALSE(isPossible({.motionSize = 100000}));
+    EXPECT_FALSE(isPossible({.largestSize = -3}));
+}
+
 }  // namespace
 }  // namespace lumivastor::media

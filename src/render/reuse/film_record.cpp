@@ -15,7 +15,7 @@ namespace lumivastor::render {
 
 namespace {
 
-constexpr std::string_view kHeader = "lumivastor-film 1";
+constexpr std::string_view kFilmHeader = "lumivastor-film 1";
 constexpr std::string_view kSound = "sound ";
 // What a picture or packet of sound has at most.
 constexpr int kLargestSample = 256 << 20;
@@ -49,7 +49,7 @@ bool readSample(int file, const media::IndexedSample& sample, std::vector<std::u
 }  // namespace
 
 std::string textOf(const FilmRecord& record) {
-    std::string text(kHeader);
+    std::string text(kFilmHeader);
     text += '\n';
     if (record.sound) {
         text += std::string(kSound) + record.sound->text() + ' ' + record.soundChecksum.text() + '\n';
@@ -60,7 +60,7 @@ std::string textOf(const FilmRecord& record) {
 
 std::optional<FilmRecord> parseFilmRecord(std::string_view text) {
     // A record that ends within a line is not whole.
-    if (!text.ends_with('\n') || nextLine(text) != kHeader) return std::nullopt;
+    if (!text.ends_with('\n') || nextLine(text) != kFilmHeader) return std::nullopt;
     FilmRecord record;
     while (!text.empty()) {
         const std::string_view line = nextLine(text);

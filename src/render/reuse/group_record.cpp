@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kGroup = "group";
 
-std::string textOf(const media::RateCarry& carry) {
+std::string carryText(const media::RateCarry& carry) {
     return formatted("%d %d %d %d %d %d", carry.saved, carry.isInMotion ? 1 : 0, carry.motionTenths, carry.motionFactor,
                      carry.motionSize, carry.largestSize);
 }
@@ -66,8 +66,9 @@ GroupRecord recordOf(const GroupKey& key, const media::CodedGroup& group) {
 }
 
 std::string lineOf(const GroupRecord& record) {
-    return std::string(kGroup) + ' ' + record.key.content.text() + ' ' + textOf(record.key.start) + ' ' +
-           textOf(record.end) + formatted(" %u %llu ", record.pictures, static_cast<unsigned long long>(record.bytes)) +
+    return std::string(kGroup) + ' ' + record.key.content.text() + ' ' + carryText(record.key.start) + ' ' +
+           carryText(record.end) +
+           formatted(" %u %llu ", record.pictures, static_cast<unsigned long long>(record.bytes)) +
            record.checksum.text();
 }
 

@@ -23,14 +23,14 @@ namespace lumivastor::render {
 
 namespace {
 
-constexpr std::string_view kHeader = "lumivastor-groups 1\n";
+constexpr std::string_view kGroupsHeader = "lumivastor-groups 1\n";
 // A record's line is about 200 bytes long.
 constexpr std::size_t kLongestLine = 512;
 // So much stays free for the film and for others.
 constexpr std::uint64_t kFreeBytes = 1U << 30;
 constexpr std::uint64_t kLargestFile = 4ULL << 30;
 
-std::uint64_t sizeOf(int file) {
+std::uint64_t lengthOf(int file) {
     struct stat status {};
     return ::fstat(file, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
@@ -61,11 +61,11 @@ KeptGroups::KeptGroups(std::filesystem::path file) : path_(std::move(file)) {
 }
 
 void KeptGroups::readRecords() {
-    const std::uint64_t size = sizeOf(file_.get());
+    const std::uint64_t size = lengthOf(file_.get());
     std::array<char, kLongestLine> bytes{};
-    Transfer read = readAllAt(file_.get(), 0, bytes.data(), kHeader.size());
-    if (read.error || std::string_view(bytes.data(), read.count) != kHeader) return;
-    for (end_ = kHeader.size(); end_ < size;) {
+    Transfer read = readAllAt(file_.get(), 0, bytes.data(), kGroupsHeader.size());
+    if (read.error || std::string_view(bytes.data(), read.count) != kGroupsHeader) return;
+    for (end_ = kGroupsHeader.size(); end_ < size;) {
         read = readAllAt(file_.get(), end_, bytes.data(), bytes.size());
         if (read.error) return;
         const std::string_view text(bytes.data(), read.count);
@@ -111,10 +111,11 @@ bool KeptGroups::openForKeeping() {
     end_ = 0;
     readRecords();
     if (end_ == 0) {
-        if (::ftruncate(file_.get(), 0) != 0 || writeAllAt(file_.get(), 0, kHeader.data(), kHeader.size()).error) {
+        if (::ftruncate(file_.get(), 0) != 0 ||
+            writeAllAt(file_.get(), 0, kGroupsHeader.data(), kGroupsHeader.size()).error) {
             return false;
         }
-        end_ = kHeader.size();
+        end_ = kGroupsHeader.size();
     }
     // Half a group of a program that was ended.
     if (::ftruncate(file_.get(), static_cast<off_t>(end_)) != 0) return false;
@@ -152,8 +153,8 @@ void KeptGroups::keep(const GroupKey& key, const media::CodedGroup& group) {
 
 void KeptGroups::clear() {
     if (!file_.isOpen() || !openForKeeping()) return;
-    if (::ftruncate(file_.get(), static_cast<off_t>(kHeader.size())) != 0) return;
-    end_ = kHeader.size();
+    if (::ftruncate(file_.get(), static_cast<off_t>(kGroupsHeader.size())) != 0) return;
+    end_ = kGroupsHeader.size();
     places_.clear();
 }
 
