@@ -254,6 +254,20 @@ TEST_F(RenderVerb, WritesTheStudioMovieAndTellsOfIt) {
     EXPECT_EQ(movie.tracks(media::TrackKind::video)[0].height, 72);
 }
 
+TEST_F(RenderVerb, TellsWhatItTookFromAnEarlierFilm) {
+    const auto reused = [&](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{"render", folder_.path().string(), "--json"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return Json(run(arguments).out).number("/reusedFrames");
+    };
+    EXPECT_EQ(reused({}), 0);
+    EXPECT_EQ(reused({}), 30);
+    EXPECT_EQ(reused({"--fresh"}), 0);
+    EXPECT_EQ(reused({"--format", "mov"}), 30) << "another container, the same pictures";
+    EXPECT_EQ(reused({"--out", (folder_ / "elsewhere.mp4").string()}), 30);
+    EXPECT_EQ(reused({"--height", "1080"}), 0);
+}
+
 TEST_F(RenderVerb, HeightAndFormatOverrideTheDocumentWithoutChangingIt) {
     const std::string before = folder_.read("project.json");
     const Outcome outcome = run({"render", folder_.path().string(), "--height", "1080", "--format", "mov"});
