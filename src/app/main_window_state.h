@@ -82,6 +82,8 @@ struct MainWindowState {
     std::optional<std::string> chooseTitle;
     DevicePopup microphones;
     DevicePopup cameras;
+    /// Beside a capture card; without items while none is chosen.
+    DevicePopup cardSounds;
     std::string status = "Bereit.";
     std::map<NoticeKind, Notice> notices;
     std::string recordTitle = "Aufnahme starten";

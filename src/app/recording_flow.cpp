@@ -291,7 +291,10 @@ void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted g
 capture::RecordingRequest RecordingFlow::recordingOf(const Subject& subject) const {
     const MainWindowChoices& choices = window_.choices();
     if (const auto* device = std::get_if<platform::CaptureDevice>(&subject)) {
-        return capture::DeviceRecording{*device, {.microphone = choices.microphone, .webcam = choices.webcam}};
+        return capture::DeviceRecording{*device,
+                                        {.microphone = choices.microphone,
+                                         .webcam = choices.webcam,
+                                         .sound = !services_.selection->cardSound(device->lastingId()).isNone}};
     }
     const auto& request = std::get<Request>(subject);
     return capture::DesktopRecording{services_.desktop,

@@ -55,8 +55,8 @@ struct Machine {
     std::shared_ptr<platform::SoundBoard> soundBoard = std::make_shared<platform::SoundBoard>();
     std::shared_ptr<platform::SoundSystem> sound =
         std::make_shared<platform::SelectedSound>(platform::openSoundSystem(), selection, soundBoard);
-    std::unique_ptr<platform::CaptureDevices> devices =
-        std::make_unique<platform::SelectedCamera>(platform::openCaptureDevices(sound), selection);
+    std::unique_ptr<platform::CaptureDevices> devices = std::make_unique<platform::SelectedCamera>(
+        platform::openCaptureDevices(sound, platform::deviceAddressesFromEnvironment(), selection), selection);
     /// Throws `RecorderError` without a display server, where Qt would end the program.
     std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
 

@@ -107,6 +107,7 @@ MainWindowActions AppWindows::actions() {
     actions.webcamToggled = [this](bool on) { delegate_->webcamToggled(on); };
     actions.microphoneSelected = [this](int index) { delegate_->microphoneSelected(index); };
     actions.cameraSelected = [this](int index) { delegate_->cameraSelected(index); };
+    actions.cardSoundSelected = [this](int index) { delegate_->cardSoundSelected(index); };
     actions.shown = [this](bool isShown) {
         if (delegate_ != nullptr) delegate_->mainWindowShown(isShown);
     };

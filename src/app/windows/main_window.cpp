@@ -259,10 +259,16 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     chooseButton_->hide();
     refreshButton_->setToolTip("Liste aktualisieren");
     refreshButton_->setAccessibleName("Liste aktualisieren");
+    cardSoundCaption_ = caption("Ton");
+    cardSoundPopup_ = devicePopup("Ton des Geräts", "cardSoundPopup", actions_.cardSoundSelected);
+    cardSoundPopup_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    cardSoundCaption_->hide();
     auto* row = new QHBoxLayout;
     row->setSpacing(kSpacing);
     row->addWidget(displayPopup_, 1);
     row->addWidget(chooseButton_, 1);
+    row->addWidget(cardSoundCaption_);
+    row->addWidget(cardSoundPopup_, 1);
     row->addWidget(refreshButton_);
     sourceRow_ = new QWidget;
     sourceRow_->setFixedWidth(kSourceWidth);
@@ -320,6 +326,7 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
+    microphonePopup_->setFixedWidth(kDeviceWidth);
     // Its room is kept until the devices are listed, unless large type needs it.
     QSizePolicy reserved = microphonePopup_->sizePolicy();
     reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
@@ -331,6 +338,7 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     webcamBox_ = box("Kamera aufnehmen (Facecam)", "webcamBox", actions_.webcamToggled);
     boxes->addWidget(webcamBox_);
     cameraPopup_ = devicePopup("Kamera", "cameraPopup", actions_.cameraSelected);
+    cameraPopup_->setFixedWidth(kDeviceWidth);
     boxes->addWidget(cameraPopup_);
     boxes->addStretch(1);
 
@@ -351,7 +359,6 @@ QComboBox* MainWindow::devicePopup(const char* title, const char* name, const st
     auto* popup = new QComboBox;
     popup->setObjectName(name);
     popup->setAccessibleName(title);
-    popup->setFixedWidth(kDeviceWidth);
     popup->hide();
     connect(popup, &QComboBox::activated, this, [selected](int index) {
         if (selected) selected(index);
@@ -376,6 +383,8 @@ void MainWindow::showDevices(const MainWindowState& state) {
     };
     show(*microphonePopup_, shownMicrophones_, state.microphones, state.choices.microphone);
     show(*cameraPopup_, shownCameras_, state.cameras, state.choices.webcam);
+    show(*cardSoundPopup_, shownCardSounds_, state.cardSounds, true);
+    cardSoundCaption_->setVisible(!state.cardSounds.items.empty());
     systemAudioLevel_->setVisible(state.choices.systemAudio);
     microphoneLevel_->setVisible(state.choices.microphone);
 }
@@ -477,7 +486,7 @@ void MainWindow::showButtons(const MainWindowState& state) {
     for (QWidget* each :
          std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, chooseButton_, fpsPopup_,
                                          countdownPopup_, systemAudioBox_, microphoneBox_, webcamBox_, microphonePopup_,
-                                         cameraPopup_, studioButton_, revealButton_}) {
+                                         cameraPopup_, cardSoundPopup_, studioButton_, revealButton_}) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);

@@ -44,6 +44,7 @@ struct MainWindowActions {
     std::function<void(bool)> webcamToggled;
     std::function<void(int)> microphoneSelected;
     std::function<void(int)> cameraSelected;
+    std::function<void(int)> cardSoundSelected;
     /// Whether the user can see the window.
     std::function<void(bool)> shown;
     /// What the level meters show; without it they are empty.
@@ -112,8 +113,11 @@ class MainWindow final : public QWidget {
     LevelView* microphoneLevel_ = nullptr;
     QComboBox* microphonePopup_ = nullptr;
     QComboBox* cameraPopup_ = nullptr;
+    QLabel* cardSoundCaption_ = nullptr;
+    QComboBox* cardSoundPopup_ = nullptr;
     DevicePopup shownMicrophones_;
     DevicePopup shownCameras_;
+    DevicePopup shownCardSounds_;
     bool toldShown_ = false;
     CameraView* webcamPreviewContainer_ = nullptr;
     QPushButton* recordButton_ = nullptr;

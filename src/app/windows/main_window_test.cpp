@@ -95,6 +95,35 @@ TEST_P(MainWindowTest, DevicesAndLevelsAreBesideTickedBoxesOnly) {
     EXPECT_EQ(shown, (std::vector<bool>{true, false}));
 }
 
+TEST_P(MainWindowTest, TheSoundOfACardIsBesideTheCard) {
+    std::vector<int> selected;
+    MainWindowActions actions;
+    actions.cardSoundSelected = [&](int index) { selected.push_back(index); };
+    MainWindow window(actions);
+    MainWindowState state = fullState();
+    window.show(state);
+    static_cast<QWidget&>(window).show();
+    auto* const popup = window.findChild<QComboBox*>("cardSoundPopup");
+    const auto* const list = window.findChild<QComboBox*>("displayPopup");
+    const QRect button = window.findChild<QWidget*>("recordButton")->geometry();
+    const QRect whole = list->geometry();
+    EXPECT_FALSE(popup->isVisible());
+    state.cardSounds = {{"Standard", "Ohne Ton"}, 1};
+    window.show(state);
+    expectNothingIsCutOff(window);
+    EXPECT_TRUE(popup->isVisible());
+    EXPECT_EQ(popup->currentText(), "Ohne Ton");
+    EXPECT_EQ(popup->y(), list->y());
+    EXPECT_GT(popup->x(), list->geometry().right());
+    EXPECT_GT(list->width(), whole.width() / 3);
+    EXPECT_EQ(window.findChild<QWidget*>("recordButton")->geometry(), button) << "nothing moves";
+    emit popup->activated(0);
+    EXPECT_EQ(selected, std::vector<int>{0});
+    state.controlsEnabled = false;
+    window.show(state);
+    EXPECT_FALSE(popup->isEnabled());
+}
+
 TEST_P(MainWindowTest, OpensTheDesktopsDialogByAButtonInPlaceOfTheList) {
     int chosen = 0;
     MainWindowActions actions;
