@@ -41,11 +41,13 @@ constexpr int kSourceWidth = 496;
 constexpr int kEdge = 20;
 constexpr int kSpacing = 6;
 constexpr int kGroupSpace = 8;
+constexpr int kButtonSpace = 16;  // above the record button
 // At the usual size of type.
 constexpr double kRecordType = 14;
 constexpr double kRecordHeight = 28;
 constexpr double kStatusType = 11;
 constexpr int kStatusLines = 5;
+constexpr int kStatusLinesBesideNotices = 2;
 constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
 constexpr double kCameraRadius = 10;
@@ -327,10 +329,6 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
     microphonePopup_->setFixedWidth(kDeviceWidth);
-    // Its room is kept until the devices are listed, unless large type needs it.
-    QSizePolicy reserved = microphonePopup_->sizePolicy();
-    reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
-    microphonePopup_->setSizePolicy(reserved);
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
@@ -341,6 +339,12 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     cameraPopup_->setFixedWidth(kDeviceWidth);
     boxes->addWidget(cameraPopup_);
     boxes->addStretch(1);
+    // Their room is kept until the devices are listed, unless large type needs it.
+    for (QComboBox* each : {microphonePopup_, cameraPopup_}) {
+        QSizePolicy reserved = each->sizePolicy();
+        reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
+        each->setSizePolicy(reserved);
+    }
 
     // Beside the boxes, in reserved room: nothing moves when it appears.
     webcamPreviewContainer_ = new CameraView(kCameraSize, kCameraRadius);
@@ -352,7 +356,9 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     row->addLayout(boxes, 0, 0);
     row->addWidget(webcamPreviewContainer_, 0, 0, Qt::AlignRight | Qt::AlignTop);
     column.addLayout(row);
-    column.addStretch(1);
+    // Room that is left is below everything, so that the record button stays where it is when a notice appears or goes:
+    // a click that is on its way would miss it.
+    column.addSpacing(kButtonSpace);
 }
 
 QComboBox* MainWindow::devicePopup(const char* title, const char* name, const std::function<void(int)>& selected) {
@@ -416,9 +422,13 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     statusLabel_->setTextFormat(Qt::PlainText);
     makeCopyable(*statusLabel_);
     statusLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    // Room for the longest text, so that nothing moves when it appears.
-    statusLabel_->setMinimumHeight(kStatusLines * grown(kStatusLine, font()));
-    column.addWidget(statusLabel_);
+    statusRoom_ = new QSpacerItem(0, 0);
+    statusRow_ = new QHBoxLayout;
+    statusRow_->setSpacing(0);
+    statusRow_->addWidget(statusLabel_, 1);
+    statusRow_->addItem(statusRoom_);
+    reserveStatusRoom();
+    column.addLayout(statusRow_);
     progressBar_ = new QProgressBar;
     progressBar_->setObjectName("progressBar");
     progressBar_->setAccessibleName("Fortschritt des Prüfvideos");
@@ -426,6 +436,15 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     progressBar_->setTextVisible(false);
     progressBar_->hide();
     column.addWidget(progressBar_);
+    column.addStretch(1);
+}
+
+// Room for the longest text, so that nothing moves when it appears. A notice takes of that, so that with the usual text
+// the window stays as it is.
+void MainWindow::reserveStatusRoom() {
+    const int lines = shownNotices_.empty() ? kStatusLines : kStatusLinesBesideNotices;
+    statusRoom_->changeSize(0, lines * grown(kStatusLine, font()));
+    statusRow_->invalidate();
 }
 
 void MainWindow::show(const MainWindowState& state) {
@@ -522,6 +541,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         for (QWidget* each : row->findChildren<QWidget*>()) each->ensurePolished();
     }
     orderNotices();
+    reserveStatusRoom();
     takeRoom();
 }
 

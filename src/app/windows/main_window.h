@@ -13,10 +13,12 @@
 class QAction;
 class QCheckBox;
 class QComboBox;
+class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
 class QScrollArea;
+class QSpacerItem;
 class QVBoxLayout;
 
 namespace lumivastor::ui {
@@ -85,6 +87,7 @@ class MainWindow final : public QWidget {
     void buildBoxes(QVBoxLayout& column);
     void buildButtons(QVBoxLayout& column);
     void buildStatus(QVBoxLayout& column);
+    void reserveStatusRoom();
     void takeRoom();
     void tellShown();
     QComboBox* devicePopup(const char* title, const char* name, const std::function<void(int)>& selected);
@@ -125,6 +128,8 @@ class MainWindow final : public QWidget {
     QPushButton* studioButton_ = nullptr;
     QPushButton* revealButton_ = nullptr;
     QVBoxLayout* noticeRows_ = nullptr;
+    QHBoxLayout* statusRow_ = nullptr;
+    QSpacerItem* statusRoom_ = nullptr;  // beside the text, which takes more if it needs it
     QLabel* statusLabel_ = nullptr;
     QProgressBar* progressBar_ = nullptr;
     QPointer<QWidget> lostFocus_;  // the control that was disabled while it had the keyboard focus

@@ -95,6 +95,38 @@ TEST_P(MainWindowTest, DevicesAndLevelsAreBesideTickedBoxesOnly) {
     EXPECT_EQ(shown, (std::vector<bool>{true, false}));
 }
 
+TEST_P(MainWindowTest, TheRecordButtonStaysWhereItIs) {
+    MainWindow window({});
+    MainWindowState state = fullState();
+    window.show(state);
+    static_cast<QWidget&>(window).show();
+    const auto* const button = window.findChild<QWidget*>("recordButton");
+    const auto place = [&] {
+        QApplication::processEvents();
+        return QRect(button->mapTo(&window, QPoint(0, 0)), button->size());
+    };
+    const QRect before = place();
+    const auto expectPlace = [&](const char* when) {
+        window.show(state);
+        EXPECT_EQ(place(), before) << when;
+    };
+    state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+    expectPlace("a notice");
+    state.notices[NoticeKind::recording] = {
+        "Die Aufnahme wurde vom System beendet: Das aufgenommene Fenster wurde geschlossen, und das ist mehr als eine "
+        "Zeile.",
+        ""};
+    state.progress = 0.5;
+    state.status += "\n6\n7";
+    expectPlace("more of them, and all else that comes and goes");
+    state.notices.clear();
+    expectPlace("none any more");
+    if (GetParam() < 16) {  // points; larger type has no room for lists that are not needed
+        state.microphones = state.cameras = {{"Standard"}, 0};
+        expectPlace("the devices are listed");
+    }
+}
+
 TEST_P(MainWindowTest, TheSoundOfACardIsBesideTheCard) {
     std::vector<int> selected;
     MainWindowActions actions;
@@ -186,6 +218,8 @@ TEST_P(MainWindowTest, OneNoticeFitsInAndMoreMakeItHigher) {
     MainWindow window({});
     window.setVisible(true);
     MainWindowState state = fullState();
+    state.microphones = state.cameras = {{"Standard"}, 0};
+    state.status = "Bereit. 1 Bildschirm(e) gefunden.";
     state.notices[NoticeKind::interrupted] = {"Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33", "Abschließen"};
     window.show(state);
     if (GetParam() <= 10) {
