@@ -39,6 +39,8 @@ struct MainWindowChoices {
     /// The index in `kCountdowns`.
     int countdownIndex = kUsualCountdown;
 
+    /// A device has sound of its own.
+    bool recordsSystemAudio() const { return systemAudio && sourceType != SourceType::device; }
     int fps() const { return fpsIndex == 0 ? 60 : 30; }
     int countdownSeconds() const { return kCountdowns.at(static_cast<std::size_t>(countdownIndex)); }
 

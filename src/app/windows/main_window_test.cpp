@@ -264,6 +264,32 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     expectNothingIsCutOff(withCamera);
 }
 
+TEST_P(MainWindowTest, LevelsHaveAirBelowThePanelsButtons) {
+    using Kind = platform::SoundBoard::Kind;
+    const double factor = std::max(GetParam() / 10, 1.0);
+    for (const bool hasCamera : {false, true}) {
+        for (const auto& kinds : {std::vector<Kind>{Kind::microphone}, {Kind::systemAudio, Kind::microphone}}) {
+            RecordingPanel panel(*QGuiApplication::primaryScreen(),
+                                 hasCamera ? std::make_shared<capture::WebcamPreview>() : nullptr, {}, {});
+            const QRect bare = panel.geometry();
+            panel.showLevels(kinds, [](Kind) { return platform::LevelMeter::Reading{-20, -9, -3, true}; });
+            panel.setVisible(true);
+            expectNothingIsCutOff(panel);
+            EXPECT_EQ(panel.geometry().bottomRight(), bare.bottomRight());
+            EXPECT_EQ(panel.size() == bare.size(), hasCamera) << "there is room beside the camera";
+            int below = panel.findChild<QPushButton*>("panelStopButton")->geometry().bottom() + 1;
+            double air = 6 * factor;
+            EXPECT_EQ(panel.findChildren<QWidget*>("panelLevel").size(), static_cast<int>(kinds.size()));
+            for (const QWidget* each : panel.findChildren<QWidget*>("panelLevel")) {
+                EXPECT_GE(each->y() - below, air - 1);
+                below = each->geometry().bottom() + 1;
+                air = 3 * factor;
+            }
+            EXPECT_GE(panel.height() - below, 6 * factor - 1);
+        }
+    }
+}
+
 TEST_P(MainWindowTest, ThePanelGrowsForAWarningAndItsButtonStaysWhereItIs) {
     RecordingPanel panel(*QGuiApplication::primaryScreen(), nullptr, {}, {});
     panel.setVisible(true);
