@@ -322,10 +322,11 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->setSpacing(kSpacing);
     boxes->addWidget(caption("Ton"));
     systemAudioBox_ = box("Systemton aufnehmen", "systemAudioBox", actions_.systemAudioToggled);
-    systemAudioLevel_ = new LevelView("Pegel des Systemtons", platform::SoundBoard::Kind::systemAudio, actions_.level);
+    const auto beat = std::make_shared<LevelBeat>(actions_.level);
+    systemAudioLevel_ = new LevelView("Pegel des Systemtons", platform::SoundBoard::Kind::systemAudio, beat);
     boxes->addLayout(withLevel(systemAudioBox_, systemAudioLevel_, "systemAudioLevel"));
     microphoneBox_ = box("Mikrofon aufnehmen", "microphoneBox", actions_.microphoneToggled);
-    microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
+    microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, beat);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
     microphonePopup_->setFixedWidth(kDeviceWidth);

@@ -223,6 +223,7 @@ void RecordingPanel::setTime(const QString& time) {
 // Beside the camera there is room for them: buttons and levels are in the middle together. Otherwise the panel grows.
 void RecordingPanel::showLevels(const std::vector<platform::SoundBoard::Kind>& kinds, const LevelReader& read) {
     if (kinds.empty()) return;
+    const auto beat = std::make_shared<LevelBeat>(read);
     const int levels = kLevelsAway + kLevelStep * (static_cast<int>(kinds.size()) - 1) + kLevelHeight;
     const int row = pauseButton_->y();
     const int up = hasCamera_ ? grown(levels / 2.0) : 0;
@@ -234,7 +235,7 @@ void RecordingPanel::showLevels(const std::vector<platform::SoundBoard::Kind>& k
     for (const auto kind : kinds) {
         const bool isMicrophone = kind == platform::SoundBoard::Kind::microphone;
         auto* const level =
-            new LevelView(isMicrophone ? "Pegel des Mikrofons" : "Pegel des Systemtons", kind, read, this);
+            new LevelView(isMicrophone ? "Pegel des Mikrofons" : "Pegel des Systemtons", kind, beat, this);
         level->setObjectName("panelLevel");
         level->setGeometry(left, top, width() - left - grown(kHintMargin), grown(kLevelHeight));
         level->show();
