@@ -59,7 +59,7 @@ QRegion changedLevelArea(const LevelBars& before, const LevelBars& now, QSize si
 
 LevelBeat::LevelBeat(LevelReader read) : read_(std::move(read)) {
     timer_.setInterval(kInterval);
-    connect(&timer_, &QTimer::timeout, this, [this] { beat(); });
+    connect(&timer_, &QTimer::timeout, this, &LevelBeat::beat);
 }
 
 std::optional<platform::LevelMeter::Reading> LevelBeat::read(platform::SoundBoard::Kind kind) const {
@@ -115,13 +115,13 @@ std::optional<LevelBars> LevelView::bars() const {
 }
 
 // Only what looks different is painted: besides the painting, that spares most waiting for the display server, which is
-// still reading what was painted last.
+// still reading what was painted last. And at once: another turn of the event loop costs as much as the painting.
 bool LevelView::follow() {
     const auto now = bars();
     const auto before = std::exchange(shown_, now);
     if (before == now) return false;
     if (before && now) {
-        update(changedLevelArea(*before, *now, size()));
+        repaint(changedLevelArea(*before, *now, size()));
         return true;
     }
     // What is behind it need not be painted while it is opaque.

@@ -36,7 +36,7 @@ QRegion changedLevelArea(const LevelBars& before, const LevelBars& now, QSize si
 class LevelView;
 
 /// The beat of a window's meters: one for all of them, so that they are painted together. It beats while one of them
-/// can be seen, and slower while none changes. Its meters own it.
+/// can be seen, and slower while none changes. Its meters, all in one window, own it.
 class LevelBeat final : public QObject {
   public:
     /// A null reader reads nothing.
@@ -46,9 +46,10 @@ class LevelBeat final : public QObject {
     void begin(LevelView& view);
     void end(LevelView& view);
 
-  private:
+    /// Shows the present levels.
     void beat();
 
+  private:
     const LevelReader read_;
     std::vector<LevelView*> views_;
     int stillBeats_ = 0;

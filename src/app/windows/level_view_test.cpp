@@ -20,8 +20,7 @@ class LevelViewTest : public testing::Test {
   protected:
     LevelViewTest() {
         window_.resize(kSize);
-        level_ = new LevelView("Pegel", Kind::microphone,
-                               std::make_shared<LevelBeat>([this](Kind) { return reading_; }), &window_);
+        level_ = new LevelView("Pegel", Kind::microphone, beat_, &window_);
         level_->setGeometry(0, 0, kSize.width(), kSize.height());
         window_.setVisible(true);
     }
@@ -30,11 +29,11 @@ class LevelViewTest : public testing::Test {
     QImage fresh() const {
         QWidget window;
         window.resize(kSize);
-        auto* const level = new LevelView("Pegel", Kind::microphone,
-                                          std::make_shared<LevelBeat>([this](Kind) { return reading_; }), &window);
+        const auto beat = std::make_shared<LevelBeat>([this](Kind) { return reading_; });
+        auto* const level = new LevelView("Pegel", Kind::microphone, beat, &window);
         level->setGeometry(0, 0, kSize.width(), kSize.height());
         window.setVisible(true);
-        level->follow();
+        beat->beat();
         QApplication::processEvents();
         return window.grab().toImage();
     }
@@ -42,6 +41,7 @@ class LevelViewTest : public testing::Test {
     static constexpr QSize kSize{110, 8};
     OffscreenApplication application_;
     std::optional<Reading> reading_;
+    const std::shared_ptr<LevelBeat> beat_ = std::make_shared<LevelBeat>([this](Kind) { return reading_; });
     QWidget window_;
     LevelView* level_;
 };
@@ -65,7 +65,7 @@ TEST_F(LevelViewTest, LooksTheSameWhateverItShowedBefore) {
                                    {-30, -12, -2, false},
                                    {-60, -60, -12, false}}) {
         reading_ = reading;
-        EXPECT_TRUE(level_->follow());
+        beat_->beat();
         EXPECT_FALSE(level_->follow()) << "nothing changes any more";
         QApplication::processEvents();
         EXPECT_EQ(window_.screen()->grabWindow(window_.winId()).toImage().convertToFormat(QImage::Format_RGB32),
