@@ -85,6 +85,7 @@ TEST(ExportPlan, ProgressComesEveryThirtyFramesAndStaysBelowTheEnd) {
         last = *progress;
     }
     EXPECT_EQ(last, 0.97);
+    EXPECT_DOUBLE_EQ(*progressAfter(300, 1000, 0.1), 0.37) << "behind what was done before the pictures";
 }
 
 TEST(ExportPlan, AMixWithinFullScaleIsLeftAlone) {

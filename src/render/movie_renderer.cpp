@@ -132,6 +132,7 @@ class Export {
     const FilmForm form_;
     const std::int64_t fps_;
     std::int64_t total_ = 0;
+    double before_ = 0;                    // of the progress, before the first picture
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
     bool isRefused_ = false;               // the finished movie differs from what was written
     std::optional<PendingMovie> file_;
@@ -211,7 +212,9 @@ void Export::prepareSound(const CutComposition& cut) {
 // The first pass over the sound.
 void Export::prepareLoudness(const CutComposition& cut, const SplitMix& mix) {
     if (!options_.levelsLoudness.value_or(source_.state().settings.levelsLoudness())) return;
-    const std::optional<double> loudness = mixLoudness(cut.movie, mix, options_.stop);
+    const std::optional<double> loudness =
+        mixLoudness(cut.movie, mix, options_.stop, [this](double done) { report(kLoudnessShare * done); });
+    before_ = kLoudnessShare;
     const std::optional<double> factor = levellingFactor(loudness);
     if (!factor) {
         Log::write("Studio", "Lautheit bleibt: Der Ton ist still oder fast still");
@@ -288,7 +291,7 @@ Export::Pass Export::paint(imaging::Picture picture, const MediaTime& time) {
 Export::Pass Export::pictureDone(bool isTaken) {
     if (!isTaken) throw writer_->error().value_or(RecorderError("Ein Bild konnte nicht geschrieben werden."));
     ++frame_;
-    if (const auto progress = progressAfter(frame_, total_)) report(*progress);
+    if (const auto progress = progressAfter(frame_, total_, before_)) report(*progress);
     return Pass::done;
 }
 
