@@ -281,6 +281,14 @@ class Story {
             "Systemeinstellungen → Datenschutz & Sicherheit → Bildschirmaufnahme,\n"
             "dort „LumiVastor\" aktivieren und die App neu starten.";
         show(state, "-denied");
+        state.sourceItems = {"Aufnahmekarte HDMI USB 3.0"};
+        state.choices.sourceType = app::SourceType::device;
+        state.microphones = state.cameras = {{"Standard"}, 0};
+        state.cardSounds = {{"Standard: Aufnahmekarte HDMI USB 3.0 Analog Stereo", "Ohne Ton"}, 0};
+        state.status = "Bereit. Hinweis: Vom iPhone gibt es keine Klick-Daten - Zooms setzt du im Editor von Hand.";
+        show(state, "-card");
+        state.choices.sourceType = app::SourceType::display;
+        state.cardSounds = {};
         state.sourceItems = {"Bildschirm 1 – 1920×1080 px"};
         state.status = "Bereit. 1 Bildschirm(e) gefunden.";
         state.notices[app::NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};

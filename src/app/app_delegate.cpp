@@ -203,6 +203,7 @@ void AppDelegate::reloadDevices() {
             if (found == devices.end()) return;
             setChoice(
                 [&](MainWindowChoices& choices) { choices.sourceIndex = static_cast<int>(found - devices.begin()); });
+            showCard();
         });
     });
 }
@@ -257,6 +258,13 @@ void AppDelegate::showPopup(const SourcePopup& popup) {
         // A late list must not replace the recording's status.
         if (!flow_.isActive()) state.status = popup.status;
     });
+    showCard();
+}
+
+void AppDelegate::showCard() {
+    const MainWindowChoices& choices = window_.choices();
+    inputs_.showCard(choices.sourceType == SourceType::device ? chosen(lists_.devices, choices.sourceIndex)
+                                                              : std::nullopt);
 }
 
 // X desktops have no permission settings that could be opened.
@@ -282,6 +290,7 @@ void AppDelegate::sourceTypeChanged(SourceType type) {
 void AppDelegate::sourceSelected(int index) {
     setChoice([&](MainWindowChoices& choices) { choices.sourceIndex = index; });
     window_.withdrawHint(Hint::source, readyText());
+    showCard();
 }
 
 void AppDelegate::fpsSelected(int index) {

@@ -75,6 +75,7 @@ class AppDelegate {
     void webcamToggled(bool on);
     void microphoneSelected(int index) { inputs_.microphoneSelected(index); }
     void cameraSelected(int index) { inputs_.cameraSelected(index); }
+    void cardSoundSelected(int index) { inputs_.cardSoundSelected(index); }
     /// Whether the user can see the main window.
     void mainWindowShown(bool isShown) { inputs_.windowShown(isShown); }
 
@@ -118,6 +119,8 @@ class AppDelegate {
     void reloadDevices();
     void applySources(const std::variant<SourceLists, RecorderError>& answer);
     void fillSourcePopup();
+    /// The card that is chosen, for its sound.
+    void showCard();
     void showPopup(const SourcePopup& popup);
     void openScreenRecordingSettings();
     /// Measures the encoders in the background, so that no recording has to wait for it.

@@ -7,6 +7,7 @@
 #include <memory>
 #include <stop_token>
 #include <thread>
+#include <vector>
 
 #include "app/session/preferences.h"
 #include "app/session/sleep_inhibitor.h"
@@ -29,8 +30,9 @@ struct AppServices : capture::CaptureServices {
     SleepInhibitor& sleep;
     /// Grabs the key combination that stops the recording; null when it is not available. `pressed` may run on any
     /// thread. Where the desktop has a `contentPicker`, this may wait for the user's answer, and is called on a thread
-    /// of its own; null when `stop` was requested.
-    std::function<std::unique_ptr<platform::GlobalShortcut>(std::function<void()> pressed, std::stop_token stop)>
+    /// of its own; null when `stop` was requested. Only there it takes `further`, which the same dialog offers.
+    std::function<std::unique_ptr<platform::GlobalShortcut>(
+        std::function<void()> pressed, std::vector<platform::FurtherKeys> further, std::stop_token stop)>
         grabStopShortcut;
 
     /// Grabs another key combination while a recording runs; null when it is not available. `pressed` may run on any

@@ -44,14 +44,14 @@ void ContentGrant::ask(const platform::ContentPicker::Request& request,
         });
 }
 
-void ContentGrant::askForShortcut(std::function<void()> pressed,
+void ContentGrant::askForShortcut(std::function<void()> pressed, std::vector<platform::FurtherKeys> further,
                                   std::function<void(std::shared_ptr<platform::GlobalShortcut>)> completion) {
     stop_ = {};
-    queue_.async([this, pressed = std::move(pressed), completion = std::move(completion), stop = stop_.get_token(),
-                  alive = lifetime_.watch()] {
+    queue_.async([this, pressed = std::move(pressed), further = std::move(further), completion = std::move(completion),
+                  stop = stop_.get_token(), alive = lifetime_.watch()] {
         std::shared_ptr<platform::GlobalShortcut> shortcut;
         try {
-            shortcut = services_.grabStopShortcut(pressed, stop);
+            shortcut = services_.grabStopShortcut(pressed, further, stop);
         } catch (...) {
             Log::write("Capture", handledError("Unerwarteter Fehler").message());
         }

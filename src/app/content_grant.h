@@ -39,9 +39,9 @@ class ContentGrant {
     /// Closes the dialog. Does nothing when there is none.
     void cancel();
 
-    /// Asks for the shortcut that stops recordings, which may open a dialog as well; null when there is none, or after
-    /// `cancel`. `completion` runs as that of `ask`.
-    void askForShortcut(std::function<void()> pressed,
+    /// Asks for the shortcut that stops recordings and for `further` ones, which may open a dialog as well; null when
+    /// there is none, or after `cancel`. `completion` runs as that of `ask`.
+    void askForShortcut(std::function<void()> pressed, std::vector<platform::FurtherKeys> further,
                         std::function<void(std::shared_ptr<platform::GlobalShortcut>)> completion);
 
     /// What was granted, is of this kind, and can still be recorded.

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/card_sound_choice.h"
+
 namespace lumivastor::app {
 
 namespace {
@@ -21,6 +23,16 @@ std::string distinct(const std::string& name, const std::vector<std::string>& ta
     }
     return text;
 }
+
+// The inputs, with the one on the card's own hardware as the default.
+std::vector<platform::CaptureDevice> inputsOf(const platform::CaptureDevice& card,
+                                              std::vector<platform::CaptureDevice> inputs) {
+    const auto own = platform::soundOf(card.place, inputs);
+    for (platform::CaptureDevice& each : inputs) each.isDefault = own && each.id == own->id;
+    return inputs;
+}
+
+constexpr int kNoSound = 1;  // its place in the pop-up
 
 }  // namespace
 
@@ -52,11 +64,35 @@ std::optional<ChosenDevice> deviceAt(int index, const std::vector<platform::Capt
     return ChosenDevice{devices[number].lastingId(), devices[number].name};
 }
 
+DevicePopup cardSoundPopup(const platform::CaptureDevice& card, const std::vector<platform::CaptureDevice>& inputs,
+                           const ChosenDevice& chosen) {
+    DevicePopup popup = devicePopup(inputsOf(card, inputs), chosen);
+    popup.items.insert(popup.items.begin() + kNoSound, "Ohne Ton");
+    if (chosen.isNone) {
+        popup.index = kNoSound;
+    } else if (popup.index >= kNoSound) {
+        ++popup.index;
+    }
+    return popup;
+}
+
+std::optional<ChosenDevice> cardSoundAt(int index, const std::vector<platform::CaptureDevice>& inputs) {
+    if (index == kNoSound) return ChosenDevice{"", "", true};
+    return deviceAt(index > kNoSound ? index - 1 : index, inputs);
+}
+
 std::string missingDeviceText(const ChosenDevice& chosen, const std::vector<platform::CaptureDevice>& devices) {
     const platform::CaptureDevice* const standard = defaultOf(devices);
     const std::string away = "„" + chosen.name + "“ ist nicht angeschlossen; ";
     if (standard != nullptr) return away + "aufgenommen wird „" + standard->name + "“.";
     return away + (devices.empty() ? "ein anderes Gerät gibt es nicht." : "aufgenommen wird das Standardgerät.");
+}
+
+std::string missingCardSoundText(const platform::CaptureDevice& card, const ChosenDevice& chosen,
+                                 const std::vector<platform::CaptureDevice>& inputs) {
+    const std::string away = "„" + chosen.name + "“ ist nicht angeschlossen; ";
+    if (const auto own = platform::soundOf(card.place, inputs)) return away + "der Ton kommt von „" + own->name + "“.";
+    return away + "der Ton kommt vom Gerät selbst, wenn es welchen liefert.";
 }
 
 }  // namespace lumivastor::app

@@ -22,7 +22,17 @@ DevicePopup devicePopup(const std::vector<platform::CaptureDevice>& devices, con
 /// What an item of that pop-up means; nullopt for an index that it has not, and for the missing device.
 std::optional<ChosenDevice> deviceAt(int index, const std::vector<platform::CaptureDevice>& devices);
 
+/// The sound inputs beside a capture card: as `devicePopup`, with the card's own input as the default, and "Ohne Ton"
+/// behind that.
+DevicePopup cardSoundPopup(const platform::CaptureDevice& card, const std::vector<platform::CaptureDevice>& inputs,
+                           const ChosenDevice& chosen);
+/// What an item of that pop-up means; nullopt as with `deviceAt`.
+std::optional<ChosenDevice> cardSoundAt(int index, const std::vector<platform::CaptureDevice>& inputs);
+
 /// What is recorded in place of a missing device, as a sentence.
 std::string missingDeviceText(const ChosenDevice& chosen, const std::vector<platform::CaptureDevice>& devices);
+/// The same for a card's sound.
+std::string missingCardSoundText(const platform::CaptureDevice& card, const ChosenDevice& chosen,
+                                 const std::vector<platform::CaptureDevice>& inputs);
 
 }  // namespace lumivastor::app

@@ -71,29 +71,35 @@ void InputDevices::apply(const Lists& lists) {
 void InputDevices::show() {
     const DevicePopup microphones = devicePopup(lists_.microphones, microphone_);
     const DevicePopup cameras = devicePopup(lists_.cameras, camera_);
-    if (window_.state().microphones == microphones && window_.state().cameras == cameras) return;
+    const DevicePopup cardSounds = card_ ? cardSoundPopup(*card_, lists_.microphones, cardSound_) : DevicePopup();
+    const MainWindowState& shown = window_.state();
+    if (shown.microphones == microphones && shown.cameras == cameras && shown.cardSounds == cardSounds) return;
     window_.update([&](MainWindowState& state) {
         state.microphones = microphones;
         state.cameras = cameras;
+        state.cardSounds = cardSounds;
     });
 }
 
 void InputDevices::tellMissing() {
     if (!isListed_ || callbacks_.isRecording()) return;
-    const auto tell = [this](Hint about, bool isOn, const ChosenDevice& chosen,
-                             const std::vector<platform::CaptureDevice>& devices) {
+    const auto tell = [this](Hint about, bool isMissed, const auto& text) {
         // A hint of somebody else about the same device stays.
         const bool wasTold = told_.erase(about) > 0;
-        if (isOn && isMissing(chosen, devices)) {
-            window_.setHint(about, missingDeviceText(chosen, devices));
+        if (isMissed) {
+            window_.setHint(about, text());
             told_.insert(about);
         } else if (wasTold) {
             window_.withdrawHint(about, callbacks_.readyText());
         }
     };
     const MainWindowChoices choices = window_.choices();
-    tell(Hint::microphone, choices.microphone, microphone_, lists_.microphones);
-    tell(Hint::camera, choices.webcam, camera_, lists_.cameras);
+    tell(Hint::microphone, choices.microphone && isMissing(microphone_, lists_.microphones),
+         [this] { return missingDeviceText(microphone_, lists_.microphones); });
+    tell(Hint::camera, choices.webcam && isMissing(camera_, lists_.cameras),
+         [this] { return missingDeviceText(camera_, lists_.cameras); });
+    tell(Hint::cardSound, card_ && isMissing(cardSound_, lists_.microphones),
+         [this] { return missingCardSoundText(*card_, cardSound_, lists_.microphones); });
 }
 
 void InputDevices::microphoneSelected(int index) {
@@ -119,6 +125,29 @@ void InputDevices::cameraSelected(int index) {
     show();
     tellMissing();
     if (isOther) callbacks_.cameraChanged();
+}
+
+void InputDevices::cardSoundSelected(int index) {
+    const auto chosen = card_ ? cardSoundAt(index, lists_.microphones) : std::nullopt;
+    if (chosen && *chosen != cardSound_) {
+        services_.preferences.setCardSound(card_->lastingId(), *chosen);
+        chooseCardSound(*chosen);
+    }
+    show();
+    tellMissing();
+}
+
+void InputDevices::showCard(const std::optional<platform::CaptureDevice>& card) {
+    if (card_ == card) return;
+    card_ = card;
+    chooseCardSound(card ? services_.preferences.cardSound(card->lastingId()) : ChosenDevice());
+    show();
+    tellMissing();
+}
+
+void InputDevices::chooseCardSound(const ChosenDevice& sound) {
+    cardSound_ = sound;
+    if (card_) services_.selection->setCardSound(card_->lastingId(), {sound.id, sound.isNone});
 }
 
 void InputDevices::boxToggled() {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,8 +17,8 @@
 
 namespace lumivastor::app {
 
-/// The main window's choice of microphone and camera, and the sources of its level meters. Lists the devices in the
-/// background, again whenever one comes or goes. Main thread.
+/// The main window's choice of microphone, camera and a capture card's sound, and the sources of its level meters.
+/// Lists the devices in the background, again whenever one comes or goes. Main thread.
 class InputDevices {
   public:
     struct Callbacks {
@@ -41,6 +42,9 @@ class InputDevices {
     /// An item of the pop-up.
     void microphoneSelected(int index);
     void cameraSelected(int index);
+    void cardSoundSelected(int index);
+    /// The capture card that is chosen as the source; nullopt while something else is.
+    void showCard(const std::optional<platform::CaptureDevice>& card);
     /// One of the boxes was ticked or unticked.
     void boxToggled();
     /// Whether the user sees the meters. Nothing is open while not.
@@ -52,6 +56,7 @@ class InputDevices {
         std::vector<platform::CaptureDevice> cameras;
     };
 
+    void chooseCardSound(const ChosenDevice& sound);
     void list();
     void apply(const Lists& lists);
     void show();
@@ -63,6 +68,8 @@ class InputDevices {
     const Callbacks callbacks_;
     ChosenDevice microphone_;
     ChosenDevice camera_;
+    std::optional<platform::CaptureDevice> card_;
+    ChosenDevice cardSound_;
     Lists lists_;
     std::set<Hint> told_;  // about devices that are missing
     bool isListing_ = false;

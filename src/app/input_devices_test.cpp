@@ -77,6 +77,67 @@ TEST_F(InputDevicesTest, AMissingDeviceIsToldAndTakenAgainWhenItComes) {
     EXPECT_TRUE(view_.state.status.starts_with("Bereit.")) << view_.state.status;
 }
 
+TEST_F(InputDevicesTest, TheSoundOfACardIsChosenAndRememberedForThatCard) {
+    for (const char* name : {"A", "B"}) {
+        devices_.addExternalDevice(std::make_shared<synthetic::SyntheticDevice>(
+            platform::CaptureDevice{std::string("card ") + name, std::string("Karte ") + name, true}));
+    }
+    launchListed();
+    EXPECT_TRUE(view_.state.cardSounds.items.empty());
+    app_->sourceTypeChanged(SourceType::device);
+    EXPECT_EQ(view_.state.cardSounds.items,
+              (std::vector<std::string>{"Standard", "Ohne Ton", "Testmikrofon", "Funkmikrofon"}));
+    EXPECT_EQ(view_.state.cardSounds.index, 0);
+    app_->cardSoundSelected(3);
+    EXPECT_EQ(view_.state.cardSounds.index, 3);
+    EXPECT_EQ(selection_->cardSound("card A"), (platform::CardSound{"usb", false}));
+    app_->sourceSelected(1);
+    EXPECT_EQ(view_.state.cardSounds.index, 0) << "another card";
+    app_->cardSoundSelected(1);
+    EXPECT_EQ(view_.state.cardSounds.index, 1);
+    EXPECT_EQ(selection_->cardSound("card B"), (platform::CardSound{"", true}));
+    app_->sourceTypeChanged(SourceType::display);
+    EXPECT_TRUE(view_.state.cardSounds.items.empty());
+    app_.reset();
+    selection_->setCardSound("card A", {});
+    launchListed();
+    app_->sourceTypeChanged(SourceType::device);
+    EXPECT_EQ(view_.state.cardSounds.index, 3) << "the next start knows it";
+    EXPECT_EQ(selection_->cardSound("card A").input, "usb");
+    app_->sourceSelected(1);
+    EXPECT_EQ(view_.state.cardSounds.index, 1);
+
+    app_->sourceSelected(0);
+    const std::string ready = view_.state.status;
+    sound_.setOtherMicrophones({});
+    changed_();
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.state.cardSounds.items.size() == 4; }));
+    EXPECT_EQ(view_.state.cardSounds.items.back(), "Funkmikrofon (nicht angeschlossen)");
+    EXPECT_EQ(view_.state.status,
+              "„Funkmikrofon“ ist nicht angeschlossen; der Ton kommt vom Gerät selbst, wenn es welchen liefert.");
+    app_->cardSoundSelected(0);
+    EXPECT_EQ(view_.state.status, ready);
+}
+
+TEST(CardSoundPopup, NamesTheInputOfTheCardItself) {
+    platform::CaptureDevice card{"card", "Karte", true};
+    card.place = "/sys/devices/pci0000:00/0000:05:00.0/video4linux/video0";
+    std::vector<platform::CaptureDevice> inputs = {{"mic", "Mikrofon"}, {"hdmi", "HDMI-Eingang"}};
+    inputs[0].isDefault = true;
+    inputs[1].place = "/sys/devices/pci0000:00/0000:05:00.1/sound/card2";
+    EXPECT_EQ(cardSoundPopup(card, inputs, {}).items.front(), "Standard: HDMI-Eingang");
+    const DevicePopup missing = cardSoundPopup(card, inputs, {"usb", "Adapter"});
+    EXPECT_EQ(missing.items.at(static_cast<std::size_t>(missing.index)), "Adapter (nicht angeschlossen)");
+    EXPECT_EQ(missingCardSoundText(card, {"usb", "Adapter"}, inputs),
+              "„Adapter“ ist nicht angeschlossen; der Ton kommt von „HDMI-Eingang“.");
+    for (int i = 0; i < 4; ++i) {
+        const auto choice = cardSoundAt(i, inputs);
+        ASSERT_TRUE(choice);
+        EXPECT_EQ(cardSoundPopup(card, inputs, *choice).index, i);
+    }
+    EXPECT_FALSE(cardSoundAt(4, inputs)) << "the missing one cannot be chosen";
+}
+
 TEST_F(InputDevicesTest, MetersRunOnlyWhileTheyAreSeenAndWanted) {
     launchListed();
     const auto runs = [this](Kind kind, int count) {

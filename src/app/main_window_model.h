@@ -11,7 +11,7 @@
 namespace lumivastor::app {
 
 /// The subject of a hint in the status. The hint is withdrawn when the subject changes.
-enum class Hint { microphone, camera, source, folder, start };
+enum class Hint { microphone, camera, cardSound, source, folder, start };
 
 /// The state of the main window, shared by all objects that show something there. Main thread.
 class MainWindowModel {

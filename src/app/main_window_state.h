@@ -39,6 +39,8 @@ struct MainWindowChoices {
     /// The index in `kCountdowns`.
     int countdownIndex = kUsualCountdown;
 
+    /// A device has sound of its own.
+    bool recordsSystemAudio() const { return systemAudio && sourceType != SourceType::device; }
     int fps() const { return fpsIndex == 0 ? 60 : 30; }
     int countdownSeconds() const { return kCountdowns.at(static_cast<std::size_t>(countdownIndex)); }
 
@@ -82,6 +84,8 @@ struct MainWindowState {
     std::optional<std::string> chooseTitle;
     DevicePopup microphones;
     DevicePopup cameras;
+    /// Beside a capture card; without items while none is chosen.
+    DevicePopup cardSounds;
     std::string status = "Bereit.";
     std::map<NoticeKind, Notice> notices;
     std::string recordTitle = "Aufnahme starten";

@@ -291,7 +291,10 @@ void RecordingFlow::permissionAnswered(Access access, Subject subject, Granted g
 capture::RecordingRequest RecordingFlow::recordingOf(const Subject& subject) const {
     const MainWindowChoices& choices = window_.choices();
     if (const auto* device = std::get_if<platform::CaptureDevice>(&subject)) {
-        return capture::DeviceRecording{*device, {.microphone = choices.microphone, .webcam = choices.webcam}};
+        return capture::DeviceRecording{*device,
+                                        {.microphone = choices.microphone,
+                                         .webcam = choices.webcam,
+                                         .sound = !services_.selection->cardSound(device->lastingId()).isNone}};
     }
     const auto& request = std::get<Request>(subject);
     return capture::DesktopRecording{services_.desktop,
@@ -337,7 +340,7 @@ void RecordingFlow::prepare(const Subject& subject) {
 void RecordingFlow::askForShortcut(const Subject& subject) {
     showDialogIsOpen();
     grantIsCancelled_ = false;
-    grant_.askForShortcut(stopFromAnyThread(),
+    grant_.askForShortcut(stopFromAnyThread(), {pauseKeys(), markKeys()},
                           [this, subject](const std::shared_ptr<platform::GlobalShortcut>& shortcut) {
                               stopShortcut_ = shortcut;
                               backToIdle();
@@ -465,11 +468,18 @@ std::function<void()> RecordingFlow::stopFromAnyThread() {
     return fromAnyThread([this] { stop(); });
 }
 
-std::unique_ptr<platform::GlobalShortcut> RecordingFlow::grabKeys(char letter, const char* purpose,
-                                                                  std::function<void()> action) {
-    return services_.grabShortcut(
-        {.keys = {.letter = letter, .control = true, .alt = true, .shift = true}, .purpose = purpose},
-        fromAnyThread(std::move(action)));
+platform::FurtherKeys RecordingFlow::pauseKeys() {
+    return {{.letter = 'P', .control = true, .alt = true, .shift = true},
+            "pause-recording",
+            "Aufnahme pausieren oder fortsetzen",
+            fromAnyThread([this] { togglePause(capture::RecordingJob::PauseCause::other); })};
+}
+
+platform::FurtherKeys RecordingFlow::markKeys() {
+    return {{.letter = 'M', .control = true, .alt = true, .shift = true},
+            "set-mark",
+            "Marke setzen",
+            fromAnyThread([this] { setMark(); })};
 }
 
 void RecordingFlow::releaseShortcut() {
@@ -481,10 +491,12 @@ void RecordingFlow::releaseShortcut() {
 
 void RecordingFlow::offerStop() {
     if (leavesOwnWindowsOut()) {
-        stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread(), {});
-        pauseShortcut_ = grabKeys('P', "Aufnahme pausieren oder fortsetzen",
-                                  [this] { togglePause(capture::RecordingJob::PauseCause::other); });
-        markShortcut_ = grabKeys('M', "Marke setzen", [this] { setMark(); });
+        stopShortcut_ = services_.grabStopShortcut(stopFromAnyThread(), {}, {});
+        const auto grab = [this](const platform::FurtherKeys& keys) {
+            return services_.grabShortcut({.keys = keys.keys, .purpose = keys.purpose}, keys.pressed);
+        };
+        pauseShortcut_ = grab(pauseKeys());
+        markShortcut_ = grab(markKeys());
     }
     stopOffer_ = services_.offerStop(stopFromAnyThread());
 }

@@ -156,7 +156,8 @@ class RecordingFlow {
     void startFailed(const std::string& message);
     std::function<void()> fromAnyThread(std::function<void()> action);
     std::function<void()> stopFromAnyThread();
-    std::unique_ptr<platform::GlobalShortcut> grabKeys(char letter, const char* purpose, std::function<void()> action);
+    platform::FurtherKeys pauseKeys();
+    platform::FurtherKeys markKeys();
     void releaseShortcut();
     void offerStop();
     void running();

@@ -163,8 +163,17 @@ TEST_F(RecordingFlowOfGrants, TheShortcutIsAskedForOnceBeforeTheCountdown) {
     ASSERT_TRUE(loop_.runUntil([this] { return view_.state.countdown.has_value(); }));
     countDown();
     emitPicture();
+    // Those for a pause and a mark were offered in the same dialog.
+    pressKeys_.at('P')();
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.count("paused") == 1; }));
+    pressKeys_.at('P')();
+    pressKeys_.at('M')();
+    ASSERT_TRUE(loop_.runUntil([this] { return view_.count("marks 1") == 1; }));
     pressShortcut_();
     untilStatus("Fertig: ");
+    pressKeys_.at('P')();
+    pressKeys_.at('M')();
+    loop_.runPending();
     // It stays bound, without a dialog for the next recording.
     EXPECT_TRUE(pressShortcut_);
     grabWaits_ = true;

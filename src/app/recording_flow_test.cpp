@@ -93,9 +93,9 @@ TEST_F(RecordingFlowTest, LostPicturesAreSaidWhileTheyAreLostAndAfterwards) {
         loop_.advance(0.5);
     }
     const std::string sentence =
-        "Über 50 % der Bilder gehen verloren: der Desktop liefert sie zu langsam. Es hilft, anderes zu beenden oder "
-        "mit "
-        "30 Bildern pro Sekunde aufzunehmen.";
+        "Der Desktop liefert Bilder zu langsam, Bewegung kann ruckeln. Es hilft, anderes zu beenden oder mit 30 "
+        "Bildern "
+        "pro Sekunde aufzunehmen.";
     EXPECT_EQ(view_.count("hint " + sentence), 1);
     EXPECT_TRUE(logged("[Capture] Hinweis: " + sentence));
     loop_.advance(6);
@@ -103,7 +103,7 @@ TEST_F(RecordingFlowTest, LostPicturesAreSaidWhileTheyAreLostAndAfterwards) {
     EXPECT_EQ(view_.state.notices.count(NoticeKind::recording), 0U);
     stopRecording();
     EXPECT_EQ(view_.state.notices.at(NoticeKind::recording).text,
-              "Ab 0:08 gingen 2 s lang Bilder verloren, zeitweise über 50 %: der Desktop liefert sie zu langsam.");
+              "Ab 0:08 lieferte der Desktop 2 s lang Bilder zu langsam, Bewegung kann ruckeln.");
 }
 
 TEST_F(RecordingFlowTest, TheSpaceThatIsLeftIsSaidInMinutes) {

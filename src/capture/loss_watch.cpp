@@ -108,16 +108,9 @@ LossWatch::Camera LossWatch::camera() const {
     return now.seconds - lastChanged_ >= kEqualPictures ? Camera::still : Camera::well;
 }
 
+// Of pictures that were delivered.
 std::string LossWatch::reasonText(Reason reason) {
-    switch (reason) {
-        case Reason::encoder:
-            return "der Encoder kommt nicht nach";
-        case Reason::disk:
-            return "der Datenträger ist zu langsam";
-        case Reason::desktop:
-            break;
-    }
-    return "der Desktop liefert sie zu langsam";
+    return reason == Reason::disk ? "der Datenträger ist zu langsam" : "der Encoder kommt nicht nach";
 }
 
 std::string LossWatch::adviceFor(Reason reason) const {
@@ -129,6 +122,10 @@ std::string LossWatch::adviceFor(Reason reason) const {
 
 std::string LossWatch::screenSentence() const {
     if (!screen_) return {};
+    // How many there would have been is only estimated.
+    if (screen_->reason == Reason::desktop) {
+        return "Der Desktop liefert Bilder zu langsam, Bewegung kann ruckeln. " + adviceFor(screen_->reason);
+    }
     return capital(shareText(screen_->share)) + " der Bilder gehen verloren: " + reasonText(screen_->reason) + ". " +
            adviceFor(screen_->reason);
 }
@@ -154,6 +151,11 @@ std::string LossWatch::summary() const {
     const auto say = [&text](const std::string& sentence) { text += (text.empty() ? "" : "\n") + sentence; };
     const auto sayLoss = [&say](const Total& total, const char* what) {
         if (!total.first) return;
+        if (total.reason == Reason::desktop) {
+            say(formatted("Ab %s lieferte der Desktop %.0f s lang Bilder zu langsam, Bewegung kann ruckeln.",
+                          placeText(*total.first).c_str(), std::ceil(total.seconds)));
+            return;
+        }
         say(formatted("Ab %s gingen %.0f s lang %s verloren, zeitweise %s: ", placeText(*total.first).c_str(),
                       std::ceil(total.seconds), what, shareText(total.worst).c_str()) +
             reasonText(total.reason) + ".");

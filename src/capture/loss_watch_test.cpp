@@ -72,7 +72,9 @@ TEST(LossWatch, TellsTheDiskAndTheDesktopFromTheEncoder) {
               "schreibt.");
     watched.pass(6, 0, 5);
     EXPECT_EQ(watched.watch.screenSentence(),
-              "Über 10 % der Bilder gehen verloren: der Desktop liefert sie zu langsam. Es hilft, anderes zu beenden.");
+              "Der Desktop liefert Bilder zu langsam, Bewegung kann ruckeln. Es hilft, anderes zu beenden.");
+    EXPECT_TRUE(watched.watch.summary().ends_with(" s lang Bilder zu langsam, Bewegung kann ruckeln."))
+        << watched.watch.summary();
 }
 
 TEST(LossWatch, TheShareIsSaidInSteps) {

@@ -24,7 +24,8 @@ platform::SoundSystem& Machine::sound() {
 platform::CaptureDevices& Machine::devices() {
     if (!devices_) {
         sound();
-        devices_ = std::make_unique<platform::SelectedCamera>(platform::openCaptureDevices(sound_), selection_);
+        devices_ = std::make_unique<platform::SelectedCamera>(
+            platform::openCaptureDevices(sound_, platform::deviceAddressesFromEnvironment(), selection_), selection_);
     }
     return *devices_;
 }

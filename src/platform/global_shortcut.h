@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace lumivastor::platform {
 
@@ -29,6 +31,16 @@ struct KeyCombination {
 /// As users read it: "Strg+Alt+Umschalt+S".
 std::string keyText(const KeyCombination& keys);
 
+/// Further keys in the same dialog, so that the user is asked once.
+struct FurtherKeys {
+    KeyCombination keys = {};
+    /// By which the desktop remembers what the user has bound.
+    std::string id;
+    std::string purpose;
+    /// Runs on the shortcut's own thread.
+    std::function<void()> pressed;
+};
+
 /// What a program wants from `Desktop::grabShortcut`.
 struct ShortcutRequest {
     KeyCombination keys = {};
@@ -36,6 +48,8 @@ struct ShortcutRequest {
     std::string purpose = "Aufnahme stoppen";
     /// The window to which a dialog belongs, as the desktop's portal names it; empty: none.
     std::string parentWindow = {};
+    /// Only where the desktop has a dialog; elsewhere each is grabbed by itself.
+    std::vector<FurtherKeys> further = {};
 };
 
 }  // namespace lumivastor::platform

@@ -105,9 +105,9 @@ PixelRect pixelsTouchedBy(const Rect& rect, PixelSize canvas) {
     return intersection(touched, {0, 0, canvas.width, canvas.height});
 }
 
-std::optional<double> progressAfter(std::int64_t done, std::int64_t total) {
-    if (done % kFramesPerReport != 0) return std::nullopt;
-    return std::min(static_cast<double>(done) / static_cast<double>(total), kUnfinished);
+std::optional<double> progressAfter(std::int64_t told, std::int64_t done, std::int64_t total, double before) {
+    if (done / kFramesPerReport == told / kFramesPerReport) return std::nullopt;
+    return std::min(before + (1 - before) * static_cast<double>(done) / static_cast<double>(total), kUnfinished);
 }
 
 SplitMix splitMix(std::vector<media::AudioMixInput> inputs) {

@@ -77,7 +77,7 @@ TEST(ExportPlan, ARectanglesPixelsBeginAtTheTop) {
 TEST(ExportPlan, ProgressComesEveryThirtyFramesAndStaysBelowTheEnd) {
     double last = 0;
     for (std::int64_t done = 1; done <= 1000; ++done) {
-        const auto progress = progressAfter(done, 1000);
+        const auto progress = progressAfter(done - 1, done, 1000);
         ASSERT_EQ(progress.has_value(), done % 30 == 0) << done;
         if (!progress) continue;
         EXPECT_DOUBLE_EQ(*progress, std::min(static_cast<double>(done) / 1000, 0.97));
@@ -85,6 +85,9 @@ TEST(ExportPlan, ProgressComesEveryThirtyFramesAndStaysBelowTheEnd) {
         last = *progress;
     }
     EXPECT_EQ(last, 0.97);
+    EXPECT_DOUBLE_EQ(*progressAfter(299, 300, 1000, 0.1), 0.37) << "behind what was done before the pictures";
+    EXPECT_TRUE(progressAfter(100, 215, 1000)) << "several at once";
+    EXPECT_FALSE(progressAfter(100, 115, 1000));
 }
 
 TEST(ExportPlan, AMixWithinFullScaleIsLeftAlone) {

@@ -28,8 +28,11 @@ std::optional<double> levellingFactor(std::optional<double> integratedLufs) {
     return factorOf(std::min(kFilmLufs - *integratedLufs, kMostGain));
 }
 
-std::optional<double> mixLoudness(const media::SegmentedMovie& movie, const SplitMix& mix,
-                                  const std::stop_token& stop) {
+std::optional<double> mixLoudness(const media::SegmentedMovie& movie, const SplitMix& mix, const std::stop_token& stop,
+                                  const std::function<void(double)>& progress) {
+    constexpr double kStep = 0.01;
+    const double length = movie.duration().seconds();
+    double told = 0;
     media::AssetReader reader(movie);
     const PcmFormat format;
     media::AudioMixOutput& output = reader.addAudioMixOutput(mix.inputs, format);
@@ -39,6 +42,8 @@ std::optional<double> mixLoudness(const media::SegmentedMovie& movie, const Spli
             if (stop.stop_requested()) throw RecorderError("Abgebrochen.");
             multiply(sample->values, mix.gain);
             meter.add(sample->values);
+            const double done = length > 0 ? std::min(1.0, sample->presentationTime.seconds() / length) : 0;
+            if (progress && done >= told + kStep) progress(told = done);
         }
     }
     // Sound that ends early in the first pass does so in the second, which reports it.

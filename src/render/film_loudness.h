@@ -31,7 +31,11 @@ std::optional<double> levellingFactor(std::optional<double> integratedLufs);
 
 /// The integrated loudness of a mix in LUFS, before anything is limited; nullopt when nothing is loud enough to count.
 /// Decodes all of its sound, up to where it cannot be read. Throws `RecorderError` "Abgebrochen." after a stop request.
-std::optional<double> mixLoudness(const media::SegmentedMovie& movie, const SplitMix& mix, const std::stop_token& stop);
+/// `progress` is called with what is done, 0 to 1, a hundred times at most; ascending.
+std::optional<double> mixLoudness(const media::SegmentedMovie& movie, const SplitMix& mix, const std::stop_token& stop,
+                                  const std::function<void(double)>& progress = nullptr);
+/// How much of an export's time the first pass takes, roughly; it is the first part of the progress.
+inline constexpr double kLoudnessShare = 0.02;
 
 /// Sound on its way into a levelled film, piece by piece. One thread at a time.
 class LevelledSound {

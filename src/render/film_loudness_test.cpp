@@ -238,7 +238,14 @@ TEST_F(LevelledFilm, ARunMayLevelWhatTheDocumentDoesNot) {
     makeRecording(3);
     RenderOptions options;
     options.levelsLoudness = true;
+    std::vector<double> told;
+    options.progress = [&](double progress) { told.push_back(progress); };
     render(options);
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+    const auto ofPictures = std::find_if(told.begin(), told.end(), [](double each) { return each > kLoudnessShare; });
+    EXPECT_GT(ofPictures - told.begin(), 10) << "the first pass";
+    EXPECT_GT(told.end() - ofPictures, 2);
+    EXPECT_EQ(told.back(), 1);
     const auto movie = std::make_shared<const media::Asset>(folder_ / "studio-output.mp4");
     EXPECT_NEAR(media::examineMovie(movie).loudness.integrated.value_or(0), kFilmLufs, 0.5);
     EXPECT_NE(logText().find("Lautheit: "), std::string::npos);

@@ -18,8 +18,9 @@ namespace {
 constexpr const char* kSoundNotWritten = "Das Studio-Video konnte nicht geschrieben werden.";
 
 // The first pass over the sound.
-std::optional<LevelledSound> levelled(const CutComposition& cut, const SplitMix& mix, const std::stop_token& stop) {
-    const std::optional<double> loudness = mixLoudness(cut.movie, mix, stop);
+std::optional<LevelledSound> levelled(const CutComposition& cut, const SplitMix& mix,
+                                      const MixedSound::Options& options) {
+    const std::optional<double> loudness = mixLoudness(cut.movie, mix, options.stop, options.progress);
     const std::optional<double> factor = levellingFactor(loudness);
     if (!factor) {
         Log::write("Studio", "Lautheit bleibt: Der Ton ist still oder fast still");
@@ -33,7 +34,7 @@ std::optional<LevelledSound> levelled(const CutComposition& cut, const SplitMix&
 
 std::unique_ptr<MixedSound> MixedSound::open(media::AssetWriter& writer, const CutComposition& cut, SplitMix mix,
                                              const Options& options) {
-    auto levelledSound = options.isLevelled ? levelled(cut, mix, options.stop) : std::nullopt;
+    auto levelledSound = options.isLevelled ? levelled(cut, mix, options) : std::nullopt;
     auto reader = std::make_unique<media::AssetReader>(cut.movie);
     media::AudioMixOutput& output = reader->addAudioMixOutput(std::move(mix.inputs));
     // Started before the writer, so that unreadable sound leaves no empty track.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -43,6 +44,7 @@ class MixedSound final : public FilmSound {
     struct Options {
         media::AudioSettings encoder;
         bool isLevelled = false;  // brought to one loudness, which takes a pass over the sound
+        std::function<void(double)> progress;  // of that pass; see `mixLoudness`
         std::stop_token stop;
     };
 

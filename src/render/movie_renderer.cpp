@@ -129,6 +129,8 @@ class Export {
     const FilmForm form_;
     const std::int64_t fps_;
     std::int64_t total_ = 0;
+    double before_ = 0;                    // of the progress, before the first picture
+    std::int64_t toldPictures_ = 0;        // the video pump's while it runs
     std::optional<std::string> hardware_;  // the encoder in use, when it is one
     bool isRefused_ = false;               // the finished movie differs from what was written
     std::optional<PendingMovie> file_;
@@ -228,7 +230,10 @@ void Export::prepareSound(const CutComposition& cut) {
             if (earlier) sound_ = CopiedSound::open(*writer_, *earlier);
         }
     }
-    if (!sound_) sound_ = MixedSound::open(*writer_, cut, std::move(mix), options);
+    if (sound_) return;
+    options.progress = [this](double done) { report(kLoudnessShare * done); };
+    if (options.isLevelled) before_ = kLoudnessShare;
+    sound_ = MixedSound::open(*writer_, cut, std::move(mix), options);
 }
 
 void Export::startWriting() {
@@ -275,7 +280,8 @@ void Export::pumpVideo() {
 
 std::function<void(std::int64_t)> Export::pictureProgress() {
     return [this](std::int64_t done) {
-        if (const auto progress = progressAfter(done, total_)) report(*progress);
+        if (const auto progress = progressAfter(toldPictures_, done, total_, before_)) report(*progress);
+        toldPictures_ = done;
     };
 }
 

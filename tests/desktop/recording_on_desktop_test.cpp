@@ -20,166 +20,25 @@
 
 #include "base/formatted.h"
 #include "base/host_clock.h"
-#include "base/log.h"
 #include "capture/journal/journal_records.h"
+#include "desktop/desktop_recording.h"
 #include "media/reading/asset.h"
-#include "media/reading/asset_reader.h"
 #include "model/capture_info.h"
 #include "model/pointer_track.h"
 #include "model/recording_quality.h"
 #include "support/await.h"
 #include "support/beeper.h"
-#include "support/desktop_rig/desktop_rig.h"
 #include "support/desktop_rig/rig_window.h"
 #include "support/desktop_rig/scripted_pointer.h"
-#include "support/desktop_rig/xwayland_rig.h"
 #include "support/heard_sound.h"
 #include "support/program_run.h"
-#include "support/sound_rig.h"
-#include "support/text_file.h"
 
 namespace lumivastor {
 namespace {
 
-// How long and how often: a little in every test run, more where somebody wants figures.
-int setting(const char* name, int otherwise) {
-    const char* text = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): no thread changes it
-    return text == nullptr ? otherwise : std::atoi(text);
-}
-
 void sleepFor(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
-
-struct SeenPicture {
-    double hostSeconds;
-    int brightness;  // at the place that was asked for
-};
-
-class RecordingOnDesktop : public testing::Test {
-  protected:
-    std::map<std::string, std::string> environment() const {
-        return {{"DISPLAY", desktop_.displayName()},
-                {"PULSE_SERVER", sound_.address()},
-                {"WAYLAND_DISPLAY", ""},
-                {"PIPEWIRE_REMOTE", temporary_.path().string() + "/none"}};
-    }
-
-    std::vector<std::string> recordWords(const std::vector<std::string>& options) const {
-        std::vector<std::string> words = {LUMI_PROGRAM, "record", "--json", "--out", folder_.string()};
-        words.insert(words.end(), options.begin(), options.end());
-        return words;
-    }
-
-    // Until the first pictures are in the movie.
-    std::unique_ptr<ProgramRun> startRecording(const std::vector<std::string>& options) {
-        return startProgram(recordWords(options));
-    }
-    std::unique_ptr<ProgramRun> startProgram(const std::vector<std::string>& words) {
-        auto run = std::make_unique<ProgramRun>(words, environment());
-        const bool began = await([&] {
-            return !run->isRunning() || (std::filesystem::exists(folder_ / "journal") &&
-                                         temporary_.read("recording/journal").find(" session ") != std::string::npos);
-        });
-        EXPECT_TRUE(began && run->isRunning()) << run->err();
-        return run;
-    }
-
-    int recover(std::string* err = nullptr) {
-        ProgramRun run({LUMI_PROGRAM, "recover", folder_.string()}, environment());
-        const int status = run.wait();
-        if (err != nullptr) *err = run.err();
-        return status;
-    }
-
-    model::CaptureInfo info() const { return model::CaptureInfo::load(folder_); }
-
-    // What the movie shows at a place, in times of the host clock.
-    std::vector<SeenPicture> picturesAt(int x, int y) const {
-        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
-        media::AssetReader reader(asset);
-        media::VideoTrackOutput& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id,
-                                                                media::PictureFormat::bgraPremultiplied);
-        EXPECT_TRUE(reader.startReading());
-        std::vector<SeenPicture> seen;
-        const double t0 = info().t0HostClock;
-        while (const auto sample = output.copyNextSample()) {
-            seen.push_back({t0 + sample->presentationTime.seconds(), sample->bgra().pixel(x, y)[1]});
-        }
-        EXPECT_EQ(reader.status(), media::AssetReader::Status::completed)
-            << reader.error().value_or(RecorderError("")).message() << " at "
-            << reader.failureTime().value_or(MediaTime{}).seconds();
-        return seen;
-    }
-
-    std::shared_ptr<const imaging::BgraPremultipliedBuffer> lastPicture() const {
-        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
-        media::AssetReader reader(asset);
-        media::VideoTrackOutput& output = reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id,
-                                                                media::PictureFormat::bgraPremultiplied);
-        EXPECT_TRUE(reader.startReading());
-        std::shared_ptr<const imaging::BgraPremultipliedBuffer> last;
-        while (const auto sample = output.copyNextSample()) {
-            last = std::make_shared<const imaging::BgraPremultipliedBuffer>(sample->bgra().copy());
-        }
-        EXPECT_EQ(reader.status(), media::AssetReader::Status::completed);
-        return last;
-    }
-
-    // Pictures that can be decoded, all from front to back.
-    std::int64_t decodedPictures() const {
-        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
-        media::AssetReader reader(asset);
-        media::VideoTrackOutput& output =
-            reader.addVideoOutput(asset->tracks(media::TrackKind::video).at(0).id, media::PictureFormat::planar);
-        EXPECT_TRUE(reader.startReading());
-        std::int64_t count = 0;
-        while (output.copyNextSample()) ++count;
-        EXPECT_EQ(reader.status(), media::AssetReader::Status::completed);
-        return count;
-    }
-
-    // The beeps in a sound track, in times of the host clock.
-    std::vector<double> beepsIn(std::size_t track) const {
-        const auto asset = std::make_shared<const media::Asset>(folder_ / "source.mov");
-        media::AssetReader reader(asset);
-        media::AudioMixOutput& output = reader.addAudioOutput(asset->tracks(media::TrackKind::audio).at(track).id);
-        EXPECT_TRUE(reader.startReading());
-        HeardSound heard;
-        const auto handler = heard.handler();
-        const double t0 = info().t0HostClock;
-        while (auto sample = output.copyNextSample()) {
-            handler({t0 + sample->presentationTime.seconds(), sample->format.sampleRate, sample->format.channels,
-                     sample->values});
-        }
-        return heard.beeps();
-    }
-
-    // The result has the sentence that was said.
-    static void expectEndedEarly(const ProgramRun& run) {
-        const std::string begin = "Die Aufnahme wurde beendet: ";
-        // A machine at work has said before what the start waits for.
-        const std::string err = run.err();
-        const std::size_t at = err.find(begin);
-        ASSERT_NE(at, std::string::npos) << err;
-        const std::size_t sentence = at + begin.size();
-        const std::string reason = err.substr(sentence, err.find('\n', sentence) - sentence);
-        EXPECT_NE(run.out().find("\"endedEarly\" : \"" + reason + "\""), std::string::npos) << run.out();
-    }
-
-    void expectCompleteFolder() const {
-        EXPECT_FALSE(media::Asset(folder_ / "source.mov").isFragmented());
-        EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
-        EXPECT_EQ(info().framesWritten,
-                  media::Asset(folder_ / "source.mov").tracks(media::TrackKind::video).at(0).sampleCount);
-        EXPECT_EQ(static_cast<std::int64_t>(model::PointerTrack::load(folder_).events.size()), info().pointerEvents);
-    }
-
-    TemporaryFolder temporary_;
-    std::filesystem::path folder_ = temporary_ / "recording";
-    DesktopRig desktop_;
-    PulseRig sound_;
-};
 
 // A thread that keeps a window's picture changing, so that there is always something new to record.
 class Motion {
@@ -202,7 +61,7 @@ class Motion {
 };
 
 TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
-    const int seconds = setting("LUMI_SYNC_SECONDS", 5);
+    const int seconds = trialSetting("LUMI_SYNC_SECONDS", 5);
     RigWindow window(desktop_.displayName(), {.x = 0, .y = 0, .width = 200, .height = 200, .color = 0});
     ScriptedPointer pointer(desktop_.displayName());
     pointer.moveTo(600, 600);
@@ -242,7 +101,7 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
     const auto pictures = picturesAt(100, 100);
     std::vector<double> late;
     for (const double flash : flashes) {
-        const auto seen = std::find_if(pictures.begin(), pictures.end(), [flash](const SeenPicture& picture) {
+        const auto seen = std::find_if(pictures.begin(), pictures.end(), [flash](const SeenBrightness& picture) {
             return picture.hostSeconds >= flash - 0.1 && picture.brightness > 200;
         });
         ASSERT_NE(seen, pictures.end());
@@ -279,115 +138,6 @@ TEST_F(RecordingOnDesktop, PictureSoundAndPointerLieOnTheHostClock) {
 
 // Flashes, beeps and presses go on while the recording is paused again and again. Those that are recorded keep the
 // distances that they have without pauses.
-TEST_F(RecordingOnDesktop, PausesLeavePictureSoundAndPointerInStep) {
-    const int count = setting("LUMI_PAUSES", 2);
-    RigWindow window(desktop_.displayName(), {.x = 0, .y = 0, .width = 200, .height = 200, .color = 0});
-    ScriptedPointer pointer(desktop_.displayName());
-    pointer.moveTo(600, 600);
-    const Beeper system(sound_.address(), "sysout");
-    const auto run = startRecording({"--system-audio", "--fps", "60"});
-    std::vector<double> flashes;
-    std::vector<double> clicks;
-    const auto flash = [&] {
-        flashes.push_back(hostClockSeconds());
-        window.fill(0xffffff);
-        clicks.push_back(pointer.press(1));
-        pointer.release(1);
-        sleepFor(0.15);
-        window.fill(0x000000);
-        sleepFor(0.25);
-    };
-    const auto toggle = [&](std::size_t pauses, bool isPaused) {
-        run->signal(SIGUSR1);
-        ASSERT_TRUE(await([&] {
-            const capture::Pauses& now = capture::loadJournal(folder_).pauses;
-            return now.list().size() == pauses && now.isPaused() == isPaused;
-        })) << run->err();
-    };
-    flash();
-    flash();
-    for (int i = 1; i <= count; ++i) {
-        toggle(static_cast<std::size_t>(i), true);
-        flash();
-        toggle(static_cast<std::size_t>(i), false);
-        sleepFor(0.1);
-        flash();
-        flash();
-    }
-    // Clicks of the last second before the last event are taken for those that stop a recording.
-    sleepFor(1.2);
-    pointer.moveTo(610, 600);
-    ASSERT_TRUE(await([&] {
-        const auto events = capture::loadJournal(folder_).pointer.events;
-        return !events.empty() && events.back().t > clicks.back() + 1;
-    }));
-    const capture::Pauses pauses = capture::loadJournal(folder_).pauses;
-    run->signal(SIGINT);
-    ASSERT_EQ(run->wait(), 0) << run->err();
-    expectCompleteFolder();
-    const auto quality = model::RecordingQuality::find(folder_);
-    ASSERT_TRUE(quality);
-    EXPECT_TRUE(quality->ok) << quality->summary;
-
-    const auto recorded = [&](const std::vector<double>& hostTimes) {
-        std::vector<double> times;
-        for (const double t : hostTimes) {
-            if (const auto movieTime = pauses.movieTime(t)) times.push_back(*movieTime);
-        }
-        return times;
-    };
-    // Movie times, like those that the movie and the documents have behind the host time of their zero.
-    flashes = recorded(flashes);
-    clicks = recorded(clicks);
-    ASSERT_EQ(flashes.size(), static_cast<std::size_t>(2 * count + 2));
-    const auto pictures = picturesAt(100, 100);
-    std::vector<double> late;
-    for (const double each : flashes) {
-        const auto seen = std::find_if(pictures.begin(), pictures.end(), [each](const SeenPicture& picture) {
-            return picture.hostSeconds >= each - 0.05 && picture.brightness > 200;
-        });
-        ASSERT_NE(seen, pictures.end());
-        late.push_back(seen->hostSeconds - each);
-    }
-    std::vector<double> presses;
-    for (const model::PointerSample& each : model::PointerTrack::load(folder_).events) {
-        if (each.kind == model::PointerKind::down) presses.push_back(each.t + info().t0HostClock);
-    }
-    ASSERT_EQ(presses.size(), clicks.size()) << "recorded " << testing::PrintToString(presses) << ", done "
-                                             << testing::PrintToString(clicks) << ", zero " << info().t0HostClock;
-    std::vector<double> pointerLate;
-    for (std::size_t i = 0; i < clicks.size(); ++i) pointerLate.push_back(presses[i] - clicks[i]);
-    // Those that a pause cut are no beeps of the movie.
-    std::vector<double> played;
-    for (const double t : system.beeps()) {
-        if (pauses.movieTime(t) && pauses.nearestMovieTime(t + 0.03) - pauses.nearestMovieTime(t - 0.03) > 0.059) {
-            played.push_back(pauses.nearestMovieTime(t));
-        }
-    }
-    const std::vector<double> heard = beepsIn(0);
-    std::vector<double> soundErrors;
-    for (const double t : played) {
-        for (const double each : heard) {
-            if (std::abs(each - t) < 0.03) soundErrors.push_back(each - t);
-        }
-    }
-    std::printf("flashes     %s\nsystem      %s\npresses     %s\n", describeErrors(late).c_str(),
-                describeErrors(soundErrors).c_str(), describeErrors(pointerLate).c_str());
-    const auto middle = [](std::vector<double> errors, std::size_t from, std::size_t end) {
-        std::sort(errors.begin() + static_cast<std::ptrdiff_t>(from),
-                  errors.begin() + static_cast<std::ptrdiff_t>(end));
-        return errors.at((from + end) / 2);
-    };
-    for (const double error : pointerLate) EXPECT_GT(error, -0.02);
-    EXPECT_LT(middle(pointerLate, 0, pointerLate.size()), 0.5);
-    EXPECT_LT(middle(late, 0, late.size()), 0.5);
-    ASSERT_GE(soundErrors.size(), static_cast<std::size_t>(2 * count));
-    // What pauses shift, they shift more with each of them: half a buffer of the server is more than this already. The
-    // fit of arrival times moves sound by some milliseconds in the first seconds, with pauses and without.
-    const std::size_t half = soundErrors.size() / 2;
-    EXPECT_LT(std::abs(middle(soundErrors, 0, half) - middle(soundErrors, half, soundErrors.size())), 0.01);
-}
-
 TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     RigWindow window(desktop_.displayName(), {.x = 300, .y = 200, .width = 400, .height = 300, .color = 0xff0000});
     ScriptedPointer pointer(desktop_.displayName());
@@ -411,7 +161,7 @@ TEST_F(RecordingOnDesktop, AWindowIsRecordedAlthoughItMovesAndIsCovered) {
     EXPECT_EQ(info().pixelWidth, 400);
     EXPECT_EQ(info().pixelHeight, 300);
     EXPECT_EQ(info().displayX, 300);
-    for (const SeenPicture& each : picturesAt(200, 150)) EXPECT_LT(each.brightness, 20) << "green shows no red";
+    for (const SeenBrightness& each : picturesAt(200, 150)) EXPECT_LT(each.brightness, 20) << "green shows no red";
     const model::PointerTrack track = model::PointerTrack::load(folder_);
     ASSERT_TRUE(track.windowFrames.has_value());
     EXPECT_EQ(track.windowFrames->front().x, 300);
@@ -540,10 +290,10 @@ TEST_F(RecordingOnDesktop, WithoutASoundServerRecordingSoundFailsAndLeavesNothin
 }
 
 TEST_F(RecordingOnDesktop, AKilledRecordingIsCompletedAfterwards) {
-    const int kills = setting("LUMI_KILLS", 2);
+    const int kills = trialSetting("LUMI_KILLS", 2);
     RigWindow window(desktop_.displayName(), {.x = 50, .y = 50, .width = 640, .height = 400});
     ScriptedPointer pointer(desktop_.displayName());
-    std::mt19937 random(static_cast<unsigned>(setting("LUMI_SEED", 1)));
+    std::mt19937 random(static_cast<unsigned>(trialSetting("LUMI_SEED", 1)));
     std::printf("killed after   movie lasts   missing   pointer missing   recovered in\n");
     for (int i = 0; i < kills; ++i) {
         std::filesystem::remove_all(folder_);
@@ -634,50 +384,6 @@ TEST_F(RecordingOnDesktop, ADiskThatFillsUpEndsTheRecordingInTime) {
     EXPECT_GT(info().duration, 2);
 }
 
-TEST_F(RecordingOnDesktop, ADeviceAndACameraAreRecorded) {
-    auto variables = environment();
-    // Which library asked for memory that leaks stands further up than frame pointers lead.
-    const char* given = std::getenv("ASAN_OPTIONS");  // NOLINT(concurrency-mt-unsafe): no thread changes it
-    variables["ASAN_OPTIONS"] = (given == nullptr ? "" : std::string(given) + ":") + "fast_unwind_on_malloc=0";
-    variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=321x241:rate=30[out0];sine=frequency=440[out1]";
-    variables["LUMIVASTOR_TEST_CAMERA"] = "testsrc2=size={size}:rate=30";
-    ProgramRun sources({LUMI_PROGRAM, "sources", "--json"}, variables);
-    ASSERT_EQ(sources.wait(), 0) << sources.err();
-    const std::string listed = sources.out();
-    const std::size_t devices = listed.find("\"devices\"");
-    const std::size_t id = listed.find("\"id\" : \"", devices);
-    ASSERT_NE(id, std::string::npos) << listed;
-    const std::string device = listed.substr(id + 8, listed.find('"', id + 8) - id - 8);
-    ProgramRun run(recordWords({"--device", device, "--webcam", "--microphone", "--seconds", "6"}), variables);
-    ASSERT_EQ(run.wait(), 0) << run.err();
-    expectCompleteFolder();
-    EXPECT_EQ(info().sourceKind, "device");
-    EXPECT_EQ(info().pixelWidth, 320);
-    EXPECT_EQ(info().pixelHeight, 240);
-    EXPECT_TRUE(info().systemAudio);
-    EXPECT_EQ(info().webcamFile, "webcam.mov");
-    // A machine that is short of time opens a camera late; another clock's seconds are off by far more.
-    EXPECT_LT(std::abs(info().webcamOffset.value_or(99)), 30);
-    const media::AssetTrack webcam = media::Asset(folder_ / "webcam.mov").tracks(media::TrackKind::video).at(0);
-    EXPECT_EQ(webcam.width, 1920);
-    const std::string counted =
-        formatted("[Webcam] fertig: %lld Bilder, Status 2", static_cast<long long>(webcam.sampleCount));
-    EXPECT_NE(readText(Log::url()).find(counted), std::string::npos) << counted;
-    EXPECT_EQ(run.err().find("keinen eigenen Ton"), std::string::npos) << run.err();
-    EXPECT_EQ(model::PointerTrack::load(folder_).events.size(), 0u);
-}
-
-TEST_F(RecordingOnDesktop, ADeviceWithoutSoundIsSaid) {
-    auto variables = environment();
-    variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=160x120:rate=30";
-    ProgramRun run(recordWords({"--device", "test-device", "--seconds", "2"}), variables);
-    ASSERT_EQ(run.wait(), 0) << run.err();
-    EXPECT_TRUE(run.err().ends_with("„Testgerät“ liefert keinen eigenen Ton. Aufgenommen wird nur das Bild.\n"))
-        << run.err();
-    expectCompleteFolder();
-    EXPECT_FALSE(info().systemAudio);
-}
-
 TEST_F(RecordingOnDesktop, RecordsIntoANewFolderInTheUsersMovies) {
     const TemporaryFolder home;
     auto variables = environment();
@@ -714,67 +420,6 @@ TEST_F(RecordingOnDesktop, IsExaminedAsHealthy) {
     EXPECT_EQ(run.wait(), 0) << run.out();
     EXPECT_EQ(run.err(), "");
     EXPECT_EQ(run.out().find("✗"), std::string::npos) << run.out();
-}
-
-// The program in a Wayland session, where it has only the server for X11 programs.
-class RecordingOnXwayland : public testing::Test {
-  protected:
-    Outcome run(std::vector<std::string> words) const {
-        words.insert(words.begin(), LUMI_PROGRAM);
-        auto environment = rig_.environment();
-        // Nothing of this machine's is to answer.
-        environment["HOME"] = temporary_.path().string();
-        environment["PULSE_SERVER"] = "unix:" + temporary_.path().string() + "/none";
-        environment["PIPEWIRE_REMOTE"] = temporary_.path().string() + "/none";
-        ProgramRun program(words, environment);
-        const int status = program.wait();
-        return {status, program.out(), program.err()};
-    }
-
-    const XwaylandRig rig_;
-    const TemporaryFolder temporary_;
-};
-
-TEST_F(RecordingOnXwayland, ScreensAreRefusedInsteadOfRecordedBlack) {
-    for (const std::vector<std::string>& source :
-         std::vector<std::vector<std::string>>{{}, {"--display", "0"}, {"--region", "10,10,200,100"}}) {
-        const std::filesystem::path folder = temporary_ / "recording";
-        std::vector<std::string> words = {"record", "--seconds", "1", "--out", folder.string()};
-        words.insert(words.end(), source.begin(), source.end());
-        const Outcome outcome = run(words);
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_NE(outcome.err.find("Melde dich ab und wähle beim Anmelden eine Xorg-Sitzung."), std::string::npos)
-            << outcome.err;
-        EXPECT_FALSE(std::filesystem::exists(folder));
-    }
-}
-
-TEST_F(RecordingOnXwayland, AWindowIsRecorded) {
-    RigWindow window(rig_.displayName(), {.x = 50, .y = 40, .width = 320, .height = 240});
-    const Outcome outcome = run({"record", "--seconds", "1", "--out", (temporary_ / "recording").string(), "--window",
-                                 std::to_string(window.id())});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(model::CaptureInfo::load(temporary_ / "recording").pixelWidth, 320);
-}
-
-TEST_F(RecordingOnXwayland, IsExaminedAndListedAsWhatItIs) {
-    const Outcome doctor = run({"doctor"});
-    EXPECT_EQ(doctor.status, 1);
-    EXPECT_NE(doctor.out.find("✗ Unter Wayland lassen sich nur Fenster von X11-Programmen aufnehmen"),
-              std::string::npos)
-        << doctor.out;
-    const Outcome json = run({"sources", "--json"});
-    EXPECT_EQ(json.status, 0) << json.err;
-    EXPECT_NE(json.out.find("\"displays\" : []"), std::string::npos) << json.out;
-    EXPECT_NE(run({"sources"}).out.find("Unter Wayland"), std::string::npos);
-}
-
-TEST(WithoutADesktop, RecordingAndListingFailWithASentence) {
-    for (const char* verb : {"record", "sources", "doctor"}) {
-        ProgramRun run({LUMI_PROGRAM, verb}, {{"DISPLAY", ":64999"}, {"PULSE_SERVER", "unix:/nirgends"}});
-        EXPECT_EQ(run.wait(), 1) << verb;
-        EXPECT_FALSE(run.err().empty()) << verb;
-    }
 }
 
 }  // namespace

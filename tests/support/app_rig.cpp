@@ -120,13 +120,18 @@ platform::ShareableContent AppRig::appContent() {
 }
 
 app::AppServices AppRig::appServices() {
-    app::AppServices services{
-        services_, root_, preferences_, sleep_, [this](std::function<void()> pressed, const std::stop_token& stop) {
-            while (grabWaits_ && !stop.stop_requested()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            if (stop.stop_requested()) return std::unique_ptr<HandShortcut>();
-            return shortcutIsTaken_ ? std::unique_ptr<HandShortcut>()
-                                    : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
-        }};
+    app::AppServices services{services_, root_, preferences_, sleep_,
+                              [this](std::function<void()> pressed, const std::vector<platform::FurtherKeys>& further,
+                                     const std::stop_token& stop) {
+                                  for (const platform::FurtherKeys& each : further)
+                                      pressKeys_[each.keys.letter] = each.pressed;
+                                  while (grabWaits_ && !stop.stop_requested())
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                                  if (stop.stop_requested()) return std::unique_ptr<HandShortcut>();
+                                  return shortcutIsTaken_
+                                             ? std::unique_ptr<HandShortcut>()
+                                             : std::make_unique<HandShortcut>(pressShortcut_, std::move(pressed));
+                              }};
     services.grabShortcut = [this](const platform::ShortcutRequest& request, std::function<void()> pressed) {
         return std::make_unique<HandShortcut>(pressKeys_[request.keys.letter], std::move(pressed));
     };

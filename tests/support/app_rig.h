@@ -104,6 +104,14 @@ class MemoryPreferences final : public app::Preferences {
     std::vector<std::filesystem::path> recordingPlaces() const override { return places; }
     void setRecordingPlaces(const std::vector<std::filesystem::path>& now) override { places = now; }
 
+    std::map<std::string, app::ChosenDevice> cardSounds;  // by the card
+
+    app::ChosenDevice cardSound(const std::string& card) const override {
+        const auto found = cardSounds.find(card);
+        return found == cardSounds.end() ? app::ChosenDevice() : found->second;
+    }
+    void setCardSound(const std::string& card, const app::ChosenDevice& sound) override { cardSounds[card] = sound; }
+
     app::ChosenDevice chosenMicrophone;
     app::ChosenDevice chosenCamera;
 

@@ -221,7 +221,9 @@ bool DrivenApplication::clickPanelStop() {
     const auto panel = shown(kPanelTitle);
     if (!panel) return false;
     constexpr int kFromRight = 84;  // to the button's left edge
-    return clickAt(kPanelTitle, {panel->width / options_.scale - kFromRight + 36, panel->height / options_.scale / 2});
+    constexpr int kFromBelow = 30;  // inside the button, with levels below it or not
+    return clickAt(kPanelTitle,
+                   {panel->width / options_.scale - kFromRight + 36, panel->height / options_.scale - kFromBelow});
 }
 
 std::string DrivenApplication::editorTitle() const {

@@ -296,6 +296,16 @@ PortalStandin::Call PortalStandin::Impl::note(sd_bus_message* message, const std
         call.options["id"] = text;
         readOptions(message, call);
         sd_bus_message_exit_container(message);
+        while (sd_bus_message_enter_container(message, 'r', "sa{sv}") > 0) {
+            Call other;
+            sd_bus_message_read(message, "s", &text);
+            const std::string id = text;
+            readOptions(message, other);
+            sd_bus_message_exit_container(message);
+            std::string& further = call.options["further"];
+            further += (further.empty() ? "" : ", ") + id + " " + other.options["preferred_trigger"] + " " +
+                       other.options["description"];
+        }
         sd_bus_message_exit_container(message);
     }
     const bool hasWindow = method == "Start" || method == "BindShortcuts";

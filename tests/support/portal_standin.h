@@ -55,8 +55,9 @@ class PortalStandin {
     /// What a client asked for.
     struct Call {
         std::string method;
-        std::map<std::string, std::string> options;  // numbers as text
-        std::string parentWindow;                    // of Start and BindShortcuts
+        /// Numbers as text. Of BindShortcuts those of the first, its "id", and of "further" ones id, keys and purpose.
+        std::map<std::string, std::string> options;
+        std::string parentWindow;  // of Start and BindShortcuts
     };
 
     /// Returns when it is on the bus. `pipeWire`: the socket of the server on which screens are shared. Throws

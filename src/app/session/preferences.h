@@ -10,8 +10,9 @@ namespace lumivastor::app {
 
 /// What the user has chosen once, kept by the preferences.
 struct ChosenDevice {
-    std::string id;    // the lasting one; empty: the desktop's default
-    std::string name;  // for users, while the device is away
+    std::string id;       // the lasting one; empty: the desktop's default
+    std::string name;     // for users, while the device is away
+    bool isNone = false;  // no device at all
 
     bool operator==(const ChosenDevice&) const = default;
 };
@@ -38,6 +39,10 @@ class Preferences {
     virtual void setMicrophone(const ChosenDevice& device) = 0;
     virtual ChosenDevice camera() const = 0;
     virtual void setCamera(const ChosenDevice& device) = 0;
+
+    /// Group "cardSounds": the sound of a capture card, by the card's lasting id.
+    virtual ChosenDevice cardSound(const std::string& card) const = 0;
+    virtual void setCardSound(const std::string& card, const ChosenDevice& sound) = 0;
 };
 
 }  // namespace lumivastor::app

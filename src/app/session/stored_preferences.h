@@ -4,8 +4,10 @@
 #include <QSettings>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "app/session/preferences.h"
@@ -47,6 +49,16 @@ class StoredPreferences final : public Preferences {
     ChosenDevice camera() const override { return device("camera"); }
     void setCamera(const ChosenDevice& device) override { setDevice("camera", device); }
 
+    ChosenDevice cardSound(const std::string& card) const override {
+        ChosenDevice sound = device(cardKey(card));
+        sound.isNone = settings_.value(cardKey(card) + "None").toBool();
+        return sound;
+    }
+    void setCardSound(const std::string& card, const ChosenDevice& sound) override {
+        setDevice(cardKey(card), sound);
+        settings_.setValue(cardKey(card) + "None", sound.isNone);
+    }
+
   private:
     ChosenDevice device(const QString& key) const {
         return {settings_.value(key).toString().toStdString(), settings_.value(key + "Name").toString().toStdString()};
@@ -54,6 +66,10 @@ class StoredPreferences final : public Preferences {
     void setDevice(const QString& key, const ChosenDevice& device) {
         settings_.setValue(key, QString::fromStdString(device.id));
         settings_.setValue(key + "Name", QString::fromStdString(device.name));
+    }
+    // A card's name may hold the characters that separate groups.
+    static QString cardKey(const std::string& card) {
+        return "cardSounds/" + QString::fromLatin1(QUrl::toPercentEncoding(QString::fromStdString(card))) + "/input";
     }
 
     QSettings settings_;

@@ -55,8 +55,8 @@ struct Machine {
     std::shared_ptr<platform::SoundBoard> soundBoard = std::make_shared<platform::SoundBoard>();
     std::shared_ptr<platform::SoundSystem> sound =
         std::make_shared<platform::SelectedSound>(platform::openSoundSystem(), selection, soundBoard);
-    std::unique_ptr<platform::CaptureDevices> devices =
-        std::make_unique<platform::SelectedCamera>(platform::openCaptureDevices(sound), selection);
+    std::unique_ptr<platform::CaptureDevices> devices = std::make_unique<platform::SelectedCamera>(
+        platform::openCaptureDevices(sound, platform::deviceAddressesFromEnvironment(), selection), selection);
     /// Throws `RecorderError` without a display server, where Qt would end the program.
     std::unique_ptr<platform::Desktop> desktop = platform::openDesktop(sound);
 
@@ -203,18 +203,19 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
          .openUpdate = [&] { updates.open(); },
          .level = [board = machine.soundBoard](
                       platform::SoundBoard::Kind kind) { return board->level(kind, hostClockSeconds()); }});
-    AppServices services{{{*machine.devices, *machine.sound, loop,
-                           [](const media::EncodingJob& job) {
-                               return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
-                           }},
-                          *machine.desktop},
-                         capture::recordingsRoot(),
-                         preferences,
-                         sleep,
-                         [&](std::function<void()> pressed, std::stop_token stop) {
-                             return grabShortcut(*machine.desktop, {.keys = kStopKeys}, std::move(pressed),
-                                                 std::move(stop));
-                         }};
+    AppServices services{
+        {{*machine.devices, *machine.sound, loop,
+          [](const media::EncodingJob& job) {
+              return media::chooseRecordingEncoder(job, capture::encoderMemoryFile());
+          }},
+         *machine.desktop},
+        capture::recordingsRoot(),
+        preferences,
+        sleep,
+        [&](std::function<void()> pressed, std::vector<platform::FurtherKeys> further, std::stop_token stop) {
+            return grabShortcut(*machine.desktop, {.keys = kStopKeys, .further = std::move(further)},
+                                std::move(pressed), std::move(stop));
+        }};
     services.soundBoard = machine.soundBoard;
     services.selection = machine.selection;
     services.watchDevices = [](std::function<void()> changed) { return platform::watchDevices(std::move(changed)); };

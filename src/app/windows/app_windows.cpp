@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "ui/file_viewer.h"
 #include "ui/theme.h"
@@ -59,6 +60,14 @@ bool isWindow(const QWidget& widget) {
 bool hasVisibleWindow() {
     const QWidgetList all = QApplication::topLevelWidgets();
     return std::any_of(all.begin(), all.end(), [](const QWidget* each) { return isWindow(*each); });
+}
+
+// The sounds with a level while that is recorded, in the order of the boxes.
+std::vector<platform::SoundBoard::Kind> recordedKinds(const MainWindowChoices& choices) {
+    std::vector<platform::SoundBoard::Kind> kinds;
+    if (choices.recordsSystemAudio()) kinds.push_back(platform::SoundBoard::Kind::systemAudio);
+    if (choices.microphone) kinds.push_back(platform::SoundBoard::Kind::microphone);
+    return kinds;
 }
 
 QScreen& mainScreen() {
@@ -107,6 +116,7 @@ MainWindowActions AppWindows::actions() {
     actions.webcamToggled = [this](bool on) { delegate_->webcamToggled(on); };
     actions.microphoneSelected = [this](int index) { delegate_->microphoneSelected(index); };
     actions.cameraSelected = [this](int index) { delegate_->cameraSelected(index); };
+    actions.cardSoundSelected = [this](int index) { delegate_->cardSoundSelected(index); };
     actions.shown = [this](bool isShown) {
         if (delegate_ != nullptr) delegate_->mainWindowShown(isShown);
     };
@@ -181,6 +191,7 @@ void AppWindows::showAbout() {
 // Main window
 
 void AppWindows::show(const MainWindowState& state) {
+    choices_ = state.choices;
     window_->show(state);
 }
 
@@ -305,7 +316,7 @@ void AppWindows::showRecordingPanel(const std::optional<platform::Display>& disp
     QScreen* const screen = display ? screenFor(*display) : nullptr;
     recordingPanel_ = std::make_unique<RecordingPanel>(screen != nullptr ? *screen : mainScreen(), std::move(preview),
                                                        keys, recordingActions());
-    recordingPanel_->showLevels(options_.level);
+    recordingPanel_->showLevels(recordedKinds(choices_), options_.level);
     recordingPanel_->orderFront();
 }
 

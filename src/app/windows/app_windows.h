@@ -97,6 +97,7 @@ class AppWindows final : public QObject, public AppView {
 
     const Options options_;
     AppDelegate* delegate_ = nullptr;
+    MainWindowChoices choices_;  // those shown last
     std::unique_ptr<MainWindow> window_;
     std::unique_ptr<RecordingsWindow> recordings_;  // once it was shown
     std::unique_ptr<CountdownWindow> countdown_;

@@ -41,11 +41,13 @@ constexpr int kSourceWidth = 496;
 constexpr int kEdge = 20;
 constexpr int kSpacing = 6;
 constexpr int kGroupSpace = 8;
+constexpr int kButtonSpace = 16;  // above the record button
 // At the usual size of type.
 constexpr double kRecordType = 14;
 constexpr double kRecordHeight = 28;
 constexpr double kStatusType = 11;
 constexpr int kStatusLines = 5;
+constexpr int kStatusLinesBesideNotices = 2;
 constexpr double kStatusLine = 14;
 constexpr QSize kCameraSize(224, 126);
 constexpr double kCameraRadius = 10;
@@ -259,10 +261,16 @@ void MainWindow::buildSource(QVBoxLayout& column) {
     chooseButton_->hide();
     refreshButton_->setToolTip("Liste aktualisieren");
     refreshButton_->setAccessibleName("Liste aktualisieren");
+    cardSoundCaption_ = caption("Ton");
+    cardSoundPopup_ = devicePopup("Ton des Geräts", "cardSoundPopup", actions_.cardSoundSelected);
+    cardSoundPopup_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    cardSoundCaption_->hide();
     auto* row = new QHBoxLayout;
     row->setSpacing(kSpacing);
     row->addWidget(displayPopup_, 1);
     row->addWidget(chooseButton_, 1);
+    row->addWidget(cardSoundCaption_);
+    row->addWidget(cardSoundPopup_, 1);
     row->addWidget(refreshButton_);
     sourceRow_ = new QWidget;
     sourceRow_->setFixedWidth(kSourceWidth);
@@ -314,16 +322,14 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->setSpacing(kSpacing);
     boxes->addWidget(caption("Ton"));
     systemAudioBox_ = box("Systemton aufnehmen", "systemAudioBox", actions_.systemAudioToggled);
-    systemAudioLevel_ = new LevelView("Pegel des Systemtons", platform::SoundBoard::Kind::systemAudio, actions_.level);
+    const auto beat = std::make_shared<LevelBeat>(actions_.level);
+    systemAudioLevel_ = new LevelView("Pegel des Systemtons", platform::SoundBoard::Kind::systemAudio, beat);
     boxes->addLayout(withLevel(systemAudioBox_, systemAudioLevel_, "systemAudioLevel"));
     microphoneBox_ = box("Mikrofon aufnehmen", "microphoneBox", actions_.microphoneToggled);
-    microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, actions_.level);
+    microphoneLevel_ = new LevelView("Pegel des Mikrofons", platform::SoundBoard::Kind::microphone, beat);
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
-    // Its room is kept until the devices are listed, unless large type needs it.
-    QSizePolicy reserved = microphonePopup_->sizePolicy();
-    reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
-    microphonePopup_->setSizePolicy(reserved);
+    microphonePopup_->setFixedWidth(kDeviceWidth);
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
@@ -331,8 +337,15 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     webcamBox_ = box("Kamera aufnehmen (Facecam)", "webcamBox", actions_.webcamToggled);
     boxes->addWidget(webcamBox_);
     cameraPopup_ = devicePopup("Kamera", "cameraPopup", actions_.cameraSelected);
+    cameraPopup_->setFixedWidth(kDeviceWidth);
     boxes->addWidget(cameraPopup_);
     boxes->addStretch(1);
+    // Their room is kept until the devices are listed, unless large type needs it.
+    for (QComboBox* each : {microphonePopup_, cameraPopup_}) {
+        QSizePolicy reserved = each->sizePolicy();
+        reserved.setRetainSizeWhenHidden(ui::theme::typeFactor(font()) < kLargeType);
+        each->setSizePolicy(reserved);
+    }
 
     // Beside the boxes, in reserved room: nothing moves when it appears.
     webcamPreviewContainer_ = new CameraView(kCameraSize, kCameraRadius);
@@ -344,14 +357,15 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     row->addLayout(boxes, 0, 0);
     row->addWidget(webcamPreviewContainer_, 0, 0, Qt::AlignRight | Qt::AlignTop);
     column.addLayout(row);
-    column.addStretch(1);
+    // Room that is left is below everything, so that the record button stays where it is when a notice appears or goes:
+    // a click that is on its way would miss it.
+    column.addSpacing(kButtonSpace);
 }
 
 QComboBox* MainWindow::devicePopup(const char* title, const char* name, const std::function<void(int)>& selected) {
     auto* popup = new QComboBox;
     popup->setObjectName(name);
     popup->setAccessibleName(title);
-    popup->setFixedWidth(kDeviceWidth);
     popup->hide();
     connect(popup, &QComboBox::activated, this, [selected](int index) {
         if (selected) selected(index);
@@ -376,6 +390,8 @@ void MainWindow::showDevices(const MainWindowState& state) {
     };
     show(*microphonePopup_, shownMicrophones_, state.microphones, state.choices.microphone);
     show(*cameraPopup_, shownCameras_, state.cameras, state.choices.webcam);
+    show(*cardSoundPopup_, shownCardSounds_, state.cardSounds, true);
+    cardSoundCaption_->setVisible(!state.cardSounds.items.empty());
     systemAudioLevel_->setVisible(state.choices.systemAudio);
     microphoneLevel_->setVisible(state.choices.microphone);
 }
@@ -407,9 +423,13 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     statusLabel_->setTextFormat(Qt::PlainText);
     makeCopyable(*statusLabel_);
     statusLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    // Room for the longest text, so that nothing moves when it appears.
-    statusLabel_->setMinimumHeight(kStatusLines * grown(kStatusLine, font()));
-    column.addWidget(statusLabel_);
+    statusRoom_ = new QSpacerItem(0, 0);
+    statusRow_ = new QHBoxLayout;
+    statusRow_->setSpacing(0);
+    statusRow_->addWidget(statusLabel_, 1);
+    statusRow_->addItem(statusRoom_);
+    reserveStatusRoom();
+    column.addLayout(statusRow_);
     progressBar_ = new QProgressBar;
     progressBar_->setObjectName("progressBar");
     progressBar_->setAccessibleName("Fortschritt des Prüfvideos");
@@ -417,6 +437,15 @@ void MainWindow::buildStatus(QVBoxLayout& column) {
     progressBar_->setTextVisible(false);
     progressBar_->hide();
     column.addWidget(progressBar_);
+    column.addStretch(1);
+}
+
+// Room for the longest text, so that nothing moves when it appears. A notice takes of that, so that with the usual text
+// the window stays as it is.
+void MainWindow::reserveStatusRoom() {
+    const int lines = shownNotices_.empty() ? kStatusLines : kStatusLinesBesideNotices;
+    statusRoom_->changeSize(0, lines * grown(kStatusLine, font()));
+    statusRow_->invalidate();
 }
 
 void MainWindow::show(const MainWindowState& state) {
@@ -477,7 +506,7 @@ void MainWindow::showButtons(const MainWindowState& state) {
     for (QWidget* each :
          std::initializer_list<QWidget*>{sourceTypeControl_, displayPopup_, refreshButton_, chooseButton_, fpsPopup_,
                                          countdownPopup_, systemAudioBox_, microphoneBox_, webcamBox_, microphonePopup_,
-                                         cameraPopup_, studioButton_, revealButton_}) {
+                                         cameraPopup_, cardSoundPopup_, studioButton_, revealButton_}) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);
@@ -513,6 +542,7 @@ void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
         for (QWidget* each : row->findChildren<QWidget*>()) each->ensurePolished();
     }
     orderNotices();
+    reserveStatusRoom();
     takeRoom();
 }
 

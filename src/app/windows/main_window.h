@@ -13,10 +13,12 @@
 class QAction;
 class QCheckBox;
 class QComboBox;
+class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
 class QScrollArea;
+class QSpacerItem;
 class QVBoxLayout;
 
 namespace lumivastor::ui {
@@ -44,6 +46,7 @@ struct MainWindowActions {
     std::function<void(bool)> webcamToggled;
     std::function<void(int)> microphoneSelected;
     std::function<void(int)> cameraSelected;
+    std::function<void(int)> cardSoundSelected;
     /// Whether the user can see the window.
     std::function<void(bool)> shown;
     /// What the level meters show; without it they are empty.
@@ -84,6 +87,7 @@ class MainWindow final : public QWidget {
     void buildBoxes(QVBoxLayout& column);
     void buildButtons(QVBoxLayout& column);
     void buildStatus(QVBoxLayout& column);
+    void reserveStatusRoom();
     void takeRoom();
     void tellShown();
     QComboBox* devicePopup(const char* title, const char* name, const std::function<void(int)>& selected);
@@ -112,8 +116,11 @@ class MainWindow final : public QWidget {
     LevelView* microphoneLevel_ = nullptr;
     QComboBox* microphonePopup_ = nullptr;
     QComboBox* cameraPopup_ = nullptr;
+    QLabel* cardSoundCaption_ = nullptr;
+    QComboBox* cardSoundPopup_ = nullptr;
     DevicePopup shownMicrophones_;
     DevicePopup shownCameras_;
+    DevicePopup shownCardSounds_;
     bool toldShown_ = false;
     CameraView* webcamPreviewContainer_ = nullptr;
     QPushButton* recordButton_ = nullptr;
@@ -121,6 +128,8 @@ class MainWindow final : public QWidget {
     QPushButton* studioButton_ = nullptr;
     QPushButton* revealButton_ = nullptr;
     QVBoxLayout* noticeRows_ = nullptr;
+    QHBoxLayout* statusRow_ = nullptr;
+    QSpacerItem* statusRoom_ = nullptr;  // beside the text, which takes more if it needs it
     QLabel* statusLabel_ = nullptr;
     QProgressBar* progressBar_ = nullptr;
     QPointer<QWidget> lostFocus_;  // the control that was disabled while it had the keyboard focus

@@ -95,6 +95,67 @@ TEST_P(MainWindowTest, DevicesAndLevelsAreBesideTickedBoxesOnly) {
     EXPECT_EQ(shown, (std::vector<bool>{true, false}));
 }
 
+TEST_P(MainWindowTest, TheRecordButtonStaysWhereItIs) {
+    MainWindow window({});
+    MainWindowState state = fullState();
+    window.show(state);
+    static_cast<QWidget&>(window).show();
+    const auto* const button = window.findChild<QWidget*>("recordButton");
+    const auto place = [&] {
+        QApplication::processEvents();
+        return QRect(button->mapTo(&window, QPoint(0, 0)), button->size());
+    };
+    const QRect before = place();
+    const auto expectPlace = [&](const char* when) {
+        window.show(state);
+        EXPECT_EQ(place(), before) << when;
+    };
+    state.notices[NoticeKind::update] = {"LumiVastor 1.2.0 ist verfügbar.", "Herunterladen"};
+    expectPlace("a notice");
+    state.notices[NoticeKind::recording] = {
+        "Die Aufnahme wurde vom System beendet: Das aufgenommene Fenster wurde geschlossen, und das ist mehr als eine "
+        "Zeile.",
+        ""};
+    state.progress = 0.5;
+    state.status += "\n6\n7";
+    expectPlace("more of them, and all else that comes and goes");
+    state.notices.clear();
+    expectPlace("none any more");
+    if (GetParam() < 16) {  // points; larger type has no room for lists that are not needed
+        state.microphones = state.cameras = {{"Standard"}, 0};
+        expectPlace("the devices are listed");
+    }
+}
+
+TEST_P(MainWindowTest, TheSoundOfACardIsBesideTheCard) {
+    std::vector<int> selected;
+    MainWindowActions actions;
+    actions.cardSoundSelected = [&](int index) { selected.push_back(index); };
+    MainWindow window(actions);
+    MainWindowState state = fullState();
+    window.show(state);
+    static_cast<QWidget&>(window).show();
+    auto* const popup = window.findChild<QComboBox*>("cardSoundPopup");
+    const auto* const list = window.findChild<QComboBox*>("displayPopup");
+    const QRect button = window.findChild<QWidget*>("recordButton")->geometry();
+    const QRect whole = list->geometry();
+    EXPECT_FALSE(popup->isVisible());
+    state.cardSounds = {{"Standard", "Ohne Ton"}, 1};
+    window.show(state);
+    expectNothingIsCutOff(window);
+    EXPECT_TRUE(popup->isVisible());
+    EXPECT_EQ(popup->currentText(), "Ohne Ton");
+    EXPECT_EQ(popup->y(), list->y());
+    EXPECT_GT(popup->x(), list->geometry().right());
+    EXPECT_GT(list->width(), whole.width() / 3);
+    EXPECT_EQ(window.findChild<QWidget*>("recordButton")->geometry(), button) << "nothing moves";
+    emit popup->activated(0);
+    EXPECT_EQ(selected, std::vector<int>{0});
+    state.controlsEnabled = false;
+    window.show(state);
+    EXPECT_FALSE(popup->isEnabled());
+}
+
 TEST_P(MainWindowTest, OpensTheDesktopsDialogByAButtonInPlaceOfTheList) {
     int chosen = 0;
     MainWindowActions actions;
@@ -157,6 +218,8 @@ TEST_P(MainWindowTest, OneNoticeFitsInAndMoreMakeItHigher) {
     MainWindow window({});
     window.setVisible(true);
     MainWindowState state = fullState();
+    state.microphones = state.cameras = {{"Standard"}, 0};
+    state.status = "Bereit. 1 Bildschirm(e) gefunden.";
     state.notices[NoticeKind::interrupted] = {"Eine Aufnahme wurde unterbrochen: 2025-03-14_09-05-33", "Abschließen"};
     window.show(state);
     if (GetParam() <= 10) {
@@ -199,6 +262,32 @@ TEST_P(MainWindowTest, PanelsHoldTheirTextsWhateverTheType) {
     withCamera.setVisible(true);
     EXPECT_EQ(withCamera.size(), grown(414, 60));
     expectNothingIsCutOff(withCamera);
+}
+
+TEST_P(MainWindowTest, LevelsHaveAirBelowThePanelsButtons) {
+    using Kind = platform::SoundBoard::Kind;
+    const double factor = std::max(GetParam() / 10, 1.0);
+    for (const bool hasCamera : {false, true}) {
+        for (const auto& kinds : {std::vector<Kind>{Kind::microphone}, {Kind::systemAudio, Kind::microphone}}) {
+            RecordingPanel panel(*QGuiApplication::primaryScreen(),
+                                 hasCamera ? std::make_shared<capture::WebcamPreview>() : nullptr, {}, {});
+            const QRect bare = panel.geometry();
+            panel.showLevels(kinds, [](Kind) { return platform::LevelMeter::Reading{-20, -9, -3, true}; });
+            panel.setVisible(true);
+            expectNothingIsCutOff(panel);
+            EXPECT_EQ(panel.geometry().bottomRight(), bare.bottomRight());
+            EXPECT_EQ(panel.size() == bare.size(), hasCamera) << "there is room beside the camera";
+            int below = panel.findChild<QPushButton*>("panelStopButton")->geometry().bottom() + 1;
+            double air = 6 * factor;
+            EXPECT_EQ(panel.findChildren<QWidget*>("panelLevel").size(), static_cast<int>(kinds.size()));
+            for (const QWidget* each : panel.findChildren<QWidget*>("panelLevel")) {
+                EXPECT_GE(each->y() - below, air - 1);
+                below = each->geometry().bottom() + 1;
+                air = 3 * factor;
+            }
+            EXPECT_GE(panel.height() - below, 6 * factor - 1);
+        }
+    }
 }
 
 TEST_P(MainWindowTest, ThePanelGrowsForAWarningAndItsButtonStaysWhereItIs) {

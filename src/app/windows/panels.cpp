@@ -25,10 +25,13 @@ constexpr double kScreenMargin = 24;
 constexpr int kButtonType = 12;  // in pixels
 constexpr int kHintWidth = 280;
 constexpr int kHintMargin = 12;
-// Of the level meters at the lower edge.
-constexpr int kLevelsRoom = 7;
-constexpr int kLevelStep = 3;
-constexpr int kLevelHeight = 2;
+// Of the level meters below the buttons.
+constexpr int kLevelsAway = 7;
+constexpr int kLevelStep = 6;
+constexpr int kLevelHeight = 3;
+constexpr int kBelowLevels = 6;
+constexpr int kButtonHeight = 28;
+constexpr int kBesideCamera = 66;
 
 QColor night(double alpha) {
     return QColor::fromRgbF(0.09F, 0.11F, 0.15F, static_cast<float>(alpha));
@@ -175,14 +178,16 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::W
       pauseKeys_(QString::fromStdString(keys.pause)),
       sign_(new Sign(this)),
       time_(new ui::DigitLabel(this)),
-      hint_(new QLabel(this)) {
+      hint_(new QLabel(this)),
+      hasCamera_(preview != nullptr) {
     setObjectName("recordingPanel");
     setWindowTitle("LumiVastor – Aufnahme läuft");
     const int middle = preview ? 30 : 22;
-    const int dotX = preview ? 66 : 12;
+    const int dotX = preview ? kBesideCamera : 12;
     const int right = preview ? 414 : 350;
     if (preview) {
         auto* camera = new CameraView(grown(QSize(44, 44)), grown(22), this);
+        camera->setObjectName("panelCamera");
         camera->move(grown(12), grown(middle - 22));
         camera->setPreview(std::move(preview));
     }
@@ -197,7 +202,7 @@ RecordingPanel::RecordingPanel(const QScreen& screen, std::shared_ptr<capture::W
     auto* stop = panelButton("Stopp", "panelStopButton", this, actions.stop);
     stop->setToolTip(withKeys("Aufnahme stoppen", QString::fromStdString(keys.stop)));
     for (int place = 3; QPushButton * each : {markButton_, pauseButton_, stop}) {
-        each->setGeometry(grown(QRect(right - 4 - 80 * place--, middle - 14, 72, 28)));
+        each->setGeometry(grown(QRect(right - 4 - 80 * place--, middle - kButtonHeight / 2, 72, kButtonHeight)));
     }
     setMarks(0);
     setPaused(false);
@@ -215,17 +220,31 @@ void RecordingPanel::setTime(const QString& time) {
     time_->setText(time);
 }
 
-void RecordingPanel::showLevels(const LevelReader& read) {
-    using Kind = platform::SoundBoard::Kind;
-    const int below = height() - grown(kLevelsRoom);
-    int row = 0;
-    for (const auto& [kind, name] :
-         {std::pair(Kind::systemAudio, "Pegel des Systemtons"), std::pair(Kind::microphone, "Pegel des Mikrofons")}) {
-        auto* const level = new LevelView(name, kind, read, this);
-        level->setGeometry(grown(kHintMargin), below + grown(kLevelStep) * row++, width() - 2 * grown(kHintMargin),
-                           grown(kLevelHeight));
-        level->show();
+// Beside the camera there is room for them: buttons and levels are in the middle together. Otherwise the panel grows.
+void RecordingPanel::showLevels(const std::vector<platform::SoundBoard::Kind>& kinds, const LevelReader& read) {
+    if (kinds.empty()) return;
+    const auto beat = std::make_shared<LevelBeat>(read);
+    const int levels = kLevelsAway + kLevelStep * (static_cast<int>(kinds.size()) - 1) + kLevelHeight;
+    const int row = pauseButton_->y();
+    const int up = hasCamera_ ? grown(levels / 2.0) : 0;
+    for (QWidget* const part : findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (part != hint_ && part->objectName() != "panelCamera") part->move(part->x(), part->y() - up);
     }
+    const int left = grown(hasCamera_ ? kBesideCamera : kHintMargin);
+    int top = row - up + grown(kButtonHeight + kLevelsAway);
+    for (const auto kind : kinds) {
+        const bool isMicrophone = kind == platform::SoundBoard::Kind::microphone;
+        auto* const level =
+            new LevelView(isMicrophone ? "Pegel des Mikrofons" : "Pegel des Systemtons", kind, beat, this);
+        level->setObjectName("panelLevel");
+        level->setGeometry(left, top, width() - left - grown(kHintMargin), grown(kLevelHeight));
+        level->show();
+        top += grown(kLevelStep);
+    }
+    if (hasCamera_) return;
+    const int more = row + grown(kButtonHeight + levels + kBelowLevels) - height();
+    setFixedSize(width(), height() + more);
+    move(x(), y() - more);
 }
 
 void RecordingPanel::setHint(const QString& sentence) {

@@ -8,6 +8,7 @@
 #include <QWidget>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "app/app_view.h"
 #include "app/windows/level_view.h"
@@ -78,8 +79,8 @@ class RecordingPanel final : public FloatingPanel {
     void setTime(const QString& time);
     void setPaused(bool paused);
     void setMarks(int count);
-    /// Shows the levels of what is recorded, along the lower edge: system sound above the microphone.
-    void showLevels(const LevelReader& read);
+    /// Shows the levels of these kinds below the buttons, in their order. Call it once, before it is shown.
+    void showLevels(const std::vector<platform::SoundBoard::Kind>& kinds, const LevelReader& read);
     /// Grows up and to the left for a sentence of warning, so that everything else stays where it is on the screen.
     /// Empty for none.
     void setHint(const QString& sentence);
@@ -100,6 +101,7 @@ class RecordingPanel final : public FloatingPanel {
     QPushButton* pauseButton_ = nullptr;
     QPushButton* markButton_ = nullptr;
     QLabel* hint_;
+    const bool hasCamera_;
     QSize hintRoom_{0, 0};  // what the panel is larger by
     QPoint grip_;           // the mouse position in the panel during a drag
 };

@@ -50,9 +50,9 @@ double fade(std::size_t frame, std::size_t frames) {
     return (1 - std::cos(std::numbers::pi * (static_cast<double>(frame) + 0.5) / static_cast<double>(frames))) / 2;
 }
 
-platform::SoundBuffer cut(const platform::SoundBuffer& sound, const Stretch& stretch) {
+SoundPiece cut(const platform::SoundBuffer& sound, const Stretch& stretch) {
     const auto channels = static_cast<std::size_t>(sound.channels);
-    platform::SoundBuffer piece = sound;
+    SoundPiece piece{sound, stretch.fadesIn};
     piece.hostSeconds += static_cast<double>(stretch.first) / sound.sampleRate;
     piece.values.assign(sound.values.begin() + static_cast<std::ptrdiff_t>(stretch.first * channels),
                         sound.values.begin() + static_cast<std::ptrdiff_t>(stretch.end * channels));
@@ -70,9 +70,9 @@ platform::SoundBuffer cut(const platform::SoundBuffer& sound, const Stretch& str
 
 }  // namespace
 
-std::vector<platform::SoundBuffer> piecesOutsideOf(const Pauses& pauses, const platform::SoundBuffer& sound) {
-    if (pauses.list().empty()) return {sound};
-    std::vector<platform::SoundBuffer> pieces;
+std::vector<SoundPiece> piecesOutsideOf(const Pauses& pauses, const platform::SoundBuffer& sound) {
+    if (pauses.list().empty()) return {{sound}};
+    std::vector<SoundPiece> pieces;
     for (const Stretch& stretch : stretchesOf(pauses, sound)) {
         pieces.push_back(cut(sound, stretch));
         // Of a time in its middle, because rounding may put its first frame just before the end of a pause.

@@ -52,8 +52,13 @@ TEST(SoundPieces, FadeAtPausesAlone) {
     const std::vector<float>& fading = pieces[1].values;
     for (std::size_t i = 2; i < fading.size(); ++i) EXPECT_GE(fading[i], fading[i - 2]);
     EXPECT_EQ(fading[2 * 120], 0.5F) << "2.5 ms";
+    EXPECT_FALSE(pieces[0].isAfterPause);
+    EXPECT_TRUE(pieces[1].isAfterPause);
     // A pause that ends where a buffer begins.
-    EXPECT_LT(piecesOutsideOf(paused(99, 100), sound(100, 480)).at(0).values.front(), 0.001F);
+    const auto behind = piecesOutsideOf(paused(99, 100), sound(100, 480));
+    EXPECT_LT(behind.at(0).values.front(), 0.001F);
+    EXPECT_TRUE(behind.at(0).isAfterPause);
+    EXPECT_FALSE(piecesOutsideOf(paused(99, 100), sound(100.01, 480)).at(0).isAfterPause);
 }
 
 // Pauses begin and end anywhere within the buffers. What is kept follows what was before it, to the frame.

@@ -93,7 +93,7 @@ void DeviceRecorder::openDevice() {
         })) {
         throw RecorderError("Das Gerätebild kann nicht abgegriffen werden.");
     }
-    hasDeviceAudio_ = session->addAudioOutput(queue_, [this](const platform::SoundBuffer& sound) {
+    hasDeviceAudio_ = options_.sound && session->addAudioOutput(queue_, [this](const platform::SoundBuffer& sound) {
         notifier_.guard([&] { handleSound(SourceMovie::SoundTrack::source, sound); });
     });
     session->onInterruption([this](const std::string& reason) {
@@ -150,7 +150,7 @@ void DeviceRecorder::begin() {
     run_.checkEverySecond([this] { check(); });
     Log::write("Device", "gestartet: " + device_.name + ", warte auf erstes Bild, Geräteton=" +
                              trueOrFalse(hasDeviceAudio_) + " Mikro=" + trueOrFalse(options_.microphone));
-    if (hasDeviceAudio_) return;
+    if (hasDeviceAudio_ || !options_.sound) return;
     notifier_.notice("„" + device_.name + "“ liefert keinen eigenen Ton. Aufgenommen " +
                      (micSession_ ? "werden das Bild und das Mikrofon." : "wird nur das Bild."));
 }
@@ -263,7 +263,7 @@ void DeviceRecorder::resume() {
 // On the device's or the microphone's queue.
 void DeviceRecorder::handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || !isMovieOpen()) return;
-    for (const platform::SoundBuffer& piece : piecesOutsideOf(*files_.pauses(), sound)) {
+    for (const SoundPiece& piece : piecesOutsideOf(*files_.pauses(), sound)) {
         const MediaTime time = hostTime(piece.hostSeconds);
         if (beginSessionIfNeeded(time)) movie_.append(track, piece, time);
     }

@@ -39,6 +39,8 @@ class DeviceRecorder final : public RecordingJob {
     struct Options {
         bool microphone = false;
         bool webcam = false;
+        /// The device's own.
+        bool sound = true;
     };
 
     /// Requests access on desktops that hide external devices from programs until they request it; no effect here.

@@ -223,6 +223,19 @@ TEST_F(DeviceRecorders, ADeviceWithoutSoundIsSaidAtTheStart) {
     stopped();
 }
 
+TEST_F(DeviceRecorders, SoundThatIsNotWantedIsNotRecorded) {
+    device_->setHasAudio(true);
+    options_.sound = false;
+    start();
+    emit(1000);
+    device_->emitSound({1000, 48000, 2, std::vector<float>(9600, 0.1F)});
+    loop_.advance(1);
+    stopped();
+    EXPECT_TRUE(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::audio).empty());
+    EXPECT_FALSE(model::CaptureInfo::load(folder_).systemAudio);
+    EXPECT_TRUE(notices_.empty()) << "nobody misses it";
+}
+
 TEST_F(DeviceRecorders, DeviceSoundAndMicrophoneAreTracksOfTheirOwn) {
     device_->setHasAudio(true);
     devices_.setDefaultMicrophone(microphone_);

@@ -47,10 +47,13 @@ RecordingProgress::Session SourceMovie::beginSessionIfNeeded(const MediaTime& ti
     return session;
 }
 
-void SourceMovie::append(SoundTrack track, const platform::SoundBuffer& sound, const MediaTime& time) {
+void SourceMovie::append(SoundTrack track, const SoundPiece& sound, const MediaTime& time) {
     const auto& [settings, input] = soundOf(track);
     if (input == nullptr || sound.sampleRate != settings.sampleRate) return;
-    if (!input->isReadyForMoreMediaData() || !input->append(pcmSample(sound, settings.channels))) return;
+    media::PcmSample sample = pcmSample(sound, settings.channels);
+    // What a source delivered ahead of its time, such as the sound of speakers, was not all left out by a pause.
+    sample.isAfterCut = sound.isAfterPause;
+    if (!input->isReadyForMoreMediaData() || !input->append(std::move(sample))) return;
     const std::lock_guard hold(lock_);
     progress_.sampleWritten(time);
 }

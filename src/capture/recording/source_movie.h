@@ -10,6 +10,7 @@
 
 #include "base/media_time.h"
 #include "base/recorder_error.h"
+#include "capture/pauses/sound_pieces.h"
 #include "capture/recording/recorder_notifier.h"
 #include "capture/recording_health.h"
 #include "capture/recording_progress.h"
@@ -47,7 +48,7 @@ class SourceMovie {
     /// is written: the sample is dropped.
     RecordingProgress::Session beginSessionIfNeeded(const MediaTime& time, double now);
     /// Appends sound at a time within the session, if there is such a track and it has room.
-    void append(SoundTrack track, const platform::SoundBuffer& sound, const MediaTime& time);
+    void append(SoundTrack track, const SoundPiece& sound, const MediaTime& time);
     void pictureWritten(const MediaTime& time);
     void pictureSkipped();
     void picturesDropped(std::int64_t count);

@@ -28,6 +28,8 @@ constexpr std::array kOptions = {
     OptionSpec{"--microphone-name", "NAME", "mit diesem Mikrofon statt des Standards"},
     OptionSpec{"--webcam", "", "mit der Kamera"},
     OptionSpec{"--webcam-name", "NAME", "mit dieser Kamera statt des Standards"},
+    OptionSpec{"--device-sound-name", "NAME", "das Gerät mit dem Ton dieses Eingangs statt mit seinem eigenen"},
+    OptionSpec{"--no-device-sound", "", "das Gerät ohne Ton"},
     OptionSpec{"--ask", "", "zeigt den Dialog des Desktops auch dann, wenn eine frühere Auswahl noch gilt"},
     OptionSpec{"--json", "", "das Ergebnis als JSON-Dokument"},
 };
@@ -90,6 +92,14 @@ RecordRequest parseRecordRequest(const Arguments& arguments) {
     request.webcamName = arguments.value("--webcam-name");
     request.microphone = arguments.has("--microphone") || request.microphoneName;
     request.webcam = arguments.has("--webcam") || request.webcamName;
+    request.deviceSoundName = arguments.value("--device-sound-name");
+    request.deviceSound = !arguments.has("--no-device-sound");
+    if (request.deviceSoundName || !request.deviceSound) {
+        if (!request.deviceID) throw UsageError("Den Ton eines Geräts wählt man mit „--device“.");
+        if (!request.deviceSound && request.deviceSoundName) {
+            throw UsageError("Entweder „--device-sound-name“ oder „--no-device-sound“.");
+        }
+    }
     request.asksAgain = arguments.has("--ask");
     return request;
 }

@@ -25,9 +25,11 @@ struct RecordRequest {
     bool systemAudio = false;
     bool microphone = false;
     bool webcam = false;
-    std::optional<std::string> microphoneName;  // with `microphone`; the default's otherwise
-    std::optional<std::string> webcamName;      // with `webcam`
-    bool asksAgain = false;                     // where the desktop's dialog chooses
+    std::optional<std::string> microphoneName;   // with `microphone`; the default's otherwise
+    std::optional<std::string> webcamName;       // with `webcam`
+    std::optional<std::string> deviceSoundName;  // with `deviceID`; its own otherwise
+    bool deviceSound = true;                     // with `deviceID`
+    bool asksAgain = false;                      // where the desktop's dialog chooses
 };
 
 extern const std::span<const OptionSpec> kRecordOptions;

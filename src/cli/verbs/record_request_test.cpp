@@ -58,9 +58,18 @@ TEST(RecordRequests, ANamedDeviceIsRecorded) {
     }
 }
 
+TEST(RecordRequests, TheSoundOfADeviceIsChosen) {
+    EXPECT_TRUE(parsed({"--device", "a"}).deviceSound);
+    EXPECT_EQ(parsed({"--device", "a", "--device-sound-name", "HDMI"}).deviceSoundName, "HDMI");
+    EXPECT_FALSE(parsed({"--device", "a", "--no-device-sound"}).deviceSound);
+}
+
 TEST(RecordRequests, WrongOnesAreRefused) {
     for (const std::vector<std::string>& words :
          std::vector<std::vector<std::string>>{{"ordner"},
+                                               {"--no-device-sound"},
+                                               {"--device-sound-name", "HDMI"},
+                                               {"--device", "a", "--device-sound-name", "HDMI", "--no-device-sound"},
                                                {"--fps", "25"},
                                                {"--seconds", "0"},
                                                {"--seconds", "viele"},

@@ -65,7 +65,7 @@ capture::RecordingRequest recordingFor(const RecordRequest& request, Session& se
     if (request.deviceID) {
         return capture::DeviceRecording{
             deviceFor(*request.deviceID, capture::DeviceRecorder::availableDevices(machine.devices())),
-            {request.microphone, request.webcam}};
+            {request.microphone, request.webcam, request.deviceSound}};
     }
     platform::Desktop& desktop = machine.desktop();
     if (platform::ContentPicker* const picker = desktop.contentPicker()) pickContent(*picker, request, session);
@@ -84,6 +84,11 @@ void chooseDevices(const RecordRequest& request, Machine& machine) {
     if (request.microphoneName) {
         machine.selection().setMicrophone(
             namedDevice(*request.microphoneName, "das Mikrofon", machine.sound().microphones()));
+    }
+    if (request.deviceSoundName) {
+        const auto card = deviceFor(*request.deviceID, capture::DeviceRecorder::availableDevices(machine.devices()));
+        machine.selection().setCardSound(
+            card.lastingId(), {namedDevice(*request.deviceSoundName, "den Toneingang", machine.sound().microphones())});
     }
     if (request.webcamName) {
         machine.selection().setCamera(namedDevice(*request.webcamName, "die Kamera", machine.devices().cameras()));

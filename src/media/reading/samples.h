@@ -40,6 +40,8 @@ struct PcmSample {
     MediaTime presentationTime;
     PcmFormat format;
     std::vector<float> values;  // interleaved; frames() times channels
+    /// Something was left out before it, so its time is no jitter.
+    bool isAfterCut = false;
 
     std::size_t frames() const { return values.size() / static_cast<std::size_t>(format.channels); }
     MediaTime duration() const { return {static_cast<std::int64_t>(frames()), format.sampleRate}; }

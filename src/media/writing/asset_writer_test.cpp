@@ -337,6 +337,39 @@ TEST(AssetWriter, SoundAndPicturesStayTogether) {
     EXPECT_EQ(reader.status(), AssetReader::Status::completed);
 }
 
+// Three milliseconds, which are jitter elsewhere; the piece is shorter than what lies over it.
+TEST(AssetWriter, SoundBehindACutKeepsItsTimeExactly) {
+    const TemporaryFolder folder;
+    AssetWriter writer(folder / "out.mov", MovieContainer::quickTime);
+    auto& audio = writer.addAudioInput({});
+    ASSERT_TRUE(writer.startWriting());
+    writer.startSession({});
+    const auto append = [&](std::int64_t start, std::size_t frames, float value, bool isAfterCut) {
+        PcmSample sample{{start, 48000}, {}, std::vector<float>(frames * 2, value), isAfterCut};
+        ASSERT_TRUE(await([&] { return audio.isReadyForMoreMediaData(); }));
+        EXPECT_TRUE(audio.append(std::move(sample)));
+    };
+    append(0, 9600, 0.5F, false);
+    append(9600 - 144, 100, -0.5F, true);
+    append(9600 - 44, 9600, -0.5F, false);
+    append(19200 - 44, 9600, 0.5F, false);
+    ASSERT_TRUE(writer.finishWriting()) << messageOf(writer);
+    const auto asset = std::make_shared<const Asset>(folder / "out.mov");
+    AssetReader reader(asset);
+    auto& output = reader.addAudioOutput(asset->tracks().at(0).id);
+    ASSERT_TRUE(reader.startReading());
+    std::vector<float> sound;
+    while (const auto sample = output.copyNextSample()) {
+        for (std::size_t i = 0; i < sample->frames(); ++i) sound.push_back(sample->values[2 * i]);
+    }
+    const auto crossing = [&sound](std::size_t from) {
+        while (from + 1 < sound.size() && (sound[from] > 0) == (sound[from + 1] > 0)) ++from;
+        return static_cast<double>(from + 1);
+    };
+    EXPECT_NEAR(crossing(5000), 9600, 5);
+    EXPECT_NEAR(crossing(14000), 19200 - 44, 5);
+}
+
 TEST(AssetWriter, GapsInSoundBecomeSilence) {
     const TemporaryFolder folder;
     AssetWriter writer(folder / "out.mov", MovieContainer::quickTime);

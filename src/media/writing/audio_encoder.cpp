@@ -55,7 +55,8 @@ void AudioEncoder::encode(const PcmSample& sample, std::int64_t startFrame, cons
         begun_ = true;
     }
     std::int64_t reached = waitingStart_ + static_cast<std::int64_t>(waiting_.size() / channels);
-    const auto jitter = static_cast<std::int64_t>(kJitterSeconds * settings_.sampleRate);
+    isAfterCut_ = isAfterCut_ || sample.isAfterCut;
+    const auto jitter = isAfterCut_ ? 0 : static_cast<std::int64_t>(kJitterSeconds * settings_.sampleRate);
     std::size_t skip = 0;
     if (std::abs(startFrame - reached) > jitter) {
         // Silence is added in pieces, so that a gap of hours takes no memory.
@@ -67,6 +68,8 @@ void AudioEncoder::encode(const PcmSample& sample, std::int64_t startFrame, cons
         }
         skip = std::min(static_cast<std::size_t>(reached - startFrame), sample.frames());
     }
+    // A piece that is left out as a whole was not the first behind the cut.
+    if (skip < sample.frames()) isAfterCut_ = false;
     const auto from = sample.values.begin() + static_cast<std::ptrdiff_t>(skip * channels);
     // The encoder refuses values that are no numbers.
     std::transform(from, sample.values.end(), std::back_inserter(waiting_),

@@ -23,7 +23,7 @@ struct AudioSettings {
 };
 
 /// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` count as
-/// continuous; a longer gap becomes silence, and an overlap is cut off. One thread at a time. Throws `RecorderError`.
+/// continuous, unless something was left out between them; a longer gap becomes silence, and an overlap is cut off. One thread at a time. Throws `RecorderError`.
 class AudioEncoder {
   public:
     /// Time stamps of live sound jitter by a fraction of a buffer; a smaller shift against the picture is not
@@ -48,6 +48,7 @@ class AudioEncoder {
     std::vector<float> waiting_;     // interleaved, not yet encoded
     std::int64_t waitingStart_ = 0;  // the frame with which waiting_ begins
     bool begun_ = false;
+    bool isAfterCut_ = false;  // until the first piece behind it
 };
 
 }  // namespace lumivastor::media

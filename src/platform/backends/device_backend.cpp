@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/pixel_size.h"
 #include "base/recorder_error.h"
+#include "platform/card_sound_choice.h"
 #include "platform/devices/card_sound.h"
 #include "platform/devices/libav_session.h"
 #include "platform/devices/microphone_session.h"
@@ -89,8 +90,9 @@ std::unique_ptr<CaptureSession> openV4l2(const devices::V4l2Device& device, bool
 
 class MachineDevices final : public CaptureDevices {
   public:
-    MachineDevices(std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses)
-        : sounds_(std::move(sounds)), addresses_(std::move(addresses)) {}
+    MachineDevices(std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses,
+                   std::shared_ptr<const DeviceSelection> selection)
+        : sounds_(std::move(sounds)), addresses_(std::move(addresses)), selection_(std::move(selection)) {}
 
     std::optional<CaptureDevice> defaultCamera() override {
         std::vector<CaptureDevice> all = cameras();
@@ -138,7 +140,7 @@ class MachineDevices final : public CaptureDevices {
             return openTestDevice(device, addresses_.testCamera);
         }
         if (device.id == kTestDevice && !addresses_.testDevice.empty()) {
-            return openTestDevice(device, addresses_.testDevice);
+            return withSound(device, openTestDevice(device, addresses_.testDevice));
         }
         if (withoutPrefix(device.id, kMicrophone)) {
             return std::make_unique<devices::MicrophoneSession>(device.name, sounds_->microphone(kSampleRate));
@@ -148,7 +150,9 @@ class MachineDevices final : public CaptureDevices {
         }
         if (const auto path = withoutPrefix(device.id, kV4l2)) {
             for (const devices::V4l2Device& one : devices::listV4l2Devices()) {
-                if (one.path == *path && one.card == device.name) return openWithSound(one);
+                if (one.path != *path || one.card != device.name) continue;
+                auto pictures = openV4l2(one, isExternal(one));
+                return isExternal(one) ? withSound(described(one, true), std::move(pictures)) : std::move(pictures);
             }
         }
         throw RecorderError("Das Gerät „" + device.name + "“ ist nicht mehr angeschlossen.");
@@ -158,22 +162,28 @@ class MachineDevices final : public CaptureDevices {
     // Paths are numbered in the order of plugging in; the bus and the name stay.
     static CaptureDevice described(const devices::V4l2Device& device, bool isExternal) {
         CaptureDevice found{kV4l2 + device.path, device.card, isExternal};
+        found.place = device.place;
         found.lasting = kV4l2 + device.bus + ":" + device.card;
         return found;
     }
 
     // A capture card's sound is an input of the sound server.
-    std::unique_ptr<CaptureSession> openWithSound(const devices::V4l2Device& device) {
-        auto pictures = openV4l2(device, isExternal(device));
-        if (!isExternal(device)) return pictures;
-        const auto sound = devices::soundOf(device.place, sounds_->microphones());
+    std::unique_ptr<CaptureSession> withSound(const CaptureDevice& card, std::unique_ptr<CaptureSession> pictures) {
+        const CardSound choice = selection_->cardSound(card.lastingId());
+        if (choice.isNone) return pictures;
+        const auto [sound, isReplacement] = cardInput(choice, card, sounds_->microphones());
+        if (isReplacement) {
+            Log::write("Device", "der gewählte Toneingang für „" + card.name + "“ ist nicht angeschlossen");
+        }
         if (!sound) {
-            Log::write("Device", "kein Toneingang an derselben Hardware wie „" + device.card + "“");
+            Log::write("Device", "kein Toneingang an derselben Hardware wie „" + card.name + "“");
             return pictures;
         }
-        Log::write("Device", "Ton von „" + device.card + "“: „" + sound->name + "“");
-        return std::make_unique<devices::CardSession>(device.card, std::move(pictures),
-                                                      sounds_->input(kSampleRate, {sound->id, true}));
+        Log::write("Device", "Ton von „" + card.name + "“: „" + sound->name + "“");
+        return std::make_unique<devices::CardSession>(
+            card.name, std::move(pictures), sounds_->input(kSampleRate, {sound->id, true}),
+            isReplacement ? "Der gewählte Toneingang ist nicht angeschlossen; der Ton kommt von „" + sound->name + "“."
+                          : "");
     }
 
     static bool isExternal(const devices::V4l2Device& device) {
@@ -182,6 +192,7 @@ class MachineDevices final : public CaptureDevices {
 
     std::shared_ptr<SoundSystem> sounds_;
     DeviceAddresses addresses_;
+    std::shared_ptr<const DeviceSelection> selection_;
 };
 
 std::string environment(const char* name) {
@@ -195,8 +206,9 @@ DeviceAddresses deviceAddressesFromEnvironment() {
     return {{}, environment("LUMIVASTOR_TEST_CAMERA"), environment("LUMIVASTOR_TEST_DEVICE")};
 }
 
-std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses) {
-    return std::make_unique<MachineDevices>(std::move(sounds), std::move(addresses));
+std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses,
+                                                   std::shared_ptr<const DeviceSelection> selection) {
+    return std::make_unique<MachineDevices>(std::move(sounds), std::move(addresses), std::move(selection));
 }
 
 }  // namespace lumivastor::platform

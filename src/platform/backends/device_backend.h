@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/capture_device.h"
+#include "platform/device_selection.h"
 #include "platform/sound_system.h"
 
 namespace lumivastor::platform {
@@ -26,8 +27,9 @@ DeviceAddresses deviceAddressesFromEnvironment();
 
 /// The cameras and capture cards of this machine, from PipeWire and V4L2, and the default microphone of `sounds`. The
 /// default camera is, in this order: the test camera, PipeWire's default, the first V4L2 camera. Sound of a capture
-/// card or a test device has 48000 Hz and two channels.
-std::unique_ptr<CaptureDevices> openCaptureDevices(std::shared_ptr<SoundSystem> sounds,
-                                                   DeviceAddresses addresses = deviceAddressesFromEnvironment());
+/// card or a test device has 48000 Hz and two channels; it is the one that `selection` says when a card is opened.
+std::unique_ptr<CaptureDevices> openCaptureDevices(
+    std::shared_ptr<SoundSystem> sounds, DeviceAddresses addresses = deviceAddressesFromEnvironment(),
+    std::shared_ptr<const DeviceSelection> selection = std::make_shared<DeviceSelection>());
 
 }  // namespace lumivastor::platform

@@ -211,6 +211,31 @@ TEST(DeviceBackend, GraphsThatAreNoneAreRefused) {
     EXPECT_EQ(failure(*devices, {"v4l2:/dev/video63", "Kamera"}), "Das Gerät „Kamera“ ist nicht mehr angeschlossen.");
 }
 
+TEST(DeviceBackend, ADeviceIsHeardByTheChosenInput) {
+    const auto sounds = std::make_shared<synthetic::SyntheticSoundSystem>();
+    sounds->setOtherMicrophones({{"usb", "Adapter", false, 2}});
+    const auto selection = std::make_shared<DeviceSelection>();
+    const auto devices = openCaptureDevices(sounds, addresses({}, kFlashAndBeep), selection);
+    const CaptureDevice device = devices->externalDevices()[0];
+    const auto isHeardByAnInput = [&] {
+        const auto session = devices->open(device);
+        SeenPictures seen;
+        seen.watch(*session);
+        EXPECT_TRUE(seen.hasSound());
+        session->startRunning();
+        const bool isHeard = sounds->emit(synthetic::SyntheticSoundSystem::Kind::microphone, 1, 480);
+        session->stopRunning();
+        return isHeard;
+    };
+    EXPECT_FALSE(isHeardByAnInput()) << "its own";
+    selection->setCardSound(device.lastingId(), {"usb", false});
+    EXPECT_TRUE(isHeardByAnInput());
+    EXPECT_EQ(sounds->lastChoice().id, "usb");
+    EXPECT_TRUE(sounds->lastChoice().only) << "never the microphone in its place";
+    selection->setCardSound(device.lastingId(), {"gone", false});
+    EXPECT_FALSE(isHeardByAnInput());
+}
+
 TEST(DeviceBackend, TheMicrophoneIsTheSoundSystems) {
     const auto sounds = std::make_shared<synthetic::SyntheticSoundSystem>();
     const auto devices = openCaptureDevices(sounds, addresses({}));

@@ -3,9 +3,7 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/capture_device.h"
 #include "platform/pictures/device_outputs.h"
@@ -13,21 +11,12 @@
 
 namespace lumivastor::devices {
 
-/// The piece of hardware that a path below /sys/devices belongs to, as a path: the USB device, or else the card in a
-/// PCI slot, whose functions count as one. Empty when the path has neither.
-std::string hardwareOf(const std::string& place);
-
-/// The sound input on the same piece of hardware as a capture card; nullopt when there is none, or when the card's
-/// place is not known.
-std::optional<platform::CaptureDevice> soundOf(const std::string& cardPlace,
-                                               const std::vector<platform::CaptureDevice>& inputs);
-
 /// A capture card with its sound, which is a device of its own for the sound server.
 class CardSession final : public platform::CaptureSession {
   public:
-    /// `name`: the card's.
+    /// `name`: the card's. `remark` is a notice as soon as the sound runs; empty: none.
     CardSession(std::string name, std::unique_ptr<platform::CaptureSession> pictures,
-                std::unique_ptr<platform::SoundSource> sound);
+                std::unique_ptr<platform::SoundSource> sound, std::string remark = {});
     ~CardSession() override;
     CardSession(const CardSession&) = delete;
     CardSession& operator=(const CardSession&) = delete;
@@ -48,6 +37,7 @@ class CardSession final : public platform::CaptureSession {
     void say(const std::string& sentence) const;
 
     const std::string name_;
+    const std::string remark_;
     platform::DeviceOutputs outputs_{name_};
     std::function<void(const std::string&)> notice_;
     bool hears_ = false;

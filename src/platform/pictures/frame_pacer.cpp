@@ -20,17 +20,35 @@ std::int64_t MissedIntervals::interval(double seconds) const {
     return saturated<std::int64_t>(std::floor((seconds - start_) / interval_ + kTolerance));
 }
 
-void MissedIntervals::begin(double now, std::optional<double> due) {
+void MissedIntervals::begin(double now, bool isTick) {
     lookedBefore_ = std::exchange(lookedAt_, interval(now));
-    if (due) missed_ += std::max<std::int64_t>(0, lookedAt_ - std::max(interval(*due), endedIn_));
+    // Each interval has a tick; a look that ends late skips some. Without a tick, nothing arrived since the last look.
+    if (isTick) missed_ = std::max(missed_, lookedAt_ - lookedBefore_ - 1);
 }
 
 void MissedIntervals::end(double now, bool isNew) {
-    // One interval apart: where content arrives by itself, the tick behind it finds nothing new.
-    if (isNew && lastNew_ && lookedBefore_ - *lastNew_ <= 1) count_ += missed_;
+    if (isNew && lastNew_) {
+        const std::int64_t apart = lookedAt_ - *lastNew_;
+        // One interval apart: where content arrives by itself, the tick behind it finds nothing new.
+        if (missed_ == 0) {
+            followPace(apart);
+        } else if (lookedBefore_ - *lastNew_ <= 1) {
+            count_ += std::clamp(static_cast<double>(apart) / pace_ - 1, 0.0, static_cast<double>(missed_));
+        }
+    }
     if (isNew) lastNew_ = lookedAt_;
-    endedIn_ = interval(now);
-    missed_ = std::max<std::int64_t>(0, endedIn_ - lookedAt_ - 1);
+    missed_ = std::max<std::int64_t>(0, interval(now) - lookedAt_ - 1);
+}
+
+// Content at 30 pictures a second has one in every second interval of a schedule of 60, sometimes in the next or third.
+void MissedIntervals::followPace(std::int64_t apart) {
+    constexpr std::int64_t kMoving = 4;  // what is further apart does not move but changes now and then
+    constexpr double kShare = 0.25;      // the last four pictures, about
+    if (apart >= 1 && apart <= kMoving) pace_ += kShare * (static_cast<double>(apart) - pace_);
+}
+
+std::int64_t MissedIntervals::count() const {
+    return saturated<std::int64_t>(std::floor(count_));
 }
 
 FramePacer::Action FramePacer::atTick(const Situation& situation) {

@@ -24,30 +24,32 @@ class TickSchedule {
     const double interval_;
 };
 
-/// Counts the intervals of a schedule in which a stream did not look for a picture although the content was moving: its
-/// looks took too long, or its thread did not run. One thread.
+/// Estimates how many pictures of moving content a stream did not look for in time: its looks took too long, or its
+/// thread did not run. Content that was seen to change slower than the schedule misses as many fewer; before anything
+/// was seen in time, it counts as fast as the schedule. One thread.
 class MissedIntervals {
   public:
     MissedIntervals(double start, double interval) : start_(start), interval_(interval) {}
 
-    /// A look begins at `now`. `due` is its tick; nullopt when content has arrived by itself.
-    void begin(double now, std::optional<double> due);
+    /// A look begins at `now`, at a tick of the schedule or because content has arrived by itself.
+    void begin(double now, bool isTick);
     /// The look has ended. What was missed before it counts if it found a new picture and there was another one just
     /// before the gap: what changes now and then misses nothing.
     void end(double now, bool isNew);
-    std::int64_t count() const { return count_; }
+    std::int64_t count() const;
 
   private:
     std::int64_t interval(double seconds) const;
+    void followPace(std::int64_t apart);
 
     const double start_;
     const double interval_;
     std::int64_t lookedAt_ = 0;
     std::int64_t lookedBefore_ = 0;
     std::optional<std::int64_t> lastNew_;
-    std::int64_t endedIn_ = 0;
-    std::int64_t missed_ = 0;  // before the present look
-    std::int64_t count_ = 0;
+    std::int64_t missed_ = 0;  // intervals before the present look
+    double pace_ = 1;          // intervals from one new picture to the next, when none was missed
+    double count_ = 0;         // pictures
 };
 
 /// Decides at each tick what a stream delivers. Backends call it, take the pictures, and report the server's events.

@@ -101,7 +101,7 @@ void PacedCaptureStream::run() {
         // What arrives in an interval that has a picture waits for the next tick, where the newest is taken.
         if (wake == Wake::arrival && pool_->last() && slot(now) <= slot(lastTakenAt_)) continue;
         const double taken = lastTakenAt_;
-        missed.begin(now, wake == Wake::tick ? std::optional(ticks.next()) : std::nullopt);
+        missed.begin(now, wake == Wake::tick);
         tick();
         const double end = hostClockSeconds();
         missed.end(end, taken > 0 && lastTakenAt_ != taken);

@@ -17,8 +17,8 @@ namespace {
 constexpr double kConnectSeconds = 3;
 // How much sound comes at once. Small enough for a level meter, large enough to cost nothing.
 constexpr double kFragmentSeconds = 0.02;
-// The same where only the level matters, which is shown 30 times a second.
-constexpr double kLevelSeconds = 0.03;
+// The same where only the level matters, which is shown 25 times a second.
+constexpr double kLevelSeconds = 0.04;
 
 }  // namespace
 

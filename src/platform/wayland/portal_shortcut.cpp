@@ -3,12 +3,16 @@
 
 #include <systemd/sd-bus.h>
 
+#include <algorithm>
 #include <cctype>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string_view>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "base/recorder_error.h"
@@ -38,9 +42,12 @@ std::string trigger(const platform::KeyCombination& keys) {
     return text + static_cast<char>(std::tolower(static_cast<unsigned char>(keys.letter)));
 }
 
-// The keys of our shortcut in an array "a(sa{sv})"; nullopt when it is not among them.
-std::optional<std::string> readKeys(sd_bus_message* message) {
-    std::optional<std::string> keys;
+/// The keys that a desktop has bound, by our names.
+using BoundKeys = std::map<std::string, std::string, std::less<>>;
+
+// Reads an array "a(sa{sv})"; nullopt when it is none.
+std::optional<BoundKeys> readKeys(sd_bus_message* message) {
+    BoundKeys keys;
     if (sd_bus_message_enter_container(message, 'a', "(sa{sv})") < 0) return std::nullopt;
     while (sd_bus_message_enter_container(message, 'r', "sa{sv}") > 0) {
         const char* id = nullptr;
@@ -50,7 +57,7 @@ std::optional<std::string> readKeys(sd_bus_message* message) {
             return key == "trigger_description" && readText(message, type, text);
         };
         if (!readEntries(message, read) || sd_bus_message_exit_container(message) < 0) return std::nullopt;
-        if (std::string_view(id) == kId) keys = text;
+        keys[id] = text;
     }
     if (sd_bus_message_exit_container(message) < 0) return std::nullopt;
     return keys;
@@ -58,8 +65,12 @@ std::optional<std::string> readKeys(sd_bus_message* message) {
 
 class PortalShortcut final : public platform::GlobalShortcut {
   public:
-    PortalShortcut(const std::string& busAddress, std::function<void()> pressed)
-        : pressed_(std::move(pressed)), connection_(busAddress) {}
+    PortalShortcut(const std::string& busAddress, const platform::ShortcutRequest& request,
+                   std::function<void()> pressed)
+        : request_(request), connection_(busAddress) {
+        pressed_[kId] = std::move(pressed);
+        for (const platform::FurtherKeys& each : request.further) pressed_[each.id] = each.pressed;
+    }
     ~PortalShortcut() override {
         connection_.cancel();
         if (thread_.joinable()) thread_.join();
@@ -71,7 +82,7 @@ class PortalShortcut final : public platform::GlobalShortcut {
     PortalConnection& connection() { return connection_; }
 
     // Waits for the user. False when cancelled.
-    bool bind(const platform::ShortcutRequest& request) {
+    bool bind() {
         session_ = createPortalSession(connection_, kShortcuts);
         if (session_.empty()) return false;
         connection_.watchSession(session_, [this] { isClosed_ = true; });
@@ -79,9 +90,9 @@ class PortalShortcut final : public platform::GlobalShortcut {
         connection_.watchSignal(kShortcuts, "ShortcutsChanged", [this](sd_bus_message* message) {
             const char* session = nullptr;
             if (sd_bus_message_read(message, "o", &session) < 0 || session != session_) return;
-            setKeys(readKeys(message).value_or(""));
+            setKeys(readKeys(message).value_or(BoundKeys()));
         });
-        return askForKeys(request);
+        return askForKeys();
     }
 
     void listen() {
@@ -94,17 +105,28 @@ class PortalShortcut final : public platform::GlobalShortcut {
     }
 
   private:
-    bool askForKeys(const platform::ShortcutRequest& request) {
+    static void describe(sd_bus_message* message, const char* id, const std::string& purpose,
+                         const platform::KeyCombination& keys) {
+        sd_bus_message_append(message, "(sa{sv})", id, 2, "description", "s", purpose.c_str(), "preferred_trigger", "s",
+                              trigger(keys).c_str());
+    }
+
+    bool askForKeys() {
         PortalConnection::Question question;
         question.interface = kShortcuts;
         question.method = "BindShortcuts";
         question.mayShowDialog = true;
         question.arguments = [&](sd_bus_message* message) {
-            sd_bus_message_append(message, "oa(sa{sv})s", session_.c_str(), 1, kId, 2, "description", "s",
-                                  request.purpose.c_str(), "preferred_trigger", "s", trigger(request.keys).c_str(),
-                                  request.parentWindow.c_str());
+            sd_bus_message_append(message, "o", session_.c_str());
+            sd_bus_message_open_container(message, 'a', "(sa{sv})");
+            describe(message, kId, request_.purpose, request_.keys);
+            for (const platform::FurtherKeys& each : request_.further) {
+                describe(message, each.id.c_str(), each.purpose, each.keys);
+            }
+            sd_bus_message_close_container(message);
+            sd_bus_message_append(message, "s", request_.parentWindow.c_str());
         };
-        std::optional<std::string> bound;
+        std::optional<BoundKeys> bound;
         question.answer = [&](sd_bus_message* message) {
             return readEntries(message, [&](std::string_view key, std::string_view type) {
                 if (key != "shortcuts" || type != "a(sa{sv})") return false;
@@ -114,38 +136,45 @@ class PortalShortcut final : public platform::GlobalShortcut {
             });
         };
         if (!connection_.ask(question)) return false;
-        // Some desktops let the user take a shortcut out of the dialog's list.
-        if (!bound) throw PortalRefusal(kRefused);
+        // Some desktops let the user take shortcuts out of the dialog's list.
+        const bool hasAny = bound && std::any_of(bound->begin(), bound->end(),
+                                                 [this](const auto& each) { return pressed_.contains(each.first); });
+        if (!hasAny) throw PortalRefusal(kRefused);
         setKeys(*bound);
         return true;
     }
 
-    void setKeys(std::string keys) {
+    void setKeys(const BoundKeys& bound) {
+        const auto found = bound.find(kId);
         const std::lock_guard hold(lock_);
-        keys_ = std::move(keys);
+        keys_ = found == bound.end() ? "" : found->second;
     }
 
     void takePress(sd_bus_message* message) {
         const char* session = nullptr;
         const char* id = nullptr;
         if (sd_bus_message_read(message, "os", &session, &id) < 0) return;
-        if (session == session_ && std::string_view(id) == kId) ++presses_;
+        const auto found = pressed_.find(std::string_view(id));
+        if (session == session_ && found != pressed_.end()) presses_.push_back(found->second);
     }
 
     void run() {
         nameThisThread("wayland.keys");
         while (!connection_.isCancelled() && connection_.isAlive() && !isClosed_) {
-            for (; presses_ > 0 && !connection_.isCancelled(); --presses_) pressed_();
+            for (const auto& pressed : std::exchange(presses_, {})) {
+                if (!connection_.isCancelled()) pressed();
+            }
             connection_.run(kLongSeconds);
         }
-        setKeys("");
+        setKeys({});
     }
 
-    const std::function<void()> pressed_;
+    const platform::ShortcutRequest request_;
+    std::map<std::string, std::function<void()>, std::less<>> pressed_;  // by our names
     PortalConnection connection_;  // the caller's until `listen`, then the thread's
     std::string session_;
     bool isClosed_ = false;
-    int presses_ = 0;  // that have not been handed on
+    std::vector<std::function<void()>> presses_;  // that have not been handed on
     mutable std::mutex lock_;
     std::string keys_;  // guarded by lock_
     std::thread thread_;
@@ -166,10 +195,10 @@ std::unique_ptr<platform::GlobalShortcut> grabPortalShortcut(const std::string& 
                                                              const platform::ShortcutRequest& request,
                                                              std::function<void()> pressed, std::stop_token stop) {
     if (!offersPortalShortcuts(busAddress)) throw RecorderError(platform::kNoShortcuts);
-    auto shortcut = std::make_unique<PortalShortcut>(busAddress, std::move(pressed));
+    auto shortcut = std::make_unique<PortalShortcut>(busAddress, request, std::move(pressed));
     try {
         const std::stop_callback onStop(stop, [&shortcut] { shortcut->connection().cancel(); });
-        if (!shortcut->bind(request)) return nullptr;
+        if (!shortcut->bind()) return nullptr;
     } catch (const PortalRefusal&) {
         throw PortalRefusal(kRefused);
     } catch (const RecorderError& error) {

@@ -91,6 +91,23 @@ TEST_F(PortalShortcutTest, HasTheKeysThatTheUserBound) {
     EXPECT_TRUE(waitForPresses(1));
 }
 
+TEST_F(PortalShortcutTest, OneDialogBindsFurtherKeys) {
+    openPortal();
+    std::atomic<int> paused = 0;
+    platform::ShortcutRequest request{kKeys, "Aufnahme stoppen", ""};
+    request.further = {{{.letter = 'P', .control = true}, "pause", "Aufnahme pausieren", [&] { ++paused; }}};
+    const auto shortcut = grabPortalShortcut(bus_.address(), request, [this] { ++pressed_; }, {});
+    const auto call = portal_->lastCall("BindShortcuts");
+    EXPECT_EQ(call.options.at("further"), "pause CTRL+p Aufnahme pausieren");
+    EXPECT_EQ(portal_->sessions(), 1);
+    EXPECT_EQ(shortcut->keys(), "Meta+F9");
+    portal_->pressShortcut("pause");
+    EXPECT_TRUE(await([&] { return paused == 1; }));
+    portal_->pressShortcut(id());
+    EXPECT_TRUE(waitForPresses(1));
+    EXPECT_EQ(paused, 1);
+}
+
 TEST_F(PortalShortcutTest, IsWhatTheDesktopGrabs) {
     const auto desktop = openWaylandDesktop(nullptr, {bus_.address(), "/nowhere", {}});
     EXPECT_FALSE(desktop->offersShortcuts());
