@@ -90,6 +90,7 @@ QLabel* valueLabel(const QString& name) {
 
 Card::Card(QLayout& column, const QString& title) : frame_(new QFrame), rows_(new QGridLayout) {
     frame_->setProperty("role", "card");
+    frame_->setAccessibleName(title);
     auto* layout = new QVBoxLayout(frame_);
     layout->setContentsMargins(ui::theme::kApart, ui::theme::kApart - 2, ui::theme::kApart, ui::theme::kApart - 2);
     layout->setSpacing(ui::theme::kNear - 2);
