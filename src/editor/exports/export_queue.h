@@ -25,6 +25,9 @@ class ExportQueue {
         std::function<std::shared_ptr<void>()> keepAwake{};
         /// Seconds of any clock that never runs backward; the host clock unless set.
         std::function<double()> clock{};
+        /// The look of recordings without a document; without it they have the program's defaults. May throw
+        /// `RecorderError`; then they have these, too.
+        std::function<model::ProjectSettings()> newLook{};
     };
     /// What an observer wants to know. It may call every function of the queue.
     struct Observer {
@@ -63,6 +66,7 @@ class ExportQueue {
     void end();
 
   private:
+    model::ProjectSettings newLook() const;
     void startNext();
     void start(int id);
     void ended(int id, const render::RenderOutcome& outcome);
