@@ -399,6 +399,21 @@ TEST_F(RecordingsWindowTest, AsksBeforeItMovesToTheTrash) {
     EXPECT_EQ(selected(), "A");
 }
 
+TEST_F(RecordingsWindowTest, TheQuestionShowsLongNamesWhole) {
+    makeRecording("Einführung in die Tabellenkalkulation mit vielen Beispielen und einem sehr langen Namen");
+    show();
+    key(Qt::Key_Delete);
+    auto* const box = window_->findChild<QMessageBox*>("trashDialog");
+    ASSERT_NE(box, nullptr);
+    QApplication::processEvents();
+    EXPECT_GT(expectTextsFit(*box), 2);
+    for (const QLabel* label : box->findChildren<QLabel*>()) {
+        if (label->text().isEmpty() || !label->isVisible()) continue;
+        const bool isCut = label->sizeHint().width() > label->width() && !label->wordWrap();
+        EXPECT_FALSE(isCut) << label->text().toStdString();
+    }
+}
+
 TEST_F(RecordingsWindowTest, TheMenuHasTheSameCommands) {
     makeRecording("A");
     show();
