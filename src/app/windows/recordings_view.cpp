@@ -236,28 +236,32 @@ void RecordingsView::fitColumns() {
     header()->resizeSection(RecordingsModel::date, wide("88.88.8888, 88:88"));
     // Headings are small, but have room for the arrow of the order.
     constexpr int kArrow = 18;
-    header()->resizeSection(RecordingsModel::length, std::max(wide("88:88:88"), wide("Länge") + kArrow));
-    header()->resizeSection(RecordingsModel::size, std::max(wide("888,8 MB"), wide("Größe") + kArrow));
+    lengthWidth_ = std::max(wide("88:88:88"), wide("Länge") + kArrow);
+    sizeWidth_ = std::max(wide("888,8 MB"), wide("Größe") + kArrow);
+    header()->resizeSection(RecordingsModel::length, lengthWidth_);
+    header()->resizeSection(RecordingsModel::size, sizeWidth_);
     // The name that a recording gets by itself has room; the picture, the scroll bar and the frame, too.
     constexpr int kFrame = 24;
     besideStates_ = kPicture.width() + theme::kApart + 2 * theme::kNear + kFrame +
-                    QFontMetrics(nameFont(font())).horizontalAdvance("8888-88-88_88-88-88");
-    for (const int each : {RecordingsModel::date, RecordingsModel::length, RecordingsModel::size}) {
-        besideStates_ += header()->sectionSize(each);
-    }
+                    QFontMetrics(nameFont(font())).horizontalAdvance("8888-88-88_88-88-88") +
+                    header()->sectionSize(RecordingsModel::date) + lengthWidth_ + sizeWidth_;
     // Around the list are the window's edges and its frame.
     constexpr int kAround = 60;
     const int room = screen()->availableSize().width() - kAround;
     setMinimumSize(std::min(besideStates_ + oneBadge(), room), kLeastHeight);
-    fitStates();
+    fitWidth();
 }
 
 int RecordingsView::oneBadge() const {
     return badgeWidth(font(), "Wird aufgenommen") + 2 * theme::kNear;
 }
 
-// Two badges stand side by side where the list is wide enough, or else one below the other.
-void RecordingsView::fitStates() {
+// Two badges stand side by side where the list is wide enough, or else one below the other. On the narrowest of screens
+// names need the room of lengths and sizes.
+void RecordingsView::fitWidth() {
+    const int all = besideStates_ + oneBadge();
+    setColumnHidden(RecordingsModel::size, width() < all);
+    setColumnHidden(RecordingsModel::length, width() < all - sizeWidth_);
     const int two =
         badgeWidth(font(), "Bearbeitet") + theme::kTight + badgeWidth(font(), "Wird gerendert") + 2 * theme::kNear;
     header()->resizeSection(RecordingsModel::state, width() >= besideStates_ + two ? two : oneBadge());
@@ -265,7 +269,7 @@ void RecordingsView::fitStates() {
 
 void RecordingsView::resizeEvent(QResizeEvent* event) {
     QTreeView::resizeEvent(event);
-    fitStates();
+    fitWidth();
 }
 
 void RecordingsView::drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {

@@ -29,8 +29,9 @@ class RecordingsView final : public QTreeView {
 
   private:
     int oneBadge() const;
-    void fitStates();
+    void fitWidth();
 
+    int lengthWidth_ = 0, sizeWidth_ = 0;
     int besideStates_ = 0;  // the width that everything but the states' column needs
 };
 

@@ -27,6 +27,7 @@
 #include "app/windows/recordings_model.h"
 #include "app/windows/recordings_view.h"
 #include "ui/accessible.h"
+#include "ui/flow_layout.h"
 #include "ui/icons.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
@@ -275,8 +276,7 @@ void RecordingsWindow::buildMessage(QVBoxLayout& column) {
 }
 
 void RecordingsWindow::buildButtons(QVBoxLayout& column) {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(theme::kNear);
+    auto* row = new ui::FlowLayout(theme::kNear);
     QPushButton* const choose = button("Ordner wählen …", "chooseFolderButton");
     choose->setProperty("role", "bottom");
     choose->setToolTip("Öffnet eine Aufnahme in einem anderen Ordner (Strg+O)");
@@ -300,7 +300,7 @@ void RecordingsWindow::buildButtons(QVBoxLayout& column) {
     }
     openButton_->setProperty("role", "main");
     row->addWidget(choose);
-    row->addWidget(countLabel_, 1);
+    row->addFilling(countLabel_, countLabel_->minimumWidth());
     for (QPushButton* each : {trashButton_, revealButton_, renameButton_, renderButton_, openButton_}) {
         row->addWidget(each);
     }
