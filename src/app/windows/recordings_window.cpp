@@ -41,7 +41,7 @@ namespace theme = ui::theme;
 constexpr QSize kUsualSize(980, 640);  // for type of the usual size
 constexpr double kUsualType = 10;      // in points
 constexpr int kEdge = 20;
-constexpr QSize kButtonIcon(16, 16);
+constexpr int kButtonIcon = 16;
 // Programs change a folder several times in a row.
 constexpr int kWatchDelay = 300;  // milliseconds
 constexpr int kPollInterval = 2000;
@@ -83,7 +83,8 @@ QPushButton* iconButton(const char* icon, const char* title, const char* name) {
     auto* made = button("", name);
     made->setProperty("role", "icon");
     made->setIcon(ui::icon(icon));
-    made->setIconSize(kButtonIcon);
+    const int side = theme::iconSide(kButtonIcon);
+    made->setIconSize(QSize(side, side));
     made->setAccessibleName(title);
     return made;
 }
