@@ -473,6 +473,15 @@ void AppDelegate::renderCheckVideo() {
     askForRecordingFolder([this](const std::filesystem::path& folder) { startCheckVideo(folder); });
 }
 
+std::optional<std::string> AppDelegate::renderCheckVideo(const std::filesystem::path& folder) {
+    if (window_.state().progress) return "Es wird schon ein Prüfvideo erzeugt.";
+    if (flow_.isActive()) return "Während einer Aufnahme entsteht kein Prüfvideo.";
+    window_.withdrawHint(Hint::folder, readyText());
+    view_->showMainWindow();
+    startCheckVideo(folder);
+    return std::nullopt;
+}
+
 void AppDelegate::startCheckVideo(const std::filesystem::path& folder) {
     window_.update([](MainWindowState& state) {
         state.progress = 0.0;

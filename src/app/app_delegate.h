@@ -90,6 +90,9 @@ class AppDelegate {
     /// The button that opens the desktop's own dialog.
     void chooseContent();
     void renderCheckVideo();
+    /// Writes this recording's check video; the main window comes to the front and shows its progress. A German
+    /// sentence when that is not possible now.
+    std::optional<std::string> renderCheckVideo(const std::filesystem::path& folder);
     /// The button that shows the list of recordings.
     void renderStudioVideo();
     void revealFolder();

@@ -362,6 +362,21 @@ TEST_F(AppDelegateTest, TheMachineStaysAwakeForACheckVideo) {
     EXPECT_EQ(sleep_.holds, 0);
 }
 
+// Where the main window may be hidden, but shows the progress.
+TEST_F(AppDelegateTest, TheListAsksForTheCheckVideoOfARecording) {
+    useSlowCheckVideos();
+    launch();
+    view_.calls.clear();
+    EXPECT_EQ(app_->renderCheckVideo(root_ / "A"), std::nullopt);
+    EXPECT_EQ(view_.calls, std::vector<std::string>{"showMainWindow"});
+    EXPECT_EQ(view_.state.progress, 0.0);
+    EXPECT_EQ(app_->renderCheckVideo(root_ / "B"), "Es wird schon ein Prüfvideo erzeugt.");
+    checkVideoEnds_(render::CursorRenderer::Result{temporary_ / "test-output.mov", 60, 1.0});
+    startRecording();
+    EXPECT_EQ(app_->renderCheckVideo(root_ / "B"), "Während einer Aufnahme entsteht kein Prüfvideo.");
+    EXPECT_EQ(view_.state.progress, std::nullopt);
+}
+
 TEST_F(AppDelegateTest, ACheckVideoThatEndsDuringARecordingOpensNothing) {
     useSlowCheckVideos();
     launch();

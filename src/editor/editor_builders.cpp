@@ -27,6 +27,14 @@ class PopUp final : public QComboBox {
 
 }  // namespace
 
+QSize iconBeforeText(int side) {
+    return {ui::theme::iconSide(side) + 3, ui::theme::iconSide(side)};
+}
+
+QSize iconAlone(int side) {
+    return {ui::theme::iconSide(side), ui::theme::iconSide(side)};
+}
+
 void setNames(QWidget& control, const ControlNames& names) {
     control.setObjectName(names.name);
     control.setAccessibleName(QString::fromUtf8(names.accessible));
@@ -37,7 +45,7 @@ QPushButton* smallButton(const QString& text, const QString& iconName, const Con
                          std::function<void()> action) {
     auto* button = new QPushButton(text);
     if (!iconName.isEmpty()) button->setIcon(ui::icon(iconName));
-    button->setIconSize(text.isEmpty() ? QSize(16, 16) : iconBeforeText(16));
+    button->setIconSize(text.isEmpty() ? iconAlone(16) : iconBeforeText(16));
     if (text.isEmpty()) button->setProperty("role", "icon");
     // A click does not move the keyboard focus.
     button->setFocusPolicy(Qt::TabFocus);
@@ -90,6 +98,7 @@ QLabel* valueLabel(const QString& name) {
 
 Card::Card(QLayout& column, const QString& title) : frame_(new QFrame), rows_(new QGridLayout) {
     frame_->setProperty("role", "card");
+    frame_->setAccessibleName(title);
     auto* layout = new QVBoxLayout(frame_);
     layout->setContentsMargins(ui::theme::kApart, ui::theme::kApart - 2, ui::theme::kApart, ui::theme::kApart - 2);
     layout->setSpacing(ui::theme::kNear - 2);

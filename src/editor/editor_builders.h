@@ -30,10 +30,10 @@ inline QString toQString(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// The size of the icon before a button's text, with more space between them than the style leaves.
-inline QSize iconBeforeText(int side) {
-    return {side + 3, side};
-}
+/// The size of the icon before a button's text, with more space between them than the style leaves, and of one without
+/// a text. Both grow with the type; `side` is that for type of the usual size, in points.
+QSize iconBeforeText(int side);
+QSize iconAlone(int side);
 
 /// A slider of settings. A double click takes it to `defaultValue`; `text` writes its value.
 struct SliderSpec {

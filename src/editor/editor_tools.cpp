@@ -65,6 +65,7 @@ QLabel* addTools(QGridLayout& grid, const QString& title, QLayout* tools, QLabel
 
 EditorTools::EditorTools(const EditorActions& actions) : frame_(new QFrame), zoomModeLabel_(secondLabel()) {
     frame_->setProperty("role", "tools");
+    frame_->setAccessibleName("Werkzeuge");
     auto* grid = new QGridLayout(frame_);
     grid->setContentsMargins(ui::theme::kApart, ui::theme::kTight, ui::theme::kApart, ui::theme::kTight);
     grid->setHorizontalSpacing(ui::theme::kApart);

@@ -25,6 +25,7 @@
 #include "editor/session/frame_time.h"
 #include "editor/session/labels.h"
 #include "editor/timeline/timeline_strip.h"
+#include "ui/accessible.h"
 #include "ui/file_viewer.h"
 #include "ui/theme.h"
 
@@ -109,6 +110,7 @@ void EditorWindow::build() {
         folder().has_filename() ? folder().filename() : folder().parent_path().filename();
     setWindowTitle("LumiVastor – " + QString::fromStdString(name.string()));
     setProperty("role", "window");
+    ui::makeWindow(*this);
     setAttribute(Qt::WA_StyledBackground);
     setAcceptDrops(true);
     // The window itself has the focus until the user presses the tabulator key.
@@ -163,6 +165,7 @@ void EditorWindow::build() {
         each->ensurePolished();
         each->updateGeometry();
     }
+    controls_->settingsColumn.fitWidth();
     const int height = session_->hasWebcam() ? kMinimumHeightWithWebcam : kMinimumHeight;
     // Larger type needs more.
     const auto sized = [this](int width, int least) {

@@ -664,7 +664,8 @@ TEST_P(EditorWindowLook, EveryControlIsNamedExplainedAndReachedByTheKeyboard) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Windows, EditorWindowLook,
-                         testing::Values(std::pair{false, 9.0}, std::pair{true, 10.0}, std::pair{true, 14.0}));
+                         testing::Values(std::pair{false, 9.0}, std::pair{true, 10.0}, std::pair{true, 14.0},
+                                         std::pair{true, 20.0}));
 
 }  // namespace
 }  // namespace lumivastor::editor

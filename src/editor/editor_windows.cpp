@@ -10,6 +10,7 @@
 #include "editor/editor_window.h"
 #include "editor/exports/export_notices.h"
 #include "editor/exports/exports_window.h"
+#include "model/look.h"
 #include "ui/file_viewer.h"
 
 namespace lumivastor::editor {
@@ -38,7 +39,12 @@ EditorWindows::EditorWindows(MainLoop& loop, Options options)
     : loop_(loop),
       options_(std::move(options)),
       overviews_(std::make_shared<render::OverviewMaker>(loop, options_.overviewCache)),
-      exports_(std::make_shared<ExportQueue>(loop, ExportQueue::Options{options_.keepAwake, {}, options_.filmCache})),
+      exports_(std::make_shared<ExportQueue>(
+          loop,
+          ExportQueue::Options{.keepAwake = options_.keepAwake,
+                               .filmCache = options_.filmCache,
+                               .newLook = [looks = model::LookFolder(
+                                               options_.looks)] { return looks.load(model::LookFolder::kStandard); }})),
       notices_(std::make_unique<ExportNotices>(
           loop, *exports_, ExportNotices::Options{options_.bus, [this](const ExportEntry& entry) {
                                                       return (!options_.mayNotify || options_.mayNotify()) &&

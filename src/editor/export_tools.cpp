@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/export_tools.h"
 
+#include <cstdint>
+#include <system_error>
 #include <utility>
 
 #include "base/recorder_error.h"
@@ -41,8 +43,14 @@ void ExportTools::showDialog() {
         return;
     }
     const auto composition = session_.composition();
-    const FilmFacts film{composition->folder(), composition->outputDuration(), session_.settings().exportHeight,
-                         !composition->state()->marks.empty()};
+    const model::CaptureInfo& info = composition->info();
+    const FilmFacts film{composition->folder(),
+                         composition->outputDuration(),
+                         session_.settings().exportHeight,
+                         !composition->state()->marks.empty(),
+                         info.fps,
+                         info.systemAudio || info.microphone,
+                         earlierFilms()};
     const std::filesystem::path last = callbacks_.folder.load ? callbacks_.folder.load() : std::filesystem::path();
     ExportDialog::Callbacks callbacks;
     callbacks.obstacle = [this, film, composition](const ExportChoice& choice) -> std::string {
@@ -57,6 +65,18 @@ void ExportTools::showDialog() {
     dialog_ = new ExportDialog(window_, film, firstChoice(session_.settings(), film, last), std::move(callbacks));
     dialog_->setAttribute(Qt::WA_DeleteOnClose);
     dialog_->open();
+}
+
+std::vector<FilmFacts::Earlier> ExportTools::earlierFilms() const {
+    std::vector<FilmFacts::Earlier> films;
+    for (const ExportEntry& entry : queue_->list().entries()) {
+        if (entry.folder != session_.composition()->folder() || entry.state != ExportState::done) continue;
+        std::error_code error;
+        const std::uintmax_t bytes = std::filesystem::file_size(entry.file, error);
+        if (error || !(entry.seconds > 0)) continue;
+        films.push_back({entry.form, entry.height, static_cast<double>(bytes) / entry.seconds});
+    }
+    return films;
 }
 
 void ExportTools::exportAs(const ExportChoice& choice) {

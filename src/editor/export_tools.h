@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "editor/exports/export_choice.h"
 #include "editor/exports/export_queue.h"
@@ -62,6 +63,7 @@ class ExportTools {
   private:
     void ended(const ExportEntry& entry);
     void exportAs(const ExportChoice& choice);
+    std::vector<FilmFacts::Earlier> earlierFilms() const;
 
     QWidget& window_;
     EditSession& session_;

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/key_page.h"
 
+#include <QBoxLayout>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include "editor/editor_builders.h"
@@ -64,7 +65,7 @@ KeyPage::KeyPage(QWidget* parent) : QDialog(parent) {
     setWindowTitle("Tasten des Editors");
     setAttribute(Qt::WA_DeleteOnClose);
     auto* page = new QWidget;
-    auto* columns = new QHBoxLayout(page);
+    auto* columns = new QBoxLayout(QBoxLayout::LeftToRight, page);
     columns->setContentsMargins(ui::theme::kMargin, ui::theme::kMargin, ui::theme::kMargin, ui::theme::kMargin);
     columns->setSpacing(2 * ui::theme::kMargin);
     auto* left = new QVBoxLayout;
@@ -107,7 +108,13 @@ KeyPage::KeyPage(QWidget* parent) : QDialog(parent) {
     }
     columns->activate();
     const QSize room = screen()->availableSize() * 9 / 10;
-    resize((page->sizeHint() + kRing).boundedTo(room));
+    if (page->sizeHint().width() + kRing.width() > room.width()) {
+        // One below the other: nothing scrolls sideways.
+        columns->setDirection(QBoxLayout::TopToBottom);
+        columns->activate();
+    }
+    const QSize bar(page->sizeHint().height() > room.height() ? area->verticalScrollBar()->sizeHint().width() : 0, 0);
+    resize((page->sizeHint() + kRing + bar).boundedTo(room));
 }
 
 void KeyPage::keyPressEvent(QKeyEvent* event) {

@@ -5,7 +5,9 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -128,6 +130,15 @@ SettingsColumn::SettingsColumn(const Recording& recording, const EditorActions& 
     area_->setFocusPolicy(Qt::NoFocus);
     area_->setAccessibleName("Einstellungen");
     area_->setFixedWidth(columnWidth());
+}
+
+void SettingsColumn::fitWidth() {
+    // Segments and check boxes are wider than a slider may be where type is large.
+    QLayout& cards = *area_->widget()->layout();
+    cards.activate();
+    // Besides the bar there is the column's line at its left.
+    const int bar = area_->verticalScrollBar()->sizeHint().width() + ui::theme::kTight;
+    area_->setFixedWidth(std::max(columnWidth(), cards.totalMinimumSize().width() + bar));
 }
 
 QWidget* SettingsColumn::makeCards(const Recording& recording, const std::function<void()>& changed) {

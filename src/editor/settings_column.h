@@ -32,6 +32,8 @@ class SettingsColumn {
 
     /// The widget. It belongs to the layout that it is added to.
     QScrollArea* area() const { return area_; }
+    /// Widens the column to its widest control, in the fonts that the style sheet has set.
+    void fitWidth();
 
     /// The values that the widgets have. Controls that are not shown have the value of the last `setValues`.
     ControlValues values() const;

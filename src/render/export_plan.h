@@ -60,8 +60,8 @@ media::AudioSettings webMAudioSettings();
 /// The whole pixels of a canvas of that height that a rectangle touches, which has a bottom-left origin.
 PixelRect pixelsTouchedBy(const Rect& rect, PixelSize canvas);
 
-/// The progress to report after `done` of `total` pictures, when `told` were done at the last call; nullopt when none is
-/// due. Never 1, which means that the file is finished. `before`: what was done before the first picture, 0 to 1.
+/// The progress to report after `done` of `total` pictures, when `told` were done at the last call; nullopt when none
+/// is due. Never 1, which means that the file is finished. `before`: what was done before the first picture, 0 to 1.
 std::optional<double> progressAfter(std::int64_t told, std::int64_t done, std::int64_t total, double before = 0);
 
 /// Splits volumes above 1 into a mix that lowers all tracks and a gain that raises the sum again, because limiting must

@@ -43,7 +43,7 @@ class MixedSound final : public FilmSound {
   public:
     struct Options {
         media::AudioSettings encoder;
-        bool isLevelled = false;  // brought to one loudness, which takes a pass over the sound
+        bool isLevelled = false;               // brought to one loudness, which takes a pass over the sound
         std::function<void(double)> progress;  // of that pass; see `mixLoudness`
         std::stop_token stop;
     };

@@ -38,5 +38,25 @@ TEST(FinishedMovieCheck, WhatDiffersIsAnError) {
     EXPECT_THROW(checkFinishedMovie(folder / "broken.mov", FilmForm::mov, right), RecorderError);
 }
 
+// Its pictures are counted to the end of the file, which the index of the others says at once.
+TEST(FinishedMovieCheck, AWebMFileIsHeldAgainstTheSame) {
+    const TemporaryFolder folder;
+    TestMovieOptions options;
+    options.videoEncoder = "libvpx-vp9";
+    options.container = "webm";
+    options.keyFrameInterval = 10;
+    makeTestMovie(folder / "a.webm", options);  // 60 pictures in 2 s
+    const FinishedMovie right{{128, 96}, 60, 2, 1.0 / 30, std::nullopt};
+    EXPECT_NO_THROW(checkFinishedMovie(folder / "a.webm", FilmForm::webm, right));
+    for (const FinishedMovie& other :
+         {FinishedMovie{{126, 96}, 60, 2, 1.0 / 30, {}}, FinishedMovie{{128, 96}, 61, 2, 1.0 / 30, {}},
+          FinishedMovie{{128, 96}, 60, 2.1, 1.0 / 30, {}}, FinishedMovie{{128, 96}, 60, 2, 1.0 / 30, 2}}) {
+        EXPECT_THROW(checkFinishedMovie(folder / "a.webm", FilmForm::webm, other), RecorderError);
+    }
+    const std::string whole = folder.read("a.webm");
+    folder.write("short.webm", whole.substr(0, whole.size() * 3 / 4));
+    EXPECT_THROW(checkFinishedMovie(folder / "short.webm", FilmForm::webm, right), RecorderError);
+}
+
 }  // namespace
 }  // namespace lumivastor::render

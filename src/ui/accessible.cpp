@@ -2,6 +2,7 @@
 #include "ui/accessible.h"
 
 #include <QAccessibleWidget>
+#include <QFrame>
 #include <QLabel>
 
 namespace lumivastor::ui {
@@ -9,6 +10,7 @@ namespace lumivastor::ui {
 namespace {
 
 constexpr const char* kIsStatusLine = "isStatusLine";
+constexpr const char* kIsWindow = "isWindow";
 
 class AccessibleStatusLine final : public QAccessibleWidget {
   public:
@@ -24,7 +26,14 @@ class AccessibleStatusLine final : public QAccessibleWidget {
 
 QAccessibleInterface* accessibleOf(const QString&, QObject* object) {
     auto* label = qobject_cast<QLabel*>(object);
-    return label != nullptr && label->property(kIsStatusLine).toBool() ? new AccessibleStatusLine(*label) : nullptr;
+    if (label != nullptr && label->property(kIsStatusLine).toBool()) return new AccessibleStatusLine(*label);
+    auto* widget = qobject_cast<QWidget*>(object);
+    if (widget == nullptr) return nullptr;
+    if (widget->property(kIsWindow).toBool()) return new QAccessibleWidget(widget, QAccessible::Window);
+    // Qt tells of frames around widgets by a role that others use for windows.
+    if (object->metaObject() != &QFrame::staticMetaObject) return nullptr;
+    const bool isLine = widget->property("role") == "line";
+    return new QAccessibleWidget(widget, isLine ? QAccessible::Separator : QAccessible::Grouping);
 }
 
 }  // namespace
@@ -33,6 +42,11 @@ void makeStatusLine(QLabel& label) {
     // Does nothing when it is installed already.
     QAccessible::installFactory(accessibleOf);
     label.setProperty(kIsStatusLine, true);
+}
+
+void makeWindow(QWidget& window) {
+    QAccessible::installFactory(accessibleOf);
+    window.setProperty(kIsWindow, true);
 }
 
 void announce(QLabel& label) {

@@ -11,6 +11,7 @@
 #include <QStyleFactory>
 #include <QWidget>
 #include <algorithm>
+#include <cmath>
 
 // Resources of a static library must be initialised, by a function outside of all namespaces.
 static void initResources() {
@@ -28,6 +29,8 @@ constexpr double kLarge = 1.15;
 // Heights of the content of controls, in points.
 constexpr int kMinimumControl = 20;
 constexpr int kMinimumSegment = 18;
+constexpr int kBox = 14;
+constexpr int kTreeBox = 12;
 
 QString points(double size) {
     return QString::number(size, 'f', 2) + "pt";
@@ -74,6 +77,12 @@ double typeFactor(const QFont& base) {
     return std::max(typeScale(base).body / kMinimumBody * dots / kUsualDotsPerInch, 1.0);
 }
 
+int iconSide(int usual) {
+    // Beyond this they would be larger than the text beside them looks.
+    constexpr double kMostGrowth = 1.6;
+    return static_cast<int>(std::lround(usual * std::min(typeFactor(QApplication::font()), kMostGrowth)));
+}
+
 void apply(QApplication& application) {
     initResources();
     application.setStyle(QStyleFactory::create("Fusion"));
@@ -97,6 +106,8 @@ QString styleSheet(const QFont& base) {
     const int line = QFontMetrics(small).height();
     const std::pair<const char*, QString> values[] = {
         {"@control-height", QString::number(std::max(kMinimumControl, line + 3)) + "px"},
+        {"@box-side", QString::number(iconSide(kBox)) + "px"},
+        {"@tree-box-side", QString::number(iconSide(kTreeBox)) + "px"},
         {"@segment-height", QString::number(std::max(kMinimumSegment, line + 1)) + "px"},
         {"@accent-hover", kAccent.lighter(112).name()},
         {"@accent-pressed", kAccent.darker(112).name()},

@@ -52,6 +52,9 @@ TypeScale typeScale(const QFont& base);
 /// usual type grows with it.
 double typeFactor(const QFont& base);
 
+/// The side of an icon or a box beside text, in points, that has this side with type of the usual size.
+int iconSide(int usual);
+
 /// Sets the colours and the style of all windows.
 void apply(QApplication& application);
 

@@ -9,7 +9,6 @@
 #include "base/after.h"
 #include "base/handled_error.h"
 #include "base/log.h"
-#include "base/recorder_error.h"
 #include "base/thread_priority.h"
 #include "render/overview/movie_picture.h"
 
@@ -124,7 +123,7 @@ void RecordingLibrary::collect() {
                 entry.fault = detail->second.fault;
             }
         }
-        const RecordingUse use = options_.useOf ? options_.useOf(folder) : RecordingUse::none;
+        const RecordingUse use = useOf(folder);
         entry.isBeingRendered = entry.isBeingRendered || use == RecordingUse::rendered;
         entry.isBeingCompleted = use == RecordingUse::completed;
         entries_.push_back(std::move(entry));
@@ -280,51 +279,117 @@ void RecordingLibrary::add(const fs::path& place, std::function<void(std::option
 
 // Changes on the disk
 
-std::optional<std::string> RecordingLibrary::changeRefusal(const fs::path& folder) const {
-    const auto now = readRecording(folder);
+namespace {
+
+// Read again from the disk: another program may have begun to use it.
+std::optional<std::string> refusalOf(const std::optional<RecordingEntry>& now, const fs::path& folder,
+                                     RecordingUse use) {
     if (!now) return "„" + folder.filename().string() + "“ gibt es nicht mehr.";
-    return useRefusal(*now, options_.useOf ? options_.useOf(folder) : RecordingUse::none);
+    return useRefusal(*now, use);
 }
 
-fs::path RecordingLibrary::rename(const fs::path& folder, const std::string& typed) {
+}  // namespace
+
+RecordingUse RecordingLibrary::useOf(const fs::path& folder) const {
+    return options_.useOf ? options_.useOf(folder) : RecordingUse::none;
+}
+
+std::optional<std::string> RecordingLibrary::changeRefusal(const fs::path& folder) const {
+    if (isChanging(folder)) return "„" + folder.filename().string() + "“ wird gerade verschoben.";
+    const auto known = std::find_if(entries_.begin(), entries_.end(),
+                                    [&](const RecordingEntry& entry) { return entry.folder == folder; });
+    return refusalOf(known == entries_.end() ? std::nullopt : std::optional(*known), folder, useOf(folder));
+}
+
+void RecordingLibrary::rename(const fs::path& folder, const std::string& typed,
+                              std::function<void(const RenameOutcome& outcome)> completion) {
     const std::string name = trimmedName(typed);
-    if (name == folder.filename().string()) return folder;
-    if (const auto refusal = changeRefusal(folder)) throw RecorderError(*refusal);
-    if (const auto refusal = nameRefusal(name)) throw RecorderError(*refusal);
-    fs::path renamed = renameFolder(folder, name);
-    // At once, so that the list does not show the old name until it has been read.
+    changing_.insert(folder);
+    changeQueue_.async([this, folder, name, use = useOf(folder), completion = std::move(completion), main = toMain()] {
+        RenameOutcome outcome = folder;
+        try {
+            if (name != folder.filename().string()) {
+                if (const auto refusal = refusalOf(readRecording(folder), folder, use)) {
+                    throw RecorderError(*refusal);
+                }
+                if (const auto refusal = nameRefusal(name)) throw RecorderError(*refusal);
+                outcome = renameFolder(folder, name);
+            }
+        } catch (...) {
+            outcome = handledError("Umbenennen fehlgeschlagen");
+        }
+        main([this, folder, outcome, completion] {
+            changing_.erase(changing_.find(folder));
+            if (const auto* now = std::get_if<fs::path>(&outcome); now != nullptr && *now != folder) {
+                renamed(folder, *now);
+            }
+            completion(outcome);
+        });
+    });
+}
+
+// At once, so that the list does not show the old name until it has been read.
+void RecordingLibrary::renamed(const fs::path& folder, const fs::path& now) {
     for (auto& [place, found] : read_) {
         for (RecordingEntry& entry : found.entries) {
-            if (entry.folder == folder) entry.folder = renamed;
+            if (entry.folder == folder) entry.folder = now;
         }
     }
     if (const auto detail = details_.extract(folder)) {
         Detail kept = detail.mapped();
         // What is still to be learned is on its way to the old name.
         if (!kept.bytes || !kept.picture) kept.stamp = {};
-        details_.insert_or_assign(renamed, std::move(kept));
+        details_.insert_or_assign(now, std::move(kept));
     }
     if (auto own = read_.extract(folder)) {
-        own.key() = renamed;
+        own.key() = now;
         read_.insert(std::move(own));
     }
     std::vector<fs::path> places = places_;
-    std::replace(places.begin(), places.end(), folder, renamed);
+    std::replace(places.begin(), places.end(), folder, now);
     setPlaces(std::move(places));
     collect();
     tell();
     refresh();
-    return renamed;
 }
 
-void RecordingLibrary::moveToTrash(const fs::path& folder) {
-    if (const auto refusal = changeRefusal(folder)) throw RecorderError(*refusal);
-    app::moveToTrash(folder, options_.homeTrash, options_.wallClock());
+void RecordingLibrary::moveToTrash(std::vector<fs::path> folders,
+                                   std::function<void(const TrashOutcome& outcome)> completion) {
+    std::vector<std::pair<fs::path, RecordingUse>> items;
+    for (fs::path& folder : folders) {
+        changing_.insert(folder);
+        const RecordingUse use = useOf(folder);
+        items.emplace_back(std::move(folder), use);
+    }
+    changeQueue_.async([this, items = std::move(items), now = options_.wallClock(), completion = std::move(completion),
+                        main = toMain()] {
+        TrashOutcome outcome;
+        for (const auto& [folder, use] : items) {
+            try {
+                if (const auto refusal = refusalOf(readRecording(folder), folder, use)) throw RecorderError(*refusal);
+                app::moveToTrash(folder, options_.homeTrash, now);
+                outcome.moved.push_back(folder);
+            } catch (...) {
+                outcome.refused.push_back(handledError("In den Papierkorb verschieben fehlgeschlagen"));
+            }
+        }
+        main([this, items, outcome, completion] {
+            for (const auto& [folder, use] : items) changing_.erase(changing_.find(folder));
+            if (!outcome.moved.empty()) movedToTrash(outcome.moved);
+            completion(outcome);
+        });
+    });
+}
+
+void RecordingLibrary::movedToTrash(const std::vector<fs::path>& folders) {
+    const auto isGone = [&](const fs::path& folder) {
+        return std::find(folders.begin(), folders.end(), folder) != folders.end();
+    };
     for (auto& [place, found] : read_) {
-        std::erase_if(found.entries, [&](const RecordingEntry& entry) { return entry.folder == folder; });
+        std::erase_if(found.entries, [&](const RecordingEntry& entry) { return isGone(entry.folder); });
     }
     std::vector<fs::path> places = places_;
-    std::erase(places, folder);
+    std::erase_if(places, isGone);
     setPlaces(std::move(places));
     collect();
     tell();

@@ -10,6 +10,7 @@
 #include <set>
 #include <stop_token>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "app/library/recording_changes.h"
@@ -17,6 +18,7 @@
 #include "app/library/recording_scan.h"
 #include "base/lifetime.h"
 #include "base/main_loop.h"
+#include "base/recorder_error.h"
 #include "base/serial_queue.h"
 #include "imaging/pixel_buffer.h"
 #include "render/overview/overview_cache.h"
@@ -24,8 +26,8 @@
 namespace lumivastor::app {
 
 /// The recordings that a list shows: those in the root, and those of places elsewhere that were opened or dropped. What
-/// is known is there at once; sizes and pictures follow. Nothing here waits for the disk except renaming and the trash,
-/// which move one name each. Main thread.
+/// is known is there at once; sizes and pictures follow. Nothing here waits for the disk, which may be one that does
+/// not answer. Main thread.
 class RecordingLibrary {
   public:
     struct Options {
@@ -72,13 +74,25 @@ class RecordingLibrary {
     /// there; it is not called when this object is destroyed before.
     void add(const std::filesystem::path& place, std::function<void(std::optional<std::filesystem::path>)> completion);
 
-    /// Gives a recording's folder the typed name and returns its new path. Throws `RecorderError` with the sentence for
-    /// the user.
-    std::filesystem::path rename(const std::filesystem::path& folder, const std::string& typed);
-    /// Why it can neither be renamed nor go to the trash now; nullopt when it can.
+    /// Why it can neither be renamed nor go to the trash now, as far as the list knows; nullopt when it can. The
+    /// changes themselves look at the disk again.
     std::optional<std::string> changeRefusal(const std::filesystem::path& folder) const;
-    /// Throws `RecorderError` with the sentence for the user.
-    void moveToTrash(const std::filesystem::path& folder);
+    /// Whether a change of it is on its way.
+    bool isChanging(const std::filesystem::path& folder) const { return changing_.contains(folder); }
+
+    /// The new path, or the sentence for the user.
+    using RenameOutcome = std::variant<std::filesystem::path, RecorderError>;
+    /// Gives a recording's folder the typed name. `completion` is not called when this object is destroyed before.
+    void rename(const std::filesystem::path& folder, const std::string& typed,
+                std::function<void(const RenameOutcome& outcome)> completion);
+    struct TrashOutcome {
+        std::vector<std::filesystem::path> moved;
+        /// Why others stay where they are, as sentences for the user.
+        std::vector<RecorderError> refused;
+    };
+    /// Moves each of them to the trash, unless it is in use. `completion` as for `rename`.
+    void moveToTrash(std::vector<std::filesystem::path> folders,
+                     std::function<void(const TrashOutcome& outcome)> completion);
 
   private:
     /// What is learned of a recording after it is listed.
@@ -104,6 +118,9 @@ class RecordingLibrary {
     void tellSoon();
     bool isListedByRoot(const std::filesystem::path& folder) const;
     void setPlaces(std::vector<std::filesystem::path> places);
+    void renamed(const std::filesystem::path& folder, const std::filesystem::path& now);
+    void movedToTrash(const std::vector<std::filesystem::path>& folders);
+    RecordingUse useOf(const std::filesystem::path& folder) const;
     std::function<void(std::function<void()>)> toMain();
     std::function<bool()> isStopped() const;
 
@@ -117,13 +134,15 @@ class RecordingLibrary {
     bool isCut_ = false;
     std::set<std::filesystem::path> reading_;
     std::set<std::filesystem::path> readsAgain_;  // of those
-    std::unique_ptr<MainLoop::Timer> notice_;     // of changes, for several at once
+    std::multiset<std::filesystem::path> changing_;
+    std::unique_ptr<MainLoop::Timer> notice_;  // of changes, for several at once
     const render::OverviewCache cache_;
     std::stop_source stop_;
     Lifetime lifetime_;
     // One each, so that a place that does not answer holds up neither the root nor the pictures there.
     SerialQueue rootQueue_{"library.root"};
     SerialQueue placeQueue_{"library.places"};
+    SerialQueue changeQueue_{"library.changes"};
     SerialQueue detailQueue_{"library.details"};  // last: their threads use everything above
 };
 

@@ -16,6 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Paths = std::vector<fs::path>;
+using Names = std::vector<std::string>;
 
 class RecordingLibraryTest : public testing::Test {
   protected:
@@ -63,13 +64,28 @@ class RecordingLibraryTest : public testing::Test {
         });
     }
     const RecordingEntry& only() const { return library_->entries().at(0); }
-    static std::string failureOf(const std::function<void()>& step) {
-        try {
-            step();
-            return "";
-        } catch (const RecorderError& error) {
-            return error.message();
-        }
+    // The new path, or the sentence.
+    std::string rename(const fs::path& folder, const std::string& typed) {
+        std::optional<std::string> answer;
+        library_->rename(folder, typed, [&](const RecordingLibrary::RenameOutcome& outcome) {
+            const auto* const error = std::get_if<RecorderError>(&outcome);
+            answer = error != nullptr ? error->message() : std::get<fs::path>(outcome).string();
+        });
+        EXPECT_TRUE(library_->isChanging(folder));
+        EXPECT_TRUE(loop_.runUntil([&] { return answer.has_value(); }));
+        EXPECT_FALSE(library_->isChanging(folder));
+        return answer.value_or("");
+    }
+    // The sentences about what stays where it is.
+    Names trash(const Paths& folders) {
+        std::optional<Names> refused;
+        library_->moveToTrash(folders, [&](const RecordingLibrary::TrashOutcome& outcome) {
+            refused.emplace();
+            for (const RecorderError& error : outcome.refused) refused->push_back(error.message());
+            EXPECT_EQ(outcome.moved.size() + outcome.refused.size(), folders.size());
+        });
+        EXPECT_TRUE(loop_.runUntil([&] { return refused.has_value(); }));
+        return refused.value_or(Names{});
     }
 
     TemporaryFolder home_;
@@ -198,21 +214,21 @@ TEST_F(RecordingLibraryTest, RenamesTheFolder) {
     makeRealRecording(root_ / "A");
     open();
     ASSERT_TRUE(untilLearned([this] { return library_->isRead() && library_->picture(root_ / "A"); }));
-    EXPECT_EQ(library_->rename(root_ / "A", "  Übung 1 "), root_ / "Übung 1");
-    EXPECT_EQ(names(), std::vector<std::string>{"Übung 1"}) << "at once";
+    EXPECT_EQ(rename(root_ / "A", "  Übung 1 "), root_ / "Übung 1");
+    EXPECT_EQ(names(), std::vector<std::string>{"Übung 1"}) << "before the disk is read again";
     EXPECT_TRUE(library_->picture(root_ / "Übung 1"));
     EXPECT_TRUE(fs::exists(root_ / "Übung 1/source.mov"));
     EXPECT_FALSE(fs::exists(root_ / "A"));
     loop_.runPending();
     EXPECT_EQ(names(), std::vector<std::string>{"Übung 1"});
-    EXPECT_EQ(library_->rename(root_ / "Übung 1", "Übung 1"), root_ / "Übung 1");
+    EXPECT_EQ(rename(root_ / "Übung 1", "Übung 1"), root_ / "Übung 1");
 }
 
 TEST_F(RecordingLibraryTest, APlaceElsewhereIsRememberedByItsNewName) {
     makeRecording(home_ / "C");
     open({home_ / "C"});
     ASSERT_TRUE(untilNames({"C"}));
-    EXPECT_EQ(library_->rename(home_ / "C", "D"), home_ / "D");
+    EXPECT_EQ(rename(home_ / "C", "D"), home_ / "D");
     EXPECT_EQ(remembered_, Paths{home_ / "D"});
     EXPECT_TRUE(untilNames({"D"}));
 }
@@ -222,21 +238,21 @@ TEST_F(RecordingLibraryTest, RefusesNamesAndRecordingsInUse) {
     makeRecording(root_ / "B");
     open();
     ASSERT_TRUE(untilNames({"A", "B"}));
-    const auto rename = [&](const std::string& name) {
-        return failureOf([&] { library_->rename(root_ / "A", name); });
-    };
-    const auto trash = [&] { return failureOf([&] { library_->moveToTrash(root_ / "A"); }); };
+    const auto rename = [&](const std::string& name) { return RecordingLibraryTest::rename(root_ / "A", name); };
+    const auto trash = [&] { return RecordingLibraryTest::trash({root_ / "A"}).at(0); };
     EXPECT_EQ(rename(" "), "Der Name ist leer.");
     EXPECT_EQ(rename("B"), "Es gibt hier schon etwas mit dem Namen „B“.");
     use_ = RecordingUse::edited;
     EXPECT_EQ(rename("C"), "„A“ ist im Editor geöffnet. Schließe ihn zuerst.");
     EXPECT_EQ(trash(), "„A“ ist im Editor geöffnet. Schließe ihn zuerst.");
+    EXPECT_EQ(library_->changeRefusal(root_ / "A"), "„A“ ist im Editor geöffnet. Schließe ihn zuerst.");
     use_ = RecordingUse::rendered;
     EXPECT_EQ(trash(), "„A“ wird gerade gerendert.");
     use_ = RecordingUse::none;
     {
         // Begun a moment ago: the list does not know yet.
         const capture::Journal recorder(root_ / "A");
+        EXPECT_EQ(library_->changeRefusal(root_ / "A"), std::nullopt);
         EXPECT_EQ(rename("C"), "„A“ wird gerade aufgenommen.");
         EXPECT_EQ(trash(), "„A“ wird gerade aufgenommen.");
     }
@@ -249,13 +265,31 @@ TEST_F(RecordingLibraryTest, RefusesNamesAndRecordingsInUse) {
 TEST_F(RecordingLibraryTest, MovesToTheTrash) {
     makeRecording(root_ / "A");
     makeRecording(root_ / "B");
+    makeRecording(root_ / "C");
     open();
-    ASSERT_TRUE(untilNames({"A", "B"}));
-    library_->moveToTrash(root_ / "A");
-    EXPECT_EQ(names(), std::vector<std::string>{"B"}) << "at once";
-    EXPECT_TRUE(fs::exists(home_ / "Trash/files/A/source.mov"));
-    EXPECT_TRUE(fs::exists(home_ / "Trash/info/A.trashinfo"));
-    EXPECT_FALSE(fs::exists(root_ / "A"));
+    ASSERT_TRUE(untilNames({"A", "B", "C"}));
+    const capture::Journal recorder(root_ / "B");
+    EXPECT_EQ(trash({root_ / "A", root_ / "B", root_ / "C"}), Names{"„B“ wird gerade aufgenommen."});
+    EXPECT_EQ(names(), Names{"B"}) << "before the disk is read again";
+    for (const char* name : {"A", "C"}) {
+        EXPECT_TRUE(fs::exists(home_ / "Trash/files" / name / "source.mov"));
+        EXPECT_TRUE(fs::exists(home_ / "Trash/info" / (std::string(name) + ".trashinfo")));
+        EXPECT_FALSE(fs::exists(root_ / name));
+    }
+    EXPECT_TRUE(fs::exists(root_ / "B/source.mov"));
+}
+
+// An answer that has no one to go to any more.
+TEST_F(RecordingLibraryTest, EndsWhileItRenames) {
+    makeRecording(root_ / "A");
+    open();
+    ASSERT_TRUE(untilNames({"A"}));
+    bool answered = false;
+    library_->rename(root_ / "A", "B", [&](const auto&) { answered = true; });
+    library_.reset();
+    loop_.advance(1);
+    EXPECT_FALSE(answered);
+    EXPECT_TRUE(fs::exists(root_ / "B")) << "it was awaited";
 }
 
 TEST_F(RecordingLibraryTest, EndsWhileItReads) {

@@ -2,6 +2,7 @@
 #include "app/library/recording_search.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <compare>
 #include <cstddef>
@@ -184,6 +185,25 @@ bool matchesQuery(const RecordingEntry& entry, std::string_view query) {
         return plain.find(foldedText(word, Umlauts::plain)) != std::string::npos ||
                spelled.find(foldedText(word, Umlauts::spelled)) != std::string::npos;
     });
+}
+
+namespace {
+
+// In the order of the enumeration.
+constexpr std::array<std::string_view, 8> kOrderNames = {"newestFirst",    "oldestFirst",  "nameAscending",
+                                                         "nameDescending", "longestFirst", "shortestFirst",
+                                                         "largestFirst",   "smallestFirst"};
+
+}  // namespace
+
+std::string_view recordingOrderName(RecordingOrder order) {
+    return kOrderNames.at(static_cast<std::size_t>(order));
+}
+
+RecordingOrder recordingOrderNamed(std::string_view name) {
+    const auto found = std::find(kOrderNames.begin(), kOrderNames.end(), name);
+    return found == kOrderNames.end() ? RecordingOrder::newestFirst
+                                      : static_cast<RecordingOrder>(found - kOrderNames.begin());
 }
 
 std::vector<RecordingEntry> shownRecordings(const std::vector<RecordingEntry>& all, std::string_view query,

@@ -35,6 +35,10 @@ enum class RecordingOrder {
     smallestFirst
 };
 
+/// A name for preferences, and the order of a name; the first order for any other text.
+std::string_view recordingOrderName(RecordingOrder order);
+RecordingOrder recordingOrderNamed(std::string_view name);
+
 /// The entries that match, in this order. What has no value for the order comes last; equal ones are in the order of
 /// their names. Numbers within names count as numbers: "Lektion 2" is before "Lektion 10".
 std::vector<RecordingEntry> shownRecordings(const std::vector<RecordingEntry>& all, std::string_view query,

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/library/recording_texts.h"
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 
+#include "base/byte_text.h"
 #include "base/formatted.h"
 #include "base/saturated.h"
 
@@ -16,11 +16,6 @@ std::tm localTime(std::time_t time) {
     std::tm local{};
     localtime_r(&time, &local);
     return local;
-}
-
-std::string withComma(std::string number) {
-    std::replace(number.begin(), number.end(), '.', ',');
-    return number;
 }
 
 }  // namespace
@@ -49,19 +44,6 @@ std::string lengthText(double seconds) {
     const long long hours = whole / 3600;
     if (hours > 0) return formatted("%lld:%02lld:%02lld", hours, whole / 60 % 60, whole % 60);
     return formatted("%lld:%02lld", whole / 60, whole % 60);
-}
-
-std::string sizeText(std::uint64_t bytes) {
-    static constexpr std::array kUnits = {"kB", "MB", "GB", "TB"};
-    double number = static_cast<double>(bytes) / 1000;
-    std::size_t unit = 0;
-    // What would be written as 1000 is 1 of the next unit.
-    while (number >= 999.5 && unit + 1 < kUnits.size()) {
-        number /= 1000;
-        ++unit;
-    }
-    const int decimals = unit == 0 || number >= 99.95 ? 0 : 1;
-    return withComma(formatted("%.*f ", decimals, number)) + kUnits[unit];
 }
 
 std::vector<Badge> badgesOf(const RecordingEntry& entry) {
@@ -98,23 +80,36 @@ std::string spokenText(const RecordingEntry& entry) {
     const auto add = [&](const std::string& part) { text += ", " + part; };
     if (entry.createdAt) add(dateText(*entry.createdAt));
     if (entry.duration) add("Länge " + lengthText(*entry.duration));
-    if (entry.bytes) add("Größe " + sizeText(*entry.bytes));
+    if (entry.bytes) add("Größe " + byteText(*entry.bytes));
     for (const Badge& badge : badgesOf(entry)) add(badge.text);
     if (!entry.fault.empty()) add(entry.fault);
     return text;
 }
 
+namespace {
+
+// ", 3,4 GB"; empty until it is known of all.
+std::string sizeAfter(const std::vector<RecordingEntry>& all) {
+    std::uint64_t bytes = 0;
+    for (const RecordingEntry& entry : all) {
+        if (!entry.bytes) return {};
+        bytes += *entry.bytes;
+    }
+    return ", " + byteText(bytes);
+}
+
+}  // namespace
+
 std::string countText(const std::vector<RecordingEntry>& all, std::size_t shown) {
     if (all.empty()) return "Keine Aufnahmen";
     const std::string noun = all.size() == 1 ? " Aufnahme" : " Aufnahmen";
     if (shown != all.size()) return std::to_string(shown) + " von " + std::to_string(all.size()) + noun;
-    std::uint64_t bytes = 0;
-    bool isWhole = true;
-    for (const RecordingEntry& entry : all) {
-        isWhole = isWhole && entry.bytes;
-        bytes += entry.bytes.value_or(0);
-    }
-    return std::to_string(all.size()) + noun + (isWhole ? ", " + sizeText(bytes) : "");
+    return std::to_string(all.size()) + noun + sizeAfter(all);
+}
+
+std::string selectionText(const std::vector<RecordingEntry>& selected) {
+    const std::string noun = selected.size() == 1 ? " Aufnahme" : " Aufnahmen";
+    return std::to_string(selected.size()) + noun + " ausgewählt" + sizeAfter(selected);
 }
 
 }  // namespace lumivastor::app

@@ -19,8 +19,6 @@ std::string dateText(std::time_t time);
 std::string searchedDate(std::time_t time);
 /// "0:07", "12:34", "1:02:03"
 std::string lengthText(double seconds);
-/// "812 kB", "3,4 MB", "125 GB"; decimal, as file managers say it.
-std::string sizeText(std::uint64_t bytes);
 
 enum class BadgeKind { neutral, good, active, warning, fault };
 
@@ -41,5 +39,7 @@ std::string spokenText(const RecordingEntry& entry);
 
 /// "12 Aufnahmen, 3,4 GB"; with a query, "2 von 12 Aufnahmen".
 std::string countText(const std::vector<RecordingEntry>& all, std::size_t shown);
+/// "3 Aufnahmen ausgewählt, 1,2 GB"; without the size until it is known of all.
+std::string selectionText(const std::vector<RecordingEntry>& selected);
 
 }  // namespace lumivastor::app

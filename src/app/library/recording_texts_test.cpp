@@ -28,17 +28,6 @@ TEST(RecordingTexts, LengthsAreMinutesOrHours) {
     EXPECT_FALSE(lengthText(std::numeric_limits<double>::infinity()).empty());
 }
 
-TEST(RecordingTexts, SizesHaveAboutThreeDigits) {
-    EXPECT_EQ(sizeText(0), "0 kB");
-    EXPECT_EQ(sizeText(512), "1 kB");
-    EXPECT_EQ(sizeText(812'000), "812 kB");
-    EXPECT_EQ(sizeText(999'600), "1,0 MB");
-    EXPECT_EQ(sizeText(3'440'000), "3,4 MB");
-    EXPECT_EQ(sizeText(99'960'000), "100 MB");
-    EXPECT_EQ(sizeText(125'400'000'000), "125 GB");
-    EXPECT_EQ(sizeText(2'000'000'000'000'000), "2000 TB");
-}
-
 TEST(RecordingTexts, BadgesSayTheStateInWords) {
     using Badges = std::vector<Badge>;
     RecordingEntry entry = complete();

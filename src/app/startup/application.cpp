@@ -145,6 +145,18 @@ void keepExportFolder(const std::filesystem::path& folder) {
         .setValue(kExportFolder, QString::fromStdString(folder.string()));
 }
 
+constexpr const char* kRecordingOrder = "recordingOrder";
+
+RecordingOrder loadRecordingOrder() {
+    const QSettings settings(QSettings::IniFormat, QSettings::UserScope, "LumiVastor", "LumiVastor");
+    return recordingOrderNamed(settings.value(kRecordingOrder).toString().toStdString());
+}
+
+void keepRecordingOrder(RecordingOrder order) {
+    QSettings(QSettings::IniFormat, QSettings::UserScope, "LumiVastor", "LumiVastor")
+        .setValue(kRecordingOrder, QString::fromStdString(std::string(recordingOrderName(order))));
+}
+
 // Finishes the recording, ends exports and saves edits after the display server has taken all windows with it.
 void endWithoutWindows(AppDelegate& app, editor::EditorWindows& editors, ui::QtMainLoop& loop) {
     bool ended = false;
@@ -197,6 +209,8 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     AppWindows windows(
         {.editors = editors,
          .library = library,
+         .order = loadRecordingOrder(),
+         .orderChosen = keepRecordingOrder,
          .render = [&](const std::filesystem::path& folder) { editors.render(folder); },
          .checkForUpdates =
              updates.exist() ? std::function<void()>([&] { updates.check(delegate->window(), false); }) : nullptr,

@@ -126,6 +126,7 @@ MainWindowActions AppWindows::actions() {
     actions.renderStudioVideo = [this] { delegate_->renderStudioVideo(); };
     actions.revealFolder = [this] { delegate_->revealFolder(); };
     actions.noticeAction = [this](NoticeKind kind) { noticeAction(kind); };
+    actions.showExports = [this] { options_.editors.showExports(); };
     actions.about = [this] { showAbout(); };
     actions.checkForUpdates = options_.checkForUpdates;
     actions.terminate = [this] { terminate(AppDelegate::TerminationCause::user); };
@@ -391,7 +392,7 @@ void AppWindows::askForFolder(const std::string& message, const std::filesystem:
 
 void AppWindows::showRecordings() {
     if (!recordings_) {
-        recordings_ = std::make_unique<RecordingsWindow>(options_.library, recordingsActions());
+        recordings_ = std::make_unique<RecordingsWindow>(options_.library, recordingsActions(), options_.order);
         // Smaller on a screen that has no room for it.
         const QRect room = window_->screen()->availableGeometry();
         recordings_->resize(recordings_->size().boundedTo(room.size() - QSize(0, kTitleBar)));
@@ -407,6 +408,9 @@ RecordingsActions AppWindows::recordingsActions() {
     actions.open = [this](const std::filesystem::path& folder) { return delegate_->open(folder); };
     actions.render = options_.render;
     actions.complete = [this](const std::filesystem::path& folder) { delegate_->complete(folder); };
+    actions.check = [this](const std::filesystem::path& folder) { return delegate_->renderCheckVideo(folder); };
+    actions.showExports = [this] { options_.editors.showExports(); };
+    actions.orderChosen = options_.orderChosen;
     actions.reveal = [](const std::filesystem::path& folder) { ui::revealInFileViewer(folder); };
     actions.chooseFolder = [this](std::function<void(const std::string&)> refused) {
         delegate_->chooseFolder(std::move(refused));

@@ -27,6 +27,9 @@ class AppWindows final : public QObject, public AppView {
         editor::EditorWindows& editors;
         /// What the list of recordings shows.
         RecordingLibrary& library;
+        /// The order of the list that the user chose last, and where it goes when another one is chosen.
+        RecordingOrder order = RecordingOrder::newestFirst;
+        std::function<void(RecordingOrder order)> orderChosen = {};
         /// Exports a recording with its own settings.
         std::function<void(const std::filesystem::path& folder)> render;
         /// Without it the menu has no such item.

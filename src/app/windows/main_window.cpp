@@ -36,6 +36,7 @@ namespace {
 
 constexpr int kWidth = 580;
 constexpr int kHeight = 634;
+constexpr int kLeastHeight = 320;  // on the smallest of screens; the rest is scrolled
 constexpr int kRowWidth = 530;
 constexpr int kSourceWidth = 496;
 constexpr int kEdge = 20;
@@ -90,6 +91,14 @@ QCheckBox* box(const char* title, const char* name, const std::function<void(boo
     made->setObjectName(name);
     QObject::connect(made, &QCheckBox::clicked, made, toggled);
     return made;
+}
+
+// Assistive programs find the name of a list in its label; what they call its name is what is chosen.
+QLabel* hiddenLabel(QComboBox& popup) {
+    auto* label = new QLabel(popup.accessibleName());
+    label->setBuddy(&popup);
+    label->hide();
+    return label;
 }
 
 // A box with the meter of its sound beside it.
@@ -163,6 +172,7 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
     setObjectName("mainWindow");
     setWindowTitle("LumiVastor");
     setProperty("role", "window");
+    ui::makeWindow(*this);
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
     setFixedSize(kWidth, kHeight);
@@ -202,16 +212,22 @@ MainWindow::MainWindow(MainWindowActions actions) : actions_(std::move(actions))
 
 // Notices and large type may need more room than the fixed height. What the screen has no room for is scrolled.
 void MainWindow::takeRoom() {
+    const QSize room = screen()->availableSize() - kFrame;
     QLayout& contents = *content_->layout();
     contents.activate();
+    // One below the other on a screen that is too narrow for a row.
+    if (buttonRow_->direction() == QBoxLayout::LeftToRight &&
+        contents.totalMinimumSize().width() + area_->verticalScrollBar()->sizeHint().width() > room.width()) {
+        buttonRow_->setDirection(QBoxLayout::TopToBottom);
+        contents.activate();
+    }
     const int menus = layout()->totalMinimumSize().height() - layout()->minimumSize().height();
     int width = std::max(kWidth, contents.totalMinimumSize().width());
     const int needed = menus + (contents.hasHeightForWidth() ? contents.totalHeightForWidth(width)
                                                              : contents.totalMinimumSize().height());
-    const QSize room = screen()->availableSize() - kFrame;
-    if (needed > std::max(kHeight, room.height())) width += area_->verticalScrollBar()->sizeHint().width();
+    if (needed > room.height()) width += area_->verticalScrollBar()->sizeHint().width();
     setFixedSize(std::min(width, std::max(kWidth, room.width())),
-                 std::min(std::max(kHeight, needed), std::max(kHeight, room.height())));
+                 std::min(std::max(kHeight, needed), std::max(kLeastHeight, room.height())));
 }
 
 void MainWindow::buildMenus(QVBoxLayout& column) {
@@ -235,6 +251,13 @@ void MainWindow::buildMenus(QVBoxLayout& column) {
     add("Kopieren", "Ctrl+C", copySelection);
     add("Einsetzen", "Ctrl+V", [] { inTextField(&QLineEdit::paste); });
     add("Alles auswählen", "Ctrl+A", selectEverything);
+    QMenu* windows = bar->addMenu("Fenster");
+    showRecordings_ = windows->addAction("Aufnahmen", this, [this] { actions_.renderStudioVideo(); });
+    showRecordings_->setShortcut(QKeySequence("Ctrl+L"));
+    if (actions_.showExports) {
+        showExports_ = windows->addAction("Exporte", this, [this] { actions_.showExports(); });
+        showExports_->setShortcut(QKeySequence("Ctrl+E"));
+    }
     column.setMenuBar(bar);
 }
 
@@ -330,6 +353,7 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->addLayout(withLevel(microphoneBox_, microphoneLevel_, "microphoneLevel"));
     microphonePopup_ = devicePopup("Mikrofon", "microphonePopup", actions_.microphoneSelected);
     microphonePopup_->setFixedWidth(kDeviceWidth);
+    boxes->addWidget(hiddenLabel(*microphonePopup_));
     boxes->addWidget(microphonePopup_);
     boxes->addSpacing(kGroupSpace);
 
@@ -338,6 +362,7 @@ void MainWindow::buildBoxes(QVBoxLayout& column) {
     boxes->addWidget(webcamBox_);
     cameraPopup_ = devicePopup("Kamera", "cameraPopup", actions_.cameraSelected);
     cameraPopup_->setFixedWidth(kDeviceWidth);
+    boxes->addWidget(hiddenLabel(*cameraPopup_));
     boxes->addWidget(cameraPopup_);
     boxes->addStretch(1);
     // Their room is kept until the devices are listed, unless large type needs it.
@@ -402,13 +427,13 @@ void MainWindow::buildButtons(QVBoxLayout& column) {
     recordButton_->setMinimumWidth(kRowWidth);
     recordButton_->setShortcut(Qt::Key_Return);
     column.addWidget(recordButton_);
-    auto* row = new QHBoxLayout;
-    row->setSpacing(kSpacing);
+    buttonRow_ = new QBoxLayout(QBoxLayout::LeftToRight);
+    buttonRow_->setSpacing(kSpacing);
     studioButton_ = button("Aufnahme bearbeiten …", "studioButton", actions_.renderStudioVideo);
     renderButton_ = button("Prüfvideo erzeugen …", "renderButton", actions_.renderCheckVideo);
     revealButton_ = button("Aufnahmeordner öffnen", "revealButton", actions_.revealFolder);
-    for (QPushButton* each : {studioButton_, renderButton_, revealButton_}) row->addWidget(each, 1);
-    column.addLayout(row);
+    for (QPushButton* each : {studioButton_, renderButton_, revealButton_}) buttonRow_->addWidget(each, 1);
+    column.addLayout(buttonRow_);
 }
 
 void MainWindow::buildStatus(QVBoxLayout& column) {
@@ -510,6 +535,10 @@ void MainWindow::showButtons(const MainWindowState& state) {
         each->setEnabled(state.controlsEnabled);
     }
     renderButton_->setEnabled(state.controlsEnabled && !state.progress);
+    // No window opens that would be in the picture of a recording.
+    for (QAction* each : {showRecordings_, showExports_}) {
+        if (each != nullptr) each->setEnabled(state.controlsEnabled);
+    }
 }
 
 void MainWindow::showNotices(const std::map<NoticeKind, Notice>& notices) {
@@ -582,6 +611,13 @@ void MainWindow::hideEvent(QHideEvent*) {
 void MainWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::WindowStateChange) tellShown();
+}
+
+// The area does this only for keys that one of its own controls has got.
+bool MainWindow::focusNextPrevChild(bool next) {
+    const bool hasMoved = QWidget::focusNextPrevChild(next);
+    if (hasMoved && focusWidget() != nullptr) area_->ensureWidgetVisible(focusWidget());
+    return hasMoved;
 }
 
 void MainWindow::resizeEvent(QResizeEvent*) {

@@ -11,6 +11,7 @@
 #include "capture/recording/webcam_preview.h"
 
 class QAction;
+class QBoxLayout;
 class QCheckBox;
 class QComboBox;
 class QHBoxLayout;
@@ -56,6 +57,8 @@ struct MainWindowActions {
     std::function<void()> renderStudioVideo;
     std::function<void()> revealFolder;
     std::function<void(NoticeKind)> noticeAction;
+    /// Shows the list of exports. Without it the menu has no such item.
+    std::function<void()> showExports;
     std::function<void()> about;
     /// Without it the menu has no such item.
     std::function<void()> checkForUpdates;
@@ -80,6 +83,7 @@ class MainWindow final : public QWidget {
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void changeEvent(QEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
   private:
     void buildMenus(QVBoxLayout& column);
@@ -123,6 +127,9 @@ class MainWindow final : public QWidget {
     DevicePopup shownCardSounds_;
     bool toldShown_ = false;
     CameraView* webcamPreviewContainer_ = nullptr;
+    QAction* showRecordings_ = nullptr;
+    QAction* showExports_ = nullptr;
+    QBoxLayout* buttonRow_ = nullptr;
     QPushButton* recordButton_ = nullptr;
     QPushButton* renderButton_ = nullptr;
     QPushButton* studioButton_ = nullptr;

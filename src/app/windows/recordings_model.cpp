@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/library/recording_texts.h"
+#include "base/byte_text.h"
 
 namespace lumivastor::app {
 
@@ -90,7 +91,7 @@ QString RecordingsModel::text(const RecordingEntry& entry, int column) const {
         case length:
             return entry.duration ? qt(lengthText(*entry.duration)) : QString("–");
         case size:
-            return entry.bytes ? qt(sizeText(*entry.bytes)) : QString("…");
+            return entry.bytes ? qt(byteText(*entry.bytes)) : QString("…");
         default:
             break;
     }

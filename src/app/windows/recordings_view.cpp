@@ -7,9 +7,11 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScreen>
 #include <QStyledItemDelegate>
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "app/windows/recordings_model.h"
 #include "ui/icons.h"
@@ -166,18 +168,31 @@ class RowPainter final : public QStyledItemDelegate {
         if (entry == nullptr) return;
         painter.setFont(badgeFont(option.font));
         const int height = QFontMetrics(badgeFont(option.font)).height() + theme::kTight;
-        int x = option.rect.x() + theme::kNear;
-        for (const Badge& badge : badgesOf(*entry)) {
+        const std::vector<Badge> badges = badgesOf(*entry);
+        const int left = option.rect.x() + theme::kNear;
+        int wide = -theme::kTight;
+        for (const Badge& badge : badges) {
+            wide += badgeWidth(option.font, QString::fromStdString(badge.text)) + theme::kTight;
+        }
+        // One below the other where the column is narrow.
+        const bool isColumn = left + wide > option.rect.right() + 1;
+        const int lines = isColumn ? static_cast<int>(badges.size()) : 1;
+        int y = option.rect.y() + (option.rect.height() - lines * height - (lines - 1) * theme::kTight / 2) / 2;
+        int x = left;
+        for (const Badge& badge : badges) {
             const QString text = QString::fromStdString(badge.text);
-            const QRect place(x, option.rect.y() + (option.rect.height() - height) / 2, badgeWidth(option.font, text),
-                              height);
+            const QRect place(x, y, badgeWidth(option.font, text), height);
             const BadgeColours colours = coloursOf(badge.kind);
             painter.setPen(Qt::NoPen);
             painter.setBrush(colours.ground);
             painter.drawRoundedRect(place, height / 2.0, height / 2.0);
             painter.setPen(colours.text);
             painter.drawText(place, Qt::AlignCenter, text);
-            x = place.right() + 1 + theme::kTight;
+            if (isColumn) {
+                y += height + theme::kTight / 2;
+            } else {
+                x = place.right() + 1 + theme::kTight;
+            }
         }
     }
 
@@ -193,7 +208,8 @@ RecordingsView::RecordingsView(RecordingsModel& model, QWidget* parent) : QTreeV
     setItemDelegate(new RowPainter(model, this));
     setRootIsDecorated(false);
     setUniformRowHeights(true);
-    setSelectionMode(QAbstractItemView::SingleSelection);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
     setEditTriggers(QAbstractItemView::EditKeyPressed);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -220,19 +236,40 @@ void RecordingsView::fitColumns() {
     header()->resizeSection(RecordingsModel::date, wide("88.88.8888, 88:88"));
     // Headings are small, but have room for the arrow of the order.
     constexpr int kArrow = 18;
-    header()->resizeSection(RecordingsModel::length, std::max(wide("88:88:88"), wide("Länge") + kArrow));
-    header()->resizeSection(RecordingsModel::size, std::max(wide("888,8 MB"), wide("Größe") + kArrow));
-    header()->resizeSection(RecordingsModel::state, badgeWidth(font(), "Bearbeitet") + theme::kTight +
-                                                        badgeWidth(font(), "Wird gerendert") + 2 * theme::kNear);
-    int width = 0;
-    for (const int each :
-         {RecordingsModel::date, RecordingsModel::length, RecordingsModel::size, RecordingsModel::state}) {
-        width += header()->sectionSize(each);
-    }
+    lengthWidth_ = std::max(wide("88:88:88"), wide("Länge") + kArrow);
+    sizeWidth_ = std::max(wide("888,8 MB"), wide("Größe") + kArrow);
+    header()->resizeSection(RecordingsModel::length, lengthWidth_);
+    header()->resizeSection(RecordingsModel::size, sizeWidth_);
     // The name that a recording gets by itself has room; the picture, the scroll bar and the frame, too.
     constexpr int kFrame = 24;
-    const int names = QFontMetrics(nameFont(font())).horizontalAdvance("8888-88-88_88-88-88");
-    setMinimumSize(width + kPicture.width() + names + theme::kApart + 2 * theme::kNear + kFrame, kLeastHeight);
+    besideStates_ = kPicture.width() + theme::kApart + 2 * theme::kNear + kFrame +
+                    QFontMetrics(nameFont(font())).horizontalAdvance("8888-88-88_88-88-88") +
+                    header()->sectionSize(RecordingsModel::date) + lengthWidth_ + sizeWidth_;
+    // Around the list are the window's edges and its frame.
+    constexpr int kAround = 60;
+    const int room = screen()->availableSize().width() - kAround;
+    setMinimumSize(std::min(besideStates_ + oneBadge(), room), kLeastHeight);
+    fitWidth();
+}
+
+int RecordingsView::oneBadge() const {
+    return badgeWidth(font(), "Wird aufgenommen") + 2 * theme::kNear;
+}
+
+// Two badges stand side by side where the list is wide enough, or else one below the other. On the narrowest of screens
+// names need the room of lengths and sizes.
+void RecordingsView::fitWidth() {
+    const int all = besideStates_ + oneBadge();
+    setColumnHidden(RecordingsModel::size, width() < all);
+    setColumnHidden(RecordingsModel::length, width() < all - sizeWidth_);
+    const int two =
+        badgeWidth(font(), "Bearbeitet") + theme::kTight + badgeWidth(font(), "Wird gerendert") + 2 * theme::kNear;
+    header()->resizeSection(RecordingsModel::state, width() >= besideStates_ + two ? two : oneBadge());
+}
+
+void RecordingsView::resizeEvent(QResizeEvent* event) {
+    QTreeView::resizeEvent(event);
+    fitWidth();
 }
 
 void RecordingsView::drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
@@ -249,6 +286,13 @@ void RecordingsView::drawRow(QPainter* painter, const QStyleOptionViewItem& opti
     QStyleOptionViewItem plain = option;
     plain.state &= ~QStyle::State_HasFocus;
     QTreeView::drawRow(painter, plain, index);
+}
+
+QItemSelectionModel::SelectionFlags RecordingsView::selectionCommand(const QModelIndex& index,
+                                                                     const QEvent* event) const {
+    // A click beside the rows leaves them selected.
+    if (!index.isValid()) return QItemSelectionModel::NoUpdate;
+    return QTreeView::selectionCommand(index, event);
 }
 
 void RecordingsView::changeEvent(QEvent* event) {

@@ -23,6 +23,16 @@ class RecordingsView final : public QTreeView {
   protected:
     void drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event = nullptr) const override;
+
+  private:
+    int oneBadge() const;
+    void fitWidth();
+
+    int lengthWidth_ = 0, sizeWidth_ = 0;
+    int besideStates_ = 0;  // the width that everything but the states' column needs
 };
 
 }  // namespace lumivastor::app

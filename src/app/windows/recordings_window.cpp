@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSet>
@@ -27,7 +26,8 @@
 #include "app/library/recording_texts.h"
 #include "app/windows/recordings_model.h"
 #include "app/windows/recordings_view.h"
-#include "base/recorder_error.h"
+#include "ui/accessible.h"
+#include "ui/flow_layout.h"
 #include "ui/icons.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
@@ -41,7 +41,7 @@ namespace theme = ui::theme;
 constexpr QSize kUsualSize(980, 640);  // for type of the usual size
 constexpr double kUsualType = 10;      // in points
 constexpr int kEdge = 20;
-constexpr QSize kButtonIcon(16, 16);
+constexpr int kButtonIcon = 16;
 // Programs change a folder several times in a row.
 constexpr int kWatchDelay = 300;  // milliseconds
 constexpr int kPollInterval = 2000;
@@ -83,7 +83,8 @@ QPushButton* iconButton(const char* icon, const char* title, const char* name) {
     auto* made = button("", name);
     made->setProperty("role", "icon");
     made->setIcon(ui::icon(icon));
-    made->setIconSize(kButtonIcon);
+    const int side = theme::iconSide(kButtonIcon);
+    made->setIconSize(QSize(side, side));
     made->setAccessibleName(title);
     return made;
 }
@@ -98,11 +99,12 @@ std::vector<std::filesystem::path> droppedFolders(const QMimeData& data) {
 
 }  // namespace
 
-RecordingsWindow::RecordingsWindow(RecordingLibrary& library, RecordingsActions actions)
-    : library_(library), actions_(std::move(actions)) {
+RecordingsWindow::RecordingsWindow(RecordingLibrary& library, RecordingsActions actions, RecordingOrder order)
+    : library_(library), actions_(std::move(actions)), order_(order) {
     setObjectName("recordingsWindow");
     setWindowTitle("LumiVastor – Aufnahmen");
     setProperty("role", "window");
+    ui::makeWindow(*this);
     setAttribute(Qt::WA_StyledBackground);
     setAcceptDrops(true);
     setStyleSheet(sheet(font()));
@@ -169,6 +171,7 @@ void RecordingsWindow::buildSearch(QVBoxLayout& column) {
         // The first hit is what Enter opens.
         selected_.clear();
         selectedRow_ = 0;
+        allSelected_.clear();
         refreshRows();
     });
     connect(searchField_, &QLineEdit::returnPressed, this, [this] { openSelected(); });
@@ -178,11 +181,23 @@ void RecordingsWindow::buildSearch(QVBoxLayout& column) {
     orderPopup_->addItems({"Neueste zuerst", "Älteste zuerst", "Name A–Z", "Name Z–A", "Längste zuerst",
                            "Kürzeste zuerst", "Größte zuerst", "Kleinste zuerst"});
     connect(orderPopup_, &QComboBox::activated, this,
-            [this](int index) { setOrder(static_cast<RecordingOrder>(index)); });
+            [this](int index) { chooseOrder(static_cast<RecordingOrder>(index)); });
+    QPushButton* const exports = button("Exporte", "exportsButton");
+    // As high as the list beside it.
+    exports->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Preferred);
+    exports->setToolTip("Zeigt, was gerade gerendert wird und was fertig ist (Strg+E)");
+    const auto showExports = [this] { actions_.showExports(); };
+    connect(exports, &QPushButton::clicked, this, showExports);
+    connect(new QShortcut(QKeySequence("Ctrl+E"), this), &QShortcut::activated, this, showExports);
+    // What assistive programs call a list's name is what is chosen; they find its own in its label.
+    auto* orderName = new QLabel("Reihenfolge", this);
+    orderName->setBuddy(orderPopup_);
+    orderName->hide();
     auto* row = new QHBoxLayout;
     row->setSpacing(theme::kNear);
     row->addWidget(searchField_, 1);
     row->addWidget(orderPopup_);
+    row->addWidget(exports);
     column.addLayout(row);
 }
 
@@ -199,6 +214,7 @@ void RecordingsWindow::buildList(QVBoxLayout& column) {
         }
         refreshCommands();
     });
+    connect(view_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { selectionChanged(); });
     // What has changed while a name was typed.
     connect(view_->itemDelegate(), &QAbstractItemDelegate::closeEditor, this,
             [this] { QTimer::singleShot(0, this, [this] { refreshRows(); }); });
@@ -261,8 +277,7 @@ void RecordingsWindow::buildMessage(QVBoxLayout& column) {
 }
 
 void RecordingsWindow::buildButtons(QVBoxLayout& column) {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(theme::kNear);
+    auto* row = new ui::FlowLayout(theme::kNear);
     QPushButton* const choose = button("Ordner wählen …", "chooseFolderButton");
     choose->setProperty("role", "bottom");
     choose->setToolTip("Öffnet eine Aufnahme in einem anderen Ordner (Strg+O)");
@@ -286,7 +301,7 @@ void RecordingsWindow::buildButtons(QVBoxLayout& column) {
     }
     openButton_->setProperty("role", "main");
     row->addWidget(choose);
-    row->addWidget(countLabel_, 1);
+    row->addFilling(countLabel_, countLabel_->minimumWidth());
     for (QPushButton* each : {trashButton_, revealButton_, renameButton_, renderButton_, openButton_}) {
         row->addWidget(each);
     }
@@ -309,6 +324,7 @@ void RecordingsWindow::makeCommands() {
     renderCommand_ = command("Rendern", {QKeySequence("Ctrl+R")}, [this] { renderSelected(); });
     renameCommand_ = command("Umbenennen", {Qt::Key_F2}, [this] { renameSelected(); });
     revealCommand_ = command("In Dateiverwaltung zeigen", {QKeySequence("Ctrl+D")}, [this] { revealSelected(); });
+    checkCommand_ = command("Prüfvideo erzeugen", {QKeySequence("Ctrl+P")}, [this] { checkSelected(); });
     trashCommand_ = command(kTrash, {Qt::Key_Delete}, [this] { askToTrash(); });
     struct Pair {
         QPushButton* pressed;
@@ -337,7 +353,7 @@ void RecordingsWindow::makeCommands() {
 }
 
 void RecordingsWindow::showMenu(const QPoint& place) {
-    if (selected() == nullptr) return;
+    if (allSelected().empty()) return;
     const QModelIndex at = view_->indexAt(place);
     // The menu key asks at the middle of the view; the menu belongs to the selected row.
     const QRect row = view_->visualRect(view_->currentIndex());
@@ -347,6 +363,7 @@ void RecordingsWindow::showMenu(const QPoint& place) {
     menu->setObjectName("recordingMenu");
     menu->addAction(openCommand_);
     menu->addAction(renderCommand_);
+    menu->addAction(checkCommand_);
     menu->addSeparator();
     menu->addAction(renameCommand_);
     menu->addAction(revealCommand_);
@@ -360,13 +377,29 @@ void RecordingsWindow::showMenu(const QPoint& place) {
 void RecordingsWindow::refreshRows() {
     if (view_->isRenaming()) return;
     const std::string query = searchField_->text().toStdString();
+    // Places elsewhere may be read before the root, but the first of all is selected at first.
+    if (!std::exchange(wasRead_, library_.isRead()) && wasRead_) {
+        selected_.clear();
+        selectedRow_ = 0;
+        allSelected_.clear();
+    }
     std::vector<RecordingEntry> rows = shownRecordings(library_.entries(), query, order_);
     const std::size_t count = rows.size();
     const int place = selectedRow_;
     const std::filesystem::path folder = selected_;
+    const std::vector<std::filesystem::path> all = allSelected_;
+    isRefreshing_ = true;
     model_->setRows(std::move(rows), [this](const std::filesystem::path& each) { return library_.picture(each); });
     // What is gone leaves the selection to what is in its place now.
     selectRow(model_->rowOf(folder).value_or(std::min(place, static_cast<int>(count) - 1)));
+    for (const std::filesystem::path& each : all) {
+        const auto row = model_->rowOf(each);
+        if (!row) continue;
+        view_->selectionModel()->select(model_->index(*row, RecordingsModel::name),
+                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+    isRefreshing_ = false;
+    selectionChanged();
 
     const bool isEmpty = library_.entries().empty();
     pages_->setCurrentIndex(count == 0 && library_.isRead() ? 1 : 0);
@@ -379,9 +412,6 @@ void RecordingsWindow::refreshRows() {
         emptyHeading_->setText("Keine Aufnahme passt zu „" + searchField_->text().trimmed() + "“");
         emptyText_->setText("Gesucht wird in Namen und im Datum, zum Beispiel „März 2025“ oder „14.03.“.");
     }
-    QString text = library_.isRead() ? qt(countText(library_.entries(), count)) : QString();
-    if (library_.isCut()) text += " – es gibt mehr Ordner, als hier gezeigt werden";
-    countLabel_->setFullText(text);
     const auto isWritten = [](const RecordingEntry& entry) {
         return entry.state == RecordingState::inProgress || entry.isBeingRendered || entry.isBeingCompleted;
     };
@@ -391,19 +421,42 @@ void RecordingsWindow::refreshRows() {
     } else {
         poll_.stop();
     }
-    refreshCommands();
     refreshWatch();
 }
 
+void RecordingsWindow::refreshCount() {
+    const std::vector<RecordingEntry> chosen = allSelected();
+    if (chosen.size() > 1) {
+        countLabel_->setFullText(qt(selectionText(chosen)));
+        return;
+    }
+    const auto count = static_cast<std::size_t>(model_->rowCount());
+    QString text = library_.isRead() ? qt(countText(library_.entries(), count)) : QString();
+    if (library_.isCut()) text += " – es gibt mehr Ordner, als hier gezeigt werden";
+    countLabel_->setFullText(text);
+}
+
+void RecordingsWindow::selectionChanged() {
+    if (isRefreshing_) return;
+    allSelected_.clear();
+    for (const RecordingEntry& entry : allSelected()) allSelected_.push_back(entry.folder);
+    refreshCommands();
+    refreshCount();
+}
+
 void RecordingsWindow::refreshCommands() {
+    const std::vector<RecordingEntry> chosen = allSelected();
     const RecordingEntry* const entry = selected();
     const RecordingCommands can = entry != nullptr ? commandsOf(*entry) : RecordingCommands{};
     const QString title = can.canComplete ? kComplete : kOpen;
     openCommand_->setText(title);
     openButton_->setText(title);
     openCommand_->setEnabled(can.canOpen || can.canComplete);
-    renderCommand_->setEnabled(can.canRender);
-    for (QAction* each : {renameCommand_, revealCommand_, trashCommand_}) each->setEnabled(entry != nullptr);
+    renderCommand_->setEnabled(std::any_of(chosen.begin(), chosen.end(),
+                                           [](const RecordingEntry& each) { return commandsOf(each).canRender; }));
+    checkCommand_->setEnabled(can.canOpen);
+    for (QAction* each : {renameCommand_, revealCommand_}) each->setEnabled(entry != nullptr);
+    trashCommand_->setEnabled(!chosen.empty());
     const std::pair<QPushButton*, QAction*> pairs[] = {{openButton_, openCommand_},
                                                        {renderButton_, renderCommand_},
                                                        {renameButton_, renameCommand_},
@@ -427,7 +480,16 @@ void RecordingsWindow::refreshWatch() {
 }
 
 const RecordingEntry* RecordingsWindow::selected() const {
-    return model_->entry(view_->currentIndex());
+    const QModelIndexList rows = view_->selectionModel()->selectedRows();
+    return rows.size() == 1 ? model_->entry(rows.front()) : nullptr;
+}
+
+std::vector<RecordingEntry> RecordingsWindow::allSelected() const {
+    std::vector<RecordingEntry> all;
+    for (const QModelIndex& row : view_->selectionModel()->selectedRows()) {
+        if (const RecordingEntry* entry = model_->entry(row)) all.push_back(*entry);
+    }
+    return all;
 }
 
 void RecordingsWindow::selectRow(int row) {
@@ -467,6 +529,11 @@ void RecordingsWindow::setOrder(RecordingOrder order) {
     view_->scrollTo(view_->currentIndex());
 }
 
+void RecordingsWindow::chooseOrder(RecordingOrder order) {
+    setOrder(order);
+    if (actions_.orderChosen) actions_.orderChosen(order);
+}
+
 void RecordingsWindow::columnClicked(int column) {
     using Order = RecordingOrder;
     static constexpr std::pair<Order, Order> kOrders[] = {{Order::nameAscending, Order::nameDescending},
@@ -478,7 +545,7 @@ void RecordingsWindow::columnClicked(int column) {
         return;
     }
     const auto& [first, second] = kOrders[column];
-    setOrder(order_ == first ? second : first);
+    chooseOrder(order_ == first ? second : first);
 }
 
 void RecordingsWindow::tell(const std::string& sentence) {
@@ -487,106 +554,6 @@ void RecordingsWindow::tell(const std::string& sentence) {
     if (sentence.empty()) return;
     QAccessibleEvent event(messageLabel_, QAccessible::Alert);
     QAccessible::updateAccessibility(&event);
-}
-
-// Commands
-
-void RecordingsWindow::openSelected() {
-    const RecordingEntry* const entry = selected();
-    if (entry == nullptr) return;
-    const RecordingCommands can = commandsOf(*entry);
-    tell("");
-    const std::filesystem::path folder = entry->folder;
-    if (can.canComplete) {
-        actions_.complete(folder);
-        library_.refresh();
-    } else if (can.canOpen) {
-        if (const auto refusal = actions_.open(folder)) tell(*refusal);
-    } else {
-        tell(entry->fault.empty() ? useRefusal(*entry, RecordingUse::none).value_or("") : entry->fault);
-    }
-}
-
-void RecordingsWindow::renderSelected() {
-    if (const RecordingEntry* const entry = selected(); entry != nullptr && commandsOf(*entry).canRender) {
-        tell("");
-        actions_.render(std::filesystem::path(entry->folder));
-        library_.refresh();
-    }
-}
-
-void RecordingsWindow::renameSelected() {
-    const RecordingEntry* const entry = selected();
-    if (entry == nullptr) return;
-    if (const auto refusal = library_.changeRefusal(entry->folder)) {
-        tell(*refusal);
-        return;
-    }
-    tell("");
-    view_->setFocus();
-    view_->edit(model_->index(view_->currentIndex().row(), RecordingsModel::name));
-}
-
-void RecordingsWindow::rename(const std::filesystem::path& folder, const std::string& typed) {
-    try {
-        const std::filesystem::path renamed = library_.rename(folder, typed);
-        selected_ = renamed;
-        refreshRows();
-        select(renamed);
-    } catch (const RecorderError& error) {
-        tell(error.message());
-    }
-}
-
-void RecordingsWindow::revealSelected() {
-    if (const RecordingEntry* const entry = selected()) actions_.reveal(std::filesystem::path(entry->folder));
-}
-
-void RecordingsWindow::askToTrash() {
-    const RecordingEntry* const entry = selected();
-    if (entry == nullptr) return;
-    const std::filesystem::path folder = entry->folder;
-    if (const auto refusal = library_.changeRefusal(folder)) {
-        tell(*refusal);
-        return;
-    }
-    tell("");
-    auto* box = new QMessageBox(this);
-    box->setObjectName("trashDialog");
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowTitle(kTrash);
-    box->setTextFormat(Qt::PlainText);
-    box->setText("„" + qt(folder.filename().string()) + "“ in den Papierkorb verschieben?");
-    box->setInformativeText(
-        "Die Aufnahme kommt mit allem, was in ihrem Ordner liegt, in den Papierkorb und lässt sich dort "
-        "wiederherstellen.");
-    const QPushButton* const move = box->addButton(kTrash, QMessageBox::AcceptRole);
-    box->setDefaultButton(box->addButton("Abbrechen", QMessageBox::RejectRole));
-    connect(move, &QPushButton::clicked, this, [this, folder] { moveToTrash(folder); });
-    box->open();
-}
-
-void RecordingsWindow::moveToTrash(const std::filesystem::path& folder) {
-    try {
-        library_.moveToTrash(folder);
-        tell("„" + folder.filename().string() + "“ liegt im Papierkorb und lässt sich dort wiederherstellen.");
-    } catch (const RecorderError& error) {
-        tell(error.message());
-    }
-}
-
-void RecordingsWindow::addFolders(const std::vector<std::filesystem::path>& folders) {
-    tell("");
-    for (const std::filesystem::path& folder : folders) {
-        library_.add(folder, [this, folder](const std::optional<std::filesystem::path>& first) {
-            if (first) {
-                searchField_->clear();
-                select(*first);
-            } else {
-                tell("In „" + folder.filename().string() + "“ liegt keine Aufnahme.");
-            }
-        });
-    }
 }
 
 // Events

@@ -14,6 +14,7 @@
 
 #include "app/library/recording_library.h"
 #include "app/library/recording_search.h"
+#include "base/lifetime.h"
 
 class QAction;
 class QComboBox;
@@ -42,6 +43,12 @@ struct RecordingsActions {
     std::function<void(const std::filesystem::path& folder)> render;
     /// Completes an interrupted recording.
     std::function<void(const std::filesystem::path& folder)> complete;
+    /// Writes its check video; a German sentence when that is not possible now.
+    std::function<std::optional<std::string>(const std::filesystem::path& folder)> check;
+    /// Shows the list of exports.
+    std::function<void()> showExports;
+    /// The user has chosen another order.
+    std::function<void(RecordingOrder order)> orderChosen;
     /// Shows it in the desktop's file viewer.
     std::function<void(const std::filesystem::path& folder)> reveal;
     /// Lets the user choose any folder and opens it. `refused` gets a German sentence when that is not possible.
@@ -53,7 +60,8 @@ struct RecordingsActions {
 class RecordingsWindow final : public QWidget {
   public:
     /// The library outlives the window, which takes its `onChange`.
-    RecordingsWindow(RecordingLibrary& library, RecordingsActions actions);
+    RecordingsWindow(RecordingLibrary& library, RecordingsActions actions,
+                     RecordingOrder order = RecordingOrder::newestFirst);
     ~RecordingsWindow() override;
 
     /// Brings the window to the front, with the keyboard in the search field.
@@ -82,8 +90,13 @@ class RecordingsWindow final : public QWidget {
     void refreshWatch();
     void select(const std::filesystem::path& folder);
     void selectRow(int row);
+    /// The one that is selected; null when there are none or several.
     const RecordingEntry* selected() const;
+    std::vector<RecordingEntry> allSelected() const;
+    void selectionChanged();
+    void refreshCount();
     void setOrder(RecordingOrder order);
+    void chooseOrder(RecordingOrder order);
     void columnClicked(int column);
     /// Says it above the buttons; an empty sentence takes back what was said.
     void tell(const std::string& sentence);
@@ -93,13 +106,15 @@ class RecordingsWindow final : public QWidget {
     void renameSelected();
     void rename(const std::filesystem::path& folder, const std::string& typed);
     void revealSelected();
+    void checkSelected();
     void askToTrash();
-    void moveToTrash(const std::filesystem::path& folder);
+    void moveToTrash(const std::vector<std::filesystem::path>& folders);
+    bool isChanging(const RecordingEntry& entry);
     void addFolders(const std::vector<std::filesystem::path>& folders);
 
     RecordingLibrary& library_;
     const RecordingsActions actions_;
-    RecordingOrder order_ = RecordingOrder::newestFirst;
+    RecordingOrder order_;
     RecordingsModel* model_ = nullptr;
     RecordingsView* view_ = nullptr;
     QLineEdit* searchField_ = nullptr;
@@ -120,9 +135,14 @@ class RecordingsWindow final : public QWidget {
     QAction* renderCommand_ = nullptr;
     QAction* renameCommand_ = nullptr;
     QAction* revealCommand_ = nullptr;
+    QAction* checkCommand_ = nullptr;
     QAction* trashCommand_ = nullptr;
-    std::filesystem::path selected_;  // stays selected when the rows change
+    std::filesystem::path selected_;  // the current one; stays it when the rows change
     int selectedRow_ = 0;
+    bool wasRead_ = false;                            // the library, when rows were shown last
+    std::vector<std::filesystem::path> allSelected_;  // stay selected when the rows change
+    bool isRefreshing_ = false;                       // then the selection does not change by the user's hand
+    Lifetime lifetime_;
     QFileSystemWatcher watcher_;
     QTimer watchDelay_;
     QTimer poll_;  // while something is written, whose end no folder reports

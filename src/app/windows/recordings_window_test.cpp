@@ -77,7 +77,13 @@ class RecordingsWindowTest : public testing::Test {
             done_.emplace_back("choose");
             refused("In diesem Ordner liegt keine source.mov.");
         };
-        window_ = std::make_unique<RecordingsWindow>(*library_, actions);
+        actions.check = [this](const fs::path& folder) -> std::optional<std::string> {
+            done_.push_back("check " + folder.filename().string());
+            return std::nullopt;
+        };
+        actions.showExports = [this] { done_.emplace_back("exports"); };
+        actions.orderChosen = [this](RecordingOrder order) { order_ = order; };
+        window_ = std::make_unique<RecordingsWindow>(*library_, actions, order_);
         window_->orderFront();
         ASSERT_TRUE(awaitInLoop([this] { return library_->isRead(); }));
     }
@@ -124,6 +130,7 @@ class RecordingsWindowTest : public testing::Test {
     ui::QtMainLoop loop_;
     RecordingUse use_ = RecordingUse::none;
     std::optional<std::string> openRefusal_;
+    RecordingOrder order_ = RecordingOrder::newestFirst;
     Names done_;
     std::unique_ptr<RecordingLibrary> library_;
     std::unique_ptr<RecordingsWindow> window_;
@@ -202,6 +209,43 @@ TEST_F(RecordingsWindowTest, IsSortedByThePopupAndByTheColumns) {
     EXPECT_EQ(names(), (Names{"b", "a", "c"}));
     EXPECT_EQ(popup->currentText(), "Älteste zuerst");
     EXPECT_EQ(list().header()->sortIndicatorSection(), 1);
+    EXPECT_EQ(order_, RecordingOrder::oldestFirst) << "to be remembered";
+    window_.reset();
+    show();
+    EXPECT_EQ(names(), (Names{"b", "a", "c"}));
+    EXPECT_EQ(find<QComboBox>("orderPopup")->currentText(), "Älteste zuerst");
+}
+
+TEST_F(RecordingsWindowTest, SeveralGoToTheTrashAtOnce) {
+    for (const char* name : {"A", "B", "C"}) makeRecording(name);
+    show();
+    list().setFocus();
+    QTest::keyClick(&list(), Qt::Key_Down, Qt::ShiftModifier);
+    const auto count = [this] { return list().selectionModel()->selectedRows().size(); };
+    EXPECT_EQ(count(), 2);
+    EXPECT_TRUE(
+        awaitInLoop([this] { return find<QLabel>("countLabel")->text().startsWith("2 Aufnahmen ausgewählt, "); }));
+    for (const char* one : {"openButton", "renameButton", "revealButton"}) {
+        EXPECT_FALSE(find<QPushButton>(one)->isEnabled()) << one;
+    }
+    find<QPushButton>("renderButton")->click();
+    EXPECT_EQ(done_, (Names{"render C", "render B"}));
+    // A click beside the rows takes nothing back, and neither does what changes on the disk.
+    QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, list().viewport()->rect().bottomLeft() - QPoint(-5, 2));
+    makeRecording("D");
+    ASSERT_TRUE(awaitInLoop([this] { return names().size() == 4; }));
+    EXPECT_EQ(count(), 2);
+    find<QPushButton>("trashButton")->click();
+    const auto* const box = window_->findChild<QMessageBox*>("trashDialog");
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->text(), "2 Aufnahmen in den Papierkorb verschieben?");
+    for (QAbstractButton* each : box->buttons()) {
+        if (each->text() == "In den Papierkorb") each->click();
+    }
+    ASSERT_TRUE(awaitInLoop([this] { return !message().empty(); }));
+    EXPECT_EQ(message(), "2 Aufnahmen liegen im Papierkorb und lassen sich dort wiederherstellen.");
+    EXPECT_EQ(names(), (Names{"D", "A"}));
+    EXPECT_EQ(count(), 1);
 }
 
 TEST_F(RecordingsWindowTest, AnEmptyListSaysWhatItIsFor) {
@@ -242,9 +286,12 @@ TEST_F(RecordingsWindowTest, KeysAndButtonsDoTheSame) {
     list().setFocus();
     QTest::keyClick(&list(), Qt::Key_R, Qt::ControlModifier);
     QTest::keyClick(&list(), Qt::Key_D, Qt::ControlModifier);
+    QTest::keyClick(&list(), Qt::Key_P, Qt::ControlModifier);
+    EXPECT_EQ(std::exchange(done_, {}), (Names{"open A", "render A", "reveal A", "check A"}));
+    find<QPushButton>("exportsButton")->click();
+    QTest::keyClick(window_.get(), Qt::Key_E, Qt::ControlModifier);
+    EXPECT_EQ(std::exchange(done_, {}), (Names{"exports", "exports"}));
     const Names once = {"open A", "render A", "reveal A"};
-    EXPECT_EQ(done_, once);
-    done_.clear();
     for (const char* each : {"openButton", "renderButton", "revealButton"}) find<QPushButton>(each)->click();
     EXPECT_EQ(done_, once);
     done_.clear();
@@ -299,7 +346,7 @@ TEST_F(RecordingsWindowTest, RenamesInPlace) {
     typeName(" Übung 7 ");
     ASSERT_TRUE(awaitInLoop([this] { return fs::exists(root_ / "Übung 7"); }));
     EXPECT_FALSE(fs::exists(root_ / "B"));
-    EXPECT_EQ(selected(), "Übung 7");
+    ASSERT_TRUE(awaitInLoop([this] { return selected() == "Übung 7"; }));
     typeName("A");
     ASSERT_TRUE(awaitInLoop([this] { return !message().empty(); }));
     EXPECT_EQ(message(), "Es gibt hier schon etwas mit dem Namen „A“.");
@@ -344,11 +391,27 @@ TEST_F(RecordingsWindowTest, AsksBeforeItMovesToTheTrash) {
     for (QAbstractButton* each : box->buttons()) {
         if (each->text() == "In den Papierkorb") each->click();
     }
+    ASSERT_TRUE(awaitInLoop([this] { return !message().empty(); }));
     EXPECT_FALSE(fs::exists(root_ / "B"));
     EXPECT_TRUE(fs::exists(home_ / "Trash/files/B/source.mov"));
     EXPECT_EQ(message(), "„B“ liegt im Papierkorb und lässt sich dort wiederherstellen.");
     EXPECT_EQ(names(), Names{"A"});
     EXPECT_EQ(selected(), "A");
+}
+
+TEST_F(RecordingsWindowTest, TheQuestionShowsLongNamesWhole) {
+    makeRecording("Einführung in die Tabellenkalkulation mit vielen Beispielen und einem sehr langen Namen");
+    show();
+    key(Qt::Key_Delete);
+    auto* const box = window_->findChild<QMessageBox*>("trashDialog");
+    ASSERT_NE(box, nullptr);
+    QApplication::processEvents();
+    EXPECT_GT(expectTextsFit(*box), 2);
+    for (const QLabel* label : box->findChildren<QLabel*>()) {
+        if (label->text().isEmpty() || !label->isVisible()) continue;
+        const bool isCut = label->sizeHint().width() > label->width() && !label->wordWrap();
+        EXPECT_FALSE(isCut) << label->text().toStdString();
+    }
 }
 
 TEST_F(RecordingsWindowTest, TheMenuHasTheSameCommands) {
@@ -361,8 +424,8 @@ TEST_F(RecordingsWindowTest, TheMenuHasTheSameCommands) {
     for (const QAction* each : menu->actions()) {
         if (!each->isSeparator()) titles.push_back(each->text().toStdString());
     }
-    EXPECT_EQ(titles, (std::vector<std::string>{"Bearbeiten", "Rendern", "Umbenennen", "In Dateiverwaltung zeigen",
-                                                "In den Papierkorb"}));
+    EXPECT_EQ(titles, (std::vector<std::string>{"Bearbeiten", "Rendern", "Prüfvideo erzeugen", "Umbenennen",
+                                                "In Dateiverwaltung zeigen", "In den Papierkorb"}));
     menu->actions().front()->trigger();
     EXPECT_EQ(done_, Names{"open A"});
     menu->close();

@@ -3,11 +3,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
+#include "base/byte_text.h"
 #include "base/formatted.h"
 #include "base/recorder_error.h"
+#include "base/saturated.h"
 #include "editor/session/labels.h"
 #include "render/export_plan.h"
 #include "render/film_target.h"
@@ -26,6 +29,10 @@ constexpr FormName kForms[] = {
 
 std::filesystem::path recordingName(const std::filesystem::path& folder) {
     return folder.has_filename() ? folder.filename() : folder.parent_path().filename();
+}
+
+std::uint64_t bytesOf(double number) {
+    return static_cast<std::uint64_t>(saturated<std::int64_t>(std::max(number, 0.0)));
 }
 
 PixelSize sizeOf(const ExportChoice& choice, const FilmFacts& film) {
@@ -72,11 +79,31 @@ std::filesystem::path withExtension(std::filesystem::path name, FilmForm form) {
     return name;
 }
 
+std::optional<SizeEstimate> estimatedSize(const ExportChoice& choice, const FilmFacts& film) {
+    if (render::isAnimation(choice.form)) return std::nullopt;
+    for (auto each = film.earlier.rbegin(); each != film.earlier.rend(); ++each) {
+        if (each->form != choice.form || each->height != choice.height) continue;
+        return SizeEstimate{bytesOf(each->bytesPerSecond * film.seconds), false};
+    }
+    if (choice.form == FilmForm::webm) return std::nullopt;
+    // The limit holds for any two seconds, so a film may exceed it by as much once.
+    constexpr double kBuffer = 2;
+    constexpr double kSoundBits = 192000;
+    constexpr double kIndex = 1.005;
+    const double pictures = static_cast<double>(render::exportBitRate(sizeOf(choice, film), film.fps));
+    const double bits = pictures * (film.seconds + kBuffer) + (film.hasSound ? kSoundBits * film.seconds : 0);
+    return SizeEstimate{bytesOf(bits / 8 * kIndex), true};
+}
+
 std::string choiceNote(const ExportChoice& choice, const FilmFacts& film) {
     try {
         const PixelSize size = sizeOf(choice, film);
         if (!render::isAnimation(choice.form)) {
-            return formatted("%d×%d Pixel, %.1f s", size.width, size.height, film.seconds);
+            std::string note = formatted("%d×%d Pixel, %.1f s", size.width, size.height, film.seconds);
+            if (const auto expected = estimatedSize(choice, film)) {
+                note += (expected->isLimit ? ", höchstens " : ", etwa ") + byteText(expected->bytes);
+            }
+            return note;
         }
         const Interval part = render::animatedPart(choice.animation, film.seconds);
         std::string note =

@@ -4,9 +4,11 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "editor/exports/export_list.h"
 #include "editor/session/export_job.h"
@@ -34,6 +36,15 @@ struct FilmFacts {
     double seconds = 0;
     std::int64_t height = 1440;  // of the recording's own film
     bool hasMarks = false;       // in the video
+    std::int64_t fps = 60;
+    bool hasSound = true;
+    /// Films of this recording that were finished since the program started.
+    struct Earlier {
+        render::FilmForm form = render::FilmForm::mp4;
+        int height = 0;  // pixels
+        double bytesPerSecond = 0;
+    };
+    std::vector<Earlier> earlier{};  // the newest last
 };
 
 struct FormName {
@@ -59,7 +70,17 @@ ExportChoice withForm(ExportChoice choice, render::FilmForm form);
 /// A name that the user has typed, with the form's extension.
 std::filesystem::path withExtension(std::filesystem::path name, render::FilmForm form);
 
-/// One line on what the file will be: "1920×1080, 12.5 s, mit Ton".
+/// How large a film will be.
+struct SizeEstimate {
+    std::uint64_t bytes = 0;
+    /// It will not be larger, but may be much smaller: what the encoder's limit of bits allows. Otherwise it is what an
+    /// earlier film of the recording had in the same form and height, for this length.
+    bool isLimit = false;
+};
+/// nullopt where nothing is known: WebM has no limit, and of animated pictures only their content says it.
+std::optional<SizeEstimate> estimatedSize(const ExportChoice& choice, const FilmFacts& film);
+
+/// One line on what the file will be: "1920×1080 Pixel, 12.5 s, höchstens 18,9 MB".
 std::string choiceNote(const ExportChoice& choice, const FilmFacts& film);
 
 /// Why this cannot be exported, as a sentence; empty when it can. Looks at the file system.

@@ -53,7 +53,10 @@ TEST_F(ExportChoiceTest, TheNameFollowsTheForm) {
 TEST_F(ExportChoiceTest, SaysWhatTheFileWillBe) {
     ExportChoice choice = first();
     choice.height = 1080;
-    EXPECT_EQ(choiceNote(choice, film_), "1920×1080 Pixel, 12.5 s");
+    EXPECT_EQ(choiceNote(choice, film_), "1920×1080 Pixel, 12.5 s, höchstens 23,0 MB");
+    film_.earlier = {{FilmForm::mp4, 1080, 500'000}};
+    EXPECT_EQ(choiceNote(choice, film_), "1920×1080 Pixel, 12.5 s, etwa 6,2 MB");
+    EXPECT_EQ(choiceNote(withForm(choice, FilmForm::webm), film_), "1920×1080 Pixel, 12.5 s");
     choice = withForm(choice, FilmForm::gif);
     EXPECT_EQ(choiceNote(choice, film_), "640×360 Pixel, 12.5 s, läuft in einer Schleife.");
     film_.seconds = 100;
@@ -61,6 +64,29 @@ TEST_F(ExportChoiceTest, SaysWhatTheFileWillBe) {
         choiceNote(withForm(first(), FilmForm::webp), film_),
         "640×360 Pixel, 30.0 s, läuft in einer Schleife. Der Film dauert 100.0 s; ein bewegtes Bild zeigt höchstens "
         "30 s davon.");
+}
+
+TEST_F(ExportChoiceTest, EstimatesTheSizeFromTheLimitOrFromAnEarlierFilm) {
+    ExportChoice choice = first();
+    film_ = {folder_.path(), 600, 1440, false, 60, true};
+    choice.height = 1440;
+    const auto limit = estimatedSize(choice, film_);
+    ASSERT_TRUE(limit);
+    EXPECT_TRUE(limit->isLimit);
+    // 22.1 Mbit/s for the pictures and 192 kbit/s for the sound.
+    EXPECT_NEAR(static_cast<double>(limit->bytes), 1.69e9, 0.02e9);
+    film_.hasSound = false;
+    EXPECT_NEAR(static_cast<double>(limit->bytes - estimatedSize(choice, film_)->bytes), 14.4e6, 0.1e6);
+    film_.fps = 30;
+    EXPECT_NEAR(static_cast<double>(estimatedSize(choice, film_)->bytes), 0.835e9, 0.01e9);
+    // The newest film of the same kind counts.
+    film_.earlier = {{FilmForm::mp4, 1440, 1e6}, {FilmForm::mp4, 1440, 2e5}, {FilmForm::mp4, 1080, 1e5}};
+    EXPECT_EQ(estimatedSize(choice, film_)->bytes, 120'000'000U);
+    EXPECT_FALSE(estimatedSize(choice, film_)->isLimit);
+    choice.height = 2160;
+    EXPECT_TRUE(estimatedSize(choice, film_)->isLimit);
+    EXPECT_FALSE(estimatedSize(withForm(choice, FilmForm::webm), film_));
+    EXPECT_FALSE(estimatedSize(withForm(choice, FilmForm::gif), film_));
 }
 
 TEST_F(ExportChoiceTest, SaysWhyNot) {

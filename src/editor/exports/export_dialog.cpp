@@ -11,6 +11,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -173,7 +174,8 @@ void ExportDialog::build() {
     layout->addWidget(fault_);
     layout->addStretch(1);
     layout->addLayout(buttons);
-    setMinimumWidth(kWidth);
+    const int room = screen()->availableSize().width() * 9 / 10;
+    setMinimumWidth(std::min(static_cast<int>(kWidth * ui::theme::typeFactor(font())), room));
 }
 
 void ExportDialog::formChanged() {

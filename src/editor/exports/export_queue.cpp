@@ -52,6 +52,16 @@ int ExportQueue::add(ExportRequest request) {
     return id;
 }
 
+// As in an editor, a damaged look keeps nobody from exporting.
+model::ProjectSettings ExportQueue::newLook() const {
+    try {
+        return options_.newLook ? options_.newLook() : model::ProjectSettings();
+    } catch (const RecorderError& error) {
+        Log::write("Editor", error.message());
+        return {};
+    }
+}
+
 int ExportQueue::addRecording(const std::filesystem::path& folder) {
     ExportEntry entry;
     entry.folder = folder;
@@ -59,8 +69,9 @@ int ExportQueue::addRecording(const std::filesystem::path& folder) {
         const model::ProjectSettings settings = model::ProjectSettings::load(folder);
         entry.form = render::filmForm(settings.exportFormat);
         entry.file = folder / render::usualName(entry.form);
-        if (const ExportEntry* const same = list_.writing(entry.file)) return same->id;
-        return add(exportRequest(folder));
+        ExportRequest request = exportRequest(folder, newLook());
+        if (const ExportEntry* const same = list_.writing(request.file)) return same->id;
+        return add(std::move(request));
     } catch (const RecorderError& error) {
         Log::write("Editor", "Render-Fehler: " + error.message());
         const int id = list_.add(std::move(entry));

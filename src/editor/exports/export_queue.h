@@ -27,6 +27,9 @@ class ExportQueue {
         std::function<double()> clock{};
         /// What exports take from earlier ones; see `render::RenderOptions`. Empty: nothing.
         std::filesystem::path filmCache{};
+        /// The look of recordings without a document; without it they have the program's defaults. May throw
+        /// `RecorderError`; then they have these, too.
+        std::function<model::ProjectSettings()> newLook{};
     };
     /// What an observer wants to know. It may call every function of the queue.
     struct Observer {
@@ -65,6 +68,7 @@ class ExportQueue {
     void end();
 
   private:
+    model::ProjectSettings newLook() const;
     void startNext();
     void start(int id);
     void ended(int id, const render::RenderOutcome& outcome);

@@ -119,6 +119,25 @@ TEST_F(ExportQueueTest, ARecordingIsRenderedByItsOwnSettings) {
     EXPECT_TRUE(std::filesystem::exists(folder_ / "studio-output.mp4"));
 }
 
+TEST_F(ExportQueueTest, ARecordingThatWasNeverOpenedHasTheLookOfNewOnes) {
+    model::ProjectSettings look;
+    look.padding = 0.1;
+    look.exportFormat = model::ExportFormat::mov;
+    look.exportHeight = 90;
+    look.trimStart = 1;
+    const auto asked = [&] { return exportRequest(folder_.path(), look); };
+    EXPECT_EQ(asked().composition->settings(), settings_) << "its own document counts";
+    std::filesystem::remove(folder_ / "project.json");
+    model::ProjectSettings expected;
+    expected.padding = 0.1;
+    expected.exportFormat = model::ExportFormat::mov;
+    expected.exportHeight = 90;
+    EXPECT_EQ(asked().composition->settings(), expected);
+    EXPECT_EQ(asked().composition->canvasHeight(), 90);
+    EXPECT_EQ(asked().file, folder_ / "studio-output.mov");
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "project.json")) << "nothing is written for it";
+}
+
 TEST_F(ExportQueueTest, ItsEndLeavesNoHalfFile) {
     queue_->add(request("a.mp4"));
     const int waiting = queue_->add(request("b.mp4"));

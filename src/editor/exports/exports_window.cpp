@@ -6,13 +6,16 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
 
 #include "base/saturated.h"
 #include "editor/exports/export_choice.h"
+#include "ui/accessible.h"
 #include "ui/text_labels.h"
 #include "ui/theme.h"
 
@@ -22,6 +25,12 @@ namespace {
 
 constexpr QSize kSize(620, 360);
 constexpr int kSteps = 1000;
+// From this size of type, buttons stand below the texts, which would have no room beside them.
+constexpr double kLargeType = 1.4;
+// A screen is not wide enough for more.
+constexpr double kMostGrowth = 1.5;
+// The approximate size of the frame that a window manager adds.
+constexpr QSize kFrame(8, 40);
 
 QPushButton* button(const QString& title, const char* name, const QString& accessible, const QString& tip,
                     std::function<void()> action) {
@@ -61,6 +70,7 @@ ExportsWindow::ExportsWindow(ExportQueue& queue, Callbacks callbacks)
     setObjectName("exportsWindow");
     setWindowTitle("LumiVastor – Exporte");
     setProperty("role", "window");
+    ui::makeWindow(*this);
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(ui::theme::styleSheet(font()));
 
@@ -74,6 +84,7 @@ ExportsWindow::ExportsWindow(ExportQueue& queue, Callbacks callbacks)
     empty_->setObjectName("noExportsLabel");
     empty_->setProperty("role", "second");
     empty_->setAlignment(Qt::AlignCenter);
+    empty_->setWordWrap(true);
     pageLayout->addWidget(empty_);
     pageLayout->addStretch(1);
     auto* area = new QScrollArea;
@@ -86,6 +97,7 @@ ExportsWindow::ExportsWindow(ExportQueue& queue, Callbacks callbacks)
     area->setFocusPolicy(Qt::NoFocus);
 
     status_->setObjectName("exportsStatus");
+    ui::makeStatusLine(*status_);
     status_->setWordWrap(true);
     auto* bottom = new QHBoxLayout;
     bottom->setContentsMargins(ui::theme::kMargin, ui::theme::kNear, ui::theme::kMargin, ui::theme::kApart);
@@ -97,7 +109,10 @@ ExportsWindow::ExportsWindow(ExportQueue& queue, Callbacks callbacks)
     layout->setSpacing(0);
     layout->addWidget(area, 1);
     layout->addLayout(bottom);
-    resize(kSize);
+    resize(
+        (kSize * std::min(ui::theme::typeFactor(font()), kMostGrowth)).boundedTo(screen()->availableSize() - kFrame));
+    auto* const closing = new QShortcut(QKeySequence("Ctrl+W"), this);
+    connect(closing, &QShortcut::activated, this, [this] { close(); });
     // No button has the keyboard until the user presses the tabulator key.
     setFocusPolicy(Qt::ClickFocus);
     setFocus();
@@ -109,6 +124,7 @@ ExportsWindow::~ExportsWindow() = default;
 
 void ExportsWindow::setStatus(const std::string& text) {
     status_->setText(QString::fromStdString(text));
+    ui::announce(*status_);
 }
 
 std::unique_ptr<ExportsWindow::Row> ExportsWindow::makeRow(int id) {
@@ -136,8 +152,8 @@ std::unique_ptr<ExportsWindow::Row> ExportsWindow::makeRow(int id) {
     };
     row->play = button("Abspielen", "playExportButton", "Abspielen", "Den Film mit dem Programm des Desktops abspielen",
                        [this, file] { callbacks_.play(file()); });
-    row->reveal = button("Im Finder zeigen", "revealExportButton", "Im Finder zeigen", "Die Datei im Ordner zeigen",
-                         [this, file] { callbacks_.reveal(file()); });
+    row->reveal = button("Im Ordner zeigen", "revealExportButton", "Im Ordner zeigen",
+                         "Die Datei in der Dateiverwaltung zeigen", [this, file] { callbacks_.reveal(file()); });
     row->up = button("↑", "raiseExportButton", "Früher", "Vor dem Export davor rendern",
                      [this, id] { queue_.move(id, true); });
     row->down = button("↓", "lowerExportButton", "Später", "Nach dem Export danach rendern",
@@ -152,13 +168,18 @@ std::unique_ptr<ExportsWindow::Row> ExportsWindow::makeRow(int id) {
     texts->addWidget(row->title);
     texts->addWidget(row->status);
     texts->addWidget(row->bar);
-    auto* across = new QHBoxLayout(row->frame.get());
+    const bool isLarge = ui::theme::typeFactor(font()) >= kLargeType;
+    auto* across = new QBoxLayout(isLarge ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight, row->frame.get());
     across->setContentsMargins(ui::theme::kApart, ui::theme::kNear, ui::theme::kNear, ui::theme::kNear);
     across->setSpacing(ui::theme::kNear);
     across->addLayout(texts, 1);
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(ui::theme::kNear);
+    if (isLarge) buttons->addStretch(1);
     for (QPushButton* each : {row->play, row->reveal, row->up, row->down, row->cancel, row->remove}) {
-        across->addWidget(each);
+        buttons->addWidget(each);
     }
+    across->addLayout(buttons);
     return row;
 }
 
@@ -194,7 +215,9 @@ void ExportsWindow::refresh() {
 }
 
 void ExportsWindow::showEntry(Row& row, const ExportEntry& entry) {
-    row.title->setFullText(QString::fromStdString(exportTitle(entry)));
+    const QString title = QString::fromStdString(exportTitle(entry));
+    row.title->setFullText(title);
+    row.frame->setAccessibleName(title);
     row.status->setText(QString::fromStdString(exportStatus(entry)));
     row.bar->setVisible(entry.state == ExportState::running);
     row.bar->setValue(saturatedRound<int>(entry.fraction * kSteps));

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editor/session/export_job.h"
 
+#include <system_error>
 #include <utility>
 
 #include "base/pixel_size.h"
+#include "model/look.h"
 #include "render/export_plan.h"
 
 namespace lumivastor::editor {
@@ -17,11 +19,16 @@ ExportRequest exportRequest(const edit::Composition& composition, const model::P
     return request;
 }
 
-ExportRequest exportRequest(const std::filesystem::path& folder) {
+ExportRequest exportRequest(const std::filesystem::path& folder, const model::ProjectSettings& newLook) {
     const model::ProjectSettings settings = model::ProjectSettings::load(folder);
     const PixelSize canvas = render::exportCanvas(settings.exportHeight);
+    auto composition = std::make_shared<const edit::Composition>(folder, canvas.width, canvas.height);
+    std::error_code ignored;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(model::ProjectSettings::fileURL(folder), ignored))) {
+        return exportRequest(*composition, model::withLook(settings, newLook, composition->recording().hasWebcam()));
+    }
     ExportRequest request;
-    request.composition = std::make_shared<const edit::Composition>(folder, canvas.width, canvas.height);
+    request.composition = std::move(composition);
     request.form = render::filmForm(settings.exportFormat);
     request.file = folder / render::usualName(request.form);
     return request;

@@ -30,8 +30,9 @@ struct ExportRequest {
 /// The export of `composition` with `settings`, at their size, in their form, to the recording's folder. Throws
 /// `RecorderError` if a film of that size is not possible.
 ExportRequest exportRequest(const edit::Composition& composition, const model::ProjectSettings& settings);
-/// The same for a folder that no editor has open. Throws `RecorderError`.
-ExportRequest exportRequest(const std::filesystem::path& folder);
+/// The same for a folder that no editor has open, with the settings of its document. One without a document gets
+/// `newLook`, as when it is opened for the first time. Throws `RecorderError`.
+ExportRequest exportRequest(const std::filesystem::path& folder, const model::ProjectSettings& newLook = {});
 
 /// The size of the film's pictures. That of the canvas where the options of an animated picture are invalid, which the
 /// export reports.
