@@ -23,7 +23,8 @@ struct AudioSettings {
 };
 
 /// Encodes sound that comes in pieces of any length. Pieces that follow each other within `kJitterSeconds` count as
-/// continuous, unless something was left out between them; a longer gap becomes silence, and an overlap is cut off. One thread at a time. Throws `RecorderError`.
+/// continuous, unless something was left out between them; a longer gap becomes silence, and an overlap is cut off. One
+/// thread at a time. Throws `RecorderError`.
 class AudioEncoder {
   public:
     /// Time stamps of live sound jitter by a fraction of a buffer; a smaller shift against the picture is not
