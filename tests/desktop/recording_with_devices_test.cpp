@@ -13,7 +13,6 @@
 #include "desktop/desktop_recording.h"
 #include "media/reading/asset.h"
 #include "model/pointer_track.h"
-#include "support/beeper.h"
 #include "support/text_file.h"
 
 namespace lumivastor {
@@ -65,8 +64,8 @@ TEST_F(RecordingOnDesktop, ADeviceWithoutSoundIsSaid) {
 
 TEST_F(RecordingOnDesktop, ADeviceIsRecordedWithTheSoundOfTheChosenInput) {
     auto variables = environment();
-    variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=160x120:rate=30[out0];anullsrc=sample_rate=48000[out1]";
-    const Beeper voice(sound_.address(), "micfeed");
+    // Without sound of its own.
+    variables["LUMIVASTOR_TEST_DEVICE"] = "testsrc2=size=160x120:rate=30";
     const std::vector<std::string> device = {"--device", "test-device", "--seconds", "2"};
     const auto withOption = [&](std::vector<std::string> more) {
         more.insert(more.begin(), device.begin(), device.end());
@@ -80,7 +79,8 @@ TEST_F(RecordingOnDesktop, ADeviceIsRecordedWithTheSoundOfTheChosenInput) {
     ASSERT_EQ(run.wait(), 0) << run.err();
     expectCompleteFolder();
     EXPECT_TRUE(info().systemAudio);
-    EXPECT_GE(beepsIn(0).size(), 1U) << "its own sound is silent";
+    EXPECT_EQ(media::Asset(folder_ / "source.mov").tracks(media::TrackKind::audio).size(), 1U);
+    EXPECT_EQ(run.err().find("keinen eigenen Ton"), std::string::npos) << run.err();
 }
 
 }  // namespace
