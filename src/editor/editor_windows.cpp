@@ -39,6 +39,9 @@ EditorWindows::EditorWindows(MainLoop& loop, Options options)
       options_(std::move(options)),
       overviews_(std::make_shared<render::OverviewMaker>(loop, options_.overviewCache)),
       exports_(std::make_shared<ExportQueue>(loop, ExportQueue::Options{options_.keepAwake, {}, options_.filmCache})),
+      preparer_(std::make_shared<FilmPreparer>(
+          loop, *exports_,
+          FilmPreparer::Options{options_.filmCache, options_.preparesFilms, options_.isOnMains, options_.isRecording})),
       notices_(std::make_unique<ExportNotices>(
           loop, *exports_, ExportNotices::Options{options_.bus, [this](const ExportEntry& entry) {
                                                       return (!options_.mayNotify || options_.mayNotify()) &&
@@ -67,6 +70,7 @@ EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
     options.openFolder = options_.dropped;
     options.newRecording = options_.newRecording;
     options.exports = exports_;
+    options.preparer = preparer_;
     options.showExports = [this] { showExports(); };
     options.exportFolder = options_.exportFolder;
     options.overviews = overviews_;
@@ -127,6 +131,7 @@ bool EditorWindows::mayClose() {
 }
 
 void EditorWindows::endWork() {
+    preparer_->end();
     exports_->end();
     notices_.reset();
     for (const auto& editor : editors_) {
