@@ -5,6 +5,7 @@
 
 #include "base/one_processor.h"
 #include "base/pixel_size.h"
+#include "base/thread_name.h"
 #include "base/thread_priority.h"
 #include "render/background.h"
 #include "render/composed_frames.h"
@@ -92,6 +93,7 @@ std::jthread prepareFilm(std::function<std::shared_ptr<const edit::Composition>(
                          std::function<void(const PreparationOutcome&)> completion) {
     const auto work = [compose = std::move(compose),
                        options = std::move(options)](const std::stop_token& stop) -> PreparationOutcome {
+        nameThisThread("film.prepare");
         // Before any other thread is started, which will then be confined, too. The number of the encoder's threads
         // does not depend on it, and so the bytes do not.
         lowerPriorityOfThisThread();

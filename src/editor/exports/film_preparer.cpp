@@ -71,6 +71,8 @@ void FilmPreparer::close(int film) {
 
 void FilmPreparer::edited(int film) {
     schedule_.edited(film, options_.clock());
+    // What it tells from now on is about the film before.
+    if (run_ && run_->film == film) run_->isOutdated = true;
     show(film, 0);
     step();
 }
@@ -141,6 +143,7 @@ bool FilmPreparer::isOnMains(double now) {
 
 void FilmPreparer::begin(int film) {
     run_ = std::make_unique<Run>();
+    run_->film = film;
     const std::shared_ptr<const edit::Composition> composition = films_.at(film).editor.composition();
     const model::ProjectSettings settings = composition->settings();
     // What arrives after the run finds the token expired.
@@ -152,7 +155,11 @@ void FilmPreparer::begin(int film) {
     render::PreparationOptions options;
     options.form = render::filmForm(settings.exportFormat);
     options.cacheFolder = options_.filmCache;
-    options.progress = [this, film, onMain](double part) { onMain([this, film, part] { show(film, part); }); };
+    options.progress = [this, film, onMain](double part) {
+        onMain([this, film, part] {
+            if (!run_->isOutdated) show(film, part);
+        });
+    };
     render::PreparationOptions chooser;
     if (options_.chooseEncoder) chooser.chooseEncoder = options_.chooseEncoder;
     options.chooseEncoder = [chooser = std::move(chooser), memory = encoders_](const media::VideoSettings& video) {

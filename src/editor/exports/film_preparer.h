@@ -95,8 +95,10 @@ class FilmPreparer {
         double shown = 0;
     };
     struct Run {
+        int film = 0;
+        bool isOutdated = false;  // the film has changed
         Lifetime lifetime;
-        std::jthread thread;
+        std::jthread thread;  // last: it uses everything above
     };
     struct EncoderMemory;
 

@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
+#include <semaphore>
 #include <vector>
 
 #include "support/export_fixture.h"
@@ -39,6 +40,7 @@ class FilmPreparerTest : public ExportFixture {
         options.clock = [this] { return loop_.now(); };
         options.chooseEncoder = [this](const media::VideoSettings&) {
             ++choices_;
+            if (isHeld_) held_.acquire();
             return media::softwareExportEncoder("Test");
         };
         preparer_ = std::make_unique<FilmPreparer>(loop_, queue_, std::move(options));
@@ -76,6 +78,8 @@ class FilmPreparerTest : public ExportFixture {
     bool isBusy_ = false;
     int powerQuestions_ = 0;
     int choices_ = 0;
+    std::atomic<bool> isHeld_ = false;  // preparations wait at their beginning
+    std::counting_semaphore<> held_{0};
     std::optional<bool> kept_;
     std::vector<double> shown_;
     std::unique_ptr<FilmPreparer> preparer_;
@@ -86,7 +90,6 @@ TEST_F(FilmPreparerTest, PreparesWhileNobodyWorksWhatTheExportThenTakes) {
     openEditor();
     EXPECT_FALSE(preparer_->isPreparing());
     waitQuietly();
-    EXPECT_TRUE(preparer_->isPreparing());
     ASSERT_TRUE(runToTheEnd());
     EXPECT_TRUE(std::ranges::is_sorted(shown_));
     EXPECT_EQ(shown_.back(), 1);
@@ -102,7 +105,6 @@ TEST_F(FilmPreparerTest, PreparesWhileNobodyWorksWhatTheExportThenTakes) {
 TEST_F(FilmPreparerTest, AnExportBeginsAfterItsEnd) {
     openEditor();
     waitQuietly();
-    ASSERT_TRUE(preparer_->isPreparing());
     takenByAnExport();
     EXPECT_TRUE(std::filesystem::exists(folder_ / "studio-output.mp4"));
 }
@@ -116,8 +118,9 @@ TEST_F(FilmPreparerTest, AnEditBeginsAnew) {
     waitQuietly();
     edit();
     edit();
-    EXPECT_FALSE(shown_.back() > 0);
-    ASSERT_TRUE(loop_.runUntil([this] { return !preparer_->isPreparing(); }));
+    EXPECT_EQ(shown_.back(), 0);
+    ASSERT_TRUE(runToTheEnd());
+    EXPECT_EQ(shown_.back(), 0) << "what the old one still tells is not shown";
     waitQuietly();
     ASSERT_TRUE(runToTheEnd());
     EXPECT_EQ(shown_.back(), 1);
@@ -136,15 +139,20 @@ TEST_F(FilmPreparerTest, WorkEndsItAndSoDoesEverythingThatNeedsTheMachine) {
                                                  loop_.advance(1);
                                              },
                                              [this] { preparer_->setOn(false); }, [this] { watch_.reset(); }};
+    isHeld_ = true;
     for (const auto& reason : reasons) {
         isRecording_ = isBusy_ = false;
         preparer_->setOn(true);
+        // An encoder is chosen for each size.
+        settings_.exportHeight += 2;
         edit();
         waitQuietly();
         ASSERT_TRUE(preparer_->isPreparing());
         reason();
+        held_.release();
         ASSERT_TRUE(loop_.runUntil([this] { return !preparer_->isPreparing(); }));
     }
+    EXPECT_EQ(count(logText(), "Bilder vorbereitet"), 0);
     waitQuietly();
     EXPECT_FALSE(preparer_->isPreparing());
 }
@@ -158,8 +166,8 @@ TEST_F(FilmPreparerTest, OnABatteryItWaitsAndAsksNowAndThen) {
     EXPECT_LE(powerQuestions_, 4);
     isOnMains_ = true;
     loop_.advance(31);
-    EXPECT_TRUE(preparer_->isPreparing());
     ASSERT_TRUE(runToTheEnd());
+    EXPECT_EQ(shown_.back(), 1);
     const int questions = powerQuestions_;
     loop_.advance(100);
     EXPECT_EQ(powerQuestions_, questions) << "there is nothing to prepare";
