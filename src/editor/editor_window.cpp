@@ -59,6 +59,7 @@ EditorWindow::EditorWindow(const std::filesystem::path& folder, MainLoop& loop, 
     build();
     setUpPlayer();
     setUpOverview();
+    setUpPreparation();
     refresh();
     refreshTransport();
     if (!lookFault_.empty()) setStatus(lookFault_);
@@ -285,6 +286,15 @@ void EditorWindow::setUpOverview() {
         std::make_unique<OverviewTools>(*this, *session_, loop_, options_.overviews, assets_, std::move(callbacks));
 }
 
+void EditorWindow::setUpPreparation() {
+    if (!options_.preparer) return;
+    FilmPreparer::Editor editor;
+    editor.composition = [this] { return session_->composition(); };
+    editor.isBusy = [this] { return transport_->isPlaying() || shuttle_->isRunning() || session_->isDragging(); };
+    editor.show = [this](double part) { controls_->renderBar.setPrepared(part); };
+    preparation_ = options_.preparer->watch(std::move(editor));
+}
+
 void EditorWindow::showIdleProposals() {
     overviewTools_->showIdleProposals();
 }
@@ -300,6 +310,7 @@ void EditorWindow::refresh() {
     if (state != shownState_) {
         shownState_ = state;
         refreshPlayer();
+        if (preparation_) preparation_->edited();
     }
     exportTools_->refresh();
     refreshMenus();
@@ -337,6 +348,7 @@ void EditorWindow::refreshTransport() {
     controls_->transportBar.setPlaying(shuttle_->rate() != 0);
     previewTools_->refresh();
     refreshMenus();
+    if (preparation_) preparation_->touched();
 }
 
 void EditorWindow::addZoom() {
@@ -399,6 +411,7 @@ void EditorWindow::shutDown() {
     qApp->removeEventFilter(this);
     overviewTools_->end();
     shuttle_->stop();
+    preparation_.reset();
     endWork();
 }
 

@@ -13,6 +13,7 @@
 #include "editor/editor_controls.h"
 #include "editor/export_tools.h"
 #include "editor/exports/export_queue.h"
+#include "editor/exports/film_preparer.h"
 #include "editor/key_page.h"
 #include "editor/look_tools.h"
 #include "editor/menu_bar.h"
@@ -44,6 +45,8 @@ class EditorWindow final : public QWidget {
         std::shared_ptr<render::OverviewMaker> overviews;
         /// Runs the exports. If null, the window makes a queue, whose exports end with the window.
         std::shared_ptr<ExportQueue> exports;
+        /// Prepares the film while nobody works; if null, nobody does, and there is no such command.
+        std::shared_ptr<FilmPreparer> preparer;
         /// The user wants to see the list of exports; if empty, there is no such command.
         std::function<void()> showExports;
         /// The folder that the dialog of an export began with last, and the next one.
@@ -102,6 +105,7 @@ class EditorWindow final : public QWidget {
     void report(const std::string& sentence);
     void setUpPlayer();
     void setUpOverview();
+    void setUpPreparation();
     void refresh();
     EditorTools::Content toolContent(const edit::EditState& state, double zoomScale) const;
     void refreshTransport();
@@ -153,6 +157,7 @@ class EditorWindow final : public QWidget {
     std::unique_ptr<OverviewTools> overviewTools_;
 
     std::unique_ptr<ExportTools> exportTools_;
+    std::unique_ptr<FilmPreparer::Watch> preparation_;  // if there is a preparer
     bool closed_ = false;
 
     // The status that a command has set. The next command removes it.

@@ -101,6 +101,12 @@ CommandActions EditorWindow::commands(const EditorActions& actions) {
         {Command::exportAs, [this] { exportTools_->showDialog(); }},
         {Command::showKeys, [this] { showKeys(); }},
     };
+    if (const auto preparer = options_.preparer) {
+        all[Command::prepareFilms] = [this, preparer] {
+            preparer->setOn(!preparer->isOn());
+            refreshMenus();
+        };
+    }
     if (options_.showExports) all[Command::showExports] = options_.showExports;
     if (actions.newRecording) all[Command::newRecording] = actions.newRecording;
     return all;
@@ -178,6 +184,7 @@ void EditorWindow::refreshMenus() {
     state.isPlaying = shuttle_->rate() != 0;
     state.isFullScreen = isFullScreen();
     state.hasLooks = hasLooks_;
+    state.preparesFilms = options_.preparer && options_.preparer->isOn();
     if (state == commandState_) return;
     commandState_ = state;
     menus_->setState(state);
@@ -195,6 +202,10 @@ void EditorWindow::refreshShuttle() {
 
 bool EditorWindow::eventFilter(QObject* object, QEvent* event) {
     if (closed_) return false;
+    const QEvent::Type type = event->type();
+    // In any window of the program.
+    const bool isWork = type == QEvent::MouseButtonPress || type == QEvent::KeyPress || type == QEvent::Wheel;
+    if (isWork && preparation_) preparation_->touched();
     const TimelineStrip* strip = &controls_->transportBar.strip();
     // What is selected on the strip takes over from a mask or the bubble. A zoom's frame stays while the user scrubs.
     if (event->type() == QEvent::MouseButtonPress && object == strip && !previewTools_->isEditingFocus()) {

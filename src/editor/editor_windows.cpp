@@ -45,6 +45,9 @@ EditorWindows::EditorWindows(MainLoop& loop, Options options)
                                .filmCache = options_.filmCache,
                                .newLook = [looks = model::LookFolder(
                                                options_.looks)] { return looks.load(model::LookFolder::kStandard); }})),
+      preparer_(std::make_shared<FilmPreparer>(
+          loop, *exports_,
+          FilmPreparer::Options{options_.filmCache, options_.preparesFilms, options_.isOnMains, options_.isRecording})),
       notices_(std::make_unique<ExportNotices>(
           loop, *exports_, ExportNotices::Options{options_.bus, [this](const ExportEntry& entry) {
                                                       return (!options_.mayNotify || options_.mayNotify()) &&
@@ -73,6 +76,7 @@ EditorWindow& EditorWindows::open(const std::filesystem::path& folder) {
     options.openFolder = options_.dropped;
     options.newRecording = options_.newRecording;
     options.exports = exports_;
+    options.preparer = preparer_;
     options.showExports = [this] { showExports(); };
     options.exportFolder = options_.exportFolder;
     options.overviews = overviews_;
@@ -133,6 +137,7 @@ bool EditorWindows::mayClose() {
 }
 
 void EditorWindows::endWork() {
+    preparer_->end();
     exports_->end();
     notices_.reset();
     for (const auto& editor : editors_) {

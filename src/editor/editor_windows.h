@@ -10,6 +10,7 @@
 #include "base/main_loop.h"
 #include "editor/export_tools.h"
 #include "editor/exports/export_queue.h"
+#include "editor/exports/film_preparer.h"
 #include "editor/session/second_attempt.h"
 #include "platform/sound/sound_output.h"
 #include "render/overview/overview_maker.h"
@@ -36,6 +37,10 @@ class EditorWindows {
         /// The folder that remembers what films are made of and keeps parts of unfinished ones; if empty, every export
         /// makes everything.
         std::filesystem::path filmCache = {};
+        /// "Im Hintergrund vorbereiten": where the choice is kept, and what prevents it (`FilmPreparer::Options`).
+        FilmPreparer::SwitchMemory preparesFilms = {};
+        std::function<bool()> isOnMains = {};
+        std::function<bool()> isRecording = {};
         /// Where the folder of the last export is kept.
         ExportTools::FolderMemory exportFolder = {};
         /// Whether a notification may be shown now; empty: always. It would be in the picture of a recording.
@@ -88,6 +93,7 @@ class EditorWindows {
     const Options options_;
     const std::shared_ptr<render::OverviewMaker> overviews_;
     const std::shared_ptr<ExportQueue> exports_;
+    const std::shared_ptr<FilmPreparer> preparer_;
     SecondAttempt closing_;
     std::unique_ptr<ExportsWindow> exportsWindow_;  // once shown
     std::vector<std::unique_ptr<Editor>> editors_;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -13,7 +14,9 @@
 #include <algorithm>
 
 #include "editor/editor_window.h"
+#include "editor/exports/film_preparer.h"
 #include "support/editor_fixture.h"
+#include "support/manual_main_loop.h"
 
 namespace lumivastor::editor {
 namespace {
@@ -67,6 +70,59 @@ TEST_F(EditorWindowsTest, AFolderThatIsDroppedIsHandedOn) {
     QApplication::sendEvent(&editor, &drop);
     EXPECT_TRUE(drop.isAccepted());
     EXPECT_TRUE(awaitInLoop([&] { return dropped == folder_.path(); }));
+}
+
+TEST_F(EditorWindowsTest, AQuietEditorsFilmIsPreparedAndTheButtonSaysSo) {
+    settings_.exportHeight = 90;  // small is quick
+    settings_.save(folder_.path());
+    const TemporaryFolder cache;
+    ManualMainLoop clock;
+    FilmPreparer::Options options;
+    options.filmCache = cache.path();
+    options.clock = [&] { return clock.now(); };
+    EditorWindow::Options windowOptions;
+    windowOptions.exports = exports_;
+    windowOptions.preparer = std::make_shared<FilmPreparer>(clock, *exports_, std::move(options));
+    const auto preparer = windowOptions.preparer;
+    EditorWindow editor(folder_.path(), loop_, std::move(windowOptions));
+    editor.show();
+    auto* button = editor.findChild<QPushButton*>("renderButton");
+    const std::string tip = "Das fertige Video in den Ordner der Aufnahme schreiben";
+    EXPECT_EQ(button->toolTip().toStdString(), tip);
+    clock.advance(10);
+    ASSERT_TRUE(clock.runUntil([&] { return !preparer->isPreparing(); }));
+    EXPECT_EQ(button->toolTip().toStdString(), tip + "\nFertig vorbereitet");
+    QTest::mouseClick(editor.findChild<QPushButton*>("trimStartButton"), Qt::LeftButton);
+    EXPECT_EQ(button->toolTip().toStdString(), tip + "\nFertig vorbereitet") << "nothing has changed";
+    editor.transport().scrub(2);
+    QTest::mouseClick(editor.findChild<QPushButton*>("trimStartButton"), Qt::LeftButton);
+    EXPECT_EQ(button->toolTip().toStdString(), tip);
+
+    QAction* item = nullptr;
+    for (QAction* each : editor.findChildren<QAction*>()) {
+        if (each->text() == "Im Hintergrund vorbereiten") item = each;
+    }
+    ASSERT_NE(item, nullptr);
+    EXPECT_TRUE(item->isCheckable() && item->isChecked());
+    item->trigger();
+    EXPECT_FALSE(item->isChecked());
+    EXPECT_FALSE(preparer->isOn());
+    clock.advance(10);
+    EXPECT_FALSE(preparer->isPreparing());
+    // Each key is work, wherever it is pressed.
+    QTest::keyClick(button, Qt::Key_Shift);
+    item->trigger();
+    EXPECT_TRUE(item->isChecked());
+    clock.advance(3);
+    QTest::keyClick(&editor, Qt::Key_Shift);
+    clock.advance(3);
+    EXPECT_FALSE(preparer->isPreparing());
+    EXPECT_EQ(button->toolTip().toStdString(), tip);
+    clock.advance(3);
+    ASSERT_TRUE(clock.runUntil([&] { return !preparer->isPreparing(); }));
+    EXPECT_EQ(button->toolTip().toStdString(), tip + "\nFertig vorbereitet");
+    editor.close();
+    EXPECT_EQ(clock.timers(), 0u);
 }
 
 TEST_F(EditorWindowsTest, WhileThereAreExportsEndingTakesTwoAttempts) {

@@ -52,6 +52,7 @@ MenuBar::MenuBar(const CommandActions& actions, const CommandSubmenus& submenus)
             continue;
         }
         QAction* item = menu->addAction(itemText(entry, {}));
+        item->setCheckable(entry.isSwitch);
         QObject::connect(item, &QAction::triggered, bar_, [run = action->second] { run(); });
         items_[entry.command] = item;
     }
@@ -62,6 +63,7 @@ void MenuBar::setState(const CommandState& state) {
     for (const auto& [command, item] : items_) {
         item->setText(itemText(commandEntry(command), state));
         item->setEnabled(isEnabled(command, state));
+        item->setChecked(isChecked(command, state));
     }
 }
 

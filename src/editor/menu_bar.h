@@ -33,7 +33,7 @@ class MenuBar {
     /// The widget. It belongs to the layout that it is added to.
     QMenuBar* bar() const { return bar_; }
 
-    /// Titles and whether commands can be used.
+    /// Titles, whether commands can be used, and which switches are on.
     void setState(const CommandState& state);
 
   private:

@@ -7,6 +7,7 @@
 
 #include "base/saturated.h"
 #include "editor/editor_builders.h"
+#include "editor/session/labels.h"
 #include "ui/accessible.h"
 #include "ui/flow_layout.h"
 #include "ui/icons.h"
@@ -19,6 +20,7 @@ namespace {
 
 // The least width of the status, in points; shorter, it has a line of its own.
 constexpr int kLeastStatus = 160;
+constexpr const char* kRenderTip = "Das fertige Video in den Ordner der Aufnahme schreiben";
 
 }  // namespace
 
@@ -60,9 +62,7 @@ void RenderBar::makeButtons(const EditorActions& actions) {
                     {"revealRenderButton", "Im Finder zeigen", "Das fertige Video im Ordner zeigen"}, actions.reveal);
     cancelButton_ = smallButton("Abbrechen", {}, {"cancelRenderButton", "Rendern abbrechen", "Rendern abbrechen"},
                                 actions.cancelRender);
-    renderButton_ = smallButton(
-        "Video rendern", {},
-        {"renderButton", "Video rendern", "Das fertige Video in den Ordner der Aufnahme schreiben"}, actions.render);
+    renderButton_ = smallButton("Video rendern", {}, {"renderButton", "Video rendern", kRenderTip}, actions.render);
     renderButton_->setIcon(ui::icon("film", ui::theme::kOnAccent));
     renderButton_->setIconSize(iconBeforeText(18));
     renderButton_->setProperty("role", "main");
@@ -91,6 +91,11 @@ void RenderBar::setRendering(bool rendering) {
 
 void RenderBar::setRenderable(bool renderable) {
     renderButton_->setEnabled(renderable);
+}
+
+void RenderBar::setPrepared(double part) {
+    const std::string prepared = labels::prepared(part);
+    renderButton_->setToolTip(QString::fromStdString(prepared.empty() ? kRenderTip : kRenderTip + ("\n" + prepared)));
 }
 
 void RenderBar::setProgress(double fraction) {

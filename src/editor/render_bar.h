@@ -30,6 +30,8 @@ class RenderBar {
     void setRendering(bool rendering);
     /// Whether the button that renders can be used.
     void setRenderable(bool renderable);
+    /// How much of the film is prepared, from 0 to 1: the tip of the button that renders says it.
+    void setPrepared(double part);
     /// 0 to 1.
     void setProgress(double fraction);
     /// Whether there is a button that shows the rendered file.

@@ -24,6 +24,7 @@
 #include "render/cut_composition.h"
 #include "render/export_plan.h"
 #include "render/film_chapters.h"
+#include "render/film_groups.h"
 #include "render/film_pictures.h"
 #include "render/film_sound.h"
 #include "render/film_target.h"
@@ -94,8 +95,6 @@ class Export {
 
   private:
     // Set-up
-    std::optional<PixelRect> cameraPlace() const;
-    void openStore();
     void prepareWriter();
     void prepareSoftware(media::VideoSettings settings);
     void prepareSound(const CutComposition& cut);
@@ -152,26 +151,6 @@ class Export {
     std::unique_ptr<FilmSound> sound_;         // the audio pump's while it runs; null: no sound
 };
 
-// Where the camera's picture lies in the film.
-std::optional<PixelRect> Export::cameraPlace() const {
-    const Rect& bubble = source_.state().layout.bubbleRect;
-    if (!source_.hasCamera() || bubble.isEmpty()) return std::nullopt;
-    return pixelsTouchedBy(bubble, canvas_);
-}
-
-// The film in its place and those in the usual ones.
-void Export::openStore() {
-    GroupStore::Options options;
-    options.folder = options_.cacheFolder;
-    options.recording = movieIdentity(recording_.folder / "source.mov");
-    options.films = {file_->target()};
-    for (const FilmForm form : {FilmForm::mp4, FilmForm::mov}) {
-        const std::filesystem::path usual = filmTarget(recording_, form, {});
-        if (usual != options.films.front()) options.films.push_back(usual);
-    }
-    store_.emplace(std::move(options));
-}
-
 void Export::prepareWriter() {
     file_.emplace(filmTarget(recording_, form_, options_.file));
     writer_ =
@@ -181,29 +160,23 @@ void Export::prepareWriter() {
                                                       PaintedPictures::Options{fps_, total_, pictureProgress()});
         return;
     }
-    media::VideoSettings settings = exportVideoSettings(canvas_, fps_, cameraPlace());
-    settings.timescale = kExportTimescale;
-    settings.highProfile = true;
+    media::VideoSettings settings = filmVideoSettings(canvas_, fps_, cameraPlace(source_, canvas_));
     const media::EncoderChoice choice = options_.chooseEncoder(settings);
     std::string reason = choice.reason;
     if (reason.ends_with('.')) reason.pop_back();
     Log::write("Studio", "Encoder: " + choice.candidate.encoder + " (" + reason + ")");
     choice.applyTo(settings);
     if (choice.candidate.isHardware()) hardware_ = choice.candidate.encoder;
-    // Whoever brings an encoder of their own has no groups.
-    if (!hardware_ && !choice.make && media::regionPicturesAreOn()) prepareSoftware(settings);
+    if (comesInGroups(choice)) prepareSoftware(settings);
     if (pictures_) return;
     pictures_ = std::make_unique<PaintedPictures>(*writer_, settings, source_,
                                                   PaintedPictures::Options{fps_, total_, pictureProgress()});
 }
 
 void Export::prepareSoftware(media::VideoSettings settings) {
-    openStore();
-    GroupProducer::Options options;
-    options.fps = fps_;
-    options.total = total_;
-    options.video = std::move(settings);
-    options.regions = exportRegionSettings(canvas_, fps_, cameraPlace());
+    store_.emplace(groupPlaces(recording_, options_.cacheFolder, file_->target()));
+    GroupProducer::Options options =
+        groupOptions(std::move(settings), canvas_, fps_, total_, cameraPlace(source_, canvas_));
     options.store = &*store_;
     options.isFresh = options_.isFresh;
     options.progress = pictureProgress();
@@ -349,11 +322,6 @@ void Export::report(double progress) const {
     if (!options_.progress) return;
     if (!options_.postToMain) return options_.progress(progress);
     options_.postToMain([report = options_.progress, progress] { report(progress); });
-}
-
-FrameMaker framesOf(const edit::Composition& composition) {
-    return [&composition](const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
-                          double sourceTime) { return composition.compose(source, webcam, sourceTime); };
 }
 
 // With the hardware encoder if there is one; if that fails on the way, again with a software encoder.

@@ -94,6 +94,11 @@ class MemoryPreferences final : public app::Preferences {
     std::optional<bool> autoZoomsEnabled() const override { return autoZooms; }
     void setAutoZoomsEnabled(bool enabled) override { autoZooms = enabled; }
 
+    std::optional<bool> preparation;
+
+    std::optional<bool> preparesFilms() const override { return preparation; }
+    void setPreparesFilms(bool prepares) override { preparation = prepares; }
+
     std::optional<int> countdown;
 
     std::optional<int> countdownSeconds() const override { return countdown; }

@@ -26,6 +26,10 @@ class Preferences {
     virtual std::optional<bool> autoZoomsEnabled() const = 0;
     virtual void setAutoZoomsEnabled(bool enabled) = 0;
 
+    /// Key "preparesFilms"; nullopt when it was never set.
+    virtual std::optional<bool> preparesFilms() const = 0;
+    virtual void setPreparesFilms(bool prepares) = 0;
+
     /// Key "countdownSeconds"; nullopt when it was never set.
     virtual std::optional<int> countdownSeconds() const = 0;
     virtual void setCountdownSeconds(int seconds) = 0;

@@ -19,11 +19,11 @@ class StoredPreferences final : public Preferences {
   public:
     StoredPreferences() : settings_(QSettings::IniFormat, QSettings::UserScope, "LumiVastor", "LumiVastor") {}
 
-    std::optional<bool> autoZoomsEnabled() const override {
-        const QVariant value = settings_.value("autoZoomsEnabled");
-        return value.isValid() ? std::optional(value.toBool()) : std::nullopt;
-    }
+    std::optional<bool> autoZoomsEnabled() const override { return choice("autoZoomsEnabled"); }
     void setAutoZoomsEnabled(bool enabled) override { settings_.setValue("autoZoomsEnabled", enabled); }
+
+    std::optional<bool> preparesFilms() const override { return choice("preparesFilms"); }
+    void setPreparesFilms(bool prepares) override { settings_.setValue("preparesFilms", prepares); }
 
     std::optional<int> countdownSeconds() const override {
         const QVariant value = settings_.value("countdownSeconds");
@@ -60,6 +60,10 @@ class StoredPreferences final : public Preferences {
     }
 
   private:
+    std::optional<bool> choice(const QString& key) const {
+        const QVariant value = settings_.value(key);
+        return value.isValid() ? std::optional(value.toBool()) : std::nullopt;
+    }
     ChosenDevice device(const QString& key) const {
         return {settings_.value(key).toString().toStdString(), settings_.value(key + "Name").toString().toStdString()};
     }

@@ -21,6 +21,7 @@
 #include "app/no_view.h"
 #include "app/session/abrupt_end.h"
 #include "app/session/dbus_sleep_inhibitor.h"
+#include "app/session/power_supply.h"
 #include "app/session/single_instance.h"
 #include "app/session/stored_preferences.h"
 #include "app/session/termination_signals.h"
@@ -189,6 +190,10 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
                },
                .overviewCache = capture::overviewCacheFolder(),
                .filmCache = capture::filmCacheFolder(),
+               .preparesFilms = {[&] { return preferences.preparesFilms().value_or(true); },
+                                 [&](bool prepares) { preferences.setPreparesFilms(prepares); }},
+               .isOnMains = [] { return isOnMains(); },
+               .isRecording = [&] { return !delegate->applicationShouldTerminateAfterLastWindowClosed(); },
                .exportFolder = {loadExportFolder, keepExportFolder},
                .mayNotify = [&] { return delegate->applicationShouldTerminateAfterLastWindowClosed(); },
                .looks = platform::preferencesFolder(platform::SessionEnvironment::read()) / "looks"});

@@ -47,6 +47,7 @@ int ExportQueue::add(ExportRequest request) {
     }
     const int id = list_.add(entryOf(request));
     waiting_.emplace(id, std::move(request));
+    // First: what an export must not meet ends then (film_preparer.h).
     tellChanged();
     startNext();
     return id;

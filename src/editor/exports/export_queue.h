@@ -33,7 +33,7 @@ class ExportQueue {
     };
     /// What an observer wants to know. It may call every function of the queue.
     struct Observer {
-        /// The list has changed.
+        /// The list has changed. An export that was put in is in it before it starts.
         std::function<void()> changed{};
         /// An export has ended; `changed` has been called before.
         std::function<void(const ExportEntry& entry)> ended{};

@@ -19,6 +19,11 @@ constexpr auto kCommands = std::to_array<CommandEntry>({
     {C::exportAs, M::file, "Exportieren als …", {"Ctrl+Shift+E"}},
     {C::showExports, M::file, "Exporte", {"Ctrl+E"}},
     {C::reveal, M::file, "Im Finder zeigen"},
+    {.command = C::prepareFilms,
+     .menu = M::file,
+     .title = "Im Hintergrund vorbereiten",
+     .beginsGroup = true,
+     .isSwitch = true},
     {.command = C::close, .menu = M::file, .title = "Editor schließen", .keys = {"Ctrl+W"}, .beginsGroup = true},
 
     {.command = C::undo, .menu = M::edit, .title = "Rückgängig", .keys = {"Ctrl+Z"}, .repeats = true},
@@ -210,6 +215,10 @@ bool isEnabled(Command command, const CommandState& state) {
         default:
             return true;
     }
+}
+
+bool isChecked(Command command, const CommandState& state) {
+    return command == Command::prepareFilms && state.preparesFilms;
 }
 
 std::string commandTitle(Command command, const CommandState& state) {

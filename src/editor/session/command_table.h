@@ -17,6 +17,7 @@ enum class Command {
     render,
     exportAs,
     showExports,
+    prepareFilms,
     reveal,
     close,
     undo,
@@ -76,6 +77,8 @@ struct CommandEntry {
     bool repeats = false;
     /// A slider or a list that has the keyboard uses these keys itself.
     bool yieldsToControls = false;
+    /// It turns something on and off: the item has a check mark (`isChecked`).
+    bool isSwitch = false;
 };
 
 /// All commands in the order of the menus; commands of one menu follow each other.
@@ -117,12 +120,16 @@ struct CommandState {
     bool isDrawingMask = false;
     bool isPlaying = false;
     bool isFullScreen = false;
-    bool hasLooks = false;  // saved ones, which can be deleted
+    bool hasLooks = false;       // saved ones, which can be deleted
+    bool preparesFilms = false;  // in the background
 
     bool operator==(const CommandState&) const = default;
 };
 
 bool isEnabled(Command command, const CommandState& state);
+
+/// Whether what a switch turns on is on; false for every other command.
+bool isChecked(Command command, const CommandState& state);
 
 /// "Rückgängig: Zoom verschieben", "Anhalten".
 std::string commandTitle(Command command, const CommandState& state);

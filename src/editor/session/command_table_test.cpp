@@ -79,6 +79,20 @@ TEST(CommandTable, TitlesSayWhatTheCommandDoesNow) {
     EXPECT_EQ(commandTitle(Command::fullScreen, state), "Vollbild verlassen");
 }
 
+TEST(CommandTable, SwitchesAreCheckedWhileTheyAreOn) {
+    CommandState state;
+    std::set<Command> switches;
+    for (const CommandEntry& entry : commandTable()) {
+        if (entry.isSwitch) switches.insert(entry.command);
+        EXPECT_FALSE(isChecked(entry.command, state)) << entry.title;
+    }
+    EXPECT_EQ(switches, std::set{Command::prepareFilms});
+    state.preparesFilms = true;
+    for (const CommandEntry& entry : commandTable()) {
+        EXPECT_EQ(isChecked(entry.command, state), entry.isSwitch) << entry.title;
+    }
+}
+
 TEST(CommandTable, WhatWouldChangeNothingIsDisabled) {
     const CommandState nothing;
     for (const Command command :

@@ -117,6 +117,11 @@ std::string rendering(int width, int height, const std::optional<double>& remain
     return remaining ? text + " " + remainingTime(*remaining) : text;
 }
 
+std::string prepared(double part) {
+    if (part >= 1) return "Fertig vorbereitet";
+    return part > 0 ? "Zu " + percent(part) + " vorbereitet" : "";
+}
+
 std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName) {
     return formatted("Fertig: %.1f s, %lld Zooms – ", seconds, number(zooms)) + fileName;
 }

@@ -60,6 +60,9 @@ std::string rendering(int width, int height);
 /// The same with the remaining seconds, if known.
 std::string rendering(int width, int height, const std::optional<double>& remaining);
 
+/// How much of the film is prepared: "Zu 80 % vorbereitet", "Fertig vorbereitet"; empty for nothing.
+std::string prepared(double part);
+
 /// "Fertig: 12.5 s, 3 Zooms – studio-output.mp4".
 std::string rendered(double seconds, std::int64_t zooms, const std::string& fileName);
 

@@ -91,6 +91,14 @@ TEST(Labels, Rendering) {
     EXPECT_EQ(labels::rendered(12.46, 3, "studio-output.mp4"), "Fertig: 12.5 s, 3 Zooms – studio-output.mp4");
 }
 
+TEST(Labels, WhatIsPrepared) {
+    EXPECT_EQ(labels::prepared(0), "");
+    EXPECT_EQ(labels::prepared(0.01), "Zu 1 % vorbereitet");
+    EXPECT_EQ(labels::prepared(0.8), "Zu 80 % vorbereitet");
+    EXPECT_EQ(labels::prepared(0.99), "Zu 99 % vorbereitet");
+    EXPECT_EQ(labels::prepared(1), "Fertig vorbereitet");
+}
+
 TEST(Labels, RemainingTimeIsCoarserTheLongerItIs) {
     EXPECT_EQ(labels::remainingTime(0), "noch 1 s");
     EXPECT_EQ(labels::remainingTime(9.1), "noch 10 s");

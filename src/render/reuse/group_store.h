@@ -47,6 +47,11 @@ class GroupStore {
 
     /// Keeps a group until a film has it.
     void keep(const GroupKey& key, const media::CodedGroup& group) { kept_.keep(key, group); }
+    /// Whether that has an effect: no other program does so for this recording, and the disk has room.
+    bool mayKeep() { return kept_.mayKeep(); }
+
+    /// Deletes what was used longest ago of all recordings until the rest is within the limits.
+    void keepLimits() const;
 
     /// A film is in its place: remembers what it is made of, and forgets what was kept for it. `groups` are all of it;
     /// `sound` tells how its sound was made, if that is known.
@@ -61,7 +66,6 @@ class GroupStore {
 
     void addPlaces();
     std::filesystem::path recordFile(std::uint64_t film) const;
-    void keepLimits() const;
 
     const Options options_;
     KeptGroups kept_;

@@ -110,6 +110,11 @@ bool KeptGroups::openForKeeping() {
     places_.clear();
     end_ = 0;
     readRecords();
+    // Most of them are of edits long gone, and nobody could keep anything more.
+    if (end_ >= kLargestFile) {
+        places_.clear();
+        end_ = 0;
+    }
     if (end_ == 0) {
         if (::ftruncate(file_.get(), 0) != 0 ||
             writeAllAt(file_.get(), 0, kGroupsHeader.data(), kGroupsHeader.size()).error) {
