@@ -7,8 +7,8 @@
 // STATE: "edited" (trim, cuts, zooms by hand, masks), "mask" (a rectangle is being drawn), "rendering", "focus" (the
 // keyboard is on a control), "menu" (the list of zooms is open), "timeline" (enlarged, the end of a zoom is dragged),
 // "frames" (frames of it, a cut is selected), "timeline-menu", "timeline-focus", "idle" (cuts are proposed), "export",
-// "export-gif" (the dialog of an export), "exports" (the list). QT_SCALE_FACTOR=2 in the environment doubles the
-// pixels. The folder's project document is not changed.
+// "export-gif" (the dialog of an export), "exports" (the list), "file-menu". QT_SCALE_FACTOR=2 in the environment
+// doubles the pixels. The folder's project document is not changed.
 
 #include <QApplication>
 #include <QComboBox>
@@ -26,11 +26,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/recorder_error.h"
 #include "editor/editor_window.h"
 #include "editor/exports/export_dialog.h"
 #include "editor/exports/exports_window.h"
+#include "editor/exports/film_preparer.h"
 #include "editor/idle_dialog.h"
 #include "editor/preview/mask_draw_view.h"
 #include "editor/preview/preview_view.h"
@@ -134,10 +136,10 @@ void putInto(editor::EditorWindow& window, const std::string& state) {
     if (state == "focus") window.findChild<ui::ValueSlider*>("paddingSlider")->setFocus(Qt::TabFocusReason);
     if (state == "focus-button") window.findChild<QPushButton*>("showZoomButton")->setFocus(Qt::TabFocusReason);
     if (state.starts_with("timeline") || state == "frames") putTimelineInto(window, state);
-    if (state == "edit-menu" || state == "playback-menu") {
-        edit(window);
+    if (state == "file-menu" || state == "edit-menu" || state == "playback-menu") {
+        if (state != "file-menu") edit(window);
         const auto* bar = window.findChild<QMenuBar*>("menuBar");
-        QAction* menu = bar->actions().at(state == "edit-menu" ? 1 : 3);
+        QAction* menu = bar->actions().at(state == "file-menu" ? 0 : state == "edit-menu" ? 1 : 3);
         menu->menu()->popup(bar->mapToGlobal(bar->actionGeometry(menu).bottomLeft()));
     }
     if (state == "keys") window.commandActions().at(editor::Command::showKeys)();
@@ -209,7 +211,13 @@ int run(int argc, char** argv) {
     const auto document = model::ProjectSettings::load(folder);
     {
         ui::QtMainLoop loop;
-        editor::EditorWindow window(folder, loop, {});
+        // What the menus have in the application. Nothing is prepared, for there is no cache.
+        editor::EditorWindow::Options options;
+        options.exports = std::make_shared<editor::ExportQueue>(loop, editor::ExportQueue::Options{});
+        options.preparer =
+            std::make_shared<editor::FilmPreparer>(loop, *options.exports, editor::FilmPreparer::Options{});
+        options.newRecording = options.showExports = [] {};
+        editor::EditorWindow window(folder, loop, std::move(options));
         if (size) {
             int width = 0;
             int height = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "render/film_preparation.h"
 
+#include <map>
+#include <memory>
 #include <utility>
 
 #include "base/one_processor.h"
@@ -40,11 +42,30 @@ class Hundredths {
 
 }  // namespace
 
+EncoderChooser rememberingChooser(EncoderChooser choose) {
+    struct Memory {
+        EncoderChooser choose;
+        std::map<std::pair<int, int>, media::EncoderChoice> choices;  // by width and height
+    };
+    return [memory = std::make_shared<Memory>(Memory{std::move(choose), {}})](const media::VideoSettings& settings) {
+        const std::pair size(settings.width, settings.height);
+        const auto known = memory->choices.find(size);
+        if (known != memory->choices.end()) return known->second;
+        return memory->choices.emplace(size, memory->choose(settings)).first->second;
+    };
+}
+
 PreparationResult prepareFilmSync(const edit::Composition& composition, const PreparationOptions& options) {
     using End = PreparationResult::End;
     PreparationResult result;
     const bool isForm = options.form == FilmForm::mp4 || options.form == FilmForm::mov;
     if (!isForm || options.cacheFolder.empty()) return result;
+    // Each step of the set-up may take a tenth of a second.
+    const auto isStopped = [&] {
+        if (options.stop.stop_requested()) result.end = End::stopped;
+        return result.end == End::stopped;
+    };
+    if (isStopped()) return result;
     const edit::Recording& recording = composition.recording();
     const std::int64_t fps = recording.info.fps;
     checkFrameRate(fps);
@@ -52,10 +73,11 @@ PreparationResult prepareFilmSync(const edit::Composition& composition, const Pr
     const FrameMaker makeFrame = framesOf(composition);
     ComposedFrames frames(composition, makeFrame);
     frames.open();
+    if (isStopped()) return result;
     const std::optional<PixelRect> camera = cameraPlace(frames, canvas);
     media::VideoSettings video = filmVideoSettings(canvas, fps, camera);
     const media::EncoderChoice choice = options.chooseEncoder(video);
-    if (!comesInGroups(choice)) return result;
+    if (isStopped() || !comesInGroups(choice)) return result;
     choice.applyTo(video);
 
     GroupStore store(groupPlaces(recording, options.cacheFolder, filmTarget(recording, options.form, {})));

@@ -19,6 +19,12 @@
 
 namespace lumivastor::render {
 
+using EncoderChooser = std::function<media::EncoderChoice(const media::VideoSettings&)>;
+
+/// Asks `choose` for each size once only: the choice tries hardware, which takes up to two seconds and wakes graphics
+/// cards. For one preparation at a time.
+EncoderChooser rememberingChooser(EncoderChooser choose);
+
 struct PreparationOptions {
     FilmForm form = FilmForm::mp4;
     /// See `RenderOptions`; empty: nothing is prepared.
@@ -28,8 +34,9 @@ struct PreparationOptions {
     /// On a stop request the preparation ends within a few pictures. What is finished is kept.
     std::stop_token stop{};
     /// That of the export; see `RenderOptions`.
-    std::function<media::EncoderChoice(const media::VideoSettings&)> chooseEncoder =
-        [](const media::VideoSettings& settings) { return media::chooseExportEncoder(settings); };
+    EncoderChooser chooseEncoder = [](const media::VideoSettings& settings) {
+        return media::chooseExportEncoder(settings);
+    };
 };
 
 struct PreparationResult {

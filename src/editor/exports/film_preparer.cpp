@@ -21,23 +21,6 @@ constexpr double kPowerSeconds = 30;
 
 }  // namespace
 
-// The choice tries hardware, which takes up to two seconds and wakes graphics cards: once for each size is enough. Used
-// by one preparation at a time.
-struct FilmPreparer::EncoderMemory {
-    int width = 0;
-    int height = 0;
-    std::optional<media::EncoderChoice> choice;
-
-    media::EncoderChoice choose(const render::PreparationOptions& options, const media::VideoSettings& settings) {
-        if (!choice || settings.width != width || settings.height != height) {
-            choice = options.chooseEncoder(settings);
-            width = settings.width;
-            height = settings.height;
-        }
-        return *choice;
-    }
-};
-
 FilmPreparer::FilmPreparer(MainLoop& loop, ExportQueue& queue, Options options)
     : loop_(loop),
       queue_(queue),
@@ -46,7 +29,8 @@ FilmPreparer::FilmPreparer(MainLoop& loop, ExportQueue& queue, Options options)
           return std::move(options);
       }()),
       isOn_(!options_.isOn.load || options_.isOn.load()),
-      encoders_(std::make_shared<EncoderMemory>()),
+      chooseEncoder_(render::rememberingChooser(options_.chooseEncoder ? options_.chooseEncoder
+                                                                       : render::PreparationOptions{}.chooseEncoder)),
       observation_(queue.observe({[this] { exportsChanged(); },
                                   [this](const ExportEntry&) {
                                       schedule_.exported();
@@ -160,11 +144,7 @@ void FilmPreparer::begin(int film) {
             if (!run_->isOutdated) show(film, part);
         });
     };
-    render::PreparationOptions chooser;
-    if (options_.chooseEncoder) chooser.chooseEncoder = options_.chooseEncoder;
-    options.chooseEncoder = [chooser = std::move(chooser), memory = encoders_](const media::VideoSettings& video) {
-        return memory->choose(chooser, video);
-    };
+    options.chooseEncoder = chooseEncoder_;
     try {
         run_->thread = render::prepareFilm(
             [composition, settings] { return exportRequest(*composition, settings).composition; }, std::move(options),

@@ -13,7 +13,6 @@
 #include "edit/composition.h"
 #include "editor/exports/export_queue.h"
 #include "editor/session/preparation_schedule.h"
-#include "media/encoder_choice/encoder_choice.h"
 #include "render/film_preparation.h"
 
 namespace lumivastor::editor {
@@ -38,7 +37,7 @@ class FilmPreparer {
         /// Seconds of any clock that never runs backward; the host clock unless set.
         std::function<double()> clock{};
         /// See `render::PreparationOptions`; the choice of exports unless set. Any thread.
-        std::function<media::EncoderChoice(const media::VideoSettings&)> chooseEncoder{};
+        render::EncoderChooser chooseEncoder{};
     };
     /// An open editor. Its functions are called while it is watched.
     struct Editor {
@@ -100,7 +99,6 @@ class FilmPreparer {
         Lifetime lifetime;
         std::jthread thread;  // last: it uses everything above
     };
-    struct EncoderMemory;
 
     void edited(int film);
     void touched();
@@ -123,7 +121,7 @@ class FilmPreparer {
     int lastFilm_ = 0;
     std::optional<double> powerAsked_;
     bool isOnMains_ = true;  // at that time
-    const std::shared_ptr<EncoderMemory> encoders_;
+    render::EncoderChooser chooseEncoder_;
     std::unique_ptr<MainLoop::Timer> timer_;  // while there is something to prepare
     std::shared_ptr<void> observation_;
     std::unique_ptr<Run> run_;
