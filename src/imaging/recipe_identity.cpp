@@ -13,8 +13,8 @@ namespace lumivastor::imaging {
 namespace {
 
 // Film frames have some thirty steps.
-constexpr int kMaximumSteps = 5000;
-constexpr int kMaximumDepth = 200;
+constexpr int kMostRecipeSteps = 5000;
+constexpr int kDeepestRecipe = 200;
 // A recording has a dozen cursor shapes and layers.
 constexpr std::size_t kMaximumBuffers = 500;
 
@@ -26,7 +26,7 @@ class RecipeIdentity::Walk {
     Walk(RecipeIdentity& identity, ContentHasher& hasher) : identity_(identity), hasher_(hasher) {}
 
     bool add(const Picture& picture) {
-        if (++steps_ > kMaximumSteps || depth_ >= kMaximumDepth) return false;
+        if (++steps_ > kMostRecipeSteps || depth_ >= kDeepestRecipe) return false;
         ++depth_;
         const auto& step = picture.node().step;
         hasher_.addNumber(static_cast<std::uint8_t>(step.index()));
