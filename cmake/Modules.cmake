@@ -47,7 +47,7 @@ set(LUMI_SOURCES_APART
   ui/segmented_control ui/value_slider
   base/interval_test edit/frame_rounding_test edit/pointer_rests_test edit/studio_layout_test
   editor/preview/preview_layout_test editor/timeline/strip_selection_test editor/timeline/timeline_strip_layout_test
-  imaging/painting/painting_test imaging/picture_test media/loudness/true_peak_limiter_test
+  imaging/painting/painting_test imaging/picture_test imaging/recipe_identity_test media/loudness/true_peak_limiter_test
   media/reading/sound_reading_test media/region/group_encoder_test media/region/rate_control_test media/region/region_planner_test
   media/writing/fragmented_movie_test model/look_test model/pointer_track_test model/project_document_test
   model/project_settings_test platform/x11/x11_excluded_windows_test render/partly_painted_export_test

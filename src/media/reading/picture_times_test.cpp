@@ -77,7 +77,7 @@ TEST(PictureTimes, PicturesAreToldApart) {
     PictureTimes times(asset, asset->tracks(TrackKind::video).front().id);
     times.seek({30, 600});
     ASSERT_TRUE(times.hasCurrent());
-    EXPECT_EQ(times.currentTime(), MediaTime(20, 600));
+    EXPECT_EQ(times.currentTime(), (MediaTime{20, 600}));
     const imaging::Picture first(times.picture());
     EXPECT_EQ(times.picture().luma.samples, nullptr);
     times.advance();
