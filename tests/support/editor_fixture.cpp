@@ -50,8 +50,6 @@ void EditorFixture::openWindow(bool webcam) {
                                                          return hold;
                                                      }});
     options.exports = exports_;
-    // Without a cache: it prepares nothing, but has its command.
-    options.preparer = std::make_shared<editor::FilmPreparer>(loop_, *exports_, editor::FilmPreparer::Options{});
     options.showExports = [] {};
     window_ = std::make_unique<editor::EditorWindow>(folder_.path(), loop_, std::move(options));
     window_->show();
