@@ -53,7 +53,11 @@ EditorWindows::EditorWindows(MainLoop& loop, Options options)
                                                       return (!options_.mayNotify || options_.mayNotify()) &&
                                                              !isShown(entry);
                                                   }})) {}
-EditorWindows::~EditorWindows() = default;
+
+// What tells the preparer about recordings may be gone already.
+EditorWindows::~EditorWindows() {
+    preparer_->end();
+}
 
 EditorWindow* EditorWindows::openedOn(const std::filesystem::path& folder) {
     std::error_code ignored;
