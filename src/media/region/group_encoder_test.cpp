@@ -39,9 +39,9 @@ void paintScreen(const imaging::YuvDestination& planes, int number) {
         for (int x = 0; x < planes.width; ++x) {
             const bool isSquare = x >= number % 200 && x < number % 200 + 14 && y >= 60 && y < 80;
             const int page = (x / 3 * 7 + y / 5 * 11) % 5 == 0 ? 40 : 225;
-            planes.luma[y * planes.lumaStride + x] = static_cast<std::uint8_t>(isNoise    ? 16 + random() % 220
-                                                                               : isSquare ? 90
-                                                                                          : page);
+            const int shown = isSquare ? 90 : page;
+            planes.luma[y * planes.lumaStride + x] =
+                static_cast<std::uint8_t>(isNoise ? 16 + static_cast<int>(random() % 220) : shown);
         }
     }
     for (int y = 0; y < planes.height / 2; ++y) {

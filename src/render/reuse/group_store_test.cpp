@@ -120,7 +120,7 @@ TEST_F(KeptGroupsTest, AfterAnAbruptEndTheWholeOnesAreThere) {
 TEST_F(KeptGroupsTest, DamageIsSeenWhenTheyAreRead) {
     {
         KeptGroups kept(file());
-        for (std::uint8_t i = 0; i < 3; ++i) kept.keep(key(i), group(200 + i));
+        for (int i = 0; i < 3; ++i) kept.keep(key(i), group(static_cast<std::uint8_t>(200 + i)));
     }
     const std::string right = readText(file());
     for (std::size_t i = 0; i < right.size(); i += 5) {
@@ -204,7 +204,7 @@ std::vector<GroupRecord> recordFilm(const fs::path& film, GroupStore& store) {
     std::vector<GroupRecord> records;
     const auto samples = media::sampleIndex(asset, asset.tracks(media::TrackKind::video).front().id);
     const std::string bytes = readText(film);
-    for (std::size_t from : {0, 40}) {
+    for (const std::size_t from : {std::size_t{0}, std::size_t{40}}) {
         media::CodedGroup coded;
         for (std::size_t i = from; i < (from == 0 ? 40 : 60); ++i) {
             const std::string sample =
