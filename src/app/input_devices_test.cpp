@@ -111,8 +111,8 @@ TEST_F(InputDevicesTest, TheSoundOfACardIsChosenAndRememberedForThatCard) {
     const std::string ready = view_.state.status;
     sound_.setOtherMicrophones({});
     changed_();
-    ASSERT_TRUE(loop_.runUntil(
-        [this] { return view_.state.cardSounds.items.back() == "Funkmikrofon (nicht angeschlossen)"; }));
+    ASSERT_TRUE(
+        loop_.runUntil([this] { return view_.state.cardSounds.items.back() == "Funkmikrofon (nicht angeschlossen)"; }));
     EXPECT_EQ(view_.state.status,
               "„Funkmikrofon“ ist nicht angeschlossen; der Ton kommt vom Gerät selbst, wenn es welchen liefert.");
     app_->cardSoundSelected(0);
