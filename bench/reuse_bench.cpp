@@ -3,10 +3,10 @@
 // What the second export of a tutorial (tutorial.h) takes of the first one's processor time, all threads together.
 //
 // "Unchanged": nothing was changed; aim: at most 0.03. "OneZoom": one zoom became stronger; "OneZoomMade" is the share
-// of pictures that were made, and "OneZoomRest" what is left of the time beside what these take when everything is made
-// anew; aim: at most 0.05. "Cancelled": the first export was cancelled at its half; aim: at most 0.55. "Cut": a second
-// was cut out in the middle. "SameFilm" is 1 when the film with the zoom has the pictures of one that was made anew.
-// "FirstMs": milliseconds for each frame of the first export.
+// of pictures that were made, and "OneZoomRest" what is left of the time beside what these take in an export that makes
+// everything; aim: at most 0.05. "Cancelled": the first export was cancelled at its half; aim: at most 0.55. "Cut": a
+// second was cut out in the middle. "SameFilm" is 1 when the film with the zoom has the pictures of one of which
+// everything was made. "FirstMs": milliseconds for each frame of the first export.
 //
 // Arguments: canvas height, seconds of the recording. The source has the canvas's size.
 
@@ -117,10 +117,10 @@ class Exports {
     std::vector<model::ZoomSpec> zooms() const {
         return edit::Composition(tutorial_.folder(), tutorial_.size().width, tutorial_.size().height).zoomSpecs();
     }
-    Cost runAnew() {
+    Cost runFresh() {
         render::RenderOptions options;
         options.isFresh = true;
-        options.file = anew();
+        options.file = fresh();
         return run(options);
     }
     bool isAsMadeAnew() const {
@@ -128,13 +128,13 @@ class Exports {
             const media::Asset movie(path);
             return render::checksumOfSamples(movie, movie.tracks(media::TrackKind::video).at(0).id);
         };
-        return checksum(anew()) == checksum(film());
+        return checksum(fresh()) == checksum(film());
     }
 
   private:
     fs::path cache() const { return tutorial_.folder() / "cache"; }
     fs::path film() const { return tutorial_.folder() / "studio-output.mp4"; }
-    fs::path anew() const { return tutorial_.folder() / "anew.mp4"; }
+    fs::path fresh() const { return tutorial_.folder() / "fresh.mp4"; }
 
     Tutorial tutorial_;
 };
@@ -159,8 +159,8 @@ void secondExport(benchmark::State& state) {
         const double made = 1 - static_cast<double>(oneZoom.result.reusedFrames) / frames;
         state.counters["OneZoom"] = oneZoom.seconds / first.seconds;
         state.counters["OneZoomMade"] = made;
-        const Cost anew = exports.runAnew();
-        state.counters["OneZoomRest"] = (oneZoom.seconds - costOfThese(anew, oneZoom)) / first.seconds;
+        const Cost fresh = exports.runFresh();
+        state.counters["OneZoomRest"] = (oneZoom.seconds - costOfThese(fresh, oneZoom)) / first.seconds;
         state.counters["SameFilm"] = exports.isAsMadeAnew() ? 1 : 0;
 
         const double middle = static_cast<double>(state.range(1)) / 2;

@@ -2,11 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "base/pixel_size.h"
 #include "media/region/group_encoder.h"

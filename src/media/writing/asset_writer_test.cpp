@@ -337,6 +337,19 @@ TEST(AssetWriter, SoundAndPicturesStayTogether) {
     EXPECT_EQ(reader.status(), AssetReader::Status::completed);
 }
 
+// Of a movie with sound alone.
+std::vector<float> leftChannelOf(const std::filesystem::path& movie) {
+    const auto asset = std::make_shared<const Asset>(movie);
+    AssetReader reader(asset);
+    auto& output = reader.addAudioOutput(asset->tracks().at(0).id);
+    EXPECT_TRUE(reader.startReading());
+    std::vector<float> sound;
+    while (const auto sample = output.copyNextSample()) {
+        for (std::size_t i = 0; i < sample->frames(); ++i) sound.push_back(sample->values[2 * i]);
+    }
+    return sound;
+}
+
 // Three milliseconds, which are jitter elsewhere; the piece is shorter than what lies over it.
 TEST(AssetWriter, SoundBehindACutKeepsItsTimeExactly) {
     const TemporaryFolder folder;
@@ -354,14 +367,7 @@ TEST(AssetWriter, SoundBehindACutKeepsItsTimeExactly) {
     append(9600 - 44, 9600, -0.5F, false);
     append(19200 - 44, 9600, 0.5F, false);
     ASSERT_TRUE(writer.finishWriting()) << messageOf(writer);
-    const auto asset = std::make_shared<const Asset>(folder / "out.mov");
-    AssetReader reader(asset);
-    auto& output = reader.addAudioOutput(asset->tracks().at(0).id);
-    ASSERT_TRUE(reader.startReading());
-    std::vector<float> sound;
-    while (const auto sample = output.copyNextSample()) {
-        for (std::size_t i = 0; i < sample->frames(); ++i) sound.push_back(sample->values[2 * i]);
-    }
+    const std::vector<float> sound = leftChannelOf(folder / "out.mov");
     const auto crossing = [&sound](std::size_t from) {
         while (from + 1 < sound.size() && (sound[from] > 0) == (sound[from + 1] > 0)) ++from;
         return static_cast<double>(from + 1);
@@ -382,14 +388,7 @@ TEST(AssetWriter, GapsInSoundBecomeSilence) {
         EXPECT_TRUE(audio.append(std::move(sample)));
     }
     ASSERT_TRUE(writer.finishWriting()) << messageOf(writer);
-    const auto asset = std::make_shared<const Asset>(folder / "out.mov");
-    AssetReader reader(asset);
-    auto& output = reader.addAudioOutput(asset->tracks().at(0).id);
-    ASSERT_TRUE(reader.startReading());
-    std::vector<float> sound;
-    while (const auto sample = output.copyNextSample()) {
-        for (std::size_t i = 0; i < sample->frames(); ++i) sound.push_back(sample->values[2 * i]);
-    }
+    const std::vector<float> sound = leftChannelOf(folder / "out.mov");
     const auto meanAround = [&sound](std::size_t at) {
         double sum = 0;
         for (std::size_t i = at - 200; i < at + 200; ++i) sum += static_cast<double>(sound.at(i));
