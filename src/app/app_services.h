@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <thread>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "capture/proof/recording_proof.h"
 #include "capture/recording_control.h"
 #include "capture/recovery/recovery.h"
+#include "model/project_settings.h"
 #include "platform/device_selection.h"
 #include "platform/global_shortcut.h"
 #include "platform/sound/sound_board.h"
@@ -63,6 +65,8 @@ struct AppServices : capture::CaptureServices {
     /// Checks a recording that has ended, on a thread of its own.
     std::function<model::RecordingQuality(const std::filesystem::path&, std::stop_token)> prove =
         capture::proveRecording;
+    /// The look of new recordings; nullopt when the user has chosen none. May throw `RecorderError`.
+    std::function<std::optional<model::ProjectSettings>()> newLook = [] { return std::nullopt; };
     /// A recording was opened in an editor.
     std::function<void(const std::filesystem::path& folder)> recordingOpened = [](const std::filesystem::path&) {};
 };

@@ -646,8 +646,16 @@ void RecordingFlow::backToIdle() {
 }
 
 void RecordingFlow::presetZooms() {
+    std::optional<model::ProjectSettings> look;
     try {
-        if (presetZoomsOff(folder_)) Log::write("Editor", "Voreinstellung: Aufnahme ohne automatische Zooms");
+        look = services_.newLook();
+    } catch (const RecorderError& error) {
+        Log::write("Editor", error.message());
+    }
+    try {
+        if (presetZoomsOff(folder_, look, window_.choices().webcam)) {
+            Log::write("Editor", "Voreinstellung: Aufnahme ohne automatische Zooms");
+        }
     } catch (const RecorderError& error) {
         Log::write("Editor", error.message());
     }

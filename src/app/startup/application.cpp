@@ -11,6 +11,7 @@
 #include <clocale>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -33,6 +34,7 @@
 #include "editor/editor_windows.h"
 #include "editor/exports/export_queue.h"
 #include "media/encoder_choice/encoder_choice.h"
+#include "model/look.h"
 #include "platform/backends/desktop_backend.h"
 #include "platform/backends/desktop_choice.h"
 #include "platform/backends/device_backend.h"
@@ -181,6 +183,9 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     DBusSleepInhibitor sleep;
     Updates updates(QCoreApplication::applicationDirPath().toStdString());
     AppDelegate* delegate = nullptr;
+    const std::filesystem::path looksFolder =
+        platform::preferencesFolder(platform::SessionEnvironment::read()) / "looks";
+    const model::LookFolder looks(looksFolder);
     editor::EditorWindows editors(
         loop, {.makeSoundOutput = [] { return platform::openSoundOutput(); },
                .dropped = [&](const std::filesystem::path& folder) { delegate->open(folder); },
@@ -196,7 +201,7 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
                .isRecording = [&] { return !delegate->applicationShouldTerminateAfterLastWindowClosed(); },
                .exportFolder = {loadExportFolder, keepExportFolder},
                .mayNotify = [&] { return delegate->applicationShouldTerminateAfterLastWindowClosed(); },
-               .looks = platform::preferencesFolder(platform::SessionEnvironment::read()) / "looks"});
+               .looks = looksFolder});
     RecordingLibrary library(loop,
                              {.root = capture::recordingsRoot(),
                               .pictureCache = capture::overviewCacheFolder(),
@@ -240,6 +245,10 @@ int run(const CommandSwitches& switches, TerminationSignals& signals, Machine& m
     services.watchDevices = [](std::function<void()> changed) { return platform::watchDevices(std::move(changed)); };
     services.grabShortcut = [&](const platform::ShortcutRequest& request, std::function<void()> pressed) {
         return grabShortcut(*machine.desktop, request, std::move(pressed), {});
+    };
+    services.newLook = [&looks]() -> std::optional<model::ProjectSettings> {
+        if (!looks.contains(model::LookFolder::kStandard)) return std::nullopt;
+        return looks.load(model::LookFolder::kStandard);
     };
     services.recordingOpened = [&](const std::filesystem::path& folder) { library.remember(folder); };
     AppDelegate app(std::move(services), windows);
