@@ -6,6 +6,8 @@ find_package(PkgConfig REQUIRED)
 find_package(PNG REQUIRED)
 find_package(hwy REQUIRED)
 find_package(simdjson REQUIRED)
+# xxHash, of which the header is all.
+find_path(XXHASH_INCLUDE_DIR xxhash.h REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Network Svg Widgets)
 pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo)
 pkg_check_modules(PANGO REQUIRED IMPORTED_TARGET pangocairo)
