@@ -82,4 +82,15 @@ std::vector<SoundPiece> piecesOutsideOf(const Pauses& pauses, const platform::So
     return pieces;
 }
 
+std::vector<SoundPiece> SoundCutter::pieces(const Pauses& pauses, const platform::SoundBuffer& sound) {
+    std::vector<SoundPiece> pieces = piecesOutsideOf(pauses, sound);
+    if (pieces.empty()) return pieces;
+    const double end = sound.hostSeconds + static_cast<double>(sound.frames()) / sound.sampleRate;
+    const auto ended =
+        std::ranges::count_if(pauses.list(), [end](const auto& pause) { return pause.to && *pause.to <= end; });
+    if (ended > ended_ && pieces.size() == 1) pieces.front().isAfterPause = true;
+    ended_ = ended;
+    return pieces;
+}
+
 }  // namespace lumivastor::capture

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "capture/pauses/pauses.h"
@@ -18,5 +19,16 @@ struct SoundPiece : platform::SoundBuffer {
 /// fades out before a pause and in behind it, so that the join does not click (docs/decisions/0010-joins-of-sound.md);
 /// a fade does not reach beyond the buffer.
 std::vector<SoundPiece> piecesOutsideOf(const Pauses& pauses, const platform::SoundBuffer& sound);
+
+/// The same for the buffers of one track in their order. The first sound behind a pause may begin later than the pause
+/// ended: a source that delivers ahead of the time has given what lies between while it was still paused. One thread at
+/// a time.
+class SoundCutter {
+  public:
+    std::vector<SoundPiece> pieces(const Pauses& pauses, const platform::SoundBuffer& sound);
+
+  private:
+    std::ptrdiff_t ended_ = 0;  // pauses before what was given last
+};
 
 }  // namespace lumivastor::capture

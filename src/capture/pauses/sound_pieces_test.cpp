@@ -79,5 +79,15 @@ TEST(SoundPieces, OfManyPausesFollowEachOther) {
     EXPECT_NEAR(static_cast<double>(frames) / kRate, pauses.nearestMovieTime(115) - 100, 3.0 / kRate);
 }
 
+// What was delivered before the pause ended is lost: the first sound behind it begins later.
+TEST(SoundPieces, TheFirstBehindAPauseIsKnownThoughItBeginsLater) {
+    SoundCutter cutter;
+    EXPECT_FALSE(cutter.pieces(paused(99, std::nullopt), sound(98.9, 480)).at(0).isAfterPause);
+    EXPECT_TRUE(cutter.pieces(paused(99, std::nullopt), sound(100.003, 480)).empty());
+    const Pauses ended = paused(99, 100);
+    EXPECT_TRUE(cutter.pieces(ended, sound(100.013, 480)).at(0).isAfterPause);
+    EXPECT_FALSE(cutter.pieces(ended, sound(100.023, 480)).at(0).isAfterPause);
+}
+
 }  // namespace
 }  // namespace lumivastor::capture

@@ -263,7 +263,7 @@ void DeviceRecorder::resume() {
 // On the device's or the microphone's queue.
 void DeviceRecorder::handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || !isMovieOpen()) return;
-    for (const SoundPiece& piece : piecesOutsideOf(*files_.pauses(), sound)) {
+    for (const SoundPiece& piece : cutters_[static_cast<std::size_t>(track)].pieces(*files_.pauses(), sound)) {
         const MediaTime time = hostTime(piece.hostSeconds);
         if (beginSessionIfNeeded(time)) movie_.append(track, piece, time);
     }

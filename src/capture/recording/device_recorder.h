@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -15,6 +16,7 @@
 #include "base/recorder_error.h"
 #include "base/serial_queue.h"
 #include "capture/capture_services.h"
+#include "capture/pauses/sound_pieces.h"
 #include "capture/recording/fitted_picture.h"
 #include "capture/recording/recorder_notifier.h"
 #include "capture/recording/recorder_run.h"
@@ -119,6 +121,7 @@ class DeviceRecorder final : public RecordingJob {
     RecorderNotifier notifier_{services_.mainLoop, "Device"};
     RecordingFiles files_;
     SourceMovie movie_;
+    std::array<SoundCutter, 2> cutters_;  // by track, each for its own thread
 
     mutable std::mutex lock_;
     bool isMovieOpen_ = false;              // guarded by lock_; from then on the movie and the journal exist

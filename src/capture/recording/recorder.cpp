@@ -312,7 +312,7 @@ void Recorder::append(const WaitingPicture::Picture& picture) {
 
 void Recorder::handleSound(SourceMovie::SoundTrack track, const platform::SoundBuffer& sound) {
     if (!std::isfinite(sound.hostSeconds) || sound.sampleRate != plan_->configuration.sampleRate) return;
-    for (const SoundPiece& piece : piecesOutsideOf(*files_.pauses(), sound)) {
+    for (const SoundPiece& piece : cutters_[static_cast<std::size_t>(track)].pieces(*files_.pauses(), sound)) {
         const MediaTime time = hostTime(piece.hostSeconds);
         if (beginSessionIfNeeded(time)) movie_.append(track, piece, time);
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -13,6 +14,7 @@
 #include "base/serial_queue.h"
 #include "capture/capture_plan.h"
 #include "capture/capture_services.h"
+#include "capture/pauses/sound_pieces.h"
 #include "capture/recording/appended_damage.h"
 #include "capture/recording/pointer_recorder.h"
 #include "capture/recording/recorder_notifier.h"
@@ -115,6 +117,7 @@ class Recorder final : public RecordingJob {
     DisplayTrack displayTrack_;  // guarded by lock_
 
     SourceMovie movie_;
+    std::array<SoundCutter, 2> cutters_;   // by track, each for its own thread
     WaitingPicture::Image lastPicture_;    // the video queue's
     WaitingPicture waiting_;               // the video queue's
     std::optional<UnseenPicture> unseen_;  // the video queue's; delivered in a pause
