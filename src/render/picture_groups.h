@@ -20,8 +20,8 @@ struct PictureGroup {
 /// At most, in seconds: as far as key pictures of a film are apart.
 inline constexpr double kGroupSeconds = 2;
 
-/// Divides a film of `total` pictures (at least 1) into groups. They begin anew with each kept segment, and within one
-/// at the source's even seconds, so that a cut changes the groups beside it only: those behind it have the same
+/// Divides a film of `total` pictures (at least 1) into groups. They begin at each kept segment, and within one at the
+/// source's even seconds, so that a cut changes the groups beside it only: those behind it have the same
 /// pictures as before if it is a whole number of pictures long.
 ///
 ///     source   0----2----4----6----8----10          0----2----4-|xxx|-8----10

@@ -17,7 +17,7 @@
 #include "support/test_movie.h"
 #include "support/text_file.h"
 
-// Exports that take parts of earlier ones. Whatever they take, the film has the samples of one that was made anew.
+// Exports that take parts of earlier ones. Whatever they take, the film has the samples of a complete export.
 
 namespace lumivastor::render {
 namespace {
@@ -60,7 +60,7 @@ class ReusedExport : public ExportFixture {
         return checksums;
     }
     std::vector<std::string> film() const { return samplesOf(folder_ / "studio-output.mp4"); }
-    /// That of the present settings, made anew.
+    /// A complete export with the present settings.
     std::vector<std::string> freshFilm() {
         RenderOptions fresh = options();
         fresh.isFresh = true;

@@ -8,7 +8,7 @@
 
 namespace lumivastor::cli {
 
-/// What is told of studio movies only.
+/// Facts that only studio movies have.
 struct StudioFacts {
     std::int64_t zoomCount = 0;
     std::int64_t reusedFrames = 0;
