@@ -95,14 +95,15 @@ void chooseDevices(const RecordRequest& request, Machine& machine) {
     }
 }
 
-// Says what the recording loses, once for each sentence in a row.
+// Says what the recording loses, once for each sentence in a row, as long as it can be helped.
 class Hints {
   public:
     explicit Hints(StatusLine& status) : status_(status) {}
 
-    void update(const capture::RecordingHealth& health) {
+    void update(const capture::RecordingHealth& health, bool isStopping) {
         losses_.update(health);
         space_.update(health);
+        if (isStopping) return;
         const std::vector<std::string> now{losses_.screenSentence(), losses_.webcamSentence(), space_.sentence()};
         said_.resize(now.size());
         for (std::size_t i = 0; i < now.size(); ++i) {
@@ -176,7 +177,7 @@ capture::RecordingJob::Stats runRecorder(capture::RecordingJob& recorder, Sessio
                 Log::write("Capture", *news);
                 session.status.say(*news);
             }
-            hints.update(recorder.health());
+            hints.update(recorder.health(), stopRequested);
         });
         endAfter(0);
         if (stopRequested) stop();
