@@ -164,7 +164,8 @@ class Preview {
         : composition_(std::make_shared<edit::Composition>(folder, kWidth, kHeight)),
           preview_(composition_, render::openRecordingAssets(composition_->recording())),
           player_(loop_, nullptr) {
-        player_.onFrame([this](const playback::Player::Frame&, double) { isShown_ = true; });
+        player_.onFrame(
+            [this](const playback::Player::Frame&, double, playback::Player::FrameKind) { isShown_ = true; });
         player_.onPlayedToEnd([this] { loop_.stop(); });
         player_.setOutputSize(width, height);
         player_.setItem(preview_.item());

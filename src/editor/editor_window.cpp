@@ -256,7 +256,11 @@ void EditorWindow::withdrawHint() {
 void EditorWindow::setUpPlayer() {
     player_ =
         std::make_unique<playback::Player>(loop_, options_.makeSoundOutput ? options_.makeSoundOutput() : nullptr);
-    player_->onFrame([this](const playback::Player::Frame& frame, double) { controls_->previewView->setFrame(frame); });
+    player_->onFrame([this](const playback::Player::Frame& frame, double, playback::Player::FrameKind kind) {
+        const bool isExact = kind == playback::Player::FrameKind::exact;
+        controls_->previewView->setFrame(frame, isExact);
+        if (!isExact) transport_->standInShown();
+    });
     player_->onTimeChanged([this](double seconds) { transport_->timePassed(seconds); });
     player_->onPlayedToEnd([this] { transport_->ended(player_->currentTime()); });
     player_->onError([this](const RecorderError& error) {

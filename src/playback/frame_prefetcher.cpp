@@ -58,6 +58,13 @@ std::optional<ShownPicture> FramePrefetcher::findBefore(const MediaTime& time) c
     return found == nullptr ? std::nullopt : std::optional(*found);
 }
 
+std::optional<ShownPicture> FramePrefetcher::findNearest(const MediaTime& time,
+                                                         std::span<const TimeRange> within) const {
+    const std::lock_guard hold(lock_);
+    const ShownPicture* const found = cache_.findNearest(time, within);
+    return found == nullptr ? std::nullopt : std::optional(*found);
+}
+
 std::optional<RecorderError> FramePrefetcher::error() const {
     const std::lock_guard hold(lock_);
     return error_;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -43,6 +44,9 @@ class FramePrefetcher {
     std::optional<ShownPicture> find(const MediaTime& time) const;
     /// The last decoded picture at or before a moment.
     std::optional<ShownPicture> findBefore(const MediaTime& time) const;
+
+    /// The decoded picture nearest to a moment, within one of some stretches; see `PictureCache::findNearest`.
+    std::optional<ShownPicture> findNearest(const MediaTime& time, std::span<const TimeRange> within) const;
 
     /// The reason why there are no pictures at all; `find` then returns that none is shown.
     std::optional<RecorderError> error() const;

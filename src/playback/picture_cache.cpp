@@ -12,6 +12,12 @@ bool overlap(const TimeRange& a, const TimeRange& b) {
     return a.start < b.end() && b.start < a.end();
 }
 
+// From a moment to a range; 0 within it.
+MediaTime distance(const TimeRange& range, const MediaTime& time) {
+    if (time < range.start) return range.start - time;
+    return time < range.end() ? MediaTime{} : time - range.end();
+}
+
 }  // namespace
 
 void PictureCache::setGoals(std::vector<TimeRange> goals, const MediaTime& playhead) {
@@ -29,6 +35,16 @@ const ShownPicture* PictureCache::find(const MediaTime& time) const {
     return before != nullptr && time < before->shown.end() ? before : nullptr;
 }
 
+const ShownPicture* PictureCache::findNearest(const MediaTime& time, std::span<const TimeRange> within) const {
+    const ShownPicture* nearest = nullptr;
+    for (const auto& [start, picture] : pictures_) {
+        const auto isWithin = [&shown = picture.shown](const TimeRange& one) { return overlap(shown, one); };
+        if (!picture.picture || std::none_of(within.begin(), within.end(), isWithin)) continue;
+        if (nearest == nullptr || distance(picture.shown, time) < distance(nearest->shown, time)) nearest = &picture;
+    }
+    return nearest;
+}
+
 std::optional<PictureCache::Gap> PictureCache::firstGap() const {
     for (std::size_t goal = 0; goal < goals_.size(); ++goal) {
         MediaTime time = goals_[goal].start;
@@ -44,10 +60,7 @@ std::optional<PictureCache::Gap> PictureCache::firstGap() const {
 PictureCache::Rank PictureCache::rankOf(const TimeRange& shown) const {
     const auto goal =
         std::find_if(goals_.begin(), goals_.end(), [&](const TimeRange& one) { return overlap(one, shown); });
-    const MediaTime distance = playhead_ < shown.start   ? shown.start - playhead_
-                               : playhead_ < shown.end() ? MediaTime{}
-                                                         : playhead_ - shown.end();
-    return {static_cast<std::size_t>(goal - goals_.begin()), distance};
+    return {static_cast<std::size_t>(goal - goals_.begin()), distance(shown, playhead_)};
 }
 
 PictureCache::Pictures::const_iterator PictureCache::leastWanted() const {

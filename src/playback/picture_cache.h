@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "base/media_time.h"
@@ -37,6 +38,10 @@ class PictureCache {
     const ShownPicture* find(const MediaTime& time) const;
     /// The last picture that is known to be shown at or before a moment.
     const ShownPicture* findBefore(const MediaTime& time) const;
+
+    /// The picture that is shown nearest to a moment, among those that are shown within one of some stretches for a
+    /// while; nullptr when there is none.
+    const ShownPicture* findNearest(const MediaTime& time, std::span<const TimeRange> within) const;
 
     /// The first uncovered moment of the most urgent incomplete goal, and which goal that is.
     struct Gap {

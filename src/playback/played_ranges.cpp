@@ -15,6 +15,8 @@ constexpr double kSliver = 1e-6;
 // Sound has its own frames: the moment heard at the end of a range, or at its start, is off by up to half a sound
 // frame.
 constexpr double kSoundFrame = 1.0 / 48000;
+// Beyond every recording, and still exact as a time of a movie.
+constexpr double kForever = 1e9;
 
 }  // namespace
 
@@ -59,6 +61,19 @@ double PlayedRanges::runsUntil(double seconds) const {
 double PlayedRanges::runsSince(double seconds) const {
     const Interval* const range = rangeAt(seconds);
     return range == nullptr ? seconds : range->start;
+}
+
+Interval PlayedRanges::stretchAt(double seconds) const {
+    if (const Interval* const range = rangeAt(seconds)) return *range;
+    Interval gap{-kForever, kForever};
+    for (const Interval& range : ranges_) {
+        if (range.start > seconds) {
+            gap.end = range.start;
+            break;
+        }
+        gap.start = range.end;
+    }
+    return gap;
 }
 
 bool PlayedRanges::isJumpedTo(double seconds) const {

@@ -30,6 +30,10 @@ class PlayedRanges {
     double runsUntil(double seconds) const;
     /// Since when playing that reaches a moment has run without a jump; the moment itself when it is in no range.
     double runsSince(double seconds) const;
+    /// The range that contains a moment, or the gap; the first gap begins before everything, the last never ends.
+    Interval stretchAt(double seconds) const;
+    /// Ascending, with gaps between them.
+    const std::vector<Interval>& ranges() const { return ranges_; }
     /// Whether playing enters the range that contains a moment by a jump, and whether it leaves it by one. Both false
     /// when no range contains it.
     bool isJumpedTo(double seconds) const;

@@ -37,6 +37,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
     void setWebcamShift(double seconds);
     void setMix(const std::vector<media::AudioMixInput>& mix);
     void setRanges(std::vector<Interval> ranges);
+    void setSmallStandIns(SmallStandIns find);
     void setOutputSize(int width, int height);
 
     void play();
@@ -47,7 +48,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
 
     Player::Statistics statistics() const { return pictures_ ? pictures_->statistics() : Player::Statistics{}; }
 
-    std::function<void(const Frame&, double)> onFrame;
+    std::function<void(const Frame&, double, FrameKind)> onFrame;
     std::function<void(double)> onTimeChanged;
     std::function<void()> onPlayedToEnd;
     std::function<void(const RecorderError&)> onError;
@@ -58,6 +59,7 @@ class Player::Core : public std::enable_shared_from_this<Core> {
         std::int64_t order = 0;
         Frame frame;
         double seconds = 0;
+        FrameKind kind = FrameKind::exact;
     };
     struct Seek {
         std::int64_t order = 0;
@@ -132,8 +134,8 @@ void Player::Core::setItem(PlayerItem item) {
                                 [sound = sound_.get()] { return sound->elapsed(); },
                                 [sound = sound_.get()] { return sound->isFinished(); }};
     PlayerPictures::Callbacks callbacks;
-    callbacks.show = [this](std::int64_t order, const Frame& frame, double seconds) {
-        deliver({order, frame, seconds});
+    callbacks.show = [this](std::int64_t order, const Frame& frame, double seconds, FrameKind kind) {
+        deliver({order, frame, seconds, kind});
     };
     callbacks.ended = [this](std::int64_t order) { post([order](Core& core) { core.playedToEnd(order); }); };
     callbacks.failed = [this](const RecorderError& error) {
@@ -167,6 +169,10 @@ void Player::Core::setRanges(std::vector<Interval> ranges) {
     ranges_ = std::move(changed);
     sound_->setRanges(ranges_);
     pictures_->setRanges(ranges_);
+}
+
+void Player::Core::setSmallStandIns(SmallStandIns find) {
+    if (pictures_) pictures_->setSmallStandIns(std::move(find));
 }
 
 void Player::Core::setOutputSize(int width, int height) {
@@ -266,9 +272,9 @@ void Player::Core::takeDelivery() {
         delivery = std::exchange(delivery_, std::nullopt);
     }
     if (!delivery || delivery->order != order_) return;
-    const bool endsSeek = seek_ && seek_->order <= delivery->order;
+    const bool endsSeek = seek_ && seek_->order <= delivery->order && delivery->kind == FrameKind::exact;
     const std::int64_t sought = endsSeek ? seek_->order : 0;
-    if (delivery->frame && onFrame) onFrame(delivery->frame, delivery->seconds);
+    if (delivery->frame && onFrame) onFrame(delivery->frame, delivery->seconds, delivery->kind);
     // Unless the callback has begun another seek.
     if (endsSeek && seek_ && seek_->order == sought) endSeek(true);
 }
@@ -300,6 +306,10 @@ void Player::setPlayedRanges(std::vector<Interval> ranges) {
     core_->setRanges(std::move(ranges));
 }
 
+void Player::setSmallStandIns(SmallStandIns find) {
+    core_->setSmallStandIns(std::move(find));
+}
+
 void Player::setOutputSize(int width, int height) {
     core_->setOutputSize(width, height);
 }
@@ -324,7 +334,7 @@ void Player::seek(double seconds, std::function<void(bool finished)> completion)
     core_->seek(seconds, std::move(completion));
 }
 
-void Player::onFrame(std::function<void(const Frame& frame, double seconds)> handler) {
+void Player::onFrame(std::function<void(const Frame& frame, double seconds, FrameKind kind)> handler) {
     core_->onFrame = std::move(handler);
 }
 

@@ -12,6 +12,7 @@
 #include "imaging/pixel_buffer.h"
 #include "platform/sound/sound_output.h"
 #include "playback/player_item.h"
+#include "playback/stand_in.h"
 
 namespace lumivastor::playback {
 
@@ -48,6 +49,10 @@ class Player {
     /// change nothing.
     void setPlayedRanges(std::vector<Interval> ranges);
 
+    /// Small pictures to be shown until decoded ones are there; an empty function: none. They belong to the item, and
+    /// another item begins without them.
+    void setSmallStandIns(SmallStandIns find);
+
     /// How large the frame is shown, in the screen's pixels: frames have the largest size of the canvas's shape that
     /// fits into this, and never more than the canvas's own. The canvas's own by default. At least 1.
     void setOutputSize(int width, int height);
@@ -66,14 +71,18 @@ class Player {
     /// Goes to a moment, limited to the timeline, and shows its frame: from each track exactly the picture that is
     /// shown then, the last one at or before it; the compositor gets `seconds` unrounded. `completion` gets true when
     /// the frame has been delivered (or when there is none), false when another seek, or another item, replaced this
-    /// one. Playing continues from there.
+    /// one. Playing continues from there. When decoding takes longer than a display frame, a stand-in is shown first:
+    /// the decoded or small picture nearest to the moment in the same played range or gap, if there is one.
     void seek(double seconds, std::function<void(bool finished)> completion = {});
 
     using Frame = std::shared_ptr<const imaging::BgraPremultipliedBuffer>;
+    /// What a frame shows of the screen: the picture of its moment, or, until that is decoded, one from nearby. Nothing
+    /// else differs: a stand-in has the camera, the cursor and the settings of its moment.
+    enum class FrameKind { exact, standIn };
 
     /// A frame to be shown now, and its moment. A frame that looks like the one before is the same buffer. When the
     /// main thread is late, it gets only the latest.
-    void onFrame(std::function<void(const Frame& frame, double seconds)> handler);
+    void onFrame(std::function<void(const Frame& frame, double seconds, FrameKind kind)> handler);
     /// Every 1/30 s while playing.
     void onTimeChanged(std::function<void(double seconds)> handler);
     /// Playing has reached the end of the played ranges; it is paused on their last frame.
@@ -88,6 +97,7 @@ class Player {
         std::int64_t framesDropped = 0;    // that were due, but not delivered
         std::int64_t picturesDecoded = 0;  // of both tracks
         std::int64_t seeksFromCache = 0;   // that needed no decoding
+        std::int64_t standInsShown = 0;
     };
     Statistics statistics() const;
 

@@ -2,7 +2,9 @@
 #include "playback/player_pictures.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cmath>
 #include <exception>
 #include <new>
 #include <utility>
@@ -121,6 +123,7 @@ void PlayerPictures::stand(std::int64_t order, double seconds) {
         wish.order = order;
         wish.isPlaying = false;
         wish.still = seconds;
+        wish.asked = hostClockSeconds();
     });
 }
 
@@ -128,6 +131,7 @@ void PlayerPictures::play(std::int64_t order) {
     tell([=](Wish& wish) {
         wish.order = order;
         wish.isPlaying = true;
+        wish.asked = hostClockSeconds();
     });
 }
 
@@ -159,8 +163,14 @@ void PlayerPictures::setAvailable(PixelSize available) {
     });
 }
 
+void PlayerPictures::setSmallStandIns(SmallStandIns find) {
+    tell([made = find ? std::make_shared<const SmallStandIns>(std::move(find)) : nullptr](Wish& wish) {
+        wish.smallStandIns = made;
+    });
+}
+
 Player::Statistics PlayerPictures::statistics() const {
-    Player::Statistics all{framesShown_, framesDropped_, 0, seeksFromCache_};
+    Player::Statistics all{framesShown_, framesDropped_, 0, seeksFromCache_, standInsShown_};
     if (screen_) all.picturesDecoded += screen_->decodedCount();
     if (webcam_) all.picturesDecoded += webcam_->decodedCount();
     return all;
@@ -189,6 +199,7 @@ void PlayerPictures::run() {
             made_ = {};
             isEndTold_ = false;
             isPrefetching_ = false;
+            wish.isPlaying ? motion_.reset() : motion_.moved(wish.still, wish.asked);
             if (!wish.isPlaying && sourcesAt(wish, momentOf(wish.still))) ++seeksFromCache_;
         }
         const Seconds rest = wish.isPlaying ? playOn(wish) : stand(wish);
@@ -202,8 +213,8 @@ void PlayerPictures::run() {
     }
 }
 
-// Shows the still, then requests decoding of the frames around it. Returns how long to wait; infinite when there is
-// nothing to do.
+// Shows the still, or something like it until its pictures are decoded, then requests decoding of the frames around it.
+// Returns how long to wait; infinite when there is nothing to do.
 PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
     const MediaTime moment = momentOf(wish.still);
     if (made_.order == wish.order && made_.change == wish.change) {
@@ -211,22 +222,47 @@ PlayerPictures::Seconds PlayerPictures::stand(const Wish& wish) {
         const double left = stoodAt_ + kPrefetchDelay - hostClockSeconds();
         if (left > 0) return left;
         isPrefetching_ = true;
-        std::vector<TimeRange> goals{at(moment), between(wish.still, wish.still + kStillAhead)};
-        double from = wish.still;
-        for (const double back : kStillBack) {
-            const double start = std::max(wish.still - back, 0.0);
-            goals.push_back(between(start, from));
-            from = start;
-        }
-        setGoals(wish, goals, moment);
+        lookAround(wish);
         return std::nullopt;
     }
-    if (!isPrefetching_) setGoals(wish, {at(moment)}, moment);
+    if (!isPrefetching_) {
+        std::vector<TimeRange> goals{at(moment)};
+        if (const auto ahead = motion_.ahead()) goals.push_back(between(std::max(ahead->start, 0.0), ahead->end));
+        setGoals(wish, goals, moment);
+    }
     const std::optional<Sources> sources = sourcesAt(wish, moment);
-    if (!sources) return std::nullopt;
+    if (!sources) return standIn(wish, wish.still);
     made_ = make(wish, *sources, wish.still);
-    callbacks_.show(wish.order, made_.frame, wish.still);
+    callbacks_.show(wish.order, made_.frame, wish.still, Player::FrameKind::exact);
     stoodAt_ = hostClockSeconds();
+    return 0;
+}
+
+void PlayerPictures::lookAround(const Wish& wish) {
+    const MediaTime moment = momentOf(wish.still);
+    std::vector<TimeRange> goals{at(moment), between(wish.still, wish.still + kStillAhead)};
+    double from = wish.still;
+    for (const double back : kStillBack) {
+        const double start = std::max(wish.still - back, 0.0);
+        goals.push_back(between(start, from));
+        from = start;
+    }
+    setGoals(wish, goals, moment);
+}
+
+// Shows something right when the exact frame keeps the user waiting; once for each order and each change of the
+// settings. Returns how long to wait for that.
+PlayerPictures::Seconds PlayerPictures::standIn(const Wish& wish, double seconds) {
+    if (standIn_.order == wish.order && standIn_.change == wish.change) return std::nullopt;
+    const double left = standInDue(wish.asked, standInShown_) - hostClockSeconds();
+    if (left > 0) return left;
+    const std::optional<Sources> sources = standInSources(wish, seconds);
+    if (!sources) return std::nullopt;
+    standIn_ = make(wish, *sources, seconds);
+    if (!standIn_.frame) return std::nullopt;
+    callbacks_.show(wish.order, standIn_.frame, seconds, Player::FrameKind::standIn);
+    standInShown_ = hostClockSeconds();
+    ++standInsShown_;
     return 0;
 }
 
@@ -238,10 +274,15 @@ PlayerPictures::Seconds PlayerPictures::playOn(const Wish& wish) {
         return std::nullopt;
     }
     const Seconds frame = screen_ ? frameToMake(wish, heard) : std::nullopt;
-    if (!frame || !prepare(wish, *frame, heard)) return kLongestSleep;
+    if (!frame) return kLongestSleep;
+    if (!prepare(wish, *frame, heard)) {
+        // After a jump. While playing goes on, the last frame stays.
+        const Seconds rest = shown_ ? std::nullopt : standIn(wish, *frame);
+        return std::min(rest.value_or(kLongestSleep), kLongestSleep);
+    }
     const double left = *frame - kPictureTolerance - clock_.position();
     if (left > 0) return std::clamp(left, kShortestSleep, kLongestSleep);
-    callbacks_.show(wish.order, made_.frame, *frame);
+    callbacks_.show(wish.order, made_.frame, *frame, Player::FrameKind::exact);
     shown_ = frame;
     shownScreen_ = made_.screenStart;
     ++framesShown_;
@@ -342,6 +383,50 @@ std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& 
         sources.webcam = webcam->picture;
     }
     return sources;
+}
+
+// Never from beyond the stretch, range or gap, that the moment lies in: what was cut away is not shown in place of what
+// was kept.
+std::optional<PlayerPictures::Sources> PlayerPictures::standInSources(const Wish& wish, double seconds) const {
+    if (!screen_) return std::nullopt;
+    const MediaTime moment = momentOf(seconds);
+    const Interval stretch = wish.ranges->stretchAt(seconds);
+    // Without the picture that begins where the stretch ends.
+    const TimeRange inside = between(stretch.start, stretch.end - 2 * kPictureTolerance);
+    const auto distance = [&](const ShownPicture& picture) {
+        return std::max({picture.shown.start.seconds() - seconds, seconds - picture.shown.end().seconds(), 0.0});
+    };
+    std::optional<ShownPicture> screen = screen_->findNearest(moment, std::array{inside});
+    const std::optional<SmallStandIn> small =
+        wish.smallStandIns ? (*wish.smallStandIns)(seconds, stretch) : std::nullopt;
+    const Seconds smallDistance = small ? Seconds(std::abs(small->seconds - seconds)) : std::nullopt;
+    if (!screen || !isDecodedBetter(distance(*screen), smallDistance)) {
+        if (!small) return std::nullopt;
+        screen = ShownPicture{small->picture, at(moment), 0};
+    }
+    Sources sources{*std::move(screen), std::nullopt};
+    if (webcam_) sources.webcam = standInWebcam(wish, moment, inside);
+    return sources;
+}
+
+// A bubble that vanishes for a moment is worse than a face from elsewhere in the film.
+std::optional<imaging::Picture> PlayerPictures::standInWebcam(const Wish& wish, const MediaTime& moment,
+                                                              const TimeRange& stretch) const {
+    const MediaTime own = inWebcam(wish, moment);
+    if (const auto exact = webcam_->find(own)) return exact->picture;
+    if (moment.seconds() < webcamPictures_.start) return std::nullopt;
+    const auto shifted = [&](const TimeRange& range) {
+        return TimeRange{range.start + (own - moment), range.duration};
+    };
+    std::optional<ShownPicture> found = webcam_->findNearest(own, std::array{shifted(stretch)});
+    if (!found) {
+        std::vector<TimeRange> played;
+        for (const Interval& range : wish.ranges->ranges()) {
+            played.push_back(shifted(between(range.start, range.end - 2 * kPictureTolerance)));
+        }
+        found = webcam_->findNearest(own, played);
+    }
+    return found ? found->picture : std::nullopt;
 }
 
 PlayerPictures::Made PlayerPictures::make(const Wish& wish, const Sources& sources, double seconds) {

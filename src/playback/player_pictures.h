@@ -22,6 +22,7 @@
 #include "playback/played_ranges.h"
 #include "playback/player.h"
 #include "playback/player_item.h"
+#include "playback/stand_in.h"
 
 namespace lumivastor::playback {
 
@@ -42,8 +43,9 @@ class PlayerPictures {
     };
     /// Called on the pictures' thread; must not call this object, nor block.
     struct Callbacks {
-        /// A frame, or null when there is none.
-        std::function<void(std::int64_t order, const Player::Frame& frame, double seconds)> show;
+        /// A frame, or null when there is none. A stand-in comes first, if at all, and is never null.
+        std::function<void(std::int64_t order, const Player::Frame& frame, double seconds, Player::FrameKind kind)>
+            show;
         /// Playing reached the end of the played ranges.
         std::function<void(std::int64_t order)> ended;
         /// Frames cannot be made; the same reason is not reported twice in a row.
@@ -65,6 +67,7 @@ class PlayerPictures {
     void setWebcamShift(double seconds);
     void setRanges(PlayedRanges ranges);
     void setAvailable(PixelSize available);
+    void setSmallStandIns(SmallStandIns find);
 
     Player::Statistics statistics() const;
 
@@ -74,7 +77,9 @@ class PlayerPictures {
         std::int64_t order = 0;
         bool isPlaying = false;
         double still = 0;
+        double asked = 0;  // host seconds of the order
         std::shared_ptr<const VideoCompositor> compositor;
+        std::shared_ptr<const SmallStandIns> smallStandIns;  // null: none
         std::shared_ptr<const PlayedRanges> ranges;
         PixelSize available;
         double webcamShift = 0;
@@ -98,6 +103,8 @@ class PlayerPictures {
     void wake();
     void run();
     Seconds stand(const Wish& wish);
+    void lookAround(const Wish& wish);
+    Seconds standIn(const Wish& wish, double seconds);
     Seconds playOn(const Wish& wish);
     Seconds frameToMake(const Wish& wish, double heard);
     bool prepare(const Wish& wish, double frame, double heard);
@@ -106,6 +113,9 @@ class PlayerPictures {
     void aimAt(const Wish& wish, double frame, double heard);
     std::optional<Sources> sourcesAt(const Wish& wish, const MediaTime& moment) const;
     std::optional<Sources> staleSources(const Wish& wish, double frame) const;
+    std::optional<Sources> standInSources(const Wish& wish, double seconds) const;
+    std::optional<imaging::Picture> standInWebcam(const Wish& wish, const MediaTime& moment,
+                                                  const TimeRange& stretch) const;
     Made make(const Wish& wish, const Sources& sources, double seconds);
     Player::Frame paint(const Wish& wish, const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
                         double seconds);
@@ -128,6 +138,7 @@ class PlayerPictures {
     std::atomic<std::int64_t> framesShown_{0};
     std::atomic<std::int64_t> framesDropped_{0};
     std::atomic<std::int64_t> seeksFromCache_{0};
+    std::atomic<std::int64_t> standInsShown_{0};
 
     // The thread's.
     imaging::Painter painter_;
@@ -141,7 +152,10 @@ class PlayerPictures {
     Seconds shown_;            // the frame shown last while playing
     MediaTime shownScreen_;    // where its screen picture begins
     bool isEndTold_ = false;
-    double stoodAt_ = 0;  // host seconds when the still frame was shown
+    PlayheadMotion motion_;
+    Made standIn_;               // for the order and change that it has; a null frame if there was none
+    Seconds standInShown_ = {};  // host seconds of the last one
+    double stoodAt_ = 0;         // host seconds when the still frame was shown
     bool isPrefetching_ = false;
     std::string lastFailure_;
     bool isScreenReported_ = false;

@@ -430,7 +430,7 @@ TEST_F(PlayerPlaying, SoundAloneHasNoFrames) {
     sound.screenTrackId.reset();
     player_ = std::make_unique<Player>(loop_, nullptr);
     player_->onPlayedToEnd([this] { ++ends_; });
-    player_->onFrame([this](const Player::Frame&, double) { shown_.emplace_back(); });
+    player_->onFrame([this](const Player::Frame&, double, Player::FrameKind) { shown_.emplace_back(); });
     player_->setItem(sound);
     EXPECT_TRUE(seek(3.5));
     player_->play();

@@ -58,9 +58,11 @@ void PlayerFixture::openSilently(playback::PlayerItem item) {
 }
 
 void PlayerFixture::listen() {
-    player_->onFrame([this](const playback::Player::Frame& frame, double seconds) {
-        lastSeconds_ = seconds;
-        shown_.push_back({testPictureNumber(*frame), seconds, player_->currentTime(), frame});
+    using Kind = playback::Player::FrameKind;
+    player_->onFrame([this](const playback::Player::Frame& frame, double seconds, Kind kind) {
+        if (kind == Kind::exact) lastSeconds_ = seconds;
+        (kind == Kind::exact ? shown_ : standIns_)
+            .push_back({testPictureNumber(*frame), seconds, player_->currentTime(), frame});
     });
     player_->onTimeChanged([this](double seconds) { times_.push_back(seconds); });
     player_->onPlayedToEnd([this] { ++ends_; });

@@ -59,7 +59,8 @@ class PlayerFixture : public testing::Test {
     BlockingMainLoop loop_;
     ManualSoundOutput* sound_ = nullptr;  // the player's
     std::unique_ptr<playback::Player> player_;
-    std::vector<Shown> shown_;
+    std::vector<Shown> shown_;     // exact frames
+    std::vector<Shown> standIns_;  // the others
     std::vector<double> times_;
     std::vector<std::string> errors_;
     int ends_ = 0;

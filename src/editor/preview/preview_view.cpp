@@ -29,7 +29,8 @@ void PreviewView::setCanvas(PixelSize canvas) {
     update();
 }
 
-void PreviewView::setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame) {
+void PreviewView::setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame, bool isExact) {
+    isExact_ = isExact;
     if (frame == frame_) return;
     frame_ = std::move(frame);
     update();

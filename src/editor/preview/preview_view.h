@@ -19,7 +19,9 @@ class PreviewView final : public QWidget {
 
     /// The canvas gives the aspect ratio of the shown area.
     void setCanvas(PixelSize canvas);
-    void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame);
+    /// `isExact`: the frame shows the picture of its moment, not a stand-in for it.
+    void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame, bool isExact);
+    bool isExact() const { return isExact_; }
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& frame() const { return frame_; }
 
     /// The size of the view in pixels of the screen.
@@ -41,6 +43,7 @@ class PreviewView final : public QWidget {
 
     PixelSize canvas_{16, 9};
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame_;
+    bool isExact_ = false;
     PixelSize reportedSize_;
 };
 

@@ -22,6 +22,10 @@ class SeekQueue {
     /// continue from the requested time.
     void hurry();
 
+    /// The seek under way has shown something like its frame: from now on the last request overtakes it. So a fast
+    /// scrub shows many places, and the place where it rests exactly.
+    void letOvertake();
+
     /// Whether a seek is under way.
     bool isBusy() const;
     /// Whether a request waits for the end of that seek.

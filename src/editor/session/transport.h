@@ -48,6 +48,8 @@ class Transport {
     /// Goes to the time of an edit. Playing continues from there.
     void jump(double seconds);
 
+    /// The player shows a stand-in for the frame that is sought.
+    void standInShown() { seeks_.letOvertake(); }
     /// The player's time while it plays.
     void timePassed(double seconds);
     /// The player has played to the end, and shows the frame of this time.
