@@ -15,9 +15,12 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <ctime>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <random>
@@ -30,11 +33,14 @@
 #include "base/host_clock.h"
 #include "base/main_loop.h"
 #include "edit/composition.h"
+#include "editor/preview/small_stand_ins.h"
 #include "editor/preview/studio_preview.h"
+#include "editor/session/seek_queue.h"
 #include "imaging/painting/painter.h"
 #include "media/writing/asset_writer.h"
 #include "model/pointer_track.h"
 #include "playback/player.h"
+#include "render/overview/overview_maker.h"
 
 namespace lumivastor {
 namespace {
@@ -157,6 +163,20 @@ const fs::path& recording(bool isMoving) {
     return isMoving ? moving.folder() : tutorial.folder();
 }
 
+std::shared_ptr<const render::RecordingOverview> overviewOf(const fs::path& folder) {
+    static std::map<fs::path, std::shared_ptr<const render::RecordingOverview>> made;
+    auto& overview = made[folder];
+    if (!overview) {
+        const auto take = [&](const render::RecordingOverview& all) {
+            overview = std::make_shared<const render::RecordingOverview>(all);
+        };
+        render::makeOverview(
+            std::make_shared<const media::Asset>(folder / "source.mov"), model::CaptureInfo::load(folder),
+            [] { return false; }, take);
+    }
+    return overview;
+}
+
 // A player of such a recording on a main loop.
 class Preview {
   public:
@@ -164,11 +184,16 @@ class Preview {
         : composition_(std::make_shared<edit::Composition>(folder, kWidth, kHeight)),
           preview_(composition_, render::openRecordingAssets(composition_->recording())),
           player_(loop_, nullptr) {
-        player_.onFrame(
-            [this](const playback::Player::Frame&, double, playback::Player::FrameKind) { isShown_ = true; });
+        player_.onFrame([this](const playback::Player::Frame& frame, double seconds, playback::Player::FrameKind kind) {
+            isShown_ = true;
+            shown_.push_back({hostClockSeconds(), seconds, frame.get(), kind == playback::Player::FrameKind::exact});
+            if (!shown_.back().isExact && seeks_) seeks_->letOvertake();
+        });
         player_.onPlayedToEnd([this] { loop_.stop(); });
         player_.setOutputSize(width, height);
         player_.setItem(preview_.item());
+        // As an editor that knows the recording's overview.
+        player_.setSmallStandIns(editor::smallStandIns(overviewOf(folder)));
         seek(0);
     }
 
@@ -178,9 +203,41 @@ class Preview {
     // Milliseconds.
     double seek(double seconds) {
         const double began = hostClockSeconds();
+        shown_.clear();
         player_.seek(seconds, [this](bool) { loop_.stop(); });
         loop_.run();
         return (hostClockSeconds() - began) * 1000;
+    }
+    // From the last seek's call until it showed something, a stand-in or the frame.
+    double untilFirstShown(double milliseconds) const {
+        return milliseconds - (shown_.back().at - shown_.front().at) * 1000;
+    }
+
+    // Drags the playhead as a pointer does that is read 125 times a second. What was shown meanwhile.
+    struct Shown {
+        double at = 0;  // host seconds
+        double seconds = 0;
+        const void* frame = nullptr;
+        bool isExact = false;
+    };
+    std::vector<Shown> drag(const std::function<double(double)>& placeAt, double length) {
+        editor::SeekQueue seeks([this](double seconds, const std::function<void()>& completion) {
+            player_.seek(seconds, [completion](bool) { completion(); });
+        });
+        seeks_ = &seeks;
+        shown_.clear();
+        const double began = hostClockSeconds();
+        const auto timer = loop_.every(0.008, [&] {
+            const double passed = hostClockSeconds() - began;
+            if (passed < length) {
+                seeks.request(placeAt(passed));
+            } else if (!seeks.isBusy()) {
+                loop_.stop();
+            }
+        });
+        loop_.run();
+        seeks_ = nullptr;
+        return shown_;
     }
 
     double change(double padding) {
@@ -212,6 +269,8 @@ class Preview {
     std::shared_ptr<edit::Composition> composition_;
     editor::StudioPreview preview_;
     bool isShown_ = false;
+    std::vector<Shown> shown_;
+    editor::SeekQueue* seeks_ = nullptr;  // while it is dragged
     playback::Player player_;
 };
 
@@ -242,13 +301,18 @@ void seeking(benchmark::State& state, bool isMoving) {
     Preview preview(recording(isMoving), 1280, 720);
     std::mt19937 random(6);
     std::vector<double> milliseconds;
+    std::vector<double> first;
     const double began = processorSeconds();
     for (auto _ : state) {
         for (int i = 0; i < 200; ++i) {
             milliseconds.push_back(preview.seek(frameTime(static_cast<int>(random() % (kSeconds * kFps)))));
+            first.push_back(preview.untilFirstShown(milliseconds.back()));
         }
     }
     report(state, milliseconds, processorSeconds() - began);
+    std::sort(first.begin(), first.end());
+    state.counters["first95ms"] = first[first.size() * 95 / 100];
+    state.counters["firstWorstMs"] = first.back();
 }
 
 // Steps of one frame, each from a still that has stood for a quarter of a second.
@@ -278,6 +342,52 @@ void scrubbing(benchmark::State& state, int step) {
         for (int i = 0; i < 200; ++i) milliseconds.push_back(preview.seek(frameTime(frame += step)));
     }
     report(state, milliseconds, processorSeconds() - began);
+}
+
+// To and fro over the whole movie, faster and slower; `period` in seconds.
+void dragging(benchmark::State& state, bool isMoving, double period) {
+    constexpr double kLength = 10;
+    Preview preview(recording(isMoving), 1280, 720);
+    preview.rest(1);
+    std::size_t moments = 0;
+    std::size_t pictures = 0;
+    std::size_t exact = 0;
+    double longest = 0;
+    for (auto _ : state) {
+        const auto place = [&](double t) { return kSeconds * (0.5 - 0.49 * std::cos(2 * 3.14159265 * t / period)); };
+        const auto shown = preview.drag(place, kLength);
+        for (std::size_t i = 1; i < shown.size(); ++i) {
+            moments += shown[i].seconds != shown[i - 1].seconds ? 1 : 0;
+            pictures += shown[i].frame != shown[i - 1].frame ? 1 : 0;
+            exact += shown[i].isExact ? 1 : 0;
+            longest = std::max(longest, shown[i].at - shown[i - 1].at);
+        }
+    }
+    state.counters["momentsPerSecond"] = static_cast<double>(moments) / kLength;
+    state.counters["picturesPerSecond"] = static_cast<double>(pictures) / kLength;
+    state.counters["exactPerSecond"] = static_cast<double>(exact) / kLength;
+    state.counters["longestMs"] = longest * 1000;
+}
+
+// Playing backwards at a rate, thirty places a second.
+void shuttling(benchmark::State& state, double rate) {
+    Preview preview(recording(true), 1280, 720);
+    const double from = rate < 0 ? kSeconds - 0.1 : 0;
+    const double length = std::min(8.0, (kSeconds - 0.2) / std::abs(rate));
+    preview.seek(from);
+    preview.rest(1);
+    const auto place = [&](double t) { return from + rate * std::floor(t * 30) / 30; };
+    for (auto _ : state) {
+        const auto shown = preview.drag(place, length);
+        std::size_t moments = 0;
+        std::size_t exact = 0;
+        for (std::size_t i = 1; i < shown.size(); ++i) {
+            moments += shown[i].seconds != shown[i - 1].seconds ? 1 : 0;
+            exact += shown[i].isExact && shown[i].seconds != shown[i - 1].seconds ? 1 : 0;
+        }
+        state.counters["momentsPerSecond"] = static_cast<double>(moments) / length;
+        state.counters["exactPerSecond"] = static_cast<double>(exact) / length;
+    }
 }
 
 void playing(benchmark::State& state, int width, int height) {
@@ -312,6 +422,13 @@ BENCHMARK_CAPTURE(stepping, Forward, 1)->Unit(benchmark::kSecond)->UseRealTime()
 BENCHMARK_CAPTURE(stepping, Back, -1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(scrubbing, Forward, 1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(scrubbing, Back, -1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, MovingSlowly, true, 10.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, MovingFast, true, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, TutorialFast, false, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Back1, -1.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Back2, -2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Back8, -8.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Forward4, 4.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(playing, At1280x720, 1280, 720)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(playing, At1920x1080, 1920, 1080)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(changing, At1280x720, 1280, 720)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);

@@ -22,6 +22,7 @@
 #include "base/recorder_error.h"
 #include "editor/preview/mask_draw_view.h"
 #include "editor/preview/preview_view.h"
+#include "editor/preview/small_stand_ins.h"
 #include "editor/session/frame_time.h"
 #include "editor/session/labels.h"
 #include "editor/timeline/timeline_strip.h"
@@ -277,6 +278,7 @@ void EditorWindow::setUpPlayer() {
 void EditorWindow::setUpOverview() {
     OverviewTools::Callbacks callbacks;
     callbacks.arrived = [this](std::shared_ptr<const render::RecordingOverview> overview) {
+        player_->setSmallStandIns(smallStandIns(overview));
         controls_->transportBar.strip().setOverview(std::move(overview));
     };
     callbacks.run = [this](const std::function<void()>& command) { runCommand(command); };
