@@ -87,7 +87,7 @@ void opensWithItsFirstFrame(benchmark::State& state) {
         ui::QtMainLoop loop;
         editor::EditorWindow window(folder(), loop, {});
         window.show();
-        while (window.controls().previewView->frame() == nullptr) QApplication::processEvents();
+        while (!window.controls().previewView->isExact()) QApplication::processEvents();
         state.PauseTiming();
         window.close();
         state.ResumeTiming();

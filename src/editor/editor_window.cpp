@@ -127,6 +127,7 @@ void EditorWindow::build() {
             info.duration, info.fps, {session_->hasWebcam(), info.knowsPositions(), labels::pointerNote(info)}},
         controlActions);
     controls_->previewView->setCanvas(StudioPreview::kCanvas);
+    controls_->maskDrawView->isReady = [this] { return !controls_->previewView->isStandIn(); };
     controls_->maskDrawView->onFinish = [this](const Rect& rect) { finishMask(rect); };
     timelineTools_ = std::make_unique<TimelineTools>(
         *session_, controls_->transportBar.strip(),

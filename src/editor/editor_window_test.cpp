@@ -37,7 +37,11 @@ namespace {
 
 class EditorWindowTest : public EditorFixture {
   protected:
-    std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame() { return controls().previewView->frame(); }
+    // None while it is a stand-in.
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame() {
+        const PreviewView& view = *controls().previewView;
+        return view.isExact() ? view.frame() : nullptr;
+    }
     // Waits for the frame that a change leads to.
     bool awaitFrameAfter(const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& before) {
         return awaitInLoop([&] { return frame() != nullptr && frame() != before; });
@@ -328,6 +332,23 @@ TEST_F(EditorWindowTest, ARectangleOfFourPointsIsNoMask) {
     drawMask(start, start + QPointF(5, 50));
     EXPECT_EQ(session().settings().masks.size(), 1u);
     EXPECT_FALSE(controls().maskDrawView->isDrawing());
+}
+
+TEST_F(EditorWindowTest, NoMaskIsDrawnOnAStandIn) {
+    openWindow();
+    ASSERT_TRUE(awaitInLoop([this] { return frame() != nullptr; }));
+    click("maskDrawButton");
+    const Rect area = controls().previewView->shownRect();
+    const Point from{area.x + area.width * 0.3, area.y + area.height * 0.3};
+    const QPointF start(from.x, from.y);
+    const QPointF end(from.x + 50, from.y + 50);
+    controls().previewView->setFrame(frame(), false);
+    EXPECT_EQ(frame(), nullptr);
+    drawMask(start, end);
+    EXPECT_TRUE(session().settings().masks.empty());
+    controls().previewView->setFrame(controls().previewView->frame(), true);
+    drawMask(start, end);
+    EXPECT_EQ(session().settings().masks.size(), 1u);
 }
 
 TEST_F(EditorWindowTest, AMaskLiesWhereItWasDrawn) {

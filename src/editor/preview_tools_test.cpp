@@ -27,7 +27,11 @@ class PreviewToolsTest : public EditorFixture {
         openWindow(webcam);
         ASSERT_TRUE(awaitInLoop([this] { return frame() != nullptr; }));
     }
-    std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame() { return controls().previewView->frame(); }
+    // None while it is a stand-in.
+    std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame() {
+        const PreviewView& view = *controls().previewView;
+        return view.isExact() ? view.frame() : nullptr;
+    }
     PreviewTools& tools() { return window().previewTools(); }
     PreviewHandlesView& view() { return *controls().previewHandlesView; }
 

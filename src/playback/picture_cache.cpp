@@ -40,7 +40,8 @@ const ShownPicture* PictureCache::findNearest(const MediaTime& time, std::span<c
     for (const auto& [start, picture] : pictures_) {
         const auto isWithin = [&shown = picture.shown](const TimeRange& one) { return overlap(shown, one); };
         if (!picture.picture || std::none_of(within.begin(), within.end(), isWithin)) continue;
-        if (nearest == nullptr || distance(picture.shown, time) < distance(nearest->shown, time)) nearest = &picture;
+        // The later of two, because the earlier one ends where the moment begins.
+        if (nearest == nullptr || distance(picture.shown, time) <= distance(nearest->shown, time)) nearest = &picture;
     }
     return nearest;
 }

@@ -44,6 +44,30 @@ TEST(PictureCache, FindsWhatIsShownAtAMomentExactly) {
     EXPECT_EQ(cache.findBefore({4, 10}), nullptr);
 }
 
+TEST(PictureCache, FindsTheNearestPictureOfAStretch) {
+    PictureCache cache(1000);
+    const auto nearest = [&](int time, const std::vector<TimeRange>& within) {
+        const ShownPicture* const found = cache.findNearest({time, 10}, within);
+        return found == nullptr ? -1 : static_cast<int>(found->shown.start.rescaled(10).value);
+    };
+    EXPECT_EQ(nearest(3, {stretch(0, 100)}), -1);
+    for (const int number : {10, 11, 20, 40}) cache.insert(numbered(number));
+    cache.insert(numbered(30, 5));
+    cache.insert({std::nullopt, {{22, 10}, {1, 10}}, 0});
+    EXPECT_EQ(nearest(11, {stretch(0, 100)}), 11);
+    EXPECT_EQ(nearest(15, {stretch(0, 100)}), 11) << "shown until 12";
+    EXPECT_EQ(nearest(17, {stretch(0, 100)}), 20);
+    EXPECT_EQ(nearest(23, {stretch(0, 100)}), 20) << "nothing is shown at 22";
+    EXPECT_EQ(nearest(36, {stretch(0, 100)}), 30) << "shown until 35";
+    EXPECT_EQ(nearest(12, {stretch(15, 100)}), 20);
+    EXPECT_EQ(nearest(19, {stretch(0, 20)}), 11) << "20 begins behind the stretch";
+    EXPECT_EQ(nearest(36, {stretch(34, 60)}), 30) << "shown when the stretch begins";
+    EXPECT_EQ(nearest(36, {stretch(35, 60)}), 40);
+    EXPECT_EQ(nearest(25, {stretch(0, 12), stretch(38, 60)}), 11);
+    EXPECT_EQ(nearest(15, {stretch(12, 20)}), -1);
+    EXPECT_EQ(nearest(15, {}), -1);
+}
+
 TEST(PictureCache, KeepsTheVerySamePictureWhenItIsDecodedAgain) {
     PictureCache cache(100);
     const ShownPicture first = numbered(3);

@@ -110,6 +110,20 @@ TEST(PlayedRanges, PlayingStandsOnTheFrameShownAndNeverOnWhatIsCutAway) {
     EXPECT_EQ(PlayedRanges().standingFrame(2.5), 2);
 }
 
+TEST(PlayedRanges, EveryMomentLiesInARangeOrAGap) {
+    const PlayedRanges ranges({{1, 2}, {4, 5}}, 10, 10);
+    EXPECT_EQ(ranges.stretchAt(1), (Interval{1, 2}));
+    EXPECT_EQ(ranges.stretchAt(1.99), (Interval{1, 2}));
+    EXPECT_EQ(ranges.stretchAt(4.5), (Interval{4, 5}));
+    EXPECT_EQ(ranges.stretchAt(2), (Interval{2, 4}));
+    EXPECT_EQ(ranges.stretchAt(3.9), (Interval{2, 4}));
+    EXPECT_EQ(ranges.stretchAt(0.5).end, 1);
+    EXPECT_LT(ranges.stretchAt(0.5).start, 0);
+    EXPECT_EQ(ranges.stretchAt(7).start, 5);
+    EXPECT_GT(ranges.stretchAt(7).end, 10);
+    EXPECT_LT(PlayedRanges().stretchAt(3).start, 0);
+}
+
 TEST(PlayedRanges, FramesInAGapLieOnTheGridAndAreFollowedByTheNextRange) {
     const PlayedRanges ranges({{1, 2}, {4.03, 5}}, 10, 10);
     EXPECT_NEAR(ranges.frameAt(3.27), 3.2, 1e-9);

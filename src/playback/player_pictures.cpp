@@ -39,6 +39,7 @@ constexpr double kPrefetchDelay = 0.1;
 constexpr double kLongestSleep = 0.01;
 // A finer resolution is not noticeable.
 constexpr double kShortestSleep = 0.0005;
+constexpr double kStandInRetry = 1.0 / 60;
 // How far ahead frames are made on a slow machine, at most.
 constexpr double kLongestLead = 0.25;
 
@@ -257,7 +258,8 @@ PlayerPictures::Seconds PlayerPictures::standIn(const Wish& wish, double seconds
     const double left = standInDue(wish.asked, standInShown_) - hostClockSeconds();
     if (left > 0) return left;
     const std::optional<Sources> sources = standInSources(wish, seconds);
-    if (!sources) return std::nullopt;
+    // There may be one among the pictures that are decoded on the way.
+    if (!sources) return kStandInRetry;
     standIn_ = make(wish, *sources, seconds);
     if (!standIn_.frame) return std::nullopt;
     callbacks_.show(wish.order, standIn_.frame, seconds, Player::FrameKind::standIn);

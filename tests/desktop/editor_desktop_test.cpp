@@ -93,7 +93,7 @@ class EditorOnX11 : public HasDesktop, public EditorFixture {
                             static_cast<xcb_window_t>(window().winId()), XCB_CURRENT_TIME);
         desktop.rig().sync();
         ASSERT_TRUE(awaitInLoop([this] { return window().isActiveWindow(); }));
-        ASSERT_TRUE(awaitInLoop([this] { return controls().previewView->frame() != nullptr; }));
+        ASSERT_TRUE(awaitInLoop([this] { return controls().previewView->isExact(); }));
     }
 
     void moveTo(const QWidget& widget, QPointF at) {

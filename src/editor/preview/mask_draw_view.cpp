@@ -45,7 +45,8 @@ void MaskDrawView::setDrawing(bool drawing) {
 }
 
 void MaskDrawView::mousePressEvent(QMouseEvent* event) {
-    if (isDrawing_ && event->button() == Qt::LeftButton) startPoint_ = pointOf(*event);
+    const bool isFirst = isDrawing_ && event->button() == Qt::LeftButton;
+    if (isFirst && (!isReady || isReady())) startPoint_ = pointOf(*event);
 }
 
 void MaskDrawView::mouseMoveEvent(QMouseEvent* event) {

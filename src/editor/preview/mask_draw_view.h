@@ -17,6 +17,8 @@ class MaskDrawView final : public QWidget {
     bool isDrawing() const { return isDrawing_; }
     void setDrawing(bool drawing);
 
+    /// Whether the picture below is the one to draw on; without it, always. Until it is, pressing does nothing.
+    std::function<bool()> isReady;
     /// The user has drawn a rectangle: points of the view, origin top-left, more than 4 wide and high.
     std::function<void(const Rect& rect)> onFinish;
 

@@ -30,7 +30,7 @@ void PreviewView::setCanvas(PixelSize canvas) {
 }
 
 void PreviewView::setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame, bool isExact) {
-    isExact_ = isExact;
+    isStandIn_ = !isExact;
     if (frame == frame_) return;
     frame_ = std::move(frame);
     update();

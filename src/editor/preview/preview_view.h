@@ -21,7 +21,8 @@ class PreviewView final : public QWidget {
     void setCanvas(PixelSize canvas);
     /// `isExact`: the frame shows the picture of its moment, not a stand-in for it.
     void setFrame(std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame, bool isExact);
-    bool isExact() const { return isExact_; }
+    bool isExact() const { return frame_ != nullptr && !isStandIn_; }
+    bool isStandIn() const { return isStandIn_; }
     const std::shared_ptr<const imaging::BgraPremultipliedBuffer>& frame() const { return frame_; }
 
     /// The size of the view in pixels of the screen.
@@ -43,7 +44,7 @@ class PreviewView final : public QWidget {
 
     PixelSize canvas_{16, 9};
     std::shared_ptr<const imaging::BgraPremultipliedBuffer> frame_;
-    bool isExact_ = false;
+    bool isStandIn_ = false;
     PixelSize reportedSize_;
 };
 

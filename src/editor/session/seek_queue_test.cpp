@@ -72,6 +72,28 @@ TEST(SeekQueue, InAHurryTheLastRequestOvertakesTheSeekUnderWay) {
     EXPECT_FALSE(queue.isBusy());
 }
 
+TEST(SeekQueue, ASeekThatHasShownSomethingIsOvertaken) {
+    SlowPlayer player;
+    SeekQueue queue(player.seek());
+    queue.letOvertake();
+    queue.request(1);
+    queue.request(2);
+    EXPECT_EQ(player.seeks, (std::vector<double>{1}));
+    queue.letOvertake();
+    EXPECT_EQ(player.seeks, (std::vector<double>{1, 2})) << "one was waiting";
+    queue.request(3);
+    EXPECT_EQ(player.seeks, (std::vector<double>{1, 2})) << "that one has shown nothing yet";
+    queue.letOvertake();
+    EXPECT_EQ(player.seeks, (std::vector<double>{1, 2, 3}));
+    queue.letOvertake();
+    queue.request(4);
+    EXPECT_EQ(player.seeks, (std::vector<double>{1, 2, 3, 4})) << "at once";
+    player.endings[1]();
+    EXPECT_TRUE(queue.isBusy()) << "the one that was overtaken ends nothing";
+    player.end();
+    EXPECT_FALSE(queue.isBusy());
+}
+
 TEST(SeekQueue, APlayerThatSeeksAtOnceIsServedInOrder) {
     std::vector<double> seeks;
     SeekQueue queue([&](double seconds, const std::function<void()>& ended) {
