@@ -137,6 +137,10 @@ TEST_F(PlayerStandIns, AFaceIsNotTakenFromWhatWasCutAwayNorFromBeforeTheCameraBe
     };
     for (const double place : {41.0, 25.0, 15.0, 1.5}) {
         open(both);
+        // So that the screen has one before the camera's pictures from the same stretch are decoded.
+        player_->setSmallStandIns([this](double seconds, const Interval&) {
+            return SmallStandIn{otherPicture(), seconds};
+        });
         ASSERT_TRUE(seek(place));
         ASSERT_TRUE(seek(place < 20 ? 45 : 8));
     }
