@@ -13,6 +13,7 @@
 #include <QUrl>
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <utility>
 
 #include "base/host_clock.h"
@@ -87,11 +88,13 @@ void EditorWindow::openSession(const std::filesystem::path& folder) {
             Log::write("Editor", lookFault_);
         }
     }
+    // Both take a tenth of a second or two for hours of recording.
+    auto screen = std::async(std::launch::async, [folder] { return render::openScreenAsset(folder); });
     session_ = std::make_unique<EditSession>(folder, loop_, std::move(options));
 
     const std::shared_ptr<const edit::Composition> composition = session_->composition();
     const model::CaptureInfo& info = composition->info();
-    assets_ = render::openRecordingAssets(composition->recording());
+    assets_ = render::openRecordingAssets(composition->recording(), screen.get());
     preview_ = std::make_unique<StudioPreview>(composition, assets_);
 
     PlayerControls player;

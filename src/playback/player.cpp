@@ -143,6 +143,7 @@ void Player::Core::setItem(PlayerItem item) {
             if (core.onError) core.onError(error);
         });
     };
+    if (!item.screenTrackId) sound_->prepare();
     pictures_ = std::make_unique<PlayerPictures>(item, ranges_, available_, std::move(clock), std::move(callbacks));
     time_ = 0;
     stand();
@@ -272,6 +273,7 @@ void Player::Core::takeDelivery() {
         delivery = std::exchange(delivery_, std::nullopt);
     }
     if (!delivery || delivery->order != order_) return;
+    if (delivery->kind == FrameKind::exact) sound_->prepare();
     const bool endsSeek = seek_ && seek_->order <= delivery->order && delivery->kind == FrameKind::exact;
     const std::int64_t sought = endsSeek ? seek_->order : 0;
     if (delivery->frame && onFrame) onFrame(delivery->frame, delivery->seconds, delivery->kind);

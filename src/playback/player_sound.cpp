@@ -65,6 +65,14 @@ std::vector<float> PlayerSound::volumesOf(const std::vector<media::AudioMixInput
     return volumes;
 }
 
+void PlayerSound::prepare() {
+    {
+        const std::lock_guard hold(lock_);
+        if (std::exchange(mayDecode_, true)) return;
+    }
+    wake_.notify_one();
+}
+
 void PlayerSound::cue(double seconds) {
     const std::int64_t frame = frameOf(seconds);
     {
@@ -93,6 +101,7 @@ void PlayerSound::decodeAgain(std::int64_t source) {
 }
 
 void PlayerSound::start(platform::SoundOutput& output, std::function<void(const RecorderError&)> lost) {
+    prepare();
     {
         const std::lock_guard hold(lock_);
         precondition(output_ == nullptr, "started when not running");
@@ -238,7 +247,7 @@ void PlayerSound::decode() {
     std::int64_t at = 0;  // the position of the readers
     std::unique_lock hold(lock_);
     for (;;) {
-        wake_.wait(hold, [this] { return isEnding_ || (!isDecoded_ && framesAhead_ < kMaximumAhead); });
+        wake_.wait(hold, [this] { return isEnding_ || (mayDecode_ && !isDecoded_ && framesAhead_ < kMaximumAhead); });
         if (isEnding_) return;
         const std::optional<double> from = ranges_.playableFrom(secondsOf(decodeFrom_));
         if (!from) {

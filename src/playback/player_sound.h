@@ -37,6 +37,10 @@ class PlayerSound {
 
     bool hasTracks() const { return !trackIds_.empty(); }
 
+    /// Begins to decode, if nothing has begun it yet. Until then no file is open: opening hours of sound takes time
+    /// that the first picture needs. `start` begins it in any case.
+    void prepare();
+
     /// Prepares to play from a moment, or from the next that is played. Not while running.
     void cue(double seconds);
     /// Plays from the cued moment. `lost` as in `SoundOutput::Client`. The output outlives this object.
@@ -90,7 +94,8 @@ class PlayerSound {
     std::int64_t framesAhead_ = 0;
     std::int64_t decodeFrom_ = 0;   // the source frame to be decoded next
     std::int64_t decodeRound_ = 0;  // counts changes of that from outside
-    bool isDecoded_ = false;        // up to the end of the played ranges
+    bool mayDecode_ = false;
+    bool isDecoded_ = false;  // up to the end of the played ranges
     mutable PlaybackPositionMap positions_;
     platform::SoundOutput* output_ = nullptr;  // while running
     std::int64_t run_ = 0;                     // counts runs

@@ -121,9 +121,17 @@ float volumeOf(double setting) {
 
 }  // namespace
 
+std::shared_ptr<const media::Asset> openScreenAsset(const std::filesystem::path& folder) {
+    return std::make_shared<const media::Asset>(folder / "source.mov");
+}
+
 RecordingAssets openRecordingAssets(const edit::Recording& recording) {
+    return openRecordingAssets(recording, openScreenAsset(recording.folder));
+}
+
+RecordingAssets openRecordingAssets(const edit::Recording& recording, std::shared_ptr<const media::Asset> screen) {
     RecordingAssets assets;
-    assets.screen = std::make_shared<const media::Asset>(recording.folder / "source.mov");
+    assets.screen = std::move(screen);
     if (!recording.hasWebcam()) return assets;
     try {
         auto webcam = std::make_shared<const media::Asset>(recording.webcamFile);

@@ -29,6 +29,10 @@ struct RecordingAssets {
 /// ignored. Throws `RecorderError` when the screen movie is missing or unreadable, or memory is short. Blocks for the
 /// disk. Any thread.
 RecordingAssets openRecordingAssets(const edit::Recording& recording);
+/// The same with a screen movie that is open already; see `openScreenAsset`.
+RecordingAssets openRecordingAssets(const edit::Recording& recording, std::shared_ptr<const media::Asset> screen);
+/// The screen movie of the recording in a folder. Throws `RecorderError`.
+std::shared_ptr<const media::Asset> openScreenAsset(const std::filesystem::path& folder);
 
 /// A kept segment with its bounds rounded to the movie's clock. Seconds; `sourceStart` < `sourceEnd`.
 struct ShownSegment {

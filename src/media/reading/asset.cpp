@@ -48,7 +48,8 @@ bool isUsable(const AssetTrack& track) {
 }  // namespace
 
 Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
-    MovieFile file(path_);
+    file_ = std::make_unique<MovieFile>(path_);
+    MovieFile& file = *file_;
     fragmented_ = file.isFragmented();
     AVFormatContext& context = file.context();
     context.probesize = kProbeBytes;
@@ -93,6 +94,13 @@ Asset::Asset(std::filesystem::path path) : path_(std::move(path)) {
     if (tracks_.empty()) {
         throw RecorderError(path_.filename().string() + " enthält weder Bild noch Ton.");
     }
+}
+
+Asset::~Asset() = default;
+
+std::unique_ptr<MovieFile> Asset::takeFile() const {
+    const std::lock_guard hold(lock_);
+    return std::move(file_);
 }
 
 std::vector<AssetTrack> Asset::tracks(TrackKind kind) const {

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -37,13 +39,17 @@ struct AssetTrack {
     int streamIndex = 0;  // position in the file; for this folder's readers
 };
 
+class MovieFile;
+
 /// A movie file on disk, opened once to read its track descriptions. Immutable afterwards: share it between threads as
-/// `shared_ptr<const Asset>`. The file does not stay open; every reader opens it again.
+/// `shared_ptr<const Asset>`. Readers open the file again, except for one (see `takeFile`).
 class Asset {
   public:
     /// Opens a local QuickTime or MP4 file. Throws `RecorderError` when it cannot be read, is no such movie, is damaged
     /// in its header, or exceeds the limits of `MovieFile`.
     explicit Asset(std::filesystem::path path);
+    ~Asset();
+    Asset(Asset&&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
 
@@ -59,10 +65,16 @@ class Asset {
     /// Whether the movie is still in fragments, as a recording that was not finished leaves it.
     bool isFragmented() const { return fragmented_; }
 
+    /// The file as this object has opened it, for the first reader that asks; null for all others. Opening hours of
+    /// recording takes a tenth of a second. Any thread.
+    std::unique_ptr<MovieFile> takeFile() const;
+
   private:
     std::filesystem::path path_;
     std::vector<AssetTrack> tracks_;
     bool fragmented_ = false;
+    mutable std::mutex lock_;
+    mutable std::unique_ptr<MovieFile> file_;  // guarded by lock_
 };
 
 }  // namespace lumivastor::media

@@ -54,7 +54,8 @@ PictureDecoder::PictureDecoder(std::shared_ptr<const Asset> asset, int trackId) 
     const AssetTrack* const track = asset_->track(trackId);
     precondition(track != nullptr && track->kind == TrackKind::video, "a video track of the movie");
     track_ = *track;
-    file_ = std::make_unique<MovieFile>(asset_->path());
+    file_ = asset_->takeFile();
+    if (!file_) file_ = std::make_unique<MovieFile>(asset_->path());
     const AVStream* const stream = file_->stream(track_.streamIndex);
     if (stream == nullptr || stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO) {
         throw RecorderError(asset_->path().filename().string() + " wurde verändert.");
