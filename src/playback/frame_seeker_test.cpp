@@ -8,6 +8,7 @@
 
 #include "base/recorder_error.h"
 #include "imaging/painting/painter.h"
+#include "media/reading/movie_file.h"
 #include "support/temporary_folder.h"
 #include "support/test_movie.h"
 
@@ -190,8 +191,10 @@ TEST(FrameSeeker, HoldsTheLastPictureOfAFileThatWasCutOff) {
 TEST(FrameSeeker, AMissingFileIsAnError) {
     const TemporaryFolder folder;
     makeTestMovie(folder / "a.mov", {});
-    FrameSeeker seeker(wholeTrack(folder / "a.mov"), FrameSeeker::Before::firstPicture);
+    const media::SegmentedTrack track = wholeTrack(folder / "a.mov");
+    FrameSeeker seeker(track, FrameSeeker::Before::firstPicture);
     std::filesystem::remove(folder / "a.mov");
+    static_cast<void>(track.segments.front().asset->takeFile());  // another reader has it
     EXPECT_THROW(static_cast<void>(seeker.find({})), RecorderError);
 }
 

@@ -10,6 +10,7 @@
 #include <random>
 #include <thread>
 
+#include "media/reading/movie_file.h"
 #include "playback/player.h"
 #include "support/player_fixture.h"
 
@@ -268,6 +269,8 @@ TEST_F(PlayerSeeking, AMovieThatIsGoneIsAnErrorAndNoCrash) {
     makeMovie();
     const PlayerItem gone = item();
     std::filesystem::remove(folder_ / "a.mov");
+    static_cast<void>(
+        gone.movie.track(*gone.screenTrackId)->segments.front().asset->takeFile());  // another reader has it
     player_ = std::make_unique<Player>(loop_, nullptr);
     player_->onError([this](const RecorderError& error) { errors_.push_back(error.message()); });
     player_->onPlayedToEnd([this] { ++ends_; });
