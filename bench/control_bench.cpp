@@ -307,8 +307,7 @@ const bool areRegistered = [] {
                     const std::string name = "moved/" + sizes + (moment == kZoomed ? "zoomed/" : "") + each.name;
                     const Control control = each.control;
                     benchmark::RegisterBenchmark(
-                        name.c_str(),
-                        [=](benchmark::State& state) { moved(state, control, canvas, shown, moment); })
+                        name.c_str(), [=](benchmark::State& state) { moved(state, control, canvas, shown, moment); })
                         ->Unit(benchmark::kSecond)
                         ->UseRealTime()
                         ->Iterations(1);
@@ -316,8 +315,8 @@ const bool areRegistered = [] {
             }
             for (const int moves : {60, 125}) {
                 const std::string name = "dragged/" + sizes + formatted("padding%dPerSecond", moves);
-                benchmark::RegisterBenchmark(
-                    name.c_str(), [=](benchmark::State& state) { dragged(state, canvas, shown, moves); })
+                benchmark::RegisterBenchmark(name.c_str(),
+                                             [=](benchmark::State& state) { dragged(state, canvas, shown, moves); })
                     ->Unit(benchmark::kSecond)
                     ->UseRealTime()
                     ->Iterations(1);

@@ -19,6 +19,9 @@
 namespace lumivastor::editor {
 namespace {
 
+// One of playing, at the composition's own size.
+constexpr playback::FrameRequest kPlayed{1, {160, 90}, false};
+
 class StudioPreviews : public testing::Test {
   protected:
     StudioPreviews() {
@@ -97,14 +100,14 @@ TEST_F(StudioPreviews, ItsFramesAreTheCompositionsWithTheSettingsInForce) {
     open();
     const playback::VideoCompositor compositor = preview_->item().compositor;
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
-    const imaging::Picture before = compositor(screen, std::nullopt, 1);
+    const imaging::Picture before = compositor(screen, std::nullopt, kPlayed);
     EXPECT_TRUE(before == onCanvas(composition_->compose(screen, std::nullopt, 1)));
     EXPECT_EQ(before.extent(), (Rect{0, 0, 3840, 2160}));
     model::ProjectSettings settings = composition_->settings();
     settings.padding = 0.2;
     composition_->setSettings(settings);
-    EXPECT_FALSE(compositor(screen, std::nullopt, 1) == before);
-    EXPECT_TRUE(compositor(screen, std::nullopt, 1) == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    EXPECT_FALSE(compositor(screen, std::nullopt, kPlayed) == before);
+    EXPECT_TRUE(compositor(screen, std::nullopt, kPlayed) == onCanvas(composition_->compose(screen, std::nullopt, 1)));
 }
 
 TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
@@ -113,7 +116,7 @@ TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
     const auto larger = std::make_shared<edit::Composition>(folder_.path(), 320, 180);
     preview_->setComposition(larger);
-    const imaging::Picture frame = compositor(screen, std::nullopt, 1);
+    const imaging::Picture frame = compositor(screen, std::nullopt, kPlayed);
     EXPECT_EQ(frame.extent(), (Rect{0, 0, 3840, 2160}));
     EXPECT_TRUE(frame == onCanvas(larger->compose(screen, std::nullopt, 1)));
     EXPECT_FALSE(frame == onCanvas(composition_->compose(screen, std::nullopt, 1)));
@@ -158,10 +161,10 @@ TEST_F(StudioPreviews, FramesThatArePaintedWhileItGoesAreStillMade) {
     open();
     const playback::VideoCompositor compositor = preview_->compositor();
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
-    const imaging::Picture before = compositor(screen, std::nullopt, 1);
+    const imaging::Picture before = compositor(screen, std::nullopt, kPlayed);
     preview_.reset();
     composition_.reset();
-    EXPECT_TRUE(compositor(screen, std::nullopt, 1) == before);
+    EXPECT_TRUE(compositor(screen, std::nullopt, kPlayed) == before);
 }
 
 }  // namespace
