@@ -58,9 +58,20 @@ imaging::Picture Composition::compose(const imaging::Picture& source, const std:
                                       double t) const {
     const std::shared_ptr<Shown> current = shown();
     std::call_once(current->drawn, [&] {
-        current->layers = makeStudioLayers(current->state->layout, current->state->settings, preparedLayers_);
+        const EditState& state = *current->state;
+        current->layers = makeStudioLayers(state.layout, state.settings, LayerViews(canvas_), preparedLayers_);
     });
     return composeFrame({*recording_, *current->state, current->layers, cursorAssets_}, source, webcam, t);
+}
+
+imaging::Picture Composition::composeStill(const imaging::Picture& source,
+                                           const std::optional<imaging::Picture>& webcam, double t,
+                                           PixelSize frame) const {
+    precondition(frame.width >= 1 && frame.height >= 1, "a frame has an area");
+    const std::shared_ptr<const EditState> current = state();
+    const LayerViews views(current->layout, frame, frameZoom(*current, t));
+    const StudioLayers layers = makeStudioLayers(current->layout, current->settings, views, stillLayers_);
+    return composeFrame({*recording_, *current, layers, cursorAssets_}, source, webcam, t);
 }
 
 double Composition::sourceTime(double forOutput) const {
