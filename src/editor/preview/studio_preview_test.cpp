@@ -122,6 +122,20 @@ TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
     EXPECT_FALSE(frame == onCanvas(composition_->compose(screen, std::nullopt, 1)));
 }
 
+TEST_F(StudioPreviews, AStillHasLayersOfItsOwnThatCostNoMoreThanItsSize) {
+    open();
+    const auto large = std::make_shared<edit::Composition>(folder_.path(), 640, 360);
+    preview_->setComposition(large);
+    const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
+    const imaging::Picture face(std::make_shared<const imaging::BgraPremultipliedBuffer>(64, 48));
+    const playback::FrameRequest request{1, {160, 90}, true};
+    const imaging::Picture still = preview_->compositor()(screen, face, request);
+    EXPECT_TRUE(still == onCanvas(large->composeStill(screen, face, 1, {160, 90})));
+    EXPECT_TRUE(still == preview_->compositor()(screen, face, request)) << "it need not be painted again";
+    EXPECT_FALSE(still == onCanvas(large->compose(screen, face, 1)));
+    EXPECT_EQ(still.extent(), (Rect{0, 0, 3840, 2160}));
+}
+
 TEST_F(StudioPreviews, ItsSoundHasTheVolumesOfTheSettings) {
     settings_.systemVolume = 0.5;
     settings_.micVolume = 2.5;
