@@ -24,6 +24,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "../tools/sample_movies.h"
@@ -180,6 +181,49 @@ void moved(benchmark::State& state, Control control, PixelSize canvas, PixelSize
     state.counters["p99ms"] = percentile(milliseconds, 0.99);
 }
 
+// Playing after a change: its layers are others than the still's, and drawing them must not cost frames.
+void played(benchmark::State& state, PixelSize canvas, PixelSize shown, double moment) {
+    const auto composition = std::make_shared<edit::Composition>(folder(), canvas.width, canvas.height);
+    const editor::StudioPreview preview(composition, render::openRecordingAssets(composition->recording()));
+    BlockingMainLoop loop;
+    playback::Player player(loop, nullptr);
+    player.setOutputSize(shown.width, shown.height);
+    player.setItem(preview.item());
+    const model::ProjectSettings original = composition->settings();
+    const auto workFor = [&](double seconds) {
+        const auto timer = loop.every(seconds, [&] { loop.stop(); });
+        loop.run();
+    };
+    std::vector<double> first;
+    for (auto _ : state) {
+        for (int step = 1; step <= 10; ++step) {
+            player.onFrame({});
+            player.seek(moment, [&](bool) { loop.stop(); });
+            loop.run();
+            model::ProjectSettings settings = original;
+            padding(settings, step);
+            composition->setSettings(settings);
+            player.setVideoCompositor(preview.compositor());
+            workFor(0.4);
+            const double began = hostClockSeconds();
+            bool isFirst = true;
+            player.onFrame([&](const playback::Player::Frame&, double seconds) {
+                if (seconds <= moment || !std::exchange(isFirst, false)) return;
+                first.push_back((hostClockSeconds() - began - (seconds - moment)) * 1000);
+            });
+            player.play();
+            workFor(0.7);
+            player.pause();
+            workFor(0.1);
+        }
+    }
+    const playback::Player::Statistics statistics = player.statistics();
+    state.counters["shown"] = static_cast<double>(statistics.framesShown) / 10;
+    state.counters["dropped"] = static_cast<double>(statistics.framesDropped) / 10;
+    state.counters["late_p50ms"] = percentile(first, 0.5);
+    state.counters["late_p95ms"] = percentile(first, 0.95);
+}
+
 // Where the screen's picture begins in a shown frame's middle column, in pixels from the top: its blue-grey desktop is
 // brighter than the background.
 double screenTop(const imaging::BgraPremultipliedBuffer& frame) {
@@ -312,6 +356,14 @@ const bool areRegistered = [] {
                         ->UseRealTime()
                         ->Iterations(1);
                 }
+            }
+            for (const double moment : {kUnzoomed, kZoomed}) {
+                const std::string name = "played/" + sizes + (moment == kZoomed ? "zoomed" : "unzoomed");
+                benchmark::RegisterBenchmark(name.c_str(),
+                                             [=](benchmark::State& state) { played(state, canvas, shown, moment); })
+                    ->Unit(benchmark::kSecond)
+                    ->UseRealTime()
+                    ->Iterations(1);
             }
             for (const int moves : {60, 125}) {
                 const std::string name = "dragged/" + sizes + formatted("padding%dPerSecond", moves);

@@ -103,7 +103,7 @@ class FrameRounding : public testing::Test {
         imaging::PreparedLayers cache;
         const auto state = composition.state();
         const StudioLayers layers =
-            makeStudioLayers(state->layout, state->settings, LayerViews({kWidth, kHeight}), cache);
+            makeStudioLayers(state->layout, state->settings, LayerViews({kWidth, kHeight}), cache, cache);
         const FrameIngredients in{composition.recording(), *state, layers, composition.cursorAssets()};
         const imaging::Picture screen = page();
         imaging::Painter painter(1);

@@ -73,8 +73,15 @@ LayerViews::LayerViews(const StudioLayout& layout, PixelSize frame, const ZoomTr
       bubble(narrowed(background,
                       background.fromCanvas.applied(layout.bubbleRect.grownBy(reachOf(imaging::kBubbleShadow))))) {}
 
+LayerViews LayerViews::ofMoving(const StudioLayout& layout, PixelSize frame, const ZoomTransform& zoom) {
+    LayerViews views(layout, frame, {});
+    if (!zoom.isIdentity()) views.screen = {layout.canvas, {}};
+    return views;
+}
+
 StudioLayers makeStudioLayers(const StudioLayout& layout, const model::ProjectSettings& settings,
-                              const LayerViews& views, imaging::PreparedLayers& cache) {
+                              const LayerViews& views, imaging::PreparedLayers& cache,
+                              imaging::PreparedLayers& screenCache) {
     StudioLayers layers;
     const LayerView& ground = views.background;
     const imaging::RgbColour tone{settings.backgroundRed, settings.backgroundGreen, settings.backgroundBlue};
@@ -87,9 +94,10 @@ StudioLayers makeStudioLayers(const StudioLayout& layout, const model::ProjectSe
         const double scale = scaleOf(views.screen);
         const double radius = scale * std::clamp(settings.cornerRadius, 0.0,
                                                  std::min(layout.screenRect.width, layout.screenRect.height) / 2);
-        layers.maskImage = onCanvas(cache.roundedMatte(width, height, screen, radius), views.screen);
-        layers.shadowImage = onCanvas(
-            cache.roundedShadow(width, height, screen, radius, scaled(imaging::kScreenShadow, scale)), views.screen);
+        layers.maskImage = onCanvas(screenCache.roundedMatte(width, height, screen, radius), views.screen);
+        layers.shadowImage =
+            onCanvas(screenCache.roundedShadow(width, height, screen, radius, scaled(imaging::kScreenShadow, scale)),
+                     views.screen);
     }
     if (!layout.bubbleRect.isEmpty()) {
         const auto [width, height] = views.bubble.size;

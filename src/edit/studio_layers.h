@@ -35,6 +35,9 @@ struct LayerViews {
     /// Only what a frame of this size shows while the camera does `zoom`, and no finer than that: pixel for pixel the
     /// frame's, or the canvas's where those are fewer, so that no edge is sharper than in the film.
     LayerViews(const StudioLayout& layout, PixelSize frame, const ZoomTransform& zoom);
+    /// For frames of this size that follow each other while the camera moves: a view never depends on where it is, only
+    /// on whether it shows the whole canvas. What goes with it then has all of the canvas's pixels.
+    static LayerViews ofMoving(const StudioLayout& layout, PixelSize frame, const ZoomTransform& zoom);
 };
 
 /// The pictures of a studio frame that depend on the settings alone, in canvas pixels, except the ring. A picture is
@@ -52,8 +55,10 @@ struct StudioLayers {
     imaging::Picture bubbleBorder;
 };
 
-/// Draws the layers; `cache` returns those that are equal to the last call's.
+/// Draws the layers; the caches return those that are equal to the last call's. `screenCache` is for matte and shadow
+/// of the screen, where these change their view at other times than the rest; it may be `cache`, too.
 StudioLayers makeStudioLayers(const StudioLayout& layout, const model::ProjectSettings& settings,
-                              const LayerViews& views, imaging::PreparedLayers& cache);
+                              const LayerViews& views, imaging::PreparedLayers& cache,
+                              imaging::PreparedLayers& screenCache);
 
 }  // namespace lumivastor::edit

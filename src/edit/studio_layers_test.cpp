@@ -45,17 +45,21 @@ struct Sample {
     std::shared_ptr<const EditState> state() const { return deriveEditState(recording, settings, kCanvas); }
     StudioLayers layers(const LayerViews& views) {
         const auto derived = state();
-        return makeStudioLayers(derived->layout, settings, views, cache);
+        return makeStudioLayers(derived->layout, settings, views, cache, cache);
     }
     // A frame of this size at a moment, with the layers of these views, as the player scales it.
     Picture frame(PixelSize size, double t, const LayerViews& views) {
         const auto derived = state();
-        const StudioLayers drawn = makeStudioLayers(derived->layout, settings, views, cache);
+        const StudioLayers drawn = makeStudioLayers(derived->layout, settings, views, cache, cache);
         return composeFrame({recording, *derived, drawn, {}}, screen, face, t)
             .transformed(AffineTransform::scaling(static_cast<double>(size.width) / kCanvas.width,
                                                   static_cast<double>(size.height) / kCanvas.height));
     }
     Picture filmFrame(PixelSize size, double t) { return frame(size, t, LayerViews(kCanvas)); }
+    Picture movingFrame(PixelSize size, double t) {
+        const auto derived = state();
+        return frame(size, t, LayerViews::ofMoving(derived->layout, size, frameZoom(*derived, t)));
+    }
     Picture stillFrame(PixelSize size, double t) {
         const auto derived = state();
         return frame(size, t, LayerViews(derived->layout, size, frameZoom(*derived, t)));
@@ -118,6 +122,12 @@ TEST(LayerViews, HaveTheFramesPixelsAndOnlyItsPartOfTheCanvas) {
     // At the canvas's own size the zoom would make it finer than the canvas: it gets the canvas's pixels that show.
     const LayerViews large(layout, kCanvas, {2, -200, -100});
     EXPECT_EQ(large.screen, (LayerView{{328, 188}, AffineTransform::translation(-96, -46)}));
+    // While the camera moves, what goes with it is drawn for all of its places.
+    const LayerViews moving = LayerViews::ofMoving(layout, {320, 180}, {1.5, -100, -20});
+    EXPECT_EQ(moving.background, half.background);
+    EXPECT_EQ(moving.bubble, half.bubble);
+    EXPECT_EQ(moving.screen, whole.screen);
+    EXPECT_EQ(LayerViews::ofMoving(layout, {320, 180}, {}).screen, half.screen);
     // No frame makes more of a canvas than it has.
     const LayerViews huge(layout, {1280, 720}, {});
     EXPECT_EQ(huge.background, whole.background);
@@ -171,7 +181,7 @@ TEST(StudioLayers, AControlDrawsOnlyTheLayersThatDependOnIt) {
 
 // They differ at edges: the film's layers are resampled, the still's are drawn. Bright screen and dark background make
 // 200 levels of an edge; a sixth of that is a sixth of a pixel.
-TEST(StudioLayers, AStillWithLayersOfItsOwnLooksLikeTheFilmsFrame) {
+TEST(StudioLayers, AFrameWithLayersOfItsSizeLooksLikeTheFilms) {
     Sample sample;
     imaging::Painter painter(1);
     for (const PixelSize size : {PixelSize{320, 180}, PixelSize{427, 240}, PixelSize{333, 187}, PixelSize{101, 57},
@@ -182,10 +192,12 @@ TEST(StudioLayers, AStillWithLayersOfItsOwnLooksLikeTheFilmsFrame) {
             BgraPremultipliedBuffer film(size.width, size.height);
             BgraPremultipliedBuffer still(size.width, size.height);
             painter.paint(sample.filmFrame(size, t), film);
-            painter.paint(sample.stillFrame(size, t), still);
-            const Difference difference = between(film, still);
-            EXPECT_LE(difference.mean, isCanvasEnough ? 0.01 : 0.5);
-            EXPECT_LE(difference.worst, isCanvasEnough ? 1 : 36);
+            for (const Picture& shown : {sample.stillFrame(size, t), sample.movingFrame(size, t)}) {
+                painter.paint(shown, still);
+                const Difference difference = between(film, still);
+                EXPECT_LE(difference.mean, isCanvasEnough ? 0.01 : 0.5);
+                EXPECT_LE(difference.worst, isCanvasEnough ? 1 : 36);
+            }
         }
     }
 }

@@ -30,11 +30,8 @@ class StudioPreview::LiveComposition {
         const std::shared_ptr<const edit::Composition> composition = current();
         const double width = static_cast<double>(kCanvas.width) / composition->canvasWidth();
         const double height = static_cast<double>(kCanvas.height) / composition->canvasHeight();
-        // Playing keeps its layers from frame to frame; a still is there the sooner the less is drawn for it.
-        const imaging::Picture recipe = frame.isStill
-                                            ? composition->composeStill(screen, webcam, frame.seconds, frame.size)
-                                            : composition->compose(screen, webcam, frame.seconds);
-        return recipe.transformed(imaging::AffineTransform::scaling(width, height));
+        return composition->composeShown(screen, webcam, frame.seconds, frame.size, frame.isStill)
+            .transformed(imaging::AffineTransform::scaling(width, height));
     }
 
   private:

@@ -19,7 +19,6 @@
 namespace lumivastor::editor {
 namespace {
 
-// One of playing, at the composition's own size.
 constexpr playback::FrameRequest kPlayed{1, {160, 90}, false};
 
 class StudioPreviews : public testing::Test {
@@ -101,13 +100,14 @@ TEST_F(StudioPreviews, ItsFramesAreTheCompositionsWithTheSettingsInForce) {
     const playback::VideoCompositor compositor = preview_->item().compositor;
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
     const imaging::Picture before = compositor(screen, std::nullopt, kPlayed);
-    EXPECT_TRUE(before == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    EXPECT_TRUE(before == onCanvas(composition_->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
     EXPECT_EQ(before.extent(), (Rect{0, 0, 3840, 2160}));
     model::ProjectSettings settings = composition_->settings();
     settings.padding = 0.2;
     composition_->setSettings(settings);
     EXPECT_FALSE(compositor(screen, std::nullopt, kPlayed) == before);
-    EXPECT_TRUE(compositor(screen, std::nullopt, kPlayed) == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    EXPECT_TRUE(compositor(screen, std::nullopt, kPlayed) ==
+                onCanvas(composition_->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
 }
 
 TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
@@ -118,8 +118,8 @@ TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
     preview_->setComposition(larger);
     const imaging::Picture frame = compositor(screen, std::nullopt, kPlayed);
     EXPECT_EQ(frame.extent(), (Rect{0, 0, 3840, 2160}));
-    EXPECT_TRUE(frame == onCanvas(larger->compose(screen, std::nullopt, 1)));
-    EXPECT_FALSE(frame == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    EXPECT_TRUE(frame == onCanvas(larger->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
+    EXPECT_FALSE(frame == onCanvas(composition_->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
 }
 
 TEST_F(StudioPreviews, AStillHasLayersOfItsOwnThatCostNoMoreThanItsSize) {
@@ -130,7 +130,7 @@ TEST_F(StudioPreviews, AStillHasLayersOfItsOwnThatCostNoMoreThanItsSize) {
     const imaging::Picture face(std::make_shared<const imaging::BgraPremultipliedBuffer>(64, 48));
     const playback::FrameRequest request{1, {160, 90}, true};
     const imaging::Picture still = preview_->compositor()(screen, face, request);
-    EXPECT_TRUE(still == onCanvas(large->composeStill(screen, face, 1, {160, 90})));
+    EXPECT_TRUE(still == onCanvas(large->composeShown(screen, face, 1, {160, 90}, true)));
     EXPECT_TRUE(still == preview_->compositor()(screen, face, request)) << "it need not be painted again";
     EXPECT_FALSE(still == onCanvas(large->compose(screen, face, 1)));
     EXPECT_EQ(still.extent(), (Rect{0, 0, 3840, 2160}));
