@@ -72,7 +72,8 @@ class Film {
         if (features & kMasked) settings.masks = {{0.1, 0.1, 0.2, 0.1}, {0.6, 0.7, 0.2, 0.1}};
         if (features & kBubble) recording_.webcamFile = "webcam.mov";
         state_ = edit::deriveEditState(recording_, settings, kCanvas);
-        layers_ = edit::makeStudioLayers(state_->layout, settings, cache_);
+        layers_ =
+            edit::makeStudioLayers(state_->layout, settings, edit::LayerViews(state_->layout.canvas), cache_, cache_);
         auto cursor = std::make_shared<imaging::BgraPremultipliedBuffer>(48, 64);
         for (int y = 0; y < 64; ++y) {
             for (int x = 0; x < std::min(48, 64 - y); ++x) cursor->pixel(x, y)[3] = 255;

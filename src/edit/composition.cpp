@@ -58,9 +58,24 @@ imaging::Picture Composition::compose(const imaging::Picture& source, const std:
                                       double t) const {
     const std::shared_ptr<Shown> current = shown();
     std::call_once(current->drawn, [&] {
-        current->layers = makeStudioLayers(current->state->layout, current->state->settings, preparedLayers_);
+        const EditState& state = *current->state;
+        current->layers =
+            makeStudioLayers(state.layout, state.settings, LayerViews(canvas_), preparedLayers_, preparedLayers_);
     });
     return composeFrame({*recording_, *current->state, current->layers, cursorAssets_}, source, webcam, t);
+}
+
+imaging::Picture Composition::composeShown(const imaging::Picture& source,
+                                           const std::optional<imaging::Picture>& webcam, double t, PixelSize frame,
+                                           bool isStill) const {
+    precondition(frame.width >= 1 && frame.height >= 1, "a frame has an area");
+    const std::shared_ptr<const EditState> current = state();
+    const StudioLayout& layout = current->layout;
+    const ZoomTransform zoom = frameZoom(*current, t);
+    const LayerViews views = isStill ? LayerViews(layout, frame, zoom) : LayerViews::ofMoving(layout, frame, zoom);
+    imaging::PreparedLayers& ofScreen = isStill || zoom.isIdentity() ? shownLayers_ : preparedLayers_;
+    const StudioLayers layers = makeStudioLayers(layout, current->settings, views, shownLayers_, ofScreen);
+    return composeFrame({*recording_, *current, layers, cursorAssets_}, source, webcam, t);
 }
 
 double Composition::sourceTime(double forOutput) const {

@@ -70,6 +70,12 @@ class Composition {
     imaging::Picture compose(const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
                              double t) const;
 
+    /// The same for a frame that is painted at this size. It looks the same, but its layers are drawn for this size,
+    /// which takes less time the smaller it is, whatever the canvas. A still has all layers for itself; while frames
+    /// follow each other, those that go with the camera are drawn only once for all that are zoomed. Any thread.
+    imaging::Picture composeShown(const imaging::Picture& source, const std::optional<imaging::Picture>& webcam,
+                                  double t, PixelSize frame, bool isStill) const;
+
   private:
     // A state and its layers, which are drawn when the first frame needs them: a report about a recording needs none,
     // and a slider passes many values that are never shown while it is dragged.
@@ -85,7 +91,8 @@ class Composition {
     const PixelSize canvas_;
     const std::shared_ptr<const Recording> recording_;
     const std::map<std::string, CursorAsset> cursorAssets_;
-    mutable imaging::PreparedLayers preparedLayers_;
+    mutable imaging::PreparedLayers preparedLayers_;  // of the whole canvas
+    mutable imaging::PreparedLayers shownLayers_;     // for the size at which frames are painted
     mutable std::mutex stateLock_;
     std::shared_ptr<Shown> shown_;  // guarded by stateLock_
 };

@@ -135,6 +135,23 @@ TEST_F(CompositionTest, ACanvasRectangleIsFoundInTheSourceUnderTheZoomOfItsTime)
     EXPECT_NEAR(whole->width, 1, 1e-9);
 }
 
+TEST_F(CompositionTest, ShownFramesKeepTheirLayersAndAPauseInTheWholePictureChangesNothing) {
+    const Composition composition(folder_.path(), 1280, 720);
+    const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(1920, 1080));
+    const auto frame = [&](double t, bool isStill) {
+        return composition.composeShown(screen, std::nullopt, t, {640, 360}, isStill);
+    };
+    constexpr double kWhole = 0.5;
+    constexpr double kZoomed = 6;
+    ASSERT_TRUE(frameZoom(*composition.state(), kWhole).isIdentity());
+    ASSERT_FALSE(frameZoom(*composition.state(), kZoomed).isIdentity());
+    const imaging::Picture whole = frame(kWhole, false);
+    const imaging::Picture zoomed = frame(kZoomed, false);
+    EXPECT_TRUE(frame(kWhole, true) == whole);
+    EXPECT_TRUE(frame(kZoomed, false) == zoomed) << "its layers stay, whatever was shown in between";
+    EXPECT_FALSE(frame(kZoomed, true) == zoomed);
+}
+
 TEST_F(CompositionTest, TheWebcamCountsWhenItsFileIsInTheFolder) {
     info_.webcamFile = "webcam.mov";
     save();

@@ -143,6 +143,10 @@ std::optional<RingLook> ringLook(double age) {
     return RingLook{2 * (u * 90 + 30), (1 - u) * 0.85};
 }
 
+ZoomTransform frameZoom(const EditState& state, double t) {
+    return Rounding().camera(zoomTransform(state.layout, state.zoomEngine->camera(t)), state.layout.canvas);
+}
+
 imaging::Picture composeFrame(const FrameIngredients& in, const imaging::Picture& source,
                               const std::optional<imaging::Picture>& webcam, double t) {
     return compose(in, source, webcam, t, {});

@@ -21,6 +21,9 @@ struct FrameIngredients {
     const std::map<std::string, CursorAsset>& cursorAssets;
 };
 
+/// What the camera does to the frame at source time `t`, as `composeFrame` has it: rounded.
+ZoomTransform frameZoom(const EditState& state, double t);
+
 /// The recipe of one finished studio frame, in canvas pixels (origin bottom-left; it may reach beyond the canvas). From
 /// the bottom: background, shadow, the screen picture with its masks in its rounded matte, click rings, cursor, webcam
 /// bubble. Screen, shadow, rings and cursor go with the camera; background and bubble stay.

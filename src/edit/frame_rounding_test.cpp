@@ -102,7 +102,8 @@ class FrameRounding : public testing::Test {
         const Composition composition = open();
         imaging::PreparedLayers cache;
         const auto state = composition.state();
-        const StudioLayers layers = makeStudioLayers(state->layout, state->settings, cache);
+        const StudioLayers layers =
+            makeStudioLayers(state->layout, state->settings, LayerViews({kWidth, kHeight}), cache, cache);
         const FrameIngredients in{composition.recording(), *state, layers, composition.cursorAssets()};
         const imaging::Picture screen = page();
         imaging::Painter painter(1);

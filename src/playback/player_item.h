@@ -6,18 +6,28 @@
 #include <vector>
 
 #include "base/interval.h"
+#include "base/pixel_size.h"
 #include "imaging/picture.h"
 #include "media/reading/asset_reader.h"
 #include "media/reading/segmented_movie.h"
 
 namespace lumivastor::playback {
 
-/// Makes the recipe of a finished frame for a moment: from the screen's picture, the webcam's if there is one, and the
-/// moment itself in seconds of the item's timeline. Called on one of the player's threads, one call at a time; may
-/// throw `RecorderError`, which drops only that frame. Calls for the same frame must return equal pictures, so that it
-/// need not be painted again.
-using VideoCompositor = std::function<imaging::Picture(const imaging::Picture& screen,
-                                                       const std::optional<imaging::Picture>& webcam, double seconds)>;
+/// A frame that a compositor is to make.
+struct FrameRequest {
+    /// Its moment on the item's timeline.
+    double seconds = 0;
+    /// The size at which it will be painted, in pixels.
+    PixelSize size;
+    /// It stays until something changes; while playing, each gives way to the next.
+    bool isStill = false;
+};
+
+/// Makes the recipe of a finished frame on the item's canvas, from the screen's picture and the webcam's if there is
+/// one. Called on one of the player's threads, one call at a time; may throw `RecorderError`, which drops only that
+/// frame. Calls for the same frame must return equal pictures, so that it need not be painted again.
+using VideoCompositor = std::function<imaging::Picture(
+    const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam, const FrameRequest& frame)>;
 
 /// What a player shows. A value; the player can replace each of the settings in it.
 struct PlayerItem {

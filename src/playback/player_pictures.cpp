@@ -449,7 +449,7 @@ PlayerPictures::Made PlayerPictures::make(const Wish& wish, const Sources& sourc
 Player::Frame PlayerPictures::paint(const Wish& wish, const imaging::Picture& screen,
                                     const std::optional<imaging::Picture>& webcam, double seconds) {
     const PixelSize size = fittedFrame(canvas_, wish.available);
-    imaging::Picture recipe = (*wish.compositor)(screen, webcam, seconds);
+    imaging::Picture recipe = (*wish.compositor)(screen, webcam, {seconds, size, !wish.isPlaying});
     if (!pool_ || pool_->width() != size.width || pool_->height() != size.height) {
         pool_ = std::make_unique<imaging::PicturePool>(size.width, size.height, imaging::YuvEncoding{});
         paintedRecipe_.reset();

@@ -143,9 +143,9 @@ TEST_F(PlayerSeeking, WhileTheFrameStandsANewCompositorMakesItAgain) {
     std::vector<double> moments;
     std::mutex lock;
     player_->setVideoCompositor(
-        [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double seconds) {
+        [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, const FrameRequest& frame) {
             const std::lock_guard hold(lock);
-            moments.push_back(seconds);
+            moments.push_back(frame.seconds);
             return screen.faded(0.5);
         });
     ASSERT_TRUE(await([this] { return !shown_.empty(); }));
@@ -170,7 +170,8 @@ TEST_F(PlayerSeeking, AShiftedWebcamShowsEarlierOrLaterPictures) {
     both.movie.insert(track, asset, asset->tracks(media::TrackKind::video).front().id, {{}, {45, 30}}, {1, 1});
     both.webcamTrackId = track;
     std::atomic<int> number = -2;
-    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face, double) {
+    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face,
+                          const FrameRequest&) {
         number = face ? pictureNumber(*face) : -1;
         return screen;
     };
@@ -223,12 +224,35 @@ TEST_F(PlayerSeeking, FramesHaveTheSizeTheyAreShownAt) {
     EXPECT_EQ(lastNumber(), 0);
 }
 
+TEST_F(PlayerSeeking, ACompositorHearsAtWhichSizeItsFrameIsShownAndWhetherItStays) {
+    makeMovie();
+    PlayerItem asked = item();
+    const auto last = std::make_shared<FrameRequest>();  // settled frames only are read
+    asked.compositor = [last](const imaging::Picture& screen, const std::optional<imaging::Picture>&,
+                              const FrameRequest& frame) {
+        *last = frame;
+        return screen;
+    };
+    open(asked);
+    EXPECT_EQ(last->size, (PixelSize{128, 96}));
+    EXPECT_TRUE(last->isStill);
+    player_->setOutputSize(64, 500);
+    ASSERT_TRUE(await([this] { return shown_.back().frame->width() == 64; }));
+    EXPECT_EQ(last->size, (PixelSize{64, 48}));
+    EXPECT_TRUE(last->isStill);
+    player_->play();
+    playUntil(0.5);
+    player_.reset();
+    EXPECT_EQ(last->size, (PixelSize{64, 48}));
+    EXPECT_FALSE(last->isStill);
+}
+
 TEST_F(PlayerSeeking, ACompositorThatFailsIsToldOnceAndCostsItsFramesOnly) {
     makeMovie();
     open(item());
     player_->setVideoCompositor(
-        [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double seconds) {
-            if (seconds < 1.5) throw RecorderError("Vorschaubild konnte nicht gebaut werden.");
+        [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, const FrameRequest& frame) {
+            if (frame.seconds < 1.5) throw RecorderError("Vorschaubild konnte nicht gebaut werden.");
             return screen;
         });
     EXPECT_TRUE(seek(1));

@@ -119,9 +119,10 @@ TEST_F(PlayerStandIns, AFaceIsNotTakenFromWhatWasCutAwayNorFromBeforeTheCameraBe
     both.playedRanges = {{0, 10}, {20, 50}};
     std::mutex lock;
     std::vector<std::pair<double, int>> faces;
-    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face, double seconds) {
+    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face,
+                          const FrameRequest& request) {
         const std::lock_guard hold(lock);
-        faces.emplace_back(seconds, face ? pictureNumber(*face) : -1);
+        faces.emplace_back(request.seconds, face ? pictureNumber(*face) : -1);
         return screen;
     };
     for (const double place : {41.0, 25.0, 15.0, 1.5}) {

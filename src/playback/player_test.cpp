@@ -63,8 +63,8 @@ TEST_F(PlayerPlaying, EveryFrameIsThatOfItsTimeAndComesWhenItIsDue) {
     PlayerItem watched = item();
     const auto made = std::make_shared<std::atomic<double>>(-1);  // of which moment a frame was made last
     watched.compositor = [made](const imaging::Picture& screen, const std::optional<imaging::Picture>&,
-                                double seconds) {
-        *made = seconds;
+                                const FrameRequest& frame) {
+        *made = frame.seconds;
         return screen;
     };
     open(watched);
@@ -203,7 +203,7 @@ TEST_F(PlayerPlaying, ASlowCompositorCostsPicturesAndNeverSound) {
     int allowed = 1;
     std::atomic<int> made = 0;
     PlayerItem slow = item();
-    slow.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) {
+    slow.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>&, const FrameRequest&) {
         std::unique_lock hold(lock);
         wake.wait(hold, [&] { return allowed > 0; });
         --allowed;
@@ -248,8 +248,8 @@ TEST_F(PlayerPlaying, ANewCompositorMakesTheVeryNextFrame) {
     open(item());
     player_->play();
     playUntil(0.5);
-    player_->setVideoCompositor(
-        [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) { return screen.faded(0); });
+    player_->setVideoCompositor([](const imaging::Picture& screen, const std::optional<imaging::Picture>&,
+                                   const FrameRequest&) { return screen.faded(0); });
     settle();
     shown_.clear();
     playUntil(1);
@@ -468,9 +468,10 @@ TEST_F(PlayerPlaying, TheWebcamShowsTheSameMomentsAndHoldsItsLastPicture) {
     both.webcamTrackId = track;
     std::mutex lock;
     std::vector<std::pair<double, int>> seen;
-    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face, double seconds) {
+    both.compositor = [&](const imaging::Picture& screen, const std::optional<imaging::Picture>& face,
+                          const FrameRequest& frame) {
         const std::lock_guard hold(lock);
-        seen.emplace_back(seconds, face ? pictureNumber(*face) : -1);
+        seen.emplace_back(frame.seconds, face ? pictureNumber(*face) : -1);
         return screen;
     };
     open(both);

@@ -30,9 +30,8 @@ playback::PlayerItem PlayerFixture::item() const {
     item.movie = media::SegmentedMovie::showing(asset);
     for (const auto& track : item.movie.tracks(media::TrackKind::video)) item.screenTrackId = track.id;
     for (const auto& track : item.movie.tracks(media::TrackKind::audio)) item.audioMix.push_back({track.id, 1.0F});
-    item.compositor = [](const imaging::Picture& screen, const std::optional<imaging::Picture>&, double) {
-        return screen;
-    };
+    item.compositor = [](const imaging::Picture& screen, const std::optional<imaging::Picture>&,
+                         const playback::FrameRequest&) { return screen; };
     item.canvasWidth = options_.width;
     item.canvasHeight = options_.height;
     item.framesPerSecond = options_.frameRate;

@@ -26,11 +26,11 @@ class StudioPreview::LiveComposition {
         return composition_;
     }
     imaging::Picture compose(const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
-                             double seconds) const {
+                             const playback::FrameRequest& frame) const {
         const std::shared_ptr<const edit::Composition> composition = current();
         const double width = static_cast<double>(kCanvas.width) / composition->canvasWidth();
         const double height = static_cast<double>(kCanvas.height) / composition->canvasHeight();
-        return composition->compose(screen, webcam, seconds)
+        return composition->composeShown(screen, webcam, frame.seconds, frame.size, frame.isStill)
             .transformed(imaging::AffineTransform::scaling(width, height));
     }
 
@@ -72,7 +72,7 @@ playback::PlayerItem StudioPreview::item() const {
 
 playback::VideoCompositor StudioPreview::compositor() const {
     return [live = live_](const imaging::Picture& screen, const std::optional<imaging::Picture>& webcam,
-                          double seconds) { return live->compose(screen, webcam, seconds); };
+                          const playback::FrameRequest& frame) { return live->compose(screen, webcam, frame); };
 }
 
 std::vector<media::AudioMixInput> StudioPreview::audioMix() const {

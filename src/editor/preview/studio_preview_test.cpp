@@ -19,6 +19,8 @@
 namespace lumivastor::editor {
 namespace {
 
+constexpr playback::FrameRequest kPlayed{1, {160, 90}, false};
+
 class StudioPreviews : public testing::Test {
   protected:
     StudioPreviews() {
@@ -97,14 +99,15 @@ TEST_F(StudioPreviews, ItsFramesAreTheCompositionsWithTheSettingsInForce) {
     open();
     const playback::VideoCompositor compositor = preview_->item().compositor;
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
-    const imaging::Picture before = compositor(screen, std::nullopt, 1);
-    EXPECT_TRUE(before == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    const imaging::Picture before = compositor(screen, std::nullopt, kPlayed);
+    EXPECT_TRUE(before == onCanvas(composition_->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
     EXPECT_EQ(before.extent(), (Rect{0, 0, 3840, 2160}));
     model::ProjectSettings settings = composition_->settings();
     settings.padding = 0.2;
     composition_->setSettings(settings);
-    EXPECT_FALSE(compositor(screen, std::nullopt, 1) == before);
-    EXPECT_TRUE(compositor(screen, std::nullopt, 1) == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    EXPECT_FALSE(compositor(screen, std::nullopt, kPlayed) == before);
+    EXPECT_TRUE(compositor(screen, std::nullopt, kPlayed) ==
+                onCanvas(composition_->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
 }
 
 TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
@@ -113,10 +116,24 @@ TEST_F(StudioPreviews, AnotherCanvasComesOntoTheSameOne) {
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
     const auto larger = std::make_shared<edit::Composition>(folder_.path(), 320, 180);
     preview_->setComposition(larger);
-    const imaging::Picture frame = compositor(screen, std::nullopt, 1);
+    const imaging::Picture frame = compositor(screen, std::nullopt, kPlayed);
     EXPECT_EQ(frame.extent(), (Rect{0, 0, 3840, 2160}));
-    EXPECT_TRUE(frame == onCanvas(larger->compose(screen, std::nullopt, 1)));
-    EXPECT_FALSE(frame == onCanvas(composition_->compose(screen, std::nullopt, 1)));
+    EXPECT_TRUE(frame == onCanvas(larger->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
+    EXPECT_FALSE(frame == onCanvas(composition_->composeShown(screen, std::nullopt, 1, {160, 90}, false)));
+}
+
+TEST_F(StudioPreviews, AStillHasLayersOfItsOwnThatCostNoMoreThanItsSize) {
+    open();
+    const auto large = std::make_shared<edit::Composition>(folder_.path(), 640, 360);
+    preview_->setComposition(large);
+    const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
+    const imaging::Picture face(std::make_shared<const imaging::BgraPremultipliedBuffer>(64, 48));
+    const playback::FrameRequest request{1, {160, 90}, true};
+    const imaging::Picture still = preview_->compositor()(screen, face, request);
+    EXPECT_TRUE(still == onCanvas(large->composeShown(screen, face, 1, {160, 90}, true)));
+    EXPECT_TRUE(still == preview_->compositor()(screen, face, request)) << "it need not be painted again";
+    EXPECT_FALSE(still == onCanvas(large->compose(screen, face, 1)));
+    EXPECT_EQ(still.extent(), (Rect{0, 0, 3840, 2160}));
 }
 
 TEST_F(StudioPreviews, ItsSoundHasTheVolumesOfTheSettings) {
@@ -158,10 +175,10 @@ TEST_F(StudioPreviews, FramesThatArePaintedWhileItGoesAreStillMade) {
     open();
     const playback::VideoCompositor compositor = preview_->compositor();
     const imaging::Picture screen(std::make_shared<const imaging::BgraPremultipliedBuffer>(128, 96));
-    const imaging::Picture before = compositor(screen, std::nullopt, 1);
+    const imaging::Picture before = compositor(screen, std::nullopt, kPlayed);
     preview_.reset();
     composition_.reset();
-    EXPECT_TRUE(compositor(screen, std::nullopt, 1) == before);
+    EXPECT_TRUE(compositor(screen, std::nullopt, kPlayed) == before);
 }
 
 }  // namespace

@@ -141,7 +141,8 @@ BgraPremultipliedBuffer makeEllipseMatte(int width, int height, const Rect& rect
     return picture;
 }
 
-BgraPremultipliedBuffer makeBubbleBorder(int width, int height, const Rect& rect, const ShadowStyle& style) {
+BgraPremultipliedBuffer makeBubbleBorder(int width, int height, const Rect& rect, const ShadowStyle& style,
+                                         double leastRim) {
     BgraPremultipliedBuffer picture(width, height);
     if (picture.isEmpty() || rect.isEmpty()) return picture;
     fillGaussianShadow(ellipseShape(flipped(movedByOffset(rect, style), height)), style.blur / 2, style.alpha, picture);
@@ -151,7 +152,7 @@ BgraPremultipliedBuffer makeBubbleBorder(int width, int height, const Rect& rect
     addEllipse(drawing, ellipse);
     cairo_fill(drawing);
     cairo_set_operator(drawing, CAIRO_OPERATOR_OVER);
-    const double lineWidth = std::max(rect.width * 0.012, 2.5);
+    const double lineWidth = std::max(rect.width * 0.012, leastRim);
     const Rect rim = ellipse.grownBy(-lineWidth / 2);
     if (rim.isEmpty()) return picture;
     addEllipse(drawing, rim);
@@ -220,9 +221,11 @@ PreparedLayers::Layer PreparedLayers::ellipseMatte(int width, int height, const 
                        [&] { return makeEllipseMatte(width, height, rect); });
 }
 
-PreparedLayers::Layer PreparedLayers::bubbleBorder(int width, int height, const Rect& rect) {
-    return reuseOrMake(bubbleBorder_, {.width = width, .height = height, .rect = rect},
-                       [&] { return makeBubbleBorder(width, height, rect); });
+PreparedLayers::Layer PreparedLayers::bubbleBorder(int width, int height, const Rect& rect, const ShadowStyle& style,
+                                                   double leastRim) {
+    return reuseOrMake(bubbleBorder_,
+                       {.width = width, .height = height, .rect = rect, .style = style, .leastRim = leastRim},
+                       [&] { return makeBubbleBorder(width, height, rect, style, leastRim); });
 }
 
 }  // namespace lumivastor::imaging

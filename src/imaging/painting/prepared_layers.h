@@ -41,10 +41,13 @@ BgraPremultipliedBuffer makeRoundedShadow(int width, int height, const Rect& rec
 /// Opaque white inside the ellipse that touches the rectangle's sides, transparent outside.
 BgraPremultipliedBuffer makeEllipseMatte(int width, int height, const Rect& rect);
 
+/// The least width of the bubble's rim, in canvas pixels.
+inline constexpr double kLeastBubbleRim = 2.5;
+
 /// What surrounds the webcam's ellipse: its shadow, outside of the ellipse only, and a rim of white at alpha 0.85 just
-/// inside its edge, max(1.2 % of the rectangle's width, 2.5) wide.
+/// inside its edge, max(1.2 % of the rectangle's width, `leastRim`) wide.
 BgraPremultipliedBuffer makeBubbleBorder(int width, int height, const Rect& rect,
-                                         const ShadowStyle& style = kBubbleShadow);
+                                         const ShadowStyle& style = kBubbleShadow, double leastRim = kLeastBubbleRim);
 
 /// How a mouse click's ring looks before it is scaled.
 struct RingStyle {
@@ -68,7 +71,8 @@ class PreparedLayers {
                         const ShadowStyle& style = kScreenShadow);
     Layer ring();
     Layer ellipseMatte(int width, int height, const Rect& rect);
-    Layer bubbleBorder(int width, int height, const Rect& rect);
+    Layer bubbleBorder(int width, int height, const Rect& rect, const ShadowStyle& style = kBubbleShadow,
+                       double leastRim = kLeastBubbleRim);
 
   private:
     // Everything that any of the layers depends on.
@@ -78,6 +82,7 @@ class PreparedLayers {
         Rect rect{};
         double cornerRadius = 0;
         ShadowStyle style{};
+        double leastRim = 0;
 
         bool operator==(const Inputs&) const = default;
     };

@@ -21,8 +21,10 @@ inline double kernelAt(double distance) {
 }
 
 /// The factor by which the kernel is wider than in a magnification: a picture scaled down by s is averaged over 1/s
-/// samples. It is never wider than the whole source (`count` samples).
+/// samples. It is never wider than the whole source (`count` samples). Scalings that cancel each other out leave
+/// rounding errors, which are no reduction.
 inline double kernelWidening(double scale, int count) {
+    if (scale < 1 && scale > 1 - 1e-9) return 1;
     return std::clamp(1 / scale, 1.0, std::max(1.0, static_cast<double>(count)));
 }
 
