@@ -194,7 +194,8 @@ void liveEncoding(benchmark::State& state) {
             settings.height = canvas.height;
             settings.averageBitRate = render::exportBitRate(canvas, kFps);
             settings.maxKeyFrameInterval = kFps * 2;
-            settings.maxKeyFrameSeconds = 10;
+            settings.maxSeekSeconds = 0.08;
+            settings.keySecondsAfterChange = 10;
             settings.preset = kPresets[state.range(1)];
             settings.lowLatency = true;
             if (state.range(2) > 0) settings.constantQuality = static_cast<int>(state.range(2));

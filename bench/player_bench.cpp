@@ -5,9 +5,11 @@
 // how soon new settings are seen.
 //
 // Aim: 95 of 100 seeks within 100 ms. "Moving" scrolls a page of text and never rests, so that a seek decodes up to 119
-// pictures first; "Tutorial" moves in bursts, a fifth of the time, as screens do. Seeks go to random frames all over
-// the movie. Milliseconds are from the call until the frame arrives on the main thread; "cpu_ms_each" is the processor
-// time of all threads for each, which says more on a busy machine.
+// pictures first; "Recorded" shows the same as the recorder writes it, with as many key pictures as a seek needs
+// (media/writing/key_distance.h); "Tutorial" moves in bursts, a fifth of the time, as screens do. Seeks go to random
+// frames all over the movie. Milliseconds are from the call until the frame arrives on the main thread; "cpu_ms_each"
+// is the processor time of all threads for each, which says more on a busy machine. "first" is the time until anything
+// is shown, at most a display frame by aim; a dragged playhead is to show 30 places a second.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -32,6 +34,7 @@
 #include "base/formatted.h"
 #include "base/host_clock.h"
 #include "base/main_loop.h"
+#include "capture/live_video.h"
 #include "edit/composition.h"
 #include "editor/preview/small_stand_ins.h"
 #include "editor/preview/studio_preview.h"
@@ -91,14 +94,28 @@ imaging::Picture page() {
     return imaging::Picture(std::shared_ptr<const imaging::BgraPremultipliedBuffer>(std::move(pixels)));
 }
 
-void makeMovie(const fs::path& path, int movingOfSixty) {
-    media::AssetWriter writer(path, media::MovieContainer::quickTime);
+// A movie with a key picture every so many pictures, or one as the recorder makes it.
+enum class Kind { counted, recorded };
+
+media::VideoSettings settingsOf(Kind kind, int movingOfSixty) {
+    if (kind == Kind::recorded) {
+        media::VideoSettings settings =
+            capture::screenVideoSettings(kWidth, kHeight, kFps, capture::averageBitRate(kWidth, kHeight, kFps));
+        settings.preset = "ultrafast";
+        return settings;
+    }
     media::VideoSettings settings;
     settings.width = kWidth;
     settings.height = kHeight;
     settings.averageBitRate = 24'000'000;
     settings.maxKeyFrameInterval = 2 * movingOfSixty;
     settings.frameRate = kFps;
+    return settings;
+}
+
+void makeMovie(const fs::path& path, Kind kind, int movingOfSixty) {
+    media::AssetWriter writer(path, media::MovieContainer::quickTime);
+    const media::VideoSettings settings = settingsOf(kind, movingOfSixty);
     media::VideoWriterInput& input = writer.addVideoInput(settings);
     if (!writer.startWriting()) throw *writer.error();
     writer.startSession({});
@@ -121,10 +138,11 @@ void makeMovie(const fs::path& path, int movingOfSixty) {
 // A recording folder that goes with the program.
 class Recorded {
   public:
-    explicit Recorded(int movingOfSixty)
-        : folder_(fs::temp_directory_path() / formatted("lumi-player-bench-%d-%d", ::getpid(), movingOfSixty)) {
+    Recorded(Kind kind, int movingOfSixty)
+        : folder_(fs::temp_directory_path() /
+                  formatted("lumi-player-bench-%d-%d-%d", ::getpid(), static_cast<int>(kind), movingOfSixty)) {
         fs::create_directories(folder_);
-        makeMovie(folder_ / "source.mov", movingOfSixty);
+        makeMovie(folder_ / "source.mov", kind, movingOfSixty);
         model::CaptureInfo info;
         info.createdAt = "2024-05-01T09:30:12Z";
         info.pixelWidth = kWidth;
@@ -157,11 +175,20 @@ class Recorded {
     const fs::path folder_;
 };
 
-const fs::path& recording(bool isMoving) {
-    static const Recorded moving(60);
-    static const Recorded tutorial(12);
-    return isMoving ? moving.folder() : tutorial.folder();
+// Each is made when it is first needed.
+const fs::path& moving() {
+    static const Recorded made(Kind::plain, 60);
+    return made.folder();
 }
+const fs::path& recorded() {
+    static const Recorded made(Kind::recorded, 60);
+    return made.folder();
+}
+const fs::path& tutorial() {
+    static const Recorded made(Kind::plain, 12);
+    return made.folder();
+}
+using Folder = const fs::path& (*)();
 
 std::shared_ptr<const render::RecordingOverview> overviewOf(const fs::path& folder) {
     static std::map<fs::path, std::shared_ptr<const render::RecordingOverview>> made;
@@ -297,8 +324,8 @@ double frameTime(int frame) {
     return static_cast<double>(frame) / kFps;
 }
 
-void seeking(benchmark::State& state, bool isMoving) {
-    Preview preview(recording(isMoving), 1280, 720);
+void seeking(benchmark::State& state, Folder folder) {
+    Preview preview(folder(), 1280, 720);
     std::mt19937 random(6);
     std::vector<double> milliseconds;
     std::vector<double> first;
@@ -317,7 +344,7 @@ void seeking(benchmark::State& state, bool isMoving) {
 
 // Steps of one frame, each from a still that has stood for a quarter of a second.
 void stepping(benchmark::State& state, int step) {
-    Preview preview(recording(true), 1280, 720);
+    Preview preview(moving(), 1280, 720);
     std::vector<double> milliseconds;
     const double began = processorSeconds();
     for (auto _ : state) {
@@ -333,7 +360,7 @@ void stepping(benchmark::State& state, int step) {
 
 // Holding the arrow key down: one step after the other.
 void scrubbing(benchmark::State& state, int step) {
-    Preview preview(recording(true), 1280, 720);
+    Preview preview(moving(), 1280, 720);
     std::vector<double> milliseconds;
     const double began = processorSeconds();
     for (auto _ : state) {
@@ -345,9 +372,9 @@ void scrubbing(benchmark::State& state, int step) {
 }
 
 // To and fro over the whole movie, faster and slower; `period` in seconds.
-void dragging(benchmark::State& state, bool isMoving, double period) {
+void dragging(benchmark::State& state, Folder folder, double period) {
     constexpr double kLength = 10;
-    Preview preview(recording(isMoving), 1280, 720);
+    Preview preview(folder(), 1280, 720);
     preview.rest(1);
     std::size_t moments = 0;
     std::size_t pictures = 0;
@@ -370,8 +397,8 @@ void dragging(benchmark::State& state, bool isMoving, double period) {
 }
 
 // Playing backwards at a rate, thirty places a second.
-void shuttling(benchmark::State& state, double rate) {
-    Preview preview(recording(true), 1280, 720);
+void shuttling(benchmark::State& state, Folder folder, double rate) {
+    Preview preview(folder(), 1280, 720);
     const double from = rate < 0 ? kSeconds - 0.1 : 0;
     const double length = std::min(8.0, (kSeconds - 0.2) / std::abs(rate));
     preview.seek(from);
@@ -391,7 +418,7 @@ void shuttling(benchmark::State& state, double rate) {
 }
 
 void playing(benchmark::State& state, int width, int height) {
-    Preview preview(recording(true), width, height);
+    Preview preview(moving(), width, height);
     const double began = processorSeconds();
     for (auto _ : state) {
         preview.seek(0);
@@ -405,7 +432,7 @@ void playing(benchmark::State& state, int width, int height) {
 }
 
 void changing(benchmark::State& state, int width, int height) {
-    Preview preview(recording(true), width, height);
+    Preview preview(moving(), width, height);
     preview.seek(frameTime(333));
     preview.rest(2);
     std::vector<double> milliseconds;
@@ -416,19 +443,22 @@ void changing(benchmark::State& state, int width, int height) {
     report(state, milliseconds, processorSeconds() - began);
 }
 
-BENCHMARK_CAPTURE(seeking, Moving, true)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(seeking, Tutorial, false)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(seeking, Moving, moving)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(seeking, Recorded, recorded)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(seeking, Tutorial, tutorial)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(stepping, Forward, 1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(stepping, Back, -1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(scrubbing, Forward, 1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(scrubbing, Back, -1)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(dragging, MovingSlowly, true, 10.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(dragging, MovingFast, true, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(dragging, TutorialFast, false, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(shuttling, Back1, -1.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(shuttling, Back2, -2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(shuttling, Back8, -8.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
-BENCHMARK_CAPTURE(shuttling, Forward4, 4.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, MovingSlowly, moving, 10.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, MovingFast, moving, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, RecordedSlowly, recorded, 10.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, RecordedFast, recorded, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(dragging, TutorialFast, tutorial, 2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Back1, recorded, -1.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Back2, recorded, -2.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Back8, recorded, -8.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK_CAPTURE(shuttling, Forward4, recorded, 4.0)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(playing, At1280x720, 1280, 720)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(playing, At1920x1080, 1920, 1080)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
 BENCHMARK_CAPTURE(changing, At1280x720, 1280, 720)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);

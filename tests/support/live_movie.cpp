@@ -28,7 +28,7 @@ media::VideoSettings settingsOf(const LiveMovieOptions& options) {
     settings.frameRate = options.frameRate;
     settings.averageBitRate = 800000;
     settings.maxKeyFrameInterval = 2 * options.frameRate;
-    settings.maxKeyFrameSeconds = 2;
+    settings.keySecondsAfterChange = 2;
     settings.codec = options.codec;
     settings.preset = "ultrafast";
     return settings;

@@ -27,6 +27,7 @@ constexpr int kWidth = 640;
 constexpr int kHeight = 480;
 constexpr int kFps = 60;
 constexpr int kTimescale = 60000;
+constexpr int kLettersASecond = 10;
 
 VideoSettings liveSettings() {
     VideoSettings settings;
@@ -35,8 +36,7 @@ VideoSettings liveSettings() {
     settings.frameRate = kFps;
     settings.timescale = kTimescale;
     settings.averageBitRate = 800'000;  // two seconds of it hold few key pictures of this page
-    settings.maxKeyFrameInterval = 2 * kFps;
-    settings.maxKeyFrameSeconds = 2;
+    settings.maxKeyFrameInterval = 2 * kLettersASecond;
     settings.constantQuality = 20;
     settings.lowLatency = true;
     settings.preset = "ultrafast";
@@ -72,7 +72,6 @@ Sizes encodeTyping(PictureEncoder& encoder) {
         if ((packet.flags & AV_PKT_FLAG_KEY) != 0) sizes.keys.push_back(packet.size);
         sizes.seconds[packet.pts / kTimescale] += packet.size;
     };
-    constexpr int kLettersASecond = 10;
     for (int i = 0; i < 90 * kLettersASecond; ++i) {
         auto picture = pool.makePlanar();
         paintPage(picture->destination(), i);

@@ -26,6 +26,8 @@ constexpr double kLargestStep = 3;
 // What a picture that stays may take of all that is saved, and at least, in seconds of the rate.
 constexpr double kRestShare = 0.5;
 constexpr double kRestSeconds = 0.25;
+// Of all that can be saved. A motion that goes on, and the picture at its end, need most of it.
+constexpr double kAmple = 0.7;
 // Of what a group tells the next one about sizes.
 constexpr double kStepsPerDoubling = 4;
 constexpr double kTenths = 10;
@@ -115,6 +117,10 @@ double RateControl::restFactor() const {
         if (like) factor = std::max(factor, like->factor + kDoubling * std::log2(like->bytes / each));
     }
     return std::min(kCoarsestFactor, factor);
+}
+
+bool RateControl::isShort() const {
+    return saved_ < kAmple * capacity();
 }
 
 void RateControl::endMotion() {

@@ -64,6 +64,8 @@ class RateControl {
     /// Motion has ended: the next one is another.
     void endMotion();
 
+    /// So much of what can be saved is gone that what only seeks need can wait.
+    bool isShort() const;
     /// Bytes that may be written at once.
     double saved() const { return saved_; }
 

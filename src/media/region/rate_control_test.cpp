@@ -137,6 +137,18 @@ TEST(RateControl, WithoutARateItLimitsNothing) {
     EXPECT_EQ(rate.factorFor(Kind::rest, kFps), 16);
 }
 
+TEST(RateControl, WhatOnlySeeksNeedWaitsWhileLittleIsSaved) {
+    RateControl rate(settings());
+    EXPECT_FALSE(rate.isShort());
+    rate.wrote(1'400'000);  // of 4,800,000
+    EXPECT_FALSE(rate.isShort());
+    rate.wrote(100'000);
+    EXPECT_TRUE(rate.isShort());
+    rate.advance(0.1);
+    EXPECT_FALSE(rate.isShort());
+    EXPECT_FALSE(RateControl({}).isShort()) << "without a rate";
+}
+
 TEST(RateControl, AGroupFarFromTheLimitLeavesNothingToTheNext) {
     RateControl rate(settings());
     rate.learnKey(16, 400'000);

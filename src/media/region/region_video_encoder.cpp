@@ -37,7 +37,7 @@ VideoSettings forEncoder(VideoSettings settings, const RegionVideoSettings& regi
     settings.limitsQuality = false;
     settings.skipRepeatedPictures = false;
     settings.refersToLastOnly = true;
-    settings.maxKeyFrameSeconds = 0;  // counted here, over all pictures
+    settings.maxSeekSeconds = settings.keySecondsAfterChange = 0;  // decided here, of all pictures
     settings.make = {};
     return settings;
 }
@@ -85,7 +85,8 @@ RegionVideoEncoder::RegionVideoEncoder(const VideoSettings& settings, const Regi
       planner_(settings.width, settings.height, regionSettings.planner),
       policy_(regionSettings.policy),
       rate_(rateOf(settings, regionSettings.rate), regionSettings.carry),
-      isInMotion_(regionSettings.carry.isInMotion) {
+      isInMotion_(regionSettings.carry.isInMotion),
+      keys_(keyDistanceSettings(settings)) {
     const ffmpeg::CodecParametersHandle parameters = encoder_.parameters();
     auto made = StreamWeaver::make({parameters->extradata, static_cast<std::size_t>(parameters->extradata_size)},
                                    regionSettings.chromaQpIndexOffset);
@@ -117,52 +118,49 @@ void RegionVideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consum
     add(last_, imaging::DamageArea(), ticks, consume);
 }
 
-bool RegionVideoEncoder::isKeyDue(std::int64_t ticks) const {
-    const auto keyTicks = static_cast<std::int64_t>(settings_.maxKeyFrameSeconds * settings_.timescale);
-    return last_ == nullptr || sinceKey_ >= settings_.maxKeyFrameInterval ||
-           (keyTicks > 0 && ticks - lastKeyTicks_ >= keyTicks);
-}
-
 void RegionVideoEncoder::add(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
                              std::int64_t ticks, const PacketConsumer& consume) {
-    const bool isKey = isKeyDue(ticks);
+    RegionPlanner::Changes changes;
+    if (weaver_ && last_ != nullptr) {
+        changes = planner_.look(viewOf(*picture), viewOf(*last_), damage, !policy_.keepsMotion());
+    }
     Turn turn = Turn::encoderStartsOver;
+    const int macroblocks = coder_.widthInMbs() * coder_.heightInMbs();
     const double seconds = last_ == nullptr ? 0 : static_cast<double>(ticks - lastTicks_) / settings_.timescale;
     lastTicks_ = ticks;
     rate_.advance(seconds);
+    const auto urgency = rate_.isShort() ? KeyDistance::Urgency::mayWait : KeyDistance::Urgency::normal;
+    bool isKey = keys_.isDue(ticks, changes.changed == 0, urgency);
     if (weaver_) {
-        RegionPlanner::Changes changes;
-        if (last_ != nullptr) {
-            changes = planner_.look(viewOf(*picture), viewOf(*last_), damage, !policy_.keepsMotion());
-        }
         RegionPolicy::Picture facts;
         facts.isKeyDue = isKey;
         facts.mayBeOurs = sinceBase_ < kMostSinceBase;
         facts.isCoarse = planner_.isBlurred() ||
                          lastFactor_ > rate_.factorFor(RateControl::Kind::rest, settings_.frameRate) + kAlike;
-        facts.macroblocks = coder_.widthInMbs() * coder_.heightInMbs();
+        facts.macroblocks = macroblocks;
         facts.macroblocksChanged = changes.changed;
         facts.macroblocksToCode = changes.toCode;
         if (last_ != nullptr) facts.elapsed = seconds * settings_.frameRate;
         turn = policy_.next(facts);
     }
-    if (isKey) {
-        sinceKey_ = 0;
-        lastKeyTicks_ = ticks;
-    }
-    ++sinceKey_;
     if (turn == Turn::region) {
         if (auto region = codeRegion(picture)) {
             ++sinceBase_;
             last_ = picture;
+            keys_.add(ticks, changes.changed, false);
             pending_.push_back({ticks, std::move(region)});
             giveRegions(consume);
             return;
         }
         turn = Turn::encoderMoves;
     }
+    // Of a page that went on behind libx264's last picture, it finds next to nothing again. A key picture is no larger
+    // then, and spares the one that would be due soon.
+    const bool isAnother = turn == Turn::encoderMoves && sinceBase_ > 0 && 2 * changes.changed > macroblocks;
+    isKey = isKey || (isAnother && keys_.isWorthIt());
+    keys_.add(ticks, changes.changed, isKey);
     if (weaver_) planner_.encoderTook(turn != Turn::encoderRefines);
-    giveToEncoder(picture, ticks, turn, consume);
+    giveToEncoder(picture, ticks, turn, isKey, consume);
 }
 
 std::optional<CodedRegion> RegionVideoEncoder::codeRegion(const std::shared_ptr<imaging::PlanarBuffer>& picture) {
@@ -189,8 +187,8 @@ std::optional<CodedRegion> RegionVideoEncoder::codeRegion(const std::shared_ptr<
 }
 
 void RegionVideoEncoder::giveToEncoder(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks,
-                                       Turn turn, const PacketConsumer& consume) {
-    // A key picture belongs to what is before it.
+                                       Turn turn, bool isKey, const PacketConsumer& consume) {
+    // A key picture that is due belongs to what is before it.
     if (turn != Turn::encoderStartsOver) isInMotion_ = turn == Turn::encoderMoves;
     const auto kind = isInMotion_ ? RateControl::Kind::motion : RateControl::Kind::rest;
     lastFactor_ = rate_.factorFor(kind, settings_.frameRate);
@@ -199,7 +197,6 @@ void RegionVideoEncoder::giveToEncoder(const std::shared_ptr<imaging::PlanarBuff
     coder_.forgetAll();
     sinceBase_ = 0;
     ++counts_.encoderPictures;
-    const bool isKey = turn == Turn::encoderStartsOver;
     if (weaver_) pending_.push_back({ticks, std::nullopt, lastFactor_, isInMotion_});
     if (isKey) encoder_.requestKey();
     last_ = base_ = picture;
@@ -221,7 +218,9 @@ void RegionVideoEncoder::weave(AVPacket& packet, const PacketConsumer& consume) 
     const auto& bytes = std::get<std::vector<std::uint8_t>>(woven);
     rate_.wrote(bytes.size());
     const Pending& written = pending_.front();
-    if ((packet.flags & AV_PKT_FLAG_KEY) != 0) {
+    const bool isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    keys_.wrote(bytes.size(), isKey);
+    if (isKey) {
         rate_.learnKey(written.factor, bytes.size());
     } else if (written.isInMotion) {
         rate_.learnMotion(written.factor, bytes.size());
@@ -241,6 +240,7 @@ void RegionVideoEncoder::giveRegions(const PacketConsumer& consume) {
         times->pts = times->dts = front.ticks;
         times->duration = settings_.timescale / settings_.frameRate;
         const std::vector<std::uint8_t> bytes = weaver_->regionPicture(*front.region);
+        keys_.wrote(bytes.size(), false);
         counts_.regionBytes += static_cast<std::int64_t>(bytes.size());
         consume(*packetOf(bytes, *times, kPictureRefused));
     }

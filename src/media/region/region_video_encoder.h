@@ -77,9 +77,8 @@ class RegionVideoEncoder final : public PictureEncoder {
     void add(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
              std::int64_t ticks, const PacketConsumer& consume);
     std::optional<CodedRegion> codeRegion(const std::shared_ptr<imaging::PlanarBuffer>& picture);
-    void giveToEncoder(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks, Turn turn,
+    void giveToEncoder(const std::shared_ptr<imaging::PlanarBuffer>& picture, std::int64_t ticks, Turn turn, bool isKey,
                        const PacketConsumer& consume);
-    bool isKeyDue(std::int64_t ticks) const;
     void weave(AVPacket& packet, const PacketConsumer& consume);
     void giveRegions(const PacketConsumer& consume);
     void count(const CodedRegion& region);
@@ -100,8 +99,7 @@ class RegionVideoEncoder final : public PictureEncoder {
     std::shared_ptr<imaging::PlanarBuffer> base_;  // the encoder's last
     int sinceBase_ = 0;                            // region pictures
     std::deque<Pending> pending_;
-    int sinceKey_ = 0;  // pictures since the last requested key picture, including it
-    std::int64_t lastKeyTicks_ = 0;
+    KeyDistance keys_;
     Counts counts_;
 };
 

@@ -275,14 +275,63 @@ TEST(RegionVideoEncoder, SwitchedOffIsTheEncoderItself) {
     EXPECT_EQ(dynamic_cast<RegionVideoEncoder*>(regionEncoderMaker({})(hevc).get()), nullptr);
 }
 
-TEST(RegionVideoEncoder, KeyPicturesComeBySecondsToo) {
+TEST(RegionVideoEncoder, KeyPicturesComeByWhatASeekDecodes) {
     VideoSettings settings = screenSettings();
     settings.maxKeyFrameInterval = 1000;
-    settings.maxKeyFrameSeconds = 0.5;
+    settings.maxSeekSeconds = 0.002;
     settings.lowLatency = true;
     RegionVideoEncoder encoder(settings, {});
-    const Written written = write(encoder, settings, 100);
-    for (std::size_t i = 0; i < written.isKey.size(); ++i) EXPECT_EQ(written.isKey[i], i % 30 == 0) << i;
+    const Written written = write(encoder, settings, 300);
+    const DecodingCost cost = liveH264Cost();
+    constexpr int kMacroblocks = 300;
+    double least = 0;  // as if nothing changed
+    double most = 0;   // as if all did
+    int sinceKey = 0;
+    for (std::size_t i = 0; i < written.isKey.size(); ++i) {
+        if (written.isKey[i]) {
+            // Another page is a key picture early, because it is as large in any case.
+            const bool isOtherPage = i % 100 == 70 || i % 100 == 0;
+            EXPECT_TRUE(isOtherPage || most >= settings.maxSeekSeconds) << i;
+            least = most = 0;
+            sinceKey = 0;
+        } else if (++sinceKey >= KeyDistance::kLeastPictures) {
+            EXPECT_LT(least, settings.maxSeekSeconds) << i;
+        }
+        const auto bytes = static_cast<double>(written.accessUnits[i].size());
+        const double copied = kMacroblocks * cost.macroblock + bytes * (written.isKey[i] ? cost.keyByte : cost.byte);
+        least += copied;
+        most += copied + kMacroblocks * cost.changedMacroblock;
+    }
+    EXPECT_GT(std::count(written.isKey.begin(), written.isKey.end(), true), 3);
+    expectSharp(written, settings, 34);
+}
+
+TEST(RegionVideoEncoder, AStillScreenHasOneKeyPictureWhereItHadOneEveryTenSeconds) {
+    VideoSettings settings = screenSettings();
+    settings.maxKeyFrameInterval = 120;
+    settings.maxSeekSeconds = 0.08;
+    settings.keySecondsAfterChange = 10;
+    settings.lowLatency = true;
+    RegionVideoEncoder encoder(settings, {});
+    std::vector<std::int64_t> keys;
+    const PacketConsumer consume = [&keys](AVPacket& packet) {
+        if ((packet.flags & AV_PKT_FLAG_KEY) != 0) keys.push_back(packet.pts / 600);
+    };
+    imaging::PicturePool pool(settings.width, settings.height, {});
+    auto picture = pool.makePlanar();
+    paintScreen(picture->destination(), 0);
+    encoder.encode(picture, std::nullopt, 0, consume);
+    for (int second = 1; second < 100; ++second) {
+        if (second != 40) {
+            encoder.repeat(second * 600, consume);
+            continue;
+        }
+        picture = pool.makePlanar();
+        paintScreen(picture->destination(), 5);
+        encoder.encode(picture, std::nullopt, second * 600, consume);
+    }
+    encoder.finish(consume);
+    EXPECT_EQ(keys, (std::vector<std::int64_t>{0, 50})) << "and one of what stands still behind a change";
 }
 
 // Through the writer, with seeks.

@@ -32,6 +32,11 @@ int evenUp(int size) {
     return size + size % 2;
 }
 
+int inMacroblocks(std::int64_t samples) {
+    constexpr int kSide = 16;
+    return static_cast<int>((samples + kSide - 1) / kSide);
+}
+
 std::string encoderName(const VideoSettings& settings) {
     if (!settings.encoder.empty()) return settings.encoder;
     switch (settings.codec) {
@@ -143,7 +148,18 @@ std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings
     return std::make_unique<VideoEncoder>(settings);
 }
 
-VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) {
+KeyDistanceSettings keyDistanceSettings(const VideoSettings& settings) {
+    KeyDistanceSettings keys;
+    keys.maxPictures = settings.maxKeyFrameInterval;
+    keys.maxSeekSeconds = settings.maxSeekSeconds;
+    keys.keySecondsAfterChange = settings.keySecondsAfterChange;
+    keys.timescale = settings.timescale;
+    keys.macroblocks = inMacroblocks(settings.width) * inMacroblocks(settings.height);
+    keys.cost = settings.codec == VideoCodec::hevc ? hevcCost() : liveH264Cost();
+    return keys;
+}
+
+VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings), keys_(keyDistanceSettings(settings)) {
     precondition(settings.width > 0 && settings.height > 0 && settings.frameRate > 0 && settings.timescale > 0 &&
                      settings.maxKeyFrameInterval > 0,
                  "video settings name size, rate and key distance");
@@ -165,7 +181,6 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     codec_->color_trc = AVCOL_TRC_BT709;
     codec_->color_range = AVCOL_RANGE_MPEG;
     preparePictureFormat(*codec_, *encoder, kNoVideoEncoder);
-    keyTicks_ = static_cast<std::int64_t>(settings.maxKeyFrameSeconds * settings.timescale);
     const bool mayRepeat = settings.skipRepeatedPictures && name == "libx264";
     if (name == "libx264") {
         setUpX264(*codec_, settings);
@@ -181,6 +196,8 @@ VideoEncoder::VideoEncoder(const VideoSettings& settings) : settings_(settings) 
     if (mayRepeat && codec_->extradata_size > 0) {
         repeats_ = RepeatedPictures::make({codec_->extradata, static_cast<std::size_t>(codec_->extradata_size)});
     }
+    // The encoder does not get all pictures, or knows the number of pictures only.
+    choosesKeys_ = repeats_ || settings.maxSeekSeconds > 0 || settings.keySecondsAfterChange > 0;
 }
 
 ffmpeg::CodecParametersHandle VideoEncoder::parameters() const {
@@ -191,7 +208,7 @@ ffmpeg::CodecParametersHandle VideoEncoder::parameters() const {
     return parameters;
 }
 
-void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage&,
+void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture, const imaging::KnownDamage& damage,
                           std::int64_t ticks, const PacketConsumer& consume) {
     const imaging::YuvDestination& planes = picture->destination();
     precondition(planes.width == settings_.width && planes.height == settings_.height, "a picture of the input's size");
@@ -199,7 +216,7 @@ void VideoEncoder::encode(const std::shared_ptr<imaging::PlanarBuffer>& picture,
     picture->repeatOddEdges();
     last_ = picture;
     repeatsOfLast_ = 0;
-    submit(ticks, consume);
+    submit(ticks, macroblocksIn(damage), consume);
 }
 
 void VideoEncoder::addCoarseness(AVFrame& frame) const {
@@ -218,38 +235,35 @@ void VideoEncoder::addCoarseness(AVFrame& frame) const {
     std::memcpy(data->data, &all, sizeof(all));
 }
 
-bool VideoEncoder::isKeyDue(std::int64_t ticks) const {
-    if (sinceKey_ >= settings_.maxKeyFrameInterval) return true;
-    return keyTicks_ > 0 && sinceKey_ > 0 && ticks - lastKeyTicks_ >= keyTicks_;
+int VideoEncoder::macroblocksIn(const imaging::KnownDamage& damage) const {
+    if (!damage) return inMacroblocks(settings_.width) * inMacroblocks(settings_.height);
+    int count = 0;
+    for (const PixelRect& rect : damage->rects()) count += inMacroblocks(rect.width) * inMacroblocks(rect.height);
+    return count;
 }
 
 void VideoEncoder::repeat(std::int64_t ticks, const PacketConsumer& consume) {
     precondition(last_ != nullptr, "a picture to repeat");
     // A key picture starts from nothing, and must settle like a new one.
-    if (isKeyDue(ticks)) repeatsOfLast_ = -1;
+    if (keys_.isDue(ticks, true)) repeatsOfLast_ = -1;
     if (!repeats_ || repeatsOfLast_ < settings_.settlingRepeats) {
         ++repeatsOfLast_;
-        submit(ticks, consume);
+        submit(ticks, 0, consume);
         return;
     }
     pending_.push_back({ticks, true});
-    ++sinceKey_;
+    keys_.add(ticks, 0, false);
     giveRepeats(consume);
 }
 
-void VideoEncoder::submit(std::int64_t ticks, const PacketConsumer& consume) {
+void VideoEncoder::submit(std::int64_t ticks, int changedMacroblocks, const PacketConsumer& consume) {
     const ffmpeg::FrameHandle frame = encoderPicture(*codec_, last_);
     frame->pts = ticks;
     addCoarseness(*frame);
-    // If the encoder does not get all pictures, or there is a limit in seconds, which it does not know, key pictures
-    // are requested by our own count.
-    if (repeats_ || keyTicks_ > 0) {
-        if (isKeyDue(ticks)) {
-            frame->pict_type = AV_PICTURE_TYPE_I;
-            sinceKey_ = 0;
-        }
-        if (sinceKey_ == 0) lastKeyTicks_ = ticks;
-        ++sinceKey_;
+    if (choosesKeys_) {
+        const bool isKey = keys_.isDue(ticks, changedMacroblocks == 0);
+        if (isKey) frame->pict_type = AV_PICTURE_TYPE_I;
+        keys_.add(ticks, changedMacroblocks, isKey);
     }
     if (isKeyRequested_) frame->pict_type = AV_PICTURE_TYPE_I;
     isKeyRequested_ = false;
@@ -267,6 +281,7 @@ void VideoEncoder::receive(const PacketConsumer& consume) {
     drainEncoder(*codec_, *packet_, kPictureRefused, [this, &consume](AVPacket& packet) {
         // Only the last picture's counts; the others last until the next.
         packet.duration = settings_.timescale / settings_.frameRate;
+        keys_.wrote(static_cast<std::size_t>(packet.size), (packet.flags & AV_PKT_FLAG_KEY) != 0);
         if (!repeats_) {
             consume(packet);
             return;

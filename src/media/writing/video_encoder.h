@@ -11,6 +11,7 @@
 #include "ffmpeg/ffmpeg_handles.h"
 #include "imaging/damage_area.h"
 #include "imaging/picture_pool.h"
+#include "media/writing/key_distance.h"
 #include "media/writing/packet_consumer.h"
 #include "media/writing/repeated_pictures.h"
 
@@ -31,10 +32,13 @@ struct VideoSettings {
     int height = 0;
     std::int64_t averageBitRate = 0;  // bits a second
     int maxKeyFrameInterval = 120;    // pictures from one key picture to the next, at most
-    /// Seconds of the movie from one key picture to the next, at most; with 0 only the number of pictures counts. For
-    /// live pictures, of which a still screen has one a second: seeking decodes everything from the key picture on, and
-    /// this limits its cost.
-    double maxKeyFrameSeconds = 0;
+    /// For recordings, whose pictures are anything from a whole screen to a repeat: a seek takes this long at most, in
+    /// seconds of decoding from the key picture on, as `KeyDistance` estimates it. With 0 only the number of pictures
+    /// counts.
+    double maxSeekSeconds = 0;
+    /// For recordings: the time from a large change to the next key picture at most, and from any other to the one that
+    /// shows what has stood still since. With 0 there is none for these reasons.
+    double keySecondsAfterChange = 0;
     int frameRate = 60;            // expected; also the duration of the last picture unless the session has an end
     std::int32_t timescale = 600;  // of the track: picture times are rounded to it
     VideoCodec codec = VideoCodec::h264;
@@ -101,6 +105,9 @@ class PictureEncoder {
     virtual void finish(const PacketConsumer& consume) = 0;
 };
 
+/// For an encoder with these settings.
+KeyDistanceSettings keyDistanceSettings(const VideoSettings& settings);
+
 /// The encoder for these settings: that of their `make`, or else a `VideoEncoder`.
 std::unique_ptr<PictureEncoder> makePictureEncoder(const VideoSettings& settings);
 
@@ -131,9 +138,9 @@ class VideoEncoder final : public PictureEncoder {
         bool isRepeat;
     };
 
-    bool isKeyDue(std::int64_t ticks) const;
+    int macroblocksIn(const imaging::KnownDamage& damage) const;
     void addCoarseness(AVFrame& frame) const;
-    void submit(std::int64_t ticks, const PacketConsumer& consume);
+    void submit(std::int64_t ticks, int changedMacroblocks, const PacketConsumer& consume);
     void receive(const PacketConsumer& consume);
     void giveRewritten(const AVPacket& packet, const PacketConsumer& consume);
     void giveRepeats(const PacketConsumer& consume);
@@ -147,9 +154,8 @@ class VideoEncoder final : public PictureEncoder {
     int repeatsOfLast_ = 0;
     bool isKeyRequested_ = false;
     double coarseness_ = 0;
-    int sinceKey_ = 0;           // pictures since the last requested key picture, including it
-    std::int64_t keyTicks_ = 0;  // the most from one to the next; 0: any
-    std::int64_t lastKeyTicks_ = 0;
+    KeyDistance keys_;
+    bool choosesKeys_ = false;  // rather than the encoder
 };
 
 }  // namespace lumivastor::media

@@ -96,9 +96,9 @@ TEST_P(EitherStream, WithoutDelayEveryPictureComesOutAtOnce) {
     }
 }
 
-TEST_P(EitherStream, KeyPicturesComeByTheClockWherePicturesAreRare) {
+TEST_P(EitherStream, ALargeChangeHasAKeyPictureInTimeWherePicturesAreRare) {
     VideoSettings made = settings();
-    made.maxKeyFrameSeconds = 2;
+    made.keySecondsAfterChange = 2;
     made.lowLatency = true;
     VideoEncoder encoder(made);
     imaging::PicturePool pool(made.width, made.height, {});
@@ -113,29 +113,77 @@ TEST_P(EitherStream, KeyPicturesComeByTheClockWherePicturesAreRare) {
     }
     encoder.finish(packets.consumer());
     ASSERT_EQ(packets.all.size(), ticks.size());
-    std::int64_t lastKey = 0;
-    for (const Encoded& packet : packets.all) {
-        EXPECT_TRUE(packet.isKey || packet.ticks - lastKey < 1200) << packet.ticks;
-        if (packet.isKey) lastKey = packet.ticks;
-    }
     EXPECT_TRUE(packets.all.front().isKey);
+    std::int64_t firstChange = 0;
+    for (std::size_t i = 1; i < packets.all.size(); ++i) {
+        const bool isSecond = packets.all[i - 1].isKey;
+        if (isSecond) firstChange = ticks[i];
+        EXPECT_EQ(packets.all[i].isKey, ticks[i] - firstChange >= 1200) << ticks[i];
+    }
+    EXPECT_TRUE(packets.all.back().isKey);
 }
 
-TEST_P(EitherStream, RepeatsAreKeyPicturesByTheClockToo) {
+TEST_P(EitherStream, RepeatsNeedOneKeyPictureAtMost) {
     VideoSettings made = settings();
-    made.maxKeyFrameSeconds = 2;
+    made.keySecondsAfterChange = 2;
+    made.maxSeekSeconds = 1;
     made.lowLatency = true;
     VideoEncoder encoder(made);
     imaging::PicturePool pool(made.width, made.height, {});
     Packets packets;
+    imaging::DamageArea little;
+    little.add({0, 0, 16, 16});
     encoder.encode(numbered(pool, 7), std::nullopt, 0, packets.consumer());
-    for (int i = 1; i < 30; ++i) encoder.repeat(i * 120, packets.consumer());
+    for (int i = 1; i < 20; ++i) encoder.repeat(i * 120, packets.consumer());
+    encoder.encode(numbered(pool, 7), little, 20 * 120, packets.consumer());
+    encoder.encode(numbered(pool, 7), imaging::DamageArea(), 21 * 120, packets.consumer());
+    for (int i = 22; i < 50; ++i) encoder.repeat(i * 120, packets.consumer());
     encoder.finish(packets.consumer());
-    ASSERT_EQ(packets.all.size(), 30u);
-    for (std::size_t i = 0; i < 30; ++i) {
+    ASSERT_EQ(packets.all.size(), 50u);
+    for (std::size_t i = 0; i < 50; ++i) {
         EXPECT_EQ(packets.all[i].ticks, static_cast<std::int64_t>(i) * 120);
-        EXPECT_EQ(packets.all[i].isKey, i % 10 == 0) << i;
+        // The first picture, and what has stood for two seconds behind the change.
+        EXPECT_EQ(packets.all[i].isKey, i == 0 || i == 30) << i;
     }
+}
+
+TEST_P(EitherStream, KeyPicturesComeByWhatASeekDecodes) {
+    VideoSettings made = settings();
+    made.maxSeekSeconds = GetParam() == VideoCodec::hevc ? 0.002 : 0.0003;
+    made.maxKeyFrameInterval = 1000;
+    made.lowLatency = true;
+    VideoEncoder encoder(made);
+    imaging::PicturePool pool(made.width, made.height, {});
+    Packets packets;
+    for (int i = 0; i < 300; ++i) {
+        if (i % 100 < 50) {
+            encoder.encode(numbered(pool, i), std::nullopt, i * 20, packets.consumer());
+        } else {
+            encoder.repeat(i * 20, packets.consumer());
+        }
+    }
+    encoder.finish(packets.consumer());
+    ASSERT_EQ(packets.all.size(), 300u);
+    const int macroblocks = (made.width / 16) * (made.height / 16);
+    const DecodingCost cost = GetParam() == VideoCodec::hevc ? hevcCost() : liveH264Cost();
+    double seconds = 0;
+    int sinceKey = 0;
+    int keys = 0;
+    for (std::size_t i = 0; i < 300; ++i) {
+        const Encoded& packet = packets.all[i];
+        if (packet.isKey) {
+            ++keys;
+            EXPECT_TRUE(i == 0 || seconds > made.maxSeekSeconds * 0.99) << i;
+            seconds = 0;
+            sinceKey = 0;
+        } else if (++sinceKey >= KeyDistance::kLeastPictures) {
+            EXPECT_LT(seconds, made.maxSeekSeconds * 1.01) << i;
+        }
+        const bool isChange = i % 100 < 50 && !packet.isKey;
+        seconds += macroblocks * (cost.macroblock + (isChange ? cost.changedMacroblock : 0)) +
+                   packet.bytes * (packet.isKey ? cost.keyByte : cost.byte);
+    }
+    EXPECT_GT(keys, 3);
 }
 
 TEST_P(EitherStream, TheBitRateIsForPicturesASecondNotTicks) {

@@ -83,7 +83,8 @@ TEST_P(RecordedStretches, AreFoundInARecording) {
     settings.height = kHeight;
     settings.averageBitRate = 2'000'000;
     settings.maxKeyFrameInterval = 2 * kFps;
-    settings.maxKeyFrameSeconds = 10;
+    settings.maxSeekSeconds = 0.08;
+    settings.keySecondsAfterChange = 10;
     settings.frameRate = kFps;
     settings.timescale = 60'000;
     settings.lowLatency = true;
