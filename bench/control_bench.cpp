@@ -159,7 +159,7 @@ void moved(benchmark::State& state, Control control, PixelSize canvas, PixelSize
     // It decodes what it likes to have around a still.
     const auto timer = loop.every(0.5, [&] { loop.stop(); });
     loop.run();
-    player.onFrame([&](const playback::Player::Frame&, double) { loop.stop(); });
+    player.onFrame([&](const playback::Player::Frame&, double, playback::Player::FrameKind) { loop.stop(); });
     const model::ProjectSettings original = composition->settings();
     std::vector<double> milliseconds;
     const double processorBegan = processorSeconds();
@@ -206,7 +206,7 @@ void played(benchmark::State& state, PixelSize canvas, PixelSize shown, double m
             workFor(0.4);
             const double began = hostClockSeconds();
             bool isFirst = true;
-            player.onFrame([&](const playback::Player::Frame&, double seconds) {
+            player.onFrame([&](const playback::Player::Frame&, double seconds, playback::Player::FrameKind) {
                 if (seconds <= moment || !std::exchange(isFirst, false)) return;
                 first.push_back((hostClockSeconds() - began - (seconds - moment)) * 1000);
             });
