@@ -15,7 +15,7 @@ namespace {
 
 // Films of one version may be continued by it alone. The number grows when recipes are painted or coded otherwise
 // within a version.
-constexpr int kGeneration = 1;
+constexpr int kGeneration = 2;
 
 }  // namespace
 
