@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "edit/quantised.h"
+#include "edit/zoom_affine.h"
 #include "imaging/affine_transform.h"
 
 namespace lumivastor::edit {
@@ -31,10 +32,6 @@ struct Rounding {
         return isExact ? zoom : quantised(zoom, canvas);
     }
 };
-
-imaging::AffineTransform transformOf(const ZoomTransform& zoom) {
-    return {zoom.scale, zoom.scale, zoom.dx, zoom.dy};
-}
 
 // The decoded picture at the size that all coordinates of the recording refer to.
 imaging::Picture atRecordedSize(const imaging::Picture& source, const model::CaptureInfo& info) {

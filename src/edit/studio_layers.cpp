@@ -5,6 +5,8 @@
 #include <cmath>
 #include <memory>
 
+#include "edit/zoom_affine.h"
+
 namespace lumivastor::edit {
 
 namespace {
@@ -13,10 +15,6 @@ using imaging::AffineTransform;
 
 // Around what is seen, in pixels of a layer that is magnified: its kernel reaches 2.
 constexpr double kMargin = 4;
-
-AffineTransform transformOf(const ZoomTransform& zoom) {
-    return {zoom.scale, zoom.scale, zoom.dx, zoom.dy};
-}
 
 AffineTransform inverse(const AffineTransform& transform) {
     return {1 / transform.scaleX, 1 / transform.scaleY, -transform.translateX / transform.scaleX,
