@@ -23,7 +23,7 @@ using imaging::AffineTransform;
 using imaging::BgraPremultipliedBuffer;
 using imaging::Picture;
 
-constexpr PixelSize kCanvas{640, 360};
+constexpr PixelSize kSmallCanvas{640, 360};
 
 Recording recordingOf1280x720() {
     model::CaptureInfo info;
@@ -42,7 +42,7 @@ struct Sample {
         settings.masks = {{0.3, 0.3, 0.1, 0.1}};
     }
 
-    std::shared_ptr<const EditState> state() const { return deriveEditState(recording, settings, kCanvas); }
+    std::shared_ptr<const EditState> state() const { return deriveEditState(recording, settings, kSmallCanvas); }
     StudioLayers layers(const LayerViews& views) {
         const auto derived = state();
         return makeStudioLayers(derived->layout, settings, views, cache, cache);
@@ -52,10 +52,10 @@ struct Sample {
         const auto derived = state();
         const StudioLayers drawn = makeStudioLayers(derived->layout, settings, views, cache, cache);
         return composeFrame({recording, *derived, drawn, {}}, screen, face, t)
-            .transformed(AffineTransform::scaling(static_cast<double>(size.width) / kCanvas.width,
-                                                  static_cast<double>(size.height) / kCanvas.height));
+            .transformed(AffineTransform::scaling(static_cast<double>(size.width) / kSmallCanvas.width,
+                                                  static_cast<double>(size.height) / kSmallCanvas.height));
     }
-    Picture filmFrame(PixelSize size, double t) { return frame(size, t, LayerViews(kCanvas)); }
+    Picture filmFrame(PixelSize size, double t) { return frame(size, t, LayerViews(kSmallCanvas)); }
     Picture movingFrame(PixelSize size, double t) {
         const auto derived = state();
         return frame(size, t, LayerViews::ofMoving(derived->layout, size, frameZoom(*derived, t)));
@@ -103,9 +103,9 @@ Difference between(const BgraPremultipliedBuffer& a, const BgraPremultipliedBuff
 
 TEST(LayerViews, HaveTheFramesPixelsAndOnlyItsPartOfTheCanvas) {
     const auto layout = Sample().state()->layout;
-    const LayerViews whole(kCanvas);
+    const LayerViews whole(kSmallCanvas);
     for (const LayerView& view : {whole.background, whole.screen, whole.bubble}) {
-        EXPECT_EQ(view, (LayerView{kCanvas, {}}));
+        EXPECT_EQ(view, (LayerView{kSmallCanvas, {}}));
     }
     const LayerViews half(layout, {320, 180}, {});
     EXPECT_EQ(half.background, (LayerView{{320, 180}, AffineTransform::scaling(0.5)}));
@@ -120,7 +120,7 @@ TEST(LayerViews, HaveTheFramesPixelsAndOnlyItsPartOfTheCanvas) {
     EXPECT_EQ(zoomed.background, half.background);
     EXPECT_EQ(zoomed.screen, (LayerView{{320, 180}, {0.75, 0.75, -50, -10}}));
     // At the canvas's own size the zoom would make it finer than the canvas: it gets the canvas's pixels that show.
-    const LayerViews large(layout, kCanvas, {2, -200, -100});
+    const LayerViews large(layout, kSmallCanvas, {2, -200, -100});
     EXPECT_EQ(large.screen, (LayerView{{328, 188}, AffineTransform::translation(-96, -46)}));
     // While the camera moves, what goes with it is drawn for all of its places.
     const LayerViews moving = LayerViews::ofMoving(layout, {320, 180}, {1.5, -100, -20});
@@ -159,13 +159,13 @@ TEST(StudioLayers, AControlDrawsOnlyTheLayersThatDependOnIt) {
         {"zoom", [](auto& to) { to.zooms->front().scale = 2; }, ""},
     };
     const auto layout = Sample().state()->layout;
-    for (const LayerViews& views : {LayerViews(kCanvas), LayerViews(layout, {320, 180}, {})}) {
+    for (const LayerViews& views : {LayerViews(kSmallCanvas), LayerViews(layout, {320, 180}, {})}) {
         for (const Change& change : changes) {
             Sample sample;
             const StudioLayers before = sample.layers(views);
             change.make(sample.settings);
             LayerViews after = views;
-            if (views.screen.size != kCanvas) after = LayerViews(sample.state()->layout, {320, 180}, {});
+            if (views.screen.size != kSmallCanvas) after = LayerViews(sample.state()->layout, {320, 180}, {});
             const StudioLayers now = sample.layers(after);
             std::string drawn;
             if (!(now.background == before.background)) drawn += "background ";
@@ -186,7 +186,7 @@ TEST(StudioLayers, AFrameWithLayersOfItsSizeLooksLikeTheFilms) {
     imaging::Painter painter(1);
     for (const PixelSize size : {PixelSize{320, 180}, PixelSize{427, 240}, PixelSize{333, 187}, PixelSize{101, 57},
                                  PixelSize{640, 360}, PixelSize{900, 506}}) {
-        const bool isCanvasEnough = size.width >= kCanvas.width;
+        const bool isCanvasEnough = size.width >= kSmallCanvas.width;
         for (const double t : {1.0, 3.0}) {  // before the zoom, and in it
             SCOPED_TRACE(std::to_string(size.width) + " wide at " + std::to_string(t));
             BgraPremultipliedBuffer film(size.width, size.height);

@@ -16,7 +16,7 @@ constexpr double kDisplayFrame = 1.0 / 60;
 
 // Moves further apart than this are two clicks.
 constexpr double kLongestPause = 0.25;
-constexpr double kAhead = 0.5;
+constexpr double kMotionAhead = 0.5;
 // Seconds of pictures, all of which the cache holds.
 constexpr double kLongestAhead = 1;
 // Two cores decode about six seconds of moving pictures in one.
@@ -43,7 +43,7 @@ void PlayheadMotion::moved(double seconds, double now) {
 
 std::optional<Interval> PlayheadMotion::ahead() const {
     if (!last_ || speed_ == 0 || std::abs(speed_) > kFastest) return std::nullopt;
-    const double way = std::clamp(speed_ * kAhead, -kLongestAhead, kLongestAhead);
+    const double way = std::clamp(speed_ * kMotionAhead, -kLongestAhead, kLongestAhead);
     return Interval{std::min(last_->seconds, last_->seconds + way), std::max(last_->seconds, last_->seconds + way)};
 }
 
