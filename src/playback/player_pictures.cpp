@@ -52,6 +52,16 @@ TimeRange at(const MediaTime& moment) {
     return {moment, {1, 1'000'000}};
 }
 
+// A stretch of the timeline without the picture that begins where it ends.
+TimeRange insideOf(const Interval& stretch) {
+    return between(stretch.start, stretch.end - 2 * kPictureTolerance);
+}
+
+// From a moment to when a picture is shown, in seconds.
+double distanceTo(const ShownPicture& picture, double seconds) {
+    return std::max({picture.shown.start.seconds() - seconds, seconds - picture.shown.end().seconds(), 0.0});
+}
+
 std::unique_ptr<FramePrefetcher> prefetcherOf(const PlayerItem& item, const std::optional<int>& trackId,
                                               const FramePrefetcher::Options& options, std::function<void()> changed) {
     const media::SegmentedTrack* const track = trackId ? item.movie.track(*trackId) : nullptr;
@@ -255,7 +265,9 @@ void PlayerPictures::lookAround(const Wish& wish) {
 // settings. Returns how long to wait for that.
 PlayerPictures::Seconds PlayerPictures::standIn(const Wish& wish, double seconds) {
     if (standIn_.order == wish.order && standIn_.change == wish.change) return std::nullopt;
-    const double left = standInDue(wish.asked, standInShown_) - hostClockSeconds();
+    const std::optional<ShownPicture> nearest = nearestDecoded(wish, seconds);
+    const Seconds distance = nearest ? Seconds(distanceTo(*nearest, seconds)) : std::nullopt;
+    const double left = standInDue(wish.asked, standInShown_, distance) - hostClockSeconds();
     if (left > 0) return left;
     const std::optional<Sources> sources = standInSources(wish, seconds);
     // There may be one among the pictures that are decoded on the way.
@@ -389,25 +401,25 @@ std::optional<PlayerPictures::Sources> PlayerPictures::staleSources(const Wish& 
 
 // Never from beyond the stretch, range or gap, that the moment lies in: what was cut away is not shown in place of what
 // was kept.
+std::optional<ShownPicture> PlayerPictures::nearestDecoded(const Wish& wish, double seconds) const {
+    if (!screen_) return std::nullopt;
+    return screen_->findNearest(momentOf(seconds), std::array{insideOf(wish.ranges->stretchAt(seconds))});
+}
+
 std::optional<PlayerPictures::Sources> PlayerPictures::standInSources(const Wish& wish, double seconds) const {
     if (!screen_) return std::nullopt;
     const MediaTime moment = momentOf(seconds);
     const Interval stretch = wish.ranges->stretchAt(seconds);
-    // Without the picture that begins where the stretch ends.
-    const TimeRange inside = between(stretch.start, stretch.end - 2 * kPictureTolerance);
-    const auto distance = [&](const ShownPicture& picture) {
-        return std::max({picture.shown.start.seconds() - seconds, seconds - picture.shown.end().seconds(), 0.0});
-    };
-    std::optional<ShownPicture> screen = screen_->findNearest(moment, std::array{inside});
+    std::optional<ShownPicture> screen = nearestDecoded(wish, seconds);
     const std::optional<SmallStandIn> small =
         wish.smallStandIns ? (*wish.smallStandIns)(seconds, stretch) : std::nullopt;
     const Seconds smallDistance = small ? Seconds(std::abs(small->seconds - seconds)) : std::nullopt;
-    if (!screen || !isDecodedBetter(distance(*screen), smallDistance)) {
+    if (!screen || !isDecodedBetter(distanceTo(*screen, seconds), smallDistance)) {
         if (!small) return std::nullopt;
         screen = ShownPicture{small->picture, at(moment), 0};
     }
     Sources sources{*std::move(screen), std::nullopt};
-    if (webcam_) sources.webcam = standInWebcam(wish, moment, inside);
+    if (webcam_) sources.webcam = standInWebcam(wish, moment, insideOf(stretch));
     return sources;
 }
 
@@ -424,7 +436,7 @@ std::optional<imaging::Picture> PlayerPictures::standInWebcam(const Wish& wish, 
     if (!found) {
         std::vector<TimeRange> played;
         for (const Interval& range : wish.ranges->ranges()) {
-            played.push_back(shifted(between(range.start, range.end - 2 * kPictureTolerance)));
+            played.push_back(shifted(insideOf(range)));
         }
         found = webcam_->findNearest(own, played);
     }

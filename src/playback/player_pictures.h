@@ -113,6 +113,7 @@ class PlayerPictures {
     void aimAt(const Wish& wish, double frame, double heard);
     std::optional<Sources> sourcesAt(const Wish& wish, const MediaTime& moment) const;
     std::optional<Sources> staleSources(const Wish& wish, double frame) const;
+    std::optional<ShownPicture> nearestDecoded(const Wish& wish, double seconds) const;
     std::optional<Sources> standInSources(const Wish& wish, double seconds) const;
     std::optional<imaging::Picture> standInWebcam(const Wish& wish, const MediaTime& moment,
                                                   const TimeRange& stretch) const;

@@ -12,6 +12,8 @@ namespace {
 constexpr double kSharpnessWorth = 0.5;
 // Decoding a picture or two and painting it takes less; behind it painting a stand-in must fit into a display frame.
 constexpr double kPatience = 0.004;
+// In seconds: the next pictures, which are often decoded one after the other.
+constexpr double kNear = 0.1;
 constexpr double kDisplayFrame = 1.0 / 60;
 
 // Moves further apart than this are two clicks.
@@ -28,9 +30,10 @@ bool isDecodedBetter(double decodedDistance, const std::optional<double>& smallD
     return !smallDistance || decodedDistance <= *smallDistance + kSharpnessWorth;
 }
 
-double standInDue(double asked, const std::optional<double>& last) {
-    const double patient = asked + kPatience;
-    return last ? std::max(patient, *last + kDisplayFrame) : patient;
+double standInDue(double asked, const std::optional<double>& last, const std::optional<double>& decodedDistance) {
+    const bool isNear = decodedDistance && *decodedDistance <= kNear;
+    const double due = isNear ? asked + kPatience : asked;
+    return last ? std::max(due, *last + kDisplayFrame) : due;
 }
 
 void PlayheadMotion::moved(double seconds, double now) {

@@ -28,9 +28,10 @@ using SmallStandIns = std::function<std::optional<SmallStandIn>(double seconds, 
 bool isDecodedBetter(double decodedDistance, const std::optional<double>& smallDistance);
 
 /// From when a stand-in may be shown for a moment asked for at `asked`, after the last was shown at `last` (none yet:
-/// nullopt); host seconds. Exact pictures that are nearly there are waited for, and a stream of seeks shows no more
-/// stand-ins than a display does, because each takes time from decoding.
-double standInDue(double asked, const std::optional<double>& last);
+/// nullopt); host seconds. Where a decoded picture is only `decodedDistance` seconds of the timeline away (nullopt:
+/// there is none), the exact one is nearly there and is waited for. A stream of seeks shows no more stand-ins than a
+/// display does, because each takes time from decoding.
+double standInDue(double asked, const std::optional<double>& last, const std::optional<double>& decodedDistance);
 
 /// Where the playhead of a still player will be soon, if it goes on as it did: dragged, shuttling, or stepped by a key
 /// that is held down. Plain value; one thread.

@@ -15,10 +15,12 @@ TEST(StandIn, ASharpPictureMayBeFurtherAwayThanABlurredOne) {
 }
 
 TEST(StandIn, ComesWithinADisplayFrameAndNotMoreOften) {
-    EXPECT_GT(standInDue(10, std::nullopt), 10);
-    EXPECT_LT(standInDue(10, std::nullopt), 10 + 1.0 / 60 / 2) << "there is time to paint it";
-    EXPECT_EQ(standInDue(10, 3), standInDue(10, std::nullopt));
-    EXPECT_DOUBLE_EQ(standInDue(10, 9.999), 9.999 + 1.0 / 60);
+    EXPECT_EQ(standInDue(10, std::nullopt, std::nullopt), 10);
+    EXPECT_EQ(standInDue(10, std::nullopt, 3), 10);
+    EXPECT_GT(standInDue(10, std::nullopt, 0.02), 10) << "the next picture may come sooner";
+    EXPECT_LT(standInDue(10, std::nullopt, 0.02), 10 + 1.0 / 60 / 2) << "there is time to paint it";
+    EXPECT_EQ(standInDue(10, 3, 0.02), standInDue(10, std::nullopt, 0.02));
+    EXPECT_DOUBLE_EQ(standInDue(10, 9.999, std::nullopt), 9.999 + 1.0 / 60);
 }
 
 TEST(PlayheadMotion, ExpectsThePlayheadToGoOnAsItDid) {
