@@ -124,6 +124,27 @@ bool ExcludedWindows::isExcluded(int process, const std::optional<std::string>& 
     });
 }
 
+// A manager takes a window that goes out of its frame before it unmaps the frame, which shows what it showed until
+// then. So a frame stays excluded as long as it is there, unless it holds somebody else's window by now.
+std::set<std::uint32_t> ExcludedWindows::emptiedFrames(const std::vector<std::uint32_t>& onRoot,
+                                                       const ClientProcesses& processes) const {
+    std::vector<std::uint32_t> frames;
+    std::set<int> managers;
+    for (const std::uint32_t window : onRoot) {
+        const int process = processes.processOf(window);
+        if (!excluded_.contains(window) || isExcluded(process, {})) continue;
+        frames.push_back(window);
+        managers.insert(process);
+    }
+    const std::set<std::uint32_t> taken = framesAround(connection_, frames, [&](std::uint32_t window) {
+        const int process = processes.processOf(window);
+        return !isExcluded(process, {}) && !managers.contains(process);
+    });
+    std::set<std::uint32_t> emptied(frames.begin(), frames.end());
+    for (const std::uint32_t window : taken) emptied.erase(window);
+    return emptied;
+}
+
 void ExcludedWindows::findOwners() {
     ownersChanged_ = false;
     std::vector<std::uint32_t> windows = rootChildren(connection_);
@@ -138,8 +159,11 @@ void ExcludedWindows::findOwners() {
         processIds.emplace_back(connection_, window, connection_.atom(XAtom::netWmPid));
     }
     const ClientProcesses processes(connection_);
-    excluded_ = framesAround(connection_, {windows.begin(), windows.begin() + static_cast<std::ptrdiff_t>(onTop)},
+    const std::vector<std::uint32_t> onRoot(windows.begin(), windows.begin() + static_cast<std::ptrdiff_t>(onTop));
+    const std::set<std::uint32_t> emptied = emptiedFrames(onRoot, processes);
+    excluded_ = framesAround(connection_, onRoot,
                              [&](std::uint32_t window) { return isExcluded(processes.processOf(window), {}); });
+    excluded_.insert(emptied.begin(), emptied.end());
     for (std::size_t i = 0; i < windows.size(); ++i) {
         const auto name = className(classes[i].fetch().text());
         const auto claimed = processIds[i].fetch().numbers();

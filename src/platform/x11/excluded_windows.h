@@ -18,6 +18,8 @@
 
 namespace lumivastor::x11 {
 
+class ClientProcesses;
+
 /// The windows of the programs that a display's pictures leave out. Costs nothing while none of them is on the screen.
 /// Only the thread that reads the connection's events.
 class ExcludedWindows {
@@ -50,6 +52,8 @@ class ExcludedWindows {
   private:
     bool isExcluded(int process, const std::optional<std::string>& name) const;
     void findOwners();
+    std::set<std::uint32_t> emptiedFrames(const std::vector<std::uint32_t>& onRoot,
+                                          const ClientProcesses& processes) const;
     void readStack();
     void redirectTouching(const PixelRect& area);
     bool cover(XImageReader& reader, std::span<const XImageReader::Piece> pieces,
